@@ -1,0 +1,25 @@
+#pragma once
+
+#include "VqUtil/Crypto/SecretBytes.h"
+
+#include <QByteArray>
+
+namespace Velquor::Util {
+
+/// AES-256-GCM (NIST SP 800-38D) with a key of 32 bytes: encryption with authentication.
+///
+/// The sealed form is nonce (12 bytes) + cipher text + tag (16 bytes); the nonce is random for each call.
+/// Thread: any. Errors: an empty result, no log line (the caller knows what was being opened).
+namespace AeadCipher {
+
+constexpr int keySize = 32;
+constexpr int nonceSize = 12;
+constexpr int tagSize = 16;
+
+[[nodiscard]] SecretBytes newKey();
+[[nodiscard]] QByteArray seal(const SecretBytes& key, const QByteArray& clear);
+[[nodiscard]] SecretBytes open(const SecretBytes& key, const QByteArray& sealed);
+
+} // namespace AeadCipher
+
+} // namespace Velquor::Util

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "VqUtil/Crypto/SecretBytes.h"
+
+namespace Velquor::Util {
+
+/// Encrypts the secrets that are kept in files and in memory.
+///
+/// Encryption is authenticated: a changed bit, a cut text, another key, another user or machine yields an empty result and
+/// one log line, never a wrong text. The encrypted form is Base64 text, safe in XML and JSON.
+/// Thread: any. Owner: shared by its users.
+class ICryptor {
+public:
+    virtual ~ICryptor() = default;
+
+    /// Base64 text of the encrypted bytes. Empty when `clear` is empty or encryption failed (one log line).
+    [[nodiscard]] virtual QByteArray encrypt(const QByteArray& clear) = 0;
+
+    /// The clear bytes. Empty when `text` is empty, damaged, or was not encrypted with this key (one log line).
+    [[nodiscard]] virtual SecretBytes decrypt(const QByteArray& text) = 0;
+};
+
+} // namespace Velquor::Util

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace Velquor::Util {
+
+/// Small files that are read whole within a bound and replaced whole: a reader sees the old document or the new one.
+/// Thread: any. Callers that read, change and write hold a lock around all three.
+namespace AtomicFile {
+
+struct ReadResult {
+    enum class Status { Read, Missing, Failed } status = Status::Failed;
+    QByteArray data;
+    QString error; ///< For `Failed`: what went wrong, in one sentence.
+};
+
+/// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`.
+[[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
+
+/// Writes the data beside the file, owner-only and flushed, and moves it into place. A target that another process holds open
+/// is tried again for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
+[[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error);
+
+/// Removes what processes that died while writing `path` left beside it. Only under the lock of the file.
+void removeStaleTemporaries(const QString& path);
+
+/// Moves a damaged file out of the way under a name of its own ("path.damaged-N", the oldest of three is given up).
+/// Returns the new name; empty when the move failed.
+[[nodiscard]] QString setAside(const QString& path);
+
+} // namespace AtomicFile
+
+} // namespace Velquor::Util

@@ -1,0 +1,52 @@
+#include "VqUtil/General/HumanText.h"
+
+#include <QStringList>
+#include <limits>
+
+namespace Velquor::Util {
+
+namespace {
+
+struct Unit {
+    qint64 milliseconds;
+    const char* name;
+};
+
+constexpr Unit units[] = {{86400000, "d"}, {3600000, "h"}, {60000, "min"}, {1000, "s"}};
+
+} // namespace
+
+QString timeSpanText(qint64 milliseconds) {
+    if (milliseconds < 0) {
+        const qint64 positive = milliseconds == std::numeric_limits<qint64>::min() ? std::numeric_limits<qint64>::max() : -milliseconds;
+        return QLatin1Char('-') + timeSpanText(positive);
+    }
+    if (milliseconds < 1000)
+        return QStringLiteral("%1 ms").arg(milliseconds);
+    QStringList parts;
+    for (const Unit& unit : units) {
+        const qint64 count = milliseconds / unit.milliseconds;
+        milliseconds %= unit.milliseconds;
+        // Two units in a row: "1 d 5 s" would pretend to a precision that nobody reads.
+        if (count > 0)
+            parts += QStringLiteral("%1 %2").arg(count).arg(QLatin1String(unit.name));
+        if (parts.size() == 2 || (parts.size() == 1 && count == 0))
+            break;
+    }
+    return parts.join(QLatin1Char(' '));
+}
+
+QString sizeText(qint64 bytes) {
+    if (bytes < 0)
+        return QStringLiteral("unknown");
+    if (bytes < 10 * 1024)
+        return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(bytes);
+    const char* const names[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    double value = static_cast<double>(bytes) / 1024;
+    int index = 0;
+    for (; value >= 1024 && index < 5; ++index)
+        value /= 1024;
+    return QStringLiteral("%1 %2").arg(value, 0, 'f', 1).arg(QLatin1String(names[index]));
+}
+
+} // namespace Velquor::Util

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::Util {
+
+/// Delivery of Qt's posted events in a host whose main loop is not Qt's: a hook on the message queue of the calling thread
+/// (Windows: `WH_GETMESSAGE`) that delivers them before each message. Other systems have no such queue.
+///
+/// Thread: install and remove on the thread that is served. Errors: false and the system's text.
+namespace EventHook {
+
+[[nodiscard]] bool isInstalled();
+[[nodiscard]] bool install(QString* error);
+void remove();
+
+} // namespace EventHook
+
+} // namespace Velquor::Util

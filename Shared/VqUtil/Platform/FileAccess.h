@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace Velquor::Util {
+
+/// What the file system must do beyond QFile: owner-only files from the first byte, flushed to the disk, moved into place.
+/// Thread: any. Errors: false (or an empty result); the caller logs.
+
+/// Creates the folder with its parents when it is missing and takes every right of others away from it.
+[[nodiscard]] bool ensureOwnerOnlyFolder(const QString& folder);
+
+/// Creates the file, which must not exist, readable and writable by its owner only, writes the data and flushes it to the disk.
+/// A file that could not be written whole is removed again. `error` receives the system's text when it is given.
+[[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr);
+
+enum class ReplaceResult { Done, Busy, Failed };
+
+/// Moves `from` over `to` in one step, so that a reader sees the old file or the new one, and makes the move durable.
+/// `Busy` means that another process holds the target open for the moment: trying again may help.
+[[nodiscard]] ReplaceResult replaceFile(const QString& from, const QString& to, QString* error = nullptr);
+
+} // namespace Velquor::Util

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::Util {
+
+/// What the library knows of the process that it lives in. Paths are absolute with "/" as separator. Thread: any.
+
+/// The host's executable file; empty when unknown.
+[[nodiscard]] QString hostExecutablePath();
+
+/// The library's own file: the shared library, or the executable when the library is linked statically.
+[[nodiscard]] QString ownModulePath();
+
+/// The version of a file as "a.b.c.d", from its version resource; empty when it has none (always, on Posix).
+[[nodiscard]] QString fileVersion(const QString& path);
+
+/// The full path of a module (shared library) that is loaded in this process, by its file name; empty when it is not loaded.
+/// On Windows the name is compared without regard to case.
+[[nodiscard]] QString loadedModulePath(const QString& fileName);
+
+/// Puts a folder in front of the variable "PATH" of this process. False when "PATH" cannot be read.
+[[nodiscard]] bool prependToPath(const QString& folder);
+
+/// The version of the running system: "major.minor.build".
+[[nodiscard]] QString systemVersion();
+
+/// The system in words: its product name and version, for the log.
+[[nodiscard]] QString systemName();
+
+} // namespace Velquor::Util

@@ -1,0 +1,65 @@
+#include "VqUtil/Platform/HostProcess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSysInfo>
+#include <dlfcn.h>
+#include <link.h>
+#include <sys/utsname.h>
+
+namespace Velquor::Util {
+
+namespace {
+
+struct ModuleSearch {
+    QByteArray fileName;
+    QByteArray path;
+};
+
+int compareModule(struct dl_phdr_info* info, size_t, void* data) {
+    auto* const search = static_cast<ModuleSearch*>(data);
+    const QByteArray path(info->dlpi_name);
+    if (path.mid(path.lastIndexOf('/') + 1) != search->fileName)
+        return 0;
+    search->path = path;
+    return 1;
+}
+
+} // namespace
+
+QString hostExecutablePath() { return QFile::symLinkTarget(QStringLiteral("/proc/self/exe")); }
+
+QString ownModulePath() {
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<const void*>(&ownModulePath), &info) == 0 || !info.dli_fname)
+        return {};
+    return QFileInfo(QFile::decodeName(info.dli_fname)).absoluteFilePath();
+}
+
+QString fileVersion(const QString&) { return {}; }
+
+QString loadedModulePath(const QString& fileName) {
+    ModuleSearch search{QFile::encodeName(fileName), {}};
+    ::dl_iterate_phdr(&compareModule, &search);
+    return QFile::decodeName(search.path);
+}
+
+bool prependToPath(const QString& folder) {
+    const QByteArray path = qgetenv("PATH");
+    if (path.isEmpty())
+        return false;
+    const QByteArray first = QFile::encodeName(QDir::toNativeSeparators(folder));
+    return path.startsWith(first + ':') || qputenv("PATH", first + ':' + path);
+}
+
+QString systemVersion() {
+    struct utsname name {};
+    if (::uname(&name) != 0)
+        return QStringLiteral("0.0.0");
+    return QString::fromLatin1(name.release).section(QLatin1Char('-'), 0, 0);
+}
+
+QString systemName() { return QStringLiteral("%1, kernel %2").arg(QSysInfo::prettyProductName(), systemVersion()); }
+
+} // namespace Velquor::Util

@@ -1,0 +1,33 @@
+#include <VqWebServices/NetworkCookieJar.h>
+
+#include "Values/NetworkCookieJarImp.h"
+
+namespace Velquor::WebServices {
+
+NetworkCookieJar::NetworkCookieJar()
+    : m_imp(new NetworkCookieJarImp) {}
+
+NetworkCookieJar::NetworkCookieJar(const NetworkCookieJar& other)
+    : m_imp(new NetworkCookieJarImp(*other.m_imp)) {
+    // Qt's lists share their nodes until one changes; cookies are handed out by copy only, so nothing is ever shared visibly.
+}
+
+NetworkCookieJar& NetworkCookieJar::operator=(const NetworkCookieJar& other) {
+    *m_imp = *other.m_imp;
+    return *this;
+}
+
+NetworkCookieJar::~NetworkCookieJar() { delete m_imp; }
+
+bool NetworkCookieJar::AddCookie(const NetworkCookie& cookie) {
+    m_imp->cookies.append(cookie);
+    return true;
+}
+
+int NetworkCookieJar::GetCookieCount() const { return m_imp->cookies.size(); }
+
+NetworkCookie NetworkCookieJar::GetCookie(int index) const { return m_imp->cookies.value(index); }
+
+void NetworkCookieJar::DeleteAll() { m_imp->cookies.clear(); }
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,45 @@
+#include <VqWebServices/OAuth2TokenSpec.h>
+
+#include "Values/CallerText.h"
+#include "Values/OAuth2TokenSpecImp.h"
+
+namespace Velquor::WebServices {
+
+OAuth2TokenSpec::OAuth2TokenSpec()
+    : m_imp(new OAuth2TokenSpecImp) {}
+
+OAuth2TokenSpec::OAuth2TokenSpec(OAuth2TokenType type, const wchar_t* scope)
+    : m_imp(new OAuth2TokenSpecImp) {
+    SetType(type);
+    SetScope(scope);
+}
+
+OAuth2TokenSpec::OAuth2TokenSpec(const OAuth2TokenSpec& other)
+    : m_imp(new OAuth2TokenSpecImp(*other.m_imp)) {}
+
+OAuth2TokenSpec& OAuth2TokenSpec::operator=(const OAuth2TokenSpec& other) {
+    *m_imp = *other.m_imp;
+    return *this;
+}
+
+OAuth2TokenSpec::~OAuth2TokenSpec() { delete m_imp; }
+
+OAuth2TokenType OAuth2TokenSpec::GetType() const { return m_imp->type; }
+
+bool OAuth2TokenSpec::SetType(OAuth2TokenType type) {
+    m_imp->type = type;
+    return true;
+}
+
+int OAuth2TokenSpec::GetScope(wchar_t* buffer, int size) const { return copyText(m_imp->scope, buffer, size); }
+
+bool OAuth2TokenSpec::SetScope(const wchar_t* scope) {
+    m_imp->scope = normalisedScope(textFromCaller(scope));
+    return true;
+}
+
+bool OAuth2TokenSpec::operator==(const OAuth2TokenSpec& other) const { return m_imp->equals(*other.m_imp); }
+
+bool OAuth2TokenSpec::operator!=(const OAuth2TokenSpec& other) const { return !(*this == other); }
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <VqWebServices/NetworkCookie.h>
+
+namespace Velquor::WebServices {
+
+class NetworkCookieJarImp;
+
+/// An ordered list of cookies, as a browser hands them over after a sign-in.
+///
+/// Thread: any, one at a time for each object. Owner: the caller.
+class VQWEBSERVICES_EXPORT NetworkCookieJar {
+public:
+    NetworkCookieJar();
+    NetworkCookieJar(const NetworkCookieJar& other);
+    NetworkCookieJar& operator=(const NetworkCookieJar& other);
+    ~NetworkCookieJar();
+
+    /// Appends a copy; always true.
+    bool AddCookie(const NetworkCookie& cookie);
+    int GetCookieCount() const;
+    /// A copy of the cookie at the index (0 to count - 1); an empty cookie for any other index.
+    NetworkCookie GetCookie(int index) const;
+    void DeleteAll();
+
+private:
+    friend class NetworkCookieJarImp;
+    NetworkCookieJarImp* m_imp;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <VqWebServices/OAuth2TokenSpec.h>
+
+namespace Velquor::WebServices {
+
+class OAuth2TokenImp;
+
+/// An OAuth2 access token with its spec. It carries no expiry of its own.
+///
+/// Thread: any, one at a time for each object. Owner: the caller.
+class VQWEBSERVICES_EXPORT OAuth2Token {
+public:
+    OAuth2Token();
+    OAuth2Token(const OAuth2Token& other);
+    OAuth2Token& operator=(const OAuth2Token& other);
+    ~OAuth2Token();
+
+    /// True when the token text is not empty.
+    bool IsValid() const;
+
+    /// The length of the token in units of `wchar_t`, without terminator.
+    int GetTokenSize() const;
+
+    /// The terminated token; valid while this object lives and is unchanged.
+    const wchar_t* GetToken() const;
+
+    /// Copies the whole terminated token and returns its length; a null buffer yields the length. Never truncates: a buffer
+    /// smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
+    int GetToken(wchar_t* buffer, int size) const;
+
+    OAuth2TokenSpec GetSpec() const;
+
+    /// Equal tokens (unit by unit) with equal specs.
+    bool operator==(const OAuth2Token& other) const;
+    bool operator!=(const OAuth2Token& other) const;
+
+private:
+    friend class OAuth2TokenImp;
+    OAuth2TokenImp* m_imp;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,26 @@
+#pragma once
+
+namespace Velquor::WebServices {
+
+/// One parameter of a request to sign, not percent-encoded: a query parameter, or a field of a form body
+/// (RFC 5849, section 3.4.1.3.1). Both texts are null-terminated; a null value counts as the empty text, a null name is refused.
+struct RequestParam {
+    const wchar_t* name;
+    const wchar_t* value;
+};
+
+/// The HTTP methods known to the signer.
+enum class HttpMethod {
+    Get = 0, Post, Put, Delete, Head, Options, Trace, Propfind, Move, Copy, Lock, Unlock, Checkin, Checkout,
+    CancelUpload, Report, Update, Proppatch, GetLib, VersionControl,
+};
+
+/// The form in which the OAuth parameters of a signed request are returned.
+enum class ParsingMode {
+    QueryString = 0,         ///< name=value joined with "&": the OAuth parameters, for a query string.
+    AuthorizationHeader = 1, ///< `OAuth name="value",...`: the value of the header "Authorization" (RFC 5849, section 3.5.1).
+    SignedUrl = 2,           ///< The whole URL, the request's and the OAuth parameters in its query, its fragment kept.
+    FormBody = 3,            ///< As `QueryString`, with the given request parameters before the OAuth ones, for a form body.
+};
+
+} // namespace Velquor::WebServices
