@@ -1,0 +1,99 @@
+"""The command line."""
+
+import argparse
+
+from .model import Consumer, User
+
+DEFAULT_USERS = ["ada:correct horse"]
+DEFAULT_CONSUMERS = [
+    "demo-product-0001:demo-secret-0001:Demo Product",
+    "second-product-0002:demo-secret-0002:Second Product",
+]
+
+EPILOG = """\
+When the service is ready it prints one line and serves until SIGTERM, SIGINT
+or, with --exit-with-parent, until its parent goes away. The output folder then
+holds ca.pem (trust this), service.json (where everything is), control-token
+(guards the control interface), the three URL configuration files and the log.
+service.json, control-token and the server key are removed at the end.
+"""
+
+
+def _port(text: str) -> int:
+    value = int(text)
+    if not 0 <= value <= 65535:
+        raise argparse.ArgumentTypeError(f"{value} is not a port")
+    return value
+
+
+def _seconds(text: str) -> int:
+    value = int(text)
+    if value < 1:
+        raise argparse.ArgumentTypeError("must be at least 1 second")
+    return value
+
+
+def _user(text: str) -> User:
+    name, colon, password = text.partition(":")
+    if not name or not colon or not password:
+        raise argparse.ArgumentTypeError("expected NAME:PASSWORD")
+    return User.named(name, password)
+
+
+def _key_and_secret(text: str) -> tuple[str, str]:
+    key, colon, secret = text.partition(":")
+    if not key or not colon or not secret:
+        raise argparse.ArgumentTypeError("expected KEY:SECRET")
+    return key, secret
+
+
+def _consumer(text: str) -> Consumer:
+    key, rest = _key_and_secret(text)
+    secret, _, product = rest.partition(":")
+    if not secret:
+        raise argparse.ArgumentTypeError("expected KEY:SECRET[:PRODUCT]")
+    return Consumer(key, secret, product or key)
+
+
+def parse(arguments: list[str] | None = None) -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog="account-service",
+        description="The account service for development: OAuth 1.0 sign-in, "
+        "OAuth2 tokens, account documents and server time on loopback, with TLS.",
+        epilog=EPILOG,
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+    )
+    add = parser.add_argument
+    add("--port", type=_port, default=0, metavar="N",
+        help="HTTPS port on 127.0.0.1; 0 takes a free one (default)")
+    add("--control-port", type=_port, default=0, metavar="N",
+        help="plain HTTP port of the control interface on 127.0.0.1; 0 takes a free one (default)")
+    add("--out", metavar="DIR",
+        help="folder for the files, made owner-only when it does not exist "
+        "(default: a temporary folder that is removed at the end)")
+    add("--users", type=_user, action="append", metavar="NAME:PASSWORD",
+        help='a user, may be repeated (default: "ada:correct horse")')
+    add("--consumer", type=_consumer, action="append", metavar="KEY:SECRET[:PRODUCT]",
+        help="a product that may sign in, may be repeated (default: demo-product-0001 "
+        "and second-product-0002 with demo-secret-0001 and demo-secret-0002)")
+    add("--oauth2-client", type=_key_and_secret, action="append", default=[],
+        metavar="KEY:SECRET",
+        help="an OAuth2 client beside the consumers, which are OAuth2 clients "
+        "with the same key and secret already; may be repeated")
+    add("--token-lifetime", type=_seconds, default=3600, metavar="S",
+        help="seconds that an access token lives (default %(default)s)")
+    add("--session-lifetime", type=_seconds, default=14 * 86400, metavar="S",
+        help="seconds that a session and its handles live (default %(default)s)")
+    add("--request-token-lifetime", type=_seconds, default=600, metavar="S",
+        help="seconds that a request token lives (default %(default)s)")
+    add("--oauth2-token-lifetime", type=_seconds, default=3600, metavar="S",
+        help="seconds that an OAuth2 token lives (default %(default)s)")
+    add("--timestamp-window", type=_seconds, default=300, metavar="S",
+        help="how far a time stamp may be from the clock, to either side (default %(default)s)")
+    add("--exit-with-parent", action="store_true",
+        help="end when the parent process goes away, or when standard input is a "
+        "pipe or socket and is closed")
+    options = parser.parse_args(arguments)
+    options.users = options.users or [_user(text) for text in DEFAULT_USERS]
+    options.consumer = options.consumer or [_consumer(text) for text in DEFAULT_CONSUMERS]
+    return options
