@@ -15,6 +15,20 @@ namespace Velquor::Util {
 /// A file that could not be written whole is removed again. `error` receives the system's text when it is given.
 [[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr);
 
+/// What tells one content of a file from another without reading it.
+struct FileStamp {
+    qint64 modified = -1;  ///< Nanoseconds (as fine as the system tells) since its epoch; -1: there is no file.
+    qint64 size = -1;
+    quint64 identity = 0;  ///< The file system's number of the file: a replaced file has another one.
+
+    [[nodiscard]] bool operator==(const FileStamp& other) const {
+        return modified == other.modified && size == other.size && identity == other.identity;
+    }
+    [[nodiscard]] bool operator!=(const FileStamp& other) const { return !(*this == other); }
+};
+
+[[nodiscard]] FileStamp fileStamp(const QString& path);
+
 enum class ReplaceResult { Done, Busy, Failed };
 
 /// Moves `from` over `to` in one step, so that a reader sees the old file or the new one, and makes the move durable.

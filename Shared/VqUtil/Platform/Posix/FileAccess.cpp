@@ -64,6 +64,13 @@ bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* er
     return false;
 }
 
+FileStamp fileStamp(const QString& path) {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    return {info.st_mtim.tv_sec * 1000000000LL + info.st_mtim.tv_nsec, info.st_size, info.st_ino};
+}
+
 ReplaceResult replaceFile(const QString& from, const QString& to, QString* error) {
     const QByteArray target = QFile::encodeName(to);
     if (::rename(QFile::encodeName(from).constData(), target.constData()) != 0) {

@@ -1,0 +1,70 @@
+#include "VqLog/LoggerWrapper.h"
+
+#include "VqLog/LogQueue.h"
+
+#include <QMutexLocker>
+#include <log4cplus/logger.h>
+#include <log4cplus/loggingmacros.h>
+
+namespace Velquor::Log {
+
+struct LoggerWrapper::Target {
+    log4cplus::Logger logger;
+};
+
+LoggerWrapper::LoggerWrapper(const QString& name, const QString& prefix)
+    : m_target(new Target{log4cplus::Logger::getInstance(LOG4CPLUS_STRING_TO_TSTRING(name.toStdString()))})
+    , m_name(name)
+    , m_prefix(prefix) {}
+
+LoggerWrapper::~LoggerWrapper() = default;
+
+void LoggerWrapper::setPrefix(const QString& prefix) {
+    const QMutexLocker lock(&m_prefixMutex);
+    m_prefix = prefix;
+}
+
+bool LoggerWrapper::isEnabled(Level level) const {
+    return !LogQueue::instance().isLogSetUp() || m_target->logger.isEnabledFor(static_cast<log4cplus::LogLevel>(level));
+}
+
+void LoggerWrapper::log(Level level, const QString& text) {
+    if (!isEnabled(level))
+        return;
+    QString prefix;
+    {
+        const QMutexLocker lock(&m_prefixMutex);
+        prefix = m_prefix;
+    }
+    const QString line = singleLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
+    if (LogQueue::instance().add({m_name, level, line}))
+        return;
+    m_target->logger.log(static_cast<log4cplus::LogLevel>(level), LOG4CPLUS_STRING_TO_TSTRING(line.toStdString()));
+}
+
+std::shared_ptr<ILogger> makeLogger(const QString& name, const QString& prefix) {
+    return std::make_shared<LoggerWrapper>(name, prefix);
+}
+
+QString singleLine(const QString& text) {
+    QString line;
+    line.reserve(text.size());
+    for (const QChar character : text) {
+        const ushort code = character.unicode();
+        if (code == '\n')
+            line += QStringLiteral("\\n");
+        else if (code == '\r')
+            line += QStringLiteral("\\r");
+        else if (code == '\t')
+            line += QStringLiteral("\\t");
+        else if (code < 0x20 || (code >= 0x7f && code < 0xa0))
+            line += QStringLiteral("\\x%1").arg(code, 2, 16, QLatin1Char('0'));
+        else if (code == 0x2028 || code == 0x2029)
+            line += QStringLiteral("\\u%1").arg(code, 4, 16, QLatin1Char('0'));
+        else
+            line += character;
+    }
+    return line;
+}
+
+} // namespace Velquor::Log

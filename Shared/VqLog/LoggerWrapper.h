@@ -1,0 +1,39 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+
+#include <QMutex>
+#include <memory>
+
+namespace Velquor::Log {
+
+/// A named logger of the process, with the log prefix of the object that writes through it.
+///
+/// Before the log is set up its messages are queued (LogQueue.h). One message is one line: control characters are escaped.
+/// Thread: any. Owner: shared by the objects that log through it.
+class LoggerWrapper : public ILogger {
+public:
+    explicit LoggerWrapper(const QString& name, const QString& prefix = {});
+    ~LoggerWrapper() override;
+
+    void log(Level level, const QString& text) override;
+    [[nodiscard]] bool isEnabled(Level level) const override;
+
+    void setPrefix(const QString& prefix);
+
+private:
+    struct Target;
+    const std::unique_ptr<Target> m_target;
+    const QString m_name;
+    mutable QMutex m_prefixMutex;
+    QString m_prefix;
+};
+
+/// A shared logger without a prefix.
+[[nodiscard]] std::shared_ptr<ILogger> makeLogger(const QString& name, const QString& prefix = {});
+
+/// The text on one line: CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that
+/// nothing from outside can pass for a line of the log.
+[[nodiscard]] QString singleLine(const QString& text);
+
+} // namespace Velquor::Log

@@ -1,0 +1,66 @@
+#include "Events/EventDispatcher.h"
+
+#include <exception>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+void callOperation(IWebServicesObserver& observer, EventDispatcher::Event event, const QString& consumerKey, bool* veto) {
+    switch (event) {
+    case EventDispatcher::Event::LoggedIn:
+        return observer.LoggedIn();
+    case EventDispatcher::Event::LoginRestored:
+        return observer.LoginRestored();
+    case EventDispatcher::Event::LoggedOut:
+        return observer.LoggedOut();
+    case EventDispatcher::Event::ServerChanged:
+        return observer.ServerChanged(consumerKey.toStdWString().c_str());
+    case EventDispatcher::Event::AboutToLogout: {
+        bool wish = false;
+        observer.AboutToLogout(wish);
+        if (wish && veto)
+            *veto = true;
+        return;
+    }
+    default:
+        return;
+    }
+}
+
+} // namespace
+
+EventDispatcher::EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn)
+    : m_logger(std::move(logger))
+    , m_isLoggedIn(std::move(isLoggedIn)) {}
+
+bool EventDispatcher::callObservers(Event event, const QString& consumerKey, bool* veto) {
+    const QString name = eventName(event);
+    m_logger->information(QStringLiteral("Sending web services event %1 to observers in this process").arg(name));
+    const QVector<IWebServicesObserver*> observers = m_observers.snapshot();
+    for (IWebServicesObserver* const observer : observers) {
+        if (!m_observers.contains(observer))
+            continue;
+        callObserver(*observer, event, consumerKey, veto);
+        if (event == Event::LoggedIn && !m_isLoggedIn()) {
+            m_logger->information(QStringLiteral("Aborting sending of web services event %1 to observers in this processes. Not logged in "
+                                                 "currently. Some process may have forced a logout in LoggedIn event handler.").arg(name));
+            return false;
+        }
+    }
+    return true;
+}
+
+void EventDispatcher::callObserver(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto) {
+    try {
+        callOperation(observer, event, consumerKey, veto);
+    } catch (const std::exception& exception) {
+        m_logger->error(QStringLiteral("An observer threw an exception in event %1: %2")
+                            .arg(eventName(event), QString::fromLocal8Bit(exception.what())));
+    } catch (...) {
+        m_logger->error(QStringLiteral("An observer threw an exception in event %1").arg(eventName(event)));
+    }
+}
+
+} // namespace Velquor::WebServices

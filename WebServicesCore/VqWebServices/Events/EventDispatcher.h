@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Events/ObserverRegistry.h"
+#include "Events/WebServicesEvent.h"
+#include "VqLog/ILogger.h"
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// Calls the observers of this process for an event, one after the other.
+///
+/// Thread: that of the login session. Owner: the login session. Errors: what an observer throws is caught and logged, and the
+/// others are served.
+class EventDispatcher {
+public:
+    using Event = WebServicesPrivateCore::WebServicesEvent;
+
+    /// `isLoggedIn` tells whether the user is signed in at the moment it is called.
+    EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn);
+
+    [[nodiscard]] ObserverRegistry& observers() { return m_observers; }
+
+    /// `veto` is for `AboutToLogout` and becomes true when an observer wishes it; it may be null. Returns false when the
+    /// delivery was broken off since an observer of `LoggedIn` signed the user out.
+    bool callObservers(Event event, const QString& consumerKey, bool* veto);
+
+private:
+    void callObserver(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto);
+
+    const std::shared_ptr<Log::ILogger> m_logger;
+    const std::function<bool()> m_isLoggedIn;
+    ObserverRegistry m_observers;
+};
+
+} // namespace Velquor::WebServices

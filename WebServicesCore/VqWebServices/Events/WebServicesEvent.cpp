@@ -1,0 +1,30 @@
+#include "Events/WebServicesEvent.h"
+
+namespace WebServicesPrivateCore {
+
+QString eventName(WebServicesEvent event) {
+    switch (event) {
+    case WebServicesEvent::AccountCreated: return QStringLiteral("AccountCreated");
+    case WebServicesEvent::LoggedIn: return QStringLiteral("LoggedIn");
+    case WebServicesEvent::LoginRestored: return QStringLiteral("LoginRestored");
+    case WebServicesEvent::LoggedOut: return QStringLiteral("LoggedOut");
+    case WebServicesEvent::TokenRefreshed: return QStringLiteral("TokenRefreshed");
+    case WebServicesEvent::AboutToLogout: return QStringLiteral("AboutToLogout");
+    case WebServicesEvent::LoggingOut: return QStringLiteral("LoggingOut");
+    case WebServicesEvent::ServerChanged: return QStringLiteral("ServerChanged");
+    case WebServicesEvent::OAuth2TokenRefreshed: return QStringLiteral("OAuth2TokenRefreshed");
+    case WebServicesEvent::TokenAcquired: return QStringLiteral("TokenAcquired");
+    case WebServicesEvent::TokenAvailable: return QStringLiteral("TokenAvailable");
+    case WebServicesEvent::OAuth2Enabled: return QStringLiteral("OAuth2Enabled");
+    case WebServicesEvent::OAuth2Disabled: return QStringLiteral("OAuth2Disabled");
+    case WebServicesEvent::OAuth2TokenAcquired: return QStringLiteral("OAuth2TokenAcquired");
+    case WebServicesEvent::OAuth2TokenAvailable: return QStringLiteral("OAuth2TokenAvailable");
+    case WebServicesEvent::OAuth2TokenDiscarded: return QStringLiteral("OAuth2TokenDiscarded");
+    case WebServicesEvent::TokenQueryFailed: return QStringLiteral("TokenQueryFailed");
+    case WebServicesEvent::OAuth2TokenQueryFailed: return QStringLiteral("OAuth2TokenQueryFailed");
+    case WebServicesEvent::LoginDialogTimeoutInVqSSOServer: return QStringLiteral("LoginDialogTimeoutInVqSSOServer");
+    }
+    return {};
+}
+
+} // namespace WebServicesPrivateCore

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The file that a download is streamed into: a temporary file beside the target, which takes the target's place when
+/// all of it has arrived. The temporary file never outlives this object.
+///
+/// Thread: that of the operation. Owner: the operation. Errors: false, or a text for the operation's message.
+class DownloadFile final {
+public:
+    explicit DownloadFile(const QString& targetPath);
+    ~DownloadFile();
+    Q_DISABLE_COPY_MOVE(DownloadFile)
+
+    [[nodiscard]] QString temporaryPath() const { return m_temporary.fileName(); }
+
+    /// Opens the temporary file, emptied, when it is not open yet.
+    [[nodiscard]] bool open();
+    [[nodiscard]] bool append(const QByteArray& data);
+
+    /// Puts the temporary file in the target's place if it has the expected size. Empty on success.
+    [[nodiscard]] QString complete(qint64 expectedSize);
+
+    /// Closes and removes what is there of the temporary file.
+    void discard();
+
+private:
+    [[nodiscard]] bool removeTarget();
+
+    QString m_targetPath;
+    QFile m_temporary;
+};
+
+} // namespace Velquor::WebServices

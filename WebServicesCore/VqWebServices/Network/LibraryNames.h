@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// File name of the SSL library that products install beside this library.
+[[nodiscard]] inline QString sslLibraryFileName() {
+    return QStringLiteral("libssl-Vq-1_1-x64.dll");
+}
+
+/// File name of the crypto library that products install beside this library.
+[[nodiscard]] inline QString cryptoLibraryFileName() {
+    return QStringLiteral("libcrypto-Vq-1_1-x64.dll");
+}
+
+} // namespace Velquor::WebServices

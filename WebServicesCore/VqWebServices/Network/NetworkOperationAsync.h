@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Network/ICancelController.h"
+#include "Network/OperationResult.h"
+#include "VqLog/ILogger.h"
+
+#include <QAtomicInt>
+#include <QMutex>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QObject>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+class NetworkOperation;
+class NetworkOperationThread;
+
+/// Runs a NetworkOperation on a worker thread of its own, so that the thread that asks is never blocked.
+///
+/// Thread: lives on its owner's thread and tells it the end there; result, message and reply may be read on any. Owner:
+/// whoever asks; destroying it while it runs cancels, still tells the end once, and joins the worker thread. Errors: as
+/// of NetworkOperation. The reply that RequestFinished hands out stays owned by this object.
+class NetworkOperationAsync final : public QObject {
+    Q_OBJECT
+
+public:
+    /// A GET without a time-out; with setDownloadFile() its body goes into a file.
+    NetworkOperationAsync(const QNetworkRequest& request, std::shared_ptr<Log::ILogger> logger);
+    /// A request with a body and a time-out of 60000 ms.
+    NetworkOperationAsync(const QNetworkRequest& request, const QString& verb, const QByteArray& body,
+                          std::shared_ptr<Log::ILogger> logger);
+    ~NetworkOperationAsync() override;
+    Q_DISABLE_COPY_MOVE(NetworkOperationAsync)
+
+    /// These take effect with the next Start().
+    void setDownloadFile(const QString& path) { m_downloadToFile = path; }
+    void setTimeout(int timeoutInMsec) { m_timeoutInMsec = timeoutInMsec; }
+    void setCancelController(std::shared_ptr<ICancelController> controller);
+
+    /// True also when it is running already; false when the system gives no thread, and RequestFinished follows then
+    /// too.
+    bool Start();
+
+    [[nodiscard]] OperationResult result() const;
+    [[nodiscard]] QString errorMessage() const;
+    [[nodiscard]] QNetworkReply* reply() const;
+    [[nodiscard]] QByteArray requestBody() const { return m_body; }
+    [[nodiscard]] QString verb() const { return m_verb; }
+
+Q_SIGNALS:
+    void DownloadProgress(QNetworkReply* reply, qint64 done, qint64 total);
+    void RequestFinished(QNetworkReply* reply);
+    void StartOperation(QNetworkRequest request, QString downloadToFile, QThread* pThreadToExit);
+    void StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec,
+                        QThread* pThreadToExit);
+    void AbortOperation();
+
+public Q_SLOTS:
+    void RequestFinishedSlot();
+
+private:
+    void connectOperation();
+    [[nodiscard]] bool startThread();
+    void joinThread();
+    void takeOutcome();
+
+    bool m_hasBody = false;
+    QNetworkRequest m_request;
+    std::shared_ptr<Log::ILogger> m_logger;
+    QString m_downloadToFile;
+    QString m_verb = QStringLiteral("GET");
+    QByteArray m_body;
+    int m_timeoutInMsec = -1;
+    std::shared_ptr<ICancelController> m_cancelController;
+    std::unique_ptr<QNetworkReply> m_reply;
+    OperationResult m_result = OperationResult::NotFinished;
+    QString m_errorMessage;
+    NetworkOperation* m_operation = nullptr; ///< lives on the worker thread and is deleted when that ends
+    std::unique_ptr<NetworkOperationThread> m_thread;
+    bool m_aborted = false;
+    QAtomicInt m_finished;
+    mutable QMutex m_mutex;
+};
+
+} // namespace Velquor::WebServices

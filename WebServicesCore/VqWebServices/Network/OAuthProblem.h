@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+class QNetworkReply;
+
+namespace Velquor::WebServices {
+
+/// What the server says about a refused request in the headers of its reply. Plain value; a missing header is empty.
+struct OAuthProblem {
+    QString problem;
+    QString additionalInfo;
+    QString parametersAbsent;
+    QString reasonPhrase;
+};
+
+/// The problem that a reply reports; empty for no reply. Thread: that of the reply.
+[[nodiscard]] OAuthProblem oauthProblem(const QNetworkReply* reply);
+
+/// The problem as a text that follows an error text directly; empty when the server reported none. Thread: any.
+[[nodiscard]] QString oauthProblemText(const OAuthProblem& problem);
+
+} // namespace Velquor::WebServices

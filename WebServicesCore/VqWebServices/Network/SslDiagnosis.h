@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+class QNetworkReply;
+
+namespace Velquor::WebServices {
+
+/// The SSL libraries that a process has loaded. Plain value.
+struct SslLibraryFacts {
+    QString version;
+    QString sslPath;
+    QString sslFileVersion;
+    QString cryptoPath;
+    QString cryptoFileVersion;
+};
+
+/// Why a request failed when the SSL libraries could not be loaded; empty when the reply shows another failure.
+/// Thread: that of the reply.
+[[nodiscard]] QString sslDiagnosis(const QNetworkReply* reply);
+
+/// The version line of the loaded SSL libraries. Thread: any.
+[[nodiscard]] QString sslVersionLine(const SslLibraryFacts& facts);
+
+} // namespace Velquor::WebServices

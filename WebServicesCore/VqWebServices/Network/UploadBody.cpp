@@ -1,0 +1,29 @@
+#include "Network/UploadBody.h"
+
+#include <cstring>
+
+namespace Velquor::WebServices {
+
+UploadBody::UploadBody(const QByteArray& body)
+    : m_body(body) {
+    open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+}
+
+bool UploadBody::seek(qint64 position) {
+    return position == m_given && QIODevice::seek(position);
+}
+
+qint64 UploadBody::readData(char* data, qint64 maximalSize) {
+    const qint64 amount = qMin(maximalSize, m_body.size() - m_given);
+    if (amount <= 0)
+        return m_given < m_body.size() ? 0 : -1;
+    std::memcpy(data, m_body.constData() + m_given, static_cast<size_t>(amount));
+    m_given += amount;
+    return amount;
+}
+
+qint64 UploadBody::writeData(const char*, qint64) {
+    return -1;
+}
+
+} // namespace Velquor::WebServices

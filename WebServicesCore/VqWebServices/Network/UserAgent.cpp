@@ -1,0 +1,38 @@
+#include "Network/UserAgent.h"
+
+#include <QMutex>
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+namespace {
+
+struct SharedText {
+    QMutex mutex;
+    QString text;
+};
+
+SharedText& shared() {
+    static SharedText instance;
+    return instance;
+}
+
+} // namespace
+
+QString userAgent() {
+    SharedText& agent = shared();
+    const QMutexLocker lock(&agent.mutex);
+    return agent.text;
+}
+
+void setUserAgent(const QString& text) {
+    QString clean;
+    for (const QChar c : text) {
+        if (c.category() != QChar::Other_Control)
+            clean.append(c);
+    }
+    SharedText& agent = shared();
+    const QMutexLocker lock(&agent.mutex);
+    agent.text = clean;
+}
+
+} // namespace Velquor::WebServices

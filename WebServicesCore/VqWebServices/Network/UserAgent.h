@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The User-Agent text of this process, sent with every request that names none of its own; empty before start-up.
+/// Thread: any.
+[[nodiscard]] QString userAgent();
+
+/// Sets the text once at start-up. Control characters are dropped, since the text becomes a header line. Thread: any.
+void setUserAgent(const QString& text);
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,46 @@
+#include "Session/AccountExchange.h"
+
+namespace Velquor::WebServices {
+
+namespace {
+constexpr int timeoutMs = 60000;
+}
+
+AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys,
+                               const OAuth::Parameters& parameters) {
+    AccountReply reply;
+    QNetworkRequest request;
+    reply.isSigned = signGet(services, url, keys, request, parameters);
+    if (reply.isSigned)
+        reply.outcome = runGet(request, timeoutMs, services.networkLogger);
+    return reply;
+}
+
+QString AccountReply::errorText() const {
+    if (outcome.result != OperationResult::Success && outcome.reply.status == 200)
+        return outcome.message;
+    return outcome.reply.errorText.isEmpty() ? outcome.message : outcome.reply.errorText;
+}
+
+QString AccountReply::problemText() const {
+    QString text = outcome.reply.problemText;
+    for (const QString& more : {outcome.reply.clockMessage, outcome.reply.sslMessage}) {
+        if (!more.isEmpty())
+            text += QStringLiteral(". ") + more;
+    }
+    return text;
+}
+
+LoginErrorEx AccountReply::loginError() const {
+    if (!isSigned)
+        return LoginErrorEx::SigningFailed;
+    if (!outcome.reply.sslMessage.isEmpty() || outcome.reply.networkError == QNetworkReply::SslHandshakeFailedError)
+        return LoginErrorEx::NoSecureConnection;
+    if (outcome.reply.clockKind != ClockKind::None)
+        return LoginErrorEx::WrongSystemTime;
+    if (outcome.reply.isNull || outcome.reply.status == 0 || outcome.result == OperationResult::Canceled)
+        return LoginErrorEx::NoReply;
+    return outcome.reply.status == 200 && outcome.result == OperationResult::Success ? LoginErrorEx::InvalidReply : LoginErrorEx::Refused;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Network/RunGet.h"
+#include "Session/SessionServices.h"
+#include "Session/SignedRequest.h"
+
+#include <VqWebServices/LoginError.h>
+
+namespace Velquor::WebServices {
+
+/// How a signed exchange with the account server ended. A plain value.
+struct AccountReply {
+    bool isSigned = false; ///< False: the request could not be signed and was not sent.
+    ExchangeOutcome outcome;
+
+    [[nodiscard]] const ReplySnapshot& reply() const { return outcome.reply; }
+    [[nodiscard]] bool hasStatus200() const {
+        return isSigned && !outcome.reply.isNull && outcome.reply.status == 200 && outcome.result == OperationResult::Success;
+    }
+
+    /// What went wrong, in the words of the HTTP and network error; a reply that was cut or cancelled says so.
+    [[nodiscard]] QString errorText() const;
+    /// What the server, the clock or the TLS library has to say about it; follows `errorText` directly, may be empty.
+    [[nodiscard]] QString problemText() const;
+    /// The reason for the products.
+    [[nodiscard]] LoginErrorEx loginError() const;
+    /// The exchange for the log, without any secret.
+    [[nodiscard]] QString dump() const { return outcome.reply.dump.join(QLatin1Char('\n')); }
+};
+
+/// Signs a GET and waits for its reply, at most 60 seconds. Thread: any.
+[[nodiscard]] AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys,
+                                             const OAuth::Parameters& parameters = {});
+
+} // namespace Velquor::WebServices

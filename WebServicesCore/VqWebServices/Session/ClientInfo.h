@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QMap>
+#include <QString>
+#include <VqWebServices/WebServicesConfiguration.h>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// The process and product behind a client.
+struct ClientIdentity {
+    QString clientKey; ///< The consumer key, or the process id for the default client of a process.
+    qint64 processId = 0;
+    QString productName;
+    QString productExeFile;
+};
+
+using ConfigurationPointer = std::shared_ptr<const WebServicesConfiguration>;
+
+/// One registered product: who it is, and its configuration for each server.
+///
+/// Thread: under the clients lock. Owner: the client registry.
+class ClientInfo {
+public:
+    explicit ClientInfo(ClientIdentity identity);
+
+    [[nodiscard]] const ClientIdentity& identity() const { return m_identity; }
+
+    /// The client's name in all texts about clients: the product's name, else the executable and the process id.
+    [[nodiscard]] QString displayName() const;
+
+    void setConfiguration(const ConfigurationPointer& configuration);
+    [[nodiscard]] ConfigurationPointer configuration(int server) const { return m_configurations.value(server); }
+    [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
+
+private:
+    const ClientIdentity m_identity;
+    QMap<int, ConfigurationPointer> m_configurations;
+};
+
+} // namespace Velquor::WebServices

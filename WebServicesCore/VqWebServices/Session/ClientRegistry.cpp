@@ -1,0 +1,86 @@
+#include "Session/ClientRegistry.h"
+
+#include <QMutexLocker>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+ClientRegistry::ClientRegistry(std::shared_ptr<Log::ILogger> logger)
+    : m_logger(std::move(logger)) {}
+
+void ClientRegistry::add(const ClientIdentity& identity) {
+    const QString name = ClientInfo(identity).displayName();
+    m_logger->information(QStringLiteral("Adding client %1").arg(name));
+    const QMutexLocker lock(&m_mutex);
+    if (!m_clients.contains(identity.clientKey)) {
+        m_logger->debug(QStringLiteral("Creating client info object for product %1").arg(name));
+        m_clients.insert(identity.clientKey, std::make_shared<ClientInfo>(identity));
+    }
+    m_logger->information(QStringLiteral("Added client %1. Clients (%2):%3").arg(name).arg(m_clients.size()).arg(describeAll()));
+}
+
+void ClientRegistry::remove(const QString& clientKey) {
+    const QString name = displayName(clientKey);
+    const QMutexLocker lock(&m_mutex);
+    if (m_clients.contains(clientKey)) {
+        m_logger->debug(QStringLiteral("Deleting product info and all configurations"));
+        m_clients.remove(clientKey);
+    }
+    m_logger->information(QStringLiteral("Removed client %1. Clients (%2):%3").arg(name).arg(m_clients.size()).arg(describeAll()));
+}
+
+QString ClientRegistry::describeAll() const {
+    QStringList names;
+    for (const auto& client : m_clients)
+        names += client->displayName();
+    return names.isEmpty() ? QString() : QLatin1Char(' ') + names.join(QStringLiteral(", "));
+}
+
+bool ClientRegistry::contains(const QString& clientKey) const {
+    const QMutexLocker lock(&m_mutex);
+    return m_clients.contains(clientKey);
+}
+
+QString ClientRegistry::displayName(const QString& clientKey) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client ? client->displayName() : QStringLiteral("(unknown client)");
+}
+
+ClientIdentity ClientRegistry::identity(const QString& clientKey) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client ? client->identity() : ClientIdentity();
+}
+
+bool ClientRegistry::setConfiguration(const QString& clientKey, const ConfigurationPointer& configuration) {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    if (client)
+        client->setConfiguration(configuration);
+    return client != nullptr;
+}
+
+ConfigurationPointer ClientRegistry::configuration(const QString& clientKey, int server) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client ? client->configuration(server) : ConfigurationPointer();
+}
+
+bool ClientRegistry::hasAnyConfiguration(const QString& clientKey) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client && client->hasConfigurations();
+}
+
+QStringList ClientRegistry::configuredFor(int server) const {
+    const QMutexLocker lock(&m_mutex);
+    QStringList keys;
+    for (const auto& client : m_clients) {
+        if (client->configuration(server))
+            keys += client->identity().clientKey;
+    }
+    return keys;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Session/ClientInfo.h"
+#include "VqLog/ILogger.h"
+
+#include <QMap>
+#include <QRecursiveMutex>
+#include <QStringList>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// The registered clients of this process, by client key.
+///
+/// Thread: any (its own lock, taken after the login session lock). Owner: the login session.
+class ClientRegistry {
+public:
+    explicit ClientRegistry(std::shared_ptr<Log::ILogger> logger);
+
+    /// Registers a client; one that is registered already is left as it is.
+    void add(const ClientIdentity& identity);
+    void remove(const QString& clientKey);
+
+    [[nodiscard]] bool contains(const QString& clientKey) const;
+    /// The client's name in log texts; an unknown client is named as such.
+    [[nodiscard]] QString displayName(const QString& clientKey) const;
+    [[nodiscard]] ClientIdentity identity(const QString& clientKey) const;
+
+    /// False when the client is not registered.
+    bool setConfiguration(const QString& clientKey, const ConfigurationPointer& configuration);
+    /// Null when there is none.
+    [[nodiscard]] ConfigurationPointer configuration(const QString& clientKey, int server) const;
+    [[nodiscard]] bool hasAnyConfiguration(const QString& clientKey) const;
+    /// The keys of the clients that have a configuration for the server.
+    [[nodiscard]] QStringList configuredFor(int server) const;
+
+private:
+    [[nodiscard]] QString describeAll() const;
+
+    const std::shared_ptr<Log::ILogger> m_logger;
+    mutable QRecursiveMutex m_mutex;
+    QMap<QString, std::shared_ptr<ClientInfo>> m_clients;
+};
+
+} // namespace Velquor::WebServices

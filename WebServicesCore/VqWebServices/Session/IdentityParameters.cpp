@@ -1,0 +1,30 @@
+#include "Session/IdentityParameters.h"
+
+#include "Signing/VqOAuthWrapper.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+QUrl withIdentity(const QUrl& url, const WebServicesConfigurationImp& configuration) {
+    const QPair<const char*, QString> fields[] = {
+        {"x_oauth_vlqr_serial_number", configuration.serialNumber},
+        {"x_oauth_vlqr_product_line_code", configuration.productLineCode},
+        {"x_upi_release", configuration.upiRelease},
+        {"x_upi_master", configuration.upiMaster},
+        {"x_upi_build", configuration.upiBuild},
+        {"x_feature_name", configuration.featureName},
+        {"x_feature_version", configuration.featureVersion},
+    };
+    QByteArray query;
+    for (const auto& field : fields) {
+        if (field.second.isEmpty())
+            continue;
+        if (!query.isEmpty())
+            query += '&';
+        query += field.first;
+        query += '=' + QUrl::toPercentEncoding(field.second);
+    }
+    return query.isEmpty() ? url : OAuth::withParameters(url, query);
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QUrl>
+
+namespace Velquor::WebServices {
+
+class WebServicesConfigurationImp;
+
+/// The URL with the identity of the product in its query: serial number, product line, release and feature, each only when it is
+/// not empty. Thread: any.
+[[nodiscard]] QUrl withIdentity(const QUrl& url, const WebServicesConfigurationImp& configuration);
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,263 @@
+#include "Session/LoginSession.h"
+
+#include "Session/LoginCookies.h"
+#include "Session/LoginStateLoader.h"
+#include "Session/LoginStateSaver.h"
+#include "Session/SignOutFlow.h"
+#include "Values/WebServicesConfigurationImp.h"
+#include "VqUtil/Platform/HostProcess.h"
+
+#include <QMutexLocker>
+#include <QThread>
+
+namespace Velquor::WebServices {
+
+LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self)
+    : m_core(services)
+    , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
+    , m_logger(*services.logger) {
+    qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
+    connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
+    AddClient(self);
+}
+
+LoginSession::~LoginSession() {
+    m_logger.information(QStringLiteral("LoginSession destructor"));
+    m_core.products.clear();
+}
+
+bool LoginSession::AddClient(const ClientIdentity& identity) {
+    const QMutexLocker lock(&m_core.lock);
+    m_core.clients.add(identity);
+    return true;
+}
+
+bool LoginSession::RemoveClient(const QString& clientKey) {
+    const QMutexLocker lock(&m_core.lock);
+    const QString name = m_core.clients.displayName(clientKey);
+    m_logger.information(QStringLiteral("Removing client %1").arg(name));
+    const QString productKey = m_core.productKey(clientKey);
+    const Server server = m_core.currentServer();
+    if (!productKey.isEmpty() && m_core.products.find(productKey, server)) {
+        m_logger.information(QStringLiteral("Deleting product login session for product %1, server %2").arg(name, serverName(server)));
+        m_core.products.remove(productKey, server);
+    }
+    m_core.clients.remove(clientKey);
+    return true;
+}
+
+ConfigurationPointer LoginSession::configuration(const QString& clientKey) const {
+    return m_core.clients.configuration(clientKey, m_core.currentServer());
+}
+
+bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
+    const auto copy = std::make_shared<const WebServicesConfiguration>(configuration);
+    if (clientKey.isEmpty() || !WebServicesConfigurationImp::of(*copy).isValid()) {
+        m_logger.error(QStringLiteral("Failed to set configuration. The client key, the consumer key or the consumer secret is empty, or the "
+                                      "server is not valid."));
+        return false;
+    }
+    const QMutexLocker lock(&m_core.lock);
+    const QString server = serverName(copy->GetServer());
+    if (!m_core.clients.contains(clientKey)) {
+        m_logger.error(QStringLiteral("Failed to set configuration for %1 server. Client info not found for client key %2.").arg(server, clientKey));
+        return false;
+    }
+    m_logger.information(QStringLiteral("Setting configuration for %1 server").arg(server));
+    m_core.clients.setConfiguration(clientKey, copy);
+    QString skipped;
+    if (copy->GetServer() != m_core.currentServer())
+        skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since current server is %2.")
+                      .arg(server, serverName(m_core.currentServer()));
+    else if (!m_core.isRestored())
+        skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since login state is not yet restored.").arg(server);
+    else if (!m_core.isLoggedIn())
+        skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since not logged in currently.").arg(server);
+    if (!skipped.isEmpty()) {
+        m_logger.information(skipped);
+        return true;
+    }
+    LoginStateLoader(m_core).loadProduct(clientKey);
+    m_logger.information(QStringLiteral("creating product login session if login is already restored and currently logged in."));
+    m_core.configuredProduct(clientKey);
+    return true;
+}
+
+bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool persist) {
+    if (!m_core.isRestored() && !persist) {
+        m_core.setCurrentServer(server);
+        return true;
+    }
+    if (!m_core.isRestored())
+        RestoreLogin(clientKey, false);
+    const Server before = m_core.currentServer();
+    if (server == before)
+        return true;
+    m_logger.information(QStringLiteral("Changing server from %1 to %2").arg(serverName(before), serverName(server)));
+    if (isRealServer(before) && m_core.isLoggedIn()) {
+        m_logger.information(QStringLiteral("Currently logged in to %1 server. Logging out from this server to change server to %2.")
+                                 .arg(serverName(before), serverName(server)));
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        if (!Logout(clientKey, error, true)) {
+            m_logger.error(QStringLiteral("Failed to change server from %1 to %2. Failed to logout from current server.")
+                               .arg(serverName(before), serverName(server)));
+            return false;
+        }
+    }
+    {
+        const QMutexLocker lock(&m_core.lock);
+        m_core.setCurrentServer(server);
+        if (persist)
+            LoginStateSaver(m_core).save();
+    }
+    RaiseEvent(Event::ServerChanged, clientKey);
+    m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
+    return true;
+}
+
+Server LoginSession::currentServer() {
+    if (!m_core.isRestored()) {
+        const QMutexLocker lock(&m_core.lock);
+        LoginStateLoader(m_core).loadBasic();
+    }
+    return m_core.currentServer();
+}
+
+bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
+    {
+        const QMutexLocker lock(&m_core.lock);
+        if (m_core.isRestored() && !force) {
+            if (!LoginStateLoader(m_core).loadProduct(clientKey))
+                m_logger.information(QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
+            m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));
+            return true;
+        }
+        m_logger.information(QStringLiteral("Restoring login state for all products"));
+        LoginStateLoader(m_core).loadAll(true);
+        const Server server = m_core.currentServer();
+        if (!isRealServer(server))
+            return false;
+        const QStringList configured = m_core.clients.configuredFor(server);
+        for (const QString& key : configured) {
+            if (m_core.isLoggedIn(key))
+                m_core.configuredProduct(key);
+        }
+        m_core.setRestored();
+    }
+    RaiseEvent(Event::LoginRestored, clientKey);
+    m_logger.information(QStringLiteral("Login restored for all products"));
+    return true;
+}
+
+InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
+    catchUp();
+    const QMutexLocker lock(&m_core.lock);
+    return SignInFlow(m_core).initiate(clientKey, ldapDomainKey);
+}
+
+int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies) {
+    catchUp();
+    int code = LoginCode::exchangeFailed;
+    {
+        const QMutexLocker lock(&m_core.lock);
+        code = SignInFlow(m_core).complete(clientKey, cookies);
+    }
+    if (code == LoginCode::success)
+        RaiseEvent(Event::LoggedIn, clientKey);
+    return code;
+}
+
+bool LoginSession::InitiateLogout(const QString& clientKey, QString& url, NetworkCookieJar& cookies) {
+    catchUp();
+    if (!SignOutFlow(m_core).begin())
+        return false;
+    if (isLogoutVetoed(clientKey)) {
+        m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
+        return false;
+    }
+    const QMutexLocker lock(&m_core.lock);
+    return SignOutFlow(m_core).makeLogoutUrl(clientKey, url, cookies);
+}
+
+bool LoginSession::CompleteLogout(const QString& clientKey) {
+    {
+        const QMutexLocker lock(&m_core.lock);
+        if (!SignOutFlow(m_core).complete())
+            return false;
+    }
+    RaiseEvent(Event::LoggedOut, clientKey);
+    return true;
+}
+
+bool LoginSession::isCompanionLoaded() const { return !Util::loadedModulePath(QStringLiteral("VqWebServicesUI.dll")).isEmpty(); }
+
+bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force) {
+    error = QNetworkReply::NoError;
+    const QString user = m_core.basic().userName;
+    m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
+    if (isCompanionLoaded() && !force) {
+        m_logger.error(QStringLiteral("Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout "
+                                      "instead of WebServicesManager::Logout."));
+        return false;
+    }
+    QString url;
+    NetworkCookieJar cookies;
+    if (!InitiateLogout(clientKey, url, cookies)) {
+        m_logger.error(QStringLiteral("Aborting logout. Failed to initiate logout."));
+        return false;
+    }
+    {
+        const QMutexLocker lock(&m_core.lock);
+        error = SignOutFlow(m_core).invalidateToken();
+    }
+    if (!CompleteLogout(clientKey))
+        return false;
+    m_logger.information(QStringLiteral("Logged out user %1 successfully in this process (using REST)").arg(user));
+    return true;
+}
+
+QByteArray LoginSession::SignRequest(const QString& clientKey, const SigningOrder& order) {
+    catchUp();
+    return RequestSigning(m_core).SignRequest(clientKey, order);
+}
+
+bool LoginSession::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret) {
+    catchUp();
+    return RequestSigning(m_core).GetAccessToken(clientKey, checkExpiry, token, secret);
+}
+
+bool LoginSession::isLoggedIn(const QString& clientKey) {
+    catchUp();
+    return m_core.isLoggedIn(clientKey);
+}
+
+bool LoginSession::isLoginValid(const QString& clientKey) {
+    catchUp();
+    return m_core.isLoginValid(clientKey);
+}
+
+bool LoginSession::isLoginExpired() {
+    catchUp();
+    return m_core.isLoginExpired();
+}
+
+BasicLoginState LoginSession::basicState() {
+    if (!m_core.isRestored()) {
+        const QMutexLocker lock(&m_core.lock);
+        LoginStateLoader(m_core).loadBasic();
+    }
+    catchUp();
+    return m_core.basic();
+}
+
+ProductTokens LoginSession::tokens(const QString& clientKey) {
+    catchUp();
+    const ProductSessionPointer product = m_core.product(clientKey);
+    return product ? product->tokens() : ProductTokens();
+}
+
+NetworkCookieJar LoginSession::loginCookies() {
+    return decryptCookies(basicState().loginCookies, *m_core.services.cryptor, m_logger);
+}
+
+} // namespace Velquor::WebServices

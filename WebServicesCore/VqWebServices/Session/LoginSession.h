@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Events/EventDispatcher.h"
+#include "Session/RequestSigning.h"
+#include "Session/SessionCore.h"
+#include "Session/SignInFlow.h"
+
+#include <QNetworkReply>
+#include <QObject>
+#include <VqWebServices/NetworkCookieJar.h>
+
+namespace Velquor::WebServices {
+
+/// The signed-in state of every product in this process: the owner of the state, and the door to the classes that work on it.
+///
+/// Thread: lives on the thread that initialized the library, on which observers are called; its operations may be called from any
+/// thread. Owner: the runtime. Errors: results and log lines. Observers are called with no lock held.
+class LoginSession : public QObject {
+    Q_OBJECT
+
+public:
+    using Event = WebServicesPrivateCore::WebServicesEvent;
+
+    /// Registers the process itself as a client.
+    LoginSession(const SessionServices& services, const ClientIdentity& self);
+    ~LoginSession() override;
+
+    bool AddClient(const ClientIdentity& identity);
+    bool RemoveClient(const QString& clientKey);
+
+    /// Registers or replaces a client's configuration for the configuration's server. False for an empty client key, an unknown client, a
+    /// configuration without consumer key or secret, or one for no real server.
+    bool SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration);
+    /// The client's configuration for the current server; null when there is none.
+    [[nodiscard]] ConfigurationPointer configuration(const QString& clientKey) const;
+
+    /// Signs out of the current server when a user is signed in there. `persist` writes the change to the file.
+    bool ChangeServer(const QString& clientKey, Server server, bool persist);
+    /// The current server, read from the file when the login is not restored yet.
+    [[nodiscard]] Server currentServer();
+
+    bool RestoreLogin(const QString& clientKey, bool force);
+
+    [[nodiscard]] InitiatedLogin InitiateLogin(const QString& clientKey, const QString& ldapDomainKey);
+    /// A code of `LoginCode`.
+    [[nodiscard]] int CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies);
+    bool InitiateLogout(const QString& clientKey, QString& url, NetworkCookieJar& cookies);
+    bool CompleteLogout(const QString& clientKey);
+    /// The whole sign-out without a browser. `force`: also when the user-interface companion module is loaded.
+    bool Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force);
+
+    [[nodiscard]] QByteArray SignRequest(const QString& clientKey, const SigningOrder& order);
+    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret);
+
+    /// An empty client key asks for any product.
+    [[nodiscard]] bool isLoggedIn(const QString& clientKey);
+    [[nodiscard]] bool isLoginValid(const QString& clientKey);
+    [[nodiscard]] bool isLoginExpired();
+    [[nodiscard]] BasicLoginState basicState();
+    [[nodiscard]] ProductTokens tokens(const QString& clientKey);
+    [[nodiscard]] NetworkCookieJar loginCookies();
+    [[nodiscard]] QString ldapDomainKey() const { return m_core.ldapDomainKey(); }
+    [[nodiscard]] bool isClient(const QString& clientKey) const { return m_core.clients.contains(clientKey); }
+
+    [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
+
+signals:
+    void CallObserversTrigger(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
+
+private slots:
+    void CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
+
+private:
+    /// Takes over what another process has written to the file since it was last seen, and tells the observers.
+    void catchUp();
+    void applyFile();
+    void RaiseEvent(Event event, const QString& consumerKey);
+    [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
+    [[nodiscard]] bool isCompanionLoaded() const;
+
+    SessionCore m_core;
+    EventDispatcher m_dispatcher;
+    Log::ILogger& m_logger;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,100 @@
+// The part of the login session that hears of other processes and tells the observers.
+
+#include "Session/LoginSession.h"
+
+#include "Session/LoginStateLoader.h"
+
+#include <QMutexLocker>
+#include <QSemaphore>
+#include <QThread>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+namespace {
+// A main thread that is busy for longer does not get its say: the user asked to be signed out.
+constexpr int vetoTimeoutMs = 5000;
+} // namespace
+
+void LoginSession::catchUp() {
+    // One look at the file's stamp, since this runs before every operation; the file itself is read only when it has changed.
+    if (!m_core.isRestored() || m_core.file.currentStamp() == m_core.file.seenStamp())
+        return;
+    // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again.
+    if (!m_core.lock.try_lock())
+        return;
+    const BasicLoginState before = m_core.basic();
+    const bool wasLoggedIn = m_core.isLoggedIn();
+    applyFile();
+    const bool isLoggedIn = m_core.isLoggedIn();
+    const bool isSame = before.isSameSignIn(m_core.basic());
+    m_core.lock.unlock();
+    if (wasLoggedIn && (!isLoggedIn || !isSame))
+        RaiseEvent(Event::LoggedOut, QString());
+    if (isLoggedIn && (!wasLoggedIn || !isSame))
+        RaiseEvent(Event::LoggedIn, QString());
+}
+
+void LoginSession::applyFile() {
+    QString signedOutUser;
+    {
+        const LoginStateFile::Guard guard(m_core.file);
+        const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
+        if (!content.isRead())
+            return;
+        const QDomElement login = content.root().firstChildElement(QStringLiteral("LoginSession"));
+        const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
+        if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
+            signedOutUser = m_core.basic().userName;
+            m_core.forgetUser();
+        } else if (login.isNull()) {
+            // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
+            return;
+        }
+    }
+    if (!signedOutUser.isEmpty())
+        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(signedOutUser));
+    LoginStateLoader(m_core).loadAll(false);
+    const QStringList configured = m_core.clients.configuredFor(m_core.currentServer());
+    for (const QString& key : configured) {
+        if (m_core.isLoggedIn(key))
+            m_core.configuredProduct(key);
+    }
+}
+
+void LoginSession::RaiseEvent(Event event, const QString& consumerKey) {
+    m_logger.information(QStringLiteral("Raising web services event %1").arg(eventName(event)));
+    if (QThread::currentThread() == thread()) {
+        CallObserversSlot(event, consumerKey, nullptr);
+        return;
+    }
+    m_logger.information(QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
+                             .arg(eventName(event)));
+    emit CallObserversTrigger(event, consumerKey, nullptr);
+}
+
+void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout) {
+    m_dispatcher.callObservers(event, consumerKey, pAboutToLogout);
+}
+
+bool LoginSession::isLogoutVetoed(const QString& consumerKey) {
+    m_logger.information(QStringLiteral("Raising web services event %1").arg(eventName(Event::AboutToLogout)));
+    if (QThread::currentThread() == thread()) {
+        bool veto = false;
+        CallObserversSlot(Event::AboutToLogout, consumerKey, &veto);
+        return veto;
+    }
+    // Shared, since the main thread may answer after this thread has stopped waiting.
+    struct Answer {
+        QSemaphore given;
+        bool veto = false;
+    };
+    const auto answer = std::make_shared<Answer>();
+    QMetaObject::invokeMethod(this, [this, consumerKey, answer] {
+        CallObserversSlot(Event::AboutToLogout, consumerKey, &answer->veto);
+        answer->given.release();
+    }, Qt::QueuedConnection);
+    return answer->given.tryAcquire(1, vetoTimeoutMs) && answer->veto;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+
+#include <QRecursiveMutex>
+#include <QString>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// Takes the login session lock for one named operation and warns when the wait for it was unexpectedly long (5,000 ms or more).
+///
+/// Thread: that of the operation. Owner: the operation's stack.
+class LoginSessionLock {
+public:
+    LoginSessionLock(QRecursiveMutex& mutex, const QString& caller, std::shared_ptr<Log::ILogger> logger);
+    ~LoginSessionLock();
+    LoginSessionLock(const LoginSessionLock&) = delete;
+    LoginSessionLock& operator=(const LoginSessionLock&) = delete;
+
+private:
+    QRecursiveMutex& m_mutex;
+    const QString m_caller;
+    const std::shared_ptr<Log::ILogger> m_logger;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The signed-in user, shared by all products. Secrets are kept in their encrypted form. A plain value.
+struct BasicLoginState {
+    QByteArray clientId;       ///< Encrypted.
+    QByteArray ntUserName;     ///< Encrypted: the system user who saved the state.
+    QByteArray machineAddress; ///< Encrypted: the adapter addresses of the machine that saved the state, joined by "|".
+    QByteArray loginCookies;   ///< Encrypted; empty when there are none.
+    QString userName;
+    QString userId;
+    QString ldapDomainKey;
+    QDateTime loginDate;
+    QDateTime sessionExpiryDate; ///< Invalid: the session does not expire.
+
+    [[nodiscard]] bool hasUser() const { return !clientId.isEmpty(); }
+    [[nodiscard]] bool isExpired(const QDateTime& now) const { return sessionExpiryDate.isValid() && sessionExpiryDate < now; }
+    /// Two states of one sign-in; another sign-in has another date or another client id.
+    [[nodiscard]] bool isSameSignIn(const BasicLoginState& other) const;
+};
+
+/// The OAuth 1.0 tokens of one product, encrypted. A plain value.
+struct ProductTokens {
+    QByteArray accessToken;
+    QByteArray accessTokenSecret;
+    QByteArray sessionHandle;
+    QDateTime expiryDate;
+
+    [[nodiscard]] bool areComplete() const {
+        return !accessToken.isEmpty() && !accessTokenSecret.isEmpty() && !sessionHandle.isEmpty();
+    }
+    [[nodiscard]] bool areExpired(const QDateTime& now) const { return expiryDate.isValid() && expiryDate <= now; }
+};
+
+/// How a signed-in state in memory stands to the one in the file.
+enum class StateOrigin {
+    Same,             ///< The file holds this sign-in, or holds none and knows of no later sign-out.
+    SignedOutElsewhere, ///< Another process has signed this user out: the sign-out wins.
+    SignedInElsewhere,  ///< Another process has replaced this sign-in by a later one.
+};
+
+/// Dates in the file are whole seconds, so sign-in and sign-out are kept apart by a second: a sign-in is dated after the last
+/// sign-out, and a sign-out not before the sign-in that it ends.
+[[nodiscard]] QDateTime loginDateAfter(const QDateTime& now, const QDateTime& lastLogoutDate);
+[[nodiscard]] QDateTime logoutDateFor(const QDateTime& now, const QDateTime& loginDate);
+
+/// Compares the sign-in in memory with the file. `inFile` has no user when the file holds no sign-in.
+[[nodiscard]] StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginState& inFile, const QDateTime& logoutDateInFile);
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,132 @@
+#include "Session/LoginStateFile.h"
+
+#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Xml/BoundedXml.h"
+
+#include <QFileInfo>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr qint64 maximumFileSize = 1024 * 1024;
+// Many times what any process needs for one read and write; a process that was stopped inside must not stop the others for ever.
+constexpr int lockTimeoutMs = 10000;
+const auto semaphoreKey = QStringLiteral("VqWebServicesLoginStateSemaphore");
+const auto rootName = QStringLiteral("WebServices");
+
+} // namespace
+
+LoginStateFile::LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger)
+    : m_path(path)
+    , m_folder(QFileInfo(path).path())
+    , m_logger(std::move(logger)) {}
+
+LoginStateFile::Guard::Guard(LoginStateFile& file)
+    : m_file(file)
+    , m_lock(semaphoreKey, file.m_folder, file.m_logger) {
+    m_file.prepareFolder();
+    m_file.m_logger->information(QStringLiteral("Acquiring login state file lock"));
+    m_held = m_lock.acquire(lockTimeoutMs);
+    if (!m_held)
+        return;
+    m_file.m_logger->information(QStringLiteral("Acquired login state file lock"));
+    if (!std::exchange(m_file.m_cleaned, true))
+        Util::AtomicFile::removeStaleTemporaries(m_file.m_path);
+}
+
+LoginStateFile::Guard::~Guard() {
+    if (!m_held)
+        return;
+    m_lock.release();
+    m_file.m_logger->information(QStringLiteral("Released login state file lock"));
+}
+
+void LoginStateFile::prepareFolder() {
+    if (!Util::ensureOwnerOnlyFolder(m_folder))
+        m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file").arg(m_folder));
+}
+
+bool LoginStateFile::exists() const { return QFileInfo::exists(m_path); }
+
+Util::FileStamp LoginStateFile::currentStamp() const { return Util::fileStamp(m_path); }
+
+LoginStateFile::Content LoginStateFile::read() {
+    m_logger->information(QStringLiteral("Reading login state file"));
+    m_seen = currentStamp();
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileSize);
+    Content content;
+    content.error = file.error;
+    if (file.status == Util::AtomicFile::ReadResult::Status::Missing) {
+        content.status = Content::Status::Missing;
+        return content;
+    }
+    if (file.status == Util::AtomicFile::ReadResult::Status::Failed) {
+        m_logger->error(QStringLiteral("Failed to read file") + QStringLiteral(". %1").arg(file.error));
+        return content;
+    }
+    if (file.data.trimmed().isEmpty()) {
+        m_logger->error(QStringLiteral("File is empty"));
+        content.status = Content::Status::Empty;
+        return content;
+    }
+    Util::XmlResult parsed = Util::parseBoundedXml(file.data);
+    if (parsed.isValid() && parsed.document.documentElement().tagName() != rootName)
+        parsed.error = QStringLiteral("The document element is not %1").arg(rootName);
+    if (!parsed.isValid()) {
+        content.status = Content::Status::Damaged;
+        content.error = parsed.error;
+        m_logger->error(QStringLiteral("Failed to read login state file %1. %2. File contents:\n%3")
+                            .arg(m_path, parsed.error, QString::fromUtf8(file.data)));
+        return content;
+    }
+    content.status = Content::Status::Read;
+    content.document = parsed.document;
+    m_logger->information(QStringLiteral("Finished reading login state file successfully"));
+    return content;
+}
+
+QDomDocument LoginStateFile::readForSaving() {
+    const Content content = read();
+    switch (content.status) {
+    case Content::Status::Read:
+        return content.document;
+    case Content::Status::Damaged: {
+        const QString aside = Util::AtomicFile::setAside(m_path);
+        m_logger->error(QStringLiteral("The damaged login state file was set aside as %1").arg(aside));
+        return aside.isEmpty() ? QDomDocument() : newDocument();
+    }
+    case Content::Status::Missing:
+    case Content::Status::Empty:
+        return newDocument();
+    case Content::Status::Unreadable:
+        break;
+    }
+    return {};
+}
+
+QDomDocument LoginStateFile::newDocument() const {
+    QDomDocument document;
+    document.appendChild(document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
+    document.appendChild(document.createElement(rootName));
+    return document;
+}
+
+bool LoginStateFile::write(const QDomDocument& document) {
+    m_logger->information(QStringLiteral("Writing login state file"));
+    if (document.documentElement().isNull()) {
+        m_logger->error(QStringLiteral("Login state file is empty"));
+        return false;
+    }
+    QString error;
+    if (!Util::AtomicFile::write(m_path, document.toByteArray(2), &error)) {
+        m_logger->error(QStringLiteral("Failed to write login state file") + QStringLiteral(". %1").arg(error));
+        return false;
+    }
+    m_seen = currentStamp();
+    m_logger->information(QStringLiteral("Finished writing login state file successfully"));
+    return true;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/Ipc/CrossProcessLock.h"
+#include "VqUtil/Platform/FileAccess.h"
+
+#include <QDomDocument>
+#include <QString>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// The login state file "LoginState.xml" that all processes of the user share: reading it whole, writing it whole.
+///
+/// Thread: any, one at a time (the login session lock). Owner: the login session. Errors: log lines and the results below.
+/// Every read and write happens under a `Guard`; a guard is never held across a network exchange.
+class LoginStateFile {
+public:
+    LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
+
+    /// Holds the lock of the file between the processes while it lives, when it could be had.
+    class Guard {
+    public:
+        explicit Guard(LoginStateFile& file);
+        ~Guard();
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+        [[nodiscard]] bool isHeld() const { return m_held; }
+
+    private:
+        LoginStateFile& m_file;
+        Util::CrossProcessLock m_lock;
+        bool m_held = false;
+    };
+
+    struct Content {
+        enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
+        QDomDocument document;
+        QString error;
+
+        /// The document element "WebServices"; null unless the file was read.
+        [[nodiscard]] QDomElement root() const { return document.documentElement(); }
+        [[nodiscard]] bool isRead() const { return status == Status::Read; }
+    };
+
+    /// Reads the document. A missing file is no error.
+    [[nodiscard]] Content read();
+
+    /// The document to change for a save: the file's, or a new one when there is none or it is damaged (a damaged file is set
+    /// aside under another name). Null when the file exists and cannot be read for the moment: then nothing may be written.
+    [[nodiscard]] QDomDocument readForSaving();
+
+    [[nodiscard]] bool write(const QDomDocument& document);
+
+    [[nodiscard]] QString path() const { return m_path; }
+    [[nodiscard]] bool exists() const;
+
+    /// The stamp of the file now, and of the content that was last read or written through this object.
+    [[nodiscard]] Util::FileStamp currentStamp() const;
+    [[nodiscard]] Util::FileStamp seenStamp() const { return m_seen; }
+
+private:
+    void prepareFolder();
+    QDomDocument newDocument() const;
+
+    const QString m_path;
+    const QString m_folder;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    bool m_cleaned = false;
+    Util::FileStamp m_seen;
+};
+
+} // namespace Velquor::WebServices

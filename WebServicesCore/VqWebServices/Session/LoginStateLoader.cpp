@@ -1,0 +1,244 @@
+#include "Session/LoginStateLoader.h"
+
+#include "Session/LoginStateXml.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+namespace {
+
+const auto settingsName = QStringLiteral("Settings");
+const auto loginName = QStringLiteral("LoginSession");
+const auto productsName = QStringLiteral("Products");
+const auto productName = QStringLiteral("Product");
+const auto serverAttribute = QStringLiteral("Server");
+const auto keyAttribute = QStringLiteral("ProductKey");
+
+} // namespace
+
+BasicLoginState readBasicState(const QDomElement& login) {
+    BasicLoginState state;
+    state.clientId = LoginStateXml::secret(login, QStringLiteral("ClientId"));
+    state.ntUserName = LoginStateXml::secret(login, QStringLiteral("NTUserName"));
+    state.machineAddress = LoginStateXml::secret(login, QStringLiteral("MachineAddress"));
+    state.loginCookies = LoginStateXml::secret(login.firstChildElement(QStringLiteral("Cookies")), QStringLiteral("LoginCookies"));
+    state.userName = login.attribute(QStringLiteral("UserName"));
+    state.userId = login.attribute(QStringLiteral("UserId"));
+    state.ldapDomainKey = login.attribute(QStringLiteral("LdapDomainKey"));
+    state.loginDate = LoginStateXml::date(login, QStringLiteral("LoginDate"));
+    state.sessionExpiryDate = LoginStateXml::date(login, QStringLiteral("SessionExpiryDate"));
+    return state;
+}
+
+QDateTime readLogoutDate(const QDomElement& root) {
+    return LoginStateXml::date(root.firstChildElement(settingsName), QStringLiteral("LogoutDate"));
+}
+
+LoginStateLoader::LoginStateLoader(SessionCore& core)
+    : m_core(core)
+    , m_logger(*core.services.logger) {}
+
+bool LoginStateLoader::loadBasic() {
+    const QString path = m_core.file.path();
+    if (!m_core.file.exists()) {
+        m_logger.information(QStringLiteral("Can't load basic login state from file %1. File not found.").arg(path));
+        return false;
+    }
+    LoginStateFile::Content content;
+    {
+        const LoginStateFile::Guard guard(m_core.file);
+        if (guard.isHeld())
+            content = m_core.file.read();
+    }
+    if (!content.isRead()) {
+        m_logger.error(QStringLiteral("Failed to load basic login state from file %1. %2.").arg(path, content.error));
+        return false;
+    }
+    loadSettings(content.root(), true);
+    const QDomElement login = content.root().firstChildElement(loginName);
+    BasicLoginState state = m_core.basic();
+    state.userName = login.attribute(QStringLiteral("UserName"));
+    state.userId = login.attribute(QStringLiteral("UserId"));
+    state.sessionExpiryDate = LoginStateXml::date(login, QStringLiteral("SessionExpiryDate"));
+    m_core.setBasic(state);
+    m_logger.information(QStringLiteral("Loaded basic login state from file %1").arg(path));
+    return true;
+}
+
+void LoginStateLoader::loadAll(bool takeServer) {
+    const QString path = m_core.file.path();
+    if (!m_core.file.exists()) {
+        m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
+        return;
+    }
+    // Held to the end: a state that fails a check is deleted from the very document that was checked.
+    const LoginStateFile::Guard guard(m_core.file);
+    const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
+    if (!content.isRead())
+        return;
+    m_logger.information(QStringLiteral("Loading login state from file %1").arg(path));
+    loadSettings(content.root(), takeServer);
+    const QDomElement login = findLogin(content.root());
+    BasicLoginState state;
+    const Verdict verdict = login.isNull() ? Verdict::NoLogin : loadUser(login, state);
+    if (verdict == Verdict::Valid) {
+        m_core.setBasic(state);
+        loadProducts(login);
+        deleteInvalidProducts();
+        if (!m_core.products.hasTokens({}, m_core.currentServer())) {
+            m_logger.warning(QStringLiteral("No valid login state found after cleanup. Deleting the login state in login state file. "
+                                            "Re-login required."));
+            discard(content.document);
+        }
+    } else if (verdict == Verdict::Discard) {
+        discard(content.document);
+    }
+    m_logger.information(QStringLiteral("Finished loading login state from file %1").arg(path));
+}
+
+void LoginStateLoader::loadSettings(const QDomElement& root, bool takeServer) {
+    const QDomElement settings = root.firstChildElement(settingsName);
+    if (settings.isNull()) {
+        m_logger.warning(QStringLiteral("Settings node not found in login state file"));
+        return;
+    }
+    if (takeServer) {
+        const int server = LoginStateXml::number(settings, QStringLiteral("CurrentServer"), m_core.currentServer());
+        if (isRealServer(server) || server == NoServer)
+            m_core.setCurrentServer(static_cast<Server>(server));
+    }
+    m_core.setLogoutDate(readLogoutDate(root));
+}
+
+QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
+    const QDomElement login = root.firstChildElement(loginName);
+    if (login.isNull()) {
+        m_logger.information(QStringLiteral("No login state found in login state file. LoginSession node not found."));
+        return {};
+    }
+    if (LoginStateXml::number(login, serverAttribute, NoServer) != m_core.currentServer()) {
+        m_logger.information(QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
+        return {};
+    }
+    return login;
+}
+
+LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, BasicLoginState& state) {
+    state = readBasicState(login);
+    if (!state.hasUser()) {
+        m_logger.error(QStringLiteral("Client id is blank or not found in login state file"));
+        return Verdict::NoLogin;
+    }
+    if (m_core.services.cryptor->decrypt(state.clientId).isEmpty()) {
+        m_logger.error(QStringLiteral("Failed to restore client id. Deleting the login state in login state file. Re-login required."));
+        return Verdict::Discard;
+    }
+    m_core.setLdapDomainKey(state.ldapDomainKey);
+    if (state.isExpired(m_core.services.now())) {
+        m_logger.warning(QStringLiteral("Login session expired. Deleting the login state in login state file. Re-login required."));
+        return Verdict::Discard;
+    }
+    return m_core.binding.check(state) ? Verdict::Valid : Verdict::Discard;
+}
+
+void LoginStateLoader::loadProducts(const QDomElement& login) {
+    QStringList loadedNames;
+    QDomElement product = login.firstChildElement(productsName).firstChildElement(productName);
+    for (; !product.isNull(); product = product.nextSiblingElement(productName))
+        loadProductNode(product, loadedNames);
+    m_logger.information(m_core.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
+                                                               : QStringLiteral("Login cookies found in login state file"));
+    m_logger.information(QStringLiteral("Loaded login state from file %1").arg(m_core.file.path()));
+    m_logger.information(QStringLiteral("Loaded login state of following products from login state file: %1")
+                             .arg(loadedNames.join(QStringLiteral(", "))));
+}
+
+void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& loadedNames) {
+    const QString key = product.attribute(keyAttribute);
+    if (key.isEmpty()) {
+        m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored"));
+        return;
+    }
+    const ProductSessionPointer session = m_core.products.getOrCreate(key, m_core.currentServer());
+    if (!session) {
+        const QString name = QStringLiteral("%1.%2").arg(product.attribute(QStringLiteral("Name")), product.attribute(QStringLiteral("ExeName")));
+        m_logger.error(QStringLiteral("Failed to load product node for product %1. Failed to get or create product login session.").arg(name));
+        return;
+    }
+    session->Load(product);
+    loadedNames += session->displayName();
+}
+
+bool LoginStateLoader::isKeyOfOtherServer(const QString& productKey, Server& server) const {
+    for (const Server candidate : {Production, Staging, Development}) {
+        const QStringList configured = m_core.clients.configuredFor(candidate);
+        for (const QString& clientKey : configured) {
+            const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, candidate);
+            if (WebServicesConfigurationImp::of(*configuration).consumerKey.toText() != productKey)
+                continue;
+            server = candidate;
+            // A key that is used on the current server too is in its right place there.
+            if (candidate == m_core.currentServer())
+                return false;
+        }
+    }
+    return isRealServer(server) && server != m_core.currentServer();
+}
+
+void LoginStateLoader::deleteInvalidProducts() {
+    m_logger.information(QStringLiteral("Deleting invalid product login sessions"));
+    int count = 0;
+    const Server current = m_core.currentServer();
+    const QVector<ProductSessionPointer> sessions = m_core.products.all();
+    for (const ProductSessionPointer& session : sessions) {
+        Server other = NoServer;
+        if (session->server() == current && isKeyOfOtherServer(session->productKey(), other))
+            m_logger.warning(QStringLiteral("Deleting login state of product %1 since the consumer key %2 is for %3 server, but current "
+                                            "server is %4").arg(session->displayName(), session->productKey(), serverName(other), serverName(current)));
+        else if (session->server() != current || (!session->tokens().areComplete() && session->requestToken().token.isEmpty()))
+            m_logger.warning(QStringLiteral("Deleting invalid product login session for product %1 and server %2")
+                                 .arg(session->displayName(), serverName(session->server())));
+        else
+            continue;
+        m_core.products.remove(session->productKey(), session->server());
+        ++count;
+    }
+    m_logger.information(count > 0 ? QStringLiteral("%1 invalid product login sessions found and deleted").arg(count)
+                                   : QStringLiteral("No invalid product login session found"));
+}
+
+void LoginStateLoader::discard(QDomDocument document) {
+    m_core.forgetUser();
+    QDomElement root = document.documentElement();
+    root.removeChild(root.firstChildElement(loginName));
+    if (!m_core.file.write(document))
+        m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_core.file.path()));
+}
+
+bool LoginStateLoader::loadProduct(const QString& clientKey) {
+    const QString path = m_core.file.path();
+    const QString name = m_core.clients.displayName(clientKey);
+    m_logger.information(QStringLiteral("Loading login state of product %1 from file %2").arg(name, path));
+    const LoginStateFile::Guard guard(m_core.file);
+    const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
+    const QDomElement login = content.isRead() ? findLogin(content.root()) : QDomElement();
+    const QString key = m_core.productKey(clientKey);
+    QDomElement product = login.firstChildElement(productsName).firstChildElement(productName);
+    while (!product.isNull() && (key.isEmpty() || product.attribute(keyAttribute) != key))
+        product = product.nextSiblingElement(productName);
+    const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_core.configuredProduct(clientKey);
+    if (session) {
+        session->Load(product);
+        m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));
+    } else if (!product.isNull()) {
+        m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
+                           .arg(name, serverName(m_core.currentServer())));
+    } else {
+        m_logger.information(QStringLiteral("Failed to load login state of product %1 from login state file %2. Login state not found for "
+                                            "this product.").arg(name, path));
+    }
+    m_logger.information(QStringLiteral("Finished loading login state of product %1 from file %2").arg(name, path));
+    return session != nullptr;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Session/SessionCore.h"
+
+#include <QDomDocument>
+
+namespace Velquor::WebServices {
+
+/// Reads the login state file into the session.
+///
+/// Thread: any, under the login session lock. Owner: its user's stack. Errors: log lines; a file that cannot be read leaves the
+/// state in memory as it is, a state that fails a check is deleted from the file, so that every process asks for a new sign-in.
+class LoginStateLoader {
+public:
+    explicit LoginStateLoader(SessionCore& core);
+
+    /// Server, user and session expiry only: for questions asked before the login is restored. False when they were not read.
+    bool loadBasic();
+
+    /// The whole state. `takeServer`: the file's current server becomes the session's, and is not only compared with it.
+    void loadAll(bool takeServer);
+
+    /// The tokens of one product. False when the file does not hold them.
+    bool loadProduct(const QString& clientKey);
+
+private:
+    enum class Verdict { Valid, NoLogin, Discard };
+
+    void loadSettings(const QDomElement& root, bool takeServer);
+    [[nodiscard]] Verdict loadUser(const QDomElement& login, BasicLoginState& state);
+    void loadProducts(const QDomElement& login);
+    void loadProductNode(const QDomElement& product, QStringList& loadedNames);
+    void deleteInvalidProducts();
+    [[nodiscard]] bool isKeyOfOtherServer(const QString& productKey, Server& server) const;
+    void discard(QDomDocument document);
+    [[nodiscard]] QDomElement findLogin(const QDomElement& root);
+
+    SessionCore& m_core;
+    Log::ILogger& m_logger;
+};
+
+/// The basic state of a "LoginSession" element, unchecked. A null element has no user.
+[[nodiscard]] BasicLoginState readBasicState(const QDomElement& login);
+
+/// The date of the last sign-out that the document tells of; invalid when there was none.
+[[nodiscard]] QDateTime readLogoutDate(const QDomElement& root);
+
+} // namespace Velquor::WebServices

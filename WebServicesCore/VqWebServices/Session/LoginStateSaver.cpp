@@ -1,0 +1,150 @@
+#include "Session/LoginStateSaver.h"
+
+#include "Session/LoginStateLoader.h"
+#include "Session/LoginStateXml.h"
+#include "Values/LibraryVersion.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+namespace {
+
+const auto loginName = QStringLiteral("LoginSession");
+const auto productName = QStringLiteral("Product");
+const auto suppressName = QStringLiteral("SuppressLoginReminder");
+const auto reminderName = QStringLiteral("LastLoginReminderDate");
+
+} // namespace
+
+LoginStateSaver::LoginStateSaver(SessionCore& core)
+    : m_core(core)
+    , m_logger(*core.services.logger) {}
+
+bool LoginStateSaver::save() {
+    const QString path = m_core.file.path();
+    m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
+    if (m_core.clients.configuredFor(m_core.currentServer()).isEmpty()) {
+        m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
+        return false;
+    }
+    if (!m_core.isRestored()) {
+        m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
+        return false;
+    }
+    const LoginStateFile::Guard guard(m_core.file);
+    QDomDocument document = guard.isHeld() ? m_core.file.readForSaving() : QDomDocument();
+    if (document.isNull())
+        return false;
+    QDomElement root = document.documentElement();
+    const bool writesUser = m_core.isLoggedIn() && mayWriteUser(root);
+    writeHeader(root);
+    if (writesUser) {
+        QDomElement login = loginElement(root);
+        const bool isSameSignIn = m_core.basic().isSameSignIn(readBasicState(login));
+        writeUser(login);
+        mergeProducts(login, isSameSignIn);
+    }
+    const bool written = m_core.file.write(document);
+    m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
+    return written;
+}
+
+bool LoginStateSaver::removeLogin(const QDateTime& logoutDate) {
+    m_logger.information(QStringLiteral("Saving login state to file %1").arg(m_core.file.path()));
+    m_core.setLogoutDate(logoutDate);
+    const LoginStateFile::Guard guard(m_core.file);
+    QDomDocument document = guard.isHeld() ? m_core.file.readForSaving() : QDomDocument();
+    if (document.isNull())
+        return false;
+    QDomElement root = document.documentElement();
+    root.removeChild(root.firstChildElement(loginName));
+    writeHeader(root);
+    const bool written = m_core.file.write(document);
+    m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(m_core.file.path()));
+    return written;
+}
+
+void LoginStateSaver::writeHeader(QDomElement& root) {
+    root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
+    root.setAttribute(QStringLiteral("LastSavedBy"), m_core.services.savedBy);
+    QDomElement settings = LoginStateXml::childOrNew(root, QStringLiteral("Settings"));
+    // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten.
+    const QDateTime inFile = LoginStateXml::date(settings, QStringLiteral("LogoutDate"));
+    const QDateTime mine = m_core.logoutDate();
+    LoginStateXml::setDate(settings, QStringLiteral("LogoutDate"), inFile.isValid() && (!mine.isValid() || inFile > mine) ? inFile : mine);
+    settings.setAttribute(QStringLiteral("CurrentServer"), static_cast<int>(m_core.currentServer()));
+    settings.setAttribute(reminderName, settings.attribute(reminderName));
+    if (settings.attribute(suppressName).isEmpty())
+        LoginStateXml::setFlag(settings, suppressName, false);
+}
+
+bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
+    switch (compareSignIns(m_core.basic(), readBasicState(root.firstChildElement(loginName)), readLogoutDate(root))) {
+    case StateOrigin::SignedOutElsewhere:
+        m_logger.warning(QStringLiteral("Not saving the login state of the user. The user was signed out by another process."));
+        return false;
+    case StateOrigin::SignedInElsewhere:
+        m_logger.warning(QStringLiteral("Not saving the login state of the user. A user has signed in later in another process."));
+        return false;
+    case StateOrigin::Same:
+        break;
+    }
+    return true;
+}
+
+QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
+    QDomElement login = LoginStateXml::childOrNew(root, loginName);
+    const QString otherUser = login.attribute(QStringLiteral("UserId"));
+    const bool isOtherUser = !otherUser.isEmpty() && otherUser != m_core.basic().userId;
+    const bool isOtherServer = LoginStateXml::number(login, QStringLiteral("Server"), m_core.currentServer()) != m_core.currentServer();
+    if (isOtherUser || isOtherServer) {
+        // Tokens of one user must never stand under the name of another.
+        root.removeChild(login);
+        login = LoginStateXml::childOrNew(root, loginName);
+    }
+    return login;
+}
+
+void LoginStateSaver::writeUser(QDomElement& login) {
+    const BasicLoginState state = m_core.basic();
+    login.setAttribute(QStringLiteral("Server"), static_cast<int>(m_core.currentServer()));
+    login.setAttribute(QStringLiteral("UserName"), state.userName);
+    login.setAttribute(QStringLiteral("UserId"), state.userId);
+    login.setAttribute(QStringLiteral("LdapDomainKey"), state.ldapDomainKey);
+    LoginStateXml::setDate(login, QStringLiteral("SessionExpiryDate"), state.sessionExpiryDate);
+    LoginStateXml::setDate(login, QStringLiteral("LoginDate"), state.loginDate);
+    LoginStateXml::setSecret(login, QStringLiteral("ClientId"), state.clientId);
+    LoginStateXml::setSecret(login, QStringLiteral("NTUserName"), state.ntUserName);
+    LoginStateXml::setSecret(login, QStringLiteral("MachineAddress"), state.machineAddress);
+    QDomElement cookies = LoginStateXml::childOrNew(login, QStringLiteral("Cookies"));
+    LoginStateXml::setSecret(cookies, QStringLiteral("LoginCookies"), state.loginCookies);
+}
+
+void LoginStateSaver::mergeProducts(QDomElement& login, bool isSameSignIn) {
+    QDomElement products = LoginStateXml::childOrNew(login, QStringLiteral("Products"));
+    QMap<QString, QDomElement> existing;
+    for (QDomElement element = products.firstChildElement(productName); !element.isNull(); element = element.nextSiblingElement(productName)) {
+        const QString key = element.attribute(QStringLiteral("ProductKey"));
+        existing.insert(key, element);
+        if (!m_core.products.find(key, m_core.currentServer()))
+            m_logger.information(QStringLiteral("Found new product %1 in login state file while saving. Preserving it.")
+                                     .arg(element.attribute(QStringLiteral("Name"))));
+    }
+    const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_core.currentServer());
+    for (const ProductSessionPointer& session : sessions) {
+        const QDomElement earlier = existing.value(session->productKey());
+        // A product that was only read here belongs to another process, and so do later tokens of the same sign-in.
+        const bool isLater = LoginStateXml::date(earlier, QStringLiteral("TokenExpiryDate")) > session->tokens().expiryDate;
+        if (!earlier.isNull() && (!session->configuration() || (isSameSignIn && isLater)))
+            continue;
+        QDomElement element = products.ownerDocument().createElement(productName);
+        if (!session->Save(element))
+            continue;
+        if (earlier.isNull())
+            products.appendChild(element);
+        else
+            products.replaceChild(element, earlier);
+    }
+}
+
+} // namespace Velquor::WebServices

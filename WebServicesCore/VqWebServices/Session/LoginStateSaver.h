@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Session/SessionCore.h"
+
+#include <QDomDocument>
+
+namespace Velquor::WebServices {
+
+/// Merges the session into the login state file: what other processes wrote stays, and their sign-out or later sign-in wins.
+///
+/// Thread: any, under the login session lock. Owner: its user's stack. Errors: false and a log line; the file stays as it was.
+class LoginStateSaver {
+public:
+    explicit LoginStateSaver(SessionCore& core);
+
+    /// Saves settings, user and products.
+    bool save();
+
+    /// Deletes the signed-in user of the file and writes the date of the sign-out.
+    bool removeLogin(const QDateTime& logoutDate);
+
+private:
+    void writeHeader(QDomElement& root);
+    void writeUser(QDomElement& login);
+    void mergeProducts(QDomElement& login, bool isSameSignIn);
+    [[nodiscard]] bool mayWriteUser(const QDomElement& root) const;
+    [[nodiscard]] QDomElement loginElement(QDomElement& root) const;
+
+    SessionCore& m_core;
+    Log::ILogger& m_logger;
+};
+
+} // namespace Velquor::WebServices

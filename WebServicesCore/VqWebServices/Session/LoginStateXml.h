@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QDomElement>
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The value encodings of the login state file: all values are attributes, but secrets, which are CDATA text of an element.
+/// Thread: that of the document.
+namespace LoginStateXml {
+
+/// The date in UTC, ISO 8601; an invalid date is written as the empty text, which reads as an invalid date.
+void setDate(QDomElement& element, const QString& name, const QDateTime& date);
+[[nodiscard]] QDateTime date(const QDomElement& element, const QString& name);
+
+/// "True" or "False".
+void setFlag(QDomElement& element, const QString& name, bool value);
+
+/// The number in decimal text, or `fallback` when it is missing or no number.
+[[nodiscard]] int number(const QDomElement& element, const QString& name, int fallback);
+
+/// Writes the encrypted value as the CDATA text of the child, replacing an earlier one; an empty value removes the child.
+void setSecret(QDomElement& parent, const QString& name, const QByteArray& encrypted);
+[[nodiscard]] QByteArray secret(const QDomElement& parent, const QString& name);
+
+/// The child of that name, created when it is missing.
+[[nodiscard]] QDomElement childOrNew(QDomElement& parent, const QString& name);
+
+} // namespace LoginStateXml
+
+} // namespace Velquor::WebServices

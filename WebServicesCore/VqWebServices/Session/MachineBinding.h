@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Session/LoginState.h"
+#include "VqLog/ILogger.h"
+#include "VqUtil/Crypto/ICryptor.h"
+
+#include <QStringList>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// Ties a login state to the user of the system and to the machine that saved it.
+///
+/// Thread: any. Owner: its user's stack. Errors: log lines.
+class MachineBinding {
+public:
+    MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int cipherBlockSize, std::shared_ptr<Log::ILogger> logger);
+
+    /// Writes the encrypted user name and machine address into the state.
+    void bind(BasicLoginState& state) const;
+
+    /// False when the state was saved by another user of the system, or on another machine.
+    [[nodiscard]] bool check(const BasicLoginState& state) const;
+
+private:
+    [[nodiscard]] bool checkUser(const QByteArray& encryptedName) const;
+    [[nodiscard]] bool checkMachine(const QByteArray& encryptedAddress) const;
+
+    const std::shared_ptr<Util::ICryptor> m_cryptor;
+    const int m_cipherBlockSize;
+    const std::shared_ptr<Log::ILogger> m_logger;
+};
+
+/// The addresses without duplicates joined with "|", shortened by whole addresses from the end while the text is longer than
+/// `maximumSize` bytes and more than one address is left.
+[[nodiscard]] QString joinedMachineAddress(const QStringList& addresses, int maximumSize);
+
+/// Whether two machines are the same: one common address is enough; a machine without addresses has the blank address.
+[[nodiscard]] bool isSameMachine(const QString& storedAddress, const QStringList& currentAddresses);
+
+} // namespace Velquor::WebServices

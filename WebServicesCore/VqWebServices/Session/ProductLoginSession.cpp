@@ -1,0 +1,158 @@
+#include "Session/ProductLoginSession.h"
+
+#include "Session/LoginStateXml.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+#include <QMutexLocker>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int shortKeyLength = 12;
+
+// Enough of a consumer key to tell products apart in the log.
+QString shortKey(const QString& key) {
+    const int dash = key.lastIndexOf(QLatin1Char('-'));
+    return dash >= 0 ? key.mid(dash + 1) : key.right(shortKeyLength);
+}
+
+// A signature needs both a key and its secret; each failure has a text of its own.
+QString checkKeys(const SigningKeys& keys) {
+    if (keys.consumerKey.isEmpty())
+        return QStringLiteral("Failed to decrypt consumer key");
+    if (keys.consumerSecret.isEmpty())
+        return QStringLiteral("Failed to decrypt consumer secret");
+    if (keys.token.isEmpty())
+        return QStringLiteral("Failed to decrypt access token");
+    if (keys.tokenSecret.isEmpty())
+        return QStringLiteral("Failed to decrypt access token secret");
+    return {};
+}
+
+} // namespace
+
+ProductLoginSession::ProductLoginSession(SessionServices services, const QString& productKey, Server server)
+    : m_services(std::move(services))
+    , m_productKey(productKey)
+    , m_server(server) {
+    m_services.logger->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(shortKey(productKey)));
+}
+
+ProductLoginSession::~ProductLoginSession() {
+    m_services.logger->information(QStringLiteral("ProductLoginSession destructor, server %1").arg(serverName(m_server)));
+}
+
+void ProductLoginSession::setProduct(const QString& name, const QString& exeName) {
+    const QMutexLocker lock(&m_mutex);
+    m_name = name;
+    m_exeName = exeName;
+}
+
+QString ProductLoginSession::displayName() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_name.isEmpty() ? shortKey(m_productKey) : m_name;
+}
+
+QString ProductLoginSession::logPrefix() const {
+    const QMutexLocker lock(&m_mutex);
+    const int number = static_cast<int>(m_server);
+    return m_name.isEmpty() ? QStringLiteral("%1.%2").arg(shortKey(m_productKey)).arg(number)
+                            : QStringLiteral("%1.%2.%3").arg(m_name, shortKey(m_productKey)).arg(number);
+}
+
+void ProductLoginSession::SetConfiguration(const ConfigurationPointer& configuration) {
+    const QMutexLocker lock(&m_mutex);
+    m_configuration = configuration;
+}
+
+ConfigurationPointer ProductLoginSession::configuration() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_configuration;
+}
+
+ProductTokens ProductLoginSession::tokens() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_tokens;
+}
+
+void ProductLoginSession::setTokens(const ProductTokens& tokens) {
+    const QMutexLocker lock(&m_mutex);
+    m_tokens = tokens;
+}
+
+void ProductLoginSession::setRequestToken(const RequestToken& token) {
+    const QMutexLocker lock(&m_mutex);
+    m_requestToken = token;
+}
+
+ProductLoginSession::RequestToken ProductLoginSession::requestToken() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_requestToken;
+}
+
+void ProductLoginSession::Load(const QDomElement& product) {
+    ProductTokens tokens;
+    tokens.accessToken = LoginStateXml::secret(product, QStringLiteral("AccessToken"));
+    tokens.accessTokenSecret = LoginStateXml::secret(product, QStringLiteral("AccessTokenSecret"));
+    tokens.sessionHandle = LoginStateXml::secret(product, QStringLiteral("SessionHandle"));
+    tokens.expiryDate = LoginStateXml::date(product, QStringLiteral("TokenExpiryDate"));
+    const QMutexLocker lock(&m_mutex);
+    m_tokens = tokens;
+    if (m_name.isEmpty())
+        m_name = product.attribute(QStringLiteral("Name"));
+    if (m_exeName.isEmpty())
+        m_exeName = product.attribute(QStringLiteral("ExeName"));
+    m_services.logger->information(QStringLiteral("Loaded product login session"));
+}
+
+bool ProductLoginSession::Save(QDomElement& product) const {
+    const QMutexLocker lock(&m_mutex);
+    if (!m_tokens.areComplete()) {
+        m_services.logger->information(QStringLiteral("Skipping saving of login session. No session to persist."));
+        return false;
+    }
+    if (!m_configuration || m_productKey.isEmpty()) {
+        m_services.logger->error(QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
+        return false;
+    }
+    product.setAttribute(QStringLiteral("Name"), m_name);
+    product.setAttribute(QStringLiteral("ExeName"), m_exeName);
+    product.setAttribute(QStringLiteral("SerialNumber"), WebServicesConfigurationImp::of(*m_configuration).serialNumber);
+    product.setAttribute(QStringLiteral("Server"), static_cast<int>(m_server));
+    product.setAttribute(QStringLiteral("ProductKey"), m_productKey);
+    LoginStateXml::setDate(product, QStringLiteral("TokenExpiryDate"), m_tokens.expiryDate);
+    LoginStateXml::setSecret(product, QStringLiteral("AccessToken"), m_tokens.accessToken);
+    LoginStateXml::setSecret(product, QStringLiteral("AccessTokenSecret"), m_tokens.accessTokenSecret);
+    LoginStateXml::setSecret(product, QStringLiteral("SessionHandle"), m_tokens.sessionHandle);
+    m_services.logger->information(QStringLiteral("Saved product login session"));
+    return true;
+}
+
+void ProductLoginSession::Clear() {
+    m_services.logger->information(QStringLiteral("Clearing product login session"));
+    const QMutexLocker lock(&m_mutex);
+    m_tokens = {};
+    m_requestToken = {};
+}
+
+ProductLoginSession::KeysResult ProductLoginSession::signingKeys() const {
+    const ConfigurationPointer current = configuration();
+    const ProductTokens held = tokens();
+    if (!current)
+        return {{}, QStringLiteral("Current configuration is null or invalid")};
+    if (held.accessToken.isEmpty())
+        return {{}, QStringLiteral("Access token is empty")};
+    if (held.accessTokenSecret.isEmpty())
+        return {{}, QStringLiteral("Access token secret is empty")};
+    KeysResult result{consumerKeys(*current), {}};
+    result.keys.token = m_services.cryptor->decrypt(held.accessToken);
+    result.keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
+    result.error = checkKeys(result.keys);
+    return result;
+}
+
+Util::SecretBytes ProductLoginSession::sessionHandle() const { return m_services.cryptor->decrypt(tokens().sessionHandle); }
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "Session/ClientInfo.h"
+#include "Session/LoginState.h"
+#include "Session/SessionServices.h"
+#include "Session/SignedRequest.h"
+#include "Values/ServerName.h"
+
+#include <QDomElement>
+#include <QMutex>
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens and what is needed to sign with them.
+///
+/// Thread: any; its fields have a mutex of their own, taken after the login session lock. Owner: the login session.
+/// Errors: results and log lines.
+class ProductLoginSession {
+public:
+    ProductLoginSession(SessionServices services, const QString& productKey, Server server);
+    ~ProductLoginSession();
+
+    [[nodiscard]] const QString& productKey() const { return m_productKey; }
+    [[nodiscard]] Server server() const { return m_server; }
+
+    /// The name of the product and its executable, as they are written to the login state file.
+    void setProduct(const QString& name, const QString& exeName);
+    [[nodiscard]] QString displayName() const;
+
+    /// The prefix of this session in the names of operations: empty, or the product's name and the end of its key.
+    [[nodiscard]] QString logPrefix() const;
+
+    void SetConfiguration(const ConfigurationPointer& configuration);
+    [[nodiscard]] ConfigurationPointer configuration() const;
+
+    [[nodiscard]] ProductTokens tokens() const;
+    void setTokens(const ProductTokens& tokens);
+
+    /// The request token of a sign-in that waits for the browser; the secret is encrypted.
+    struct RequestToken {
+        QByteArray token;
+        QByteArray encryptedSecret;
+        QByteArray encryptedClientId;
+    };
+    void setRequestToken(const RequestToken& token);
+    [[nodiscard]] RequestToken requestToken() const;
+
+    /// Takes the product's node of the login state file over. Secrets stay encrypted until they are used.
+    void Load(const QDomElement& product);
+    /// Writes the product's node. False when there is nothing to write.
+    [[nodiscard]] bool Save(QDomElement& product) const;
+    void Clear();
+
+    /// The keys for a signature with the access token, or the reason why there are none.
+    struct KeysResult {
+        SigningKeys keys;
+        QString error;
+    };
+    [[nodiscard]] KeysResult signingKeys() const;
+
+    /// The decrypted session handle; empty when there is none or it cannot be decrypted.
+    [[nodiscard]] Util::SecretBytes sessionHandle() const;
+
+private:
+    const SessionServices m_services;
+    const QString m_productKey;
+    const Server m_server;
+    mutable QMutex m_mutex;
+    QString m_name;
+    QString m_exeName;
+    ConfigurationPointer m_configuration;
+    ProductTokens m_tokens;
+    RequestToken m_requestToken;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Session/ProductLoginSession.h"
+
+#include <QMap>
+#include <QPair>
+#include <QRecursiveMutex>
+#include <QVector>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+using ProductSessionPointer = std::shared_ptr<ProductLoginSession>;
+
+/// The product login sessions of this process, by consumer key and server.
+///
+/// Thread: any (its own lock, taken after the login session lock). Owner: the login session.
+class ProductSessions {
+public:
+    explicit ProductSessions(SessionServices services);
+
+    /// Null when there is none.
+    [[nodiscard]] ProductSessionPointer find(const QString& productKey, Server server) const;
+    [[nodiscard]] ProductSessionPointer getOrCreate(const QString& productKey, Server server);
+    [[nodiscard]] QVector<ProductSessionPointer> onServer(Server server) const;
+    [[nodiscard]] QVector<ProductSessionPointer> all() const;
+    void remove(const QString& productKey, Server server);
+    void clear();
+
+    /// True when a product (or, with an empty key, any product) has all its tokens on the server.
+    [[nodiscard]] bool hasTokens(const QString& productKey, Server server) const;
+
+private:
+    const SessionServices m_services;
+    mutable QRecursiveMutex m_mutex;
+    QMap<QPair<QString, int>, ProductSessionPointer> m_sessions;
+};
+
+} // namespace Velquor::WebServices

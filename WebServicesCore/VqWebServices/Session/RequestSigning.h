@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Session/SessionCore.h"
+#include "Signing/VqOAuthWrapper.h"
+
+#include <VqWebServices/RequestParam.h>
+
+namespace Velquor::WebServices {
+
+/// What a product asks to have signed.
+struct SigningOrder {
+    OAuth::RequestToSign request;
+    ParsingMode mode = ParsingMode::AuthorizationHeader;
+    /// Fail when the access token has expired, instead of signing with it.
+    bool checkExpiry = true;
+    /// A token and its secret to sign with instead of the product's access token; empty: the access token.
+    QByteArray token;
+    QByteArray tokenSecret;
+};
+
+/// Signs requests and URLs with a product's access token.
+///
+/// Thread: any; takes the login session lock itself. Owner: its user's stack. Errors: an empty result and one log line.
+class RequestSigning {
+public:
+    explicit RequestSigning(SessionCore& core);
+
+    [[nodiscard]] QByteArray SignRequest(const QString& clientKey, const SigningOrder& order);
+
+    /// The decrypted access token and its secret; false when there are none.
+    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret);
+
+private:
+    [[nodiscard]] QString checkState(const QString& clientKey, const ProductSessionPointer& product) const;
+    [[nodiscard]] QString checkExpiry(const QString& clientKey, const ProductLoginSession& product) const;
+    [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
+    [[nodiscard]] QString lockName(const ProductSessionPointer& product, const QString& operation) const;
+
+    SessionCore& m_core;
+    Log::ILogger& m_logger;
+};
+
+} // namespace Velquor::WebServices

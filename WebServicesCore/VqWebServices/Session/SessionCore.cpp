@@ -1,0 +1,117 @@
+#include "Session/SessionCore.h"
+
+#include "Values/WebServicesConfigurationImp.h"
+
+#include <QFileInfo>
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+SessionCore::SessionCore(const SessionServices& services)
+    : services(services)
+    , file(services.loginStateFile, services.logger)
+    , clients(services.logger)
+    , products(services)
+    , binding(services.cryptor, services.cipherBlockSize, services.logger) {}
+
+BasicLoginState SessionCore::basic() const {
+    const QMutexLocker locker(&m_mutex);
+    return m_basic;
+}
+
+void SessionCore::setBasic(const BasicLoginState& state) {
+    const QMutexLocker locker(&m_mutex);
+    m_basic = state;
+}
+
+Server SessionCore::currentServer() const {
+    const QMutexLocker locker(&m_mutex);
+    return m_currentServer;
+}
+
+void SessionCore::setCurrentServer(Server server) {
+    const QMutexLocker locker(&m_mutex);
+    m_currentServer = server;
+}
+
+QDateTime SessionCore::logoutDate() const {
+    const QMutexLocker locker(&m_mutex);
+    return m_logoutDate;
+}
+
+void SessionCore::setLogoutDate(const QDateTime& date) {
+    const QMutexLocker locker(&m_mutex);
+    m_logoutDate = date;
+}
+
+bool SessionCore::isRestored() const {
+    const QMutexLocker locker(&m_mutex);
+    return m_restored;
+}
+
+void SessionCore::setRestored() {
+    const QMutexLocker locker(&m_mutex);
+    m_restored = true;
+}
+
+QString SessionCore::ldapDomainKey() const {
+    const QMutexLocker locker(&m_mutex);
+    return m_ldapDomainKey;
+}
+
+void SessionCore::setLdapDomainKey(const QString& key) {
+    const QMutexLocker locker(&m_mutex);
+    m_ldapDomainKey = key;
+}
+
+QString SessionCore::productKey(const QString& clientKey) const {
+    const ConfigurationPointer configuration = clients.configuration(clientKey, currentServer());
+    return configuration ? WebServicesConfigurationImp::of(*configuration).consumerKey.toText() : QString();
+}
+
+ProductSessionPointer SessionCore::product(const QString& clientKey) const {
+    const QString key = productKey(clientKey);
+    return key.isEmpty() ? ProductSessionPointer() : products.find(key, currentServer());
+}
+
+ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
+    const Server server = currentServer();
+    const ConfigurationPointer configuration = clients.configuration(clientKey, server);
+    if (!configuration)
+        return {};
+    const ProductSessionPointer session = products.getOrCreate(WebServicesConfigurationImp::of(*configuration).consumerKey.toText(), server);
+    if (!session)
+        return {};
+    services.logger->information(QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
+    session->SetConfiguration(configuration);
+    if (!clients.contains(clientKey)) {
+        services.logger->error(QStringLiteral("Failed to apply product settings in product login session. Client info not found for "
+                                              "product id %1.").arg(clientKey));
+        return session;
+    }
+    services.logger->information(QStringLiteral("Applying product settings in product login session"));
+    const ClientIdentity identity = clients.identity(clientKey);
+    session->setProduct(identity.productName, QFileInfo(identity.productExeFile).fileName());
+    return session;
+}
+
+bool SessionCore::isLoggedIn(const QString& clientKey) const {
+    if (!basic().hasUser())
+        return false;
+    if (clientKey.isEmpty())
+        return products.hasTokens({}, currentServer());
+    const QString key = productKey(clientKey);
+    return !key.isEmpty() && products.hasTokens(key, currentServer());
+}
+
+bool SessionCore::isLoginExpired() const { return basic().isExpired(services.now()); }
+
+void SessionCore::forgetUser() {
+    setBasic({});
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions)
+        session->Clear();
+    products.clear();
+}
+
+} // namespace Velquor::WebServices

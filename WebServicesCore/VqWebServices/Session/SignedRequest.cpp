@@ -1,0 +1,47 @@
+#include "Session/SignedRequest.h"
+
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+OAuth::Credentials SigningKeys::credentials() const {
+    return {consumerKey.view(), consumerSecret.view(), token.view(), tokenSecret.view()};
+}
+
+SigningKeys consumerKeys(const WebServicesConfiguration& configuration) {
+    const WebServicesConfigurationImp& data = WebServicesConfigurationImp::of(configuration);
+    SigningKeys keys;
+    keys.consumerKey = data.consumerKey.reveal();
+    keys.consumerSecret = data.consumerSecret.reveal();
+    return keys;
+}
+
+bool signGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
+             const OAuth::Parameters& parameters) {
+    const QByteArray header = OAuth::VqOAuthWrapper(*services.oauthHost)
+                                  .CreateOauthParameterString({"GET", url, parameters}, keys.credentials(), OAuth::OutputForm::Header);
+    if (header.isEmpty())
+        return false;
+    request.setUrl(url);
+    request.setRawHeader("Authorization", "OAuth " + header);
+    return true;
+}
+
+QUrl signUrl(const SessionServices& services, const QUrl& url, const SigningKeys& keys) {
+    const QByteArray parameters =
+        OAuth::VqOAuthWrapper(*services.oauthHost).CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
+    return parameters.isEmpty() ? QUrl() : OAuth::withParameters(url, parameters);
+}
+
+QMap<QString, QByteArray> replyParameters(const QByteArray& body) {
+    QMap<QString, QByteArray> parameters;
+    const OAuth::Parameters parsed = OAuth::parseFormEncoded(body.trimmed());
+    for (const OAuth::Parameter& parameter : parsed) {
+        const QString name = QString::fromUtf8(parameter.first);
+        if (!parameters.contains(name))
+            parameters.insert(name, parameter.second);
+    }
+    return parameters;
+}
+
+} // namespace Velquor::WebServices

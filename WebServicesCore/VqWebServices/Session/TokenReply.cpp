@@ -1,0 +1,49 @@
+#include "Session/TokenReply.h"
+
+#include <QStringList>
+#include <algorithm>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int maximumTokenSize = 64 * 1024;
+constexpr qint64 longestLifetime = 100LL * 366 * 86400;
+
+} // namespace
+
+bool isUsableToken(const QByteArray& token) {
+    return !token.isEmpty() && token.size() <= maximumTokenSize
+        && std::all_of(token.begin(), token.end(), [](char character) { return character > 0x20 && character < 0x7f; });
+}
+
+QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
+    bool valid = false;
+    const qint64 lifetime = seconds.toLongLong(&valid);
+    return valid && lifetime >= 0 && lifetime <= longestLifetime ? now.addSecs(lifetime) : QDateTime();
+}
+
+bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor, ProductTokens& tokens) {
+    const QByteArray token = reply.value(QStringLiteral("oauth_token"));
+    const QByteArray secret = reply.value(QStringLiteral("oauth_token_secret"));
+    const QByteArray handle = reply.value(QStringLiteral("oauth_session_handle"));
+    const QDateTime expiry = expiryFrom(reply.value(QStringLiteral("oauth_expires_in")), now);
+    if (!isUsableToken(token) || !isUsableToken(secret) || !isUsableToken(handle) || !expiry.isValid())
+        return false;
+    const ProductTokens encrypted{cryptor.encrypt(token), cryptor.encrypt(secret), cryptor.encrypt(handle), expiry};
+    if (!encrypted.areComplete())
+        return false;
+    tokens = encrypted;
+    return true;
+}
+
+QString missingNames(const QVector<QPair<QString, bool>>& presence) {
+    QStringList names;
+    for (const auto& item : presence) {
+        if (!item.second)
+            names += item.first;
+    }
+    return names.join(QStringLiteral(", "));
+}
+
+} // namespace Velquor::WebServices

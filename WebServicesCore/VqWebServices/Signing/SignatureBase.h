@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QPair>
+#include <QVector>
+
+namespace Velquor::OAuth {
+
+class IVqOAuthHost;
+
+/// Name and value. Decoded or percent-encoded as the place that uses them says.
+using Parameter = QPair<QByteArray, QByteArray>;
+using Parameters = QVector<Parameter>;
+
+/// The parts of an encoded URL that take part in a signature.
+struct SplitUrl {
+    QByteArray baseUri; ///< Scheme and host in lower case, no default port, the path, no query (RFC 5849, section 3.4.1.2).
+    QByteArray query;   ///< Without "?".
+
+    [[nodiscard]] bool isValid() const { return !baseUri.isEmpty(); }
+};
+
+/// Splits an absolute http or https URL in its encoded form (QUrl::toEncoded). User information and fragment are left out.
+/// Anything else is not valid.
+[[nodiscard]] SplitUrl splitUrl(const QByteArray& encodedUrl);
+
+/// The decoded parameters of a query or of a form body (RFC 5849, section 3.4.1.3.1): "+" is a blank, names may repeat and values
+/// may be missing.
+[[nodiscard]] Parameters parseFormEncoded(const QByteArray& text);
+
+/// Percent-encodes all names and values and sorts the pairs by name, then by value (RFC 5849, section 3.4.1.3.2).
+[[nodiscard]] Parameters encodeAndSort(const IVqOAuthHost& host, const Parameters& decoded);
+
+/// "name=value" pairs joined with "&".
+[[nodiscard]] QByteArray joinPairs(const Parameters& encoded);
+
+/// The signature base string (RFC 5849, section 3.4.1.1). `encoded` comes from `encodeAndSort`.
+[[nodiscard]] QByteArray signatureBaseString(const IVqOAuthHost& host, const QByteArray& method, const QByteArray& baseUri,
+                                             const Parameters& encoded);
+
+} // namespace Velquor::OAuth

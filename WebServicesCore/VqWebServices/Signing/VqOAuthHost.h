@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Signing/ICryptoProvider.h"
+#include "Signing/ITimeProvider.h"
+#include "Signing/IVqOAuthHost.h"
+
+#include <memory>
+
+namespace Velquor::OAuth {
+
+/// The signer's surroundings in this library. Thread: any. Owner: shared by those who sign.
+class VqOAuthHost : public IVqOAuthHost {
+public:
+    /// Without a crypto provider nothing can be signed; without a time provider the system's clock counts.
+    VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time);
+
+    [[nodiscard]] QByteArray UrlEncode(const QByteArray& text) const override;
+    [[nodiscard]] QByteArray GenerateNonce() const override;
+    [[nodiscard]] qint64 GetTimestamp() const override;
+    [[nodiscard]] QByteArray Base64Encode(const QByteArray& bytes) const override;
+    int HmacSha1(const QByteArray& key, const QByteArray& data, unsigned char* output, int* outputLength) const override;
+
+private:
+    const std::shared_ptr<ICryptoProvider> m_crypto;
+    const std::shared_ptr<ITimeProvider> m_time;
+};
+
+} // namespace Velquor::OAuth

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Signing/SignatureBase.h"
+
+#include <QByteArray>
+#include <QUrl>
+
+namespace Velquor::OAuth {
+
+class IVqOAuthHost;
+
+/// The form in which signed OAuth parameters are written.
+enum class OutputForm {
+    Query,    ///< name=value joined with "&": for a query string.
+    Header,   ///< name="value" joined with ",": the caller puts "OAuth " before it (RFC 5849, section 3.5.1).
+    FormBody, ///< As `Query`, with the request's own parameters first: a whole form body (RFC 5849, section 3.5.2).
+};
+
+/// The keys of one signature, UTF-8. The secrets are views of text that the caller wipes.
+struct Credentials {
+    QByteArray consumerKey;
+    QByteArray consumerSecret;
+    QByteArray token; ///< Empty: no token takes part.
+    QByteArray tokenSecret;
+};
+
+/// What is signed.
+struct RequestToSign {
+    QByteArray method = "GET"; ///< Upper case (RFC 5849, section 3.4.1.1).
+    QUrl url;                  ///< Its query takes part in the signature, its fragment does not.
+    Parameters parameters;     ///< Decoded parameters beside the URL's: of a form body, or protocol extensions ("oauth_...").
+};
+
+/// Signs requests with OAuth 1.0, HMAC-SHA1 (RFC 5849): a pure function of its inputs and of the host that it is given.
+/// Thread: any. Errors: an empty result; the caller knows for what the signature was and logs.
+class VqOAuthWrapper {
+public:
+    explicit VqOAuthWrapper(const IVqOAuthHost& host);
+
+    /// The OAuth parameters of the request with their signature, in the given form. Parameters of `request.parameters` whose
+    /// names start with "oauth_" are written with them. Fails when the URL is no http(s) URL, a key is missing, a parameter has the
+    /// name of one that the signer itself sets, or the digest cannot be computed.
+    [[nodiscard]] QByteArray CreateOauthParameterString(const RequestToSign& request, const Credentials& credentials,
+                                                        OutputForm form) const;
+
+private:
+    [[nodiscard]] Parameters protocolParameters(const RequestToSign& request, const Credentials& credentials) const;
+    [[nodiscard]] QByteArray sign(const QByteArray& baseString, const Credentials& credentials) const;
+
+    const IVqOAuthHost& m_host;
+};
+
+/// The methods known to the signer, in the order of `HttpMethod`; empty for an index beyond them.
+[[nodiscard]] QByteArray httpMethodName(int index);
+
+/// The URL with signed parameters appended to its query; its fragment stays at the end.
+[[nodiscard]] QUrl withParameters(const QUrl& url, const QByteArray& parameterString);
+
+} // namespace Velquor::OAuth
