@@ -12,6 +12,9 @@ namespace Velquor::Util {
 /// The library's own file: the shared library, or the executable when the library is linked statically.
 [[nodiscard]] QString ownModulePath();
 
+/// The file of the module in which a function lies; empty when it cannot be told.
+[[nodiscard]] QString modulePathOf(const void* address);
+
 /// The version of a file as "a.b.c.d", from its version resource; empty when it has none (always, on Posix).
 [[nodiscard]] QString fileVersion(const QString& path);
 

@@ -7,6 +7,9 @@
 
 namespace Velquor::Util {
 
+/// The modulus of the user's key in bytes (2048 bits).
+constexpr int userKeyBlockSize = 256;
+
 /// Opens the user's RSA key pair (2048 bits), creating it at the first use on this machine.
 ///
 /// Posix: an owner-only key file in `folder`, encrypted under the identity of machine and user. Windows: the CryptoAPI key

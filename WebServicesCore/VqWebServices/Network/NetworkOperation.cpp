@@ -323,6 +323,7 @@ void NetworkOperation::settleResult() {
     switch (m_reply->error()) {
     case QNetworkReply::NoError:
         m_result = OperationResult::Success;
+        checkBodyIsWhole();
         break;
     case QNetworkReply::OperationCanceledError:
         m_result = OperationResult::Canceled;
@@ -331,6 +332,21 @@ void NetworkOperation::settleResult() {
     default:
         m_result = OperationResult::Failure;
         m_errorMessage = operationErrorText(*m_reply);
+    }
+}
+
+void NetworkOperation::checkBodyIsWhole() {
+    const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
+    const int status = httpStatus(*m_reply);
+    const bool hasBody = m_reply->operation() != QNetworkAccessManager::HeadOperation && status != 204 && status != 304;
+    if (m_download || !length.isValid() || !hasBody)
+        return;
+    // On a connection that it uses again, the framework sometimes takes the peer's close for the end of the body.
+    const qint64 expected = length.toLongLong();
+    if (m_reply->bytesAvailable() < expected) {
+        m_result = OperationResult::Failure;
+        m_errorMessage = QStringLiteral("Size check failed. Expected size: %1. Actual size: %2")
+                             .arg(QString::number(expected), QString::number(m_reply->bytesAvailable()));
     }
 }
 

@@ -88,6 +88,7 @@ private:
     void settleResult();
     void completeDownload();
     void checkBodySize();
+    void checkBodyIsWhole();
     void announce();
 
     std::shared_ptr<ICancelController> m_cancelController;

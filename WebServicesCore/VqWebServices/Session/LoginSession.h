@@ -56,6 +56,7 @@ public:
     [[nodiscard]] bool isLoggedIn(const QString& clientKey);
     [[nodiscard]] bool isLoginValid(const QString& clientKey);
     [[nodiscard]] bool isLoginExpired();
+    [[nodiscard]] bool isRestored() const { return m_core.isRestored(); }
     [[nodiscard]] BasicLoginState basicState();
     [[nodiscard]] ProductTokens tokens(const QString& clientKey);
     [[nodiscard]] NetworkCookieJar loginCookies();

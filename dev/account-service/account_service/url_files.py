@@ -58,7 +58,7 @@ def urls(base: str) -> dict[str, str]:
     table = {"AccountServerUrl": base, "OAuth2AccountServerUrl": base,
              "StorageApiUrl": f"{base}/storage", "StorageRoot": f"{base}/storage/root",
              "QuillonFileUrnNamespace": "urn:velquor:quillon:file",
-             "TimeServerUrls": f"{base}/time/unix;{base}/time/iso"}
+             "TimeServerUrls": f"{base}/time/unix {base}/time/iso"}
     table.update(END_POINTS)
     table.update({key: base + _path(key) for key in PAGES})
     table.update({key: _path(key) for key in PRODUCT_END_POINTS})

@@ -30,12 +30,14 @@ int compareModule(struct dl_phdr_info* info, size_t, void* data) {
 
 QString hostExecutablePath() { return QFile::symLinkTarget(QStringLiteral("/proc/self/exe")); }
 
-QString ownModulePath() {
+QString modulePathOf(const void* address) {
     Dl_info info{};
-    if (::dladdr(reinterpret_cast<const void*>(&ownModulePath), &info) == 0 || !info.dli_fname)
+    if (::dladdr(address, &info) == 0 || !info.dli_fname)
         return {};
     return QFileInfo(QFile::decodeName(info.dli_fname)).absoluteFilePath();
 }
+
+QString ownModulePath() { return modulePathOf(reinterpret_cast<const void*>(&ownModulePath)); }
 
 QString fileVersion(const QString&) { return {}; }
 

@@ -14,7 +14,7 @@ namespace Velquor::Util {
 
 namespace {
 
-constexpr int keyBits = 2048;
+constexpr int keyBits = userKeyBlockSize * 8;
 constexpr qint64 maximumKeyFileSize = 64 * 1024;
 
 using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;

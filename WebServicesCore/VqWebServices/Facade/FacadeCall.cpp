@@ -1,0 +1,37 @@
+#include "Facade/FacadeCall.h"
+
+#include <cstdio>
+#include <limits>
+
+namespace Velquor::WebServices {
+
+bool mayUseNetwork(const char* refusal) {
+    const WebServicesManagerImp& runtime = WebServicesManagerImp::instance();
+    // While the library is not initialized the operation itself says so.
+    if (runtime.hasLogConfiguration() || !runtime.session())
+        return true;
+    std::puts(refusal);
+    std::fflush(stdout);
+    return false;
+}
+
+LoginError shortLoginError(LoginErrorEx error) {
+    switch (error) {
+    case LoginErrorEx::None:
+        return LoginError::None;
+    case LoginErrorEx::NoReply:
+    case LoginErrorEx::NoSecureConnection:
+        return LoginError::NoConnection;
+    default:
+        return LoginError::Other;
+    }
+}
+
+unsigned int secondsSinceEpoch(const QDateTime& date) {
+    if (!date.isValid())
+        return 0;
+    const qint64 seconds = date.toSecsSinceEpoch();
+    return static_cast<unsigned int>(qBound<qint64>(0, seconds, std::numeric_limits<unsigned int>::max()));
+}
+
+} // namespace Velquor::WebServices

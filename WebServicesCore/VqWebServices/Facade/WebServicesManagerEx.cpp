@@ -1,0 +1,227 @@
+#include <VqWebServices/WebServicesManagerEx.h>
+
+#include "Facade/FacadeCall.h"
+#include "Facade/SigningArguments.h"
+#include "Network/UrlStore.h"
+#include "Runtime/RuntimePaths.h"
+#include "Values/CallerText.h"
+#include "Values/NetworkCookieImp.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+#include "VqUtil/Platform/HostProcess.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+ClientIdentity identityOf(const QString& clientKey) {
+    return {clientKey, QCoreApplication::applicationPid(), QString(), Util::hostExecutablePath()};
+}
+
+QByteArray cookieHeader(const NetworkCookieJar& jar) {
+    QByteArray header;
+    for (int index = 0; index < jar.GetCookieCount(); ++index) {
+        const NetworkCookie cookie = jar.GetCookie(index);
+        const NetworkCookieImp& data = NetworkCookieImp::of(cookie);
+        header += (header.isEmpty() ? "" : "; ") + data.name + '=' + data.value;
+    }
+    return header;
+}
+
+} // namespace
+
+WebServicesManagerEx* WebServicesManagerEx::GetInstanceEx() {
+    WebServicesManagerImp& singleton = WebServicesManagerImp::instance();
+    return singleton.session() ? &singleton : nullptr;
+}
+
+bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
+    return withSession("SetConfiguration", false, [&](LoginSession& session) {
+        if (!clientKey.isEmpty() && !session.isClient(clientKey))
+            session.AddClient(identityOf(clientKey));
+        return session.SetConfiguration(clientKey, configuration);
+    });
+}
+
+const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QString& clientKey) {
+    static const auto empty = std::make_shared<const WebServicesConfiguration>();
+    // Kept for this thread, so that the reference outlives a change of the configuration on another one.
+    thread_local ConfigurationPointer returned;
+    returned = withSession("GetConfiguration", ConfigurationPointer(), [&](LoginSession& session) { return session.configuration(clientKey); });
+    if (!returned)
+        returned = empty;
+    return *returned;
+}
+
+bool WebServicesManagerEx::SetServer(const QString& clientKey, Server server) {
+    return withSession("SetServer", false, [&](LoginSession& session) {
+        return session.isClient(clientKey) && UrlStore::instance().canUse(server) && session.ChangeServer(clientKey, server, true);
+    });
+}
+
+int WebServicesManagerEx::GetCachePath(const QString& clientKey, wchar_t* buffer, int size) {
+    return withSession("GetCachePath", 0, [&](LoginSession& session) {
+        const ConfigurationPointer configuration = session.configuration(clientKey);
+        return copyText(configuration ? RuntimePaths::loginStateCacheFolder(WebServicesConfigurationImp::of(*configuration).derivedKey(), false)
+                                      : QString(), buffer, size);
+    });
+}
+
+int WebServicesManagerEx::GetLoginUserName(const QString& clientKey, wchar_t* buffer, int size) {
+    return withSession("GetLoginUserName", 0, [&](LoginSession& session) {
+        const QString name = session.basicState().userName;
+        return copyText(session.isClient(clientKey) && session.isLoggedIn(QString()) ? name : QString(), buffer, size);
+    });
+}
+
+bool WebServicesManagerEx::IsLoggedIn(const QString& clientKey) {
+    return withSession("IsLoggedIn", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoggedIn(clientKey); });
+}
+
+bool WebServicesManagerEx::IsLoginValid(const QString& clientKey) {
+    return withSession("IsLoginValid", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoginValid(clientKey); });
+}
+
+int WebServicesManagerEx::GetLoginCookie(const QString& clientKey, unsigned char*& cookie) {
+    cookie = nullptr;
+    return withSession("GetLoginCookie", 0, [&](LoginSession& session) {
+        const QByteArray header = session.isClient(clientKey) ? cookieHeader(session.loginCookies()) : QByteArray();
+        if (header.isEmpty())
+            return 0;
+        cookie = new unsigned char[static_cast<size_t>(header.size())];
+        std::copy(header.begin(), header.end(), cookie);
+        return header.size();
+    });
+}
+
+bool WebServicesManagerEx::RestoreLogin(const QString& clientKey) {
+    return withSession("RestoreLogin", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.RestoreLogin(clientKey, false); });
+}
+
+bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, wchar_t* url, int size) {
+    LoginErrorEx error = LoginErrorEx::None;
+    int httpStatus = 0;
+    return InitiateLogin(clientKey, nullptr, url, size, error, httpStatus);
+}
+
+bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, wchar_t* url, int size, LoginError& error, int& httpStatus) {
+    LoginErrorEx detail = LoginErrorEx::None;
+    const bool done = InitiateLogin(clientKey, nullptr, url, size, detail, httpStatus);
+    error = shortLoginError(detail);
+    return done;
+}
+
+bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error,
+                                         int& httpStatus) {
+    error = LoginErrorEx::BadArgument;
+    httpStatus = 0;
+    if (!url || size < 1)
+        return false;
+    url[0] = 0;
+    error = LoginErrorEx::NotReady;
+    if (!mayUseNetwork("Cannot initiate login. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
+    const InitiatedLogin login = withSession("InitiateLogin", InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0},
+                                             [&](LoginSession& session) { return session.InitiateLogin(clientKey, textFromCaller(userName)); });
+    error = login.error;
+    httpStatus = login.httpStatus;
+    if (login.code != LoginCode::success)
+        return false;
+    copyText(login.url, url, size);
+    return true;
+}
+
+bool WebServicesManagerEx::CompleteLogin(const QString& clientKey) {
+    return withSession("CompleteLogin", false,
+                       [&](LoginSession& session) { return session.CompleteLogin(clientKey, nullptr) == LoginCode::success; });
+}
+
+bool WebServicesManagerEx::CompleteLogin(const QString& clientKey, const NetworkCookieJar& cookies) {
+    return withSession("CompleteLogin", false,
+                       [&](LoginSession& session) { return session.CompleteLogin(clientKey, &cookies) == LoginCode::success; });
+}
+
+bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url, int size, NetworkCookieJar& cookies) {
+    if (!url || size < 1)
+        return false;
+    url[0] = 0;
+    return withSession("InitiateLogout", false, [&](LoginSession& session) {
+        QString text;
+        if (!session.isClient(clientKey) || !session.InitiateLogout(clientKey, text, cookies))
+            return false;
+        copyText(text, url, size);
+        return true;
+    });
+}
+
+bool WebServicesManagerEx::CompleteLogout(const QString& clientKey) {
+    return withSession("CompleteLogout", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.CompleteLogout(clientKey); });
+}
+
+bool WebServicesManagerEx::Logout(const QString& clientKey) {
+    return withSession("Logout", false, [&](LoginSession& session) {
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        return session.isClient(clientKey) && session.Logout(clientKey, error, false);
+    });
+}
+
+bool WebServicesManagerEx::IsTokenAvailable(const QString& clientKey) {
+    return withSession("IsTokenAvailable", false, [&](LoginSession& session) { return session.tokens(clientKey).areComplete(); });
+}
+
+int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buffer, int size) {
+    return GetAccessToken(clientKey, buffer, size, true);
+}
+
+int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buffer, int size, bool checkExpiry) {
+    if (!mayUseNetwork("Cannot get access token. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return copyText(QString(), buffer, size);
+    return withSession("GetAccessToken", 0, [&](LoginSession& session) {
+        Util::SecretBytes token;
+        Util::SecretBytes secret;
+        const bool found = session.GetAccessToken(clientKey, checkExpiry, token, secret);
+        return copyText(found ? token.toText() : QString(), buffer, size);
+    });
+}
+
+unsigned int WebServicesManagerEx::GetTokenExpiryDate(const QString& clientKey) {
+    return withSession("GetTokenExpiryDate", 0U, [&](LoginSession& session) { return secondsSinceEpoch(session.tokens(clientKey).expiryDate); });
+}
+
+bool WebServicesManagerEx::IsTokenExpired(const QString& clientKey) {
+    return withSession("IsTokenExpired", false, [&](LoginSession& session) {
+        const ProductTokens tokens = session.tokens(clientKey);
+        return tokens.areComplete() && tokens.areExpired(QDateTime::currentDateTimeUtc());
+    });
+}
+
+wchar_t* WebServicesManagerEx::SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
+                                           ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret) {
+    if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return nullptr;
+    return withSession("SignRequest", static_cast<wchar_t*>(nullptr), [&](LoginSession& session) -> wchar_t* {
+        SigningOrder order;
+        if (!makeSigningOrder({url, params, count, method, mode, token, tokenSecret}, order))
+            return nullptr;
+        const QByteArray result = session.SignRequest(clientKey, order);
+        return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
+    });
+}
+
+wchar_t* WebServicesManagerEx::SignUrlForBrowser(const QString& clientKey, const wchar_t* url, bool checkExpiry) {
+    if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return nullptr;
+    return withSession("SignUrlForBrowser", static_cast<wchar_t*>(nullptr), [&](LoginSession& session) -> wchar_t* {
+        SigningOrder order;
+        if (!makeSigningOrder({url, nullptr, 0, HttpMethod::Get, ParsingMode::SignedUrl, nullptr, nullptr}, order))
+            return nullptr;
+        order.checkExpiry = checkExpiry;
+        const QByteArray result = session.SignRequest(clientKey, order);
+        return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
+    });
+}
+
+} // namespace Velquor::WebServices

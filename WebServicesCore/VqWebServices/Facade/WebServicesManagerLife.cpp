@@ -1,0 +1,81 @@
+// The static operations of the facade: the life of the library, and what may be called before it.
+
+#include "Facade/FacadeCall.h"
+#include "Network/SupportFiles.h"
+#include "Network/UrlStore.h"
+#include "Runtime/PluginPaths.h"
+#include "Values/CallerText.h"
+#include "VqUtil/Platform/EventHook.h"
+
+#include <QCoreApplication>
+#include <VqWebServices/WebServicesManager.h>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+Log::LoggerWrapper& logger() {
+    static Log::LoggerWrapper wrapper(QStringLiteral("VqWebServices"));
+    return wrapper;
+}
+
+} // namespace
+
+bool WebServicesManager::Initialize() { return WebServicesManagerImp::instance().initialize(); }
+
+bool WebServicesManager::Uninitialize() { return WebServicesManagerImp::instance().uninitialize(); }
+
+bool WebServicesManager::IsInitialized() { return WebServicesManagerImp::instance().isInitialized(); }
+
+WebServicesManager* WebServicesManager::GetInstance() {
+    WebServicesManagerImp& singleton = WebServicesManagerImp::instance();
+    return singleton.session() ? &singleton.manager() : nullptr;
+}
+
+void WebServicesManager::SetSupportFileSearchPaths(const wchar_t* paths) {
+    SupportFiles::setSearchPaths(textFromCaller(paths));
+    UrlStore::instance().clearCache();
+}
+
+int WebServicesManager::GetSupportFileSearchPaths(wchar_t* buffer, int size) { return copyText(SupportFiles::searchPathsText(), buffer, size); }
+
+void WebServicesManager::SetDefaultPluginSearchPaths() { PluginPaths::setDefaults(); }
+
+void WebServicesManager::AddPluginSearchPath(const wchar_t* path) { PluginPaths::add(textFromCaller(path)); }
+
+bool WebServicesManager::SetEventHook() {
+    if (Util::EventHook::isInstalled())
+        return true;
+    const QCoreApplication* const application = QCoreApplication::instance();
+    if (application && qstrcmp(application->metaObject()->className(), "QApplication") == 0) {
+        logger().warning(QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
+        return true;
+    }
+    logger().information(QStringLiteral("Setting event hook"));
+    QString error;
+    if (Util::EventHook::install(&error))
+        return true;
+    logger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
+    return false;
+}
+
+bool WebServicesManager::RemoveEventHook() {
+    logger().information(QStringLiteral("Removing event hook"));
+    Util::EventHook::remove();
+    return true;
+}
+
+bool WebServicesManager::DispatchEvent() {
+    if (!QCoreApplication::instance())
+        return false;
+    QCoreApplication::sendPostedEvents();
+    return true;
+}
+
+void WebServicesManager::EnableLog(bool) {}
+
+} // namespace Velquor::WebServices
+
+Velquor::WebServices::IWebServicesManager* GetIWebServicesManager() {
+    return Velquor::WebServices::WebServicesManagerImp::instance().runtimeObject();
+}

@@ -1,0 +1,104 @@
+#include <VqWebServices/WebServicesPrivate.h>
+
+#include "Facade/FacadeCall.h"
+#include "Network/UrlStore.h"
+#include "Runtime/LogSetupHelper.h"
+#include "Values/NetworkCookieImp.h"
+#include "Values/NetworkCookieJarImp.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+#include <QJsonDocument>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int maximumJsonSize = 4 * 1024 * 1024;
+
+std::string toText(const QJsonObject& json) { return QJsonDocument(json).toJson(QJsonDocument::Compact).toStdString(); }
+
+QJsonObject toObject(const char* json) {
+    const QByteArray text = json ? QByteArray(json, static_cast<int>(qstrnlen(json, maximumJsonSize))) : QByteArray();
+    return text.size() < maximumJsonSize ? QJsonDocument::fromJson(text).object() : QJsonObject();
+}
+
+Server currentServer() {
+    return withSession("GetUrl", Production, [](LoginSession& session) { return session.currentServer(); });
+}
+
+// Reading either succeeds or leaves one line in the log.
+bool report(bool done, const char* operation) {
+    if (!done)
+        Log::LoggerWrapper(QStringLiteral("VqWebServices"))
+            .error(QStringLiteral("%1 failed. The json object is empty or damaged.").arg(QLatin1String(operation)));
+    return done;
+}
+
+} // namespace
+
+bool WebServicesPrivate::Equals(const WebServicesConfiguration& a, const WebServicesConfiguration& b) {
+    return WebServicesConfigurationImp::of(a).equals(WebServicesConfigurationImp::of(b));
+}
+
+bool WebServicesPrivate::NetworkCookieToJson(const NetworkCookie& cookie, QJsonObject& json) {
+    json = NetworkCookieImp::of(cookie).toJson();
+    return true;
+}
+
+bool WebServicesPrivate::NetworkCookieToJson(const NetworkCookie& cookie, std::string& json) {
+    json = toText(NetworkCookieImp::of(cookie).toJson());
+    return true;
+}
+
+bool WebServicesPrivate::JsonToNetworkCookie(const QJsonObject& json, NetworkCookie& cookie) {
+    return report(NetworkCookieImp::of(cookie).fromJson(json), "JsonToNetworkCookie");
+}
+
+bool WebServicesPrivate::JsonToNetworkCookie(const char* json, NetworkCookie& cookie) { return JsonToNetworkCookie(toObject(json), cookie); }
+
+bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, QJsonObject& json) {
+    json = NetworkCookieJarImp::of(jar).toJson();
+    return true;
+}
+
+bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, std::string& json) {
+    json = toText(NetworkCookieJarImp::of(jar).toJson());
+    return true;
+}
+
+bool WebServicesPrivate::JsonToNetworkCookieJar(const QJsonObject& json, NetworkCookieJar& jar) {
+    return report(NetworkCookieJarImp::of(jar).fromJson(json), "JsonToNetworkCookieJar");
+}
+
+bool WebServicesPrivate::JsonToNetworkCookieJar(const char* json, NetworkCookieJar& jar) { return JsonToNetworkCookieJar(toObject(json), jar); }
+
+QString WebServicesPrivate::GetUrl(const QString& key) { return UrlStore::instance().GetUrl(currentServer(), key); }
+
+QString WebServicesPrivate::GetUrl(WebServicesUrlCode code) { return UrlStore::instance().GetUrl(currentServer(), code); }
+
+bool WebServicesPrivate::SetUrlOverrides(Server server, const QMap<QString, QString>& overrides) {
+    return UrlStore::instance().SetUrlOverrides(server, overrides);
+}
+
+bool WebServicesPrivate::ClearUrlOverrides(Server server) { return UrlStore::instance().ClearUrlOverrides(server); }
+
+QMap<QString, QString> WebServicesPrivate::GetUrlOverrides() { return UrlStore::instance().GetUrlOverrides(currentServer()); }
+
+bool WebServicesPrivate::SetupLog() { return LogSetupHelper::SetupLog(); }
+
+QString WebServicesPrivate::GetLogConfigFile() { return LogSetupHelper::findConfiguration(); }
+
+QString WebServicesPrivate::GetLogFile() { return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName(); }
+
+QString WebServicesPrivate::GetLogFileFolder() { return LogSetupHelper::logFileFolder(); }
+
+std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
+    static const std::shared_ptr<Log::ILogger> logger = Log::makeLogger(QStringLiteral("VqWebServices"));
+    return logger;
+}
+
+void WebServicesPrivate::AddObserver(IWebServicesObserver* observer) { WebServicesManagerImp::instance().manager().AddObserver(observer); }
+
+void WebServicesPrivate::RemoveObserver(IWebServicesObserver* observer) { WebServicesManagerImp::instance().manager().RemoveObserver(observer); }
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,39 @@
+#include "Runtime/PluginPaths.h"
+
+#include "VqLog/LoggerWrapper.h"
+#include "VqUtil/Platform/HostProcess.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QStringList>
+
+namespace Velquor::WebServices::PluginPaths {
+
+namespace {
+
+Log::LoggerWrapper& logger() {
+    static Log::LoggerWrapper wrapper(QStringLiteral("VqWebServices"));
+    return wrapper;
+}
+
+} // namespace
+
+void setDefaults() {
+    const QString libraryFolder = QFileInfo(Util::ownModulePath()).absolutePath();
+    QStringList folders{QFileInfo(Util::hostExecutablePath()).absolutePath() + QStringLiteral("/plugins"),
+                        libraryFolder + QStringLiteral("/plugins")};
+    folders.removeDuplicates();
+    logger().information(QStringLiteral("Setting following default search paths for plugins:\n%1").arg(folders.join(QLatin1Char('\n'))));
+    for (const QString& folder : folders)
+        QCoreApplication::addLibraryPath(folder);
+    logger().information(QStringLiteral("Prepending path %1 to the PATH environment variable").arg(libraryFolder));
+    if (!Util::prependToPath(libraryFolder))
+        logger().error(QStringLiteral("Failed to get the value of Windows system variable PATH"));
+}
+
+void add(const QString& folder) {
+    logger().information(QStringLiteral("Adding search path for plugins: %1").arg(folder));
+    QCoreApplication::addLibraryPath(folder);
+}
+
+} // namespace Velquor::WebServices::PluginPaths

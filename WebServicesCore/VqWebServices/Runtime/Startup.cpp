@@ -1,0 +1,125 @@
+#include "Runtime/Startup.h"
+
+#include "Network/LibraryNames.h"
+#include "Network/SupportFiles.h"
+#include "Network/UserAgent.h"
+#include "Runtime/LogSetupHelper.h"
+#include "Runtime/PluginPaths.h"
+#include "Runtime/RuntimePaths.h"
+#include "Runtime/UserAgentText.h"
+#include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/VqOAuthHost.h"
+#include "VqLog/LoggerWrapper.h"
+#include "VqUtil/Crypto/CachingCryptor.h"
+#include "VqUtil/Crypto/LazyCryptor.h"
+#include "VqUtil/Crypto/UserCryptor.h"
+#include "VqUtil/Platform/HostProcess.h"
+#include "VqUtil/Platform/UserRsaCryptor.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QNetworkProxyFactory>
+#include <QSslConfiguration>
+#include <QSslSocket>
+#include <cstdio>
+#include <openssl/crypto.h>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+Log::LoggerWrapper& logger() {
+    static Log::LoggerWrapper wrapper(QStringLiteral("VqWebServices"));
+    return wrapper;
+}
+
+bool findLogConfiguration() {
+    if (!LogSetupHelper::findConfiguration().isEmpty())
+        return true;
+    const QString text = QStringLiteral("Web Services initialization failed. Log config file- %1 could not be located in any of the following "
+                                        "paths:\n%2").arg(LogSetupHelper::configurationFileName(), SupportFiles::folders().join(QLatin1Char('\n')));
+    std::puts(text.toLocal8Bit().constData());
+    std::fflush(stdout);
+    return false;
+}
+
+void checkSsl() {
+    if (QSslSocket::supportsSsl() && !QSslConfiguration::defaultConfiguration().isNull()) {
+        const QString path = Util::modulePathOf(reinterpret_cast<const void*>(&OpenSSL_version_num));
+        logger().information(QStringLiteral("%1 loaded: %2").arg(QFileInfo(path).fileName(), path));
+        logger().information(QStringLiteral("Ssl initialized successfully"));
+        return;
+    }
+    const QString reason = QStringLiteral(". Possible reason: %1 is not loaded currently. Make sure this module is installed in the same folder "
+                                          "as %2 or in one of the search paths.")
+                               .arg(cryptoLibraryFileName(), QFileInfo(Util::ownModulePath()).fileName());
+    logger().error(QStringLiteral("Ssl initialization failed%1").arg(reason));
+}
+
+// Timers, queued signals and network replies need an application object; a host without Qt has none.
+void ensureApplication() {
+    if (QCoreApplication::instance())
+        return;
+    static int count = 1;
+    static char name[] = "VqWebServices";
+    static char* arguments[] = {name, nullptr};
+    // Never destroyed: at the end of the process nobody can tell whether other libraries still use it.
+    new QCoreApplication(count, arguments);
+}
+
+std::shared_ptr<Util::ICryptor> makeCryptor(const std::shared_ptr<Log::ILogger>& sessionLogger) {
+    const auto make = [sessionLogger]() -> std::shared_ptr<Util::ICryptor> {
+        return std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(RuntimePaths::userKeyFolder(), sessionLogger), sessionLogger);
+    };
+    return std::make_shared<Util::CachingCryptor>(std::make_shared<Util::LazyCryptor>(make));
+}
+
+std::shared_ptr<LoginSession> makeSession(const QString& defaultClientKey) {
+    const QString host = Util::hostExecutablePath();
+    SessionServices services;
+    services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
+    services.networkLogger = Log::makeLogger(QStringLiteral("VqWebServices.Network"));
+    services.cryptor = makeCryptor(services.logger);
+    services.cipherBlockSize = Util::userKeyBlockSize;
+    services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
+    services.urls = &UrlStore::instance();
+    services.loginStateFile = RuntimePaths::loginStateFile();
+    services.savedBy = QFileInfo(host).fileName();
+    return std::make_shared<LoginSession>(
+        services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host});
+}
+
+} // namespace
+
+StartedLibrary startLibrary(const QString& defaultClientKey) {
+    QElapsedTimer timer;
+    timer.start();
+    StartedLibrary started;
+    started.hasLogConfiguration = findLogConfiguration();
+    PluginPaths::setDefaults();
+    const QString oauth2 = QStringLiteral("without oauth2 support");
+    logger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2));
+    checkSsl();
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    ensureApplication();
+    const QString host = Util::hostExecutablePath();
+    setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
+    started.session = makeSession(defaultClientKey);
+    started.hasLogConfiguration = LogSetupHelper::SetupLog() && started.hasLogConfiguration;
+    logger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(QStringLiteral("Disabled")));
+    logger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
+    logger().information(QStringLiteral("Web Services data path: %1").arg(RuntimePaths::dataPath()));
+    logger().information(QStringLiteral("Web Services login state file: %1").arg(RuntimePaths::loginStateFile()));
+    return started;
+}
+
+void stopLibrary(std::shared_ptr<LoginSession> session) {
+    if (!session)
+        return;
+    logger().information(QStringLiteral("Uninitializing Web Services"));
+    session.reset();
+    logger().information(QStringLiteral("Web Services uninitialized"));
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,76 @@
+#include "Runtime/WebServicesManagerImp.h"
+
+#include "Runtime/Startup.h"
+#include "Runtime/WebServicesManagerRuntime.h"
+
+#include <QCoreApplication>
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+WebServicesManagerImp& WebServicesManagerImp::instance() {
+    // Never destroyed: hosts call from the destructors of their own statics.
+    static auto* const singleton = new WebServicesManagerImp;
+    return *singleton;
+}
+
+bool WebServicesManagerImp::initialize() {
+    {
+        const QMutexLocker lock(&m_countMutex);
+        if (++m_count >= 2)
+            return true;
+    }
+    const StartedLibrary started = startLibrary(defaultClientKey());
+    const QMutexLocker lock(&m_stateMutex);
+    m_session = started.session;
+    m_hasLogConfiguration = started.hasLogConfiguration;
+    return true;
+}
+
+bool WebServicesManagerImp::uninitialize() {
+    {
+        const QMutexLocker lock(&m_countMutex);
+        if (m_count > 0)
+            --m_count;
+        if (m_count > 0)
+            return true;
+    }
+    std::shared_ptr<LoginSession> session;
+    {
+        const QMutexLocker lock(&m_stateMutex);
+        session.swap(m_session);
+    }
+    stopLibrary(std::move(session));
+    return true;
+}
+
+bool WebServicesManagerImp::isInitialized() {
+    const QMutexLocker lock(&m_countMutex);
+    return m_count > 0;
+}
+
+std::shared_ptr<LoginSession> WebServicesManagerImp::session() const {
+    const QMutexLocker lock(&m_stateMutex);
+    return m_session;
+}
+
+bool WebServicesManagerImp::hasLogConfiguration() const {
+    const QMutexLocker lock(&m_stateMutex);
+    return m_hasLogConfiguration;
+}
+
+IWebServicesManager* WebServicesManagerImp::runtimeObject() {
+    const QMutexLocker lock(&m_stateMutex);
+    if (!m_session)
+        return nullptr;
+    if (!m_runtimeObject)
+        m_runtimeObject = std::make_unique<WebServicesManagerRuntime>(m_manager);
+    return m_runtimeObject.get();
+}
+
+QString WebServicesManagerImp::defaultClientKey() {
+    static const QString key = QString::number(QCoreApplication::applicationPid());
+    return key;
+}
+
+} // namespace Velquor::WebServices
