@@ -46,6 +46,15 @@ bool Product::start() {
     return m_manager->SetConfiguration(configuration) && m_manager->RestoreLogin();
 }
 
+void Product::enqueue(const QString& line) {
+    // The library handles events while it waits for the network, so the next command can arrive inside the current one.
+    m_lines.append(line);
+    if (m_lines.size() > 1)
+        return;
+    for (; !m_lines.isEmpty(); m_lines.removeFirst())
+        execute(m_lines.first());
+}
+
 void Product::execute(const QString& line) {
     const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (words.isEmpty())

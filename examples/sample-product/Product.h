@@ -25,7 +25,8 @@ public:
 
     /// Initializes the library, sets the configuration and restores the login. False when the library refuses.
     bool start();
-    void execute(const QString& line);
+    /// Carries a command out, after those that are still at work.
+    void enqueue(const QString& line);
 
     void LoggedIn() override;
     void LoginRestored() override;
@@ -37,6 +38,7 @@ signals:
 
 private:
     using Arguments = QStringList;
+    void execute(const QString& line);
     QJsonObject run(const QString& command, const Arguments& arguments);
     QJsonObject status();
     QJsonObject initiateLogin();
@@ -49,6 +51,7 @@ private:
 
     const Options m_options;
     Velquor::WebServices::WebServicesManager* m_manager = nullptr;
+    QStringList m_lines;
     bool m_vetoes = false;
 };
 

@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     CommandReader reader;
-    QObject::connect(&reader, &CommandReader::lineRead, &product, &Product::execute);
+    QObject::connect(&reader, &CommandReader::lineRead, &product, &Product::enqueue);
     QObject::connect(&reader, &CommandReader::ended, &application, &QCoreApplication::quit);
     QObject::connect(&product, &Product::finished, &application, &QCoreApplication::quit, Qt::QueuedConnection);
     reader.start();
