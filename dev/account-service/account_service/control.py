@@ -63,6 +63,9 @@ def make_control(service: Service, control_token: str, base_url: str) -> Flask:
                        clock_offset=service.clock.offset, faults=service.faults.as_json(),
                        counters=service.journal.totals(), sequence=service.journal.sequence)
 
+    def secrets() -> Response:
+        return jsonify(secrets=store.all_secrets())
+
     def log() -> Response:
         return jsonify(requests=service.journal.since(request.args.get("since", 0, int)))
 
@@ -136,6 +139,7 @@ def make_control(service: Service, control_token: str, base_url: str) -> Flask:
 
     rule("state", state, "GET")
     rule("log", log, "GET")
+    rule("secrets", secrets, "GET")
     rule("faults", faults, "GET", "POST", "DELETE")
     for name, view in (("lifetimes", lifetimes), ("clock", clock), ("expire", expire),
                        ("documents", documents), ("approve", approve), ("reset", reset)):

@@ -139,6 +139,13 @@ class Store:
                 record.expires_at = min(record.expires_at, time.time())
             return len(chosen)
 
+    def all_secrets(self) -> list[str]:
+        """All that was handed out and must not be found in clear on the other side."""
+        with self.lock:
+            issued = [text for token in self.tokens.values() for text in (token.token, token.secret)]
+            consumers = [consumer.secret for consumer in self.consumers.values()]
+            return sorted({*issued, *consumers, *self.handles, *self.browsers})
+
     @staticmethod
     def _check_not_approved(token: RequestToken) -> None:
         if token.user is not None:

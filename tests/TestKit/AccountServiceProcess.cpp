@@ -1,0 +1,98 @@
+#include "TestKit/AccountServiceProcess.h"
+
+#include <QEventLoop>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QTimer>
+#include <memory>
+
+namespace Velquor::TestKit {
+
+namespace {
+
+constexpr int timeoutMs = 15000;
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void trust(const QString& authorityFile) {
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setCaCertificates(configuration.caCertificates() + QSslCertificate::fromPath(authorityFile));
+    QSslConfiguration::setDefaultConfiguration(configuration);
+}
+
+} // namespace
+
+AccountServiceProcess::~AccountServiceProcess() {
+    m_process.closeWriteChannel();
+    m_process.terminate();
+    if (!m_process.waitForFinished(timeoutMs))
+        m_process.kill();
+}
+
+bool AccountServiceProcess::start(const QStringList& options) {
+    const QString program = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/dev/account-service/account-service");
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(program, QStringList{QStringLiteral("--out"), folder(), QStringLiteral("--exit-with-parent")} + options);
+    if (!m_process.waitForStarted(timeoutMs))
+        return false;
+    while (!m_process.canReadLine()) {
+        if (!m_process.waitForReadyRead(timeoutMs))
+            return false;
+    }
+    m_info = QJsonDocument::fromJson(contents(folder() + QStringLiteral("/service.json"))).object();
+    m_token = contents(m_info.value(QStringLiteral("control_token_file")).toString()).trimmed();
+    trust(authorityFile());
+    return !url().isEmpty() && !m_token.isEmpty();
+}
+
+QJsonObject AccountServiceProcess::control(const QString& path, const QJsonValue& body) {
+    QNetworkAccessManager manager;
+    manager.setProxy(QNetworkProxy::NoProxy);
+    QNetworkRequest request(QUrl(m_info.value(QStringLiteral("control_url")).toString() + QStringLiteral("/control/") + path));
+    request.setRawHeader("X-Control-Token", m_token);
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
+    const QByteArray data = QJsonDocument(body.toObject()).toJson();
+    const std::unique_ptr<QNetworkReply> reply(body.isUndefined() ? manager.get(request) : manager.post(request, data));
+    QEventLoop loop;
+    QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    if (!reply->isFinished())
+        loop.exec();
+    if (reply->error() != QNetworkReply::NoError)
+        return {};
+    QJsonObject answer = QJsonDocument::fromJson(reply->readAll()).object();
+    answer.insert(QStringLiteral("ok"), true);
+    return answer;
+}
+
+bool AccountServiceProcess::approve(const QString& signInUrl, const QString& user) {
+    return !control(QStringLiteral("approve"), QJsonObject{{QStringLiteral("url"), signInUrl}, {QStringLiteral("user"), user}}).isEmpty();
+}
+
+bool AccountServiceProcess::addFault(const QString& endpoint, const QString& kind, QJsonObject details, int count) {
+    details.insert(QStringLiteral("endpoint"), endpoint);
+    details.insert(QStringLiteral("kind"), kind);
+    details.insert(QStringLiteral("count"), count);
+    return !control(QStringLiteral("faults"), details).isEmpty();
+}
+
+bool AccountServiceProcess::reset() { return !control(QStringLiteral("reset"), QJsonObject{}).isEmpty(); }
+
+int AccountServiceProcess::requests(const QString& endpoint) {
+    int count = 0;
+    const QJsonArray log = control(QStringLiteral("log")).value(QStringLiteral("requests")).toArray();
+    for (const QJsonValue& entry : log)
+        count += entry.toObject().value(QStringLiteral("endpoint")).toString() == endpoint ? 1 : 0;
+    return count;
+}
+
+} // namespace Velquor::TestKit

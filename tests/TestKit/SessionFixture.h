@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Network/SupportFiles.h"
+#include "Session/LoginSession.h"
+#include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/VqOAuthHost.h"
+#include "TestKit/RecordingLogger.h"
+#include "VqUtil/Crypto/UserCryptor.h"
+#include "VqUtil/Platform/UserRsaCryptor.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <memory>
+
+namespace Velquor::TestKit {
+
+/// Makes login sessions that share one login state file in a folder of their own, as processes of one user do.
+///
+/// Thread: the test's. Owner: the test.
+class SessionFixture {
+public:
+    SessionFixture()
+        : logger(std::make_shared<RecordingLogger>())
+        , urls(logger) {
+        // One key for all tests of the program, since making one takes a while.
+        static const QTemporaryDir keyFolder;
+        static const auto rsa = Util::openUserRsaCryptor(keyFolder.path(), logger);
+        cryptor = std::make_shared<Util::UserCryptor>(rsa, logger);
+    }
+
+    [[nodiscard]] WebServices::SessionServices services() {
+        WebServices::SessionServices made;
+        made.cryptor = cryptor;
+        made.cipherBlockSize = Util::userKeyBlockSize;
+        made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
+        made.urls = &urls;
+        made.logger = logger;
+        made.networkLogger = logger;
+        made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
+        made.loginStateFile = file();
+        made.savedBy = QStringLiteral("test");
+        return made;
+    }
+
+    [[nodiscard]] std::unique_ptr<WebServices::LoginSession> makeSession(const QString& key = QStringLiteral("demo-product-0001"),
+                                                                        const QString& secret = QStringLiteral("demo-secret-0001")) {
+        auto session = std::make_unique<WebServices::LoginSession>(services(), WebServices::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
+        session->SetConfiguration(key, configuration(key, secret));
+        return session;
+    }
+
+    [[nodiscard]] static WebServices::WebServicesConfiguration configuration(const QString& key, const QString& secret,
+                                                                             WebServices::Server server = WebServices::Production) {
+        WebServices::WebServicesConfiguration made;
+        made.SetConsumerKey(key.toStdWString().c_str());
+        made.SetConsumerSecret(secret.toStdWString().c_str());
+        made.SetServer(server);
+        return made;
+    }
+
+    [[nodiscard]] QString file() const { return folder.filePath(QStringLiteral("LoginState.xml")); }
+
+    [[nodiscard]] QByteArray fileContents() const {
+        QFile state(file());
+        return state.open(QIODevice::ReadOnly) ? state.readAll() : QByteArray();
+    }
+
+    void writeFile(const QByteArray& contents) const {
+        QFile state(file());
+        if (state.open(QIODevice::WriteOnly))
+            state.write(contents);
+    }
+
+    [[nodiscard]] bool hasLogged(const QString& text) const {
+        const QStringList texts = logger->texts();
+        return std::any_of(texts.begin(), texts.end(), [&text](const QString& line) { return line.contains(text); });
+    }
+
+    QTemporaryDir folder;
+    std::shared_ptr<RecordingLogger> logger;
+    WebServices::UrlStore urls;
+    std::shared_ptr<Util::ICryptor> cryptor;
+    qint64 clockOffset = 0; ///< Seconds that the sessions' clock is ahead.
+};
+
+} // namespace Velquor::TestKit

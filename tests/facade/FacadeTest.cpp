@@ -1,0 +1,269 @@
+// The exported facades as a product uses and misuses them, through the shared library.
+
+#include "TestKit/AccountServiceProcess.h"
+
+#include <QtTest>
+#include <VqWebServices/IWebServicesManager.h>
+#include <VqWebServices/WebServicesManager.h>
+#include <VqWebServices/WebServicesManagerEx.h>
+#include <VqWebServices/WebServicesPrivate.h>
+#include <array>
+#include <functional>
+#include <memory>
+#include <thread>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+constexpr int urlSize = 8192;
+constexpr wchar_t canary = 0x7e;
+
+using Text = std::unique_ptr<wchar_t[]>;
+
+WebServicesConfiguration configuration(const wchar_t* key = L"demo-product-0001", const wchar_t* secret = L"demo-secret-0001") {
+    WebServicesConfiguration made;
+    made.SetConsumerKey(key);
+    made.SetConsumerSecret(secret);
+    return made;
+}
+
+// What a product does with every operation that has a failure result; each must fail without harm.
+void expectFailures(WebServicesManager& manager) {
+    wchar_t buffer[16] = {canary};
+    int status = -1;
+    LoginErrorEx error = LoginErrorEx::None;
+    NetworkCookieJar jar;
+    unsigned char* cookie = nullptr;
+    QVERIFY(!manager.SetConfiguration(configuration()));
+    QVERIFY(!manager.SetServer(Staging));
+    QVERIFY(!manager.RestoreLogin());
+    QVERIFY(!manager.IsLoggedIn());
+    QVERIFY(!manager.IsLoginValid());
+    QCOMPARE(manager.GetUserName(buffer, 16), 0);
+    QCOMPARE(manager.GetAccessToken(buffer, 16), 0);
+    QCOMPARE(manager.GetLoginCookie(cookie), 0);
+    QCOMPARE(manager.GetTokenExpiryDate(), 0U);
+    QCOMPARE(manager.GetLoginExpiryDate(), 0U);
+    QVERIFY(!manager.InitiateLogin(nullptr, buffer, 16, error, status));
+    QCOMPARE(error, LoginErrorEx::NotReady);
+    QCOMPARE(status, 0);
+    QVERIFY(!manager.CompleteLogin());
+    QVERIFY(!manager.InitiateLogout(buffer, 16, jar));
+    QVERIFY(!manager.CompleteLogout());
+    QVERIFY(!manager.Logout());
+    QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr)));
+    QVERIFY(!Text(manager.SignUrlForBrowser(L"https://example.com/", true)));
+    manager.AddObserver(nullptr);
+    manager.RemoveObserver(nullptr);
+}
+
+class Hook : public IWebServicesObserver {
+public:
+    void LoginRestored() override {
+        thread = std::this_thread::get_id();
+        if (reaction)
+            reaction();
+    }
+    std::function<void()> reaction;
+    std::thread::id thread;
+};
+
+} // namespace
+
+class FacadeTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QVERIFY(!WebServicesManager::GetInstance());
+        QVERIFY(!WebServicesManagerEx::GetInstanceEx());
+        QVERIFY(!GetIWebServicesManager());
+        QVERIFY(!WebServicesManager::IsInitialized());
+        QVERIFY(m_service.start());
+        WebServicesManager::SetSupportFileSearchPaths(m_service.folder().toStdWString().c_str());
+    }
+
+    void cleanup() {
+        for (int count = 0; WebServicesManager::IsInitialized() && count < 10; ++count)
+            WebServicesManager::Uninitialize();
+    }
+
+    void counts() {
+        QVERIFY(WebServicesManager::Initialize());
+        WebServicesManager* const first = WebServicesManager::GetInstance();
+        QVERIFY(WebServicesManager::Initialize());
+        QCOMPARE(WebServicesManager::GetInstance(), first);
+        QVERIFY(WebServicesManager::Uninitialize());
+        QVERIFY(WebServicesManager::IsInitialized());
+        QVERIFY(WebServicesManager::Uninitialize());
+        QVERIFY(!WebServicesManager::GetInstance());
+        QVERIFY(WebServicesManager::Uninitialize());
+        QVERIFY(!WebServicesManager::IsInitialized());
+        QVERIFY(WebServicesManager::Initialize());
+        QVERIFY(WebServicesManager::GetInstance());
+    }
+
+    void failsWithoutHarmAfterUninitialize() {
+        WebServicesManager::Initialize();
+        WebServicesManager* const kept = WebServicesManager::GetInstance();
+        IWebServicesManager* const keptInterface = GetIWebServicesManager();
+        WebServicesManager::Uninitialize();
+        expectFailures(*kept);
+        wchar_t buffer[4];
+        QCOMPARE(keptInterface->GetUserName(buffer, 4), 0);
+        QCOMPARE(keptInterface->GetLoginExpiryDate(), 0U);
+    }
+
+    void takesHostileArguments() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        QVERIFY(!manager.SetConfiguration(WebServicesConfiguration()));
+        QVERIFY(manager.SetConfiguration(configuration()));
+        QVERIFY(manager.RestoreLogin());
+        int status = -1;
+        LoginErrorEx error = LoginErrorEx::None;
+        wchar_t buffer[2] = {canary, canary};
+        QVERIFY(!manager.InitiateLogin(nullptr, nullptr, 10, error, status));
+        QCOMPARE(error, LoginErrorEx::BadArgument);
+        QVERIFY(!manager.InitiateLogin(nullptr, buffer, 0, error, status));
+        QCOMPARE(error, LoginErrorEx::BadArgument);
+        QCOMPARE(buffer[0], canary);
+        QVERIFY(!manager.InitiateLogin(nullptr, buffer, -5, error, status));
+        NetworkCookieJar jar;
+        QVERIFY(!manager.InitiateLogout(nullptr, 5, jar));
+        const std::wstring huge(2000000, L'x');
+        for (const wchar_t* const url : {static_cast<const wchar_t*>(nullptr), L"", L"no url", L"ftp://example.com/", L"https://", huge.c_str()})
+            QVERIFY(!Text(manager.SignRequest(url, nullptr, 0, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
+        const RequestParam nameless{nullptr, L"x"};
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 5, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, 1, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, -1, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, static_cast<HttpMethod>(20), ParsingMode::QueryString, nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, static_cast<ParsingMode>(4), nullptr, nullptr)));
+        QVERIFY(!manager.SetServer(static_cast<Server>(7)));
+        QVERIFY(!manager.SetServer(NoServer));
+        QCOMPARE(manager.GetUrl(static_cast<WebServicesUrlCode>(49), nullptr, 0), 0);
+        QVERIFY(manager.GetUrl(WebServicesUrlCode::AccountServerUrl, nullptr, 0) > 0);
+        WebServicesManagerEx& keyed = *WebServicesManagerEx::GetInstanceEx();
+        for (const QString& unknown : {QString(), QStringLiteral("unknown")}) {
+            QVERIFY(!keyed.RestoreLogin(unknown));
+            QVERIFY(!keyed.IsLoggedIn(unknown));
+            QVERIFY(!keyed.CompleteLogin(unknown));
+            QCOMPARE(keyed.GetAccessToken(unknown, nullptr, 0), 0);
+            QCOMPARE(keyed.GetCachePath(unknown, nullptr, 0), 0);
+        }
+        QVERIFY(!keyed.SetConfiguration(QString(), configuration()));
+    }
+
+    void followsTheBufferRule_data() {
+        QTest::addColumn<int>("size");
+        for (int size : {-1, 0, 1, 2})
+            QTest::newRow(qPrintable(QStringLiteral("size %1").arg(size))) << size;
+        QTest::newRow("one short of the length") << -100;
+        QTest::newRow("exactly the length") << -101;
+        QTest::newRow("with terminator") << -102;
+    }
+
+    void followsTheBufferRule() {
+        QFETCH(int, size);
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        const int length = manager.GetLoginStateFile(nullptr, 0);
+        QVERIFY(length > 10);
+        std::vector<wchar_t> whole(static_cast<size_t>(length) + 1);
+        QCOMPARE(manager.GetLoginStateFile(whole.data(), length + 1), length);
+        if (size <= -100)
+            size = length - 1 + (-100 - size);
+        std::vector<wchar_t> buffer(static_cast<size_t>(length) + 3, canary);
+        const int expected = size < 1 ? 0 : std::min(length, size - 1);
+        QCOMPARE(manager.GetLoginStateFile(buffer.data(), size), expected);
+        QVERIFY(std::equal(buffer.begin(), buffer.begin() + expected, whole.begin()));
+        QCOMPARE(buffer[static_cast<size_t>(expected)], size < 1 ? canary : wchar_t(0));
+        QCOMPARE(buffer[static_cast<size_t>(expected) + 1], canary);
+    }
+
+    void normalisesSearchPaths() {
+        const QString before = m_service.folder();
+        WebServicesManager::SetSupportFileSearchPaths(L"/tmp/a;;/tmp/A/;  /tmp/b/../c ; ;/tmp/c");
+        wchar_t buffer[64];
+        WebServicesManager::GetSupportFileSearchPaths(buffer, 64);
+        QCOMPARE(QString::fromWCharArray(buffer), QStringLiteral("/tmp/a;/tmp/c"));
+        WebServicesManager::SetSupportFileSearchPaths(nullptr);
+        QCOMPARE(WebServicesManager::GetSupportFileSearchPaths(nullptr, 0), 0);
+        WebServicesManager::SetSupportFileSearchPaths(before.toStdWString().c_str());
+    }
+
+    // Both facades, one session: signed in through one, seen through the other, the interface and another thread.
+    void signsInThroughBothFacades() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        QVERIFY(manager.SetConfiguration(configuration()));
+        QVERIFY(WebServicesPrivate::Equals(manager.GetConfiguration(), configuration()));
+        QVERIFY(manager.RestoreLogin());
+        std::array<wchar_t, urlSize> url{};
+        LoginError error = LoginError::Other;
+        int status = 0;
+        QVERIFY(manager.InitiateLogin(L"hint", 0, url.data(), urlSize, error, status));
+        QCOMPARE(error, LoginError::None);
+        QCOMPARE(status, 200);
+        QVERIFY(m_service.approve(QString::fromWCharArray(url.data())));
+        QVERIFY(manager.CompleteLogin());
+        wchar_t name[4] = {};
+        QCOMPARE(manager.GetUserName(name, 4), 3);
+        QCOMPARE(std::wstring(name), std::wstring(L"ada"));
+        QCOMPARE(GetIWebServicesManager()->GetUserName(name, 3), 2);
+        QVERIFY(GetIWebServicesManager()->GetLoginExpiryDate() > 1700000000U);
+        WebServicesManagerEx& keyed = *WebServicesManagerEx::GetInstanceEx();
+        const auto key = QStringLiteral("my-key");
+        QVERIFY(keyed.SetConfiguration(key, configuration()));
+        std::thread worker([&keyed, &key] {
+            QVERIFY(keyed.IsLoggedIn(key));
+            const Text header(keyed.SignRequest(key, L"https://example.com/?a=b", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr));
+            QVERIFY(header && std::wstring(header.get()).rfind(L"OAuth oauth_consumer_key=\"demo-product-0001\"", 0) == 0);
+        });
+        worker.join();
+        const RequestParam params[] = {{L"x", L"1 & 2"}};
+        const Text signedUrl(manager.SignRequest(L"https://example.com/p?a=b#end", params, 1, HttpMethod::Get, ParsingMode::SignedUrl, nullptr, nullptr));
+        const QString text = QString::fromWCharArray(signedUrl.get());
+        QVERIFY2(text.startsWith("https://example.com/p?a=b&x=1%20%26%202&oauth_") && text.endsWith("#end"), qPrintable(text));
+        QVERIFY(manager.Logout());
+        QVERIFY(!keyed.IsLoggedIn(key));
+        QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);
+    }
+
+    void observersAreCalledOnTheMainThread() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        Hook observer;
+        manager.AddObserver(&observer);
+        manager.SetConfiguration(configuration());
+        std::thread worker([&manager] { QVERIFY(manager.RestoreLogin()); });
+        worker.join();
+        QCOMPARE(observer.thread, std::thread::id());
+        QVERIFY(WebServicesManager::DispatchEvent());
+        QCOMPARE(observer.thread, std::this_thread::get_id());
+        manager.RemoveObserver(&observer);
+    }
+
+    void anObserverMayUninitialize() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        Hook observer;
+        observer.reaction = [&manager] {
+            WebServicesManager::Uninitialize();
+            expectFailures(manager);
+        };
+        manager.AddObserver(&observer);
+        manager.SetConfiguration(configuration());
+        QVERIFY(manager.RestoreLogin());
+        QVERIFY(!WebServicesManager::IsInitialized());
+    }
+
+private:
+    TestKit::AccountServiceProcess m_service;
+};
+
+QTEST_GUILESS_MAIN(FacadeTest)
+#include "FacadeTest.moc"

@@ -1,0 +1,117 @@
+"""Whole programs in processes of their own: a real browser, a second process, and a search for leaked secrets."""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import urllib.parse
+
+SOURCE = pathlib.Path(os.environ["VQ_SOURCE_DIR"])
+BINARIES = pathlib.Path(os.environ["VQ_BINARY_DIR"]) / "bin"
+sys.path.insert(0, str(SOURCE / "dev/demo"))
+
+from account import AccountService  # noqa: E402
+from product import Product  # noqa: E402
+
+PASSWORD = "correct horse"
+PRODUCT = BINARIES / "sample-product"
+
+
+class ProgramsTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vqws-test-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.service = AccountService(self.folder / "service")
+        self.service.start()
+        self.addCleanup(self.service.stop)
+
+    def start(self, title: str) -> Product:
+        product = Product(PRODUCT, self.service, self.folder / "home", title)
+        self.addCleanup(product.stop)
+        return product
+
+    def sign_in(self, product: Product) -> dict:
+        login = product.ask("initiate-login")
+        self.assertTrue(login["ok"], login)
+        self.service.control("approve", {"url": login["url"], "user": "ada"})
+        self.assertTrue(product.ask("complete-login")["ok"])
+        return login
+
+    def test_no_secret_is_found_in_clear(self):
+        os.environ["VQWS_LOGLEVEL"] = "TRACE"
+        self.addCleanup(os.environ.pop, "VQWS_LOGLEVEL")
+        product = self.start("first")
+        login = product.ask("initiate-login")
+        cookies = self.folder / "cookies.json"
+        subprocess.run([str(SOURCE / "dev/account-service/drive_sign_in.py"), login["url"], "--ca", self.service.info["ca_file"],
+                        "--user", "ada", "--password", PASSWORD, "--cookies", str(cookies), "--wrong-password-first"],
+                       check=True, timeout=60, capture_output=True)
+        # A refused exchange writes its dump, where a secret would show first.
+        self.service.control("faults", {"endpoint": "access-token", "kind": "missing", "parameters": ["oauth_session_handle"], "count": 1})
+        product.ask(f"complete-login {cookies}")
+        login = product.ask("initiate-login")
+        self.service.control("approve", {"url": login["url"], "user": "ada"})
+        self.assertTrue(product.ask(f"complete-login {cookies}")["ok"])
+        self.assertTrue(product.ask(f"get {self.service.info['url']}/api/echo?note=x")["ok"])
+        self.assertTrue(product.ask(f"sign-url {self.service.info['url']}/account")["ok"])
+        state = (self.folder / "home/data/Velquor/Web Services/LoginState.xml").read_text(encoding="utf-8")
+        self.assertIn("<Product ", state)
+        self.assertTrue(product.ask("initiate-logout")["ok"])
+        browser = [cookie["Value"] for cookie in json.loads(cookies.read_text(encoding="utf-8"))["Cookies"] if len(cookie["Value"]) > 8]
+        secrets = self.service.control("secrets")["secrets"] + browser + [PASSWORD]
+        self.assertGreater(len(secrets), 8)
+        product.stop()
+        written = self.written_files()
+        log = written[self.folder / "home/data/Velquor/Web Services/WebServices.log"]
+        self.assertIn(b"DEBUG", log, "the log was not written at trace level")
+        self.assertIn(b"server returned invalid response body", log.lower(), "no dump was written")
+        for secret in secrets:
+            for form in {secret, urllib.parse.quote(secret, safe=""), urllib.parse.quote(urllib.parse.quote(secret, safe=""), safe="")}:
+                for path, contents in written.items():
+                    self.assertNotIn(form.encode(), contents, f"a secret stands in {path.name}")
+
+    def written_files(self) -> dict[pathlib.Path, bytes]:
+        """Everything the product wrote: its data, and its temporary files."""
+        return {path: path.read_bytes() for path in (self.folder / "home").rglob("*") if path.is_file()}
+
+    def test_a_second_process_is_signed_in_and_out(self):
+        first, second = self.start("first"), self.start("second")
+        self.sign_in(first)
+        self.assertTrue(second.ask("status")["signedIn"])
+        self.assertTrue(second.ask(f"get {self.service.info['url']}/api/echo")["ok"])
+        self.assertTrue(second.ask("logout")["ok"])
+        self.assertFalse(first.ask("status")["signedIn"])
+        self.assertEqual(["LoginRestored", "LoggedIn", "LoggedOut"], first.events)
+        self.assertFalse(self.start("third").ask("status")["signedIn"])
+
+    def test_owner_only_from_the_first_byte(self):
+        os.umask(0)
+        self.addCleanup(os.umask, 0o022)
+        self.sign_in(self.start("first"))
+        folder = self.folder / "home/data/Velquor/Web Services"
+        self.assertEqual(0o700, folder.stat().st_mode & 0o777)
+        for name in ("LoginState.xml", "UserKey.pem"):
+            self.assertEqual(0o600, (folder / name).stat().st_mode & 0o777, name)
+
+    def test_without_a_log_configuration_the_network_is_refused(self):
+        library = self.folder / "library"
+        library.mkdir()
+        for file in BINARIES.glob("libVqWebServices.so*"):
+            shutil.copy(file, library, follow_symlinks=False)
+        environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "XDG_DATA_HOME": str(self.folder / "none")}
+        run = subprocess.run([str(PRODUCT), "--support", str(self.service.folder), "--ca", self.service.info["ca_file"]],
+                             input=f"status\ninitiate-login\nget {self.service.info['url']}/api/echo\nquit\n",
+                             capture_output=True, text=True, timeout=30, check=False, env=environment)
+        reason = "Web Services initialization failed due to missing WebServices.logconfig file."
+        self.assertIn("Web Services initialization failed. Log config file- WebServices.logconfig could not be located in any of "
+                      f"the following paths:\n{library}", run.stdout)
+        for refusal in ("Cannot get access token.", "Cannot initiate login.", "Cannot sign request."):
+            self.assertIn(f"{refusal} {reason}", run.stdout)
+        self.assertEqual(0, self.service.accepted("request-token"))
+
+
+if __name__ == "__main__":
+    unittest.main()

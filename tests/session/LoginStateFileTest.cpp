@@ -1,0 +1,319 @@
+// The login state file: what is written, what is merged, and what a file from outside may do.
+
+#include "Session/LoginStateLoader.h"
+#include "Session/LoginStateSaver.h"
+#include "Session/LoginStateXml.h"
+#include "TestKit/SessionFixture.h"
+
+#include <QDomDocument>
+#include <QtTest>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+const auto otherKey = QStringLiteral("other-product-0002");
+
+// One process: its session state, with the helpers that read and write the shared file.
+class Process {
+public:
+    explicit Process(TestKit::SessionFixture& fixture, const QString& consumerKey = key, Server server = Production)
+        : core(fixture.services()) {
+        core.clients.add({consumerKey, 1, QStringLiteral("Product of ") + consumerKey, QStringLiteral("/opt/product")});
+        core.clients.setConfiguration(consumerKey, std::make_shared<const WebServicesConfiguration>(
+                                                       TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"), server)));
+        m_key = consumerKey;
+    }
+
+    void restore() {
+        LoginStateLoader(core).loadAll(true);
+        core.setRestored();
+        if (core.isLoggedIn(m_key))
+            core.configuredProduct(m_key);
+    }
+
+    void signIn(const QString& user, const QDateTime& tokenExpiry = QDateTime::currentDateTimeUtc().addSecs(3600)) {
+        BasicLoginState state;
+        state.clientId = core.services.cryptor->encrypt("client of " + user.toUtf8());
+        state.userName = user;
+        state.userId = user;
+        state.loginDate = loginDateAfter(core.services.now(), core.logoutDate());
+        state.sessionExpiryDate = core.services.now().addDays(14);
+        core.binding.bind(state);
+        core.setBasic(state);
+        const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
+        core.configuredProduct(m_key)->setTokens({encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), tokenExpiry});
+    }
+
+    [[nodiscard]] QByteArray token(const QString& consumerKey) {
+        const ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
+        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8()) : QByteArray();
+    }
+
+    SessionCore core;
+
+private:
+    QString m_key;
+};
+
+QDomElement element(const TestKit::SessionFixture& fixture, const QStringList& path) {
+    QDomDocument document;
+    document.setContent(fixture.fileContents());
+    QDomElement found = document.documentElement();
+    for (const QString& name : path)
+        found = found.firstChildElement(name);
+    return found.cloneNode().toElement();
+}
+
+} // namespace
+
+class LoginStateFileTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<TestKit::SessionFixture>(); }
+
+    void writesTheFormat() {
+        Process process(*m_fixture);
+        process.restore();
+        process.signIn(QStringLiteral("ada"));
+        QVERIFY(LoginStateSaver(process.core).save());
+        const QDomElement root = element(*m_fixture, {});
+        QCOMPARE(root.tagName(), QStringLiteral("WebServices"));
+        QCOMPARE(root.attribute("LastSavedByVersion"), QStringLiteral("13.4.4.1804"));
+        const QDomElement settings = element(*m_fixture, {"Settings"});
+        QCOMPARE(settings.attribute("CurrentServer"), QStringLiteral("0"));
+        QCOMPARE(settings.attribute("SuppressLoginReminder"), QStringLiteral("False"));
+        const QDomElement login = element(*m_fixture, {"LoginSession"});
+        QCOMPARE(login.attribute("UserName"), QStringLiteral("ada"));
+        QCOMPARE(login.attribute("Server"), QStringLiteral("0"));
+        QVERIFY(QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$")).match(login.attribute("LoginDate")).hasMatch());
+        const QDomElement product = element(*m_fixture, {"LoginSession", "Products", "Product"});
+        QCOMPARE(product.attribute("ProductKey"), key);
+        for (const char* const secret : {"AccessToken", "AccessTokenSecret", "SessionHandle"})
+            QVERIFY2(product.firstChildElement(secret).firstChild().isCDATASection(), secret);
+        QVERIFY(!m_fixture->fileContents().contains("token of"));
+        QCOMPARE(QFile::permissions(m_fixture->file()) & (QFile::ReadOther | QFile::ReadGroup | QFile::WriteOther | QFile::WriteGroup), QFile::Permissions());
+    }
+
+    void aSecondProcessRestores() {
+        Process first(*m_fixture);
+        first.restore();
+        first.signIn(QStringLiteral("ada"));
+        LoginStateSaver(first.core).save();
+        Process second(*m_fixture);
+        second.restore();
+        QVERIFY(second.core.isLoginValid(key));
+        QCOMPARE(second.core.basic().userName, QStringLiteral("ada"));
+        QCOMPARE(second.token(key), QByteArray("token of demo-product-0001"));
+    }
+
+    void mergesProductsOfOthers() {
+        Process first(*m_fixture);
+        first.restore();
+        first.signIn(QStringLiteral("ada"));
+        LoginStateSaver(first.core).save();
+        Process second(*m_fixture, otherKey);
+        second.restore();
+        BasicLoginState same = second.core.basic();
+        second.signIn(QStringLiteral("ada"));
+        second.core.setBasic(same);
+        QVERIFY(LoginStateSaver(second.core).save());
+        QVERIFY(LoginStateSaver(first.core).save());
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Found new product Product of other-product-0002 in login state file while saving. Preserving it.")));
+        Process third(*m_fixture);
+        third.restore();
+        QCOMPARE(third.token(key), QByteArray("token of demo-product-0001"));
+        QCOMPARE(third.token(otherKey), QByteArray("token of other-product-0002"));
+    }
+
+    void keepsLaterTokensOfTheSameSignIn() {
+        Process first(*m_fixture);
+        first.restore();
+        first.signIn(QStringLiteral("ada"), QDateTime::currentDateTimeUtc().addSecs(60));
+        LoginStateSaver(first.core).save();
+        Process second(*m_fixture);
+        second.restore();
+        ProductTokens refreshed = second.core.products.find(key, Production)->tokens();
+        refreshed.accessToken = second.core.services.cryptor->encrypt("refreshed");
+        refreshed.expiryDate = refreshed.expiryDate.addSecs(3600);
+        second.core.products.find(key, Production)->setTokens(refreshed);
+        LoginStateSaver(second.core).save();
+        QVERIFY(LoginStateSaver(first.core).save());
+        Process third(*m_fixture);
+        third.restore();
+        QCOMPARE(third.token(key), QByteArray("refreshed"));
+    }
+
+    void signOutElsewhereWins() {
+        Process first(*m_fixture);
+        first.restore();
+        first.signIn(QStringLiteral("ada"));
+        LoginStateSaver(first.core).save();
+        Process second(*m_fixture);
+        second.restore();
+        LoginStateSaver(second.core).removeLogin(logoutDateFor(second.core.services.now(), second.core.basic().loginDate));
+        LoginStateSaver(first.core).save();
+        QVERIFY(element(*m_fixture, {"LoginSession"}).isNull());
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("The user was signed out by another process")));
+    }
+
+    void aLaterSignInElsewhereWins() {
+        Process first(*m_fixture);
+        first.restore();
+        first.signIn(QStringLiteral("ada"));
+        LoginStateSaver(first.core).save();
+        m_fixture->clockOffset = 60;
+        Process second(*m_fixture, otherKey);
+        second.restore();
+        second.signIn(QStringLiteral("bob"));
+        LoginStateSaver(second.core).save();
+        LoginStateSaver(first.core).save();
+        QCOMPARE(element(*m_fixture, {"LoginSession"}).attribute("UserName"), QStringLiteral("bob"));
+        // Nothing of the first user may stand under the name of the second.
+        QVERIFY(!m_fixture->fileContents().contains("demo-product-0001"));
+    }
+
+    void keepsSettingsOfOthers() {
+        m_fixture->writeFile("<WebServices><Settings CurrentServer=\"0\" LastLoginReminderDate=\"2026-01-01T00:00:00Z\" SuppressLoginReminder=\"True\" "
+                             "LogoutDate=\"2026-02-01T00:00:00Z\"/><ProxySettings Host=\"proxy\"/></WebServices>");
+        Process process(*m_fixture);
+        process.restore();
+        QVERIFY(LoginStateSaver(process.core).save());
+        const QDomElement settings = element(*m_fixture, {"Settings"});
+        QCOMPARE(settings.attribute("LastLoginReminderDate"), QStringLiteral("2026-01-01T00:00:00Z"));
+        QCOMPARE(settings.attribute("SuppressLoginReminder"), QStringLiteral("True"));
+        QCOMPARE(settings.attribute("LogoutDate"), QStringLiteral("2026-02-01T00:00:00Z"));
+        QCOMPARE(element(*m_fixture, {"ProxySettings"}).attribute("Host"), QStringLiteral("proxy"));
+    }
+
+    // A signed-in file is changed in one place; the state must not be used, and is deleted or left as the case demands.
+    void checksTheState_data() {
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<QString>("logged");
+        QTest::addColumn<bool>("deleted");
+        const auto row = [](const char* what, const char* logged, bool deleted) {
+            QTest::newRow(what) << QString::fromLatin1(what) << QString::fromLatin1(logged) << deleted;
+        };
+        row("expired", "Login session expired. Deleting the login state in login state file. Re-login required.", true);
+        row("other server", "Server in LoginSession node is different from current server. Stopping loading of login state.", false);
+        row("no client id", "Client id is blank or not found in login state file", false);
+        row("client id damaged", "Failed to restore client id. Deleting the login state in login state file. Re-login required.", true);
+        row("other user of the system", "Login state is invalid since it was not saved by current NT user. Discarding it and forcing logout. User needs to login.", true);
+        row("other machine", "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.", true);
+        row("no machine", "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.", true);
+        row("product without key", "Invalid product node without product key found and ignored", true);
+        row("product without tokens", "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required.", true);
+    }
+
+    void checksTheState() {
+        QFETCH(QString, what);
+        QFETCH(QString, logged);
+        QFETCH(bool, deleted);
+        writeSignedInFile();
+        QDomDocument document;
+        document.setContent(m_fixture->fileContents());
+        QDomElement login = document.documentElement().firstChildElement("LoginSession");
+        QDomElement product = login.firstChildElement("Products").firstChildElement("Product");
+        const auto secret = [this, &login](const char* name, const QByteArray& clear) {
+            LoginStateXml::setSecret(login, QLatin1String(name), clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
+        };
+        if (what == "expired")
+            login.setAttribute("SessionExpiryDate", "2020-01-01T00:00:00Z");
+        else if (what == "other server")
+            login.setAttribute("Server", "1");
+        else if (what == "no client id")
+            secret("ClientId", "");
+        else if (what == "client id damaged")
+            LoginStateXml::setSecret(login, "ClientId", "AQIDBA==");
+        else if (what == "other user of the system")
+            secret("NTUserName", "somebody-else");
+        else if (what == "other machine")
+            secret("MachineAddress", "001122334455");
+        else if (what == "no machine")
+            secret("MachineAddress", "");
+        else if (what == "product without key")
+            product.removeAttribute("ProductKey");
+        else if (what == "product without tokens")
+            product.removeChild(product.firstChildElement("AccessTokenSecret"));
+        m_fixture->writeFile(document.toByteArray());
+        Process process(*m_fixture);
+        process.restore();
+        QVERIFY(!process.core.isLoggedIn());
+        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(logged));
+        QCOMPARE(element(*m_fixture, {"LoginSession"}).isNull(), deleted);
+    }
+
+    void anAbsentExpiryNeverExpires() {
+        writeSignedInFile();
+        QByteArray contents = m_fixture->fileContents();
+        contents.replace("SessionExpiryDate=", "Ignored=");
+        m_fixture->writeFile(contents);
+        m_fixture->clockOffset = 50LL * 365 * 86400;
+        Process process(*m_fixture);
+        process.restore();
+        QVERIFY(process.core.isLoginValid());
+    }
+
+    // Whatever stands in the file: no crash, nobody is signed in by it, and a save afterwards leaves a good file.
+    void survivesHostileFiles_data() {
+        QTest::addColumn<QByteArray>("contents");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("one byte") << QByteArray("<");
+        QTest::newRow("all NUL") << QByteArray(4096, '\0');
+        QTest::newRow("other root") << QByteArray("<Other><LoginSession Server=\"0\"/></Other>");
+        QTest::newRow("two documents") << QByteArray("<WebServices/><WebServices/>");
+        QTest::newRow("entity bomb") << QByteArray("<!DOCTYPE a [<!ENTITY b \"bbbbbbbb\"><!ENTITY c \"&b;&b;&b;&b;\">]><WebServices>&c;</WebServices>");
+        QTest::newRow("deep") << QByteArray("<WebServices>") + QByteArray("<a>").repeated(4000) + QByteArray("</a>").repeated(4000) + "</WebServices>";
+        QTest::newRow("many elements") << QByteArray("<WebServices>") + QByteArray("<a/>").repeated(100000) + "</WebServices>";
+        QTest::newRow("cut") << QByteArray("<WebServices><Settings CurrentServer=\"0\"/><LoginSession Ser");
+        QTest::newRow("numbers that are none") << QByteArray("<WebServices><Settings CurrentServer=\"99999999999\" LogoutDate=\"never\"/><LoginSession Server=\"x\"/></WebServices>");
+    }
+
+    void survivesHostileFiles() {
+        QFETCH(QByteArray, contents);
+        m_fixture->writeFile(contents);
+        Process process(*m_fixture);
+        process.restore();
+        QVERIFY(!process.core.isLoggedIn());
+        process.signIn(QStringLiteral("ada"));
+        QVERIFY(LoginStateSaver(process.core).save());
+        Process next(*m_fixture);
+        next.restore();
+        QVERIFY(next.core.isLoginValid(key));
+    }
+
+    void setsADamagedFileAside() {
+        m_fixture->writeFile("<WebServices><damaged");
+        Process process(*m_fixture);
+        process.restore();
+        LoginStateSaver(process.core).save();
+        QFile aside(m_fixture->file() + QStringLiteral(".damaged-1"));
+        QVERIFY(aside.open(QIODevice::ReadOnly));
+        QCOMPARE(aside.readAll(), QByteArray("<WebServices><damaged"));
+    }
+
+    void doesNotSaveBeforeItWasRestored() {
+        Process process(*m_fixture);
+        process.signIn(QStringLiteral("ada"));
+        QVERIFY(!LoginStateSaver(process.core).save());
+        QVERIFY(m_fixture->fileContents().isEmpty());
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Skipping saving of login state since login state is not yet restored")));
+    }
+
+private:
+    void writeSignedInFile() {
+        Process process(*m_fixture);
+        process.restore();
+        process.signIn(QStringLiteral("ada"));
+        LoginStateSaver(process.core).save();
+        QVERIFY(!element(*m_fixture, {"LoginSession"}).isNull());
+    }
+
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+};
+
+QTEST_GUILESS_MAIN(LoginStateFileTest)
+#include "LoginStateFileTest.moc"

@@ -1,0 +1,353 @@
+// The whole sign-in and sign-out against the account service, which checks every signature with another OAuth library.
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QtTest>
+#include <functional>
+#include <thread>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+
+class Observer : public IWebServicesObserver {
+public:
+    void LoggedIn() override { hear("LoggedIn"); }
+    void LoginRestored() override { hear("LoginRestored"); }
+    void LoggedOut() override { hear("LoggedOut"); }
+    void AboutToLogout(bool& veto) override {
+        hear("AboutToLogout");
+        veto = vetoes;
+    }
+
+    QStringList heard;
+    bool vetoes = false;
+    std::function<void(const QString&)> reaction;
+
+private:
+    void hear(const char* event) {
+        heard += QLatin1String(event);
+        if (reaction)
+            reaction(heard.last());
+    }
+};
+
+} // namespace
+
+class SignInTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_service.start());
+        SupportFiles::setSearchPaths(m_service.folder());
+    }
+
+    void init() {
+        QVERIFY(m_service.reset());
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_session = m_fixture->makeSession();
+    }
+
+    void cleanup() { m_session.reset(); }
+
+    void signsIn() {
+        Observer observer;
+        m_session->observers().add(&observer);
+        signInAs(*m_session);
+        QCOMPARE(observer.heard, QStringList({"LoginRestored", "LoggedIn"}));
+        QVERIFY(m_session->isLoginValid(key));
+        QCOMPARE(m_session->basicState().userName, QStringLiteral("ada"));
+        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
+    }
+
+    void aRestartedProcessAndAnotherOneAreSignedIn() {
+        signInAs(*m_session);
+        m_session.reset();
+        m_session = m_fixture->makeSession();
+        QVERIFY(m_session->RestoreLogin(key, false));
+        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
+    }
+
+    void aSignOutReachesTheOtherProcess() {
+        signInAs(*m_session);
+        const auto other = m_fixture->makeSession();
+        other->RestoreLogin(key, false);
+        Observer observer;
+        other->observers().add(&observer);
+        QNetworkReply::NetworkError error = QNetworkReply::UnknownNetworkError;
+        QVERIFY(m_session->Logout(key, error, false));
+        QCOMPARE(error, QNetworkReply::NoError);
+        QVERIFY(!other->isLoggedIn(QString()));
+        QVERIFY(other->SignRequest(key, order()).isEmpty());
+        QCOMPARE(observer.heard, QStringList({"LoggedOut"}));
+        QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
+        // And back: a sign-in within the same second reaches the other one as well.
+        signInAs(*m_session);
+        QVERIFY(other->isLoggedIn(key));
+        QCOMPARE(observer.heard, QStringList({"LoggedOut", "LoggedIn"}));
+        QCOMPARE(sendSigned(*other).value("user").toString(), QStringLiteral("ada"));
+    }
+
+    void refusesBeforeItIsReady() {
+        QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. WebServicesManager::RestoreLogin is not called.")));
+        QVERIFY(m_session->ChangeServer(key, Staging, false));
+        QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NotReady);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. Configuration is not set for Staging server.")));
+        QCOMPARE(m_session->InitiateLogin(QStringLiteral("unknown"), QString()).code, LoginCode::notReady);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("usingWebServicesManager::SetConfiguration")));
+        QCOMPARE(m_service.requests("request-token"), 0);
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to complete login. Product login session not found.")));
+    }
+
+    void requestTokenFaults_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QJsonObject>("details");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("logged");
+        const auto row = [](const char* name, const char* kind, const QJsonObject& details, LoginErrorEx error, const char* logged) {
+            QTest::newRow(name) << QString::fromLatin1(kind) << details << static_cast<int>(error) << QString::fromLatin1(logged);
+        };
+        row("closes early", "drop", {}, LoginErrorEx::NoReply, "Failed to initiate login. Http error: 0. Network error: 2");
+        row("HTML", "html", {}, LoginErrorEx::InvalidReply, "server didn't return the following parameter(s): Request token, Request token secret, Client id");
+        row("garbage", "garbage", {}, LoginErrorEx::InvalidReply, "didn't return the following parameter(s): Request token, Request token secret, Client id");
+        row("no secret", "missing", {{"parameters", QJsonArray{"oauth_token_secret"}}}, LoginErrorEx::InvalidReply, "parameter(s): Request token secret. Session dump: ");
+        row("no client id", "missing", {{"parameters", QJsonArray{"x_oauth_client_identifier"}}}, LoginErrorEx::InvalidReply, "server didn't return client id. This will happen if the consumer key is legacy key.");
+        row("error 500", "status", {{"status", 500}}, LoginErrorEx::Refused, "Failed to initiate login. Http error: 500 Internal Server Error");
+        row("a problem", "problem", {{"problem", "consumer_key_rejected"}}, LoginErrorEx::Refused, "consumer_key_rejected");
+        row("a redirect", "redirect", {{"location", "https://example.com/"}}, LoginErrorEx::Refused, "Failed to initiate login. Http error: 302 Found");
+        row("a wrong clock", "problem", {{"problem", "message_expired"}}, LoginErrorEx::WrongSystemTime, "System time or time zone setting in the system is incorrect.");
+        row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
+    }
+
+    void requestTokenFaults() {
+        QFETCH(QString, kind);
+        QFETCH(QJsonObject, details);
+        QFETCH(int, error);
+        QFETCH(QString, logged);
+        m_session->RestoreLogin(key, false);
+        // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
+        QVERIFY(m_service.addFault("request-token", kind, details, -1));
+        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+        QCOMPARE(login.code, LoginCode::exchangeFailed);
+        QVERIFY(login.url.isEmpty());
+        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
+        QCOMPARE(static_cast<int>(login.error), error);
+        QVERIFY(m_service.reset());
+        signInAs(*m_session);
+        QVERIFY(m_session->isLoggedIn(key));
+    }
+
+    void accessTokenFaultsLeaveTheStateAsItWas_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QJsonObject>("details");
+        QTest::newRow("closes early") << "drop" << QJsonObject();
+        QTest::newRow("HTML") << "html" << QJsonObject();
+        QTest::newRow("no session handle") << "missing" << QJsonObject{{"parameters", QJsonArray{"oauth_session_handle"}}};
+        QTest::newRow("no expiry") << "missing" << QJsonObject{{"parameters", QJsonArray{"oauth_expires_in"}}};
+        QTest::newRow("refused") << "problem" << QJsonObject{{"problem", "token_rejected"}};
+    }
+
+    void accessTokenFaultsLeaveTheStateAsItWas() {
+        QFETCH(QString, kind);
+        QFETCH(QJsonObject, details);
+        m_session->RestoreLogin(key, false);
+        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+        QVERIFY(m_service.approve(login.url));
+        QVERIFY(m_service.addFault("access-token", kind, details, -1));
+        const QByteArray before = m_fixture->fileContents();
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
+        QVERIFY(!m_session->isLoggedIn(QString()));
+        QCOMPARE(m_fixture->fileContents(), before);
+    }
+
+    void doesNotCompleteWhatTheUserHasNotAuthorised() {
+        m_session->RestoreLogin(key, false);
+        QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success);
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("permission_unknown")));
+        QVERIFY(!m_session->isLoggedIn(QString()));
+    }
+
+    void putsTheDomainKeyIntoTheSignInPage() {
+        m_session->RestoreLogin(key, false);
+        const InitiatedLogin login = m_session->InitiateLogin(key, QStringLiteral("a b&c=ä"));
+        QVERIFY(login.url.contains(QStringLiteral("domain_key=a%20b%26c%3D%C3%A4&")));
+        QVERIFY(m_service.approve(login.url));
+    }
+
+    void refusesAWrongCertificate() {
+        const QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
+        QSslConfiguration::setDefaultConfiguration(QSslConfiguration());
+        m_session->RestoreLogin(key, false);
+        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+        QSslConfiguration::setDefaultConfiguration(trusting);
+        QCOMPARE(login.error, LoginErrorEx::NoSecureConnection);
+        QCOMPARE(m_service.requests("request-token"), 0);
+    }
+
+    void keepsTheCookiesOfTheBrowser() {
+        m_session->RestoreLogin(key, false);
+        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
+        NetworkCookie cookie;
+        cookie.SetName("VqSession");
+        cookie.SetValue("cookie-canary <&\"']]>");
+        cookie.SetDomain(L"127.0.0.1");
+        cookie.SetHttpOnly(true);
+        cookie.SetExpiryDate(4102444800);
+        NetworkCookieJar jar;
+        jar.AddCookie(cookie);
+        QCOMPARE(m_session->CompleteLogin(key, &jar), LoginCode::success);
+        QVERIFY(!m_fixture->fileContents().contains("cookie-canary"));
+        const auto other = m_fixture->makeSession();
+        other->RestoreLogin(key, false);
+        QString url;
+        NetworkCookieJar returned;
+        QVERIFY(other->InitiateLogout(key, url, returned));
+        QCOMPARE(returned.GetCookieCount(), 1);
+        char value[64] = {};
+        QCOMPARE(returned.GetCookie(0).GetValue(value, sizeof value), 21);
+        QCOMPARE(QByteArray(value), QByteArray("cookie-canary <&\"']]>"));
+        QVERIFY(returned.GetCookie(0).IsHttpOnly());
+        QCOMPARE(returned.GetCookie(0).GetExpiryDate(), 4102444800LL);
+    }
+
+    void anObserverMayVetoTheSignOut() {
+        signInAs(*m_session);
+        Observer observer;
+        observer.vetoes = true;
+        m_session->observers().add(&observer);
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        QVERIFY(!m_session->Logout(key, error, false));
+        QVERIFY(m_session->isLoggedIn(key));
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event.")));
+        // Asked from another thread, the observer still answers on the main thread, and its answer counts.
+        std::thread worker([this, &error] { QVERIFY(!m_session->Logout(key, error, false)); });
+        QTRY_COMPARE(observer.heard.count("AboutToLogout"), 2);
+        worker.join();
+        QVERIFY(m_session->isLoggedIn(key));
+    }
+
+    void anObserverMaySignOutInsideLoggedIn() {
+        Observer first;
+        Observer second;
+        first.reaction = [this](const QString& event) {
+            QNetworkReply::NetworkError error = QNetworkReply::NoError;
+            if (event == "LoggedIn")
+                QVERIFY(m_session->Logout(key, error, false));
+        };
+        m_session->observers().add(&first);
+        m_session->observers().add(&second);
+        signInAs(*m_session);
+        QVERIFY(!m_session->isLoggedIn(QString()));
+        QVERIFY(!second.heard.contains("LoggedIn"));
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Aborting sending of web services event LoggedIn to observers in this processes.")));
+    }
+
+    void anObserverMayThrowAndRemoveOthers() {
+        Observer thrower;
+        Observer removed;
+        Observer last;
+        thrower.reaction = [this, &removed](const QString&) {
+            m_session->observers().remove(&removed);
+            throw std::runtime_error("oops");
+        };
+        for (Observer* const observer : {&thrower, &removed, &last})
+            m_session->observers().add(observer);
+        m_session->RestoreLogin(key, false);
+        QCOMPARE(last.heard, QStringList({"LoginRestored"}));
+        QVERIFY(removed.heard.isEmpty());
+    }
+
+    void signsOutHereWhenTheServiceCannotBeReached() {
+        signInAs(*m_session);
+        QVERIFY(m_service.addFault("invalidate-token", "drop", {}, -1));
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        QVERIFY(m_session->Logout(key, error, false));
+        QVERIFY(error != QNetworkReply::NoError);
+        QVERIFY(!m_session->isLoggedIn(QString()));
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to logout in server for product Test product. Failed to invalidate token in server. ")));
+    }
+
+    void doesNotSignWithAnExpiredToken() {
+        signInAs(*m_session);
+        m_fixture->clockOffset = 2 * 3600;
+        QVERIFY(m_session->SignRequest(key, order()).isEmpty());
+        QVERIFY(m_fixture->hasLogged(QStringLiteral(": Token has expired and failed to refresh token")));
+        SigningOrder unchecked = order();
+        unchecked.checkExpiry = false;
+        QVERIFY(!m_session->SignRequest(key, unchecked).isEmpty());
+    }
+
+    void signsFromManyThreads() {
+        signInAs(*m_session);
+        std::vector<std::thread> threads;
+        std::atomic<int> signedCount{0};
+        for (int thread = 0; thread < 8; ++thread) {
+            threads.emplace_back([this, &signedCount] {
+                for (int round = 0; round < 50; ++round)
+                    signedCount += m_session->SignRequest(key, order()).startsWith("OAuth ") ? 1 : 0;
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        QCOMPARE(signedCount.load(), 400);
+    }
+
+    void changesTheServer() {
+        signInAs(*m_session);
+        QVERIFY(m_session->ChangeServer(key, Production, true));
+        QVERIFY(m_session->isLoggedIn(key));
+        Observer observer;
+        observer.vetoes = true;
+        m_session->observers().add(&observer);
+        QVERIFY(!m_session->ChangeServer(key, Staging, true));
+        QCOMPARE(m_session->currentServer(), Production);
+        observer.vetoes = false;
+        QVERIFY(m_session->ChangeServer(key, Staging, true));
+        QCOMPARE(m_session->currentServer(), Staging);
+        QVERIFY(!m_session->isLoggedIn(QString()));
+    }
+
+private:
+    void signInAs(LoginSession& session) {
+        session.RestoreLogin(key, false);
+        const InitiatedLogin login = session.InitiateLogin(key, QString());
+        QCOMPARE(login.code, LoginCode::success);
+        QVERIFY(m_service.approve(login.url));
+        QCOMPARE(session.CompleteLogin(key, nullptr), LoginCode::success);
+    }
+
+    SigningOrder order() const {
+        SigningOrder made;
+        made.request.url = QUrl(m_service.url() + QStringLiteral("/api/echo?a=b%20c&a=b&empty="));
+        return made;
+    }
+
+    QJsonObject sendSigned(LoginSession& session) const {
+        QNetworkAccessManager manager;
+        QNetworkRequest request(order().request.url);
+        request.setRawHeader("Authorization", session.SignRequest(key, order()));
+        const std::unique_ptr<QNetworkReply> reply(manager.get(request));
+        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+        finished.wait(10000);
+        return QJsonDocument::fromJson(reply->readAll()).object();
+    }
+
+    TestKit::AccountServiceProcess m_service;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::unique_ptr<LoginSession> m_session;
+};
+
+QTEST_GUILESS_MAIN(SignInTest)
+#include "SignInTest.moc"
