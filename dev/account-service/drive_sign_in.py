@@ -151,7 +151,8 @@ def main() -> int:
     signal.signal(signal.SIGTERM, give_up)
     signal.signal(signal.SIGALRM, give_up)
     signal.alarm(4 * TIMEOUT_SECONDS)
-    with tempfile.TemporaryDirectory(prefix="drive-sign-in-", ignore_cleanup_errors=True) as home:
+    # Not under TMPDIR: the browser makes a socket in there, whose path must stay under 108 bytes.
+    with tempfile.TemporaryDirectory(prefix="vqws-browser-", dir="/tmp", ignore_cleanup_errors=True) as home:
         try:
             run(options, Path(home))
             return 0

@@ -254,6 +254,24 @@ private slots:
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Aborting sending of web services event LoggedIn to observers in this processes.")));
     }
 
+    // While a sign-in waits on the main thread, the host's own queued code runs there and must not break it.
+    void theHostMayCallDuringAWait() {
+        m_session->RestoreLogin(key, false);
+        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
+        bool called = false;
+        QTimer::singleShot(0, m_session.get(), [this, &called] {
+            called = true;
+            QNetworkReply::NetworkError error = QNetworkReply::NoError;
+            QVERIFY(!m_session->isLoggedIn(QString()));
+            QVERIFY(!m_session->Logout(key, error, false));
+            QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
+            QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
+        });
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
+        QVERIFY(called);
+        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
+    }
+
     void anObserverMayThrowAndRemoveOthers() {
         Observer thrower;
         Observer removed;

@@ -3,6 +3,7 @@
 #include "Session/LoginCookies.h"
 #include "Session/LoginStateLoader.h"
 #include "Session/LoginStateSaver.h"
+#include "Session/SessionFlow.h"
 #include "Session/SignOutFlow.h"
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/Platform/HostProcess.h"
@@ -151,16 +152,18 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
 
 InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
     catchUp();
-    const QMutexLocker lock(&m_core.lock);
-    return SignInFlow(m_core).initiate(clientKey, ldapDomainKey);
+    const SessionFlow flow(m_core, "InitiateLogin");
+    return flow.isEntered() ? SignInFlow(m_core).initiate(clientKey, ldapDomainKey)
+                            : InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
 }
 
 int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies) {
     catchUp();
     int code = LoginCode::exchangeFailed;
     {
-        const QMutexLocker lock(&m_core.lock);
-        code = SignInFlow(m_core).complete(clientKey, cookies);
+        const SessionFlow flow(m_core, "CompleteLogin");
+        if (flow.isEntered())
+            code = SignInFlow(m_core).complete(clientKey, cookies);
     }
     if (code == LoginCode::success)
         RaiseEvent(Event::LoggedIn, clientKey);
@@ -175,14 +178,14 @@ bool LoginSession::InitiateLogout(const QString& clientKey, QString& url, Networ
         m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
         return false;
     }
-    const QMutexLocker lock(&m_core.lock);
-    return SignOutFlow(m_core).makeLogoutUrl(clientKey, url, cookies);
+    const SessionFlow flow(m_core, "InitiateLogout");
+    return flow.isEntered() && SignOutFlow(m_core).makeLogoutUrl(clientKey, url, cookies);
 }
 
 bool LoginSession::CompleteLogout(const QString& clientKey) {
     {
-        const QMutexLocker lock(&m_core.lock);
-        if (!SignOutFlow(m_core).complete())
+        const SessionFlow flow(m_core, "CompleteLogout");
+        if (!flow.isEntered() || !SignOutFlow(m_core).complete())
             return false;
     }
     RaiseEvent(Event::LoggedOut, clientKey);
@@ -207,7 +210,9 @@ bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError&
         return false;
     }
     {
-        const QMutexLocker lock(&m_core.lock);
+        const SessionFlow flow(m_core, "Logout");
+        if (!flow.isEntered())
+            return false;
         error = SignOutFlow(m_core).invalidateToken();
     }
     if (!CompleteLogout(clientKey))

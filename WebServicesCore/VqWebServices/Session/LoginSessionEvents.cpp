@@ -23,6 +23,11 @@ void LoginSession::catchUp() {
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again.
     if (!m_core.lock.try_lock())
         return;
+    // Inside a wait of a sign-in or sign-out on this very thread the state must stand still.
+    if (m_core.isFlowActive) {
+        m_core.lock.unlock();
+        return;
+    }
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
     applyFile();

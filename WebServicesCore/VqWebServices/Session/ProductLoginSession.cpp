@@ -21,9 +21,9 @@ QString shortKey(const QString& key) {
 // A signature needs both a key and its secret; each failure has a text of its own.
 QString checkKeys(const SigningKeys& keys) {
     if (keys.consumerKey.isEmpty())
-        return QStringLiteral("Failed to decrypt consumer key");
+        return QStringLiteral("Failed to decrypt consumer key.");
     if (keys.consumerSecret.isEmpty())
-        return QStringLiteral("Failed to decrypt consumer secret");
+        return QStringLiteral("Failed to decrypt consumer secret.");
     if (keys.token.isEmpty())
         return QStringLiteral("Failed to decrypt access token");
     if (keys.tokenSecret.isEmpty())
@@ -137,20 +137,19 @@ void ProductLoginSession::Clear() {
     m_requestToken = {};
 }
 
-ProductLoginSession::KeysResult ProductLoginSession::signingKeys() const {
+QString ProductLoginSession::signingKeys(SigningKeys& keys) const {
     const ConfigurationPointer current = configuration();
     const ProductTokens held = tokens();
     if (!current)
-        return {{}, QStringLiteral("Current configuration is null or invalid")};
+        return QStringLiteral("Current configuration is null or invalid.");
     if (held.accessToken.isEmpty())
-        return {{}, QStringLiteral("Access token is empty")};
+        return QStringLiteral("Access token is empty");
     if (held.accessTokenSecret.isEmpty())
-        return {{}, QStringLiteral("Access token secret is empty")};
-    KeysResult result{consumerKeys(*current), {}};
-    result.keys.token = m_services.cryptor->decrypt(held.accessToken);
-    result.keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
-    result.error = checkKeys(result.keys);
-    return result;
+        return QStringLiteral("Access token secret is empty");
+    keys = consumerKeys(*current);
+    keys.token = m_services.cryptor->decrypt(held.accessToken);
+    keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
+    return checkKeys(keys);
 }
 
 Util::SecretBytes ProductLoginSession::sessionHandle() const { return m_services.cryptor->decrypt(tokens().sessionHandle); }

@@ -52,12 +52,8 @@ public:
     [[nodiscard]] bool Save(QDomElement& product) const;
     void Clear();
 
-    /// The keys for a signature with the access token, or the reason why there are none.
-    struct KeysResult {
-        SigningKeys keys;
-        QString error;
-    };
-    [[nodiscard]] KeysResult signingKeys() const;
+    /// The keys for a signature with the access token. The result is empty, or the reason why there are none.
+    [[nodiscard]] QString signingKeys(SigningKeys& keys) const;
 
     /// The decrypted session handle; empty when there is none or it cannot be decrypted.
     [[nodiscard]] Util::SecretBytes sessionHandle() const;

@@ -40,59 +40,99 @@ RequestSigning::RequestSigning(SessionCore& core)
     : m_core(core)
     , m_logger(*core.services.logger) {}
 
-QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) const {
+QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
     const QString prefix = product ? product->logPrefix() : QString();
     return prefix.isEmpty() ? operation : prefix + QLatin1Char(':') + operation;
 }
 
-QString RequestSigning::checkState(const QString& clientKey, const ProductSessionPointer& product) const {
+RequestSigning::Refusal RequestSigning::check(const QString& clientKey, const ProductSessionPointer& product, bool checkExpiry) const {
+    if (!m_core.isLoggedIn())
+        return Refusal::NoUser;
+    if (!product)
+        return Refusal::NoProduct;
     if (!m_core.isLoginValid())
-        return QStringLiteral("Login state is not valid.");
+        return Refusal::StateNotValid;
     const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, m_core.currentServer());
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
-        return QStringLiteral("Current configuration is null or invalid.");
-    if (!product || !product->tokens().areComplete())
-        return QStringLiteral("No access token found.");
+        return Refusal::NoConfiguration;
+    if (!product->tokens().areComplete())
+        return Refusal::NoToken;
+    if (checkExpiry && !m_core.isLoggedIn(clientKey))
+        return Refusal::NotLoggedIn;
+    return checkExpiry && product->tokens().areExpired(m_core.services.now()) ? Refusal::Expired : Refusal::None;
+}
+
+QString RequestSigning::signingText(Refusal refusal) {
+    switch (refusal) {
+    case Refusal::NoUser:
+        return QStringLiteral("Failed to sign request. Not logged in.");
+    case Refusal::NoProduct:
+        return QStringLiteral("Failed to sign request. Product login session not found.");
+    case Refusal::StateNotValid:
+        return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.");
+    case Refusal::NoConfiguration:
+        return QStringLiteral("SignRequest failed while signing url %1: Current configuration is null or invalid.");
+    case Refusal::NoToken:
+        return QStringLiteral("SignRequest failed while signing url %1: No access token found.");
+    case Refusal::NotLoggedIn:
+        return QStringLiteral("SignRequest failed while signing url %1: Not logged in");
+    case Refusal::Expired:
+        return QStringLiteral("SignRequest failed while signing url %1: Token has expired and failed to refresh token");
+    case Refusal::None:
+        break;
+    }
     return {};
 }
 
-QString RequestSigning::checkExpiry(const QString& clientKey, const ProductLoginSession& product) const {
-    if (!m_core.isLoggedIn(clientKey))
-        return QStringLiteral("Not logged in");
-    if (product.tokens().areExpired(m_core.services.now()))
-        return QStringLiteral("Token has expired and failed to refresh token");
+QString RequestSigning::tokenText(Refusal refusal) {
+    switch (refusal) {
+    case Refusal::NoUser:
+    case Refusal::NotLoggedIn:
+        return QStringLiteral("GetAccessToken failed: Not logged in.");
+    case Refusal::NoProduct:
+        return QStringLiteral("GetAccessToken failed: Product login session not found.");
+    case Refusal::StateNotValid:
+        return QStringLiteral("GetAccessToken failed: Login state is not valid.");
+    case Refusal::NoConfiguration:
+        return QStringLiteral("GetAccessToken failed: Current configuration is null or invalid.");
+    case Refusal::NoToken:
+        return QStringLiteral("GetAccessToken failed: No access token found.");
+    case Refusal::Expired:
+        return QStringLiteral("GetAccessToken failed: Token has expired and failed to refresh token.");
+    case Refusal::None:
+        break;
+    }
     return {};
 }
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     const ProductSessionPointer product = m_core.product(clientKey);
     const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("SignRequest")), m_core.services.logger);
-    QString error = checkState(clientKey, product);
-    if (error.isEmpty() && order.checkExpiry)
-        error = checkExpiry(clientKey, *product);
+    QString error = signingText(check(clientKey, product, order.checkExpiry));
     QByteArray result;
     if (error.isEmpty())
         result = sign(*product, order, error);
     if (result.isEmpty())
-        m_logger.error(QStringLiteral("SignRequest failed while signing url %1: %2").arg(displayUrl(order.request.url), error));
+        m_logger.error(error.contains(QStringLiteral("%1")) ? error.arg(displayUrl(order.request.url)) : error);
     return result;
 }
 
 QByteArray RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const {
-    ProductLoginSession::KeysResult keys = product.signingKeys();
-    if (!keys.error.isEmpty()) {
-        error = keys.error + QLatin1Char('.');
+    SigningKeys keys;
+    const QString keyError = product.signingKeys(keys);
+    if (!keyError.isEmpty()) {
+        error = QStringLiteral("SignRequest failed while signing url %1: ") + keyError;
         return {};
     }
     if (!order.token.isEmpty()) {
-        keys.keys.token = Util::SecretBytes(QByteArray(order.token));
-        keys.keys.tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
+        keys.token = Util::SecretBytes(QByteArray(order.token));
+        keys.tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
     }
     const OAuth::RequestToSign request = order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
     const QByteArray parameters = OAuth::VqOAuthWrapper(*m_core.services.oauthHost)
-                                      .CreateOauthParameterString(request, keys.keys.credentials(), outputForm(order.mode));
+                                      .CreateOauthParameterString(request, keys.credentials(), outputForm(order.mode));
     if (parameters.isEmpty()) {
-        error = QStringLiteral("Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.");
+        error = QStringLiteral("SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.");
         return {};
     }
     if (order.mode == ParsingMode::AuthorizationHeader)
@@ -100,23 +140,22 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
     return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters).toEncoded() : parameters;
 }
 
-bool RequestSigning::GetAccessToken(const QString& clientKey, bool check, Util::SecretBytes& token, Util::SecretBytes& secret) {
+bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret) {
     const ProductSessionPointer product = m_core.product(clientKey);
     const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("GetAccessToken")), m_core.services.logger);
-    QString error = checkState(clientKey, product);
-    if (error.isEmpty() && check)
-        error = checkExpiry(clientKey, *product);
-    ProductLoginSession::KeysResult keys;
+    QString error = tokenText(check(clientKey, product, checkExpiry));
+    SigningKeys keys;
     if (error.isEmpty()) {
-        keys = product->signingKeys();
-        error = keys.error;
+        const QString keyError = product->signingKeys(keys);
+        if (!keyError.isEmpty())
+            error = QStringLiteral("GetAccessToken failed: ") + keyError;
     }
     if (!error.isEmpty()) {
-        m_logger.error(QStringLiteral("GetAccessToken failed: %1").arg(error));
+        m_logger.error(error);
         return false;
     }
-    token = std::move(keys.keys.token);
-    secret = std::move(keys.keys.tokenSecret);
+    token = std::move(keys.token);
+    secret = std::move(keys.tokenSecret);
     return true;
 }
 

@@ -31,10 +31,15 @@ public:
     [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret);
 
 private:
-    [[nodiscard]] QString checkState(const QString& clientKey, const ProductSessionPointer& product) const;
-    [[nodiscard]] QString checkExpiry(const QString& clientKey, const ProductLoginSession& product) const;
+    /// Why an operation with the access token cannot be done, in the order in which it is checked.
+    enum class Refusal { None, NoUser, NoProduct, StateNotValid, NoConfiguration, NoToken, NotLoggedIn, Expired };
+
+    [[nodiscard]] Refusal check(const QString& clientKey, const ProductSessionPointer& product, bool checkExpiry) const;
+    [[nodiscard]] static QString signingText(Refusal refusal);
+    [[nodiscard]] static QString tokenText(Refusal refusal);
+    /// The signed text; when it is empty, `error` is the log text, with a place for the URL.
     [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
-    [[nodiscard]] QString lockName(const ProductSessionPointer& product, const QString& operation) const;
+    [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
 
     SessionCore& m_core;
     Log::ILogger& m_logger;

@@ -27,6 +27,8 @@ public:
     ClientRegistry clients;
     ProductSessions products;
     const MachineBinding binding;
+    /// A step that waits for the network is under way (SessionFlow.h). Under the login session lock.
+    bool isFlowActive = false;
 
     [[nodiscard]] BasicLoginState basic() const;
     void setBasic(const BasicLoginState& state);

@@ -36,6 +36,16 @@ QString SignInFlow::checkReady(const QString& clientKey) const {
     return {};
 }
 
+AccountReply SignInFlow::exchange(const SigningKeys& keys, const QUrl& url) const {
+    if (!checkConsumerKeys(keys, url))
+        return {};
+    const AccountReply reply = exchangeSignedGet(m_services, url, keys);
+    if (!reply.isSigned)
+        m_logger.error(QStringLiteral("Failed to sign request for login. Url: %1. Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString "
+                                      "failed.").arg(displayUrl(url)));
+    return reply;
+}
+
 bool SignInFlow::checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const {
     if (keys.consumerKey.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to sign request for login: Url: %1. Failed to decrypt consumer key.").arg(displayUrl(url)));
@@ -59,7 +69,7 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
                                   WebServicesConfigurationImp::of(*configuration));
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
     SigningKeys keys = consumerKeys(*configuration);
-    const AccountReply reply = checkConsumerKeys(keys, url) ? exchangeSignedGet(m_services, url, keys) : AccountReply();
+    const AccountReply reply = exchange(keys, url);
     const int httpStatus = reply.reply().status;
     ProductLoginSession::RequestToken token;
     if (!takeRequestToken(reply, url, token))
@@ -149,16 +159,19 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
         return LoginCode::exchangeFailed;
     }
     const QUrl url(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
-    m_logger.information(QStringLiteral("Completing login: %1").arg(displayUrl(url)));
+    m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
     const SigningKeys keys = requestTokenKeys(*product, *configuration);
-    const AccountReply reply =
-        keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchangeSignedGet(m_services, url, keys);
+    // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
+    const AccountReply reply = keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(keys, url);
     if (!reply.isSigned)
         m_logger.error(QStringLiteral("Failed to complete login using url %1: Failed to sign request.").arg(displayUrl(url)));
     else if (reply.reply().isNull)
         m_logger.error(QStringLiteral("Failed to complete login using url %1: Reply is null").arg(displayUrl(url)));
     else if (!reply.hasStatus200())
         m_logger.error(QStringLiteral("Failed to complete login. %1").arg(reply.errorText() + reply.problemText()));
+    else if (m_core.product(clientKey) != product)
+        // The host removed the client, or changed the server, while this waited.
+        m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
     else if (!storeSignIn(*product, replyParameters(reply.reply().body), cookies))
         m_logger.error(QStringLiteral("Failed to complete login. Server returned invalid response body. %1").arg(reply.dump()));
     else

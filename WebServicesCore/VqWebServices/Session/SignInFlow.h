@@ -40,6 +40,7 @@ public:
 
 private:
     [[nodiscard]] QString checkReady(const QString& clientKey) const;
+    [[nodiscard]] AccountReply exchange(const SigningKeys& keys, const QUrl& url) const;
     [[nodiscard]] bool checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const;
     [[nodiscard]] bool takeRequestToken(const AccountReply& reply, const QUrl& url, ProductLoginSession::RequestToken& token) const;
     [[nodiscard]] QUrl authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const;

@@ -28,8 +28,9 @@ bool SignOutFlow::makeLogoutUrl(const QString& clientKey, QString& url, NetworkC
     if (!product || !product->tokens().areComplete())
         product = productWithTokens();
     const QUrl page(m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
-    const ProductLoginSession::KeysResult keys = product ? product->signingKeys() : ProductLoginSession::KeysResult{{}, QStringLiteral("none")};
-    const QUrl signedUrl = keys.error.isEmpty() ? signUrl(m_core.services, page, keys.keys) : QUrl();
+    SigningKeys keys;
+    const bool hasKeys = product && product->signingKeys(keys).isEmpty();
+    const QUrl signedUrl = hasKeys ? signUrl(m_core.services, page, keys) : QUrl();
     if (signedUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
         return false;
@@ -81,9 +82,9 @@ QNetworkReply::NetworkError SignOutFlow::invalidateToken() {
 QNetworkReply::NetworkError SignOutFlow::sendInvalidation(const ProductLoginSession& product, const Util::SecretBytes& handle) {
     m_logger.information(QStringLiteral("Starting logout in server using REST"));
     const QUrl url(m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
-    const ProductLoginSession::KeysResult keys = product.signingKeys();
-    const AccountReply reply = keys.error.isEmpty()
-        ? exchangeSignedGet(m_core.services, url, keys.keys, {{"oauth_session_handle", handle.view()}})
+    SigningKeys keys;
+    const AccountReply reply = product.signingKeys(keys).isEmpty()
+        ? exchangeSignedGet(m_core.services, url, keys, {{"oauth_session_handle", handle.view()}})
         : AccountReply();
     if (reply.reply().isNull)
         m_logger.error(QStringLiteral("Failed to logout in server for product %1. Reply is null. Url: %2")

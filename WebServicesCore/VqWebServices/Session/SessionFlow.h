@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Session/SessionCore.h"
+
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+/// Holds the login session lock for a step that may wait for the network, and keeps a second one out.
+///
+/// The lock is recursive, and a step that waits on the main thread lets the host's code run there: without this, that code could sign out in
+/// the middle of a sign-in and leave half of each behind. Thread: that of the step. Owner: the step's stack.
+class SessionFlow {
+public:
+    SessionFlow(SessionCore& core, const char* operation)
+        : m_core(core)
+        , m_locker(&core.lock)
+        , m_entered(!core.isFlowActive) {
+        if (m_entered)
+            core.isFlowActive = true;
+        else
+            core.services.logger->error(
+                QStringLiteral("%1 failed. Another sign-in or sign-out is under way on this thread.").arg(QLatin1String(operation)));
+    }
+    ~SessionFlow() {
+        if (m_entered)
+            m_core.isFlowActive = false;
+    }
+    SessionFlow(const SessionFlow&) = delete;
+    SessionFlow& operator=(const SessionFlow&) = delete;
+
+    /// False when this thread is inside such a step already; the operation must fail then.
+    [[nodiscard]] bool isEntered() const { return m_entered; }
+
+private:
+    SessionCore& m_core;
+    const QMutexLocker m_locker;
+    const bool m_entered;
+};
+
+} // namespace Velquor::WebServices
