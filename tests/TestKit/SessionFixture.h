@@ -37,6 +37,7 @@ public:
         made.logger = logger;
         made.networkLogger = logger;
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
+        made.exchangeTimeoutMs = exchangeTimeoutMs;
         made.loginStateFile = file();
         made.savedBy = QStringLiteral("test");
         return made;
@@ -80,6 +81,7 @@ public:
     std::shared_ptr<RecordingLogger> logger;
     WebServices::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
+    int exchangeTimeoutMs = 20000;
     qint64 clockOffset = 0; ///< Seconds that the sessions' clock is ahead.
 };
 

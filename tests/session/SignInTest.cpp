@@ -171,6 +171,18 @@ private slots:
         QCOMPARE(m_fixture->fileContents(), before);
     }
 
+    void givesUpWithinTheTimeOutWhenTheServiceDoesNotAnswer() {
+        m_fixture->exchangeTimeoutMs = 300;
+        m_session = m_fixture->makeSession();
+        m_session->RestoreLogin(key, false);
+        QVERIFY(m_service.addFault("request-token", "delay", {{"delay_ms", 3000}}, -1));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NoReply);
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. Operation was canceled. Timed out.")));
+    }
+
     void doesNotCompleteWhatTheUserHasNotAuthorised() {
         m_session->RestoreLogin(key, false);
         QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success);

@@ -2,22 +2,18 @@
 
 namespace Velquor::WebServices {
 
-namespace {
-constexpr int timeoutMs = 60000;
-}
-
 AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys,
                                const OAuth::Parameters& parameters) {
     AccountReply reply;
     QNetworkRequest request;
     reply.isSigned = signGet(services, url, keys, request, parameters);
     if (reply.isSigned)
-        reply.outcome = runGet(request, timeoutMs, services.networkLogger);
+        reply.outcome = runGet(request, services.exchangeTimeoutMs, services.networkLogger);
     return reply;
 }
 
 QString AccountReply::errorText() const {
-    if (outcome.result != OperationResult::Success && outcome.reply.status == 200)
+    if (outcome.result == OperationResult::Canceled || (outcome.result == OperationResult::Failure && outcome.reply.status == 200))
         return outcome.message;
     return outcome.reply.errorText.isEmpty() ? outcome.message : outcome.reply.errorText;
 }

@@ -21,6 +21,7 @@ struct SessionServices {
     std::shared_ptr<Log::ILogger> logger;        ///< "VqWebServices.Session"
     std::shared_ptr<Log::ILogger> networkLogger; ///< "VqWebServices.Network"
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
+    int exchangeTimeoutMs = 60000; ///< The limit of one exchange with the account server.
     QString loginStateFile;
     QString savedBy; ///< The name of this program, for "LastSavedBy".
 };
