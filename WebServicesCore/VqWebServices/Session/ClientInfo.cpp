@@ -1,5 +1,7 @@
 #include "Session/ClientInfo.h"
 
+#include "Values/WebServicesConfigurationImp.h"
+
 #include <QFileInfo>
 #include <utility>
 
@@ -16,6 +18,7 @@ QString ClientInfo::displayName() const {
 
 void ClientInfo::setConfiguration(const ConfigurationPointer& configuration) {
     m_configurations.insert(configuration->GetServer(), configuration);
+    m_productKeys.insert(configuration->GetServer(), WebServicesConfigurationImp::of(*configuration).consumerKey.toText());
 }
 
 } // namespace Velquor::WebServices

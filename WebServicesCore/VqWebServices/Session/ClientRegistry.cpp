@@ -67,6 +67,12 @@ ConfigurationPointer ClientRegistry::configuration(const QString& clientKey, int
     return client ? client->configuration(server) : ConfigurationPointer();
 }
 
+QString ClientRegistry::productKey(const QString& clientKey, int server) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client ? client->productKey(server) : QString();
+}
+
 bool ClientRegistry::hasAnyConfiguration(const QString& clientKey) const {
     const QMutexLocker lock(&m_mutex);
     const auto client = m_clients.value(clientKey);

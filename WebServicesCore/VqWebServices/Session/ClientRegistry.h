@@ -30,6 +30,8 @@ public:
     bool setConfiguration(const QString& clientKey, const ConfigurationPointer& configuration);
     /// Null when there is none.
     [[nodiscard]] ConfigurationPointer configuration(const QString& clientKey, int server) const;
+    /// The consumer key of the client's configuration for the server; empty when there is none.
+    [[nodiscard]] QString productKey(const QString& clientKey, int server) const;
     [[nodiscard]] bool hasAnyConfiguration(const QString& clientKey) const;
     /// The keys of the clients that have a configuration for the server.
     [[nodiscard]] QStringList configuredFor(int server) const;

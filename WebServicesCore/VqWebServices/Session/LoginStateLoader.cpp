@@ -1,7 +1,6 @@
 #include "Session/LoginStateLoader.h"
 
 #include "Session/LoginStateXml.h"
-#include "Values/WebServicesConfigurationImp.h"
 
 namespace Velquor::WebServices {
 
@@ -173,8 +172,7 @@ bool LoginStateLoader::isKeyOfOtherServer(const QString& productKey, Server& ser
     for (const Server candidate : {Production, Staging, Development}) {
         const QStringList configured = m_core.clients.configuredFor(candidate);
         for (const QString& clientKey : configured) {
-            const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, candidate);
-            if (WebServicesConfigurationImp::of(*configuration).consumerKey.toText() != productKey)
+            if (m_core.clients.productKey(clientKey, candidate) != productKey)
                 continue;
             server = candidate;
             // A key that is used on the current server too is in its right place there.

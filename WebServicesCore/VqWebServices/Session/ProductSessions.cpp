@@ -49,9 +49,10 @@ void ProductSessions::clear() {
 }
 
 bool ProductSessions::hasTokens(const QString& productKey, Server server) const {
-    const QVector<ProductSessionPointer> sessions = onServer(server);
-    return std::any_of(sessions.begin(), sessions.end(), [&productKey](const auto& session) {
-        return (productKey.isEmpty() || session->productKey() == productKey) && session->tokens().areComplete();
+    const QMutexLocker lock(&m_mutex);
+    return std::any_of(m_sessions.begin(), m_sessions.end(), [&](const auto& session) {
+        return session->server() == server && (productKey.isEmpty() || session->productKey() == productKey)
+            && session->tokens().areComplete();
     });
 }
 

@@ -1,7 +1,5 @@
 #include "Session/SessionCore.h"
 
-#include "Values/WebServicesConfigurationImp.h"
-
 #include <QFileInfo>
 #include <QMutexLocker>
 
@@ -65,8 +63,7 @@ void SessionCore::setLdapDomainKey(const QString& key) {
 }
 
 QString SessionCore::productKey(const QString& clientKey) const {
-    const ConfigurationPointer configuration = clients.configuration(clientKey, currentServer());
-    return configuration ? WebServicesConfigurationImp::of(*configuration).consumerKey.toText() : QString();
+    return clients.productKey(clientKey, currentServer());
 }
 
 ProductSessionPointer SessionCore::product(const QString& clientKey) const {
@@ -79,7 +76,7 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     const ConfigurationPointer configuration = clients.configuration(clientKey, server);
     if (!configuration)
         return {};
-    const ProductSessionPointer session = products.getOrCreate(WebServicesConfigurationImp::of(*configuration).consumerKey.toText(), server);
+    const ProductSessionPointer session = products.getOrCreate(clients.productKey(clientKey, server), server);
     if (!session)
         return {};
     services.logger->information(QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
