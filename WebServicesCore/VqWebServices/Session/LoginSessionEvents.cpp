@@ -41,25 +41,20 @@ void LoginSession::catchUp() {
 }
 
 void LoginSession::applyFile() {
-    QString signedOutUser;
-    {
-        const LoginStateFile::Guard guard(m_core.file);
-        const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
-        if (!content.isRead())
-            return;
-        const QDomElement login = content.root().firstChildElement(QStringLiteral("LoginSession"));
-        const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
-        if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
-            signedOutUser = m_core.basic().userName;
-            m_core.forgetUser();
-        } else if (login.isNull()) {
-            // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
-            return;
-        }
+    const LoginStateFile::Guard guard(m_core.file, LoginStateFile::briefTimeoutMs);
+    const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
+    if (!content.isRead())
+        return;
+    const QDomElement login = content.root().firstChildElement(QStringLiteral("LoginSession"));
+    const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
+    if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
+        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(m_core.basic().userName));
+        m_core.forgetUser();
+    } else if (login.isNull()) {
+        // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
+        return;
     }
-    if (!signedOutUser.isEmpty())
-        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(signedOutUser));
-    LoginStateLoader(m_core).loadAll(false);
+    LoginStateLoader(m_core).loadFrom(content, false);
     const QStringList configured = m_core.clients.configuredFor(m_core.currentServer());
     for (const QString& key : configured) {
         if (m_core.isLoggedIn(key))

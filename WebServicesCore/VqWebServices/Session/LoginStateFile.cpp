@@ -11,8 +11,6 @@ namespace Velquor::WebServices {
 namespace {
 
 constexpr qint64 maximumFileSize = 1024 * 1024;
-// Many times what any process needs for one read and write; a process that was stopped inside must not stop the others for ever.
-constexpr int lockTimeoutMs = 10000;
 const auto semaphoreKey = QStringLiteral("VqWebServicesLoginStateSemaphore");
 const auto rootName = QStringLiteral("WebServices");
 
@@ -23,12 +21,12 @@ LoginStateFile::LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger
     , m_folder(QFileInfo(path).path())
     , m_logger(std::move(logger)) {}
 
-LoginStateFile::Guard::Guard(LoginStateFile& file)
+LoginStateFile::Guard::Guard(LoginStateFile& file, int timeoutMs)
     : m_file(file)
     , m_lock(semaphoreKey, file.m_folder, file.m_logger) {
     m_file.prepareFolder();
     m_file.m_logger->information(QStringLiteral("Acquiring login state file lock"));
-    m_held = m_lock.acquire(lockTimeoutMs);
+    m_held = m_lock.acquire(timeoutMs);
     if (!m_held)
         return;
     m_file.m_logger->information(QStringLiteral("Acquired login state file lock"));

@@ -18,10 +18,17 @@ class LoginStateFile {
 public:
     LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
 
+    /// For operations that must read or write the file: many times what any process needs for one read and write. A process
+    /// that was stopped inside must not stop the others for ever.
+    static constexpr int patientTimeoutMs = 10000;
+    /// For operations that would only like to know what is new.
+    static constexpr int briefTimeoutMs = 250;
+
     /// Holds the lock of the file between the processes while it lives, when it could be had.
     class Guard {
     public:
-        explicit Guard(LoginStateFile& file);
+        /// Waits for the lock at most `timeoutMs` milliseconds.
+        explicit Guard(LoginStateFile& file, int timeoutMs = patientTimeoutMs);
         ~Guard();
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;

@@ -70,11 +70,14 @@ void LoginStateLoader::loadAll(bool takeServer) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
         return;
     }
-    // Held to the end: a state that fails a check is deleted from the very document that was checked.
     const LoginStateFile::Guard guard(m_core.file);
     const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
-    if (!content.isRead())
-        return;
+    if (content.isRead())
+        loadFrom(content, takeServer);
+}
+
+void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool takeServer) {
+    const QString path = m_core.file.path();
     m_logger.information(QStringLiteral("Loading login state from file %1").arg(path));
     loadSettings(content.root(), takeServer);
     const QDomElement login = findLogin(content.root());
