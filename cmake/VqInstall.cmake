@@ -1,0 +1,23 @@
+# What an installation holds: the library with its log configuration beside it, the headers, and the CMake package.
+include(CMakePackageConfigHelpers)
+
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/VqWebServices")
+# The library looks for its log configuration in its own folder.
+set(library_folder "${CMAKE_INSTALL_LIBDIR}")
+if(WIN32)
+  set(library_folder "${CMAKE_INSTALL_BINDIR}")
+endif()
+
+install(TARGETS VqWebServices EXPORT VqWebServicesTargets
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/include/" "${CMAKE_BINARY_DIR}/include/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(FILES "${CMAKE_SOURCE_DIR}/config/WebServices.logconfig" DESTINATION "${library_folder}")
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/config/" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices" FILES_MATCHING PATTERN "*.example")
+install(EXPORT VqWebServicesTargets NAMESPACE VqWebServices:: DESTINATION "${package_folder}")
+configure_package_config_file("${CMAKE_SOURCE_DIR}/cmake/VqWebServicesConfig.cmake.in"
+  "${CMAKE_BINARY_DIR}/VqWebServicesConfig.cmake" INSTALL_DESTINATION "${package_folder}")
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/VqWebServicesConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/VqWebServicesConfig.cmake" "${CMAKE_BINARY_DIR}/VqWebServicesConfigVersion.cmake"
+  DESTINATION "${package_folder}")
