@@ -7,7 +7,7 @@ namespace Velquor::WebServices {
 class OAuth2TokenSpecImp;
 
 /// The kinds of OAuth2 token. The numbers travel in files and JSON; 0 is invalid.
-enum OAuth2TokenType {
+enum OAuth2TokenType : int {
     InvalidTokenType = 0,
     RT = 1,
     JWT = 2,

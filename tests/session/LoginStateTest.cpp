@@ -8,6 +8,8 @@
 
 #include <QtTest>
 
+Q_DECLARE_METATYPE(Velquor::WebServices::BasicLoginState)
+
 using namespace Velquor::WebServices;
 
 namespace {
@@ -148,8 +150,6 @@ private slots:
                  QByteArray("https://example.com/request?x_oauth_vlqr_serial_number=SN%20%C3%A4&x_upi_build=77&x_feature_version=2%20%26%203"));
     }
 };
-
-Q_DECLARE_METATYPE(Velquor::WebServices::BasicLoginState)
 
 QTEST_GUILESS_MAIN(LoginStateTest)
 #include "LoginStateTest.moc"

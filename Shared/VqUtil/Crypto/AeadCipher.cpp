@@ -1,6 +1,7 @@
 #include "VqUtil/Crypto/AeadCipher.h"
 
 #include <memory>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 
@@ -13,8 +14,6 @@ using Context = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
 // One context for each thread: setting up a fresh one costs more than a short text takes to encrypt.
 EVP_CIPHER_CTX* threadContext() {
     thread_local const Context context(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
-    if (context)
-        EVP_CIPHER_CTX_reset(context.get());
     return context.get();
 }
 
@@ -68,7 +67,12 @@ SecretBytes open(const SecretBytes& key, const QByteArray& sealed) {
         && EVP_DecryptUpdate(context, out, &written, bytes(text), size) == 1
         && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, tagSize, const_cast<char*>(text + size)) == 1
         && EVP_DecryptFinal_ex(context, out + written, &written) == 1;
-    return done ? std::move(clear) : SecretBytes();
+    if (!done) {
+        // What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
+        ERR_clear_error();
+        return {};
+    }
+    return clear;
 }
 
 } // namespace Velquor::Util::AeadCipher

@@ -8,12 +8,12 @@
 namespace Velquor::Util {
 
 namespace {
-constexpr int maximumSecrets = 128;
+constexpr int maximumBytes = 1024 * 1024;
 }
 
 CachingCryptor::CachingCryptor(std::shared_ptr<ICryptor> inner)
     : m_inner(std::move(inner))
-    , m_sealedByText(maximumSecrets) {}
+    , m_sealedByText(maximumBytes) {}
 
 QByteArray CachingCryptor::encrypt(const QByteArray& clear) {
     const QByteArray text = m_inner->encrypt(clear);
@@ -48,8 +48,9 @@ void CachingCryptor::remember(const QByteArray& text, const QByteArray& clear) {
     QByteArray sealed = ProcessSeal::instance().seal(clear);
     if (sealed.isEmpty())
         return;
+    const int cost = text.size() + sealed.size();
     const QMutexLocker lock(&m_mutex);
-    m_sealedByText.insert(text, new QByteArray(std::move(sealed)));
+    m_sealedByText.insert(text, new QByteArray(std::move(sealed)), cost);
 }
 
 } // namespace Velquor::Util

@@ -48,8 +48,9 @@ SecretBytes UserCryptor::decrypt(const QByteArray& text) {
     SecretBytes clear;
     if (text.size() <= maximumTextSize) {
         const auto form = QByteArray::fromBase64Encoding(text, QByteArray::AbortOnBase64DecodingErrors);
-        if (form)
-            clear = decryptForm(*form);
+        // Base64 has spare bits and optional padding: a text that was changed only there is a changed text all the same.
+        if (form && form.decoded.toBase64() == text)
+            clear = decryptForm(form.decoded);
     }
     if (clear.isEmpty())
         m_logger->error(QStringLiteral("Failed to decrypt a secret. It is damaged, or was encrypted by another user, on another "

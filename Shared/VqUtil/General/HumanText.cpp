@@ -44,7 +44,8 @@ QString sizeText(qint64 bytes) {
     const char* const names[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
     double value = static_cast<double>(bytes) / 1024;
     int index = 0;
-    for (; value >= 1024 && index < 5; ++index)
+    // What would be rounded up to "1024.0" belongs to the next unit.
+    for (; value >= 1023.95 && index < 5; ++index)
         value /= 1024;
     return QStringLiteral("%1 %2").arg(value, 0, 'f', 1).arg(QLatin1String(names[index]));
 }

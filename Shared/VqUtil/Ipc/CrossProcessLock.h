@@ -12,7 +12,7 @@ namespace Velquor::Util {
 ///
 /// It is two locks, taken in this order: a guard that the operating system frees with its holder, and the named semaphore that
 /// other programs of the format expect. With the guard in hand no process of ours can hold the semaphore, so a count that
-/// is still missing after a short wait was leaked by the dead and is repaired.
+/// is still missing after a short wait is repaired when its last user is gone; another program that lives is waited for.
 /// Thread: acquire and release on the same thread; not recursive. Owner: the holder; an object for each use is fine.
 /// Errors: false and one log line; every wait has a limit.
 class CrossProcessLock {
@@ -22,11 +22,13 @@ public:
     CrossProcessLock(const CrossProcessLock&) = delete;
     CrossProcessLock& operator=(const CrossProcessLock&) = delete;
 
+    /// Waits at most `timeoutMs` milliseconds for both locks together (0 tries once).
     [[nodiscard]] bool acquire(int timeoutMs);
     void release();
 
 private:
-    [[nodiscard]] bool acquireSemaphore();
+    [[nodiscard]] bool acquireSemaphore(int timeoutMs);
+    [[nodiscard]] bool isCountLeaked(int waitedMs) const;
 
     const QString m_key;
     ProcessGuard m_guard;

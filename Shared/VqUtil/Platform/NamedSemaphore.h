@@ -20,6 +20,10 @@ public:
     [[nodiscard]] Result acquire(int timeoutMs);
     void release();
 
+    /// What became of the process that last took or gave the semaphore. Windows does not tell: always `Unknown`.
+    enum class LastUser { Unknown, Alive, Gone };
+    [[nodiscard]] LastUser lastUser() const;
+
     /// Makes the count 1 again after a holder died without giving it back. Only under a guard that keeps everybody else out.
     [[nodiscard]] bool repair();
     [[nodiscard]] QString errorText() const { return m_errorText; }

@@ -2,7 +2,7 @@
 
 #include "Signing/IVqOAuthHost.h"
 
-#include <QList>
+#include <QStringBuilder>
 #include <algorithm>
 
 namespace Velquor::OAuth {
@@ -10,14 +10,15 @@ namespace Velquor::OAuth {
 namespace {
 
 QByteArray decodeComponent(QByteArray text) {
-    text.replace('+', ' ');
-    return QByteArray::fromPercentEncoding(text);
+    if (text.contains('+'))
+        text.replace('+', ' ');
+    return text.contains('%') ? QByteArray::fromPercentEncoding(text) : text;
 }
 
 // The authority without user information, and without the port that the scheme implies.
 QByteArray canonicalAuthority(const QByteArray& scheme, QByteArray authority) {
-    authority = authority.mid(authority.lastIndexOf('@') + 1).toLower();
-    const QByteArray defaultPort = scheme == "https" ? ":443" : ":80";
+    authority.remove(0, authority.lastIndexOf('@') + 1);
+    const QByteArray defaultPort = scheme == "https" ? QByteArrayLiteral(":443") : QByteArrayLiteral(":80");
     if (authority.endsWith(defaultPort))
         authority.chop(defaultPort.size());
     else if (authority.endsWith(':'))
@@ -30,61 +31,73 @@ int endOf(const QByteArray& text, char mark, int from) {
     return position < 0 ? text.size() : position;
 }
 
+QByteArray part(const QByteArray& text, int from, int to) { return from < to ? text.mid(from, to - from) : QByteArray(); }
+
 } // namespace
 
 SplitUrl splitUrl(const QByteArray& encodedUrl) {
     const int schemeEnd = encodedUrl.indexOf("://");
-    const QByteArray scheme = encodedUrl.left(schemeEnd < 0 ? 0 : schemeEnd).toLower();
+    const QByteArray scheme = part(encodedUrl, 0, schemeEnd).toLower();
     if (scheme != "http" && scheme != "https")
         return {};
-    const QByteArray url = encodedUrl.left(endOf(encodedUrl, '#', 0));
-    const int authorityStart = schemeEnd + 3;
-    const int queryStart = endOf(url, '?', authorityStart);
-    const int pathStart = std::min(endOf(url, '/', authorityStart), queryStart);
-    const QByteArray authority = canonicalAuthority(scheme, url.mid(authorityStart, pathStart - authorityStart));
+    const int start = schemeEnd + 3;
+    const int end = endOf(encodedUrl, '#', start);
+    const int pathEnd = std::min(endOf(encodedUrl, '?', start), end);
+    const int authorityEnd = std::min(endOf(encodedUrl, '/', start), pathEnd);
+    const QByteArray authority = canonicalAuthority(scheme, part(encodedUrl, start, authorityEnd).toLower());
     if (authority.isEmpty())
         return {};
-    const QByteArray path = pathStart == queryStart ? QByteArray("/") : url.mid(pathStart, queryStart - pathStart);
-    return {scheme + "://" + authority + path, url.mid(queryStart + 1)};
+    const QByteArray path = authorityEnd == pathEnd ? QByteArrayLiteral("/") : part(encodedUrl, authorityEnd, pathEnd);
+    return {scheme % "://" % authority % path, part(encodedUrl, pathEnd + 1, end)};
 }
 
 Parameters parseFormEncoded(const QByteArray& text) {
     Parameters parameters;
-    const QList<QByteArray> pieces = text.isEmpty() ? QList<QByteArray>() : text.split('&');
-    for (const QByteArray& piece : pieces) {
-        if (piece.isEmpty())
-            continue;
-        const int equals = endOf(piece, '=', 0);
-        parameters.append({decodeComponent(piece.left(equals)), decodeComponent(piece.mid(equals + 1))});
+    for (int from = 0; from < text.size();) {
+        const int to = endOf(text, '&', from);
+        const int equals = std::min(endOf(text, '=', from), to);
+        if (from < to)
+            parameters.append({decodeComponent(part(text, from, equals)), decodeComponent(part(text, equals + 1, to))});
+        from = to + 1;
     }
     return parameters;
 }
 
-Parameters encodeAndSort(const IVqOAuthHost& host, const Parameters& decoded) {
+Parameters encodeAll(const IVqOAuthHost& host, const Parameters& decoded) {
     Parameters encoded;
     encoded.reserve(decoded.size());
     for (const Parameter& parameter : decoded)
         encoded.append({host.UrlEncode(parameter.first), host.UrlEncode(parameter.second)});
-    std::sort(encoded.begin(), encoded.end());
     return encoded;
 }
 
-QByteArray joinPairs(const Parameters& encoded) {
-    QByteArray joined;
-    joined.reserve(encoded.size() * 48);
+void sortPairs(Parameters& encoded) { std::sort(encoded.begin(), encoded.end()); }
+
+QByteArray joinPairs(const Parameters& encoded, PairStyle style) {
+    const bool quoted = style == PairStyle::Header;
+    int size = 0;
+    for (const Parameter& parameter : encoded)
+        size += parameter.first.size() + parameter.second.size() + (quoted ? 4 : 2);
+    // One allocation of the right size: this runs for every request that a product sends.
+    QByteArray joined(size, Qt::Uninitialized);
+    char* end = joined.data();
+    const auto write = [&end](const QByteArray& text) { end = std::copy(text.begin(), text.end(), end); };
     for (const Parameter& parameter : encoded) {
-        if (!joined.isEmpty())
-            joined += '&';
-        joined += parameter.first;
-        joined += '=';
-        joined += parameter.second;
+        write(parameter.first);
+        *end++ = '=';
+        if (quoted)
+            *end++ = '"';
+        write(parameter.second);
+        if (quoted)
+            *end++ = '"';
+        *end++ = quoted ? ',' : '&';
     }
+    joined.chop(1);
     return joined;
 }
 
-QByteArray signatureBaseString(const IVqOAuthHost& host, const QByteArray& method, const QByteArray& baseUri,
-                               const Parameters& encoded) {
-    return method + '&' + host.UrlEncode(baseUri) + '&' + host.UrlEncode(joinPairs(encoded));
+QByteArray signatureBaseString(const IVqOAuthHost& host, const QByteArray& method, const QByteArray& baseUri, const Parameters& sorted) {
+    return method % '&' % host.UrlEncode(baseUri) % '&' % host.UrlEncode(joinPairs(sorted, PairStyle::Form));
 }
 
 } // namespace Velquor::OAuth

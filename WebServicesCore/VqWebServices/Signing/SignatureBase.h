@@ -28,14 +28,21 @@ struct SplitUrl {
 /// may be missing.
 [[nodiscard]] Parameters parseFormEncoded(const QByteArray& text);
 
-/// Percent-encodes all names and values and sorts the pairs by name, then by value (RFC 5849, section 3.4.1.3.2).
-[[nodiscard]] Parameters encodeAndSort(const IVqOAuthHost& host, const Parameters& decoded);
+/// Percent-encodes all names and values, in the given order.
+[[nodiscard]] Parameters encodeAll(const IVqOAuthHost& host, const Parameters& decoded);
 
-/// "name=value" pairs joined with "&".
-[[nodiscard]] QByteArray joinPairs(const Parameters& encoded);
+/// Sorts encoded pairs by name, then by value (RFC 5849, section 3.4.1.3.2).
+void sortPairs(Parameters& encoded);
 
-/// The signature base string (RFC 5849, section 3.4.1.1). `encoded` comes from `encodeAndSort`.
+enum class PairStyle {
+    Form,   ///< name=value, joined with "&".
+    Header, ///< name="value", joined with ",".
+};
+
+[[nodiscard]] QByteArray joinPairs(const Parameters& encoded, PairStyle style);
+
+/// The signature base string (RFC 5849, section 3.4.1.1). `sorted` are all signed pairs, encoded.
 [[nodiscard]] QByteArray signatureBaseString(const IVqOAuthHost& host, const QByteArray& method, const QByteArray& baseUri,
-                                             const Parameters& encoded);
+                                             const Parameters& sorted);
 
 } // namespace Velquor::OAuth

@@ -2,16 +2,45 @@
 
 #include <QDateTime>
 #include <QUuid>
+#include <algorithm>
 #include <utility>
 
 namespace Velquor::OAuth {
+
+namespace {
+
+constexpr char hexDigits[] = "0123456789ABCDEF";
+
+constexpr bool isUnreserved(char letter) {
+    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') || (letter >= '0' && letter <= '9') || letter == '-'
+        || letter == '.' || letter == '_' || letter == '~';
+}
+
+} // namespace
 
 VqOAuthHost::VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time)
     : m_crypto(std::move(crypto))
     , m_time(std::move(time)) {}
 
-// The bytes of UTF-8 text, as QUrl::toPercentEncoding treats a text, without the way over UTF-16.
-QByteArray VqOAuthHost::UrlEncode(const QByteArray& text) const { return text.toPercentEncoding(); }
+// As QUrl::toPercentEncoding does for a text, without its way over UTF-16 and with one allocation at most.
+QByteArray VqOAuthHost::UrlEncode(const QByteArray& text) const {
+    const auto reserved = std::count_if(text.begin(), text.end(), [](char letter) { return !isUnreserved(letter); });
+    if (reserved == 0)
+        return text;
+    QByteArray encoded(text.size() + 2 * static_cast<int>(reserved), Qt::Uninitialized);
+    char* end = encoded.data();
+    for (const char letter : text) {
+        if (isUnreserved(letter)) {
+            *end++ = letter;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(letter);
+        *end++ = '%';
+        *end++ = hexDigits[byte >> 4];
+        *end++ = hexDigits[byte & 15];
+    }
+    return encoded;
+}
 
 QByteArray VqOAuthHost::GenerateNonce() const { return QUuid::createUuid().toByteArray(QUuid::Id128); }
 

@@ -1,14 +1,18 @@
 #include "Signing/VqOAuthWrapper.h"
 
 #include "Signing/IVqOAuthHost.h"
+#include "VqUtil/Crypto/SecretBytes.h"
 
+#include <QStringBuilder>
 #include <algorithm>
+#include <array>
 #include <iterator>
-#include <openssl/crypto.h>
 
 namespace Velquor::OAuth {
 
 namespace {
+
+constexpr int digestSize = 20;
 
 constexpr const char* methodNames[] = {"GET", "POST", "PUT", "DELETE", "HEAD", "OPTIONS", "TRACE", "PROPFIND", "MOVE", "COPY",
                                        "LOCK", "UNLOCK", "CHECKIN", "CHECKOUT", "CANCELUPLOAD", "REPORT", "UPDATE",
@@ -18,24 +22,14 @@ bool isProtocolName(const QByteArray& name) { return name.startsWith("oauth_"); 
 
 // A second value under one of the signer's own names would be refused by every server (RFC 5849, section 3.1).
 bool isReservedName(const QByteArray& name) {
-    static const QByteArray reserved[] = {"oauth_consumer_key", "oauth_nonce", "oauth_signature", "oauth_signature_method",
-                                          "oauth_timestamp", "oauth_token", "oauth_version"};
-    return isProtocolName(name) && std::find(std::begin(reserved), std::end(reserved), name) != std::end(reserved);
+    static const char* const reserved[] = {"oauth_consumer_key", "oauth_nonce", "oauth_signature", "oauth_signature_method",
+                                           "oauth_timestamp", "oauth_token", "oauth_version"};
+    return isProtocolName(name)
+        && std::any_of(std::begin(reserved), std::end(reserved), [&name](const char* own) { return name == own; });
 }
 
 bool hasReservedName(const Parameters& parameters) {
     return std::any_of(parameters.begin(), parameters.end(), [](const Parameter& p) { return isReservedName(p.first); });
-}
-
-QByteArray joinQuoted(const Parameters& encoded) {
-    QByteArray joined;
-    joined.reserve(encoded.size() * 48);
-    for (const Parameter& parameter : encoded) {
-        if (!joined.isEmpty())
-            joined += ',';
-        joined += parameter.first + "=\"" + parameter.second + '"';
-    }
-    return joined;
 }
 
 } // namespace
@@ -43,50 +37,54 @@ QByteArray joinQuoted(const Parameters& encoded) {
 VqOAuthWrapper::VqOAuthWrapper(const IVqOAuthHost& host)
     : m_host(host) {}
 
+// Sorted by name, but for extensions.
 Parameters VqOAuthWrapper::protocolParameters(const RequestToSign& request, const Credentials& credentials) const {
-    Parameters parameters{{"oauth_consumer_key", credentials.consumerKey},
-                          {"oauth_nonce", m_host.GenerateNonce()},
-                          {"oauth_signature_method", "HMAC-SHA1"},
-                          {"oauth_timestamp", QByteArray::number(m_host.GetTimestamp())},
-                          {"oauth_version", "1.0"}};
+    Parameters parameters;
+    parameters.reserve(8);
+    parameters.append({QByteArrayLiteral("oauth_consumer_key"), credentials.consumerKey});
+    parameters.append({QByteArrayLiteral("oauth_nonce"), m_host.GenerateNonce()});
+    parameters.append({QByteArrayLiteral("oauth_signature_method"), QByteArrayLiteral("HMAC-SHA1")});
+    parameters.append({QByteArrayLiteral("oauth_timestamp"), QByteArray::number(m_host.GetTimestamp())});
     if (!credentials.token.isEmpty())
-        parameters.append({"oauth_token", credentials.token});
-    for (const Parameter& parameter : request.parameters) {
-        if (isProtocolName(parameter.first))
-            parameters.append(parameter);
-    }
+        parameters.append({QByteArrayLiteral("oauth_token"), credentials.token});
+    parameters.append({QByteArrayLiteral("oauth_version"), QByteArrayLiteral("1.0")});
+    std::copy_if(request.parameters.begin(), request.parameters.end(), std::back_inserter(parameters),
+                 [](const Parameter& parameter) { return isProtocolName(parameter.first); });
     return parameters;
 }
 
 QByteArray VqOAuthWrapper::CreateOauthParameterString(const RequestToSign& request, const Credentials& credentials,
                                                       OutputForm form) const {
     const SplitUrl url = splitUrl(request.url.toEncoded());
-    Parameters own = parseFormEncoded(url.query);
-    if (!url.isValid() || request.method.isEmpty() || credentials.consumerKey.isEmpty() || hasReservedName(own)
+    const Parameters query = parseFormEncoded(url.query);
+    if (!url.isValid() || request.method.isEmpty() || credentials.consumerKey.isEmpty() || hasReservedName(query)
         || hasReservedName(request.parameters))
         return {};
     Parameters body;
-    for (const Parameter& parameter : request.parameters) {
-        if (!isProtocolName(parameter.first))
-            body.append(parameter);
-    }
-    const Parameters protocol = protocolParameters(request, credentials);
-    const Parameters signedOnes = encodeAndSort(m_host, own + body + protocol);
-    const QByteArray signature = sign(signatureBaseString(m_host, request.method, url.baseUri, signedOnes), credentials);
+    std::copy_if(request.parameters.begin(), request.parameters.end(), std::back_inserter(body),
+                 [](const Parameter& parameter) { return !isProtocolName(parameter.first); });
+    body = encodeAll(m_host, body);
+    Parameters protocol = encodeAll(m_host, protocolParameters(request, credentials));
+    sortPairs(protocol);
+    Parameters all = body + protocol + encodeAll(m_host, query);
+    sortPairs(all);
+    const QByteArray signature = sign(signatureBaseString(m_host, request.method, url.baseUri, all), credentials);
     if (signature.isEmpty())
         return {};
-    Parameters written = encodeAndSort(m_host, form == OutputForm::FormBody ? body + protocol : protocol);
-    written.append({"oauth_signature", m_host.UrlEncode(signature)});
-    return form == OutputForm::Header ? joinQuoted(written) : joinPairs(written);
+    Parameters written = form == OutputForm::FormBody ? body + protocol : protocol;
+    written.append({QByteArrayLiteral("oauth_signature"), m_host.UrlEncode(signature)});
+    return joinPairs(written, form == OutputForm::Header ? PairStyle::Header : PairStyle::Form);
 }
 
 QByteArray VqOAuthWrapper::sign(const QByteArray& baseString, const Credentials& credentials) const {
-    QByteArray key = m_host.UrlEncode(credentials.consumerSecret) + '&' + m_host.UrlEncode(credentials.tokenSecret);
-    QByteArray digest(20, '\0');
-    int length = digest.size();
-    const int result = m_host.HmacSha1(key, baseString, reinterpret_cast<unsigned char*>(digest.data()), &length);
-    OPENSSL_cleanse(key.data(), static_cast<size_t>(key.size()));
-    return result != 0 && length == digest.size() ? m_host.Base64Encode(digest) : QByteArray();
+    const Util::SecretBytes consumerSecret(m_host.UrlEncode(credentials.consumerSecret));
+    const Util::SecretBytes tokenSecret(m_host.UrlEncode(credentials.tokenSecret));
+    const Util::SecretBytes key(QByteArray(consumerSecret.view() % '&' % tokenSecret.view()));
+    std::array<unsigned char, digestSize> digest{};
+    int length = digestSize;
+    if (m_host.HmacSha1(key.view(), baseString, digest.data(), &length) == 0 || length != digestSize)
+        return {};
+    return m_host.Base64Encode(QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), digestSize));
 }
 
 QByteArray httpMethodName(int index) {

@@ -22,6 +22,7 @@ QString normalisedScope(const QString& scope) {
     QStringList words = scope.trimmed().split(QLatin1Char(' '), Qt::SkipEmptyParts);
     for (QString& word : words)
         word = word.trimmed();
+    words.removeAll(QString());
     // Stable, and then by code unit, so that words that differ only in case have one order too.
     words.sort(Qt::CaseSensitive);
     std::stable_sort(words.begin(), words.end(),

@@ -6,29 +6,6 @@
 
 namespace Velquor::WebServices {
 
-WebServicesConfigurationImp::WebServicesConfigurationImp(const WebServicesConfigurationImp& other) { *this = other; }
-
-WebServicesConfigurationImp& WebServicesConfigurationImp::operator=(const WebServicesConfigurationImp& other) {
-    if (this == &other)
-        return *this;
-    m_derivedKey.clear();
-    consumerKey = other.consumerKey;
-    consumerSecret = other.consumerSecret;
-    serialNumber = other.serialNumber;
-    productLineCode = other.productLineCode;
-    upiRelease = other.upiRelease;
-    upiMaster = other.upiMaster;
-    upiBuild = other.upiBuild;
-    featureName = other.featureName;
-    featureVersion = other.featureVersion;
-    server = other.server;
-    extraValues = other.extraValues;
-    oauth2ConsumerKey = other.oauth2ConsumerKey;
-    oauth2ConsumerSecret = other.oauth2ConsumerSecret;
-    oauth2AccessTokenScope = other.oauth2AccessTokenScope;
-    return *this;
-}
-
 bool WebServicesConfigurationImp::equals(const WebServicesConfigurationImp& other) const {
     return server == other.server && consumerKey == other.consumerKey && consumerSecret == other.consumerSecret
         && serialNumber == other.serialNumber && productLineCode == other.productLineCode && upiRelease == other.upiRelease
@@ -42,11 +19,8 @@ bool WebServicesConfigurationImp::isValid() const {
 }
 
 QString WebServicesConfigurationImp::derivedKey() const {
-    if (m_derivedKey.isEmpty()) {
-        const QByteArray digest = QCryptographicHash::hash(consumerKey.reveal().view(), QCryptographicHash::Sha256);
-        m_derivedKey = QLatin1String(digest.toHex().left(32));
-    }
-    return m_derivedKey;
+    const QByteArray digest = QCryptographicHash::hash(consumerKey.reveal().view(), QCryptographicHash::Sha256);
+    return QLatin1String(digest.toHex().left(32));
 }
 
 QJsonObject WebServicesConfigurationImp::toDumpJson() const {

@@ -12,29 +12,22 @@ namespace Velquor::WebServices {
 /// The data of a `WebServicesConfiguration`. Thread: as its owner. Owner: one `WebServicesConfiguration`.
 class WebServicesConfigurationImp {
 public:
-    WebServicesConfigurationImp() = default;
-    WebServicesConfigurationImp(const WebServicesConfigurationImp& other);
-    WebServicesConfigurationImp& operator=(const WebServicesConfigurationImp& other);
-
     static WebServicesConfigurationImp& of(WebServicesConfiguration& configuration) { return *configuration.m_imp; }
     static const WebServicesConfigurationImp& of(const WebServicesConfiguration& configuration) { return *configuration.m_imp; }
 
-    /// Everything but the derived key text and the extra values takes part.
+    /// Everything but the extra values takes part.
     [[nodiscard]] bool equals(const WebServicesConfigurationImp& other) const;
 
     /// A configuration can sign: it has a consumer key and secret and names a real server.
     [[nodiscard]] bool isValid() const;
 
     /// A text that stands for the consumer key in names of files and locks without showing it: hexadecimal digits of its digest.
+    /// Computed for each call, so that it can never belong to an earlier key.
     [[nodiscard]] QString derivedKey() const;
 
     /// The fields that may be shown, for the state dump: no key and no secret.
     [[nodiscard]] QJsonObject toDumpJson() const;
 
-private:
-    mutable QString m_derivedKey;
-
-public:
     Util::ProtectedText consumerKey;
     Util::ProtectedText consumerSecret;
     QString serialNumber;

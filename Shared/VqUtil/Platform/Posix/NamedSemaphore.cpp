@@ -2,18 +2,22 @@
 
 #include "VqUtil/Platform/Posix/FileDescriptor.h"
 
-#include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <utility>
 
 namespace Velquor::Util {
 
 namespace {
+
+constexpr int mostRemovals = 5;
 
 union SemaphoreArgument {
     int val;
@@ -23,8 +27,9 @@ union SemaphoreArgument {
 
 struct NamedSemaphore::Native {
     QByteArray keyFile;
+    int heldId = -1;
 
-    // The kernel's id is looked up for every use: another process may have removed and created the object anew.
+    // The kernel's id is looked up for every acquisition: another process may have removed and created the object anew.
     [[nodiscard]] int id() const {
         FileDescriptor(::open(keyFile.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         const key_t key = ::ftok(keyFile.constData(), 'Q');
@@ -54,36 +59,41 @@ NamedSemaphore::~NamedSemaphore() = default;
 
 NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
     struct sembuf take {0, -1, SEM_UNDO};
-    const struct timespec limit {timeoutMs / 1000, (timeoutMs % 1000) * 1000000L};
-    int result = -1;
-    // A signal, or an object removed under us, costs another attempt; more than a few would not be chance.
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        result = ::semtimedop(m_native->id(), &take, 1, &limit);
-        if (result == 0)
+    const QDeadlineTimer deadline(timeoutMs);
+    int removals = 0;
+    for (;;) {
+        const qint64 leftMs = deadline.remainingTime();
+        const struct timespec limit {leftMs / 1000, (leftMs % 1000) * 1000000L};
+        const int id = m_native->id();
+        if (::semtimedop(id, &take, 1, &limit) == 0) {
+            m_native->heldId = id;
             return Result::Acquired;
-        if (errno != EINTR && errno != EIDRM && errno != EINVAL)
-            break;
+        }
+        const int fault = errno;
+        if (fault == EAGAIN || (fault == EINTR && deadline.hasExpired()))
+            return Result::TimedOut;
+        // An object removed under us costs another attempt; more than a few would not be chance.
+        const bool removed = fault == EIDRM || fault == EINVAL;
+        if (fault == EINTR || (removed && ++removals < mostRemovals))
+            continue;
+        m_errorText = qt_error_string(fault);
+        return Result::Failed;
     }
-    if (errno == EAGAIN)
-        return Result::TimedOut;
-    m_errorText = qt_error_string(errno);
-    return Result::Failed;
 }
 
 void NamedSemaphore::release() {
     struct sembuf give {0, 1, SEM_UNDO};
-    ::semop(m_native->id(), &give, 1);
+    // Only the very object that was taken: one that was created anew meanwhile has its count already.
+    ::semop(std::exchange(m_native->heldId, -1), &give, 1);
+}
+
+NamedSemaphore::LastUser NamedSemaphore::lastUser() const {
+    const pid_t process = ::semctl(m_native->id(), 0, GETPID);
+    if (process == -1)
+        return LastUser::Unknown;
+    return process > 0 && (::kill(process, 0) == 0 || errno == EPERM) ? LastUser::Alive : LastUser::Gone;
 }
 
 bool NamedSemaphore::repair() { return Native::setCount(m_native->id(), 1); }
-
-QString qtSemaphoreName(const QString& key) {
-    QString name = QStringLiteral("qipc_systemsem_");
-    for (const QChar letter : key) {
-        if ((letter >= QLatin1Char('A') && letter <= QLatin1Char('Z')) || (letter >= QLatin1Char('a') && letter <= QLatin1Char('z')))
-            name += letter;
-    }
-    return name + QLatin1String(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex());
-}
 
 } // namespace Velquor::Util

@@ -1,5 +1,6 @@
 #include "VqUtil/Platform/Posix/OpenSslRsaCryptor.h"
 
+#include <openssl/err.h>
 #include <openssl/rsa.h>
 #include <utility>
 
@@ -14,6 +15,13 @@ using Context = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
 Context contextFor(EVP_PKEY* key) { return Context(EVP_PKEY_CTX_new(key, nullptr), &EVP_PKEY_CTX_free); }
 
 const unsigned char* bytes(const QByteArray& data) { return reinterpret_cast<const unsigned char*>(data.constData()); }
+
+// What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
+bool withoutTrace(bool done) {
+    if (!done)
+        ERR_clear_error();
+    return done;
+}
 
 bool useOaep(EVP_PKEY_CTX* context) { return EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_OAEP_PADDING) == 1; }
 
@@ -35,7 +43,7 @@ QByteArray OpenSslRsaCryptor::encryptBlock(const QByteArray& clear) {
     const bool done = context && EVP_PKEY_encrypt_init(context.get()) == 1 && useOaep(context.get())
         && EVP_PKEY_encrypt(context.get(), reinterpret_cast<unsigned char*>(block.data()), &size, bytes(clear),
                             static_cast<size_t>(clear.size())) == 1;
-    return done && size == static_cast<size_t>(block.size()) ? block : QByteArray();
+    return withoutTrace(done) && size == static_cast<size_t>(block.size()) ? block : QByteArray();
 }
 
 SecretBytes OpenSslRsaCryptor::decryptBlock(const QByteArray& block) {
@@ -47,7 +55,7 @@ SecretBytes OpenSslRsaCryptor::decryptBlock(const QByteArray& block) {
     const bool done = context && EVP_PKEY_decrypt_init(context.get()) == 1 && useOaep(context.get())
         && EVP_PKEY_decrypt(context.get(), reinterpret_cast<unsigned char*>(padded.writable()), &size, bytes(block),
                             static_cast<size_t>(block.size())) == 1;
-    return done ? SecretBytes(QByteArray(padded.data(), static_cast<int>(size))) : SecretBytes();
+    return withoutTrace(done) ? SecretBytes(QByteArray(padded.data(), static_cast<int>(size))) : SecretBytes();
 }
 
 } // namespace Velquor::Util

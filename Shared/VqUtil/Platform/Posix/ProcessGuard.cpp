@@ -2,13 +2,14 @@
 
 #include "VqUtil/Platform/Posix/FileDescriptor.h"
 
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QThread>
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 namespace Velquor::Util {
 
@@ -19,6 +20,17 @@ constexpr int longestPauseMs = 10;
 struct ProcessGuard::Native {
     QByteArray path;
     FileDescriptor file;
+
+    // A descriptor for each acquisition, so that two objects of one process exclude each other as two processes do.
+    void open() { file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)); }
+
+    // Nobody here deletes the file, but a lock on one that somebody did delete would exclude no newcomer.
+    [[nodiscard]] bool isCurrent() const {
+        struct stat held {};
+        struct stat named {};
+        return ::fstat(file.get(), &held) == 0 && ::stat(path.constData(), &named) == 0 && held.st_ino == named.st_ino
+            && held.st_dev == named.st_dev;
+    }
 };
 
 ProcessGuard::ProcessGuard(const QString& name, const QString& folder)
@@ -29,16 +41,17 @@ ProcessGuard::ProcessGuard(const QString& name, const QString& folder)
 ProcessGuard::~ProcessGuard() = default;
 
 ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
-    // A descriptor for each acquisition, so that two objects of one process exclude each other as two processes do.
-    m_native->file.reset(::open(m_native->path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    QElapsedTimer waited;
-    waited.start();
+    const QDeadlineTimer deadline(timeoutMs);
+    m_native->open();
     for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
-        if (::flock(m_native->file.get(), LOCK_EX | LOCK_NB) == 0)
-            return Result::Acquired;
-        if (errno != EWOULDBLOCK && errno != EINTR)
+        if (::flock(m_native->file.get(), LOCK_EX | LOCK_NB) == 0) {
+            if (m_native->isCurrent())
+                return Result::Acquired;
+            m_native->open();
+        } else if (errno != EWOULDBLOCK && errno != EINTR) {
             break;
-        if (waited.elapsed() >= timeoutMs) {
+        }
+        if (deadline.hasExpired()) {
             m_native->file.reset();
             return Result::TimedOut;
         }

@@ -7,8 +7,8 @@ namespace Velquor::Util {
 namespace {
 
 QString withoutCredentials(const QString& text) {
-    const QUrl url = QUrl::fromUserInput(text);
-    return url.isValid() ? url.toString(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment)
+    const QUrl url(text.contains(QLatin1String("://")) ? text : QStringLiteral("http://") + text);
+    return url.isValid() && !url.host().isEmpty() ? url.toString(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment)
                          : QStringLiteral("(not a URL)");
 }
 

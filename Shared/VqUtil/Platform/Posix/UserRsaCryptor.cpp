@@ -1,11 +1,13 @@
 #include "VqUtil/Platform/UserRsaCryptor.h"
 
+#include "VqUtil/General/AtomicFile.h"
 #include "VqUtil/Platform/FileAccess.h"
 #include "VqUtil/Platform/Posix/OpenSslRsaCryptor.h"
+#include "VqUtil/Platform/ProcessGuard.h"
 
-#include <QDir>
 #include <QFile>
-#include <QUuid>
+#include <algorithm>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
 #include <unistd.h>
@@ -16,6 +18,7 @@ namespace {
 
 constexpr int keyBits = userKeyBlockSize * 8;
 constexpr qint64 maximumKeyFileSize = 64 * 1024;
+constexpr int lockTimeoutMs = 20000; // Longer than a slow machine takes to find two primes.
 
 using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;
 
@@ -59,53 +62,77 @@ int handOverPassphrase(char* buffer, int size, int, void* phrase) {
 }
 
 EvpKey fromPem(const QByteArray& pem) {
+    if (pem.isEmpty())
+        return {};
     const Bio bio(BIO_new_mem_buf(pem.constData(), pem.size()), &BIO_free);
     SecretBytes phrase = passphrase();
     EvpKey key = owned(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, &handOverPassphrase, &phrase) : nullptr);
+    // What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
+    ERR_clear_error();
     return key && EVP_PKEY_base_id(key.get()) == EVP_PKEY_RSA && EVP_PKEY_bits(key.get()) >= keyBits ? key : EvpKey();
 }
 
-EvpKey read(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumKeyFileSize)
-        return {};
-    return fromPem(file.readAll());
+using AtomicFile::ReadResult;
+
+// Nothing can be read with a damaged key any more; it is kept for support, out of the way of a new one. False when it is in the way.
+bool setDamagedAside(const QString& path, Log::ILogger& logger) {
+    const QString aside = AtomicFile::setAside(path);
+    if (aside.isEmpty()) {
+        logger.error(QStringLiteral("The user's key %1 cannot be read and cannot be set aside").arg(path));
+        return false;
+    }
+    logger.warning(QStringLiteral("The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; "
+                                  "the user needs to sign in again.").arg(aside));
+    return true;
 }
 
-// Several processes may start at once: whoever links its key into place first wins, the others take that one.
-EvpKey create(const QString& path) {
-    const EvpKey key = generate();
+EvpKey create(const QString& path, Log::ILogger& logger) {
+    EvpKey key = generate();
     const QByteArray pem = key ? toPem(key) : QByteArray();
-    const QString temporary = path + QLatin1Char('.') + QUuid::createUuid().toString(QUuid::Id128);
-    if (pem.isEmpty() || !writeOwnerOnlyFile(temporary, pem))
+    QString error;
+    if (!pem.isEmpty() && AtomicFile::write(path, pem, &error))
+        return key;
+    logger.error(QStringLiteral("Failed to create the user's key %1. %2").arg(path, error));
+    return {};
+}
+
+EvpKey readOrCreate(const QString& path, Log::ILogger& logger) {
+    const ReadResult file = AtomicFile::read(path, maximumKeyFileSize);
+    // A key that cannot be read for now (rights, too many open files) is not a damaged one.
+    if (file.status == ReadResult::Status::Failed) {
+        logger.error(QStringLiteral("Failed to read the user's key %1. %2").arg(path, file.error));
         return {};
-    const bool placed = ::link(QFile::encodeName(temporary).constData(), QFile::encodeName(path).constData()) == 0;
-    QFile::remove(temporary);
-    return placed ? key : read(path);
+    }
+    EvpKey key = fromPem(file.data);
+    if (key || (file.status == ReadResult::Status::Read && !setDamagedAside(path, logger)))
+        return key;
+    return create(path, logger);
+}
+
+// Several processes may start at once, on a new machine or over a damaged key: one of them decides, under a lock.
+EvpKey readOrCreateAlone(const QString& folder, const QString& path, Log::ILogger& logger) {
+    ProcessGuard guard(QStringLiteral("UserKey"), folder);
+    if (guard.acquire(lockTimeoutMs) != ProcessGuard::Result::Acquired) {
+        logger.error(QStringLiteral("Failed to lock the folder of the user's key: %1. %2").arg(folder, guard.errorText()));
+        return {};
+    }
+    AtomicFile::removeStaleTemporaries(path);
+    EvpKey key = readOrCreate(path, logger);
+    guard.release();
+    return key;
 }
 
 } // namespace
 
 std::shared_ptr<IRsaCryptor> openUserRsaCryptor(const QString& folder, const std::shared_ptr<Log::ILogger>& logger) {
-    const QString path = folder + QStringLiteral("/UserKey.pem");
-    EvpKey key;
     if (!ensureOwnerOnlyFolder(folder)) {
         logger->error(QStringLiteral("Failed to create the folder of the user's key: %1").arg(folder));
-        return std::make_shared<OpenSslRsaCryptor>(key);
+        return std::make_shared<OpenSslRsaCryptor>(EvpKey());
     }
-    key = read(path);
-    if (!key && QFile::exists(path)) {
-        // Nothing can be read with it any more; kept for support, out of the way of a new key.
-        const QString aside = path + QStringLiteral(".damaged");
-        QFile::remove(aside);
-        QFile::rename(path, aside);
-        logger->warning(QStringLiteral("The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; "
-                                       "the user needs to sign in again.").arg(aside));
-    }
+    const QString path = folder + QStringLiteral("/UserKey.pem");
+    EvpKey key = fromPem(AtomicFile::read(path, maximumKeyFileSize).data);
     if (!key)
-        key = create(path);
-    if (!key)
-        logger->error(QStringLiteral("Failed to create the user's key %1").arg(path));
+        key = readOrCreateAlone(folder, path, *logger);
     return std::make_shared<OpenSslRsaCryptor>(key);
 }
 

@@ -1,0 +1,95 @@
+// A whole SignRequest as products call it: locks, a look at the login state file, four secrets, the signature.
+
+#include "Session/LoginSession.h"
+#include "Session/LoginStateSaver.h"
+#include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/VqOAuthHost.h"
+#include "VqLog/LogQueue.h"
+#include "VqLog/LoggerWrapper.h"
+#include "VqUtil/Crypto/CachingCryptor.h"
+#include "VqUtil/Crypto/UserCryptor.h"
+#include "VqUtil/Platform/UserRsaCryptor.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <log4cplus/loggingmacros.h>
+
+namespace {
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+const auto key = QStringLiteral("8a6f1c0b2e594d7b9d3f");
+
+// A process that restored its sign-in from the file, logging at the default level.
+class SignedIn {
+public:
+    SignedIn() {
+        static_cast<void>(Log::LogQueue::instance().finish());
+        log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("VqWebServices")).setLogLevel(log4cplus::WARN_LOG_LEVEL);
+        SessionServices services;
+        services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
+        services.networkLogger = services.logger;
+        services.cryptor = std::make_shared<Util::CachingCryptor>(
+            std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder.path(), services.logger), services.logger));
+        services.cipherBlockSize = Util::userKeyBlockSize;
+        services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
+        services.urls = &UrlStore::instance();
+        services.loginStateFile = m_folder.filePath(QStringLiteral("LoginState.xml"));
+        writeState(services);
+        session = std::make_unique<LoginSession>(services, ClientIdentity{key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+        session->SetConfiguration(key, configuration());
+        session->RestoreLogin(key, false);
+    }
+
+    static WebServicesConfiguration configuration() {
+        WebServicesConfiguration made;
+        made.SetConsumerKey(key.toStdWString().c_str());
+        made.SetConsumerSecret(L"kd94hf93k423kf44-pfkkdhi9sl3r4s00");
+        return made;
+    }
+
+    std::unique_ptr<LoginSession> session;
+
+private:
+    static void writeState(const SessionServices& services) {
+        SessionCore core(services);
+        core.clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+        core.clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration()));
+        core.setRestored();
+        BasicLoginState state;
+        state.clientId = services.cryptor->encrypt("client");
+        state.userName = state.userId = QStringLiteral("ada");
+        state.loginDate = services.now();
+        core.binding.bind(state);
+        core.setBasic(state);
+        const auto seal = [&services](const char* text) { return services.cryptor->encrypt(text); };
+        core.configuredProduct(key)->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), services.now().addDays(1)});
+        LoginStateSaver(core).save();
+    }
+
+    QTemporaryDir m_folder;
+};
+
+void signRequest(benchmark::State& state) {
+    static const SignedIn process;
+    SigningOrder order;
+    order.request.url = QUrl(QStringLiteral("https://api.example.com/storage/v2/items?a=1&b=2&c=3"));
+    if (process.session->SignRequest(key, order).isEmpty()) {
+        state.SkipWithError("the request was not signed");
+        return;
+    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(process.session->SignRequest(key, order));
+}
+BENCHMARK(signRequest);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
