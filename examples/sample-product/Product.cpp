@@ -137,19 +137,26 @@ QJsonObject Product::initiateLogout() {
 
 QJsonObject Product::signUrl(const Arguments& arguments) {
     const std::unique_ptr<wchar_t[]> url(m_manager->SignUrlForBrowser(arguments.first().toStdWString().c_str(), true));
-    return {{QStringLiteral("ok"), url != nullptr}, {QStringLiteral("url"), url ? QString::fromWCharArray(url.get()) : QString()}};
+    return {{QStringLiteral("ok"), url != nullptr},
+            {QStringLiteral("url"), url ? QString::fromWCharArray(url.get()) : QString()}};
 }
 
-void Product::LoggedIn() { print({{QStringLiteral("event"), QStringLiteral("LoggedIn")}}); }
+void Product::LoggedIn() {
+    print({{QStringLiteral("event"), QStringLiteral("LoggedIn")}});
+}
 
-void Product::LoginRestored() { print({{QStringLiteral("event"), QStringLiteral("LoginRestored")}}); }
+void Product::LoginRestored() {
+    print({{QStringLiteral("event"), QStringLiteral("LoginRestored")}});
+}
 
 void Product::AboutToLogout(bool& veto) {
     veto = m_vetoes;
     print({{QStringLiteral("event"), QStringLiteral("AboutToLogout")}});
 }
 
-void Product::LoggedOut() { print({{QStringLiteral("event"), QStringLiteral("LoggedOut")}}); }
+void Product::LoggedOut() {
+    print({{QStringLiteral("event"), QStringLiteral("LoggedOut")}});
+}
 
 void Product::print(const QJsonObject& object) {
     std::puts(QJsonDocument(object).toJson(QJsonDocument::Compact).constData());

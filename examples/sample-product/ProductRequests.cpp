@@ -36,7 +36,8 @@ QJsonObject Product::post(const Arguments& arguments) {
         const QString name = field.section(QLatin1Char('='), 0, 0);
         const QString value = field.section(QLatin1Char('='), 1);
         texts.emplace_back(name.toStdWString(), value.toStdWString());
-        form.addQueryItem(QString::fromLatin1(QUrl::toPercentEncoding(name)), QString::fromLatin1(QUrl::toPercentEncoding(value)));
+        form.addQueryItem(QString::fromLatin1(QUrl::toPercentEncoding(name)),
+                          QString::fromLatin1(QUrl::toPercentEncoding(value)));
     }
     std::vector<RequestParam> params;
     for (const auto& entry : texts)

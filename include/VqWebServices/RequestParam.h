@@ -11,8 +11,26 @@ struct RequestParam {
 
 /// The HTTP methods known to the signer.
 enum class HttpMethod {
-    Get = 0, Post, Put, Delete, Head, Options, Trace, Propfind, Move, Copy, Lock, Unlock, Checkin, Checkout,
-    CancelUpload, Report, Update, Proppatch, GetLib, VersionControl,
+    Get = 0,
+    Post,
+    Put,
+    Delete,
+    Head,
+    Options,
+    Trace,
+    Propfind,
+    Move,
+    Copy,
+    Lock,
+    Unlock,
+    Checkin,
+    Checkout,
+    CancelUpload,
+    Report,
+    Update,
+    Proppatch,
+    GetLib,
+    VersionControl,
 };
 
 /// The form in which the OAuth parameters of a signed request are returned.

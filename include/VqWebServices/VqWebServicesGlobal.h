@@ -11,6 +11,7 @@
 /// `OAuth2Token::GetToken` refuses instead of truncating.
 ///
 /// Failures are results (false, 0, null, an empty object) together with one log line; nothing is thrown to the caller.
-/// Memory handed out as `wchar_t*` or through `wchar_t*&` was allocated with `new wchar_t[]`; the caller frees it with `delete[]`.
+/// Memory handed out as `wchar_t*` or through `wchar_t*&` was allocated with `new wchar_t[]`; the caller frees it with
+/// `delete[]`.
 
 #include <VqWebServices/VqWebServicesExport.h>

@@ -15,15 +15,15 @@ class WebServicesManagerImp;
 /// The library for a process that is one product: the operations address the process's default client, whose key is the process
 /// id in decimal.
 ///
-/// `Initialize` first, on the main thread; then `GetInstance`, `SetConfiguration` for each server, `RestoreLogin`. Every operation may be
-/// called from any thread and from inside an observer. A call that comes while the library is not initialized has its failure result
-/// and logs one line. Owner: the library.
+/// `Initialize` first, on the main thread; then `GetInstance`, `SetConfiguration` for each server, `RestoreLogin`. Every
+/// operation may be called from any thread and from inside an observer. A call that comes while the library is not initialized
+/// has its failure result and logs one line. Owner: the library.
 class VQWEBSERVICES_EXPORT WebServicesManager {
 public:
     // Life of the library; any thread, but `Initialize` and the last `Uninitialize` on the main thread
 
-    /// Starts the library, or counts one more user of it. The first call reads the log configuration, creates an application object
-    /// when the host has none, and must come from the host's main thread, on which observers are then called.
+    /// Starts the library, or counts one more user of it. The first call reads the log configuration, creates an application
+    /// object when the host has none, and must come from the host's main thread, on which observers are then called.
     static bool Initialize();
 
     /// Counts one user less; the last one shuts the library down. Always true.
@@ -34,19 +34,20 @@ public:
     /// The facade; null while the library is not initialized.
     static WebServicesManager* GetInstance();
 
-    /// The folders, separated by ";", in which "WebServices.logconfig" and the URL files are looked for beside the library's own folder. To
-    /// be called before `Initialize`; a later call makes the URL files be read again.
+    /// The folders, separated by ";", in which "WebServices.logconfig" and the URL files are looked for beside the library's own
+    /// folder. To be called before `Initialize`; a later call makes the URL files be read again.
     static void SetSupportFileSearchPaths(const wchar_t* paths);
 
     /// The folders joined with ";"; text buffer rule.
     static int GetSupportFileSearchPaths(wchar_t* buffer, int size);
 
-    /// Adds the folders "plugins" beside the executable and beside the library to Qt's plug-in search path; `Initialize` does it too.
+    /// Adds the folders "plugins" beside the executable and beside the library to Qt's plug-in search path; `Initialize` does it
+    /// too.
     static void SetDefaultPluginSearchPaths();
     static void AddPluginSearchPath(const wchar_t* path);
 
-    /// For hosts whose main loop is not Qt's: delivers the library's events with every message that the calling thread takes from its
-    /// queue. Windows only; elsewhere false and one log line: call `DispatchEvent` from the main loop instead.
+    /// For hosts whose main loop is not Qt's: delivers the library's events with every message that the calling thread takes from
+    /// its queue. Windows only; elsewhere false and one log line: call `DispatchEvent` from the main loop instead.
     static bool SetEventHook();
     /// On the thread of `SetEventHook`. Always true.
     static bool RemoveEventHook();
@@ -59,15 +60,16 @@ public:
 
     // Configuration and server
 
-    /// Registers or replaces the client's configuration for the configuration's server. False when its consumer key or secret is empty or
-    /// its server is not a real one.
+    /// Registers or replaces the client's configuration for the configuration's server. False when its consumer key or secret is
+    /// empty or its server is not a real one.
     bool SetConfiguration(const WebServicesConfiguration& configuration);
 
-    /// The client's configuration for the current server, an empty one when there is none. Valid until the next call on the same thread.
+    /// The client's configuration for the current server, an empty one when there is none. Valid until the next call on the same
+    /// thread.
     const WebServicesConfiguration& GetConfiguration();
 
-    /// Changes the current server of all products, signing the user out of the one before. False when no URL file for the server can be
-    /// found, or when the sign-out failed; the server is unchanged then. Waits for the network when a user is signed in.
+    /// Changes the current server of all products, signing the user out of the one before. False when no URL file for the server
+    /// can be found, or when the sign-out failed; the server is unchanged then. Waits for the network when a user is signed in.
     bool SetServer(Server server);
 
     /// The current server.
@@ -87,8 +89,8 @@ public:
 
     // The signed-in user
 
-    /// The name of the signed-in user, empty when nobody is signed in; text buffer rule. `GetLoginUserName` is the same under a name that
-    /// no system header defines as a macro.
+    /// The name of the signed-in user, empty when nobody is signed in; text buffer rule. `GetLoginUserName` is the same under a
+    /// name that no system header defines as a macro.
     int GetUserName(wchar_t* buffer, int size);
 
     /// The name of the signed-in user, empty when nobody is signed in; text buffer rule.
@@ -112,8 +114,9 @@ public:
     /// When the sign-in expires, in seconds since 1970-01-01 UTC; 0 when it is not known.
     unsigned int GetLoginExpiryDate();
 
-    /// The cookies of the sign-in as the value of an HTTP header "Cookie", in bytes without terminator. The result is their number; `cookie`
-    /// was allocated with `new unsigned char[]` and is freed by the caller with `delete[]`; null when there are none (result 0).
+    /// The cookies of the sign-in as the value of an HTTP header "Cookie", in bytes without terminator. The result is their
+    /// number; `cookie` was allocated with `new unsigned char[]` and is freed by the caller with `delete[]`; null when there are
+    /// none (result 0).
     int GetLoginCookie(unsigned char*& cookie);
 
     // Signing in and out
@@ -121,10 +124,10 @@ public:
     /// Restores the sign-in of all products from the login state file; to be called once after `SetConfiguration`.
     bool RestoreLogin();
 
-    /// Obtains the URL of the sign-in page for the browser (text buffer rule; 8192 units suffice in practice). All forms end in the last
-    /// one. `userName` is a hint for the service, such as the domain of the user; it may be null. `error` and `httpStatus` say why
-    /// it failed; the status is 0 when no reply was received. False when `url` is null or `size` below 1 (no request is sent then).
-    /// Waits for the network, at most 60 seconds.
+    /// Obtains the URL of the sign-in page for the browser (text buffer rule; 8192 units suffice in practice). All forms end in
+    /// the last one. `userName` is a hint for the service, such as the domain of the user; it may be null. `error` and
+    /// `httpStatus` say why it failed; the status is 0 when no reply was received. False when `url` is null or `size` below 1 (no
+    /// request is sent then). Waits for the network, at most 60 seconds.
     bool InitiateLogin(wchar_t* url, int size);
     bool InitiateLogin(wchar_t* url, int size, LoginError& error, int& httpStatus);
     /// The second argument is ignored; it is kept for compatibility of the exported interface.
@@ -137,15 +140,15 @@ public:
     /// Completes the sign-in with the cookies that the browser got.
     bool CompleteLogin(const NetworkCookieJar& cookies);
 
-    /// The signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice) and the cookies to clear there.
-    /// False when nobody is signed in, an observer vetoed, or `url` is null or `size` below 1.
+    /// The signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice) and the cookies to
+    /// clear there. False when nobody is signed in, an observer vetoed, or `url` is null or `size` below 1.
     bool InitiateLogout(wchar_t* url, int size, NetworkCookieJar& cookies);
 
     /// Forgets the user on this machine, for all products. False when nobody is signed in.
     bool CompleteLogout();
 
-    /// The whole sign-out without a browser: tells the server, then forgets the user for all products. False when nobody is signed in or an
-    /// observer vetoed. Waits for the network, at most 60 seconds.
+    /// The whole sign-out without a browser: tells the server, then forgets the user for all products. False when nobody is
+    /// signed in or an observer vetoed. Waits for the network, at most 60 seconds.
     bool Logout();
 
     // Tokens and signing
@@ -165,13 +168,14 @@ public:
     /// True when the client has an access token that has expired.
     bool IsTokenExpired();
 
-    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` parameters of a form body or
-    /// query beside those in `url`, not encoded; at most 1000. `token` and `tokenSecret`, when not null, take the place of the client's access
-    /// token. The result is freed by the caller with `delete[]`; null on failure.
-    wchar_t* SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method, ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret);
+    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` parameters of a
+    /// form body or query beside those in `url`, not encoded; at most 1000. `token` and `tokenSecret`, when not null, take the
+    /// place of the client's access token. The result is freed by the caller with `delete[]`; null on failure.
+    wchar_t* SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method, ParsingMode mode,
+                         const wchar_t* token, const wchar_t* tokenSecret);
 
-    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a failure. The
-    /// result is freed by the caller with `delete[]`; null on failure.
+    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a
+    /// failure. The result is freed by the caller with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const wchar_t* url, bool checkExpiry);
 
     // Observers and the log

@@ -20,15 +20,16 @@ public:
 
     // Configuration and server
 
-    /// Registers or replaces the client's configuration for the configuration's server. False when its consumer key or secret is empty or
-    /// its server is not a real one.
+    /// Registers or replaces the client's configuration for the configuration's server. False when its consumer key or secret is
+    /// empty or its server is not a real one.
     bool SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration);
 
-    /// The client's configuration for the current server, an empty one when there is none. Valid until the next call on the same thread.
+    /// The client's configuration for the current server, an empty one when there is none. Valid until the next call on the same
+    /// thread.
     const WebServicesConfiguration& GetConfiguration(const QString& clientKey);
 
-    /// Changes the current server of all products, signing the user out of the one before. False when no URL file for the server can be
-    /// found, or when the sign-out failed; the server is unchanged then. Waits for the network when a user is signed in.
+    /// Changes the current server of all products, signing the user out of the one before. False when no URL file for the server
+    /// can be found, or when the sign-out failed; the server is unchanged then. Waits for the network when a user is signed in.
     bool SetServer(const QString& clientKey, Server server);
 
     /// The folder for the client's cached replies; text buffer rule. Empty for an unknown client.
@@ -45,8 +46,9 @@ public:
     /// True when a user, and the client's product with them, is signed in and the sign-in has not expired.
     bool IsLoginValid(const QString& clientKey);
 
-    /// The cookies of the sign-in as the value of an HTTP header "Cookie", in bytes without terminator. The result is their number; `cookie`
-    /// was allocated with `new unsigned char[]` and is freed by the caller with `delete[]`; null when there are none (result 0).
+    /// The cookies of the sign-in as the value of an HTTP header "Cookie", in bytes without terminator. The result is their
+    /// number; `cookie` was allocated with `new unsigned char[]` and is freed by the caller with `delete[]`; null when there are
+    /// none (result 0).
     int GetLoginCookie(const QString& clientKey, unsigned char*& cookie);
 
     // Signing in and out
@@ -57,7 +59,8 @@ public:
     /// As the forms of `WebServicesManager::InitiateLogin`.
     bool InitiateLogin(const QString& clientKey, wchar_t* url, int size);
     bool InitiateLogin(const QString& clientKey, wchar_t* url, int size, LoginError& error, int& httpStatus);
-    bool InitiateLogin(const QString& clientKey, const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error, int& httpStatus);
+    bool InitiateLogin(const QString& clientKey, const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error,
+                       int& httpStatus);
 
     /// Completes the sign-in after the browser step, without cookies. Waits for the network, at most 60 seconds.
     bool CompleteLogin(const QString& clientKey);
@@ -65,15 +68,15 @@ public:
     /// Completes the sign-in with the cookies that the browser got.
     bool CompleteLogin(const QString& clientKey, const NetworkCookieJar& cookies);
 
-    /// The signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice) and the cookies to clear there.
-    /// False when nobody is signed in, an observer vetoed, or `url` is null or `size` below 1.
+    /// The signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice) and the cookies to
+    /// clear there. False when nobody is signed in, an observer vetoed, or `url` is null or `size` below 1.
     bool InitiateLogout(const QString& clientKey, wchar_t* url, int size, NetworkCookieJar& cookies);
 
     /// Forgets the user on this machine, for all products. False when nobody is signed in.
     bool CompleteLogout(const QString& clientKey);
 
-    /// The whole sign-out without a browser: tells the server, then forgets the user for all products. False when nobody is signed in or an
-    /// observer vetoed. Waits for the network, at most 60 seconds.
+    /// The whole sign-out without a browser: tells the server, then forgets the user for all products. False when nobody is
+    /// signed in or an observer vetoed. Waits for the network, at most 60 seconds.
     bool Logout(const QString& clientKey);
 
     // Tokens and signing
@@ -93,13 +96,14 @@ public:
     /// True when the client has an access token that has expired.
     bool IsTokenExpired(const QString& clientKey);
 
-    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` parameters of a form body or
-    /// query beside those in `url`, not encoded; at most 1000. `token` and `tokenSecret`, when not null, take the place of the client's access
-    /// token. The result is freed by the caller with `delete[]`; null on failure.
-    wchar_t* SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count, HttpMethod method, ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret);
+    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` parameters of a
+    /// form body or query beside those in `url`, not encoded; at most 1000. `token` and `tokenSecret`, when not null, take the
+    /// place of the client's access token. The result is freed by the caller with `delete[]`; null on failure.
+    wchar_t* SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
+                         ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret);
 
-    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a failure. The
-    /// result is freed by the caller with `delete[]`; null on failure.
+    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a
+    /// failure. The result is freed by the caller with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const QString& clientKey, const wchar_t* url, bool checkExpiry);
 
 protected:

@@ -25,8 +25,8 @@ public:
     /// Compares every field that takes part in a sign-in, case-sensitively.
     static bool Equals(const WebServicesConfiguration& a, const WebServicesConfiguration& b);
 
-    // JSON forms of cookies. The text forms are UTF-8. Reading fails for an empty or damaged object and leaves the result unchanged;
-    // a jar's cookies are appended to it.
+    // JSON forms of cookies. The text forms are UTF-8. Reading fails for an empty or damaged object and leaves the result
+    // unchanged; a jar's cookies are appended to it.
 
     static bool NetworkCookieToJson(const NetworkCookie& cookie, QJsonObject& json);
     static bool NetworkCookieToJson(const NetworkCookie& cookie, std::string& json);

@@ -53,7 +53,8 @@ void expectFailures(WebServicesManager& manager) {
     QVERIFY(!manager.InitiateLogout(buffer, 16, jar));
     QVERIFY(!manager.CompleteLogout());
     QVERIFY(!manager.Logout());
-    QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr)));
+    QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader,
+                                      nullptr, nullptr)));
     QVERIFY(!Text(manager.SignUrlForBrowser(L"https://example.com/", true)));
     manager.AddObserver(nullptr);
     manager.RemoveObserver(nullptr);
@@ -134,14 +135,20 @@ private slots:
         NetworkCookieJar jar;
         QVERIFY(!manager.InitiateLogout(nullptr, 5, jar));
         const std::wstring huge(2000000, L'x');
-        for (const wchar_t* const url : {static_cast<const wchar_t*>(nullptr), L"", L"no url", L"ftp://example.com/", L"https://", huge.c_str()})
+        for (const wchar_t* const url :
+             {static_cast<const wchar_t*>(nullptr), L"", L"no url", L"ftp://example.com/", L"https://", huge.c_str()})
             QVERIFY(!Text(manager.SignRequest(url, nullptr, 0, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
         const RequestParam nameless{nullptr, L"x"};
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 5, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, 1, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, -1, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, static_cast<HttpMethod>(20), ParsingMode::QueryString, nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, static_cast<ParsingMode>(4), nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 5, HttpMethod::Get, ParsingMode::QueryString, nullptr,
+                                          nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, 1, HttpMethod::Get, ParsingMode::QueryString,
+                                          nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, -1, HttpMethod::Get, ParsingMode::QueryString,
+                                          nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, static_cast<HttpMethod>(20),
+                                          ParsingMode::QueryString, nullptr, nullptr)));
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, static_cast<ParsingMode>(4),
+                                          nullptr, nullptr)));
         QVERIFY(!manager.SetServer(static_cast<Server>(7)));
         QVERIFY(!manager.SetServer(NoServer));
         QCOMPARE(manager.GetUrl(static_cast<WebServicesUrlCode>(49), nullptr, 0), 0);
@@ -220,12 +227,14 @@ private slots:
         QVERIFY(keyed.SetConfiguration(key, configuration()));
         std::thread worker([&keyed, &key] {
             QVERIFY(keyed.IsLoggedIn(key));
-            const Text header(keyed.SignRequest(key, L"https://example.com/?a=b", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr));
+            const Text header(keyed.SignRequest(key, L"https://example.com/?a=b", nullptr, 0, HttpMethod::Get,
+                                                ParsingMode::AuthorizationHeader, nullptr, nullptr));
             QVERIFY(header && std::wstring(header.get()).rfind(L"OAuth oauth_consumer_key=\"demo-product-0001\"", 0) == 0);
         });
         worker.join();
         const RequestParam params[] = {{L"x", L"1 & 2"}};
-        const Text signedUrl(manager.SignRequest(L"https://example.com/p?a=b#end", params, 1, HttpMethod::Get, ParsingMode::SignedUrl, nullptr, nullptr));
+        const Text signedUrl(manager.SignRequest(L"https://example.com/p?a=b#end", params, 1, HttpMethod::Get,
+                                                 ParsingMode::SignedUrl, nullptr, nullptr));
         const QString text = QString::fromWCharArray(signedUrl.get());
         QVERIFY2(text.startsWith("https://example.com/p?a=b&x=1%20%26%202&oauth_") && text.endsWith("#end"), qPrintable(text));
         QVERIFY(manager.Logout());

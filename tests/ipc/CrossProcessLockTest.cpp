@@ -149,7 +149,7 @@ void CrossProcessLockTest::killedInTheSection() {
     for (int round = 0; round < kills; ++round) {
         const auto victim = run("bump", 100000);
         QVERIFY(victim->waitForReadyRead(10000));
-        QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(20)));
+        QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(1, 20)));
         victim->kill();
         QVERIFY(victim->waitForFinished(10000));
         acknowledged += victim->readAllStandardOutput().count('+');

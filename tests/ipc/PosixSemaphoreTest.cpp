@@ -131,6 +131,8 @@ void PosixSemaphoreTest::removedWhileHeld() {
     creator.reset();
     NamedSemaphore newcomer(m_key);
     QVERIFY(newcomer.acquire(0) == NamedSemaphore::Result::Acquired); // the format's weakness, which the guard makes up for
+    CrossProcessLock second = makeLock();
+    QVERIFY(!second.acquire(0));
     lock.release();
     QCOMPARE(count(), 0); // ours went with the old object
     newcomer.release();

@@ -86,9 +86,7 @@ private Q_SLOTS:
     void runGetOnAThreadWithoutLoop();
 
 private:
-    [[nodiscard]] QNetworkRequest request(const QString& path = Page) const {
-        return QNetworkRequest(m_server.url(path));
-    }
+    [[nodiscard]] QNetworkRequest request(const QString& path = Page) const { return QNetworkRequest(m_server.url(path)); }
 
     LoopbackHttpServer m_server;
     std::shared_ptr<RecordingLogger> m_logger = std::make_shared<RecordingLogger>();
@@ -110,8 +108,8 @@ void NetworkOperationTest::verbs_data() {
     QTest::newRow("get") << "get" << QByteArray("GET") << QNetworkAccessManager::GetOperation << 0 << body;
     QTest::newRow("HEAD") << "HEAD" << QByteArray("HEAD") << QNetworkAccessManager::HeadOperation << 0 << QByteArray();
     for (const char* verb : {"POST", "PUT", "DELETE"}) {
-        QTest::newRow(verb) << QString::fromLatin1(verb) << QByteArray(verb) << QNetworkAccessManager::CustomOperation
-                            << 100000 << body;
+        QTest::newRow(verb) << QString::fromLatin1(verb) << QByteArray(verb) << QNetworkAccessManager::CustomOperation << 100000
+                            << body;
     }
 }
 
@@ -407,8 +405,8 @@ void NetworkOperationTest::endsTheThreadItWasGiven() {
     operation->moveToThread(&thread);
     connect(&thread, &QThread::finished, operation, &QObject::deleteLater);
     thread.start();
-    QMetaObject::invokeMethod(
-        operation, [&] { operation->StartOperation(request(), QStringLiteral("POST"), "body", 5000, &thread); });
+    QMetaObject::invokeMethod(operation,
+                              [&] { operation->StartOperation(request(), QStringLiteral("POST"), "body", 5000, &thread); });
     QVERIFY(thread.wait(5000));
     QCOMPARE(m_server.requests(Page).last().body, QByteArray("body"));
 }
@@ -424,15 +422,15 @@ void NetworkOperationTest::logTellsNoSecret() {
     QVERIFY(asyncEnds.wait(5000));
     const QString shown = m_server.url(Page).toString() + QStringLiteral("?oauth_token=***");
     const QStringList texts = m_logger->texts();
-    for (const char* line : {"NetworkOperation::RequestFinishedSlot called: GET %1",
-                             "NetworkOperation::OperationFinished Emitting RequestFinished: GET %1",
-                             "NetworkOperation::StartOperation called: POST %1",
-                             "NetworkOperationAsync::Start: Emitting StartOperation: POST %1",
-                             "NetworkOperationAsync::RequestFinishedSlot called: POST %1",
-                             "NetworkOperationAsync::RequestFinishedSlot: Emitting RequestFinished: POST %1"})
+    for (const char* line :
+         {"NetworkOperation::RequestFinishedSlot called: GET %1",
+          "NetworkOperation::OperationFinished Emitting RequestFinished: GET %1",
+          "NetworkOperation::StartOperation called: POST %1", "NetworkOperationAsync::Start: Emitting StartOperation: POST %1",
+          "NetworkOperationAsync::RequestFinishedSlot called: POST %1",
+          "NetworkOperationAsync::RequestFinishedSlot: Emitting RequestFinished: POST %1"})
         QVERIFY2(texts.contains(QString::fromLatin1(line).arg(shown)), line);
-    const QString all = texts.join(QLatin1Char('\n')) + outcome.message + outcome.reply.errorText +
-                        outcome.reply.dump.join(QLatin1Char('\n')) + async.errorMessage();
+    const QString all = texts.join(QLatin1Char('\n')) + outcome.message + outcome.reply.errorText
+                        + outcome.reply.dump.join(QLatin1Char('\n')) + async.errorMessage();
     QVERIFY2(!all.contains(QStringLiteral("SECRET")), qPrintable(all));
     QVERIFY(outcome.reply.body.contains("SECRET"));
 }
@@ -443,8 +441,7 @@ void NetworkOperationTest::downloads_data() {
     QTest::addColumn<int>("result");
     QTest::addColumn<QString>("message");
     const QByteArray big(3000000, 'd');
-    const auto row = [](const char* name, const QByteArray& bytes, const char* target, int result,
-                        const char* message) {
+    const auto row = [](const char* name, const QByteArray& bytes, const char* target, int result, const char* message) {
         QTest::newRow(name) << bytes << QString::fromLatin1(target) << result << QString::fromLatin1(message);
     };
     row("new file", answer("200 OK", "data"), "%1/new", 0, "");
@@ -568,9 +565,9 @@ void NetworkOperationTest::asyncDestroyedWhileRunning() {
     OperationResult result = OperationResult::NotFinished;
     QString message;
     std::thread([&] {
-        auto operation =
-            withBody ? std::make_unique<NetworkOperationAsync>(request(path), QStringLiteral("POST"), "body", m_logger)
-                     : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
+        auto operation = withBody
+                             ? std::make_unique<NetworkOperationAsync>(request(path), QStringLiteral("POST"), "body", m_logger)
+                             : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
         NetworkOperationAsync* raw = operation.get();
         connect(raw, &NetworkOperationAsync::RequestFinished, raw, [&, raw] {
             ++ends;
@@ -609,8 +606,7 @@ void NetworkOperationTest::selfSignedCertificateIsRefused() {
     QVERIFY(outcome.reply.body.isEmpty());
     QCOMPARE(tls.count(Page), 0);
     const QString line = m_logger->texts(Log::Level::Error).value(0);
-    QVERIFY2(line.startsWith(QStringLiteral("NetworkOperation::SslError: SelfSignedCertificate (9): ")),
-             qPrintable(line));
+    QVERIFY2(line.startsWith(QStringLiteral("NetworkOperation::SslError: SelfSignedCertificate (9): ")), qPrintable(line));
     const QByteArray thumbprint = tls.certificate().digest(QCryptographicHash::Sha1).toHex();
     const QString end = QStringLiteral("\nThumbprint (Sha1): %1\nBlacklisted: No\nSelf signed: Yes");
     QVERIFY2(line.endsWith(end.arg(QString::fromLatin1(thumbprint))), qPrintable(line));

@@ -138,8 +138,7 @@ void NetworkTextTest::bodies_data() {
         QTest::newRow(name) << body << QString::fromLatin1(type) << QString::fromLatin1(shown);
     };
     row("empty", "", "text/plain", "");
-    row("form, whatever its type", "oauth_token=K1&oauth_problem=x%20y", "text/html",
-        "oauth_token=***&oauth_problem=x%20y");
+    row("form, whatever its type", "oauth_token=K1&oauth_problem=x%20y", "text/html", "oauth_token=***&oauth_problem=x%20y");
     row("json", R"({"error":"invalid_grant","token":"K1","n":[1,{"status":"a\nb"}],"z":null})", "",
         R"({"error":"invalid_grant","n":["***",{"status":"a\nb"}],"token":"***","z":null})");
     row("json array in a shown member", R"({"scope":["a",{"token":"K1"}]})", "", R"({"scope":["a",{"token":"***"}]})");
@@ -225,8 +224,7 @@ void NetworkTextTest::dumpHasTheDocumentedLines() {
                                QStringLiteral("Response body (decoded):"),
                                QStringLiteral("oauth_problem=a b\\nc")};
     QCOMPARE(requestDump(&reply, "status=1", "oauth_problem=a%20b%0Ac"), expected);
-    QCOMPARE(requestDump(&reply, {}, {}, QStringLiteral("get")).value(1),
-             QStringLiteral("get https://a.test/b?lang=de"));
+    QCOMPARE(requestDump(&reply, {}, {}, QStringLiteral("get")).value(1), QStringLiteral("get https://a.test/b?lang=de"));
     QVERIFY(!requestDump(&reply, {}, {}).contains(QStringLiteral("Response body (decoded):")));
     QCOMPARE(requestDump(nullptr, {}, {}), QStringList());
 }
@@ -266,16 +264,15 @@ void NetworkTextTest::dumpTellsNoSecret() {
         .withHeader("Location", "https://a.test/c?session=SECRET")
         .withHeader("WWW-Authenticate", "OAuth realm=\"SECRET\"")
         .withAttribute(QNetworkRequest::RedirectionTargetAttribute, QUrl(QStringLiteral("/c?session=SECRET")));
-    const QList<QByteArray> bodies{
-        "oauth_token_secret=SECRET&oauth_session_handle=SECRET&password=SECRET",
-        "oauth_token=1;status=SECRET",
-        R"({"access_token":"SECRET","error":{"refresh":"SECRET"},"list":["SECRET"]})",
-        "<login password='SECRET'><handle>SECRET</handle><!-- SECRET --><![CDATA[SECRET]]></login>",
-        "<html>SECRET</p>",
-        "SECRET",
-        "%53ECRET",
-        QByteArray("\0SECRET", 7),
-        "status=" + QByteArray(1990, 'a') + "&oauth_token=SECRET"};
+    const QList<QByteArray> bodies{"oauth_token_secret=SECRET&oauth_session_handle=SECRET&password=SECRET",
+                                   "oauth_token=1;status=SECRET",
+                                   R"({"access_token":"SECRET","error":{"refresh":"SECRET"},"list":["SECRET"]})",
+                                   "<login password='SECRET'><handle>SECRET</handle><!-- SECRET --><![CDATA[SECRET]]></login>",
+                                   "<html>SECRET</p>",
+                                   "SECRET",
+                                   "%53ECRET",
+                                   QByteArray("\0SECRET", 7),
+                                   "status=" + QByteArray(1990, 'a') + "&oauth_token=SECRET"};
     for (const QByteArray& body : bodies) {
         const QString dump = requestDump(&reply, body, body).join(QLatin1Char('\n')) + fullErrorText(&reply);
         QVERIFY2(!dump.contains(QStringLiteral("SECRET")), qPrintable(dump));
@@ -288,8 +285,7 @@ void NetworkTextTest::clockProblems_data() {
     QTest::addColumn<QByteArray>("info");
     QTest::addColumn<QByteArray>("absent");
     QTest::addColumn<bool>("isClock");
-    const auto row = [](const char* name, int status, const char* problem, const char* info, const char* absent,
-                        bool is) {
+    const auto row = [](const char* name, int status, const char* problem, const char* info, const char* absent, bool is) {
         QTest::newRow(name) << status << QByteArray(problem) << QByteArray(info) << QByteArray(absent) << is;
     };
     row("expired", 401, "message_expired", "", "", true);

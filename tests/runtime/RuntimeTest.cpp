@@ -22,10 +22,18 @@ private slots:
         QTest::addColumn<QString>("executable");
         QTest::addColumn<QString>("version");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("product") << "/opt/a b/Product.v2.exe" << "1.2.3.4" << "Product/1.2.3.4 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
-        QTest::newRow("no version") << "/opt/product" << "" << "product/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
-        QTest::newRow("sync program") << "C:/x/VQSYNC.EXE" << "" << "VelquorSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
-        QTest::newRow("not the sync program") << "/x/VqSync.exe.bak" << "" << "VqSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
+        QTest::newRow("product") << "/opt/a b/Product.v2.exe"
+                                 << "1.2.3.4"
+                                 << "Product/1.2.3.4 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
+        QTest::newRow("no version") << "/opt/product"
+                                    << ""
+                                    << "product/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
+        QTest::newRow("sync program") << "C:/x/VQSYNC.EXE"
+                                      << ""
+                                      << "VelquorSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
+        QTest::newRow("not the sync program") << "/x/VqSync.exe.bak"
+                                              << ""
+                                              << "VqSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045";
     }
 
     void namesItselfToServers() {
@@ -48,12 +56,18 @@ private slots:
         QTest::addColumn<QString>("registry");
         QTest::addColumn<int>("source");
         QTest::addColumn<QString>("level");
-        QTest::newRow("nothing") << "" << "" << int(Source::Configuration) << "INFO";
-        QTest::newRow("environment") << " debug " << "" << int(Source::Environment) << "DEBUG";
-        QTest::newRow("registry") << "" << "Trace" << int(Source::Registry) << "TRACE";
-        QTest::newRow("both") << "ERROR" << "TRACE" << int(Source::Environment) << "ERROR";
-        QTest::newRow("unknown level falls through") << "LOUD" << "WARN" << int(Source::Registry) << "WARN";
-        QTest::newRow("no injection of properties") << "INFO, X\nlog4cplus.y=z" << "" << int(Source::Configuration) << "INFO";
+        QTest::newRow("nothing") << ""
+                                 << "" << int(Source::Configuration) << "INFO";
+        QTest::newRow("environment") << " debug "
+                                     << "" << int(Source::Environment) << "DEBUG";
+        QTest::newRow("registry") << ""
+                                  << "Trace" << int(Source::Registry) << "TRACE";
+        QTest::newRow("both") << "ERROR"
+                              << "TRACE" << int(Source::Environment) << "ERROR";
+        QTest::newRow("unknown level falls through") << "LOUD"
+                                                     << "WARN" << int(Source::Registry) << "WARN";
+        QTest::newRow("no injection of properties") << "INFO, X\nlog4cplus.y=z"
+                                                    << "" << int(Source::Configuration) << "INFO";
     }
 
     void choosesTheLevel() {
@@ -77,7 +91,8 @@ private slots:
         LogSetupHelper::Log(30000, L"wide text");
         const QStringList lines = readLines(folder.filePath(QStringLiteral("WebServices.log")));
         const int begin = find(lines, QStringLiteral("Begin dump of queued log messages ("));
-        const int early = find(lines, QStringLiteral("WARN  [RuntimeTest"), QStringLiteral("VqWebServices.Session - prefix: an early message"));
+        const int early =
+            find(lines, QStringLiteral("WARN  [RuntimeTest"), QStringLiteral("VqWebServices.Session - prefix: an early message"));
         const int end = find(lines, QStringLiteral("End dump of queued log message(s)"));
         QVERIFY2(begin >= 0 && begin < early && early < end, qPrintable(lines.join('\n')));
         QVERIFY(find(lines, QStringLiteral("Root log level picked up from environment variable VQWS_LOGLEVEL")) >= 0);
@@ -88,7 +103,11 @@ private slots:
         QVERIFY(find(lines, QStringLiteral("VqWebServices - wide text")) >= 0);
         QVERIFY(find(lines, QStringLiteral("below the level")) < 0);
         for (const QString& line : lines)
-            QVERIFY2(line.isEmpty() || QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z ")).match(line).hasMatch(), qPrintable(line));
+            QVERIFY2(line.isEmpty()
+                         || QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z "))
+                                .match(line)
+                                .hasMatch(),
+                     qPrintable(line));
         QVERIFY(LogSetupHelper::isLogEnabled());
         setSetting(QStringLiteral("EnableLog"), QStringLiteral("0"));
         QVERIFY(LogSetupHelper::SetupLog());

@@ -22,8 +22,9 @@ public:
     explicit Process(TestKit::SessionFixture& fixture, const QString& consumerKey = key, Server server = Production)
         : core(fixture.services()) {
         core.clients.add({consumerKey, 1, QStringLiteral("Product of ") + consumerKey, QStringLiteral("/opt/product")});
-        core.clients.setConfiguration(consumerKey, std::make_shared<const WebServicesConfiguration>(
-                                                       TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"), server)));
+        core.clients.setConfiguration(consumerKey,
+                                      std::make_shared<const WebServicesConfiguration>(
+                                          TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"), server)));
         m_key = consumerKey;
     }
 
@@ -44,12 +45,14 @@ public:
         core.binding.bind(state);
         core.setBasic(state);
         const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
-        core.configuredProduct(m_key)->setTokens({encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), tokenExpiry});
+        core.configuredProduct(m_key)->setTokens(
+            {encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), tokenExpiry});
     }
 
     [[nodiscard]] QByteArray token(const QString& consumerKey) {
         const ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
-        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8()) : QByteArray();
+        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8())
+                       : QByteArray();
     }
 
     SessionCore core;
@@ -89,13 +92,17 @@ private slots:
         const QDomElement login = element(*m_fixture, {"LoginSession"});
         QCOMPARE(login.attribute("UserName"), QStringLiteral("ada"));
         QCOMPARE(login.attribute("Server"), QStringLiteral("0"));
-        QVERIFY(QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$")).match(login.attribute("LoginDate")).hasMatch());
+        QVERIFY(QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$"))
+                    .match(login.attribute("LoginDate"))
+                    .hasMatch());
         const QDomElement product = element(*m_fixture, {"LoginSession", "Products", "Product"});
         QCOMPARE(product.attribute("ProductKey"), key);
         for (const char* const secret : {"AccessToken", "AccessTokenSecret", "SessionHandle"})
             QVERIFY2(product.firstChildElement(secret).firstChild().isCDATASection(), secret);
         QVERIFY(!m_fixture->fileContents().contains("token of"));
-        QCOMPARE(QFile::permissions(m_fixture->file()) & (QFile::ReadOther | QFile::ReadGroup | QFile::WriteOther | QFile::WriteGroup), QFile::Permissions());
+        QCOMPARE(QFile::permissions(m_fixture->file())
+                     & (QFile::ReadOther | QFile::ReadGroup | QFile::WriteOther | QFile::WriteGroup),
+                 QFile::Permissions());
     }
 
     void aSecondProcessRestores() {
@@ -122,7 +129,8 @@ private slots:
         second.core.setBasic(same);
         QVERIFY(LoginStateSaver(second.core).save());
         QVERIFY(LoginStateSaver(first.core).save());
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Found new product Product of other-product-0002 in login state file while saving. Preserving it.")));
+        QVERIFY(m_fixture->hasLogged(
+            QStringLiteral("Found new product Product of other-product-0002 in login state file while saving. Preserving it.")));
         Process third(*m_fixture);
         third.restore();
         QCOMPARE(third.token(key), QByteArray("token of demo-product-0001"));
@@ -177,8 +185,9 @@ private slots:
     }
 
     void keepsSettingsOfOthers() {
-        m_fixture->writeFile("<WebServices><Settings CurrentServer=\"0\" LastLoginReminderDate=\"2026-01-01T00:00:00Z\" SuppressLoginReminder=\"True\" "
-                             "LogoutDate=\"2026-02-01T00:00:00Z\"/><ProxySettings Host=\"proxy\"/></WebServices>");
+        m_fixture->writeFile(
+            "<WebServices><Settings CurrentServer=\"0\" LastLoginReminderDate=\"2026-01-01T00:00:00Z\" SuppressLoginReminder=\"True\" "
+            "LogoutDate=\"2026-02-01T00:00:00Z\"/><ProxySettings Host=\"proxy\"/></WebServices>");
         Process process(*m_fixture);
         process.restore();
         QVERIFY(LoginStateSaver(process.core).save());
@@ -198,14 +207,23 @@ private slots:
             QTest::newRow(what) << QString::fromLatin1(what) << QString::fromLatin1(logged) << deleted;
         };
         row("expired", "Login session expired. Deleting the login state in login state file. Re-login required.", true);
-        row("other server", "Server in LoginSession node is different from current server. Stopping loading of login state.", false);
+        row("other server", "Server in LoginSession node is different from current server. Stopping loading of login state.",
+            false);
         row("no client id", "Client id is blank or not found in login state file", false);
-        row("client id damaged", "Failed to restore client id. Deleting the login state in login state file. Re-login required.", true);
-        row("other user of the system", "Login state is invalid since it was not saved by current NT user. Discarding it and forcing logout. User needs to login.", true);
-        row("other machine", "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.", true);
-        row("no machine", "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.", true);
+        row("client id damaged", "Failed to restore client id. Deleting the login state in login state file. Re-login required.",
+            true);
+        row("other user of the system",
+            "Login state is invalid since it was not saved by current NT user. Discarding it and forcing logout. User needs to login.",
+            true);
+        row("other machine",
+            "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.",
+            true);
+        row("no machine",
+            "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.",
+            true);
         row("product without key", "Invalid product node without product key found and ignored", true);
-        row("product without tokens", "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required.", true);
+        row("product without tokens",
+            "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required.", true);
     }
 
     void checksTheState() {
@@ -218,7 +236,8 @@ private slots:
         QDomElement login = document.documentElement().firstChildElement("LoginSession");
         QDomElement product = login.firstChildElement("Products").firstChildElement("Product");
         const auto secret = [this, &login](const char* name, const QByteArray& clear) {
-            LoginStateXml::setSecret(login, QLatin1String(name), clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
+            LoginStateXml::setSecret(login, QLatin1String(name),
+                                     clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
         };
         if (what == "expired")
             login.setAttribute("SessionExpiryDate", "2020-01-01T00:00:00Z");
@@ -265,11 +284,14 @@ private slots:
         QTest::newRow("all NUL") << QByteArray(4096, '\0');
         QTest::newRow("other root") << QByteArray("<Other><LoginSession Server=\"0\"/></Other>");
         QTest::newRow("two documents") << QByteArray("<WebServices/><WebServices/>");
-        QTest::newRow("entity bomb") << QByteArray("<!DOCTYPE a [<!ENTITY b \"bbbbbbbb\"><!ENTITY c \"&b;&b;&b;&b;\">]><WebServices>&c;</WebServices>");
-        QTest::newRow("deep") << QByteArray("<WebServices>") + QByteArray("<a>").repeated(4000) + QByteArray("</a>").repeated(4000) + "</WebServices>";
+        QTest::newRow("entity bomb") << QByteArray(
+            "<!DOCTYPE a [<!ENTITY b \"bbbbbbbb\"><!ENTITY c \"&b;&b;&b;&b;\">]><WebServices>&c;</WebServices>");
+        QTest::newRow("deep") << QByteArray("<WebServices>") + QByteArray("<a>").repeated(4000)
+                                     + QByteArray("</a>").repeated(4000) + "</WebServices>";
         QTest::newRow("many elements") << QByteArray("<WebServices>") + QByteArray("<a/>").repeated(100000) + "</WebServices>";
         QTest::newRow("cut") << QByteArray("<WebServices><Settings CurrentServer=\"0\"/><LoginSession Ser");
-        QTest::newRow("numbers that are none") << QByteArray("<WebServices><Settings CurrentServer=\"99999999999\" LogoutDate=\"never\"/><LoginSession Server=\"x\"/></WebServices>");
+        QTest::newRow("numbers that are none") << QByteArray(
+            "<WebServices><Settings CurrentServer=\"99999999999\" LogoutDate=\"never\"/><LoginSession Server=\"x\"/></WebServices>");
     }
 
     void survivesHostileFiles() {

@@ -1,7 +1,7 @@
 // The decisions of the login session that need neither a file nor a network.
 
-#include "Session/IdentityParameters.h"
 #include "Session/LoginState.h"
+#include "Session/IdentityParameters.h"
 #include "Session/MachineBinding.h"
 #include "Session/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
@@ -14,7 +14,9 @@ using namespace Velquor::WebServices;
 
 namespace {
 
-QDateTime at(qint64 seconds) { return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC); }
+QDateTime at(qint64 seconds) {
+    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+}
 
 BasicLoginState signIn(const QString& user, qint64 seconds) {
     BasicLoginState state;
@@ -146,8 +148,10 @@ private slots:
         configuration.featureVersion = QStringLiteral("2 & 3");
         configuration.serialNumber = QString::fromUtf8("SN ä");
         configuration.upiBuild = QStringLiteral("77");
-        QCOMPARE(withIdentity(url, configuration).toEncoded(),
-                 QByteArray("https://example.com/request?x_oauth_vlqr_serial_number=SN%20%C3%A4&x_upi_build=77&x_feature_version=2%20%26%203"));
+        QCOMPARE(
+            withIdentity(url, configuration).toEncoded(),
+            QByteArray(
+                "https://example.com/request?x_oauth_vlqr_serial_number=SN%20%C3%A4&x_upi_build=77&x_feature_version=2%20%26%203"));
     }
 };
 

@@ -99,7 +99,8 @@ private slots:
 
     void refusesBeforeItIsReady() {
         QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. WebServicesManager::RestoreLogin is not called.")));
+        QVERIFY(
+            m_fixture->hasLogged(QStringLiteral("Failed to initiate login. WebServicesManager::RestoreLogin is not called.")));
         QVERIFY(m_session->ChangeServer(key, Staging, false));
         QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NotReady);
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. Configuration is not set for Staging server.")));
@@ -115,18 +116,26 @@ private slots:
         QTest::addColumn<QJsonObject>("details");
         QTest::addColumn<int>("error");
         QTest::addColumn<QString>("logged");
-        const auto row = [](const char* name, const char* kind, const QJsonObject& details, LoginErrorEx error, const char* logged) {
+        const auto row = [](const char* name, const char* kind, const QJsonObject& details, LoginErrorEx error,
+                            const char* logged) {
             QTest::newRow(name) << QString::fromLatin1(kind) << details << static_cast<int>(error) << QString::fromLatin1(logged);
         };
         row("closes early", "drop", {}, LoginErrorEx::NoReply, "Failed to initiate login. Http error: 0. Network error: 2");
-        row("HTML", "html", {}, LoginErrorEx::InvalidReply, "server didn't return the following parameter(s): Request token, Request token secret, Client id");
-        row("garbage", "garbage", {}, LoginErrorEx::InvalidReply, "didn't return the following parameter(s): Request token, Request token secret, Client id");
-        row("no secret", "missing", {{"parameters", QJsonArray{"oauth_token_secret"}}}, LoginErrorEx::InvalidReply, "parameter(s): Request token secret. Session dump: ");
-        row("no client id", "missing", {{"parameters", QJsonArray{"x_oauth_client_identifier"}}}, LoginErrorEx::InvalidReply, "server didn't return client id. This will happen if the consumer key is legacy key.");
-        row("error 500", "status", {{"status", 500}}, LoginErrorEx::Refused, "Failed to initiate login. Http error: 500 Internal Server Error");
+        row("HTML", "html", {}, LoginErrorEx::InvalidReply,
+            "server didn't return the following parameter(s): Request token, Request token secret, Client id");
+        row("garbage", "garbage", {}, LoginErrorEx::InvalidReply,
+            "didn't return the following parameter(s): Request token, Request token secret, Client id");
+        row("no secret", "missing", {{"parameters", QJsonArray{"oauth_token_secret"}}}, LoginErrorEx::InvalidReply,
+            "parameter(s): Request token secret. Session dump: ");
+        row("no client id", "missing", {{"parameters", QJsonArray{"x_oauth_client_identifier"}}}, LoginErrorEx::InvalidReply,
+            "server didn't return client id. This will happen if the consumer key is legacy key.");
+        row("error 500", "status", {{"status", 500}}, LoginErrorEx::Refused,
+            "Failed to initiate login. Http error: 500 Internal Server Error");
         row("a problem", "problem", {{"problem", "consumer_key_rejected"}}, LoginErrorEx::Refused, "consumer_key_rejected");
-        row("a redirect", "redirect", {{"location", "https://example.com/"}}, LoginErrorEx::Refused, "Failed to initiate login. Http error: 302 Found");
-        row("a wrong clock", "problem", {{"problem", "message_expired"}}, LoginErrorEx::WrongSystemTime, "System time or time zone setting in the system is incorrect.");
+        row("a redirect", "redirect", {{"location", "https://example.com/"}}, LoginErrorEx::Refused,
+            "Failed to initiate login. Http error: 302 Found");
+        row("a wrong clock", "problem", {{"problem", "message_expired"}}, LoginErrorEx::WrongSystemTime,
+            "System time or time zone setting in the system is incorrect.");
         row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
     }
 
@@ -263,7 +272,8 @@ private slots:
         signInAs(*m_session);
         QVERIFY(!m_session->isLoggedIn(QString()));
         QVERIFY(!second.heard.contains("LoggedIn"));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Aborting sending of web services event LoggedIn to observers in this processes.")));
+        QVERIFY(m_fixture->hasLogged(
+            QStringLiteral("Aborting sending of web services event LoggedIn to observers in this processes.")));
     }
 
     // While a sign-in waits on the main thread, the host's own queued code runs there and must not break it.
@@ -306,7 +316,8 @@ private slots:
         QVERIFY(m_session->Logout(key, error, false));
         QVERIFY(error != QNetworkReply::NoError);
         QVERIFY(!m_session->isLoggedIn(QString()));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to logout in server for product Test product. Failed to invalidate token in server. ")));
+        QVERIFY(m_fixture->hasLogged(
+            QStringLiteral("Failed to logout in server for product Test product. Failed to invalidate token in server. ")));
     }
 
     void doesNotSignWithAnExpiredToken() {

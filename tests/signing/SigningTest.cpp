@@ -75,8 +75,6 @@ private slots:
     void urls();
     void forms_data();
     void forms();
-    void sameSignature_data();
-    void sameSignature();
     void refused_data();
     void refused();
     void extensionsAreWritten();
@@ -257,32 +255,10 @@ void SigningTest::forms_data() {
 void SigningTest::forms() {
     QFETCH(int, form);
     QFETCH(bool, hasToken);
-    const QUrl url(QStringLiteral("https://Example.com/api?z=1&name=\u00e4"));
+    const QUrl url(QStringLiteral("https://Example.com:443/api?&z=1&&name=\u00e4&#part"));
     const Parameters body{{"name", "b"}, {"name", "a +"}, {"empty", ""}};
     const Credentials used = hasToken ? keys : Credentials{keys.consumerKey, keys.consumerSecret, {}, {}};
     QTEST(sign(url, body, static_cast<OutputForm>(form), used), "text");
-}
-
-void SigningTest::sameSignature_data() {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<bool>("same"); // as "https://example.com/a%20b?x=1&y=2"
-    QTest::newRow("fragment") << "https://example.com/a%20b?x=1&y=2#part" << true;
-    QTest::newRow("default port, upper-case host") << "https://EXAMPLE.com:443/a%20b?x=1&y=2" << true;
-    QTest::newRow("order of the query") << "https://example.com/a%20b?y=2&x=1" << true;
-    QTest::newRow("empty pieces of the query") << "https://example.com/a%20b?&x=1&&y=2&" << true;
-    QTest::newRow("another port") << "https://example.com:8443/a%20b?x=1&y=2" << false;
-    QTest::newRow("case of the path") << "https://example.com/A%20b?x=1&y=2" << false;
-    QTest::newRow("plus in the path is no blank") << "https://example.com/a+b?x=1&y=2" << false;
-    QTest::newRow("parameter twice") << "https://example.com/a%20b?x=1&x=1&y=2" << false;
-    QTest::newRow("parameter without value") << "https://example.com/a%20b?x=1&y=2&z" << false;
-    QTest::newRow("another scheme") << "http://example.com/a%20b?x=1&y=2" << false;
-}
-
-void SigningTest::sameSignature() {
-    QFETCH(QString, url);
-    const QByteArray reference = sign(QUrl(QStringLiteral("https://example.com/a%20b?x=1&y=2")));
-    QVERIFY(!reference.isEmpty());
-    QTEST(sign(QUrl(url)) == reference, "same");
 }
 
 void SigningTest::refused_data() {

@@ -1,11 +1,9 @@
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/General/HumanText.h"
-#include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/Xml/BoundedXml.h"
 
 #include <QElapsedTimer>
-#include <QRegularExpression>
 #include <QtTest>
 #include <atomic>
 #include <limits>
@@ -31,7 +29,6 @@ private slots:
     void singleLines();
     void queueKeepsTheFirst();
     void queueLosesNothing();
-    void systemTexts();
 };
 
 void UtilTest::timeSpans_data() {
@@ -180,37 +177,29 @@ void UtilTest::queueKeepsTheFirst() {
     QVERIFY(queue.finish().isEmpty());
 }
 
-// Each message is either in the queue or handed back to be written, whenever the log is set up.
+// Each message is either among those that the set-up of the log takes over, or handed back to be written.
 void UtilTest::queueLosesNothing() {
     Log::LogQueue& queue = Log::LogQueue::instance();
-    queue.restart();
-    std::atomic<int> refused{0};
-    std::atomic<int> added{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int number = 0; number < 200; ++number)
-                ++(queue.add({{}, Log::Level::Error, QStringLiteral("text")}) ? added : refused);
-        });
+    for (int round = 0; round < 50; ++round) {
+        queue.restart();
+        std::atomic<int> refused{0};
+        std::atomic<int> added{0};
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < 4; ++thread) {
+            threads.emplace_back([&] {
+                for (int number = 0; number < 100; ++number)
+                    ++(queue.add({{}, Log::Level::Error, QStringLiteral("text")}) ? added : refused);
+            });
+        }
+        while (added + refused < 30)
+            std::this_thread::yield();
+        const int takenOver = queue.finish().size();
+        for (auto& thread : threads)
+            thread.join();
+        QCOMPARE(takenOver, added.load());
+        QCOMPARE(added + refused, 400);
+        QVERIFY(queue.finish().isEmpty());
     }
-    while (added + refused < 100)
-        std::this_thread::yield();
-    int queued = queue.finish().size();
-    for (auto& thread : threads)
-        thread.join();
-    queued += queue.finish().size();
-    QCOMPARE(queued, added.load());
-    QCOMPARE(added + refused, 800);
-}
-
-void UtilTest::systemTexts() {
-    QVERIFY2(QRegularExpression(QStringLiteral("^\\d+\\.\\d+\\.\\d+")).match(systemVersion()).hasMatch(), qPrintable(systemVersion()));
-    QCOMPARE(QFileInfo(hostExecutablePath()).canonicalFilePath(), QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath());
-    QVERIFY(!loadedModulePath(QStringLiteral("no-such-module")).contains(QStringLiteral("no-such")));
-    const QByteArray before = qgetenv("PATH");
-    QVERIFY(prependToPath(QStringLiteral("/first folder")));
-    QVERIFY(qgetenv("PATH").startsWith("/first folder") && qgetenv("PATH").endsWith(before));
-    qputenv("PATH", before);
 }
 
 QTEST_GUILESS_MAIN(UtilTest)

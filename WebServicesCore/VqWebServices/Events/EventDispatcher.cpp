@@ -9,14 +9,10 @@ namespace {
 
 void callOperation(IWebServicesObserver& observer, EventDispatcher::Event event, const QString& consumerKey, bool* veto) {
     switch (event) {
-    case EventDispatcher::Event::LoggedIn:
-        return observer.LoggedIn();
-    case EventDispatcher::Event::LoginRestored:
-        return observer.LoginRestored();
-    case EventDispatcher::Event::LoggedOut:
-        return observer.LoggedOut();
-    case EventDispatcher::Event::ServerChanged:
-        return observer.ServerChanged(consumerKey.toStdWString().c_str());
+    case EventDispatcher::Event::LoggedIn: return observer.LoggedIn();
+    case EventDispatcher::Event::LoginRestored: return observer.LoginRestored();
+    case EventDispatcher::Event::LoggedOut: return observer.LoggedOut();
+    case EventDispatcher::Event::ServerChanged: return observer.ServerChanged(consumerKey.toStdWString().c_str());
     case EventDispatcher::Event::AboutToLogout: {
         bool wish = false;
         observer.AboutToLogout(wish);
@@ -24,8 +20,7 @@ void callOperation(IWebServicesObserver& observer, EventDispatcher::Event event,
             *veto = true;
         return;
     }
-    default:
-        return;
+    default: return;
     }
 }
 
@@ -44,8 +39,10 @@ bool EventDispatcher::callObservers(Event event, const QString& consumerKey, boo
             continue;
         callObserver(*observer, event, consumerKey, veto);
         if (event == Event::LoggedIn && !m_isLoggedIn()) {
-            m_logger->information(QStringLiteral("Aborting sending of web services event %1 to observers in this processes. Not logged in "
-                                                 "currently. Some process may have forced a logout in LoggedIn event handler.").arg(name));
+            m_logger->information(
+                QStringLiteral(
+                    "Aborting sending of web services event %1 to observers in this processes. Not logged in currently. Some process may have forced a logout in LoggedIn event handler.")
+                    .arg(name));
             return false;
         }
     }

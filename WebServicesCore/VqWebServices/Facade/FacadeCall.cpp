@@ -17,13 +17,10 @@ bool mayUseNetwork(const char* refusal) {
 
 LoginError shortLoginError(LoginErrorEx error) {
     switch (error) {
-    case LoginErrorEx::None:
-        return LoginError::None;
+    case LoginErrorEx::None: return LoginError::None;
     case LoginErrorEx::NoReply:
-    case LoginErrorEx::NoSecureConnection:
-        return LoginError::NoConnection;
-    default:
-        return LoginError::Other;
+    case LoginErrorEx::NoSecureConnection: return LoginError::NoConnection;
+    default: return LoginError::Other;
     }
 }
 

@@ -15,8 +15,8 @@ struct SigningArguments {
     const wchar_t* tokenSecret;
 };
 
-/// Checks the caller's arguments and turns them into an order. False, with one log line, when the URL is no absolute http(s) URL, the
-/// parameters are null, nameless or more than 1000, or the method or the mode is unknown. Thread: any.
+/// Checks the caller's arguments and turns them into an order. False, with one log line, when the URL is no absolute http(s) URL,
+/// the parameters are null, nameless or more than 1000, or the method or the mode is unknown. Thread: any.
 [[nodiscard]] bool makeSigningOrder(const SigningArguments& arguments, SigningOrder& order);
 
 } // namespace Velquor::WebServices

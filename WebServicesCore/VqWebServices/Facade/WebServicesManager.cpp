@@ -12,26 +12,40 @@ namespace Velquor::WebServices {
 
 namespace {
 
-WebServicesManagerEx& keyed() { return WebServicesManagerImp::instance(); }
-QString self() { return WebServicesManagerImp::defaultClientKey(); }
+WebServicesManagerEx& keyed() {
+    return WebServicesManagerImp::instance();
+}
+QString self() {
+    return WebServicesManagerImp::defaultClientKey();
+}
 
 } // namespace
 
-bool WebServicesManager::SetConfiguration(const WebServicesConfiguration& configuration) { return keyed().SetConfiguration(self(), configuration); }
+bool WebServicesManager::SetConfiguration(const WebServicesConfiguration& configuration) {
+    return keyed().SetConfiguration(self(), configuration);
+}
 
-const WebServicesConfiguration& WebServicesManager::GetConfiguration() { return keyed().GetConfiguration(self()); }
+const WebServicesConfiguration& WebServicesManager::GetConfiguration() {
+    return keyed().GetConfiguration(self());
+}
 
-bool WebServicesManager::SetServer(Server server) { return keyed().SetServer(self(), server); }
+bool WebServicesManager::SetServer(Server server) {
+    return keyed().SetServer(self(), server);
+}
 
 Server WebServicesManager::GetServer() {
     return withSession("GetServer", Production, [](LoginSession& session) { return session.currentServer(); });
 }
 
-int WebServicesManager::GetCachePath(wchar_t* buffer, int size) { return copyText(QString(), buffer, size); }
+int WebServicesManager::GetCachePath(wchar_t* buffer, int size) {
+    return copyText(QString(), buffer, size);
+}
 
 void WebServicesManager::SetCachePath(const wchar_t*) {}
 
-int WebServicesManager::GetLoginStateFile(wchar_t* buffer, int size) { return copyText(RuntimePaths::loginStateFile(), buffer, size); }
+int WebServicesManager::GetLoginStateFile(wchar_t* buffer, int size) {
+    return copyText(RuntimePaths::loginStateFile(), buffer, size);
+}
 
 int WebServicesManager::GetUrl(WebServicesUrlCode code, wchar_t* buffer, int size) {
     return withSession("GetUrl", 0, [&](LoginSession& session) {
@@ -46,14 +60,18 @@ int WebServicesManager::GetUserName(wchar_t* buffer, int size) {
     });
 }
 
-int WebServicesManager::GetLoginUserName(wchar_t* buffer, int size) { return GetUserName(buffer, size); }
+int WebServicesManager::GetLoginUserName(wchar_t* buffer, int size) {
+    return GetUserName(buffer, size);
+}
 
 int WebServicesManager::GetUserId(wchar_t* buffer, int size) {
-    return withSession("GetUserId", 0, [&](LoginSession& session) { return copyText(session.basicState().userId, buffer, size); });
+    return withSession("GetUserId", 0,
+                       [&](LoginSession& session) { return copyText(session.basicState().userId, buffer, size); });
 }
 
 int WebServicesManager::GetLdapDomainKey(wchar_t* buffer, int size) {
-    return withSession("GetLdapDomainKey", 0, [&](LoginSession& session) { return copyText(session.ldapDomainKey(), buffer, size); });
+    return withSession("GetLdapDomainKey", 0,
+                       [&](LoginSession& session) { return copyText(session.ldapDomainKey(), buffer, size); });
 }
 
 bool WebServicesManager::IsLoggedIn() {
@@ -69,14 +87,21 @@ bool WebServicesManager::IsLoginExpired() {
 }
 
 unsigned int WebServicesManager::GetLoginExpiryDate() {
-    return withSession("GetLoginExpiryDate", 0U, [](LoginSession& session) { return secondsSinceEpoch(session.basicState().sessionExpiryDate); });
+    return withSession("GetLoginExpiryDate", 0U,
+                       [](LoginSession& session) { return secondsSinceEpoch(session.basicState().sessionExpiryDate); });
 }
 
-int WebServicesManager::GetLoginCookie(unsigned char*& cookie) { return keyed().GetLoginCookie(self(), cookie); }
+int WebServicesManager::GetLoginCookie(unsigned char*& cookie) {
+    return keyed().GetLoginCookie(self(), cookie);
+}
 
-bool WebServicesManager::RestoreLogin() { return keyed().RestoreLogin(self()); }
+bool WebServicesManager::RestoreLogin() {
+    return keyed().RestoreLogin(self());
+}
 
-bool WebServicesManager::InitiateLogin(wchar_t* url, int size) { return keyed().InitiateLogin(self(), url, size); }
+bool WebServicesManager::InitiateLogin(wchar_t* url, int size) {
+    return keyed().InitiateLogin(self(), url, size);
+}
 
 bool WebServicesManager::InitiateLogin(wchar_t* url, int size, LoginError& error, int& httpStatus) {
     return keyed().InitiateLogin(self(), url, size, error, httpStatus);
@@ -93,36 +118,54 @@ bool WebServicesManager::InitiateLogin(const wchar_t* userName, wchar_t* url, in
     return keyed().InitiateLogin(self(), userName, url, size, error, httpStatus);
 }
 
-bool WebServicesManager::CompleteLogin() { return keyed().CompleteLogin(self()); }
+bool WebServicesManager::CompleteLogin() {
+    return keyed().CompleteLogin(self());
+}
 
-bool WebServicesManager::CompleteLogin(const NetworkCookieJar& cookies) { return keyed().CompleteLogin(self(), cookies); }
+bool WebServicesManager::CompleteLogin(const NetworkCookieJar& cookies) {
+    return keyed().CompleteLogin(self(), cookies);
+}
 
 bool WebServicesManager::InitiateLogout(wchar_t* url, int size, NetworkCookieJar& cookies) {
     return keyed().InitiateLogout(self(), url, size, cookies);
 }
 
-bool WebServicesManager::CompleteLogout() { return keyed().CompleteLogout(self()); }
+bool WebServicesManager::CompleteLogout() {
+    return keyed().CompleteLogout(self());
+}
 
-bool WebServicesManager::Logout() { return keyed().Logout(self()); }
+bool WebServicesManager::Logout() {
+    return keyed().Logout(self());
+}
 
-bool WebServicesManager::IsTokenAvailable() { return keyed().IsTokenAvailable(self()); }
+bool WebServicesManager::IsTokenAvailable() {
+    return keyed().IsTokenAvailable(self());
+}
 
-int WebServicesManager::GetAccessToken(wchar_t* buffer, int size) { return keyed().GetAccessToken(self(), buffer, size); }
+int WebServicesManager::GetAccessToken(wchar_t* buffer, int size) {
+    return keyed().GetAccessToken(self(), buffer, size);
+}
 
 int WebServicesManager::GetAccessToken(wchar_t* buffer, int size, bool checkExpiry) {
     return keyed().GetAccessToken(self(), buffer, size, checkExpiry);
 }
 
-unsigned int WebServicesManager::GetTokenExpiryDate() { return keyed().GetTokenExpiryDate(self()); }
+unsigned int WebServicesManager::GetTokenExpiryDate() {
+    return keyed().GetTokenExpiryDate(self());
+}
 
-bool WebServicesManager::IsTokenExpired() { return keyed().IsTokenExpired(self()); }
+bool WebServicesManager::IsTokenExpired() {
+    return keyed().IsTokenExpired(self());
+}
 
-wchar_t* WebServicesManager::SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method, ParsingMode mode,
-                                         const wchar_t* token, const wchar_t* tokenSecret) {
+wchar_t* WebServicesManager::SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
+                                         ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret) {
     return keyed().SignRequest(self(), url, params, count, method, mode, token, tokenSecret);
 }
 
-wchar_t* WebServicesManager::SignUrlForBrowser(const wchar_t* url, bool checkExpiry) { return keyed().SignUrlForBrowser(self(), url, checkExpiry); }
+wchar_t* WebServicesManager::SignUrlForBrowser(const wchar_t* url, bool checkExpiry) {
+    return keyed().SignUrlForBrowser(self(), url, checkExpiry);
+}
 
 void WebServicesManager::AddObserver(IWebServicesObserver* observer) {
     withSession("AddObserver", false, [&](LoginSession& session) {
@@ -138,8 +181,12 @@ void WebServicesManager::RemoveObserver(IWebServicesObserver* observer) {
     });
 }
 
-bool WebServicesManager::IsLogEnabled() { return LogSetupHelper::isLogEnabled(); }
+bool WebServicesManager::IsLogEnabled() {
+    return LogSetupHelper::isLogEnabled();
+}
 
-bool WebServicesManager::IsSSOEnabledForAllUsers() { return RuntimePaths::isSSOEnabledForAllUsers(); }
+bool WebServicesManager::IsSSOEnabledForAllUsers() {
+    return RuntimePaths::isSSOEnabledForAllUsers();
+}
 
 } // namespace Velquor::WebServices

@@ -50,7 +50,8 @@ const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QSt
     static const auto empty = std::make_shared<const WebServicesConfiguration>();
     // Kept for this thread, so that the reference outlives a change of the configuration on another one.
     thread_local ConfigurationPointer returned;
-    returned = withSession("GetConfiguration", ConfigurationPointer(), [&](LoginSession& session) { return session.configuration(clientKey); });
+    returned = withSession("GetConfiguration", ConfigurationPointer(),
+                           [&](LoginSession& session) { return session.configuration(clientKey); });
     if (!returned)
         returned = empty;
     return *returned;
@@ -58,15 +59,18 @@ const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QSt
 
 bool WebServicesManagerEx::SetServer(const QString& clientKey, Server server) {
     return withSession("SetServer", false, [&](LoginSession& session) {
-        return session.isClient(clientKey) && UrlStore::instance().canUse(server) && session.ChangeServer(clientKey, server, true);
+        return session.isClient(clientKey) && UrlStore::instance().canUse(server)
+               && session.ChangeServer(clientKey, server, true);
     });
 }
 
 int WebServicesManagerEx::GetCachePath(const QString& clientKey, wchar_t* buffer, int size) {
     return withSession("GetCachePath", 0, [&](LoginSession& session) {
         const ConfigurationPointer configuration = session.configuration(clientKey);
-        return copyText(configuration ? RuntimePaths::loginStateCacheFolder(WebServicesConfigurationImp::of(*configuration).derivedKey(), false)
-                                      : QString(), buffer, size);
+        return copyText(configuration ? RuntimePaths::loginStateCacheFolder(
+                            WebServicesConfigurationImp::of(*configuration).derivedKey(), false)
+                                      : QString(),
+                        buffer, size);
     });
 }
 
@@ -78,11 +82,13 @@ int WebServicesManagerEx::GetLoginUserName(const QString& clientKey, wchar_t* bu
 }
 
 bool WebServicesManagerEx::IsLoggedIn(const QString& clientKey) {
-    return withSession("IsLoggedIn", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoggedIn(clientKey); });
+    return withSession("IsLoggedIn", false,
+                       [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoggedIn(clientKey); });
 }
 
 bool WebServicesManagerEx::IsLoginValid(const QString& clientKey) {
-    return withSession("IsLoginValid", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoginValid(clientKey); });
+    return withSession("IsLoginValid", false,
+                       [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoginValid(clientKey); });
 }
 
 int WebServicesManagerEx::GetLoginCookie(const QString& clientKey, unsigned char*& cookie) {
@@ -98,7 +104,9 @@ int WebServicesManagerEx::GetLoginCookie(const QString& clientKey, unsigned char
 }
 
 bool WebServicesManagerEx::RestoreLogin(const QString& clientKey) {
-    return withSession("RestoreLogin", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.RestoreLogin(clientKey, false); });
+    return withSession("RestoreLogin", false, [&](LoginSession& session) {
+        return session.isClient(clientKey) && session.RestoreLogin(clientKey, false);
+    });
 }
 
 bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, wchar_t* url, int size) {
@@ -114,8 +122,8 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, wchar_t* url,
     return done;
 }
 
-bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error,
-                                         int& httpStatus) {
+bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t* userName, wchar_t* url, int size,
+                                         LoginErrorEx& error, int& httpStatus) {
     error = LoginErrorEx::BadArgument;
     httpStatus = 0;
     if (!url || size < 1)
@@ -124,8 +132,9 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
     error = LoginErrorEx::NotReady;
     if (!mayUseNetwork("Cannot initiate login. Web Services initialization failed due to missing WebServices.logconfig file."))
         return false;
-    const InitiatedLogin login = withSession("InitiateLogin", InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0},
-                                             [&](LoginSession& session) { return session.InitiateLogin(clientKey, textFromCaller(userName)); });
+    const InitiatedLogin login =
+        withSession("InitiateLogin", InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0},
+                    [&](LoginSession& session) { return session.InitiateLogin(clientKey, textFromCaller(userName)); });
     error = login.error;
     httpStatus = login.httpStatus;
     if (login.code != LoginCode::success)
@@ -158,7 +167,8 @@ bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url
 }
 
 bool WebServicesManagerEx::CompleteLogout(const QString& clientKey) {
-    return withSession("CompleteLogout", false, [&](LoginSession& session) { return session.isClient(clientKey) && session.CompleteLogout(clientKey); });
+    return withSession("CompleteLogout", false,
+                       [&](LoginSession& session) { return session.isClient(clientKey) && session.CompleteLogout(clientKey); });
 }
 
 bool WebServicesManagerEx::Logout(const QString& clientKey) {
@@ -188,7 +198,8 @@ int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buff
 }
 
 unsigned int WebServicesManagerEx::GetTokenExpiryDate(const QString& clientKey) {
-    return withSession("GetTokenExpiryDate", 0U, [&](LoginSession& session) { return secondsSinceEpoch(session.tokens(clientKey).expiryDate); });
+    return withSession("GetTokenExpiryDate", 0U,
+                       [&](LoginSession& session) { return secondsSinceEpoch(session.tokens(clientKey).expiryDate); });
 }
 
 bool WebServicesManagerEx::IsTokenExpired(const QString& clientKey) {
@@ -198,8 +209,9 @@ bool WebServicesManagerEx::IsTokenExpired(const QString& clientKey) {
     });
 }
 
-wchar_t* WebServicesManagerEx::SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
-                                           ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret) {
+wchar_t* WebServicesManagerEx::SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count,
+                                           HttpMethod method, ParsingMode mode, const wchar_t* token,
+                                           const wchar_t* tokenSecret) {
     if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
         return nullptr;
     return withSession("SignRequest", static_cast<wchar_t*>(nullptr), [&](LoginSession& session) -> wchar_t* {

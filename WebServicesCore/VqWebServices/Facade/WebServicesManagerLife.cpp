@@ -21,11 +21,17 @@ Log::LoggerWrapper& logger() {
 
 } // namespace
 
-bool WebServicesManager::Initialize() { return WebServicesManagerImp::instance().initialize(); }
+bool WebServicesManager::Initialize() {
+    return WebServicesManagerImp::instance().initialize();
+}
 
-bool WebServicesManager::Uninitialize() { return WebServicesManagerImp::instance().uninitialize(); }
+bool WebServicesManager::Uninitialize() {
+    return WebServicesManagerImp::instance().uninitialize();
+}
 
-bool WebServicesManager::IsInitialized() { return WebServicesManagerImp::instance().isInitialized(); }
+bool WebServicesManager::IsInitialized() {
+    return WebServicesManagerImp::instance().isInitialized();
+}
 
 WebServicesManager* WebServicesManager::GetInstance() {
     WebServicesManagerImp& singleton = WebServicesManagerImp::instance();
@@ -37,18 +43,25 @@ void WebServicesManager::SetSupportFileSearchPaths(const wchar_t* paths) {
     UrlStore::instance().clearCache();
 }
 
-int WebServicesManager::GetSupportFileSearchPaths(wchar_t* buffer, int size) { return copyText(SupportFiles::searchPathsText(), buffer, size); }
+int WebServicesManager::GetSupportFileSearchPaths(wchar_t* buffer, int size) {
+    return copyText(SupportFiles::searchPathsText(), buffer, size);
+}
 
-void WebServicesManager::SetDefaultPluginSearchPaths() { PluginPaths::setDefaults(); }
+void WebServicesManager::SetDefaultPluginSearchPaths() {
+    PluginPaths::setDefaults();
+}
 
-void WebServicesManager::AddPluginSearchPath(const wchar_t* path) { PluginPaths::add(textFromCaller(path)); }
+void WebServicesManager::AddPluginSearchPath(const wchar_t* path) {
+    PluginPaths::add(textFromCaller(path));
+}
 
 bool WebServicesManager::SetEventHook() {
     if (Util::EventHook::isInstalled())
         return true;
     const QCoreApplication* const application = QCoreApplication::instance();
     if (application && qstrcmp(application->metaObject()->className(), "QApplication") == 0) {
-        logger().warning(QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
+        logger().warning(
+            QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
         return true;
     }
     logger().information(QStringLiteral("Setting event hook"));

@@ -15,7 +15,9 @@ namespace {
 
 constexpr int maximumJsonSize = 4 * 1024 * 1024;
 
-std::string toText(const QJsonObject& json) { return QJsonDocument(json).toJson(QJsonDocument::Compact).toStdString(); }
+std::string toText(const QJsonObject& json) {
+    return QJsonDocument(json).toJson(QJsonDocument::Compact).toStdString();
+}
 
 QJsonObject toObject(const char* json) {
     const QByteArray text = json ? QByteArray(json, static_cast<int>(qstrnlen(json, maximumJsonSize))) : QByteArray();
@@ -54,7 +56,9 @@ bool WebServicesPrivate::JsonToNetworkCookie(const QJsonObject& json, NetworkCoo
     return report(NetworkCookieImp::of(cookie).fromJson(json), "JsonToNetworkCookie");
 }
 
-bool WebServicesPrivate::JsonToNetworkCookie(const char* json, NetworkCookie& cookie) { return JsonToNetworkCookie(toObject(json), cookie); }
+bool WebServicesPrivate::JsonToNetworkCookie(const char* json, NetworkCookie& cookie) {
+    return JsonToNetworkCookie(toObject(json), cookie);
+}
 
 bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, QJsonObject& json) {
     json = NetworkCookieJarImp::of(jar).toJson();
@@ -70,35 +74,57 @@ bool WebServicesPrivate::JsonToNetworkCookieJar(const QJsonObject& json, Network
     return report(NetworkCookieJarImp::of(jar).fromJson(json), "JsonToNetworkCookieJar");
 }
 
-bool WebServicesPrivate::JsonToNetworkCookieJar(const char* json, NetworkCookieJar& jar) { return JsonToNetworkCookieJar(toObject(json), jar); }
+bool WebServicesPrivate::JsonToNetworkCookieJar(const char* json, NetworkCookieJar& jar) {
+    return JsonToNetworkCookieJar(toObject(json), jar);
+}
 
-QString WebServicesPrivate::GetUrl(const QString& key) { return UrlStore::instance().GetUrl(currentServer(), key); }
+QString WebServicesPrivate::GetUrl(const QString& key) {
+    return UrlStore::instance().GetUrl(currentServer(), key);
+}
 
-QString WebServicesPrivate::GetUrl(WebServicesUrlCode code) { return UrlStore::instance().GetUrl(currentServer(), code); }
+QString WebServicesPrivate::GetUrl(WebServicesUrlCode code) {
+    return UrlStore::instance().GetUrl(currentServer(), code);
+}
 
 bool WebServicesPrivate::SetUrlOverrides(Server server, const QMap<QString, QString>& overrides) {
     return UrlStore::instance().SetUrlOverrides(server, overrides);
 }
 
-bool WebServicesPrivate::ClearUrlOverrides(Server server) { return UrlStore::instance().ClearUrlOverrides(server); }
+bool WebServicesPrivate::ClearUrlOverrides(Server server) {
+    return UrlStore::instance().ClearUrlOverrides(server);
+}
 
-QMap<QString, QString> WebServicesPrivate::GetUrlOverrides() { return UrlStore::instance().GetUrlOverrides(currentServer()); }
+QMap<QString, QString> WebServicesPrivate::GetUrlOverrides() {
+    return UrlStore::instance().GetUrlOverrides(currentServer());
+}
 
-bool WebServicesPrivate::SetupLog() { return LogSetupHelper::SetupLog(); }
+bool WebServicesPrivate::SetupLog() {
+    return LogSetupHelper::SetupLog();
+}
 
-QString WebServicesPrivate::GetLogConfigFile() { return LogSetupHelper::findConfiguration(); }
+QString WebServicesPrivate::GetLogConfigFile() {
+    return LogSetupHelper::findConfiguration();
+}
 
-QString WebServicesPrivate::GetLogFile() { return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName(); }
+QString WebServicesPrivate::GetLogFile() {
+    return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName();
+}
 
-QString WebServicesPrivate::GetLogFileFolder() { return LogSetupHelper::logFileFolder(); }
+QString WebServicesPrivate::GetLogFileFolder() {
+    return LogSetupHelper::logFileFolder();
+}
 
 std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
     static const std::shared_ptr<Log::ILogger> logger = Log::makeLogger(QStringLiteral("VqWebServices"));
     return logger;
 }
 
-void WebServicesPrivate::AddObserver(IWebServicesObserver* observer) { WebServicesManagerImp::instance().manager().AddObserver(observer); }
+void WebServicesPrivate::AddObserver(IWebServicesObserver* observer) {
+    WebServicesManagerImp::instance().manager().AddObserver(observer);
+}
 
-void WebServicesPrivate::RemoveObserver(IWebServicesObserver* observer) { WebServicesManagerImp::instance().manager().RemoveObserver(observer); }
+void WebServicesPrivate::RemoveObserver(IWebServicesObserver* observer) {
+    WebServicesManagerImp::instance().manager().RemoveObserver(observer);
+}
 
 } // namespace Velquor::WebServices

@@ -52,15 +52,12 @@ QString zoneText(const QString& abbreviation, const QString& offset) {
 } // namespace
 
 bool isClockProblem(const OAuthProblem& problem) {
-    const auto problemIs = [&problem](QLatin1String name) {
-        return problem.problem.compare(name, Qt::CaseInsensitive) == 0;
-    };
+    const auto problemIs = [&problem](QLatin1String name) { return problem.problem.compare(name, Qt::CaseInsensitive) == 0; };
     if (problemIs(QLatin1String("message_expired")))
         return true;
     if (problemIs(QLatin1String("system_error")))
         return problem.additionalInfo == QLatin1String("timestamp_mismatch");
-    return problemIs(QLatin1String("parameter_rejected")) &&
-           problem.parametersAbsent == QLatin1String("oauth_timestamp");
+    return problemIs(QLatin1String("parameter_rejected")) && problem.parametersAbsent == QLatin1String("oauth_timestamp");
 }
 
 ClockProblem describeClockProblem(const ClockFacts& facts) {

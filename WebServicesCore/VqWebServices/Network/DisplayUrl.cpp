@@ -29,8 +29,7 @@ QString withPathParametersMasked(QString text) {
 } // namespace
 
 bool isFieldName(const QString& text) {
-    static const QRegularExpression name(
-        QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z_][A-Za-z0-9_.:-]{0,63}")));
+    static const QRegularExpression name(QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z_][A-Za-z0-9_.:-]{0,63}")));
     return name.match(text).hasMatch();
 }
 

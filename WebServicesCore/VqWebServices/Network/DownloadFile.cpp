@@ -32,8 +32,7 @@ QString DownloadFile::complete(qint64 expectedSize) {
     if (QFileInfo::exists(m_targetPath) && !removeTarget())
         return QStringLiteral("Failed to delete download file %1").arg(m_targetPath);
     if (!m_temporary.rename(m_targetPath)) {
-        return QStringLiteral("Failed to rename temp file %1 to download file %2")
-            .arg(temporary.filePath(), m_targetPath);
+        return QStringLiteral("Failed to rename temp file %1 to download file %2").arg(temporary.filePath(), m_targetPath);
     }
     // The file object has followed the rename; what it names now must stay.
     m_temporary.setFileName(temporary.filePath());

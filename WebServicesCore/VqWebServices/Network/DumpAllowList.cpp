@@ -84,8 +84,7 @@ bool isHeaderShown(const QString& name) {
 }
 
 bool isUrlHeader(const QString& name) {
-    static const QSet<QString> names{QStringLiteral("location"), QStringLiteral("content-location"),
-                                     QStringLiteral("referer")};
+    static const QSet<QString> names{QStringLiteral("location"), QStringLiteral("content-location"), QStringLiteral("referer")};
     return names.contains(name.toLower());
 }
 

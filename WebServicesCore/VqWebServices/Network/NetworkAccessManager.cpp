@@ -29,8 +29,7 @@ NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger,
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
 }
 
-QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QNetworkRequest& request,
-                                                   QIODevice* body) {
+QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QNetworkRequest& request, QIODevice* body) {
     QNetworkRequest hardened(request);
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     if (!hardened.hasRawHeader("Accept-Encoding"))

@@ -17,10 +17,8 @@ bool looksDisconnected(const QNetworkReply& reply) {
     case QNetworkReply::TimeoutError:
     case QNetworkReply::ProxyNotFoundError:
     case QNetworkReply::ProxyTimeoutError:
-    case QNetworkReply::UnknownProxyError:
-        return true;
-    default:
-        return false;
+    case QNetworkReply::UnknownProxyError: return true;
+    default: return false;
     }
 }
 

@@ -41,8 +41,7 @@ private:
     QPointer<NetworkOperation> m_operation;
 };
 
-NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelController,
-                                   std::shared_ptr<Log::ILogger> logger)
+NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelController, std::shared_ptr<Log::ILogger> logger)
     : m_cancelController(std::move(cancelController))
     , m_logger(std::move(logger)) {
     if (m_cancelController)
@@ -57,8 +56,7 @@ NetworkOperation::~NetworkOperation() {
 void NetworkOperation::StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec,
                                       QThread* pThreadToExit) {
     if (m_logger)
-        m_logger->debug(
-            QStringLiteral("NetworkOperation::StartOperation called: %1 %2").arg(verb, displayUrl(request.url())));
+        m_logger->debug(QStringLiteral("NetworkOperation::StartOperation called: %1 %2").arg(verb, displayUrl(request.url())));
     if (isRunning())
         return;
     m_threadToExit = pThreadToExit;
@@ -70,8 +68,7 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString verb, QBy
 void NetworkOperation::StartOperation(QNetworkRequest request, QString downloadToFile, QThread* pThreadToExit) {
     const QString verb = QStringLiteral("GET");
     if (m_logger)
-        m_logger->debug(
-            QStringLiteral("NetworkOperation::StartOperation called: %1 %2").arg(verb, displayUrl(request.url())));
+        m_logger->debug(QStringLiteral("NetworkOperation::StartOperation called: %1 %2").arg(verb, displayUrl(request.url())));
     if (isRunning())
         return;
     m_threadToExit = pThreadToExit;
@@ -88,8 +85,8 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString downloadT
         connect(m_reply, &QNetworkReply::downloadProgress, this, &NetworkOperation::DownloadProgressSlot);
 }
 
-QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload,
-                                      int timeoutInMsec, bool wait) {
+QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec,
+                                      bool wait) {
     if (isRunning())
         return nullptr;
     // A thread that has never run an event loop gets what timers and sockets need from this object only.
@@ -329,9 +326,7 @@ void NetworkOperation::settleResult() {
         m_result = OperationResult::Canceled;
         m_errorMessage = QStringLiteral("Operation was canceled");
         break;
-    default:
-        m_result = OperationResult::Failure;
-        m_errorMessage = operationErrorText(*m_reply);
+    default: m_result = OperationResult::Failure; m_errorMessage = operationErrorText(*m_reply);
     }
 }
 
@@ -360,8 +355,7 @@ void NetworkOperation::completeDownload() {
         m_errorMessage = operationErrorText(*m_reply);
     }
     if (m_result == OperationResult::Success) {
-        const QString problem =
-            m_download->complete(m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong());
+        const QString problem = m_download->complete(m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong());
         if (!problem.isEmpty()) {
             m_result = OperationResult::Failure;
             m_errorMessage = problem;

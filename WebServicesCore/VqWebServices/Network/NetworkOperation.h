@@ -36,8 +36,7 @@ public:
     /// Sends a request. `upload` is read at once and may be null; a time-out of 0 or less means none. With `wait` it
     /// returns after the request has finished, and events other than user input are handled meanwhile; this object may
     /// then have been destroyed, which gives null. Null also when a request is running or this one was refused.
-    QNetworkReply* Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec,
-                        bool wait);
+    QNetworkReply* Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec, bool wait);
 
     [[nodiscard]] OperationResult result() const { return m_result; }
     [[nodiscard]] QString errorMessage() const { return m_errorMessage; }
@@ -58,8 +57,7 @@ Q_SIGNALS:
 
 public Q_SLOTS:
     void StartOperation(QNetworkRequest request, QString downloadToFile, QThread* pThreadToExit);
-    void StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec,
-                        QThread* pThreadToExit);
+    void StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec, QThread* pThreadToExit);
     void AbortOperation();
     void DownloadProgressSlot(qint64 done, qint64 total);
     void ReadyRead();

@@ -20,8 +20,8 @@ NetworkOperationAsync::NetworkOperationAsync(const QNetworkRequest& request, std
     : m_request(request)
     , m_logger(std::move(logger)) {}
 
-NetworkOperationAsync::NetworkOperationAsync(const QNetworkRequest& request, const QString& verb,
-                                             const QByteArray& body, std::shared_ptr<Log::ILogger> logger)
+NetworkOperationAsync::NetworkOperationAsync(const QNetworkRequest& request, const QString& verb, const QByteArray& body,
+                                             std::shared_ptr<Log::ILogger> logger)
     : m_hasBody(true)
     , m_request(request)
     , m_logger(std::move(logger))
@@ -118,8 +118,8 @@ void NetworkOperationAsync::RequestFinishedSlot() {
     if (m_finished.fetchAndStoreOrdered(1) == 1)
         return;
     if (m_logger) {
-        m_logger->debug(QStringLiteral("NetworkOperationAsync::RequestFinishedSlot called: %1 %2")
-                            .arg(m_verb, displayUrl(m_request.url())));
+        m_logger->debug(
+            QStringLiteral("NetworkOperationAsync::RequestFinishedSlot called: %1 %2").arg(m_verb, displayUrl(m_request.url())));
     }
     if (m_operation)
         takeOutcome();

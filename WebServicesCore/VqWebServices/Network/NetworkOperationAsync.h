@@ -52,8 +52,7 @@ Q_SIGNALS:
     void DownloadProgress(QNetworkReply* reply, qint64 done, qint64 total);
     void RequestFinished(QNetworkReply* reply);
     void StartOperation(QNetworkRequest request, QString downloadToFile, QThread* pThreadToExit);
-    void StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec,
-                        QThread* pThreadToExit);
+    void StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec, QThread* pThreadToExit);
     void AbortOperation();
 
 public Q_SLOTS:

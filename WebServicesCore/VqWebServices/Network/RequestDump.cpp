@@ -63,14 +63,11 @@ QString line(const QString& name, const QString& value) {
 
 QString attributeText(QNetworkRequest::Attribute attribute, const QVariant& value) {
     switch (attribute) {
-    case QNetworkRequest::RedirectionTargetAttribute:
-        return displayUrl(value.toUrl());
+    case QNetworkRequest::RedirectionTargetAttribute: return displayUrl(value.toUrl());
     case QNetworkRequest::DownloadBufferAttribute:
     case QNetworkRequest::User:
-    case QNetworkRequest::UserMax:
-        return hiddenValue();
-    default:
-        return oneLine(value.toString());
+    case QNetworkRequest::UserMax: return hiddenValue();
+    default: return oneLine(value.toString());
     }
 }
 
@@ -92,8 +89,7 @@ QStringList headLines(const Message& message, const QList<QByteArray>& rawHeader
     for (const NamedHeader& entry : Headers) {
         const QVariant value = message.header(entry.header);
         if (value.isValid())
-            lines += line(QString::fromLatin1(entry.name),
-                          headerText(QString::fromLatin1(entry.wireName), value.toString()));
+            lines += line(QString::fromLatin1(entry.name), headerText(QString::fromLatin1(entry.wireName), value.toString()));
     }
     for (const QByteArray& rawName : rawHeaders) {
         const QString name = oneLine(QString::fromUtf8(rawName));
@@ -110,26 +106,18 @@ QString cutBody(const QByteArray& body, const QVariant& contentType, const QStri
 
 QString operationVerb(QNetworkAccessManager::Operation operation) {
     switch (operation) {
-    case QNetworkAccessManager::HeadOperation:
-        return QStringLiteral("HEAD");
-    case QNetworkAccessManager::GetOperation:
-        return QStringLiteral("GET");
-    case QNetworkAccessManager::PutOperation:
-        return QStringLiteral("PUT");
-    case QNetworkAccessManager::PostOperation:
-        return QStringLiteral("POST");
-    case QNetworkAccessManager::DeleteOperation:
-        return QStringLiteral("DELETE");
-    case QNetworkAccessManager::CustomOperation:
-        return QStringLiteral("CUSTOM");
-    default:
-        return QStringLiteral("UNKNOWN");
+    case QNetworkAccessManager::HeadOperation: return QStringLiteral("HEAD");
+    case QNetworkAccessManager::GetOperation: return QStringLiteral("GET");
+    case QNetworkAccessManager::PutOperation: return QStringLiteral("PUT");
+    case QNetworkAccessManager::PostOperation: return QStringLiteral("POST");
+    case QNetworkAccessManager::DeleteOperation: return QStringLiteral("DELETE");
+    case QNetworkAccessManager::CustomOperation: return QStringLiteral("CUSTOM");
+    default: return QStringLiteral("UNKNOWN");
     }
 }
 
 QStringList requestLines(const QNetworkRequest& request, const QByteArray& body, const QString& verb) {
-    QStringList lines{QStringLiteral("Request:"),
-                      QStringLiteral("%1 %2").arg(oneLine(verb), displayUrl(request.url()))};
+    QStringList lines{QStringLiteral("Request:"), QStringLiteral("%1 %2").arg(oneLine(verb), displayUrl(request.url()))};
     lines += headLines(request, request.rawHeaderList());
     lines += QStringLiteral("Request body:");
     lines += cutBody(body, request.header(QNetworkRequest::ContentTypeHeader),

@@ -13,19 +13,17 @@
 namespace Velquor::WebServices {
 
 QString urlFileName(Server server) {
-    const char* const setting = server == Staging ? "StagingServerConfigJsonFile" : server == Development ? "DevServerConfigJsonFile" : nullptr;
+    const char* const setting = server == Staging       ? "StagingServerConfigJsonFile"
+                                : server == Development ? "DevServerConfigJsonFile"
+                                                        : nullptr;
     const QString named = setting ? librarySetting(QLatin1String(setting)) : QString();
     if (!named.isEmpty())
         return named;
     switch (server) {
-    case Staging:
-        return QStringLiteral("VqWebservicesURLs-Staging.config");
-    case Development:
-        return QStringLiteral("VqWebservicesURLs-Development.config");
-    case Production:
-        return QStringLiteral("VqWebservicesURLs.config");
-    default:
-        return {};
+    case Staging: return QStringLiteral("VqWebservicesURLs-Staging.config");
+    case Development: return QStringLiteral("VqWebservicesURLs-Development.config");
+    case Production: return QStringLiteral("VqWebservicesURLs.config");
+    default: return {};
     }
 }
 
@@ -46,9 +44,10 @@ QString UrlStore::GetUrl(Server server, const QString& key) {
     const auto found = file.urls.constFind(key);
     if (found != file.urls.constEnd())
         return *found;
-    m_logger->error(QStringLiteral("Url entry '%1' not found in %2.\n\nPossibly you have old version of this file. This file is not "
-                                   "installed with the product since it is meant only for internal use.\n\nPlease copy the file "
-                                   "from the build posting.").arg(key, file.path));
+    m_logger->error(
+        QStringLiteral(
+            "Url entry '%1' not found in %2.\n\nPossibly you have old version of this file. This file is not installed with the product since it is meant only for internal use.\n\nPlease copy the file from the build posting.")
+            .arg(key, file.path));
     return {};
 }
 
@@ -66,9 +65,9 @@ QString UrlStore::endPoint(Server server, const QString& serviceKey, const QStri
 bool UrlStore::SetUrlOverrides(Server server, const UrlMap& overrides) {
     const QMutexLocker lock(&m_mutex);
     m_overrides[server] = overrides;
-    m_logger->information(QStringLiteral("Setting url overrides: %1=%2, etc.")
-                              .arg(overrides.isEmpty() ? QString() : overrides.firstKey(),
-                                   overrides.isEmpty() ? QString() : overrides.first()));
+    m_logger->information(
+        QStringLiteral("Setting url overrides: %1=%2, etc.")
+            .arg(overrides.isEmpty() ? QString() : overrides.firstKey(), overrides.isEmpty() ? QString() : overrides.first()));
     return true;
 }
 
@@ -93,8 +92,10 @@ bool UrlStore::canUse(Server server) {
     const QString name = urlFileName(server);
     if (!name.isEmpty() && !SupportFiles::find(name).isEmpty())
         return true;
-    m_logger->error(QStringLiteral("Cannot use %1 server. Server config file '%2' could not be located in any of the following "
-                                   "search paths:\n%3").arg(serverName(server), name, SupportFiles::folders().join(QLatin1Char('\n'))));
+    m_logger->error(
+        QStringLiteral(
+            "Cannot use %1 server. Server config file '%2' could not be located in any of the following search paths:\n%3")
+            .arg(serverName(server), name, SupportFiles::folders().join(QLatin1Char('\n'))));
     return false;
 }
 

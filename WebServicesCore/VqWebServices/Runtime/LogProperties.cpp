@@ -7,8 +7,9 @@ namespace Velquor::WebServices {
 namespace {
 
 QString knownLevel(const QString& text) {
-    static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"), QStringLiteral("WARN"),
-                                    QStringLiteral("ERROR"), QStringLiteral("FATAL"), QStringLiteral("OFF")};
+    static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"),
+                                    QStringLiteral("WARN"),  QStringLiteral("ERROR"), QStringLiteral("FATAL"),
+                                    QStringLiteral("OFF")};
     const QString level = text.trimmed().toUpper();
     return levels.contains(level) ? level : QString();
 }

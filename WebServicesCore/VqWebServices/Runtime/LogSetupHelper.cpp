@@ -29,16 +29,19 @@ constexpr log4cplus::LogLevel off = 60000;
 const auto rootName = QStringLiteral("VqWebServices");
 const auto registryKey = std::string("HKEY_CURRENT_USER\\Software\\Velquor\\Web Services");
 
-constexpr const char* loggerNames[] = {
-    "VqWebServices", "VqWebServices.Network", "VqWebServices.TimeService", "VqWebServices.Cache", "VqWebServices.Fetcher",
-    "VqWebServices.Refresher", "VqWebServices.Lock", "VqWebServices.Session", "VqWebServices.Product", "VqWebServices.OAuth2",
-    "VqWebServices.OAuth2.Fetcher", "VqWebServices.OAuth2.Refresher", "VqWebServices.Ipc"};
+constexpr const char* loggerNames[] = {"VqWebServices",        "VqWebServices.Network",        "VqWebServices.TimeService",
+                                       "VqWebServices.Cache",  "VqWebServices.Fetcher",        "VqWebServices.Refresher",
+                                       "VqWebServices.Lock",   "VqWebServices.Session",        "VqWebServices.Product",
+                                       "VqWebServices.OAuth2", "VqWebServices.OAuth2.Fetcher", "VqWebServices.OAuth2.Refresher",
+                                       "VqWebServices.Ipc"};
 
 void write(Log::Level level, const std::string& text) {
     Log::LoggerWrapper(rootName).log(level, QString::fromStdString(text));
 }
 
-void information(const boost::format& text) { write(Log::Level::Information, text.str()); }
+void information(const boost::format& text) {
+    write(Log::Level::Information, text.str());
+}
 
 QString companionFile(const QString& fileName) {
     const QString folder = librarySetting(QStringLiteral("HalvernDesktopInstallFolder"));
@@ -81,7 +84,8 @@ void reportLevel(const RootLogLevel& level) {
 }
 
 QMap<QString, QString> makeProperties(const QString& folder) {
-    const RootLogLevel level = chooseRootLogLevel(qEnvironmentVariable("VQWS_LOGLEVEL"), librarySetting(QStringLiteral("LogLevel")));
+    const RootLogLevel level =
+        chooseRootLogLevel(qEnvironmentVariable("VQWS_LOGLEVEL"), librarySetting(QStringLiteral("LogLevel")));
     reportLevel(level);
     const QMap<QString, QString> properties{{QStringLiteral("RootLogLevel"), level.level},
                                             {QStringLiteral("AppName"), QFileInfo(Util::hostExecutablePath()).completeBaseName()},
@@ -126,14 +130,16 @@ bool LogSetupHelper::SetupLog() {
     const QString path = findConfiguration();
     if (path.isEmpty()) {
         Log::LoggerWrapper(rootName).error(
-            QStringLiteral("Failed to setup Web Services log. Web Services log configuration file %1 not found in the install folder. Please "
-                           "include this file in the installer.").arg(configurationFileName()));
+            QStringLiteral(
+                "Failed to setup Web Services log. Web Services log configuration file %1 not found in the install folder. Please include this file in the installer.")
+                .arg(configurationFileName()));
         return false;
     }
     if (installed.isEmpty())
         Log::LoggerWrapper(rootName).warning(
-            QStringLiteral("Web Services log configuration file %1 not found in the install folder. Using the one in Halvern Desktop install "
-                           "folder. Please include this file in the installer.").arg(configurationFileName()));
+            QStringLiteral(
+                "Web Services log configuration file %1 not found in the install folder. Using the one in Halvern Desktop install folder. Please include this file in the installer.")
+                .arg(configurationFileName()));
     const QString folder = logFileFolder();
     if (!QDir(folder).exists() && !Util::ensureOwnerOnlyFolder(folder))
         write(Log::Level::Error, "Failed to create the folder of the log file " + folder.toStdString());

@@ -23,7 +23,8 @@ void setDefaults() {
     QStringList folders{QFileInfo(Util::hostExecutablePath()).absolutePath() + QStringLiteral("/plugins"),
                         libraryFolder + QStringLiteral("/plugins")};
     folders.removeDuplicates();
-    logger().information(QStringLiteral("Setting following default search paths for plugins:\n%1").arg(folders.join(QLatin1Char('\n'))));
+    logger().information(
+        QStringLiteral("Setting following default search paths for plugins:\n%1").arg(folders.join(QLatin1Char('\n'))));
     for (const QString& folder : folders)
         QCoreApplication::addLibraryPath(folder);
     logger().information(QStringLiteral("Prepending path %1 to the PATH environment variable").arg(libraryFolder));

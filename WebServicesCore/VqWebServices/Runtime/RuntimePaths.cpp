@@ -8,7 +8,8 @@
 namespace Velquor::WebServices::RuntimePaths {
 
 bool isSSOEnabledForAllUsers() {
-    static const bool enabled = librarySetting(QStringLiteral("EnableSSOForAllUsers")).compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0;
+    static const bool enabled =
+        librarySetting(QStringLiteral("EnableSSOForAllUsers")).compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0;
     return enabled;
 }
 
@@ -17,11 +18,17 @@ QString dataPath(bool forAllUsers) {
     return folder.isEmpty() ? QString() : QDir::cleanPath(folder + QLatin1Char('/') + QStringLiteral("Velquor/Web Services"));
 }
 
-QString dataPath() { return dataPath(isSSOEnabledForAllUsers()); }
+QString dataPath() {
+    return dataPath(isSSOEnabledForAllUsers());
+}
 
-QString userKeyFolder() { return dataPath(false); }
+QString userKeyFolder() {
+    return dataPath(false);
+}
 
-QString loginStateFile() { return dataPath() + QLatin1Char('/') + QStringLiteral("LoginState.xml"); }
+QString loginStateFile() {
+    return dataPath() + QLatin1Char('/') + QStringLiteral("LoginState.xml");
+}
 
 QString loginStateCacheFolder(const QString& productId, bool local) {
     return QStringLiteral("%1/LoginStateCache/%2%3").arg(dataPath(), productId, local ? QStringLiteral("-Local") : QString());

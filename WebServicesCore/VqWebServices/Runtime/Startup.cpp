@@ -37,8 +37,10 @@ Log::LoggerWrapper& logger() {
 bool findLogConfiguration() {
     if (!LogSetupHelper::findConfiguration().isEmpty())
         return true;
-    const QString text = QStringLiteral("Web Services initialization failed. Log config file- %1 could not be located in any of the following "
-                                        "paths:\n%2").arg(LogSetupHelper::configurationFileName(), SupportFiles::folders().join(QLatin1Char('\n')));
+    const QString text =
+        QStringLiteral(
+            "Web Services initialization failed. Log config file- %1 could not be located in any of the following paths:\n%2")
+            .arg(LogSetupHelper::configurationFileName(), SupportFiles::folders().join(QLatin1Char('\n')));
     std::puts(text.toLocal8Bit().constData());
     std::fflush(stdout);
     return false;
@@ -51,9 +53,10 @@ void checkSsl() {
         logger().information(QStringLiteral("Ssl initialized successfully"));
         return;
     }
-    const QString reason = QStringLiteral(". Possible reason: %1 is not loaded currently. Make sure this module is installed in the same folder "
-                                          "as %2 or in one of the search paths.")
-                               .arg(cryptoLibraryFileName(), QFileInfo(Util::ownModulePath()).fileName());
+    const QString reason =
+        QStringLiteral(
+            ". Possible reason: %1 is not loaded currently. Make sure this module is installed in the same folder as %2 or in one of the search paths.")
+            .arg(cryptoLibraryFileName(), QFileInfo(Util::ownModulePath()).fileName());
     logger().error(QStringLiteral("Ssl initialization failed%1").arg(reason));
 }
 
@@ -70,7 +73,8 @@ void ensureApplication() {
 
 std::shared_ptr<Util::ICryptor> makeCryptor(const std::shared_ptr<Log::ILogger>& sessionLogger) {
     const auto make = [sessionLogger]() -> std::shared_ptr<Util::ICryptor> {
-        return std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(RuntimePaths::userKeyFolder(), sessionLogger), sessionLogger);
+        return std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(RuntimePaths::userKeyFolder(), sessionLogger),
+                                                   sessionLogger);
     };
     return std::make_shared<Util::CachingCryptor>(std::make_shared<Util::LazyCryptor>(make));
 }

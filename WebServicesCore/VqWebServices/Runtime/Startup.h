@@ -13,8 +13,8 @@ struct StartedLibrary {
     bool hasLogConfiguration = false;
 };
 
-/// The work of the first `Initialize`: log, plug-in paths, TLS, proxies, application object, login session. Always gives a session;
-/// without a log configuration it says so on the standard output. Thread: the host's main thread.
+/// The work of the first `Initialize`: log, plug-in paths, TLS, proxies, application object, login session. Always gives a
+/// session; without a log configuration it says so on the standard output. Thread: the host's main thread.
 [[nodiscard]] StartedLibrary startLibrary(const QString& defaultClientKey);
 
 /// The work of the last `Uninitialize`. A call that is still under way on another thread keeps the session until it returns.

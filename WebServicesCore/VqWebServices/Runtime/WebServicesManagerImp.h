@@ -12,9 +12,9 @@ namespace Velquor::WebServices {
 
 /// The singleton behind the facades: both facade objects, the object of `GetIWebServicesManager`, and the login session.
 ///
-/// Thread: any. Owner: the process. The facade objects live as long as the process, so that a pointer kept by a host over the last
-/// `Uninitialize` leads to a failure result and not into freed memory; what has a life is the session: made by the first `Initialize`,
-/// gone with the last `Uninitialize` as soon as no call uses it any more.
+/// Thread: any. Owner: the process. The facade objects live as long as the process, so that a pointer kept by a host over the
+/// last `Uninitialize` leads to a failure result and not into freed memory; what has a life is the session: made by the first
+/// `Initialize`, gone with the last `Uninitialize` as soon as no call uses it any more.
 class WebServicesManagerImp : public WebServicesManagerEx {
 public:
     static WebServicesManagerImp& instance();

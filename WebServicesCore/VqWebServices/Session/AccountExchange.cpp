@@ -13,7 +13,8 @@ AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url,
 }
 
 QString AccountReply::errorText() const {
-    if (outcome.result == OperationResult::Canceled || (outcome.result == OperationResult::Failure && outcome.reply.status == 200))
+    if (outcome.result == OperationResult::Canceled
+        || (outcome.result == OperationResult::Failure && outcome.reply.status == 200))
         return outcome.message;
     return outcome.reply.errorText.isEmpty() ? outcome.message : outcome.reply.errorText;
 }
@@ -36,7 +37,8 @@ LoginErrorEx AccountReply::loginError() const {
         return LoginErrorEx::WrongSystemTime;
     if (outcome.reply.isNull || outcome.reply.status == 0 || outcome.result == OperationResult::Canceled)
         return LoginErrorEx::NoReply;
-    return outcome.reply.status == 200 && outcome.result == OperationResult::Success ? LoginErrorEx::InvalidReply : LoginErrorEx::Refused;
+    return outcome.reply.status == 200 && outcome.result == OperationResult::Success ? LoginErrorEx::InvalidReply
+                                                                                     : LoginErrorEx::Refused;
 }
 
 } // namespace Velquor::WebServices

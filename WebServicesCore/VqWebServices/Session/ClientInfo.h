@@ -31,7 +31,8 @@ public:
 
     void setConfiguration(const ConfigurationPointer& configuration);
     [[nodiscard]] ConfigurationPointer configuration(int server) const { return m_configurations.value(server); }
-    /// The consumer key of the configuration for a server: the product's key, which stands in the login state file in clear as well.
+    /// The consumer key of the configuration for a server: the product's key, which stands in the login state file in clear as
+    /// well.
     [[nodiscard]] QString productKey(int server) const { return m_productKeys.value(server); }
     [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
 

@@ -26,7 +26,8 @@ void ClientRegistry::remove(const QString& clientKey) {
         m_logger->debug(QStringLiteral("Deleting product info and all configurations"));
         m_clients.remove(clientKey);
     }
-    m_logger->information(QStringLiteral("Removed client %1. Clients (%2):%3").arg(name).arg(m_clients.size()).arg(describeAll()));
+    m_logger->information(
+        QStringLiteral("Removed client %1. Clients (%2):%3").arg(name).arg(m_clients.size()).arg(describeAll()));
 }
 
 QString ClientRegistry::describeAll() const {

@@ -40,7 +40,8 @@ bool LoginSession::RemoveClient(const QString& clientKey) {
     const QString productKey = m_core.productKey(clientKey);
     const Server server = m_core.currentServer();
     if (!productKey.isEmpty() && m_core.products.find(productKey, server)) {
-        m_logger.information(QStringLiteral("Deleting product login session for product %1, server %2").arg(name, serverName(server)));
+        m_logger.information(
+            QStringLiteral("Deleting product login session for product %1, server %2").arg(name, serverName(server)));
         m_core.products.remove(productKey, server);
     }
     m_core.clients.remove(clientKey);
@@ -54,14 +55,15 @@ ConfigurationPointer LoginSession::configuration(const QString& clientKey) const
 bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
     const auto copy = std::make_shared<const WebServicesConfiguration>(configuration);
     if (clientKey.isEmpty() || !WebServicesConfigurationImp::of(*copy).isValid()) {
-        m_logger.error(QStringLiteral("Failed to set configuration. The client key, the consumer key or the consumer secret is empty, or the "
-                                      "server is not valid."));
+        m_logger.error(QStringLiteral(
+            "Failed to set configuration. The client key, the consumer key or the consumer secret is empty, or the server is not valid."));
         return false;
     }
     const QMutexLocker lock(&m_core.lock);
     const QString server = serverName(copy->GetServer());
     if (!m_core.clients.contains(clientKey)) {
-        m_logger.error(QStringLiteral("Failed to set configuration for %1 server. Client info not found for client key %2.").arg(server, clientKey));
+        m_logger.error(QStringLiteral("Failed to set configuration for %1 server. Client info not found for client key %2.")
+                           .arg(server, clientKey));
         return false;
     }
     m_logger.information(QStringLiteral("Setting configuration for %1 server").arg(server));
@@ -71,9 +73,12 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
         skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since current server is %2.")
                       .arg(server, serverName(m_core.currentServer()));
     else if (!m_core.isRestored())
-        skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since login state is not yet restored.").arg(server);
+        skipped = QStringLiteral(
+                      "Configuration is set for %1 server. Skipping token query check since login state is not yet restored.")
+                      .arg(server);
     else if (!m_core.isLoggedIn())
-        skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since not logged in currently.").arg(server);
+        skipped = QStringLiteral("Configuration is set for %1 server. Skipping token query check since not logged in currently.")
+                      .arg(server);
     if (!skipped.isEmpty()) {
         m_logger.information(skipped);
         return true;
@@ -96,8 +101,9 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
         return true;
     m_logger.information(QStringLiteral("Changing server from %1 to %2").arg(serverName(before), serverName(server)));
     if (isRealServer(before) && m_core.isLoggedIn()) {
-        m_logger.information(QStringLiteral("Currently logged in to %1 server. Logging out from this server to change server to %2.")
-                                 .arg(serverName(before), serverName(server)));
+        m_logger.information(
+            QStringLiteral("Currently logged in to %1 server. Logging out from this server to change server to %2.")
+                .arg(serverName(before), serverName(server)));
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         if (!Logout(clientKey, error, true)) {
             m_logger.error(QStringLiteral("Failed to change server from %1 to %2. Failed to logout from current server.")
@@ -129,7 +135,8 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         const QMutexLocker lock(&m_core.lock);
         if (m_core.isRestored() && !force) {
             if (!LoginStateLoader(m_core).loadProduct(clientKey))
-                m_logger.information(QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
+                m_logger.information(
+                    QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
             m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));
             return true;
         }
@@ -192,15 +199,17 @@ bool LoginSession::CompleteLogout(const QString& clientKey) {
     return true;
 }
 
-bool LoginSession::isCompanionLoaded() const { return !Util::loadedModulePath(QStringLiteral("VqWebServicesUI.dll")).isEmpty(); }
+bool LoginSession::isCompanionLoaded() const {
+    return !Util::loadedModulePath(QStringLiteral("VqWebServicesUI.dll")).isEmpty();
+}
 
 bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force) {
     error = QNetworkReply::NoError;
     const QString user = m_core.basic().userName;
     m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
     if (isCompanionLoaded() && !force) {
-        m_logger.error(QStringLiteral("Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout "
-                                      "instead of WebServicesManager::Logout."));
+        m_logger.error(QStringLiteral(
+            "Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout instead of WebServicesManager::Logout."));
         return false;
     }
     QString url;
@@ -226,7 +235,8 @@ QByteArray LoginSession::SignRequest(const QString& clientKey, const SigningOrde
     return RequestSigning(m_core).SignRequest(clientKey, order);
 }
 
-bool LoginSession::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret) {
+bool LoginSession::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
+                                  Util::SecretBytes& secret) {
     catchUp();
     return RequestSigning(m_core).GetAccessToken(clientKey, checkExpiry, token, secret);
 }

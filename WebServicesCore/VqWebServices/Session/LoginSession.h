@@ -28,8 +28,8 @@ public:
     bool AddClient(const ClientIdentity& identity);
     bool RemoveClient(const QString& clientKey);
 
-    /// Registers or replaces a client's configuration for the configuration's server. False for an empty client key, an unknown client, a
-    /// configuration without consumer key or secret, or one for no real server.
+    /// Registers or replaces a client's configuration for the configuration's server. False for an empty client key, an unknown
+    /// client, a configuration without consumer key or secret, or one for no real server.
     bool SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration);
     /// The client's configuration for the current server; null when there is none.
     [[nodiscard]] ConfigurationPointer configuration(const QString& clientKey) const;
@@ -50,7 +50,8 @@ public:
     bool Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force);
 
     [[nodiscard]] QByteArray SignRequest(const QString& clientKey, const SigningOrder& order);
-    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret);
+    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
+                                      Util::SecretBytes& secret);
 
     /// An empty client key asks for any product.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey);

@@ -48,7 +48,8 @@ void LoginSession::applyFile() {
     const QDomElement login = content.root().firstChildElement(QStringLiteral("LoginSession"));
     const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
     if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
-        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(m_core.basic().userName));
+        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.")
+                                 .arg(m_core.basic().userName));
         m_core.forgetUser();
     } else if (login.isNull()) {
         // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
@@ -68,12 +69,14 @@ void LoginSession::RaiseEvent(Event event, const QString& consumerKey) {
         CallObserversSlot(event, consumerKey, nullptr);
         return;
     }
-    m_logger.information(QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
-                             .arg(eventName(event)));
+    m_logger.information(
+        QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
+            .arg(eventName(event)));
     emit CallObserversTrigger(event, consumerKey, nullptr);
 }
 
-void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout) {
+void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey,
+                                     bool* pAboutToLogout) {
     m_dispatcher.callObservers(event, consumerKey, pAboutToLogout);
 }
 
@@ -90,10 +93,13 @@ bool LoginSession::isLogoutVetoed(const QString& consumerKey) {
         bool veto = false;
     };
     const auto answer = std::make_shared<Answer>();
-    QMetaObject::invokeMethod(this, [this, consumerKey, answer] {
-        CallObserversSlot(Event::AboutToLogout, consumerKey, &answer->veto);
-        answer->given.release();
-    }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this, consumerKey, answer] {
+            CallObserversSlot(Event::AboutToLogout, consumerKey, &answer->veto);
+            answer->given.release();
+        },
+        Qt::QueuedConnection);
     return answer->given.tryAcquire(1, vetoTimeoutMs) && answer->veto;
 }
 

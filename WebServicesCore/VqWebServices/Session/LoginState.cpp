@@ -19,9 +19,10 @@ QDateTime logoutDateFor(const QDateTime& now, const QDateTime& loginDate) {
 StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginState& inFile, const QDateTime& logoutDateInFile) {
     if (inFile.hasUser())
         return inMemory.isSameSignIn(inFile) || !inFile.loginDate.isValid() || inFile.loginDate < inMemory.loginDate
-            ? StateOrigin::Same
-            : StateOrigin::SignedInElsewhere;
-    return logoutDateInFile.isValid() && logoutDateInFile >= inMemory.loginDate ? StateOrigin::SignedOutElsewhere : StateOrigin::Same;
+                   ? StateOrigin::Same
+                   : StateOrigin::SignedInElsewhere;
+    return logoutDateInFile.isValid() && logoutDateInFile >= inMemory.loginDate ? StateOrigin::SignedOutElsewhere
+                                                                                : StateOrigin::Same;
 }
 
 } // namespace Velquor::WebServices

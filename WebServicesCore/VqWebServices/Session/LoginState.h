@@ -39,7 +39,7 @@ struct ProductTokens {
 
 /// How a signed-in state in memory stands to the one in the file.
 enum class StateOrigin {
-    Same,             ///< The file holds this sign-in, or holds none and knows of no later sign-out.
+    Same,               ///< The file holds this sign-in, or holds none and knows of no later sign-out.
     SignedOutElsewhere, ///< Another process has signed this user out: the sign-out wins.
     SignedInElsewhere,  ///< Another process has replaced this sign-in by a later one.
 };
@@ -50,6 +50,7 @@ enum class StateOrigin {
 [[nodiscard]] QDateTime logoutDateFor(const QDateTime& now, const QDateTime& loginDate);
 
 /// Compares the sign-in in memory with the file. `inFile` has no user when the file holds no sign-in.
-[[nodiscard]] StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginState& inFile, const QDateTime& logoutDateInFile);
+[[nodiscard]] StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginState& inFile,
+                                         const QDateTime& logoutDateInFile);
 
 } // namespace Velquor::WebServices

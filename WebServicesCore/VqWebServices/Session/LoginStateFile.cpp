@@ -46,9 +46,13 @@ void LoginStateFile::prepareFolder() {
         m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file").arg(m_folder));
 }
 
-bool LoginStateFile::exists() const { return QFileInfo::exists(m_path); }
+bool LoginStateFile::exists() const {
+    return QFileInfo::exists(m_path);
+}
 
-Util::FileStamp LoginStateFile::currentStamp() const { return Util::fileStamp(m_path); }
+Util::FileStamp LoginStateFile::currentStamp() const {
+    return Util::fileStamp(m_path);
+}
 
 LoginStateFile::Content LoginStateFile::read() {
     m_logger->information(QStringLiteral("Reading login state file"));
@@ -88,25 +92,23 @@ LoginStateFile::Content LoginStateFile::read() {
 QDomDocument LoginStateFile::readForSaving() {
     const Content content = read();
     switch (content.status) {
-    case Content::Status::Read:
-        return content.document;
+    case Content::Status::Read: return content.document;
     case Content::Status::Damaged: {
         const QString aside = Util::AtomicFile::setAside(m_path);
         m_logger->error(QStringLiteral("The damaged login state file was set aside as %1").arg(aside));
         return aside.isEmpty() ? QDomDocument() : newDocument();
     }
     case Content::Status::Missing:
-    case Content::Status::Empty:
-        return newDocument();
-    case Content::Status::Unreadable:
-        break;
+    case Content::Status::Empty: return newDocument();
+    case Content::Status::Unreadable: break;
     }
     return {};
 }
 
 QDomDocument LoginStateFile::newDocument() const {
     QDomDocument document;
-    document.appendChild(document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
+    document.appendChild(
+        document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
     document.appendChild(document.createElement(rootName));
     return document;
 }

@@ -20,7 +20,8 @@ BasicLoginState readBasicState(const QDomElement& login) {
     state.clientId = LoginStateXml::secret(login, QStringLiteral("ClientId"));
     state.ntUserName = LoginStateXml::secret(login, QStringLiteral("NTUserName"));
     state.machineAddress = LoginStateXml::secret(login, QStringLiteral("MachineAddress"));
-    state.loginCookies = LoginStateXml::secret(login.firstChildElement(QStringLiteral("Cookies")), QStringLiteral("LoginCookies"));
+    state.loginCookies =
+        LoginStateXml::secret(login.firstChildElement(QStringLiteral("Cookies")), QStringLiteral("LoginCookies"));
     state.userName = login.attribute(QStringLiteral("UserName"));
     state.userId = login.attribute(QStringLiteral("UserId"));
     state.ldapDomainKey = login.attribute(QStringLiteral("LdapDomainKey"));
@@ -88,8 +89,8 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
         loadProducts(login);
         deleteInvalidProducts();
         if (!m_core.products.hasTokens({}, m_core.currentServer())) {
-            m_logger.warning(QStringLiteral("No valid login state found after cleanup. Deleting the login state in login state file. "
-                                            "Re-login required."));
+            m_logger.warning(QStringLiteral(
+                "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
             discard(content.document);
         }
     } else if (verdict == Verdict::Discard) {
@@ -119,7 +120,8 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
         return {};
     }
     if (LoginStateXml::number(login, serverAttribute, NoServer) != m_core.currentServer()) {
-        m_logger.information(QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
+        m_logger.information(
+            QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
         return {};
     }
     return login;
@@ -132,12 +134,14 @@ LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, B
         return Verdict::NoLogin;
     }
     if (m_core.services.cryptor->decrypt(state.clientId).isEmpty()) {
-        m_logger.error(QStringLiteral("Failed to restore client id. Deleting the login state in login state file. Re-login required."));
+        m_logger.error(
+            QStringLiteral("Failed to restore client id. Deleting the login state in login state file. Re-login required."));
         return Verdict::Discard;
     }
     m_core.setLdapDomainKey(state.ldapDomainKey);
     if (state.isExpired(m_core.services.now())) {
-        m_logger.warning(QStringLiteral("Login session expired. Deleting the login state in login state file. Re-login required."));
+        m_logger.warning(
+            QStringLiteral("Login session expired. Deleting the login state in login state file. Re-login required."));
         return Verdict::Discard;
     }
     return m_core.binding.check(state) ? Verdict::Valid : Verdict::Discard;
@@ -163,8 +167,11 @@ void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& 
     }
     const ProductSessionPointer session = m_core.products.getOrCreate(key, m_core.currentServer());
     if (!session) {
-        const QString name = QStringLiteral("%1.%2").arg(product.attribute(QStringLiteral("Name")), product.attribute(QStringLiteral("ExeName")));
-        m_logger.error(QStringLiteral("Failed to load product node for product %1. Failed to get or create product login session.").arg(name));
+        const QString name =
+            QStringLiteral("%1.%2").arg(product.attribute(QStringLiteral("Name")), product.attribute(QStringLiteral("ExeName")));
+        m_logger.error(
+            QStringLiteral("Failed to load product node for product %1. Failed to get or create product login session.")
+                .arg(name));
         return;
     }
     session->Load(product);
@@ -194,8 +201,10 @@ void LoginStateLoader::deleteInvalidProducts() {
     for (const ProductSessionPointer& session : sessions) {
         Server other = NoServer;
         if (session->server() == current && isKeyOfOtherServer(session->productKey(), other))
-            m_logger.warning(QStringLiteral("Deleting login state of product %1 since the consumer key %2 is for %3 server, but current "
-                                            "server is %4").arg(session->displayName(), session->productKey(), serverName(other), serverName(current)));
+            m_logger.warning(
+                QStringLiteral(
+                    "Deleting login state of product %1 since the consumer key %2 is for %3 server, but current server is %4")
+                    .arg(session->displayName(), session->productKey(), serverName(other), serverName(current)));
         else if (session->server() != current || (!session->tokens().areComplete() && session->requestToken().token.isEmpty()))
             m_logger.warning(QStringLiteral("Deleting invalid product login session for product %1 and server %2")
                                  .arg(session->displayName(), serverName(session->server())));
@@ -235,8 +244,10 @@ bool LoginStateLoader::loadProduct(const QString& clientKey) {
         m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
                            .arg(name, serverName(m_core.currentServer())));
     } else {
-        m_logger.information(QStringLiteral("Failed to load login state of product %1 from login state file %2. Login state not found for "
-                                            "this product.").arg(name, path));
+        m_logger.information(
+            QStringLiteral(
+                "Failed to load login state of product %1 from login state file %2. Login state not found for this product.")
+                .arg(name, path));
     }
     m_logger.information(QStringLiteral("Finished loading login state of product %1 from file %2").arg(name, path));
     return session != nullptr;

@@ -20,8 +20,8 @@ public:
     /// The whole state. `takeServer`: the file's current server becomes the session's, and is not only compared with it.
     void loadAll(bool takeServer);
 
-    /// The same from a content that was read under a guard which is still held: a state that fails a check is deleted from the very
-    /// document that was checked.
+    /// The same from a content that was read under a guard which is still held: a state that fails a check is deleted from the
+    /// very document that was checked.
     void loadFrom(const LoginStateFile::Content& content, bool takeServer);
 
     /// The tokens of one product. False when the file does not hold them.

@@ -71,7 +71,8 @@ void LoginStateSaver::writeHeader(QDomElement& root) {
     // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten.
     const QDateTime inFile = LoginStateXml::date(settings, QStringLiteral("LogoutDate"));
     const QDateTime mine = m_core.logoutDate();
-    LoginStateXml::setDate(settings, QStringLiteral("LogoutDate"), inFile.isValid() && (!mine.isValid() || inFile > mine) ? inFile : mine);
+    LoginStateXml::setDate(settings, QStringLiteral("LogoutDate"),
+                           inFile.isValid() && (!mine.isValid() || inFile > mine) ? inFile : mine);
     settings.setAttribute(QStringLiteral("CurrentServer"), static_cast<int>(m_core.currentServer()));
     settings.setAttribute(reminderName, settings.attribute(reminderName));
     if (settings.attribute(suppressName).isEmpty())
@@ -84,10 +85,10 @@ bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
         m_logger.warning(QStringLiteral("Not saving the login state of the user. The user was signed out by another process."));
         return false;
     case StateOrigin::SignedInElsewhere:
-        m_logger.warning(QStringLiteral("Not saving the login state of the user. A user has signed in later in another process."));
+        m_logger.warning(
+            QStringLiteral("Not saving the login state of the user. A user has signed in later in another process."));
         return false;
-    case StateOrigin::Same:
-        break;
+    case StateOrigin::Same: break;
     }
     return true;
 }
@@ -96,7 +97,8 @@ QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
     QDomElement login = LoginStateXml::childOrNew(root, loginName);
     const QString otherUser = login.attribute(QStringLiteral("UserId"));
     const bool isOtherUser = !otherUser.isEmpty() && otherUser != m_core.basic().userId;
-    const bool isOtherServer = LoginStateXml::number(login, QStringLiteral("Server"), m_core.currentServer()) != m_core.currentServer();
+    const bool isOtherServer =
+        LoginStateXml::number(login, QStringLiteral("Server"), m_core.currentServer()) != m_core.currentServer();
     if (isOtherUser || isOtherServer) {
         // Tokens of one user must never stand under the name of another.
         root.removeChild(login);
@@ -123,7 +125,8 @@ void LoginStateSaver::writeUser(QDomElement& login) {
 void LoginStateSaver::mergeProducts(QDomElement& login, bool isSameSignIn) {
     QDomElement products = LoginStateXml::childOrNew(login, QStringLiteral("Products"));
     QMap<QString, QDomElement> existing;
-    for (QDomElement element = products.firstChildElement(productName); !element.isNull(); element = element.nextSiblingElement(productName)) {
+    for (QDomElement element = products.firstChildElement(productName); !element.isNull();
+         element = element.nextSiblingElement(productName)) {
         const QString key = element.attribute(QStringLiteral("ProductKey"));
         existing.insert(key, element);
         if (!m_core.products.find(key, m_core.currentServer()))

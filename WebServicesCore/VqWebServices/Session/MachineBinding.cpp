@@ -37,8 +37,8 @@ bool MachineBinding::check(const BasicLoginState& state) const {
 bool MachineBinding::checkUser(const QByteArray& encryptedName) const {
     if (encryptedName.isEmpty() || m_cryptor->decrypt(encryptedName).view() == Util::currentUserName().toUtf8())
         return true;
-    m_logger->error(QStringLiteral("Login state is invalid since it was not saved by current NT user. Discarding it and forcing "
-                                   "logout. User needs to login."));
+    m_logger->error(QStringLiteral(
+        "Login state is invalid since it was not saved by current NT user. Discarding it and forcing logout. User needs to login."));
     return false;
 }
 
@@ -47,11 +47,12 @@ bool MachineBinding::checkMachine(const QByteArray& encryptedAddress) const {
     const QStringList current = Util::adapterAddresses();
     if (!stored.isEmpty() && isSameMachine(stored.toText(), current))
         return true;
-    m_logger->error(QStringLiteral("Failed to match login state to the this machine. Did not find any match between adapter addresses in "
-                                   "login state and current adapter addresses in the machine. Adapter addresses in login state: %1. "
-                                   "Current adapter addresses: %2.").arg(stored.toText(), current.join(QLatin1Char('|'))));
-    m_logger->error(QStringLiteral("Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. "
-                                   "User needs to login."));
+    m_logger->error(
+        QStringLiteral(
+            "Failed to match login state to the this machine. Did not find any match between adapter addresses in login state and current adapter addresses in the machine. Adapter addresses in login state: %1. Current adapter addresses: %2.")
+            .arg(stored.toText(), current.join(QLatin1Char('|'))));
+    m_logger->error(QStringLiteral(
+        "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login."));
     return false;
 }
 

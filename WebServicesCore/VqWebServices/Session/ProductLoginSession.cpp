@@ -114,7 +114,8 @@ bool ProductLoginSession::Save(QDomElement& product) const {
         return false;
     }
     if (!m_configuration || m_productKey.isEmpty()) {
-        m_services.logger->error(QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
+        m_services.logger->error(
+            QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
         return false;
     }
     product.setAttribute(QStringLiteral("Name"), m_name);
@@ -152,6 +153,8 @@ QString ProductLoginSession::signingKeys(SigningKeys& keys) const {
     return checkKeys(keys);
 }
 
-Util::SecretBytes ProductLoginSession::sessionHandle() const { return m_services.cryptor->decrypt(tokens().sessionHandle); }
+Util::SecretBytes ProductLoginSession::sessionHandle() const {
+    return m_services.cryptor->decrypt(tokens().sessionHandle);
+}
 
 } // namespace Velquor::WebServices

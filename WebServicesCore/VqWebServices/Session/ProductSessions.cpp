@@ -52,7 +52,7 @@ bool ProductSessions::hasTokens(const QString& productKey, Server server) const 
     const QMutexLocker lock(&m_mutex);
     return std::any_of(m_sessions.begin(), m_sessions.end(), [&](const auto& session) {
         return session->server() == server && (productKey.isEmpty() || session->productKey() == productKey)
-            && session->tokens().areComplete();
+               && session->tokens().areComplete();
     });
 }
 

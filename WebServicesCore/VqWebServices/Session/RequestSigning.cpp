@@ -10,13 +10,10 @@ namespace {
 
 OAuth::OutputForm outputForm(ParsingMode mode) {
     switch (mode) {
-    case ParsingMode::AuthorizationHeader:
-        return OAuth::OutputForm::Header;
-    case ParsingMode::FormBody:
-        return OAuth::OutputForm::FormBody;
+    case ParsingMode::AuthorizationHeader: return OAuth::OutputForm::Header;
+    case ParsingMode::FormBody: return OAuth::OutputForm::FormBody;
     case ParsingMode::QueryString:
-    case ParsingMode::SignedUrl:
-        break;
+    case ParsingMode::SignedUrl: break;
     }
     return OAuth::OutputForm::Query;
 }
@@ -29,7 +26,8 @@ OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) 
         if (parameter.first.startsWith("oauth_"))
             protocol.append(parameter);
         else
-            query += (query.isEmpty() ? "" : "&") + parameter.first.toPercentEncoding() + '=' + parameter.second.toPercentEncoding();
+            query +=
+                (query.isEmpty() ? "" : "&") + parameter.first.toPercentEncoding() + '=' + parameter.second.toPercentEncoding();
     }
     return {request.method, query.isEmpty() ? request.url : OAuth::withParameters(request.url, query), protocol};
 }
@@ -45,7 +43,8 @@ QString RequestSigning::lockName(const ProductSessionPointer& product, const QSt
     return prefix.isEmpty() ? operation : prefix + QLatin1Char(':') + operation;
 }
 
-RequestSigning::Refusal RequestSigning::check(const QString& clientKey, const ProductSessionPointer& product, bool checkExpiry) const {
+RequestSigning::Refusal RequestSigning::check(const QString& clientKey, const ProductSessionPointer& product,
+                                              bool checkExpiry) const {
     if (!m_core.isLoggedIn())
         return Refusal::NoUser;
     if (!product)
@@ -64,22 +63,16 @@ RequestSigning::Refusal RequestSigning::check(const QString& clientKey, const Pr
 
 QString RequestSigning::signingText(Refusal refusal) {
     switch (refusal) {
-    case Refusal::NoUser:
-        return QStringLiteral("Failed to sign request. Not logged in.");
-    case Refusal::NoProduct:
-        return QStringLiteral("Failed to sign request. Product login session not found.");
-    case Refusal::StateNotValid:
-        return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.");
+    case Refusal::NoUser: return QStringLiteral("Failed to sign request. Not logged in.");
+    case Refusal::NoProduct: return QStringLiteral("Failed to sign request. Product login session not found.");
+    case Refusal::StateNotValid: return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.");
     case Refusal::NoConfiguration:
         return QStringLiteral("SignRequest failed while signing url %1: Current configuration is null or invalid.");
-    case Refusal::NoToken:
-        return QStringLiteral("SignRequest failed while signing url %1: No access token found.");
-    case Refusal::NotLoggedIn:
-        return QStringLiteral("SignRequest failed while signing url %1: Not logged in");
+    case Refusal::NoToken: return QStringLiteral("SignRequest failed while signing url %1: No access token found.");
+    case Refusal::NotLoggedIn: return QStringLiteral("SignRequest failed while signing url %1: Not logged in");
     case Refusal::Expired:
         return QStringLiteral("SignRequest failed while signing url %1: Token has expired and failed to refresh token");
-    case Refusal::None:
-        break;
+    case Refusal::None: break;
     }
     return {};
 }
@@ -87,20 +80,13 @@ QString RequestSigning::signingText(Refusal refusal) {
 QString RequestSigning::tokenText(Refusal refusal) {
     switch (refusal) {
     case Refusal::NoUser:
-    case Refusal::NotLoggedIn:
-        return QStringLiteral("GetAccessToken failed: Not logged in.");
-    case Refusal::NoProduct:
-        return QStringLiteral("GetAccessToken failed: Product login session not found.");
-    case Refusal::StateNotValid:
-        return QStringLiteral("GetAccessToken failed: Login state is not valid.");
-    case Refusal::NoConfiguration:
-        return QStringLiteral("GetAccessToken failed: Current configuration is null or invalid.");
-    case Refusal::NoToken:
-        return QStringLiteral("GetAccessToken failed: No access token found.");
-    case Refusal::Expired:
-        return QStringLiteral("GetAccessToken failed: Token has expired and failed to refresh token.");
-    case Refusal::None:
-        break;
+    case Refusal::NotLoggedIn: return QStringLiteral("GetAccessToken failed: Not logged in.");
+    case Refusal::NoProduct: return QStringLiteral("GetAccessToken failed: Product login session not found.");
+    case Refusal::StateNotValid: return QStringLiteral("GetAccessToken failed: Login state is not valid.");
+    case Refusal::NoConfiguration: return QStringLiteral("GetAccessToken failed: Current configuration is null or invalid.");
+    case Refusal::NoToken: return QStringLiteral("GetAccessToken failed: No access token found.");
+    case Refusal::Expired: return QStringLiteral("GetAccessToken failed: Token has expired and failed to refresh token.");
+    case Refusal::None: break;
     }
     return {};
 }
@@ -128,11 +114,13 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
         keys.token = Util::SecretBytes(QByteArray(order.token));
         keys.tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
     }
-    const OAuth::RequestToSign request = order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
+    const OAuth::RequestToSign request =
+        order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
     const QByteArray parameters = OAuth::VqOAuthWrapper(*m_core.services.oauthHost)
                                       .CreateOauthParameterString(request, keys.credentials(), outputForm(order.mode));
     if (parameters.isEmpty()) {
-        error = QStringLiteral("SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.");
+        error = QStringLiteral(
+            "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.");
         return {};
     }
     if (order.mode == ParsingMode::AuthorizationHeader)
@@ -140,7 +128,8 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
     return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters).toEncoded() : parameters;
 }
 
-bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret) {
+bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
+                                    Util::SecretBytes& secret) {
     const ProductSessionPointer product = m_core.product(clientKey);
     const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("GetAccessToken")), m_core.services.logger);
     QString error = tokenText(check(clientKey, product, checkExpiry));

@@ -28,7 +28,8 @@ public:
     [[nodiscard]] QByteArray SignRequest(const QString& clientKey, const SigningOrder& order);
 
     /// The decrypted access token and its secret; false when there are none.
-    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token, Util::SecretBytes& secret);
+    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
+                                      Util::SecretBytes& secret);
 
 private:
     /// Why an operation with the access token cannot be done, in the order in which it is checked.

@@ -79,11 +79,13 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     const ProductSessionPointer session = products.getOrCreate(clients.productKey(clientKey, server), server);
     if (!session)
         return {};
-    services.logger->information(QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
+    services.logger->information(
+        QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
     session->SetConfiguration(configuration);
     if (!clients.contains(clientKey)) {
-        services.logger->error(QStringLiteral("Failed to apply product settings in product login session. Client info not found for "
-                                              "product id %1.").arg(clientKey));
+        services.logger->error(
+            QStringLiteral("Failed to apply product settings in product login session. Client info not found for product id %1.")
+                .arg(clientKey));
         return session;
     }
     services.logger->information(QStringLiteral("Applying product settings in product login session"));
@@ -101,7 +103,9 @@ bool SessionCore::isLoggedIn(const QString& clientKey) const {
     return !key.isEmpty() && products.hasTokens(key, currentServer());
 }
 
-bool SessionCore::isLoginExpired() const { return basic().isExpired(services.now()); }
+bool SessionCore::isLoginExpired() const {
+    return basic().isExpired(services.now());
+}
 
 void SessionCore::forgetUser() {
     setBasic({});

@@ -8,8 +8,8 @@ namespace Velquor::WebServices {
 
 /// Holds the login session lock for a step that may wait for the network, and keeps a second one out.
 ///
-/// The lock is recursive, and a step that waits on the main thread lets the host's code run there: without this, that code could sign out in
-/// the middle of a sign-in and leave half of each behind. Thread: that of the step. Owner: the step's stack.
+/// The lock is recursive, and a step that waits on the main thread lets the host's code run there: without this, that code could
+/// sign out in the middle of a sign-in and leave half of each behind. Thread: that of the step. Owner: the step's stack.
 class SessionFlow {
 public:
     SessionFlow(SessionCore& core, const char* operation)
@@ -19,8 +19,8 @@ public:
         if (m_entered)
             core.isFlowActive = true;
         else
-            core.services.logger->error(
-                QStringLiteral("%1 failed. Another sign-in or sign-out is under way on this thread.").arg(QLatin1String(operation)));
+            core.services.logger->error(QStringLiteral("%1 failed. Another sign-in or sign-out is under way on this thread.")
+                                            .arg(QLatin1String(operation)));
     }
     ~SessionFlow() {
         if (m_entered)

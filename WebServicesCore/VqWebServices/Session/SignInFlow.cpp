@@ -23,16 +23,16 @@ SignInFlow::SignInFlow(SessionCore& core)
 
 QString SignInFlow::checkReady(const QString& clientKey) const {
     if (!m_core.clients.hasAnyConfiguration(clientKey))
-        return QStringLiteral("Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize "
-                              "web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and "
-                              "then call WebServicesManager::RestoreLogin.");
+        return QStringLiteral(
+            "Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and then call WebServicesManager::RestoreLogin.");
     const Server server = m_core.currentServer();
     if (!m_core.clients.configuration(clientKey, server))
-        return QStringLiteral("Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported "
-                              "server using WebServicesManager::SetConfiguration.").arg(serverName(server));
+        return QStringLiteral(
+                   "Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported server using WebServicesManager::SetConfiguration.")
+            .arg(serverName(server));
     if (!m_core.isRestored())
-        return QStringLiteral("Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin "
-                              "after setting the configuration.");
+        return QStringLiteral(
+            "Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin after setting the configuration.");
     return {};
 }
 
@@ -41,18 +41,22 @@ AccountReply SignInFlow::exchange(const SigningKeys& keys, const QUrl& url) cons
         return {};
     const AccountReply reply = exchangeSignedGet(m_services, url, keys);
     if (!reply.isSigned)
-        m_logger.error(QStringLiteral("Failed to sign request for login. Url: %1. Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString "
-                                      "failed.").arg(displayUrl(url)));
+        m_logger.error(
+            QStringLiteral(
+                "Failed to sign request for login. Url: %1. Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
+                .arg(displayUrl(url)));
     return reply;
 }
 
 bool SignInFlow::checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const {
     if (keys.consumerKey.isEmpty()) {
-        m_logger.error(QStringLiteral("Failed to sign request for login: Url: %1. Failed to decrypt consumer key.").arg(displayUrl(url)));
+        m_logger.error(
+            QStringLiteral("Failed to sign request for login: Url: %1. Failed to decrypt consumer key.").arg(displayUrl(url)));
         return false;
     }
     if (keys.consumerSecret.isEmpty()) {
-        m_logger.error(QStringLiteral("Failed to sign request for login. Url: %1. Failed to decrypt consumer secret.").arg(displayUrl(url)));
+        m_logger.error(
+            QStringLiteral("Failed to sign request for login. Url: %1. Failed to decrypt consumer secret.").arg(displayUrl(url)));
         return false;
     }
     return true;
@@ -65,8 +69,9 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
         return {LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
     }
     const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, m_core.currentServer());
-    const QUrl url = withIdentity(QUrl(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
-                                  WebServicesConfigurationImp::of(*configuration));
+    const QUrl url = withIdentity(
+        QUrl(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
+        WebServicesConfigurationImp::of(*configuration));
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
     SigningKeys keys = consumerKeys(*configuration);
     const AccountReply reply = exchange(keys, url);
@@ -108,17 +113,20 @@ bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, Pr
     token.token = parameters.value(QStringLiteral("oauth_token"));
     const bool hasToken = isUsableToken(token.token) && isUsableToken(secret.view());
     if (hasToken && clientId.isEmpty()) {
-        m_logger.error(QStringLiteral("Failed to initiate login. Url: %1 The request succeeded, but server didn't return client id. This will "
-                                      "happen if the consumer key is legacy key. Please contact the server team. Session dump: %2")
-                           .arg(shownUrl, reply.dump()));
+        m_logger.error(
+            QStringLiteral(
+                "Failed to initiate login. Url: %1 The request succeeded, but server didn't return client id. This will happen if the consumer key is legacy key. Please contact the server team. Session dump: %2")
+                .arg(shownUrl, reply.dump()));
         return false;
     }
     if (!hasToken) {
         const QString missing = missingNames({{QStringLiteral("Request token"), isUsableToken(token.token)},
                                               {QStringLiteral("Request token secret"), isUsableToken(secret.view())},
                                               {QStringLiteral("Client id"), !clientId.isEmpty()}});
-        m_logger.error(QStringLiteral("Failed to initiate login. Url: %1: The request succeeded, but server didn't return the following "
-                                      "parameter(s): %2. Session dump: %3.").arg(shownUrl, missing, reply.dump()));
+        m_logger.error(
+            QStringLiteral(
+                "Failed to initiate login. Url: %1: The request succeeded, but server didn't return the following parameter(s): %2. Session dump: %3.")
+                .arg(shownUrl, missing, reply.dump()));
         return false;
     }
     if (secret.size() <= m_services.cipherBlockSize - paddingSize)
@@ -137,7 +145,8 @@ QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDo
     return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(m_services, QUrl(text), keys);
 }
 
-SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession& product, const WebServicesConfiguration& configuration) const {
+SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession& product,
+                                         const WebServicesConfiguration& configuration) const {
     const ProductLoginSession::RequestToken token = product.requestToken();
     SigningKeys keys = consumerKeys(configuration);
     keys.token = Util::SecretBytes(QByteArray(token.token.constData(), token.token.size()));
@@ -179,7 +188,8 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     return LoginCode::exchangeFailed;
 }
 
-bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply, const NetworkCookieJar* cookies) {
+bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
+                             const NetworkCookieJar* cookies) {
     const QDateTime now = m_services.now();
     ProductTokens tokens;
     if (!readTokenReply(reply, now, *m_services.cryptor, tokens))

@@ -26,8 +26,8 @@ struct InitiatedLogin {
 
 /// Signs a user in through the browser: the three-legged exchange of OAuth 1.0 (RFC 5849, section 2).
 ///
-/// Thread: any, under the login session lock. Owner: its user's stack. Errors: result codes and log lines; a failed step leaves the
-/// state as it was, but for the stored request token.
+/// Thread: any, under the login session lock. Owner: its user's stack. Errors: result codes and log lines; a failed step leaves
+/// the state as it was, but for the stored request token.
 class SignInFlow {
 public:
     explicit SignInFlow(SessionCore& core);
@@ -42,11 +42,14 @@ private:
     [[nodiscard]] QString checkReady(const QString& clientKey) const;
     [[nodiscard]] AccountReply exchange(const SigningKeys& keys, const QUrl& url) const;
     [[nodiscard]] bool checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const;
-    [[nodiscard]] bool takeRequestToken(const AccountReply& reply, const QUrl& url, ProductLoginSession::RequestToken& token) const;
+    [[nodiscard]] bool takeRequestToken(const AccountReply& reply, const QUrl& url,
+                                        ProductLoginSession::RequestToken& token) const;
     [[nodiscard]] QUrl authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const;
-    [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply, const NetworkCookieJar* cookies);
+    [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
+                                   const NetworkCookieJar* cookies);
     void forgetOtherUser(const ProductLoginSession& kept);
-    [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession& product, const WebServicesConfiguration& configuration) const;
+    [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession& product,
+                                               const WebServicesConfiguration& configuration) const;
 
     SessionCore& m_core;
     const SessionServices& m_services;

@@ -68,7 +68,8 @@ ProductSessionPointer SignOutFlow::productWithTokens() const {
 QNetworkReply::NetworkError SignOutFlow::invalidateToken() {
     const ProductSessionPointer product = productWithTokens();
     if (!product) {
-        m_logger.warning(QStringLiteral("Skipping logout in server. No product login session found with both config and access tokens."));
+        m_logger.warning(
+            QStringLiteral("Skipping logout in server. No product login session found with both config and access tokens."));
         return QNetworkReply::NoError;
     }
     const Util::SecretBytes handle = product->sessionHandle();
@@ -81,11 +82,12 @@ QNetworkReply::NetworkError SignOutFlow::invalidateToken() {
 
 QNetworkReply::NetworkError SignOutFlow::sendInvalidation(const ProductLoginSession& product, const Util::SecretBytes& handle) {
     m_logger.information(QStringLiteral("Starting logout in server using REST"));
-    const QUrl url(m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
+    const QUrl url(
+        m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
     SigningKeys keys;
     const AccountReply reply = product.signingKeys(keys).isEmpty()
-        ? exchangeSignedGet(m_core.services, url, keys, {{"oauth_session_handle", handle.view()}})
-        : AccountReply();
+                                   ? exchangeSignedGet(m_core.services, url, keys, {{"oauth_session_handle", handle.view()}})
+                                   : AccountReply();
     if (reply.reply().isNull)
         m_logger.error(QStringLiteral("Failed to logout in server for product %1. Reply is null. Url: %2")
                            .arg(product.displayName(), displayUrl(url)));

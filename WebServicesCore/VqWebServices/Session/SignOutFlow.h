@@ -28,7 +28,8 @@ public:
 
 private:
     [[nodiscard]] ProductSessionPointer productWithTokens() const;
-    [[nodiscard]] QNetworkReply::NetworkError sendInvalidation(const ProductLoginSession& product, const Util::SecretBytes& handle);
+    [[nodiscard]] QNetworkReply::NetworkError sendInvalidation(const ProductLoginSession& product,
+                                                               const Util::SecretBytes& handle);
 
     SessionCore& m_core;
     Log::ILogger& m_logger;

@@ -18,8 +18,9 @@ SigningKeys consumerKeys(const WebServicesConfiguration& configuration) {
 
 bool signGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
              const OAuth::Parameters& parameters) {
-    const QByteArray header = OAuth::VqOAuthWrapper(*services.oauthHost)
-                                  .CreateOauthParameterString({"GET", url, parameters}, keys.credentials(), OAuth::OutputForm::Header);
+    const QByteArray header =
+        OAuth::VqOAuthWrapper(*services.oauthHost)
+            .CreateOauthParameterString({"GET", url, parameters}, keys.credentials(), OAuth::OutputForm::Header);
     if (header.isEmpty())
         return false;
     request.setUrl(url);
@@ -28,8 +29,8 @@ bool signGet(const SessionServices& services, const QUrl& url, const SigningKeys
 }
 
 QUrl signUrl(const SessionServices& services, const QUrl& url, const SigningKeys& keys) {
-    const QByteArray parameters =
-        OAuth::VqOAuthWrapper(*services.oauthHost).CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
+    const QByteArray parameters = OAuth::VqOAuthWrapper(*services.oauthHost)
+                                      .CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
     return parameters.isEmpty() ? QUrl() : OAuth::withParameters(url, parameters);
 }
 

@@ -14,7 +14,7 @@ constexpr qint64 longestLifetime = 100LL * 366 * 86400;
 
 bool isUsableToken(const QByteArray& token) {
     return !token.isEmpty() && token.size() <= maximumTokenSize
-        && std::all_of(token.begin(), token.end(), [](char character) { return character > 0x20 && character < 0x7f; });
+           && std::all_of(token.begin(), token.end(), [](char character) { return character > 0x20 && character < 0x7f; });
 }
 
 QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
@@ -23,7 +23,8 @@ QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
     return valid && lifetime >= 0 && lifetime <= longestLifetime ? now.addSecs(lifetime) : QDateTime();
 }
 
-bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor, ProductTokens& tokens) {
+bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor,
+                    ProductTokens& tokens) {
     const QByteArray token = reply.value(QStringLiteral("oauth_token"));
     const QByteArray secret = reply.value(QStringLiteral("oauth_token_secret"));
     const QByteArray handle = reply.value(QStringLiteral("oauth_session_handle"));

@@ -19,7 +19,8 @@ namespace Velquor::WebServices {
 
 /// Reads and encrypts access token, secret and session handle with their expiry. False, with `tokens` unchanged, when one is
 /// missing, unusable or cannot be encrypted.
-[[nodiscard]] bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor, ProductTokens& tokens);
+[[nodiscard]] bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor,
+                                  ProductTokens& tokens);
 
 /// The names of those that are not present, joined by ", ".
 [[nodiscard]] QString missingNames(const QVector<QPair<QString, bool>>& presence);

@@ -81,8 +81,7 @@ bool setDamagedAside(const QString& path, Log::ILogger& logger) {
         logger.error(QStringLiteral("The user's key %1 cannot be read and cannot be set aside").arg(path));
         return false;
     }
-    logger.warning(QStringLiteral("The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; "
-                                  "the user needs to sign in again.").arg(aside));
+    logger.warning(QStringLiteral("The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; the user needs to sign in again.").arg(aside));
     return true;
 }
 
