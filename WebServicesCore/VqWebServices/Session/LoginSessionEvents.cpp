@@ -3,6 +3,7 @@
 #include "Session/LoginSession.h"
 
 #include "Session/LoginStateLoader.h"
+#include "Session/LoginStateNames.h"
 
 #include <QMutexLocker>
 #include <QSemaphore>
@@ -10,6 +11,8 @@
 #include <memory>
 
 namespace Velquor::WebServices {
+
+namespace Names = LoginStateNames;
 
 namespace {
 // A main thread that is busy for longer does not get its say: the user asked to be signed out.
@@ -45,7 +48,7 @@ void LoginSession::applyFile() {
     const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
     if (!content.isRead())
         return;
-    const QDomElement login = content.root().firstChildElement(QStringLiteral("LoginSession"));
+    const QDomElement login = content.root().firstChildElement(Names::loginSession);
     const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
     if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
         m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.")

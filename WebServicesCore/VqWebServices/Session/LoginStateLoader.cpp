@@ -1,37 +1,28 @@
 #include "Session/LoginStateLoader.h"
 
+#include "Session/LoginStateNames.h"
 #include "Session/LoginStateXml.h"
 
 namespace Velquor::WebServices {
 
-namespace {
-
-const auto settingsName = QStringLiteral("Settings");
-const auto loginName = QStringLiteral("LoginSession");
-const auto productsName = QStringLiteral("Products");
-const auto productName = QStringLiteral("Product");
-const auto serverAttribute = QStringLiteral("Server");
-const auto keyAttribute = QStringLiteral("ProductKey");
-
-} // namespace
+namespace Names = LoginStateNames;
 
 BasicLoginState readBasicState(const QDomElement& login) {
     BasicLoginState state;
-    state.clientId = LoginStateXml::secret(login, QStringLiteral("ClientId"));
-    state.ntUserName = LoginStateXml::secret(login, QStringLiteral("NTUserName"));
-    state.machineAddress = LoginStateXml::secret(login, QStringLiteral("MachineAddress"));
-    state.loginCookies =
-        LoginStateXml::secret(login.firstChildElement(QStringLiteral("Cookies")), QStringLiteral("LoginCookies"));
-    state.userName = login.attribute(QStringLiteral("UserName"));
-    state.userId = login.attribute(QStringLiteral("UserId"));
-    state.ldapDomainKey = login.attribute(QStringLiteral("LdapDomainKey"));
-    state.loginDate = LoginStateXml::date(login, QStringLiteral("LoginDate"));
-    state.sessionExpiryDate = LoginStateXml::date(login, QStringLiteral("SessionExpiryDate"));
+    state.clientId = LoginStateXml::secret(login, Names::clientId);
+    state.ntUserName = LoginStateXml::secret(login, Names::ntUserName);
+    state.machineAddress = LoginStateXml::secret(login, Names::machineAddress);
+    state.loginCookies = LoginStateXml::secret(login.firstChildElement(Names::cookies), Names::loginCookies);
+    state.userName = login.attribute(Names::userName);
+    state.userId = login.attribute(Names::userId);
+    state.ldapDomainKey = login.attribute(Names::ldapDomainKey);
+    state.loginDate = LoginStateXml::date(login, Names::loginDate);
+    state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
     return state;
 }
 
 QDateTime readLogoutDate(const QDomElement& root) {
-    return LoginStateXml::date(root.firstChildElement(settingsName), QStringLiteral("LogoutDate"));
+    return LoginStateXml::date(root.firstChildElement(Names::settings), Names::logoutDate);
 }
 
 LoginStateLoader::LoginStateLoader(SessionCore& core)
@@ -55,11 +46,11 @@ bool LoginStateLoader::loadBasic() {
         return false;
     }
     loadSettings(content.root(), true);
-    const QDomElement login = content.root().firstChildElement(loginName);
+    const QDomElement login = content.root().firstChildElement(Names::loginSession);
     BasicLoginState state = m_core.basic();
-    state.userName = login.attribute(QStringLiteral("UserName"));
-    state.userId = login.attribute(QStringLiteral("UserId"));
-    state.sessionExpiryDate = LoginStateXml::date(login, QStringLiteral("SessionExpiryDate"));
+    state.userName = login.attribute(Names::userName);
+    state.userId = login.attribute(Names::userId);
+    state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
     m_core.setBasic(state);
     m_logger.information(QStringLiteral("Loaded basic login state from file %1").arg(path));
     return true;
@@ -100,7 +91,7 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
 }
 
 void LoginStateLoader::loadSettings(const QDomElement& root, bool takeServer) {
-    const QDomElement settings = root.firstChildElement(settingsName);
+    const QDomElement settings = root.firstChildElement(Names::settings);
     if (settings.isNull()) {
         m_logger.warning(QStringLiteral("Settings node not found in login state file"));
         return;
@@ -114,12 +105,12 @@ void LoginStateLoader::loadSettings(const QDomElement& root, bool takeServer) {
 }
 
 QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
-    const QDomElement login = root.firstChildElement(loginName);
+    const QDomElement login = root.firstChildElement(Names::loginSession);
     if (login.isNull()) {
         m_logger.information(QStringLiteral("No login state found in login state file. LoginSession node not found."));
         return {};
     }
-    if (LoginStateXml::number(login, serverAttribute, NoServer) != m_core.currentServer()) {
+    if (LoginStateXml::number(login, Names::server, NoServer) != m_core.currentServer()) {
         m_logger.information(
             QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
         return {};
@@ -149,8 +140,8 @@ LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, B
 
 void LoginStateLoader::loadProducts(const QDomElement& login) {
     QStringList loadedNames;
-    QDomElement product = login.firstChildElement(productsName).firstChildElement(productName);
-    for (; !product.isNull(); product = product.nextSiblingElement(productName))
+    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
+    for (; !product.isNull(); product = product.nextSiblingElement(Names::product))
         loadProductNode(product, loadedNames);
     m_logger.information(m_core.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
                                                                : QStringLiteral("Login cookies found in login state file"));
@@ -160,7 +151,7 @@ void LoginStateLoader::loadProducts(const QDomElement& login) {
 }
 
 void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& loadedNames) {
-    const QString key = product.attribute(keyAttribute);
+    const QString key = product.attribute(Names::productKey);
     if (key.isEmpty()) {
         m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored"));
         return;
@@ -220,7 +211,7 @@ void LoginStateLoader::deleteInvalidProducts() {
 void LoginStateLoader::discard(QDomDocument document) {
     m_core.forgetUser();
     QDomElement root = document.documentElement();
-    root.removeChild(root.firstChildElement(loginName));
+    root.removeChild(root.firstChildElement(Names::loginSession));
     if (!m_core.file.write(document))
         m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_core.file.path()));
 }
@@ -233,9 +224,9 @@ bool LoginStateLoader::loadProduct(const QString& clientKey) {
     const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
     const QDomElement login = content.isRead() ? findLogin(content.root()) : QDomElement();
     const QString key = m_core.productKey(clientKey);
-    QDomElement product = login.firstChildElement(productsName).firstChildElement(productName);
-    while (!product.isNull() && (key.isEmpty() || product.attribute(keyAttribute) != key))
-        product = product.nextSiblingElement(productName);
+    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
+    while (!product.isNull() && (key.isEmpty() || product.attribute(Names::productKey) != key))
+        product = product.nextSiblingElement(Names::product);
     const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_core.configuredProduct(clientKey);
     if (session) {
         session->Load(product);

@@ -1,16 +1,17 @@
 #include "Session/LoginStateSaver.h"
 
 #include "Session/LoginStateLoader.h"
+#include "Session/LoginStateNames.h"
 #include "Session/LoginStateXml.h"
 #include "Values/LibraryVersion.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 namespace Velquor::WebServices {
 
+namespace Names = LoginStateNames;
+
 namespace {
 
-const auto loginName = QStringLiteral("LoginSession");
-const auto productName = QStringLiteral("Product");
 const auto suppressName = QStringLiteral("SuppressLoginReminder");
 const auto reminderName = QStringLiteral("LastLoginReminderDate");
 
@@ -57,7 +58,7 @@ bool LoginStateSaver::removeLogin(const QDateTime& logoutDate) {
     if (document.isNull())
         return false;
     QDomElement root = document.documentElement();
-    root.removeChild(root.firstChildElement(loginName));
+    root.removeChild(root.firstChildElement(Names::loginSession));
     writeHeader(root);
     const bool written = m_core.file.write(document);
     m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(m_core.file.path()));
@@ -67,12 +68,11 @@ bool LoginStateSaver::removeLogin(const QDateTime& logoutDate) {
 void LoginStateSaver::writeHeader(QDomElement& root) {
     root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
     root.setAttribute(QStringLiteral("LastSavedBy"), m_core.services.savedBy);
-    QDomElement settings = LoginStateXml::childOrNew(root, QStringLiteral("Settings"));
+    QDomElement settings = LoginStateXml::childOrNew(root, Names::settings);
     // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten.
-    const QDateTime inFile = LoginStateXml::date(settings, QStringLiteral("LogoutDate"));
+    const QDateTime inFile = LoginStateXml::date(settings, Names::logoutDate);
     const QDateTime mine = m_core.logoutDate();
-    LoginStateXml::setDate(settings, QStringLiteral("LogoutDate"),
-                           inFile.isValid() && (!mine.isValid() || inFile > mine) ? inFile : mine);
+    LoginStateXml::setDate(settings, Names::logoutDate, inFile.isValid() && (!mine.isValid() || inFile > mine) ? inFile : mine);
     settings.setAttribute(QStringLiteral("CurrentServer"), static_cast<int>(m_core.currentServer()));
     settings.setAttribute(reminderName, settings.attribute(reminderName));
     if (settings.attribute(suppressName).isEmpty())
@@ -80,7 +80,7 @@ void LoginStateSaver::writeHeader(QDomElement& root) {
 }
 
 bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
-    switch (compareSignIns(m_core.basic(), readBasicState(root.firstChildElement(loginName)), readLogoutDate(root))) {
+    switch (compareSignIns(m_core.basic(), readBasicState(root.firstChildElement(Names::loginSession)), readLogoutDate(root))) {
     case StateOrigin::SignedOutElsewhere:
         m_logger.warning(QStringLiteral("Not saving the login state of the user. The user was signed out by another process."));
         return false;
@@ -94,40 +94,39 @@ bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
 }
 
 QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
-    QDomElement login = LoginStateXml::childOrNew(root, loginName);
-    const QString otherUser = login.attribute(QStringLiteral("UserId"));
+    QDomElement login = LoginStateXml::childOrNew(root, Names::loginSession);
+    const QString otherUser = login.attribute(Names::userId);
     const bool isOtherUser = !otherUser.isEmpty() && otherUser != m_core.basic().userId;
-    const bool isOtherServer =
-        LoginStateXml::number(login, QStringLiteral("Server"), m_core.currentServer()) != m_core.currentServer();
+    const bool isOtherServer = LoginStateXml::number(login, Names::server, m_core.currentServer()) != m_core.currentServer();
     if (isOtherUser || isOtherServer) {
         // Tokens of one user must never stand under the name of another.
         root.removeChild(login);
-        login = LoginStateXml::childOrNew(root, loginName);
+        login = LoginStateXml::childOrNew(root, Names::loginSession);
     }
     return login;
 }
 
 void LoginStateSaver::writeUser(QDomElement& login) {
     const BasicLoginState state = m_core.basic();
-    login.setAttribute(QStringLiteral("Server"), static_cast<int>(m_core.currentServer()));
-    login.setAttribute(QStringLiteral("UserName"), state.userName);
-    login.setAttribute(QStringLiteral("UserId"), state.userId);
-    login.setAttribute(QStringLiteral("LdapDomainKey"), state.ldapDomainKey);
-    LoginStateXml::setDate(login, QStringLiteral("SessionExpiryDate"), state.sessionExpiryDate);
-    LoginStateXml::setDate(login, QStringLiteral("LoginDate"), state.loginDate);
-    LoginStateXml::setSecret(login, QStringLiteral("ClientId"), state.clientId);
-    LoginStateXml::setSecret(login, QStringLiteral("NTUserName"), state.ntUserName);
-    LoginStateXml::setSecret(login, QStringLiteral("MachineAddress"), state.machineAddress);
-    QDomElement cookies = LoginStateXml::childOrNew(login, QStringLiteral("Cookies"));
-    LoginStateXml::setSecret(cookies, QStringLiteral("LoginCookies"), state.loginCookies);
+    login.setAttribute(Names::server, static_cast<int>(m_core.currentServer()));
+    login.setAttribute(Names::userName, state.userName);
+    login.setAttribute(Names::userId, state.userId);
+    login.setAttribute(Names::ldapDomainKey, state.ldapDomainKey);
+    LoginStateXml::setDate(login, Names::sessionExpiryDate, state.sessionExpiryDate);
+    LoginStateXml::setDate(login, Names::loginDate, state.loginDate);
+    LoginStateXml::setSecret(login, Names::clientId, state.clientId);
+    LoginStateXml::setSecret(login, Names::ntUserName, state.ntUserName);
+    LoginStateXml::setSecret(login, Names::machineAddress, state.machineAddress);
+    QDomElement cookies = LoginStateXml::childOrNew(login, Names::cookies);
+    LoginStateXml::setSecret(cookies, Names::loginCookies, state.loginCookies);
 }
 
 void LoginStateSaver::mergeProducts(QDomElement& login, bool isSameSignIn) {
-    QDomElement products = LoginStateXml::childOrNew(login, QStringLiteral("Products"));
+    QDomElement products = LoginStateXml::childOrNew(login, Names::products);
     QMap<QString, QDomElement> existing;
-    for (QDomElement element = products.firstChildElement(productName); !element.isNull();
-         element = element.nextSiblingElement(productName)) {
-        const QString key = element.attribute(QStringLiteral("ProductKey"));
+    for (QDomElement element = products.firstChildElement(Names::product); !element.isNull();
+         element = element.nextSiblingElement(Names::product)) {
+        const QString key = element.attribute(Names::productKey);
         existing.insert(key, element);
         if (!m_core.products.find(key, m_core.currentServer()))
             m_logger.information(QStringLiteral("Found new product %1 in login state file while saving. Preserving it.")
@@ -137,10 +136,10 @@ void LoginStateSaver::mergeProducts(QDomElement& login, bool isSameSignIn) {
     for (const ProductSessionPointer& session : sessions) {
         const QDomElement earlier = existing.value(session->productKey());
         // A product that was only read here belongs to another process, and so do later tokens of the same sign-in.
-        const bool isLater = LoginStateXml::date(earlier, QStringLiteral("TokenExpiryDate")) > session->tokens().expiryDate;
+        const bool isLater = LoginStateXml::date(earlier, Names::tokenExpiryDate) > session->tokens().expiryDate;
         if (!earlier.isNull() && (!session->configuration() || (isSameSignIn && isLater)))
             continue;
-        QDomElement element = products.ownerDocument().createElement(productName);
+        QDomElement element = products.ownerDocument().createElement(Names::product);
         if (!session->Save(element))
             continue;
         if (earlier.isNull())

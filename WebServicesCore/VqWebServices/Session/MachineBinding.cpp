@@ -9,16 +9,14 @@ namespace Velquor::WebServices {
 
 namespace {
 
-// What PKCS #1 v1.5 padding leaves of a block; kept as the limit of the text, whatever padding is used.
-constexpr int paddingSize = 11;
 // A blank address cannot be encrypted, so a machine without adapters is written as the separator alone.
 const auto blankAddress = QStringLiteral("|");
 
 } // namespace
 
-MachineBinding::MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int cipherBlockSize, std::shared_ptr<Log::ILogger> logger)
+MachineBinding::MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maximumSize, std::shared_ptr<Log::ILogger> logger)
     : m_cryptor(std::move(cryptor))
-    , m_cipherBlockSize(cipherBlockSize)
+    , m_maximumSize(maximumSize)
     , m_logger(std::move(logger)) {}
 
 void MachineBinding::bind(BasicLoginState& state) const {
@@ -26,7 +24,7 @@ void MachineBinding::bind(BasicLoginState& state) const {
     const QStringList addresses = Util::adapterAddresses();
     if (addresses.isEmpty())
         m_logger->warning(QStringLiteral("No adapters found. Machine address is assumed to be blank."));
-    const QString address = joinedMachineAddress(addresses, m_cipherBlockSize - paddingSize);
+    const QString address = joinedMachineAddress(addresses, m_maximumSize);
     state.machineAddress = m_cryptor->encrypt(address.isEmpty() ? blankAddress.toUtf8() : address.toUtf8());
 }
 

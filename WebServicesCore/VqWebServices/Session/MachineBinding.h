@@ -14,7 +14,8 @@ namespace Velquor::WebServices {
 /// Thread: any. Owner: its user's stack. Errors: log lines.
 class MachineBinding {
 public:
-    MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int cipherBlockSize, std::shared_ptr<Log::ILogger> logger);
+    /// `maximumSize` bounds the text of the machine address, in bytes.
+    MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maximumSize, std::shared_ptr<Log::ILogger> logger);
 
     /// Writes the encrypted user name and machine address into the state.
     void bind(BasicLoginState& state) const;
@@ -27,7 +28,7 @@ private:
     [[nodiscard]] bool checkMachine(const QByteArray& encryptedAddress) const;
 
     const std::shared_ptr<Util::ICryptor> m_cryptor;
-    const int m_cipherBlockSize;
+    const int m_maximumSize;
     const std::shared_ptr<Log::ILogger> m_logger;
 };
 

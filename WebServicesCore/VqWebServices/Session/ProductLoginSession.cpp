@@ -1,5 +1,6 @@
 #include "Session/ProductLoginSession.h"
 
+#include "Session/LoginStateNames.h"
 #include "Session/LoginStateXml.h"
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -7,6 +8,8 @@
 #include <utility>
 
 namespace Velquor::WebServices {
+
+namespace Names = LoginStateNames;
 
 namespace {
 
@@ -97,7 +100,7 @@ void ProductLoginSession::Load(const QDomElement& product) {
     tokens.accessToken = LoginStateXml::secret(product, QStringLiteral("AccessToken"));
     tokens.accessTokenSecret = LoginStateXml::secret(product, QStringLiteral("AccessTokenSecret"));
     tokens.sessionHandle = LoginStateXml::secret(product, QStringLiteral("SessionHandle"));
-    tokens.expiryDate = LoginStateXml::date(product, QStringLiteral("TokenExpiryDate"));
+    tokens.expiryDate = LoginStateXml::date(product, Names::tokenExpiryDate);
     const QMutexLocker lock(&m_mutex);
     m_tokens = tokens;
     if (m_name.isEmpty())
@@ -121,9 +124,9 @@ bool ProductLoginSession::Save(QDomElement& product) const {
     product.setAttribute(QStringLiteral("Name"), m_name);
     product.setAttribute(QStringLiteral("ExeName"), m_exeName);
     product.setAttribute(QStringLiteral("SerialNumber"), WebServicesConfigurationImp::of(*m_configuration).serialNumber);
-    product.setAttribute(QStringLiteral("Server"), static_cast<int>(m_server));
-    product.setAttribute(QStringLiteral("ProductKey"), m_productKey);
-    LoginStateXml::setDate(product, QStringLiteral("TokenExpiryDate"), m_tokens.expiryDate);
+    product.setAttribute(Names::server, static_cast<int>(m_server));
+    product.setAttribute(Names::productKey, m_productKey);
+    LoginStateXml::setDate(product, Names::tokenExpiryDate, m_tokens.expiryDate);
     LoginStateXml::setSecret(product, QStringLiteral("AccessToken"), m_tokens.accessToken);
     LoginStateXml::setSecret(product, QStringLiteral("AccessTokenSecret"), m_tokens.accessTokenSecret);
     LoginStateXml::setSecret(product, QStringLiteral("SessionHandle"), m_tokens.sessionHandle);

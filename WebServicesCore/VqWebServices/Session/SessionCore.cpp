@@ -10,7 +10,7 @@ SessionCore::SessionCore(const SessionServices& services)
     , file(services.loginStateFile, services.logger)
     , clients(services.logger)
     , products(services)
-    , binding(services.cryptor, services.cipherBlockSize, services.logger) {}
+    , binding(services.cryptor, services.maximumBlockText(), services.logger) {}
 
 BasicLoginState SessionCore::basic() const {
     const QMutexLocker locker(&m_mutex);

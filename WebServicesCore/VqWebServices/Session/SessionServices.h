@@ -16,6 +16,8 @@ struct SessionServices {
     std::shared_ptr<Util::ICryptor> cryptor;
     /// The block size of the cryptor's RSA key in bytes, which bounds the texts that are encrypted as one block.
     int cipherBlockSize = 0;
+    /// The longest text that is encrypted as one block: what PKCS #1 v1.5 padding would leave, whatever padding is used.
+    [[nodiscard]] int maximumBlockText() const { return cipherBlockSize - 11; }
     std::shared_ptr<OAuth::IVqOAuthHost> oauthHost;
     UrlStore* urls = nullptr;
     std::shared_ptr<Log::ILogger> logger;        ///< "VqWebServices.Session"

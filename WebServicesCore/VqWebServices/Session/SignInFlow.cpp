@@ -12,7 +12,6 @@ namespace Velquor::WebServices {
 namespace {
 
 const auto accountServer = QStringLiteral("AccountServerUrl");
-constexpr int paddingSize = 11;
 
 } // namespace
 
@@ -129,7 +128,7 @@ bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, Pr
                 .arg(shownUrl, missing, reply.dump()));
         return false;
     }
-    if (secret.size() <= m_services.cipherBlockSize - paddingSize)
+    if (secret.size() <= m_services.maximumBlockText())
         token.encryptedSecret = m_services.cryptor->encrypt(secret.view());
     token.encryptedClientId = m_services.cryptor->encrypt(clientId.view());
     return true;

@@ -17,7 +17,7 @@ public:
 
     /// The JSON form; the token is written encrypted only. Empty when it could not be encrypted.
     [[nodiscard]] QJsonObject toJson(Util::ICryptor& cryptor) const;
-    /// False, leaving this token unchanged, when the spec is missing or the token cannot be decrypted.
+    /// False, leaving this token unchanged, when the token spec is missing or the token cannot be decrypted.
     [[nodiscard]] bool fromJson(const QJsonObject& json, Util::ICryptor& cryptor);
 
     std::wstring token;

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::WebServices::LoginStateNames {
+
+/// The names of the login state file that more than one class reads or writes.
+inline const auto settings = QStringLiteral("Settings");
+inline const auto logoutDate = QStringLiteral("LogoutDate");
+inline const auto loginSession = QStringLiteral("LoginSession");
+inline const auto products = QStringLiteral("Products");
+inline const auto product = QStringLiteral("Product");
+inline const auto productKey = QStringLiteral("ProductKey");
+inline const auto tokenExpiryDate = QStringLiteral("TokenExpiryDate");
+inline const auto server = QStringLiteral("Server");
+inline const auto userId = QStringLiteral("UserId");
+inline const auto userName = QStringLiteral("UserName");
+inline const auto ldapDomainKey = QStringLiteral("LdapDomainKey");
+inline const auto sessionExpiryDate = QStringLiteral("SessionExpiryDate");
+inline const auto loginDate = QStringLiteral("LoginDate");
+inline const auto clientId = QStringLiteral("ClientId");
+inline const auto ntUserName = QStringLiteral("NTUserName");
+inline const auto machineAddress = QStringLiteral("MachineAddress");
+inline const auto cookies = QStringLiteral("Cookies");
+inline const auto loginCookies = QStringLiteral("LoginCookies");
+
+} // namespace Velquor::WebServices::LoginStateNames
