@@ -231,16 +231,18 @@ void NetworkOperationTest::faults() {
 }
 
 void NetworkOperationTest::shortBodyOnAnOpenConnection() {
-    const QByteArray whole = answer("200 OK", "hello");
-    m_server.setScript(Page, {whole, 0, 0, 20, true, whole.size() - 1});
-    m_server.setScript(QStringLiteral("/short"), {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata", 0, 0, 0, false});
+    // The first answer leaves the connection open; the server closes it a moment after the short one.
+    const QByteArray cut = "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata";
+    m_server.setScript(Page, {answer("200 OK", "hello"), 0, 0, 0, false});
+    m_server.setScript(QStringLiteral("/short"), {cut, 0, 0, 20, true, cut.size() - 1});
     // The framework recognises the cut in most rounds only.
     for (int round = 0; round < 10; ++round) {
         NetworkOperation operation(nullptr, m_logger);
         operation.Send(request(), get(), nullptr, 5000, true);
         QCOMPARE(operation.result(), OperationResult::Success);
-        operation.Send(request(QStringLiteral("/short")), get(), nullptr, 5000, true);
-        QCOMPARE(operation.result(), OperationResult::Failure);
+        operation.Send(request(QStringLiteral("/short")), get(), nullptr, 1000, true);
+        // A failure on the old connection; a time-out when the framework saw its end first and opened a new one.
+        QVERIFY(operation.result() == OperationResult::Failure || operation.result() == OperationResult::Canceled);
     }
 }
 
