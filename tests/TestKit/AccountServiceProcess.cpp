@@ -1,5 +1,6 @@
 #include "TestKit/AccountServiceProcess.h"
 
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QJsonArray>
@@ -31,24 +32,15 @@ void trust(const QString& authorityFile) {
 
 } // namespace
 
-AccountServiceProcess::~AccountServiceProcess() {
-    m_process.closeWriteChannel();
-    m_process.terminate();
-    if (!m_process.waitForFinished(timeoutMs))
-        m_process.kill();
-}
-
 bool AccountServiceProcess::start(const QStringList& options) {
     const QString program = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/dev/account-service/account-service");
-    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process.start(program, QStringList{QStringLiteral("--out"), folder(), QStringLiteral("--exit-with-parent")} + options);
-    if (!m_process.waitForStarted(timeoutMs))
+    const QStringList arguments{QStringLiteral("--out"), OutsideProgram::pathFor(folder()), QStringLiteral("--exit-with-parent")};
+    if (!m_program.start(program, arguments + options))
         return false;
-    while (!m_process.canReadLine()) {
-        if (!m_process.waitForReadyRead(timeoutMs))
-            return false;
-    }
-    m_info = QJsonDocument::fromJson(contents(folder() + QStringLiteral("/service.json"))).object();
+    // The file is moved into place when the service is ready.
+    const QDeadlineTimer deadline(timeoutMs);
+    while (m_info.isEmpty() && !deadline.hasExpired() && !m_program.waitForFinished(20))
+        m_info = QJsonDocument::fromJson(contents(folder() + QStringLiteral("/service.json"))).object();
     m_token = contents(m_info.value(QStringLiteral("control_token_file")).toString()).trimmed();
     trust(authorityFile());
     return !url().isEmpty() && !m_token.isEmpty();

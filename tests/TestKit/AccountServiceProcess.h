@@ -1,8 +1,9 @@
 #pragma once
 
+#include "TestKit/Platform/OutsideProgram.h"
+
 #include <QJsonObject>
 #include <QJsonValue>
-#include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -13,8 +14,6 @@ namespace Velquor::TestKit {
 /// Thread: the test's. Owner: the test. `start` fails the way of a bool; the other operations give empty values.
 class AccountServiceProcess {
 public:
-    AccountServiceProcess() = default;
-    ~AccountServiceProcess();
 
     /// Starts the service and makes Qt trust its certificate authority.
     bool start(const QStringList& options = {});
@@ -39,7 +38,7 @@ public:
 
 private:
     QTemporaryDir m_folder;
-    QProcess m_process;
+    OutsideProgram m_program;
     QJsonObject m_info;
     QByteArray m_token;
 };

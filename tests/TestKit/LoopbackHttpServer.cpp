@@ -1,13 +1,11 @@
 #include "TestKit/LoopbackHttpServer.h"
 
 #include "TestKit/LoopbackListener.h"
+#include "TestKit/SelfSignedCertificate.h"
 
 #include <QDeadlineTimer>
-#include <QFile>
 #include <QMutexLocker>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTimer>
 
 namespace Velquor::TestKit {
@@ -64,23 +62,9 @@ QSslCertificate LoopbackHttpServer::certificate() const {
 }
 
 void LoopbackListener::makeCertificate() {
-    const QTemporaryDir folder;
-    QProcess openssl;
-    openssl.start(QStringLiteral("openssl"),
-                  {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"), QStringLiteral("ec"),
-                   QStringLiteral("-pkeyopt"), QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes"),
-                   QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-subj"),
-                   QStringLiteral("/CN=127.0.0.1"), QStringLiteral("-addext"),
-                   QStringLiteral("subjectAltName=IP:127.0.0.1"), QStringLiteral("-keyout"),
-                   folder.filePath(QStringLiteral("key.pem")), QStringLiteral("-out"),
-                   folder.filePath(QStringLiteral("certificate.pem"))});
-    openssl.waitForFinished(10000);
-    QFile certificate(folder.filePath(QStringLiteral("certificate.pem")));
-    QFile key(folder.filePath(QStringLiteral("key.pem")));
-    if (certificate.open(QIODevice::ReadOnly) && key.open(QIODevice::ReadOnly)) {
-        m_certificate = QSslCertificate(&certificate);
-        m_key = QSslKey(&key, QSsl::Ec);
-    }
+    const SelfSignedCertificate made = makeSelfSignedCertificate();
+    m_certificate = made.certificate;
+    m_key = made.key;
 }
 
 void LoopbackListener::setScript(const QString& path, const Script& script) {

@@ -1,3 +1,4 @@
+#include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/Crypto/AeadCipher.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
@@ -168,8 +169,7 @@ void CryptorTest::foreignTexts() {
 }
 
 void CryptorTest::anotherKey() {
-    const QTemporaryDir folder;
-    UserCryptor other(openUserRsaCryptor(folder.path(), m_logger), m_logger);
+    UserCryptor other(TestKit::openAnotherUserKey(m_logger), m_logger);
     for (const int size : {20, 2000}) {
         const QByteArray theirs = other.encrypt(QByteArray(size, 's'));
         QVERIFY(!theirs.isEmpty());
@@ -178,6 +178,8 @@ void CryptorTest::anotherKey() {
 }
 
 void CryptorTest::withoutKey() {
+    if (!TestKit::userKeysAreFiles())
+        QSKIP("The user's key does not lie in a folder here");
     QVERIFY(QFile(m_folder.filePath(QStringLiteral("file"))).open(QIODevice::WriteOnly));
     m_logger->clear();
     UserCryptor cryptor(openUserRsaCryptor(m_folder.filePath(QStringLiteral("file/below")), m_logger), m_logger);

@@ -1,9 +1,9 @@
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
+#include "TestKit/Platform/OutsideProgram.h"
 #include "signing/RandomRequests.h"
 
 #include <QJsonDocument>
-#include <QProcess>
 #include <QTemporaryFile>
 #include <QtTest>
 #include <cstdio>
@@ -37,12 +37,11 @@ void RandomSigningTest::agreesWithOthers() {
         file.write(QJsonDocument(requests.next()).toJson(QJsonDocument::Compact) + '\n');
     file.close();
 
-    QProcess check;
-    check.setProcessChannelMode(QProcess::MergedChannels);
-    check.start(python, {script, file.fileName()});
+    TestKit::OutsideProgram check;
+    QVERIFY(check.start(python, {check.pathFor(script), check.pathFor(file.fileName())}));
     QVERIFY(check.waitForFinished(60000));
-    const QByteArray said = check.readAll();
-    if (check.exitStatus() != QProcess::NormalExit || check.exitCode() != 0)
+    const QByteArray said = check.output();
+    if (check.exitCode() != 0)
         std::fputs(said.constData(), stderr); // longer than a message of a test may be
     QCOMPARE(said.trimmed(), QByteArray("10000 requests, 0 differences"));
 }

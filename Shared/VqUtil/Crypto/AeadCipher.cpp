@@ -1,5 +1,7 @@
 #include "VqUtil/Crypto/AeadCipher.h"
 
+#include "VqUtil/General/PerThread.h"
+
 #include <memory>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -9,12 +11,14 @@ namespace Velquor::Util::AeadCipher {
 
 namespace {
 
-using Context = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
+struct Context {
+    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context{EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free};
+};
 
 // One context for each thread: setting up a fresh one costs more than a short text takes to encrypt.
 EVP_CIPHER_CTX* threadContext() {
-    thread_local const Context context(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
-    return context.get();
+    static auto* const contexts = new PerThread<Context>;
+    return contexts->get().context.get();
 }
 
 const unsigned char* bytes(const char* data) { return reinterpret_cast<const unsigned char*>(data); }

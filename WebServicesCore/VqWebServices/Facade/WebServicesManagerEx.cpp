@@ -8,6 +8,7 @@
 #include "Values/NetworkCookieImp.h"
 #include "Values/WebServicesConfigurationImp.h"
 
+#include "VqUtil/General/PerThread.h"
 #include "VqUtil/Platform/HostProcess.h"
 
 #include <QCoreApplication>
@@ -49,7 +50,8 @@ bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebS
 const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QString& clientKey) {
     static const auto empty = std::make_shared<const WebServicesConfiguration>();
     // Kept for this thread, so that the reference outlives a change of the configuration on another one.
-    thread_local ConfigurationPointer returned;
+    static auto* const kept = new Util::PerThread<ConfigurationPointer>;
+    ConfigurationPointer& returned = kept->get();
     returned = withSession("GetConfiguration", ConfigurationPointer(),
                            [&](LoginSession& session) { return session.configuration(clientKey); });
     if (!returned)

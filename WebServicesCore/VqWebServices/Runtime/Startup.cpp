@@ -48,7 +48,7 @@ bool findLogConfiguration() {
 
 void checkSsl() {
     if (QSslSocket::supportsSsl() && !QSslConfiguration::defaultConfiguration().isNull()) {
-        const QString path = Util::modulePathOf(reinterpret_cast<const void*>(&OpenSSL_version_num));
+        const QString path = Util::modulePathOf(OpenSSL_version(OPENSSL_VERSION));
         logger().information(QStringLiteral("%1 loaded: %2").arg(QFileInfo(path).fileName(), path));
         logger().information(QStringLiteral("Ssl initialized successfully"));
         return;

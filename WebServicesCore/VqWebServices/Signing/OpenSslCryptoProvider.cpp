@@ -1,5 +1,7 @@
 #include "Signing/OpenSslCryptoProvider.h"
 
+#include "VqUtil/General/PerThread.h"
+
 #include <memory>
 #include <openssl/core_names.h>
 #include <openssl/evp.h>
@@ -24,20 +26,29 @@ Context newContext() {
     return context;
 }
 
+struct ThreadContext {
+    const Context context = newContext();
+};
+
+EVP_MAC_CTX* threadContext() {
+    static auto* const contexts = new Util::PerThread<ThreadContext>;
+    return contexts->get().context.get();
+}
+
 const unsigned char* bytes(const QByteArray& data) { return reinterpret_cast<const unsigned char*>(data.constData()); }
 
 } // namespace
 
 int OpenSslCryptoProvider::hmacSha1(const QByteArray& key, const QByteArray& data, unsigned char* output, int* outputLength) {
-    thread_local const Context context = newContext();
+    EVP_MAC_CTX* const context = threadContext();
     const int room = *outputLength;
     *outputLength = 0;
     if (!context || room < digestSize)
         return 0;
     size_t written = 0;
-    const bool done = EVP_MAC_init(context.get(), bytes(key), static_cast<size_t>(key.size()), nullptr) == 1
-        && EVP_MAC_update(context.get(), bytes(data), static_cast<size_t>(data.size())) == 1
-        && EVP_MAC_final(context.get(), output, &written, static_cast<size_t>(room)) == 1;
+    const bool done = EVP_MAC_init(context, bytes(key), static_cast<size_t>(key.size()), nullptr) == 1
+        && EVP_MAC_update(context, bytes(data), static_cast<size_t>(data.size())) == 1
+        && EVP_MAC_final(context, output, &written, static_cast<size_t>(room)) == 1;
     if (!done)
         return 0;
     *outputLength = static_cast<int>(written);

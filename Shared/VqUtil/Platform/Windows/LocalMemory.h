@@ -1,0 +1,17 @@
+#pragma once
+
+#include "VqUtil/Platform/Windows/WindowsApi.h"
+
+#include <memory>
+
+namespace Velquor::Util {
+
+/// Frees memory that the system handed out with `LocalAlloc`.
+struct LocalMemoryDeleter {
+    void operator()(void* memory) const { ::LocalFree(memory); }
+};
+
+template <typename T>
+using LocalMemory = std::unique_ptr<T, LocalMemoryDeleter>;
+
+} // namespace Velquor::Util

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/Crypto/IRsaCryptor.h"
+
+#include <QString>
+#include <memory>
+
+/// In what the systems differ, as far as tests must know. Thread: the test's.
+namespace Velquor::TestKit {
+
+/// Nobody but the user has any right to the file or folder.
+[[nodiscard]] bool isOwnerOnly(const QString& path);
+
+/// A file that somebody holds open can be replaced, and one that is being replaced can be opened.
+[[nodiscard]] bool openFilesCanBeReplaced();
+
+/// The guard of a process is a file in the data folder, so that it cannot be taken without the folder.
+[[nodiscard]] bool guardsAreFiles();
+
+/// The user's key is a file in the data folder, so that each folder has a key of its own.
+[[nodiscard]] bool userKeysAreFiles();
+
+/// Removes the user's key where the user has one only, as the loss of a profile does.
+void forgetUserKey();
+
+/// A key that is not the one opened before. Where the user has one key only, it takes that one's place.
+[[nodiscard]] std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger);
+
+} // namespace Velquor::TestKit
