@@ -111,6 +111,16 @@ private slots:
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to complete login. Product login session not found.")));
     }
 
+    void theServerBeforeTheRestoreIsTheFilesOrTheOneChosen() {
+        m_fixture->writeFile("<WebServices><Settings CurrentServer=\"2\"/></WebServices>");
+        QCOMPARE(m_session->currentServer(), Development);
+        QVERIFY(m_session->ChangeServer(key, Staging, false));
+        QCOMPARE(m_session->currentServer(), Staging);
+        const auto other = m_fixture->makeSession();
+        QVERIFY(other->ChangeServer(key, Staging, false));
+        QCOMPARE(other->currentServer(), Staging);
+    }
+
     void requestTokenFaults_data() {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QJsonObject>("details");

@@ -10,6 +10,7 @@
 
 #include <QMutexLocker>
 #include <QThread>
+#include <utility>
 
 namespace Velquor::WebServices {
 
@@ -91,6 +92,8 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
 
 bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool persist) {
     if (!m_core.isRestored() && !persist) {
+        const QMutexLocker lock(&m_core.lock);
+        m_isBasicLoaded = true;
         m_core.setCurrentServer(server);
         return true;
     }
@@ -122,11 +125,16 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
     return true;
 }
 
-Server LoginSession::currentServer() {
-    if (!m_core.isRestored()) {
-        const QMutexLocker lock(&m_core.lock);
+void LoginSession::loadBasicOnce() {
+    if (m_core.isRestored())
+        return;
+    const QMutexLocker lock(&m_core.lock);
+    if (!std::exchange(m_isBasicLoaded, true))
         LoginStateLoader(m_core).loadBasic();
-    }
+}
+
+Server LoginSession::currentServer() {
+    loadBasicOnce();
     return m_core.currentServer();
 }
 
@@ -257,10 +265,7 @@ bool LoginSession::isLoginExpired() {
 }
 
 BasicLoginState LoginSession::basicState() {
-    if (!m_core.isRestored()) {
-        const QMutexLocker lock(&m_core.lock);
-        LoginStateLoader(m_core).loadBasic();
-    }
+    loadBasicOnce();
     catchUp();
     return m_core.basic();
 }

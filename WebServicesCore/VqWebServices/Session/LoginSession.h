@@ -76,11 +76,14 @@ private:
     /// Takes over what another process has written to the file since it was last seen, and tells the observers.
     void catchUp();
     void applyFile();
+    /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
+    void loadBasicOnce();
     void RaiseEvent(Event event, const QString& consumerKey);
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
     [[nodiscard]] bool isCompanionLoaded() const;
 
     SessionCore m_core;
+    bool m_isBasicLoaded = false; ///< Under the login session lock.
     EventDispatcher m_dispatcher;
     Log::ILogger& m_logger;
 };
