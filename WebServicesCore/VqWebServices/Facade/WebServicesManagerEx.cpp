@@ -61,7 +61,7 @@ const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QSt
 
 bool WebServicesManagerEx::SetServer(const QString& clientKey, Server server) {
     return withSession("SetServer", false, [&](LoginSession& session) {
-        return session.isClient(clientKey) && UrlStore::instance().canUse(server)
+        return session.requireClient(clientKey) && UrlStore::instance().canUse(server)
                && session.ChangeServer(clientKey, server, true);
     });
 }
@@ -79,24 +79,25 @@ int WebServicesManagerEx::GetCachePath(const QString& clientKey, wchar_t* buffer
 int WebServicesManagerEx::GetLoginUserName(const QString& clientKey, wchar_t* buffer, int size) {
     return withSession("GetLoginUserName", 0, [&](LoginSession& session) {
         const QString name = session.basicState().userName;
-        return copyText(session.isClient(clientKey) && session.isLoggedIn(QString()) ? name : QString(), buffer, size);
+        return copyText(session.requireClient(clientKey) && session.isLoggedIn(QString()) ? name : QString(), buffer, size);
     });
 }
 
 bool WebServicesManagerEx::IsLoggedIn(const QString& clientKey) {
     return withSession("IsLoggedIn", false,
-                       [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoggedIn(clientKey); });
+                       [&](LoginSession& session) { return session.requireClient(clientKey) && session.isLoggedIn(clientKey); });
 }
 
 bool WebServicesManagerEx::IsLoginValid(const QString& clientKey) {
-    return withSession("IsLoginValid", false,
-                       [&](LoginSession& session) { return session.isClient(clientKey) && session.isLoginValid(clientKey); });
+    return withSession("IsLoginValid", false, [&](LoginSession& session) {
+        return session.requireClient(clientKey) && session.isLoginValid(clientKey);
+    });
 }
 
 int WebServicesManagerEx::GetLoginCookie(const QString& clientKey, unsigned char*& cookie) {
     cookie = nullptr;
     return withSession("GetLoginCookie", 0, [&](LoginSession& session) {
-        const QByteArray header = session.isClient(clientKey) ? cookieHeader(session.loginCookies()) : QByteArray();
+        const QByteArray header = session.requireClient(clientKey) ? cookieHeader(session.loginCookies()) : QByteArray();
         if (header.isEmpty())
             return 0;
         cookie = new unsigned char[static_cast<size_t>(header.size())];
@@ -107,7 +108,7 @@ int WebServicesManagerEx::GetLoginCookie(const QString& clientKey, unsigned char
 
 bool WebServicesManagerEx::RestoreLogin(const QString& clientKey) {
     return withSession("RestoreLogin", false, [&](LoginSession& session) {
-        return session.isClient(clientKey) && session.RestoreLogin(clientKey, false);
+        return session.requireClient(clientKey) && session.RestoreLogin(clientKey, false);
     });
 }
 
@@ -161,7 +162,7 @@ bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url
     url[0] = 0;
     return withSession("InitiateLogout", false, [&](LoginSession& session) {
         QString text;
-        if (!session.isClient(clientKey) || !session.InitiateLogout(clientKey, text, cookies))
+        if (!session.requireClient(clientKey) || !session.InitiateLogout(clientKey, text, cookies))
             return false;
         copyText(text, url, size);
         return true;
@@ -169,14 +170,15 @@ bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url
 }
 
 bool WebServicesManagerEx::CompleteLogout(const QString& clientKey) {
-    return withSession("CompleteLogout", false,
-                       [&](LoginSession& session) { return session.isClient(clientKey) && session.CompleteLogout(clientKey); });
+    return withSession("CompleteLogout", false, [&](LoginSession& session) {
+        return session.requireClient(clientKey) && session.CompleteLogout(clientKey);
+    });
 }
 
 bool WebServicesManagerEx::Logout(const QString& clientKey) {
     return withSession("Logout", false, [&](LoginSession& session) {
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
-        return session.isClient(clientKey) && session.Logout(clientKey, error, false);
+        return session.requireClient(clientKey) && session.Logout(clientKey, error, false);
     });
 }
 

@@ -49,6 +49,13 @@ bool LoginSession::RemoveClient(const QString& clientKey) {
     return true;
 }
 
+bool LoginSession::requireClient(const QString& clientKey) const {
+    const bool isKnown = isClient(clientKey);
+    if (!isKnown)
+        m_logger.error(QStringLiteral("Client info not found for client key %1.").arg(clientKey));
+    return isKnown;
+}
+
 ConfigurationPointer LoginSession::configuration(const QString& clientKey) const {
     return m_core.clients.configuration(clientKey, m_core.currentServer());
 }

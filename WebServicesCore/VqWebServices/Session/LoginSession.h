@@ -63,6 +63,8 @@ public:
     [[nodiscard]] NetworkCookieJar loginCookies();
     [[nodiscard]] QString ldapDomainKey() const { return m_core.ldapDomainKey(); }
     [[nodiscard]] bool isClient(const QString& clientKey) const { return m_core.clients.contains(clientKey); }
+    /// The same for an operation that fails without the client: one log line says so.
+    [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
     [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
 
