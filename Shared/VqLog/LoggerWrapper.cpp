@@ -46,6 +46,11 @@ std::shared_ptr<ILogger> makeLogger(const QString& name, const QString& prefix) 
     return std::make_shared<LoggerWrapper>(name, prefix);
 }
 
+ILogger& rootLogger() {
+    static auto* const logger = new LoggerWrapper(QStringLiteral("VqWebServices"));
+    return *logger;
+}
+
 QString singleLine(const QString& text) {
     QString line;
     line.reserve(text.size());

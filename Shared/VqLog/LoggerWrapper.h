@@ -32,6 +32,9 @@ private:
 /// A shared logger without a prefix.
 [[nodiscard]] std::shared_ptr<ILogger> makeLogger(const QString& name, const QString& prefix = {});
 
+/// The logger of the library itself, for what belongs to none of its parts. Never destroyed.
+[[nodiscard]] ILogger& rootLogger();
+
 /// The text on one line: CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that
 /// nothing from outside can pass for a line of the log.
 [[nodiscard]] QString singleLine(const QString& text);

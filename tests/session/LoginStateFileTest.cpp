@@ -50,6 +50,12 @@ public:
             {encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), tokenExpiry});
     }
 
+    void restoreAndSignIn() {
+        restore();
+        signIn(QStringLiteral("ada"));
+        LoginStateSaver(core).save();
+    }
+
     [[nodiscard]] QByteArray token(const QString& consumerKey) {
         const ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
         return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8())
@@ -106,9 +112,7 @@ private slots:
 
     void aSecondProcessRestores() {
         Process first(*m_fixture);
-        first.restore();
-        first.signIn(QStringLiteral("ada"));
-        LoginStateSaver(first.core).save();
+        first.restoreAndSignIn();
         Process second(*m_fixture);
         second.restore();
         QVERIFY(second.core.isLoginValid(key));
@@ -118,9 +122,7 @@ private slots:
 
     void mergesProductsOfOthers() {
         Process first(*m_fixture);
-        first.restore();
-        first.signIn(QStringLiteral("ada"));
-        LoginStateSaver(first.core).save();
+        first.restoreAndSignIn();
         Process second(*m_fixture, otherKey);
         second.restore();
         BasicLoginState same = second.core.basic();
@@ -156,9 +158,7 @@ private slots:
 
     void signOutElsewhereWins() {
         Process first(*m_fixture);
-        first.restore();
-        first.signIn(QStringLiteral("ada"));
-        LoginStateSaver(first.core).save();
+        first.restoreAndSignIn();
         Process second(*m_fixture);
         second.restore();
         LoginStateSaver(second.core).removeLogin(logoutDateFor(second.core.services.now(), second.core.basic().loginDate));
@@ -169,9 +169,7 @@ private slots:
 
     void aLaterSignInElsewhereWins() {
         Process first(*m_fixture);
-        first.restore();
-        first.signIn(QStringLiteral("ada"));
-        LoginStateSaver(first.core).save();
+        first.restoreAndSignIn();
         m_fixture->clockOffset = 60;
         Process second(*m_fixture, otherKey);
         second.restore();
@@ -327,9 +325,7 @@ private slots:
 private:
     void writeSignedInFile() {
         Process process(*m_fixture);
-        process.restore();
-        process.signIn(QStringLiteral("ada"));
-        LoginStateSaver(process.core).save();
+        process.restoreAndSignIn();
         QVERIFY(!element(*m_fixture, {"LoginSession"}).isNull());
     }
 

@@ -21,8 +21,7 @@ Result withSession(const char* operation, Result failure, const Work& work) {
     } catch (...) {
         reason = QStringLiteral("Unknown exception.");
     }
-    Log::LoggerWrapper(QStringLiteral("VqWebServices"))
-        .error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
+    Log::rootLogger().error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     return failure;
 }
 

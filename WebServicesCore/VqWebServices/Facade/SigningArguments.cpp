@@ -43,8 +43,8 @@ bool makeSigningOrder(const SigningArguments& arguments, SigningOrder& order) {
     const QString error = fillOrder(arguments, order);
     if (error.isEmpty())
         return true;
-    Log::LoggerWrapper(QStringLiteral("VqWebServices"))
-        .error(QStringLiteral("SignRequest failed while signing url %1: %2").arg(displayUrl(order.request.url), error));
+    Log::rootLogger().error(
+        QStringLiteral("SignRequest failed while signing url %1: %2").arg(displayUrl(order.request.url), error));
     return false;
 }
 

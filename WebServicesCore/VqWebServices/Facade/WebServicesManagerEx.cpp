@@ -7,7 +7,6 @@
 #include "Values/CallerText.h"
 #include "Values/NetworkCookieImp.h"
 #include "Values/WebServicesConfigurationImp.h"
-
 #include "VqUtil/General/PerThread.h"
 #include "VqUtil/Platform/HostProcess.h"
 

@@ -12,15 +12,6 @@
 
 namespace Velquor::WebServices {
 
-namespace {
-
-Log::LoggerWrapper& logger() {
-    static Log::LoggerWrapper wrapper(QStringLiteral("VqWebServices"));
-    return wrapper;
-}
-
-} // namespace
-
 bool WebServicesManager::Initialize() {
     return WebServicesManagerImp::instance().initialize();
 }
@@ -60,20 +51,20 @@ bool WebServicesManager::SetEventHook() {
         return true;
     const QCoreApplication* const application = QCoreApplication::instance();
     if (application && qstrcmp(application->metaObject()->className(), "QApplication") == 0) {
-        logger().warning(
+        Log::rootLogger().warning(
             QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
         return true;
     }
-    logger().information(QStringLiteral("Setting event hook"));
+    Log::rootLogger().information(QStringLiteral("Setting event hook"));
     QString error;
     if (Util::EventHook::install(&error))
         return true;
-    logger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
+    Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
     return false;
 }
 
 bool WebServicesManager::RemoveEventHook() {
-    logger().information(QStringLiteral("Removing event hook"));
+    Log::rootLogger().information(QStringLiteral("Removing event hook"));
     Util::EventHook::remove();
     return true;
 }

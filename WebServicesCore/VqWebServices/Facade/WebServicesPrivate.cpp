@@ -31,8 +31,7 @@ Server currentServer() {
 // Reading either succeeds or leaves one line in the log.
 bool report(bool done, const char* operation) {
     if (!done)
-        Log::LoggerWrapper(QStringLiteral("VqWebServices"))
-            .error(QStringLiteral("%1 failed. The json object is empty or damaged.").arg(QLatin1String(operation)));
+        Log::rootLogger().error(QStringLiteral("%1 failed. The json object is empty or damaged.").arg(QLatin1String(operation)));
     return done;
 }
 

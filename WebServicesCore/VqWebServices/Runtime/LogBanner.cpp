@@ -10,7 +10,7 @@
 namespace Velquor::WebServices {
 
 void writeLogBanner() {
-    Log::LoggerWrapper logger(QStringLiteral("VqWebServices"));
+    Log::ILogger& logger = Log::rootLogger();
     const QString module = Util::ownModulePath();
     const QString configuration = QStringLiteral("%1-%2").arg(QStringLiteral("x64"), QStringLiteral("Release"));
     logger.information(

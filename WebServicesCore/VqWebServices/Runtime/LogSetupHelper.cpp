@@ -26,7 +26,6 @@ namespace {
 
 constexpr int maximumConfigurationLength = 20480;
 constexpr log4cplus::LogLevel off = 60000;
-const auto rootName = QStringLiteral("VqWebServices");
 const auto registryKey = std::string("HKEY_CURRENT_USER\\Software\\Velquor\\Web Services");
 
 constexpr const char* loggerNames[] = {"VqWebServices",        "VqWebServices.Network",        "VqWebServices.TimeService",
@@ -36,7 +35,7 @@ constexpr const char* loggerNames[] = {"VqWebServices",        "VqWebServices.Ne
                                        "VqWebServices.Ipc"};
 
 void write(Log::Level level, const std::string& text) {
-    Log::LoggerWrapper(rootName).log(level, QString::fromStdString(text));
+    Log::rootLogger().log(level, QString::fromStdString(text));
 }
 
 void information(const boost::format& text) {
@@ -127,16 +126,16 @@ QString LogSetupHelper::logFileFolder() {
 bool LogSetupHelper::SetupLog() {
     log4cplus::initialize();
     const QString installed = SupportFiles::find(configurationFileName());
-    const QString path = findConfiguration();
+    const QString path = installed.isEmpty() ? companionFile(configurationFileName()) : installed;
     if (path.isEmpty()) {
-        Log::LoggerWrapper(rootName).error(
+        Log::rootLogger().error(
             QStringLiteral(
                 "Failed to setup Web Services log. Web Services log configuration file %1 not found in the install folder. Please include this file in the installer.")
                 .arg(configurationFileName()));
         return false;
     }
     if (installed.isEmpty())
-        Log::LoggerWrapper(rootName).warning(
+        Log::rootLogger().warning(
             QStringLiteral(
                 "Web Services log configuration file %1 not found in the install folder. Using the one in Halvern Desktop install folder. Please include this file in the installer.")
                 .arg(configurationFileName()));
@@ -158,14 +157,14 @@ bool LogSetupHelper::SetupLog() {
 }
 
 void LogSetupHelper::Log(int level, const std::wstring& text) {
-    Log::LoggerWrapper(rootName).log(static_cast<Log::Level>(level), QString::fromStdWString(text));
+    Log::rootLogger().log(static_cast<Log::Level>(level), QString::fromStdWString(text));
 }
 
 void LogSetupHelper::LogQueuedMessages() {
     const QList<Log::QueuedMessage> messages = Log::LogQueue::instance().finish();
     if (messages.isEmpty())
         return;
-    Log::LoggerWrapper root(rootName);
+    Log::ILogger& root = Log::rootLogger();
     root.warning(QStringLiteral("Log was setup after a delay. So some log messages may have been lost."));
     root.information(QStringLiteral("Begin dump of queued log messages (%1)").arg(messages.size()));
     for (const Log::QueuedMessage& message : messages)

@@ -9,31 +9,22 @@
 
 namespace Velquor::WebServices::PluginPaths {
 
-namespace {
-
-Log::LoggerWrapper& logger() {
-    static Log::LoggerWrapper wrapper(QStringLiteral("VqWebServices"));
-    return wrapper;
-}
-
-} // namespace
-
 void setDefaults() {
     const QString libraryFolder = QFileInfo(Util::ownModulePath()).absolutePath();
     QStringList folders{QFileInfo(Util::hostExecutablePath()).absolutePath() + QStringLiteral("/plugins"),
                         libraryFolder + QStringLiteral("/plugins")};
     folders.removeDuplicates();
-    logger().information(
+    Log::rootLogger().information(
         QStringLiteral("Setting following default search paths for plugins:\n%1").arg(folders.join(QLatin1Char('\n'))));
     for (const QString& folder : folders)
         QCoreApplication::addLibraryPath(folder);
-    logger().information(QStringLiteral("Prepending path %1 to the PATH environment variable").arg(libraryFolder));
+    Log::rootLogger().information(QStringLiteral("Prepending path %1 to the PATH environment variable").arg(libraryFolder));
     if (!Util::prependToPath(libraryFolder))
-        logger().error(QStringLiteral("Failed to get the value of Windows system variable PATH"));
+        Log::rootLogger().error(QStringLiteral("Failed to get the value of Windows system variable PATH"));
 }
 
 void add(const QString& folder) {
-    logger().information(QStringLiteral("Adding search path for plugins: %1").arg(folder));
+    Log::rootLogger().information(QStringLiteral("Adding search path for plugins: %1").arg(folder));
     QCoreApplication::addLibraryPath(folder);
 }
 

@@ -29,11 +29,6 @@ namespace Velquor::WebServices {
 
 namespace {
 
-Log::LoggerWrapper& logger() {
-    static Log::LoggerWrapper wrapper(QStringLiteral("VqWebServices"));
-    return wrapper;
-}
-
 bool findLogConfiguration() {
     if (!LogSetupHelper::findConfiguration().isEmpty())
         return true;
@@ -49,15 +44,15 @@ bool findLogConfiguration() {
 void checkSsl() {
     if (QSslSocket::supportsSsl() && !QSslConfiguration::defaultConfiguration().isNull()) {
         const QString path = Util::modulePathOf(OpenSSL_version(OPENSSL_VERSION));
-        logger().information(QStringLiteral("%1 loaded: %2").arg(QFileInfo(path).fileName(), path));
-        logger().information(QStringLiteral("Ssl initialized successfully"));
+        Log::rootLogger().information(QStringLiteral("%1 loaded: %2").arg(QFileInfo(path).fileName(), path));
+        Log::rootLogger().information(QStringLiteral("Ssl initialized successfully"));
         return;
     }
     const QString reason =
         QStringLiteral(
             ". Possible reason: %1 is not loaded currently. Make sure this module is installed in the same folder as %2 or in one of the search paths.")
             .arg(cryptoLibraryFileName(), QFileInfo(Util::ownModulePath()).fileName());
-    logger().error(QStringLiteral("Ssl initialization failed%1").arg(reason));
+    Log::rootLogger().error(QStringLiteral("Ssl initialization failed%1").arg(reason));
 }
 
 // Timers, queued signals and network replies need an application object; a host without Qt has none.
@@ -103,7 +98,7 @@ StartedLibrary startLibrary(const QString& defaultClientKey) {
     started.hasLogConfiguration = findLogConfiguration();
     PluginPaths::setDefaults();
     const QString oauth2 = QStringLiteral("without oauth2 support");
-    logger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2));
+    Log::rootLogger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2));
     checkSsl();
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     ensureApplication();
@@ -111,19 +106,19 @@ StartedLibrary startLibrary(const QString& defaultClientKey) {
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
     started.session = makeSession(defaultClientKey);
     started.hasLogConfiguration = LogSetupHelper::SetupLog() && started.hasLogConfiguration;
-    logger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(QStringLiteral("Disabled")));
-    logger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
-    logger().information(QStringLiteral("Web Services data path: %1").arg(RuntimePaths::dataPath()));
-    logger().information(QStringLiteral("Web Services login state file: %1").arg(RuntimePaths::loginStateFile()));
+    Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(QStringLiteral("Disabled")));
+    Log::rootLogger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
+    Log::rootLogger().information(QStringLiteral("Web Services data path: %1").arg(RuntimePaths::dataPath()));
+    Log::rootLogger().information(QStringLiteral("Web Services login state file: %1").arg(RuntimePaths::loginStateFile()));
     return started;
 }
 
 void stopLibrary(std::shared_ptr<LoginSession> session) {
     if (!session)
         return;
-    logger().information(QStringLiteral("Uninitializing Web Services"));
+    Log::rootLogger().information(QStringLiteral("Uninitializing Web Services"));
     session.reset();
-    logger().information(QStringLiteral("Web Services uninitialized"));
+    Log::rootLogger().information(QStringLiteral("Web Services uninitialized"));
 }
 
 } // namespace Velquor::WebServices

@@ -15,16 +15,12 @@ QUrl withIdentity(const QUrl& url, const WebServicesConfigurationImp& configurat
         {"x_feature_name", configuration.featureName},
         {"x_feature_version", configuration.featureVersion},
     };
-    QByteArray query;
+    OAuth::Parameters parameters;
     for (const auto& field : fields) {
-        if (field.second.isEmpty())
-            continue;
-        if (!query.isEmpty())
-            query += '&';
-        query += field.first;
-        query += '=' + QUrl::toPercentEncoding(field.second);
+        if (!field.second.isEmpty())
+            parameters.append({field.first, field.second.toUtf8()});
     }
-    return query.isEmpty() ? url : OAuth::withParameters(url, query);
+    return parameters.isEmpty() ? url : OAuth::withParameters(url, OAuth::encodeQuery(parameters));
 }
 
 } // namespace Velquor::WebServices

@@ -160,11 +160,7 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         const Server server = m_core.currentServer();
         if (!isRealServer(server))
             return false;
-        const QStringList configured = m_core.clients.configuredFor(server);
-        for (const QString& key : configured) {
-            if (m_core.isLoggedIn(key))
-                m_core.configuredProduct(key);
-        }
+        m_core.configureLoadedProducts();
         m_core.setRestored();
     }
     RaiseEvent(Event::LoginRestored, clientKey);

@@ -59,11 +59,7 @@ void LoginSession::applyFile() {
         return;
     }
     LoginStateLoader(m_core).loadFrom(content, false);
-    const QStringList configured = m_core.clients.configuredFor(m_core.currentServer());
-    for (const QString& key : configured) {
-        if (m_core.isLoggedIn(key))
-            m_core.configuredProduct(key);
-    }
+    m_core.configureLoadedProducts();
 }
 
 void LoginSession::RaiseEvent(Event event, const QString& consumerKey) {

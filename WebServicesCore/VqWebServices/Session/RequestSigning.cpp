@@ -20,16 +20,11 @@ OAuth::OutputForm outputForm(ParsingMode mode) {
 
 // The signed URL carries the request's own parameters too, so they must be in its query before it is signed.
 OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) {
-    QByteArray query;
+    OAuth::Parameters own;
     OAuth::Parameters protocol;
-    for (const OAuth::Parameter& parameter : request.parameters) {
-        if (parameter.first.startsWith("oauth_"))
-            protocol.append(parameter);
-        else
-            query +=
-                (query.isEmpty() ? "" : "&") + parameter.first.toPercentEncoding() + '=' + parameter.second.toPercentEncoding();
-    }
-    return {request.method, query.isEmpty() ? request.url : OAuth::withParameters(request.url, query), protocol};
+    for (const OAuth::Parameter& parameter : request.parameters)
+        (parameter.first.startsWith("oauth_") ? protocol : own).append(parameter);
+    return {request.method, own.isEmpty() ? request.url : OAuth::withParameters(request.url, OAuth::encodeQuery(own)), protocol};
 }
 
 } // namespace

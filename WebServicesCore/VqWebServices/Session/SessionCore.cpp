@@ -94,6 +94,14 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     return session;
 }
 
+void SessionCore::configureLoadedProducts() {
+    const QStringList configured = clients.configuredFor(currentServer());
+    for (const QString& clientKey : configured) {
+        if (isLoggedIn(clientKey))
+            configuredProduct(clientKey);
+    }
+}
+
 bool SessionCore::isLoggedIn(const QString& clientKey) const {
     if (!basic().hasUser())
         return false;

@@ -48,6 +48,9 @@ public:
     /// Get or create, with the client's configuration and product applied; null when the client is not configured.
     ProductSessionPointer configuredProduct(const QString& clientKey);
 
+    /// Hands the products that were loaded from the file the configurations of their clients.
+    void configureLoadedProducts();
+
     /// A user is known and a product (any, when the client key is empty) has its tokens on the current server.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey = {}) const;
     [[nodiscard]] bool isLoginExpired() const;

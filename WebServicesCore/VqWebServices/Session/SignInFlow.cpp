@@ -72,15 +72,12 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
         QUrl(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
         WebServicesConfigurationImp::of(*configuration));
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
-    SigningKeys keys = consumerKeys(*configuration);
-    const AccountReply reply = exchange(keys, url);
+    const AccountReply reply = exchange(consumerKeys(*configuration), url);
     const int httpStatus = reply.reply().status;
     ProductLoginSession::RequestToken token;
     if (!takeRequestToken(reply, url, token))
         return {LoginCode::exchangeFailed, {}, reply.loginError(), httpStatus};
-    keys.token = Util::SecretBytes(QByteArray(token.token.constData(), token.token.size()));
-    keys.tokenSecret = m_services.cryptor->decrypt(token.encryptedSecret);
-    const QUrl browserUrl = authorizationUrl(keys, ldapDomainKey);
+    const QUrl browserUrl = authorizationUrl(requestTokenKeys(token, *configuration), ldapDomainKey);
     const ProductSessionPointer product = m_core.configuredProduct(clientKey);
     if (!product || browserUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(displayUrl(url)));
@@ -144,9 +141,8 @@ QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDo
     return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(m_services, QUrl(text), keys);
 }
 
-SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession& product,
+SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession::RequestToken& token,
                                          const WebServicesConfiguration& configuration) const {
-    const ProductLoginSession::RequestToken token = product.requestToken();
     SigningKeys keys = consumerKeys(configuration);
     keys.token = Util::SecretBytes(QByteArray(token.token.constData(), token.token.size()));
     keys.tokenSecret = m_services.cryptor->decrypt(token.encryptedSecret);
@@ -168,7 +164,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     }
     const QUrl url(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
-    const SigningKeys keys = requestTokenKeys(*product, *configuration);
+    const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
     // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
     const AccountReply reply = keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(keys, url);
     if (!reply.isSigned)

@@ -48,7 +48,7 @@ private:
     [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
                                    const NetworkCookieJar* cookies);
     void forgetOtherUser(const ProductLoginSession& kept);
-    [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession& product,
+    [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession::RequestToken& token,
                                                const WebServicesConfiguration& configuration) const;
 
     SessionCore& m_core;

@@ -14,18 +14,20 @@ namespace {
 
 constexpr int digestSize = 20;
 
-constexpr const char* methodNames[] = {"GET", "POST", "PUT", "DELETE", "HEAD", "OPTIONS", "TRACE", "PROPFIND", "MOVE", "COPY",
-                                       "LOCK", "UNLOCK", "CHECKIN", "CHECKOUT", "CANCELUPLOAD", "REPORT", "UPDATE",
-                                       "PROPPATCH", "GETLIB", "VERSIONCONTROL"};
+constexpr const char* methodNames[] = {"GET",          "POST",   "PUT",    "DELETE",    "HEAD",   "OPTIONS",       "TRACE",
+                                       "PROPFIND",     "MOVE",   "COPY",   "LOCK",      "UNLOCK", "CHECKIN",       "CHECKOUT",
+                                       "CANCELUPLOAD", "REPORT", "UPDATE", "PROPPATCH", "GETLIB", "VERSIONCONTROL"};
 
-bool isProtocolName(const QByteArray& name) { return name.startsWith("oauth_"); }
+bool isProtocolName(const QByteArray& name) {
+    return name.startsWith("oauth_");
+}
 
 // A second value under one of the signer's own names would be refused by every server (RFC 5849, section 3.1).
 bool isReservedName(const QByteArray& name) {
     static const char* const reserved[] = {"oauth_consumer_key", "oauth_nonce", "oauth_signature", "oauth_signature_method",
-                                           "oauth_timestamp", "oauth_token", "oauth_version"};
+                                           "oauth_timestamp",    "oauth_token", "oauth_version"};
     return isProtocolName(name)
-        && std::any_of(std::begin(reserved), std::end(reserved), [&name](const char* own) { return name == own; });
+           && std::any_of(std::begin(reserved), std::end(reserved), [&name](const char* own) { return name == own; });
 }
 
 bool hasReservedName(const Parameters& parameters) {
@@ -89,6 +91,13 @@ QByteArray VqOAuthWrapper::sign(const QByteArray& baseString, const Credentials&
 
 QByteArray httpMethodName(int index) {
     return index >= 0 && index < static_cast<int>(std::size(methodNames)) ? QByteArray(methodNames[index]) : QByteArray();
+}
+
+QByteArray encodeQuery(const Parameters& decoded) {
+    Parameters encoded;
+    for (const Parameter& parameter : decoded)
+        encoded.append({parameter.first.toPercentEncoding(), parameter.second.toPercentEncoding()});
+    return joinPairs(encoded, PairStyle::Form);
 }
 
 QUrl withParameters(const QUrl& url, const QByteArray& parameterString) {

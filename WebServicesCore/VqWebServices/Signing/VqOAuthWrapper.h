@@ -38,8 +38,8 @@ public:
     explicit VqOAuthWrapper(const IVqOAuthHost& host);
 
     /// The OAuth parameters of the request with their signature, in the given form. Parameters of `request.parameters` whose
-    /// names start with "oauth_" are written with them. Fails when the URL is no http(s) URL, a key is missing, a parameter has the
-    /// name of one that the signer itself sets, or the digest cannot be computed.
+    /// names start with "oauth_" are written with them. Fails when the URL is no http(s) URL, a key is missing, a parameter has
+    /// the name of one that the signer itself sets, or the digest cannot be computed.
     [[nodiscard]] QByteArray CreateOauthParameterString(const RequestToSign& request, const Credentials& credentials,
                                                         OutputForm form) const;
 
@@ -52,6 +52,9 @@ private:
 
 /// The methods known to the signer, in the order of `HttpMethod`; empty for an index beyond them.
 [[nodiscard]] QByteArray httpMethodName(int index);
+
+/// Decoded parameters as a query: percent-encoded (RFC 5849, section 3.6), in their order.
+[[nodiscard]] QByteArray encodeQuery(const Parameters& decoded);
 
 /// The URL with signed parameters appended to its query; its fragment stays at the end.
 [[nodiscard]] QUrl withParameters(const QUrl& url, const QByteArray& parameterString);
