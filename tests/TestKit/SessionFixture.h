@@ -39,6 +39,7 @@ public:
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
         made.exchangeTimeoutMs = exchangeTimeoutMs;
         made.loginStateFile = file();
+        made.lockFolder = folder.path();
         made.savedBy = QStringLiteral("test");
         return made;
     }

@@ -17,11 +17,19 @@ namespace {
 const auto key = QStringLiteral("demo-product-0001");
 const auto otherKey = QStringLiteral("other-product-0002");
 
+// A process that nobody listens to, and that looks at the file only when it is told to.
+class SilentVoice : public ISessionVoice {
+public:
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
+    void forceLogout(const QString&) override {}
+    bool catchUpWithin(int) override { return true; }
+};
+
 // One process: its session state, with the helpers that read and write the shared file.
 class Process {
 public:
     explicit Process(TestKit::SessionFixture& fixture, const QString& consumerKey = key, Server server = Production)
-        : core(fixture.services()) {
+        : core(fixture.services(), &m_voice) {
         core.clients.add({consumerKey, 1, QStringLiteral("Product of ") + consumerKey, QStringLiteral("/opt/product")});
         core.clients.setConfiguration(consumerKey,
                                       std::make_shared<const WebServicesConfiguration>(
@@ -62,6 +70,10 @@ public:
                        : QByteArray();
     }
 
+private:
+    SilentVoice m_voice;
+
+public:
     SessionCore core;
 
 private:
@@ -89,7 +101,7 @@ private slots:
         Process process(*m_fixture);
         process.restore();
         process.signIn(QStringLiteral("ada"));
-        QVERIFY(LoginStateSaver(process.core).save());
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
         const QDomElement root = element(*m_fixture, {});
         QCOMPARE(root.tagName(), QStringLiteral("WebServices"));
         QCOMPARE(root.attribute("LastSavedByVersion"), QStringLiteral("13.4.4.1804"));
@@ -128,8 +140,8 @@ private slots:
         BasicLoginState same = second.core.basic();
         second.signIn(QStringLiteral("ada"));
         second.core.setBasic(same);
-        QVERIFY(LoginStateSaver(second.core).save());
-        QVERIFY(LoginStateSaver(first.core).save());
+        QCOMPARE(LoginStateSaver(second.core).save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(LoginStateSaver(first.core).save(), LoginStateSaver::Result::Saved);
         QVERIFY(m_fixture->hasLogged(
             QStringLiteral("Found new product Product of other-product-0002 in login state file while saving. Preserving it.")));
         Process third(*m_fixture);
@@ -150,7 +162,7 @@ private slots:
         refreshed.expiryDate = refreshed.expiryDate.addSecs(3600);
         second.core.products.find(key, Production)->setTokens(refreshed);
         LoginStateSaver(second.core).save();
-        QVERIFY(LoginStateSaver(first.core).save());
+        QCOMPARE(LoginStateSaver(first.core).save(), LoginStateSaver::Result::Saved);
         Process third(*m_fixture);
         third.restore();
         QCOMPARE(third.token(key), QByteArray("refreshed"));
@@ -187,7 +199,7 @@ private slots:
             "LogoutDate=\"2026-02-01T00:00:00Z\"/><ProxySettings Host=\"proxy\"/></WebServices>");
         Process process(*m_fixture);
         process.restore();
-        QVERIFY(LoginStateSaver(process.core).save());
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
         const QDomElement settings = element(*m_fixture, {"Settings"});
         QCOMPARE(settings.attribute("LastLoginReminderDate"), QStringLiteral("2026-01-01T00:00:00Z"));
         QCOMPARE(settings.attribute("SuppressLoginReminder"), QStringLiteral("True"));
@@ -298,7 +310,7 @@ private slots:
         process.restore();
         QVERIFY(!process.core.isLoggedIn());
         process.signIn(QStringLiteral("ada"));
-        QVERIFY(LoginStateSaver(process.core).save());
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
         Process next(*m_fixture);
         next.restore();
         QVERIFY(next.core.isLoginValid(key));
@@ -317,7 +329,7 @@ private slots:
     void doesNotSaveBeforeItWasRestored() {
         Process process(*m_fixture);
         process.signIn(QStringLiteral("ada"));
-        QVERIFY(!LoginStateSaver(process.core).save());
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Failed);
         QVERIFY(m_fixture->fileContents().isEmpty());
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Skipping saving of login state since login state is not yet restored")));
     }

@@ -3,7 +3,7 @@
 #include "Session/LoginState.h"
 #include "Session/IdentityParameters.h"
 #include "Session/MachineBinding.h"
-#include "Session/TokenReply.h"
+#include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QtTest>

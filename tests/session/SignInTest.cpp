@@ -330,14 +330,16 @@ private slots:
             QStringLiteral("Failed to logout in server for product Test product. Failed to invalidate token in server. ")));
     }
 
-    void doesNotSignWithAnExpiredToken() {
+    void doesNotSignWithAnExpiredTokenThatCannotBeRefreshed() {
         signInAs(*m_session);
         m_fixture->clockOffset = 2 * 3600;
+        QVERIFY(m_service.addFault("access-token", "status", {{"status", 500}}, -1));
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
         QVERIFY(m_fixture->hasLogged(QStringLiteral(": Token has expired and failed to refresh token")));
         SigningOrder unchecked = order();
         unchecked.checkExpiry = false;
         QVERIFY(!m_session->SignRequest(key, unchecked).isEmpty());
+        QVERIFY(m_service.reset());
     }
 
     void signsFromManyThreads() {

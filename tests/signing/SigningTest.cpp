@@ -26,7 +26,7 @@ public:
 
 class FixedTime : public ITimeProvider {
 public:
-    [[nodiscard]] qint64 correctedTime() const override { return -86400; }
+    [[nodiscard]] std::optional<qint64> correctedTime() const override { return -86400; }
 };
 
 /// Fails in the ways in which a crypto provider can.

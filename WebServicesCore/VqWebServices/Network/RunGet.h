@@ -1,21 +1,13 @@
 #pragma once
 
+#include "Network/ExchangeOutcome.h"
 #include "Network/ICancelController.h"
-#include "Network/OperationResult.h"
-#include "Network/ReplySnapshot.h"
 #include "VqLog/ILogger.h"
 
 #include <QNetworkRequest>
 #include <memory>
 
 namespace Velquor::WebServices {
-
-/// The outcome of a synchronous exchange.
-struct ExchangeOutcome {
-    OperationResult result = OperationResult::NotFinished;
-    QString message; ///< empty on success
-    ReplySnapshot reply;
-};
 
 /// Sends a GET and waits for its end, handling events other than user input meanwhile. `timeoutInMsec` limits the whole
 /// exchange; 0 or less means no limit. Logger and controller may be empty.

@@ -84,6 +84,7 @@ std::shared_ptr<LoginSession> makeSession(const QString& defaultClientKey) {
     services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
     services.urls = &UrlStore::instance();
     services.loginStateFile = RuntimePaths::loginStateFile();
+    services.lockFolder = RuntimePaths::dataPath();
     services.savedBy = QFileInfo(host).fileName();
     return std::make_shared<LoginSession>(
         services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host});

@@ -6,26 +6,10 @@ AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url,
                                const OAuth::Parameters& parameters) {
     AccountReply reply;
     QNetworkRequest request;
-    reply.isSigned = signGet(services, url, keys, request, parameters);
+    reply.isSigned = signGet(*services.oauthHost, url, keys, request, parameters);
     if (reply.isSigned)
         reply.outcome = runGet(request, services.exchangeTimeoutMs, services.networkLogger);
     return reply;
-}
-
-QString AccountReply::errorText() const {
-    if (outcome.result == OperationResult::Canceled
-        || (outcome.result == OperationResult::Failure && outcome.reply.status == 200))
-        return outcome.message;
-    return outcome.reply.errorText.isEmpty() ? outcome.message : outcome.reply.errorText;
-}
-
-QString AccountReply::problemText() const {
-    QString text = outcome.reply.problemText;
-    for (const QString& more : {outcome.reply.clockMessage, outcome.reply.sslMessage}) {
-        if (!more.isEmpty())
-            text += QStringLiteral(". ") + more;
-    }
-    return text;
 }
 
 LoginErrorEx AccountReply::loginError() const {

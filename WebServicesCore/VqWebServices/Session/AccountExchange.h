@@ -2,7 +2,7 @@
 
 #include "Network/RunGet.h"
 #include "Session/SessionServices.h"
-#include "Session/SignedRequest.h"
+#include "Tokens/SignedRequest.h"
 
 #include <VqWebServices/LoginError.h>
 
@@ -14,14 +14,9 @@ struct AccountReply {
     ExchangeOutcome outcome;
 
     [[nodiscard]] const ReplySnapshot& reply() const { return outcome.reply; }
-    [[nodiscard]] bool hasStatus200() const {
-        return isSigned && !outcome.reply.isNull && outcome.reply.status == 200 && outcome.result == OperationResult::Success;
-    }
-
-    /// What went wrong, in the words of the HTTP and network error; a reply that was cut or cancelled says so.
-    [[nodiscard]] QString errorText() const;
-    /// What the server, the clock or the TLS library has to say about it; follows `errorText` directly, may be empty.
-    [[nodiscard]] QString problemText() const;
+    [[nodiscard]] bool hasStatus200() const { return isSigned && outcome.hasStatus200(); }
+    [[nodiscard]] QString errorText() const { return outcome.errorText(); }
+    [[nodiscard]] QString problemText() const { return outcome.problemText(); }
     /// The reason for the products.
     [[nodiscard]] LoginErrorEx loginError() const;
     /// The exchange for the log, without any secret.

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Values/ConfigurationPointer.h"
+
 #include <QMap>
 #include <QString>
-#include <VqWebServices/WebServicesConfiguration.h>
-#include <memory>
 
 namespace Velquor::WebServices {
 
@@ -14,8 +14,6 @@ struct ClientIdentity {
     QString productName;
     QString productExeFile;
 };
-
-using ConfigurationPointer = std::shared_ptr<const WebServicesConfiguration>;
 
 /// One registered product: who it is, and its configuration for each server.
 ///

@@ -5,6 +5,7 @@
 #include "Session/LoginStateSaver.h"
 #include "Session/SessionFlow.h"
 #include "Session/SignOutFlow.h"
+#include "Session/TokenOperations.h"
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/Platform/HostProcess.h"
 
@@ -15,7 +16,7 @@
 namespace Velquor::WebServices {
 
 LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self)
-    : m_core(services)
+    : m_core(services, this)
     , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
     , m_logger(*services.logger) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
@@ -25,7 +26,11 @@ LoginSession::LoginSession(const SessionServices& services, const ClientIdentity
 
 LoginSession::~LoginSession() {
     m_logger.information(QStringLiteral("LoginSession destructor"));
-    m_core.products.clear();
+    stop();
+}
+
+void LoginSession::stop() {
+    m_core.products.stopAll();
 }
 
 bool LoginSession::AddClient(const ClientIdentity& identity) {
@@ -93,7 +98,8 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
     }
     LoginStateLoader(m_core).loadProduct(clientKey);
     m_logger.information(QStringLiteral("creating product login session if login is already restored and currently logged in."));
-    m_core.configuredProduct(clientKey);
+    if (const ProductSessionPointer product = m_core.configuredProduct(clientKey))
+        product->CheckTokensToQuery(m_core);
     return true;
 }
 
@@ -160,7 +166,7 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         const Server server = m_core.currentServer();
         if (!isRealServer(server))
             return false;
-        m_core.configureLoadedProducts();
+        m_core.configureProducts();
         m_core.setRestored();
     }
     RaiseEvent(Event::LoginRestored, clientKey);
@@ -183,8 +189,14 @@ int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar
         if (flow.isEntered())
             code = SignInFlow(m_core).complete(clientKey, cookies);
     }
-    if (code == LoginCode::success)
-        RaiseEvent(Event::LoggedIn, clientKey);
+    if (code != LoginCode::success)
+        return code;
+    {
+        // The other products of this process can use the new sign-in.
+        const QMutexLocker lock(&m_core.lock);
+        m_core.configureProducts();
+    }
+    RaiseEvent(Event::LoggedIn, clientKey);
     return code;
 }
 
@@ -233,9 +245,12 @@ bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError&
         const SessionFlow flow(m_core, "Logout");
         if (!flow.isEntered())
             return false;
+        m_core.isLogoutPending = true;
         error = SignOutFlow(m_core).invalidateToken();
     }
-    if (!CompleteLogout(clientKey))
+    const bool completed = CompleteLogout(clientKey);
+    m_core.isLogoutPending = false;
+    if (!completed)
         return false;
     m_logger.information(QStringLiteral("Logged out user %1 successfully in this process (using REST)").arg(user));
     return true;
@@ -250,6 +265,13 @@ bool LoginSession::GetAccessToken(const QString& clientKey, bool checkExpiry, Ut
                                   Util::SecretBytes& secret) {
     catchUp();
     return RequestSigning(m_core).GetAccessToken(clientKey, checkExpiry, token, secret);
+}
+
+bool LoginSession::RefreshToken(const QString& clientKey, bool synchronous) {
+    catchUp();
+    const ProductSessionPointer product = m_core.product(clientKey);
+    TokenOperations* const operations = product ? product->operations() : nullptr;
+    return operations && !(synchronous && m_core.isInsideFlow()) && operations->refreshToken(synchronous, RefreshWorker::Reason::Wished);
 }
 
 bool LoginSession::isLoggedIn(const QString& clientKey) {

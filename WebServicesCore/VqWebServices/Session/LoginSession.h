@@ -15,7 +15,7 @@ namespace Velquor::WebServices {
 ///
 /// Thread: lives on the thread that initialized the library, on which observers are called; its operations may be called from any
 /// thread. Owner: the runtime. Errors: results and log lines. Observers are called with no lock held.
-class LoginSession : public QObject {
+class LoginSession : public QObject, private ISessionVoice {
     Q_OBJECT
 
 public:
@@ -24,6 +24,9 @@ public:
     /// Registers the process itself as a client.
     LoginSession(const SessionServices& services, const ClientIdentity& self);
     ~LoginSession() override;
+
+    /// Ends all token work and every wait for it, and waits for the threads. Nothing is called back afterwards. Main thread.
+    void stop();
 
     bool AddClient(const ClientIdentity& identity);
     bool RemoveClient(const QString& clientKey);
@@ -53,6 +56,9 @@ public:
     [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                       Util::SecretBytes& secret);
 
+    /// A new access token for the client's product. An asynchronous one returns at once, with true when it was started.
+    bool RefreshToken(const QString& clientKey, bool synchronous);
+
     /// An empty client key asks for any product.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey);
     [[nodiscard]] bool isLoginValid(const QString& clientKey);
@@ -73,11 +79,16 @@ signals:
 
 private slots:
     void CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
+    void LogoutSlot(const QString& productKey);
 
 private:
-    /// Takes over what another process has written to the file since it was last seen, and tells the observers.
-    void catchUp();
-    void applyFile();
+    /// Takes over what another process has written to the file since it was last seen, and tells the observers. False when the
+    /// state is held by another step for longer than `waitMs` milliseconds.
+    bool catchUp(int waitMs = 0);
+    void applyFile(int guardTimeoutMs);
+    void raiseEvent(Event event, const QString& consumerKey) override { RaiseEvent(event, consumerKey); }
+    void forceLogout(const QString& productKey) override;
+    bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
     void RaiseEvent(Event event, const QString& consumerKey);

@@ -19,21 +19,21 @@ namespace {
 constexpr int vetoTimeoutMs = 5000;
 } // namespace
 
-void LoginSession::catchUp() {
+bool LoginSession::catchUp(int waitMs) {
     // One look at the file's stamp, since this runs before every operation; the file itself is read only when it has changed.
     if (!m_core.isRestored() || m_core.file.currentStamp() == m_core.file.seenStamp())
-        return;
+        return true;
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again.
-    if (!m_core.lock.try_lock())
-        return;
+    if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs)))
+        return false;
     // Inside a wait of a sign-in or sign-out on this very thread the state must stand still.
     if (m_core.isFlowActive) {
         m_core.lock.unlock();
-        return;
+        return false;
     }
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
-    applyFile();
+    applyFile(waitMs == 0 ? LoginStateFile::briefTimeoutMs : LoginStateFile::patientTimeoutMs);
     const bool isLoggedIn = m_core.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_core.basic());
     m_core.lock.unlock();
@@ -41,10 +41,24 @@ void LoginSession::catchUp() {
         RaiseEvent(Event::LoggedOut, QString());
     if (isLoggedIn && (!wasLoggedIn || !isSame))
         RaiseEvent(Event::LoggedIn, QString());
+    return true;
 }
 
-void LoginSession::applyFile() {
-    const LoginStateFile::Guard guard(m_core.file, LoginStateFile::briefTimeoutMs);
+void LoginSession::forceLogout(const QString& productKey) {
+    m_core.isLogoutPending = true;
+    QMetaObject::invokeMethod(
+        this, [this, productKey] { LogoutSlot(productKey); }, Qt::QueuedConnection);
+}
+
+void LoginSession::LogoutSlot(const QString& productKey) {
+    QNetworkReply::NetworkError error = QNetworkReply::NoError;
+    if (m_core.isLoggedIn() && !Logout(productKey, error, true))
+        m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
+    m_core.isLogoutPending = false;
+}
+
+void LoginSession::applyFile(int guardTimeoutMs) {
+    const LoginStateFile::Guard guard(m_core.file, guardTimeoutMs);
     const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
     if (!content.isRead())
         return;
@@ -59,7 +73,7 @@ void LoginSession::applyFile() {
         return;
     }
     LoginStateLoader(m_core).loadFrom(content, false);
-    m_core.configureLoadedProducts();
+    m_core.configureProducts();
 }
 
 void LoginSession::RaiseEvent(Event event, const QString& consumerKey) {

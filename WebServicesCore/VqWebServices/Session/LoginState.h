@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tokens/ProductTokens.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
@@ -22,19 +24,6 @@ struct BasicLoginState {
     [[nodiscard]] bool isExpired(const QDateTime& now) const { return sessionExpiryDate.isValid() && sessionExpiryDate < now; }
     /// Two states of one sign-in; another sign-in has another date or another client id.
     [[nodiscard]] bool isSameSignIn(const BasicLoginState& other) const;
-};
-
-/// The OAuth 1.0 tokens of one product, encrypted. A plain value.
-struct ProductTokens {
-    QByteArray accessToken;
-    QByteArray accessTokenSecret;
-    QByteArray sessionHandle;
-    QDateTime expiryDate;
-
-    [[nodiscard]] bool areComplete() const {
-        return !accessToken.isEmpty() && !accessTokenSecret.isEmpty() && !sessionHandle.isEmpty();
-    }
-    [[nodiscard]] bool areExpired(const QDateTime& now) const { return expiryDate.isValid() && expiryDate <= now; }
 };
 
 /// How a signed-in state in memory stands to the one in the file.

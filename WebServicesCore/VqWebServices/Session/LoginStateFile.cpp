@@ -4,6 +4,7 @@
 #include "VqUtil/Xml/BoundedXml.h"
 
 #include <QFileInfo>
+#include <QMutexLocker>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -54,9 +55,19 @@ Util::FileStamp LoginStateFile::currentStamp() const {
     return Util::fileStamp(m_path);
 }
 
+Util::FileStamp LoginStateFile::seenStamp() const {
+    const QMutexLocker lock(&m_seenMutex);
+    return m_seen;
+}
+
+void LoginStateFile::setSeen(const Util::FileStamp& stamp) {
+    const QMutexLocker lock(&m_seenMutex);
+    m_seen = stamp;
+}
+
 LoginStateFile::Content LoginStateFile::read() {
     m_logger->information(QStringLiteral("Reading login state file"));
-    m_seen = currentStamp();
+    setSeen(currentStamp());
     const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileSize);
     Content content;
     content.error = file.error;
@@ -124,7 +135,7 @@ bool LoginStateFile::write(const QDomDocument& document) {
         m_logger->error(QStringLiteral("Failed to write login state file") + QStringLiteral(". %1").arg(error));
         return false;
     }
-    m_seen = currentStamp();
+    setSeen(currentStamp());
     m_logger->information(QStringLiteral("Finished writing login state file successfully"));
     return true;
 }

@@ -5,6 +5,7 @@
 #include "VqUtil/Platform/FileAccess.h"
 
 #include <QDomDocument>
+#include <QMutex>
 #include <QString>
 #include <memory>
 
@@ -12,7 +13,7 @@ namespace Velquor::WebServices {
 
 /// The login state file "LoginState.xml" that all processes of the user share: reading it whole, writing it whole.
 ///
-/// Thread: any, one at a time (the login session lock). Owner: the login session. Errors: log lines and the results below.
+/// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and the results below.
 /// Every read and write happens under a `Guard`; a guard is never held across a network exchange.
 class LoginStateFile {
 public:
@@ -64,16 +65,18 @@ public:
 
     /// The stamp of the file now, and of the content that was last read or written through this object.
     [[nodiscard]] Util::FileStamp currentStamp() const;
-    [[nodiscard]] Util::FileStamp seenStamp() const { return m_seen; }
+    [[nodiscard]] Util::FileStamp seenStamp() const;
 
 private:
     void prepareFolder();
+    void setSeen(const Util::FileStamp& stamp);
     QDomDocument newDocument() const;
 
     const QString m_path;
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
     bool m_cleaned = false;
+    mutable QMutex m_seenMutex; ///< The stamp is looked at before every operation, without the login session lock.
     Util::FileStamp m_seen;
 };
 

@@ -21,23 +21,24 @@ LoginStateSaver::LoginStateSaver(SessionCore& core)
     : m_core(core)
     , m_logger(*core.services.logger) {}
 
-bool LoginStateSaver::save() {
+LoginStateSaver::Result LoginStateSaver::save() {
     const QString path = m_core.file.path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
     if (m_core.clients.configuredFor(m_core.currentServer()).isEmpty()) {
         m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
-        return false;
+        return Result::Failed;
     }
     if (!m_core.isRestored()) {
         m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
-        return false;
+        return Result::Failed;
     }
     const LoginStateFile::Guard guard(m_core.file);
     QDomDocument document = guard.isHeld() ? m_core.file.readForSaving() : QDomDocument();
     if (document.isNull())
-        return false;
+        return Result::Failed;
     QDomElement root = document.documentElement();
-    const bool writesUser = m_core.isLoggedIn() && mayWriteUser(root);
+    const bool isLoggedIn = m_core.isLoggedIn();
+    const bool writesUser = isLoggedIn && mayWriteUser(root);
     writeHeader(root);
     if (writesUser) {
         QDomElement login = loginElement(root);
@@ -47,7 +48,9 @@ bool LoginStateSaver::save() {
     }
     const bool written = m_core.file.write(document);
     m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
-    return written;
+    if (isLoggedIn && !writesUser)
+        return Result::SignInGone;
+    return written ? Result::Saved : Result::Failed;
 }
 
 bool LoginStateSaver::removeLogin(const QDateTime& logoutDate) {

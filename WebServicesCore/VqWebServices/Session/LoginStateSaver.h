@@ -13,8 +13,13 @@ class LoginStateSaver {
 public:
     explicit LoginStateSaver(SessionCore& core);
 
+    enum class Result {
+        Saved,
+        Failed,     ///< The file is as it was, or nothing may be saved yet.
+        SignInGone, ///< Another process has ended or replaced this sign-in: nothing of it was written.
+    };
     /// Saves settings, user and products.
-    bool save();
+    Result save();
 
     /// Deletes the signed-in user of the file and writes the date of the sign-out.
     bool removeLogin(const QDateTime& logoutDate);

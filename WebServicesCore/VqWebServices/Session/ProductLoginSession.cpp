@@ -2,6 +2,8 @@
 
 #include "Session/LoginStateNames.h"
 #include "Session/LoginStateXml.h"
+#include "Session/TokenOperations.h"
+#include "Session/TokenOwner.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QMutexLocker>
@@ -45,6 +47,8 @@ ProductLoginSession::ProductLoginSession(SessionServices services, const QString
 
 ProductLoginSession::~ProductLoginSession() {
     m_services.logger->information(QStringLiteral("ProductLoginSession destructor, server %1").arg(serverName(m_server)));
+    if (m_owner)
+        m_owner->stop();
 }
 
 void ProductLoginSession::setProduct(const QString& name, const QString& exeName) {

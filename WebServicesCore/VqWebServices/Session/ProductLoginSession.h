@@ -3,19 +3,26 @@
 #include "Session/ClientInfo.h"
 #include "Session/LoginState.h"
 #include "Session/SessionServices.h"
-#include "Session/SignedRequest.h"
+#include "Tokens/SignedRequest.h"
 #include "Values/ServerName.h"
 
 #include <QDomElement>
 #include <QMutex>
+#include <QSet>
 #include <QString>
+#include <memory>
 
 namespace Velquor::WebServices {
 
-/// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens and what is needed to sign with them.
+class SessionCore;
+class TokenOperations;
+class TokenOwner;
+
+/// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens, what is needed to sign with them, and,
+/// once it is activated, the thread on which they are queried and refreshed.
 ///
-/// Thread: any; its fields have a mutex of their own, taken after the login session lock. Owner: the login session.
-/// Errors: results and log lines.
+/// Thread: any; its fields have a mutex of their own, taken after the login session lock. Owner: the login session, and whoever
+/// works with it at the moment; it goes away only after its thread has ended. Errors: results and log lines.
 class ProductLoginSession {
 public:
     ProductLoginSession(SessionServices services, const QString& productKey, Server server);
@@ -30,6 +37,24 @@ public:
 
     /// The prefix of this session in the names of operations: empty, or the product's name and the end of its key.
     [[nodiscard]] QString logPrefix() const;
+
+    /// Starts the token operations when there is a configuration, unless that was done or the session was deactivated.
+    void Activate(SessionCore& core);
+    /// Ends the token operations for good. `retire` does not wait for their thread and may be called anywhere, also on it.
+    void Deactivate();
+    void retire();
+    /// True when no thread of this session runs.
+    [[nodiscard]] bool isAtRest() const;
+    /// The token operations; null before the activation. They live as long as this session.
+    [[nodiscard]] TokenOperations* operations() const;
+
+    void AddClientReference(const QString& clientKey);
+    void RemoveClientReference(const QString& clientKey);
+    [[nodiscard]] QStringList clientReferences() const;
+
+    /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
+    /// sign-in can be used. False when there are no tokens and nothing can be done about it.
+    bool CheckTokensToQuery(const SessionCore& core);
 
     void SetConfiguration(const ConfigurationPointer& configuration);
     [[nodiscard]] ConfigurationPointer configuration() const;
@@ -59,6 +84,8 @@ public:
     [[nodiscard]] Util::SecretBytes sessionHandle() const;
 
 private:
+    [[nodiscard]] QString describeReferences() const;
+
     const SessionServices m_services;
     const QString m_productKey;
     const Server m_server;
@@ -68,6 +95,10 @@ private:
     ConfigurationPointer m_configuration;
     ProductTokens m_tokens;
     RequestToken m_requestToken;
+    QSet<QString> m_clientReferences;
+    bool m_deactivated = false;
+    std::unique_ptr<TokenOwner> m_owner;
+    std::unique_ptr<TokenOperations> m_operations;
 };
 
 } // namespace Velquor::WebServices

@@ -2,6 +2,7 @@
 
 #include <QMutexLocker>
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -37,15 +38,46 @@ QVector<ProductSessionPointer> ProductSessions::all() const {
 }
 
 void ProductSessions::remove(const QString& productKey, Server server) {
-    // The session itself may go after the lock is released, when somebody still signs with it.
-    const QMutexLocker lock(&m_mutex);
-    m_sessions.remove({productKey, server});
+    ProductSessionPointer gone;
+    {
+        const QMutexLocker lock(&m_mutex);
+        gone = m_sessions.take({productKey, server});
+    }
+    if (gone)
+        retire({gone});
 }
 
 void ProductSessions::clear() {
     QMap<QPair<QString, int>, ProductSessionPointer> gone;
+    {
+        const QMutexLocker lock(&m_mutex);
+        gone.swap(m_sessions);
+    }
+    retire(gone.values().toVector());
+}
+
+void ProductSessions::retire(const QVector<ProductSessionPointer>& sessions) {
+    for (const ProductSessionPointer& session : sessions)
+        session->retire();
+    // Destroyed after the lock is released. A session may be removed on its own thread, which cannot wait for itself.
+    QVector<ProductSessionPointer> ended;
     const QMutexLocker lock(&m_mutex);
-    gone.swap(m_sessions);
+    m_retired += sessions;
+    const auto firstEnded =
+        std::stable_partition(m_retired.begin(), m_retired.end(), [](const auto& session) { return !session->isAtRest(); });
+    std::copy(firstEnded, m_retired.end(), std::back_inserter(ended));
+    m_retired.erase(firstEnded, m_retired.end());
+}
+
+void ProductSessions::stopAll() {
+    clear();
+    QVector<ProductSessionPointer> gone;
+    {
+        const QMutexLocker lock(&m_mutex);
+        gone.swap(m_retired);
+    }
+    for (const ProductSessionPointer& session : std::as_const(gone))
+        session->Deactivate();
 }
 
 bool ProductSessions::hasTokens(const QString& productKey, Server server) const {

@@ -24,16 +24,22 @@ public:
     [[nodiscard]] ProductSessionPointer getOrCreate(const QString& productKey, Server server);
     [[nodiscard]] QVector<ProductSessionPointer> onServer(Server server) const;
     [[nodiscard]] QVector<ProductSessionPointer> all() const;
+    /// What is removed ends its thread and is destroyed later, by another call here or by `stopAll`.
     void remove(const QString& productKey, Server server);
     void clear();
+    /// Removes all and waits until every thread has ended. With no lock held, not on a token operations thread.
+    void stopAll();
 
     /// True when a product (or, with an empty key, any product) has all its tokens on the server.
     [[nodiscard]] bool hasTokens(const QString& productKey, Server server) const;
 
 private:
+    void retire(const QVector<ProductSessionPointer>& sessions);
+
     const SessionServices m_services;
     mutable QRecursiveMutex m_mutex;
     QMap<QPair<QString, int>, ProductSessionPointer> m_sessions;
+    QVector<ProductSessionPointer> m_retired; ///< Their threads may still run.
 };
 
 } // namespace Velquor::WebServices

@@ -2,6 +2,7 @@
 
 #include "Network/DisplayUrl.h"
 #include "Session/LoginSessionLock.h"
+#include "Session/TokenOperations.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 namespace Velquor::WebServices {
@@ -86,8 +87,24 @@ QString RequestSigning::tokenText(Refusal refusal) {
     return {};
 }
 
+void RequestSigning::prepareTokens(const ProductSessionPointer& product, bool checkExpiry) {
+    TokenOperations* const operations = product ? product->operations() : nullptr;
+    const bool isBusy = operations && (operations->isQueryInProgress() || operations->isRefreshInProgress());
+    const bool isExpired = operations && checkExpiry && m_core.isLoggedIn() && product->tokens().areComplete()
+                           && product->tokens().areExpired(m_core.services.now());
+    if (!isBusy && !isExpired)
+        return;
+    if (m_core.isInsideFlow())
+        return;
+    operations->waitForTokenQuery();
+    operations->waitForRefresh();
+    if (checkExpiry && product->tokens().areExpired(m_core.services.now()) && m_core.isLoggedIn())
+        (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
+}
+
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     const ProductSessionPointer product = m_core.product(clientKey);
+    prepareTokens(product, order.checkExpiry);
     const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("SignRequest")), m_core.services.logger);
     QString error = signingText(check(clientKey, product, order.checkExpiry));
     QByteArray result;
@@ -126,6 +143,7 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
     const ProductSessionPointer product = m_core.product(clientKey);
+    prepareTokens(product, checkExpiry);
     const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("GetAccessToken")), m_core.services.logger);
     QString error = tokenText(check(clientKey, product, checkExpiry));
     SigningKeys keys;

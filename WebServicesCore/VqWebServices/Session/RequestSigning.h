@@ -40,6 +40,8 @@ private:
     [[nodiscard]] static QString tokenText(Refusal refusal);
     /// The signed text; when it is empty, `error` is the log text, with a place for the URL.
     [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
+    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished. With no lock held.
+    void prepareTokens(const ProductSessionPointer& product, bool checkExpiry);
     [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
 
     SessionCore& m_core;

@@ -5,12 +5,21 @@
 
 namespace Velquor::WebServices {
 
-SessionCore::SessionCore(const SessionServices& services)
+SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     : services(services)
     , file(services.loginStateFile, services.logger)
     , clients(services.logger)
     , products(services)
-    , binding(services.cryptor, services.maximumBlockText(), services.logger) {}
+    , binding(services.cryptor, services.maximumBlockText(), services.logger)
+    , voice(voice) {}
+
+SessionCore::~SessionCore() { products.stopAll(); }
+
+bool SessionCore::isInsideFlow() {
+    // A step holds the lock from beginning to end, so whoever gets the lock while one is active is its own thread.
+    const QMutexLocker locker(&lock);
+    return isFlowActive;
+}
 
 BasicLoginState SessionCore::basic() const {
     const QMutexLocker locker(&m_mutex);
@@ -91,14 +100,18 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     services.logger->information(QStringLiteral("Applying product settings in product login session"));
     const ClientIdentity identity = clients.identity(clientKey);
     session->setProduct(identity.productName, QFileInfo(identity.productExeFile).fileName());
+    session->AddClientReference(clientKey);
+    session->Activate(*this);
     return session;
 }
 
-void SessionCore::configureLoadedProducts() {
+void SessionCore::configureProducts() {
+    if (!isLoggedIn())
+        return;
     const QStringList configured = clients.configuredFor(currentServer());
     for (const QString& clientKey : configured) {
-        if (isLoggedIn(clientKey))
-            configuredProduct(clientKey);
+        if (const ProductSessionPointer session = configuredProduct(clientKey))
+            session->CheckTokensToQuery(*this);
     }
 }
 

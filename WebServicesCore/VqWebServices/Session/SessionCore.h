@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Session/ClientRegistry.h"
+#include "Session/ISessionVoice.h"
 #include "Session/LoginState.h"
 #include "Session/LoginStateFile.h"
 #include "Session/MachineBinding.h"
@@ -9,6 +10,7 @@
 
 #include <QMutex>
 #include <QRecursiveMutex>
+#include <atomic>
 
 namespace Velquor::WebServices {
 
@@ -19,7 +21,11 @@ namespace Velquor::WebServices {
 /// Lock order: `lock`, then those of clients and products, then this state's. Owner: the login session.
 class SessionCore {
 public:
-    explicit SessionCore(const SessionServices& services);
+    SessionCore(const SessionServices& services, ISessionVoice* voice);
+    /// Ends the threads of the products first: they use what is here.
+    ~SessionCore();
+    SessionCore(const SessionCore&) = delete;
+    SessionCore& operator=(const SessionCore&) = delete;
 
     const SessionServices services;
     QRecursiveMutex lock;
@@ -27,8 +33,14 @@ public:
     ClientRegistry clients;
     ProductSessions products;
     const MachineBinding binding;
+    ISessionVoice* const voice;
     /// A step that waits for the network is under way (SessionFlow.h). Under the login session lock.
     bool isFlowActive = false;
+    /// The user is being signed out: nothing is worth refreshing any more.
+    std::atomic<bool> isLogoutPending{false};
+
+    /// This very thread is inside such a step, and so holds the lock that token workers need: it must not wait for them.
+    [[nodiscard]] bool isInsideFlow();
 
     [[nodiscard]] BasicLoginState basic() const;
     void setBasic(const BasicLoginState& state);
@@ -48,8 +60,9 @@ public:
     /// Get or create, with the client's configuration and product applied; null when the client is not configured.
     ProductSessionPointer configuredProduct(const QString& clientKey);
 
-    /// Hands the products that were loaded from the file the configurations of their clients.
-    void configureLoadedProducts();
+    /// Hands the products on the current server the configurations of their clients, which starts their token work. Does nothing
+    /// while no user is signed in.
+    void configureProducts();
 
     /// A user is known and a product (any, when the client key is empty) has its tokens on the current server.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey = {}) const;

@@ -4,7 +4,7 @@
 #include "Session/IdentityParameters.h"
 #include "Session/LoginCookies.h"
 #include "Session/LoginStateSaver.h"
-#include "Session/TokenReply.h"
+#include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 namespace Velquor::WebServices {
@@ -138,7 +138,7 @@ QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDo
     if (position >= 0)
         text.replace(position, placeHolder.size(), QString::fromLatin1(QUrl::toPercentEncoding(ldapDomainKey)));
     // A request token without its secret would make a URL that every server refuses.
-    return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(m_services, QUrl(text), keys);
+    return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(*m_services.oauthHost, QUrl(text), keys);
 }
 
 SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession::RequestToken& token,

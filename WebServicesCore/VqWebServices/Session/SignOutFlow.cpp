@@ -30,7 +30,7 @@ bool SignOutFlow::makeLogoutUrl(const QString& clientKey, QString& url, NetworkC
     const QUrl page(m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
     SigningKeys keys;
     const bool hasKeys = product && product->signingKeys(keys).isEmpty();
-    const QUrl signedUrl = hasKeys ? signUrl(m_core.services, page, keys) : QUrl();
+    const QUrl signedUrl = hasKeys ? signUrl(*m_core.services.oauthHost, page, keys) : QUrl();
     if (signedUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
         return false;

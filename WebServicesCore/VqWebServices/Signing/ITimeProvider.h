@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtGlobal>
+#include <optional>
 
 namespace Velquor::OAuth {
 
@@ -8,8 +9,8 @@ namespace Velquor::OAuth {
 class ITimeProvider {
 public:
     virtual ~ITimeProvider() = default;
-    /// Seconds since 1970-01-01 UTC.
-    [[nodiscard]] virtual qint64 correctedTime() const = 0;
+    /// Seconds since 1970-01-01 UTC; nothing while what knows them does not exist, not yet or no longer.
+    [[nodiscard]] virtual std::optional<qint64> correctedTime() const = 0;
 };
 
 } // namespace Velquor::OAuth

@@ -28,9 +28,11 @@ constexpr int encodedSize(char letter) { return encodedSizes[static_cast<unsigne
 
 } // namespace
 
-VqOAuthHost::VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time)
+VqOAuthHost::VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time,
+                         std::shared_ptr<Log::ILogger> logger)
     : m_crypto(std::move(crypto))
-    , m_time(std::move(time)) {}
+    , m_time(std::move(time))
+    , m_logger(std::move(logger)) {}
 
 // As QUrl::toPercentEncoding does for a text, without its way over UTF-16 and with one allocation at most.
 QByteArray VqOAuthHost::UrlEncode(const QByteArray& text) const {
@@ -56,7 +58,17 @@ QByteArray VqOAuthHost::UrlEncode(const QByteArray& text) const {
 
 QByteArray VqOAuthHost::GenerateNonce() const { return QUuid::createUuid().toByteArray(QUuid::Id128); }
 
-qint64 VqOAuthHost::GetTimestamp() const { return m_time ? m_time->correctedTime() : QDateTime::currentSecsSinceEpoch(); }
+qint64 VqOAuthHost::GetTimestamp() const {
+    if (m_time) {
+        if (const std::optional<qint64> corrected = m_time->correctedTime())
+            return *corrected;
+        if (m_logger) {
+            m_logger->debug(QStringLiteral(
+                "Not using time service for timestamp. Time service is not yet created or already destroyed."));
+        }
+    }
+    return QDateTime::currentSecsSinceEpoch();
+}
 
 QByteArray VqOAuthHost::Base64Encode(const QByteArray& bytes) const { return bytes.toBase64(); }
 

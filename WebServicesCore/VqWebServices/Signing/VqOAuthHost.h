@@ -3,6 +3,7 @@
 #include "Signing/ICryptoProvider.h"
 #include "Signing/ITimeProvider.h"
 #include "Signing/IVqOAuthHost.h"
+#include "VqLog/ILogger.h"
 
 #include <memory>
 
@@ -11,8 +12,10 @@ namespace Velquor::OAuth {
 /// The signer's surroundings in this library. Thread: any. Owner: shared by those who sign.
 class VqOAuthHost : public IVqOAuthHost {
 public:
-    /// Without a crypto provider nothing can be signed; without a time provider the system's clock counts.
-    VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time);
+    /// Without a crypto provider nothing can be signed; without a time provider the system's clock counts. With one that has no
+    /// time it counts too, which is logged where there is a logger.
+    VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time,
+                std::shared_ptr<Log::ILogger> logger = {});
 
     [[nodiscard]] QByteArray UrlEncode(const QByteArray& text) const override;
     [[nodiscard]] QByteArray GenerateNonce() const override;
@@ -23,6 +26,7 @@ public:
 private:
     const std::shared_ptr<ICryptoProvider> m_crypto;
     const std::shared_ptr<ITimeProvider> m_time;
+    const std::shared_ptr<Log::ILogger> m_logger;
 };
 
 } // namespace Velquor::OAuth

@@ -1,4 +1,4 @@
-#include "Session/TokenReply.h"
+#include "Tokens/TokenReply.h"
 
 #include <QStringList>
 #include <algorithm>

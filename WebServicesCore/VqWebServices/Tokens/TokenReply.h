@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/LoginState.h"
+#include "Tokens/ProductTokens.h"
 #include "VqUtil/Crypto/ICryptor.h"
 
 #include <QMap>

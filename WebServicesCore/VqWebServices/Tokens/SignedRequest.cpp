@@ -1,4 +1,4 @@
-#include "Session/SignedRequest.h"
+#include "Tokens/SignedRequest.h"
 
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -16,10 +16,10 @@ SigningKeys consumerKeys(const WebServicesConfiguration& configuration) {
     return keys;
 }
 
-bool signGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
+bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
              const OAuth::Parameters& parameters) {
     const QByteArray header =
-        OAuth::VqOAuthWrapper(*services.oauthHost)
+        OAuth::VqOAuthWrapper(host)
             .CreateOauthParameterString({"GET", url, parameters}, keys.credentials(), OAuth::OutputForm::Header);
     if (header.isEmpty())
         return false;
@@ -28,8 +28,8 @@ bool signGet(const SessionServices& services, const QUrl& url, const SigningKeys
     return true;
 }
 
-QUrl signUrl(const SessionServices& services, const QUrl& url, const SigningKeys& keys) {
-    const QByteArray parameters = OAuth::VqOAuthWrapper(*services.oauthHost)
+QUrl signUrl(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys) {
+    const QByteArray parameters = OAuth::VqOAuthWrapper(host)
                                       .CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
     return parameters.isEmpty() ? QUrl() : OAuth::withParameters(url, parameters);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/SessionServices.h"
+#include "Signing/IVqOAuthHost.h"
 #include "Signing/VqOAuthWrapper.h"
 #include "VqUtil/Crypto/SecretBytes.h"
 
@@ -25,11 +25,11 @@ struct SigningKeys {
 
 /// A GET of the URL with an "Authorization" header. `parameters` are protocol extensions beside the URL's own query.
 /// False when it cannot be signed; the caller logs.
-[[nodiscard]] bool signGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
+[[nodiscard]] bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
                            const OAuth::Parameters& parameters = {});
 
 /// The URL with the OAuth parameters in its query; empty when it cannot be signed.
-[[nodiscard]] QUrl signUrl(const SessionServices& services, const QUrl& url, const SigningKeys& keys);
+[[nodiscard]] QUrl signUrl(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys);
 
 /// The form-encoded parameters of a reply's body by name; the first of a repeated name counts.
 [[nodiscard]] QMap<QString, QByteArray> replyParameters(const QByteArray& body);

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "VqUtil/Ipc/ProcessRecord.h"
+
+#include <QStringList>
+
+namespace Velquor::Util {
+
+/// What the log tells of the process state block. Thread: any.
+struct ProcessStateView {
+    bool isAttached = false;
+    int size = 0;
+    int usedSize = 0;
+    ProcessRecords records;
+};
+
+/// The lines of the dump. Texts are shortened to their last part, so that no key of a product stands in a log.
+[[nodiscard]] QStringList processStateDump(const QString& context, const ProcessStateView& view);
+
+} // namespace Velquor::Util

@@ -1,0 +1,26 @@
+#include "Network/ExchangeOutcome.h"
+
+#include "Network/NetworkOperationAsync.h"
+
+namespace Velquor::WebServices {
+
+QString ExchangeOutcome::errorText() const {
+    if (result == OperationResult::Canceled || (result == OperationResult::Failure && reply.status == 200))
+        return message;
+    return reply.errorText.isEmpty() ? message : reply.errorText;
+}
+
+QString ExchangeOutcome::problemText() const {
+    QString text = reply.problemText;
+    for (const QString& more : {reply.clockMessage, reply.sslMessage}) {
+        if (!more.isEmpty())
+            text += QStringLiteral(". ") + more;
+    }
+    return text;
+}
+
+ExchangeOutcome outcomeOf(const NetworkOperationAsync& operation, QNetworkReply* reply) {
+    return {operation.result(), operation.errorMessage(), takeSnapshot(reply, operation.verb(), operation.requestBody())};
+}
+
+} // namespace Velquor::WebServices

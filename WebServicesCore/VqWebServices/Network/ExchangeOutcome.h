@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Network/OperationResult.h"
+#include "Network/ReplySnapshot.h"
+
+namespace Velquor::WebServices {
+
+class NetworkOperationAsync;
+
+/// How an exchange with a server ended. A plain value.
+struct ExchangeOutcome {
+    OperationResult result = OperationResult::NotFinished;
+    QString message; ///< empty on success
+    ReplySnapshot reply;
+
+    [[nodiscard]] bool hasStatus200() const {
+        return !reply.isNull && reply.status == 200 && result == OperationResult::Success;
+    }
+    /// What went wrong, in the words of the HTTP and network error; a reply that was cut or cancelled says so.
+    [[nodiscard]] QString errorText() const;
+    /// What the server, the clock or the TLS library has to say about it; follows `errorText` directly, may be empty.
+    [[nodiscard]] QString problemText() const;
+};
+
+/// The outcome of an operation that has told its end with this reply. Thread: that of the operation's owner.
+[[nodiscard]] ExchangeOutcome outcomeOf(const NetworkOperationAsync& operation, QNetworkReply* reply);
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Events/WebServicesEvent.h"
+
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// What the helpers of the login session ask of it: to tell the world, and to look at the file.
+///
+/// Thread: any, with none of the session's locks held. Owner: the login session implements it.
+class ISessionVoice {
+public:
+    virtual ~ISessionVoice() = default;
+
+    virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey) = 0;
+    /// Signs the user out later, on the main thread, with the product of this key as the one that asks.
+    virtual void forceLogout(const QString& productKey) = 0;
+    /// Takes over what other processes have written to the file. Waits at most so long for a step of this process that is under
+    /// way; false when the file could not be looked at in this time.
+    virtual bool catchUpWithin(int waitMs) = 0;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+
+#include <QObject>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+class RefreshController;
+class TokenFetcher;
+class TokenRefresher;
+
+/// Destroys the objects of a token operations thread on that thread, after its event loop has ended.
+///
+/// Thread: lives on the token operations thread and is deleted by its end. Owner: that thread. It holds plain pointers and
+/// is the only one who deletes them.
+class ObjectDeleter : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ObjectDeleter(std::shared_ptr<Log::ILogger> logger);
+    ~ObjectDeleter() override;
+
+    RefreshController* refreshController = nullptr;
+    TokenFetcher* tokenFetcher = nullptr;
+    TokenRefresher* tokenRefresher = nullptr;
+
+public slots:
+    void Start();
+
+private:
+    const std::shared_ptr<Log::ILogger> m_logger;
+};
+
+/// The system's number of the thread that calls, for the log.
+[[nodiscard]] QString currentThreadIdText();
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,124 @@
+// The part of a product's session that has to do with its life: activation, clients that refer to it, its need of tokens.
+
+#include "Session/ProductLoginSession.h"
+#include "Session/RequestFlags.h"
+#include "Session/SessionCore.h"
+#include "Session/TokenOperations.h"
+#include "Session/TokenOwner.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+void ProductLoginSession::Activate(SessionCore& core) {
+    const QMutexLocker lock(&m_mutex);
+    if (m_deactivated || !m_configuration || m_operations)
+        return;
+    m_services.logger->information(QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
+    m_owner = std::make_unique<TokenOwner>(core, *this);
+    m_operations = std::make_unique<TokenOperations>(*m_owner,
+                                                     std::make_unique<RequestFlags>(m_services.processState, m_productKey),
+                                                     WebServicesConfigurationImp::of(*m_configuration).derivedKey());
+}
+
+TokenOperations* ProductLoginSession::operations() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_operations.get();
+}
+
+void ProductLoginSession::retire() {
+    TokenOperations* operations = nullptr;
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_deactivated = true;
+        operations = m_operations.get();
+    }
+    if (!operations)
+        return;
+    m_owner->stop();
+    operations->requestStop();
+}
+
+void ProductLoginSession::Deactivate() {
+    m_services.logger->information(QStringLiteral("Deactivating ProductLoginSession, server %1").arg(serverName(m_server)));
+    retire();
+    if (TokenOperations* const running = operations())
+        running->waitForThread();
+    const QMutexLocker lock(&m_mutex);
+    if (m_clientReferences.isEmpty()) {
+        m_services.logger->information(
+            QStringLiteral("Deleting configuration in product login session since no client references it"));
+        m_configuration.reset();
+        return;
+    }
+    m_services.logger->information(
+        QStringLiteral(
+            "Skipped deleting configuration in product login session since clients reference it. Client references (%1): %2")
+            .arg(m_clientReferences.size())
+            .arg(describeReferences()));
+}
+
+bool ProductLoginSession::isAtRest() const {
+    const TokenOperations* const running = operations();
+    return !running || running->isStopped();
+}
+
+void ProductLoginSession::AddClientReference(const QString& clientKey) {
+    const QMutexLocker lock(&m_mutex);
+    if (clientKey.isEmpty() || m_clientReferences.contains(clientKey))
+        return;
+    m_services.logger->information(QStringLiteral("Adding client reference %1 in product login session").arg(clientKey));
+    m_clientReferences.insert(clientKey);
+    m_services.logger->information(
+        QStringLiteral("Added client reference %1 in product login session. Client references (%2): %3")
+            .arg(clientKey)
+            .arg(m_clientReferences.size())
+            .arg(describeReferences()));
+}
+
+void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
+    const QMutexLocker lock(&m_mutex);
+    m_services.logger->information(QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
+    m_clientReferences.remove(clientKey);
+    m_services.logger->information(
+        QStringLiteral("Removed client reference %1 in product login session. Client references (%2): %3")
+            .arg(clientKey)
+            .arg(m_clientReferences.size())
+            .arg(describeReferences()));
+}
+
+QStringList ProductLoginSession::clientReferences() const {
+    const QMutexLocker lock(&m_mutex);
+    QStringList keys(m_clientReferences.cbegin(), m_clientReferences.cend());
+    keys.sort();
+    return keys;
+}
+
+QString ProductLoginSession::describeReferences() const {
+    QStringList keys(m_clientReferences.cbegin(), m_clientReferences.cend());
+    keys.sort();
+    return keys.join(QStringLiteral(", "));
+}
+
+bool ProductLoginSession::CheckTokensToQuery(const SessionCore& core) {
+    Log::ILogger& logger = *m_services.logger;
+    logger.information(QStringLiteral("Checking if tokens need to be queried"));
+    TokenOperations* const operations = this->operations();
+    if (!configuration() || !operations) {
+        logger.information(QStringLiteral("No need to query tokens. No configuration."));
+        return false;
+    }
+    if (core.currentServer() != m_server) {
+        logger.information(QStringLiteral("No need to query tokens, server %1 since current server is %2")
+                               .arg(serverName(m_server), serverName(core.currentServer())));
+        return false;
+    }
+    if (!tokens().areComplete())
+        return operations->checkAutomaticLogin();
+    logger.information(QStringLiteral("Tokens found. Checking if OAuth2 token needs to be queried."));
+    operations->tokensChanged();
+    return true;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,100 @@
+#include "Session/TokenOwner.h"
+
+#include "Session/LoginStateSaver.h"
+
+#include <mutex>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int lockSliceMs = 50;
+// Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
+constexpr int lockTimeoutMs = 65000;
+constexpr int catchUpWaitMs = 10000;
+
+QString markOf(const BasicLoginState& state, Server server) {
+    return state.hasUser() ? QStringLiteral("%1|%2|%3").arg(server).arg(state.loginDate.toMSecsSinceEpoch()).arg(state.userId)
+                           : QString();
+}
+
+} // namespace
+
+TokenOwner::TokenOwner(SessionCore& core, ProductLoginSession& product)
+    : m_core(core)
+    , m_product(product) {}
+
+QString TokenOwner::productKey() const { return m_product.productKey(); }
+
+Server TokenOwner::server() const { return m_product.server(); }
+
+ConfigurationPointer TokenOwner::configuration() const { return m_product.configuration(); }
+
+ProductTokens TokenOwner::tokens() const { return m_product.tokens(); }
+
+QString TokenOwner::signingKeys(SigningKeys& keys) const { return m_product.signingKeys(keys); }
+
+OtherLogin TokenOwner::otherLogin() const {
+    const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_product.server());
+    for (const ProductSessionPointer& session : sessions) {
+        const QByteArray handle = session->tokens().sessionHandle;
+        if (session.get() != &m_product && !handle.isEmpty() && isLoggedIn())
+            return {session->displayName(), session->productKey(), handle};
+    }
+    return {};
+}
+
+bool TokenOwner::isLoggedIn() const { return m_core.currentServer() == m_product.server() && m_core.isLoggedIn(); }
+
+QString TokenOwner::signInMark() const { return markOf(m_core.basic(), m_core.currentServer()); }
+
+bool TokenOwner::catchUpWithFile(const QString& signInMark) {
+    for (int waited = 0; !m_core.voice->catchUpWithin(lockSliceMs) && waited < catchUpWaitMs; waited += lockSliceMs) {
+        if (m_stopping)
+            return false;
+    }
+    return !signInMark.isEmpty() && this->signInMark() == signInMark;
+}
+
+bool TokenOwner::lockState() {
+    for (int waited = 0; waited < lockTimeoutMs && !m_stopping; waited += lockSliceMs) {
+        if (m_core.lock.try_lock_for(std::chrono::milliseconds(lockSliceMs)))
+            return true;
+    }
+    return m_core.lock.try_lock();
+}
+
+bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
+    if (!lockState()) {
+        m_core.services.logger->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
+                                          .arg(m_product.displayName()));
+        return false;
+    }
+    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
+    BasicLoginState state = m_core.basic();
+    if (signInMark.isEmpty() || markOf(state, m_core.currentServer()) != signInMark)
+        return false;
+    const ProductTokens before = m_product.tokens();
+    m_product.setTokens(tokens);
+    if (sessionExpiry.isValid()) {
+        state.sessionExpiryDate = sessionExpiry;
+        m_core.setBasic(state);
+    }
+    // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
+    if (LoginStateSaver(m_core).save() != LoginStateSaver::Result::SignInGone)
+        return true;
+    m_product.setTokens(before);
+    return false;
+}
+
+void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
+    if (!m_stopping)
+        m_core.voice->raiseEvent(event, m_product.productKey());
+}
+
+void TokenOwner::forceLogout() {
+    if (!m_stopping)
+        m_core.voice->forceLogout(m_product.productKey());
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The flags by which a process tells the others that a token request of a product is under way. They are hints; what keeps two
+/// requests apart is a lock.
+///
+/// Thread: any. Owner: the product's session. Errors: a flag that cannot be told is as if it were not set.
+class IRequestFlags {
+public:
+    virtual ~IRequestFlags() = default;
+
+    /// True when another living process has set the flag for the same product.
+    [[nodiscard]] virtual bool isSetElsewhere(const QString& flag) = 0;
+    virtual void set(const QString& flag) = 0;
+    virtual void clear(const QString& flag) = 0;
+};
+
+/// The names of the flags in the shared block.
+namespace RequestFlag {
+inline const auto tokenQuery = QStringLiteral("AccessTokenQueryInProgress");
+inline const auto tokenRefresh = QStringLiteral("TokenRefreshInProgress");
+inline const auto oauth2Query = QStringLiteral("OAuth2AccessTokenQueryInProgress");
+inline const auto oauth2Refresh = QStringLiteral("OAuth2TokenRefreshInProgress");
+inline const auto oauth2JwtRefresh = QStringLiteral("OAuth2TokenJwtRefreshInProgress");
+} // namespace RequestFlag
+
+} // namespace Velquor::WebServices

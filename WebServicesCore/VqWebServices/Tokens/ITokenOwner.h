@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Events/WebServicesEvent.h"
+#include "Tokens/ProductTokens.h"
+#include "Tokens/SignedRequest.h"
+#include "Tokens/TokenServices.h"
+#include "Values/ConfigurationPointer.h"
+
+#include <VqWebServices/Server.h>
+
+namespace Velquor::WebServices {
+
+/// Another product that is signed in on the same server, whose session can sign this one in.
+struct OtherLogin {
+    QString productName;
+    QString productKey;
+    QByteArray sessionHandle; ///< Encrypted.
+
+    [[nodiscard]] bool isFound() const { return !productKey.isEmpty() && !sessionHandle.isEmpty(); }
+};
+
+/// What the token workers must know of the product that they work for, and what they do to it.
+///
+/// Thread: any. Owner: the product's session, which outlives its workers. Errors: results; the owner logs what it does itself.
+class ITokenOwner {
+public:
+    virtual ~ITokenOwner() = default;
+
+    [[nodiscard]] virtual const TokenServices& services() const = 0;
+    [[nodiscard]] virtual QString productKey() const = 0;
+    [[nodiscard]] virtual Server server() const = 0;
+    /// Null when no client has configured the product, or the last one has gone.
+    [[nodiscard]] virtual ConfigurationPointer configuration() const = 0;
+    [[nodiscard]] virtual ProductTokens tokens() const = 0;
+    /// Empty on success, or the reason why there are no keys.
+    [[nodiscard]] virtual QString signingKeys(SigningKeys& keys) const = 0;
+    [[nodiscard]] virtual OtherLogin otherLogin() const = 0;
+
+    [[nodiscard]] virtual bool isLoggedIn() const = 0;
+    [[nodiscard]] virtual bool isLoginExpired() const = 0;
+    [[nodiscard]] virtual bool isLogoutPending() const = 0;
+    [[nodiscard]] virtual QDateTime sessionExpiryDate() const = 0;
+    /// A text that names the present sign-in and no other; empty when nobody is signed in.
+    [[nodiscard]] virtual QString signInMark() const = 0;
+
+    /// Looks at the login state file before a server is asked: another process may have done the work, and newer tokens in the
+    /// file become the product's. False when the sign-in with this mark is over, here or in the file.
+    [[nodiscard]] virtual bool catchUpWithFile(const QString& signInMark) = 0;
+
+    /// Keeps new tokens of the sign-in with this mark, in memory and in the file. False, with nothing kept, when that sign-in is
+    /// over here or in the file. An invalid session expiry leaves the one that is known.
+    [[nodiscard]] virtual bool store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) = 0;
+
+    virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) = 0;
+    /// Signs the user out, later and on the main thread, since the sign-in cannot be used any more.
+    virtual void forceLogout() = 0;
+};
+
+} // namespace Velquor::WebServices

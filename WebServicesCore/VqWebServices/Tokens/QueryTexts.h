@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+namespace Velquor::WebServices {
+
+/// The words of one kind of token query for the steps that all kinds share. Placeholders as in the texts. A plain value.
+struct QueryTexts {
+    QString called;
+    QString skippedAsynchronous;
+    QString alreadyInProgress;
+    QString waitEnded;
+    QString invoking;
+    QString invokingAsynchronously;
+    QString invocationFailed;
+    QString slotCalled;
+    QString asynchronousSlotCalled;
+    QString timerMessage;
+    QString timerStarted;
+    QString timerStopped;
+    QString starting;
+    QString flagSetHere;
+    QString flagSetElsewhere;
+    QString inProgressElsewhere;
+    QString succeededElsewhere;
+    QString failedElsewhere;
+};
+
+/// The words of the OAuth 1.0 token query.
+[[nodiscard]] const QueryTexts& tokenQueryTexts();
+
+/// The words of the OAuth2 token query.
+[[nodiscard]] const QueryTexts& oauth2QueryTexts();
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,130 @@
+#include "Tokens/RefreshWorker.h"
+
+#include "Tokens/RefreshTiming.h"
+#include "VqUtil/General/HumanText.h"
+
+#include <QThread>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+QString capitalised(const QString& word) { return word.left(1).toUpper() + word.mid(1); }
+
+QString threadIdText() { return QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId())); }
+
+} // namespace
+
+RefreshWorker::RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts)
+    : TokenWorker(owner)
+    , m_texts(texts) {
+    connect(this, &RefreshWorker::StartRefreshToken, this, &RefreshWorker::StartRefreshTokenSlot, Qt::QueuedConnection);
+}
+
+RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
+    const QString called = isOwnThread() ? m_texts.calledFromOwnThread : m_texts.calledFromOtherThread;
+    log().information(called.arg(capitalised(modeWord(synchronous))));
+    const RunState::Entry entry = run().enter();
+    if (entry == RunState::Entry::Closed)
+        return Answer::Refused;
+    if (entry == RunState::Entry::Busy) {
+        log().information(synchronous ? m_texts.alreadyInProgress : m_texts.skippedAsynchronous);
+        return synchronous ? Answer::Wait : Answer::Skipped;
+    }
+    m_onlyForExpired = reason == Reason::Expired;
+    if (isOwnThread()) {
+        doRefresh(synchronous);
+        return Answer::Started;
+    }
+    log().information(m_texts.emittingStart.arg(modeWord(synchronous), threadIdText()));
+    emit StartRefreshToken(synchronous);
+    return synchronous ? Answer::Wait : Answer::Started;
+}
+
+bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenServices& services, const RefreshTexts& texts) {
+    services.logger->information(texts.waiting);
+    const RunWaiter::Outcome outcome = waiter.wait(services.tokenTimeoutMs);
+    const bool succeeded = outcome.result != 0;
+    const QString note = outcome.isTimedOut ? QStringLiteral(" Local event loop timed out.") : QString();
+    services.logger->information(
+        texts.finishedWaiting.arg(succeeded ? QStringLiteral("succeeded") : QStringLiteral("failed"), note));
+    if (outcome.isTimedOut)
+        services.logger->warning(texts.waitTimedOut);
+    else if (succeeded)
+        services.logger->information(texts.waitSucceeded);
+    else
+        services.logger->warning(texts.waitFailed.contains(QStringLiteral("%1")) ? texts.waitFailed.arg(outcome.result)
+                                                                                 : texts.waitFailed);
+    return succeeded;
+}
+
+void RefreshWorker::StartRefreshTokenSlot(bool synchronous) {
+    log().information(m_texts.slotCalled.arg(modeWord(synchronous)));
+    doRefresh(synchronous);
+}
+
+void RefreshWorker::doRefresh(bool synchronous) {
+    setSynchronous(synchronous);
+    stopRefreshTimer();
+    log().information(m_texts.flagSet.arg(QStringLiteral("true")));
+    log().information(m_texts.starting.arg(modeWord(synchronous)));
+    refresh();
+}
+
+void RefreshWorker::finish(int result) {
+    polling().stop();
+    releaseLocks();
+    log().information(m_texts.flagSet.arg(QStringLiteral("false")));
+    log().information(m_texts.emittingFinished);
+    run().leave(result);
+    emit RefreshFinishedInternal(result);
+}
+
+void RefreshWorker::updateRefreshTimer() {
+    const QString reason = timerStopReason();
+    if (!reason.isEmpty()) {
+        log().information(m_texts.stoppingTimer.arg(reason));
+        stopRefreshTimer();
+        return;
+    }
+    const QDateTime expiry = expiryDate();
+    if (!expiry.isValid()) {
+        log().error(m_texts.invalidExpiry);
+        return;
+    }
+    startRefreshTimer(refreshIntervalMs(now().secsTo(expiry), shortestIntervalMs()));
+}
+
+void RefreshWorker::startRefreshTimer(int intervalMs) {
+    startTimer(intervalMs);
+    m_expectedArrival = now().addMSecs(intervalMs);
+    log().information(m_texts.timerStarted.arg(Util::timeSpanText(intervalMs)));
+}
+
+void RefreshWorker::stopRefreshTimer() {
+    if (isTimerActive())
+        log().information(m_texts.timerStopped);
+    stopTimer();
+    m_expectedArrival = {};
+}
+
+void RefreshWorker::timerFired() {
+    const QDateTime arrival = now();
+    const TimerLateness lateness = timerLateness(m_expectedArrival, arrival);
+    if (lateness.isNotable()) {
+        const QString span = Util::timeSpanText(qAbs(lateness.differenceMs));
+        log().warning(m_texts.lateMessage.arg(span, lateness.isEarly() ? QStringLiteral("early") : QStringLiteral("late"),
+                                              m_expectedArrival.toUTC().toString(Qt::ISODate),
+                                              arrival.toUTC().toString(Qt::ISODate)));
+    }
+    m_expectedArrival = arrival.addMSecs(timerInterval());
+    bool isDue = false;
+    const QString state = describeToken(isDue);
+    log().information(m_texts.timerMessage.arg(state));
+    if (isDue)
+        (void)ask(false, Reason::Wished);
+    else
+        updateRefreshTimer();
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Tokens/RefreshTexts.h"
+#include "Tokens/TokenWorker.h"
+
+#include <QDateTime>
+
+namespace Velquor::WebServices {
+
+/// The dance of a refresh, the same for OAuth 1.0 and OAuth2: a timer ahead of the expiry, starts from any thread, one run at a
+/// time, waiting callers. What differs is said by the derived class and its texts.
+///
+/// Thread, owner and errors: as of TokenWorker.
+class RefreshWorker : public TokenWorker {
+    Q_OBJECT
+
+public:
+    RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts);
+
+    /// Why a refresh is asked for.
+    enum class Reason {
+        Wished,  ///< A new token is wanted whatever the old one is like.
+        Expired, ///< The caller found the token expired: nothing is to be done when it is not, after all.
+    };
+
+    /// What a caller does after asking.
+    enum class Answer {
+        Refused, ///< Nobody works here any more.
+        Skipped, ///< Asynchronous, and a refresh is under way already.
+        Wait,    ///< Wait for the end of the one that is under way, which may be one's own.
+        Started, ///< Asynchronous: it was started.
+    };
+    /// Any thread, as long as the caller keeps this object from going away. A synchronous caller makes its RunWaiter first.
+    [[nodiscard]] Answer ask(bool synchronous, Reason reason);
+
+    /// The end of a synchronous call: waits, and tells whether the refresh succeeded. Any thread but the worker's.
+    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenServices& services, const RefreshTexts& texts);
+
+    [[nodiscard]] const RefreshTexts& texts() const { return m_texts; }
+
+signals:
+    void StartRefreshToken(bool synchronous);
+    void RefreshFinishedInternal(int result);
+
+public slots:
+    void LoggedIn() { updateRefreshTimer(); }
+    void TokenAvailable() { updateRefreshTimer(); }
+    void LoggedOut() { stopRefreshTimer(); }
+    void StartRefreshTokenSlot(bool synchronous);
+
+protected:
+    /// Why the timer must not run; empty when it may.
+    [[nodiscard]] virtual QString timerStopReason() const = 0;
+    [[nodiscard]] virtual QDateTime expiryDate() const = 0;
+    [[nodiscard]] virtual int shortestIntervalMs() const = 0;
+    /// What a timer message finds; `isDue` tells whether to refresh now.
+    [[nodiscard]] virtual QString describeToken(bool& isDue) const = 0;
+    /// The refresh itself, entered once at a time; ends in `finish`.
+    virtual void refresh() = 0;
+    /// Gives back the locks of a refresh that ends.
+    virtual void releaseLocks() = 0;
+
+    void updateRefreshTimer();
+    void stopRefreshTimer();
+    void startRefreshTimer(int intervalMs);
+    void finish(int result);
+
+    /// True when the run was asked for because of an expired token only.
+    [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
+
+private:
+    void timerFired() final;
+    void doRefresh(bool synchronous);
+
+    const RefreshTexts& m_texts;
+    QDateTime m_expectedArrival;
+    std::atomic<bool> m_onlyForExpired{false};
+};
+
+} // namespace Velquor::WebServices

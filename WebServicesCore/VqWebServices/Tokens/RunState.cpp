@@ -1,0 +1,75 @@
+#include "Tokens/RunState.h"
+
+#include <QMetaObject>
+#include <QMutexLocker>
+#include <QTimer>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+RunState::Entry RunState::enter() {
+    const QMutexLocker lock(&m_mutex);
+    if (m_closed)
+        return Entry::Closed;
+    return std::exchange(m_busy, true) ? Entry::Busy : Entry::Entered;
+}
+
+void RunState::leave(int result) {
+    const QMutexLocker lock(&m_mutex);
+    wakeAll(result);
+}
+
+void RunState::close() {
+    const QMutexLocker lock(&m_mutex);
+    m_closed = true;
+    wakeAll(0);
+}
+
+void RunState::wakeAll(int result) {
+    m_busy = false;
+    m_result = result;
+    for (EventLoop* const loop : std::as_const(m_loops)) {
+        QMetaObject::invokeMethod(
+            loop, [loop, result] { loop->Quit(result); }, Qt::QueuedConnection);
+    }
+}
+
+bool RunState::isBusy() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_busy;
+}
+
+bool RunState::isClosed() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_closed;
+}
+
+int RunState::result() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_result;
+}
+
+RunWaiter::RunWaiter(std::shared_ptr<RunState> state)
+    : m_state(std::move(state)) {
+    const QMutexLocker lock(&m_state->m_mutex);
+    m_state->m_loops += &m_loop;
+}
+
+RunWaiter::~RunWaiter() {
+    const QMutexLocker lock(&m_state->m_mutex);
+    m_state->m_loops.removeOne(&m_loop);
+}
+
+RunWaiter::Outcome RunWaiter::wait(int timeoutMs) {
+    if (!m_state->isBusy())
+        return {m_state->result(), false};
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, &m_loop, &QEventLoop::quit);
+    timer.start(timeoutMs);
+    // An end that was posted before this line is delivered by the loop itself.
+    m_loop.exec(QEventLoop::ExcludeUserInputEvents);
+    return {m_loop.code(), !m_loop.hasQuit()};
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Tokens/QueryWorker.h"
+
+namespace Velquor::WebServices {
+
+/// Signs a product in by itself when another product of the same user is signed in on the same server: asks for an access token
+/// with the session handle of the other one.
+///
+/// Thread, owner and errors: as of TokenWorker.
+class TokenFetcher : public QueryWorker {
+    Q_OBJECT
+
+public:
+    TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest);
+    ~TokenFetcher() override;
+
+    /// Starts an asynchronous query when another product's sign-in was found; true when one is under way. Any thread.
+    bool CheckAutomaticLogin();
+
+public slots:
+    /// Another process reports that it has acquired the token.
+    void TokenAcquiredInAnotherProcess();
+    void LoggedOut();
+
+signals:
+    void TokenAvailable();
+    void TokenQueryFinished();
+
+protected:
+    [[nodiscard]] QString refusal() override;
+    [[nodiscard]] bool takeFromFile() override;
+    [[nodiscard]] bool request() override;
+    void handleReply(const ExchangeOutcome& outcome) override;
+    void emitFinished() override { emit TokenQueryFinished(); }
+
+private:
+    [[nodiscard]] bool storeReply(const ExchangeOutcome& outcome);
+    void handleFailure(const ExchangeOutcome& outcome);
+
+    QString m_signInMark;
+    int m_failureCount = 0;
+};
+
+} // namespace Velquor::WebServices

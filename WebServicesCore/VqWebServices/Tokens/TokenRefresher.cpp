@@ -1,0 +1,258 @@
+#include "Tokens/TokenRefresher.h"
+
+#include "Network/DisplayUrl.h"
+#include "Tokens/RefreshTiming.h"
+#include "Tokens/TokenReply.h"
+#include "VqUtil/General/HumanText.h"
+
+#include <utility>
+
+namespace Velquor::WebServices {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+namespace {
+
+constexpr int oauth2WaitMs = 30000;
+constexpr int busyRetryMs = 5000;
+constexpr int networkRetryMs = 60000;
+
+} // namespace
+
+TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags,
+                               std::shared_ptr<RunState> queries)
+    : RefreshWorker(owner, tokenRefreshTexts())
+    , m_controller(controller)
+    , m_flags(flags)
+    , m_queries(std::move(queries)) {}
+
+TokenRefresher::~TokenRefresher() {
+    releaseLocks();
+    log().information(QStringLiteral("TokenRefresher destructor"));
+}
+
+QString TokenRefresher::timerStopReason() const {
+    if (!owner().configuration())
+        return QStringLiteral("No configuration");
+    if (!owner().isLoggedIn())
+        return QStringLiteral("Not logged in");
+    if (owner().isLoginExpired())
+        return QStringLiteral("Login session has expired");
+    if (!owner().tokens().areComplete())
+        return QStringLiteral("No access token");
+    return m_queries->isBusy() ? QStringLiteral("Login in progress") : QString();
+}
+
+QString TokenRefresher::describeToken(bool& isDue) const {
+    isDue = false;
+    if (!owner().configuration())
+        return QStringLiteral("No configuration to refresh token");
+    if (owner().isLoginExpired())
+        return QStringLiteral("Login session has expired. Cannot refresh token");
+    const qint64 seconds = now().secsTo(expiryDate());
+    isDue = isTimeToRefresh(seconds);
+    const QString state = seconds <= 0 ? QStringLiteral("has expired")
+                                       : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
+    return QStringLiteral("Token %1. %2").arg(state, isDue ? QStringLiteral("Time to refresh now")
+                                                           : QStringLiteral("No need to refresh now"));
+}
+
+QString TokenRefresher::refusal() const {
+    if (owner().isLogoutPending())
+        return QStringLiteral("Skipping token refresh since logout is pending");
+    if (!owner().isLoggedIn())
+        return QStringLiteral("Cannot refresh token: %1").arg(QStringLiteral("Not logged in"));
+    if (owner().isLoginExpired())
+        return QStringLiteral("Cannot refresh token: %1").arg(QStringLiteral("Login session has expired"));
+    return owner().configuration() ? QString() : QStringLiteral("Cannot refresh token: No configuration");
+}
+
+void TokenRefresher::refresh() {
+    const QString reason = refusal();
+    if (!reason.isEmpty()) {
+        log().warning(reason);
+        return finish(0);
+    }
+    m_signInMark = owner().signInMark();
+    m_tokensBefore = owner().tokens();
+    polling().start(
+        services().tokenTimeoutMs, [this] { return m_controller.lockTokenRefresh(); }, [this] { lockAcquired(); },
+        [this] {
+            log().error(QStringLiteral("Failed to refresh token. Another process holds the lock for too long. Will retry after %1.")
+                            .arg(Util::timeSpanText(busyRetryMs)));
+            finishAndRetry(busyRetryMs);
+        });
+}
+
+void TokenRefresher::lockAcquired() {
+    m_locked = true;
+    log().information(QStringLiteral("Lock acquired for token refresh"));
+    if (m_controller.isOAuth2TokenRefreshLocked())
+        return waitForOAuth2Refresh();
+    request();
+}
+
+void TokenRefresher::waitForOAuth2Refresh() {
+    log().information(QStringLiteral("OAuth2 token refresh is in progress. Waiting for it to finish."));
+    polling().start(
+        oauth2WaitMs, [this] { return !m_controller.isOAuth2TokenRefreshLocked(); }, [this] { request(); },
+        [this] { oauth2RefreshTookTooLong(); });
+}
+
+void TokenRefresher::oauth2RefreshTookTooLong() {
+    const QString retry = Util::timeSpanText(busyRetryMs);
+    log().warning(isSynchronous()
+                      ? QStringLiteral("Failed to refresh token. Timed out while waiting for OAuth2 token refresh to finish. Will retry after %1.").arg(retry)
+                      : QStringLiteral("Skipping token refresh since OAuth2 token refresh is in progress. Will retry after %1.").arg(retry));
+    finishAndRetry(busyRetryMs);
+}
+
+void TokenRefresher::finishAndRetry(int intervalMs) {
+    finish(0);
+    startRefreshTimer(intervalMs);
+}
+
+void TokenRefresher::request() {
+    if (!owner().catchUpWithFile(m_signInMark)) {
+        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
+        return finish(0);
+    }
+    if (owner().tokens().areNewerThan(m_tokensBefore))
+        return takeFromFile();
+    if (isOnlyForExpired() && !owner().tokens().areExpired(now())) {
+        finish(1);
+        return updateRefreshTimer();
+    }
+    m_flags.set(RequestFlag::tokenRefresh);
+    log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
+    const QUrl url = endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    SigningKeys keys;
+    const QString keyError = owner().signingKeys(keys);
+    if (!owner().configuration()) {
+        log().error(QStringLiteral("Cannot start token refresh. Configuration has been deleted"));
+        return finish(0);
+    }
+    const Util::SecretBytes handle = services().cryptor->decrypt(owner().tokens().sessionHandle);
+    QNetworkRequest request;
+    if (!keyError.isEmpty() || handle.isEmpty()
+        || !signGet(*services().oauthHost, url, keys, request, {{"oauth_session_handle", handle.view()}})) {
+        log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keyError));
+        return finishAndRetry(networkRetryMs);
+    }
+    log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1")
+                          .arg(displayUrl(url)));
+    send(request, QStringLiteral("GET"), {});
+}
+
+void TokenRefresher::takeFromFile() {
+    log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
+    m_failureCount = 0;
+    finish(1);
+    emit TokenRefreshed(owner().productKey());
+    updateRefreshTimer();
+}
+
+void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
+    log().information(QStringLiteral("Token refresh network operation thread finished"));
+    if (isAborted()) {
+        log().warning(QStringLiteral("Failed to refresh token. Aborted."));
+        return finish(0);
+    }
+    if (!owner().isLoggedIn()) {
+        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
+        return finish(0);
+    }
+    if (outcome.reply.isNull)
+        log().error(QStringLiteral("Failed to refresh token. Reply is null"));
+    if (outcome.hasStatus200())
+        return succeeded(outcome);
+    if (outcome.reply.status == 0 || outcome.reply.status == 200) {
+        const QString error = outcome.errorText();
+        // A reply that was cut off is the network's fault: the server may have spent the old token, which the file or the next try tells.
+        log().warning(QStringLiteral("Failed to refresh token. Will retry token refresh after %1. %2. %3")
+                          .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
+                               outcome.problemText()));
+        return finishAndRetry(networkRetryMs);
+    }
+    handleRefusal(outcome);
+}
+
+void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
+    const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
+    ProductTokens tokens;
+    if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
+        log().error(QStringLiteral(
+            "Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
+        return finishAndRetry(networkRetryMs);
+    }
+    const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
+    if (!owner().store(tokens, sessionExpiry, m_signInMark)) {
+        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
+        return finish(0);
+    }
+    m_failureCount = 0;
+    m_lastRefresh = now();
+    log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
+                          .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
+                               Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));
+    finish(1);
+    emit TokenRefreshed(owner().productKey());
+    owner().raiseEvent(Event::TokenRefreshed);
+    updateRefreshTimer();
+}
+
+void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
+    const bool isClock = isClockProblem(outcome.reply.problem);
+    if (isClock)
+        services().clockProblemSeen();
+    log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    if (outcome.reply.status != 400 || isClock)
+        return countFailure(isClock);
+    // The token may be spent because another process has renewed it: then the file knows more.
+    if (owner().catchUpWithFile(m_signInMark) && owner().tokens().areNewerThan(m_tokensBefore))
+        return takeFromFile();
+    log().error(QStringLiteral(
+        "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+    finish(0);
+    owner().forceLogout();
+}
+
+void TokenRefresher::countFailure(bool isClockProblem) {
+    if (++m_failureCount < maximumRefreshFailures) {
+        const int interval = refreshRetryMs(m_failureCount, isClockProblem);
+        log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(interval)));
+        return finishAndRetry(interval);
+    }
+    m_failureCount = 0;
+    log().error(QStringLiteral(
+                    "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
+                    .arg(maximumRefreshFailures));
+    finish(0);
+    owner().forceLogout();
+}
+
+void TokenRefresher::releaseLocks() {
+    if (!std::exchange(m_locked, false))
+        return;
+    m_flags.clear(RequestFlag::tokenRefresh);
+    m_controller.unlockTokenRefresh();
+    log().information(QStringLiteral("Lock released for token refresh"));
+}
+
+void TokenRefresher::TokenRefreshedInAnotherProcess(const QString& consumerKey) {
+    if (owner().productKey().isEmpty()) {
+        log().error(QStringLiteral(
+            "Received TokenRefreshed event from another process But consumer key is empty in product login session object."));
+        return;
+    }
+    if (owner().productKey() != consumerKey) {
+        log().information(QStringLiteral(
+            "Token refreshed in another process. Ignoring it since this token refresh is for a different product."));
+        return;
+    }
+    log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
+    (void)owner().catchUpWithFile(owner().signInMark());
+    updateRefreshTimer();
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Tokens/IRequestFlags.h"
+#include "Tokens/RefreshController.h"
+#include "Tokens/RefreshWorker.h"
+
+namespace Velquor::WebServices {
+
+/// Renews the OAuth 1.0 access token of a product before it expires, with the product's session handle.
+///
+/// Before it asks the server it looks at the login state file: another process may have done so. A token that the server refuses
+/// for good signs the user out, unless the file holds a newer one. Thread, owner and errors: as of TokenWorker.
+class TokenRefresher : public RefreshWorker {
+    Q_OBJECT
+
+public:
+    /// `queries`: the token queries of the same product; while one runs there is nothing to refresh.
+    TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries);
+    ~TokenRefresher() override;
+
+signals:
+    void TokenRefreshed(const QString& consumerKey);
+
+public slots:
+    void TokenRefreshedInAnotherProcess(const QString& consumerKey);
+
+protected:
+    [[nodiscard]] QString timerStopReason() const override;
+    [[nodiscard]] QDateTime expiryDate() const override { return owner().tokens().expiryDate; }
+    [[nodiscard]] int shortestIntervalMs() const override { return 2000; }
+    [[nodiscard]] QString describeToken(bool& isDue) const override;
+    void refresh() override;
+    void releaseLocks() override;
+    void handleReply(const ExchangeOutcome& outcome) override;
+
+private:
+    [[nodiscard]] QString refusal() const;
+    void lockAcquired();
+    void waitForOAuth2Refresh();
+    void oauth2RefreshTookTooLong();
+    void publish();
+    void request();
+    void succeeded(const ExchangeOutcome& outcome);
+    void handleRefusal(const ExchangeOutcome& outcome);
+    void countFailure(bool isClockProblem);
+    void takeFromFile();
+    void finishAndRetry(int intervalMs);
+
+    RefreshController& m_controller;
+    IRequestFlags& m_flags;
+    const std::shared_ptr<RunState> m_queries;
+    QString m_signInMark;
+    ProductTokens m_tokensBefore; ///< As they were when the refresh was begun.
+    QDateTime m_lastRefresh;
+    int m_failureCount = 0;
+    bool m_locked = false;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Network/UrlStore.h"
+#include "Signing/IVqOAuthHost.h"
+#include "VqLog/ILogger.h"
+#include "VqUtil/Crypto/ICryptor.h"
+
+#include <QDateTime>
+#include <functional>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// What those who handle tokens need of the floors below; the same for all of them. A plain value.
+struct TokenServices {
+    std::shared_ptr<Util::ICryptor> cryptor;
+    std::shared_ptr<OAuth::IVqOAuthHost> oauthHost;
+    UrlStore* urls = nullptr;
+    std::shared_ptr<Log::ILogger> logger;        ///< "VqWebServices.Session"
+    std::shared_ptr<Log::ILogger> networkLogger; ///< "VqWebServices.Network"
+    std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
+    /// Told when a server refused the time in a request.
+    std::function<void()> clockProblemSeen = [] {};
+    int tokenTimeoutMs = 61000; ///< The limit of one token request, and of the wait for it.
+    QString lockFolder;         ///< Where the locks between processes live.
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "Network/ExchangeOutcome.h"
+#include "Tokens/ITokenOwner.h"
+#include "Tokens/Polling.h"
+#include "Tokens/RunState.h"
+
+#include <QNetworkRequest>
+#include <QObject>
+#include <QTimer>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+class NetworkOperationAsync;
+
+/// What all who query or refresh a token have in common: one run at a time, one timer, one request on a thread of its own.
+///
+/// Thread: lives on the token operations thread; what may be called from elsewhere says so. Owner: the object deleter of the
+/// product's session. Errors: results of the run; the derived classes log.
+class TokenWorker : public QObject {
+    Q_OBJECT
+
+public:
+    explicit TokenWorker(ITokenOwner& owner);
+    ~TokenWorker() override;
+
+    /// Outlives this object; for those who wait. Any thread.
+    [[nodiscard]] std::shared_ptr<RunState> runState() const { return m_run; }
+    [[nodiscard]] bool isTimerActive() const { return m_timerActive; }
+    /// Cancels the request that is under way; its end is told as usual. This object's thread.
+    void abort();
+
+protected:
+    [[nodiscard]] ITokenOwner& owner() const { return m_owner; }
+    [[nodiscard]] const TokenServices& services() const { return m_owner.services(); }
+    [[nodiscard]] Log::ILogger& log() const { return *m_owner.services().logger; }
+    [[nodiscard]] QDateTime now() const { return m_owner.services().now(); }
+    [[nodiscard]] bool isOwnThread() const;
+
+    [[nodiscard]] bool isSynchronous() const { return m_synchronous; }
+    void setSynchronous(bool synchronous) { m_synchronous = synchronous; }
+    [[nodiscard]] bool isAborted() const { return m_aborted; }
+
+    /// The end point on the account server of the product's server.
+    [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const;
+    /// Sends a request; its end is told to `handleReply` on this thread.
+    void send(const QNetworkRequest& request, const QString& verb, const QByteArray& body);
+    virtual void handleReply(const ExchangeOutcome& outcome) = 0;
+
+    /// Single shot; `timerFired` follows.
+    void startTimer(int intervalMs);
+    void stopTimer();
+    [[nodiscard]] int timerInterval() const { return m_timer.interval(); }
+    virtual void timerFired() = 0;
+
+    [[nodiscard]] RunState& run() const { return *m_run; }
+    [[nodiscard]] Polling& polling() { return m_polling; }
+
+    /// "Synchronous" or "synchronously", and the same for asynchronous.
+    [[nodiscard]] static QString modeWord(bool synchronous);
+    [[nodiscard]] static QString modeAdverb(bool synchronous);
+
+private:
+    void requestFinished(QNetworkReply* reply);
+
+    ITokenOwner& m_owner;
+    const std::shared_ptr<RunState> m_run = std::make_shared<RunState>();
+    Polling m_polling;
+    QTimer m_timer;
+    std::atomic<bool> m_timerActive{false};
+    std::unique_ptr<NetworkOperationAsync> m_operation;
+    bool m_synchronous = false;
+    bool m_aborted = false;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,83 @@
+// Another process of the user, for the tests of the flags that processes show each other.
+//   state_helper KEY FOLDER         does what the lines of its standard input say and answers each with a line; removes its record
+//                                   when its standard input ends
+//     set NAME    sets the flag            "set"
+//     claim NAME  sets it unless another   "won" or "lost"
+//     die         ends at once, leaving everything as it is
+//   state_helper KEY FOLDER COUNT   opens the state COUNT times, each time setting a flag and removing the record
+//   state_helper KEY FOLDER busy    sets and deletes flags until it is killed, saying "+" for each
+
+#include "VqLog/LoggerWrapper.h"
+#include "VqUtil/Ipc/ProcessState.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+using namespace Velquor;
+
+namespace {
+
+Util::ProcessProperties flag(const QString& name) {
+    return {{QStringLiteral("ProductKey"), QStringLiteral("product")}, {name, true}};
+}
+
+void say(const char* text) {
+    std::fputs(text, stdout);
+    std::fflush(stdout);
+}
+
+int obey(Util::ProcessState& state) {
+    say("ready\n");
+    for (std::string line; std::getline(std::cin, line);) {
+        const QString text = QString::fromStdString(line).trimmed();
+        const QString name = text.section(QLatin1Char(' '), 1);
+        if (text == QLatin1String("die"))
+            std::_Exit(42);
+        if (text.startsWith(QLatin1String("set ")))
+            say(state.setPropertyMap(flag(name)) ? "set\n" : "not set\n");
+        else if (text.startsWith(QLatin1String("claim ")))
+            say(state.setUnlessSetElsewhere(flag(name)) ? "won\n" : "lost\n");
+    }
+    state.deleteProcessState();
+    return 0;
+}
+
+int openOften(const Util::ProcessStateServices& services, const QString& key, int count) {
+    const QString name = QStringLiteral("Flag of %1").arg(QCoreApplication::applicationPid());
+    for (int round = 0; round < count; ++round) {
+        Util::ProcessState state(services);
+        state.setKey(key);
+        if (!state.ensureCreated() || !state.setUnlessSetElsewhere(flag(name)) || state.queryProperty(flag(name)))
+            return 1;
+        if (!state.dump({}).contains(QStringLiteral("        %1 = true").arg(name)))
+            return 2;
+        state.deleteProcessState();
+    }
+    return 0;
+}
+
+[[noreturn]] void beBusy(Util::ProcessState& state) {
+    for (;;) {
+        state.setPropertyMap(flag(QStringLiteral("Busy")));
+        say("+");
+        state.deleteProperty(QStringLiteral("Busy"));
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const auto services = Util::systemProcessStateServices(arguments.value(2), Log::makeLogger(QStringLiteral("Helper")));
+    if (arguments.value(3).toInt() > 0)
+        return openOften(services, arguments.value(1), arguments.value(3).toInt());
+    Util::ProcessState state(services);
+    state.setKey(arguments.value(1));
+    if (arguments.value(3) == QLatin1String("busy"))
+        beBusy(state);
+    return obey(state);
+}

@@ -1,0 +1,187 @@
+#include "TestKit/RecordingLogger.h"
+#include "TestKit/StateHelper.h"
+#include "VqUtil/Ipc/ProcessState.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QSystemSemaphore>
+#include <QTemporaryDir>
+#include <QUuid>
+#include <QtTest>
+#include <vector>
+
+using namespace Velquor;
+using namespace Velquor::Util;
+using TestKit::StateHelper;
+
+namespace {
+
+ProcessProperties flag(const char* name) {
+    return {{QStringLiteral("ProductKey"), QStringLiteral("PRODUCT")}, {QLatin1String(name), true}};
+}
+
+/// With VQ_SOAK in the environment the long form runs.
+int rounds(int usual, int soak) { return qEnvironmentVariableIsSet("VQ_SOAK") ? soak : usual; }
+
+} // namespace
+
+/// The real block of the system, with processes that come, race, and are killed.
+class ProcessStateProcessTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_folder.path())); }
+    void init();
+    void cleanup();
+    void killedProcess_data();
+    void killedProcess();
+    void anotherExecutable();
+    void oneWinner();
+    void crashCycles();
+    void manyOpens();
+
+private:
+    [[nodiscard]] std::unique_ptr<StateHelper> run(const QString& what = {}) const {
+        return std::make_unique<StateHelper>(QStringList{m_key, m_folder.path(), what});
+    }
+    [[nodiscard]] std::unique_ptr<ProcessState> open(ProcessStateServices services) const {
+        auto state = std::make_unique<ProcessState>(std::move(services));
+        state->setKey(m_key);
+        return state;
+    }
+    [[nodiscard]] ProcessStateServices services() const { return systemProcessStateServices(m_folder.path(), m_logger); }
+    [[nodiscard]] bool isEmptied() const { return m_state->dump({}).contains(QStringLiteral("Processes (0):")); }
+
+    QTemporaryDir m_folder;
+    QString m_key;
+    std::shared_ptr<TestKit::RecordingLogger> m_logger = std::make_shared<TestKit::RecordingLogger>();
+    std::unique_ptr<ProcessState> m_state;
+};
+
+void ProcessStateProcessTest::init() {
+    m_key = QStringLiteral("VqProcessStateProcessTest") + QUuid::createUuid().toString(QUuid::Id128);
+    m_state = open(services());
+    QVERIFY(m_state->ensureCreated());
+    m_logger->clear();
+}
+
+// The block goes with its last process; only the file of the lock may stay, and the semaphore, which is removed here.
+void ProcessStateProcessTest::cleanup() {
+    m_state.reset();
+    const QString user = QString::number(QFileInfo(m_folder.path()).ownerId());
+    const QSystemSemaphore removed(m_key + QStringLiteral(".Semaphore.") + user, 1, QSystemSemaphore::Create);
+    QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
+}
+
+void ProcessStateProcessTest::killedProcess_data() {
+    QTest::addColumn<bool>("killed");
+    QTest::newRow("killed") << true;
+    QTest::newRow("ended by itself") << false;
+}
+
+void ProcessStateProcessTest::killedProcess() {
+    QFETCH(bool, killed);
+    const auto helper = run();
+    QCOMPARE(helper->nextLine(), QByteArray("ready"));
+    helper->tell("set TokenRefreshInProgress");
+    QCOMPARE(helper->nextLine(), QByteArray("set"));
+    QVERIFY(m_state->queryProperty(flag("TokenRefreshInProgress")));
+    QVERIFY(!m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
+    if (killed) {
+        helper->killNow();
+    } else {
+        helper->tell("die");
+        QVERIFY(helper->waitForFinished(10000));
+    }
+    QVERIFY(!m_state->queryProperty(flag("TokenRefreshInProgress")));
+    QVERIFY(m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
+    QCOMPARE(m_logger->texts(Log::Level::Information),
+             QStringList(QStringLiteral("Removing 1 dead process(es) in process state shared memory")));
+}
+
+// An id that lives with another executable belongs to somebody else by now.
+void ProcessStateProcessTest::anotherExecutable() {
+    const auto helper = run();
+    QCOMPARE(helper->nextLine(), QByteArray("ready"));
+    ProcessStateServices fake = services();
+    fake.ownProcessId = helper->processId();
+    const QString path = QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()
+                                   + (fake.ownExecutablePath.endsWith(QLatin1String(".exe")) ? QStringLiteral(".exe") : QString()))
+                             .absoluteFilePath();
+    const QStringList paths{path, path.toUpper(), QDir::cleanPath(path + QStringLiteral("/../") + QFileInfo(path).fileName()), QString()};
+    for (const QString& same : paths) {
+        fake.ownExecutablePath = same;
+        open(fake)->deleteProcessState();
+        open(fake)->setPropertyMap(flag("A"));
+        QVERIFY2(m_state->queryProperty(flag("A")), qPrintable(same));
+    }
+    for (const QString& other : {path + QStringLiteral("x"), services().ownExecutablePath, QStringLiteral("/")}) {
+        fake.ownExecutablePath = other;
+        open(fake)->deleteProcessState();
+        open(fake)->setPropertyMap(flag("A"));
+        QVERIFY2(!m_state->queryProperty(flag("A")), qPrintable(other));
+    }
+    QVERIFY(helper->finish());
+}
+
+// Eight processes want to do the same work at once.
+void ProcessStateProcessTest::oneWinner() {
+    std::vector<std::unique_ptr<StateHelper>> helpers;
+    for (int count = 0; count < 8; ++count)
+        helpers.push_back(run());
+    for (const auto& helper : helpers)
+        QCOMPARE(helper->nextLine(), QByteArray("ready"));
+    for (int round = 0; round < rounds(25, 500); ++round) {
+        for (const auto& helper : helpers)
+            helper->tell("claim Flag" + QByteArray::number(round));
+        int won = 0;
+        int lost = 0;
+        for (const auto& helper : helpers) {
+            const QByteArray answer = helper->nextLine();
+            won += answer == "won" ? 1 : 0;
+            lost += answer == "lost" ? 1 : 0;
+        }
+        QCOMPARE(won, 1);
+        QCOMPARE(lost, 7);
+    }
+    for (const auto& helper : helpers)
+        QVERIFY(helper->finish());
+    QVERIFY(isEmptied());
+}
+
+// Killed at any moment, in the middle of a write too: nobody waits for it, and what others show stays.
+void ProcessStateProcessTest::crashCycles() {
+    const auto bystander = run();
+    QCOMPARE(bystander->nextLine(), QByteArray("ready"));
+    bystander->tell("set Bystander");
+    QCOMPARE(bystander->nextLine(), QByteArray("set"));
+    for (int round = 0; round < rounds(20, 200); ++round) {
+        const auto victim = run(QStringLiteral("busy"));
+        QVERIFY(victim->waitForReadyRead(20000));
+        QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(1, 20)));
+        victim->killNow();
+        QVERIFY(!m_state->queryProperty(flag("Busy")));
+        QVERIFY(m_state->setUnlessSetElsewhere(flag("Busy")));
+        QVERIFY(m_state->queryProperty(flag("Bystander")));
+        m_state->deleteProcessState();
+    }
+    QVERIFY(bystander->finish());
+    QVERIFY(isEmptied());
+}
+
+void ProcessStateProcessTest::manyOpens() {
+    m_state.reset(); // so that the block comes and goes with them
+    std::vector<std::unique_ptr<StateHelper>> helpers;
+    for (int count = 0; count < 4; ++count)
+        helpers.push_back(run(QString::number(rounds(100, 2500))));
+    for (const auto& helper : helpers)
+        QVERIFY2(helper->finish(), helper->readAllStandardError().constData());
+    QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
+    m_state = open(services());
+    QVERIFY(m_state->ensureCreated());
+    QVERIFY(m_logger->texts(Log::Level::Information).last().startsWith(QStringLiteral("Created ")));
+}
+
+QTEST_GUILESS_MAIN(ProcessStateProcessTest)
+#include "ProcessStateProcessTest.moc"
