@@ -24,13 +24,13 @@ QByteArray contents(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-void trust(const QString& authorityFile) {
+} // namespace
+
+void AccountServiceProcess::trust(const QString& authorityFile) {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(configuration.caCertificates() + QSslCertificate::fromPath(authorityFile));
     QSslConfiguration::setDefaultConfiguration(configuration);
 }
-
-} // namespace
 
 bool AccountServiceProcess::start(const QStringList& options) {
     const QString program = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/dev/account-service/account-service");

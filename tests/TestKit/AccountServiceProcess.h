@@ -23,6 +23,9 @@ public:
     [[nodiscard]] QString url() const { return m_info.value(QStringLiteral("url")).toString(); }
     [[nodiscard]] QString authorityFile() const { return m_info.value(QStringLiteral("ca_file")).toString(); }
 
+    /// Makes Qt in this process trust the authority in the file.
+    static void trust(const QString& authorityFile);
+
     /// One call of the control interface; without a body a GET.
     QJsonObject control(const QString& path, const QJsonValue& body = QJsonValue::Undefined);
 

@@ -10,6 +10,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <atomic>
 #include <memory>
 
 namespace Velquor::TestKit {
@@ -19,13 +20,16 @@ namespace Velquor::TestKit {
 /// Thread: the test's. Owner: the test.
 class SessionFixture {
 public:
-    SessionFixture()
+    /// With folders of another process's fixture it is another process of the same user.
+    explicit SessionFixture(const QString& stateFolder = {}, const QString& keyFolder = {})
         : logger(std::make_shared<RecordingLogger>())
-        , urls(logger) {
+        , urls(logger)
+        , m_stateFolder(stateFolder.isEmpty() ? folder.path() : stateFolder) {
         // One key for all tests of the program, since making one takes a while.
-        static const QTemporaryDir keyFolder;
-        static const auto rsa = Util::openUserRsaCryptor(keyFolder.path(), logger);
+        static const QTemporaryDir ownKeyFolder;
+        static const auto rsa = Util::openUserRsaCryptor(keyFolder.isEmpty() ? ownKeyFolder.path() : keyFolder, logger);
         cryptor = std::make_shared<Util::UserCryptor>(rsa, logger);
+        this->keyFolder = keyFolder.isEmpty() ? ownKeyFolder.path() : keyFolder;
     }
 
     [[nodiscard]] WebServices::SessionServices services() {
@@ -39,7 +43,7 @@ public:
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
         made.exchangeTimeoutMs = exchangeTimeoutMs;
         made.loginStateFile = file();
-        made.lockFolder = folder.path();
+        made.lockFolder = m_stateFolder;
         made.savedBy = QStringLiteral("test");
         return made;
     }
@@ -60,7 +64,7 @@ public:
         return made;
     }
 
-    [[nodiscard]] QString file() const { return folder.filePath(QStringLiteral("LoginState.xml")); }
+    [[nodiscard]] QString file() const { return m_stateFolder + QStringLiteral("/LoginState.xml"); }
 
     [[nodiscard]] QByteArray fileContents() const {
         QFile state(file());
@@ -79,11 +83,15 @@ public:
     }
 
     QTemporaryDir folder;
+    QString keyFolder; ///< Where the user's key is.
     std::shared_ptr<RecordingLogger> logger;
     WebServices::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
-    qint64 clockOffset = 0; ///< Seconds that the sessions' clock is ahead.
+    std::atomic<qint64> clockOffset{0}; ///< Seconds that the sessions' clock is ahead.
+
+private:
+    const QString m_stateFolder;
 };
 
 } // namespace Velquor::TestKit

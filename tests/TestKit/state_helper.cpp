@@ -1,9 +1,9 @@
 // Another process of the user, for the tests of the flags that processes show each other.
 //   state_helper KEY FOLDER         does what the lines of its standard input say and answers each with a line; removes its record
 //                                   when its standard input ends
-//     set NAME    sets the flag            "set"
-//     claim NAME  sets it unless another   "won" or "lost"
-//     die         ends at once, leaving everything as it is
+//     set NAME       sets the flag   "set"
+//     claim NAME MS  sets it unless another process shows it, when the clock says MS   "won" or "lost"
+//     die            ends at once, leaving everything as it is
 //   state_helper KEY FOLDER COUNT   opens the state COUNT times, each time setting a flag and removing the record
 //   state_helper KEY FOLDER busy    sets and deletes flags until it is killed, saying "+" for each
 
@@ -11,6 +11,8 @@
 #include "VqUtil/Ipc/ProcessState.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
+#include <QThread>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -29,17 +31,23 @@ void say(const char* text) {
     std::fflush(stdout);
 }
 
+// At the same moment as the others that were told the same one.
+bool claim(Util::ProcessState& state, const QString& name, qint64 moment) {
+    QThread::msleep(static_cast<unsigned long>(qBound<qint64>(0, moment - QDateTime::currentMSecsSinceEpoch(), 1000)));
+    return state.setUnlessSetElsewhere(flag(name));
+}
+
 int obey(Util::ProcessState& state) {
     say("ready\n");
     for (std::string line; std::getline(std::cin, line);) {
         const QString text = QString::fromStdString(line).trimmed();
-        const QString name = text.section(QLatin1Char(' '), 1);
+        const QString name = text.section(QLatin1Char(' '), 1, 1);
         if (text == QLatin1String("die"))
             std::_Exit(42);
         if (text.startsWith(QLatin1String("set ")))
             say(state.setPropertyMap(flag(name)) ? "set\n" : "not set\n");
         else if (text.startsWith(QLatin1String("claim ")))
-            say(state.setUnlessSetElsewhere(flag(name)) ? "won\n" : "lost\n");
+            say(claim(state, name, text.section(QLatin1Char(' '), 2).toLongLong()) ? "won\n" : "lost\n");
     }
     state.deleteProcessState();
     return 0;

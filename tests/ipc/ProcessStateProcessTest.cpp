@@ -2,6 +2,7 @@
 #include "TestKit/StateHelper.h"
 #include "VqUtil/Ipc/ProcessState.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QRandomGenerator>
@@ -132,9 +133,10 @@ void ProcessStateProcessTest::oneWinner() {
         helpers.push_back(run());
     for (const auto& helper : helpers)
         QCOMPARE(helper->nextLine(), QByteArray("ready"));
-    for (int round = 0; round < rounds(25, 500); ++round) {
+    for (int round = 0; round < rounds(100, 1000); ++round) {
+        const qint64 moment = QDateTime::currentMSecsSinceEpoch() + 5;
         for (const auto& helper : helpers)
-            helper->tell("claim Flag" + QByteArray::number(round));
+            helper->tell("claim Flag" + QByteArray::number(round) + ' ' + QByteArray::number(moment));
         int won = 0;
         int lost = 0;
         for (const auto& helper : helpers) {

@@ -5,6 +5,7 @@
 #include <QSystemSemaphore>
 #include <QUuid>
 #include <QtTest>
+#include <memory>
 
 using namespace Velquor::Util;
 using Result = ISharedBlock::Result;
@@ -34,8 +35,10 @@ void WindowsSharedBlockTest::qtOpensOurs() {
     QVERIFY(memory.lock());
     QCOMPARE(QByteArray(static_cast<const char*>(memory.constData()), 5), QByteArray("ours\0", 5));
     QVERIFY(memory.unlock() && memory.detach());
-    QVERIFY(!memory.create(100));
-    QCOMPARE(memory.error(), QSharedMemory::AlreadyExists);
+    auto second = std::make_unique<QSharedMemory>(m_key);
+    QVERIFY(!second->create(100));
+    QCOMPARE(second->error(), QSharedMemory::AlreadyExists);
+    second.reset();
     block.reset();
     QCOMPARE(openSharedBlock(m_key, {})->attach(), Result::Missing);
 }

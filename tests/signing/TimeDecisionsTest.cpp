@@ -92,7 +92,8 @@ void TimeDecisionsTest::readsServerTime() {
     TestKit::RecordingLogger logger;
     QCOMPARE(readServerTime(body, header, logger).value_or(none), time);
     QCOMPARE(logger.texts().last(), lastLine);
-    const bool saysFallBack = logger.texts().contains(QStringLiteral("Failed to parse response body. Will try to use date header."));
+    const bool saysFallBack =
+        logger.texts().contains(QStringLiteral("Failed to parse response body. Will try to use date header."));
     QCOMPARE(saysFallBack, lastLine.contains(QLatin1String("date header")) && !body.isEmpty());
 }
 
@@ -236,7 +237,8 @@ void TimeDecisionsTest::takesUrlsInTurn() {
         urls.next();
     }
     // What can never be asked is tried once.
-    QCOMPARE(asked, (QStringList{"https://a.example/", "file:///b", "https://c.example/", "https://a.example/", "https://c.example/"}));
+    QCOMPARE(asked,
+             (QStringList{"https://a.example/", "file:///b", "https://c.example/", "https://a.example/", "https://c.example/"}));
     urls.replaceCurrent(QUrl(QStringLiteral("https://d.example/")));
     urls.next();
     urls.next();

@@ -1,6 +1,6 @@
+#include "Signing/TimeService.h"
 #include "FakeTimeSource.h"
 #include "Signing/SystemTimeSource.h"
-#include "Signing/TimeService.h"
 #include "Signing/TimeServiceImp.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/AccountServiceProcess.h"
@@ -76,7 +76,9 @@ private:
     std::shared_ptr<TimeCorrection> m_correction;
 };
 
-void TimeServiceTest::initTestCase() { QVERIFY(m_service.start()); }
+void TimeServiceTest::initTestCase() {
+    QVERIFY(m_service.start());
+}
 
 void TimeServiceTest::init() {
     m_logger->clear();
@@ -100,10 +102,14 @@ std::unique_ptr<TimeService> TimeServiceTest::makeWorker(const QStringList& path
 void TimeServiceTest::asksTheAccountService_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("line");
-    QTest::newRow("unix") << "/time/unix" << "Successfully parsed unix time in body: ";
-    QTest::newRow("iso") << "/time/iso" << "Successfully parsed ISO date in body: ";
-    QTest::newRow("date header") << "/time/date-header-only" << "Successfully parsed date header: ";
-    QTest::newRow("moved") << "/time/moved" << "Replacing time service url ";
+    QTest::newRow("unix") << "/time/unix"
+                          << "Successfully parsed unix time in body: ";
+    QTest::newRow("iso") << "/time/iso"
+                         << "Successfully parsed ISO date in body: ";
+    QTest::newRow("date header") << "/time/date-header-only"
+                                 << "Successfully parsed date header: ";
+    QTest::newRow("moved") << "/time/moved"
+                           << "Replacing time service url ";
 }
 
 void TimeServiceTest::asksTheAccountService() {
@@ -132,10 +138,12 @@ void TimeServiceTest::answers_data() {
     const QString noTime = QStringLiteral("Failed to parse date body and date header returned by server url URL");
     QTest::newRow("time") << answer("200 OK", knownBody) << true
                           << "Time query finished. Server response: Http code: 200, Body: 1700000000, Date header: ";
-    QTest::newRow("302") << answer("302 Found", page, "Location: /other\r\n" + knownDate) << true << "Successfully parsed date header: ";
-    QTest::newRow("307") << answer("307 Temporary Redirect", {}, "Location: /x\r\ndate: Tue, 14 Nov 2023 22:13:20 GMT\r\n") << true
+    QTest::newRow("302") << answer("302 Found", page, "Location: /other\r\n" + knownDate) << true
                          << "Successfully parsed date header: ";
-    QTest::newRow("large page") << answer("200 OK", QByteArray(100000, 'x'), knownDate) << true << "Successfully parsed date header: ";
+    QTest::newRow("307") << answer("307 Temporary Redirect", {}, "Location: /x\r\ndate: Tue, 14 Nov 2023 22:13:20 GMT\r\n")
+                         << true << "Successfully parsed date header: ";
+    QTest::newRow("large page") << answer("200 OK", QByteArray(100000, 'x'), knownDate) << true
+                                << "Successfully parsed date header: ";
     QTest::newRow("303") << answer("303 See Other", {}, knownDate) << false
                          << failed + "The server's status is no answer. Http error: 303 See Other. Network error: ";
     QTest::newRow("204") << answer("204 No Content", {}, knownDate) << false << failed;
@@ -156,12 +164,14 @@ void TimeServiceTest::answers() {
     m_server->setScript(QStringLiteral("/a"), {reply});
     const auto worker = makeWorker({QStringLiteral("/a")});
     worker->StartServiceSlot();
-    const QString settled = isTime ? QStringLiteral("Time queried successfully from server %1: 2023-11-14T22:13:20Z").arg(url("/a"))
-                                   : QStringLiteral("Will retry next server url in 5 s");
+    const QString settled = isTime
+                                ? QStringLiteral("Time queried successfully from server %1: 2023-11-14T22:13:20Z").arg(url("/a"))
+                                : QStringLiteral("Will retry next server url in 5 s");
     QTRY_COMPARE(logged(settled), 1);
     QCOMPARE(loggedStart(line.replace(QLatin1String("URL"), url("/a"))), 1);
     QCOMPARE(successes(), isTime ? 1 : 0);
-    QCOMPARE(m_logger->texts().last(), isTime ? "Check timer restarted with interval 10000 ms" : "Check timer restarted with interval 5200 ms");
+    QCOMPARE(m_logger->texts().last(),
+             isTime ? "Check timer restarted with interval 10000 ms" : "Check timer restarted with interval 5200 ms");
     QCOMPARE(m_correction->timestamp(), known);
     QVERIFY(!m_server->requests("/a").first().head.toLower().contains("authorization"));
 }
@@ -173,8 +183,11 @@ void TimeServiceTest::redirectReplacesTheUrl() {
     worker->StartServiceSlot();
     QTRY_COMPARE(successes(), 1);
     QCOMPARE(logged(QStringLiteral("Replacing time service url %1 to redirected url %2").arg(url("/old"), url("/new?x=***"))), 1);
-    worker->UpdateTimeSlot(true);
+    Q_EMIT worker->UpdateTimeTrigger(true);
     QTRY_COMPARE(successes(), 2);
+    // Sixty days in milliseconds are too much for the framework's timer.
+    Q_EMIT worker->StartTimerTrigger(std::chrono::hours(60 * 24));
+    QTRY_COMPARE(m_logger->texts().last(), QStringLiteral("Check timer restarted with interval 86400000 ms"));
     QCOMPARE(m_server->count("/old"), 1);
     QCOMPARE(m_server->count("/new"), 1);
 }
@@ -218,6 +231,9 @@ void TimeServiceTest::endsWithoutUsableUrl() {
     QTRY_COMPARE(m_logger->texts().last(), QStringLiteral("Stopped time service"));
     QVERIFY(!worker->isRunning());
     m_logger->clear();
+    Q_EMIT worker->StartTimerTrigger(std::chrono::seconds(1));
+    QTest::qWait(5);
+    QVERIFY(m_logger->texts().isEmpty());
     worker = makeWorker({});
     worker->StartServiceSlot();
     QCOMPARE(m_logger->texts(),
@@ -234,7 +250,8 @@ void TimeServiceTest::followsTheClocks() {
     worker->StartServiceSlot();
     QTRY_COMPARE(successes(), 1);
     QCOMPARE(m_correction->timestamp(), known);
-    QCOMPARE(loggedStart(QStringLiteral("System time is incorrect by 2 h. Applying this offset to create correct timestamp. ")), 1);
+    QCOMPARE(loggedStart(QStringLiteral("System time is incorrect by 2 h. Applying this offset to create correct timestamp. ")),
+             1);
     worker->TimerTimeout();
     QCOMPARE(m_server->count("/a"), 1);
     // Somebody puts the clock right: the offset must not count twice, neither before nor after the query that this starts.
@@ -256,7 +273,8 @@ void TimeServiceTest::followsTheClocks() {
     m_clock->changeClock(25 * hour);
     worker->TimerTimeout();
     worker->TimerTimeout();
-    QCOMPARE(loggedStart(QStringLiteral("System time has changed, but ignoring the change since the offset is more than 1 d. Last ticks: ")),
+    QCOMPARE(loggedStart(QStringLiteral(
+                 "System time has changed, but ignoring the change since the offset is more than 1 d. Last ticks: ")),
              1);
     QCOMPARE(m_server->count("/a"), 2);
 }
@@ -267,11 +285,15 @@ void TimeServiceTest::offsetBeyondTheLimit() {
     const auto worker = makeWorker({QStringLiteral("/a")});
     worker->StartServiceSlot();
     QTRY_COMPARE(successes(), 1);
-    const QString told = QStringLiteral("System time is incorrect by 1 d 1 h. Will not correct timestamp since the offset is more than 1 d. ");
+    const QString told =
+        QStringLiteral("System time is incorrect by 1 d 1 h. Will not correct timestamp since the offset is more than 1 d. ");
     QCOMPARE(loggedStart(told), 1);
-    QCOMPARE(m_logger->texts().filter(QStringLiteral("Fix the system time. System time is ahead of server time by 1 d 1 h. ")).size(), 1);
+    QCOMPARE(
+        m_logger->texts().filter(QStringLiteral("Fix the system time. System time is ahead of server time by 1 d 1 h. ")).size(),
+        1);
     QCOMPARE(m_correction->timestamp(), known + 25 * 3600);
-    const QString refused = QStringLiteral("System time is incorrect by 1 d 1 h. Not applying this offset to create correct timestamp since the offset is more than 1 d. ");
+    const QString refused = QStringLiteral(
+        "System time is incorrect by 1 d 1 h. Not applying this offset to create correct timestamp since the offset is more than 1 d. ");
     QCOMPARE(loggedStart(refused), 1);
     // Near enough again, it applies at once.
     m_clock->changeClock(-2 * hour);
@@ -299,7 +321,9 @@ void TimeServiceTest::demandsAndSecondStart() {
     QTRY_COMPARE(logged(QStringLiteral("DoStartService called. But time service is already running.")), 1);
     QCOMPARE(m_server->count("/a"), 3);
     QCOMPARE(logged(QStringLiteral("Creating time service")), 1);
-    QCOMPARE(logged(QStringLiteral("Time service is already running. Starting time update since last request failed with time mismatch error.")), 6);
+    QCOMPARE(logged(QStringLiteral(
+                 "Time service is already running. Starting time update since last request failed with time mismatch error.")),
+             6);
 }
 
 void TimeServiceTest::doesNotStart_data() {
@@ -332,7 +356,8 @@ void TimeServiceTest::doesNotStart() {
     m_logger->clear();
     const VqOAuthHost host(nullptr, service, m_logger);
     QVERIFY(qAbs(host.GetTimestamp() - QDateTime::currentSecsSinceEpoch()) <= 1);
-    QCOMPARE(m_logger->texts(), QStringList{"Not using time service for timestamp. Time service is not yet created or already destroyed."});
+    QCOMPARE(m_logger->texts(),
+             QStringList{"Not using time service for timestamp. Time service is not yet created or already destroyed."});
     m_logger->clear();
     QVERIFY(VqOAuthHost(nullptr, nullptr, m_logger).GetTimestamp() > 0);
     QVERIFY(m_logger->texts().isEmpty());

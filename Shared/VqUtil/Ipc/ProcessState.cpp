@@ -1,10 +1,7 @@
 #include "VqUtil/Ipc/ProcessState.h"
 
 #include "VqUtil/Ipc/ProcessStateDump.h"
-#include "VqUtil/Platform/ProcessLiveness.h"
-#include "VqUtil/Platform/SharedBlock.h"
 
-#include <QCoreApplication>
 #include <QMutexLocker>
 #include <algorithm>
 #include <utility>
@@ -51,17 +48,6 @@ private:
     const QMutexLocker m_threads;
     CrossProcessLock* const m_lock;
 };
-
-ProcessStateServices systemProcessStateServices(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger) {
-    ProcessStateServices services;
-    services.lockFolder = sharedBlockFolder(dataFolder);
-    services.openBlock = [folder = services.lockFolder](const QString& key) { return openSharedBlock(key, folder); };
-    services.isAlive = &isProcessAlive;
-    services.ownProcessId = QCoreApplication::applicationPid();
-    services.ownExecutablePath = ownExecutablePath();
-    services.logger = std::move(logger);
-    return services;
-}
 
 ProcessState::ProcessState(ProcessStateServices services)
     : m_services(std::move(services)) {}

@@ -18,9 +18,13 @@ std::optional<qint64> plausible(qint64 seconds) {
 }
 
 // Keeps what stands behind a NUL, so that it is seen and refused.
-QString wholeText(const QByteArray& text) { return QString::fromLatin1(text.constData(), text.size()); }
+QString wholeText(const QByteArray& text) {
+    return QString::fromLatin1(text.constData(), text.size());
+}
 
-QString shownTime(qint64 seconds) { return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate); }
+QString shownTime(qint64 seconds) {
+    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
+}
 
 std::optional<qint64> readDateHeader(const QByteArray& header, Log::ILogger& logger) {
     const std::optional<qint64> time = timeInDateHeader(header);
@@ -45,8 +49,8 @@ std::optional<qint64> unixTimeInBody(const QByteArray& body) {
 }
 
 std::optional<qint64> isoTimeInBody(const QByteArray& body) {
-    static const QRegularExpression form(QRegularExpression::anchoredPattern(QStringLiteral(
-        "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}(\\.[0-9]{1,9})?(Z|[+-][0-9]{2}:[0-9]{2})")));
+    static const QRegularExpression form(QRegularExpression::anchoredPattern(
+        QStringLiteral("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}(\\.[0-9]{1,9})?(Z|[+-][0-9]{2}:[0-9]{2})")));
     const QByteArray text = body.trimmed();
     if (text.size() > longestTime || !form.match(wholeText(text)).hasMatch())
         return std::nullopt;

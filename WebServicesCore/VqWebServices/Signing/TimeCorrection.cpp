@@ -12,11 +12,19 @@ namespace {
 
 constexpr qint64 millisecondsInSecond = 1000;
 
-qint64 wholeSeconds(qint64 milliseconds) { return milliseconds / millisecondsInSecond; }
+qint64 wholeSeconds(qint64 milliseconds) {
+    return milliseconds / millisecondsInSecond;
+}
 
-QString shown(const QDateTime& time) { return time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")); }
-QString localText(qint64 time) { return shown(QDateTime::fromMSecsSinceEpoch(time)); }
-QString utcText(qint64 time) { return shown(QDateTime::fromMSecsSinceEpoch(time, Qt::UTC)); }
+QString shown(const QDateTime& time) {
+    return time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+}
+QString localText(qint64 time) {
+    return shown(QDateTime::fromMSecsSinceEpoch(time));
+}
+QString utcText(qint64 time) {
+    return shown(QDateTime::fromMSecsSinceEpoch(time, Qt::UTC));
+}
 
 void logMeasured(Log::ILogger& logger, const CorrectedTime& corrected, const ClockReading& now, qint64 limit) {
     const QString by = Util::timeSpanText(qAbs(corrected.offset));

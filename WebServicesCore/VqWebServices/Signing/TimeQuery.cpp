@@ -37,9 +37,13 @@ TimeQuery::TimeQuery(const QUrl& url, int timeoutInMsec, std::shared_ptr<Log::IL
     connect(&m_operation, &WebServices::NetworkOperationAsync::RequestFinished, this, &TimeQuery::operationFinished);
 }
 
-TimeQuery::~TimeQuery() { m_operation.disconnect(this); }
+TimeQuery::~TimeQuery() {
+    m_operation.disconnect(this);
+}
 
-void TimeQuery::start() { m_operation.Start(); }
+void TimeQuery::start() {
+    m_operation.Start();
+}
 
 void TimeQuery::operationFinished(QNetworkReply* reply) {
     TimeAnswer answer;

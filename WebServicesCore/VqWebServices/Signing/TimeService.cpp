@@ -98,7 +98,9 @@ void TimeService::TimerTimeout() {
     UpdateTimeSlot(false);
 }
 
-void TimeService::restartTimer() { StartTimerSlot(std::chrono::milliseconds(checkInterval(m_schedule.retriesQuickly()))); }
+void TimeService::restartTimer() {
+    StartTimerSlot(std::chrono::milliseconds(checkInterval(m_schedule.retriesQuickly())));
+}
 
 void TimeService::updateWhenDue() {
     const ClockReading now = m_parts.source->read();
@@ -107,8 +109,8 @@ void TimeService::updateWhenDue() {
         handleChange(decision, now);
     if (decision.reason == UpdateReason::None)
         return;
-    m_logger->information(QStringLiteral("Starting time update. Reason: %1.")
-                              .arg(reasonText(decision.reason, m_parts.options.updatePeriod)));
+    m_logger->information(
+        QStringLiteral("Starting time update. Reason: %1.").arg(reasonText(decision.reason, m_parts.options.updatePeriod)));
     query();
 }
 

@@ -14,7 +14,9 @@ TimeServiceImp::TimeServiceImp(WebServices::UrlStore& urls, WebServices::Server 
     , m_parts(std::move(parts))
     , m_enabled(m_parts.options.enabled) {}
 
-TimeServiceImp::~TimeServiceImp() { stop(); }
+TimeServiceImp::~TimeServiceImp() {
+    stop();
+}
 
 std::optional<qint64> TimeServiceImp::correctedTime() const {
     std::shared_ptr<TimeCorrection> correction;
@@ -57,7 +59,8 @@ void TimeServiceImp::startWorker() {
     m_parts.logger->information(QStringLiteral("Starting time service asynchronously"));
     if (!m_worker && !createWorker())
         return;
-    QMetaObject::invokeMethod(m_worker, [worker = m_worker, urls] { worker->useUrls(urls); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        m_worker, [worker = m_worker, urls] { worker->useUrls(urls); }, Qt::QueuedConnection);
     Q_EMIT m_worker->StartServiceTrigger();
 }
 
@@ -90,7 +93,8 @@ void TimeServiceImp::stop() {
             return;
         Q_EMIT m_worker->StopServiceTrigger();
         // Behind the trigger in the worker's queue, which a thread that is told to quit does not finish.
-        QMetaObject::invokeMethod(m_worker, [ending = thread.get()] { ending->quit(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            m_worker, [ending = thread.get()] { ending->quit(); }, Qt::QueuedConnection);
         m_worker = nullptr;
     }
     thread->wait();

@@ -63,8 +63,9 @@ bool TimeService::followRedirect(const QUrl& url, const TimeAnswer& answer) {
     const QUrl target = redirectTarget(url, answer.location);
     if (!target.isValid()) {
         m_logger->error(QStringLiteral("Failed to get time from server %1. %2. %3. %4")
-                            .arg(WebServices::displayUrl(url), QStringLiteral("The redirected url is not a valid http or https url"),
-                                 answer.httpText, answer.networkText));
+                            .arg(WebServices::displayUrl(url),
+                                 QStringLiteral("The redirected url is not a valid http or https url"), answer.httpText,
+                                 answer.networkText));
         return false;
     }
     m_logger->information(QStringLiteral("Replacing time service url %1 to redirected url %2")
@@ -74,9 +75,9 @@ bool TimeService::followRedirect(const QUrl& url, const TimeAnswer& answer) {
 }
 
 void TimeService::succeed(const QUrl& url, qint64 seconds) {
-    m_logger->information(QStringLiteral("Time queried successfully from server %1: %2")
-                              .arg(WebServices::displayUrl(url),
-                                   QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate)));
+    m_logger->information(
+        QStringLiteral("Time queried successfully from server %1: %2")
+            .arg(WebServices::displayUrl(url), QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate)));
     const ClockReading now = m_parts.source->read();
     m_correction->setMeasurement({seconds * 1000, now});
     m_schedule.succeeded(now);

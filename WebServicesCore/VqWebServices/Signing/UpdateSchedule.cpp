@@ -15,18 +15,25 @@ constexpr qint64 usualCheck = 10000;
 QString ClockComparison::text() const {
     return QStringLiteral(
                "Last ticks: %1, Current ticks: %2, Last time: %3, Current time: %4, Elapsed ticks: %5, Elapsed time: %6, Diff elapsed: %7")
-        .arg(QString::number(last.ticks), QString::number(current.ticks), QString::number(last.time), QString::number(current.time),
-             QString::number(elapsedTicks()), QString::number(elapsedTime()), QString::number(difference()));
+        .arg(QString::number(last.ticks), QString::number(current.ticks), QString::number(last.time),
+             QString::number(current.time), QString::number(elapsedTicks()), QString::number(elapsedTime()),
+             QString::number(difference()));
 }
 
-qint64 retryWait(int failures, int urls) { return failures < quickRounds * urls ? quickRetry : slowRetry; }
+qint64 retryWait(int failures, int urls) {
+    return failures < quickRounds * urls ? quickRetry : slowRetry;
+}
 
-qint64 checkInterval(bool retriesQuickly) { return retriesQuickly ? quickCheck : usualCheck; }
+qint64 checkInterval(bool retriesQuickly) {
+    return retriesQuickly ? quickCheck : usualCheck;
+}
 
 UpdateSchedule::UpdateSchedule(const TimeServiceOptions& options)
     : m_options(options) {}
 
-void UpdateSchedule::restart() { *this = UpdateSchedule(m_options); }
+void UpdateSchedule::restart() {
+    *this = UpdateSchedule(m_options);
+}
 
 void UpdateSchedule::demandUpdate() {
     m_demanded = true;
@@ -69,6 +76,8 @@ qint64 UpdateSchedule::failed(const ClockReading& now, int urls) {
     return m_wait;
 }
 
-bool UpdateSchedule::retriesQuickly() const { return m_failures > 0 && m_wait == quickRetry; }
+bool UpdateSchedule::retriesQuickly() const {
+    return m_failures > 0 && m_wait == quickRetry;
+}
 
 } // namespace Velquor::OAuth

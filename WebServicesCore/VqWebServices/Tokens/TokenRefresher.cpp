@@ -209,7 +209,11 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     if (outcome.reply.status != 400 || isClock)
         return countFailure(isClock);
     // The token may be spent because another process has renewed it: then the file knows more.
-    if (owner().catchUpWithFile(m_signInMark) && owner().tokens().areNewerThan(m_tokensBefore))
+    if (!owner().catchUpWithFile(m_signInMark)) {
+        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
+        return finish(0);
+    }
+    if (owner().tokens().areNewerThan(m_tokensBefore))
         return takeFromFile();
     log().error(QStringLiteral(
         "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));

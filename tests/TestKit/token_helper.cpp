@@ -1,0 +1,126 @@
+// A product in a process of its own, for tests of many processes. Arguments: the folder of the login state file, the folder of the
+// user's key, the folder of the URL files, the certificate authority, the consumer key and its secret.
+//
+// Commands, one a line: "ask THREADS OFFSET" lets so many threads ask for the access token at once while the clock is OFFSET seconds
+// ahead; "refresh" starts a refresh and does not wait; "status"; "logout"; "quit".
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cstdio>
+#include <iostream>
+#include <thread>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+class Helper : public QObject {
+public:
+    explicit Helper(const QStringList& arguments)
+        : m_fixture(arguments.at(1), arguments.at(2))
+        , m_key(arguments.at(5)) {
+        SupportFiles::setSearchPaths(arguments.at(3));
+        TestKit::AccountServiceProcess::trust(arguments.at(4));
+        m_session = m_fixture.makeSession(m_key, arguments.at(6));
+        m_session->RestoreLogin(m_key, false);
+    }
+
+    void execute(const QStringList& words) {
+        const QString command = words.value(0);
+        if (command == QLatin1String("ask"))
+            return ask(words.value(1).toInt(), words.value(2).toLongLong());
+        QJsonObject answer;
+        if (command == QLatin1String("refresh"))
+            answer = {{"started", m_session->RefreshToken(m_key, false)}};
+        else if (command == QLatin1String("logout"))
+            answer = {{"done", logout()}};
+        else if (command == QLatin1String("status"))
+            answer = {{"loggedIn", m_session->isLoggedIn(m_key)}, {"user", m_session->basicState().userName}};
+        else
+            QCoreApplication::quit();
+        print(answer);
+    }
+
+private:
+    void ask(int threadCount, qint64 offset) {
+        m_fixture.clockOffset = offset;
+        m_left = threadCount;
+        m_tokens = {};
+        m_longest = 0;
+        for (int thread = 0; thread < threadCount; ++thread)
+            m_threads.emplace_back([this] { askOnce(); });
+    }
+
+    void askOnce() {
+        QElapsedTimer timer;
+        timer.start();
+        Util::SecretBytes token;
+        Util::SecretBytes secret;
+        const bool got = m_session->GetAccessToken(m_key, true, token, secret);
+        const QString text = got ? token.toText() : QString();
+        const qint64 elapsed = timer.elapsed();
+        QMetaObject::invokeMethod(
+            this, [this, text, elapsed] { took(text, elapsed); }, Qt::QueuedConnection);
+    }
+
+    void took(const QString& token, qint64 elapsed) {
+        m_tokens.append(token);
+        m_longest = qMax(m_longest, elapsed);
+        if (--m_left > 0)
+            return;
+        for (std::thread& thread : m_threads)
+            thread.join();
+        m_threads.clear();
+        print({{"tokens", m_tokens}, {"longest", m_longest}});
+    }
+
+    bool logout() {
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        return m_session->Logout(m_key, error, true);
+    }
+
+    static void print(const QJsonObject& answer) {
+        std::puts(QJsonDocument(answer).toJson(QJsonDocument::Compact).constData());
+        std::fflush(stdout);
+    }
+
+    TestKit::SessionFixture m_fixture;
+    const QString m_key;
+    std::unique_ptr<LoginSession> m_session;
+    std::vector<std::thread> m_threads;
+    QJsonArray m_tokens;
+    qint64 m_longest = 0;
+    int m_left = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.size() != 7)
+        return 2;
+    Helper helper(arguments);
+    std::thread reader([&helper] {
+        std::string line;
+        while (std::getline(std::cin, line)) {
+            const QStringList words = QString::fromStdString(line).trimmed().split(QLatin1Char(' '));
+            QMetaObject::invokeMethod(
+                &helper, [&helper, words] { helper.execute(words); }, Qt::QueuedConnection);
+        }
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    });
+    std::puts("{\"ready\": true}");
+    std::fflush(stdout);
+    application.exec();
+    // The reader ends with the input, which the parent closes; a product that was told to quit does not wait for that.
+    reader.detach();
+    return 0;
+}

@@ -1,0 +1,127 @@
+// Many processes of one user whose token expires at the same moment: one of them does the work for all.
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+#include "TestKit/TokenHelper.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QtTest>
+#include <vector>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using TestKit::TokenHelper;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+const auto secret = QStringLiteral("demo-secret-0001");
+const auto secondKey = QStringLiteral("second-product-0002");
+const auto secondSecret = QStringLiteral("demo-secret-0002");
+constexpr int processCount = 8;
+constexpr int threadCount = 4;
+
+} // namespace
+
+class TokenProcessTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_service.start());
+        SupportFiles::setSearchPaths(m_service.folder());
+    }
+
+    void init() {
+        QVERIFY(m_service.reset());
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        const auto session = m_fixture->makeSession();
+        session->RestoreLogin(key, false);
+        QVERIFY(m_service.approve(session->InitiateLogin(key, QString()).url));
+        QCOMPARE(session->CompleteLogin(key, nullptr), LoginCode::success);
+    }
+
+    void cleanup() { m_helpers.clear(); }
+
+    void oneRefreshForAll() {
+        startAll(key, secret);
+        const int rounds = qEnvironmentVariableIsSet("VQ_SOAK") ? 50 : 5;
+        for (int round = 1; round <= rounds; ++round) {
+            const int before = requests();
+            const QStringList tokens = askAll(3601 * round);
+            QCOMPARE(tokens.size(), 1);
+            QVERIFY(!tokens.first().isEmpty());
+            QCOMPARE(requests() - before, 1);
+        }
+        QVERIFY2(m_longest < 5000, qPrintable(QString::number(m_longest)));
+    }
+
+    void oneQueryForAll() {
+        const int before = requests();
+        startAll(secondKey, secondSecret);
+        const QStringList tokens = askAll(0);
+        QCOMPARE(tokens.size(), 1);
+        QVERIFY(!tokens.first().isEmpty());
+        QCOMPARE(requests() - before, 1);
+    }
+
+    void aKilledRefreshIsDoneByAnother() {
+        start(key, secret, 2);
+        QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("delay"), {{"delay_ms", 1500}}));
+        m_helpers[0]->tell(QStringLiteral("refresh"));
+        QVERIFY(m_helpers[0]->answer().value("started").toBool());
+        QTest::qWait(300);
+        m_helpers[1]->tell(QStringLiteral("ask 4 3601"));
+        m_helpers[0]->kill();
+        QElapsedTimer timer;
+        timer.start();
+        const QJsonObject answer = m_helpers[1]->answer();
+        QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+        for (const QJsonValue& token : answer.value("tokens").toArray())
+            QVERIFY(!token.toString().isEmpty());
+        m_helpers[1]->tell(QStringLiteral("status"));
+        QVERIFY(m_helpers[1]->answer().value("loggedIn").toBool());
+    }
+
+private:
+    void start(const QString& consumerKey, const QString& consumerSecret, int count) {
+        for (int process = 0; process < count; ++process)
+            m_helpers.push_back(std::make_unique<TokenHelper>(
+                QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(), m_service.authorityFile(),
+                            consumerKey, consumerSecret}));
+        for (const auto& helper : m_helpers)
+            QVERIFY(helper->answer().value("ready").toBool());
+    }
+
+    void startAll(const QString& consumerKey, const QString& consumerSecret) {
+        start(consumerKey, consumerSecret, processCount);
+    }
+
+    /// Lets every thread of every process ask at once; the different tokens that they were given.
+    QStringList askAll(qint64 clockOffset) {
+        for (const auto& helper : m_helpers)
+            helper->tell(QStringLiteral("ask %1 %2").arg(threadCount).arg(clockOffset));
+        QStringList tokens;
+        for (const auto& helper : m_helpers) {
+            const QJsonObject answer = helper->answer();
+            if (answer.value("tokens").toArray().size() != threadCount)
+                tokens += QStringLiteral("no answer");
+            for (const QJsonValue& token : answer.value("tokens").toArray())
+                tokens += token.toString();
+            m_longest = qMax(m_longest, static_cast<qint64>(answer.value("longest").toDouble()));
+        }
+        tokens.removeDuplicates();
+        return tokens;
+    }
+
+    int requests() { return m_service.requests(QStringLiteral("access-token")); }
+
+    TestKit::AccountServiceProcess m_service;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::vector<std::unique_ptr<TokenHelper>> m_helpers;
+    qint64 m_longest = 0;
+};
+
+QTEST_GUILESS_MAIN(TokenProcessTest)
+#include "TokenProcessTest.moc"
