@@ -8,11 +8,14 @@
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/UserAgentText.h"
 #include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/SystemTimeSource.h"
+#include "Signing/TimeServiceImp.h"
 #include "Signing/VqOAuthHost.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/LazyCryptor.h"
 #include "VqUtil/Crypto/UserCryptor.h"
+#include "VqUtil/Platform/FileAccess.h"
 #include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/Platform/UserRsaCryptor.h"
 
@@ -74,20 +77,44 @@ std::shared_ptr<Util::ICryptor> makeCryptor(const std::shared_ptr<Log::ILogger>&
     return std::make_shared<Util::CachingCryptor>(std::make_shared<Util::LazyCryptor>(make));
 }
 
-std::shared_ptr<LoginSession> makeSession(const QString& defaultClientKey) {
+std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const std::shared_ptr<Log::ILogger>& networkLogger) {
+    OAuth::TimeServiceParts parts;
+    parts.source = std::make_shared<OAuth::SystemTimeSource>();
+    parts.logger = Log::makeLogger(QStringLiteral("VqWebServices.TimeService"));
+    parts.networkLogger = networkLogger;
+    return std::make_shared<OAuth::TimeServiceImp>(UrlStore::instance(), Production, parts);
+}
+
+std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::ILogger>& logger) {
+    Util::ensureOwnerOnlyFolder(RuntimePaths::dataPath());
+    auto state =
+        std::make_shared<Util::ProcessState>(Util::systemProcessStateServices(RuntimePaths::dataPath(), logger));
+    state->setKey(QStringLiteral("Velquor.WebServices.ProcessState"));
+    return state;
+}
+
+void startSession(StartedLibrary& started, const QString& defaultClientKey) {
     const QString host = Util::hostExecutablePath();
     SessionServices services;
     services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
     services.networkLogger = Log::makeLogger(QStringLiteral("VqWebServices.Network"));
+    const auto timeService = makeTimeService(services.networkLogger);
+    started.timeService = timeService;
+    started.processState = makeProcessState(services.logger);
     services.cryptor = makeCryptor(services.logger);
     services.cipherBlockSize = Util::userKeyBlockSize;
-    services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
+    services.oauthHost =
+        std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), timeService, services.logger);
+    services.clockProblemSeen = [timeService] { timeService->handleIncorrectSystemTime(); };
     services.urls = &UrlStore::instance();
     services.loginStateFile = RuntimePaths::loginStateFile();
     services.lockFolder = RuntimePaths::dataPath();
+    services.processState = started.processState;
     services.savedBy = QFileInfo(host).fileName();
-    return std::make_shared<LoginSession>(
+    started.session = std::make_shared<LoginSession>(
         services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host});
+    timeService->setServer(started.session->currentServer());
+    timeService->start();
 }
 
 } // namespace
@@ -105,7 +132,7 @@ StartedLibrary startLibrary(const QString& defaultClientKey) {
     ensureApplication();
     const QString host = Util::hostExecutablePath();
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
-    started.session = makeSession(defaultClientKey);
+    startSession(started, defaultClientKey);
     started.hasLogConfiguration = LogSetupHelper::SetupLog() && started.hasLogConfiguration;
     Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(QStringLiteral("Disabled")));
     Log::rootLogger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
@@ -114,11 +141,14 @@ StartedLibrary startLibrary(const QString& defaultClientKey) {
     return started;
 }
 
-void stopLibrary(std::shared_ptr<LoginSession> session) {
-    if (!session)
+void stopLibrary(StartedLibrary library) {
+    if (!library.session)
         return;
     Log::rootLogger().information(QStringLiteral("Uninitializing Web Services"));
-    session.reset();
+    library.session->stop();
+    library.timeService->stop();
+    library.session.reset();
+    library.processState->deleteProcessState();
     Log::rootLogger().information(QStringLiteral("Web Services uninitialized"));
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Session/LoginSession.h"
+#include "Signing/ITimeService.h"
+#include "VqUtil/Ipc/ProcessState.h"
 
 #include <QString>
 #include <memory>
@@ -10,6 +12,8 @@ namespace Velquor::WebServices {
 /// What the start-up of the library makes. A plain value.
 struct StartedLibrary {
     std::shared_ptr<LoginSession> session;
+    std::shared_ptr<OAuth::ITimeService> timeService;
+    std::shared_ptr<Util::ProcessState> processState;
     bool hasLogConfiguration = false;
 };
 
@@ -17,7 +21,8 @@ struct StartedLibrary {
 /// session; without a log configuration it says so on the standard output. Thread: the host's main thread.
 [[nodiscard]] StartedLibrary startLibrary(const QString& defaultClientKey);
 
-/// The work of the last `Uninitialize`. A call that is still under way on another thread keeps the session until it returns.
-void stopLibrary(std::shared_ptr<LoginSession> session);
+/// The work of the last `Uninitialize`: ends all token work, every wait and every thread. A call that is still under way on another
+/// thread fails soon, and keeps the session until it returns.
+void stopLibrary(StartedLibrary library);
 
 } // namespace Velquor::WebServices

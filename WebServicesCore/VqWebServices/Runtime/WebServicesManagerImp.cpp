@@ -1,10 +1,10 @@
 #include "Runtime/WebServicesManagerImp.h"
 
-#include "Runtime/Startup.h"
 #include "Runtime/WebServicesManagerRuntime.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>
+#include <utility>
 
 namespace Velquor::WebServices {
 
@@ -22,8 +22,7 @@ bool WebServicesManagerImp::initialize() {
     }
     const StartedLibrary started = startLibrary(defaultClientKey());
     const QMutexLocker lock(&m_stateMutex);
-    m_session = started.session;
-    m_hasLogConfiguration = started.hasLogConfiguration;
+    m_library = started;
     return true;
 }
 
@@ -35,12 +34,12 @@ bool WebServicesManagerImp::uninitialize() {
         if (m_count > 0)
             return true;
     }
-    std::shared_ptr<LoginSession> session;
+    StartedLibrary library;
     {
         const QMutexLocker lock(&m_stateMutex);
-        session.swap(m_session);
+        std::swap(library, m_library);
     }
-    stopLibrary(std::move(session));
+    stopLibrary(std::move(library));
     return true;
 }
 
@@ -51,17 +50,17 @@ bool WebServicesManagerImp::isInitialized() {
 
 std::shared_ptr<LoginSession> WebServicesManagerImp::session() const {
     const QMutexLocker lock(&m_stateMutex);
-    return m_session;
+    return m_library.session;
 }
 
 bool WebServicesManagerImp::hasLogConfiguration() const {
     const QMutexLocker lock(&m_stateMutex);
-    return m_hasLogConfiguration;
+    return m_library.hasLogConfiguration;
 }
 
 IWebServicesManager* WebServicesManagerImp::runtimeObject() {
     const QMutexLocker lock(&m_stateMutex);
-    if (!m_session)
+    if (!m_library.session)
         return nullptr;
     if (!m_runtimeObject)
         m_runtimeObject = std::make_unique<WebServicesManagerRuntime>(m_manager);

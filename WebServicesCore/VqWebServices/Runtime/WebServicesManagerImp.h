@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/LoginSession.h"
+#include "Runtime/Startup.h"
 
 #include <QMutex>
 #include <VqWebServices/IWebServicesManager.h>
@@ -43,8 +43,7 @@ private:
     QMutex m_countMutex;
     int m_count = 0;
     mutable QMutex m_stateMutex;
-    std::shared_ptr<LoginSession> m_session;
-    bool m_hasLogConfiguration = false;
+    StartedLibrary m_library;
     std::unique_ptr<IWebServicesManager> m_runtimeObject;
     WebServicesManager m_manager;
 };

@@ -6,7 +6,9 @@
 #include "Session/SessionFlow.h"
 #include "Session/SignOutFlow.h"
 #include "Session/TokenOperations.h"
+#include "Tokens/IRequestFlags.h"
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqUtil/Ipc/ProcessState.h"
 #include "VqUtil/Platform/HostProcess.h"
 
 #include <QMutexLocker>
@@ -218,6 +220,10 @@ bool LoginSession::CompleteLogout(const QString& clientKey) {
         if (!flow.isEntered() || !SignOutFlow(m_core).complete())
             return false;
     }
+    // What other processes have begun for the user is of no use any more. A refresh tells its own end.
+    if (m_core.services.processState)
+        m_core.services.processState->deletePropertiesInAllProcesses(
+            {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
     RaiseEvent(Event::LoggedOut, clientKey);
     return true;
 }

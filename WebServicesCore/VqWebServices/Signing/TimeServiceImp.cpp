@@ -10,12 +10,17 @@ namespace Velquor::OAuth {
 
 TimeServiceImp::TimeServiceImp(WebServices::UrlStore& urls, WebServices::Server server, TimeServiceParts parts)
     : m_urls(urls)
-    , m_server(server)
     , m_parts(std::move(parts))
+    , m_server(server)
     , m_enabled(m_parts.options.enabled) {}
 
 TimeServiceImp::~TimeServiceImp() {
     stop();
+}
+
+void TimeServiceImp::setServer(WebServices::Server server) {
+    const QMutexLocker lock(&m_mutex);
+    m_server = server;
 }
 
 std::optional<qint64> TimeServiceImp::correctedTime() const {

@@ -25,6 +25,9 @@ public:
     ~TimeServiceImp() override;
     Q_DISABLE_COPY_MOVE(TimeServiceImp)
 
+    /// Whose time servers to ask; takes effect with the next start.
+    void setServer(WebServices::Server server);
+
     [[nodiscard]] std::optional<qint64> correctedTime() const override;
     void start() override;
     void stop() override;
@@ -35,9 +38,9 @@ private:
     [[nodiscard]] bool createWorker();
 
     WebServices::UrlStore& m_urls;
-    const WebServices::Server m_server;
     const TimeServiceParts m_parts;
     mutable QMutex m_mutex;
+    WebServices::Server m_server;
     bool m_enabled;
     std::shared_ptr<TimeCorrection> m_correction;
     std::unique_ptr<QThread> m_thread;
