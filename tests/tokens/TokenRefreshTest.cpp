@@ -5,6 +5,8 @@
 
 #include <QElapsedTimer>
 #include <QJsonArray>
+#include <QRandomGenerator>
+#include <QThread>
 #include <QtTest>
 #include <thread>
 
@@ -148,6 +150,15 @@ private slots:
         QCOMPARE(accessToken(*m_session), QStringLiteral("newer-token"));
     }
 
+    // The service has renewed the token, but its answer got lost on the way.
+    void survivesALostAnswer() {
+        QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("drop"), {{"carry_out", true}}, 1));
+        QVERIFY(!m_session->RefreshToken(key, true));
+        QVERIFY(m_session->RefreshToken(key, true));
+        QVERIFY(m_session->isLoggedIn(key));
+        QVERIFY(!m_session->SignRequest(key, order()).isEmpty());
+    }
+
     void fiveRefusalsSignOut() {
         QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("status"), {{"status", 503}}, -1));
         for (int attempt = 1; attempt <= 5; ++attempt) {
@@ -227,6 +238,50 @@ private slots:
             thread.join();
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
+    }
+
+    // Uninitialize may come at any moment of a query or refresh.
+    void mayBeStoppedAtAnyMoment() {
+        const int rounds = qEnvironmentVariableIsSet("VQ_SOAK") ? 500 : 40;
+        m_service.control(QStringLiteral("lifetimes"), QJsonObject{{"token", 60}});
+        m_session.reset();
+        qint64 longest = 0;
+        for (int round = 0; round < rounds; ++round) {
+            m_fixture->clockOffset += round == 0 ? 3601 : 61;
+            const bool isSecond = round % 2 == 1;
+            auto session = isSecond ? m_fixture->makeSession(secondKey, secondSecret) : m_fixture->makeSession();
+            const QString& clientKey = isSecond ? secondKey : key;
+            Observer observer;
+            session->observers().add(&observer);
+            session->RestoreLogin(clientKey, false);
+            std::thread caller([&session, &clientKey] { (void)session->SignRequest(clientKey, order()); });
+            QThread::msleep(QRandomGenerator::global()->bounded(12));
+            QElapsedTimer timer;
+            timer.start();
+            session->stop();
+            longest = qMax(longest, timer.elapsed());
+            const int heard = observer.loggedOut;
+            caller.join();
+            QCoreApplication::processEvents();
+            QCOMPARE(observer.loggedOut, heard);
+        }
+        QVERIFY2(longest < 2000, qPrintable(QString::number(longest)));
+        const auto session = m_fixture->makeSession();
+        QVERIFY(session->RestoreLogin(key, false));
+        QVERIFY(session->isLoggedIn(key));
+    }
+
+    void stoppingEndsASignIn() {
+        QVERIFY(m_service.addFault(QStringLiteral("request-token"), QStringLiteral("delay"), {{"delay_ms", 5000}}, -1));
+        std::thread caller([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::exchangeFailed); });
+        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Initiating login with ldap domain")));
+        QTest::qWait(100);
+        QElapsedTimer timer;
+        timer.start();
+        m_session->stop();
+        caller.join();
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
     }
 
 private:

@@ -49,7 +49,7 @@ NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelCont
 }
 
 NetworkOperation::~NetworkOperation() {
-    cancel(QStringLiteral("Object deleted"));
+    abandon(QStringLiteral("Object deleted"));
     discardReply();
 }
 
@@ -125,6 +125,7 @@ bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& ve
     m_errorMessage.clear();
     m_finished = false;
     m_ended = false;
+    m_isAbandoned = false;
     m_sslErrors.clear();
     const QString problem = requestProblem(request, verb);
     if (!problem.isEmpty()) {
@@ -203,7 +204,7 @@ void NetworkOperation::adoptReply() {
 }
 
 std::unique_ptr<QNetworkReply> NetworkOperation::takeReply() {
-    if (isRunning() || !m_ownsReply)
+    if (isRunning() || !m_ownsReply || m_isAbandoned)
         return nullptr;
     std::unique_ptr<QNetworkReply> reply(m_reply.data());
     m_reply.clear();
@@ -212,11 +213,18 @@ std::unique_ptr<QNetworkReply> NetworkOperation::takeReply() {
 }
 
 void NetworkOperation::AbortOperation() {
-    cancel(QStringLiteral("Canceled by caller"));
+    abandon(QStringLiteral("Canceled by caller"));
 }
 
 void NetworkOperation::CanceledSlot() {
-    cancel(QStringLiteral("Canceled by caller"));
+    abandon(QStringLiteral("Canceled by caller"));
+}
+
+// The framework's own thread may be waiting for the reply to hear of the encryption, while the manager waits five seconds for that
+// thread to end. A reply that goes before its manager sets the thread free, so an abandoned one is not handed out.
+void NetworkOperation::abandon(const QString& reason) {
+    m_isAbandoned = isRunning();
+    cancel(reason);
 }
 
 void NetworkOperation::Timeout() {

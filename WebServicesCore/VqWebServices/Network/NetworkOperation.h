@@ -80,6 +80,7 @@ private:
     void refuse(const QString& problem);
     void discardReply();
     void adoptReply();
+    void abandon(const QString& reason);
     void cancel(const QString& reason);
     void endWith(OperationResult result, const QString& message);
     void OperationFinished();
@@ -103,6 +104,7 @@ private:
     std::unique_ptr<QTimer> m_timer;
     bool m_finished = false;
     bool m_ended = false; ///< endWith() has decided result and message, whatever the reply says
+    bool m_isAbandoned = false; ///< cancelled by who asked, who does not want the reply any more
     int m_replyCalls = 0; ///< how many calls from or into the reply are under way
     QByteArray m_requestBody;
     QList<QSslError> m_sslErrors;

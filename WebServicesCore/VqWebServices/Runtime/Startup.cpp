@@ -86,7 +86,8 @@ std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const std::shared_ptr<Log
 }
 
 std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::ILogger>& logger) {
-    Util::ensureOwnerOnlyFolder(RuntimePaths::dataPath());
+    if (!Util::ensureOwnerOnlyFolder(RuntimePaths::dataPath()))
+        logger->error(QStringLiteral("Failed to create the data folder %1").arg(RuntimePaths::dataPath()));
     auto state =
         std::make_shared<Util::ProcessState>(Util::systemProcessStateServices(RuntimePaths::dataPath(), logger));
     state->setKey(QStringLiteral("Velquor.WebServices.ProcessState"));

@@ -17,8 +17,17 @@
 
 namespace Velquor::WebServices {
 
+namespace {
+
+SessionServices withCancel(SessionServices services) {
+    services.exchangeCancel = std::make_shared<ICancelController>();
+    return services;
+}
+
+} // namespace
+
 LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self)
-    : m_core(services, this)
+    : m_core(withCancel(services), this)
     , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
     , m_logger(*services.logger) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
@@ -32,6 +41,8 @@ LoginSession::~LoginSession() {
 }
 
 void LoginSession::stop() {
+    m_core.isStopped = true;
+    emit m_core.services.exchangeCancel->Canceled();
     m_core.products.stopAll();
 }
 

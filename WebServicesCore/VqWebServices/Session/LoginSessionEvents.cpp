@@ -21,7 +21,7 @@ constexpr int vetoTimeoutMs = 5000;
 
 bool LoginSession::catchUp(int waitMs) {
     // One look at the file's stamp, since this runs before every operation; the file itself is read only when it has changed.
-    if (!m_core.isRestored() || m_core.file.currentStamp() == m_core.file.seenStamp())
+    if (!m_core.isRestored() || m_core.isStopped || m_core.file.currentStamp() == m_core.file.seenStamp())
         return true;
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again.
     if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs)))
@@ -52,7 +52,7 @@ void LoginSession::forceLogout(const QString& productKey) {
 
 void LoginSession::LogoutSlot(const QString& productKey) {
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    if (m_core.isLoggedIn() && !Logout(productKey, error, true))
+    if (!m_core.isStopped && m_core.isLoggedIn() && !Logout(productKey, error, true))
         m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
     m_core.isLogoutPending = false;
 }
@@ -90,6 +90,8 @@ void LoginSession::RaiseEvent(Event event, const QString& consumerKey) {
 
 void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey,
                                      bool* pAboutToLogout) {
+    if (m_core.isStopped)
+        return;
     m_dispatcher.callObservers(event, consumerKey, pAboutToLogout);
 }
 

@@ -19,6 +19,8 @@ ProductSessionPointer ProductSessions::getOrCreate(const QString& productKey, Se
     if (productKey.isEmpty() || !isRealServer(server))
         return {};
     const QMutexLocker lock(&m_mutex);
+    if (m_stopped)
+        return {};
     ProductSessionPointer& session = m_sessions[{productKey, server}];
     if (!session)
         session = std::make_shared<ProductLoginSession>(m_services, productKey, server);
@@ -70,6 +72,10 @@ void ProductSessions::retire(const QVector<ProductSessionPointer>& sessions) {
 }
 
 void ProductSessions::stopAll() {
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_stopped = true;
+    }
     clear();
     QVector<ProductSessionPointer> gone;
     {

@@ -38,6 +38,8 @@ public:
     bool isFlowActive = false;
     /// The user is being signed out: nothing is worth refreshing any more.
     std::atomic<bool> isLogoutPending{false};
+    /// The library is being uninitialized: nothing new is begun.
+    std::atomic<bool> isStopped{false};
 
     /// This very thread is inside such a step, and so holds the lock that token workers need: it must not wait for them.
     [[nodiscard]] bool isInsideFlow();

@@ -15,12 +15,14 @@ public:
     SessionFlow(SessionCore& core, const char* operation)
         : m_core(core)
         , m_locker(&core.lock)
-        , m_entered(!core.isFlowActive) {
+        , m_entered(!core.isFlowActive && !core.isStopped) {
+        const QString reason = core.isFlowActive
+                                   ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
+                                   : QStringLiteral("Module not initialized or already uninitialized.");
         if (m_entered)
             core.isFlowActive = true;
         else
-            core.services.logger->error(QStringLiteral("%1 failed. Another sign-in or sign-out is under way on this thread.")
-                                            .arg(QLatin1String(operation)));
+            core.services.logger->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     }
     ~SessionFlow() {
         if (m_entered)

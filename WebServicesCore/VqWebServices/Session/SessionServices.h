@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Network/ICancelController.h"
 #include "Tokens/TokenServices.h"
 
 #include <memory>
@@ -17,6 +18,8 @@ struct SessionServices : TokenServices {
     /// The longest text that is encrypted as one block: what PKCS #1 v1.5 padding would leave, whatever padding is used.
     [[nodiscard]] int maximumBlockText() const { return cipherBlockSize - 11; }
     int exchangeTimeoutMs = 60000; ///< The limit of one exchange of a sign-in or sign-out with the account server.
+    /// Ends the exchanges of a sign-in or sign-out when the session is stopped. Set by the login session.
+    std::shared_ptr<ICancelController> exchangeCancel;
     QString loginStateFile;
     QString savedBy; ///< The name of this program, for "LastSavedBy".
     /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.

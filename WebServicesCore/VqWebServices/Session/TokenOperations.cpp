@@ -15,7 +15,8 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     , m_thread(new QThread)
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
     , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey()))
-    , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState()))
+    , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
+                                     LostAnswerMark(keyDigest, owner.services().lockFolder)))
     , m_queries(m_fetcher->runState())
     , m_refreshes(m_refresher->runState()) {
     auto* const deleter = new ObjectDeleter(owner.services().logger);

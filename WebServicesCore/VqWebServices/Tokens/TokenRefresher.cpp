@@ -20,11 +20,12 @@ constexpr int networkRetryMs = 60000;
 } // namespace
 
 TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags,
-                               std::shared_ptr<RunState> queries)
+                               std::shared_ptr<RunState> queries, const LostAnswerMark& mark)
     : RefreshWorker(owner, tokenRefreshTexts())
     , m_controller(controller)
     , m_flags(flags)
-    , m_queries(std::move(queries)) {}
+    , m_queries(std::move(queries))
+    , m_mark(mark) {}
 
 TokenRefresher::~TokenRefresher() {
     releaseLocks();
@@ -125,13 +126,19 @@ void TokenRefresher::request() {
     }
     m_flags.set(RequestFlag::tokenRefresh);
     log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
-    const QUrl url = endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
-    SigningKeys keys;
-    const QString keyError = owner().signingKeys(keys);
-    if (!owner().configuration()) {
+    m_mayBeSpent = m_mark.isSet();
+    sendRequest(true);
+}
+
+void TokenRefresher::sendRequest(bool withToken) {
+    const ConfigurationPointer configuration = owner().configuration();
+    if (!configuration) {
         log().error(QStringLiteral("Cannot start token refresh. Configuration has been deleted"));
         return finish(0);
     }
+    const QUrl url = endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    SigningKeys keys = consumerKeys(*configuration);
+    const QString keyError = withToken ? owner().signingKeys(keys) : QString();
     const Util::SecretBytes handle = services().cryptor->decrypt(owner().tokens().sessionHandle);
     QNetworkRequest request;
     if (!keyError.isEmpty() || handle.isEmpty()
@@ -139,8 +146,9 @@ void TokenRefresher::request() {
         log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keyError));
         return finishAndRetry(networkRetryMs);
     }
-    log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1")
-                          .arg(displayUrl(url)));
+    log().information(
+        QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
+    m_mark.set();
     send(request, QStringLiteral("GET"), {});
 }
 
@@ -190,6 +198,7 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
         log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
         return finish(0);
     }
+    m_mark.clear();
     m_failureCount = 0;
     m_lastRefresh = now();
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
@@ -205,6 +214,9 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     const bool isClock = isClockProblem(outcome.reply.problem);
     if (isClock)
         services().clockProblemSeen();
+    // A server that refuses has not spent the token. One that breaks down may have.
+    if (outcome.reply.status < 500)
+        m_mark.clear();
     log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
     if (outcome.reply.status != 400 || isClock)
         return countFailure(isClock);
@@ -215,6 +227,11 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     }
     if (owner().tokens().areNewerThan(m_tokensBefore))
         return takeFromFile();
+    if (std::exchange(m_mayBeSpent, false)) {
+        log().warning(QStringLiteral(
+            "The token may have been spent by a refresh whose answer was lost. Asking for a new one with the session handle alone."));
+        return sendRequest(false);
+    }
     log().error(QStringLiteral(
         "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
     finish(0);

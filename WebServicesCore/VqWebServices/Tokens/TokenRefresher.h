@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tokens/IRequestFlags.h"
+#include "Tokens/LostAnswerMark.h"
 #include "Tokens/RefreshController.h"
 #include "Tokens/RefreshWorker.h"
 
@@ -15,7 +16,8 @@ class TokenRefresher : public RefreshWorker {
 
 public:
     /// `queries`: the token queries of the same product; while one runs there is nothing to refresh.
-    TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries);
+    TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
+                   const LostAnswerMark& mark);
     ~TokenRefresher() override;
 
 signals:
@@ -40,6 +42,7 @@ private:
     void oauth2RefreshTookTooLong();
     void publish();
     void request();
+    void sendRequest(bool withToken);
     void succeeded(const ExchangeOutcome& outcome);
     void handleRefusal(const ExchangeOutcome& outcome);
     void countFailure(bool isClockProblem);
@@ -52,8 +55,10 @@ private:
     QString m_signInMark;
     ProductTokens m_tokensBefore; ///< As they were when the refresh was begun.
     QDateTime m_lastRefresh;
+    const LostAnswerMark m_mark;
     int m_failureCount = 0;
     bool m_locked = false;
+    bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer.
 };
 
 } // namespace Velquor::WebServices
