@@ -214,12 +214,11 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     const bool isClock = isClockProblem(outcome.reply.problem);
     if (isClock)
         services().clockProblemSeen();
-    // A server that refuses has not spent the token. One that breaks down may have.
-    if (outcome.reply.status < 500)
-        m_mark.clear();
     log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
     if (outcome.reply.status != 400 || isClock)
         return countFailure(isClock);
+    // Other refusals say nothing about the request before: the framework sends a request again that had no answer.
+    m_mark.clear();
     // The token may be spent because another process has renewed it: then the file knows more.
     if (!owner().catchUpWithFile(m_signInMark)) {
         log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
