@@ -45,12 +45,16 @@ void TokenOperations::requestStop() {
     const QMutexLocker lock(&m_mutex);
     if (!m_refresher)
         return;
-    // Whoever waits is told now; the thread may be busy for a moment longer.
-    m_queries->close();
-    m_refreshes->close();
+    QMetaObject::invokeMethod(
+        m_refresher,
+        [fetcher = m_fetcher, refresher = m_refresher, thread = m_thread.get()] {
+            refresher->AbortRefresh();
+            fetcher->AbortTokenQuery();
+            thread->exit(0);
+        },
+        Qt::QueuedConnection);
     m_fetcher = nullptr;
     m_refresher = nullptr;
-    m_thread->exit(0);
 }
 
 void TokenOperations::waitForThread() {

@@ -83,6 +83,8 @@ void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
         log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
         return finish(0);
     }
+    if (isAborted())
+        return finish(0);
     log().information(QStringLiteral("Token query thread finished"));
     if (outcome.hasStatus200())
         return finish(storeReply(outcome) ? 1 : 0);
@@ -118,7 +120,7 @@ void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
         services().clockProblemSeen();
     log().error(QStringLiteral("Failed to query token. %1%2").arg(outcome.errorText(), outcome.problemText()));
     const bool isHopeless = outcome.reply.status == 400 && !isClock;
-    if (!isHopeless && !isAborted() && ++m_failureCount <= maximumRetries) {
+    if (!isHopeless && ++m_failureCount <= maximumRetries) {
         log().warning(QStringLiteral("Will retry token query after %1").arg(Util::timeSpanText(retryMs)));
         finish(0);
         return startQueryTimer(retryMs);
@@ -136,6 +138,17 @@ void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
 void TokenFetcher::TokenAcquiredInAnotherProcess() {
     if (!run().isBusy())
         (void)takeFromFile();
+}
+
+void TokenFetcher::AbortTokenQuery() {
+    if (isInProgressElsewhere()) {
+        log().information(
+            QStringLiteral("Ignoring unexpected request to abort token query in progress in another process"));
+    } else if (run().isBusy()) {
+        log().information(QStringLiteral("Token query is in progress. Aborting it."));
+        abort();
+        log().information(QStringLiteral("Token query aborted successfully"));
+    }
 }
 
 void TokenFetcher::LoggedOut() {

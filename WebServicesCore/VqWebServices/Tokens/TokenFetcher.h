@@ -18,6 +18,9 @@ public:
     /// Starts an asynchronous query when another product's sign-in was found; true when one is under way. Any thread.
     bool CheckAutomaticLogin();
 
+    /// Ends the query that is under way, for those who wait for it too. This object's thread.
+    void AbortTokenQuery();
+
 public slots:
     /// Another process reports that it has acquired the token.
     void TokenAcquiredInAnotherProcess();

@@ -25,7 +25,8 @@ TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller
     , m_controller(controller)
     , m_flags(flags)
     , m_queries(std::move(queries))
-    , m_mark(mark) {}
+    , m_mark(mark)
+    , m_notice(owner.services().lockFolder, owner.services().logger) {}
 
 TokenRefresher::~TokenRefresher() {
     releaseLocks();
@@ -124,6 +125,7 @@ void TokenRefresher::request() {
         finish(1);
         return updateRefreshTimer();
     }
+    m_notice.show(owner().productKey());
     m_flags.set(RequestFlag::tokenRefresh);
     log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
     m_mayBeSpent = m_mark.isSet();
@@ -251,9 +253,17 @@ void TokenRefresher::countFailure(bool isClockProblem) {
     owner().forceLogout();
 }
 
+void TokenRefresher::AbortRefresh() {
+    if (!run().isBusy())
+        return;
+    log().information(QStringLiteral("Aborting token refresh"));
+    abort();
+}
+
 void TokenRefresher::releaseLocks() {
     if (!std::exchange(m_locked, false))
         return;
+    m_notice.clear();
     m_flags.clear(RequestFlag::tokenRefresh);
     m_controller.unlockTokenRefresh();
     log().information(QStringLiteral("Lock released for token refresh"));

@@ -3,6 +3,7 @@
 #include "Tokens/IRequestFlags.h"
 #include "Tokens/LostAnswerMark.h"
 #include "Tokens/RefreshController.h"
+#include "Tokens/RefreshNotice.h"
 #include "Tokens/RefreshWorker.h"
 
 namespace Velquor::WebServices {
@@ -19,6 +20,9 @@ public:
     TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
                    const LostAnswerMark& mark);
     ~TokenRefresher() override;
+
+    /// Ends the refresh that is under way, for those who wait for it too. This object's thread.
+    void AbortRefresh();
 
 signals:
     void TokenRefreshed(const QString& consumerKey);
@@ -40,7 +44,6 @@ private:
     void lockAcquired();
     void waitForOAuth2Refresh();
     void oauth2RefreshTookTooLong();
-    void publish();
     void request();
     void sendRequest(bool withToken);
     void succeeded(const ExchangeOutcome& outcome);
@@ -56,6 +59,7 @@ private:
     ProductTokens m_tokensBefore; ///< As they were when the refresh was begun.
     QDateTime m_lastRefresh;
     const LostAnswerMark m_mark;
+    RefreshNotice m_notice;
     int m_failureCount = 0;
     bool m_locked = false;
     bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer.
