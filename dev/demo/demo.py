@@ -16,7 +16,7 @@ import tempfile
 import time
 
 from account import AccountService
-from product import Product
+from product import Home, Product
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 DRIVER = ROOT / "dev/account-service/drive_sign_in.py"
@@ -48,6 +48,7 @@ class Demo:
         self.folder = folder
         self.step_name = "starting"
         self.step_number = 0
+        self.home = Home(folder)
         self.service = AccountService(folder / "service")
         self.products: list[Product] = []
 
@@ -62,7 +63,7 @@ class Demo:
 
     def start_product(self, title: str, *options: str) -> Product:
         shutil.copy(ROOT / "config/WebServices.logconfig", self.folder / "service")
-        product = Product(pathlib.Path(self.options.binaries) / "sample-product", self.service, self.folder, title, *options)
+        product = Product(pathlib.Path(self.options.binaries) / "sample-product", self.service, self.home, title, *options)
         self.products.append(product)
         return product
 

@@ -9,19 +9,59 @@ import threading
 from account import AccountService
 
 ANSWER_SECONDS = 70
+WINE_RUNNER = pathlib.Path(__file__).resolve().parent.parent.parent / "tools/windows/run"
+WINE_SERVER = "/usr/lib/wine/wineserver64"
+
+
+class Home:
+    """The home of a user: where the products of this user find and leave their files, natively or in a Wine prefix."""
+
+    def __init__(self, folder: pathlib.Path, sysroot: str = ""):
+        self.folder = folder
+        self.sysroot = sysroot
+        (folder / "runtime").mkdir(mode=0o700, parents=True, exist_ok=True)
+        if sysroot:
+            # Two first programs at once would both want to start the server of the prefix.
+            subprocess.run([str(WINE_RUNNER), "--sysroot", sysroot, "cmd", "/c", "exit"], env=self.environment(), check=True,
+                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, timeout=120)
+
+    def data(self) -> pathlib.Path:
+        """The library's folder."""
+        if not self.sysroot:
+            return self.folder / "data/Velquor/Web Services"
+        user = next(path for path in (self.folder / "wine/drive_c/users").iterdir() if path.name != "Public")
+        return user / "AppData/Local/Velquor/Web Services"
+
+    def command(self, program: pathlib.Path) -> list[str]:
+        if not self.sysroot:
+            return [str(program)]
+        return [str(WINE_RUNNER), "--sysroot", self.sysroot, f"{program}.exe"]
+
+    def path(self, path: pathlib.Path) -> str:
+        """A path as the products of this home write it."""
+        return "Z:" + str(path).replace("/", "\\") if self.sysroot else str(path)
+
+    def environment(self) -> dict[str, str]:
+        return {**os.environ, "XDG_DATA_HOME": str(self.folder / "data"), "XDG_CONFIG_HOME": str(self.folder / "config"),
+                "XDG_RUNTIME_DIR": str(self.folder / "runtime"), "VQ_WINE_HOME": str(self.folder / "wine"),
+                "QT_BEARER_POLL_TIMEOUT": "2147483647"}
+
+    def close(self) -> None:
+        """Ends what Wine left running. What it keeps in memory, such as the registry, is in its files then."""
+        if self.sysroot:
+            environment = {**os.environ, "WINEPREFIX": str(self.folder / "wine")}
+            subprocess.run([WINE_SERVER, "-k"], env=environment, check=False)
+            subprocess.run([WINE_SERVER, "-w"], env=environment, check=False, timeout=60)
 
 
 class Product:
-    def __init__(self, program: pathlib.Path, service: AccountService, home: pathlib.Path, title: str, *options: str):
+    def __init__(self, program: pathlib.Path, service: AccountService, home: Home, title: str, *options: str):
         self.title = title
         self.events: list[str] = []
         self._answers: queue.Queue = queue.Queue()
-        runtime = home / "runtime"
-        runtime.mkdir(mode=0o700, parents=True, exist_ok=True)
-        environment = {**os.environ, "XDG_DATA_HOME": str(home / "data"), "XDG_CONFIG_HOME": str(home / "config"),
-                       "XDG_RUNTIME_DIR": str(runtime), "QT_BEARER_POLL_TIMEOUT": "2147483647"}
-        self.process = subprocess.Popen([str(program), "--support", str(service.folder), "--ca", service.info["ca_file"], *options],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
+        self.process = subprocess.Popen([*home.command(program), "--support", home.path(service.folder),
+                                         "--ca", home.path(pathlib.Path(service.info["ca_file"])), *options],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=home.environment())
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
 
