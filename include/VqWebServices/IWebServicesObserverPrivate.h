@@ -1,0 +1,22 @@
+#pragma once
+
+#include <VqWebServices/IWebServicesObserver.h>
+
+namespace Velquor::WebServices {
+
+/// For sibling modules of the same maker that create accounts. Registered, called and owned as an `IWebServicesObserver`.
+class IWebServicesObserverPrivate : public IWebServicesObserver {
+public:
+    /// An account was created for the user.
+    virtual void AccountCreated() {}
+};
+
+/// For sibling modules of the same maker that work with the single-sign-on server. Registered, called and owned as an
+/// `IWebServicesObserver`.
+class IWebServicesSSOObserverPrivate : public IWebServicesObserver {
+public:
+    /// The sign-in dialog of the single-sign-on server was not answered in time.
+    virtual void LoginDialogTimeoutInVqSSOServer() {}
+};
+
+} // namespace Velquor::WebServices
