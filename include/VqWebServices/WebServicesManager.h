@@ -3,6 +3,7 @@
 #include <VqWebServices/IWebServicesObserver.h>
 #include <VqWebServices/LoginError.h>
 #include <VqWebServices/NetworkCookieJar.h>
+#include <VqWebServices/OAuth2Token.h>
 #include <VqWebServices/RequestParam.h>
 #include <VqWebServices/VqWebServicesGlobal.h>
 #include <VqWebServices/WebServicesConfiguration.h>
@@ -25,6 +26,14 @@ public:
     /// Starts the library, or counts one more user of it. The first call reads the log configuration, creates an application
     /// object when the host has none, and must come from the host's main thread, on which observers are then called.
     static bool Initialize();
+
+    /// The same; with `enableOAuth2` the process's client gets OAuth2 tokens of type `RT` with the scope of its configuration. A library
+    /// that is initialized already stays as it is.
+    static bool Initialize(bool enableOAuth2);
+    /// The second argument is ignored; it is kept for compatibility of the exported interface.
+    static bool Initialize(bool enableOAuth2, bool);
+    /// The same for OAuth2 tokens of this kind.
+    static bool Initialize(const OAuth2TokenSpec& spec);
 
     /// Counts one user less; the last one shuts the library down. Always true.
     static bool Uninitialize();
@@ -177,6 +186,75 @@ public:
     /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a
     /// failure. The result is freed by the caller with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const wchar_t* url, bool checkExpiry);
+
+    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous one
+    /// waits for the network, at most 61 seconds, and tells whether there is a new token.
+    bool RefreshToken(bool synchronous);
+
+    // OAuth2 tokens: obtained in exchange for the access token, kept and renewed for as long as they are enabled
+
+    /// True when OAuth2 is enabled for the client.
+    bool IsOAuth2Enabled();
+
+    /// Enables OAuth2 with the token of type `RT` with the configuration's scope, or disables it. True when the client is known.
+    bool EnableOAuth2(bool enable);
+    /// Enables OAuth2 with tokens of this kind beside those enabled before. The token is queried once the client is signed in and its
+    /// configuration has OAuth2 keys. False when the client is unknown or the type is none.
+    bool EnableOAuth2(const OAuth2TokenSpec& spec);
+    /// Disables OAuth2 and discards the tokens in this process. False when the client is unknown.
+    bool DisableOAuth2();
+
+    /// The client's OAuth2 token of this kind. With `waitToFinish` a missing token is queried and an expired one renewed first, which
+    /// waits for the network; without, the call returns at once. False, and an empty token, when there is none.
+    bool GetOAuth2AccessToken(const OAuth2TokenSpec& spec, OAuth2Token& token, bool waitToFinish);
+    /// Deprecated, for the token of type `RT` alone: the text of the client's default token. A null buffer yields the length. Never
+    /// truncates: a buffer smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
+    int GetOAuth2AccessToken(wchar_t* buffer, int size, bool waitToFinish);
+
+    /// Asks for a new OAuth2 token, as `RefreshToken`. All forms without a spec mean the client's default one: the one it was
+    /// initialized with, or the first that was enabled.
+    bool RefreshOAuth2Token(bool synchronous);
+    bool RefreshOAuth2Token(const OAuth2TokenSpec& spec, bool synchronous);
+
+    /// True when the client has such a token, also one that has expired.
+    bool IsOAuth2TokenAvailable();
+    bool IsOAuth2TokenAvailable(const OAuth2TokenSpec& spec);
+
+    /// True when the client has such a token and it has expired.
+    bool IsOAuth2TokenExpired();
+    bool IsOAuth2TokenExpired(const OAuth2TokenSpec& spec);
+
+    /// When the token expires, in seconds since 1970-01-01 UTC; 0 when there is none.
+    unsigned int GetOAuth2TokenExpiryDate();
+    unsigned int GetOAuth2TokenExpiryDate(const OAuth2TokenSpec& spec);
+
+    // The proxy of this process and the credentials that it asks for, kept for all products of the user in the login state file
+
+    /// Title and message of the prompt for proxy credentials: the ones set here, or the library's own ("%1" stands for the proxy's
+    /// host, "%2" for its port). Both are cut to their buffers. False when a buffer is null or a size below 1.
+    bool GetProxyAuthenticationDialogText(wchar_t* caption, int captionSize, wchar_t* message, int messageSize);
+
+    /// Title and message of the prompt until `Uninitialize`; null or empty goes back to the library's own. At most 259 units are
+    /// shown.
+    void SetProxyAuthenticationDialogText(const wchar_t* caption, const wchar_t* message);
+
+    /// True when a user is stored for the proxy of this host name (case is ignored) and port; -1 stands for any port.
+    bool HasProxyAuthentication(const wchar_t* host, int port);
+
+    /// User and password that are stored for the proxy, cut to their buffers; -1 stands for any port. False when there are none,
+    /// the host is empty, a buffer is null or a size below 1; nothing is written then.
+    bool GetProxyAuthentication(const wchar_t* host, int port, wchar_t* user, int userSize, wchar_t* password, int passwordSize);
+
+    /// Makes this the proxy of the process (of type HTTP, for everything in it that uses Qt's application proxy) and stores it, with
+    /// the password encrypted. False when host or user is empty or the port is not 1 to 65535.
+    bool SetProxyAuthentication(const wchar_t* host, int port, const wchar_t* user, const wchar_t* password);
+
+    /// True when a proxy is stored.
+    bool HasProxyInfo();
+
+    /// Forgets the stored proxy, here and in the file; this process goes without a proxy from now on. False when the file could not
+    /// be changed.
+    bool ClearProxyInfo();
 
     // Observers and the log
 

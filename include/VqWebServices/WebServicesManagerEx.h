@@ -3,6 +3,7 @@
 #include <QString>
 #include <VqWebServices/LoginError.h>
 #include <VqWebServices/NetworkCookieJar.h>
+#include <VqWebServices/OAuth2Token.h>
 #include <VqWebServices/RequestParam.h>
 #include <VqWebServices/VqWebServicesGlobal.h>
 #include <VqWebServices/WebServicesConfiguration.h>
@@ -105,6 +106,38 @@ public:
     /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a
     /// failure. The result is freed by the caller with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const QString& clientKey, const wchar_t* url, bool checkExpiry);
+
+    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous one
+    /// waits for the network, at most 61 seconds, and tells whether there is a new token.
+    bool RefreshToken(const QString& clientKey, bool synchronous);
+
+    // OAuth2 tokens: obtained in exchange for the access token, kept and renewed for as long as they are enabled
+
+    /// True when OAuth2 is enabled for the client.
+    bool IsOAuth2Enabled(const QString& clientKey);
+
+    /// Enables OAuth2 with the token of type `RT` with the configuration's scope, or disables it. True when the client is known.
+    bool EnableOAuth2(const QString& clientKey, bool enable);
+    /// Enables OAuth2 with tokens of this kind beside those enabled before. The token is queried once the client is signed in and its
+    /// configuration has OAuth2 keys. False when the client is unknown or the type is none.
+    bool EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec);
+
+    /// The client's OAuth2 token of this kind; a null spec means the client's default one, here and below. With `waitToFinish` a missing
+    /// token is queried and an expired one renewed first, which waits for the network; without, the call returns at once. False, and
+    /// an empty token, when there is none.
+    bool GetOAuth2AccessToken(OAuth2Token& token, const QString& clientKey, const OAuth2TokenSpec* spec, bool waitToFinish);
+
+    /// Asks for a new OAuth2 token, as `RefreshToken`.
+    bool RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* spec, bool synchronous);
+
+    /// True when the client has such a token, also one that has expired.
+    bool IsOAuth2TokenAvailable(const QString& clientKey, const OAuth2TokenSpec* spec);
+
+    /// True when the client has such a token and it has expired.
+    bool IsOAuth2TokenExpired(const QString& clientKey, const OAuth2TokenSpec* spec);
+
+    /// When the token expires, in seconds since 1970-01-01 UTC; 0 when there is none.
+    unsigned int GetOAuth2TokenExpiryDate(const QString& clientKey, const OAuth2TokenSpec* spec);
 
 protected:
     WebServicesManagerEx() = default;

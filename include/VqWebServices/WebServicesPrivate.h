@@ -3,8 +3,11 @@
 #include <QJsonObject>
 #include <QMap>
 #include <QString>
+#include <VqWebServices/ICredentialPrompt.h>
 #include <VqWebServices/IWebServicesObserver.h>
 #include <VqWebServices/NetworkCookieJar.h>
+#include <VqWebServices/OAuth2TokenSpec.h>
+#include <VqWebServices/RetrySchedule.h>
 #include <VqWebServices/VqWebServicesGlobal.h>
 #include <VqWebServices/WebServicesConfiguration.h>
 #include <VqWebServices/WebServicesUrlCode.h>
@@ -53,6 +56,29 @@ public:
     static QString GetLogFile();
     static QString GetLogFileFolder();
     static std::shared_ptr<Log::ILogger> GetLogger();
+
+    /// Asks for proxy credentials with the product's own prompt instead of the system's; null goes back to that. To be called at any
+    /// time, also before `Initialize`; it stays over `Uninitialize`. The library shares its ownership and lets go when it is replaced
+    /// and no longer asking: set null before the code of the prompt is unloaded.
+    static void SetCredentialPrompt(std::shared_ptr<ICredentialPrompt> prompt);
+
+    // What becomes of tokens whose refresh fails. A client key stands for its product; the forms without one mean the process's
+    // default client, and a null spec the client's default one.
+
+    /// Sets the schedule for the OAuth2 tokens of all products of this process, now and later, in the place of all that were set before.
+    /// Tries that are under way keep theirs. False when a period is negative or an interval is below 1 ms or too long for a timer.
+    static bool SetOAuth2TokenRefreshRetrySchedule(const StdUtil::RetrySchedule& schedule);
+    /// For one token of one product. A null spec needs an initialized library.
+    static bool SetOAuth2TokenRefreshRetrySchedule(const QString& key, const OAuth2TokenSpec* spec,
+                                                   const StdUtil::RetrySchedule& schedule);
+    /// The schedule in force: the one set for the token, else the one for all, else the library's own.
+    static StdUtil::RetrySchedule GetActiveOAuth2TokenRefreshRetrySchedule();
+    static StdUtil::RetrySchedule GetActiveOAuth2TokenRefreshRetrySchedule(const QString& key, const OAuth2TokenSpec* spec);
+    /// True when the token waits for its next look or try.
+    static bool IsOAuth2TokenRefreshTimerActive();
+    static bool IsOAuth2TokenRefreshTimerActive(const QString& key, const OAuth2TokenSpec& spec);
+    static bool IsTokenRefreshTimerActive();
+    static bool IsTokenRefreshTimerActive(const QString& key);
 
     static void AddObserver(IWebServicesObserver* observer);
     static void RemoveObserver(IWebServicesObserver* observer);

@@ -2,6 +2,7 @@
 
 #include "TestKit/AccountServiceProcess.h"
 
+#include <QNetworkProxy>
 #include <QtTest>
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
@@ -56,6 +57,13 @@ void expectFailures(WebServicesManager& manager) {
     QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader,
                                       nullptr, nullptr)));
     QVERIFY(!Text(manager.SignUrlForBrowser(L"https://example.com/", true)));
+    QVERIFY(!manager.GetProxyAuthenticationDialogText(buffer, 16, buffer, 16));
+    manager.SetProxyAuthenticationDialogText(L"a", L"b");
+    QVERIFY(!manager.HasProxyAuthentication(L"h", -1));
+    QVERIFY(!manager.GetProxyAuthentication(L"h", -1, buffer, 16, buffer, 16));
+    QVERIFY(!manager.SetProxyAuthentication(L"h", 1, L"u", L"p"));
+    QVERIFY(!manager.HasProxyInfo());
+    QVERIFY(!manager.ClearProxyInfo());
     manager.AddObserver(nullptr);
     manager.RemoveObserver(nullptr);
 }
@@ -115,6 +123,50 @@ private slots:
         wchar_t buffer[4];
         QCOMPARE(keptInterface->GetUserName(buffer, 4), 0);
         QCOMPARE(keptInterface->GetLoginExpiryDate(), 0U);
+    }
+
+    void keepsProxyCredentials() {
+        const QNetworkProxy before = QNetworkProxy::applicationProxy();
+        WebServicesManager::Initialize();
+        QVERIFY(WebServicesManager::GetInstance()->SetProxyAuthentication(L"proxy.test", 8080, L"somebody", L"s3cret"));
+        WebServicesManager::Uninitialize();
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        QVERIFY(manager.HasProxyInfo());
+        QCOMPARE(QNetworkProxy::applicationProxy().hostName(), QStringLiteral("proxy.test"));
+        wchar_t user[5] = {canary};
+        wchar_t secret[8] = {canary};
+        QVERIFY(manager.GetProxyAuthentication(L"proxy.test", -1, user, 5, secret, 8));
+        QCOMPARE(QString::fromWCharArray(user), QStringLiteral("some"));
+        QCOMPARE(QString::fromWCharArray(secret), QStringLiteral("s3cret"));
+        user[0] = canary;
+        QVERIFY(!manager.GetProxyAuthentication(L"proxy.test", 1, user, 5, secret, 8));
+        QVERIFY(!manager.GetProxyAuthentication(L"proxy.test", -1, user, 0, secret, 8));
+        QVERIFY(!manager.GetProxyAuthentication(L"proxy.test", -1, user, 5, nullptr, 8));
+        QVERIFY(!manager.GetProxyAuthentication(nullptr, -1, user, 5, secret, 8));
+        QCOMPARE(user[0], canary);
+        QVERIFY(!manager.SetProxyAuthentication(nullptr, 8080, nullptr, nullptr));
+        QVERIFY(!manager.HasProxyAuthentication(nullptr, 8080));
+        QVERIFY(manager.ClearProxyInfo());
+        QVERIFY(!manager.HasProxyInfo());
+        QNetworkProxy::setApplicationProxy(before);
+    }
+
+    void keepsProxyDialogTexts() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        wchar_t caption[64] = {canary};
+        wchar_t message[16] = {canary};
+        manager.SetProxyAuthenticationDialogText(L"Our caption", nullptr);
+        QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 64, message, 16));
+        QCOMPARE(QString::fromWCharArray(caption), QStringLiteral("Our caption"));
+        QCOMPARE(QString::fromWCharArray(message), QStringLiteral("Your proxy serv"));
+        QVERIFY(!manager.GetProxyAuthenticationDialogText(nullptr, 64, message, 16));
+        QVERIFY(!manager.GetProxyAuthenticationDialogText(caption, 64, message, 0));
+        WebServicesManager::Uninitialize();
+        WebServicesManager::Initialize();
+        QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 64, message, 16));
+        QCOMPARE(QString::fromWCharArray(caption), QStringLiteral("Authenticate Proxy Server"));
     }
 
     void takesHostileArguments() {

@@ -21,6 +21,7 @@ const auto otherKey = QStringLiteral("other-product-0002");
 class SilentVoice : public ISessionVoice {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
+    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
     void forceLogout(const QString&) override {}
     bool catchUpWithin(int) override { return true; }
 };

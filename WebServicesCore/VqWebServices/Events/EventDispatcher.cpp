@@ -1,30 +1,11 @@
 #include "Events/EventDispatcher.h"
 
+#include "Events/ObserverCall.h"
+
 #include <exception>
 #include <utility>
 
 namespace Velquor::WebServices {
-
-namespace {
-
-void callOperation(IWebServicesObserver& observer, EventDispatcher::Event event, const QString& consumerKey, bool* veto) {
-    switch (event) {
-    case EventDispatcher::Event::LoggedIn: return observer.LoggedIn();
-    case EventDispatcher::Event::LoginRestored: return observer.LoginRestored();
-    case EventDispatcher::Event::LoggedOut: return observer.LoggedOut();
-    case EventDispatcher::Event::ServerChanged: return observer.ServerChanged(consumerKey.toStdWString().c_str());
-    case EventDispatcher::Event::AboutToLogout: {
-        bool wish = false;
-        observer.AboutToLogout(wish);
-        if (wish && veto)
-            *veto = true;
-        return;
-    }
-    default: return;
-    }
-}
-
-} // namespace
 
 EventDispatcher::EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn)
     : m_logger(std::move(logger))
@@ -37,7 +18,7 @@ bool EventDispatcher::callObservers(Event event, const QString& consumerKey, boo
     for (IWebServicesObserver* const observer : observers) {
         if (!m_observers.contains(observer))
             continue;
-        callObserver(*observer, event, consumerKey, veto);
+        callGuarded(*observer, event, consumerKey, veto);
         if (event == Event::LoggedIn && !m_isLoggedIn()) {
             m_logger->information(
                 QStringLiteral(
@@ -49,9 +30,9 @@ bool EventDispatcher::callObservers(Event event, const QString& consumerKey, boo
     return true;
 }
 
-void EventDispatcher::callObserver(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto) {
+void EventDispatcher::callGuarded(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto) {
     try {
-        callOperation(observer, event, consumerKey, veto);
+        callObserver(observer, event, consumerKey, veto);
     } catch (const std::exception& exception) {
         m_logger->error(QStringLiteral("An observer threw an exception in event %1: %2")
                             .arg(eventName(event), QString::fromLocal8Bit(exception.what())));

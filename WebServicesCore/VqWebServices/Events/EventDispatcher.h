@@ -28,7 +28,7 @@ public:
     bool callObservers(Event event, const QString& consumerKey, bool* veto);
 
 private:
-    void callObserver(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto);
+    void callGuarded(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto);
 
     const std::shared_ptr<Log::ILogger> m_logger;
     const std::function<bool()> m_isLoggedIn;

@@ -27,4 +27,26 @@ QString eventName(WebServicesEvent event) {
     return {};
 }
 
+bool isForOtherProcesses(WebServicesEvent event) {
+    switch (event) {
+    case WebServicesEvent::AccountCreated:
+    case WebServicesEvent::LoginRestored:
+    case WebServicesEvent::AboutToLogout:
+    case WebServicesEvent::LoggingOut:
+    case WebServicesEvent::TokenAvailable:
+    case WebServicesEvent::OAuth2TokenAvailable: return false;
+    default: return true;
+    }
+}
+
+bool eventFromName(const QString& name, WebServicesEvent& event) {
+    constexpr int last = static_cast<int>(WebServicesEvent::LoginDialogTimeoutInVqSSOServer);
+    for (int number = 0; number <= last && !name.isEmpty(); ++number) {
+        event = static_cast<WebServicesEvent>(number);
+        if (eventName(event) == name)
+            return true;
+    }
+    return false;
+}
+
 } // namespace WebServicesPrivateCore

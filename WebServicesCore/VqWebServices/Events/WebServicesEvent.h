@@ -31,6 +31,12 @@ enum class WebServicesEvent {
 /// The name of an event in logs and files; empty for a number without an event.
 [[nodiscard]] QString eventName(WebServicesEvent event);
 
+/// Whether other processes of the user are told of an event; the rest concerns the process only in which it happens.
+[[nodiscard]] bool isForOtherProcesses(WebServicesEvent event);
+
+/// The event of a name; false for a name that is none.
+[[nodiscard]] bool eventFromName(const QString& name, WebServicesEvent& event);
+
 } // namespace WebServicesPrivateCore
 
 Q_DECLARE_METATYPE(WebServicesPrivateCore::WebServicesEvent)

@@ -13,7 +13,20 @@
 namespace Velquor::WebServices {
 
 bool WebServicesManager::Initialize() {
-    return WebServicesManagerImp::instance().initialize();
+    return WebServicesManagerImp::instance().initialize({});
+}
+
+bool WebServicesManager::Initialize(bool enableOAuth2) {
+    return WebServicesManagerImp::instance().initialize(
+        enableOAuth2 ? QVector<OAuth2TokenSpec>{OAuth2Settings::legacySpec()} : QVector<OAuth2TokenSpec>());
+}
+
+bool WebServicesManager::Initialize(bool enableOAuth2, bool) {
+    return Initialize(enableOAuth2);
+}
+
+bool WebServicesManager::Initialize(const OAuth2TokenSpec& spec) {
+    return WebServicesManagerImp::instance().initialize({spec});
 }
 
 bool WebServicesManager::Uninitialize() {

@@ -1,6 +1,7 @@
 #include <VqWebServices/WebServicesPrivate.h>
 
 #include "Facade/FacadeCall.h"
+#include "Network/ProxyPrompt.h"
 #include "Network/UrlStore.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Values/NetworkCookieImp.h"
@@ -116,6 +117,10 @@ QString WebServicesPrivate::GetLogFileFolder() {
 std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
     static const std::shared_ptr<Log::ILogger> logger = Log::makeLogger(QStringLiteral("VqWebServices"));
     return logger;
+}
+
+void WebServicesPrivate::SetCredentialPrompt(std::shared_ptr<ICredentialPrompt> prompt) {
+    ProxyPrompt::instance().setPrompt(std::move(prompt));
 }
 
 void WebServicesPrivate::AddObserver(IWebServicesObserver* observer) {

@@ -1,10 +1,29 @@
 #include "Network/NetworkAccessManager.h"
 
+#include "Network/LibrarySettings.h"
+#include "Network/ProxyPrompt.h"
+
 #include <QNetworkRequest>
 #include <mutex>
 
 namespace Velquor::WebServices {
 namespace {
+
+constexpr int maximumPrompts = 2;
+// Stored credentials may change again and again while a request is under way.
+constexpr int maximumAnswers = 4;
+
+/// For operations that have no log.
+class NoLogger final : public Log::ILogger {
+public:
+    void log(Log::Level, const QString&) override {}
+    [[nodiscard]] bool isEnabled(Log::Level) const override { return false; }
+};
+
+bool isDialogEnabled() {
+    const QString value = librarySetting(QStringLiteral("ProxyAuthenticationDialog")).trimmed();
+    return value != QLatin1String("0") && value.compare(QLatin1String("False"), Qt::CaseInsensitive) != 0;
+}
 
 void stopInterfacePolling() {
     static std::once_flag once;
@@ -25,11 +44,63 @@ QObject* afterPollingStopped(QObject* parent) {
 
 NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
     : QNetworkAccessManager(afterPollingStopped(parent))
-    , m_logger(std::move(logger)) {
+    , m_logger(logger ? std::move(logger) : std::make_shared<NoLogger>())
+    , m_isDialogEnabled(isDialogEnabled()) {
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, &NetworkAccessManager::ProxyAuthenticationRequired);
+}
+
+void NetworkAccessManager::retire(std::unique_ptr<NetworkAccessManager> manager) {
+    if (!manager || !manager->isPrompting())
+        return;
+    manager->m_isRetired = true;
+    static_cast<void>(manager.release());
+}
+
+void NetworkAccessManager::ProxyAuthenticationRequired(const QNetworkProxy& proxy, QAuthenticator* authenticator) {
+    if (!m_isDialogEnabled) {
+        m_logger->information(QStringLiteral(
+            "ProxyAuthenticationRequired called, but proxy authentication dialog is disabled. Returning without prompting for proxy credentials."));
+        return;
+    }
+    ++m_openPrompts;
+    Q_EMIT PromptOpened();
+    answerProxy(proxy, *authenticator);
+    --m_openPrompts;
+    if (m_isRetired && !isPrompting())
+        deleteLater();
+    else
+        Q_EMIT PromptClosed();
+}
+
+void NetworkAccessManager::answerProxy(const QNetworkProxy& proxy, QAuthenticator& authenticator) {
+    const ProxyAddress address{proxy.hostName(), proxy.port()};
+    // With a connection of its own for each attempt, the framework does not always say what it has tried.
+    m_refused.add({proxy.user(), proxy.password()});
+    m_refused.add({authenticator.user(), authenticator.password()});
+    ProxyLogin login;
+    if (m_answers < maximumAnswers)
+        login = ProxyPrompt::instance().stored(address, m_refused);
+    const bool isStored = !login.isEmpty();
+    if (!isStored && m_answers < maximumAnswers && m_prompts < maximumPrompts) {
+        ++m_prompts;
+        login = ProxyPrompt::instance().ask(address, m_refused, *m_logger);
+    } else if (!isStored) {
+        m_logger->error(QStringLiteral("Proxy authentication failed"));
+    }
+    if (login.isEmpty())
+        return;
+    ++m_answers;
+    // It counts as refused when the proxy asks again.
+    m_refused.add(login);
+    authenticator.setUser(login.user);
+    authenticator.setPassword(login.password);
 }
 
 QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QNetworkRequest& request, QIODevice* body) {
+    m_prompts = 0;
+    m_answers = 0;
+    m_refused.clear();
     QNetworkRequest hardened(request);
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     if (!hardened.hasRawHeader("Accept-Encoding"))

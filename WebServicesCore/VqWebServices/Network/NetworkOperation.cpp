@@ -50,7 +50,13 @@ NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelCont
 
 NetworkOperation::~NetworkOperation() {
     abandon(QStringLiteral("Object deleted"));
+    // While the user is being asked for proxy credentials further up on this thread, reply and manager are in use there.
+    if (m_reply && m_ownsReply && m_manager && m_manager->isPrompting()) {
+        m_reply->setParent(m_manager.get());
+        m_ownsReply = false;
+    }
     discardReply();
+    NetworkAccessManager::retire(std::move(m_manager));
 }
 
 void NetworkOperation::StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec,
@@ -132,8 +138,11 @@ bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& ve
         refuse(problem);
         return false;
     }
-    if (!m_manager)
+    if (!m_manager) {
         m_manager = std::make_unique<NetworkAccessManager>(m_logger);
+        connect(m_manager.get(), &NetworkAccessManager::PromptOpened, this, &NetworkOperation::pauseTimer);
+        connect(m_manager.get(), &NetworkAccessManager::PromptClosed, this, &NetworkOperation::resumeTimer);
+    }
     return true;
 }
 
@@ -180,10 +189,23 @@ void NetworkOperation::watchReply() {
 }
 
 void NetworkOperation::startTimer(int timeoutInMsec) {
+    m_pausedMsec = -1;
     m_timer = std::make_unique<QTimer>();
     m_timer->setSingleShot(true);
     connect(m_timer.get(), &QTimer::timeout, this, &NetworkOperation::Timeout);
     m_timer->start(timeoutInMsec);
+}
+
+void NetworkOperation::pauseTimer() {
+    m_pausedMsec = m_timer && m_timer->isActive() ? m_timer->remainingTime() : -1;
+    if (m_pausedMsec >= 0)
+        m_timer->stop();
+}
+
+void NetworkOperation::resumeTimer() {
+    if (m_pausedMsec >= 0 && m_timer && isRunning() && !m_finished)
+        m_timer->start(m_pausedMsec);
+    m_pausedMsec = -1;
 }
 
 void NetworkOperation::discardReply() {

@@ -77,6 +77,8 @@ private:
     void watchReply();
     QNetworkReply* waitForReply(QEventLoop& loop);
     void startTimer(int timeoutInMsec);
+    void pauseTimer();
+    void resumeTimer();
     void refuse(const QString& problem);
     void discardReply();
     void adoptReply();
@@ -102,6 +104,7 @@ private:
     QPointer<QThread> m_threadToExit;
     QPointer<QEventLoop> m_eventLoop;
     std::unique_ptr<QTimer> m_timer;
+    int m_pausedMsec = -1; ///< what was left when a prompt for the user stopped the timer
     bool m_finished = false;
     bool m_ended = false; ///< endWith() has decided result and message, whatever the reply says
     bool m_isAbandoned = false; ///< cancelled by who asked, who does not want the reply any more

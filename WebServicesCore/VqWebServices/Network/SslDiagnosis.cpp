@@ -2,6 +2,11 @@
 
 #include "Network/LibraryNames.h"
 #include "Network/NetworkErrorText.h"
+#include "VqUtil/Platform/HostProcess.h"
+
+#include <QSslSocket>
+#include <openssl/crypto.h>
+#include <openssl/ssl.h>
 
 namespace Velquor::WebServices {
 
@@ -17,6 +22,16 @@ QString sslDiagnosis(const QNetworkReply* reply) {
 QString sslVersionLine(const SslLibraryFacts& facts) {
     return QStringLiteral("%1, libssl: %2 (%3), libcrypto: %4 (%5)")
         .arg(facts.version, facts.sslPath, facts.sslFileVersion, facts.cryptoPath, facts.cryptoFileVersion);
+}
+
+QString loadedSslVersionLine() {
+    SslLibraryFacts facts;
+    facts.version = QSslSocket::sslLibraryVersionString();
+    facts.sslPath = Util::modulePathOf(reinterpret_cast<const void*>(&SSL_CTX_new));
+    facts.sslFileVersion = Util::fileVersion(facts.sslPath);
+    facts.cryptoPath = Util::modulePathOf(reinterpret_cast<const void*>(&OpenSSL_version_num));
+    facts.cryptoFileVersion = Util::fileVersion(facts.cryptoPath);
+    return sslVersionLine(facts);
 }
 
 } // namespace Velquor::WebServices

@@ -19,7 +19,10 @@ struct SslLibraryFacts {
 /// Thread: that of the reply.
 [[nodiscard]] QString sslDiagnosis(const QNetworkReply* reply);
 
-/// The version line of the loaded SSL libraries. Thread: any.
+/// The version line of such libraries. Thread: any.
 [[nodiscard]] QString sslVersionLine(const SslLibraryFacts& facts);
+
+/// The version line of the SSL libraries that this process has loaded. Thread: any.
+[[nodiscard]] QString loadedSslVersionLine();
 
 } // namespace Velquor::WebServices

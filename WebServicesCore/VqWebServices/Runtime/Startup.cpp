@@ -1,16 +1,19 @@
 #include "Runtime/Startup.h"
 
 #include "Network/LibraryNames.h"
+#include "Network/ProxyPrompt.h"
 #include "Network/SupportFiles.h"
 #include "Network/UserAgent.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/PluginPaths.h"
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/UserAgentText.h"
+#include "Session/SessionProxyStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/SystemTimeSource.h"
 #include "Signing/TimeServiceImp.h"
 #include "Signing/VqOAuthHost.h"
+#include "Values/OAuth2TokenSpecImp.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/LazyCryptor.h"
@@ -94,7 +97,16 @@ std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::
     return state;
 }
 
-void startSession(StartedLibrary& started, const QString& defaultClientKey) {
+QString oauth2Text(const QVector<OAuth2TokenSpec>& specs) {
+    if (specs.isEmpty())
+        return QStringLiteral("without oauth2 support");
+    const OAuth2TokenSpecImp& spec = OAuth2TokenSpecImp::of(specs.first());
+    const QString type = tokenTypeName(spec.type);
+    return spec.scope.isEmpty() ? QStringLiteral("with oauth2 support (type: %1)").arg(type)
+                                : QStringLiteral("with oauth2 support (type: %1, scope: %2)").arg(type, spec.scope);
+}
+
+void startSession(StartedLibrary& started, const QString& defaultClientKey, const QVector<OAuth2TokenSpec>& oauth2Specs) {
     const QString host = Util::hostExecutablePath();
     SessionServices services;
     services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
@@ -113,29 +125,31 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey) {
     services.processState = started.processState;
     services.savedBy = QFileInfo(host).fileName();
     started.session = std::make_shared<LoginSession>(
-        services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host});
+        services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host},
+        oauth2Specs);
+    started.session->loadProxyInfo();
+    ProxyPrompt::instance().open(std::make_shared<SessionProxyStore>(started.session));
     timeService->setServer(started.session->currentServer());
     timeService->start();
 }
 
 } // namespace
 
-StartedLibrary startLibrary(const QString& defaultClientKey) {
+StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth2TokenSpec>& oauth2Specs) {
     QElapsedTimer timer;
     timer.start();
     StartedLibrary started;
     started.hasLogConfiguration = findLogConfiguration();
     PluginPaths::setDefaults();
-    const QString oauth2 = QStringLiteral("without oauth2 support");
-    Log::rootLogger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2));
+    Log::rootLogger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2Text(oauth2Specs)));
     checkSsl();
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     ensureApplication();
     const QString host = Util::hostExecutablePath();
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
-    startSession(started, defaultClientKey);
+    startSession(started, defaultClientKey, oauth2Specs);
     started.hasLogConfiguration = LogSetupHelper::SetupLog() && started.hasLogConfiguration;
-    Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(QStringLiteral("Disabled")));
+    Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(oauth2Specs.isEmpty() ? QStringLiteral("Disabled") : QStringLiteral("Enabled")));
     Log::rootLogger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
     Log::rootLogger().information(QStringLiteral("Web Services data path: %1").arg(RuntimePaths::dataPath()));
     Log::rootLogger().information(QStringLiteral("Web Services login state file: %1").arg(RuntimePaths::loginStateFile()));
@@ -146,6 +160,7 @@ void stopLibrary(StartedLibrary library) {
     if (!library.session)
         return;
     Log::rootLogger().information(QStringLiteral("Uninitializing Web Services"));
+    ProxyPrompt::instance().close();
     library.session->stop();
     library.timeService->stop();
     library.session.reset();

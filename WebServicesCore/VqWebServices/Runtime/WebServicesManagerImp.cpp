@@ -14,13 +14,13 @@ WebServicesManagerImp& WebServicesManagerImp::instance() {
     return *singleton;
 }
 
-bool WebServicesManagerImp::initialize() {
+bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Specs) {
     {
         const QMutexLocker lock(&m_countMutex);
         if (++m_count >= 2)
             return true;
     }
-    const StartedLibrary started = startLibrary(defaultClientKey());
+    const StartedLibrary started = startLibrary(defaultClientKey(), oauth2Specs);
     const QMutexLocker lock(&m_stateMutex);
     m_library = started;
     return true;

@@ -20,7 +20,7 @@ public:
     static WebServicesManagerImp& instance();
 
     /// Counts, and runs the start-up or the tear-down for the first and the last.
-    bool initialize();
+    bool initialize(const QVector<OAuth2TokenSpec>& oauth2Specs);
     bool uninitialize();
     [[nodiscard]] bool isInitialized();
 

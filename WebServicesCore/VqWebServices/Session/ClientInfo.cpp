@@ -1,11 +1,20 @@
 #include "Session/ClientInfo.h"
 
+#include "Values/OAuth2TokenSpecImp.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QFileInfo>
 #include <utility>
 
 namespace Velquor::WebServices {
+
+OAuth2TokenSpec OAuth2Settings::legacySpec() {
+    OAuth2TokenSpec spec;
+    OAuth2TokenSpecImp::of(spec).legacy = true;
+    return spec;
+}
+
+OAuth2TokenSpec OAuth2Settings::defaultSpec() const { return specs.isEmpty() ? legacySpec() : specs.first(); }
 
 ClientInfo::ClientInfo(ClientIdentity identity)
     : m_identity(std::move(identity)) {}
@@ -14,6 +23,19 @@ QString ClientInfo::displayName() const {
     if (!m_identity.productName.isEmpty())
         return m_identity.productName;
     return QStringLiteral("%1.%2").arg(QFileInfo(m_identity.productExeFile).baseName()).arg(m_identity.processId);
+}
+
+bool ClientInfo::enableOAuth2(const OAuth2TokenSpec& spec) {
+    const bool wasEnabled = std::exchange(m_oauth2.isEnabled, true);
+    const bool isKnown = m_oauth2.specs.contains(spec);
+    if (!isKnown)
+        m_oauth2.specs += spec;
+    return !wasEnabled || !isKnown;
+}
+
+bool ClientInfo::disableOAuth2() {
+    m_oauth2.specs.clear();
+    return std::exchange(m_oauth2.isEnabled, false);
 }
 
 void ClientInfo::setConfiguration(const ConfigurationPointer& configuration) {

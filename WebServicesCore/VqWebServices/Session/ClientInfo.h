@@ -4,6 +4,8 @@
 
 #include <QMap>
 #include <QString>
+#include <QVector>
+#include <VqWebServices/OAuth2TokenSpec.h>
 
 namespace Velquor::WebServices {
 
@@ -13,6 +15,17 @@ struct ClientIdentity {
     qint64 processId = 0;
     QString productName;
     QString productExeFile;
+};
+
+/// Whether a client uses OAuth2 tokens, and of which kinds.
+struct OAuth2Settings {
+    bool isEnabled = false;
+    QVector<OAuth2TokenSpec> specs; ///< In the order in which they were enabled.
+
+    /// What an operation without a spec means: the first that was enabled, else that of the older interface.
+    [[nodiscard]] OAuth2TokenSpec defaultSpec() const;
+    /// Type RT, the scope of the configuration.
+    [[nodiscard]] static OAuth2TokenSpec legacySpec();
 };
 
 /// One registered product: who it is, and its configuration for each server.
@@ -32,12 +45,18 @@ public:
     /// The consumer key of the configuration for a server: the product's key, which stands in the login state file in clear as
     /// well.
     [[nodiscard]] QString productKey(int server) const { return m_productKeys.value(server); }
+    [[nodiscard]] const OAuth2Settings& oauth2() const { return m_oauth2; }
+    /// False when the kind was enabled before.
+    bool enableOAuth2(const OAuth2TokenSpec& spec);
+    /// False when it was disabled before.
+    bool disableOAuth2();
     [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
 
 private:
     const ClientIdentity m_identity;
     QMap<int, ConfigurationPointer> m_configurations;
     QMap<int, QString> m_productKeys;
+    OAuth2Settings m_oauth2;
 };
 
 } // namespace Velquor::WebServices

@@ -1,6 +1,9 @@
 #include "Session/ClientRegistry.h"
 
+#include "Values/OAuth2TokenSpecImp.h"
+
 #include <QMutexLocker>
+#include <algorithm>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -72,6 +75,44 @@ QString ClientRegistry::productKey(const QString& clientKey, int server) const {
     const QMutexLocker lock(&m_mutex);
     const auto client = m_clients.value(clientKey);
     return client ? client->productKey(server) : QString();
+}
+
+OAuth2Settings ClientRegistry::oauth2(const QString& clientKey) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client ? client->oauth2() : OAuth2Settings();
+}
+
+bool ClientRegistry::enableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    if (!client)
+        return false;
+    const auto enabled = QStringLiteral("enabled");
+    const OAuth2TokenSpecImp& data = OAuth2TokenSpecImp::of(spec);
+    if (!client->enableOAuth2(spec))
+        return true;
+    if (data.legacy)
+        m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(enabled));
+    else
+        m_logger->information(
+            QStringLiteral("OAuth2 %1 in client info for OAuth2 token spec %2").arg(enabled, data.toText()));
+    return true;
+}
+
+bool ClientRegistry::disableOAuth2(const QString& clientKey) {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    if (client && client->disableOAuth2())
+        m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(QStringLiteral("disabled")));
+    return client != nullptr;
+}
+
+bool ClientRegistry::isOAuth2Used(const QString& productKey, int server) const {
+    const QMutexLocker lock(&m_mutex);
+    return std::any_of(m_clients.begin(), m_clients.end(), [&](const auto& client) {
+        return client->oauth2().isEnabled && client->productKey(server) == productKey;
+    });
 }
 
 bool ClientRegistry::hasAnyConfiguration(const QString& clientKey) const {

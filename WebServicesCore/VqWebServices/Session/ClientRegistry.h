@@ -32,6 +32,12 @@ public:
     [[nodiscard]] ConfigurationPointer configuration(const QString& clientKey, int server) const;
     /// The consumer key of the client's configuration for the server; empty when there is none.
     [[nodiscard]] QString productKey(const QString& clientKey, int server) const;
+    [[nodiscard]] OAuth2Settings oauth2(const QString& clientKey) const;
+    /// False when the client is not registered.
+    bool enableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec);
+    bool disableOAuth2(const QString& clientKey);
+    /// A client of this product on this server has OAuth2 enabled.
+    [[nodiscard]] bool isOAuth2Used(const QString& productKey, int server) const;
     [[nodiscard]] bool hasAnyConfiguration(const QString& clientKey) const;
     /// The keys of the clients that have a configuration for the server.
     [[nodiscard]] QStringList configuredFor(int server) const;

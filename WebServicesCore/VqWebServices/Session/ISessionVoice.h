@@ -13,7 +13,10 @@ class ISessionVoice {
 public:
     virtual ~ISessionVoice() = default;
 
+    /// Tells this process and, where the event is one for them, the others.
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey) = 0;
+    /// Tells this process only: the others know it already.
+    virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey) = 0;
     /// Signs the user out later, on the main thread, with the product of this key as the one that asks.
     virtual void forceLogout(const QString& productKey) = 0;
     /// Takes over what other processes have written to the file. Waits at most so long for a step of this process that is under

@@ -26,13 +26,19 @@ SessionServices withCancel(SessionServices services) {
 
 } // namespace
 
-LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self)
+LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self,
+                           const QVector<OAuth2TokenSpec>& oauth2Specs)
     : m_core(withCancel(services), this)
     , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
-    , m_logger(*services.logger) {
+    , m_logger(*services.logger)
+    , m_reactions(m_core) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
     connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
     AddClient(self);
+    for (const OAuth2TokenSpec& spec : oauth2Specs)
+        m_core.clients.enableOAuth2(self.clientKey, spec);
+    if (services.notifiesProcesses)
+        startNotifications();
 }
 
 LoginSession::~LoginSession() {
@@ -43,6 +49,7 @@ LoginSession::~LoginSession() {
 void LoginSession::stop() {
     m_core.isStopped = true;
     emit m_core.services.exchangeCancel->Canceled();
+    stopNotifications();
     m_core.products.stopAll();
 }
 
@@ -146,7 +153,7 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
         if (persist)
             LoginStateSaver(m_core).save();
     }
-    RaiseEvent(Event::ServerChanged, clientKey);
+    RaiseEvent(Event::ServerChanged, clientKey, persist);
     m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
     return true;
 }
@@ -182,7 +189,8 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         m_core.configureProducts();
         m_core.setRestored();
     }
-    RaiseEvent(Event::LoginRestored, clientKey);
+    RaiseEvent(Event::LoginRestored, clientKey, false);
+    oauth2().reportToken(clientKey);
     m_logger.information(QStringLiteral("Login restored for all products"));
     return true;
 }
@@ -209,7 +217,7 @@ int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar
         const QMutexLocker lock(&m_core.lock);
         m_core.configureProducts();
     }
-    RaiseEvent(Event::LoggedIn, clientKey);
+    RaiseEvent(Event::LoggedIn, clientKey, true);
     return code;
 }
 
@@ -235,7 +243,7 @@ bool LoginSession::CompleteLogout(const QString& clientKey) {
     if (m_core.services.processState)
         m_core.services.processState->deletePropertiesInAllProcesses(
             {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
-    RaiseEvent(Event::LoggedOut, clientKey);
+    RaiseEvent(Event::LoggedOut, clientKey, true);
     return true;
 }
 
@@ -289,6 +297,12 @@ bool LoginSession::RefreshToken(const QString& clientKey, bool synchronous) {
     const ProductSessionPointer product = m_core.product(clientKey);
     TokenOperations* const operations = product ? product->operations() : nullptr;
     return operations && !(synchronous && m_core.isInsideFlow()) && operations->refreshToken(synchronous, RefreshWorker::Reason::Wished);
+}
+
+bool LoginSession::isTokenRefreshTimerActive(const QString& clientKey) const {
+    const ProductSessionPointer product = m_core.product(clientKey);
+    const TokenOperations* const operations = product ? product->operations() : nullptr;
+    return operations && operations->isTokenRefreshTimerActive();
 }
 
 bool LoginSession::isLoggedIn(const QString& clientKey) {

@@ -1,12 +1,16 @@
 #pragma once
 
 #include "Events/EventDispatcher.h"
+#include "Events/NotificationManager.h"
+#include "Session/EventReactions.h"
+#include "Session/OAuth2Operations.h"
 #include "Session/RequestSigning.h"
 #include "Session/SessionCore.h"
 #include "Session/SignInFlow.h"
 
 #include <QNetworkReply>
 #include <QObject>
+#include <QThread>
 #include <VqWebServices/NetworkCookieJar.h>
 
 namespace Velquor::WebServices {
@@ -21,8 +25,8 @@ class LoginSession : public QObject, private ISessionVoice {
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
 
-    /// Registers the process itself as a client.
-    LoginSession(const SessionServices& services, const ClientIdentity& self);
+    /// Registers the process itself as a client, which wants OAuth2 tokens of these kinds.
+    LoginSession(const SessionServices& services, const ClientIdentity& self, const QVector<OAuth2TokenSpec>& oauth2Specs = {});
     ~LoginSession() override;
 
     /// Ends all token work and every wait for it, and waits for the threads. Nothing is called back afterwards. Main thread.
@@ -59,6 +63,15 @@ public:
     /// A new access token for the client's product. An asynchronous one returns at once, with true when it was started.
     bool RefreshToken(const QString& clientKey, bool synchronous);
 
+    /// The operations with OAuth2 tokens.
+    [[nodiscard]] OAuth2Operations oauth2() {
+        catchUp();
+        return OAuth2Operations(m_core);
+    }
+
+    [[nodiscard]] bool isTokenRefreshTimerActive(const QString& clientKey) const;
+    [[nodiscard]] QString clientName(const QString& clientKey) const { return m_core.clients.displayName(clientKey); }
+
     /// An empty client key asks for any product.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey);
     [[nodiscard]] bool isLoginValid(const QString& clientKey);
@@ -72,9 +85,36 @@ public:
     /// The same for an operation that fails without the client: one log line says so.
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
+    // The proxy credentials, as of `ProxyCredentials`.
+    bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
+    bool ClearProxyInfo();
+    [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_core.proxy; }
+    /// Reads them from the file at the start of the process.
+    void loadProxyInfo();
+    /// For requests that a proxy has refused: neither waits for a sign-in or sign-out that is under way.
+    [[nodiscard]] ProxyLogin findProxyLogin(const ProxyAddress& proxy, const RefusedLogins& refused) const;
+    void keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login);
+
     [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
 
 signals:
+    // For the library's own listeners, emitted on the main thread after the observers were called.
+    void LoggedIn();
+    void LoginRestored();
+    void LoggingOut();
+    void LoggedOut();
+    void LoginDialogTimeoutInVqSSOServer();
+    void TokenRefreshed();
+    void ServerChanged();
+    void TokenAcquired();
+    void TokenQueryFailed();
+    void TokenAvailable();
+    void OAuth2TokenAcquired();
+    void OAuth2TokenQueryFailed();
+    void OAuth2TokenAvailable();
+    void OAuth2TokenDiscarded();
+    void OAuth2TokenRefreshed();
+
     void CallObserversTrigger(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
 
 private slots:
@@ -86,12 +126,19 @@ private:
     /// state is held by another step for longer than `waitMs` milliseconds.
     bool catchUp(int waitMs = 0);
     void applyFile(int guardTimeoutMs);
-    void raiseEvent(Event event, const QString& consumerKey) override { RaiseEvent(event, consumerKey); }
+    void raiseEvent(Event event, const QString& consumerKey) override { RaiseEvent(event, consumerKey, true); }
+    void raiseEventHere(Event event, const QString& consumerKey) override { RaiseEvent(event, consumerKey, false); }
+    void startNotifications();
+    void stopNotifications();
+    void sendToOthers(Event event, const QString& consumerKey);
+    void emitToListeners(Event event);
     void forceLogout(const QString& productKey) override;
     bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
-    void RaiseEvent(Event event, const QString& consumerKey);
+    /// Tells the observers and listeners of this process, on the main thread, and when `sendToOthers` is set also the other
+    /// processes of the user.
+    void RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers);
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
     [[nodiscard]] bool isCompanionLoaded() const;
 
@@ -99,6 +146,10 @@ private:
     bool m_isBasicLoaded = false; ///< Under the login session lock.
     EventDispatcher m_dispatcher;
     Log::ILogger& m_logger;
+    EventReactions m_reactions;
+    QMutex m_notificationMutex;
+    NotificationManager* m_notifications = nullptr; ///< Lives on the thread and is deleted by its end.
+    std::unique_ptr<QThread> m_notificationThread;
 };
 
 } // namespace Velquor::WebServices

@@ -38,9 +38,9 @@ bool LoginSession::catchUp(int waitMs) {
     const bool isSame = before.isSameSignIn(m_core.basic());
     m_core.lock.unlock();
     if (wasLoggedIn && (!isLoggedIn || !isSame))
-        RaiseEvent(Event::LoggedOut, QString());
+        RaiseEvent(Event::LoggedOut, QString(), false);
     if (isLoggedIn && (!wasLoggedIn || !isSame))
-        RaiseEvent(Event::LoggedIn, QString());
+        RaiseEvent(Event::LoggedIn, QString(), false);
     return true;
 }
 
@@ -76,23 +76,90 @@ void LoginSession::applyFile(int guardTimeoutMs) {
     m_core.configureProducts();
 }
 
-void LoginSession::RaiseEvent(Event event, const QString& consumerKey) {
-    m_logger.information(QStringLiteral("Raising web services event %1").arg(eventName(event)));
+void LoginSession::RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers) {
+    const QString name = eventName(event);
+    m_logger.information(QStringLiteral("Raising web services event %1").arg(name));
+    if (sendToOthers && isForOtherProcesses(event))
+        this->sendToOthers(event, consumerKey);
     if (QThread::currentThread() == thread()) {
         CallObserversSlot(event, consumerKey, nullptr);
         return;
     }
     m_logger.information(
-        QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
-            .arg(eventName(event)));
+        QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread").arg(name));
     emit CallObserversTrigger(event, consumerKey, nullptr);
+}
+
+void LoginSession::sendToOthers(Event event, const QString& consumerKey) {
+    if (event == Event::LoggedIn && !m_core.isLoggedIn()) {
+        m_logger.information(
+            QStringLiteral(
+                "Aborting sending of web services event %1 to other processes. Not logged in currently. Some process may have forced a logout in LoggedIn event handler.")
+                .arg(eventName(event)));
+        return;
+    }
+    const QMutexLocker lock(&m_notificationMutex);
+    if (m_notifications)
+        m_notifications->SendInterProcessMessage(event, {{EventParam::consumerKey, consumerKey}});
+}
+
+void LoginSession::startNotifications() {
+    m_notificationThread = std::make_unique<QThread>();
+    m_notifications = new NotificationManager(m_core.services.lockFolder, m_reactions, m_core.services.logger);
+    m_notifications->moveToThread(m_notificationThread.get());
+    connect(m_notificationThread.get(), &QThread::started, m_notifications, &NotificationManager::Start);
+    connect(m_notificationThread.get(), &QThread::finished, m_notifications, &QObject::deleteLater);
+    m_notificationThread->start(QThread::InheritPriority);
+}
+
+void LoginSession::stopNotifications() {
+    {
+        const QMutexLocker lock(&m_notificationMutex);
+        m_notifications = nullptr;
+    }
+    if (!m_notificationThread || !m_notificationThread->isRunning())
+        return;
+    m_notificationThread->exit(0);
+    m_logger.information(QStringLiteral("Waiting for notification thread to finish"));
+    m_notificationThread->wait();
+    m_logger.information(QStringLiteral("Notification thread finished"));
 }
 
 void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey,
                                      bool* pAboutToLogout) {
-    if (m_core.isStopped)
+    if (m_core.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
         return;
-    m_dispatcher.callObservers(event, consumerKey, pAboutToLogout);
+    m_logger.information(
+        QStringLiteral("Sending web services event %1 to slots in this process").arg(eventName(event)));
+    if (event == Event::LoggedIn && !m_core.isLoggedIn()) {
+        m_logger.information(
+            QStringLiteral(
+                "Aborting sending of web services event %1 to slots in this processes. Not logged in currently. Some process may have forced a logout in LoggedIn event handler.")
+                .arg(eventName(event)));
+        return;
+    }
+    emitToListeners(event);
+}
+
+void LoginSession::emitToListeners(Event event) {
+    switch (event) {
+    case Event::LoggedIn: return emit LoggedIn();
+    case Event::LoginRestored: return emit LoginRestored();
+    case Event::LoggingOut: return emit LoggingOut();
+    case Event::LoggedOut: return emit LoggedOut();
+    case Event::LoginDialogTimeoutInVqSSOServer: return emit LoginDialogTimeoutInVqSSOServer();
+    case Event::TokenRefreshed: return emit TokenRefreshed();
+    case Event::ServerChanged: return emit ServerChanged();
+    case Event::TokenAcquired: return emit TokenAcquired();
+    case Event::TokenQueryFailed: return emit TokenQueryFailed();
+    case Event::TokenAvailable: return emit TokenAvailable();
+    case Event::OAuth2TokenAcquired: return emit OAuth2TokenAcquired();
+    case Event::OAuth2TokenQueryFailed: return emit OAuth2TokenQueryFailed();
+    case Event::OAuth2TokenAvailable: return emit OAuth2TokenAvailable();
+    case Event::OAuth2TokenDiscarded: return emit OAuth2TokenDiscarded();
+    case Event::OAuth2TokenRefreshed: return emit OAuth2TokenRefreshed();
+    default: return;
+    }
 }
 
 bool LoginSession::isLogoutVetoed(const QString& consumerKey) {

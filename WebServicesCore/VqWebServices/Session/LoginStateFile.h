@@ -66,6 +66,9 @@ public:
     /// The stamp of the file now, and of the content that was last read or written through this object.
     [[nodiscard]] Util::FileStamp currentStamp() const;
     [[nodiscard]] Util::FileStamp seenStamp() const;
+    /// The content was merged with what another process wrote, and this process has not taken that over yet: the next look at the
+    /// stamp finds a change.
+    void forgetSeen() { setSeen({}); }
 
 private:
     void prepareFolder();

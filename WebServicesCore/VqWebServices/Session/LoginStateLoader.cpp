@@ -64,8 +64,10 @@ void LoginStateLoader::loadAll(bool takeServer) {
     }
     const LoginStateFile::Guard guard(m_core.file);
     const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
-    if (content.isRead())
-        loadFrom(content, takeServer);
+    if (!content.isRead())
+        return;
+    m_core.proxy.load(content.root());
+    loadFrom(content, takeServer);
 }
 
 void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool takeServer) {

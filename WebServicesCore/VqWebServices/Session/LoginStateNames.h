@@ -7,11 +7,14 @@ namespace Velquor::WebServices::LoginStateNames {
 /// The names of the login state file that more than one class reads or writes.
 inline const auto settings = QStringLiteral("Settings");
 inline const auto logoutDate = QStringLiteral("LogoutDate");
+inline const auto proxySettings = QStringLiteral("ProxySettings");
 inline const auto loginSession = QStringLiteral("LoginSession");
 inline const auto products = QStringLiteral("Products");
 inline const auto product = QStringLiteral("Product");
 inline const auto productKey = QStringLiteral("ProductKey");
 inline const auto tokenExpiryDate = QStringLiteral("TokenExpiryDate");
+inline const auto oauth2Tokens = QStringLiteral("OAuth2Tokens");
+inline const auto oauth2Token = QStringLiteral("OAuth2Token");
 inline const auto server = QStringLiteral("Server");
 inline const auto userId = QStringLiteral("UserId");
 inline const auto userName = QStringLiteral("UserName");

@@ -21,10 +21,16 @@ public:
     /// Saves settings, user and products.
     Result save();
 
+    /// Saves the OAuth2 tokens of one product; `fresh` was just obtained.
+    Result saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh);
+
     /// Deletes the signed-in user of the file and writes the date of the sign-out.
     bool removeLogin(const QDateTime& logoutDate);
 
 private:
+    [[nodiscard]] Result writeOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh, QDomDocument& document);
+    [[nodiscard]] QDomDocument readForSaving();
+    [[nodiscard]] bool write(const QDomDocument& document);
     void writeHeader(QDomElement& root);
     void writeUser(QDomElement& login);
     void mergeProducts(QDomElement& login, bool isSameSignIn);
@@ -33,6 +39,7 @@ private:
 
     SessionCore& m_core;
     Log::ILogger& m_logger;
+    bool m_hasNews = false; ///< The file holds what this process has not read yet.
 };
 
 } // namespace Velquor::WebServices

@@ -23,6 +23,9 @@ void ObjectDeleter::Start() {
 ObjectDeleter::~ObjectDeleter() {
     m_logger->information(QStringLiteral("ObjectDeleter destructor"));
     m_logger->information(QStringLiteral("Deleting objects"));
+    // The OAuth2 workers use all the others.
+    for (TokenWorker* const worker : oauth2Workers)
+        delete worker;
     // The refresher and the fetcher go before the controller that they report to.
     delete tokenRefresher;
     delete tokenFetcher;

@@ -4,12 +4,14 @@
 
 #include <QObject>
 #include <memory>
+#include <vector>
 
 namespace Velquor::WebServices {
 
 class RefreshController;
 class TokenFetcher;
 class TokenRefresher;
+class TokenWorker;
 
 /// Destroys the objects of a token operations thread on that thread, after its event loop has ended.
 ///
@@ -25,6 +27,8 @@ public:
     RefreshController* refreshController = nullptr;
     TokenFetcher* tokenFetcher = nullptr;
     TokenRefresher* tokenRefresher = nullptr;
+    /// Filled until the thread is asked to end.
+    std::vector<TokenWorker*> oauth2Workers;
 
 public slots:
     void Start();

@@ -5,6 +5,7 @@
 #include "Session/SessionCore.h"
 #include "Session/TokenOperations.h"
 #include "Session/TokenOwner.h"
+#include "Tokens/OAuth2Exchange.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QMutexLocker>
@@ -118,7 +119,41 @@ bool ProductLoginSession::CheckTokensToQuery(const SessionCore& core) {
         return operations->checkAutomaticLogin();
     logger.information(QStringLiteral("Tokens found. Checking if OAuth2 token needs to be queried."));
     operations->tokensChanged();
+    checkOAuth2Tokens();
     return true;
+}
+
+void ProductLoginSession::EnableOAuth2(const QVector<OAuth2TokenSpec>& specs) {
+    TokenOperations* const operations = this->operations();
+    const ConfigurationPointer configuration = this->configuration();
+    if (!operations || !configuration || !m_oauth2.enable(specs, *m_owner, *operations))
+        return;
+    if (!hasOAuth2Keys(*configuration))
+        m_services.logger->warning(
+            QStringLiteral("OAuth2 enabled, but OAuth2 consumer keys are not set for %1 server. OAuth2 token will not be queried.")
+                .arg(serverName(m_server)));
+}
+
+void ProductLoginSession::checkOAuth2Tokens() const {
+    Log::ILogger& logger = *m_services.logger;
+    if (!m_oauth2.isEnabled()) {
+        logger.information(QStringLiteral("OAuth2 token doesn't need to be queried since OAuth2 is disabled"));
+        return;
+    }
+    const ConfigurationPointer configuration = this->configuration();
+    if (!configuration || !hasOAuth2Keys(*configuration)) {
+        logger.information(QStringLiteral(
+            "OAuth2 is currently enabled for this consumer key by some process, but OAuth2 keys are not set in this process. OAuth2 token will not be queried in this process."));
+        return;
+    }
+    for (const OAuth2SessionPointer& session : m_oauth2.all()) {
+        if (session->token().isPresent()) {
+            logger.information(QStringLiteral("OAuth2 token doesn't need to be queried since it is already available"));
+            continue;
+        }
+        logger.information(QStringLiteral("OAuth2 token needs to be queried"));
+        (void)session->QueryOAuth2Token(false);
+    }
 }
 
 } // namespace Velquor::WebServices

@@ -2,6 +2,7 @@
 
 #include "Session/LoginStateNames.h"
 #include "Session/LoginStateXml.h"
+#include "Session/OAuth2TokenNodes.h"
 #include "Session/TokenOperations.h"
 #include "Session/TokenOwner.h"
 #include "Values/WebServicesConfigurationImp.h"
@@ -41,7 +42,8 @@ QString checkKeys(const SigningKeys& keys) {
 ProductLoginSession::ProductLoginSession(SessionServices services, const QString& productKey, Server server)
     : m_services(std::move(services))
     , m_productKey(productKey)
-    , m_server(server) {
+    , m_server(server)
+    , m_oauth2(m_services.logger) {
     m_services.logger->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(shortKey(productKey)));
 }
 
@@ -70,6 +72,7 @@ QString ProductLoginSession::logPrefix() const {
 }
 
 void ProductLoginSession::SetConfiguration(const ConfigurationPointer& configuration) {
+    const QMutexLocker operation(&m_operationLock);
     const QMutexLocker lock(&m_mutex);
     m_configuration = configuration;
 }
@@ -85,6 +88,7 @@ ProductTokens ProductLoginSession::tokens() const {
 }
 
 void ProductLoginSession::setTokens(const ProductTokens& tokens) {
+    const QMutexLocker operation(&m_operationLock);
     const QMutexLocker lock(&m_mutex);
     m_tokens = tokens;
 }
@@ -105,16 +109,21 @@ void ProductLoginSession::Load(const QDomElement& product) {
     tokens.accessTokenSecret = LoginStateXml::secret(product, QStringLiteral("AccessTokenSecret"));
     tokens.sessionHandle = LoginStateXml::secret(product, QStringLiteral("SessionHandle"));
     tokens.expiryDate = LoginStateXml::date(product, Names::tokenExpiryDate);
-    const QMutexLocker lock(&m_mutex);
-    m_tokens = tokens;
-    if (m_name.isEmpty())
-        m_name = product.attribute(QStringLiteral("Name"));
-    if (m_exeName.isEmpty())
-        m_exeName = product.attribute(QStringLiteral("ExeName"));
+    const QMutexLocker operation(&m_operationLock);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_tokens = tokens;
+        if (m_name.isEmpty())
+            m_name = product.attribute(QStringLiteral("Name"));
+        if (m_exeName.isEmpty())
+            m_exeName = product.attribute(QStringLiteral("ExeName"));
+    }
+    m_oauth2.load(OAuth2TokenNodes::read(product));
     m_services.logger->information(QStringLiteral("Loaded product login session"));
 }
 
-bool ProductLoginSession::Save(QDomElement& product) const {
+bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier) const {
+    const QVector<OAuth2TokenData> oauth2Tokens = m_oauth2.tokens();
     const QMutexLocker lock(&m_mutex);
     if (!m_tokens.areComplete()) {
         m_services.logger->information(QStringLiteral("Skipping saving of login session. No session to persist."));
@@ -134,15 +143,29 @@ bool ProductLoginSession::Save(QDomElement& product) const {
     LoginStateXml::setSecret(product, QStringLiteral("AccessToken"), m_tokens.accessToken);
     LoginStateXml::setSecret(product, QStringLiteral("AccessTokenSecret"), m_tokens.accessTokenSecret);
     LoginStateXml::setSecret(product, QStringLiteral("SessionHandle"), m_tokens.sessionHandle);
+    OAuth2TokenNodes::copy(earlier, product);
+    for (const OAuth2TokenData& token : oauth2Tokens)
+        OAuth2TokenNodes::put(product, token, false);
     m_services.logger->information(QStringLiteral("Saved product login session"));
     return true;
 }
 
+void ProductLoginSession::SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const {
+    OAuth2TokenNodes::removeOlderForm(product);
+    for (const OAuth2TokenData& token : m_oauth2.tokens())
+        OAuth2TokenNodes::put(product, token, false);
+    OAuth2TokenNodes::put(product, fresh, true);
+}
+
 void ProductLoginSession::Clear() {
     m_services.logger->information(QStringLiteral("Clearing product login session"));
-    const QMutexLocker lock(&m_mutex);
-    m_tokens = {};
-    m_requestToken = {};
+    const QMutexLocker operation(&m_operationLock);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_tokens = {};
+        m_requestToken = {};
+    }
+    m_oauth2.clear();
 }
 
 QString ProductLoginSession::signingKeys(SigningKeys& keys) const {

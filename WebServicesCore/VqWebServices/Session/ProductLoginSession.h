@@ -2,12 +2,14 @@
 
 #include "Session/ClientInfo.h"
 #include "Session/LoginState.h"
+#include "Session/OAuth2Sessions.h"
 #include "Session/SessionServices.h"
 #include "Tokens/SignedRequest.h"
 #include "Values/ServerName.h"
 
 #include <QDomElement>
 #include <QMutex>
+#include <QRecursiveMutex>
 #include <QSet>
 #include <QString>
 #include <memory>
@@ -73,9 +75,21 @@ public:
 
     /// Takes the product's node of the login state file over. Secrets stay encrypted until they are used.
     void Load(const QDomElement& product);
-    /// Writes the product's node. False when there is nothing to write.
-    [[nodiscard]] bool Save(QDomElement& product) const;
+    /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file, whose
+    /// OAuth2 tokens of other kinds are kept; may be null.
+    [[nodiscard]] bool Save(QDomElement& product, const QDomElement& earlier) const;
+    /// Writes the OAuth2 tokens into the product's node of the file; `fresh` was just obtained.
+    void SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const;
     void Clear();
+
+    /// Makes what is needed for OAuth2 tokens of these kinds, in a session that is activated.
+    void EnableOAuth2(const QVector<OAuth2TokenSpec>& specs);
+    /// False when it was disabled before.
+    bool DisableOAuth2() { return m_oauth2.disable(); }
+    [[nodiscard]] const OAuth2Sessions& oauth2() const { return m_oauth2; }
+
+    /// Held by whoever replaces configuration or tokens, and by whoever needs them to stay as they are.
+    [[nodiscard]] QRecursiveMutex& operationLock() const { return m_operationLock; }
 
     /// The keys for a signature with the access token. The result is empty, or the reason why there are none.
     [[nodiscard]] QString signingKeys(SigningKeys& keys) const;
@@ -85,6 +99,7 @@ public:
 
 private:
     [[nodiscard]] QString describeReferences() const;
+    void checkOAuth2Tokens() const;
 
     const SessionServices m_services;
     const QString m_productKey;
@@ -97,6 +112,8 @@ private:
     RequestToken m_requestToken;
     QSet<QString> m_clientReferences;
     bool m_deactivated = false;
+    mutable QRecursiveMutex m_operationLock;
+    OAuth2Sessions m_oauth2;
     std::unique_ptr<TokenOwner> m_owner;
     std::unique_ptr<TokenOperations> m_operations;
 };

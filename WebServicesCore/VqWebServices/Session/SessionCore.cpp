@@ -11,6 +11,7 @@ SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     , clients(services.logger)
     , products(services)
     , binding(services.cryptor, services.maximumBlockText(), services.logger)
+    , proxy(services.loginStateFile, services.cryptor, services.logger)
     , voice(voice) {}
 
 SessionCore::~SessionCore() { products.stopAll(); }
@@ -102,6 +103,9 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     session->setProduct(identity.productName, QFileInfo(identity.productExeFile).fileName());
     session->AddClientReference(clientKey);
     session->Activate(*this);
+    const OAuth2Settings oauth2 = clients.oauth2(clientKey);
+    if (oauth2.isEnabled)
+        session->EnableOAuth2(oauth2.specs);
     return session;
 }
 

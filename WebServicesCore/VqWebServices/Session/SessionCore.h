@@ -6,6 +6,7 @@
 #include "Session/LoginStateFile.h"
 #include "Session/MachineBinding.h"
 #include "Session/ProductSessions.h"
+#include "Session/ProxyCredentials.h"
 #include "Session/SessionServices.h"
 
 #include <QMutex>
@@ -33,6 +34,7 @@ public:
     ClientRegistry clients;
     ProductSessions products;
     const MachineBinding binding;
+    ProxyCredentials proxy;
     ISessionVoice* const voice;
     /// A step that waits for the network is under way (SessionFlow.h). Under the login session lock.
     bool isFlowActive = false;

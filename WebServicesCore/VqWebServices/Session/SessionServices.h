@@ -24,6 +24,8 @@ struct SessionServices : TokenServices {
     QString savedBy; ///< The name of this program, for "LastSavedBy".
     /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.
     std::shared_ptr<Util::ProcessState> processState;
+    /// Tell the other processes of the user what happens, and listen to them.
+    bool notifiesProcesses = false;
 };
 
 } // namespace Velquor::WebServices

@@ -12,14 +12,16 @@ namespace Velquor::WebServices {
 TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFlags> flags, const QString& keyDigest)
     : m_owner(owner)
     , m_flags(std::move(flags))
+    , m_keyDigest(keyDigest)
     , m_thread(new QThread)
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
     , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey()))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
                                      LostAnswerMark(keyDigest, owner.services().lockFolder)))
+    , m_deleter(new ObjectDeleter(owner.services().logger))
     , m_queries(m_fetcher->runState())
     , m_refreshes(m_refresher->runState()) {
-    auto* const deleter = new ObjectDeleter(owner.services().logger);
+    ObjectDeleter* const deleter = m_deleter;
     deleter->tokenFetcher = m_fetcher;
     deleter->refreshController = m_controller;
     deleter->tokenRefresher = m_refresher;
@@ -41,13 +43,28 @@ TokenOperations::~TokenOperations() {
     waitForThread();
 }
 
+bool TokenOperations::activate(OAuth2Session& session) {
+    const QMutexLocker lock(&m_mutex);
+    if (!m_refresher)
+        return false;
+    const std::vector<TokenWorker*> workers =
+        session.Activate({*m_flags, *m_controller, *m_fetcher, *m_refresher, m_keyDigest, m_thread.get()});
+    m_deleter->oauth2Workers.insert(m_deleter->oauth2Workers.end(), workers.begin(), workers.end());
+    m_oauth2Sessions += &session;
+    return true;
+}
+
 void TokenOperations::requestStop() {
     const QMutexLocker lock(&m_mutex);
     if (!m_refresher)
         return;
+    for (OAuth2Session* const session : std::as_const(m_oauth2Sessions))
+        session->detach();
     QMetaObject::invokeMethod(
         m_refresher,
-        [fetcher = m_fetcher, refresher = m_refresher, thread = m_thread.get()] {
+        [fetcher = m_fetcher, refresher = m_refresher, thread = m_thread.get(), oauth2 = m_deleter->oauth2Workers] {
+            for (TokenWorker* const worker : oauth2)
+                worker->abort();
             refresher->AbortRefresh();
             fetcher->AbortTokenQuery();
             thread->exit(0);
@@ -141,8 +158,11 @@ bool TokenOperations::isTokenRefreshTimerActive() const {
 
 void TokenOperations::tokensChanged() {
     const QMutexLocker lock(&m_mutex);
-    if (m_refresher)
-        QMetaObject::invokeMethod(m_refresher, &TokenRefresher::TokenAvailable, Qt::QueuedConnection);
+    if (!m_refresher)
+        return;
+    QMetaObject::invokeMethod(m_refresher, &TokenRefresher::TokenAvailable, Qt::QueuedConnection);
+    for (OAuth2Session* const session : std::as_const(m_oauth2Sessions))
+        session->tokensChanged();
 }
 
 void TokenOperations::loggedOut() {
@@ -151,6 +171,20 @@ void TokenOperations::loggedOut() {
         return;
     QMetaObject::invokeMethod(m_refresher, &TokenRefresher::LoggedOut, Qt::QueuedConnection);
     QMetaObject::invokeMethod(m_fetcher, &TokenFetcher::LoggedOut, Qt::QueuedConnection);
+}
+
+void TokenOperations::tokenRefreshedElsewhere(const QString& consumerKey) {
+    const QMutexLocker lock(&m_mutex);
+    if (m_refresher)
+        QMetaObject::invokeMethod(
+            m_refresher, [refresher = m_refresher, consumerKey] { refresher->TokenRefreshedInAnotherProcess(consumerKey); },
+            Qt::QueuedConnection);
+}
+
+void TokenOperations::tokenAcquiredElsewhere() {
+    const QMutexLocker lock(&m_mutex);
+    if (m_fetcher)
+        QMetaObject::invokeMethod(m_fetcher, &TokenFetcher::TokenAcquiredInAnotherProcess, Qt::QueuedConnection);
 }
 
 } // namespace Velquor::WebServices

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tokens/IRequestFlags.h"
+#include "Tokens/OAuth2Session.h"
 #include "Tokens/TokenFetcher.h"
 #include "Tokens/TokenRefresher.h"
 
@@ -10,6 +11,8 @@
 #include <memory>
 
 namespace Velquor::WebServices {
+
+class ObjectDeleter;
 
 /// The token operations thread of one product with the workers on it, and the way to them from other threads.
 ///
@@ -29,6 +32,9 @@ public:
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] bool isTokenThread() const { return QThread::currentThread() == m_thread.get(); }
 
+    /// Gives the session workers on this thread. False when the thread is ending or has ended.
+    bool activate(OAuth2Session& session);
+
     /// Starts a query when another product's sign-in was found; true when one is under way.
     bool checkAutomaticLogin();
     /// A synchronous one waits for the end and tells whether it succeeded.
@@ -45,16 +51,22 @@ public:
     /// The tokens or the state of the sign-in have changed.
     void tokensChanged();
     void loggedOut();
+    /// Another process reports what it has done.
+    void tokenRefreshedElsewhere(const QString& consumerKey);
+    void tokenAcquiredElsewhere();
 
 private:
     ITokenOwner& m_owner;
     const std::unique_ptr<IRequestFlags> m_flags;
+    const QString m_keyDigest;
     const std::unique_ptr<QThread> m_thread;
     /// Guards the pointers, which are null after a stop was asked for. The thread deletes what they point to.
     mutable QMutex m_mutex;
     TokenFetcher* m_fetcher;
     RefreshController* const m_controller;
     TokenRefresher* m_refresher;
+    ObjectDeleter* const m_deleter; ///< Alive until a stop was asked for.
+    QVector<OAuth2Session*> m_oauth2Sessions;
     const std::shared_ptr<RunState> m_queries;
     const std::shared_ptr<RunState> m_refreshes;
     std::atomic<quintptr> m_threadId{0};

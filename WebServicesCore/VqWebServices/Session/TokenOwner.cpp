@@ -1,6 +1,7 @@
 #include "Session/TokenOwner.h"
 
 #include "Session/LoginStateSaver.h"
+#include "Tokens/OAuth2Session.h"
 
 #include <mutex>
 
@@ -86,6 +87,29 @@ bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpi
     m_product.setTokens(before);
     return false;
 }
+
+bool TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
+    if (!lockState()) {
+        m_core.services.logger->error(
+            QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
+                .arg(m_product.displayName()));
+        return false;
+    }
+    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
+    if (signInMark.isEmpty() || this->signInMark() != signInMark)
+        return false;
+    const OAuth2TokenData before = session.token();
+    session.replaceToken(token);
+    // A file that cannot be written keeps nobody from using the token.
+    if (LoginStateSaver(m_core).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
+        return true;
+    session.replaceToken(before);
+    return false;
+}
+
+bool TokenOwner::isOAuth2Enabled() const { return m_product.oauth2().isEnabled(); }
+
+QRecursiveMutex& TokenOwner::productLock() { return m_product.operationLock(); }
 
 void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
     if (!m_stopping)

@@ -29,6 +29,9 @@ public:
     [[nodiscard]] QString signInMark() const override;
     [[nodiscard]] bool catchUpWithFile(const QString& signInMark) override;
     [[nodiscard]] bool store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) override;
+    [[nodiscard]] bool isOAuth2Enabled() const override;
+    [[nodiscard]] bool storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) override;
+    [[nodiscard]] QRecursiveMutex& productLock() override;
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override;
     void forceLogout() override;
 

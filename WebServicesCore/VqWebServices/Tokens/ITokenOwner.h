@@ -1,14 +1,18 @@
 #pragma once
 
 #include "Events/WebServicesEvent.h"
+#include "Tokens/OAuth2TokenData.h"
 #include "Tokens/ProductTokens.h"
 #include "Tokens/SignedRequest.h"
 #include "Tokens/TokenServices.h"
 #include "Values/ConfigurationPointer.h"
 
+#include <QRecursiveMutex>
 #include <VqWebServices/Server.h>
 
 namespace Velquor::WebServices {
+
+class OAuth2Session;
 
 /// Another product that is signed in on the same server, whose session can sign this one in.
 struct OtherLogin {
@@ -50,6 +54,14 @@ public:
     /// Keeps new tokens of the sign-in with this mark, in memory and in the file. False, with nothing kept, when that sign-in is
     /// over here or in the file. An invalid session expiry leaves the one that is known.
     [[nodiscard]] virtual bool store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) = 0;
+
+    [[nodiscard]] virtual bool isOAuth2Enabled() const = 0;
+    /// The same for an OAuth2 token that was just obtained, which becomes that of `session`.
+    [[nodiscard]] virtual bool storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) = 0;
+
+    /// The product login session lock: held by whoever replaces configuration or tokens of the product, and by whoever needs them
+    /// to stay as they are for a moment. Taken after the login session lock; nothing is waited for under it.
+    [[nodiscard]] virtual QRecursiveMutex& productLock() = 0;
 
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) = 0;
     /// Signs the user out, later and on the main thread, since the sign-in cannot be used any more.

@@ -16,6 +16,7 @@ QueryTexts makeTokenQueryTexts() {
     texts.invokingAsynchronously =
         QStringLiteral("Invoking query method asynchronously to start token query in query thread and returning");
     texts.invocationFailed = QStringLiteral("Failed to invoke query method to start token query in query thread");
+    texts.asynchronousInvocationFailed = texts.invocationFailed;
     texts.slotCalled = QStringLiteral("StartQueryToken called to do %1 token query");
     texts.asynchronousSlotCalled = QStringLiteral("StartQueryTokenAsync called to do %1 token query");
     texts.timerMessage = QStringLiteral("Token query timer event received");

@@ -13,6 +13,7 @@ struct QueryTexts {
     QString invoking;
     QString invokingAsynchronously;
     QString invocationFailed;
+    QString asynchronousInvocationFailed;
     QString slotCalled;
     QString asynchronousSlotCalled;
     QString timerMessage;

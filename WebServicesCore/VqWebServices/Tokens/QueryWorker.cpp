@@ -31,7 +31,7 @@ QueryWorker::Answer QueryWorker::ask(bool synchronous) {
                                          isOwnThread() ? QStringLiteral("same") : QStringLiteral("different")));
     const RunState::Entry entry = run().enter();
     if (entry == RunState::Entry::Closed) {
-        log().error(m_texts.invocationFailed);
+        log().error(synchronous ? m_texts.invocationFailed : m_texts.asynchronousInvocationFailed);
         return Answer::Refused;
     }
     if (entry == RunState::Entry::Busy) {

@@ -80,6 +80,14 @@ void RefreshWorker::finish(int result) {
     emit RefreshFinishedInternal(result);
 }
 
+QString RefreshWorker::describeExpiry(const QString& text, bool& isDue) const {
+    const qint64 seconds = now().secsTo(expiryDate());
+    isDue = isDue || isTimeToRefresh(seconds);
+    const QString state = seconds <= 0 ? QStringLiteral("has expired")
+                                       : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
+    return text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now"));
+}
+
 void RefreshWorker::updateRefreshTimer() {
     const QString reason = timerStopReason();
     if (!reason.isEmpty()) {

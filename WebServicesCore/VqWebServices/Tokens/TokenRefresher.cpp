@@ -51,12 +51,7 @@ QString TokenRefresher::describeToken(bool& isDue) const {
         return QStringLiteral("No configuration to refresh token");
     if (owner().isLoginExpired())
         return QStringLiteral("Login session has expired. Cannot refresh token");
-    const qint64 seconds = now().secsTo(expiryDate());
-    isDue = isTimeToRefresh(seconds);
-    const QString state = seconds <= 0 ? QStringLiteral("has expired")
-                                       : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
-    return QStringLiteral("Token %1. %2").arg(state, isDue ? QStringLiteral("Time to refresh now")
-                                                           : QStringLiteral("No need to refresh now"));
+    return describeExpiry(QStringLiteral("Token %1. %2"), isDue);
 }
 
 QString TokenRefresher::refusal() const {

@@ -6,6 +6,7 @@
 #include "VqUtil/Crypto/ICryptor.h"
 
 #include <QDateTime>
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -19,6 +20,10 @@ struct TokenServices {
     std::shared_ptr<Log::ILogger> logger;        ///< "VqWebServices.Session"
     std::shared_ptr<Log::ILogger> networkLogger; ///< "VqWebServices.Network"
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
+    /// Nanoseconds of a clock that only goes forward.
+    std::function<qint64()> steadyClock = [] {
+        return qint64(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
+    };
     /// Told when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};
     int tokenTimeoutMs = 61000; ///< The limit of one token request, and of the wait for it.

@@ -30,6 +30,7 @@ class Exchange:
     clock_offset: float = 0.0
     consumer_key: str = ""
     token_kind: str = ""
+    form: str = ""              # the names of a token form in their order, values where they tell no secret
     user: str = ""
     verdict: str = "ok"
     fault: str = ""
@@ -48,7 +49,7 @@ class Exchange:
     def to_record(self) -> dict:
         return {"method": self.method, "endpoint": self.endpoint, "status": self.status,
                 "verdict": self.verdict, "consumer_key": self.consumer_key[:80],
-                "token_kind": self.token_kind, "user": self.user, "fault": self.fault}
+                "token_kind": self.token_kind, "form": self.form, "user": self.user, "fault": self.fault}
 
 
 @dataclass

@@ -14,6 +14,7 @@ from .model import AccessToken, random_secret
 from .refusal import Refusal
 from .service import Service
 
+SHOWN = ("token_type", "scope")
 REQUIRED = ["client_id", "client_secret", "oauth1_token", "oauth1_secret", "token_type"]
 JWT_KEY = os.urandom(32)
 
@@ -32,6 +33,8 @@ def _read_form() -> dict[str, str]:
     if request.mimetype != "application/x-www-form-urlencoded":
         raise Refusal(400, "parameter_rejected", "content_type", oauth2_error="invalid_request")
     form = request.form
+    Exchange.of(request.environ).form = "&".join(
+        f"{name}={value}" if name in SHOWN else name for name, value in form.items())[:400]
     absent = [name for name in REQUIRED if not form.get(name) and name != "token_type"]
     # The type may be empty, which asks for an RT, but it must be said.
     absent += [] if "token_type" in form else ["token_type"]

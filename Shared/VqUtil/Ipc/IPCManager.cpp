@@ -1,0 +1,79 @@
+#include "VqUtil/Ipc/IPCManager.h"
+
+#include "VqUtil/Ipc/MessageHub.h"
+#include "VqUtil/Platform/PeerIdentity.h"
+#include "VqUtil/Platform/SharedBlock.h"
+
+#include <QMutex>
+#include <QMutexLocker>
+#include <utility>
+
+namespace Velquor::Util {
+
+class IPCManager::Private {
+public:
+    explicit Private(std::shared_ptr<Log::ILogger> log)
+        : logger(std::move(log)) {}
+
+    const std::shared_ptr<Log::ILogger> logger;
+    mutable QMutex mutex;
+    std::unique_ptr<MessageHub> hub; ///< Changed by the manager's thread alone, under the mutex.
+};
+
+IPCManager::IPCManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
+    : QObject(parent)
+    , m_private(std::make_unique<Private>(std::move(logger))) {}
+
+IPCManager::~IPCManager() { stop(); }
+
+bool IPCManager::start(const QString& serverName, const QString& folder) {
+    stop();
+    const QString address = localServerAddress(serverName, folder);
+    if (address.isEmpty()) {
+        m_private->logger->error(QStringLiteral("Failed to start the messages between processes: no safe place for server %1").arg(serverName));
+        return false;
+    }
+    auto hub = std::make_unique<MessageHub>(address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder), m_private->logger);
+    connect(hub.get(), &MessageHub::Delivered, this, &IPCManager::MessageReceived);
+    const QMutexLocker lock(&m_private->mutex);
+    m_private->hub = std::move(hub);
+    return true;
+}
+
+void IPCManager::stop() {
+    std::unique_ptr<MessageHub> hub;
+    {
+        const QMutexLocker lock(&m_private->mutex);
+        hub = std::move(m_private->hub);
+    }
+    if (!hub)
+        return;
+    hub->disconnect(this);
+    hub->finish();
+}
+
+bool IPCManager::send(const QString& name, const QVariantMap& params) {
+    MessageFrame frame;
+    if (!MessageCodec::encode({name, params}, &frame.content)) {
+        m_private->logger->error(QStringLiteral("Failed to send message %1: it holds a value that cannot be sent").arg(name));
+        return false;
+    }
+    frame.id = MessageFrame::newId();
+    if (frame.toBytes().isEmpty()) {
+        m_private->logger->error(QStringLiteral("Failed to send message %1: it is too long").arg(name));
+        return false;
+    }
+    const QMutexLocker lock(&m_private->mutex);
+    if (m_private->hub && m_private->hub->accept(frame))
+        return true;
+    m_private->logger->error(m_private->hub ? QStringLiteral("Failed to send message %1: too many messages wait").arg(name)
+                                            : QStringLiteral("Failed to send message %1: the messaging is stopped").arg(name));
+    return false;
+}
+
+bool IPCManager::isServing() const {
+    const QMutexLocker lock(&m_private->mutex);
+    return m_private->hub && m_private->hub->isServing();
+}
+
+} // namespace Velquor::Util

@@ -1,0 +1,207 @@
+#include "VqUtil/Ipc/MessageHub.h"
+
+#include <QDeadlineTimer>
+#include <QMutexLocker>
+#include <QPointer>
+#include <algorithm>
+#include <utility>
+
+namespace Velquor::Util {
+
+namespace {
+
+// Longer than it takes to find a new server.
+constexpr qint64 memoryMs = 5000;
+// Less than a journal holds, so that what waits is never forgotten.
+constexpr qint64 greatestWaitingSize = MessageJournal::greatestSize / 2;
+constexpr int greatestWaitingCount = MessageJournal::greatestCount / 2;
+constexpr int mostClients = 256;
+constexpr int farewellMs = 200;
+constexpr quint64 ownNumber = 0;
+
+} // namespace
+
+MessageHub::MessageHub(const QString& address, const QString& guardName, const QString& guardFolder, std::shared_ptr<Log::ILogger> logger)
+    : m_logger(std::move(logger))
+    , m_seat(address, guardName, guardFolder, m_logger, nullptr) {
+    connect(&m_seat, &LocalServerSeat::SeatTaken, this, &MessageHub::becomeServer);
+    connect(&m_seat, &LocalServerSeat::ConnectedToServer, this, &MessageHub::becomeClient);
+    connect(&m_seat, &LocalServerSeat::ClientConnected, this, &MessageHub::addClient);
+    connect(&m_forgetting, &QTimer::timeout, this, &MessageHub::forgetOld);
+    m_forgetting.setSingleShot(true);
+    m_forgetting.setInterval(2 * static_cast<int>(memoryMs));
+    m_seat.seek();
+}
+
+MessageHub::~MessageHub() = default;
+
+bool MessageHub::accept(const MessageFrame& frame) {
+    const QMutexLocker lock(&m_mutex);
+    const qint64 size = frame.content.size() + MessageFrame::headerSize + 1;
+    if (m_waitingSize + size > greatestWaitingSize || m_waitingCount >= greatestWaitingCount)
+        return false;
+    m_waitingSize += size;
+    ++m_waitingCount;
+    m_accepted.append(frame);
+    if (m_accepted.size() == 1)
+        QMetaObject::invokeMethod(this, &MessageHub::takeAccepted, Qt::QueuedConnection);
+    return true;
+}
+
+void MessageHub::takeAccepted() {
+    QVector<MessageFrame> accepted;
+    {
+        const QMutexLocker lock(&m_mutex);
+        accepted.swap(m_accepted);
+    }
+    for (const MessageFrame& frame : std::as_const(accepted)) {
+        const QByteArray bytes = frame.toBytes();
+        (void)m_seen.add(frame.id);
+        m_own.append(bytes, ownNumber);
+        m_all.append(bytes, ownNumber);
+    }
+    relay();
+}
+
+void MessageHub::becomeServer() {
+    m_wasConnected = true;
+    relay();
+}
+
+void MessageHub::becomeClient(QLocalSocket* socket) {
+    m_server = addPeer(socket);
+    MessageFrame hello;
+    hello.kind = m_wasConnected ? MessageFrame::Kind::Resume : MessageFrame::Kind::Hello;
+    hello.id = MessageFrame::newId();
+    m_server->send(hello.toBytes());
+    m_wasConnected = true;
+    m_server->follow(&m_own, std::min(m_own.firstWithin(memoryMs), std::max(m_ownUnsent, m_own.begin())));
+    relayLater();
+}
+
+void MessageHub::addClient(QLocalSocket* socket) {
+    if (m_clients.size() >= mostClients) {
+        m_logger->warning(QStringLiteral("Refused a connection: %1 processes are connected").arg(mostClients));
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
+    m_clients.append(addPeer(socket));
+    m_clients.last()->expectHello();
+}
+
+MessagePeer* MessageHub::addPeer(QLocalSocket* socket) {
+    auto* const peer = new MessagePeer(socket, ++m_lastNumber, this);
+    connect(peer, &MessagePeer::Received, this, &MessageHub::receive);
+    connect(peer, &MessagePeer::Ended, this, &MessageHub::removePeer);
+    return peer;
+}
+
+void MessageHub::receive(MessagePeer* peer, const MessageFrame& frame) {
+    if (frame.kind == MessageFrame::Kind::Message && peer->isFollowing())
+        receiveMessage(peer, frame);
+    else if (frame.kind != MessageFrame::Kind::Message && !peer->isFollowing())
+        greet(peer, frame.kind);
+    else
+        peer->end(QStringLiteral("it sent a frame out of turn"));
+}
+
+void MessageHub::greet(MessagePeer* peer, MessageFrame::Kind kind) {
+    peer->follow(&m_all, kind == MessageFrame::Kind::Resume ? m_all.firstWithin(memoryMs) : m_all.end());
+}
+
+void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {
+    MessageCodec::Message message;
+    if (!MessageCodec::decode(frame.content, &message)) {
+        peer->end(QStringLiteral("it sent a message that cannot be read"));
+        return;
+    }
+    if (!m_seen.add(frame.id))
+        return;
+    m_all.append(frame.toBytes(), peer->number());
+    m_inbox.push_back(std::move(message));
+    relayLater();
+}
+
+void MessageHub::removePeer(MessagePeer* peer, const QString& reason) {
+    if (!reason.isEmpty())
+        m_logger->warning(QStringLiteral("Ended the connection with another process: %1").arg(reason));
+    peer->deleteLater();
+    m_clients.removeOne(peer);
+    if (peer == m_server)
+        loseServer();
+}
+
+void MessageHub::loseServer() {
+    m_ownUnsent = m_server->nextToWrite();
+    m_server = nullptr;
+    m_seat.seek();
+}
+
+// Once for all frames that came together.
+void MessageHub::relayLater() {
+    if (m_isRelaying)
+        return;
+    m_isRelaying = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_isRelaying = false;
+            relay();
+            deliver();
+        },
+        Qt::QueuedConnection);
+}
+
+void MessageHub::relay() {
+    const QVector<MessagePeer*> clients = m_clients;
+    for (MessagePeer* const client : clients)
+        client->writeOn();
+    if (m_server)
+        m_server->writeOn();
+    if (!m_forgetting.isActive())
+        m_forgetting.start();
+    if (!isServing() && !(m_server && m_server->nextToWrite() == m_own.end()))
+        return;
+    m_ownUnsent = m_own.end();
+    const QMutexLocker lock(&m_mutex);
+    if (m_accepted.isEmpty()) {
+        m_waitingSize = 0;
+        m_waitingCount = 0;
+    }
+}
+
+// One at a time: a receiver may run an event loop, stop the messaging or destroy it.
+void MessageHub::deliver() {
+    const QPointer<MessageHub> self(this);
+    while (self && !m_inbox.empty()) {
+        const MessageCodec::Message message = std::move(m_inbox.front());
+        m_inbox.pop_front();
+        emit Delivered(message.name, message.params);
+    }
+}
+
+void MessageHub::forgetOld() {
+    quint64 needed = m_all.end();
+    for (const MessagePeer* const client : std::as_const(m_clients))
+        needed = client->isFollowing() ? std::min(needed, client->nextToWrite()) : needed;
+    m_all.forget(memoryMs, needed);
+    m_own.forget(memoryMs, m_server ? m_server->nextToWrite() : m_ownUnsent);
+    if (m_all.begin() != m_all.end() || m_own.begin() != m_own.end())
+        m_forgetting.start();
+}
+
+void MessageHub::finish() {
+    takeAccepted();
+    const QVector<MessagePeer*> clients = m_clients;
+    const QDeadlineTimer deadline(farewellMs);
+    for (MessagePeer* const client : clients)
+        client->finish(static_cast<int>(deadline.remainingTime()));
+    if (m_server)
+        m_server->finish(static_cast<int>(deadline.remainingTime()));
+    const bool isLost = m_ownUnsent < m_own.end() && !isServing() && !m_server;
+    if (isLost)
+        m_logger->warning(QStringLiteral("Stopped the messages between processes before all were sent"));
+}
+
+} // namespace Velquor::Util

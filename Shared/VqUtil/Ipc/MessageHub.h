@@ -1,0 +1,75 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/Ipc/LocalServerSeat.h"
+#include "VqUtil/Ipc/MessageCodec.h"
+#include "VqUtil/Ipc/MessageJournal.h"
+#include "VqUtil/Ipc/MessagePeer.h"
+
+#include <QMutex>
+#include <QObject>
+#include <QVector>
+#include <deque>
+
+namespace Velquor::Util {
+
+/// What one process knows of the messaging: its connections, the latest messages, and which of them it has seen.
+///
+/// Every process keeps the latest messages, its own and those of others. When the server goes, each sends its own again to the new
+/// one, which tells everybody who comes back what it has lately heard; who has seen a message drops it. So the messages of one
+/// sender keep their order.
+/// Thread: its owner's; `accept` may be called from any. Owner: the manager. Errors: a line in the log.
+class MessageHub : public QObject {
+    Q_OBJECT
+
+public:
+    MessageHub(const QString& address, const QString& guardName, const QString& guardFolder, std::shared_ptr<Log::ILogger> logger);
+    ~MessageHub() override;
+
+    /// False when more waits to be sent than is kept.
+    [[nodiscard]] bool accept(const MessageFrame& frame);
+    /// Hands over to the system what it can, within a short time, and ends all connections.
+    void finish();
+    [[nodiscard]] bool isServing() const { return m_seat.isServing(); }
+
+signals:
+    void Delivered(const QString& name, const QVariantMap& params);
+
+private:
+    void takeAccepted();
+    void becomeServer();
+    void becomeClient(QLocalSocket* socket);
+    void addClient(QLocalSocket* socket);
+    [[nodiscard]] MessagePeer* addPeer(QLocalSocket* socket);
+    void receive(MessagePeer* peer, const MessageFrame& frame);
+    void greet(MessagePeer* peer, MessageFrame::Kind kind);
+    void receiveMessage(MessagePeer* peer, const MessageFrame& frame);
+    void removePeer(MessagePeer* peer, const QString& reason);
+    void loseServer();
+    void relayLater();
+    void relay();
+    void deliver();
+    void forgetOld();
+
+    const std::shared_ptr<Log::ILogger> m_logger;
+    LocalServerSeat m_seat;
+    QVector<MessagePeer*> m_clients;
+    MessagePeer* m_server = nullptr;
+    quint64 m_lastNumber = 0;
+    bool m_wasConnected = false;
+
+    MessageJournal m_all; ///< For who is served.
+    MessageJournal m_own; ///< For the server.
+    quint64 m_ownUnsent = 0;
+    SeenMessages m_seen;
+    std::deque<MessageCodec::Message> m_inbox;
+    bool m_isRelaying = false;
+    QTimer m_forgetting;
+
+    QMutex m_mutex;
+    QVector<MessageFrame> m_accepted;
+    qint64 m_waitingSize = 0;
+    int m_waitingCount = 0;
+};
+
+} // namespace Velquor::Util

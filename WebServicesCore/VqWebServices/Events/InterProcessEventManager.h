@@ -1,0 +1,50 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/Ipc/FolderWatcher.h"
+
+#include <QObject>
+#include <QTimer>
+#include <QVariantMap>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// Carries events to the other processes of the user in a small file beside the login state file: "Event.xml" holds the last one,
+/// "EventTrigger.tmp" is touched so that their folder watchers see it.
+///
+/// Thread: that of its owner, with an event loop. Owner: the notification manager. Errors: log lines; an event that cannot be
+/// written or read is lost on this carrier.
+class InterProcessEventManager : public QObject {
+    Q_OBJECT
+
+public:
+    InterProcessEventManager(const QString& folder, std::shared_ptr<Log::ILogger> logger);
+
+    void StartWatching();
+    void StopWatching();
+    /// `id` is the number of the event.
+    void RaiseEvent(int id, const QVariantMap& params);
+
+    static constexpr int deleteAfterMs = 60000;
+
+signals:
+    void InterProcessEventReceived(int id, const QVariantMap& params);
+
+public slots:
+    void ChangedSlot(const QString& path, Velquor::CloudUtil::FolderWatcher::Action action);
+    void EventTriggerFileChanged();
+    void DeleteFileTimerTimeout();
+
+private:
+    void touchTrigger();
+
+    const QString m_eventFile;
+    const QString m_triggerFile;
+    const QString m_folder;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    QTimer m_deleteFileTimer;
+    CloudUtil::FolderWatcher m_watcher;
+};
+
+} // namespace Velquor::WebServices

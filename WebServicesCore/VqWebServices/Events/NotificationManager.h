@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Events/HandledEvents.h"
+#include "Events/INotificationListener.h"
+#include "Events/InterProcessEventManager.h"
+#include "VqUtil/Ipc/IPCManager.h"
+
+#include <QObject>
+#include <VqWebServices/OAuth2TokenSpec.h>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// Sends web services events to the other processes of the user and receives theirs, over two carriers: local sockets and a watched
+/// file. What arrives over both is handled once.
+///
+/// Thread: lives on the notification thread; SendInterProcessMessage may be called from any. Owner: the login session, through the
+/// end of that thread. Errors: log lines; an event that cannot be sent is lost, and the others notice by the login state file.
+class NotificationManager : public QObject {
+    Q_OBJECT
+
+public:
+    using Event = WebServicesPrivateCore::WebServicesEvent;
+
+    /// `folder` is that of the login state file; `listener` outlives this object.
+    NotificationManager(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger);
+    ~NotificationManager() override;
+
+    /// False when the event could not even be handed over to the thread of this object.
+    bool SendInterProcessMessage(Event event, const QVariantMap& params);
+
+    void HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method);
+
+    /// The token spec of an OAuth2 event; false, with a line in the log, when the event does not tell a valid type.
+    [[nodiscard]] bool GetOAuth2TokenSpec(const QVariantMap& params, Event event, OAuth2TokenSpec& spec) const;
+
+public slots:
+    void Start();
+    void SendInterProcessMessageSlot(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params);
+    void InterProcessMessageReceived(const QString& name, const QVariantMap& params);
+    void InterProcessEventReceived(int id, const QVariantMap& params);
+
+private:
+    const QString m_folder;
+    INotificationListener& m_listener;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    std::unique_ptr<InterProcessEventManager> m_events;
+    std::unique_ptr<Util::IPCManager> m_sockets;
+    HandledEvents m_handled;
+};
+
+} // namespace Velquor::WebServices

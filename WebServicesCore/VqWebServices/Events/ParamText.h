@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+namespace Velquor::WebServices {
+
+/// The text form of a parameter's value in "Event.xml", reversible for every type that has one. Maps have none: they are
+/// elements of their own. Thread: any.
+
+[[nodiscard]] QString paramText(const QVariant& value);
+
+/// The value of a text; an invalid variant for a type without a text form or a text that is none of its type.
+[[nodiscard]] QVariant paramValue(const QString& typeName, const QString& text);
+
+} // namespace Velquor::WebServices

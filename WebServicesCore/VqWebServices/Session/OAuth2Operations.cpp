@@ -1,0 +1,172 @@
+#include "Session/OAuth2Operations.h"
+
+#include "Session/LoginSessionLock.h"
+#include "Session/TokenOperations.h"
+#include "Values/OAuth2TokenSpecImp.h"
+
+#include <optional>
+
+namespace Velquor::WebServices {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+OAuth2Operations::OAuth2Operations(SessionCore& core)
+    : m_core(core)
+    , m_logger(*core.services.logger) {}
+
+OAuth2TokenSpec OAuth2Operations::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
+    return spec ? *spec : m_core.clients.oauth2(clientKey).defaultSpec();
+}
+
+QString OAuth2Operations::productKey(const QString& clientKey) const {
+    const QString key = m_core.productKey(clientKey);
+    return key.isEmpty() ? clientKey : key;
+}
+
+OAuth2SessionPointer OAuth2Operations::session(const QString& clientKey, const OAuth2TokenSpec& spec) const {
+    const ProductSessionPointer product = m_core.product(clientKey);
+    return product ? product->oauth2().find(spec) : OAuth2SessionPointer();
+}
+
+bool OAuth2Operations::isEnabled(const QString& clientKey) const { return m_core.clients.oauth2(clientKey).isEnabled; }
+
+bool OAuth2Operations::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
+    const OAuth2TokenType type = spec.GetType();
+    if ((type != RT && type != JWT) || !m_core.clients.enableOAuth2(clientKey, spec)) {
+        m_logger.error(QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
+        return false;
+    }
+    const ProductSessionPointer product = m_core.product(clientKey);
+    if (product && m_core.isLoggedIn(clientKey)) {
+        product->EnableOAuth2(m_core.clients.oauth2(clientKey).specs);
+        product->CheckTokensToQuery(m_core);
+    }
+    m_core.voice->raiseEvent(Event::OAuth2Enabled, productKey(clientKey));
+    return true;
+}
+
+bool OAuth2Operations::DisableOAuth2(const QString& clientKey) {
+    if (!m_core.clients.disableOAuth2(clientKey)) {
+        m_logger.error(QStringLiteral("Failed to disable OAuth2. Client info not found for client key %1.").arg(clientKey));
+        return false;
+    }
+    const ProductSessionPointer product = m_core.product(clientKey);
+    // Another client of this process may still use the product's tokens.
+    if (product && !m_core.clients.isOAuth2Used(product->productKey(), product->server()) && product->DisableOAuth2())
+        m_core.voice->raiseEvent(Event::OAuth2TokenDiscarded, product->productKey());
+    m_core.voice->raiseEvent(Event::OAuth2Disabled, productKey(clientKey));
+    return true;
+}
+
+void OAuth2Operations::waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held) {
+    TokenOperations* const operations = product.operations();
+    if (!operations)
+        return;
+    if (operations->isQueryInProgress()) {
+        m_logger.information(QStringLiteral("GetOAuth2AccessToken: Token query is in progress. Waiting for it to finish."));
+        operations->waitForTokenQuery();
+        m_logger.information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for token query."));
+    }
+    // Without a token there is nothing that a refresh could hold off: the query needs a living OAuth 1.0 token at once.
+    const ProductTokens tokens = product.tokens();
+    if (!held.isPresent() && tokens.areComplete() && tokens.areExpired(m_core.services.now()))
+        (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
+}
+
+OAuth2Token OAuth2Operations::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* wished, bool waitToFinish) {
+    if (!isEnabled(clientKey)) {
+        m_logger.error(QStringLiteral(
+            "GetOAuth2AccessToken failed: OAuth2 is not enabled. You must enable OAuth2 to use this function. Returning empty token."));
+        return {};
+    }
+    const ProductSessionPointer product = m_core.product(clientKey);
+    const bool mayWait = waitToFinish && !m_core.isInsideFlow();
+    if (product && mayWait)
+        waitForTokenQuery(*product, token(clientKey, wished));
+    const OAuth2SessionPointer session = lockedSession(clientKey, wished, mayWait);
+    return session ? session->GetOAuth2AccessToken(mayWait, mayWait) : OAuth2Token();
+}
+
+OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const {
+    const ProductSessionPointer product = m_core.product(clientKey);
+    // Who must not wait cannot have the lock, which a sign-in holds for as long as the server takes.
+    std::optional<LoginSessionLock> lock;
+    if (mayWait)
+        lock.emplace(m_core.lock,
+                     QStringLiteral("%1 GetOAuth2AccessToken").arg(product ? product->logPrefix() : QString()).trimmed(),
+                     m_core.services.logger);
+    if (!product || !m_core.isLoggedIn(clientKey)) {
+        m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
+        return {};
+    }
+    if (!product->configuration()) {
+        m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Configuration not set"));
+        return {};
+    }
+    const OAuth2TokenSpec spec = resolve(clientKey, wished);
+    const OAuth2SessionPointer session = product->oauth2().find(spec);
+    if (!session)
+        m_logger.error(
+            QStringLiteral(
+                "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type %1 and scope %2. Enable this OAuth2 token type and scope using EnableOAuth2.")
+                .arg(tokenTypeName(spec.GetType()), OAuth2TokenSpecImp::of(spec).scope));
+    return session;
+}
+
+QString OAuth2Operations::refusal(const QString& clientKey) const {
+    if (!isEnabled(clientKey))
+        return QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled.");
+    if (!m_core.isLoggedIn(clientKey))
+        return QStringLiteral("Failed to refresh OAuth2 token. User not logged in.");
+    return m_core.isLoginExpired() ? QStringLiteral("Failed to refresh OAuth2 token. Login session has expired.") : QString();
+}
+
+bool OAuth2Operations::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* wished, bool synchronous) {
+    const QString reason = refusal(clientKey);
+    if (!reason.isEmpty()) {
+        m_logger.error(reason);
+        return false;
+    }
+    const OAuth2TokenSpec spec = resolve(clientKey, wished);
+    const ProductSessionPointer product = m_core.product(clientKey);
+    const OAuth2SessionPointer found = product ? product->oauth2().find(spec) : OAuth2SessionPointer();
+    if (!found) {
+        m_logger.error(
+            QStringLiteral(
+                "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type %1 and scope %2. Enable this OAuth2 token type and scope using EnableOAuth2.")
+                .arg(tokenTypeName(spec.GetType()), OAuth2TokenSpecImp::of(spec).scope));
+        return false;
+    }
+    return !(synchronous && m_core.isInsideFlow()) && refresh(*product, *found, synchronous);
+}
+
+bool OAuth2Operations::refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous) {
+    TokenOperations* const operations = product.operations();
+    if (operations && product.tokens().areExpired(m_core.services.now())) {
+        m_logger.information(
+            QStringLiteral("Postponing OAuth2 token refresh since access token has expired. Refreshing the token first."));
+        // An asynchronous OAuth2 refresh waits for the end of this one by itself.
+        (void)operations->refreshToken(synchronous, RefreshWorker::Reason::Expired);
+    }
+    return session.refreshToken(synchronous, RefreshWorker::Reason::Wished);
+}
+
+OAuth2TokenData OAuth2Operations::token(const QString& clientKey, const OAuth2TokenSpec* spec) const {
+    const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, spec));
+    return found ? found->token() : OAuth2TokenData();
+}
+
+bool OAuth2Operations::isRefreshTimerActive(const QString& clientKey, const OAuth2TokenSpec* spec) const {
+    const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, spec));
+    return found && found->isRefreshTimerActive();
+}
+
+void OAuth2Operations::reportToken(const QString& clientKey) {
+    const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, nullptr));
+    if (!found || !found->token().isValid(m_core.services.now()))
+        return;
+    m_logger.information(found->DescribeOAuth2Token());
+    m_core.voice->raiseEventHere(Event::OAuth2TokenAvailable, productKey(clientKey));
+}
+
+} // namespace Velquor::WebServices

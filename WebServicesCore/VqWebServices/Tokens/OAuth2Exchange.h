@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Tokens/ProductTokens.h"
+#include "VqUtil/Crypto/ICryptor.h"
+#include "VqUtil/Crypto/SecretBytes.h"
+
+#include <QDateTime>
+#include <QNetworkRequest>
+#include <QUrl>
+#include <VqWebServices/WebServicesConfiguration.h>
+
+namespace Velquor::WebServices {
+
+/// The words of the exchange of an OAuth 1.0 access token for an OAuth2 token. Thread: any. Errors: results; the caller logs.
+
+/// True when the configuration has the key and the secret of an OAuth2 client.
+[[nodiscard]] bool hasOAuth2Keys(const WebServicesConfiguration& configuration);
+
+/// The form that asks for a token, values percent-encoded; empty when the product's tokens cannot be decrypted. `tokenType` is the
+/// server's word for the type, or empty. The caller wipes it.
+[[nodiscard]] Util::SecretBytes oauth2Form(const WebServicesConfiguration& configuration, const ProductTokens& tokens,
+                                           Util::ICryptor& cryptor, const QString& tokenType, const QString& scope);
+
+/// A request for such a form.
+[[nodiscard]] QNetworkRequest oauth2Request(const QUrl& url);
+
+/// What a server gave.
+struct OAuth2Reply {
+    Util::SecretBytes token;
+    QDateTime expiryDate;
+};
+
+/// Reads the JSON of a reply: a usable token and a lifetime of whole seconds, as a number or in decimal digits, from a second to a
+/// hundred years. False, with `reply` unchanged, for everything else.
+[[nodiscard]] bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply);
+
+} // namespace Velquor::WebServices

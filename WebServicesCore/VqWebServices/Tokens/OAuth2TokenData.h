@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+#include <VqWebServices/OAuth2TokenSpec.h>
+
+namespace Velquor::WebServices {
+
+/// An OAuth2 access token as it is kept: encrypted, with what it was given for. A plain value.
+struct OAuth2TokenData {
+    OAuth2TokenType type = RT;
+    QString scope; ///< Normalised.
+    QByteArray token;
+    QDateTime expiryDate;
+
+    [[nodiscard]] bool isPresent() const { return !token.isEmpty(); }
+    [[nodiscard]] bool isExpired(const QDateTime& now) const { return !expiryDate.isValid() || expiryDate <= now; }
+    [[nodiscard]] bool isValid(const QDateTime& now) const { return isPresent() && !isExpired(now); }
+    [[nodiscard]] bool isOfSameKind(const OAuth2TokenData& other) const {
+        return type == other.type && scope.compare(other.scope, Qt::CaseInsensitive) == 0;
+    }
+    /// Another token than `earlier`, and not one that ends before it.
+    [[nodiscard]] bool isNewerThan(const OAuth2TokenData& earlier) const {
+        return isPresent() && token != earlier.token && (!earlier.isPresent() || expiryDate >= earlier.expiryDate);
+    }
+};
+
+} // namespace Velquor::WebServices

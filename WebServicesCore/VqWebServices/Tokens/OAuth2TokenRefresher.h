@@ -1,0 +1,87 @@
+#pragma once
+
+#include "Tokens/IRequestFlags.h"
+#include "Tokens/OAuth2TokenData.h"
+#include "Tokens/RefreshController.h"
+#include "Tokens/RefreshWorker.h"
+#include "Tokens/RetryProcess.h"
+
+#include <QElapsedTimer>
+
+namespace Velquor::WebServices {
+
+class OAuth2Session;
+struct OAuth2Reply;
+
+/// Renews the OAuth2 token of a session before it expires, with the product's OAuth 1.0 token, which it lets be renewed first when
+/// that has expired. It never runs together with an OAuth 1.0 refresh of the same key, in any process of the user.
+///
+/// What the server answers with an error is tried again along the retry schedule; at its end, or when the server refuses for good,
+/// the user is signed out. Thread, owner and errors: as of TokenWorker.
+class OAuth2TokenRefresher : public RefreshWorker {
+    Q_OBJECT
+
+public:
+    /// `tokenRefresher` lives on the same thread and goes after this; `queries`: the token queries of the session.
+    OAuth2TokenRefresher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, RefreshController& controller,
+                         RefreshWorker& tokenRefresher, std::shared_ptr<RunState> queries);
+    ~OAuth2TokenRefresher() override;
+
+public slots:
+    void OAuth2TokenAvailable();
+    void OAuth2TokenDiscarded() { stopRefreshTimer(); }
+    /// The OAuth 1.0 token was renewed: a refresh that was put off because of it can be done now.
+    void TokenRefreshed();
+    void OAuth2TokenRefreshedInAnotherProcess(const QString& consumerKey);
+
+protected:
+    [[nodiscard]] QString timerStopReason() const override;
+    [[nodiscard]] QDateTime expiryDate() const override;
+    [[nodiscard]] int shortestIntervalMs() const override { return 1000; }
+    [[nodiscard]] QString describeToken(bool& isDue) const override;
+    void refresh() override;
+    void releaseLocks() override;
+    void handleReply(const ExchangeOutcome& outcome) override;
+
+private:
+    [[nodiscard]] QString refusal() const;
+    void waitForToken();
+    void tokenRefreshEnded();
+    void waitForLock();
+    [[nodiscard]] bool claim();
+    void lockAcquired();
+    [[nodiscard]] bool claimBetweenTokenRefreshes();
+    void holdOff();
+    void request();
+    void sendRequest();
+    [[nodiscard]] Util::SecretBytes makeForm();
+    void succeeded(const ExchangeOutcome& outcome);
+    void takeFromFile();
+    void refused();
+    void startRetryProcess();
+    void retryAlongSchedule();
+    void endRetryProcess();
+    void finishAndRetry(int intervalMs);
+    void refuse(const QString& text);
+
+    OAuth2Session& m_session;
+    IRequestFlags& m_flags;
+    RefreshController& m_controller;
+    RefreshWorker& m_tokenRefresher;
+    const std::shared_ptr<RunState> m_queries;
+    const QString m_flag;
+    RetryProcess m_retry;
+    QString m_retryMark;        ///< The sign-in that the retry process belongs to.
+    QString m_signInMark;       ///< As it was when the refresh was begun.
+    OAuth2TokenData m_before;   ///< The same.
+    ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
+    QElapsedTimer m_claiming;
+    bool m_locked = false;
+    bool m_published = false;
+    bool m_elsewhere = false;     ///< Another process refreshes the token.
+    bool m_waitsForToken = false; ///< Put off until the OAuth 1.0 token is renewed.
+    bool m_isRetry = false;       ///< The timer runs for another try, whatever the token's life.
+    bool m_resent = false;
+};
+
+} // namespace Velquor::WebServices

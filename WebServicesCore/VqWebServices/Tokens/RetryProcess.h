@@ -1,0 +1,44 @@
+#pragma once
+
+#include <VqWebServices/RetrySchedule.h>
+#include <functional>
+#include <optional>
+
+namespace Velquor::WebServices {
+
+/// Walks along a retry schedule: asked after each failure when to try again. A value without a timer of its own.
+///
+/// Thread: one at a time. Owner: the refresher.
+class RetryProcess {
+public:
+    /// Nanoseconds of a clock that only goes forward.
+    using Clock = std::function<qint64()>;
+    explicit RetryProcess(Clock clock);
+
+    void start(const StdUtil::RetrySchedule& schedule);
+    void end() { m_active = false; }
+    [[nodiscard]] bool isActive() const { return m_active; }
+
+    /// Counts a failure: the milliseconds to wait for the next try, or nothing when there is to be none.
+    [[nodiscard]] std::optional<qint64> next();
+
+    [[nodiscard]] int attempts() const { return m_attempts; }
+    [[nodiscard]] int attemptsInEntry() const { return m_attemptsInEntry; }
+    /// Milliseconds since the start.
+    [[nodiscard]] qint64 elapsed() const { return millisecondsSince(m_start); }
+
+private:
+    [[nodiscard]] qint64 millisecondsSince(qint64 start) const;
+    [[nodiscard]] bool isOver() const;
+
+    Clock m_clock;
+    StdUtil::RetrySchedule m_schedule;
+    size_t m_entry = 0;
+    int m_attemptsInEntry = 0;
+    int m_attempts = 0;
+    qint64 m_start = 0;
+    qint64 m_entryStart = 0;
+    bool m_active = false;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,159 @@
+// The file that carries an event from process to process: what is written can be read, and what is hostile does no harm.
+
+#include "Events/EventDocument.h"
+#include "Events/HandledEvents.h"
+#include "Events/WebServicesEvent.h"
+
+#include <QBitArray>
+#include <QDomDocument>
+#include <QDateTime>
+#include <QRandomGenerator>
+#include <QSize>
+#include <QUrl>
+#include <QtTest>
+
+using namespace Velquor::WebServices;
+
+class EventDocumentTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void writesTheFormat() {
+        const QByteArray text =
+            writeEventDocument({4242, 9, {{"ConsumerKey", "key"}, {"Flag", true}, {"Nested", QVariantMap{{"Number", 7}}}}});
+        const QByteArray expected =
+            "<WebServicesEvent><Event RaisedByProcess=\"4242\" Id=\"9\"><Params>"
+            "<Param Name=\"ConsumerKey\" Type=\"String\">key</Param><Param Name=\"Flag\" Type=\"Bool\">True</Param>"
+            "<Param Name=\"Nested\" Type=\"Map\"><Param Name=\"Number\" Type=\"Int\">7</Param></Param>"
+            "</Params></Event></WebServicesEvent>";
+        // The order of attributes is not part of the format.
+        QDomDocument written;
+        QDomDocument wanted;
+        QVERIFY(written.setContent(text));
+        QVERIFY(wanted.setContent(expected));
+        QCOMPARE(sorted(written.documentElement()), sorted(wanted.documentElement()));
+    }
+
+    void everyValueComesBack_data() {
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("false") << QVariant(false);
+        QTest::newRow("int") << QVariant(-2147483647 - 1);
+        QTest::newRow("unsigned") << QVariant(4294967295U);
+        QTest::newRow("long") << QVariant(qlonglong(-9223372036854775807LL));
+        QTest::newRow("unsigned long") << QVariant(qulonglong(18446744073709551615ULL));
+        QTest::newRow("double") << QVariant(0.1 + 0.2);
+        QTest::newRow("char") << QVariant(QChar('<'));
+        QTest::newRow("empty text") << QVariant(QString(""));
+        QTest::newRow("blanks and line ends") << QVariant(QStringLiteral("  a\n\tb \r\n"));
+        QTest::newRow("markup") << QVariant(QStringLiteral("]]> & <a b=\"c\"/> 100% %0041"));
+        QTest::newRow("control and surrogates") << QVariant(QString(QChar(1)) + QChar(0) + QChar(0xd800) + QChar(0xffff) + "ä€");
+        QTest::newRow("list") << QVariant(QStringList{"a,b", "", "\"c\"", "ä"});
+        QTest::newRow("bytes") << QVariant(QByteArray("\0\xff<", 3));
+        QBitArray bits(5);
+        bits.setBit(1);
+        QTest::newRow("bits") << QVariant(bits);
+        QTest::newRow("date") << QVariant(QDate(2024, 2, 29));
+        QTest::newRow("time") << QVariant(QTime(23, 59, 58, 7));
+        QTest::newRow("moment") << QVariant(QDateTime(QDate(2024, 2, 29), QTime(1, 2, 3, 4), Qt::UTC));
+        QTest::newRow("url") << QVariant(QUrl("https://a.example/b c?d=%20e#f"));
+        QTest::newRow("map") << QVariant(QVariantMap{{"a", 1}, {"b", QVariantMap{{"c", "d"}}}});
+    }
+
+    void everyValueComesBack() {
+        QFETCH(QVariant, value);
+        EventDocument read;
+        QCOMPARE(readEventDocument(writeEventDocument({1, 2, {{"Value", value}}}), read), EventReadResult::Read);
+        QCOMPARE(read.raisedByProcess, qint64(1));
+        QCOMPARE(read.id, 2);
+        QCOMPARE(read.params.value("Value"), value);
+        QCOMPARE(read.params.value("Value").userType(), value.userType());
+    }
+
+    void aTypeWithoutATextIsToldSo() {
+        QVERIFY(writeEventDocument({1, 2, {{"Value", QSize(1, 2)}}}).contains("Error: Unsupported type"));
+        EventDocument read;
+        QCOMPARE(readEventDocument(writeEventDocument({1, 2, {{"Value", QSize(1, 2)}}}), read), EventReadResult::Read);
+        QVERIFY(!read.params.value("Value").isValid());
+    }
+
+    void hostileFiles_data() {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("result");
+        const auto row = [](const char* name, const QByteArray& text, EventReadResult result) {
+            QTest::newRow(name) << text << static_cast<int>(result);
+        };
+        row("empty", "", EventReadResult::NotXml);
+        row("NUL", QByteArray(100, '\0'), EventReadResult::NotXml);
+        row("cut", "<WebServicesEvent><Event Id=\"1\"", EventReadResult::NotXml);
+        row("entities", "<!DOCTYPE a [<!ENTITY b \"c\">]><WebServicesEvent><Event/></WebServicesEvent>", EventReadResult::NotXml);
+        row("deep", QByteArray("<a>").repeated(5000), EventReadResult::NotXml);
+        row("no event", "<WebServicesEvent/>", EventReadResult::NoEvent);
+        row("no id", "<WebServicesEvent><Event RaisedByProcess=\"x\"/></WebServicesEvent>", EventReadResult::Read);
+        row("huge id", "<WebServicesEvent><Event Id=\"99999999999999999999\"/></WebServicesEvent>", EventReadResult::Read);
+    }
+
+    void hostileFiles() {
+        QFETCH(QByteArray, text);
+        QFETCH(int, result);
+        EventDocument read;
+        QCOMPARE(static_cast<int>(readEventDocument(text, read)), result);
+        QCOMPARE(read.id, -1);
+        QVERIFY(read.params.isEmpty());
+    }
+
+    void damagedFilesDoNoHarm() {
+        const QByteArray good = writeEventDocument({4242, 9, {{"a", 1}, {"b", "text"}, {"c", QVariantMap{{"d", QDate(2024, 1, 1)}}}}});
+        QRandomGenerator random(20240229);
+        const int rounds = qEnvironmentVariableIsSet("VQ_SOAK") ? 1000000 : 20000;
+        for (int round = 0; round < rounds; ++round) {
+            QByteArray damaged = good;
+            for (int change = random.bounded(1, 4); change > 0; --change)
+                damaged[random.bounded(damaged.size())] = static_cast<char>(random.bounded(256));
+            EventDocument read;
+            (void)readEventDocument(damaged.left(random.bounded(damaged.size() + 1)), read);
+            QVERIFY(read.params.size() <= 3);
+        }
+    }
+
+    void namesAndNumbers() {
+        using Event = WebServicesPrivateCore::WebServicesEvent;
+        for (int number = -1; number <= 20; ++number) {
+            const QString name = eventName(static_cast<Event>(number));
+            Event found = Event::AccountCreated;
+            const bool isEvent = number >= 0 && number <= 19 && number != 18;
+            QCOMPARE(!name.isEmpty(), isEvent);
+            QCOMPARE(eventFromName(name, found), isEvent);
+            QVERIFY(!isEvent || static_cast<int>(found) == number);
+        }
+    }
+
+    void anEventIsHandledOnce() {
+        HandledEvents handled;
+        IPCMethod first = IPCMethod::Watcher;
+        QVERIFY(handled.add("a", IPCMethod::Socket, first));
+        QVERIFY(!handled.add("a", IPCMethod::Watcher, first));
+        QCOMPARE(first, IPCMethod::Socket);
+        QVERIFY(handled.add("", IPCMethod::Watcher, first));
+        QVERIFY(handled.add("", IPCMethod::Watcher, first));
+        for (int event = 0; event < HandledEvents::capacity; ++event)
+            QVERIFY(handled.add(QString::number(event), IPCMethod::Watcher, first));
+        QVERIFY2(handled.add("a", IPCMethod::Watcher, first), "the oldest is forgotten");
+    }
+
+private:
+    static QString sorted(const QDomElement& element) {
+        QStringList attributes;
+        for (int index = 0; index < element.attributes().count(); ++index) {
+            const QDomAttr attribute = element.attributes().item(index).toAttr();
+            attributes += attribute.name() + '=' + attribute.value();
+        }
+        attributes.sort();
+        QString text = element.tagName() + '[' + attributes.join(',') + "](";
+        for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling())
+            text += child.isElement() ? sorted(child.toElement()) : child.nodeValue();
+        return text + ')';
+    }
+};
+
+QTEST_GUILESS_MAIN(EventDocumentTest)
+#include "EventDocumentTest.moc"

@@ -1,0 +1,367 @@
+// Requests through a real proxy that asks for credentials, to the account service behind it.
+
+#include "Network/NetworkAccessManager.h"
+#include "Network/NetworkOperation.h"
+#include "Network/ProxyPrompt.h"
+#include "Network/RunGet.h"
+#include "Session/SessionProxyStore.h"
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/LoopbackHttpServer.h"
+#include "TestKit/ProxyProcess.h"
+#include "TestKit/ScriptedPrompt.h"
+#include "TestKit/SessionFixture.h"
+#include "VqUtil/Platform/CredentialPrompt.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QtTest>
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using TestKit::ScriptedPrompt;
+
+namespace {
+
+const auto wrongPassword = QStringLiteral("wrong-sesame-0815");
+
+ScriptedPrompt::Answer right() {
+    return {ScriptedPrompt::Given, TestKit::ProxyProcess::user(), TestKit::ProxyProcess::password()};
+}
+
+ScriptedPrompt::Answer wrong(const char* user) {
+    return {ScriptedPrompt::Given, QLatin1String(user), wrongPassword};
+}
+
+ScriptedPrompt::Answer code(int code) {
+    return {code, {}, {}};
+}
+
+/// Asks for credentials and takes none. The real proxy answers wrong ones with another status.
+class RefusingProxy {
+public:
+    RefusingProxy() {
+        const QByteArray refusal = TestKit::answer("407 Proxy Authentication Required", "no",
+                                                   "Proxy-Authenticate: Basic realm=\"test\"\r\nConnection: close\r\n");
+        for (const char* const target : {"service.test:443", "http://service.test/"})
+            m_server.setScript(QLatin1String(target), {refusal});
+    }
+
+    [[nodiscard]] QNetworkProxy proxy(const QString& user = {}) const {
+        const int port = m_server.url(QString()).port();
+        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), static_cast<quint16>(port), user,
+                user.isEmpty() ? QString() : wrongPassword};
+    }
+
+    void relent(const QString& url) { m_server.setScript(url, {TestKit::answer("200 OK", "yes")}); }
+
+    /// The users of all requests for the URL, empty ones for requests without credentials.
+    [[nodiscard]] QStringList users(const QString& url) const {
+        QStringList found;
+        const bool isTunnel = url.startsWith(QLatin1String("https"));
+        for (const TestKit::ReceivedRequest& request : m_server.requests(isTunnel ? QStringLiteral("service.test:443") : url)) {
+            static const QRegularExpression header(QStringLiteral("Proxy-Authorization: Basic (\\S+)"));
+            const QString value = header.match(QString::fromLatin1(request.head)).captured(1);
+            found += QString::fromUtf8(QByteArray::fromBase64(value.toLatin1())).section(QLatin1Char(':'), 0, 0);
+        }
+        return found;
+    }
+
+private:
+    TestKit::LoopbackHttpServer m_server;
+};
+
+QSettings& settings() {
+    static QSettings shared(QStringLiteral("Velquor"), QStringLiteral("Web Services"));
+    return shared;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(QVector<Velquor::TestKit::ScriptedPrompt::Answer>)
+
+class ProxyTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_service.start());
+        QVERIFY2(m_proxy.start(), "tinyproxy did not start; tools/setup installs it");
+        m_before = QNetworkProxy::applicationProxy();
+    }
+
+    void init() {
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_session = m_fixture->makeSession();
+        ProxyPrompt::instance().open(std::make_shared<SessionProxyStore>(m_session));
+        QNetworkProxy::setApplicationProxy(m_proxy.proxy());
+        answerWith({});
+    }
+
+    void cleanup() {
+        ProxyPrompt::instance().close();
+        ProxyPrompt::instance().setPrompt(nullptr);
+        settings().remove(QStringLiteral("ProxyAuthenticationDialog"));
+        settings().sync();
+        QNetworkProxy::setApplicationProxy(m_before);
+        const QString log = m_fixture->logger->texts().join('\n');
+        QVERIFY(!log.contains(TestKit::ProxyProcess::password()));
+        QVERIFY(!log.contains(wrongPassword));
+        const QByteArray file = m_fixture->fileContents();
+        QVERIFY(!file.contains(TestKit::ProxyProcess::password().toUtf8()));
+        QVERIFY(!file.contains(wrongPassword.toUtf8()));
+        m_session.reset();
+    }
+
+    void storedCredentialsAskNobody_data() {
+        QTest::addColumn<QString>("where");
+        QTest::newRow("set as the application proxy") << QStringLiteral("proxy");
+        QTest::newRow("known to the session only") << QStringLiteral("session");
+        QTest::newRow("put into the file by another process") << QStringLiteral("file");
+    }
+
+    void storedCredentialsAskNobody() {
+        QFETCH(QString, where);
+        const auto other = m_fixture->makeSession();
+        LoginSession& keeper = where == QLatin1String("file") ? *other : *m_session;
+        QVERIFY(keeper.SetProxyAuthentication(m_proxy.host(), m_proxy.port(), m_proxy.user(), m_proxy.password()));
+        if (where != QLatin1String("proxy"))
+            QNetworkProxy::setApplicationProxy(m_proxy.proxy());
+        const int tunnels = m_proxy.tunnels();
+        const ExchangeOutcome outcome = get();
+        QVERIFY2(outcome.hasStatus200(), qPrintable(outcome.errorText()));
+        QCOMPARE(m_proxy.tunnels(), tunnels + 1);
+        QCOMPARE(m_prompt->asked, 0);
+    }
+
+    void asksOnceAndKeepsTheAnswer() {
+        answerWith({right()});
+        const ExchangeOutcome outcome = get();
+        QVERIFY2(outcome.hasStatus200(), qPrintable(outcome.errorText()));
+        QCOMPARE(m_prompt->asked, 1);
+        QCOMPARE(m_prompt->texts.value(0), QStringLiteral("Authenticate Proxy Server"));
+        QCOMPARE(m_prompt->texts.value(1),
+                 QStringLiteral("Your proxy server 127.0.0.1:%1 requires authentication. Please enter your credentials.")
+                     .arg(m_proxy.port()));
+        QCOMPARE(m_prompt->texts.value(2), QStringLiteral("127.0.0.1"));
+        QCOMPARE(logged(QStringLiteral("ProxyAuthenticationRequired called. Showing proxy authentication dialog.")), 1);
+        QCOMPARE(logged(QStringLiteral("Proxy authentication dialog closed: Authentication successful")), 1);
+        QVERIFY(get().hasStatus200());
+        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(m_proxy.host(), m_proxy.port()));
+        // Another process of the user.
+        QNetworkProxy::setApplicationProxy(m_before);
+        m_session = m_fixture->makeSession();
+        m_session->loadProxyInfo();
+        QVERIFY(get().hasStatus200());
+        QCOMPARE(m_prompt->asked, 1);
+    }
+
+    void endsAfterTwoPrompts_data() {
+        QTest::addColumn<QVector<ScriptedPrompt::Answer>>("answers");
+        QTest::addColumn<QStringList>("users"); // Who came to the proxy, in this order.
+        QTest::addColumn<int>("asked");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("failures"); // How often "Proxy authentication failed" is logged.
+        const auto closed = QStringLiteral("Proxy authentication dialog closed: Authentication failed. Error: %1.");
+        const auto opened = QStringLiteral("Proxy authentication dialog closed: Authentication successful");
+        const QString noFile = Util::CredentialPrompt::errorText(2);
+        using Answers = QVector<ScriptedPrompt::Answer>;
+        QTest::newRow("wrong twice") << Answers{wrong("a"), wrong("b"), wrong("c")} << QStringList{"", "a", "b"} << 2 << opened
+                                     << 1;
+        QTest::newRow("canceled") << Answers{code(1223), wrong("b")} << QStringList{""} << 1 << closed.arg("User canceled") << 0;
+        QTest::newRow("wrong, then canceled")
+            << Answers{wrong("a"), code(1223)} << QStringList{"", "a"} << 2 << closed.arg("User canceled") << 0;
+        QTest::newRow("no prompt") << Answers{code(2), wrong("b")} << QStringList{""} << 1 << closed.arg(noFile) << 1;
+    }
+
+    void endsAfterTwoPrompts() {
+        QFETCH(QVector<ScriptedPrompt::Answer>, answers);
+        QFETCH(QStringList, users);
+        QFETCH(QString, text);
+        for (const QString& url : {QStringLiteral("https://service.test/"), QStringLiteral("http://service.test/")}) {
+            RefusingProxy proxy;
+            QNetworkProxy::setApplicationProxy(proxy.proxy());
+            answerWith(answers);
+            m_fixture->logger->clear();
+            const ExchangeOutcome outcome = runGet(QNetworkRequest(QUrl(url)), 20000, m_fixture->logger);
+            QCOMPARE(proxy.users(url), users);
+            QTEST(int(m_prompt->asked), "asked");
+            QVERIFY2(logged(text) > 0, qPrintable(m_fixture->logger->texts().join('\n')));
+            QTEST(logged(QStringLiteral("Proxy authentication failed")), "failures");
+            QCOMPARE(outcome.reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
+            QVERIFY2(outcome.errorText().contains(
+                         QStringLiteral(". Proxy info: Host: 127.0.0.1, Port: %1, User:").arg(proxy.proxy().port())),
+                     qPrintable(outcome.errorText()));
+        }
+    }
+
+    void theSecondAnswerMayBeTheRightOne() {
+        const auto url = QStringLiteral("http://service.test/");
+        RefusingProxy proxy;
+        QNetworkProxy::setApplicationProxy(proxy.proxy());
+        answerWith({wrong("a"), wrong("b")});
+        m_prompt->reaction = [&] {
+            if (m_prompt->asked == 2)
+                proxy.relent(url);
+        };
+        QVERIFY(runGet(QNetworkRequest(QUrl(url)), 20000, m_fixture->logger).hasStatus200());
+        QCOMPARE(proxy.users(url), QStringList({"", "a", "b"}));
+        QCOMPARE(m_prompt->texts.value(3), QStringLiteral("a"));
+        ProxyLogin kept;
+        QVERIFY(m_session->proxyCredentials().GetProxyAuthentication(m_proxy.host(), -1, kept));
+        QCOMPARE(kept.user, QStringLiteral("b"));
+    }
+
+    // What another process has stored meanwhile is tried before anybody is asked.
+    void laterCredentialsInTheFileComeFirst() {
+        const auto url = QStringLiteral("https://service.test/");
+        RefusingProxy proxy;
+        QVERIFY(m_fixture->makeSession()->SetProxyAuthentication(m_proxy.host(), proxy.proxy().port(), "newer", wrongPassword));
+        QNetworkProxy::setApplicationProxy(proxy.proxy(QStringLiteral("older")));
+        QVERIFY(!runGet(QNetworkRequest(QUrl(url)), 20000, m_fixture->logger).hasStatus200());
+        QCOMPARE(proxy.users(url), QStringList({"", "older", "newer"}));
+        QCOMPARE(m_prompt->asked, 1);
+    }
+
+    void aPromptThatThrowsHasFailed() {
+        m_prompt->reaction = [] { throw std::runtime_error("no window"); };
+        QCOMPARE(get().reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
+        QCOMPARE(logged(QStringLiteral("Proxy authentication failed")), 1);
+    }
+
+    void aProductMaySwitchThePromptOff() {
+        settings().setValue(QStringLiteral("ProxyAuthenticationDialog"), QStringLiteral("False"));
+        settings().sync();
+        answerWith({right()});
+        QCOMPARE(get().reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
+        QCOMPARE(m_prompt->asked, 0);
+        QCOMPARE(logged(QStringLiteral("ProxyAuthenticationRequired called, but proxy authentication dialog is disabled. "
+                                       "Returning without prompting for proxy credentials.")),
+                 1);
+    }
+
+    void requestsThatMeetShareOneAnswer_data() {
+        QTest::addColumn<bool>("isGiven");
+        QTest::newRow("given") << true;
+        QTest::newRow("canceled") << false;
+    }
+
+    void requestsThatMeetShareOneAnswer() {
+        QFETCH(bool, isGiven);
+        constexpr int count = 5;
+        const int before = m_proxy.requests();
+        answerWith(isGiven ? QVector<ScriptedPrompt::Answer>{right()} : QVector<ScriptedPrompt::Answer>{});
+        // The user takes the time until all of them have been refused.
+        m_prompt->reaction = [this, before] {
+            for (int round = 0; round < 100 && m_proxy.requests() < before + count; ++round)
+                QThread::msleep(20);
+            QThread::msleep(400);
+        };
+        std::atomic<int> succeeded{0};
+        std::vector<std::thread> threads;
+        for (int index = 0; index < count; ++index)
+            threads.emplace_back([&] { succeeded += get().hasStatus200() ? 1 : 0; });
+        for (std::thread& thread : threads)
+            thread.join();
+        QCOMPARE(m_prompt->asked, 1);
+        QCOMPARE(succeeded, isGiven ? count : 0);
+    }
+
+    void theUsersTimeIsNotTheNetworks() {
+        answerWith({right()});
+        m_prompt->reaction = [] { QTest::qWait(1500); };
+        const ExchangeOutcome outcome = get(1000);
+        QVERIFY2(outcome.hasStatus200(), qPrintable(outcome.message));
+    }
+
+    void closingEndsAnOpenPrompt() {
+        m_prompt->reaction = [this] { QVERIFY(m_prompt->canceled.tryAcquire(1, 10000)); };
+        std::thread request([this] { QVERIFY(!get().hasStatus200()); });
+        QTRY_COMPARE(int(m_prompt->asked), 1);
+        QElapsedTimer timer;
+        timer.start();
+        ProxyPrompt::instance().close();
+        request.join();
+        QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(!get().hasStatus200());
+        QCOMPARE(m_prompt->asked, 1);
+    }
+
+    // A prompt may run an event loop, in which whoever asked loses interest.
+    void anOperationMayGoWhileItsPromptIsOpen() {
+        auto operation = std::make_unique<NetworkOperation>(nullptr, m_fixture->logger);
+        answerWith({right()});
+        m_prompt->reaction = [&operation] {
+            operation.reset();
+            QTest::qWait(100);
+        };
+        operation->StartOperation(request(), QStringLiteral("GET"), {}, 20000, nullptr);
+        QTRY_COMPARE(int(m_prompt->asked), 1);
+        QTest::qWait(200);
+        QVERIFY(!operation);
+        QVERIFY(get().hasStatus200());
+    }
+
+    void aRequestInsideAPromptDoesNotWaitForIt() {
+        answerWith({right()});
+        ExchangeOutcome inner;
+        m_prompt->reaction = [&] { inner = get(); };
+        QVERIFY(get().hasStatus200());
+        QCOMPARE(inner.reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
+        QCOMPARE(m_prompt->asked, 1);
+    }
+
+    void longTextsAreCut() {
+        NetworkAccessManager manager(m_fixture->logger);
+        QAuthenticator authenticator;
+        const QString host = QString(259, 'h') + QStringLiteral("X");
+        const QNetworkProxy proxy(QNetworkProxy::HttpProxy, host, 8080);
+        ProxyPrompt::instance().setTexts(
+            {QString(258, 'c') + QString::fromUtf8("\xf0\x9f\x98\x80"), QStringLiteral("At %1%1 port %2")});
+        manager.ProxyAuthenticationRequired(proxy, &authenticator);
+        QCOMPARE(m_prompt->texts.value(0), QString(258, 'c'));
+        QCOMPARE(m_prompt->texts.value(1), (QStringLiteral("At ") + host).left(259));
+        QCOMPARE(m_prompt->texts.value(2), QString(259, 'h'));
+        QVERIFY(authenticator.user().isEmpty());
+        ProxyPrompt::instance().setTexts({{}, QStringLiteral("%1 port %2")});
+        manager.ProxyAuthenticationRequired({QNetworkProxy::HttpProxy, QStringLiteral("a%2b"), 81}, &authenticator);
+        QCOMPARE(m_prompt->texts.value(1), QStringLiteral("a%2b port 81"));
+        QCOMPARE(m_prompt->texts.value(0), QStringLiteral("Authenticate Proxy Server"));
+    }
+
+private:
+    void answerWith(const QVector<ScriptedPrompt::Answer>& answers) {
+        m_prompt = std::make_shared<ScriptedPrompt>(answers);
+        ProxyPrompt::instance().setPrompt(m_prompt);
+    }
+
+    // The framework reaches every name of this machine without a proxy, but not this one.
+    [[nodiscard]] QNetworkRequest request() const {
+        QUrl url(m_service.url() + QStringLiteral("/time/unix"));
+        url.setHost(QStringLiteral("0.0.0.0"));
+        QNetworkRequest made(url);
+        made.setPeerVerifyName(QStringLiteral("127.0.0.1"));
+        made.setRawHeader("Host", QUrl(m_service.url()).authority().toUtf8());
+        return made;
+    }
+
+    [[nodiscard]] ExchangeOutcome get(int timeoutInMsec = 20000) const {
+        return runGet(request(), timeoutInMsec, m_fixture->logger);
+    }
+
+    [[nodiscard]] int logged(const QString& text) const { return m_fixture->logger->texts().count(text); }
+
+    TestKit::AccountServiceProcess m_service;
+    TestKit::ProxyProcess m_proxy;
+    QNetworkProxy m_before;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::shared_ptr<LoginSession> m_session;
+    std::shared_ptr<ScriptedPrompt> m_prompt;
+};
+
+QTEST_GUILESS_MAIN(ProxyTest)
+#include "ProxyTest.moc"

@@ -1,0 +1,263 @@
+// The proxy credentials in the login state file: what is written, what is believed, and what the process does with it.
+
+#include "TestKit/SessionFixture.h"
+
+#include <QDir>
+#include <QDomDocument>
+#include <QNetworkProxy>
+#include <QtTest>
+#include <thread>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+const auto host = QStringLiteral("proxy.example.com");
+const auto user = QString::fromUtf8("J\xc3\xb6rg & \"Co\" <x>\\y");
+const auto password = QString::fromUtf8("sesame <&> \xe2\x82\xac 4711");
+constexpr int port = 3128;
+
+} // namespace
+
+class ProxyCredentialsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() {
+        m_before = QNetworkProxy::applicationProxy();
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_session = m_fixture->makeSession();
+    }
+
+    void cleanup() {
+        QNetworkProxy::setApplicationProxy(m_before);
+        QVERIFY(!m_fixture->logger->texts().join('\n').contains(QStringLiteral("4711")));
+        QVERIFY(!m_fixture->fileContents().contains("4711"));
+        m_session.reset();
+    }
+
+    void reachTheNextProcess() {
+        QVERIFY(set());
+        QCOMPARE(QNetworkProxy::applicationProxy(), QNetworkProxy(QNetworkProxy::HttpProxy, host, port, user, password));
+        startAnotherProcess();
+        QVERIFY(!m_session->proxyCredentials().HasProxyInfo());
+        m_session->loadProxyInfo();
+        QCOMPARE(QNetworkProxy::applicationProxy(), QNetworkProxy(QNetworkProxy::HttpProxy, host, port, user, password));
+        ProxyLogin login;
+        QVERIFY(m_session->proxyCredentials().GetProxyAuthentication(host, -1, login));
+        QCOMPARE(login.user, user);
+        QCOMPARE(login.password, password);
+        QCOMPARE(logged(QStringLiteral("Loaded proxy authentication info from login state file %1").arg(m_fixture->file())), 1);
+        QCOMPARE(logged(setting()), 2);
+    }
+
+    void areLoadedWithTheLogin() {
+        QVERIFY(set());
+        startAnotherProcess();
+        m_session->RestoreLogin(QStringLiteral("demo-product-0001"), false);
+        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
+    }
+
+    void setTwiceAreWrittenTwice() {
+        QVERIFY(set());
+        const QByteArray first = m_fixture->fileContents();
+        QVERIFY(set());
+        // The same password is never encrypted to the same text.
+        QVERIFY(m_fixture->fileContents() != first);
+        QCOMPARE(logged(setting()), 1);
+        QCOMPARE(logged(QStringLiteral("Saved proxy authentication info to login state file %1").arg(m_fixture->file())), 2);
+        QCOMPARE(document(m_fixture->fileContents()).documentElement().elementsByTagName("ProxySettings").count(), 1);
+        QCOMPARE(document(m_fixture->fileContents()).documentElement().elementsByTagName("Password").count(), 1);
+    }
+
+    void areFound_data() {
+        QTest::addColumn<QString>("asked");
+        QTest::addColumn<int>("askedPort");
+        QTest::addColumn<bool>("found");
+        QTest::newRow("host and port") << host << port << true;
+        QTest::newRow("any port") << host << -1 << true;
+        QTest::newRow("another case") << host.toUpper() << port << true;
+        QTest::newRow("another port") << host << port + 1 << false;
+        QTest::newRow("the port modulo 65536") << host << port + 65536 << false;
+        QTest::newRow("another host") << QStringLiteral("example.com") << -1 << false;
+    }
+
+    void areFound() {
+        QFETCH(QString, asked);
+        QFETCH(int, askedPort);
+        QVERIFY(set());
+        QTEST(m_session->proxyCredentials().HasProxyAuthentication(asked, askedPort), "found");
+        ProxyLogin login;
+        QTEST(m_session->proxyCredentials().GetProxyAuthentication(asked, askedPort, login), "found");
+        QTEST(!login.isEmpty(), "found");
+    }
+
+    void badArgumentsChangeNothing_data() {
+        QTest::addColumn<QString>("badHost");
+        QTest::addColumn<int>("badPort");
+        QTest::addColumn<QString>("badUser");
+        QTest::addColumn<QString>("text");
+        const auto empty = QStringLiteral("SetProxyAuthentication failed. %1 name is empty.");
+        const auto invalid = QStringLiteral("SetProxyAuthentication failed. Host name, port or user name is not valid.");
+        QTest::newRow("no host") << QString() << port << user << empty.arg("Host");
+        QTest::newRow("no user") << host << port << QString() << empty.arg("User");
+        QTest::newRow("neither") << QString() << port << QString() << empty.arg("Host");
+        QTest::newRow("port -1") << host << -1 << user << invalid;
+        QTest::newRow("port 65536") << host << 65536 << user << invalid;
+        QTest::newRow("a control character") << host << port << QStringLiteral("a\x01") << invalid;
+        QTest::newRow("half a character") << host << port << QString(QChar(0xd800)) << invalid;
+        QTest::newRow("a line") << QStringLiteral("a\nb") << port << user << invalid;
+        QTest::newRow("a long host") << QString(2000, 'h') << port << user << invalid;
+    }
+
+    void badArgumentsChangeNothing() {
+        QFETCH(QString, badHost);
+        QFETCH(int, badPort);
+        QFETCH(QString, badUser);
+        m_fixture->logger->clear();
+        QVERIFY(!m_session->SetProxyAuthentication(badHost, badPort, badUser, password));
+        QTEST(m_fixture->logger->texts(Log::Level::Information).join('|'), "text");
+        QCOMPARE(m_fixture->logger->texts().size(), 1);
+        QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
+        QVERIFY(m_fixture->fileContents().isEmpty());
+    }
+
+    void questionsWithoutAHostFail() {
+        QVERIFY(set());
+        m_fixture->logger->clear();
+        QVERIFY(!m_session->proxyCredentials().HasProxyAuthentication(QString(), -1));
+        ProxyLogin login;
+        QVERIFY(!m_session->proxyCredentials().GetProxyAuthentication(QString(), -1, login));
+        QCOMPARE(m_fixture->logger->texts(), QStringList({"HasProxyAuthentication failed. Host name is empty.",
+                                                          "GetProxyAuthentication failed. Host name is empty."}));
+    }
+
+    void leaveTheRestOfTheFileAlone() {
+        const QByteArray rest =
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<WebServices LastSavedBy=\"other\" Unknown=\"1\">\n"
+            "  <Settings CurrentServer=\"1\"/>\n  <LoginSession Server=\"1\" UserName=\"ada\">\n"
+            "    <ClientId><![CDATA[c2VjcmV0]]></ClientId>\n  </LoginSession>\n  <Stranger a=\"&amp;\">text</Stranger>\n"
+            "</WebServices>\n";
+        m_fixture->writeFile(rest);
+        QVERIFY(set());
+        QVERIFY(m_fixture->fileContents().contains("<ProxySettings"));
+        m_fixture->logger->clear();
+        QVERIFY(m_session->ClearProxyInfo());
+        QCOMPARE(document(m_fixture->fileContents()).toString(), document(rest).toString());
+        QCOMPARE(logged(QStringLiteral("Clearing proxy for this process")), 1);
+        QCOMPARE(logged(QStringLiteral("Cleared proxy authentication info in login state file %1").arg(m_fixture->file())), 1);
+        QVERIFY(!m_session->proxyCredentials().HasProxyInfo());
+        QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
+        startAnotherProcess();
+        m_session->loadProxyInfo();
+        QVERIFY(!m_session->proxyCredentials().HasProxyInfo());
+        QCOMPARE(logged(QStringLiteral("No proxy authentication info found in login state file %1").arg(m_fixture->file())), 1);
+    }
+
+    void hostileFiles_data() {
+        QTest::addColumn<QByteArray>("element");
+        QTest::addColumn<bool>("isTaken");
+        const QByteArray good = "Type=\"3\" Host=\"h\" Port=\"8080\" User=\"u\"";
+        QTest::newRow("a password of another key")
+            << QByteArray("<ProxySettings " + good + "><Password><![CDATA[AAAA]]></Password></ProxySettings>") << true;
+        QTest::newRow("no password") << QByteArray("<ProxySettings " + good + "/>") << true;
+        QTest::newRow("no user") << QByteArray("<ProxySettings Type=\"3\" Host=\"h\" Port=\"8080\"/>") << true;
+        QTest::newRow("no attributes") << QByteArray("<ProxySettings/>") << false;
+        QTest::newRow("no host") << QByteArray("<ProxySettings Type=\"3\" Port=\"8080\" User=\"u\"/>") << false;
+        for (const char* const bad : {"junk", "", "-1", "0", "65536", "4294968376", "8080x", "0x1f90", "99999999999999999999"})
+            QTest::newRow(qPrintable(QStringLiteral("port '%1'").arg(bad)))
+                << QByteArray("<ProxySettings Type=\"3\" Host=\"h\" Port=\"" + QByteArray(bad) + "\" User=\"u\"/>") << false;
+        for (const char* const bad : {"junk", "", "2", "-3", "99"})
+            QTest::newRow(qPrintable(QStringLiteral("type '%1'").arg(bad)))
+                << QByteArray("<ProxySettings Type=\"" + QByteArray(bad) + "\" Host=\"h\" Port=\"8080\" User=\"u\"/>") << false;
+        QTest::newRow("a host of two lines")
+            << QByteArray("<ProxySettings Type=\"3\" Host=\"a&#10;b\" Port=\"8080\" User=\"u\"/>") << false;
+    }
+
+    void hostileFiles() {
+        QFETCH(QByteArray, element);
+        QFETCH(bool, isTaken);
+        m_fixture->writeFile("<WebServices>" + element + "</WebServices>");
+        m_session->loadProxyInfo();
+        QCOMPARE(m_session->proxyCredentials().HasProxyInfo(), isTaken);
+        const QNetworkProxy proxy = QNetworkProxy::applicationProxy();
+        QCOMPARE(proxy.type(), isTaken ? QNetworkProxy::HttpProxy : QNetworkProxy::NoProxy);
+        QCOMPARE(proxy.hostName(), isTaken ? QStringLiteral("h") : QString());
+        QVERIFY(proxy.password().isEmpty());
+        const QStringList warnings = m_fixture->logger->texts(Log::Level::Warning);
+        QCOMPARE(warnings.filter(QStringLiteral("Ignoring proxy authentication info")).size(), isTaken ? 0 : 1);
+        QVERIFY(m_session->proxyCredentials().find({"h", 8080}, {}).password.isEmpty());
+    }
+
+    void aDamagedFileIsSetAside() {
+        m_fixture->writeFile("<WebServices><LoginSession>");
+        QVERIFY(set());
+        startAnotherProcess();
+        m_session->loadProxyInfo();
+        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
+        const QStringList aside = QDir(m_fixture->folder.path()).entryList({"LoginState.xml.*"}, QDir::Files);
+        QCOMPARE(aside.size(), 1);
+    }
+
+    void aFileThatCannotBeWrittenIsNoReasonToGoWithout() {
+        QVERIFY(QDir().mkpath(m_fixture->file() + QStringLiteral("/in the way")));
+        QVERIFY(set());
+        QCOMPARE(QNetworkProxy::applicationProxy().hostName(), host);
+        const QStringList errors = m_fixture->logger->texts(Log::Level::Error);
+        QVERIFY(errors.contains(
+            QStringLiteral("Failed to save proxy authentication info to login state file %1").arg(m_fixture->file())));
+        QVERIFY(!m_session->ClearProxyInfo());
+        QVERIFY(
+            m_fixture->logger->texts(Log::Level::Error)
+                .contains(
+                    QStringLiteral("Failed to clear proxy authentication info in login state file %1").arg(m_fixture->file())));
+        QVERIFY(!m_session->proxyCredentials().HasProxyInfo());
+        QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
+    }
+
+    // A request that was refused by a proxy must not wait for a step that holds the session, since that may wait for the request.
+    void areKeptLaterWhileTheSessionIsBusy() {
+        LoginStateFile file(m_fixture->file(), m_fixture->logger);
+        auto guard = std::make_unique<LoginStateFile::Guard>(file);
+        QVERIFY(guard->isHeld());
+        std::thread step([this] { m_session->SetProxyAuthentication(QStringLiteral("earlier"), port, user, password); });
+        QTRY_COMPARE(QNetworkProxy::applicationProxy().hostName(), QStringLiteral("earlier"));
+        m_session->keepProxyLogin({host, port}, {user, password});
+        const bool isKeptAtOnce = m_session->proxyCredentials().HasProxyAuthentication(host, port);
+        guard.reset();
+        step.join();
+        QVERIFY(!isKeptAtOnce);
+        QTRY_VERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
+        QVERIFY(m_fixture->fileContents().contains(host.toUtf8()));
+    }
+
+private:
+    bool set() { return m_session->SetProxyAuthentication(host, port, user, password); }
+
+    void startAnotherProcess() {
+        m_session = m_fixture->makeSession();
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    }
+
+    [[nodiscard]] static QDomDocument document(const QByteArray& text) {
+        QDomDocument parsed;
+        parsed.setContent(text);
+        return parsed;
+    }
+
+    [[nodiscard]] static QString setting() {
+        return QStringLiteral("Setting proxy authentication info for this process: Host name: %1, Port: %2, User: %3")
+            .arg(host, QString::number(port), user);
+    }
+
+    [[nodiscard]] int logged(const QString& text) const { return m_fixture->logger->texts().count(text); }
+
+    QNetworkProxy m_before;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::unique_ptr<LoginSession> m_session;
+};
+
+QTEST_GUILESS_MAIN(ProxyCredentialsTest)
+#include "ProxyCredentialsTest.moc"
