@@ -44,6 +44,7 @@ public:
         made.exchangeTimeoutMs = exchangeTimeoutMs;
         made.loginStateFile = file();
         made.lockFolder = m_stateFolder;
+        made.notifiesProcesses = notifiesProcesses;
         made.savedBy = QStringLiteral("test");
         return made;
     }
@@ -88,6 +89,7 @@ public:
     WebServices::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
+    bool notifiesProcesses = false; ///< Sessions made from now on tell each other what happens.
     std::atomic<qint64> clockOffset{0}; ///< Seconds that the sessions' clock is ahead.
 
 private:

@@ -1,6 +1,6 @@
 // Another process of the user, for the tests of the messages between processes. Commands:
 //   listen NAME FOLDER           says each message that comes: name, "From", "Number", age in microseconds, whether it serves
-//   send NAME FOLDER FROM COUNT  sends COUNT messages, 8 at a time, once it is told a line, and says "sent"
+//   send NAME FOLDER FROM COUNT  sends COUNT messages, 1000 a second, once it is told a line, and says "sent"
 // Both end when their standard input does.
 
 #include "VqLog/LoggerWrapper.h"
@@ -18,7 +18,7 @@ using namespace Velquor;
 
 namespace {
 
-constexpr int batch = 8;
+constexpr int batch = 2;
 constexpr int batchMs = 2;
 
 // The same for all processes of the machine.

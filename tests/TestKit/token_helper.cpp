@@ -12,6 +12,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QThread>
+#include <VqWebServices/IWebServicesObserver2.h>
 #include <cstdio>
 #include <iostream>
 #include <thread>
@@ -21,16 +23,23 @@ using namespace Velquor::WebServices;
 
 namespace {
 
-class Helper : public QObject {
+// Each event is an answer of its own: {"event": NAME, "main": whether it came on the main thread}.
+class Helper : public QObject, public IWebServicesObserver2 {
 public:
     explicit Helper(const QStringList& arguments)
         : m_fixture(arguments.at(1), arguments.at(2))
         , m_key(arguments.at(5)) {
         SupportFiles::setSearchPaths(arguments.at(3));
         TestKit::AccountServiceProcess::trust(arguments.at(4));
+        m_fixture.notifiesProcesses = true;
         m_session = m_fixture.makeSession(m_key, arguments.at(6));
+        m_session->observers().add(this);
         m_session->RestoreLogin(m_key, false);
     }
+
+    void LoggedIn() override { tell("LoggedIn"); }
+    void LoggedOut() override { tell("LoggedOut"); }
+    void TokenRefreshed(const wchar_t*) override { tell("TokenRefreshed"); }
 
     void execute(const QStringList& words) {
         const QString command = words.value(0);
@@ -49,6 +58,10 @@ public:
     }
 
 private:
+    void tell(const char* event) {
+        print({{"event", event}, {"main", QThread::currentThread() == thread()}});
+    }
+
     void ask(int threadCount, qint64 offset) {
         m_fixture.clockOffset = offset;
         m_left = threadCount;

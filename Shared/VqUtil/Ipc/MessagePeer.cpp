@@ -9,7 +9,7 @@ namespace {
 constexpr qint64 readAhead = 128 * 1024;
 constexpr qint64 writeAhead = 64 * 1024;
 // How long a newcomer may be silent, and how long one frame may take.
-constexpr int patienceMs = 5000;
+constexpr int patienceMs = 2000;
 
 } // namespace
 

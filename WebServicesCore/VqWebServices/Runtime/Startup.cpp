@@ -123,6 +123,7 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey, cons
     services.loginStateFile = RuntimePaths::loginStateFile();
     services.lockFolder = RuntimePaths::dataPath();
     services.processState = started.processState;
+    services.notifiesProcesses = true;
     services.savedBy = QFileInfo(host).fileName();
     started.session = std::make_shared<LoginSession>(
         services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host},

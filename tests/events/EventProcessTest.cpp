@@ -1,0 +1,107 @@
+// What happens in one process reaches the observers of every other process of the user, on their main thread, once.
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+#include "TestKit/TokenHelper.h"
+
+#include <QElapsedTimer>
+#include <QtTest>
+#include <vector>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using TestKit::TokenHelper;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+constexpr int processCount = 8;
+constexpr int promptMs = 1000;
+
+} // namespace
+
+class EventProcessTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_service.start());
+        SupportFiles::setSearchPaths(m_service.folder());
+    }
+
+    void init() {
+        QVERIFY(m_service.reset());
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_fixture->notifiesProcesses = true;
+        m_session = m_fixture->makeSession();
+        for (int process = 0; process < processCount; ++process)
+            m_helpers.push_back(std::make_unique<TokenHelper>(
+                QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(), m_service.authorityFile(), key,
+                            QStringLiteral("demo-secret-0001")}));
+        for (const auto& helper : m_helpers)
+            QVERIFY(helper->answer().value("ready").toBool());
+        // The connections of the carriers follow.
+        QTest::qWait(500);
+    }
+
+    void cleanup() {
+        m_helpers.clear();
+        m_session.reset();
+    }
+
+    void everyProcessHearsOfASignInARefreshAndASignOut() {
+        signIn();
+        QVERIFY(allHear(QStringLiteral("LoggedIn")));
+        for (const auto& helper : m_helpers) {
+            helper->tell(QStringLiteral("status"));
+            QVERIFY(helper->answer().value("loggedIn").toBool());
+        }
+        QVERIFY(m_session->RefreshToken(key, true));
+        QVERIFY(allHear(QStringLiteral("TokenRefreshed")));
+        m_helpers.front()->tell(QStringLiteral("logout"));
+        QVERIFY(m_helpers.front()->answer().value("done").toBool());
+        QVERIFY(allHear(QStringLiteral("LoggedOut")));
+        QVERIFY(!m_session->isLoggedIn(QString()));
+        for (const auto& helper : m_helpers)
+            QCOMPARE(helper->otherEvents(50), QStringList());
+    }
+
+    void theServingProcessMayDie() {
+        // Whichever of them serves: two in three are killed, one after the other.
+        signIn();
+        QVERIFY(allHear(QStringLiteral("LoggedIn")));
+        for (int killed = 0; killed < processCount - 3; ++killed) {
+            m_helpers.erase(m_helpers.begin());
+            QVERIFY(m_session->RefreshToken(key, true));
+            QVERIFY(allHear(QStringLiteral("TokenRefreshed")));
+        }
+        for (const auto& helper : m_helpers)
+            QCOMPARE(helper->otherEvents(50), QStringList());
+    }
+
+private:
+    void signIn() {
+        m_session->RestoreLogin(key, false);
+        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
+    }
+
+    bool allHear(const QString& event) {
+        QElapsedTimer timer;
+        timer.start();
+        for (const auto& helper : m_helpers) {
+            if (!helper->hears(event, qMax(0, promptMs - static_cast<int>(timer.elapsed()))))
+                return false;
+        }
+        qInfo("%s heard by all %d processes after %lld ms", qPrintable(event), static_cast<int>(m_helpers.size()), timer.elapsed());
+        return true;
+    }
+
+    TestKit::AccountServiceProcess m_service;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::unique_ptr<LoginSession> m_session;
+    std::vector<std::unique_ptr<TokenHelper>> m_helpers;
+};
+
+QTEST_GUILESS_MAIN(EventProcessTest)
+#include "EventProcessTest.moc"
