@@ -66,6 +66,29 @@ void expectFailures(WebServicesManager& manager) {
     QVERIFY(!manager.ClearProxyInfo());
     manager.AddObserver(nullptr);
     manager.RemoveObserver(nullptr);
+    OAuth2Token token;
+    QVERIFY(!manager.RefreshToken(true));
+    QVERIFY(!manager.IsOAuth2Enabled());
+    QVERIFY(!manager.EnableOAuth2(OAuth2TokenSpec()));
+    QVERIFY(!manager.EnableOAuth2(true));
+    QVERIFY(!manager.DisableOAuth2());
+    QVERIFY(!manager.GetOAuth2AccessToken(OAuth2TokenSpec(), token, true));
+    QVERIFY(!token.IsValid());
+    QCOMPARE(manager.GetOAuth2AccessToken(buffer, 16, true), 0);
+    QVERIFY(!manager.RefreshOAuth2Token(false));
+    QVERIFY(!manager.IsOAuth2TokenAvailable());
+    QVERIFY(!manager.IsOAuth2TokenExpired(OAuth2TokenSpec()));
+    QCOMPARE(manager.GetOAuth2TokenExpiryDate(), 0U);
+    QVERIFY(!WebServicesPrivate::IsOAuth2TokenRefreshTimerActive());
+    QVERIFY(!WebServicesPrivate::IsTokenRefreshTimerActive());
+    QVERIFY(!WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(QStringLiteral("key"), nullptr, {}));
+}
+
+WebServicesConfiguration oauth2Configuration() {
+    WebServicesConfiguration made = configuration();
+    made.SetOAuth2ConsumerKey(L"demo-product-0001");
+    made.SetOAuth2ConsumerSecret(L"demo-secret-0001");
+    return made;
 }
 
 class Hook : public IWebServicesObserver {
@@ -294,6 +317,92 @@ private slots:
         QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);
     }
 
+    void initializesWithOAuth2_data() {
+        QTest::addColumn<int>("form");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("without") << 0 << false;
+        QTest::newRow("false") << 1 << false;
+        QTest::newRow("true") << 2 << true;
+        QTest::newRow("false, true") << 3 << false;
+        QTest::newRow("true, false") << 4 << true;
+        QTest::newRow("a spec") << 5 << true;
+    }
+
+    void initializesWithOAuth2() {
+        QFETCH(int, form);
+        QFETCH(bool, enabled);
+        const std::function<bool()> forms[] = {[] { return WebServicesManager::Initialize(); },
+                                               [] { return WebServicesManager::Initialize(false); },
+                                               [] { return WebServicesManager::Initialize(true); },
+                                               [] { return WebServicesManager::Initialize(false, true); },
+                                               [] { return WebServicesManager::Initialize(true, false); },
+                                               [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); }};
+        QVERIFY(forms[form]());
+        QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
+        // A later user of the library changes nothing.
+        QVERIFY(WebServicesManager::Initialize(!enabled));
+        QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
+    }
+
+    void oauth2TokensThroughBothFacades() {
+        WebServicesManager::Initialize(true);
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        signIn(manager);
+        const int length = manager.GetOAuth2AccessToken(nullptr, 0, true);
+        QVERIFY(length > 10);
+        std::vector<wchar_t> text(static_cast<size_t>(length) + 2, canary);
+        QCOMPARE(manager.GetOAuth2AccessToken(text.data(), length, true), 0);
+        QCOMPARE(text[0], wchar_t(0));
+        QCOMPARE(text[1], canary);
+        QCOMPARE(manager.GetOAuth2AccessToken(text.data(), 0, true), 0);
+        QCOMPARE(manager.GetOAuth2AccessToken(text.data(), length + 1, true), length);
+        QCOMPARE(text[static_cast<size_t>(length) + 1], canary);
+        QVERIFY(manager.IsOAuth2TokenAvailable());
+        QVERIFY(!manager.IsOAuth2TokenExpired());
+        QVERIFY(manager.GetOAuth2TokenExpiryDate() > 1700000000U);
+        QTRY_VERIFY(WebServicesPrivate::IsOAuth2TokenRefreshTimerActive());
+        QTRY_VERIFY(WebServicesPrivate::IsTokenRefreshTimerActive());
+        QVERIFY(manager.RefreshToken(true));
+        QVERIFY(manager.RefreshOAuth2Token(true));
+        // Another client of the same product, by its key, with another kind of token.
+        WebServicesManagerEx& keyed = *WebServicesManagerEx::GetInstanceEx();
+        const auto key = QStringLiteral("my-key");
+        const OAuth2TokenSpec spec(JWT, L"b a");
+        OAuth2Token token;
+        QVERIFY(keyed.SetConfiguration(key, oauth2Configuration()));
+        QVERIFY(!keyed.GetOAuth2AccessToken(token, key, &spec, true));
+        QVERIFY(keyed.EnableOAuth2(key, spec));
+        QVERIFY(keyed.GetOAuth2AccessToken(token, key, nullptr, true));
+        QCOMPARE(token.GetSpec().GetType(), JWT);
+        QCOMPARE(std::wstring(token.GetToken()).find(L'.') != std::wstring::npos, true);
+        QVERIFY(!manager.IsOAuth2TokenAvailable(OAuth2TokenSpec(JWT, L"c")));
+        // The text form is for the older kind of token only.
+        QVERIFY(manager.DisableOAuth2());
+        QVERIFY(manager.EnableOAuth2(spec));
+        QVERIFY(manager.GetOAuth2AccessToken(spec, token, true));
+        QCOMPARE(manager.GetOAuth2AccessToken(nullptr, 0, true), 0);
+        QVERIFY(keyed.EnableOAuth2(key, false));
+        QVERIFY(!keyed.IsOAuth2Enabled(key));
+        QVERIFY(manager.IsOAuth2TokenAvailable());
+        QVERIFY(manager.Logout());
+        QVERIFY(!manager.GetOAuth2AccessToken(spec, token, true));
+    }
+
+    void setsRetrySchedules() {
+        const StdUtil::RetrySchedule standard = WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule();
+        QCOMPARE(standard.maximumPeriod, 172800000);
+        const StdUtil::RetrySchedule own{0, {{1000, 1000}}};
+        WebServicesManager::Initialize(true);
+        WebServicesManager::GetInstance()->SetConfiguration(oauth2Configuration());
+        const OAuth2TokenSpec spec(JWT, L"");
+        QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), nullptr, own));
+        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == own);
+        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), &spec) == standard);
+        QVERIFY(!WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule({-1, {}}));
+        QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(standard));
+        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == standard);
+    }
+
     void observersAreCalledOnTheMainThread() {
         WebServicesManager::Initialize();
         WebServicesManager& manager = *WebServicesManager::GetInstance();
@@ -323,6 +432,15 @@ private slots:
     }
 
 private:
+    void signIn(WebServicesManager& manager) {
+        QVERIFY(manager.SetConfiguration(oauth2Configuration()));
+        QVERIFY(manager.RestoreLogin());
+        std::array<wchar_t, urlSize> url{};
+        QVERIFY(manager.InitiateLogin(url.data(), urlSize));
+        QVERIFY(m_service.approve(QString::fromWCharArray(url.data())));
+        QVERIFY(manager.CompleteLogin());
+    }
+
     TestKit::AccountServiceProcess m_service;
 };
 

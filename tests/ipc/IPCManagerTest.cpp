@@ -14,6 +14,7 @@
 #include <QtTest>
 #include <algorithm>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 using namespace Velquor;
@@ -34,7 +35,7 @@ QByteArray frame(MessageFrame::Kind kind, const QByteArray& content) {
     return made.toBytes();
 }
 
-QByteArray hello() { return frame(MessageFrame::Kind::Hello, {}); }
+QByteArray hello() { return frame(MessageFrame::Kind::Hello, QByteArray(8, '\x7f')); }
 QByteArray message(const QByteArray& content) { return frame(MessageFrame::Kind::Message, content); }
 
 QByteArray withByte(QByteArray bytes, int place, char value) {
@@ -58,6 +59,15 @@ struct Party {
         isStarted = manager.start(name, folder);
     }
 
+    [[nodiscard]] QVector<int> numbers() const {
+        QVector<int> found;
+        for (const auto& one : heard) {
+            if (one.first == QLatin1String("Numbered"))
+                found += one.second.value(QStringLiteral("Number")).toInt();
+        }
+        return found;
+    }
+
     std::shared_ptr<TestKit::RecordingLogger> logger = std::make_shared<TestKit::RecordingLogger>();
     QVector<QPair<QString, QVariantMap>> heard;
     bool isStarted = false;
@@ -78,6 +88,7 @@ private slots:
     void refusals_data();
     void refusals();
     void oneServer();
+    void newcomer();
     void manyThreads();
     void endInReceiver_data();
     void endInReceiver();
@@ -91,7 +102,7 @@ private slots:
 
 private:
     /// `count` managers that hear each other.
-    void meet(int count);
+    [[nodiscard]] bool meet(int count);
     [[nodiscard]] Party& at(int index) { return *m_parties.at(static_cast<size_t>(index)); }
     [[nodiscard]] bool worksOn();
     [[nodiscard]] std::unique_ptr<QLocalSocket> intruder(const QByteArray& bytes) const;
@@ -108,13 +119,13 @@ void IPCManagerTest::init() { m_name = QStringLiteral("Vq") + QUuid::createUuid(
 
 void IPCManagerTest::cleanup() { m_parties.clear(); }
 
-void IPCManagerTest::meet(int count) {
+bool IPCManagerTest::meet(int count) {
     while (static_cast<int>(m_parties.size()) < count) {
         m_parties.push_back(std::make_unique<Party>(m_name, m_folder.path()));
-        QVERIFY(m_parties.back()->isStarted);
-        QTRY_VERIFY_WITH_TIMEOUT(at(0).manager.isServing(), patienceMs);
+        if (!m_parties.back()->isStarted || !QTest::qWaitFor([this] { return at(0).manager.isServing(); }, patienceMs))
+            return false;
     }
-    QVERIFY(worksOn());
+    return worksOn();
 }
 
 // Probes until all others have heard one, since a newcomer hears what is sent once it is there.
@@ -144,7 +155,7 @@ std::unique_ptr<QLocalSocket> IPCManagerTest::intruder(const QByteArray& bytes) 
 }
 
 void IPCManagerTest::values() {
-    meet(3);
+    QVERIFY(meet(3));
     const QDateTime moment = QDateTime::fromMSecsSinceEpoch(1700000000123, Qt::UTC);
     const QVariantMap inner{{QStringLiteral("Text"), QString::fromUtf8("ä€𝄞")}, {QString(), QVariant()}};
     const QVariantMap params{{QStringLiteral("Bool"), true}, {QStringLiteral("Int"), -7}, {QStringLiteral("UInt"), 4000000000u},
@@ -190,7 +201,7 @@ void IPCManagerTest::refusals_data() {
 void IPCManagerTest::refusals() {
     QFETCH(QVariant, value);
     QFETCH(bool, isTaken);
-    meet(2);
+    QVERIFY(meet(2));
     QCOMPARE(at(1).manager.send(QString(), {{QStringLiteral("V"), value}}), isTaken);
     QCOMPARE(at(1).logger->texts(Log::Level::Error).size(), isTaken ? 0 : 1);
     QVERIFY(at(1).manager.send(QStringLiteral("After"), {}));
@@ -214,21 +225,36 @@ void IPCManagerTest::oneServer() {
         QVERIFY(worksOn());
         QCOMPARE(static_cast<int>(serving()), 1);
         m_parties.erase(std::find_if(m_parties.begin(), m_parties.end(), isServing));
-        for (int number = 0; number < 100; ++number)
+        QVector<int> expected(100);
+        std::iota(expected.begin(), expected.end(), 0);
+        for (const int number : qAsConst(expected))
             QVERIFY(at(0).manager.send(QStringLiteral("Numbered"), {{QStringLiteral("Number"), number}}));
         for (size_t index = 1; index < m_parties.size(); ++index) {
-            const auto& heard = m_parties.at(index)->heard;
-            QTRY_COMPARE_WITH_TIMEOUT(heard.size(), 100, 1000);
-            for (int number = 0; number < 100; ++number)
-                QCOMPARE(heard.at(number).second.value(QStringLiteral("Number")).toInt(), number);
+            const Party& party = *m_parties.at(index);
+            QTRY_VERIFY_WITH_TIMEOUT(party.numbers().size() >= 100, patienceMs);
+            QCOMPARE(party.numbers(), expected);
         }
     }
+}
+
+// It hears what is sent from its coming on, also when it changes its server soon after.
+void IPCManagerTest::newcomer() {
+    QVERIFY(meet(3));
+    QVERIFY(at(1).manager.send(QStringLiteral("Before"), {}));
+    QTRY_COMPARE_WITH_TIMEOUT(at(2).heard.size(), 1, patienceMs);
+    QTest::qWait(50);
+    QVERIFY(meet(4));
+    m_parties.erase(m_parties.begin());
+    const QPair<QString, QVariantMap> after(QStringLiteral("After"), {});
+    QVERIFY(at(1).manager.send(after.first, {}));
+    QTRY_VERIFY_WITH_TIMEOUT(at(2).heard.contains(after), patienceMs);
+    QVERIFY(!at(2).heard.contains({QStringLiteral("Before"), {}}));
 }
 
 void IPCManagerTest::manyThreads() {
     constexpr int threads = 4;
     constexpr int each = 500;
-    meet(3);
+    QVERIFY(meet(3));
     std::vector<std::unique_ptr<QThread>> senders;
     for (int thread = 0; thread < threads; ++thread) {
         senders.emplace_back(QThread::create([this, thread] {
@@ -253,7 +279,7 @@ void IPCManagerTest::endInReceiver_data() {
 
 void IPCManagerTest::endInReceiver() {
     QFETCH(bool, isDestroyed);
-    meet(2);
+    QVERIFY(meet(2));
     auto ending = std::make_unique<IPCManager>(std::make_shared<TestKit::RecordingLogger>());
     int heard = 0;
     connect(ending.get(), &IPCManager::MessageReceived, this, [&ending, &heard, isDestroyed] {
@@ -285,6 +311,7 @@ void IPCManagerTest::hostilePeer_data() {
     QTest::newRow("one byte too long") << header + QByteArray("\0\0\xff\xe8", 4);
     QTest::newRow("unknown kind") << withByte(hello(), MessageFrame::headerSize, 4);
     QTest::newRow("message before hello") << good;
+    QTest::newRow("hello without its time") << frame(MessageFrame::Kind::Hello, "abc");
     QTest::newRow("two hellos") << hello() + hello();
     QTest::newRow("empty message") << hello() + message({});
     QTest::newRow("name beyond the end") << hello() + message(QByteArray("\x7f\xff\xff\xff", 4));
@@ -300,7 +327,7 @@ void IPCManagerTest::hostilePeer_data() {
 
 void IPCManagerTest::hostilePeer() {
     QFETCH(QByteArray, bytes);
-    meet(2);
+    QVERIFY(meet(2));
     const auto socket = intruder(bytes);
     QTRY_COMPARE_WITH_TIMEOUT(socket->state(), QLocalSocket::UnconnectedState, 1500);
     QCOMPARE(at(0).logger->texts(Log::Level::Warning).size(), 1);
@@ -317,7 +344,7 @@ void IPCManagerTest::unfinishedPeer_data() {
 
 void IPCManagerTest::unfinishedPeer() {
     QFETCH(QByteArray, bytes);
-    meet(2);
+    QVERIFY(meet(2));
     const auto socket = intruder(bytes);
     for (int second = 0; second < 50 && socket->state() == QLocalSocket::ConnectedState; ++second) {
         QVERIFY(worksOn());
@@ -330,7 +357,7 @@ void IPCManagerTest::unfinishedPeer() {
 
 // More connections than are served: the ones beyond end, and who was there before is served on.
 void IPCManagerTest::crowd() {
-    meet(2);
+    QVERIFY(meet(2));
     std::vector<std::unique_ptr<QLocalSocket>> sockets;
     for (int count = 0; count < 300; ++count) {
         sockets.push_back(intruder(hello()));
@@ -340,11 +367,11 @@ void IPCManagerTest::crowd() {
     QTRY_VERIFY_WITH_TIMEOUT(std::count_if(sockets.cbegin(), sockets.cend(), isOpen) < 300, patienceMs);
     QVERIFY(worksOn());
     sockets.clear();
-    meet(3);
+    QVERIFY(meet(3));
 }
 
 void IPCManagerTest::slowPeer() {
-    meet(3);
+    QVERIFY(meet(3));
     const auto socket = intruder(hello());
     socket->setReadBufferSize(1);
     QVERIFY(socket->waitForBytesWritten(patienceMs));
@@ -361,7 +388,7 @@ void IPCManagerTest::slowPeer() {
 // Frames with bytes changed, cut, or doubled, at random: the connection may end, nothing else may.
 void IPCManagerTest::fuzz() {
     constexpr int perConnection = 200;
-    meet(2);
+    QVERIFY(meet(2));
     auto* const random = QRandomGenerator::global();
     const QByteArray whole = message(emptyName() + QByteArray("\0\0\0\1\0\0\0\1\0V\x07\0\0\0\2\0a\0b", 19));
     for (int sent = 0; sent < rounds(20000, 1000000);) {

@@ -33,6 +33,8 @@ QVector<qint64> failAlways(const RetrySchedule& schedule, int limit) {
 
 } // namespace
 
+Q_DECLARE_METATYPE(Velquor::StdUtil::RetrySchedule)
+
 class RetryScheduleTest : public QObject {
     Q_OBJECT
 
@@ -187,8 +189,6 @@ private slots:
             QCOMPARE(now.secsTo(reply.expiryDate), seconds);
     }
 };
-
-Q_DECLARE_METATYPE(Velquor::StdUtil::RetrySchedule)
 
 QTEST_GUILESS_MAIN(RetryScheduleTest)
 #include "RetryScheduleTest.moc"

@@ -23,6 +23,7 @@ LocalServerSeat::LocalServerSeat(const QString& address, const QString& guardNam
     , m_address(address)
     , m_guard(guardName, guardFolder)
     , m_logger(std::move(logger)) {
+    qRegisterMetaType<QLocalSocket::LocalSocketError>("QLocalSocket::LocalSocketError");
     m_nextTry.setSingleShot(true);
     connect(&m_nextTry, &QTimer::timeout, this, &LocalServerSeat::connectToServer);
     connect(&m_serverCheck, &QTimer::timeout, this, &LocalServerSeat::checkServer);

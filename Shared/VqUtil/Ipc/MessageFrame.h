@@ -8,9 +8,8 @@ namespace Velquor::Util {
 /// first byte is its kind. At most 64 KiB together. Thread: any.
 struct MessageFrame {
     enum class Kind : quint8 {
-        Hello = 1,  ///< The first frame of a client: fresh, so that it gets what comes from now on.
-        Resume = 2, ///< The first frame of a client that has lost its server: it gets again what was told lately.
-        Message = 3,
+        Hello = 1, ///< The first frame of a client. Content: since when it has been there, by the machine's clock, as 8 bytes.
+        Message = 2,
     };
     static constexpr int headerSize = 4 + 1 + 4 + 16;
     static constexpr int greatestSize = 64 * 1024;

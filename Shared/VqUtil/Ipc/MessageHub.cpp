@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QMutexLocker>
 #include <QPointer>
+#include <QtEndian>
 #include <algorithm>
 #include <utility>
 
@@ -64,17 +65,19 @@ void MessageHub::takeAccepted() {
 }
 
 void MessageHub::becomeServer() {
-    m_wasConnected = true;
+    beThere();
     relay();
 }
 
 void MessageHub::becomeClient(QLocalSocket* socket) {
     m_server = addPeer(socket);
+    beThere();
+    const qint64 since = qToBigEndian(m_thereSinceMs);
     MessageFrame hello;
-    hello.kind = m_wasConnected ? MessageFrame::Kind::Resume : MessageFrame::Kind::Hello;
+    hello.kind = MessageFrame::Kind::Hello;
     hello.id = MessageFrame::newId();
+    hello.content = QByteArray(reinterpret_cast<const char*>(&since), sizeof since);
     m_server->send(hello.toBytes());
-    m_wasConnected = true;
     m_server->follow(&m_own, std::min(m_own.firstWithin(memoryMs), std::max(m_ownUnsent, m_own.begin())));
     relayLater();
 }
@@ -101,13 +104,25 @@ void MessageHub::receive(MessagePeer* peer, const MessageFrame& frame) {
     if (frame.kind == MessageFrame::Kind::Message && peer->isFollowing())
         receiveMessage(peer, frame);
     else if (frame.kind != MessageFrame::Kind::Message && !peer->isFollowing())
-        greet(peer, frame.kind);
+        greet(peer, frame);
     else
         peer->end(QStringLiteral("it sent a frame out of turn"));
 }
 
-void MessageHub::greet(MessagePeer* peer, MessageFrame::Kind kind) {
-    peer->follow(&m_all, kind == MessageFrame::Kind::Resume ? m_all.firstWithin(memoryMs) : m_all.end());
+// A newcomer hears what came since it has been there; who has lost its server, what it may have missed on the way.
+void MessageHub::greet(MessagePeer* peer, const MessageFrame& hello) {
+    if (hello.content.size() != sizeof m_thereSinceMs) {
+        peer->end(QStringLiteral("it sent what is no greeting"));
+        return;
+    }
+    const qint64 now = MessageJournal::nowMs();
+    const auto since = qFromBigEndian<qint64>(hello.content.constData());
+    peer->follow(&m_all, m_all.firstWithin(now - std::min(std::max(since, now - memoryMs), now)));
+}
+
+void MessageHub::beThere() {
+    if (m_thereSinceMs == 0)
+        m_thereSinceMs = MessageJournal::nowMs();
 }
 
 void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {

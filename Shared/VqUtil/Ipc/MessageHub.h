@@ -42,7 +42,8 @@ private:
     void addClient(QLocalSocket* socket);
     [[nodiscard]] MessagePeer* addPeer(QLocalSocket* socket);
     void receive(MessagePeer* peer, const MessageFrame& frame);
-    void greet(MessagePeer* peer, MessageFrame::Kind kind);
+    void greet(MessagePeer* peer, const MessageFrame& hello);
+    void beThere();
     void receiveMessage(MessagePeer* peer, const MessageFrame& frame);
     void removePeer(MessagePeer* peer, const QString& reason);
     void loseServer();
@@ -56,10 +57,10 @@ private:
     QVector<MessagePeer*> m_clients;
     MessagePeer* m_server = nullptr;
     quint64 m_lastNumber = 0;
-    bool m_wasConnected = false;
+    qint64 m_thereSinceMs = 0; ///< When it was first connected or served; 0 before.
 
-    MessageJournal m_all; ///< For who is served.
-    MessageJournal m_own; ///< For the server.
+    MessageJournal m_all{MessageJournal::Age::SinceItCame};       ///< For who is served.
+    MessageJournal m_own{MessageJournal::Age::SinceItWasWritten}; ///< For the server.
     quint64 m_ownUnsent = 0;
     SeenMessages m_seen;
     std::deque<MessageCodec::Message> m_inbox;

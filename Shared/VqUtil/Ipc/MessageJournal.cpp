@@ -12,6 +12,11 @@ void MessageJournal::append(const QByteArray& frame, quint64 origin) {
         removeFirst();
 }
 
+void MessageJournal::noteWritten(quint64 number) {
+    if (m_age == Age::SinceItWasWritten)
+        m_entries[static_cast<size_t>(number - m_begin)].timeMs = nowMs();
+}
+
 quint64 MessageJournal::firstWithin(qint64 ms) const {
     const qint64 since = nowMs() - ms;
     const auto isWithin = [since](const Entry& entry) { return entry.timeMs >= since; };

@@ -17,13 +17,18 @@ public:
         quint64 origin = 0; ///< The connection that it came over.
         qint64 timeMs = 0;  ///< When it came, or was written last.
     };
+    enum class Age { SinceItCame, SinceItWasWritten };
     static constexpr int greatestCount = 16 * 1024;
     static constexpr qint64 greatestSize = 4 * 1024 * 1024;
+
+    explicit MessageJournal(Age age)
+        : m_age(age) {}
 
     void append(const QByteArray& frame, quint64 origin);
     [[nodiscard]] quint64 begin() const { return m_begin; }
     [[nodiscard]] quint64 end() const { return m_begin + m_entries.size(); }
-    [[nodiscard]] Entry& at(quint64 number) { return m_entries[static_cast<size_t>(number - m_begin)]; }
+    [[nodiscard]] const Entry& at(quint64 number) const { return m_entries[static_cast<size_t>(number - m_begin)]; }
+    void noteWritten(quint64 number);
     /// The first entry that is not older than that.
     [[nodiscard]] quint64 firstWithin(qint64 ms) const;
     /// Forgets what is older than `ms` and comes before `number`.
@@ -34,6 +39,7 @@ public:
 private:
     void removeFirst();
 
+    const Age m_age;
     std::deque<Entry> m_entries;
     quint64 m_begin = 0;
     qint64 m_size = 0;

@@ -48,11 +48,10 @@ void MessagePeer::writeOn() {
         return;
     }
     for (; m_next < m_journal->end() && m_socket->bytesToWrite() < writeAhead; ++m_next) {
-        MessageJournal::Entry& entry = m_journal->at(m_next);
-        if (entry.origin == m_number)
+        if (m_journal->at(m_next).origin == m_number)
             continue;
-        m_socket->write(entry.frame);
-        entry.timeMs = MessageJournal::nowMs();
+        m_socket->write(m_journal->at(m_next).frame);
+        m_journal->noteWritten(m_next);
     }
 }
 

@@ -46,6 +46,8 @@ bool OAuth2Sessions::disable() {
         const QMutexLocker lock(&m_mutex);
         if (!std::exchange(m_enabled, false))
             return false;
+        // They are in the file: whoever enables them again finds them here.
+        m_loaded += heldTokens();
     }
     m_logger->information(QStringLiteral("OAuth2 disabled in product login session"));
     for (const OAuth2SessionPointer& session : all())
@@ -85,11 +87,16 @@ void OAuth2Sessions::load(const QVector<OAuth2TokenData>& tokens) {
         adoptLoaded(*session);
 }
 
-QVector<OAuth2TokenData> OAuth2Sessions::tokens() const {
+QVector<OAuth2TokenData> OAuth2Sessions::heldTokens() const {
     QVector<OAuth2TokenData> held;
-    for (const OAuth2SessionPointer& session : all())
+    for (const OAuth2SessionPointer& session : m_sessions)
         held += session->token();
     return held;
+}
+
+QVector<OAuth2TokenData> OAuth2Sessions::tokens() const {
+    const QMutexLocker lock(&m_mutex);
+    return heldTokens();
 }
 
 void OAuth2Sessions::clear() {

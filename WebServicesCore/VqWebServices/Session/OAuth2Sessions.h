@@ -39,7 +39,7 @@ public:
 
 private:
     void adoptLoaded(OAuth2Session& session) const;
-    [[nodiscard]] OAuth2SessionPointer findLocked(const OAuth2TokenSpec& spec) const;
+    [[nodiscard]] QVector<OAuth2TokenData> heldTokens() const;
 
     const std::shared_ptr<Log::ILogger> m_logger;
     mutable QMutex m_mutex;

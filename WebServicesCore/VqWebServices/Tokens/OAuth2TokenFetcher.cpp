@@ -9,6 +9,7 @@
 #include "VqUtil/General/HumanText.h"
 
 #include <QCryptographicHash>
+#include <utility>
 
 namespace Velquor::WebServices {
 
@@ -56,6 +57,7 @@ void OAuth2TokenFetcher::TokenRefreshed() {
 
 QString OAuth2TokenFetcher::refusal() {
     m_signInMark = owner().signInMark();
+    m_resent = false;
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
         return QStringLiteral("Failed to query OAuth2 token. Current configuration is not valid.");
@@ -91,8 +93,9 @@ bool OAuth2TokenFetcher::request() {
     const ConfigurationPointer configuration = owner().configuration();
     // The server's words for the types differ between query and refresh.
     const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
+    m_sentTokens = owner().tokens();
     const Util::SecretBytes form =
-        configuration ? oauth2Form(*configuration, owner().tokens(), *services().cryptor, type, m_session.scope())
+        configuration ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
                       : Util::SecretBytes();
     if (form.isEmpty()) {
         log().error(QStringLiteral("Failed to query OAuth2 token. Failed to decrypt the access token."));
@@ -103,18 +106,32 @@ bool OAuth2TokenFetcher::request() {
     return true;
 }
 
+void OAuth2TokenFetcher::ignoreResult() {
+    log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
+    finish(0);
+}
+
 void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
-    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark) {
-        log().information(
-            QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
-        return finish(0);
-    }
+    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+        return ignoreResult();
     if (isAborted())
         return finish(0);
     OAuth2Reply reply;
     if (outcome.hasStatus200() && readOAuth2Reply(outcome.reply.body, now(), reply))
         return succeeded(reply);
-    failed(failureText(outcome, Util::timeSpanText(retryMs)));
+    failed(outcome);
+}
+
+void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
+    // Another process may have signed the user out, or renewed the OAuth 1.0 token, which spends the one that was sent.
+    if (!owner().catchUpWithFile(m_signInMark))
+        return ignoreResult();
+    if (owner().tokens().areNewerThan(m_sentTokens) && !std::exchange(m_resent, true)) {
+        if (!request())
+            finish(0);
+        return;
+    }
+    finishAndRetry(failureText(outcome, Util::timeSpanText(retryMs)));
 }
 
 QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QString& retry) const {
@@ -133,7 +150,7 @@ QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QS
              maskedBody(outcome.reply.body, QString::fromLatin1(outcome.reply.header("Content-Type"))));
 }
 
-void OAuth2TokenFetcher::failed(const QString& text) {
+void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
     log().error(text);
     finish(0);
     startQueryTimer(retryMs);
@@ -144,12 +161,9 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     log().information(QStringLiteral("Got OAuth2 token"));
     switch (m_session.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
     case OAuth2Session::Stored::NotEncrypted:
-        return failed(QStringLiteral(
+        return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
-    case OAuth2Session::Stored::SignInGone:
-        log().information(
-            QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
-        return finish(0);
+    case OAuth2Session::Stored::SignInGone: return ignoreResult();
     case OAuth2Session::Stored::Yes: break;
     }
     finish(1);

@@ -37,10 +37,14 @@ protected:
 private:
     [[nodiscard]] QString failureText(const ExchangeOutcome& outcome, const QString& retry) const;
     void succeeded(const OAuth2Reply& reply);
-    void failed(const QString& text);
+    void failed(const ExchangeOutcome& outcome);
+    void finishAndRetry(const QString& text);
+    void ignoreResult();
 
     OAuth2Session& m_session;
     QString m_signInMark;
+    ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
+    bool m_resent = false;
 };
 
 } // namespace Velquor::WebServices

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <VqWebServices/WebServicesConfiguration.h>
+// Before the exported class: what MinGW meets after one it would export with it.
 #include <memory>
+
+#include <VqWebServices/WebServicesConfiguration.h>
 
 namespace Velquor::WebServices {
 
