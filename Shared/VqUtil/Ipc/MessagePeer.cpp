@@ -50,7 +50,11 @@ void MessagePeer::writeOn() {
     for (; m_next < m_journal->end() && m_socket->bytesToWrite() < writeAhead; ++m_next) {
         if (m_journal->at(m_next).origin == m_number)
             continue;
-        m_socket->write(m_journal->at(m_next).frame);
+        if (m_socket->state() != QLocalSocket::ConnectedState || m_socket->write(m_journal->at(m_next).frame) < 0) {
+            // Its end is told by the socket, with what came before it; in case it is not, from the event loop.
+            QMetaObject::invokeMethod(this, &MessagePeer::endOfStream, Qt::QueuedConnection);
+            return;
+        }
         m_journal->noteWritten(m_next);
     }
 }

@@ -22,6 +22,13 @@ void EventReactions::eventReceived(Event event, const QVariantMap& params) {
     case Event::LoggedOut: return signedOut();
     case Event::TokenRefreshed: return tokenRefreshed(consumerKey);
     case Event::TokenAcquired: return tokenAcquired(consumerKey);
+    case Event::OAuth2TokenAcquired:
+    case Event::OAuth2TokenRefreshed:
+        oauth2TokenChanged(event, consumerKey);
+        break;
+    case Event::OAuth2TokenQueryFailed:
+        m_logger.warning(QStringLiteral("OAuth2 access token query failed in another process"));
+        break;
     case Event::TokenQueryFailed:
         m_logger.warning(QStringLiteral("Token query failed in another process"));
         break;
@@ -54,6 +61,18 @@ void EventReactions::tokenRefreshed(const QString& consumerKey) {
             operations->tokenRefreshedElsewhere(consumerKey);
     }
     m_core.voice->raiseEventHere(Event::TokenRefreshed, consumerKey);
+}
+
+void EventReactions::oauth2TokenChanged(Event event, const QString& consumerKey) {
+    const ProductSessionPointer product = m_core.products.find(consumerKey, m_core.currentServer());
+    if (!product || !product->oauth2().isEnabled())
+        return;
+    for (const OAuth2SessionPointer& session : product->oauth2().all()) {
+        if (event == Event::OAuth2TokenAcquired)
+            session->acquiredElsewhere();
+        else
+            session->refreshedElsewhere(consumerKey);
+    }
 }
 
 void EventReactions::tokenAcquired(const QString& consumerKey) {

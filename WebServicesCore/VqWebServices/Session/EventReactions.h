@@ -18,6 +18,7 @@ private:
     void signedIn(const QString& consumerKey);
     void signedOut();
     void tokenRefreshed(const QString& consumerKey);
+    void oauth2TokenChanged(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey);
     void tokenAcquired(const QString& consumerKey);
 
     SessionCore& m_core;

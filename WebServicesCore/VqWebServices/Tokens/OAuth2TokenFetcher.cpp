@@ -77,15 +77,22 @@ bool OAuth2TokenFetcher::takeFromFile() {
         return true;
     if (!owner().catchUpWithFile(owner().signInMark()) || !m_session.token().isValid(now()))
         return false;
-    log().information(
-        QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
-    owner().raiseEvent(Event::OAuth2TokenAvailable);
+    announceLoaded();
     return true;
 }
 
+void OAuth2TokenFetcher::announceLoaded() {
+    log().information(
+        QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
+    m_announced = m_session.token().token;
+    owner().raiseEvent(Event::OAuth2TokenAvailable);
+}
+
 void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
-    if (!run().isBusy())
-        (void)takeFromFile();
+    // The event does not tell of which kind the token is, and the file may have been looked at before the event arrived.
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInMark()) && m_session.token().isValid(now())
+        && m_session.token().token != m_announced)
+        announceLoaded();
 }
 
 bool OAuth2TokenFetcher::request() {
@@ -166,6 +173,7 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     case OAuth2Session::Stored::SignInGone: return ignoreResult();
     case OAuth2Session::Stored::Yes: break;
     }
+    m_announced = m_session.token().token;
     finish(1);
     owner().raiseEvent(Event::OAuth2TokenAcquired);
     owner().raiseEvent(Event::OAuth2TokenAvailable);

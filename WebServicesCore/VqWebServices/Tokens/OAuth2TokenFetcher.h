@@ -40,10 +40,12 @@ private:
     void failed(const ExchangeOutcome& outcome);
     void finishAndRetry(const QString& text);
     void ignoreResult();
+    void announceLoaded();
 
     OAuth2Session& m_session;
     QString m_signInMark;
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
+    QByteArray m_announced;     ///< The token, encrypted, of which the observers were told last.
     bool m_resent = false;
 };
 

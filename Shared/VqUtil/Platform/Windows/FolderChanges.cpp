@@ -28,6 +28,48 @@ FolderChanges::Kind kindOf(DWORD action) {
     }
 }
 
+/// Tells when a folder in the parent of the watched one comes, goes, or gets another name.
+class ParentNotice {
+public:
+    ParentNotice() = default;
+    ParentNotice(const ParentNotice&) = delete;
+    ParentNotice& operator=(const ParentNotice&) = delete;
+    ~ParentNotice() { close(); }
+
+    void open(const std::wstring& parent) {
+        close();
+        m_handle = ::FindFirstChangeNotificationW(parent.c_str(), FALSE, FILE_NOTIFY_CHANGE_DIR_NAME);
+    }
+    void close() {
+        if (isValid())
+            ::FindCloseChangeNotification(m_handle);
+        m_handle = INVALID_HANDLE_VALUE;
+    }
+    [[nodiscard]] bool isValid() const { return m_handle != INVALID_HANDLE_VALUE; }
+    [[nodiscard]] HANDLE get() const { return m_handle; }
+    void next() {
+        if (!::FindNextChangeNotification(m_handle))
+            close();
+    }
+
+private:
+    HANDLE m_handle = INVALID_HANDLE_VALUE;
+};
+
+WindowsHandle openFolder(const QString& folder) {
+    return WindowsHandle(::CreateFileW(nativePath(folder).c_str(), FILE_LIST_DIRECTORY, sharedWithAll, nullptr, OPEN_EXISTING,
+                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+}
+
+// The time too, since some file systems give the number of a removed folder to the next one.
+bool isSameFolder(HANDLE one, HANDLE other) {
+    BY_HANDLE_FILE_INFORMATION first{};
+    BY_HANDLE_FILE_INFORMATION second{};
+    return ::GetFileInformationByHandle(one, &first) && ::GetFileInformationByHandle(other, &second)
+           && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber && first.nFileIndexHigh == second.nFileIndexHigh
+           && first.nFileIndexLow == second.nFileIndexLow && ::CompareFileTime(&first.ftCreationTime, &second.ftCreationTime) == 0;
+}
+
 } // namespace
 
 struct FolderChanges::Native {
@@ -35,6 +77,7 @@ struct FolderChanges::Native {
     WindowsHandle done{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     DWORD code = ::GetLastError();
     WindowsHandle folder;
+    ParentNotice parent;
     QString path;
     OVERLAPPED overlapped{};
     std::vector<DWORD> buffer = std::vector<DWORD>(bufferSize / sizeof(DWORD));
@@ -44,6 +87,7 @@ struct FolderChanges::Native {
 
     [[nodiscard]] bool ask();
     [[nodiscard]] Result take(QVector<Change>* changes);
+    [[nodiscard]] Result lookAgain();
     void parse(DWORD length, QVector<Change>* changes);
     [[nodiscard]] QString longName(const QString& name) const;
     void close();
@@ -59,8 +103,8 @@ bool FolderChanges::isUsable() const { return m_native->waker.isValid() && m_nat
 bool FolderChanges::open(const QString& folder) {
     m_native->close();
     m_native->path = folder;
-    m_native->folder = WindowsHandle(::CreateFileW(nativePath(folder).c_str(), FILE_LIST_DIRECTORY, sharedWithAll, nullptr, OPEN_EXISTING,
-                                                   FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+    m_native->parent.open(nativePath(folder + QStringLiteral("/..")));
+    m_native->folder = openFolder(folder);
     m_native->code = ::GetLastError();
     return m_native->folder.isValid() && m_native->ask();
 }
@@ -79,11 +123,12 @@ bool FolderChanges::Native::ask() {
 FolderChanges::Result FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
     if (m_native->folder.isValid() && !m_native->isAsked && !m_native->ask())
         return m_native->code == ERROR_NOTIFY_ENUM_DIR ? Result::Overflow : Result::Gone;
-    const HANDLE sources[] = {m_native->waker.get(), m_native->done.get()};
-    const DWORD count = m_native->isAsked ? 2 : 1;
+    const HANDLE sources[] = {m_native->waker.get(), m_native->done.get(), m_native->parent.get()};
+    const DWORD count = !m_native->isAsked ? 1 : m_native->parent.isValid() ? 3 : 2;
     switch (::WaitForMultipleObjects(count, sources, FALSE, timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs))) {
     case WAIT_OBJECT_0: return Result::Woken;
     case WAIT_OBJECT_0 + 1: return m_native->take(changes);
+    case WAIT_OBJECT_0 + 2: return m_native->lookAgain();
     case WAIT_TIMEOUT: return Result::TimedOut;
     default: return Result::Gone;
     }
@@ -104,6 +149,16 @@ FolderChanges::Result FolderChanges::Native::take(QVector<Change>* changes) {
         return Result::Overflow;
     parse(length, changes);
     return Result::Changed;
+}
+
+// A folder that was removed or moved away may never tell so itself.
+FolderChanges::Result FolderChanges::Native::lookAgain() {
+    parent.next();
+    const WindowsHandle named = openFolder(path);
+    if (named.isValid() && isSameFolder(folder.get(), named.get()))
+        return Result::Changed;
+    close();
+    return Result::Gone;
 }
 
 void FolderChanges::Native::parse(DWORD length, QVector<Change>* changes) {
@@ -139,6 +194,7 @@ void FolderChanges::Native::close() {
         isAsked = false;
     }
     folder = WindowsHandle();
+    parent.close();
 }
 
 void FolderChanges::wake() { ::SetEvent(m_native->waker.get()); }

@@ -51,11 +51,6 @@ bool isPipeOfSameUser(HANDLE pipe) {
     return isOwnSid(owner);
 }
 
-bool isLocalClient(HANDLE pipe) {
-    wchar_t computer[256] = {};
-    return !::GetNamedPipeClientComputerNameW(pipe, computer, sizeof computer);
-}
-
 } // namespace
 
 // Pipes are the machine's, but the lock of who serves is the session's, so that each session has a server of its own.
@@ -74,8 +69,6 @@ bool isPeerOfSameUser(qintptr socketDescriptor, PeerRole role) {
     ULONG processId = 0;
     const bool isTold = role == PeerRole::Server ? ::GetNamedPipeServerProcessId(pipe, &processId)
                                                  : ::GetNamedPipeClientProcessId(pipe, &processId);
-    if (role == PeerRole::Client && !isLocalClient(pipe))
-        return false;
     const Answer answer = isTold ? isProcessOfSameUser(processId) : Answer::Unknown;
     // The access list of the pipe lets this user's processes in alone.
     if (answer == Answer::Unknown)

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// What both halves of the message codec know. Thread: any.
+namespace Velquor::Util::MessageTags {
+
+/// Of maps in maps.
+constexpr int greatestDepth = 8;
+
+/// The kinds of values. The numbers are the format's and never change.
+enum class Tag : quint8 {
+    None = 0,
+    Bool = 1,
+    Int = 2,
+    UInt = 3,
+    LongLong = 4,
+    ULongLong = 5,
+    Double = 6,
+    Text = 7,
+    Bytes = 8,
+    UtcTime = 9,
+    LocalTime = 10,
+    OffsetTime = 11,
+    Texts = 12,
+    Map = 13,
+    NoTime = 14,
+};
+
+} // namespace Velquor::Util::MessageTags
