@@ -30,7 +30,8 @@ bool IPCManager::start(const QString& serverName, const QString& folder) {
     stop();
     const QString address = localServerAddress(serverName, folder);
     if (address.isEmpty()) {
-        m_private->logger->error(QStringLiteral("Failed to start the messages between processes: no safe place for server %1").arg(serverName));
+        m_private->logger->error(
+            QStringLiteral("Failed to start the messages between processes: no safe place for server %1").arg(serverName));
         return false;
     }
     auto hub = std::make_unique<MessageHub>(address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder), m_private->logger);

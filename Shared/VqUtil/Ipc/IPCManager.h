@@ -27,7 +27,7 @@ public:
     void stop();
 
     /// True when the message is accepted: it will reach every process that is there. False when it is too long (64 KiB as a frame),
-    /// holds a value of a type that has no form, or the messaging is stopped.
+    /// holds a value of a type that has no form, or the messaging is stopped; or when 2 MiB wait to be sent.
     bool send(const QString& name, const QVariantMap& params);
 
     [[nodiscard]] bool isServing() const;

@@ -21,7 +21,9 @@ constexpr int vetoTimeoutMs = 5000;
 
 bool LoginSession::catchUp(int waitMs) {
     // One look at the file's stamp, since this runs before every operation; the file itself is read only when it has changed.
-    if (!m_core.isRestored() || m_core.isStopped || m_core.file.currentStamp() == m_core.file.seenStamp())
+    // A token worker, which waits, may ask in the middle of the restore that made it: it waits for the end of that.
+    const bool isTooEarly = waitMs == 0 && !m_core.isRestored();
+    if (isTooEarly || m_core.isStopped || m_core.file.currentStamp() == m_core.file.seenStamp())
         return true;
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again.
     if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs)))

@@ -2,6 +2,7 @@
 
 #include "Session/LoginStateNames.h"
 #include "Session/LoginStateXml.h"
+#include "Session/TokenOperations.h"
 
 namespace Velquor::WebServices {
 
@@ -186,6 +187,12 @@ bool LoginStateLoader::isKeyOfOtherServer(const QString& productKey, Server& ser
     return isRealServer(server) && server != m_core.currentServer();
 }
 
+// A product that waits for the browser, or for its automatic sign-in, is about to get its tokens.
+bool LoginStateLoader::isBecomingValid(const ProductLoginSession& session) {
+    const TokenOperations* const operations = session.operations();
+    return !session.requestToken().token.isEmpty() || (operations && operations->isQueryInProgress());
+}
+
 void LoginStateLoader::deleteInvalidProducts() {
     m_logger.information(QStringLiteral("Deleting invalid product login sessions"));
     int count = 0;
@@ -198,7 +205,7 @@ void LoginStateLoader::deleteInvalidProducts() {
                 QStringLiteral(
                     "Deleting login state of product %1 since the consumer key %2 is for %3 server, but current server is %4")
                     .arg(session->displayName(), session->productKey(), serverName(other), serverName(current)));
-        else if (session->server() != current || (!session->tokens().areComplete() && session->requestToken().token.isEmpty()))
+        else if (session->server() != current || !(session->tokens().areComplete() || isBecomingValid(*session)))
             m_logger.warning(QStringLiteral("Deleting invalid product login session for product %1 and server %2")
                                  .arg(session->displayName(), serverName(session->server())));
         else

@@ -35,6 +35,7 @@ private:
     void loadProducts(const QDomElement& login);
     void loadProductNode(const QDomElement& product, QStringList& loadedNames);
     void deleteInvalidProducts();
+    [[nodiscard]] static bool isBecomingValid(const ProductLoginSession& session);
     [[nodiscard]] bool isKeyOfOtherServer(const QString& productKey, Server& server) const;
     void discard(QDomDocument document);
     [[nodiscard]] QDomElement findLogin(const QDomElement& root);

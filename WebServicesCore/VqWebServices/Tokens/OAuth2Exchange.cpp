@@ -70,9 +70,7 @@ bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& 
     const QJsonObject json = QJsonDocument::fromJson(body).object();
     Util::SecretBytes token = Util::SecretBytes::fromText(json.value(QStringLiteral("access_token")).toString());
     const QByteArray seconds = wholeSeconds(json.value(QStringLiteral("expires_in")));
-    // Whole seconds, as they will stand in the file: what is read back must not seem to be older.
-    const QDateTime wholeSecond = QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch(), Qt::UTC);
-    const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, wholeSecond);
+    const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, now);
     if (!isUsableToken(token.view()) || !expiry.isValid())
         return false;
     reply.token = std::move(token);

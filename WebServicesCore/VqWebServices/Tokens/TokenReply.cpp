@@ -20,7 +20,10 @@ bool isUsableToken(const QByteArray& token) {
 QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
     bool valid = false;
     const qint64 lifetime = seconds.toLongLong(&valid);
-    return valid && lifetime >= 0 && lifetime <= longestLifetime ? now.addSecs(lifetime) : QDateTime();
+    if (!valid || lifetime < 0 || lifetime > longestLifetime)
+        return {};
+    // As it will stand in the file: what another process reads back must not seem to be older.
+    return QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch() + lifetime, Qt::UTC);
 }
 
 bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor,

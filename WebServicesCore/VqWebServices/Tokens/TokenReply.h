@@ -14,7 +14,7 @@ namespace Velquor::WebServices {
 /// A token or secret as a server can send it: not empty, at most 64 KiB, no control characters or blanks.
 [[nodiscard]] bool isUsableToken(const QByteArray& token);
 
-/// Now plus the seconds of the text; invalid when the text is no whole number from 0 to a hundred years.
+/// Now plus the seconds of the text, in whole seconds; invalid when the text is no whole number from 0 to a hundred years.
 [[nodiscard]] QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now);
 
 /// Reads and encrypts access token, secret and session handle with their expiry. False, with `tokens` unchanged, when one is
