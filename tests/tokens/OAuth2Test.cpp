@@ -162,7 +162,6 @@ private slots:
             QVERIFY(!ask(rt).isEmpty());
             m_fixture->clockOffset += age;
         }
-        const int before = forms().size();
         const int tokensBefore = m_service.requests(QStringLiteral("access-token"));
         std::mutex mutex;
         QStringList tokens;
@@ -178,7 +177,7 @@ private slots:
             thread.join();
         QCOMPARE(tokens.removeDuplicates(), 7);
         QVERIFY(!tokens.first().isEmpty());
-        QCOMPARE(forms().size() - qMin(before, 1), 1);
+        QCOMPARE(forms().size(), age > 0 ? 2 : 1);
         QCOMPARE(m_service.requests(QStringLiteral("access-token")) - tokensBefore, age > 0 ? 1 : 0);
     }
 
@@ -230,13 +229,12 @@ private slots:
         const auto other = makeSession({rt});
         QVERIFY(other->RestoreLogin(key, false));
         QCOMPARE(askOf(*other, rt), first);
-        m_fixture->clockOffset += hour - 100;
-        QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QVERIFY(ask(rt) != first);
-        QVERIFY(other->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QCOMPARE(askOf(*other, rt), ask(rt));
-        // By the look at the file before each operation, or inside the refresh: the server is not asked.
-        QCOMPARE(forms().size(), 2 + (m_fixture->hasLogged(QStringLiteral("OAuth2 token refreshed in another process.")) ? 0 : 1));
+        // Expired in both by now, it is renewed by the first one that needs it.
+        m_fixture->clockOffset += hour + 1;
+        const QString second = ask(rt);
+        QVERIFY(!second.isEmpty() && second != first);
+        QCOMPARE(askOf(*other, rt), second);
+        QCOMPARE(forms().size(), 2);
     }
 
     // Two processes at once: the second one waits for the lock of the first, and finds its token in the file.
