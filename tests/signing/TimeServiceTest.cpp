@@ -121,9 +121,13 @@ void TimeServiceTest::asksTheAccountService() {
     m_store.SetUrlOverrides(WebServices::Development, {{QStringLiteral("TimeServerUrls"), m_service.url() + path}});
     TimeServiceImp service(m_store, WebServices::Development, parts(system));
     service.start();
-    QTRY_COMPARE(loggedStart(QStringLiteral("System time is incorrect by 2 h. Will correct timestamp by applying this offset. "
-                                            "System time lags behind server time by 2 h. System time: ")),
-                 1);
+    // On a slow machine the answer takes so long that the span ends just below the two hours.
+    const auto applied = [this](const QString& span) {
+        return loggedStart(QStringLiteral("System time is incorrect by %1. Will correct timestamp by applying this offset. "
+                                          "System time lags behind server time by %1. System time: ")
+                               .arg(span));
+    };
+    QTRY_COMPARE(applied(QStringLiteral("2 h")) + applied(QStringLiteral("1 h 59 min")), 1);
     QCOMPARE(loggedStart(line), 1);
     const qint64 ahead = service.correctedTime().value_or(0) - QDateTime::currentSecsSinceEpoch();
     QVERIFY2(qAbs(ahead - 7200) <= 2, qPrintable(QString::number(ahead)));

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QThread>
 #include <VqWebServices/NetworkCookieJar.h>
+#include <atomic>
 
 namespace Velquor::WebServices {
 
@@ -144,6 +145,7 @@ private:
 
     SessionCore m_core;
     bool m_isBasicLoaded = false; ///< Under the login session lock.
+    std::atomic<bool> m_isCatchingUp{false}; ///< A thread that holds the login session lock is reading the file.
     EventDispatcher m_dispatcher;
     Log::ILogger& m_logger;
     EventReactions m_reactions;

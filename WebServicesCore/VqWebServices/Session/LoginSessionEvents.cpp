@@ -17,6 +17,8 @@ namespace Names = LoginStateNames;
 namespace {
 // A main thread that is busy for longer does not get its say: the user asked to be signed out.
 constexpr int vetoTimeoutMs = 5000;
+// Many times what reading the file takes.
+constexpr int newsPatienceMs = 1000;
 } // namespace
 
 bool LoginSession::catchUp(int waitMs) {
@@ -25,19 +27,23 @@ bool LoginSession::catchUp(int waitMs) {
     const bool isTooEarly = waitMs == 0 && !m_core.isRestored();
     if (isTooEarly || m_core.isStopped || m_core.file.currentStamp() == m_core.file.seenStamp())
         return true;
-    // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again.
-    if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs)))
+    // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again. But another thread that
+    // is reading the news is waited for, so that an answer given now knows them.
+    if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs))
+        && !(m_isCatchingUp && m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs))))
         return false;
     // Inside a wait of a sign-in or sign-out on this very thread the state must stand still.
     if (m_core.isFlowActive) {
         m_core.lock.unlock();
         return false;
     }
+    m_isCatchingUp = true;
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
     applyFile(waitMs == 0 ? LoginStateFile::briefTimeoutMs : LoginStateFile::patientTimeoutMs);
     const bool isLoggedIn = m_core.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_core.basic());
+    m_isCatchingUp = false;
     m_core.lock.unlock();
     if (wasLoggedIn && (!isLoggedIn || !isSame))
         RaiseEvent(Event::LoggedOut, QString(), false);
