@@ -1,5 +1,6 @@
 #include <VqWebServices/WebServicesManager.h>
 
+#include "Facade/DefaultClient.h"
 #include "Facade/FacadeCall.h"
 #include "Network/UrlStore.h"
 #include "Runtime/LogSetupHelper.h"
@@ -9,17 +10,6 @@
 // The operations address the default client: each forwards to the keyed facade, or asks the session where there is no key.
 
 namespace Velquor::WebServices {
-
-namespace {
-
-WebServicesManagerEx& keyed() {
-    return WebServicesManagerImp::instance();
-}
-QString self() {
-    return WebServicesManagerImp::defaultClientKey();
-}
-
-} // namespace
 
 bool WebServicesManager::SetConfiguration(const WebServicesConfiguration& configuration) {
     return keyed().SetConfiguration(self(), configuration);

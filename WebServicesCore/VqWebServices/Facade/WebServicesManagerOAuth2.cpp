@@ -1,22 +1,12 @@
 // The default client's operations that refresh tokens, and those with OAuth2 tokens.
 
+#include "Facade/DefaultClient.h"
 #include "Facade/FacadeCall.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <VqWebServices/WebServicesManager.h>
 
 namespace Velquor::WebServices {
-
-namespace {
-
-WebServicesManagerEx& keyed() {
-    return WebServicesManagerImp::instance();
-}
-QString self() {
-    return WebServicesManagerImp::defaultClientKey();
-}
-
-} // namespace
 
 bool WebServicesManager::RefreshToken(bool synchronous) {
     return keyed().RefreshToken(self(), synchronous);

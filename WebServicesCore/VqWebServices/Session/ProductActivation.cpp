@@ -89,13 +89,6 @@ void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
             .arg(describeReferences()));
 }
 
-QStringList ProductLoginSession::clientReferences() const {
-    const QMutexLocker lock(&m_mutex);
-    QStringList keys(m_clientReferences.cbegin(), m_clientReferences.cend());
-    keys.sort();
-    return keys;
-}
-
 QString ProductLoginSession::describeReferences() const {
     QStringList keys(m_clientReferences.cbegin(), m_clientReferences.cend());
     keys.sort();

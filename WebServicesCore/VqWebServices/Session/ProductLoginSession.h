@@ -52,7 +52,6 @@ public:
 
     void AddClientReference(const QString& clientKey);
     void RemoveClientReference(const QString& clientKey);
-    [[nodiscard]] QStringList clientReferences() const;
 
     /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
     /// sign-in can be used. False when there are no tokens and nothing can be done about it.

@@ -165,14 +165,6 @@ void TokenOperations::tokensChanged() {
         session->tokensChanged();
 }
 
-void TokenOperations::loggedOut() {
-    const QMutexLocker lock(&m_mutex);
-    if (!m_refresher)
-        return;
-    QMetaObject::invokeMethod(m_refresher, &TokenRefresher::LoggedOut, Qt::QueuedConnection);
-    QMetaObject::invokeMethod(m_fetcher, &TokenFetcher::LoggedOut, Qt::QueuedConnection);
-}
-
 void TokenOperations::tokenRefreshedElsewhere(const QString& consumerKey) {
     const QMutexLocker lock(&m_mutex);
     if (m_refresher)

@@ -50,7 +50,6 @@ public:
 
     /// The tokens or the state of the sign-in have changed.
     void tokensChanged();
-    void loggedOut();
     /// Another process reports what it has done.
     void tokenRefreshedElsewhere(const QString& consumerKey);
     void tokenAcquiredElsewhere();

@@ -11,8 +11,6 @@ namespace {
 
 constexpr int busyRetryMs = 5000;
 constexpr int holdOffMs = 30000;
-// As for a query: a flag without a lock is believed for as long as a request may well take.
-constexpr qint64 flagPatienceMs = 5000;
 
 } // namespace
 
@@ -33,14 +31,9 @@ OAuth2TokenRefresher::~OAuth2TokenRefresher() { releaseLocks(); }
 QDateTime OAuth2TokenRefresher::expiryDate() const { return m_session.token().expiryDate; }
 
 QString OAuth2TokenRefresher::timerStopReason() const {
-    if (!owner().configuration())
-        return QStringLiteral("No configuration");
-    if (!owner().isLoggedIn())
-        return QStringLiteral("Not logged in");
-    if (owner().isLoginExpired())
-        return QStringLiteral("Login session has expired");
-    if (!owner().tokens().areComplete())
-        return QStringLiteral("No access token");
+    const QString reason = sharedStopReason();
+    if (!reason.isEmpty())
+        return reason;
     if (!m_session.token().isPresent())
         return QStringLiteral("No OAuth2 token to refresh");
     return m_queries->isBusy() ? QStringLiteral("OAuth2 token query is in progress") : QString();
@@ -151,7 +144,7 @@ void OAuth2TokenRefresher::waitForLock() {
 bool OAuth2TokenRefresher::claim() {
     const bool isFlagSet = m_flags.isSetElsewhere(m_flag);
     const bool hasLock = m_controller.lockOAuth2TokenRefresh();
-    if (hasLock && (!isFlagSet || m_claiming.elapsed() >= flagPatienceMs))
+    if (hasLock && (!isFlagSet || m_claiming.elapsed() >= RequestFlag::patienceMs))
         return true;
     if (hasLock)
         m_controller.unlockOAuth2TokenRefresh();

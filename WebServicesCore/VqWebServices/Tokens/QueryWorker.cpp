@@ -6,12 +6,6 @@
 
 namespace Velquor::WebServices {
 
-namespace {
-// A process that sets the flag without taking our lock is believed for as long as a request may well take. Not longer: a process
-// with several products has room for the flags of one.
-constexpr qint64 flagPatienceMs = 5000;
-} // namespace
-
 QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTexts& texts, const QString& lockName,
                          const QString& flag)
     : TokenWorker(owner)
@@ -82,7 +76,7 @@ bool QueryWorker::claim() {
     const Util::ProcessGuard::Result result = m_guard.acquire(0);
     if (result != Util::ProcessGuard::Result::Acquired && result != Util::ProcessGuard::Result::AcquiredFromTheDead)
         return false;
-    if (m_flags.isSetElsewhere(m_flag) && m_claiming.elapsed() < flagPatienceMs) {
+    if (m_flags.isSetElsewhere(m_flag) && m_claiming.elapsed() < RequestFlag::patienceMs) {
         m_guard.release();
         return false;
     }

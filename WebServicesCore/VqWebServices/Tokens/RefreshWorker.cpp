@@ -80,6 +80,18 @@ void RefreshWorker::finish(int result) {
     emit RefreshFinishedInternal(result);
 }
 
+QString RefreshWorker::sharedStopReason() const {
+    if (!owner().configuration())
+        return QStringLiteral("No configuration");
+    if (!owner().isLoggedIn())
+        return QStringLiteral("Not logged in");
+    if (owner().isLoginExpired())
+        return QStringLiteral("Login session has expired");
+    if (!owner().tokens().areComplete())
+        return QStringLiteral("No access token");
+    return {};
+}
+
 QString RefreshWorker::describeExpiry(const QString& text, bool& isDue) const {
     const qint64 seconds = now().secsTo(expiryDate());
     isDue = isDue || isTimeToRefresh(seconds);

@@ -60,6 +60,9 @@ protected:
     /// Gives back the locks of a refresh that ends.
     virtual void releaseLocks() = 0;
 
+    /// The reasons that all kinds of refresh share; empty when none of them holds.
+    [[nodiscard]] QString sharedStopReason() const;
+
     /// How long the token still lives and whether it is to be refreshed now, in the words of a timer message ("Token %1. %2").
     [[nodiscard]] QString describeExpiry(const QString& text, bool& isDue) const;
 

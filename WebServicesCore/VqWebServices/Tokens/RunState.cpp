@@ -39,11 +39,6 @@ bool RunState::isBusy() const {
     return m_busy;
 }
 
-bool RunState::isClosed() const {
-    const QMutexLocker lock(&m_mutex);
-    return m_closed;
-}
-
 int RunState::result() const {
     const QMutexLocker lock(&m_mutex);
     return m_result;

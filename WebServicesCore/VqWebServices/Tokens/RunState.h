@@ -27,7 +27,6 @@ public:
     void close();
 
     [[nodiscard]] bool isBusy() const;
-    [[nodiscard]] bool isClosed() const;
     /// The result of the operation that ended last; 0 before the first.
     [[nodiscard]] int result() const;
 

@@ -151,9 +151,4 @@ void TokenFetcher::AbortTokenQuery() {
     }
 }
 
-void TokenFetcher::LoggedOut() {
-    stopTimer();
-    m_failureCount = 0;
-}
-
 } // namespace Velquor::WebServices

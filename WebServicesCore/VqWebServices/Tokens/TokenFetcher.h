@@ -24,7 +24,6 @@ public:
 public slots:
     /// Another process reports that it has acquired the token.
     void TokenAcquiredInAnotherProcess();
-    void LoggedOut();
 
 signals:
     void TokenAvailable();

@@ -34,15 +34,8 @@ TokenRefresher::~TokenRefresher() {
 }
 
 QString TokenRefresher::timerStopReason() const {
-    if (!owner().configuration())
-        return QStringLiteral("No configuration");
-    if (!owner().isLoggedIn())
-        return QStringLiteral("Not logged in");
-    if (owner().isLoginExpired())
-        return QStringLiteral("Login session has expired");
-    if (!owner().tokens().areComplete())
-        return QStringLiteral("No access token");
-    return m_queries->isBusy() ? QStringLiteral("Login in progress") : QString();
+    const QString reason = sharedStopReason();
+    return reason.isEmpty() && m_queries->isBusy() ? QStringLiteral("Login in progress") : reason;
 }
 
 QString TokenRefresher::describeToken(bool& isDue) const {
@@ -197,7 +190,6 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     }
     m_mark.clear();
     m_failureCount = 0;
-    m_lastRefresh = now();
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
                           .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
                                Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));

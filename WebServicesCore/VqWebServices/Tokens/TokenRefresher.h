@@ -57,7 +57,6 @@ private:
     const std::shared_ptr<RunState> m_queries;
     QString m_signInMark;
     ProductTokens m_tokensBefore; ///< As they were when the refresh was begun.
-    QDateTime m_lastRefresh;
     const LostAnswerMark m_mark;
     RefreshNotice m_notice;
     int m_failureCount = 0;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Runtime/WebServicesManagerImp.h"
+
+namespace Velquor::WebServices {
+
+/// Where the operations without a client key go: to the keyed facade, with the key of the process's default client. Thread: any.
+
+[[nodiscard]] inline WebServicesManagerEx& keyed() {
+    return WebServicesManagerImp::instance();
+}
+
+[[nodiscard]] inline QString self() {
+    return WebServicesManagerImp::defaultClientKey();
+}
+
+} // namespace Velquor::WebServices
