@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QMap>
 #include <QString>
+#include <QStringList>
 #include <VqWebServices/ICredentialPrompt.h>
 #include <VqWebServices/IWebServicesObserver.h>
 #include <VqWebServices/NetworkCookieJar.h>
@@ -79,6 +81,14 @@ public:
     static bool IsOAuth2TokenRefreshTimerActive(const QString& key, const OAuth2TokenSpec& spec);
     static bool IsTokenRefreshTimerActive();
     static bool IsTokenRefreshTimerActive(const QString& key);
+
+    // What support looks at. None of it holds a secret.
+
+    /// The clients of this process with their configurations, and the product login sessions, as compact UTF-8 JSON:
+    /// {"LoginSession": {"Clients": [...], "ProductLoginSessions": [...]}}. Empty before `Initialize`.
+    static QByteArray GetLoginSessionDump();
+    /// What the processes of the user show each other, line by line. Empty before `Initialize`.
+    static QStringList GetProcessStateDump();
 
     static void AddObserver(IWebServicesObserver* observer);
     static void RemoveObserver(IWebServicesObserver* observer);

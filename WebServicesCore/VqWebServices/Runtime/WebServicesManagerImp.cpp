@@ -53,6 +53,11 @@ std::shared_ptr<LoginSession> WebServicesManagerImp::session() const {
     return m_library.session;
 }
 
+std::shared_ptr<Util::ProcessState> WebServicesManagerImp::processState() const {
+    const QMutexLocker lock(&m_stateMutex);
+    return m_library.processState;
+}
+
 bool WebServicesManagerImp::hasLogConfiguration() const {
     const QMutexLocker lock(&m_stateMutex);
     return m_library.hasLogConfiguration;

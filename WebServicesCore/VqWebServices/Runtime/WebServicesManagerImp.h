@@ -27,6 +27,9 @@ public:
     /// The session of this moment; null while the library is not initialized. Holding it keeps it alive.
     [[nodiscard]] std::shared_ptr<LoginSession> session() const;
 
+    /// The flags of the processes; null while the library is not initialized.
+    [[nodiscard]] std::shared_ptr<Util::ProcessState> processState() const;
+
     /// False when the log configuration was missing at start-up: then nothing that needs the network is done.
     [[nodiscard]] bool hasLogConfiguration() const;
 

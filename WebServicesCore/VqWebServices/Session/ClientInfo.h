@@ -2,6 +2,7 @@
 
 #include "Values/ConfigurationPointer.h"
 
+#include <QList>
 #include <QMap>
 #include <QString>
 #include <QVector>
@@ -41,6 +42,7 @@ public:
     [[nodiscard]] QString displayName() const;
 
     void setConfiguration(const ConfigurationPointer& configuration);
+    [[nodiscard]] QList<ConfigurationPointer> configurations() const { return m_configurations.values(); }
     [[nodiscard]] ConfigurationPointer configuration(int server) const { return m_configurations.value(server); }
     /// The consumer key of the configuration for a server: the product's key, which stands in the login state file in clear as
     /// well.
@@ -53,7 +55,7 @@ public:
     [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
 
 private:
-    const ClientIdentity m_identity;
+    ClientIdentity m_identity;
     QMap<int, ConfigurationPointer> m_configurations;
     QMap<int, QString> m_productKeys;
     OAuth2Settings m_oauth2;

@@ -40,6 +40,14 @@ QString ClientRegistry::describeAll() const {
     return names.isEmpty() ? QString() : QLatin1Char(' ') + names.join(QStringLiteral(", "));
 }
 
+QVector<ClientInfo> ClientRegistry::all() const {
+    const QMutexLocker lock(&m_mutex);
+    QVector<ClientInfo> copies;
+    for (const auto& client : m_clients)
+        copies.append(*client);
+    return copies;
+}
+
 bool ClientRegistry::contains(const QString& clientKey) const {
     const QMutexLocker lock(&m_mutex);
     return m_clients.contains(clientKey);

@@ -21,6 +21,8 @@ public:
     void add(const ClientIdentity& identity);
     void remove(const QString& clientKey);
 
+    /// Copies, as of this moment.
+    [[nodiscard]] QVector<ClientInfo> all() const;
     [[nodiscard]] bool contains(const QString& clientKey) const;
     /// The client's name in log texts; an unknown client is named as such.
     [[nodiscard]] QString displayName(const QString& clientKey) const;

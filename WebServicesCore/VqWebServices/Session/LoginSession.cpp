@@ -5,6 +5,7 @@
 #include "Session/LoginStateSaver.h"
 #include "Session/SessionFlow.h"
 #include "Session/SignOutFlow.h"
+#include "Session/StateDump.h"
 #include "Session/TokenOperations.h"
 #include "Tokens/IRequestFlags.h"
 #include "Values/WebServicesConfigurationImp.h"
@@ -63,12 +64,14 @@ bool LoginSession::RemoveClient(const QString& clientKey) {
     const QMutexLocker lock(&m_core.lock);
     const QString name = m_core.clients.displayName(clientKey);
     m_logger.information(QStringLiteral("Removing client %1").arg(name));
-    const QString productKey = m_core.productKey(clientKey);
-    const Server server = m_core.currentServer();
-    if (!productKey.isEmpty() && m_core.products.find(productKey, server)) {
-        m_logger.information(
-            QStringLiteral("Deleting product login session for product %1, server %2").arg(name, serverName(server)));
-        m_core.products.remove(productKey, server);
+    if (const ProductSessionPointer product = m_core.product(clientKey)) {
+        product->RemoveClientReference(clientKey);
+        // Another client of this process may be the same product.
+        if (product->clientReferences().isEmpty()) {
+            m_logger.information(QStringLiteral("Deleting product login session for product %1, server %2")
+                                     .arg(name, serverName(product->server())));
+            m_core.products.remove(product->productKey(), product->server());
+        }
     }
     m_core.clients.remove(clientKey);
     return true;
@@ -331,6 +334,8 @@ ProductTokens LoginSession::tokens(const QString& clientKey) {
     const ProductSessionPointer product = m_core.product(clientKey);
     return product ? product->tokens() : ProductTokens();
 }
+
+QJsonObject LoginSession::stateDump() { return dumpState(m_core); }
 
 NetworkCookieJar LoginSession::loginCookies() {
     return decryptCookies(basicState().loginCookies, *m_core.services.cryptor, m_logger);

@@ -8,6 +8,7 @@
 #include "Session/SessionCore.h"
 #include "Session/SignInFlow.h"
 
+#include <QJsonObject>
 #include <QNetworkReply>
 #include <QObject>
 #include <QThread>
@@ -95,6 +96,9 @@ public:
     /// For requests that a proxy has refused: neither waits for a sign-in or sign-out that is under way.
     [[nodiscard]] ProxyLogin findProxyLogin(const ProxyAddress& proxy, const RefusedLogins& refused) const;
     void keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login);
+
+    /// Clients and product login sessions, for support; no secrets.
+    [[nodiscard]] QJsonObject stateDump();
 
     [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
 

@@ -89,6 +89,11 @@ void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
             .arg(describeReferences()));
 }
 
+QString ProductLoginSession::clientReferences() const {
+    const QMutexLocker lock(&m_mutex);
+    return describeReferences();
+}
+
 QString ProductLoginSession::describeReferences() const {
     QStringList keys(m_clientReferences.cbegin(), m_clientReferences.cend());
     keys.sort();

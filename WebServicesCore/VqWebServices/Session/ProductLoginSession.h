@@ -52,6 +52,8 @@ public:
 
     void AddClientReference(const QString& clientKey);
     void RemoveClientReference(const QString& clientKey);
+    /// The keys of the clients that refer to it, joined by commas.
+    [[nodiscard]] QString clientReferences() const;
 
     /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
     /// sign-in can be used. False when there are no tokens and nothing can be done about it.

@@ -1,0 +1,24 @@
+// What support looks at: the state of this process and what the processes show each other.
+
+#include "Facade/FacadeCall.h"
+#include "VqUtil/Ipc/ProcessState.h"
+
+#include <QJsonDocument>
+#include <VqWebServices/WebServicesPrivate.h>
+
+namespace Velquor::WebServices {
+
+QByteArray WebServicesPrivate::GetLoginSessionDump() {
+    return withSession("GetLoginSessionDump", QByteArray(), [](LoginSession& session) {
+        return QJsonDocument(session.stateDump()).toJson(QJsonDocument::Compact);
+    });
+}
+
+QStringList WebServicesPrivate::GetProcessStateDump() {
+    return withSession("GetProcessStateDump", QStringList(), [](LoginSession&) {
+        const auto processState = WebServicesManagerImp::instance().processState();
+        return processState ? processState->dump(QStringLiteral("Support")) : QStringList();
+    });
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,110 @@
+// Several clients of one process: who is registered, who shares a product, and what support sees of it.
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QtTest>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+const auto secret = QStringLiteral("demo-secret-0001");
+const auto partner = QStringLiteral("partner");
+
+} // namespace
+
+class ClientsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_service.start());
+        SupportFiles::setSearchPaths(m_service.folder());
+    }
+
+    void init() {
+        QVERIFY(m_service.reset());
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_session = m_fixture->makeSession(key, secret);
+    }
+
+    void cleanup() { m_session.reset(); }
+
+    void registersAClientOnce() {
+        const ClientIdentity identity{partner, 2, QStringLiteral("Partner product"), QStringLiteral("/opt/partner")};
+        QVERIFY(m_session->AddClient(identity));
+        QVERIFY(m_session->AddClient(identity));
+        QCOMPARE(clients().size(), 2);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Added client Partner product. Clients (2): Test product, Partner product")));
+        QVERIFY(m_session->RemoveClient(QStringLiteral("nobody")));
+        QCOMPARE(clients().size(), 2);
+        QVERIFY(m_session->RemoveClient(partner));
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Removed client Partner product. Clients (1): Test product")));
+    }
+
+    // Two clients with one consumer key: the product of the one that stays must not lose its tokens.
+    void theLastClientOfAProductEndsIt() {
+        signIn();
+        addPartner();
+        QCOMPARE(products().size(), 1);
+        QVERIFY(m_session->RemoveClient(partner));
+        QVERIFY(m_session->isLoggedIn(key));
+        QCOMPARE(products().at(0).toObject().value("ClientReferences").toString(), key);
+        QVERIFY(m_session->RemoveClient(key));
+        QVERIFY(products().isEmpty());
+    }
+
+    void theStateDumpTellsNoSecrets() {
+        signIn();
+        addPartner();
+        // The workers start on a thread of their own.
+        QTRY_VERIFY(products().at(0).toObject().value("IsTokenRefreshTimerActive").toBool());
+        const QJsonObject dump = m_session->stateDump();
+        QCOMPARE(dump.keys(), QStringList("LoginSession"));
+        const QJsonObject client = clients().at(0).toObject();
+        QCOMPARE(client.keys(), QStringList({"Configurations", "ConsumerKey", "Pid", "ProductExeFile", "ProductName"}));
+        QCOMPARE(client.value("ConsumerKey").toString(), key);
+        QCOMPARE(client.value("Pid").toInt(), 1);
+        QCOMPARE(client.value("Configurations").toArray().at(0).toObject().value("Server").toInt(-7), int(Production));
+        const QJsonObject product = products().at(0).toObject();
+        QCOMPARE(product.value("ConsumerKey").toString(), key);
+        QCOMPARE(product.value("IsOAuth2Enabled"), QJsonValue(false));
+        QCOMPARE(product.value("ClientReferences").toString(), key + QStringLiteral(", ") + partner);
+        const QByteArray text = QJsonDocument(dump).toJson();
+        Util::SecretBytes token;
+        Util::SecretBytes tokenSecret;
+        QVERIFY(m_session->GetAccessToken(key, false, token, tokenSecret));
+        for (const QByteArray& hidden : {secret.toUtf8(), QByteArray(token.data(), token.size()), QByteArray(tokenSecret.data(), tokenSecret.size())})
+            QVERIFY(!hidden.isEmpty() && !text.contains(hidden));
+    }
+
+private:
+    void signIn() {
+        QVERIFY(m_session->RestoreLogin(key, false));
+        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
+    }
+
+    void addPartner() {
+        QVERIFY(m_session->AddClient({partner, 1, QStringLiteral("Partner product"), QStringLiteral("/opt/partner")}));
+        QVERIFY(m_session->SetConfiguration(partner, TestKit::SessionFixture::configuration(key, secret)));
+    }
+
+    [[nodiscard]] QJsonArray part(const char* name) {
+        return m_session->stateDump().value("LoginSession").toObject().value(QLatin1String(name)).toArray();
+    }
+    [[nodiscard]] QJsonArray clients() { return part("Clients"); }
+    [[nodiscard]] QJsonArray products() { return part("ProductLoginSessions"); }
+
+    TestKit::AccountServiceProcess m_service;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::unique_ptr<LoginSession> m_session;
+};
+
+QTEST_GUILESS_MAIN(ClientsTest)
+#include "ClientsTest.moc"
