@@ -12,6 +12,7 @@
 #include <VqWebServices/RetrySchedule.h>
 #include <VqWebServices/VqWebServicesGlobal.h>
 #include <VqWebServices/WebServicesConfiguration.h>
+#include <VqWebServices/WebServicesEvent.h>
 #include <VqWebServices/WebServicesUrlCode.h>
 #include <memory>
 #include <string>
@@ -89,6 +90,16 @@ public:
     static QByteArray GetLoginSessionDump();
     /// What the processes of the user show each other, line by line. Empty before `Initialize`.
     static QStringList GetProcessStateDump();
+
+    // Events, for sibling modules that change what the library cannot see. Observers are called on the thread that initialized the
+    // library; another thread does not wait for them. A number that is no event is ignored, with one log line.
+
+    /// About the product of the process's default client. `sendToOthers` (the default): the other processes of the user hear it too.
+    static void RaiseEvent(WebServicesPrivateCore::WebServicesEvent event);
+    static void RaiseEvent(WebServicesPrivateCore::WebServicesEvent event, bool sendToOthers);
+    /// About the product with this consumer key; it may be empty for an event that concerns the user.
+    static void RaiseEvent(const QString& consumerKey, WebServicesPrivateCore::WebServicesEvent event);
+    static void RaiseEvent(const QString& consumerKey, WebServicesPrivateCore::WebServicesEvent event, bool sendToOthers);
 
     static void AddObserver(IWebServicesObserver* observer);
     static void RemoveObserver(IWebServicesObserver* observer);

@@ -59,6 +59,17 @@ private slots:
         QVERIFY(products().isEmpty());
     }
 
+    // Only one product is read from the file then; that the user was signed out meanwhile is still found afterwards.
+    void aProductThatIsReadAloneHidesNoSignOut() {
+        signIn();
+        const auto other = m_fixture->makeSession();
+        QVERIFY(other->RestoreLogin(key, false));
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        QVERIFY(other->Logout(key, error, true));
+        addPartner();
+        QVERIFY(!m_session->isLoggedIn(QString()));
+    }
+
     void theStateDumpTellsNoSecrets() {
         signIn();
         addPartner();

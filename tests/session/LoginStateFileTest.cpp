@@ -20,8 +20,8 @@ const auto otherKey = QStringLiteral("other-product-0002");
 // A process that nobody listens to, and that looks at the file only when it is told to.
 class SilentVoice : public ISessionVoice {
 public:
-    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
-    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
+    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void forceLogout(const QString&) override {}
     bool catchUpWithin(int) override { return true; }
 };

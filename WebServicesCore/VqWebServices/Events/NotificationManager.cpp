@@ -1,5 +1,7 @@
 #include "Events/NotificationManager.h"
 
+#include "Values/OAuth2TokenSpecImp.h"
+
 #include "Network/SslDiagnosis.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
@@ -87,27 +89,35 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
         return;
     }
     m_logger->information(QStringLiteral("Received web services event %1 from another process").arg(eventName(event)));
-    m_listener.eventReceived(event, params);
+    EventSubject subject(params.value(EventParam::consumerKey).toString());
+    if (isAboutOneToken(event))
+        subject.oauth2Spec = GetOAuth2TokenSpec(params, event);
+    if (subject.oauth2Spec || !isAboutOneToken(event))
+        m_listener.eventReceived(event, subject);
 }
 
-bool NotificationManager::GetOAuth2TokenSpec(const QVariantMap& params, Event event, OAuth2TokenSpec& spec) const {
+std::optional<OAuth2TokenSpec> NotificationManager::GetOAuth2TokenSpec(const QVariantMap& params, Event event) const {
+    OAuth2TokenSpec spec;
+    OAuth2TokenSpecImp& data = OAuth2TokenSpecImp::of(spec);
     const auto type = params.constFind(EventParam::oauth2Type);
     if (type == params.constEnd()) {
         m_logger->warning(
             QStringLiteral("Received web services event %1 from another (probably old) process without OAuth2 token type")
                 .arg(eventName(event)));
-        return false;
+        data.legacy = true;
+        return spec;
     }
     const int number = type->toInt();
     if (number != RT && number != JWT) {
         m_logger->warning(QStringLiteral("Received web services event %1 from another process with invalid OAuth2 token type %2")
                               .arg(eventName(event))
                               .arg(number));
-        return false;
+        return {};
     }
     spec.SetType(static_cast<OAuth2TokenType>(number));
     spec.SetScope(params.value(EventParam::oauth2Scope).toString().toStdWString().c_str());
-    return true;
+    data.legacy = params.value(EventParam::oauth2Legacy).toBool();
+    return spec;
 }
 
 } // namespace Velquor::WebServices

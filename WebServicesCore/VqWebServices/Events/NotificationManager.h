@@ -31,8 +31,9 @@ public:
 
     void HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method);
 
-    /// The token spec of an OAuth2 event; false, with a line in the log, when the event does not tell a valid type.
-    [[nodiscard]] bool GetOAuth2TokenSpec(const QVariantMap& params, Event event, OAuth2TokenSpec& spec) const;
+    /// The token spec of an OAuth2 event. An event without a type comes from an older process, which knows one kind of token only. Null,
+    /// with a line in the log, for a type that is none.
+    [[nodiscard]] std::optional<OAuth2TokenSpec> GetOAuth2TokenSpec(const QVariantMap& params, Event event) const;
 
 public slots:
     void Start();

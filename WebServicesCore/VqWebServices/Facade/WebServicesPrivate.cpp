@@ -123,12 +123,4 @@ void WebServicesPrivate::SetCredentialPrompt(std::shared_ptr<ICredentialPrompt> 
     ProxyPrompt::instance().setPrompt(std::move(prompt));
 }
 
-void WebServicesPrivate::AddObserver(IWebServicesObserver* observer) {
-    WebServicesManagerImp::instance().manager().AddObserver(observer);
-}
-
-void WebServicesPrivate::RemoveObserver(IWebServicesObserver* observer) {
-    WebServicesManagerImp::instance().manager().RemoveObserver(observer);
-}
-
 } // namespace Velquor::WebServices

@@ -1,6 +1,11 @@
 #include "Session/EventReactions.h"
 
+#include "Session/OAuth2Operations.h"
+#include "Session/ProductStateLoader.h"
 #include "Session/TokenOperations.h"
+
+#include <chrono>
+#include <mutex>
 
 namespace Velquor::WebServices {
 
@@ -15,16 +20,21 @@ EventReactions::EventReactions(SessionCore& core)
     : m_core(core)
     , m_logger(*core.services.logger) {}
 
-void EventReactions::eventReceived(Event event, const QVariantMap& params) {
-    const QString consumerKey = params.value(EventParam::consumerKey).toString();
+void EventReactions::eventReceived(Event event, const EventSubject& subject) {
     switch (event) {
-    case Event::LoggedIn: return signedIn(consumerKey);
+    case Event::LoggedIn: return signedIn(subject.consumerKey);
     case Event::LoggedOut: return signedOut();
-    case Event::TokenRefreshed: return tokenRefreshed(consumerKey);
-    case Event::TokenAcquired: return tokenAcquired(consumerKey);
+    case Event::TokenRefreshed: return tokenRefreshed(subject.consumerKey);
+    case Event::TokenAcquired: return tokenAcquired(subject.consumerKey);
+    case Event::OAuth2Enabled:
+        OAuth2Operations(m_core).enabledElsewhere(subject.consumerKey, *subject.oauth2Spec);
+        break;
+    case Event::OAuth2Disabled:
+        OAuth2Operations(m_core).disabledElsewhere(subject.consumerKey);
+        break;
     case Event::OAuth2TokenAcquired:
     case Event::OAuth2TokenRefreshed:
-        oauth2TokenChanged(event, consumerKey);
+        oauth2TokenChanged(event, subject);
         break;
     case Event::OAuth2TokenQueryFailed:
         m_logger.warning(QStringLiteral("OAuth2 access token query failed in another process"));
@@ -34,7 +44,7 @@ void EventReactions::eventReceived(Event event, const QVariantMap& params) {
         break;
     default: break;
     }
-    m_core.voice->raiseEventHere(event, consumerKey);
+    m_core.voice->raiseEventHere(event, subject);
 }
 
 void EventReactions::signedIn(const QString& consumerKey) {
@@ -50,7 +60,7 @@ void EventReactions::signedIn(const QString& consumerKey) {
 
 void EventReactions::signedOut() {
     const QString user = m_core.basic().userName;
-    m_logger.information(QStringLiteral("User %1 logged out another process").arg(user));
+    m_logger.information(QStringLiteral("User %1 logged out in another process").arg(user));
     m_core.voice->catchUpWithin(catchUpWaitMs);
 }
 
@@ -63,16 +73,15 @@ void EventReactions::tokenRefreshed(const QString& consumerKey) {
     m_core.voice->raiseEventHere(Event::TokenRefreshed, consumerKey);
 }
 
-void EventReactions::oauth2TokenChanged(Event event, const QString& consumerKey) {
-    const ProductSessionPointer product = m_core.products.find(consumerKey, m_core.currentServer());
-    if (!product || !product->oauth2().isEnabled())
+void EventReactions::oauth2TokenChanged(Event event, const EventSubject& subject) {
+    const ProductSessionPointer product = m_core.products.find(subject.consumerKey, m_core.currentServer());
+    const OAuth2SessionPointer session = product ? product->oauth2().find(*subject.oauth2Spec) : OAuth2SessionPointer();
+    if (!session)
         return;
-    for (const OAuth2SessionPointer& session : product->oauth2().all()) {
-        if (event == Event::OAuth2TokenAcquired)
-            session->acquiredElsewhere();
-        else
-            session->refreshedElsewhere(consumerKey);
-    }
+    if (event == Event::OAuth2TokenAcquired)
+        session->acquiredElsewhere();
+    else
+        session->refreshedElsewhere(subject.consumerKey);
 }
 
 void EventReactions::tokenAcquired(const QString& consumerKey) {
@@ -80,7 +89,17 @@ void EventReactions::tokenAcquired(const QString& consumerKey) {
     TokenOperations* const operations = product ? product->operations() : nullptr;
     if (operations)
         operations->tokenAcquiredElsewhere();
+    else
+        loadUnconfigured(consumerKey);
     m_core.voice->raiseEventHere(Event::TokenAcquired, consumerKey);
+}
+
+// A product that no client here has configured, or that is not signed in yet: its sign-in may serve another product of this process.
+void EventReactions::loadUnconfigured(const QString& consumerKey) {
+    if (!m_core.isRestored() || !m_core.lock.try_lock_for(std::chrono::milliseconds(catchUpWaitMs)))
+        return;
+    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
+    (void)ProductStateLoader(m_core).SetInfor1(consumerKey);
 }
 
 } // namespace Velquor::WebServices

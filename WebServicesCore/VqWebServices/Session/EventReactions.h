@@ -12,14 +12,15 @@ class EventReactions : public INotificationListener {
 public:
     explicit EventReactions(SessionCore& core);
 
-    void eventReceived(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params) override;
+    void eventReceived(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) override;
 
 private:
     void signedIn(const QString& consumerKey);
     void signedOut();
     void tokenRefreshed(const QString& consumerKey);
-    void oauth2TokenChanged(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey);
+    void oauth2TokenChanged(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
     void tokenAcquired(const QString& consumerKey);
+    void loadUnconfigured(const QString& consumerKey);
 
     SessionCore& m_core;
     Log::ILogger& m_logger;

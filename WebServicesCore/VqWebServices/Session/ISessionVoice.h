@@ -1,8 +1,6 @@
 #pragma once
 
-#include "Events/WebServicesEvent.h"
-
-#include <QString>
+#include "Events/EventSubject.h"
 
 namespace Velquor::WebServices {
 
@@ -14,9 +12,9 @@ public:
     virtual ~ISessionVoice() = default;
 
     /// Tells this process and, where the event is one for them, the others.
-    virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey) = 0;
+    virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
     /// Tells this process only: the others know it already.
-    virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey) = 0;
+    virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
     /// Signs the user out later, on the main thread, with the product of this key as the one that asks.
     virtual void forceLogout(const QString& productKey) = 0;
     /// Takes over what other processes have written to the file. Waits at most so long for a step of this process that is under

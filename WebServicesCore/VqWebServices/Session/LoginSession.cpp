@@ -3,6 +3,7 @@
 #include "Session/LoginCookies.h"
 #include "Session/LoginStateLoader.h"
 #include "Session/LoginStateSaver.h"
+#include "Session/ProductStateLoader.h"
 #include "Session/SessionFlow.h"
 #include "Session/SignOutFlow.h"
 #include "Session/StateDump.h"
@@ -119,7 +120,7 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
         m_logger.information(skipped);
         return true;
     }
-    LoginStateLoader(m_core).loadProduct(clientKey);
+    ProductStateLoader(m_core).loadProduct(clientKey);
     m_logger.information(QStringLiteral("creating product login session if login is already restored and currently logged in."));
     if (const ProductSessionPointer product = m_core.configuredProduct(clientKey))
         product->CheckTokensToQuery(m_core);
@@ -178,7 +179,7 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
     {
         const QMutexLocker lock(&m_core.lock);
         if (m_core.isRestored() && !force) {
-            if (!LoginStateLoader(m_core).loadProduct(clientKey))
+            if (!ProductStateLoader(m_core).loadProduct(clientKey))
                 m_logger.information(
                     QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
             m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));

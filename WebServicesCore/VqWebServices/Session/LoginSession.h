@@ -87,6 +87,10 @@ public:
     /// The same for an operation that fails without the client: one log line says so.
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
+    /// Tells the observers and listeners of this process, on the main thread, and when `sendToOthers` is set also the other
+    /// processes of the user.
+    void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers);
+
     // The proxy credentials, as of `ProxyCredentials`.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
     bool ClearProxyInfo();
@@ -131,19 +135,16 @@ private:
     /// state is held by another step for longer than `waitMs` milliseconds.
     bool catchUp(int waitMs = 0);
     void applyFile(int guardTimeoutMs);
-    void raiseEvent(Event event, const QString& consumerKey) override { RaiseEvent(event, consumerKey, true); }
-    void raiseEventHere(Event event, const QString& consumerKey) override { RaiseEvent(event, consumerKey, false); }
+    void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, true); }
+    void raiseEventHere(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, false); }
     void startNotifications();
     void stopNotifications();
-    void sendToOthers(Event event, const QString& consumerKey);
+    void sendToOthers(Event event, const EventSubject& subject);
     void emitToListeners(Event event);
     void forceLogout(const QString& productKey) override;
     bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
-    /// Tells the observers and listeners of this process, on the main thread, and when `sendToOthers` is set also the other
-    /// processes of the user.
-    void RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers);
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
     [[nodiscard]] bool isCompanionLoaded() const;
 

@@ -84,21 +84,21 @@ void LoginSession::applyFile(int guardTimeoutMs) {
     m_core.configureProducts();
 }
 
-void LoginSession::RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers) {
+void LoginSession::RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
     const QString name = eventName(event);
     m_logger.information(QStringLiteral("Raising web services event %1").arg(name));
     if (sendToOthers && isForOtherProcesses(event))
-        this->sendToOthers(event, consumerKey);
+        this->sendToOthers(event, subject);
     if (QThread::currentThread() == thread()) {
-        CallObserversSlot(event, consumerKey, nullptr);
+        CallObserversSlot(event, subject.consumerKey, nullptr);
         return;
     }
     m_logger.information(
         QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread").arg(name));
-    emit CallObserversTrigger(event, consumerKey, nullptr);
+    emit CallObserversTrigger(event, subject.consumerKey, nullptr);
 }
 
-void LoginSession::sendToOthers(Event event, const QString& consumerKey) {
+void LoginSession::sendToOthers(Event event, const EventSubject& subject) {
     if (event == Event::LoggedIn && !m_core.isLoggedIn()) {
         m_logger.information(
             QStringLiteral(
@@ -108,7 +108,7 @@ void LoginSession::sendToOthers(Event event, const QString& consumerKey) {
     }
     const QMutexLocker lock(&m_notificationMutex);
     if (m_notifications)
-        m_notifications->SendInterProcessMessage(event, {{EventParam::consumerKey, consumerKey}});
+        m_notifications->SendInterProcessMessage(event, toParams(subject));
 }
 
 void LoginSession::startNotifications() {

@@ -225,32 +225,4 @@ void LoginStateLoader::discard(QDomDocument document) {
         m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_core.file.path()));
 }
 
-bool LoginStateLoader::loadProduct(const QString& clientKey) {
-    const QString path = m_core.file.path();
-    const QString name = m_core.clients.displayName(clientKey);
-    m_logger.information(QStringLiteral("Loading login state of product %1 from file %2").arg(name, path));
-    const LoginStateFile::Guard guard(m_core.file);
-    const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
-    const QDomElement login = content.isRead() ? findLogin(content.root()) : QDomElement();
-    const QString key = m_core.productKey(clientKey);
-    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
-    while (!product.isNull() && (key.isEmpty() || product.attribute(Names::productKey) != key))
-        product = product.nextSiblingElement(Names::product);
-    const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_core.configuredProduct(clientKey);
-    if (session) {
-        session->Load(product);
-        m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));
-    } else if (!product.isNull()) {
-        m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
-                           .arg(name, serverName(m_core.currentServer())));
-    } else {
-        m_logger.information(
-            QStringLiteral(
-                "Failed to load login state of product %1 from login state file %2. Login state not found for this product.")
-                .arg(name, path));
-    }
-    m_logger.information(QStringLiteral("Finished loading login state of product %1 from file %2").arg(name, path));
-    return session != nullptr;
-}
-
 } // namespace Velquor::WebServices

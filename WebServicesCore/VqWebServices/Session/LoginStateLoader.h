@@ -24,8 +24,8 @@ public:
     /// very document that was checked.
     void loadFrom(const LoginStateFile::Content& content, bool takeServer);
 
-    /// The tokens of one product. False when the file does not hold them.
-    bool loadProduct(const QString& clientKey);
+    /// The sign-in on the current server; null, with one log line, when the document holds none.
+    [[nodiscard]] QDomElement findLogin(const QDomElement& root);
 
 private:
     enum class Verdict { Valid, NoLogin, Discard };
@@ -38,7 +38,6 @@ private:
     [[nodiscard]] static bool isBecomingValid(const ProductLoginSession& session);
     [[nodiscard]] bool isKeyOfOtherServer(const QString& productKey, Server& server) const;
     void discard(QDomDocument document);
-    [[nodiscard]] QDomElement findLogin(const QDomElement& root);
 
     SessionCore& m_core;
     Log::ILogger& m_logger;

@@ -4,6 +4,7 @@
 #include "Session/TokenOperations.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace Velquor::WebServices {
@@ -36,12 +37,8 @@ bool OAuth2Operations::EnableOAuth2(const QString& clientKey, const OAuth2TokenS
         m_logger.error(QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
         return false;
     }
-    const ProductSessionPointer product = m_core.product(clientKey);
-    if (product && m_core.isLoggedIn(clientKey)) {
-        product->EnableOAuth2(m_core.clients.oauth2(clientKey).specs);
-        product->CheckTokensToQuery(m_core);
-    }
-    m_core.voice->raiseEvent(Event::OAuth2Enabled, productKey(clientKey));
+    startTokens(clientKey);
+    m_core.voice->raiseEvent(Event::OAuth2Enabled, {productKey(clientKey), spec});
     return true;
 }
 
@@ -50,12 +47,59 @@ bool OAuth2Operations::DisableOAuth2(const QString& clientKey) {
         m_logger.error(QStringLiteral("Failed to disable OAuth2. Client info not found for client key %1.").arg(clientKey));
         return false;
     }
-    const ProductSessionPointer product = m_core.product(clientKey);
-    // Another client of this process may still use the product's tokens.
-    if (product && !m_core.clients.isOAuth2Used(product->productKey(), product->server()) && product->DisableOAuth2())
-        m_core.voice->raiseEvent(Event::OAuth2TokenDiscarded, product->productKey());
+    discardUnused(m_core.product(clientKey));
     m_core.voice->raiseEvent(Event::OAuth2Disabled, productKey(clientKey));
     return true;
+}
+
+void OAuth2Operations::discardUnused(const ProductSessionPointer& product) {
+    // Another client of this process may still use the product's tokens.
+    if (!product || m_core.clients.isOAuth2Used(product->productKey(), product->server()) || !product->DisableOAuth2())
+        return;
+    const QVector<OAuth2SessionPointer> sessions = product->oauth2().all();
+    for (const OAuth2SessionPointer& session : sessions)
+        m_core.voice->raiseEventHere(Event::OAuth2TokenDiscarded, {product->productKey(), session->spec()});
+}
+
+QStringList OAuth2Operations::clientsOf(const QString& productKey) const {
+    QStringList keys = m_core.clients.configuredFor(m_core.currentServer());
+    keys.erase(std::remove_if(keys.begin(), keys.end(),
+                              [&](const QString& clientKey) { return m_core.productKey(clientKey) != productKey; }),
+               keys.end());
+    return keys;
+}
+
+void OAuth2Operations::enabledElsewhere(const QString& productKey, const OAuth2TokenSpec& spec) {
+    bool isNew = false;
+    const QStringList clientKeys = clientsOf(productKey);
+    for (const QString& clientKey : clientKeys)
+        isNew = isNew || !m_core.clients.oauth2(clientKey).specs.contains(spec);
+    if (!isNew)
+        return;
+    m_logger.information(QStringLiteral(
+        "OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
+    for (const QString& clientKey : clientKeys)
+        m_core.clients.enableOAuth2(clientKey, spec);
+    startTokens(clientKeys.first());
+}
+
+void OAuth2Operations::disabledElsewhere(const QString& productKey) {
+    if (!m_core.clients.isOAuth2Used(productKey, m_core.currentServer()))
+        return;
+    m_logger.information(QStringLiteral(
+        "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
+    const QStringList clientKeys = clientsOf(productKey);
+    for (const QString& clientKey : clientKeys)
+        m_core.clients.disableOAuth2(clientKey);
+    discardUnused(m_core.products.find(productKey, m_core.currentServer()));
+}
+
+void OAuth2Operations::startTokens(const QString& clientKey) {
+    const ProductSessionPointer product = m_core.product(clientKey);
+    if (!product || !m_core.isLoggedIn(clientKey))
+        return;
+    product->EnableOAuth2(m_core.clients.oauth2(clientKey).specs);
+    product->CheckTokensToQuery(m_core);
 }
 
 void OAuth2Operations::waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held) {

@@ -18,6 +18,10 @@ public:
     bool EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec);
     bool DisableOAuth2(const QString& clientKey);
 
+    /// Another process has enabled or disabled OAuth2 for the product with this consumer key: so do all its clients here.
+    void enabledElsewhere(const QString& productKey, const OAuth2TokenSpec& spec);
+    void disabledElsewhere(const QString& productKey);
+
     [[nodiscard]] OAuth2Token GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* spec, bool waitToFinish);
     /// An asynchronous one returns at once, with true when it was started.
     bool RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* spec, bool synchronous);
@@ -38,6 +42,10 @@ private:
     [[nodiscard]] OAuth2SessionPointer session(const QString& clientKey, const OAuth2TokenSpec& spec) const;
     /// The session to get the token of, found under the login session lock when that may be waited for; null with a line in the log.
     [[nodiscard]] OAuth2SessionPointer lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const;
+    /// The clients of this process that are the product with this consumer key.
+    [[nodiscard]] QStringList clientsOf(const QString& productKey) const;
+    void startTokens(const QString& clientKey);
+    void discardUnused(const ProductSessionPointer& product);
     void waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held);
     [[nodiscard]] QString refusal(const QString& clientKey) const;
     bool refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous);

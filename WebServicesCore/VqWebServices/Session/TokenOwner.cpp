@@ -116,6 +116,11 @@ void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
         m_core.voice->raiseEvent(event, m_product.productKey());
 }
 
+void TokenOwner::raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) {
+    if (!m_stopping)
+        m_core.voice->raiseEvent(event, {m_product.productKey(), spec});
+}
+
 void TokenOwner::forceLogout() {
     if (!m_stopping)
         m_core.voice->forceLogout(m_product.productKey());

@@ -33,6 +33,7 @@ public:
     [[nodiscard]] bool storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) override;
     [[nodiscard]] QRecursiveMutex& productLock() override;
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override;
+    void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) override;
     void forceLogout() override;
 
     /// Nothing is waited for any more: the product goes away.

@@ -64,6 +64,8 @@ public:
     [[nodiscard]] virtual QRecursiveMutex& productLock() = 0;
 
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) = 0;
+    /// The same for an event about one OAuth2 token.
+    virtual void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) = 0;
     /// Signs the user out, later and on the main thread, since the sign-in cannot be used any more.
     virtual void forceLogout() = 0;
 };

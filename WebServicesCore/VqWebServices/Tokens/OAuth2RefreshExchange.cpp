@@ -111,7 +111,7 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
                           .arg(Util::timeSpanText(now().msecsTo(reply.expiryDate))));
     endRetryProcess();
     finish(1);
-    owner().raiseEvent(Event::OAuth2TokenRefreshed);
+    owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_session.spec());
     updateRefreshTimer();
 }
 
@@ -127,7 +127,7 @@ void OAuth2TokenRefresher::takeFromFile() {
         QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
     endRetryProcess();
     finish(1);
-    owner().raiseEvent(Event::OAuth2TokenAvailable);
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
     updateRefreshTimer();
 }
 

@@ -85,11 +85,11 @@ void OAuth2TokenFetcher::announceLoaded() {
     log().information(
         QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
     m_announced = m_session.token().token;
-    owner().raiseEvent(Event::OAuth2TokenAvailable);
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
 }
 
 void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
-    // The event does not tell of which kind the token is, and the file may have been looked at before the event arrived.
+    // The file may have been looked at before the event arrived.
     if (!run().isBusy() && owner().catchUpWithFile(owner().signInMark()) && m_session.token().isValid(now())
         && m_session.token().token != m_announced)
         announceLoaded();
@@ -161,7 +161,7 @@ void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
     log().error(text);
     finish(0);
     startQueryTimer(retryMs);
-    owner().raiseEvent(Event::OAuth2TokenQueryFailed);
+    owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_session.spec());
 }
 
 void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
@@ -175,8 +175,8 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     }
     m_announced = m_session.token().token;
     finish(1);
-    owner().raiseEvent(Event::OAuth2TokenAcquired);
-    owner().raiseEvent(Event::OAuth2TokenAvailable);
+    owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
 }
 
 } // namespace Velquor::WebServices

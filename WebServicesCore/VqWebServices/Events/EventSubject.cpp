@@ -1,0 +1,30 @@
+#include "Events/EventSubject.h"
+
+#include "Values/OAuth2TokenSpecImp.h"
+
+namespace Velquor::WebServices {
+
+QVariantMap toParams(const EventSubject& subject) {
+    QVariantMap params{{EventParam::consumerKey, subject.consumerKey}};
+    if (subject.oauth2Spec) {
+        const OAuth2TokenSpecImp& spec = OAuth2TokenSpecImp::of(*subject.oauth2Spec);
+        params.insert(EventParam::oauth2Type, static_cast<int>(spec.type));
+        params.insert(EventParam::oauth2Scope, spec.scope);
+        params.insert(EventParam::oauth2Legacy, spec.legacy);
+    }
+    return params;
+}
+
+bool isAboutOneToken(WebServicesPrivateCore::WebServicesEvent event) {
+    using Event = WebServicesPrivateCore::WebServicesEvent;
+    switch (event) {
+    case Event::OAuth2Enabled:
+    case Event::OAuth2TokenAcquired:
+    case Event::OAuth2TokenRefreshed:
+    case Event::OAuth2TokenDiscarded:
+    case Event::OAuth2TokenQueryFailed: return true;
+    default: return false;
+    }
+}
+
+} // namespace Velquor::WebServices

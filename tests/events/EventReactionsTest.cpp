@@ -1,0 +1,129 @@
+// What a process does with the events that other processes report: the parts that need no other process to be shown.
+
+#include "Events/NotificationManager.h"
+#include "Session/EventReactions.h"
+#include "TestKit/SessionFixture.h"
+#include "Values/OAuth2TokenSpecImp.h"
+
+#include <QtTest>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+const auto otherKey = QStringLiteral("other-product-0002");
+
+OAuth2TokenSpec spec(OAuth2TokenType type, const wchar_t* scope, bool legacy = false) {
+    OAuth2TokenSpec made(type, scope);
+    OAuth2TokenSpecImp::of(made).legacy = legacy;
+    return made;
+}
+
+class RecordingListener : public INotificationListener {
+public:
+    void eventReceived(Event event, const EventSubject& subject) override {
+        heard += event;
+        last = subject;
+    }
+    QVector<Event> heard;
+    EventSubject last;
+};
+
+class RecordingVoice : public ISessionVoice {
+public:
+    void raiseEvent(Event event, const EventSubject&) override { toOthers += event; }
+    void raiseEventHere(Event event, const EventSubject&) override { here += event; }
+    void forceLogout(const QString&) override {}
+    bool catchUpWithin(int) override { return true; }
+    QVector<Event> toOthers;
+    QVector<Event> here;
+};
+
+} // namespace
+
+class EventReactionsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void readsTheTokenOfAnEvent_data() {
+        QTest::addColumn<QVariantMap>("params");
+        QTest::addColumn<bool>("isDelivered");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<bool>("isLegacy");
+        QTest::addColumn<QString>("line");
+        const auto sent = [](const OAuth2TokenSpec& made) { return toParams({key, made}); };
+        QTest::newRow("what was sent") << sent(spec(JWT, L"openid data")) << true << "JWT.data openid" << false << "";
+        QTest::newRow("of the older interface") << sent(spec(RT, L"", true)) << true << "RT.<none>" << true << "";
+        QTest::newRow("from an older process")
+            << QVariantMap{{EventParam::consumerKey, key}} << true << "RT.<none>" << true
+            << "Received web services event OAuth2TokenRefreshed from another (probably old) process without OAuth2 token type";
+        for (const QVariant& bad : {QVariant(77), QVariant(-1), QVariant(0), QVariant("JWT")})
+            QTest::newRow(qPrintable(QStringLiteral("type %1").arg(bad.toString())))
+                << QVariantMap{{EventParam::consumerKey, key}, {EventParam::oauth2Type, bad}} << false << "" << false
+                << QStringLiteral("Received web services event OAuth2TokenRefreshed from another process with invalid OAuth2 token type %1")
+                       .arg(bad.toInt());
+    }
+
+    void readsTheTokenOfAnEvent() {
+        QFETCH(QVariantMap, params);
+        QFETCH(bool, isDelivered);
+        QFETCH(QString, expected);
+        QFETCH(bool, isLegacy);
+        QFETCH(QString, line);
+        TestKit::SessionFixture fixture;
+        RecordingListener listener;
+        NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
+        manager.HandleInterProcessMessage(Event::OAuth2TokenRefreshed, params, IPCMethod::Socket);
+        QCOMPARE(listener.heard.size(), isDelivered ? 1 : 0);
+        QVERIFY(line.isEmpty() || fixture.hasLogged(line));
+        if (!isDelivered)
+            return;
+        QCOMPARE(listener.last.consumerKey, key);
+        QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), expected);
+        QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, isLegacy);
+    }
+
+    // Every client of the product follows; another product does not; nothing is sent back to the others.
+    void oauth2IsEnabledAndDisabledWithTheOthers() {
+        TestKit::SessionFixture fixture;
+        RecordingVoice voice;
+        SessionCore core(fixture.services(), &voice);
+        const auto add = [&core](const QString& clientKey, const QString& consumerKey) {
+            core.clients.add({clientKey, 1, clientKey, QStringLiteral("/opt/product")});
+            core.clients.setConfiguration(clientKey, std::make_shared<const WebServicesConfiguration>(TestKit::SessionFixture::configuration(
+                                                         consumerKey, QStringLiteral("secret"))));
+        };
+        add(QStringLiteral("first"), key);
+        add(QStringLiteral("second"), key);
+        add(QStringLiteral("stranger"), otherKey);
+        EventReactions reactions(core);
+        const OAuth2TokenSpec wished = spec(JWT, L"data");
+        const auto enabling = QStringLiteral(
+            "OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process.");
+        reactions.eventReceived(Event::OAuth2Enabled, {QStringLiteral("nobody"), wished});
+        QVERIFY(!fixture.hasLogged(enabling));
+        reactions.eventReceived(Event::OAuth2Enabled, {key, wished});
+        QVERIFY(fixture.hasLogged(enabling));
+        for (const char* const client : {"first", "second"})
+            QCOMPARE(core.clients.oauth2(QLatin1String(client)).defaultSpec(), wished);
+        QVERIFY(!core.clients.oauth2(QStringLiteral("stranger")).isEnabled);
+        fixture.logger->clear();
+        reactions.eventReceived(Event::OAuth2Enabled, {key, wished});
+        QVERIFY(!fixture.hasLogged(enabling));
+
+        core.clients.enableOAuth2(QStringLiteral("stranger"), wished);
+        reactions.eventReceived(Event::OAuth2Disabled, key);
+        QVERIFY(fixture.hasLogged(QStringLiteral(
+            "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process.")));
+        QVERIFY(!core.clients.isOAuth2Used(key, Production));
+        QVERIFY(core.clients.isOAuth2Used(otherKey, Production));
+        QCOMPARE(voice.here, QVector<Event>({Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Disabled}));
+        QVERIFY(voice.toOthers.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(EventReactionsTest)
+#include "EventReactionsTest.moc"
