@@ -93,10 +93,23 @@ class Demo:
         end = time.monotonic() + BROWSER_WAIT_SECONDS
         while time.monotonic() < end:
             if self.service.accepted("signed-in"):
+                self.clear_progress()
                 return
-            print(f"\r      waiting for you to sign in, {int(end - time.monotonic())} s left ", end="", flush=True)
+            self.show_progress(f"waiting for you to sign in, {int(end - time.monotonic())} s left")
             time.sleep(1)
+        self.clear_progress()
         raise StepFailed("nobody signed in")
+
+    @staticmethod
+    def show_progress(text: str) -> None:
+        """One line that renews itself; a file or a pipe would only be filled by it."""
+        if sys.stdout.isatty():
+            print(f"\r      {text} ", end="", flush=True)
+
+    @staticmethod
+    def clear_progress() -> None:
+        if sys.stdout.isatty():
+            print("\r" + " " * 60 + "\r", end="", flush=True)
 
     def wait_for_refresh(self, product: Product, expiry: int) -> dict:
         end = time.monotonic() + REFRESH_WAIT_SECONDS
