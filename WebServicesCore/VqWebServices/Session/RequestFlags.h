@@ -23,6 +23,9 @@ public:
         if (m_state)
             m_state->setPropertyMap(properties(flag));
     }
+    [[nodiscard]] bool setUnlessElsewhere(const QString& flag) override {
+        return !m_state || m_state->setUnlessSetElsewhere(properties(flag));
+    }
     void clear(const QString& flag) override {
         if (m_state)
             m_state->deleteProperty(flag);

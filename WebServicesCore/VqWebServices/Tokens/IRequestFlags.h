@@ -15,6 +15,8 @@ public:
     /// True when another living process has set the flag for the same product.
     [[nodiscard]] virtual bool isSetElsewhere(const QString& flag) = 0;
     virtual void set(const QString& flag) = 0;
+    /// Both in one step among the processes: false, and nothing is set, when another living process has set it.
+    [[nodiscard]] virtual bool setUnlessElsewhere(const QString& flag) = 0;
     virtual void clear(const QString& flag) = 0;
 };
 

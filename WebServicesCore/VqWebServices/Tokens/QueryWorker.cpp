@@ -15,7 +15,7 @@ QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTe
     , m_guard(lockName, owner.services().lockFolder) {}
 
 QueryWorker::~QueryWorker() {
-    if (m_here)
+    if (m_claimed)
         m_flags.clear(m_flag);
 }
 
@@ -76,12 +76,14 @@ bool QueryWorker::claim() {
     const Util::ProcessGuard::Result result = m_guard.acquire(0);
     if (result != Util::ProcessGuard::Result::Acquired && result != Util::ProcessGuard::Result::AcquiredFromTheDead)
         return false;
-    if (m_flags.isSetElsewhere(m_flag) && m_claiming.elapsed() < RequestFlag::patienceMs) {
-        m_guard.release();
-        return false;
+    m_claimed = m_flags.setUnlessElsewhere(m_flag);
+    if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
+        m_flags.set(m_flag);
+        m_claimed = true;
     }
-    m_claimed = true;
-    return true;
+    if (!m_claimed)
+        m_guard.release();
+    return m_claimed;
 }
 
 void QueryWorker::waitForOtherProcess() {
@@ -129,10 +131,6 @@ void QueryWorker::query() {
 
 void QueryWorker::setHere(bool here) {
     log().information(m_texts.flagSetHere.arg(here ? QStringLiteral("true") : QStringLiteral("false")));
-    if (here)
-        m_flags.set(m_flag);
-    else
-        m_flags.clear(m_flag);
     m_here = here;
 }
 
@@ -154,8 +152,10 @@ void QueryWorker::finish(int result) {
         setHere(false);
     if (m_elsewhere)
         setElsewhere(false);
-    if (std::exchange(m_claimed, false))
+    if (std::exchange(m_claimed, false)) {
+        m_flags.clear(m_flag);
         m_guard.release();
+    }
     run().leave(result);
     emitFinished();
 }

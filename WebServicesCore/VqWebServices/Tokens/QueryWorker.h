@@ -69,7 +69,7 @@ private:
     const QString m_flag;
     Util::ProcessGuard m_guard;
     QElapsedTimer m_claiming;
-    bool m_claimed = false; ///< The lock between the processes is held here.
+    bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is under way.
     bool m_taken = false;
     std::atomic<bool> m_elsewhere{false};

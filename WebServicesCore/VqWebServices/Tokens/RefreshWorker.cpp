@@ -11,14 +11,15 @@ namespace {
 
 QString capitalised(const QString& word) { return word.left(1).toUpper() + word.mid(1); }
 
-QString threadIdText() { return QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId())); }
-
 } // namespace
 
 RefreshWorker::RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts)
     : TokenWorker(owner)
     , m_texts(texts) {
     connect(this, &RefreshWorker::StartRefreshToken, this, &RefreshWorker::StartRefreshTokenSlot, Qt::QueuedConnection);
+    // Moves with this object, and so runs first on its thread.
+    QMetaObject::invokeMethod(
+        this, [this] { m_threadId = reinterpret_cast<quintptr>(QThread::currentThreadId()); }, Qt::QueuedConnection);
 }
 
 RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
@@ -36,7 +37,7 @@ RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
         doRefresh(synchronous);
         return Answer::Started;
     }
-    log().information(m_texts.emittingStart.arg(modeWord(synchronous), threadIdText()));
+    log().information(m_texts.emittingStart.arg(modeWord(synchronous)).arg(m_threadId.load()));
     emit StartRefreshToken(synchronous);
     return synchronous ? Answer::Wait : Answer::Started;
 }

@@ -75,6 +75,7 @@ protected:
     [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
 
 private:
+    std::atomic<quintptr> m_threadId{0}; ///< The system's number of this object's thread, for the log; 0 until it runs.
     void timerFired() final;
     void doRefresh(bool synchronous);
 
