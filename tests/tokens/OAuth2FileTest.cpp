@@ -1,0 +1,150 @@
+// OAuth2 tokens in the login state file: those of other processes, damaged ones, and those of a sign-in that is over.
+
+#include "OAuth2Fixture.h"
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::OAuth2Testing;
+
+class OAuth2FileTest : public OAuth2Fixture {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { startService(); }
+    void init() { signIn(); }
+    void cleanup() { end(); }
+
+    void anotherProcessAdopts() {
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+        const QString first = ask(rt);
+        const auto other = makeSession({rt});
+        QVERIFY(other->RestoreLogin(key, false));
+        QCOMPARE(askOf(*other, rt), first);
+        // Expired in both by now, it is renewed by the first one that needs it.
+        m_fixture->clockOffset += hour + 1;
+        const QString second = ask(rt);
+        QVERIFY(!second.isEmpty() && second != first);
+        QCOMPARE(askOf(*other, rt), second);
+        QCOMPARE(forms().size(), 2);
+    }
+
+    void aSignOutMeanwhileWins_data() {
+        QTest::addColumn<bool>("isRefresh");
+        QTest::addColumn<QString>("logged");
+        QTest::newRow("query") << false << "OAuth2 token query finished. But ignoring the result since user has logged out.";
+        QTest::newRow("refresh") << true << "Failed to refresh OAuth2 token. Not logged in.";
+    }
+
+    void aSignOutMeanwhileWins() {
+        QFETCH(bool, isRefresh);
+        QFETCH(QString, logged);
+        const auto other = makeSession({});
+        QVERIFY(other->RestoreLogin(key, false));
+        if (isRefresh) {
+            m_session->oauth2().EnableOAuth2(key, rt);
+            QVERIFY(!ask(rt).isEmpty());
+        }
+        slowDown(700);
+        if (isRefresh)
+            QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, false));
+        else
+            QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+        QTRY_VERIFY(m_fixture->hasLogged(isRefresh ? QStringLiteral("Starting network operation in separate thread to refresh OAuth2")
+                                                   : QStringLiteral("Getting OAuth2 token")));
+        logout(*other);
+        QTRY_VERIFY(m_fixture->hasLogged(logged));
+        QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
+        QVERIFY(!m_session->isLoggedIn(QString()));
+        QVERIFY(ask(rt).isEmpty());
+    }
+
+    void tokensOfOthersArePreserved_data() {
+        QTest::addColumn<bool>("isOAuth2First");
+        QTest::newRow("a save of everything first") << false;
+        QTest::newRow("one of the OAuth2 tokens first") << true;
+    }
+
+    // Tokens that this process has no use for survive its saves, in whatever form they stand in the file.
+    void tokensOfOthersArePreserved() {
+        QFETCH(bool, isOAuth2First);
+        editProduct([this](QDomElement& product) {
+            QDomElement tokens = product.ownerDocument().createElement("OAuth2Tokens");
+            tokens.appendChild(tokenElement(tokens, "2", "Foreign scope", "foreign-token"));
+            QDomElement unknown = tokenElement(tokens, "17", "x", "unknown-token");
+            unknown.setAttribute("Later", "kept");
+            tokens.appendChild(unknown);
+            product.appendChild(tokens);
+            putSecret(product, "OAuth2AccessToken", "older-token");
+            product.setAttribute("OAuth2TokenScope", "older");
+            product.setAttribute("OAuth2TokenExpiryDate", now().addSecs(hour).toString(Qt::ISODate));
+        });
+        const auto expectKept = [this] {
+            const QDomElement product = productNode();
+            QVERIFY(!product.hasAttribute("OAuth2TokenScope"));
+            QVERIFY(product.firstChildElement("OAuth2AccessToken").isNull());
+            QCOMPARE(textOf(product, "2", "Foreign scope"), QString("foreign-token"));
+            QCOMPARE(textOf(product, "17", "x"), QString("unknown-token"));
+            QVERIFY(m_fixture->fileContents().contains("kept"));
+            QCOMPARE(textOf(product, "1", "older"), QString("older-token"));
+        };
+        if (!isOAuth2First) {
+            QVERIFY(m_session->RefreshToken(key, true));
+            expectKept();
+        }
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+        const QString own = ask(rt);
+        expectKept();
+        QCOMPARE(textOf(productNode(), "1", ""), own);
+        editProduct([this](QDomElement& product) {
+            QDomElement tokens = product.firstChildElement("OAuth2Tokens");
+            tokens.appendChild(tokenElement(tokens, "2", "saved since", "since-token"));
+        });
+        QVERIFY(m_session->RefreshToken(key, true));
+        expectKept();
+        QCOMPARE(textOf(productNode(), "2", "saved since"), QString("since-token"));
+        QCOMPARE(textOf(productNode(), "1", ""), own);
+        // Enabled now, they are used, both that of the present and that of the older form.
+        const OAuth2TokenSpec foreign(JWT, L"FOREIGN scope");
+        const OAuth2TokenSpec older(RT, L"older");
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, foreign));
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, older));
+        QCOMPARE(ask(foreign), QString("foreign-token"));
+        QCOMPARE(ask(older), QString("older-token"));
+        QCOMPARE(forms().size(), 1);
+    }
+
+    void damagedTokensAreNotUsed() {
+        editProduct([this](QDomElement& product) {
+            QDomElement tokens = product.ownerDocument().createElement("OAuth2Tokens");
+            QDomElement damaged = tokenElement(tokens, "1", "", "x");
+            damaged.firstChildElement("Token").firstChild().toCDATASection().setData("bm90IGVuY3J5cHRlZA==");
+            damaged.setAttribute("ExpiryDate", now().addSecs(100 * hour).toString(Qt::ISODate));
+            tokens.appendChild(damaged);
+            product.appendChild(tokens);
+        });
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+        const QString token = ask(rt);
+        QVERIFY(!token.isEmpty());
+        QCOMPARE(stored(rt), token);
+        QCOMPARE(forms().size(), 1);
+    }
+
+    // A save that merges what another process wrote must not make this one overlook it.
+    void savesDoNotHideNews() {
+        slowDown(700);
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Getting OAuth2 token")));
+        editProduct([this](QDomElement& product) {
+            putSecret(product, "AccessToken", "newer-access-token");
+            product.setAttribute("TokenExpiryDate", now().addSecs(2 * hour).toString(Qt::ISODate));
+        });
+        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Finished saving OAuth2 login state to login state file")));
+        Util::SecretBytes token;
+        Util::SecretBytes secret;
+        QVERIFY(m_session->GetAccessToken(key, true, token, secret));
+        QCOMPARE(token.toText(), QStringLiteral("newer-access-token"));
+    }
+};
+
+QTEST_GUILESS_MAIN(OAuth2FileTest)
+#include "OAuth2FileTest.moc"

@@ -1,0 +1,167 @@
+#pragma once
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+#include "Tokens/RetrySchedules.h"
+#include "Values/OAuth2TokenSpecImp.h"
+
+#include <QDomDocument>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QtTest>
+#include <thread>
+
+namespace Velquor::WebServices::OAuth2Testing {
+
+inline const auto key = QStringLiteral("demo-product-0001");
+inline const auto endPoint = QStringLiteral("oauth2-token");
+inline const OAuth2TokenSpec rt(RT, L"");
+inline const OAuth2TokenSpec jwt(JWT, L"openid data");
+constexpr int hour = 3600;
+
+inline WebServicesConfiguration oauth2Configuration() {
+    WebServicesConfiguration made = TestKit::SessionFixture::configuration(key, QStringLiteral("demo-secret-0001"));
+    made.SetOAuth2ConsumerKey(L"demo-product-0001");
+    made.SetOAuth2ConsumerSecret(L"demo-secret-0001");
+    made.SetOAuth2AccessTokenScope(L"legacy");
+    return made;
+}
+
+class Observer : public IWebServicesObserver {
+public:
+    void LoggedOut() override { ++loggedOut; }
+    int loggedOut = 0;
+};
+
+/// What the tests of OAuth2 tokens share: a product that is signed in at the account service, and looks at what was sent and stored.
+class OAuth2Fixture : public QObject {
+protected:
+    void startService() {
+        QVERIFY(m_service.start());
+        SupportFiles::setSearchPaths(m_service.folder());
+    }
+
+    void signIn() {
+        QVERIFY(m_service.reset());
+        RetrySchedules::instance().clear();
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_session = makeSession({});
+        m_session->RestoreLogin(key, false);
+        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
+        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
+    }
+
+    void end() {
+        const bool failed = QTest::currentTestFailed();
+        if (failed && qEnvironmentVariableIsSet("VQ_TEST_LOG"))
+            qInfo().noquote() << m_fixture->logger->texts().join('\n');
+        m_session.reset();
+        m_fixture.reset();
+    }
+
+    std::unique_ptr<LoginSession> makeSession(const QVector<OAuth2TokenSpec>& specs,
+                                              const WebServicesConfiguration& configuration = oauth2Configuration()) {
+        auto session = std::make_unique<LoginSession>(
+            m_fixture->services(), ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")}, specs);
+        session->SetConfiguration(key, configuration);
+        return session;
+    }
+
+    static QString askOf(LoginSession& session, const OAuth2TokenSpec& spec) {
+        return QString::fromWCharArray(session.oauth2().GetOAuth2AccessToken(key, &spec, true).GetToken());
+    }
+    QString ask(const OAuth2TokenSpec& spec) { return askOf(*m_session, spec); }
+
+    static void logout(LoginSession& session) {
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        QVERIFY(session.Logout(key, error, true));
+    }
+
+    void slowDown(int milliseconds) {
+        QVERIFY(m_service.addFault(endPoint, QStringLiteral("delay"), {{"delay_ms", milliseconds}}));
+    }
+
+    QDateTime now() const { return QDateTime::currentDateTimeUtc().addSecs(m_fixture->clockOffset); }
+
+    /// What the service was sent, without secrets.
+    QStringList forms() {
+        QStringList found;
+        const QJsonArray log = m_service.control(QStringLiteral("log")).value(QStringLiteral("requests")).toArray();
+        for (const QJsonValue& entry : log) {
+            if (entry.toObject().value(QStringLiteral("endpoint")).toString() == endPoint)
+                found += entry.toObject().value(QStringLiteral("form")).toString();
+        }
+        return found;
+    }
+
+    void expectNoSecrets(QStringList secrets) {
+        const QJsonArray handedOut = m_service.control(QStringLiteral("secrets")).value(QStringLiteral("secrets")).toArray();
+        for (const QJsonValue& secret : handedOut)
+            secrets += secret.toString();
+        QVERIFY(secrets.size() > 3);
+        const QString log = m_fixture->logger->texts().join('\n');
+        const QString file = QString::fromUtf8(m_fixture->fileContents());
+        for (const QString& secret : qAsConst(secrets)) {
+            const QString encoded = QString::fromLatin1(secret.toUtf8().toPercentEncoding());
+            QVERIFY2(!log.contains(secret) && !log.contains(encoded) && !file.contains(secret), qPrintable(secret));
+        }
+    }
+
+    template <class Edit> void editProduct(const Edit& edit) {
+        QDomDocument document;
+        QVERIFY(document.setContent(m_fixture->fileContents()));
+        QDomElement product = productOf(document);
+        edit(product);
+        m_fixture->writeFile(document.toByteArray());
+    }
+
+    static QDomElement productOf(const QDomDocument& document) {
+        return document.documentElement()
+            .firstChildElement(QStringLiteral("LoginSession"))
+            .firstChildElement(QStringLiteral("Products"))
+            .firstChildElement(QStringLiteral("Product"));
+    }
+
+    QDomElement productNode() {
+        m_document.setContent(m_fixture->fileContents());
+        return productOf(m_document);
+    }
+
+    void putSecret(QDomElement& parent, const char* name, const char* clear) const {
+        parent.removeChild(parent.firstChildElement(name));
+        QDomDocument document = parent.ownerDocument();
+        QDomElement child = document.createElement(name);
+        child.appendChild(document.createCDATASection(QString::fromLatin1(m_fixture->cryptor->encrypt(clear))));
+        parent.appendChild(child);
+    }
+
+    QDomElement tokenElement(const QDomElement& tokens, const char* type, const char* scope, const char* clear) const {
+        QDomElement element = tokens.ownerDocument().createElement("OAuth2Token");
+        element.setAttribute("Type", type);
+        element.setAttribute("Scope", scope);
+        element.setAttribute("ExpiryDate", now().addSecs(hour).toString(Qt::ISODate));
+        putSecret(element, "Token", clear);
+        return element;
+    }
+
+    QString textOf(const QDomElement& product, const char* type, const QString& scope) const {
+        QDomElement element = product.firstChildElement("OAuth2Tokens").firstChildElement("OAuth2Token");
+        while (!element.isNull() && (element.attribute("Type") != type || element.attribute("Scope") != scope))
+            element = element.nextSiblingElement("OAuth2Token");
+        return m_fixture->cryptor->decrypt(element.firstChildElement("Token").text().toLatin1()).toText();
+    }
+
+    QString stored(const OAuth2TokenSpec& spec) {
+        const OAuth2TokenSpecImp& data = OAuth2TokenSpecImp::of(spec);
+        return textOf(productNode(), data.type == RT ? "1" : "2", data.legacy ? QStringLiteral("legacy") : data.scope);
+    }
+
+    TestKit::AccountServiceProcess m_service;
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::unique_ptr<LoginSession> m_session;
+    QDomDocument m_document;
+};
+
+} // namespace Velquor::WebServices::OAuth2Testing
+
+Q_DECLARE_METATYPE(Velquor::WebServices::OAuth2TokenSpec)
