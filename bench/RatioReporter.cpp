@@ -12,6 +12,8 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
+bool isRealTime(const benchmark::BenchmarkReporter::Run& run) { return run.run_name.time_type == "real_time"; }
+
 } // namespace
 
 RatioReporter::RatioReporter(std::string ownName, double goal)
@@ -24,7 +26,8 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
         const std::string& name = run.run_name.function_name;
         const size_t slash = name.find('/');
         if (run.run_type == Run::RT_Iteration && !run.error_occurred && slash != std::string::npos)
-            m_times[name.substr(0, slash)][name.substr(slash + 1)].push_back(run.GetAdjustedCPUTime());
+            m_times[name.substr(0, slash)][name.substr(slash + 1)].push_back(isRealTime(run) ? run.GetAdjustedRealTime()
+                                                                                             : run.GetAdjustedCPUTime());
     }
 }
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// Prints the usual table, then for each group of benchmarks ("group/contestant") the ratio of the first contestant's CPU time to
-/// that of the fastest other one. Each time is the median of the repetitions of one run, so that all share the machine's noise.
+/// Prints the usual table, then for each group of benchmarks ("group/contestant") the ratio of the first contestant's time to
+/// that of the fastest other one: the CPU time, or the real time of those that are measured so (they wait for a disk). Each time is the median of the repetitions of one run, so that all share the machine's noise.
 /// Thread: main. Owner: main.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:

@@ -1,8 +1,12 @@
 // Another process of the user, for the tests of the messages between processes. Commands:
 //   listen NAME FOLDER           says each message that comes: name, "From", "Number", age in microseconds, whether it serves
 //   send NAME FOLDER FROM COUNT  sends COUNT messages, 1000 a second, once it is told a line, and says "sent"
-// Both end when their standard input does.
+//   hear NAME FOLDER             the same as "listen", for the events of the library (the name does not matter)
+//   raise NAME FOLDER FROM COUNT the same as "send" for them, one after the other; until it begins, it says what it hears
+// All end when their standard input does.
 
+#include "Events/NotificationManager.h"
+#include "TestKit/PackedParams.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Ipc/IPCManager.h"
 
@@ -12,7 +16,8 @@
 #include <QTimer>
 #include <chrono>
 #include <cstdio>
-#include <string>
+#include <functional>
+#include <memory>
 
 using namespace Velquor;
 
@@ -49,62 +54,131 @@ protected:
     }
 };
 
+/// What carries the numbered messages.
+class Carrier {
+public:
+    using Receiver = std::function<void(const QString&, const QVariantMap&)>;
+
+    virtual ~Carrier() = default;
+    [[nodiscard]] virtual bool start() = 0;
+    [[nodiscard]] virtual bool send(const QVariantMap& params) = 0;
+    [[nodiscard]] virtual bool isServing() const = 0;
+    virtual void stop() = 0;
+};
+
+class Messages : public Carrier {
+public:
+    Messages(const QString& name, const QString& folder, const Receiver& receiver)
+        : m_name(name)
+        , m_folder(folder) {
+        QObject::connect(&m_manager, &Util::IPCManager::MessageReceived, receiver);
+    }
+
+    [[nodiscard]] bool start() override { return m_manager.start(m_name, m_folder); }
+    [[nodiscard]] bool send(const QVariantMap& params) override { return m_manager.send(QStringLiteral("Numbered"), params); }
+    [[nodiscard]] bool isServing() const override { return m_manager.isServing(); }
+    void stop() override { m_manager.stop(); }
+
+private:
+    const QString m_name;
+    const QString m_folder;
+    Util::IPCManager m_manager{Log::makeLogger(QStringLiteral("Helper"))};
+};
+
+/// The events of the library, over both of their carriers.
+class Events : public Carrier, public WebServices::INotificationListener {
+public:
+    Events(const QString& folder, Receiver receiver)
+        : m_receiver(std::move(receiver))
+        , m_manager(std::make_unique<WebServices::NotificationManager>(folder, *this, Log::makeLogger(QStringLiteral("Helper")))) {}
+
+    [[nodiscard]] bool start() override {
+        m_manager->Start();
+        return true;
+    }
+    [[nodiscard]] bool send(const QVariantMap& params) override {
+        return m_manager->SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed, TestKit::packed(params));
+    }
+    [[nodiscard]] bool isServing() const override { return false; }
+    void stop() override { m_manager.reset(); }
+    void eventReceived(WebServicesPrivateCore::WebServicesEvent event, const WebServices::EventSubject& subject) override {
+        m_receiver(eventName(event), TestKit::unpacked(subject));
+    }
+
+private:
+    const Receiver m_receiver;
+    std::unique_ptr<WebServices::NotificationManager> m_manager;
+};
+
 class Helper : public QObject {
     Q_OBJECT
 
 public:
     explicit Helper(const QStringList& arguments)
         : m_arguments(arguments)
-        , m_manager(Log::makeLogger(QStringLiteral("Helper"))) {
+        , m_isEvents(arguments.value(1) == QLatin1String("hear") || arguments.value(1) == QLatin1String("raise")) {
+        const Carrier::Receiver receiver = [this](const QString& name, const QVariantMap& params) { receive(name, params); };
+        if (m_isEvents)
+            m_carrier = std::make_unique<Events>(arguments.value(3), receiver);
+        else
+            m_carrier = std::make_unique<Messages>(arguments.value(2), arguments.value(3), receiver);
         connect(&m_input, &InputThread::Line, this, &Helper::beginToSend);
         connect(&m_input, &InputThread::End, this, &Helper::end);
         connect(&m_timer, &QTimer::timeout, this, &Helper::sendBatch);
-        if (arguments.value(1) == QLatin1String("listen"))
-            connect(&m_manager, &Util::IPCManager::MessageReceived, this, &Helper::receive);
     }
     ~Helper() override { m_input.wait(); }
 
     [[nodiscard]] bool start() {
         m_input.start();
-        return m_manager.start(m_arguments.value(2), m_arguments.value(3));
+        return m_carrier->start();
     }
 
 private:
+    [[nodiscard]] bool isSender() const { return m_arguments.value(1) == QLatin1String("send") || m_arguments.value(1) == QLatin1String("raise"); }
+
     void receive(const QString& name, const QVariantMap& params) {
+        // A sender tells that it is connected, and then works.
+        if (isSender() && (m_hasBegun || !m_isEvents))
+            return;
         const qint64 age = nowUs() - params.value(QStringLiteral("Time")).toLongLong();
         const QByteArray from = params.value(QStringLiteral("From")).toByteArray();
-        const QByteArray serves = m_manager.isServing() ? " serves" : " listens";
+        const QByteArray serves = m_carrier->isServing() ? " serves" : " listens";
         say(name.toUtf8() + ' ' + from + ' ' + params.value(QStringLiteral("Number")).toByteArray() + ' ' + QByteArray::number(age) + serves);
     }
 
     void beginToSend() {
-        if (m_arguments.value(1) == QLatin1String("send"))
-            m_timer.start(batchMs);
+        if (!isSender())
+            return;
+        m_hasBegun = true;
+        m_timer.start(batchMs);
     }
 
     void sendBatch() {
         const int count = m_arguments.value(5).toInt();
-        for (int done = 0; done < batch && m_next < count; ++done, ++m_next) {
+        for (int done = 0; done < (m_isEvents ? 1 : batch) && m_next < count; ++done, ++m_next) {
             const QVariantMap params{{QStringLiteral("From"), m_arguments.value(4)}, {QStringLiteral("Number"), m_next},
                                      {QStringLiteral("Time"), nowUs()}};
-            if (!m_manager.send(QStringLiteral("Numbered"), params))
+            if (!m_carrier->send(params))
                 say("refused");
         }
         if (m_next < count)
             return;
         m_timer.stop();
-        say("sent");
+        // After what is on its way inside this process.
+        QMetaObject::invokeMethod(this, [] { say("sent"); }, Qt::QueuedConnection);
     }
 
     void end() {
-        m_manager.stop();
+        m_carrier->stop();
         QCoreApplication::quit();
     }
 
     const QStringList m_arguments;
-    Util::IPCManager m_manager;
+    const bool m_isEvents;
+    std::unique_ptr<Carrier> m_carrier;
     InputThread m_input;
     QTimer m_timer;
+    bool m_hasBegun = false;
     int m_next = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/SessionFixture.h"
+#include "TestKit/Soak.h"
 #include "TestKit/TokenHelper.h"
 
 #include <QElapsedTimer>
@@ -93,7 +94,9 @@ private:
             if (!helper->hears(event, qMax(0, promptMs - static_cast<int>(timer.elapsed()))))
                 return false;
         }
-        qInfo("%s heard by all %d processes after %lld ms", qPrintable(event), static_cast<int>(m_helpers.size()), timer.elapsed());
+        if (m_helpers.size() == processCount)
+            TestKit::figure(QStringLiteral("%1 heard by %2 processes").arg(event).arg(m_helpers.size()), QStringLiteral("< 1 s"),
+                            QStringLiteral("%1 ms").arg(timer.elapsed()));
         return true;
     }
 

@@ -1,4 +1,5 @@
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Soak.h"
 #include "VqUtil/Ipc/IPCManager.h"
 #include "VqUtil/Ipc/MessageFrame.h"
 #include "VqUtil/Platform/PeerIdentity.h"
@@ -24,6 +25,7 @@ using Util::MessageFrame;
 namespace {
 
 constexpr int patienceMs = 10000;
+constexpr quint32 fuzzSeed = 20250617;
 
 QVariantMap nested(int depth) { return depth == 1 ? QVariantMap() : QVariantMap{{QStringLiteral("Map"), nested(depth - 1)}}; }
 
@@ -47,9 +49,6 @@ const QByteArray& emptyName() {
     static const QByteArray name(4, '\0');
     return name;
 }
-
-/// With VQ_SOAK in the environment the long form runs.
-int rounds(int usual, int soak) { return qEnvironmentVariableIsSet("VQ_SOAK") ? soak : usual; }
 
 /// A manager and what it has heard.
 struct Party {
@@ -388,19 +387,20 @@ void IPCManagerTest::slowPeer() {
 // Frames with bytes changed or cut off at random, each given time to arrive: the connection may end, nothing else may.
 void IPCManagerTest::fuzz() {
     QVERIFY(meet(2));
-    auto* const random = QRandomGenerator::global();
+    QRandomGenerator random(fuzzSeed);
     const QByteArray whole = message(emptyName() + QByteArray("\0\0\0\1\0\0\0\1\0V\x07\0\0\0\2\0a\0b", 19));
-    const int frames = rounds(20000, 1000000);
+    const int frames = TestKit::rounds(20000, 1000000);
     int heard = 0;
     int ended = 0;
     for (int sent = 0; sent < frames; ++ended) {
         const auto socket = intruder(hello());
         for (int count = 0; count < 200 && socket->state() == QLocalSocket::ConnectedState; ++count, ++sent) {
-            QByteArray bytes = QByteArray(whole).replace(9, 16, MessageFrame::newId());
-            for (int change = random->bounded(3); change > 0; --change)
-                bytes[random->bounded(bytes.size())] = static_cast<char>(random->bounded(256));
-            if (random->bounded(50) == 0)
-                bytes.truncate(random->bounded(bytes.size()));
+            quint64 id[2] = {random.generate64(), random.generate64()};
+            QByteArray bytes = QByteArray(whole).replace(9, 16, QByteArray(reinterpret_cast<const char*>(id), sizeof id));
+            for (int change = random.bounded(3); change > 0; --change)
+                bytes[random.bounded(bytes.size())] = static_cast<char>(random.bounded(256));
+            if (random.bounded(50) == 0)
+                bytes.truncate(random.bounded(bytes.size()));
             socket->write(bytes);
             socket->flush();
             for (int turn = 0; turn < 4; ++turn)
@@ -412,7 +412,8 @@ void IPCManagerTest::fuzz() {
         at(0).logger->clear();
     }
     QVERIFY(worksOn());
-    qInfo("%d frames over %d connections, %d of them messages", frames, ended, heard);
+    TestKit::figure(QStringLiteral("damaged frames, seed %1").arg(fuzzSeed), QStringLiteral("the service goes on"),
+                    QStringLiteral("%1 frames over %2 connections, %3 of them messages").arg(frames).arg(ended).arg(heard));
     QVERIFY(ended > frames / 20 && heard > frames / 10);
 }
 

@@ -1,5 +1,6 @@
 #include "TestKit/IpcHelper.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Soak.h"
 #include "VqUtil/Ipc/IPCManager.h"
 
 #include <QElapsedTimer>
@@ -13,13 +14,11 @@
 
 using namespace Velquor;
 using TestKit::IpcHelper;
+using TestKit::rounds;
 
 namespace {
 
 constexpr int patienceMs = 20000;
-
-/// With VQ_SOAK in the environment the long form runs.
-int rounds(int usual, int soak) { return qEnvironmentVariableIsSet("VQ_SOAK") ? soak : usual; }
 
 } // namespace
 
@@ -117,7 +116,8 @@ void IPCProcessTest::crashCycles() {
         longestMs = std::max(longestMs, timer.elapsed());
         m_listeners.push_back(run(QStringLiteral("listen")));
     }
-    qInfo("longest time without a server: %lld ms", static_cast<long long>(longestMs));
+    TestKit::figure(QStringLiteral("a message after the serving process was killed, longest of %1").arg(cycles), QStringLiteral("< 1 s"),
+                    QStringLiteral("%1 ms").arg(longestMs));
     QVERIFY(longestMs < 1000);
 }
 
@@ -171,7 +171,10 @@ void IPCProcessTest::manyMessages() {
         QVERIFY(!sender->wasRefused());
     std::sort(ages.begin(), ages.end());
     const qint64 slow = ages.at(ages.size() * 99 / 100);
-    qInfo("median %lld us, 99 of 100 within %lld us", static_cast<long long>(ages.at(ages.size() / 2)), static_cast<long long>(slow));
+    TestKit::figure(QStringLiteral("messages of 4 processes at 4 others, 99 of 100"), QStringLiteral("< 100 ms"),
+                    QStringLiteral("%1 ms (%2 messages)").arg(slow / 1000.0).arg(ages.size()));
+    TestKit::figure(QStringLiteral("the same, median"), QStringLiteral("< 2 ms (idle)"),
+                    QStringLiteral("%1 ms").arg(ages.at(ages.size() / 2) / 1000.0));
     // A machine that does something else meanwhile tells nothing about time.
     QVERIFY(slow < (qEnvironmentVariableIsSet("VQ_SOAK") ? 100000 : 5000000));
 }

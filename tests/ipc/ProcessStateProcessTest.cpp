@@ -1,4 +1,5 @@
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Soak.h"
 #include "TestKit/StateHelper.h"
 #include "VqUtil/Ipc/ProcessState.h"
 
@@ -14,6 +15,7 @@
 
 using namespace Velquor;
 using namespace Velquor::Util;
+using TestKit::rounds;
 using TestKit::StateHelper;
 
 namespace {
@@ -21,9 +23,6 @@ namespace {
 ProcessProperties flag(const char* name) {
     return {{QStringLiteral("ProductKey"), QStringLiteral("PRODUCT")}, {QLatin1String(name), true}};
 }
-
-/// With VQ_SOAK in the environment the long form runs.
-int rounds(int usual, int soak) { return qEnvironmentVariableIsSet("VQ_SOAK") ? soak : usual; }
 
 } // namespace
 
@@ -170,6 +169,8 @@ void ProcessStateProcessTest::crashCycles() {
     }
     QVERIFY(bystander->finish());
     QVERIFY(isEmptied());
+    TestKit::figure(QStringLiteral("processes killed while they write the shared block"), QStringLiteral("no orphan, no flag of the dead"),
+                    QStringLiteral("%1 cycles").arg(rounds(20, 200)));
 }
 
 void ProcessStateProcessTest::manyOpens() {
@@ -183,6 +184,8 @@ void ProcessStateProcessTest::manyOpens() {
     m_state = open(services());
     QVERIFY(m_state->ensureCreated());
     QVERIFY(m_logger->texts(Log::Level::Information).last().startsWith(QStringLiteral("Created ")));
+    TestKit::figure(QStringLiteral("opens of the shared block by 4 processes"), QStringLiteral("no failed open"),
+                    QStringLiteral("%1 opens").arg(4 * rounds(100, 2500)));
 }
 
 QTEST_GUILESS_MAIN(ProcessStateProcessTest)

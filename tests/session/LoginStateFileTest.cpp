@@ -1,10 +1,8 @@
 // The login state file: what is written, what is merged, and what a file from outside may do.
 
-#include "Session/LoginStateLoader.h"
-#include "Session/LoginStateSaver.h"
 #include "Session/LoginStateXml.h"
 #include "TestKit/Platform/SystemFacts.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/StateProcess.h"
 
 #include <QDomDocument>
 #include <QtTest>
@@ -17,69 +15,7 @@ namespace {
 const auto key = QStringLiteral("demo-product-0001");
 const auto otherKey = QStringLiteral("other-product-0002");
 
-// A process that nobody listens to, and that looks at the file only when it is told to.
-class SilentVoice : public ISessionVoice {
-public:
-    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
-    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
-    void forceLogout(const QString&) override {}
-    bool catchUpWithin(int) override { return true; }
-};
-
-// One process: its session state, with the helpers that read and write the shared file.
-class Process {
-public:
-    explicit Process(TestKit::SessionFixture& fixture, const QString& consumerKey = key, Server server = Production)
-        : core(fixture.services(), &m_voice) {
-        core.clients.add({consumerKey, 1, QStringLiteral("Product of ") + consumerKey, QStringLiteral("/opt/product")});
-        core.clients.setConfiguration(consumerKey,
-                                      std::make_shared<const WebServicesConfiguration>(
-                                          TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"), server)));
-        m_key = consumerKey;
-    }
-
-    void restore() {
-        LoginStateLoader(core).loadAll(true);
-        core.setRestored();
-        if (core.isLoggedIn(m_key))
-            core.configuredProduct(m_key);
-    }
-
-    void signIn(const QString& user, const QDateTime& tokenExpiry = QDateTime::currentDateTimeUtc().addSecs(3600)) {
-        BasicLoginState state;
-        state.clientId = core.services.cryptor->encrypt("client of " + user.toUtf8());
-        state.userName = user;
-        state.userId = user;
-        state.loginDate = loginDateAfter(core.services.now(), core.logoutDate());
-        state.sessionExpiryDate = core.services.now().addDays(14);
-        core.binding.bind(state);
-        core.setBasic(state);
-        const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
-        core.configuredProduct(m_key)->setTokens(
-            {encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), tokenExpiry});
-    }
-
-    void restoreAndSignIn() {
-        restore();
-        signIn(QStringLiteral("ada"));
-        LoginStateSaver(core).save();
-    }
-
-    [[nodiscard]] QByteArray token(const QString& consumerKey) {
-        const ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
-        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8())
-                       : QByteArray();
-    }
-
-private:
-    SilentVoice m_voice;
-
-public:
-    SessionCore core;
-
-private:
-    QString m_key;
-};
+using Process = TestKit::StateProcess;
 
 QDomElement element(const TestKit::SessionFixture& fixture, const QStringList& path) {
     QDomDocument document;

@@ -59,11 +59,18 @@ bool write(const QString& path, const QByteArray& data, QString* error) {
     return false;
 }
 
-void removeStaleTemporaries(const QString& path) {
+QStringList temporaries(const QString& path) {
     const QFileInfo info(path);
+    QStringList found;
     const QStringList names = info.dir().entryList({info.fileName() + temporaryMark + QLatin1Char('*')}, QDir::Files | QDir::Hidden);
     for (const QString& name : names)
-        QFile::remove(info.dir().filePath(name));
+        found += info.dir().filePath(name);
+    return found;
+}
+
+void removeStaleTemporaries(const QString& path) {
+    for (const QString& name : temporaries(path))
+        QFile::remove(name);
 }
 
 QString setAside(const QString& path) {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace Velquor::Util {
 
@@ -21,6 +22,9 @@ struct ReadResult {
 /// Writes the data beside the file, owner-only and flushed, and moves it into place. A target that another process holds open
 /// is tried again for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
 [[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error);
+
+/// The files beside `path` that its new content is being written to, or was by a process that died.
+[[nodiscard]] QStringList temporaries(const QString& path);
 
 /// Removes what processes that died while writing `path` left beside it. Only under the lock of the file.
 void removeStaleTemporaries(const QString& path);

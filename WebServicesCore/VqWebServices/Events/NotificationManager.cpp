@@ -5,6 +5,7 @@
 #include "Network/SslDiagnosis.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
+#include <QMutexLocker>
 #include <QUuid>
 #include <utility>
 
@@ -13,6 +14,8 @@ namespace Velquor::WebServices {
 namespace {
 
 const auto serverName = QStringLiteral("Velquor.WebServices");
+// The file costs a flush of the disk: the sockets, which share the thread, go first. They write when the event loop comes round.
+constexpr int fileDelayMs = 1;
 
 } // namespace
 
@@ -20,9 +23,21 @@ NotificationManager::NotificationManager(const QString& folder, INotificationLis
                                          std::shared_ptr<Log::ILogger> logger)
     : m_folder(folder)
     , m_listener(listener)
-    , m_logger(std::move(logger)) {}
+    , m_logger(std::move(logger))
+    , m_ownId(QUuid::createUuid().toString(QUuid::WithoutBraces))
+    , m_fileTimer(this)
+    , m_holdTimer(this) {
+    m_fileTimer.setSingleShot(true);
+    m_fileTimer.setInterval(fileDelayMs);
+    connect(&m_fileTimer, &QTimer::timeout, this, &NotificationManager::writeFiles);
+    m_holdTimer.setSingleShot(true);
+    m_holdTimer.setInterval(EventOrder::holdMs);
+    connect(&m_holdTimer, &QTimer::timeout, this, &NotificationManager::releaseOverdue);
+    m_clock.start();
+}
 
 NotificationManager::~NotificationManager() {
+    writeFiles();
     if (m_events)
         m_events->StopWatching();
     if (m_sockets)
@@ -42,11 +57,15 @@ void NotificationManager::Start() {
 }
 
 bool NotificationManager::SendInterProcessMessage(Event event, const QVariantMap& params) {
+    // Counted and queued in one step, so that events leave in the order of their numbers.
+    const QMutexLocker lock(&m_sendMutex);
     QVariantMap identified = params;
-    identified.insert(EventParam::eventId, QUuid::createUuid().toString(QUuid::WithoutBraces));
+    identified.insert(EventParam::eventId, EventOrder::eventId(m_ownId, m_lastNumber + 1));
     const bool invoked = QMetaObject::invokeMethod(
         this, [this, event, identified] { SendInterProcessMessageSlot(event, identified); }, Qt::QueuedConnection);
-    if (!invoked)
+    if (invoked)
+        ++m_lastNumber;
+    else
         m_logger->error(
             QStringLiteral(
                 "Failed to invoke function SendInterProcessMessageSlot asynchronously to send web services event %1")
@@ -57,7 +76,16 @@ bool NotificationManager::SendInterProcessMessage(Event event, const QVariantMap
 void NotificationManager::SendInterProcessMessageSlot(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params) {
     m_logger->information(QStringLiteral("Sending web services event %1 to other processes").arg(eventName(event)));
     m_sockets->send(eventName(event), params);
-    m_events->RaiseEvent(static_cast<int>(event), params);
+    m_forFile.enqueue({event, params, IPCMethod::Watcher});
+    if (!m_fileTimer.isActive())
+        m_fileTimer.start();
+}
+
+void NotificationManager::writeFiles() {
+    while (!m_forFile.isEmpty()) {
+        const ArrivedEvent one = m_forFile.dequeue();
+        m_events->RaiseEvent(static_cast<int>(one.event), one.params);
+    }
 }
 
 void NotificationManager::InterProcessMessageReceived(const QString& name, const QVariantMap& params) {
@@ -81,19 +109,36 @@ void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& p
 
 void NotificationManager::HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method) {
     IPCMethod first = method;
-    if (!m_handled.add(params.value(EventParam::eventId).toString(), method, first)) {
+    const QString eventId = params.value(EventParam::eventId).toString();
+    if (!m_handled.add(eventId, method, first)) {
         m_logger->debug(
             QStringLiteral(
                 "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
                 .arg(eventName(event), methodName(method), methodName(first)));
+        if (method == IPCMethod::Socket)
+            handle(m_order.reachedBySocket(eventId));
         return;
     }
-    m_logger->information(QStringLiteral("Received web services event %1 from another process").arg(eventName(event)));
-    EventSubject subject(params.value(EventParam::consumerKey).toString());
-    if (isAboutOneToken(event))
-        subject.oauth2Spec = GetOAuth2TokenSpec(params, event);
-    if (subject.oauth2Spec || !isAboutOneToken(event))
-        m_listener.eventReceived(event, subject);
+    handle(m_order.take({event, params, method}, m_clock.elapsed()));
+    if (m_order.isHolding() && !m_holdTimer.isActive())
+        m_holdTimer.start();
+}
+
+void NotificationManager::handle(const QVector<ArrivedEvent>& events) {
+    for (const ArrivedEvent& one : events) {
+        m_logger->information(QStringLiteral("Received web services event %1 from another process").arg(eventName(one.event)));
+        EventSubject subject(one.params.value(EventParam::consumerKey).toString());
+        if (isAboutOneToken(one.event))
+            subject.oauth2Spec = GetOAuth2TokenSpec(one.params, one.event);
+        if (subject.oauth2Spec || !isAboutOneToken(one.event))
+            m_listener.eventReceived(one.event, subject);
+    }
+}
+
+void NotificationManager::releaseOverdue() {
+    handle(m_order.takeOverdue(m_clock.elapsed()));
+    if (m_order.isHolding())
+        m_holdTimer.start();
 }
 
 std::optional<OAuth2TokenSpec> NotificationManager::GetOAuth2TokenSpec(const QVariantMap& params, Event event) const {

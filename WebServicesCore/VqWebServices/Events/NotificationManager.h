@@ -1,11 +1,15 @@
 #pragma once
 
+#include "Events/EventOrder.h"
 #include "Events/HandledEvents.h"
 #include "Events/INotificationListener.h"
 #include "Events/InterProcessEventManager.h"
 #include "VqUtil/Ipc/IPCManager.h"
 
+#include <QElapsedTimer>
+#include <QMutex>
 #include <QObject>
+#include <QTimer>
 #include <VqWebServices/OAuth2TokenSpec.h>
 #include <memory>
 
@@ -42,12 +46,24 @@ public slots:
     void InterProcessEventReceived(int id, const QVariantMap& params);
 
 private:
+    void writeFiles();
+    void handle(const QVector<ArrivedEvent>& events);
+    void releaseOverdue();
+
     const QString m_folder;
     INotificationListener& m_listener;
     const std::shared_ptr<Log::ILogger> m_logger;
     std::unique_ptr<InterProcessEventManager> m_events;
     std::unique_ptr<Util::IPCManager> m_sockets;
     HandledEvents m_handled;
+    EventOrder m_order;
+    QElapsedTimer m_clock;
+    const QString m_ownId; ///< Names this sender to the others, who keep its events in their order.
+    QTimer m_fileTimer;
+    QQueue<ArrivedEvent> m_forFile; ///< Sent by socket, and to be written to the file.
+    QTimer m_holdTimer;
+    QMutex m_sendMutex;
+    quint64 m_lastNumber = 0; ///< Under the mutex.
 };
 
 } // namespace Velquor::WebServices

@@ -42,6 +42,12 @@ LoginStateFile::Guard::~Guard() {
     m_file.m_logger->information(QStringLiteral("Released login state file lock"));
 }
 
+void LoginStateFile::removeLeftovers() {
+    if (Util::AtomicFile::temporaries(m_path).isEmpty())
+        return;
+    const Guard guard(*this, briefTimeoutMs);
+}
+
 void LoginStateFile::prepareFolder() {
     if (!Util::ensureOwnerOnlyFolder(m_folder))
         m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file").arg(m_folder));

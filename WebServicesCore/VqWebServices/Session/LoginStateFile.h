@@ -60,6 +60,10 @@ public:
 
     [[nodiscard]] bool write(const QDomDocument& document);
 
+    /// Removes what a process that died while creating the file left beside it. Every guard does so at its first use; this is for
+    /// those who find no file and have nothing to guard.
+    void removeLeftovers();
+
     [[nodiscard]] QString path() const { return m_path; }
     [[nodiscard]] bool exists() const;
 

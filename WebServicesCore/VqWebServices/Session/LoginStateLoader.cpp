@@ -61,6 +61,7 @@ void LoginStateLoader::loadAll(bool takeServer) {
     const QString path = m_core.file.path();
     if (!m_core.file.exists()) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
+        m_core.file.removeLeftovers();
         return;
     }
     const LoginStateFile::Guard guard(m_core.file);

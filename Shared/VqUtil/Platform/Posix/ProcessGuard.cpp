@@ -14,7 +14,8 @@
 namespace Velquor::Util {
 
 namespace {
-constexpr int longestPauseMs = 10;
+// Whoever sleeps longer than the others loses the lock to them again and again.
+constexpr int longestPauseMs = 2;
 }
 
 struct ProcessGuard::Native {

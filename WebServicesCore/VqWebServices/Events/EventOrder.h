@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Events/HandledEvents.h"
+#include "Events/WebServicesEvent.h"
+
+#include <QHash>
+#include <QMap>
+#include <QQueue>
+#include <QVariantMap>
+#include <QVector>
+
+namespace Velquor::WebServices {
+
+/// An event on its way between processes, and the carrier that brings it.
+struct ArrivedEvent {
+    WebServicesPrivateCore::WebServicesEvent event = WebServicesPrivateCore::WebServicesEvent::AccountCreated;
+    QVariantMap params;
+    IPCMethod method = IPCMethod::Socket;
+};
+
+/// Keeps the events of one sender in their order where the watched file is faster than the socket.
+///
+/// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file ahead
+/// of its turn waits for those before it: until they have come, until the socket shows that they do not come, or for `holdMs`.
+/// Thread: its owner's. Owner: the notification manager. An event whose id has no number passes as it comes.
+class EventOrder {
+public:
+    /// Takes a new event; what is to be handled now.
+    [[nodiscard]] QVector<ArrivedEvent> take(const ArrivedEvent& arrived, qint64 nowMs);
+    /// The socket has brought an event again that was taken before; what is to be handled now.
+    [[nodiscard]] QVector<ArrivedEvent> reachedBySocket(const QString& eventId);
+    /// What has waited long enough.
+    [[nodiscard]] QVector<ArrivedEvent> takeOverdue(qint64 nowMs);
+    [[nodiscard]] bool isHolding() const;
+
+    /// The id of a sender's event: `source` is the sender's, `number` counts from 1.
+    [[nodiscard]] static QString eventId(const QString& source, quint64 number);
+
+    /// Longer than a busy server of the sockets takes, and short for who waits.
+    static constexpr int holdMs = 750;
+    static constexpr int mostSources = 256;
+
+private:
+    struct Held {
+        ArrivedEvent arrived;
+        qint64 sinceMs = 0;
+    };
+    struct Source {
+        quint64 last = 0; ///< The highest number that was handled.
+        QMap<quint64, Held> held;
+    };
+    struct Place {
+        QString source;
+        quint64 number = 0; ///< 0: the id has none.
+    };
+
+    [[nodiscard]] static Place placeOf(const QString& eventId);
+    [[nodiscard]] Source& sourceOf(const QString& name);
+    /// Moves what is held up to a number, and what follows it without a gap.
+    static void release(Source& source, quint64 upTo, QVector<ArrivedEvent>& released);
+
+    QHash<QString, Source> m_sources;
+    QQueue<QString> m_names; ///< In the order of their first event.
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,144 @@
+// What a save of the login state costs, with 20 products and under the lock between the processes, beside the least that any safe
+// save of the same document does: parse it, change it, write it beside, flush it and move it into place.
+
+#include "RatioReporter.h"
+#include "Session/LoginStateLoader.h"
+#include "Session/LoginStateSaver.h"
+#include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/VqOAuthHost.h"
+#include "VqUtil/Crypto/UserCryptor.h"
+#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Platform/UserRsaCryptor.h"
+
+#include <QCoreApplication>
+#include <QDomDocument>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+constexpr int productCount = 20;
+constexpr double goal = 1.5;
+
+class QuietLogger final : public Log::ILogger {
+public:
+    void log(Log::Level, const QString&) override {}
+    [[nodiscard]] bool isEnabled(Log::Level level) const override { return level >= Log::Level::Warning; }
+};
+
+class SilentVoice final : public ISessionVoice {
+public:
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
+    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
+    void forceLogout(const QString&) override {}
+    bool catchUpWithin(int) override { return true; }
+};
+
+/// A process with some products of its own, beside a file with 20 products.
+class Process {
+public:
+    explicit Process(int ownProducts)
+        : m_folder(new QTemporaryDir)
+        , m_core(std::make_unique<SessionCore>(services(), &m_voice)) {
+        m_core->setRestored();
+        BasicLoginState state;
+        state.clientId = m_core->services.cryptor->encrypt("client");
+        state.userName = state.userId = QStringLiteral("ada");
+        state.loginDate = m_core->services.now();
+        m_core->binding.bind(state);
+        m_core->setBasic(state);
+        configure(productCount);
+        LoginStateSaver(*m_core).save();
+        // The one that saves has read what the others wrote.
+        m_core = std::make_unique<SessionCore>(services(), &m_voice);
+        LoginStateLoader(*m_core).loadAll(true);
+        m_core->setRestored();
+        configure(ownProducts);
+    }
+
+    bool save() {
+        for (const ProductSessionPointer& product : m_own) {
+            ProductTokens tokens = product->tokens();
+            tokens.expiryDate = tokens.expiryDate.addSecs(1);
+            product->setTokens(tokens);
+        }
+        return LoginStateSaver(*m_core).save() == LoginStateSaver::Result::Saved;
+    }
+
+    bool saveAtLeast() {
+        QDomDocument document;
+        const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_core->file.path(), 1024 * 1024);
+        if (!document.setContent(file.data))
+            return false;
+        document.documentElement().setAttribute(QStringLiteral("LastSavedBy"), ++m_number);
+        return Util::AtomicFile::write(m_core->file.path(), document.toByteArray(2), nullptr);
+    }
+
+private:
+    [[nodiscard]] SessionServices services() const {
+        SessionServices made;
+        made.logger = made.networkLogger = std::make_shared<QuietLogger>();
+        made.cryptor = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder->path(), made.logger), made.logger);
+        made.cipherBlockSize = Util::userKeyBlockSize;
+        made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
+        made.urls = &UrlStore::instance();
+        made.loginStateFile = m_folder->filePath(QStringLiteral("LoginState.xml"));
+        return made;
+    }
+
+    void configure(int count) {
+        m_own.clear();
+        for (int index = 0; index < count; ++index) {
+            const QString key = QStringLiteral("8a6f1c0b2e594d7b9d%1").arg(index, 2, 10, QLatin1Char('0'));
+            m_core->clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+            WebServicesConfiguration configuration;
+            configuration.SetConsumerKey(key.toStdWString().c_str());
+            configuration.SetConsumerSecret(L"kd94hf93k423kf44-pfkkdhi9sl3r4s00");
+            m_core->clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration));
+            m_own += m_core->configuredProduct(key);
+            const auto seal = [this](const char* text) { return m_core->services.cryptor->encrypt(text); };
+            if (!m_own.last()->tokens().areComplete())
+                m_own.last()->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), m_core->services.now().addDays(1)});
+        }
+    }
+
+    const std::unique_ptr<QTemporaryDir> m_folder;
+    SilentVoice m_voice;
+    QVector<ProductSessionPointer> m_own;
+    std::unique_ptr<SessionCore> m_core;
+    int m_number = 0;
+};
+
+void save(benchmark::State& state, int ownProducts, bool (Process::*saving)()) {
+    Process process(ownProducts);
+    for (auto _ : state) {
+        if (!(process.*saving)())
+            return state.SkipWithError("not saved");
+    }
+}
+BENCHMARK_CAPTURE(save, library, 1, &Process::save)->Name("one own product of 20/library")->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, plain, 1, &Process::saveAtLeast)->Name("one own product of 20/plain")->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, library, 20, &Process::save)->Name("20 own products of 20/library")->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, plain, 20, &Process::saveAtLeast)->Name("20 own products of 20/plain")->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    // Repetitions of all contestants in mixed order: what else the machine and its disk do falls on each of them alike.
+    char repetitions[] = "--benchmark_repetitions=9";
+    char interleaving[] = "--benchmark_enable_random_interleaving=true";
+    char time[] = "--benchmark_min_time=0.2";
+    std::vector<char*> arguments{argv[0], repetitions, interleaving, time};
+    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    RatioReporter reporter("library", goal);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.isGoalMet() ? 0 : 1;
+}

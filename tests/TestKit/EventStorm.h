@@ -1,0 +1,84 @@
+#pragma once
+
+#include "Events/NotificationManager.h"
+#include "TestKit/IpcHelper.h"
+#include "TestKit/PackedParams.h"
+#include "TestKit/RecordingLogger.h"
+
+#include <QTest>
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace Velquor::TestKit {
+
+/// Four processes that raise events as fast as they can, and four that hear them. Thread: the test's. Owner: the test.
+class EventStorm : private WebServices::INotificationListener {
+public:
+    explicit EventStorm(const QString& folder, const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
+        : m_folder(folder)
+        , m_environment(environment)
+        , m_manager(folder, *this, std::make_shared<RecordingLogger>()) {}
+
+    static QByteArrayList senderNames() { return {"A", "B", "C", "D"}; }
+
+    /// Starts all of them; true once each has heard an event of this process.
+    [[nodiscard]] bool start(int count) {
+        m_manager.Start();
+        for (const QByteArray& from : senderNames()) {
+            m_senders.push_back(run(QStringLiteral("raise"), QString::fromLatin1(from), count));
+            m_listeners.push_back(run(QStringLiteral("hear"), {}, 0));
+        }
+        const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
+        for (int attempt = 0; attempt < 200; ++attempt) {
+            m_manager.SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
+                                              packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
+            if (QTest::qWaitFor([&] { return all(m_senders, isThere) && all(m_listeners, isThere); }, 50))
+                return true;
+        }
+        return false;
+    }
+
+    /// Lets them raise their events; true when all have within the time.
+    [[nodiscard]] bool rage(int timeoutMs) {
+        for (const auto& sender : m_senders)
+            sender->tell();
+        return QTest::qWaitFor([this] { return all(m_senders, [](const auto& sender) { return sender->hasSent() && !sender->wasRefused(); }); },
+                               timeoutMs);
+    }
+
+    [[nodiscard]] const std::vector<std::unique_ptr<IpcHelper>>& listeners() const { return m_listeners; }
+
+    /// Microseconds from the call that raised an event to the listener, of all that were heard, in order of size.
+    [[nodiscard]] std::vector<qint64> ages() const {
+        std::vector<qint64> found;
+        for (const auto& listener : m_listeners) {
+            for (const IpcHelper::Heard& heard : listener->heard()) {
+                if (heard.from != "test")
+                    found.push_back(heard.ageUs);
+            }
+        }
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+private:
+    template <typename Helpers, typename Condition>
+    static bool all(const Helpers& helpers, Condition condition) {
+        return std::all_of(helpers.cbegin(), helpers.cend(), condition);
+    }
+
+    [[nodiscard]] std::unique_ptr<IpcHelper> run(const QString& command, const QString& from, int count) const {
+        return std::make_unique<IpcHelper>(QStringList{command, QString(), m_folder, from, QString::number(count)}, m_environment);
+    }
+
+    void eventReceived(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
+
+    const QString m_folder;
+    const QProcessEnvironment m_environment;
+    WebServices::NotificationManager m_manager;
+    std::vector<std::unique_ptr<IpcHelper>> m_senders;
+    std::vector<std::unique_ptr<IpcHelper>> m_listeners;
+};
+
+} // namespace Velquor::TestKit

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+#include <cstdio>
+
+namespace Velquor::TestKit {
+
+/// Long runs and what they measure. Thread: any.
+
+/// With VQ_SOAK in the environment the long form of a test runs.
+[[nodiscard]] inline bool isSoak() { return qEnvironmentVariableIsSet("VQ_SOAK"); }
+
+[[nodiscard]] inline int rounds(int usual, int soak) { return isSoak() ? soak : usual; }
+
+/// Says what was measured beside its bar; the lines of a long run are gathered into a table.
+inline void figure(const QString& what, const QString& bar, const QString& measured) {
+    const QByteArray line = QStringLiteral("%1 | %2 | %3 | %4\n")
+                                .arg(isSoak() ? QStringLiteral("FIGURE") : QStringLiteral("figure"), what, bar, measured)
+                                .toUtf8();
+    std::fputs(line.constData(), stdout);
+    std::fflush(stdout);
+}
+
+} // namespace Velquor::TestKit

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Session/LoginStateLoader.h"
+#include "Session/LoginStateSaver.h"
+#include "TestKit/SessionFixture.h"
+
+#include <memory>
+
+namespace Velquor::TestKit {
+
+/// One process of the user as the login state file knows it: its session state, which looks at the shared file only when it is told
+/// to, and which nobody listens to. Thread: the test's. Owner: the test.
+class StateProcess {
+public:
+    explicit StateProcess(SessionFixture& fixture, const QString& consumerKey = QStringLiteral("demo-product-0001"),
+                          WebServices::Server server = WebServices::Production)
+        : core(fixture.services(), &m_voice)
+        , m_key(consumerKey) {
+        using WebServices::WebServicesConfiguration;
+        core.clients.add({consumerKey, 1, QStringLiteral("Product of ") + consumerKey, QStringLiteral("/opt/product")});
+        core.clients.setConfiguration(consumerKey, std::make_shared<const WebServicesConfiguration>(SessionFixture::configuration(
+                                                       consumerKey, QStringLiteral("secret"), server)));
+    }
+
+    void restore() {
+        WebServices::LoginStateLoader(core).loadAll(true);
+        core.setRestored();
+        if (core.isLoggedIn(m_key))
+            core.configuredProduct(m_key);
+    }
+
+    void signIn(const QString& user, const QDateTime& tokenExpiry = QDateTime::currentDateTimeUtc().addSecs(3600)) {
+        WebServices::BasicLoginState state;
+        state.clientId = core.services.cryptor->encrypt("client of " + user.toUtf8());
+        state.userName = user;
+        state.userId = user;
+        state.loginDate = WebServices::loginDateAfter(core.services.now(), core.logoutDate());
+        state.sessionExpiryDate = core.services.now().addDays(14);
+        core.binding.bind(state);
+        core.setBasic(state);
+        takeTokens(tokenExpiry);
+    }
+
+    /// The product has tokens of its own from now on.
+    void takeTokens(const QDateTime& expiry) {
+        const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
+        core.configuredProduct(m_key)->setTokens({encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), expiry});
+    }
+
+    void restoreAndSignIn() {
+        restore();
+        signIn(QStringLiteral("ada"));
+        WebServices::LoginStateSaver(core).save();
+    }
+
+    [[nodiscard]] QByteArray token(const QString& consumerKey) {
+        const WebServices::ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
+        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8()) : QByteArray();
+    }
+
+private:
+    class SilentVoice : public WebServices::ISessionVoice {
+    public:
+        void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
+        void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
+        void forceLogout(const QString&) override {}
+        bool catchUpWithin(int) override { return true; }
+    };
+
+    SilentVoice m_voice;
+
+public:
+    WebServices::SessionCore core;
+
+private:
+    const QString m_key;
+};
+
+} // namespace Velquor::TestKit

@@ -1,0 +1,110 @@
+// Another process of the user that saves the login state. Arguments: command, folder of the file, folder of the user's key, consumer
+// key, count. It says "ready" when it has read the file. Commands:
+//   loop      saves COUNT times (0: until it is killed) with the next number each time, and says "NUMBER MILLISECONDS" after each
+//   in-place  the same by overwriting the file where it stands, as no program should
+//   obey      for each line that it is told: saves with the fault of the line (see fault_shim), and says "saved" or "failed"
+//   hold      takes the lock of the file, says "ready", and keeps it until its standard input ends
+
+#include "TestKit/SaveHelper.h"
+#include "TestKit/StateProcess.h"
+
+#include <QElapsedTimer>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using TestKit::SaveHelper;
+
+namespace {
+
+void say(const QByteArray& line) {
+    std::fputs((line + '\n').constData(), stdout);
+    std::fflush(stdout);
+}
+
+class Helper {
+public:
+    explicit Helper(const QStringList& arguments)
+        : m_fixture(arguments.value(2), arguments.value(3))
+        , m_process(m_fixture, arguments.value(4)) {
+        m_process.restore();
+        const ProductSessionPointer product = m_process.core.products.find(arguments.value(4), Production);
+        m_number = product ? SaveHelper::numberOf(product->tokens().expiryDate) : 0;
+    }
+
+    [[nodiscard]] bool save() {
+        const QDateTime date = SaveHelper::dateOf(++m_number);
+        if (m_process.core.basic().hasUser())
+            m_process.takeTokens(date);
+        else
+            m_process.signIn(QStringLiteral("ada"), date);
+        return LoginStateSaver(m_process.core).save() == LoginStateSaver::Result::Saved;
+    }
+
+    // A whole save, and then the same once more where the file stands, byte by byte.
+    [[nodiscard]] bool saveInPlace() {
+        if (!save())
+            return false;
+        const QByteArray contents = m_fixture.fileContents();
+        QFile file(m_fixture.file());
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+            return false;
+        for (const char byte : contents)
+            file.write(&byte, 1);
+        return true;
+    }
+
+    int loop(bool inPlace, int count) {
+        for (int done = 0; done < count || count == 0; ++done) {
+            QElapsedTimer timer;
+            timer.start();
+            if (inPlace ? !saveInPlace() : !save()) {
+                say("failed");
+                return 1;
+            }
+            say(QByteArray::number(m_number) + ' ' + QByteArray::number(timer.elapsed()));
+        }
+        return 0;
+    }
+
+    int obey() {
+        for (std::string line; std::getline(std::cin, line);) {
+            qputenv("VQ_FAULT", QByteArray::fromStdString(line).trimmed());
+            const bool saved = save();
+            qunsetenv("VQ_FAULT");
+            say(saved ? "saved" : "failed");
+        }
+        return 0;
+    }
+
+    int hold() {
+        const LoginStateFile::Guard guard(m_process.core.file);
+        if (!guard.isHeld())
+            return 1;
+        say("ready");
+        while (std::getchar() != EOF) {}
+        return 0;
+    }
+
+private:
+    TestKit::SessionFixture m_fixture;
+    TestKit::StateProcess m_process;
+    int m_number = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const QString command = arguments.value(1);
+    Helper helper(arguments);
+    if (command == QLatin1String("hold"))
+        return helper.hold();
+    say("ready");
+    if (command == QLatin1String("obey"))
+        return helper.obey();
+    return helper.loop(command == QLatin1String("in-place"), arguments.value(5).toInt());
+}

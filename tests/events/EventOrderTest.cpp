@@ -1,0 +1,86 @@
+// Two carriers, one of them faster: the events of a sender are handled in their order, and none waits for long.
+
+#include "Events/EventOrder.h"
+#include "Events/INotificationListener.h"
+
+#include <QtTest>
+
+using namespace Velquor::WebServices;
+
+namespace {
+
+ArrivedEvent arrived(const QString& id, IPCMethod method) {
+    return {WebServicesPrivateCore::WebServicesEvent::TokenRefreshed, {{EventParam::eventId, id}}, method};
+}
+
+} // namespace
+
+class EventOrderTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    // s: by socket, w: by file, d: once more by socket, t: all but a moment of the time to wait passes, u: a moment passes.
+    void order_data() {
+        QTest::addColumn<QString>("arriving");
+        QTest::addColumn<QString>("handled");
+        const auto row = [](const char* what, const char* arriving, const char* handled) {
+            QTest::newRow(what) << QString::fromLatin1(arriving) << QString::fromLatin1(handled);
+        };
+        row("by socket alone", "s1 s2 s3", "1 2 3");
+        row("by file alone", "w1 w2 w3", "1 2 3");
+        row("the file is ahead", "s1 w3 s2", "1 2 3");
+        row("the file is far ahead", "s1 w3 w5 w4 s2", "1 2 3 4 5");
+        row("the file is ahead of the first", "w2 s1", "1 2");
+        row("ahead, and nothing more comes", "s1 w3 t", "1");
+        row("ahead, and time passes", "s1 w3 w6 u t", "1 3 6");
+        row("time is counted for each", "s1 w3 u w5 t", "1 3");
+        row("the socket shows that nothing is missing", "w5 d5", "5");
+        row("the socket goes on", "s1 w3 w4 s5", "1 3 4 5");
+        row("the file goes on after a gap", "s1 w3 u t w4", "1 3 4");
+        row("late is better than never", "s1 s5 w4", "1 5 4");
+    }
+
+    void order() {
+        QFETCH(QString, arriving);
+        QFETCH(QString, handled);
+        EventOrder order;
+        QVector<ArrivedEvent> ready;
+        qint64 now = 1000;
+        for (const QString& step : arriving.split(QLatin1Char(' '))) {
+            const QString id = EventOrder::eventId(QStringLiteral("sender"), step.mid(1).toULongLong());
+            if (step == QLatin1String("t") || step == QLatin1String("u"))
+                ready += order.takeOverdue(now += step == QLatin1String("t") ? EventOrder::holdMs - 1 : 1);
+            else if (step.startsWith(QLatin1Char('d')))
+                ready += order.reachedBySocket(id);
+            else
+                ready += order.take(arrived(id, step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher), now);
+        }
+        QStringList numbers;
+        for (const ArrivedEvent& one : ready)
+            numbers += one.params.value(EventParam::eventId).toString().section(QLatin1Char('#'), 1);
+        QCOMPARE(numbers.join(QLatin1Char(' ')), handled);
+    }
+
+    void sendersDoNotWaitForEachOther() {
+        EventOrder order;
+        QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
+        QCOMPARE(order.take(arrived(QStringLiteral("b#1"), IPCMethod::Watcher), 0).size(), 1);
+        QVERIFY(order.isHolding());
+        // One that does not count its events passes.
+        QCOMPARE(order.take(arrived(QStringLiteral("a"), IPCMethod::Watcher), 0).size(), 1);
+        QCOMPARE(order.take(arrived(QStringLiteral("a#none"), IPCMethod::Watcher), 0).size(), 1);
+    }
+
+    // Nobody grows by senders that come and go, and what waits is not forgotten for them.
+    void manySenders() {
+        EventOrder order;
+        QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
+        for (int sender = 0; sender < 3 * EventOrder::mostSources; ++sender)
+            QCOMPARE(order.take(arrived(EventOrder::eventId(QString::number(sender), 1), IPCMethod::Socket), 0).size(), 1);
+        QCOMPARE(order.takeOverdue(EventOrder::holdMs).size(), 1);
+        QVERIFY(!order.isHolding());
+    }
+};
+
+QTEST_GUILESS_MAIN(EventOrderTest)
+#include "EventOrderTest.moc"

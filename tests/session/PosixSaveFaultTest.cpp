@@ -1,0 +1,92 @@
+// Each call of a save fails as on a full, broken or forbidden disk: the file is the old one and the failure is told, or the new one
+// whole.
+
+#include "TestKit/SaveHelper.h"
+#include "TestKit/StateProcess.h"
+
+#include <QDir>
+#include <QtTest>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+using TestKit::SaveHelper;
+
+namespace {
+
+const auto key = QStringLiteral("demo-product-0001");
+
+struct Call {
+    const char* what;
+    const char* call;
+    QByteArray part; ///< Of the path.
+    bool isSaved;
+};
+
+} // namespace
+
+class PosixSaveFaultTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        TestKit::StateProcess first(m_fixture);
+        first.restore();
+        first.signIn(QStringLiteral("ada"), SaveHelper::dateOf(1));
+        QCOMPARE(LoginStateSaver(first.core).save(), LoginStateSaver::Result::Saved);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        // Before all others, the runtime of a sanitizer too.
+        environment.insert(QStringLiteral("LD_PRELOAD"), QString::fromLocal8Bit(VQ_FAULT_SHIM));
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
+        m_helper = std::make_unique<SaveHelper>(QStringList{QStringLiteral("obey"), m_fixture.folder.path(), m_fixture.keyFolder, key}, environment);
+        QVERIFY2(m_helper->isReady(), m_helper->readAllStandardError().constData());
+    }
+
+    void aFailingCall_data() {
+        QTest::addColumn<QByteArray>("fault");
+        QTest::addColumn<bool>("isSaved");
+        const QByteArray folder = m_fixture.folder.path().toLocal8Bit() + '$';
+        const Call calls[] = {
+            {"opening anything", "open", "/", false},
+            {"taking the lock", "open", "VqWebServicesLoginStateSemaphore.lock", false},
+            {"reading", "open", "/LoginState.xml$", false},
+            {"creating the new file", "open", "LoginState.xml.writing-", false},
+            {"writing", "write", "LoginState.xml.writing-", false},
+            {"writing all but a byte", "short-write", "LoginState.xml.writing-", false},
+            {"flushing", "fsync", "LoginState.xml.writing-", false},
+            {"moving into place", "rename", "LoginState.xml", false},
+            // The move is done by then.
+            {"opening the folder", "open", folder, true},
+            {"flushing the folder", "fsync", folder, true},
+        };
+        for (const Call& one : calls) {
+            for (const char* const error : {"ENOSPC", "EIO", "EACCES", "EMFILE"})
+                QTest::addRow("%s, %s", one.what, error) << QByteArray(one.call) + ':' + error + ':' + one.part << one.isSaved;
+        }
+    }
+
+    void aFailingCall() {
+        QFETCH(QByteArray, fault);
+        QFETCH(bool, isSaved);
+        const QByteArray before = m_fixture.fileContents();
+        const QByteArray said = m_helper->save(fault);
+        const QByteArray faults = m_helper->readAllStandardError();
+        QVERIFY2(faults.contains("fault: "), "the fault did not happen");
+        QCOMPARE(said, QByteArray(isSaved ? "saved" : "failed"));
+        QCOMPARE(m_fixture.fileContents() != before, isSaved);
+        QCOMPARE(QDir(m_fixture.folder.path()).entryList({QStringLiteral("LoginState.xml.*")}, QDir::Files), QStringList());
+        // Nothing stays behind that spoils the next one.
+        QCOMPARE(m_helper->save({}), QByteArray("saved"));
+        TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
+        TestKit::StateProcess next(fixture, key);
+        next.restore();
+        QVERIFY(!next.token(key).isEmpty());
+        QVERIFY(m_helper->readAllStandardError().isEmpty());
+    }
+
+private:
+    TestKit::SessionFixture m_fixture;
+    std::unique_ptr<SaveHelper> m_helper;
+};
+
+QTEST_GUILESS_MAIN(PosixSaveFaultTest)
+#include "PosixSaveFaultTest.moc"

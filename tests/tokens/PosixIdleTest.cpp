@@ -1,0 +1,83 @@
+// A process with ten signed-in products that has nothing to do does nothing.
+
+#include "Session/LoginSession.h"
+#include "TestKit/Soak.h"
+#include "TestKit/StateProcess.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QTimer>
+#include <QtTest>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+namespace {
+
+QString keyOf(int product) { return QStringLiteral("product-%1").arg(product); }
+
+/// How often the threads of this process have gone to sleep so far.
+int sleeps() {
+    int count = 0;
+    const QDir threads(QStringLiteral("/proc/self/task"));
+    for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile status(threads.filePath(thread + QStringLiteral("/status")));
+        const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
+        const int place = text.indexOf("\nvoluntary_ctxt_switches:");
+        count += place < 0 ? 0 : text.mid(place + 25, 20).simplified().split(' ').first().toInt();
+    }
+    return count;
+}
+
+void waitInOneSleep(int ms) {
+    QEventLoop loop;
+    QTimer::singleShot(ms, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+} // namespace
+
+class PosixIdleTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void sleepsWhileNothingIsDue() {
+        constexpr int products = 10;
+        TestKit::SessionFixture fixture;
+        writeFile(fixture, products);
+        fixture.notifiesProcesses = true;
+        const auto session = fixture.makeSession(keyOf(0));
+        QVERIFY(session->RestoreLogin(keyOf(0), false));
+        for (int product = 1; product < products; ++product) {
+            session->AddClient({keyOf(product), 1, QStringLiteral("Product"), QStringLiteral("/opt/product")});
+            QVERIFY(session->SetConfiguration(keyOf(product), TestKit::SessionFixture::configuration(keyOf(product), QStringLiteral("secret"))));
+            QVERIFY(session->isLoggedIn(keyOf(product)));
+        }
+        QTest::qWait(1500); // until all that was begun is done
+        const int ms = TestKit::rounds(2000, 10000);
+        const int before = sleeps();
+        waitInOneSleep(ms);
+        const int count = sleeps() - before - 1;
+        TestKit::figure(QStringLiteral("wake-ups of an idle process with ten products"), QStringLiteral("< 1 in 10 s"),
+                        QStringLiteral("%1 in %2 s").arg(count).arg(ms / 1000));
+        QVERIFY2(count < 1, qPrintable(QString::number(count)));
+    }
+
+private:
+    static void writeFile(TestKit::SessionFixture& fixture, int products) {
+        for (int product = 0; product < products; ++product) {
+            TestKit::StateProcess process(fixture, keyOf(product));
+            process.restore();
+            const QDateTime expiry = QDateTime::currentDateTimeUtc().addDays(10);
+            if (product == 0)
+                process.signIn(QStringLiteral("ada"), expiry);
+            else
+                process.takeTokens(expiry);
+            QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(PosixIdleTest)
+#include "PosixIdleTest.moc"
