@@ -59,7 +59,9 @@ bool signIn(WebServicesManager& services) {
     print(L"\nand press Enter here.");
     // A program with a window has a button for this. The message loop goes on meanwhile.
     std::thread([mainThread = GetCurrentThreadId()] {
-        std::getchar();
+        char key = 0;
+        DWORD count = 0;
+        ReadFile(GetStdHandle(STD_INPUT_HANDLE), &key, 1, &count, nullptr);
         PostThreadMessageW(mainThread, enterPressed, 0, 0);
     }).detach();
     return true;

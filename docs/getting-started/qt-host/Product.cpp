@@ -1,10 +1,10 @@
 #include "Product.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QTextStream>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -41,8 +41,9 @@ bool Product::signIn() {
     QTextStream(stdout) << "Sign in at\n\n" << QString::fromWCharArray(page.get()) << "\n\nand press Enter here.\n";
     // A product with a window has a button for this. The event loop goes on meanwhile.
     std::thread([this] {
-        std::string line;
-        std::getline(std::cin, line);
+        QFile input;
+        if (input.open(0, QIODevice::ReadOnly | QIODevice::Unbuffered))
+            input.read(1);
         QMetaObject::invokeMethod(this, &Product::completeSignIn, Qt::QueuedConnection);
     }).detach();
     return true;
