@@ -20,6 +20,7 @@ bool trust(const QString& authority) {
     return !certificates.isEmpty();
 }
 
+// [sign-in]
 bool signIn(WebServicesManager& manager) {
     const auto page = std::make_unique<wchar_t[]>(8192);
     if (!manager.InitiateLogin(page.get(), 8192))
@@ -28,7 +29,9 @@ bool signIn(WebServicesManager& manager) {
     std::wcin.get();
     return manager.CompleteLogin();
 }
+// [/sign-in]
 
+// [request]
 bool printHeader(WebServicesManager& manager, const std::wstring& url) {
     const std::unique_ptr<wchar_t[]> header(manager.SignRequest(url.c_str(), nullptr, 0, HttpMethod::Get,
                                                                 ParsingMode::AuthorizationHeader, nullptr, nullptr));
@@ -36,7 +39,9 @@ bool printHeader(WebServicesManager& manager, const std::wstring& url) {
         std::wcout << L"Authorization: " << header.get() << std::endl;
     return header != nullptr;
 }
+// [/request]
 
+// [run]
 bool run(const std::wstring& url) {
     WebServicesConfiguration configuration;
     configuration.SetConsumerKey(L"demo-product-0001");
@@ -46,6 +51,7 @@ bool run(const std::wstring& url) {
         return false;
     return (manager.IsLoggedIn() || signIn(manager)) && printHeader(manager, url);
 }
+// [/run]
 
 int main(int argc, char** argv) {
     if (argc != 3) {

@@ -7,6 +7,7 @@
 #include <QTextStream>
 #include <memory>
 #include <string>
+#include <string>
 #include <thread>
 
 using namespace Velquor::WebServices;
