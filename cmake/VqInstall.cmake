@@ -15,6 +15,7 @@ install(TARGETS VqWebServices EXPORT VqWebServicesTargets
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/include/" "${CMAKE_BINARY_DIR}/include/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(FILES "${CMAKE_SOURCE_DIR}/config/WebServices.logconfig" DESTINATION "${library_folder}")
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/config/" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices" FILES_MATCHING PATTERN "*.example")
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/docs/getting-started" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices")
 install(EXPORT VqWebServicesTargets NAMESPACE VqWebServices:: DESTINATION "${package_folder}")
 configure_package_config_file("${CMAKE_SOURCE_DIR}/cmake/VqWebServicesConfig.cmake.in"
   "${CMAKE_BINARY_DIR}/VqWebServicesConfig.cmake" INSTALL_DESTINATION "${package_folder}")

@@ -1,4 +1,5 @@
-# Makes the package, unpacks it into a folder of its own, builds the consumer against it and runs it with nothing else of ours.
+# Makes the package, unpacks it into a folder of its own, builds the consumer and the programs of the getting-started pages against
+# it, and runs them with nothing else of ours; the latter against the account service.
 set(work "${BUILD_FOLDER}/package-test")
 file(REMOVE_RECURSE "${work}")
 
@@ -32,11 +33,28 @@ file(GLOB_RECURSE configuration "${installed}/VqWebServicesConfig.cmake")
 get_filename_component(folder "${configuration}" DIRECTORY)
 run("${CMAKE_COMMAND}" -S "${SOURCE_FOLDER}" -B "${work}/consumer" "-DVqWebServices_DIR=${folder}" ${options})
 run("${CMAKE_COMMAND}" --build "${work}/consumer")
+# The programs that the package holds, as their readers build them.
+set(pages cmake qt-host)
+if(TOOLCHAIN)
+  list(APPEND pages native-host)
+endif()
+foreach(page IN LISTS pages)
+  run("${CMAKE_COMMAND}" -S "${installed}/share/VqWebServices/getting-started/${page}" -B "${work}/${page}"
+    "-DVqWebServices_DIR=${folder}" ${options})
+  run("${CMAKE_COMMAND}" --build "${work}/${page}")
+endforeach()
+
+set(try_programs "${PYTHON}" -B "${CMAKE_CURRENT_LIST_DIR}/getting_started.py")
 if(TOOLCHAIN)
   # Beside the package's own DLLs, and with no others in reach.
-  file(COPY "${work}/consumer/consumer.exe" DESTINATION "${installed}/bin")
+  file(GLOB programs "${work}/consumer/*.exe" "${work}/cmake/*.exe" "${work}/qt-host/*.exe" "${work}/native-host/*.exe")
+  file(COPY ${programs} DESTINATION "${installed}/bin")
   get_filename_component(runner "${TOOLCHAIN}/../../tools/windows/run" ABSOLUTE)
   run("${CMAKE_COMMAND}" -E env VQ_WINE_PATH= "${runner}" --fresh --sysroot "${SYSROOT}" "${installed}/bin/consumer.exe")
+  run("${CMAKE_COMMAND}" -E env VQ_WINE_PATH= ${try_programs} --sysroot "${SYSROOT}"
+    "${installed}/bin/first-request" "${installed}/bin/qt-host" "${installed}/bin/native-host")
 else()
   run("${CMAKE_COMMAND}" -E env "XDG_DATA_HOME=${work}/data" "${work}/consumer/consumer")
+  run(${try_programs} "${work}/cmake/first-request" "${work}/qt-host/qt-host")
+  run("${PYTHON}" -B "${CMAKE_CURRENT_LIST_DIR}/walk_through.py" --installed "${installed}")
 endif()

@@ -1,0 +1,71 @@
+// Signs a user in and prints the "Authorization" header of one signed request.
+// Usage: first-request FOLDER URL
+
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QString>
+#include <VqWebServices/WebServicesManager.h>
+#include <iostream>
+#include <memory>
+#include <string>
+
+using namespace Velquor::WebServices;
+
+// The account service for development has a certificate authority of its own. TLS errors are never ignored.
+bool trust(const QString& authority) {
+    const QList<QSslCertificate> certificates = QSslCertificate::fromPath(authority);
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setCaCertificates(configuration.caCertificates() + certificates);
+    QSslConfiguration::setDefaultConfiguration(configuration);
+    return !certificates.isEmpty();
+}
+
+// [sign-in]
+bool signIn(WebServicesManager& manager) {
+    const auto page = std::make_unique<wchar_t[]>(8192);
+    if (!manager.InitiateLogin(page.get(), 8192))
+        return false;
+    std::wcerr << L"Sign in at\n\n" << page.get() << L"\n\nand press Enter here." << std::endl;
+    std::wcin.get();
+    return manager.CompleteLogin();
+}
+// [/sign-in]
+
+// [request]
+bool printHeader(WebServicesManager& manager, const std::wstring& url) {
+    const std::unique_ptr<wchar_t[]> header(manager.SignRequest(url.c_str(), nullptr, 0, HttpMethod::Get,
+                                                                ParsingMode::AuthorizationHeader, nullptr, nullptr));
+    if (header)
+        std::wcout << L"Authorization: " << header.get() << std::endl;
+    return header != nullptr;
+}
+// [/request]
+
+// [run]
+bool run(const std::wstring& url) {
+    WebServicesConfiguration configuration;
+    configuration.SetConsumerKey(L"demo-product-0001");
+    configuration.SetConsumerSecret(L"demo-secret-0001");
+    WebServicesManager& manager = *WebServicesManager::GetInstance();
+    if (!manager.SetConfiguration(configuration) || !manager.RestoreLogin())
+        return false;
+    return (manager.IsLoggedIn() || signIn(manager)) && printHeader(manager, url);
+}
+// [/run]
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::wcerr << L"usage: first-request FOLDER URL" << std::endl;
+        return 2;
+    }
+    const QString folder = QString::fromLocal8Bit(argv[1]);
+    if (!trust(folder + QStringLiteral("/ca.pem")))
+        return 1;
+    WebServicesManager::SetSupportFileSearchPaths(folder.toStdWString().c_str());
+    WebServicesManager::Initialize();
+    const bool isDone = run(QString::fromLocal8Bit(argv[2]).toStdWString());
+    WebServicesManager::Uninitialize();
+    if (!isDone)
+        std::wcerr << L"It failed; \"WebServices.log\" says why." << std::endl;
+    return isDone ? 0 : 1;
+}
