@@ -26,8 +26,8 @@ private slots:
         m_fixture = std::make_unique<TestKit::SessionFixture>();
         m_process = std::make_unique<TestKit::StateProcess>(*m_fixture);
         m_process->restoreAndSignIn();
-        m_holder = std::make_unique<SaveHelper>(QStringList{QStringLiteral("hold"), m_fixture->folder.path(), m_fixture->keyFolder,
-                                                            QStringLiteral("demo-product-0001")});
+        m_holder = std::make_unique<SaveHelper>(QStringList{QStringLiteral("hold"), m_fixture->folder.path(),
+                                                            m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
         QVERIFY(m_holder->isReady());
     }
 

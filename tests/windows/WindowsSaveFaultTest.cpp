@@ -61,7 +61,8 @@ private:
 
     // As a virus scanner does: others may read, and nobody may delete.
     [[nodiscard]] HANDLE hold() const {
-        return ::CreateFileW(path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+        return ::CreateFileW(path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                             nullptr);
     }
 
     LoginStateSaver::Result save() { return LoginStateSaver(m_process->core).save(); }
