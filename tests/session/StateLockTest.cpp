@@ -67,6 +67,21 @@ private slots:
         QVERIFY(m_fixture->fileContents() != before);
     }
 
+    // Whoever is the next to have the lock, and does not come to take it, does not keep it from the others.
+    void aWaiterThatStandsStillDelaysNobody() {
+        SaveHelper waiter({QStringLiteral("obey"), m_fixture->folder.path(), m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
+        QTest::qWait(700);
+        QVERIFY(TestKit::stopProcess(waiter.processId()));
+        m_holder->closeWriteChannel();
+        QVERIFY(m_holder->waitForFinished(10000));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(TestKit::continueProcess(waiter.processId()));
+        QVERIFY(waiter.isReady());
+    }
+
 private:
     LoginStateSaver::Result save() {
         m_process->takeTokens(SaveHelper::dateOf(++m_number));
