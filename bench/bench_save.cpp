@@ -103,7 +103,8 @@ private:
             m_own += m_core->configuredProduct(key);
             const auto seal = [this](const char* text) { return m_core->services.cryptor->encrypt(text); };
             if (!m_own.last()->tokens().areComplete())
-                m_own.last()->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), m_core->services.now().addDays(1)});
+                m_own.last()->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"),
+                                         m_core->services.now().addDays(1)});
         }
     }
 
@@ -121,10 +122,22 @@ void save(benchmark::State& state, int ownProducts, bool (Process::*saving)()) {
             return state.SkipWithError("not saved");
     }
 }
-BENCHMARK_CAPTURE(save, library, 1, &Process::save)->Name("one own product of 20/library")->UseRealTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(save, plain, 1, &Process::saveAtLeast)->Name("one own product of 20/plain")->UseRealTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(save, library, 20, &Process::save)->Name("20 own products of 20/library")->UseRealTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(save, plain, 20, &Process::saveAtLeast)->Name("20 own products of 20/plain")->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, library, 1, &Process::save)
+    ->Name("one own product of 20/library")
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, plain, 1, &Process::saveAtLeast)
+    ->Name("one own product of 20/plain")
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, library, 20, &Process::save)
+    ->Name("20 own products of 20/library")
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(save, plain, 20, &Process::saveAtLeast)
+    ->Name("20 own products of 20/plain")
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

@@ -43,8 +43,9 @@ public:
     [[nodiscard]] bool rage(int timeoutMs) {
         for (const auto& sender : m_senders)
             sender->tell();
-        return QTest::qWaitFor([this] { return all(m_senders, [](const auto& sender) { return sender->hasSent() && !sender->wasRefused(); }); },
-                               timeoutMs);
+        return QTest::qWaitFor(
+            [this] { return all(m_senders, [](const auto& sender) { return sender->hasSent() && !sender->wasRefused(); }); },
+            timeoutMs);
     }
 
     [[nodiscard]] const std::vector<std::unique_ptr<IpcHelper>>& listeners() const { return m_listeners; }
@@ -69,7 +70,8 @@ private:
     }
 
     [[nodiscard]] std::unique_ptr<IpcHelper> run(const QString& command, const QString& from, int count) const {
-        return std::make_unique<IpcHelper>(QStringList{command, QString(), m_folder, from, QString::number(count)}, m_environment);
+        return std::make_unique<IpcHelper>(QStringList{command, QString(), m_folder, from, QString::number(count)},
+                                           m_environment);
     }
 
     void eventReceived(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}

@@ -10,12 +10,13 @@
 
 namespace Velquor::TestKit {
 
-/// A run of the program "save_helper", which lies beside the test: another process that saves the login state. Each save of a product
-/// has a number, which stands in the file as the token's expiry date. Ends with this object at the latest.
-/// Thread: the test's. Owner: the test.
+/// A run of the program "save_helper", which lies beside the test: another process that saves the login state. Each save of a
+/// product has a number, which stands in the file as the token's expiry date. Ends with this object at the latest. Thread: the
+/// test's. Owner: the test.
 class SaveHelper : public QProcess {
 public:
-    explicit SaveHelper(const QStringList& arguments, const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
+    explicit SaveHelper(const QStringList& arguments,
+                        const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
         setProcessEnvironment(environment);
         connect(this, &QProcess::readyReadStandardOutput, this, &SaveHelper::keepLines);
         start(QCoreApplication::applicationDirPath() + QStringLiteral("/save_helper"), arguments);
@@ -29,7 +30,8 @@ public:
     /// True once it is about to save.
     [[nodiscard]] bool isReady() {
         const QDeadlineTimer deadline(20000);
-        while (!m_isReady && !deadline.hasExpired() && waitForReadyRead(20000)) {}
+        while (!m_isReady && !deadline.hasExpired() && waitForReadyRead(20000)) {
+        }
         return m_isReady;
     }
 
@@ -38,7 +40,8 @@ public:
         m_lastWord.clear();
         write(fault + '\n');
         const QDeadlineTimer deadline(20000);
-        while (m_lastWord.isEmpty() && !deadline.hasExpired() && waitForReadyRead(20000)) {}
+        while (m_lastWord.isEmpty() && !deadline.hasExpired() && waitForReadyRead(20000)) {
+        }
         return m_lastWord;
     }
 
@@ -56,7 +59,9 @@ public:
 
     /// The expiry date that stands for a number.
     [[nodiscard]] static QDateTime dateOf(int number) { return firstDate().addSecs(number); }
-    [[nodiscard]] static int numberOf(const QDateTime& date) { return date.isValid() ? static_cast<int>(firstDate().secsTo(date)) : 0; }
+    [[nodiscard]] static int numberOf(const QDateTime& date) {
+        return date.isValid() ? static_cast<int>(firstDate().secsTo(date)) : 0;
+    }
 
 private:
     static QDateTime firstDate() { return {QDate(2090, 1, 1), QTime(0, 0), Qt::UTC}; }

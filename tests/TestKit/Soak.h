@@ -9,9 +9,13 @@ namespace Velquor::TestKit {
 /// Long runs and what they measure. Thread: any.
 
 /// With VQ_SOAK in the environment the long form of a test runs.
-[[nodiscard]] inline bool isSoak() { return qEnvironmentVariableIsSet("VQ_SOAK"); }
+[[nodiscard]] inline bool isSoak() {
+    return qEnvironmentVariableIsSet("VQ_SOAK");
+}
 
-[[nodiscard]] inline int rounds(int usual, int soak) { return isSoak() ? soak : usual; }
+[[nodiscard]] inline int rounds(int usual, int soak) {
+    return isSoak() ? soak : usual;
+}
 
 /// Says what was measured beside its bar; the lines of a long run are gathered into a table.
 inline void figure(const QString& what, const QString& bar, const QString& measured) {

@@ -8,8 +8,8 @@
 
 namespace Velquor::TestKit {
 
-/// One process of the user as the login state file knows it: its session state, which looks at the shared file only when it is told
-/// to, and which nobody listens to. Thread: the test's. Owner: the test.
+/// One process of the user as the login state file knows it: its session state, which looks at the shared file only when it is
+/// told to, and which nobody listens to. Thread: the test's. Owner: the test.
 class StateProcess {
 public:
     explicit StateProcess(SessionFixture& fixture, const QString& consumerKey = QStringLiteral("demo-product-0001"),
@@ -44,7 +44,8 @@ public:
     /// The product has tokens of its own from now on.
     void takeTokens(const QDateTime& expiry) {
         const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
-        core.configuredProduct(m_key)->setTokens({encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), expiry});
+        core.configuredProduct(m_key)->setTokens(
+            {encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), expiry});
     }
 
     void restoreAndSignIn() {
@@ -55,7 +56,8 @@ public:
 
     [[nodiscard]] QByteArray token(const QString& consumerKey) {
         const WebServices::ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
-        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8()) : QByteArray();
+        return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8())
+                       : QByteArray();
     }
 
 private:

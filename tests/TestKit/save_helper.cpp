@@ -1,5 +1,5 @@
-// Another process of the user that saves the login state. Arguments: command, folder of the file, folder of the user's key, consumer
-// key, count. It says "ready" when it has read the file. Commands:
+// Another process of the user that saves the login state. Arguments: command, folder of the file, folder of the user's key,
+// consumer key, count. It says "ready" when it has read the file. Commands:
 //   loop      saves COUNT times (0: until it is killed) with the next number each time, and says "NUMBER MILLISECONDS" after each
 //   in-place  the same by overwriting the file where it stands, as no program should
 //   obey      for each line that it is told: saves with the fault of the line (see fault_shim), and says "saved" or "failed"
@@ -84,7 +84,8 @@ public:
         if (!guard.isHeld())
             return 1;
         say("ready");
-        while (std::getchar() != EOF) {}
+        while (std::getchar() != EOF) {
+        }
         return 0;
     }
 

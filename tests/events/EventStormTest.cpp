@@ -35,7 +35,8 @@ private slots:
         const qint64 slow = ages.at(ages.size() * 99 / 100);
         TestKit::figure(QStringLiteral("events of 4 processes at 4 others, 99 of 100"), QStringLiteral("< 100 ms"),
                         QStringLiteral("%1 ms (%2 events)").arg(slow / 1000.0).arg(ages.size()));
-        TestKit::figure(QStringLiteral("the same, median"), QStringLiteral("< 2 ms (idle)"), QStringLiteral("%1 ms").arg(median / 1000.0));
+        TestKit::figure(QStringLiteral("the same, median"), QStringLiteral("< 2 ms (idle)"),
+                        QStringLiteral("%1 ms").arg(median / 1000.0));
         // A machine that does something else meanwhile tells little about time.
         QVERIFY(slow < (TestKit::isSoak() ? 100000 : 5000000));
     }

@@ -29,8 +29,8 @@ private slots:
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_runtime->path()));
     }
 
-    // Something foreign stands where the socket should be. The file holds the last event only, so that some pass unseen; the last one
-    // does not.
+    // Something foreign stands where the socket should be. The file holds the last event only, so that some pass unseen; the last
+    // one does not.
     void withoutTheSocket() {
         QVERIFY(QDir(m_runtime->path()).mkpath(QStringLiteral("Velquor.WebServices/something")));
         EventStorm storm(m_folder->path());

@@ -87,6 +87,7 @@ private slots:
     void refusals_data();
     void refusals();
     void oneServer();
+    void removedSocket();
     void newcomer();
     void manyThreads();
     void endInReceiver_data();
@@ -237,6 +238,20 @@ void IPCManagerTest::oneServer() {
 }
 
 // It hears what is sent from its coming on, also when it changes its server soon after.
+// Somebody tidies up the folder of the socket: newcomers find the server all the same.
+void IPCManagerTest::removedSocket() {
+    const QString file = Util::localServerFile(Util::localServerAddress(m_name, m_folder.path()));
+    if (file.isEmpty())
+        QSKIP("A server cannot lose its name here");
+    QVERIFY(meet(2));
+    for (int round = 0; round < 2; ++round) {
+        QVERIFY(QFile::remove(file));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(file), 2000);
+    }
+    m_parties.push_back(std::make_unique<Party>(m_name, m_folder.path()));
+    QVERIFY(worksOn());
+}
+
 void IPCManagerTest::newcomer() {
     QVERIFY(meet(3));
     QVERIFY(at(1).manager.send(QStringLiteral("Before"), {}));

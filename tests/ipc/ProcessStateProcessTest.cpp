@@ -106,10 +106,12 @@ void ProcessStateProcessTest::anotherExecutable() {
     QCOMPARE(helper->nextLine(), QByteArray("ready"));
     ProcessStateServices fake = services();
     fake.ownProcessId = helper->processId();
-    const QString path = QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()
-                                   + (fake.ownExecutablePath.endsWith(QLatin1String(".exe")) ? QStringLiteral(".exe") : QString()))
-                             .absoluteFilePath();
-    const QStringList paths{path, path.toUpper(), QDir::cleanPath(path + QStringLiteral("/../") + QFileInfo(path).fileName()), QString()};
+    const QString path =
+        QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()
+                  + (fake.ownExecutablePath.endsWith(QLatin1String(".exe")) ? QStringLiteral(".exe") : QString()))
+            .absoluteFilePath();
+    const QStringList paths{path, path.toUpper(), QDir::cleanPath(path + QStringLiteral("/../") + QFileInfo(path).fileName()),
+                            QString()};
     for (const QString& same : paths) {
         fake.ownExecutablePath = same;
         open(fake)->deleteProcessState();
@@ -169,8 +171,8 @@ void ProcessStateProcessTest::crashCycles() {
     }
     QVERIFY(bystander->finish());
     QVERIFY(isEmptied());
-    TestKit::figure(QStringLiteral("processes killed while they write the shared block"), QStringLiteral("no orphan, no flag of the dead"),
-                    QStringLiteral("%1 cycles").arg(rounds(20, 200)));
+    TestKit::figure(QStringLiteral("processes killed while they write the shared block"),
+                    QStringLiteral("no orphan, no flag of the dead"), QStringLiteral("%1 cycles").arg(rounds(20, 200)));
 }
 
 void ProcessStateProcessTest::manyOpens() {
@@ -179,7 +181,8 @@ void ProcessStateProcessTest::manyOpens() {
     for (int count = 0; count < 4; ++count)
         helpers.push_back(run(QString::number(rounds(100, 2500))));
     for (const auto& helper : helpers)
-        QVERIFY2(helper->finish(), helper->readAllStandardError().constData());
+        QVERIFY2(helper->finish(), qPrintable(QStringLiteral("exit code %1").arg(helper->exitCode())
+                                              + QString::fromLocal8Bit(helper->readAllStandardError())));
     QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
     m_state = open(services());
     QVERIFY(m_state->ensureCreated());

@@ -1,5 +1,5 @@
-// Each call of a save fails as on a full, broken or forbidden disk: the file is the old one and the failure is told, or the new one
-// whole.
+// Each call of a save fails as on a full, broken or forbidden disk: the file is the old one and the failure is told, or the new
+// one whole.
 
 #include "TestKit/SaveHelper.h"
 #include "TestKit/StateProcess.h"
@@ -37,7 +37,8 @@ private slots:
         // Before all others, the runtime of a sanitizer too.
         environment.insert(QStringLiteral("LD_PRELOAD"), QString::fromLocal8Bit(VQ_FAULT_SHIM));
         environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
-        m_helper = std::make_unique<SaveHelper>(QStringList{QStringLiteral("obey"), m_fixture.folder.path(), m_fixture.keyFolder, key}, environment);
+        m_helper = std::make_unique<SaveHelper>(
+            QStringList{QStringLiteral("obey"), m_fixture.folder.path(), m_fixture.keyFolder, key}, environment);
         QVERIFY2(m_helper->isReady(), m_helper->readAllStandardError().constData());
     }
 

@@ -77,8 +77,8 @@ void SaveManyTest::keepAlive(Lane& lane) const {
         lane.end();
     if (lane.helper)
         return;
-    lane.helper = std::make_unique<SaveHelper>(QStringList{QStringLiteral("loop"), m_fixture->folder.path(), m_fixture->keyFolder, lane.key,
-                                                           QString::number(lane.isShortLived ? shortLife : 0)});
+    lane.helper = std::make_unique<SaveHelper>(QStringList{QStringLiteral("loop"), m_fixture->folder.path(), m_fixture->keyFolder,
+                                                           lane.key, QString::number(lane.isShortLived ? shortLife : 0)});
     ++lane.starts;
 }
 
@@ -94,7 +94,9 @@ QHash<QString, int> SaveManyTest::numbers() const {
     QHash<QString, int> found;
     if (!document.setContent(Util::AtomicFile::read(m_fixture->file(), 1024 * 1024).data))
         return found;
-    const QDomElement products = document.documentElement().firstChildElement(QStringLiteral("LoginSession")).firstChildElement(QStringLiteral("Products"));
+    const QDomElement products = document.documentElement()
+                                     .firstChildElement(QStringLiteral("LoginSession"))
+                                     .firstChildElement(QStringLiteral("Products"));
     for (QDomElement product = products.firstChildElement(); !product.isNull(); product = product.nextSiblingElement()) {
         const QDateTime date = QDateTime::fromString(product.attribute(QStringLiteral("TokenExpiryDate")), Qt::ISODate);
         found.insert(product.attribute(QStringLiteral("ProductKey")), SaveHelper::numberOf(date));
@@ -152,8 +154,10 @@ void SaveManyTest::nobodyLosesAProduct() {
     for (const Lane& lane : lanes)
         QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
     QVERIFY2(longestMs < longestWaitMs, qPrintable(QString::number(longestMs)));
-    TestKit::figure(isKilling ? QStringLiteral("longest save of 8 processes, a third killed") : QStringLiteral("longest save of 8 processes"),
-                    QStringLiteral("no product lost, < 5 s"), QStringLiteral("%1 ms (%2 saves, %3 kills)").arg(longestMs).arg(saves).arg(kills));
+    TestKit::figure(isKilling ? QStringLiteral("longest save of 8 processes, a third killed")
+                              : QStringLiteral("longest save of 8 processes"),
+                    QStringLiteral("no product lost, < 5 s"),
+                    QStringLiteral("%1 ms (%2 saves, %3 kills)").arg(longestMs).arg(saves).arg(kills));
 }
 
 QTEST_GUILESS_MAIN(SaveManyTest)

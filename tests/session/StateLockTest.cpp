@@ -26,8 +26,8 @@ private slots:
         m_fixture = std::make_unique<TestKit::SessionFixture>();
         m_process = std::make_unique<TestKit::StateProcess>(*m_fixture);
         m_process->restoreAndSignIn();
-        m_holder = std::make_unique<SaveHelper>(QStringList{QStringLiteral("hold"), m_fixture->folder.path(), m_fixture->keyFolder,
-                                                            QStringLiteral("demo-product-0001")});
+        m_holder = std::make_unique<SaveHelper>(QStringList{QStringLiteral("hold"), m_fixture->folder.path(),
+                                                            m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
         QVERIFY(m_holder->isReady());
     }
 
@@ -65,6 +65,21 @@ private slots:
         QVERIFY(m_holder->waitForFinished(10000));
         QCOMPARE(save(), LoginStateSaver::Result::Saved);
         QVERIFY(m_fixture->fileContents() != before);
+    }
+
+    // Whoever is the next to have the lock, and does not come to take it, does not keep it from the others.
+    void aWaiterThatStandsStillDelaysNobody() {
+        SaveHelper waiter({QStringLiteral("obey"), m_fixture->folder.path(), m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
+        QTest::qWait(700);
+        QVERIFY(TestKit::stopProcess(waiter.processId()));
+        m_holder->closeWriteChannel();
+        QVERIFY(m_holder->waitForFinished(10000));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(TestKit::continueProcess(waiter.processId()));
+        QVERIFY(waiter.isReady());
     }
 
 private:

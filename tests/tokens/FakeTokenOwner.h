@@ -5,8 +5,8 @@
 
 namespace Velquor::TestKit {
 
-/// A signed-in product for token workers that live on the test's own thread, under a clock that the test sets. There is no file and
-/// no other process. Thread: the test's. Owner: the test.
+/// A signed-in product for token workers that live on the test's own thread, under a clock that the test sets. There is no file
+/// and no other process. Thread: the test's. Owner: the test.
 class FakeTokenOwner : public WebServices::ITokenOwner {
 public:
     explicit FakeTokenOwner(SessionFixture& fixture)
@@ -42,7 +42,9 @@ public:
         return true;
     }
     [[nodiscard]] bool isOAuth2Enabled() const override { return false; }
-    [[nodiscard]] bool storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&, const QString&) override { return false; }
+    [[nodiscard]] bool storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&, const QString&) override {
+        return false;
+    }
     [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent) override {}
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent, const WebServices::OAuth2TokenSpec&) override {}

@@ -15,7 +15,9 @@ using namespace Velquor::WebServices;
 
 namespace {
 
-QString keyOf(int product) { return QStringLiteral("product-%1").arg(product); }
+QString keyOf(int product) {
+    return QStringLiteral("product-%1").arg(product);
+}
 
 /// How often the threads of this process have gone to sleep so far.
 int sleeps() {
@@ -51,7 +53,8 @@ private slots:
         QVERIFY(session->RestoreLogin(keyOf(0), false));
         for (int product = 1; product < products; ++product) {
             session->AddClient({keyOf(product), 1, QStringLiteral("Product"), QStringLiteral("/opt/product")});
-            QVERIFY(session->SetConfiguration(keyOf(product), TestKit::SessionFixture::configuration(keyOf(product), QStringLiteral("secret"))));
+            QVERIFY(session->SetConfiguration(keyOf(product),
+                                              TestKit::SessionFixture::configuration(keyOf(product), QStringLiteral("secret"))));
             QVERIFY(session->isLoggedIn(keyOf(product)));
         }
         QTest::qWait(1500); // until all that was begun is done

@@ -1,5 +1,5 @@
-// A network that fails again and again, servers that refuse, a machine that sleeps: when a refresh is tried again, to the millisecond of
-// a clock that the test sets, and that nothing is lost meanwhile.
+// A network that fails again and again, servers that refuse, a machine that sleeps: when a refresh is tried again, to the
+// millisecond of a clock that the test sets, and that nothing is lost meanwhile.
 
 #include "FakeTokenOwner.h"
 #include "TestKit/LoopbackHttpServer.h"
@@ -19,8 +19,9 @@ constexpr int second = 1000;
 constexpr int minute = 60 * second;
 
 QByteArray goodReply() {
-    return answer("200 OK", "oauth_token=new-token&oauth_token_secret=new-secret&oauth_session_handle=new-handle&oauth_expires_in=3600"
-                            "&oauth_authorization_expires_in=86400");
+    return answer("200 OK",
+                  "oauth_token=new-token&oauth_token_secret=new-secret&oauth_session_handle=new-handle&oauth_expires_in=3600"
+                  "&oauth_authorization_expires_in=86400");
 }
 
 QByteArray refusal(const QByteArray& status, const QByteArray& problem) {
@@ -43,7 +44,8 @@ private slots:
 private:
     /// Where the next request goes: the scripted server, unless another address is given.
     void pointTo(const QString& address) {
-        m_fixture->urls.SetUrlOverrides(Production, {{QStringLiteral("AccountServerUrl"), address}, {QStringLiteral("AccessTokenEndPoint"), QStringLiteral("/access")}});
+        m_fixture->urls.SetUrlOverrides(Production, {{QStringLiteral("AccountServerUrl"), address},
+                                                     {QStringLiteral("AccessTokenEndPoint"), QStringLiteral("/access")}});
     }
     void play(const QByteArray& bytes, bool close = true) {
         m_server->setScript(QStringLiteral("/access"), {bytes, 0, 0, 0, close});
@@ -86,7 +88,9 @@ void RefreshFaultTest::fail(int kind) {
     switch (kind % 5) {
     case 0: return play({}, false); // until the time is over
     case 1: return pointTo(QStringLiteral("http://no-such-host.invalid"));
-    case 2: return play(answer("200 OK", "<html><body>Welcome to our network. Please sign in.</body></html>", "Content-Type: text/html\r\n"));
+    case 2:
+        return play(
+            answer("200 OK", "<html><body>Welcome to our network. Please sign in.</body></html>", "Content-Type: text/html\r\n"));
     case 3: {
         QTcpServer closed;
         QVERIFY(closed.listen(QHostAddress::LocalHost));
@@ -149,7 +153,8 @@ void RefreshFaultTest::theMachineSlept() {
     play(goodReply());
     passTime(9 * 60LL * minute);
     QCOMPARE(m_server->count(QStringLiteral("/access")), 1);
-    QVERIFY(m_fixture->hasLogged(QStringLiteral("Token refresh timer message arrived 9 h late. Timer message was expected at 2030-05-01T13:00:00Z")));
+    QVERIFY(m_fixture->hasLogged(
+        QStringLiteral("Token refresh timer message arrived 9 h late. Timer message was expected at 2030-05-01T13:00:00Z")));
     QVERIFY(m_fixture->hasLogged(QStringLiteral("Token refresh timer message: Token has expired. Time to refresh now.")));
     QCOMPARE(interval(), 10 * minute);
     QCOMPARE(m_refresher->ask(true, RefreshWorker::Reason::Expired), RefreshWorker::Answer::Started);

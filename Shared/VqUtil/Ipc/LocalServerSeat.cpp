@@ -13,7 +13,8 @@ namespace {
 constexpr int shortestPauseMs = 10;
 constexpr int longestPauseMs = 500;
 constexpr int connectMs = 2000;
-constexpr int serverCheckMs = 1000;
+// In case that the system does not tell of the removal: rare enough to let an idle process sleep.
+constexpr int serverCheckMs = 30000;
 
 } // namespace
 
@@ -28,6 +29,7 @@ LocalServerSeat::LocalServerSeat(const QString& address, const QString& guardNam
     connect(&m_nextTry, &QTimer::timeout, this, &LocalServerSeat::connectToServer);
     connect(&m_serverCheck, &QTimer::timeout, this, &LocalServerSeat::checkServer);
     m_serverCheck.setInterval(serverCheckMs);
+    m_serverCheck.setTimerType(Qt::VeryCoarseTimer);
 }
 
 // The name is given back before the lock.
@@ -105,6 +107,7 @@ void LocalServerSeat::takeSeat() {
     delete m_socket;
     m_nextTry.stop();
     m_serverCheck.start();
+    watchName();
     m_logger->information(QStringLiteral("This process serves the messages between processes at %1").arg(m_address));
     emit SeatTaken();
 }
@@ -140,6 +143,24 @@ void LocalServerSeat::checkServer() {
     m_server->close();
     if (!m_server->listen(m_address))
         warnOnce(QStringLiteral("Failed to serve messages at %1. %2").arg(m_address, m_server->errorString()));
+}
+
+void LocalServerSeat::nameChanged() {
+    checkServer();
+    watchName();
+}
+
+void LocalServerSeat::watchName() {
+    const QString file = localServerFile(m_address);
+    if (file.isEmpty())
+        return;
+    if (!m_nameWatch) {
+        m_nameWatch = std::make_unique<QFileSystemWatcher>();
+        connect(m_nameWatch.get(), &QFileSystemWatcher::fileChanged, this, &LocalServerSeat::nameChanged);
+    }
+    // The watch is on the file, which may be another one now, and not on its name.
+    m_nameWatch->removePath(file);
+    m_nameWatch->addPath(file);
 }
 
 void LocalServerSeat::seekLater(int ms) {

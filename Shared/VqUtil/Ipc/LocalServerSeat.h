@@ -3,6 +3,7 @@
 #include "VqLog/ILogger.h"
 #include "VqUtil/Platform/ProcessGuard.h"
 
+#include <QFileSystemWatcher>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QObject>
@@ -44,6 +45,8 @@ private:
     [[nodiscard]] bool listen();
     void acceptClients();
     void checkServer();
+    void nameChanged();
+    void watchName();
     void seekLater(int ms);
     void warnOnce(const QString& text);
 
@@ -54,6 +57,7 @@ private:
     std::unique_ptr<QLocalServer> m_server;
     QTimer m_nextTry;
     QTimer m_serverCheck;
+    std::unique_ptr<QFileSystemWatcher> m_nameWatch;
     QString m_lastWarning;
     int m_pauseMs = 0;
     bool m_hasGuard = false;

@@ -174,7 +174,7 @@ void MessageHub::relay() {
         client->writeOn();
     if (m_server)
         m_server->writeOn();
-    if (!m_forgetting.isActive())
+    if (!m_forgetting.isActive() && holdsAny())
         m_forgetting.start();
     if (!isServing() && !(m_server && m_server->nextToWrite() == m_own.end()))
         return;
@@ -202,9 +202,11 @@ void MessageHub::forgetOld() {
         needed = client->isFollowing() ? std::min(needed, client->nextToWrite()) : needed;
     m_all.forget(memoryMs, needed);
     m_own.forget(memoryMs, m_server ? m_server->nextToWrite() : m_ownUnsent);
-    if (m_all.begin() != m_all.end() || m_own.begin() != m_own.end())
+    if (holdsAny())
         m_forgetting.start();
 }
+
+bool MessageHub::holdsAny() const { return m_all.begin() != m_all.end() || m_own.begin() != m_own.end(); }
 
 void MessageHub::finish() {
     takeAccepted();

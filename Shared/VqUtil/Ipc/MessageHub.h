@@ -51,6 +51,7 @@ private:
     void relay();
     void deliver();
     void forgetOld();
+    [[nodiscard]] bool holdsAny() const;
 
     const std::shared_ptr<Log::ILogger> m_logger;
     LocalServerSeat m_seat;

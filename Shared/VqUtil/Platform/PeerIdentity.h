@@ -20,4 +20,7 @@ enum class PeerRole { Server, Client };
 /// False when newcomers no longer find the server that listens there, since somebody has removed its socket.
 [[nodiscard]] bool isLocalServerNamed(const QString& address);
 
+/// The file whose removal makes it so; empty where a server cannot lose its name.
+[[nodiscard]] QString localServerFile(const QString& address);
+
 } // namespace Velquor::Util

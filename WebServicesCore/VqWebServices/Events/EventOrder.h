@@ -20,9 +20,9 @@ struct ArrivedEvent {
 
 /// Keeps the events of one sender in their order where the watched file is faster than the socket.
 ///
-/// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file ahead
-/// of its turn waits for those before it: until they have come, until the socket shows that they do not come, or for `holdMs`.
-/// Thread: its owner's. Owner: the notification manager. An event whose id has no number passes as it comes.
+/// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file
+/// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, or for
+/// `holdMs`. Thread: its owner's. Owner: the notification manager. An event whose id has no number passes as it comes.
 class EventOrder {
 public:
     /// Takes a new event; what is to be handled now.

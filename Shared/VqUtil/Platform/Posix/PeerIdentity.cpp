@@ -44,6 +44,8 @@ bool isLocalServerNamed(const QString& address) {
     return ::lstat(QFile::encodeName(address).constData(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
+QString localServerFile(const QString& address) { return address; }
+
 // For a client, the system tells of the process that listened; for a server, of the one that connected.
 bool isPeerOfSameUser(qintptr socketDescriptor, PeerRole) {
     struct ucred peer {};

@@ -14,16 +14,38 @@
 namespace Velquor::Util {
 
 namespace {
-// Whoever sleeps longer than the others loses the lock to them again and again.
+
 constexpr int longestPauseMs = 2;
-}
+// Longer than everybody's turn takes, unless a process stands still while it waits.
+constexpr int turnPatienceMs = 250;
+
+} // namespace
 
 struct ProcessGuard::Native {
     QByteArray path;
     FileDescriptor file;
+    bool hasTurn = false;
 
     // A descriptor for each acquisition, so that two objects of one process exclude each other as two processes do.
-    void open() { file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)); }
+    void open() {
+        hasTurn = false;
+        file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    }
+
+    // One of those who wait is the next. Without that, a process that comes back at once takes the lock again and again from those
+    // who sleep. Where the file system knows no such locks, everybody is the next.
+    [[nodiscard]] bool takeTurn() {
+        hasTurn = hasTurn || setTurn(F_WRLCK) || (errno != EAGAIN && errno != EACCES);
+        return hasTurn;
+    }
+
+    [[nodiscard]] bool setTurn(short type) const {
+        struct flock range {};
+        range.l_type = type;
+        range.l_whence = SEEK_SET;
+        range.l_len = 1;
+        return ::fcntl(file.get(), F_OFD_SETLK, &range) == 0;
+    }
 
     // Nobody here deletes the file, but a lock on one that somebody did delete would exclude no newcomer.
     [[nodiscard]] bool isCurrent() const {
@@ -31,6 +53,19 @@ struct ProcessGuard::Native {
         struct stat named {};
         return ::fstat(file.get(), &held) == 0 && ::stat(path.constData(), &named) == 0 && held.st_ino == named.st_ino
             && held.st_dev == named.st_dev;
+    }
+
+    // False with the reason in `errno`, which is EWOULDBLOCK when another attempt may help.
+    [[nodiscard]] bool tryLock() {
+        if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+            return false;
+        if (isCurrent()) {
+            (void)setTurn(F_UNLCK);
+            return true;
+        }
+        open();
+        errno = file.isValid() ? EWOULDBLOCK : errno;
+        return false;
     }
 };
 
@@ -43,14 +78,14 @@ ProcessGuard::~ProcessGuard() = default;
 
 ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
+    const QDeadlineTimer patience(std::min(timeoutMs, turnPatienceMs));
     m_native->open();
     for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
-        if (::flock(m_native->file.get(), LOCK_EX | LOCK_NB) == 0) {
-            if (m_native->isCurrent())
+        if (m_native->takeTurn() || patience.hasExpired()) {
+            if (m_native->tryLock())
                 return Result::Acquired;
-            m_native->open();
-        } else if (errno != EWOULDBLOCK && errno != EINTR) {
-            break;
+            if (errno != EWOULDBLOCK && errno != EINTR)
+                break;
         }
         if (deadline.hasExpired()) {
             m_native->file.reset();

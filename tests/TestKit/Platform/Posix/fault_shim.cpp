@@ -1,7 +1,7 @@
-// Preloaded into a program under test: lets calls to the system fail as they do on a full, broken or forbidden disk. The environment
-// variable VQ_FAULT says which, and is looked at for every call: CALL:ERROR:PART, where CALL is open, write, short-write, fsync,
-// rename, inotify or socket, ERROR is ENOSPC, EIO, EACCES or EMFILE, and PART must occur in the path of the file, at its end when PART
-// ends with "$". Each fault that it makes it tells on the standard error stream.
+// Preloaded into a program under test: lets calls to the system fail as they do on a full, broken or forbidden disk. The
+// environment variable VQ_FAULT says which, and is looked at for every call: CALL:ERROR:PART, where CALL is open, write,
+// short-write, fsync, rename, inotify or socket, ERROR is ENOSPC, EIO, EACCES or EMFILE, and PART must occur in the path of the
+// file, at its end when PART ends with "$". Each fault that it makes it tells on the standard error stream.
 
 #include <cerrno>
 #include <cstdarg>

@@ -1,0 +1,86 @@
+// A save whose file cannot be replaced: the old file stands and the failure is told; one that is held for a moment is waited for.
+
+#include "TestKit/StateProcess.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QThread>
+#include <QtTest>
+#include <thread>
+#include <windows.h>
+
+using namespace Velquor;
+using namespace Velquor::WebServices;
+
+class WindowsSaveFaultTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() {
+        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        m_process = std::make_unique<TestKit::StateProcess>(*m_fixture);
+        m_process->restoreAndSignIn();
+        m_before = m_fixture->fileContents();
+        QVERIFY(!m_before.isEmpty());
+        m_process->takeTokens(QDateTime::currentDateTimeUtc().addDays(1));
+    }
+
+    void cleanup() {
+        ::SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_NORMAL);
+        m_process.reset();
+    }
+
+    void aFileThatSomebodyKeepsOpen() {
+        const HANDLE held = hold();
+        QVERIFY(held != INVALID_HANDLE_VALUE);
+        fails();
+        ::CloseHandle(held);
+        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QVERIFY(m_fixture->fileContents() != m_before);
+    }
+
+    void aFileThatSomebodyHoldsForAMoment() {
+        const HANDLE held = hold();
+        QVERIFY(held != INVALID_HANDLE_VALUE);
+        std::thread letGo([held] {
+            QThread::msleep(400);
+            ::CloseHandle(held);
+        });
+        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        letGo.join();
+        QVERIFY(m_fixture->fileContents() != m_before);
+    }
+
+    void aFileThatIsWriteProtected() {
+        QVERIFY(::SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_READONLY));
+        fails();
+    }
+
+private:
+    [[nodiscard]] std::wstring path() const { return QDir::toNativeSeparators(m_fixture->file()).toStdWString(); }
+
+    // As a virus scanner does: others may read, and nobody may delete.
+    [[nodiscard]] HANDLE hold() const {
+        return ::CreateFileW(path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                             nullptr);
+    }
+
+    LoginStateSaver::Result save() { return LoginStateSaver(m_process->core).save(); }
+
+    void fails() {
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(save(), LoginStateSaver::Result::Failed);
+        QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(m_fixture->fileContents(), m_before);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to write login state file")));
+        QCOMPARE(QDir(m_fixture->folder.path()).entryList({QStringLiteral("LoginState.xml.*")}, QDir::Files), QStringList());
+    }
+
+    std::unique_ptr<TestKit::SessionFixture> m_fixture;
+    std::unique_ptr<TestKit::StateProcess> m_process;
+    QByteArray m_before;
+};
+
+QTEST_GUILESS_MAIN(WindowsSaveFaultTest)
+#include "WindowsSaveFaultTest.moc"
