@@ -3,6 +3,7 @@
 #include "Values/ConfigurationPointer.h"
 
 #include <QMap>
+#include <QSet>
 #include <QString>
 #include <QVector>
 #include <VqWebServices/OAuth2TokenSpec.h>
@@ -50,6 +51,9 @@ public:
     bool enableOAuth2(const OAuth2TokenSpec& spec);
     /// False when it was disabled before.
     bool disableOAuth2();
+    /// The caches that the client has switched on, by the number of their type.
+    void enableCache(int type, bool enable) { enable ? static_cast<void>(m_caches += type) : static_cast<void>(m_caches -= type); }
+    [[nodiscard]] bool isCacheEnabled(int type) const { return m_caches.contains(type); }
     [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
 
 private:
@@ -57,6 +61,7 @@ private:
     QMap<int, ConfigurationPointer> m_configurations;
     QMap<int, QString> m_productKeys;
     OAuth2Settings m_oauth2;
+    QSet<int> m_caches;
 };
 
 } // namespace Velquor::WebServices

@@ -11,6 +11,8 @@
 #include "VqUtil/Ipc/ProcessState.h"
 #include "VqUtil/Platform/HostProcess.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QMutexLocker>
 #include <QThread>
 #include <utility>
@@ -19,8 +21,11 @@ namespace Velquor::WebServices {
 
 namespace {
 
-SessionServices withCancel(SessionServices services) {
+SessionServices withOwn(SessionServices services) {
     services.exchangeCancel = std::make_shared<ICancelController>();
+    services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
+    if (!services.cacheLogger)
+        services.cacheLogger = services.logger;
     return services;
 }
 
@@ -28,12 +33,17 @@ SessionServices withCancel(SessionServices services) {
 
 LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self,
                            const QVector<OAuth2TokenSpec>& oauth2Specs)
-    : m_core(withCancel(services), this)
+    : m_core(withOwn(services), this)
     , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
     , m_logger(*services.logger)
     , m_reactions(m_core) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
     connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
+    connect(this, &LoginSession::LoggedIn, this, [this] { tellCaches(&CacheStore::LoggedIn); });
+    connect(this, &LoginSession::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
+    connect(this, &LoginSession::TokenAvailable, this, [this] { tellCaches(&CacheStore::TokenAvailable); });
+    connect(this, &LoginSession::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
+    connect(this, &LoginSession::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
     AddClient(self);
     for (const OAuth2TokenSpec& spec : oauth2Specs)
         m_core.clients.enableOAuth2(self.clientKey, spec);

@@ -2,6 +2,7 @@
 
 #include "Events/EventDispatcher.h"
 #include "Events/NotificationManager.h"
+#include "Session/CacheOperations.h"
 #include "Session/EventReactions.h"
 #include "Session/OAuth2Operations.h"
 #include "Session/RequestSigning.h"
@@ -70,6 +71,12 @@ public:
         return OAuth2Operations(m_core);
     }
 
+    /// The operations with cached replies.
+    [[nodiscard]] CacheOperations caches() {
+        catchUp();
+        return CacheOperations(m_core);
+    }
+
     [[nodiscard]] bool isTokenRefreshTimerActive(const QString& clientKey) const;
     [[nodiscard]] QString clientName(const QString& clientKey) const { return m_core.clients.displayName(clientKey); }
 
@@ -133,6 +140,7 @@ private:
     void stopNotifications();
     void sendToOthers(Event event, const QString& consumerKey);
     void emitToListeners(Event event);
+    void tellCaches(CacheDoor::Event event);
     void forceLogout(const QString& productKey) override;
     bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.

@@ -1,5 +1,7 @@
 #include "Session/SessionCore.h"
 
+#include "Caches/CacheStore.h"
+
 #include <QFileInfo>
 #include <QMutexLocker>
 
@@ -106,6 +108,10 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     const OAuth2Settings oauth2 = clients.oauth2(clientKey);
     if (oauth2.isEnabled)
         session->EnableOAuth2(oauth2.specs);
+    for (const CacheType type : cacheTypes) {
+        if (clients.isCacheEnabled(clientKey, type))
+            session->enableCache(type);
+    }
     return session;
 }
 
@@ -130,6 +136,17 @@ bool SessionCore::isLoggedIn(const QString& clientKey) const {
 
 bool SessionCore::isLoginExpired() const {
     return basic().isExpired(services.now());
+}
+
+void SessionCore::deleteCaches() {
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions) {
+        for (const CacheType type : cacheTypes)
+            session->DeleteCacheSlot(type);
+        session->endCaches();
+    }
+    if (!CacheFile::removeAll(services.cacheFile))
+        services.cacheLogger->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
 }
 
 void SessionCore::forgetUser() {
