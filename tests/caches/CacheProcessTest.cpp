@@ -58,12 +58,16 @@ private slots:
             }
         }
         for (const auto& process : m_running)
-            QVERIFY(process->waitForFinished(20000));
+            QVERIFY(process->state() == QProcess::NotRunning || process->waitForFinished(20000));
+        int refused = 0;
+        for (const auto& process : m_running)
+            refused += process->exitStatus() == QProcess::NormalExit && process->exitCode() != 0 ? 1 : 0;
         check();
         qInfo("%d processes, %d killed, %d saves, %d reads while they ran", int(m_running.size()), kills, m_saves, reads);
+        QCOMPARE(refused, 0);
         QVERIFY(kills > 10);
         QVERIFY(reads > 5);
-        QVERIFY(m_saves > 100);
+        QVERIFY(m_saves > 30);
         cleanUp();
     }
 

@@ -162,7 +162,7 @@ private slots:
         QTest::newRow("204") << QByteArray("HTTP/1.1 204 No Content\r\n\r\n") << false;
         QTest::newRow("redirect") << answer("302 Found", {}, "Location: file:///etc/passwd\r\n") << false;
         QTest::newRow("wrong clock") << answer("401 Unauthorized", {},
-                                               "xoauth_problem: timestamp_refused\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\n")
+                                               "xoauth_problem: message_expired\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\n")
                                      << true;
         QTest::newRow("packed without being asked")
             << answer("200 OK", QByteArray::fromHex("1f8b08000000000000ffedc1010d000000c2a0f74f6d0e37a0"),
@@ -351,7 +351,7 @@ private slots:
         const int readsPerRound = 200;
         std::atomic<bool> isDone{false};
         std::atomic<int> torn{0};
-        std::vector<qint64> medians(threadCount);
+        std::vector<qint64> slowReads(threadCount);
         std::vector<std::thread> readers;
         for (int thread = 0; thread < threadCount; ++thread)
             readers.emplace_back([&, thread] {
@@ -367,8 +367,10 @@ private slots:
                     }
                     QThread::msleep(1);
                 }
-                std::nth_element(times.begin(), times.begin() + long(times.size() / 2), times.end());
-                medians[size_t(thread)] = times[times.size() / 2];
+                // Above that, one sees how long the system lets a thread wait for a processor.
+                const size_t most = times.size() * 98 / 100;
+                std::nth_element(times.begin(), times.begin() + long(most), times.end());
+                slowReads[size_t(thread)] = times[most];
             });
         const int changes = qEnvironmentVariableIsSet("VQ_SOAK") ? 400 : 60;
         for (int change = 1; change <= changes; ++change) {
@@ -382,8 +384,8 @@ private slots:
             reader.join();
         QCOMPARE(torn.load(), 0);
         QVERIFY(count() > changes / 4);
-        const qint64 slowest = *std::max_element(medians.begin(), medians.end());
-        qInfo("median of a cached read in the slowest of %d threads: %lld ns, %d updates", threadCount, slowest, count());
+        const qint64 slowest = *std::max_element(slowReads.begin(), slowReads.end());
+        qInfo("98 of 100 cached reads in the slowest of %d threads take less than %lld ns, %d updates", threadCount, slowest, count());
         QVERIFY2(slowest < 20000, qPrintable(QString::number(slowest)));
     }
 

@@ -15,8 +15,10 @@ namespace Velquor::WebServices {
 namespace {
 
 constexpr qint64 maximumFileBytes = 32 * 1024 * 1024;
-// Many times what any process needs for one change. A thread that is to end may be waiting here.
-constexpr int lockTimeoutMs = 1500;
+// Many times what any process needs for one change, also when many want one; a thread that is to end stops waiting earlier.
+constexpr int saveTimeoutMs = 5000;
+constexpr int removeTimeoutMs = 1500;
+constexpr int lockSliceMs = 200;
 constexpr int asideCount = 3;
 const auto lockName = QStringLiteral("VqWebServicesCacheFile");
 const auto rootName = QStringLiteral("WebServicesCache");
@@ -68,6 +70,18 @@ void setBody(QDomElement& element, const QString& body) {
     element.appendChild(document.createCDATASection(body.mid(from)));
 }
 
+// Gives up when the time is over, or when there is nothing to wait for any more.
+bool acquire(Util::ProcessGuard& guard, int timeoutMs, const std::function<bool()>& isWorthIt) {
+    for (int waitedMs = 0; waitedMs < timeoutMs && isWorthIt(); waitedMs += lockSliceMs) {
+        const Util::ProcessGuard::Result result = guard.acquire(lockSliceMs);
+        if (result != Util::ProcessGuard::Result::TimedOut)
+            return result != Util::ProcessGuard::Result::Failed;
+    }
+    return false;
+}
+
+bool always() { return true; }
+
 void clear(QDomElement& element) {
     while (element.hasChildNodes())
         element.removeChild(element.firstChild());
@@ -111,7 +125,9 @@ CacheFile::ReadResult CacheFile::read(const QString& nodePath, CacheRecord& reco
 }
 
 CacheFile::WriteResult CacheFile::save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite) {
-    return change([&](QDomDocument& document) {
+    if (!mayWrite())
+        return WriteResult::Done;
+    return change(saveTimeoutMs, mayWrite, [&](QDomDocument& document) {
         if (!mayWrite())
             return Change::None;
         QDomElement root = document.documentElement();
@@ -132,7 +148,7 @@ CacheFile::WriteResult CacheFile::save(const QString& nodePath, const CacheRecor
 CacheFile::WriteResult CacheFile::remove(const QString& nodePath) {
     if (!QFileInfo::exists(m_path))
         return WriteResult::Done;
-    return change([&](QDomDocument& document) {
+    return change(removeTimeoutMs, always, [&](QDomDocument& document) {
         QDomElement root = document.documentElement();
         const QDomElement element = find(root, nodePath);
         if (element.isNull())
@@ -142,13 +158,12 @@ CacheFile::WriteResult CacheFile::remove(const QString& nodePath) {
     });
 }
 
-CacheFile::WriteResult CacheFile::change(const Edit& edit) {
+CacheFile::WriteResult CacheFile::change(int timeoutMs, const std::function<bool()>& isWorthIt, const Edit& edit) {
     const QString folder = QFileInfo(m_path).path();
     if (!Util::ensureOwnerOnlyFolder(folder))
         return WriteResult::NoFolder;
     Util::ProcessGuard guard(lockName, folder);
-    const Util::ProcessGuard::Result locked = guard.acquire(lockTimeoutMs);
-    if (locked == Util::ProcessGuard::Result::TimedOut || locked == Util::ProcessGuard::Result::Failed)
+    if (!acquire(guard, timeoutMs, isWorthIt))
         return WriteResult::NotOpened;
     if (!std::exchange(m_cleaned, true))
         Util::AtomicFile::removeStaleTemporaries(m_path);
@@ -171,8 +186,7 @@ bool CacheFile::removeAll(const QString& path) {
     if (!info.dir().exists())
         return true;
     Util::ProcessGuard guard(lockName, info.path());
-    const Util::ProcessGuard::Result locked = guard.acquire(lockTimeoutMs);
-    if (locked == Util::ProcessGuard::Result::TimedOut || locked == Util::ProcessGuard::Result::Failed)
+    if (!acquire(guard, removeTimeoutMs, always))
         return false;
     Util::AtomicFile::removeStaleTemporaries(path);
     for (int number = 1; number <= asideCount; ++number)

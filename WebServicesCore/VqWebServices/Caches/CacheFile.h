@@ -35,7 +35,7 @@ public:
     [[nodiscard]] ReadResult read(const QString& nodePath, CacheRecord& record) const;
 
     enum class WriteResult { Done, NoFolder, NotOpened, NotWritten };
-    /// `mayWrite` is asked under the lock; when it says no, nothing is written and the result is `Done`.
+    /// Waits for the lock for as long as `mayWrite` says yes, at most 5 seconds. It is asked under the lock again; when it says no, nothing is written and the result is `Done`.
     [[nodiscard]] WriteResult save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite);
     /// Removes the product's value. `Done` when there was none.
     [[nodiscard]] WriteResult remove(const QString& nodePath);
@@ -45,7 +45,7 @@ public:
 private:
     enum class Change { None, Made };
     using Edit = std::function<Change(QDomDocument&)>;
-    [[nodiscard]] WriteResult change(const Edit& edit);
+    [[nodiscard]] WriteResult change(int timeoutMs, const std::function<bool()>& isWorthIt, const Edit& edit);
     [[nodiscard]] QDomElement find(const QDomElement& root, const QString& nodePath) const;
 
     const QString m_path;

@@ -35,7 +35,7 @@ ServiceEntitlement answerOf(const QDomElement& service) {
 QString elementText(const QDomElement& element) {
     QString text;
     QTextStream stream(&text);
-    element.save(stream, 0);
+    element.save(stream, -1);
     return text.trimmed();
 }
 
