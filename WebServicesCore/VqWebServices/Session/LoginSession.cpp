@@ -11,8 +11,6 @@
 #include "VqUtil/Ipc/ProcessState.h"
 #include "VqUtil/Platform/HostProcess.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QMutexLocker>
 #include <QThread>
 #include <utility>
@@ -21,11 +19,8 @@ namespace Velquor::WebServices {
 
 namespace {
 
-SessionServices withOwn(SessionServices services) {
+SessionServices withCancel(SessionServices services) {
     services.exchangeCancel = std::make_shared<ICancelController>();
-    services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
-    if (!services.cacheLogger)
-        services.cacheLogger = services.logger;
     return services;
 }
 
@@ -33,7 +28,7 @@ SessionServices withOwn(SessionServices services) {
 
 LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self,
                            const QVector<OAuth2TokenSpec>& oauth2Specs)
-    : m_core(withOwn(services), this)
+    : m_core(withCancel(services), this)
     , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
     , m_logger(*services.logger)
     , m_reactions(m_core) {

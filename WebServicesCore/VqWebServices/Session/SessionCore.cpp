@@ -2,16 +2,28 @@
 
 #include "Caches/CacheStore.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QMutexLocker>
 
 namespace Velquor::WebServices {
 
+namespace {
+
+SessionServices withCacheFile(SessionServices services) {
+    services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
+    if (!services.cacheLogger)
+        services.cacheLogger = services.logger;
+    return services;
+}
+
+} // namespace
+
 SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
-    : services(services)
+    : services(withCacheFile(services))
     , file(services.loginStateFile, services.logger)
     , clients(services.logger)
-    , products(services)
+    , products(this->services)
     , binding(services.cryptor, services.maximumBlockText(), services.logger)
     , proxy(services.loginStateFile, services.cryptor, services.logger)
     , voice(voice) {}
