@@ -1,10 +1,12 @@
 #pragma once
 
+#include <VqWebServices/CacheType.h>
 #include <VqWebServices/IWebServicesObserver.h>
 #include <VqWebServices/LoginError.h>
 #include <VqWebServices/NetworkCookieJar.h>
 #include <VqWebServices/OAuth2Token.h>
 #include <VqWebServices/RequestParam.h>
+#include <VqWebServices/ServiceEntitlement.h>
 #include <VqWebServices/VqWebServicesGlobal.h>
 #include <VqWebServices/WebServicesConfiguration.h>
 #include <VqWebServices/WebServicesUrlCode.h>
@@ -127,6 +129,47 @@ public:
     /// number; `cookie` was allocated with `new unsigned char[]` and is freed by the caller with `delete[]`; null when there are
     /// none (result 0).
     int GetLoginCookie(unsigned char*& cookie);
+
+    // What the web services know of the user. The replies are cached: the first request switches the cache on; a value that is known,
+    // also from an earlier run, is given out at once whatever its age and renewed in the background. Only a value that is not known
+    // is waited for, at most 63 seconds.
+
+    /// The user's e-mail address, first and last name; text buffer rule. Empty when the client is not signed in or nothing is known.
+    int GetUserEmail(wchar_t* buffer, int size);
+    int GetUserFirstName(wchar_t* buffer, int size);
+    int GetUserLastName(wchar_t* buffer, int size);
+
+    /// The whole reply about the user, an XML text. `text` was allocated with `new wchar_t[]` and is freed by the caller with
+    /// `delete[]`; false and null when the client is not signed in or nothing is known.
+    bool GetUserInfo(wchar_t*& text);
+
+    /// Whether the user may use the service of this name (case-sensitive). `NoLoginSession` when the client is not signed in.
+    ServiceEntitlement GetServiceEntitlement(const wchar_t* service);
+    /// The same with what the reply says of the service, an XML text; null when it does not name the service. `text` was allocated
+    /// with `new wchar_t[]` and is freed by the caller with `delete[]`.
+    ServiceEntitlement GetServiceEntitlement(const wchar_t* service, wchar_t*& text);
+
+    /// The whole reply about the services that the user may use, or what it says of one service, as an XML text. `text` was
+    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed in,
+    /// nothing is known or the reply does not name the service.
+    bool GetServiceEntitlementEx(wchar_t*& text);
+    bool GetServiceEntitlementEx(const wchar_t* service, wchar_t*& text);
+
+    /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not signed
+    /// in or nothing is known.
+    bool GetCloudStorageQuota(long long& used, long long& total);
+
+    /// Whether the client uses the cache. It stays as it was set over sign-out and sign-in. False when the type is unknown.
+    bool IsCacheEnabled(CacheType type);
+
+    /// Switches the cache on or off; the requests above switch theirs on. Returns at once.
+    void EnableCache(CacheType type, bool enable);
+
+    /// True when the client is signed in and the cache has a value.
+    bool IsCacheAvailable(CacheType type);
+
+    /// Discards the value, so that the web service is asked for a new one. Returns at once.
+    void InvalidateCache(CacheType type);
 
     // Signing in and out
 

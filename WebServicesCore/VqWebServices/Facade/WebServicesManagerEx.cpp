@@ -40,9 +40,14 @@ WebServicesManagerEx* WebServicesManagerEx::GetInstanceEx() {
 
 bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
     return withSession("SetConfiguration", false, [&](LoginSession& session) {
-        if (!clientKey.isEmpty() && !session.isClient(clientKey))
+        const bool isNew = !clientKey.isEmpty() && !session.isClient(clientKey);
+        if (isNew)
             session.AddClient(identityOf(clientKey));
-        return session.SetConfiguration(clientKey, configuration);
+        const bool isSet = session.SetConfiguration(clientKey, configuration);
+        // A configuration that was refused makes nobody a client.
+        if (isNew && !isSet)
+            session.RemoveClient(clientKey);
+        return isSet;
     });
 }
 

@@ -184,6 +184,8 @@ void NetworkOperation::watchReply() {
     if (m_download) {
         connect(m_reply, &QNetworkReply::readyRead, this, &NetworkOperation::ReadyRead);
     } else {
+        // The peer is not read much further before somebody has looked.
+        m_reply->setReadBufferSize(2 * MaximalBodyBytes);
         connect(m_reply, &QNetworkReply::readyRead, this, &NetworkOperation::checkBodySize);
     }
 }

@@ -111,6 +111,7 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey, cons
     SessionServices services;
     services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
     services.networkLogger = Log::makeLogger(QStringLiteral("VqWebServices.Network"));
+    services.cacheLogger = Log::makeLogger(QStringLiteral("VqWebServices.Cache"));
     const auto timeService = makeTimeService(services.networkLogger);
     started.timeService = timeService;
     started.processState = makeProcessState(services.logger);

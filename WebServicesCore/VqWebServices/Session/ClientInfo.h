@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QMap>
+#include <QSet>
 #include <QString>
 #include <QVector>
 #include <VqWebServices/OAuth2TokenSpec.h>
@@ -52,6 +53,9 @@ public:
     bool enableOAuth2(const OAuth2TokenSpec& spec);
     /// False when it was disabled before.
     bool disableOAuth2();
+    /// The caches that the client has switched on, by the number of their type.
+    void enableCache(int type, bool enable) { enable ? static_cast<void>(m_caches += type) : static_cast<void>(m_caches -= type); }
+    [[nodiscard]] bool isCacheEnabled(int type) const { return m_caches.contains(type); }
     [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
 
 private:
@@ -59,6 +63,7 @@ private:
     QMap<int, ConfigurationPointer> m_configurations;
     QMap<int, QString> m_productKeys;
     OAuth2Settings m_oauth2;
+    QSet<int> m_caches;
 };
 
 } // namespace Velquor::WebServices

@@ -1,5 +1,7 @@
 #include "Session/ClientRegistry.h"
 
+#include "Caches/CacheStore.h"
+
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <QMutexLocker>
@@ -114,6 +116,19 @@ bool ClientRegistry::disableOAuth2(const QString& clientKey) {
     if (client && client->disableOAuth2())
         m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(QStringLiteral("disabled")));
     return client != nullptr;
+}
+
+void ClientRegistry::enableCache(const QString& clientKey, CacheType type, bool enable) {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    if (client && cacheTypes.contains(type))
+        client->enableCache(static_cast<int>(type), enable);
+}
+
+bool ClientRegistry::isCacheEnabled(const QString& clientKey, CacheType type) const {
+    const QMutexLocker lock(&m_mutex);
+    const auto client = m_clients.value(clientKey);
+    return client && client->isCacheEnabled(static_cast<int>(type));
 }
 
 bool ClientRegistry::isOAuth2Used(const QString& productKey, int server) const {

@@ -6,6 +6,7 @@
 #include <QMap>
 #include <QRecursiveMutex>
 #include <QStringList>
+#include <VqWebServices/CacheType.h>
 #include <memory>
 
 namespace Velquor::WebServices {
@@ -38,6 +39,9 @@ public:
     /// False when the client is not registered.
     bool enableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec);
     bool disableOAuth2(const QString& clientKey);
+    /// Does nothing when the client is not registered or the type is unknown.
+    void enableCache(const QString& clientKey, CacheType type, bool enable);
+    [[nodiscard]] bool isCacheEnabled(const QString& clientKey, CacheType type) const;
     /// A client of this product on this server has OAuth2 enabled.
     [[nodiscard]] bool isOAuth2Used(const QString& productKey, int server) const;
     [[nodiscard]] bool hasAnyConfiguration(const QString& clientKey) const;

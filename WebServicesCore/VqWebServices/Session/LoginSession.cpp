@@ -36,6 +36,11 @@ LoginSession::LoginSession(const SessionServices& services, const ClientIdentity
     , m_reactions(m_core) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
     connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
+    connect(this, &LoginSession::LoggedIn, this, [this] { tellCaches(&CacheStore::LoggedIn); });
+    connect(this, &LoginSession::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
+    connect(this, &LoginSession::TokenAvailable, this, [this] { tellCaches(&CacheStore::TokenAvailable); });
+    connect(this, &LoginSession::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
+    connect(this, &LoginSession::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
     AddClient(self);
     for (const OAuth2TokenSpec& spec : oauth2Specs)
         m_core.clients.enableOAuth2(self.clientKey, spec);

@@ -2,6 +2,7 @@
 
 #include "Events/EventDispatcher.h"
 #include "Events/NotificationManager.h"
+#include "Session/CacheOperations.h"
 #include "Session/EventReactions.h"
 #include "Session/OAuth2Operations.h"
 #include "Session/RequestSigning.h"
@@ -69,6 +70,12 @@ public:
     [[nodiscard]] OAuth2Operations oauth2() {
         catchUp();
         return OAuth2Operations(m_core);
+    }
+
+    /// The operations with cached replies.
+    [[nodiscard]] CacheOperations caches() {
+        catchUp();
+        return CacheOperations(m_core);
     }
 
     [[nodiscard]] bool isTokenRefreshTimerActive(const QString& clientKey) const;
@@ -141,6 +148,7 @@ private:
     void stopNotifications();
     void sendToOthers(Event event, const EventSubject& subject);
     void emitToListeners(Event event);
+    void tellCaches(CacheDoor::Event event);
     void forceLogout(const QString& productKey) override;
     bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.

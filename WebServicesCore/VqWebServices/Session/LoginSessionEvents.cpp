@@ -4,6 +4,7 @@
 
 #include "Session/LoginStateLoader.h"
 #include "Session/LoginStateNames.h"
+#include "Session/TokenOperations.h"
 
 #include <QMutexLocker>
 #include <QSemaphore>
@@ -75,6 +76,7 @@ void LoginSession::applyFile(int guardTimeoutMs) {
     if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
         m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.")
                                  .arg(m_core.basic().userName));
+        m_core.deleteCaches();
         m_core.forgetUser();
     } else if (login.isNull()) {
         // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
@@ -167,6 +169,14 @@ void LoginSession::emitToListeners(Event event) {
     case Event::OAuth2TokenDiscarded: return emit OAuth2TokenDiscarded();
     case Event::OAuth2TokenRefreshed: return emit OAuth2TokenRefreshed();
     default: return;
+    }
+}
+
+void LoginSession::tellCaches(CacheDoor::Event event) {
+    const QVector<ProductSessionPointer> products = m_core.products.all();
+    for (const ProductSessionPointer& product : products) {
+        if (TokenOperations* const operations = product->operations())
+            operations->caches().tell(event);
     }
 }
 

@@ -219,6 +219,7 @@ void LoginStateLoader::deleteInvalidProducts() {
 }
 
 void LoginStateLoader::discard(QDomDocument document) {
+    m_core.deleteCaches();
     m_core.forgetUser();
     QDomElement root = document.documentElement();
     root.removeChild(root.firstChildElement(Names::loginSession));

@@ -1,5 +1,6 @@
 #include "Session/ObjectDeleter.h"
 
+#include "Caches/CacheStore.h"
 #include "Tokens/RefreshController.h"
 #include "Tokens/TokenFetcher.h"
 #include "Tokens/TokenRefresher.h"
@@ -23,6 +24,7 @@ void ObjectDeleter::Start() {
 ObjectDeleter::~ObjectDeleter() {
     m_logger->information(QStringLiteral("ObjectDeleter destructor"));
     m_logger->information(QStringLiteral("Deleting objects"));
+    delete cacheStore;
     // The OAuth2 workers use all the others.
     for (TokenWorker* const worker : oauth2Workers)
         delete worker;

@@ -8,6 +8,7 @@
 
 namespace Velquor::WebServices {
 
+class CacheStore;
 class RefreshController;
 class TokenFetcher;
 class TokenRefresher;
@@ -24,6 +25,7 @@ public:
     explicit ObjectDeleter(std::shared_ptr<Log::ILogger> logger);
     ~ObjectDeleter() override;
 
+    CacheStore* cacheStore = nullptr;
     RefreshController* refreshController = nullptr;
     TokenFetcher* tokenFetcher = nullptr;
     TokenRefresher* tokenRefresher = nullptr;

@@ -28,6 +28,27 @@ TokenOperations* ProductLoginSession::operations() const {
     return m_operations.get();
 }
 
+void ProductLoginSession::DeleteCacheSlot(CacheType type) {
+    TokenOperations* const running = operations();
+    if (!running)
+        return;
+    m_services.logger->information(
+        QStringLiteral("Slot called to delete cache %1, server %2").arg(cacheTypeName(type), serverName(m_server)));
+    running->caches().DeleteCache(type);
+}
+
+void ProductLoginSession::endCaches() {
+    if (TokenOperations* const running = operations()) {
+        running->caches().tell(&CacheStore::LoggedOut);
+        running->caches().close();
+    }
+}
+
+void ProductLoginSession::enableCache(CacheType type) {
+    if (TokenOperations* const running = operations())
+        running->caches().EnableCache(type, true);
+}
+
 void ProductLoginSession::retire() {
     TokenOperations* operations = nullptr;
     {

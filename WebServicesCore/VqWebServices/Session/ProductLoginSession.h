@@ -12,6 +12,7 @@
 #include <QRecursiveMutex>
 #include <QSet>
 #include <QString>
+#include <VqWebServices/CacheType.h>
 #include <memory>
 
 namespace Velquor::WebServices {
@@ -49,6 +50,12 @@ public:
     [[nodiscard]] bool isAtRest() const;
     /// The token operations; null before the activation. They live as long as this session.
     [[nodiscard]] TokenOperations* operations() const;
+
+    /// Has the product's cache of this type deleted, in memory and in the file.
+    void DeleteCacheSlot(CacheType type);
+    /// The sign-in is over: nothing of it is written or told by the caches any more.
+    void endCaches();
+    void enableCache(CacheType type);
 
     void AddClientReference(const QString& clientKey);
     void RemoveClientReference(const QString& clientKey);

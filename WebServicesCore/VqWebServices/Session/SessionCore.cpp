@@ -1,15 +1,29 @@
 #include "Session/SessionCore.h"
 
+#include "Caches/CacheStore.h"
+
+#include <QDir>
 #include <QFileInfo>
 #include <QMutexLocker>
 
 namespace Velquor::WebServices {
 
+namespace {
+
+SessionServices withCacheFile(SessionServices services) {
+    services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
+    if (!services.cacheLogger)
+        services.cacheLogger = services.logger;
+    return services;
+}
+
+} // namespace
+
 SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
-    : services(services)
+    : services(withCacheFile(services))
     , file(services.loginStateFile, services.logger)
     , clients(services.logger)
-    , products(services)
+    , products(this->services)
     , binding(services.cryptor, services.maximumBlockText(), services.logger)
     , proxy(services.loginStateFile, services.cryptor, services.logger)
     , voice(voice) {}
@@ -106,6 +120,10 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     const OAuth2Settings oauth2 = clients.oauth2(clientKey);
     if (oauth2.isEnabled)
         session->EnableOAuth2(oauth2.specs);
+    for (const CacheType type : cacheTypes) {
+        if (clients.isCacheEnabled(clientKey, type))
+            session->enableCache(type);
+    }
     return session;
 }
 
@@ -130,6 +148,17 @@ bool SessionCore::isLoggedIn(const QString& clientKey) const {
 
 bool SessionCore::isLoginExpired() const {
     return basic().isExpired(services.now());
+}
+
+void SessionCore::deleteCaches() {
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions) {
+        for (const CacheType type : cacheTypes)
+            session->DeleteCacheSlot(type);
+        session->endCaches();
+    }
+    if (!CacheFile::removeAll(services.cacheFile))
+        services.cacheLogger->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
 }
 
 void SessionCore::forgetUser() {

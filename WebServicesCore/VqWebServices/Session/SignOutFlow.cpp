@@ -49,6 +49,8 @@ bool SignOutFlow::complete() {
         return false;
     }
     const QDateTime logoutDate = logoutDateFor(m_core.services.now(), m_core.basic().loginDate);
+    m_logger.information(QStringLiteral("Deleting all the caches since user logged out"));
+    m_core.deleteCaches();
     m_logger.information(QStringLiteral("Deleting all product login sessions since user logged out"));
     m_core.forgetUser();
     LoginStateSaver(m_core).removeLogin(logoutDate);

@@ -20,19 +20,24 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
                                      LostAnswerMark(keyDigest, owner.services().lockFolder)))
     , m_deleter(new ObjectDeleter(owner.services().logger))
     , m_queries(m_fetcher->runState())
-    , m_refreshes(m_refresher->runState()) {
+    , m_refreshes(m_refresher->runState())
+    , m_caches(owner, m_refreshes, keyDigest) {
     ObjectDeleter* const deleter = m_deleter;
+    CacheStore* const cacheStore = m_caches.store();
+    deleter->cacheStore = cacheStore;
     deleter->tokenFetcher = m_fetcher;
     deleter->refreshController = m_controller;
     deleter->tokenRefresher = m_refresher;
     QThread* const thread = m_thread.get();
-    for (QObject* const object : std::initializer_list<QObject*>{deleter, m_fetcher, m_controller, m_refresher})
+    for (QObject* const object : std::initializer_list<QObject*>{deleter, cacheStore, m_fetcher, m_controller, m_refresher})
         object->moveToThread(thread);
     QObject::connect(thread, &QThread::started, deleter, [this, deleter] {
         m_threadId = reinterpret_cast<quintptr>(QThread::currentThreadId());
         deleter->Start();
     });
+    QObject::connect(thread, &QThread::started, cacheStore, &CacheStore::Start);
     QObject::connect(thread, &QThread::finished, deleter, &QObject::deleteLater);
+    QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, cacheStore, &CacheStore::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, m_refresher, &TokenRefresher::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenQueryFinished, m_refresher, &TokenRefresher::TokenAvailable);
     thread->start(QThread::InheritPriority);
@@ -58,11 +63,14 @@ void TokenOperations::requestStop() {
     const QMutexLocker lock(&m_mutex);
     if (!m_refresher)
         return;
+    m_caches.close();
     for (OAuth2Session* const session : std::as_const(m_oauth2Sessions))
         session->detach();
     QMetaObject::invokeMethod(
         m_refresher,
-        [fetcher = m_fetcher, refresher = m_refresher, thread = m_thread.get(), oauth2 = m_deleter->oauth2Workers] {
+        [fetcher = m_fetcher, refresher = m_refresher, thread = m_thread.get(), oauth2 = m_deleter->oauth2Workers,
+         caches = m_deleter->cacheStore] {
+            caches->abort();
             for (TokenWorker* const worker : oauth2)
                 worker->abort();
             refresher->AbortRefresh();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Caches/CacheDoor.h"
 #include "Tokens/IRequestFlags.h"
 #include "Tokens/OAuth2Session.h"
 #include "Tokens/TokenFetcher.h"
@@ -31,6 +32,9 @@ public:
     void waitForThread();
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] bool isTokenThread() const { return QThread::currentThread() == m_thread.get(); }
+
+    /// The product's caches, which live on this thread too.
+    [[nodiscard]] CacheDoor& caches() { return m_caches; }
 
     /// Gives the session workers on this thread. False when the thread is ending or has ended.
     bool activate(OAuth2Session& session);
@@ -68,6 +72,7 @@ private:
     QVector<OAuth2Session*> m_oauth2Sessions;
     const std::shared_ptr<RunState> m_queries;
     const std::shared_ptr<RunState> m_refreshes;
+    CacheDoor m_caches;
     std::atomic<quintptr> m_threadId{0};
 };
 

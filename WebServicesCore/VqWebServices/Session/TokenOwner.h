@@ -23,6 +23,7 @@ public:
     [[nodiscard]] QString signingKeys(SigningKeys& keys) const override;
     [[nodiscard]] OtherLogin otherLogin() const override;
     [[nodiscard]] bool isLoggedIn() const override;
+    [[nodiscard]] QString user() const override;
     [[nodiscard]] bool isLoginExpired() const override { return m_core.isLoginExpired(); }
     [[nodiscard]] bool isLogoutPending() const override { return m_core.isLogoutPending; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return m_core.basic().sessionExpiryDate; }

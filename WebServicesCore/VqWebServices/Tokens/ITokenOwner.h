@@ -41,6 +41,8 @@ public:
     [[nodiscard]] virtual OtherLogin otherLogin() const = 0;
 
     [[nodiscard]] virtual bool isLoggedIn() const = 0;
+    /// The id of the signed-in user, or the name when there is none; empty when nobody is signed in.
+    [[nodiscard]] virtual QString user() const = 0;
     [[nodiscard]] virtual bool isLoginExpired() const = 0;
     [[nodiscard]] virtual bool isLogoutPending() const = 0;
     [[nodiscard]] virtual QDateTime sessionExpiryDate() const = 0;

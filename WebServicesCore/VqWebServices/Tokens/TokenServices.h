@@ -19,6 +19,7 @@ struct TokenServices {
     UrlStore* urls = nullptr;
     std::shared_ptr<Log::ILogger> logger;        ///< "VqWebServices.Session"
     std::shared_ptr<Log::ILogger> networkLogger; ///< "VqWebServices.Network"
+    std::shared_ptr<Log::ILogger> cacheLogger;   ///< "VqWebServices.Cache"; set by the session when it is null.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
     /// Nanoseconds of a clock that only goes forward.
     std::function<qint64()> steadyClock = [] {
@@ -28,6 +29,7 @@ struct TokenServices {
     std::function<void()> clockProblemSeen = [] {};
     int tokenTimeoutMs = 61000; ///< The limit of one token request, and of the wait for it.
     QString lockFolder;         ///< Where the locks between processes live.
+    QString cacheFile;          ///< Set by the session: beside the login state file.
 };
 
 } // namespace Velquor::WebServices

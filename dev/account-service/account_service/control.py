@@ -102,14 +102,15 @@ def make_control(service: Service, control_token: str, base_url: str) -> Flask:
         return jsonify(expired=store.expire(order["what"], order["consumer"]))
 
     def documents() -> Response:
-        order = _body(touch=(str, ""), quota=(int, None), used=(int, None), services=(list, None))
+        order = _body(touch=(str, ""), quota=(int, None), used=(int, None), services=(list, None),
+                      trials=(list, None))
         if order["touch"] and order["touch"] not in NAMES:
             raise BadOrder(f"touch must be one of {', '.join(NAMES)}")
         changed = {order.pop("touch")} - {""}
         for name, value in order.items():
             if value is not None:
                 service.documents.values[name] = value
-                changed.add("entitlement" if name == "services" else "quota")
+                changed.add("entitlement" if name in ("services", "trials") else "quota")
         for name in changed:
             service.documents.touch(name)
         return jsonify({name: service.documents.last_modified(name) for name in NAMES})

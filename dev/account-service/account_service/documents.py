@@ -7,7 +7,7 @@ from xml.etree.ElementTree import Element, SubElement, tostring
 from .model import User
 
 DEFAULTS = {"quota": 5_368_709_120, "used": 1_288_490_189,
-            "services": ["Storage", "Rendering", "Sharing"]}
+            "services": ["Storage", "Rendering", "Sharing"], "trials": []}
 NAMES = ("account", "entitlement", "quota")
 
 
@@ -61,6 +61,7 @@ class Documents:
             service = SubElement(root, "Service")
             _node(service, "Name", name)
             _node(service, "Entitled", "True")
+            _node(service, "Trial", name in self.values["trials"])
         return root
 
     def _quota(self, user: User) -> Element:

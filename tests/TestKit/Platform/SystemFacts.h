@@ -27,4 +27,7 @@ void forgetUserKey();
 /// A key that is not the one opened before. Where the user has one key only, it takes that one's place.
 [[nodiscard]] std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger);
 
+/// The most memory that this process has had at one time.
+[[nodiscard]] qint64 peakMemoryBytes();
+
 } // namespace Velquor::TestKit

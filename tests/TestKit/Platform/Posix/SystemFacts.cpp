@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,12 @@ void forgetUserKey() {}
 std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger) {
     const QTemporaryDir folder;
     return Util::openUserRsaCryptor(folder.path(), logger);
+}
+
+qint64 peakMemoryBytes() {
+    struct rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return qint64(usage.ru_maxrss) * 1024;
 }
 
 } // namespace Velquor::TestKit

@@ -6,6 +6,7 @@
 #include "VqUtil/Platform/Windows/OwnerOnlySecurity.h"
 
 #include <aclapi.h>
+#include <psapi.h>
 #include <sddl.h>
 #include <wincrypt.h>
 
@@ -66,6 +67,12 @@ void forgetUserKey() {
 std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger) {
     forgetUserKey();
     return Util::openUserRsaCryptor(QString(), logger);
+}
+
+qint64 peakMemoryBytes() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return qint64(counters.PeakWorkingSetSize);
 }
 
 } // namespace Velquor::TestKit

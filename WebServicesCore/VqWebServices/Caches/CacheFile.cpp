@@ -1,0 +1,199 @@
+#include "Caches/CacheFile.h"
+
+#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Platform/FileAccess.h"
+#include "VqUtil/Platform/ProcessGuard.h"
+#include "VqUtil/Xml/BoundedXml.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr qint64 maximumFileBytes = 32 * 1024 * 1024;
+// Many times what any process needs for one change, also when many want one; a thread that is to end stops waiting earlier.
+constexpr int saveTimeoutMs = 5000;
+constexpr int removeTimeoutMs = 1500;
+constexpr int lockSliceMs = 200;
+constexpr int asideCount = 3;
+const auto lockName = QStringLiteral("VqWebServicesCacheFile");
+const auto rootName = QStringLiteral("WebServicesCache");
+const auto productName = QStringLiteral("Product");
+const auto endOfSection = QStringLiteral("]]>");
+
+QString elementName(const QString& nodePath) {
+    return nodePath.split(QLatin1Char('/'), Qt::SkipEmptyParts).value(1);
+}
+
+QDomDocument parse(const QByteArray& data) {
+    const QDomDocument document = Util::parseBoundedXml(data, {maximumFileBytes, 4, 10000}).document;
+    return document.documentElement().tagName() == rootName ? document : QDomDocument();
+}
+
+QDomDocument newDocument() {
+    QDomDocument document;
+    document.appendChild(
+        document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
+    document.appendChild(document.createElement(rootName));
+    return document;
+}
+
+// The document to change; null when there is one that cannot be read for the moment, which must not be overwritten.
+QDomDocument openForChange(const QString& path) {
+    using Util::AtomicFile::ReadResult;
+    const ReadResult file = Util::AtomicFile::read(path, maximumFileBytes);
+    if (file.status == ReadResult::Status::Missing)
+        return newDocument();
+    const bool isTooLarge = file.status == ReadResult::Status::Failed && QFileInfo(path).size() > maximumFileBytes;
+    if (file.status == ReadResult::Status::Failed && !isTooLarge)
+        return {};
+    const QDomDocument document = parse(file.data);
+    if (!document.isNull())
+        return document;
+    return file.data.trimmed().isEmpty() && !isTooLarge ? newDocument()
+           : Util::AtomicFile::setAside(path).isEmpty() ? QDomDocument()
+                                                        : newDocument();
+}
+
+// One section, unless the body holds the text that ends a section: that text is spread over two.
+void setBody(QDomElement& element, const QString& body) {
+    QDomDocument document = element.ownerDocument();
+    int from = 0;
+    for (int at = body.indexOf(endOfSection); at >= 0; at = body.indexOf(endOfSection, from)) {
+        element.appendChild(document.createCDATASection(body.mid(from, at + 2 - from)));
+        from = at + 2;
+    }
+    element.appendChild(document.createCDATASection(body.mid(from)));
+}
+
+// Gives up when the time is over, or when there is nothing to wait for any more.
+bool acquire(Util::ProcessGuard& guard, int timeoutMs, const std::function<bool()>& isWorthIt) {
+    for (int waitedMs = 0; waitedMs < timeoutMs && isWorthIt(); waitedMs += lockSliceMs) {
+        const Util::ProcessGuard::Result result = guard.acquire(lockSliceMs);
+        if (result != Util::ProcessGuard::Result::TimedOut)
+            return result != Util::ProcessGuard::Result::Failed;
+    }
+    return false;
+}
+
+bool always() { return true; }
+
+void clear(QDomElement& element) {
+    while (element.hasChildNodes())
+        element.removeChild(element.firstChild());
+}
+
+} // namespace
+
+CacheFile::CacheFile(const QString& path, const QString& product)
+    : m_path(path)
+    , m_product(product) {}
+
+QDomElement CacheFile::find(const QDomElement& root, const QString& nodePath) const {
+    const QString name = elementName(nodePath);
+    QDomElement unclaimed;
+    for (QDomElement node = root.firstChildElement(name); !node.isNull(); node = node.nextSiblingElement(name)) {
+        if (node.attribute(productName) == m_product)
+            return node;
+        if (unclaimed.isNull() && !node.hasAttribute(productName))
+            unclaimed = node;
+    }
+    return unclaimed;
+}
+
+CacheFile::ReadResult CacheFile::read(const QString& nodePath, CacheRecord& record) const {
+    using Status = Util::AtomicFile::ReadResult::Status;
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileBytes);
+    if (file.status == Status::Missing)
+        return ReadResult::Missing;
+    const QDomDocument document = file.status == Status::Read ? parse(file.data) : QDomDocument();
+    if (document.isNull())
+        return ReadResult::Unreadable;
+    const QDomElement element = find(document.documentElement(), nodePath);
+    if (element.isNull())
+        return ReadResult::NoRecord;
+    record.server = element.attribute(QStringLiteral("Server"));
+    record.updateDate = QDateTime::fromString(element.attribute(QStringLiteral("UpdateDate")), Qt::ISODate);
+    record.user = element.attribute(QStringLiteral("User"));
+    record.tokenHash = element.attribute(QStringLiteral("TokenHash"));
+    record.body = element.text();
+    return ReadResult::Found;
+}
+
+CacheFile::WriteResult CacheFile::save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite) {
+    if (!mayWrite())
+        return WriteResult::Done;
+    return change(saveTimeoutMs, mayWrite, [&](QDomDocument& document) {
+        if (!mayWrite())
+            return Change::None;
+        QDomElement root = document.documentElement();
+        QDomElement element = find(root, nodePath);
+        if (element.isNull())
+            element = root.appendChild(document.createElement(elementName(nodePath))).toElement();
+        element.setAttribute(productName, m_product);
+        element.setAttribute(QStringLiteral("Server"), record.server);
+        element.setAttribute(QStringLiteral("UpdateDate"), record.updateDate.toUTC().toString(Qt::ISODate));
+        element.setAttribute(QStringLiteral("User"), record.user);
+        element.setAttribute(QStringLiteral("TokenHash"), record.tokenHash);
+        clear(element);
+        setBody(element, record.body);
+        return Change::Made;
+    });
+}
+
+CacheFile::WriteResult CacheFile::remove(const QString& nodePath) {
+    if (!QFileInfo::exists(m_path))
+        return WriteResult::Done;
+    return change(removeTimeoutMs, always, [&](QDomDocument& document) {
+        QDomElement root = document.documentElement();
+        const QDomElement element = find(root, nodePath);
+        if (element.isNull())
+            return Change::None;
+        root.removeChild(element);
+        return Change::Made;
+    });
+}
+
+CacheFile::WriteResult CacheFile::change(int timeoutMs, const std::function<bool()>& isWorthIt, const Edit& edit) {
+    const QString folder = QFileInfo(m_path).path();
+    if (!Util::ensureOwnerOnlyFolder(folder))
+        return WriteResult::NoFolder;
+    Util::ProcessGuard guard(lockName, folder);
+    if (!acquire(guard, timeoutMs, isWorthIt))
+        return WriteResult::NotOpened;
+    if (!std::exchange(m_cleaned, true))
+        Util::AtomicFile::removeStaleTemporaries(m_path);
+    WriteResult result = WriteResult::NotOpened;
+    QDomDocument document = openForChange(m_path);
+    if (!document.isNull() && edit(document) == Change::None) {
+        result = WriteResult::Done;
+    } else if (!document.isNull()) {
+        const QByteArray data = document.toByteArray(-1);
+        // What could not be read back would take the values of all products with it.
+        const bool isReadable = data.size() <= maximumFileBytes && !parse(data).isNull();
+        result = isReadable && Util::AtomicFile::write(m_path, data, nullptr) ? WriteResult::Done : WriteResult::NotWritten;
+    }
+    guard.release();
+    return result;
+}
+
+bool CacheFile::removeAll(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.dir().exists())
+        return true;
+    Util::ProcessGuard guard(lockName, info.path());
+    if (!acquire(guard, removeTimeoutMs, always))
+        return false;
+    Util::AtomicFile::removeStaleTemporaries(path);
+    for (int number = 1; number <= asideCount; ++number)
+        QFile::remove(QStringLiteral("%1.damaged-%2").arg(path).arg(number));
+    const bool isGone = !info.exists() || Util::AtomicFile::write(path, newDocument().toByteArray(-1), nullptr);
+    guard.release();
+    return isGone;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Caches/CacheImp.h"
+
+#include <QObject>
+#include <VqWebServices/CacheType.h>
+
+namespace Velquor::WebServices {
+
+/// The three caches of one product: makes them when there is a configuration, removes them when there is none, and passes on what
+/// happens to the sign-in.
+///
+/// Thread: made anywhere, then moved with its caches to the token operations thread of its product; operations on a cache may come
+/// from any thread. Owner: the object deleter of the product's session. Errors: log lines.
+class CacheStore : public QObject {
+    Q_OBJECT
+
+public:
+    explicit CacheStore(const CacheParts& parts);
+    ~CacheStore() override;
+
+    /// Null when the type is unknown or the caches are not there.
+    [[nodiscard]] Cache* cache(CacheType type) const;
+    [[nodiscard]] CacheImp* imp(CacheType type) const;
+
+    void InvalidateCache(CacheType type);
+    void DeleteCache(CacheType type);
+
+    /// Cancels what is under way, since the thread is about to end. This object's thread.
+    void abort();
+
+    /// Caching is on unless the library setting "DisableCaching" says otherwise.
+    [[nodiscard]] static bool isCachingEnabled();
+
+public slots:
+    void Start();
+    void ConfigurationSet();
+    void ConfigurationRemoved();
+    void LoggedIn();
+    void LoginRestored();
+    void TokenAvailable();
+    void LoggedOut();
+    void TokenRefreshed();
+
+private:
+    struct Entry {
+        CacheType type;
+        Cache* cache;
+        CacheImp* imp;
+    };
+    template <class T>
+    void add(CacheType type, T* cache);
+
+    const CacheParts m_parts;
+    Log::ILogger& m_logger;
+    QVector<Entry> m_caches; ///< Filled before the thread starts, emptied when it ends.
+};
+
+/// All types that there are.
+inline const QVector<CacheType> cacheTypes{CacheType::UserInfo, CacheType::Entitlement, CacheType::StorageQuota};
+
+/// "User Info", "Storage Quota" or "Entitlement", else "Unknown": the name of a type in the log.
+[[nodiscard]] QString cacheTypeName(CacheType type);
+
+} // namespace Velquor::WebServices

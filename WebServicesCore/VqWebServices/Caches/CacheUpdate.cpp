@@ -1,0 +1,169 @@
+// The part of a cache that asks the web service.
+
+#include "Caches/CacheImp.h"
+#include "Network/DisplayUrl.h"
+#include "Network/NetworkOperationAsync.h"
+#include "VqUtil/General/HumanText.h"
+
+#include <QMutexLocker>
+#include <VqWebServices/Cache.h>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+constexpr int tokenRetryMs = 5000;
+constexpr qint64 msPerSecond = 1000;
+} // namespace
+
+QUrl CacheImp::endPoint(const QString& serverKey, const QString& endPointKey) const {
+    return QUrl(m_tokens.services().urls->endPoint(m_tokens.server(), serverKey, endPointKey));
+}
+
+void CacheImp::UpdateNowSlot() {
+    m_canUpdate = !m_view.isClosed && m_tokens.isLoggedIn() && m_tokens.tokens().areComplete();
+    loadOnce();
+    if (!m_view.isAvailable)
+        return update();
+    endRun();
+    checkForUpdate();
+}
+
+bool CacheImp::mayUpdate() {
+    if (!m_canUpdate) {
+        m_log.information(QStringLiteral("Skipping update. Can't update cache now."));
+        return false;
+    }
+    if (!m_tokens.isLoggedIn() || m_tokens.isLoginExpired()) {
+        m_log.information(QStringLiteral("Skipping update. Not logged in or login session has expired."));
+        return false;
+    }
+    if (m_refreshes->isBusy() || m_tokens.tokens().areExpired(now())) {
+        m_log.information(QStringLiteral("Skipping update. Token has expired or refresh is in progress. Will retry update in %1.")
+                              .arg(Util::timeSpanText(tokenRetryMs)));
+        startTimer(Shot::Single, tokenRetryMs);
+        return false;
+    }
+    return true;
+}
+
+void CacheImp::update() {
+    if (!mayUpdate())
+        return endRun();
+    m_log.information(QStringLiteral("Preparing to update"));
+    QNetworkRequest request(m_owner->GetUrlOverride());
+    if (m_view.isAvailable && m_lastModified.isValid())
+        request.setRawHeader("If-Modified-Since", CacheTiming::toHttpDate(m_lastModified));
+    if (!signRequest(request)) {
+        m_log.error(QStringLiteral("Skipping update since failed to sign request. Probably just logged out."));
+        startTimer(Shot::Repeated, facts().checkSeconds * msPerSecond);
+        return endRun();
+    }
+    m_log.information(QStringLiteral("Starting update in separate thread"));
+    m_operation = std::make_unique<NetworkOperationAsync>(request, QStringLiteral("GET"), QByteArray(), m_tokens.services().networkLogger);
+    m_operation->setTimeout(m_tokens.services().tokenTimeoutMs);
+    connect(m_operation.get(), &NetworkOperationAsync::RequestFinished, this, &CacheImp::requestFinished);
+    // A thread that cannot be started is told as the end of the request too.
+    m_operation->Start();
+}
+
+bool CacheImp::signRequest(QNetworkRequest& request) {
+    const QUrl url = request.url();
+    m_log.information(QStringLiteral("Signing request: %1").arg(displayUrl(url)));
+    m_askedFor = m_tokens.signInMark();
+    m_askedWith = identity();
+    SigningKeys keys;
+    const bool isSigned = url.isValid() && m_tokens.signingKeys(keys).isEmpty()
+                          && signGet(*m_tokens.services().oauthHost, url, keys, request);
+    if (isSigned)
+        m_log.information(QStringLiteral("Finished signing request successfully: %1").arg(displayUrl(url)));
+    else
+        m_log.error(QStringLiteral("Failed to sign request: %1").arg(displayUrl(url)));
+    return isSigned;
+}
+
+void CacheImp::requestFinished(QNetworkReply* reply) {
+    if (!m_operation)
+        return;
+    const ExchangeOutcome outcome = outcomeOf(*m_operation, reply);
+    // It is the operation that tells this, so it may go only later.
+    m_operation.release()->deleteLater();
+    m_log.information(QStringLiteral("Update thread finished%1").arg(QString()));
+    settle(outcome);
+    m_log.information(QStringLiteral("Update finished"));
+    endRun();
+}
+
+void CacheImp::settle(const ExchangeOutcome& outcome) {
+    if (m_view.isClosed || m_askedFor.isEmpty() || m_tokens.signInMark() != m_askedFor) {
+        m_log.information(QStringLiteral("The reply belongs to a sign-in that is over"));
+        return;
+    }
+    if (outcome.result == OperationResult::Success && outcome.reply.status == 304 && m_view.isAvailable) {
+        m_log.information(QStringLiteral("Finished update. Cache not modified since server returned 304."));
+        m_failures = 0;
+        // The value keeps its date, so without this it would be asked for again at once.
+        startTimer(Shot::Repeated, facts().checkSeconds * msPerSecond);
+        return;
+    }
+    if (outcome.hasStatus200())
+        return keep(outcome);
+    const bool isCut = outcome.reply.status == 200;
+    const CacheFailure failure{outcome.reply.status, outcome.reply.networkError, isCut, outcome.reply.clockKind};
+    fail(outcome.reply.isNull ? QStringLiteral("Failed to update cache: Reply is null")
+                              : QStringLiteral("Failed to update cache: %1%2").arg(outcome.errorText(), outcome.problemText()),
+         failure);
+}
+
+void CacheImp::keep(const ExchangeOutcome& outcome) {
+    if (!m_owner->ParseReplyOverride(outcome.reply.body)) {
+        fail(QStringLiteral("Failed to update cache: %1%2").arg(QStringLiteral("Server returned invalid response body"), QString()),
+             {outcome.reply.status, outcome.reply.networkError, true, outcome.reply.clockKind});
+        return;
+    }
+    const QDateTime date = now();
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_updateDate = date;
+    }
+    m_lastModified = CacheTiming::fromHttpDate(outcome.reply.header("Last-Modified"));
+    m_failures = 0;
+    m_view.isAvailable = true;
+    m_storage.save(m_askedWith, {outcome.reply.body, date}, [this] { return !m_view.isClosed; });
+    m_owner->CacheUpdatedOverride();
+    if (!m_view.isClosed)
+        Q_EMIT m_owner->CacheUpdated();
+    m_log.information(
+        QStringLiteral("Finished update. Cache updated successfully at %1.").arg(date.toUTC().toString(Qt::ISODate)));
+    (void)isUpdateDue();
+}
+
+void CacheImp::fail(const QString& text, const CacheFailure& failure) {
+    m_log.error(text);
+    if (failure.clockKind != ClockKind::None)
+        m_tokens.services().clockProblemSeen();
+    const qint64 checkSeconds = facts().checkSeconds;
+    if (!m_owner->UpdateError(failure)) {
+        startTimer(Shot::Repeated, checkSeconds * msPerSecond);
+        return;
+    }
+    const qint64 delayMs = CacheTiming::retryDelayMs(m_failures++, checkSeconds);
+    m_log.information(QStringLiteral("Will retry update in %1").arg(Util::timeSpanText(delayMs)));
+    startTimer(Shot::Single, delayMs);
+}
+
+void CacheImp::endRun() { m_view.updates->leave(m_view.isAvailable ? 1 : 0); }
+
+void CacheImp::Abort() {
+    if (!m_operation)
+        return;
+    m_log.information(QStringLiteral("Aborting update"));
+    // Going away is how an operation is cancelled.
+    const std::unique_ptr<NetworkOperationAsync> operation = std::move(m_operation);
+    operation->disconnect(this);
+    m_log.information(QStringLiteral("Update thread finished%1").arg(QStringLiteral(". Aborted.")));
+    m_log.information(QStringLiteral("Update aborted"));
+    endRun();
+}
+
+} // namespace Velquor::WebServices

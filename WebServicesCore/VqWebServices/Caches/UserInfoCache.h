@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Caches/ReplyCache.h"
+
+namespace Velquor::WebServices {
+
+/// The profile of the signed-in user.
+///
+/// Thread, owner and errors: as of `Cache`.
+class UserInfoCache : public ReplyCache<UserInfo> {
+public:
+    explicit UserInfoCache(const CacheParts& parts);
+
+protected:
+    QUrl GetUrlOverride() override;
+    QString GetCacheInfoForLog() override;
+};
+
+} // namespace Velquor::WebServices

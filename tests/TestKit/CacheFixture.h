@@ -1,0 +1,166 @@
+#pragma once
+
+#include "Caches/CacheDoor.h"
+#include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/VqOAuthHost.h"
+#include "TestKit/LoopbackHttpServer.h"
+#include "TestKit/RecordingLogger.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <atomic>
+
+namespace Velquor::TestKit {
+
+/// A product as its caches see it, with a sign-in that the test changes as it likes.
+///
+/// Thread: any for what is atomic, the rest is set before the caches work. Owner: the test.
+class FakeTokenOwner : public WebServices::ITokenOwner {
+public:
+    explicit FakeTokenOwner(const WebServices::TokenServices& services)
+        : m_services(services) {}
+
+    [[nodiscard]] const WebServices::TokenServices& services() const override { return m_services; }
+    [[nodiscard]] QString productKey() const override { return QStringLiteral("product"); }
+    [[nodiscard]] WebServices::Server server() const override { return currentServer; }
+    [[nodiscard]] WebServices::ConfigurationPointer configuration() const override { return {}; }
+    [[nodiscard]] WebServices::ProductTokens tokens() const override {
+        const bool isExpired = tokenExpired;
+        return {"t", "s", "h", services().now().addSecs(isExpired ? -1 : 3600)};
+    }
+    [[nodiscard]] QString signingKeys(WebServices::SigningKeys& keys) const override {
+        keys.consumerKey = Util::SecretBytes::fromText(QStringLiteral("consumer"));
+        keys.consumerSecret = Util::SecretBytes::fromText(QStringLiteral("secret"));
+        keys.tokenSecret = Util::SecretBytes::fromText(QStringLiteral("secret"));
+        keys.token = Util::SecretBytes::fromText(QStringLiteral("access-token"));
+        return {};
+    }
+    [[nodiscard]] WebServices::OtherLogin otherLogin() const override { return {}; }
+    [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
+    [[nodiscard]] QString user() const override { return userId; }
+    [[nodiscard]] bool isLoginExpired() const override { return false; }
+    [[nodiscard]] bool isLogoutPending() const override { return false; }
+    [[nodiscard]] QDateTime sessionExpiryDate() const override { return {}; }
+    [[nodiscard]] QString signInMark() const override { return loggedIn ? userId : QString(); }
+    [[nodiscard]] bool catchUpWithFile(const QString&) override { return true; }
+    [[nodiscard]] bool store(const WebServices::ProductTokens&, const QDateTime&, const QString&) override { return true; }
+    [[nodiscard]] bool isOAuth2Enabled() const override { return false; }
+    [[nodiscard]] bool storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&, const QString&) override {
+        return true;
+    }
+    [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent) override {}
+    void forceLogout() override {}
+
+    std::atomic<bool> loggedIn{true};
+    std::atomic<bool> tokenExpired{false};
+    WebServices::Server currentServer = WebServices::Production;
+    QString userId = QStringLiteral("user-1");
+
+private:
+    const WebServices::TokenServices m_services;
+    mutable QRecursiveMutex m_lock;
+};
+
+/// The caches of one product on a thread of their own, as token operations hold them.
+class RunningCaches {
+public:
+    RunningCaches(WebServices::ITokenOwner& owner, const QString& product)
+        : refreshes(std::make_shared<WebServices::RunState>())
+        , door(owner, refreshes, product) {
+        door.store()->moveToThread(&m_thread);
+        QObject::connect(&m_thread, &QThread::finished, door.store(), &QObject::deleteLater);
+        m_thread.start();
+    }
+    ~RunningCaches() { stop(); }
+    Q_DISABLE_COPY_MOVE(RunningCaches)
+
+    void stop() {
+        if (!m_thread.isRunning())
+            return;
+        door.close();
+        WebServices::CacheStore* const store = door.store();
+        QMetaObject::invokeMethod(
+            store, [this, store] {
+                store->abort();
+                m_thread.exit(0);
+            }, Qt::QueuedConnection);
+        m_thread.wait();
+    }
+
+    const std::shared_ptr<WebServices::RunState> refreshes;
+    WebServices::CacheDoor door;
+
+private:
+    QThread m_thread;
+};
+
+/// A scripted web service, a cache file in a folder of its own, and products that use both. Thread: the test's. Owner: the test.
+class CacheFixture {
+public:
+    CacheFixture()
+        : logger(std::make_shared<RecordingLogger>())
+        , m_urls(logger)
+        , owner(services()) {
+        setUrls(server.url({}).toString());
+    }
+
+    /// Where the web service is from now on.
+    void setUrls(const QString& base) {
+        m_urls.SetUrlOverrides(WebServices::Production, {{QStringLiteral("AccountServerUrl"), base},
+                                                         {QStringLiteral("StorageApiUrl"), base},
+                                                         {QStringLiteral("IdentityAccountFolderEndPoint"), userPath},
+                                                         {QStringLiteral("IdentityEntitlementEndPoint"), entitlementPath},
+                                                         {QStringLiteral("StorageUsageEndPoint"), quotaPath}});
+    }
+
+    [[nodiscard]] WebServices::TokenServices services() {
+        WebServices::TokenServices made;
+        made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
+        made.urls = &m_urls;
+        made.logger = made.networkLogger = made.cacheLogger = logger;
+        made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
+        made.tokenTimeoutMs = 5000;
+        made.cacheFile = file();
+        return made;
+    }
+
+    [[nodiscard]] QString file() const { return m_folder.path() + QStringLiteral("/WebServicesCache.xml"); }
+    [[nodiscard]] QByteArray fileContents() const {
+        QFile cache(file());
+        return cache.open(QIODevice::ReadOnly) ? cache.readAll() : QByteArray();
+    }
+    void writeFile(const QByteArray& contents) const {
+        QFile cache(file());
+        if (cache.open(QIODevice::WriteOnly))
+            cache.write(contents);
+    }
+
+    [[nodiscard]] static QByteArray userReply(const QByteArray& name) {
+        return "<User><UserName>" + name + "</UserName><Id>" + name + "</Id><Email>" + name
+               + "@example.com</Email><Profile><FirstName>" + name + "</FirstName><LastName>L</LastName></Profile></User>";
+    }
+    void answerUser(const QByteArray& name, const QByteArray& headers = {}) {
+        server.setScript(userPath, {TestKit::answer("200 OK", userReply(name), headers)});
+    }
+    void answerUserWith(const QByteArray& bytes) { server.setScript(userPath, {bytes}); }
+
+    [[nodiscard]] int logged(const QString& text) const { return logger->texts().filter(text).size(); }
+
+    const QString userPath = QStringLiteral("/account");
+    const QString entitlementPath = QStringLiteral("/entitlement");
+    const QString quotaPath = QStringLiteral("/quota");
+    LoopbackHttpServer server;
+    std::shared_ptr<RecordingLogger> logger;
+    std::atomic<qint64> clockOffset{0}; ///< Seconds that the caches' clock is ahead.
+
+private:
+    QTemporaryDir m_folder;
+    WebServices::UrlStore m_urls;
+
+public:
+    FakeTokenOwner owner;
+};
+
+} // namespace Velquor::TestKit

@@ -1,0 +1,164 @@
+// When a cache asks, when it tries again, and what it takes from a reply, under a clock that is handed in.
+
+#include "Caches/CacheTiming.h"
+#include "Caches/CachedReplies.h"
+
+#include <QtTest>
+
+using namespace Velquor::WebServices;
+using CacheTiming::Answer;
+
+class CacheDecisionsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void decides_data() {
+        QTest::addColumn<bool>("canUpdate");
+        QTest::addColumn<bool>("isAvailable");
+        QTest::addColumn<qint64>("age"); // seconds; very old: not valid
+        QTest::addColumn<qint64>("interval");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<qint64>("nextCheckMs");
+        const auto row = [](const char* name, bool can, bool has, qint64 age, qint64 interval, Answer answer, qint64 next = 0) {
+            QTest::newRow(name) << can << has << age << interval << int(answer) << next;
+        };
+        row("not signed in", false, false, 0, 86400, Answer::CannotUpdate);
+        row("not signed in, expired", false, true, 90000, 86400, Answer::CannotUpdate);
+        row("nothing there", true, false, 0, 86400, Answer::NoValue);
+        row("nothing there, never renewed", true, false, 0, 0, Answer::NoValue);
+        row("never renewed, very old", true, true, 900000, 0, Answer::NeverExpires);
+        row("never renewed, no date", true, true, noDate, 0, Answer::NeverExpires);
+        row("no date", true, true, noDate, 86400, Answer::BadDate);
+        row("fresh", true, true, 0, 86400, Answer::NotExpired, 3600000);
+        row("30 s left", true, true, 86370, 86400, Answer::NotExpired, 30000);
+        row("1 s left", true, true, 86399, 86400, Answer::NotExpired, 1000);
+        row("at the moment", true, true, 86400, 86400, Answer::Expired);
+        row("short interval", true, true, 5, 60, Answer::NotExpired, 55000);
+        row("clock set back a little", true, true, -60, 86400, Answer::NotExpired, 3600000);
+        row("clock set back ten years", true, true, -315360000, 86400, Answer::BadDate);
+        row("clock set forward ten years", true, true, 315360000, 86400, Answer::Expired);
+        row("the longest interval", true, true, 10, 4294967295, Answer::NotExpired, 3600000);
+    }
+
+    void decides() {
+        QFETCH(bool, canUpdate);
+        QFETCH(bool, isAvailable);
+        QFETCH(qint64, age);
+        QFETCH(qint64, interval);
+        QFETCH(int, answer);
+        QFETCH(qint64, nextCheckMs);
+        const QDateTime now(QDate(2026, 3, 29), QTime(1, 0), Qt::UTC);
+        const QDateTime date = age == noDate ? QDateTime() : now.addSecs(-age);
+        const auto decision =
+            CacheTiming::decide({canUpdate, isAvailable, date, interval, CacheTiming::checkSeconds(interval)}, now);
+        QCOMPARE(int(decision.answer), answer);
+        QCOMPARE(decision.nextCheckMs, nextCheckMs);
+        QCOMPARE(decision.isDue(), answer >= int(Answer::Expired));
+    }
+
+    void waitsBeforeTheNextTry() {
+        QVector<qint64> delays;
+        for (int earlier = 0; earlier < 7; ++earlier)
+            delays += CacheTiming::retryDelayMs(earlier, 3600) / 1000;
+        QCOMPARE(delays, (QVector<qint64>{120, 120, 120, 120, 120, 3600, 3600}));
+        // A cache that is looked at more often than that is also tried again sooner, but never at once.
+        QCOMPARE(CacheTiming::retryDelayMs(0, CacheTiming::checkSeconds(10)), 10000);
+        QCOMPARE(CacheTiming::retryDelayMs(9, CacheTiming::checkSeconds(0)), 3600000);
+    }
+
+    void triesAgain_data() {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("isDamaged");
+        QTest::addColumn<int>("clock");
+        QTest::addColumn<bool>("expected");
+        QTest::newRow("no reply") << 0 << false << 0 << true;
+        QTest::newRow("500") << 500 << false << 0 << true;
+        QTest::newRow("503") << 503 << false << 0 << true;
+        QTest::newRow("page of a captive portal") << 200 << true << 0 << true;
+        QTest::newRow("wrong clock") << 401 << false << int(ClockKind::WrongTime) << true;
+        QTest::newRow("refused") << 401 << false << 0 << false;
+        QTest::newRow("not there") << 404 << false << 0 << false;
+        QTest::newRow("redirect") << 302 << false << 0 << false;
+    }
+
+    void triesAgain() {
+        QFETCH(int, status);
+        QFETCH(bool, isDamaged);
+        QFETCH(int, clock);
+        QFETCH(bool, expected);
+        QCOMPARE(CacheTiming::isWorthRetrying({status, QNetworkReply::NoError, isDamaged, static_cast<ClockKind>(clock)}), expected);
+    }
+
+    void readsDates() {
+        const QByteArray text = "Sun, 06 Nov 1994 08:49:37 GMT";
+        QCOMPARE(CacheTiming::fromHttpDate(text), QDateTime(QDate(1994, 11, 6), QTime(8, 49, 37), Qt::UTC));
+        QCOMPARE(CacheTiming::toHttpDate(CacheTiming::fromHttpDate(text)), text);
+        for (const char* const junk : {"", "0", "Sunday, 06-Nov-94 08:49:37 GMT", "Sun, 99 Nov 1994 08:49:37 GMT"})
+            QVERIFY(!CacheTiming::fromHttpDate(junk).isValid());
+    }
+
+    void readsReplies() {
+        UserInfo info;
+        QVERIFY(parseReply("<?xml version=\"1.0\"?><User><Id>7</Id><UserName>Zo\xc3\xab</UserName><Email>a&amp;b@c</Email>"
+                           "<Profile><FirstName>F</FirstName><LastName> L </LastName></Profile></User>",
+                           info));
+        QCOMPARE(info.userName, QStringLiteral("Zoë"));
+        QCOMPARE(info.email, QStringLiteral("a&b@c"));
+        QCOMPARE(info.lastName, QStringLiteral("L"));
+        StorageQuota quota;
+        QVERIFY(parseReply("<Reply><Service><Quota>5368709120</Quota><CurrentUsage>0</CurrentUsage></Service></Reply>", quota));
+        QCOMPARE(quota.total, 5368709120);
+    }
+
+    void readsEntitlements() {
+        Entitlements list;
+        QVERIFY(parseReply("<EntitlementList><Service><Name>A</Name><Entitled>True</Entitled></Service>"
+                           "<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"
+                           "<Service><Name>C</Name><Entitled>1</Entitled><Trial>True</Trial></Service>"
+                           "<Service><Entitled>True</Entitled></Service>"
+                           "<Service><Name>A</Name><Entitled>False</Entitled></Service></EntitlementList>",
+                           list));
+        QCOMPARE(list.answerFor(QStringLiteral("A")), ServiceEntitlement::Entitled);
+        QCOMPARE(list.answerFor(QStringLiteral("B")), ServiceEntitlement::NotEntitled);
+        QCOMPARE(list.answerFor(QStringLiteral("C")), ServiceEntitlement::Trial);
+        QCOMPARE(list.answerFor(QStringLiteral("a")), ServiceEntitlement::NotEntitled);
+        QCOMPARE(list.answerFor(QString()), ServiceEntitlement::Unknown);
+        QCOMPARE(list.services.value(QStringLiteral("B")).text,
+                 QStringLiteral("<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"));
+        QVERIFY(parseReply("<EntitlementList/>", list));
+        QVERIFY(list.services.isEmpty());
+    }
+
+    void refusesReplies_data() {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("no XML") << QByteArray("{\"UserName\": \"a\"}");
+        QTest::newRow("HTML") << QByteArray("<html><body><Id/></body></html>");
+        QTest::newRow("another reply") << QByteArray("<Service><Quota>1</Quota></Service>");
+        QTest::newRow("cut") << QByteArray("<User><UserName>a</UserName><Id>7</Id>");
+        QTest::newRow("document type") << QByteArray("<!DOCTYPE User [<!ENTITY a \"b\">]><User><UserName>&a;</UserName></User>");
+        QTest::newRow("not UTF-8") << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><User><UserName>\xe9</UserName></User>");
+        QTest::newRow("too deep") << QByteArray("<User><UserName>a</UserName>") + QByteArray("<a>").repeated(4000)
+                                         + QByteArray("</a>").repeated(4000) + "</User>";
+        QTest::newRow("too large") << "<User><UserName>a</UserName>" + QByteArray(4 * 1024 * 1024, ' ') + "</User>";
+        QTest::newRow("sizes") << QByteArray("<Service><Quota>-1</Quota><CurrentUsage>9223372036854775808</CurrentUsage></Service>");
+    }
+
+    void refusesReplies() {
+        QFETCH(QByteArray, reply);
+        UserInfo info;
+        info.id = QStringLiteral("kept");
+        Entitlements list;
+        StorageQuota quota;
+        QVERIFY(!parseReply(reply, info));
+        QVERIFY(!parseReply(reply, list));
+        QVERIFY(!parseReply(reply, quota));
+        QCOMPARE(info.id, QStringLiteral("kept"));
+    }
+
+private:
+    static constexpr qint64 noDate = -1000000000;
+};
+
+QTEST_GUILESS_MAIN(CacheDecisionsTest)
+#include "CacheDecisionsTest.moc"
