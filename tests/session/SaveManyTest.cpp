@@ -92,6 +92,11 @@ void SaveManyTest::killSometimes(Lane& lane, int& kills) const {
 QHash<QString, int> SaveManyTest::numbers() const {
     QDomDocument document;
     QHash<QString, int> found;
+    // On Windows who reads stands in the way of who writes.
+    LoginStateFile file(m_fixture->file(), m_fixture->logger);
+    const LoginStateFile::Guard guard(file);
+    if (!guard.isHeld())
+        return found;
     if (!document.setContent(Util::AtomicFile::read(m_fixture->file(), 1024 * 1024).data))
         return found;
     const QDomElement products = document.documentElement()
@@ -142,14 +147,17 @@ void SaveManyTest::nobodyLosesAProduct() {
     work(lanes, TestKit::rounds(5000, 60000), kills);
     int longestMs = 0;
     int saves = 0;
+    int starts = 0;
     for (Lane& lane : lanes) {
         if (lane.helper)
             lane.end();
         QVERIFY2(lane.acknowledged > 0, qPrintable(lane.key));
-        QVERIFY2(lane.starts > 1 || !(lane.isShortLived || lane.isKilled), qPrintable(lane.key));
+        starts += lane.starts;
         longestMs = qMax(longestMs, lane.longestMs);
         saves += lane.saves;
     }
+    QVERIFY(starts > laneCount);
+    QCOMPARE(kills > 0, isKilling);
     const QHash<QString, int> found = numbers();
     for (const Lane& lane : lanes)
         QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
