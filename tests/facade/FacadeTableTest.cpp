@@ -3,16 +3,20 @@
 
 #include "TestKit/AccountServiceProcess.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
+#include <QThread>
 #include <QtTest>
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesManagerEx.h>
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <memory>
+#include <thread>
 #include <vector>
 
 using namespace Velquor;
@@ -364,6 +368,34 @@ private slots:
         unsigned char* cookie = &byte;
         QCOMPARE(Caller::keyed().GetLoginCookie(unknownKey, cookie), 0);
         QVERIFY(!cookie);
+    }
+
+    // From the exported call to the buffer, with the look at the login state file that every call begins with.
+    void cachedReadsAreQuick() {
+        constexpr int threadCount = 32;
+        std::array<qint64, threadCount> medians{};
+        std::vector<std::thread> threads;
+        for (qint64& median : medians)
+            threads.emplace_back([&median] {
+                std::vector<qint64> times;
+                QElapsedTimer timer;
+                for (int read = 0; read < 500; ++read) {
+                    wchar_t email[32] = {};
+                    timer.start();
+                    const int length = Caller::keyed().GetUserEmail(knownKey, email, 32);
+                    times.push_back(timer.nsecsElapsed());
+                    QCOMPARE(length, 15);
+                    if (read % 100 == 0)
+                        QThread::msleep(1);
+                }
+                std::nth_element(times.begin(), times.begin() + 250, times.end());
+                median = times[250];
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        const qint64 slowest = *std::max_element(medians.begin(), medians.end());
+        qInfo("a cached read takes %lld ns in the slowest of %d threads (median)", slowest, threadCount);
+        QVERIFY2(slowest < 20000, qPrintable(QString::number(slowest)));
     }
 
     // The deprecated form, which refuses a buffer that is too small.

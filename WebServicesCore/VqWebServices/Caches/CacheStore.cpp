@@ -89,9 +89,6 @@ void CacheStore::abort() {
         entry.imp->Abort();
 }
 
-// What was switched on before the thread ran has been posted; the sign-in may have come before this product's session.
-void CacheStore::Start() { TokenAvailable(); }
-
 void CacheStore::LoggedIn() {
     for (const Entry& entry : std::as_const(m_caches))
         entry.imp->LoggedIn();

@@ -3,7 +3,9 @@
 #include "Caches/CacheImp.h"
 
 #include <QObject>
+#include <QVector>
 #include <VqWebServices/CacheType.h>
+#include <array>
 
 namespace Velquor::WebServices {
 
@@ -33,7 +35,6 @@ public:
     [[nodiscard]] static bool isCachingEnabled();
 
 public slots:
-    void Start();
     void ConfigurationSet();
     void ConfigurationRemoved();
     void LoggedIn();
@@ -57,7 +58,7 @@ private:
 };
 
 /// All types that there are.
-inline const QVector<CacheType> cacheTypes{CacheType::UserInfo, CacheType::Entitlement, CacheType::StorageQuota};
+inline constexpr std::array<CacheType, 3> cacheTypes{CacheType::UserInfo, CacheType::Entitlement, CacheType::StorageQuota};
 
 /// "User Info", "Storage Quota" or "Entitlement", else "Unknown": the name of a type in the log.
 [[nodiscard]] QString cacheTypeName(CacheType type);

@@ -121,7 +121,7 @@ bool ClientRegistry::disableOAuth2(const QString& clientKey) {
 void ClientRegistry::enableCache(const QString& clientKey, CacheType type, bool enable) {
     const QMutexLocker lock(&m_mutex);
     const auto client = m_clients.value(clientKey);
-    if (client && cacheTypes.contains(type))
+    if (client && std::find(cacheTypes.begin(), cacheTypes.end(), type) != cacheTypes.end())
         client->enableCache(static_cast<int>(type), enable);
 }
 

@@ -35,7 +35,6 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
         m_threadId = reinterpret_cast<quintptr>(QThread::currentThreadId());
         deleter->Start();
     });
-    QObject::connect(thread, &QThread::started, cacheStore, &CacheStore::Start);
     QObject::connect(thread, &QThread::finished, deleter, &QObject::deleteLater);
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, cacheStore, &CacheStore::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, m_refresher, &TokenRefresher::TokenAvailable);
