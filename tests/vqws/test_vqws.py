@@ -1,13 +1,12 @@
 """Every command of the support tool: what it says, how it ends, and that it keeps secrets to itself."""
 import json
-import pathlib
 import re
 import signal
 import subprocess
 import time
 import unittest
 
-from tool import (CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, TOOL, USAGE, Lines, ToolTest)
+from tool import (CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
 
 COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "dump"]
 
@@ -39,7 +38,7 @@ class CommandLineTest(ToolTest):
                 (["status", "--ca", "/nowhere"], "no certificate"), (["login", "--secret-file", "/nowhere"], "/nowhere")]:
             with self.subTest(arguments):
                 self.assertIn(text, self.check(USAGE, *arguments).err)
-                error = self.check(USAGE, *arguments, "--json").json()
+                error = self.check(USAGE, "--json", *arguments).json()
                 self.assertEqual((False, USAGE), (error["ok"], error["exitStatus"]))
                 self.assertIn(text, error["error"])
         self.extra = {}
@@ -128,9 +127,11 @@ class SessionTest(ToolTest):
         token = self.check(OK, "token").out.strip()
         self.assertIn(token, self.service.control("secrets")["secrets"])
         self.assertEqual(token, self.check(OK, "token", "--json").json()["token"])
-        for kind in ("RT", "JWT"):
-            oauth2 = self.check(OK, "token", "--oauth2", kind, "read write", "--json").json()
-            self.assertIn(oauth2["token"], self.service.control("secrets")["secrets"])
+        for number, (kind, form) in enumerate({"RT": r"[^.]{20,}", "JWT": r"[^.]+\.[^.]+\.[^.]+"}.items(), 1):
+            oauth2 = self.check(OK, "token", "--oauth2", kind, "read write", "--json").json()["token"]
+            self.assertRegex(oauth2, f"^{form}$")
+            self.assertNotEqual(token, oauth2)
+            self.assertEqual(number, self.service.accepted("oauth2-token"))
 
         echo = f"{self.service.info['url']}/api/echo?note=%C3%BC"
         reply = self.check(OK, "get", echo)
@@ -139,7 +140,7 @@ class SessionTest(ToolTest):
         self.assertEqual("", self.check(OK, "get", echo, "--quiet").err)
         answer = self.check(OK, "get", echo, "--json").json()
         self.assertEqual(200, answer["status"])
-        self.assertIn("ü", json.loads(answer["body"])["parameters"]["note"])
+        self.assertIn("\\u00fc", answer["body"])
         missing = self.check(FAILED, "get", f"{self.service.info['url']}/nothing", "--json").json()
         self.assertEqual((404, False), (missing["status"], missing["ok"]))
         self.assertIn("no reply", self.check(FAILED, "get", "https://127.0.0.1:1/").err)

@@ -1,4 +1,5 @@
 """The support tool in a process of its own, against the account service."""
+import contextlib
 import dataclasses
 import json
 import os
@@ -49,8 +50,9 @@ class Lines:
         threading.Thread(target=self._read, args=(stream,), daemon=True).start()
 
     def _read(self, stream) -> None:
-        for line in stream:
-            self._queue.put(line.strip())
+        with contextlib.suppress(ValueError):  # the test is over and has closed it
+            for line in stream:
+                self._queue.put(line.strip())
         self._queue.put(None)
 
     def wait_for(self, text: str, seconds: float = 30) -> str:
@@ -92,11 +94,15 @@ class ToolTest(unittest.TestCase):
     def start(self, *arguments: str) -> subprocess.Popen:
         process = subprocess.Popen([*self.home.command(TOOL), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE, encoding="utf-8", env=self.environment())
-        self.addCleanup(process.stderr.close)
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(process.wait, 30)
-        self.addCleanup(process.terminate)
+        self.addCleanup(self._end, process)
         return process
+
+    @staticmethod
+    def _end(process: subprocess.Popen) -> None:
+        process.terminate()
+        process.wait(30)
+        process.stdout.close()
+        process.stderr.close()
 
     def run_tool(self, *arguments: str) -> Run:
         run = subprocess.run([*self.home.command(TOOL), *arguments], stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8",
