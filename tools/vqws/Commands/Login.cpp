@@ -46,6 +46,7 @@ void showPage(const Context& context, const QString& url) {
         context.output.note(QStringLiteral("The sign-in page was opened in the browser."));
         return;
     }
+    context.output.note(QStringLiteral("Sign in on the page at this address:"));
     context.output.line(url);
     if (context.output.isJson())
         Console::write(Console::Stream::Error, url.toUtf8() + '\n');
