@@ -6,7 +6,7 @@ import subprocess
 import time
 import unittest
 
-from tool import (CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
+from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
 
 COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "dump"]
 
@@ -133,6 +133,11 @@ class SessionTest(ToolTest):
             self.assertNotEqual(token, oauth2)
             self.assertEqual(number, self.service.accepted("oauth2-token"))
 
+        # Another product of the same user gets a token of its own, without another sign-in.
+        self.extra = {"VQWS_CONSUMER_KEY": "second-product-0002", "VQWS_CONSUMER_SECRET": "demo-secret-0002"}
+        self.assertNotIn(self.check(OK, "token").out.strip(), ("", token))
+        self.extra = {}
+
         echo = f"{self.service.info['url']}/api/echo?note=%C3%BC"
         reply = self.check(OK, "get", echo)
         self.assertIn('"ada"', reply.out)
@@ -159,12 +164,16 @@ class SessionTest(ToolTest):
     def test_watch_tells_of_other_programs(self):
         process = self.start("watch", "--json")
         lines = Lines(process.stdout)
+        example = Lines(self.start(program=BINARIES / "event-watch").stdout)
+        example.wait_for("LoginRestored             origin: here")
         self.assertEqual("vqws", json.loads(lines.wait_for("LoginRestored"))["origin"])
         self.sign_in()
         event = json.loads(lines.wait_for('"LoggedIn"'))
         self.assertEqual(("outside", "ada"), (event["origin"], event["detail"]))
+        example.wait_for("LoggedIn                  origin: outside")
         self.check(OK, "logout")
         lines.wait_for("LoggedOut")
+        example.wait_for("LoggedOut")
         if not SYSROOT:
             process.send_signal(signal.SIGINT)
             self.assertEqual(OK, process.wait(20))

@@ -91,15 +91,16 @@ class ToolTest(unittest.TestCase):
         environment.pop("DISPLAY", None)
         return {**environment, **(self.product() if hasattr(self, "service") else {}), **self.extra}
 
-    def start(self, *arguments: str) -> subprocess.Popen:
-        process = subprocess.Popen([*self.home.command(TOOL), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+    def start(self, *arguments: str, program: pathlib.Path = TOOL) -> subprocess.Popen:
+        process = subprocess.Popen([*self.home.command(program), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE, encoding="utf-8", env=self.environment())
         self.addCleanup(self._end, process)
         return process
 
-    @staticmethod
-    def _end(process: subprocess.Popen) -> None:
+    def _end(self, process: subprocess.Popen) -> None:
         process.terminate()
+        # Under Wine this ends the runner alone; the program holds the streams until it ends, too.
+        self.home.close()
         process.wait(30)
         process.stdout.close()
         process.stderr.close()
