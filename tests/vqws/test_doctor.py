@@ -123,7 +123,8 @@ class DoctorTest(ToolTest):
         # The library closes its folder again when it starts, so this is seen once.
         self.home.data().chmod(0o755)
         self.assertEqual("fault", self.examine(FAILED)["data folder"]["state"])
-        self.assertEqual({}, self.examine(OK))
+        if not SYSROOT:
+            self.assertEqual({}, self.examine(OK))
 
     @unittest.skipIf(SYSROOT, "the key lies in a container of the system there")
     def test_missing_key(self):

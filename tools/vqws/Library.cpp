@@ -6,6 +6,7 @@
 #include "Progress.h"
 #include "Texts.h"
 
+#include <QFile>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <VqWebServices/WebServicesPrivate.h>
@@ -20,7 +21,10 @@ const auto seeDoctor = QStringLiteral(" \"vqws doctor\" and the log say more.");
 
 // A program trusts a service through its own TLS configuration; errors are never ignored.
 bool trustAuthority(const QString& file) {
-    const QList<QSslCertificate> certificates = QSslCertificate::fromPath(file);
+    // Not fromPath(), which looks through whole folders for a file that is not there.
+    QFile source(file);
+    const QList<QSslCertificate> certificates =
+        source.open(QIODevice::ReadOnly) ? QSslCertificate::fromDevice(&source) : QList<QSslCertificate>();
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(configuration.caCertificates() + certificates);
     QSslConfiguration::setDefaultConfiguration(configuration);

@@ -49,11 +49,16 @@ QString nameOf(PSID sid) {
                : QStringLiteral("another account");
 }
 
+// An entry that is there to be inherited says nothing about the folder itself.
+bool givesAccess(const ACE_HEADER& header) {
+    return header.AceType == ACCESS_ALLOWED_ACE_TYPE && (header.AceFlags & INHERIT_ONLY_ACE) == 0;
+}
+
 QStringList othersIn(ACL* list) {
     QStringList others;
     for (DWORD index = 0; index < list->AceCount; ++index) {
         void* entry = nullptr;
-        if (!::GetAce(list, index, &entry) || static_cast<ACE_HEADER*>(entry)->AceType != ACCESS_ALLOWED_ACE_TYPE)
+        if (!::GetAce(list, index, &entry) || !givesAccess(*static_cast<ACE_HEADER*>(entry)))
             continue;
         auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
         const PSID sid = &allowed->SidStart;
