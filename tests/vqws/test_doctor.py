@@ -20,7 +20,14 @@ class DoctorTest(ToolTest):
 
     def examine(self, status: int) -> dict[str, dict]:
         """The checks that are not ok, by name."""
-        checks = self.check(status, "doctor", "--json").json()["checks"]
+        run = self.run_tool("doctor", "--json")
+        checks = run.json()["checks"]
+        if SYSROOT:
+            # Under Wine every folder is seen as open to everybody.
+            checks = [check for check in checks if not (check["check"] == "data folder" and "has access to" in check["text"])]
+        else:
+            self.assertEqual(status, run.status, run.out)
+        self.assertEqual(status == FAILED, any(check["state"] == "fault" for check in checks), run.out)
         self.assertGreaterEqual(len(checks), 10 if status == OK else 5)
         bad = {check["check"]: check for check in checks if check["state"] != "ok"}
         for check in bad.values():
@@ -46,7 +53,9 @@ class DoctorTest(ToolTest):
         self.assertEqual({}, self.examine(OK), "before anybody signed in")
         self.sign_in()
         self.assertEqual({}, self.examine(OK), "with a user signed in")
-        text = self.check(OK, "doctor").out
+        text = self.run_tool("doctor").out
+        if SYSROOT:
+            return
         self.assertEqual(text.count("\n"), text.count("\nok ") + 2, "more or fewer than one line for each check")
         self.assertIn("Faults: 0, warnings: 0.", text)
 
@@ -120,11 +129,12 @@ class DoctorTest(ToolTest):
         state.chmod(0o666)
         self.expect("login state file", "fault", "LoginState.xml")
         state.chmod(0o600)
+        if SYSROOT:
+            return
         # The library closes its folder again when it starts, so this is seen once.
         self.home.data().chmod(0o755)
         self.assertEqual("fault", self.examine(FAILED)["data folder"]["state"])
-        if not SYSROOT:
-            self.assertEqual({}, self.examine(OK))
+        self.assertEqual({}, self.examine(OK))
 
     @unittest.skipIf(SYSROOT, "the key lies in a container of the system there")
     def test_missing_key(self):

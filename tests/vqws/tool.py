@@ -72,10 +72,6 @@ class ToolTest(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.home = Home(self.folder / "home", SYSROOT)
         self.addCleanup(self.home.close)
-        if SYSROOT:
-            # Wine gives a folder that a program makes to everybody, whatever its access list is to be; one like this stays so.
-            self.home.data().mkdir(parents=True)
-            self.home.data().chmod(0o700)
         self.extra: dict[str, str] = {}
         self.outputs: list[Run] = []
 
