@@ -1,0 +1,41 @@
+#include "EventObserver.h"
+
+#include <QCoreApplication>
+#include <VqWebServices/WebServicesManager.h>
+#include <cstdio>
+
+using namespace Velquor::WebServices;
+
+namespace {
+
+// The keys that the maker of the services gave to the product. They are not for the command line, which every program can read.
+WebServicesConfiguration configuration() {
+    WebServicesConfiguration result;
+    result.SetConsumerKey(qEnvironmentVariable("VQWS_CONSUMER_KEY").toStdWString().c_str());
+    result.SetConsumerSecret(qEnvironmentVariable("VQWS_CONSUMER_SECRET").toStdWString().c_str());
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Events are delivered by the event loop of this thread, the one that initializes the library.
+    QCoreApplication application(argc, argv);
+    WebServicesManager::SetSupportFileSearchPaths(qEnvironmentVariable("VQWS_SUPPORT").toStdWString().c_str());
+    if (!WebServicesManager::Initialize())
+        return 1;
+    WebServicesManager* const manager = WebServicesManager::GetInstance();
+    EventObserver observer;
+    // Before RestoreLogin, so that its event is heard too.
+    manager->AddObserver(&observer);
+    observer.setInsideOwnCall(true);
+    const bool restored = manager->SetConfiguration(configuration()) && manager->RestoreLogin();
+    observer.setInsideOwnCall(false);
+    if (!restored)
+        std::fputs("event-watch: set VQWS_CONSUMER_KEY, VQWS_CONSUMER_SECRET and VQWS_SUPPORT, the folder of the URL files\n", stderr);
+    // Until somebody ends the program; the library needs no farewell then, others clean up after it.
+    const int status = restored ? QCoreApplication::exec() : 1;
+    manager->RemoveObserver(&observer);
+    WebServicesManager::Uninitialize();
+    return status;
+}

@@ -1,0 +1,182 @@
+"""The support tool examines healthy and broken set-ups, and names each fault with its cure."""
+import fcntl
+import json
+import os
+import pathlib
+import shutil
+import socket
+import time
+import unittest
+
+from tool import BINARIES, FAILED, OK, SYSROOT, ToolTest
+
+ONE_HOUR = 3600
+
+
+class DoctorTest(ToolTest):
+    def setUp(self):
+        super().setUp()
+        self.start_service()
+
+    def examine(self, status: int) -> dict[str, dict]:
+        """The checks that are not ok, by name."""
+        run = self.run_tool("doctor", "--json")
+        checks = run.json()["checks"]
+        if SYSROOT:
+            # Under Wine every folder is seen as open to everybody.
+            checks = [check for check in checks if not (check["check"] == "data folder" and "has access to" in check["text"])]
+        else:
+            self.assertEqual(status, run.status, run.out)
+        self.assertEqual(status == FAILED, any(check["state"] == "fault" for check in checks), run.out)
+        self.assertGreaterEqual(len(checks), 10 if status == OK else 5)
+        bad = {check["check"]: check for check in checks if check["state"] != "ok"}
+        for check in bad.values():
+            self.assertTrue(check["cure"], check)
+        return bad
+
+    def expect(self, name: str, state: str, *texts: str) -> None:
+        """Exactly this is wrong, and what stands in it."""
+        bad = self.examine(FAILED if state == "fault" else OK)
+        self.assertEqual({name: state}, {key: check["state"] for key, check in bad.items()}, bad)
+        for text in texts:
+            self.assertIn(text, bad[name]["text"])
+
+    def url_file(self, name: str = "VqWebservicesURLs.config") -> pathlib.Path:
+        return self.service.folder / name
+
+    def change_urls(self, **urls: str | None) -> None:
+        document = json.loads(self.url_file().read_text(encoding="utf-8"))
+        document["Configurations"]["WebServices"]["Urls"].update(urls)
+        self.url_file().write_text(json.dumps(document), encoding="utf-8")
+
+    def test_a_healthy_set_up(self):
+        self.assertEqual({}, self.examine(OK), "before anybody signed in")
+        self.sign_in()
+        self.assertEqual({}, self.examine(OK), "with a user signed in")
+        text = self.run_tool("doctor").out
+        if SYSROOT:
+            return
+        self.assertEqual(text.count("\n"), text.count("\nok ") + 2, "more or fewer than one line for each check")
+        self.assertIn("Faults: 0, warnings: 0.", text)
+
+    def test_url_files(self):
+        shutil.move(self.url_file(), self.url_file("away"))
+        bad = self.examine(FAILED)
+        self.assertIn("VqWebservicesURLs.config for the current server Production was not found", bad["URL files"]["text"])
+        self.assertEqual("fault", bad["account server"]["state"])
+        self.url_file().write_text('{"Configurations": {', encoding="utf-8")
+        self.assertIn("is no JSON at byte", self.examine(FAILED)["URL files"]["text"])
+        shutil.copy(self.url_file("away"), self.url_file())
+        self.change_urls(AccessTokenEndPoint="", LogoutEndPoint=None)
+        self.expect("URL files", "fault", "has no AccessTokenEndPoint, LogoutEndPoint")
+        shutil.copy(self.url_file("away"), self.url_file())
+        self.url_file("VqWebservicesURLs-Staging.config").write_text("{}", encoding="utf-8")
+        self.expect("URL files", "fault", "VqWebservicesURLs-Staging.config has no AccountServerUrl")
+
+    def test_account_server(self):
+        with socket.socket() as closed:
+            closed.bind(("127.0.0.1", 0))
+            self.change_urls(AccountServerUrl=f"https://127.0.0.1:{closed.getsockname()[1]}")
+            self.expect("account server", "fault", "does not answer")
+        self.change_urls(AccountServerUrl=self.service.info["url"])
+        self.extra = {"VQWS_CA": ""}
+        self.expect("account server", "fault", "is not trusted")
+
+    def test_time_offset(self):
+        self.service.control("clock", {"offset_seconds": -2 * ONE_HOUR - 60})
+        self.expect("time offset", "fault", "is 2 h ahead of the one of the account server")
+        self.service.control("clock", {"offset_seconds": 60})
+        self.expect("time offset", "warning", "s behind the one")
+
+    def test_damaged_login_state(self):
+        self.sign_in()
+        state = self.home.data() / "LoginState.xml"
+        whole = state.read_bytes()
+        for damaged, text in ((whole[:len(whole) // 2], "is damaged"), (b"<Other/>", 'the document is "Other"'), (b"", "is damaged"),
+                              (b" " * 1200000, "larger than the library reads")):
+            state.write_bytes(damaged)
+            self.expect("login state file", "fault", text)
+            self.assertEqual(damaged, state.read_bytes(), "the examination changed the file")
+        state.write_bytes(whole)
+        (state.parent / "LoginState.xml.damaged-1").write_text("x", encoding="utf-8")
+        self.expect("left-over files", "warning", "LoginState.xml.damaged-1")
+
+    def test_left_over_files(self):
+        self.sign_in()
+        stale = self.home.data() / "LoginState.xml.writing-0123"
+        stale.write_text("x", encoding="utf-8")
+        os.utime(stale, (time.time() - ONE_HOUR, time.time() - ONE_HOUR))
+        self.expect("left-over files", "warning", stale.name)
+
+    def test_log(self):
+        self.extra = {"VQWS_LOGLEVEL": "LOUD"}
+        self.expect("log level", "warning", '"LOUD", which is no level')
+        blocked = self.folder / "file"
+        blocked.write_text("x", encoding="utf-8")
+        self.extra = {"VQWS_LOGFILEDIR": self.home.path(blocked)}
+        self.expect("log file", "fault", "no log can be written")
+
+    def test_blocked_data_folder(self):
+        self.home.data().parent.parent.mkdir(parents=True, exist_ok=True)
+        shutil.rmtree(self.home.data().parent, ignore_errors=True)
+        self.home.data().parent.write_text("x", encoding="utf-8")
+        bad = self.examine(FAILED)
+        self.assertIn("is not a folder", bad["data folder"]["text"])
+
+    def test_files_open_to_others(self):
+        self.sign_in()
+        state = self.home.data() / "LoginState.xml"
+        state.chmod(0o666)
+        self.expect("login state file", "fault", "LoginState.xml")
+        state.chmod(0o600)
+        if SYSROOT:
+            return
+        # The library closes its folder again when it starts, so this is seen once.
+        self.home.data().chmod(0o755)
+        self.assertEqual("fault", self.examine(FAILED)["data folder"]["state"])
+        self.assertEqual({}, self.examine(OK))
+
+    @unittest.skipIf(SYSROOT, "the key lies in a container of the system there")
+    def test_missing_key(self):
+        self.sign_in()
+        (self.home.data() / "UserKey.pem").unlink()
+        self.expect("login state file", "fault", "its key", "is missing")
+
+    @unittest.skipIf(SYSROOT, "the block is no file there")
+    def test_shared_block_open_to_others(self):
+        block = self.home.folder / "runtime/Velquor.WebServices.ProcessState"
+        block.write_bytes(bytes(65536))
+        block.chmod(0o644)
+        self.expect("shared block", "fault", "everybody", "has access to")
+
+    @unittest.skipIf(SYSROOT, "a lock from outside of Wine is no lock inside")
+    def test_lock_holder(self):
+        self.sign_in()
+        with open(self.home.data() / "VqWebServicesLoginStateSemaphore.lock", "ab") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.expect("lock holder", "fault", f"(process {os.getpid()})")
+
+    @unittest.skipIf(SYSROOT, "Wine does not take the proxy from the environment")
+    def test_dead_proxy(self):
+        # Qt asks no proxy for a loopback address.
+        self.change_urls(AccountServerUrl="https://accounts.velquor.invalid")
+        with socket.socket() as closed:
+            closed.bind(("127.0.0.1", 0))
+            port = closed.getsockname()[1]
+            self.extra = {"http_proxy": f"http://127.0.0.1:{port}"}
+            bad = self.examine(FAILED)
+        self.assertIn(f"the proxy 127.0.0.1:{port} does not answer", bad["proxy"]["text"])
+
+    @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
+    def test_missing_log_configuration(self):
+        library = self.folder / "library"
+        library.mkdir()
+        for file in BINARIES.glob("libVqWebServices.so*"):
+            shutil.copy(file, library, follow_symlinks=False)
+        self.extra = {"LD_LIBRARY_PATH": str(library)}
+        self.expect("log configuration", "fault", '"WebServices.logconfig" was not found')
+        self.assertIn("vqws doctor", self.check(FAILED, "login", "--json").json()["error"])
+
+
+if __name__ == "__main__":
+    unittest.main()

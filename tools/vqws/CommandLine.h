@@ -1,0 +1,45 @@
+#pragma once
+
+#include "CommandTable.h"
+
+#include <QCommandLineParser>
+#include <QStringList>
+#include <VqWebServices/Server.h>
+#include <optional>
+
+namespace Vqws {
+
+/// The command line, checked against the table of commands.
+///
+/// Thread: the main thread. Owner: main(). Errors: error() is not empty; the rest is not to be used then, but for isSet().
+class CommandLine {
+public:
+    explicit CommandLine(const QStringList& programAndArguments);
+
+    [[nodiscard]] const QString& error() const { return m_error; }
+    /// Null with --help or --version alone.
+    [[nodiscard]] const CommandInfo* command() const { return m_command; }
+    [[nodiscard]] const QStringList& arguments() const { return m_arguments; }
+    [[nodiscard]] bool isSet(const QString& option) const { return m_parser.isSet(option); }
+    /// Of an option that is set.
+    [[nodiscard]] QString value(const QString& option) const { return m_parser.value(option); }
+    /// Of the option, else of the environment.
+    [[nodiscard]] QString valueOr(const QString& option, const char* variable) const;
+    /// Nothing when it is not given.
+    [[nodiscard]] std::optional<int> timeoutSeconds() const { return m_timeoutSeconds; }
+    [[nodiscard]] std::optional<Velquor::WebServices::Server> server() const { return m_server; }
+
+private:
+    [[nodiscard]] QString readCommand();
+    [[nodiscard]] QString checkOptions() const;
+    [[nodiscard]] QString readValues();
+
+    QCommandLineParser m_parser;
+    const CommandInfo* m_command = nullptr;
+    QStringList m_arguments;
+    std::optional<int> m_timeoutSeconds;
+    std::optional<Velquor::WebServices::Server> m_server;
+    QString m_error;
+};
+
+} // namespace Vqws

@@ -1,0 +1,102 @@
+#include "Cancellation.h"
+#include "CommandLine.h"
+#include "Commands/Commands.h"
+#include "Library.h"
+#include "Output.h"
+#include "Platform/Browser.h"
+#include "Platform/Console.h"
+#include "Progress.h"
+#include "Texts.h"
+
+#include <array>
+
+using namespace Velquor::WebServices;
+
+namespace Vqws {
+
+namespace {
+
+constexpr int urlSize = 8192;
+constexpr int defaultTimeoutSeconds = 300;
+// The service answers "not yet" until the page was answered; this often it is asked.
+constexpr int askEveryMs = 2000;
+
+QString errorText(LoginErrorEx error, int httpStatus) {
+    switch (error) {
+    case LoginErrorEx::NotReady: return QStringLiteral("the product has no configuration for the current server");
+    case LoginErrorEx::NoReply: return QStringLiteral("the account server does not answer; check network and proxy");
+    case LoginErrorEx::NoSecureConnection: return QStringLiteral("there is no secure connection; check the certificate authority (--ca)");
+    case LoginErrorEx::WrongSystemTime: return QStringLiteral("the clock of this machine is wrong; set it");
+    case LoginErrorEx::Refused:
+        return QStringLiteral("the account server refused it with status %1; check key and secret").arg(httpStatus);
+    case LoginErrorEx::InvalidReply: return QStringLiteral("the account server answered something else; check the URL file");
+    default: return QStringLiteral("the request could not be signed; see the log");
+    }
+}
+
+ExitCode succeed(const Context& context, const Library& library, const char* how) {
+    context.output.line(QString::fromLatin1(how).arg(library.userName()));
+    context.output.object({{QStringLiteral("user"), library.userName()}, {QStringLiteral("userId"), library.userId()}});
+    return ExitCode::Ok;
+}
+
+// The address is what the user needs now: it is shown whatever else is quiet, and never among the lines of JSON.
+void showPage(const Context& context, const QString& url) {
+    if (!context.line.isSet(QStringLiteral("no-browser")) && openInBrowser(url)) {
+        context.output.note(QStringLiteral("The sign-in page was opened in the browser."));
+        return;
+    }
+    context.output.note(QStringLiteral("Sign in on the page at this address:"));
+    context.output.line(url);
+    if (context.output.isJson())
+        Console::write(Console::Stream::Error, url.toUtf8() + '\n');
+}
+
+ExitCode waitForPage(Context& context, Library& library) {
+    const Progress::Wait wait(context.progress, QStringLiteral("the sign-in in the browser"));
+    while (context.cancellation.wait(askEveryMs)) {
+        if (library.manager().IsLoggedIn() || library.manager().CompleteLogin())
+            return ExitCode::Ok;
+    }
+    return ExitCode::Cancelled;
+}
+
+ExitCode changeServer(Context& context, Library& library) {
+    const Server wanted = context.line.server().value_or(library.manager().GetServer());
+    if (wanted == library.manager().GetServer())
+        return ExitCode::Ok;
+    const Progress::Wait wait(context.progress, QStringLiteral("the change of the server"));
+    return library.manager().SetServer(wanted)
+               ? ExitCode::Ok
+               : library.fail(QStringLiteral("The server could not be changed to %1: its URL file is missing, or the user could not be "
+                                             "signed out of the other one.")
+                                  .arg(serverText(wanted)));
+}
+
+} // namespace
+
+ExitCode runLogin(Context& context) {
+    context.cancellation.setDefaultTimeout(defaultTimeoutSeconds);
+    Library library(context);
+    ExitCode code = library.open(Library::Need::Product);
+    if (code == ExitCode::Ok)
+        code = changeServer(context, library);
+    if (code != ExitCode::Ok)
+        return code;
+    if (library.manager().IsLoginValid())
+        return succeed(context, library, "Signed in already as %1.");
+    std::array<wchar_t, urlSize> url{};
+    LoginErrorEx error = LoginErrorEx::None;
+    int httpStatus = 0;
+    {
+        const Progress::Wait wait(context.progress, QStringLiteral("the account server"));
+        if (!library.manager().InitiateLogin(nullptr, url.data(), urlSize, error, httpStatus))
+            return library.fail(QStringLiteral("The sign-in could not be started: %1.").arg(errorText(error, httpStatus)));
+    }
+    showPage(context, QString::fromWCharArray(url.data()));
+    if (waitForPage(context, library) != ExitCode::Ok)
+        return library.fail({});
+    return succeed(context, library, "Signed in as %1.");
+}
+
+} // namespace Vqws

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QVector>
+
+namespace Vqws {
+
+/// What a check found. A warning or a fault comes with its cure.
+struct Finding {
+    enum class State { Ok, Warning, Fault };
+
+    QString check;
+    State state = State::Ok;
+    QString text;
+    QString cure;
+};
+
+using Findings = QVector<Finding>;
+
+inline Finding ok(const QString& check, const QString& text) { return {check, Finding::State::Ok, text, {}}; }
+inline Finding warning(const QString& check, const QString& text, const QString& cure) {
+    return {check, Finding::State::Warning, text, cure};
+}
+inline Finding fault(const QString& check, const QString& text, const QString& cure) {
+    return {check, Finding::State::Fault, text, cure};
+}
+
+} // namespace Vqws

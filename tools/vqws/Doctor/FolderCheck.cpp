@@ -1,0 +1,44 @@
+#include "Doctor/Checks.h"
+#include "Platform/FilePrivacy.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryFile>
+
+namespace Vqws {
+
+namespace {
+
+const auto name = QStringLiteral("data folder");
+
+QString nearestExisting(const QString& folder) {
+    QFileInfo info(folder);
+    while (!info.exists() && !info.isRoot())
+        info.setFile(info.path());
+    return info.filePath();
+}
+
+bool canWrite(const QString& folder) {
+    QTemporaryFile probe(folder + QStringLiteral("/.vqws-XXXXXX"));
+    return probe.open();
+}
+
+} // namespace
+
+Findings checkFolder(const SetUp& setUp) {
+    const QString& folder = setUp.dataFolder;
+    const QString existing = nearestExisting(folder);
+    if (!QFileInfo(existing).isDir())
+        return {fault(name, QStringLiteral("%1 is not a folder").arg(existing), QStringLiteral("move it away; the library makes the folder"))};
+    if (!canWrite(existing))
+        return {fault(name, QStringLiteral("%1 cannot be written to").arg(existing),
+                      QStringLiteral("give the user the right to write there, or free space on the disk"))};
+    if (existing != folder)
+        return {ok(name, QStringLiteral("%1 does not exist yet; the first program makes it").arg(folder))};
+    const QString others = othersWithAccess(folder);
+    if (!others.isEmpty())
+        return {fault(name, QStringLiteral("%1 has access to %2").arg(others, folder), commandToMakePrivate(folder))};
+    return {ok(name, folder)};
+}
+
+} // namespace Vqws

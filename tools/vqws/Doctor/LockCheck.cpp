@@ -1,0 +1,28 @@
+#include "Cancellation.h"
+#include "Doctor/Checks.h"
+#include "Platform/LockHolder.h"
+
+namespace Vqws {
+
+namespace {
+
+// Nobody's work with the small file takes this long.
+constexpr int patienceMs = 3000;
+constexpr int lookEveryMs = 100;
+
+const auto name = QStringLiteral("lock holder");
+
+} // namespace
+
+Findings checkLock(const SetUp& setUp, Cancellation& cancellation) {
+    LockHolder holder = loginStateLockHolder(setUp.dataFolder);
+    for (int waitedMs = 0; holder.isHeld && waitedMs < patienceMs && cancellation.wait(lookEveryMs); waitedMs += lookEveryMs)
+        holder = loginStateLockHolder(setUp.dataFolder);
+    if (!holder.isHeld)
+        return {ok(name, QStringLiteral("nobody holds the lock of the login state file"))};
+    return {fault(name,
+                  QStringLiteral("%1 has been holding the lock of the login state file for more than %2 s").arg(holder.program).arg(patienceMs / 1000),
+                  QStringLiteral("end that program; the lock is free as soon as it is gone"))};
+}
+
+} // namespace Vqws

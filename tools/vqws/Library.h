@@ -1,0 +1,61 @@
+#pragma once
+
+#include "ClientKeys.h"
+#include "Commands/Commands.h"
+
+#include <QObject>
+#include <QString>
+#include <VqWebServices/WebServicesManager.h>
+
+namespace Vqws {
+
+/// The library for the length of a command. A cancelled command shuts it down at once, which ends every wait in it; each call
+/// fails from then on.
+///
+/// Thread: the main thread. Owner: the command. Errors: the exit status, after the reason was said.
+class Library : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Library(Context& context);
+    ~Library() override;
+
+    enum class Need { Nothing, Product, User };
+
+    /// start() and then signOn().
+    [[nodiscard]] ExitCode open(Need need);
+    /// Reads the options and initializes the library.
+    [[nodiscard]] ExitCode start(Need need);
+    /// Registers the product and restores the login; does nothing without the keys of a product.
+    [[nodiscard]] ExitCode signOn(Need need);
+
+    [[nodiscard]] Velquor::WebServices::WebServicesManager& manager() const { return *m_manager; }
+    [[nodiscard]] bool hasProduct() const { return m_keys.isGiven(); }
+    [[nodiscard]] const QString& productKey() const { return m_keys.key; }
+    [[nodiscard]] QString userName() const;
+    [[nodiscard]] QString userId() const;
+
+    // Both wait for the token where the product still has to get it.
+
+    /// Empty when there is none that is valid.
+    [[nodiscard]] QString accessToken() const;
+    /// Empty when the library did not sign.
+    [[nodiscard]] QString signedRequest(const QString& url, Velquor::WebServices::HttpMethod method,
+                                        Velquor::WebServices::ParsingMode mode) const;
+
+    /// Says that the command was cancelled, or else why it failed.
+    [[nodiscard]] ExitCode fail(const QString& text) const;
+
+private:
+    [[nodiscard]] ExitCode readOptions(Need need);
+    [[nodiscard]] ExitCode checkServer(Need need) const;
+    [[nodiscard]] bool registerProduct() const;
+    void close();
+
+    Context& m_context;
+    ClientKeys m_keys;
+    Velquor::WebServices::WebServicesManager* m_manager = nullptr;
+    bool m_isOpen = false;
+};
+
+} // namespace Vqws

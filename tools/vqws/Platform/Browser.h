@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+namespace Vqws {
+
+/// Opens an address in the user's browser. False when there is none that can be started. Thread: the main thread.
+[[nodiscard]] bool openInBrowser(const QString& url);
+
+} // namespace Vqws

@@ -1,0 +1,27 @@
+#include "Platform/FilePrivacy.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStringList>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Vqws {
+
+QString othersWithAccess(const QString& path) {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    QStringList others;
+    if (info.st_uid != ::geteuid())
+        others += QStringLiteral("its owner %1").arg(QFileInfo(path).owner());
+    if ((info.st_mode & S_IRWXG) != 0)
+        others += QStringLiteral("the group %1").arg(QFileInfo(path).group());
+    if ((info.st_mode & S_IRWXO) != 0)
+        others += QStringLiteral("everybody");
+    return others.join(QStringLiteral(" and "));
+}
+
+QString commandToMakePrivate(const QString& path) { return QStringLiteral("chmod go= '%1'").arg(path); }
+
+} // namespace Vqws

@@ -1,0 +1,14 @@
+#include "Platform/SharedBlockFile.h"
+
+namespace Vqws {
+
+QString sharedBlockFile(const QString&) {
+    return {};
+}
+
+// The key lies in a container of the system.
+QString userKeyFile(const QString&) {
+    return {};
+}
+
+} // namespace Vqws

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <VqWebServices/Server.h>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace Vqws {
+
+// Small texts that several commands show. Thread: any.
+
+[[nodiscard]] QString serverText(Velquor::WebServices::Server server);
+[[nodiscard]] std::optional<Velquor::WebServices::Server> serverNamed(const QString& name);
+
+/// Seconds since 1970 as the library tells them, in UTC; null when it does not know.
+[[nodiscard]] QDateTime dateOf(unsigned int seconds);
+/// "2026-01-31 12:00:00 UTC (in 59 min)", or "unknown".
+[[nodiscard]] QString dateText(const QDateTime& date);
+/// For JSON: ISO 8601, empty when the date is not known.
+[[nodiscard]] QString isoText(const QDateTime& date);
+/// "5 s", "12 min", "3 h", "9 days".
+[[nodiscard]] QString spanText(qint64 seconds);
+
+/// Enough of a consumer key to tell products apart, as in the library's own dumps.
+[[nodiscard]] QString shortKey(const QString& key);
+
+/// The text that an operation with the text buffer rule yields.
+[[nodiscard]] QString bufferText(const std::function<int(wchar_t*, int)>& read);
+/// The text that the library allocated; empty for null.
+[[nodiscard]] QString takeText(wchar_t* text);
+
+/// Whether it is an absolute http or https address.
+[[nodiscard]] bool isWebAddress(const QString& text);
+
+/// Lines of at most `width` characters, those after the first indented; unchanged when `width` is 0.
+[[nodiscard]] QString wrapped(const QString& text, int width, int indent);
+
+} // namespace Vqws
