@@ -1,0 +1,9 @@
+#pragma once
+
+#include "AccountState.h"
+
+/// Where an event came from, as far as a product can know: the library does not say, but a product knows what it is doing itself.
+enum class EventOrigin { ThisProcess, AnotherProcess, NotTold };
+
+[[nodiscard]] EventOrigin originOf(const QString& event, Activity activity);
+[[nodiscard]] QString originText(EventOrigin origin);
