@@ -23,6 +23,14 @@ QString entitlementText(ServiceEntitlement entitlement) {
     return AccountPanel::tr("not known");
 }
 
+QColor entitlementColour(ServiceEntitlement entitlement) {
+    switch (entitlement) {
+    case ServiceEntitlement::Entitled: return QColor(0x2f, 0x9e, 0x5b);
+    case ServiceEntitlement::Trial: return QColor(0xe0, 0x8a, 0x00);
+    default: return QColor(0x8a, 0x93, 0xa3);
+    }
+}
+
 QLabel* heading(const QString& text, QWidget* buddy) {
     QLabel* const made = Look::quietLabel(QString(), text);
     made->setBuddy(buddy);
@@ -50,7 +58,7 @@ AccountPanel::AccountPanel(QWidget* parent)
     m_services->setObjectName(QStringLiteral("services"));
     m_services->setAccessibleName(tr("Services"));
     m_services->setFrameShape(QFrame::NoFrame);
-    m_services->setMinimumHeight(Look::lines(*this, 4.4));
+    m_services->setFixedHeight(Look::lines(*this, 4.2));
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(Look::lines(*this, 0.1));
     for (QLabel* const label : {m_name, m_mail, m_expiry})
@@ -66,7 +74,8 @@ AccountPanel::AccountPanel(QWidget* parent)
     content().addWidget(m_quotaText);
     content().addSpacing(Look::lines(*this, 0.4));
     content().addWidget(heading(tr("Services"), m_services));
-    content().addWidget(m_services, 1);
+    content().addWidget(m_services);
+    content().addStretch(1);
     showState({});
 }
 
@@ -76,6 +85,7 @@ void AccountPanel::showState(const AccountState& state) {
     m_expiry->setText(state.isSignedIn && state.signInExpiry > 0
                           ? tr("Signed in until %1").arg(QLocale().toString(expiry, QLocale::ShortFormat))
                           : QString());
+    m_expiry->setHidden(m_expiry->text().isEmpty());
     showDetails(m_details, m_isReading);
 }
 
@@ -127,6 +137,9 @@ void AccountPanel::showServices() {
         return;
     m_services->clear();
     m_services->addItems(lines);
+    const bool areServices = m_state.isSignedIn && m_details.hasServices;
+    for (int row = 0; areServices && row < m_details.services.size(); ++row)
+        m_services->item(row)->setIcon(Look::dot(*this, entitlementColour(m_details.services[row].entitlement)));
 }
 
 QString AccountPanel::missingText() const {

@@ -40,6 +40,7 @@ ActivityBar::ActivityBar(QWidget* parent)
     , m_reopen(Look::button(QStringLiteral("reopenButton"), tr("Open page &again"), tr("Open the sign-in page in the browser again")))
     , m_cancel(Look::button(QStringLiteral("cancelButton"), tr("Ca&ncel"), tr("Give up what is under way (Escape)"))) {
     m_text->setWordWrap(true);
+    m_text->setFocusPolicy(Qt::TabFocus);
     m_text->setAccessibleName(tr("What this product is waiting for"));
     m_progress->setRange(0, 0);
     m_progress->setTextVisible(false);
@@ -70,6 +71,9 @@ void ActivityBar::showActivity(Activity activity) {
     m_since.start();
     const bool isBrowser = activity == Activity::WaitingForBrowser;
     setTint(isBrowser ? palette().color(QPalette::Highlight) : QColor());
+    // The keyboard stays here while Continue is away, and on nothing that does harm when Return is pressed twice.
+    if (!isBrowser && m_continue->hasFocus())
+        m_text->setFocus();
     m_continue->setVisible(isBrowser);
     m_reopen->setVisible(isBrowser);
     m_progress->setVisible(!isBrowser);

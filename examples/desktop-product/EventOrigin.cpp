@@ -20,14 +20,17 @@ constexpr Cause causes[] = {
     {"LoggedOut", Activity::SigningOut, EventOrigin::AnotherProcess},
     {"LoggedOut", Activity::SwitchingServer, EventOrigin::AnotherProcess},
     {"ServerChanged", Activity::SwitchingServer, EventOrigin::AnotherProcess},
-    {"TokenAvailable", Activity::Completing, EventOrigin::NotTold},
+    {"TokenAvailable", Activity::Completing, EventOrigin::ThisProcess},
+    {"OAuth2TokenAvailable", Activity::Completing, EventOrigin::ThisProcess},
     {"TokenRefreshed", Activity::RenewingAccessToken, EventOrigin::NotTold},
     {"OAuth2TokenRefreshed", Activity::RenewingOAuth2Token, EventOrigin::NotTold},
 };
 
 } // namespace
 
-EventOrigin originOf(const QString& event, Activity activity) {
+EventOrigin originOf(const QString& event, bool isOfOtherProduct, Activity activity) {
+    if (isOfOtherProduct)
+        return EventOrigin::AnotherProcess;
     EventOrigin origin = EventOrigin::NotTold;
     for (const Cause& cause : causes) {
         if (event != QLatin1String(cause.event))
@@ -41,8 +44,8 @@ EventOrigin originOf(const QString& event, Activity activity) {
 
 QString originText(EventOrigin origin) {
     switch (origin) {
-    case EventOrigin::ThisProcess: return QCoreApplication::translate("EventOrigin", "this window");
-    case EventOrigin::AnotherProcess: return QCoreApplication::translate("EventOrigin", "another product");
+    case EventOrigin::ThisProcess: return QCoreApplication::translate("EventOrigin", "this process");
+    case EventOrigin::AnotherProcess: return QCoreApplication::translate("EventOrigin", "another process");
     case EventOrigin::NotTold: break;
     }
     return QCoreApplication::translate("EventOrigin", "not told");

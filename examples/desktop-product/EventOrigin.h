@@ -5,5 +5,6 @@
 /// Where an event came from, as far as a product can know: the library does not say, but a product knows what it is doing itself.
 enum class EventOrigin { ThisProcess, AnotherProcess, NotTold };
 
-[[nodiscard]] EventOrigin originOf(const QString& event, Activity activity);
+/// `isOfOtherProduct`: the event names the consumer key of a product that is not this one.
+[[nodiscard]] EventOrigin originOf(const QString& event, bool isOfOtherProduct, Activity activity);
 [[nodiscard]] QString originText(EventOrigin origin);

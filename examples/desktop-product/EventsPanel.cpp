@@ -34,7 +34,9 @@ EventsPanel::EventsPanel(QWidget* parent)
 
 void EventsPanel::addEvent(const QString& event, const QString& consumerKey, EventOrigin origin) {
     const QString time = QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz"));
-    m_list->insertTopLevelItem(0, new QTreeWidgetItem({time, event, originText(origin), consumerKey}));
+    auto* const row = new QTreeWidgetItem({time, event, originText(origin), consumerKey});
+    row->setSizeHint(0, {0, Look::lines(*m_list, 1.35)});
+    m_list->insertTopLevelItem(0, row);
     while (m_list->topLevelItemCount() > maximalCount)
         delete m_list->takeTopLevelItem(maximalCount);
     m_list->scrollToTop();

@@ -50,6 +50,6 @@ void HeaderPanel::updateButtons() {
     m_signOut->setVisible(m_isSignedIn);
     m_signIn->setEnabled(m_isIdle);
     m_signOut->setEnabled(m_isIdle);
-    if (hadFocus && m_isIdle)
+    if (hadFocus)
         (m_isSignedIn ? m_signOut : m_signIn)->setFocus();
 }

@@ -1,6 +1,7 @@
 #include "Look.h"
 
 #include <QFontMetrics>
+#include <QPainter>
 
 namespace Look {
 
@@ -44,6 +45,20 @@ QPushButton* button(const QString& objectName, const QString& text, const QStrin
     made->setAccessibleDescription(toolTip);
     made->setAutoDefault(true);
     return made;
+}
+
+QPixmap dot(const QWidget& widget, const QColor& colour) {
+    const int side = lines(widget, 0.9);
+    const qreal ratio = widget.devicePixelRatioF();
+    QPixmap picture(QSize(side, side) * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawEllipse(QPointF(side, side) / 2, side * 0.28, side * 0.28);
+    return picture;
 }
 
 void makePrimary(QPushButton& button) {

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QFont>
 #include <QLabel>
+#include <QPixmap>
 #include <QPushButton>
 
 /// What all panels share: sizes that follow the font, and colours that follow the palette. Thread: the main thread.
@@ -20,6 +21,8 @@ namespace Look {
 [[nodiscard]] QLabel* quietLabel(const QString& objectName, const QString& text = QString());
 /// A button that Return presses too.
 [[nodiscard]] QPushButton* button(const QString& objectName, const QString& text, const QString& toolTip);
+/// A filled circle of the height of small letters, sharp on every screen.
+[[nodiscard]] QPixmap dot(const QWidget& widget, const QColor& colour);
 /// Paints the button in the palette's highlight: the one thing to do next.
 void makePrimary(QPushButton& button);
 

@@ -31,7 +31,7 @@ MainWindow::MainWindow(Product& product, const QString& productName, OpenAddress
     addShortcuts();
     connectProduct();
     connectPanels();
-    resize(Look::lines(*this, 50), Look::lines(*this, 43));
+    resize(Look::lines(*this, 50), Look::lines(*this, 41));
 }
 
 void MainWindow::arrange() {
@@ -109,10 +109,16 @@ void MainWindow::connectPanels() {
 }
 
 void MainWindow::showActivity(Activity activity) {
+    const bool isIdle = activity == Activity::Idle;
+    if (m_isIdle && !isIdle)
+        m_focusBefore = focusWidget();
+    m_isIdle = isIdle;
     m_activity->showActivity(activity);
     m_tokens->showActivity(activity);
     m_settings->showActivity(activity);
     m_header->showActivity(activity);
+    if (isIdle && m_focusBefore)
+        m_focusBefore->setFocus();
 }
 
 void MainWindow::showFailure(const Failure& failure) {

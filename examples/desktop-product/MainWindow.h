@@ -4,6 +4,7 @@
 #include "FailureTexts.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <functional>
 
 class AccountPanel;
@@ -40,6 +41,9 @@ private:
     Product& m_product;
     const OpenAddress m_openAddress;
     QString m_page;
+    // Where the keyboard was before the work began that disabled it.
+    QPointer<QWidget> m_focusBefore;
+    bool m_isIdle = true;
     HeaderPanel* m_header;
     NoticeBar* m_notice;
     ActivityBar* m_activity;

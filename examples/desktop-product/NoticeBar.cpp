@@ -4,7 +4,31 @@
 
 #include <QAccessible>
 #include <QHBoxLayout>
-#include <QStyle>
+#include <QPainter>
+
+namespace {
+
+// Amber reads as a warning on a light ground and on a dark one.
+const QColor warningColour(0xe0, 0x8a, 0x00);
+
+QPixmap warningSign(const QWidget& widget) {
+    const int side = Look::lines(widget, 1.6);
+    const qreal ratio = widget.devicePixelRatioF();
+    QPixmap picture(QSize(side, side) * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(warningColour);
+    painter.drawEllipse(0, 0, side, side);
+    painter.setPen(Qt::white);
+    painter.setFont(Look::scaled(widget.font(), 1.2, true));
+    painter.drawText(QRect(0, 0, side, side), Qt::AlignCenter, QStringLiteral("!"));
+    return picture;
+}
+
+} // namespace
 
 NoticeBar::NoticeBar(QWidget* parent)
     : Card(QString(), parent)
@@ -15,8 +39,7 @@ NoticeBar::NoticeBar(QWidget* parent)
     m_whatHappened->setWordWrap(true);
     m_whatToDo->setWordWrap(true);
     auto* const icon = new QLabel;
-    const int side = Look::lines(*this, 1.9);
-    icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(side, side));
+    icon->setPixmap(warningSign(*this));
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(Look::lines(*this, 0.2));
     texts->addWidget(m_whatHappened);
@@ -34,8 +57,7 @@ NoticeBar::NoticeBar(QWidget* parent)
 }
 
 void NoticeBar::showFailure(const Failure& failure) {
-    // Amber reads as a warning on a light ground and on a dark one.
-    setTint(QColor(0xe0, 0x8a, 0x00));
+    setTint(warningColour);
     m_whatHappened->setText(failure.whatHappened);
     m_whatToDo->setText(failure.whatToDo);
     setAccessibleName(failure.whatHappened);

@@ -1,5 +1,6 @@
 #include "Product.h"
 
+#include <QCoreApplication>
 #include <QMetaObject>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesPrivate.h>
@@ -61,8 +62,6 @@ void Product::signIn() {
 }
 
 void Product::completeSignIn() {
-    if (m_activity == Activity::WaitingForBrowser)
-        setActivity(Activity::Idle);
     act(Activity::Completing, &ProductCalls::completeSignIn);
 }
 
@@ -118,7 +117,8 @@ QString Product::logFile() {
 }
 
 void Product::act(Activity activity, const std::function<Outcome()>& call) {
-    if (m_activity != Activity::Idle)
+    const bool isNextStep = m_activity == Activity::WaitingForBrowser && activity == Activity::Completing;
+    if (m_activity != Activity::Idle && !isNextStep)
         return;
     setActivity(activity);
     m_actions.post([this, call, round = m_actionRound] {
@@ -202,6 +202,9 @@ void Product::takeDetails(const AccountDetails& details) {
 }
 
 void Product::onEvent(const QString& event, const QString& consumerKey) {
-    emit eventHappened(event, consumerKey, originOf(event, m_activity));
+    // Events name this product by its consumer key, or by the key of the process's client, which is the process id.
+    const bool isOwn = consumerKey == m_options.keys.key || consumerKey == QString::number(QCoreApplication::applicationPid());
+    const bool isOfOther = !consumerKey.isEmpty() && !isOwn;
+    emit eventHappened(event, consumerKey, originOf(event, isOfOther, m_activity));
     look();
 }

@@ -12,7 +12,7 @@ using namespace Velquor::WebServices;
 SettingsPanel::SettingsPanel(QWidget* parent)
     : QWidget(parent)
     , m_servers(new QComboBox)
-    , m_switch(Look::button(QStringLiteral("switchServerButton"), tr("S&witch"), tr("Change all products to the chosen server")))
+    , m_switch(Look::button(QStringLiteral("switchServerButton"), tr("S&witch"), tr("Change to the chosen server")))
     , m_serverHint(Look::quietLabel(QStringLiteral("serverHint")))
     , m_host(new QLineEdit)
     , m_port(new QSpinBox)
@@ -102,8 +102,8 @@ void SettingsPanel::updateButtons() {
     m_switch->setEnabled(m_isIdle && isOther);
     m_store->setEnabled(m_isIdle);
     m_clear->setEnabled(m_isIdle && m_hasProxy);
-    m_serverHint->setText(isOther && m_isSignedIn ? tr("Switching signs you out of %1, in all products.").arg(serverName(m_server))
-                                                  : tr("The server holds for all products of yours."));
+    m_serverHint->setText(isOther && m_isSignedIn ? tr("Switching signs you out of %1 in all products.").arg(serverName(m_server))
+                                                  : tr("Products that run already stay on their server until they start again."));
     m_proxyHint->setText(m_hasProxy ? tr("A proxy is stored for all products of yours, its password encrypted.") : tr("No proxy is stored."));
 }
 

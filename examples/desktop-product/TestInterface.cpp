@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QPixmap>
 #include <QProgressBar>
+#include <QScreen>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -90,6 +91,8 @@ QJsonObject TestInterface::answer(const QString& command, const QString& argumen
     }
     if (command == QStringLiteral("picture"))
         return {{QStringLiteral("ok"), m_window.grab().save(argument, "PNG")}};
+    if (command == QStringLiteral("screen"))
+        return {{QStringLiteral("ok"), m_window.screen()->grabWindow(0).save(argument, "PNG")}};
     if (command == QStringLiteral("size")) {
         m_window.resize(argument.section(QLatin1Char(' '), 0, 0).toInt(), argument.section(QLatin1Char(' '), 1).toInt());
         return {{QStringLiteral("ok"), true}};

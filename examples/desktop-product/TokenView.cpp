@@ -3,7 +3,7 @@
 #include "Look.h"
 
 #include <QDateTime>
-#include <QHBoxLayout>
+#include <QGridLayout>
 #include <QLocale>
 
 namespace {
@@ -18,25 +18,37 @@ QString spanText(qint64 seconds) {
     return hours > 0 ? QString::number(hours) + QLatin1Char(':') + tail : tail;
 }
 
+QString clockText(qint64 date) {
+    return QLocale().toString(QDateTime::fromSecsSinceEpoch(date).time(), QStringLiteral("HH:mm"));
+}
+
 } // namespace
 
 TokenView::TokenView(const QString& name, const QString& title, const QString& renewText, QWidget* parent)
     : QWidget(parent)
     , m_expires(Look::label(name + QStringLiteral("Expiry"), 2.1, true))
     , m_expiresText(Look::quietLabel(name + QStringLiteral("ExpiryText")))
-    , m_renewal(Look::quietLabel(name + QStringLiteral("Renewal")))
+    , m_renewal(Look::label(name + QStringLiteral("Renewal"), 2.1))
+    , m_renewalText(Look::quietLabel(name + QStringLiteral("RenewalText")))
     , m_renew(Look::button(name + QStringLiteral("RenewButton"), renewText, tr("Ask for a new %1 now").arg(title))) {
-    QLabel* const heading = Look::quietLabel(QString(), title);
     m_expires->setAccessibleName(tr("%1 expires in").arg(title));
-    m_renewal->setAccessibleName(tr("%1 is renewed").arg(title));
-    auto* const texts = new QVBoxLayout;
-    texts->setSpacing(0);
-    for (QLabel* const label : {heading, m_expires, m_expiresText, m_renewal})
-        texts->addWidget(label);
-    auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addLayout(texts, 1);
-    row->addWidget(m_renew, 0, Qt::AlignVCenter);
+    m_renewal->setAccessibleName(tr("%1 is renewed in").arg(title));
+    m_renewal->setForegroundRole(QPalette::PlaceholderText);
+    QLabel* const heading = Look::label(QString());
+    heading->setText(title);
+    auto* const grid = new QGridLayout(this);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setVerticalSpacing(0);
+    grid->setHorizontalSpacing(Look::lines(*this, 0.8));
+    grid->addWidget(heading, 0, 0, 1, 2);
+    grid->addWidget(m_expires, 1, 0);
+    grid->addWidget(m_renewal, 1, 1);
+    grid->addWidget(m_expiresText, 2, 0);
+    grid->addWidget(m_renewalText, 2, 1);
+    grid->addWidget(m_renew, 0, 2, 3, 1, Qt::AlignVCenter);
+    grid->setColumnStretch(0, 1);
+    grid->setColumnStretch(1, 1);
+    grid->setRowStretch(3, 1);
     connect(m_renew, &QPushButton::clicked, this, &TokenView::renewWanted);
     tick();
     updateButton();
@@ -56,17 +68,21 @@ void TokenView::setIdle(bool isIdle) {
 
 void TokenView::tick() {
     const qint64 left = m_token.expiry - QDateTime::currentSecsSinceEpoch();
-    if (!m_token.isHeld) {
-        m_expires->setText(tr("–"));
-        m_expiresText->setText(m_isSignedIn ? tr("not there yet; the library is asking for one") : tr("none while nobody is signed in"));
-        m_renewal->clear();
-        return;
-    }
+    if (!m_token.isHeld)
+        return showNone();
     const bool isExpired = left <= 0;
-    const QString clock = QLocale().toString(QDateTime::fromSecsSinceEpoch(m_token.expiry).time(), QLocale::ShortFormat);
+    const bool isDue = left <= renewalMargin;
     m_expires->setText(isExpired ? tr("expired") : spanText(left));
-    m_expiresText->setText(isExpired ? tr("since %1").arg(clock) : tr("until it expires at %1").arg(clock));
-    m_renewal->setText(left > renewalMargin ? tr("renewed in %1").arg(spanText(left - renewalMargin)) : tr("being renewed about now"));
+    m_expiresText->setText((isExpired ? tr("at %1") : tr("expires at %1")).arg(clockText(m_token.expiry)));
+    m_renewal->setText(isDue ? tr("now") : spanText(left - renewalMargin));
+    m_renewalText->setText(isDue ? tr("being renewed") : tr("renewed at %1").arg(clockText(m_token.expiry - renewalMargin)));
+}
+
+void TokenView::showNone() {
+    m_expires->setText(tr("–"));
+    m_renewal->setText(tr("–"));
+    m_expiresText->setText(m_isSignedIn ? tr("being asked for") : tr("no token"));
+    m_renewalText->setText(tr("no renewal"));
 }
 
 void TokenView::updateButton() {

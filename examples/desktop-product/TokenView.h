@@ -26,6 +26,7 @@ signals:
 
 private:
     void updateButton();
+    void showNone();
 
     TokenFacts m_token;
     bool m_isSignedIn = false;
@@ -33,5 +34,6 @@ private:
     QLabel* m_expires;
     QLabel* m_expiresText;
     QLabel* m_renewal;
+    QLabel* m_renewalText;
     QPushButton* m_renew;
 };

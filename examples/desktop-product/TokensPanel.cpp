@@ -14,10 +14,9 @@ TokensPanel::TokensPanel(QWidget* parent)
     line->setFrameShape(QFrame::HLine);
     line->setForegroundRole(QPalette::Mid);
     line->setFrameShadow(QFrame::Plain);
-    content().addWidget(m_access);
+    content().addWidget(m_access, 1);
     content().addWidget(line);
-    content().addWidget(m_oauth2);
-    content().addStretch(1);
+    content().addWidget(m_oauth2, 1);
     connect(m_access, &TokenView::renewWanted, this, &TokensPanel::renewAccessTokenWanted);
     connect(m_oauth2, &TokenView::renewWanted, this, &TokensPanel::renewOAuth2TokenWanted);
     connect(&m_timer, &QTimer::timeout, this, &TokensPanel::tick);

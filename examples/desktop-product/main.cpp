@@ -31,7 +31,7 @@ void describe(QCommandLineParser& parser) {
         {{QStringLiteral("key"), QStringLiteral("Consumer key."), QStringLiteral("key"), QStringLiteral("demo-product-0001")},
          {QStringLiteral("secret"), QStringLiteral("Consumer secret."), QStringLiteral("secret"),
           QStringLiteral("demo-secret-0001")},
-         {QStringLiteral("name"), QStringLiteral("Name of the product in the window."), QStringLiteral("name"),
+         {QStringLiteral("product"), QStringLiteral("Name of the product in the window."), QStringLiteral("name"),
           QStringLiteral("Demo Product")},
          {QStringLiteral("support"), QStringLiteral("Folder of the URL configuration files."), QStringLiteral("folder")},
          {QStringLiteral("ca"), QStringLiteral("Certificate authority to trust (PEM)."), QStringLiteral("file")},
@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
     Product product({{parser.value(QStringLiteral("key")), parser.value(QStringLiteral("secret"))},
                      parser.value(QStringLiteral("support"))});
     const bool isTest = parser.isSet(testOption);
-    MainWindow window(product, parser.value(QStringLiteral("name")), isTest ? &tellTest : &openInBrowser);
+    MainWindow window(product, parser.value(QStringLiteral("product")), isTest ? &tellTest : &openInBrowser);
     TestInterface test(window);
     if (isTest)
         test.start();

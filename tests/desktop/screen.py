@@ -29,7 +29,7 @@ class Screen:
     def __init__(self, width: int, height: int):
         read_end, write_end = os.pipe()
         self.process = subprocess.Popen(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-dpi", "96",
-                                         "-nolisten", "tcp"], pass_fds=[write_end], stderr=subprocess.DEVNULL)
+                                         "-nolisten", "tcp", "-wr"], pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as answer:
             number = answer.readline().strip()
@@ -58,7 +58,8 @@ class Window:
         self.process = subprocess.Popen([str(program), "--test-interface", "--support", str(service.folder),
                                          "--ca", service.info["ca_file"], *options],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
-        threading.Thread(target=self._read, daemon=True).start()
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
         wait_until(lambda: self._find(), what="a window")
         self.number = self._find()
 
@@ -130,4 +131,7 @@ class Window:
             self.process.wait(WAIT_SECONDS)
         except (OSError, subprocess.TimeoutExpired):
             self.process.kill()
+            self.process.wait(WAIT_SECONDS)
+        self._reader.join(WAIT_SECONDS)
+        self.process.stdout.close()
         return time.monotonic() - start
