@@ -48,6 +48,7 @@ AccountPanel::AccountPanel(QWidget* parent)
     , m_quota(new QProgressBar)
     , m_quotaText(Look::label(QStringLiteral("quotaText")))
     , m_services(new QListWidget) {
+    m_expiry->setWordWrap(false);
     m_name->setAccessibleName(tr("Name"));
     m_mail->setAccessibleName(tr("Mail address"));
     m_quota->setObjectName(QStringLiteral("quotaBar"));
@@ -58,7 +59,8 @@ AccountPanel::AccountPanel(QWidget* parent)
     m_services->setObjectName(QStringLiteral("services"));
     m_services->setAccessibleName(tr("Services"));
     m_services->setFrameShape(QFrame::NoFrame);
-    m_services->setFixedHeight(Look::lines(*this, 4.2));
+    m_services->setIconSize(Look::dot(*this, QColor()).size() / devicePixelRatioF());
+    m_services->setFixedHeight(Look::lines(*this, 4));
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(Look::lines(*this, 0.1));
     for (QLabel* const label : {m_name, m_mail, m_expiry})
@@ -83,7 +85,7 @@ void AccountPanel::showState(const AccountState& state) {
     m_state = state;
     const QDateTime expiry = QDateTime::fromSecsSinceEpoch(state.signInExpiry);
     m_expiry->setText(state.isSignedIn && state.signInExpiry > 0
-                          ? tr("Signed in until %1").arg(QLocale().toString(expiry, QLocale::ShortFormat))
+                          ? tr("Signed in until %1").arg(QLocale().toString(expiry, tr("d MMM yyyy, HH:mm")))
                           : QString());
     m_expiry->setHidden(m_expiry->text().isEmpty());
     showDetails(m_details, m_isReading);

@@ -49,6 +49,8 @@ struct ProxySettings {
     QString password;
 };
 
+[[nodiscard]] QString serverName(Velquor::WebServices::Server server);
+
 /// What the product is doing for its user right now; one thing at a time.
 enum class Activity {
     Idle,

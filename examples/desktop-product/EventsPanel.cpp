@@ -27,8 +27,8 @@ EventsPanel::EventsPanel(QWidget* parent)
     header->setStretchLastSection(true);
     header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header->resizeSection(0, Look::lines(*this, 6.5));
-    header->resizeSection(1, Look::lines(*this, 13));
-    header->resizeSection(2, Look::lines(*this, 9));
+    header->resizeSection(1, Look::lines(*this, 12.5));
+    header->resizeSection(2, Look::lines(*this, 8));
     content().addWidget(m_list, 1);
 }
 

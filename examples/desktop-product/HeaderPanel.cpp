@@ -1,7 +1,6 @@
 #include "HeaderPanel.h"
 
 #include "Look.h"
-#include "ProductCalls.h"
 
 #include <QHBoxLayout>
 

@@ -83,13 +83,3 @@ Outcome ProductCalls::storeProxy(const ProxySettings& proxy) {
 Outcome ProductCalls::clearProxy() {
     return outcome(manager() && manager()->ClearProxyInfo(), FailureTexts::proxyNotCleared());
 }
-
-QString serverName(Server server) {
-    switch (server) {
-    case Production: return words("Production");
-    case Staging: return words("Staging");
-    case Development: return words("Development");
-    case NoServer: break;
-    }
-    return words("no server");
-}

@@ -40,5 +40,3 @@ public:
     /// Makes the next `readDetails` ask anew.
     static void forgetDetails();
 };
-
-[[nodiscard]] QString serverName(Velquor::WebServices::Server server);

@@ -2,7 +2,6 @@
 
 #include "Card.h"
 #include "Look.h"
-#include "ProductCalls.h"
 
 #include <QFormLayout>
 #include <QHBoxLayout>

@@ -17,6 +17,8 @@
 namespace {
 
 const auto quitCommand = QStringLiteral("quit");
+// As the quality of a PNG: compressed best.
+constexpr int smallestFile = 0;
 
 void print(const QJsonObject& object) {
     std::puts(QJsonDocument(object).toJson(QJsonDocument::Compact).constData());
@@ -90,9 +92,9 @@ QJsonObject TestInterface::answer(const QString& command, const QString& argumen
         return {{QStringLiteral("name"), part ? part->objectName() : QString()}};
     }
     if (command == QStringLiteral("picture"))
-        return {{QStringLiteral("ok"), m_window.grab().save(argument, "PNG")}};
+        return {{QStringLiteral("ok"), m_window.grab().save(argument, "PNG", smallestFile)}};
     if (command == QStringLiteral("screen"))
-        return {{QStringLiteral("ok"), m_window.screen()->grabWindow(0).save(argument, "PNG")}};
+        return {{QStringLiteral("ok"), m_window.screen()->grabWindow(0).save(argument, "PNG", smallestFile)}};
     if (command == QStringLiteral("size")) {
         m_window.resize(argument.section(QLatin1Char(' '), 0, 0).toInt(), argument.section(QLatin1Char(' '), 1).toInt());
         return {{QStringLiteral("ok"), true}};

@@ -33,6 +33,8 @@ TokenView::TokenView(const QString& name, const QString& title, const QString& r
     , m_renew(Look::button(name + QStringLiteral("RenewButton"), renewText, tr("Ask for a new %1 now").arg(title))) {
     m_expires->setAccessibleName(tr("%1 expires in").arg(title));
     m_renewal->setAccessibleName(tr("%1 is renewed in").arg(title));
+    for (QLabel* const caption : {m_expiresText, m_renewalText})
+        caption->setWordWrap(false);
     m_renewal->setForegroundRole(QPalette::PlaceholderText);
     QLabel* const heading = Look::label(QString());
     heading->setText(title);
@@ -40,15 +42,16 @@ TokenView::TokenView(const QString& name, const QString& title, const QString& r
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setVerticalSpacing(0);
     grid->setHorizontalSpacing(Look::lines(*this, 0.8));
-    grid->addWidget(heading, 0, 0, 1, 2);
-    grid->addWidget(m_expires, 1, 0);
-    grid->addWidget(m_renewal, 1, 1);
-    grid->addWidget(m_expiresText, 2, 0);
-    grid->addWidget(m_renewalText, 2, 1);
-    grid->addWidget(m_renew, 0, 2, 3, 1, Qt::AlignVCenter);
+    grid->addWidget(heading, 1, 0, 1, 2);
+    grid->addWidget(m_expires, 2, 0);
+    grid->addWidget(m_renewal, 2, 1);
+    grid->addWidget(m_expiresText, 3, 0);
+    grid->addWidget(m_renewalText, 3, 1);
+    grid->addWidget(m_renew, 1, 2, 3, 1, Qt::AlignVCenter);
     grid->setColumnStretch(0, 1);
     grid->setColumnStretch(1, 1);
-    grid->setRowStretch(3, 1);
+    grid->setRowStretch(0, 1);
+    grid->setRowStretch(4, 1);
     connect(m_renew, &QPushButton::clicked, this, &TokenView::renewWanted);
     tick();
     updateButton();
