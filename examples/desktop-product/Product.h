@@ -76,6 +76,7 @@ private:
     // Counted up when the answers that are under way are no longer wanted.
     int m_actionRound = 0;
     int m_signInRound = 0;
+    int m_lookRound = 0;
     QTimer m_lookTimer;
     QTimer m_detailsTimer;
     Worker m_actions;
