@@ -1,0 +1,52 @@
+#include "EventOrigin.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+/// What this process may be doing when it raises the event itself.
+struct Cause {
+    const char* event;
+    Activity activity;
+    EventOrigin otherwise;
+};
+
+// A token that is renewed in time may have been renewed by any process of the user.
+constexpr Cause causes[] = {
+    {"LoggedIn", Activity::Completing, EventOrigin::AnotherProcess},
+    {"LoginRestored", Activity::Starting, EventOrigin::ThisProcess},
+    {"AboutToLogout", Activity::SigningOut, EventOrigin::ThisProcess},
+    {"LoggingOut", Activity::SigningOut, EventOrigin::NotTold},
+    {"LoggedOut", Activity::SigningOut, EventOrigin::AnotherProcess},
+    {"LoggedOut", Activity::SwitchingServer, EventOrigin::AnotherProcess},
+    {"ServerChanged", Activity::SwitchingServer, EventOrigin::AnotherProcess},
+    {"TokenAvailable", Activity::Completing, EventOrigin::ThisProcess},
+    {"OAuth2TokenAvailable", Activity::Completing, EventOrigin::ThisProcess},
+    {"TokenRefreshed", Activity::RenewingAccessToken, EventOrigin::NotTold},
+    {"OAuth2TokenRefreshed", Activity::RenewingOAuth2Token, EventOrigin::NotTold},
+};
+
+} // namespace
+
+EventOrigin originOf(const QString& event, bool isOfOtherProduct, Activity activity) {
+    if (isOfOtherProduct)
+        return EventOrigin::AnotherProcess;
+    EventOrigin origin = EventOrigin::NotTold;
+    for (const Cause& cause : causes) {
+        if (event != QLatin1String(cause.event))
+            continue;
+        if (activity == cause.activity)
+            return EventOrigin::ThisProcess;
+        origin = cause.otherwise;
+    }
+    return origin;
+}
+
+QString originText(EventOrigin origin) {
+    switch (origin) {
+    case EventOrigin::ThisProcess: return QCoreApplication::translate("EventOrigin", "this process");
+    case EventOrigin::AnotherProcess: return QCoreApplication::translate("EventOrigin", "another process");
+    case EventOrigin::NotTold: break;
+    }
+    return QCoreApplication::translate("EventOrigin", "not told");
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <VqWebServices/LoginError.h>
+
+/// What went wrong, in words for the person in front of the window: what happened, and what to do about it.
+struct Failure {
+    QString whatHappened;
+    QString whatToDo;
+
+    [[nodiscard]] bool isFailure() const { return !whatHappened.isEmpty(); }
+};
+
+namespace FailureTexts {
+
+[[nodiscard]] Failure libraryDidNotStart();
+[[nodiscard]] Failure notConfigured();
+[[nodiscard]] Failure noSignInPage(Velquor::WebServices::LoginErrorEx error, int httpStatus);
+[[nodiscard]] Failure noBrowser();
+[[nodiscard]] Failure signInNotCompleted();
+[[nodiscard]] Failure notSignedOut();
+[[nodiscard]] Failure notRenewed(const QString& token);
+[[nodiscard]] Failure serverNotChanged(const QString& server);
+[[nodiscard]] Failure proxyIncomplete();
+[[nodiscard]] Failure proxyNotStored();
+[[nodiscard]] Failure proxyNotCleared();
+
+} // namespace FailureTexts

@@ -1,0 +1,73 @@
+#include "Look.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+namespace Look {
+
+QColor mixed(const QColor& a, const QColor& b, qreal part) {
+    const auto channel = [part](int first, int second) { return qRound(first * part + second * (1 - part)); };
+    return QColor(channel(a.red(), b.red()), channel(a.green(), b.green()), channel(a.blue(), b.blue()));
+}
+
+QFont scaled(QFont font, qreal factor, bool isBold) {
+    if (font.pointSizeF() > 0)
+        font.setPointSizeF(font.pointSizeF() * factor);
+    font.setBold(isBold);
+    return font;
+}
+
+int lines(const QWidget& widget, qreal count) {
+    return qRound(widget.fontMetrics().height() * count);
+}
+
+QLabel* label(const QString& objectName, qreal factor, bool isBold) {
+    auto* const made = new QLabel;
+    made->setObjectName(objectName);
+    made->setFont(scaled(made->font(), factor, isBold));
+    made->setTextFormat(Qt::PlainText);
+    made->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return made;
+}
+
+QLabel* quietLabel(const QString& objectName, const QString& text) {
+    QLabel* const made = label(objectName);
+    made->setForegroundRole(QPalette::PlaceholderText);
+    made->setWordWrap(true);
+    made->setText(text);
+    return made;
+}
+
+QPushButton* button(const QString& objectName, const QString& text, const QString& toolTip) {
+    auto* const made = new QPushButton(text);
+    made->setObjectName(objectName);
+    made->setToolTip(toolTip);
+    made->setAccessibleDescription(toolTip);
+    made->setAutoDefault(true);
+    return made;
+}
+
+QPixmap dot(const QWidget& widget, const QColor& colour) {
+    const int side = lines(widget, 0.9);
+    const qreal ratio = widget.devicePixelRatioF();
+    QPixmap picture(QSize(side, side) * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawEllipse(QPointF(side, side) / 2, side * 0.28, side * 0.28);
+    return picture;
+}
+
+void makePrimary(QPushButton& button) {
+    QPalette palette = button.palette();
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+        palette.setColor(group, QPalette::Button, palette.color(group, QPalette::Highlight));
+        palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::HighlightedText));
+    }
+    button.setPalette(palette);
+}
+
+} // namespace Look

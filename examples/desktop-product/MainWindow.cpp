@@ -1,0 +1,133 @@
+#include "MainWindow.h"
+
+#include "AccountPanel.h"
+#include "ActivityBar.h"
+#include "EventsPanel.h"
+#include "HeaderPanel.h"
+#include "Look.h"
+#include "NoticeBar.h"
+#include "Product.h"
+#include "SettingsPanel.h"
+#include "TokensPanel.h"
+
+#include <QAction>
+#include <QGridLayout>
+#include <QTabWidget>
+#include <QUrl>
+#include <utility>
+
+MainWindow::MainWindow(Product& product, const QString& productName, OpenAddress openAddress)
+    : m_product(product)
+    , m_openAddress(std::move(openAddress))
+    , m_header(new HeaderPanel(productName))
+    , m_notice(new NoticeBar)
+    , m_activity(new ActivityBar)
+    , m_account(new AccountPanel)
+    , m_tokens(new TokensPanel)
+    , m_events(new EventsPanel)
+    , m_settings(new SettingsPanel) {
+    setWindowTitle(productName);
+    arrange();
+    addShortcuts();
+    connectProduct();
+    connectPanels();
+    resize(Look::lines(*this, 50), Look::lines(*this, 41));
+}
+
+void MainWindow::arrange() {
+    auto* const tabs = new QTabWidget;
+    tabs->setObjectName(QStringLiteral("tabs"));
+    tabs->setDocumentMode(true);
+    tabs->addTab(makeOverview(), tr("O&verview"));
+    tabs->addTab(m_settings, tr("Settin&gs"));
+    auto* const central = new QWidget;
+    auto* const column = new QVBoxLayout(central);
+    const int margin = Look::lines(*this, 1);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->setSpacing(Look::lines(*this, 0.7));
+    column->addWidget(m_header);
+    column->addWidget(m_notice);
+    column->addWidget(m_activity);
+    column->addWidget(tabs, 1);
+    setCentralWidget(central);
+}
+
+QWidget* MainWindow::makeOverview() {
+    auto* const overview = new QWidget;
+    auto* const grid = new QGridLayout(overview);
+    const int gap = Look::lines(*this, 0.7);
+    grid->setContentsMargins(0, gap, 0, 0);
+    grid->setSpacing(gap);
+    grid->addWidget(m_account, 0, 0);
+    grid->addWidget(m_tokens, 0, 1);
+    grid->addWidget(m_events, 1, 0, 1, 2);
+    grid->setColumnStretch(0, 1);
+    grid->setColumnStretch(1, 1);
+    grid->setRowStretch(1, 1);
+    return overview;
+}
+
+void MainWindow::addShortcuts() {
+    auto* const refresh = new QAction(tr("Refresh"), this);
+    refresh->setShortcut(QKeySequence(QKeySequence::Refresh));
+    connect(refresh, &QAction::triggered, &m_product, &Product::refresh);
+    auto* const quit = new QAction(tr("Quit"), this);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    connect(quit, &QAction::triggered, this, &MainWindow::close);
+    addActions({refresh, quit});
+}
+
+void MainWindow::connectProduct() {
+    connect(&m_product, &Product::stateChanged, m_header, &HeaderPanel::showState);
+    connect(&m_product, &Product::stateChanged, m_account, &AccountPanel::showState);
+    connect(&m_product, &Product::stateChanged, m_tokens, &TokensPanel::showState);
+    connect(&m_product, &Product::stateChanged, m_settings, &SettingsPanel::showState);
+    connect(&m_product, &Product::detailsChanged, m_account, &AccountPanel::showDetails);
+    connect(&m_product, &Product::eventHappened, m_events, &EventsPanel::addEvent);
+    connect(&m_product, &Product::activityChanged, this, &MainWindow::showActivity);
+    connect(&m_product, &Product::failed, this, &MainWindow::showFailure);
+    connect(&m_product, &Product::succeeded, m_notice, &NoticeBar::hide);
+    connect(&m_product, &Product::pageReady, this, [this](const QString& page) {
+        m_page = page;
+        openPage();
+    });
+}
+
+void MainWindow::connectPanels() {
+    connect(m_header, &HeaderPanel::signInWanted, &m_product, &Product::signIn);
+    connect(m_header, &HeaderPanel::signOutWanted, &m_product, &Product::signOut);
+    connect(m_activity, &ActivityBar::continueWanted, &m_product, &Product::completeSignIn);
+    connect(m_activity, &ActivityBar::reopenWanted, this, &MainWindow::openPage);
+    connect(m_activity, &ActivityBar::cancelWanted, &m_product, &Product::cancel);
+    connect(m_tokens, &TokensPanel::renewAccessTokenWanted, &m_product, &Product::renewAccessToken);
+    connect(m_tokens, &TokensPanel::renewOAuth2TokenWanted, &m_product, &Product::renewOAuth2Token);
+    connect(m_settings, &SettingsPanel::switchServerWanted, &m_product, &Product::switchServer);
+    connect(m_settings, &SettingsPanel::storeProxyWanted, &m_product, &Product::storeProxy);
+    connect(m_settings, &SettingsPanel::clearProxyWanted, &m_product, &Product::clearProxy);
+    connect(m_notice, &NoticeBar::logWanted, this,
+            [this] { m_openAddress(QUrl::fromLocalFile(Product::logFile()).toString(QUrl::FullyEncoded)); });
+}
+
+void MainWindow::showActivity(Activity activity) {
+    const bool isIdle = activity == Activity::Idle;
+    if (m_isIdle && !isIdle)
+        m_focusBefore = focusWidget();
+    m_isIdle = isIdle;
+    m_activity->showActivity(activity);
+    m_tokens->showActivity(activity);
+    m_settings->showActivity(activity);
+    m_header->showActivity(activity);
+    if (isIdle && m_focusBefore)
+        m_focusBefore->setFocus();
+}
+
+void MainWindow::showFailure(const Failure& failure) {
+    m_notice->showFailure(failure);
+}
+
+void MainWindow::openPage() {
+    if (m_openAddress(m_page))
+        m_notice->hide();
+    else
+        showFailure(FailureTexts::noBrowser());
+}

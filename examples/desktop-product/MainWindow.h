@@ -1,0 +1,54 @@
+#pragma once
+
+#include "AccountState.h"
+#include "FailureTexts.h"
+
+#include <QMainWindow>
+#include <QPointer>
+#include <functional>
+
+class AccountPanel;
+class ActivityBar;
+class EventsPanel;
+class HeaderPanel;
+class NoticeBar;
+class Product;
+class SettingsPanel;
+class TokensPanel;
+
+/// The window: puts the panels together and connects them with the product.
+///
+/// Thread: the main thread. Owner: main(). The product outlives it.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    /// Opens an address in the user's browser; false when that did not work.
+    using OpenAddress = std::function<bool(const QString&)>;
+
+    MainWindow(Product& product, const QString& productName, OpenAddress openAddress);
+
+private:
+    void arrange();
+    QWidget* makeOverview();
+    void addShortcuts();
+    void connectProduct();
+    void connectPanels();
+    void showActivity(Activity activity);
+    void showFailure(const Failure& failure);
+    void openPage();
+
+    Product& m_product;
+    const OpenAddress m_openAddress;
+    QString m_page;
+    // Where the keyboard was before the work began that disabled it.
+    QPointer<QWidget> m_focusBefore;
+    bool m_isIdle = true;
+    HeaderPanel* m_header;
+    NoticeBar* m_notice;
+    ActivityBar* m_activity;
+    AccountPanel* m_account;
+    TokensPanel* m_tokens;
+    EventsPanel* m_events;
+    SettingsPanel* m_settings;
+};

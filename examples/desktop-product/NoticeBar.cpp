@@ -1,0 +1,68 @@
+#include "NoticeBar.h"
+
+#include "Look.h"
+
+#include <QAccessible>
+#include <QHBoxLayout>
+#include <QPainter>
+
+namespace {
+
+// Amber reads as a warning on a light ground and on a dark one.
+const QColor warningColour(0xe0, 0x8a, 0x00);
+
+QPixmap warningSign(const QWidget& widget) {
+    const int side = Look::lines(widget, 1.6);
+    const qreal ratio = widget.devicePixelRatioF();
+    QPixmap picture(QSize(side, side) * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(warningColour);
+    painter.drawEllipse(0, 0, side, side);
+    painter.setPen(Qt::white);
+    painter.setFont(Look::scaled(widget.font(), 1.2, true));
+    painter.drawText(QRect(0, 0, side, side), Qt::AlignCenter, QStringLiteral("!"));
+    return picture;
+}
+
+} // namespace
+
+NoticeBar::NoticeBar(QWidget* parent)
+    : Card(QString(), parent)
+    , m_whatHappened(Look::label(QStringLiteral("noticeTitle"), 1, true))
+    , m_whatToDo(Look::label(QStringLiteral("noticeText")))
+    , m_log(Look::button(QStringLiteral("logButton"), tr("Open &log"), tr("Open the log of the web services, which tells more")))
+    , m_close(Look::button(QStringLiteral("closeNoticeButton"), tr("Dis&miss"), tr("Close this message"))) {
+    m_whatHappened->setWordWrap(true);
+    m_whatToDo->setWordWrap(true);
+    auto* const icon = new QLabel;
+    icon->setPixmap(warningSign(*this));
+    auto* const texts = new QVBoxLayout;
+    texts->setSpacing(Look::lines(*this, 0.2));
+    texts->addWidget(m_whatHappened);
+    texts->addWidget(m_whatToDo);
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(Look::lines(*this, 0.7));
+    row->addWidget(icon, 0, Qt::AlignTop);
+    row->addLayout(texts, 1);
+    row->addWidget(m_log, 0, Qt::AlignVCenter);
+    row->addWidget(m_close, 0, Qt::AlignVCenter);
+    content().addLayout(row);
+    connect(m_log, &QPushButton::clicked, this, &NoticeBar::logWanted);
+    connect(m_close, &QPushButton::clicked, this, &NoticeBar::hide);
+    hide();
+}
+
+void NoticeBar::showFailure(const Failure& failure) {
+    setTint(warningColour);
+    m_whatHappened->setText(failure.whatHappened);
+    m_whatToDo->setText(failure.whatToDo);
+    setAccessibleName(failure.whatHappened);
+    setAccessibleDescription(failure.whatToDo);
+    show();
+    QAccessibleEvent event(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Card.h"
+#include "FailureTexts.h"
+
+#include <QLabel>
+#include <QPushButton>
+
+/// A failure in words: what happened, what to do, and the way to the log. It stays until it is closed or something else went well.
+///
+/// Thread: the main thread. Owner: the main window.
+class NoticeBar : public Card {
+    Q_OBJECT
+
+public:
+    explicit NoticeBar(QWidget* parent = nullptr);
+
+    void showFailure(const Failure& failure);
+
+signals:
+    void logWanted();
+
+private:
+    QLabel* m_whatHappened;
+    QLabel* m_whatToDo;
+    QPushButton* m_log;
+    QPushButton* m_close;
+};

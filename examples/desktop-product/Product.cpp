@@ -1,0 +1,145 @@
+#include "Product.h"
+
+#include <QMetaObject>
+#include <VqWebServices/WebServicesManager.h>
+#include <VqWebServices/WebServicesPrivate.h>
+#include <utility>
+
+using namespace Velquor::WebServices;
+
+namespace {
+
+// Events tell of changes at once; this is for what no event tells, such as a state file that was removed by hand.
+constexpr int lookIntervalMs = 5000;
+// The library renews what it knows about once a day; asking it again costs nothing, and finds what was not known before.
+constexpr int detailsIntervalMs = 30000;
+
+} // namespace
+
+Product::Product(Options options)
+    : m_options(std::move(options)) {
+    connect(&m_observer, &EventObserver::happened, this, &Product::onEvent);
+    connect(&m_lookTimer, &QTimer::timeout, this, &Product::look);
+    connect(&m_detailsTimer, &QTimer::timeout, this, &Product::readDetails);
+    m_lookTimer.setInterval(lookIntervalMs);
+    m_detailsTimer.setInterval(detailsIntervalMs);
+}
+
+Product::~Product() {
+    endLibrary();
+}
+
+void Product::start() {
+    WebServicesManager::SetSupportFileSearchPaths(m_options.supportFolder.toStdWString().c_str());
+    if (!beginLibrary()) {
+        emit failed(FailureTexts::libraryDidNotStart());
+        return;
+    }
+    m_lookTimer.start();
+    m_detailsTimer.start();
+}
+
+bool Product::beginLibrary() {
+    if (!WebServicesManager::Initialize(true))
+        return false;
+    WebServicesManager::GetInstance()->AddObserver(&m_observer);
+    act(Activity::Starting, [keys = m_options.keys] { return ProductCalls::configureAndRestore(keys); });
+    return true;
+}
+
+void Product::endLibrary() {
+    for (Worker* const worker : {&m_actions, &m_looks, &m_reads})
+        worker->clear();
+    if (WebServicesManager* const manager = WebServicesManager::GetInstance()) {
+        manager->RemoveObserver(&m_observer);
+        WebServicesManager::Uninitialize();
+    }
+}
+
+void Product::signIn() {
+    act(Activity::RequestingPage, &ProductCalls::requestPage);
+}
+
+void Product::completeSignIn() {
+    act(Activity::Completing, &ProductCalls::completeSignIn);
+}
+
+void Product::signOut() {
+    act(Activity::SigningOut, &ProductCalls::signOut);
+}
+
+void Product::renewAccessToken() {
+    act(Activity::RenewingAccessToken, &ProductCalls::renewAccessToken);
+}
+
+void Product::renewOAuth2Token() {
+    act(Activity::RenewingOAuth2Token, &ProductCalls::renewOAuth2Token);
+}
+
+void Product::switchServer(Server server) {
+    act(Activity::SwitchingServer, [server] { return ProductCalls::switchServer(server); });
+}
+
+void Product::storeProxy(const ProxySettings& proxy) {
+    act(Activity::StoringProxy, [proxy] { return ProductCalls::storeProxy(proxy); });
+}
+
+void Product::clearProxy() {
+    act(Activity::ClearingProxy, &ProductCalls::clearProxy);
+}
+
+void Product::cancel() {
+    if (m_activity == Activity::Idle)
+        return;
+    const bool isCallUnderWay = m_activity != Activity::WaitingForBrowser;
+    ++m_actionRound;
+    setActivity(Activity::Idle);
+    if (!isCallUnderWay)
+        return;
+    endLibrary();
+    m_isReadingDetails = false;
+    ++m_signInRound;
+    if (!beginLibrary())
+        emit failed(FailureTexts::libraryDidNotStart());
+}
+
+QString Product::logFile() {
+    return WebServicesPrivate::GetLogFile();
+}
+
+void Product::act(Activity activity, const std::function<Outcome()>& call) {
+    const bool isNextStep = m_activity == Activity::WaitingForBrowser && activity == Activity::Completing;
+    if (m_activity != Activity::Idle && !isNextStep)
+        return;
+    setActivity(activity);
+    m_actions.post([this, call, round = m_actionRound] {
+        const Outcome outcome = call();
+        QMetaObject::invokeMethod(
+            this,
+            [this, outcome, round] {
+                if (round == m_actionRound)
+                    finish(outcome);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void Product::finish(const Outcome& outcome) {
+    const Activity done = m_activity;
+    const bool isPageReady = !outcome.page.isEmpty();
+    // A sign-in that the service did not complete can be continued: its page is still the same.
+    const bool isPageStillOpen = done == Activity::Completing && outcome.failure.isFailure();
+    setActivity(isPageReady || isPageStillOpen ? Activity::WaitingForBrowser : Activity::Idle);
+    if (outcome.failure.isFailure())
+        emit failed(outcome.failure);
+    else
+        emit succeeded();
+    if (isPageReady)
+        emit pageReady(outcome.page);
+    look();
+}
+
+void Product::setActivity(Activity activity) {
+    m_activity = activity;
+    emit activityChanged(activity);
+}

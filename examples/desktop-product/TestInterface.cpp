@@ -1,0 +1,111 @@
+#include "TestInterface.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPixmap>
+#include <QProgressBar>
+#include <QScreen>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+namespace {
+
+const auto quitCommand = QStringLiteral("quit");
+// As the quality of a PNG: compressed best.
+constexpr int smallestFile = 0;
+
+void print(const QJsonObject& object) {
+    std::puts(QJsonDocument(object).toJson(QJsonDocument::Compact).constData());
+    std::fflush(stdout);
+}
+
+QString textOfItems(const QAbstractItemModel& model) {
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(); ++row) {
+        QStringList cells;
+        for (int column = 0; column < model.columnCount(); ++column)
+            cells.append(model.index(row, column).data().toString());
+        rows.append(cells.join(QLatin1Char('\t')));
+    }
+    return rows.join(QLatin1Char('\n'));
+}
+
+QString textOf(const QWidget& part) {
+    if (const auto* const label = qobject_cast<const QLabel*>(&part))
+        return label->text();
+    if (const auto* const button = qobject_cast<const QAbstractButton*>(&part))
+        return button->text();
+    if (const auto* const line = qobject_cast<const QLineEdit*>(&part))
+        return line->text();
+    if (const auto* const box = qobject_cast<const QComboBox*>(&part))
+        return box->currentText();
+    if (const auto* const bar = qobject_cast<const QProgressBar*>(&part))
+        return QString::number(bar->value());
+    if (const auto* const view = qobject_cast<const QAbstractItemView*>(&part))
+        return textOfItems(*view->model());
+    return {};
+}
+
+} // namespace
+
+TestInterface::TestInterface(QWidget& window)
+    : m_window(window) {
+    connect(this, &TestInterface::lineRead, this, &TestInterface::execute);
+}
+
+TestInterface::~TestInterface() {
+    // The thread may wait for a line that never comes; the process is about to end and takes it along.
+    if (m_reader.joinable())
+        m_reader.detach();
+}
+
+void TestInterface::start() {
+    m_reader = std::thread([this] {
+        std::string line;
+        while (std::getline(std::cin, line))
+            emit lineRead(QString::fromStdString(line));
+        emit lineRead(quitCommand);
+    });
+}
+
+void TestInterface::tellAddress(const QString& address) {
+    print({{QStringLiteral("open"), address}});
+}
+
+void TestInterface::execute(const QString& line) {
+    if (line == quitCommand) {
+        m_window.close();
+        return;
+    }
+    print(answer(line.section(QLatin1Char(' '), 0, 0), line.section(QLatin1Char(' '), 1)));
+}
+
+QJsonObject TestInterface::answer(const QString& command, const QString& argument) const {
+    if (command == QStringLiteral("focus")) {
+        const QWidget* const part = QApplication::focusWidget();
+        return {{QStringLiteral("name"), part ? part->objectName() : QString()}};
+    }
+    if (command == QStringLiteral("picture"))
+        return {{QStringLiteral("ok"), m_window.grab().save(argument, "PNG", smallestFile)}};
+    if (command == QStringLiteral("screen"))
+        return {{QStringLiteral("ok"), m_window.screen()->grabWindow(0).save(argument, "PNG", smallestFile)}};
+    if (command == QStringLiteral("size")) {
+        m_window.resize(argument.section(QLatin1Char(' '), 0, 0).toInt(), argument.section(QLatin1Char(' '), 1).toInt());
+        return {{QStringLiteral("ok"), true}};
+    }
+    const auto* const part = m_window.findChild<const QWidget*>(argument);
+    if (!part || command != QStringLiteral("part"))
+        return {{QStringLiteral("error"), QStringLiteral("unknown command or part")}};
+    const QPoint middle = part->mapToGlobal(part->rect().center()) * part->devicePixelRatioF();
+    return {{QStringLiteral("text"), textOf(*part)},
+            {QStringLiteral("visible"), part->isVisible()},
+            {QStringLiteral("enabled"), part->isEnabled()},
+            {QStringLiteral("x"), middle.x()},
+            {QStringLiteral("y"), middle.y()}};
+}
