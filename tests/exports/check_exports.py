@@ -10,7 +10,8 @@ import subprocess
 import sys
 
 NAMESPACE = "Velquor::WebServices::"
-OF_A_CLASS = re.compile(rf"^(vtable|typeinfo|typeinfo name) for {NAMESPACE}\w+$")
+# What Qt's meta-object compiler calls by itself is hidden on Linux and exported on Windows.
+OF_A_CLASS = re.compile(rf"^(?:(vtable|typeinfo|typeinfo name) for {NAMESPACE}\w+|{NAMESPACE}\w+::qt_static_metacall\(.*)$")
 
 
 def output(*command: str, text: str | None = None) -> str:
