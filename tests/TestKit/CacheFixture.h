@@ -5,6 +5,7 @@
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/SilentTokenOwner.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -16,15 +17,12 @@ namespace Velquor::TestKit {
 /// A product as its caches see it, with a sign-in that the test changes as it likes.
 ///
 /// Thread: any for what is atomic, the rest is set before the caches work. Owner: the test.
-class FakeTokenOwner : public WebServices::ITokenOwner {
+class CachingProduct : public SilentTokenOwner {
 public:
-    explicit FakeTokenOwner(const WebServices::TokenServices& services)
-        : m_services(services) {}
+    using SilentTokenOwner::SilentTokenOwner;
 
-    [[nodiscard]] const WebServices::TokenServices& services() const override { return m_services; }
     [[nodiscard]] QString productKey() const override { return QStringLiteral("product"); }
     [[nodiscard]] WebServices::Server server() const override { return currentServer; }
-    [[nodiscard]] WebServices::ConfigurationPointer configuration() const override { return {}; }
     [[nodiscard]] WebServices::ProductTokens tokens() const override {
         const bool isExpired = tokenExpired;
         return {"t", "s", "h", services().now().addSecs(isExpired ? -1 : 3600)};
@@ -36,31 +34,13 @@ public:
         keys.token = Util::SecretBytes::fromText(QStringLiteral("access-token"));
         return {};
     }
-    [[nodiscard]] WebServices::OtherLogin otherLogin() const override { return {}; }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
     [[nodiscard]] QString user() const override { return userId; }
-    [[nodiscard]] bool isLoginExpired() const override { return false; }
-    [[nodiscard]] bool isLogoutPending() const override { return false; }
-    [[nodiscard]] QDateTime sessionExpiryDate() const override { return {}; }
-    [[nodiscard]] QString signInMark() const override { return loggedIn ? userId : QString(); }
-    [[nodiscard]] bool catchUpWithFile(const QString&) override { return true; }
-    [[nodiscard]] bool store(const WebServices::ProductTokens&, const QDateTime&, const QString&) override { return true; }
-    [[nodiscard]] bool isOAuth2Enabled() const override { return false; }
-    [[nodiscard]] bool storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&, const QString&) override {
-        return true;
-    }
-    [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }
-    void raiseEvent(WebServicesPrivateCore::WebServicesEvent) override {}
-    void forceLogout() override {}
 
     std::atomic<bool> loggedIn{true};
     std::atomic<bool> tokenExpired{false};
     WebServices::Server currentServer = WebServices::Production;
     QString userId = QStringLiteral("user-1");
-
-private:
-    const WebServices::TokenServices m_services;
-    mutable QRecursiveMutex m_lock;
 };
 
 /// The caches of one product on a thread of their own, as token operations hold them.
@@ -160,7 +140,7 @@ private:
     WebServices::UrlStore m_urls;
 
 public:
-    FakeTokenOwner owner;
+    CachingProduct owner;
 };
 
 } // namespace Velquor::TestKit
