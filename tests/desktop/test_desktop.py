@@ -113,6 +113,8 @@ class DesktopTest(unittest.TestCase):
         page = self.ask_for_page(window)
         window.keys("alt+c")
         wait_until(lambda: window.shows("noticeTitle", "You are not signed in yet"), what="the failure of a hasty Continue")
+        window.keys("alt+a")
+        self.assertEqual(page, window.pages.get(timeout=20), "Open page again")
         self.service.control("approve", {"url": page, "user": "ada"})
         window.keys("alt+c")
         wait_until(lambda: window.shows("status", "Signed in as ada"), what="the sign-in after all")
@@ -123,6 +125,10 @@ class DesktopTest(unittest.TestCase):
 
     def test_waits_can_be_cancelled(self):
         window = self.open(0)
+        self.ask_for_page(window)
+        wait_until(lambda: window.is_usable("continueButton"), what="the wait for the browser")
+        window.keys("Escape")
+        wait_until(lambda: window.is_usable("signInButton"), AT_ONCE_SECONDS, "the end of the wait for the browser")
         self.fault("request-token", "delay", delay_ms=30000, count=-1)
         window.keys("alt+s")
         wait_until(lambda: window.shows("activityText", "Asking the account service for a sign-in page"), AT_ONCE_SECONDS, "the progress")
