@@ -42,10 +42,14 @@ class DesktopTest(unittest.TestCase):
 
     def open(self, place: int, *options: str) -> Window:
         window = Window(PROGRAM, self.screen, self.service, self.home, *options)
-        self.addCleanup(window.stop)
+        self.addCleanup(self.close, window)
         window.move(GAP + place * (WIDTH + GAP), GAP, WIDTH, HEIGHT)
         wait_until(lambda: window.shows("status", "Nobody is signed in") and window.is_usable("signInButton"), what="the start")
         return window
+
+    def close(self, window: Window) -> None:
+        window.stop()
+        self.assertEqual(0, window.process.returncode, "the program did not end well")
 
     def ask_for_page(self, window: Window) -> str:
         window.keys("alt+s")
@@ -152,7 +156,6 @@ class DesktopTest(unittest.TestCase):
         seconds = window.stop()
         print(f"closed during work in {seconds:.2f} s")
         self.assertLess(seconds, AT_ONCE_SECONDS)
-        self.assertEqual(0, window.process.returncode)
 
     def test_settings_by_keyboard(self):
         first, second = self.open(0), self.open(1, *SECOND)
