@@ -48,19 +48,17 @@ AccountPanel::AccountPanel(QWidget* parent)
     , m_quota(new QProgressBar)
     , m_quotaText(Look::label(QStringLiteral("quotaText")))
     , m_services(new QListWidget) {
+    content().addLayout(arrangePerson());
+    arrangeQuota();
+    arrangeServices();
+    content().addStretch(1);
+    showState({});
+}
+
+QLayout* AccountPanel::arrangePerson() {
     m_expiry->setWordWrap(false);
     m_name->setAccessibleName(tr("Name"));
     m_mail->setAccessibleName(tr("Mail address"));
-    m_quota->setObjectName(QStringLiteral("quotaBar"));
-    m_quota->setRange(0, quotaSteps);
-    m_quota->setTextVisible(false);
-    m_quota->setMaximumHeight(Look::lines(*this, 0.6));
-    m_quota->setAccessibleName(tr("Storage in use"));
-    m_services->setObjectName(QStringLiteral("services"));
-    m_services->setAccessibleName(tr("Services"));
-    m_services->setFrameShape(QFrame::NoFrame);
-    m_services->setIconSize(Look::dot(*this, QColor()).size() / devicePixelRatioF());
-    m_services->setFixedHeight(Look::lines(*this, 4));
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(Look::lines(*this, 0.1));
     for (QLabel* const label : {m_name, m_mail, m_expiry})
@@ -69,16 +67,30 @@ AccountPanel::AccountPanel(QWidget* parent)
     person->setSpacing(Look::lines(*this, 0.8));
     person->addWidget(m_avatar, 0, Qt::AlignTop);
     person->addLayout(texts, 1);
-    content().addLayout(person);
+    return person;
+}
+
+void AccountPanel::arrangeQuota() {
+    m_quota->setObjectName(QStringLiteral("quotaBar"));
+    m_quota->setRange(0, quotaSteps);
+    m_quota->setTextVisible(false);
+    m_quota->setMaximumHeight(Look::lines(*this, 0.6));
+    m_quota->setAccessibleName(tr("Storage in use"));
     content().addSpacing(Look::lines(*this, 0.4));
     content().addWidget(heading(tr("Storage"), m_quota));
     content().addWidget(m_quota);
     content().addWidget(m_quotaText);
+}
+
+void AccountPanel::arrangeServices() {
+    m_services->setObjectName(QStringLiteral("services"));
+    m_services->setAccessibleName(tr("Services"));
+    m_services->setFrameShape(QFrame::NoFrame);
+    m_services->setIconSize(Look::dot(*this, QColor()).size() / devicePixelRatioF());
+    m_services->setFixedHeight(Look::lines(*this, 4));
     content().addSpacing(Look::lines(*this, 0.4));
     content().addWidget(heading(tr("Services"), m_services));
     content().addWidget(m_services);
-    content().addStretch(1);
-    showState({});
 }
 
 void AccountPanel::showState(const AccountState& state) {

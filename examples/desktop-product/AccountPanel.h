@@ -21,6 +21,9 @@ public:
     void showDetails(const AccountDetails& details, bool isReading);
 
 private:
+    QLayout* arrangePerson();
+    void arrangeQuota();
+    void arrangeServices();
     void showName();
     void showQuota();
     void showServices();

@@ -5,8 +5,8 @@
 #include <VqWebServices/Server.h>
 #include <VqWebServices/ServiceEntitlement.h>
 
-/// What the window shows, as plain values: read on a worker thread, shown on the main thread. Dates are seconds since 1970-01-01 UTC,
-/// 0 when not known.
+/// What the window shows, as plain values: read on a worker thread, shown on the main thread. Dates are seconds since 1970-01-01
+/// UTC, 0 when not known.
 
 struct TokenFacts {
     bool isHeld = false;

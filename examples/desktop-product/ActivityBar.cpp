@@ -37,8 +37,18 @@ ActivityBar::ActivityBar(QWidget* parent)
     , m_text(Look::label(QStringLiteral("activityText")))
     , m_progress(new QProgressBar)
     , m_continue(Look::button(QStringLiteral("continueButton"), tr("&Continue"), tr("The browser says that I am signed in")))
-    , m_reopen(Look::button(QStringLiteral("reopenButton"), tr("Open page &again"), tr("Open the sign-in page in the browser again")))
+    , m_reopen(
+          Look::button(QStringLiteral("reopenButton"), tr("Open page &again"), tr("Open the sign-in page in the browser again")))
     , m_cancel(Look::button(QStringLiteral("cancelButton"), tr("Ca&ncel"), tr("Give up what is under way (Escape)"))) {
+    arrange();
+    connectParts();
+    m_delay.setSingleShot(true);
+    m_delay.setInterval(appearAfterMs);
+    m_tick.setInterval(tickMs);
+    hide();
+}
+
+void ActivityBar::arrange() {
     m_text->setWordWrap(true);
     m_text->setFocusPolicy(Qt::TabFocus);
     m_text->setAccessibleName(tr("What this product is waiting for"));
@@ -53,6 +63,9 @@ ActivityBar::ActivityBar(QWidget* parent)
         row->addWidget(button, 0, Qt::AlignVCenter);
     content().addLayout(row);
     content().addWidget(m_progress);
+}
+
+void ActivityBar::connectParts() {
     auto* const escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
     connect(escape, &QShortcut::activated, m_cancel, &QPushButton::click);
     connect(m_continue, &QPushButton::clicked, this, &ActivityBar::continueWanted);
@@ -60,10 +73,6 @@ ActivityBar::ActivityBar(QWidget* parent)
     connect(m_cancel, &QPushButton::clicked, this, &ActivityBar::cancelWanted);
     connect(&m_delay, &QTimer::timeout, this, &ActivityBar::appear);
     connect(&m_tick, &QTimer::timeout, this, &ActivityBar::updateText);
-    m_delay.setSingleShot(true);
-    m_delay.setInterval(appearAfterMs);
-    m_tick.setInterval(tickMs);
-    hide();
 }
 
 void ActivityBar::showActivity(Activity activity) {

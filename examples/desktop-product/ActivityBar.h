@@ -26,6 +26,8 @@ signals:
     void cancelWanted();
 
 private:
+    void arrange();
+    void connectParts();
     void appear();
     void updateText();
 

@@ -45,8 +45,9 @@ Failure noSignInPage(LoginErrorEx error, int httpStatus) {
         return {words("The account service refused to begin a sign-in (status %1).").arg(httpStatus),
                 words("Try again in a minute. If it stays so, this product's consumer key may not be known there.")};
     case LoginErrorEx::InvalidReply:
-        return failure("The account service gave an answer that makes no sense.",
-                       "Something between here and the service may answer in its place, such as a sign-in page of a hotel network.");
+        return failure(
+            "The account service gave an answer that makes no sense.",
+            "Something between here and the service may answer in its place, such as a sign-in page of a hotel network.");
     default: break;
     }
     return failure("The sign-in could not be begun.", "The log says why. Sign in again after that.");
@@ -57,9 +58,10 @@ Failure noBrowser() {
 }
 
 Failure signInNotCompleted() {
-    return failure("You are not signed in yet.",
-                   "Finish the page in the browser until it says that you are signed in, then choose Continue. If the page was closed or "
-                   "is too old, cancel and sign in again.");
+    return failure(
+        "You are not signed in yet.",
+        "Finish the page in the browser until it says that you are signed in, then choose Continue. If the page was closed or "
+        "is too old, cancel and sign in again.");
 }
 
 Failure notSignedOut() {
@@ -82,7 +84,8 @@ Failure proxyIncomplete() {
 }
 
 Failure proxyNotStored() {
-    return failure("The proxy could not be stored.", "Check that the disk is not full and that you may write to your data folder.");
+    return failure("The proxy could not be stored.",
+                   "Check that the disk is not full and that you may write to your data folder.");
 }
 
 Failure proxyNotCleared() {

@@ -18,6 +18,9 @@ public:
     void showState(const AccountState& state);
     void showActivity(Activity activity);
 
+    /// The button to sign in or to sign out, whichever is there now.
+    [[nodiscard]] QWidget* wayInOrOut() const { return m_isSignedIn ? m_signOut : m_signIn; }
+
 signals:
     void signInWanted();
     void signOutWanted();

@@ -1,5 +1,6 @@
 #include "Look.h"
 
+#include <QApplication>
 #include <QFontMetrics>
 #include <QPainter>
 
@@ -62,12 +63,15 @@ QPixmap dot(const QWidget& widget, const QColor& colour) {
 }
 
 void makePrimary(QPushButton& button) {
-    QPalette palette = button.palette();
-    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
-        palette.setColor(group, QPalette::Button, palette.color(group, QPalette::Highlight));
-        palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::HighlightedText));
-    }
-    button.setPalette(palette);
+    const auto paint = [&button](QPalette palette) {
+        for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+            palette.setColor(group, QPalette::Button, palette.color(group, QPalette::Highlight));
+            palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::HighlightedText));
+        }
+        button.setPalette(palette);
+    };
+    paint(QApplication::palette());
+    QObject::connect(qApp, &QGuiApplication::paletteChanged, &button, paint);
 }
 
 } // namespace Look

@@ -109,16 +109,24 @@ void MainWindow::connectPanels() {
 }
 
 void MainWindow::showActivity(Activity activity) {
-    const bool isIdle = activity == Activity::Idle;
-    if (m_isIdle && !isIdle)
-        m_focusBefore = focusWidget();
-    m_isIdle = isIdle;
+    const bool wasIdle = m_isIdle;
+    m_isIdle = activity == Activity::Idle;
+    QWidget* const focus = focusWidget();
+    const bool isFocusUnmoved = !focus || focus == m_focusDuring || m_activity->isAncestorOf(focus);
+    if (wasIdle)
+        m_focusBefore = focus;
     m_activity->showActivity(activity);
     m_tokens->showActivity(activity);
     m_settings->showActivity(activity);
     m_header->showActivity(activity);
-    if (isIdle && m_focusBefore)
-        m_focusBefore->setFocus();
+    if (m_isIdle && isFocusUnmoved && m_focusBefore)
+        giveFocusBack();
+    m_focusDuring = focusWidget();
+}
+
+void MainWindow::giveFocusBack() {
+    // The news of a sign-in may have come before its end: the button for the way in is gone then.
+    (m_focusBefore->isVisible() ? m_focusBefore.data() : m_header->wayInOrOut())->setFocus();
 }
 
 void MainWindow::showFailure(const Failure& failure) {

@@ -36,13 +36,15 @@ private:
     void connectPanels();
     void showActivity(Activity activity);
     void showFailure(const Failure& failure);
+    void giveFocusBack();
     void openPage();
 
     Product& m_product;
     const OpenAddress m_openAddress;
     QString m_page;
-    // Where the keyboard was before the work began that disabled it.
+    // Where the keyboard was before the work began that disabled it, and where it went then. The user may move it meanwhile.
     QPointer<QWidget> m_focusBefore;
+    QPointer<QWidget> m_focusDuring;
     bool m_isIdle = true;
     HeaderPanel* m_header;
     NoticeBar* m_notice;

@@ -6,7 +6,8 @@
 #include <QLabel>
 #include <QPushButton>
 
-/// A failure in words: what happened, what to do, and the way to the log. It stays until it is closed or something else went well.
+/// A failure in words: what happened, what to do, and the way to the log. It stays until it is closed or something else went
+/// well.
 ///
 /// Thread: the main thread. Owner: the main window.
 class NoticeBar : public Card {

@@ -13,8 +13,8 @@
 
 /// The product behind the window: owns the use of the library, is the only one that calls it, and tells the window in signals.
 ///
-/// Thread: the main thread. The library is begun and ended there, which is quick; every other call runs on a worker: one that acts,
-/// one that looks, and one that waits for what the web services say of the user. Owner: main(). Errors: `failed`.
+/// Thread: the main thread. The library is begun and ended there, which is quick; every other call runs on a worker: one that
+/// acts, one that looks, and one that waits for what the web services say of the user. Owner: main(). Errors: `failed`.
 class Product : public QObject {
     Q_OBJECT
 

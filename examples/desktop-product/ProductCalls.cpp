@@ -73,10 +73,10 @@ Outcome ProductCalls::switchServer(Server server) {
 Outcome ProductCalls::storeProxy(const ProxySettings& proxy) {
     if (proxy.host.isEmpty() || proxy.user.isEmpty() || proxy.port < 1)
         return {FailureTexts::proxyIncomplete(), {}};
-    const bool isDone = manager()
-                        && manager()->SetProxyAuthentication(proxy.host.toStdWString().c_str(), proxy.port,
-                                                             proxy.user.toStdWString().c_str(),
-                                                             proxy.password.toStdWString().c_str());
+    const bool isDone =
+        manager()
+        && manager()->SetProxyAuthentication(proxy.host.toStdWString().c_str(), proxy.port, proxy.user.toStdWString().c_str(),
+                                             proxy.password.toStdWString().c_str());
     return outcome(isDone, FailureTexts::proxyNotStored());
 }
 

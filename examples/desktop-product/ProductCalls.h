@@ -11,9 +11,11 @@ struct Outcome {
     QString page;
 };
 
-/// The calls of the library, each with what it means for the person in front of the window. They wait for the network or for files.
+/// The calls of the library, each with what it means for the person in front of the window. They wait for the network or for
+/// files.
 ///
-/// Thread: the workers of the product, never the main thread. Errors: the outcome; a library that is not initialized fails the call.
+/// Thread: the workers of the product, never the main thread. Errors: the outcome; a library that is not initialized fails the
+/// call.
 class ProductCalls {
 public:
     ProductCalls() = delete;

@@ -103,7 +103,8 @@ void SettingsPanel::updateButtons() {
     m_clear->setEnabled(m_isIdle && m_hasProxy);
     m_serverHint->setText(isOther && m_isSignedIn ? tr("Switching signs you out of %1 in all products.").arg(serverName(m_server))
                                                   : tr("Products that run already stay on their server until they start again."));
-    m_proxyHint->setText(m_hasProxy ? tr("A proxy is stored for all products of yours, its password encrypted.") : tr("No proxy is stored."));
+    m_proxyHint->setText(m_hasProxy ? tr("A proxy is stored for all products of yours, its password encrypted.")
+                                    : tr("No proxy is stored."));
 }
 
 Server SettingsPanel::chosenServer() const {

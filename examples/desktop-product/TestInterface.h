@@ -6,11 +6,13 @@
 #include <QWidget>
 #include <thread>
 
-/// For tests: tells where the parts of the window are and what they show, so that a test can use the real keyboard and mouse on them.
+/// For tests: tells where the parts of the window are and what they show, so that a test can use the real keyboard and mouse on
+/// them.
 ///
 /// Reads commands from the standard input, one a line, and answers each with one line of JSON:
 /// `part NAME` (what it shows, and its middle on the screen), `focus` (the part that has the keyboard), `picture FILE` and
-/// `screen FILE` (write the window, or all that is on the screen, as PNG), `size WIDTH HEIGHT`, `quit`. The end of the input quits too.
+/// `screen FILE` (write the window, or all that is on the screen, as PNG), `size WIDTH HEIGHT`, `quit`. The end of the input
+/// quits too.
 ///
 /// Thread: the main thread, with a thread of its own that waits for lines. Owner: main().
 class TestInterface : public QObject {

@@ -36,6 +36,13 @@ TokenView::TokenView(const QString& name, const QString& title, const QString& r
     for (QLabel* const caption : {m_expiresText, m_renewalText})
         caption->setWordWrap(false);
     m_renewal->setForegroundRole(QPalette::PlaceholderText);
+    arrange(title);
+    connect(m_renew, &QPushButton::clicked, this, &TokenView::renewWanted);
+    tick();
+    updateButton();
+}
+
+void TokenView::arrange(const QString& title) {
     QLabel* const heading = Look::label(QString());
     heading->setText(title);
     auto* const grid = new QGridLayout(this);
@@ -52,9 +59,6 @@ TokenView::TokenView(const QString& name, const QString& title, const QString& r
     grid->setColumnStretch(1, 1);
     grid->setRowStretch(0, 1);
     grid->setRowStretch(4, 1);
-    connect(m_renew, &QPushButton::clicked, this, &TokenView::renewWanted);
-    tick();
-    updateButton();
 }
 
 void TokenView::showToken(const TokenFacts& token, bool isSignedIn) {

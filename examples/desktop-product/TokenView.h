@@ -25,6 +25,7 @@ signals:
     void renewWanted();
 
 private:
+    void arrange(const QString& title);
     void updateButton();
     void showNone();
 

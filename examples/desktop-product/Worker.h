@@ -8,8 +8,9 @@
 
 /// A thread that does one job after the other, so that no call that may wait is made on the main thread.
 ///
-/// Not a thread with an event loop on purpose: the library handles events while it waits, and a job that is queued as an event could
-/// begin inside of another one. Thread: any. Owner: the product. Destruction drops what has not begun and waits for the rest.
+/// Not a thread with an event loop on purpose: the library handles events while it waits, and a job that is queued as an event
+/// could begin inside of another one. Thread: any. Owner: the product. Destruction drops what has not begun and waits for the
+/// rest.
 class Worker {
 public:
     Worker();

@@ -70,8 +70,8 @@ int main(int argc, char** argv) {
         std::fputs("desktop-product: no certificate found in the file given with --ca\n", stderr);
         return 2;
     }
-    Product product({{parser.value(QStringLiteral("key")), parser.value(QStringLiteral("secret"))},
-                     parser.value(QStringLiteral("support"))});
+    Product product(
+        {{parser.value(QStringLiteral("key")), parser.value(QStringLiteral("secret"))}, parser.value(QStringLiteral("support"))});
     const bool isTest = parser.isSet(testOption);
     MainWindow window(product, parser.value(QStringLiteral("product")), isTest ? &tellTest : &openInBrowser);
     TestInterface test(window);

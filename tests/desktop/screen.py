@@ -28,8 +28,10 @@ class Screen:
 
     def __init__(self, width: int, height: int):
         read_end, write_end = os.pipe()
-        self.process = subprocess.Popen(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-dpi", "96",
-                                         "-nolisten", "tcp", "-wr"], pass_fds=[write_end], stderr=subprocess.DEVNULL)
+        # Without -noreset it begins anew when its last client goes, and refuses others meanwhile.
+        self.process = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-dpi", "96", "-nolisten", "tcp", "-wr",
+             "-noreset"], pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as answer:
             number = answer.readline().strip()

@@ -42,10 +42,14 @@ class DesktopTest(unittest.TestCase):
 
     def open(self, place: int, *options: str) -> Window:
         window = Window(PROGRAM, self.screen, self.service, self.home, *options)
-        self.addCleanup(window.stop)
+        self.addCleanup(self.close, window)
         window.move(GAP + place * (WIDTH + GAP), GAP, WIDTH, HEIGHT)
         wait_until(lambda: window.shows("status", "Nobody is signed in") and window.is_usable("signInButton"), what="the start")
         return window
+
+    def close(self, window: Window) -> None:
+        window.stop()
+        self.assertEqual(0, window.process.returncode, "the program did not end well")
 
     def ask_for_page(self, window: Window) -> str:
         window.keys("alt+s")
@@ -113,6 +117,8 @@ class DesktopTest(unittest.TestCase):
         page = self.ask_for_page(window)
         window.keys("alt+c")
         wait_until(lambda: window.shows("noticeTitle", "You are not signed in yet"), what="the failure of a hasty Continue")
+        window.keys("alt+a")
+        self.assertEqual(page, window.pages.get(timeout=20), "Open page again")
         self.service.control("approve", {"url": page, "user": "ada"})
         window.keys("alt+c")
         wait_until(lambda: window.shows("status", "Signed in as ada"), what="the sign-in after all")
@@ -123,6 +129,10 @@ class DesktopTest(unittest.TestCase):
 
     def test_waits_can_be_cancelled(self):
         window = self.open(0)
+        self.ask_for_page(window)
+        wait_until(lambda: window.is_usable("continueButton"), what="the wait for the browser")
+        window.keys("Escape")
+        wait_until(lambda: window.is_usable("signInButton"), AT_ONCE_SECONDS, "the end of the wait for the browser")
         self.fault("request-token", "delay", delay_ms=30000, count=-1)
         window.keys("alt+s")
         wait_until(lambda: window.shows("activityText", "Asking the account service for a sign-in page"), AT_ONCE_SECONDS, "the progress")
@@ -146,7 +156,6 @@ class DesktopTest(unittest.TestCase):
         seconds = window.stop()
         print(f"closed during work in {seconds:.2f} s")
         self.assertLess(seconds, AT_ONCE_SECONDS)
-        self.assertEqual(0, window.process.returncode)
 
     def test_settings_by_keyboard(self):
         first, second = self.open(0), self.open(1, *SECOND)
