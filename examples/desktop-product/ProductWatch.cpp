@@ -2,7 +2,6 @@
 
 #include "Product.h"
 
-#include <QCoreApplication>
 #include <QMetaObject>
 
 void Product::refresh() {
@@ -68,8 +67,7 @@ void Product::takeDetails(const AccountDetails& details) {
 }
 
 void Product::onEvent(const QString& event, const QString& consumerKey) {
-    // Events name this product by its consumer key, or by the key of the process's client, which is the process id.
-    const bool isOwn = consumerKey == m_options.keys.key || consumerKey == QString::number(QCoreApplication::applicationPid());
+    const bool isOwn = consumerKey == m_options.keys.key;
     const bool isOfOther = !consumerKey.isEmpty() && !isOwn;
     emit eventHappened(event, consumerKey, originOf(event, isOfOther, m_activity));
     look();

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDesktopServices>
+#include <QFile>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QUrl>
@@ -17,7 +18,10 @@ const auto testOption = QStringLiteral("test-interface");
 
 // Products trust a service through their own TLS configuration; errors are never ignored.
 bool trustAuthority(const QString& file) {
-    const QList<QSslCertificate> certificates = QSslCertificate::fromPath(file);
+    // Not fromPath(), which looks through whole folders for a file that is not there.
+    QFile source(file);
+    const QList<QSslCertificate> certificates =
+        source.open(QIODevice::ReadOnly) ? QSslCertificate::fromDevice(&source) : QList<QSslCertificate>();
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(configuration.caCertificates() + certificates);
     QSslConfiguration::setDefaultConfiguration(configuration);

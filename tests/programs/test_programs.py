@@ -6,6 +6,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 import urllib.parse
 
@@ -89,6 +90,10 @@ class ProgramsTest(unittest.TestCase):
         self.assertTrue(second.ask(f"get {self.service.info['url']}/api/echo")["ok"])
         self.assertTrue(second.ask("logout")["ok"])
         self.assertFalse(first.ask("status")["signedIn"])
+        # The event may be on its way to the main thread while the state has changed already.
+        end = time.monotonic() + 2
+        while "LoggedOut" not in first.events and time.monotonic() < end:
+            first.ask("status")
         self.assertEqual(["LoginRestored", "LoggedIn", "LoggedOut"], first.events)
         self.assertFalse(self.start("third").ask("status")["signedIn"])
 

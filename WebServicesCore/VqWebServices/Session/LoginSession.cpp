@@ -162,7 +162,7 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
         if (persist)
             LoginStateSaver(m_core).save();
     }
-    RaiseEvent(Event::ServerChanged, clientKey, persist);
+    RaiseEvent(Event::ServerChanged, m_core.subjectKey(clientKey), persist);
     m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
     return true;
 }
@@ -198,7 +198,7 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         m_core.configureProducts();
         m_core.setRestored();
     }
-    RaiseEvent(Event::LoginRestored, clientKey, false);
+    RaiseEvent(Event::LoginRestored, m_core.subjectKey(clientKey), false);
     oauth2().reportToken(clientKey);
     m_logger.information(QStringLiteral("Login restored for all products"));
     return true;
@@ -226,7 +226,7 @@ int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar
         const QMutexLocker lock(&m_core.lock);
         m_core.configureProducts();
     }
-    RaiseEvent(Event::LoggedIn, clientKey, true);
+    RaiseEvent(Event::LoggedIn, m_core.subjectKey(clientKey), true);
     return code;
 }
 
@@ -234,7 +234,7 @@ bool LoginSession::InitiateLogout(const QString& clientKey, QString& url, Networ
     catchUp();
     if (!SignOutFlow(m_core).begin())
         return false;
-    if (isLogoutVetoed(clientKey)) {
+    if (isLogoutVetoed(m_core.subjectKey(clientKey))) {
         m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
         return false;
     }
@@ -252,7 +252,7 @@ bool LoginSession::CompleteLogout(const QString& clientKey) {
     if (m_core.services.processState)
         m_core.services.processState->deletePropertiesInAllProcesses(
             {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
-    RaiseEvent(Event::LoggedOut, clientKey, true);
+    RaiseEvent(Event::LoggedOut, m_core.subjectKey(clientKey), true);
     return true;
 }
 

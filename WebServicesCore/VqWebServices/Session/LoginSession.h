@@ -142,6 +142,7 @@ private:
     /// state is held by another step for longer than `waitMs` milliseconds.
     bool catchUp(int waitMs = 0);
     void applyFile(int guardTimeoutMs);
+    void takeOver(const LoginStateFile::Content& content);
     void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, true); }
     void raiseEventHere(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, false); }
     void startNotifications();

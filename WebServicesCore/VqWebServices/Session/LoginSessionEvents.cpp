@@ -33,10 +33,12 @@ bool LoginSession::catchUp(int waitMs) {
     if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs))
         && !(m_isCatchingUp && m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs))))
         return false;
-    // Inside a wait of a sign-in or sign-out on this very thread the state must stand still.
-    if (m_core.isFlowActive) {
+    // Inside a wait of a sign-in or sign-out on this very thread the state must stand still; and what this thread is just taking
+    // over is no news. Another one may have taken it over while we waited.
+    const bool isOver = m_core.file.currentStamp() == m_core.file.seenStamp();
+    if (m_core.isFlowActive || m_isCatchingUp || isOver) {
         m_core.lock.unlock();
-        return false;
+        return isOver;
     }
     m_isCatchingUp = true;
     const BasicLoginState before = m_core.basic();
@@ -68,9 +70,15 @@ void LoginSession::LogoutSlot(const QString& productKey) {
 
 void LoginSession::applyFile(int guardTimeoutMs) {
     const LoginStateFile::Guard guard(m_core.file, guardTimeoutMs);
-    const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
-    if (!content.isRead())
+    if (!guard.isHeld())
         return;
+    const LoginStateFile::Content content = m_core.file.read();
+    if (content.isRead())
+        takeOver(content);
+    m_core.file.markSeen(content);
+}
+
+void LoginSession::takeOver(const LoginStateFile::Content& content) {
     const QDomElement login = content.root().firstChildElement(Names::loginSession);
     const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
     if (m_core.basic().hasUser() && origin != StateOrigin::Same) {

@@ -66,16 +66,21 @@ Util::FileStamp LoginStateFile::seenStamp() const {
     return m_seen;
 }
 
-void LoginStateFile::setSeen(const Util::FileStamp& stamp) {
+void LoginStateFile::markSeen(const Content& content) {
     const QMutexLocker lock(&m_seenMutex);
-    m_seen = stamp;
+    if (m_lastRead == content.stamp)
+        m_seen = content.stamp;
 }
 
 LoginStateFile::Content LoginStateFile::read() {
     m_logger->information(QStringLiteral("Reading login state file"));
-    setSeen(currentStamp());
-    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileSize);
     Content content;
+    content.stamp = currentStamp();
+    {
+        const QMutexLocker lock(&m_seenMutex);
+        m_lastRead = content.stamp;
+    }
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileSize);
     content.error = file.error;
     if (file.status == Util::AtomicFile::ReadResult::Status::Missing) {
         content.status = Content::Status::Missing;
@@ -141,7 +146,13 @@ bool LoginStateFile::write(const QDomDocument& document) {
         m_logger->error(QStringLiteral("Failed to write login state file") + QStringLiteral(". %1").arg(error));
         return false;
     }
-    setSeen(currentStamp());
+    {
+        const QMutexLocker lock(&m_seenMutex);
+        const Util::FileStamp written = currentStamp();
+        if (m_lastRead == m_seen)
+            m_seen = written;
+        m_lastRead = written;
+    }
     m_logger->information(QStringLiteral("Finished writing login state file successfully"));
     return true;
 }

@@ -45,6 +45,7 @@ public:
         enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
         QDomDocument document;
         QString error;
+        Util::FileStamp stamp;
 
         /// The document element "WebServices"; null unless the file was read.
         [[nodiscard]] QDomElement root() const { return document.documentElement(); }
@@ -67,16 +68,15 @@ public:
     [[nodiscard]] QString path() const { return m_path; }
     [[nodiscard]] bool exists() const;
 
-    /// The stamp of the file now, and of the content that was last read or written through this object.
+    /// The stamp of the file now, and of the content that this process has taken over or written. Where they differ, there is news.
+    /// A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`. A write
+    /// that was merged with news leaves them to be found.
     [[nodiscard]] Util::FileStamp currentStamp() const;
     [[nodiscard]] Util::FileStamp seenStamp() const;
-    /// The content was merged with what another process wrote, and this process has not taken that over yet: the next look at the
-    /// stamp finds a change.
-    void forgetSeen() { setSeen({}); }
+    void markSeen(const Content& content);
 
 private:
     void prepareFolder();
-    void setSeen(const Util::FileStamp& stamp);
     QDomDocument newDocument() const;
 
     const QString m_path;
@@ -85,6 +85,7 @@ private:
     bool m_cleaned = false;
     mutable QMutex m_seenMutex; ///< The stamp is looked at before every operation, without the login session lock.
     Util::FileStamp m_seen;
+    Util::FileStamp m_lastRead; ///< Of the content that was read, or else written, last.
 };
 
 } // namespace Velquor::WebServices

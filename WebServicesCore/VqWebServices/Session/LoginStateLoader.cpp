@@ -65,11 +65,14 @@ void LoginStateLoader::loadAll(bool takeServer) {
         return;
     }
     const LoginStateFile::Guard guard(m_core.file);
-    const LoginStateFile::Content content = guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
-    if (!content.isRead())
+    if (!guard.isHeld())
         return;
-    m_core.proxy.load(content.root());
-    loadFrom(content, takeServer);
+    const LoginStateFile::Content content = m_core.file.read();
+    if (content.isRead()) {
+        m_core.proxy.load(content.root());
+        loadFrom(content, takeServer);
+    }
+    m_core.file.markSeen(content);
 }
 
 void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool takeServer) {

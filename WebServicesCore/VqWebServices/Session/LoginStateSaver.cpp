@@ -33,7 +33,7 @@ LoginStateSaver::Result LoginStateSaver::save() {
         return Result::Failed;
     }
     const LoginStateFile::Guard guard(m_core.file);
-    QDomDocument document = guard.isHeld() ? readForSaving() : QDomDocument();
+    QDomDocument document = guard.isHeld() ? m_core.file.readForSaving() : QDomDocument();
     if (document.isNull())
         return Result::Failed;
     QDomElement root = document.documentElement();
@@ -46,7 +46,7 @@ LoginStateSaver::Result LoginStateSaver::save() {
         writeUser(login);
         mergeProducts(login, isSameSignIn);
     }
-    const bool written = write(document);
+    const bool written = m_core.file.write(document);
     m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
     if (isLoggedIn && !writesUser)
         return Result::SignInGone;
@@ -56,7 +56,7 @@ LoginStateSaver::Result LoginStateSaver::save() {
 LoginStateSaver::Result LoginStateSaver::saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh) {
     m_logger.information(QStringLiteral("Saving OAuth2 login state to login state file"));
     const LoginStateFile::Guard guard(m_core.file);
-    QDomDocument document = guard.isHeld() ? readForSaving() : QDomDocument();
+    QDomDocument document = guard.isHeld() ? m_core.file.readForSaving() : QDomDocument();
     const Result result = document.isNull() ? Result::Failed : writeOAuth2(product, fresh, document);
     if (result == Result::Saved)
         m_logger.information(QStringLiteral("Finished saving OAuth2 login state to login state file"));
@@ -80,40 +80,24 @@ LoginStateSaver::Result LoginStateSaver::writeOAuth2(const ProductLoginSession& 
     }
     root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
     product.SaveOAuth2(element, fresh);
-    if (write(document))
+    if (m_core.file.write(document))
         return Result::Saved;
     m_logger.error(QStringLiteral("Failed to save OAuth2 access token for product %1 to login state file %2")
                        .arg(product.displayName(), m_core.file.path()));
     return Result::Failed;
 }
 
-// What another process wrote is merged in the file, but not in memory: it must be found by the next look at the file.
-QDomDocument LoginStateSaver::readForSaving() {
-    m_hasNews = m_core.file.currentStamp() != m_core.file.seenStamp();
-    const QDomDocument document = m_core.file.readForSaving();
-    if (m_hasNews)
-        m_core.file.forgetSeen();
-    return document;
-}
-
-bool LoginStateSaver::write(const QDomDocument& document) {
-    const bool written = m_core.file.write(document);
-    if (m_hasNews)
-        m_core.file.forgetSeen();
-    return written;
-}
-
 bool LoginStateSaver::removeLogin(const QDateTime& logoutDate) {
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(m_core.file.path()));
     m_core.setLogoutDate(logoutDate);
     const LoginStateFile::Guard guard(m_core.file);
-    QDomDocument document = guard.isHeld() ? readForSaving() : QDomDocument();
+    QDomDocument document = guard.isHeld() ? m_core.file.readForSaving() : QDomDocument();
     if (document.isNull())
         return false;
     QDomElement root = document.documentElement();
     root.removeChild(root.firstChildElement(Names::loginSession));
     writeHeader(root);
-    const bool written = write(document);
+    const bool written = m_core.file.write(document);
     m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(m_core.file.path()));
     return written;
 }

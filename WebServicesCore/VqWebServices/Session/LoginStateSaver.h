@@ -29,8 +29,6 @@ public:
 
 private:
     [[nodiscard]] Result writeOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh, QDomDocument& document);
-    [[nodiscard]] QDomDocument readForSaving();
-    [[nodiscard]] bool write(const QDomDocument& document);
     void writeHeader(QDomElement& root);
     void writeUser(QDomElement& login);
     void mergeProducts(QDomElement& login, bool isSameSignIn);
@@ -39,7 +37,6 @@ private:
 
     SessionCore& m_core;
     Log::ILogger& m_logger;
-    bool m_hasNews = false; ///< The file holds what this process has not read yet.
 };
 
 } // namespace Velquor::WebServices

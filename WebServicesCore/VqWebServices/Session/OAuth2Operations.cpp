@@ -19,11 +19,6 @@ OAuth2TokenSpec OAuth2Operations::resolve(const QString& clientKey, const OAuth2
     return spec ? *spec : m_core.clients.oauth2(clientKey).defaultSpec();
 }
 
-QString OAuth2Operations::productKey(const QString& clientKey) const {
-    const QString key = m_core.productKey(clientKey);
-    return key.isEmpty() ? clientKey : key;
-}
-
 OAuth2SessionPointer OAuth2Operations::session(const QString& clientKey, const OAuth2TokenSpec& spec) const {
     const ProductSessionPointer product = m_core.product(clientKey);
     return product ? product->oauth2().find(spec) : OAuth2SessionPointer();
@@ -38,7 +33,7 @@ bool OAuth2Operations::EnableOAuth2(const QString& clientKey, const OAuth2TokenS
         return false;
     }
     startTokens(clientKey);
-    m_core.voice->raiseEvent(Event::OAuth2Enabled, {productKey(clientKey), spec});
+    m_core.voice->raiseEvent(Event::OAuth2Enabled, {m_core.subjectKey(clientKey), spec});
     return true;
 }
 
@@ -48,7 +43,7 @@ bool OAuth2Operations::DisableOAuth2(const QString& clientKey) {
         return false;
     }
     discardUnused(m_core.product(clientKey));
-    m_core.voice->raiseEvent(Event::OAuth2Disabled, productKey(clientKey));
+    m_core.voice->raiseEvent(Event::OAuth2Disabled, m_core.subjectKey(clientKey));
     return true;
 }
 
@@ -210,7 +205,7 @@ void OAuth2Operations::reportToken(const QString& clientKey) {
     if (!found || !found->token().isValid(m_core.services.now()))
         return;
     m_logger.information(found->DescribeOAuth2Token());
-    m_core.voice->raiseEventHere(Event::OAuth2TokenAvailable, productKey(clientKey));
+    m_core.voice->raiseEventHere(Event::OAuth2TokenAvailable, m_core.subjectKey(clientKey));
 }
 
 } // namespace Velquor::WebServices

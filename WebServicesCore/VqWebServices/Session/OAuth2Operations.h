@@ -34,8 +34,7 @@ public:
 
     /// The spec itself, or the client's default one.
     [[nodiscard]] OAuth2TokenSpec resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const;
-    /// The consumer key of the client's product; the key itself when it is that of no client.
-    [[nodiscard]] QString productKey(const QString& clientKey) const;
+    [[nodiscard]] QString productKey(const QString& clientKey) const { return m_core.subjectKey(clientKey); }
 
 private:
     /// Null when the product is not signed in or has never had the spec enabled.

@@ -21,14 +21,7 @@ ProductStateLoader::ProductStateLoader(SessionCore& core)
 
 LoginStateFile::Content ProductStateLoader::read() {
     const LoginStateFile::Guard guard(m_core.file);
-    if (!guard.isHeld())
-        return {};
-    const bool hasNews = m_core.file.currentStamp() != m_core.file.seenStamp();
-    const LoginStateFile::Content content = m_core.file.read();
-    // Only one product is taken from it: what else is new there, such as a sign-out, is for the next look at the whole.
-    if (hasNews)
-        m_core.file.forgetSeen();
-    return content;
+    return guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
 }
 
 bool ProductStateLoader::loadProduct(const QString& clientKey) {

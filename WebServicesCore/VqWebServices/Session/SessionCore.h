@@ -59,6 +59,10 @@ public:
 
     /// The consumer key of a client's configuration for the current server; empty when it has none.
     [[nodiscard]] QString productKey(const QString& clientKey) const;
+    /// The consumer key by which events name a client: that of its configuration. A key of no client is a consumer key itself.
+    [[nodiscard]] QString subjectKey(const QString& clientKey) const {
+        return clients.contains(clientKey) ? productKey(clientKey) : clientKey;
+    }
     /// The product login session of a client on the current server; null when there is none.
     [[nodiscard]] ProductSessionPointer product(const QString& clientKey) const;
     /// Get or create, with the client's configuration and product applied; null when the client is not configured.
