@@ -2,7 +2,7 @@
 // user's key, the folder of the URL files, the certificate authority, the consumer key and its secret.
 //
 // Commands, one a line: "ask THREADS OFFSET" lets so many threads ask for the access token at once while the clock is OFFSET seconds
-// ahead; "refresh" starts a refresh and does not wait; "status"; "logout"; "quit".
+// ahead; "ask-oauth2 THREADS OFFSET TYPE SCOPE" the same for an OAuth2 token; "refresh" starts a refresh and does not wait; "status"; "logout"; "quit".
 
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/SessionFixture.h"
@@ -15,6 +15,7 @@
 #include <QThread>
 #include <VqWebServices/IWebServicesObserver2.h>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <thread>
 
@@ -33,6 +34,10 @@ public:
         TestKit::AccountServiceProcess::trust(arguments.at(4));
         m_fixture.notifiesProcesses = true;
         m_session = m_fixture.makeSession(m_key, arguments.at(6));
+        WebServicesConfiguration configuration = TestKit::SessionFixture::configuration(m_key, arguments.at(6));
+        configuration.SetOAuth2ConsumerKey(m_key.toStdWString().c_str());
+        configuration.SetOAuth2ConsumerSecret(arguments.at(6).toStdWString().c_str());
+        m_session->SetConfiguration(m_key, configuration);
         m_session->observers().add(this);
         m_session->RestoreLogin(m_key, false);
     }
@@ -44,7 +49,12 @@ public:
     void execute(const QStringList& words) {
         const QString command = words.value(0);
         if (command == QLatin1String("ask"))
-            return ask(words.value(1).toInt(), words.value(2).toLongLong());
+            return ask(words.value(1).toInt(), words.value(2).toLongLong(), [this] { return accessToken(); });
+        if (command == QLatin1String("ask-oauth2")) {
+            const OAuth2TokenSpec spec(words.value(3) == QLatin1String("JWT") ? JWT : RT, words.value(4).toStdWString().c_str());
+            m_session->oauth2().EnableOAuth2(m_key, spec);
+            return ask(words.value(1).toInt(), words.value(2).toLongLong(), [this, spec] { return oauth2Token(spec); });
+        }
         QJsonObject answer;
         if (command == QLatin1String("refresh"))
             answer = {{"started", m_session->RefreshToken(m_key, false)}};
@@ -62,25 +72,32 @@ private:
         print({{"event", event}, {"main", QThread::currentThread() == thread()}});
     }
 
-    void ask(int threadCount, qint64 offset) {
+    void ask(int threadCount, qint64 offset, const std::function<QString()>& question) {
         m_fixture.clockOffset = offset;
         m_left = threadCount;
         m_tokens = {};
         m_longest = 0;
         for (int thread = 0; thread < threadCount; ++thread)
-            m_threads.emplace_back([this] { askOnce(); });
+            m_threads.emplace_back([this, question] { askOnce(question); });
     }
 
-    void askOnce() {
+    void askOnce(const std::function<QString()>& question) {
         QElapsedTimer timer;
         timer.start();
-        Util::SecretBytes token;
-        Util::SecretBytes secret;
-        const bool got = m_session->GetAccessToken(m_key, true, token, secret);
-        const QString text = got ? token.toText() : QString();
+        const QString text = question();
         const qint64 elapsed = timer.elapsed();
         QMetaObject::invokeMethod(
             this, [this, text, elapsed] { took(text, elapsed); }, Qt::QueuedConnection);
+    }
+
+    QString accessToken() {
+        Util::SecretBytes token;
+        Util::SecretBytes secret;
+        return m_session->GetAccessToken(m_key, true, token, secret) ? token.toText() : QString();
+    }
+
+    QString oauth2Token(const OAuth2TokenSpec& spec) {
+        return QString::fromWCharArray(m_session->oauth2().GetOAuth2AccessToken(m_key, &spec, true).GetToken());
     }
 
     void took(const QString& token, qint64 elapsed) {

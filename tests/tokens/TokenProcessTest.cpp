@@ -69,6 +69,26 @@ private slots:
         QCOMPARE(requests() - before, 1);
     }
 
+    // For each kind of token one query, and one refresh when all of them find it expired.
+    void oneOAuth2RequestForAll_data() {
+        QTest::addColumn<QString>("spec");
+        QTest::newRow("RT") << "RT data";
+        QTest::newRow("JWT") << "JWT data";
+    }
+
+    void oneOAuth2RequestForAll() {
+        QFETCH(QString, spec);
+        startAll(key, secret);
+        // The OAuth 1.0 token is renewed on the way; only what is asked of the OAuth2 end point counts.
+        for (const qint64 offset : {0, 3601}) {
+            const int before = oauth2Requests();
+            const QStringList tokens = askAll(offset, QStringLiteral("ask-oauth2 %1 %2 ") + spec);
+            QCOMPARE(tokens.size(), 1);
+            QVERIFY(!tokens.first().isEmpty());
+            QCOMPARE(oauth2Requests() - before, 1);
+        }
+    }
+
     void aKilledRefreshIsDoneByAnother() {
         start(key, secret, 2);
         QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("delay"), {{"delay_ms", 1500}}));
@@ -102,9 +122,9 @@ private:
     }
 
     /// Lets every thread of every process ask at once; the different tokens that they were given.
-    QStringList askAll(qint64 clockOffset) {
+    QStringList askAll(qint64 clockOffset, const QString& command = QStringLiteral("ask %1 %2")) {
         for (const auto& helper : m_helpers)
-            helper->tell(QStringLiteral("ask %1 %2").arg(threadCount).arg(clockOffset));
+            helper->tell(command.arg(threadCount).arg(clockOffset));
         QStringList tokens;
         for (const auto& helper : m_helpers) {
             const QJsonObject answer = helper->answer();
@@ -118,6 +138,7 @@ private:
         return tokens;
     }
 
+    int oauth2Requests() { return m_service.requests(QStringLiteral("oauth2-token")); }
     int requests() { return m_service.requests(QStringLiteral("access-token")); }
 
     TestKit::AccountServiceProcess m_service;
