@@ -1,7 +1,6 @@
 // Cached replies over sign-in, sign-out, refresh and restart, against the account service, which checks every signature.
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -20,20 +19,16 @@ const auto secondSecret = QStringLiteral("demo-secret-0002");
 
 } // namespace
 
-class CacheSessionTest : public QObject {
+class CacheSessionTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
+    void initTestCase() { startService(); }
 
     void init() {
-        QVERIFY(m_service.reset());
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        beginAnew();
         m_session = m_fixture->makeSession();
-        signIn();
+        signIn(*m_session);
     }
 
     void cleanup() {
@@ -117,7 +112,7 @@ private slots:
         QVERIFY(!cacheFile().contains("ada"));
         // What the client has chosen outlives the sign-in, what it got does not.
         QVERIFY(m_session->caches().IsCacheEnabled(key, CacheType::UserInfo));
-        signIn();
+        signIn(*m_session);
         QTRY_VERIFY(m_session->caches().IsCacheAvailable(key, CacheType::UserInfo));
     }
 
@@ -177,20 +172,11 @@ private slots:
     }
 
 private:
-    void signIn() {
-        m_session->RestoreLogin(key, false);
-        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-        QVERIFY(m_service.approve(login.url));
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
-    }
-
     QByteArray cacheFile() const {
         QFile file(QFileInfo(m_fixture->file()).path() + QStringLiteral("/WebServicesCache.xml"));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::unique_ptr<LoginSession> m_session;
 };
 

@@ -1,7 +1,6 @@
 // What happens in one process reaches the observers of every other process of the user, on their main thread, once.
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
 #include "TestKit/TokenHelper.h"
 
@@ -21,18 +20,14 @@ constexpr int promptMs = 1000;
 
 } // namespace
 
-class EventProcessTest : public QObject {
+class EventProcessTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
+    void initTestCase() { startService(); }
 
     void init() {
-        QVERIFY(m_service.reset());
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        beginAnew();
         m_fixture->notifiesProcesses = true;
         m_session = m_fixture->makeSession();
         for (int process = 0; process < processCount; ++process)
@@ -51,7 +46,7 @@ private slots:
     }
 
     void everyProcessHearsOfASignInARefreshAndASignOut() {
-        signIn();
+        signIn(*m_session);
         QVERIFY(allHear(QStringLiteral("LoggedIn")));
         for (const auto& helper : m_helpers) {
             helper->tell(QStringLiteral("status"));
@@ -69,7 +64,7 @@ private slots:
 
     void theServingProcessMayDie() {
         // Whichever of them serves: two in three are killed, one after the other.
-        signIn();
+        signIn(*m_session);
         QVERIFY(allHear(QStringLiteral("LoggedIn")));
         for (int killed = 0; killed < processCount - 3; ++killed) {
             m_helpers.erase(m_helpers.begin());
@@ -81,12 +76,6 @@ private slots:
     }
 
 private:
-    void signIn() {
-        m_session->RestoreLogin(key, false);
-        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
-    }
-
     bool allHear(const QString& event) {
         QElapsedTimer timer;
         timer.start();
@@ -100,8 +89,6 @@ private:
         return true;
     }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::unique_ptr<LoginSession> m_session;
     std::vector<std::unique_ptr<TokenHelper>> m_helpers;
 };

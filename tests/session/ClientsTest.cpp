@@ -1,7 +1,6 @@
 // Several clients of one process: who is registered, who shares a product, and what support sees of it.
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -18,18 +17,14 @@ const auto partner = QStringLiteral("partner");
 
 } // namespace
 
-class ClientsTest : public QObject {
+class ClientsTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
+    void initTestCase() { startService(); }
 
     void init() {
-        QVERIFY(m_service.reset());
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        beginAnew();
         m_session = m_fixture->makeSession(key, secret);
     }
 
@@ -49,7 +44,7 @@ private slots:
 
     // Two clients with one consumer key: the product of the one that stays must not lose its tokens.
     void theLastClientOfAProductEndsIt() {
-        signIn();
+        signIn(*m_session);
         addPartner();
         QCOMPARE(products().size(), 1);
         QVERIFY(m_session->RemoveClient(partner));
@@ -61,7 +56,7 @@ private slots:
 
     // Only one product is read from the file then; that the user was signed out meanwhile is still found afterwards.
     void aProductThatIsReadAloneHidesNoSignOut() {
-        signIn();
+        signIn(*m_session);
         const auto other = m_fixture->makeSession();
         QVERIFY(other->RestoreLogin(key, false));
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
@@ -71,7 +66,7 @@ private slots:
     }
 
     void theStateDumpTellsNoSecrets() {
-        signIn();
+        signIn(*m_session);
         addPartner();
         // The workers start on a thread of their own.
         QTRY_VERIFY(products().at(0).toObject().value("IsTokenRefreshTimerActive").toBool());
@@ -95,12 +90,6 @@ private slots:
     }
 
 private:
-    void signIn() {
-        QVERIFY(m_session->RestoreLogin(key, false));
-        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
-    }
-
     void addPartner() {
         QVERIFY(m_session->AddClient({partner, 1, QStringLiteral("Partner product"), QStringLiteral("/opt/partner")}));
         QVERIFY(m_session->SetConfiguration(partner, TestKit::SessionFixture::configuration(key, secret)));
@@ -112,8 +101,6 @@ private:
     [[nodiscard]] QJsonArray clients() { return part("Clients"); }
     [[nodiscard]] QJsonArray products() { return part("ProductLoginSessions"); }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::unique_ptr<LoginSession> m_session;
 };
 

@@ -1,7 +1,6 @@
 // The whole sign-in and sign-out against the account service, which checks every signature with another OAuth library.
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -42,18 +41,14 @@ private:
 
 } // namespace
 
-class SignInTest : public QObject {
+class SignInTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
+    void initTestCase() { startService(); }
 
     void init() {
-        QVERIFY(m_service.reset());
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        beginAnew();
         m_session = m_fixture->makeSession();
     }
 
@@ -62,7 +57,7 @@ private slots:
     void signsIn() {
         Observer observer;
         m_session->observers().add(&observer);
-        signInAs(*m_session);
+        signIn(*m_session);
         QCOMPARE(observer.heard, QStringList({"LoginRestored", "LoggedIn"}));
         QVERIFY(m_session->isLoginValid(key));
         QCOMPARE(m_session->basicState().userName, QStringLiteral("ada"));
@@ -70,7 +65,7 @@ private slots:
     }
 
     void aRestartedProcessAndAnotherOneAreSignedIn() {
-        signInAs(*m_session);
+        signIn(*m_session);
         m_session.reset();
         m_session = m_fixture->makeSession();
         QVERIFY(m_session->RestoreLogin(key, false));
@@ -78,7 +73,7 @@ private slots:
     }
 
     void aSignOutReachesTheOtherProcess() {
-        signInAs(*m_session);
+        signIn(*m_session);
         const auto other = m_fixture->makeSession();
         other->RestoreLogin(key, false);
         Observer observer;
@@ -91,7 +86,7 @@ private slots:
         QCOMPARE(observer.heard, QStringList({"LoggedOut"}));
         QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
         // And back: a sign-in within the same second reaches the other one as well.
-        signInAs(*m_session);
+        signIn(*m_session);
         QVERIFY(other->isLoggedIn(key));
         QCOMPARE(observer.heard, QStringList({"LoggedOut", "LoggedIn"}));
         QCOMPARE(sendSigned(*other).value("user").toString(), QStringLiteral("ada"));
@@ -163,7 +158,7 @@ private slots:
         QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
         QCOMPARE(static_cast<int>(login.error), error);
         QVERIFY(m_service.reset());
-        signInAs(*m_session);
+        signIn(*m_session);
         QVERIFY(m_session->isLoggedIn(key));
     }
 
@@ -254,7 +249,7 @@ private slots:
     }
 
     void anObserverMayVetoTheSignOut() {
-        signInAs(*m_session);
+        signIn(*m_session);
         Observer observer;
         observer.vetoes = true;
         m_session->observers().add(&observer);
@@ -279,7 +274,7 @@ private slots:
         };
         m_session->observers().add(&first);
         m_session->observers().add(&second);
-        signInAs(*m_session);
+        signIn(*m_session);
         QVERIFY(!m_session->isLoggedIn(QString()));
         QVERIFY(!second.heard.contains("LoggedIn"));
         QVERIFY(m_fixture->hasLogged(
@@ -320,7 +315,7 @@ private slots:
     }
 
     void signsOutHereWhenTheServiceCannotBeReached() {
-        signInAs(*m_session);
+        signIn(*m_session);
         QVERIFY(m_service.addFault("invalidate-token", "drop", {}, -1));
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         QVERIFY(m_session->Logout(key, error, false));
@@ -331,7 +326,7 @@ private slots:
     }
 
     void doesNotSignWithAnExpiredTokenThatCannotBeRefreshed() {
-        signInAs(*m_session);
+        signIn(*m_session);
         m_fixture->clockOffset = 2 * 3600;
         QVERIFY(m_service.addFault("access-token", "status", {{"status", 500}}, -1));
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
@@ -343,7 +338,7 @@ private slots:
     }
 
     void signsFromManyThreads() {
-        signInAs(*m_session);
+        signIn(*m_session);
         std::vector<std::thread> threads;
         std::atomic<int> signedCount{0};
         for (int thread = 0; thread < 8; ++thread) {
@@ -358,7 +353,7 @@ private slots:
     }
 
     void changesTheServer() {
-        signInAs(*m_session);
+        signIn(*m_session);
         QVERIFY(m_session->ChangeServer(key, Production, true));
         QVERIFY(m_session->isLoggedIn(key));
         Observer observer;
@@ -373,14 +368,6 @@ private slots:
     }
 
 private:
-    void signInAs(LoginSession& session) {
-        session.RestoreLogin(key, false);
-        const InitiatedLogin login = session.InitiateLogin(key, QString());
-        QCOMPARE(login.code, LoginCode::success);
-        QVERIFY(m_service.approve(login.url));
-        QCOMPARE(session.CompleteLogin(key, nullptr), LoginCode::success);
-    }
-
     SigningOrder order() const {
         SigningOrder made;
         made.request.url = QUrl(m_service.url() + QStringLiteral("/api/echo?a=b%20c&a=b&empty="));
@@ -397,8 +384,6 @@ private:
         return QJsonDocument::fromJson(reply->readAll()).object();
     }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::unique_ptr<LoginSession> m_session;
 };
 

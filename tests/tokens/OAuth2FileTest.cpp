@@ -11,7 +11,7 @@ class OAuth2FileTest : public OAuth2Fixture {
 
 private slots:
     void initTestCase() { startService(); }
-    void init() { signIn(); }
+    void init() { begin(); }
     void cleanup() { end(); }
 
     void anotherProcessAdopts() {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 #include "Tokens/RetrySchedules.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
@@ -34,21 +33,13 @@ public:
 };
 
 /// What the tests of OAuth2 tokens share: a product that is signed in at the account service, and looks at what was sent and stored.
-class OAuth2Fixture : public QObject {
+class OAuth2Fixture : public TestKit::ServiceTest {
 protected:
-    void startService() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
-
-    void signIn() {
-        QVERIFY(m_service.reset());
+    void begin() {
+        beginAnew();
         RetrySchedules::instance().clear();
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
         m_session = makeSession({});
-        m_session->RestoreLogin(key, false);
-        QVERIFY(m_service.approve(m_session->InitiateLogin(key, QString()).url));
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
+        signIn(*m_session);
     }
 
     void end() {
@@ -156,8 +147,6 @@ protected:
         return textOf(productNode(), data.type == RT ? "1" : "2", data.legacy ? QStringLiteral("legacy") : data.scope);
     }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::unique_ptr<LoginSession> m_session;
     QDomDocument m_document;
 };

@@ -11,7 +11,7 @@ class OAuth2RefreshTest : public OAuth2Fixture {
 
 private slots:
     void initTestCase() { startService(); }
-    void init() { signIn(); }
+    void init() { begin(); }
     void cleanup() { end(); }
 
     void refreshesAheadOfTime() {

@@ -1,7 +1,6 @@
 // Many processes of one user whose token expires at the same moment: one of them does the work for all.
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
 #include "TestKit/TokenHelper.h"
 
@@ -25,22 +24,16 @@ constexpr int threadCount = 4;
 
 } // namespace
 
-class TokenProcessTest : public QObject {
+class TokenProcessTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
+    void initTestCase() { startService(); }
 
     void init() {
-        QVERIFY(m_service.reset());
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        beginAnew();
         const auto session = m_fixture->makeSession();
-        session->RestoreLogin(key, false);
-        QVERIFY(m_service.approve(session->InitiateLogin(key, QString()).url));
-        QCOMPARE(session->CompleteLogin(key, nullptr), LoginCode::success);
+        signIn(*session);
     }
 
     void cleanup() { m_helpers.clear(); }
@@ -141,8 +134,6 @@ private:
     int oauth2Requests() { return m_service.requests(QStringLiteral("oauth2-token")); }
     int requests() { return m_service.requests(QStringLiteral("access-token")); }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::vector<std::unique_ptr<TokenHelper>> m_helpers;
     qint64 m_longest = 0;
 };

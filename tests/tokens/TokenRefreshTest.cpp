@@ -1,7 +1,6 @@
 // Access tokens that stay fresh: queries and refreshes against the account service, which checks every signature.
 
-#include "TestKit/AccountServiceProcess.h"
-#include "TestKit/SessionFixture.h"
+#include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
 
 #include <QElapsedTimer>
@@ -28,20 +27,16 @@ public:
 
 } // namespace
 
-class TokenRefreshTest : public QObject {
+class TokenRefreshTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() {
-        QVERIFY(m_service.start());
-        SupportFiles::setSearchPaths(m_service.folder());
-    }
+    void initTestCase() { startService(); }
 
     void init() {
-        QVERIFY(m_service.reset());
-        m_fixture = std::make_unique<TestKit::SessionFixture>();
+        beginAnew();
         m_session = m_fixture->makeSession();
-        signIn();
+        signIn(*m_session);
         m_before = m_service.requests(QStringLiteral("access-token"));
     }
 
@@ -288,13 +283,6 @@ private slots:
     }
 
 private:
-    void signIn() {
-        m_session->RestoreLogin(key, false);
-        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-        QVERIFY(m_service.approve(login.url));
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
-    }
-
     void expire() { m_fixture->clockOffset += 3601; }
 
     int queries() { return m_service.requests(QStringLiteral("access-token")) - m_before; }
@@ -330,8 +318,6 @@ private:
         m_fixture->writeFile(document.toByteArray());
     }
 
-    TestKit::AccountServiceProcess m_service;
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
     std::unique_ptr<LoginSession> m_session;
     int m_before = 0;
 };

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "TestKit/AccountServiceProcess.h"
+#include "TestKit/SessionFixture.h"
+
+#include <QtTest>
+#include <memory>
+
+namespace Velquor::TestKit {
+
+/// What tests of a session against the account service share: the service, the folders of one user, and a sign-in.
+///
+/// Thread: the test's. Owner: the test, which derives from it and keeps its sessions behind what is here.
+class ServiceTest : public QObject {
+protected:
+    void startService() {
+        QVERIFY(m_service.start());
+        WebServices::SupportFiles::setSearchPaths(m_service.folder());
+    }
+
+    /// A service that has seen nobody yet, and a user who has no files.
+    void beginAnew() {
+        QVERIFY(m_service.reset());
+        m_fixture = std::make_unique<SessionFixture>();
+    }
+
+    /// Restores the session, and signs the user in with the product of this key.
+    void signIn(WebServices::LoginSession& session, const QString& key = QStringLiteral("demo-product-0001")) {
+        session.RestoreLogin(key, false);
+        const WebServices::InitiatedLogin login = session.InitiateLogin(key, QString());
+        QCOMPARE(login.code, WebServices::LoginCode::success);
+        QVERIFY(m_service.approve(login.url));
+        QCOMPARE(session.CompleteLogin(key, nullptr), WebServices::LoginCode::success);
+    }
+
+    AccountServiceProcess m_service;
+    std::unique_ptr<SessionFixture> m_fixture;
+};
+
+} // namespace Velquor::TestKit
