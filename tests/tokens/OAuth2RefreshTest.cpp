@@ -124,7 +124,7 @@ private slots:
 
     void aScheduleIsFollowedToItsEnd() {
         QFETCH(bool, isEmpty);
-        RetrySchedules::instance().set(isEmpty ? RetrySchedule{} : RetrySchedule{150, {{100, 100}}});
+        RetrySchedules::instance().set(isEmpty ? RetrySchedule{} : RetrySchedule{1500, {{1000, 1000}}});
         Observer observer;
         m_session->observers().add(&observer);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
