@@ -1,7 +1,5 @@
 #include "VqUtil/General/AtomicFile.h"
 
-#include "VqUtil/Platform/FileAccess.h"
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -18,13 +16,13 @@ constexpr int longestWaitMs = 5000;
 constexpr int asideCount = 3;
 const auto temporaryMark = QStringLiteral(".writing-");
 
-ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error) {
-    ReplaceResult result = replaceFile(from, to, error);
+ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error, Flush flush) {
+    ReplaceResult result = replaceFile(from, to, error, flush);
     int pauseMs = firstPauseMs;
     for (int waitedMs = 0; result == ReplaceResult::Busy && waitedMs < longestWaitMs; waitedMs += pauseMs) {
         QThread::msleep(static_cast<unsigned long>(pauseMs));
         pauseMs = qMin(pauseMs * 2, longestPauseMs);
-        result = replaceFile(from, to, error);
+        result = replaceFile(from, to, error, flush);
     }
     return result;
 }
@@ -49,11 +47,11 @@ ReadResult read(const QString& path, qint64 maximumSize) {
     return {ReadResult::Status::Read, data, {}};
 }
 
-bool write(const QString& path, const QByteArray& data, QString* error) {
+bool write(const QString& path, const QByteArray& data, QString* error, Flush flush) {
     const QString temporary = path + temporaryMark + QUuid::createUuid().toString(QUuid::Id128);
-    if (!writeOwnerOnlyFile(temporary, data, error))
+    if (!writeOwnerOnlyFile(temporary, data, error, flush))
         return false;
-    if (replacePatiently(temporary, path, error) == ReplaceResult::Done)
+    if (replacePatiently(temporary, path, error, flush) == ReplaceResult::Done)
         return true;
     QFile::remove(temporary);
     return false;

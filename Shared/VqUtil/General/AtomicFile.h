@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VqUtil/Platform/FileAccess.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -19,9 +21,9 @@ struct ReadResult {
 /// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`.
 [[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
 
-/// Writes the data beside the file, owner-only and flushed, and moves it into place. A target that another process holds open
-/// is tried again for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
-[[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error);
+/// Writes the data beside the file, owner-only, and moves it into place. A target that another process holds open is tried again
+/// for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
+[[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error, Flush flush = Flush::Yes);
 
 /// The files beside `path` that its new content is being written to, or was by a process that died.
 [[nodiscard]] QStringList temporaries(const QString& path);

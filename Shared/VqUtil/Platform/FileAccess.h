@@ -11,9 +11,12 @@ namespace Velquor::Util {
 /// Creates the folder with its parents when it is missing and takes every right of others away from it.
 [[nodiscard]] bool ensureOwnerOnlyFolder(const QString& folder);
 
-/// Creates the file, which must not exist, readable and writable by its owner only, writes the data and flushes it to the disk.
+/// Whether a file must survive a power cut. One that need not, such as news of a moment, spares its writer the wait for the disk.
+enum class Flush { Yes, No };
+
+/// Creates the file, which must not exist, readable and writable by its owner only, and writes the data.
 /// A file that could not be written whole is removed again. `error` receives the system's text when it is given.
-[[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr);
+[[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr, Flush flush = Flush::Yes);
 
 /// What tells one content of a file from another without reading it.
 struct FileStamp {
@@ -31,8 +34,8 @@ struct FileStamp {
 
 enum class ReplaceResult { Done, Busy, Failed };
 
-/// Moves `from` over `to` in one step, so that a reader sees the old file or the new one, and makes the move durable.
+/// Moves `from` over `to` in one step, so that a reader sees the old file or the new one.
 /// `Busy` means that another process holds the target open for the moment: trying again may help.
-[[nodiscard]] ReplaceResult replaceFile(const QString& from, const QString& to, QString* error = nullptr);
+[[nodiscard]] ReplaceResult replaceFile(const QString& from, const QString& to, QString* error = nullptr, Flush flush = Flush::Yes);
 
 } // namespace Velquor::Util

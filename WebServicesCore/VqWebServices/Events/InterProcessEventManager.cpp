@@ -51,7 +51,8 @@ void InterProcessEventManager::RaiseEvent(int id, const QVariantMap& params) {
             QStringLiteral("InterProcessEventManager::RaiseEvent called in a different thread. Cannot stop timer."));
     QString error;
     const QByteArray document = writeEventDocument({QCoreApplication::applicationPid(), id, params});
-    if (!Util::AtomicFile::write(m_eventFile, document, &error))
+    // It lives for a minute; a power cut ends those whom it tells something.
+    if (!Util::AtomicFile::write(m_eventFile, document, &error, Util::Flush::No))
         m_logger->error(QStringLiteral("Failed to write event file %1. %2").arg(m_eventFile, error));
     else
         touchTrigger();

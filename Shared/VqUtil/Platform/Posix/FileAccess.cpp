@@ -22,7 +22,7 @@ bool fail(QString* error) {
     return false;
 }
 
-bool writeWhole(int descriptor, const QByteArray& data) {
+bool writeWhole(int descriptor, const QByteArray& data, Flush flush) {
     qint64 written = 0;
     while (written < data.size()) {
         const ssize_t count = ::write(descriptor, data.constData() + written, static_cast<size_t>(data.size() - written));
@@ -32,7 +32,7 @@ bool writeWhole(int descriptor, const QByteArray& data) {
             return false;
         written += count;
     }
-    return ::fsync(descriptor) == 0;
+    return flush == Flush::No || ::fsync(descriptor) == 0;
 }
 
 } // namespace
@@ -52,12 +52,12 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return info.st_uid != ::geteuid() || (info.st_mode & 077) == 0 || ::chmod(path.constData(), 0700) == 0;
 }
 
-bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error) {
+bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error, Flush flush) {
     const QByteArray name = QFile::encodeName(path);
     const FileDescriptor file(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.isValid())
         return fail(error);
-    if (writeWhole(file.get(), data))
+    if (writeWhole(file.get(), data, flush))
         return true;
     fail(error);
     ::unlink(name.constData());
@@ -71,12 +71,14 @@ FileStamp fileStamp(const QString& path) {
     return {info.st_mtim.tv_sec * 1000000000LL + info.st_mtim.tv_nsec, info.st_size, info.st_ino};
 }
 
-ReplaceResult replaceFile(const QString& from, const QString& to, QString* error) {
+ReplaceResult replaceFile(const QString& from, const QString& to, QString* error, Flush flush) {
     const QByteArray target = QFile::encodeName(to);
     if (::rename(QFile::encodeName(from).constData(), target.constData()) != 0) {
         fail(error);
         return ReplaceResult::Failed;
     }
+    if (flush == Flush::No)
+        return ReplaceResult::Done;
     // The move is done and visible; flushing the folder makes it survive a power cut. Some file systems refuse that flush.
     const FileDescriptor folder(
         ::open(QFile::encodeName(QFileInfo(to).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -27,7 +27,7 @@ bool fail(DWORD code, QString* error) {
 }
 
 // The code of the failure, 0 for none.
-DWORD writeWhole(HANDLE file, const QByteArray& data) {
+DWORD writeWhole(HANDLE file, const QByteArray& data, Flush flush) {
     int written = 0;
     while (written < data.size()) {
         DWORD count = 0;
@@ -38,6 +38,8 @@ DWORD writeWhole(HANDLE file, const QByteArray& data) {
             return done ? ERROR_WRITE_FAULT : code;
         written += static_cast<int>(count);
     }
+    if (flush == Flush::No)
+        return ERROR_SUCCESS;
     const BOOL flushed = ::FlushFileBuffers(file);
     const DWORD code = ::GetLastError();
     return flushed ? ERROR_SUCCESS : code;
@@ -114,7 +116,7 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && takeRightsOfOthersAway(path);
 }
 
-bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error) {
+bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error, Flush flush) {
     const std::wstring name = nativePath(path);
     OwnerOnlySecurity security(OwnerOnlySecurity::Kind::File);
     if (!security.isValid())
@@ -126,7 +128,7 @@ bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* er
         code = ::GetLastError();
         if (!file.isValid())
             return fail(code, error);
-        code = writeWhole(file.get(), data);
+        code = writeWhole(file.get(), data, flush);
     }
     if (code == ERROR_SUCCESS)
         return true;
@@ -154,9 +156,9 @@ FileStamp fileStamp(const QString& path) {
     return stamp(info.ftLastWriteTime, info.nFileSizeHigh, info.nFileSizeLow, identity);
 }
 
-ReplaceResult replaceFile(const QString& from, const QString& to, QString* error) {
-    const BOOL moved =
-        ::MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+ReplaceResult replaceFile(const QString& from, const QString& to, QString* error, Flush flush) {
+    const DWORD flags = MOVEFILE_REPLACE_EXISTING | (flush == Flush::Yes ? MOVEFILE_WRITE_THROUGH : 0);
+    const BOOL moved = ::MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(), flags);
     const DWORD code = ::GetLastError();
     if (moved)
         return ReplaceResult::Done;
