@@ -28,14 +28,15 @@ public:
     /// switched off keeps its value and does not renew it.
     void EnableCache(bool enable);
 
-    /// Discards the value in memory; a cache that is enabled asks the web service for a new one. The file keeps its value until then.
+    /// Discards the value in memory; a cache that is enabled asks the web service for a new one. The file keeps its value until
+    /// then.
     void InvalidateCache();
 
     /// Discards the value in memory and in the cache file.
     void DeleteCache();
 
-    /// How old a value may become before it is renewed, in seconds; 86400 unless set. 0: a value is never renewed. A value is looked
-    /// at once in the interval, and at least every 3600 seconds.
+    /// How old a value may become before it is renewed, in seconds; 86400 unless set. 0: a value is never renewed. A value is
+    /// looked at once in the interval, and at least every 3600 seconds.
     void SetUpdateInterval(unsigned int seconds);
 
 Q_SIGNALS:
@@ -46,9 +47,11 @@ protected:
     /// Takes the implementation over; it becomes a child of this object.
     explicit Cache(CacheImp* imp);
 
-    /// The value was read from the cache file, or has come from the web service.
+    /** @{ */
+    /// The value was read from the cache file (`CacheLoadedOverride`), or has come from the web service (`CacheUpdatedOverride`).
     virtual void CacheLoadedOverride();
     virtual void CacheUpdatedOverride();
+    /** @} */
     /// Forget what was parsed.
     virtual void ClearCacheOverride();
     /// Parses a reply and keeps what it says. False for a reply that is not understood; what was kept before stays then.

@@ -8,9 +8,11 @@ namespace Velquor::WebServices {
 /// finds out at each delivery whether an observer implements it. Consumer keys are null-terminated and valid during the call.
 class IWebServicesObserver3 : public IWebServicesObserver2 {
 public:
+    /** @{ */
     /// OAuth2 was switched on or off for the product, in this process or another one.
     virtual void OAuth2Enabled(const wchar_t* consumerKey) { static_cast<void>(consumerKey); }
     virtual void OAuth2Disabled(const wchar_t* consumerKey) { static_cast<void>(consumerKey); }
+    /** @} */
 
     /// A process of the user has got an OAuth2 token for the product.
     virtual void OAuth2TokenAcquired(const wchar_t* consumerKey) { static_cast<void>(consumerKey); }

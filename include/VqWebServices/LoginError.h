@@ -18,8 +18,8 @@ enum class LoginErrorEx {
 /// Why a sign-in could not be initiated, in short: `LoginErrorEx` 3 and 4 are 1, every other failure is 2.
 enum class LoginError {
     None = 0,
-    NoConnection = 1,
-    Other = 2,
+    NoConnection = 1, ///< The service could not be reached, or not securely.
+    Other = 2,        ///< Anything else.
 };
 
 } // namespace Velquor::WebServices

@@ -11,9 +11,12 @@ class OAuth2TokenImp;
 /// Thread: any, one at a time for each object. Owner: the caller.
 class VQWEBSERVICES_EXPORT OAuth2Token {
 public:
+    /** @{ */
+    /// An empty token with the default spec, or a copy that shares nothing.
     OAuth2Token();
     OAuth2Token(const OAuth2Token& other);
     OAuth2Token& operator=(const OAuth2Token& other);
+    /** @} */
     ~OAuth2Token();
 
     /// True when the token text is not empty.
@@ -29,11 +32,14 @@ public:
     /// smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
     int GetToken(wchar_t* buffer, int size) const;
 
+    /// A copy of the spec.
     OAuth2TokenSpec GetSpec() const;
 
-    /// Equal tokens (unit by unit) with equal specs.
+    /** @{ */
+    /// Tokens are equal when their texts (unit by unit) and their specs are.
     bool operator==(const OAuth2Token& other) const;
     bool operator!=(const OAuth2Token& other) const;
+    /** @} */
 
 private:
     friend class OAuth2TokenImp;

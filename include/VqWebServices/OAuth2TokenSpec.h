@@ -8,36 +8,45 @@ class OAuth2TokenSpecImp;
 
 /// The kinds of OAuth2 token. The numbers travel in files and JSON; 0 is invalid.
 enum OAuth2TokenType : int {
-    InvalidTokenType = 0,
-    RT = 1,
-    JWT = 2,
+    InvalidTokenType = 0, ///< No token can be asked for with it.
+    RT = 1,               ///< The kind of a product's default token.
+    JWT = 2,              ///< A JSON web token.
 };
 
 /// Identifies an OAuth2 token by type and scope.
 ///
 /// A scope is normalised when it is set: trimmed, split at blanks, sorted ignoring case, joined by single blanks; so the
 /// order and the case of scope words make no difference to equality.
-/// Thread: any, one at a time for each object. Owner: the caller.
+/// Thread: any, one at a time for each object. Owner: the caller. Errors: none.
 class VQWEBSERVICES_EXPORT OAuth2TokenSpec {
 public:
     /// Type `RT`, the empty scope.
     OAuth2TokenSpec();
+    /// This type, and the scope as `SetScope` stores it.
     OAuth2TokenSpec(OAuth2TokenType type, const wchar_t* scope);
+    /** @{ */
+    /// Copies share nothing.
     OAuth2TokenSpec(const OAuth2TokenSpec& other);
     OAuth2TokenSpec& operator=(const OAuth2TokenSpec& other);
+    /** @} */
     ~OAuth2TokenSpec();
 
+    /// The type that was set; it is not checked.
     OAuth2TokenType GetType() const;
-    /// Always true.
+    /// Stores the type; always true.
     bool SetType(OAuth2TokenType type);
 
-    /// Text buffer rule.
+    /// The normalised scope; text buffer rule.
     int GetScope(wchar_t* buffer, int size) const;
     /// Normalises and stores the scope; always true. A null pointer counts as the empty text.
     bool SetScope(const wchar_t* scope);
 
+    /** @{ */
+    /// Specs are equal when their types are, and their scopes ignoring case. The spec of the token that
+    /// `WebServicesManager::EnableOAuth2` enables with true equals none that is made here.
     bool operator==(const OAuth2TokenSpec& other) const;
     bool operator!=(const OAuth2TokenSpec& other) const;
+    /** @} */
 
 private:
     friend class OAuth2TokenSpecImp;

@@ -5,8 +5,8 @@ namespace Velquor::WebServices {
 /// One parameter of a request to sign, not percent-encoded: a query parameter, or a field of a form body
 /// (RFC 5849, section 3.4.1.3.1). Both texts are null-terminated; a null value counts as the empty text, a null name is refused.
 struct RequestParam {
-    const wchar_t* name;
-    const wchar_t* value;
+    const wchar_t* name;  ///< Not null and not empty; stays the caller's.
+    const wchar_t* value; ///< May be null; stays the caller's.
 };
 
 /// The HTTP methods known to the signer.

@@ -11,9 +11,10 @@ namespace Velquor::StdUtil {
 struct RetrySchedule {
     /// For so many milliseconds, try again after each so many. The interval of the last entry stays until the maximum period ends.
     struct Entry {
-        qint64 period = 0;
-        qint64 interval = 0;
+        qint64 period = 0;   ///< Milliseconds that this entry is in force; not negative.
+        qint64 interval = 0; ///< Milliseconds between two tries; at least 1, and short enough for a timer.
 
+        /// The same milliseconds.
         bool operator==(const Entry& other) const { return period == other.period && interval == other.interval; }
     };
 
@@ -22,10 +23,13 @@ struct RetrySchedule {
     /// None: nothing is tried again.
     std::vector<Entry> entries;
 
+    /** @{ */
+    /// Schedules are equal when they have the same end and the same entries in the same order.
     bool operator==(const RetrySchedule& other) const {
         return maximumPeriod == other.maximumPeriod && entries == other.entries;
     }
     bool operator!=(const RetrySchedule& other) const { return !(*this == other); }
+    /** @} */
 };
 
 } // namespace Velquor::StdUtil

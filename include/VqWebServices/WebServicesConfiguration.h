@@ -9,24 +9,34 @@ class WebServicesConfigurationImp;
 
 /// The configuration of one product (client) for one server: its OAuth keys and its identity.
 ///
-/// Setters take null-terminated text and store it as given; a null pointer counts as the empty text. Getters follow the
-/// text buffer rule (VqWebServicesGlobal.h). Copies share nothing. Keys and secrets are sealed in memory and never logged.
-/// Thread: any, one at a time for each object. Owner: the caller.
+/// Setters take null-terminated text and store it as given; a null pointer counts as the empty text, the default of every text.
+/// Getters follow the text buffer rule (VqWebServicesGlobal.h). Copies share nothing. Keys and secrets are sealed in memory and
+/// never logged.
+///
+/// Thread: any, one at a time for each object. Owner: the caller. Errors: none; `SetConfiguration` of the facades checks the whole.
 class VQWEBSERVICES_EXPORT WebServicesConfiguration {
 public:
+    /** @{ */
+    /// An empty configuration for `Production`, or a copy.
     WebServicesConfiguration();
     WebServicesConfiguration(const WebServicesConfiguration& other);
     WebServicesConfiguration& operator=(const WebServicesConfiguration& other);
+    /** @} */
     virtual ~WebServicesConfiguration();
 
+    /** @{ */
     /// The OAuth 1.0 consumer key; it also identifies the product (client key). Required.
     void SetConsumerKey(const wchar_t* text);
     int GetConsumerKey(wchar_t* buffer, int size) const;
+    /** @} */
 
+    /** @{ */
     /// The OAuth 1.0 consumer secret. Required.
     void SetConsumerSecret(const wchar_t* text);
     int GetConsumerSecret(wchar_t* buffer, int size) const;
+    /** @} */
 
+    /** @{ */
     /// Identity of the installed product, sent with the request for a request token when not empty.
     void SetSerialNumber(const wchar_t* text);
     int GetSerialNumber(wchar_t* buffer, int size) const;
@@ -42,22 +52,30 @@ public:
     int GetFeatureName(wchar_t* buffer, int size) const;
     void SetFeatureVersion(const wchar_t* text);
     int GetFeatureVersion(wchar_t* buffer, int size) const;
+    /** @} */
 
+    /** @{ */
     /// Inert, kept for compatibility of the exported interface: the argument is ignored, the result is the empty text.
     void SetCIPUserId(const wchar_t* text);
     int GetCIPUserId(wchar_t* buffer, int size) const;
+    /** @} */
 
+    /** @{ */
     /// The server this configuration is for; `Production` unless set.
     void SetServer(Server server);
     Server GetServer() const;
+    /** @} */
 
-    /// The OAuth2 client that obtains OAuth2 tokens; empty when the product uses none.
+    /** @{ */
+    /// The OAuth2 client (key and secret) that obtains OAuth2 tokens, and the scope of the default one, words separated by
+    /// blanks; empty when the product uses none.
     void SetOAuth2ConsumerKey(const wchar_t* text);
     int GetOAuth2ConsumerKey(wchar_t* buffer, int size) const;
     void SetOAuth2ConsumerSecret(const wchar_t* text);
     int GetOAuth2ConsumerSecret(wchar_t* buffer, int size) const;
     void SetOAuth2AccessTokenScope(const wchar_t* text);
     int GetOAuth2AccessTokenScope(wchar_t* buffer, int size) const;
+    /** @} */
 
 private:
     friend class WebServicesConfigurationImp;

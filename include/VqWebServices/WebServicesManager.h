@@ -21,16 +21,24 @@ class WebServicesManagerImp;
 /// `Initialize` first, on the main thread; then `GetInstance`, `SetConfiguration` for each server, `RestoreLogin`. Every
 /// operation may be called from any thread and from inside an observer. A call that comes while the library is not initialized
 /// has its failure result and logs one line. Owner: the library.
+///
+/// What the web services know of the user (profile, entitlements, quota) is cached: the first request switches the cache on; a
+/// value that is known, also from an earlier run, is given out at once whatever its age and renewed in the background. Only a
+/// value that is not known is waited for, at most 63 seconds.
+///
+/// OAuth2 tokens are obtained in exchange for the access token, and kept and renewed for as long as they are enabled. Proxy
+/// credentials are kept for all products of the user in the login state file.
 class VQWEBSERVICES_EXPORT WebServicesManager {
 public:
     // Life of the library; any thread, but `Initialize` and the last `Uninitialize` on the main thread
 
     /// Starts the library, or counts one more user of it. The first call reads the log configuration, creates an application
     /// object when the host has none, and must come from the host's main thread, on which observers are then called.
+    /// Always true: what the start-up could not do is in the log.
     static bool Initialize();
 
-    /// The same; with `enableOAuth2` the process's client gets OAuth2 tokens of type `RT` with the scope of its configuration. A library
-    /// that is initialized already stays as it is.
+    /// The same; with `enableOAuth2` the process's client gets OAuth2 tokens of type `RT` with the scope of its configuration. A
+    /// library that is initialized already stays as it is.
     static bool Initialize(bool enableOAuth2);
     /// The second argument is ignored; it is kept for compatibility of the exported interface.
     static bool Initialize(bool enableOAuth2, bool);
@@ -40,6 +48,7 @@ public:
     /// Counts one user less; the last one shuts the library down. Always true.
     static bool Uninitialize();
 
+    /// True while `Initialize` was called more often than `Uninitialize`.
     static bool IsInitialized();
 
     /// The facade; null while the library is not initialized.
@@ -55,6 +64,7 @@ public:
     /// Adds the folders "plugins" beside the executable and beside the library to Qt's plug-in search path; `Initialize` does it
     /// too.
     static void SetDefaultPluginSearchPaths();
+    /// Adds this folder to Qt's plug-in search path. Before `Initialize`, best before Qt's application object is made.
     static void AddPluginSearchPath(const wchar_t* path);
 
     /// For hosts whose main loop is not Qt's: delivers the library's events with every message that the calling thread takes from
@@ -130,14 +140,15 @@ public:
     /// none (result 0).
     int GetLoginCookie(unsigned char*& cookie);
 
-    // What the web services know of the user. The replies are cached: the first request switches the cache on; a value that is known,
-    // also from an earlier run, is given out at once whatever its age and renewed in the background. Only a value that is not known
-    // is waited for, at most 63 seconds.
+    // What the web services know of the user
 
-    /// The user's e-mail address, first and last name; text buffer rule. Empty when the client is not signed in or nothing is known.
+    /** @{ */
+    /// The user's e-mail address, first and last name; text buffer rule. Empty when the client is not signed in or nothing is
+    /// known.
     int GetUserEmail(wchar_t* buffer, int size);
     int GetUserFirstName(wchar_t* buffer, int size);
     int GetUserLastName(wchar_t* buffer, int size);
+    /** @} */
 
     /// The whole reply about the user, an XML text. `text` was allocated with `new wchar_t[]` and is freed by the caller with
     /// `delete[]`; false and null when the client is not signed in or nothing is known.
@@ -149,11 +160,13 @@ public:
     /// with `new wchar_t[]` and is freed by the caller with `delete[]`.
     ServiceEntitlement GetServiceEntitlement(const wchar_t* service, wchar_t*& text);
 
+    /** @{ */
     /// The whole reply about the services that the user may use, or what it says of one service, as an XML text. `text` was
     /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed in,
     /// nothing is known or the reply does not name the service.
     bool GetServiceEntitlementEx(wchar_t*& text);
     bool GetServiceEntitlementEx(const wchar_t* service, wchar_t*& text);
+    /** @} */
 
     /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not signed
     /// in or nothing is known.
@@ -168,35 +181,41 @@ public:
     /// True when the client is signed in and the cache has a value.
     bool IsCacheAvailable(CacheType type);
 
-    /// Discards the value, so that the web service is asked for a new one. Returns at once.
+    /// Discards the value, so that the web service is asked for a new one. Returns at once; without effect when the client is not
+    /// signed in.
     void InvalidateCache(CacheType type);
 
     // Signing in and out
 
-    /// Restores the sign-in of all products from the login state file; to be called once after `SetConfiguration`.
+    /// Restores the sign-in of all products from the login state file; to be called once after `SetConfiguration`. True also when
+    /// nobody is signed in or it was restored before; false when the client is unknown or no real server is current. Works
+    /// without the network.
     bool RestoreLogin();
 
-    /// Obtains the URL of the sign-in page for the browser (text buffer rule; 8192 units suffice in practice). All forms end in
-    /// the last one. `userName` is a hint for the service, such as the domain of the user; it may be null. `error` and
+    /** @{ */
+    /// Obtains the URL of the sign-in page for the browser (text buffer rule; 8192 units suffice in practice). All forms do
+    /// the same. `userName` is a hint for the service, such as the domain of the user; it may be null. `error` and
     /// `httpStatus` say why it failed; the status is 0 when no reply was received. False when `url` is null or `size` below 1 (no
     /// request is sent then). Waits for the network, at most 60 seconds.
     bool InitiateLogin(wchar_t* url, int size);
     bool InitiateLogin(wchar_t* url, int size, LoginError& error, int& httpStatus);
-    /// The second argument is ignored; it is kept for compatibility of the exported interface.
+    /// The same; the second argument is ignored and kept for compatibility of the exported interface.
     bool InitiateLogin(const wchar_t* userName, int, wchar_t* url, int size, LoginError& error, int& httpStatus);
     bool InitiateLogin(const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error, int& httpStatus);
+    /** @} */
 
-    /// Completes the sign-in after the browser step, without cookies. Waits for the network, at most 60 seconds.
+    /// Completes the sign-in after the browser step, without cookies. True when the user is signed in. False when no sign-in was
+    /// initiated or the service refuses it; nobody is signed in or out then. Waits for the network, at most 60 seconds.
     bool CompleteLogin();
 
-    /// Completes the sign-in with the cookies that the browser got.
+    /// The same with the cookies that the browser got, which are copied.
     bool CompleteLogin(const NetworkCookieJar& cookies);
 
     /// The signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice) and the cookies to
     /// clear there. False when nobody is signed in, an observer vetoed, or `url` is null or `size` below 1.
     bool InitiateLogout(wchar_t* url, int size, NetworkCookieJar& cookies);
 
-    /// Forgets the user on this machine, for all products. False when nobody is signed in.
+    /// Forgets the user on this machine, for all products. False when nobody is signed in. Works without the network.
     bool CompleteLogout();
 
     /// The whole sign-out without a browser: tells the server, then forgets the user for all products. False when nobody is
@@ -220,9 +239,11 @@ public:
     /// True when the client has an access token that has expired.
     bool IsTokenExpired();
 
-    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` parameters of a
-    /// form body or query beside those in `url`, not encoded; at most 1000. `token` and `tokenSecret`, when not null, take the
-    /// place of the client's access token. The result is freed by the caller with `delete[]`; null on failure.
+    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` (0 to 1000)
+    /// parameters of a form body or query beside those in `url`, not encoded; null when there are none. `url` is absolute, http
+    /// or https. `token` and `tokenSecret`, when not null, take the place of the client's access token. The result is freed by
+    /// the caller with `delete[]`; null on failure. Does not ask the network, but waits for a sign-in or sign-out that is under
+    /// way.
     wchar_t* SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method, ParsingMode mode,
                          const wchar_t* token, const wchar_t* tokenSecret);
 
@@ -234,44 +255,53 @@ public:
     /// waits for the network, at most 61 seconds, and tells whether there is a new token.
     bool RefreshToken(bool synchronous);
 
-    // OAuth2 tokens: obtained in exchange for the access token, kept and renewed for as long as they are enabled
+    // OAuth2 tokens
 
     /// True when OAuth2 is enabled for the client.
     bool IsOAuth2Enabled();
 
     /// Enables OAuth2 with the token of type `RT` with the configuration's scope, or disables it. True when the client is known.
     bool EnableOAuth2(bool enable);
-    /// Enables OAuth2 with tokens of this kind beside those enabled before. The token is queried once the client is signed in and its
-    /// configuration has OAuth2 keys. False when the client is unknown or the type is none.
+    /// Enables OAuth2 with tokens of this kind beside those enabled before. The token is queried once the client is signed in and
+    /// its configuration has OAuth2 keys. False when the client is unknown or the type is none.
     bool EnableOAuth2(const OAuth2TokenSpec& spec);
     /// Disables OAuth2 and discards the tokens in this process. False when the client is unknown.
     bool DisableOAuth2();
 
-    /// The client's OAuth2 token of this kind. With `waitToFinish` a missing token is queried and an expired one renewed first, which
-    /// waits for the network; without, the call returns at once. False, and an empty token, when there is none.
+    /// The client's OAuth2 token of this kind. With `waitToFinish` a missing token is queried and an expired one renewed first,
+    /// which waits for the network, at most 61 seconds a request; without, the call returns at once. False, and an empty token,
+    /// when there is none.
     bool GetOAuth2AccessToken(const OAuth2TokenSpec& spec, OAuth2Token& token, bool waitToFinish);
     /// Deprecated, for the token of type `RT` alone: the text of the client's default token. A null buffer yields the length. Never
     /// truncates: a buffer smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
     int GetOAuth2AccessToken(wchar_t* buffer, int size, bool waitToFinish);
 
+    /** @{ */
     /// Asks for a new OAuth2 token, as `RefreshToken`. All forms without a spec mean the client's default one: the one it was
     /// initialized with, or the first that was enabled.
     bool RefreshOAuth2Token(bool synchronous);
     bool RefreshOAuth2Token(const OAuth2TokenSpec& spec, bool synchronous);
+    /** @} */
 
+    /** @{ */
     /// True when the client has such a token, also one that has expired.
     bool IsOAuth2TokenAvailable();
     bool IsOAuth2TokenAvailable(const OAuth2TokenSpec& spec);
+    /** @} */
 
+    /** @{ */
     /// True when the client has such a token and it has expired.
     bool IsOAuth2TokenExpired();
     bool IsOAuth2TokenExpired(const OAuth2TokenSpec& spec);
+    /** @} */
 
+    /** @{ */
     /// When the token expires, in seconds since 1970-01-01 UTC; 0 when there is none.
     unsigned int GetOAuth2TokenExpiryDate();
     unsigned int GetOAuth2TokenExpiryDate(const OAuth2TokenSpec& spec);
+    /** @} */
 
-    // The proxy of this process and the credentials that it asks for, kept for all products of the user in the login state file
+    // The proxy of this process and the credentials that it asks for
 
     /// Title and message of the prompt for proxy credentials: the ones set here, or the library's own ("%1" stands for the proxy's
     /// host, "%2" for its port). Both are cut to their buffers. False when a buffer is null or a size below 1.
@@ -288,8 +318,8 @@ public:
     /// the host is empty, a buffer is null or a size below 1; nothing is written then.
     bool GetProxyAuthentication(const wchar_t* host, int port, wchar_t* user, int userSize, wchar_t* password, int passwordSize);
 
-    /// Makes this the proxy of the process (of type HTTP, for everything in it that uses Qt's application proxy) and stores it, with
-    /// the password encrypted. False when host or user is empty or the port is not 1 to 65535.
+    /// Makes this the proxy of the process (of type HTTP, for everything in it that uses Qt's application proxy) and stores it,
+    /// with the password encrypted. False when host or user is empty or the port is not 1 to 65535.
     bool SetProxyAuthentication(const wchar_t* host, int port, const wchar_t* user, const wchar_t* password);
 
     /// True when a proxy is stored.
@@ -301,7 +331,7 @@ public:
 
     // Observers and the log
 
-    /// Adds an observer, which stays the caller's and must be removed before it goes.
+    /// Adds an observer, which stays the caller's and must be removed before it goes. Null and a second time are ignored.
     void AddObserver(IWebServicesObserver* observer);
 
     /// Removes an observer; it is not called any more after the return, unless it is being called right now.
