@@ -92,7 +92,10 @@ class NativeHostTest(unittest.TestCase):
         second.tell("sign-out")
         self.assertEqual({"signed out", "event LoggedOut on the main thread"}, {second.line(), second.line()})
         host.tell("status")
-        self.assertEqual({"nobody is signed in", "event LoggedOut on the main thread"}, {host.line(), host.line()})
+        lines = {host.line(), host.line()}
+        self.assertIn("nobody is signed in", lines)
+        # By the hook when the message of the other process was faster than this question, else inside of it; never on another thread.
+        self.assertTrue(lines & {"event LoggedOut on the main thread", "event LoggedOut through the event hook"}, lines)
         for program in (host, second):
             program.tell("quit")
             self.assertEqual(0, program.process.wait(30))

@@ -20,6 +20,8 @@ namespace {
 constexpr int vetoTimeoutMs = 5000;
 // Many times what reading the file takes.
 constexpr int newsPatienceMs = 1000;
+// Enough for a thread that has just taken the lock to say what for; too short to be felt.
+constexpr int leastWaitMs = 20;
 } // namespace
 
 bool LoginSession::catchUp(int waitMs) {
@@ -30,17 +32,23 @@ bool LoginSession::catchUp(int waitMs) {
         return true;
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again. But another thread that
     // is reading the news is waited for, so that an answer given now knows them.
-    if (!m_core.lock.try_lock_for(std::chrono::milliseconds(waitMs))
+    if (!m_core.lock.try_lock_for(std::chrono::milliseconds(qMax(waitMs, leastWaitMs)))
         && !(m_isCatchingUp && m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs))))
         return false;
-    // Inside a wait of a sign-in or sign-out on this very thread the state must stand still; and what this thread is just taking
-    // over is no news. Another one may have taken it over while we waited.
+    // At once: those who find the lock taken look at this. It is set already when this very thread is taking news over, which are
+    // none to itself.
+    if (m_isCatchingUp.exchange(true)) {
+        m_core.lock.unlock();
+        return false;
+    }
+    // Inside a wait of a sign-in or sign-out on this thread the state must stand still. Another thread may have taken the news over
+    // while we waited.
     const bool isOver = m_core.file.currentStamp() == m_core.file.seenStamp();
-    if (m_core.isFlowActive || m_isCatchingUp || isOver) {
+    if (m_core.isFlowActive || isOver) {
+        m_isCatchingUp = false;
         m_core.lock.unlock();
         return isOver;
     }
-    m_isCatchingUp = true;
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
     applyFile(waitMs == 0 ? LoginStateFile::briefTimeoutMs : LoginStateFile::patientTimeoutMs);
