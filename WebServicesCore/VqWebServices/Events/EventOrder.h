@@ -37,7 +37,7 @@ public:
     [[nodiscard]] static QString eventId(const QString& source, quint64 number);
 
     /// Longer than a busy server of the sockets takes, and short for who waits.
-    static constexpr int holdMs = 750;
+    static constexpr int holdMs = 1200;
     static constexpr int mostSources = 256;
 
 private:
