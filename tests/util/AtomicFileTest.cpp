@@ -154,6 +154,10 @@ void AtomicFileTest::ownerOnlyFolders() {
     QVERIFY(!ensureOwnerOnlyFolder(path("file")));
     QVERIFY(!ensureOwnerOnlyFolder(path("file/below")));
     QVERIFY(ensureOwnerOnlyFolder(path("a/b/c")) && ensureOwnerOnlyFolder(path("a/b/c")));
+    QVERIFY(Velquor::TestKit::isOwnerOnly(path("a/b/c")));
+    // One that was there before, with the rights that its parent hands down.
+    QVERIFY(QDir(path("a")).mkdir(QStringLiteral("open")) && !Velquor::TestKit::isOwnerOnly(path("a/open")));
+    QVERIFY(ensureOwnerOnlyFolder(path("a/open")) && Velquor::TestKit::isOwnerOnly(path("a/open")));
     QVERIFY(QFileInfo(path("a/b/c")).isDir());
 }
 

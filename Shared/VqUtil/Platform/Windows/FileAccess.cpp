@@ -81,11 +81,13 @@ bool takeRightsOfOthersAway(std::wstring path) {
     if (!isOwnSid(owner) || isOwnerOnly(descriptor, list))
         return true;
     const OwnerOnlySecurity security(OwnerOnlySecurity::Kind::Folder);
+    constexpr SECURITY_INFORMATION what = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
+    // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told, and
+    // the second one takes them away again.
     return security.accessList()
-           && ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT,
-                                      DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                                      security.accessList(), nullptr)
-                  == ERROR_SUCCESS;
+           && ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr)
+                  == ERROR_SUCCESS
+           && ::SetFileSecurityW(path.c_str(), what, security.descriptor());
 }
 
 qint64 ticks(const FILETIME& time) {

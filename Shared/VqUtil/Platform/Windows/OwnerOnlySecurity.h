@@ -24,6 +24,7 @@ public:
     [[nodiscard]] bool isValid() const { return m_descriptor != nullptr; }
     [[nodiscard]] SECURITY_ATTRIBUTES* attributes() { return isValid() ? &m_attributes : nullptr; }
     /// Null when there is none. Owned by this object.
+    [[nodiscard]] void* descriptor() const { return m_descriptor.get(); }
     [[nodiscard]] ACL* accessList() const;
 
 private:
