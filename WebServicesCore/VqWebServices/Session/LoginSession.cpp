@@ -38,7 +38,6 @@ LoginSession::LoginSession(const SessionServices& services, const ClientIdentity
     connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
     connect(this, &LoginSession::LoggedIn, this, [this] { tellCaches(&CacheStore::LoggedIn); });
     connect(this, &LoginSession::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
-    connect(this, &LoginSession::TokenAvailable, this, [this] { tellCaches(&CacheStore::TokenAvailable); });
     connect(this, &LoginSession::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
     connect(this, &LoginSession::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
     AddClient(self);
