@@ -16,6 +16,8 @@ constexpr int longestWaitMs = 5000;
 constexpr int asideCount = 3;
 const auto temporaryMark = QStringLiteral(".writing-");
 
+QString asideName(const QString& path, int number) { return path + QStringLiteral(".damaged-%1").arg(number); }
+
 ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error, Flush flush) {
     ReplaceResult result = replaceFile(from, to, error, flush);
     int pauseMs = firstPauseMs;
@@ -72,11 +74,15 @@ void removeStaleTemporaries(const QString& path) {
 }
 
 QString setAside(const QString& path) {
-    const auto name = [&path](int number) { return path + QStringLiteral(".damaged-%1").arg(number); };
-    QFile::remove(name(asideCount));
+    QFile::remove(asideName(path, asideCount));
     for (int number = asideCount - 1; number >= 1; --number)
-        QFile::rename(name(number), name(number + 1));
-    return QFile::rename(path, name(1)) ? name(1) : QString();
+        QFile::rename(asideName(path, number), asideName(path, number + 1));
+    return QFile::rename(path, asideName(path, 1)) ? asideName(path, 1) : QString();
+}
+
+void removeSetAside(const QString& path) {
+    for (int number = 1; number <= asideCount; ++number)
+        QFile::remove(asideName(path, number));
 }
 
 } // namespace Velquor::Util::AtomicFile

@@ -35,6 +35,9 @@ void removeStaleTemporaries(const QString& path);
 /// Returns the new name; empty when the move failed.
 [[nodiscard]] QString setAside(const QString& path);
 
+/// Removes what was moved out of the way.
+void removeSetAside(const QString& path);
+
 } // namespace AtomicFile
 
 } // namespace Velquor::Util

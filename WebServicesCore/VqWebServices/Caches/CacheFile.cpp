@@ -4,9 +4,9 @@
 #include "VqUtil/Platform/FileAccess.h"
 #include "VqUtil/Platform/ProcessGuard.h"
 #include "VqUtil/Xml/BoundedXml.h"
+#include "VqUtil/Xml/NewXmlDocument.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <utility>
 
@@ -19,7 +19,6 @@ constexpr qint64 maximumFileBytes = 32 * 1024 * 1024;
 constexpr int saveTimeoutMs = 5000;
 constexpr int removeTimeoutMs = 1500;
 constexpr int lockSliceMs = 200;
-constexpr int asideCount = 3;
 const auto lockName = QStringLiteral("VqWebServicesCacheFile");
 const auto rootName = QStringLiteral("WebServicesCache");
 const auto productName = QStringLiteral("Product");
@@ -34,29 +33,21 @@ QDomDocument parse(const QByteArray& data) {
     return document.documentElement().tagName() == rootName ? document : QDomDocument();
 }
 
-QDomDocument newDocument() {
-    QDomDocument document;
-    document.appendChild(
-        document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
-    document.appendChild(document.createElement(rootName));
-    return document;
-}
-
 // The document to change; null when there is one that cannot be read for the moment, which must not be overwritten.
 QDomDocument openForChange(const QString& path) {
     using Util::AtomicFile::ReadResult;
     const ReadResult file = Util::AtomicFile::read(path, maximumFileBytes);
     if (file.status == ReadResult::Status::Missing)
-        return newDocument();
+        return Util::newXmlDocument(rootName);
     const bool isTooLarge = file.status == ReadResult::Status::Failed && QFileInfo(path).size() > maximumFileBytes;
     if (file.status == ReadResult::Status::Failed && !isTooLarge)
         return {};
     const QDomDocument document = parse(file.data);
     if (!document.isNull())
         return document;
-    return file.data.trimmed().isEmpty() && !isTooLarge ? newDocument()
+    return file.data.trimmed().isEmpty() && !isTooLarge ? Util::newXmlDocument(rootName)
            : Util::AtomicFile::setAside(path).isEmpty() ? QDomDocument()
-                                                        : newDocument();
+                                                        : Util::newXmlDocument(rootName);
 }
 
 // One section, unless the body holds the text that ends a section: that text is spread over two.
@@ -189,9 +180,8 @@ bool CacheFile::removeAll(const QString& path) {
     if (!acquire(guard, removeTimeoutMs, always))
         return false;
     Util::AtomicFile::removeStaleTemporaries(path);
-    for (int number = 1; number <= asideCount; ++number)
-        QFile::remove(QStringLiteral("%1.damaged-%2").arg(path).arg(number));
-    const bool isGone = !info.exists() || Util::AtomicFile::write(path, newDocument().toByteArray(-1), nullptr);
+    Util::AtomicFile::removeSetAside(path);
+    const bool isGone = !info.exists() || Util::AtomicFile::write(path, Util::newXmlDocument(rootName).toByteArray(-1), nullptr);
     guard.release();
     return isGone;
 }

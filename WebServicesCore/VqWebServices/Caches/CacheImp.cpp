@@ -154,11 +154,15 @@ void CacheImp::LoggedOut() {
 }
 
 void CacheImp::lookAgain() {
-    m_canUpdate = !m_view.isClosed && m_tokens.isLoggedIn() && m_tokens.tokens().areComplete();
+    findOutWhetherItCanUpdate();
     if (!m_view.isEnabled)
         return;
     loadOnce();
     checkForUpdate();
+}
+
+void CacheImp::findOutWhetherItCanUpdate() {
+    m_canUpdate = !m_view.isClosed && m_tokens.isLoggedIn() && m_tokens.tokens().areComplete();
 }
 
 void CacheImp::checkForUpdate() {

@@ -72,6 +72,7 @@ private:
 
     /// What has changed may allow an update: takes the value from the file when there is none, and decides.
     void lookAgain();
+    void findOutWhetherItCanUpdate();
     void checkForUpdate();
     [[nodiscard]] bool isUpdateDue();
     void loadOnce();

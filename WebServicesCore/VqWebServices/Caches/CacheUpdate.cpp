@@ -21,7 +21,7 @@ QUrl CacheImp::endPoint(const QString& serverKey, const QString& endPointKey) co
 }
 
 void CacheImp::UpdateNowSlot() {
-    m_canUpdate = !m_view.isClosed && m_tokens.isLoggedIn() && m_tokens.tokens().areComplete();
+    findOutWhetherItCanUpdate();
     loadOnce();
     if (!m_view.isAvailable)
         return update();

@@ -2,6 +2,7 @@
 
 #include "Events/ParamText.h"
 #include "VqUtil/Xml/BoundedXml.h"
+#include "VqUtil/Xml/NewXmlDocument.h"
 
 #include <QDomDocument>
 
@@ -62,11 +63,8 @@ QVariantMap readParams(const QDomElement& parent) {
 } // namespace
 
 QByteArray writeEventDocument(const EventDocument& event) {
-    QDomDocument document;
-    document.appendChild(
-        document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
-    QDomElement root = document.createElement(rootName);
-    document.appendChild(root);
+    QDomDocument document = Util::newXmlDocument(rootName);
+    QDomElement root = document.documentElement();
     QDomElement element = document.createElement(eventTag);
     element.setAttribute(processKey, QString::number(event.raisedByProcess));
     element.setAttribute(idKey, QString::number(event.id));

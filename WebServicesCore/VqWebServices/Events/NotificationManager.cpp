@@ -1,7 +1,5 @@
 #include "Events/NotificationManager.h"
 
-#include "Values/OAuth2TokenSpecImp.h"
-
 #include "Network/SslDiagnosis.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
@@ -14,7 +12,7 @@ namespace Velquor::WebServices {
 namespace {
 
 const auto serverName = QStringLiteral("Velquor.WebServices");
-// The file costs a flush of the disk: the sockets, which share the thread, go first. They write when the event loop comes round.
+// Writing the file takes longer than sending a message: the sockets, which share the thread, go first. They write when the event loop comes round.
 constexpr int fileDelayMs = 1;
 
 } // namespace

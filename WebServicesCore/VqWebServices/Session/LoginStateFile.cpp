@@ -2,6 +2,7 @@
 
 #include "VqUtil/General/AtomicFile.h"
 #include "VqUtil/Xml/BoundedXml.h"
+#include "VqUtil/Xml/NewXmlDocument.h"
 
 #include <QFileInfo>
 #include <QMutexLocker>
@@ -118,21 +119,13 @@ QDomDocument LoginStateFile::readForSaving() {
     case Content::Status::Damaged: {
         const QString aside = Util::AtomicFile::setAside(m_path);
         m_logger->error(QStringLiteral("The damaged login state file was set aside as %1").arg(aside));
-        return aside.isEmpty() ? QDomDocument() : newDocument();
+        return aside.isEmpty() ? QDomDocument() : Util::newXmlDocument(rootName);
     }
     case Content::Status::Missing:
-    case Content::Status::Empty: return newDocument();
+    case Content::Status::Empty: return Util::newXmlDocument(rootName);
     case Content::Status::Unreadable: break;
     }
     return {};
-}
-
-QDomDocument LoginStateFile::newDocument() const {
-    QDomDocument document;
-    document.appendChild(
-        document.createProcessingInstruction(QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
-    document.appendChild(document.createElement(rootName));
-    return document;
 }
 
 bool LoginStateFile::write(const QDomDocument& document) {

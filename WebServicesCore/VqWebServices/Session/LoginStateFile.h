@@ -77,7 +77,6 @@ public:
 
 private:
     void prepareFolder();
-    QDomDocument newDocument() const;
 
     const QString m_path;
     const QString m_folder;
