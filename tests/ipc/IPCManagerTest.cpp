@@ -237,7 +237,6 @@ void IPCManagerTest::oneServer() {
     }
 }
 
-// It hears what is sent from its coming on, also when it changes its server soon after.
 // Somebody tidies up the folder of the socket: newcomers find the server all the same.
 void IPCManagerTest::removedSocket() {
     const QString file = Util::localServerFile(Util::localServerAddress(m_name, m_folder.path()));
@@ -252,6 +251,7 @@ void IPCManagerTest::removedSocket() {
     QVERIFY(worksOn());
 }
 
+// It hears what is sent from its coming on, also when it changes its server soon after.
 void IPCManagerTest::newcomer() {
     QVERIFY(meet(3));
     QVERIFY(at(1).manager.send(QStringLiteral("Before"), {}));

@@ -1,6 +1,5 @@
 #include "Caches/CacheImp.h"
 
-#include "Network/NetworkOperationAsync.h"
 #include "Values/ServerName.h"
 #include "VqUtil/General/HumanText.h"
 
@@ -22,7 +21,8 @@ CacheImp::CacheImp(const CacheParts& parts, CacheView& view, const QString& name
     , m_view(view)
     , m_log(name, parts.owner.services().cacheLogger)
     , m_storage(parts.file, nodePath, m_log)
-    , m_timer(this) {
+    , m_timer(this)
+    , m_exchange([this](const ExchangeOutcome& outcome) { exchangeFinished(outcome); }, this) {
     connect(&m_timer, &QTimer::timeout, this, &CacheImp::timerFired);
 }
 

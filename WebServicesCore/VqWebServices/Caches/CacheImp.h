@@ -3,7 +3,7 @@
 #include "Caches/CacheStorage.h"
 #include "Caches/CacheTiming.h"
 #include "Caches/CacheView.h"
-#include "Network/ExchangeOutcome.h"
+#include "Network/ExchangeRunner.h"
 #include "Tokens/ITokenOwner.h"
 
 #include <QNetworkRequest>
@@ -15,7 +15,6 @@
 namespace Velquor::WebServices {
 
 class Cache;
-class NetworkOperationAsync;
 
 /// What the caches of one product share. A plain value.
 struct CacheParts {
@@ -44,7 +43,9 @@ public:
     void DeleteCache();
     void SetUpdateInterval(unsigned int seconds);
     [[nodiscard]] const CacheLog& log() const { return m_log; }
-    [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const;
+    [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const {
+        return m_tokens.endPoint(serverKey, endPointKey);
+    }
 
     /// Cancels the update that is under way; whoever waits for it is told.
     void Abort();
@@ -81,7 +82,7 @@ private:
     void update();
     [[nodiscard]] bool mayUpdate();
     [[nodiscard]] bool signRequest(QNetworkRequest& request);
-    void requestFinished(QNetworkReply* reply);
+    void exchangeFinished(const ExchangeOutcome& outcome);
     void settle(const ExchangeOutcome& outcome);
     void keep(const ExchangeOutcome& outcome);
     void fail(const QString& text, const CacheFailure& failure);
@@ -108,7 +109,7 @@ private:
     QDateTime m_lastModified;
     QString m_loadedFor; ///< The sign-in for which the file was read.
     QTimer m_timer;
-    std::unique_ptr<NetworkOperationAsync> m_operation;
+    ExchangeRunner m_exchange;
     QString m_askedFor;        ///< The sign-in for which the request that is under way was sent,
     CacheIdentity m_askedWith; ///< and whose its answer is.
 };

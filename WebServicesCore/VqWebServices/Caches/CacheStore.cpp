@@ -5,6 +5,7 @@
 #include "Caches/UserInfoCache.h"
 #include "Network/LibrarySettings.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -53,20 +54,9 @@ void CacheStore::ConfigurationRemoved() {
         delete entry.cache;
 }
 
-Cache* CacheStore::cache(CacheType type) const {
-    for (const Entry& entry : m_caches) {
-        if (entry.type == type)
-            return entry.cache;
-    }
-    return nullptr;
-}
-
-CacheImp* CacheStore::imp(CacheType type) const {
-    for (const Entry& entry : m_caches) {
-        if (entry.type == type)
-            return entry.imp;
-    }
-    return nullptr;
+CacheStore::Entry CacheStore::entry(CacheType type) const {
+    const auto found = std::find_if(m_caches.begin(), m_caches.end(), [type](const Entry& entry) { return entry.type == type; });
+    return found == m_caches.end() ? Entry{type} : *found;
 }
 
 void CacheStore::InvalidateCache(CacheType type) {

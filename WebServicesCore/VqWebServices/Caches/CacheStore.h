@@ -22,8 +22,8 @@ public:
     ~CacheStore() override;
 
     /// Null when the type is unknown or the caches are not there.
-    [[nodiscard]] Cache* cache(CacheType type) const;
-    [[nodiscard]] CacheImp* imp(CacheType type) const;
+    [[nodiscard]] Cache* cache(CacheType type) const { return entry(type).cache; }
+    [[nodiscard]] CacheImp* imp(CacheType type) const { return entry(type).imp; }
 
     void InvalidateCache(CacheType type);
     void DeleteCache(CacheType type);
@@ -46,11 +46,12 @@ public slots:
 private:
     struct Entry {
         CacheType type;
-        Cache* cache;
-        CacheImp* imp;
+        Cache* cache = nullptr;
+        CacheImp* imp = nullptr;
     };
     template <class T>
     void add(CacheType type, T* cache);
+    [[nodiscard]] Entry entry(CacheType type) const;
 
     const CacheParts m_parts;
     Log::ILogger& m_logger;

@@ -2,12 +2,10 @@
 
 #include "Caches/CacheImp.h"
 #include "Network/DisplayUrl.h"
-#include "Network/NetworkOperationAsync.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <QMutexLocker>
 #include <VqWebServices/Cache.h>
-#include <utility>
 
 namespace Velquor::WebServices {
 
@@ -15,10 +13,6 @@ namespace {
 constexpr int tokenRetryMs = 5000;
 constexpr qint64 msPerSecond = 1000;
 } // namespace
-
-QUrl CacheImp::endPoint(const QString& serverKey, const QString& endPointKey) const {
-    return QUrl(m_tokens.services().urls->endPoint(m_tokens.server(), serverKey, endPointKey));
-}
 
 void CacheImp::UpdateNowSlot() {
     findOutWhetherItCanUpdate();
@@ -60,11 +54,7 @@ void CacheImp::update() {
         return endRun();
     }
     m_log.information(QStringLiteral("Starting update in separate thread"));
-    m_operation = std::make_unique<NetworkOperationAsync>(request, QStringLiteral("GET"), QByteArray(), m_tokens.services().networkLogger);
-    m_operation->setTimeout(m_tokens.services().tokenTimeoutMs);
-    connect(m_operation.get(), &NetworkOperationAsync::RequestFinished, this, &CacheImp::requestFinished);
-    // A thread that cannot be started is told as the end of the request too.
-    m_operation->Start();
+    m_exchange.send(request, QStringLiteral("GET"), {}, m_tokens.services().tokenTimeoutMs, m_tokens.services().networkLogger);
 }
 
 bool CacheImp::signRequest(QNetworkRequest& request) {
@@ -82,12 +72,7 @@ bool CacheImp::signRequest(QNetworkRequest& request) {
     return isSigned;
 }
 
-void CacheImp::requestFinished(QNetworkReply* reply) {
-    if (!m_operation)
-        return;
-    const ExchangeOutcome outcome = outcomeOf(*m_operation, reply);
-    // It is the operation that tells this, so it may go only later.
-    m_operation.release()->deleteLater();
+void CacheImp::exchangeFinished(const ExchangeOutcome& outcome) {
     m_log.information(QStringLiteral("Update thread finished%1").arg(QString()));
     settle(outcome);
     m_log.information(QStringLiteral("Update finished"));
@@ -155,12 +140,10 @@ void CacheImp::fail(const QString& text, const CacheFailure& failure) {
 void CacheImp::endRun() { m_view.updates->leave(m_view.isAvailable ? 1 : 0); }
 
 void CacheImp::Abort() {
-    if (!m_operation)
+    if (!m_exchange.isUnderWay())
         return;
     m_log.information(QStringLiteral("Aborting update"));
-    // Going away is how an operation is cancelled.
-    const std::unique_ptr<NetworkOperationAsync> operation = std::move(m_operation);
-    operation->disconnect(this);
+    m_exchange.cancel();
     m_log.information(QStringLiteral("Update thread finished%1").arg(QStringLiteral(". Aborted.")));
     m_log.information(QStringLiteral("Update aborted"));
     endRun();

@@ -1,7 +1,5 @@
 #include "Network/ExchangeOutcome.h"
 
-#include "Network/NetworkOperationAsync.h"
-
 namespace Velquor::WebServices {
 
 QString ExchangeOutcome::errorText() const {
@@ -17,10 +15,6 @@ QString ExchangeOutcome::problemText() const {
             text += QStringLiteral(". ") + more;
     }
     return text;
-}
-
-ExchangeOutcome outcomeOf(const NetworkOperationAsync& operation, QNetworkReply* reply) {
-    return {operation.result(), operation.errorMessage(), takeSnapshot(reply, operation.verb(), operation.requestBody())};
 }
 
 } // namespace Velquor::WebServices

@@ -5,8 +5,6 @@
 
 namespace Velquor::WebServices {
 
-class NetworkOperationAsync;
-
 /// How an exchange with a server ended. A plain value.
 struct ExchangeOutcome {
     OperationResult result = OperationResult::NotFinished;
@@ -21,8 +19,5 @@ struct ExchangeOutcome {
     /// What the server, the clock or the TLS library has to say about it; follows `errorText` directly, may be empty.
     [[nodiscard]] QString problemText() const;
 };
-
-/// The outcome of an operation that has told its end with this reply. Thread: that of the operation's owner.
-[[nodiscard]] ExchangeOutcome outcomeOf(const NetworkOperationAsync& operation, QNetworkReply* reply);
 
 } // namespace Velquor::WebServices

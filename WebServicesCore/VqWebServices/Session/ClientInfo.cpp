@@ -38,6 +38,13 @@ bool ClientInfo::disableOAuth2() {
     return std::exchange(m_oauth2.isEnabled, false);
 }
 
+void ClientInfo::enableCache(int type, bool enable) {
+    if (enable)
+        m_caches.insert(type);
+    else
+        m_caches.remove(type);
+}
+
 void ClientInfo::setConfiguration(const ConfigurationPointer& configuration) {
     m_configurations.insert(configuration->GetServer(), configuration);
     m_productKeys.insert(configuration->GetServer(), WebServicesConfigurationImp::of(*configuration).consumerKey.toText());

@@ -54,7 +54,7 @@ public:
     /// False when it was disabled before.
     bool disableOAuth2();
     /// The caches that the client has switched on, by the number of their type.
-    void enableCache(int type, bool enable) { enable ? static_cast<void>(m_caches += type) : static_cast<void>(m_caches -= type); }
+    void enableCache(int type, bool enable);
     [[nodiscard]] bool isCacheEnabled(int type) const { return m_caches.contains(type); }
     [[nodiscard]] bool hasConfigurations() const { return !m_configurations.isEmpty(); }
 

@@ -1,7 +1,6 @@
 #include "Session/ClientRegistry.h"
 
 #include "Caches/CacheStore.h"
-
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <QMutexLocker>

@@ -92,7 +92,12 @@ void LoginSession::takeOver(const LoginStateFile::Content& content) {
     if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
         m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.")
                                  .arg(m_core.basic().userName));
-        m_core.deleteCaches();
+        // Whoever signed out has emptied the cache file; with a user in it again, what it holds may be theirs. An update that ended
+        // after that sign-out is removed with the next one, and is given to nobody until then.
+        if (login.isNull())
+            m_core.deleteCaches();
+        else
+            m_core.endCaches();
         m_core.forgetUser();
     } else if (login.isNull()) {
         // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.

@@ -155,10 +155,16 @@ void SessionCore::deleteCaches() {
     for (const ProductSessionPointer& session : sessions) {
         for (const CacheType type : cacheTypes)
             session->DeleteCacheSlot(type);
-        session->endCaches();
     }
+    endCaches();
     if (!CacheFile::removeAll(services.cacheFile))
         services.cacheLogger->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
+}
+
+void SessionCore::endCaches() {
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions)
+        session->endCaches();
 }
 
 void SessionCore::forgetUser() {

@@ -77,8 +77,9 @@ public:
     [[nodiscard]] bool isLoginExpired() const;
     [[nodiscard]] bool isLoginValid(const QString& clientKey = {}) const { return isLoggedIn(clientKey) && !isLoginExpired(); }
 
-    /// Lets the caches of all products know that the user is being signed out, and takes everything out of the cache file. The products
-    /// must be cleared next.
+    /// Lets the caches of all products know that the user is being signed out. The products must be cleared next.
+    void endCaches();
+    /// The same, and takes everything out of the cache file.
     void deleteCaches();
     /// Forgets the user and every product login session, in memory only.
     void forgetUser();

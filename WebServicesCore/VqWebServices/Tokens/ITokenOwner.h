@@ -33,6 +33,10 @@ public:
     [[nodiscard]] virtual const TokenServices& services() const = 0;
     [[nodiscard]] virtual QString productKey() const = 0;
     [[nodiscard]] virtual Server server() const = 0;
+    /// A web service of that server, by the keys of the URL files; an empty URL when they do not name it.
+    [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const {
+        return QUrl(services().urls->endPoint(server(), serverKey, endPointKey));
+    }
     /// Null when no client has configured the product, or the last one has gone.
     [[nodiscard]] virtual ConfigurationPointer configuration() const = 0;
     [[nodiscard]] virtual ProductTokens tokens() const = 0;

@@ -62,7 +62,7 @@ void OAuth2TokenRefresher::sendRequest() {
         return refuse(QStringLiteral("Cannot refresh OAuth2 token: OAuth2 keys not set"));
     if (form.isEmpty())
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. Failed to decrypt the access token."));
-    const QUrl url = endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
     log().information(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: %1")
                           .arg(displayUrl(url)));
     send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));

@@ -108,7 +108,7 @@ bool OAuth2TokenFetcher::request() {
         log().error(QStringLiteral("Failed to query OAuth2 token. Failed to decrypt the access token."));
         return false;
     }
-    const QUrl url = endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
     send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
     return true;
 }
@@ -150,7 +150,7 @@ QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QS
     if (outcome.reply.body.isEmpty())
         return QStringLiteral("Failed to get OAuth2 token. Will retry after %1. Response body from server is empty. %2")
             .arg(retry, outcome.reply.dump.join(QLatin1Char('\n')));
-    const QUrl url = endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
     return QStringLiteral(
                "Failed to get OAuth2 token. Url: %1. Failed to parse server response. Will retry after %2. Response body:\n%3")
         .arg(displayUrl(url), retry,

@@ -59,7 +59,7 @@ bool TokenFetcher::takeFromFile() {
 
 bool TokenFetcher::request() {
     log().information(QStringLiteral("Getting token %1").arg(modeAdverb(isSynchronous())));
-    const QUrl url = endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    const QUrl url = owner().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
     const ConfigurationPointer configuration = owner().configuration();
     const Util::SecretBytes handle = services().cryptor->decrypt(owner().otherLogin().sessionHandle);
     QNetworkRequest request;

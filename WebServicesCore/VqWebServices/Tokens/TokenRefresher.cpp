@@ -126,7 +126,7 @@ void TokenRefresher::sendRequest(bool withToken) {
         log().error(QStringLiteral("Cannot start token refresh. Configuration has been deleted"));
         return finish(0);
     }
-    const QUrl url = endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    const QUrl url = owner().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
     SigningKeys keys = consumerKeys(*configuration);
     const QString keyError = withToken ? owner().signingKeys(keys) : QString();
     const Util::SecretBytes handle = services().cryptor->decrypt(owner().tokens().sessionHandle);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Network/ExchangeOutcome.h"
+#include "Network/ExchangeRunner.h"
 #include "Tokens/ITokenOwner.h"
 #include "Tokens/Polling.h"
 #include "Tokens/RunState.h"
@@ -11,8 +11,6 @@
 #include <memory>
 
 namespace Velquor::WebServices {
-
-class NetworkOperationAsync;
 
 /// What all who query or refresh a token have in common: one run at a time, one timer, one request on a thread of its own.
 ///
@@ -42,8 +40,6 @@ protected:
     void setSynchronous(bool synchronous) { m_synchronous = synchronous; }
     [[nodiscard]] bool isAborted() const { return m_aborted; }
 
-    /// The end point on the account server of the product's server.
-    [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const;
     /// Sends a request; its end is told to `handleReply` on this thread.
     void send(const QNetworkRequest& request, const QString& verb, const QByteArray& body);
     virtual void handleReply(const ExchangeOutcome& outcome) = 0;
@@ -62,14 +58,12 @@ protected:
     [[nodiscard]] static QString modeAdverb(bool synchronous);
 
 private:
-    void requestFinished(QNetworkReply* reply);
-
     ITokenOwner& m_owner;
     const std::shared_ptr<RunState> m_run = std::make_shared<RunState>();
     Polling m_polling;
     QTimer m_timer;
     std::atomic<bool> m_timerActive{false};
-    std::unique_ptr<NetworkOperationAsync> m_operation;
+    ExchangeRunner m_exchange;
     bool m_synchronous = false;
     bool m_aborted = false;
 };

@@ -1,0 +1,39 @@
+#include "Network/ExchangeRunner.h"
+
+#include "Network/NetworkOperationAsync.h"
+
+#include <utility>
+
+namespace Velquor::WebServices {
+
+ExchangeRunner::ExchangeRunner(Finished finished, QObject* parent)
+    : QObject(parent)
+    , m_finished(std::move(finished)) {}
+
+ExchangeRunner::~ExchangeRunner() { cancel(); }
+
+void ExchangeRunner::send(const QNetworkRequest& request, const QString& verb, const QByteArray& body, int timeoutMs,
+                          const std::shared_ptr<Log::ILogger>& logger) {
+    m_operation = std::make_unique<NetworkOperationAsync>(request, verb, body, logger);
+    m_operation->setTimeout(timeoutMs);
+    connect(m_operation.get(), &NetworkOperationAsync::RequestFinished, this, &ExchangeRunner::requestFinished);
+    m_operation->Start();
+}
+
+void ExchangeRunner::requestFinished(QNetworkReply* reply) {
+    if (!m_operation)
+        return;
+    const ExchangeOutcome outcome{m_operation->result(), m_operation->errorMessage(),
+                                  takeSnapshot(reply, m_operation->verb(), m_operation->requestBody())};
+    // It is the operation that tells this, so it may go only later.
+    m_operation.release()->deleteLater();
+    m_finished(outcome);
+}
+
+void ExchangeRunner::cancel() {
+    // Going away is how an operation is cancelled; it would tell its end before it is gone.
+    if (const std::unique_ptr<NetworkOperationAsync> operation = std::move(m_operation))
+        operation->disconnect(this);
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,127 @@
+// The part of the login session that takes the steps of a restore, a sign-in and a sign-out.
+
+#include "Session/LoginSession.h"
+
+#include "Session/LoginStateLoader.h"
+#include "Session/ProductStateLoader.h"
+#include "Session/SessionFlow.h"
+#include "Session/SignOutFlow.h"
+#include "Tokens/IRequestFlags.h"
+#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/Platform/HostProcess.h"
+
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
+    {
+        const QMutexLocker lock(&m_core.lock);
+        if (m_core.isRestored() && !force) {
+            if (!ProductStateLoader(m_core).loadProduct(clientKey))
+                m_logger.information(
+                    QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
+            m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));
+            return true;
+        }
+        m_logger.information(QStringLiteral("Restoring login state for all products"));
+        LoginStateLoader(m_core).loadAll(true);
+        const Server server = m_core.currentServer();
+        if (!isRealServer(server))
+            return false;
+        m_core.configureProducts();
+        m_core.setRestored();
+    }
+    RaiseEvent(Event::LoginRestored, m_core.subjectKey(clientKey), false);
+    oauth2().reportToken(clientKey);
+    m_logger.information(QStringLiteral("Login restored for all products"));
+    return true;
+}
+
+InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
+    catchUp();
+    const SessionFlow flow(m_core, "InitiateLogin");
+    return flow.isEntered() ? SignInFlow(m_core).initiate(clientKey, ldapDomainKey)
+                            : InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
+}
+
+int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies) {
+    catchUp();
+    int code = LoginCode::exchangeFailed;
+    {
+        const SessionFlow flow(m_core, "CompleteLogin");
+        if (flow.isEntered())
+            code = SignInFlow(m_core).complete(clientKey, cookies);
+    }
+    if (code != LoginCode::success)
+        return code;
+    {
+        // The other products of this process can use the new sign-in.
+        const QMutexLocker lock(&m_core.lock);
+        m_core.configureProducts();
+    }
+    RaiseEvent(Event::LoggedIn, m_core.subjectKey(clientKey), true);
+    return code;
+}
+
+bool LoginSession::InitiateLogout(const QString& clientKey, QString& url, NetworkCookieJar& cookies) {
+    catchUp();
+    if (!SignOutFlow(m_core).begin())
+        return false;
+    if (isLogoutVetoed(m_core.subjectKey(clientKey))) {
+        m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
+        return false;
+    }
+    const SessionFlow flow(m_core, "InitiateLogout");
+    return flow.isEntered() && SignOutFlow(m_core).makeLogoutUrl(clientKey, url, cookies);
+}
+
+bool LoginSession::CompleteLogout(const QString& clientKey) {
+    {
+        const SessionFlow flow(m_core, "CompleteLogout");
+        if (!flow.isEntered() || !SignOutFlow(m_core).complete())
+            return false;
+    }
+    // What other processes have begun for the user is of no use any more. A refresh tells its own end.
+    if (m_core.services.processState)
+        m_core.services.processState->deletePropertiesInAllProcesses(
+            {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
+    RaiseEvent(Event::LoggedOut, m_core.subjectKey(clientKey), true);
+    return true;
+}
+
+bool LoginSession::isCompanionLoaded() const {
+    return !Util::loadedModulePath(QStringLiteral("VqWebServicesUI.dll")).isEmpty();
+}
+
+bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force) {
+    error = QNetworkReply::NoError;
+    const QString user = m_core.basic().userName;
+    m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
+    if (isCompanionLoaded() && !force) {
+        m_logger.error(QStringLiteral(
+            "Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout instead of WebServicesManager::Logout."));
+        return false;
+    }
+    QString url;
+    NetworkCookieJar cookies;
+    if (!InitiateLogout(clientKey, url, cookies)) {
+        m_logger.error(QStringLiteral("Aborting logout. Failed to initiate logout."));
+        return false;
+    }
+    {
+        const SessionFlow flow(m_core, "Logout");
+        if (!flow.isEntered())
+            return false;
+        m_core.isLogoutPending = true;
+        error = SignOutFlow(m_core).invalidateToken();
+    }
+    const bool completed = CompleteLogout(clientKey);
+    m_core.isLogoutPending = false;
+    if (!completed)
+        return false;
+    m_logger.information(QStringLiteral("Logged out user %1 successfully in this process (using REST)").arg(user));
+    return true;
+}
+
+} // namespace Velquor::WebServices
