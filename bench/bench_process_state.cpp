@@ -1,5 +1,6 @@
 // What a look at the flags of the other processes costs, with the lock between processes taken. The budget of a look is 10 us.
 
+#include "QuietLogger.h"
 #include "VqUtil/Ipc/ProcessState.h"
 
 #include <QCoreApplication>
@@ -10,12 +11,7 @@ namespace {
 
 using namespace Velquor;
 using namespace Velquor::Util;
-
-class QuietLogger final : public Log::ILogger {
-public:
-    void log(Log::Level, const QString&) override {}
-    [[nodiscard]] bool isEnabled(Log::Level level) const override { return level >= Log::Level::Warning; }
-};
+using Bench::QuietLogger;
 
 /// Two processes as far as the block can tell: one has flags set, the other looks. The real liveness of this process is asked.
 class TwoProcesses {

@@ -1,6 +1,7 @@
 // What a save of the login state costs, with 20 products and under the lock between the processes, beside the least that any safe
 // save of the same document does: parse it, change it, write it beside, flush it and move it into place.
 
+#include "QuietLogger.h"
 #include "RatioReporter.h"
 #include "Session/LoginStateLoader.h"
 #include "Session/LoginStateSaver.h"
@@ -21,20 +22,15 @@ namespace {
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using Bench::QuietLogger;
 
 constexpr int productCount = 20;
 constexpr double goal = 1.5;
 
-class QuietLogger final : public Log::ILogger {
-public:
-    void log(Log::Level, const QString&) override {}
-    [[nodiscard]] bool isEnabled(Log::Level level) const override { return level >= Log::Level::Warning; }
-};
-
 class SilentVoice final : public ISessionVoice {
 public:
-    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
-    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
+    void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void forceLogout(const QString&) override {}
     bool catchUpWithin(int) override { return true; }
 };
@@ -82,7 +78,7 @@ public:
 private:
     [[nodiscard]] SessionServices services() const {
         SessionServices made;
-        made.logger = made.networkLogger = std::make_shared<QuietLogger>();
+        made.loggers = Loggers::all(std::make_shared<QuietLogger>());
         made.cryptor = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder->path(), made.logger), made.logger);
         made.cipherBlockSize = Util::userKeyBlockSize;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);

@@ -29,10 +29,9 @@ public:
         static_cast<void>(Log::LogQueue::instance().finish());
         log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("VqWebServices")).setLogLevel(log4cplus::WARN_LOG_LEVEL);
         SessionServices services;
-        services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
-        services.networkLogger = services.logger;
+        services.loggers = Loggers::named();
         services.cryptor = std::make_shared<Util::CachingCryptor>(
-            std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder.path(), services.logger), services.logger));
+            std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder.path(), services.loggers.session), services.loggers.session));
         services.cipherBlockSize = Util::userKeyBlockSize;
         services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         services.urls = &UrlStore::instance();
@@ -54,7 +53,7 @@ public:
 
 private:
     static void writeState(const SessionServices& services) {
-        SessionCore core(services);
+        SessionCore core(services, nullptr);
         core.clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
         core.clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration()));
         core.setRestored();

@@ -2,7 +2,6 @@
 
 #include "VqLog/LogQueue.h"
 
-#include <QMutexLocker>
 #include <log4cplus/logger.h>
 #include <log4cplus/loggingmacros.h>
 
@@ -12,38 +11,27 @@ struct LoggerWrapper::Target {
     log4cplus::Logger logger;
 };
 
-LoggerWrapper::LoggerWrapper(const QString& name, const QString& prefix)
+LoggerWrapper::LoggerWrapper(const QString& name)
     : m_target(new Target{log4cplus::Logger::getInstance(LOG4CPLUS_STRING_TO_TSTRING(name.toStdString()))})
-    , m_name(name)
-    , m_prefix(prefix) {}
+    , m_name(name) {}
 
 LoggerWrapper::~LoggerWrapper() = default;
-
-void LoggerWrapper::setPrefix(const QString& prefix) {
-    const QMutexLocker lock(&m_prefixMutex);
-    m_prefix = prefix;
-}
 
 bool LoggerWrapper::isEnabled(Level level) const {
     return !LogQueue::instance().isLogSetUp() || m_target->logger.isEnabledFor(static_cast<log4cplus::LogLevel>(level));
 }
 
-void LoggerWrapper::log(Level level, const QString& text) {
+void LoggerWrapper::write(Level level, const QString& prefix, const QString& text) {
     if (!isEnabled(level))
         return;
-    QString prefix;
-    {
-        const QMutexLocker lock(&m_prefixMutex);
-        prefix = m_prefix;
-    }
     const QString line = singleLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
     if (LogQueue::instance().add({m_name, level, line}))
         return;
     m_target->logger.log(static_cast<log4cplus::LogLevel>(level), LOG4CPLUS_STRING_TO_TSTRING(line.toStdString()));
 }
 
-std::shared_ptr<ILogger> makeLogger(const QString& name, const QString& prefix) {
-    return std::make_shared<LoggerWrapper>(name, prefix);
+std::shared_ptr<ILogger> makeLogger(const QString& name) {
+    return std::make_shared<LoggerWrapper>(name);
 }
 
 ILogger& rootLogger() {

@@ -2,35 +2,30 @@
 
 #include "VqLog/ILogger.h"
 
-#include <QMutex>
 #include <memory>
 
 namespace Velquor::Log {
 
-/// A named logger of the process, with the log prefix of the object that writes through it.
+/// A named logger of the process.
 ///
 /// Before the log is set up its messages are queued (LogQueue.h). One message is one line: control characters are escaped.
 /// Thread: any. Owner: shared by the objects that log through it.
-class LoggerWrapper : public ILogger {
+class LoggerWrapper final : public ILogger {
 public:
-    explicit LoggerWrapper(const QString& name, const QString& prefix = {});
+    explicit LoggerWrapper(const QString& name);
     ~LoggerWrapper() override;
 
-    void log(Level level, const QString& text) override;
+    void write(Level level, const QString& prefix, const QString& text) override;
     [[nodiscard]] bool isEnabled(Level level) const override;
-
-    void setPrefix(const QString& prefix);
 
 private:
     struct Target;
     const std::unique_ptr<Target> m_target;
     const QString m_name;
-    mutable QMutex m_prefixMutex;
-    QString m_prefix;
 };
 
-/// A shared logger without a prefix.
-[[nodiscard]] std::shared_ptr<ILogger> makeLogger(const QString& name, const QString& prefix = {});
+/// A shared one.
+[[nodiscard]] std::shared_ptr<ILogger> makeLogger(const QString& name);
 
 /// The logger of the library itself, for what belongs to none of its parts. Never destroyed.
 [[nodiscard]] ILogger& rootLogger();

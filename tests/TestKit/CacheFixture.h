@@ -99,7 +99,7 @@ public:
         WebServices::TokenServices made;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         made.urls = &m_urls;
-        made.logger = made.networkLogger = made.cacheLogger = logger;
+        made.loggers = WebServices::Loggers::all(logger);
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
         made.tokenTimeoutMs = 5000;
         made.cacheFile = file();

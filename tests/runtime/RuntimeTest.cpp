@@ -7,6 +7,7 @@
 #include "Runtime/UserAgentText.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
+#include "VqLog/PrefixedLogger.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -83,7 +84,9 @@ private slots:
         const QTemporaryDir folder;
         qputenv("VQWS_LOGFILEDIR", folder.path().toUtf8());
         qputenv("VQWS_LOGLEVEL", "DEBUG");
-        const auto before = Log::makeLogger(QStringLiteral("VqWebServices.Session"), QStringLiteral("prefix"));
+        const auto prefix = std::make_shared<Log::LogPrefix>();
+        prefix->set(QStringLiteral("prefix"));
+        const auto before = std::make_shared<Log::PrefixedLogger>(Log::makeLogger(QStringLiteral("VqWebServices.Session")), prefix);
         before->warning(QStringLiteral("an early message"));
         QVERIFY(LogSetupHelper::SetupLog());
         before->error(QStringLiteral("forged\n2026-01-01T00:00:00.000Z ERROR \r\x1b[31mred\x07 %s%n"));

@@ -65,6 +65,24 @@ private slots:
         QVERIFY(!m_session->isLoggedIn(QString()));
     }
 
+    // Support must be able to tell whose token a line is about, on whatever thread it was written.
+    void linesNameTheProductThatTheyAreAbout() {
+        const auto second = QStringLiteral("second-product-0002");
+        QVERIFY(m_session->AddClient({second, 1, QStringLiteral("Second"), QStringLiteral("/opt/second")}));
+        QVERIFY(m_session->SetConfiguration(second, TestKit::SessionFixture::configuration(second, QStringLiteral("demo-secret-0002"))));
+        signIn(*m_session);
+        const QStringList both{QStringLiteral("Second.0002.0"), QStringLiteral("Test product.0001.0")};
+        for (const char* line : {"Constructor", "Checking if tokens need to be queried", "Creating cache objects"}) {
+            const QString text = QLatin1String(line);
+            QTRY_VERIFY(m_fixture->logger->prefixes(text).size() >= 2);
+            QStringList found = m_fixture->logger->prefixes(text);
+            found.removeDuplicates();
+            found.sort();
+            QCOMPARE(found, both);
+        }
+        QCOMPARE(m_fixture->logger->prefixes(QStringLiteral("Restoring login state for all products")), QStringList(QString()));
+    }
+
     void theStateDumpTellsNoSecrets() {
         signIn(*m_session);
         addPartner();

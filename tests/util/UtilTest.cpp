@@ -1,5 +1,6 @@
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
+#include "VqLog/PrefixedLogger.h"
 #include "VqUtil/General/HumanText.h"
 #include "VqUtil/Xml/BoundedXml.h"
 
@@ -163,7 +164,9 @@ void UtilTest::queueKeepsTheFirst() {
     Log::LogQueue& queue = Log::LogQueue::instance();
     (void)queue.finish();
     queue.restart();
-    Log::LoggerWrapper logger(QStringLiteral("VqWebServices.Test"), QStringLiteral("prefix"));
+    const auto prefix = std::make_shared<Log::LogPrefix>();
+    Log::PrefixedLogger logger(Log::makeLogger(QStringLiteral("VqWebServices.Test")), prefix);
+    prefix->set(QStringLiteral("prefix"));
     logger.warning(QStringLiteral("first\nline"));
     for (int number = 1; number < 1500; ++number)
         logger.trace(QString::number(number));

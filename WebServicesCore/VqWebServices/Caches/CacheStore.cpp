@@ -21,7 +21,7 @@ QString cacheTypeName(CacheType type) {
 
 CacheStore::CacheStore(const CacheParts& parts)
     : m_parts(parts)
-    , m_logger(*parts.owner.services().cacheLogger) {}
+    , m_logger(*parts.owner.services().loggers.cache) {}
 
 CacheStore::~CacheStore() { ConfigurationRemoved(); }
 

@@ -16,7 +16,7 @@ constexpr int maximumAnswers = 4;
 /// For operations that have no log.
 class NoLogger final : public Log::ILogger {
 public:
-    void log(Log::Level, const QString&) override {}
+    void write(Log::Level, const QString&, const QString&) override {}
     [[nodiscard]] bool isEnabled(Log::Level) const override { return false; }
 };
 

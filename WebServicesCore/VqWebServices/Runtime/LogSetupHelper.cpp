@@ -5,6 +5,7 @@
 #include "Runtime/LogBanner.h"
 #include "Runtime/LogProperties.h"
 #include "Runtime/RuntimePaths.h"
+#include "Values/Loggers.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/General/AtomicFile.h"
@@ -27,12 +28,6 @@ namespace {
 constexpr int maximumConfigurationLength = 20480;
 constexpr log4cplus::LogLevel off = 60000;
 const auto registryKey = std::string("HKEY_CURRENT_USER\\Software\\Velquor\\Web Services");
-
-constexpr const char* loggerNames[] = {"VqWebServices",        "VqWebServices.Network",        "VqWebServices.TimeService",
-                                       "VqWebServices.Cache",  "VqWebServices.Fetcher",        "VqWebServices.Refresher",
-                                       "VqWebServices.Lock",   "VqWebServices.Session",        "VqWebServices.Product",
-                                       "VqWebServices.OAuth2", "VqWebServices.OAuth2.Fetcher", "VqWebServices.OAuth2.Refresher",
-                                       "VqWebServices.Ipc"};
 
 void write(Log::Level level, const std::string& text) {
     Log::rootLogger().log(level, QString::fromStdString(text));
@@ -100,8 +95,8 @@ bool apply(const QString& path, const QString& folder) {
         return false;
     std::istringstream stream(withProperties(text, makeProperties(folder)).toStdString());
     log4cplus::PropertyConfigurator(stream).configure();
-    for (const char* const name : loggerNames)
-        log4cplus::Logger::getInstance(name);
+    for (const QString& name : Loggers::names())
+        log4cplus::Logger::getInstance(name.toStdString());
     return true;
 }
 

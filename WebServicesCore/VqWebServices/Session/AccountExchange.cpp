@@ -8,7 +8,7 @@ AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url,
     QNetworkRequest request;
     reply.isSigned = signGet(*services.oauthHost, url, keys, request, parameters);
     if (reply.isSigned)
-        reply.outcome = runGet(request, services.exchangeTimeoutMs, services.networkLogger, services.exchangeCancel);
+        reply.outcome = runGet(request, services.exchangeTimeoutMs, services.loggers.network, services.exchangeCancel);
     return reply;
 }
 

@@ -19,7 +19,7 @@ const auto reminderName = QStringLiteral("LastLoginReminderDate");
 
 LoginStateSaver::LoginStateSaver(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 LoginStateSaver::Result LoginStateSaver::save() {
     const QString path = m_core.file.path();

@@ -13,7 +13,7 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 
 OAuth2Operations::OAuth2Operations(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.oauth2) {}
 
 OAuth2TokenSpec OAuth2Operations::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
     return spec ? *spec : m_core.clients.oauth2(clientKey).defaultSpec();
@@ -133,7 +133,7 @@ OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, c
     if (mayWait)
         lock.emplace(m_core.lock,
                      QStringLiteral("%1 GetOAuth2AccessToken").arg(product ? product->logPrefix() : QString()).trimmed(),
-                     m_core.services.logger);
+                     m_core.services.loggers.lock);
     if (!product || !m_core.isLoggedIn(clientKey)) {
         m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
         return {};

@@ -16,7 +16,7 @@ void ProductLoginSession::Activate(SessionCore& core) {
     const QMutexLocker lock(&m_mutex);
     if (m_deactivated || !m_configuration || m_operations)
         return;
-    m_services.logger->information(QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
+    m_services.loggers.product->information(QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
     m_owner = std::make_unique<TokenOwner>(core, *this);
     m_operations = std::make_unique<TokenOperations>(*m_owner,
                                                      std::make_unique<RequestFlags>(m_services.processState, m_productKey),
@@ -32,7 +32,7 @@ void ProductLoginSession::DeleteCacheSlot(CacheType type) {
     TokenOperations* const running = operations();
     if (!running)
         return;
-    m_services.logger->information(
+    m_services.loggers.product->information(
         QStringLiteral("Slot called to delete cache %1, server %2").arg(cacheTypeName(type), serverName(m_server)));
     running->caches().DeleteCache(type);
 }
@@ -63,18 +63,18 @@ void ProductLoginSession::retire() {
 }
 
 void ProductLoginSession::Deactivate() {
-    m_services.logger->information(QStringLiteral("Deactivating ProductLoginSession, server %1").arg(serverName(m_server)));
+    m_services.loggers.product->information(QStringLiteral("Deactivating ProductLoginSession, server %1").arg(serverName(m_server)));
     retire();
     if (TokenOperations* const running = operations())
         running->waitForThread();
     const QMutexLocker lock(&m_mutex);
     if (m_clientReferences.isEmpty()) {
-        m_services.logger->information(
+        m_services.loggers.product->information(
             QStringLiteral("Deleting configuration in product login session since no client references it"));
         m_configuration.reset();
         return;
     }
-    m_services.logger->information(
+    m_services.loggers.product->information(
         QStringLiteral(
             "Skipped deleting configuration in product login session since clients reference it. Client references (%1): %2")
             .arg(m_clientReferences.size())
@@ -90,9 +90,9 @@ void ProductLoginSession::AddClientReference(const QString& clientKey) {
     const QMutexLocker lock(&m_mutex);
     if (clientKey.isEmpty() || m_clientReferences.contains(clientKey))
         return;
-    m_services.logger->information(QStringLiteral("Adding client reference %1 in product login session").arg(clientKey));
+    m_services.loggers.product->information(QStringLiteral("Adding client reference %1 in product login session").arg(clientKey));
     m_clientReferences.insert(clientKey);
-    m_services.logger->information(
+    m_services.loggers.product->information(
         QStringLiteral("Added client reference %1 in product login session. Client references (%2): %3")
             .arg(clientKey)
             .arg(m_clientReferences.size())
@@ -101,9 +101,9 @@ void ProductLoginSession::AddClientReference(const QString& clientKey) {
 
 void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
     const QMutexLocker lock(&m_mutex);
-    m_services.logger->information(QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
+    m_services.loggers.product->information(QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
     m_clientReferences.remove(clientKey);
-    m_services.logger->information(
+    m_services.loggers.product->information(
         QStringLiteral("Removed client reference %1 in product login session. Client references (%2): %3")
             .arg(clientKey)
             .arg(m_clientReferences.size())
@@ -122,7 +122,7 @@ QString ProductLoginSession::describeReferences() const {
 }
 
 bool ProductLoginSession::CheckTokensToQuery(const SessionCore& core) {
-    Log::ILogger& logger = *m_services.logger;
+    Log::ILogger& logger = *m_services.loggers.product;
     logger.information(QStringLiteral("Checking if tokens need to be queried"));
     TokenOperations* const operations = this->operations();
     if (!configuration() || !operations) {
@@ -148,13 +148,13 @@ void ProductLoginSession::EnableOAuth2(const QVector<OAuth2TokenSpec>& specs) {
     if (!operations || !configuration || !m_oauth2.enable(specs, *m_owner, *operations))
         return;
     if (!hasOAuth2Keys(*configuration))
-        m_services.logger->warning(
+        m_services.loggers.product->warning(
             QStringLiteral("OAuth2 enabled, but OAuth2 consumer keys are not set for %1 server. OAuth2 token will not be queried.")
                 .arg(serverName(m_server)));
 }
 
 void ProductLoginSession::checkOAuth2Tokens() const {
-    Log::ILogger& logger = *m_services.logger;
+    Log::ILogger& logger = *m_services.loggers.product;
     if (!m_oauth2.isEnabled()) {
         logger.information(QStringLiteral("OAuth2 token doesn't need to be queried since OAuth2 is disabled"));
         return;

@@ -32,7 +32,7 @@ OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) 
 
 RequestSigning::RequestSigning(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
     const QString prefix = product ? product->logPrefix() : QString();
@@ -105,7 +105,7 @@ void RequestSigning::prepareTokens(const ProductSessionPointer& product, bool ch
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     const ProductSessionPointer product = m_core.product(clientKey);
     prepareTokens(product, order.checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("SignRequest")), m_core.services.logger);
+    const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("SignRequest")), m_core.services.loggers.lock);
     QString error = signingText(check(clientKey, product, order.checkExpiry));
     QByteArray result;
     if (error.isEmpty())
@@ -144,7 +144,7 @@ bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, 
                                     Util::SecretBytes& secret) {
     const ProductSessionPointer product = m_core.product(clientKey);
     prepareTokens(product, checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("GetAccessToken")), m_core.services.logger);
+    const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("GetAccessToken")), m_core.services.loggers.lock);
     QString error = tokenText(check(clientKey, product, checkExpiry));
     SigningKeys keys;
     if (error.isEmpty()) {

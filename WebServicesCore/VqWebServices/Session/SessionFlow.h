@@ -22,7 +22,7 @@ public:
         if (m_entered)
             core.isFlowActive = true;
         else
-            core.services.logger->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
+            core.services.loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     }
     ~SessionFlow() {
         if (m_entered)

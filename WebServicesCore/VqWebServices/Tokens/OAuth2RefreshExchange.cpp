@@ -41,7 +41,7 @@ void OAuth2TokenRefresher::request() {
 
 Util::SecretBytes OAuth2TokenRefresher::makeForm() {
     const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
-                                  services().logger);
+                                  services().loggers.lock);
     m_sentTokens = owner().tokens();
     const ConfigurationPointer configuration = owner().configuration();
     // The server's words for the types differ between query and refresh.

@@ -7,6 +7,7 @@ namespace {
 QueryTexts makeTokenQueryTexts() {
     const auto elsewhere = QStringLiteral("Finished waiting for token query to finish in another process. %1.");
     QueryTexts texts;
+    texts.logger = &Loggers::fetcher;
     texts.called = QStringLiteral("%1 token query called from %2 thread");
     texts.skippedAsynchronous = QStringLiteral("Skipping asycnhronous token query since query is already in progress");
     texts.alreadyInProgress = QStringLiteral("Token query is already in progress. Waiting for it to finish");

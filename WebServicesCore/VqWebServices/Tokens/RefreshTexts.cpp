@@ -6,6 +6,7 @@ namespace {
 
 RefreshTexts makeTokenRefreshTexts() {
     RefreshTexts texts;
+    texts.logger = &Loggers::refresher;
     texts.timerStarted = QStringLiteral("Token refresh timer started with interval %1");
     texts.timerStopped = QStringLiteral("Token refresh timer stopped");
     texts.stoppingTimer = QStringLiteral("Stopping token refresh timer. %1.");

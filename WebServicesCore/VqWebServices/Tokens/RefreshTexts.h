@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Values/Loggers.h"
+
 #include <QString>
 
 namespace Velquor::WebServices {
 
 /// The words of one kind of refresh for the steps that all kinds share. Placeholders as in the texts. A plain value.
 struct RefreshTexts {
+    Loggers::Logger Loggers::*logger = nullptr; ///< Where they are written.
     QString timerStarted;
     QString timerStopped;
     QString stoppingTimer;

@@ -2,7 +2,7 @@
 
 #include "Network/UrlStore.h"
 #include "Signing/IVqOAuthHost.h"
-#include "VqLog/ILogger.h"
+#include "Values/Loggers.h"
 #include "VqUtil/Crypto/ICryptor.h"
 
 #include <QDateTime>
@@ -17,9 +17,7 @@ struct TokenServices {
     std::shared_ptr<Util::ICryptor> cryptor;
     std::shared_ptr<OAuth::IVqOAuthHost> oauthHost;
     UrlStore* urls = nullptr;
-    std::shared_ptr<Log::ILogger> logger;        ///< "VqWebServices.Session"
-    std::shared_ptr<Log::ILogger> networkLogger; ///< "VqWebServices.Network"
-    std::shared_ptr<Log::ILogger> cacheLogger;   ///< "VqWebServices.Cache"; set by the session when it is null.
+    Loggers loggers; ///< All set; those of a product's session write with its prefix.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
     /// Nanoseconds of a clock that only goes forward.
     std::function<qint64()> steadyClock = [] {

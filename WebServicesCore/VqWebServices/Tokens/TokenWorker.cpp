@@ -4,8 +4,9 @@
 
 namespace Velquor::WebServices {
 
-TokenWorker::TokenWorker(ITokenOwner& owner)
+TokenWorker::TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger)
     : m_owner(owner)
+    , m_logger(logger)
     , m_polling(this)
     , m_timer(this)
     , m_exchange([this](const ExchangeOutcome& outcome) { handleReply(outcome); }, this) {
@@ -26,7 +27,7 @@ bool TokenWorker::isOwnThread() const { return QThread::currentThread() == threa
 
 void TokenWorker::send(const QNetworkRequest& request, const QString& verb, const QByteArray& body) {
     m_aborted = false;
-    m_exchange.send(request, verb, body, services().tokenTimeoutMs, services().networkLogger);
+    m_exchange.send(request, verb, body, services().tokenTimeoutMs, services().loggers.network);
 }
 
 void TokenWorker::abort() {

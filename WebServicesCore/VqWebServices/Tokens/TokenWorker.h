@@ -20,7 +20,8 @@ class TokenWorker : public QObject {
     Q_OBJECT
 
 public:
-    explicit TokenWorker(ITokenOwner& owner);
+    /// `logger`: the one of the library's loggers that is this worker's.
+    TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger);
     ~TokenWorker() override;
 
     /// Outlives this object; for those who wait. Any thread.
@@ -32,7 +33,7 @@ public:
 protected:
     [[nodiscard]] ITokenOwner& owner() const { return m_owner; }
     [[nodiscard]] const TokenServices& services() const { return m_owner.services(); }
-    [[nodiscard]] Log::ILogger& log() const { return *m_owner.services().logger; }
+    [[nodiscard]] Log::ILogger& log() const { return *(m_owner.services().loggers.*m_logger); }
     [[nodiscard]] QDateTime now() const { return m_owner.services().now(); }
     [[nodiscard]] bool isOwnThread() const;
 
@@ -59,6 +60,7 @@ protected:
 
 private:
     ITokenOwner& m_owner;
+    Loggers::Logger Loggers::*const m_logger;
     const std::shared_ptr<RunState> m_run = std::make_shared<RunState>();
     Polling m_polling;
     QTimer m_timer;

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "VqLog/PrefixedLogger.h"
+
+#include <QStringList>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// The loggers of the library's parts, whose levels the log configuration can set one by one. A plain value.
+struct Loggers {
+    using Logger = std::shared_ptr<Log::ILogger>;
+
+    Logger session;         ///< The login session and its file, clients, sign-in and sign-out.
+    Logger product;         ///< The session of one product and its token operations.
+    Logger fetcher;         ///< Queries of access tokens.
+    Logger refresher;       ///< Refreshes of access tokens.
+    Logger lock;            ///< The locks that operations take.
+    Logger oauth2;          ///< OAuth2 sessions.
+    Logger oauth2Fetcher;   ///< Queries of OAuth2 tokens.
+    Logger oauth2Refresher; ///< Refreshes of OAuth2 tokens and their retry schedules.
+    Logger cache;           ///< Cached replies.
+    Logger network;         ///< Requests and replies.
+    Logger timeService;
+    Logger ipc; ///< What processes tell each other.
+
+    /// The library's own, by name.
+    [[nodiscard]] static Loggers named();
+    /// One for all parts.
+    [[nodiscard]] static Loggers all(const Logger& logger);
+    /// The same, each with the prefix of an object in front of what it writes.
+    [[nodiscard]] Loggers withPrefix(const std::shared_ptr<const Log::LogPrefix>& prefix) const;
+
+    /// The names of all, the library's root logger first.
+    [[nodiscard]] static QStringList names();
+};
+
+} // namespace Velquor::WebServices

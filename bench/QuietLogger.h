@@ -1,0 +1,14 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+
+namespace Velquor::Bench {
+
+/// Drops everything, at the level that products have. Thread: any. Owner: the benchmark.
+class QuietLogger final : public Log::ILogger {
+public:
+    void write(Log::Level, const QString&, const QString&) override {}
+    [[nodiscard]] bool isEnabled(Log::Level level) const override { return level >= Log::Level::Warning; }
+};
+
+} // namespace Velquor::Bench
