@@ -1,6 +1,9 @@
-// A process with ten signed-in products that has nothing to do does nothing.
+// A process with ten signed-in products and a known time that has nothing to do does nothing.
 
 #include "Session/LoginSession.h"
+#include "Signing/SystemTimeSource.h"
+#include "Signing/TimeServiceImp.h"
+#include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
 
@@ -57,6 +60,13 @@ private slots:
                                               TestKit::SessionFixture::configuration(keyOf(product), QStringLiteral("secret"))));
             QVERIFY(session->isLoggedIn(keyOf(product)));
         }
+        TestKit::LoopbackHttpServer server;
+        server.setScript(QStringLiteral("/time"), {TestKit::answer("200 OK", QByteArray::number(QDateTime::currentSecsSinceEpoch()))});
+        fixture.urls.SetUrlOverrides(Production, {{QStringLiteral("TimeServerUrls"), server.url(QStringLiteral("/time")).toString()}});
+        OAuth::TimeServiceImp time(fixture.urls, Production,
+                                   {{}, std::make_shared<OAuth::SystemTimeSource>(), fixture.logger, fixture.logger});
+        time.start();
+        QVERIFY(server.waitForRequest(QStringLiteral("/time")));
         QTest::qWait(1500); // until all that was begun is done
         const int ms = TestKit::rounds(2000, 10000);
         const int before = sleeps();
