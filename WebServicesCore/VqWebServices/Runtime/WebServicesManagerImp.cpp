@@ -73,8 +73,7 @@ IWebServicesManager* WebServicesManagerImp::runtimeObject() {
 }
 
 QString WebServicesManagerImp::defaultClientKey() {
-    static const QString key = QString::number(QCoreApplication::applicationPid());
-    return key;
+    return QString::number(QCoreApplication::applicationPid());
 }
 
 } // namespace Velquor::WebServices
