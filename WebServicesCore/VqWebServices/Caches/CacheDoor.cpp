@@ -101,7 +101,7 @@ void CacheDoor::updateAndWait(CacheView& view, CacheType type) {
         return;
     if (entry == RunState::Entry::Entered && !postUpdate(type))
         return view.updates->leave(0);
-    const CacheLog log(cacheTypeName(type), m_owner.services().cacheLogger);
+    const CacheLog log(cacheTypeName(type), m_owner.services().loggers.cache);
     log.information(QStringLiteral("Waiting for update to finish"));
     const RunWaiter::Outcome outcome = waiter.wait(m_owner.services().tokenTimeoutMs + graceMs);
     if (outcome.isTimedOut)

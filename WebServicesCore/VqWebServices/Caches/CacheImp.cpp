@@ -19,7 +19,7 @@ CacheImp::CacheImp(const CacheParts& parts, CacheView& view, const QString& name
     , m_refreshes(parts.refreshes)
     , m_views(parts.views)
     , m_view(view)
-    , m_log(name, parts.owner.services().cacheLogger)
+    , m_log(name, parts.owner.services().loggers.cache)
     , m_storage(parts.file, nodePath, m_log)
     , m_timer(this)
     , m_exchange([this](const ExchangeOutcome& outcome) { exchangeFinished(outcome); }, this) {

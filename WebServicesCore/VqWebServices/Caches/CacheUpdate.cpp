@@ -54,7 +54,7 @@ void CacheImp::update() {
         return endRun();
     }
     m_log.information(QStringLiteral("Starting update in separate thread"));
-    m_exchange.send(request, QStringLiteral("GET"), {}, m_tokens.services().tokenTimeoutMs, m_tokens.services().networkLogger);
+    m_exchange.send(request, QStringLiteral("GET"), {}, m_tokens.services().tokenTimeoutMs, m_tokens.services().loggers.network);
 }
 
 bool CacheImp::signRequest(QNetworkRequest& request) {

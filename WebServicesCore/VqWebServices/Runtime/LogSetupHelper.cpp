@@ -5,6 +5,7 @@
 #include "Runtime/LogBanner.h"
 #include "Runtime/LogConfiguration.h"
 #include "Runtime/RuntimePaths.h"
+#include "Values/Loggers.h"
 #include "Runtime/SilencedLoggers.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"

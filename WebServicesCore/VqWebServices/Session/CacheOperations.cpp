@@ -6,7 +6,7 @@ namespace Velquor::WebServices {
 
 CacheOperations::CacheOperations(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.cacheLogger) {}
+    , m_logger(*core.services.loggers.cache) {}
 
 CacheDoor* CacheOperations::doorOf(const ProductSessionPointer& product) {
     TokenOperations* const operations = product ? product->operations() : nullptr;
