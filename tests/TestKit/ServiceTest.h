@@ -13,8 +13,8 @@ namespace Velquor::TestKit {
 /// Thread: the test's. Owner: the test, which derives from it and keeps its sessions behind what is here.
 class ServiceTest : public QObject {
 protected:
-    void startService() {
-        QVERIFY(m_service.start());
+    void startService(const QStringList& options = {}) {
+        QVERIFY(m_service.start(options));
         WebServices::SupportFiles::setSearchPaths(m_service.folder());
     }
 
@@ -25,11 +25,12 @@ protected:
     }
 
     /// Restores the session, and signs the user in with the product of this key.
-    void signIn(WebServices::LoginSession& session, const QString& key = QStringLiteral("demo-product-0001")) {
+    void signIn(WebServices::LoginSession& session, const QString& key = QStringLiteral("demo-product-0001"),
+                const QString& user = QStringLiteral("ada")) {
         session.RestoreLogin(key, false);
         const WebServices::InitiatedLogin login = session.InitiateLogin(key, QString());
         QCOMPARE(login.code, WebServices::LoginCode::success);
-        QVERIFY(m_service.approve(login.url));
+        QVERIFY(m_service.approve(login.url, user));
         QCOMPARE(session.CompleteLogin(key, nullptr), WebServices::LoginCode::success);
     }
 

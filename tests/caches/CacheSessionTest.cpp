@@ -23,7 +23,9 @@ class CacheSessionTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { startService(); }
+    void initTestCase() {
+        startService({QStringLiteral("--users"), QStringLiteral("ada:correct horse"), QStringLiteral("--users"), QStringLiteral("bob:battery staple")});
+    }
 
     void init() {
         beginAnew();
@@ -116,12 +118,44 @@ private slots:
         QTRY_VERIFY(m_session->caches().IsCacheAvailable(key, CacheType::UserInfo));
     }
 
+    void aSignInOverASignIn_data() {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<bool>("isUpdating");
+        QTest::newRow("another user, a value is known") << "bob" << false;
+        QTest::newRow("another user, an update is under way") << "bob" << true;
+        QTest::newRow("the same user, an update is under way") << "ada" << true;
+    }
+
+    // Values are given out to the user they belong to only, in every product, and are asked for again without being missed.
+    void aSignInOverASignIn() {
+        QFETCH(QString, user);
+        QFETCH(bool, isUpdating);
+        m_session->AddClient({secondKey, 1, QStringLiteral("Second"), QStringLiteral("/opt/second")});
+        m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret));
+        m_session->RestoreLogin(secondKey, false);
+        QTRY_VERIFY(m_session->isLoggedIn(secondKey));
+        QVERIFY(m_session->caches().userInfo(secondKey));
+        if (isUpdating) {
+            QVERIFY(m_service.addFault(QStringLiteral("account"), QStringLiteral("delay"), {{"delay_ms", 700}}));
+            m_session->caches().EnableCache(key, CacheType::UserInfo, true);
+            const auto started = QStringLiteral("User Info: Starting update in separate thread");
+            QTRY_COMPARE(m_fixture->logger->texts().filter(started).size(), 2);
+        } else {
+            QVERIFY(m_session->caches().userInfo(key));
+        }
+        // Dates in the file are whole seconds, and no user is as fast as this test.
+        m_fixture->clockOffset = 2;
+        signIn(*m_session, key, user);
+        for (const QString& product : {key, secondKey}) {
+            QTRY_VERIFY(m_session->caches().IsCacheAvailable(product, CacheType::UserInfo));
+            QCOMPARE(m_session->caches().userInfo(product)->userName, user);
+        }
+    }
+
     void aSignOutWinsOverAnUpdate() {
         QVERIFY(m_service.addFault(QStringLiteral("account"), QStringLiteral("delay"), {{"delay_ms", 600}}));
         m_session->caches().EnableCache(key, CacheType::UserInfo, true);
         QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("User Info: Starting update in separate thread")));
-        QElapsedTimer timer;
-        timer.start();
         QVERIFY(m_session->CompleteLogout(key));
         QTest::qWait(900);
         QVERIFY(!cacheFile().contains("ada"));
@@ -164,6 +198,7 @@ private slots:
         QVERIFY(m_session->CompleteLogout(key));
         QVERIFY(!m_session->caches().hasProduct(key));
         QVERIFY(!m_session->caches().quota(key));
+        QVERIFY(m_session->caches().IsCacheEnabled(key, CacheType::StorageQuota));
         m_session->caches().InvalidateCache(key, CacheType::StorageQuota);
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to invalidate cache Storage Quota. Cache objects not yet created.")));
         m_session->caches().EnableCache(key, static_cast<CacheType>(7), true);

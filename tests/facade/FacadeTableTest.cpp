@@ -13,6 +13,7 @@
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesManagerEx.h>
+#include <VqWebServices/WebServicesPrivate.h>
 #include <algorithm>
 #include <array>
 #include <functional>
@@ -277,6 +278,9 @@ private slots:
     void signsIn() {
         WebServicesManager& manager = Caller::plain();
         WebServicesManagerEx& keyed = Caller::keyed();
+        // Who has asked for a value before has switched its cache on.
+        QVERIFY(manager.IsCacheEnabled(CacheType::StorageQuota));
+        manager.EnableCache(CacheType::StorageQuota, false);
         QVERIFY(keyed.SetConfiguration(knownKey, configuration()));
         wchar_t small[6] = {canary, canary, canary, canary, canary, canary};
         NetworkCookieJar jar;
@@ -324,7 +328,9 @@ private slots:
         const Row row = rows().at(size_t(index));
         if (row.unknown == none)
             return;
+        const int missesBefore = misses();
         QCOMPARE(row.call({true, unknownKey}), row.unknown);
+        QVERIFY(QLatin1String(row.name) == QLatin1String("SetConfiguration") || misses() > missesBefore);
         if (QLatin1String(row.name) != QLatin1String("SetConfiguration"))
             QCOMPARE(row.call({true, QString()}), row.unknown);
     }
@@ -338,7 +344,9 @@ private slots:
         if (!row.hasKeyed)
             return;
         checkBuffers(row, {true, knownKey}, true);
+        const int missesBefore = misses();
         checkBuffers(row, {true, unknownKey}, false);
+        QVERIFY(misses() > missesBefore);
         QCOMPARE(row.call({true, unknownKey}, nullptr, 0), 0);
     }
 
@@ -354,7 +362,9 @@ private slots:
             const std::unique_ptr<wchar_t[]> owned(text);
             QVERIFY(std::wstring(text).size() > 20);
         }
+        const int missesBefore = misses();
         expectNothing(row, {true, unknownKey});
+        QVERIFY(misses() > missesBefore);
         expectNothing(row, {true, QString()});
     }
 
@@ -437,6 +447,12 @@ private slots:
     }
 
 private:
+    /// How often the log says that a key belongs to nobody.
+    static int misses() {
+        QFile log(WebServicesPrivate::GetLogFile());
+        return log.open(QIODevice::ReadOnly) ? log.readAll().count("Client info not found for client key nobody.") : -1;
+    }
+
     static NetworkCookieJar oneCookie() {
         NetworkCookie cookie;
         cookie.SetName("session");

@@ -143,6 +143,9 @@ private slots:
         IWebServicesManager* const keptInterface = GetIWebServicesManager();
         WebServicesManager::Uninitialize();
         expectFailures(*kept);
+        QFile log(WebServicesPrivate::GetLogFile());
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().contains("SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
         wchar_t buffer[4];
         QCOMPARE(keptInterface->GetUserName(buffer, 4), 0);
         QCOMPARE(keptInterface->GetLoginExpiryDate(), 0U);

@@ -230,23 +230,28 @@ void NetworkTextTest::dumpHasTheDocumentedLines() {
 }
 
 void NetworkTextTest::dumpCutsBodies_data() {
-    QTest::addColumn<int>("size");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("shown");
     QTest::addColumn<bool>("cut");
-    QTest::newRow("just fits") << 2000 << false;
-    QTest::newRow("one too many") << 2001 << true;
-    QTest::newRow("far too many") << 3000000 << true;
+    const auto status = [](int size) { return QByteArray("status=" + QByteArray(size - 7, 'a')); };
+    const QString whole = QString::fromLatin1(status(2000));
+    QTest::newRow("just fits") << status(2000) << whole << false;
+    QTest::newRow("one too many") << status(2001) << whole << true;
+    QTest::newRow("far too many") << status(3000000) << whole << true;
+    QTest::newRow("long, with little to show") << "oauth_token=" + QByteArray(3000, 'a') << "oauth_token=***" << true;
+    QTest::newRow("long, not understood") << QByteArray(3000, ' ') << "<no content type, 3000 bytes>" << true;
+    QTest::newRow("short, with more to show") << QByteArray("a=1&").repeated(499) + "a=1" << QStringLiteral("a=***&").repeated(499) + "a=***" << false;
 }
 
 void NetworkTextTest::dumpCutsBodies() {
-    QFETCH(int, size);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, shown);
     QFETCH(bool, cut);
-    const QByteArray body = "status=" + QByteArray(size - 7, 'a');
-    const QString whole = QString::fromLatin1(body.left(2000));
     const QStringList dump = requestDump(&FakeReply().withStatus(200), body, body);
     const QString request = dump.value(dump.indexOf(QStringLiteral("Request body:")) + 1);
     const QString response = dump.value(dump.indexOf(QStringLiteral("Response body:")) + 1);
-    QCOMPARE(request, cut ? whole + QStringLiteral("...\n<request body is too long and truncated>") : whole);
-    QCOMPARE(response, cut ? whole + QStringLiteral("...\n<response body is too long and truncated>") : whole);
+    QCOMPARE(request, cut ? shown + QStringLiteral("...\n<request body is too long and truncated>") : shown);
+    QCOMPARE(response, cut ? shown + QStringLiteral("...\n<response body is too long and truncated>") : shown);
 }
 
 void NetworkTextTest::dumpTellsNoSecret() {

@@ -175,6 +175,7 @@ private slots:
         QTest::newRow("canceled") << Answers{code(1223), wrong("b")} << QStringList{""} << 1 << closed.arg("User canceled") << 0;
         QTest::newRow("wrong, then canceled")
             << Answers{wrong("a"), code(1223)} << QStringList{"", "a"} << 2 << closed.arg("User canceled") << 0;
+        QTest::newRow("no user name") << Answers{wrong("")} << QStringList{""} << 1 << closed.arg("No user name was given") << 1;
         QTest::newRow("no prompt") << Answers{code(2), wrong("b")} << QStringList{""} << 1 << closed.arg(noFile) << 1;
     }
 

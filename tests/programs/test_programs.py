@@ -107,22 +107,37 @@ class ProgramsTest(unittest.TestCase):
         for name in ("LoginState.xml", "UserKey.pem"):
             self.assertEqual(0o600, (folder / name).stat().st_mode & 0o777, name)
 
-    @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
-    def test_without_a_log_configuration_the_network_is_refused(self):
-        library = self.folder / "library"
-        library.mkdir()
+    def run_with_configuration(self, configuration: bytes | None) -> subprocess.CompletedProcess:
+        """Runs the product with the library in a folder that holds this log configuration, or none."""
+        library = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
         for file in BINARIES.glob("libVqWebServices.so*"):
             shutil.copy(file, library, follow_symlinks=False)
-        environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "XDG_DATA_HOME": str(self.folder / "none")}
-        run = subprocess.run([str(PRODUCT), "--support", str(self.service.folder), "--ca", self.service.info["ca_file"]],
-                             input=f"status\ninitiate-login\nget {self.service.info['url']}/api/echo\nquit\n",
-                             capture_output=True, text=True, timeout=30, check=False, env=environment)
+        if configuration is not None:
+            (library / "WebServices.logconfig").write_bytes(configuration)
+        environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "XDG_DATA_HOME": str(library / "none")}
+        return subprocess.run([str(PRODUCT), "--support", str(self.service.folder), "--ca", self.service.info["ca_file"]],
+                              input=f"status\ninitiate-login\nget {self.service.info['url']}/api/echo\nquit\n",
+                              capture_output=True, text=True, timeout=30, check=False, env=environment)
+
+    @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
+    def test_without_a_log_configuration_the_network_is_refused(self):
+        run = self.run_with_configuration(None)
         reason = "Web Services initialization failed due to missing WebServices.logconfig file."
         self.assertIn("Web Services initialization failed. Log config file- WebServices.logconfig could not be located in any of "
-                      f"the following paths:\n{library}", run.stdout)
+                      f"the following paths:\n{self.folder}", run.stdout)
         for refusal in ("Cannot get access token.", "Cannot initiate login.", "Cannot sign request."):
             self.assertIn(f"{refusal} {reason}", run.stdout)
         self.assertEqual(0, self.service.accepted("request-token"))
+
+    @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
+    def test_a_log_configuration_that_cannot_be_applied_costs_the_log_only(self):
+        for configuration, reason in ((b" \n", "The file is empty"), (b"#" * 20481, "20480")):
+            with self.subTest(reason=reason):
+                before = self.service.accepted("request-token")
+                run = self.run_with_configuration(configuration)
+                self.assertRegex(run.stdout, f"Failed to setup log: .*WebServices.logconfig: .*{reason}")
+                self.assertNotIn("missing WebServices.logconfig", run.stdout)
+                self.assertEqual(before + 1, self.service.accepted("request-token"))
 
 
 if __name__ == "__main__":

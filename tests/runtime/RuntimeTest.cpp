@@ -93,15 +93,16 @@ private slots:
         before->trace(QStringLiteral("below the level"));
         LogSetupHelper::Log(30000, L"wide text");
         const QStringList lines = readLines(folder.filePath(QStringLiteral("WebServices.log")));
-        const int begin = find(lines, QStringLiteral("Begin dump of queued log messages ("));
+        const int banner = find(lines, QStringLiteral("Operating System: "));
+        const int begin = find(lines, QStringLiteral("Begin dump of queued log messages (1)"));
         const int early =
             find(lines, QStringLiteral("WARN  [RuntimeTest"), QStringLiteral("VqWebServices.Session - prefix: an early message"));
         const int end = find(lines, QStringLiteral("End dump of queued log message(s)"));
         QVERIFY2(begin >= 0 && begin < early && early < end, qPrintable(lines.join('\n')));
-        QVERIFY(find(lines, QStringLiteral("Root log level picked up from environment variable VQWS_LOGLEVEL")) >= 0);
+        const int level = find(lines, QStringLiteral("Root log level picked up from environment variable VQWS_LOGLEVEL"));
+        QVERIFY2(level >= 0 && level < banner && banner < begin, qPrintable(lines.join('\n')));
         QVERIFY(find(lines, QStringLiteral("RootLogLevel=DEBUG")) >= 0);
         QVERIFY(find(lines, QStringLiteral("VqWebServices.OAuth2.Fetcher: DEBUG")) >= 0);
-        QVERIFY(find(lines, QStringLiteral("Operating System: ")) >= 0);
         QVERIFY(find(lines, QStringLiteral("prefix: forged\\n2026-01-01T00:00:00.000Z ERROR \\r\\x1b[31mred\\x07 %s%n")) >= 0);
         QVERIFY(find(lines, QStringLiteral("VqWebServices - wide text")) >= 0);
         QVERIFY(find(lines, QStringLiteral("below the level")) < 0);
@@ -118,6 +119,21 @@ private slots:
         QVERIFY(!LogSetupHelper::isLogEnabled());
         before->error(QStringLiteral("after the end"));
         QVERIFY(find(readLines(folder.filePath(QStringLiteral("WebServices.log"))), QStringLiteral("after the end")) < 0);
+    }
+
+    // The log library opens files by narrow names. Nothing was queued this time, and nobody is silenced any more.
+    void setsUpTheLogInAnyFolderAgain() {
+        const QTemporaryDir parent;
+        const QString folder = parent.filePath(QStringLiteral("l\u00f6g \u0416"));
+        qunsetenv("VQWS_LOGFILEDIR");
+        setSetting(QStringLiteral("WebServicesDataPath"), folder);
+        QVERIFY(LogSetupHelper::SetupLog());
+        setSetting(QStringLiteral("WebServicesDataPath"), QString());
+        Log::makeLogger(QStringLiteral("VqWebServices.Session"))->warning(QStringLiteral("here I am"));
+        const QStringList lines = readLines(folder + QStringLiteral("/WebServices.log"));
+        QVERIFY(find(lines, QStringLiteral("LocalAppData=") + folder) >= 0);
+        QVERIFY(find(lines, QStringLiteral("VqWebServices.Session - here I am")) >= 0);
+        QVERIFY(find(lines, QStringLiteral("Log was setup after a delay")) < 0);
     }
 
 private:

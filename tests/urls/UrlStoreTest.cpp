@@ -48,6 +48,7 @@ private slots:
     void refusedFiles_data();
     void refusedFiles();
     void missingFile();
+    void settingsOfTheOrganizationDoNotCount();
     void settingsNameTheFile_data();
     void settingsNameTheFile();
     void overrides();
@@ -96,6 +97,7 @@ void UrlStoreTest::files_data() {
     QTest::newRow("non-ASCII and escapes") << document("\"AccountServerUrl\":\"https:\\/\\/\\u00e4\xc3\xa4\"") << QStringLiteral("https://\u00e4\u00e4");
     QTest::newRow("key twice") << document("\"AccountServerUrl\":\"a\",\"AccountServerUrl\":\"b\"") << "b";
     QTest::newRow("members that are no texts") << document("\"x\":{\"y\":\"z\"},\"l\":[1],\"AccountServerUrl\":\"https://one\"") << "https://one";
+    QTest::newRow("a number") << document("\"AccountServerUrl\":5") << "";
     QTest::newRow("another case") << document("\"accountserverurl\":\"https://one\"") << "";
     QTest::newRow("no members") << document("") << "";
     QTest::newRow("no Urls") << QByteArray("{\"Configurations\":{\"WebServices\":{}}}") << "";
@@ -145,6 +147,14 @@ void UrlStoreTest::refusedFiles() {
 }
 
 void UrlStoreTest::missingFile() {
+    // Whatever lies in the working directory of the host is no file of ours.
+    const QString before = QDir::currentPath();
+    const QTemporaryDir elsewhere;
+    QVERIFY(QDir::setCurrent(elsewhere.path()));
+    QFile planted(stagingFile);
+    QVERIFY(planted.open(QIODevice::WriteOnly) && planted.write(account("planted")) > 0);
+    planted.close();
+    const auto goBack = qScopeGuard([&before] { QDir::setCurrent(before); });
     QVERIFY(!m_store->LoadUrls(Staging));
     QVERIFY(!m_store->canUse(Staging));
     QVERIFY(m_store->GetUrl(Staging, accountKey).isEmpty());
@@ -152,13 +162,24 @@ void UrlStoreTest::missingFile() {
     QCOMPARE(m_logger->texts(), QStringList({QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
                                              QStringLiteral("Cannot use Staging server. Server config file '%1' could not be located in any of "
                                                             "the following search paths:\n%2").arg(stagingFile, folders.join('\n')),
+                                             QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
                                              missing(accountKey, stagingFile)}));
     QVERIFY(!m_store->canUse(NoServer) && !m_store->canUse(static_cast<Server>(77)));
     QVERIFY(m_store->GetUrl(static_cast<Server>(77), accountKey).isEmpty());
     put(productionFile, QByteArray(1024 * 1024 + 1, ' '));
     QVERIFY(!m_store->LoadUrls(Production));
+    QCOMPARE(m_logger->texts().last(), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
     QVERIFY(QDir(m_folder->path()).mkdir(stagingFile));
     QVERIFY(!m_store->canUse(Staging));
+}
+
+// Only the user's own settings of this library count.
+void UrlStoreTest::settingsOfTheOrganizationDoNotCount() {
+    QSettings organization(QStringLiteral("Velquor"));
+    organization.setValue(QStringLiteral("StagingServerConfigJsonFile"), QStringLiteral("Other.config"));
+    organization.sync();
+    QCOMPARE(urlFileName(Staging), stagingFile);
+    organization.clear();
 }
 
 void UrlStoreTest::settingsNameTheFile_data() {
@@ -221,8 +242,8 @@ void UrlStoreTest::reloads() {
     put(QStringLiteral("other/") + productionFile, "{");
     QVERIFY(!m_store->LoadUrls(Production));
     QVERIFY(m_store->GetUrl(Production, accountKey).isEmpty());
+    // What could not be read is tried again at the next lookup.
     put(QStringLiteral("other/") + productionFile, account("third"));
-    QVERIFY(m_store->LoadUrls(Production));
     QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://third"));
 }
 
@@ -254,8 +275,10 @@ void UrlStoreTest::codes() {
                                        {41, "QuillonStorageEndPointDeleteFolder"}, {48, "VqSSOServerConfigUrl"}};
     for (auto row = fixed.begin(); row != fixed.end(); ++row)
         QCOMPARE(urlKey(static_cast<WebServicesUrlCode>(row.key())), QLatin1String(row.value()));
-    for (const int code : {-1, 49, 1 << 30})
+    for (const int code : {-1, 49, 1 << 30}) {
         QVERIFY(m_store->GetUrl(Production, static_cast<WebServicesUrlCode>(code)).isEmpty());
+        QVERIFY(m_logger->texts(Log::Level::Error).last().contains(QString::number(code)));
+    }
 }
 
 void UrlStoreTest::shippedExamples_data() {

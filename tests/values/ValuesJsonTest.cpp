@@ -79,6 +79,8 @@ void ValuesJsonTest::cookies_data() {
     const auto expiry = [](const char* name, const QByteArray& number, qint64 read) {
         QTest::newRow(name) << "{\"ExpiryDate\":" + number + "}" << true << QByteArray() << read;
     };
+    expiry("beyond a double", "9007199254740993", 9007199254740993LL);
+    expiry("for ever", "9223372036854775807", std::numeric_limits<qint64>::max());
     refused("empty text", "");
     refused("empty object", "{}");
     refused("array", "[]");

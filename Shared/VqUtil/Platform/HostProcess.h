@@ -22,8 +22,14 @@ namespace Velquor::Util {
 /// On Windows the name is compared without regard to case.
 [[nodiscard]] QString loadedModulePath(const QString& fileName);
 
-/// Puts a folder in front of the variable "PATH" of this process. False when "PATH" cannot be read.
-[[nodiscard]] bool prependToPath(const QString& folder);
+/// The variable "PATH" of this process, at most 32767 characters; empty when it cannot be read.
+[[nodiscard]] QString searchPath();
+
+/// Whether the folder is the first of such a text.
+[[nodiscard]] bool isFirstInSearchPath(const QString& folder, const QString& path);
+
+/// Puts the folder in front of such a text and makes that the variable "PATH" of this process. False when the system refuses.
+[[nodiscard]] bool prependToSearchPath(const QString& folder, const QString& path);
 
 /// The version of the running system: "major.minor.build".
 [[nodiscard]] QString systemVersion();

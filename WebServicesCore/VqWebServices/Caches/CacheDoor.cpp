@@ -48,8 +48,14 @@ bool CacheDoor::isAvailable(CacheType type) const {
 
 void CacheDoor::EnableCache(CacheType type, bool enable) {
     const QMutexLocker lock(&m_mutex);
-    if (Cache* const cache = m_isOpen && isEnabled(type) != enable ? m_store->cache(type) : nullptr)
+    CacheView* const seen = view(type);
+    if (!m_isOpen || !seen || seen->isEnabled == enable)
+        return;
+    if (Cache* const cache = m_store->cache(type))
         cache->EnableCache(enable);
+    else
+        // There are no caches at all by a setting; the wish is kept, so that it is not made again with each request.
+        seen->isEnabled = enable;
 }
 
 void CacheDoor::InvalidateCache(CacheType type) {
@@ -62,6 +68,14 @@ void CacheDoor::DeleteCache(CacheType type) {
     const QMutexLocker lock(&m_mutex);
     if (m_isOpen)
         m_store->DeleteCache(type);
+}
+
+void CacheDoor::invalidateAll() {
+    const QMutexLocker lock(&m_mutex);
+    for (const CacheType type : cacheTypes) {
+        if (Cache* const cache = m_isOpen ? m_store->cache(type) : nullptr)
+            cache->InvalidateCache();
+    }
 }
 
 void CacheDoor::tell(Event event) {

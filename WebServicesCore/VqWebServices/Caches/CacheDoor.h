@@ -25,6 +25,8 @@ public:
     void EnableCache(CacheType type, bool enable);
     void InvalidateCache(CacheType type);
     void DeleteCache(CacheType type);
+    /// Nothing of what is known is given out any more: it is another user's.
+    void invalidateAll();
 
     using Event = void (CacheStore::*)();
     /// Passes on what has happened to the sign-in.

@@ -117,10 +117,10 @@ CacheFile::ReadResult CacheFile::read(const QString& nodePath, CacheRecord& reco
 
 CacheFile::WriteResult CacheFile::save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite) {
     if (!mayWrite())
-        return WriteResult::Done;
+        return WriteResult::NotWanted;
     return change(saveTimeoutMs, mayWrite, [&](QDomDocument& document) {
         if (!mayWrite())
-            return Change::None;
+            return Change::NotWanted;
         QDomElement root = document.documentElement();
         QDomElement element = find(root, nodePath);
         if (element.isNull())
@@ -155,21 +155,26 @@ CacheFile::WriteResult CacheFile::change(int timeoutMs, const std::function<bool
         return WriteResult::NoFolder;
     Util::ProcessGuard guard(lockName, folder);
     if (!acquire(guard, timeoutMs, isWorthIt))
-        return WriteResult::NotOpened;
+        return isWorthIt() ? WriteResult::NotOpened : WriteResult::NotWanted;
     if (!std::exchange(m_cleaned, true))
         Util::AtomicFile::removeStaleTemporaries(m_path);
     WriteResult result = WriteResult::NotOpened;
     QDomDocument document = openForChange(m_path);
-    if (!document.isNull() && edit(document) == Change::None) {
-        result = WriteResult::Done;
-    } else if (!document.isNull()) {
-        const QByteArray data = document.toByteArray(-1);
-        // What could not be read back would take the values of all products with it.
-        const bool isReadable = data.size() <= maximumFileBytes && !parse(data).isNull();
-        result = isReadable && Util::AtomicFile::write(m_path, data, nullptr) ? WriteResult::Done : WriteResult::NotWritten;
+    if (!document.isNull()) {
+        const Change made = edit(document);
+        result = made == Change::Made   ? replace(document)
+                 : made == Change::None ? WriteResult::Done
+                                        : WriteResult::NotWanted;
     }
     guard.release();
     return result;
+}
+
+CacheFile::WriteResult CacheFile::replace(const QDomDocument& document) const {
+    const QByteArray data = document.toByteArray(-1);
+    // What could not be read back would take the values of all products with it.
+    const bool isReadable = data.size() <= maximumFileBytes && !parse(data).isNull();
+    return isReadable && Util::AtomicFile::write(m_path, data, nullptr) ? WriteResult::Done : WriteResult::NotWritten;
 }
 
 bool CacheFile::removeAll(const QString& path) {

@@ -34,8 +34,9 @@ public:
     /// Without the lock: a reader sees the old document or the new one.
     [[nodiscard]] ReadResult read(const QString& nodePath, CacheRecord& record) const;
 
-    enum class WriteResult { Done, NoFolder, NotOpened, NotWritten };
-    /// Waits for the lock for as long as `mayWrite` says yes, at most 5 seconds. It is asked under the lock again; when it says no, nothing is written and the result is `Done`.
+    enum class WriteResult { Done, NotWanted, NoFolder, NotOpened, NotWritten };
+    /// Waits for the lock for as long as `mayWrite` says yes, at most 5 seconds, and asks it under the lock again; when it says no,
+    /// nothing is written and the result is `NotWanted`.
     [[nodiscard]] WriteResult save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite);
     /// Removes the product's value. `Done` when there was none.
     [[nodiscard]] WriteResult remove(const QString& nodePath);
@@ -43,9 +44,10 @@ public:
     [[nodiscard]] static bool removeAll(const QString& path);
 
 private:
-    enum class Change { None, Made };
+    enum class Change { None, NotWanted, Made };
     using Edit = std::function<Change(QDomDocument&)>;
     [[nodiscard]] WriteResult change(int timeoutMs, const std::function<bool()>& isWorthIt, const Edit& edit);
+    [[nodiscard]] WriteResult replace(const QDomDocument& document) const;
     [[nodiscard]] QDomElement find(const QDomElement& root, const QString& nodePath) const;
 
     const QString m_path;

@@ -60,6 +60,7 @@ void CacheImp::InvalidateSlot() {
     // What is under way may end in "not modified", which would leave no value.
     Abort();
     clearMemory();
+    findOutWhetherItCanUpdate();
     checkForUpdate();
 }
 

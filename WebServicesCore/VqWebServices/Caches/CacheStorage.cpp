@@ -55,6 +55,8 @@ void CacheStorage::save(const CacheIdentity& identity, const Value& value, const
     const CacheFile::WriteResult result = m_file->save(m_nodePath, record, mayWrite);
     if (result == CacheFile::WriteResult::Done)
         m_log.information(QStringLiteral("Saved cache to cache file %1").arg(m_file->path()));
+    else if (result == CacheFile::WriteResult::NotWanted)
+        m_log.information(QStringLiteral("The value is not saved: nobody is signed in for it any more"));
     else
         logFailure(result, QStringLiteral("Failed to save cache to cache file %1"));
 }

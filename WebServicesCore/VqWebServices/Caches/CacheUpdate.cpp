@@ -74,16 +74,19 @@ bool CacheImp::signRequest(QNetworkRequest& request) {
 
 void CacheImp::exchangeFinished(const ExchangeOutcome& outcome) {
     m_log.information(QStringLiteral("Update thread finished%1").arg(QString()));
-    settle(outcome);
+    const bool isOfThisSignIn = !m_view.isClosed && !m_askedFor.isEmpty() && m_tokens.signInMark() == m_askedFor;
+    if (isOfThisSignIn)
+        settle(outcome);
+    else
+        m_log.information(QStringLiteral("The reply belongs to a sign-in that is over"));
     m_log.information(QStringLiteral("Update finished"));
     endRun();
+    // The sign-in that came meanwhile found this update under way and left it at that.
+    if (!isOfThisSignIn)
+        lookAgain();
 }
 
 void CacheImp::settle(const ExchangeOutcome& outcome) {
-    if (m_view.isClosed || m_askedFor.isEmpty() || m_tokens.signInMark() != m_askedFor) {
-        m_log.information(QStringLiteral("The reply belongs to a sign-in that is over"));
-        return;
-    }
     if (outcome.result == OperationResult::Success && outcome.reply.status == 304 && m_view.isAvailable) {
         m_log.information(QStringLiteral("Finished update. Cache not modified since server returned 304."));
         m_failures = 0;

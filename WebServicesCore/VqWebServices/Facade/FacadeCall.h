@@ -7,15 +7,12 @@
 
 namespace Velquor::WebServices {
 
-/// Runs one operation of a facade on the session of this moment: nothing is thrown to the caller, and a call while the library is
-/// not initialized has its failure result and one log line. Thread: any.
+/// Runs one operation of a facade: nothing is thrown to the caller. Thread: any. Errors: the failure result and one log line.
 template <class Result, class Work>
-Result withSession(const char* operation, Result failure, const Work& work) {
-    const auto session = WebServicesManagerImp::instance().session();
-    QString reason = QStringLiteral("Module not initialized or already uninitialized.");
+Result guarded(const char* operation, Result failure, const Work& work) {
+    QString reason;
     try {
-        if (session)
-            return work(*session);
+        return work();
     } catch (const std::exception& exception) {
         reason = QString::fromLocal8Bit(exception.what());
     } catch (...) {
@@ -23,6 +20,28 @@ Result withSession(const char* operation, Result failure, const Work& work) {
     }
     Log::rootLogger().error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     return failure;
+}
+
+/// The same for an operation without a result.
+template <class Work>
+void guarded(const char* operation, const Work& work) {
+    (void)guarded(operation, false, [&work] {
+        work();
+        return true;
+    });
+}
+
+/// Runs one operation of a facade on the session of this moment; a call while the library is not initialized has its failure result
+/// and one log line too. Thread: any.
+template <class Result, class Work>
+Result withSession(const char* operation, Result failure, const Work& work) {
+    return guarded(operation, failure, [&]() -> Result {
+        if (const auto session = WebServicesManagerImp::instance().session())
+            return work(*session);
+        Log::rootLogger().error(QStringLiteral("%1 failed. %2").arg(
+            QLatin1String(operation), QStringLiteral("Module not initialized or already uninitialized.")));
+        return failure;
+    });
 }
 
 /// Refuses an operation that needs the network when the log configuration was missing at start-up; since no log exists, the

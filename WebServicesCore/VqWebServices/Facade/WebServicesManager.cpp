@@ -34,7 +34,7 @@ int WebServicesManager::GetCachePath(wchar_t* buffer, int size) {
 void WebServicesManager::SetCachePath(const wchar_t*) {}
 
 int WebServicesManager::GetLoginStateFile(wchar_t* buffer, int size) {
-    return copyText(RuntimePaths::loginStateFile(), buffer, size);
+    return guarded("GetLoginStateFile", 0, [&] { return copyText(RuntimePaths::loginStateFile(), buffer, size); });
 }
 
 int WebServicesManager::GetUrl(WebServicesUrlCode code, wchar_t* buffer, int size) {
@@ -172,11 +172,11 @@ void WebServicesManager::RemoveObserver(IWebServicesObserver* observer) {
 }
 
 bool WebServicesManager::IsLogEnabled() {
-    return LogSetupHelper::isLogEnabled();
+    return guarded("IsLogEnabled", false, [] { return LogSetupHelper::isLogEnabled(); });
 }
 
 bool WebServicesManager::IsSSOEnabledForAllUsers() {
-    return RuntimePaths::isSSOEnabledForAllUsers();
+    return guarded("IsSSOEnabledForAllUsers", false, [] { return RuntimePaths::isSSOEnabledForAllUsers(); });
 }
 
 } // namespace Velquor::WebServices

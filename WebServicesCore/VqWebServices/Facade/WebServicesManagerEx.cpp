@@ -2,6 +2,7 @@
 
 #include "Facade/FacadeCall.h"
 #include "Facade/SigningArguments.h"
+#include "Network/DisplayUrl.h"
 #include "Network/UrlStore.h"
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"
@@ -31,6 +32,28 @@ QByteArray cookieHeader(const NetworkCookieJar& jar) {
     return header;
 }
 
+wchar_t* signInSession(LoginSession& session, const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
+    SigningOrder order;
+    if (!session.requireClient(clientKey) || !makeSigningOrder(arguments, order))
+        return nullptr;
+    order.checkExpiry = checkExpiry;
+    const QByteArray result = session.SignRequest(clientKey, order);
+    return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
+}
+
+wchar_t* sign(const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
+    if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return nullptr;
+    return guarded("SignRequest", static_cast<wchar_t*>(nullptr), [&]() -> wchar_t* {
+        if (const auto session = WebServicesManagerImp::instance().session())
+            return signInSession(*session, clientKey, arguments, checkExpiry);
+        Log::rootLogger().error(
+            QStringLiteral("SignRequest failed while signing url %1: Module not initialized or already uninitialized.")
+                .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode))));
+        return nullptr;
+    });
+}
+
 } // namespace
 
 WebServicesManagerEx* WebServicesManagerEx::GetInstanceEx() {
@@ -52,14 +75,16 @@ bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebS
 }
 
 const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QString& clientKey) {
-    static const auto empty = std::make_shared<const WebServicesConfiguration>();
+    // Neither is destroyed: hosts ask from the destructors of their own statics, and keep the reference.
+    static const auto* const empty = new ConfigurationPointer(std::make_shared<const WebServicesConfiguration>());
     // Kept for this thread, so that the reference outlives a change of the configuration on another one.
     static auto* const kept = new Util::PerThread<ConfigurationPointer>;
     ConfigurationPointer& returned = kept->get();
-    returned = withSession("GetConfiguration", ConfigurationPointer(),
-                           [&](LoginSession& session) { return session.configuration(clientKey); });
+    returned = withSession("GetConfiguration", ConfigurationPointer(), [&](LoginSession& session) {
+        return session.requireClient(clientKey) ? session.configuration(clientKey) : ConfigurationPointer();
+    });
     if (!returned)
-        returned = empty;
+        returned = *empty;
     return *returned;
 }
 
@@ -72,7 +97,8 @@ bool WebServicesManagerEx::SetServer(const QString& clientKey, Server server) {
 
 int WebServicesManagerEx::GetCachePath(const QString& clientKey, wchar_t* buffer, int size) {
     return withSession("GetCachePath", 0, [&](LoginSession& session) {
-        const ConfigurationPointer configuration = session.configuration(clientKey);
+        const ConfigurationPointer configuration =
+            session.requireClient(clientKey) ? session.configuration(clientKey) : ConfigurationPointer();
         return copyText(configuration ? RuntimePaths::loginStateCacheFolder(
                             WebServicesConfigurationImp::of(*configuration).derivedKey(), false)
                                       : QString(),
@@ -82,8 +108,8 @@ int WebServicesManagerEx::GetCachePath(const QString& clientKey, wchar_t* buffer
 
 int WebServicesManagerEx::GetLoginUserName(const QString& clientKey, wchar_t* buffer, int size) {
     return withSession("GetLoginUserName", 0, [&](LoginSession& session) {
-        const QString name = session.basicState().userName;
-        return copyText(session.requireClient(clientKey) && session.isLoggedIn(QString()) ? name : QString(), buffer, size);
+        const bool isKnown = session.requireClient(clientKey) && (!session.isRestored() || session.isLoggedIn(QString()));
+        return copyText(isKnown ? session.basicState().userName : QString(), buffer, size);
     });
 }
 
@@ -139,9 +165,10 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
     error = LoginErrorEx::NotReady;
     if (!mayUseNetwork("Cannot initiate login. Web Services initialization failed due to missing WebServices.logconfig file."))
         return false;
-    const InitiatedLogin login =
-        withSession("InitiateLogin", InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0},
-                    [&](LoginSession& session) { return session.InitiateLogin(clientKey, textFromCaller(userName)); });
+    const InitiatedLogin failure{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
+    const InitiatedLogin login = withSession("InitiateLogin", failure, [&](LoginSession& session) {
+        return session.requireClient(clientKey) ? session.InitiateLogin(clientKey, textFromCaller(userName)) : failure;
+    });
     error = login.error;
     httpStatus = login.httpStatus;
     if (login.code != LoginCode::success)
@@ -151,13 +178,15 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
 }
 
 bool WebServicesManagerEx::CompleteLogin(const QString& clientKey) {
-    return withSession("CompleteLogin", false,
-                       [&](LoginSession& session) { return session.CompleteLogin(clientKey, nullptr) == LoginCode::success; });
+    return withSession("CompleteLogin", false, [&](LoginSession& session) {
+        return session.requireClient(clientKey) && session.CompleteLogin(clientKey, nullptr) == LoginCode::success;
+    });
 }
 
 bool WebServicesManagerEx::CompleteLogin(const QString& clientKey, const NetworkCookieJar& cookies) {
-    return withSession("CompleteLogin", false,
-                       [&](LoginSession& session) { return session.CompleteLogin(clientKey, &cookies) == LoginCode::success; });
+    return withSession("CompleteLogin", false, [&](LoginSession& session) {
+        return session.requireClient(clientKey) && session.CompleteLogin(clientKey, &cookies) == LoginCode::success;
+    });
 }
 
 bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url, int size, NetworkCookieJar& cookies) {
@@ -187,7 +216,9 @@ bool WebServicesManagerEx::Logout(const QString& clientKey) {
 }
 
 bool WebServicesManagerEx::IsTokenAvailable(const QString& clientKey) {
-    return withSession("IsTokenAvailable", false, [&](LoginSession& session) { return session.tokens(clientKey).areComplete(); });
+    return withSession("IsTokenAvailable", false, [&](LoginSession& session) {
+        return session.requireClient(clientKey) && session.tokens(clientKey).areComplete();
+    });
 }
 
 int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buffer, int size) {
@@ -200,18 +231,22 @@ int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buff
     return withSession("GetAccessToken", 0, [&](LoginSession& session) {
         Util::SecretBytes token;
         Util::SecretBytes secret;
-        const bool found = session.GetAccessToken(clientKey, checkExpiry, token, secret);
+        const bool found =
+            session.requireClient(clientKey) && session.GetAccessToken(clientKey, checkExpiry, token, secret);
         return copyText(found ? token.toText() : QString(), buffer, size);
     });
 }
 
 unsigned int WebServicesManagerEx::GetTokenExpiryDate(const QString& clientKey) {
-    return withSession("GetTokenExpiryDate", 0U,
-                       [&](LoginSession& session) { return secondsSinceEpoch(session.tokens(clientKey).expiryDate); });
+    return withSession("GetTokenExpiryDate", 0U, [&](LoginSession& session) {
+        return session.requireClient(clientKey) ? secondsSinceEpoch(session.tokens(clientKey).expiryDate) : 0U;
+    });
 }
 
 bool WebServicesManagerEx::IsTokenExpired(const QString& clientKey) {
     return withSession("IsTokenExpired", false, [&](LoginSession& session) {
+        if (!session.requireClient(clientKey))
+            return false;
         const ProductTokens tokens = session.tokens(clientKey);
         return tokens.areComplete() && tokens.areExpired(QDateTime::currentDateTimeUtc());
     });
@@ -220,28 +255,11 @@ bool WebServicesManagerEx::IsTokenExpired(const QString& clientKey) {
 wchar_t* WebServicesManagerEx::SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count,
                                            HttpMethod method, ParsingMode mode, const wchar_t* token,
                                            const wchar_t* tokenSecret) {
-    if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
-        return nullptr;
-    return withSession("SignRequest", static_cast<wchar_t*>(nullptr), [&](LoginSession& session) -> wchar_t* {
-        SigningOrder order;
-        if (!makeSigningOrder({url, params, count, method, mode, token, tokenSecret}, order))
-            return nullptr;
-        const QByteArray result = session.SignRequest(clientKey, order);
-        return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
-    });
+    return sign(clientKey, {url, params, count, method, mode, token, tokenSecret}, true);
 }
 
 wchar_t* WebServicesManagerEx::SignUrlForBrowser(const QString& clientKey, const wchar_t* url, bool checkExpiry) {
-    if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
-        return nullptr;
-    return withSession("SignUrlForBrowser", static_cast<wchar_t*>(nullptr), [&](LoginSession& session) -> wchar_t* {
-        SigningOrder order;
-        if (!makeSigningOrder({url, nullptr, 0, HttpMethod::Get, ParsingMode::SignedUrl, nullptr, nullptr}, order))
-            return nullptr;
-        order.checkExpiry = checkExpiry;
-        const QByteArray result = session.SignRequest(clientKey, order);
-        return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
-    });
+    return sign(clientKey, {url, nullptr, 0, HttpMethod::Get, ParsingMode::SignedUrl, nullptr, nullptr}, checkExpiry);
 }
 
 } // namespace Velquor::WebServices

@@ -12,13 +12,20 @@
 
 namespace Velquor::WebServices {
 
+namespace {
+
+bool start(const QVector<OAuth2TokenSpec>& specs) {
+    return guarded("Initialize", false, [&] { return WebServicesManagerImp::instance().initialize(specs); });
+}
+
+} // namespace
+
 bool WebServicesManager::Initialize() {
-    return WebServicesManagerImp::instance().initialize({});
+    return start({});
 }
 
 bool WebServicesManager::Initialize(bool enableOAuth2) {
-    return WebServicesManagerImp::instance().initialize(
-        enableOAuth2 ? QVector<OAuth2TokenSpec>{OAuth2Settings::legacySpec()} : QVector<OAuth2TokenSpec>());
+    return start(enableOAuth2 ? QVector<OAuth2TokenSpec>{OAuth2Settings::legacySpec()} : QVector<OAuth2TokenSpec>());
 }
 
 bool WebServicesManager::Initialize(bool enableOAuth2, bool) {
@@ -26,11 +33,11 @@ bool WebServicesManager::Initialize(bool enableOAuth2, bool) {
 }
 
 bool WebServicesManager::Initialize(const OAuth2TokenSpec& spec) {
-    return WebServicesManagerImp::instance().initialize({spec});
+    return start({spec});
 }
 
 bool WebServicesManager::Uninitialize() {
-    return WebServicesManagerImp::instance().uninitialize();
+    return guarded("Uninitialize", false, [] { return WebServicesManagerImp::instance().uninitialize(); });
 }
 
 bool WebServicesManager::IsInitialized() {
@@ -43,50 +50,64 @@ WebServicesManager* WebServicesManager::GetInstance() {
 }
 
 void WebServicesManager::SetSupportFileSearchPaths(const wchar_t* paths) {
-    SupportFiles::setSearchPaths(textFromCaller(paths));
-    UrlStore::instance().clearCache();
+    guarded("SetSupportFileSearchPaths", [&] {
+        SupportFiles::setSearchPaths(textFromCaller(paths));
+        UrlStore::instance().clearCache();
+    });
 }
 
 int WebServicesManager::GetSupportFileSearchPaths(wchar_t* buffer, int size) {
-    return copyText(SupportFiles::searchPathsText(), buffer, size);
+    return guarded("GetSupportFileSearchPaths", 0, [&] {
+        return copyText(SupportFiles::searchPathsText(), buffer, size);
+    });
 }
 
 void WebServicesManager::SetDefaultPluginSearchPaths() {
-    PluginPaths::setDefaults();
+    guarded("SetDefaultPluginSearchPaths", [&] {
+        PluginPaths::setDefaults();
+    });
 }
 
 void WebServicesManager::AddPluginSearchPath(const wchar_t* path) {
-    PluginPaths::add(textFromCaller(path));
+    guarded("AddPluginSearchPath", [&] {
+        PluginPaths::add(textFromCaller(path));
+    });
 }
 
 bool WebServicesManager::SetEventHook() {
-    if (Util::EventHook::isInstalled())
-        return true;
-    const QCoreApplication* const application = QCoreApplication::instance();
-    if (application && qstrcmp(application->metaObject()->className(), "QApplication") == 0) {
-        Log::rootLogger().warning(
-            QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
-        return true;
-    }
-    Log::rootLogger().information(QStringLiteral("Setting event hook"));
-    QString error;
-    if (Util::EventHook::install(&error))
-        return true;
-    Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
-    return false;
+    return guarded("SetEventHook", false, [&] {
+        if (Util::EventHook::isInstalled())
+            return true;
+        const QCoreApplication* const application = QCoreApplication::instance();
+        if (application && qstrcmp(application->metaObject()->className(), "QApplication") == 0) {
+            Log::rootLogger().warning(
+                QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
+            return true;
+        }
+        Log::rootLogger().information(QStringLiteral("Setting event hook"));
+        QString error;
+        if (Util::EventHook::install(&error))
+            return true;
+        Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
+        return false;
+    });
 }
 
 bool WebServicesManager::RemoveEventHook() {
-    Log::rootLogger().information(QStringLiteral("Removing event hook"));
-    Util::EventHook::remove();
-    return true;
+    return guarded("RemoveEventHook", false, [&] {
+        Log::rootLogger().information(QStringLiteral("Removing event hook"));
+        Util::EventHook::remove();
+        return true;
+    });
 }
 
 bool WebServicesManager::DispatchEvent() {
-    if (!QCoreApplication::instance())
-        return false;
-    QCoreApplication::sendPostedEvents();
-    return true;
+    return guarded("DispatchEvent", false, [&] {
+        if (!QCoreApplication::instance())
+            return false;
+        QCoreApplication::sendPostedEvents();
+        return true;
+    });
 }
 
 void WebServicesManager::EnableLog(bool) {}

@@ -39,88 +39,127 @@ bool report(bool done, const char* operation) {
 } // namespace
 
 bool WebServicesPrivate::Equals(const WebServicesConfiguration& a, const WebServicesConfiguration& b) {
-    return WebServicesConfigurationImp::of(a).equals(WebServicesConfigurationImp::of(b));
+    return guarded("Equals", false, [&] {
+        return WebServicesConfigurationImp::of(a).equals(WebServicesConfigurationImp::of(b));
+    });
 }
 
 bool WebServicesPrivate::NetworkCookieToJson(const NetworkCookie& cookie, QJsonObject& json) {
-    json = NetworkCookieImp::of(cookie).toJson();
-    return true;
+    return guarded("NetworkCookieToJson", false, [&] {
+        json = NetworkCookieImp::of(cookie).toJson();
+        return true;
+    });
 }
 
 bool WebServicesPrivate::NetworkCookieToJson(const NetworkCookie& cookie, std::string& json) {
-    json = toText(NetworkCookieImp::of(cookie).toJson());
-    return true;
+    return guarded("NetworkCookieToJson", false, [&] {
+        json = toText(NetworkCookieImp::of(cookie).toJson());
+        return true;
+    });
 }
 
 bool WebServicesPrivate::JsonToNetworkCookie(const QJsonObject& json, NetworkCookie& cookie) {
-    return report(NetworkCookieImp::of(cookie).fromJson(json), "JsonToNetworkCookie");
+    return guarded("JsonToNetworkCookie", false, [&] {
+        return report(NetworkCookieImp::of(cookie).fromJson(json), "JsonToNetworkCookie");
+    });
 }
 
 bool WebServicesPrivate::JsonToNetworkCookie(const char* json, NetworkCookie& cookie) {
-    return JsonToNetworkCookie(toObject(json), cookie);
+    return guarded("JsonToNetworkCookie", false, [&] {
+        return JsonToNetworkCookie(toObject(json), cookie);
+    });
 }
 
 bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, QJsonObject& json) {
-    json = NetworkCookieJarImp::of(jar).toJson();
-    return true;
+    return guarded("NetworkCookieJarToJson", false, [&] {
+        json = NetworkCookieJarImp::of(jar).toJson();
+        return true;
+    });
 }
 
 bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, std::string& json) {
-    json = toText(NetworkCookieJarImp::of(jar).toJson());
-    return true;
+    return guarded("NetworkCookieJarToJson", false, [&] {
+        json = toText(NetworkCookieJarImp::of(jar).toJson());
+        return true;
+    });
 }
 
 bool WebServicesPrivate::JsonToNetworkCookieJar(const QJsonObject& json, NetworkCookieJar& jar) {
-    return report(NetworkCookieJarImp::of(jar).fromJson(json), "JsonToNetworkCookieJar");
+    return guarded("JsonToNetworkCookieJar", false, [&] {
+        return report(NetworkCookieJarImp::of(jar).fromJson(json), "JsonToNetworkCookieJar");
+    });
 }
 
 bool WebServicesPrivate::JsonToNetworkCookieJar(const char* json, NetworkCookieJar& jar) {
-    return JsonToNetworkCookieJar(toObject(json), jar);
+    return guarded("JsonToNetworkCookieJar", false, [&] {
+        return JsonToNetworkCookieJar(toObject(json), jar);
+    });
 }
 
 QString WebServicesPrivate::GetUrl(const QString& key) {
-    return UrlStore::instance().GetUrl(currentServer(), key);
+    return guarded("GetUrl", QString(), [&] {
+        return UrlStore::instance().GetUrl(currentServer(), key);
+    });
 }
 
 QString WebServicesPrivate::GetUrl(WebServicesUrlCode code) {
-    return UrlStore::instance().GetUrl(currentServer(), code);
+    return guarded("GetUrl", QString(), [&] {
+        return UrlStore::instance().GetUrl(currentServer(), code);
+    });
 }
 
 bool WebServicesPrivate::SetUrlOverrides(Server server, const QMap<QString, QString>& overrides) {
-    return UrlStore::instance().SetUrlOverrides(server, overrides);
+    return guarded("SetUrlOverrides", false, [&] {
+        return UrlStore::instance().SetUrlOverrides(server, overrides);
+    });
 }
 
 bool WebServicesPrivate::ClearUrlOverrides(Server server) {
-    return UrlStore::instance().ClearUrlOverrides(server);
+    return guarded("ClearUrlOverrides", false, [&] {
+        return UrlStore::instance().ClearUrlOverrides(server);
+    });
 }
 
 QMap<QString, QString> WebServicesPrivate::GetUrlOverrides() {
-    return UrlStore::instance().GetUrlOverrides(currentServer());
+    return guarded("GetUrlOverrides", UrlMap(), [&] {
+        return UrlStore::instance().GetUrlOverrides(currentServer());
+    });
 }
 
 bool WebServicesPrivate::SetupLog() {
-    return LogSetupHelper::SetupLog();
+    return guarded("SetupLog", false, [&] {
+        return LogSetupHelper::SetupLog();
+    });
 }
 
 QString WebServicesPrivate::GetLogConfigFile() {
-    return LogSetupHelper::findConfiguration();
+    return guarded("GetLogConfigFile", QString(), [&] {
+        return LogSetupHelper::findConfiguration();
+    });
 }
 
 QString WebServicesPrivate::GetLogFile() {
-    return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName();
+    return guarded("GetLogFile", QString(), [&] {
+        return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName();
+    });
 }
 
 QString WebServicesPrivate::GetLogFileFolder() {
-    return LogSetupHelper::logFileFolder();
+    return guarded("GetLogFileFolder", QString(), [&] {
+        return LogSetupHelper::logFileFolder();
+    });
 }
 
 std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
-    static const std::shared_ptr<Log::ILogger> logger = Log::makeLogger(QStringLiteral("VqWebServices"));
-    return logger;
+    // Never destroyed: hosts log from the destructors of their own statics.
+    static const auto* const logger = new std::shared_ptr<Log::ILogger>(Log::makeLogger(QStringLiteral("VqWebServices")));
+    return *logger;
 }
 
 void WebServicesPrivate::SetCredentialPrompt(std::shared_ptr<ICredentialPrompt> prompt) {
-    ProxyPrompt::instance().setPrompt(std::move(prompt));
+    guarded("SetCredentialPrompt", [&] {
+        ProxyPrompt::instance().setPrompt(std::move(prompt));
+    });
 }
 
 } // namespace Velquor::WebServices

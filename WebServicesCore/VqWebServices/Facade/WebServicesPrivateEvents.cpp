@@ -20,8 +20,10 @@ void WebServicesPrivate::RemoveObserver(IWebServicesObserver* observer) {
 void WebServicesPrivate::RaiseEvent(Event event) { RaiseEvent(event, true); }
 
 void WebServicesPrivate::RaiseEvent(Event event, bool sendToOthers) {
-    const auto session = WebServicesManagerImp::instance().session();
-    RaiseEvent(session ? session->oauth2().productKey(WebServicesManagerImp::defaultClientKey()) : QString(), event, sendToOthers);
+    guarded("RaiseEvent", [&] {
+        const auto session = WebServicesManagerImp::instance().session();
+        RaiseEvent(session ? session->oauth2().productKey(WebServicesManagerImp::defaultClientKey()) : QString(), event, sendToOthers);
+    });
 }
 
 void WebServicesPrivate::RaiseEvent(const QString& consumerKey, Event event) { RaiseEvent(consumerKey, event, true); }

@@ -25,17 +25,21 @@ TokenName tokenName(const QString& key, const OAuth2TokenSpec* spec) {
 } // namespace
 
 bool WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(const RetrySchedule& schedule) {
-    return RetrySchedules::instance().set(schedule);
+    return guarded("SetOAuth2TokenRefreshRetrySchedule", false, [&] {
+        return RetrySchedules::instance().set(schedule);
+    });
 }
 
 bool WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(const QString& key, const OAuth2TokenSpec* spec,
                                                             const RetrySchedule& schedule) {
-    const TokenName name = tokenName(key, spec);
-    const bool isNamed = !name.productKey.isEmpty();
-    if (!isNamed)
-        Log::rootLogger().error(
-            QStringLiteral("Failed to set OAuth2 token refresh retry schedule. It is not clear for which token."));
-    return isNamed && RetrySchedules::instance().set(name.productKey, name.spec, schedule);
+    return guarded("SetOAuth2TokenRefreshRetrySchedule", false, [&] {
+        const TokenName name = tokenName(key, spec);
+        const bool isNamed = !name.productKey.isEmpty();
+        if (!isNamed)
+            Log::rootLogger().error(
+                QStringLiteral("Failed to set OAuth2 token refresh retry schedule. It is not clear for which token."));
+        return isNamed && RetrySchedules::instance().set(name.productKey, name.spec, schedule);
+    });
 }
 
 RetrySchedule WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() {
@@ -43,8 +47,10 @@ RetrySchedule WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() {
 }
 
 RetrySchedule WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule(const QString& key, const OAuth2TokenSpec* spec) {
-    const TokenName name = tokenName(key, spec);
-    return RetrySchedules::instance().inForce(name.productKey, name.spec);
+    return guarded("GetActiveOAuth2TokenRefreshRetrySchedule", RetrySchedule(), [&] {
+        const TokenName name = tokenName(key, spec);
+        return RetrySchedules::instance().inForce(name.productKey, name.spec);
+    });
 }
 
 bool WebServicesPrivate::IsOAuth2TokenRefreshTimerActive() {

@@ -393,7 +393,8 @@ void NetworkOperation::completeDownload() {
             m_errorMessage = problem;
         }
     }
-    m_download->discard();
+    // The temporary file goes with it; one of that name that is there later is another operation's.
+    m_download.reset();
 }
 
 void NetworkOperation::announce() {

@@ -71,6 +71,9 @@ void ProxyQuestion::show(ICredentialPrompt& prompt) {
     }
     if (code == ICredentialPrompt::Given) {
         m_login = {user.text(), password.text()};
+        // No proxy takes it, and nothing would be tried with it.
+        if (m_login.isEmpty())
+            m_error = QStringLiteral("No user name was given");
         return;
     }
     m_isCanceled = code == ICredentialPrompt::Canceled;

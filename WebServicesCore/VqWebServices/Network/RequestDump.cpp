@@ -100,8 +100,8 @@ QStringList headLines(const Message& message, const QList<QByteArray>& rawHeader
 
 QString cutBody(const QByteArray& body, const QVariant& contentType, const QString& notice) {
     const QString shown = maskedBody(body, contentType.toString());
-    const QByteArray bytes = shown.toUtf8();
-    return bytes.size() > MaximalBodyBytes ? QString::fromUtf8(bytes.left(MaximalBodyBytes)) + notice : shown;
+    // The body itself decides: how much of it the mask leaves, or adds, says nothing of its length.
+    return body.size() > MaximalBodyBytes ? QString::fromUtf8(shown.toUtf8().left(MaximalBodyBytes)) + notice : shown;
 }
 
 QString operationVerb(QNetworkAccessManager::Operation operation) {

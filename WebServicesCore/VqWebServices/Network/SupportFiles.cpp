@@ -17,8 +17,9 @@ struct SearchPaths {
 };
 
 SearchPaths& searchPaths() {
-    static SearchPaths paths;
-    return paths;
+    // Never destroyed: threads and the statics of the host may ask while the process ends.
+    static auto* const paths = new SearchPaths;
+    return *paths;
 }
 
 } // namespace

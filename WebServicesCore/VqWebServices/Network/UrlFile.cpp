@@ -2,52 +2,35 @@
 
 #include "VqUtil/General/AtomicFile.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <boost/format.hpp>
-#include <boost/property_tree/json_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
-#include <sstream>
 
 namespace Velquor::WebServices {
 
 namespace {
 
 constexpr qint64 maximumFileSize = 1024 * 1024;
-constexpr int maximumDepth = 32;
 
-using Tree = boost::property_tree::ptree;
-
-// The parser recurses for each level, so a hostile depth is refused before it runs. Brackets inside texts count too:
-// no URL file comes near the limit.
-bool isTooDeep(const QByteArray& json) {
-    int depth = 0;
-    for (const char character : json) {
-        if (character == '{' || character == '[')
-            ++depth;
-        else if (character == '}' || character == ']')
-            --depth;
-        if (depth > maximumDepth)
-            return true;
-    }
+// Why the file cannot be used goes into its own line; the caller's line only says so.
+bool parse(const QString& path, const Util::AtomicFile::ReadResult& file, QJsonObject& root, Log::ILogger& logger) {
+    QString reason = file.error;
+    QJsonParseError error{};
+    const QByteArray mark = QByteArrayLiteral("\xef\xbb\xbf");
+    const QByteArray text = file.data.startsWith(mark) ? file.data.mid(mark.size()) : file.data;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    root = document.object();
+    if (reason.isEmpty() && document.isObject())
+        return true;
+    if (reason.isEmpty())
+        reason = error.error == QJsonParseError::NoError ? QStringLiteral("no object") : error.errorString();
+    const boost::format line =
+        boost::format("Exception %1% while parsing configuration file %2%") % reason.toStdString() % path.toStdString();
+    logger.error(QString::fromStdString(line.str()));
     return false;
 }
 
-bool parse(const QString& path, const QByteArray& json, Tree& tree, Log::ILogger& logger) {
-    const auto fail = [&](const std::string& reason) {
-        const std::string text =
-            boost::str(boost::format("Exception %1% while parsing configuration file %2%") % reason % path.toStdString());
-        logger.error(QString::fromStdString(text));
-        return false;
-    };
-    if (isTooDeep(json))
-        return fail("nested too deep");
-    try {
-        std::istringstream stream(json.toStdString());
-        boost::property_tree::read_json(stream, tree);
-        return true;
-    } catch (const std::exception& exception) {
-        return fail(exception.what());
-    }
-}
+QJsonObject member(const QJsonObject& object, const char* name) { return object.value(QLatin1String(name)).toObject(); }
 
 } // namespace
 
@@ -57,17 +40,16 @@ bool readUrlFile(const QString& path, QMap<QString, QString>& urls, Log::ILogger
         logger.error(QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(path));
         return false;
     }
-    Tree tree;
-    if (file.status == Util::AtomicFile::ReadResult::Status::Failed || !parse(path, file.data, tree, logger)) {
-        logger.error(QStringLiteral("Read the JSON file %1 failed").arg(path)
-                     + (file.error.isEmpty() ? QString() : QStringLiteral(". %1").arg(file.error)));
+    QJsonObject root;
+    if (!parse(path, file, root, logger)) {
+        logger.error(QStringLiteral("Read the JSON file %1 failed").arg(path));
         return false;
     }
     logger.information(QStringLiteral("Read the JSON file %1 successfully").arg(path));
-    const auto members = tree.get_child_optional("Configurations.WebServices.Urls");
-    for (const auto& member : members ? *members : Tree()) {
-        if (member.second.empty())
-            urls.insert(QString::fromStdString(member.first), QString::fromStdString(member.second.data()));
+    const QJsonObject members = member(member(member(root, "Configurations"), "WebServices"), "Urls");
+    for (auto url = members.begin(); url != members.end(); ++url) {
+        if (url->isString())
+            urls.insert(url.key(), url->toString());
     }
     logger.information(QStringLiteral("Loaded web services urls from file %1").arg(path));
     return true;

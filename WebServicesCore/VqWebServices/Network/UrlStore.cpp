@@ -31,8 +31,9 @@ UrlStore::UrlStore(std::shared_ptr<Log::ILogger> logger)
     : m_logger(std::move(logger)) {}
 
 UrlStore& UrlStore::instance() {
-    static UrlStore store(Log::makeLogger(QStringLiteral("VqWebServices.Network")));
-    return store;
+    // Never destroyed: threads and the statics of the host may ask while the process ends.
+    static auto* const store = new UrlStore(Log::makeLogger(QStringLiteral("VqWebServices.Network")));
+    return *store;
 }
 
 QString UrlStore::GetUrl(Server server, const QString& key) {
@@ -40,7 +41,7 @@ QString UrlStore::GetUrl(Server server, const QString& key) {
     const UrlMap overrides = m_overrides.value(server);
     if (overrides.contains(key))
         return overrides.value(key);
-    const LoadedFile& file = loadedFile(server);
+    const LoadedFile file = loadedFile(server);
     const auto found = file.urls.constFind(key);
     if (found != file.urls.constEnd())
         return *found;
@@ -53,7 +54,10 @@ QString UrlStore::GetUrl(Server server, const QString& key) {
 
 QString UrlStore::GetUrl(Server server, WebServicesUrlCode code) {
     const QString key = urlKey(code);
-    return key.isEmpty() ? QString() : GetUrl(server, key);
+    if (!key.isEmpty())
+        return GetUrl(server, key);
+    m_logger->error(QStringLiteral("There is no url with the code %1").arg(static_cast<int>(code)));
+    return {};
 }
 
 QString UrlStore::endPoint(Server server, const QString& serviceKey, const QString& endPointKey) {
@@ -85,7 +89,7 @@ UrlMap UrlStore::GetUrlOverrides(Server server) {
 
 bool UrlStore::LoadUrls(Server server) {
     const QMutexLocker lock(&m_mutex);
-    return load(server);
+    return load(server).isLoaded;
 }
 
 bool UrlStore::canUse(Server server) {
@@ -104,19 +108,24 @@ void UrlStore::clearCache() {
     m_files.clear();
 }
 
-const UrlStore::LoadedFile& UrlStore::loadedFile(Server server) {
-    if (!m_files.contains(server))
-        load(server);
-    return m_files[server];
-}
+UrlStore::LoadedFile UrlStore::loadedFile(Server server) { return m_files.contains(server) ? m_files.value(server) : load(server); }
 
-bool UrlStore::load(Server server) {
+UrlStore::LoadedFile UrlStore::load(Server server) {
     const QString name = urlFileName(server);
     const QString found = name.isEmpty() ? QString() : SupportFiles::find(name);
-    LoadedFile file{found.isEmpty() ? name : found, {}};
-    const bool loaded = readUrlFile(file.path, file.urls, *m_logger);
-    m_files.insert(server, file);
-    return loaded;
+    if (found.isEmpty()) {
+        // A bare name would be looked for in the working directory of the host, where anybody may have put such a file.
+        m_logger->error(QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(name));
+        return {name, {}, false};
+    }
+    LoadedFile file{found, {}, false};
+    file.isLoaded = readUrlFile(found, file.urls, *m_logger);
+    // A file that is missing or half written now may be whole at the next lookup.
+    if (file.isLoaded)
+        m_files.insert(server, file);
+    else
+        m_files.remove(server);
+    return file;
 }
 
 } // namespace Velquor::WebServices

@@ -46,14 +46,15 @@ private:
     struct LoadedFile {
         QString path;
         UrlMap urls;
+        bool isLoaded = false;
     };
 
-    const LoadedFile& loadedFile(Server server);
-    bool load(Server server);
+    [[nodiscard]] LoadedFile loadedFile(Server server);
+    LoadedFile load(Server server);
 
     const std::shared_ptr<Log::ILogger> m_logger;
     QMutex m_mutex;
-    QMap<int, LoadedFile> m_files;
+    QMap<int, LoadedFile> m_files; ///< Only what could be read.
     QMap<int, UrlMap> m_overrides;
 };
 

@@ -12,8 +12,9 @@ struct SharedText {
 };
 
 SharedText& shared() {
-    static SharedText instance;
-    return instance;
+    // Never destroyed: a request may be made while the process ends.
+    static auto* const instance = new SharedText;
+    return *instance;
 }
 
 } // namespace

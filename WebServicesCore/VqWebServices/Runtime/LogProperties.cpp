@@ -24,9 +24,9 @@ RootLogLevel chooseRootLogLevel(const QString& environment, const QString& regis
     return {RootLogLevel::Source::Configuration, QStringLiteral("INFO")};
 }
 
-QString withProperties(QString configuration, const QMap<QString, QString>& properties) {
+QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByteArray>& properties) {
     for (auto property = properties.cbegin(); property != properties.cend(); ++property)
-        configuration.replace(QStringLiteral("${%1}").arg(property.key()), property.value());
+        configuration.replace("${" + property.key() + '}', property.value());
     return configuration;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QMap>
 #include <QString>
 
@@ -15,7 +16,7 @@ struct RootLogLevel {
 /// An unknown level counts as not set. Thread: any.
 [[nodiscard]] RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry);
 
-/// The text of the log configuration with "${name}" replaced for the given names. Thread: any.
-[[nodiscard]] QString withProperties(QString configuration, const QMap<QString, QString>& properties);
+/// The log configuration with "${name}" replaced for the given names, in bytes: the name of a folder need not be UTF-8. Thread: any.
+[[nodiscard]] QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByteArray>& properties);
 
 } // namespace Velquor::WebServices

@@ -8,7 +8,8 @@ namespace Velquor::WebServices {
 /// Sets up the log of the process from "WebServices.logconfig".
 ///
 /// Thread: that which initializes the library; `Log` may be called from any. Owner: the process. Errors: a log line, where there
-/// is a log; without one the library works without logs and refuses what needs the network.
+/// is a log, and a line on the standard output where there is none: the library then works without logs. Only when there is no
+/// configuration at all it refuses what needs the network.
 class LogSetupHelper {
 public:
     /// Sets the log up; false when there is no configuration or it cannot be applied.

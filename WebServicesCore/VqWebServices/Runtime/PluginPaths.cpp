@@ -9,6 +9,23 @@
 
 namespace Velquor::WebServices::PluginPaths {
 
+namespace {
+
+void prepend(const QString& folder) {
+    const QString path = Util::searchPath();
+    if (path.isEmpty()) {
+        Log::rootLogger().error(QStringLiteral("Failed to get the value of Windows system variable PATH"));
+        return;
+    }
+    if (Util::isFirstInSearchPath(folder, path))
+        return;
+    Log::rootLogger().information(QStringLiteral("Prepending path %1 to the PATH environment variable").arg(folder));
+    if (!Util::prependToSearchPath(folder, path))
+        Log::rootLogger().error(QStringLiteral("The PATH environment variable could not be changed"));
+}
+
+} // namespace
+
 void setDefaults() {
     const QString libraryFolder = QFileInfo(Util::ownModulePath()).absolutePath();
     QStringList folders{QFileInfo(Util::hostExecutablePath()).absolutePath() + QStringLiteral("/plugins"),
@@ -18,9 +35,7 @@ void setDefaults() {
         QStringLiteral("Setting following default search paths for plugins:\n%1").arg(folders.join(QLatin1Char('\n'))));
     for (const QString& folder : folders)
         QCoreApplication::addLibraryPath(folder);
-    Log::rootLogger().information(QStringLiteral("Prepending path %1 to the PATH environment variable").arg(libraryFolder));
-    if (!Util::prependToPath(libraryFolder))
-        Log::rootLogger().error(QStringLiteral("Failed to get the value of Windows system variable PATH"));
+    prepend(libraryFolder);
 }
 
 void add(const QString& folder) {

@@ -2,6 +2,7 @@
 
 #include "Network/LibraryNames.h"
 #include "Network/ProxyPrompt.h"
+#include "Network/SslDiagnosis.h"
 #include "Network/SupportFiles.h"
 #include "Network/UserAgent.h"
 #include "Runtime/LogSetupHelper.h"
@@ -147,8 +148,10 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     ensureApplication();
     const QString host = Util::hostExecutablePath();
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
+    Log::rootLogger().information(loadedSslVersionLine());
     startSession(started, defaultClientKey, oauth2Specs);
-    started.hasLogConfiguration = LogSetupHelper::SetupLog() && started.hasLogConfiguration;
+    // A configuration that is there but cannot be applied costs the log, not the user's sign-in; the set-up says why.
+    (void)LogSetupHelper::SetupLog();
     Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(oauth2Specs.isEmpty() ? QStringLiteral("Disabled") : QStringLiteral("Enabled")));
     Log::rootLogger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
     Log::rootLogger().information(QStringLiteral("Web Services data path: %1").arg(RuntimePaths::dataPath()));

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QMutexLocker>
+#include <QScopeGuard>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -20,7 +21,13 @@ bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Spe
         if (++m_count >= 2)
             return true;
     }
+    // A start-up that throws must not count, or every later one would count on it.
+    auto giveBack = qScopeGuard([this] {
+        const QMutexLocker lock(&m_countMutex);
+        --m_count;
+    });
     const StartedLibrary started = startLibrary(defaultClientKey(), oauth2Specs);
+    giveBack.dismiss();
     const QMutexLocker lock(&m_stateMutex);
     m_library = started;
     return true;
@@ -73,8 +80,7 @@ IWebServicesManager* WebServicesManagerImp::runtimeObject() {
 }
 
 QString WebServicesManagerImp::defaultClientKey() {
-    static const QString key = QString::number(QCoreApplication::applicationPid());
-    return key;
+    return QString::number(QCoreApplication::applicationPid());
 }
 
 } // namespace Velquor::WebServices

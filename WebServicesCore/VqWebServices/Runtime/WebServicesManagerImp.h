@@ -19,7 +19,7 @@ class WebServicesManagerImp : public WebServicesManagerEx {
 public:
     static WebServicesManagerImp& instance();
 
-    /// Counts, and runs the start-up or the tear-down for the first and the last.
+    /// Counts, and runs the start-up or the tear-down for the first and the last. A start-up that throws is not counted.
     bool initialize(const QVector<OAuth2TokenSpec>& oauth2Specs);
     bool uninitialize();
     [[nodiscard]] bool isInitialized();

@@ -48,12 +48,13 @@ std::shared_ptr<const T> CacheOperations::value(const QString& clientKey, const 
                                                 std::shared_ptr<const T> (CacheDoor::*read)(bool)) {
     const ProductSessionPointer product = m_core.product(clientKey);
     CacheDoor* const door = doorOf(product);
-    if (!door)
-        return {};
-    if (!door->isEnabled(request.type)) {
+    // Also while nobody is signed in: the next sign-in finds the wish.
+    if (!IsCacheEnabled(clientKey, request.type)) {
         m_logger.information(request.enablingText);
         EnableCache(clientKey, request.type, true);
     }
+    if (!door)
+        return {};
     // A value is not waited for on the thread that brings it.
     return (door->*read)(!product->operations()->isTokenThread());
 }

@@ -21,6 +21,8 @@ struct BasicLoginState {
     QDateTime sessionExpiryDate; ///< Invalid: the session does not expire.
 
     [[nodiscard]] bool hasUser() const { return !clientId.isEmpty(); }
+    /// What tells this user from others: the id, or the name when the service gave no id.
+    [[nodiscard]] QString user() const { return userId.isEmpty() ? userName : userId; }
     [[nodiscard]] bool isExpired(const QDateTime& now) const { return sessionExpiryDate.isValid() && sessionExpiryDate < now; }
     /// Two states of one sign-in; another sign-in has another date or another client id.
     [[nodiscard]] bool isSameSignIn(const BasicLoginState& other) const;

@@ -4,6 +4,7 @@
 #include "Session/IdentityParameters.h"
 #include "Session/LoginCookies.h"
 #include "Session/LoginStateSaver.h"
+#include "Session/TokenOperations.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -199,22 +200,25 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     if (cookies)
         state.loginCookies = encryptCookies(*cookies, *m_services.cryptor, m_logger);
     m_core.binding.bind(state);
-    if (m_core.basic().hasUser() && m_core.basic().userId != state.userId)
-        forgetOtherUser(product);
+    const bool isOtherUser = m_core.basic().hasUser() && m_core.basic().user() != state.user();
+    m_core.setBasic(state);
+    if (isOtherUser)
+        forgetOtherUser();
     product.setTokens(tokens);
     product.setRequestToken({});
-    m_core.setBasic(state);
     m_logger.information(QStringLiteral("Completed login successfully"));
     m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));
     LoginStateSaver(m_core).save();
     return true;
 }
 
-void SignInFlow::forgetOtherUser(const ProductLoginSession& kept) {
+// The new user is known by now: a cache that asks again at once does so for them, or finds no token yet.
+void SignInFlow::forgetOtherUser() {
     const QVector<ProductSessionPointer> sessions = m_core.products.all();
     for (const ProductSessionPointer& session : sessions) {
-        if (session.get() != &kept)
-            session->Clear();
+        session->Clear();
+        if (TokenOperations* const operations = session->operations())
+            operations->caches().invalidateAll();
     }
 }
 

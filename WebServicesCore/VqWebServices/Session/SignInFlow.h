@@ -47,7 +47,7 @@ private:
     [[nodiscard]] QUrl authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const;
     [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
                                    const NetworkCookieJar* cookies);
-    void forgetOtherUser(const ProductLoginSession& kept);
+    void forgetOtherUser();
     [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession::RequestToken& token,
                                                const WebServicesConfiguration& configuration) const;
 

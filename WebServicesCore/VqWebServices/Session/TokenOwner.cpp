@@ -47,10 +47,7 @@ OtherLogin TokenOwner::otherLogin() const {
 
 bool TokenOwner::isLoggedIn() const { return m_core.currentServer() == m_product.server() && m_core.isLoggedIn(); }
 
-QString TokenOwner::user() const {
-    const BasicLoginState state = m_core.basic();
-    return state.userId.isEmpty() ? state.userName : state.userId;
-}
+QString TokenOwner::user() const { return m_core.basic().user(); }
 
 QString TokenOwner::signInMark() const { return markOf(m_core.basic(), m_core.currentServer()); }
 

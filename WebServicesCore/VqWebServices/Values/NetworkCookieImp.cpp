@@ -1,5 +1,6 @@
 #include "Values/NetworkCookieImp.h"
 
+#include <QVariant>
 #include <cmath>
 
 namespace Velquor::WebServices {
@@ -8,6 +9,9 @@ namespace {
 
 // A number from outside may be any double; what no 64-bit integer can hold is no date.
 qint64 wholeNumber(const QJsonValue& value) {
+    const QVariant exact = value.toVariant();
+    if (exact.type() == QVariant::LongLong)
+        return exact.toLongLong();
     const double number = value.toDouble();
     return std::isfinite(number) && std::fabs(number) < 9.2e18 ? static_cast<qint64>(number) : 0;
 }

@@ -47,12 +47,14 @@ QString loadedModulePath(const QString& fileName) {
     return QFile::decodeName(search.path);
 }
 
-bool prependToPath(const QString& folder) {
-    const QByteArray path = qgetenv("PATH");
-    if (path.isEmpty())
-        return false;
-    const QByteArray first = QFile::encodeName(QDir::toNativeSeparators(folder));
-    return path.startsWith(first + ':') || qputenv("PATH", first + ':' + path);
+QString searchPath() { return QFile::decodeName(qgetenv("PATH")); }
+
+bool isFirstInSearchPath(const QString& folder, const QString& path) {
+    return path == folder || path.startsWith(folder + QLatin1Char(':'));
+}
+
+bool prependToSearchPath(const QString& folder, const QString& path) {
+    return qputenv("PATH", QFile::encodeName(folder + QLatin1Char(':') + path));
 }
 
 QString systemVersion() {

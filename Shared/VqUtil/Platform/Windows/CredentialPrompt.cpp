@@ -5,9 +5,10 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cwchar>
+#include <mutex>
 #include <string>
+#include <vector>
 #include <wincred.h>
 
 namespace Velquor::Util {
@@ -46,15 +47,47 @@ const wchar_t* withoutTarget(const wchar_t* user, const wchar_t* target) {
     return hasTarget ? user + length + 1 : user;
 }
 
-BOOL CALLBACK closeWindow(HWND window, LPARAM) {
-    ::PostMessageW(window, WM_CLOSE, 0, 0);
+bool isDialog(HWND window) {
+    std::array<wchar_t, 8> name{};
+    return ::GetClassNameW(window, name.data(), static_cast<int>(name.size())) > 0 && std::wcscmp(name.data(), L"#32770") == 0;
+}
+
+BOOL CALLBACK remember(HWND window, LPARAM dialogs) {
+    try {
+        if (isDialog(window))
+            reinterpret_cast<std::vector<HWND>*>(dialogs)->push_back(window);
+    } catch (...) {
+        return FALSE; // Nothing may be thrown through the system.
+    }
+    return TRUE;
+}
+
+BOOL CALLBACK closeOther(HWND window, LPARAM dialogs) {
+    const auto& known = *reinterpret_cast<const std::vector<HWND>*>(dialogs);
+    if (isDialog(window) && std::find(known.begin(), known.end(), window) == known.end())
+        ::PostMessageW(window, WM_CLOSE, 0, 0);
     return TRUE;
 }
 
 } // namespace
 
+/// Which window is the prompt: the system does not say. It is a dialog of the thread that asks, and none of those that the host
+/// had there before; the host's own windows must not be asked to close.
 struct CredentialPrompt::Native {
-    std::atomic<DWORD> thread{0}; // The one that shows the dialog.
+    std::mutex mutex;
+    DWORD thread = 0; // The one that shows the dialog.
+    std::vector<HWND> dialogsOfHost;
+
+    void begin() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        thread = ::GetCurrentThreadId();
+        ::EnumThreadWindows(thread, &remember, reinterpret_cast<LPARAM>(&dialogsOfHost));
+    }
+    void end() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        thread = 0;
+        dialogsOfHost.clear();
+    }
 };
 
 CredentialPrompt::CredentialPrompt()
@@ -77,11 +110,11 @@ int CredentialPrompt::ask(const CredentialPromptTexts& texts, wchar_t* user, int
     info.pszCaptionText = caption.data();
     info.pszMessageText = message.data();
     BOOL saves = FALSE;
-    m_native->thread = ::GetCurrentThreadId();
+    m_native->begin();
     const DWORD code =
         ::CredUIPromptForCredentialsW(&info, target.data(), nullptr, 0, userBuffer.data(), static_cast<ULONG>(userBuffer.size()),
                                       passwordBuffer.data(), static_cast<ULONG>(passwordBuffer.size()), &saves, promptFlags);
-    m_native->thread = 0;
+    m_native->end();
     if (code == NO_ERROR) {
         giveBack(withoutTarget(userBuffer.data(), target.data()), user, userSize);
         giveBack(passwordBuffer.data(), password, passwordSize);
@@ -92,9 +125,9 @@ int CredentialPrompt::ask(const CredentialPromptTexts& texts, wchar_t* user, int
 }
 
 void CredentialPrompt::cancel() {
-    const DWORD thread = m_native->thread;
-    if (thread != 0)
-        ::EnumThreadWindows(thread, &closeWindow, 0);
+    const std::lock_guard<std::mutex> lock(m_native->mutex);
+    if (m_native->thread != 0)
+        ::EnumThreadWindows(m_native->thread, &closeOther, reinterpret_cast<LPARAM>(&m_native->dialogsOfHost));
 }
 
 QString CredentialPrompt::errorText(int code) {

@@ -1,11 +1,10 @@
 #include "VqUtil/Platform/EventHook.h"
 
+#include "VqUtil/General/PerThread.h"
 #include "VqUtil/Platform/Windows/SystemErrorText.h"
 #include "VqUtil/Platform/Windows/WindowsApi.h"
 
 #include <QCoreApplication>
-#include <QMutex>
-#include <QMutexLocker>
 #include <memory>
 
 namespace Velquor::Util::EventHook {
@@ -17,14 +16,12 @@ struct Unhook {
     void operator()(HHOOK hook) const { ::UnhookWindowsHookEx(hook); }
 };
 
-struct State {
-    QMutex mutex;
-    std::unique_ptr<HHOOK, Unhook> hook;
-};
+using Hook = std::unique_ptr<HHOOK, Unhook>;
 
-State& state() {
-    static State shared;
-    return shared;
+// A hook serves the thread that has installed it, and goes with that thread.
+Hook& hookOfThread() {
+    static auto* const hooks = new PerThread<Hook>;
+    return hooks->get();
 }
 
 LRESULT CALLBACK deliverPostedEvents(int code, WPARAM removed, LPARAM message) {
@@ -36,26 +33,19 @@ LRESULT CALLBACK deliverPostedEvents(int code, WPARAM removed, LPARAM message) {
 
 } // namespace
 
-bool isInstalled() {
-    const QMutexLocker lock(&state().mutex);
-    return state().hook != nullptr;
-}
+bool isInstalled() { return hookOfThread() != nullptr; }
 
 bool install(QString* error) {
-    const QMutexLocker lock(&state().mutex);
-    if (state().hook)
+    if (isInstalled())
         return true;
     const HHOOK hook = ::SetWindowsHookExW(WH_GETMESSAGE, &deliverPostedEvents, nullptr, ::GetCurrentThreadId());
     const DWORD code = ::GetLastError();
-    state().hook.reset(hook);
+    hookOfThread().reset(hook);
     if (!hook)
         *error = systemErrorText(code);
     return hook != nullptr;
 }
 
-void remove() {
-    const QMutexLocker lock(&state().mutex);
-    state().hook.reset();
-}
+void remove() { hookOfThread().reset(); }
 
 } // namespace Velquor::Util::EventHook

@@ -61,17 +61,20 @@ QString loadedModulePath(const QString& fileName) {
     return module && !fileName.isEmpty() ? modulePath(module) : QString();
 }
 
-bool prependToPath(const QString& folder) {
+QString searchPath() {
     std::vector<wchar_t> buffer(longestText);
     const DWORD length = ::GetEnvironmentVariableW(L"PATH", buffer.data(), longestText);
-    if (length == 0 || length >= longestText)
-        return false;
-    const QString path = QString::fromWCharArray(buffer.data(), static_cast<int>(length));
+    return length < longestText ? QString::fromWCharArray(buffer.data(), static_cast<int>(length)) : QString();
+}
+
+bool isFirstInSearchPath(const QString& folder, const QString& path) {
     const QString first = QDir::toNativeSeparators(folder);
-    if (path == first || path.startsWith(first + QLatin1Char(';'), Qt::CaseInsensitive))
-        return true;
+    return path.compare(first, Qt::CaseInsensitive) == 0 || path.startsWith(first + QLatin1Char(';'), Qt::CaseInsensitive);
+}
+
+bool prependToSearchPath(const QString& folder, const QString& path) {
     // Through the C library, which keeps a copy of its own beside the system's.
-    return ::_wputenv_s(L"PATH", (first + QLatin1Char(';') + path).toStdWString().c_str()) == 0;
+    return ::_wputenv_s(L"PATH", (QDir::toNativeSeparators(folder) + QLatin1Char(';') + path).toStdWString().c_str()) == 0;
 }
 
 QString systemVersion() {

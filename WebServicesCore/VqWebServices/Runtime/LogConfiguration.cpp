@@ -1,0 +1,85 @@
+#include "Runtime/LogConfiguration.h"
+
+#include "Network/LibrarySettings.h"
+#include "Runtime/SilencedLoggers.h"
+#include "Values/Loggers.h"
+#include "VqLog/LoggerWrapper.h"
+#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Platform/HostProcess.h"
+#include "VqUtil/Platform/NarrowPath.h"
+
+#include <QFileInfo>
+#include <boost/format.hpp>
+#include <log4cplus/configurator.h>
+#include <log4cplus/hierarchy.h>
+#include <log4cplus/logger.h>
+#include <sstream>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int maximumConfigurationLength = 20480;
+const auto registryKey = std::string("HKEY_CURRENT_USER\\Software\\Velquor\\Web Services");
+
+void information(const boost::format& text) {
+    Log::rootLogger().information(QString::fromStdString(text.str()));
+}
+
+QString describeLoggers() {
+    QString text;
+    for (const log4cplus::Logger& logger : log4cplus::Logger::getCurrentLoggers()) {
+        const std::string level = log4cplus::getLogLevelManager().toString(logger.getChainedLogLevel());
+        text += QLatin1Char('\n') + QString::fromStdString(boost::str(boost::format("%1%: %2%") % logger.getName() % level));
+    }
+    return text;
+}
+
+void reportLevel(const RootLogLevel& level) {
+    if (level.source == RootLogLevel::Source::Environment)
+        information(boost::format("Root log level picked up from environment variable %1%") % "VQWS_LOGLEVEL");
+    else if (level.source == RootLogLevel::Source::Registry)
+        information(boost::format("Root log level picked up from registry %1%:LogLevel") % registryKey);
+    else
+        information(boost::format("Root log level picked up based on configuration"));
+}
+
+} // namespace
+
+LogConfiguration::LogConfiguration(const QString& folder)
+    : m_level(chooseRootLogLevel(qEnvironmentVariable("VQWS_LOGLEVEL"), librarySetting(QStringLiteral("LogLevel"))))
+    , m_application(QFileInfo(Util::hostExecutablePath()).completeBaseName())
+    , m_folder(folder) {}
+
+QString LogConfiguration::apply(const QString& path) const {
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(path, maximumConfigurationLength);
+    if (file.status != Util::AtomicFile::ReadResult::Status::Read)
+        return file.error.isEmpty() ? QStringLiteral("The file is gone") : file.error;
+    if (file.data.trimmed().isEmpty())
+        return QStringLiteral("The file is empty");
+    const QByteArray text = withProperties(file.data, {{"RootLogLevel", m_level.level.toUtf8()},
+                                                       {"AppName", m_application.toUtf8()},
+                                                       {"LocalAppData", Util::narrowFolderName(m_folder)}});
+    SilencedLoggers::restore();
+    std::istringstream stream(text.toStdString());
+    log4cplus::PropertyConfigurator(stream).configure();
+    for (const QString& name : Loggers::names())
+        log4cplus::Logger::getInstance(name.toStdString());
+    return {};
+}
+
+void LogConfiguration::report(const QString& path) const {
+    reportProperties();
+    information(boost::format("Log setup using log configuration file %1%") % path.toStdString());
+    information(boost::format("Log file is saved in folder %1%") % m_folder.toStdString());
+    information(boost::format("Loggers and log levels: %1%") % describeLoggers().toStdString());
+}
+
+void LogConfiguration::reportProperties() const {
+    reportLevel(m_level);
+    information(boost::format("%1%=%2%") % "RootLogLevel" % m_level.level.toStdString());
+    information(boost::format("%1%=%2%") % "AppName" % m_application.toStdString());
+    information(boost::format("%1%=%2%") % "LocalAppData" % m_folder.toStdString());
+}
+
+} // namespace Velquor::WebServices
