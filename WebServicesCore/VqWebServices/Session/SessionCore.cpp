@@ -22,7 +22,7 @@ SessionServices withCacheFile(SessionServices services) {
 SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     : services(withCacheFile(services))
     , file(services.loginStateFile, services.logger)
-    , clients(services.logger)
+    , clients(services.logger, services.isSSOServer)
     , products(this->services)
     , binding(services.cryptor, services.maximumBlockText(), services.logger)
     , proxy(services.loginStateFile, services.cryptor, services.logger)
