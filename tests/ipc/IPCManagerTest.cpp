@@ -396,6 +396,7 @@ void IPCManagerTest::refusingServer() {
     QTest::qWait(1000);
     QVERIFY2(count < 20, qPrintable(QString::number(count)));
     server.close();
+    QTRY_VERIFY_WITH_TIMEOUT(at(0).manager.isServing(), patienceMs);
     QVERIFY(meet(2));
 }
 

@@ -13,7 +13,8 @@ namespace {
 constexpr int shortestPauseMs = 10;
 constexpr int longestPauseMs = 500;
 constexpr int connectMs = 2000;
-constexpr int briefConnectionMs = 250;
+// As long as a server takes to end what it does not want; one that is killed is hardly ever that young.
+constexpr int briefConnectionMs = 50;
 // In case that the system does not tell of the removal: rare enough to let an idle process sleep.
 constexpr int serverCheckMs = 30000;
 
