@@ -92,10 +92,13 @@ private slots:
         };
         m_session->observers().add(&first);
         m_session->observers().add(&second);
-        if (isForcedLogout)
-            QVERIFY(QMetaObject::invokeMethod(m_session.get(), "LogoutSlot", Qt::QueuedConnection, Q_ARG(QString, key)));
-        else
+        if (isForcedLogout) {
+            // The token thread finds out that the sign-in has ended, and asks this one to sign out.
+            m_service.control(QStringLiteral("expire"), QJsonObject{{"what", "sessions"}});
+            QVERIFY(m_session->RefreshToken(key, false));
+        } else {
             std::thread([this] { m_session->RaiseEvent(Event::ServerChanged, key, false); }).join();
+        }
         QTRY_VERIFY(!m_session);
         QVERIFY2(wasAlive, "the call is still inside the session");
         QTRY_VERIFY(ended.expired());
