@@ -18,7 +18,7 @@ constexpr int lockWaitMs = 50;
 
 EventReactions::EventReactions(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 void EventReactions::eventReceived(Event event, const EventSubject& subject) {
     announce(event, subject.consumerKey);

@@ -24,8 +24,8 @@ LoginSession::LoginSession(const SessionServices& services, const ClientIdentity
                            const QVector<OAuth2TokenSpec>& oauth2Specs)
     : m_core(withCancel(services), this)
     , m_dispatcher(
-          services.logger, [this] { return m_core.isLoggedIn(); }, [this] { return m_core.isStopped.load(); })
-    , m_logger(*services.logger)
+          services.loggers.session, [this] { return m_core.isLoggedIn(); }, [this] { return m_core.isStopped.load(); })
+    , m_logger(*services.loggers.session)
     , m_reactions(m_core) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
     connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
