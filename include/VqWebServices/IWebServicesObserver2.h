@@ -8,7 +8,7 @@ namespace Velquor::WebServices {
 /// finds out at each delivery whether an observer implements it. Consumer keys are null-terminated and valid during the call.
 class IWebServicesObserver2 : public IWebServicesObserver {
 public:
-    /// The sign-out has begun; the user is still signed in.
+    /// A sign-out has begun in this process and nobody has vetoed it; the user is still signed in.
     virtual void LoggingOut() {}
 
     /// The access token of the product was renewed, in this process or another one.

@@ -95,6 +95,9 @@ public:
     /// replaced and no longer asking: set null before the code of the prompt is unloaded.
     static void SetCredentialPrompt(std::shared_ptr<ICredentialPrompt> prompt);
 
+    /// Whether this process is the single-sign-on server, which signs other processes in; its executable is named "VqSSOServer".
+    static bool IsHostSSOServer();
+
     // What becomes of tokens whose refresh fails
 
     /// Sets the schedule for the OAuth2 tokens of all products of this process, now and later, in the place of all that were set

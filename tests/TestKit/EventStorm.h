@@ -12,7 +12,7 @@
 
 namespace Velquor::TestKit {
 
-/// Four processes that raise events as fast as they can, and four that hear them. Thread: the test's. Owner: the test.
+/// Four processes that raise events, and four that hear them. Thread: the test's. Owner: the test.
 class EventStorm : private WebServices::INotificationListener {
 public:
     explicit EventStorm(const QString& folder, const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
@@ -22,12 +22,15 @@ public:
 
     static QByteArrayList senderNames() { return {"A", "B", "C", "D"}; }
 
-    /// Starts all of them; true once each has heard an event of this process.
-    [[nodiscard]] bool start(int count) {
+    /// So fast that events wait for each other.
+    static constexpr int shortestPauseMs = 2;
+
+    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this process.
+    [[nodiscard]] bool start(int count, int pauseMs = shortestPauseMs) {
         m_manager.Start();
         for (const QByteArray& from : senderNames()) {
-            m_senders.push_back(run(QStringLiteral("raise"), QString::fromLatin1(from), count));
-            m_listeners.push_back(run(QStringLiteral("hear"), {}, 0));
+            m_senders.push_back(run(QStringLiteral("raise"), QString::fromLatin1(from), count, pauseMs));
+            m_listeners.push_back(run(QStringLiteral("hear"), {}, 0, 0));
         }
         const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
         for (int attempt = 0; attempt < 200; ++attempt) {
@@ -69,9 +72,9 @@ private:
         return std::all_of(helpers.cbegin(), helpers.cend(), condition);
     }
 
-    [[nodiscard]] std::unique_ptr<IpcHelper> run(const QString& command, const QString& from, int count) const {
-        return std::make_unique<IpcHelper>(QStringList{command, QString(), m_folder, from, QString::number(count)},
-                                           m_environment);
+    [[nodiscard]] std::unique_ptr<IpcHelper> run(const QString& command, const QString& from, int count, int pauseMs) const {
+        return std::make_unique<IpcHelper>(
+            QStringList{command, QString(), m_folder, from, QString::number(count), QString::number(pauseMs)}, m_environment);
     }
 
     void eventReceived(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}

@@ -2,7 +2,7 @@
 //   listen NAME FOLDER           says each message that comes: name, "From", "Number", age in microseconds, whether it serves
 //   send NAME FOLDER FROM COUNT  sends COUNT messages, 1000 a second, once it is told a line, and says "sent"
 //   hear NAME FOLDER             the same as "listen", for the events of the library (the name does not matter)
-//   raise NAME FOLDER FROM COUNT the same as "send" for them, one after the other; until it begins, it says what it hears
+//   raise NAME FOLDER FROM COUNT PAUSE  the same as "send" for them, one each PAUSE ms; until it begins, it says what it hears
 // All end when their standard input does.
 
 #include "Events/NotificationManager.h"
@@ -150,7 +150,8 @@ private:
         if (!isSender())
             return;
         m_hasBegun = true;
-        m_timer.start(batchMs);
+        m_timer.setTimerType(Qt::PreciseTimer);
+        m_timer.start(m_isEvents ? m_arguments.value(6).toInt() : batchMs);
     }
 
     void sendBatch() {

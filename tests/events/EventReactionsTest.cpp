@@ -28,8 +28,11 @@ public:
         heard += event;
         last = subject;
     }
+    bool finishReactions() override { return ++attempts > failures; }
     QVector<Event> heard;
     EventSubject last;
+    int attempts = 0;
+    int failures = 0;
 };
 
 class RecordingVoice : public ISessionVoice {
@@ -37,7 +40,12 @@ public:
     void raiseEvent(Event event, const EventSubject&) override { toOthers += event; }
     void raiseEventHere(Event event, const EventSubject&) override { here += event; }
     void forceLogout(const QString&) override {}
-    bool catchUpWithin(int) override { return true; }
+    bool catchUpWithin(int) override {
+        ++looks;
+        return canLook;
+    }
+    bool canLook = true;
+    int looks = 0;
     QVector<Event> toOthers;
     QVector<Event> here;
 };
@@ -84,6 +92,74 @@ private slots:
         QCOMPARE(listener.last.consumerKey, key);
         QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), expected);
         QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, isLegacy);
+    }
+
+    // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one too.
+    void anEventIsHeldForItsOwnTime() {
+        TestKit::SessionFixture fixture;
+        RecordingListener listener;
+        NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
+        const auto arrive = [&manager](const char* source) {
+            const QVariantMap params{{EventParam::eventId, EventOrder::eventId(QString::fromLatin1(source), 2)}};
+            manager.HandleInterProcessMessage(Event::TokenRefreshed, params, IPCMethod::Watcher);
+        };
+        QElapsedTimer timer;
+        timer.start();
+        arrive("first");
+        QTest::qWait(400);
+        arrive("second");
+        QTRY_COMPARE_WITH_TIMEOUT(listener.heard.size(), 2, 3000);
+        QVERIFY2(timer.elapsed() < 400 + EventOrder::holdMs + 350, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    // What could not be done when the event came is tried again, though nothing else happens.
+    void whatIsLeftIsTriedAgain() {
+        TestKit::SessionFixture fixture;
+        RecordingListener listener;
+        listener.failures = 2;
+        NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
+        manager.HandleInterProcessMessage(Event::LoggedOut, {}, IPCMethod::Socket);
+        QCOMPARE(listener.attempts, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(listener.attempts, 3, 3000);
+        QTest::qWait(500);
+        QCOMPARE(listener.attempts, 3);
+    }
+
+    // The file is looked at before an event is told, since it may be the only one to tell of a change; and again, when it could not be.
+    void looksAtTheFile_data() {
+        QTest::addColumn<int>("event");
+        QTest::addColumn<bool>("isRestored");
+        QTest::addColumn<bool>("canLook");
+        QTest::addColumn<int>("looks");
+        const auto row = [](const char* what, Event event, bool isRestored, bool canLook, int looks) {
+            QTest::newRow(what) << static_cast<int>(event) << isRestored << canLook << looks;
+        };
+        row("a sign-in", Event::LoggedIn, true, true, 1);
+        row("a sign-in that cannot be read yet", Event::LoggedIn, true, false, 3);
+        row("a sign-out that cannot be read yet", Event::LoggedOut, true, false, 3);
+        row("a sign-out before the restore", Event::LoggedOut, false, true, 1);
+        row("any other event", Event::ServerChanged, true, true, 1);
+        row("any other event, and the file cannot be read", Event::TokenQueryFailed, true, false, 3);
+        row("any other event before the restore", Event::ServerChanged, false, false, 0);
+    }
+
+    void looksAtTheFile() {
+        QFETCH(int, event);
+        QFETCH(bool, isRestored);
+        QFETCH(bool, canLook);
+        QFETCH(int, looks);
+        TestKit::SessionFixture fixture;
+        RecordingVoice voice;
+        SessionCore core(fixture.services(), &voice);
+        EventReactions reactions(core);
+        if (isRestored)
+            core.setRestored();
+        voice.canLook = canLook;
+        reactions.eventReceived(static_cast<Event>(event), key);
+        QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
+        voice.canLook = true;
+        QVERIFY(reactions.finishReactions() && reactions.finishReactions());
+        QCOMPARE(voice.looks, looks);
     }
 
     // Every client of the product follows; another product does not; nothing is sent back to the others.

@@ -6,7 +6,9 @@
 #include <QtTest>
 #include <VqWebServices/IWebServicesObserver3.h>
 #include <VqWebServices/IWebServicesObserverPrivate.h>
+#include <cstring>
 #include <functional>
+#include <new>
 #include <stdexcept>
 
 using namespace Velquor;
@@ -41,20 +43,30 @@ public:
 
 class Third : public IWebServicesObserver3 {
 public:
-    void LoggedIn() override { heard += "LoggedIn"; }
-    void LoggingOut() override { heard += "LoggingOut"; }
-    void TokenRefreshed(const wchar_t* key) override { heard += withKey("TokenRefreshed", key); }
-    void TokenAcquired(const wchar_t* key) override { heard += withKey("TokenAcquired", key); }
-    void TokenAvailable(const wchar_t* key) override { heard += withKey("TokenAvailable", key); }
-    void TokenQueryFailed(const wchar_t* key) override { heard += withKey("TokenQueryFailed", key); }
-    void OAuth2Enabled(const wchar_t* key) override { heard += withKey("OAuth2Enabled", key); }
-    void OAuth2Disabled(const wchar_t* key) override { heard += withKey("OAuth2Disabled", key); }
-    void OAuth2TokenAcquired(const wchar_t* key) override { heard += withKey("OAuth2TokenAcquired", key); }
-    void OAuth2TokenAvailable(const wchar_t* key) override { heard += withKey("OAuth2TokenAvailable", key); }
-    void OAuth2TokenRefreshed(const wchar_t* key) override { heard += withKey("OAuth2TokenRefreshed", key); }
-    void OAuth2TokenDiscarded(const wchar_t* key) override { heard += withKey("OAuth2TokenDiscarded", key); }
-    void OAuth2TokenQueryFailed(const wchar_t* key) override { heard += withKey("OAuth2TokenQueryFailed", key); }
+    void LoggedIn() override { hear("LoggedIn"); }
+    void LoggingOut() override { hear("LoggingOut"); }
+    void TokenRefreshed(const wchar_t* key) override { hear(withKey("TokenRefreshed", key)); }
+    void TokenAcquired(const wchar_t* key) override { hear(withKey("TokenAcquired", key)); }
+    void TokenAvailable(const wchar_t* key) override { hear(withKey("TokenAvailable", key)); }
+    void TokenQueryFailed(const wchar_t* key) override { hear(withKey("TokenQueryFailed", key)); }
+    void OAuth2Enabled(const wchar_t* key) override { hear(withKey("OAuth2Enabled", key)); }
+    void OAuth2Disabled(const wchar_t* key) override { hear(withKey("OAuth2Disabled", key)); }
+    void OAuth2TokenAcquired(const wchar_t* key) override { hear(withKey("OAuth2TokenAcquired", key)); }
+    void OAuth2TokenAvailable(const wchar_t* key) override { hear(withKey("OAuth2TokenAvailable", key)); }
+    void OAuth2TokenRefreshed(const wchar_t* key) override { hear(withKey("OAuth2TokenRefreshed", key)); }
+    void OAuth2TokenDiscarded(const wchar_t* key) override { hear(withKey("OAuth2TokenDiscarded", key)); }
+    void OAuth2TokenQueryFailed(const wchar_t* key) override { hear(withKey("OAuth2TokenQueryFailed", key)); }
+    void LoggedOut() override { hear("LoggedOut"); }
+
+    void hear(const QString& event) {
+        heard += event;
+        // A copy, since it may destroy this object.
+        const auto own = reaction;
+        if (own)
+            own();
+    }
     QStringList heard;
+    std::function<void()> reaction;
 };
 
 class Accounts : public IWebServicesObserverPrivate {
@@ -78,7 +90,9 @@ private slots:
     void init() {
         m_isLoggedIn = true;
         m_logger = std::make_shared<TestKit::RecordingLogger>();
-        m_dispatcher = std::make_unique<EventDispatcher>(m_logger, [this] { return m_isLoggedIn; });
+        m_isStopped = false;
+        m_dispatcher = std::make_unique<EventDispatcher>(
+            m_logger, [this] { return m_isLoggedIn; }, [this] { return m_isStopped; });
     }
 
     void everyEventReachesItsOperationOnce() {
@@ -95,7 +109,7 @@ private slots:
         QVERIFY(veto);
         QCOMPARE(base.heard, QStringList({"LoggedIn", "LoginRestored", "LoggedOut", "AboutToLogout", "ServerChanged:key"}));
         QCOMPARE(third.heard,
-                 QStringList({"LoggedIn", "TokenRefreshed:key", "LoggingOut", "OAuth2TokenRefreshed:key", "TokenAcquired:key",
+                 QStringList({"LoggedIn", "LoggedOut", "TokenRefreshed:key", "LoggingOut", "OAuth2TokenRefreshed:key", "TokenAcquired:key",
                               "TokenAvailable:key", "OAuth2Enabled:key", "OAuth2Disabled:key", "OAuth2TokenAcquired:key",
                               "OAuth2TokenAvailable:key", "OAuth2TokenDiscarded:key", "TokenQueryFailed:key",
                               "OAuth2TokenQueryFailed:key"}));
@@ -121,6 +135,40 @@ private slots:
         QCOMPARE(m_logger->texts(Log::Level::Error), QStringList({"An observer threw an exception in event LoggedOut: oops"}));
     }
 
+    void oneWhoDeletesItself_data() {
+        QTest::addColumn<int>("event");
+        QTest::newRow("of the first interface") << static_cast<int>(Event::LoggedOut);
+        QTest::newRow("of the second interface") << static_cast<int>(Event::TokenRefreshed);
+        QTest::newRow("of the third interface") << static_cast<int>(Event::OAuth2Enabled);
+    }
+
+    void oneWhoDeletesItself() {
+        QFETCH(int, event);
+        Third last;
+        alignas(Third) char place[sizeof(Third)];
+        auto* const mortal = new (place) Third;
+        mortal->reaction = [this, mortal, &place] {
+            m_dispatcher->observers().remove(mortal);
+            mortal->~Third();
+            // Whoever asks the object anything now is found out.
+            std::memset(place, 0, sizeof place);
+        };
+        m_dispatcher->observers().add(mortal);
+        m_dispatcher->observers().add(&last);
+        QVERIFY(m_dispatcher->callObservers(static_cast<Event>(event), QStringLiteral("key"), nullptr));
+        QCOMPARE(last.heard.size(), 1);
+    }
+
+    void afterTheEndNobodyIsCalled() {
+        Base first;
+        Base second;
+        first.reaction = [this] { m_isStopped = true; };
+        m_dispatcher->observers().add(&first);
+        m_dispatcher->observers().add(&second);
+        QVERIFY(!m_dispatcher->callObservers(Event::LoggedOut, {}, nullptr));
+        QVERIFY(second.heard.isEmpty());
+    }
+
     void aSignOutInsideLoggedInEndsTheDelivery() {
         Base first;
         Base second;
@@ -134,6 +182,7 @@ private slots:
 
 private:
     bool m_isLoggedIn = true;
+    bool m_isStopped = false;
     std::shared_ptr<TestKit::RecordingLogger> m_logger;
     std::unique_ptr<EventDispatcher> m_dispatcher;
 };

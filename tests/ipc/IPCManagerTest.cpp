@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -28,6 +29,8 @@ constexpr int patienceMs = 10000;
 constexpr quint32 fuzzSeed = 20250617;
 
 QVariantMap nested(int depth) { return depth == 1 ? QVariantMap() : QVariantMap{{QStringLiteral("Map"), nested(depth - 1)}}; }
+
+QVariant nestedList(int depth) { return depth == 1 ? QVariantList() : QVariantList{nestedList(depth - 1)}; }
 
 QByteArray frame(MessageFrame::Kind kind, const QByteArray& content) {
     MessageFrame made;
@@ -96,6 +99,7 @@ private slots:
     void hostilePeer();
     void unfinishedPeer_data();
     void unfinishedPeer();
+    void refusingServer();
     void crowd();
     void slowPeer();
     void fuzz();
@@ -165,6 +169,7 @@ void IPCManagerTest::values() {
                              {QStringLiteral("Utc"), moment}, {QStringLiteral("Local"), moment.toLocalTime()},
                              {QStringLiteral("Offset"), moment.toOffsetFromUtc(-5400)}, {QStringLiteral("NoTime"), QDateTime()},
                              {QStringLiteral("Texts"), QStringList{QStringLiteral("a"), QString()}}, {QStringLiteral("Map"), inner},
+                             {QStringLiteral("List"), QVariantList{1, QStringLiteral("a"), QVariantList{inner}}},
                              {QStringLiteral("Deep"), nested(7)}};
     const QString name = QString::fromUtf8("Größe");
     for (int sender = 0; sender < 2; ++sender) {
@@ -195,7 +200,9 @@ void IPCManagerTest::refusals_data() {
     QTest::newRow("as deep as it may be") << QVariant(nested(7)) << true;
     QTest::newRow("too deep") << QVariant(nested(8)) << false;
     QTest::newRow("unknown type") << QVariant(QUrl(QStringLiteral("https://localhost"))) << false;
-    QTest::newRow("unknown type inside") << QVariant(QVariantMap{{QStringLiteral("A"), QVariantList{1}}}) << false;
+    QTest::newRow("unknown type inside") << QVariant(QVariantMap{{QStringLiteral("A"), QVariantList{QUrl()}}}) << false;
+    QTest::newRow("lists as deep as they may be") << nestedList(7) << true;
+    QTest::newRow("lists too deep") << nestedList(8) << false;
 }
 
 void IPCManagerTest::refusals() {
@@ -333,6 +340,8 @@ void IPCManagerTest::hostilePeer_data() {
     QTest::newRow("unknown value") << hello() + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x63", 9));
     QTest::newRow("a time beyond all times")
         << hello() + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x09\x7f", 10) + QByteArray(7, '\xff'));
+    QTest::newRow("a list beyond the end")
+        << hello() + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x0f", 9) + QByteArray(4, '\xff'));
     QTest::newRow("bytes behind the end") << hello() + message(emptyName() + QByteArray(5, '\0'));
     QByteArray deep = emptyName();
     for (int depth = 0; depth < 9; ++depth)
@@ -370,6 +379,27 @@ void IPCManagerTest::unfinishedPeer() {
     QCOMPARE(socket->state(), QLocalSocket::UnconnectedState);
 }
 
+// A server that ends each connection as soon as it is made is not asked again and again.
+void IPCManagerTest::refusingServer() {
+    QLocalServer server;
+    int count = 0;
+    connect(&server, &QLocalServer::newConnection, this, [&server, &count] {
+        while (QLocalSocket* const socket = server.nextPendingConnection()) {
+            ++count;
+            socket->abort();
+            socket->deleteLater();
+        }
+    });
+    QVERIFY(server.listen(Util::localServerAddress(m_name, m_folder.path())));
+    m_parties.push_back(std::make_unique<Party>(m_name, m_folder.path()));
+    QTRY_VERIFY_WITH_TIMEOUT(count >= 3, patienceMs);
+    QTest::qWait(1000);
+    QVERIFY2(count < 20, qPrintable(QString::number(count)));
+    server.close();
+    QTRY_VERIFY_WITH_TIMEOUT(at(0).manager.isServing(), patienceMs);
+    QVERIFY(meet(2));
+}
+
 // More connections than are served: the ones beyond end, and who was there before is served on.
 void IPCManagerTest::crowd() {
     QVERIFY(meet(2));
@@ -378,6 +408,9 @@ void IPCManagerTest::crowd() {
         sockets.push_back(intruder(hello()));
         QCoreApplication::processEvents();
     }
+    // One line in the log for all of them.
+    const QStringList warnings = at(0).logger->texts(Log::Level::Warning);
+    QCOMPARE(warnings.filter(QStringLiteral("Refused a connection")).size(), 1);
     const auto isOpen = [](const auto& socket) { return socket->state() == QLocalSocket::ConnectedState; };
     QTRY_VERIFY_WITH_TIMEOUT(std::count_if(sockets.cbegin(), sockets.cend(), isOpen) < 300, patienceMs);
     QVERIFY(worksOn());

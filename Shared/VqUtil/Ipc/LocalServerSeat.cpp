@@ -13,6 +13,8 @@ namespace {
 constexpr int shortestPauseMs = 10;
 constexpr int longestPauseMs = 500;
 constexpr int connectMs = 2000;
+// As long as a server takes to end what it does not want; one that is killed is hardly ever that young.
+constexpr int briefConnectionMs = 50;
 // In case that the system does not tell of the removal: rare enough to let an idle process sleep.
 constexpr int serverCheckMs = 30000;
 
@@ -41,9 +43,14 @@ LocalServerSeat::~LocalServerSeat() {
 }
 
 void LocalServerSeat::seek() {
-    m_pauseMs = 0;
-    seekLater(0);
+    if (m_connectedSince.isValid() && m_connectedSince.elapsed() < briefConnectionMs)
+        lengthenPause();
+    else
+        m_pauseMs = 0;
+    seekLater(m_pauseMs);
 }
+
+void LocalServerSeat::lengthenPause() { m_pauseMs = std::min(std::max(m_pauseMs * 2, shortestPauseMs), longestPauseMs); }
 
 void LocalServerSeat::connectToServer() {
     delete m_socket;
@@ -64,7 +71,7 @@ void LocalServerSeat::connected() {
         return;
     }
     m_nextTry.stop();
-    m_pauseMs = 0;
+    m_connectedSince.start();
     m_guard.release();
     m_hasGuard = false;
     QLocalSocket* const socket = m_socket;
@@ -93,7 +100,7 @@ void LocalServerSeat::notConnected() {
         return;
     case ProcessGuard::Result::TimedOut: break;
     }
-    m_pauseMs = std::min(std::max(m_pauseMs * 2, shortestPauseMs), longestPauseMs);
+    lengthenPause();
     seekLater(m_pauseMs + QRandomGenerator::global()->bounded(shortestPauseMs));
 }
 

@@ -3,6 +3,7 @@
 #include "VqLog/ILogger.h"
 #include "VqUtil/Platform/ProcessGuard.h"
 
+#include <QElapsedTimer>
 #include <QFileSystemWatcher>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -27,7 +28,8 @@ public:
                     QObject* parent);
     ~LocalServerSeat() override;
 
-    /// Takes the free seat or connects to who has it; to be called again when that connection has ended.
+    /// Takes the free seat or connects to who has it; to be called again when that connection has ended. One that ended as soon as it
+    /// was made is not made anew at once: that server refuses this process, and would again.
     void seek();
     [[nodiscard]] bool isServing() const { return m_server != nullptr; }
 
@@ -48,6 +50,7 @@ private:
     void nameChanged();
     void watchName();
     void seekLater(int ms);
+    void lengthenPause();
     void warnOnce(const QString& text);
 
     const QString m_address;
@@ -60,6 +63,7 @@ private:
     std::unique_ptr<QFileSystemWatcher> m_nameWatch;
     QString m_lastWarning;
     int m_pauseMs = 0;
+    QElapsedTimer m_connectedSince; ///< Invalid before the first connection.
     bool m_hasGuard = false;
 };
 

@@ -7,7 +7,7 @@
 namespace Velquor::Util {
 
 /// The bytes of a message: a name and its parameters. Values are bool, the integers, double, QString, QByteArray, QDateTime,
-/// QStringList, the invalid value, and maps of these.
+/// QStringList, the invalid value, and maps and lists of these.
 ///
 /// Thread: any. Errors: false; nothing of a message that is not whole is used.
 namespace MessageCodec {
@@ -17,7 +17,7 @@ struct Message {
     QVariantMap params;
 };
 
-/// False for a value of another type and for maps in maps beyond a depth of 8.
+/// False for a value of another type and for maps and lists in each other beyond a depth of 8.
 [[nodiscard]] bool encode(const Message& message, QByteArray* bytes);
 
 /// Trusts no count and no length: each is held against the bytes that are left. Every byte must be used.

@@ -56,6 +56,7 @@ private:
     [[nodiscard]] bool bytes(QVariant* value);
     [[nodiscard]] bool time(Tag kind, QVariant* value);
     [[nodiscard]] bool texts(QVariant* value);
+    [[nodiscard]] bool list(QVariant* value, int depth);
 
     const QByteArray& m_bytes;
     int m_place = 0;
@@ -91,6 +92,7 @@ bool Reader::value(QVariant* value, int depth) {
         *value = read;
         return isRead;
     }
+    case Tag::List: return list(value, depth + 1);
     }
     return false;
 }
@@ -144,6 +146,22 @@ bool Reader::texts(QVariant* value) {
         if (!text(&one))
             return false;
         read += one;
+    }
+    *value = read;
+    return true;
+}
+
+// Every value takes bytes.
+bool Reader::list(QVariant* value, int depth) {
+    quint32 count = 0;
+    if (depth > greatestDepth || !number(&count))
+        return false;
+    QVariantList read;
+    for (quint32 index = 0; index < count; ++index) {
+        QVariant one;
+        if (!this->value(&one, depth))
+            return false;
+        read.append(one);
     }
     *value = read;
     return true;

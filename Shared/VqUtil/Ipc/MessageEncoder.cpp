@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QStringList>
 #include <QtEndian>
+#include <algorithm>
 #include <cstring>
 
 namespace Velquor::Util {
@@ -44,6 +45,7 @@ public:
 
     [[nodiscard]] bool value(const QVariant& value, int depth);
     [[nodiscard]] bool map(const QVariantMap& map, int depth);
+    [[nodiscard]] bool list(const QVariantList& list, int depth);
     bool time(const QDateTime& time);
     bool real(double value);
     bool texts(const QStringList& texts);
@@ -74,6 +76,7 @@ bool Writer::value(const QVariant& value, int depth) {
     case QMetaType::QDateTime: return time(value.toDateTime());
     case QMetaType::QStringList: return texts(value.toStringList());
     case QMetaType::QVariantMap: tag(Tag::Map); return map(value.toMap(), depth + 1);
+    case QMetaType::QVariantList: tag(Tag::List); return list(value.toList(), depth + 1);
     default: return false;
     }
 }
@@ -114,6 +117,12 @@ bool Writer::map(const QVariantMap& map, int depth) {
             return false;
     }
     return true;
+}
+
+bool Writer::list(const QVariantList& list, int depth) {
+    number(static_cast<quint32>(list.size()));
+    return depth <= greatestDepth
+           && std::all_of(list.cbegin(), list.cend(), [this, depth](const QVariant& one) { return value(one, depth); });
 }
 
 } // namespace

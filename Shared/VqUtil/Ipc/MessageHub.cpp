@@ -18,6 +18,8 @@ constexpr qint64 greatestWaitingSize = MessageJournal::greatestSize / 2;
 constexpr int greatestWaitingCount = MessageJournal::greatestCount / 2;
 constexpr int mostClients = 256;
 constexpr int farewellMs = 200;
+// A peer that is dropped comes back at once and is dropped again.
+constexpr int sameWarningMs = 60000;
 constexpr quint64 ownNumber = 0;
 
 } // namespace
@@ -84,7 +86,7 @@ void MessageHub::becomeClient(QLocalSocket* socket) {
 
 void MessageHub::addClient(QLocalSocket* socket) {
     if (m_clients.size() >= mostClients) {
-        m_logger->warning(QStringLiteral("Refused a connection: %1 processes are connected").arg(mostClients));
+        warn(QStringLiteral("Refused a connection: %1 processes are connected").arg(mostClients));
         socket->abort();
         socket->deleteLater();
         return;
@@ -140,7 +142,7 @@ void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {
 
 void MessageHub::removePeer(MessagePeer* peer, const QString& reason) {
     if (!reason.isEmpty())
-        m_logger->warning(QStringLiteral("Ended the connection with another process: %1").arg(reason));
+        warn(QStringLiteral("Ended the connection with another process: %1").arg(reason));
     peer->deleteLater();
     m_clients.removeOne(peer);
     if (peer == m_server)
@@ -207,6 +209,14 @@ void MessageHub::forgetOld() {
 }
 
 bool MessageHub::holdsAny() const { return m_all.begin() != m_all.end() || m_own.begin() != m_own.end(); }
+
+void MessageHub::warn(const QString& text) {
+    if (text == m_lastWarning && !m_sinceWarning.hasExpired(sameWarningMs))
+        return;
+    m_lastWarning = text;
+    m_sinceWarning.start();
+    m_logger->warning(text);
+}
 
 void MessageHub::finish() {
     takeAccepted();

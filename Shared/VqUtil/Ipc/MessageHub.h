@@ -6,6 +6,7 @@
 #include "VqUtil/Ipc/MessageJournal.h"
 #include "VqUtil/Ipc/MessagePeer.h"
 
+#include <QElapsedTimer>
 #include <QMutex>
 #include <QObject>
 #include <QVector>
@@ -52,6 +53,7 @@ private:
     void deliver();
     void forgetOld();
     [[nodiscard]] bool holdsAny() const;
+    void warn(const QString& text);
 
     const std::shared_ptr<Log::ILogger> m_logger;
     LocalServerSeat m_seat;
@@ -67,6 +69,8 @@ private:
     std::deque<MessageCodec::Message> m_inbox;
     bool m_isRelaying = false;
     QTimer m_forgetting;
+    QString m_lastWarning;
+    QElapsedTimer m_sinceWarning;
 
     QMutex m_mutex;
     QVector<MessageFrame> m_accepted;

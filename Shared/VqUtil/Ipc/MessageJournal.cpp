@@ -2,19 +2,22 @@
 
 #include <QDeadlineTimer>
 #include <algorithm>
+#include <utility>
 
 namespace Velquor::Util {
 
 void MessageJournal::append(const QByteArray& frame, quint64 origin) {
-    m_entries.push_back({frame, origin, nowMs()});
+    m_entries.push_back({frame, origin, nowMs(), false});
     m_size += frame.size();
     while (m_entries.size() > static_cast<size_t>(greatestCount) || m_size > greatestSize)
         removeFirst();
 }
 
+// Not each time: what is sent again to every new server would never get too old for it.
 void MessageJournal::noteWritten(quint64 number) {
-    if (m_age == Age::SinceItWasWritten)
-        m_entries[static_cast<size_t>(number - m_begin)].timeMs = nowMs();
+    Entry& entry = m_entries[static_cast<size_t>(number - m_begin)];
+    if (m_age == Age::SinceItWasWritten && !std::exchange(entry.isWritten, true))
+        entry.timeMs = nowMs();
 }
 
 quint64 MessageJournal::firstWithin(qint64 ms) const {

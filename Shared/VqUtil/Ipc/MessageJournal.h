@@ -15,7 +15,8 @@ public:
     struct Entry {
         QByteArray frame;
         quint64 origin = 0; ///< The connection that it came over.
-        qint64 timeMs = 0;  ///< When it came, or was written last.
+        qint64 timeMs = 0;  ///< When it came, or was written for the first time.
+        bool isWritten = false;
     };
     enum class Age { SinceItCame, SinceItWasWritten };
     static constexpr int greatestCount = 16 * 1024;

@@ -5,7 +5,7 @@
 /// What both halves of the message codec know. Thread: any.
 namespace Velquor::Util::MessageTags {
 
-/// Of maps in maps.
+/// Of maps and lists in each other.
 constexpr int greatestDepth = 8;
 
 /// The kinds of values. The numbers are the format's and never change.
@@ -25,6 +25,7 @@ enum class Tag : quint8 {
     Texts = 12,
     Map = 13,
     NoTime = 14,
+    List = 15,
 };
 
 } // namespace Velquor::Util::MessageTags

@@ -6,15 +6,6 @@ namespace Velquor::Util {
 
 namespace {
 
-constexpr int shownCharacters = 12;
-
-QString shownText(const QVariant& value) {
-    const QString text = value.toString();
-    if (value.type() != QVariant::String)
-        return text;
-    return text.mid(text.lastIndexOf(QLatin1Char('-')) + 1).right(shownCharacters);
-}
-
 // Piece by piece: a text from outside that holds "%1" must not take the place of the next one.
 void addRecord(QStringList& lines, int number, const ProcessRecord& record) {
     lines += QStringLiteral("Process %1: %2:%3 (%4)")
@@ -22,7 +13,7 @@ void addRecord(QStringList& lines, int number, const ProcessRecord& record) {
                       record.executablePath);
     lines += QStringLiteral("    Properties (%1):").arg(record.properties.size());
     for (auto property = record.properties.cbegin(); property != record.properties.cend(); ++property)
-        lines += QStringLiteral("        %1 = %2").arg(property.key(), shownText(property.value()));
+        lines += QStringLiteral("        %1 = %2").arg(property.key(), property.value().toString());
 }
 
 } // namespace

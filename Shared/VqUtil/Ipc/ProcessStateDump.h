@@ -14,7 +14,7 @@ struct ProcessStateView {
     ProcessRecords records;
 };
 
-/// The lines of the dump. Texts are shortened to their last part, so that no key of a product stands in a log.
+/// The lines of the dump.
 [[nodiscard]] QStringList processStateDump(const QString& context, const ProcessStateView& view);
 
 } // namespace Velquor::Util

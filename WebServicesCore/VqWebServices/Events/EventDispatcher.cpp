@@ -7,9 +7,11 @@
 
 namespace Velquor::WebServices {
 
-EventDispatcher::EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn)
+EventDispatcher::EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn,
+                                 std::function<bool()> isStopped)
     : m_logger(std::move(logger))
-    , m_isLoggedIn(std::move(isLoggedIn)) {}
+    , m_isLoggedIn(std::move(isLoggedIn))
+    , m_isStopped(std::move(isStopped)) {}
 
 bool EventDispatcher::callObservers(Event event, const QString& consumerKey, bool* veto) {
     const QString name = eventName(event);
@@ -19,6 +21,8 @@ bool EventDispatcher::callObservers(Event event, const QString& consumerKey, boo
         if (!m_observers.contains(observer))
             continue;
         callGuarded(*observer, event, consumerKey, veto);
+        if (m_isStopped())
+            return false;
         if (event == Event::LoggedIn && !m_isLoggedIn()) {
             m_logger->information(
                 QStringLiteral(

@@ -18,13 +18,14 @@ class EventDispatcher {
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
 
-    /// `isLoggedIn` tells whether the user is signed in at the moment it is called.
-    EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn);
+    /// `isLoggedIn` tells whether the user is signed in at the moment it is called, `isStopped` whether the library is being
+    /// uninitialized.
+    EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn, std::function<bool()> isStopped);
 
     [[nodiscard]] ObserverRegistry& observers() { return m_observers; }
 
     /// `veto` is for `AboutToLogout` and becomes true when an observer wishes it; it may be null. Returns false when the
-    /// delivery was broken off since an observer of `LoggedIn` signed the user out.
+    /// delivery was broken off since an observer of `LoggedIn` signed the user out, or an observer uninitialized the library.
     bool callObservers(Event event, const QString& consumerKey, bool* veto);
 
 private:
@@ -32,6 +33,7 @@ private:
 
     const std::shared_ptr<Log::ILogger> m_logger;
     const std::function<bool()> m_isLoggedIn;
+    const std::function<bool()> m_isStopped;
     ObserverRegistry m_observers;
 };
 

@@ -19,6 +19,22 @@ const auto typeKey = QStringLiteral("Type");
 const auto processKey = QStringLiteral("RaisedByProcess");
 const auto idKey = QStringLiteral("Id");
 const auto mapType = QStringLiteral("Map");
+const auto listType = QStringLiteral("List");
+
+// The numbers that are no variant types of the framework's own travel as the next wider one that is.
+QVariant plainValue(const QVariant& value) {
+    switch (static_cast<QMetaType::Type>(value.userType())) {
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::Short: return value.toInt();
+    case QMetaType::UChar:
+    case QMetaType::UShort: return value.toUInt();
+    case QMetaType::Long: return value.toLongLong();
+    case QMetaType::ULong: return value.toULongLong();
+    case QMetaType::Float: return value.toDouble();
+    default: return value;
+    }
+}
 
 // The names of the framework's variant types: its own type names without their leading letter, and the plain ones in its spelling.
 QString typeName(const QVariant& value) {
@@ -31,32 +47,55 @@ QString typeName(const QVariant& value) {
     case QMetaType::ULongLong: return QStringLiteral("ULongLong");
     case QMetaType::Double: return QStringLiteral("Double");
     case QMetaType::QVariantMap: return mapType;
-    case QMetaType::QVariantList: return QStringLiteral("List");
+    case QMetaType::QVariantList: return listType;
+    case QMetaType::QVariantHash: return QStringLiteral("Hash");
     default: break;
     }
-    return value.userType() < QMetaType::User ? QString::fromLatin1(value.typeName()).mid(1) : QStringLiteral("UserType");
+    const QString own = QString::fromLatin1(value.typeName());
+    return value.userType() < QMetaType::User && own.startsWith(QLatin1Char('Q')) ? own.mid(1) : QStringLiteral("UserType");
+}
+
+void writeParams(QDomDocument& document, QDomElement& parent, const QVariantMap& params);
+
+void writeParam(QDomDocument& document, QDomElement& parent, const QString& name, const QVariant& given) {
+    const QVariant value = plainValue(given);
+    QDomElement param = document.createElement(paramTag);
+    param.setAttribute(nameKey, name);
+    param.setAttribute(typeKey, typeName(value));
+    if (value.userType() == QMetaType::QVariantMap) {
+        writeParams(document, param, value.toMap());
+    } else if (value.userType() == QMetaType::QVariantList) {
+        for (const QVariant& element : value.toList())
+            writeParam(document, param, QString(), element);
+    } else {
+        param.appendChild(document.createTextNode(paramText(value)));
+    }
+    parent.appendChild(param);
 }
 
 void writeParams(QDomDocument& document, QDomElement& parent, const QVariantMap& params) {
-    for (auto entry = params.cbegin(); entry != params.cend(); ++entry) {
-        QDomElement param = document.createElement(paramTag);
-        param.setAttribute(nameKey, entry.key());
-        param.setAttribute(typeKey, typeName(entry.value()));
-        if (entry.value().userType() == QMetaType::QVariantMap)
-            writeParams(document, param, entry.value().toMap());
-        else
-            param.appendChild(document.createTextNode(paramText(entry.value())));
-        parent.appendChild(param);
-    }
+    for (auto entry = params.cbegin(); entry != params.cend(); ++entry)
+        writeParam(document, parent, entry.key(), entry.value());
+}
+
+QVariantMap readParams(const QDomElement& parent);
+
+QVariant readParam(const QDomElement& param) {
+    const QString type = param.attribute(typeKey);
+    if (type == mapType)
+        return readParams(param);
+    if (type != listType)
+        return paramValue(type, param.text());
+    QVariantList list;
+    for (QDomElement child = param.firstChildElement(paramTag); !child.isNull(); child = child.nextSiblingElement(paramTag))
+        list.append(readParam(child));
+    return list;
 }
 
 QVariantMap readParams(const QDomElement& parent) {
     QVariantMap params;
-    for (QDomElement param = parent.firstChildElement(paramTag); !param.isNull(); param = param.nextSiblingElement(paramTag)) {
-        const QString type = param.attribute(typeKey);
-        params.insert(param.attribute(nameKey),
-                      type == mapType ? QVariant(readParams(param)) : paramValue(type, param.text()));
-    }
+    for (QDomElement param = parent.firstChildElement(paramTag); !param.isNull(); param = param.nextSiblingElement(paramTag))
+        params.insert(param.attribute(nameKey), readParam(param));
     return params;
 }
 

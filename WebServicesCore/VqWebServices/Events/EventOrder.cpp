@@ -76,8 +76,15 @@ QVector<ArrivedEvent> EventOrder::takeOverdue(qint64 nowMs) {
     return ready;
 }
 
-bool EventOrder::isHolding() const {
-    return std::any_of(m_sources.cbegin(), m_sources.cend(), [](const Source& source) { return !source.held.isEmpty(); });
+int EventOrder::msUntilDue(qint64 nowMs) const {
+    qint64 left = -1;
+    for (const Source& source : m_sources) {
+        for (const Held& held : source.held) {
+            const qint64 ownLeft = std::max<qint64>(held.sinceMs + holdMs - nowMs, 0);
+            left = left < 0 ? ownLeft : std::min(left, ownLeft);
+        }
+    }
+    return static_cast<int>(left);
 }
 
 } // namespace Velquor::WebServices

@@ -31,7 +31,8 @@ public:
     [[nodiscard]] QVector<ArrivedEvent> reachedBySocket(const QString& eventId);
     /// What has waited long enough.
     [[nodiscard]] QVector<ArrivedEvent> takeOverdue(qint64 nowMs);
-    [[nodiscard]] bool isHolding() const;
+    /// How long until the oldest of what waits has waited long enough; -1 when nothing waits.
+    [[nodiscard]] int msUntilDue(qint64 nowMs) const;
 
     /// The id of a sender's event: `source` is the sender's, `number` counts from 1.
     [[nodiscard]] static QString eventId(const QString& source, quint64 number);

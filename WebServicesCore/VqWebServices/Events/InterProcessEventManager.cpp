@@ -76,11 +76,11 @@ void InterProcessEventManager::ChangedSlot(const QString& path, CloudUtil::Folde
     if (QDir::cleanPath(path).compare(m_triggerFile, Qt::CaseInsensitive) != 0)
         return;
     const QString name = CloudUtil::actionName(action);
+    m_logger->debug(QStringLiteral("Change event received: %1 %2").arg(path, name));
     if (action != Action::Added && action != Action::Modified) {
         m_logger->debug(QStringLiteral("Change event ignored: %1 %2").arg(path, name));
         return;
     }
-    m_logger->debug(QStringLiteral("Change event received: %1 %2").arg(path, name));
     EventTriggerFileChanged();
 }
 

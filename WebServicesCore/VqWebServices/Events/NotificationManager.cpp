@@ -5,6 +5,7 @@
 
 #include <QMutexLocker>
 #include <QUuid>
+#include <algorithm>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -14,6 +15,9 @@ namespace {
 const auto serverName = QStringLiteral("Velquor.WebServices");
 // Writing the file takes longer than sending a message: the sockets, which share the thread, go first. They write when the event loop comes round.
 constexpr int fileDelayMs = 1;
+// The pause before the listener is asked again what it could not do: at first nobody shall notice it, and then it shall cost nothing.
+constexpr int shortestAgainMs = 200;
+constexpr int longestAgainMs = 2000;
 
 } // namespace
 
@@ -24,13 +28,17 @@ NotificationManager::NotificationManager(const QString& folder, INotificationLis
     , m_logger(std::move(logger))
     , m_ownId(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , m_fileTimer(this)
-    , m_holdTimer(this) {
+    , m_holdTimer(this)
+    , m_againTimer(this) {
     m_fileTimer.setSingleShot(true);
     m_fileTimer.setInterval(fileDelayMs);
     connect(&m_fileTimer, &QTimer::timeout, this, &NotificationManager::writeFiles);
     m_holdTimer.setSingleShot(true);
-    m_holdTimer.setInterval(EventOrder::holdMs);
+    // One that fires early finds nothing to release.
+    m_holdTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_holdTimer, &QTimer::timeout, this, &NotificationManager::releaseOverdue);
+    m_againTimer.setSingleShot(true);
+    connect(&m_againTimer, &QTimer::timeout, this, &NotificationManager::finishReactions);
     m_clock.start();
 }
 
@@ -118,8 +126,9 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
         return;
     }
     handle(m_order.take({event, params, method}, m_clock.elapsed()));
-    if (m_order.isHolding() && !m_holdTimer.isActive())
-        m_holdTimer.start();
+    // What is held later is due later.
+    if (!m_holdTimer.isActive())
+        holdOn();
 }
 
 void NotificationManager::handle(const QVector<ArrivedEvent>& events) {
@@ -131,12 +140,28 @@ void NotificationManager::handle(const QVector<ArrivedEvent>& events) {
         if (subject.oauth2Spec || !isAboutOneToken(one.event))
             m_listener.eventReceived(one.event, subject);
     }
+    if (events.isEmpty() || m_againTimer.isActive())
+        return;
+    m_againMs = shortestAgainMs;
+    finishReactions();
 }
 
 void NotificationManager::releaseOverdue() {
     handle(m_order.takeOverdue(m_clock.elapsed()));
-    if (m_order.isHolding())
-        m_holdTimer.start();
+    holdOn();
+}
+
+void NotificationManager::holdOn() {
+    const int left = m_order.msUntilDue(m_clock.elapsed());
+    if (left >= 0)
+        m_holdTimer.start(left);
+}
+
+void NotificationManager::finishReactions() {
+    if (m_listener.finishReactions())
+        return;
+    m_againTimer.start(m_againMs);
+    m_againMs = std::min(2 * m_againMs, longestAgainMs);
 }
 
 std::optional<OAuth2TokenSpec> NotificationManager::GetOAuth2TokenSpec(const QVariantMap& params, Event event) const {

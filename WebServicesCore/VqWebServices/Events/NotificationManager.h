@@ -49,6 +49,8 @@ private:
     void writeFiles();
     void handle(const QVector<ArrivedEvent>& events);
     void releaseOverdue();
+    void holdOn();
+    void finishReactions();
 
     const QString m_folder;
     INotificationListener& m_listener;
@@ -62,6 +64,8 @@ private:
     QTimer m_fileTimer;
     QQueue<ArrivedEvent> m_forFile; ///< Sent by socket, and to be written to the file.
     QTimer m_holdTimer;
+    QTimer m_againTimer; ///< Runs while the listener has something left to do.
+    int m_againMs = 0;
     QMutex m_sendMutex;
     quint64 m_lastNumber = 0; ///< Under the mutex.
 };

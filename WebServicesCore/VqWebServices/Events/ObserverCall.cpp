@@ -28,27 +28,28 @@ bool callBase(IWebServicesObserver& observer, Event event, const std::wstring& c
     }
 }
 
-void callSecond(IWebServicesObserver2& observer, Event event, const std::wstring& consumerKey) {
+// Likewise for the others.
+bool callSecond(IWebServicesObserver2& observer, Event event, const std::wstring& consumerKey) {
     switch (event) {
-    case Event::LoggingOut: return observer.LoggingOut();
-    case Event::TokenRefreshed: return observer.TokenRefreshed(consumerKey.c_str());
-    case Event::TokenAcquired: return observer.TokenAcquired(consumerKey.c_str());
-    case Event::TokenAvailable: return observer.TokenAvailable(consumerKey.c_str());
-    case Event::TokenQueryFailed: return observer.TokenQueryFailed(consumerKey.c_str());
-    default: return;
+    case Event::LoggingOut: observer.LoggingOut(); return true;
+    case Event::TokenRefreshed: observer.TokenRefreshed(consumerKey.c_str()); return true;
+    case Event::TokenAcquired: observer.TokenAcquired(consumerKey.c_str()); return true;
+    case Event::TokenAvailable: observer.TokenAvailable(consumerKey.c_str()); return true;
+    case Event::TokenQueryFailed: observer.TokenQueryFailed(consumerKey.c_str()); return true;
+    default: return false;
     }
 }
 
-void callThird(IWebServicesObserver3& observer, Event event, const std::wstring& consumerKey) {
+bool callThird(IWebServicesObserver3& observer, Event event, const std::wstring& consumerKey) {
     switch (event) {
-    case Event::OAuth2Enabled: return observer.OAuth2Enabled(consumerKey.c_str());
-    case Event::OAuth2Disabled: return observer.OAuth2Disabled(consumerKey.c_str());
-    case Event::OAuth2TokenAcquired: return observer.OAuth2TokenAcquired(consumerKey.c_str());
-    case Event::OAuth2TokenAvailable: return observer.OAuth2TokenAvailable(consumerKey.c_str());
-    case Event::OAuth2TokenRefreshed: return observer.OAuth2TokenRefreshed(consumerKey.c_str());
-    case Event::OAuth2TokenDiscarded: return observer.OAuth2TokenDiscarded(consumerKey.c_str());
-    case Event::OAuth2TokenQueryFailed: return observer.OAuth2TokenQueryFailed(consumerKey.c_str());
-    default: return;
+    case Event::OAuth2Enabled: observer.OAuth2Enabled(consumerKey.c_str()); return true;
+    case Event::OAuth2Disabled: observer.OAuth2Disabled(consumerKey.c_str()); return true;
+    case Event::OAuth2TokenAcquired: observer.OAuth2TokenAcquired(consumerKey.c_str()); return true;
+    case Event::OAuth2TokenAvailable: observer.OAuth2TokenAvailable(consumerKey.c_str()); return true;
+    case Event::OAuth2TokenRefreshed: observer.OAuth2TokenRefreshed(consumerKey.c_str()); return true;
+    case Event::OAuth2TokenDiscarded: observer.OAuth2TokenDiscarded(consumerKey.c_str()); return true;
+    case Event::OAuth2TokenQueryFailed: observer.OAuth2TokenQueryFailed(consumerKey.c_str()); return true;
+    default: return false;
     }
 }
 
@@ -58,17 +59,21 @@ void callObserver(IWebServicesObserver& observer, Event event, const QString& co
     const std::wstring key = consumerKey.toStdWString();
     if (callBase(observer, event, key, veto))
         return;
-    // Found out anew at each delivery: the library knows of an observer no more than its base.
-    if (auto* const second = dynamic_cast<IWebServicesObserver2*>(&observer))
-        callSecond(*second, event, key);
-    if (auto* const third = dynamic_cast<IWebServicesObserver3*>(&observer))
-        callThird(*third, event, key);
-    auto* const accounts = dynamic_cast<IWebServicesObserverPrivate*>(&observer);
-    if (accounts && event == Event::AccountCreated)
-        accounts->AccountCreated();
-    auto* const signOn = dynamic_cast<IWebServicesSSOObserverPrivate*>(&observer);
-    if (signOn && event == Event::LoginDialogTimeoutInVqSSOServer)
-        signOn->LoginDialogTimeoutInVqSSOServer();
+    // Found out anew at each delivery: the library knows of an observer no more than its base. Nothing is asked of it once its
+    // operation has returned, since that may have deleted it.
+    auto* const second = dynamic_cast<IWebServicesObserver2*>(&observer);
+    if (second && callSecond(*second, event, key))
+        return;
+    auto* const third = dynamic_cast<IWebServicesObserver3*>(&observer);
+    if (third && callThird(*third, event, key))
+        return;
+    if (event == Event::AccountCreated) {
+        if (auto* const accounts = dynamic_cast<IWebServicesObserverPrivate*>(&observer))
+            accounts->AccountCreated();
+    } else if (event == Event::LoginDialogTimeoutInVqSSOServer) {
+        if (auto* const signOn = dynamic_cast<IWebServicesSSOObserverPrivate*>(&observer))
+            signOn->LoginDialogTimeoutInVqSSOServer();
+    }
 }
 
 } // namespace Velquor::WebServices

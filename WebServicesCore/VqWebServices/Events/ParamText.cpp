@@ -18,10 +18,11 @@ bool mustBeEscaped(QChar character) {
     return code == '%' || code < 0x20 || (code >= 0xd800 && code <= 0xdfff) || code >= 0xfffe;
 }
 
+// A space in the first place as well: the parser drops a text of spaces alone, of whatever kind.
 QString escaped(const QString& text) {
     QString result;
     for (const QChar character : text)
-        result += mustBeEscaped(character)
+        result += mustBeEscaped(character) || (result.isEmpty() && character.isSpace())
                       ? QStringLiteral("%%1").arg(character.unicode(), 4, 16, QLatin1Char('0'))
                       : QString(character);
     return result;

@@ -5,8 +5,8 @@
 
 namespace Velquor::WebServices {
 
-/// The text form of a parameter's value in "Event.xml", reversible for every type that has one. Maps have none: they are
-/// elements of their own. Thread: any.
+/// The text form of a parameter's value in "Event.xml", reversible for every type that has one. Maps and lists have none: they
+/// are elements of their own. Thread: any.
 
 [[nodiscard]] QString paramText(const QVariant& value);
 

@@ -1,12 +1,16 @@
 // What support looks at: the state of this process and what the processes show each other.
 
 #include "Facade/FacadeCall.h"
+#include "Runtime/SSOServerHost.h"
 #include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/Platform/HostProcess.h"
 
 #include <QJsonDocument>
 #include <VqWebServices/WebServicesPrivate.h>
 
 namespace Velquor::WebServices {
+
+bool WebServicesPrivate::IsHostSSOServer() { return isSSOServerHost(Util::hostExecutablePath()); }
 
 QByteArray WebServicesPrivate::GetLoginSessionDump() {
     return withSession("GetLoginSessionDump", QByteArray(), [](LoginSession& session) {

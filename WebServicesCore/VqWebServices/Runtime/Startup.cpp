@@ -8,6 +8,7 @@
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/PluginPaths.h"
 #include "Runtime/RuntimePaths.h"
+#include "Runtime/SSOServerHost.h"
 #include "Runtime/UserAgentText.h"
 #include "Session/SessionProxyStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
@@ -124,6 +125,7 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey, cons
     services.lockFolder = RuntimePaths::dataPath();
     services.processState = started.processState;
     services.notifiesProcesses = true;
+    services.isSSOServer = isSSOServerHost(host);
     services.savedBy = QFileInfo(host).fileName();
     started.session = std::make_shared<LoginSession>(
         services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host},

@@ -19,10 +19,12 @@ OAuth2TokenSpec OAuth2Settings::defaultSpec() const { return specs.isEmpty() ? l
 ClientInfo::ClientInfo(ClientIdentity identity)
     : m_identity(std::move(identity)) {}
 
-QString ClientInfo::displayName() const {
-    if (!m_identity.productName.isEmpty())
-        return m_identity.productName;
-    return QStringLiteral("%1.%2").arg(QFileInfo(m_identity.productExeFile).baseName()).arg(m_identity.processId);
+QString ClientInfo::displayName(bool isSSOServer) const {
+    const QString program = QFileInfo(m_identity.productExeFile).baseName();
+    const QString processId = QString::number(m_identity.processId);
+    if (m_identity.productName.isEmpty())
+        return QStringLiteral("%1.%2").arg(program, processId);
+    return isSSOServer ? QStringLiteral("%1.%2.%3").arg(m_identity.productName, program, processId) : m_identity.productName;
 }
 
 bool ClientInfo::enableOAuth2(const OAuth2TokenSpec& spec) {

@@ -39,8 +39,9 @@ public:
 
     [[nodiscard]] const ClientIdentity& identity() const { return m_identity; }
 
-    /// The client's name in all texts about clients: the product's name, else the executable and the process id.
-    [[nodiscard]] QString displayName() const;
+    /// The client's name in all texts about clients: the product's name, else the executable and the process id. On the
+    /// single-sign-on server, where the same product may be a client several times, all three.
+    [[nodiscard]] QString displayName(bool isSSOServer) const;
 
     void setConfiguration(const ConfigurationPointer& configuration);
     [[nodiscard]] QList<ConfigurationPointer> configurations() const { return m_configurations.values(); }

@@ -9,11 +9,12 @@
 
 namespace Velquor::WebServices {
 
-ClientRegistry::ClientRegistry(std::shared_ptr<Log::ILogger> logger)
-    : m_logger(std::move(logger)) {}
+ClientRegistry::ClientRegistry(std::shared_ptr<Log::ILogger> logger, bool isSSOServer)
+    : m_logger(std::move(logger))
+    , m_isSSOServer(isSSOServer) {}
 
 void ClientRegistry::add(const ClientIdentity& identity) {
-    const QString name = ClientInfo(identity).displayName();
+    const QString name = ClientInfo(identity).displayName(m_isSSOServer);
     m_logger->information(QStringLiteral("Adding client %1").arg(name));
     const QMutexLocker lock(&m_mutex);
     if (!m_clients.contains(identity.clientKey)) {
@@ -37,7 +38,7 @@ void ClientRegistry::remove(const QString& clientKey) {
 QString ClientRegistry::describeAll() const {
     QStringList names;
     for (const auto& client : m_clients)
-        names += client->displayName();
+        names += client->displayName(m_isSSOServer);
     return names.isEmpty() ? QString() : QLatin1Char(' ') + names.join(QStringLiteral(", "));
 }
 
@@ -57,7 +58,7 @@ bool ClientRegistry::contains(const QString& clientKey) const {
 QString ClientRegistry::displayName(const QString& clientKey) const {
     const QMutexLocker lock(&m_mutex);
     const auto client = m_clients.value(clientKey);
-    return client ? client->displayName() : QStringLiteral("(unknown client)");
+    return client ? client->displayName(m_isSSOServer) : QStringLiteral("(unknown client)");
 }
 
 ClientIdentity ClientRegistry::identity(const QString& clientKey) const {

@@ -16,7 +16,8 @@ namespace Velquor::WebServices {
 /// Thread: any (its own lock, taken after the login session lock). Owner: the login session.
 class ClientRegistry {
 public:
-    explicit ClientRegistry(std::shared_ptr<Log::ILogger> logger);
+    /// `isSSOServer`: the clients are those of other processes, which this one serves.
+    ClientRegistry(std::shared_ptr<Log::ILogger> logger, bool isSSOServer);
 
     /// Registers a client; one that is registered already is left as it is.
     void add(const ClientIdentity& identity);
@@ -52,6 +53,7 @@ private:
     [[nodiscard]] QString describeAll() const;
 
     const std::shared_ptr<Log::ILogger> m_logger;
+    const bool m_isSSOServer;
     mutable QRecursiveMutex m_mutex;
     QMap<QString, std::shared_ptr<ClientInfo>> m_clients;
 };

@@ -12,8 +12,8 @@ namespace Velquor::WebServices {
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 namespace {
-// Longer than a step of this process that changes the state, but for one that waits for the server.
-constexpr int catchUpWaitMs = 5000;
+// Many times what a step takes that does not wait for the server.
+constexpr int lockWaitMs = 50;
 } // namespace
 
 EventReactions::EventReactions(SessionCore& core)
@@ -21,9 +21,48 @@ EventReactions::EventReactions(SessionCore& core)
     , m_logger(*core.services.loggers.session) {}
 
 void EventReactions::eventReceived(Event event, const EventSubject& subject) {
+    announce(event, subject.consumerKey);
+    // Before any event: an earlier one that told of the change may be lost. A process that has not restored its login yet reads
+    // the file then, unless somebody signs in or out.
+    if (event == Event::LoggedIn || event == Event::LoggedOut || m_core.isRestored())
+        takeNews();
+    react(event, subject);
+}
+
+bool EventReactions::finishReactions() {
+    if (m_hasNews)
+        takeNews();
+    loadUnconfigured();
+    return !m_hasNews && m_unloaded.isEmpty();
+}
+
+void EventReactions::announce(Event event, const QString& consumerKey) {
+    if (event == Event::LoggedIn) {
+        m_logger.information(QStringLiteral("User logged in another process. Trying to login in this process."));
+        m_signedIn = consumerKey;
+    } else if (event == Event::LoggedOut) {
+        m_logger.information(QStringLiteral("User %1 logged out in another process").arg(m_core.basic().userName));
+        m_signedIn.reset();
+    }
+}
+
+void EventReactions::takeNews() {
+    m_hasNews = !m_core.voice->catchUpWithin(lockWaitMs);
+    if (m_hasNews)
+        return;
+    if (m_signedIn && m_core.isLoggedIn()) {
+        const ProductSessionPointer product = m_core.products.find(*m_signedIn, m_core.currentServer());
+        m_logger.information(QStringLiteral("User %1 logged in successfully in product %2")
+                                 .arg(m_core.basic().userName, product ? product->displayName() : QString()));
+    }
+    m_signedIn.reset();
+}
+
+void EventReactions::react(Event event, const EventSubject& subject) {
     switch (event) {
-    case Event::LoggedIn: return signedIn(subject.consumerKey);
-    case Event::LoggedOut: return signedOut();
+    // Taking the file over tells the observers of this process, once, whoever notices the change first.
+    case Event::LoggedIn:
+    case Event::LoggedOut: return;
     case Event::TokenRefreshed: return tokenRefreshed(subject.consumerKey);
     case Event::TokenAcquired: return tokenAcquired(subject.consumerKey);
     case Event::OAuth2Enabled:
@@ -45,23 +84,6 @@ void EventReactions::eventReceived(Event event, const EventSubject& subject) {
     default: break;
     }
     m_core.voice->raiseEventHere(event, subject);
-}
-
-void EventReactions::signedIn(const QString& consumerKey) {
-    m_logger.information(QStringLiteral("User logged in another process. Trying to login in this process."));
-    // Taking the file over tells the observers of this process, once, whoever notices the change first.
-    m_core.voice->catchUpWithin(catchUpWaitMs);
-    if (!m_core.isLoggedIn())
-        return;
-    const ProductSessionPointer product = m_core.products.find(consumerKey, m_core.currentServer());
-    m_logger.information(QStringLiteral("User %1 logged in successfully in product %2")
-                             .arg(m_core.basic().userName, product ? product->displayName() : QString()));
-}
-
-void EventReactions::signedOut() {
-    const QString user = m_core.basic().userName;
-    m_logger.information(QStringLiteral("User %1 logged out in another process").arg(user));
-    m_core.voice->catchUpWithin(catchUpWaitMs);
 }
 
 void EventReactions::tokenRefreshed(const QString& consumerKey) {
@@ -89,17 +111,20 @@ void EventReactions::tokenAcquired(const QString& consumerKey) {
     TokenOperations* const operations = product ? product->operations() : nullptr;
     if (operations)
         operations->tokenAcquiredElsewhere();
-    else
-        loadUnconfigured(consumerKey);
+    else if (m_core.isRestored() && !m_unloaded.contains(consumerKey))
+        m_unloaded += consumerKey;
+    loadUnconfigured();
     m_core.voice->raiseEventHere(Event::TokenAcquired, consumerKey);
 }
 
 // A product that no client here has configured, or that is not signed in yet: its sign-in may serve another product of this process.
-void EventReactions::loadUnconfigured(const QString& consumerKey) {
-    if (!m_core.isRestored() || !m_core.lock.try_lock_for(std::chrono::milliseconds(catchUpWaitMs)))
+void EventReactions::loadUnconfigured() {
+    if (m_unloaded.isEmpty() || !m_core.lock.try_lock_for(std::chrono::milliseconds(lockWaitMs)))
         return;
     const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
-    (void)ProductStateLoader(m_core).SetInfor1(consumerKey);
+    for (const QString& consumerKey : qAsConst(m_unloaded))
+        (void)ProductStateLoader(m_core).SetInfor1(consumerKey);
+    m_unloaded.clear();
 }
 
 } // namespace Velquor::WebServices

@@ -23,7 +23,8 @@ SessionServices withCancel(SessionServices services) {
 LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self,
                            const QVector<OAuth2TokenSpec>& oauth2Specs)
     : m_core(withCancel(services), this)
-    , m_dispatcher(services.loggers.session, [this] { return m_core.isLoggedIn(); })
+    , m_dispatcher(
+          services.loggers.session, [this] { return m_core.isLoggedIn(); }, [this] { return m_core.isStopped.load(); })
     , m_logger(*services.loggers.session)
     , m_reactions(m_core) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
@@ -32,9 +33,12 @@ LoginSession::LoginSession(const SessionServices& services, const ClientIdentity
     connect(this, &LoginSession::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
     connect(this, &LoginSession::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
     connect(this, &LoginSession::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
-    AddClient(self);
-    for (const OAuth2TokenSpec& spec : oauth2Specs)
-        m_core.clients.enableOAuth2(self.clientKey, spec);
+    // The single-sign-on server is no client itself: those that it serves are added to it.
+    if (!services.isSSOServer) {
+        AddClient(self);
+        for (const OAuth2TokenSpec& spec : oauth2Specs)
+            m_core.clients.enableOAuth2(self.clientKey, spec);
+    }
     if (services.notifiesProcesses)
         startNotifications();
 }

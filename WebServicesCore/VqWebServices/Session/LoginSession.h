@@ -15,6 +15,7 @@
 #include <QThread>
 #include <VqWebServices/NetworkCookieJar.h>
 #include <atomic>
+#include <memory>
 
 namespace Velquor::WebServices {
 
@@ -22,13 +23,13 @@ namespace Velquor::WebServices {
 ///
 /// Thread: lives on the thread that initialized the library, on which observers are called; its operations may be called from any
 /// thread. Owner: the runtime. Errors: results and log lines. Observers are called with no lock held.
-class LoginSession : public QObject, private ISessionVoice {
+class LoginSession : public QObject, public std::enable_shared_from_this<LoginSession>, private ISessionVoice {
     Q_OBJECT
 
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
 
-    /// Registers the process itself as a client, which wants OAuth2 tokens of these kinds.
+    /// Registers the process itself as a client, which wants OAuth2 tokens of these kinds; the single-sign-on server is none.
     LoginSession(const SessionServices& services, const ClientIdentity& self, const QVector<OAuth2TokenSpec>& oauth2Specs = {});
     ~LoginSession() override;
 
@@ -95,7 +96,7 @@ public:
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
     /// Tells the observers and listeners of this process, on the main thread, and when `sendToOthers` is set also the other
-    /// processes of the user.
+    /// processes of the user, whatever the event.
     void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers);
 
     // The proxy credentials, as of `ProxyCredentials`.
@@ -143,7 +144,7 @@ private:
     bool catchUp(int waitMs = 0);
     void applyFile(int guardTimeoutMs);
     void takeOver(const LoginStateFile::Content& content);
-    void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, true); }
+    void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, isForOtherProcesses(event)); }
     void raiseEventHere(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, false); }
     void startNotifications();
     void stopNotifications();

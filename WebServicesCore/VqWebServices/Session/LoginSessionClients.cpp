@@ -51,6 +51,7 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
             "Failed to set configuration. The client key, the consumer key or the consumer secret is empty, or the server is not valid."));
         return false;
     }
+    catchUp();
     const QMutexLocker lock(&m_core.lock);
     const QString server = serverName(copy->GetServer());
     if (!m_core.clients.contains(clientKey)) {
@@ -83,6 +84,7 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
 }
 
 bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool persist) {
+    catchUp();
     if (!m_core.isRestored() && !persist) {
         const QMutexLocker lock(&m_core.lock);
         m_isBasicLoaded = true;

@@ -22,6 +22,10 @@ constexpr int vetoTimeoutMs = 5000;
 constexpr int newsPatienceMs = 1000;
 // Enough for a thread that has just taken the lock to say what for; too short to be felt.
 constexpr int leastWaitMs = 20;
+
+QString emittingText(const QString& event) {
+    return QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread").arg(event);
+}
 } // namespace
 
 bool LoginSession::catchUp(int waitMs) {
@@ -70,6 +74,7 @@ void LoginSession::forceLogout(const QString& productKey) {
 }
 
 void LoginSession::LogoutSlot(const QString& productKey) {
+    const auto self = weak_from_this().lock();
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     if (!m_core.isStopped && m_core.isLoggedIn() && !Logout(productKey, error, true))
         m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
@@ -110,14 +115,13 @@ void LoginSession::takeOver(const LoginStateFile::Content& content) {
 void LoginSession::RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
     const QString name = eventName(event);
     m_logger.information(QStringLiteral("Raising web services event %1").arg(name));
-    if (sendToOthers && isForOtherProcesses(event))
+    if (sendToOthers)
         this->sendToOthers(event, subject);
     if (QThread::currentThread() == thread()) {
         CallObserversSlot(event, subject.consumerKey, nullptr);
         return;
     }
-    m_logger.information(
-        QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread").arg(name));
+    m_logger.information(emittingText(name));
     emit CallObserversTrigger(event, subject.consumerKey, nullptr);
 }
 
@@ -146,11 +150,13 @@ void LoginSession::startNotifications() {
 void LoginSession::stopNotifications() {
     {
         const QMutexLocker lock(&m_notificationMutex);
+        if (!m_notifications)
+            return;
+        // Behind all that was handed over to be sent: `exit` from here would overtake it.
+        QMetaObject::invokeMethod(
+            m_notifications, [] { QThread::currentThread()->exit(0); }, Qt::QueuedConnection);
         m_notifications = nullptr;
     }
-    if (!m_notificationThread || !m_notificationThread->isRunning())
-        return;
-    m_notificationThread->exit(0);
     m_logger.information(QStringLiteral("Waiting for notification thread to finish"));
     m_notificationThread->wait();
     m_logger.information(QStringLiteral("Notification thread finished"));
@@ -158,6 +164,8 @@ void LoginSession::stopNotifications() {
 
 void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey,
                                      bool* pAboutToLogout) {
+    // From the event loop nobody holds the session, and an observer may uninitialize the library. Null where it is not shared.
+    const auto self = weak_from_this().lock();
     if (m_core.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
         return;
     m_logger.information(
@@ -208,6 +216,7 @@ bool LoginSession::isLogoutVetoed(const QString& consumerKey) {
         CallObserversSlot(Event::AboutToLogout, consumerKey, &veto);
         return veto;
     }
+    m_logger.information(emittingText(eventName(Event::AboutToLogout)));
     // Shared, since the main thread may answer after this thread has stopped waiting.
     struct Answer {
         QSemaphore given;

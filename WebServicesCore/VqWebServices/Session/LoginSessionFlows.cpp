@@ -15,6 +15,7 @@
 namespace Velquor::WebServices {
 
 bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
+    catchUp();
     {
         const QMutexLocker lock(&m_core.lock);
         if (m_core.isRestored() && !force) {
@@ -72,6 +73,7 @@ bool LoginSession::InitiateLogout(const QString& clientKey, QString& url, Networ
         m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
         return false;
     }
+    RaiseEvent(Event::LoggingOut, m_core.subjectKey(clientKey), false);
     const SessionFlow flow(m_core, "InitiateLogout");
     return flow.isEntered() && SignOutFlow(m_core).makeLogoutUrl(clientKey, url, cookies);
 }
@@ -98,7 +100,7 @@ bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError&
     error = QNetworkReply::NoError;
     const QString user = m_core.basic().userName;
     m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
-    if (isCompanionLoaded() && !force) {
+    if (isCompanionLoaded() && !m_core.services.isSSOServer && !force) {
         m_logger.error(QStringLiteral(
             "Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout instead of WebServicesManager::Logout."));
         return false;

@@ -20,7 +20,7 @@ SessionServices withCacheFile(SessionServices services) {
 SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     : services(withCacheFile(services))
     , file(services.loginStateFile, services.loggers.session)
-    , clients(services.loggers.session)
+    , clients(services.loggers.session, services.isSSOServer)
     , products(this->services)
     , binding(services.cryptor, services.maximumBlockText(), services.loggers.session)
     , proxy(services.loginStateFile, services.cryptor, services.loggers.session)

@@ -21,6 +21,8 @@ struct SessionServices : TokenServices {
     /// Ends the exchanges of a sign-in or sign-out when the session is stopped. Set by the login session.
     std::shared_ptr<ICancelController> exchangeCancel;
     QString loginStateFile;
+    /// The process serves the sign-in of other processes: it is no product itself, and its clients are theirs.
+    bool isSSOServer = false;
     QString savedBy; ///< The name of this program, for "LastSavedBy".
     /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.
     std::shared_ptr<Util::ProcessState> processState;

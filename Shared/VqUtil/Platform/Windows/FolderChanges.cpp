@@ -121,8 +121,9 @@ bool FolderChanges::Native::ask() {
 }
 
 FolderChanges::Result FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
+    // Also when it is only that too much has changed: the folder is closed then, and who opens it anew looks at all of its files.
     if (m_native->folder.isValid() && !m_native->isAsked && !m_native->ask())
-        return m_native->code == ERROR_NOTIFY_ENUM_DIR ? Result::Overflow : Result::Gone;
+        return Result::Gone;
     const HANDLE sources[] = {m_native->waker.get(), m_native->done.get(), m_native->parent.get()};
     const DWORD count = !m_native->isAsked ? 1 : m_native->parent.isValid() ? 3 : 2;
     switch (::WaitForMultipleObjects(count, sources, FALSE, timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs))) {
