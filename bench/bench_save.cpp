@@ -35,7 +35,7 @@ class SilentVoice final : public ISessionVoice {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
     void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
-    void forceLogout(const QString&) override {}
+    void forceLogout(const QString&, const QString&) override {}
     bool catchUpWithin(int) override { return true; }
 };
 

@@ -30,15 +30,18 @@ public:
         return {};
     }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
-    [[nodiscard]] bool store(const WebServices::ProductTokens& tokens, const QDateTime&, const QString&) override {
-        held = tokens;
-        return true;
+    [[nodiscard]] WebServices::StoreResult store(const WebServices::ProductTokens& tokens, const QDateTime&,
+                                                 const QString&) override {
+        if (storeResult == WebServices::StoreResult::Stored)
+            held = tokens;
+        return storeResult;
     }
-    void forceLogout() override { ++forcedLogouts; }
+    void forceLogout(const QString& signInMark) override { forcedLogouts += signInMark == this->signInMark() ? 1 : 100; }
 
     QDateTime clock{QDate(2030, 5, 1), QTime(12, 0), Qt::UTC};
     WebServices::ProductTokens held;
-    int forcedLogouts = 0;
+    WebServices::StoreResult storeResult = WebServices::StoreResult::Stored;
+    int forcedLogouts = 0; ///< Of the present sign-in.
 
 private:
     const WebServices::ConfigurationPointer m_configuration;

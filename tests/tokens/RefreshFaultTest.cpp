@@ -76,7 +76,7 @@ void RefreshFaultTest::init() {
     m_fixture = std::make_unique<TestKit::SessionFixture>();
     m_server = std::make_unique<TestKit::LoopbackHttpServer>();
     m_owner = std::make_unique<TestKit::FakeTokenOwner>(*m_fixture);
-    m_controller = std::make_unique<RefreshController>(QStringLiteral("digest"), m_fixture->folder.path(), m_owner->productKey());
+    m_controller = std::make_unique<RefreshController>(QStringLiteral("digest"), m_fixture->folder.path(), m_owner->productKey(), m_fixture->logger);
     m_refresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
                                                    LostAnswerMark(QStringLiteral("digest"), m_fixture->folder.path()));
     m_owner->held.expiryDate = m_owner->clock.addSecs(301);

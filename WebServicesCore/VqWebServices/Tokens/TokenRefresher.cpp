@@ -64,7 +64,6 @@ void TokenRefresher::refresh() {
         return finish(0);
     }
     m_signInMark = owner().signInMark();
-    m_tokensBefore = owner().tokens();
     polling().start(
         services().tokenTimeoutMs, [this] { return m_controller.lockTokenRefresh(); }, [this] { lockAcquired(); },
         [this] {
@@ -97,17 +96,10 @@ void TokenRefresher::oauth2RefreshTookTooLong() {
     finishAndRetry(busyRetryMs);
 }
 
-void TokenRefresher::finishAndRetry(int intervalMs) {
-    finish(0);
-    startRefreshTimer(intervalMs);
-}
-
 void TokenRefresher::request() {
-    if (!owner().catchUpWithFile(m_signInMark)) {
-        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
-        return finish(0);
-    }
-    if (owner().tokens().areNewerThan(m_tokensBefore))
+    if (!owner().catchUpWithFile(m_signInMark))
+        return signInGone();
+    if (isAnotherToken() && !owner().tokens().areExpired(now()))
         return takeFromFile();
     if (isOnlyForExpired() && !owner().tokens().areExpired(now())) {
         finish(1);
@@ -139,16 +131,19 @@ void TokenRefresher::sendRequest(bool withToken) {
     log().information(
         QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
     m_mark.set();
+    noteTriedToken();
     send(request, QStringLiteral("GET"), {});
 }
 
 void TokenRefresher::takeFromFile() {
     log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
-    m_failureCount = 0;
+    forgetFailures();
     finish(1);
     emit TokenRefreshed(owner().productKey());
     updateRefreshTimer();
 }
+
+void TokenRefresher::signInGone() { finishForSignInGone(QStringLiteral("Failed to refresh token. Not logged in.")); }
 
 void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token refresh network operation thread finished"));
@@ -156,10 +151,8 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         log().warning(QStringLiteral("Failed to refresh token. Aborted."));
         return finish(0);
     }
-    if (!owner().isLoggedIn()) {
-        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
-        return finish(0);
-    }
+    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+        return signInGone();
     if (outcome.reply.isNull)
         log().error(QStringLiteral("Failed to refresh token. Reply is null"));
     if (outcome.hasStatus200())
@@ -184,12 +177,17 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
         return finishAndRetry(networkRetryMs);
     }
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    if (!owner().store(tokens, sessionExpiry, m_signInMark)) {
-        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
-        return finish(0);
+    switch (owner().store(tokens, sessionExpiry, m_signInMark)) {
+    case StoreResult::SignInGone: return signInGone();
+    // The old token may be spent: the mark stays, so that the next try can do without it.
+    case StoreResult::Busy: return retryAfter(networkRetryMs);
+    case StoreResult::Stored: return stored(tokens);
     }
+}
+
+void TokenRefresher::stored(const ProductTokens& tokens) {
     m_mark.clear();
-    m_failureCount = 0;
+    forgetFailures();
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
                           .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
                                Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));
@@ -208,36 +206,49 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
         return countFailure(isClock);
     // Other refusals say nothing about the request before: the framework sends a request again that had no answer.
     m_mark.clear();
-    // The token may be spent because another process has renewed it: then the file knows more.
-    if (!owner().catchUpWithFile(m_signInMark)) {
-        log().warning(QStringLiteral("Failed to refresh token. Not logged in."));
-        return finish(0);
-    }
-    if (owner().tokens().areNewerThan(m_tokensBefore))
-        return takeFromFile();
+    if (isSettledElsewhere())
+        return;
     if (std::exchange(m_mayBeSpent, false)) {
         log().warning(QStringLiteral(
             "The token may have been spent by a refresh whose answer was lost. Asking for a new one with the session handle alone."));
         return sendRequest(false);
     }
-    log().error(QStringLiteral(
+    giveUp(QStringLiteral(
         "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+}
+
+bool TokenRefresher::isSettledElsewhere() {
+    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
+    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right since.
+    if (isSignInGone)
+        signInGone();
+    else if (isAnotherToken())
+        takeFromFile();
+    else
+        return false;
+    return true;
+}
+
+void TokenRefresher::giveUp(const QString& text) {
+    log().error(text);
     finish(0);
-    owner().forceLogout();
+    owner().forceLogout(m_signInMark);
+}
+
+void TokenRefresher::retryAfter(int intervalMs) {
+    log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(intervalMs)));
+    finishAndRetry(intervalMs);
 }
 
 void TokenRefresher::countFailure(bool isClockProblem) {
-    if (++m_failureCount < maximumRefreshFailures) {
-        const int interval = refreshRetryMs(m_failureCount, isClockProblem);
-        log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(interval)));
-        return finishAndRetry(interval);
-    }
-    m_failureCount = 0;
-    log().error(QStringLiteral(
-                    "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
-                    .arg(maximumRefreshFailures));
-    finish(0);
-    owner().forceLogout();
+    if (++m_failureCount < maximumRefreshFailures)
+        return retryAfter(refreshRetryMs(m_failureCount, isClockProblem));
+    forgetFailures();
+    if (isSettledElsewhere())
+        return;
+    giveUp(QStringLiteral(
+               "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
+               .arg(maximumRefreshFailures));
 }
 
 void TokenRefresher::AbortRefresh() {
@@ -269,7 +280,7 @@ void TokenRefresher::TokenRefreshedInAnotherProcess(const QString& consumerKey) 
     }
     log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
     (void)owner().catchUpWithFile(owner().signInMark());
-    updateRefreshTimer();
+    TokenAvailable();
 }
 
 } // namespace Velquor::WebServices
