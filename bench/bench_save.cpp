@@ -25,12 +25,6 @@ using namespace Velquor::WebServices;
 constexpr int productCount = 20;
 constexpr double goal = 1.5;
 
-class QuietLogger final : public Log::ILogger {
-public:
-    void log(Log::Level, const QString&) override {}
-    [[nodiscard]] bool isEnabled(Log::Level level) const override { return level >= Log::Level::Warning; }
-};
-
 class SilentVoice final : public ISessionVoice {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const QString&) override {}
@@ -82,7 +76,7 @@ public:
 private:
     [[nodiscard]] SessionServices services() const {
         SessionServices made;
-        made.logger = made.networkLogger = std::make_shared<QuietLogger>();
+        made.loggers = Loggers::all(std::make_shared<QuietLogger>());
         made.cryptor = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder->path(), made.logger), made.logger);
         made.cipherBlockSize = Util::userKeyBlockSize;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);

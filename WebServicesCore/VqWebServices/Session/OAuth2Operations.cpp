@@ -13,7 +13,7 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 
 OAuth2Operations::OAuth2Operations(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.oauth2) {}
 
 OAuth2TokenSpec OAuth2Operations::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
     return spec ? *spec : m_core.clients.oauth2(clientKey).defaultSpec();
@@ -138,7 +138,7 @@ OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, c
     if (mayWait)
         lock.emplace(m_core.lock,
                      QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
-                     m_core.services.logger);
+                     m_core.services.loggers.lock);
     // Another thread may have replaced it before this one got the lock.
     const ProductSessionPointer product = m_core.product(clientKey);
     if (!product || !m_core.isLoggedIn(clientKey)) {

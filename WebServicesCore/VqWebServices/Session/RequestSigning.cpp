@@ -32,7 +32,7 @@ OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) 
 
 RequestSigning::RequestSigning(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
     const QString prefix = product ? product->logPrefix() : QString();
@@ -116,7 +116,7 @@ RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, b
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access = prepareTokens(clientKey, order.checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")), m_core.services.logger);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")), m_core.services.loggers.lock);
     QString error = signingText(admit(access));
     QByteArray result;
     if (error.isEmpty())
@@ -154,7 +154,7 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
     Access access = prepareTokens(clientKey, checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")), m_core.services.logger);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")), m_core.services.loggers.lock);
     QString error = tokenText(admit(access));
     SigningKeys keys;
     if (error.isEmpty()) {

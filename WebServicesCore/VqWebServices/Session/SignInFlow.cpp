@@ -18,7 +18,7 @@ const auto accountServer = QStringLiteral("AccountServerUrl");
 SignInFlow::SignInFlow(SessionCore& core)
     : m_core(core)
     , m_services(core.services)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 QString SignInFlow::checkReady(const QString& clientKey) const {
     if (!m_core.clients.hasAnyConfiguration(clientKey))

@@ -15,10 +15,10 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     , m_keyDigest(keyDigest)
     , m_thread(new QThread)
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
-    , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().logger))
+    , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
                                      LostAnswerMark(keyDigest, owner.services().lockFolder)))
-    , m_deleter(new ObjectDeleter(owner.services().logger))
+    , m_deleter(new ObjectDeleter(owner.services().loggers.product))
     , m_queries(m_fetcher->runState())
     , m_refreshes(m_refresher->runState())
     , m_caches(owner, m_refreshes, keyDigest) {
@@ -84,7 +84,7 @@ void TokenOperations::requestStop() {
 void TokenOperations::waitForThread() {
     if (!m_thread->isRunning())
         return;
-    Log::ILogger& logger = *m_owner.services().logger;
+    Log::ILogger& logger = *m_owner.services().loggers.product;
     const QString id = QString::number(m_threadId);
     const QString server = serverName(m_owner.server());
     logger.information(QStringLiteral("Waiting for token operations thread %1 to finish, server %2").arg(id, server));
@@ -134,7 +134,7 @@ void TokenOperations::waitForTokenQuery() {
     if (!m_queries->isBusy())
         return;
     RunWaiter waiter(m_queries);
-    Log::ILogger& logger = *m_owner.services().logger;
+    Log::ILogger& logger = *m_owner.services().loggers.product;
     {
         const QMutexLocker lock(&m_mutex);
         const bool elsewhere = m_fetcher && m_fetcher->isInProgressElsewhere();
@@ -152,7 +152,7 @@ void TokenOperations::waitForRefresh() {
     if (!m_refreshes->isBusy())
         return;
     RunWaiter waiter(m_refreshes);
-    Log::ILogger& logger = *m_owner.services().logger;
+    Log::ILogger& logger = *m_owner.services().loggers.product;
     logger.information(QStringLiteral("Token refresh is already in progress"));
     logger.information(QStringLiteral("Waiting for token refresh to finish"));
     (void)RefreshWorker::waitForEnd(waiter, m_owner.services(), tokenRefreshTexts());

@@ -65,7 +65,7 @@ bool TokenOwner::lockState() {
 
 StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
     if (!lockState()) {
-        m_core.services.logger->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
+        services().loggers.product->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
                                           .arg(m_product.displayName()));
         return StoreResult::Busy;
     }
@@ -88,7 +88,7 @@ StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sess
 
 StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
     if (!lockState()) {
-        m_core.services.logger->error(
+        services().loggers.product->error(
             QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
         return StoreResult::Busy;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Session/ProductLoginSession.h"
 #include "Session/SessionCore.h"
 #include "Tokens/ITokenOwner.h"
 
@@ -15,7 +16,7 @@ class TokenOwner : public ITokenOwner {
 public:
     TokenOwner(SessionCore& core, ProductLoginSession& product);
 
-    [[nodiscard]] const TokenServices& services() const override { return m_core.services; }
+    [[nodiscard]] const TokenServices& services() const override { return m_product.services(); }
     [[nodiscard]] QString productKey() const override;
     [[nodiscard]] Server server() const override;
     [[nodiscard]] ConfigurationPointer configuration() const override;

@@ -42,7 +42,7 @@ void OAuth2TokenRefresher::request() {
 
 Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration& configuration) {
     const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
-                                  services().logger);
+                                  services().loggers.lock);
     m_sentTokens = owner().tokens();
     // The server's words for the types differ between query and refresh.
     const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();

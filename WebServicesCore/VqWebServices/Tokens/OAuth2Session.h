@@ -84,7 +84,7 @@ private:
     void waitForRefresh();
     [[nodiscard]] bool query();
     [[nodiscard]] OAuth2Token decryptedToken() const;
-    [[nodiscard]] Log::ILogger& log() const { return *m_owner.services().logger; }
+    [[nodiscard]] Log::ILogger& log() const { return *m_owner.services().loggers.oauth2; }
 
     ITokenOwner& m_owner;
     const OAuth2TokenSpec m_spec;

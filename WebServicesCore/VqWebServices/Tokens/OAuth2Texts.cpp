@@ -9,6 +9,7 @@ namespace {
 
 QueryTexts makeOAuth2QueryTexts() {
     QueryTexts texts;
+    texts.logger = &Loggers::oauth2Fetcher;
     texts.called = QStringLiteral("%1 OAuth2 token query called from %2 thread");
     texts.skippedAsynchronous = QStringLiteral("Skipping asynchronous OAuth2 token query since query is already in progress");
     texts.alreadyInProgress = QStringLiteral("OAuth2 token query is already in progress. Waiting for it to finish");
@@ -40,6 +41,7 @@ QueryTexts makeOAuth2QueryTexts() {
 RefreshTexts makeOAuth2RefreshTexts() {
     const auto waitEnded = QStringLiteral("Wait ended. OAuth2 token refresh has %1.");
     RefreshTexts texts;
+    texts.logger = &Loggers::oauth2Refresher;
     texts.timerStarted = QStringLiteral("OAuth2 token refresh timer started with interval %1");
     texts.timerStopped = QStringLiteral("OAuth2 token refresh timer stopped");
     texts.stoppingTimer = QStringLiteral("Stopping OAuth2 token refresh timer. %1.");

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Values/Loggers.h"
+
 #include <QString>
 
 namespace Velquor::WebServices {
 
 /// The words of one kind of token query for the steps that all kinds share. Placeholders as in the texts. A plain value.
 struct QueryTexts {
+    Loggers::Logger Loggers::*logger = nullptr; ///< Where they are written.
     QString called;
     QString skippedAsynchronous;
     QString alreadyInProgress;

@@ -8,11 +8,11 @@ namespace Velquor::WebServices {
 
 QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTexts& texts, const QString& lockName,
                          const QString& flag)
-    : TokenWorker(owner)
+    : TokenWorker(owner, texts.logger)
     , m_flags(flags)
     , m_texts(texts)
     , m_flag(flag)
-    , m_lock(lockName, owner.services().lockFolder, owner.services().logger) {}
+    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock) {}
 
 QueryWorker::~QueryWorker() {
     if (m_claimed)
@@ -41,7 +41,7 @@ QueryWorker::Answer QueryWorker::ask(bool synchronous) {
 bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenServices& services, const QueryTexts& texts) {
     const bool succeeded = waiter.wait(services.tokenTimeoutMs).result != 0;
     if (answer == Answer::Joined)
-        services.logger->information(
+        (services.loggers.*texts.logger)->information(
             texts.waitEnded.arg(succeeded ? QStringLiteral("finished successfully") : QStringLiteral("failed")));
     return succeeded;
 }

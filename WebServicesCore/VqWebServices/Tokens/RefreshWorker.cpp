@@ -14,7 +14,7 @@ QString capitalised(const QString& word) { return word.left(1).toUpper() + word.
 } // namespace
 
 RefreshWorker::RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts)
-    : TokenWorker(owner)
+    : TokenWorker(owner, texts.logger)
     , m_texts(texts) {
     connect(this, &RefreshWorker::StartRefreshToken, this, &RefreshWorker::StartRefreshTokenSlot, Qt::QueuedConnection);
     // Moves with this object, and so runs first on its thread.
@@ -43,18 +43,19 @@ RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
 }
 
 bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenServices& services, const RefreshTexts& texts) {
-    services.logger->information(texts.waiting);
+    Log::ILogger& logger = *(services.loggers.*texts.logger);
+    logger.information(texts.waiting);
     const RunWaiter::Outcome outcome = waiter.wait(services.tokenTimeoutMs);
     const bool succeeded = outcome.result != 0;
     const QString note = outcome.isTimedOut ? QStringLiteral(" Local event loop timed out.") : QString();
-    services.logger->information(
+    logger.information(
         texts.finishedWaiting.arg(succeeded ? QStringLiteral("succeeded") : QStringLiteral("failed"), note));
     if (outcome.isTimedOut)
-        services.logger->warning(texts.waitTimedOut);
+        logger.warning(texts.waitTimedOut);
     else if (succeeded)
-        services.logger->information(texts.waitSucceeded);
+        logger.information(texts.waitSucceeded);
     else
-        services.logger->warning(texts.waitFailed.contains(QStringLiteral("%1")) ? texts.waitFailed.arg(outcome.result)
+        logger.warning(texts.waitFailed.contains(QStringLiteral("%1")) ? texts.waitFailed.arg(outcome.result)
                                                                                  : texts.waitFailed);
     return succeeded;
 }

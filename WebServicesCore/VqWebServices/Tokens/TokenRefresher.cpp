@@ -20,7 +20,7 @@ TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller
     , m_flags(flags)
     , m_queries(std::move(queries))
     , m_mark(mark)
-    , m_notice(owner.services().lockFolder, owner.services().logger) {}
+    , m_notice(owner.services().lockFolder, owner.services().loggers.refresher) {}
 
 TokenRefresher::~TokenRefresher() {
     releaseLocks();
