@@ -31,7 +31,7 @@ class SilentVoice final : public ISessionVoice {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
-    void forceLogout(const QString&) override {}
+    void forceLogout(const QString&, const QString&) override {}
     bool catchUpWithin(int) override { return true; }
 };
 

@@ -25,15 +25,18 @@ public:
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return {}; }
     [[nodiscard]] QString signInMark() const override { return isLoggedIn() ? user() : QString(); }
     [[nodiscard]] bool catchUpWithFile(const QString&) override { return true; }
-    [[nodiscard]] bool store(const WebServices::ProductTokens&, const QDateTime&, const QString&) override { return true; }
+    [[nodiscard]] WebServices::StoreResult store(const WebServices::ProductTokens&, const QDateTime&, const QString&) override {
+        return WebServices::StoreResult::Stored;
+    }
     [[nodiscard]] bool isOAuth2Enabled() const override { return false; }
-    [[nodiscard]] bool storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&, const QString&) override {
-        return true;
+    [[nodiscard]] WebServices::StoreResult storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&,
+                                                       const QString&) override {
+        return WebServices::StoreResult::Stored;
     }
     [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent) override {}
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent, const WebServices::OAuth2TokenSpec&) override {}
-    void forceLogout() override {}
+    void forceLogout(const QString&) override {}
 
 protected:
     WebServices::TokenServices m_services;

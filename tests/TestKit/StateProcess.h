@@ -65,7 +65,7 @@ private:
     public:
         void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
         void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
-        void forceLogout(const QString&) override {}
+        void forceLogout(const QString&, const QString&) override {}
         bool catchUpWithin(int) override { return true; }
     };
 

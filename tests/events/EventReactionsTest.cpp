@@ -39,7 +39,7 @@ class RecordingVoice : public ISessionVoice {
 public:
     void raiseEvent(Event event, const EventSubject&) override { toOthers += event; }
     void raiseEventHere(Event event, const EventSubject&) override { here += event; }
-    void forceLogout(const QString&) override {}
+    void forceLogout(const QString&, const QString&) override {}
     bool catchUpWithin(int) override {
         ++looks;
         return canLook;

@@ -3,22 +3,38 @@
 #include "TestKit/SessionFixture.h"
 #include "TestKit/SilentTokenOwner.h"
 #include "Tokens/IRequestFlags.h"
+#include "Tokens/OAuth2Session.h"
+
+#include <QSet>
 
 namespace Velquor::TestKit {
 
-/// A signed-in product for token workers that live on the test's own thread, under a clock that the test sets. There is no file
-/// and no other process. Thread: the test's. Owner: the test.
+/// A signed-in product for token workers that live on the test's own thread, under a clock that the test sets. What other processes
+/// do, it does when the test says so. Thread: the test's. Owner: the test.
 class FakeTokenOwner : public SilentTokenOwner {
 public:
     explicit FakeTokenOwner(SessionFixture& fixture)
-        : SilentTokenOwner(fixture.services())
-        , m_configuration(std::make_shared<const WebServices::WebServicesConfiguration>(
-              SessionFixture::configuration(QStringLiteral("demo-product-0001"), QStringLiteral("secret")))) {
+        : SilentTokenOwner(fixture.services()) {
+        WebServices::WebServicesConfiguration made =
+            SessionFixture::configuration(QStringLiteral("demo-product-0001"), QStringLiteral("secret"));
+        made.SetOAuth2ConsumerKey(L"demo-product-0001");
+        made.SetOAuth2ConsumerSecret(L"secret");
+        m_configuration = std::make_shared<const WebServices::WebServicesConfiguration>(made);
         m_services.now = [this] { return clock; };
+        m_services.steadyClock = [this] { return clock.toMSecsSinceEpoch() * 1000000; };
         m_services.lockFolder = fixture.folder.path();
         m_services.tokenTimeoutMs = 300;
-        const auto seal = [this](const char* text) { return m_services.cryptor->encrypt(text); };
-        held = {seal("token"), seal("token-secret"), seal("handle"), clock.addSecs(3600)};
+        held = tokensNamed("token", 3600);
+    }
+
+    [[nodiscard]] QByteArray seal(const char* text) const { return m_services.cryptor->encrypt(text); }
+    [[nodiscard]] WebServices::ProductTokens tokensNamed(const char* token, int seconds) const {
+        return {seal(token), seal("token-secret"), seal("handle"), clock.addSecs(seconds)};
+    }
+    /// Another process puts the tokens into the file before the look at it with this number; 1 is the next one.
+    void putIntoFile(const WebServices::ProductTokens& tokens, int look) {
+        m_fileTokens = tokens;
+        m_looksToNews = look;
     }
 
     [[nodiscard]] QString productKey() const override { return QStringLiteral("demo-product-0001"); }
@@ -29,28 +45,53 @@ public:
         keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
         return {};
     }
-    [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
-    [[nodiscard]] bool store(const WebServices::ProductTokens& tokens, const QDateTime&, const QString&) override {
-        held = tokens;
-        return true;
+    [[nodiscard]] WebServices::OtherLogin otherLogin() const override {
+        return {QStringLiteral("Other"), QStringLiteral("other-product"), seal("other-handle")};
     }
-    void forceLogout() override { ++forcedLogouts; }
+    [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
+    [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
+    [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
+    [[nodiscard]] bool catchUpWithFile(const QString& signInMark) override {
+        if (m_looksToNews > 0 && --m_looksToNews == 0)
+            held = m_fileTokens;
+        return loggedIn && signInMark == this->signInMark();
+    }
+    [[nodiscard]] WebServices::StoreResult store(const WebServices::ProductTokens& tokens, const QDateTime&,
+                                                 const QString&) override {
+        if (storeResult == WebServices::StoreResult::Stored)
+            held = tokens;
+        return storeResult;
+    }
+    [[nodiscard]] WebServices::StoreResult storeOAuth2(WebServices::OAuth2Session& session,
+                                                       const WebServices::OAuth2TokenData& token, const QString&) override {
+        if (storeResult == WebServices::StoreResult::Stored)
+            session.replaceToken(token);
+        return storeResult;
+    }
+    void forceLogout(const QString& signInMark) override { forcedLogouts += signInMark == this->signInMark() ? 1 : 100; }
 
     QDateTime clock{QDate(2030, 5, 1), QTime(12, 0), Qt::UTC};
     WebServices::ProductTokens held;
-    int forcedLogouts = 0;
+    WebServices::StoreResult storeResult = WebServices::StoreResult::Stored;
+    bool loggedIn = true;
+    bool oauth2Enabled = true;
+    int forcedLogouts = 0; ///< Of the present sign-in; one of another counts a hundred.
 
 private:
-    const WebServices::ConfigurationPointer m_configuration;
+    WebServices::ConfigurationPointer m_configuration;
+    WebServices::ProductTokens m_fileTokens;
+    int m_looksToNews = 0;
 };
 
-/// Flags that nobody sees. Thread: any. Owner: the test.
-class NoRequestFlags : public WebServices::IRequestFlags {
+/// Flags of which the test says what other processes have set. Thread: any. Owner: the test.
+class FakeRequestFlags : public WebServices::IRequestFlags {
 public:
-    [[nodiscard]] bool isSetElsewhere(const QString&) override { return false; }
+    [[nodiscard]] bool isSetElsewhere(const QString& flag) override { return elsewhere.contains(flag); }
     void set(const QString&) override {}
-    [[nodiscard]] bool setUnlessElsewhere(const QString&) override { return true; }
+    [[nodiscard]] bool setUnlessElsewhere(const QString& flag) override { return !elsewhere.contains(flag); }
     void clear(const QString&) override {}
+
+    QSet<QString> elsewhere;
 };
 
 } // namespace Velquor::TestKit

@@ -1,36 +1,18 @@
 // A network that fails again and again, servers that refuse, a machine that sleeps: when a refresh is tried again, to the
 // millisecond of a clock that the test sets, and that nothing is lost meanwhile.
 
-#include "FakeTokenOwner.h"
-#include "TestKit/LoopbackHttpServer.h"
 #include "Tokens/TokenRefresher.h"
+#include "WorkerFixture.h"
 
-#include <QSignalSpy>
 #include <QTcpServer>
-#include <QtTest>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using TestKit::answer;
+using TestKit::minute;
+using TestKit::second;
 
-namespace {
-
-constexpr int second = 1000;
-constexpr int minute = 60 * second;
-
-QByteArray goodReply() {
-    return answer("200 OK",
-                  "oauth_token=new-token&oauth_token_secret=new-secret&oauth_session_handle=new-handle&oauth_expires_in=3600"
-                  "&oauth_authorization_expires_in=86400");
-}
-
-QByteArray refusal(const QByteArray& status, const QByteArray& problem) {
-    return answer(status, {}, "xoauth_problem: " + problem + "\r\n");
-}
-
-} // namespace
-
-class RefreshFaultTest : public QObject {
+class RefreshFaultTest : public TestKit::WorkerFixture {
     Q_OBJECT
 
 private slots:
@@ -40,43 +22,35 @@ private slots:
     void refusals_data();
     void refusals();
     void theMachineSlept();
+    void newsBetweenTries_data();
+    void newsBetweenTries();
+    void anotherTokenInTheFile_data();
+    void anotherTokenInTheFile();
+    void tokensThatCannotBeStoredYet();
+    void withoutLocks();
 
 private:
-    /// Where the next request goes: the scripted server, unless another address is given.
-    void pointTo(const QString& address) {
-        m_fixture->urls.SetUrlOverrides(Production, {{QStringLiteral("AccountServerUrl"), address},
-                                                     {QStringLiteral("AccessTokenEndPoint"), QStringLiteral("/access")}});
-    }
-    void play(const QByteArray& bytes, bool close = true) {
-        m_server->setScript(QStringLiteral("/access"), {bytes, 0, 0, 0, close});
-        pointTo(m_server->url({}).toString());
-    }
+    void makeRefresher(const QString& lockFolder);
     void fail(int kind);
-    [[nodiscard]] QTimer* timer() const { return m_refresher->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly); }
-    /// The milliseconds to the next attempt; -1: there is none.
-    [[nodiscard]] int interval() const { return timer()->isActive() ? timer()->interval() : -1; }
-    /// Sets the clock to the time of the next attempt and more, lets the timer fire, and waits for the end of a refresh.
+    [[nodiscard]] int interval() const { return WorkerFixture::interval(*m_refresher); }
+    /// The next attempt, to its end.
     void passTime(qint64 moreMs = 0) {
-        m_owner->clock = m_owner->clock.addMSecs(interval() + moreMs);
-        timer()->stop();
-        QSignalSpy finished(m_refresher.get(), &TokenRefresher::RefreshFinishedInternal);
-        QVERIFY(QMetaObject::invokeMethod(timer(), "timeout"));
-        QVERIFY(finished.count() > 0 || finished.wait(10000));
+        fire(*m_refresher, moreMs);
+        waitForEnd(*m_refresher);
     }
 
-    std::unique_ptr<TestKit::SessionFixture> m_fixture;
-    std::unique_ptr<TestKit::LoopbackHttpServer> m_server;
-    std::unique_ptr<TestKit::FakeTokenOwner> m_owner;
     std::unique_ptr<RefreshController> m_controller;
-    TestKit::NoRequestFlags m_flags;
     std::unique_ptr<TokenRefresher> m_refresher;
 };
 
 void RefreshFaultTest::init() {
-    m_fixture = std::make_unique<TestKit::SessionFixture>();
-    m_server = std::make_unique<TestKit::LoopbackHttpServer>();
-    m_owner = std::make_unique<TestKit::FakeTokenOwner>(*m_fixture);
-    m_controller = std::make_unique<RefreshController>(QStringLiteral("digest"), m_fixture->folder.path(), m_owner->productKey());
+    beginAnew();
+    makeRefresher(m_fixture->folder.path());
+}
+
+void RefreshFaultTest::makeRefresher(const QString& lockFolder) {
+    m_refresher.reset();
+    m_controller = std::make_unique<RefreshController>(QStringLiteral("digest"), lockFolder, m_owner->productKey(), m_fixture->logger);
     m_refresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
                                                    LostAnswerMark(QStringLiteral("digest"), m_fixture->folder.path()));
     m_owner->held.expiryDate = m_owner->clock.addSecs(301);
@@ -96,7 +70,7 @@ void RefreshFaultTest::fail(int kind) {
         QVERIFY(closed.listen(QHostAddress::LocalHost));
         return pointTo(QStringLiteral("http://127.0.0.1:%1").arg(closed.serverPort()));
     }
-    default: return play(goodReply().chopped(20));
+    default: return play(TestKit::goodTokenReply().chopped(20));
     }
 }
 
@@ -111,9 +85,9 @@ void RefreshFaultTest::twentyFaultsOfTheNetwork() {
     }
     QCOMPARE(m_owner->forcedLogouts, 0);
     QVERIFY(!m_fixture->hasLogged(QStringLiteral("Token refresh timer message arrived")));
-    play(goodReply());
+    play(TestKit::goodTokenReply());
     passTime();
-    QCOMPARE(m_fixture->cryptor->decrypt(m_owner->held.accessToken).toText(), QStringLiteral("new-token"));
+    QCOMPARE(heldToken(), QStringLiteral("new-token"));
     QCOMPARE(interval(), 10 * minute);
 }
 
@@ -124,10 +98,10 @@ void RefreshFaultTest::refusals_data() {
     const QVector<int> clock{2 * second, 2 * second, minute, minute};
     QTest::newRow("503") << answer("503 Service Unavailable", "") << minutes;
     QTest::newRow("404") << answer("404 Not Found", "<html></html>") << minutes;
-    QTest::newRow("401") << refusal("401 Unauthorized", "token_rejected") << minutes;
-    QTest::newRow("401, clock") << refusal("401 Unauthorized", "message_expired") << clock;
-    QTest::newRow("400, clock") << refusal("400 Bad Request", "message_expired") << clock;
-    QTest::newRow("400") << refusal("400 Bad Request", "token_rejected") << QVector<int>();
+    QTest::newRow("401") << TestKit::problemReply("401 Unauthorized", "token_rejected") << minutes;
+    QTest::newRow("401, clock") << TestKit::problemReply("401 Unauthorized", "message_expired") << clock;
+    QTest::newRow("400, clock") << TestKit::problemReply("400 Bad Request", "message_expired") << clock;
+    QTest::newRow("400") << TestKit::problemReply("400 Bad Request", "token_rejected") << QVector<int>();
 }
 
 void RefreshFaultTest::refusals() {
@@ -142,7 +116,7 @@ void RefreshFaultTest::refusals() {
     }
     QCOMPARE(found, intervals);
     QCOMPARE(m_owner->forcedLogouts, 1);
-    QCOMPARE(m_server->count(QStringLiteral("/access")), intervals.size() + 1);
+    QCOMPARE(requests(), intervals.size() + 1);
 }
 
 // The timer comes hours late: one refresh, at once, and none again for who finds the token fresh after that.
@@ -150,17 +124,88 @@ void RefreshFaultTest::theMachineSlept() {
     m_owner->held.expiryDate = m_owner->clock.addSecs(2 * 3600);
     m_refresher->LoggedIn();
     QCOMPARE(interval(), 60 * minute);
-    play(goodReply());
+    play(TestKit::goodTokenReply());
     passTime(9 * 60LL * minute);
-    QCOMPARE(m_server->count(QStringLiteral("/access")), 1);
+    QCOMPARE(requests(), 1);
     QVERIFY(m_fixture->hasLogged(
         QStringLiteral("Token refresh timer message arrived 9 h late. Timer message was expected at 2030-05-01T13:00:00Z")));
     QVERIFY(m_fixture->hasLogged(QStringLiteral("Token refresh timer message: Token has expired. Time to refresh now.")));
     QCOMPARE(interval(), 10 * minute);
     QCOMPARE(m_refresher->ask(true, RefreshWorker::Reason::Expired), RefreshWorker::Answer::Started);
     QTest::qWait(50);
-    QCOMPARE(m_server->count(QStringLiteral("/access")), 1);
+    QCOMPARE(requests(), 1);
     QCOMPARE(interval(), 10 * minute);
+}
+
+void RefreshFaultTest::newsBetweenTries_data() {
+    QTest::addColumn<bool>("isAnother");
+    QTest::addColumn<int>("tries"); // until the user is signed out
+    QTest::newRow("of other things") << false << 5;
+    QTest::newRow("another token") << true << 9;
+}
+
+// Four refusals, the news, and refusals again: news bring no try forward, but the failures of a token that has gone do not count.
+void RefreshFaultTest::newsBetweenTries() {
+    QFETCH(bool, isAnother);
+    QFETCH(int, tries);
+    play(answer("503 Service Unavailable", ""));
+    for (int attempt = 0; attempt < 4; ++attempt)
+        passTime();
+    if (isAnother)
+        m_owner->held = m_owner->tokensNamed("another", 301);
+    m_refresher->TokenAvailable();
+    QCOMPARE(interval(), isAnother ? second : minute);
+    for (int attempt = 0; attempt < 10 && m_owner->forcedLogouts == 0; ++attempt)
+        passTime();
+    QCOMPARE(m_owner->forcedLogouts, 1);
+    QCOMPARE(requests(), tries);
+}
+
+void RefreshFaultTest::anotherTokenInTheFile_data() {
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<int>("tries");
+    QTest::addColumn<int>("look");
+    QTest::addColumn<int>("requestsSent");
+    QTest::newRow("before the request") << TestKit::problemReply("400 Bad Request", "token_rejected") << 1 << 1 << 0;
+    QTest::newRow("by the time of the refusal") << TestKit::problemReply("400 Bad Request", "token_rejected") << 1 << 2 << 1;
+    QTest::newRow("by the fifth failure") << answer("503 Service Unavailable", "") << 5 << 6 << 5;
+}
+
+// It ends before the one that it replaces: the clock that both were dated by has been put right since.
+void RefreshFaultTest::anotherTokenInTheFile() {
+    QFETCH(QByteArray, reply);
+    QFETCH(int, tries);
+    QFETCH(int, look);
+    QFETCH(int, requestsSent);
+    play(reply);
+    m_owner->held.expiryDate = m_owner->clock.addSecs(301);
+    m_owner->putIntoFile(m_owner->tokensNamed("another", 300), look);
+    for (int attempt = 0; attempt < tries; ++attempt)
+        passTime();
+    QCOMPARE(m_owner->forcedLogouts, 0);
+    QCOMPARE(heldToken(), QStringLiteral("another"));
+    QCOMPARE(requests(), requestsSent);
+    QCOMPARE(interval(), 2 * second);
+}
+
+// A host's code may hold the login state for long; the sign-in goes on all the time.
+void RefreshFaultTest::tokensThatCannotBeStoredYet() {
+    play(TestKit::goodTokenReply());
+    m_owner->storeResult = StoreResult::Busy;
+    passTime();
+    QCOMPARE(interval(), minute);
+    QCOMPARE(heldToken(), QStringLiteral("token"));
+    m_owner->storeResult = StoreResult::Stored;
+    passTime();
+    QCOMPARE(heldToken(), QStringLiteral("new-token"));
+    QCOMPARE(interval(), 10 * minute);
+}
+
+void RefreshFaultTest::withoutLocks() {
+    makeRefresher(m_fixture->folder.filePath(QStringLiteral("missing")));
+    play(TestKit::goodTokenReply());
+    passTime();
+    QCOMPARE(heldToken(), QStringLiteral("new-token"));
 }
 
 QTEST_GUILESS_MAIN(RefreshFaultTest)

@@ -131,6 +131,22 @@ private slots:
         m_session->observers().remove(&observer);
     }
 
+    // The main thread is busy while the user signs in anew on another one: the sign-out was decided for the sign-in before.
+    void aForcedSignOutDoesNotEndALaterSignIn() {
+        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+        QVERIFY(m_service.approve(login.url));
+        QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("problem"),
+                                   {{"status", 400}, {"problem", "token_rejected"}}, 1));
+        std::thread([this] { QVERIFY(!m_session->RefreshToken(key, true)); }).join();
+        QThread::msleep(1100); // sign-ins are told apart by the second
+        std::thread([this] { QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success); }).join();
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("Current token is invalid and cannot be refreshed anymore.")));
+        QTest::qWait(200);
+        QVERIFY(m_session->isLoggedIn(key));
+        QVERIFY(!m_session->SignRequest(key, order()).isEmpty());
+        QVERIFY(m_session->RefreshToken(key, true));
+    }
+
     // The token was spent by another process, whose result is in the file by the time of the refusal.
     void looksAtTheFileBeforeItSignsOut() {
         const auto other = m_fixture->makeSession();
@@ -177,6 +193,32 @@ private slots:
         QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Failed to refresh token. Not logged in.")));
         QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
         QVERIFY(!m_session->isLoggedIn(QString()));
+    }
+
+    void whoIsRefusedAnywayDoesNotWaitForTokens() {
+        QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("delay"), {{"delay_ms", 1500}}));
+        QVERIFY(m_session->RefreshToken(key, false));
+        QTRY_VERIFY(isRequestSent());
+        m_fixture->clockOffset += 100 * 24 * 3600;
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(m_session->SignRequest(key, order()).isEmpty());
+        QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(m_fixture->hasLogged(QStringLiteral("https://127.0.0.1/api/echo: Login state is not valid.")));
+    }
+
+    void aSignOutDuringTheRefreshIsTheReasonOfTheRefusal() {
+        const auto other = m_fixture->makeSession();
+        QVERIFY(other->RestoreLogin(key, false));
+        QVERIFY(m_service.addFault(QStringLiteral("access-token"), QStringLiteral("delay"), {{"delay_ms", 700}}));
+        expire();
+        std::thread caller([this] { QVERIFY(m_session->SignRequest(key, order()).isEmpty()); });
+        QTRY_VERIFY(isRequestSent());
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        QVERIFY(other->Logout(key, error, false));
+        caller.join();
+        QVERIFY(m_fixture->hasLogged(
+            QStringLiteral("SignRequest failed while signing url https://127.0.0.1/api/echo: Not logged in")));
     }
 
     void aSecondProductSignsInByItself() {

@@ -68,15 +68,15 @@ private slots:
         }
     }
 
-    void newerTokens() {
+    // Which of them ends later does not matter.
+    void otherTokens() {
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const ProductTokens none;
         const ProductTokens first{"token", "secret", "handle", now};
-        QVERIFY(first.areNewerThan(none));
-        QVERIFY(!first.areNewerThan(first));
-        QVERIFY((ProductTokens{"other", "secret", "handle", now}.areNewerThan(first)));
-        QVERIFY(!(ProductTokens{"other", "secret", "handle", now.addSecs(-1)}.areNewerThan(first)));
-        QVERIFY(!(ProductTokens{"other", "secret", "", now.addSecs(1)}.areNewerThan(first)));
+        QVERIFY(first.areOthersThan(none));
+        QVERIFY(!first.areOthersThan(first));
+        QVERIFY((ProductTokens{"other", "secret", "handle", now.addSecs(-1)}.areOthersThan(first)));
+        QVERIFY(!(ProductTokens{"other", "secret", "", now.addSecs(1)}.areOthersThan(first)));
     }
 
     void everyWaiterHearsTheEnd() {

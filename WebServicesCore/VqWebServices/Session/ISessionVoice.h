@@ -15,8 +15,9 @@ public:
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
     /// Tells this process only: the others know it already.
     virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
-    /// Signs the user out later, on the main thread, with the product of this key as the one that asks.
-    virtual void forceLogout(const QString& productKey) = 0;
+    /// Ends the sign-in with this mark (`SessionCore::signInMark`) later, on the main thread, with the product of this key as the
+    /// one that asks. Does nothing when another sign-in has taken its place by then.
+    virtual void forceLogout(const QString& productKey, const QString& signInMark) = 0;
     /// Takes over what other processes have written to the file. Waits at most so long for a step of this process that is under
     /// way; false when the file could not be looked at in this time.
     virtual bool catchUpWithin(int waitMs) = 0;

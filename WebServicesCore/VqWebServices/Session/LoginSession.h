@@ -136,7 +136,7 @@ signals:
 
 private slots:
     void CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
-    void LogoutSlot(const QString& productKey);
+    void LogoutSlot(const QString& productKey, const QString& signInMark);
 
 private:
     /// Takes over what another process has written to the file since it was last seen, and tells the observers. False when the
@@ -151,7 +151,9 @@ private:
     void sendToOthers(Event event, const EventSubject& subject);
     void emitToListeners(Event event);
     void tellCaches(CacheDoor::Event event);
-    void forceLogout(const QString& productKey) override;
+    void forceLogout(const QString& productKey, const QString& signInMark) override;
+    /// `onlySignIn`: fails when another sign-in than that with this mark is to be ended; empty: ends whichever there is.
+    bool logOut(const QString& clientKey, QNetworkReply::NetworkError& error, bool force, const QString& onlySignIn);
     bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();

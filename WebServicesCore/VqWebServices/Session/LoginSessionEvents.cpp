@@ -67,18 +67,21 @@ bool LoginSession::catchUp(int waitMs) {
     return true;
 }
 
-void LoginSession::forceLogout(const QString& productKey) {
-    m_core.isLogoutPending = true;
+void LoginSession::forceLogout(const QString& productKey, const QString& signInMark) {
+    ++m_core.pendingLogouts;
     QMetaObject::invokeMethod(
-        this, [this, productKey] { LogoutSlot(productKey); }, Qt::QueuedConnection);
+        this, [this, productKey, signInMark] { LogoutSlot(productKey, signInMark); }, Qt::QueuedConnection);
 }
 
-void LoginSession::LogoutSlot(const QString& productKey) {
+void LoginSession::LogoutSlot(const QString& productKey, const QString& signInMark) {
     const auto self = weak_from_this().lock();
+    // The main thread may have been busy for long: what matters is whether the sign-in is still the one that cannot be used.
+    catchUp();
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    if (!m_core.isStopped && m_core.isLoggedIn() && !Logout(productKey, error, true))
+    if (!m_core.isStopped && m_core.isLoggedIn() && m_core.signInMark() == signInMark
+        && !logOut(productKey, error, true, signInMark))
         m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
-    m_core.isLogoutPending = false;
+    --m_core.pendingLogouts;
 }
 
 void LoginSession::applyFile(int guardTimeoutMs) {

@@ -97,6 +97,10 @@ bool LoginSession::isCompanionLoaded() const {
 }
 
 bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force) {
+    return logOut(clientKey, error, force, QString());
+}
+
+bool LoginSession::logOut(const QString& clientKey, QNetworkReply::NetworkError& error, bool force, const QString& onlySignIn) {
     error = QNetworkReply::NoError;
     const QString user = m_core.basic().userName;
     m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
@@ -115,11 +119,16 @@ bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError&
         const SessionFlow flow(m_core, "Logout");
         if (!flow.isEntered())
             return false;
-        m_core.isLogoutPending = true;
+        // The observers, and the wait for the lock, gave time for another sign-in.
+        if (!onlySignIn.isEmpty() && m_core.signInMark() != onlySignIn) {
+            m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
+            return false;
+        }
+        ++m_core.pendingLogouts;
         error = SignOutFlow(m_core).invalidateToken();
     }
     const bool completed = CompleteLogout(clientKey);
-    m_core.isLogoutPending = false;
+    --m_core.pendingLogouts;
     if (!completed)
         return false;
     m_logger.information(QStringLiteral("Logged out user %1 successfully in this process (using REST)").arg(user));

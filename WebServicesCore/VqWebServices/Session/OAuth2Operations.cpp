@@ -19,9 +19,14 @@ OAuth2TokenSpec OAuth2Operations::resolve(const QString& clientKey, const OAuth2
     return spec ? *spec : m_core.clients.oauth2(clientKey).defaultSpec();
 }
 
+OAuth2SessionPointer OAuth2Operations::findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec) {
+    const OAuth2SessionPointer found = product ? product->oauth2().find(spec) : OAuth2SessionPointer();
+    // The session works for its product, which another thread may let go of while the caller waits.
+    return found ? OAuth2SessionPointer(product, found.get()) : OAuth2SessionPointer();
+}
+
 OAuth2SessionPointer OAuth2Operations::session(const QString& clientKey, const OAuth2TokenSpec& spec) const {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    return product ? product->oauth2().find(spec) : OAuth2SessionPointer();
+    return findSession(m_core.product(clientKey), spec);
 }
 
 bool OAuth2Operations::isEnabled(const QString& clientKey) const { return m_core.clients.oauth2(clientKey).isEnabled; }
@@ -127,13 +132,15 @@ OAuth2Token OAuth2Operations::GetOAuth2AccessToken(const QString& clientKey, con
 }
 
 OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const {
-    const ProductSessionPointer product = m_core.product(clientKey);
+    const ProductSessionPointer named = m_core.product(clientKey);
     // Who must not wait cannot have the lock, which a sign-in holds for as long as the server takes.
     std::optional<LoginSessionLock> lock;
     if (mayWait)
         lock.emplace(m_core.lock,
-                     QStringLiteral("%1 GetOAuth2AccessToken").arg(product ? product->logPrefix() : QString()).trimmed(),
+                     QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
                      m_core.services.loggers.lock);
+    // Another thread may have replaced it before this one got the lock.
+    const ProductSessionPointer product = m_core.product(clientKey);
     if (!product || !m_core.isLoggedIn(clientKey)) {
         m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
         return {};
@@ -143,7 +150,7 @@ OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, c
         return {};
     }
     const OAuth2TokenSpec spec = resolve(clientKey, wished);
-    const OAuth2SessionPointer session = product->oauth2().find(spec);
+    const OAuth2SessionPointer session = findSession(product, spec);
     if (!session)
         m_logger.error(
             QStringLiteral(
@@ -168,7 +175,7 @@ bool OAuth2Operations::RefreshOAuth2Token(const QString& clientKey, const OAuth2
     }
     const OAuth2TokenSpec spec = resolve(clientKey, wished);
     const ProductSessionPointer product = m_core.product(clientKey);
-    const OAuth2SessionPointer found = product ? product->oauth2().find(spec) : OAuth2SessionPointer();
+    const OAuth2SessionPointer found = findSession(product, spec);
     if (!found) {
         m_logger.error(
             QStringLiteral(

@@ -37,6 +37,8 @@ public:
     [[nodiscard]] QString productKey(const QString& clientKey) const { return m_core.subjectKey(clientKey); }
 
 private:
+    /// The product's session for the spec, which keeps the product alive; null when it has never had the spec enabled.
+    [[nodiscard]] static OAuth2SessionPointer findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec);
     /// Null when the product is not signed in or has never had the spec enabled.
     [[nodiscard]] OAuth2SessionPointer session(const QString& clientKey, const OAuth2TokenSpec& spec) const;
     /// The session to get the token of, found under the login session lock when that may be waited for; null with a line in the log.

@@ -39,22 +39,29 @@ QString RequestSigning::lockName(const ProductSessionPointer& product, const QSt
     return prefix.isEmpty() ? operation : prefix + QLatin1Char(':') + operation;
 }
 
-RequestSigning::Refusal RequestSigning::check(const QString& clientKey, const ProductSessionPointer& product,
-                                              bool checkExpiry) const {
+RequestSigning::Refusal RequestSigning::checkState(const Access& access) const {
     if (!m_core.isLoggedIn())
         return Refusal::NoUser;
-    if (!product)
+    if (!access.product)
         return Refusal::NoProduct;
     if (!m_core.isLoginValid())
         return Refusal::StateNotValid;
-    const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, m_core.currentServer());
-    if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
-        return Refusal::NoConfiguration;
-    if (!product->tokens().areComplete())
+    const ConfigurationPointer configuration = m_core.clients.configuration(access.clientKey, m_core.currentServer());
+    return configuration && WebServicesConfigurationImp::of(*configuration).isValid() ? Refusal::None : Refusal::NoConfiguration;
+}
+
+RequestSigning::Refusal RequestSigning::check(const Access& access) const {
+    const Refusal refusal = checkState(access);
+    if (refusal != Refusal::None)
+        return refusal == Refusal::NoUser && access.wasRefreshed ? Refusal::NotLoggedIn : refusal;
+    if (!access.product->tokens().areComplete())
         return Refusal::NoToken;
-    if (checkExpiry && !m_core.isLoggedIn(clientKey))
-        return Refusal::NotLoggedIn;
-    return checkExpiry && product->tokens().areExpired(m_core.services.now()) ? Refusal::Expired : Refusal::None;
+    return access.checkExpiry && access.product->tokens().areExpired(m_core.services.now()) ? Refusal::Expired : Refusal::None;
+}
+
+RequestSigning::Refusal RequestSigning::admit(Access& access) const {
+    access.product = m_core.product(access.clientKey);
+    return check(access);
 }
 
 QString RequestSigning::signingText(Refusal refusal) {
@@ -87,29 +94,33 @@ QString RequestSigning::tokenText(Refusal refusal) {
     return {};
 }
 
-void RequestSigning::prepareTokens(const ProductSessionPointer& product, bool checkExpiry) {
-    TokenOperations* const operations = product ? product->operations() : nullptr;
-    const bool isBusy = operations && (operations->isQueryInProgress() || operations->isRefreshInProgress());
-    const bool isExpired = operations && checkExpiry && m_core.isLoggedIn() && product->tokens().areComplete()
-                           && product->tokens().areExpired(m_core.services.now());
-    if (!isBusy && !isExpired)
-        return;
-    if (m_core.isInsideFlow())
-        return;
+RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, bool checkExpiry) {
+    Access access{clientKey, checkExpiry, m_core.product(clientKey), false};
+    TokenOperations* const operations = access.product ? access.product->operations() : nullptr;
+    if (!operations || checkState(access) != Refusal::None)
+        return access;
+    const auto isExpired = [&] {
+        return checkExpiry && m_core.isLoggedIn() && access.product->tokens().areExpired(m_core.services.now());
+    };
+    const bool isBusy = operations->isQueryInProgress() || operations->isRefreshInProgress();
+    if ((!isBusy && !isExpired()) || m_core.isInsideFlow())
+        return access;
+    const bool wasExpired = isExpired();
     operations->waitForTokenQuery();
     operations->waitForRefresh();
-    if (checkExpiry && product->tokens().areExpired(m_core.services.now()) && m_core.isLoggedIn())
+    if (isExpired())
         (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
+    access.wasRefreshed = wasExpired;
+    return access;
 }
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    prepareTokens(product, order.checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("SignRequest")), m_core.services.loggers.lock);
-    QString error = signingText(check(clientKey, product, order.checkExpiry));
+    Access access = prepareTokens(clientKey, order.checkExpiry);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")), m_core.services.loggers.lock);
+    QString error = signingText(admit(access));
     QByteArray result;
     if (error.isEmpty())
-        result = sign(*product, order, error);
+        result = sign(*access.product, order, error);
     if (result.isEmpty())
         m_logger.error(error.contains(QStringLiteral("%1")) ? error.arg(displayUrl(order.request.url)) : error);
     return result;
@@ -142,13 +153,12 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
 
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    prepareTokens(product, checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(product, QStringLiteral("GetAccessToken")), m_core.services.loggers.lock);
-    QString error = tokenText(check(clientKey, product, checkExpiry));
+    Access access = prepareTokens(clientKey, checkExpiry);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")), m_core.services.loggers.lock);
+    QString error = tokenText(admit(access));
     SigningKeys keys;
     if (error.isEmpty()) {
-        const QString keyError = product->signingKeys(keys);
+        const QString keyError = access.product->signingKeys(keys);
         if (!keyError.isEmpty())
             error = QStringLiteral("GetAccessToken failed: ") + keyError;
     }

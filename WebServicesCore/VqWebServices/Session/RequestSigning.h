@@ -35,13 +35,26 @@ private:
     /// Why an operation with the access token cannot be done, in the order in which it is checked.
     enum class Refusal { None, NoUser, NoProduct, StateNotValid, NoConfiguration, NoToken, NotLoggedIn, Expired };
 
-    [[nodiscard]] Refusal check(const QString& clientKey, const ProductSessionPointer& product, bool checkExpiry) const;
+    /// One operation with a product's access token: who asks, and what was found for them.
+    struct Access {
+        QString clientKey;
+        bool checkExpiry = true;
+        ProductSessionPointer product;
+        bool wasRefreshed = false; ///< A refresh was waited for because the token had expired.
+    };
+
+    /// What must hold before a wait for tokens makes sense.
+    [[nodiscard]] Refusal checkState(const Access& access) const;
+    [[nodiscard]] Refusal check(const Access& access) const;
     [[nodiscard]] static QString signingText(Refusal refusal);
     [[nodiscard]] static QString tokenText(Refusal refusal);
     /// The signed text; when it is empty, `error` is the log text, with a place for the URL.
     [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
-    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished. With no lock held.
-    void prepareTokens(const ProductSessionPointer& product, bool checkExpiry);
+    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished; does not let those
+    /// wait who are refused anyway. With no lock held.
+    [[nodiscard]] Access prepareTokens(const QString& clientKey, bool checkExpiry);
+    /// Under the login session lock: finds the product again, which another thread may have replaced during the wait.
+    [[nodiscard]] Refusal admit(Access& access) const;
     [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
 
     SessionCore& m_core;

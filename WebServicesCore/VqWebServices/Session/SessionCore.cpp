@@ -54,6 +54,13 @@ void SessionCore::setCurrentServer(Server server) {
     m_currentServer = server;
 }
 
+QString SessionCore::signInMark() const {
+    const QMutexLocker locker(&m_mutex);
+    if (!m_basic.hasUser())
+        return {};
+    return QStringLiteral("%1|%2|%3").arg(m_currentServer).arg(m_basic.loginDate.toMSecsSinceEpoch()).arg(m_basic.userId);
+}
+
 QDateTime SessionCore::logoutDate() const {
     const QMutexLocker locker(&m_mutex);
     return m_logoutDate;

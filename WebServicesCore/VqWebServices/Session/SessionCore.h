@@ -38,8 +38,8 @@ public:
     ISessionVoice* const voice;
     /// A step that waits for the network is under way (SessionFlow.h). Under the login session lock.
     bool isFlowActive = false;
-    /// The user is being signed out: nothing is worth refreshing any more.
-    std::atomic<bool> isLogoutPending{false};
+    /// Sign-outs that are queued or under way: while there is one, nothing is worth refreshing.
+    std::atomic<int> pendingLogouts{0};
     /// The library is being uninitialized: nothing new is begun.
     std::atomic<bool> isStopped{false};
 
@@ -50,6 +50,8 @@ public:
     void setBasic(const BasicLoginState& state);
     [[nodiscard]] Server currentServer() const;
     void setCurrentServer(Server server);
+    /// A text that names the present sign-in and no other; empty when nobody is signed in.
+    [[nodiscard]] QString signInMark() const;
     [[nodiscard]] QDateTime logoutDate() const;
     void setLogoutDate(const QDateTime& date);
     [[nodiscard]] bool isRestored() const;

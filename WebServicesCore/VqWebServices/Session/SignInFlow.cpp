@@ -36,7 +36,12 @@ QString SignInFlow::checkReady(const QString& clientKey) const {
     return {};
 }
 
-AccountReply SignInFlow::exchange(const SigningKeys& keys, const QUrl& url) const {
+AccountReply SignInFlow::exchange(const WebServicesConfiguration& configuration, const SigningKeys& keys, const QUrl& url) const {
+    if (!WebServicesConfigurationImp::of(configuration).isValid()) {
+        m_logger.error(QStringLiteral("Failed to sign request for login. Url: %1. Current configuration is invalid.")
+                           .arg(displayUrl(url)));
+        return {};
+    }
     if (!checkConsumerKeys(keys, url))
         return {};
     const AccountReply reply = exchangeSignedGet(m_services, url, keys);
@@ -73,7 +78,7 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
         QUrl(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
         WebServicesConfigurationImp::of(*configuration));
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
-    const AccountReply reply = exchange(consumerKeys(*configuration), url);
+    const AccountReply reply = exchange(*configuration, consumerKeys(*configuration), url);
     const int httpStatus = reply.reply().status;
     ProductLoginSession::RequestToken token;
     if (!takeRequestToken(reply, url, token))
@@ -167,7 +172,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
     const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
     // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
-    const AccountReply reply = keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(keys, url);
+    const AccountReply reply = keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(*configuration, keys, url);
     if (!reply.isSigned)
         m_logger.error(QStringLiteral("Failed to complete login using url %1: Failed to sign request.").arg(displayUrl(url)));
     else if (reply.reply().isNull)

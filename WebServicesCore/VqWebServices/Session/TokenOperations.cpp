@@ -15,7 +15,7 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     , m_keyDigest(keyDigest)
     , m_thread(new QThread)
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
-    , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey()))
+    , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
                                      LostAnswerMark(keyDigest, owner.services().lockFolder)))
     , m_deleter(new ObjectDeleter(owner.services().loggers.product))

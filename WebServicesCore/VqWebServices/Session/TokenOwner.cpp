@@ -14,11 +14,6 @@ constexpr int lockSliceMs = 50;
 constexpr int lockTimeoutMs = 65000;
 constexpr int catchUpWaitMs = 10000;
 
-QString markOf(const BasicLoginState& state, Server server) {
-    return state.hasUser() ? QStringLiteral("%1|%2|%3").arg(server).arg(state.loginDate.toMSecsSinceEpoch()).arg(state.userId)
-                           : QString();
-}
-
 } // namespace
 
 TokenOwner::TokenOwner(SessionCore& core, ProductLoginSession& product)
@@ -49,8 +44,6 @@ bool TokenOwner::isLoggedIn() const { return m_core.currentServer() == m_product
 
 QString TokenOwner::user() const { return m_core.basic().user(); }
 
-QString TokenOwner::signInMark() const { return markOf(m_core.basic(), m_core.currentServer()); }
-
 bool TokenOwner::catchUpWithFile(const QString& signInMark) {
     for (int waited = 0; !m_core.voice->catchUpWithin(lockSliceMs) && waited < catchUpWaitMs; waited += lockSliceMs) {
         if (m_stopping)
@@ -67,16 +60,16 @@ bool TokenOwner::lockState() {
     return m_core.lock.try_lock();
 }
 
-bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
+StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
     if (!lockState()) {
         services().loggers.product->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
                                           .arg(m_product.displayName()));
-        return false;
+        return StoreResult::Busy;
     }
     const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
+    if (signInMark.isEmpty() || this->signInMark() != signInMark)
+        return StoreResult::SignInGone;
     BasicLoginState state = m_core.basic();
-    if (signInMark.isEmpty() || markOf(state, m_core.currentServer()) != signInMark)
-        return false;
     const ProductTokens before = m_product.tokens();
     m_product.setTokens(tokens);
     if (sessionExpiry.isValid()) {
@@ -85,28 +78,28 @@ bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpi
     }
     // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
     if (LoginStateSaver(m_core).save() != LoginStateSaver::Result::SignInGone)
-        return true;
+        return StoreResult::Stored;
     m_product.setTokens(before);
-    return false;
+    return StoreResult::SignInGone;
 }
 
-bool TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
+StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
     if (!lockState()) {
         services().loggers.product->error(
             QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
-        return false;
+        return StoreResult::Busy;
     }
     const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
     if (signInMark.isEmpty() || this->signInMark() != signInMark)
-        return false;
+        return StoreResult::SignInGone;
     const OAuth2TokenData before = session.token();
     session.replaceToken(token);
     // A file that cannot be written keeps nobody from using the token.
     if (LoginStateSaver(m_core).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
-        return true;
+        return StoreResult::Stored;
     session.replaceToken(before);
-    return false;
+    return StoreResult::SignInGone;
 }
 
 bool TokenOwner::isOAuth2Enabled() const { return m_product.oauth2().isEnabled(); }
@@ -123,9 +116,9 @@ void TokenOwner::raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event
         m_core.voice->raiseEvent(event, {m_product.productKey(), spec});
 }
 
-void TokenOwner::forceLogout() {
+void TokenOwner::forceLogout(const QString& signInMark) {
     if (!m_stopping)
-        m_core.voice->forceLogout(m_product.productKey());
+        m_core.voice->forceLogout(m_product.productKey(), signInMark);
 }
 
 } // namespace Velquor::WebServices

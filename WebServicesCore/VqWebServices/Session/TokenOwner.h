@@ -26,17 +26,19 @@ public:
     [[nodiscard]] bool isLoggedIn() const override;
     [[nodiscard]] QString user() const override;
     [[nodiscard]] bool isLoginExpired() const override { return m_core.isLoginExpired(); }
-    [[nodiscard]] bool isLogoutPending() const override { return m_core.isLogoutPending; }
+    [[nodiscard]] bool isLogoutPending() const override { return m_core.pendingLogouts > 0; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return m_core.basic().sessionExpiryDate; }
-    [[nodiscard]] QString signInMark() const override;
+    [[nodiscard]] QString signInMark() const override { return m_core.signInMark(); }
     [[nodiscard]] bool catchUpWithFile(const QString& signInMark) override;
-    [[nodiscard]] bool store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) override;
+    [[nodiscard]] StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
+                                    const QString& signInMark) override;
     [[nodiscard]] bool isOAuth2Enabled() const override;
-    [[nodiscard]] bool storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) override;
+    [[nodiscard]] StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token,
+                                          const QString& signInMark) override;
     [[nodiscard]] QRecursiveMutex& productLock() override;
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override;
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) override;
-    void forceLogout() override;
+    void forceLogout(const QString& signInMark) override;
 
     /// Nothing is waited for any more: the product goes away.
     void stop() { m_stopping = true; }

@@ -24,7 +24,8 @@ public:
 namespace RequestFlag {
 inline const auto tokenQuery = QStringLiteral("AccessTokenQueryInProgress");
 inline const auto tokenRefresh = QStringLiteral("TokenRefreshInProgress");
-inline const auto oauth2Query = QStringLiteral("OAuth2AccessTokenQueryInProgress");
+inline const auto oauth2Query = QStringLiteral("OAuth2AccessTokenQueryInProgress"); ///< Of any kind; only shown.
+inline const auto oauth2QueryOfSpec = QStringLiteral("OAuth2TokenQueryInProgress_%1");
 inline const auto oauth2Refresh = QStringLiteral("OAuth2TokenRefreshInProgress");
 inline const auto oauth2JwtRefresh = QStringLiteral("OAuth2TokenJwtRefreshInProgress");
 

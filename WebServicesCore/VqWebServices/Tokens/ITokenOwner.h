@@ -14,6 +14,13 @@ namespace Velquor::WebServices {
 
 class OAuth2Session;
 
+/// What became of tokens that were to be kept.
+enum class StoreResult {
+    Stored,
+    SignInGone, ///< Nothing is kept: the sign-in that they belong to is over, here or in the file.
+    Busy,       ///< Nothing is kept: another operation holds the login state for too long. The sign-in goes on.
+};
+
 /// Another product that is signed in on the same server, whose session can sign this one in.
 struct OtherLogin {
     QString productName;
@@ -57,13 +64,15 @@ public:
     /// file become the product's. False when the sign-in with this mark is over, here or in the file.
     [[nodiscard]] virtual bool catchUpWithFile(const QString& signInMark) = 0;
 
-    /// Keeps new tokens of the sign-in with this mark, in memory and in the file. False, with nothing kept, when that sign-in is
-    /// over here or in the file. An invalid session expiry leaves the one that is known.
-    [[nodiscard]] virtual bool store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) = 0;
+    /// Keeps new tokens of the sign-in with this mark, in memory and in the file. An invalid session expiry leaves the one that is
+    /// known.
+    [[nodiscard]] virtual StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
+                                            const QString& signInMark) = 0;
 
     [[nodiscard]] virtual bool isOAuth2Enabled() const = 0;
     /// The same for an OAuth2 token that was just obtained, which becomes that of `session`.
-    [[nodiscard]] virtual bool storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) = 0;
+    [[nodiscard]] virtual StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token,
+                                                  const QString& signInMark) = 0;
 
     /// The product login session lock: held by whoever replaces configuration or tokens of the product, and by whoever needs them
     /// to stay as they are for a moment. Taken after the login session lock; nothing is waited for under it.
@@ -72,8 +81,8 @@ public:
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) = 0;
     /// The same for an event about one OAuth2 token.
     virtual void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) = 0;
-    /// Signs the user out, later and on the main thread, since the sign-in cannot be used any more.
-    virtual void forceLogout() = 0;
+    /// Ends the sign-in with this mark, later and on the main thread, since it cannot be used any more. A later sign-in stays.
+    virtual void forceLogout(const QString& signInMark) = 0;
 };
 
 } // namespace Velquor::WebServices

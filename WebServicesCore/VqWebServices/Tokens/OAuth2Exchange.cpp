@@ -7,6 +7,7 @@
 #include <QJsonObject>
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace Velquor::WebServices {
 
@@ -16,8 +17,43 @@ constexpr int maximumBody = 256 * 1024;
 constexpr int maximumDigits = 10;
 constexpr double maximumSeconds = 1e10;
 
-QByteArray encoded(const Util::SecretBytes& value) {
-    return value.view().toPercentEncoding();
+/// A form parameter: its text with a place for the value, and the value in clear.
+struct FormPart {
+    const char* text;
+    Util::SecretBytes value;
+};
+
+constexpr int placeHolderSize = 2;
+constexpr int longestEscape = 3;
+
+bool isUnreserved(unsigned char byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '-'
+           || byte == '.' || byte == '_' || byte == '~';
+}
+
+void appendEncoded(QByteArray& form, const Util::SecretBytes& value) {
+    static const char digits[] = "0123456789ABCDEF";
+    for (const char character : value.view()) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (isUnreserved(byte))
+            form += character;
+        else
+            form.append('%').append(digits[byte >> 4]).append(digits[byte & 0xf]);
+    }
+}
+
+// In one buffer that is reserved once: one that grows leaves what it held behind in freed memory.
+Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
+    int size = 0;
+    for (const FormPart& part : parts)
+        size += static_cast<int>(qstrlen(part.text)) + longestEscape * part.value.size();
+    QByteArray form;
+    form.reserve(size);
+    for (const FormPart& part : parts) {
+        form.append(part.text, static_cast<int>(qstrlen(part.text)) - placeHolderSize);
+        appendEncoded(form, part.value);
+    }
+    return Util::SecretBytes(std::move(form));
 }
 
 // Digits only: a conversion of Qt's would take blanks and signs, and give its default for a fraction or a text.
@@ -43,19 +79,18 @@ bool hasOAuth2Keys(const WebServicesConfiguration& configuration) {
 Util::SecretBytes oauth2Form(const WebServicesConfiguration& configuration, const ProductTokens& tokens, Util::ICryptor& cryptor,
                              const QString& tokenType, const QString& scope) {
     const WebServicesConfigurationImp& data = WebServicesConfigurationImp::of(configuration);
-    const Util::SecretBytes token = cryptor.decrypt(tokens.accessToken);
-    const Util::SecretBytes secret = cryptor.decrypt(tokens.accessTokenSecret);
-    if (token.isEmpty() || secret.isEmpty() || !hasOAuth2Keys(configuration))
+    std::vector<FormPart> parts;
+    parts.push_back({"client_id=%1", data.oauth2ConsumerKey.reveal()});
+    parts.push_back({"&client_secret=%1", data.oauth2ConsumerSecret.reveal()});
+    parts.push_back({"&oauth1_token=%1", cryptor.decrypt(tokens.accessToken)});
+    parts.push_back({"&oauth1_secret=%1", cryptor.decrypt(tokens.accessTokenSecret)});
+    const auto isMissing = [](const FormPart& part) { return part.value.isEmpty(); };
+    if (std::any_of(parts.begin(), parts.end(), isMissing))
         return {};
-    const auto part = [](const QString& form, const QByteArray& value) { return form.arg(QString::fromLatin1(value)).toLatin1(); };
-    QByteArray form = part(QStringLiteral("client_id=%1"), encoded(data.oauth2ConsumerKey.reveal()))
-                      + part(QStringLiteral("&client_secret=%1"), encoded(data.oauth2ConsumerSecret.reveal()))
-                      + part(QStringLiteral("&oauth1_token=%1"), encoded(token))
-                      + part(QStringLiteral("&oauth1_secret=%1"), encoded(secret))
-                      + part(QStringLiteral("&token_type=%1"), tokenType.toUtf8().toPercentEncoding());
+    parts.push_back({"&token_type=%1", Util::SecretBytes::fromText(tokenType)});
     if (!scope.isEmpty())
-        form += part(QStringLiteral("&scope=%1"), scope.toUtf8().toPercentEncoding());
-    return Util::SecretBytes(std::move(form));
+        parts.push_back({"&scope=%1", Util::SecretBytes::fromText(scope)});
+    return encodedForm(parts);
 }
 
 QNetworkRequest oauth2Request(const QUrl& url) {

@@ -20,16 +20,17 @@ constexpr int networkRetryMs = 60000;
 
 void OAuth2TokenRefresher::request() {
     if (!owner().catchUpWithFile(m_signInMark))
-        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Not logged in."));
-    const bool isNewer = m_session.token().isNewerThan(m_before);
+        return signInGone();
+    const bool isValid = m_session.token().isValid(now());
+    const bool isRenewed = isValid && isAnotherToken();
     if (m_elsewhere) {
         const auto finished =
             QStringLiteral("Finished waiting for OAuth2 token refresh to finish in another process. %1.");
-        log().information(finished.arg(isNewer ? QStringLiteral("Refresh successful") : QStringLiteral("Refresh failed")));
+        log().information(finished.arg(isRenewed ? QStringLiteral("Refresh successful") : QStringLiteral("Refresh failed")));
     }
-    if (isNewer)
+    if (isRenewed)
         return takeFromFile();
-    if (isOnlyForExpired() && m_before.isValid(now())) {
+    if (isOnlyForExpired() && isValid) {
         finish(1);
         return updateRefreshTimer();
     }
@@ -39,25 +40,23 @@ void OAuth2TokenRefresher::request() {
     sendRequest();
 }
 
-Util::SecretBytes OAuth2TokenRefresher::makeForm() {
+Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration& configuration) {
     const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
                                   services().loggers.lock);
     m_sentTokens = owner().tokens();
-    const ConfigurationPointer configuration = owner().configuration();
     // The server's words for the types differ between query and refresh.
     const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();
-    return configuration ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
-                         : Util::SecretBytes();
+    return oauth2Form(configuration, m_sentTokens, *services().cryptor, type, m_session.scope());
 }
 
 void OAuth2TokenRefresher::sendRequest() {
-    const QString reason = refusal();
-    if (!reason.isEmpty())
-        return refuse(reason);
-    const Util::SecretBytes form = makeForm();
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration)
         return refuse(QStringLiteral("Cannot start OAuth2 token refresh. Configuration has been deleted."));
+    const QString reason = refusal();
+    if (!reason.isEmpty())
+        return refuse(reason);
+    const Util::SecretBytes form = makeForm(*configuration);
     if (!hasOAuth2Keys(*configuration))
         return refuse(QStringLiteral("Cannot refresh OAuth2 token: OAuth2 keys not set"));
     if (form.isEmpty())
@@ -65,6 +64,7 @@ void OAuth2TokenRefresher::sendRequest() {
     const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
     log().information(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: %1")
                           .arg(displayUrl(url)));
+    noteTriedToken();
     send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
 }
 
@@ -73,7 +73,10 @@ void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
     if (isAborted())
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. Aborted."));
     if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
-        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Not logged in."));
+        return signInGone();
+    // Disabled since: what was discarded must not come back.
+    if (!owner().isOAuth2Enabled())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled."));
     if (outcome.hasStatus200())
         return succeeded(outcome);
     // A reply that was cut off is the network's fault.
@@ -103,19 +106,19 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
         log().error(QStringLiteral(
             "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
         return finishAndRetry(networkRetryMs);
-    case OAuth2Session::Stored::SignInGone:
-        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Not logged in."));
+    case OAuth2Session::Stored::SignInGone: return signInGone();
+    case OAuth2Session::Stored::Busy: return finishAndRetry(networkRetryMs);
     case OAuth2Session::Stored::Yes: break;
     }
     log().information(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in %1.")
                           .arg(Util::timeSpanText(now().msecsTo(reply.expiryDate))));
-    endRetryProcess();
+    forgetFailures();
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_session.spec());
     updateRefreshTimer();
 }
 
-void OAuth2TokenRefresher::endRetryProcess() {
+void OAuth2TokenRefresher::forgetFailures() {
     if (!m_retry.isActive())
         return;
     m_retry.end();
@@ -125,27 +128,40 @@ void OAuth2TokenRefresher::endRetryProcess() {
 void OAuth2TokenRefresher::takeFromFile() {
     log().information(
         QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
-    endRetryProcess();
+    forgetFailures();
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
     updateRefreshTimer();
 }
 
 void OAuth2TokenRefresher::refused() {
-    // The OAuth 1.0 token may be spent because another process has renewed it: then the file knows more.
-    if (!owner().catchUpWithFile(m_signInMark))
-        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Not logged in."));
-    if (m_session.token().isNewerThan(m_before))
-        return takeFromFile();
-    if (owner().tokens().areNewerThan(m_sentTokens) && !std::exchange(m_resent, true)) {
+    if (isSettledElsewhere())
+        return;
+    // The OAuth 1.0 token may be spent because another process has renewed it.
+    if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         log().warning(QStringLiteral("The OAuth1 token was renewed by another process. Refreshing OAuth2 token with the new one."));
         return sendRequest();
     }
-    endRetryProcess();
-    log().error(QStringLiteral(
+    forgetFailures();
+    giveUp(QStringLiteral(
         "Current OAuth2 token cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+}
+
+bool OAuth2TokenRefresher::isSettledElsewhere() {
+    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
+    if (isSignInGone)
+        signInGone();
+    else if (isAnotherToken())
+        takeFromFile();
+    else
+        return false;
+    return true;
+}
+
+void OAuth2TokenRefresher::giveUp(const QString& text) {
+    log().error(text);
     finish(0);
-    owner().forceLogout();
+    owner().forceLogout(m_signInMark);
 }
 
 void OAuth2TokenRefresher::startRetryProcess() {
@@ -171,14 +187,13 @@ void OAuth2TokenRefresher::retryAlongSchedule() {
                 .arg(Util::timeSpanText(m_retry.elapsed()), Util::timeSpanText(*interval)));
         return finishAndRetry(static_cast<int>(*interval));
     }
-    log().error(
-        QStringLiteral(
-            "Permanently failed to refresh OAuth2 token after %1 attempts in %2. Giving up refresh and logging out (asynchronously) to force a re-login.")
-            .arg(m_retry.attempts())
-            .arg(Util::timeSpanText(m_retry.elapsed())));
     m_retry.end();
-    finish(0);
-    owner().forceLogout();
+    if (isSettledElsewhere())
+        return;
+    giveUp(QStringLiteral(
+               "Permanently failed to refresh OAuth2 token after %1 attempts in %2. Giving up refresh and logging out (asynchronously) to force a re-login.")
+               .arg(m_retry.attempts())
+               .arg(Util::timeSpanText(m_retry.elapsed())));
 }
 
 void OAuth2TokenRefresher::OAuth2TokenRefreshedInAnotherProcess(const QString& consumerKey) {

@@ -30,8 +30,11 @@ std::vector<TokenWorker*> OAuth2Session::Activate(const Parts& parts) {
     connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, fetcher, &OAuth2TokenFetcher::TokenRefreshed);
     connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, refresher, &OAuth2TokenRefresher::TokenRefreshed);
     connect(fetcher, &OAuth2TokenFetcher::OAuth2TokenQueryFinished, refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable);
-    connect(this, &OAuth2Session::OAuth2TokenAvailable, refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable);
-    connect(this, &OAuth2Session::OAuth2TokenDiscarded, refresher, &OAuth2TokenRefresher::OAuth2TokenDiscarded);
+    // Queued on the workers' own thread, too: a token changes under locks that the refresher needs.
+    connect(this, &OAuth2Session::OAuth2TokenAvailable, refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable,
+            Qt::QueuedConnection);
+    connect(this, &OAuth2Session::OAuth2TokenDiscarded, refresher, &OAuth2TokenRefresher::OAuth2TokenDiscarded,
+            Qt::QueuedConnection);
     for (QObject* const worker : std::initializer_list<QObject*>{fetcher, refresher})
         worker->moveToThread(parts.thread);
     const QMutexLocker lock(&m_workerMutex);
@@ -66,8 +69,12 @@ OAuth2Session::Stored OAuth2Session::SetToken(const Util::SecretBytes& token, co
         log().error(QStringLiteral("Failed to set OAuth2 token since encryption failed"));
         return Stored::NotEncrypted;
     }
-    return m_owner.storeOAuth2(*this, {m_spec.GetType(), scope(), encrypted, expiryDate}, signInMark) ? Stored::Yes
-                                                                                                     : Stored::SignInGone;
+    switch (m_owner.storeOAuth2(*this, {m_spec.GetType(), scope(), encrypted, expiryDate}, signInMark)) {
+    case StoreResult::SignInGone: return Stored::SignInGone;
+    case StoreResult::Busy: return Stored::Busy;
+    case StoreResult::Stored: break;
+    }
+    return Stored::Yes;
 }
 
 void OAuth2Session::replaceToken(const OAuth2TokenData& token) {

@@ -48,7 +48,7 @@ public:
     [[nodiscard]] QString scope() const;
     [[nodiscard]] OAuth2TokenData token() const;
 
-    enum class Stored { Yes, NotEncrypted, SignInGone };
+    enum class Stored { Yes, NotEncrypted, SignInGone, Busy };
     /// Encrypts and keeps a token that was just obtained, in memory and in the file.
     [[nodiscard]] Stored SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate, const QString& signInMark);
     /// Puts an encrypted token in place, in memory only.

@@ -30,6 +30,7 @@ QueryTexts makeOAuth2QueryTexts() {
     texts.flagSetHere = QStringLiteral("OAuth2TokenQueryInProgressInThisProcess flag set to %1");
     texts.flagSetElsewhere = QStringLiteral("OAuth2TokenQueryInProgressInAnotherProcess flag set to %1");
     texts.inProgressElsewhere = QStringLiteral("OAuth2 token query is in progress in another process. %1.");
+    texts.tellsAsynchronousWait = true;
     texts.succeededElsewhere = QStringLiteral(
         "Finished waiting for OAuth2 token query to finish in another process. OAuth2 token query successful.");
     texts.failedElsewhere =

@@ -19,18 +19,42 @@ namespace {
 
 constexpr int retryMs = 30000;
 
+// Scopes are equal whatever their case.
+QString specText(const OAuth2TokenSpec& spec) { return OAuth2TokenSpecImp::of(spec).toText().toLower(); }
+
 // Scopes are free text; names of locks are not.
 QString lockName(const QString& keyDigest, const OAuth2TokenSpec& spec) {
-    const QByteArray text = OAuth2TokenSpecImp::of(spec).toText().toLower().toUtf8();
-    const QByteArray digest = QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex().left(16);
+    const QByteArray digest = QCryptographicHash::hash(specText(spec).toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
     return QStringLiteral("Velquor.WebServices.OAuth2TokenQuery.%1.%2").arg(keyDigest, QString::fromLatin1(digest));
 }
 
 } // namespace
 
 OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest)
-    : QueryWorker(owner, flags, oauth2QueryTexts(), lockName(keyDigest, session.spec()), RequestFlag::oauth2Query)
+    : QueryWorker(owner, flags, oauth2QueryTexts(), lockName(keyDigest, session.spec()),
+                  RequestFlag::oauth2QueryOfSpec.arg(specText(session.spec())))
     , m_session(session) {}
+
+OAuth2TokenFetcher::~OAuth2TokenFetcher() { showQuery(false); }
+
+void OAuth2TokenFetcher::showQuery(bool isUnderWay) {
+    if (std::exchange(m_isShown, isUnderWay) == isUnderWay)
+        return;
+    if (isUnderWay)
+        m_flags.set(RequestFlag::oauth2Query);
+    else
+        m_flags.clear(RequestFlag::oauth2Query);
+}
+
+void OAuth2TokenFetcher::emitFinished() {
+    showQuery(false);
+    emit OAuth2TokenQueryFinished();
+}
+
+void OAuth2TokenFetcher::gaveUpWaiting() {
+    finish(0);
+    startQueryTimer(retryMs);
+}
 
 void OAuth2TokenFetcher::TokenAcquired() {
     if (!owner().isOAuth2Enabled())
@@ -109,6 +133,7 @@ bool OAuth2TokenFetcher::request() {
         return false;
     }
     const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    showQuery(true);
     send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
     return true;
 }
@@ -123,6 +148,11 @@ void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
         return ignoreResult();
     if (isAborted())
         return finish(0);
+    // Disabled since: what was discarded must not come back.
+    if (!owner().isOAuth2Enabled()) {
+        log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
+        return finish(0);
+    }
     OAuth2Reply reply;
     if (outcome.hasStatus200() && readOAuth2Reply(outcome.reply.body, now(), reply))
         return succeeded(reply);
@@ -133,7 +163,7 @@ void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
     // Another process may have signed the user out, or renewed the OAuth 1.0 token, which spends the one that was sent.
     if (!owner().catchUpWithFile(m_signInMark))
         return ignoreResult();
-    if (owner().tokens().areNewerThan(m_sentTokens) && !std::exchange(m_resent, true)) {
+    if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         if (!request())
             finish(0);
         return;
@@ -171,6 +201,7 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
         return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
     case OAuth2Session::Stored::SignInGone: return ignoreResult();
+    case OAuth2Session::Stored::Busy: return gaveUpWaiting();
     case OAuth2Session::Stored::Yes: break;
     }
     m_announced = m_session.token().token;

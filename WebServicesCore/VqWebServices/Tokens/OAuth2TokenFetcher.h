@@ -15,6 +15,7 @@ class OAuth2TokenFetcher : public QueryWorker {
 
 public:
     OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest);
+    ~OAuth2TokenFetcher() override;
 
 public slots:
     /// The product's OAuth 1.0 token has been acquired, which is what a query waits for.
@@ -32,7 +33,8 @@ protected:
     [[nodiscard]] bool takeFromFile() override;
     [[nodiscard]] bool request() override;
     void handleReply(const ExchangeOutcome& outcome) override;
-    void emitFinished() override { emit OAuth2TokenQueryFinished(); }
+    void emitFinished() override;
+    void gaveUpWaiting() override;
 
 private:
     [[nodiscard]] QString failureText(const ExchangeOutcome& outcome, const QString& retry) const;
@@ -40,6 +42,7 @@ private:
     void failed(const ExchangeOutcome& outcome);
     void finishAndRetry(const QString& text);
     void ignoreResult();
+    void showQuery(bool isUnderWay);
     void announceLoaded();
 
     OAuth2Session& m_session;
@@ -47,6 +50,7 @@ private:
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
     QByteArray m_announced;     ///< The token, encrypted, of which the observers were told last.
     bool m_resent = false;
+    bool m_isShown = false; ///< The flag for queries of any kind is set.
 };
 
 } // namespace Velquor::WebServices

@@ -30,10 +30,14 @@ OAuth2TokenRefresher::~OAuth2TokenRefresher() { releaseLocks(); }
 
 QDateTime OAuth2TokenRefresher::expiryDate() const { return m_session.token().expiryDate; }
 
+QByteArray OAuth2TokenRefresher::heldToken() const { return m_session.token().token; }
+
 QString OAuth2TokenRefresher::timerStopReason() const {
     const QString reason = sharedStopReason();
     if (!reason.isEmpty())
         return reason;
+    if (!owner().isOAuth2Enabled())
+        return QStringLiteral("OAuth2 is not enabled");
     if (!m_session.token().isPresent())
         return QStringLiteral("No OAuth2 token to refresh");
     return m_queries->isBusy() ? QStringLiteral("OAuth2 token query is in progress") : QString();
@@ -44,18 +48,8 @@ QString OAuth2TokenRefresher::describeToken(bool& isDue) const {
     const QString reason = timerStopReason();
     if (!reason.isEmpty())
         return reason;
-    isDue = m_isRetry;
+    isDue = isRetry();
     return describeExpiry(QStringLiteral("OAuth2 token %1. %2"), isDue);
-}
-
-void OAuth2TokenRefresher::OAuth2TokenAvailable() {
-    if (run().isBusy())
-        return;
-    // Other news than of this token must not bring a try forward that was put off on purpose.
-    if (m_isRetry && isTimerActive() && m_session.token().token == m_before.token && timerStopReason().isEmpty())
-        return;
-    m_isRetry = false;
-    updateRefreshTimer();
 }
 
 void OAuth2TokenRefresher::TokenRefreshed() {
@@ -64,6 +58,8 @@ void OAuth2TokenRefresher::TokenRefreshed() {
 }
 
 QString OAuth2TokenRefresher::refusal() const {
+    if (!owner().isOAuth2Enabled())
+        return QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled.");
     if (owner().isLogoutPending())
         return QStringLiteral("Skipping OAuth2 token refresh since logout is pending");
     if (!owner().isLoggedIn())
@@ -80,13 +76,15 @@ void OAuth2TokenRefresher::refuse(const QString& text) {
     finish(0);
 }
 
+void OAuth2TokenRefresher::signInGone() {
+    finishForSignInGone(QStringLiteral("Failed to refresh OAuth2 token. Not logged in."));
+}
+
 void OAuth2TokenRefresher::refresh() {
-    m_isRetry = false;
     m_waitsForToken = false;
     m_elsewhere = false;
     m_resent = false;
     m_signInMark = owner().signInMark();
-    m_before = m_session.token();
     if (m_retryMark != m_signInMark)
         m_retry.end();
     const QString reason = refusal();
@@ -197,12 +195,6 @@ void OAuth2TokenRefresher::holdOff() {
                           .arg(retry));
             finishAndRetry(busyRetryMs);
         });
-}
-
-void OAuth2TokenRefresher::finishAndRetry(int intervalMs) {
-    finish(0);
-    m_isRetry = true;
-    startRefreshTimer(intervalMs);
 }
 
 void OAuth2TokenRefresher::releaseLocks() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Tokens/IRequestFlags.h"
-#include "Tokens/OAuth2TokenData.h"
 #include "Tokens/RefreshController.h"
 #include "Tokens/RefreshWorker.h"
 #include "Tokens/RetryProcess.h"
@@ -28,7 +27,7 @@ public:
     ~OAuth2TokenRefresher() override;
 
 public slots:
-    void OAuth2TokenAvailable();
+    void OAuth2TokenAvailable() { TokenAvailable(); }
     void OAuth2TokenDiscarded() { stopRefreshTimer(); }
     /// The OAuth 1.0 token was renewed: a refresh that was put off because of it can be done now.
     void TokenRefreshed();
@@ -41,6 +40,8 @@ protected:
     [[nodiscard]] QString describeToken(bool& isDue) const override;
     void refresh() override;
     void releaseLocks() override;
+    [[nodiscard]] QByteArray heldToken() const override;
+    void forgetFailures() override;
     void handleReply(const ExchangeOutcome& outcome) override;
 
 private:
@@ -54,15 +55,17 @@ private:
     void holdOff();
     void request();
     void sendRequest();
-    [[nodiscard]] Util::SecretBytes makeForm();
+    [[nodiscard]] Util::SecretBytes makeForm(const WebServicesConfiguration& configuration);
     void succeeded(const ExchangeOutcome& outcome);
     void takeFromFile();
     void refused();
     void startRetryProcess();
     void retryAlongSchedule();
-    void endRetryProcess();
-    void finishAndRetry(int intervalMs);
+    /// Looks at the file before the user is signed out. True when that has ended the run.
+    [[nodiscard]] bool isSettledElsewhere();
+    void giveUp(const QString& text);
     void refuse(const QString& text);
+    void signInGone();
 
     OAuth2Session& m_session;
     IRequestFlags& m_flags;
@@ -73,14 +76,12 @@ private:
     RetryProcess m_retry;
     QString m_retryMark;        ///< The sign-in that the retry process belongs to.
     QString m_signInMark;       ///< As it was when the refresh was begun.
-    OAuth2TokenData m_before;   ///< The same.
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
     QElapsedTimer m_claiming;
     bool m_locked = false;
     bool m_published = false;
     bool m_elsewhere = false;     ///< Another process refreshes the token.
     bool m_waitsForToken = false; ///< Put off until the OAuth 1.0 token is renewed.
-    bool m_isRetry = false;       ///< The timer runs for another try, whatever the token's life.
     bool m_resent = false;
 };
 

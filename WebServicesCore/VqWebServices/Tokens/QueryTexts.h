@@ -26,6 +26,7 @@ struct QueryTexts {
     QString flagSetHere;
     QString flagSetElsewhere;
     QString inProgressElsewhere;
+    bool tellsAsynchronousWait = false; ///< `inProgressElsewhere` is said when nobody waits for the query, too.
     QString succeededElsewhere;
     QString failedElsewhere;
 };

@@ -12,7 +12,7 @@ QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTe
     , m_flags(flags)
     , m_texts(texts)
     , m_flag(flag)
-    , m_guard(lockName, owner.services().lockFolder) {}
+    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock) {}
 
 QueryWorker::~QueryWorker() {
     if (m_claimed)
@@ -73,8 +73,7 @@ void QueryWorker::doQuery() {
 }
 
 bool QueryWorker::claim() {
-    const Util::ProcessGuard::Result result = m_guard.acquire(0);
-    if (result != Util::ProcessGuard::Result::Acquired && result != Util::ProcessGuard::Result::AcquiredFromTheDead)
+    if (!m_lock.acquire())
         return false;
     m_claimed = m_flags.setUnlessElsewhere(m_flag);
     if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
@@ -82,14 +81,14 @@ bool QueryWorker::claim() {
         m_claimed = true;
     }
     if (!m_claimed)
-        m_guard.release();
+        m_lock.release();
     return m_claimed;
 }
 
 void QueryWorker::waitForOtherProcess() {
     setElsewhere(true);
     log().information(QStringLiteral("Skipping query in this process"));
-    if (isSynchronous())
+    if (isSynchronous() || m_texts.tellsAsynchronousWait)
         log().information(m_texts.inProgressElsewhere.arg(QStringLiteral("Waiting for it to finish")));
     m_taken = false;
     polling().start(
@@ -101,7 +100,7 @@ void QueryWorker::waitForOtherProcess() {
         [this] { otherProcessEnded(); },
         [this] {
             log().error(m_texts.failedElsewhere);
-            finish(0);
+            gaveUpWaiting();
         });
 }
 
@@ -154,7 +153,7 @@ void QueryWorker::finish(int result) {
         setElsewhere(false);
     if (std::exchange(m_claimed, false)) {
         m_flags.clear(m_flag);
-        m_guard.release();
+        m_lock.release();
     }
     run().leave(result);
     emitFinished();

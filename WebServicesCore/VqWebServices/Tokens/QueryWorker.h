@@ -2,8 +2,8 @@
 
 #include "Tokens/IRequestFlags.h"
 #include "Tokens/QueryTexts.h"
+#include "Tokens/RequestLock.h"
 #include "Tokens/TokenWorker.h"
-#include "VqUtil/Platform/ProcessGuard.h"
 
 #include <QElapsedTimer>
 
@@ -47,9 +47,14 @@ protected:
     [[nodiscard]] virtual bool request() = 0;
     /// Tells who waits for the signal of the derived class.
     virtual void emitFinished() = 0;
+    /// Another process, which stands still or hangs, held the lock for longer than anybody can wait. Ends the query as one that
+    /// has failed, with another try as after other failures.
+    virtual void gaveUpWaiting() = 0;
 
     void startQueryTimer(int intervalMs);
     void finish(int result);
+
+    IRequestFlags& m_flags;
 
 private slots:
     void startQuery(bool synchronous);
@@ -64,10 +69,9 @@ private:
     void setElsewhere(bool elsewhere);
     void setHere(bool here);
 
-    IRequestFlags& m_flags;
     const QueryTexts& m_texts;
     const QString m_flag;
-    Util::ProcessGuard m_guard;
+    RequestLock m_lock;
     QElapsedTimer m_claiming;
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is under way.

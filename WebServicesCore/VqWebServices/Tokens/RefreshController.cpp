@@ -1,34 +1,14 @@
 #include "Tokens/RefreshController.h"
 
-#include <utility>
-
 namespace Velquor::WebServices {
 
-bool RefreshController::Lock::acquire() {
-    if (isHeld)
-        return false;
-    const Util::ProcessGuard::Result result = guard.acquire(0);
-    isHeld = result == Util::ProcessGuard::Result::Acquired || result == Util::ProcessGuard::Result::AcquiredFromTheDead;
-    return isHeld;
-}
-
-void RefreshController::Lock::release() {
-    if (std::exchange(isHeld, false))
-        guard.release();
-}
-
-bool RefreshController::Lock::isTaken() {
-    if (isHeld)
-        return true;
-    const bool isFree = acquire();
-    release();
-    return !isFree;
-}
-
-RefreshController::RefreshController(const QString& keyDigest, const QString& folder, const QString& consumerKey)
+RefreshController::RefreshController(const QString& keyDigest, const QString& folder, const QString& consumerKey,
+                                     const std::shared_ptr<Log::ILogger>& logger)
     : m_consumerKey(consumerKey)
-    , m_token(QStringLiteral("Velquor.WebServices.TokenRefresh.") + keyDigest, folder)
-    , m_oauth2(QStringLiteral("Velquor.WebServices.OAuth2TokenRefresh.") + keyDigest, folder) {}
+    , m_token(QStringLiteral("Velquor.WebServices.TokenRefresh.") + keyDigest, folder, logger)
+    , m_oauth2(QStringLiteral("Velquor.WebServices.OAuth2TokenRefresh.") + keyDigest, folder, logger) {
+    logger->information(QStringLiteral("RefreshController constructor"));
+}
 
 bool RefreshController::lockTokenRefresh() {
     const bool locked = m_token.acquire();

@@ -67,6 +67,8 @@ void RefreshWorker::StartRefreshTokenSlot(bool synchronous) {
 
 void RefreshWorker::doRefresh(bool synchronous) {
     setSynchronous(synchronous);
+    m_isRetry = false;
+    noteTriedToken();
     stopRefreshTimer();
     log().information(m_texts.flagSet.arg(QStringLiteral("true")));
     log().information(m_texts.starting.arg(modeWord(synchronous)));
@@ -80,6 +82,39 @@ void RefreshWorker::finish(int result) {
     log().information(m_texts.emittingFinished);
     run().leave(result);
     emit RefreshFinishedInternal(result);
+}
+
+bool RefreshWorker::isAnotherToken() const {
+    const QByteArray held = heldToken();
+    return !held.isEmpty() && held != m_triedToken;
+}
+
+void RefreshWorker::finishAndRetry(int intervalMs) {
+    finish(0);
+    if (isAnotherToken()) {
+        forgetFailures();
+        return updateRefreshTimer();
+    }
+    startRefreshTimer(intervalMs);
+    m_isRetry = true;
+}
+
+void RefreshWorker::finishForSignInGone(const QString& text) {
+    log().warning(text);
+    finish(0);
+    updateRefreshTimer();
+}
+
+void RefreshWorker::TokenAvailable() {
+    // The end of the run sees to the timer.
+    if (run().isBusy())
+        return;
+    // Other news than of this token must not bring a try forward that was put off on purpose.
+    if (isAnotherToken())
+        forgetFailures();
+    else if (m_isRetry && isTimerActive() && timerStopReason().isEmpty())
+        return;
+    updateRefreshTimer();
 }
 
 QString RefreshWorker::sharedStopReason() const {
@@ -103,6 +138,7 @@ QString RefreshWorker::describeExpiry(const QString& text, bool& isDue) const {
 }
 
 void RefreshWorker::updateRefreshTimer() {
+    m_isRetry = false;
     const QString reason = timerStopReason();
     if (!reason.isEmpty()) {
         log().information(m_texts.stoppingTimer.arg(reason));

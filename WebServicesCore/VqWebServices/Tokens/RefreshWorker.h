@@ -44,7 +44,8 @@ signals:
 
 public slots:
     void LoggedIn() { updateRefreshTimer(); }
-    void TokenAvailable() { updateRefreshTimer(); }
+    /// There are news of the token or of the sign-in, which may well be the same as before.
+    void TokenAvailable();
     void LoggedOut() { stopRefreshTimer(); }
     void StartRefreshTokenSlot(bool synchronous);
 
@@ -60,6 +61,11 @@ protected:
     /// Gives back the locks of a refresh that ends.
     virtual void releaseLocks() = 0;
 
+    /// The token as it is now, encrypted; empty when there is none.
+    [[nodiscard]] virtual QByteArray heldToken() const = 0;
+    /// A token has arrived, whoever obtained it: the failures of the one before count no more.
+    virtual void forgetFailures() = 0;
+
     /// The reasons that all kinds of refresh share; empty when none of them holds.
     [[nodiscard]] QString sharedStopReason() const;
 
@@ -70,6 +76,17 @@ protected:
     void stopRefreshTimer();
     void startRefreshTimer(int intervalMs);
     void finish(int result);
+    /// The end of a run that failed: another try follows, unless another token has arrived meanwhile.
+    void finishAndRetry(int intervalMs);
+    /// The end of a run whose sign-in is over. There may be another one, with tokens of its own.
+    void finishForSignInGone(const QString& text);
+
+    /// From now on `isAnotherToken` compares with the present one: it is what the server is asked to renew.
+    void noteTriedToken() { m_triedToken = heldToken(); }
+    /// Whether there is a token, and another one than that of the present run or of the last one.
+    [[nodiscard]] bool isAnotherToken() const;
+    /// The timer runs for another try, whatever the token's life.
+    [[nodiscard]] bool isRetry() const { return m_isRetry; }
 
     /// True when the run was asked for because of an expired token only.
     [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
@@ -81,6 +98,8 @@ private:
 
     const RefreshTexts& m_texts;
     QDateTime m_expectedArrival;
+    QByteArray m_triedToken;
+    bool m_isRetry = false;
     std::atomic<bool> m_onlyForExpired{false};
 };
 

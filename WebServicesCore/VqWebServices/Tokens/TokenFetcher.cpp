@@ -77,41 +77,50 @@ bool TokenFetcher::request() {
     return true;
 }
 
+void TokenFetcher::ignoreResult() {
+    log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
+    finish(0);
+}
+
 void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token query network operation thread finished"));
-    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark) {
-        log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
-        return finish(0);
-    }
+    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+        return ignoreResult();
     if (isAborted())
         return finish(0);
     log().information(QStringLiteral("Token query thread finished"));
     if (outcome.hasStatus200())
-        return finish(storeReply(outcome) ? 1 : 0);
-    handleFailure(outcome);
+        storeReply(outcome);
+    else
+        handleFailure(outcome);
 }
 
-bool TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
+void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
     ProductTokens tokens;
     if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
         log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
                         .arg(outcome.reply.dump.join(QLatin1Char('\n'))));
-        return false;
+        return finish(0);
     }
     log().information(QStringLiteral("Got token"));
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    if (!owner().store(tokens, sessionExpiry, m_signInMark)) {
-        log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
-        return false;
+    switch (owner().store(tokens, sessionExpiry, m_signInMark)) {
+    case StoreResult::SignInGone: return ignoreResult();
+    case StoreResult::Busy: return countFailure();
+    case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
     }
+}
+
+void TokenFetcher::stored(const QByteArray& userName) {
     m_failureCount = 0;
+    // Not every server names the user again.
     log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
-                          .arg(QString::fromUtf8(reply.value(QStringLiteral("x_oauth_user_name")))));
+                          .arg(userName.isEmpty() ? owner().user() : QString::fromUtf8(userName)));
     emit TokenAvailable();
     owner().raiseEvent(Event::TokenAcquired);
     owner().raiseEvent(Event::TokenAvailable);
-    return true;
+    finish(1);
 }
 
 void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
@@ -119,15 +128,23 @@ void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
     if (isClock)
         services().clockProblemSeen();
     log().error(QStringLiteral("Failed to query token. %1%2").arg(outcome.errorText(), outcome.problemText()));
-    const bool isHopeless = outcome.reply.status == 400 && !isClock;
-    if (!isHopeless && ++m_failureCount <= maximumRetries) {
+    if (outcome.reply.status == 400 && !isClock)
+        giveUp();
+    else
+        countFailure();
+}
+
+void TokenFetcher::countFailure() {
+    if (++m_failureCount <= maximumRetries) {
         log().warning(QStringLiteral("Will retry token query after %1").arg(Util::timeSpanText(retryMs)));
         finish(0);
         return startQueryTimer(retryMs);
     }
-    if (m_failureCount > maximumRetries)
-        log().error(
-            QStringLiteral("Failed to query token after %1 attempts. Giving up token query.").arg(maximumRetries));
+    log().error(QStringLiteral("Failed to query token after %1 attempts. Giving up token query.").arg(maximumRetries));
+    giveUp();
+}
+
+void TokenFetcher::giveUp() {
     log().error(QStringLiteral(
         "Failed to login automatically using another product's login credentials. Try to logout and login again."));
     m_failureCount = 0;

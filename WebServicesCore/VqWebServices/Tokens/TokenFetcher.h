@@ -35,10 +35,15 @@ protected:
     [[nodiscard]] bool request() override;
     void handleReply(const ExchangeOutcome& outcome) override;
     void emitFinished() override { emit TokenQueryFinished(); }
+    void gaveUpWaiting() override { countFailure(); }
 
 private:
-    [[nodiscard]] bool storeReply(const ExchangeOutcome& outcome);
+    void storeReply(const ExchangeOutcome& outcome);
+    void stored(const QByteArray& userName);
+    void ignoreResult();
     void handleFailure(const ExchangeOutcome& outcome);
+    void countFailure();
+    void giveUp();
 
     QString m_signInMark;
     int m_failureCount = 0;

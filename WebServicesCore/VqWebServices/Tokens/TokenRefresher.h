@@ -11,7 +11,7 @@ namespace Velquor::WebServices {
 /// Renews the OAuth 1.0 access token of a product before it expires, with the product's session handle.
 ///
 /// Before it asks the server it looks at the login state file: another process may have done so. A token that the server refuses
-/// for good signs the user out, unless the file holds a newer one. Thread, owner and errors: as of TokenWorker.
+/// for good signs the user out, unless the file holds another one. Thread, owner and errors: as of TokenWorker.
 class TokenRefresher : public RefreshWorker {
     Q_OBJECT
 
@@ -37,6 +37,8 @@ protected:
     [[nodiscard]] QString describeToken(bool& isDue) const override;
     void refresh() override;
     void releaseLocks() override;
+    [[nodiscard]] QByteArray heldToken() const override { return owner().tokens().accessToken; }
+    void forgetFailures() override { m_failureCount = 0; }
     void handleReply(const ExchangeOutcome& outcome) override;
 
 private:
@@ -47,16 +49,20 @@ private:
     void request();
     void sendRequest(bool withToken);
     void succeeded(const ExchangeOutcome& outcome);
+    void stored(const ProductTokens& tokens);
     void handleRefusal(const ExchangeOutcome& outcome);
     void countFailure(bool isClockProblem);
+    void retryAfter(int intervalMs);
+    /// Looks at the file before the user is signed out. True when that has ended the run.
+    [[nodiscard]] bool isSettledElsewhere();
+    void giveUp(const QString& text);
     void takeFromFile();
-    void finishAndRetry(int intervalMs);
+    void signInGone();
 
     RefreshController& m_controller;
     IRequestFlags& m_flags;
     const std::shared_ptr<RunState> m_queries;
     QString m_signInMark;
-    ProductTokens m_tokensBefore; ///< As they were when the refresh was begun.
     const LostAnswerMark m_mark;
     RefreshNotice m_notice;
     int m_failureCount = 0;

@@ -1,0 +1,41 @@
+#include "Tokens/RequestLock.h"
+
+#include <utility>
+
+namespace Velquor::WebServices {
+
+RequestLock::RequestLock(const QString& name, const QString& folder, std::shared_ptr<Log::ILogger> logger)
+    : m_name(name)
+    , m_logger(std::move(logger))
+    , m_guard(name, folder) {}
+
+bool RequestLock::acquire() {
+    // A lock held by this very thread must not be tried: the system would grant it a second time.
+    if (m_isHeld)
+        return false;
+    const Util::ProcessGuard::Result result = m_guard.acquire(0);
+    if (result == Util::ProcessGuard::Result::Failed)
+        reportRefusal();
+    m_isHeld = result != Util::ProcessGuard::Result::TimedOut;
+    return m_isHeld;
+}
+
+void RequestLock::reportRefusal() {
+    if (std::exchange(m_isRefusalReported, true))
+        return;
+    m_logger->error(QStringLiteral("Failed to lock %1. %2 Going on without the lock.").arg(m_name, m_guard.errorText()));
+}
+
+void RequestLock::release() {
+    if (std::exchange(m_isHeld, false))
+        m_guard.release();
+}
+
+bool RequestLock::isTaken() {
+    const bool isFree = acquire();
+    if (isFree)
+        release();
+    return !isFree;
+}
+
+} // namespace Velquor::WebServices
