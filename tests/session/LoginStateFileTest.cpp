@@ -110,7 +110,7 @@ private slots:
         first.restoreAndSignIn();
         Process second(*m_fixture);
         second.restore();
-        LoginStateSaver(second.core).removeLogin(logoutDateFor(second.core.services.now(), second.core.basic().loginDate));
+        QVERIFY(LoginStateSaver(second.core).endSignIn(second.core.basic()));
         LoginStateSaver(first.core).save();
         QVERIFY(element(*m_fixture, {"LoginSession"}).isNull());
         QVERIFY(m_fixture->hasLogged(QStringLiteral("The user was signed out by another process")));

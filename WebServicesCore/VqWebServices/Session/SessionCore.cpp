@@ -24,7 +24,7 @@ SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     , file(services.loginStateFile, services.logger)
     , clients(services.logger)
     , products(this->services)
-    , binding(services.cryptor, services.maximumBlockText(), services.logger)
+    , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.logger)
     , proxy(services.loginStateFile, services.cryptor, services.logger)
     , voice(voice) {}
 
@@ -173,6 +173,18 @@ void SessionCore::forgetUser() {
     for (const ProductSessionPointer& session : sessions)
         session->Clear();
     products.clear();
+}
+
+void SessionCore::markEnded(const BasicLoginState& signIn) {
+    const QMutexLocker locker(&m_mutex);
+    if (laterOf(m_lastEnded.loginDate, signIn.loginDate) == signIn.loginDate)
+        m_lastEnded = signIn;
+}
+
+bool SessionCore::isEnded(const BasicLoginState& signIn) const {
+    const QMutexLocker locker(&m_mutex);
+    return signIn.loginDate.isValid() && m_lastEnded.loginDate.isValid()
+           && (signIn.isSameSignIn(m_lastEnded) || signIn.loginDate < m_lastEnded.loginDate);
 }
 
 } // namespace Velquor::WebServices

@@ -7,6 +7,7 @@
 #include "Session/MachineBinding.h"
 #include "Session/ProductSessions.h"
 #include "Session/ProxyCredentials.h"
+#include "Session/RetryMark.h"
 #include "Session/SessionServices.h"
 
 #include <QMutex>
@@ -38,6 +39,10 @@ public:
     ISessionVoice* const voice;
     /// A step that waits for the network is under way (SessionFlow.h). Under the login session lock.
     bool isFlowActive = false;
+    /// The login state file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
+    RetryMark unsaved{60000};
+    /// The login state file has news that could not be read. They may be a sign-out, which must not wait.
+    RetryMark unread{1000};
     /// The user is being signed out: nothing is worth refreshing any more.
     std::atomic<bool> isLogoutPending{false};
     /// The library is being uninitialized: nothing new is begun.
@@ -84,9 +89,14 @@ public:
     /// Forgets the user and every product login session, in memory only.
     void forgetUser();
 
+    /// This sign-in is over. Neither it nor an earlier one is taken from the file again, also while the file cannot be written.
+    void markEnded(const BasicLoginState& signIn);
+    [[nodiscard]] bool isEnded(const BasicLoginState& signIn) const;
+
 private:
     mutable QMutex m_mutex;
     BasicLoginState m_basic;
+    BasicLoginState m_lastEnded;
     Server m_currentServer = Production;
     QDateTime m_logoutDate;
     bool m_restored = false;

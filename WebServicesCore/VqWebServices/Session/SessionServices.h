@@ -21,6 +21,7 @@ struct SessionServices : TokenServices {
     /// Ends the exchanges of a sign-in or sign-out when the session is stopped. Set by the login session.
     std::shared_ptr<ICancelController> exchangeCancel;
     QString loginStateFile;
+    bool isForAllUsers = false; ///< The file lies in the folder of all users of the machine.
     QString savedBy; ///< The name of this program, for "LastSavedBy".
     /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.
     std::shared_ptr<Util::ProcessState> processState;

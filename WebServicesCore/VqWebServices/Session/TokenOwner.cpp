@@ -3,6 +3,8 @@
 #include "Session/LoginStateSaver.h"
 #include "Tokens/OAuth2Session.h"
 
+#include <QDeadlineTimer>
+#include <QThread>
 #include <mutex>
 
 namespace Velquor::WebServices {
@@ -10,6 +12,7 @@ namespace Velquor::WebServices {
 namespace {
 
 constexpr int lockSliceMs = 50;
+constexpr int pauseMs = 10;
 // Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
 constexpr int lockTimeoutMs = 65000;
 constexpr int catchUpWaitMs = 10000;
@@ -55,9 +58,12 @@ QString TokenOwner::user() const {
 QString TokenOwner::signInMark() const { return markOf(m_core.basic(), m_core.currentServer()); }
 
 bool TokenOwner::catchUpWithFile(const QString& signInMark) {
-    for (int waited = 0; !m_core.voice->catchUpWithin(lockSliceMs) && waited < catchUpWaitMs; waited += lockSliceMs) {
+    // One look may itself take as long as all of them may.
+    const QDeadlineTimer deadline(catchUpWaitMs);
+    while (!m_core.voice->catchUpWithin(lockSliceMs) && !deadline.hasExpired()) {
         if (m_stopping)
             return false;
+        QThread::msleep(pauseMs);
     }
     return !signInMark.isEmpty() && this->signInMark() == signInMark;
 }
@@ -87,7 +93,7 @@ bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpi
         m_core.setBasic(state);
     }
     // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
-    if (LoginStateSaver(m_core).save() != LoginStateSaver::Result::SignInGone)
+    if (LoginStateSaver(m_core).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
         return true;
     m_product.setTokens(before);
     return false;
