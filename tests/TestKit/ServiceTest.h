@@ -13,8 +13,8 @@ namespace Velquor::TestKit {
 /// Thread: the test's. Owner: the test, which derives from it and keeps its sessions behind what is here.
 class ServiceTest : public QObject {
 protected:
-    void startService() {
-        QVERIFY(m_service.start());
+    void startService(const QStringList& options = {}) {
+        QVERIFY(m_service.start(options));
         WebServices::SupportFiles::setSearchPaths(m_service.folder());
     }
 
