@@ -108,6 +108,17 @@ private slots:
         QCOMPARE(isSameMachine(stored, current), same);
     }
 
+    // Every adapter is replaced in the course of the years, one at a time.
+    void knowsTheMachineOverTheYears() {
+        QStringList stored{"aa", "bb"};
+        // A dock that is away for the day, and room for four.
+        for (const QStringList& present : {QStringList{"bb", "cc"}, QStringList{"bb"}, QStringList{"dd", "cc"}, QStringList{"ee", "dd"}}) {
+            QVERIFY(isSameMachine(stored.join('|'), present));
+            stored = joinedMachineAddress(renewedAddresses(stored, present), 11).split('|');
+        }
+        QCOMPARE(stored, QStringList({"ee", "dd", "cc", "bb"}));
+    }
+
     void readsExpiry_data() {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<qint64>("lifetime");

@@ -36,11 +36,8 @@ QByteArray MachineBinding::encryptAddresses(const QStringList& addresses) const 
 
 void MachineBinding::renew(BasicLoginState& state) const {
     const QStringList stored = m_cryptor->decrypt(state.machineAddress).toText().split(QLatin1Char('|'), Qt::SkipEmptyParts);
-    const QStringList current = Util::adapterAddresses();
-    if (std::all_of(current.begin(), current.end(), [&](const QString& address) { return stored.contains(address); }))
-        return;
-    // The earlier ones stay while there is room: an adapter that was taken out for the day comes back.
-    const QByteArray renewed = encryptAddresses(current + stored);
+    const QStringList addresses = renewedAddresses(stored, Util::adapterAddresses());
+    const QByteArray renewed = addresses == stored ? QByteArray() : encryptAddresses(addresses);
     if (!renewed.isEmpty())
         state.machineAddress = renewed;
 }
@@ -77,6 +74,13 @@ QString joinedMachineAddress(const QStringList& addresses, int maximumSize) {
     while (left.size() > 1 && left.join(QLatin1Char('|')).toUtf8().size() > maximumSize)
         left.removeLast();
     return left.join(QLatin1Char('|'));
+}
+
+QStringList renewedAddresses(const QStringList& stored, const QStringList& current) {
+    const bool hasNew = std::any_of(current.begin(), current.end(), [&](const QString& address) { return !stored.contains(address); });
+    QStringList addresses = hasNew ? current + stored : stored;
+    addresses.removeDuplicates();
+    return addresses;
 }
 
 bool isSameMachine(const QString& storedAddress, const QStringList& currentAddresses) {

@@ -42,6 +42,10 @@ private:
 /// `maximumSize` bytes and more than one address is left.
 [[nodiscard]] QString joinedMachineAddress(const QStringList& addresses, int maximumSize);
 
+/// The addresses to store for a machine that has `current` ones by now: these first, and the stored ones, since an adapter that was taken
+/// out for the day comes back. The stored ones alone when there is no new one.
+[[nodiscard]] QStringList renewedAddresses(const QStringList& stored, const QStringList& current);
+
 /// Whether two machines are the same: one common address is enough; a machine without addresses has the blank address.
 [[nodiscard]] bool isSameMachine(const QString& storedAddress, const QStringList& currentAddresses);
 

@@ -3,7 +3,7 @@
 #include "Session/LoginStateSaver.h"
 #include "Tokens/OAuth2Session.h"
 
-#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QThread>
 #include <mutex>
 
@@ -16,6 +16,8 @@ constexpr int pauseMs = 10;
 // Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
 constexpr int lockTimeoutMs = 65000;
 constexpr int catchUpWaitMs = 10000;
+// Enough for a second look at a file that could not be read, which may be so for good.
+constexpr int unreadableWaitMs = 1500;
 
 QString markOf(const BasicLoginState& state, Server server) {
     return state.hasUser() ? QStringLiteral("%1|%2|%3").arg(server).arg(state.loginDate.toMSecsSinceEpoch()).arg(state.userId)
@@ -59,8 +61,9 @@ QString TokenOwner::signInMark() const { return markOf(m_core.basic(), m_core.cu
 
 bool TokenOwner::catchUpWithFile(const QString& signInMark) {
     // One look may itself take as long as all of them may.
-    const QDeadlineTimer deadline(catchUpWaitMs);
-    while (!m_core.voice->catchUpWithin(lockSliceMs) && !deadline.hasExpired()) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!m_core.voice->catchUpWithin(lockSliceMs) && timer.elapsed() < (m_core.unread.isWanted() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
         QThread::msleep(pauseMs);
