@@ -16,7 +16,7 @@ const auto key = QStringLiteral("demo-product-0001");
 const auto otherKey = QStringLiteral("other-product-0002");
 
 // The file cannot hold such a name, which must not make one sign-in look like two.
-const auto bobOfTheService = QStringLiteral("bob\x01");
+const auto bobOfTheService = QStringLiteral("bob\x02");
 
 using Process = TestKit::StateProcess;
 

@@ -30,16 +30,18 @@ ProductMerge::Nodes ProductMerge::takeStock(QDomElement& products) const {
             products.removeChild(element); // Every reader takes the first.
         else
             existing.insert(key, element);
-        if (!m_core.products.find(key, m_core.currentServer()))
-            m_core.services.logger->information(QStringLiteral("Found new product %1 in login state file while saving. Preserving it.")
-                                     .arg(element.attribute(QStringLiteral("Name"))));
         element = next;
+        if (m_core.products.find(key, m_core.currentServer()))
+            continue;
+        m_core.services.logger->information(
+            QStringLiteral("Found new product %1 in login state file while saving. Preserving it.")
+                .arg(existing.value(key).attribute(QStringLiteral("Name"))));
     }
     return existing;
 }
 
 void ProductMerge::writeProduct(QDomElement& products, const ProductSessionPointer& session, const QDomElement& earlier,
-                                   bool isSameSignIn) {
+                                bool isSameSignIn) {
     if (session.get() == m_fresh)
         session->noteFile(earlier);
     // A product that was only read here belongs to another process.
