@@ -40,8 +40,7 @@ public:
         made.cipherBlockSize = Util::userKeyBlockSize;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         made.urls = &urls;
-        made.logger = logger;
-        made.networkLogger = logger;
+        made.loggers = WebServices::Loggers::all(logger);
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
         made.exchangeTimeoutMs = exchangeTimeoutMs;
         made.loginStateFile = file();

@@ -80,11 +80,11 @@ std::shared_ptr<Util::ICryptor> makeCryptor(const std::shared_ptr<Log::ILogger>&
     return std::make_shared<Util::CachingCryptor>(std::make_shared<Util::LazyCryptor>(make));
 }
 
-std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const std::shared_ptr<Log::ILogger>& networkLogger) {
+std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const Loggers& loggers) {
     OAuth::TimeServiceParts parts;
     parts.source = std::make_shared<OAuth::SystemTimeSource>();
-    parts.logger = Log::makeLogger(QStringLiteral("VqWebServices.TimeService"));
-    parts.networkLogger = networkLogger;
+    parts.logger = loggers.timeService;
+    parts.networkLogger = loggers.network;
     return std::make_shared<OAuth::TimeServiceImp>(UrlStore::instance(), Production, parts);
 }
 
@@ -109,16 +109,14 @@ QString oauth2Text(const QVector<OAuth2TokenSpec>& specs) {
 void startSession(StartedLibrary& started, const QString& defaultClientKey, const QVector<OAuth2TokenSpec>& oauth2Specs) {
     const QString host = Util::hostExecutablePath();
     SessionServices services;
-    services.logger = Log::makeLogger(QStringLiteral("VqWebServices.Session"));
-    services.networkLogger = Log::makeLogger(QStringLiteral("VqWebServices.Network"));
-    services.cacheLogger = Log::makeLogger(QStringLiteral("VqWebServices.Cache"));
-    const auto timeService = makeTimeService(services.networkLogger);
+    services.loggers = Loggers::named();
+    const auto timeService = makeTimeService(services.loggers);
     started.timeService = timeService;
-    started.processState = makeProcessState(services.logger);
-    services.cryptor = makeCryptor(services.logger);
+    started.processState = makeProcessState(services.loggers.ipc);
+    services.cryptor = makeCryptor(services.loggers.session);
     services.cipherBlockSize = Util::userKeyBlockSize;
     services.oauthHost =
-        std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), timeService, services.logger);
+        std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), timeService, services.loggers.session);
     services.clockProblemSeen = [timeService] { timeService->handleIncorrectSystemTime(); };
     services.urls = &UrlStore::instance();
     services.loginStateFile = RuntimePaths::loginStateFile();

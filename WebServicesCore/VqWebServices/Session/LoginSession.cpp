@@ -23,8 +23,8 @@ SessionServices withCancel(SessionServices services) {
 LoginSession::LoginSession(const SessionServices& services, const ClientIdentity& self,
                            const QVector<OAuth2TokenSpec>& oauth2Specs)
     : m_core(withCancel(services), this)
-    , m_dispatcher(services.logger, [this] { return m_core.isLoggedIn(); })
-    , m_logger(*services.logger)
+    , m_dispatcher(services.loggers.session, [this] { return m_core.isLoggedIn(); })
+    , m_logger(*services.loggers.session)
     , m_reactions(m_core) {
     qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
     connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);

@@ -133,7 +133,7 @@ void LoginSession::sendToOthers(Event event, const EventSubject& subject) {
 
 void LoginSession::startNotifications() {
     m_notificationThread = std::make_unique<QThread>();
-    m_notifications = new NotificationManager(m_core.services.lockFolder, m_reactions, m_core.services.logger);
+    m_notifications = new NotificationManager(m_core.services.lockFolder, m_reactions, m_core.services.loggers.ipc);
     m_notifications->moveToThread(m_notificationThread.get());
     connect(m_notificationThread.get(), &QThread::started, m_notifications, &NotificationManager::Start);
     connect(m_notificationThread.get(), &QThread::finished, m_notifications, &QObject::deleteLater);

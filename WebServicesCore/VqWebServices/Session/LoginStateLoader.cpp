@@ -35,7 +35,7 @@ QDateTime readLogoutDate(const QDomElement& root) {
 
 LoginStateLoader::LoginStateLoader(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 bool LoginStateLoader::loadBasic() {
     const QString path = m_core.file.path();

@@ -19,7 +19,7 @@ const auto reminderName = QStringLiteral("LastLoginReminderDate");
 
 LoginStateSaver::LoginStateSaver(SessionCore& core, int guardTimeoutMs)
     : m_core(core)
-    , m_logger(*core.services.logger)
+    , m_logger(*core.services.loggers.session)
     , m_guardTimeoutMs(guardTimeoutMs)
     , m_products(core) {}
 

@@ -25,6 +25,11 @@ QString shortKey(const QString& key) {
     return dash >= 0 ? key.mid(dash + 1) : key.right(shortKeyLength);
 }
 
+SessionServices withPrefix(SessionServices services, const std::shared_ptr<const Log::LogPrefix>& prefix) {
+    services.loggers = services.loggers.withPrefix(prefix);
+    return services;
+}
+
 // A signature needs both a key and its secret; each failure has a text of its own.
 QString checkKeys(const SigningKeys& keys) {
     if (keys.consumerKey.isEmpty())
@@ -41,15 +46,16 @@ QString checkKeys(const SigningKeys& keys) {
 } // namespace
 
 ProductLoginSession::ProductLoginSession(SessionServices services, const QString& productKey, Server server)
-    : m_services(std::move(services))
+    : m_services(withPrefix(std::move(services), m_prefix))
     , m_productKey(productKey)
     , m_server(server)
-    , m_oauth2(m_services.logger) {
-    m_services.logger->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(productKey));
+    , m_oauth2(m_services.loggers.oauth2) {
+    renewPrefix();
+    m_services.loggers.product->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(productKey));
 }
 
 ProductLoginSession::~ProductLoginSession() {
-    m_services.logger->information(QStringLiteral("ProductLoginSession destructor, server %1").arg(serverName(m_server)));
+    m_services.loggers.product->information(QStringLiteral("ProductLoginSession destructor, server %1").arg(serverName(m_server)));
     if (m_owner)
         m_owner->stop();
 }
@@ -58,6 +64,7 @@ void ProductLoginSession::setProduct(const QString& name, const QString& exeName
     const QMutexLocker lock(&m_mutex);
     m_name = name;
     m_exeName = exeName;
+    renewPrefix();
 }
 
 QString ProductLoginSession::displayName() const {
@@ -65,11 +72,10 @@ QString ProductLoginSession::displayName() const {
     return m_name.isEmpty() ? shortKey(m_productKey) : m_name;
 }
 
-QString ProductLoginSession::logPrefix() const {
-    const QMutexLocker lock(&m_mutex);
+void ProductLoginSession::renewPrefix() {
     const int number = static_cast<int>(m_server);
-    return m_name.isEmpty() ? QStringLiteral("%1.%2").arg(shortKey(m_productKey)).arg(number)
-                            : QStringLiteral("%1.%2.%3").arg(m_name, shortKey(m_productKey)).arg(number);
+    m_prefix->set(m_name.isEmpty() ? QStringLiteral("%1.%2").arg(shortKey(m_productKey)).arg(number)
+                                   : QStringLiteral("%1.%2.%3").arg(m_name, shortKey(m_productKey)).arg(number));
 }
 
 void ProductLoginSession::SetConfiguration(const ConfigurationPointer& configuration) {
@@ -120,9 +126,10 @@ void ProductLoginSession::Load(const QDomElement& product) {
             m_name = product.attribute(QStringLiteral("Name"));
         if (m_exeName.isEmpty())
             m_exeName = product.attribute(QStringLiteral("ExeName"));
+        renewPrefix();
     }
     m_oauth2.load(OAuth2TokenNodes::read(product));
-    m_services.logger->information(QStringLiteral("Loaded product login session"));
+    m_services.loggers.product->information(QStringLiteral("Loaded product login session"));
 }
 
 bool ProductLoginSession::isUnsaved() const { return m_tokens.areComplete() && m_tokens.accessToken != m_tokenInFile; }
@@ -148,12 +155,12 @@ bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier)
     const QVector<OAuth2TokenData> oauth2Tokens = m_oauth2.tokens();
     const QMutexLocker lock(&m_mutex);
     if (!m_tokens.areComplete()) {
-        m_services.logger->information(QStringLiteral("Skipping saving of login session. No session to persist."));
+        m_services.loggers.product->information(QStringLiteral("Skipping saving of login session. No session to persist."));
         return false;
     }
     // A key that the file cannot hold would come back as another one.
     if (!m_configuration || m_productKey.isEmpty() || LoginStateXml::storableText(m_productKey) != m_productKey) {
-        m_services.logger->error(
+        m_services.loggers.product->error(
             QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
         return false;
     }
@@ -169,7 +176,7 @@ bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier)
     OAuth2TokenNodes::copy(earlier, product);
     for (const OAuth2TokenData& token : oauth2Tokens)
         OAuth2TokenNodes::put(product, token, false);
-    m_services.logger->information(QStringLiteral("Saved product login session"));
+    m_services.loggers.product->information(QStringLiteral("Saved product login session"));
     return true;
 }
 
@@ -181,7 +188,7 @@ void ProductLoginSession::SaveOAuth2(QDomElement& product, const OAuth2TokenData
 }
 
 void ProductLoginSession::Clear() {
-    m_services.logger->information(QStringLiteral("Clearing product login session"));
+    m_services.loggers.product->information(QStringLiteral("Clearing product login session"));
     const QMutexLocker operation(&m_operationLock);
     {
         const QMutexLocker lock(&m_mutex);

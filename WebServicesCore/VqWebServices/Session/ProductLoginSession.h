@@ -38,8 +38,10 @@ public:
     void setProduct(const QString& name, const QString& exeName);
     [[nodiscard]] QString displayName() const;
 
-    /// The prefix of this session in the names of operations: empty, or the product's name and the end of its key.
-    [[nodiscard]] QString logPrefix() const;
+    /// The prefix of what is logged for this session: the product's name, when it is known, the end of its key, and the server.
+    [[nodiscard]] QString logPrefix() const { return m_prefix->text(); }
+    /// What its token work needs of the floors below; the loggers write with the prefix.
+    [[nodiscard]] const TokenServices& services() const { return m_services; }
 
     /// Starts the token operations when there is a configuration, unless that was done or the session was deactivated.
     void Activate(SessionCore& core);
@@ -115,9 +117,12 @@ public:
 
 private:
     [[nodiscard]] QString describeReferences() const;
+    /// Under the mutex.
+    void renewPrefix();
     [[nodiscard]] bool isUnsaved() const;
     void checkOAuth2Tokens() const;
 
+    const std::shared_ptr<Log::LogPrefix> m_prefix = std::make_shared<Log::LogPrefix>();
     const SessionServices m_services;
     const QString m_productKey;
     const Server m_server;

@@ -33,7 +33,7 @@ ProductMerge::Nodes ProductMerge::takeStock(QDomElement& products) const {
         element = next;
         if (m_core.products.find(key, m_core.currentServer()))
             continue;
-        m_core.services.logger->information(
+        m_core.services.loggers.session->information(
             QStringLiteral("Found new product %1 in login state file while saving. Preserving it.")
                 .arg(existing.value(key).attribute(QStringLiteral("Name"))));
     }

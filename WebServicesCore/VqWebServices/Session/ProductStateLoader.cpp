@@ -17,7 +17,7 @@ QDomElement firstProduct(const QDomElement& login) {
 
 ProductStateLoader::ProductStateLoader(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 LoginStateFile::Content ProductStateLoader::read() {
     const LoginStateFile::Guard guard(m_core.file);

@@ -12,8 +12,6 @@ namespace {
 
 SessionServices withCacheFile(SessionServices services) {
     services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
-    if (!services.cacheLogger)
-        services.cacheLogger = services.logger;
     return services;
 }
 
@@ -21,11 +19,11 @@ SessionServices withCacheFile(SessionServices services) {
 
 SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     : services(withCacheFile(services))
-    , file(services.loginStateFile, services.logger)
-    , clients(services.logger)
+    , file(services.loginStateFile, services.loggers.session)
+    , clients(services.loggers.session)
     , products(this->services)
-    , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.logger)
-    , proxy(services.loginStateFile, services.cryptor, services.logger)
+    , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
+    , proxy(services.loginStateFile, services.cryptor, services.loggers.session)
     , voice(voice) {}
 
 SessionCore::~SessionCore() { products.stopAll(); }
@@ -103,16 +101,16 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     const ProductSessionPointer session = products.getOrCreate(clients.productKey(clientKey, server), server);
     if (!session)
         return {};
-    services.logger->information(
+    services.loggers.session->information(
         QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
     session->SetConfiguration(configuration);
     if (!clients.contains(clientKey)) {
-        services.logger->error(
+        services.loggers.session->error(
             QStringLiteral("Failed to apply product settings in product login session. Client info not found for product id %1.")
                 .arg(clientKey));
         return session;
     }
-    services.logger->information(QStringLiteral("Applying product settings in product login session"));
+    services.loggers.session->information(QStringLiteral("Applying product settings in product login session"));
     const ClientIdentity identity = clients.identity(clientKey);
     session->setProduct(identity.productName, QFileInfo(identity.productExeFile).fileName());
     session->AddClientReference(clientKey);
@@ -158,7 +156,7 @@ void SessionCore::deleteCaches() {
     }
     endCaches();
     if (!CacheFile::removeAll(services.cacheFile))
-        services.cacheLogger->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
+        services.loggers.cache->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
 }
 
 void SessionCore::endCaches() {

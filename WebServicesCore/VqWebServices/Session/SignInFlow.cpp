@@ -21,7 +21,7 @@ constexpr int maximumCookieSize = 256 * 1024;
 SignInFlow::SignInFlow(SessionCore& core)
     : m_core(core)
     , m_services(core.services)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 QString SignInFlow::checkReady(const QString& clientKey) const {
     if (!m_core.clients.hasAnyConfiguration(clientKey))

@@ -13,7 +13,7 @@ const auto accountServer = QStringLiteral("AccountServerUrl");
 
 SignOutFlow::SignOutFlow(SessionCore& core)
     : m_core(core)
-    , m_logger(*core.services.logger) {}
+    , m_logger(*core.services.loggers.session) {}
 
 bool SignOutFlow::begin() {
     m_logger.information(QStringLiteral("Initiating logout"));

@@ -81,7 +81,7 @@ bool TokenOwner::lockState() {
 
 bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
     if (!lockState()) {
-        m_core.services.logger->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
+        services().loggers.product->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
                                           .arg(m_product.displayName()));
         return false;
     }
@@ -104,7 +104,7 @@ bool TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpi
 
 bool TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
     if (!lockState()) {
-        m_core.services.logger->error(
+        services().loggers.product->error(
             QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
         return false;
