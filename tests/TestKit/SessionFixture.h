@@ -2,12 +2,14 @@
 
 #include "Network/SupportFiles.h"
 #include "Session/LoginSession.h"
+#include "Session/LoginStateXml.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/Crypto/UserCryptor.h"
 #include "VqUtil/Platform/UserRsaCryptor.h"
 
+#include <QDomDocument>
 #include <QFile>
 #include <QTemporaryDir>
 #include <atomic>
@@ -45,6 +47,7 @@ public:
         made.lockFolder = m_stateFolder;
         made.notifiesProcesses = notifiesProcesses;
         made.savedBy = QStringLiteral("test");
+        made.isForAllUsers = isForAllUsers;
         return made;
     }
 
@@ -71,6 +74,14 @@ public:
         return state.open(QIODevice::ReadOnly) ? state.readAll() : QByteArray();
     }
 
+    /// The user in the file, and the access token of its first product; empty when there is none.
+    [[nodiscard]] QString userInFile() const { return loginInFile().attribute(QStringLiteral("UserName")); }
+    [[nodiscard]] QString tokenInFile() const {
+        const QDomElement products = loginInFile().firstChildElement(QStringLiteral("Products"));
+        const QByteArray token = WebServices::LoginStateXml::secret(products.firstChildElement(), QStringLiteral("AccessToken"));
+        return token.isEmpty() ? QString() : cryptor->decrypt(token).toText();
+    }
+
     void writeFile(const QByteArray& contents) const {
         QFile state(file());
         if (state.open(QIODevice::WriteOnly))
@@ -88,10 +99,18 @@ public:
     WebServices::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
+    bool isForAllUsers = false; ///< The folder is the one of all users, for sessions made from now on.
     bool notifiesProcesses = false; ///< Sessions made from now on tell each other what happens.
     std::atomic<qint64> clockOffset{0}; ///< Seconds that the sessions' clock is ahead.
 
 private:
+    [[nodiscard]] QDomElement loginInFile() const {
+        QDomDocument document;
+        document.setContent(fileContents());
+        // A copy, which outlives the document.
+        return document.documentElement().firstChildElement(QStringLiteral("LoginSession")).cloneNode().toElement();
+    }
+
     const QString m_stateFolder;
 };
 

@@ -42,10 +42,20 @@ public:
     }
 
     /// The product has tokens of its own from now on.
-    void takeTokens(const QDateTime& expiry) {
+    void takeTokens(const QDateTime& expiry, const QByteArray& token = {}) {
         const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
         core.configuredProduct(m_key)->setTokens(
-            {encrypt("token of " + m_key.toUtf8()), encrypt("secret"), encrypt("handle"), expiry});
+            {encrypt(token.isEmpty() ? "token of " + m_key.toUtf8() : token), encrypt("secret"), encrypt("handle"), expiry});
+    }
+
+    /// Takes over what other processes have written.
+    void lookAtFile() {
+        const WebServices::LoginStateFile::Guard guard(core.file);
+        const WebServices::LoginStateFile::Content content = core.file.read();
+        WebServices::LoginStateLoader loader(core);
+        if (content.isRead())
+            (void)loader.takeOver(content, false);
+        loader.noteSeen(content);
     }
 
     void restoreAndSignIn() {

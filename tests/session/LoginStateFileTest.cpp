@@ -87,22 +87,36 @@ private slots:
         QCOMPARE(third.token(otherKey), QByteArray("token of other-product-0002"));
     }
 
-    void keepsLaterTokensOfTheSameSignIn() {
+    // A clock that was put right, or a server that shortens its lifetimes, makes new tokens that end before the old ones.
+    void theTokensObtainedLastStand_data() {
+        QTest::addColumn<int>("lifetime");
+        QTest::newRow("ends later") << 3600;
+        QTest::newRow("ends at the same time") << 60;
+        QTest::newRow("ends earlier") << 30;
+    }
+
+    void theTokensObtainedLastStand() {
+        QFETCH(int, lifetime);
+        const QDateTime now = QDateTime::currentDateTimeUtc();
         Process first(*m_fixture);
         first.restore();
-        first.signIn(QStringLiteral("ada"), QDateTime::currentDateTimeUtc().addSecs(60));
+        first.signIn(QStringLiteral("ada"), now.addSecs(60));
         LoginStateSaver(first.core).save();
         Process second(*m_fixture);
         second.restore();
-        ProductTokens refreshed = second.core.products.find(key, Production)->tokens();
-        refreshed.accessToken = second.core.services.cryptor->encrypt("refreshed");
-        refreshed.expiryDate = refreshed.expiryDate.addSecs(3600);
-        second.core.products.find(key, Production)->setTokens(refreshed);
-        LoginStateSaver(second.core).save();
+        second.takeTokens(now.addSecs(lifetime), "refreshed");
+        QCOMPARE(LoginStateSaver(second.core).saveTokens(*second.core.products.find(key, Production)), LoginStateSaver::Result::Saved);
+        // The first process knows nothing of it yet, and saves something else.
         QCOMPARE(LoginStateSaver(first.core).save(), LoginStateSaver::Result::Saved);
-        Process third(*m_fixture);
-        third.restore();
-        QCOMPARE(third.token(key), QByteArray("refreshed"));
+        QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed"));
+        first.lookAtFile();
+        QCOMPARE(first.token(key), QByteArray("refreshed"));
+        // What was just obtained stands whatever the file holds.
+        first.takeTokens(now.addSecs(lifetime - 10), "refreshed again");
+        second.takeTokens(now.addSecs(lifetime), "refreshed last");
+        LoginStateSaver(first.core).saveTokens(*first.core.products.find(key, Production));
+        LoginStateSaver(second.core).saveTokens(*second.core.products.find(key, Production));
+        QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed last"));
     }
 
     void signOutElsewhereWins() {
@@ -110,7 +124,7 @@ private slots:
         first.restoreAndSignIn();
         Process second(*m_fixture);
         second.restore();
-        LoginStateSaver(second.core).removeLogin(logoutDateFor(second.core.services.now(), second.core.basic().loginDate));
+        QVERIFY(LoginStateSaver(second.core).endSignIn(second.core.basic()));
         LoginStateSaver(first.core).save();
         QVERIFY(element(*m_fixture, {"LoginSession"}).isNull());
         QVERIFY(m_fixture->hasLogged(QStringLiteral("The user was signed out by another process")));
@@ -176,7 +190,8 @@ private slots:
         QFETCH(QString, what);
         QFETCH(QString, logged);
         QFETCH(bool, deleted);
-        writeSignedInFile();
+        Process running(*m_fixture);
+        running.restoreAndSignIn();
         QDomDocument document;
         document.setContent(m_fixture->fileContents());
         QDomElement login = document.documentElement().firstChildElement("LoginSession");
@@ -205,10 +220,19 @@ private slots:
             product.removeChild(product.firstChildElement("AccessTokenSecret"));
         m_fixture->writeFile(document.toByteArray());
         Process process(*m_fixture);
+        LoginStateLoader(process.core).loadBasic();
         process.restore();
         QVERIFY(!process.core.isLoggedIn());
+        QVERIFY(process.core.basic().userName.isEmpty());
         QVERIFY2(m_fixture->hasLogged(logged), qPrintable(logged));
         QCOMPARE(element(*m_fixture, {"LoginSession"}).isNull(), deleted);
+        if (!deleted)
+            return;
+        // A process that runs with this sign-in ends it as well, and does not bring it back.
+        running.lookAtFile();
+        QVERIFY(!running.core.isLoggedIn());
+        LoginStateSaver(running.core).save();
+        QVERIFY(element(*m_fixture, {"LoginSession"}).isNull());
     }
 
     void anAbsentExpiryNeverExpires() {
@@ -220,6 +244,94 @@ private slots:
         Process process(*m_fixture);
         process.restore();
         QVERIFY(process.core.isLoginValid());
+    }
+
+    // In the folder of all users the state may be another user's, which is none of this one's business.
+    void leavesTheStateOfAnotherUserAlone_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("value");
+        QTest::addColumn<bool>("isUsed");
+        QTest::newRow("encrypted by the other user") << "ClientId" << QByteArray("AQIDBA==") << false;
+        QTest::newRow("saved by the other user") << "NTUserName" << QByteArray() << true;
+    }
+
+    void leavesTheStateOfAnotherUserAlone() {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, value);
+        QFETCH(bool, isUsed);
+        writeSignedInFile();
+        QDomDocument document;
+        document.setContent(m_fixture->fileContents());
+        QDomElement login = document.documentElement().firstChildElement("LoginSession");
+        LoginStateXml::setSecret(login, name, value.isEmpty() ? m_fixture->cryptor->encrypt("somebody-else") : value);
+        m_fixture->writeFile(document.toByteArray());
+        m_fixture->isForAllUsers = true;
+        Process process(*m_fixture);
+        process.restore();
+        QCOMPARE(process.core.isLoggedIn(), isUsed);
+        QVERIFY(!element(*m_fixture, {"LoginSession"}).isNull());
+    }
+
+    // What hosts and servers call things must never keep others from reading the file.
+    void writesWhatCanBeRead_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("control character") << QStringLiteral("ad\x01""a");
+        QTest::newRow("NUL") << QString(QChar(0)) + "ada";
+        QTest::newRow("line end") << QStringLiteral("ad\r\na");
+        QTest::newRow("half a character") << QString(QChar(0xd800)) + "ada";
+        QTest::newRow("no character") << QString(QChar(0xffff)) + "ada";
+        QTest::newRow("markup") << QStringLiteral("<ada> & \"]]>'");
+        QTest::newRow("far too long") << QString(2000000, 'a');
+    }
+
+    void writesWhatCanBeRead() {
+        QFETCH(QString, name);
+        Process process(*m_fixture);
+        process.restore();
+        process.signIn(QStringLiteral("ada"));
+        BasicLoginState state = process.core.basic();
+        state.userName = state.userId = state.ldapDomainKey = name;
+        process.core.setBasic(state);
+        process.core.products.find(key, Production)->setProduct(name, name);
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
+        Process next(*m_fixture);
+        next.restore();
+        QVERIFY(next.core.isLoginValid(key));
+        QVERIFY(next.core.basic().userName.contains(QStringLiteral("a")));
+    }
+
+    void refusesToWriteWhatNobodyCouldRead() {
+        Process process(*m_fixture);
+        process.restoreAndSignIn();
+        const QByteArray before = m_fixture->fileContents();
+        process.takeTokens(QDateTime::currentDateTimeUtc(), QByteArray(1000000, 'x'));
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Failed);
+        QCOMPARE(m_fixture->fileContents(), before);
+    }
+
+    // Elements that should be there once: the one that is not used must not come to light.
+    void removesWhatStandsTwice() {
+        writeSignedInFile();
+        QDomDocument document;
+        document.setContent(m_fixture->fileContents());
+        QDomElement login = document.documentElement().firstChildElement("LoginSession");
+        QDomElement products = login.firstChildElement("Products");
+        QDomElement stale = products.appendChild(products.firstChildElement().cloneNode()).toElement();
+        LoginStateXml::setSecret(stale, "AccessToken", m_fixture->cryptor->encrypt("stale"));
+        document.documentElement().appendChild(login.cloneNode());
+        m_fixture->writeFile(document.toByteArray());
+        Process process(*m_fixture);
+        process.restore();
+        QCOMPARE(process.token(key), QByteArray("token of demo-product-0001"));
+        process.takeTokens(QDateTime::currentDateTimeUtc().addSecs(60), "fresh");
+        QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("fresh"));
+        QCOMPARE(m_fixture->fileContents().count("<LoginSession "), 1);
+        QCOMPARE(m_fixture->fileContents().count("<Product "), 1);
+        m_fixture->writeFile(document.toByteArray());
+        process.lookAtFile();
+        QVERIFY(LoginStateSaver(process.core).endSignIn(process.core.basic()));
+        QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
     }
 
     // Whatever stands in the file: no crash, nobody is signed in by it, and a save afterwards leaves a good file.
@@ -236,6 +348,7 @@ private slots:
                                      + QByteArray("</a>").repeated(4000) + "</WebServices>";
         QTest::newRow("many elements") << QByteArray("<WebServices>") + QByteArray("<a/>").repeated(100000) + "</WebServices>";
         QTest::newRow("cut") << QByteArray("<WebServices><Settings CurrentServer=\"0\"/><LoginSession Ser");
+        QTest::newRow("too large") << QByteArray("<WebServices>") + QByteArray(1024 * 1024, ' ') + "</WebServices>";
         QTest::newRow("numbers that are none") << QByteArray(
             "<WebServices><Settings CurrentServer=\"99999999999\" LogoutDate=\"never\"/><LoginSession Server=\"x\"/></WebServices>");
     }

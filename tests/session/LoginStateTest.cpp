@@ -23,7 +23,7 @@ BasicLoginState signIn(const QString& user, qint64 seconds) {
     state.clientId = "encrypted";
     state.userId = user;
     state.userName = user;
-    state.loginDate = at(seconds);
+    state.loginDate = seconds < 0 ? QDateTime() : at(seconds);
     return state;
 }
 
@@ -47,7 +47,8 @@ private slots:
         row("signed out later", {}, 101, StateOrigin::SignedOutElsewhere);
         row("another user later", signIn("bob", 101), 0, StateOrigin::SignedInElsewhere);
         row("another user in the same second", signIn("bob", 100), 0, StateOrigin::SignedInElsewhere);
-        row("another user earlier", signIn("bob", 99), 0, StateOrigin::Same);
+        row("another user earlier", signIn("bob", 99), 0, StateOrigin::Older);
+        row("another user, nobody knows when", signIn("bob", -1), 0, StateOrigin::Older);
         row("the same user again later", signIn("ada", 101), 100, StateOrigin::SignedInElsewhere);
     }
 
@@ -105,6 +106,17 @@ private slots:
         QFETCH(QStringList, current);
         QFETCH(bool, same);
         QCOMPARE(isSameMachine(stored, current), same);
+    }
+
+    // Every adapter is replaced in the course of the years, one at a time.
+    void knowsTheMachineOverTheYears() {
+        QStringList stored{"aa", "bb"};
+        // A dock that is away for the day, and room for four.
+        for (const QStringList& present : {QStringList{"bb", "cc"}, QStringList{"bb"}, QStringList{"dd", "cc"}, QStringList{"ee", "dd"}}) {
+            QVERIFY(isSameMachine(stored.join('|'), present));
+            stored = joinedMachineAddress(renewedAddresses(stored, present), 11).split('|');
+        }
+        QCOMPARE(stored, QStringList({"ee", "dd", "cc", "bb"}));
     }
 
     void readsExpiry_data() {

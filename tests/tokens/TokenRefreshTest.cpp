@@ -83,6 +83,8 @@ private slots:
         // A token with less than five minutes left is renewed by the timer after two seconds.
         m_service.control(QStringLiteral("lifetimes"), QJsonObject{{"token", 200}});
         QVERIFY(m_session->RefreshToken(key, true));
+        // Although it ends before the one in the file, which is spent.
+        QCOMPARE(m_fixture->tokenInFile(), accessToken(*m_session));
         m_service.control(QStringLiteral("lifetimes"), QJsonObject{{"token", 3600}});
         QTRY_COMPARE_WITH_TIMEOUT(queries(), 2, 5000);
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Token refresh timer started with interval 2 s")));

@@ -13,6 +13,8 @@ namespace {
 constexpr int firstPauseMs = 10;
 constexpr int longestPauseMs = 160;
 constexpr int longestWaitMs = 5000;
+// Short, since callers hold a lock: a scanner or backup has the file open for a moment.
+constexpr int longestReadPauseMs = 40;
 constexpr int asideCount = 3;
 const auto temporaryMark = QStringLiteral(".writing-");
 
@@ -29,6 +31,20 @@ ReplaceResult replacePatiently(const QString& from, const QString& to, QString* 
     return result;
 }
 
+ReadResult failed(const QString& error, bool isTooLarge = false) { return {ReadResult::Status::Failed, {}, error, isTooLarge}; }
+
+ReadResult readOnce(const QString& path, qint64 maximumSize) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return failed(file.errorString());
+    const QByteArray data = file.read(maximumSize + 1);
+    if (file.error() != QFile::NoError)
+        return failed(file.errorString());
+    if (data.size() > maximumSize)
+        return failed(QStringLiteral("It is larger than %1 bytes").arg(maximumSize), true);
+    return {ReadResult::Status::Read, data, {}};
+}
+
 } // namespace
 
 ReadResult read(const QString& path, qint64 maximumSize) {
@@ -37,16 +53,14 @@ ReadResult read(const QString& path, qint64 maximumSize) {
     if (!info.exists() && !info.isSymLink())
         return {ReadResult::Status::Missing, {}, {}};
     if (!info.isFile())
-        return {ReadResult::Status::Failed, {}, QStringLiteral("It is not a regular file")};
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {ReadResult::Status::Failed, {}, file.errorString()};
-    QByteArray data = file.read(maximumSize + 1);
-    if (file.error() != QFile::NoError)
-        return {ReadResult::Status::Failed, {}, file.errorString()};
-    if (data.size() > maximumSize)
-        return {ReadResult::Status::Failed, {}, QStringLiteral("It is larger than %1 bytes").arg(maximumSize)};
-    return {ReadResult::Status::Read, data, {}};
+        return failed(QStringLiteral("It is not a regular file"));
+    ReadResult result = readOnce(path, maximumSize);
+    for (int pauseMs = firstPauseMs; result.status == ReadResult::Status::Failed && !result.isTooLarge && pauseMs <= longestReadPauseMs;
+         pauseMs *= 2) {
+        QThread::msleep(static_cast<unsigned long>(pauseMs));
+        result = readOnce(path, maximumSize);
+    }
+    return result;
 }
 
 bool write(const QString& path, const QByteArray& data, QString* error, Flush flush) {

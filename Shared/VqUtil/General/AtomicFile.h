@@ -16,9 +16,11 @@ struct ReadResult {
     enum class Status { Read, Missing, Failed } status = Status::Failed;
     QByteArray data;
     QString error; ///< For `Failed`: what went wrong, in one sentence.
+    bool isTooLarge = false; ///< For `Failed`: no later try will read it either.
 };
 
-/// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`.
+/// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`. One that the system refuses for
+/// the moment is tried again for less than 0.1 seconds.
 [[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
 
 /// Writes the data beside the file, owner-only, and moves it into place. A target that another process holds open is tried again

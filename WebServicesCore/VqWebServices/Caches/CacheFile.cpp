@@ -39,13 +39,12 @@ QDomDocument openForChange(const QString& path) {
     const ReadResult file = Util::AtomicFile::read(path, maximumFileBytes);
     if (file.status == ReadResult::Status::Missing)
         return Util::newXmlDocument(rootName);
-    const bool isTooLarge = file.status == ReadResult::Status::Failed && QFileInfo(path).size() > maximumFileBytes;
-    if (file.status == ReadResult::Status::Failed && !isTooLarge)
+    if (file.status == ReadResult::Status::Failed && !file.isTooLarge)
         return {};
     const QDomDocument document = parse(file.data);
     if (!document.isNull())
         return document;
-    return file.data.trimmed().isEmpty() && !isTooLarge ? Util::newXmlDocument(rootName)
+    return file.data.trimmed().isEmpty() && !file.isTooLarge ? Util::newXmlDocument(rootName)
            : Util::AtomicFile::setAside(path).isEmpty() ? QDomDocument()
                                                         : Util::newXmlDocument(rootName);
 }

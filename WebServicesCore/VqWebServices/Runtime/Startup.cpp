@@ -122,6 +122,7 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey, cons
     services.clockProblemSeen = [timeService] { timeService->handleIncorrectSystemTime(); };
     services.urls = &UrlStore::instance();
     services.loginStateFile = RuntimePaths::loginStateFile();
+    services.isForAllUsers = RuntimePaths::isSSOEnabledForAllUsers();
     services.lockFolder = RuntimePaths::dataPath();
     services.processState = started.processState;
     services.notifiesProcesses = true;

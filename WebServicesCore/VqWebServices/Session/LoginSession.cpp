@@ -52,6 +52,7 @@ void LoginSession::stop() {
     m_core.isStopped = true;
     emit m_core.services.exchangeCancel->Canceled();
     stopNotifications();
+    saveWhatIsLeft();
     m_core.products.stopAll();
 }
 

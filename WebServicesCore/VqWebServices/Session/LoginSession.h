@@ -139,11 +139,16 @@ private slots:
     void LogoutSlot(const QString& productKey, const QString& signInMark);
 
 private:
-    /// Takes over what another process has written to the file since it was last seen, and tells the observers. False when the
-    /// state is held by another step for longer than `waitMs` milliseconds.
+    /// Takes over what another process has written to the file since it was last seen, and tells the observers; then writes what
+    /// could not be written before. False when the state is held by another step for longer than `waitMs` milliseconds, or the file
+    /// could not be looked at.
     bool catchUp(int waitMs = 0);
-    void applyFile(int guardTimeoutMs);
-    void takeOver(const LoginStateFile::Content& content);
+    /// There is something to take over from the file.
+    [[nodiscard]] bool hasNews() const { return m_core.file.currentStamp() != m_core.file.seenStamp(); }
+    /// False when the file could not be looked at.
+    bool applyFile(int guardTimeoutMs);
+    /// The last try to write what could not be written so far.
+    void saveWhatIsLeft();
     void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, isForOtherProcesses(event)); }
     void raiseEventHere(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, false); }
     void startNotifications();

@@ -3,7 +3,7 @@
 #include "Session/LoginSession.h"
 
 #include "Session/LoginStateLoader.h"
-#include "Session/LoginStateNames.h"
+#include "Session/LoginStateSaver.h"
 #include "Session/TokenOperations.h"
 
 #include <QMutexLocker>
@@ -12,8 +12,6 @@
 #include <memory>
 
 namespace Velquor::WebServices {
-
-namespace Names = LoginStateNames;
 
 namespace {
 // A main thread that is busy for longer does not get its say: the user asked to be signed out.
@@ -32,8 +30,11 @@ bool LoginSession::catchUp(int waitMs) {
     // One look at the file's stamp, since this runs before every operation; the file itself is read only when it has changed.
     // A token worker, which waits, may ask in the middle of the restore that made it: it waits for the end of that.
     const bool isTooEarly = waitMs == 0 && !m_core.isRestored();
-    if (isTooEarly || m_core.isStopped || m_core.file.currentStamp() == m_core.file.seenStamp())
+    const auto isDone = [this] { return !hasNews() && !m_core.unsaved.isDue(); };
+    if (isTooEarly || m_core.isStopped || isDone())
         return true;
+    if (m_core.unread.isResting())
+        return false;
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again. But another thread that
     // is reading the news is waited for, so that an answer given now knows them.
     if (!m_core.lock.try_lock_for(std::chrono::milliseconds(qMax(waitMs, leastWaitMs)))
@@ -47,7 +48,7 @@ bool LoginSession::catchUp(int waitMs) {
     }
     // Inside a wait of a sign-in or sign-out on this thread the state must stand still. Another thread may have taken the news over
     // while we waited.
-    const bool isOver = m_core.file.currentStamp() == m_core.file.seenStamp();
+    const bool isOver = isDone();
     if (m_core.isFlowActive || isOver) {
         m_isCatchingUp = false;
         m_core.lock.unlock();
@@ -55,7 +56,10 @@ bool LoginSession::catchUp(int waitMs) {
     }
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
-    applyFile(waitMs == 0 ? LoginStateFile::briefTimeoutMs : LoginStateFile::patientTimeoutMs);
+    const int guardTimeoutMs = waitMs == 0 ? LoginStateFile::briefTimeoutMs : LoginStateFile::patientTimeoutMs;
+    const bool hasLooked = !hasNews() || applyFile(guardTimeoutMs);
+    if (hasLooked && m_core.unsaved.isDue())
+        LoginStateSaver(m_core, guardTimeoutMs).save();
     const bool isLoggedIn = m_core.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_core.basic());
     m_isCatchingUp = false;
@@ -64,7 +68,7 @@ bool LoginSession::catchUp(int waitMs) {
         RaiseEvent(Event::LoggedOut, QString(), false);
     if (isLoggedIn && (!wasLoggedIn || !isSame))
         RaiseEvent(Event::LoggedIn, QString(), false);
-    return true;
+    return hasLooked;
 }
 
 void LoginSession::forceLogout(const QString& productKey, const QString& signInMark) {
@@ -84,35 +88,28 @@ void LoginSession::LogoutSlot(const QString& productKey, const QString& signInMa
     --m_core.pendingLogouts;
 }
 
-void LoginSession::applyFile(int guardTimeoutMs) {
+bool LoginSession::applyFile(int guardTimeoutMs) {
     const LoginStateFile::Guard guard(m_core.file, guardTimeoutMs);
     if (!guard.isHeld())
-        return;
+        return false;
     const LoginStateFile::Content content = m_core.file.read();
-    if (content.isRead())
-        takeOver(content);
-    m_core.file.markSeen(content);
+    LoginStateLoader loader(m_core);
+    if (content.isRead() && loader.takeOver(content, false))
+        m_core.configureProducts();
+    if (content.status == LoginStateFile::Content::Status::Missing)
+        m_logger.information(
+            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_core.file.path()));
+    loader.noteSeen(content);
+    return content.status != LoginStateFile::Content::Status::Unreadable;
 }
 
-void LoginSession::takeOver(const LoginStateFile::Content& content) {
-    const QDomElement login = content.root().firstChildElement(Names::loginSession);
-    const StateOrigin origin = compareSignIns(m_core.basic(), readBasicState(login), readLogoutDate(content.root()));
-    if (m_core.basic().hasUser() && origin != StateOrigin::Same) {
-        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.")
-                                 .arg(m_core.basic().userName));
-        // Whoever signed out has emptied the cache file; with a user in it again, what it holds may be theirs. An update that ended
-        // after that sign-out is removed with the next one, and is given to nobody until then.
-        if (login.isNull())
-            m_core.deleteCaches();
-        else
-            m_core.endCaches();
-        m_core.forgetUser();
-    } else if (login.isNull()) {
-        // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
+void LoginSession::saveWhatIsLeft() {
+    if (!m_core.unsaved.isWanted() || !m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs)))
         return;
-    }
-    LoginStateLoader(m_core).loadFrom(content, false);
-    m_core.configureProducts();
+    if (!m_core.isFlowActive)
+        LoginStateSaver(m_core, LoginStateFile::briefTimeoutMs).save();
+    m_core.unsaved.settle();
+    m_core.lock.unlock();
 }
 
 void LoginSession::RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {

@@ -6,21 +6,25 @@ bool BasicLoginState::isSameSignIn(const BasicLoginState& other) const {
     return loginDate == other.loginDate && userId == other.userId && userName == other.userName;
 }
 
-QDateTime loginDateAfter(const QDateTime& now, const QDateTime& lastLogoutDate) {
+QDateTime laterOf(const QDateTime& first, const QDateTime& second) {
+    return second.isValid() && (!first.isValid() || second > first) ? second : first;
+}
+
+QDateTime loginDateAfter(const QDateTime& now, const QDateTime& last) {
     const QDateTime wholeSecond = QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch(), Qt::UTC);
-    return lastLogoutDate.isValid() && lastLogoutDate >= wholeSecond ? lastLogoutDate.addSecs(1) : wholeSecond;
+    return last.isValid() && last >= wholeSecond ? last.addSecs(1) : wholeSecond;
 }
 
 QDateTime logoutDateFor(const QDateTime& now, const QDateTime& loginDate) {
-    const QDateTime wholeSecond = QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch(), Qt::UTC);
-    return loginDate.isValid() && loginDate > wholeSecond ? loginDate : wholeSecond;
+    return laterOf(QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch(), Qt::UTC), loginDate);
 }
 
 StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginState& inFile, const QDateTime& logoutDateInFile) {
+    if (inFile.hasUser() && inMemory.isSameSignIn(inFile))
+        return StateOrigin::Same;
     if (inFile.hasUser())
-        return inMemory.isSameSignIn(inFile) || !inFile.loginDate.isValid() || inFile.loginDate < inMemory.loginDate
-                   ? StateOrigin::Same
-                   : StateOrigin::SignedInElsewhere;
+        return !inFile.loginDate.isValid() || inFile.loginDate < inMemory.loginDate ? StateOrigin::Older
+                                                                                    : StateOrigin::SignedInElsewhere;
     return logoutDateInFile.isValid() && logoutDateInFile >= inMemory.loginDate ? StateOrigin::SignedOutElsewhere
                                                                                 : StateOrigin::Same;
 }

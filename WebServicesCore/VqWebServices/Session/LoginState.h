@@ -31,13 +31,17 @@ struct BasicLoginState {
 /// How a signed-in state in memory stands to the one in the file.
 enum class StateOrigin {
     Same,               ///< The file holds this sign-in, or holds none and knows of no later sign-out.
+    Older,              ///< The file holds an earlier sign-in: this one could not be saved yet.
     SignedOutElsewhere, ///< Another process has signed this user out: the sign-out wins.
     SignedInElsewhere,  ///< Another process has replaced this sign-in by a later one.
 };
 
+/// The later of two dates; an invalid one is earlier than any.
+[[nodiscard]] QDateTime laterOf(const QDateTime& first, const QDateTime& second);
+
 /// Dates in the file are whole seconds, so sign-in and sign-out are kept apart by a second: a sign-in is dated after the last
-/// sign-out, and a sign-out not before the sign-in that it ends.
-[[nodiscard]] QDateTime loginDateAfter(const QDateTime& now, const QDateTime& lastLogoutDate);
+/// sign-in or sign-out, whatever the clock says, and a sign-out not before the sign-in that it ends.
+[[nodiscard]] QDateTime loginDateAfter(const QDateTime& now, const QDateTime& last);
 [[nodiscard]] QDateTime logoutDateFor(const QDateTime& now, const QDateTime& loginDate);
 
 /// Compares the sign-in in memory with the file. `inFile` has no user when the file holds no sign-in.

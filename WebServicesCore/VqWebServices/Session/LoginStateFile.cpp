@@ -1,6 +1,5 @@
 #include "Session/LoginStateFile.h"
 
-#include "VqUtil/General/AtomicFile.h"
 #include "VqUtil/Xml/BoundedXml.h"
 #include "VqUtil/Xml/NewXmlDocument.h"
 
@@ -12,7 +11,8 @@ namespace Velquor::WebServices {
 
 namespace {
 
-constexpr qint64 maximumFileSize = 1024 * 1024;
+// The bound of the file is that of any document.
+constexpr Util::XmlLimits limits;
 const auto semaphoreKey = QStringLiteral("VqWebServicesLoginStateSemaphore");
 const auto rootName = QStringLiteral("WebServices");
 
@@ -69,7 +69,7 @@ Util::FileStamp LoginStateFile::seenStamp() const {
 
 void LoginStateFile::markSeen(const Content& content) {
     const QMutexLocker lock(&m_seenMutex);
-    if (m_lastRead == content.stamp)
+    if (content.status != Content::Status::Unreadable && m_lastRead == content.stamp)
         m_seen = content.stamp;
 }
 
@@ -81,35 +81,40 @@ LoginStateFile::Content LoginStateFile::read() {
         const QMutexLocker lock(&m_seenMutex);
         m_lastRead = content.stamp;
     }
-    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileSize);
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, limits.size);
+    switch (file.status) {
+    case Util::AtomicFile::ReadResult::Status::Missing: content.status = Content::Status::Missing; break;
+    case Util::AtomicFile::ReadResult::Status::Failed: fail(content, file); break;
+    case Util::AtomicFile::ReadResult::Status::Read: parse(content, file.data); break;
+    }
+    return content;
+}
+
+void LoginStateFile::fail(Content& content, const Util::AtomicFile::ReadResult& file) const {
+    content.status = file.isTooLarge ? Content::Status::Damaged : Content::Status::Unreadable;
     content.error = file.error;
-    if (file.status == Util::AtomicFile::ReadResult::Status::Missing) {
-        content.status = Content::Status::Missing;
-        return content;
-    }
-    if (file.status == Util::AtomicFile::ReadResult::Status::Failed) {
-        m_logger->error(QStringLiteral("Failed to read file") + QStringLiteral(". %1").arg(file.error));
-        return content;
-    }
-    if (file.data.trimmed().isEmpty()) {
+    m_logger->error(QStringLiteral("Failed to read file") + QStringLiteral(". %1").arg(file.error));
+}
+
+void LoginStateFile::parse(Content& content, const QByteArray& text) const {
+    if (text.trimmed().isEmpty()) {
         m_logger->error(QStringLiteral("File is empty"));
         content.status = Content::Status::Empty;
-        return content;
+        return;
     }
-    Util::XmlResult parsed = Util::parseBoundedXml(file.data);
+    Util::XmlResult parsed = Util::parseBoundedXml(text, limits);
     if (parsed.isValid() && parsed.document.documentElement().tagName() != rootName)
         parsed.error = QStringLiteral("The document element is not %1").arg(rootName);
     if (!parsed.isValid()) {
         content.status = Content::Status::Damaged;
         content.error = parsed.error;
         m_logger->error(QStringLiteral("Failed to read login state file %1. %2. File contents:\n%3")
-                            .arg(m_path, parsed.error, QString::fromUtf8(file.data)));
-        return content;
+                            .arg(m_path, parsed.error, QString::fromUtf8(text)));
+        return;
     }
     content.status = Content::Status::Read;
     content.document = parsed.document;
     m_logger->information(QStringLiteral("Finished reading login state file successfully"));
-    return content;
 }
 
 QDomDocument LoginStateFile::readForSaving() {
@@ -134,20 +139,24 @@ bool LoginStateFile::write(const QDomDocument& document) {
         m_logger->error(QStringLiteral("Login state file is empty"));
         return false;
     }
-    QString error;
-    if (!Util::AtomicFile::write(m_path, document.toByteArray(2), &error)) {
+    const QByteArray text = document.toByteArray(2);
+    // Whatever came in from outside: a file that nobody can read would sign the user out everywhere.
+    QString error = Util::parseBoundedXml(text, limits).error;
+    if (!error.isEmpty() || !Util::AtomicFile::write(m_path, text, &error)) {
         m_logger->error(QStringLiteral("Failed to write login state file") + QStringLiteral(". %1").arg(error));
         return false;
     }
-    {
-        const QMutexLocker lock(&m_seenMutex);
-        const Util::FileStamp written = currentStamp();
-        if (m_lastRead == m_seen)
-            m_seen = written;
-        m_lastRead = written;
-    }
+    noteWritten();
     m_logger->information(QStringLiteral("Finished writing login state file successfully"));
     return true;
+}
+
+void LoginStateFile::noteWritten() {
+    const QMutexLocker lock(&m_seenMutex);
+    const Util::FileStamp written = currentStamp();
+    if (m_lastRead == m_seen)
+        m_seen = written;
+    m_lastRead = written;
 }
 
 } // namespace Velquor::WebServices

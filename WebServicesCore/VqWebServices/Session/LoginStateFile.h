@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
+#include "VqUtil/General/AtomicFile.h"
 #include "VqUtil/Ipc/CrossProcessLock.h"
 #include "VqUtil/Platform/FileAccess.h"
 
@@ -42,6 +43,7 @@ public:
     };
 
     struct Content {
+        /// `Damaged`: no later try will read it either, unlike `Unreadable`.
         enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
         QDomDocument document;
         QString error;
@@ -59,6 +61,7 @@ public:
     /// aside under another name). Null when the file exists and cannot be read for the moment: then nothing may be written.
     [[nodiscard]] QDomDocument readForSaving();
 
+    /// False, with the old file in its place, when the document could not be written, or could not be read again by anybody.
     [[nodiscard]] bool write(const QDomDocument& document);
 
     /// Removes what a process that died while creating the file left beside it. Every guard does so at its first use; this is for
@@ -69,14 +72,17 @@ public:
     [[nodiscard]] bool exists() const;
 
     /// The stamp of the file now, and of the content that this process has taken over or written. Where they differ, there is news.
-    /// A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`. A write
-    /// that was merged with news leaves them to be found.
+    /// A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`; what
+    /// could not be read is not seen. A write that was merged with news leaves them to be found.
     [[nodiscard]] Util::FileStamp currentStamp() const;
     [[nodiscard]] Util::FileStamp seenStamp() const;
     void markSeen(const Content& content);
 
 private:
     void prepareFolder();
+    void fail(Content& content, const Util::AtomicFile::ReadResult& file) const;
+    void parse(Content& content, const QByteArray& text) const;
+    void noteWritten();
 
     const QString m_path;
     const QString m_folder;

@@ -1,8 +1,8 @@
 #include "Session/LoginStateLoader.h"
 
 #include "Session/LoginStateNames.h"
+#include "Session/LoginStateSaver.h"
 #include "Session/LoginStateXml.h"
-#include "Session/TokenOperations.h"
 
 namespace Velquor::WebServices {
 
@@ -20,6 +20,13 @@ BasicLoginState readBasicState(const QDomElement& login) {
     state.loginDate = LoginStateXml::date(login, Names::loginDate);
     state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
     return state;
+}
+
+QDomElement findProduct(const QDomElement& login, const QString& productKey) {
+    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
+    while (!product.isNull() && (productKey.isEmpty() || product.attribute(Names::productKey) != productKey))
+        product = product.nextSiblingElement(Names::product);
+    return product;
 }
 
 QDateTime readLogoutDate(const QDomElement& root) {
@@ -70,9 +77,51 @@ void LoginStateLoader::loadAll(bool takeServer) {
     const LoginStateFile::Content content = m_core.file.read();
     if (content.isRead()) {
         m_core.proxy.load(content.root());
-        loadFrom(content, takeServer);
+        (void)takeOver(content, takeServer);
     }
+    noteSeen(content);
+}
+
+void LoginStateLoader::noteSeen(const LoginStateFile::Content& content) {
     m_core.file.markSeen(content);
+    if (content.status == LoginStateFile::Content::Status::Unreadable)
+        m_core.unread.ask();
+    else
+        m_core.unread.settle();
+}
+
+bool LoginStateLoader::takeOver(const LoginStateFile::Content& content, bool takeServer) {
+    if (m_core.basic().hasUser() && !mayLoad(content.root()))
+        return false;
+    loadFrom(content, takeServer);
+    return true;
+}
+
+bool LoginStateLoader::mayLoad(const QDomElement& root) {
+    const BasicLoginState mine = m_core.basic();
+    const QDomElement login = root.firstChildElement(Names::loginSession);
+    switch (compareSignIns(mine, readBasicState(login), readLogoutDate(root))) {
+    case StateOrigin::Same:
+        // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
+        return !login.isNull();
+    case StateOrigin::Older:
+        m_logger.information(QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(mine.userName));
+        if (!m_core.unsaved.isWanted())
+            m_core.unsaved.ask();
+        return false;
+    case StateOrigin::SignedOutElsewhere:
+    case StateOrigin::SignedInElsewhere: break;
+    }
+    m_logger.information(
+        QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(mine.userName));
+    // Whoever signed out has emptied the cache file; with a user in it again, what it holds may be theirs. An update that ended
+    // after that sign-out is removed with the next one, and is given to nobody until then.
+    if (login.isNull())
+        m_core.deleteCaches();
+    else
+        m_core.endCaches();
+    m_core.forgetUser();
+    return true;
 }
 
 void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool takeServer) {
@@ -93,6 +142,9 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
         }
     } else if (verdict == Verdict::Discard) {
         discard(content.document);
+    } else if (!m_core.basic().hasUser()) {
+        // What was known before the restore is of a user who is not signed in here.
+        m_core.setBasic({});
     }
     m_logger.information(QStringLiteral("Finished loading login state from file %1").arg(path));
 }
@@ -108,7 +160,7 @@ void LoginStateLoader::loadSettings(const QDomElement& root, bool takeServer) {
         if (isRealServer(server) || server == NoServer)
             m_core.setCurrentServer(static_cast<Server>(server));
     }
-    m_core.setLogoutDate(readLogoutDate(root));
+    m_core.setLogoutDate(laterOf(readLogoutDate(root), m_core.logoutDate()));
 }
 
 QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
@@ -122,16 +174,34 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
             QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
         return {};
     }
+    if (m_core.isEnded(readBasicState(login))) {
+        m_logger.information(QStringLiteral("Ignoring the login state in login state file. The user was signed out in this process."));
+        return {};
+    }
     return login;
+}
+
+QDomElement LoginStateLoader::findOwnLogin(const QDomElement& root) {
+    const QDomElement login = findLogin(root);
+    const BasicLoginState mine = m_core.basic();
+    return mine.hasUser() && !mine.isSameSignIn(readBasicState(login)) ? QDomElement() : login;
 }
 
 LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, BasicLoginState& state) {
     state = readBasicState(login);
+    // What could not be saved yet is newer than the file.
+    if (m_core.unsaved.isWanted() && state.isSameSignIn(m_core.basic()))
+        state = m_core.basic();
     if (!state.hasUser()) {
         m_logger.error(QStringLiteral("Client id is blank or not found in login state file"));
         return Verdict::NoLogin;
     }
-    if (m_core.services.cryptor->decrypt(state.clientId).isEmpty()) {
+    const bool isReadable = !m_core.services.cryptor->decrypt(state.clientId).isEmpty();
+    if (!isReadable && m_core.services.isForAllUsers) {
+        m_logger.information(QStringLiteral("Ignoring the login state in login state file. It was saved by another user."));
+        return Verdict::NoLogin;
+    }
+    if (!isReadable) {
         m_logger.error(
             QStringLiteral("Failed to restore client id. Deleting the login state in login state file. Re-login required."));
         return Verdict::Discard;
@@ -142,91 +212,18 @@ LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, B
             QStringLiteral("Login session expired. Deleting the login state in login state file. Re-login required."));
         return Verdict::Discard;
     }
-    return m_core.binding.check(state) ? Verdict::Valid : Verdict::Discard;
+    if (!m_core.binding.check(state))
+        return Verdict::Discard;
+    m_core.binding.renew(state);
+    return Verdict::Valid;
 }
 
-void LoginStateLoader::loadProducts(const QDomElement& login) {
-    QStringList loadedNames;
-    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
-    for (; !product.isNull(); product = product.nextSiblingElement(Names::product))
-        loadProductNode(product, loadedNames);
-    m_logger.information(m_core.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
-                                                               : QStringLiteral("Login cookies found in login state file"));
-    m_logger.information(QStringLiteral("Loaded login state from file %1").arg(m_core.file.path()));
-    m_logger.information(QStringLiteral("Loaded login state of following products from login state file: %1")
-                             .arg(loadedNames.join(QStringLiteral(", "))));
-}
-
-void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& loadedNames) {
-    const QString key = product.attribute(Names::productKey);
-    if (key.isEmpty()) {
-        m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored"));
-        return;
-    }
-    const ProductSessionPointer session = m_core.products.getOrCreate(key, m_core.currentServer());
-    if (!session) {
-        const QString name =
-            QStringLiteral("%1.%2").arg(product.attribute(QStringLiteral("Name")), product.attribute(QStringLiteral("ExeName")));
-        m_logger.error(
-            QStringLiteral("Failed to load product node for product %1. Failed to get or create product login session.")
-                .arg(name));
-        return;
-    }
-    session->Load(product);
-    loadedNames += session->displayName();
-}
-
-bool LoginStateLoader::isKeyOfOtherServer(const QString& productKey, Server& server) const {
-    for (const Server candidate : {Production, Staging, Development}) {
-        const QStringList configured = m_core.clients.configuredFor(candidate);
-        for (const QString& clientKey : configured) {
-            if (m_core.clients.productKey(clientKey, candidate) != productKey)
-                continue;
-            server = candidate;
-            // A key that is used on the current server too is in its right place there.
-            if (candidate == m_core.currentServer())
-                return false;
-        }
-    }
-    return isRealServer(server) && server != m_core.currentServer();
-}
-
-// A product that waits for the browser, or for its automatic sign-in, is about to get its tokens.
-bool LoginStateLoader::isBecomingValid(const ProductLoginSession& session) {
-    const TokenOperations* const operations = session.operations();
-    return !session.requestToken().token.isEmpty() || (operations && operations->isQueryInProgress());
-}
-
-void LoginStateLoader::deleteInvalidProducts() {
-    m_logger.information(QStringLiteral("Deleting invalid product login sessions"));
-    int count = 0;
-    const Server current = m_core.currentServer();
-    const QVector<ProductSessionPointer> sessions = m_core.products.all();
-    for (const ProductSessionPointer& session : sessions) {
-        Server other = NoServer;
-        if (session->server() == current && isKeyOfOtherServer(session->productKey(), other))
-            m_logger.warning(
-                QStringLiteral(
-                    "Deleting login state of product %1 since the consumer key %2 is for %3 server, but current server is %4")
-                    .arg(session->displayName(), session->productKey(), serverName(other), serverName(current)));
-        else if (session->server() != current || !(session->tokens().areComplete() || isBecomingValid(*session)))
-            m_logger.warning(QStringLiteral("Deleting invalid product login session for product %1 and server %2")
-                                 .arg(session->displayName(), serverName(session->server())));
-        else
-            continue;
-        m_core.products.remove(session->productKey(), session->server());
-        ++count;
-    }
-    m_logger.information(count > 0 ? QStringLiteral("%1 invalid product login sessions found and deleted").arg(count)
-                                   : QStringLiteral("No invalid product login session found"));
-}
-
-void LoginStateLoader::discard(QDomDocument document) {
+void LoginStateLoader::discard(const QDomDocument& document) {
     m_core.deleteCaches();
     m_core.forgetUser();
-    QDomElement root = document.documentElement();
-    root.removeChild(root.firstChildElement(Names::loginSession));
-    if (!m_core.file.write(document))
+    // As a sign-out, so that a process that still has this user ends the sign-in as well, and does not write it back.
+    const QDomElement login = document.documentElement().firstChildElement(Names::loginSession);
+    if (!LoginStateSaver(m_core).endSignIn(readBasicState(login), document))
         m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_core.file.path()));
 }
 

@@ -14,9 +14,11 @@ const auto blankAddress = QStringLiteral("|");
 
 } // namespace
 
-MachineBinding::MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maximumSize, std::shared_ptr<Log::ILogger> logger)
+MachineBinding::MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maximumSize, bool isForAllUsers,
+                               std::shared_ptr<Log::ILogger> logger)
     : m_cryptor(std::move(cryptor))
     , m_maximumSize(maximumSize)
+    , m_isForAllUsers(isForAllUsers)
     , m_logger(std::move(logger)) {}
 
 void MachineBinding::bind(BasicLoginState& state) const {
@@ -24,12 +26,24 @@ void MachineBinding::bind(BasicLoginState& state) const {
     const QStringList addresses = Util::adapterAddresses();
     if (addresses.isEmpty())
         m_logger->warning(QStringLiteral("No adapters found. Machine address is assumed to be blank."));
+    state.machineAddress = encryptAddresses(addresses);
+}
+
+QByteArray MachineBinding::encryptAddresses(const QStringList& addresses) const {
     const QString address = joinedMachineAddress(addresses, m_maximumSize);
-    state.machineAddress = m_cryptor->encrypt(address.isEmpty() ? blankAddress.toUtf8() : address.toUtf8());
+    return m_cryptor->encrypt(address.isEmpty() ? blankAddress.toUtf8() : address.toUtf8());
+}
+
+void MachineBinding::renew(BasicLoginState& state) const {
+    const QStringList stored = m_cryptor->decrypt(state.machineAddress).toText().split(QLatin1Char('|'), Qt::SkipEmptyParts);
+    const QStringList addresses = renewedAddresses(stored, Util::adapterAddresses());
+    const QByteArray renewed = addresses == stored ? QByteArray() : encryptAddresses(addresses);
+    if (!renewed.isEmpty())
+        state.machineAddress = renewed;
 }
 
 bool MachineBinding::check(const BasicLoginState& state) const {
-    return checkUser(state.ntUserName) && checkMachine(state.machineAddress);
+    return (m_isForAllUsers || checkUser(state.ntUserName)) && checkMachine(state.machineAddress);
 }
 
 bool MachineBinding::checkUser(const QByteArray& encryptedName) const {
@@ -60,6 +74,13 @@ QString joinedMachineAddress(const QStringList& addresses, int maximumSize) {
     while (left.size() > 1 && left.join(QLatin1Char('|')).toUtf8().size() > maximumSize)
         left.removeLast();
     return left.join(QLatin1Char('|'));
+}
+
+QStringList renewedAddresses(const QStringList& stored, const QStringList& current) {
+    const bool hasNew = std::any_of(current.begin(), current.end(), [&](const QString& address) { return !stored.contains(address); });
+    QStringList addresses = hasNew ? current + stored : stored;
+    addresses.removeDuplicates();
+    return addresses;
 }
 
 bool isSameMachine(const QString& storedAddress, const QStringList& currentAddresses) {

@@ -79,7 +79,8 @@ void copy(const QDomElement& earlier, QDomElement& product) {
 }
 
 void put(QDomElement& product, const OAuth2TokenData& token, bool isFresh) {
-    if (!token.isPresent() || !token.expiryDate.isValid())
+    // A scope that the file cannot hold would come back as another one.
+    if (!token.isPresent() || !token.expiryDate.isValid() || LoginStateXml::storableText(token.scope) != token.scope)
         return;
     QDomElement tokens = LoginStateXml::childOrNew(product, Names::oauth2Tokens);
     QDomElement element = findNode(tokens, token);

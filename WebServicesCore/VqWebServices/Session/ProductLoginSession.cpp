@@ -17,6 +17,7 @@ namespace Names = LoginStateNames;
 namespace {
 
 constexpr int shortKeyLength = 12;
+const auto accessTokenName = QStringLiteral("AccessToken");
 
 // Enough of a consumer key to tell products apart in the log.
 QString shortKey(const QString& key) {
@@ -50,7 +51,7 @@ ProductLoginSession::ProductLoginSession(SessionServices services, const QString
     , m_server(server)
     , m_oauth2(m_services.loggers.oauth2) {
     renewPrefix();
-    m_services.loggers.product->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(shortKey(productKey)));
+    m_services.loggers.product->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(productKey));
 }
 
 ProductLoginSession::~ProductLoginSession() {
@@ -111,14 +112,16 @@ ProductLoginSession::RequestToken ProductLoginSession::requestToken() const {
 
 void ProductLoginSession::Load(const QDomElement& product) {
     ProductTokens tokens;
-    tokens.accessToken = LoginStateXml::secret(product, QStringLiteral("AccessToken"));
+    tokens.accessToken = LoginStateXml::secret(product, accessTokenName);
     tokens.accessTokenSecret = LoginStateXml::secret(product, QStringLiteral("AccessTokenSecret"));
     tokens.sessionHandle = LoginStateXml::secret(product, QStringLiteral("SessionHandle"));
     tokens.expiryDate = LoginStateXml::date(product, Names::tokenExpiryDate);
     const QMutexLocker operation(&m_operationLock);
     {
         const QMutexLocker lock(&m_mutex);
-        m_tokens = tokens;
+        if (!isUnsaved() || tokens.accessToken != m_tokenInFile)
+            m_tokens = tokens;
+        m_tokenInFile = tokens.accessToken;
         if (m_name.isEmpty())
             m_name = product.attribute(QStringLiteral("Name"));
         if (m_exeName.isEmpty())
@@ -129,6 +132,25 @@ void ProductLoginSession::Load(const QDomElement& product) {
     m_services.loggers.product->information(QStringLiteral("Loaded product login session"));
 }
 
+bool ProductLoginSession::isUnsaved() const { return m_tokens.areComplete() && m_tokens.accessToken != m_tokenInFile; }
+
+bool ProductLoginSession::mayReplace(const QDomElement& product, bool isSameSignIn) const {
+    const QByteArray inFile = LoginStateXml::secret(product, accessTokenName);
+    const QMutexLocker lock(&m_mutex);
+    const bool isKnown = inFile.isEmpty() || inFile == m_tokenInFile || inFile == m_tokens.accessToken;
+    return isKnown || (isUnsaved() && !isSameSignIn);
+}
+
+void ProductLoginSession::noteFile(const QDomElement& product) {
+    const QMutexLocker lock(&m_mutex);
+    m_tokenInFile = LoginStateXml::secret(product, accessTokenName);
+}
+
+void ProductLoginSession::markSaved() {
+    const QMutexLocker lock(&m_mutex);
+    m_tokenInFile = m_tokens.accessToken;
+}
+
 bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier) const {
     const QVector<OAuth2TokenData> oauth2Tokens = m_oauth2.tokens();
     const QMutexLocker lock(&m_mutex);
@@ -136,18 +158,19 @@ bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier)
         m_services.loggers.product->information(QStringLiteral("Skipping saving of login session. No session to persist."));
         return false;
     }
-    if (!m_configuration || m_productKey.isEmpty()) {
+    // A key that the file cannot hold would come back as another one.
+    if (!m_configuration || m_productKey.isEmpty() || LoginStateXml::storableText(m_productKey) != m_productKey) {
         m_services.loggers.product->error(
             QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
         return false;
     }
-    product.setAttribute(QStringLiteral("Name"), m_name);
-    product.setAttribute(QStringLiteral("ExeName"), m_exeName);
-    product.setAttribute(QStringLiteral("SerialNumber"), WebServicesConfigurationImp::of(*m_configuration).serialNumber);
+    LoginStateXml::setText(product, QStringLiteral("Name"), m_name);
+    LoginStateXml::setText(product, QStringLiteral("ExeName"), m_exeName);
+    LoginStateXml::setText(product, QStringLiteral("SerialNumber"), WebServicesConfigurationImp::of(*m_configuration).serialNumber);
     product.setAttribute(Names::server, static_cast<int>(m_server));
     product.setAttribute(Names::productKey, m_productKey);
     LoginStateXml::setDate(product, Names::tokenExpiryDate, m_tokens.expiryDate);
-    LoginStateXml::setSecret(product, QStringLiteral("AccessToken"), m_tokens.accessToken);
+    LoginStateXml::setSecret(product, accessTokenName, m_tokens.accessToken);
     LoginStateXml::setSecret(product, QStringLiteral("AccessTokenSecret"), m_tokens.accessTokenSecret);
     LoginStateXml::setSecret(product, QStringLiteral("SessionHandle"), m_tokens.sessionHandle);
     OAuth2TokenNodes::copy(earlier, product);
@@ -170,6 +193,7 @@ void ProductLoginSession::Clear() {
     {
         const QMutexLocker lock(&m_mutex);
         m_tokens = {};
+        m_tokenInFile.clear();
         m_requestToken = {};
     }
     m_oauth2.clear();

@@ -83,8 +83,16 @@ public:
     void setRequestToken(const RequestToken& token);
     [[nodiscard]] RequestToken requestToken() const;
 
-    /// Takes the product's node of the login state file over. Secrets stay encrypted until they are used.
+    /// Takes the product's node of the login state file over, but for tokens here that are newer: obtained from those of the node, and
+    /// not saved yet. Secrets stay encrypted until they are used.
     void Load(const QDomElement& product);
+    /// Whether what is here may take the place of the node in the file: not when another process has stored other tokens there since
+    /// this one looked. `isSameSignIn`: the node is of the sign-in in memory.
+    [[nodiscard]] bool mayReplace(const QDomElement& product, bool isSameSignIn) const;
+    /// The tokens here are newer than those of this node.
+    void noteFile(const QDomElement& product);
+    /// The tokens here stand in the file.
+    void markSaved();
     /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file, whose
     /// OAuth2 tokens of other kinds are kept; may be null.
     [[nodiscard]] bool Save(QDomElement& product, const QDomElement& earlier) const;
@@ -111,6 +119,7 @@ private:
     [[nodiscard]] QString describeReferences() const;
     /// Under the mutex.
     void renewPrefix();
+    [[nodiscard]] bool isUnsaved() const;
     void checkOAuth2Tokens() const;
 
     const std::shared_ptr<Log::LogPrefix> m_prefix = std::make_shared<Log::LogPrefix>();
@@ -122,6 +131,7 @@ private:
     QString m_exeName;
     ConfigurationPointer m_configuration;
     ProductTokens m_tokens;
+    QByteArray m_tokenInFile; ///< The access token that this session saw in the file last: another one there is newer.
     RequestToken m_requestToken;
     QSet<QString> m_clientReferences;
     bool m_deactivated = false;

@@ -28,12 +28,13 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
     const QString path = m_core.file.path();
     const QString name = m_core.clients.displayName(clientKey);
     m_logger.information(QStringLiteral("Loading login state of product %1 from file %2").arg(name, path));
+    if (!m_core.file.exists()) {
+        m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
+        return false;
+    }
     const LoginStateFile::Content content = read();
-    const QDomElement login = content.isRead() ? LoginStateLoader(m_core).findLogin(content.root()) : QDomElement();
-    const QString key = m_core.productKey(clientKey);
-    QDomElement product = firstProduct(login);
-    while (!product.isNull() && (key.isEmpty() || product.attribute(Names::productKey) != key))
-        product = product.nextSiblingElement(Names::product);
+    const QDomElement login = content.isRead() ? LoginStateLoader(m_core).findOwnLogin(content.root()) : QDomElement();
+    const QDomElement product = findProduct(login, m_core.productKey(clientKey));
     const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_core.configuredProduct(clientKey);
     if (session) {
         session->Load(product);
@@ -63,7 +64,7 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
         m_logger.error(QStringLiteral("Failed to read SetInfor1 from file %1. %2.").arg(path, content.error));
         return false;
     }
-    const QDomElement login = LoginStateLoader(m_core).findLogin(content.root());
+    const QDomElement login = LoginStateLoader(m_core).findOwnLogin(content.root());
     if (login.isNull()) {
         m_logger.error(QStringLiteral("fail to SetInfor1 find LoginSession from file %1").arg(path));
         return false;

@@ -20,9 +20,7 @@ const auto userName = QStringLiteral("User");
 const auto passwordName = QStringLiteral("Password");
 
 bool isUnstorable(uint character) {
-    const bool isControl = character < 0x20 || (character >= 0x7f && character < 0xa0);
-    return isControl || QChar::isSurrogate(character) || QChar::isNonCharacter(character)
-           || character == QChar::ReplacementCharacter;
+    return !LoginStateXml::isStorable(character) || character == QChar::ReplacementCharacter;
 }
 
 bool isStorable(const QString& text) {
@@ -66,9 +64,7 @@ void write(QDomElement& root, const QNetworkProxy& proxy, const QByteArray& pass
 }
 
 void remove(QDomElement& root) {
-    for (QDomElement old = root.firstChildElement(Names::proxySettings); !old.isNull();
-         old = root.firstChildElement(Names::proxySettings))
-        root.removeChild(old);
+    LoginStateXml::removeChildren(root, Names::proxySettings);
 }
 
 bool isIn(const QDomElement& root) {

@@ -22,7 +22,7 @@ SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     , file(services.loginStateFile, services.loggers.session)
     , clients(services.loggers.session, services.isSSOServer)
     , products(this->services)
-    , binding(services.cryptor, services.maximumBlockText(), services.loggers.session)
+    , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
     , proxy(services.loginStateFile, services.cryptor, services.loggers.session)
     , voice(voice) {}
 
@@ -178,6 +178,18 @@ void SessionCore::forgetUser() {
     for (const ProductSessionPointer& session : sessions)
         session->Clear();
     products.clear();
+}
+
+void SessionCore::markEnded(const BasicLoginState& signIn) {
+    const QMutexLocker locker(&m_mutex);
+    if (laterOf(m_lastEnded.loginDate, signIn.loginDate) == signIn.loginDate)
+        m_lastEnded = signIn;
+}
+
+bool SessionCore::isEnded(const BasicLoginState& signIn) const {
+    const QMutexLocker locker(&m_mutex);
+    return signIn.loginDate.isValid() && m_lastEnded.loginDate.isValid()
+           && (signIn.isSameSignIn(m_lastEnded) || signIn.loginDate < m_lastEnded.loginDate);
 }
 
 } // namespace Velquor::WebServices

@@ -7,6 +7,7 @@
 #include "Session/MachineBinding.h"
 #include "Session/ProductSessions.h"
 #include "Session/ProxyCredentials.h"
+#include "Session/RetryMark.h"
 #include "Session/SessionServices.h"
 
 #include <QMutex>
@@ -40,6 +41,10 @@ public:
     bool isFlowActive = false;
     /// Sign-outs that are queued or under way: while there is one, nothing is worth refreshing.
     std::atomic<int> pendingLogouts{0};
+    /// The login state file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
+    RetryMark unsaved{60000};
+    /// The login state file has news that could not be read. They may be a sign-out, which must not wait.
+    RetryMark unread{1000};
     /// The library is being uninitialized: nothing new is begun.
     std::atomic<bool> isStopped{false};
 
@@ -86,9 +91,14 @@ public:
     /// Forgets the user and every product login session, in memory only.
     void forgetUser();
 
+    /// This sign-in is over. Neither it nor an earlier one is taken from the file again, also while the file cannot be written.
+    void markEnded(const BasicLoginState& signIn);
+    [[nodiscard]] bool isEnded(const BasicLoginState& signIn) const;
+
 private:
     mutable QMutex m_mutex;
     BasicLoginState m_basic;
+    BasicLoginState m_lastEnded;
     Server m_currentServer = Production;
     QDateTime m_logoutDate;
     bool m_restored = false;

@@ -4,6 +4,7 @@
 #include "Session/IdentityParameters.h"
 #include "Session/LoginCookies.h"
 #include "Session/LoginStateSaver.h"
+#include "Session/LoginStateXml.h"
 #include "Session/TokenOperations.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
@@ -13,6 +14,8 @@ namespace Velquor::WebServices {
 namespace {
 
 const auto accountServer = QStringLiteral("AccountServerUrl");
+// Encrypted. They are a convenience in the browser, and must leave room for the tokens in the login state file.
+constexpr int maximumCookieSize = 256 * 1024;
 
 } // namespace
 
@@ -195,16 +198,10 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     ProductTokens tokens;
     if (!readTokenReply(reply, now, *m_services.cryptor, tokens))
         return false;
-    BasicLoginState state;
+    BasicLoginState state = makeState(reply, now);
     state.clientId = product.requestToken().encryptedClientId;
-    state.userName = QString::fromUtf8(reply.value(QStringLiteral("x_oauth_user_name")));
-    state.userId = QString::fromUtf8(reply.value(QStringLiteral("x_oauth_user_guid")));
-    state.ldapDomainKey = m_core.ldapDomainKey();
-    state.sessionExpiryDate = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now);
-    state.loginDate = loginDateAfter(now, m_core.logoutDate());
     if (cookies)
-        state.loginCookies = encryptCookies(*cookies, *m_services.cryptor, m_logger);
-    m_core.binding.bind(state);
+        state.loginCookies = keptCookies(*cookies);
     const bool isOtherUser = m_core.basic().hasUser() && m_core.basic().user() != state.user();
     m_core.setBasic(state);
     if (isOtherUser)
@@ -213,8 +210,32 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     product.setRequestToken({});
     m_logger.information(QStringLiteral("Completed login successfully"));
     m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));
-    LoginStateSaver(m_core).save();
+    // What cannot be saved now is used all the same, and saved later.
+    LoginStateSaver(m_core).saveSignIn(product);
     return true;
+}
+
+BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const {
+    const auto text = [&reply](const QString& name) {
+        // As it will be read from the file: by the name, too, one sign-in is told from another.
+        return LoginStateXml::storableText(QString::fromUtf8(reply.value(name)));
+    };
+    BasicLoginState state;
+    state.userName = text(QStringLiteral("x_oauth_user_name"));
+    state.userId = text(QStringLiteral("x_oauth_user_guid"));
+    state.ldapDomainKey = m_core.ldapDomainKey();
+    state.sessionExpiryDate = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now);
+    state.loginDate = loginDateAfter(now, laterOf(m_core.logoutDate(), m_core.basic().loginDate));
+    m_core.binding.bind(state);
+    return state;
+}
+
+QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
+    const QByteArray encrypted = encryptCookies(cookies, *m_services.cryptor, m_logger);
+    if (encrypted.size() <= maximumCookieSize)
+        return encrypted;
+    m_logger.warning(QStringLiteral("Login cookies are not kept, since they are larger than %1 bytes").arg(maximumCookieSize));
+    return {};
 }
 
 // The new user is known by now: a cache that asks again at once does so for them, or finds no token yet.

@@ -47,6 +47,8 @@ private:
     [[nodiscard]] QUrl authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const;
     [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
                                    const NetworkCookieJar* cookies);
+    [[nodiscard]] BasicLoginState makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const;
+    [[nodiscard]] QByteArray keptCookies(const NetworkCookieJar& cookies) const;
     void forgetOtherUser();
     [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession::RequestToken& token,
                                                const WebServicesConfiguration& configuration) const;

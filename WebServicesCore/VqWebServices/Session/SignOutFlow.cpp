@@ -48,12 +48,14 @@ bool SignOutFlow::complete() {
         m_logger.error(QStringLiteral("Failed to complete logout. Not logged in."));
         return false;
     }
-    const QDateTime logoutDate = logoutDateFor(m_core.services.now(), m_core.basic().loginDate);
+    const BasicLoginState ended = m_core.basic();
     m_logger.information(QStringLiteral("Deleting all the caches since user logged out"));
     m_core.deleteCaches();
     m_logger.information(QStringLiteral("Deleting all product login sessions since user logged out"));
     m_core.forgetUser();
-    LoginStateSaver(m_core).removeLogin(logoutDate);
+    if (!LoginStateSaver(m_core).endSignIn(ended))
+        m_logger.error(QStringLiteral("Failed to save the sign-out to login state file %1. It will be tried again.")
+                           .arg(m_core.file.path()));
     m_logger.information(QStringLiteral("Completed logout successfully"));
     return true;
 }

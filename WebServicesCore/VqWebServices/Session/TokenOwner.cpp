@@ -3,6 +3,8 @@
 #include "Session/LoginStateSaver.h"
 #include "Tokens/OAuth2Session.h"
 
+#include <QElapsedTimer>
+#include <QThread>
 #include <mutex>
 
 namespace Velquor::WebServices {
@@ -10,9 +12,12 @@ namespace Velquor::WebServices {
 namespace {
 
 constexpr int lockSliceMs = 50;
+constexpr int pauseMs = 10;
 // Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
 constexpr int lockTimeoutMs = 65000;
 constexpr int catchUpWaitMs = 10000;
+// Enough for a second look at a file that could not be read, which may be so for good.
+constexpr int unreadableWaitMs = 1500;
 
 } // namespace
 
@@ -45,9 +50,13 @@ bool TokenOwner::isLoggedIn() const { return m_core.currentServer() == m_product
 QString TokenOwner::user() const { return m_core.basic().user(); }
 
 bool TokenOwner::catchUpWithFile(const QString& signInMark) {
-    for (int waited = 0; !m_core.voice->catchUpWithin(lockSliceMs) && waited < catchUpWaitMs; waited += lockSliceMs) {
+    // One look may itself take as long as all of them may.
+    QElapsedTimer timer;
+    timer.start();
+    while (!m_core.voice->catchUpWithin(lockSliceMs) && timer.elapsed() < (m_core.unread.isWanted() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
+        QThread::msleep(pauseMs);
     }
     return !signInMark.isEmpty() && this->signInMark() == signInMark;
 }
@@ -77,7 +86,7 @@ StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sess
         m_core.setBasic(state);
     }
     // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
-    if (LoginStateSaver(m_core).save() != LoginStateSaver::Result::SignInGone)
+    if (LoginStateSaver(m_core).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
         return StoreResult::Stored;
     m_product.setTokens(before);
     return StoreResult::SignInGone;

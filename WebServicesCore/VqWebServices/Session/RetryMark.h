@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QDeadlineTimer>
+#include <QMutex>
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+/// That a step has failed which a later call is to try again. Not every call, since a failure may take seconds: the pause between two
+/// tries grows from one second to `longestPauseMs` milliseconds. Thread: any.
+class RetryMark {
+public:
+    explicit RetryMark(int longestPauseMs)
+        : m_longestPauseMs(longestPauseMs) {}
+
+    /// The step has failed.
+    void ask() {
+        const QMutexLocker lock(&m_mutex);
+        m_pauseMs = m_pauseMs == 0 ? firstPauseMs : qMin(m_pauseMs * 2, m_longestPauseMs);
+        m_rest.setRemainingTime(m_pauseMs);
+    }
+
+    /// The step was taken, or is of no use any more.
+    void settle() {
+        const QMutexLocker lock(&m_mutex);
+        m_pauseMs = 0;
+    }
+
+    [[nodiscard]] bool isWanted() const {
+        const QMutexLocker lock(&m_mutex);
+        return m_pauseMs > 0;
+    }
+
+    /// Wanted, but it is too early.
+    [[nodiscard]] bool isResting() const {
+        const QMutexLocker lock(&m_mutex);
+        return m_pauseMs > 0 && !m_rest.hasExpired();
+    }
+
+    [[nodiscard]] bool isDue() const { return isWanted() && !isResting(); }
+
+private:
+    static constexpr int firstPauseMs = 1000;
+
+    const int m_longestPauseMs;
+    mutable QMutex m_mutex;
+    QDeadlineTimer m_rest;
+    int m_pauseMs = 0; ///< 0: nothing is wanted.
+};
+
+} // namespace Velquor::WebServices
