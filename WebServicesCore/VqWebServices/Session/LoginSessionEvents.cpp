@@ -56,10 +56,10 @@ bool LoginSession::catchUp(int waitMs) {
     }
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
-    const int guardTimeoutMs = waitMs == 0 ? LoginStateFile::briefTimeoutMs : LoginStateFile::patientTimeoutMs;
-    const bool hasLooked = !hasNews() || applyFile(guardTimeoutMs);
+    // Briefly, whoever asks: a worker asks again, and the thread of the sockets must go on.
+    const bool hasLooked = !hasNews() || applyFile(LoginStateFile::briefTimeoutMs);
     if (hasLooked && m_core.unsaved.isDue())
-        LoginStateSaver(m_core, guardTimeoutMs).save();
+        LoginStateSaver(m_core, LoginStateFile::briefTimeoutMs).save();
     const bool isLoggedIn = m_core.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_core.basic());
     m_isCatchingUp = false;
