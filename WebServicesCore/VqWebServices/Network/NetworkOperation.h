@@ -69,6 +69,9 @@ public Q_SLOTS:
 private:
     class ReplyCall;
 
+    /// A reply that is kept in memory may not be larger; what the services answer is far smaller.
+    static constexpr qint64 maximumBodyBytes = 4 * 1024 * 1024;
+
     [[nodiscard]] bool isRunning() const { return m_reply && m_reply->isRunning(); }
     [[nodiscard]] bool prepare(const QNetworkRequest& request, const QString& verb);
     [[nodiscard]] QNetworkRequest withUserAgent(QNetworkRequest request) const;
