@@ -2,12 +2,10 @@
 #include "Network/NetworkOperationAsync.h"
 #include "Network/RunGet.h"
 #include "Network/UserAgent.h"
-#include "TestKit/LoopbackHttpServer.h"
-#include "TestKit/RecordingLogger.h"
+#include "NetworkFixture.h"
 
 #include <QBuffer>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -20,37 +18,22 @@ using namespace Velquor;
 using namespace Velquor::WebServices;
 using Velquor::TestKit::answer;
 using Velquor::TestKit::LoopbackHttpServer;
-using Velquor::TestKit::RecordingLogger;
 using Velquor::TestKit::Script;
 
 namespace {
-
-const QString Page = QStringLiteral("/page");
-const Script Silence{{}, 0, 0, 0, false};
 
 QString get() {
     return QStringLiteral("GET");
 }
 
-void writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-QByteArray fileContent(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArrayLiteral("<cannot open>");
-}
-
 } // namespace
 
-/// Exchanges with a scripted server on loopback: verbs, faults, time limits, cancellation, downloads, lifetimes.
-class NetworkOperationTest : public QObject {
+/// Exchanges with a scripted server on loopback: verbs, faults, time limits, cancellation, lifetimes.
+class NetworkOperationTest : public TestKit::NetworkFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { beginAnew(); }
     void verbs_data();
     void verbs();
     void userAgentOfTheRequestWins();
@@ -74,28 +57,7 @@ private Q_SLOTS:
     void destroyedInsideTheEnd();
     void endsTheThreadItWasGiven();
     void logTellsNoSecret();
-    void downloads_data();
-    void downloads();
-    void downloadTimeLimitCountsFromTheLastProgress();
-    void asyncDelivers();
-    void asyncStartsOnceAndAgain();
-    void asyncDestroyedWhileRunning_data();
-    void asyncDestroyedWhileRunning();
-    void asyncCanceledByController();
-    void selfSignedCertificateIsRefused();
-    void runGetOnAThreadWithoutLoop();
-
-private:
-    [[nodiscard]] QNetworkRequest request(const QString& path = Page) const { return QNetworkRequest(m_server.url(path)); }
-
-    LoopbackHttpServer m_server;
-    std::shared_ptr<RecordingLogger> m_logger = std::make_shared<RecordingLogger>();
 };
-
-void NetworkOperationTest::init() {
-    m_logger->clear();
-    m_server.setScript(Page, {answer("200 OK", "hello")});
-}
 
 void NetworkOperationTest::verbs_data() {
     QTest::addColumn<QString>("verb");
@@ -222,7 +184,7 @@ void NetworkOperationTest::faults_data() {
 
 void NetworkOperationTest::faults() {
     QFETCH(QByteArray, bytes);
-    m_server.setScript(Page, {bytes});
+    m_server.setScript(page, {bytes});
     const ExchangeOutcome outcome = runGet(request(), 5000, m_logger);
     QCOMPARE(outcome.result, OperationResult::Failure);
     QTEST(outcome.message, "message");
@@ -233,7 +195,7 @@ void NetworkOperationTest::faults() {
 void NetworkOperationTest::shortBodyOnAnOpenConnection() {
     // The first answer leaves the connection open; the server closes it a moment after the short one.
     const QByteArray cut = "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata";
-    m_server.setScript(Page, {answer("200 OK", "hello"), 0, 0, 0, false});
+    m_server.setScript(page, {answer("200 OK", "hello"), 0, 0, 0, false});
     m_server.setScript(QStringLiteral("/short"), {cut, 0, 0, 20, true, cut.size() - 1});
     // The framework recognises the cut in most rounds only.
     for (int round = 0; round < 10; ++round) {
@@ -247,7 +209,7 @@ void NetworkOperationTest::shortBodyOnAnOpenConnection() {
 
 void NetworkOperationTest::timeLimits_data() {
     QTest::addColumn<Script>("script");
-    QTest::newRow("no answer") << Silence;
+    QTest::newRow("no answer") << silence;
     QTest::newRow("late answer") << Script{answer("200 OK", "x"), 0, 1500, 0, true};
     QTest::newRow("dripping head") << Script{answer("200 OK", "x"), 0, 0, 50, true};
     QTest::newRow("half a body") << Script{"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nx", 0, 0, 0, false};
@@ -255,7 +217,7 @@ void NetworkOperationTest::timeLimits_data() {
 
 void NetworkOperationTest::timeLimits() {
     QFETCH(Script, script);
-    m_server.setScript(Page, script);
+    m_server.setScript(page, script);
     QElapsedTimer elapsed;
     elapsed.start();
     const ExchangeOutcome outcome = runGet(request(), 200, m_logger);
@@ -275,7 +237,7 @@ void NetworkOperationTest::bodySizeIsBounded_data() {
 void NetworkOperationTest::bodySizeIsBounded() {
     QFETCH(qint64, size);
     QFETCH(bool, fits);
-    m_server.setScript(Page, {"HTTP/1.1 200 OK\r\n\r\n", size});
+    m_server.setScript(page, {"HTTP/1.1 200 OK\r\n\r\n", size});
     const ExchangeOutcome outcome = runGet(request(), 20000, m_logger);
     QCOMPARE(outcome.result, fits ? OperationResult::Success : OperationResult::Failure);
     QCOMPARE(outcome.message, fits ? QString() : QStringLiteral("Reply body is larger than 4194304 bytes"));
@@ -314,7 +276,7 @@ void NetworkOperationTest::bodyIsSentOnce() {
 }
 
 void NetworkOperationTest::cancels() {
-    m_server.setScript(Page, Silence);
+    m_server.setScript(page, silence);
     const auto controller = std::make_shared<ICancelController>();
     NetworkOperation operation(controller, m_logger);
     QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
@@ -339,7 +301,7 @@ void NetworkOperationTest::cancels() {
 }
 
 void NetworkOperationTest::oneRequestAtATime() {
-    m_server.setScript(Page, Silence);
+    m_server.setScript(page, silence);
     NetworkOperation operation(nullptr, m_logger);
     QNetworkReply* first = operation.Send(request(), get(), nullptr, 0, false);
     QVERIFY(first);
@@ -347,12 +309,12 @@ void NetworkOperationTest::oneRequestAtATime() {
     operation.StartOperation(request(QStringLiteral("/second")), QStringLiteral("POST"), "body", 0, nullptr);
     QCOMPARE(operation.reply(), first);
     QCOMPARE(operation.verb(), get());
-    QVERIFY(m_server.waitForRequest(Page));
+    QVERIFY(m_server.waitForRequest(page));
     QCOMPARE(m_server.count(QStringLiteral("/second")), 0);
 }
 
 void NetworkOperationTest::startsAgainFromInsideTheEnd() {
-    m_server.setScript(QStringLiteral("/silent"), Silence);
+    m_server.setScript(QStringLiteral("/silent"), silence);
     NetworkOperation operation(nullptr, m_logger);
     QList<OperationResult> results;
     connect(&operation, &NetworkOperation::RequestFinished, this, [&] {
@@ -366,14 +328,14 @@ void NetworkOperationTest::startsAgainFromInsideTheEnd() {
 }
 
 void NetworkOperationTest::destroyedWhileRunning() {
-    m_server.setScript(Page, Silence);
+    m_server.setScript(page, silence);
     auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
     NetworkOperation* raw = operation.get();
     QSignalSpy ends(raw, &NetworkOperation::RequestFinished);
     QString told;
     connect(raw, &NetworkOperation::RequestFinished, this, [&told, raw] { told = raw->errorMessage(); });
     const QPointer<QNetworkReply> reply(operation->Send(request(), get(), nullptr, 0, false));
-    QVERIFY(m_server.waitForRequest(Page));
+    QVERIFY(m_server.waitForRequest(page));
     operation.reset();
     QCOMPARE(ends.count(), 1);
     QCOMPARE(told, QStringLiteral("Operation was canceled. Object deleted."));
@@ -384,15 +346,15 @@ void NetworkOperationTest::destroyedInsideTheEnd_data() {
     QTest::addColumn<Script>("script");
     QTest::addColumn<bool>("wait");
     QTest::newRow("answered") << Script{answer("200 OK", "x")} << false;
-    QTest::newRow("timed out") << Silence << false;
+    QTest::newRow("timed out") << silence << false;
     QTest::newRow("answered, waiting") << Script{answer("200 OK", "x")} << true;
-    QTest::newRow("timed out, waiting") << Silence << true;
+    QTest::newRow("timed out, waiting") << silence << true;
 }
 
 void NetworkOperationTest::destroyedInsideTheEnd() {
     QFETCH(Script, script);
     QFETCH(bool, wait);
-    m_server.setScript(Page, script);
+    m_server.setScript(page, script);
     QPointer<NetworkOperation> operation(new NetworkOperation(nullptr, m_logger));
     connect(operation, &NetworkOperation::RequestFinished, this, [&] { delete operation; });
     QNetworkReply* reply = operation->Send(request(), get(), nullptr, 100, wait);
@@ -409,11 +371,11 @@ void NetworkOperationTest::endsTheThreadItWasGiven() {
     QMetaObject::invokeMethod(operation,
                               [&] { operation->StartOperation(request(), QStringLiteral("POST"), "body", 5000, &thread); });
     QVERIFY(thread.wait(5000));
-    QCOMPARE(m_server.requests(Page).last().body, QByteArray("body"));
+    QCOMPARE(m_server.requests(page).last().body, QByteArray("body"));
 }
 
 void NetworkOperationTest::logTellsNoSecret() {
-    m_server.setScript(Page, {answer("400 Bad Request", "oauth_token=SECRET")});
+    m_server.setScript(page, {answer("400 Bad Request", "oauth_token=SECRET")});
     QNetworkRequest secret = request(QStringLiteral("/page?oauth_token=SECRET"));
     secret.setRawHeader("Authorization", "OAuth oauth_token=\"SECRET\"");
     const ExchangeOutcome outcome = runGet(secret, 5000, m_logger);
@@ -421,7 +383,7 @@ void NetworkOperationTest::logTellsNoSecret() {
     QSignalSpy asyncEnds(&async, &NetworkOperationAsync::RequestFinished);
     async.Start();
     QVERIFY(asyncEnds.wait(5000));
-    const QString shown = m_server.url(Page).toString() + QStringLiteral("?oauth_token=***");
+    const QString shown = m_server.url(page).toString() + QStringLiteral("?oauth_token=***");
     const QStringList texts = m_logger->texts();
     for (const char* line :
          {"NetworkOperation::RequestFinishedSlot called: GET %1",
@@ -434,215 +396,6 @@ void NetworkOperationTest::logTellsNoSecret() {
                         + outcome.reply.dump.join(QLatin1Char('\n')) + async.errorMessage();
     QVERIFY2(!all.contains(QStringLiteral("SECRET")), qPrintable(all));
     QVERIFY(outcome.reply.body.contains("SECRET"));
-}
-
-void NetworkOperationTest::downloads_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("target"); // %1 is the test's folder
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QString>("message");
-    const QByteArray big(3000000, 'd');
-    const auto row = [](const char* name, const QByteArray& bytes, const char* target, int result, const char* message) {
-        QTest::newRow(name) << bytes << QString::fromLatin1(target) << result << QString::fromLatin1(message);
-    };
-    row("new file", answer("200 OK", "data"), "%1/new", 0, "");
-    row("larger than a body in memory", answer("200 OK", big + big), "%1/new", 0, "");
-    row("read-only file", answer("200 OK", "data"), "%1/read-only", 0, "");
-    row("without length", "HTTP/1.1 200 OK\r\n\r\ndata", "%1/read-only", 1,
-        "Size check failed. Expected size: 0. Actual size: 4");
-    row("nothing arrived", answer("200 OK", ""), "%1/new", 1, "Downloaded temp file doesn't exist");
-    row("no folder", answer("200 OK", "data"), "%1/none/new", 2,
-        "Operation was canceled. Failed to open temp local file %1/none/new.vqdownload for download.");
-    row("a folder in its place", answer("200 OK", "data"), "%1/folder", 1, "Failed to delete download file %1/folder");
-    row("not found", answer("404 Not Found", "data"), "%1/read-only", 1,
-        "NetworkError code: 203 Http status code: 404 Http reason phrase: Not Found Vqs reason phrase:  OAuth error: "
-        "No "
-        "error");
-    row("redirect", answer("302 Found", "page", "Location: /x\r\n"), "%1/read-only", 1,
-        "NetworkError code: 0 Http status code: 302 Http reason phrase: Found Vqs reason phrase:  OAuth error: No "
-        "error");
-}
-
-void NetworkOperationTest::downloads() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, target);
-    QFETCH(int, result);
-    QFETCH(QString, message);
-    const QTemporaryDir folder;
-    const QString readOnly = folder.filePath(QStringLiteral("read-only"));
-    writeFile(readOnly, "old");
-    QFile::setPermissions(readOnly, QFileDevice::ReadOwner);
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("folder")));
-    m_server.setScript(Page, {bytes});
-    const QString path = target.arg(folder.path());
-
-    auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
-    QSignalSpy ends(operation.get(), &NetworkOperation::RequestFinished);
-    QSignalSpy progress(operation.get(), &NetworkOperation::DownloadProgress);
-    operation->StartOperation(request(), path, nullptr);
-    QTRY_COMPARE(ends.count(), 1);
-    QCOMPARE(int(operation->result()), result);
-    QCOMPARE(operation->errorMessage(), message.contains(QStringLiteral("%1")) ? message.arg(folder.path()) : message);
-    const QString temporary = path + QStringLiteral(".vqdownload");
-    QVERIFY(!QFile::exists(temporary));
-    if (QFileInfo(path).dir().exists()) {
-        writeFile(temporary, "another operation's");
-        operation.reset();
-        QVERIFY(QFile::exists(temporary));
-    }
-    if (result == 0) {
-        QCOMPARE(fileContent(path), bytes.mid(bytes.indexOf("\r\n\r\n") + 4));
-        QVERIFY(progress.count() > 0);
-    } else {
-        QCOMPARE(fileContent(readOnly), QByteArray("old"));
-        QVERIFY(QFileInfo(folder.filePath(QStringLiteral("folder"))).permissions() & QFileDevice::ExeOwner);
-    }
-}
-
-void NetworkOperationTest::downloadTimeLimitCountsFromTheLastProgress() {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("new"));
-    const QByteArray data(40, 'd');
-    const QByteArray slow = answer("200 OK", data);
-    m_server.setScript(QStringLiteral("/slow"), {slow, 0, 0, 20, false, slow.size() - data.size()});
-    m_server.setScript(QStringLiteral("/stalls"), {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata", 0, 0, 0, false});
-    NetworkOperation operation(nullptr, m_logger);
-    QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
-    operation.setDownloadTimeout(500);
-    operation.StartOperation(request(QStringLiteral("/slow")), path, nullptr);
-    QTRY_COMPARE_WITH_TIMEOUT(ends.count(), 1, 8000);
-    QCOMPARE(operation.errorMessage(), QString());
-    QCOMPARE(fileContent(path), data);
-
-    operation.setDownloadTimeout(150);
-    operation.StartOperation(request(QStringLiteral("/stalls")), path, nullptr);
-    QTRY_COMPARE(ends.count(), 2);
-    QCOMPARE(operation.result(), OperationResult::Canceled);
-    QCOMPARE(operation.errorMessage(), QStringLiteral("Operation was canceled. Timed out."));
-    QCOMPARE(fileContent(path), data);
-    QVERIFY(!QFile::exists(path + QStringLiteral(".vqdownload")));
-}
-
-void NetworkOperationTest::asyncDelivers() {
-    const QTemporaryDir folder;
-    NetworkOperationAsync post(request(), QStringLiteral("POST"), "body", m_logger);
-    NetworkOperationAsync download(request(), m_logger);
-    download.setDownloadFile(folder.filePath(QStringLiteral("new")));
-    QSignalSpy postEnds(&post, &NetworkOperationAsync::RequestFinished);
-    QSignalSpy downloadEnds(&download, &NetworkOperationAsync::RequestFinished);
-    QVERIFY(post.Start());
-    QVERIFY(download.Start());
-    QTRY_COMPARE(postEnds.count() + downloadEnds.count(), 2);
-    QCOMPARE(post.result(), OperationResult::Success);
-    QCOMPARE(postEnds.first().first().value<QNetworkReply*>(), post.reply());
-    QCOMPARE(post.reply()->readAll(), QByteArray("hello"));
-    QCOMPARE(download.result(), OperationResult::Success);
-    QCOMPARE(fileContent(folder.filePath(QStringLiteral("new"))), QByteArray("hello"));
-}
-
-void NetworkOperationTest::asyncStartsOnceAndAgain() {
-    m_server.setScript(QStringLiteral("/again"), {answer("200 OK", "hello"), 0, 100, 0, true});
-    NetworkOperationAsync operation(request(QStringLiteral("/again")), m_logger);
-    QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
-    QVERIFY(operation.Start());
-    QVERIFY(operation.Start());
-    QTRY_COMPARE(ends.count(), 1);
-    QVERIFY(operation.Start());
-    QTRY_COMPARE(ends.count(), 2);
-    QCOMPARE(operation.reply()->readAll(), QByteArray("hello"));
-    QCOMPARE(m_server.count(QStringLiteral("/again")), 2);
-}
-
-void NetworkOperationTest::asyncDestroyedWhileRunning_data() {
-    QTest::addColumn<bool>("withBody");
-    QTest::addColumn<bool>("asked"); // destroyed after the server was asked, or at once
-    QTest::newRow("GET") << false << true;
-    QTest::newRow("POST") << true << true;
-    QTest::newRow("GET, at once") << false << false;
-    QTest::newRow("POST, at once") << true << false;
-}
-
-void NetworkOperationTest::asyncDestroyedWhileRunning() {
-    QFETCH(bool, withBody);
-    QFETCH(bool, asked);
-    const QString path = QStringLiteral("/silent-%1-%2").arg(withBody).arg(asked);
-    m_server.setScript(path, Silence);
-    // This thread runs no event loop, so that only the destructor can tell the end.
-    int ends = 0;
-    OperationResult result = OperationResult::NotFinished;
-    QString message;
-    std::thread([&] {
-        auto operation = withBody
-                             ? std::make_unique<NetworkOperationAsync>(request(path), QStringLiteral("POST"), "body", m_logger)
-                             : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
-        NetworkOperationAsync* raw = operation.get();
-        connect(raw, &NetworkOperationAsync::RequestFinished, raw, [&, raw] {
-            ++ends;
-            result = raw->result();
-            message = raw->errorMessage();
-        });
-        operation->Start();
-        if (asked)
-            (void)m_server.waitForRequest(path);
-    }).join();
-    QCOMPARE(ends, 1);
-    QCOMPARE(result, OperationResult::Canceled);
-    QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
-}
-
-void NetworkOperationTest::asyncCanceledByController() {
-    m_server.setScript(Page, Silence);
-    const auto controller = std::make_shared<ICancelController>();
-    NetworkOperationAsync operation(request(), m_logger);
-    operation.setCancelController(controller);
-    QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
-    operation.Start();
-    QTest::qWait(50);
-    Q_EMIT controller->Canceled();
-    QTRY_COMPARE(ends.count(), 1);
-    QCOMPARE(operation.result(), OperationResult::Canceled);
-}
-
-void NetworkOperationTest::selfSignedCertificateIsRefused() {
-    LoopbackHttpServer tls(LoopbackHttpServer::Transport::SelfSignedTls);
-    QVERIFY(!tls.certificate().isNull());
-    tls.setScript(Page, {answer("200 OK", "hello")});
-    const ExchangeOutcome outcome = runGet(QNetworkRequest(tls.url(Page)), 5000, m_logger);
-    QCOMPARE(outcome.result, OperationResult::Failure);
-    QCOMPARE(outcome.reply.networkError, QNetworkReply::SslHandshakeFailedError);
-    QVERIFY(outcome.reply.body.isEmpty());
-    QCOMPARE(tls.count(Page), 0);
-    const QString line = m_logger->texts(Log::Level::Error).value(0);
-    QVERIFY2(line.startsWith(QStringLiteral("NetworkOperation::SslError: SelfSignedCertificate (9): ")), qPrintable(line));
-    const QByteArray thumbprint = tls.certificate().digest(QCryptographicHash::Sha1).toHex();
-    const QString end = QStringLiteral("\nThumbprint (Sha1): %1\nBlacklisted: No\nSelf signed: Yes");
-    QVERIFY2(line.endsWith(end.arg(QString::fromLatin1(thumbprint))), qPrintable(line));
-
-    // The same server is accepted by a product that trusts its certificate.
-    QNetworkRequest trusting(tls.url(Page));
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setCaCertificates({tls.certificate()});
-    trusting.setSslConfiguration(configuration);
-    QCOMPARE(runGet(trusting, 5000, m_logger).reply.body, QByteArray("hello"));
-}
-
-void NetworkOperationTest::runGetOnAThreadWithoutLoop() {
-    m_server.setScript(Page, {answer("401 Unauthorized", "oauth_problem=message_expired",
-                                     "xoauth_problem: message_expired\r\nDate: Mon, 01 Jul 2024 12:00:05 GMT\r\n")});
-    ExchangeOutcome outcome;
-    std::thread([&] { outcome = runGet(request(), 5000, m_logger); }).join();
-    QCOMPARE(outcome.result, OperationResult::Failure);
-    QCOMPARE(outcome.reply.status, 401);
-    QCOMPARE(outcome.reply.body, QByteArray("oauth_problem=message_expired"));
-    QCOMPARE(outcome.reply.clockKind, ClockKind::WrongTime);
-    QVERIFY(outcome.reply.clockMessage.contains(QStringLiteral("Server time (UTC): 2024-07-01 12:00")));
-    QCOMPARE(outcome.reply.problemText, QStringLiteral(". OAuth problem: message_expired"));
-    QVERIFY(outcome.reply.errorText.startsWith(QStringLiteral("Http error: 401 Unauthorized. Network error: 204 ")));
-    QVERIFY(outcome.reply.dump.contains(QStringLiteral("401 Unauthorized")));
-
-    m_server.setScript(Page, Silence);
-    std::thread([&] { outcome = runGet(request(), 100, m_logger); }).join();
-    QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
 }
 
 QTEST_GUILESS_MAIN(NetworkOperationTest)
