@@ -197,7 +197,7 @@ void UnsavedStateTest::keepsOAuth2TokensOfUsersApart_data() {
     QTest::addColumn<bool>("isBlocked");
     QTest::addColumn<QString>("logged");
     QTest::newRow("below another user") << false << "Login state not found for this product in the login state file.";
-    QTest::newRow("no file to write") << true << "Failed to save OAuth2 access token for product Product of demo-product-0001 to login state file /";
+    QTest::newRow("no file to write") << true << "Failed to save OAuth2 access token for product Product of demo-product-0001 to login state file ";
 }
 
 void UnsavedStateTest::keepsOAuth2TokensOfUsersApart() {

@@ -205,8 +205,8 @@ bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
 
 QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
     QDomElement login = LoginStateXml::childOrNew(root, Names::loginSession);
-    const QString otherUser = login.attribute(Names::userId);
-    const bool isOtherUser = !otherUser.isEmpty() && otherUser != m_core.basic().userId;
+    const QString userInFile = readBasicState(login).user();
+    const bool isOtherUser = !userInFile.isEmpty() && userInFile != m_core.basic().user();
     const bool isOtherServer = LoginStateXml::number(login, Names::server, m_core.currentServer()) != m_core.currentServer();
     if (isOtherUser || isOtherServer) {
         // Tokens of one user must never stand under the name of another.
