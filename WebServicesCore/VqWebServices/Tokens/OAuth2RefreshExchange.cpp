@@ -19,7 +19,7 @@ constexpr int networkRetryMs = 60000;
 }
 
 void OAuth2TokenRefresher::request() {
-    if (!owner().catchUpWithFile(m_signInMark))
+    if (!owner().catchUpWithFile(signInMark()))
         return signInGone();
     const bool isValid = m_session.token().isValid(now());
     const bool isRenewed = isValid && isAnotherToken();
@@ -72,7 +72,7 @@ void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("OAuth2 token refresh network operation thread finished"));
     if (isAborted())
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. Aborted."));
-    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+    if (!owner().isLoggedIn() || owner().signInMark() != signInMark())
         return signInGone();
     // Disabled since: what was discarded must not come back.
     if (!owner().isOAuth2Enabled())
@@ -101,7 +101,7 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
             "Failed to refresh OAuth2 token. Failed to parse server response. Response body maybe invalid or empty."));
         return finishAndRetry(networkRetryMs);
     }
-    switch (m_session.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
+    switch (m_session.SetToken(reply.token, reply.expiryDate, signInMark())) {
     case OAuth2Session::Stored::NotEncrypted:
         log().error(QStringLiteral(
             "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
@@ -147,23 +147,6 @@ void OAuth2TokenRefresher::refused() {
         "Current OAuth2 token cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
 }
 
-bool OAuth2TokenRefresher::isSettledElsewhere() {
-    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
-    if (isSignInGone)
-        signInGone();
-    else if (isAnotherToken())
-        takeFromFile();
-    else
-        return false;
-    return true;
-}
-
-void OAuth2TokenRefresher::giveUp(const QString& text) {
-    log().error(text);
-    finish(0);
-    owner().forceLogout(m_signInMark);
-}
-
 void OAuth2TokenRefresher::startRetryProcess() {
     const OAuth2TokenSpec& spec = m_session.spec();
     const std::optional<RetrySchedule> set = RetrySchedules::instance().find(owner().productKey(), spec);
@@ -172,7 +155,7 @@ void OAuth2TokenRefresher::startRetryProcess() {
     const RetrySchedule schedule = set ? *set : defaultRetrySchedule();
     log().information(QStringLiteral("Starting OAuth2 token refresh retry process with following schedule:\n%1")
                           .arg(retryScheduleText(schedule)));
-    m_retryMark = m_signInMark;
+    m_retryMark = signInMark();
     m_retry.start(schedule);
 }
 

@@ -84,8 +84,8 @@ void OAuth2TokenRefresher::refresh() {
     m_waitsForToken = false;
     m_elsewhere = false;
     m_resent = false;
-    m_signInMark = owner().signInMark();
-    if (m_retryMark != m_signInMark)
+    noteSignIn();
+    if (m_retryMark != signInMark())
         m_retry.end();
     const QString reason = refusal();
     if (!reason.isEmpty())

@@ -40,6 +40,8 @@ protected:
     [[nodiscard]] QString describeToken(bool& isDue) const override;
     void refresh() override;
     void releaseLocks() override;
+    void takeFromFile() override;
+    void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override;
     void forgetFailures() override;
     void handleReply(const ExchangeOutcome& outcome) override;
@@ -57,15 +59,11 @@ private:
     void sendRequest();
     [[nodiscard]] Util::SecretBytes makeForm(const WebServicesConfiguration& configuration);
     void succeeded(const ExchangeOutcome& outcome);
-    void takeFromFile();
     void refused();
     void startRetryProcess();
     void retryAlongSchedule();
     /// Looks at the file before the user is signed out. True when that has ended the run.
-    [[nodiscard]] bool isSettledElsewhere();
-    void giveUp(const QString& text);
     void refuse(const QString& text);
-    void signInGone();
 
     OAuth2Session& m_session;
     IRequestFlags& m_flags;
@@ -75,7 +73,6 @@ private:
     const QString m_flag;
     RetryProcess m_retry;
     QString m_retryMark;        ///< The sign-in that the retry process belongs to.
-    QString m_signInMark;       ///< As it was when the refresh was begun.
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
     QElapsedTimer m_claiming;
     bool m_locked = false;

@@ -185,4 +185,22 @@ void RefreshWorker::timerFired() {
         updateRefreshTimer();
 }
 
+bool RefreshWorker::isSettledElsewhere() {
+    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
+    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right since.
+    if (isSignInGone)
+        signInGone();
+    else if (isAnotherToken())
+        takeFromFile();
+    else
+        return false;
+    return true;
+}
+
+void RefreshWorker::giveUp(const QString& text) {
+    log().error(text);
+    finish(0);
+    owner().forceLogout(m_signInMark);
+}
+
 } // namespace Velquor::WebServices

@@ -66,6 +66,11 @@ protected:
     /// A token has arrived, whoever obtained it: the failures of the one before count no more.
     virtual void forgetFailures() = 0;
 
+    /// Ends the run with the token that another process has obtained.
+    virtual void takeFromFile() = 0;
+    /// Ends the run since its sign-in is over.
+    virtual void signInGone() = 0;
+
     /// The reasons that all kinds of refresh share; empty when none of them holds.
     [[nodiscard]] QString sharedStopReason() const;
 
@@ -80,6 +85,16 @@ protected:
     void finishAndRetry(int intervalMs);
     /// The end of a run whose sign-in is over. There may be another one, with tokens of its own.
     void finishForSignInGone(const QString& text);
+
+    /// A look at the file before the user is signed out: true when the run has ended with that, since another process has renewed the
+    /// token or ended the sign-in.
+    [[nodiscard]] bool isSettledElsewhere();
+    /// Ends the run and the sign-in, which cannot be used any more.
+    void giveUp(const QString& text);
+
+    /// The sign-in as it was when the run was begun.
+    [[nodiscard]] const QString& signInMark() const { return m_signInMark; }
+    void noteSignIn() { m_signInMark = owner().signInMark(); }
 
     /// From now on `isAnotherToken` compares with the present one: it is what the server is asked to renew.
     void noteTriedToken() { m_triedToken = heldToken(); }
@@ -99,6 +114,7 @@ private:
     const RefreshTexts& m_texts;
     QDateTime m_expectedArrival;
     QByteArray m_triedToken;
+    QString m_signInMark;
     bool m_isRetry = false;
     std::atomic<bool> m_onlyForExpired{false};
 };

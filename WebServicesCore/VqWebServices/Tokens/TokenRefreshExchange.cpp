@@ -17,7 +17,7 @@ constexpr int networkRetryMs = 60000;
 }
 
 void TokenRefresher::request() {
-    if (!owner().catchUpWithFile(m_signInMark))
+    if (!owner().catchUpWithFile(signInMark()))
         return signInGone();
     if (isAnotherToken() && !owner().tokens().areExpired(now()))
         return takeFromFile();
@@ -71,7 +71,7 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         log().warning(QStringLiteral("Failed to refresh token. Aborted."));
         return finish(0);
     }
-    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+    if (!owner().isLoggedIn() || owner().signInMark() != signInMark())
         return signInGone();
     if (outcome.reply.isNull)
         log().error(QStringLiteral("Failed to refresh token. Reply is null"));
@@ -97,7 +97,7 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
         return finishAndRetry(networkRetryMs);
     }
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(tokens, sessionExpiry, m_signInMark)) {
+    switch (owner().store(tokens, sessionExpiry, signInMark())) {
     case StoreResult::SignInGone: return signInGone();
     // The old token may be spent: the mark stays, so that the next try can do without it.
     case StoreResult::Busy: return retryAfter(networkRetryMs);
@@ -135,24 +135,6 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     }
     giveUp(QStringLiteral(
         "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
-}
-
-bool TokenRefresher::isSettledElsewhere() {
-    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
-    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right since.
-    if (isSignInGone)
-        signInGone();
-    else if (isAnotherToken())
-        takeFromFile();
-    else
-        return false;
-    return true;
-}
-
-void TokenRefresher::giveUp(const QString& text) {
-    log().error(text);
-    finish(0);
-    owner().forceLogout(m_signInMark);
 }
 
 void TokenRefresher::retryAfter(int intervalMs) {

@@ -57,7 +57,7 @@ void TokenRefresher::refresh() {
         log().warning(reason);
         return finish(0);
     }
-    m_signInMark = owner().signInMark();
+    noteSignIn();
     polling().start(
         services().tokenTimeoutMs, [this] { return m_controller.lockTokenRefresh(); }, [this] { lockAcquired(); },
         [this] {

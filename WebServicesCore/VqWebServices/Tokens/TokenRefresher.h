@@ -37,6 +37,8 @@ protected:
     [[nodiscard]] QString describeToken(bool& isDue) const override;
     void refresh() override;
     void releaseLocks() override;
+    void takeFromFile() override;
+    void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override { return owner().tokens().accessToken; }
     void forgetFailures() override { m_failureCount = 0; }
     void handleReply(const ExchangeOutcome& outcome) override;
@@ -54,15 +56,10 @@ private:
     void countFailure(bool isClockProblem);
     void retryAfter(int intervalMs);
     /// Looks at the file before the user is signed out. True when that has ended the run.
-    [[nodiscard]] bool isSettledElsewhere();
-    void giveUp(const QString& text);
-    void takeFromFile();
-    void signInGone();
 
     RefreshController& m_controller;
     IRequestFlags& m_flags;
     const std::shared_ptr<RunState> m_queries;
-    QString m_signInMark;
     const LostAnswerMark m_mark;
     RefreshNotice m_notice;
     int m_failureCount = 0;
