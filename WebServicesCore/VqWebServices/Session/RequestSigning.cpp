@@ -31,8 +31,11 @@ OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) 
 } // namespace
 
 RequestSigning::RequestSigning(SessionCore& core)
-    : m_core(core)
-    , m_logger(*core.services.loggers.session) {}
+    : m_core(core) {}
+
+Log::ILogger& RequestSigning::logger(const Access& access) const {
+    return access.product ? *access.product->services().loggers.product : *m_core.services.loggers.product;
+}
 
 QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
     const QString prefix = product ? product->logPrefix() : QString();
@@ -122,7 +125,7 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
     if (error.isEmpty())
         result = sign(*access.product, order, error);
     if (result.isEmpty())
-        m_logger.error(error.contains(QStringLiteral("%1")) ? error.arg(displayUrl(order.request.url)) : error);
+        logger(access).error(error.contains(QStringLiteral("%1")) ? error.arg(displayUrl(order.request.url)) : error);
     return result;
 }
 
@@ -163,7 +166,7 @@ bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, 
             error = QStringLiteral("GetAccessToken failed: ") + keyError;
     }
     if (!error.isEmpty()) {
-        m_logger.error(error);
+        logger(access).error(error);
         return false;
     }
     token = std::move(keys.token);

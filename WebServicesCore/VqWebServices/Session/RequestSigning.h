@@ -55,10 +55,11 @@ private:
     [[nodiscard]] Access prepareTokens(const QString& clientKey, bool checkExpiry);
     /// Under the login session lock: finds the product again, which another thread may have replaced during the wait.
     [[nodiscard]] Refusal admit(Access& access) const;
+    /// The product's, or without one that of all products.
+    [[nodiscard]] Log::ILogger& logger(const Access& access) const;
     [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
 
     SessionCore& m_core;
-    Log::ILogger& m_logger;
 };
 
 } // namespace Velquor::WebServices
