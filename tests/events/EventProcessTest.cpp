@@ -6,6 +6,7 @@
 
 #include <QElapsedTimer>
 #include <QtTest>
+#include <functional>
 #include <vector>
 
 using namespace Velquor;
@@ -17,6 +18,17 @@ namespace {
 const auto key = QStringLiteral("demo-product-0001");
 constexpr int processCount = 8;
 constexpr int promptMs = 1000;
+
+/// Does something whenever a user has signed in.
+class SignInObserver : public IWebServicesObserver {
+public:
+    explicit SignInObserver(std::function<void()> work)
+        : m_work(std::move(work)) {}
+    void LoggedIn() override { m_work(); }
+
+private:
+    const std::function<void()> m_work;
+};
 
 } // namespace
 
@@ -44,6 +56,7 @@ private slots:
     void cleanup() {
         m_helpers.clear();
         m_session.reset();
+        m_observers.clear();
     }
 
     void everyProcessHearsOfASignInARefreshAndASignOut() {
@@ -61,6 +74,23 @@ private slots:
         QVERIFY(!m_session->isLoggedIn(QString()));
         for (const auto& helper : m_helpers)
             QCOMPARE(helper->otherEvents(50), QStringList());
+    }
+
+    // It holds up the observers behind it in its own process, and nobody else.
+    void anObserverThatBlocks() {
+        bool othersHeard = false;
+        int later = 0;
+        observe([&] {
+            othersHeard = allHear(QStringLiteral("LoggedIn"));
+            QTest::qSleep(TestKit::rounds(500, 10000));
+        });
+        observe([&] { ++later; });
+        signIn(*m_session);
+        QVERIFY(othersHeard);
+        QCOMPARE(later, 1);
+        m_helpers.front()->tell(QStringLiteral("logout"));
+        QVERIFY(m_helpers.front()->answer().value("done").toBool());
+        QVERIFY(allHear(QStringLiteral("LoggedOut")));
     }
 
     void theServingProcessMayDie() {
@@ -91,6 +121,11 @@ private:
         return true;
     }
 
+    void observe(std::function<void()> work) {
+        m_observers.push_back(std::make_unique<SignInObserver>(std::move(work)));
+        m_session->observers().add(m_observers.back().get());
+    }
+
     bool allHear(const QString& event) {
         QElapsedTimer timer;
         timer.start();
@@ -107,6 +142,7 @@ private:
     QTemporaryDir m_runtime;
     std::unique_ptr<LoginSession> m_session;
     std::vector<std::unique_ptr<TokenHelper>> m_helpers;
+    std::vector<std::unique_ptr<SignInObserver>> m_observers;
 };
 
 QTEST_GUILESS_MAIN(EventProcessTest)
