@@ -34,6 +34,8 @@ private slots:
         row("ahead, and nothing more comes", "s1 w3 t", "1");
         row("ahead, and time passes", "s1 w3 w6 u t", "1 3 6");
         row("time is counted for each", "s1 w3 u w5 t", "1 3");
+        row("the socket is late, and still comes", "w5 u s1 t s2 s3 s4", "1 2 3 4 5");
+        row("late, then silent", "w5 u s1 t u", "1 5");
         row("the socket shows that nothing is missing", "w5 d5", "5");
         row("the socket goes on", "s1 w3 w4 s5", "1 3 4 5");
         row("the file goes on after a gap", "s1 w3 u t w4", "1 3 4");
@@ -51,7 +53,7 @@ private slots:
             if (step == QLatin1String("t") || step == QLatin1String("u"))
                 ready += order.takeOverdue(now += step == QLatin1String("t") ? EventOrder::holdMs - 1 : 1);
             else if (step.startsWith(QLatin1Char('d')))
-                ready += order.reachedBySocket(id);
+                ready += order.reachedBySocket(id, now);
             else
                 ready += order.take(arrived(id, step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher), now);
         }

@@ -43,6 +43,8 @@ QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs
     if (place.number == 0)
         return {arrived};
     Source& source = sourceOf(place.source);
+    if (arrived.method == IPCMethod::Socket)
+        source.bySocketMs = nowMs;
     if (arrived.method == IPCMethod::Watcher && place.number > source.last + 1) {
         source.held.insert(place.number, {arrived, nowMs});
         return {};
@@ -55,12 +57,14 @@ QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs
     return ready;
 }
 
-QVector<ArrivedEvent> EventOrder::reachedBySocket(const QString& eventId) {
+QVector<ArrivedEvent> EventOrder::reachedBySocket(const QString& eventId, qint64 nowMs) {
     const Place place = placeOf(eventId);
     QVector<ArrivedEvent> ready;
     const auto source = m_sources.find(place.source);
-    if (source != m_sources.end())
+    if (source != m_sources.end()) {
+        source->bySocketMs = nowMs;
         release(*source, place.number, ready);
+    }
     return ready;
 }
 
@@ -69,7 +73,7 @@ QVector<ArrivedEvent> EventOrder::takeOverdue(qint64 nowMs) {
     for (Source& source : m_sources) {
         quint64 upTo = 0;
         for (auto held = source.held.cbegin(); held != source.held.cend(); ++held)
-            upTo = nowMs - held->sinceMs >= holdMs ? held.key() : upTo;
+            upTo = nowMs >= source.dueMs(*held) ? held.key() : upTo;
         if (upTo > 0)
             release(source, upTo, ready);
     }
@@ -80,7 +84,7 @@ int EventOrder::msUntilDue(qint64 nowMs) const {
     qint64 left = -1;
     for (const Source& source : m_sources) {
         for (const Held& held : source.held) {
-            const qint64 ownLeft = std::max<qint64>(held.sinceMs + holdMs - nowMs, 0);
+            const qint64 ownLeft = std::max<qint64>(source.dueMs(held) - nowMs, 0);
             left = left < 0 ? ownLeft : std::min(left, ownLeft);
         }
     }

@@ -21,14 +21,14 @@ struct ArrivedEvent {
 /// Keeps the events of one sender in their order where the watched file is faster than the socket.
 ///
 /// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file
-/// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, or for
-/// `holdMs`. Thread: its owner's. Owner: the notification manager. An event whose id has no number passes as it comes.
+/// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, or until
+/// the socket has brought nothing of this sender for `holdMs`. Thread: its owner's. Owner: the notification manager. An event whose id has no number passes as it comes.
 class EventOrder {
 public:
     /// Takes a new event; what is to be handled now.
     [[nodiscard]] QVector<ArrivedEvent> take(const ArrivedEvent& arrived, qint64 nowMs);
     /// The socket has brought an event again that was taken before; what is to be handled now.
-    [[nodiscard]] QVector<ArrivedEvent> reachedBySocket(const QString& eventId);
+    [[nodiscard]] QVector<ArrivedEvent> reachedBySocket(const QString& eventId, qint64 nowMs);
     /// What has waited long enough.
     [[nodiscard]] QVector<ArrivedEvent> takeOverdue(qint64 nowMs);
     /// How long until the oldest of what waits has waited long enough; -1 when nothing waits.
@@ -47,8 +47,12 @@ private:
         qint64 sinceMs = 0;
     };
     struct Source {
-        quint64 last = 0; ///< The highest number that was handled.
+        quint64 last = 0;      ///< The highest number that was handled.
+        qint64 bySocketMs = 0; ///< When the socket brought something last: under load it may be late, and still come.
         QMap<quint64, Held> held;
+
+        /// When what is held has waited long enough.
+        [[nodiscard]] qint64 dueMs(const Held& one) const { return qMax(one.sinceMs, bySocketMs) + holdMs; }
     };
     struct Place {
         QString source;

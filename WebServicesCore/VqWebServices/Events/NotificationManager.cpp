@@ -122,7 +122,7 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
                 "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
                 .arg(eventName(event), methodName(method), methodName(first)));
         if (method == IPCMethod::Socket)
-            handle(m_order.reachedBySocket(eventId));
+            handle(m_order.reachedBySocket(eventId, m_clock.elapsed()));
         return;
     }
     handle(m_order.take({event, params, method}, m_clock.elapsed()));
