@@ -25,7 +25,11 @@ QString checkToken(QXmlStreamReader& reader, const XmlLimits& limits, int& depth
     }
 }
 
-QString findFault(const QByteArray& text, const XmlLimits& limits) {
+} // namespace
+
+QString findXmlFault(const QByteArray& text, const XmlLimits& limits) {
+    if (text.size() > limits.size)
+        return QStringLiteral("The text is larger than %1 bytes").arg(limits.size);
     QXmlStreamReader reader(text);
     int depth = 0;
     int elements = 0;
@@ -39,15 +43,9 @@ QString findFault(const QByteArray& text, const XmlLimits& limits) {
     return {};
 }
 
-} // namespace
-
 XmlResult parseBoundedXml(const QByteArray& text, const XmlLimits& limits) {
     XmlResult result;
-    if (text.size() > limits.size) {
-        result.error = QStringLiteral("The text is larger than %1 bytes").arg(limits.size);
-        return result;
-    }
-    result.error = findFault(text, limits);
+    result.error = findXmlFault(text, limits);
     if (!result.isValid())
         return result;
     int line = 0;

@@ -141,7 +141,7 @@ bool LoginStateFile::write(const QDomDocument& document) {
     }
     const QByteArray text = document.toByteArray(2);
     // Whatever came in from outside: a file that nobody can read would sign the user out everywhere.
-    QString error = Util::parseBoundedXml(text, limits).error;
+    QString error = Util::findXmlFault(text, limits);
     if (!error.isEmpty() || !Util::AtomicFile::write(m_path, text, &error)) {
         m_logger->error(QStringLiteral("Failed to write login state file") + QStringLiteral(". %1").arg(error));
         return false;
