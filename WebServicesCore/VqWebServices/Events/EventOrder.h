@@ -22,7 +22,9 @@ struct ArrivedEvent {
 ///
 /// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file
 /// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, or until
-/// the socket has brought nothing of this sender for `holdMs`. Thread: its owner's. Owner: the notification manager. An event whose id has no number passes as it comes.
+/// the socket has brought nothing of this sender for `holdMs`. An event whose id has no number passes as it comes.
+///
+/// Thread: its owner's. Owner: the notification manager.
 class EventOrder {
 public:
     /// Takes a new event; what is to be handled now.

@@ -5,6 +5,7 @@
 #include "Tokens/OAuth2Session.h"
 #include "Tokens/OAuth2TokenRefresher.h"
 #include "Tokens/ProductSessionLock.h"
+#include "Tokens/RefreshTiming.h"
 #include "Tokens/RetrySchedules.h"
 #include "VqUtil/General/HumanText.h"
 
@@ -13,10 +14,6 @@
 namespace Velquor::WebServices {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
-
-namespace {
-constexpr int networkRetryMs = 60000;
-}
 
 void OAuth2TokenRefresher::request() {
     if (!owner().catchUpWithFile(signInMark()))

@@ -1,6 +1,7 @@
 #include "Tokens/OAuth2TokenRefresher.h"
 
 #include "Tokens/OAuth2Session.h"
+#include "Tokens/RefreshTiming.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <utility>
@@ -9,7 +10,6 @@ namespace Velquor::WebServices {
 
 namespace {
 
-constexpr int busyRetryMs = 5000;
 constexpr int holdOffMs = 30000;
 
 } // namespace

@@ -30,6 +30,10 @@ struct TimerLateness {
 
 [[nodiscard]] TimerLateness timerLateness(const QDateTime& expected, const QDateTime& now);
 
+/// The wait for another try, of both kinds of token: while another refresh is at work, and after a fault of the network.
+constexpr int busyRetryMs = 5000;
+constexpr int networkRetryMs = 60000;
+
 /// The wait after an OAuth 1.0 refresh that the server refused, by the count of failures so far (1 for the first).
 [[nodiscard]] int refreshRetryMs(int failureCount, bool isClockProblem);
 

@@ -12,10 +12,6 @@ namespace Velquor::WebServices {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
-namespace {
-constexpr int networkRetryMs = 60000;
-}
-
 void TokenRefresher::request() {
     if (!owner().catchUpWithFile(signInMark()))
         return signInGone();

@@ -1,5 +1,6 @@
 #include "Tokens/TokenRefresher.h"
 
+#include "Tokens/RefreshTiming.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <utility>
@@ -9,7 +10,6 @@ namespace Velquor::WebServices {
 namespace {
 
 constexpr int oauth2WaitMs = 30000;
-constexpr int busyRetryMs = 5000;
 
 } // namespace
 
