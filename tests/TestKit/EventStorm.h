@@ -4,8 +4,8 @@
 #include "TestKit/IpcHelper.h"
 #include "TestKit/PackedParams.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/WaitFor.h"
 
-#include <QTest>
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -25,7 +25,8 @@ public:
     /// So fast that events wait for each other.
     static constexpr int shortestPauseMs = 2;
 
-    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this process.
+    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this
+    /// process.
     [[nodiscard]] bool start(int count, int pauseMs = shortestPauseMs) {
         m_manager.Start();
         for (const QByteArray& from : senderNames()) {
@@ -34,9 +35,10 @@ public:
         }
         const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
         for (int attempt = 0; attempt < 200; ++attempt) {
-            m_manager.SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
-                                              packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
-            if (QTest::qWaitFor([&] { return all(m_senders, isThere) && all(m_listeners, isThere); }, 50))
+            m_manager.SendInterProcessMessage(
+                WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
+                packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
+            if (waitFor([&] { return all(m_senders, isThere) && all(m_listeners, isThere); }, 50))
                 return true;
         }
         return false;
@@ -46,7 +48,7 @@ public:
     [[nodiscard]] bool rage(int timeoutMs) {
         for (const auto& sender : m_senders)
             sender->tell();
-        return QTest::qWaitFor(
+        return waitFor(
             [this] { return all(m_senders, [](const auto& sender) { return sender->hasSent() && !sender->wasRefused(); }); },
             timeoutMs);
     }

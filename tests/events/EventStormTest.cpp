@@ -32,7 +32,7 @@ private slots:
         QVERIFY(storm.rage(TestKit::rounds(30000, 300000)));
         for (const auto& listener : storm.listeners()) {
             for (const QByteArray& from : EventStorm::senderNames()) {
-                QTRY_VERIFY_WITH_TIMEOUT(listener->numbers(from).size() >= count, 10000);
+                QVERIFY(TestKit::waitFor([&] { return listener->numbers(from).size() >= count; }, 10000));
                 const QVector<int> numbers = listener->numbers(from);
                 QCOMPARE(numbers.size(), count);
                 for (int number = 0; number < count; ++number)
@@ -43,8 +43,8 @@ private slots:
     }
 
 private:
-    // In a storm events wait for each other, so that the one in the middle tells nothing there; a machine that does something else
-    // meanwhile tells little about time at all.
+    // In a storm events wait for each other, so that the one in the middle tells nothing there; a machine that does something
+    // else meanwhile tells little about time at all.
     static void judge(const std::vector<qint64>& ages, bool isPaced) {
         const qint64 median = ages.at(ages.size() / 2);
         const qint64 slow = ages.at(ages.size() * 99 / 100);
