@@ -3,8 +3,9 @@
 #include "Caches/CachedReplies.h"
 #include "Tokens/RunState.h"
 
-#include <QMutex>
-#include <QMutexLocker>
+#include <QReadLocker>
+#include <QReadWriteLock>
+#include <QWriteLocker>
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -23,22 +24,23 @@ struct CacheView {
     const std::shared_ptr<RunState> updates = std::make_shared<RunState>();
 };
 
-/// A parsed reply that is replaced as a whole: who reads sees one reply, never parts of two. Thread: any.
+/// A parsed reply that is replaced as a whole: who reads sees one reply, never parts of two. Readers do not wait for each other: of
+/// many threads that share one mutex each would have to be woken by the one before it. Thread: any.
 template <class T>
 class Published {
 public:
     [[nodiscard]] std::shared_ptr<const T> get() const {
-        const QMutexLocker lock(&m_mutex);
+        const QReadLocker lock(&m_lock);
         return m_value;
     }
     void set(std::shared_ptr<const T> value) {
         // The old value is freed after the lock is released.
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         m_value.swap(value);
     }
 
 private:
-    mutable QMutex m_mutex;
+    mutable QReadWriteLock m_lock;
     std::shared_ptr<const T> m_value;
 };
 
