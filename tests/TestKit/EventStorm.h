@@ -6,6 +6,7 @@
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/WaitFor.h"
 
+#include <QThread>
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -17,31 +18,24 @@ class EventStorm : private WebServices::INotificationListener {
 public:
     explicit EventStorm(const QString& folder, const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
         : m_folder(folder)
-        , m_environment(environment)
-        , m_manager(folder, *this, std::make_shared<RecordingLogger>()) {}
+        , m_environment(environment) {}
 
     static QByteArrayList senderNames() { return {"A", "B", "C", "D"}; }
 
     /// So fast that events wait for each other.
     static constexpr int shortestPauseMs = 2;
 
-    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this
-    /// process.
+    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this process,
+    /// which takes no part from then on: it would have to serve the others beside the reading of all that they say.
     [[nodiscard]] bool start(int count, int pauseMs = shortestPauseMs) {
-        m_manager.Start();
         for (const QByteArray& from : senderNames()) {
             m_senders.push_back(run(QStringLiteral("raise"), QString::fromLatin1(from), count, pauseMs));
             m_listeners.push_back(run(QStringLiteral("hear"), {}, 0, 0));
         }
-        const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
-        for (int attempt = 0; attempt < 200; ++attempt) {
-            m_manager.SendInterProcessMessage(
-                WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
-                packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
-            if (waitFor([&] { return all(m_senders, isThere) && all(m_listeners, isThere); }, 50))
-                return true;
-        }
-        return false;
+        if (!meet())
+            return false;
+        QThread::msleep(handOverMs);
+        return true;
     }
 
     /// Lets them raise their events; true when all have within the time.
@@ -69,6 +63,22 @@ public:
     }
 
 private:
+    /// Until another process serves, and all have found it.
+    static constexpr int handOverMs = 1000;
+
+    [[nodiscard]] bool meet() {
+        WebServices::NotificationManager manager(m_folder, *this, std::make_shared<RecordingLogger>());
+        manager.Start();
+        const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
+        for (int attempt = 0; attempt < 200; ++attempt) {
+            manager.SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
+                                            packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
+            if (waitFor([&] { return all(m_senders, isThere) && all(m_listeners, isThere); }, 50))
+                return true;
+        }
+        return false;
+    }
+
     template <typename Helpers, typename Condition>
     static bool all(const Helpers& helpers, Condition condition) {
         return std::all_of(helpers.cbegin(), helpers.cend(), condition);
@@ -83,7 +93,6 @@ private:
 
     const QString m_folder;
     const QProcessEnvironment m_environment;
-    WebServices::NotificationManager m_manager;
     std::vector<std::unique_ptr<IpcHelper>> m_senders;
     std::vector<std::unique_ptr<IpcHelper>> m_listeners;
 };

@@ -68,6 +68,12 @@ private slots:
         QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
         QCOMPARE(order.take(arrived(QStringLiteral("b#1"), IPCMethod::Watcher), 0).size(), 1);
         QCOMPARE(order.msUntilDue(0), EventOrder::holdMs);
+        // The socket is busy with another one for as long as it likes; not so the one that waits.
+        for (int ms = 0; ms < EventOrder::longestHoldMs; ms += 1000) {
+            QVERIFY(order.takeOverdue(ms).isEmpty());
+            QCOMPARE(order.take(arrived(QStringLiteral("b#%1").arg(ms + 2), IPCMethod::Socket), ms).size(), 1);
+        }
+        QCOMPARE(order.takeOverdue(EventOrder::longestHoldMs).size(), 1);
         // One that does not count its events passes.
         QCOMPARE(order.take(arrived(QStringLiteral("a"), IPCMethod::Watcher), 0).size(), 1);
         QCOMPARE(order.take(arrived(QStringLiteral("a#none"), IPCMethod::Watcher), 0).size(), 1);

@@ -39,12 +39,12 @@ void EventOrder::release(Source& source, quint64 upTo, QVector<ArrivedEvent>& re
 }
 
 QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs) {
+    if (arrived.method == IPCMethod::Socket)
+        m_bySocketMs = nowMs;
     const Place place = placeOf(arrived.params.value(EventParam::eventId).toString());
     if (place.number == 0)
         return {arrived};
     Source& source = sourceOf(place.source);
-    if (arrived.method == IPCMethod::Socket)
-        source.bySocketMs = nowMs;
     if (arrived.method == IPCMethod::Watcher && place.number > source.last + 1) {
         source.held.insert(place.number, {arrived, nowMs});
         return {};
@@ -60,11 +60,10 @@ QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs
 QVector<ArrivedEvent> EventOrder::reachedBySocket(const QString& eventId, qint64 nowMs) {
     const Place place = placeOf(eventId);
     QVector<ArrivedEvent> ready;
+    m_bySocketMs = nowMs;
     const auto source = m_sources.find(place.source);
-    if (source != m_sources.end()) {
-        source->bySocketMs = nowMs;
+    if (source != m_sources.end())
         release(*source, place.number, ready);
-    }
     return ready;
 }
 
@@ -73,7 +72,7 @@ QVector<ArrivedEvent> EventOrder::takeOverdue(qint64 nowMs) {
     for (Source& source : m_sources) {
         quint64 upTo = 0;
         for (auto held = source.held.cbegin(); held != source.held.cend(); ++held)
-            upTo = nowMs >= source.dueMs(*held) ? held.key() : upTo;
+            upTo = nowMs >= dueMs(*held) ? held.key() : upTo;
         if (upTo > 0)
             release(source, upTo, ready);
     }
@@ -84,7 +83,7 @@ int EventOrder::msUntilDue(qint64 nowMs) const {
     qint64 left = -1;
     for (const Source& source : m_sources) {
         for (const Held& held : source.held) {
-            const qint64 ownLeft = std::max<qint64>(source.dueMs(held) - nowMs, 0);
+            const qint64 ownLeft = std::max<qint64>(dueMs(held) - nowMs, 0);
             left = left < 0 ? ownLeft : std::min(left, ownLeft);
         }
     }

@@ -21,8 +21,9 @@ struct ArrivedEvent {
 /// Keeps the events of one sender in their order where the watched file is faster than the socket.
 ///
 /// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file
-/// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, or until
-/// the socket has brought nothing of this sender for `holdMs`. An event whose id has no number passes as it comes.
+/// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, until the
+/// socket has brought nothing for `holdMs` (a socket that still brings something may be late, and still come), or for
+/// `longestHoldMs`. An event whose id has no number passes as it comes.
 ///
 /// Thread: its owner's. Owner: the notification manager.
 class EventOrder {
@@ -41,6 +42,8 @@ public:
 
     /// Longer than a busy server of the sockets takes, and short for who waits.
     static constexpr int holdMs = 1200;
+    /// Who shares a busy socket with others, and has none of its own any more, is heard after this.
+    static constexpr int longestHoldMs = 10000;
     static constexpr int mostSources = 256;
 
 private:
@@ -49,12 +52,8 @@ private:
         qint64 sinceMs = 0;
     };
     struct Source {
-        quint64 last = 0;      ///< The highest number that was handled.
-        qint64 bySocketMs = 0; ///< When the socket brought something last: under load it may be late, and still come.
+        quint64 last = 0; ///< The highest number that was handled.
         QMap<quint64, Held> held;
-
-        /// When what is held has waited long enough.
-        [[nodiscard]] qint64 dueMs(const Held& one) const { return qMax(one.sinceMs, bySocketMs) + holdMs; }
     };
     struct Place {
         QString source;
@@ -65,9 +64,14 @@ private:
     [[nodiscard]] Source& sourceOf(const QString& name);
     /// Moves what is held up to a number, and what follows it without a gap.
     static void release(Source& source, quint64 upTo, QVector<ArrivedEvent>& released);
+    /// When what is held has waited long enough.
+    [[nodiscard]] qint64 dueMs(const Held& held) const {
+        return qMin(qMax(held.sinceMs, m_bySocketMs) + holdMs, held.sinceMs + longestHoldMs);
+    }
 
     QHash<QString, Source> m_sources;
     QQueue<QString> m_names; ///< In the order of their first event.
+    qint64 m_bySocketMs = 0; ///< When the socket brought something last, whoever sent it.
 };
 
 } // namespace Velquor::WebServices

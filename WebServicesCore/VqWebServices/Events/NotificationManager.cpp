@@ -15,6 +15,7 @@ namespace {
 const auto serverName = QStringLiteral("Velquor.WebServices");
 // Writing the file takes longer than sending a message: the sockets, which share the thread, go first. They write when the event loop comes round.
 constexpr int fileDelayMs = 1;
+constexpr int lastLookMs = 100;
 // The pause before the listener is asked again what it could not do: at first nobody shall notice it, and then it shall cost nothing.
 constexpr int shortestAgainMs = 200;
 constexpr int longestAgainMs = 2000;
@@ -29,6 +30,7 @@ NotificationManager::NotificationManager(const QString& folder, INotificationLis
     , m_ownId(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , m_fileTimer(this)
     , m_holdTimer(this)
+    , m_lastLookTimer(this)
     , m_againTimer(this) {
     m_fileTimer.setSingleShot(true);
     m_fileTimer.setInterval(fileDelayMs);
@@ -36,7 +38,11 @@ NotificationManager::NotificationManager(const QString& folder, INotificationLis
     m_holdTimer.setSingleShot(true);
     // One that fires early finds nothing to release.
     m_holdTimer.setTimerType(Qt::PreciseTimer);
-    connect(&m_holdTimer, &QTimer::timeout, this, &NotificationManager::releaseOverdue);
+    // In a process that stood still the timer is served before the sockets are read: what they have brought comes first.
+    m_lastLookTimer.setSingleShot(true);
+    m_lastLookTimer.setInterval(lastLookMs);
+    connect(&m_holdTimer, &QTimer::timeout, &m_lastLookTimer, qOverload<>(&QTimer::start));
+    connect(&m_lastLookTimer, &QTimer::timeout, this, &NotificationManager::releaseOverdue);
     m_againTimer.setSingleShot(true);
     connect(&m_againTimer, &QTimer::timeout, this, &NotificationManager::finishReactions);
     m_clock.start();
@@ -127,7 +133,7 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
     }
     handle(m_order.take({event, params, method}, m_clock.elapsed()));
     // What is held later is due later.
-    if (!m_holdTimer.isActive())
+    if (!m_holdTimer.isActive() && !m_lastLookTimer.isActive())
         holdOn();
 }
 

@@ -64,6 +64,7 @@ private:
     QTimer m_fileTimer;
     QQueue<ArrivedEvent> m_forFile; ///< Sent by socket, and to be written to the file.
     QTimer m_holdTimer;
+    QTimer m_lastLookTimer;
     QTimer m_againTimer; ///< Runs while the listener has something left to do.
     int m_againMs = 0;
     QMutex m_sendMutex;
