@@ -1,6 +1,7 @@
 // Four processes raise events at once and four others hear them: every one, once, and in the order of their sender.
 
 #include "TestKit/EventStorm.h"
+#include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/Soak.h"
 
 #include <QFile>
@@ -53,8 +54,9 @@ private:
                         QStringLiteral("%1 ms (%2 events)").arg(slow / 1000.0).arg(ages.size()));
         TestKit::figure(QStringLiteral("the same, median"), isPaced ? QStringLiteral("< 2 ms") : QStringLiteral("none"),
                         QStringLiteral("%1 ms").arg(median / 1000.0));
-        QVERIFY(slow < (TestKit::isSoak() ? 100000 : 5000000));
-        QVERIFY(!isPaced || !TestKit::isSoak() || median < 2000);
+        const bool holdsBars = TestKit::isSoak() && TestKit::timesOfProcessesCount();
+        QVERIFY(slow < (holdsBars ? 100000 : 5000000));
+        QVERIFY(!isPaced || !holdsBars || median < 2000);
     }
 
     QTemporaryDir m_runtime;

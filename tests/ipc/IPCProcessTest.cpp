@@ -1,4 +1,5 @@
 #include "TestKit/IpcHelper.h"
+#include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Soak.h"
 #include "TestKit/WaitFor.h"
@@ -185,7 +186,7 @@ void IPCProcessTest::manyMessages() {
     TestKit::figure(QStringLiteral("the same, median"), QStringLiteral("< 2 ms (idle)"),
                     QStringLiteral("%1 ms").arg(ages.at(ages.size() / 2) / 1000.0));
     // A machine that does something else meanwhile tells nothing about time.
-    QVERIFY(slow < (TestKit::isSoak() ? 100000 : 5000000));
+    QVERIFY(slow < (TestKit::isSoak() && TestKit::timesOfProcessesCount() ? 100000 : 5000000));
 }
 
 QTEST_GUILESS_MAIN(IPCProcessTest)

@@ -42,7 +42,7 @@ public:
 
     /// Longer than a busy server of the sockets takes, and short for who waits.
     static constexpr int holdMs = 1200;
-    /// Who shares a busy socket with others, and has none of its own any more, is heard after this.
+    /// A sender whose own socket is gone is heard after this, however busy the socket is with others.
     static constexpr int longestHoldMs = 10000;
     static constexpr int mostSources = 256;
 

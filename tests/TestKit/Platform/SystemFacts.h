@@ -27,6 +27,10 @@ void forgetUserKey();
 /// A key that is not the one opened before. Where the user has one key only, it takes that one's place.
 [[nodiscard]] std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger);
 
+/// Whether a time that several processes take together tells something. It does not where the system is emulated (Wine), and each
+/// call that reaches beyond a process waits for one that serves them all.
+[[nodiscard]] bool timesOfProcessesCount();
+
 /// The most memory that this process has had at one time.
 [[nodiscard]] qint64 peakMemoryBytes();
 

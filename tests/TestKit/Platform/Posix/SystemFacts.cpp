@@ -34,6 +34,10 @@ std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log:
     return Util::openUserRsaCryptor(folder.path(), logger);
 }
 
+bool timesOfProcessesCount() {
+    return true;
+}
+
 qint64 peakMemoryBytes() {
     struct rusage usage {};
     getrusage(RUSAGE_SELF, &usage);

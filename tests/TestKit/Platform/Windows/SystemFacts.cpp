@@ -69,6 +69,11 @@ std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log:
     return Util::openUserRsaCryptor(QString(), logger);
 }
 
+bool timesOfProcessesCount() {
+    const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
+    return system && !::GetProcAddress(system, "wine_get_version");
+}
+
 qint64 peakMemoryBytes() {
     PROCESS_MEMORY_COUNTERS counters{};
     K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
