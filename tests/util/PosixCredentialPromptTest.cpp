@@ -50,6 +50,9 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
     ~Terminal() {
+        // A terminal that could not be opened has no child, and a signal to -1 would reach every process of the user.
+        if (m_child <= 0)
+            return;
         ::close(m_file);
         ::kill(m_child, SIGKILL);
         ::waitpid(m_child, nullptr, 0);
@@ -59,6 +62,8 @@ public:
 
     /// Reads until the text has been shown. False when it never is.
     [[nodiscard]] bool waitFor(const QByteArray& text) {
+        if (m_child <= 0)
+            return false;
         const QDeadlineTimer deadline(timeoutMs);
         while (!m_shown.contains(text) && !deadline.hasExpired()) {
             pollfd file{m_file, POLLIN, 0};
