@@ -178,6 +178,7 @@ void PosixSharedBlockTest::replacedExecutable() {
         ::execl(name.constData(), name.constData(), "30", nullptr);
         ::_exit(1);
     }
+    QVERIFY(child > 0);
     const bool started = QTest::qWaitFor([child, &program] { return isProcessAlive(child, program); }, 5000);
     const bool removed = QFile::remove(program);
     const bool lives = isProcessAlive(child, program);

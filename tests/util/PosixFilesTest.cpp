@@ -122,6 +122,7 @@ void PosixFilesTest::killedWriters() {
                 (void)AtomicFile::write(path(), QByteArray(300000, static_cast<char>('a' + number % 26)), nullptr);
             ::_exit(0);
         }
+        QVERIFY(child > 0);
         ::usleep(static_cast<useconds_t>(500 + round * 211));
         ::kill(child, SIGKILL);
         QCOMPARE(::waitpid(child, nullptr, 0), child);
