@@ -36,7 +36,8 @@ class Terminal:
                                       stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self.guard = threading.Timer(SECONDS, self.shell.kill)
         self.guard.start()
-        self.type("set -em\n")
+        # What runs in the background would hold the output open after the shell has ended.
+        self.type("set -em\ntrap 'kill %1 2>/dev/null' EXIT\n")
 
     def type(self, text: str) -> None:
         self.shell.stdin.write(text)
