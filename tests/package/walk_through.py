@@ -67,7 +67,6 @@ class Terminal:
 
     def close(self) -> None:
         self.guard.cancel()
-        self.type("kill %1 2>/dev/null\n") if self.shell.poll() is None else None
         self.shell.stdin.close()
         self.shell.wait(30)
 
