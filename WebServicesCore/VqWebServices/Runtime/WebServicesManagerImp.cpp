@@ -4,6 +4,8 @@
 
 #include <QCoreApplication>
 #include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 #include <QScopeGuard>
 #include <utility>
 
@@ -28,7 +30,7 @@ bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Spe
     });
     const StartedLibrary started = startLibrary(defaultClientKey(), oauth2Specs);
     giveBack.dismiss();
-    const QMutexLocker lock(&m_stateMutex);
+    const QWriteLocker lock(&m_stateLock);
     m_library = started;
     return true;
 }
@@ -43,7 +45,7 @@ bool WebServicesManagerImp::uninitialize() {
     }
     StartedLibrary library;
     {
-        const QMutexLocker lock(&m_stateMutex);
+        const QWriteLocker lock(&m_stateLock);
         std::swap(library, m_library);
     }
     stopLibrary(std::move(library));
@@ -56,22 +58,22 @@ bool WebServicesManagerImp::isInitialized() {
 }
 
 std::shared_ptr<LoginSession> WebServicesManagerImp::session() const {
-    const QMutexLocker lock(&m_stateMutex);
+    const QReadLocker lock(&m_stateLock);
     return m_library.session;
 }
 
 std::shared_ptr<Util::ProcessState> WebServicesManagerImp::processState() const {
-    const QMutexLocker lock(&m_stateMutex);
+    const QReadLocker lock(&m_stateLock);
     return m_library.processState;
 }
 
 bool WebServicesManagerImp::hasLogConfiguration() const {
-    const QMutexLocker lock(&m_stateMutex);
+    const QReadLocker lock(&m_stateLock);
     return m_library.hasLogConfiguration;
 }
 
 IWebServicesManager* WebServicesManagerImp::runtimeObject() {
-    const QMutexLocker lock(&m_stateMutex);
+    const QWriteLocker lock(&m_stateLock);
     if (!m_library.session)
         return nullptr;
     if (!m_runtimeObject)

@@ -3,6 +3,7 @@
 #include "Runtime/Startup.h"
 
 #include <QMutex>
+#include <QReadWriteLock>
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesManagerEx.h>
@@ -45,7 +46,7 @@ private:
 
     QMutex m_countMutex;
     int m_count = 0;
-    mutable QMutex m_stateMutex;
+    mutable QReadWriteLock m_stateLock;
     StartedLibrary m_library;
     std::unique_ptr<IWebServicesManager> m_runtimeObject;
     WebServicesManager m_manager;

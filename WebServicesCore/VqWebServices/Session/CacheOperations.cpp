@@ -17,7 +17,10 @@ bool CacheOperations::hasProduct(const QString& clientKey) const { return doorOf
 
 bool CacheOperations::IsCacheEnabled(const QString& clientKey, CacheType type) const {
     const ProductSessionPointer product = m_core.product(clientKey);
-    const CacheDoor* const door = doorOf(product);
+    return isEnabled(doorOf(product), clientKey, type);
+}
+
+bool CacheOperations::isEnabled(const CacheDoor* door, const QString& clientKey, CacheType type) const {
     return door ? door->isEnabled(type) : m_core.clients.isCacheEnabled(clientKey, type);
 }
 
@@ -49,7 +52,7 @@ std::shared_ptr<const T> CacheOperations::value(const QString& clientKey, const 
     const ProductSessionPointer product = m_core.product(clientKey);
     CacheDoor* const door = doorOf(product);
     // Also while nobody is signed in: the next sign-in finds the wish.
-    if (!IsCacheEnabled(clientKey, request.type)) {
+    if (!isEnabled(door, clientKey, request.type)) {
         m_logger.information(request.enablingText);
         EnableCache(clientKey, request.type, true);
     }

@@ -36,6 +36,7 @@ private:
                                                  std::shared_ptr<const T> (CacheDoor::*read)(bool));
     /// Null when the client has no product that is signed in. The product keeps it alive.
     [[nodiscard]] static CacheDoor* doorOf(const ProductSessionPointer& product);
+    [[nodiscard]] bool isEnabled(const CacheDoor* door, const QString& clientKey, CacheType type) const;
 
     SessionCore& m_core;
     Log::ILogger& m_logger;

@@ -3,7 +3,8 @@
 #include "Caches/CacheStore.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
-#include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 #include <algorithm>
 #include <utility>
 
@@ -16,7 +17,7 @@ ClientRegistry::ClientRegistry(std::shared_ptr<Log::ILogger> logger, bool isSSOS
 void ClientRegistry::add(const ClientIdentity& identity) {
     const QString name = ClientInfo(identity).displayName(m_isSSOServer);
     m_logger->information(QStringLiteral("Adding client %1").arg(name));
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     if (!m_clients.contains(identity.clientKey)) {
         m_logger->debug(QStringLiteral("Creating client info object for product %1").arg(name));
         m_clients.insert(identity.clientKey, std::make_shared<ClientInfo>(identity));
@@ -26,7 +27,7 @@ void ClientRegistry::add(const ClientIdentity& identity) {
 
 void ClientRegistry::remove(const QString& clientKey) {
     const QString name = displayName(clientKey);
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     if (m_clients.contains(clientKey)) {
         m_logger->debug(QStringLiteral("Deleting product info and all configurations"));
         m_clients.remove(clientKey);
@@ -43,7 +44,7 @@ QString ClientRegistry::describeAll() const {
 }
 
 QVector<ClientInfo> ClientRegistry::all() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     QVector<ClientInfo> copies;
     for (const auto& client : m_clients)
         copies.append(*client);
@@ -51,24 +52,24 @@ QVector<ClientInfo> ClientRegistry::all() const {
 }
 
 bool ClientRegistry::contains(const QString& clientKey) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_clients.contains(clientKey);
 }
 
 QString ClientRegistry::displayName(const QString& clientKey) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client ? client->displayName(m_isSSOServer) : QStringLiteral("(unknown client)");
 }
 
 ClientIdentity ClientRegistry::identity(const QString& clientKey) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client ? client->identity() : ClientIdentity();
 }
 
 bool ClientRegistry::setConfiguration(const QString& clientKey, const ConfigurationPointer& configuration) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     if (client)
         client->setConfiguration(configuration);
@@ -76,25 +77,25 @@ bool ClientRegistry::setConfiguration(const QString& clientKey, const Configurat
 }
 
 ConfigurationPointer ClientRegistry::configuration(const QString& clientKey, int server) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client ? client->configuration(server) : ConfigurationPointer();
 }
 
 QString ClientRegistry::productKey(const QString& clientKey, int server) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client ? client->productKey(server) : QString();
 }
 
 OAuth2Settings ClientRegistry::oauth2(const QString& clientKey) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client ? client->oauth2() : OAuth2Settings();
 }
 
 bool ClientRegistry::enableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     if (!client)
         return false;
@@ -111,7 +112,7 @@ bool ClientRegistry::enableOAuth2(const QString& clientKey, const OAuth2TokenSpe
 }
 
 bool ClientRegistry::disableOAuth2(const QString& clientKey) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     if (client && client->disableOAuth2())
         m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(QStringLiteral("disabled")));
@@ -119,33 +120,33 @@ bool ClientRegistry::disableOAuth2(const QString& clientKey) {
 }
 
 void ClientRegistry::enableCache(const QString& clientKey, CacheType type, bool enable) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     if (client && std::find(cacheTypes.begin(), cacheTypes.end(), type) != cacheTypes.end())
         client->enableCache(static_cast<int>(type), enable);
 }
 
 bool ClientRegistry::isCacheEnabled(const QString& clientKey, CacheType type) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client && client->isCacheEnabled(static_cast<int>(type));
 }
 
 bool ClientRegistry::isOAuth2Used(const QString& productKey, int server) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return std::any_of(m_clients.begin(), m_clients.end(), [&](const auto& client) {
         return client->oauth2().isEnabled && client->productKey(server) == productKey;
     });
 }
 
 bool ClientRegistry::hasAnyConfiguration(const QString& clientKey) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
     return client && client->hasConfigurations();
 }
 
 QStringList ClientRegistry::configuredFor(int server) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     QStringList keys;
     for (const auto& client : m_clients) {
         if (client->configuration(server))

@@ -4,7 +4,7 @@
 #include "VqLog/ILogger.h"
 
 #include <QMap>
-#include <QRecursiveMutex>
+#include <QReadWriteLock>
 #include <QStringList>
 #include <VqWebServices/CacheType.h>
 #include <memory>
@@ -54,7 +54,7 @@ private:
 
     const std::shared_ptr<Log::ILogger> m_logger;
     const bool m_isSSOServer;
-    mutable QRecursiveMutex m_mutex;
+    mutable QReadWriteLock m_lock;
     QMap<QString, std::shared_ptr<ClientInfo>> m_clients;
 };
 

@@ -8,12 +8,13 @@
 #include "Tokens/OAuth2Exchange.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-#include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 
 namespace Velquor::WebServices {
 
 void ProductLoginSession::Activate(SessionCore& core) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     if (m_deactivated || !m_configuration || m_operations)
         return;
     m_services.loggers.product->information(QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
@@ -24,7 +25,7 @@ void ProductLoginSession::Activate(SessionCore& core) {
 }
 
 TokenOperations* ProductLoginSession::operations() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_operations.get();
 }
 
@@ -52,7 +53,7 @@ void ProductLoginSession::enableCache(CacheType type) {
 void ProductLoginSession::retire() {
     TokenOperations* operations = nullptr;
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         m_deactivated = true;
         operations = m_operations.get();
     }
@@ -67,7 +68,7 @@ void ProductLoginSession::Deactivate() {
     retire();
     if (TokenOperations* const running = operations())
         running->waitForThread();
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     if (m_clientReferences.isEmpty()) {
         m_services.loggers.product->information(
             QStringLiteral("Deleting configuration in product login session since no client references it"));
@@ -87,7 +88,7 @@ bool ProductLoginSession::isAtRest() const {
 }
 
 void ProductLoginSession::AddClientReference(const QString& clientKey) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     if (clientKey.isEmpty() || m_clientReferences.contains(clientKey))
         return;
     m_services.loggers.product->information(QStringLiteral("Adding client reference %1 in product login session").arg(clientKey));
@@ -100,7 +101,7 @@ void ProductLoginSession::AddClientReference(const QString& clientKey) {
 }
 
 void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_services.loggers.product->information(QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
     m_clientReferences.remove(clientKey);
     m_services.loggers.product->information(
@@ -111,7 +112,7 @@ void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
 }
 
 QString ProductLoginSession::clientReferences() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return describeReferences();
 }
 

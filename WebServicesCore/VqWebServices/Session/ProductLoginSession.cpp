@@ -8,6 +8,8 @@
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -61,14 +63,14 @@ ProductLoginSession::~ProductLoginSession() {
 }
 
 void ProductLoginSession::setProduct(const QString& name, const QString& exeName) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_name = name;
     m_exeName = exeName;
     renewPrefix();
 }
 
 QString ProductLoginSession::displayName() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_name.isEmpty() ? shortKey(m_productKey) : m_name;
 }
 
@@ -80,33 +82,33 @@ void ProductLoginSession::renewPrefix() {
 
 void ProductLoginSession::SetConfiguration(const ConfigurationPointer& configuration) {
     const QMutexLocker operation(&m_operationLock);
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_configuration = configuration;
 }
 
 ConfigurationPointer ProductLoginSession::configuration() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_configuration;
 }
 
 ProductTokens ProductLoginSession::tokens() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_tokens;
 }
 
 void ProductLoginSession::setTokens(const ProductTokens& tokens) {
     const QMutexLocker operation(&m_operationLock);
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_tokens = tokens;
 }
 
 void ProductLoginSession::setRequestToken(const RequestToken& token) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_requestToken = token;
 }
 
 ProductLoginSession::RequestToken ProductLoginSession::requestToken() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_requestToken;
 }
 
@@ -118,7 +120,7 @@ void ProductLoginSession::Load(const QDomElement& product) {
     tokens.expiryDate = LoginStateXml::date(product, Names::tokenExpiryDate);
     const QMutexLocker operation(&m_operationLock);
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         if (!isUnsaved() || tokens.accessToken != m_tokenInFile)
             m_tokens = tokens;
         m_tokenInFile = tokens.accessToken;
@@ -136,24 +138,24 @@ bool ProductLoginSession::isUnsaved() const { return m_tokens.areComplete() && m
 
 bool ProductLoginSession::mayReplace(const QDomElement& product, bool isSameSignIn) const {
     const QByteArray inFile = LoginStateXml::secret(product, accessTokenName);
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     const bool isKnown = inFile.isEmpty() || inFile == m_tokenInFile || inFile == m_tokens.accessToken;
     return isKnown || (isUnsaved() && !isSameSignIn);
 }
 
 void ProductLoginSession::noteFile(const QDomElement& product) {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_tokenInFile = LoginStateXml::secret(product, accessTokenName);
 }
 
 void ProductLoginSession::markSaved() {
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_tokenInFile = m_tokens.accessToken;
 }
 
 bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier) const {
     const QVector<OAuth2TokenData> oauth2Tokens = m_oauth2.tokens();
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     if (!m_tokens.areComplete()) {
         m_services.loggers.product->information(QStringLiteral("Skipping saving of login session. No session to persist."));
         return false;
@@ -191,7 +193,7 @@ void ProductLoginSession::Clear() {
     m_services.loggers.product->information(QStringLiteral("Clearing product login session"));
     const QMutexLocker operation(&m_operationLock);
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         m_tokens = {};
         m_tokenInFile.clear();
         m_requestToken = {};

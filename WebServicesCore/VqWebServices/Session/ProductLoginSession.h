@@ -8,7 +8,7 @@
 #include "Values/ServerName.h"
 
 #include <QDomElement>
-#include <QMutex>
+#include <QReadWriteLock>
 #include <QRecursiveMutex>
 #include <QSet>
 #include <QString>
@@ -24,7 +24,7 @@ class TokenOwner;
 /// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens, what is needed to sign with them, and,
 /// once it is activated, the thread on which they are queried and refreshed.
 ///
-/// Thread: any; its fields have a mutex of their own, taken after the login session lock. Owner: the login session, and whoever
+/// Thread: any; its fields have a lock of their own, taken after the login session lock. Owner: the login session, and whoever
 /// works with it at the moment; it goes away only after its thread has ended. Errors: results and log lines.
 class ProductLoginSession {
 public:
@@ -117,7 +117,7 @@ public:
 
 private:
     [[nodiscard]] QString describeReferences() const;
-    /// Under the mutex.
+    /// Under the lock.
     void renewPrefix();
     [[nodiscard]] bool isUnsaved() const;
     void checkOAuth2Tokens() const;
@@ -126,7 +126,7 @@ private:
     const SessionServices m_services;
     const QString m_productKey;
     const Server m_server;
-    mutable QMutex m_mutex;
+    mutable QReadWriteLock m_lock;
     QString m_name;
     QString m_exeName;
     ConfigurationPointer m_configuration;

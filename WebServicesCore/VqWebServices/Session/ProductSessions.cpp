@@ -1,6 +1,7 @@
 #include "Session/ProductSessions.h"
 
-#include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -11,14 +12,14 @@ ProductSessions::ProductSessions(SessionServices services)
     : m_services(std::move(services)) {}
 
 ProductSessionPointer ProductSessions::find(const QString& productKey, Server server) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_sessions.value({productKey, server});
 }
 
 ProductSessionPointer ProductSessions::getOrCreate(const QString& productKey, Server server) {
     if (productKey.isEmpty() || !isRealServer(server))
         return {};
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     if (m_stopped)
         return {};
     ProductSessionPointer& session = m_sessions[{productKey, server}];
@@ -35,14 +36,14 @@ QVector<ProductSessionPointer> ProductSessions::onServer(Server server) const {
 }
 
 QVector<ProductSessionPointer> ProductSessions::all() const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return m_sessions.values().toVector();
 }
 
 void ProductSessions::remove(const QString& productKey, Server server) {
     ProductSessionPointer gone;
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         gone = m_sessions.take({productKey, server});
     }
     if (gone)
@@ -52,7 +53,7 @@ void ProductSessions::remove(const QString& productKey, Server server) {
 void ProductSessions::clear() {
     QMap<QPair<QString, int>, ProductSessionPointer> gone;
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         gone.swap(m_sessions);
     }
     retire(gone.values().toVector());
@@ -63,7 +64,7 @@ void ProductSessions::retire(const QVector<ProductSessionPointer>& sessions) {
         session->retire();
     // Destroyed after the lock is released. A session may be removed on its own thread, which cannot wait for itself.
     QVector<ProductSessionPointer> ended;
-    const QMutexLocker lock(&m_mutex);
+    const QWriteLocker lock(&m_lock);
     m_retired += sessions;
     const auto firstEnded =
         std::stable_partition(m_retired.begin(), m_retired.end(), [](const auto& session) { return !session->isAtRest(); });
@@ -73,13 +74,13 @@ void ProductSessions::retire(const QVector<ProductSessionPointer>& sessions) {
 
 void ProductSessions::stopAll() {
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         m_stopped = true;
     }
     clear();
     QVector<ProductSessionPointer> gone;
     {
-        const QMutexLocker lock(&m_mutex);
+        const QWriteLocker lock(&m_lock);
         gone.swap(m_retired);
     }
     for (const ProductSessionPointer& session : std::as_const(gone))
@@ -87,7 +88,7 @@ void ProductSessions::stopAll() {
 }
 
 bool ProductSessions::hasTokens(const QString& productKey, Server server) const {
-    const QMutexLocker lock(&m_mutex);
+    const QReadLocker lock(&m_lock);
     return std::any_of(m_sessions.begin(), m_sessions.end(), [&](const auto& session) {
         return session->server() == server && (productKey.isEmpty() || session->productKey() == productKey)
                && session->tokens().areComplete();

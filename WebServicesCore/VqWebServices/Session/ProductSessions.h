@@ -4,7 +4,7 @@
 
 #include <QMap>
 #include <QPair>
-#include <QRecursiveMutex>
+#include <QReadWriteLock>
 #include <QVector>
 #include <memory>
 
@@ -37,7 +37,7 @@ private:
     void retire(const QVector<ProductSessionPointer>& sessions);
 
     const SessionServices m_services;
-    mutable QRecursiveMutex m_mutex;
+    mutable QReadWriteLock m_lock;
     QMap<QPair<QString, int>, ProductSessionPointer> m_sessions;
     bool m_stopped = false;
     QVector<ProductSessionPointer> m_retired; ///< Their threads may still run.

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 
 namespace Velquor::WebServices {
 
@@ -35,59 +37,59 @@ bool SessionCore::isInsideFlow() {
 }
 
 BasicLoginState SessionCore::basic() const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     return m_basic;
 }
 
 void SessionCore::setBasic(const BasicLoginState& state) {
-    const QMutexLocker locker(&m_mutex);
+    const QWriteLocker locker(&m_lock);
     m_basic = state;
 }
 
 Server SessionCore::currentServer() const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     return m_currentServer;
 }
 
 void SessionCore::setCurrentServer(Server server) {
-    const QMutexLocker locker(&m_mutex);
+    const QWriteLocker locker(&m_lock);
     m_currentServer = server;
 }
 
 QString SessionCore::signInMark() const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     if (!m_basic.hasUser())
         return {};
     return QStringLiteral("%1|%2|%3").arg(m_currentServer).arg(m_basic.loginDate.toMSecsSinceEpoch()).arg(m_basic.userId);
 }
 
 QDateTime SessionCore::logoutDate() const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     return m_logoutDate;
 }
 
 void SessionCore::setLogoutDate(const QDateTime& date) {
-    const QMutexLocker locker(&m_mutex);
+    const QWriteLocker locker(&m_lock);
     m_logoutDate = date;
 }
 
 bool SessionCore::isRestored() const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     return m_restored;
 }
 
 void SessionCore::setRestored() {
-    const QMutexLocker locker(&m_mutex);
+    const QWriteLocker locker(&m_lock);
     m_restored = true;
 }
 
 QString SessionCore::ldapDomainKey() const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     return m_ldapDomainKey;
 }
 
 void SessionCore::setLdapDomainKey(const QString& key) {
-    const QMutexLocker locker(&m_mutex);
+    const QWriteLocker locker(&m_lock);
     m_ldapDomainKey = key;
 }
 
@@ -181,13 +183,13 @@ void SessionCore::forgetUser() {
 }
 
 void SessionCore::markEnded(const BasicLoginState& signIn) {
-    const QMutexLocker locker(&m_mutex);
+    const QWriteLocker locker(&m_lock);
     if (laterOf(m_lastEnded.loginDate, signIn.loginDate) == signIn.loginDate)
         m_lastEnded = signIn;
 }
 
 bool SessionCore::isEnded(const BasicLoginState& signIn) const {
-    const QMutexLocker locker(&m_mutex);
+    const QReadLocker locker(&m_lock);
     return signIn.loginDate.isValid() && m_lastEnded.loginDate.isValid()
            && (signIn.isSameSignIn(m_lastEnded) || signIn.loginDate < m_lastEnded.loginDate);
 }

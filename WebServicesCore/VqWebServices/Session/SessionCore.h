@@ -10,7 +10,7 @@
 #include "Session/RetryMark.h"
 #include "Session/SessionServices.h"
 
-#include <QMutex>
+#include <QReadWriteLock>
 #include <QRecursiveMutex>
 #include <atomic>
 
@@ -19,7 +19,9 @@ namespace Velquor::WebServices {
 /// What the helpers of the login session share: the services, the state, and the locks around it.
 ///
 /// Thread: any. `lock` is the login session lock: whoever changes the state holds it. The small state here may be read without it
-/// (it has a mutex of its own), so that a question such as "is the user signed in" never waits for a network exchange.
+/// (it has a lock of its own), so that a question such as "is the user signed in" never waits for a network exchange. That lock and
+/// those of clients and products let readers pass each other: threads that share a mutex wait to be woken one after the other, which
+/// takes milliseconds where the host has many. None of them may be taken twice by one thread.
 /// Lock order: `lock`, then those of clients and products, then this state's. Owner: the login session.
 class SessionCore {
 public:
@@ -96,7 +98,7 @@ public:
     [[nodiscard]] bool isEnded(const BasicLoginState& signIn) const;
 
 private:
-    mutable QMutex m_mutex;
+    mutable QReadWriteLock m_lock;
     BasicLoginState m_basic;
     BasicLoginState m_lastEnded;
     Server m_currentServer = Production;
