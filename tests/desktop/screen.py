@@ -37,12 +37,23 @@ class Screen:
             number = answer.readline().strip()
         if not number:
             raise OSError("Xvfb did not start")
-        self.environment = {"DISPLAY": f":{number}", "QT_QPA_PLATFORM": "xcb"}
+        self.display = f":{number}"
+
+    def environment(self, home: Home) -> dict[str, str]:
+        """Of a program of this home that shows its windows here."""
+        own = {"VQ_WINE_DISPLAY": self.display} if home.sysroot else {"DISPLAY": self.display, "QT_QPA_PLATFORM": "xcb"}
+        return {**home.environment(), **own, "QT_ACCESSIBILITY": "0"}
 
     def do(self, *command: str) -> str:
         """What the person at this screen does: keys, and the mouse."""
-        return subprocess.run(["xdotool", *command], env={**os.environ, **self.environment}, check=True, timeout=WAIT_SECONDS,
+        return subprocess.run(["xdotool", *command], env={**os.environ, "DISPLAY": self.display}, check=True, timeout=WAIT_SECONDS,
                               capture_output=True, text=True).stdout
+
+    def find(self, title: str) -> str:
+        """The number of the visible window with this title; empty when there is none."""
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"],
+                               env={**os.environ, "DISPLAY": self.display}, check=False, capture_output=True, text=True)
+        return found.stdout.split()[0] if found.stdout.split() else ""
 
     def close(self) -> None:
         self.process.terminate()
@@ -52,23 +63,17 @@ class Screen:
 class Window:
     """A desktop product in a process of its own: used by keyboard and mouse, and asked what it shows."""
 
-    def __init__(self, program: pathlib.Path, screen: Screen, service: AccountService, home: Home, *options: str):
+    def __init__(self, program: pathlib.Path, screen: Screen, service: AccountService, home: Home, title: str, *options: str):
         self.screen = screen
         self.pages: queue.Queue = queue.Queue()
         self._answers: queue.Queue = queue.Queue()
-        environment = {**home.environment(), **screen.environment, "QT_ACCESSIBILITY": "0"}
-        self.process = subprocess.Popen([str(program), "--test-interface", "--support", str(service.folder),
-                                         "--ca", service.info["ca_file"], *options],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
+        self.process = subprocess.Popen([*home.command(program), "--test-interface", "--support", home.path(service.folder),
+                                         "--ca", home.path(pathlib.Path(service.info["ca_file"])), "--product", title, *options],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, encoding="utf-8", env=screen.environment(home))
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
-        wait_until(lambda: self._find(), what="a window")
-        self.number = self._find()
-
-    def _find(self) -> str:
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--all", "--pid", str(self.process.pid), "--name", "Product"],
-                               env={**os.environ, **self.screen.environment}, check=False, capture_output=True, text=True)
-        return found.stdout.split()[0] if found.stdout.split() else ""
+        wait_until(lambda: screen.find(title), what="a window")
+        self.number = screen.find(title)
 
     def _read(self) -> None:
         for line in self.process.stdout:

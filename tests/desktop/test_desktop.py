@@ -12,6 +12,8 @@ import time
 import unittest
 
 SOURCE = pathlib.Path(os.environ["VQ_SOURCE_DIR"])
+# Set where the sample is built for Windows and runs under Wine.
+SYSROOT = os.environ.get("VQ_WINDOWS_SYSROOT", "")
 PROGRAM = pathlib.Path(os.environ["VQ_BINARY_DIR"]) / "bin/desktop-product"
 sys.path.insert(0, str(SOURCE / "dev/demo"))
 
@@ -22,7 +24,8 @@ from screen import Screen, Window, wait_until  # noqa: E402
 SKIPPED = 77
 AT_ONCE_SECONDS = 2
 WIDTH, HEIGHT, GAP = 760, 640, 24
-SECOND = ["--key", "second-product-0002", "--secret", "demo-secret-0002", "--product", "Second Product"]
+SECOND = ["--key", "second-product-0002", "--secret", "demo-secret-0002"]
+TITLES = ["Demo Product", "Second Product"]
 
 
 class DesktopTest(unittest.TestCase):
@@ -35,13 +38,14 @@ class DesktopTest(unittest.TestCase):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vqws-test-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.pictures = SOURCE / "docs/pictures" if os.environ.get("VQ_PICTURES") == "1" else self.folder
-        self.home = Home(self.folder / "home")
+        self.home = Home(self.folder / "home", SYSROOT)
+        self.addCleanup(self.home.close)
         self.service = AccountService(self.folder / "service")
         self.service.start()
         self.addCleanup(self.service.stop)
 
     def open(self, place: int, *options: str) -> Window:
-        window = Window(PROGRAM, self.screen, self.service, self.home, *options)
+        window = Window(PROGRAM, self.screen, self.service, self.home, TITLES[place], *options)
         self.addCleanup(self.close, window)
         window.move(GAP + place * (WIDTH + GAP), GAP, WIDTH, HEIGHT)
         wait_until(lambda: window.shows("status", "Nobody is signed in") and window.is_usable("signInButton"), what="the start")
@@ -95,7 +99,7 @@ class DesktopTest(unittest.TestCase):
         self.screen.do("mousemove", "0", "0")
         for window, order in ((first, "picture {}/desktop-light.png"), (second, "picture {}/desktop-dark.png"),
                               (first, "screen {}/desktop-two.png")):
-            self.assertTrue(window.ask(order.format(self.pictures))["ok"])
+            self.assertTrue(window.ask(order.format(self.home.path(self.pictures)))["ok"])
 
     def test_failures_are_told(self):
         window = self.open(0, "--dark")
@@ -110,7 +114,7 @@ class DesktopTest(unittest.TestCase):
                 wait_until(lambda: window.shows("noticeTitle", what), what=f'"{what}"')
                 self.assertIn(advice, window.text("noticeText"))
                 self.assertTrue(window.is_usable("signInButton"))
-        self.assertTrue(window.ask(f"picture {self.pictures}/desktop-failure.png")["ok"])
+        self.assertTrue(window.ask(f"picture {self.home.path(self.pictures)}/desktop-failure.png")["ok"])
         window.keys("alt+m")
         wait_until(lambda: not window.part("noticeTitle")["visible"], what="the message to go")
         self.service.control("reset", {})
