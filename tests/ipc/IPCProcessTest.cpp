@@ -36,6 +36,7 @@ private slots:
     void cleanup();
     void crashCycles();
     void killedAmongMessages();
+    void busyServer();
     void manyMessages();
 
 private:
@@ -155,6 +156,22 @@ void IPCProcessTest::killedAmongMessages() {
                 QCOMPARE(numbers.at(number), number);
         }
     }
+}
+
+// The process that serves does not come back to its event loop for a while: the others hear each other all the same.
+void IPCProcessTest::busyServer() {
+    constexpr int count = 100;
+    QVERIFY(m_manager->start(m_name, m_folder.path()));
+    QTRY_VERIFY_WITH_TIMEOUT(m_manager->isServing(), patienceMs);
+    m_listeners.push_back(run(QStringLiteral("listen")));
+    const auto sender = run(QStringLiteral("send"), QStringLiteral("A"), count);
+    QVERIFY(sender->waitForStarted(patienceMs));
+    QVERIFY(meet());
+    sender->tell();
+    QThread::sleep(2);
+    QVERIFY(TestKit::waitFor([&] { return m_listeners.front()->numbers("A").size() == count; }, patienceMs));
+    for (const IpcHelper::Heard& heard : m_listeners.front()->heard())
+        QVERIFY2(heard.from != "A" || heard.ageUs < 1000000, qPrintable(QString::number(heard.ageUs)));
 }
 
 void IPCProcessTest::manyMessages() {

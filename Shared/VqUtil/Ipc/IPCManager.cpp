@@ -1,6 +1,6 @@
 #include "VqUtil/Ipc/IPCManager.h"
 
-#include "VqUtil/Ipc/MessageHub.h"
+#include "VqUtil/Ipc/HubThread.h"
 #include "VqUtil/Platform/PeerIdentity.h"
 #include "VqUtil/Platform/SharedBlock.h"
 
@@ -16,13 +16,16 @@ public:
         : logger(std::move(log)) {}
 
     const std::shared_ptr<Log::ILogger> logger;
+    MessageInbox inbox;
     mutable QMutex mutex;
-    std::unique_ptr<MessageHub> hub; ///< Changed by the manager's thread alone, under the mutex.
+    std::unique_ptr<HubThread> hub; ///< Changed by the manager's thread alone, under the mutex.
 };
 
 IPCManager::IPCManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
     : QObject(parent)
-    , m_private(std::make_unique<Private>(std::move(logger))) {}
+    , m_private(std::make_unique<Private>(std::move(logger))) {
+    connect(&m_private->inbox, &MessageInbox::Filled, this, &IPCManager::deliver, Qt::QueuedConnection);
+}
 
 IPCManager::~IPCManager() { stop(); }
 
@@ -34,23 +37,28 @@ bool IPCManager::start(const QString& serverName, const QString& folder) {
             QStringLiteral("Failed to start the messages between processes: no safe place for server %1").arg(serverName));
         return false;
     }
-    auto hub = std::make_unique<MessageHub>(address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder), m_private->logger);
-    connect(hub.get(), &MessageHub::Delivered, this, &IPCManager::MessageReceived);
+    const MessageHub::Place place{address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder)};
+    auto hub = std::make_unique<HubThread>(place, m_private->logger, m_private->inbox);
     const QMutexLocker lock(&m_private->mutex);
     m_private->hub = std::move(hub);
     return true;
 }
 
 void IPCManager::stop() {
-    std::unique_ptr<MessageHub> hub;
+    std::unique_ptr<HubThread> hub;
     {
         const QMutexLocker lock(&m_private->mutex);
         hub = std::move(m_private->hub);
     }
-    if (!hub)
-        return;
-    hub->disconnect(this);
-    hub->finish();
+    hub.reset();
+    m_private->inbox.clear();
+}
+
+// One message at a time: a receiver may run an event loop, stop the messaging or destroy it.
+void IPCManager::deliver() {
+    const std::optional<MessageCodec::Message> message = m_private->inbox.take();
+    if (message)
+        emit MessageReceived(message->name, message->params);
 }
 
 bool IPCManager::send(const QString& name, const QVariantMap& params) {

@@ -12,7 +12,9 @@ namespace Velquor::Util {
 /// Messages between the processes of one user over a local socket: one process serves, all others connect, and every message reaches
 /// all others once. When the serving process goes, another takes its place, and what was accepted is not lost.
 ///
-/// Thread: lives on the thread that starts it, which runs an event loop; `send` may be called from any. Owner: whoever sends.
+/// Thread: lives on the thread that makes it, which runs an event loop and receives the messages; `send` may be called from any. The
+/// connections are served on a thread of their own, so that a process that is busy for a while keeps nobody waiting but itself.
+/// Owner: whoever sends.
 /// Errors: false and a line in the log. A peer that sends what is no message, is too slow, or belongs to another user is dropped.
 class IPCManager : public QObject {
     Q_OBJECT
@@ -24,6 +26,7 @@ public:
     /// `folder` is owner-only and the same for all processes of the user: for locks, and for the socket where there is no better
     /// place. True as soon as messages are taken; the connection follows.
     bool start(const QString& serverName, const QString& folder);
+    /// Nothing is received after it has returned. What was accepted is handed over to the system, within 200 ms.
     void stop();
 
     /// True when the message is accepted: it will reach every process that is there. False when it is too long (64 KiB as a frame),
@@ -36,6 +39,8 @@ signals:
     void MessageReceived(const QString& name, const QVariantMap& params);
 
 private:
+    void deliver();
+
     class Private;
     const std::unique_ptr<Private> m_private;
 };

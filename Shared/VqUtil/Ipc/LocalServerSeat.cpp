@@ -111,6 +111,7 @@ void LocalServerSeat::takeSeat() {
         seekLater(longestPauseMs);
         return;
     }
+    m_isServing = true;
     delete m_socket;
     m_nextTry.stop();
     m_serverCheck.start();

@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <atomic>
 #include <memory>
 
 namespace Velquor::Util {
@@ -31,7 +32,8 @@ public:
     /// Takes the free seat or connects to who has it; to be called again when that connection has ended. One that ended as soon as it
     /// was made is not made anew at once: that server refuses this process, and would again.
     void seek();
-    [[nodiscard]] bool isServing() const { return m_server != nullptr; }
+    /// From any thread.
+    [[nodiscard]] bool isServing() const { return m_isServing; }
 
 signals:
     void SeatTaken();
@@ -65,6 +67,7 @@ private:
     int m_pauseMs = 0;
     QElapsedTimer m_connectedSince; ///< Invalid before the first connection.
     bool m_hasGuard = false;
+    std::atomic<bool> m_isServing{false};
 };
 
 } // namespace Velquor::Util

@@ -2,7 +2,6 @@
 
 #include <QDeadlineTimer>
 #include <QMutexLocker>
-#include <QPointer>
 #include <QtEndian>
 #include <algorithm>
 #include <utility>
@@ -24,9 +23,10 @@ constexpr quint64 ownNumber = 0;
 
 } // namespace
 
-MessageHub::MessageHub(const QString& address, const QString& guardName, const QString& guardFolder, std::shared_ptr<Log::ILogger> logger)
+MessageHub::MessageHub(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
     : m_logger(std::move(logger))
-    , m_seat(address, guardName, guardFolder, m_logger, nullptr) {
+    , m_seat(place.address, place.guardName, place.guardFolder, m_logger, nullptr)
+    , m_inbox(inbox) {
     connect(&m_seat, &LocalServerSeat::SeatTaken, this, &MessageHub::becomeServer);
     connect(&m_seat, &LocalServerSeat::ConnectedToServer, this, &MessageHub::becomeClient);
     connect(&m_seat, &LocalServerSeat::ClientConnected, this, &MessageHub::addClient);
@@ -136,7 +136,8 @@ void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {
     if (!m_seen.add(frame.id))
         return;
     m_all.append(frame.toBytes(), peer->number());
-    m_inbox.push_back(std::move(message));
+    if (!m_inbox.add(std::move(message), frame.content.size()))
+        warn(QStringLiteral("Gave up messages that this process has not received for long: it is busy"));
     relayLater();
 }
 
@@ -165,7 +166,6 @@ void MessageHub::relayLater() {
         [this] {
             m_isRelaying = false;
             relay();
-            deliver();
         },
         Qt::QueuedConnection);
 }
@@ -185,16 +185,6 @@ void MessageHub::relay() {
     if (m_accepted.isEmpty()) {
         m_waitingSize = 0;
         m_waitingCount = 0;
-    }
-}
-
-// One at a time: a receiver may run an event loop, stop the messaging or destroy it.
-void MessageHub::deliver() {
-    const QPointer<MessageHub> self(this);
-    while (self && !m_inbox.empty()) {
-        const MessageCodec::Message message = std::move(m_inbox.front());
-        m_inbox.pop_front();
-        emit Delivered(message.name, message.params);
     }
 }
 

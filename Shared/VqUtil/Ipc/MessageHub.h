@@ -2,7 +2,7 @@
 
 #include "VqLog/ILogger.h"
 #include "VqUtil/Ipc/LocalServerSeat.h"
-#include "VqUtil/Ipc/MessageCodec.h"
+#include "VqUtil/Ipc/MessageInbox.h"
 #include "VqUtil/Ipc/MessageJournal.h"
 #include "VqUtil/Ipc/MessagePeer.h"
 
@@ -10,7 +10,6 @@
 #include <QMutex>
 #include <QObject>
 #include <QVector>
-#include <deque>
 
 namespace Velquor::Util {
 
@@ -19,12 +18,18 @@ namespace Velquor::Util {
 /// Every process keeps the latest messages, its own and those of others. When the server goes, each sends its own again to the new
 /// one, which tells everybody who comes back what it has lately heard; who has seen a message drops it. So the messages of one
 /// sender keep their order.
-/// Thread: its owner's; `accept` may be called from any. Owner: the manager. Errors: a line in the log.
+/// Thread: the one that makes it; `accept` and `isServing` may be called from any. Owner: its thread. Errors: a line in the log.
 class MessageHub : public QObject {
     Q_OBJECT
 
 public:
-    MessageHub(const QString& address, const QString& guardName, const QString& guardFolder, std::shared_ptr<Log::ILogger> logger);
+    /// Where it is, and where its messages go. The inbox outlives the hub.
+    struct Place {
+        QString address;
+        QString guardName;
+        QString guardFolder;
+    };
+    MessageHub(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
     ~MessageHub() override;
 
     /// False when more waits to be sent than is kept.
@@ -32,9 +37,6 @@ public:
     /// Hands over to the system what it can, within a short time, and ends all connections.
     void finish();
     [[nodiscard]] bool isServing() const { return m_seat.isServing(); }
-
-signals:
-    void Delivered(const QString& name, const QVariantMap& params);
 
 private:
     void takeAccepted();
@@ -50,13 +52,13 @@ private:
     void loseServer();
     void relayLater();
     void relay();
-    void deliver();
     void forgetOld();
     [[nodiscard]] bool holdsAny() const;
     void warn(const QString& text);
 
     const std::shared_ptr<Log::ILogger> m_logger;
     LocalServerSeat m_seat;
+    MessageInbox& m_inbox;
     QVector<MessagePeer*> m_clients;
     MessagePeer* m_server = nullptr;
     quint64 m_lastNumber = 0;
@@ -66,7 +68,6 @@ private:
     MessageJournal m_own{MessageJournal::Age::SinceItWasWritten}; ///< For the server.
     quint64 m_ownUnsent = 0;
     SeenMessages m_seen;
-    std::deque<MessageCodec::Message> m_inbox;
     bool m_isRelaying = false;
     QTimer m_forgetting;
     QString m_lastWarning;

@@ -1,0 +1,51 @@
+#include "VqUtil/Ipc/MessageInbox.h"
+
+#include <QMutexLocker>
+#include <utility>
+
+namespace Velquor::Util {
+
+bool MessageInbox::add(MessageCodec::Message message, int size) {
+    bool isFirst = false;
+    bool isRoomy = true;
+    {
+        const QMutexLocker lock(&m_mutex);
+        isFirst = m_entries.empty();
+        m_entries.push_back({std::move(message), size});
+        m_size += size;
+        while (m_size > greatestSize || m_entries.size() > greatestCount) {
+            m_size -= m_entries.front().size;
+            m_entries.pop_front();
+            isRoomy = false;
+        }
+    }
+    if (isFirst)
+        emit Filled();
+    return isRoomy;
+}
+
+// Tells of the next one before this one is handled: its receiver may run an event loop, or may never come back here.
+std::optional<MessageCodec::Message> MessageInbox::take() {
+    std::optional<MessageCodec::Message> first;
+    bool hasMore = false;
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (m_entries.empty())
+            return first;
+        first = std::move(m_entries.front().message);
+        m_size -= m_entries.front().size;
+        m_entries.pop_front();
+        hasMore = !m_entries.empty();
+    }
+    if (hasMore)
+        emit Filled();
+    return first;
+}
+
+void MessageInbox::clear() {
+    const QMutexLocker lock(&m_mutex);
+    m_entries.clear();
+    m_size = 0;
+}
+
+} // namespace Velquor::Util
