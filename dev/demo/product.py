@@ -16,9 +16,10 @@ WINE_SERVER = "/usr/lib/wine/wineserver64"
 class Home:
     """The home of a user: where the products of this user find and leave their files, natively or in a Wine prefix."""
 
-    def __init__(self, folder: pathlib.Path, sysroot: str = ""):
+    def __init__(self, folder: pathlib.Path, sysroot: str = "", variables: dict[str, str] | None = None):
         self.folder = folder
         self.sysroot = sysroot
+        self.variables = variables or {}
         (folder / "runtime").mkdir(mode=0o700, parents=True, exist_ok=True)
         if sysroot:
             # Two first programs at once would both want to start the server of the prefix.
@@ -44,7 +45,7 @@ class Home:
     def environment(self) -> dict[str, str]:
         return {**os.environ, "XDG_DATA_HOME": str(self.folder / "data"), "XDG_CONFIG_HOME": str(self.folder / "config"),
                 "XDG_RUNTIME_DIR": str(self.folder / "runtime"), "VQ_WINE_HOME": str(self.folder / "wine"),
-                "QT_BEARER_POLL_TIMEOUT": "2147483647"}
+                "QT_BEARER_POLL_TIMEOUT": "2147483647", **self.variables}
 
     def close(self) -> None:
         """Ends what Wine left running. What it keeps in memory, such as the registry, is in its files then."""

@@ -32,6 +32,8 @@ MainWindow::MainWindow(Product& product, const QString& productName, OpenAddress
     connectProduct();
     connectPanels();
     resize(Look::lines(*this, 50), Look::lines(*this, 41));
+    // A window that is active only when the start is under way would begin with the first part that can be used then.
+    m_header->wayInOrOut()->setFocus();
 }
 
 void MainWindow::arrange() {

@@ -36,8 +36,8 @@ QPalette paletteOf(const Colours& colours) {
 } // namespace
 
 void applyTheme(Theme theme) {
-    if (theme == Theme::System)
-        return;
+    // The one style that paints buttons in their palette everywhere: the button to press next stands out by that.
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QApplication::setPalette(paletteOf(theme == Theme::Light ? light : dark));
+    if (theme != Theme::System)
+        QApplication::setPalette(paletteOf(theme == Theme::Light ? light : dark));
 }

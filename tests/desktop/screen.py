@@ -39,10 +39,10 @@ class Screen:
             raise OSError("Xvfb did not start")
         self.display = f":{number}"
 
-    def environment(self, home: Home) -> dict[str, str]:
-        """Of a program of this home that shows its windows here."""
-        own = {"VQ_WINE_DISPLAY": self.display} if home.sysroot else {"DISPLAY": self.display, "QT_QPA_PLATFORM": "xcb"}
-        return {**home.environment(), **own, "QT_ACCESSIBILITY": "0"}
+    def variables(self, sysroot: str) -> dict[str, str]:
+        """Environment of a home whose programs show their windows here."""
+        own = {"VQ_WINE_DISPLAY": self.display} if sysroot else {"DISPLAY": self.display, "QT_QPA_PLATFORM": "xcb"}
+        return {**own, "QT_ACCESSIBILITY": "0"}
 
     def do(self, *command: str) -> str:
         """What the person at this screen does: keys, and the mouse."""
@@ -69,7 +69,7 @@ class Window:
         self._answers: queue.Queue = queue.Queue()
         self.process = subprocess.Popen([*home.command(program), "--test-interface", "--support", home.path(service.folder),
                                          "--ca", home.path(pathlib.Path(service.info["ca_file"])), "--product", title, *options],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, encoding="utf-8", env=screen.environment(home))
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, encoding="utf-8", env=home.environment())
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
         wait_until(lambda: screen.find(title), what="a window")
@@ -122,7 +122,7 @@ class Window:
         self.screen.do("mousemove", "--sync", str(part["x"]), str(part["y"]), "click", "1")
 
     def keys(self, *keys: str) -> None:
-        self.screen.do("windowfocus", "--sync", self.number, "key", *keys)
+        self.screen.do("windowfocus", "--sync", self.number, *(["key", *keys] if keys else []))
 
     def write(self, text: str) -> None:
         self.screen.do("windowfocus", "--sync", self.number, "type", text)

@@ -4,7 +4,8 @@
 #include "VqUtil/Xml/NewXmlDocument.h"
 
 #include <QFileInfo>
-#include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -63,12 +64,12 @@ Util::FileStamp LoginStateFile::currentStamp() const {
 }
 
 Util::FileStamp LoginStateFile::seenStamp() const {
-    const QMutexLocker lock(&m_seenMutex);
+    const QReadLocker lock(&m_seenLock);
     return m_seen;
 }
 
 void LoginStateFile::markSeen(const Content& content) {
-    const QMutexLocker lock(&m_seenMutex);
+    const QWriteLocker lock(&m_seenLock);
     if (content.status != Content::Status::Unreadable && m_lastRead == content.stamp)
         m_seen = content.stamp;
 }
@@ -78,7 +79,7 @@ LoginStateFile::Content LoginStateFile::read() {
     Content content;
     content.stamp = currentStamp();
     {
-        const QMutexLocker lock(&m_seenMutex);
+        const QWriteLocker lock(&m_seenLock);
         m_lastRead = content.stamp;
     }
     const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, limits.size);
@@ -152,7 +153,7 @@ bool LoginStateFile::write(const QDomDocument& document) {
 }
 
 void LoginStateFile::noteWritten() {
-    const QMutexLocker lock(&m_seenMutex);
+    const QWriteLocker lock(&m_seenLock);
     const Util::FileStamp written = currentStamp();
     if (m_lastRead == m_seen)
         m_seen = written;

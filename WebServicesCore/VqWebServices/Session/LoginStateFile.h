@@ -6,7 +6,7 @@
 #include "VqUtil/Platform/FileAccess.h"
 
 #include <QDomDocument>
-#include <QMutex>
+#include <QReadWriteLock>
 #include <QString>
 #include <memory>
 
@@ -88,7 +88,7 @@ private:
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
     bool m_cleaned = false;
-    mutable QMutex m_seenMutex; ///< The stamp is looked at before every operation, without the login session lock.
+    mutable QReadWriteLock m_seenLock; ///< The stamp is looked at before every operation, without the login session lock.
     Util::FileStamp m_seen;
     Util::FileStamp m_lastRead; ///< Of the content that was read, or else written, last.
 };

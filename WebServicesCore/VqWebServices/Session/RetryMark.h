@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QMutex>
 #include <QMutexLocker>
+#include <atomic>
 
 namespace Velquor::WebServices {
 
@@ -16,8 +17,9 @@ public:
     /// The step has failed.
     void ask() {
         const QMutexLocker lock(&m_mutex);
-        m_pauseMs = m_pauseMs == 0 ? firstPauseMs : qMin(m_pauseMs * 2, m_longestPauseMs);
-        m_rest.setRemainingTime(m_pauseMs);
+        const int pauseMs = m_pauseMs == 0 ? firstPauseMs : qMin(m_pauseMs * 2, m_longestPauseMs);
+        m_rest.setRemainingTime(pauseMs);
+        m_pauseMs = pauseMs;
     }
 
     /// The step was taken, or is of no use any more.
@@ -26,10 +28,8 @@ public:
         m_pauseMs = 0;
     }
 
-    [[nodiscard]] bool isWanted() const {
-        const QMutexLocker lock(&m_mutex);
-        return m_pauseMs > 0;
-    }
+    /// Asked before every operation, so without the mutex.
+    [[nodiscard]] bool isWanted() const { return m_pauseMs > 0; }
 
     /// Wanted, but it is too early.
     [[nodiscard]] bool isResting() const {
@@ -45,7 +45,7 @@ private:
     const int m_longestPauseMs;
     mutable QMutex m_mutex;
     QDeadlineTimer m_rest;
-    int m_pauseMs = 0; ///< 0: nothing is wanted.
+    std::atomic<int> m_pauseMs{0}; ///< 0: nothing is wanted. Changed under the mutex.
 };
 
 } // namespace Velquor::WebServices
