@@ -20,6 +20,15 @@ quietly() {
   fi
 }
 
+# Builds the Windows dependencies, unless they are there, and exports where. A build folder that has used others forgets what it found
+# in them, or it would use them on.
+use_windows_dependencies() {
+  VQ_WINDOWS_SYSROOT=$("$root/tools/windows/sysroot")
+  export VQ_WINDOWS_SYSROOT
+  local cache=$root/build/windows-mingw/CMakeCache.txt
+  grep -qs "^Qt5Core_DIR:PATH=$VQ_WINDOWS_SYSROOT/" "$cache" || rm -f "$cache"
+}
+
 # build PRESET [TARGET...]: configures and builds, with a progress line for each.
 build() {
   local preset=$1

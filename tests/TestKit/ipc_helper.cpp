@@ -25,7 +25,7 @@ namespace {
 
 constexpr int batch = 2;
 constexpr int batchMs = 2;
-constexpr int fileWriteMs = 50;
+constexpr int fileWriteMs = WebServices::NotificationManager::fileDelayMs + 30;
 
 // The same for all processes of the machine.
 qint64 nowUs() {

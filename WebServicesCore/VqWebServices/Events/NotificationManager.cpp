@@ -13,8 +13,6 @@ namespace Velquor::WebServices {
 namespace {
 
 const auto serverName = QStringLiteral("Velquor.WebServices");
-// Writing the file takes longer than sending a message, and reading it keeps every process busy: the messages shall be there before.
-constexpr int fileDelayMs = 20;
 constexpr int lastLookMs = 100;
 // The pause before the listener is asked again what it could not do: at first nobody shall notice it, and then it shall cost nothing.
 constexpr int shortestAgainMs = 200;

@@ -25,6 +25,9 @@ class NotificationManager : public QObject {
 
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
+    /// From the message of an event to its file. Writing the file takes longer than sending a message, and reading it keeps every process
+    /// busy: the messages shall be there before.
+    static constexpr int fileDelayMs = 20;
 
     /// `folder` is that of the login state file; `listener` outlives this object.
     NotificationManager(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger);

@@ -56,7 +56,7 @@ bool LoginSession::catchUp(int waitMs) {
     }
     const BasicLoginState before = m_core.basic();
     const bool wasLoggedIn = m_core.isLoggedIn();
-    // Briefly, whoever asks: a worker asks again, and the thread of the sockets must go on.
+    // Briefly, whoever asks: a worker asks again, and the main thread must go on.
     const bool hasLooked = !hasNews() || applyFile(LoginStateFile::briefTimeoutMs);
     if (hasLooked && m_core.unsaved.isDue())
         LoginStateSaver(m_core, LoginStateFile::briefTimeoutMs).save();
