@@ -1,5 +1,6 @@
 // Access tokens that stay fresh: queries and refreshes against the account service, which checks every signature.
 
+#include "Session/LoginStateFile.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
 
@@ -278,6 +279,35 @@ private slots:
             thread.join();
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
+    }
+
+    // The service has answered, and the old token is spent.
+    void aStopWhileTokensAreSavedKeepsThem() {
+        const QString before = m_fixture->tokenInFile();
+        std::atomic<bool> isHeld{false};
+        std::atomic<bool> isStopping{false};
+        std::thread holder([&] {
+            LoginStateFile file(m_fixture->file(), m_fixture->logger);
+            const LoginStateFile::Guard guard(file);
+            isHeld = true;
+            while (!isStopping)
+                QThread::msleep(5);
+            QThread::msleep(200);
+        });
+        QTRY_VERIFY(isHeld);
+        QVERIFY(m_session->RefreshToken(key, false));
+        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Token refresh network operation thread finished")));
+        isStopping = true;
+        m_session->stop();
+        holder.join();
+        QVERIFY(m_fixture->tokenInFile() != before);
+    }
+
+    // A thread may be on its way to the file when the session stops.
+    void aLookAtTheFileAfterAStopSignsNobodyOut() {
+        m_session->stop();
+        (void)m_session->RestoreLogin(key, true);
+        QCOMPARE(m_fixture->userInFile(), QStringLiteral("ada"));
     }
 
     // Uninitialize may come at any moment of a query or refresh.

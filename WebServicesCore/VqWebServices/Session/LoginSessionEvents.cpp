@@ -64,6 +64,8 @@ bool LoginSession::catchUp(int waitMs) {
     const bool isSame = before.isSameSignIn(m_core.basic());
     m_isCatchingUp = false;
     m_core.lock.unlock();
+    if (m_core.isStopped)
+        return true;
     if (wasLoggedIn && (!isLoggedIn || !isSame))
         RaiseEvent(Event::LoggedOut, QString(), false);
     if (isLoggedIn && (!wasLoggedIn || !isSame))

@@ -135,7 +135,8 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
         m_core.setBasic(state);
         loadProducts(login);
         deleteInvalidProducts();
-        if (!m_core.products.hasTokens({}, m_core.currentServer())) {
+        // A library that is being uninitialized has let its products go, which says nothing of the sign-in.
+        if (!m_core.products.hasTokens({}, m_core.currentServer()) && !m_core.isStopped) {
             m_logger.warning(QStringLiteral(
                 "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
             discard(content.document);

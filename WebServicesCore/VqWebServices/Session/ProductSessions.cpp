@@ -77,6 +77,13 @@ void ProductSessions::stopAll() {
         const QWriteLocker lock(&m_lock);
         m_stopped = true;
     }
+    // They can be found until their threads have ended: one may just be saving tokens, and would take a user without products for
+    // one who is signed out.
+    const QVector<ProductSessionPointer> running = all();
+    for (const ProductSessionPointer& session : running)
+        session->retire();
+    for (const ProductSessionPointer& session : running)
+        session->Deactivate();
     clear();
     QVector<ProductSessionPointer> gone;
     {

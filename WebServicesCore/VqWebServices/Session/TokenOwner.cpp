@@ -15,6 +15,8 @@ constexpr int lockSliceMs = 50;
 constexpr int pauseMs = 10;
 // Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
 constexpr int lockTimeoutMs = 65000;
+// Enough for a look at the file by another thread. Tokens that could not be stored are lost, and the old ones may be spent.
+constexpr int lockTimeoutWhenStoppingMs = 500;
 constexpr int catchUpWaitMs = 10000;
 // Enough for a second look at a file that could not be read, which may be so for good.
 constexpr int unreadableWaitMs = 1500;
@@ -62,9 +64,11 @@ bool TokenOwner::catchUpWithFile(const QString& signInMark) {
 }
 
 bool TokenOwner::lockState() {
-    for (int waited = 0; waited < lockTimeoutMs && !m_stopping; waited += lockSliceMs) {
+    for (int leftMs = lockTimeoutMs; leftMs > 0; leftMs -= lockSliceMs) {
         if (m_core.lock.try_lock_for(std::chrono::milliseconds(lockSliceMs)))
             return true;
+        if (m_stopping)
+            leftMs = qMin(leftMs, lockTimeoutWhenStoppingMs);
     }
     return m_core.lock.try_lock();
 }

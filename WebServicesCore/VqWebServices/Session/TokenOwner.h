@@ -44,7 +44,7 @@ public:
     void stop() { m_stopping = true; }
 
 private:
-    /// Takes the login session lock unless the product goes away meanwhile.
+    /// Takes the login session lock. It is waited for only briefly when the product goes away meanwhile.
     [[nodiscard]] bool lockState();
 
     SessionCore& m_core;

@@ -27,6 +27,7 @@ class Exchange:
     method: str
     endpoint: str
     clock: Clock
+    era: int = 0                # of the journal, when the request came
     clock_offset: float = 0.0
     consumer_key: str = ""
     token_kind: str = ""
@@ -54,9 +55,12 @@ class Exchange:
 
 @dataclass
 class Journal:
-    """The log of requests and the counters."""
+    """The log of requests and the counters. A request that came before the
+    journal was cleared and is answered after it (a delayed one) is of an
+    earlier era: it would be counted among those of the next test."""
 
     write_line: Callable[[dict], None]
+    era: int = 0
     records: deque = field(default_factory=lambda: deque(maxlen=10_000))
     counters: dict[str, Counter] = field(default_factory=dict)
     sequence: int = 0
@@ -64,6 +68,8 @@ class Journal:
 
     def add(self, exchange: Exchange) -> None:
         with self.lock:
+            if exchange.era != self.era:
+                return
             self.sequence += 1
             record = {"sequence": self.sequence, "time": round(time.time(), 3),
                       **exchange.to_record()}
@@ -83,5 +89,6 @@ class Journal:
 
     def clear(self) -> None:
         with self.lock:
+            self.era += 1
             self.records.clear()
             self.counters.clear()

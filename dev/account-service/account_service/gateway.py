@@ -27,7 +27,8 @@ class Gateway:
         self.closing = threading.Event()
 
     def __call__(self, environ: dict, start_response) -> Iterable[bytes]:
-        exchange = Exchange(environ["REQUEST_METHOD"], self._endpoint(environ), self.clock)
+        exchange = Exchange(environ["REQUEST_METHOD"], self._endpoint(environ), self.clock,
+                            self.journal.era)
         exchange.attach(environ)
         fault = self.faults.take(exchange.endpoint)
         try:
