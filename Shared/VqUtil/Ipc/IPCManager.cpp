@@ -68,6 +68,7 @@ bool IPCManager::send(const QString& name, const QVariantMap& params) {
         return false;
     }
     frame.id = MessageFrame::newId();
+    frame.sentMs = MessageJournal::nowMs();
     if (frame.toBytes().isEmpty()) {
         m_private->logger->error(QStringLiteral("Failed to send message %1: it is too long").arg(name));
         return false;

@@ -17,6 +17,7 @@ constexpr int connectMs = 2000;
 constexpr int briefConnectionMs = 50;
 // In case that the system does not tell of the removal: rare enough to let an idle process sleep.
 constexpr int serverCheckMs = 30000;
+constexpr int mostNameAttempts = 3;
 
 } // namespace
 
@@ -115,7 +116,7 @@ void LocalServerSeat::takeSeat() {
     delete m_socket;
     m_nextTry.stop();
     m_serverCheck.start();
-    watchName();
+    keepName();
     m_logger->information(QStringLiteral("This process serves the messages between processes at %1").arg(m_address));
     emit SeatTaken();
 }
@@ -153,9 +154,14 @@ void LocalServerSeat::checkServer() {
         warnOnce(QStringLiteral("Failed to serve messages at %1. %2").arg(m_address, m_server->errorString()));
 }
 
-void LocalServerSeat::nameChanged() {
-    checkServer();
-    watchName();
+// The name may go again before it is watched.
+void LocalServerSeat::keepName() {
+    for (int attempt = 0; attempt < mostNameAttempts; ++attempt) {
+        checkServer();
+        watchName();
+        if (isLocalServerNamed(m_address))
+            return;
+    }
 }
 
 void LocalServerSeat::watchName() {
@@ -164,7 +170,7 @@ void LocalServerSeat::watchName() {
         return;
     if (!m_nameWatch) {
         m_nameWatch = std::make_unique<QFileSystemWatcher>();
-        connect(m_nameWatch.get(), &QFileSystemWatcher::fileChanged, this, &LocalServerSeat::nameChanged);
+        connect(m_nameWatch.get(), &QFileSystemWatcher::fileChanged, this, &LocalServerSeat::keepName);
     }
     // The watch is on the file, which may be another one now, and not on its name.
     m_nameWatch->removePath(file);

@@ -49,7 +49,7 @@ private:
     [[nodiscard]] bool listen();
     void acceptClients();
     void checkServer();
-    void nameChanged();
+    void keepName();
     void watchName();
     void seekLater(int ms);
     void lengthenPause();

@@ -17,6 +17,7 @@ const QByteArray& frameStart() {
 constexpr int lengthPlace = 5;
 constexpr int idPlace = 9;
 constexpr int idSize = 16;
+constexpr int timePlace = idPlace + idSize;
 
 bool isKind(char kind) {
     return kind >= static_cast<char>(MessageFrame::Kind::Hello) && kind <= static_cast<char>(MessageFrame::Kind::Message);
@@ -28,11 +29,13 @@ QByteArray MessageFrame::toBytes() const {
     if (content.size() > greatestSize - headerSize - 1 || id.size() != idSize)
         return {};
     const quint32 length = qToBigEndian(static_cast<quint32>(content.size() + 1));
+    const qint64 time = qToBigEndian(sentMs);
     QByteArray bytes;
     bytes.reserve(headerSize + 1 + content.size());
     bytes += frameStart();
     bytes.append(reinterpret_cast<const char*>(&length), sizeof length);
     bytes += id;
+    bytes.append(reinterpret_cast<const char*>(&time), sizeof time);
     bytes += static_cast<char>(kind);
     bytes += content;
     return bytes;
@@ -64,6 +67,7 @@ MessageFrameReader::Result MessageFrameReader::next(MessageFrame* frame) {
         return Result::Incomplete;
     frame->kind = static_cast<MessageFrame::Kind>(start[MessageFrame::headerSize]);
     frame->id = QByteArray(start + idPlace, idSize);
+    frame->sentMs = qFromBigEndian<qint64>(start + timePlace);
     frame->content = QByteArray(start + MessageFrame::headerSize + 1, static_cast<int>(length) - 1);
     m_place += size;
     return Result::Whole;

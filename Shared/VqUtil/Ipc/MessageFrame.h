@@ -4,18 +4,19 @@
 
 namespace Velquor::Util {
 
-/// What goes over the socket: a mark, the version of the format, the length of the payload, the id of the message, and the payload, whose
-/// first byte is its kind. At most 64 KiB together. Thread: any.
+/// What goes over the socket: a mark, the version of the format, the length of the payload, the id of the message, when it was sent,
+/// and the payload, whose first byte is its kind. At most 64 KiB together. Thread: any.
 struct MessageFrame {
     enum class Kind : quint8 {
-        Hello = 1, ///< The first frame of a client. Content: since when it has been there, by the machine's clock, as 8 bytes.
+        Hello = 1, ///< The first frame of a client, without content.
         Message = 2,
     };
-    static constexpr int headerSize = 4 + 1 + 4 + 16;
+    static constexpr int headerSize = 4 + 1 + 4 + 16 + 8;
     static constexpr int greatestSize = 64 * 1024;
 
     Kind kind = Kind::Message;
     QByteArray id;      ///< 16 bytes.
+    qint64 sentMs = 0;  ///< By the machine's clock (`MessageJournal::nowMs`).
     QByteArray content; ///< Without the kind.
 
     /// Empty when it would be too long.

@@ -2,7 +2,6 @@
 
 #include <QDeadlineTimer>
 #include <QMutexLocker>
-#include <QtEndian>
 #include <algorithm>
 #include <utility>
 
@@ -74,14 +73,12 @@ void MessageHub::becomeServer() {
 void MessageHub::becomeClient(QLocalSocket* socket) {
     m_server = addPeer(socket);
     beThere();
-    const qint64 since = qToBigEndian(m_thereSinceMs);
     MessageFrame hello;
     hello.kind = MessageFrame::Kind::Hello;
     hello.id = MessageFrame::newId();
-    hello.content = QByteArray(reinterpret_cast<const char*>(&since), sizeof since);
     m_server->send(hello.toBytes());
     m_server->follow(&m_own, std::min(m_own.firstWithin(memoryMs), std::max(m_ownUnsent, m_own.begin())));
-    relayLater();
+    relay();
 }
 
 void MessageHub::addClient(QLocalSocket* socket) {
@@ -98,6 +95,7 @@ void MessageHub::addClient(QLocalSocket* socket) {
 MessagePeer* MessageHub::addPeer(QLocalSocket* socket) {
     auto* const peer = new MessagePeer(socket, ++m_lastNumber, this);
     connect(peer, &MessagePeer::Received, this, &MessageHub::receive);
+    connect(peer, &MessagePeer::HasRead, this, &MessageHub::relay);
     connect(peer, &MessagePeer::Ended, this, &MessageHub::removePeer);
     return peer;
 }
@@ -111,15 +109,17 @@ void MessageHub::receive(MessagePeer* peer, const MessageFrame& frame) {
         peer->end(QStringLiteral("it sent a frame out of turn"));
 }
 
-// A newcomer hears what came since it has been there; who has lost its server, what it may have missed on the way.
+// Who has lost its server is told what it may have missed on the way.
 void MessageHub::greet(MessagePeer* peer, const MessageFrame& hello) {
-    if (hello.content.size() != sizeof m_thereSinceMs) {
+    if (hello.content.isEmpty())
+        peer->follow(&m_all, m_all.firstWithin(memoryMs));
+    else
         peer->end(QStringLiteral("it sent what is no greeting"));
-        return;
-    }
-    const qint64 now = MessageJournal::nowMs();
-    const auto since = qFromBigEndian<qint64>(hello.content.constData());
-    peer->follow(&m_all, m_all.firstWithin(now - std::min(std::max(since, now - memoryMs), now)));
+}
+
+// Whoever has been there for longer than messages are sent again does not depend on the clocks of others.
+bool MessageHub::isFromBefore(const MessageFrame& frame) const {
+    return frame.sentMs < m_thereSinceMs && MessageJournal::nowMs() - m_thereSinceMs < 2 * memoryMs;
 }
 
 void MessageHub::beThere() {
@@ -136,9 +136,8 @@ void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {
     if (!m_seen.add(frame.id))
         return;
     m_all.append(frame.toBytes(), peer->number());
-    if (!m_inbox.add(std::move(message), frame.content.size()))
+    if (!isFromBefore(frame) && !m_inbox.add(std::move(message), frame.content.size()))
         warn(QStringLiteral("Gave up messages that this process has not received for long: it is busy"));
-    relayLater();
 }
 
 void MessageHub::removePeer(MessagePeer* peer, const QString& reason) {
@@ -154,20 +153,6 @@ void MessageHub::loseServer() {
     m_ownUnsent = m_server->nextToWrite();
     m_server = nullptr;
     m_seat.seek();
-}
-
-// Once for all frames that came together.
-void MessageHub::relayLater() {
-    if (m_isRelaying)
-        return;
-    m_isRelaying = true;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            m_isRelaying = false;
-            relay();
-        },
-        Qt::QueuedConnection);
 }
 
 void MessageHub::relay() {

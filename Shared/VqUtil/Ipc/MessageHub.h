@@ -16,8 +16,8 @@ namespace Velquor::Util {
 /// What one process knows of the messaging: its connections, the latest messages, and which of them it has seen.
 ///
 /// Every process keeps the latest messages, its own and those of others. When the server goes, each sends its own again to the new
-/// one, which tells everybody who comes back what it has lately heard; who has seen a message drops it. So the messages of one
-/// sender keep their order.
+/// one, which tells everybody who comes what it has lately heard. Who has seen a message drops it, and so does a newcomer with one
+/// that is older than itself. So the messages of one sender keep their order.
 /// Thread: the one that makes it; `accept` and `isServing` may be called from any. Owner: its thread. Errors: a line in the log.
 class MessageHub : public QObject {
     Q_OBJECT
@@ -46,11 +46,11 @@ private:
     [[nodiscard]] MessagePeer* addPeer(QLocalSocket* socket);
     void receive(MessagePeer* peer, const MessageFrame& frame);
     void greet(MessagePeer* peer, const MessageFrame& hello);
+    [[nodiscard]] bool isFromBefore(const MessageFrame& frame) const;
     void beThere();
     void receiveMessage(MessagePeer* peer, const MessageFrame& frame);
     void removePeer(MessagePeer* peer, const QString& reason);
     void loseServer();
-    void relayLater();
     void relay();
     void forgetOld();
     [[nodiscard]] bool holdsAny() const;
@@ -68,7 +68,6 @@ private:
     MessageJournal m_own{MessageJournal::Age::SinceItWasWritten}; ///< For the server.
     quint64 m_ownUnsent = 0;
     SeenMessages m_seen;
-    bool m_isRelaying = false;
     QTimer m_forgetting;
     QString m_lastWarning;
     QElapsedTimer m_sinceWarning;

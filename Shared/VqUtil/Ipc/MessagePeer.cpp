@@ -63,6 +63,11 @@ void MessagePeer::readOn() {
     if (m_isEnded)
         return;
     m_reader.add(m_socket->readAll());
+    receiveFrames();
+    emit HasRead();
+}
+
+void MessagePeer::receiveFrames() {
     MessageFrame frame;
     auto result = MessageFrameReader::Result::Whole;
     while (!m_isEnded && result == MessageFrameReader::Result::Whole) {

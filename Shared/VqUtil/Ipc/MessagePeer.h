@@ -37,10 +37,13 @@ public:
 
 signals:
     void Received(Velquor::Util::MessagePeer* peer, const Velquor::Util::MessageFrame& frame);
+    /// Follows what was received together.
+    void HasRead();
     void Ended(Velquor::Util::MessagePeer* peer, const QString& reason);
 
 private:
     void readOn();
+    void receiveFrames();
     void endOfStream();
     void tooLate();
 
