@@ -233,43 +233,54 @@ void HostilePeerTest::slowPeer() {
     QCOMPARE(at(0).heard.size(), 200);
 }
 
-// Damaged frames among good ones: what came before the first one that is none is heard, nothing behind it is, and all others are
-// served on.
+// Damaged frames among good ones, of several peers at a time: what came before the first one that is none is heard, nothing behind it
+// is, and all others are served on.
 void HostilePeerTest::fuzz() {
+    struct Peer {
+        Outcome expected;
+        std::unique_ptr<QLocalSocket> socket;
+        [[nodiscard]] bool isEnded() const { return socket->state() == QLocalSocket::UnconnectedState; }
+    };
+    constexpr int peersAtATime = 16;
     constexpr int mostOfOnePeer = 100;
     QVERIFY(meet(2));
     DamagedFrames frames;
     const int wanted = TestKit::rounds(20000, 1000000);
     int sent = 0;
-    int peers = 0;
+    int connections = 0;
     int messages = 0;
-    for (; sent < wanted; ++peers) {
-        Outcome expected;
-        QByteArray bytes = hello();
-        for (int count = 0; count < mostOfOnePeer && !expected.isEnded; ++count, ++sent) {
-            const QByteArray next = frames.next();
-            expected.add(next);
-            bytes += next;
+    for (; sent < wanted; connections += peersAtATime) {
+        std::vector<Peer> peers(peersAtATime);
+        int heard = 0;
+        for (Peer& peer : peers) {
+            QByteArray bytes = hello();
+            for (int count = 0; count < mostOfOnePeer && !peer.expected.isEnded; ++count, ++sent) {
+                const QByteArray next = frames.next();
+                peer.expected.add(next);
+                bytes += next;
+            }
+            peer.socket = intruder(bytes);
+            heard += peer.expected.heard;
         }
-        const auto socket = intruder(bytes);
         const auto isDone = [&] {
             QCoreApplication::processEvents();
-            return at(0).heard.size() >= expected.heard
-                   && (!expected.isEnded || socket->state() == QLocalSocket::UnconnectedState);
+            return at(0).heard.size() >= heard
+                   && std::all_of(peers.cbegin(), peers.cend(), [](const Peer& peer) { return peer.isEnded() || !peer.expected.isEnded; });
         };
         for (const QDeadlineTimer patience(patienceMs); !isDone() && !patience.hasExpired();)
             QThread::yieldCurrentThread();
-        QCOMPARE(at(0).heard.size(), expected.heard);
-        QCOMPARE(socket->state() == QLocalSocket::UnconnectedState, expected.isEnded);
-        messages += at(0).heard.size();
+        QCOMPARE(at(0).heard.size(), heard);
+        for (const Peer& peer : peers)
+            QCOMPARE(peer.isEnded(), peer.expected.isEnded);
+        messages += heard;
         at(0).heard.clear();
         at(1).heard.clear();
         at(0).logger->clear();
     }
     QVERIFY(worksOn());
-    QVERIFY(peers > wanted / 50 && messages > wanted / 2);
+    QVERIFY(connections > wanted / 50 && messages > wanted / 2);
     TestKit::figure(QStringLiteral("damaged frames, seed %1").arg(fuzzSeed), QStringLiteral("the service goes on"),
-                    QStringLiteral("%1 frames of %2 peers, %3 of them messages").arg(sent).arg(peers).arg(messages));
+                    QStringLiteral("%1 frames over %2 connections, %3 of them messages").arg(sent).arg(connections).arg(messages));
 }
 
 QTEST_GUILESS_MAIN(HostilePeerTest)
