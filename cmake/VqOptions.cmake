@@ -16,9 +16,10 @@ option(VQ_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(VQ_BUILD_BENCH "Build the benchmarks (needs Google Benchmark and the peer libraries)" OFF)
 set(VQ_SANITIZE "" CACHE STRING "Sanitizers for every target, for instance 'address,undefined' or 'thread'")
 
+# With paths relative to the sources, so that one clone finds what another has compiled.
 find_program(VQ_CCACHE ccache)
 if(VQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${VQ_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${VQ_CCACHE}")
 endif()
 
 if(NOT MSVC)

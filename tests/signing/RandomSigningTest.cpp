@@ -20,10 +20,10 @@ private slots:
 
 void RandomSigningTest::agreesWithOthers() {
     const QString python = QStringLiteral("/usr/bin/python3");
-    const QString script = QFINDTESTDATA("check_signatures.py");
+    const QString script = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/tests/signing/check_signatures.py");
     if (!QFile::exists(python))
         QSKIP("Needs Python and oauthlib");
-    QVERIFY(!script.isEmpty());
+    QVERIFY(QFile::exists(script));
     bool isGiven = false;
     const uint given = qEnvironmentVariable("VQ_TEST_SEED").toUInt(&isGiven);
     const quint32 seed = isGiven ? given : QRandomGenerator::global()->generate();
