@@ -22,8 +22,9 @@ from product import Home  # noqa: E402
 from screen import Screen, Window, wait_until  # noqa: E402
 
 SKIPPED = 77
-# Under Wine a process takes a second to end.
-AT_ONCE_SECONDS = 5 if SYSROOT else 2
+AT_ONCE_SECONDS = 2
+# Wine waits two seconds for the window manager, which is not there, when it takes a window away.
+CLOSING_SECONDS = AT_ONCE_SECONDS + (2 if SYSROOT else 0)
 WIDTH, HEIGHT, GAP = 760, 640, 24
 SECOND = ["--key", "second-product-0002", "--secret", "demo-secret-0002"]
 TITLES = ["Demo Product", "Second Product"]
@@ -162,7 +163,7 @@ class DesktopTest(unittest.TestCase):
         wait_until(lambda: window.shows("activityText", "new access token"), AT_ONCE_SECONDS, "the progress")
         seconds = window.stop()
         print(f"closed during work in {seconds:.2f} s")
-        self.assertLess(seconds, AT_ONCE_SECONDS)
+        self.assertLess(seconds, CLOSING_SECONDS)
 
     def test_settings_by_keyboard(self):
         first, second = self.open(0), self.open(1, *SECOND)
