@@ -1,5 +1,6 @@
 // What happens in one process reaches the observers of every other process of the user, on their main thread, once.
 
+#include "Events/NotificationManager.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
 #include "TestKit/TokenHelper.h"
@@ -91,6 +92,20 @@ private slots:
         m_helpers.front()->tell(QStringLiteral("logout"));
         QVERIFY(m_helpers.front()->answer().value("done").toBool());
         QVERIFY(allHear(QStringLiteral("LoggedOut")));
+    }
+
+    // A scanner has it open, and on some systems it cannot be replaced meanwhile. The messages go on.
+    void anEventFileInUseKeepsNobodyWaiting() {
+        signIn(*m_session);
+        QVERIFY(allHear(QStringLiteral("LoggedIn")));
+        QFile inUse(m_fixture->folder.filePath(QStringLiteral("Event.xml")));
+        QTRY_VERIFY(inUse.exists());
+        QVERIFY(inUse.open(QIODevice::ReadOnly));
+        for (int round = 0; round < 3; ++round) {
+            QVERIFY(m_session->RefreshToken(key, true));
+            QVERIFY(allHear(QStringLiteral("TokenRefreshed")));
+            QTest::qWait(5 * NotificationManager::fileDelayMs);
+        }
     }
 
     void theServingProcessMayDie() {

@@ -12,7 +12,6 @@ namespace {
 
 constexpr int firstPauseMs = 10;
 constexpr int longestPauseMs = 160;
-constexpr int longestWaitMs = 5000;
 // Short, since callers hold a lock: a scanner or backup has the file open for a moment.
 constexpr int longestReadPauseMs = 40;
 constexpr int asideCount = 3;
@@ -20,10 +19,10 @@ const auto temporaryMark = QStringLiteral(".writing-");
 
 QString asideName(const QString& path, int number) { return path + QStringLiteral(".damaged-%1").arg(number); }
 
-ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error, Flush flush) {
+ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error, Flush flush, int patienceMs) {
     ReplaceResult result = replaceFile(from, to, error, flush);
     int pauseMs = firstPauseMs;
-    for (int waitedMs = 0; result == ReplaceResult::Busy && waitedMs < longestWaitMs; waitedMs += pauseMs) {
+    for (int waitedMs = 0; result == ReplaceResult::Busy && waitedMs < patienceMs; waitedMs += pauseMs) {
         QThread::msleep(static_cast<unsigned long>(pauseMs));
         pauseMs = qMin(pauseMs * 2, longestPauseMs);
         result = replaceFile(from, to, error, flush);
@@ -64,13 +63,17 @@ ReadResult read(const QString& path, qint64 maximumSize) {
 }
 
 bool write(const QString& path, const QByteArray& data, QString* error, Flush flush) {
+    return tryToWrite(path, data, error, flush, patienceMs) == ReplaceResult::Done;
+}
+
+ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* error, Flush flush, int patienceMs) {
     const QString temporary = path + temporaryMark + QUuid::createUuid().toString(QUuid::Id128);
     if (!writeOwnerOnlyFile(temporary, data, error, flush))
-        return false;
-    if (replacePatiently(temporary, path, error, flush) == ReplaceResult::Done)
-        return true;
-    QFile::remove(temporary);
-    return false;
+        return ReplaceResult::Failed;
+    const ReplaceResult result = replacePatiently(temporary, path, error, flush, patienceMs);
+    if (result != ReplaceResult::Done)
+        QFile::remove(temporary);
+    return result;
 }
 
 QStringList temporaries(const QString& path) {

@@ -27,6 +27,12 @@ struct ReadResult {
 /// for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
 [[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error, Flush flush = Flush::Yes);
 
+/// The same, for who has better to do than to wait: `Busy` when another process still holds the target open after `patienceMs`.
+[[nodiscard]] ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* error, Flush flush, int patienceMs);
+
+/// How long `write` waits.
+constexpr int patienceMs = 5000;
+
 /// The files beside `path` that its new content is being written to, or was by a process that died.
 [[nodiscard]] QStringList temporaries(const QString& path);
 

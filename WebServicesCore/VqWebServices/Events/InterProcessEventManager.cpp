@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -17,6 +18,10 @@ namespace {
 
 constexpr qint64 maximumEventSize = 256 * 1024;
 constexpr quint64 keepSeconds = 60;
+// Readers have the event file open for a moment; who has it open for longer is no reader.
+constexpr int briefPatienceMs = 40;
+constexpr int writePauseMs = 250;
+constexpr int mostAttempts = Util::AtomicFile::patienceMs / writePauseMs;
 
 } // namespace
 
@@ -25,11 +30,21 @@ InterProcessEventManager::InterProcessEventManager(const QString& folder, std::s
     , m_triggerFile(QDir::cleanPath(folder + QStringLiteral("/EventTrigger.tmp")))
     , m_folder(QDir::cleanPath(folder))
     , m_logger(std::move(logger))
+    , m_writeTimer(this)
     , m_deleteFileTimer(this)
     , m_watcher(m_logger, this) {
+    m_writeTimer.setSingleShot(true);
+    m_writeTimer.setInterval(writePauseMs);
+    connect(&m_writeTimer, &QTimer::timeout, this, &InterProcessEventManager::writeFiles);
     m_deleteFileTimer.setInterval(deleteAfterMs);
     connect(&m_deleteFileTimer, &QTimer::timeout, this, &InterProcessEventManager::DeleteFileTimerTimeout);
     connect(&m_watcher, &CloudUtil::FolderWatcher::Changed, this, &InterProcessEventManager::ChangedSlot, Qt::QueuedConnection);
+}
+
+InterProcessEventManager::~InterProcessEventManager() {
+    const QDeadlineTimer deadline(Util::AtomicFile::patienceMs);
+    while (!m_documents.isEmpty() && !deadline.hasExpired())
+        (void)writeNext();
 }
 
 void InterProcessEventManager::StartWatching() {
@@ -49,15 +64,34 @@ void InterProcessEventManager::RaiseEvent(int id, const QVariantMap& params) {
     else
         m_logger->error(
             QStringLiteral("InterProcessEventManager::RaiseEvent called in a different thread. Cannot stop timer."));
-    QString error;
-    const QByteArray document = writeEventDocument({QCoreApplication::applicationPid(), id, params});
-    // It lives for a minute; a power cut ends those whom it tells something.
-    if (!Util::AtomicFile::write(m_eventFile, document, &error, Util::Flush::No))
-        m_logger->error(QStringLiteral("Failed to write event file %1. %2").arg(m_eventFile, error));
-    else
-        touchTrigger();
+    m_documents.enqueue(writeEventDocument({QCoreApplication::applicationPid(), id, params}));
+    if (!m_writeTimer.isActive())
+        writeFiles();
     if (isOwnThread)
         m_deleteFileTimer.start();
+}
+
+void InterProcessEventManager::writeFiles() {
+    while (!m_documents.isEmpty()) {
+        if (!writeNext())
+            return m_writeTimer.start();
+    }
+}
+
+bool InterProcessEventManager::writeNext() {
+    QString error;
+    // It lives for a minute; a power cut ends those whom it tells something.
+    const Util::ReplaceResult result =
+        Util::AtomicFile::tryToWrite(m_eventFile, m_documents.head(), &error, Util::Flush::No, briefPatienceMs);
+    if (result == Util::ReplaceResult::Busy && ++m_attempts < mostAttempts)
+        return false;
+    m_attempts = 0;
+    m_documents.dequeue();
+    if (result == Util::ReplaceResult::Done)
+        touchTrigger();
+    else
+        m_logger->error(QStringLiteral("Failed to write event file %1. %2").arg(m_eventFile, error));
+    return true;
 }
 
 void InterProcessEventManager::touchTrigger() {

@@ -4,6 +4,7 @@
 #include "VqUtil/Ipc/FolderWatcher.h"
 
 #include <QObject>
+#include <QQueue>
 #include <QTimer>
 #include <QVariantMap>
 #include <memory>
@@ -13,13 +14,16 @@ namespace Velquor::WebServices {
 /// Carries events to the other processes of the user in a small file beside the login state file: "Event.xml" holds the last one,
 /// "EventTrigger.tmp" is touched so that their folder watchers see it.
 ///
-/// Thread: that of its owner, with an event loop. Owner: the notification manager. Errors: log lines; an event that cannot be
-/// written or read is lost on this carrier.
+/// Thread: that of its owner, with an event loop; a file that a scanner or another process has open keeps nobody waiting, it is
+/// written a little later. Owner: the notification manager. Errors: log lines; an event that cannot be written or read is lost on
+/// this carrier.
 class InterProcessEventManager : public QObject {
     Q_OBJECT
 
 public:
     InterProcessEventManager(const QString& folder, std::shared_ptr<Log::ILogger> logger);
+    /// Writes what waits, but not for longer than 5 seconds when the file is in use.
+    ~InterProcessEventManager() override;
 
     void StartWatching();
     void StopWatching();
@@ -37,12 +41,18 @@ public slots:
     void DeleteFileTimerTimeout();
 
 private:
+    void writeFiles();
+    /// False when the file is in use and there is time to try it again.
+    [[nodiscard]] bool writeNext();
     void touchTrigger();
 
     const QString m_eventFile;
     const QString m_triggerFile;
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
+    QQueue<QByteArray> m_documents; ///< To be written.
+    QTimer m_writeTimer;            ///< Runs while the event file is in use.
+    int m_attempts = 0;
     QTimer m_deleteFileTimer;
     CloudUtil::FolderWatcher m_watcher;
 };
