@@ -6,9 +6,17 @@
 
 #include <QMutex>
 #include <QMutexLocker>
+#include <QPointer>
 #include <utility>
 
 namespace Velquor::Util {
+
+namespace {
+
+// Then the other work of the thread has its turn.
+constexpr int mostAtOnce = 100;
+
+} // namespace
 
 class IPCManager::Private {
 public:
@@ -54,11 +62,16 @@ void IPCManager::stop() {
     m_private->inbox.clear();
 }
 
-// One message at a time: a receiver may run an event loop, stop the messaging or destroy it.
+// A receiver may run an event loop, stop the messaging or destroy it.
 void IPCManager::deliver() {
-    const std::optional<MessageCodec::Message> message = m_private->inbox.take();
-    if (message)
+    const QPointer<IPCManager> self(this);
+    m_private->inbox.beginToTake();
+    for (int count = 0; self && count < mostAtOnce; ++count) {
+        const std::optional<MessageCodec::Message> message = m_private->inbox.take();
+        if (!message)
+            return;
         emit MessageReceived(message->name, message->params);
+    }
 }
 
 bool IPCManager::send(const QString& name, const QVariantMap& params) {

@@ -6,11 +6,11 @@
 namespace Velquor::Util {
 
 bool MessageInbox::add(MessageCodec::Message message, int size) {
-    bool isFirst = false;
+    bool tells = false;
     bool isRoomy = true;
     {
         const QMutexLocker lock(&m_mutex);
-        isFirst = m_entries.empty();
+        tells = !std::exchange(m_isTold, true);
         m_entries.push_back({std::move(message), size});
         m_size += size;
         while (m_size > greatestSize || m_entries.size() > greatestCount) {
@@ -19,15 +19,20 @@ bool MessageInbox::add(MessageCodec::Message message, int size) {
             isRoomy = false;
         }
     }
-    if (isFirst)
+    if (tells)
         emit Filled();
     return isRoomy;
+}
+
+void MessageInbox::beginToTake() {
+    const QMutexLocker lock(&m_mutex);
+    m_isTold = false;
 }
 
 // Tells of the next one before this one is handled: its receiver may run an event loop, or may never come back here.
 std::optional<MessageCodec::Message> MessageInbox::take() {
     std::optional<MessageCodec::Message> first;
-    bool hasMore = false;
+    bool tells = false;
     {
         const QMutexLocker lock(&m_mutex);
         if (m_entries.empty())
@@ -35,9 +40,9 @@ std::optional<MessageCodec::Message> MessageInbox::take() {
         first = std::move(m_entries.front().message);
         m_size -= m_entries.front().size;
         m_entries.pop_front();
-        hasMore = !m_entries.empty();
+        tells = !m_entries.empty() && !std::exchange(m_isTold, true);
     }
-    if (hasMore)
+    if (tells)
         emit Filled();
     return first;
 }

@@ -22,12 +22,14 @@ public:
 
     /// `size` in bytes, as it came. False when older messages were given up for it.
     bool add(MessageCodec::Message message, int size);
+    /// To be called when `Filled` has arrived.
+    void beginToTake();
     /// The oldest one, if there is any.
     [[nodiscard]] std::optional<MessageCodec::Message> take();
     void clear();
 
 signals:
-    /// There is a message to take; told again by `take` while there is more. To be received queued.
+    /// There is a message to take; told again, once, by `take` while there is more. To be received queued.
     void Filled();
 
 private:
@@ -39,6 +41,7 @@ private:
     QMutex m_mutex;
     std::deque<Entry> m_entries;
     qint64 m_size = 0;
+    bool m_isTold = false; ///< `Filled` is on its way.
 };
 
 } // namespace Velquor::Util
