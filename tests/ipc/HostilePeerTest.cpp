@@ -2,7 +2,6 @@
 #include "TestKit/Soak.h"
 #include "VqUtil/Ipc/MessageCodec.h"
 #include "VqUtil/Ipc/MessageFrame.h"
-#include "VqUtil/Ipc/MessageJournal.h"
 #include "VqUtil/Platform/PeerIdentity.h"
 
 #include <QDeadlineTimer>
@@ -10,6 +9,7 @@
 #include <QLocalSocket>
 #include <QRandomGenerator>
 #include <QThread>
+#include <QtEndian>
 #include <limits>
 
 using namespace Velquor;
@@ -18,7 +18,7 @@ using Util::MessageFrame;
 namespace {
 
 constexpr quint32 fuzzSeed = 20250617;
-constexpr int timePlace = 4 + 1 + 4 + 16;
+constexpr int timePlace = MessageFrame::headerSize - static_cast<int>(sizeof(qint64));
 
 QByteArray frame(MessageFrame::Kind kind, const QByteArray& content) {
     MessageFrame made;
@@ -31,6 +31,11 @@ QByteArray frame(MessageFrame::Kind kind, const QByteArray& content) {
 
 QByteArray hello() { return frame(MessageFrame::Kind::Hello, {}); }
 QByteArray message(const QByteArray& content) { return frame(MessageFrame::Kind::Message, content); }
+
+QByteArray length(quint32 number) {
+    const quint32 bytes = qToBigEndian(number);
+    return QByteArray(reinterpret_cast<const char*>(&bytes), sizeof bytes);
+}
 
 QByteArray withByte(QByteArray bytes, int place, char value) {
     bytes[place] = value;
@@ -127,10 +132,10 @@ void HostilePeerTest::hostilePeer_data() {
     const QByteArray header = good.left(5);
     QTest::newRow("no frame") << QByteArray("GET / HTTP/1.1\r\n\r\n");
     QTest::newRow("another version") << withByte(hello(), 4, 2);
-    QTest::newRow("length 0") << header + QByteArray(4, '\0');
-    QTest::newRow("length 2^31") << header + QByteArray("\x80\0\0\0", 4);
-    QTest::newRow("length 2^32-1") << header + QByteArray(4, '\xff');
-    QTest::newRow("one byte too long") << header + QByteArray("\0\0\xff\xe8", 4);
+    QTest::newRow("length 0") << header + length(0);
+    QTest::newRow("length 2^31") << header + length(0x80000000);
+    QTest::newRow("length 2^32-1") << header + length(0xffffffff);
+    QTest::newRow("one byte too long") << header + length(MessageFrame::greatestSize - MessageFrame::headerSize + 1);
     QTest::newRow("unknown kind") << withByte(hello(), MessageFrame::headerSize, 4);
     QTest::newRow("message before hello") << good;
     QTest::newRow("hello with a content") << frame(MessageFrame::Kind::Hello, "abc");

@@ -63,7 +63,7 @@ ReadResult read(const QString& path, qint64 maximumSize) {
 }
 
 bool write(const QString& path, const QByteArray& data, QString* error, Flush flush) {
-    return tryToWrite(path, data, error, flush, patienceMs) == ReplaceResult::Done;
+    return tryToWrite(path, data, error, flush, longestWaitMs) == ReplaceResult::Done;
 }
 
 ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* error, Flush flush, int patienceMs) {

@@ -23,15 +23,15 @@ struct ReadResult {
 /// the moment is tried again for less than 0.1 seconds.
 [[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
 
+/// How long `write` waits for who has the target open.
+constexpr int longestWaitMs = 5000;
+
 /// Writes the data beside the file, owner-only, and moves it into place. A target that another process holds open is tried again
 /// for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
 [[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error, Flush flush = Flush::Yes);
 
 /// The same, for who has better to do than to wait: `Busy` when another process still holds the target open after `patienceMs`.
 [[nodiscard]] ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* error, Flush flush, int patienceMs);
-
-/// How long `write` waits.
-constexpr int patienceMs = 5000;
 
 /// The files beside `path` that its new content is being written to, or was by a process that died.
 [[nodiscard]] QStringList temporaries(const QString& path);

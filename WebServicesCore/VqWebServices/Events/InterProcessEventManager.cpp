@@ -21,7 +21,7 @@ constexpr quint64 keepSeconds = 60;
 // Readers have the event file open for a moment; who has it open for longer is no reader.
 constexpr int briefPatienceMs = 40;
 constexpr int writePauseMs = 250;
-constexpr int mostAttempts = Util::AtomicFile::patienceMs / writePauseMs;
+constexpr int mostAttempts = Util::AtomicFile::longestWaitMs / writePauseMs;
 
 } // namespace
 
@@ -42,7 +42,7 @@ InterProcessEventManager::InterProcessEventManager(const QString& folder, std::s
 }
 
 InterProcessEventManager::~InterProcessEventManager() {
-    const QDeadlineTimer deadline(Util::AtomicFile::patienceMs);
+    const QDeadlineTimer deadline(Util::AtomicFile::longestWaitMs);
     while (!m_documents.isEmpty() && !deadline.hasExpired())
         (void)writeNext();
 }
