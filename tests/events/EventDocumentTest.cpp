@@ -1,7 +1,6 @@
 // The file that carries an event from process to process: what is written can be read, and what is hostile does no harm.
 
 #include "Events/EventDocument.h"
-#include "Events/HandledEvents.h"
 #include "Events/WebServicesEvent.h"
 #include "TestKit/Soak.h"
 
@@ -152,19 +151,6 @@ private slots:
             QCOMPARE(eventFromName(name, found), isEvent);
             QVERIFY(!isEvent || static_cast<int>(found) == number);
         }
-    }
-
-    void anEventIsHandledOnce() {
-        HandledEvents handled;
-        IPCMethod first = IPCMethod::Watcher;
-        QVERIFY(handled.add("a", IPCMethod::Socket, first));
-        QVERIFY(!handled.add("a", IPCMethod::Watcher, first));
-        QCOMPARE(first, IPCMethod::Socket);
-        QVERIFY(handled.add("", IPCMethod::Watcher, first));
-        QVERIFY(handled.add("", IPCMethod::Watcher, first));
-        for (int event = 0; event < HandledEvents::capacity; ++event)
-            QVERIFY(handled.add(QString::number(event), IPCMethod::Watcher, first));
-        QVERIFY2(handled.add("a", IPCMethod::Watcher, first), "the oldest is forgotten");
     }
 
 private:

@@ -1,5 +1,6 @@
 // Two carriers, one of them faster: the events of a sender are handled in their order, and none waits for long.
 
+#include "Events/EventIdentity.h"
 #include "Events/EventOrder.h"
 #include "Events/INotificationListener.h"
 
@@ -49,7 +50,7 @@ private slots:
         QVector<ArrivedEvent> ready;
         qint64 now = 1000;
         for (const QString& step : arriving.split(QLatin1Char(' '))) {
-            const QString id = EventOrder::eventId(QStringLiteral("sender"), step.mid(1).toULongLong());
+            const QString id = EventIdentity{QStringLiteral("sender"), step.mid(1).toULongLong()}.eventId();
             if (step == QLatin1String("t") || step == QLatin1String("u"))
                 ready += order.takeOverdue(now += step == QLatin1String("t") ? EventOrder::holdMs - 1 : 1);
             else if (step.startsWith(QLatin1Char('d')))
@@ -84,9 +85,60 @@ private slots:
         EventOrder order;
         QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
         for (int sender = 0; sender < 3 * EventOrder::mostSources; ++sender)
-            QCOMPARE(order.take(arrived(EventOrder::eventId(QString::number(sender), 1), IPCMethod::Socket), 0).size(), 1);
+            QCOMPARE(order.take(arrived(EventIdentity{QString::number(sender), 1}.eventId(), IPCMethod::Socket), 0).size(), 1);
         QCOMPARE(order.takeOverdue(EventOrder::holdMs).size(), 1);
         QCOMPARE(order.msUntilDue(0), -1);
+    }
+
+    // s: by socket, w: by file; what is told twice is not handled, and who brought it first is known.
+    void once_data() {
+        QTest::addColumn<QString>("arriving");
+        QTest::addColumn<QString>("handled");
+        const auto row = [](const char* what, const char* arriving, const char* handled) {
+            QTest::newRow(what) << QString::fromLatin1(arriving) << QString::fromLatin1(handled);
+        };
+        row("both carriers", "sa#1 wa#1 sa#2 wa#2", "sa#1 sa#2");
+        row("one of them is ahead", "wa#3 sa#1 sa#2 sa#3 wa#1", "wa#3 sa#1 sa#2");
+        row("ranges that meet", "sa#1 sa#3 sa#2 wa#2 wa#3 wa#4", "sa#1 sa#3 sa#2 wa#4");
+        row("two senders", "sa#1 sb#1 wb#1 wa#1", "sa#1 sb#1");
+        row("ids without a number", "sa wa sa#none wa#other wa#0 wa#0", "sa sa#none wa#other wa#0");
+        row("the highest number", "sa#18446744073709551615 wa#18446744073709551615 wa#1", "sa#18446744073709551615 wa#1");
+        row("without an id", "s s", "s s");
+    }
+
+    void once() {
+        QFETCH(QString, arriving);
+        QFETCH(QString, handled);
+        HandledEvents events;
+        QHash<QString, IPCMethod> brought;
+        QStringList fresh;
+        for (const QString& step : arriving.split(QLatin1Char(' '))) {
+            const IPCMethod method = step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher;
+            IPCMethod first = method;
+            if (events.add(step.mid(1), method, first)) {
+                fresh += step;
+                brought.insert(step.mid(1), method);
+            }
+            QCOMPARE(first, brought.value(step.mid(1)));
+        }
+        QCOMPARE(fresh.join(QLatin1Char(' ')), handled);
+    }
+
+    // The file may be far behind the socket, while others come and go.
+    void onceHoweverLate() {
+        constexpr int count = 20000;
+        HandledEvents events;
+        IPCMethod first = IPCMethod::Watcher;
+        const auto isNew = [&](int number, IPCMethod method) { return events.add(EventIdentity{"a", quint64(number)}.eventId(), method, first); };
+        // Each third is heard by file first, which makes more ranges than are kept.
+        for (int number = 1; number <= count; ++number) {
+            QVERIFY(isNew(number, number % 3 == 0 ? IPCMethod::Watcher : IPCMethod::Socket));
+            (void)events.add(QString::number(number % HandledEvents::mostSources), IPCMethod::Socket, first);
+        }
+        for (int number = 1; number <= count; ++number)
+            QVERIFY(!isNew(number, IPCMethod::Watcher));
+        QVERIFY(isNew(count + 2, IPCMethod::Socket));
+        QVERIFY2(isNew(count + 1, IPCMethod::Watcher), "what was missed is heard late");
     }
 };
 

@@ -1,5 +1,6 @@
 // What a process does with the events that other processes report: the parts that need no other process to be shown.
 
+#include "Events/EventIdentity.h"
 #include "Events/NotificationManager.h"
 #include "Session/EventReactions.h"
 #include "TestKit/SessionFixture.h"
@@ -100,7 +101,7 @@ private slots:
         RecordingListener listener;
         NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
         const auto arrive = [&manager](const char* source) {
-            const QVariantMap params{{EventParam::eventId, EventOrder::eventId(QString::fromLatin1(source), 2)}};
+            const QVariantMap params{{EventParam::eventId, EventIdentity{QString::fromLatin1(source), 2}.eventId()}};
             manager.HandleInterProcessMessage(Event::TokenRefreshed, params, IPCMethod::Watcher);
         };
         QElapsedTimer timer;

@@ -1,25 +1,11 @@
 #include "Events/EventOrder.h"
 
+#include "Events/EventIdentity.h"
 #include "Events/INotificationListener.h"
 
 #include <algorithm>
 
 namespace Velquor::WebServices {
-
-namespace {
-
-const QLatin1Char mark('#');
-
-} // namespace
-
-QString EventOrder::eventId(const QString& source, quint64 number) {
-    return source + mark + QString::number(number);
-}
-
-EventOrder::Place EventOrder::placeOf(const QString& eventId) {
-    const int place = eventId.lastIndexOf(mark);
-    return place < 0 ? Place{eventId, 0} : Place{eventId.left(place), eventId.mid(place + 1).toULongLong()};
-}
 
 EventOrder::Source& EventOrder::sourceOf(const QString& name) {
     if (!m_sources.contains(name)) {
@@ -41,29 +27,29 @@ void EventOrder::release(Source& source, quint64 upTo, QVector<ArrivedEvent>& re
 QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs) {
     if (arrived.method == IPCMethod::Socket)
         m_bySocketMs = nowMs;
-    const Place place = placeOf(arrived.params.value(EventParam::eventId).toString());
-    if (place.number == 0)
+    const EventIdentity identity = EventIdentity::of(arrived.params.value(EventParam::eventId).toString());
+    if (identity.number == 0)
         return {arrived};
-    Source& source = sourceOf(place.source);
-    if (arrived.method == IPCMethod::Watcher && place.number > source.last + 1) {
-        source.held.insert(place.number, {arrived, nowMs});
+    Source& source = sourceOf(identity.source);
+    if (arrived.method == IPCMethod::Watcher && identity.number > source.last + 1) {
+        source.held.insert(identity.number, {arrived, nowMs});
         return {};
     }
     QVector<ArrivedEvent> ready;
-    release(source, place.number - 1, ready);
+    release(source, identity.number - 1, ready);
     ready += arrived;
-    source.last = std::max(source.last, place.number);
+    source.last = std::max(source.last, identity.number);
     release(source, source.last, ready);
     return ready;
 }
 
 QVector<ArrivedEvent> EventOrder::reachedBySocket(const QString& eventId, qint64 nowMs) {
-    const Place place = placeOf(eventId);
+    const EventIdentity identity = EventIdentity::of(eventId);
     QVector<ArrivedEvent> ready;
     m_bySocketMs = nowMs;
-    const auto source = m_sources.find(place.source);
+    const auto source = m_sources.find(identity.source);
     if (source != m_sources.end())
-        release(*source, place.number, ready);
+        release(*source, identity.number, ready);
     return ready;
 }
 

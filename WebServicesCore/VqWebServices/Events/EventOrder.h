@@ -37,9 +37,6 @@ public:
     /// How long until the oldest of what waits has waited long enough; -1 when nothing waits.
     [[nodiscard]] int msUntilDue(qint64 nowMs) const;
 
-    /// The id of a sender's event: `source` is the sender's, `number` counts from 1.
-    [[nodiscard]] static QString eventId(const QString& source, quint64 number);
-
     /// Longer than a busy server of the sockets takes, and short for who waits.
     static constexpr int holdMs = 1200;
     /// A sender whose own socket is gone is heard after this, however busy the socket is with others.
@@ -55,12 +52,7 @@ private:
         quint64 last = 0; ///< The highest number that was handled.
         QMap<quint64, Held> held;
     };
-    struct Place {
-        QString source;
-        quint64 number = 0; ///< 0: the id has none.
-    };
 
-    [[nodiscard]] static Place placeOf(const QString& eventId);
     [[nodiscard]] Source& sourceOf(const QString& name);
     /// Moves what is held up to a number, and what follows it without a gap.
     static void release(Source& source, quint64 upTo, QVector<ArrivedEvent>& released);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QHash>
-#include <QQueue>
+#include <QMap>
 #include <QString>
 
 namespace Velquor::WebServices {
@@ -13,31 +13,36 @@ enum class IPCMethod { Socket, Watcher };
     return method == IPCMethod::Socket ? QStringLiteral("Socket") : QStringLiteral("Watcher");
 }
 
-/// The events of other processes that were handled lately, and which carrier brought them first. Bounded: the oldest are forgotten.
+/// The events of other processes that were handled, and which carrier brought them first.
+///
+/// Senders count their events, and one carrier may be thousands of events behind the other: so nothing is forgotten of a sender. Its
+/// events are kept as ranges of numbers, of which there is one as long as they all come, and come by the same carrier.
+/// Bounded: of too many ranges the lowest two become one; of too many senders the one goes that was silent for longest.
 /// Thread: one at a time. Owner: the notification manager.
 class HandledEvents {
 public:
-    /// True when the event is new; otherwise `first` is the carrier that brought it before. An event without an identity is new.
-    [[nodiscard]] bool add(const QString& eventId, IPCMethod method, IPCMethod& first) {
-        if (eventId.isEmpty())
-            return true;
-        const auto known = m_methods.constFind(eventId);
-        if (known != m_methods.constEnd()) {
-            first = *known;
-            return false;
-        }
-        m_methods.insert(eventId, method);
-        m_order.enqueue(eventId);
-        if (m_order.size() > capacity)
-            m_methods.remove(m_order.dequeue());
-        return true;
-    }
+    /// True when the event is new; otherwise `first` is the carrier that brought it before. An event without an id is new.
+    [[nodiscard]] bool add(const QString& eventId, IPCMethod method, IPCMethod& first);
 
-    static constexpr int capacity = 4096;
+    static constexpr int mostSources = 1024;
+    static constexpr int mostRanges = 64;
 
 private:
-    QHash<QString, IPCMethod> m_methods;
-    QQueue<QString> m_order;
+    struct Range {
+        quint64 last = 0;
+        IPCMethod method = IPCMethod::Socket;
+    };
+    using Ranges = QMap<quint64, Range>; ///< By their first number.
+    struct Source {
+        Ranges ranges;
+        quint64 turn = 0; ///< When it was heard last.
+    };
+
+    [[nodiscard]] Ranges& rangesOf(const QString& source);
+    static void insert(Ranges& ranges, quint64 number, IPCMethod method);
+
+    QHash<QString, Source> m_sources;
+    quint64 m_turn = 0;
 };
 
 } // namespace Velquor::WebServices

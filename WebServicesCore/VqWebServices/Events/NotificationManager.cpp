@@ -1,5 +1,6 @@
 #include "Events/NotificationManager.h"
 
+#include "Events/EventIdentity.h"
 #include "Network/SslDiagnosis.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
@@ -70,7 +71,7 @@ bool NotificationManager::SendInterProcessMessage(Event event, const QVariantMap
     // Counted and queued in one step, so that events leave in the order of their numbers.
     const QMutexLocker lock(&m_sendMutex);
     QVariantMap identified = params;
-    identified.insert(EventParam::eventId, EventOrder::eventId(m_ownId, m_lastNumber + 1));
+    identified.insert(EventParam::eventId, EventIdentity{m_ownId, m_lastNumber + 1}.eventId());
     const bool invoked = QMetaObject::invokeMethod(
         this, [this, event, identified] { SendInterProcessMessageSlot(event, identified); }, Qt::QueuedConnection);
     if (invoked)
