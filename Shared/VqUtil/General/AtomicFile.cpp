@@ -36,7 +36,11 @@ ReadResult readOnce(const QString& path, qint64 maximumSize) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return failed(file.errorString());
-    const QByteArray data = file.read(maximumSize + 1);
+    // As much room as it needs: a buffer for the largest file takes longer to get than most files take to read.
+    const qint64 size = qMin(file.size(), maximumSize);
+    QByteArray data = file.read(size + 1);
+    if (data.size() > size)
+        data += file.read(maximumSize + 1 - data.size());
     if (file.error() != QFile::NoError)
         return failed(file.errorString());
     if (data.size() > maximumSize)
