@@ -161,6 +161,8 @@ void MessageHub::relay() {
         client->writeOn();
     if (m_server)
         m_server->writeOn();
+    // The others first: they have a longer way.
+    m_inbox.tell();
     if (!m_forgetting.isActive() && holdsAny())
         m_forgetting.start();
     if (!isServing() && !(m_server && m_server->nextToWrite() == m_own.end()))

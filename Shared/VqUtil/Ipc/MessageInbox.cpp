@@ -6,22 +6,26 @@
 namespace Velquor::Util {
 
 bool MessageInbox::add(MessageCodec::Message message, int size) {
-    bool tells = false;
     bool isRoomy = true;
+    const QMutexLocker lock(&m_mutex);
+    m_entries.push_back({std::move(message), size});
+    m_size += size;
+    while (m_size > greatestSize || m_entries.size() > greatestCount) {
+        m_size -= m_entries.front().size;
+        m_entries.pop_front();
+        isRoomy = false;
+    }
+    return isRoomy;
+}
+
+void MessageInbox::tell() {
+    bool tells = false;
     {
         const QMutexLocker lock(&m_mutex);
-        tells = !std::exchange(m_isTold, true);
-        m_entries.push_back({std::move(message), size});
-        m_size += size;
-        while (m_size > greatestSize || m_entries.size() > greatestCount) {
-            m_size -= m_entries.front().size;
-            m_entries.pop_front();
-            isRoomy = false;
-        }
+        tells = !m_entries.empty() && !std::exchange(m_isTold, true);
     }
     if (tells)
         emit Filled();
-    return isRoomy;
 }
 
 void MessageInbox::beginToTake() {
@@ -32,7 +36,6 @@ void MessageInbox::beginToTake() {
 // Tells of the next one before this one is handled: its receiver may run an event loop, or may never come back here.
 std::optional<MessageCodec::Message> MessageInbox::take() {
     std::optional<MessageCodec::Message> first;
-    bool tells = false;
     {
         const QMutexLocker lock(&m_mutex);
         if (m_entries.empty())
@@ -40,10 +43,8 @@ std::optional<MessageCodec::Message> MessageInbox::take() {
         first = std::move(m_entries.front().message);
         m_size -= m_entries.front().size;
         m_entries.pop_front();
-        tells = !m_entries.empty() && !std::exchange(m_isTold, true);
     }
-    if (tells)
-        emit Filled();
+    tell();
     return first;
 }
 

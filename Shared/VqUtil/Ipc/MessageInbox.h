@@ -22,6 +22,8 @@ public:
 
     /// `size` in bytes, as it came. False when older messages were given up for it.
     bool add(MessageCodec::Message message, int size);
+    /// Tells that there is something to take, if that was not told yet.
+    void tell();
     /// To be called when `Filled` has arrived.
     void beginToTake();
     /// The oldest one, if there is any.
