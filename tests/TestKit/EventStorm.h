@@ -28,6 +28,7 @@ public:
     /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this process,
     /// which takes no part from then on: it would have to serve the others beside the reading of all that they say.
     [[nodiscard]] bool start(int count, int pauseMs = shortestPauseMs) {
+        m_pauseMs = pauseMs;
         for (const QByteArray& from : senderNames()) {
             m_senders.push_back(run(QStringLiteral("raise"), QString::fromLatin1(from), count, pauseMs));
             m_listeners.push_back(run(QStringLiteral("hear"), {}, 0, 0));
@@ -40,11 +41,14 @@ public:
 
     /// Lets them raise their events; true when all have within the time.
     [[nodiscard]] bool rage(int timeoutMs) {
-        for (const auto& sender : m_senders)
+        for (const auto& sender : m_senders) {
             sender->tell();
+            // Out of step, as processes are that nobody keeps in step.
+            QThread::msleep(static_cast<unsigned long>(m_pauseMs) / m_senders.size());
+        }
         return waitFor(
             [this] { return all(m_senders, [](const auto& sender) { return sender->hasSent() && !sender->wasRefused(); }); },
-            timeoutMs);
+            timeoutMs, looksMs);
     }
 
     [[nodiscard]] const std::vector<std::unique_ptr<IpcHelper>>& listeners() const { return m_listeners; }
@@ -65,6 +69,8 @@ public:
 private:
     /// Until another process serves, and all have found it.
     static constexpr int handOverMs = 1000;
+    /// Seldom, since each look takes something from the time of the others.
+    static constexpr int looksMs = 200;
 
     [[nodiscard]] bool meet() {
         WebServices::NotificationManager manager(m_folder, *this, std::make_shared<RecordingLogger>());
@@ -93,6 +99,7 @@ private:
 
     const QString m_folder;
     const QProcessEnvironment m_environment;
+    int m_pauseMs = 0;
     std::vector<std::unique_ptr<IpcHelper>> m_senders;
     std::vector<std::unique_ptr<IpcHelper>> m_listeners;
 };

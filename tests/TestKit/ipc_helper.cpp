@@ -9,6 +9,7 @@
 #include "TestKit/PackedParams.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Ipc/IPCManager.h"
+#include "VqUtil/Platform/LeanDispatcher.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -25,6 +26,7 @@ namespace {
 
 constexpr int batch = 2;
 constexpr int batchMs = 2;
+constexpr int sayAfterMs = 100;
 constexpr int fileWriteMs = WebServices::NotificationManager::fileDelayMs + 30;
 
 // The same for all processes of the machine.
@@ -126,6 +128,8 @@ public:
         connect(&m_input, &InputThread::Line, this, &Helper::beginToSend);
         connect(&m_input, &InputThread::End, this, &Helper::end);
         connect(&m_timer, &QTimer::timeout, this, &Helper::sendBatch);
+        connect(&m_sayTimer, &QTimer::timeout, this, &Helper::sayAll);
+        m_sayTimer.setSingleShot(true);
     }
     ~Helper() override { m_input.wait(); }
 
@@ -144,7 +148,21 @@ private:
         const qint64 age = nowUs() - params.value(QStringLiteral("Time")).toLongLong();
         const QByteArray from = params.value(QStringLiteral("From")).toByteArray();
         const QByteArray serves = m_carrier->isServing() ? " serves" : " listens";
-        say(name.toUtf8() + ' ' + from + ' ' + params.value(QStringLiteral("Number")).toByteArray() + ' ' + QByteArray::number(age) + serves);
+        sayLater(name.toUtf8() + ' ' + from + ' ' + params.value(QStringLiteral("Number")).toByteArray() + ' ' + QByteArray::number(age) + serves);
+    }
+
+    // Not while others still hear the same event: who reads the line keeps them waiting.
+    void sayLater(const QByteArray& line) {
+        m_said.append(line);
+        if (!m_isEvents)
+            sayAll();
+        else if (!m_sayTimer.isActive())
+            m_sayTimer.start(sayAfterMs);
+    }
+
+    void sayAll() {
+        say(m_said.join('\n'));
+        m_said.clear();
     }
 
     void beginToSend() {
@@ -172,7 +190,7 @@ private:
 
     void end() {
         m_carrier->stop();
-        QCoreApplication::quit();
+        QThread::currentThread()->quit();
     }
 
     const QStringList m_arguments;
@@ -180,16 +198,33 @@ private:
     std::unique_ptr<Carrier> m_carrier;
     InputThread m_input;
     QTimer m_timer;
+    QTimer m_sayTimer;
+    QByteArrayList m_said;
     bool m_hasBegun = false;
     int m_next = 0;
+};
+
+/// Does everything on a thread such as a product has for its events.
+class HelperThread : public QThread {
+    Q_OBJECT
+
+protected:
+    void run() override {
+        Helper helper(QCoreApplication::arguments());
+        QCoreApplication::exit(helper.start() ? exec() : 1);
+    }
 };
 
 } // namespace
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    Helper helper(QCoreApplication::arguments());
-    return helper.start() ? QCoreApplication::exec() : 1;
+    HelperThread thread;
+    Util::useLeanDispatcher(thread);
+    thread.start();
+    const int status = QCoreApplication::exec();
+    thread.wait();
+    return status;
 }
 
 #include "ipc_helper.moc"

@@ -21,7 +21,7 @@ private slots:
         QTest::addColumn<int>("pauseMs");
         QTest::addColumn<int>("count");
         QTest::newRow("a storm") << EventStorm::shortestPauseMs << TestKit::rounds(250, 2500);
-        QTest::newRow("paced") << 40 << TestKit::rounds(25, 250);
+        QTest::newRow("paced") << 200 << TestKit::rounds(25, 250);
     }
 
     void everyEventIsHeardOnceAndInOrder() {
@@ -54,9 +54,8 @@ private:
                         QStringLiteral("%1 ms (%2 events)").arg(slow / 1000.0).arg(ages.size()));
         TestKit::figure(QStringLiteral("the same, median"), isPaced ? QStringLiteral("< 2 ms") : QStringLiteral("none"),
                         QStringLiteral("%1 ms").arg(median / 1000.0));
-        const bool holdsBars = TestKit::isSoak() && TestKit::timesOfProcessesCount();
-        QVERIFY(slow < (holdsBars ? 100000 : 5000000));
-        QVERIFY(!isPaced || !holdsBars || median < 2000);
+        QVERIFY(slow < (TestKit::isSoak() ? 100000 : 5000000));
+        QVERIFY(!isPaced || !TestKit::isSoak() || !TestKit::timesOfProcessesCount() || median < 2000);
     }
 
     QTemporaryDir m_runtime;

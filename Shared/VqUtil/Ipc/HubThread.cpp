@@ -1,5 +1,7 @@
 #include "VqUtil/Ipc/HubThread.h"
 
+#include "VqUtil/Platform/LeanDispatcher.h"
+
 #include <utility>
 
 namespace Velquor::Util {
@@ -9,6 +11,7 @@ HubThread::HubThread(MessageHub::Place place, std::shared_ptr<Log::ILogger> logg
     , m_logger(std::move(logger))
     , m_inbox(inbox) {
     setObjectName(QStringLiteral("Messages"));
+    useLeanDispatcher(*this);
     start();
     m_begun.acquire();
 }

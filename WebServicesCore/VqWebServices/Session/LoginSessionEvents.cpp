@@ -5,6 +5,7 @@
 #include "Session/LoginStateLoader.h"
 #include "Session/LoginStateSaver.h"
 #include "Session/TokenOperations.h"
+#include "VqUtil/Platform/LeanDispatcher.h"
 
 #include <QMutexLocker>
 #include <QSemaphore>
@@ -142,6 +143,7 @@ void LoginSession::sendToOthers(Event event, const EventSubject& subject) {
 
 void LoginSession::startNotifications() {
     m_notificationThread = std::make_unique<QThread>();
+    Util::useLeanDispatcher(*m_notificationThread);
     m_notifications = new NotificationManager(m_core.services.lockFolder, m_reactions, m_core.services.loggers.ipc);
     m_notifications->moveToThread(m_notificationThread.get());
     connect(m_notificationThread.get(), &QThread::started, m_notifications, &NotificationManager::Start);

@@ -1,0 +1,7 @@
+#include "VqUtil/Platform/LeanDispatcher.h"
+
+namespace Velquor::Util {
+
+void useLeanDispatcher(QThread&) {}
+
+} // namespace Velquor::Util
