@@ -19,8 +19,8 @@ namespace {
 constexpr qint64 maximumEventSize = 256 * 1024;
 constexpr quint64 keepSeconds = 60;
 // Readers have the event file open for a moment; who has it open for longer is no reader.
-constexpr int briefPatienceMs = 40;
-constexpr int writePauseMs = 250;
+constexpr int briefPatienceMs = 10;
+constexpr int writePauseMs = 50;
 constexpr int mostAttempts = Util::AtomicFile::longestWaitMs / writePauseMs;
 
 } // namespace
@@ -35,7 +35,7 @@ InterProcessEventManager::InterProcessEventManager(const QString& folder, std::s
     , m_watcher(m_logger, this) {
     m_writeTimer.setSingleShot(true);
     m_writeTimer.setInterval(writePauseMs);
-    connect(&m_writeTimer, &QTimer::timeout, this, &InterProcessEventManager::writeFiles);
+    connect(&m_writeTimer, &QTimer::timeout, this, &InterProcessEventManager::writeFile);
     m_deleteFileTimer.setInterval(deleteAfterMs);
     connect(&m_deleteFileTimer, &QTimer::timeout, this, &InterProcessEventManager::DeleteFileTimerTimeout);
     connect(&m_watcher, &CloudUtil::FolderWatcher::Changed, this, &InterProcessEventManager::ChangedSlot, Qt::QueuedConnection);
@@ -43,8 +43,8 @@ InterProcessEventManager::InterProcessEventManager(const QString& folder, std::s
 
 InterProcessEventManager::~InterProcessEventManager() {
     const QDeadlineTimer deadline(Util::AtomicFile::longestWaitMs);
-    while (!m_documents.isEmpty() && !deadline.hasExpired())
-        (void)writeNext();
+    while (!m_document.isEmpty() && !deadline.hasExpired())
+        (void)tryToWriteFile();
 }
 
 void InterProcessEventManager::StartWatching() {
@@ -64,29 +64,27 @@ void InterProcessEventManager::RaiseEvent(int id, const QVariantMap& params) {
     else
         m_logger->error(
             QStringLiteral("InterProcessEventManager::RaiseEvent called in a different thread. Cannot stop timer."));
-    m_documents.enqueue(writeEventDocument({QCoreApplication::applicationPid(), id, params}));
+    m_document = writeEventDocument({QCoreApplication::applicationPid(), id, params});
     if (!m_writeTimer.isActive())
-        writeFiles();
+        writeFile();
     if (isOwnThread)
         m_deleteFileTimer.start();
 }
 
-void InterProcessEventManager::writeFiles() {
-    while (!m_documents.isEmpty()) {
-        if (!writeNext())
-            return m_writeTimer.start();
-    }
+void InterProcessEventManager::writeFile() {
+    if (!tryToWriteFile())
+        m_writeTimer.start();
 }
 
-bool InterProcessEventManager::writeNext() {
+bool InterProcessEventManager::tryToWriteFile() {
     QString error;
     // It lives for a minute; a power cut ends those whom it tells something.
     const Util::ReplaceResult result =
-        Util::AtomicFile::tryToWrite(m_eventFile, m_documents.head(), &error, Util::Flush::No, briefPatienceMs);
+        Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, briefPatienceMs);
     if (result == Util::ReplaceResult::Busy && ++m_attempts < mostAttempts)
         return false;
     m_attempts = 0;
-    m_documents.dequeue();
+    m_document.clear();
     if (result == Util::ReplaceResult::Done)
         touchTrigger();
     else

@@ -3,8 +3,8 @@
 #include "VqLog/ILogger.h"
 #include "VqUtil/Ipc/FolderWatcher.h"
 
+#include <QByteArray>
 #include <QObject>
-#include <QQueue>
 #include <QTimer>
 #include <QVariantMap>
 #include <memory>
@@ -41,17 +41,18 @@ public slots:
     void DeleteFileTimerTimeout();
 
 private:
-    void writeFiles();
+    /// Again a little later when the file is in use.
+    void writeFile();
     /// False when the file is in use and there is time to try it again.
-    [[nodiscard]] bool writeNext();
+    [[nodiscard]] bool tryToWriteFile();
     void touchTrigger();
 
     const QString m_eventFile;
     const QString m_triggerFile;
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
-    QQueue<QByteArray> m_documents; ///< To be written.
-    QTimer m_writeTimer;            ///< Runs while the event file is in use.
+    QByteArray m_document; ///< To be written; empty when nothing is. Only the last event can be seen in the file, so no other waits.
+    QTimer m_writeTimer;   ///< Runs while the event file is in use.
     int m_attempts = 0;
     QTimer m_deleteFileTimer;
     CloudUtil::FolderWatcher m_watcher;
