@@ -28,6 +28,7 @@ private slots:
     void aTimerWaitsForItsReceiver();
     void eventNotifiers();
     void sleepsUntilSomethingComes();
+    void anEndThatComesBeforeTheWait();
 
 private:
     // Calls `body` from the event loop of such a thread; true when the loop has been left within 20 s.
@@ -227,6 +228,17 @@ void WindowsDispatcherTest::sleepsUntilSomethingComes() {
     QVERIFY(thread.wait(10000));
     QVERIFY2(since.elapsed() < 1000, "who ends it is not heard");
     QVERIFY2(slept >= 1 && slept <= 3, qPrintable(QStringLiteral("it fell asleep %1 times").arg(slept)));
+}
+
+// Another thread ends the loop just when it has looked whether it is ended.
+void WindowsDispatcherTest::anEndThatComesBeforeTheWait() {
+    QVERIFY(runs([] {
+        QAbstractEventDispatcher* const dispatcher = QThread::currentThread()->eventDispatcher();
+        dispatcher->processEvents(QEventLoop::AllEvents);
+        dispatcher->interrupt();
+        dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
+        leave();
+    }));
 }
 
 QTEST_GUILESS_MAIN(WindowsDispatcherTest)

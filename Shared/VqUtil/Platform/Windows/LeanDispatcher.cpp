@@ -50,13 +50,13 @@ private:
 };
 
 bool LeanDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags) {
-    m_isInterrupted = false;
     emit awake();
     // Before the look, so that what is posted after it ends the wait.
     m_isWoken = false;
     QCoreApplication::sendPostedEvents();
     const bool hasFired = m_timers.fire();
-    if (m_isInterrupted)
+    // Also one from before this call: who ends an event loop that is just about to wait says so once.
+    if (m_isInterrupted.exchange(false))
         return true;
     const bool mayWait = flags.testFlag(QEventLoop::WaitForMoreEvents) && !hasFired;
     if (mayWait)
