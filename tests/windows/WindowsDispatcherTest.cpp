@@ -37,7 +37,7 @@ private:
         useLeanDispatcher(thread);
         QObject context;
         context.moveToThread(&thread);
-        connect(&thread, &QThread::started, &context, body);
+        connect(&thread, &QThread::started, &context, body, Qt::QueuedConnection);
         thread.start();
         const bool hasEnded = thread.wait(20000);
         thread.quit();
