@@ -91,9 +91,10 @@ void LeanDispatcher::activate(QWinEventNotifier* notifier) const {
         QCoreApplication::sendEvent(notifier, &event);
 }
 
-// The call to the system is left out for a thread that will look anyway.
+// The call to the system is left out for a thread that will look anyway: one that does not wait, or that was called back in its wait,
+// which ends then.
 void LeanDispatcher::wakeUp() {
-    if (!m_isWoken.exchange(true) && m_isWaiting)
+    if (!m_isWoken.exchange(true) && m_isWaiting && QThread::currentThread() != thread())
         ::SetEvent(m_waker.get());
 }
 
