@@ -60,10 +60,11 @@ private slots:
             slowest = std::max(slowest, ageMs);
         }
         report(QStringLiteral("last state without the watcher"), slowest);
+        const QByteArray fault = "fault: " + environment.value(QStringLiteral("VQ_FAULT")).section(QLatin1Char(':'), 0, 0).toLatin1();
         for (const auto& listener : storm.listeners()) {
             for (const QByteArray& from : EventStorm::senderNames())
                 QCOMPARE(listener->numbers(from).size(), count());
-            QVERIFY(listener->readAllStandardError().contains("fault: "));
+            QVERIFY(listener->readAllStandardError().contains(fault));
         }
     }
 

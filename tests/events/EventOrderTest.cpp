@@ -5,6 +5,7 @@
 #include "Events/INotificationListener.h"
 
 #include <QtTest>
+#include <initializer_list>
 
 using namespace Velquor::WebServices;
 
@@ -12,6 +13,19 @@ namespace {
 
 ArrivedEvent arrived(const QString& id, IPCMethod method) {
     return {WebServicesPrivateCore::WebServicesEvent::TokenRefreshed, {{EventParam::eventId, id}}, method};
+}
+
+struct Row {
+    const char* what;
+    const char* arriving;
+    const char* handled;
+};
+
+void addRows(std::initializer_list<Row> rows) {
+    QTest::addColumn<QString>("arriving");
+    QTest::addColumn<QString>("handled");
+    for (const Row& row : rows)
+        QTest::newRow(row.what) << QString::fromLatin1(row.arriving) << QString::fromLatin1(row.handled);
 }
 
 } // namespace
@@ -22,25 +36,22 @@ class EventOrderTest : public QObject {
 private slots:
     // s: by socket, w: by file, d: once more by socket, t: all but a moment of the time to wait passes, u: a moment passes.
     void order_data() {
-        QTest::addColumn<QString>("arriving");
-        QTest::addColumn<QString>("handled");
-        const auto row = [](const char* what, const char* arriving, const char* handled) {
-            QTest::newRow(what) << QString::fromLatin1(arriving) << QString::fromLatin1(handled);
-        };
-        row("by socket alone", "s1 s2 s3", "1 2 3");
-        row("by file alone", "w1 w2 w3", "1 2 3");
-        row("the file is ahead", "s1 w3 s2", "1 2 3");
-        row("the file is far ahead", "s1 w3 w5 w4 s2", "1 2 3 4 5");
-        row("the file is ahead of the first", "w2 s1", "1 2");
-        row("ahead, and nothing more comes", "s1 w3 t", "1");
-        row("ahead, and time passes", "s1 w3 w6 u t", "1 3 6");
-        row("time is counted for each", "s1 w3 u w5 t", "1 3");
-        row("the socket is late, and still comes", "w5 u s1 t s2 s3 s4", "1 2 3 4 5");
-        row("late, then silent", "w5 u s1 t u", "1 5");
-        row("the socket shows that nothing is missing", "w5 d5", "5");
-        row("the socket goes on", "s1 w3 w4 s5", "1 3 4 5");
-        row("the file goes on after a gap", "s1 w3 u t w4", "1 3 4");
-        row("late is better than never", "s1 s5 w4", "1 5 4");
+        addRows({
+            {"by socket alone", "s1 s2 s3", "1 2 3"},
+            {"by file alone", "w1 w2 w3", "1 2 3"},
+            {"the file is ahead", "s1 w3 s2", "1 2 3"},
+            {"the file is far ahead", "s1 w3 w5 w4 s2", "1 2 3 4 5"},
+            {"the file is ahead of the first", "w2 s1", "1 2"},
+            {"ahead, and nothing more comes", "s1 w3 t", "1"},
+            {"ahead, and time passes", "s1 w3 w6 u t", "1 3 6"},
+            {"time is counted for each", "s1 w3 u w5 t", "1 3"},
+            {"the socket is late, and still comes", "w5 u s1 t s2 s3 s4", "1 2 3 4 5"},
+            {"late, then silent", "w5 u s1 t u", "1 5"},
+            {"the socket shows that nothing is missing", "w5 d5", "5"},
+            {"the socket goes on", "s1 w3 w4 s5", "1 3 4 5"},
+            {"the file goes on after a gap", "s1 w3 u t w4", "1 3 4"},
+            {"late is better than never", "s1 s5 w4", "1 5 4"},
+        });
     }
 
     void order() {
@@ -92,18 +103,15 @@ private slots:
 
     // s: by socket, w: by file; what is told twice is not handled, and who brought it first is known.
     void once_data() {
-        QTest::addColumn<QString>("arriving");
-        QTest::addColumn<QString>("handled");
-        const auto row = [](const char* what, const char* arriving, const char* handled) {
-            QTest::newRow(what) << QString::fromLatin1(arriving) << QString::fromLatin1(handled);
-        };
-        row("both carriers", "sa#1 wa#1 sa#2 wa#2", "sa#1 sa#2");
-        row("one of them is ahead", "wa#3 sa#1 sa#2 sa#3 wa#1", "wa#3 sa#1 sa#2");
-        row("ranges that meet", "sa#1 sa#3 sa#2 wa#2 wa#3 wa#4", "sa#1 sa#3 sa#2 wa#4");
-        row("two senders", "sa#1 sb#1 wb#1 wa#1", "sa#1 sb#1");
-        row("ids without a number", "sa wa sa#none wa#other wa#0 wa#0", "sa sa#none wa#other wa#0");
-        row("the highest number", "sa#18446744073709551615 wa#18446744073709551615 wa#1", "sa#18446744073709551615 wa#1");
-        row("without an id", "s s", "s s");
+        addRows({
+            {"both carriers", "sa#1 wa#1 sa#2 wa#2", "sa#1 sa#2"},
+            {"one of them is ahead", "wa#3 sa#1 sa#2 sa#3 wa#1", "wa#3 sa#1 sa#2"},
+            {"ranges that meet", "sa#1 sa#3 sa#2 wa#2 wa#3 wa#4", "sa#1 sa#3 sa#2 wa#4"},
+            {"two senders", "sa#1 sb#1 wb#1 wa#1", "sa#1 sb#1"},
+            {"ids without a number", "sa wa sa#none wa#other wa#0 wa#0", "sa sa#none wa#other wa#0"},
+            {"the highest number", "sa#18446744073709551615 wa#18446744073709551615 wa#1", "sa#18446744073709551615 wa#1"},
+            {"without an id", "s s", "s s"},
+        });
     }
 
     void once() {

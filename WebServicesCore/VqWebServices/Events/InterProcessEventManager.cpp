@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -20,6 +19,7 @@ constexpr qint64 maximumEventSize = 256 * 1024;
 constexpr quint64 keepSeconds = 60;
 // Readers have the event file open for a moment; who has it open for longer is no reader.
 constexpr int briefPatienceMs = 10;
+constexpr int farewellMs = 1000;
 constexpr int writePauseMs = 50;
 constexpr int mostAttempts = Util::AtomicFile::longestWaitMs / writePauseMs;
 
@@ -42,9 +42,8 @@ InterProcessEventManager::InterProcessEventManager(const QString& folder, std::s
 }
 
 InterProcessEventManager::~InterProcessEventManager() {
-    const QDeadlineTimer deadline(Util::AtomicFile::longestWaitMs);
-    while (!m_document.isEmpty() && !deadline.hasExpired())
-        (void)tryToWriteFile();
+    if (!m_document.isEmpty())
+        (void)tryToWriteFile(farewellMs, true);
 }
 
 void InterProcessEventManager::StartWatching() {
@@ -72,18 +71,20 @@ void InterProcessEventManager::RaiseEvent(int id, const QVariantMap& params) {
 }
 
 void InterProcessEventManager::writeFile() {
-    if (!tryToWriteFile())
+    const bool isLast = ++m_attempts >= mostAttempts;
+    if (tryToWriteFile(briefPatienceMs, isLast))
+        m_attempts = 0;
+    else
         m_writeTimer.start();
 }
 
-bool InterProcessEventManager::tryToWriteFile() {
+bool InterProcessEventManager::tryToWriteFile(int patienceMs, bool isLast) {
     QString error;
     // It lives for a minute; a power cut ends those whom it tells something.
     const Util::ReplaceResult result =
-        Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, briefPatienceMs);
-    if (result == Util::ReplaceResult::Busy && ++m_attempts < mostAttempts)
+        Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, patienceMs);
+    if (result == Util::ReplaceResult::Busy && !isLast)
         return false;
-    m_attempts = 0;
     m_document.clear();
     if (result == Util::ReplaceResult::Done)
         touchTrigger();

@@ -22,7 +22,7 @@ class InterProcessEventManager : public QObject {
 
 public:
     InterProcessEventManager(const QString& folder, std::shared_ptr<Log::ILogger> logger);
-    /// Writes what waits, but not for longer than 5 seconds when the file is in use.
+    /// Writes what waits, but not for longer than a second when the file is in use.
     ~InterProcessEventManager() override;
 
     void StartWatching();
@@ -43,8 +43,8 @@ public slots:
 private:
     /// Again a little later when the file is in use.
     void writeFile();
-    /// False when the file is in use and there is time to try it again.
-    [[nodiscard]] bool tryToWriteFile();
+    /// False when the file is in use and this is not the last try.
+    [[nodiscard]] bool tryToWriteFile(int patienceMs, bool isLast);
     void touchTrigger();
 
     const QString m_eventFile;

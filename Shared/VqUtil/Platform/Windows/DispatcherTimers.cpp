@@ -45,21 +45,18 @@ int DispatcherTimers::msUntil(const Timer& timer) const {
     return static_cast<int>((std::max<qint64>(timer.dueUs - nowUs(), 0) + usPerMs - 1) / usPerMs);
 }
 
-int DispatcherTimers::remainingMs(int id) const {
-    for (const Timer& timer : m_timers) {
-        if (timer.info.timerId == id)
-            return msUntil(timer);
-    }
-    return -1;
+int DispatcherTimers::remainingMs(int id) {
+    const Timer* const timer = find(id);
+    return timer ? msUntil(*timer) : -1;
 }
 
 int DispatcherTimers::msUntilNext() const {
-    int least = -1;
+    const Timer* next = nullptr;
     for (const Timer& timer : m_timers) {
-        if (!timer.isFiring)
-            least = least < 0 ? msUntil(timer) : std::min(least, msUntil(timer));
+        if (!timer.isFiring && (!next || timer.dueUs < next->dueUs))
+            next = &timer;
     }
-    return least;
+    return next ? msUntil(*next) : -1;
 }
 
 DispatcherTimers::Timer* DispatcherTimers::find(int id) {

@@ -20,7 +20,7 @@ public:
     bool removeAll(const QObject* receiver);
     [[nodiscard]] QList<Info> of(const QObject* receiver) const;
     /// Milliseconds; -1 when there is none.
-    [[nodiscard]] int remainingMs(int id) const;
+    [[nodiscard]] int remainingMs(int id);
     [[nodiscard]] int msUntilNext() const;
     /// Tells the receivers of those that are due; false when none was. A receiver may change timers, end itself or run an event loop.
     bool fire();
