@@ -220,7 +220,7 @@ protected:
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     HelperThread thread;
-    Util::useLeanDispatcher(thread);
+    Util::useLeanDispatcher(thread, Util::ThreadServes::PostsAndTimers);
     thread.start();
     const int status = QCoreApplication::exec();
     thread.wait();

@@ -17,24 +17,35 @@
 
 using namespace Velquor::Util;
 
+Q_DECLARE_METATYPE(ThreadServes)
+
 class WindowsDispatcherTest : public QObject {
     Q_OBJECT
 
 private slots:
     void everyPostedEventArrives_data();
     void everyPostedEventArrives();
+    void timersFireInTheirOrder_data() { bothKinds(); }
     void timersFireInTheirOrder();
     void timersThatChangeWhileTheyFire();
     void aTimerWaitsForItsReceiver();
     void eventNotifiers();
+    void sleepsUntilSomethingComes_data() { bothKinds(); }
     void sleepsUntilSomethingComes();
+    void anEndThatComesBeforeTheWait_data() { bothKinds(); }
     void anEndThatComesBeforeTheWait();
 
 private:
+    static void bothKinds() {
+        QTest::addColumn<ThreadServes>("serves");
+        QTest::newRow("posts and timers") << ThreadServes::PostsAndTimers;
+        QTest::newRow("local sockets too") << ThreadServes::LocalSocketsToo;
+    }
+
     // Calls `body` from the event loop of such a thread; true when the loop has been left within 20 s.
-    [[nodiscard]] static bool runs(const std::function<void()>& body) {
+    [[nodiscard]] static bool runs(const std::function<void()>& body, ThreadServes serves = ThreadServes::LocalSocketsToo) {
         QThread thread;
-        useLeanDispatcher(thread);
+        useLeanDispatcher(thread, serves);
         QObject context;
         context.moveToThread(&thread);
         connect(&thread, &QThread::started, &context, body, Qt::QueuedConnection);
@@ -49,13 +60,17 @@ private:
 
 void WindowsDispatcherTest::everyPostedEventArrives_data() {
     QTest::addColumn<int>("posters");
-    QTest::newRow("one") << 1;
-    QTest::newRow("several") << 3;
+    QTest::addColumn<ThreadServes>("serves");
+    for (const int posters : {1, 3}) {
+        QTest::addRow("posts and timers, %d", posters) << posters << ThreadServes::PostsAndTimers;
+        QTest::addRow("local sockets too, %d", posters) << posters << ThreadServes::LocalSocketsToo;
+    }
 }
 
 // Each posts the next event as soon as its last one was received: just when the thread is about to fall asleep.
 void WindowsDispatcherTest::everyPostedEventArrives() {
     QFETCH(int, posters);
+    QFETCH(ThreadServes, serves);
     constexpr int count = 5000;
     QObject receiver;
     std::atomic<int> arrived{0};
@@ -71,7 +86,7 @@ void WindowsDispatcherTest::everyPostedEventArrives() {
         }
     };
     QThread thread;
-    useLeanDispatcher(thread);
+    useLeanDispatcher(thread, serves);
     receiver.moveToThread(&thread);
     thread.start();
     std::vector<std::thread> threads;
@@ -85,6 +100,7 @@ void WindowsDispatcherTest::everyPostedEventArrives() {
 }
 
 void WindowsDispatcherTest::timersFireInTheirOrder() {
+    QFETCH(ThreadServes, serves);
     QStringList fired;
     bool isEarly = false;
     int remaining = -1;
@@ -104,7 +120,7 @@ void WindowsDispatcherTest::timersFireInTheirOrder() {
             timer->start(ms);
             remaining = ms == 60 ? timer->remainingTime() : remaining;
         }
-    }));
+    }, serves));
     QCOMPARE(fired.join(QLatin1Char(' ')), QStringLiteral("0 20 40 60"));
     QVERIFY(!isEarly);
     QVERIFY(remaining > 30 && remaining <= 60);
@@ -209,10 +225,11 @@ void WindowsDispatcherTest::eventNotifiers() {
 }
 
 void WindowsDispatcherTest::sleepsUntilSomethingComes() {
+    QFETCH(ThreadServes, serves);
     int slept = 0;
     QElapsedTimer since;
     QThread thread;
-    useLeanDispatcher(thread);
+    useLeanDispatcher(thread, serves);
     QObject context;
     context.moveToThread(&thread);
     connect(&thread, &QThread::started, &context, [&] {
@@ -232,13 +249,14 @@ void WindowsDispatcherTest::sleepsUntilSomethingComes() {
 
 // Another thread ends the loop just when it has looked whether it is ended.
 void WindowsDispatcherTest::anEndThatComesBeforeTheWait() {
+    QFETCH(ThreadServes, serves);
     QVERIFY(runs([] {
         QAbstractEventDispatcher* const dispatcher = QThread::currentThread()->eventDispatcher();
         dispatcher->processEvents(QEventLoop::AllEvents);
         dispatcher->interrupt();
         dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
         leave();
-    }));
+    }, serves));
 }
 
 QTEST_GUILESS_MAIN(WindowsDispatcherTest)

@@ -11,7 +11,7 @@ HubThread::HubThread(MessageHub::Place place, std::shared_ptr<Log::ILogger> logg
     , m_logger(std::move(logger))
     , m_inbox(inbox) {
     setObjectName(QStringLiteral("Messages"));
-    useLeanDispatcher(*this);
+    useLeanDispatcher(*this, ThreadServes::LocalSocketsToo);
     start();
     m_begun.acquire();
 }

@@ -143,7 +143,7 @@ void LoginSession::sendToOthers(Event event, const EventSubject& subject) {
 
 void LoginSession::startNotifications() {
     m_notificationThread = std::make_unique<QThread>();
-    Util::useLeanDispatcher(*m_notificationThread);
+    Util::useLeanDispatcher(*m_notificationThread, Util::ThreadServes::PostsAndTimers);
     m_notifications = new NotificationManager(m_core.services.lockFolder, m_reactions, m_core.services.loggers.ipc);
     m_notifications->moveToThread(m_notificationThread.get());
     connect(m_notificationThread.get(), &QThread::started, m_notifications, &NotificationManager::Start);

@@ -2,6 +2,6 @@
 
 namespace Velquor::Util {
 
-void useLeanDispatcher(QThread&) {}
+void useLeanDispatcher(QThread&, ThreadServes) {}
 
 } // namespace Velquor::Util
