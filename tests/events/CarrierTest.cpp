@@ -12,6 +12,9 @@
 #include <QLocalServer>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <algorithm>
+#include <functional>
+#include <memory>
 
 using namespace Velquor;
 using TestKit::EventStorm;

@@ -12,6 +12,9 @@ namespace Velquor::Util {
 
 namespace {
 
+// Without limit when it is negative.
+DWORD limitOf(int timeoutMs) { return timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs); }
+
 /// Waits on the mark itself: no object of the system is between the threads.
 class PostDispatcher final : public ThreadDispatcher {
 protected:
@@ -23,7 +26,7 @@ bool PostDispatcher::wait(int timeoutMs) {
     static_assert(sizeof wokenMark() == sizeof(bool), "the system compares it");
     bool notWoken = false;
     if (timeoutMs != 0)
-        ::WaitOnAddress(&wokenMark(), &notWoken, sizeof notWoken, timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs));
+        ::WaitOnAddress(&wokenMark(), &notWoken, sizeof notWoken, limitOf(timeoutMs));
     return wokenMark();
 }
 
@@ -52,8 +55,7 @@ bool SocketDispatcher::wait(int timeoutMs) {
     DWORD count = 1;
     for (const QWinEventNotifier* const notifier : notifiers)
         handles[count++] = notifier->handle();
-    const DWORD limit = timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs);
-    const DWORD result = ::WaitForMultipleObjectsEx(count, handles, FALSE, limit, TRUE);
+    const DWORD result = ::WaitForMultipleObjectsEx(count, handles, FALSE, limitOf(timeoutMs), TRUE);
     if (result > WAIT_OBJECT_0 && result < WAIT_OBJECT_0 + count) {
         activate(notifiers.at(static_cast<int>(result - WAIT_OBJECT_0) - 1));
     } else if (result == WAIT_FAILED) {
