@@ -69,25 +69,37 @@ bool isOwnerOnly(void* descriptor, const ACL* list) {
     return true;
 }
 
-bool takeRightsOfOthersAway(std::wstring path) {
+// The system's error code.
+DWORD tryToTakeRightsOfOthersAway(std::wstring path) {
     void* owner = nullptr;
     ACL* list = nullptr;
     void* descriptor = nullptr;
-    if (::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
-                                nullptr, &list, nullptr, &descriptor)
-        != ERROR_SUCCESS)
-        return false;
+    const DWORD read = ::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
+                                               &owner, nullptr, &list, nullptr, &descriptor);
+    if (read != ERROR_SUCCESS)
+        return read;
     const LocalMemory<void> ownedDescriptor(descriptor);
     if (!isOwnSid(owner) || isOwnerOnly(descriptor, list))
-        return true;
+        return ERROR_SUCCESS;
     const OwnerOnlySecurity security(OwnerOnlySecurity::Kind::Folder);
+    if (!security.accessList())
+        return ERROR_INVALID_ACL;
     constexpr SECURITY_INFORMATION what = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
     // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told, and
     // the second one takes them away again.
-    return security.accessList()
-           && ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr)
-                  == ERROR_SUCCESS
-           && ::SetFileSecurityW(path.c_str(), what, security.descriptor());
+    const DWORD set = ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr);
+    if (set != ERROR_SUCCESS)
+        return set;
+    return ::SetFileSecurityW(path.c_str(), what, security.descriptor()) ? ERROR_SUCCESS : ::GetLastError();
+}
+
+// Wine asks how long the rights are and then reads them: another process that changes them in between makes it fail.
+bool takeRightsOfOthersAway(const std::wstring& path) {
+    constexpr int mostAttempts = 10;
+    DWORD code = ERROR_INSUFFICIENT_BUFFER;
+    for (int attempt = 0; code == ERROR_INSUFFICIENT_BUFFER && attempt < mostAttempts; ++attempt)
+        code = tryToTakeRightsOfOthersAway(path);
+    return code == ERROR_SUCCESS;
 }
 
 qint64 ticks(const FILETIME& time) {
