@@ -12,7 +12,9 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-bool isRealTime(const benchmark::BenchmarkReporter::Run& run) { return run.run_name.time_type == "real_time"; }
+bool isRealTime(const benchmark::BenchmarkReporter::Run& run) {
+    return run.run_name.time_type == "real_time";
+}
 
 } // namespace
 
@@ -55,6 +57,6 @@ void RatioReporter::reportGroup(const std::string& group, const std::map<std::st
         return;
     const double ratio = own->second / fastest;
     m_isGoalMet = m_isGoalMet && ratio <= m_goal;
-    GetOutputStream() << group << ": " << m_ownName << " takes " << ratio << " of the time of " << peer << " (goal: at most " << m_goal
-                      << ")\n";
+    GetOutputStream() << group << ": " << m_ownName << " takes " << ratio << " of the time of " << peer << " (goal: at most "
+                      << m_goal << ")\n";
 }

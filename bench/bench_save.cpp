@@ -79,7 +79,8 @@ private:
     [[nodiscard]] SessionServices services() const {
         SessionServices made;
         made.loggers = Loggers::all(std::make_shared<QuietLogger>());
-        made.cryptor = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder->path(), made.loggers.session), made.loggers.session);
+        made.cryptor = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder->path(), made.loggers.session),
+                                                           made.loggers.session);
         made.cipherBlockSize = Util::userKeyBlockSize;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         made.urls = &UrlStore::instance();

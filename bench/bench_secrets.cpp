@@ -19,7 +19,8 @@ using namespace Velquor;
 struct Secrets {
     QTemporaryDir folder;
     std::shared_ptr<Log::ILogger> logger = Log::makeLogger(QStringLiteral("Bench"));
-    std::shared_ptr<Util::ICryptor> user = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(folder.path(), logger), logger);
+    std::shared_ptr<Util::ICryptor> user =
+        std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(folder.path(), logger), logger);
     Util::CachingCryptor cache{user};
     Util::ProtectedText consumerKey{QStringLiteral("8a6f1c0b2e594d7b9d3f")};
     Util::ProtectedText consumerSecret{QStringLiteral("kd94hf93k423kf44-pfkkdhi9sl3r4s00")};

@@ -30,14 +30,15 @@ public:
         log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("VqWebServices")).setLogLevel(log4cplus::WARN_LOG_LEVEL);
         SessionServices services;
         services.loggers = Loggers::named();
-        services.cryptor = std::make_shared<Util::CachingCryptor>(
-            std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder.path(), services.loggers.session), services.loggers.session));
+        services.cryptor = std::make_shared<Util::CachingCryptor>(std::make_shared<Util::UserCryptor>(
+            Util::openUserRsaCryptor(m_folder.path(), services.loggers.session), services.loggers.session));
         services.cipherBlockSize = Util::userKeyBlockSize;
         services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         services.urls = &UrlStore::instance();
         services.loginStateFile = m_folder.filePath(QStringLiteral("LoginState.xml"));
         writeState(services);
-        session = std::make_unique<LoginSession>(services, ClientIdentity{key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+        session =
+            std::make_unique<LoginSession>(services, ClientIdentity{key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
         session->SetConfiguration(key, configuration());
         session->RestoreLogin(key, false);
     }
@@ -64,7 +65,8 @@ private:
         core.binding.bind(state);
         core.setBasic(state);
         const auto seal = [&services](const char* text) { return services.cryptor->encrypt(text); };
-        core.configuredProduct(key)->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), services.now().addDays(1)});
+        core.configuredProduct(key)->setTokens(
+            {seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), services.now().addDays(1)});
         LoginStateSaver(core).save();
     }
 

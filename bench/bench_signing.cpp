@@ -30,8 +30,10 @@ const char consumerSecret[] = "kd94hf93k423kf44-pfkkdhi9sl3r4s00";
 const char token[] = "nnch734d00sl2jdk-7a1e5c09";
 const char tokenSecret[] = "pfkkdhi9sl3r4s00-kd94hf93k423kf44";
 
-const Request get{"GET", "https://api.example.com/storage/v2/items?folder=urn%3Afolder%3A4711&limit=100&name=Grundri%C3%9F%20A", {}};
-const Request post{"POST", "https://api.example.com/storage/v2/items",
+const Request get{
+    "GET", "https://api.example.com/storage/v2/items?folder=urn%3Afolder%3A4711&limit=100&name=Grundri%C3%9F%20A", {}};
+const Request post{"POST",
+                   "https://api.example.com/storage/v2/items",
                    {{"folder", "urn:folder:4711"}, {"limit", "100"}, {"name", "Plan A"}, {"state", "open & shared"}}};
 
 void signHere(benchmark::State& state, const Request& request) {

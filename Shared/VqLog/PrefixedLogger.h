@@ -7,7 +7,8 @@
 
 namespace Velquor::Log {
 
-/// The log prefix of an object, shared with all that write on its behalf, on whatever thread: a change holds from the next line on.
+/// The log prefix of an object, shared with all that write on its behalf, on whatever thread: a change holds from the next line
+/// on.
 ///
 /// Thread: any. Owner: shared.
 class LogPrefix {

@@ -8,8 +8,8 @@
 /// Prints every event with its time, its origin and its product.
 ///
 /// A product derives from the newest observer interface whose events it wants and overrides those; the others do nothing. The
-/// library calls it on the thread of `Initialize`, holding no lock, so it may call the library. Thread: the main thread. Owner: main(),
-/// which removes it before it goes.
+/// library calls it on the thread of `Initialize`, holding no lock, so it may call the library. Thread: the main thread. Owner:
+/// main(), which removes it before it goes.
 class EventObserver : public Velquor::WebServices::IWebServicesObserver3 {
 public:
     /// What happens inside of a call of this program was caused by it; all else comes from another program of the user, or from

@@ -32,7 +32,8 @@ int main(int argc, char** argv) {
     const bool restored = manager->SetConfiguration(configuration()) && manager->RestoreLogin();
     observer.setInsideOwnCall(false);
     if (!restored)
-        std::fputs("event-watch: set VQWS_CONSUMER_KEY, VQWS_CONSUMER_SECRET and VQWS_SUPPORT, the folder of the URL files\n", stderr);
+        std::fputs("event-watch: set VQWS_CONSUMER_KEY, VQWS_CONSUMER_SECRET and VQWS_SUPPORT, the folder of the URL files\n",
+                   stderr);
     // Until somebody ends the program; the library needs no farewell then, others clean up after it.
     const int status = restored ? QCoreApplication::exec() : 1;
     manager->RemoveObserver(&observer);

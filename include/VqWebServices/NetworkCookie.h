@@ -8,11 +8,11 @@ class NetworkCookieImp;
 
 /// One HTTP cookie of the browser or of the service.
 ///
-/// Names and values are bytes, domain and path are texts; setters take them null-terminated and store them as given, a null pointer
-/// or more than 1048575 units count as empty. The getters of texts follow the text buffer rule, those of names and values
+/// Names and values are bytes, domain and path are texts; setters take them null-terminated and store them as given, a null
+/// pointer or more than 1048575 units count as empty. The getters of texts follow the text buffer rule, those of names and values
 /// the byte buffer rule: a null buffer yields the length in bytes; otherwise a 0 byte is written first when size is at least 1,
-/// min(length, size) bytes are copied, a 0 byte follows only when room is left, and the number of bytes copied is returned. A value
-/// that exactly fills the buffer is therefore not terminated.
+/// min(length, size) bytes are copied, a 0 byte follows only when room is left, and the number of bytes copied is returned. A
+/// value that exactly fills the buffer is therefore not terminated.
 ///
 /// Thread: any, one at a time for each object. Owner: the caller. Errors: none.
 class VQWEBSERVICES_EXPORT NetworkCookie {

@@ -9,7 +9,8 @@ namespace Velquor::StdUtil {
 ///
 /// A plain value for modules that are built with the library's own compiler. Thread: any, one at a time for each object.
 struct RetrySchedule {
-    /// For so many milliseconds, try again after each so many. The interval of the last entry stays until the maximum period ends.
+    /// For so many milliseconds, try again after each so many. The interval of the last entry stays until the maximum period
+    /// ends.
     struct Entry {
         qint64 period = 0;   ///< Milliseconds that this entry is in force; not negative.
         qint64 interval = 0; ///< Milliseconds between two tries; at least 1, and short enough for a timer.
@@ -25,9 +26,7 @@ struct RetrySchedule {
 
     /** @{ */
     /// Schedules are equal when they have the same end and the same entries in the same order.
-    bool operator==(const RetrySchedule& other) const {
-        return maximumPeriod == other.maximumPeriod && entries == other.entries;
-    }
+    bool operator==(const RetrySchedule& other) const { return maximumPeriod == other.maximumPeriod && entries == other.entries; }
     bool operator!=(const RetrySchedule& other) const { return !(*this == other); }
     /** @} */
 };

@@ -5,9 +5,9 @@
 
 /// @mainpage Reference
 ///
-/// `Velquor::WebServices::WebServicesManager` is the library for a process that is one product, `WebServicesManagerEx` the same for
-/// several; observers, `Velquor::WebServices::IWebServicesObserver` and those derived from it, hear of changes. These conventions
-/// hold for every operation.
+/// `Velquor::WebServices::WebServicesManager` is the library for a process that is one product, `WebServicesManagerEx` the same
+/// for several; observers, `Velquor::WebServices::IWebServicesObserver` and those derived from it, hear of changes. These
+/// conventions hold for every operation.
 ///
 /// Texts handed in are null-terminated UTF-16 (Windows) or UTF-32 and stay the caller's; null, or more than 1048575 units, counts
 /// as the empty text.

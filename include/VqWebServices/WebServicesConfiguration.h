@@ -13,7 +13,8 @@ class WebServicesConfigurationImp;
 /// Getters follow the text buffer rule (VqWebServicesGlobal.h). Copies share nothing. Keys and secrets are sealed in memory and
 /// never logged.
 ///
-/// Thread: any, one at a time for each object. Owner: the caller. Errors: none; `SetConfiguration` of the facades checks the whole.
+/// Thread: any, one at a time for each object. Owner: the caller. Errors: none; `SetConfiguration` of the facades checks the
+/// whole.
 class VQWEBSERVICES_EXPORT WebServicesConfiguration {
 public:
     /** @{ */

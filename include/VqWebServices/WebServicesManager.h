@@ -156,20 +156,20 @@ public:
 
     /// Whether the user may use the service of this name (case-sensitive). `NoLoginSession` when the client is not signed in.
     ServiceEntitlement GetServiceEntitlement(const wchar_t* service);
-    /// The same with what the reply says of the service, an XML text; null when it does not name the service. `text` was allocated
-    /// with `new wchar_t[]` and is freed by the caller with `delete[]`.
+    /// The same with what the reply says of the service, an XML text; null when it does not name the service. `text` was
+    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`.
     ServiceEntitlement GetServiceEntitlement(const wchar_t* service, wchar_t*& text);
 
     /** @{ */
     /// The whole reply about the services that the user may use, or what it says of one service, as an XML text. `text` was
-    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed in,
-    /// nothing is known or the reply does not name the service.
+    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed
+    /// in, nothing is known or the reply does not name the service.
     bool GetServiceEntitlementEx(wchar_t*& text);
     bool GetServiceEntitlementEx(const wchar_t* service, wchar_t*& text);
     /** @} */
 
-    /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not signed
-    /// in or nothing is known.
+    /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not
+    /// signed in or nothing is known.
     bool GetCloudStorageQuota(long long& used, long long& total);
 
     /// Whether the client uses the cache. It stays as it was set over sign-out and sign-in. False when the type is unknown.
@@ -251,8 +251,8 @@ public:
     /// failure. The result is freed by the caller with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const wchar_t* url, bool checkExpiry);
 
-    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous one
-    /// waits for the network, at most 61 seconds, and tells whether there is a new token.
+    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous
+    /// one waits for the network, at most 61 seconds, and tells whether there is a new token.
     bool RefreshToken(bool synchronous);
 
     // OAuth2 tokens
@@ -272,8 +272,8 @@ public:
     /// which waits for the network, at most 61 seconds a request; without, the call returns at once. False, and an empty token,
     /// when there is none.
     bool GetOAuth2AccessToken(const OAuth2TokenSpec& spec, OAuth2Token& token, bool waitToFinish);
-    /// Deprecated, for the token of type `RT` alone: the text of the client's default token. A null buffer yields the length. Never
-    /// truncates: a buffer smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
+    /// Deprecated, for the token of type `RT` alone: the text of the client's default token. A null buffer yields the length.
+    /// Never truncates: a buffer smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
     int GetOAuth2AccessToken(wchar_t* buffer, int size, bool waitToFinish);
 
     /** @{ */
@@ -303,8 +303,8 @@ public:
 
     // The proxy of this process and the credentials that it asks for
 
-    /// Title and message of the prompt for proxy credentials: the ones set here, or the library's own ("%1" stands for the proxy's
-    /// host, "%2" for its port). Both are cut to their buffers. False when a buffer is null or a size below 1.
+    /// Title and message of the prompt for proxy credentials: the ones set here, or the library's own ("%1" stands for the
+    /// proxy's host, "%2" for its port). Both are cut to their buffers. False when a buffer is null or a size below 1.
     bool GetProxyAuthenticationDialogText(wchar_t* caption, int captionSize, wchar_t* message, int messageSize);
 
     /// Title and message of the prompt until `Uninitialize`; null or empty goes back to the library's own. At most 259 units are
@@ -325,8 +325,8 @@ public:
     /// True when a proxy is stored.
     bool HasProxyInfo();
 
-    /// Forgets the stored proxy, here and in the file; this process goes without a proxy from now on. False when the file could not
-    /// be changed.
+    /// Forgets the stored proxy, here and in the file; this process goes without a proxy from now on. False when the file could
+    /// not be changed.
     bool ClearProxyInfo();
 
     // Observers and the log

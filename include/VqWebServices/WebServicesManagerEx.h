@@ -72,20 +72,20 @@ public:
     /// Whether the user may use the service of this name (case-sensitive). `NoLoginSession` when the client is unknown or not
     /// signed in.
     ServiceEntitlement GetServiceEntitlement(const QString& clientKey, const wchar_t* service);
-    /// The same with what the reply says of the service, an XML text; null when it does not name the service. `text` was allocated
-    /// with `new wchar_t[]` and is freed by the caller with `delete[]`.
+    /// The same with what the reply says of the service, an XML text; null when it does not name the service. `text` was
+    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`.
     ServiceEntitlement GetServiceEntitlement(const QString& clientKey, const wchar_t* service, wchar_t*& text);
 
     /** @{ */
     /// The whole reply about the services that the user may use, or what it says of one service, as an XML text. `text` was
-    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed in,
-    /// nothing is known or the reply does not name the service.
+    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed
+    /// in, nothing is known or the reply does not name the service.
     bool GetServiceEntitlementEx(const QString& clientKey, wchar_t*& text);
     bool GetServiceEntitlementEx(const QString& clientKey, const wchar_t* service, wchar_t*& text);
     /** @} */
 
-    /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not signed
-    /// in or nothing is known.
+    /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not
+    /// signed in or nothing is known.
     bool GetCloudStorageQuota(const QString& clientKey, long long& used, long long& total);
 
     /// Whether the client uses the cache. It stays as it was set over sign-out and sign-in. False for an unknown client or type.
@@ -163,8 +163,8 @@ public:
     /// failure. The result is freed by the caller with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const QString& clientKey, const wchar_t* url, bool checkExpiry);
 
-    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous one
-    /// waits for the network, at most 61 seconds, and tells whether there is a new token.
+    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous
+    /// one waits for the network, at most 61 seconds, and tells whether there is a new token.
     bool RefreshToken(const QString& clientKey, bool synchronous);
 
     // OAuth2 tokens

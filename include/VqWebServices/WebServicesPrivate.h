@@ -113,7 +113,8 @@ public:
     static StdUtil::RetrySchedule GetActiveOAuth2TokenRefreshRetrySchedule(const QString& key, const OAuth2TokenSpec* spec);
     /** @} */
     /** @{ */
-    /// True when the token, OAuth2 or OAuth 1.0, waits for its next look or try. False for an unknown key and before `Initialize`.
+    /// True when the token, OAuth2 or OAuth 1.0, waits for its next look or try. False for an unknown key and before
+    /// `Initialize`.
     static bool IsOAuth2TokenRefreshTimerActive();
     static bool IsOAuth2TokenRefreshTimerActive(const QString& key, const OAuth2TokenSpec& spec);
     static bool IsTokenRefreshTimerActive();

@@ -67,7 +67,8 @@ QJsonObject AccountServiceProcess::control(const QString& path, const QJsonValue
 }
 
 bool AccountServiceProcess::approve(const QString& signInUrl, const QString& user) {
-    return !control(QStringLiteral("approve"), QJsonObject{{QStringLiteral("url"), signInUrl}, {QStringLiteral("user"), user}}).isEmpty();
+    return !control(QStringLiteral("approve"), QJsonObject{{QStringLiteral("url"), signInUrl}, {QStringLiteral("user"), user}})
+                .isEmpty();
 }
 
 bool AccountServiceProcess::addFault(const QString& endpoint, const QString& kind, QJsonObject details, int count) {
@@ -77,7 +78,9 @@ bool AccountServiceProcess::addFault(const QString& endpoint, const QString& kin
     return !control(QStringLiteral("faults"), details).isEmpty();
 }
 
-bool AccountServiceProcess::reset() { return !control(QStringLiteral("reset"), QJsonObject{}).isEmpty(); }
+bool AccountServiceProcess::reset() {
+    return !control(QStringLiteral("reset"), QJsonObject{}).isEmpty();
+}
 
 int AccountServiceProcess::requests(const QString& endpoint) {
     int count = 0;

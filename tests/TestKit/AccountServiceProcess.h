@@ -14,7 +14,6 @@ namespace Velquor::TestKit {
 /// Thread: the test's. Owner: the test. `start` fails the way of a bool; the other operations give empty values.
 class AccountServiceProcess {
 public:
-
     /// Starts the service and makes Qt trust its certificate authority.
     bool start(const QStringList& options = {});
 

@@ -62,10 +62,12 @@ public:
         door.close();
         WebServices::CacheStore* const store = door.store();
         QMetaObject::invokeMethod(
-            store, [this, store] {
+            store,
+            [this, store] {
                 store->abort();
                 m_thread.exit(0);
-            }, Qt::QueuedConnection);
+            },
+            Qt::QueuedConnection);
         m_thread.wait();
     }
 

@@ -25,8 +25,8 @@ public:
     /// So fast that events wait for each other.
     static constexpr int shortestPauseMs = 2;
 
-    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this process,
-    /// which takes no part from then on: it would have to serve the others beside the reading of all that they say.
+    /// Starts all of them, to raise `count` events each with a pause in between; true once each has heard an event of this
+    /// process, which takes no part from then on: it would have to serve the others beside the reading of all that they say.
     [[nodiscard]] bool start(int count, int pauseMs = shortestPauseMs) {
         m_pauseMs = pauseMs;
         for (const QByteArray& from : senderNames()) {
@@ -77,8 +77,9 @@ private:
         manager.Start();
         const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
         for (int attempt = 0; attempt < 200; ++attempt) {
-            manager.SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
-                                            packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
+            manager.SendInterProcessMessage(
+                WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
+                packed({{QStringLiteral("From"), QStringLiteral("test")}, {QStringLiteral("Number"), attempt}}));
             if (waitFor([&] { return all(m_senders, isThere) && all(m_listeners, isThere); }, 50))
                 return true;
         }

@@ -9,8 +9,7 @@ class FakeReply final : public QNetworkReply {
     Q_OBJECT
 
 public:
-    explicit FakeReply(
-        const QNetworkRequest& request = QNetworkRequest(QUrl(QStringLiteral("https://service.test/a")))) {
+    explicit FakeReply(const QNetworkRequest& request = QNetworkRequest(QUrl(QStringLiteral("https://service.test/a")))) {
         setRequest(request);
         setUrl(request.url());
         setFinished(true);

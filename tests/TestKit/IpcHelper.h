@@ -20,7 +20,8 @@ public:
         qint64 ageUs = 0;
     };
 
-    explicit IpcHelper(const QStringList& arguments, const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
+    explicit IpcHelper(const QStringList& arguments,
+                       const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
         setProcessEnvironment(environment);
         connect(this, &QProcess::readyReadStandardOutput, this, &IpcHelper::keepLines);
         start(QCoreApplication::applicationDirPath() + QStringLiteral("/ipc_helper"), arguments);

@@ -11,8 +11,7 @@
 namespace Velquor::TestKit {
 
 QByteArray answer(const QByteArray& status, const QByteArray& body, const QByteArray& headers) {
-    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" + headers + "\r\n" +
-           body;
+    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" + headers + "\r\n" + body;
 }
 
 LoopbackHttpServer::LoopbackHttpServer(Transport transport)
@@ -98,8 +97,7 @@ void LoopbackListener::incomingConnection(qintptr handle) {
 }
 
 void LoopbackListener::read(QSslSocket* socket) {
-    static const QRegularExpression length(QStringLiteral("content-length: *(\\d+)"),
-                                           QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression length(QStringLiteral("content-length: *(\\d+)"), QRegularExpression::CaseInsensitiveOption);
     QByteArray& received = m_received[socket];
     received += socket->readAll();
     const int headEnd = received.indexOf("\r\n\r\n");
@@ -139,8 +137,7 @@ void LoopbackListener::play(QSslSocket* socket, const Script& script) {
 void LoopbackListener::drip(QSslSocket* socket, const Script& script, int position) {
     if (position < script.bytes.size()) {
         socket->write(script.bytes.mid(position, 1));
-        QTimer::singleShot(script.dripInMsec, socket,
-                           [this, socket, script, position] { drip(socket, script, position + 1); });
+        QTimer::singleShot(script.dripInMsec, socket, [this, socket, script, position] { drip(socket, script, position + 1); });
     } else if (script.close) {
         socket->disconnectFromHost();
     }

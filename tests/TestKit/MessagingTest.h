@@ -24,7 +24,9 @@ protected:
     struct Party {
         explicit Party(const QString& name, const QString& folder) {
             QObject::connect(&manager, &Util::IPCManager::MessageReceived, &manager,
-                             [this](const QString& name, const QVariantMap& params) { heard.append({name, params}); });
+                             [this](const QString& name, const QVariantMap& params) {
+                                 heard.append({name, params});
+                             });
             isStarted = manager.start(name, folder);
         }
 

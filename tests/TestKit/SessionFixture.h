@@ -51,15 +51,17 @@ public:
         return made;
     }
 
-    [[nodiscard]] std::unique_ptr<WebServices::LoginSession> makeSession(const QString& key = QStringLiteral("demo-product-0001"),
-                                                                        const QString& secret = QStringLiteral("demo-secret-0001")) {
-        auto session = std::make_unique<WebServices::LoginSession>(services(), WebServices::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
+    [[nodiscard]] std::unique_ptr<WebServices::LoginSession>
+    makeSession(const QString& key = QStringLiteral("demo-product-0001"),
+                const QString& secret = QStringLiteral("demo-secret-0001")) {
+        auto session = std::make_unique<WebServices::LoginSession>(
+            services(), WebServices::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
         session->SetConfiguration(key, configuration(key, secret));
         return session;
     }
 
-    [[nodiscard]] static WebServices::WebServicesConfiguration configuration(const QString& key, const QString& secret,
-                                                                             WebServices::Server server = WebServices::Production) {
+    [[nodiscard]] static WebServices::WebServicesConfiguration
+    configuration(const QString& key, const QString& secret, WebServices::Server server = WebServices::Production) {
         WebServices::WebServicesConfiguration made;
         made.SetConsumerKey(key.toStdWString().c_str());
         made.SetConsumerSecret(secret.toStdWString().c_str());
@@ -99,8 +101,8 @@ public:
     WebServices::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
-    bool isForAllUsers = false; ///< The folder is the one of all users, for sessions made from now on.
-    bool notifiesProcesses = false; ///< Sessions made from now on tell each other what happens.
+    bool isForAllUsers = false;         ///< The folder is the one of all users, for sessions made from now on.
+    bool notifiesProcesses = false;     ///< Sessions made from now on tell each other what happens.
     std::atomic<qint64> clockOffset{0}; ///< Seconds that the sessions' clock is ahead.
 
 private:

@@ -1,7 +1,7 @@
 // Another process of the user, for the tests of many processes that change one cache file.
 //   cache_helper FILE NAME MS
-// Saves values of three caches of five products for so many milliseconds, and says of each "SERIAL PLACE" before and "+SERIAL PLACE"
-// after it. A value names the place that it was saved for, this process and the serial number of the save.
+// Saves values of three caches of five products for so many milliseconds, and says of each "SERIAL PLACE" before and "+SERIAL
+// PLACE" after it. A value names the place that it was saved for, this process and the serial number of the save.
 
 #include "Caches/CacheFile.h"
 
@@ -40,8 +40,8 @@ int main(int argc, char** argv) {
         std::fflush(stdout);
         const CacheRecord record{QStringLiteral("Production"), QDateTime::currentDateTimeUtc(), text, text,
                                  text + QLatin1Char(' ') + QString(QRandomGenerator::global()->bounded(4000), QLatin1Char('x'))};
-        const CacheFile::WriteResult result = files[place / cacheCount]->save(
-            QLatin1String(nodePaths[place % cacheCount]), record, [] { return true; });
+        const CacheFile::WriteResult result =
+            files[place / cacheCount]->save(QLatin1String(nodePaths[place % cacheCount]), record, [] { return true; });
         failures += result == CacheFile::WriteResult::Done ? 0 : 1;
         if (result == CacheFile::WriteResult::Done) {
             std::printf("+%d %d\n", serial, place);

@@ -93,14 +93,16 @@ class Events : public Carrier, public WebServices::INotificationListener {
 public:
     Events(const QString& folder, Receiver receiver)
         : m_receiver(std::move(receiver))
-        , m_manager(std::make_unique<WebServices::NotificationManager>(folder, *this, Log::makeLogger(QStringLiteral("Helper")))) {}
+        , m_manager(
+              std::make_unique<WebServices::NotificationManager>(folder, *this, Log::makeLogger(QStringLiteral("Helper")))) {}
 
     [[nodiscard]] bool start() override {
         m_manager->Start();
         return true;
     }
     [[nodiscard]] bool send(const QVariantMap& params) override {
-        return m_manager->SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed, TestKit::packed(params));
+        return m_manager->SendInterProcessMessage(WebServicesPrivateCore::WebServicesEvent::TokenRefreshed,
+                                                  TestKit::packed(params));
     }
     [[nodiscard]] bool isServing() const override { return false; }
     void stop() override { m_manager.reset(); }
@@ -139,7 +141,9 @@ public:
     }
 
 private:
-    [[nodiscard]] bool isSender() const { return m_arguments.value(1) == QLatin1String("send") || m_arguments.value(1) == QLatin1String("raise"); }
+    [[nodiscard]] bool isSender() const {
+        return m_arguments.value(1) == QLatin1String("send") || m_arguments.value(1) == QLatin1String("raise");
+    }
 
     void receive(const QString& name, const QVariantMap& params) {
         // A sender tells that it is connected, and then works.
@@ -148,7 +152,8 @@ private:
         const qint64 age = nowUs() - params.value(QStringLiteral("Time")).toLongLong();
         const QByteArray from = params.value(QStringLiteral("From")).toByteArray();
         const QByteArray serves = m_carrier->isServing() ? " serves" : " listens";
-        sayLater(name.toUtf8() + ' ' + from + ' ' + params.value(QStringLiteral("Number")).toByteArray() + ' ' + QByteArray::number(age) + serves);
+        sayLater(name.toUtf8() + ' ' + from + ' ' + params.value(QStringLiteral("Number")).toByteArray() + ' '
+                 + QByteArray::number(age) + serves);
     }
 
     // Not while others still hear the same event: who reads the line keeps them waiting.
@@ -176,7 +181,8 @@ private:
     void sendBatch() {
         const int count = m_arguments.value(5).toInt();
         for (int done = 0; done < (m_isEvents ? 1 : batch) && m_next < count; ++done, ++m_next) {
-            const QVariantMap params{{QStringLiteral("From"), m_arguments.value(4)}, {QStringLiteral("Number"), m_next},
+            const QVariantMap params{{QStringLiteral("From"), m_arguments.value(4)},
+                                     {QStringLiteral("Number"), m_next},
                                      {QStringLiteral("Time"), nowUs()}};
             if (!m_carrier->send(params))
                 say("refused");

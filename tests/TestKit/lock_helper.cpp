@@ -26,11 +26,14 @@ void say(const char* text) {
 
 int sayHeldAndWait() {
     say("held\n");
-    while (std::getchar() != EOF) {}
+    while (std::getchar() != EOF) {
+    }
     return 0;
 }
 
-int hold(Util::CrossProcessLock& lock) { return lock.acquire(timeoutMs) ? sayHeldAndWait() : 1; }
+int hold(Util::CrossProcessLock& lock) {
+    return lock.acquire(timeoutMs) ? sayHeldAndWait() : 1;
+}
 
 [[noreturn]] void crashInSection(Util::CrossProcessLock& lock) {
     if (lock.acquire(timeoutMs))
@@ -44,7 +47,7 @@ int bump(Util::CrossProcessLock& lock, const QString& file, int count) {
             return 1;
         const Util::AtomicFile::ReadResult counter = Util::AtomicFile::read(file, 100);
         const bool written = counter.status != Util::AtomicFile::ReadResult::Status::Failed
-            && Util::AtomicFile::write(file, QByteArray::number(counter.data.toInt() + 1), nullptr);
+                             && Util::AtomicFile::write(file, QByteArray::number(counter.data.toInt() + 1), nullptr);
         lock.release();
         if (!written)
             return 2;

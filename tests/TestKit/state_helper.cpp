@@ -1,5 +1,6 @@
 // Another process of the user, for the tests of the flags that processes show each other.
-//   state_helper KEY FOLDER         does what the lines of its standard input say and answers each with a line; removes its record
+//   state_helper KEY FOLDER         does what the lines of its standard input say and answers each with a line; removes its
+//   record
 //                                   when its standard input ends
 //     set NAME       sets the flag   "set"
 //     claim NAME MS  sets it unless another process shows it, when the clock says MS   "won" or "lost"

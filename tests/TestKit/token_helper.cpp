@@ -1,8 +1,9 @@
-// A product in a process of its own, for tests of many processes. Arguments: the folder of the login state file, the folder of the
-// user's key, the folder of the URL files, the certificate authority, the consumer key and its secret.
+// A product in a process of its own, for tests of many processes. Arguments: the folder of the login state file, the folder of
+// the user's key, the folder of the URL files, the certificate authority, the consumer key and its secret.
 //
-// Commands, one a line: "ask THREADS OFFSET" lets so many threads ask for the access token at once while the clock is OFFSET seconds
-// ahead; "ask-oauth2 THREADS OFFSET TYPE SCOPE" the same for an OAuth2 token; "refresh" starts a refresh and does not wait; "status"; "logout"; "quit".
+// Commands, one a line: "ask THREADS OFFSET" lets so many threads ask for the access token at once while the clock is OFFSET
+// seconds ahead; "ask-oauth2 THREADS OFFSET TYPE SCOPE" the same for an OAuth2 token; "refresh" starts a refresh and does not
+// wait; "status"; "logout"; "quit".
 
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/SessionFixture.h"
@@ -68,9 +69,7 @@ public:
     }
 
 private:
-    void tell(const char* event) {
-        print({{"event", event}, {"main", QThread::currentThread() == thread()}});
-    }
+    void tell(const char* event) { print({{"event", event}, {"main", QThread::currentThread() == thread()}}); }
 
     void ask(int threadCount, qint64 offset, const std::function<QString()>& question) {
         m_fixture.clockOffset = offset;

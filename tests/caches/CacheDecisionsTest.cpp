@@ -86,7 +86,8 @@ private slots:
         QFETCH(bool, isDamaged);
         QFETCH(int, clock);
         QFETCH(bool, expected);
-        QCOMPARE(CacheTiming::isWorthRetrying({status, QNetworkReply::NoError, isDamaged, static_cast<ClockKind>(clock)}), expected);
+        QCOMPARE(CacheTiming::isWorthRetrying({status, QNetworkReply::NoError, isDamaged, static_cast<ClockKind>(clock)}),
+                 expected);
     }
 
     void readsDates() {
@@ -137,11 +138,13 @@ private slots:
         QTest::newRow("another reply") << QByteArray("<Service><Quota>1</Quota></Service>");
         QTest::newRow("cut") << QByteArray("<User><UserName>a</UserName><Id>7</Id>");
         QTest::newRow("document type") << QByteArray("<!DOCTYPE User [<!ENTITY a \"b\">]><User><UserName>&a;</UserName></User>");
-        QTest::newRow("not UTF-8") << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><User><UserName>\xe9</UserName></User>");
+        QTest::newRow("not UTF-8") << QByteArray(
+            "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><User><UserName>\xe9</UserName></User>");
         QTest::newRow("too deep") << QByteArray("<User><UserName>a</UserName>") + QByteArray("<a>").repeated(4000)
                                          + QByteArray("</a>").repeated(4000) + "</User>";
         QTest::newRow("too large") << "<User><UserName>a</UserName>" + QByteArray(4 * 1024 * 1024, ' ') + "</User>";
-        QTest::newRow("sizes") << QByteArray("<Service><Quota>-1</Quota><CurrentUsage>9223372036854775808</CurrentUsage></Service>");
+        QTest::newRow("sizes") << QByteArray(
+            "<Service><Quota>-1</Quota><CurrentUsage>9223372036854775808</CurrentUsage></Service>");
     }
 
     void refusesReplies() {

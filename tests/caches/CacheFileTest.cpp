@@ -73,10 +73,22 @@ private slots:
         QTest::addColumn<QString>("user");
         QTest::addColumn<QString>("hash");
         QTest::addColumn<QString>("logged");
-        QTest::newRow("server") << "Staging" << "user-1" << "hash-1" << "Deleting cache file %1 since server has changed";
-        QTest::newRow("user") << "Production" << "user-2" << "hash-1" << "Discarding cache since user has changed (from user-1 to user-2)";
-        QTest::newRow("token") << "Production" << "user-1" << "hash-2" << "Discarding cache since access token has changed";
-        QTest::newRow("nobody") << "Production" << "" << "" << "Discarding cache since user has changed (from user-1 to )";
+        QTest::newRow("server") << "Staging"
+                                << "user-1"
+                                << "hash-1"
+                                << "Deleting cache file %1 since server has changed";
+        QTest::newRow("user") << "Production"
+                              << "user-2"
+                              << "hash-1"
+                              << "Discarding cache since user has changed (from user-1 to user-2)";
+        QTest::newRow("token") << "Production"
+                               << "user-1"
+                               << "hash-2"
+                               << "Discarding cache since access token has changed";
+        QTest::newRow("nobody") << "Production"
+                                << ""
+                                << ""
+                                << "Discarding cache since user has changed (from user-1 to )";
     }
 
     void takesOnlyItsOwn() {
@@ -126,7 +138,8 @@ private slots:
         QTest::newRow("cut") << QByteArray("<WebServicesCache><UserInfo Server=\"") << true;
         QTest::newRow("two documents") << QByteArray("<WebServicesCache/><WebServicesCache/>") << true;
         QTest::newRow("another document") << QByteArray("<WebServices/>") << true;
-        QTest::newRow("entities") << QByteArray("<!DOCTYPE a [<!ENTITY x \"y\">]><WebServicesCache>&x;</WebServicesCache>") << true;
+        QTest::newRow("entities") << QByteArray("<!DOCTYPE a [<!ENTITY x \"y\">]><WebServicesCache>&x;</WebServicesCache>")
+                                  << true;
         QTest::newRow("deep") << "<WebServicesCache>" + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000)
                                      + "</WebServicesCache>"
                               << true;
@@ -181,8 +194,9 @@ private slots:
         QVERIFY(QFileInfo(path()).isDir());
         QFile blocked(m_folder->path() + QStringLiteral("/blocked"));
         QVERIFY(blocked.open(QIODevice::WriteOnly));
-        CacheStorage(std::make_shared<CacheFile>(blocked.fileName() + QStringLiteral("/f/WebServicesCache.xml"), QStringLiteral("p")),
-                     userPath, log())
+        CacheStorage(
+            std::make_shared<CacheFile>(blocked.fileName() + QStringLiteral("/f/WebServicesCache.xml"), QStringLiteral("p")),
+            userPath, log())
             .save(identity, {"<a/>", date}, always);
         QVERIFY(hasLogged(QStringLiteral("User Info: Failed to created directory %1/f").arg(blocked.fileName())));
     }

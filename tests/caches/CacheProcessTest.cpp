@@ -19,7 +19,8 @@ namespace {
 
 constexpr int processCount = 8;
 constexpr int productCount = 5;
-const QStringList nodePaths{QStringLiteral("/WebServicesCache/UserInfo/"), QStringLiteral("/WebServicesCache/ServiceEntitlementEx"),
+const QStringList nodePaths{QStringLiteral("/WebServicesCache/UserInfo/"),
+                            QStringLiteral("/WebServicesCache/ServiceEntitlementEx"),
                             QStringLiteral("/WebServicesCache/StorageQuota/")};
 
 // What one process has said, by place: the last save that it began and the last that it ended.
@@ -83,7 +84,8 @@ private:
 
     Said said(int number) {
         Said result;
-        const QStringList lines = QString::fromLatin1(m_running[size_t(number)]->readAllStandardOutput()).split(QLatin1Char('\n'));
+        const QStringList lines =
+            QString::fromLatin1(m_running[size_t(number)]->readAllStandardOutput()).split(QLatin1Char('\n'));
         for (const QString& line : lines) {
             const int serial = line.section(QLatin1Char(' '), 0, 0).remove(QLatin1Char('+')).toInt();
             const QString place = line.section(QLatin1Char(' '), 1, 1).trimmed();

@@ -24,7 +24,8 @@ class CacheSessionTest : public TestKit::ServiceTest {
 
 private slots:
     void initTestCase() {
-        startService({QStringLiteral("--users"), QStringLiteral("ada:correct horse"), QStringLiteral("--users"), QStringLiteral("bob:battery staple")});
+        startService({QStringLiteral("--users"), QStringLiteral("ada:correct horse"), QStringLiteral("--users"),
+                      QStringLiteral("bob:battery staple")});
     }
 
     void init() {
@@ -39,7 +40,8 @@ private slots:
     }
 
     void answersFromTheService() {
-        m_service.control(QStringLiteral("documents"), QJsonObject{{"used", 77}, {"quota", 99}, {"trials", QJsonArray{"Sharing"}}});
+        m_service.control(QStringLiteral("documents"),
+                          QJsonObject{{"used", 77}, {"quota", 99}, {"trials", QJsonArray{"Sharing"}}});
         QVERIFY(!m_session->caches().IsCacheEnabled(key, CacheType::UserInfo));
         const auto info = m_session->caches().userInfo(key);
         QVERIFY(info);
@@ -190,8 +192,9 @@ private slots:
         QTRY_VERIFY(m_session->caches().userInfo(key));
         QVERIFY(m_session->RefreshToken(key, true));
         // When the refresh is not quite over yet, the cache tries again after 5 seconds.
-        QTRY_VERIFY2_WITH_TIMEOUT(m_fixture->hasLogged(QStringLiteral("User Info: Finished update. Cache not modified since server returned 304.")),
-                     qPrintable(m_fixture->logger->texts().filter(QStringLiteral("User Info")).join(QLatin1Char(10))), 12000);
+        QTRY_VERIFY2_WITH_TIMEOUT(
+            m_fixture->hasLogged(QStringLiteral("User Info: Finished update. Cache not modified since server returned 304.")),
+            qPrintable(m_fixture->logger->texts().filter(QStringLiteral("User Info")).join(QLatin1Char(10))), 12000);
     }
 
     void clientsWithoutASignIn() {

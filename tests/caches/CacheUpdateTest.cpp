@@ -70,8 +70,8 @@ private slots:
               "Starting update in separate thread", "Finished update. Cache updated successfully at ", "Update finished",
               "Saved cache to cache file "})
             QCOMPARE(m_fixture->logged(QStringLiteral("User Info: ") + QLatin1String(text)), 1);
-        QCOMPARE(m_fixture->logged(QStringLiteral(
-                     "User Info: User name: ada, Id: ada, Email: ada@example.com, First name: ada, Last name: L")),
+        QCOMPARE(m_fixture->logged(
+                     QStringLiteral("User Info: User name: ada, Id: ada, Email: ada@example.com, First name: ada, Last name: L")),
                  1);
         QVERIFY(m_fixture->logger->texts().filter(QStringLiteral("access-token")).isEmpty());
         QVERIFY(!m_fixture->fileContents().contains("access-token"));
@@ -156,7 +156,8 @@ private slots:
         const QByteArray page = "<!DOCTYPE html><title>Welcome</title>";
         QTest::newRow("page of a captive portal") << answer("200 OK", page, "Content-Type: text/html\r\n") << true;
         QTest::newRow("empty") << answer("200 OK", {}) << true;
-        QTest::newRow("cut") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 900\r\n\r\n" + CacheFixture::userReply("eve")) << true;
+        QTest::newRow("cut") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 900\r\n\r\n" + CacheFixture::userReply("eve"))
+                             << true;
         QTest::newRow("no answer") << QByteArray(" ") << true;
         QTest::newRow("503") << answer("503 Service Unavailable", {}, "Retry-After: -1\r\n") << true;
         QTest::newRow("401") << answer("401 Unauthorized", {}) << false;
@@ -165,10 +166,9 @@ private slots:
         QTest::newRow("wrong clock") << answer("401 Unauthorized", {},
                                                "xoauth_problem: message_expired\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\n")
                                      << true;
-        QTest::newRow("packed without being asked")
-            << answer("200 OK", QByteArray::fromHex("1f8b08000000000000ffedc1010d000000c2a0f74f6d0e37a0"),
-                      "Content-Encoding: gzip\r\n")
-            << true;
+        QTest::newRow("packed without being asked") << answer(
+            "200 OK", QByteArray::fromHex("1f8b08000000000000ffedc1010d000000c2a0f74f6d0e37a0"), "Content-Encoding: gzip\r\n")
+                                                    << true;
     }
 
     void badAnswersKeepTheValue() {
@@ -230,7 +230,8 @@ private slots:
         m_fixture->answerUserWith(answer("500 Internal Server Error", {}));
         renew();
         QTRY_VERIFY(m_fixture->logger->texts().filter(QStringLiteral("Will retry update in ")).size() == 7);
-        QVERIFY(m_fixture->logger->texts().filter(QStringLiteral("Will retry update in ")).last().endsWith(QStringLiteral(" 2 min")));
+        QVERIFY(
+            m_fixture->logger->texts().filter(QStringLiteral("Will retry update in ")).last().endsWith(QStringLiteral(" 2 min")));
     }
 
     // The timer itself, at the shortest interval there is.
@@ -268,7 +269,8 @@ private slots:
         start();
         QVERIFY(email().isEmpty());
         QVERIFY(m_fixture->logged(QStringLiteral(
-                    "User Info: Skipping update. Token has expired or refresh is in progress. Will retry update in 5 s.")) > 0);
+                    "User Info: Skipping update. Token has expired or refresh is in progress. Will retry update in 5 s."))
+                > 0);
         m_fixture->owner.tokenExpired = false;
         QCOMPARE(m_caches->refreshes->enter(), RunState::Entry::Entered);
         QVERIFY(email().isEmpty());
@@ -326,7 +328,8 @@ private slots:
         start();
         std::atomic<bool> isStopped{false};
         std::atomic<int> late{0};
-        connect(cache(), &Cache::CacheUpdated, cache(), [&] { late += isStopped ? 1 : 0; }, Qt::DirectConnection);
+        connect(
+            cache(), &Cache::CacheUpdated, cache(), [&] { late += isStopped ? 1 : 0; }, Qt::DirectConnection);
         std::vector<std::thread> waiting;
         for (int thread = 0; thread < 4; ++thread)
             waiting.emplace_back([this] { (void)m_caches->door.userInfo(true); });
@@ -365,7 +368,8 @@ private slots:
                         timer.start();
                         const auto info = m_caches->door.userInfo(true);
                         times.push_back(timer.nsecsElapsed());
-                        if (!info || info->email != info->firstName + QStringLiteral("@example.com") || !info->text.contains(info->email))
+                        if (!info || info->email != info->firstName + QStringLiteral("@example.com")
+                            || !info->text.contains(info->email))
                             ++torn;
                     }
                     QThread::msleep(pauseMs);
@@ -389,10 +393,11 @@ private slots:
         QCOMPARE(torn.load(), 0);
         QVERIFY(count() > changes / 3);
         const auto [quickest, slowest] = std::minmax_element(medians.begin(), medians.end());
-        TestKit::figure(QStringLiteral("cached read in the slowest of %1 threads (median)").arg(threadCount), QStringLiteral("< 20 us"),
+        TestKit::figure(QStringLiteral("cached read in the slowest of %1 threads (median)").arg(threadCount),
+                        QStringLiteral("< 20 us"),
                         QStringLiteral("%1 us (%2 updates)").arg(double(*slowest) / 1000).arg(count()));
-        // A machine that does something else meanwhile keeps threads from their processor for long: the short form shows only that
-        // nobody waits for the service.
+        // A machine that does something else meanwhile keeps threads from their processor for long: the short form shows only
+        // that nobody waits for the service.
         QVERIFY2(TestKit::isSoak() ? *slowest < 20000 : *quickest < 20000000, qPrintable(QString::number(*slowest)));
     }
 

@@ -34,7 +34,9 @@ public:
     std::atomic<int> decryptions{0};
 };
 
-QByteArray copyOf(const SecretBytes& secret) { return QByteArray(secret.data(), secret.size()); }
+QByteArray copyOf(const SecretBytes& secret) {
+    return QByteArray(secret.data(), secret.size());
+}
 
 QByteArray flipped(QByteArray bytes, int bit) {
     bytes.data()[bit / 8] = static_cast<char>(bytes.at(bit / 8) ^ (1 << (bit % 8)));

@@ -63,7 +63,8 @@ private slots:
             slowest = std::max(slowest, ageMs);
         }
         report(QStringLiteral("last state without the watcher"), slowest);
-        const QByteArray fault = "fault: " + environment.value(QStringLiteral("VQ_FAULT")).section(QLatin1Char(':'), 0, 0).toLatin1();
+        const QByteArray fault =
+            "fault: " + environment.value(QStringLiteral("VQ_FAULT")).section(QLatin1Char(':'), 0, 0).toLatin1();
         for (const auto& listener : storm.listeners()) {
             for (const QByteArray& from : EventStorm::senderNames())
                 QCOMPARE(listener->numbers(from).size(), count());
@@ -76,7 +77,9 @@ private:
 
     static int count() { return TestKit::rounds(100, 2500); }
 
-    [[nodiscard]] QString address() const { return Util::localServerAddress(QStringLiteral("Velquor.WebServices"), m_folder->path()); }
+    [[nodiscard]] QString address() const {
+        return Util::localServerAddress(QStringLiteral("Velquor.WebServices"), m_folder->path());
+    }
 
     // The file holds the last event only, so that some pass unseen; the last one does not.
     void hearByFileAlone() {

@@ -5,8 +5,8 @@
 #include "TestKit/Soak.h"
 
 #include <QBitArray>
-#include <QDomDocument>
 #include <QDateTime>
+#include <QDomDocument>
 #include <QRandomGenerator>
 #include <QSize>
 #include <QUrl>
@@ -126,7 +126,8 @@ private slots:
     }
 
     void damagedFilesDoNoHarm() {
-        const QByteArray good = writeEventDocument({4242, 9, {{"a", 1}, {"b", "text"}, {"c", QVariantMap{{"d", QDate(2024, 1, 1)}}}}});
+        const QByteArray good =
+            writeEventDocument({4242, 9, {{"a", 1}, {"b", "text"}, {"c", QVariantMap{{"d", QDate(2024, 1, 1)}}}}});
         constexpr quint32 seed = 20240229;
         QRandomGenerator random(seed);
         const int rounds = TestKit::rounds(20000, 1000000);
@@ -138,7 +139,8 @@ private slots:
             (void)readEventDocument(damaged.left(random.bounded(damaged.size() + 1)), read);
             QVERIFY(read.params.size() <= 3);
         }
-        TestKit::figure(QStringLiteral("damaged event files, seed %1").arg(seed), QStringLiteral("no crash"), QStringLiteral("%1 files").arg(rounds));
+        TestKit::figure(QStringLiteral("damaged event files, seed %1").arg(seed), QStringLiteral("no crash"),
+                        QStringLiteral("%1 files").arg(rounds));
     }
 
     void namesAndNumbers() {

@@ -1,7 +1,7 @@
 // Two carriers, one of them faster: the events of a sender are handled in their order, and none waits for long.
 
-#include "Events/EventIdentity.h"
 #include "Events/EventOrder.h"
+#include "Events/EventIdentity.h"
 #include "Events/INotificationListener.h"
 
 #include <QtTest>
@@ -137,7 +137,9 @@ private slots:
         constexpr int count = 20000;
         HandledEvents events;
         IPCMethod first = IPCMethod::Watcher;
-        const auto isNew = [&](int number, IPCMethod method) { return events.add(EventIdentity{"a", quint64(number)}.eventId(), method, first); };
+        const auto isNew = [&](int number, IPCMethod method) {
+            return events.add(EventIdentity{"a", quint64(number)}.eventId(), method, first);
+        };
         // Each third is heard by file first, which makes more ranges than are kept.
         for (int number = 1; number <= count; ++number) {
             QVERIFY(isNew(number, number % 3 == 0 ? IPCMethod::Watcher : IPCMethod::Socket));

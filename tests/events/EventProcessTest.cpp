@@ -125,9 +125,9 @@ private:
     bool startHelpers(int count) {
         const size_t known = m_helpers.size();
         while (static_cast<int>(m_helpers.size()) < count)
-            m_helpers.push_back(std::make_unique<TokenHelper>(
-                QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(), m_service.authorityFile(), key,
-                            QStringLiteral("demo-secret-0001")}));
+            m_helpers.push_back(
+                std::make_unique<TokenHelper>(QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(),
+                                                          m_service.authorityFile(), key, QStringLiteral("demo-secret-0001")}));
         for (size_t index = known; index < m_helpers.size(); ++index) {
             if (!m_helpers.at(index)->answer().value("ready").toBool())
                 return false;

@@ -1,8 +1,8 @@
 // What a process does with the events that other processes report: the parts that need no other process to be shown.
 
+#include "Session/EventReactions.h"
 #include "Events/EventIdentity.h"
 #include "Events/NotificationManager.h"
-#include "Session/EventReactions.h"
 #include "TestKit/SessionFixture.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
@@ -72,7 +72,8 @@ private slots:
         for (const QVariant& bad : {QVariant(77), QVariant(-1), QVariant(0), QVariant("JWT")})
             QTest::newRow(qPrintable(QStringLiteral("type %1").arg(bad.toString())))
                 << QVariantMap{{EventParam::consumerKey, key}, {EventParam::oauth2Type, bad}} << false << "" << false
-                << QStringLiteral("Received web services event OAuth2TokenRefreshed from another process with invalid OAuth2 token type %1")
+                << QStringLiteral(
+                       "Received web services event OAuth2TokenRefreshed from another process with invalid OAuth2 token type %1")
                        .arg(bad.toInt());
     }
 
@@ -95,7 +96,8 @@ private slots:
         QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, isLegacy);
     }
 
-    // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one too.
+    // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one
+    // too.
     void anEventIsHeldForItsOwnTime() {
         TestKit::SessionFixture fixture;
         RecordingListener listener;
@@ -126,7 +128,8 @@ private slots:
         QCOMPARE(listener.attempts, 3);
     }
 
-    // The file is looked at before an event is told, since it may be the only one to tell of a change; and again, when it could not be.
+    // The file is looked at before an event is told, since it may be the only one to tell of a change; and again, when it could
+    // not be.
     void looksAtTheFile_data() {
         QTest::addColumn<int>("event");
         QTest::addColumn<bool>("isRestored");
@@ -170,8 +173,9 @@ private slots:
         SessionCore core(fixture.services(), &voice);
         const auto add = [&core](const QString& clientKey, const QString& consumerKey) {
             core.clients.add({clientKey, 1, clientKey, QStringLiteral("/opt/product")});
-            core.clients.setConfiguration(clientKey, std::make_shared<const WebServicesConfiguration>(TestKit::SessionFixture::configuration(
-                                                         consumerKey, QStringLiteral("secret"))));
+            core.clients.setConfiguration(clientKey,
+                                          std::make_shared<const WebServicesConfiguration>(
+                                              TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"))));
         };
         add(QStringLiteral("first"), key);
         add(QStringLiteral("second"), key);
@@ -197,7 +201,8 @@ private slots:
             "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process.")));
         QVERIFY(!core.clients.isOAuth2Used(key, Production));
         QVERIFY(core.clients.isOAuth2Used(otherKey, Production));
-        QCOMPARE(voice.here, QVector<Event>({Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Disabled}));
+        QCOMPARE(voice.here,
+                 QVector<Event>({Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Disabled}));
         QVERIFY(voice.toOthers.isEmpty());
     }
 };

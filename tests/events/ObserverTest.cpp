@@ -100,8 +100,9 @@ private slots:
         Third third;
         Accounts accounts;
         SignOn signOn;
-        for (IWebServicesObserver* const observer : {static_cast<IWebServicesObserver*>(&base), static_cast<IWebServicesObserver*>(&third),
-                                                     static_cast<IWebServicesObserver*>(&accounts), static_cast<IWebServicesObserver*>(&signOn)})
+        for (IWebServicesObserver* const observer :
+             {static_cast<IWebServicesObserver*>(&base), static_cast<IWebServicesObserver*>(&third),
+              static_cast<IWebServicesObserver*>(&accounts), static_cast<IWebServicesObserver*>(&signOn)})
             m_dispatcher->observers().add(observer);
         bool veto = false;
         for (int number = -1; number <= 20; ++number)
@@ -109,10 +110,10 @@ private slots:
         QVERIFY(veto);
         QCOMPARE(base.heard, QStringList({"LoggedIn", "LoginRestored", "LoggedOut", "AboutToLogout", "ServerChanged:key"}));
         QCOMPARE(third.heard,
-                 QStringList({"LoggedIn", "LoggedOut", "TokenRefreshed:key", "LoggingOut", "OAuth2TokenRefreshed:key", "TokenAcquired:key",
-                              "TokenAvailable:key", "OAuth2Enabled:key", "OAuth2Disabled:key", "OAuth2TokenAcquired:key",
-                              "OAuth2TokenAvailable:key", "OAuth2TokenDiscarded:key", "TokenQueryFailed:key",
-                              "OAuth2TokenQueryFailed:key"}));
+                 QStringList({"LoggedIn", "LoggedOut", "TokenRefreshed:key", "LoggingOut", "OAuth2TokenRefreshed:key",
+                              "TokenAcquired:key", "TokenAvailable:key", "OAuth2Enabled:key", "OAuth2Disabled:key",
+                              "OAuth2TokenAcquired:key", "OAuth2TokenAvailable:key", "OAuth2TokenDiscarded:key",
+                              "TokenQueryFailed:key", "OAuth2TokenQueryFailed:key"}));
         QCOMPARE(accounts.heard, QStringList({"AccountCreated"}));
         QCOMPARE(signOn.heard, QStringList({"LoginDialogTimeoutInVqSSOServer"}));
     }

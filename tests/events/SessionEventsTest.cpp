@@ -123,7 +123,8 @@ private slots:
         QVERIFY2(isHeard, qPrintable(hook.heard.join(QLatin1Char(' '))));
         for (const QString& event : expected)
             QVERIFY(m_fixture->hasLogged(
-                QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread").arg(event)));
+                QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
+                    .arg(event)));
     }
 
     // While this process waits for the service it cannot take the news over; later it does, though nobody calls it.

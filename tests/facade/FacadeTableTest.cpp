@@ -81,20 +81,38 @@ struct AllocatingRow {
     int failure;
 };
 
-bool isRecent(unsigned int seconds) { return seconds > 1700000000U; }
+bool isRecent(unsigned int seconds) {
+    return seconds > 1700000000U;
+}
 
-int isLater(unsigned int seconds) { return isRecent(seconds) ? 1 : int(seconds); }
+int isLater(unsigned int seconds) {
+    return isRecent(seconds) ? 1 : int(seconds);
+}
 
 std::vector<Row> rows() {
     const auto spec = [] { return OAuth2TokenSpec(RT, L""); };
     return {
-        {"SetConfiguration", [](const Caller& c) { return int(ASK(SetConfiguration, c.key == unknownKey ? WebServicesConfiguration() : configuration())); }, 1, 1, 0},
+        {"SetConfiguration",
+         [](const Caller& c) {
+             return int(ASK(SetConfiguration, c.key == unknownKey ? WebServicesConfiguration() : configuration()));
+         },
+         1, 1, 0},
         {"GetConfiguration", [](const Caller& c) { return ASK0(GetConfiguration).GetConsumerKey(nullptr, 0); }, 17, 17, 0},
         {"SetServer", [](const Caller& c) { return int(ASK(SetServer, Production)); }, 1, 1, 0},
         {"SetServer", [](const Caller& c) { return int(ASK(SetServer, NoServer)); }, 0, 0, 0},
         {"GetServer", [](const Caller&) { return int(Caller::plain().GetServer()); }, 0, 0, none},
-        {"SetCachePath", [](const Caller&) { Caller::plain().SetCachePath(nullptr); return 0; }, 0, 0, none},
-        {"EnableLog", [](const Caller&) { WebServicesManager::EnableLog(false); return int(Caller::plain().IsLogEnabled()); }, 1, 1, none},
+        {"SetCachePath",
+         [](const Caller&) {
+             Caller::plain().SetCachePath(nullptr);
+             return 0;
+         },
+         0, 0, none},
+        {"EnableLog",
+         [](const Caller&) {
+             WebServicesManager::EnableLog(false);
+             return int(Caller::plain().IsLogEnabled());
+         },
+         1, 1, none},
         {"RestoreLogin", [](const Caller& c) { return int(ASK0(RestoreLogin)); }, 1, 1, 0},
         {"IsTokenAvailable", [](const Caller& c) { return int(ASK0(IsTokenAvailable)); }, 0, 1, 0},
         {"IsLoggedIn", [](const Caller& c) { return int(ASK0(IsLoggedIn)); }, 0, 1, 0},
@@ -104,66 +122,129 @@ std::vector<Row> rows() {
         {"IsTokenExpired", [](const Caller& c) { return int(ASK0(IsTokenExpired)); }, 0, 0, 0},
         {"GetLoginExpiryDate", [](const Caller&) { return isLater(Caller::plain().GetLoginExpiryDate()); }, 0, 1, none},
         {"IsCacheEnabled", [](const Caller& c) { return int(ASK(IsCacheEnabled, CacheType::StorageQuota)); }, 0, 0, 0},
-        {"EnableCache", [](const Caller& c) {
+        {"EnableCache",
+         [](const Caller& c) {
              ASK(EnableCache, CacheType::StorageQuota, true);
              const bool isEnabled = ASK(IsCacheEnabled, CacheType::StorageQuota);
              ASK(EnableCache, CacheType::StorageQuota, false);
              return int(isEnabled && !ASK(IsCacheEnabled, CacheType::StorageQuota));
-         }, 1, 1, 0},
+         },
+         1, 1, 0},
         {"IsCacheAvailable", [](const Caller& c) { return int(ASK(IsCacheAvailable, static_cast<CacheType>(3))); }, 0, 0, 0},
-        {"GetCloudStorageQuota", [](const Caller& c) {
+        {"GetCloudStorageQuota",
+         [](const Caller& c) {
              long long used = -1;
              long long total = -1;
              const bool isKnown = ASK(GetCloudStorageQuota, used, total);
              return isKnown ? int(used == 1288490189 && total == 5368709120) : used == 0 && total == 0 ? 0 : 2;
-         }, 0, 1, 0},
+         },
+         0, 1, 0},
         {"IsCacheAvailable", [](const Caller& c) { return int(ASK(IsCacheAvailable, CacheType::StorageQuota)); }, 0, 1, 0},
-        {"InvalidateCache", [](const Caller& c) { ASK(InvalidateCache, CacheType::StorageQuota); return 0; }, 0, 0, 0},
+        {"InvalidateCache",
+         [](const Caller& c) {
+             ASK(InvalidateCache, CacheType::StorageQuota);
+             return 0;
+         },
+         0, 0, 0},
         {"GetServiceEntitlement", [](const Caller& c) { return int(ASK(GetServiceEntitlement, L"Storage")); }, 4, 1, 4},
         {"GetServiceEntitlement", [](const Caller& c) { return int(ASK(GetServiceEntitlement, L"no such")); }, 4, 2, 4},
         {"GetServiceEntitlement", [](const Caller& c) { return int(ASK(GetServiceEntitlement, nullptr)); }, 4, 0, 4},
         {"EnableOAuth2", [](const Caller& c) { return int(ASK(EnableOAuth2, true)); }, 1, 1, 0},
         {"EnableOAuth2", [spec](const Caller& c) { return int(ASK(EnableOAuth2, spec())); }, 1, 1, 0},
-        {"EnableOAuth2", [](const Caller& c) { return int(ASK(EnableOAuth2, OAuth2TokenSpec(static_cast<OAuth2TokenType>(0), L""))); }, 0, 0, 0},
+        {"EnableOAuth2",
+         [](const Caller& c) { return int(ASK(EnableOAuth2, OAuth2TokenSpec(static_cast<OAuth2TokenType>(0), L""))); }, 0, 0, 0},
         {"IsOAuth2Enabled", [](const Caller& c) { return int(ASK0(IsOAuth2Enabled)); }, 1, 1, 0},
-        {"GetOAuth2AccessToken", [spec](const Caller& c) {
+        {"GetOAuth2AccessToken",
+         [spec](const Caller& c) {
              OAuth2Token token;
              return int((c.isKeyed ? Caller::keyed().GetOAuth2AccessToken(token, c.key, nullptr, true)
-                                   : Caller::plain().GetOAuth2AccessToken(spec(), token, true)) && token.IsValid());
-         }, 0, 1, 0},
+                                   : Caller::plain().GetOAuth2AccessToken(spec(), token, true))
+                        && token.IsValid());
+         },
+         0, 1, 0},
         {"RefreshToken", [](const Caller& c) { return int(ASK(RefreshToken, true)); }, 0, 1, 0},
-        {"RefreshOAuth2Token", [](const Caller& c) { return int(c.isKeyed ? Caller::keyed().RefreshOAuth2Token(c.key, nullptr, true) : Caller::plain().RefreshOAuth2Token(true)); }, 0, 1, 0},
-        {"RefreshOAuth2Token", [spec](const Caller&) { return int(Caller::plain().RefreshOAuth2Token(spec(), true)); }, 0, 1, none},
-        {"IsOAuth2TokenAvailable", [](const Caller& c) { return int(c.isKeyed ? Caller::keyed().IsOAuth2TokenAvailable(c.key, nullptr) : Caller::plain().IsOAuth2TokenAvailable()); }, 0, 1, 0},
-        {"IsOAuth2TokenAvailable", [spec](const Caller&) { return int(Caller::plain().IsOAuth2TokenAvailable(spec())); }, 0, 1, none},
-        {"IsOAuth2TokenExpired", [](const Caller& c) { return int(c.isKeyed ? Caller::keyed().IsOAuth2TokenExpired(c.key, nullptr) : Caller::plain().IsOAuth2TokenExpired()); }, 0, 0, 0},
+        {"RefreshOAuth2Token",
+         [](const Caller& c) {
+             return int(c.isKeyed ? Caller::keyed().RefreshOAuth2Token(c.key, nullptr, true)
+                                  : Caller::plain().RefreshOAuth2Token(true));
+         },
+         0, 1, 0},
+        {"RefreshOAuth2Token", [spec](const Caller&) { return int(Caller::plain().RefreshOAuth2Token(spec(), true)); }, 0, 1,
+         none},
+        {"IsOAuth2TokenAvailable",
+         [](const Caller& c) {
+             return int(c.isKeyed ? Caller::keyed().IsOAuth2TokenAvailable(c.key, nullptr)
+                                  : Caller::plain().IsOAuth2TokenAvailable());
+         },
+         0, 1, 0},
+        {"IsOAuth2TokenAvailable", [spec](const Caller&) { return int(Caller::plain().IsOAuth2TokenAvailable(spec())); }, 0, 1,
+         none},
+        {"IsOAuth2TokenExpired",
+         [](const Caller& c) {
+             return int(c.isKeyed ? Caller::keyed().IsOAuth2TokenExpired(c.key, nullptr)
+                                  : Caller::plain().IsOAuth2TokenExpired());
+         },
+         0, 0, 0},
         {"IsOAuth2TokenExpired", [spec](const Caller&) { return int(Caller::plain().IsOAuth2TokenExpired(spec())); }, 0, 0, none},
-        {"GetOAuth2TokenExpiryDate", [](const Caller& c) { return isLater(c.isKeyed ? Caller::keyed().GetOAuth2TokenExpiryDate(c.key, nullptr) : Caller::plain().GetOAuth2TokenExpiryDate()); }, 0, 1, 0},
-        {"GetOAuth2TokenExpiryDate", [spec](const Caller&) { return isLater(Caller::plain().GetOAuth2TokenExpiryDate(spec())); }, 0, 1, none},
+        {"GetOAuth2TokenExpiryDate",
+         [](const Caller& c) {
+             return isLater(c.isKeyed ? Caller::keyed().GetOAuth2TokenExpiryDate(c.key, nullptr)
+                                      : Caller::plain().GetOAuth2TokenExpiryDate());
+         },
+         0, 1, 0},
+        {"GetOAuth2TokenExpiryDate", [spec](const Caller&) { return isLater(Caller::plain().GetOAuth2TokenExpiryDate(spec())); },
+         0, 1, none},
         {"DisableOAuth2", [](const Caller&) { return int(Caller::plain().DisableOAuth2()); }, 1, 1, none},
-        {"HasProxyAuthentication", [](const Caller&) { return int(Caller::plain().HasProxyAuthentication(L"h", 1)); }, 0, 0, none},
-        {"GetProxyAuthentication", [](const Caller&) {
+        {"HasProxyAuthentication", [](const Caller&) { return int(Caller::plain().HasProxyAuthentication(L"h", 1)); }, 0, 0,
+         none},
+        {"GetProxyAuthentication",
+         [](const Caller&) {
              wchar_t text[2] = {canary, canary};
              return int(Caller::plain().GetProxyAuthentication(nullptr, 1, text, 2, text, 2)) + (text[0] == canary ? 0 : 2);
-         }, 0, 0, none},
-        {"SetProxyAuthentication", [](const Caller&) { return int(Caller::plain().SetProxyAuthentication(nullptr, 1, nullptr, nullptr)); }, 0, 0, none},
+         },
+         0, 0, none},
+        {"SetProxyAuthentication",
+         [](const Caller&) { return int(Caller::plain().SetProxyAuthentication(nullptr, 1, nullptr, nullptr)); }, 0, 0, none},
         {"HasProxyInfo", [](const Caller&) { return int(Caller::plain().HasProxyInfo()); }, 0, 0, none},
         {"ClearProxyInfo", [](const Caller&) { return int(Caller::plain().ClearProxyInfo()); }, 1, 1, none},
-        {"SetProxyAuthenticationDialogText", [](const Caller&) { Caller::plain().SetProxyAuthenticationDialogText(nullptr, nullptr); return 0; }, 0, 0, none},
-        {"GetProxyAuthenticationDialogText", [](const Caller&) {
+        {"SetProxyAuthenticationDialogText",
+         [](const Caller&) {
+             Caller::plain().SetProxyAuthenticationDialogText(nullptr, nullptr);
+             return 0;
+         },
+         0, 0, none},
+        {"GetProxyAuthenticationDialogText",
+         [](const Caller&) {
              wchar_t text[3] = {canary, canary, canary};
              const bool isGiven = Caller::plain().GetProxyAuthenticationDialogText(text, 2, text, 2);
-             return int(isGiven && text[1] == 0 && text[2] == canary && !Caller::plain().GetProxyAuthenticationDialogText(text, 0, text, 2));
-         }, 1, 1, none},
-        {"AddObserver", [](const Caller&) { Caller::plain().AddObserver(nullptr); return 0; }, 0, 0, none},
-        {"RemoveObserver", [](const Caller&) { Caller::plain().RemoveObserver(nullptr); return 0; }, 0, 0, none},
+             return int(isGiven && text[1] == 0 && text[2] == canary
+                        && !Caller::plain().GetProxyAuthenticationDialogText(text, 0, text, 2));
+         },
+         1, 1, none},
+        {"AddObserver",
+         [](const Caller&) {
+             Caller::plain().AddObserver(nullptr);
+             return 0;
+         },
+         0, 0, none},
+        {"RemoveObserver",
+         [](const Caller&) {
+             Caller::plain().RemoveObserver(nullptr);
+             return 0;
+         },
+         0, 0, none},
         {"IsLogEnabled", [](const Caller&) { return int(Caller::plain().IsLogEnabled()); }, 1, 1, none},
         {"IsSSOEnabledForAllUsers", [](const Caller&) { return int(Caller::plain().IsSSOEnabledForAllUsers()); }, 0, 0, none},
         {"CompleteLogin", [](const Caller& c) { return int(ASK0(CompleteLogin)); }, 0, none, 0},
         {"CompleteLogin", [](const Caller& c) { return int(ASK(CompleteLogin, NetworkCookieJar())); }, 0, none, 0},
         {"CompleteLogout", [](const Caller& c) { return int(ASK0(CompleteLogout)); }, 0, none, 0},
         {"Logout", [](const Caller& c) { return int(ASK0(Logout)); }, 0, none, 0},
-        {"GetLoginUserName", [](const Caller& c) { return c.isKeyed ? Caller::keyed().GetLoginUserName(c.key, nullptr, 0) : Caller::plain().GetLoginUserName(nullptr, 0); }, 0, 3, 0},
+        {"GetLoginUserName",
+         [](const Caller& c) {
+             return c.isKeyed ? Caller::keyed().GetLoginUserName(c.key, nullptr, 0)
+                              : Caller::plain().GetLoginUserName(nullptr, 0);
+         },
+         0, 3, 0},
     };
 }
 
@@ -180,11 +261,16 @@ std::vector<TextRow> textRows() {
         {"GetAccessToken", [](const Caller& c, wchar_t* b, int s) { return ASK(GetAccessToken, b, s); }, true},
         {"GetAccessToken", [](const Caller& c, wchar_t* b, int s) { return ASK(GetAccessToken, b, s, false); }, true},
         {"GetLdapDomainKey", [](const Caller&, wchar_t* b, int s) { return Caller::plain().GetLdapDomainKey(b, s); }, false},
-        {"GetUrl", [](const Caller&, wchar_t* b, int s) { return Caller::plain().GetUrl(WebServicesUrlCode::AccountServerUrl, b, s); }, false},
-        {"GetUrl", [](const Caller&, wchar_t* b, int s) { return Caller::plain().GetUrl(static_cast<WebServicesUrlCode>(77), b, s); }, false, true, true},
+        {"GetUrl",
+         [](const Caller&, wchar_t* b, int s) { return Caller::plain().GetUrl(WebServicesUrlCode::AccountServerUrl, b, s); },
+         false},
+        {"GetUrl",
+         [](const Caller&, wchar_t* b, int s) { return Caller::plain().GetUrl(static_cast<WebServicesUrlCode>(77), b, s); },
+         false, true, true},
         {"GetCachePath", [](const Caller& c, wchar_t* b, int s) { return ASK(GetCachePath, b, s); }, true, false},
         {"GetCachePath", [](const Caller&, wchar_t* b, int s) { return Caller::plain().GetCachePath(b, s); }, false, true, true},
-        {"GetSupportFileSearchPaths", [](const Caller&, wchar_t* b, int s) { return WebServicesManager::GetSupportFileSearchPaths(b, s); }, false},
+        {"GetSupportFileSearchPaths",
+         [](const Caller&, wchar_t* b, int s) { return WebServicesManager::GetSupportFileSearchPaths(b, s); }, false},
     };
 }
 
@@ -195,13 +281,21 @@ std::vector<AllocatingRow> allocatingRows() {
     };
     return {
         {"GetUserInfo", [](const Caller& c, wchar_t*& t) { return int(ASK(GetUserInfo, t)); }, 1, 0},
-        {"GetServiceEntitlement", [](const Caller& c, wchar_t*& t) { return int(ASK(GetServiceEntitlement, L"Rendering", t)); }, 1, 4},
+        {"GetServiceEntitlement", [](const Caller& c, wchar_t*& t) { return int(ASK(GetServiceEntitlement, L"Rendering", t)); },
+         1, 4},
         {"GetServiceEntitlementEx", [](const Caller& c, wchar_t*& t) { return int(ASK(GetServiceEntitlementEx, t)); }, 1, 0},
-        {"GetServiceEntitlementEx", [](const Caller& c, wchar_t*& t) { return int(ASK(GetServiceEntitlementEx, L"Sharing", t)); }, 1, 0},
-        {"SignRequest", [result](const Caller& c, wchar_t*& t) {
-             return result(ASK(SignRequest, L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr), t);
-         }, 1, 0},
-        {"SignUrlForBrowser", [result](const Caller& c, wchar_t*& t) { return result(ASK(SignUrlForBrowser, L"https://example.com/", true), t); }, 1, 0},
+        {"GetServiceEntitlementEx", [](const Caller& c, wchar_t*& t) { return int(ASK(GetServiceEntitlementEx, L"Sharing", t)); },
+         1, 0},
+        {"SignRequest",
+         [result](const Caller& c, wchar_t*& t) {
+             return result(ASK(SignRequest, L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::QueryString,
+                               nullptr, nullptr),
+                           t);
+         },
+         1, 0},
+        {"SignUrlForBrowser",
+         [result](const Caller& c, wchar_t*& t) { return result(ASK(SignUrlForBrowser, L"https://example.com/", true), t); }, 1,
+         0},
     };
 }
 
@@ -409,8 +503,8 @@ private slots:
         const auto [quickest, slowest] = std::minmax_element(medians.begin(), medians.end());
         TestKit::figure(QStringLiteral("cached read by a product in the slowest of %1 threads (median)").arg(threadCount),
                         QStringLiteral("< 20 us"), QStringLiteral("%1 us").arg(double(*slowest) / 1000));
-        // A machine that does something else meanwhile keeps threads from their processor for long: the short form shows only that
-        // nobody waits for the service.
+        // A machine that does something else meanwhile keeps threads from their processor for long: the short form shows only
+        // that nobody waits for the service.
         QVERIFY2(TestKit::isSoak() ? *slowest < 20000 : *quickest < 20000000, qPrintable(QString::number(*slowest)));
     }
 
@@ -470,7 +564,8 @@ private:
         QVERIFY(!text);
     }
 
-    // Null, nothing, one unit, one short of the length, exactly the length, with terminator, and more: each with a guard behind it.
+    // Null, nothing, one unit, one short of the length, exactly the length, with terminator, and more: each with a guard behind
+    // it.
     static void checkBuffers(const TextRow& row, const Caller& caller, bool hasText) {
         const int length = row.call(caller, nullptr, 0);
         if (hasText)

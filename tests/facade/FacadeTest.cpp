@@ -145,7 +145,8 @@ private slots:
         expectFailures(*kept);
         QFile log(WebServicesPrivate::GetLogFile());
         QVERIFY(log.open(QIODevice::ReadOnly));
-        QVERIFY(log.readAll().contains("SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
+        QVERIFY(log.readAll().contains(
+            "SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
         wchar_t buffer[4];
         QCOMPARE(keptInterface->GetUserName(buffer, 4), 0);
         QCOMPARE(keptInterface->GetLoginExpiryDate(), 0U);
@@ -400,7 +401,8 @@ private slots:
         const OAuth2TokenSpec spec(JWT, L"");
         QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), nullptr, own));
         QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == own);
-        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), &spec) == standard);
+        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), &spec)
+                == standard);
         QVERIFY(!WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule({-1, {}}));
         QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(standard));
         QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == standard);

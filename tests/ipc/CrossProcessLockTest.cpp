@@ -1,8 +1,8 @@
+#include "VqUtil/Ipc/CrossProcessLock.h"
 #include "TestKit/LockHelper.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/General/AtomicFile.h"
-#include "VqUtil/Ipc/CrossProcessLock.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -36,7 +36,9 @@ private:
     [[nodiscard]] std::unique_ptr<LockHelper> run(const char* command, int count = 0) const {
         return std::make_unique<LockHelper>(QStringList{QLatin1String(command), m_key, m_folder->path(), QString::number(count)});
     }
-    [[nodiscard]] int counter() const { return AtomicFile::read(m_folder->filePath(QStringLiteral("counter")), 100).data.toInt(); }
+    [[nodiscard]] int counter() const {
+        return AtomicFile::read(m_folder->filePath(QStringLiteral("counter")), 100).data.toInt();
+    }
 
     const QString m_key = QStringLiteral("VqCrossProcessLockTest");
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -105,8 +107,11 @@ void CrossProcessLockTest::timeoutIsHonoured() {
     QVERIFY(!lock.acquire(timeout));
     const qint64 elapsed = timer.elapsed();
     QVERIFY2(elapsed >= timeout && elapsed < timeout + 1500, qPrintable(QString::number(elapsed)));
-    QCOMPARE(m_logger->texts(), QStringList(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more "
-                                                           "than %2 ms").arg(m_key).arg(timeout)));
+    QCOMPARE(m_logger->texts(),
+             QStringList(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more "
+                                        "than %2 ms")
+                             .arg(m_key)
+                             .arg(timeout)));
     QVERIFY(holder->finish());
     QVERIFY(lock.acquire(2000));
 }

@@ -1,6 +1,6 @@
+#include "VqUtil/Ipc/FolderWatcher.h"
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/General/AtomicFile.h"
-#include "VqUtil/Ipc/FolderWatcher.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -66,19 +66,28 @@ void FolderWatcherTest::init() {
     connect(m_watcher.get(), &FolderWatcher::Changed, this, &FolderWatcherTest::note);
 }
 
-void FolderWatcherTest::cleanup() { m_watcher.reset(); }
+void FolderWatcherTest::cleanup() {
+    m_watcher.reset();
+}
 
 void FolderWatcherTest::actions_data() {
     QTest::addColumn<QString>("what");
     QTest::addColumn<QString>("name");
     QTest::addColumn<Action>("action");
-    QTest::newRow("created") << "create" << "EventTrigger.tmp" << Action::Added;
-    QTest::newRow("an empty file rewritten in place") << "rewrite" << "There.tmp" << Action::Modified;
-    QTest::newRow("a full file rewritten in place") << "fill" << "There.tmp" << Action::Modified;
-    QTest::newRow("replaced") << "replace" << "There.tmp" << Action::RenamedTo;
-    QTest::newRow("removed") << "remove" << "There.tmp" << Action::Removed;
-    QTest::newRow("renamed, old name") << "rename" << "There.tmp" << Action::RenamedFrom;
-    QTest::newRow("renamed, new name") << "rename" << "Renamed.tmp" << Action::RenamedTo;
+    QTest::newRow("created") << "create"
+                             << "EventTrigger.tmp" << Action::Added;
+    QTest::newRow("an empty file rewritten in place") << "rewrite"
+                                                      << "There.tmp" << Action::Modified;
+    QTest::newRow("a full file rewritten in place") << "fill"
+                                                    << "There.tmp" << Action::Modified;
+    QTest::newRow("replaced") << "replace"
+                              << "There.tmp" << Action::RenamedTo;
+    QTest::newRow("removed") << "remove"
+                             << "There.tmp" << Action::Removed;
+    QTest::newRow("renamed, old name") << "rename"
+                                       << "There.tmp" << Action::RenamedFrom;
+    QTest::newRow("renamed, new name") << "rename"
+                                       << "Renamed.tmp" << Action::RenamedTo;
 }
 
 void FolderWatcherTest::actions() {
@@ -144,8 +153,9 @@ void FolderWatcherTest::missingFolder() {
         QVERIFY(rewrite(path(QStringLiteral("Early.tmp"))));
         QTRY_VERIFY_WITH_TIMEOUT(count(QStringLiteral("Early.tmp"), Action::Modified) > 0, patienceMs);
         QVERIFY(rewrite(path(QStringLiteral("Late.tmp"))));
-        QTRY_VERIFY_WITH_TIMEOUT(count(QStringLiteral("Late.tmp"), Action::Added) + count(QStringLiteral("Late.tmp"), Action::Modified) > 0,
-                                 patienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            count(QStringLiteral("Late.tmp"), Action::Added) + count(QStringLiteral("Late.tmp"), Action::Modified) > 0,
+            patienceMs);
     }
 }
 
@@ -193,8 +203,8 @@ void FolderWatcherTest::stopping() {
 
 void FolderWatcherTest::names() {
     QStringList names;
-    for (const Action action : {Action::Added, Action::Removed, Action::Modified, Action::RenamedFrom, Action::RenamedTo, Action::Unknown,
-                                static_cast<Action>(99)})
+    for (const Action action : {Action::Added, Action::Removed, Action::Modified, Action::RenamedFrom, Action::RenamedTo,
+                                Action::Unknown, static_cast<Action>(99)})
         names += CloudUtil::actionName(action);
     QCOMPARE(names.join(QLatin1Char(',')), QStringLiteral("Added,Removed,Modified,Renamed from,Renamed to,Unknown,Unknown"));
 }

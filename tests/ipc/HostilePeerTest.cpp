@@ -29,8 +29,12 @@ QByteArray frame(MessageFrame::Kind kind, const QByteArray& content) {
     return made.toBytes();
 }
 
-QByteArray hello() { return frame(MessageFrame::Kind::Hello, {}); }
-QByteArray message(const QByteArray& content) { return frame(MessageFrame::Kind::Message, content); }
+QByteArray hello() {
+    return frame(MessageFrame::Kind::Hello, {});
+}
+QByteArray message(const QByteArray& content) {
+    return frame(MessageFrame::Kind::Message, content);
+}
 
 QByteArray length(quint32 number) {
     const quint32 bytes = qToBigEndian(number);
@@ -146,8 +150,9 @@ void HostilePeerTest::hostilePeer_data() {
     QTest::newRow("unknown value") << hello() + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x63", 9));
     QTest::newRow("a time beyond all times")
         << hello() + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x09\x7f", 10) + QByteArray(7, '\xff'));
-    QTest::newRow("a list beyond the end")
-        << hello() + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x0f", 9) + QByteArray(4, '\xff'));
+    QTest::newRow("a list beyond the end") << hello()
+                                                  + message(emptyName() + QByteArray("\0\0\0\1\0\0\0\0\x0f", 9)
+                                                            + QByteArray(4, '\xff'));
     QTest::newRow("bytes behind the end") << hello() + message(emptyName() + QByteArray(5, '\0'));
     QByteArray deep = emptyName();
     for (int depth = 0; depth < 9; ++depth)
@@ -238,8 +243,8 @@ void HostilePeerTest::slowPeer() {
     QCOMPARE(at(0).heard.size(), 200);
 }
 
-// Damaged frames among good ones, of several peers at a time: what came before the first one that is none is heard, nothing behind it
-// is, and all others are served on.
+// Damaged frames among good ones, of several peers at a time: what came before the first one that is none is heard, nothing
+// behind it is, and all others are served on.
 void HostilePeerTest::fuzz() {
     struct Peer {
         Outcome expected;
@@ -269,8 +274,9 @@ void HostilePeerTest::fuzz() {
         }
         const auto isDone = [&] {
             QCoreApplication::processEvents();
-            return at(0).heard.size() >= heard
-                   && std::all_of(peers.cbegin(), peers.cend(), [](const Peer& peer) { return peer.isEnded() || !peer.expected.isEnded; });
+            return at(0).heard.size() >= heard && std::all_of(peers.cbegin(), peers.cend(), [](const Peer& peer) {
+                       return peer.isEnded() || !peer.expected.isEnded;
+                   });
         };
         for (const QDeadlineTimer patience(patienceMs); !isDone() && !patience.hasExpired();)
             QThread::yieldCurrentThread();
@@ -284,8 +290,9 @@ void HostilePeerTest::fuzz() {
     }
     QVERIFY(worksOn());
     QVERIFY(connections > wanted / 50 && messages > wanted / 2);
-    TestKit::figure(QStringLiteral("damaged frames, seed %1").arg(fuzzSeed), QStringLiteral("the service goes on"),
-                    QStringLiteral("%1 frames over %2 connections, %3 of them messages").arg(sent).arg(connections).arg(messages));
+    TestKit::figure(
+        QStringLiteral("damaged frames, seed %1").arg(fuzzSeed), QStringLiteral("the service goes on"),
+        QStringLiteral("%1 frames over %2 connections, %3 of them messages").arg(sent).arg(connections).arg(messages));
 }
 
 QTEST_GUILESS_MAIN(HostilePeerTest)

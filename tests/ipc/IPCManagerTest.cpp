@@ -16,9 +16,13 @@ using Util::MessageFrame;
 
 namespace {
 
-QVariantMap nested(int depth) { return depth == 1 ? QVariantMap() : QVariantMap{{QStringLiteral("Map"), nested(depth - 1)}}; }
+QVariantMap nested(int depth) {
+    return depth == 1 ? QVariantMap() : QVariantMap{{QStringLiteral("Map"), nested(depth - 1)}};
+}
 
-QVariant nestedList(int depth) { return depth == 1 ? QVariantList() : QVariantList{nestedList(depth - 1)}; }
+QVariant nestedList(int depth) {
+    return depth == 1 ? QVariantList() : QVariantList{nestedList(depth - 1)};
+}
 
 } // namespace
 
@@ -45,13 +49,20 @@ void IPCManagerTest::values() {
     QVERIFY(meet(3));
     const QDateTime moment = QDateTime::fromMSecsSinceEpoch(1700000000123, Qt::UTC);
     const QVariantMap inner{{QStringLiteral("Text"), QString::fromUtf8("ä€𝄞")}, {QString(), QVariant()}};
-    const QVariantMap params{{QStringLiteral("Bool"), true}, {QStringLiteral("Int"), -7}, {QStringLiteral("UInt"), 4000000000u},
+    const QVariantMap params{{QStringLiteral("Bool"), true},
+                             {QStringLiteral("Int"), -7},
+                             {QStringLiteral("UInt"), 4000000000u},
                              {QStringLiteral("Long"), std::numeric_limits<qint64>::min()},
-                             {QStringLiteral("ULong"), std::numeric_limits<quint64>::max()}, {QStringLiteral("Double"), -1.5e300},
-                             {QStringLiteral("Half"), QString(QChar(0xd800))}, {QStringLiteral("Bytes"), QByteArray("\0\xff", 2)},
-                             {QStringLiteral("Utc"), moment}, {QStringLiteral("Local"), moment.toLocalTime()},
-                             {QStringLiteral("Offset"), moment.toOffsetFromUtc(-5400)}, {QStringLiteral("NoTime"), QDateTime()},
-                             {QStringLiteral("Texts"), QStringList{QStringLiteral("a"), QString()}}, {QStringLiteral("Map"), inner},
+                             {QStringLiteral("ULong"), std::numeric_limits<quint64>::max()},
+                             {QStringLiteral("Double"), -1.5e300},
+                             {QStringLiteral("Half"), QString(QChar(0xd800))},
+                             {QStringLiteral("Bytes"), QByteArray("\0\xff", 2)},
+                             {QStringLiteral("Utc"), moment},
+                             {QStringLiteral("Local"), moment.toLocalTime()},
+                             {QStringLiteral("Offset"), moment.toOffsetFromUtc(-5400)},
+                             {QStringLiteral("NoTime"), QDateTime()},
+                             {QStringLiteral("Texts"), QStringList{QStringLiteral("a"), QString()}},
+                             {QStringLiteral("Map"), inner},
                              {QStringLiteral("List"), QVariantList{1, QStringLiteral("a"), QVariantList{inner}}},
                              {QStringLiteral("Deep"), nested(7)}};
     const QString name = QString::fromUtf8("Größe");

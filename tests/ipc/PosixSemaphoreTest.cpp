@@ -37,7 +37,9 @@ private slots:
 private:
     [[nodiscard]] CrossProcessLock makeLock() const { return {m_key, m_folder->path(), m_logger}; }
     [[nodiscard]] QString plainKey() const { return m_key + QLatin1Char('.') + QString::number(::getuid()); }
-    [[nodiscard]] QByteArray keyFile() const { return QFile::encodeName(QDir::tempPath() + QLatin1Char('/') + qtSemaphoreName(plainKey())); }
+    [[nodiscard]] QByteArray keyFile() const {
+        return QFile::encodeName(QDir::tempPath() + QLatin1Char('/') + qtSemaphoreName(plainKey()));
+    }
     [[nodiscard]] int object(int flags = 0) const {
         QFile file(QFile::decodeName(keyFile()));
         return file.open(QIODevice::ReadWrite) ? ::semget(::ftok(keyFile().constData(), 'Q'), 1, 0600 | flags) : -1;
@@ -95,7 +97,9 @@ void PosixSemaphoreTest::leakedCountIsRepaired() {
     const int id = object();
     const pid_t child = ::fork();
     if (child == 0) {
-        struct sembuf take {0, -1, 0}; // without undo, as older programs do
+        struct sembuf take {
+            0, -1, 0
+        }; // without undo, as older programs do
         ::_exit(::semop(id, &take, 1));
     }
     int status = -1;

@@ -33,7 +33,9 @@ private slots:
     void replacedExecutable();
 
 private:
-    [[nodiscard]] std::unique_ptr<ISharedBlock> open() const { return openSharedBlock(QStringLiteral("block"), m_folder->path()); }
+    [[nodiscard]] std::unique_ptr<ISharedBlock> open() const {
+        return openSharedBlock(QStringLiteral("block"), m_folder->path());
+    }
     [[nodiscard]] QString path() const { return m_folder->filePath(QStringLiteral("block")); }
     [[nodiscard]] bool makeFile(const QByteArray& bytes) const {
         QFile file(path());
@@ -116,7 +118,8 @@ void PosixSharedBlockTest::refused() {
     if (what == QLatin1String("open to others"))
         QVERIFY(makeFile("theirs") && ::chmod(QFile::encodeName(path()).constData(), 0666) == 0);
     else if (what == QLatin1String("link"))
-        QVERIFY(makeFile("theirs") && QFile::rename(path(), path() + QStringLiteral("2")) && QFile::link(path() + QStringLiteral("2"), path()));
+        QVERIFY(makeFile("theirs") && QFile::rename(path(), path() + QStringLiteral("2"))
+                && QFile::link(path() + QStringLiteral("2"), path()));
     else if (what == QLatin1String("folder"))
         QVERIFY(QDir().mkdir(path()));
     else
@@ -159,7 +162,7 @@ void PosixSharedBlockTest::zombieIsDead() {
     QVERIFY(child > 0);
     const bool lived = isProcessAlive(child, ownExecutablePath()) && isProcessAlive(child, QString());
     ::kill(child, SIGKILL);
-    siginfo_t info {};
+    siginfo_t info{};
     QCOMPARE(::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
     const bool livesAsZombie = ::kill(child, 0) == 0 && isProcessAlive(child, QString());
     QCOMPARE(::waitpid(child, nullptr, 0), child);

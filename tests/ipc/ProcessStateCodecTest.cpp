@@ -25,13 +25,21 @@ constexpr int blockSize = 65536;
 ProcessRecords someRecords() {
     return {{1234, QStringLiteral("/opt/App"), {{QStringLiteral("A"), true}, {QStringLiteral("B"), QStringLiteral("x\u00e9")}}},
             {4294967296LL, QString(), {}},
-            {-1, QStringLiteral(""), {{QString(), QVariant()}, {QStringLiteral("n"), -5}, {QStringLiteral("u"), 7U},
-                                      {QStringLiteral("l"), Q_INT64_C(-9000000000)}, {QStringLiteral("L"), ~Q_UINT64_C(0)},
-                                      {QStringLiteral("g"), QVariant::fromValue(77L)}, {QStringLiteral("s"), QVariant::fromValue<short>(-3)}}}};
+            {-1,
+             QStringLiteral(""),
+             {{QString(), QVariant()},
+              {QStringLiteral("n"), -5},
+              {QStringLiteral("u"), 7U},
+              {QStringLiteral("l"), Q_INT64_C(-9000000000)},
+              {QStringLiteral("L"), ~Q_UINT64_C(0)},
+              {QStringLiteral("g"), QVariant::fromValue(77L)},
+              {QStringLiteral("s"), QVariant::fromValue<short>(-3)}}}};
 }
 
 // The sizes in it are small, so that one changed bit makes them wrong.
-QByteArray withCount(const char* count, const QByteArray& rest = {}) { return QByteArray::fromHex(count) + rest; }
+QByteArray withCount(const char* count, const QByteArray& rest = {}) {
+    return QByteArray::fromHex(count) + rest;
+}
 
 int textSize(const ProcessRecords& records) {
     int size = 0;
@@ -61,11 +69,18 @@ void mutate(QByteArray& block, QRandomGenerator& random) {
 } // namespace
 
 void ProcessStateCodecTest::layout() {
-    const ProcessRecords records{{0x1234, QStringLiteral("/a"), {{QStringLiteral("A"), true}, {QStringLiteral("B"), QStringLiteral("x")}}}};
-    const QByteArray expected = QByteArray::fromHex("00000001" "0000000000001234" "00000004002f0061" // count, id, path
-                                                    "00000002"                                         // the greatest key first
-                                                    "000000020042" "0000000a00" "000000020078"
-                                                    "000000020041" "0000000100" "01");
+    const ProcessRecords records{
+        {0x1234, QStringLiteral("/a"), {{QStringLiteral("A"), true}, {QStringLiteral("B"), QStringLiteral("x")}}}};
+    const QByteArray expected = QByteArray::fromHex("00000001"
+                                                    "0000000000001234"
+                                                    "00000004002f0061" // count, id, path
+                                                    "00000002"         // the greatest key first
+                                                    "000000020042"
+                                                    "0000000a00"
+                                                    "000000020078"
+                                                    "000000020041"
+                                                    "0000000100"
+                                                    "01");
     const QByteArray block = ProcessStateCodec::encode(records, blockSize);
     QCOMPARE(block.left(expected.size()), expected);
     QCOMPARE(block.size(), blockSize);
@@ -107,8 +122,12 @@ void ProcessStateCodecTest::hostileBlocks_data() {
     QTest::addColumn<int>("properties"); // of the last record
     const QByteArray id = QByteArray::fromHex("0000000000001234");
     const QByteArray path = QByteArray::fromHex("00000004002f0061");
-    const QByteArray flagB = QByteArray::fromHex("000000020042" "0000000100" "01");
-    const QByteArray flagA = QByteArray::fromHex("000000020041" "0000000100" "01");
+    const QByteArray flagB = QByteArray::fromHex("000000020042"
+                                                 "0000000100"
+                                                 "01");
+    const QByteArray flagA = QByteArray::fromHex("000000020041"
+                                                 "0000000100"
+                                                 "01");
     const QByteArray whole = id + path + QByteArray::fromHex("00000001") + flagB;
     QTest::newRow("nothing") << QByteArray() << 0 << 0;
     QTest::newRow("shorter than a count") << QByteArray(3, '\x01') << 0 << 0;
@@ -116,20 +135,33 @@ void ProcessStateCodecTest::hostileBlocks_data() {
     QTest::newRow("ones") << QByteArray(blockSize, '\xff') << 0 << 0;
     QTest::newRow("negative count") << withCount("80000000", whole) << 0 << 0;
     QTest::newRow("greatest count") << withCount("7fffffff", whole) << 1 << 1;
-    QTest::newRow("greatest count, zeros behind") << withCount("7fffffff", QByteArray(blockSize - 4, '\0')) << 4096 << 0 /* the last without properties */;
+    QTest::newRow("greatest count, zeros behind")
+        << withCount("7fffffff", QByteArray(blockSize - 4, '\0')) << 4096 << 0 /* the last without properties */;
     QTest::newRow("id breaks off") << withCount("00000002", whole + id.left(7)) << 1 << 1;
     QTest::newRow("path breaks off") << withCount("00000002", whole + id + path.left(6)) << 1 << 1;
     QTest::newRow("path of almost 4 GiB") << withCount("00000001", id + QByteArray::fromHex("fffffffe") + path) << 0 << 0;
     QTest::newRow("path of odd length") << withCount("00000001", id + QByteArray::fromHex("00000003") + path) << 0 << 0;
-    QTest::newRow("path longer than the block by one letter") << withCount("00000001", id + QByteArray::fromHex("00000006002f0061")) << 0 << 0;
+    QTest::newRow("path longer than the block by one letter")
+        << withCount("00000001", id + QByteArray::fromHex("00000006002f0061")) << 0 << 0;
     QTest::newRow("null path") << withCount("00000001", id + QByteArray::fromHex("ffffffff00000001") + flagB) << 1 << 1;
-    QTest::newRow("greatest count of properties") << withCount("00000001", id + path + QByteArray::fromHex("ffffffff") + flagB + flagA) << 1 << 2;
-    QTest::newRow("property breaks off") << withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagA.left(10)) << 1 << 1;
+    QTest::newRow("greatest count of properties")
+        << withCount("00000001", id + path + QByteArray::fromHex("ffffffff") + flagB + flagA) << 1 << 2;
+    QTest::newRow("property breaks off") << withCount("00000001",
+                                                      id + path + QByteArray::fromHex("00000002") + flagB + flagA.left(10))
+                                         << 1 << 1;
     QTest::newRow("value of another type") << withCount("00000002", id + path + QByteArray::fromHex("00000002") + flagB
-                                                + QByteArray::fromHex("000000020041" "0000000900" "ffffffff") + whole) << 1 << 1;
+                                                                        + QByteArray::fromHex("000000020041"
+                                                                                              "0000000900"
+                                                                                              "ffffffff")
+                                                                        + whole)
+                                           << 1 << 1;
     QTest::newRow("value of a named type") << withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB
-                                                + QByteArray::fromHex("000000020041" "0000040000" "7fffffff41")) << 1 << 1;
-    QTest::newRow("the same key twice") << withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagB) << 1 << 1;
+                                                                        + QByteArray::fromHex("000000020041"
+                                                                                              "0000040000"
+                                                                                              "7fffffff41"))
+                                           << 1 << 1;
+    QTest::newRow("the same key twice") << withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagB) << 1
+                                        << 1;
 }
 
 void ProcessStateCodecTest::hostileBlocks() {
@@ -150,7 +182,8 @@ void ProcessStateCodecTest::mutatedBlocks() {
         QByteArray block = ProcessStateCodec::encode(someRecords(), 400);
         mutate(block, random);
         const auto decoded = ProcessStateCodec::decode(block);
-        QVERIFY2(decoded.records.size() * 12 <= block.size() && textSize(decoded.records) <= 2 * block.size(), qPrintable(QString::number(round)));
+        QVERIFY2(decoded.records.size() * 12 <= block.size() && textSize(decoded.records) <= 2 * block.size(),
+                 qPrintable(QString::number(round)));
         const auto again = ProcessStateCodec::decode(ProcessStateCodec::encode(decoded.records, 0));
         QVERIFY2(again.records == decoded.records, block.toHex().constData());
         QByteArray other = block.left(decoded.examined);

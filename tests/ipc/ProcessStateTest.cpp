@@ -1,5 +1,5 @@
-#include "TestKit/RecordingLogger.h"
 #include "VqUtil/Ipc/ProcessState.h"
+#include "TestKit/RecordingLogger.h"
 #include "VqUtil/Ipc/ProcessStateCodec.h"
 
 #include <QFileInfo>
@@ -91,7 +91,10 @@ private:
     [[nodiscard]] ProcessStateServices services(qint64 id) {
         return {[this](const QString&) { return std::make_unique<FakeBlock>(m_memory); },
                 [this](qint64 process, const QString& path) { return m_living.contains(process) && path == pathOf(process); },
-                id, pathOf(id), m_folder.path(), m_logger};
+                id,
+                pathOf(id),
+                m_folder.path(),
+                m_logger};
     }
     [[nodiscard]] std::unique_ptr<ProcessState> process(qint64 id) {
         m_living.insert(id);
@@ -133,8 +136,10 @@ void ProcessStateTest::query_data() {
     QTest::newRow("nothing asked") << flag(refresh) << ProcessProperties() << false;
     QTest::newRow("another flag") << flag(refresh) << flag(QStringLiteral("OAuth2TokenRefreshInProgress")) << false;
     QTest::newRow("another value") << flag(refresh) << flag(refresh, false) << false;
-    QTest::newRow("text in another case") << flag(refresh) << ProcessProperties{{key, QStringLiteral("8a6f-PRODUCT")}, {refresh, true}} << true;
-    QTest::newRow("another text") << flag(refresh) << ProcessProperties{{key, QStringLiteral("8a6f-produc")}, {refresh, true}} << false;
+    QTest::newRow("text in another case") << flag(refresh)
+                                          << ProcessProperties{{key, QStringLiteral("8a6f-PRODUCT")}, {refresh, true}} << true;
+    QTest::newRow("another text") << flag(refresh) << ProcessProperties{{key, QStringLiteral("8a6f-produc")}, {refresh, true}}
+                                  << false;
     QTest::newRow("key in another case") << flag(refresh) << flag(refresh.toLower()) << false;
     QTest::newRow("text and bool") << flag(refresh, QStringLiteral("True")) << flag(refresh) << true;
     QTest::newRow("bool and text") << flag(refresh) << flag(refresh, QStringLiteral("TRUE")) << true;
@@ -224,8 +229,10 @@ void ProcessStateTest::creation_data() {
     QTest::addColumn<bool>("canBeCreated");
     QTest::addColumn<int>("othersCreateFirst");
     QTest::addColumn<QString>("text");
-    const QString used = QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 65536 bytes.");
-    QTest::newRow("first") << false << true << 0 << QStringLiteral("Created process state shared memory %1. Shared memory size: 65536 bytes.");
+    const QString used =
+        QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 65536 bytes.");
+    QTest::newRow("first") << false << true << 0
+                           << QStringLiteral("Created process state shared memory %1. Shared memory size: 65536 bytes.");
     QTest::newRow("second") << true << true << 0 << used;
     QTest::newRow("overtaken") << false << true << 1 << used;
     QTest::newRow("refused") << false << false << 0 << QStringLiteral("Failed to create process state shared memory %1");
@@ -252,8 +259,8 @@ void ProcessStateTest::creation() {
 
 void ProcessStateTest::dumps() {
     const auto state = process(1);
-    QCOMPARE(state->dump(QStringLiteral("x")), QStringList({QStringLiteral("Process state dump (context: x):"),
-                                                            QStringLiteral("Shared memory not yet created")}));
+    QCOMPARE(state->dump(QStringLiteral("x")),
+             QStringList({QStringLiteral("Process state dump (context: x):"), QStringLiteral("Shared memory not yet created")}));
     QVERIFY(m_memory->bytes.isEmpty());
     state->setPropertyMap({{QStringLiteral("AccessTokenQueryInProgress"), true},
                            {QStringLiteral("ProductKey"), QStringLiteral("head-of-the-key-tail")},
@@ -261,16 +268,14 @@ void ProcessStateTest::dumps() {
     process(2)->setPropertyMap({});
     const QStringList lines = process(3)->dump(QStringLiteral("all of it"));
     const int used = ProcessStateCodec::decode(m_memory->bytes).used;
-    QCOMPARE(lines, QStringList({QStringLiteral("Process state dump (context: all of it):"),
-                                 QStringLiteral("Shared memory size (bytes): Total: 65536, Used: %1, Available: %2").arg(used).arg(65536 - used),
-                                 QStringLiteral("Processes (2):"),
-                                 QStringLiteral("Process 1: App1:1 (/opt/Maker/App1.bin.exe)"),
-                                 QStringLiteral("    Properties (3):"),
-                                 QStringLiteral("        AccessTokenQueryInProgress = true"),
-                                 QStringLiteral("        ProductKey = head-of-the-key-tail"),
-                                 QStringLiteral("        Text = %1"),
-                                 QStringLiteral("Process 2: App2:2 (/opt/Maker/App2.bin.exe)"),
-                                 QStringLiteral("    Properties (0):")}));
+    QCOMPARE(lines,
+             QStringList(
+                 {QStringLiteral("Process state dump (context: all of it):"),
+                  QStringLiteral("Shared memory size (bytes): Total: 65536, Used: %1, Available: %2").arg(used).arg(65536 - used),
+                  QStringLiteral("Processes (2):"), QStringLiteral("Process 1: App1:1 (/opt/Maker/App1.bin.exe)"),
+                  QStringLiteral("    Properties (3):"), QStringLiteral("        AccessTokenQueryInProgress = true"),
+                  QStringLiteral("        ProductKey = head-of-the-key-tail"), QStringLiteral("        Text = %1"),
+                  QStringLiteral("Process 2: App2:2 (/opt/Maker/App2.bin.exe)"), QStringLiteral("    Properties (0):")}));
 }
 
 void ProcessStateTest::queryDumpsBeforeItLooks() {
@@ -279,7 +284,8 @@ void ProcessStateTest::queryDumpsBeforeItLooks() {
     const auto other = process(2);
     m_logger->clear();
     QVERIFY(other->queryProperty(flag(QStringLiteral("A"))));
-    QCOMPARE(m_logger->texts(Log::Level::Debug), QStringList(other->dump(QStringLiteral("Query property")).join(QLatin1Char('\n'))));
+    QCOMPARE(m_logger->texts(Log::Level::Debug),
+             QStringList(other->dump(QStringLiteral("Query property")).join(QLatin1Char('\n'))));
     m_logger->clear();
     QVERIFY(!other->queryProperty({}));
     QVERIFY(m_logger->texts().isEmpty());
@@ -293,9 +299,11 @@ void ProcessStateTest::overfullBlock() {
     m_logger->clear();
     second->setPropertyMap(large);
     const int size = ProcessStateCodec::encode({{1, pathOf(1), flag(QStringLiteral("A"))}, {2, pathOf(2), large}}, 0).size();
-    QCOMPARE(m_logger->texts(Log::Level::Warning),
-             QStringList(QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (65536 bytes). Writing "
-                                        "only what fits and discarding the rest.").arg(size)));
+    QCOMPARE(
+        m_logger->texts(Log::Level::Warning),
+        QStringList(QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (65536 bytes). Writing "
+                                   "only what fits and discarding the rest.")
+                        .arg(size)));
     QCOMPARE(m_memory->bytes.size(), 65536);
     QCOMPARE(records().first(), ProcessRecord({1, pathOf(1), flag(QStringLiteral("A"))}));
     QVERIFY(process(3)->queryProperty(flag(QStringLiteral("A"))));
@@ -312,7 +320,9 @@ void ProcessStateTest::otherSize() {
     const auto state = process(1);
     state->setPropertyMap({{QStringLiteral("A"), true}});
     QCOMPARE(m_logger->texts(Log::Level::Information),
-             QStringList(QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 300 bytes.").arg(m_key)));
+             QStringList(
+                 QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 300 bytes.")
+                     .arg(m_key)));
     QVERIFY(process(2)->queryProperty({{QStringLiteral("A"), true}}));
     process(2)->setPropertyMap({{QStringLiteral("B"), QString(200, QLatin1Char('b'))}});
     QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
@@ -339,7 +349,8 @@ void ProcessStateTest::withoutTheLock() {
     // Without a key there is no block to share.
     ProcessState keyless(services(3));
     keyless.setKey(QString());
-    QVERIFY(!keyless.ensureCreated() && !keyless.queryProperty(flag(QStringLiteral("A"))) && keyless.setPropertyMap(flag(QStringLiteral("A"))));
+    QVERIFY(!keyless.ensureCreated() && !keyless.queryProperty(flag(QStringLiteral("A")))
+            && keyless.setPropertyMap(flag(QStringLiteral("A"))));
     QCOMPARE(m_memory->bytes, before);
 }
 

@@ -240,7 +240,8 @@ void NetworkTextTest::dumpCutsBodies_data() {
     QTest::newRow("far too many") << status(3000000) << whole << true;
     QTest::newRow("long, with little to show") << "oauth_token=" + QByteArray(3000, 'a') << "oauth_token=***" << true;
     QTest::newRow("long, not understood") << QByteArray(3000, ' ') << "<no content type, 3000 bytes>" << true;
-    QTest::newRow("short, with more to show") << QByteArray("a=1&").repeated(499) + "a=1" << QStringLiteral("a=***&").repeated(499) + "a=***" << false;
+    QTest::newRow("short, with more to show")
+        << QByteArray("a=1&").repeated(499) + "a=1" << QStringLiteral("a=***&").repeated(499) + "a=***" << false;
 }
 
 void NetworkTextTest::dumpCutsBodies() {

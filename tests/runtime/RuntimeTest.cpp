@@ -86,7 +86,8 @@ private slots:
         qputenv("VQWS_LOGLEVEL", "DEBUG");
         const auto prefix = std::make_shared<Log::LogPrefix>();
         prefix->set(QStringLiteral("prefix"));
-        const auto before = std::make_shared<Log::PrefixedLogger>(Log::makeLogger(QStringLiteral("VqWebServices.Session")), prefix);
+        const auto before =
+            std::make_shared<Log::PrefixedLogger>(Log::makeLogger(QStringLiteral("VqWebServices.Session")), prefix);
         before->warning(QStringLiteral("an early message"));
         QVERIFY(LogSetupHelper::SetupLog());
         before->error(QStringLiteral("forged\n2026-01-01T00:00:00.000Z ERROR \r\x1b[31mred\x07 %s%n"));

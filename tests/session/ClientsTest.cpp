@@ -69,7 +69,8 @@ private slots:
     void linesNameTheProductThatTheyAreAbout() {
         const auto second = QStringLiteral("second-product-0002");
         QVERIFY(m_session->AddClient({second, 1, QStringLiteral("Second"), QStringLiteral("/opt/second")}));
-        QVERIFY(m_session->SetConfiguration(second, TestKit::SessionFixture::configuration(second, QStringLiteral("demo-secret-0002"))));
+        QVERIFY(m_session->SetConfiguration(second,
+                                            TestKit::SessionFixture::configuration(second, QStringLiteral("demo-secret-0002"))));
         signIn(*m_session);
         const QStringList both{QStringLiteral("Second.0002.0"), QStringLiteral("Test product.0001.0")};
         for (const char* line : {"Constructor", "Checking if tokens need to be queried", "Creating cache objects"}) {
@@ -103,7 +104,8 @@ private slots:
         Util::SecretBytes token;
         Util::SecretBytes tokenSecret;
         QVERIFY(m_session->GetAccessToken(key, false, token, tokenSecret));
-        for (const QByteArray& hidden : {secret.toUtf8(), QByteArray(token.data(), token.size()), QByteArray(tokenSecret.data(), tokenSecret.size())})
+        for (const QByteArray& hidden :
+             {secret.toUtf8(), QByteArray(token.data(), token.size()), QByteArray(tokenSecret.data(), tokenSecret.size())})
             QVERIFY(!hidden.isEmpty() && !text.contains(hidden));
     }
 

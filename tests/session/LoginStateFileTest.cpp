@@ -105,7 +105,8 @@ private slots:
         Process second(*m_fixture);
         second.restore();
         second.takeTokens(now.addSecs(lifetime), "refreshed");
-        QCOMPARE(LoginStateSaver(second.core).saveTokens(*second.core.products.find(key, Production)), LoginStateSaver::Result::Saved);
+        QCOMPARE(LoginStateSaver(second.core).saveTokens(*second.core.products.find(key, Production)),
+                 LoginStateSaver::Result::Saved);
         // The first process knows nothing of it yet, and saves something else.
         QCOMPARE(LoginStateSaver(first.core).save(), LoginStateSaver::Result::Saved);
         QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed"));
@@ -275,7 +276,8 @@ private slots:
     // What hosts and servers call things must never keep others from reading the file.
     void writesWhatCanBeRead_data() {
         QTest::addColumn<QString>("name");
-        QTest::newRow("control character") << QStringLiteral("ad\x01""a");
+        QTest::newRow("control character") << QStringLiteral("ad\x01"
+                                                             "a");
         QTest::newRow("NUL") << QString(QChar(0)) + "ada";
         QTest::newRow("line end") << QStringLiteral("ad\r\na");
         QTest::newRow("half a character") << QString(QChar(0xd800)) + "ada";

@@ -112,7 +112,8 @@ private slots:
     void knowsTheMachineOverTheYears() {
         QStringList stored{"aa", "bb"};
         // A dock that is away for the day, and room for four.
-        for (const QStringList& present : {QStringList{"bb", "cc"}, QStringList{"bb"}, QStringList{"dd", "cc"}, QStringList{"ee", "dd"}}) {
+        for (const QStringList& present :
+             {QStringList{"bb", "cc"}, QStringList{"bb"}, QStringList{"dd", "cc"}, QStringList{"ee", "dd"}}) {
             QVERIFY(isSameMachine(stored.join('|'), present));
             stored = joinedMachineAddress(renewedAddresses(stored, present), 11).split('|');
         }

@@ -69,7 +69,8 @@ private slots:
 
     // Whoever is the next to have the lock, and does not come to take it, does not keep it from the others.
     void aWaiterThatStandsStillDelaysNobody() {
-        SaveHelper waiter({QStringLiteral("obey"), m_fixture->folder.path(), m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
+        SaveHelper waiter(
+            {QStringLiteral("obey"), m_fixture->folder.path(), m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
         QTest::qWait(700);
         QVERIFY(TestKit::stopProcess(waiter.processId()));
         m_holder->closeWriteChannel();

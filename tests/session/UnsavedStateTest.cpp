@@ -197,7 +197,8 @@ void UnsavedStateTest::keepsOAuth2TokensOfUsersApart_data() {
     QTest::addColumn<bool>("isBlocked");
     QTest::addColumn<QString>("logged");
     QTest::newRow("below another user") << false << "Login state not found for this product in the login state file.";
-    QTest::newRow("no file to write") << true << "Failed to save OAuth2 access token for product Product of demo-product-0001 to login state file ";
+    QTest::newRow("no file to write")
+        << true << "Failed to save OAuth2 access token for product Product of demo-product-0001 to login state file ";
 }
 
 void UnsavedStateTest::keepsOAuth2TokensOfUsersApart() {
@@ -214,7 +215,8 @@ void UnsavedStateTest::keepsOAuth2TokensOfUsersApart() {
     if (isBlocked)
         blocked.emplace(m_fixture->file());
     const OAuth2TokenData token{RT, QString(), m_fixture->cryptor->encrypt("token"), QDateTime::currentDateTimeUtc().addSecs(60)};
-    QCOMPARE(LoginStateSaver(second.core).saveOAuth2(*second.core.configuredProduct(key), token), LoginStateSaver::Result::Failed);
+    QCOMPARE(LoginStateSaver(second.core).saveOAuth2(*second.core.configuredProduct(key), token),
+             LoginStateSaver::Result::Failed);
     blocked.reset();
     QVERIFY(m_fixture->hasLogged(logged));
     QCOMPARE(m_fixture->fileContents(), before);

@@ -12,9 +12,49 @@ RandomRequests::RandomRequests(const IVqOAuthHost& host, quint32 seed)
 
 // UTF-8 text of blanks, reserved and unreserved characters, and characters of two to four bytes.
 QByteArray RandomRequests::text(int longest) {
-    static const char* const pieces[] = {"a", "B", "0", "9", "-", ".", "_", "~", " ", "+", "%", "&", "=", "/", "?", "#", ":", ";", ",", "@", "!",
-                                         "*", "'", "(", ")", "$", "[", "]", "\"", "<", "\\", "^", "`", "{", "|", "%20", "%2B", "\xc3\xa4",
-                                         "\xe2\x82\xac", "\xf0\x9f\x94\x91", "\t", "\n", "\x7f"};
+    static const char* const pieces[] = {"a",
+                                         "B",
+                                         "0",
+                                         "9",
+                                         "-",
+                                         ".",
+                                         "_",
+                                         "~",
+                                         " ",
+                                         "+",
+                                         "%",
+                                         "&",
+                                         "=",
+                                         "/",
+                                         "?",
+                                         "#",
+                                         ":",
+                                         ";",
+                                         ",",
+                                         "@",
+                                         "!",
+                                         "*",
+                                         "'",
+                                         "(",
+                                         ")",
+                                         "$",
+                                         "[",
+                                         "]",
+                                         "\"",
+                                         "<",
+                                         "\\",
+                                         "^",
+                                         "`",
+                                         "{",
+                                         "|",
+                                         "%20",
+                                         "%2B",
+                                         "\xc3\xa4",
+                                         "\xe2\x82\xac",
+                                         "\xf0\x9f\x94\x91",
+                                         "\t",
+                                         "\n",
+                                         "\x7f"};
     QByteArray made;
     for (int left = below(longest + 1); left > 0; --left)
         made += pieces[below(static_cast<int>(std::size(pieces)))];
@@ -47,7 +87,8 @@ Parameters RandomRequests::parameters(int most) {
 }
 
 QByteArray RandomRequests::url() {
-    static const char* const hosts[] = {"example.com", "EXAMPLE.Com", "a.b-c.example", "127.0.0.1", "[2001:DB8::1]", "xn--bcher-kva.example"};
+    static const char* const hosts[] = {"example.com", "EXAMPLE.Com",   "a.b-c.example",
+                                        "127.0.0.1",   "[2001:DB8::1]", "xn--bcher-kva.example"};
     static const char* const ports[] = {"", "", ":80", ":443", ":8443"};
     QByteArray made = below(2) ? "https://" : "http://";
     made += hosts[below(static_cast<int>(std::size(hosts)))];
@@ -78,7 +119,8 @@ QJsonObject RandomRequests::next() {
     if (below(4) == 0)
         request.parameters.append({"oauth_session_handle", text(20)});
     const bool hasToken = below(3) != 0;
-    const Credentials keys{'k' + text(20), text(40), hasToken ? 't' + text(20) : QByteArray(), hasToken ? text(40) : QByteArray()};
+    const Credentials keys{'k' + text(20), text(40), hasToken ? 't' + text(20) : QByteArray(),
+                           hasToken ? text(40) : QByteArray()};
     const QByteArray output = VqOAuthWrapper(m_host).CreateOauthParameterString(request, keys, form);
     const QUrl sent = form == OutputForm::Query ? withParameters(request.url, output) : request.url;
     return {{"method", QString::fromLatin1(request.method)},

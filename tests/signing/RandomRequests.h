@@ -13,8 +13,8 @@ class RandomRequests {
 public:
     RandomRequests(const OAuth::IVqOAuthHost& host, quint32 seed);
 
-    /// A signed request for another implementation to check: "method", "url" and "body" as sent, "authorization" (may be empty), and
-    /// the secrets. "signed" is false when signing failed.
+    /// A signed request for another implementation to check: "method", "url" and "body" as sent, "authorization" (may be empty),
+    /// and the secrets. "signed" is false when signing failed.
     [[nodiscard]] QJsonObject next();
 
 private:

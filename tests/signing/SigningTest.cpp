@@ -54,7 +54,8 @@ QByteArray hmac(const IVqOAuthHost& host, const QByteArray& key, const QByteArra
     return result && length == digest.size() ? digest : QByteArray();
 }
 
-QByteArray sign(const QUrl& url, const Parameters& parameters = {}, OutputForm form = OutputForm::Header, const Credentials& with = keys) {
+QByteArray sign(const QUrl& url, const Parameters& parameters = {}, OutputForm form = OutputForm::Header,
+                const Credentials& with = keys) {
     const KnownHost host;
     return VqOAuthWrapper(host).CreateOauthParameterString({"POST", url, parameters}, with, form);
 }
@@ -95,22 +96,28 @@ void SigningTest::rfcExamples_data() {
     QTest::addColumn<QByteArray>("base"); // empty: the document prints none
     QTest::addColumn<QByteArray>("signature");
     const QByteArray client = "oauth_consumer_key=dpf43f3p2l4k3l03&oauth_signature_method=HMAC-SHA1&";
-    QTest::newRow("1.2 initiate") << QByteArray("POST") << QByteArray("https://photos.example.net/initiate")
+    QTest::newRow("1.2 initiate")
+        << QByteArray("POST") << QByteArray("https://photos.example.net/initiate")
         << client + "oauth_timestamp=137131200&oauth_nonce=wIjqoS&oauth_callback=http%3A%2F%2Fprinter.example.com%2Fready"
         << QByteArray("kd94hf93k423kf44&") << QByteArray() << QByteArray("74KNZJeDHnMBp0EMJ9ZHt/XKycU=");
-    QTest::newRow("1.2 token") << QByteArray("POST") << QByteArray("https://photos.example.net/token")
+    QTest::newRow("1.2 token")
+        << QByteArray("POST") << QByteArray("https://photos.example.net/token")
         << client + "oauth_token=hh5s93j4hdidpola&oauth_timestamp=137131201&oauth_nonce=walatlh&oauth_verifier=hfdp7dh39dks9884"
         << QByteArray("kd94hf93k423kf44&hdhd0244k9j7ao03") << QByteArray() << QByteArray("gKgrFCywp7rO0OXSjdot/IHF7IU=");
-    QTest::newRow("1.2 photos") << QByteArray("GET") << QByteArray("http://photos.example.net/photos?file=vacation.jpg&size=original")
-        << client + "oauth_token=nnch734d00sl2jdk&oauth_timestamp=137131202&oauth_nonce=chapoH"
-        << QByteArray("kd94hf93k423kf44&pfkkdhi9sl3r4s00") << QByteArray() << QByteArray("MdpQcU8iPSUjWoN/UDMsK2sui9I=");
-    QTest::newRow("3.4.1.1") << QByteArray("POST") << QByteArray("http://example.com/request?b5=%3D%253D&a3=a&c%40=&a2=r%20b")
+    QTest::newRow("1.2 photos") << QByteArray("GET")
+                                << QByteArray("http://photos.example.net/photos?file=vacation.jpg&size=original")
+                                << client + "oauth_token=nnch734d00sl2jdk&oauth_timestamp=137131202&oauth_nonce=chapoH"
+                                << QByteArray("kd94hf93k423kf44&pfkkdhi9sl3r4s00") << QByteArray()
+                                << QByteArray("MdpQcU8iPSUjWoN/UDMsK2sui9I=");
+    QTest::newRow("3.4.1.1")
+        << QByteArray("POST") << QByteArray("http://example.com/request?b5=%3D%253D&a3=a&c%40=&a2=r%20b")
         << QByteArray("oauth_consumer_key=9djdj82h48djs9d2&oauth_token=kkk9d7dh3k39sjv7&oauth_signature_method=HMAC-SHA1&"
                       "oauth_timestamp=137131201&oauth_nonce=7d8f3e4a&c2&a3=2+q")
         << QByteArray("j49sk3j29djd&dh893hdasih9")
-        << QByteArray("POST&http%3A%2F%2Fexample.com%2Frequest&a2%3Dr%2520b%26a3%3D2%2520q%26a3%3Da%26b5%3D%253D%25253D%26c%2540%3D%26c2%3D%26"
-                      "oauth_consumer_key%3D9djdj82h48djs9d2%26oauth_nonce%3D7d8f3e4a%26oauth_signature_method%3DHMAC-SHA1%26"
-                      "oauth_timestamp%3D137131201%26oauth_token%3Dkkk9d7dh3k39sjv7")
+        << QByteArray(
+               "POST&http%3A%2F%2Fexample.com%2Frequest&a2%3Dr%2520b%26a3%3D2%2520q%26a3%3Da%26b5%3D%253D%25253D%26c%2540%3D%26c2%3D%26"
+               "oauth_consumer_key%3D9djdj82h48djs9d2%26oauth_nonce%3D7d8f3e4a%26oauth_signature_method%3DHMAC-SHA1%26"
+               "oauth_timestamp%3D137131201%26oauth_token%3Dkkk9d7dh3k39sjv7")
         << QByteArray("r6/TJjbCOr97/+UU0NsvSne7s5g=");
 }
 
@@ -141,7 +148,8 @@ void SigningTest::digests_data() {
     row("1", QByteArray(20, '\x0b'), "Hi There", "b617318655057264e28bc0b6fb378c8ef146be00");
     row("2", "Jefe", "what do ya want for nothing?", "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79");
     row("3", QByteArray(20, '\xaa'), QByteArray(50, '\xdd'), "125d7342b9ac11cd91a39af48aa17b4f63f175d3");
-    row("6", QByteArray(80, '\xaa'), "Test Using Larger Than Block-Size Key - Hash Key First", "aa4ae5e15272d00e95705637ce8a3b55ed402112");
+    row("6", QByteArray(80, '\xaa'), "Test Using Larger Than Block-Size Key - Hash Key First",
+        "aa4ae5e15272d00e95705637ce8a3b55ed402112");
     row("7", QByteArray(80, '\xaa'), "Test Using Larger Than Block-Size Key and Larger Than One Block-Size Data",
         "e8e99d0f45237d786d6bbaa7965c7808bbff1a91");
 }
@@ -196,7 +204,9 @@ void SigningTest::urls_data() {
     QTest::addColumn<QByteArray>("url");
     QTest::addColumn<QByteArray>("base"); // empty: refused
     QTest::addColumn<QByteArray>("query");
-    const auto row = [](const char* url, const char* base, const char* query = "") { QTest::newRow(url) << QByteArray(url) << QByteArray(base) << QByteArray(query); };
+    const auto row = [](const char* url, const char* base, const char* query = "") {
+        QTest::newRow(url) << QByteArray(url) << QByteArray(base) << QByteArray(query);
+    };
     row("HTTP://EXAMPLE.COM:80/r%20v/X?id=123", "http://example.com/r%20v/X", "id=123");
     row("https://www.example.net:8080/?q=1", "https://www.example.net:8080/", "q=1");
     row("https://example.com:443", "https://example.com/");
@@ -247,7 +257,8 @@ void SigningTest::forms_data() {
     QTest::newRow("query") << int(OutputForm::Query) << true
                            << query + "oauth_token=token%2F1&oauth_version=1.0&oauth_signature=" + withToken;
     QTest::newRow("body") << int(OutputForm::FormBody) << true
-                          << "name=b&name=a%20%2B&empty=&" + query + "oauth_token=token%2F1&oauth_version=1.0&oauth_signature=" + withToken;
+                          << "name=b&name=a%20%2B&empty=&" + query
+                                 + "oauth_token=token%2F1&oauth_version=1.0&oauth_signature=" + withToken;
     QTest::newRow("header, no token") << int(OutputForm::Header) << false
                                       << header + "oauth_version=\"1.0\",oauth_signature=\"" + withoutToken + '"';
 }
@@ -267,10 +278,11 @@ void SigningTest::refused_data() {
     QTest::newRow("invalid URL") << "https://exa mple.com:99999/" << QByteArray("a");
     QTest::newRow("relative URL") << "/path" << QByteArray("a");
     QTest::newRow("another scheme") << "ftp://example.com/" << QByteArray("a");
-    for (const char* const name : {"oauth_consumer_key", "oauth_nonce", "oauth_signature", "oauth_signature_method", "oauth_timestamp",
-                                   "oauth_token", "oauth_version"}) {
+    for (const char* const name : {"oauth_consumer_key", "oauth_nonce", "oauth_signature", "oauth_signature_method",
+                                   "oauth_timestamp", "oauth_token", "oauth_version"}) {
         QTest::addRow("%s given", name) << "https://example.com/" << QByteArray(name);
-        QTest::addRow("%s in the query", name) << QStringLiteral("https://example.com/?%1=x").arg(QLatin1String(name)) << QByteArray("a");
+        QTest::addRow("%s in the query", name)
+            << QStringLiteral("https://example.com/?%1=x").arg(QLatin1String(name)) << QByteArray("a");
     }
     QTest::newRow("encoded name in the query") << "https://example.com/?%6fauth_nonce" << QByteArray("a");
 }
@@ -287,7 +299,8 @@ void SigningTest::extensionsAreWritten() {
     const QByteArray header = sign(url, {{"oauth_callback", "oob"}, {"oauth_session_handle", "h/1"}, {"own", "x"}});
     QVERIFY(header.startsWith("oauth_callback=\"oob\",oauth_consumer_key="));
     QVERIFY(header.contains(",oauth_session_handle=\"h%2F1\",") && !header.contains("own"));
-    QVERIFY(sign(url, {{"oauth_session_handle", "other"}, {"oauth_callback", "oob"}, {"own", "x"}}).right(40) != header.right(40));
+    QVERIFY(sign(url, {{"oauth_session_handle", "other"}, {"oauth_callback", "oob"}, {"own", "x"}}).right(40)
+            != header.right(40));
     const KnownHost host;
     QVERIFY(VqOAuthWrapper(host).CreateOauthParameterString({"", url, {}}, keys, OutputForm::Header).isEmpty());
     QVERIFY(sign(url, {}, OutputForm::Header, {{}, "secret", "token", "secret"}).isEmpty());
@@ -343,7 +356,8 @@ void SigningTest::parametersInUrls_data() {
     QTest::newRow("no query") << "https://example.com/a" << QByteArray("https://example.com/a?p=%2B%25");
     QTest::newRow("query") << "https://example.com/a?b=%26%3D+%2B" << QByteArray("https://example.com/a?b=%26%3D+%2B&p=%2B%25");
     QTest::newRow("fragment stays at the end") << "https://example.com/a?b#c" << QByteArray("https://example.com/a?b&p=%2B%25#c");
-    QTest::newRow("non-ASCII") << QStringLiteral("https://example.com/?\u00e4") << QByteArray("https://example.com/?%C3%A4&p=%2B%25");
+    QTest::newRow("non-ASCII") << QStringLiteral("https://example.com/?\u00e4")
+                               << QByteArray("https://example.com/?%C3%A4&p=%2B%25");
 }
 
 void SigningTest::parametersInUrls() {
@@ -355,8 +369,9 @@ void SigningTest::methodNames() {
     QByteArray joined;
     for (int index = -2; index < 30; ++index)
         joined += httpMethodName(index) + ' ';
-    QCOMPARE(joined.simplified(), QByteArray("GET POST PUT DELETE HEAD OPTIONS TRACE PROPFIND MOVE COPY LOCK UNLOCK CHECKIN CHECKOUT "
-                                             "CANCELUPLOAD REPORT UPDATE PROPPATCH GETLIB VERSIONCONTROL"));
+    QCOMPARE(joined.simplified(),
+             QByteArray("GET POST PUT DELETE HEAD OPTIONS TRACE PROPFIND MOVE COPY LOCK UNLOCK CHECKIN CHECKOUT "
+                        "CANCELUPLOAD REPORT UPDATE PROPPATCH GETLIB VERSIONCONTROL"));
 }
 
 QTEST_APPLESS_MAIN(SigningTest)

@@ -9,8 +9,8 @@
 
 namespace Velquor::TestKit {
 
-/// A signed-in product for token workers that live on the test's own thread, under a clock that the test sets. What other processes
-/// do, it does when the test says so. Thread: the test's. Owner: the test.
+/// A signed-in product for token workers that live on the test's own thread, under a clock that the test sets. What other
+/// processes do, it does when the test says so. Thread: the test's. Owner: the test.
 class FakeTokenOwner : public SilentTokenOwner {
 public:
     explicit FakeTokenOwner(SessionFixture& fixture)

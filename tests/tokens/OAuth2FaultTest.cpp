@@ -16,7 +16,9 @@ namespace {
 
 const auto unavailable = QByteArray("503 Service Unavailable");
 
-QByteArray goodReply() { return answer("200 OK", R"({"access_token": "new-oauth2-token", "expires_in": 3600})"); }
+QByteArray goodReply() {
+    return answer("200 OK", R"({"access_token": "new-oauth2-token", "expires_in": 3600})");
+}
 
 } // namespace
 
@@ -161,9 +163,9 @@ void OAuth2FaultTest::queriesOfOthers() {
     m_fetcher->TokenAcquired();
     waitForEnd(*m_fetcher);
     QCOMPARE(requests(), isOurs ? 0 : 1);
-    QCOMPARE(m_fixture->hasLogged(
-                 QStringLiteral("OAuth2 token query is in progress in another process. Waiting for it to finish.")),
-             isOurs);
+    QCOMPARE(
+        m_fixture->hasLogged(QStringLiteral("OAuth2 token query is in progress in another process. Waiting for it to finish.")),
+        isOurs);
     QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
 }
 

@@ -49,8 +49,9 @@ private slots:
             QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, false));
         else
             QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QTRY_VERIFY(m_fixture->hasLogged(isRefresh ? QStringLiteral("Starting network operation in separate thread to refresh OAuth2")
-                                                   : QStringLiteral("Getting OAuth2 token")));
+        QTRY_VERIFY(m_fixture->hasLogged(isRefresh
+                                             ? QStringLiteral("Starting network operation in separate thread to refresh OAuth2")
+                                             : QStringLiteral("Getting OAuth2 token")));
         logout(*other);
         QTRY_VERIFY(m_fixture->hasLogged(logged));
         QVERIFY(!m_fixture->fileContents().contains("LoginSession"));

@@ -32,7 +32,8 @@ public:
     int loggedOut = 0;
 };
 
-/// What the tests of OAuth2 tokens share: a product that is signed in at the account service, and looks at what was sent and stored.
+/// What the tests of OAuth2 tokens share: a product that is signed in at the account service, and looks at what was sent and
+/// stored.
 class OAuth2Fixture : public TestKit::ServiceTest {
 protected:
     void begin() {
@@ -98,7 +99,8 @@ protected:
         }
     }
 
-    template <class Edit> void editProduct(const Edit& edit) {
+    template <class Edit>
+    void editProduct(const Edit& edit) {
         QDomDocument document;
         QVERIFY(document.setContent(m_fixture->fileContents()));
         QDomElement product = productOf(document);

@@ -20,9 +20,11 @@ private slots:
         QTest::addColumn<QString>("refresh");
         const auto names = QStringLiteral("client_id&client_secret&oauth1_token&oauth1_secret&token_type=");
         QTest::newRow("RT without scope") << rt << names << names;
-        QTest::newRow("RT with scope") << OAuth2TokenSpec(RT, L" b & c=d  a%20") << names + "&scope=& a%20 b c=d" << names + "&scope=& a%20 b c=d";
+        QTest::newRow("RT with scope") << OAuth2TokenSpec(RT, L" b & c=d  a%20") << names + "&scope=& a%20 b c=d"
+                                       << names + "&scope=& a%20 b c=d";
         QTest::newRow("JWT") << jwt << names + "jwt&scope=data openid" << names + "Jwt&scope=data openid";
-        QTest::newRow("the older interface") << OAuth2Settings::legacySpec() << names + "&scope=legacy" << names + "&scope=legacy";
+        QTest::newRow("the older interface")
+            << OAuth2Settings::legacySpec() << names + "&scope=legacy" << names + "&scope=legacy";
     }
 
     void queriesAndRefreshes() {
@@ -52,9 +54,9 @@ private slots:
                                      << "Failed to refresh OAuth2 token. OAuth2 is not enabled.";
         QTest::newRow("not signed in") << true << false << "GetOAuth2AccessToken failed: Not logged in. Returning empty token."
                                        << "Failed to refresh OAuth2 token. User not logged in.";
-        QTest::newRow("another spec") << true << true
-                                      << "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type JWT and scope data openid."
-                                      << "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type JWT and scope data openid.";
+        QTest::newRow("another spec")
+            << true << true << "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type JWT and scope data openid."
+            << "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type JWT and scope data openid.";
     }
 
     void refuses() {
@@ -89,8 +91,8 @@ private slots:
     void withoutKeysNothingIsAsked() {
         m_session = makeSession({rt}, TestKit::SessionFixture::configuration(key, QStringLiteral("demo-secret-0001")));
         QVERIFY(m_session->RestoreLogin(key, false));
-        QVERIFY(m_fixture->hasLogged(
-            QStringLiteral("OAuth2 enabled, but OAuth2 consumer keys are not set for Production server.")));
+        QVERIFY(
+            m_fixture->hasLogged(QStringLiteral("OAuth2 enabled, but OAuth2 consumer keys are not set for Production server.")));
         QVERIFY(ask(rt).isEmpty());
         QVERIFY(m_fixture->hasLogged(QStringLiteral("Cannot query OAuth2 token. OAuth2 keys not set.")));
         QCOMPARE(forms(), QStringList());
@@ -134,15 +136,19 @@ private slots:
         QTest::addColumn<QJsonObject>("details");
         QTest::addColumn<QString>("logged");
         const auto unparsable = QStringLiteral("Failed to parse server response. Will retry after 30 s. Response body:");
-        const auto body = [](const char* json) { return QJsonObject{{"status", 200}, {"body", json}, {"content_type", "application/json"}}; };
+        const auto body = [](const char* json) {
+            return QJsonObject{{"status", 200}, {"body", json}, {"content_type", "application/json"}};
+        };
         QTest::newRow("dropped") << "drop" << QJsonObject() << "Failed to get OAuth2 token. Will retry after 30 s. ";
         QTest::newRow("500") << "status" << QJsonObject{{"status", 500}} << "Failed to get OAuth2 token. Will retry after 30 s. ";
         QTest::newRow("400") << "status" << QJsonObject{{"status", 400}} << "Failed to get OAuth2 token. Will retry after 30 s. ";
         QTest::newRow("captive portal") << "html" << QJsonObject() << unparsable;
         QTest::newRow("empty") << "status" << QJsonObject{{"status", 200}} << "Response body from server is empty.";
-        QTest::newRow("negative lifetime") << "status" << body(R"({"access_token": "canary-token", "expires_in": -1})") << unparsable;
+        QTest::newRow("negative lifetime") << "status" << body(R"({"access_token": "canary-token", "expires_in": -1})")
+                                           << unparsable;
         QTest::newRow("no lifetime") << "status" << body(R"({"access_token": "canary-token"})") << unparsable;
-        QTest::newRow("a token that is none") << "status" << body(R"({"access_token": "canary token", "expires_in": 9})") << unparsable;
+        QTest::newRow("a token that is none")
+            << "status" << body(R"({"access_token": "canary token", "expires_in": 9})") << unparsable;
     }
 
     void failedQueriesAreTriedAgain() {

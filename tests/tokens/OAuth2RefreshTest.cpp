@@ -33,12 +33,14 @@ private slots:
         QVERIFY(other->RestoreLogin(key, false));
         slowDown(700);
         QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &jwt, false));
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: ")));
+        QTRY_VERIFY(
+            m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: ")));
         QVERIFY(other->oauth2().RefreshOAuth2Token(key, &jwt, true));
         QVERIFY(askOf(*other, jwt) != first);
         QCOMPARE(askOf(*other, jwt), ask(jwt));
         QCOMPARE(forms().size(), 2);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process.")));
+        QVERIFY(m_fixture->hasLogged(
+            QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process.")));
     }
 
     // Neither begins while the other has its lock, whichever comes first, and both come through.
@@ -60,7 +62,8 @@ private slots:
         timer.start();
         if (oauth2First) {
             QVERIFY(other->oauth2().RefreshOAuth2Token(key, &rt, false));
-            QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token")));
+            QTRY_VERIFY(
+                m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token")));
             QVERIFY(m_session->RefreshToken(key, true));
             QVERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh is in progress. Waiting for it to finish.")));
         } else {
@@ -79,15 +82,18 @@ private slots:
         QTest::addColumn<QJsonObject>("details");
         QTest::addColumn<QString>("logged");
         QTest::addColumn<QString>("timer");
-        QTest::newRow("dropped") << "drop" << QJsonObject() << "Failed to refresh OAuth2 token. Will retry token refresh after 1 min. "
+        QTest::newRow("dropped") << "drop" << QJsonObject()
+                                 << "Failed to refresh OAuth2 token. Will retry token refresh after 1 min. "
                                  << "1 min";
         QTest::newRow("HTML") << "html" << QJsonObject() << "Failed to refresh OAuth2 token. Failed to parse server response."
                               << "1 min";
         QTest::newRow("401") << "status" << QJsonObject{{"status", 401}}
-                             << "OAuth2 token refresh retry process active: Retry attempts so far: 1 in " << "7 s";
-        QTest::newRow("503") << "status" << QJsonObject{{"status", 503}}
-                             << "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at"
+                             << "OAuth2 token refresh retry process active: Retry attempts so far: 1 in "
                              << "7 s";
+        QTest::newRow("503")
+            << "status" << QJsonObject{{"status", 503}}
+            << "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at"
+            << "7 s";
     }
 
     void aFailedRefreshKeepsTheToken() {
@@ -133,7 +139,8 @@ private slots:
         QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
         QTRY_COMPARE(observer.loggedOut, 1);
         QVERIFY(!m_session->isLoggedIn(QString()));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Permanently failed to refresh OAuth2 token after %1 attempts in ").arg(isEmpty ? 0 : 3)));
+        QVERIFY(m_fixture->hasLogged(
+            QStringLiteral("Permanently failed to refresh OAuth2 token after %1 attempts in ").arg(isEmpty ? 0 : 3)));
         m_session->observers().remove(&observer);
     }
 
@@ -156,7 +163,8 @@ private slots:
         QVERIFY(!ask(rt).isEmpty());
         QVERIFY(m_service.addFault(endPoint, QStringLiteral("status"), {{"status", 400}, {"delay_ms", 700}}));
         std::thread asking([this] { QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true)); });
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token")));
+        QTRY_VERIFY(
+            m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token")));
         editProduct([this](QDomElement& product) {
             QDomElement token = product.firstChildElement("OAuth2Tokens").firstChildElement("OAuth2Token");
             putSecret(token, "Token", "newer-token");

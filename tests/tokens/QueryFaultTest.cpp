@@ -22,9 +22,7 @@ private slots:
     void withoutLocks();
 
 private:
-    void makeFetcher() {
-        m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, QStringLiteral("digest"));
-    }
+    void makeFetcher() { m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, QStringLiteral("digest")); }
     [[nodiscard]] int interval() const { return WorkerFixture::interval(*m_fetcher); }
     void query() {
         QVERIFY(m_fetcher->CheckAutomaticLogin());
@@ -67,8 +65,8 @@ void QueryFaultTest::failures() {
     QCOMPARE(interval(), -1);
     QCOMPARE(requests(), tries);
     QCOMPARE(m_fixture->hasLogged(QStringLiteral("Failed to query token after 5 attempts. Giving up token query.")), tries == 6);
-    QVERIFY(m_fixture->hasLogged(
-        QStringLiteral("Failed to login automatically using another product's login credentials. Try to logout and login again.")));
+    QVERIFY(m_fixture->hasLogged(QStringLiteral(
+        "Failed to login automatically using another product's login credentials. Try to logout and login again.")));
     QVERIFY(!m_owner->held.areComplete());
 }
 

@@ -50,7 +50,8 @@ void RefreshFaultTest::init() {
 
 void RefreshFaultTest::makeRefresher(const QString& lockFolder) {
     m_refresher.reset();
-    m_controller = std::make_unique<RefreshController>(QStringLiteral("digest"), lockFolder, m_owner->productKey(), m_fixture->logger);
+    m_controller =
+        std::make_unique<RefreshController>(QStringLiteral("digest"), lockFolder, m_owner->productKey(), m_fixture->logger);
     m_refresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
                                                    LostAnswerMark(QStringLiteral("digest"), m_fixture->folder.path()));
     m_owner->held.expiryDate = m_owner->clock.addSecs(301);

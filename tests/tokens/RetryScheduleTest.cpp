@@ -43,7 +43,8 @@ private slots:
     void theDefaultLasts48Hours() {
         const QVector<qint64> times = failAlways(defaultRetrySchedule(), 1000);
         // So many tries at this interval; the next entry begins with the first failure at or after the end of the period.
-        const QVector<QPair<int, qint64>> steps{{5, minute}, {5, 2 * minute}, {5, 4 * minute}, {5, 16 * minute}, {24, 30 * minute}};
+        const QVector<QPair<int, qint64>> steps{
+            {5, minute}, {5, 2 * minute}, {5, 4 * minute}, {5, 16 * minute}, {24, 30 * minute}};
         qint64 expected = 0;
         int index = 0;
         for (const auto& step : steps) {
@@ -72,7 +73,8 @@ private slots:
         QTest::newRow("no period") << RetrySchedule{0, {{0, 10}, {0, 20}, {0, 40}}} << Times{20, 60, 100, 140} << true;
         QTest::newRow("the maximum in the middle of an entry") << RetrySchedule{25, {{100, 10}}} << Times{10, 20, 30} << false;
         QTest::newRow("the maximum hit exactly") << RetrySchedule{20, {{100, 10}}} << Times{10, 20} << false;
-        QTest::newRow("the last interval until the maximum") << RetrySchedule{60, {{10, 10}, {10, 20}}} << Times{10, 30, 50, 70} << false;
+        QTest::newRow("the last interval until the maximum")
+            << RetrySchedule{60, {{10, 10}, {10, 20}}} << Times{10, 30, 50, 70} << false;
     }
 
     void endsWhenItShould() {
@@ -121,9 +123,9 @@ private slots:
         QVERIFY(schedules.inForce("p", OAuth2TokenSpec(RT, L"A B")) == two);
         QVERIFY(schedules.inForce("p", jwt) == one);
         QVERIFY(schedules.inForce("q", rt) == one);
-        for (const RetrySchedule& bad : {RetrySchedule{-1, {}}, RetrySchedule{0, {{-1, 1}}}, RetrySchedule{0, {{1, 0}}},
-                                         RetrySchedule{0, {{1, qint64(1) << 31}}},
-                                         RetrySchedule{0, std::vector<RetrySchedule::Entry>(1001, {1, 1})}}) {
+        for (const RetrySchedule& bad :
+             {RetrySchedule{-1, {}}, RetrySchedule{0, {{-1, 1}}}, RetrySchedule{0, {{1, 0}}},
+              RetrySchedule{0, {{1, qint64(1) << 31}}}, RetrySchedule{0, std::vector<RetrySchedule::Entry>(1001, {1, 1})}}) {
             QVERIFY(!schedules.set(bad));
             QVERIFY(!schedules.set("p", jwt, bad));
         }
@@ -139,8 +141,12 @@ private slots:
     void replies_data() {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<qint64>("seconds");
-        const auto with = [](const char* lifetime) { return QByteArray(R"({"access_token": "t", "expires_in": )") + lifetime + '}'; };
-        const auto row = [](const char* name, const QByteArray& body, qint64 seconds = -1) { QTest::newRow(name) << body << seconds; };
+        const auto with = [](const char* lifetime) {
+            return QByteArray(R"({"access_token": "t", "expires_in": )") + lifetime + '}';
+        };
+        const auto row = [](const char* name, const QByteArray& body, qint64 seconds = -1) {
+            QTest::newRow(name) << body << seconds;
+        };
         row("number", with("3600"), 3600);
         row("number with a fraction of nothing", with("3600.0"), 3600);
         row("text", with("\"3600\""), 3600);

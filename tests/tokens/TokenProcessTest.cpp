@@ -48,7 +48,8 @@ private slots:
             QVERIFY(!tokens.first().isEmpty());
             QCOMPARE(requests() - before, 1);
         }
-        TestKit::figure(QStringLiteral("longest wait of 8 processes with 4 threads for an expired token"), QStringLiteral("one refresh a round, < 5 s"),
+        TestKit::figure(QStringLiteral("longest wait of 8 processes with 4 threads for an expired token"),
+                        QStringLiteral("one refresh a round, < 5 s"),
                         QStringLiteral("%1 ms (%2 rounds)").arg(m_longest).arg(rounds));
         QVERIFY2(m_longest < 5000, qPrintable(QString::number(m_longest)));
     }
@@ -103,16 +104,14 @@ private slots:
 private:
     void start(const QString& consumerKey, const QString& consumerSecret, int count) {
         for (int process = 0; process < count; ++process)
-            m_helpers.push_back(std::make_unique<TokenHelper>(
-                QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(), m_service.authorityFile(),
-                            consumerKey, consumerSecret}));
+            m_helpers.push_back(
+                std::make_unique<TokenHelper>(QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(),
+                                                          m_service.authorityFile(), consumerKey, consumerSecret}));
         for (const auto& helper : m_helpers)
             QVERIFY(helper->answer().value("ready").toBool());
     }
 
-    void startAll(const QString& consumerKey, const QString& consumerSecret) {
-        start(consumerKey, consumerSecret, processCount);
-    }
+    void startAll(const QString& consumerKey, const QString& consumerSecret) { start(consumerKey, consumerSecret, processCount); }
 
     /// Lets every thread of every process ask at once; the different tokens that they were given.
     QStringList askAll(qint64 clockOffset, const QString& command = QStringLiteral("ask %1 %2")) {

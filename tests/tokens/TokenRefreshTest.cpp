@@ -242,8 +242,7 @@ private slots:
 
     void aSecondProductOfTheSameProcessSignsInAfterTheFirst() {
         m_session->AddClient({secondKey, 1, QStringLiteral("Second"), QStringLiteral("/opt/second")});
-        QVERIFY(m_session->SetConfiguration(secondKey,
-                                            TestKit::SessionFixture::configuration(secondKey, secondSecret)));
+        QVERIFY(m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret)));
         QTRY_VERIFY(m_session->isLoggedIn(secondKey));
         QVERIFY(!m_session->SignRequest(secondKey, order()).isEmpty());
     }
@@ -259,8 +258,8 @@ private slots:
         // Asked again before its timer, it gives up at once when the server says that it is hopeless.
         QVERIFY(second->RestoreLogin(secondKey, false));
         QVERIFY(second->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret)));
-        QTRY_VERIFY(m_fixture->hasLogged(
-            QStringLiteral("Failed to login automatically using another product's login credentials.")));
+        QTRY_VERIFY(
+            m_fixture->hasLogged(QStringLiteral("Failed to login automatically using another product's login credentials.")));
         QVERIFY(!second->isLoggedIn(secondKey));
         QVERIFY(second->isLoggedIn(QString()));
     }
@@ -387,8 +386,7 @@ private:
                                   .firstChildElement(QStringLiteral("Product"));
         QDomElement token = product.firstChildElement(QStringLiteral("AccessToken"));
         token.firstChild().toCDATASection().setData(QString::fromLatin1(m_fixture->cryptor->encrypt("newer-token")));
-        product.setAttribute(QStringLiteral("TokenExpiryDate"),
-                             other.tokens(key).expiryDate.addSecs(60).toString(Qt::ISODate));
+        product.setAttribute(QStringLiteral("TokenExpiryDate"), other.tokens(key).expiryDate.addSecs(60).toString(Qt::ISODate));
         m_fixture->writeFile(document.toByteArray());
     }
 

@@ -1,7 +1,7 @@
+#include "Network/UrlStore.h"
 #include "Network/SupportFiles.h"
 #include "Network/UrlFile.h"
 #include "Network/UrlKeys.h"
-#include "Network/UrlStore.h"
 #include "TestKit/RecordingLogger.h"
 
 #include <QDir>
@@ -23,15 +23,23 @@ const QString productionFile = QStringLiteral("VqWebservicesURLs.config");
 const QString stagingFile = QStringLiteral("VqWebservicesURLs-Staging.config");
 const QString accountKey = QStringLiteral("AccountServerUrl");
 
-QByteArray document(const QByteArray& members) { return "{\"Configurations\":{\"WebServices\":{\"Urls\":{" + members + "}}}}"; }
+QByteArray document(const QByteArray& members) {
+    return "{\"Configurations\":{\"WebServices\":{\"Urls\":{" + members + "}}}}";
+}
 
-QByteArray account(const char* host) { return document("\"AccountServerUrl\":\"https://" + QByteArray(host) + "\""); }
+QByteArray account(const char* host) {
+    return document("\"AccountServerUrl\":\"https://" + QByteArray(host) + "\"");
+}
 
-QSettings settings() { return QSettings(QStringLiteral("Velquor"), QStringLiteral("Web Services")); }
+QSettings settings() {
+    return QSettings(QStringLiteral("Velquor"), QStringLiteral("Web Services"));
+}
 
 QString missing(const QString& key, const QString& path) {
-    return QStringLiteral("Url entry '%1' not found in %2.\n\nPossibly you have old version of this file. This file is not installed with "
-                          "the product since it is meant only for internal use.\n\nPlease copy the file from the build posting.").arg(key, path);
+    return QStringLiteral(
+               "Url entry '%1' not found in %2.\n\nPossibly you have old version of this file. This file is not installed with "
+               "the product since it is meant only for internal use.\n\nPlease copy the file from the build posting.")
+        .arg(key, path);
 }
 
 } // namespace
@@ -74,7 +82,9 @@ private:
     QTemporaryDir m_settings;
 };
 
-void UrlStoreTest::initTestCase() { QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path()); }
+void UrlStoreTest::initTestCase() {
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+}
 
 void UrlStoreTest::init() {
     m_folder = std::make_unique<QTemporaryDir>();
@@ -94,15 +104,18 @@ void UrlStoreTest::files_data() {
     QTest::addColumn<QString>("url"); // empty: the key is reported as missing
     QTest::newRow("plain") << account("one") << "https://one";
     QTest::newRow("byte order mark") << "\xef\xbb\xbf" + account("one") << "https://one";
-    QTest::newRow("non-ASCII and escapes") << document("\"AccountServerUrl\":\"https:\\/\\/\\u00e4\xc3\xa4\"") << QStringLiteral("https://\u00e4\u00e4");
+    QTest::newRow("non-ASCII and escapes") << document("\"AccountServerUrl\":\"https:\\/\\/\\u00e4\xc3\xa4\"")
+                                           << QStringLiteral("https://\u00e4\u00e4");
     QTest::newRow("key twice") << document("\"AccountServerUrl\":\"a\",\"AccountServerUrl\":\"b\"") << "b";
-    QTest::newRow("members that are no texts") << document("\"x\":{\"y\":\"z\"},\"l\":[1],\"AccountServerUrl\":\"https://one\"") << "https://one";
+    QTest::newRow("members that are no texts")
+        << document("\"x\":{\"y\":\"z\"},\"l\":[1],\"AccountServerUrl\":\"https://one\"") << "https://one";
     QTest::newRow("a number") << document("\"AccountServerUrl\":5") << "";
     QTest::newRow("another case") << document("\"accountserverurl\":\"https://one\"") << "";
     QTest::newRow("no members") << document("") << "";
     QTest::newRow("no Urls") << QByteArray("{\"Configurations\":{\"WebServices\":{}}}") << "";
     QTest::newRow("Urls is no object") << QByteArray("{\"Configurations\":{\"WebServices\":{\"Urls\":5}}}") << "";
-    QTest::newRow("the path as one name") << QByteArray("{\"Configurations.WebServices.Urls\":{\"AccountServerUrl\":\"a\"}}") << "";
+    QTest::newRow("the path as one name") << QByteArray("{\"Configurations.WebServices.Urls\":{\"AccountServerUrl\":\"a\"}}")
+                                          << "";
 }
 
 void UrlStoreTest::files() {
@@ -112,8 +125,9 @@ void UrlStoreTest::files() {
     for (int lookup = 0; lookup < 2; ++lookup)
         QCOMPARE(m_store->GetUrl(Production, accountKey), url);
     const QString file = path(productionFile);
-    QCOMPARE(m_logger->texts(Log::Level::Information), QStringList({QStringLiteral("Read the JSON file %1 successfully").arg(file),
-                                                                    QStringLiteral("Loaded web services urls from file %1").arg(file)}));
+    QCOMPARE(m_logger->texts(Log::Level::Information),
+             QStringList({QStringLiteral("Read the JSON file %1 successfully").arg(file),
+                          QStringLiteral("Loaded web services urls from file %1").arg(file)}));
     const QStringList reported{missing(accountKey, file), missing(accountKey, file)};
     QCOMPARE(m_logger->texts(Log::Level::Error), url.isEmpty() ? reported : QStringList());
 }
@@ -159,11 +173,13 @@ void UrlStoreTest::missingFile() {
     QVERIFY(!m_store->canUse(Staging));
     QVERIFY(m_store->GetUrl(Staging, accountKey).isEmpty());
     const QStringList folders{QCoreApplication::applicationDirPath(), m_folder->path()};
-    QCOMPARE(m_logger->texts(), QStringList({QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
-                                             QStringLiteral("Cannot use Staging server. Server config file '%1' could not be located in any of "
-                                                            "the following search paths:\n%2").arg(stagingFile, folders.join('\n')),
-                                             QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
-                                             missing(accountKey, stagingFile)}));
+    QCOMPARE(m_logger->texts(),
+             QStringList({QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
+                          QStringLiteral("Cannot use Staging server. Server config file '%1' could not be located in any of "
+                                         "the following search paths:\n%2")
+                              .arg(stagingFile, folders.join('\n')),
+                          QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
+                          missing(accountKey, stagingFile)}));
     QVERIFY(!m_store->canUse(NoServer) && !m_store->canUse(static_cast<Server>(77)));
     QVERIFY(m_store->GetUrl(static_cast<Server>(77), accountKey).isEmpty());
     put(productionFile, QByteArray(1024 * 1024 + 1, ' '));
@@ -198,7 +214,8 @@ void UrlStoreTest::settingsNameTheFile() {
     QFETCH(int, server);
     QFETCH(QString, setting);
     QFETCH(bool, isAbsolute);
-    for (const char* const name : {"VqWebservicesURLs.config", "VqWebservicesURLs-Staging.config", "VqWebservicesURLs-Development.config"})
+    for (const char* const name :
+         {"VqWebservicesURLs.config", "VqWebservicesURLs-Staging.config", "VqWebservicesURLs-Development.config"})
         put(QLatin1String(name), account("usual"));
     put(QStringLiteral("named/My.config"), account("named"));
     SupportFiles::setSearchPaths(m_folder->path() + QLatin1Char(';') + path(QStringLiteral("named")));
@@ -220,7 +237,7 @@ void UrlStoreTest::overrides() {
     QCOMPARE(m_store->endPoint(Staging, accountKey, QStringLiteral("New")), QString());
     QCOMPARE(m_store->GetUrlOverrides(Production).size(), 2);
     QVERIFY(m_store->GetUrlOverrides(Staging).isEmpty());
-    m_store->clearCache(); // overrides are no loaded files
+    m_store->clearCache();                                                    // overrides are no loaded files
     QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, QString()}})); // replaces the whole map; an empty text wins, too
     QCOMPARE(m_store->GetUrl(Production, accountKey), QString());
     QVERIFY(m_store->ClearUrlOverrides(Production) && m_store->ClearUrlOverrides(Production));
@@ -250,10 +267,14 @@ void UrlStoreTest::reloads() {
 void UrlStoreTest::searchPaths_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("paths");
-    QTest::newRow("none") << "" << "";
-    QTest::newRow("separators only") << " ; ;;" << "";
-    QTest::newRow("duplicate in another case, blanks") << "C:/A;;c:/a; C:/B " << "C:/A;C:/B";
-    QTest::newRow("cleaned") << "/a//b/../c/;/a/c;/d/." << "/a/c;/d";
+    QTest::newRow("none") << ""
+                          << "";
+    QTest::newRow("separators only") << " ; ;;"
+                                     << "";
+    QTest::newRow("duplicate in another case, blanks") << "C:/A;;c:/a; C:/B "
+                                                       << "C:/A;C:/B";
+    QTest::newRow("cleaned") << "/a//b/../c/;/a/c;/d/."
+                             << "/a/c;/d";
 }
 
 void UrlStoreTest::searchPaths() {
@@ -270,9 +291,14 @@ void UrlStoreTest::codes() {
     QCOMPARE(keys.size(), 49);
     QVERIFY(!keys.contains(QString()));
     // The numbers of the exported interface, where its table breaks and at its ends.
-    const QMap<int, const char*> fixed{{0, "AccountServerUrl"}, {9, "BrasketStorageEndPoint"}, {17, "BrasketStorageEndPointRestFolder"},
-                                       {24, "QuillonFileUrnNamespace"}, {25, "ShareStatusUrl"}, {33, "ServerMessageUrl"},
-                                       {41, "QuillonStorageEndPointDeleteFolder"}, {48, "VqSSOServerConfigUrl"}};
+    const QMap<int, const char*> fixed{{0, "AccountServerUrl"},
+                                       {9, "BrasketStorageEndPoint"},
+                                       {17, "BrasketStorageEndPointRestFolder"},
+                                       {24, "QuillonFileUrnNamespace"},
+                                       {25, "ShareStatusUrl"},
+                                       {33, "ServerMessageUrl"},
+                                       {41, "QuillonStorageEndPointDeleteFolder"},
+                                       {48, "VqSSOServerConfigUrl"}};
     for (auto row = fixed.begin(); row != fixed.end(); ++row)
         QCOMPARE(urlKey(static_cast<WebServicesUrlCode>(row.key())), QLatin1String(row.value()));
     for (const int code : {-1, 49, 1 << 30}) {
@@ -284,7 +310,8 @@ void UrlStoreTest::codes() {
 void UrlStoreTest::shippedExamples_data() {
     QTest::addColumn<QString>("name");
     for (const char* const name : {"VqWebservicesURLs", "VqWebservicesURLs-Staging", "VqWebservicesURLs-Development"})
-        QTest::newRow(name) << QStringLiteral("%1/config/%2.config.example").arg(qEnvironmentVariable("VQ_SOURCE_DIR"), QLatin1String(name));
+        QTest::newRow(name)
+            << QStringLiteral("%1/config/%2.config.example").arg(qEnvironmentVariable("VQ_SOURCE_DIR"), QLatin1String(name));
 }
 
 void UrlStoreTest::shippedExamples() {
@@ -293,8 +320,9 @@ void UrlStoreTest::shippedExamples() {
     QFETCH(QString, name);
     UrlMap urls;
     QVERIFY(readUrlFile(name, urls, *m_logger));
-    QStringList keys{QStringLiteral("RequestTokenEndPoint"), QStringLiteral("AuthorizationEndPoint"), QStringLiteral("AccessTokenEndPoint"),
-                     QStringLiteral("LogoutEndPoint"), QStringLiteral("InvalidateTokenEndPoint"), QStringLiteral("OAuth2AccountServerUrl"),
+    QStringList keys{QStringLiteral("RequestTokenEndPoint"),     QStringLiteral("AuthorizationEndPoint"),
+                     QStringLiteral("AccessTokenEndPoint"),      QStringLiteral("LogoutEndPoint"),
+                     QStringLiteral("InvalidateTokenEndPoint"),  QStringLiteral("OAuth2AccountServerUrl"),
                      QStringLiteral("OAuth2AccessTokenEndPoint")};
     for (int code = 0; code <= 48; ++code)
         keys += urlKey(static_cast<WebServicesUrlCode>(code));

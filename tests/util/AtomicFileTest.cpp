@@ -1,5 +1,5 @@
-#include "TestKit/Platform/SystemFacts.h"
 #include "VqUtil/General/AtomicFile.h"
+#include "TestKit/Platform/SystemFacts.h"
 #include "VqUtil/Platform/FileAccess.h"
 
 #include <QDir>
@@ -66,7 +66,8 @@ void AtomicFileTest::reads() {
 
 void AtomicFileTest::replacesWhole() {
     QString error;
-    for (const QByteArray& data : {QByteArray("first, a long one"), QByteArray(), QByteArray(1024 * 1024, '\0'), QByteArray("last")}) {
+    for (const QByteArray& data :
+         {QByteArray("first, a long one"), QByteArray(), QByteArray(1024 * 1024, '\0'), QByteArray("last")}) {
         QVERIFY(AtomicFile::write(path(), data, &error));
         QCOMPARE(AtomicFile::read(path(), 2 * 1024 * 1024).data, data);
     }
@@ -117,7 +118,8 @@ void AtomicFileTest::failureKeepsTheOld() {
 }
 
 void AtomicFileTest::removesOnlyItsTemporaries() {
-    for (const char* const name : {"State.xml", "State.xml.writing-1", ".State.xml.writing-2", "Other.xml.writing-1", "State.xml.damaged-1"})
+    for (const char* const name :
+         {"State.xml", "State.xml.writing-1", ".State.xml.writing-2", "Other.xml.writing-1", "State.xml.damaged-1"})
         put(path(name), "x");
     AtomicFile::removeStaleTemporaries(path());
     QCOMPARE(files(), QStringList({".State.xml.writing-2", "Other.xml.writing-1", "State.xml", "State.xml.damaged-1"}));

@@ -35,7 +35,9 @@ private slots:
 void UtilTest::timeSpans_data() {
     QTest::addColumn<qint64>("milliseconds");
     QTest::addColumn<QString>("text");
-    const auto row = [](qint64 milliseconds, const char* text) { QTest::newRow(text) << milliseconds << QString::fromLatin1(text); };
+    const auto row = [](qint64 milliseconds, const char* text) {
+        QTest::newRow(text) << milliseconds << QString::fromLatin1(text);
+    };
     row(0, "0 ms");
     row(999, "999 ms");
     row(1000, "1 s");
@@ -84,10 +86,13 @@ void UtilTest::goodXml_data() {
     const XmlLimits limits;
     QTest::newRow("entities of the language") << QByteArray("<a>&lt;&amp;&#65;&gt;</a>") << QStringLiteral("<&A>");
     QTest::newRow("CDATA") << QByteArray("<a><![CDATA[<x>&y;]]></a>") << QStringLiteral("<x>&y;");
-    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf<?xml version='1.0' encoding='UTF-8'?><a>\xc3\xa4</a>") << QStringLiteral("\u00e4");
-    QTest::newRow("32 deep") << QByteArray("<a>").repeated(limits.depth) + "x" + QByteArray("</a>").repeated(limits.depth) << QStringLiteral("x");
+    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf<?xml version='1.0' encoding='UTF-8'?><a>\xc3\xa4</a>")
+                                     << QStringLiteral("\u00e4");
+    QTest::newRow("32 deep") << QByteArray("<a>").repeated(limits.depth) + "x" + QByteArray("</a>").repeated(limits.depth)
+                             << QStringLiteral("x");
     QTest::newRow("10000 elements") << "<a>" + QByteArray("<b/>").repeated(limits.elements - 1) + "x</a>" << QStringLiteral("x");
-    QTest::newRow("1 MiB") << "<a>" + QByteArray(static_cast<int>(limits.size) - 7, 'x') + "</a>" << QString(static_cast<int>(limits.size) - 7, QLatin1Char('x'));
+    QTest::newRow("1 MiB") << "<a>" + QByteArray(static_cast<int>(limits.size) - 7, 'x') + "</a>"
+                           << QString(static_cast<int>(limits.size) - 7, QLatin1Char('x'));
 }
 
 void UtilTest::goodXml() {
@@ -105,7 +110,8 @@ void UtilTest::hostileXml_data() {
     const QString dtd = QStringLiteral("document type definition");
     QByteArray bomb = "<!DOCTYPE a [<!ENTITY e0 \"xxxxxxxxxx\">";
     for (int level = 1; level < 10; ++level)
-        bomb += "<!ENTITY e" + QByteArray::number(level) + " \"" + ("&e" + QByteArray::number(level - 1) + ";").repeated(10) + "\">";
+        bomb +=
+            "<!ENTITY e" + QByteArray::number(level) + " \"" + ("&e" + QByteArray::number(level - 1) + ";").repeated(10) + "\">";
     QTest::newRow("empty") << QByteArray() << any;
     QTest::newRow("one byte") << QByteArray("<") << any;
     QTest::newRow("NUL") << QByteArray(1000, '\0') << any;
@@ -116,10 +122,13 @@ void UtilTest::hostileXml_data() {
     QTest::newRow("external entity") << QByteArray("<!DOCTYPE a [<!ENTITY x SYSTEM \"file:///etc/passwd\">]><a>&x;</a>") << dtd;
     QTest::newRow("parameter entity") << QByteArray("<!DOCTYPE a [<!ENTITY % p '<!ENTITY x \"y\">'> %p;]><a/>") << any;
     QTest::newRow("unknown entity") << QByteArray("<a>&nbsp;</a>") << any;
-    QTest::newRow("33 deep") << QByteArray("<a>").repeated(33) + QByteArray("</a>").repeated(33) << QStringLiteral("more than 32 deep");
+    QTest::newRow("33 deep") << QByteArray("<a>").repeated(33) + QByteArray("</a>").repeated(33)
+                             << QStringLiteral("more than 32 deep");
     QTest::newRow("4000 deep") << QByteArray("<a>").repeated(4000) << QStringLiteral("more than 32 deep");
-    QTest::newRow("10001 elements") << "<a>" + QByteArray("<b/>").repeated(10000) + "</a>" << QStringLiteral("more than 10000 elements");
-    QTest::newRow("over 1 MiB") << "<a>" + QByteArray(static_cast<int>(limits.size) - 6, 'x') + "</a>" << QStringLiteral("larger than");
+    QTest::newRow("10001 elements") << "<a>" + QByteArray("<b/>").repeated(10000) + "</a>"
+                                    << QStringLiteral("more than 10000 elements");
+    QTest::newRow("over 1 MiB") << "<a>" + QByteArray(static_cast<int>(limits.size) - 6, 'x') + "</a>"
+                                << QStringLiteral("larger than");
     QTest::newRow("100 MiB") << QByteArray(100 * 1024 * 1024, '<') << QStringLiteral("larger than");
     QTest::newRow("attribute twice") << QByteArray("<a b='1' b='2'/>") << any;
     QTest::newRow("junk after the end") << QByteArray("<a/>junk") << any;
@@ -129,7 +138,8 @@ void UtilTest::hostileXml_data() {
     QTest::newRow("bad UTF-8") << QByteArray("<a>\xc3\x28\xff</a>") << any;
     QTest::newRow("cut UTF-8") << QByteArray("<a>\xe2\x82</a>") << any;
     QTest::newRow("wrong encoding declared") << QByteArray("<?xml version='1.0' encoding='no-such-thing'?><a/>") << any;
-    QTest::newRow("DTD in another encoding") << QByteArray("<?xml version='1.0' encoding='UTF-7'?>+ADwAIQ-DOCTYPE a+AD4-<a/>") << any;
+    QTest::newRow("DTD in another encoding")
+        << QByteArray("<?xml version='1.0' encoding='UTF-7'?>+ADwAIQ-DOCTYPE a+AD4-<a/>") << any;
 }
 
 void UtilTest::hostileXml() {

@@ -12,7 +12,9 @@ using namespace Velquor::WebServices;
 
 namespace {
 
-QJsonObject object(const QByteArray& text) { return QJsonDocument::fromJson(text).object(); }
+QJsonObject object(const QByteArray& text) {
+    return QJsonDocument::fromJson(text).object();
+}
 
 /// Turns a text around, and fails on demand.
 class ReversingCryptor final : public Util::ICryptor {
@@ -75,7 +77,9 @@ void ValuesJsonTest::cookies_data() {
     QTest::addColumn<bool>("read");
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<qint64>("expiry");
-    const auto refused = [](const char* name, const QByteArray& json) { QTest::newRow(name) << json << false << QByteArray("before") << qint64(7); };
+    const auto refused = [](const char* name, const QByteArray& json) {
+        QTest::newRow(name) << json << false << QByteArray("before") << qint64(7);
+    };
     const auto expiry = [](const char* name, const QByteArray& number, qint64 read) {
         QTest::newRow(name) << "{\"ExpiryDate\":" + number + "}" << true << QByteArray() << read;
     };
@@ -92,7 +96,8 @@ void ValuesJsonTest::cookies_data() {
     refused("5 MiB", "{\"Name\":\"" + QByteArray(5 * 1024 * 1024, 'x') + "\"}");
     refused("bad UTF-8", "{\"Name\":\"\xff\xfe\"}");
     QTest::newRow("missing keys") << QByteArray("{\"x\":1}") << true << QByteArray() << qint64(0);
-    QTest::newRow("wrong types") << QByteArray(R"({"Name":5,"Domain":[],"IsSecure":"True","ExpiryDate":"3600"})") << true << QByteArray() << qint64(0);
+    QTest::newRow("wrong types") << QByteArray(R"({"Name":5,"Domain":[],"IsSecure":"True","ExpiryDate":"3600"})") << true
+                                 << QByteArray() << qint64(0);
     QTest::newRow("same key twice") << QByteArray(R"({"Name":"a","Name":"b"})") << true << QByteArray("b") << qint64(0);
     expiry("fraction", "3600.5", 3600);
     expiry("negative", "-1", -1);
@@ -192,7 +197,8 @@ void ValuesJsonTest::brokenTokens_data() {
     QTest::addColumn<bool>("broken");
     QTest::newRow("empty") << QByteArray("{}") << false;
     QTest::newRow("no spec") << QByteArray(R"({"EncryptedOAuth2AccessToken":"YWJj"})") << false;
-    QTest::newRow("cannot be decrypted") << QByteArray(R"({"OAuth2TokenSpec":{"type":1},"EncryptedOAuth2AccessToken":"YWJj"})") << true;
+    QTest::newRow("cannot be decrypted") << QByteArray(R"({"OAuth2TokenSpec":{"type":1},"EncryptedOAuth2AccessToken":"YWJj"})")
+                                         << true;
 }
 
 void ValuesJsonTest::brokenTokens() {

@@ -23,7 +23,9 @@ std::wstring scopeOf(const OAuth2TokenSpec& spec) {
     return text;
 }
 
-QString serialOf(const WebServicesConfiguration& configuration) { return WebServicesConfigurationImp::of(configuration).serialNumber; }
+QString serialOf(const WebServicesConfiguration& configuration) {
+    return WebServicesConfigurationImp::of(configuration).serialNumber;
+}
 
 WebServicesConfiguration fullConfiguration() {
     WebServicesConfiguration made;
@@ -92,9 +94,11 @@ void ValuesTest::textBuffers() {
         std::vector<wchar_t> buffer(12, untouched);
         QCOMPARE((configuration.*getter)(size == -2 ? nullptr : buffer.data(), size), result);
         const auto used = written.isNull() ? size_t(0) : static_cast<size_t>(written.size()) + 1;
-        QCOMPARE(QString::fromWCharArray(buffer.data(), used ? static_cast<int>(used) - 1 : 0), written.isNull() ? QString("") : written);
+        QCOMPARE(QString::fromWCharArray(buffer.data(), used ? static_cast<int>(used) - 1 : 0),
+                 written.isNull() ? QString("") : written);
         QVERIFY(!used || buffer[used - 1] == 0);
-        QVERIFY(std::all_of(buffer.begin() + static_cast<int>(used), buffer.end(), [](wchar_t unit) { return unit == untouched; }));
+        QVERIFY(
+            std::all_of(buffer.begin() + static_cast<int>(used), buffer.end(), [](wchar_t unit) { return unit == untouched; }));
     }
 }
 

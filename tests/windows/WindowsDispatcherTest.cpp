@@ -104,23 +104,25 @@ void WindowsDispatcherTest::timersFireInTheirOrder() {
     QStringList fired;
     bool isEarly = false;
     int remaining = -1;
-    QVERIFY(runs([&] {
-        QElapsedTimer since;
-        since.start();
-        for (const int ms : {60, 20, 40, 0}) {
-            auto* const timer = new QTimer;
-            timer->setSingleShot(true);
-            connect(timer, &QTimer::timeout, timer, [&fired, &isEarly, since, ms, timer] {
-                fired += QString::number(ms);
-                isEarly = isEarly || since.nsecsElapsed() < ms * 1000000LL;
-                timer->deleteLater();
-                if (ms == 60)
-                    leave();
-            });
-            timer->start(ms);
-            remaining = ms == 60 ? timer->remainingTime() : remaining;
-        }
-    }, serves));
+    QVERIFY(runs(
+        [&] {
+            QElapsedTimer since;
+            since.start();
+            for (const int ms : {60, 20, 40, 0}) {
+                auto* const timer = new QTimer;
+                timer->setSingleShot(true);
+                connect(timer, &QTimer::timeout, timer, [&fired, &isEarly, since, ms, timer] {
+                    fired += QString::number(ms);
+                    isEarly = isEarly || since.nsecsElapsed() < ms * 1000000LL;
+                    timer->deleteLater();
+                    if (ms == 60)
+                        leave();
+                });
+                timer->start(ms);
+                remaining = ms == 60 ? timer->remainingTime() : remaining;
+            }
+        },
+        serves));
     QCOMPARE(fired.join(QLatin1Char(' ')), QStringLiteral("0 20 40 60"));
     QVERIFY(!isEarly);
     QVERIFY(remaining > 30 && remaining <= 60);
@@ -233,7 +235,8 @@ void WindowsDispatcherTest::sleepsUntilSomethingComes() {
     QObject context;
     context.moveToThread(&thread);
     connect(&thread, &QThread::started, &context, [&] {
-        connect(QThread::currentThread()->eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &context, [&slept] { ++slept; });
+        connect(QThread::currentThread()->eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &context,
+                [&slept] { ++slept; });
         auto* const timer = new QTimer;
         connect(QThread::currentThread(), &QThread::finished, timer, &QObject::deleteLater);
         timer->start(60000);
@@ -250,13 +253,15 @@ void WindowsDispatcherTest::sleepsUntilSomethingComes() {
 // Another thread ends the loop just when it has looked whether it is ended.
 void WindowsDispatcherTest::anEndThatComesBeforeTheWait() {
     QFETCH(ThreadServes, serves);
-    QVERIFY(runs([] {
-        QAbstractEventDispatcher* const dispatcher = QThread::currentThread()->eventDispatcher();
-        dispatcher->processEvents(QEventLoop::AllEvents);
-        dispatcher->interrupt();
-        dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
-        leave();
-    }, serves));
+    QVERIFY(runs(
+        [] {
+            QAbstractEventDispatcher* const dispatcher = QThread::currentThread()->eventDispatcher();
+            dispatcher->processEvents(QEventLoop::AllEvents);
+            dispatcher->interrupt();
+            dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
+            leave();
+        },
+        serves));
 }
 
 QTEST_GUILESS_MAIN(WindowsDispatcherTest)

@@ -36,9 +36,13 @@ void Cancellation::setDefaultTimeout(int seconds) {
     m_deadline = QDeadlineTimer(std::chrono::seconds(seconds));
 }
 
-bool Cancellation::isRequested() const { return interrupted || m_deadline.hasExpired(); }
+bool Cancellation::isRequested() const {
+    return interrupted || m_deadline.hasExpired();
+}
 
-bool Cancellation::isTimeout() const { return !interrupted && m_deadline.hasExpired(); }
+bool Cancellation::isTimeout() const {
+    return !interrupted && m_deadline.hasExpired();
+}
 
 QString Cancellation::reason() const {
     return isTimeout() ? QStringLiteral("timed out after %1 s").arg(m_seconds.value_or(0)) : QStringLiteral("cancelled");

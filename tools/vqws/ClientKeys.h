@@ -19,8 +19,8 @@ struct ClientKeys {
     [[nodiscard]] bool isGiven() const { return !key.isEmpty() && !secret.isEmpty(); }
 };
 
-/// Reads the keys and takes the secrets out of the environment, so that no program that is started inherits them. Keys that are not
-/// given are empty and no error. Thread: the main thread, once.
+/// Reads the keys and takes the secrets out of the environment, so that no program that is started inherits them. Keys that are
+/// not given are empty and no error. Thread: the main thread, once.
 [[nodiscard]] ClientKeys readClientKeys(const CommandLine& line);
 
 } // namespace Vqws

@@ -36,7 +36,8 @@ CommandLine::CommandLine(const QStringList& programAndArguments) {
 QString CommandLine::readCommand() {
     m_arguments = m_parser.positionalArguments();
     if (m_arguments.isEmpty())
-        return isSet(QStringLiteral("help")) || isSet(QStringLiteral("version")) ? QString() : QStringLiteral("No command given.");
+        return isSet(QStringLiteral("help")) || isSet(QStringLiteral("version")) ? QString()
+                                                                                 : QStringLiteral("No command given.");
     const QString name = m_arguments.takeFirst();
     m_command = findCommand(name);
     if (!m_command)

@@ -12,8 +12,9 @@ constexpr int indent = 30;
 constexpr int commandIndent = 12;
 constexpr int pipeWidth = 100;
 
-const auto exitStatus = QStringLiteral("Exit status: 0 it worked, 1 it failed (doctor: a fault was found, get: the status is not 200 to "
-                                       "299), 2 the command line is wrong, 3 nobody is signed in, 4 cancelled or timed out.");
+const auto exitStatus =
+    QStringLiteral("Exit status: 0 it worked, 1 it failed (doctor: a fault was found, get: the status is not 200 to "
+                   "299), 2 the command line is wrong, 3 nobody is signed in, 4 cancelled or timed out.");
 
 QString optionTitle(const OptionInfo& option) {
     return QStringLiteral("--") + option.name + (option.valueName.isEmpty() ? QString() : QLatin1Char(' ') + option.valueName);

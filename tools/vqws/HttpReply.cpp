@@ -39,8 +39,8 @@ void readReply(QNetworkReply& reply, HttpReply& result) {
     result.status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     result.reason = reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
     result.contentType = reply.header(QNetworkRequest::ContentTypeHeader).toString();
-    result.date = QLocale::c().toDateTime(QString::fromLatin1(reply.rawHeader("Date")),
-                                          QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
+    result.date =
+        QLocale::c().toDateTime(QString::fromLatin1(reply.rawHeader("Date")), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
     result.date.setTimeSpec(Qt::UTC);
     result.body = reply.readAll();
     result.isTlsError = reply.error() == QNetworkReply::SslHandshakeFailedError;
@@ -55,8 +55,9 @@ void readReply(QNetworkReply& reply, HttpReply& result) {
 HttpReply httpGet(const QUrl& url, const QString& authorization, const Cancellation& cancellation) {
     HttpReply result;
     QNetworkAccessManager manager;
-    QObject::connect(&manager, &QNetworkAccessManager::proxyAuthenticationRequired, &manager,
-                     [](const QNetworkProxy& proxy, QAuthenticator* authenticator) { fillProxyCredentials(proxy, *authenticator); });
+    QObject::connect(
+        &manager, &QNetworkAccessManager::proxyAuthenticationRequired, &manager,
+        [](const QNetworkProxy& proxy, QAuthenticator* authenticator) { fillProxyCredentials(proxy, *authenticator); });
     QNetworkRequest request(url);
     request.setTransferTimeout(transferTimeoutMs);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);

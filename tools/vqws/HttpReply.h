@@ -16,7 +16,7 @@ struct HttpReply {
     QString contentType;
     QDateTime date; ///< what the server's clock said, as the header "Date" tells
     QByteArray body;
-    QString error;         ///< why there was no reply
+    QString error; ///< why there was no reply
     bool isTlsError = false;
     bool isTooLarge = false;
 };

@@ -99,9 +99,10 @@ ExitCode Library::checkServer(Need need) const {
     const Server current = m_manager->GetServer();
     if (!m_context.line.server() || *m_context.line.server() == current || need == Need::Product)
         return ExitCode::Ok;
-    return m_context.output.fail(ExitCode::Failed,
-                                 QStringLiteral("The current server is %1. \"vqws login --server %2\" changes it, which signs the user out.")
-                                     .arg(serverText(current), serverText(*m_context.line.server()).toLower()));
+    return m_context.output.fail(
+        ExitCode::Failed,
+        QStringLiteral("The current server is %1. \"vqws login --server %2\" changes it, which signs the user out.")
+            .arg(serverText(current), serverText(*m_context.line.server()).toLower()));
 }
 
 bool Library::registerProduct() const {

@@ -32,8 +32,8 @@ public:
 
     /// A remark on standard error, unless it is to be quiet.
     void note(const QString& text) const;
-    /// Says why the command failed, on standard error and as an object, and returns the exit status. The members of `more` go into
-    /// the object.
+    /// Says why the command failed, on standard error and as an object, and returns the exit status. The members of `more` go
+    /// into the object.
     ExitCode fail(ExitCode code, const QString& text, QJsonObject more = {}) const;
 
 private:

@@ -79,7 +79,8 @@ QString takeText(wchar_t* text) {
 
 bool isWebAddress(const QString& text) {
     const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() && !url.host().isEmpty() && (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http"));
+    return url.isValid() && !url.host().isEmpty()
+           && (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http"));
 }
 
 QString wrapped(const QString& text, int width, int indent) {

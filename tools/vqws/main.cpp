@@ -30,7 +30,8 @@ ExitCode run(const CommandLine& line) {
     const Output output(line.isSet(QStringLiteral("json")) ? Output::Form::Json : Output::Form::Text,
                         line.isSet(QStringLiteral("quiet")), line.command() ? line.command()->name : QString());
     if (!line.error().isEmpty()) {
-        const QString seeHelp = line.command() ? QStringLiteral("vqws %1 --help").arg(line.command()->name) : QStringLiteral("vqws --help");
+        const QString seeHelp =
+            line.command() ? QStringLiteral("vqws %1 --help").arg(line.command()->name) : QStringLiteral("vqws --help");
         return output.fail(ExitCode::Usage, QStringLiteral("%1 See \"%2\".").arg(line.error(), seeHelp));
     }
     if (line.isSet(QStringLiteral("help")))

@@ -21,8 +21,12 @@ EVP_CIPHER_CTX* threadContext() {
     return contexts->get().context.get();
 }
 
-const unsigned char* bytes(const char* data) { return reinterpret_cast<const unsigned char*>(data); }
-unsigned char* bytes(char* data) { return reinterpret_cast<unsigned char*>(data); }
+const unsigned char* bytes(const char* data) {
+    return reinterpret_cast<const unsigned char*>(data);
+}
+unsigned char* bytes(char* data) {
+    return reinterpret_cast<unsigned char*>(data);
+}
 
 // The key schedule stays behind in the context, so it is wiped before the thread's next use.
 struct WipeContext {
@@ -49,10 +53,10 @@ QByteArray seal(const SecretBytes& key, const QByteArray& clear) {
     char* const text = nonce + nonceSize;
     int written = 0;
     const bool done = RAND_bytes(bytes(nonce), nonceSize) == 1
-        && EVP_EncryptInit_ex(context, EVP_aes_256_gcm(), nullptr, bytes(key.data()), bytes(nonce)) == 1
-        && EVP_EncryptUpdate(context, bytes(text), &written, bytes(clear.constData()), clear.size()) == 1
-        && EVP_EncryptFinal_ex(context, bytes(text + written), &written) == 1
-        && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_GET_TAG, tagSize, text + clear.size()) == 1;
+                      && EVP_EncryptInit_ex(context, EVP_aes_256_gcm(), nullptr, bytes(key.data()), bytes(nonce)) == 1
+                      && EVP_EncryptUpdate(context, bytes(text), &written, bytes(clear.constData()), clear.size()) == 1
+                      && EVP_EncryptFinal_ex(context, bytes(text + written), &written) == 1
+                      && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_GET_TAG, tagSize, text + clear.size()) == 1;
     return done ? sealed : QByteArray();
 }
 
@@ -66,11 +70,10 @@ SecretBytes open(const SecretBytes& key, const QByteArray& sealed) {
     const char* const text = sealed.constData() + nonceSize;
     int written = 0;
     unsigned char* const out = bytes(clear.writable());
-    const bool done =
-        EVP_DecryptInit_ex(context, EVP_aes_256_gcm(), nullptr, bytes(key.data()), bytes(sealed.constData())) == 1
-        && EVP_DecryptUpdate(context, out, &written, bytes(text), size) == 1
-        && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, tagSize, const_cast<char*>(text + size)) == 1
-        && EVP_DecryptFinal_ex(context, out + written, &written) == 1;
+    const bool done = EVP_DecryptInit_ex(context, EVP_aes_256_gcm(), nullptr, bytes(key.data()), bytes(sealed.constData())) == 1
+                      && EVP_DecryptUpdate(context, out, &written, bytes(text), size) == 1
+                      && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, tagSize, const_cast<char*>(text + size)) == 1
+                      && EVP_DecryptFinal_ex(context, out + written, &written) == 1;
     if (!done) {
         // What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
         ERR_clear_error();

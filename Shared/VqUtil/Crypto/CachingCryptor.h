@@ -10,8 +10,8 @@ namespace Velquor::Util {
 
 /// A cryptor that remembers what it decrypted or encrypted lately, so that secrets in constant use cost no RSA operation.
 ///
-/// What it remembers is sealed under the key of the process. Bounded to 1 MiB, the least used go first; a failed decryption is not remembered.
-/// Thread: any. Owner: shared by its users.
+/// What it remembers is sealed under the key of the process. Bounded to 1 MiB, the least used go first; a failed decryption is
+/// not remembered. Thread: any. Owner: shared by its users.
 class CachingCryptor : public ICryptor {
 public:
     explicit CachingCryptor(std::shared_ptr<ICryptor> inner);

@@ -17,8 +17,12 @@ public:
     explicit LazyCryptor(Maker maker)
         : m_maker(std::move(maker)) {}
 
-    [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override { return clear.isEmpty() ? QByteArray() : inner().encrypt(clear); }
-    [[nodiscard]] SecretBytes decrypt(const QByteArray& text) override { return text.isEmpty() ? SecretBytes() : inner().decrypt(text); }
+    [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override {
+        return clear.isEmpty() ? QByteArray() : inner().encrypt(clear);
+    }
+    [[nodiscard]] SecretBytes decrypt(const QByteArray& text) override {
+        return text.isEmpty() ? SecretBytes() : inner().decrypt(text);
+    }
 
 private:
     ICryptor& inner() {

@@ -12,8 +12,12 @@ const ProcessSeal& ProcessSeal::instance() {
 ProcessSeal::ProcessSeal()
     : m_key(AeadCipher::newKey()) {}
 
-QByteArray ProcessSeal::seal(const QByteArray& clear) const { return AeadCipher::seal(m_key, clear); }
+QByteArray ProcessSeal::seal(const QByteArray& clear) const {
+    return AeadCipher::seal(m_key, clear);
+}
 
-SecretBytes ProcessSeal::open(const QByteArray& sealed) const { return AeadCipher::open(m_key, sealed); }
+SecretBytes ProcessSeal::open(const QByteArray& sealed) const {
+    return AeadCipher::open(m_key, sealed);
+}
 
 } // namespace Velquor::Util

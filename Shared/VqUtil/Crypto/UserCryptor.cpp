@@ -53,7 +53,8 @@ SecretBytes UserCryptor::decrypt(const QByteArray& text) {
             clear = decryptForm(form.decoded);
     }
     if (clear.isEmpty())
-        m_logger->error(QStringLiteral("Failed to decrypt a secret. It is damaged, or was encrypted by another user, on another machine or with an earlier key."));
+        m_logger->error(QStringLiteral(
+            "Failed to decrypt a secret. It is damaged, or was encrypted by another user, on another machine or with an earlier key."));
     return clear;
 }
 

@@ -17,7 +17,9 @@ constexpr int longestReadPauseMs = 40;
 constexpr int asideCount = 3;
 const auto temporaryMark = QStringLiteral(".writing-");
 
-QString asideName(const QString& path, int number) { return path + QStringLiteral(".damaged-%1").arg(number); }
+QString asideName(const QString& path, int number) {
+    return path + QStringLiteral(".damaged-%1").arg(number);
+}
 
 ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error, Flush flush, int patienceMs) {
     ReplaceResult result = replaceFile(from, to, error, flush);
@@ -30,7 +32,9 @@ ReplaceResult replacePatiently(const QString& from, const QString& to, QString* 
     return result;
 }
 
-ReadResult failed(const QString& error, bool isTooLarge = false) { return {ReadResult::Status::Failed, {}, error, isTooLarge}; }
+ReadResult failed(const QString& error, bool isTooLarge = false) {
+    return {ReadResult::Status::Failed, {}, error, isTooLarge};
+}
 
 ReadResult readOnce(const QString& path, qint64 maximumSize) {
     QFile file(path);
@@ -58,8 +62,8 @@ ReadResult read(const QString& path, qint64 maximumSize) {
     if (!info.isFile())
         return failed(QStringLiteral("It is not a regular file"));
     ReadResult result = readOnce(path, maximumSize);
-    for (int pauseMs = firstPauseMs; result.status == ReadResult::Status::Failed && !result.isTooLarge && pauseMs <= longestReadPauseMs;
-         pauseMs *= 2) {
+    for (int pauseMs = firstPauseMs;
+         result.status == ReadResult::Status::Failed && !result.isTooLarge && pauseMs <= longestReadPauseMs; pauseMs *= 2) {
         QThread::msleep(static_cast<unsigned long>(pauseMs));
         result = readOnce(path, maximumSize);
     }
@@ -83,7 +87,8 @@ ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* e
 QStringList temporaries(const QString& path) {
     const QFileInfo info(path);
     QStringList found;
-    const QStringList names = info.dir().entryList({info.fileName() + temporaryMark + QLatin1Char('*')}, QDir::Files | QDir::Hidden);
+    const QStringList names =
+        info.dir().entryList({info.fileName() + temporaryMark + QLatin1Char('*')}, QDir::Files | QDir::Hidden);
     for (const QString& name : names)
         found += info.dir().filePath(name);
     return found;

@@ -15,12 +15,12 @@ namespace AtomicFile {
 struct ReadResult {
     enum class Status { Read, Missing, Failed } status = Status::Failed;
     QByteArray data;
-    QString error; ///< For `Failed`: what went wrong, in one sentence.
+    QString error;           ///< For `Failed`: what went wrong, in one sentence.
     bool isTooLarge = false; ///< For `Failed`: no later try will read it either.
 };
 
-/// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`. One that the system refuses for
-/// the moment is tried again for less than 0.1 seconds.
+/// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`. One that the system refuses
+/// for the moment is tried again for less than 0.1 seconds.
 [[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
 
 /// How long `write` waits for who has the target open.

@@ -18,7 +18,8 @@ constexpr Unit units[] = {{86400000, "d"}, {3600000, "h"}, {60000, "min"}, {1000
 
 QString timeSpanText(qint64 milliseconds) {
     if (milliseconds < 0) {
-        const qint64 positive = milliseconds == std::numeric_limits<qint64>::min() ? std::numeric_limits<qint64>::max() : -milliseconds;
+        const qint64 positive =
+            milliseconds == std::numeric_limits<qint64>::min() ? std::numeric_limits<qint64>::max() : -milliseconds;
         return QLatin1Char('-') + timeSpanText(positive);
     }
     if (milliseconds < 1000)

@@ -19,14 +19,17 @@ CrossProcessLock::CrossProcessLock(const QString& semaphoreKey, const QString& f
     , m_semaphore(semaphoreKey)
     , m_logger(std::move(logger)) {}
 
-CrossProcessLock::~CrossProcessLock() { release(); }
+CrossProcessLock::~CrossProcessLock() {
+    release();
+}
 
 bool CrossProcessLock::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
     const ProcessGuard::Result result = m_guard.acquire(timeoutMs);
     if (result == ProcessGuard::Result::TimedOut) {
         m_logger->error(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more than %2 ms")
-                            .arg(m_key).arg(timeoutMs));
+                            .arg(m_key)
+                            .arg(timeoutMs));
         return false;
     }
     if (result == ProcessGuard::Result::Failed) {
@@ -49,7 +52,8 @@ bool CrossProcessLock::acquireSemaphore(int timeoutMs) {
         result = m_semaphore.acquire(untilMs - waitedMs);
         waitedMs = untilMs;
         if (result == NamedSemaphore::Result::TimedOut && isCountLeaked(waitedMs)) {
-            m_logger->warning(QStringLiteral("Repairing the count of system semaphore %1 that a process ended without giving back").arg(m_key));
+            m_logger->warning(
+                QStringLiteral("Repairing the count of system semaphore %1 that a process ended without giving back").arg(m_key));
             if (m_semaphore.repair())
                 result = m_semaphore.acquire(graceMs);
         }

@@ -126,7 +126,9 @@ FolderWatcher::FolderWatcher(std::shared_ptr<Log::ILogger> logger, QObject* pare
     qRegisterMetaType<Velquor::CloudUtil::FolderWatcher::Action>("Velquor::CloudUtil::FolderWatcher::Action");
 }
 
-FolderWatcher::~FolderWatcher() { stop(); }
+FolderWatcher::~FolderWatcher() {
+    stop();
+}
 
 bool FolderWatcher::start(const QString& folder) {
     stop();
@@ -137,7 +139,9 @@ bool FolderWatcher::start(const QString& folder) {
     return false;
 }
 
-void FolderWatcher::stop() { m_worker.reset(); }
+void FolderWatcher::stop() {
+    m_worker.reset();
+}
 
 QString actionName(FolderWatcher::Action action) {
     switch (action) {

@@ -21,9 +21,13 @@ HubThread::~HubThread() {
     wait();
 }
 
-bool HubThread::accept(const MessageFrame& frame) { return m_hub->accept(frame); }
+bool HubThread::accept(const MessageFrame& frame) {
+    return m_hub->accept(frame);
+}
 
-bool HubThread::isServing() const { return m_hub->isServing(); }
+bool HubThread::isServing() const {
+    return m_hub->isServing();
+}
 
 void HubThread::run() {
     MessageHub hub(m_place, m_logger, m_inbox);

@@ -35,7 +35,9 @@ IPCManager::IPCManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
     connect(&m_private->inbox, &MessageInbox::Filled, this, &IPCManager::deliver, Qt::QueuedConnection);
 }
 
-IPCManager::~IPCManager() { stop(); }
+IPCManager::~IPCManager() {
+    stop();
+}
 
 bool IPCManager::start(const QString& serverName, const QString& folder) {
     stop();

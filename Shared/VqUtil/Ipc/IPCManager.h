@@ -9,13 +9,13 @@
 
 namespace Velquor::Util {
 
-/// Messages between the processes of one user over a local socket: one process serves, all others connect, and every message reaches
-/// all others once. When the serving process goes, another takes its place, and what was accepted is not lost.
+/// Messages between the processes of one user over a local socket: one process serves, all others connect, and every message
+/// reaches all others once. When the serving process goes, another takes its place, and what was accepted is not lost.
 ///
-/// Thread: lives on the thread that makes it, which runs an event loop and receives the messages; `send` may be called from any. The
-/// connections are served on a thread of their own, so that a process that is busy for a while keeps nobody waiting but itself.
-/// Owner: whoever sends.
-/// Errors: false and a line in the log. A peer that sends what is no message, is too slow, or belongs to another user is dropped.
+/// Thread: lives on the thread that makes it, which runs an event loop and receives the messages; `send` may be called from any.
+/// The connections are served on a thread of their own, so that a process that is busy for a while keeps nobody waiting but
+/// itself. Owner: whoever sends. Errors: false and a line in the log. A peer that sends what is no message, is too slow, or
+/// belongs to another user is dropped.
 class IPCManager : public QObject {
     Q_OBJECT
 
@@ -29,8 +29,8 @@ public:
     /// Nothing is received after it has returned. What was accepted is handed over to the system, within 200 ms.
     void stop();
 
-    /// True when the message is accepted: it will reach every process that is there. False when it is too long (64 KiB as a frame),
-    /// holds a value of a type that has no form, or the messaging is stopped; or when 2 MiB wait to be sent.
+    /// True when the message is accepted: it will reach every process that is there. False when it is too long (64 KiB as a
+    /// frame), holds a value of a type that has no form, or the messaging is stopped; or when 2 MiB wait to be sent.
     bool send(const QString& name, const QVariantMap& params);
 
     [[nodiscard]] bool isServing() const;

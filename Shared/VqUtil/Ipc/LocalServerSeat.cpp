@@ -51,7 +51,9 @@ void LocalServerSeat::seek() {
     seekLater(m_pauseMs);
 }
 
-void LocalServerSeat::lengthenPause() { m_pauseMs = std::min(std::max(m_pauseMs * 2, shortestPauseMs), longestPauseMs); }
+void LocalServerSeat::lengthenPause() {
+    m_pauseMs = std::min(std::max(m_pauseMs * 2, shortestPauseMs), longestPauseMs);
+}
 
 void LocalServerSeat::connectToServer() {
     delete m_socket;

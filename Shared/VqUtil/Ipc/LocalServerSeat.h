@@ -17,20 +17,20 @@ namespace Velquor::Util {
 
 /// Sees to it that one process of the user serves and the others are connected to it.
 ///
-/// Who serves holds a lock that the system frees with its holder, and only the holder puts a socket in the place of one that nobody
-/// answers on. So a socket left behind by a dead process is taken over, and that of a living one never. Both sides check that the
-/// other is the same user.
-/// Thread: the one that starts it. Owner: the hub. Errors: a line in the log, and another attempt a little later.
+/// Who serves holds a lock that the system frees with its holder, and only the holder puts a socket in the place of one that
+/// nobody answers on. So a socket left behind by a dead process is taken over, and that of a living one never. Both sides check
+/// that the other is the same user. Thread: the one that starts it. Owner: the hub. Errors: a line in the log, and another
+/// attempt a little later.
 class LocalServerSeat : public QObject {
     Q_OBJECT
 
 public:
-    LocalServerSeat(const QString& address, const QString& guardName, const QString& guardFolder, std::shared_ptr<Log::ILogger> logger,
-                    QObject* parent);
+    LocalServerSeat(const QString& address, const QString& guardName, const QString& guardFolder,
+                    std::shared_ptr<Log::ILogger> logger, QObject* parent);
     ~LocalServerSeat() override;
 
-    /// Takes the free seat or connects to who has it; to be called again when that connection has ended. One that ended as soon as it
-    /// was made is not made anew at once: that server refuses this process, and would again.
+    /// Takes the free seat or connects to who has it; to be called again when that connection has ended. One that ended as soon
+    /// as it was made is not made anew at once: that server refuses this process, and would again.
     void seek();
     /// From any thread.
     [[nodiscard]] bool isServing() const { return m_isServing; }

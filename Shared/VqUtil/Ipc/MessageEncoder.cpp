@@ -71,8 +71,14 @@ bool Writer::value(const QVariant& value, int depth) {
     case QMetaType::ULongLong: return tagged<quint64>(Tag::ULongLong, value.toULongLong());
     case QMetaType::Float:
     case QMetaType::Double: return real(value.toDouble());
-    case QMetaType::QString: tag(Tag::Text); text(value.toString()); return true;
-    case QMetaType::QByteArray: tag(Tag::Bytes); bytes(value.toByteArray()); return true;
+    case QMetaType::QString:
+        tag(Tag::Text);
+        text(value.toString());
+        return true;
+    case QMetaType::QByteArray:
+        tag(Tag::Bytes);
+        bytes(value.toByteArray());
+        return true;
     case QMetaType::QDateTime: return time(value.toDateTime());
     case QMetaType::QStringList: return texts(value.toStringList());
     case QMetaType::QVariantMap: tag(Tag::Map); return map(value.toMap(), depth + 1);
@@ -93,7 +99,9 @@ bool Writer::time(const QDateTime& time) {
         tag(Tag::NoTime);
         return true;
     }
-    const Tag kind = time.timeSpec() == Qt::UTC ? Tag::UtcTime : time.timeSpec() == Qt::LocalTime ? Tag::LocalTime : Tag::OffsetTime;
+    const Tag kind = time.timeSpec() == Qt::UTC         ? Tag::UtcTime
+                     : time.timeSpec() == Qt::LocalTime ? Tag::LocalTime
+                                                        : Tag::OffsetTime;
     tagged<qint64>(kind, time.toMSecsSinceEpoch());
     if (kind == Tag::OffsetTime)
         number(static_cast<qint32>(time.offsetFromUtc()));

@@ -41,7 +41,9 @@ QByteArray MessageFrame::toBytes() const {
     return bytes;
 }
 
-QByteArray MessageFrame::newId() { return QUuid::createUuid().toRfc4122(); }
+QByteArray MessageFrame::newId() {
+    return QUuid::createUuid().toRfc4122();
+}
 
 void MessageFrameReader::add(const QByteArray& bytes) {
     m_bytes.remove(0, m_place);

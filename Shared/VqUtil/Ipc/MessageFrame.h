@@ -4,8 +4,8 @@
 
 namespace Velquor::Util {
 
-/// What goes over the socket: a mark, the version of the format, the length of the payload, the id of the message, when it was sent,
-/// and the payload, whose first byte is its kind. At most 64 KiB together. Thread: any.
+/// What goes over the socket: a mark, the version of the format, the length of the payload, the id of the message, when it was
+/// sent, and the payload, whose first byte is its kind. At most 64 KiB together. Thread: any.
 struct MessageFrame {
     enum class Kind : quint8 {
         Hello = 1, ///< The first frame of a client, without content.

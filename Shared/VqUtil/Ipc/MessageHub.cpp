@@ -185,7 +185,9 @@ void MessageHub::forgetOld() {
         m_forgetting.start();
 }
 
-bool MessageHub::holdsAny() const { return m_all.begin() != m_all.end() || m_own.begin() != m_own.end(); }
+bool MessageHub::holdsAny() const {
+    return m_all.begin() != m_all.end() || m_own.begin() != m_own.end();
+}
 
 void MessageHub::warn(const QString& text) {
     if (text == m_lastWarning && !m_sinceWarning.hasExpired(sameWarningMs))

@@ -15,10 +15,10 @@ namespace Velquor::Util {
 
 /// What one process knows of the messaging: its connections, the latest messages, and which of them it has seen.
 ///
-/// Every process keeps the latest messages, its own and those of others. When the server goes, each sends its own again to the new
-/// one, which tells everybody who comes what it has lately heard. Who has seen a message drops it, and so does a newcomer with one
-/// that is older than itself. So the messages of one sender keep their order.
-/// Thread: the one that makes it; `accept` and `isServing` may be called from any. Owner: its thread. Errors: a line in the log.
+/// Every process keeps the latest messages, its own and those of others. When the server goes, each sends its own again to the
+/// new one, which tells everybody who comes what it has lately heard. Who has seen a message drops it, and so does a newcomer
+/// with one that is older than itself. So the messages of one sender keep their order. Thread: the one that makes it; `accept`
+/// and `isServing` may be called from any. Owner: its thread. Errors: a line in the log.
 class MessageHub : public QObject {
     Q_OBJECT
 

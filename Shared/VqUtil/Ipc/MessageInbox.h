@@ -9,8 +9,8 @@
 
 namespace Velquor::Util {
 
-/// Messages on their way from the thread of the messaging to the one that receives them. It is bounded: while a receiver is busy for
-/// long, the oldest ones go first, as for a process that could not be reached for that long.
+/// Messages on their way from the thread of the messaging to the one that receives them. It is bounded: while a receiver is busy
+/// for long, the oldest ones go first, as for a process that could not be reached for that long.
 ///
 /// Thread: any. Owner: the manager.
 class MessageInbox : public QObject {

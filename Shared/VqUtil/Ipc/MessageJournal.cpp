@@ -39,7 +39,9 @@ void MessageJournal::removeFirst() {
 }
 
 // A clock that nobody sets.
-qint64 MessageJournal::nowMs() { return QDeadlineTimer::current().deadline(); }
+qint64 MessageJournal::nowMs() {
+    return QDeadlineTimer::current().deadline();
+}
 
 bool SeenMessages::add(const QByteArray& id) {
     if (m_ids.contains(id))

@@ -6,7 +6,8 @@
 
 namespace Velquor::Util {
 
-/// The latest messages as frames, each with a number that counts upwards. Whoever writes them to a socket keeps the number of the next one.
+/// The latest messages as frames, each with a number that counts upwards. Whoever writes them to a socket keeps the number of the
+/// next one.
 ///
 /// It is bounded in number and bytes: the oldest ones go first, so that one who falls behind misses them.
 /// Thread: one. Owner: the hub.

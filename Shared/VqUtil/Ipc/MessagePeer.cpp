@@ -30,9 +30,13 @@ MessagePeer::MessagePeer(QLocalSocket* socket, quint64 number, QObject* parent)
         this, [this] { m_socket->state() == QLocalSocket::ConnectedState ? readOn() : endOfStream(); }, Qt::QueuedConnection);
 }
 
-MessagePeer::~MessagePeer() { m_socket->disconnect(this); }
+MessagePeer::~MessagePeer() {
+    m_socket->disconnect(this);
+}
 
-void MessagePeer::expectHello() { m_patience.start(); }
+void MessagePeer::expectHello() {
+    m_patience.start();
+}
 
 void MessagePeer::follow(MessageJournal* journal, quint64 next) {
     m_journal = journal;
@@ -91,7 +95,9 @@ void MessagePeer::endOfStream() {
     end(QString());
 }
 
-void MessagePeer::tooLate() { end(QStringLiteral("it did not finish its message in time")); }
+void MessagePeer::tooLate() {
+    end(QStringLiteral("it did not finish its message in time"));
+}
 
 void MessagePeer::finish(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);

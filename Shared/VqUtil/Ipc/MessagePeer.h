@@ -9,7 +9,8 @@
 
 namespace Velquor::Util {
 
-/// One connection of the messaging: cuts what comes into frames, and writes what a journal holds as fast as the other end takes it.
+/// One connection of the messaging: cuts what comes into frames, and writes what a journal holds as fast as the other end takes
+/// it.
 ///
 /// Thread: the hub's. Owner: the hub. Errors: `Ended`, once, with the reason; nothing comes after it.
 class MessagePeer : public QObject {
@@ -29,7 +30,8 @@ public:
     void send(const QByteArray& frame) { m_socket->write(frame); }
     /// Writes the entries from `next` on that did not come from here.
     void follow(MessageJournal* journal, quint64 next);
-    /// Writes as much as the other end can take now. Ends the connection when it has fallen so far behind that it would miss something.
+    /// Writes as much as the other end can take now. Ends the connection when it has fallen so far behind that it would miss
+    /// something.
     void writeOn();
     /// Hands what is still to be written to the system, waiting at most `timeoutMs`.
     void finish(int timeoutMs);

@@ -112,8 +112,9 @@ void ProcessState::deleteProperty(const QString& key) {
     if (!section.isEntered())
         return;
     change(QStringLiteral("Delete property"), [this, &key](ProcessRecords& records) {
-        const auto own = std::find_if(records.begin(), records.end(),
-                                      [this](const ProcessRecord& record) { return record.processId == m_services.ownProcessId; });
+        const auto own = std::find_if(records.begin(), records.end(), [this](const ProcessRecord& record) {
+            return record.processId == m_services.ownProcessId;
+        });
         return own != records.end() && own->properties.remove(key) > 0;
     });
 }
@@ -176,7 +177,8 @@ void ProcessState::change(const QString& context, const std::function<bool(Proce
     if (!edit(records))
         return;
     if (deadCount > 0)
-        m_services.logger->information(QStringLiteral("Removing %1 dead process(es) in process state shared memory").arg(deadCount));
+        m_services.logger->information(
+            QStringLiteral("Removing %1 dead process(es) in process state shared memory").arg(deadCount));
     m_block->write(records);
     logDump(context);
 }

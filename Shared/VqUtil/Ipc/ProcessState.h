@@ -47,7 +47,8 @@ private:
     void leaveBlock();
     [[nodiscard]] bool isSetElsewhere(const ProcessProperties& properties);
     void setOwn(const ProcessProperties& properties, const QString& context);
-    /// Hands the records of the living to `edit` and writes them, without the dead, when it returns true. Nothing without a block.
+    /// Hands the records of the living to `edit` and writes them, without the dead, when it returns true. Nothing without a
+    /// block.
     void change(const QString& context, const std::function<bool(ProcessRecords&)>& edit);
     [[nodiscard]] bool isAlive(const ProcessRecord& record) const;
     [[nodiscard]] ProcessRecords liveRecords();

@@ -12,7 +12,8 @@ constexpr int newBlockSize = 65536;
 constexpr int mostAttempts = 3;
 } // namespace
 
-ProcessStateBlock::ProcessStateBlock(const QString& key, std::unique_ptr<ISharedBlock> block, std::shared_ptr<Log::ILogger> logger)
+ProcessStateBlock::ProcessStateBlock(const QString& key, std::unique_ptr<ISharedBlock> block,
+                                     std::shared_ptr<Log::ILogger> logger)
     : m_key(key)
     , m_block(std::move(block))
     , m_logger(std::move(logger)) {}
@@ -28,7 +29,8 @@ bool ProcessStateBlock::ensureCreated() {
         m_logger->error(QStringLiteral("Failed to create process state shared memory %1").arg(m_key));
         return false;
     }
-    logOnce(QStringLiteral("Created process state shared memory %1. Shared memory size: %2 bytes.").arg(m_key).arg(m_block->size()));
+    logOnce(
+        QStringLiteral("Created process state shared memory %1. Shared memory size: %2 bytes.").arg(m_key).arg(m_block->size()));
     return true;
 }
 
@@ -38,7 +40,8 @@ bool ProcessStateBlock::attachIfThere() {
     if (m_block->attach() != ISharedBlock::Result::Done)
         return false;
     logOnce(QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: %2 bytes.")
-                .arg(m_key).arg(m_block->size()));
+                .arg(m_key)
+                .arg(m_block->size()));
     return true;
 }
 
@@ -67,8 +70,11 @@ void ProcessStateBlock::write(const ProcessRecords& records) {
     const int size = m_block->size();
     QByteArray bytes = ProcessStateCodec::encode(records, size);
     if (bytes.size() > size) {
-        m_logger->warning(QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (%2 bytes). Writing only "
-                                         "what fits and discarding the rest.").arg(bytes.size()).arg(size));
+        m_logger->warning(
+            QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (%2 bytes). Writing only "
+                           "what fits and discarding the rest.")
+                .arg(bytes.size())
+                .arg(size));
         bytes.truncate(size);
     }
     if (!m_block->write(bytes))

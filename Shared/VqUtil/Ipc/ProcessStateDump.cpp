@@ -23,7 +23,9 @@ QStringList processStateDump(const QString& context, const ProcessStateView& vie
     if (!view.isAttached)
         return lines << QStringLiteral("Shared memory not yet created");
     lines += QStringLiteral("Shared memory size (bytes): Total: %1, Used: %2, Available: %3")
-                 .arg(view.size).arg(view.usedSize).arg(view.size - view.usedSize);
+                 .arg(view.size)
+                 .arg(view.usedSize)
+                 .arg(view.size - view.usedSize);
     lines += QStringLiteral("Processes (%1):").arg(view.records.size());
     for (int index = 0; index < view.records.size(); ++index)
         addRecord(lines, index + 1, view.records.at(index));

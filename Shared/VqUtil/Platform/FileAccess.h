@@ -16,13 +16,14 @@ enum class Flush { Yes, No };
 
 /// Creates the file, which must not exist, readable and writable by its owner only, and writes the data.
 /// A file that could not be written whole is removed again. `error` receives the system's text when it is given.
-[[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr, Flush flush = Flush::Yes);
+[[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr,
+                                      Flush flush = Flush::Yes);
 
 /// What tells one content of a file from another without reading it.
 struct FileStamp {
-    qint64 modified = -1;  ///< Nanoseconds (as fine as the system tells) since its epoch; -1: there is no file.
+    qint64 modified = -1; ///< Nanoseconds (as fine as the system tells) since its epoch; -1: there is no file.
     qint64 size = -1;
-    quint64 identity = 0;  ///< The file system's number of the file: a replaced file has another one.
+    quint64 identity = 0; ///< The file system's number of the file: a replaced file has another one.
 
     [[nodiscard]] bool operator==(const FileStamp& other) const {
         return modified == other.modified && size == other.size && identity == other.identity;
@@ -36,6 +37,7 @@ enum class ReplaceResult { Done, Busy, Failed };
 
 /// Moves `from` over `to` in one step, so that a reader sees the old file or the new one.
 /// `Busy` means that another process holds the target open for the moment: trying again may help.
-[[nodiscard]] ReplaceResult replaceFile(const QString& from, const QString& to, QString* error = nullptr, Flush flush = Flush::Yes);
+[[nodiscard]] ReplaceResult replaceFile(const QString& from, const QString& to, QString* error = nullptr,
+                                        Flush flush = Flush::Yes);
 
 } // namespace Velquor::Util

@@ -6,7 +6,8 @@
 namespace Velquor::Util {
 
 /// Exclusion between the processes of one user (and between threads) that the operating system ends with its holder: whoever
-/// holds it and dies, however it dies, holds it no longer. Posix: `flock` on a file that is never deleted. Windows: a named mutex.
+/// holds it and dies, however it dies, holds it no longer. Posix: `flock` on a file that is never deleted. Windows: a named
+/// mutex.
 ///
 /// Thread: acquire and release on the same thread; one object for each holder. Owner: the holder.
 class ProcessGuard {

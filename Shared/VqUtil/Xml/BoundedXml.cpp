@@ -9,19 +9,15 @@ namespace {
 QString checkToken(QXmlStreamReader& reader, const XmlLimits& limits, int& depth, int& elements) {
     switch (reader.readNext()) {
     case QXmlStreamReader::DTD:
-    case QXmlStreamReader::EntityReference:
-        return QStringLiteral("A document type definition is not allowed");
+    case QXmlStreamReader::EntityReference: return QStringLiteral("A document type definition is not allowed");
     case QXmlStreamReader::StartElement:
         if (++depth > limits.depth)
             return QStringLiteral("Elements are nested more than %1 deep").arg(limits.depth);
         if (++elements > limits.elements)
             return QStringLiteral("There are more than %1 elements").arg(limits.elements);
         return {};
-    case QXmlStreamReader::EndElement:
-        --depth;
-        return {};
-    default:
-        return {};
+    case QXmlStreamReader::EndElement: --depth; return {};
+    default: return {};
     }
 }
 
@@ -39,7 +35,10 @@ QString findXmlFault(const QByteArray& text, const XmlLimits& limits) {
             return QStringLiteral("%1 (line %2)").arg(fault).arg(reader.lineNumber());
     }
     if (reader.hasError())
-        return QStringLiteral("%1 (line %2, column %3)").arg(reader.errorString()).arg(reader.lineNumber()).arg(reader.columnNumber());
+        return QStringLiteral("%1 (line %2, column %3)")
+            .arg(reader.errorString())
+            .arg(reader.lineNumber())
+            .arg(reader.columnNumber());
     return {};
 }
 

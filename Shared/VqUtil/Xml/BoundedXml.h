@@ -25,7 +25,8 @@ struct XmlResult {
 /// Thread: any.
 [[nodiscard]] XmlResult parseBoundedXml(const QByteArray& text, const XmlLimits& limits = {});
 
-/// That first pass alone, for who is about to write: what is wrong with the text and where; empty when it can be read. Thread: any.
+/// That first pass alone, for who is about to write: what is wrong with the text and where; empty when it can be read. Thread:
+/// any.
 [[nodiscard]] QString findXmlFault(const QByteArray& text, const XmlLimits& limits = {});
 
 } // namespace Velquor::Util

@@ -11,28 +11,50 @@ Cache::Cache(CacheImp* imp)
 }
 
 // Before the base class goes, whose children are deleted when nothing of this class is left.
-Cache::~Cache() { delete m_imp; }
+Cache::~Cache() {
+    delete m_imp;
+}
 
-void Cache::EnableCache(bool enable) { m_imp->EnableCache(enable); }
+void Cache::EnableCache(bool enable) {
+    m_imp->EnableCache(enable);
+}
 
-void Cache::InvalidateCache() { m_imp->InvalidateCache(); }
+void Cache::InvalidateCache() {
+    m_imp->InvalidateCache();
+}
 
-void Cache::DeleteCache() { m_imp->DeleteCache(); }
+void Cache::DeleteCache() {
+    m_imp->DeleteCache();
+}
 
-void Cache::SetUpdateInterval(unsigned int seconds) { m_imp->SetUpdateInterval(seconds); }
+void Cache::SetUpdateInterval(unsigned int seconds) {
+    m_imp->SetUpdateInterval(seconds);
+}
 
-void Cache::CacheLoadedOverride() { m_imp->log().whole(GetCacheInfoForLog()); }
+void Cache::CacheLoadedOverride() {
+    m_imp->log().whole(GetCacheInfoForLog());
+}
 
-void Cache::CacheUpdatedOverride() { m_imp->log().whole(GetCacheInfoForLog()); }
+void Cache::CacheUpdatedOverride() {
+    m_imp->log().whole(GetCacheInfoForLog());
+}
 
 void Cache::ClearCacheOverride() {}
 
-bool Cache::ParseReplyOverride(const QByteArray&) { return false; }
+bool Cache::ParseReplyOverride(const QByteArray&) {
+    return false;
+}
 
-bool Cache::UpdateError(const CacheFailure& failure) { return CacheTiming::isWorthRetrying(failure); }
+bool Cache::UpdateError(const CacheFailure& failure) {
+    return CacheTiming::isWorthRetrying(failure);
+}
 
-QUrl Cache::GetUrlOverride() { return {}; }
+QUrl Cache::GetUrlOverride() {
+    return {};
+}
 
-QString Cache::GetCacheInfoForLog() { return {}; }
+QString Cache::GetCacheInfoForLog() {
+    return {};
+}
 
 } // namespace Velquor::WebServices

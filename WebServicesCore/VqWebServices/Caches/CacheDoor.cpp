@@ -14,8 +14,8 @@ constexpr int graceMs = 2000;
 CacheDoor::CacheDoor(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, const QString& productId)
     : m_owner(owner)
     , m_views(std::make_shared<CacheViews>())
-    , m_store(new CacheStore({owner, std::move(refreshes),
-                              std::make_shared<CacheFile>(owner.services().cacheFile, productId), m_views})) {
+    , m_store(new CacheStore(
+          {owner, std::move(refreshes), std::make_shared<CacheFile>(owner.services().cacheFile, productId), m_views})) {
     m_store->ConfigurationSet();
 }
 

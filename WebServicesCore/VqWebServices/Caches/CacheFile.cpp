@@ -45,8 +45,8 @@ QDomDocument openForChange(const QString& path) {
     if (!document.isNull())
         return document;
     return file.data.trimmed().isEmpty() && !file.isTooLarge ? Util::newXmlDocument(rootName)
-           : Util::AtomicFile::setAside(path).isEmpty() ? QDomDocument()
-                                                        : Util::newXmlDocument(rootName);
+           : Util::AtomicFile::setAside(path).isEmpty()      ? QDomDocument()
+                                                             : Util::newXmlDocument(rootName);
 }
 
 // One section, unless the body holds the text that ends a section: that text is spread over two.
@@ -70,7 +70,9 @@ bool acquire(Util::ProcessGuard& guard, int timeoutMs, const std::function<bool(
     return false;
 }
 
-bool always() { return true; }
+bool always() {
+    return true;
+}
 
 void clear(QDomElement& element) {
     while (element.hasChildNodes())
@@ -114,7 +116,8 @@ CacheFile::ReadResult CacheFile::read(const QString& nodePath, CacheRecord& reco
     return ReadResult::Found;
 }
 
-CacheFile::WriteResult CacheFile::save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite) {
+CacheFile::WriteResult CacheFile::save(const QString& nodePath, const CacheRecord& record,
+                                       const std::function<bool()>& mayWrite) {
     if (!mayWrite())
         return WriteResult::NotWanted;
     return change(saveTimeoutMs, mayWrite, [&](QDomDocument& document) {
@@ -161,9 +164,7 @@ CacheFile::WriteResult CacheFile::change(int timeoutMs, const std::function<bool
     QDomDocument document = openForChange(m_path);
     if (!document.isNull()) {
         const Change made = edit(document);
-        result = made == Change::Made   ? replace(document)
-                 : made == Change::None ? WriteResult::Done
-                                        : WriteResult::NotWanted;
+        result = made == Change::Made ? replace(document) : made == Change::None ? WriteResult::Done : WriteResult::NotWanted;
     }
     guard.release();
     return result;

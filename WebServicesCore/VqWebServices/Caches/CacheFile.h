@@ -20,9 +20,9 @@ struct CacheRecord {
 ///
 /// Each cache has an element at its node path; the products' elements stand beside each other there and are told apart by an
 /// attribute "Product". An element without it belongs to whoever comes first. A change is one step under a lock between the
-/// processes that ends with its holder, and the file is replaced whole, so that no product loses what another has written. A damaged
-/// file is set aside. The file is the user's alone.
-/// Thread: any; an object for each product. Owner: the product's cache store. Errors: the results below; the caller logs.
+/// processes that ends with its holder, and the file is replaced whole, so that no product loses what another has written. A
+/// damaged file is set aside. The file is the user's alone. Thread: any; an object for each product. Owner: the product's cache
+/// store. Errors: the results below; the caller logs.
 class CacheFile {
 public:
     /// `product`: a text that stands for the consumer key and may be seen.
@@ -35,8 +35,8 @@ public:
     [[nodiscard]] ReadResult read(const QString& nodePath, CacheRecord& record) const;
 
     enum class WriteResult { Done, NotWanted, NoFolder, NotOpened, NotWritten };
-    /// Waits for the lock for as long as `mayWrite` says yes, at most 5 seconds, and asks it under the lock again; when it says no,
-    /// nothing is written and the result is `NotWanted`.
+    /// Waits for the lock for as long as `mayWrite` says yes, at most 5 seconds, and asks it under the lock again; when it says
+    /// no, nothing is written and the result is `NotWanted`.
     [[nodiscard]] WriteResult save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite);
     /// Removes the product's value. `Done` when there was none.
     [[nodiscard]] WriteResult remove(const QString& nodePath);

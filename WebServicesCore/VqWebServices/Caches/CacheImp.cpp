@@ -96,8 +96,9 @@ void CacheImp::startTimer(Shot shot, qint64 intervalMs) {
             this, [this, shot, intervalMs] { startTimer(shot, intervalMs); }, Qt::QueuedConnection);
         return;
     }
-    m_log.information(QStringLiteral("Starting %1timer with interval %2")
-                          .arg(shot == Shot::Single ? QStringLiteral("single shot ") : QString(), Util::timeSpanText(intervalMs)));
+    m_log.information(
+        QStringLiteral("Starting %1timer with interval %2")
+            .arg(shot == Shot::Single ? QStringLiteral("single shot ") : QString(), Util::timeSpanText(intervalMs)));
     m_timer.setSingleShot(shot == Shot::Single);
     m_timer.start(static_cast<int>(intervalMs));
 }
@@ -181,9 +182,7 @@ bool CacheImp::isUpdateDue() {
     const CacheTiming::Decision decision = CacheTiming::decide(facts, now());
     switch (decision.answer) {
     case Answer::CannotUpdate: m_log.information(QStringLiteral("Can't update cache now")); break;
-    case Answer::NeverExpires:
-        m_log.information(QStringLiteral("Update not required now. Update interval is negative."));
-        break;
+    case Answer::NeverExpires: m_log.information(QStringLiteral("Update not required now. Update interval is negative.")); break;
     case Answer::NotExpired:
         m_log.information(QStringLiteral("Update not required now. Cache has not expired. It will expire in %1.")
                               .arg(Util::timeSpanText(decision.msToExpiry)));
@@ -191,7 +190,8 @@ bool CacheImp::isUpdateDue() {
         break;
     case Answer::Expired:
         m_log.information(QStringLiteral("Time to update cache. Cache has expired. Cache date: %1 Update interval: %2")
-                              .arg(facts.updateDate.toString(Qt::ISODate)).arg(facts.updateSeconds));
+                              .arg(facts.updateDate.toString(Qt::ISODate))
+                              .arg(facts.updateSeconds));
         break;
     case Answer::BadDate: m_log.information(QStringLiteral("Time to update cache. Cache timestamp is invalid.")); break;
     case Answer::NoValue: m_log.information(QStringLiteral("Time to update cache. Cache is not available.")); break;

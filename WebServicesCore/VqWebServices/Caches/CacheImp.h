@@ -27,8 +27,8 @@ struct CacheParts {
 /// The work of one cache: its timer, the update over the network with its retries, and what becomes of the value.
 ///
 /// Thread: lives on its product's token operations thread, where all work is done; the operations of `Cache` come from any thread
-/// and are posted there. Owner: its `Cache`, whose overridable operations it calls. Errors: log lines; a value that is known stays
-/// when an update fails.
+/// and are posted there. Owner: its `Cache`, whose overridable operations it calls. Errors: log lines; a value that is known
+/// stays when an update fails.
 class CacheImp : public QObject {
     Q_OBJECT
 

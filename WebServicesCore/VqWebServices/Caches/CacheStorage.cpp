@@ -40,7 +40,8 @@ bool CacheStorage::accepts(const CacheRecord& record, const CacheIdentity& ident
         return false;
     }
     if (record.user != identity.user) {
-        m_log.information(QStringLiteral("Discarding cache since user has changed (from %1 to %2)").arg(record.user, identity.user));
+        m_log.information(
+            QStringLiteral("Discarding cache since user has changed (from %1 to %2)").arg(record.user, identity.user));
         return false;
     }
     if (record.tokenHash != identity.tokenHash) {

@@ -23,7 +23,9 @@ CacheStore::CacheStore(const CacheParts& parts)
     : m_parts(parts)
     , m_logger(*parts.owner.services().loggers.cache) {}
 
-CacheStore::~CacheStore() { ConfigurationRemoved(); }
+CacheStore::~CacheStore() {
+    ConfigurationRemoved();
+}
 
 bool CacheStore::isCachingEnabled() {
     const QString setting = librarySetting(QStringLiteral("DisableCaching"));
@@ -63,8 +65,7 @@ void CacheStore::InvalidateCache(CacheType type) {
     if (Cache* const found = cache(type))
         found->InvalidateCache();
     else
-        m_logger.error(
-            QStringLiteral("Failed to invalidate cache %1. Cache objects not yet created.").arg(cacheTypeName(type)));
+        m_logger.error(QStringLiteral("Failed to invalidate cache %1. Cache objects not yet created.").arg(cacheTypeName(type)));
 }
 
 void CacheStore::DeleteCache(CacheType type) {

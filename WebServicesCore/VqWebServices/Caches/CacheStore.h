@@ -12,8 +12,8 @@ namespace Velquor::WebServices {
 /// The three caches of one product: makes them when there is a configuration, removes them when there is none, and passes on what
 /// happens to the sign-in.
 ///
-/// Thread: made anywhere, then moved with its caches to the token operations thread of its product; operations on a cache may come
-/// from any thread. Owner: the object deleter of the product's session. Errors: log lines.
+/// Thread: made anywhere, then moved with its caches to the token operations thread of its product; operations on a cache may
+/// come from any thread. Owner: the object deleter of the product's session. Errors: log lines.
 class CacheStore : public QObject {
     Q_OBJECT
 

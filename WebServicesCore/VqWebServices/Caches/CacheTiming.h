@@ -32,7 +32,7 @@ enum class Answer {
 
 struct Decision {
     Answer answer = Answer::CannotUpdate;
-    qint64 msToExpiry = 0; ///< For `NotExpired`.
+    qint64 msToExpiry = 0;  ///< For `NotExpired`.
     qint64 nextCheckMs = 0; ///< For `NotExpired`: when to look again.
 
     [[nodiscard]] bool isDue() const {

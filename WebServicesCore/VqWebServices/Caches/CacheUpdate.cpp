@@ -63,8 +63,8 @@ bool CacheImp::signRequest(QNetworkRequest& request) {
     m_askedFor = m_tokens.signInMark();
     m_askedWith = identity();
     SigningKeys keys;
-    const bool isSigned = url.isValid() && m_tokens.signingKeys(keys).isEmpty()
-                          && signGet(*m_tokens.services().oauthHost, url, keys, request);
+    const bool isSigned =
+        url.isValid() && m_tokens.signingKeys(keys).isEmpty() && signGet(*m_tokens.services().oauthHost, url, keys, request);
     if (isSigned)
         m_log.information(QStringLiteral("Finished signing request successfully: %1").arg(displayUrl(url)));
     else
@@ -105,7 +105,8 @@ void CacheImp::settle(const ExchangeOutcome& outcome) {
 
 void CacheImp::keep(const ExchangeOutcome& outcome) {
     if (!m_owner->ParseReplyOverride(outcome.reply.body)) {
-        fail(QStringLiteral("Failed to update cache: %1%2").arg(QStringLiteral("Server returned invalid response body"), QString()),
+        fail(QStringLiteral("Failed to update cache: %1%2")
+                 .arg(QStringLiteral("Server returned invalid response body"), QString()),
              {outcome.reply.status, outcome.reply.networkError, true, outcome.reply.clockKind});
         return;
     }
@@ -140,7 +141,9 @@ void CacheImp::fail(const QString& text, const CacheFailure& failure) {
     startTimer(Shot::Single, delayMs);
 }
 
-void CacheImp::endRun() { m_view.updates->leave(m_view.isAvailable ? 1 : 0); }
+void CacheImp::endRun() {
+    m_view.updates->leave(m_view.isAvailable ? 1 : 0);
+}
 
 void CacheImp::Abort() {
     if (!m_exchange.isUnderWay())

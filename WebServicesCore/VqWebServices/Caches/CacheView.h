@@ -24,8 +24,8 @@ struct CacheView {
     const std::shared_ptr<RunState> updates = std::make_shared<RunState>();
 };
 
-/// A parsed reply that is replaced as a whole: who reads sees one reply, never parts of two. Readers do not wait for each other: of
-/// many threads that share one mutex each would have to be woken by the one before it. Thread: any.
+/// A parsed reply that is replaced as a whole: who reads sees one reply, never parts of two. Readers do not wait for each other:
+/// of many threads that share one mutex each would have to be woken by the one before it. Thread: any.
 template <class T>
 class Published {
 public:

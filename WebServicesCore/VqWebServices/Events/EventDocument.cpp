@@ -36,7 +36,8 @@ QVariant plainValue(const QVariant& value) {
     }
 }
 
-// The names of the framework's variant types: its own type names without their leading letter, and the plain ones in its spelling.
+// The names of the framework's variant types: its own type names without their leading letter, and the plain ones in its
+// spelling.
 QString typeName(const QVariant& value) {
     switch (value.userType()) {
     case QMetaType::UnknownType: return QStringLiteral("Invalid");

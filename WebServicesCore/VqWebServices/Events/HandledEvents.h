@@ -15,8 +15,8 @@ enum class IPCMethod { Socket, Watcher };
 
 /// The events of other processes that were handled, and which carrier brought them first.
 ///
-/// Senders count their events, and one carrier may be thousands of events behind the other: so nothing is forgotten of a sender. Its
-/// events are kept as ranges of numbers, of which there is one as long as they all come, and come by the same carrier.
+/// Senders count their events, and one carrier may be thousands of events behind the other: so nothing is forgotten of a sender.
+/// Its events are kept as ranges of numbers, of which there is one as long as they all come, and come by the same carrier.
 /// Bounded: of too many ranges the lowest two become one; of too many senders the one goes that was silent for longest.
 /// Thread: one at a time. Owner: the notification manager.
 class HandledEvents {

@@ -61,8 +61,7 @@ void InterProcessEventManager::RaiseEvent(int id, const QVariantMap& params) {
     if (isOwnThread)
         m_deleteFileTimer.stop();
     else
-        m_logger->error(
-            QStringLiteral("InterProcessEventManager::RaiseEvent called in a different thread. Cannot stop timer."));
+        m_logger->error(QStringLiteral("InterProcessEventManager::RaiseEvent called in a different thread. Cannot stop timer."));
     m_document = writeEventDocument({QCoreApplication::applicationPid(), id, params});
     if (!m_writeTimer.isActive())
         writeFile();
@@ -81,8 +80,7 @@ void InterProcessEventManager::writeFile() {
 bool InterProcessEventManager::tryToWriteFile(int patienceMs, bool isLast) {
     QString error;
     // It lives for a minute; a power cut ends those whom it tells something.
-    const Util::ReplaceResult result =
-        Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, patienceMs);
+    const Util::ReplaceResult result = Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, patienceMs);
     if (result == Util::ReplaceResult::Busy && !isLast)
         return false;
     m_document.clear();

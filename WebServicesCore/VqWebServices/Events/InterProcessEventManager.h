@@ -51,8 +51,9 @@ private:
     const QString m_triggerFile;
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
-    QByteArray m_document; ///< To be written; empty when nothing is. Only the last event can be seen in the file, so no other waits.
-    QTimer m_writeTimer;   ///< Runs while the event file is in use.
+    QByteArray
+        m_document; ///< To be written; empty when nothing is. Only the last event can be seen in the file, so no other waits.
+    QTimer m_writeTimer; ///< Runs while the event file is in use.
     int m_attempts = 0;
     QTimer m_deleteFileTimer;
     CloudUtil::FolderWatcher m_watcher;

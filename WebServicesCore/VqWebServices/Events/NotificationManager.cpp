@@ -15,7 +15,8 @@ namespace {
 
 const auto serverName = QStringLiteral("Velquor.WebServices");
 constexpr int lastLookMs = 100;
-// The pause before the listener is asked again what it could not do: at first nobody shall notice it, and then it shall cost nothing.
+// The pause before the listener is asked again what it could not do: at first nobody shall notice it, and then it shall cost
+// nothing.
 constexpr int shortestAgainMs = 200;
 constexpr int longestAgainMs = 2000;
 
@@ -78,8 +79,7 @@ bool NotificationManager::SendInterProcessMessage(Event event, const QVariantMap
         ++m_lastNumber;
     else
         m_logger->error(
-            QStringLiteral(
-                "Failed to invoke function SendInterProcessMessageSlot asynchronously to send web services event %1")
+            QStringLiteral("Failed to invoke function SendInterProcessMessageSlot asynchronously to send web services event %1")
                 .arg(eventName(event)));
     return invoked;
 }

@@ -15,18 +15,19 @@
 
 namespace Velquor::WebServices {
 
-/// Sends web services events to the other processes of the user and receives theirs, over two carriers: local sockets and a watched
-/// file. What arrives over both is handled once.
+/// Sends web services events to the other processes of the user and receives theirs, over two carriers: local sockets and a
+/// watched file. What arrives over both is handled once.
 ///
-/// Thread: lives on the notification thread; SendInterProcessMessage may be called from any. Owner: the login session, through the
-/// end of that thread. Errors: log lines; an event that cannot be sent is lost, and the others notice by the login state file.
+/// Thread: lives on the notification thread; SendInterProcessMessage may be called from any. Owner: the login session, through
+/// the end of that thread. Errors: log lines; an event that cannot be sent is lost, and the others notice by the login state
+/// file.
 class NotificationManager : public QObject {
     Q_OBJECT
 
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
-    /// From the message of an event to its file. Writing the file takes longer than sending a message, and reading it keeps every process
-    /// busy: the messages shall be there before.
+    /// From the message of an event to its file. Writing the file takes longer than sending a message, and reading it keeps every
+    /// process busy: the messages shall be there before.
     static constexpr int fileDelayMs = 20;
 
     /// `folder` is that of the login state file; `listener` outlives this object.
@@ -38,8 +39,8 @@ public:
 
     void HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method);
 
-    /// The token spec of an OAuth2 event. An event without a type comes from an older process, which knows one kind of token only. Null,
-    /// with a line in the log, for a type that is none.
+    /// The token spec of an OAuth2 event. An event without a type comes from an older process, which knows one kind of token
+    /// only. Null, with a line in the log, for a type that is none.
     [[nodiscard]] std::optional<OAuth2TokenSpec> GetOAuth2TokenSpec(const QVariantMap& params, Event event) const;
 
 public slots:

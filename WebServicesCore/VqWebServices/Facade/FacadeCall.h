@@ -31,15 +31,16 @@ void guarded(const char* operation, const Work& work) {
     });
 }
 
-/// Runs one operation of a facade on the session of this moment; a call while the library is not initialized has its failure result
-/// and one log line too. Thread: any.
+/// Runs one operation of a facade on the session of this moment; a call while the library is not initialized has its failure
+/// result and one log line too. Thread: any.
 template <class Result, class Work>
 Result withSession(const char* operation, Result failure, const Work& work) {
     return guarded(operation, failure, [&]() -> Result {
         if (const auto session = WebServicesManagerImp::instance().session())
             return work(*session);
-        Log::rootLogger().error(QStringLiteral("%1 failed. %2").arg(
-            QLatin1String(operation), QStringLiteral("Module not initialized or already uninitialized.")));
+        Log::rootLogger().error(
+            QStringLiteral("%1 failed. %2")
+                .arg(QLatin1String(operation), QStringLiteral("Module not initialized or already uninitialized.")));
         return failure;
     });
 }

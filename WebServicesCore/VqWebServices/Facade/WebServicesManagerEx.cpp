@@ -231,8 +231,7 @@ int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buff
     return withSession("GetAccessToken", 0, [&](LoginSession& session) {
         Util::SecretBytes token;
         Util::SecretBytes secret;
-        const bool found =
-            session.requireClient(clientKey) && session.GetAccessToken(clientKey, checkExpiry, token, secret);
+        const bool found = session.requireClient(clientKey) && session.GetAccessToken(clientKey, checkExpiry, token, secret);
         return copyText(found ? token.toText() : QString(), buffer, size);
     });
 }

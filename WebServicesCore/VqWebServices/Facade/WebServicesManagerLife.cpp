@@ -57,21 +57,15 @@ void WebServicesManager::SetSupportFileSearchPaths(const wchar_t* paths) {
 }
 
 int WebServicesManager::GetSupportFileSearchPaths(wchar_t* buffer, int size) {
-    return guarded("GetSupportFileSearchPaths", 0, [&] {
-        return copyText(SupportFiles::searchPathsText(), buffer, size);
-    });
+    return guarded("GetSupportFileSearchPaths", 0, [&] { return copyText(SupportFiles::searchPathsText(), buffer, size); });
 }
 
 void WebServicesManager::SetDefaultPluginSearchPaths() {
-    guarded("SetDefaultPluginSearchPaths", [&] {
-        PluginPaths::setDefaults();
-    });
+    guarded("SetDefaultPluginSearchPaths", [&] { PluginPaths::setDefaults(); });
 }
 
 void WebServicesManager::AddPluginSearchPath(const wchar_t* path) {
-    guarded("AddPluginSearchPath", [&] {
-        PluginPaths::add(textFromCaller(path));
-    });
+    guarded("AddPluginSearchPath", [&] { PluginPaths::add(textFromCaller(path)); });
 }
 
 bool WebServicesManager::SetEventHook() {
@@ -80,8 +74,8 @@ bool WebServicesManager::SetEventHook() {
             return true;
         const QCoreApplication* const application = QCoreApplication::instance();
         if (application && qstrcmp(application->metaObject()->className(), "QApplication") == 0) {
-            Log::rootLogger().warning(
-                QStringLiteral("Ignoring call to set event hook. It is not required since your application is using QApplication."));
+            Log::rootLogger().warning(QStringLiteral(
+                "Ignoring call to set event hook. It is not required since your application is using QApplication."));
             return true;
         }
         Log::rootLogger().information(QStringLiteral("Setting event hook"));

@@ -44,8 +44,8 @@ int WebServicesManager::GetOAuth2AccessToken(wchar_t* buffer, int size, bool wai
         return 0;
     }
     if (buffer && size < token.GetTokenSize() + 1) {
-        Log::rootLogger().error(QStringLiteral(
-            "GetOAuth2AccessToken failed. Insufficient buffer size. Pass null to get buffer size required."));
+        Log::rootLogger().error(
+            QStringLiteral("GetOAuth2AccessToken failed. Insufficient buffer size. Pass null to get buffer size required."));
         return 0;
     }
     return token.GetToken(buffer, size);

@@ -39,9 +39,8 @@ bool report(bool done, const char* operation) {
 } // namespace
 
 bool WebServicesPrivate::Equals(const WebServicesConfiguration& a, const WebServicesConfiguration& b) {
-    return guarded("Equals", false, [&] {
-        return WebServicesConfigurationImp::of(a).equals(WebServicesConfigurationImp::of(b));
-    });
+    return guarded("Equals", false,
+                   [&] { return WebServicesConfigurationImp::of(a).equals(WebServicesConfigurationImp::of(b)); });
 }
 
 bool WebServicesPrivate::NetworkCookieToJson(const NetworkCookie& cookie, QJsonObject& json) {
@@ -59,15 +58,12 @@ bool WebServicesPrivate::NetworkCookieToJson(const NetworkCookie& cookie, std::s
 }
 
 bool WebServicesPrivate::JsonToNetworkCookie(const QJsonObject& json, NetworkCookie& cookie) {
-    return guarded("JsonToNetworkCookie", false, [&] {
-        return report(NetworkCookieImp::of(cookie).fromJson(json), "JsonToNetworkCookie");
-    });
+    return guarded("JsonToNetworkCookie", false,
+                   [&] { return report(NetworkCookieImp::of(cookie).fromJson(json), "JsonToNetworkCookie"); });
 }
 
 bool WebServicesPrivate::JsonToNetworkCookie(const char* json, NetworkCookie& cookie) {
-    return guarded("JsonToNetworkCookie", false, [&] {
-        return JsonToNetworkCookie(toObject(json), cookie);
-    });
+    return guarded("JsonToNetworkCookie", false, [&] { return JsonToNetworkCookie(toObject(json), cookie); });
 }
 
 bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, QJsonObject& json) {
@@ -85,69 +81,49 @@ bool WebServicesPrivate::NetworkCookieJarToJson(const NetworkCookieJar& jar, std
 }
 
 bool WebServicesPrivate::JsonToNetworkCookieJar(const QJsonObject& json, NetworkCookieJar& jar) {
-    return guarded("JsonToNetworkCookieJar", false, [&] {
-        return report(NetworkCookieJarImp::of(jar).fromJson(json), "JsonToNetworkCookieJar");
-    });
+    return guarded("JsonToNetworkCookieJar", false,
+                   [&] { return report(NetworkCookieJarImp::of(jar).fromJson(json), "JsonToNetworkCookieJar"); });
 }
 
 bool WebServicesPrivate::JsonToNetworkCookieJar(const char* json, NetworkCookieJar& jar) {
-    return guarded("JsonToNetworkCookieJar", false, [&] {
-        return JsonToNetworkCookieJar(toObject(json), jar);
-    });
+    return guarded("JsonToNetworkCookieJar", false, [&] { return JsonToNetworkCookieJar(toObject(json), jar); });
 }
 
 QString WebServicesPrivate::GetUrl(const QString& key) {
-    return guarded("GetUrl", QString(), [&] {
-        return UrlStore::instance().GetUrl(currentServer(), key);
-    });
+    return guarded("GetUrl", QString(), [&] { return UrlStore::instance().GetUrl(currentServer(), key); });
 }
 
 QString WebServicesPrivate::GetUrl(WebServicesUrlCode code) {
-    return guarded("GetUrl", QString(), [&] {
-        return UrlStore::instance().GetUrl(currentServer(), code);
-    });
+    return guarded("GetUrl", QString(), [&] { return UrlStore::instance().GetUrl(currentServer(), code); });
 }
 
 bool WebServicesPrivate::SetUrlOverrides(Server server, const QMap<QString, QString>& overrides) {
-    return guarded("SetUrlOverrides", false, [&] {
-        return UrlStore::instance().SetUrlOverrides(server, overrides);
-    });
+    return guarded("SetUrlOverrides", false, [&] { return UrlStore::instance().SetUrlOverrides(server, overrides); });
 }
 
 bool WebServicesPrivate::ClearUrlOverrides(Server server) {
-    return guarded("ClearUrlOverrides", false, [&] {
-        return UrlStore::instance().ClearUrlOverrides(server);
-    });
+    return guarded("ClearUrlOverrides", false, [&] { return UrlStore::instance().ClearUrlOverrides(server); });
 }
 
 QMap<QString, QString> WebServicesPrivate::GetUrlOverrides() {
-    return guarded("GetUrlOverrides", UrlMap(), [&] {
-        return UrlStore::instance().GetUrlOverrides(currentServer());
-    });
+    return guarded("GetUrlOverrides", UrlMap(), [&] { return UrlStore::instance().GetUrlOverrides(currentServer()); });
 }
 
 bool WebServicesPrivate::SetupLog() {
-    return guarded("SetupLog", false, [&] {
-        return LogSetupHelper::SetupLog();
-    });
+    return guarded("SetupLog", false, [&] { return LogSetupHelper::SetupLog(); });
 }
 
 QString WebServicesPrivate::GetLogConfigFile() {
-    return guarded("GetLogConfigFile", QString(), [&] {
-        return LogSetupHelper::findConfiguration();
-    });
+    return guarded("GetLogConfigFile", QString(), [&] { return LogSetupHelper::findConfiguration(); });
 }
 
 QString WebServicesPrivate::GetLogFile() {
-    return guarded("GetLogFile", QString(), [&] {
-        return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName();
-    });
+    return guarded("GetLogFile", QString(),
+                   [&] { return LogSetupHelper::logFileFolder() + QLatin1Char('/') + LogSetupHelper::logFileName(); });
 }
 
 QString WebServicesPrivate::GetLogFileFolder() {
-    return guarded("GetLogFileFolder", QString(), [&] {
-        return LogSetupHelper::logFileFolder();
-    });
+    return guarded("GetLogFileFolder", QString(), [&] { return LogSetupHelper::logFileFolder(); });
 }
 
 std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
@@ -157,9 +133,7 @@ std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
 }
 
 void WebServicesPrivate::SetCredentialPrompt(std::shared_ptr<ICredentialPrompt> prompt) {
-    guarded("SetCredentialPrompt", [&] {
-        ProxyPrompt::instance().setPrompt(std::move(prompt));
-    });
+    guarded("SetCredentialPrompt", [&] { ProxyPrompt::instance().setPrompt(std::move(prompt)); });
 }
 
 } // namespace Velquor::WebServices

@@ -17,16 +17,21 @@ void WebServicesPrivate::RemoveObserver(IWebServicesObserver* observer) {
     WebServicesManagerImp::instance().manager().RemoveObserver(observer);
 }
 
-void WebServicesPrivate::RaiseEvent(Event event) { RaiseEvent(event, true); }
+void WebServicesPrivate::RaiseEvent(Event event) {
+    RaiseEvent(event, true);
+}
 
 void WebServicesPrivate::RaiseEvent(Event event, bool sendToOthers) {
     guarded("RaiseEvent", [&] {
         const auto session = WebServicesManagerImp::instance().session();
-        RaiseEvent(session ? session->oauth2().productKey(WebServicesManagerImp::defaultClientKey()) : QString(), event, sendToOthers);
+        RaiseEvent(session ? session->oauth2().productKey(WebServicesManagerImp::defaultClientKey()) : QString(), event,
+                   sendToOthers);
     });
 }
 
-void WebServicesPrivate::RaiseEvent(const QString& consumerKey, Event event) { RaiseEvent(consumerKey, event, true); }
+void WebServicesPrivate::RaiseEvent(const QString& consumerKey, Event event) {
+    RaiseEvent(consumerKey, event, true);
+}
 
 void WebServicesPrivate::RaiseEvent(const QString& consumerKey, Event event, bool sendToOthers) {
     if (eventName(event).isEmpty()) {

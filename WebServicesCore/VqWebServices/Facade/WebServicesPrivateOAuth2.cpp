@@ -25,9 +25,7 @@ TokenName tokenName(const QString& key, const OAuth2TokenSpec* spec) {
 } // namespace
 
 bool WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(const RetrySchedule& schedule) {
-    return guarded("SetOAuth2TokenRefreshRetrySchedule", false, [&] {
-        return RetrySchedules::instance().set(schedule);
-    });
+    return guarded("SetOAuth2TokenRefreshRetrySchedule", false, [&] { return RetrySchedules::instance().set(schedule); });
 }
 
 bool WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(const QString& key, const OAuth2TokenSpec* spec,

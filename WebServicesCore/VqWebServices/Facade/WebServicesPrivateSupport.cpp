@@ -10,12 +10,13 @@
 
 namespace Velquor::WebServices {
 
-bool WebServicesPrivate::IsHostSSOServer() { return isSSOServerHost(Util::hostExecutablePath()); }
+bool WebServicesPrivate::IsHostSSOServer() {
+    return isSSOServerHost(Util::hostExecutablePath());
+}
 
 QByteArray WebServicesPrivate::GetLoginSessionDump() {
-    return withSession("GetLoginSessionDump", QByteArray(), [](LoginSession& session) {
-        return QJsonDocument(session.stateDump()).toJson(QJsonDocument::Compact);
-    });
+    return withSession("GetLoginSessionDump", QByteArray(),
+                       [](LoginSession& session) { return QJsonDocument(session.stateDump()).toJson(QJsonDocument::Compact); });
 }
 
 QStringList WebServicesPrivate::GetProcessStateDump() {

@@ -10,7 +10,9 @@ ExchangeRunner::ExchangeRunner(Finished finished, QObject* parent)
     : QObject(parent)
     , m_finished(std::move(finished)) {}
 
-ExchangeRunner::~ExchangeRunner() { cancel(); }
+ExchangeRunner::~ExchangeRunner() {
+    cancel();
+}
 
 void ExchangeRunner::send(const QNetworkRequest& request, const QString& verb, const QByteArray& body, int timeoutMs,
                           const std::shared_ptr<Log::ILogger>& logger) {

@@ -109,9 +109,9 @@ private:
     std::unique_ptr<QTimer> m_timer;
     int m_pausedMsec = -1; ///< what was left when a prompt for the user stopped the timer
     bool m_finished = false;
-    bool m_ended = false; ///< endWith() has decided result and message, whatever the reply says
+    bool m_ended = false;       ///< endWith() has decided result and message, whatever the reply says
     bool m_isAbandoned = false; ///< cancelled by who asked, who does not want the reply any more
-    int m_replyCalls = 0; ///< how many calls from or into the reply are under way
+    int m_replyCalls = 0;       ///< how many calls from or into the reply are under way
     QByteArray m_requestBody;
     QList<QSslError> m_sslErrors;
     int m_downloadTimeoutInMsec = 180000;

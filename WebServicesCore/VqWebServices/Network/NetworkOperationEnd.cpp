@@ -34,8 +34,8 @@ void NetworkOperation::CanceledSlot() {
     abandon(QStringLiteral("Canceled by caller"));
 }
 
-// The framework's own thread may be waiting for the reply to hear of the encryption, while the manager waits five seconds for that
-// thread to end. A reply that goes before its manager sets the thread free, so an abandoned one is not handed out.
+// The framework's own thread may be waiting for the reply to hear of the encryption, while the manager waits five seconds for
+// that thread to end. A reply that goes before its manager sets the thread free, so an abandoned one is not handed out.
 void NetworkOperation::abandon(const QString& reason) {
     m_isAbandoned = isRunning();
     cancel(reason);

@@ -30,7 +30,9 @@ bool parse(const QString& path, const Util::AtomicFile::ReadResult& file, QJsonO
     return false;
 }
 
-QJsonObject member(const QJsonObject& object, const char* name) { return object.value(QLatin1String(name)).toObject(); }
+QJsonObject member(const QJsonObject& object, const char* name) {
+    return object.value(QLatin1String(name)).toObject();
+}
 
 } // namespace
 

@@ -108,7 +108,9 @@ void UrlStore::clearCache() {
     m_files.clear();
 }
 
-UrlStore::LoadedFile UrlStore::loadedFile(Server server) { return m_files.contains(server) ? m_files.value(server) : load(server); }
+UrlStore::LoadedFile UrlStore::loadedFile(Server server) {
+    return m_files.contains(server) ? m_files.value(server) : load(server);
+}
 
 UrlStore::LoadedFile UrlStore::load(Server server) {
     const QString name = urlFileName(server);

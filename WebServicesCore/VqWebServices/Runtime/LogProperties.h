@@ -16,7 +16,8 @@ struct RootLogLevel {
 /// An unknown level counts as not set. Thread: any.
 [[nodiscard]] RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry);
 
-/// The log configuration with "${name}" replaced for the given names, in bytes: the name of a folder need not be UTF-8. Thread: any.
+/// The log configuration with "${name}" replaced for the given names, in bytes: the name of a folder need not be UTF-8. Thread:
+/// any.
 [[nodiscard]] QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByteArray>& properties);
 
 } // namespace Velquor::WebServices

@@ -104,7 +104,9 @@ void LogSetupHelper::Log(int level, const std::wstring& text) {
     Log::rootLogger().log(static_cast<Log::Level>(level), QString::fromStdWString(text));
 }
 
-void LogSetupHelper::LogQueuedMessages() { writeQueued(Log::LogQueue::instance().finish()); }
+void LogSetupHelper::LogQueuedMessages() {
+    writeQueued(Log::LogQueue::instance().finish());
+}
 
 bool LogSetupHelper::isLogEnabled() {
     for (const log4cplus::Logger& logger : log4cplus::Logger::getCurrentLoggers()) {

@@ -93,8 +93,7 @@ std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const Loggers& loggers) {
 std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::ILogger>& logger) {
     if (!Util::ensureOwnerOnlyFolder(RuntimePaths::dataPath()))
         logger->error(QStringLiteral("Failed to create the data folder %1").arg(RuntimePaths::dataPath()));
-    auto state =
-        std::make_shared<Util::ProcessState>(Util::systemProcessStateServices(RuntimePaths::dataPath(), logger));
+    auto state = std::make_shared<Util::ProcessState>(Util::systemProcessStateServices(RuntimePaths::dataPath(), logger));
     state->setKey(QStringLiteral("Velquor.WebServices.ProcessState"));
     return state;
 }
@@ -117,8 +116,8 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey, cons
     started.processState = makeProcessState(services.loggers.ipc);
     services.cryptor = makeCryptor(services.loggers.session);
     services.cipherBlockSize = Util::userKeyBlockSize;
-    services.oauthHost =
-        std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), timeService, services.loggers.session);
+    services.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), timeService,
+                                                              services.loggers.session);
     services.clockProblemSeen = [timeService] { timeService->handleIncorrectSystemTime(); };
     services.urls = &UrlStore::instance();
     services.loginStateFile = RuntimePaths::loginStateFile();
@@ -129,8 +128,7 @@ void startSession(StartedLibrary& started, const QString& defaultClientKey, cons
     services.isSSOServer = isSSOServerHost(host);
     services.savedBy = QFileInfo(host).fileName();
     started.session = std::make_shared<LoginSession>(
-        services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host},
-        oauth2Specs);
+        services, ClientIdentity{defaultClientKey, QCoreApplication::applicationPid(), hostProductName(host), host}, oauth2Specs);
     started.session->loadProxyInfo();
     ProxyPrompt::instance().open(std::make_shared<SessionProxyStore>(started.session));
     timeService->setServer(started.session->currentServer());
@@ -155,7 +153,8 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     startSession(started, defaultClientKey, oauth2Specs);
     // A configuration that is there but cannot be applied costs the log, not the user's sign-in; the set-up says why.
     (void)LogSetupHelper::SetupLog();
-    Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1").arg(oauth2Specs.isEmpty() ? QStringLiteral("Disabled") : QStringLiteral("Enabled")));
+    Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1")
+                                      .arg(oauth2Specs.isEmpty() ? QStringLiteral("Disabled") : QStringLiteral("Enabled")));
     Log::rootLogger().information(QStringLiteral("Web Services initialization took %1 ms").arg(timer.elapsed()));
     Log::rootLogger().information(QStringLiteral("Web Services data path: %1").arg(RuntimePaths::dataPath()));
     Log::rootLogger().information(QStringLiteral("Web Services login state file: %1").arg(RuntimePaths::loginStateFile()));

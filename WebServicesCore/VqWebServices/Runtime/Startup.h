@@ -18,12 +18,12 @@ struct StartedLibrary {
 };
 
 /// The work of the first `Initialize`: log, plug-in paths, TLS, proxies, application object, login session. Always gives a
-/// session; without a log configuration it says so on the standard output. `oauth2Specs`: the OAuth2 tokens that the default client
-/// wants, none or one. Thread: the host's main thread.
+/// session; without a log configuration it says so on the standard output. `oauth2Specs`: the OAuth2 tokens that the default
+/// client wants, none or one. Thread: the host's main thread.
 [[nodiscard]] StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth2TokenSpec>& oauth2Specs);
 
-/// The work of the last `Uninitialize`: ends all token work, every wait and every thread. A call that is still under way on another
-/// thread fails soon, and keeps the session until it returns.
+/// The work of the last `Uninitialize`: ends all token work, every wait and every thread. A call that is still under way on
+/// another thread fails soon, and keeps the session until it returns.
 void stopLibrary(StartedLibrary library);
 
 } // namespace Velquor::WebServices

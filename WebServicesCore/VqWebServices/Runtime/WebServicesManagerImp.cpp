@@ -5,8 +5,8 @@
 #include <QCoreApplication>
 #include <QMutexLocker>
 #include <QReadLocker>
-#include <QWriteLocker>
 #include <QScopeGuard>
+#include <QWriteLocker>
 #include <utility>
 
 namespace Velquor::WebServices {

@@ -13,7 +13,9 @@ CacheDoor* CacheOperations::doorOf(const ProductSessionPointer& product) {
     return operations ? &operations->caches() : nullptr;
 }
 
-bool CacheOperations::hasProduct(const QString& clientKey) const { return doorOf(m_core.product(clientKey)) != nullptr; }
+bool CacheOperations::hasProduct(const QString& clientKey) const {
+    return doorOf(m_core.product(clientKey)) != nullptr;
+}
 
 bool CacheOperations::IsCacheEnabled(const QString& clientKey, CacheType type) const {
     const ProductSessionPointer product = m_core.product(clientKey);
@@ -42,8 +44,7 @@ void CacheOperations::InvalidateCache(const QString& clientKey, CacheType type) 
     if (CacheDoor* const door = doorOf(product))
         door->InvalidateCache(type);
     else
-        m_logger.error(
-            QStringLiteral("Failed to invalidate cache %1. Cache objects not yet created.").arg(cacheTypeName(type)));
+        m_logger.error(QStringLiteral("Failed to invalidate cache %1. Cache objects not yet created.").arg(cacheTypeName(type)));
 }
 
 template <class T>
@@ -63,8 +64,7 @@ std::shared_ptr<const T> CacheOperations::value(const QString& clientKey, const 
 }
 
 std::shared_ptr<const UserInfo> CacheOperations::userInfo(const QString& clientKey) {
-    return value(clientKey,
-                 {CacheType::UserInfo, QStringLiteral("User info requested, but cache is not enabled. Enabling it.")},
+    return value(clientKey, {CacheType::UserInfo, QStringLiteral("User info requested, but cache is not enabled. Enabling it.")},
                  &CacheDoor::userInfo);
 }
 
@@ -75,9 +75,10 @@ std::shared_ptr<const Entitlements> CacheOperations::entitlements(const QString&
 }
 
 std::shared_ptr<const StorageQuota> CacheOperations::quota(const QString& clientKey) {
-    return value(clientKey,
-                 {CacheType::StorageQuota, QStringLiteral("Cloud storage quota requested, but cache is not enabled. Enabling it.")},
-                 &CacheDoor::quota);
+    return value(
+        clientKey,
+        {CacheType::StorageQuota, QStringLiteral("Cloud storage quota requested, but cache is not enabled. Enabling it.")},
+        &CacheDoor::quota);
 }
 
 } // namespace Velquor::WebServices

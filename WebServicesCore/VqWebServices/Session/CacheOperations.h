@@ -7,7 +7,8 @@ namespace Velquor::WebServices {
 
 /// What clients ask about the cached replies of the web services.
 ///
-/// Thread: any; waits with no lock held, and only while nothing is known. Owner: its user's stack. Errors: a null or false result.
+/// Thread: any; waits with no lock held, and only while nothing is known. Owner: its user's stack. Errors: a null or false
+/// result.
 class CacheOperations {
 public:
     explicit CacheOperations(SessionCore& core);

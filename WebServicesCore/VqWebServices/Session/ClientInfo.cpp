@@ -14,7 +14,9 @@ OAuth2TokenSpec OAuth2Settings::legacySpec() {
     return spec;
 }
 
-OAuth2TokenSpec OAuth2Settings::defaultSpec() const { return specs.isEmpty() ? legacySpec() : specs.first(); }
+OAuth2TokenSpec OAuth2Settings::defaultSpec() const {
+    return specs.isEmpty() ? legacySpec() : specs.first();
+}
 
 ClientInfo::ClientInfo(ClientIdentity identity)
     : m_identity(std::move(identity)) {}

@@ -106,8 +106,7 @@ bool ClientRegistry::enableOAuth2(const QString& clientKey, const OAuth2TokenSpe
     if (data.legacy)
         m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(enabled));
     else
-        m_logger->information(
-            QStringLiteral("OAuth2 %1 in client info for OAuth2 token spec %2").arg(enabled, data.toText()));
+        m_logger->information(QStringLiteral("OAuth2 %1 in client info for OAuth2 token spec %2").arg(enabled, data.toText()));
     return true;
 }
 

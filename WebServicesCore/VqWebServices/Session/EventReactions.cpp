@@ -65,22 +65,14 @@ void EventReactions::react(Event event, const EventSubject& subject) {
     case Event::LoggedOut: return;
     case Event::TokenRefreshed: return tokenRefreshed(subject.consumerKey);
     case Event::TokenAcquired: return tokenAcquired(subject.consumerKey);
-    case Event::OAuth2Enabled:
-        OAuth2Operations(m_core).enabledElsewhere(subject.consumerKey, *subject.oauth2Spec);
-        break;
-    case Event::OAuth2Disabled:
-        OAuth2Operations(m_core).disabledElsewhere(subject.consumerKey);
-        break;
+    case Event::OAuth2Enabled: OAuth2Operations(m_core).enabledElsewhere(subject.consumerKey, *subject.oauth2Spec); break;
+    case Event::OAuth2Disabled: OAuth2Operations(m_core).disabledElsewhere(subject.consumerKey); break;
     case Event::OAuth2TokenAcquired:
-    case Event::OAuth2TokenRefreshed:
-        oauth2TokenChanged(event, subject);
-        break;
+    case Event::OAuth2TokenRefreshed: oauth2TokenChanged(event, subject); break;
     case Event::OAuth2TokenQueryFailed:
         m_logger.warning(QStringLiteral("OAuth2 access token query failed in another process"));
         break;
-    case Event::TokenQueryFailed:
-        m_logger.warning(QStringLiteral("Token query failed in another process"));
-        break;
+    case Event::TokenQueryFailed: m_logger.warning(QStringLiteral("Token query failed in another process")); break;
     default: break;
     }
     m_core.voice->raiseEventHere(event, subject);
@@ -117,7 +109,8 @@ void EventReactions::tokenAcquired(const QString& consumerKey) {
     m_core.voice->raiseEventHere(Event::TokenAcquired, consumerKey);
 }
 
-// A product that no client here has configured, or that is not signed in yet: its sign-in may serve another product of this process.
+// A product that no client here has configured, or that is not signed in yet: its sign-in may serve another product of this
+// process.
 void EventReactions::loadUnconfigured() {
     if (m_unloaded.isEmpty() || !m_core.lock.try_lock_for(std::chrono::milliseconds(lockWaitMs)))
         return;

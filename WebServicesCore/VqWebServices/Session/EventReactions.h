@@ -10,8 +10,8 @@ namespace Velquor::WebServices {
 
 /// What this process does when another one of the user reports an event.
 ///
-/// Thread: the notification thread, which serves other processes too: it waits for the session's locks for a moment only, and what
-/// it could not do then is left for `finishReactions`. Owner: the login session. Errors: log lines.
+/// Thread: the notification thread, which serves other processes too: it waits for the session's locks for a moment only, and
+/// what it could not do then is left for `finishReactions`. Owner: the login session. Errors: log lines.
 class EventReactions : public INotificationListener {
 public:
     explicit EventReactions(SessionCore& core);

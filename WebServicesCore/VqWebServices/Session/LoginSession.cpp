@@ -84,7 +84,8 @@ bool LoginSession::RefreshToken(const QString& clientKey, bool synchronous) {
     catchUp();
     const ProductSessionPointer product = m_core.product(clientKey);
     TokenOperations* const operations = product ? product->operations() : nullptr;
-    return operations && !(synchronous && m_core.isInsideFlow()) && operations->refreshToken(synchronous, RefreshWorker::Reason::Wished);
+    return operations && !(synchronous && m_core.isInsideFlow())
+           && operations->refreshToken(synchronous, RefreshWorker::Reason::Wished);
 }
 
 bool LoginSession::isTokenRefreshTimerActive(const QString& clientKey) const {
@@ -120,7 +121,9 @@ ProductTokens LoginSession::tokens(const QString& clientKey) {
     return product ? product->tokens() : ProductTokens();
 }
 
-QJsonObject LoginSession::stateDump() { return dumpState(m_core); }
+QJsonObject LoginSession::stateDump() {
+    return dumpState(m_core);
+}
 
 NetworkCookieJar LoginSession::loginCookies() {
     return decryptCookies(basicState().loginCookies, *m_core.services.cryptor, m_logger);

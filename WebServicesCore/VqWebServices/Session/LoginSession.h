@@ -140,8 +140,8 @@ private slots:
 
 private:
     /// Takes over what another process has written to the file since it was last seen, and tells the observers; then writes what
-    /// could not be written before. False when the state is held by another step for longer than `waitMs` milliseconds, or the file
-    /// could not be looked at.
+    /// could not be written before. False when the state is held by another step for longer than `waitMs` milliseconds, or the
+    /// file could not be looked at.
     bool catchUp(int waitMs = 0);
     /// There is something to take over from the file.
     [[nodiscard]] bool hasNews() const { return m_core.file.currentStamp() != m_core.file.seenStamp(); }
@@ -166,7 +166,7 @@ private:
     [[nodiscard]] bool isCompanionLoaded() const;
 
     SessionCore m_core;
-    bool m_isBasicLoaded = false; ///< Under the login session lock.
+    bool m_isBasicLoaded = false;            ///< Under the login session lock.
     std::atomic<bool> m_isCatchingUp{false}; ///< A thread that holds the login session lock is reading the file.
     EventDispatcher m_dispatcher;
     Log::ILogger& m_logger;

@@ -23,7 +23,8 @@ constexpr int newsPatienceMs = 1000;
 constexpr int leastWaitMs = 20;
 
 QString emittingText(const QString& event) {
-    return QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread").arg(event);
+    return QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
+        .arg(event);
 }
 } // namespace
 
@@ -36,8 +37,8 @@ bool LoginSession::catchUp(int waitMs) {
         return true;
     if (m_core.unread.isResting())
         return false;
-    // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again. But another thread that
-    // is reading the news is waited for, so that an answer given now knows them.
+    // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again. But another thread
+    // that is reading the news is waited for, so that an answer given now knows them.
     if (!m_core.lock.try_lock_for(std::chrono::milliseconds(qMax(waitMs, leastWaitMs)))
         && !(m_isCatchingUp && m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs))))
         return false;
@@ -47,8 +48,8 @@ bool LoginSession::catchUp(int waitMs) {
         m_core.lock.unlock();
         return false;
     }
-    // Inside a wait of a sign-in or sign-out on this thread the state must stand still. Another thread may have taken the news over
-    // while we waited.
+    // Inside a wait of a sign-in or sign-out on this thread the state must stand still. Another thread may have taken the news
+    // over while we waited.
     const bool isOver = isDone();
     if (m_core.isFlowActive || isOver) {
         m_isCatchingUp = false;
@@ -172,8 +173,7 @@ void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent ev
     const auto self = weak_from_this().lock();
     if (m_core.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
         return;
-    m_logger.information(
-        QStringLiteral("Sending web services event %1 to slots in this process").arg(eventName(event)));
+    m_logger.information(QStringLiteral("Sending web services event %1 to slots in this process").arg(eventName(event)));
     if (event == Event::LoggedIn && !m_core.isLoggedIn()) {
         m_logger.information(
             QStringLiteral(

@@ -14,8 +14,8 @@ namespace Velquor::WebServices {
 
 /// The login state file "LoginState.xml" that all processes of the user share: reading it whole, writing it whole.
 ///
-/// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and the results below.
-/// Every read and write happens under a `Guard`; a guard is never held across a network exchange.
+/// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and
+/// the results below. Every read and write happens under a `Guard`; a guard is never held across a network exchange.
 class LoginStateFile {
 public:
     LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
@@ -71,9 +71,9 @@ public:
     [[nodiscard]] QString path() const { return m_path; }
     [[nodiscard]] bool exists() const;
 
-    /// The stamp of the file now, and of the content that this process has taken over or written. Where they differ, there is news.
-    /// A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`; what
-    /// could not be read is not seen. A write that was merged with news leaves them to be found.
+    /// The stamp of the file now, and of the content that this process has taken over or written. Where they differ, there is
+    /// news. A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`;
+    /// what could not be read is not seen. A write that was merged with news leaves them to be found.
     [[nodiscard]] Util::FileStamp currentStamp() const;
     [[nodiscard]] Util::FileStamp seenStamp() const;
     void markSeen(const Content& content);

@@ -105,7 +105,8 @@ bool LoginStateLoader::mayLoad(const QDomElement& root) {
         // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
         return !login.isNull();
     case StateOrigin::Older:
-        m_logger.information(QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(mine.userName));
+        m_logger.information(
+            QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(mine.userName));
         if (!m_core.unsaved.isWanted())
             m_core.unsaved.ask();
         return false;
@@ -176,7 +177,8 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
         return {};
     }
     if (m_core.isEnded(readBasicState(login))) {
-        m_logger.information(QStringLiteral("Ignoring the login state in login state file. The user was signed out in this process."));
+        m_logger.information(
+            QStringLiteral("Ignoring the login state in login state file. The user was signed out in this process."));
         return {};
     }
     return login;

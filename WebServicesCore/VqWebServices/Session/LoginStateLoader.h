@@ -21,11 +21,12 @@ public:
     void loadAll(bool takeServer);
 
     /// The same from a content that was read under a guard which is still held: a state that fails a check is deleted from the
-    /// very document that was checked. A user in memory is signed out when the file says that another process has done so, and stays
-    /// when the file is older. False when nothing was loaded.
+    /// very document that was checked. A user in memory is signed out when the file says that another process has done so, and
+    /// stays when the file is older. False when nothing was loaded.
     bool takeOver(const LoginStateFile::Content& content, bool takeServer);
 
-    /// All of the content was taken over, or it has nothing to give. What could not be read for the moment is looked at again later.
+    /// All of the content was taken over, or it has nothing to give. What could not be read for the moment is looked at again
+    /// later.
     void noteSeen(const LoginStateFile::Content& content);
 
     /// The sign-in on the current server; null, with one log line, when the document holds none.

@@ -162,8 +162,8 @@ bool LoginStateSaver::writeSignOut(QDomElement& root) {
     removeEnded(root);
     const BasicLoginState left = readBasicState(root.firstChildElement(Names::loginSession));
     if (left.hasUser() && left.loginDate.isValid()) {
-        m_logger.information(QStringLiteral(
-            "Keeping the login state in login state file. A user has signed in later in another process."));
+        m_logger.information(
+            QStringLiteral("Keeping the login state in login state file. A user has signed in later in another process."));
         // Later than that sign-in, the date of this sign-out would end it.
         m_core.setLogoutDate(readLogoutDate(root));
         return false;
@@ -177,8 +177,8 @@ void LoginStateSaver::writeHeader(QDomElement& root) {
     root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
     LoginStateXml::setText(root, QStringLiteral("LastSavedBy"), m_core.services.savedBy);
     QDomElement settings = LoginStateXml::childOrNew(root, Names::settings);
-    // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten. But none behind a sign-in that this
-    // process has not taken over yet.
+    // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten. But none behind a sign-in that
+    // this process has not taken over yet.
     const bool isOthers = !m_core.isLoggedIn() && !root.firstChildElement(Names::loginSession).isNull();
     const QDateTime inFile = LoginStateXml::date(settings, Names::logoutDate);
     LoginStateXml::setDate(settings, Names::logoutDate, isOthers ? inFile : laterOf(inFile, m_core.logoutDate()));

@@ -9,8 +9,8 @@ namespace Velquor::WebServices {
 
 /// Merges the session into the login state file: what other processes wrote stays, and their sign-out or later sign-in wins.
 ///
-/// Thread: any, under the login session lock. Owner: its user's stack. Errors: a result and a log line; the file stays as it was, and
-/// `SessionCore::unsaved` asks for another try.
+/// Thread: any, under the login session lock. Owner: its user's stack. Errors: a result and a log line; the file stays as it was,
+/// and `SessionCore::unsaved` asks for another try.
 class LoginStateSaver {
 public:
     /// Waits for the lock of the file at most `guardTimeoutMs` milliseconds.

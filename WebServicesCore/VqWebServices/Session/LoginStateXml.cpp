@@ -24,7 +24,9 @@ QString storableText(const QString& text) {
     return QString::fromUcs4(characters.constData(), characters.size());
 }
 
-void setText(QDomElement& element, const QString& name, const QString& text) { element.setAttribute(name, storableText(text)); }
+void setText(QDomElement& element, const QString& name, const QString& text) {
+    element.setAttribute(name, storableText(text));
+}
 
 void setDate(QDomElement& element, const QString& name, const QDateTime& date) {
     element.setAttribute(name, date.isValid() ? date.toUTC().toString(Qt::ISODate) : QString());

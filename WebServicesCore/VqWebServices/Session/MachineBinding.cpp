@@ -77,7 +77,8 @@ QString joinedMachineAddress(const QStringList& addresses, int maximumSize) {
 }
 
 QStringList renewedAddresses(const QStringList& stored, const QStringList& current) {
-    const bool hasNew = std::any_of(current.begin(), current.end(), [&](const QString& address) { return !stored.contains(address); });
+    const bool hasNew =
+        std::any_of(current.begin(), current.end(), [&](const QString& address) { return !stored.contains(address); });
     QStringList addresses = hasNew ? current + stored : stored;
     addresses.removeDuplicates();
     return addresses;

@@ -15,7 +15,8 @@ namespace Velquor::WebServices {
 class MachineBinding {
 public:
     /// `maximumSize` bounds the text of the machine address, in bytes. `isForAllUsers`: the state may be another user's.
-    MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maximumSize, bool isForAllUsers, std::shared_ptr<Log::ILogger> logger);
+    MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maximumSize, bool isForAllUsers,
+                   std::shared_ptr<Log::ILogger> logger);
 
     /// Writes the encrypted user name and machine address into the state.
     void bind(BasicLoginState& state) const;
@@ -23,8 +24,8 @@ public:
     /// False when the state was saved by another user of the system, or on another machine.
     [[nodiscard]] bool check(const BasicLoginState& state) const;
 
-    /// Adds the machine's present addresses to those of a state that was checked: adapters are changed one by one over the years, and
-    /// each change alone leaves the machine the same.
+    /// Adds the machine's present addresses to those of a state that was checked: adapters are changed one by one over the years,
+    /// and each change alone leaves the machine the same.
     void renew(BasicLoginState& state) const;
 
 private:
@@ -42,8 +43,8 @@ private:
 /// `maximumSize` bytes and more than one address is left.
 [[nodiscard]] QString joinedMachineAddress(const QStringList& addresses, int maximumSize);
 
-/// The addresses to store for a machine that has `current` ones by now: these first, and the stored ones, since an adapter that was taken
-/// out for the day comes back. The stored ones alone when there is no new one.
+/// The addresses to store for a machine that has `current` ones by now: these first, and the stored ones, since an adapter that
+/// was taken out for the day comes back. The stored ones alone when there is no new one.
 [[nodiscard]] QStringList renewedAddresses(const QStringList& stored, const QStringList& current);
 
 /// Whether two machines are the same: one common address is enough; a machine without addresses has the blank address.

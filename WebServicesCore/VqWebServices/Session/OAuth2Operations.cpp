@@ -29,12 +29,15 @@ OAuth2SessionPointer OAuth2Operations::session(const QString& clientKey, const O
     return findSession(m_core.product(clientKey), spec);
 }
 
-bool OAuth2Operations::isEnabled(const QString& clientKey) const { return m_core.clients.oauth2(clientKey).isEnabled; }
+bool OAuth2Operations::isEnabled(const QString& clientKey) const {
+    return m_core.clients.oauth2(clientKey).isEnabled;
+}
 
 bool OAuth2Operations::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
     const OAuth2TokenType type = spec.GetType();
     if ((type != RT && type != JWT) || !m_core.clients.enableOAuth2(clientKey, spec)) {
-        m_logger.error(QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
+        m_logger.error(
+            QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
         return false;
     }
     startTokens(clientKey);
@@ -76,8 +79,8 @@ void OAuth2Operations::enabledElsewhere(const QString& productKey, const OAuth2T
         isNew = isNew || !m_core.clients.oauth2(clientKey).specs.contains(spec);
     if (!isNew)
         return;
-    m_logger.information(QStringLiteral(
-        "OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
+    m_logger.information(
+        QStringLiteral("OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
     for (const QString& clientKey : clientKeys)
         m_core.clients.enableOAuth2(clientKey, spec);
     startTokens(clientKeys.first());
@@ -86,8 +89,8 @@ void OAuth2Operations::enabledElsewhere(const QString& productKey, const OAuth2T
 void OAuth2Operations::disabledElsewhere(const QString& productKey) {
     if (!m_core.clients.isOAuth2Used(productKey, m_core.currentServer()))
         return;
-    m_logger.information(QStringLiteral(
-        "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
+    m_logger.information(
+        QStringLiteral("OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
     const QStringList clientKeys = clientsOf(productKey);
     for (const QString& clientKey : clientKeys)
         m_core.clients.disableOAuth2(clientKey);
@@ -131,13 +134,13 @@ OAuth2Token OAuth2Operations::GetOAuth2AccessToken(const QString& clientKey, con
     return session ? session->GetOAuth2AccessToken(mayWait, mayWait) : OAuth2Token();
 }
 
-OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const {
+OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished,
+                                                     bool mayWait) const {
     const ProductSessionPointer named = m_core.product(clientKey);
     // Who must not wait cannot have the lock, which a sign-in holds for as long as the server takes.
     std::optional<LoginSessionLock> lock;
     if (mayWait)
-        lock.emplace(m_core.lock,
-                     QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
+        lock.emplace(m_core.lock, QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
                      m_core.services.loggers.lock);
     // Another thread may have replaced it before this one got the lock.
     const ProductSessionPointer product = m_core.product(clientKey);

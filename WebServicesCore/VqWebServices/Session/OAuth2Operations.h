@@ -41,7 +41,8 @@ private:
     [[nodiscard]] static OAuth2SessionPointer findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec);
     /// Null when the product is not signed in or has never had the spec enabled.
     [[nodiscard]] OAuth2SessionPointer session(const QString& clientKey, const OAuth2TokenSpec& spec) const;
-    /// The session to get the token of, found under the login session lock when that may be waited for; null with a line in the log.
+    /// The session to get the token of, found under the login session lock when that may be waited for; null with a line in the
+    /// log.
     [[nodiscard]] OAuth2SessionPointer lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const;
     /// The clients of this process that are the product with this consumer key.
     [[nodiscard]] QStringList clientsOf(const QString& productKey) const;

@@ -28,8 +28,7 @@ bool OAuth2Sessions::enable(const QVector<OAuth2TokenSpec>& specs, ITokenOwner& 
     for (const OAuth2TokenSpec& spec : specs) {
         OAuth2SessionPointer session = m_sessions.value(keyOf(spec));
         if (!session) {
-            m_logger->information(
-                QStringLiteral("Creating OAuth2Session object %1").arg(OAuth2TokenSpecImp::of(spec).toText()));
+            m_logger->information(QStringLiteral("Creating OAuth2Session object %1").arg(OAuth2TokenSpecImp::of(spec).toText()));
             session = std::make_shared<OAuth2Session>(owner, spec);
             if (!operations.activate(*session))
                 continue;

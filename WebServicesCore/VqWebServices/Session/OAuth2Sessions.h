@@ -13,8 +13,8 @@ class TokenOperations;
 
 using OAuth2SessionPointer = std::shared_ptr<OAuth2Session>;
 
-/// The OAuth2 sessions of one product by token spec, whether OAuth2 is enabled at all, and the tokens that the login state file held
-/// when it was last read: a spec may be enabled later.
+/// The OAuth2 sessions of one product by token spec, whether OAuth2 is enabled at all, and the tokens that the login state file
+/// held when it was last read: a spec may be enabled later.
 ///
 /// Thread: any (its own mutex). Owner: the product's session, whose workers end before the sessions go.
 class OAuth2Sessions {

@@ -17,11 +17,12 @@ void ProductLoginSession::Activate(SessionCore& core) {
     const QWriteLocker lock(&m_lock);
     if (m_deactivated || !m_configuration || m_operations)
         return;
-    m_services.loggers.product->information(QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
+    m_services.loggers.product->information(
+        QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
     m_owner = std::make_unique<TokenOwner>(core, *this);
-    m_operations = std::make_unique<TokenOperations>(*m_owner,
-                                                     std::make_unique<RequestFlags>(m_services.processState, m_productKey),
-                                                     WebServicesConfigurationImp::of(*m_configuration).derivedKey());
+    m_operations =
+        std::make_unique<TokenOperations>(*m_owner, std::make_unique<RequestFlags>(m_services.processState, m_productKey),
+                                          WebServicesConfigurationImp::of(*m_configuration).derivedKey());
 }
 
 TokenOperations* ProductLoginSession::operations() const {
@@ -64,7 +65,8 @@ void ProductLoginSession::retire() {
 }
 
 void ProductLoginSession::Deactivate() {
-    m_services.loggers.product->information(QStringLiteral("Deactivating ProductLoginSession, server %1").arg(serverName(m_server)));
+    m_services.loggers.product->information(
+        QStringLiteral("Deactivating ProductLoginSession, server %1").arg(serverName(m_server)));
     retire();
     if (TokenOperations* const running = operations())
         running->waitForThread();
@@ -102,7 +104,8 @@ void ProductLoginSession::AddClientReference(const QString& clientKey) {
 
 void ProductLoginSession::RemoveClientReference(const QString& clientKey) {
     const QWriteLocker lock(&m_lock);
-    m_services.loggers.product->information(QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
+    m_services.loggers.product->information(
+        QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
     m_clientReferences.remove(clientKey);
     m_services.loggers.product->information(
         QStringLiteral("Removed client reference %1 in product login session. Client references (%2): %3")
@@ -150,7 +153,8 @@ void ProductLoginSession::EnableOAuth2(const QVector<OAuth2TokenSpec>& specs) {
         return;
     if (!hasOAuth2Keys(*configuration))
         m_services.loggers.product->warning(
-            QStringLiteral("OAuth2 enabled, but OAuth2 consumer keys are not set for %1 server. OAuth2 token will not be queried.")
+            QStringLiteral(
+                "OAuth2 enabled, but OAuth2 consumer keys are not set for %1 server. OAuth2 token will not be queried.")
                 .arg(serverName(m_server)));
 }
 

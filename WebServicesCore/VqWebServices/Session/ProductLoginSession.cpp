@@ -57,7 +57,8 @@ ProductLoginSession::ProductLoginSession(SessionServices services, const QString
 }
 
 ProductLoginSession::~ProductLoginSession() {
-    m_services.loggers.product->information(QStringLiteral("ProductLoginSession destructor, server %1").arg(serverName(m_server)));
+    m_services.loggers.product->information(
+        QStringLiteral("ProductLoginSession destructor, server %1").arg(serverName(m_server)));
     if (m_owner)
         m_owner->stop();
 }
@@ -134,7 +135,9 @@ void ProductLoginSession::Load(const QDomElement& product) {
     m_services.loggers.product->information(QStringLiteral("Loaded product login session"));
 }
 
-bool ProductLoginSession::isUnsaved() const { return m_tokens.areComplete() && m_tokens.accessToken != m_tokenInFile; }
+bool ProductLoginSession::isUnsaved() const {
+    return m_tokens.areComplete() && m_tokens.accessToken != m_tokenInFile;
+}
 
 bool ProductLoginSession::mayReplace(const QDomElement& product, bool isSameSignIn) const {
     const QByteArray inFile = LoginStateXml::secret(product, accessTokenName);
@@ -168,7 +171,8 @@ bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier)
     }
     LoginStateXml::setText(product, QStringLiteral("Name"), m_name);
     LoginStateXml::setText(product, QStringLiteral("ExeName"), m_exeName);
-    LoginStateXml::setText(product, QStringLiteral("SerialNumber"), WebServicesConfigurationImp::of(*m_configuration).serialNumber);
+    LoginStateXml::setText(product, QStringLiteral("SerialNumber"),
+                           WebServicesConfigurationImp::of(*m_configuration).serialNumber);
     product.setAttribute(Names::server, static_cast<int>(m_server));
     product.setAttribute(Names::productKey, m_productKey);
     LoginStateXml::setDate(product, Names::tokenExpiryDate, m_tokens.expiryDate);

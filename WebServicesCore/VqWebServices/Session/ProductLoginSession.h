@@ -83,18 +83,18 @@ public:
     void setRequestToken(const RequestToken& token);
     [[nodiscard]] RequestToken requestToken() const;
 
-    /// Takes the product's node of the login state file over, but for tokens here that are newer: obtained from those of the node, and
-    /// not saved yet. Secrets stay encrypted until they are used.
+    /// Takes the product's node of the login state file over, but for tokens here that are newer: obtained from those of the
+    /// node, and not saved yet. Secrets stay encrypted until they are used.
     void Load(const QDomElement& product);
-    /// Whether what is here may take the place of the node in the file: not when another process has stored other tokens there since
-    /// this one looked. `isSameSignIn`: the node is of the sign-in in memory.
+    /// Whether what is here may take the place of the node in the file: not when another process has stored other tokens there
+    /// since this one looked. `isSameSignIn`: the node is of the sign-in in memory.
     [[nodiscard]] bool mayReplace(const QDomElement& product, bool isSameSignIn) const;
     /// The tokens here are newer than those of this node.
     void noteFile(const QDomElement& product);
     /// The tokens here stand in the file.
     void markSaved();
-    /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file, whose
-    /// OAuth2 tokens of other kinds are kept; may be null.
+    /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file,
+    /// whose OAuth2 tokens of other kinds are kept; may be null.
     [[nodiscard]] bool Save(QDomElement& product, const QDomElement& earlier) const;
     /// Writes the OAuth2 tokens into the product's node of the file; `fresh` was just obtained.
     void SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const;

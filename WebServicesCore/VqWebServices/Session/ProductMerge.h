@@ -7,8 +7,8 @@
 
 namespace Velquor::WebServices {
 
-/// Puts the products of this process into the login state of the user in the file, beside those of other processes, and knows which
-/// side holds the newer tokens of each.
+/// Puts the products of this process into the login state of the user in the file, beside those of other processes, and knows
+/// which side holds the newer tokens of each.
 ///
 /// Thread: any, under the login session lock. Owner: the saver. Errors: none; a product without tokens is not written.
 class ProductMerge {

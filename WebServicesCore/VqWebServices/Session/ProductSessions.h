@@ -27,7 +27,8 @@ public:
     /// What is removed ends its thread and is destroyed later, by another call here or by `stopAll`.
     void remove(const QString& productKey, Server server);
     void clear();
-    /// Removes all, makes no new ones, and waits until every thread has ended. With no lock held, not on a token operations thread.
+    /// Removes all, makes no new ones, and waits until every thread has ended. With no lock held, not on a token operations
+    /// thread.
     void stopAll();
 
     /// True when a product (or, with an empty key, any product) has all its tokens on the server.

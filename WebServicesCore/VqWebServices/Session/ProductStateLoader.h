@@ -14,8 +14,8 @@ public:
     /// The product of a client. False when the file does not hold its tokens.
     bool loadProduct(const QString& clientKey);
 
-    /// The older form: a product by its consumer key, which no client of this process needs to have configured, so that the process
-    /// knows of a sign-in that another product can use. False when the file does not hold it.
+    /// The older form: a product by its consumer key, which no client of this process needs to have configured, so that the
+    /// process knows of a sign-in that another product can use. False when the file does not hold it.
     bool SetInfor1(const QString& productKey);
 
 private:

@@ -119,7 +119,8 @@ RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, b
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access = prepareTokens(clientKey, order.checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")), m_core.services.loggers.lock);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")),
+                                m_core.services.loggers.lock);
     QString error = signingText(admit(access));
     QByteArray result;
     if (error.isEmpty())
@@ -157,7 +158,8 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
     Access access = prepareTokens(clientKey, checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")), m_core.services.loggers.lock);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
+                                m_core.services.loggers.lock);
     QString error = tokenText(admit(access));
     SigningKeys keys;
     if (error.isEmpty()) {

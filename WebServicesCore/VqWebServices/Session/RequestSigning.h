@@ -50,8 +50,8 @@ private:
     [[nodiscard]] static QString tokenText(Refusal refusal);
     /// The signed text; when it is empty, `error` is the log text, with a place for the URL.
     [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
-    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished; does not let those
-    /// wait who are refused anyway. With no lock held.
+    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished; does not let
+    /// those wait who are refused anyway. With no lock held.
     [[nodiscard]] Access prepareTokens(const QString& clientKey, bool checkExpiry);
     /// Under the login session lock: finds the product again, which another thread may have replaced during the wait.
     [[nodiscard]] Refusal admit(Access& access) const;

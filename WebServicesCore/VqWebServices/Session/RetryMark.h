@@ -7,8 +7,8 @@
 
 namespace Velquor::WebServices {
 
-/// That a step has failed which a later call is to try again. Not every call, since a failure may take seconds: the pause between two
-/// tries grows from one second to `longestPauseMs` milliseconds. Thread: any.
+/// That a step has failed which a later call is to try again. Not every call, since a failure may take seconds: the pause between
+/// two tries grows from one second to `longestPauseMs` milliseconds. Thread: any.
 class RetryMark {
 public:
     explicit RetryMark(int longestPauseMs)

@@ -28,7 +28,9 @@ SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
     , proxy(services.loginStateFile, services.cryptor, services.loggers.session)
     , voice(voice) {}
 
-SessionCore::~SessionCore() { products.stopAll(); }
+SessionCore::~SessionCore() {
+    products.stopAll();
+}
 
 bool SessionCore::isInsideFlow() {
     // A step holds the lock from beginning to end, so whoever gets the lock while one is active is its own thread.

@@ -19,10 +19,10 @@ namespace Velquor::WebServices {
 /// What the helpers of the login session share: the services, the state, and the locks around it.
 ///
 /// Thread: any. `lock` is the login session lock: whoever changes the state holds it. The small state here may be read without it
-/// (it has a lock of its own), so that a question such as "is the user signed in" never waits for a network exchange. That lock and
-/// those of clients and products let readers pass each other: threads that share a mutex wait to be woken one after the other, which
-/// takes milliseconds where the host has many. None of them may be taken twice by one thread.
-/// Lock order: `lock`, then those of clients and products, then this state's. Owner: the login session.
+/// (it has a lock of its own), so that a question such as "is the user signed in" never waits for a network exchange. That lock
+/// and those of clients and products let readers pass each other: threads that share a mutex wait to be woken one after the
+/// other, which takes milliseconds where the host has many. None of them may be taken twice by one thread. Lock order: `lock`,
+/// then those of clients and products, then this state's. Owner: the login session.
 class SessionCore {
 public:
     SessionCore(const SessionServices& services, ISessionVoice* voice);

@@ -16,9 +16,8 @@ public:
         : m_core(core)
         , m_locker(&core.lock)
         , m_entered(!core.isFlowActive && !core.isStopped) {
-        const QString reason = core.isFlowActive
-                                   ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
-                                   : QStringLiteral("Module not initialized or already uninitialized.");
+        const QString reason = core.isFlowActive ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
+                                                 : QStringLiteral("Module not initialized or already uninitialized.");
         if (m_entered)
             core.isFlowActive = true;
         else

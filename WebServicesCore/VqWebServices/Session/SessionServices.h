@@ -24,7 +24,7 @@ struct SessionServices : TokenServices {
     /// The process serves the sign-in of other processes: it is no product itself, and its clients are theirs.
     bool isSSOServer = false;
     bool isForAllUsers = false; ///< The file lies in the folder of all users of the machine.
-    QString savedBy; ///< The name of this program, for "LastSavedBy".
+    QString savedBy;            ///< The name of this program, for "LastSavedBy".
     /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.
     std::shared_ptr<Util::ProcessState> processState;
     /// Tell the other processes of the user what happens, and listen to them.

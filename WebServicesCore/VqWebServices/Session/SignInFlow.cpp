@@ -41,8 +41,8 @@ QString SignInFlow::checkReady(const QString& clientKey) const {
 
 AccountReply SignInFlow::exchange(const WebServicesConfiguration& configuration, const SigningKeys& keys, const QUrl& url) const {
     if (!WebServicesConfigurationImp::of(configuration).isValid()) {
-        m_logger.error(QStringLiteral("Failed to sign request for login. Url: %1. Current configuration is invalid.")
-                           .arg(displayUrl(url)));
+        m_logger.error(
+            QStringLiteral("Failed to sign request for login. Url: %1. Current configuration is invalid.").arg(displayUrl(url)));
         return {};
     }
     if (!checkConsumerKeys(keys, url))
@@ -175,7 +175,8 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
     const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
     // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
-    const AccountReply reply = keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(*configuration, keys, url);
+    const AccountReply reply =
+        keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(*configuration, keys, url);
     if (!reply.isSigned)
         m_logger.error(QStringLiteral("Failed to complete login using url %1: Failed to sign request.").arg(displayUrl(url)));
     else if (reply.reply().isNull)

@@ -40,7 +40,8 @@ public:
 
 private:
     [[nodiscard]] QString checkReady(const QString& clientKey) const;
-    [[nodiscard]] AccountReply exchange(const WebServicesConfiguration& configuration, const SigningKeys& keys, const QUrl& url) const;
+    [[nodiscard]] AccountReply exchange(const WebServicesConfiguration& configuration, const SigningKeys& keys,
+                                        const QUrl& url) const;
     [[nodiscard]] bool checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const;
     [[nodiscard]] bool takeRequestToken(const AccountReply& reply, const QUrl& url,
                                         ProductLoginSession::RequestToken& token) const;

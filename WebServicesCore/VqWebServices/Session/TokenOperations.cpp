@@ -15,7 +15,8 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     , m_keyDigest(keyDigest)
     , m_thread(new QThread)
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
-    , m_controller(new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
+    , m_controller(
+          new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
                                      LostAnswerMark(keyDigest, owner.services().lockFolder)))
     , m_deleter(new ObjectDeleter(owner.services().loggers.product))
@@ -92,7 +93,9 @@ void TokenOperations::waitForThread() {
     logger.information(QStringLiteral("Finished waiting for token operations thread %1, server %2").arg(id, server));
 }
 
-bool TokenOperations::isStopped() const { return !m_thread->isRunning(); }
+bool TokenOperations::isStopped() const {
+    return !m_thread->isRunning();
+}
 
 bool TokenOperations::checkAutomaticLogin() {
     const QMutexLocker lock(&m_mutex);
@@ -138,9 +141,8 @@ void TokenOperations::waitForTokenQuery() {
     {
         const QMutexLocker lock(&m_mutex);
         const bool elsewhere = m_fetcher && m_fetcher->isInProgressElsewhere();
-        logger.information(
-            elsewhere ? QStringLiteral("Token query is in progress in another process. Waiting for it to finish.")
-                      : QStringLiteral("Token query is in progress. Waiting for it to finish."));
+        logger.information(elsewhere ? QStringLiteral("Token query is in progress in another process. Waiting for it to finish.")
+                                     : QStringLiteral("Token query is in progress. Waiting for it to finish."));
     }
     if (waiter.wait(m_owner.services().tokenTimeoutMs).result != 0)
         logger.information(QStringLiteral("Finished waiting for token query. Token query successful."));

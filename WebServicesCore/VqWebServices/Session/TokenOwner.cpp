@@ -27,15 +27,25 @@ TokenOwner::TokenOwner(SessionCore& core, ProductLoginSession& product)
     : m_core(core)
     , m_product(product) {}
 
-QString TokenOwner::productKey() const { return m_product.productKey(); }
+QString TokenOwner::productKey() const {
+    return m_product.productKey();
+}
 
-Server TokenOwner::server() const { return m_product.server(); }
+Server TokenOwner::server() const {
+    return m_product.server();
+}
 
-ConfigurationPointer TokenOwner::configuration() const { return m_product.configuration(); }
+ConfigurationPointer TokenOwner::configuration() const {
+    return m_product.configuration();
+}
 
-ProductTokens TokenOwner::tokens() const { return m_product.tokens(); }
+ProductTokens TokenOwner::tokens() const {
+    return m_product.tokens();
+}
 
-QString TokenOwner::signingKeys(SigningKeys& keys) const { return m_product.signingKeys(keys); }
+QString TokenOwner::signingKeys(SigningKeys& keys) const {
+    return m_product.signingKeys(keys);
+}
 
 OtherLogin TokenOwner::otherLogin() const {
     const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_product.server());
@@ -47,15 +57,20 @@ OtherLogin TokenOwner::otherLogin() const {
     return {};
 }
 
-bool TokenOwner::isLoggedIn() const { return m_core.currentServer() == m_product.server() && m_core.isLoggedIn(); }
+bool TokenOwner::isLoggedIn() const {
+    return m_core.currentServer() == m_product.server() && m_core.isLoggedIn();
+}
 
-QString TokenOwner::user() const { return m_core.basic().user(); }
+QString TokenOwner::user() const {
+    return m_core.basic().user();
+}
 
 bool TokenOwner::catchUpWithFile(const QString& signInMark) {
     // One look may itself take as long as all of them may.
     QElapsedTimer timer;
     timer.start();
-    while (!m_core.voice->catchUpWithin(lockSliceMs) && timer.elapsed() < (m_core.unread.isWanted() ? unreadableWaitMs : catchUpWaitMs)) {
+    while (!m_core.voice->catchUpWithin(lockSliceMs)
+           && timer.elapsed() < (m_core.unread.isWanted() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
         QThread::msleep(pauseMs);
@@ -75,8 +90,9 @@ bool TokenOwner::lockState() {
 
 StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
     if (!lockState()) {
-        services().loggers.product->error(QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
-                                          .arg(m_product.displayName()));
+        services().loggers.product->error(
+            QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
+                .arg(m_product.displayName()));
         return StoreResult::Busy;
     }
     const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
@@ -115,9 +131,13 @@ StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenDat
     return StoreResult::SignInGone;
 }
 
-bool TokenOwner::isOAuth2Enabled() const { return m_product.oauth2().isEnabled(); }
+bool TokenOwner::isOAuth2Enabled() const {
+    return m_product.oauth2().isEnabled();
+}
 
-QRecursiveMutex& TokenOwner::productLock() { return m_product.operationLock(); }
+QRecursiveMutex& TokenOwner::productLock() {
+    return m_product.operationLock();
+}
 
 void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
     if (!m_stopping)

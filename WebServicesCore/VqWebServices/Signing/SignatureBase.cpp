@@ -31,7 +31,9 @@ int endOf(const QByteArray& text, char mark, int from) {
     return position < 0 ? text.size() : position;
 }
 
-QByteArray part(const QByteArray& text, int from, int to) { return from < to ? text.mid(from, to - from) : QByteArray(); }
+QByteArray part(const QByteArray& text, int from, int to) {
+    return from < to ? text.mid(from, to - from) : QByteArray();
+}
 
 } // namespace
 
@@ -71,7 +73,9 @@ Parameters encodeAll(const IVqOAuthHost& host, const Parameters& decoded) {
     return encoded;
 }
 
-void sortPairs(Parameters& encoded) { std::sort(encoded.begin(), encoded.end()); }
+void sortPairs(Parameters& encoded) {
+    std::sort(encoded.begin(), encoded.end());
+}
 
 QByteArray joinPairs(const Parameters& encoded, PairStyle style) {
     const bool quoted = style == PairStyle::Header;
@@ -96,7 +100,8 @@ QByteArray joinPairs(const Parameters& encoded, PairStyle style) {
     return joined;
 }
 
-QByteArray signatureBaseString(const IVqOAuthHost& host, const QByteArray& method, const QByteArray& baseUri, const Parameters& sorted) {
+QByteArray signatureBaseString(const IVqOAuthHost& host, const QByteArray& method, const QByteArray& baseUri,
+                               const Parameters& sorted) {
     return method % '&' % host.UrlEncode(baseUri) % '&' % host.UrlEncode(joinPairs(sorted, PairStyle::Form));
 }
 

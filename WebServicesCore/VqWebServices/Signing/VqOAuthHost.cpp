@@ -12,8 +12,8 @@ namespace {
 constexpr char hexDigits[] = "0123456789ABCDEF";
 
 constexpr bool isUnreserved(int letter) {
-    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') || (letter >= '0' && letter <= '9') || letter == '-'
-        || letter == '.' || letter == '_' || letter == '~';
+    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') || (letter >= '0' && letter <= '9')
+           || letter == '-' || letter == '.' || letter == '_' || letter == '~';
 }
 
 // How many characters each byte becomes: a look into a table is what makes the encoding quick.
@@ -24,7 +24,9 @@ constexpr std::array<unsigned char, 256> encodedSizes = [] {
     return sizes;
 }();
 
-constexpr int encodedSize(char letter) { return encodedSizes[static_cast<unsigned char>(letter)]; }
+constexpr int encodedSize(char letter) {
+    return encodedSizes[static_cast<unsigned char>(letter)];
+}
 
 } // namespace
 
@@ -56,21 +58,25 @@ QByteArray VqOAuthHost::UrlEncode(const QByteArray& text) const {
     return encoded;
 }
 
-QByteArray VqOAuthHost::GenerateNonce() const { return QUuid::createUuid().toByteArray(QUuid::Id128); }
+QByteArray VqOAuthHost::GenerateNonce() const {
+    return QUuid::createUuid().toByteArray(QUuid::Id128);
+}
 
 qint64 VqOAuthHost::GetTimestamp() const {
     if (m_time) {
         if (const std::optional<qint64> corrected = m_time->correctedTime())
             return *corrected;
         if (m_logger) {
-            m_logger->debug(QStringLiteral(
-                "Not using time service for timestamp. Time service is not yet created or already destroyed."));
+            m_logger->debug(
+                QStringLiteral("Not using time service for timestamp. Time service is not yet created or already destroyed."));
         }
     }
     return QDateTime::currentSecsSinceEpoch();
 }
 
-QByteArray VqOAuthHost::Base64Encode(const QByteArray& bytes) const { return bytes.toBase64(); }
+QByteArray VqOAuthHost::Base64Encode(const QByteArray& bytes) const {
+    return bytes.toBase64();
+}
 
 int VqOAuthHost::HmacSha1(const QByteArray& key, const QByteArray& data, unsigned char* output, int* outputLength) const {
     if (!outputLength)

@@ -29,8 +29,8 @@ inline const auto oauth2QueryOfSpec = QStringLiteral("OAuth2TokenQueryInProgress
 inline const auto oauth2Refresh = QStringLiteral("OAuth2TokenRefreshInProgress");
 inline const auto oauth2JwtRefresh = QStringLiteral("OAuth2TokenJwtRefreshInProgress");
 
-/// A process that sets a flag without taking our lock is believed for as long as a request may well take. Not longer: a process with
-/// several products has room for the flags of one.
+/// A process that sets a flag without taking our lock is believed for as long as a request may well take. Not longer: a process
+/// with several products has room for the flags of one.
 constexpr qint64 patienceMs = 5000;
 } // namespace RequestFlag
 

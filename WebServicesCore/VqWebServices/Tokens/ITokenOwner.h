@@ -64,8 +64,8 @@ public:
     /// file become the product's. False when the sign-in with this mark is over, here or in the file.
     [[nodiscard]] virtual bool catchUpWithFile(const QString& signInMark) = 0;
 
-    /// Keeps new tokens of the sign-in with this mark, in memory and in the file. An invalid session expiry leaves the one that is
-    /// known.
+    /// Keeps new tokens of the sign-in with this mark, in memory and in the file. An invalid session expiry leaves the one that
+    /// is known.
     [[nodiscard]] virtual StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
                                             const QString& signInMark) = 0;
 

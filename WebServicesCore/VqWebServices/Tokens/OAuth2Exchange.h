@@ -16,8 +16,8 @@ namespace Velquor::WebServices {
 /// True when the configuration has the key and the secret of an OAuth2 client.
 [[nodiscard]] bool hasOAuth2Keys(const WebServicesConfiguration& configuration);
 
-/// The form that asks for a token, values percent-encoded; empty when the product's tokens cannot be decrypted. `tokenType` is the
-/// server's word for the type, or empty. The caller wipes it.
+/// The form that asks for a token, values percent-encoded; empty when the product's tokens cannot be decrypted. `tokenType` is
+/// the server's word for the type, or empty. The caller wipes it.
 [[nodiscard]] Util::SecretBytes oauth2Form(const WebServicesConfiguration& configuration, const ProductTokens& tokens,
                                            Util::ICryptor& cryptor, const QString& tokenType, const QString& scope);
 
@@ -30,8 +30,8 @@ struct OAuth2Reply {
     QDateTime expiryDate;
 };
 
-/// Reads the JSON of a reply: a usable token and a lifetime of whole seconds, as a number or in decimal digits, from a second to a
-/// hundred years. False, with `reply` unchanged, for everything else.
+/// Reads the JSON of a reply: a usable token and a lifetime of whole seconds, as a number or in decimal digits, from a second to
+/// a hundred years. False, with `reply` unchanged, for everything else.
 [[nodiscard]] bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply);
 
 } // namespace Velquor::WebServices

@@ -21,8 +21,7 @@ void OAuth2TokenRefresher::request() {
     const bool isValid = m_session.token().isValid(now());
     const bool isRenewed = isValid && isAnotherToken();
     if (m_elsewhere) {
-        const auto finished =
-            QStringLiteral("Finished waiting for OAuth2 token refresh to finish in another process. %1.");
+        const auto finished = QStringLiteral("Finished waiting for OAuth2 token refresh to finish in another process. %1.");
         log().information(finished.arg(isRenewed ? QStringLiteral("Refresh successful") : QStringLiteral("Refresh failed")));
     }
     if (isRenewed)
@@ -59,8 +58,8 @@ void OAuth2TokenRefresher::sendRequest() {
     if (form.isEmpty())
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. Failed to decrypt the access token."));
     const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
-    log().information(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: %1")
-                          .arg(displayUrl(url)));
+    log().information(
+        QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: %1").arg(displayUrl(url)));
     noteTriedToken();
     send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
 }
@@ -86,8 +85,7 @@ void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
     }
     if (outcome.reply.status == 400)
         return refused();
-    log().error(
-        QStringLiteral("Failed to refresh OAuth2 token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    log().error(QStringLiteral("Failed to refresh OAuth2 token. %1%2").arg(outcome.errorText(), outcome.problemText()));
     retryAlongSchedule();
 }
 
@@ -123,8 +121,7 @@ void OAuth2TokenRefresher::forgetFailures() {
 }
 
 void OAuth2TokenRefresher::takeFromFile() {
-    log().information(
-        QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
+    log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
     forgetFailures();
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
@@ -136,12 +133,12 @@ void OAuth2TokenRefresher::refused() {
         return;
     // The OAuth 1.0 token may be spent because another process has renewed it.
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
-        log().warning(QStringLiteral("The OAuth1 token was renewed by another process. Refreshing OAuth2 token with the new one."));
+        log().warning(
+            QStringLiteral("The OAuth1 token was renewed by another process. Refreshing OAuth2 token with the new one."));
         return sendRequest();
     }
     forgetFailures();
-    giveUp(QStringLiteral(
-        "Current OAuth2 token cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+    giveUp(QStringLiteral("Current OAuth2 token cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
 }
 
 void OAuth2TokenRefresher::startRetryProcess() {
@@ -170,10 +167,11 @@ void OAuth2TokenRefresher::retryAlongSchedule() {
     m_retry.end();
     if (isSettledElsewhere())
         return;
-    giveUp(QStringLiteral(
-               "Permanently failed to refresh OAuth2 token after %1 attempts in %2. Giving up refresh and logging out (asynchronously) to force a re-login.")
-               .arg(m_retry.attempts())
-               .arg(Util::timeSpanText(m_retry.elapsed())));
+    giveUp(
+        QStringLiteral(
+            "Permanently failed to refresh OAuth2 token after %1 attempts in %2. Giving up refresh and logging out (asynchronously) to force a re-login.")
+            .arg(m_retry.attempts())
+            .arg(Util::timeSpanText(m_retry.elapsed())));
 }
 
 void OAuth2TokenRefresher::OAuth2TokenRefreshedInAnotherProcess(const QString& consumerKey) {
@@ -184,8 +182,7 @@ void OAuth2TokenRefresher::OAuth2TokenRefreshedInAnotherProcess(const QString& c
     }
     if (owner().productKey() != consumerKey)
         return;
-    log().information(
-        QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
+    log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
     (void)owner().catchUpWithFile(owner().signInMark());
     OAuth2TokenAvailable();
 }

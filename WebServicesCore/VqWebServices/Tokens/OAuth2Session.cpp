@@ -24,8 +24,8 @@ OAuth2Session::OAuth2Session(ITokenOwner& owner, const OAuth2TokenSpec& spec)
 std::vector<TokenWorker*> OAuth2Session::Activate(const Parts& parts) {
     log().information(QStringLiteral("Activating OAuth2Session"));
     auto* const fetcher = new OAuth2TokenFetcher(m_owner, *this, parts.flags, parts.keyDigest);
-    auto* const refresher = new OAuth2TokenRefresher(m_owner, *this, parts.flags, parts.controller, parts.tokenRefresher,
-                                                     fetcher->runState());
+    auto* const refresher =
+        new OAuth2TokenRefresher(m_owner, *this, parts.flags, parts.controller, parts.tokenRefresher, fetcher->runState());
     connect(&parts.tokenFetcher, &TokenFetcher::TokenAvailable, fetcher, &OAuth2TokenFetcher::TokenAcquired);
     connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, fetcher, &OAuth2TokenFetcher::TokenRefreshed);
     connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, refresher, &OAuth2TokenRefresher::TokenRefreshed);
@@ -111,11 +111,10 @@ void OAuth2Session::Clear() {
 QString OAuth2Session::DescribeOAuth2Token() const {
     const OAuth2TokenData held = token();
     const QDateTime now = m_owner.services().now();
-    const QString left = !held.isPresent()       ? QStringLiteral("Token not found")
+    const QString left = !held.isPresent()     ? QStringLiteral("Token not found")
                          : held.isExpired(now) ? QStringLiteral("Already expired")
                                                : Util::timeSpanText(now.msecsTo(held.expiryDate));
-    return QStringLiteral("OAuth2 token type: %1, Scope: %2, Expires in: %3")
-        .arg(tokenTypeName(m_spec.GetType()), scope(), left);
+    return QStringLiteral("OAuth2 token type: %1, Scope: %2, Expires in: %3").arg(tokenTypeName(m_spec.GetType()), scope(), left);
 }
 
 } // namespace Velquor::WebServices

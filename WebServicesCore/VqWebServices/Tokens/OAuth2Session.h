@@ -21,8 +21,8 @@ class TokenRefresher;
 
 /// The OAuth2 token of one product for one spec, and the way to the workers that query and refresh it.
 ///
-/// Thread: any; the token has a mutex of its own. Owner: the product's session, which outlives the workers; these live on the token
-/// operations thread and are deleted there. Errors: results and log lines.
+/// Thread: any; the token has a mutex of its own. Owner: the product's session, which outlives the workers; these live on the
+/// token operations thread and are deleted there. Errors: results and log lines.
 class OAuth2Session : public QObject {
     Q_OBJECT
 
@@ -59,7 +59,8 @@ public:
     /// The user is signed out.
     void Clear();
 
-    /// `waitToFinish`: waits for what is under way and obtains a token when there is none. With no lock held. Not the workers' thread.
+    /// `waitToFinish`: waits for what is under way and obtains a token when there is none. With no lock held. Not the workers'
+    /// thread.
     [[nodiscard]] OAuth2Token GetOAuth2AccessToken(bool waitToFinish, bool refreshIfExpired);
     /// A synchronous one waits for the end and tells whether it succeeded. Not the workers' thread.
     bool QueryOAuth2Token(bool synchronous);

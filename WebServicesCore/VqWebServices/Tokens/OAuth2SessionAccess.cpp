@@ -130,8 +130,7 @@ void OAuth2Session::refreshedElsewhere(const QString& consumerKey) {
     if (!m_refresher)
         return;
     QMetaObject::invokeMethod(
-        m_refresher,
-        [refresher = m_refresher, consumerKey] { refresher->OAuth2TokenRefreshedInAnotherProcess(consumerKey); },
+        m_refresher, [refresher = m_refresher, consumerKey] { refresher->OAuth2TokenRefreshedInAnotherProcess(consumerKey); },
         Qt::QueuedConnection);
 }
 

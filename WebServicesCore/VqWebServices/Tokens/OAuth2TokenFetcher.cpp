@@ -20,7 +20,9 @@ namespace {
 constexpr int retryMs = 30000;
 
 // Scopes are equal whatever their case.
-QString specText(const OAuth2TokenSpec& spec) { return OAuth2TokenSpecImp::of(spec).toText().toLower(); }
+QString specText(const OAuth2TokenSpec& spec) {
+    return OAuth2TokenSpecImp::of(spec).toText().toLower();
+}
 
 // Scopes are free text; names of locks are not.
 QString lockName(const QString& keyDigest, const OAuth2TokenSpec& spec) {
@@ -35,7 +37,9 @@ OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& sessio
                   RequestFlag::oauth2QueryOfSpec.arg(specText(session.spec())))
     , m_session(session) {}
 
-OAuth2TokenFetcher::~OAuth2TokenFetcher() { showQuery(false); }
+OAuth2TokenFetcher::~OAuth2TokenFetcher() {
+    showQuery(false);
+}
 
 void OAuth2TokenFetcher::showQuery(bool isUnderWay) {
     if (std::exchange(m_isShown, isUnderWay) == isUnderWay)
@@ -68,8 +72,7 @@ void OAuth2TokenFetcher::TokenAcquired() {
     } else if (!owner().tokens().areComplete()) {
         log().information(QStringLiteral("Received web services event TokenAcquired and ignored. There is no token."));
     } else {
-        log().information(
-            QStringLiteral("Received web services event TokenAcquired. Starting asynchronous OAuth2 token query."));
+        log().information(QStringLiteral("Received web services event TokenAcquired. Starting asynchronous OAuth2 token query."));
         (void)ask(false);
     }
 }
@@ -125,9 +128,9 @@ bool OAuth2TokenFetcher::request() {
     // The server's words for the types differ between query and refresh.
     const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
     m_sentTokens = owner().tokens();
-    const Util::SecretBytes form =
-        configuration ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
-                      : Util::SecretBytes();
+    const Util::SecretBytes form = configuration
+                                       ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
+                                       : Util::SecretBytes();
     if (form.isEmpty()) {
         log().error(QStringLiteral("Failed to query OAuth2 token. Failed to decrypt the access token."));
         return false;
@@ -183,8 +186,7 @@ QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QS
     const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
     return QStringLiteral(
                "Failed to get OAuth2 token. Url: %1. Failed to parse server response. Will retry after %2. Response body:\n%3")
-        .arg(displayUrl(url), retry,
-             maskedBody(outcome.reply.body, QString::fromLatin1(outcome.reply.header("Content-Type"))));
+        .arg(displayUrl(url), retry, maskedBody(outcome.reply.body, QString::fromLatin1(outcome.reply.header("Content-Type"))));
 }
 
 void OAuth2TokenFetcher::finishAndRetry(const QString& text) {

@@ -7,7 +7,8 @@ namespace Velquor::WebServices {
 class OAuth2Session;
 struct OAuth2Reply;
 
-/// Asks for the OAuth2 token of a session in exchange for the product's OAuth 1.0 access token; tries again for ever while it fails.
+/// Asks for the OAuth2 token of a session in exchange for the product's OAuth 1.0 access token; tries again for ever while it
+/// fails.
 ///
 /// Thread, owner and errors: as of TokenWorker.
 class OAuth2TokenFetcher : public QueryWorker {

@@ -26,11 +26,17 @@ OAuth2TokenRefresher::OAuth2TokenRefresher(ITokenOwner& owner, OAuth2Session& se
     , m_flag(session.spec().GetType() == JWT ? RequestFlag::oauth2JwtRefresh : RequestFlag::oauth2Refresh)
     , m_retry(owner.services().steadyClock) {}
 
-OAuth2TokenRefresher::~OAuth2TokenRefresher() { releaseLocks(); }
+OAuth2TokenRefresher::~OAuth2TokenRefresher() {
+    releaseLocks();
+}
 
-QDateTime OAuth2TokenRefresher::expiryDate() const { return m_session.token().expiryDate; }
+QDateTime OAuth2TokenRefresher::expiryDate() const {
+    return m_session.token().expiryDate;
+}
 
-QByteArray OAuth2TokenRefresher::heldToken() const { return m_session.token().token; }
+QByteArray OAuth2TokenRefresher::heldToken() const {
+    return m_session.token().token;
+}
 
 QString OAuth2TokenRefresher::timerStopReason() const {
     const QString reason = sharedStopReason();
@@ -120,9 +126,8 @@ void OAuth2TokenRefresher::waitForToken() {
 void OAuth2TokenRefresher::tokenRefreshEnded() {
     if (!owner().tokens().areExpired(now()))
         return waitForLock();
-    log().error(
-        QStringLiteral("Failed to refresh OAuth2 token. Failed to refresh expired OAuth1 token. Will retry after %1.")
-            .arg(Util::timeSpanText(busyRetryMs)));
+    log().error(QStringLiteral("Failed to refresh OAuth2 token. Failed to refresh expired OAuth1 token. Will retry after %1.")
+                    .arg(Util::timeSpanText(busyRetryMs)));
     finishAndRetry(busyRetryMs);
 }
 
@@ -131,10 +136,9 @@ void OAuth2TokenRefresher::waitForLock() {
     polling().start(
         services().tokenTimeoutMs, [this] { return claim(); }, [this] { lockAcquired(); },
         [this] {
-            log().error(
-                QStringLiteral(
-                    "Failed to refresh OAuth2 token. Another process holds the lock for too long. Will retry after %1.")
-                    .arg(Util::timeSpanText(busyRetryMs)));
+            log().error(QStringLiteral(
+                            "Failed to refresh OAuth2 token. Another process holds the lock for too long. Will retry after %1.")
+                            .arg(Util::timeSpanText(busyRetryMs)));
             finishAndRetry(busyRetryMs);
         });
 }
@@ -174,8 +178,8 @@ bool OAuth2TokenRefresher::claimBetweenTokenRefreshes() {
 
 // The lock is given back meanwhile: the OAuth 1.0 refresh may be waiting for it.
 void OAuth2TokenRefresher::holdOff() {
-    log().information(QStringLiteral(
-        "Holding off OAuth2 token refresh since token refresh is in progress. Waiting for it to finish."));
+    log().information(
+        QStringLiteral("Holding off OAuth2 token refresh since token refresh is in progress. Waiting for it to finish."));
     releaseLocks();
     polling().start(
         holdOffMs, [this] { return claimBetweenTokenRefreshes(); },

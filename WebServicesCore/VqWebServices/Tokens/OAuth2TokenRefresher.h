@@ -12,11 +12,11 @@ namespace Velquor::WebServices {
 class OAuth2Session;
 struct OAuth2Reply;
 
-/// Renews the OAuth2 token of a session before it expires, with the product's OAuth 1.0 token, which it lets be renewed first when
-/// that has expired. It never runs together with an OAuth 1.0 refresh of the same key, in any process of the user.
+/// Renews the OAuth2 token of a session before it expires, with the product's OAuth 1.0 token, which it lets be renewed first
+/// when that has expired. It never runs together with an OAuth 1.0 refresh of the same key, in any process of the user.
 ///
-/// What the server answers with an error is tried again along the retry schedule; at its end, or when the server refuses for good,
-/// the user is signed out. Thread, owner and errors: as of TokenWorker.
+/// What the server answers with an error is tried again along the retry schedule; at its end, or when the server refuses for
+/// good, the user is signed out. Thread, owner and errors: as of TokenWorker.
 class OAuth2TokenRefresher : public RefreshWorker {
     Q_OBJECT
 

@@ -16,7 +16,8 @@ struct ProductTokens {
         return !accessToken.isEmpty() && !accessTokenSecret.isEmpty() && !sessionHandle.isEmpty();
     }
     [[nodiscard]] bool areExpired(const QDateTime& now) const { return expiryDate.isValid() && expiryDate <= now; }
-    /// Tokens that can be used, and not those. When they end tells nothing about which are newer: a clock may have been put right.
+    /// Tokens that can be used, and not those. When they end tells nothing about which are newer: a clock may have been put
+    /// right.
     [[nodiscard]] bool areOthersThan(const ProductTokens& earlier) const {
         return areComplete() && accessToken != earlier.accessToken;
     }

@@ -12,8 +12,7 @@ QueryTexts makeTokenQueryTexts() {
     texts.skippedAsynchronous = QStringLiteral("Skipping asycnhronous token query since query is already in progress");
     texts.alreadyInProgress = QStringLiteral("Token query is already in progress. Waiting for it to finish");
     texts.waitEnded = QStringLiteral("Wait ended. Token query has %1");
-    texts.invoking =
-        QStringLiteral("Invoking query method to do token query in query thread. Waiting for it to finish.");
+    texts.invoking = QStringLiteral("Invoking query method to do token query in query thread. Waiting for it to finish.");
     texts.invokingAsynchronously =
         QStringLiteral("Invoking query method asynchronously to start token query in query thread and returning");
     texts.invocationFailed = QStringLiteral("Failed to invoke query method to start token query in query thread");

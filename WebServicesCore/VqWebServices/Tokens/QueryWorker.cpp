@@ -41,8 +41,8 @@ QueryWorker::Answer QueryWorker::ask(bool synchronous) {
 bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenServices& services, const QueryTexts& texts) {
     const bool succeeded = waiter.wait(services.tokenTimeoutMs).result != 0;
     if (answer == Answer::Joined)
-        (services.loggers.*texts.logger)->information(
-            texts.waitEnded.arg(succeeded ? QStringLiteral("finished successfully") : QStringLiteral("failed")));
+        (services.loggers.*texts.logger)
+            ->information(texts.waitEnded.arg(succeeded ? QStringLiteral("finished successfully") : QStringLiteral("failed")));
     return succeeded;
 }
 

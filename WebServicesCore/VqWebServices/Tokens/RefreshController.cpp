@@ -22,15 +22,21 @@ void RefreshController::unlockTokenRefresh() {
     emit UnlockedTokenRefresh();
 }
 
-bool RefreshController::lockOAuth2TokenRefresh() { return m_oauth2.acquire(); }
+bool RefreshController::lockOAuth2TokenRefresh() {
+    return m_oauth2.acquire();
+}
 
 void RefreshController::unlockOAuth2TokenRefresh() {
     m_oauth2.release();
     emit UnlockedOAuth2TokenRefresh(m_consumerKey);
 }
 
-bool RefreshController::isTokenRefreshLocked() { return m_token.isTaken(); }
+bool RefreshController::isTokenRefreshLocked() {
+    return m_token.isTaken();
+}
 
-bool RefreshController::isOAuth2TokenRefreshLocked() { return m_oauth2.isTaken(); }
+bool RefreshController::isOAuth2TokenRefreshLocked() {
+    return m_oauth2.isTaken();
+}
 
 } // namespace Velquor::WebServices

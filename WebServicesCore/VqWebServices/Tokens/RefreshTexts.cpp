@@ -27,8 +27,7 @@ RefreshTexts makeTokenRefreshTexts() {
     texts.waitFailed = QStringLiteral("Wait ended. Token refresh failed. Error code: %1.");
     texts.flagSet = QStringLiteral("TokenRefreshInProgress flag set to %1");
     texts.starting = QStringLiteral("Starting %1 token refresh");
-    texts.emittingFinished =
-        QStringLiteral("Emitting RefreshFinishedInternal signal for token refresh from refresh thread");
+    texts.emittingFinished = QStringLiteral("Emitting RefreshFinishedInternal signal for token refresh from refresh thread");
     return texts;
 }
 

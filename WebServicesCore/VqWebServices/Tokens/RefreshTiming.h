@@ -10,8 +10,8 @@ namespace Velquor::WebServices {
 /// Seconds before its expiry from which on a token is refreshed.
 constexpr qint64 refreshMarginSeconds = 300;
 
-/// After how many milliseconds to look at a token again that expires in so many seconds (negative: expired already): at the margin
-/// before its expiry, at the latest after an hour, at the earliest after `shortestMs`.
+/// After how many milliseconds to look at a token again that expires in so many seconds (negative: expired already): at the
+/// margin before its expiry, at the latest after an hour, at the earliest after `shortestMs`.
 [[nodiscard]] int refreshIntervalMs(qint64 secondsToExpiry, int shortestMs);
 
 [[nodiscard]] constexpr bool isTimeToRefresh(qint64 secondsToExpiry) {

@@ -9,7 +9,9 @@ namespace Velquor::WebServices {
 
 namespace {
 
-QString capitalised(const QString& word) { return word.left(1).toUpper() + word.mid(1); }
+QString capitalised(const QString& word) {
+    return word.left(1).toUpper() + word.mid(1);
+}
 
 } // namespace
 
@@ -48,15 +50,13 @@ bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenServices& services,
     const RunWaiter::Outcome outcome = waiter.wait(services.tokenTimeoutMs);
     const bool succeeded = outcome.result != 0;
     const QString note = outcome.isTimedOut ? QStringLiteral(" Local event loop timed out.") : QString();
-    logger.information(
-        texts.finishedWaiting.arg(succeeded ? QStringLiteral("succeeded") : QStringLiteral("failed"), note));
+    logger.information(texts.finishedWaiting.arg(succeeded ? QStringLiteral("succeeded") : QStringLiteral("failed"), note));
     if (outcome.isTimedOut)
         logger.warning(texts.waitTimedOut);
     else if (succeeded)
         logger.information(texts.waitSucceeded);
     else
-        logger.warning(texts.waitFailed.contains(QStringLiteral("%1")) ? texts.waitFailed.arg(outcome.result)
-                                                                                 : texts.waitFailed);
+        logger.warning(texts.waitFailed.contains(QStringLiteral("%1")) ? texts.waitFailed.arg(outcome.result) : texts.waitFailed);
     return succeeded;
 }
 
@@ -132,8 +132,8 @@ QString RefreshWorker::sharedStopReason() const {
 QString RefreshWorker::describeExpiry(const QString& text, bool& isDue) const {
     const qint64 seconds = now().secsTo(expiryDate());
     isDue = isDue || isTimeToRefresh(seconds);
-    const QString state = seconds <= 0 ? QStringLiteral("has expired")
-                                       : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
+    const QString state =
+        seconds <= 0 ? QStringLiteral("has expired") : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
     return text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now"));
 }
 
@@ -187,7 +187,8 @@ void RefreshWorker::timerFired() {
 
 bool RefreshWorker::isSettledElsewhere() {
     const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
-    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right since.
+    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right
+    // since.
     if (isSignInGone)
         signInGone();
     else if (isAnotherToken())

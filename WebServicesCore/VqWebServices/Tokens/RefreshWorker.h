@@ -86,8 +86,8 @@ protected:
     /// The end of a run whose sign-in is over. There may be another one, with tokens of its own.
     void finishForSignInGone(const QString& text);
 
-    /// A look at the file before the user is signed out: true when the run has ended with that, since another process has renewed the
-    /// token or ended the sign-in.
+    /// A look at the file before the user is signed out: true when the run has ended with that, since another process has renewed
+    /// the token or ended the sign-in.
     [[nodiscard]] bool isSettledElsewhere();
     /// Ends the run and the sign-in, which cannot be used any more.
     void giveUp(const QString& text);

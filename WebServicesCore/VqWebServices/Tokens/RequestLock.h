@@ -9,8 +9,9 @@ namespace Velquor::WebServices {
 
 /// Lets one token request of a kind run at a time among all processes of the user, and is freed by the system with its process.
 ///
-/// A system that gives no locks at all (a folder that cannot be written) keeps nobody from asking: two requests at once are slower
-/// and lose nothing, but a product without tokens is of no use. Thread: one. Owner: who asks. Errors: one log line, the first time.
+/// A system that gives no locks at all (a folder that cannot be written) keeps nobody from asking: two requests at once are
+/// slower and lose nothing, but a product without tokens is of no use. Thread: one. Owner: who asks. Errors: one log line, the
+/// first time.
 class RequestLock {
 public:
     RequestLock(const QString& name, const QString& folder, std::shared_ptr<Log::ILogger> logger);

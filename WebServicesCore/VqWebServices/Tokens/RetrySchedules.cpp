@@ -19,13 +19,9 @@ constexpr qint64 longestInterval = std::numeric_limits<int>::max();
 } // namespace
 
 RetrySchedule defaultRetrySchedule() {
-    return {172800000,
-            {{300000, 60000},
-             {600000, 120000},
-             {1200000, 240000},
-             {4800000, 960000},
-             {43200000, 1800000},
-             {122400000, 15360000}}};
+    return {
+        172800000,
+        {{300000, 60000}, {600000, 120000}, {1200000, 240000}, {4800000, 960000}, {43200000, 1800000}, {122400000, 15360000}}};
 }
 
 QString retryScheduleText(const RetrySchedule& schedule) {

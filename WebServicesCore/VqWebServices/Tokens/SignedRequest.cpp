@@ -18,9 +18,8 @@ SigningKeys consumerKeys(const WebServicesConfiguration& configuration) {
 
 bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
              const OAuth::Parameters& parameters) {
-    const QByteArray header =
-        OAuth::VqOAuthWrapper(host)
-            .CreateOauthParameterString({"GET", url, parameters}, keys.credentials(), OAuth::OutputForm::Header);
+    const QByteArray header = OAuth::VqOAuthWrapper(host).CreateOauthParameterString({"GET", url, parameters}, keys.credentials(),
+                                                                                     OAuth::OutputForm::Header);
     if (header.isEmpty())
         return false;
     request.setUrl(url);
@@ -29,8 +28,8 @@ bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys
 }
 
 QUrl signUrl(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys) {
-    const QByteArray parameters = OAuth::VqOAuthWrapper(host)
-                                      .CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
+    const QByteArray parameters =
+        OAuth::VqOAuthWrapper(host).CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
     return parameters.isEmpty() ? QUrl() : OAuth::withParameters(url, parameters);
 }
 

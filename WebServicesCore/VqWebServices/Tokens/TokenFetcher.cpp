@@ -21,7 +21,9 @@ TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QStri
     log().information(QStringLiteral("Constructor"));
 }
 
-TokenFetcher::~TokenFetcher() { log().information(QStringLiteral("Destructor")); }
+TokenFetcher::~TokenFetcher() {
+    log().information(QStringLiteral("Destructor"));
+}
 
 bool TokenFetcher::CheckAutomaticLogin() {
     if (run().isBusy()) {
@@ -44,7 +46,7 @@ QString TokenFetcher::refusal() {
     return owner().otherLogin().isFound()
                ? QString()
                : QStringLiteral(
-                     "Failed to query token. Client id or other product's session handle is empty. Possibly user logged out.");
+                   "Failed to query token. Client id or other product's session handle is empty. Possibly user logged out.");
 }
 
 bool TokenFetcher::takeFromFile() {
@@ -66,13 +68,11 @@ bool TokenFetcher::request() {
     if (!configuration || handle.isEmpty()
         || !signGet(*services().oauthHost, url, consumerKeys(*configuration), request,
                     {{"oauth_session_handle", handle.view()}})) {
-        log().error(
-            QStringLiteral("Failed to sign url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
-                .arg(displayUrl(url)));
+        log().error(QStringLiteral("Failed to sign url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
+                        .arg(displayUrl(url)));
         return false;
     }
-    log().information(
-        QStringLiteral("Starting network operation in separate thread to query token: %1").arg(displayUrl(url)));
+    log().information(QStringLiteral("Starting network operation in separate thread to query token: %1").arg(displayUrl(url)));
     send(request, QStringLiteral("GET"), {});
     return true;
 }
@@ -159,8 +159,7 @@ void TokenFetcher::TokenAcquiredInAnotherProcess() {
 
 void TokenFetcher::AbortTokenQuery() {
     if (isInProgressElsewhere()) {
-        log().information(
-            QStringLiteral("Ignoring unexpected request to abort token query in progress in another process"));
+        log().information(QStringLiteral("Ignoring unexpected request to abort token query in progress in another process"));
     } else if (run().isBusy()) {
         log().information(QStringLiteral("Token query is in progress. Aborting it."));
         abort();

@@ -44,8 +44,7 @@ void TokenRefresher::sendRequest(bool withToken) {
         log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keyError));
         return finishAndRetry(networkRetryMs);
     }
-    log().information(
-        QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
+    log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
     m_mark.set();
     noteTriedToken();
     send(request, QStringLiteral("GET"), {});
@@ -59,7 +58,9 @@ void TokenRefresher::takeFromFile() {
     updateRefreshTimer();
 }
 
-void TokenRefresher::signInGone() { finishForSignInGone(QStringLiteral("Failed to refresh token. Not logged in.")); }
+void TokenRefresher::signInGone() {
+    finishForSignInGone(QStringLiteral("Failed to refresh token. Not logged in."));
+}
 
 void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token refresh network operation thread finished"));
@@ -75,7 +76,8 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         return succeeded(outcome);
     if (outcome.reply.status == 0 || outcome.reply.status == 200) {
         const QString error = outcome.errorText();
-        // A reply that was cut off is the network's fault: the server may have spent the old token, which the file or the next try tells.
+        // A reply that was cut off is the network's fault: the server may have spent the old token, which the file or the next
+        // try tells.
         log().warning(QStringLiteral("Failed to refresh token. Will retry token refresh after %1. %2. %3")
                           .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
                                outcome.problemText()));
@@ -88,8 +90,8 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
     ProductTokens tokens;
     if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
-        log().error(QStringLiteral(
-            "Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
+        log().error(
+            QStringLiteral("Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
         return finishAndRetry(networkRetryMs);
     }
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
@@ -144,9 +146,10 @@ void TokenRefresher::countFailure(bool isClockProblem) {
     forgetFailures();
     if (isSettledElsewhere())
         return;
-    giveUp(QStringLiteral(
-               "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
-               .arg(maximumRefreshFailures));
+    giveUp(
+        QStringLiteral(
+            "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
+            .arg(maximumRefreshFailures));
 }
 
 } // namespace Velquor::WebServices

@@ -61,8 +61,9 @@ void TokenRefresher::refresh() {
     polling().start(
         services().tokenTimeoutMs, [this] { return m_controller.lockTokenRefresh(); }, [this] { lockAcquired(); },
         [this] {
-            log().error(QStringLiteral("Failed to refresh token. Another process holds the lock for too long. Will retry after %1.")
-                            .arg(Util::timeSpanText(busyRetryMs)));
+            log().error(
+                QStringLiteral("Failed to refresh token. Another process holds the lock for too long. Will retry after %1.")
+                    .arg(Util::timeSpanText(busyRetryMs)));
             finishAndRetry(busyRetryMs);
         });
 }
@@ -84,9 +85,13 @@ void TokenRefresher::waitForOAuth2Refresh() {
 
 void TokenRefresher::oauth2RefreshTookTooLong() {
     const QString retry = Util::timeSpanText(busyRetryMs);
-    log().warning(isSynchronous()
-                      ? QStringLiteral("Failed to refresh token. Timed out while waiting for OAuth2 token refresh to finish. Will retry after %1.").arg(retry)
-                      : QStringLiteral("Skipping token refresh since OAuth2 token refresh is in progress. Will retry after %1.").arg(retry));
+    log().warning(
+        isSynchronous()
+            ? QStringLiteral(
+                  "Failed to refresh token. Timed out while waiting for OAuth2 token refresh to finish. Will retry after %1.")
+                  .arg(retry)
+            : QStringLiteral("Skipping token refresh since OAuth2 token refresh is in progress. Will retry after %1.")
+                  .arg(retry));
     finishAndRetry(busyRetryMs);
 }
 

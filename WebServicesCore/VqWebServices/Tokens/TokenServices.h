@@ -21,7 +21,8 @@ struct TokenServices {
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
     /// Nanoseconds of a clock that only goes forward.
     std::function<qint64()> steadyClock = [] {
-        return qint64(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
+        return qint64(
+            std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
     };
     /// Told when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};

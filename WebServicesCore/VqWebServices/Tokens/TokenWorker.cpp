@@ -23,7 +23,9 @@ TokenWorker::~TokenWorker() {
     m_run->close();
 }
 
-bool TokenWorker::isOwnThread() const { return QThread::currentThread() == thread(); }
+bool TokenWorker::isOwnThread() const {
+    return QThread::currentThread() == thread();
+}
 
 void TokenWorker::send(const QNetworkRequest& request, const QString& verb, const QByteArray& body) {
     m_aborted = false;

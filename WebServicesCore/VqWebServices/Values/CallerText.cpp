@@ -25,7 +25,9 @@ QByteArray bytesFromCaller(const char* text) {
     return length < maximumCallerTextLength ? QByteArray(text, length) : QByteArray();
 }
 
-std::wstring wideText(const QString& text) { return text.toStdWString(); }
+std::wstring wideText(const QString& text) {
+    return text.toStdWString();
+}
 
 int copyText(const QString& text, wchar_t* buffer, int size) {
     if (buffer && size < 1)

@@ -16,34 +16,64 @@ NetworkCookie& NetworkCookie::operator=(const NetworkCookie& other) {
     return *this;
 }
 
-NetworkCookie::~NetworkCookie() { delete m_imp; }
+NetworkCookie::~NetworkCookie() {
+    delete m_imp;
+}
 
-void NetworkCookie::SetName(const char* name) { m_imp->name = bytesFromCaller(name); }
+void NetworkCookie::SetName(const char* name) {
+    m_imp->name = bytesFromCaller(name);
+}
 
-int NetworkCookie::GetName(char* buffer, int size) const { return copyBytes(m_imp->name, buffer, size); }
+int NetworkCookie::GetName(char* buffer, int size) const {
+    return copyBytes(m_imp->name, buffer, size);
+}
 
-void NetworkCookie::SetValue(const char* value) { m_imp->value = bytesFromCaller(value); }
+void NetworkCookie::SetValue(const char* value) {
+    m_imp->value = bytesFromCaller(value);
+}
 
-int NetworkCookie::GetValue(char* buffer, int size) const { return copyBytes(m_imp->value, buffer, size); }
+int NetworkCookie::GetValue(char* buffer, int size) const {
+    return copyBytes(m_imp->value, buffer, size);
+}
 
-void NetworkCookie::SetSecure(bool secure) { m_imp->secure = secure; }
+void NetworkCookie::SetSecure(bool secure) {
+    m_imp->secure = secure;
+}
 
-bool NetworkCookie::IsSecure() const { return m_imp->secure; }
+bool NetworkCookie::IsSecure() const {
+    return m_imp->secure;
+}
 
-void NetworkCookie::SetHttpOnly(bool httpOnly) { m_imp->httpOnly = httpOnly; }
+void NetworkCookie::SetHttpOnly(bool httpOnly) {
+    m_imp->httpOnly = httpOnly;
+}
 
-bool NetworkCookie::IsHttpOnly() const { return m_imp->httpOnly; }
+bool NetworkCookie::IsHttpOnly() const {
+    return m_imp->httpOnly;
+}
 
-void NetworkCookie::SetExpiryDate(long long seconds) { m_imp->expiryDate = seconds; }
+void NetworkCookie::SetExpiryDate(long long seconds) {
+    m_imp->expiryDate = seconds;
+}
 
-long long NetworkCookie::GetExpiryDate() const { return m_imp->expiryDate; }
+long long NetworkCookie::GetExpiryDate() const {
+    return m_imp->expiryDate;
+}
 
-void NetworkCookie::SetDomain(const wchar_t* domain) { m_imp->domain = textFromCaller(domain); }
+void NetworkCookie::SetDomain(const wchar_t* domain) {
+    m_imp->domain = textFromCaller(domain);
+}
 
-int NetworkCookie::GetDomain(wchar_t* buffer, int size) const { return copyText(m_imp->domain, buffer, size); }
+int NetworkCookie::GetDomain(wchar_t* buffer, int size) const {
+    return copyText(m_imp->domain, buffer, size);
+}
 
-void NetworkCookie::SetPath(const wchar_t* path) { m_imp->path = textFromCaller(path); }
+void NetworkCookie::SetPath(const wchar_t* path) {
+    m_imp->path = textFromCaller(path);
+}
 
-int NetworkCookie::GetPath(wchar_t* buffer, int size) const { return copyText(m_imp->path, buffer, size); }
+int NetworkCookie::GetPath(wchar_t* buffer, int size) const {
+    return copyText(m_imp->path, buffer, size);
+}
 
 } // namespace Velquor::WebServices

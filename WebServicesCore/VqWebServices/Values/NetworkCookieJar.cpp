@@ -17,17 +17,25 @@ NetworkCookieJar& NetworkCookieJar::operator=(const NetworkCookieJar& other) {
     return *this;
 }
 
-NetworkCookieJar::~NetworkCookieJar() { delete m_imp; }
+NetworkCookieJar::~NetworkCookieJar() {
+    delete m_imp;
+}
 
 bool NetworkCookieJar::AddCookie(const NetworkCookie& cookie) {
     m_imp->cookies.append(cookie);
     return true;
 }
 
-int NetworkCookieJar::GetCookieCount() const { return m_imp->cookies.size(); }
+int NetworkCookieJar::GetCookieCount() const {
+    return m_imp->cookies.size();
+}
 
-NetworkCookie NetworkCookieJar::GetCookie(int index) const { return m_imp->cookies.value(index); }
+NetworkCookie NetworkCookieJar::GetCookie(int index) const {
+    return m_imp->cookies.value(index);
+}
 
-void NetworkCookieJar::DeleteAll() { m_imp->cookies.clear(); }
+void NetworkCookieJar::DeleteAll() {
+    m_imp->cookies.clear();
+}
 
 } // namespace Velquor::WebServices

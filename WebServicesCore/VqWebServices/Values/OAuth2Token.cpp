@@ -18,13 +18,21 @@ OAuth2Token& OAuth2Token::operator=(const OAuth2Token& other) {
     return *this;
 }
 
-OAuth2Token::~OAuth2Token() { delete m_imp; }
+OAuth2Token::~OAuth2Token() {
+    delete m_imp;
+}
 
-bool OAuth2Token::IsValid() const { return !m_imp->token.empty(); }
+bool OAuth2Token::IsValid() const {
+    return !m_imp->token.empty();
+}
 
-int OAuth2Token::GetTokenSize() const { return static_cast<int>(m_imp->token.size()); }
+int OAuth2Token::GetTokenSize() const {
+    return static_cast<int>(m_imp->token.size());
+}
 
-const wchar_t* OAuth2Token::GetToken() const { return m_imp->token.c_str(); }
+const wchar_t* OAuth2Token::GetToken() const {
+    return m_imp->token.c_str();
+}
 
 int OAuth2Token::GetToken(wchar_t* buffer, int size) const {
     const int length = GetTokenSize();
@@ -41,12 +49,16 @@ int OAuth2Token::GetToken(wchar_t* buffer, int size) const {
     return length;
 }
 
-OAuth2TokenSpec OAuth2Token::GetSpec() const { return m_imp->spec; }
+OAuth2TokenSpec OAuth2Token::GetSpec() const {
+    return m_imp->spec;
+}
 
 bool OAuth2Token::operator==(const OAuth2Token& other) const {
     return m_imp->token == other.m_imp->token && m_imp->spec == other.m_imp->spec;
 }
 
-bool OAuth2Token::operator!=(const OAuth2Token& other) const { return !(*this == other); }
+bool OAuth2Token::operator!=(const OAuth2Token& other) const {
+    return !(*this == other);
+}
 
 } // namespace Velquor::WebServices

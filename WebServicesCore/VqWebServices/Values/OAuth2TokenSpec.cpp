@@ -22,24 +22,34 @@ OAuth2TokenSpec& OAuth2TokenSpec::operator=(const OAuth2TokenSpec& other) {
     return *this;
 }
 
-OAuth2TokenSpec::~OAuth2TokenSpec() { delete m_imp; }
+OAuth2TokenSpec::~OAuth2TokenSpec() {
+    delete m_imp;
+}
 
-OAuth2TokenType OAuth2TokenSpec::GetType() const { return m_imp->type; }
+OAuth2TokenType OAuth2TokenSpec::GetType() const {
+    return m_imp->type;
+}
 
 bool OAuth2TokenSpec::SetType(OAuth2TokenType type) {
     m_imp->type = type;
     return true;
 }
 
-int OAuth2TokenSpec::GetScope(wchar_t* buffer, int size) const { return copyText(m_imp->scope, buffer, size); }
+int OAuth2TokenSpec::GetScope(wchar_t* buffer, int size) const {
+    return copyText(m_imp->scope, buffer, size);
+}
 
 bool OAuth2TokenSpec::SetScope(const wchar_t* scope) {
     m_imp->scope = normalisedScope(textFromCaller(scope));
     return true;
 }
 
-bool OAuth2TokenSpec::operator==(const OAuth2TokenSpec& other) const { return m_imp->equals(*other.m_imp); }
+bool OAuth2TokenSpec::operator==(const OAuth2TokenSpec& other) const {
+    return m_imp->equals(*other.m_imp);
+}
 
-bool OAuth2TokenSpec::operator!=(const OAuth2TokenSpec& other) const { return !(*this == other); }
+bool OAuth2TokenSpec::operator!=(const OAuth2TokenSpec& other) const {
+    return !(*this == other);
+}
 
 } // namespace Velquor::WebServices

@@ -7,14 +7,10 @@ namespace Velquor::WebServices {
 
 QString tokenTypeName(int type) {
     switch (type) {
-    case InvalidTokenType:
-        return QStringLiteral("Invalid");
-    case RT:
-        return QStringLiteral("RT");
-    case JWT:
-        return QStringLiteral("JWT");
-    default:
-        return QStringLiteral("Unknown");
+    case InvalidTokenType: return QStringLiteral("Invalid");
+    case RT: return QStringLiteral("RT");
+    case JWT: return QStringLiteral("JWT");
+    default: return QStringLiteral("Unknown");
     }
 }
 
@@ -32,7 +28,7 @@ QString normalisedScope(const QString& scope) {
 
 bool OAuth2TokenSpecImp::equals(const OAuth2TokenSpecImp& other) const {
     return this == &other
-        || (legacy == other.legacy && type == other.type && scope.compare(other.scope, Qt::CaseInsensitive) == 0);
+           || (legacy == other.legacy && type == other.type && scope.compare(other.scope, Qt::CaseInsensitive) == 0);
 }
 
 QString OAuth2TokenSpecImp::toText() const {
@@ -40,7 +36,8 @@ QString OAuth2TokenSpecImp::toText() const {
 }
 
 QJsonObject OAuth2TokenSpecImp::toJson() const {
-    return {{QStringLiteral("type"), static_cast<int>(type)}, {QStringLiteral("scope"), scope}, {QStringLiteral("legacy"), legacy}};
+    return {
+        {QStringLiteral("type"), static_cast<int>(type)}, {QStringLiteral("scope"), scope}, {QStringLiteral("legacy"), legacy}};
 }
 
 bool OAuth2TokenSpecImp::fromJson(const QJsonObject& json) {

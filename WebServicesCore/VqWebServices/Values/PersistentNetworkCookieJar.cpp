@@ -7,8 +7,12 @@ PersistentNetworkCookieJar::PersistentNetworkCookieJar(QObject* parent)
 
 PersistentNetworkCookieJar::~PersistentNetworkCookieJar() = default;
 
-QList<QNetworkCookie> PersistentNetworkCookieJar::GetAllCookies() const { return allCookies(); }
+QList<QNetworkCookie> PersistentNetworkCookieJar::GetAllCookies() const {
+    return allCookies();
+}
 
-void PersistentNetworkCookieJar::SetAllCookies(const QList<QNetworkCookie>& cookies) { setAllCookies(cookies); }
+void PersistentNetworkCookieJar::SetAllCookies(const QList<QNetworkCookie>& cookies) {
+    setAllCookies(cookies);
+}
 
 } // namespace Velquor::WebServices

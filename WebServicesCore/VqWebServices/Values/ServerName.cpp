@@ -4,19 +4,16 @@ namespace Velquor::WebServices {
 
 QString serverName(int server) {
     switch (server) {
-    case NoServer:
-        return QStringLiteral("NoServer");
-    case Production:
-        return QStringLiteral("Production");
-    case Staging:
-        return QStringLiteral("Staging");
-    case Development:
-        return QStringLiteral("Development");
-    default:
-        return QStringLiteral("Unknown");
+    case NoServer: return QStringLiteral("NoServer");
+    case Production: return QStringLiteral("Production");
+    case Staging: return QStringLiteral("Staging");
+    case Development: return QStringLiteral("Development");
+    default: return QStringLiteral("Unknown");
     }
 }
 
-bool isRealServer(int server) { return server >= Production && server <= Development; }
+bool isRealServer(int server) {
+    return server >= Production && server <= Development;
+}
 
 } // namespace Velquor::WebServices

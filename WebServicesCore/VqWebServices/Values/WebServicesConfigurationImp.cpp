@@ -8,10 +8,10 @@ namespace Velquor::WebServices {
 
 bool WebServicesConfigurationImp::equals(const WebServicesConfigurationImp& other) const {
     return server == other.server && consumerKey == other.consumerKey && consumerSecret == other.consumerSecret
-        && serialNumber == other.serialNumber && productLineCode == other.productLineCode && upiRelease == other.upiRelease
-        && upiMaster == other.upiMaster && upiBuild == other.upiBuild && featureName == other.featureName
-        && featureVersion == other.featureVersion && oauth2ConsumerKey == other.oauth2ConsumerKey
-        && oauth2ConsumerSecret == other.oauth2ConsumerSecret && oauth2AccessTokenScope == other.oauth2AccessTokenScope;
+           && serialNumber == other.serialNumber && productLineCode == other.productLineCode && upiRelease == other.upiRelease
+           && upiMaster == other.upiMaster && upiBuild == other.upiBuild && featureName == other.featureName
+           && featureVersion == other.featureVersion && oauth2ConsumerKey == other.oauth2ConsumerKey
+           && oauth2ConsumerSecret == other.oauth2ConsumerSecret && oauth2AccessTokenScope == other.oauth2AccessTokenScope;
 }
 
 bool WebServicesConfigurationImp::isValid() const {

@@ -33,8 +33,8 @@ bool signIn(WebServicesManager& manager) {
 
 // [request]
 bool printHeader(WebServicesManager& manager, const std::wstring& url) {
-    const std::unique_ptr<wchar_t[]> header(manager.SignRequest(url.c_str(), nullptr, 0, HttpMethod::Get,
-                                                                ParsingMode::AuthorizationHeader, nullptr, nullptr));
+    const std::unique_ptr<wchar_t[]> header(
+        manager.SignRequest(url.c_str(), nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr));
     if (header)
         std::wcout << L"Authorization: " << header.get() << std::endl;
     return header != nullptr;

@@ -36,8 +36,8 @@ public:
     void LoggedIn() override { printHeader(); }
 
     void printHeader() {
-        const std::unique_ptr<wchar_t[]> header(m_services.SignRequest(m_url, nullptr, 0, HttpMethod::Get,
-                                                                       ParsingMode::AuthorizationHeader, nullptr, nullptr));
+        const std::unique_ptr<wchar_t[]> header(
+            m_services.SignRequest(m_url, nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr));
         if (header)
             print((std::wstring(L"Authorization: ") + header.get()).c_str());
         PostQuitMessage(header ? 0 : 1);

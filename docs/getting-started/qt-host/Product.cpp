@@ -7,7 +7,6 @@
 #include <QTextStream>
 #include <memory>
 #include <string>
-#include <string>
 #include <thread>
 
 using namespace Velquor::WebServices;
@@ -18,7 +17,9 @@ Product::Product(const QUrl& page)
     m_services.AddObserver(this);
 }
 
-Product::~Product() { m_services.RemoveObserver(this); }
+Product::~Product() {
+    m_services.RemoveObserver(this);
+}
 
 // [start]
 bool Product::start() {
@@ -57,7 +58,9 @@ void Product::completeSignIn() {
 // [/sign-in]
 
 // [events]
-void Product::LoggedIn() { fetch(); }
+void Product::LoggedIn() {
+    fetch();
+}
 
 void Product::LoggedOut() {
     QTextStream(stdout) << "Signed out.\n";
@@ -68,8 +71,8 @@ void Product::LoggedOut() {
 // [request]
 void Product::fetch() {
     const std::wstring url = m_page.toString(QUrl::FullyEncoded).toStdWString();
-    const std::unique_ptr<wchar_t[]> header(m_services.SignRequest(url.c_str(), nullptr, 0, HttpMethod::Get,
-                                                                   ParsingMode::AuthorizationHeader, nullptr, nullptr));
+    const std::unique_ptr<wchar_t[]> header(
+        m_services.SignRequest(url.c_str(), nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr));
     if (!header) {
         QCoreApplication::exit(1);
         return;

@@ -38,8 +38,9 @@ ExitCode show(const Context& context, const Library& library, const HttpReply& r
     if (reply.status == 0)
         return library.fail(QStringLiteral("There is no reply: %1.").arg(reply.error));
     const bool ok = reply.status >= firstSuccess && reply.status < firstError;
-    context.output.note(QStringLiteral("%1 %2, %3 bytes %4")
-                            .arg(QString::number(reply.status), reply.reason, QString::number(reply.body.size()), reply.contentType));
+    context.output.note(
+        QStringLiteral("%1 %2, %3 bytes %4")
+            .arg(QString::number(reply.status), reply.reason, QString::number(reply.body.size()), reply.contentType));
     context.output.bytes(reply.body);
     context.output.object(toObject(reply), ok);
     return ok ? ExitCode::Ok : ExitCode::Failed;

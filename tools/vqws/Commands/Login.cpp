@@ -25,7 +25,8 @@ QString errorText(LoginErrorEx error, int httpStatus) {
     switch (error) {
     case LoginErrorEx::NotReady: return QStringLiteral("the product has no configuration for the current server");
     case LoginErrorEx::NoReply: return QStringLiteral("the account server does not answer; check network and proxy");
-    case LoginErrorEx::NoSecureConnection: return QStringLiteral("there is no secure connection; check the certificate authority (--ca)");
+    case LoginErrorEx::NoSecureConnection:
+        return QStringLiteral("there is no secure connection; check the certificate authority (--ca)");
     case LoginErrorEx::WrongSystemTime: return QStringLiteral("the clock of this machine is wrong; set it");
     case LoginErrorEx::Refused:
         return QStringLiteral("the account server refused it with status %1; check key and secret").arg(httpStatus);
@@ -68,9 +69,10 @@ ExitCode changeServer(Context& context, Library& library) {
     const Progress::Wait wait(context.progress, QStringLiteral("the change of the server"));
     return library.manager().SetServer(wanted)
                ? ExitCode::Ok
-               : library.fail(QStringLiteral("The server could not be changed to %1: its URL file is missing, or the user could not be "
-                                             "signed out of the other one.")
-                                  .arg(serverText(wanted)));
+               : library.fail(
+                   QStringLiteral("The server could not be changed to %1: its URL file is missing, or the user could not be "
+                                  "signed out of the other one.")
+                       .arg(serverText(wanted)));
 }
 
 } // namespace

@@ -66,8 +66,9 @@ public:
         for (const Finding& finding : m_findings)
             checks += toObject(finding);
         m_context.output.line(QStringLiteral("Faults: %1, warnings: %2.").arg(faults).arg(warnings));
-        m_context.output.object({{QStringLiteral("faults"), faults}, {QStringLiteral("warnings"), warnings}, {QStringLiteral("checks"), checks}},
-                                faults == 0);
+        m_context.output.object(
+            {{QStringLiteral("faults"), faults}, {QStringLiteral("warnings"), warnings}, {QStringLiteral("checks"), checks}},
+            faults == 0);
         return faults == 0 ? ExitCode::Ok : ExitCode::Failed;
     }
 
@@ -91,8 +92,8 @@ private:
 
     void show(const Finding& finding) const {
         const QString cure = finding.cure.isEmpty() ? QString() : QStringLiteral(". Cure: ") + finding.cure;
-        m_context.output.row(stateText(finding.state).leftJustified(stateWidth) + finding.check + QLatin1Char(':'), finding.text + cure,
-                             labelWidth);
+        m_context.output.row(stateText(finding.state).leftJustified(stateWidth) + finding.check + QLatin1Char(':'),
+                             finding.text + cure, labelWidth);
     }
 
     Context& m_context;

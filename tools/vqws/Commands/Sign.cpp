@@ -14,9 +14,9 @@ namespace Vqws {
 
 namespace {
 
-constexpr std::array<const char*, 20> methodNames{"GET",   "POST", "PUT",    "DELETE",  "HEAD",     "OPTIONS",      "TRACE",
-                                                  "PROPFIND", "MOVE", "COPY", "LOCK",   "UNLOCK",   "CHECKIN",      "CHECKOUT",
-                                                  "CANCELUPLOAD", "REPORT", "UPDATE", "PROPPATCH", "GETLIB", "VERSION-CONTROL"};
+constexpr std::array<const char*, 20> methodNames{
+    "GET",  "POST",   "PUT",     "DELETE",   "HEAD",         "OPTIONS", "TRACE",  "PROPFIND",  "MOVE",   "COPY",
+    "LOCK", "UNLOCK", "CHECKIN", "CHECKOUT", "CANCELUPLOAD", "REPORT",  "UPDATE", "PROPPATCH", "GETLIB", "VERSION-CONTROL"};
 
 // The names stand in the order of the numbers of HttpMethod.
 int methodNumber(const QString& name) {

@@ -44,7 +44,8 @@ QStringList productTexts() {
     QStringList texts;
     for (const QJsonValue& session : sessions) {
         const auto server = static_cast<Server>(session.toObject().value(QLatin1String("Server")).toInt(NoServer));
-        texts += QStringLiteral("%1 (%2)").arg(session.toObject().value(QLatin1String("ProductName")).toString(), serverText(server));
+        texts +=
+            QStringLiteral("%1 (%2)").arg(session.toObject().value(QLatin1String("ProductName")).toString(), serverText(server));
     }
     return texts;
 }
@@ -53,7 +54,8 @@ void readTokens(WebServicesManager& manager, Status& status) {
     status.token = {manager.IsTokenAvailable(), manager.IsTokenExpired(), dateOf(manager.GetTokenExpiryDate())};
     status.isOAuth2Enabled = manager.IsOAuth2Enabled();
     if (status.isOAuth2Enabled)
-        status.oauth2 = {manager.IsOAuth2TokenAvailable(), manager.IsOAuth2TokenExpired(), dateOf(manager.GetOAuth2TokenExpiryDate())};
+        status.oauth2 = {manager.IsOAuth2TokenAvailable(), manager.IsOAuth2TokenExpired(),
+                         dateOf(manager.GetOAuth2TokenExpiryDate())};
     status.products = productTexts();
 }
 
@@ -88,7 +90,9 @@ QJsonObject tokenObject(const TokenState& token) {
             {QStringLiteral("expires"), isoText(token.expires)}};
 }
 
-QString orNone(const QString& text) { return text.isEmpty() ? QStringLiteral("none") : text; }
+QString orNone(const QString& text) {
+    return text.isEmpty() ? QStringLiteral("none") : text;
+}
 
 void showUser(const Output& output, const Status& status) {
     output.row(QStringLiteral("Signed in"), !status.isSignedIn ? QStringLiteral("no")
@@ -107,7 +111,8 @@ void show(const Output& output, const Status& status) {
     output.row(QStringLiteral("Account server"), orNone(status.accountServer));
     if (status.hasProduct) {
         output.row(QStringLiteral("Access token"), tokenText(status.token));
-        output.row(QStringLiteral("OAuth2 token"), status.isOAuth2Enabled ? tokenText(status.oauth2) : QStringLiteral("not enabled"));
+        output.row(QStringLiteral("OAuth2 token"),
+                   status.isOAuth2Enabled ? tokenText(status.oauth2) : QStringLiteral("not enabled"));
         output.row(QStringLiteral("Products"), orNone(status.products.join(QStringLiteral(", "))));
     }
     output.row(QStringLiteral("Stored proxy"), status.hasProxy ? QStringLiteral("yes") : QStringLiteral("no"));

@@ -28,7 +28,8 @@ Finding checkSizes(const QString& dump) {
         return warning(name, QStringLiteral("a program made it with %1 instead of %2 bytes").arg(total).arg(wholeSize), cure);
     if (used > total - total / 10)
         return warning(name, QStringLiteral("it is nearly full: %1 of %2 bytes").arg(used).arg(total), cure);
-    return ok(name, QStringLiteral("%1 of %2 bytes used, %3 processes").arg(used).arg(total).arg(processes.match(dump).captured(1)));
+    return ok(name,
+              QStringLiteral("%1 of %2 bytes used, %3 processes").arg(used).arg(total).arg(processes.match(dump).captured(1)));
 }
 
 } // namespace

@@ -17,7 +17,9 @@ struct Finding {
 
 using Findings = QVector<Finding>;
 
-inline Finding ok(const QString& check, const QString& text) { return {check, Finding::State::Ok, text, {}}; }
+inline Finding ok(const QString& check, const QString& text) {
+    return {check, Finding::State::Ok, text, {}};
+}
 inline Finding warning(const QString& check, const QString& text, const QString& cure) {
     return {check, Finding::State::Warning, text, cure};
 }

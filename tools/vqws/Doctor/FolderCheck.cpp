@@ -29,7 +29,8 @@ Findings checkFolder(const SetUp& setUp) {
     const QString& folder = setUp.dataFolder;
     const QString existing = nearestExisting(folder);
     if (!QFileInfo(existing).isDir())
-        return {fault(name, QStringLiteral("%1 is not a folder").arg(existing), QStringLiteral("move it away; the library makes the folder"))};
+        return {fault(name, QStringLiteral("%1 is not a folder").arg(existing),
+                      QStringLiteral("move it away; the library makes the folder"))};
     if (!canWrite(existing))
         return {fault(name, QStringLiteral("%1 cannot be written to").arg(existing),
                       QStringLiteral("give the user the right to write there, or free space on the disk"))};

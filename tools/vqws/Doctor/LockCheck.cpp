@@ -21,7 +21,9 @@ Findings checkLock(const SetUp& setUp, Cancellation& cancellation) {
     if (!holder.isHeld)
         return {ok(name, QStringLiteral("nobody holds the lock of the login state file"))};
     return {fault(name,
-                  QStringLiteral("%1 has been holding the lock of the login state file for more than %2 s").arg(holder.program).arg(patienceMs / 1000),
+                  QStringLiteral("%1 has been holding the lock of the login state file for more than %2 s")
+                      .arg(holder.program)
+                      .arg(patienceMs / 1000),
                   QStringLiteral("end that program; the lock is free as soon as it is gone"))};
 }
 

@@ -20,19 +20,23 @@ const auto fileName = QStringLiteral("log file");
 Finding checkConfiguration() {
     const QString path = WebServicesPrivate::GetLogConfigFile();
     if (path.isEmpty())
-        return fault(configurationName, QStringLiteral("\"WebServices.logconfig\" was not found; without it the library does not use the network"),
+        return fault(configurationName,
+                     QStringLiteral("\"WebServices.logconfig\" was not found; without it the library does not use the network"),
                      QStringLiteral("put the file beside the library, or name its folder with --support"));
     const QFileInfo info(path);
     if (!info.isReadable() || info.size() == 0 || info.size() > largestConfiguration)
         return fault(configurationName,
-                     QStringLiteral("%1 cannot be used: it is empty, not readable or larger than %2 bytes").arg(path).arg(largestConfiguration),
+                     QStringLiteral("%1 cannot be used: it is empty, not readable or larger than %2 bytes")
+                         .arg(path)
+                         .arg(largestConfiguration),
                      QStringLiteral("install the file again"));
     return ok(configurationName, path);
 }
 
 Finding checkLevel() {
-    static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"), QStringLiteral("WARN"),
-                                    QStringLiteral("ERROR"), QStringLiteral("FATAL"), QStringLiteral("OFF")};
+    static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"),
+                                    QStringLiteral("WARN"),  QStringLiteral("ERROR"), QStringLiteral("FATAL"),
+                                    QStringLiteral("OFF")};
     const auto name = QStringLiteral("log level");
     const QString level = qEnvironmentVariable("VQWS_LOGLEVEL");
     if (!level.isEmpty() && !levels.contains(level.trimmed().toUpper()))
@@ -46,7 +50,8 @@ Finding checkLevel() {
 
 Finding checkFile() {
     const QString folder = WebServicesPrivate::GetLogFileFolder();
-    const QString cure = QStringLiteral("make %1 a folder that the user may write to, or name another one in VQWS_LOGFILEDIR").arg(folder);
+    const QString cure =
+        QStringLiteral("make %1 a folder that the user may write to, or name another one in VQWS_LOGFILEDIR").arg(folder);
     QTemporaryFile probe(folder + QStringLiteral("/.vqws-XXXXXX"));
     if (!QFileInfo(folder).isDir() || !probe.open())
         return fault(fileName, QStringLiteral("no log can be written in %1").arg(folder), cure);

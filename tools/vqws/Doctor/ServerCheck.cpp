@@ -24,8 +24,9 @@ Finding checkClock(const QDateTime& serverTime) {
         return warning(clockName, QStringLiteral("not known, since the account server did not tell its time"),
                        QStringLiteral("compare the clock of this machine with another one"));
     const qint64 seconds = serverTime.secsTo(QDateTime::currentDateTimeUtc());
-    const QString text = QStringLiteral("the clock of this machine is %1 %2 the one of the account server")
-                             .arg(spanText(std::abs(seconds)), seconds > 0 ? QStringLiteral("ahead of") : QStringLiteral("behind"));
+    const QString text =
+        QStringLiteral("the clock of this machine is %1 %2 the one of the account server")
+            .arg(spanText(std::abs(seconds)), seconds > 0 ? QStringLiteral("ahead of") : QStringLiteral("behind"));
     const QString cure = QStringLiteral("set the clock and the time zone, or let the system set them from the network");
     if (std::abs(seconds) >= faultSeconds)
         return fault(clockName, text, cure);

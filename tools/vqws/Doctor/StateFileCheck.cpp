@@ -92,9 +92,10 @@ Findings checkLeftOvers(const SetUp& setUp) {
         findings += warning(leftName, QStringLiteral("a program ended while it wrote: %1").arg(stale.join(QStringLiteral(", "))),
                             QStringLiteral("none needed: the next program that starts removes them"));
     if (!damaged.isEmpty())
-        findings += warning(leftName, QStringLiteral("damaged login state files were set aside: %1").arg(damaged.join(QStringLiteral(", "))),
-                            QStringLiteral("look for failing disks or programs that change the file; delete them in %1 when done")
-                                .arg(setUp.dataFolder));
+        findings += warning(
+            leftName, QStringLiteral("damaged login state files were set aside: %1").arg(damaged.join(QStringLiteral(", "))),
+            QStringLiteral("look for failing disks or programs that change the file; delete them in %1 when done")
+                .arg(setUp.dataFolder));
     if (findings.isEmpty())
         findings += ok(leftName, QStringLiteral("none"));
     return findings;

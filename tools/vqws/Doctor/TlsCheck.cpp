@@ -8,7 +8,9 @@ namespace {
 
 const auto name = QStringLiteral("TLS library");
 
-QString majorOf(const QString& version) { return version.section(QLatin1Char(' '), 1, 1).section(QLatin1Char('.'), 0, 0); }
+QString majorOf(const QString& version) {
+    return version.section(QLatin1Char(' '), 1, 1).section(QLatin1Char('.'), 0, 0);
+}
 
 } // namespace
 

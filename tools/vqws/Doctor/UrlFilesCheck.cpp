@@ -18,10 +18,10 @@ const auto name = QStringLiteral("URL files");
 
 // What signing in, staying signed in and signing out ask for.
 const QStringList& neededKeys() {
-    static const QStringList keys{
-        QStringLiteral("AccountServerUrl"),    QStringLiteral("RequestTokenEndPoint"),    QStringLiteral("AuthorizationEndPoint"),
-        QStringLiteral("AccessTokenEndPoint"), QStringLiteral("LogoutEndPoint"),          QStringLiteral("InvalidateTokenEndPoint"),
-        QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint")};
+    static const QStringList keys{QStringLiteral("AccountServerUrl"),       QStringLiteral("RequestTokenEndPoint"),
+                                  QStringLiteral("AuthorizationEndPoint"),  QStringLiteral("AccessTokenEndPoint"),
+                                  QStringLiteral("LogoutEndPoint"),         QStringLiteral("InvalidateTokenEndPoint"),
+                                  QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint")};
     return keys;
 }
 
@@ -42,7 +42,9 @@ QString find(const SetUp& setUp, const QString& file) {
     return {};
 }
 
-QString installAgain(const QString& path) { return QStringLiteral("install %1 again, or correct it").arg(path); }
+QString installAgain(const QString& path) {
+    return QStringLiteral("install %1 again, or correct it").arg(path);
+}
 
 Finding checkAddresses(const QString& path, const QJsonObject& urls) {
     QStringList missing;
@@ -72,9 +74,12 @@ Finding checkFile(const QString& path) {
         return fault(name, QStringLiteral("%1 is no JSON at byte %2: %3").arg(path).arg(error.offset).arg(error.errorString()),
                      installAgain(path));
     const QJsonObject urls = document.object()
-                                 .value(QLatin1String("Configurations")).toObject()
-                                 .value(QLatin1String("WebServices")).toObject()
-                                 .value(QLatin1String("Urls")).toObject();
+                                 .value(QLatin1String("Configurations"))
+                                 .toObject()
+                                 .value(QLatin1String("WebServices"))
+                                 .toObject()
+                                 .value(QLatin1String("Urls"))
+                                 .toObject();
     return checkAddresses(path, urls);
 }
 

@@ -7,8 +7,8 @@ namespace Vqws::Console {
 
 enum class Stream { Output, Error };
 
-/// Keeps standard output for the results of the tool: what anybody else in the process writes there, as libraries do, goes to standard
-/// error from now on, so that a reader of JSON gets nothing else. To be called first of all.
+/// Keeps standard output for the results of the tool: what anybody else in the process writes there, as libraries do, goes to
+/// standard error from now on, so that a reader of JSON gets nothing else. To be called first of all.
 void takeStandardOutput();
 
 void write(Stream stream, const QByteArray& text);

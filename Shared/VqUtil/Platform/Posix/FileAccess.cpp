@@ -80,8 +80,7 @@ ReplaceResult replaceFile(const QString& from, const QString& to, QString* error
     if (flush == Flush::No)
         return ReplaceResult::Done;
     // The move is done and visible; flushing the folder makes it survive a power cut. Some file systems refuse that flush.
-    const FileDescriptor folder(
-        ::open(QFile::encodeName(QFileInfo(to).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor folder(::open(QFile::encodeName(QFileInfo(to).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.isValid())
         ::fsync(folder.get());
     return ReplaceResult::Done;

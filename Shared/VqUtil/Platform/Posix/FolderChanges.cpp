@@ -15,8 +15,8 @@ namespace Velquor::Util {
 namespace {
 
 // A file that is empty before and after it is rewritten changes by its closing only.
-constexpr uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF
-                                   | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
+constexpr uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO
+                                   | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr uint32_t endingEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
 
 FolderChanges::Kind kindOf(uint32_t mask) {
@@ -52,14 +52,17 @@ FolderChanges::FolderChanges()
 
 FolderChanges::~FolderChanges() = default;
 
-bool FolderChanges::isUsable() const { return m_native->notifications.isValid() && m_native->waker.isValid(); }
+bool FolderChanges::isUsable() const {
+    return m_native->notifications.isValid() && m_native->waker.isValid();
+}
 
 // A new instance each time: what is queued in the old one belongs to a folder that is gone.
 bool FolderChanges::open(const QString& folder) {
     m_native->watch = -1;
     m_native->notifications.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (m_native->notifications.isValid())
-        m_native->watch = ::inotify_add_watch(m_native->notifications.get(), QFile::encodeName(folder).constData(), watchedEvents);
+        m_native->watch =
+            ::inotify_add_watch(m_native->notifications.get(), QFile::encodeName(folder).constData(), watchedEvents);
     m_native->code = errno;
     return m_native->watch >= 0;
 }
@@ -124,6 +127,8 @@ void FolderChanges::wake() {
     [[maybe_unused]] const ssize_t written = ::write(m_native->waker.get(), &one, sizeof one);
 }
 
-QString FolderChanges::errorText() const { return qt_error_string(m_native->code); }
+QString FolderChanges::errorText() const {
+    return qt_error_string(m_native->code);
+}
 
 } // namespace Velquor::Util

@@ -28,7 +28,9 @@ int compareModule(struct dl_phdr_info* info, size_t, void* data) {
 
 } // namespace
 
-QString hostExecutablePath() { return QFile::symLinkTarget(QStringLiteral("/proc/self/exe")); }
+QString hostExecutablePath() {
+    return QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+}
 
 QString modulePathOf(const void* address) {
     Dl_info info{};
@@ -37,9 +39,13 @@ QString modulePathOf(const void* address) {
     return QFileInfo(QFile::decodeName(info.dli_fname)).absoluteFilePath();
 }
 
-QString ownModulePath() { return modulePathOf(reinterpret_cast<const void*>(&ownModulePath)); }
+QString ownModulePath() {
+    return modulePathOf(reinterpret_cast<const void*>(&ownModulePath));
+}
 
-QString fileVersion(const QString&) { return {}; }
+QString fileVersion(const QString&) {
+    return {};
+}
 
 QString loadedModulePath(const QString& fileName) {
     ModuleSearch search{QFile::encodeName(fileName), {}};
@@ -47,7 +53,9 @@ QString loadedModulePath(const QString& fileName) {
     return QFile::decodeName(search.path);
 }
 
-QString searchPath() { return QFile::decodeName(qgetenv("PATH")); }
+QString searchPath() {
+    return QFile::decodeName(qgetenv("PATH"));
+}
 
 bool isFirstInSearchPath(const QString& folder, const QString& path) {
     return path == folder || path.startsWith(folder + QLatin1Char(':'));
@@ -64,6 +72,8 @@ QString systemVersion() {
     return QString::fromLatin1(name.release).section(QLatin1Char('-'), 0, 0);
 }
 
-QString systemName() { return QStringLiteral("%1, kernel %2").arg(QSysInfo::prettyProductName(), systemVersion()); }
+QString systemName() {
+    return QStringLiteral("%1, kernel %2").arg(QSysInfo::prettyProductName(), systemVersion());
+}
 
 } // namespace Velquor::Util

@@ -4,8 +4,12 @@
 
 namespace Velquor::Util {
 
-QString localAppDataFolder() { return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation); }
+QString localAppDataFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+}
 
-QString programDataFolder() { return QStringLiteral("/var/lib"); }
+QString programDataFolder() {
+    return QStringLiteral("/var/lib");
+}
 
 } // namespace Velquor::Util

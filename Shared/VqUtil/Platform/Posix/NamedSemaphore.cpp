@@ -58,12 +58,14 @@ NamedSemaphore::NamedSemaphore(const QString& key)
 NamedSemaphore::~NamedSemaphore() = default;
 
 NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
-    struct sembuf take {0, -1, SEM_UNDO};
+    struct sembuf take {
+        0, -1, SEM_UNDO
+    };
     const QDeadlineTimer deadline(timeoutMs);
     int removals = 0;
     for (;;) {
         const qint64 leftMs = deadline.remainingTime();
-        const struct timespec limit {leftMs / 1000, (leftMs % 1000) * 1000000L};
+        const struct timespec limit { leftMs / 1000, (leftMs % 1000) * 1000000L };
         const int id = m_native->id();
         if (::semtimedop(id, &take, 1, &limit) == 0) {
             m_native->heldId = id;
@@ -82,7 +84,9 @@ NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
 }
 
 void NamedSemaphore::release() {
-    struct sembuf give {0, 1, SEM_UNDO};
+    struct sembuf give {
+        0, 1, SEM_UNDO
+    };
     // Only the very object that was taken: one that was created anew meanwhile has its count already.
     ::semop(std::exchange(m_native->heldId, -1), &give, 1);
 }
@@ -94,6 +98,8 @@ NamedSemaphore::LastUser NamedSemaphore::lastUser() const {
     return process > 0 && (::kill(process, 0) == 0 || errno == EPERM) ? LastUser::Alive : LastUser::Gone;
 }
 
-bool NamedSemaphore::repair() { return Native::setCount(m_native->id(), 1); }
+bool NamedSemaphore::repair() {
+    return Native::setCount(m_native->id(), 1);
+}
 
 } // namespace Velquor::Util

@@ -4,6 +4,8 @@
 
 namespace Velquor::Util {
 
-QByteArray narrowFolderName(const QString& folder) { return QFile::encodeName(folder); }
+QByteArray narrowFolderName(const QString& folder) {
+    return QFile::encodeName(folder);
+}
 
 } // namespace Velquor::Util

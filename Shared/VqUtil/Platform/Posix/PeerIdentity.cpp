@@ -19,7 +19,8 @@ constexpr int roomForTemporary = 16;
 
 bool isOwnersAlone(const QByteArray& folder) {
     struct stat info {};
-    return ::lstat(folder.constData(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && (info.st_mode & 077) == 0;
+    return ::lstat(folder.constData(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::geteuid()
+           && (info.st_mode & 077) == 0;
 }
 
 // Others may have taken the name in a folder that is everybody's; then it is not used.
@@ -44,7 +45,9 @@ bool isLocalServerNamed(const QString& address) {
     return ::lstat(QFile::encodeName(address).constData(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
-QString localServerFile(const QString& address) { return address; }
+QString localServerFile(const QString& address) {
+    return address;
+}
 
 // For a client, the system tells of the process that listened; for a server, of the one that connected.
 bool isPeerOfSameUser(qintptr socketDescriptor, PeerRole) {

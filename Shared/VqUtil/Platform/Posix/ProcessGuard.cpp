@@ -32,8 +32,8 @@ struct ProcessGuard::Native {
         file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     }
 
-    // One of those who wait is the next. Without that, a process that comes back at once takes the lock again and again from those
-    // who sleep. Where the file system knows no such locks, everybody is the next.
+    // One of those who wait is the next. Without that, a process that comes back at once takes the lock again and again from
+    // those who sleep. Where the file system knows no such locks, everybody is the next.
     [[nodiscard]] bool takeTurn() {
         hasTurn = hasTurn || setTurn(F_WRLCK) || (errno != EAGAIN && errno != EACCES);
         return hasTurn;
@@ -52,7 +52,7 @@ struct ProcessGuard::Native {
         struct stat held {};
         struct stat named {};
         return ::fstat(file.get(), &held) == 0 && ::stat(path.constData(), &named) == 0 && held.st_ino == named.st_ino
-            && held.st_dev == named.st_dev;
+               && held.st_dev == named.st_dev;
     }
 
     // False with the reason in `errno`, which is EWOULDBLOCK when another attempt may help.
@@ -98,6 +98,8 @@ ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     return Result::Failed;
 }
 
-void ProcessGuard::release() { m_native->file.reset(); }
+void ProcessGuard::release() {
+    m_native->file.reset();
+}
 
 } // namespace Velquor::Util

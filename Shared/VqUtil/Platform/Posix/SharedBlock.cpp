@@ -20,7 +20,9 @@ constexpr off_t largestSize = 16 * 1024 * 1024;
 // Some systems clean the runtime folder of old files; the sticky bit keeps this one.
 constexpr mode_t fileMode = 0600 | S_ISVTX;
 
-bool isOwnersAlone(const struct stat& info) { return info.st_uid == ::geteuid() && (info.st_mode & 077) == 0; }
+bool isOwnersAlone(const struct stat& info) {
+    return info.st_uid == ::geteuid() && (info.st_mode & 077) == 0;
+}
 
 /// Whoever is attached holds a shared `flock` on the file. So an exclusive one says that nobody is, however they ended, and the
 /// file is what a segment without users would be: gone.
@@ -163,8 +165,7 @@ QByteArray FileBlock::read() {
 bool FileBlock::write(const QByteArray& bytes) {
     int done = 0;
     while (done < bytes.size()) {
-        const ssize_t part =
-            ::pwrite(m_file.get(), bytes.constData() + done, static_cast<size_t>(bytes.size() - done), done);
+        const ssize_t part = ::pwrite(m_file.get(), bytes.constData() + done, static_cast<size_t>(bytes.size() - done), done);
         if (part < 0 && errno == EINTR)
             continue;
         if (part <= 0) {
@@ -185,8 +186,8 @@ std::unique_ptr<ISharedBlock> openSharedBlock(const QString& key, const QString&
 QString sharedBlockFolder(const QString& dataFolder) {
     const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
     struct stat info {};
-    const bool isUsable = runtime.startsWith('/') && ::stat(runtime.constData(), &info) == 0 && S_ISDIR(info.st_mode)
-                          && isOwnersAlone(info);
+    const bool isUsable =
+        runtime.startsWith('/') && ::stat(runtime.constData(), &info) == 0 && S_ISDIR(info.st_mode) && isOwnersAlone(info);
     return isUsable ? QFile::decodeName(runtime) : dataFolder;
 }
 

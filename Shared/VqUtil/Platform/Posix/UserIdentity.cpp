@@ -13,7 +13,9 @@ namespace Velquor::Util {
 
 namespace {
 
-bool isBlank(const QByteArray& address) { return address.count('\0') == address.size(); }
+bool isBlank(const QByteArray& address) {
+    return address.count('\0') == address.size();
+}
 
 } // namespace
 

@@ -22,7 +22,9 @@ constexpr int lockTimeoutMs = 20000; // Longer than a slow machine takes to find
 
 using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;
 
-EvpKey owned(EVP_PKEY* key) { return EvpKey(key, &EVP_PKEY_free); }
+EvpKey owned(EVP_PKEY* key) {
+    return EvpKey(key, &EVP_PKEY_free);
+}
 
 // Ties the key file to machine and user, so that a copied home folder carries no usable secrets.
 SecretBytes passphrase() {
@@ -45,8 +47,8 @@ QByteArray toPem(const EvpKey& key) {
     const Bio bio(BIO_new(BIO_s_mem()), &BIO_free);
     const SecretBytes phrase = passphrase();
     if (!bio
-        || PEM_write_bio_PKCS8PrivateKey(bio.get(), key.get(), EVP_aes_256_cbc(), phrase.data(), phrase.size(), nullptr,
-                                         nullptr) != 1)
+        || PEM_write_bio_PKCS8PrivateKey(bio.get(), key.get(), EVP_aes_256_cbc(), phrase.data(), phrase.size(), nullptr, nullptr)
+               != 1)
         return {};
     char* data = nullptr;
     const long size = BIO_get_mem_data(bio.get(), &data);
@@ -74,14 +76,18 @@ EvpKey fromPem(const QByteArray& pem) {
 
 using AtomicFile::ReadResult;
 
-// Nothing can be read with a damaged key any more; it is kept for support, out of the way of a new one. False when it is in the way.
+// Nothing can be read with a damaged key any more; it is kept for support, out of the way of a new one. False when it is in the
+// way.
 bool setDamagedAside(const QString& path, Log::ILogger& logger) {
     const QString aside = AtomicFile::setAside(path);
     if (aside.isEmpty()) {
         logger.error(QStringLiteral("The user's key %1 cannot be read and cannot be set aside").arg(path));
         return false;
     }
-    logger.warning(QStringLiteral("The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; the user needs to sign in again.").arg(aside));
+    logger.warning(
+        QStringLiteral(
+            "The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; the user needs to sign in again.")
+            .arg(aside));
     return true;
 }
 

@@ -60,7 +60,8 @@ int DispatcherTimers::msUntilNext() const {
 }
 
 DispatcherTimers::Timer* DispatcherTimers::find(int id) {
-    const auto found = std::find_if(m_timers.begin(), m_timers.end(), [id](const Timer& timer) { return timer.info.timerId == id; });
+    const auto found =
+        std::find_if(m_timers.begin(), m_timers.end(), [id](const Timer& timer) { return timer.info.timerId == id; });
     return found == m_timers.end() ? nullptr : &*found;
 }
 

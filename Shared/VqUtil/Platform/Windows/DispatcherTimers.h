@@ -22,7 +22,8 @@ public:
     /// Milliseconds; -1 when there is none.
     [[nodiscard]] int remainingMs(int id);
     [[nodiscard]] int msUntilNext() const;
-    /// Tells the receivers of those that are due; false when none was. A receiver may change timers, end itself or run an event loop.
+    /// Tells the receivers of those that are due; false when none was. A receiver may change timers, end itself or run an event
+    /// loop.
     bool fire();
 
 private:

@@ -33,7 +33,9 @@ LRESULT CALLBACK deliverPostedEvents(int code, WPARAM removed, LPARAM message) {
 
 } // namespace
 
-bool isInstalled() { return hookOfThread() != nullptr; }
+bool isInstalled() {
+    return hookOfThread() != nullptr;
+}
 
 bool install(QString* error) {
     if (isInstalled())
@@ -46,6 +48,8 @@ bool install(QString* error) {
     return hook != nullptr;
 }
 
-void remove() { hookOfThread().reset(); }
+void remove() {
+    hookOfThread().reset();
+}
 
 } // namespace Velquor::Util::EventHook

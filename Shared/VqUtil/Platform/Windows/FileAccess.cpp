@@ -74,8 +74,9 @@ DWORD tryToTakeRightsOfOthersAway(std::wstring path) {
     void* owner = nullptr;
     ACL* list = nullptr;
     void* descriptor = nullptr;
-    const DWORD read = ::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
-                                               &owner, nullptr, &list, nullptr, &descriptor);
+    const DWORD read =
+        ::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
+                                nullptr, &list, nullptr, &descriptor);
     if (read != ERROR_SUCCESS)
         return read;
     const LocalMemory<void> ownedDescriptor(descriptor);
@@ -85,9 +86,10 @@ DWORD tryToTakeRightsOfOthersAway(std::wstring path) {
     if (!security.accessList())
         return ERROR_INVALID_ACL;
     constexpr SECURITY_INFORMATION what = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
-    // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told, and
-    // the second one takes them away again.
-    const DWORD set = ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr);
+    // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told,
+    // and the second one takes them away again.
+    const DWORD set =
+        ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr);
     if (set != ERROR_SUCCESS)
         return set;
     return ::SetFileSecurityW(path.c_str(), what, security.descriptor()) ? ERROR_SUCCESS : ::GetLastError();

@@ -67,7 +67,8 @@ bool isSameFolder(HANDLE one, HANDLE other) {
     BY_HANDLE_FILE_INFORMATION second{};
     return ::GetFileInformationByHandle(one, &first) && ::GetFileInformationByHandle(other, &second)
            && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber && first.nFileIndexHigh == second.nFileIndexHigh
-           && first.nFileIndexLow == second.nFileIndexLow && ::CompareFileTime(&first.ftCreationTime, &second.ftCreationTime) == 0;
+           && first.nFileIndexLow == second.nFileIndexLow
+           && ::CompareFileTime(&first.ftCreationTime, &second.ftCreationTime) == 0;
 }
 
 } // namespace
@@ -98,7 +99,9 @@ FolderChanges::FolderChanges()
 
 FolderChanges::~FolderChanges() = default;
 
-bool FolderChanges::isUsable() const { return m_native->waker.isValid() && m_native->done.isValid(); }
+bool FolderChanges::isUsable() const {
+    return m_native->waker.isValid() && m_native->done.isValid();
+}
 
 bool FolderChanges::open(const QString& folder) {
     m_native->close();
@@ -113,7 +116,8 @@ bool FolderChanges::open(const QString& folder) {
 bool FolderChanges::Native::ask() {
     overlapped = OVERLAPPED{};
     overlapped.hEvent = done.get();
-    isAsked = ::ReadDirectoryChangesW(folder.get(), buffer.data(), bufferSize, FALSE, watchedEvents, nullptr, &overlapped, nullptr);
+    isAsked =
+        ::ReadDirectoryChangesW(folder.get(), buffer.data(), bufferSize, FALSE, watchedEvents, nullptr, &overlapped, nullptr);
     code = ::GetLastError();
     if (!isAsked)
         folder = WindowsHandle();
@@ -198,8 +202,12 @@ void FolderChanges::Native::close() {
     parent.close();
 }
 
-void FolderChanges::wake() { ::SetEvent(m_native->waker.get()); }
+void FolderChanges::wake() {
+    ::SetEvent(m_native->waker.get());
+}
 
-QString FolderChanges::errorText() const { return systemErrorText(m_native->code); }
+QString FolderChanges::errorText() const {
+    return systemErrorText(m_native->code);
+}
 
 } // namespace Velquor::Util

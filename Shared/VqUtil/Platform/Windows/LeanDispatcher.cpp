@@ -13,7 +13,9 @@ namespace Velquor::Util {
 namespace {
 
 // Without limit when it is negative.
-DWORD limitOf(int timeoutMs) { return timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs); }
+DWORD limitOf(int timeoutMs) {
+    return timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs);
+}
 
 /// Waits on the mark itself: no object of the system is between the threads.
 class PostDispatcher final : public ThreadDispatcher {

@@ -18,8 +18,7 @@ bool hasNarrowForm(const QString& name) {
 QString shortName(const QString& folder) {
     const std::wstring name = nativePath(folder);
     std::vector<wchar_t> buffer(::GetShortPathNameW(name.c_str(), nullptr, 0));
-    const DWORD length =
-        buffer.empty() ? 0 : ::GetShortPathNameW(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()));
+    const DWORD length = buffer.empty() ? 0 : ::GetShortPathNameW(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()));
     return length < buffer.size() ? QDir::fromNativeSeparators(QString::fromWCharArray(buffer.data(), static_cast<int>(length)))
                                   : QString();
 }

@@ -62,9 +62,13 @@ QString localServerAddress(const QString& serverName, const QString&) {
 }
 
 // A pipe has its name as long as it is.
-bool isLocalServerNamed(const QString&) { return true; }
+bool isLocalServerNamed(const QString&) {
+    return true;
+}
 
-QString localServerFile(const QString&) { return {}; }
+QString localServerFile(const QString&) {
+    return {};
+}
 
 bool isPeerOfSameUser(qintptr socketDescriptor, PeerRole role) {
     const HANDLE pipe = reinterpret_cast<HANDLE>(socketDescriptor);

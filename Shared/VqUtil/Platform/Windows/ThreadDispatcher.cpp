@@ -24,8 +24,8 @@ bool ThreadDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags) {
     return hasFired || hasCome;
 }
 
-// The call to the system is left out for a thread that will look anyway: one that does not wait, or that was called back in its wait,
-// which ends then.
+// The call to the system is left out for a thread that will look anyway: one that does not wait, or that was called back in its
+// wait, which ends then.
 void ThreadDispatcher::wakeUp() {
     if (!m_isWoken.exchange(true) && m_isWaiting && QThread::currentThread() != thread())
         endWait();
@@ -45,6 +45,8 @@ bool ThreadDispatcher::registerEventNotifier(QWinEventNotifier*) {
     return false;
 }
 
-void ThreadDispatcher::registerSocketNotifier(QSocketNotifier*) { qWarning("This thread does not serve network sockets"); }
+void ThreadDispatcher::registerSocketNotifier(QSocketNotifier*) {
+    qWarning("This thread does not serve network sockets");
+}
 
 } // namespace Velquor::Util

@@ -9,8 +9,8 @@ namespace {
 // Has no import library.
 bool call(const char* function, qint64 processId) {
     using Function = LONG(NTAPI*)(HANDLE);
-    const auto found = reinterpret_cast<Function>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), function)));
+    const auto found =
+        reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), function)));
     const Util::WindowsHandle process(::OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, static_cast<DWORD>(processId)));
     return found && process.isValid() && found(process.get()) >= 0;
 }

@@ -1,5 +1,5 @@
-// Linked into a program under test in the place of the system's call: with VQ_FAULT=watch in the environment no folder can be watched.
-// Each fault that it makes it tells on the standard error stream.
+// Linked into a program under test in the place of the system's call: with VQ_FAULT=watch in the environment no folder can be
+// watched. Each fault that it makes it tells on the standard error stream.
 
 #include <cstdio>
 #include <cstdlib>

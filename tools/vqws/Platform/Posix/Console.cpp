@@ -13,7 +13,9 @@ constexpr int usualWidth = 80;
 
 int outputDescriptor = STDOUT_FILENO;
 
-int descriptorOf(Stream stream) { return stream == Stream::Output ? outputDescriptor : STDERR_FILENO; }
+int descriptorOf(Stream stream) {
+    return stream == Stream::Output ? outputDescriptor : STDERR_FILENO;
+}
 
 } // namespace
 

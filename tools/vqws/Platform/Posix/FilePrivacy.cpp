@@ -22,6 +22,8 @@ QString othersWithAccess(const QString& path) {
     return others.join(QStringLiteral(" and "));
 }
 
-QString commandToMakePrivate(const QString& path) { return QStringLiteral("chmod go= '%1'").arg(path); }
+QString commandToMakePrivate(const QString& path) {
+    return QStringLiteral("chmod go= '%1'").arg(path);
+}
 
 } // namespace Vqws

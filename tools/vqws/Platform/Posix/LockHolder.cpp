@@ -23,7 +23,8 @@ QString fileText(const struct stat& info) {
 
 QString programText(const QString& process) {
     const QString path = QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(process));
-    return QStringLiteral("%1 (process %2)").arg(path.isEmpty() ? QStringLiteral("a program") : QFileInfo(path).fileName(), process);
+    return QStringLiteral("%1 (process %2)")
+        .arg(path.isEmpty() ? QStringLiteral("a program") : QFileInfo(path).fileName(), process);
 }
 
 } // namespace

@@ -8,10 +8,13 @@ namespace Vqws {
 
 QString sharedBlockFile(const QString& dataFolder) {
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    const bool isUsable = runtime.startsWith(QLatin1Char('/')) && QFileInfo(runtime).isDir() && othersWithAccess(runtime).isEmpty();
+    const bool isUsable =
+        runtime.startsWith(QLatin1Char('/')) && QFileInfo(runtime).isDir() && othersWithAccess(runtime).isEmpty();
     return (isUsable ? runtime : dataFolder) + QStringLiteral("/Velquor.WebServices.ProcessState");
 }
 
-QString userKeyFile(const QString& dataFolder) { return dataFolder + QStringLiteral("/UserKey.pem"); }
+QString userKeyFile(const QString& dataFolder) {
+    return dataFolder + QStringLiteral("/UserKey.pem");
+}
 
 } // namespace Vqws

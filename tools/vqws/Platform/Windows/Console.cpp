@@ -36,7 +36,8 @@ void writeToConsole(HANDLE handle, const std::wstring& text) {
 void writeToFile(HANDLE handle, const QByteArray& text) {
     DWORD written = 0;
     for (int done = 0; done < text.size(); done += static_cast<int>(written)) {
-        if (!::WriteFile(handle, text.constData() + done, static_cast<DWORD>(text.size() - done), &written, nullptr) || written == 0)
+        if (!::WriteFile(handle, text.constData() + done, static_cast<DWORD>(text.size() - done), &written, nullptr)
+            || written == 0)
             return;
     }
 }
