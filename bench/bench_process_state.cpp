@@ -1,7 +1,7 @@
 // What a look at the flags of the other processes costs, with the lock between processes taken. The budget of a look is 10 us.
 
 #include "QuietLogger.h"
-#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

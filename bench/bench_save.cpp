@@ -3,13 +3,13 @@
 
 #include "QuietLogger.h"
 #include "RatioReporter.h"
-#include "Session/LoginStateLoader.h"
-#include "Session/LoginStateSaver.h"
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/LoginStateSaver.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/General/AtomicFile.h"
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QCoreApplication>
 #include <QDomDocument>

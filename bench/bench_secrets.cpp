@@ -7,7 +7,7 @@
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/ProtectedText.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>

@@ -1,14 +1,14 @@
 // A whole SignRequest as products call it: locks, a look at the login state file, four secrets, the signature.
 
 #include "Session/LoginSession.h"
-#include "Session/LoginStateSaver.h"
+#include "Session/Store/LoginStateSaver.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

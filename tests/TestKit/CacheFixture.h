@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Caches/CacheDoor.h"
+#include "Caches/CacheClient.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/LoopbackHttpServer.h"

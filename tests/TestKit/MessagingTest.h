@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/Ipc/IPCManager.h"
+#include "VqUtil/Messaging/IPCManager.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Network/SupportFiles.h"
+#include "Network/Urls/SupportFiles.h"
 #include "Session/LoginSession.h"
-#include "Session/LoginStateXml.h"
+#include "Session/State/LoginStateXml.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QDomDocument>
 #include <QFile>

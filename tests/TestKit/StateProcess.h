@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Session/LoginStateLoader.h"
-#include "Session/LoginStateSaver.h"
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/LoginStateSaver.h"
 #include "TestKit/SessionFixture.h"
 
 #include <memory>

@@ -8,7 +8,7 @@
 #include "Events/NotificationManager.h"
 #include "TestKit/PackedParams.h"
 #include "VqLog/LoggerWrapper.h"
-#include "VqUtil/Ipc/IPCManager.h"
+#include "VqUtil/Messaging/IPCManager.h"
 #include "VqUtil/Platform/LeanDispatcher.h"
 
 #include <QCoreApplication>

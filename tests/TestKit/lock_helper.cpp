@@ -5,8 +5,8 @@
 //   hold-plain KEY               as "hold", as a program that knows the semaphore only
 
 #include "VqLog/LoggerWrapper.h"
-#include "VqUtil/General/AtomicFile.h"
-#include "VqUtil/Ipc/CrossProcessLock.h"
+#include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Locks/CrossProcessLock.h"
 
 #include <QCoreApplication>
 #include <QSystemSemaphore>

@@ -9,7 +9,7 @@
 //   state_helper KEY FOLDER busy    sets and deletes flags until it is killed, saying "+" for each
 
 #include "VqLog/LoggerWrapper.h"
-#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

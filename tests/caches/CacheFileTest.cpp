@@ -3,7 +3,7 @@
 #include "Caches/CacheStorage.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/Platform/ProcessGuard.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -5,7 +5,7 @@
 #include "VqUtil/Crypto/ProcessSeal.h"
 #include "VqUtil/Crypto/ProtectedText.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

@@ -1,6 +1,6 @@
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QDir>
 #include <QFileInfo>

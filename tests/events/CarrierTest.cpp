@@ -3,7 +3,7 @@
 #include "Events/EventDocument.h"
 #include "TestKit/EventStorm.h"
 #include "TestKit/Soak.h"
-#include "VqUtil/Platform/PeerIdentity.h"
+#include "VqUtil/Messaging/PeerIdentity.h"
 
 #include <QDateTime>
 #include <QDir>

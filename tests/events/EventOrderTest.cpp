@@ -1,6 +1,6 @@
 // Two carriers, one of them faster: the events of a sender are handled in their order, and none waits for long.
 
-#include "Events/EventOrder.h"
+#include "Events/ReorderBuffer.h"
 #include "Events/EventIdentity.h"
 #include "Events/INotificationListener.h"
 

@@ -1,6 +1,6 @@
 // What a process does with the events that other processes report: the parts that need no other process to be shown.
 
-#include "Session/EventReactions.h"
+#include "Session/Operations/EventReactions.h"
 #include "Events/EventIdentity.h"
 #include "Events/NotificationManager.h"
 #include "TestKit/SessionFixture.h"

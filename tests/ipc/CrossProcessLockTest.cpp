@@ -1,8 +1,8 @@
-#include "VqUtil/Ipc/CrossProcessLock.h"
+#include "VqUtil/Locks/CrossProcessLock.h"
 #include "TestKit/LockHelper.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Files/AtomicFile.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>

@@ -1,6 +1,6 @@
-#include "VqUtil/Ipc/FolderWatcher.h"
+#include "VqUtil/Files/FolderWatcher.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Files/AtomicFile.h"
 
 #include <QDir>
 #include <QElapsedTimer>

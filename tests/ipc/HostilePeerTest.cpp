@@ -1,8 +1,8 @@
 #include "TestKit/MessagingTest.h"
 #include "TestKit/Soak.h"
-#include "VqUtil/Ipc/MessageCodec.h"
-#include "VqUtil/Ipc/MessageFrame.h"
-#include "VqUtil/Platform/PeerIdentity.h"
+#include "VqUtil/Messaging/MessageCodec.h"
+#include "VqUtil/Messaging/MessageFrame.h"
+#include "VqUtil/Messaging/PeerIdentity.h"
 
 #include <QDeadlineTimer>
 #include <QLocalServer>

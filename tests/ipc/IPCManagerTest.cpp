@@ -1,7 +1,7 @@
 #include "TestKit/MessagingTest.h"
-#include "VqUtil/Ipc/MessageFrame.h"
-#include "VqUtil/Ipc/MessageInbox.h"
-#include "VqUtil/Platform/PeerIdentity.h"
+#include "VqUtil/Messaging/MessageFrame.h"
+#include "VqUtil/Messaging/MessageInbox.h"
+#include "VqUtil/Messaging/PeerIdentity.h"
 
 #include <QDateTime>
 #include <QThread>

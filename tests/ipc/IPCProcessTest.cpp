@@ -3,7 +3,7 @@
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Soak.h"
 #include "TestKit/WaitFor.h"
-#include "VqUtil/Ipc/IPCManager.h"
+#include "VqUtil/Messaging/IPCManager.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "VqUtil/Platform/PeerIdentity.h"
+#include "VqUtil/Messaging/PeerIdentity.h"
 
 #include <QDir>
 #include <QFile>

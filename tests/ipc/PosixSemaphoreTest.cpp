@@ -1,8 +1,8 @@
 #include "TestKit/LockHelper.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/Ipc/CrossProcessLock.h"
-#include "VqUtil/Platform/NamedSemaphore.h"
-#include "VqUtil/Platform/ProcessGuard.h"
+#include "VqUtil/Locks/CrossProcessLock.h"
+#include "VqUtil/Locks/NamedSemaphore.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 
 #include <QDir>
 #include <QElapsedTimer>

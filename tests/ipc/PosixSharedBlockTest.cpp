@@ -1,5 +1,5 @@
-#include "VqUtil/Platform/ProcessLiveness.h"
-#include "VqUtil/Platform/SharedBlock.h"
+#include "VqUtil/ProcessState/ProcessLiveness.h"
+#include "VqUtil/ProcessState/SharedBlock.h"
 
 #include <QFile>
 #include <QFileInfo>

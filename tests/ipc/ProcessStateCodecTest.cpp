@@ -1,4 +1,4 @@
-#include "VqUtil/Ipc/ProcessStateCodec.h"
+#include "VqUtil/ProcessState/ProcessStateCodec.h"
 
 #include <QDataStream>
 #include <QRandomGenerator>

@@ -1,7 +1,7 @@
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateHelper.h"
-#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,6 +1,6 @@
-#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/Ipc/ProcessStateCodec.h"
+#include "VqUtil/ProcessState/ProcessStateCodec.h"
 
 #include <QFileInfo>
 #include <QSet>

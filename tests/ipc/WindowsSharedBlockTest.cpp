@@ -1,4 +1,4 @@
-#include "VqUtil/Platform/SharedBlock.h"
+#include "VqUtil/ProcessState/SharedBlock.h"
 
 #include <QElapsedTimer>
 #include <QSharedMemory>

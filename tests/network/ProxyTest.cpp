@@ -2,7 +2,7 @@
 
 #include "Network/NetworkAccessManager.h"
 #include "Network/NetworkOperation.h"
-#include "Network/ProxyPrompt.h"
+#include "Network/Proxy/ProxyPrompt.h"
 #include "Network/RunGet.h"
 #include "Session/SessionProxyStore.h"
 #include "TestKit/AccountServiceProcess.h"
@@ -10,7 +10,7 @@
 #include "TestKit/ProxyProcess.h"
 #include "TestKit/ScriptedPrompt.h"
 #include "TestKit/SessionFixture.h"
-#include "VqUtil/Platform/CredentialPrompt.h"
+#include "VqUtil/Prompt/CredentialPrompt.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>

@@ -1,6 +1,6 @@
 // The identity of the library and the set-up of its log.
 
-#include "Network/LibrarySettings.h"
+#include "Values/LibrarySettings.h"
 #include "Runtime/LogProperties.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/RuntimePaths.h"

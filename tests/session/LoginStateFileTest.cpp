@@ -1,6 +1,6 @@
 // The login state file: what is written, what is merged, and what a file from outside may do.
 
-#include "Session/LoginStateXml.h"
+#include "Session/State/LoginStateXml.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/StateProcess.h"
 

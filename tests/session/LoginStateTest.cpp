@@ -1,8 +1,8 @@
 // The decisions of the login session that need neither a file nor a network.
 
-#include "Session/LoginState.h"
-#include "Session/IdentityParameters.h"
-#include "Session/MachineBinding.h"
+#include "Session/State/LoginState.h"
+#include "Session/Operations/IdentityParameters.h"
+#include "Session/State/MachineBinding.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 

@@ -3,7 +3,7 @@
 #include "TestKit/SaveHelper.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
-#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Files/AtomicFile.h"
 
 #include <QDomDocument>
 #include <QElapsedTimer>

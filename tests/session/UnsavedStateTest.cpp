@@ -1,6 +1,6 @@
 // The login state file cannot be read or written for a while: what is newer in memory stays, and reaches the file in the end.
 
-#include "Session/SignOutFlow.h"
+#include "Session/Operations/SignOutFlow.h"
 #include "TestKit/BlockedFile.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/StateProcess.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Signing/ITimeSource.h"
+#include "Time/ITimeSource.h"
 
 #include <atomic>
 

@@ -1,7 +1,7 @@
-#include "Signing/ServerTime.h"
-#include "Signing/TimeCorrection.h"
-#include "Signing/TimeServerUrls.h"
-#include "Signing/UpdateSchedule.h"
+#include "Time/ServerTime.h"
+#include "Time/TimeCorrection.h"
+#include "Time/TimeServerUrls.h"
+#include "Time/UpdateSchedule.h"
 #include "TestKit/RecordingLogger.h"
 
 #include <QtTest>

@@ -3,7 +3,7 @@
 #include "TestKit/SessionFixture.h"
 #include "TestKit/SilentTokenOwner.h"
 #include "Tokens/IRequestFlags.h"
-#include "Tokens/OAuth2Session.h"
+#include "Tokens/OAuth2/OAuth2Session.h"
 
 #include <QSet>
 

@@ -1,9 +1,9 @@
 // OAuth2 tokens when things come in between: a token from elsewhere during the retries, a state that is busy, an end of OAuth2.
 
-#include "Tokens/OAuth2TokenFetcher.h"
-#include "Tokens/OAuth2TokenRefresher.h"
-#include "Tokens/RetrySchedules.h"
-#include "Tokens/TokenRefresher.h"
+#include "Tokens/OAuth2/OAuth2TokenFetcher.h"
+#include "Tokens/OAuth2/OAuth2TokenRefresher.h"
+#include "Tokens/OAuth2/RetrySchedules.h"
+#include "Tokens/Refresh/TokenRefresher.h"
 #include "WorkerFixture.h"
 
 using namespace Velquor;

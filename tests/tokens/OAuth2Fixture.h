@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TestKit/ServiceTest.h"
-#include "Tokens/RetrySchedules.h"
+#include "Tokens/OAuth2/RetrySchedules.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <QDomDocument>

@@ -1,8 +1,8 @@
 // A process with ten signed-in products that has nothing to do does nothing.
 
 #include "Session/LoginSession.h"
-#include "Signing/SystemTimeSource.h"
-#include "Signing/TimeServiceImp.h"
+#include "Time/SystemTimeSource.h"
+#include "Time/TimeServiceImp.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"

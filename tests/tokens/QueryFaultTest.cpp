@@ -1,6 +1,6 @@
 // The automatic sign-in of a product: when its query is tried again, when it gives up, and what becomes of its result.
 
-#include "Tokens/TokenFetcher.h"
+#include "Tokens/Query/TokenFetcher.h"
 #include "WorkerFixture.h"
 
 using namespace Velquor;

@@ -1,7 +1,7 @@
 // A network that fails again and again, servers that refuse, a machine that sleeps: when a refresh is tried again, to the
 // millisecond of a clock that the test sets, and that nothing is lost meanwhile.
 
-#include "Tokens/TokenRefresher.h"
+#include "Tokens/Refresh/TokenRefresher.h"
 #include "WorkerFixture.h"
 
 #include <QTcpServer>

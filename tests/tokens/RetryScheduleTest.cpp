@@ -1,8 +1,8 @@
 // Retry schedules, walked along under a clock of the test's own.
 
-#include "Tokens/OAuth2Exchange.h"
-#include "Tokens/RetryProcess.h"
-#include "Tokens/RetrySchedules.h"
+#include "Tokens/OAuth2/OAuth2Exchange.h"
+#include "Tokens/OAuth2/RetryProcess.h"
+#include "Tokens/OAuth2/RetrySchedules.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 // Access tokens that stay fresh: queries and refreshes against the account service, which checks every signature.
 
-#include "Session/LoginStateFile.h"
+#include "Session/State/LoginStateFile.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
 

@@ -1,7 +1,7 @@
 // The decisions about time, without any clock, and the waiting for an operation that ends elsewhere.
 
 #include "Tokens/ProductTokens.h"
-#include "Tokens/RefreshTiming.h"
+#include "Tokens/Refresh/RefreshTiming.h"
 #include "Tokens/RunState.h"
 
 #include <QtTest>

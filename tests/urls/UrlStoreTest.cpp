@@ -1,7 +1,7 @@
-#include "Network/UrlStore.h"
-#include "Network/SupportFiles.h"
-#include "Network/UrlFile.h"
-#include "Network/UrlKeys.h"
+#include "Network/Urls/UrlStore.h"
+#include "Network/Urls/SupportFiles.h"
+#include "Network/Urls/UrlFile.h"
+#include "Network/Urls/UrlKeys.h"
 #include "TestKit/RecordingLogger.h"
 
 #include <QDir>

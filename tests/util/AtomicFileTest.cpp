@@ -1,6 +1,6 @@
-#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Files/AtomicFile.h"
 #include "TestKit/Platform/SystemFacts.h"
-#include "VqUtil/Platform/FileAccess.h"
+#include "VqUtil/Files/FileAccess.h"
 
 #include <QDir>
 #include <QFile>

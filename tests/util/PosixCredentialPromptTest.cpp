@@ -1,6 +1,6 @@
 // The question on the terminal, asked by a child process on a terminal of its own.
 
-#include "VqUtil/Platform/CredentialPrompt.h"
+#include "VqUtil/Prompt/CredentialPrompt.h"
 
 #include <QDeadlineTimer>
 #include <QtTest>

@@ -1,5 +1,5 @@
-#include "VqUtil/General/AtomicFile.h"
-#include "VqUtil/Platform/FileAccess.h"
+#include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Files/FileAccess.h"
 #include "VqUtil/Platform/SystemProxySettings.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Network/ClockDiagnosis.h"
+#include "Network/Diagnosis/ClockDiagnosis.h"
 
 #include <QNetworkReply>
 

@@ -1,8 +1,8 @@
 #include "Caches/CacheFile.h"
 
-#include "VqUtil/General/AtomicFile.h"
-#include "VqUtil/Platform/FileAccess.h"
-#include "VqUtil/Platform/ProcessGuard.h"
+#include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Files/FileAccess.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 #include "VqUtil/Xml/BoundedXml.h"
 #include "VqUtil/Xml/NewXmlDocument.h"
 

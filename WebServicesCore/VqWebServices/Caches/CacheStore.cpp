@@ -3,7 +3,7 @@
 #include "Caches/EntitlementCache.h"
 #include "Caches/QuotaCache.h"
 #include "Caches/UserInfoCache.h"
-#include "Network/LibrarySettings.h"
+#include "Values/LibrarySettings.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 // The part of a cache that asks the web service.
 
 #include "Caches/CacheImp.h"
-#include "Network/DisplayUrl.h"
+#include "Network/Diagnosis/DisplayUrl.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <QMutexLocker>

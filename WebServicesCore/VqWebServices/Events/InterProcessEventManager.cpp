@@ -1,7 +1,7 @@
 #include "Events/InterProcessEventManager.h"
 
 #include "Events/EventDocument.h"
-#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Files/AtomicFile.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

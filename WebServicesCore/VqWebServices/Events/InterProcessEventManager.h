@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
-#include "VqUtil/Ipc/FolderWatcher.h"
+#include "VqUtil/Files/FolderWatcher.h"
 
 #include <QByteArray>
 #include <QObject>

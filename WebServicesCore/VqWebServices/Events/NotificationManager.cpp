@@ -1,7 +1,7 @@
 #include "Events/NotificationManager.h"
 
 #include "Events/EventIdentity.h"
-#include "Network/SslDiagnosis.h"
+#include "Network/Diagnosis/SslDiagnosis.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <QMutexLocker>

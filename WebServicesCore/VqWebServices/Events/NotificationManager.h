@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Events/EventOrder.h"
-#include "Events/HandledEvents.h"
+#include "Events/ReorderBuffer.h"
+#include "Events/DuplicateFilter.h"
 #include "Events/INotificationListener.h"
 #include "Events/InterProcessEventManager.h"
-#include "VqUtil/Ipc/IPCManager.h"
+#include "VqUtil/Messaging/IPCManager.h"
 
 #include <QElapsedTimer>
 #include <QMutex>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Runtime/WebServicesManagerImp.h"
+#include "Facade/WebServicesManagerImp.h"
 
 namespace Velquor::WebServices {
 

@@ -1,6 +1,6 @@
 #include "Facade/SigningArguments.h"
 
-#include "Network/DisplayUrl.h"
+#include "Network/Diagnosis/DisplayUrl.h"
 #include "Values/CallerText.h"
 #include "VqLog/LoggerWrapper.h"
 

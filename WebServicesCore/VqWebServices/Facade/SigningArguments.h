@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/RequestSigning.h"
+#include "Session/Operations/RequestSigning.h"
 
 namespace Velquor::WebServices {
 

@@ -2,7 +2,7 @@
 
 #include "Facade/DefaultClient.h"
 #include "Facade/FacadeCall.h"
-#include "Network/UrlStore.h"
+#include "Network/Urls/UrlStore.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"

@@ -2,8 +2,8 @@
 
 #include "Facade/FacadeCall.h"
 #include "Facade/SigningArguments.h"
-#include "Network/DisplayUrl.h"
-#include "Network/UrlStore.h"
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Network/Urls/UrlStore.h"
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"
 #include "Values/NetworkCookieImp.h"

@@ -1,8 +1,8 @@
 // The static operations of the facade: the life of the library, and what may be called before it.
 
 #include "Facade/FacadeCall.h"
-#include "Network/SupportFiles.h"
-#include "Network/UrlStore.h"
+#include "Network/Urls/SupportFiles.h"
+#include "Network/Urls/UrlStore.h"
 #include "Runtime/PluginPaths.h"
 #include "Values/CallerText.h"
 #include "VqUtil/Platform/EventHook.h"

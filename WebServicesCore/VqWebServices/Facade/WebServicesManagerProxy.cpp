@@ -3,7 +3,7 @@
 #include <VqWebServices/WebServicesManager.h>
 
 #include "Facade/FacadeCall.h"
-#include "Network/ProxyPrompt.h"
+#include "Network/Proxy/ProxyPrompt.h"
 #include "Values/CallerText.h"
 
 namespace Velquor::WebServices {

@@ -1,8 +1,8 @@
 #include <VqWebServices/WebServicesPrivate.h>
 
 #include "Facade/FacadeCall.h"
-#include "Network/ProxyPrompt.h"
-#include "Network/UrlStore.h"
+#include "Network/Proxy/ProxyPrompt.h"
+#include "Network/Urls/UrlStore.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Values/NetworkCookieImp.h"
 #include "Values/NetworkCookieJarImp.h"

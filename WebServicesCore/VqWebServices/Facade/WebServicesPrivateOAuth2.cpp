@@ -1,7 +1,7 @@
 // What sibling modules set and ask about the refresh of tokens.
 
 #include "Facade/FacadeCall.h"
-#include "Tokens/RetrySchedules.h"
+#include "Tokens/OAuth2/RetrySchedules.h"
 
 #include <VqWebServices/WebServicesPrivate.h>
 

@@ -2,7 +2,7 @@
 
 #include "Facade/FacadeCall.h"
 #include "Runtime/SSOServerHost.h"
-#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 #include "VqUtil/Platform/HostProcess.h"
 
 #include <QJsonDocument>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Network/OperationResult.h"
-#include "Network/ReplySnapshot.h"
+#include "Network/Diagnosis/ReplySnapshot.h"
 
 namespace Velquor::WebServices {
 

@@ -1,7 +1,7 @@
 #include "Network/NetworkAccessManager.h"
 
-#include "Network/LibrarySettings.h"
-#include "Network/ProxyPrompt.h"
+#include "Values/LibrarySettings.h"
+#include "Network/Proxy/ProxyPrompt.h"
 
 #include <QNetworkRequest>
 #include <mutex>

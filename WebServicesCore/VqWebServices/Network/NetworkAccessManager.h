@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Network/RefusedLogins.h"
+#include "Network/Proxy/RefusedLogins.h"
 #include "VqLog/ILogger.h"
 
 #include <QAuthenticator>

@@ -1,6 +1,6 @@
 #include "Network/NetworkOperation.h"
 
-#include "Network/DisplayUrl.h"
+#include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/DownloadFile.h"
 #include "Network/NetworkAccessManager.h"
 #include "Network/RequestCheck.h"

@@ -1,6 +1,6 @@
 #include "Network/NetworkOperationAsync.h"
 
-#include "Network/DisplayUrl.h"
+#include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/NetworkOperation.h"
 #include "Network/NetworkOperationThread.h"
 

@@ -1,10 +1,10 @@
 // The part of a network operation that hears of the reply and comes to its end.
 
-#include "Network/DisplayUrl.h"
+#include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/DownloadFile.h"
-#include "Network/NetworkErrorText.h"
+#include "Network/Diagnosis/NetworkErrorText.h"
 #include "Network/NetworkOperation.h"
-#include "Network/SslErrorText.h"
+#include "Network/Diagnosis/SslErrorText.h"
 
 namespace Velquor::WebServices {
 

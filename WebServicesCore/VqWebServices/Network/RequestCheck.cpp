@@ -1,7 +1,7 @@
 #include "Network/RequestCheck.h"
 
-#include "Network/DisplayUrl.h"
-#include "Network/DumpAllowList.h"
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Network/Diagnosis/DumpAllowList.h"
 
 #include <QNetworkRequest>
 #include <algorithm>

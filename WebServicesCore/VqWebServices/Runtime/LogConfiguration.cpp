@@ -1,12 +1,12 @@
 #include "Runtime/LogConfiguration.h"
 
-#include "Network/LibrarySettings.h"
+#include "Values/LibrarySettings.h"
 #include "Runtime/SilencedLoggers.h"
 #include "Values/Loggers.h"
 #include "VqLog/LoggerWrapper.h"
-#include "VqUtil/General/AtomicFile.h"
+#include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Platform/HostProcess.h"
-#include "VqUtil/Platform/NarrowPath.h"
+#include "VqUtil/Files/NarrowPath.h"
 
 #include <QFileInfo>
 #include <boost/format.hpp>

@@ -1,14 +1,14 @@
 #include "Runtime/LogSetupHelper.h"
 
-#include "Network/LibrarySettings.h"
-#include "Network/SupportFiles.h"
+#include "Values/LibrarySettings.h"
+#include "Network/Urls/SupportFiles.h"
 #include "Runtime/LogBanner.h"
 #include "Runtime/LogConfiguration.h"
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/SilencedLoggers.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
-#include "VqUtil/Platform/FileAccess.h"
+#include "VqUtil/Files/FileAccess.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "Runtime/RuntimePaths.h"
 
-#include "Network/LibrarySettings.h"
+#include "Values/LibrarySettings.h"
 #include "VqUtil/Platform/KnownFolders.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Session/LoginSession.h"
-#include "Signing/ITimeService.h"
-#include "VqUtil/Ipc/ProcessState.h"
+#include "Time/ITimeService.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QString>
 #include <memory>

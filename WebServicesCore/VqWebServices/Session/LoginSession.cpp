@@ -1,9 +1,9 @@
 #include "Session/LoginSession.h"
 
-#include "Session/LoginCookies.h"
-#include "Session/LoginStateLoader.h"
-#include "Session/StateDump.h"
-#include "Session/TokenOperations.h"
+#include "Session/State/LoginCookies.h"
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/Operations/StateDump.h"
+#include "Session/Products/TokenOperations.h"
 
 #include <QMutexLocker>
 #include <QThread>

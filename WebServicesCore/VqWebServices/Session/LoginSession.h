@@ -2,12 +2,12 @@
 
 #include "Events/EventDispatcher.h"
 #include "Events/NotificationManager.h"
-#include "Session/CacheOperations.h"
-#include "Session/EventReactions.h"
-#include "Session/OAuth2Operations.h"
-#include "Session/RequestSigning.h"
-#include "Session/SessionCore.h"
-#include "Session/SignInFlow.h"
+#include "Session/Operations/CacheAccess.h"
+#include "Session/Operations/EventReactions.h"
+#include "Session/Operations/OAuth2Access.h"
+#include "Session/Operations/RequestSigning.h"
+#include "Session/Core/SessionState.h"
+#include "Session/Operations/SignInFlow.h"
 
 #include <QJsonObject>
 #include <QNetworkReply>

@@ -2,8 +2,8 @@
 
 #include "Session/LoginSession.h"
 
-#include "Session/LoginStateSaver.h"
-#include "Session/ProductStateLoader.h"
+#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/ProductStateLoader.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QMutexLocker>

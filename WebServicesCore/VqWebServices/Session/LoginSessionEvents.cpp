@@ -2,9 +2,9 @@
 
 #include "Session/LoginSession.h"
 
-#include "Session/LoginStateLoader.h"
-#include "Session/LoginStateSaver.h"
-#include "Session/TokenOperations.h"
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/LoginStateSaver.h"
+#include "Session/Products/TokenOperations.h"
 #include "VqUtil/Platform/LeanDispatcher.h"
 
 #include <QMutexLocker>

@@ -2,12 +2,12 @@
 
 #include "Session/LoginSession.h"
 
-#include "Session/LoginStateLoader.h"
-#include "Session/ProductStateLoader.h"
-#include "Session/SessionFlow.h"
-#include "Session/SignOutFlow.h"
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/ProductStateLoader.h"
+#include "Session/Operations/NetworkStepGuard.h"
+#include "Session/Operations/SignOutFlow.h"
 #include "Tokens/IRequestFlags.h"
-#include "VqUtil/Ipc/ProcessState.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 #include "VqUtil/Platform/HostProcess.h"
 
 #include <QMutexLocker>

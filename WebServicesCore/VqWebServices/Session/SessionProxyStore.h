@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Network/IProxyCredentialStore.h"
+#include "Network/Proxy/IProxyCredentialStore.h"
 #include "Session/LoginSession.h"
 
 #include <memory>

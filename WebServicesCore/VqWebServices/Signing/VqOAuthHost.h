@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Signing/ICryptoProvider.h"
-#include "Signing/ITimeProvider.h"
+#include "Time/ITimeProvider.h"
 #include "Signing/IVqOAuthHost.h"
 #include "VqLog/ILogger.h"
 

@@ -4,7 +4,7 @@
 #include "Tokens/OAuth2TokenData.h"
 #include "Tokens/ProductTokens.h"
 #include "Tokens/SignedRequest.h"
-#include "Tokens/TokenServices.h"
+#include "Tokens/TokenDependencies.h"
 #include "Values/ConfigurationPointer.h"
 
 #include <QRecursiveMutex>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
-#include "VqUtil/Platform/ProcessGuard.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 
 #include "Network/ExchangeRunner.h"
 #include "Tokens/ITokenOwner.h"
-#include "Tokens/Polling.h"
+#include "Tokens/Poller.h"
 #include "Tokens/RunState.h"
 
 #include <QNetworkRequest>

@@ -1,6 +1,6 @@
 #include "TestKit/Platform/SystemFacts.h"
 
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QFile>
 #include <QTemporaryDir>

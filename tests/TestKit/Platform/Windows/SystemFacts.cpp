@@ -1,6 +1,6 @@
 #include "TestKit/Platform/SystemFacts.h"
 
-#include "VqUtil/Platform/UserRsaCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 #include "VqUtil/Platform/Windows/LocalMemory.h"
 #include "VqUtil/Platform/Windows/NativePath.h"
 #include "VqUtil/Platform/Windows/OwnerOnlySecurity.h"

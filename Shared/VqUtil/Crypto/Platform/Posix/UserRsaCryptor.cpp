@@ -1,0 +1,144 @@
+#include "VqUtil/Crypto/UserRsaCryptor.h"
+
+#include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Files/FileAccess.h"
+#include "VqUtil/Crypto/Platform/Posix/OpenSslRsaCryptor.h"
+#include "VqUtil/Locks/ProcessGuard.h"
+
+#include <QFile>
+#include <algorithm>
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+#include <unistd.h>
+
+namespace Velquor::Util {
+
+namespace {
+
+constexpr int keyBits = userKeyBlockSize * 8;
+constexpr qint64 maximumKeyFileSize = 64 * 1024;
+constexpr int lockTimeoutMs = 20000; // Longer than a slow machine takes to find two primes.
+
+using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;
+
+EvpKey owned(EVP_PKEY* key) {
+    return EvpKey(key, &EVP_PKEY_free);
+}
+
+// Ties the key file to machine and user, so that a copied home folder carries no usable secrets.
+SecretBytes passphrase() {
+    QFile machineId(QStringLiteral("/etc/machine-id"));
+    QByteArray text = machineId.open(QIODevice::ReadOnly) ? machineId.read(256).trimmed() : QByteArray("no machine id");
+    text += ':' + QByteArray::number(static_cast<qulonglong>(::getuid()));
+    return SecretBytes(std::move(text));
+}
+
+EvpKey generate() {
+    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> context(EVP_PKEY_CTX_new_id(EVP_PKEY_RSA, nullptr),
+                                                                              &EVP_PKEY_CTX_free);
+    EVP_PKEY* key = nullptr;
+    if (context && EVP_PKEY_keygen_init(context.get()) == 1 && EVP_PKEY_CTX_set_rsa_keygen_bits(context.get(), keyBits) == 1)
+        EVP_PKEY_keygen(context.get(), &key);
+    return owned(key);
+}
+
+QByteArray toPem(const EvpKey& key) {
+    const Bio bio(BIO_new(BIO_s_mem()), &BIO_free);
+    const SecretBytes phrase = passphrase();
+    if (!bio
+        || PEM_write_bio_PKCS8PrivateKey(bio.get(), key.get(), EVP_aes_256_cbc(), phrase.data(), phrase.size(), nullptr, nullptr)
+               != 1)
+        return {};
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &data);
+    return QByteArray(data, static_cast<int>(size));
+}
+
+int handOverPassphrase(char* buffer, int size, int, void* phrase) {
+    const auto* const secret = static_cast<const SecretBytes*>(phrase);
+    if (secret->size() > size)
+        return -1;
+    std::copy_n(secret->data(), secret->size(), buffer);
+    return secret->size();
+}
+
+EvpKey fromPem(const QByteArray& pem) {
+    if (pem.isEmpty())
+        return {};
+    const Bio bio(BIO_new_mem_buf(pem.constData(), pem.size()), &BIO_free);
+    SecretBytes phrase = passphrase();
+    EvpKey key = owned(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, &handOverPassphrase, &phrase) : nullptr);
+    // What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
+    ERR_clear_error();
+    return key && EVP_PKEY_base_id(key.get()) == EVP_PKEY_RSA && EVP_PKEY_bits(key.get()) >= keyBits ? key : EvpKey();
+}
+
+using AtomicFile::ReadResult;
+
+// Nothing can be read with a damaged key any more; it is kept for support, out of the way of a new one. False when it is in the
+// way.
+bool setDamagedAside(const QString& path, Log::ILogger& logger) {
+    const QString aside = AtomicFile::setAside(path);
+    if (aside.isEmpty()) {
+        logger.error(QStringLiteral("The user's key %1 cannot be read and cannot be set aside").arg(path));
+        return false;
+    }
+    logger.warning(
+        QStringLiteral(
+            "The user's key cannot be read and was set aside as %1. Secrets encrypted with it are lost; the user needs to sign in again.")
+            .arg(aside));
+    return true;
+}
+
+EvpKey create(const QString& path, Log::ILogger& logger) {
+    EvpKey key = generate();
+    const QByteArray pem = key ? toPem(key) : QByteArray();
+    QString error;
+    if (!pem.isEmpty() && AtomicFile::write(path, pem, &error))
+        return key;
+    logger.error(QStringLiteral("Failed to create the user's key %1. %2").arg(path, error));
+    return {};
+}
+
+EvpKey readOrCreate(const QString& path, Log::ILogger& logger) {
+    const ReadResult file = AtomicFile::read(path, maximumKeyFileSize);
+    // A key that cannot be read for now (rights, too many open files) is not a damaged one.
+    if (file.status == ReadResult::Status::Failed) {
+        logger.error(QStringLiteral("Failed to read the user's key %1. %2").arg(path, file.error));
+        return {};
+    }
+    EvpKey key = fromPem(file.data);
+    if (key || (file.status == ReadResult::Status::Read && !setDamagedAside(path, logger)))
+        return key;
+    return create(path, logger);
+}
+
+// Several processes may start at once, on a new machine or over a damaged key: one of them decides, under a lock.
+EvpKey readOrCreateAlone(const QString& folder, const QString& path, Log::ILogger& logger) {
+    ProcessGuard guard(QStringLiteral("UserKey"), folder);
+    if (guard.acquire(lockTimeoutMs) != ProcessGuard::Result::Acquired) {
+        logger.error(QStringLiteral("Failed to lock the folder of the user's key: %1. %2").arg(folder, guard.errorText()));
+        return {};
+    }
+    AtomicFile::removeStaleTemporaries(path);
+    EvpKey key = readOrCreate(path, logger);
+    guard.release();
+    return key;
+}
+
+} // namespace
+
+std::shared_ptr<IRsaCryptor> openUserRsaCryptor(const QString& folder, const std::shared_ptr<Log::ILogger>& logger) {
+    if (!ensureOwnerOnlyFolder(folder)) {
+        logger->error(QStringLiteral("Failed to create the folder of the user's key: %1").arg(folder));
+        return std::make_shared<OpenSslRsaCryptor>(EvpKey());
+    }
+    const QString path = folder + QStringLiteral("/UserKey.pem");
+    EvpKey key = fromPem(AtomicFile::read(path, maximumKeyFileSize).data);
+    if (!key)
+        key = readOrCreateAlone(folder, path, *logger);
+    return std::make_shared<OpenSslRsaCryptor>(key);
+}
+
+} // namespace Velquor::Util

@@ -1,0 +1,186 @@
+#include "VqUtil/Files/FileAccess.h"
+
+#include "VqUtil/Platform/Windows/NativePath.h"
+#include "VqUtil/Platform/Windows/OwnerOnlySecurity.h"
+#include "VqUtil/Platform/Windows/SystemErrorText.h"
+#include "VqUtil/Platform/Windows/WindowsHandle.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <aclapi.h>
+#include <algorithm>
+#include <sddl.h>
+
+namespace Velquor::Util {
+
+namespace {
+
+constexpr DWORD shareWithAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD largestWrite = 1024 * 1024;
+// In the units of FILETIME; longer than the coarsest file system rounds a date of change.
+constexpr qint64 settledAge = 30000000;
+
+bool fail(DWORD code, QString* error) {
+    if (error)
+        *error = systemErrorText(code);
+    return false;
+}
+
+// The code of the failure, 0 for none.
+DWORD writeWhole(HANDLE file, const QByteArray& data, Flush flush) {
+    int written = 0;
+    while (written < data.size()) {
+        DWORD count = 0;
+        const DWORD size = std::min<DWORD>(static_cast<DWORD>(data.size() - written), largestWrite);
+        const BOOL done = ::WriteFile(file, data.constData() + written, size, &count, nullptr);
+        const DWORD code = ::GetLastError();
+        if (!done || count == 0)
+            return done ? ERROR_WRITE_FAULT : code;
+        written += static_cast<int>(count);
+    }
+    if (flush == Flush::No)
+        return ERROR_SUCCESS;
+    const BOOL flushed = ::FlushFileBuffers(file);
+    const DWORD code = ::GetLastError();
+    return flushed ? ERROR_SUCCESS : code;
+}
+
+bool isOwnSid(void* sid) {
+    wchar_t* text = nullptr;
+    if (!sid || !::ConvertSidToStringSidW(sid, &text))
+        return false;
+    const LocalMemory<wchar_t> owned(text);
+    return QString::fromWCharArray(text) == currentUserSid();
+}
+
+// Protected against inheritance, and every entry is the user's.
+bool isOwnerOnly(void* descriptor, const ACL* list) {
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    if (!list || !::GetSecurityDescriptorControl(descriptor, &control, &revision) || (control & SE_DACL_PROTECTED) == 0)
+        return false;
+    for (DWORD index = 0; index < list->AceCount; ++index) {
+        void* entry = nullptr;
+        if (!::GetAce(const_cast<ACL*>(list), index, &entry)
+            || static_cast<const ACE_HEADER*>(entry)->AceType != ACCESS_ALLOWED_ACE_TYPE
+            || !isOwnSid(&static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart))
+            return false;
+    }
+    return true;
+}
+
+// The system's error code.
+DWORD tryToTakeRightsOfOthersAway(std::wstring path) {
+    void* owner = nullptr;
+    ACL* list = nullptr;
+    void* descriptor = nullptr;
+    const DWORD read =
+        ::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
+                                nullptr, &list, nullptr, &descriptor);
+    if (read != ERROR_SUCCESS)
+        return read;
+    const LocalMemory<void> ownedDescriptor(descriptor);
+    if (!isOwnSid(owner) || isOwnerOnly(descriptor, list))
+        return ERROR_SUCCESS;
+    const OwnerOnlySecurity security(OwnerOnlySecurity::Kind::Folder);
+    if (!security.accessList())
+        return ERROR_INVALID_ACL;
+    constexpr SECURITY_INFORMATION what = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
+    // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told,
+    // and the second one takes them away again.
+    const DWORD set =
+        ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr);
+    if (set != ERROR_SUCCESS)
+        return set;
+    return ::SetFileSecurityW(path.c_str(), what, security.descriptor()) ? ERROR_SUCCESS : ::GetLastError();
+}
+
+// Wine asks how long the rights are and then reads them: another process that changes them in between makes it fail.
+bool takeRightsOfOthersAway(const std::wstring& path) {
+    constexpr int mostAttempts = 10;
+    DWORD code = ERROR_INSUFFICIENT_BUFFER;
+    for (int attempt = 0; code == ERROR_INSUFFICIENT_BUFFER && attempt < mostAttempts; ++attempt)
+        code = tryToTakeRightsOfOthersAway(path);
+    return code == ERROR_SUCCESS;
+}
+
+qint64 ticks(const FILETIME& time) {
+    return static_cast<qint64>((static_cast<quint64>(time.dwHighDateTime) << 32) | time.dwLowDateTime);
+}
+
+FileStamp stamp(const FILETIME& modified, DWORD sizeHigh, DWORD sizeLow, quint64 identity) {
+    return {ticks(modified) * 100, static_cast<qint64>((static_cast<quint64>(sizeHigh) << 32) | sizeLow), identity};
+}
+
+} // namespace
+
+bool ensureOwnerOnlyFolder(const QString& folder) {
+    if (folder.isEmpty())
+        return false;
+    const std::wstring path = nativePath(folder);
+    DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        OwnerOnlySecurity security(OwnerOnlySecurity::Kind::Folder);
+        if (!security.isValid() || !QDir().mkpath(QFileInfo(folder).path()))
+            return false;
+        const BOOL created = ::CreateDirectoryW(path.c_str(), security.attributes());
+        const DWORD code = ::GetLastError();
+        if (!created && code != ERROR_ALREADY_EXISTS)
+            return false;
+        attributes = ::GetFileAttributesW(path.c_str());
+    }
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && takeRightsOfOthersAway(path);
+}
+
+bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error, Flush flush) {
+    const std::wstring name = nativePath(path);
+    OwnerOnlySecurity security(OwnerOnlySecurity::Kind::File);
+    if (!security.isValid())
+        return fail(ERROR_INVALID_SECURITY_DESCR, error);
+    DWORD code = ERROR_SUCCESS;
+    {
+        const WindowsHandle file(
+            ::CreateFileW(name.c_str(), GENERIC_WRITE, 0, security.attributes(), CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+        code = ::GetLastError();
+        if (!file.isValid())
+            return fail(code, error);
+        code = writeWhole(file.get(), data, flush);
+    }
+    if (code == ERROR_SUCCESS)
+        return true;
+    ::DeleteFileW(name.c_str());
+    return fail(code, error);
+}
+
+// An open handle, however short, stands in the way of a process that replaces the file. So the file is opened only while two
+// changes could still have the same date; from then on, the date tells them apart.
+FileStamp fileStamp(const QString& path) {
+    const std::wstring name = nativePath(path);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data))
+        return {};
+    FILETIME now{};
+    ::GetSystemTimeAsFileTime(&now);
+    if (ticks(now) - ticks(data.ftLastWriteTime) > settledAge)
+        return stamp(data.ftLastWriteTime, data.nFileSizeHigh, data.nFileSizeLow, 0);
+    const WindowsHandle file(::CreateFileW(name.c_str(), FILE_READ_ATTRIBUTES, shareWithAll, nullptr, OPEN_EXISTING,
+                                           FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!file.isValid() || !::GetFileInformationByHandle(file.get(), &info))
+        return stamp(data.ftLastWriteTime, data.nFileSizeHigh, data.nFileSizeLow, 0);
+    const quint64 identity = (static_cast<quint64>(info.nFileIndexHigh) << 32) | info.nFileIndexLow;
+    return stamp(info.ftLastWriteTime, info.nFileSizeHigh, info.nFileSizeLow, identity);
+}
+
+ReplaceResult replaceFile(const QString& from, const QString& to, QString* error, Flush flush) {
+    const DWORD flags = MOVEFILE_REPLACE_EXISTING | (flush == Flush::Yes ? MOVEFILE_WRITE_THROUGH : 0);
+    const BOOL moved = ::MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(), flags);
+    const DWORD code = ::GetLastError();
+    if (moved)
+        return ReplaceResult::Done;
+    fail(code, error);
+    const bool isBusy = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION;
+    return isBusy ? ReplaceResult::Busy : ReplaceResult::Failed;
+}
+
+} // namespace Velquor::Util

@@ -1,0 +1,213 @@
+#include "VqUtil/Files/FolderChanges.h"
+
+#include "VqUtil/Platform/Windows/NativePath.h"
+#include "VqUtil/Platform/Windows/SystemErrorText.h"
+#include "VqUtil/Platform/Windows/WindowsHandle.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace Velquor::Util {
+
+namespace {
+
+// The largest that shares on a network take.
+constexpr DWORD bufferSize = 64 * 1024;
+// The times and sizes show a file that is rewritten in place.
+constexpr DWORD watchedEvents = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_SIZE;
+constexpr DWORD sharedWithAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+FolderChanges::Kind kindOf(DWORD action) {
+    switch (action) {
+    case FILE_ACTION_ADDED: return FolderChanges::Kind::Added;
+    case FILE_ACTION_REMOVED: return FolderChanges::Kind::Removed;
+    case FILE_ACTION_MODIFIED: return FolderChanges::Kind::Modified;
+    case FILE_ACTION_RENAMED_OLD_NAME: return FolderChanges::Kind::RenamedFrom;
+    case FILE_ACTION_RENAMED_NEW_NAME: return FolderChanges::Kind::RenamedTo;
+    default: return FolderChanges::Kind::Unknown;
+    }
+}
+
+/// Tells when a folder in the parent of the watched one comes, goes, or gets another name.
+class ParentNotice {
+public:
+    ParentNotice() = default;
+    ParentNotice(const ParentNotice&) = delete;
+    ParentNotice& operator=(const ParentNotice&) = delete;
+    ~ParentNotice() { close(); }
+
+    void open(const std::wstring& parent) {
+        close();
+        m_handle = ::FindFirstChangeNotificationW(parent.c_str(), FALSE, FILE_NOTIFY_CHANGE_DIR_NAME);
+    }
+    void close() {
+        if (isValid())
+            ::FindCloseChangeNotification(m_handle);
+        m_handle = INVALID_HANDLE_VALUE;
+    }
+    [[nodiscard]] bool isValid() const { return m_handle != INVALID_HANDLE_VALUE; }
+    [[nodiscard]] HANDLE get() const { return m_handle; }
+    void next() {
+        if (!::FindNextChangeNotification(m_handle))
+            close();
+    }
+
+private:
+    HANDLE m_handle = INVALID_HANDLE_VALUE;
+};
+
+WindowsHandle openFolder(const QString& folder) {
+    return WindowsHandle(::CreateFileW(nativePath(folder).c_str(), FILE_LIST_DIRECTORY, sharedWithAll, nullptr, OPEN_EXISTING,
+                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+}
+
+// The time too, since some file systems give the number of a removed folder to the next one.
+bool isSameFolder(HANDLE one, HANDLE other) {
+    BY_HANDLE_FILE_INFORMATION first{};
+    BY_HANDLE_FILE_INFORMATION second{};
+    return ::GetFileInformationByHandle(one, &first) && ::GetFileInformationByHandle(other, &second)
+           && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber && first.nFileIndexHigh == second.nFileIndexHigh
+           && first.nFileIndexLow == second.nFileIndexLow
+           && ::CompareFileTime(&first.ftCreationTime, &second.ftCreationTime) == 0;
+}
+
+} // namespace
+
+struct FolderChanges::Native {
+    WindowsHandle waker{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    WindowsHandle done{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    DWORD code = ::GetLastError();
+    WindowsHandle folder;
+    ParentNotice parent;
+    QString path;
+    OVERLAPPED overlapped{};
+    std::vector<DWORD> buffer = std::vector<DWORD>(bufferSize / sizeof(DWORD));
+    bool isAsked = false;
+
+    ~Native() { close(); }
+
+    [[nodiscard]] bool ask();
+    [[nodiscard]] Result take(QVector<Change>* changes);
+    [[nodiscard]] Result lookAgain();
+    void parse(DWORD length, QVector<Change>* changes);
+    [[nodiscard]] QString longName(const QString& name) const;
+    void close();
+};
+
+FolderChanges::FolderChanges()
+    : m_native(new Native) {}
+
+FolderChanges::~FolderChanges() = default;
+
+bool FolderChanges::isUsable() const {
+    return m_native->waker.isValid() && m_native->done.isValid();
+}
+
+bool FolderChanges::open(const QString& folder) {
+    m_native->close();
+    m_native->path = folder;
+    m_native->parent.open(nativePath(folder + QStringLiteral("/..")));
+    m_native->folder = openFolder(folder);
+    m_native->code = ::GetLastError();
+    return m_native->folder.isValid() && m_native->ask();
+}
+
+// The system starts to keep changes with the first call, and keeps them between two calls.
+bool FolderChanges::Native::ask() {
+    overlapped = OVERLAPPED{};
+    overlapped.hEvent = done.get();
+    isAsked =
+        ::ReadDirectoryChangesW(folder.get(), buffer.data(), bufferSize, FALSE, watchedEvents, nullptr, &overlapped, nullptr);
+    code = ::GetLastError();
+    if (!isAsked)
+        folder = WindowsHandle();
+    return isAsked;
+}
+
+FolderChanges::Result FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
+    // Also when it is only that too much has changed: the folder is closed then, and who opens it anew looks at all of its files.
+    if (m_native->folder.isValid() && !m_native->isAsked && !m_native->ask())
+        return Result::Gone;
+    const HANDLE sources[] = {m_native->waker.get(), m_native->done.get(), m_native->parent.get()};
+    const DWORD count = !m_native->isAsked ? 1 : m_native->parent.isValid() ? 3 : 2;
+    switch (::WaitForMultipleObjects(count, sources, FALSE, timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs))) {
+    case WAIT_OBJECT_0: return Result::Woken;
+    case WAIT_OBJECT_0 + 1: return m_native->take(changes);
+    case WAIT_OBJECT_0 + 2: return m_native->lookAgain();
+    case WAIT_TIMEOUT: return Result::TimedOut;
+    default: return Result::Gone;
+    }
+}
+
+FolderChanges::Result FolderChanges::Native::take(QVector<Change>* changes) {
+    isAsked = false;
+    DWORD length = 0;
+    if (!::GetOverlappedResult(folder.get(), &overlapped, &length, FALSE)) {
+        code = ::GetLastError();
+        if (code == ERROR_NOTIFY_ENUM_DIR)
+            return Result::Overflow;
+        // Held open, the folder could not be made anew.
+        folder = WindowsHandle();
+        return Result::Gone;
+    }
+    if (length == 0)
+        return Result::Overflow;
+    parse(length, changes);
+    return Result::Changed;
+}
+
+// A folder that was removed or moved away may never tell so itself.
+FolderChanges::Result FolderChanges::Native::lookAgain() {
+    parent.next();
+    const WindowsHandle named = openFolder(path);
+    if (named.isValid() && isSameFolder(folder.get(), named.get()))
+        return Result::Changed;
+    close();
+    return Result::Gone;
+}
+
+void FolderChanges::Native::parse(DWORD length, QVector<Change>* changes) {
+    const auto* const bytes = reinterpret_cast<const char*>(buffer.data());
+    for (DWORD place = 0; place + offsetof(FILE_NOTIFY_INFORMATION, FileName) <= length;) {
+        const auto* const info = reinterpret_cast<const FILE_NOTIFY_INFORMATION*>(bytes + place);
+        const QString name = QString::fromWCharArray(info->FileName, static_cast<int>(info->FileNameLength / sizeof(wchar_t)));
+        const Change change{kindOf(info->Action), longName(name)};
+        if (changes->isEmpty() || !(changes->last() == change))
+            changes->append(change);
+        if (info->NextEntryOffset == 0)
+            return;
+        place += info->NextEntryOffset;
+    }
+}
+
+// The system may tell the short form, by which nobody here knows the file.
+QString FolderChanges::Native::longName(const QString& name) const {
+    if (!name.contains(QLatin1Char('~')))
+        return name;
+    wchar_t text[1024];
+    const DWORD length = ::GetLongPathNameW(nativePath(path + QLatin1Char('/') + name).c_str(), text, 1024);
+    const bool isTold = length > 0 && length < 1024;
+    return isTold ? QString::fromWCharArray(text, static_cast<int>(length)).section(QLatin1Char('\\'), -1) : name;
+}
+
+// The system writes into the buffer until the request has ended.
+void FolderChanges::Native::close() {
+    if (isAsked) {
+        DWORD length = 0;
+        ::CancelIoEx(folder.get(), &overlapped);
+        ::GetOverlappedResult(folder.get(), &overlapped, &length, TRUE);
+        isAsked = false;
+    }
+    folder = WindowsHandle();
+    parent.close();
+}
+
+void FolderChanges::wake() {
+    ::SetEvent(m_native->waker.get());
+}
+
+QString FolderChanges::errorText() const {
+    return systemErrorText(m_native->code);
+}
+
+} // namespace Velquor::Util

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/Locks/NamedSemaphore.h"
+#include "VqUtil/Locks/ProcessGuard.h"
+
+#include <memory>
+
+namespace Velquor::Util {
+
+/// A lock between the processes of one user that nobody can take to the grave.
+///
+/// It is two locks, taken in this order: a guard that the operating system frees with its holder, and the named semaphore that
+/// other programs of the format expect. With the guard in hand no process of ours can hold the semaphore, so a count that
+/// is still missing after a short wait is repaired when its last user is gone; another program that lives is waited for.
+/// Thread: acquire and release on the same thread; not recursive. Owner: the holder; an object for each use is fine.
+/// Errors: false and one log line; every wait has a limit.
+class CrossProcessLock {
+public:
+    CrossProcessLock(const QString& semaphoreKey, const QString& folder, std::shared_ptr<Log::ILogger> logger);
+    ~CrossProcessLock();
+    CrossProcessLock(const CrossProcessLock&) = delete;
+    CrossProcessLock& operator=(const CrossProcessLock&) = delete;
+
+    /// Waits at most `timeoutMs` milliseconds for both locks together (0 tries once).
+    [[nodiscard]] bool acquire(int timeoutMs);
+    void release();
+
+private:
+    [[nodiscard]] bool acquireSemaphore(int timeoutMs);
+    [[nodiscard]] bool isCountLeaked(int waitedMs) const;
+
+    const QString m_key;
+    ProcessGuard m_guard;
+    NamedSemaphore m_semaphore;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    bool m_held = false;
+};
+
+} // namespace Velquor::Util

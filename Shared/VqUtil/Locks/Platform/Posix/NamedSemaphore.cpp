@@ -1,0 +1,105 @@
+#include "VqUtil/Locks/NamedSemaphore.h"
+
+#include "VqUtil/Platform/Posix/FileDescriptor.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <utility>
+
+namespace Velquor::Util {
+
+namespace {
+
+constexpr int mostRemovals = 5;
+
+union SemaphoreArgument {
+    int val;
+};
+
+} // namespace
+
+struct NamedSemaphore::Native {
+    QByteArray keyFile;
+    int heldId = -1;
+
+    // The kernel's id is looked up for every acquisition: another process may have removed and created the object anew.
+    [[nodiscard]] int id() const {
+        FileDescriptor(::open(keyFile.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        const key_t key = ::ftok(keyFile.constData(), 'Q');
+        if (key == -1)
+            return -1;
+        const int created = ::semget(key, 1, 0600 | IPC_CREAT | IPC_EXCL);
+        if (created == -1)
+            return errno == EEXIST ? ::semget(key, 1, 0600) : -1;
+        return setCount(created, 1) ? created : -1;
+    }
+
+    static bool setCount(int id, int count) {
+        SemaphoreArgument argument{};
+        argument.val = count;
+        return ::semctl(id, 0, SETVAL, argument) == 0;
+    }
+};
+
+NamedSemaphore::NamedSemaphore(const QString& key)
+    : m_native(new Native) {
+    // Another user's objects are out of reach, and the temporary folder is everybody's: the key names the user.
+    const QString userKey = key + QLatin1Char('.') + QString::number(::getuid());
+    m_native->keyFile = QFile::encodeName(QDir::tempPath() + QLatin1Char('/') + qtSemaphoreName(userKey));
+}
+
+NamedSemaphore::~NamedSemaphore() = default;
+
+NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
+    struct sembuf take {
+        0, -1, SEM_UNDO
+    };
+    const QDeadlineTimer deadline(timeoutMs);
+    int removals = 0;
+    for (;;) {
+        const qint64 leftMs = deadline.remainingTime();
+        const struct timespec limit { leftMs / 1000, (leftMs % 1000) * 1000000L };
+        const int id = m_native->id();
+        if (::semtimedop(id, &take, 1, &limit) == 0) {
+            m_native->heldId = id;
+            return Result::Acquired;
+        }
+        const int fault = errno;
+        if (fault == EAGAIN || (fault == EINTR && deadline.hasExpired()))
+            return Result::TimedOut;
+        // An object removed under us costs another attempt; more than a few would not be chance.
+        const bool removed = fault == EIDRM || fault == EINVAL;
+        if (fault == EINTR || (removed && ++removals < mostRemovals))
+            continue;
+        m_errorText = qt_error_string(fault);
+        return Result::Failed;
+    }
+}
+
+void NamedSemaphore::release() {
+    struct sembuf give {
+        0, 1, SEM_UNDO
+    };
+    // Only the very object that was taken: one that was created anew meanwhile has its count already.
+    ::semop(std::exchange(m_native->heldId, -1), &give, 1);
+}
+
+NamedSemaphore::LastUser NamedSemaphore::lastUser() const {
+    const pid_t process = ::semctl(m_native->id(), 0, GETPID);
+    if (process == -1)
+        return LastUser::Unknown;
+    return process > 0 && (::kill(process, 0) == 0 || errno == EPERM) ? LastUser::Alive : LastUser::Gone;
+}
+
+bool NamedSemaphore::repair() {
+    return Native::setCount(m_native->id(), 1);
+}
+
+} // namespace Velquor::Util

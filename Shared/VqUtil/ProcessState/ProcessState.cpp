@@ -1,0 +1,214 @@
+#include "VqUtil/ProcessState/ProcessState.h"
+
+#include "VqUtil/ProcessState/ProcessStateDump.h"
+
+#include <QMutexLocker>
+#include <algorithm>
+#include <utility>
+
+namespace Velquor::Util {
+
+namespace {
+
+constexpr int semaphorePatienceMs = 2000;
+
+bool isSameValue(const QVariant& one, const QVariant& other) {
+    if (one.type() == QVariant::String || other.type() == QVariant::String)
+        return one.toString().toLower() == other.toString().toLower();
+    return one == other;
+}
+
+bool showsAll(const ProcessRecord& record, const ProcessProperties& wanted) {
+    for (auto property = wanted.cbegin(); property != wanted.cend(); ++property) {
+        const auto found = record.properties.constFind(property.key());
+        if (found == record.properties.cend() || !isSameValue(*found, *property))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+/// One operation: the threads of this process wait for each other, then for the other processes.
+class ProcessState::Section {
+public:
+    explicit Section(ProcessState& state)
+        : m_threads(&state.m_mutex)
+        , m_lock(state.m_lock && state.m_lock->acquire(semaphorePatienceMs) ? state.m_lock.get() : nullptr) {}
+    ~Section() {
+        if (m_lock)
+            m_lock->release();
+    }
+    Section(const Section&) = delete;
+    Section& operator=(const Section&) = delete;
+
+    [[nodiscard]] bool isEntered() const { return m_lock != nullptr; }
+
+private:
+    const QMutexLocker m_threads;
+    CrossProcessLock* const m_lock;
+};
+
+ProcessState::ProcessState(ProcessStateServices services)
+    : m_services(std::move(services)) {}
+
+ProcessState::~ProcessState() {
+    const QMutexLocker threads(&m_mutex);
+    leaveBlock();
+}
+
+void ProcessState::setKey(const QString& key) {
+    if (key.isEmpty())
+        return;
+    const QMutexLocker threads(&m_mutex);
+    leaveBlock();
+    m_lock = std::make_unique<CrossProcessLock>(key + QStringLiteral(".Semaphore"), m_services.lockFolder, m_services.logger);
+    m_block = std::make_unique<ProcessStateBlock>(key, m_services.openBlock(key), m_services.logger);
+}
+
+// Whoever detaches last removes the block: not while another process is about to attach.
+void ProcessState::leaveBlock() {
+    const bool isHeld = m_block && m_block->isAttached() && m_lock->acquire(semaphorePatienceMs);
+    m_block.reset();
+    if (isHeld)
+        m_lock->release();
+}
+
+bool ProcessState::ensureCreated() {
+    const Section section(*this);
+    return section.isEntered() && m_block->ensureCreated();
+}
+
+bool ProcessState::queryProperty(const ProcessProperties& properties) {
+    if (properties.isEmpty())
+        return false;
+    const Section section(*this);
+    if (!section.isEntered())
+        return false;
+    logDump(QStringLiteral("Query property"));
+    return isSetElsewhere(properties);
+}
+
+bool ProcessState::setPropertyMap(const ProcessProperties& properties) {
+    const Section section(*this);
+    if (section.isEntered() && m_block->ensureCreated())
+        setOwn(properties, QStringLiteral("Set property map"));
+    return true;
+}
+
+bool ProcessState::setUnlessSetElsewhere(const ProcessProperties& properties) {
+    const Section section(*this);
+    if (!section.isEntered() || !m_block->ensureCreated())
+        return true;
+    logDump(QStringLiteral("Query property"));
+    if (!properties.isEmpty() && isSetElsewhere(properties))
+        return false;
+    setOwn(properties, QStringLiteral("Set property map"));
+    return true;
+}
+
+void ProcessState::deleteProperty(const QString& key) {
+    const Section section(*this);
+    if (!section.isEntered())
+        return;
+    change(QStringLiteral("Delete property"), [this, &key](ProcessRecords& records) {
+        const auto own = std::find_if(records.begin(), records.end(), [this](const ProcessRecord& record) {
+            return record.processId == m_services.ownProcessId;
+        });
+        return own != records.end() && own->properties.remove(key) > 0;
+    });
+}
+
+void ProcessState::deletePropertiesInAllProcesses(const QStringList& keys) {
+    const Section section(*this);
+    if (!section.isEntered())
+        return;
+    change(QStringLiteral("Delete properties in all processes"), [&keys](ProcessRecords& records) {
+        for (ProcessRecord& record : records) {
+            for (const QString& key : keys)
+                record.properties.remove(key);
+        }
+        return true;
+    });
+}
+
+void ProcessState::deleteProcessState() {
+    const Section section(*this);
+    if (!section.isEntered())
+        return;
+    change(QStringLiteral("Delete process state"), [this](ProcessRecords& records) {
+        const auto isOwn = [this](const ProcessRecord& record) { return record.processId == m_services.ownProcessId; };
+        records.erase(std::remove_if(records.begin(), records.end(), isOwn), records.end());
+        return true;
+    });
+}
+
+QStringList ProcessState::dump(const QString& context) {
+    const Section section(*this);
+    return section.isEntered() ? dumpLines(context) : processStateDump(context, {});
+}
+
+// First the match, which is cheap, then the question whether the process lives.
+bool ProcessState::isSetElsewhere(const ProcessProperties& properties) {
+    const ProcessRecords& records = m_block->records();
+    return std::any_of(records.cbegin(), records.cend(), [this, &properties](const ProcessRecord& record) {
+        return record.processId != m_services.ownProcessId && showsAll(record, properties) && isAlive(record);
+    });
+}
+
+void ProcessState::setOwn(const ProcessProperties& properties, const QString& context) {
+    change(context, [this, &properties](ProcessRecords& records) {
+        auto own = std::find_if(records.begin(), records.end(),
+                                [this](const ProcessRecord& record) { return record.processId == m_services.ownProcessId; });
+        if (own == records.end())
+            own = records.insert(records.end(), {m_services.ownProcessId, m_services.ownExecutablePath, {}});
+        for (auto property = properties.cbegin(); property != properties.cend(); ++property)
+            own->properties.insert(property.key(), property.value());
+        return true;
+    });
+}
+
+void ProcessState::change(const QString& context, const std::function<bool(ProcessRecords&)>& edit) {
+    const int readCount = m_block->records().size();
+    if (!m_block->isAttached())
+        return;
+    ProcessRecords records = liveRecords();
+    const int deadCount = readCount - records.size();
+    if (!edit(records))
+        return;
+    if (deadCount > 0)
+        m_services.logger->information(
+            QStringLiteral("Removing %1 dead process(es) in process state shared memory").arg(deadCount));
+    m_block->write(records);
+    logDump(context);
+}
+
+bool ProcessState::isAlive(const ProcessRecord& record) const {
+    if (m_services.isAlive(record.processId, record.executablePath))
+        return true;
+    if (isDebugEnabled())
+        m_services.logger->debug(QStringLiteral("Found dead process in process state shared memory: %1:%2")
+                                     .arg(QString::number(record.processId), record.executablePath));
+    return false;
+}
+
+ProcessRecords ProcessState::liveRecords() {
+    ProcessRecords living;
+    for (const ProcessRecord& record : m_block->records()) {
+        if (isAlive(record))
+            living += record;
+    }
+    return living;
+}
+
+void ProcessState::logDump(const QString& context) {
+    if (isDebugEnabled())
+        m_services.logger->debug(dumpLines(context).join(QLatin1Char('\n')));
+}
+
+QStringList ProcessState::dumpLines(const QString& context) {
+    const ProcessRecords records = liveRecords();
+    return processStateDump(context, {m_block->isAttached(), m_block->size(), m_block->usedSize(), records});
+}
+
+} // namespace Velquor::Util

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "VqUtil/ProcessState/ProcessRecord.h"
+
+#include <QStringList>
+
+namespace Velquor::Util {
+
+/// What the log tells of the process state block. Thread: any.
+struct ProcessStateView {
+    bool isAttached = false;
+    int size = 0;
+    int usedSize = 0;
+    ProcessRecords records;
+};
+
+/// The lines of the dump.
+[[nodiscard]] QStringList processStateDump(const QString& context, const ProcessStateView& view);
+
+} // namespace Velquor::Util

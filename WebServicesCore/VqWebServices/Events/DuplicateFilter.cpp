@@ -1,0 +1,51 @@
+#include "Events/DuplicateFilter.h"
+
+#include "Events/EventIdentity.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace Velquor::WebServices {
+
+bool HandledEvents::add(const QString& eventId, IPCMethod method, IPCMethod& first) {
+    if (eventId.isEmpty())
+        return true;
+    const EventIdentity identity = EventIdentity::of(eventId);
+    Ranges& ranges = rangesOf(identity.source);
+    const auto after = ranges.upperBound(identity.number);
+    if (after != ranges.begin() && std::prev(after)->last >= identity.number) {
+        first = std::prev(after)->method;
+        return false;
+    }
+    insert(ranges, identity.number, method);
+    return true;
+}
+
+HandledEvents::Ranges& HandledEvents::rangesOf(const QString& source) {
+    if (!m_sources.contains(source) && m_sources.size() >= mostSources) {
+        const auto isSilentForLonger = [](const Source& one, const Source& other) { return one.turn < other.turn; };
+        m_sources.erase(std::min_element(m_sources.begin(), m_sources.end(), isSilentForLonger));
+    }
+    Source& found = m_sources[source];
+    found.turn = ++m_turn;
+    return found.ranges;
+}
+
+void HandledEvents::insert(Ranges& ranges, quint64 number, IPCMethod method) {
+    auto range = ranges.insert(number, {number, method});
+    const auto joins = [](const Ranges::iterator& one, const Ranges::iterator& next) {
+        return one->last + 1 == next.key() && one->method == next->method;
+    };
+    const auto join = [&ranges](const Ranges::iterator& one, const Ranges::iterator& next) {
+        one->last = next->last;
+        ranges.erase(next);
+    };
+    if (std::next(range) != ranges.end() && joins(range, std::next(range)))
+        join(range, std::next(range));
+    if (range != ranges.begin() && joins(std::prev(range), range))
+        join(std::prev(range), range);
+    if (ranges.size() > mostRanges)
+        join(ranges.begin(), std::next(ranges.begin()));
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,37 @@
+#include "Network/Diagnosis/ReplySnapshot.h"
+
+#include "Network/Diagnosis/NetworkErrorText.h"
+#include "Network/Diagnosis/RequestDump.h"
+#include "Network/Diagnosis/SslDiagnosis.h"
+
+namespace Velquor::WebServices {
+
+QByteArray ReplySnapshot::header(const QByteArray& name) const {
+    for (const QNetworkReply::RawHeaderPair& pair : headers) {
+        if (pair.first.compare(name, Qt::CaseInsensitive) == 0)
+            return pair.second;
+    }
+    return {};
+}
+
+ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByteArray& requestBody) {
+    ReplySnapshot snapshot;
+    if (!reply)
+        return snapshot;
+    snapshot.isNull = false;
+    snapshot.status = httpStatus(*reply);
+    snapshot.networkError = reply->error();
+    snapshot.headers = reply->rawHeaderPairs();
+    // An aborted reply is closed already, and reading it would only draw a warning.
+    snapshot.body = reply->isOpen() ? reply->readAll() : QByteArray();
+    snapshot.errorText = fullErrorText(reply);
+    snapshot.problem = oauthProblem(reply);
+    snapshot.problemText = oauthProblemText(snapshot.problem);
+    if (!diagnoseClock(reply, snapshot.clockKind, snapshot.clockMessage))
+        snapshot.clockKind = ClockKind::None;
+    snapshot.sslMessage = sslDiagnosis(reply);
+    snapshot.dump = requestDump(reply, requestBody, snapshot.body, verb);
+    return snapshot;
+}
+
+} // namespace Velquor::WebServices

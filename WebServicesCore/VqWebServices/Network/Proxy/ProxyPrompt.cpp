@@ -1,0 +1,192 @@
+#include "Network/Proxy/ProxyPrompt.h"
+
+#include "Network/Proxy/ProxyPromptRun.h"
+#include "Network/Proxy/SystemCredentialPrompt.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QMutexLocker>
+#include <QThread>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr unsigned long sliceMs = 50;
+// A prompt of a product may not hear that it should close; the library must not wait for its user for ever.
+constexpr int closeTimeoutMs = 1500;
+
+void handleEvents() {
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void cancel(ICredentialPrompt& prompt) {
+    try {
+        prompt.Cancel();
+    } catch (...) {
+        // It is the product's; that it is still open shows by itself.
+    }
+}
+
+} // namespace
+
+/// The right to ask, for one request at a time. While it waits it may be handed the answer of the one before.
+class ProxyPrompt::Turn {
+public:
+    Turn(ProxyPrompt& desk, const ProxyAddress& proxy)
+        : m_desk(desk) {
+        QMutexLocker lock(&desk.m_mutex);
+        const Qt::HANDLE self = QThread::currentThreadId();
+        const quint64 before = desk.m_last.number;
+        ++desk.m_waiting;
+        // The prompt further up on this very thread cannot be answered while this one waits.
+        while (desk.m_isOpen && desk.m_asker && desk.m_asker != self) {
+            desk.m_changed.wait(&desk.m_mutex, sliceMs);
+            lock.unlock();
+            handleEvents();
+            lock.relock();
+        }
+        --desk.m_waiting;
+        m_isAnswered = desk.m_last.number != before && desk.m_last.proxy == proxy;
+        if (m_isAnswered)
+            m_answer = {desk.m_last.user, desk.m_last.password.toText()};
+        desk.forgetAnswer();
+        m_isMine = desk.m_isOpen && !desk.m_asker;
+        if (m_isMine)
+            desk.m_asker = self;
+    }
+    ~Turn() {
+        const QMutexLocker lock(&m_desk.m_mutex);
+        if (m_isMine)
+            m_desk.m_asker = nullptr;
+        m_desk.m_changed.wakeAll();
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    [[nodiscard]] bool isMine() const { return m_isMine; }
+    /// Another request has asked meanwhile; `answer` is empty when the user did not answer it.
+    [[nodiscard]] bool isAnswered() const { return m_isAnswered; }
+    [[nodiscard]] const ProxyLogin& answer() const { return m_answer; }
+
+private:
+    ProxyPrompt& m_desk;
+    bool m_isMine = false;
+    bool m_isAnswered = false;
+    ProxyLogin m_answer;
+};
+
+ProxyPrompt& ProxyPrompt::instance() {
+    // Never destroyed: requests may outlive the statics.
+    static auto* const singleton = new ProxyPrompt;
+    return *singleton;
+}
+
+void ProxyPrompt::open(std::shared_ptr<IProxyCredentialStore> store) {
+    const QMutexLocker lock(&m_mutex);
+    m_store = std::move(store);
+    m_isOpen = true;
+}
+
+void ProxyPrompt::close() {
+    QMutexLocker lock(&m_mutex);
+    m_isOpen = false;
+    m_store.reset();
+    m_texts = {};
+    m_changed.wakeAll();
+    const QDeadlineTimer deadline(closeTimeoutMs);
+    // Again and again: the prompt may not be on the screen yet. And it may need this thread to close.
+    while (m_asker && !deadline.hasExpired()) {
+        const std::shared_ptr<ICredentialPrompt> prompt = m_openPrompt;
+        const bool isOfThisThread = m_asker == QThread::currentThreadId();
+        lock.unlock();
+        if (prompt)
+            cancel(*prompt);
+        if (isOfThisThread)
+            return;
+        handleEvents();
+        lock.relock();
+        if (m_asker)
+            m_changed.wait(&m_mutex, sliceMs);
+    }
+}
+
+void ProxyPrompt::setPrompt(std::shared_ptr<ICredentialPrompt> prompt) {
+    {
+        const QMutexLocker lock(&m_mutex);
+        std::swap(m_prompt, prompt);
+    }
+    // The one before goes here, with no lock held: its destructor is the product's.
+}
+
+void ProxyPrompt::setTexts(const ProxyDialogTexts& texts) {
+    const QMutexLocker lock(&m_mutex);
+    m_texts = texts;
+}
+
+ProxyDialogTexts ProxyPrompt::texts() const {
+    const QMutexLocker lock(&m_mutex);
+    return withDefaults(m_texts);
+}
+
+std::shared_ptr<IProxyCredentialStore> ProxyPrompt::store() const {
+    const QMutexLocker lock(&m_mutex);
+    return m_store;
+}
+
+ProxyLogin ProxyPrompt::stored(const ProxyAddress& proxy, const RefusedLogins& refused) const {
+    const std::shared_ptr<IProxyCredentialStore> from = store();
+    return from ? from->find(proxy, refused) : ProxyLogin();
+}
+
+void ProxyPrompt::forgetAnswer() {
+    if (m_waiting == 0)
+        m_last = {{}, {}, {}, m_last.number};
+}
+
+ProxyLogin ProxyPrompt::ask(const ProxyAddress& proxy, const RefusedLogins& refused, Log::ILogger& logger) {
+    const Turn turn(*this, proxy);
+    if (turn.isAnswered() && (turn.answer().isEmpty() || !refused.contains(turn.answer()))) {
+        logger.information(QStringLiteral("Another request has asked for the proxy credentials. Using the answer it got."));
+        return turn.answer();
+    }
+    if (!turn.isMine()) {
+        logger.warning(QStringLiteral("The user cannot be asked for proxy credentials now."));
+        return {};
+    }
+    const ProxyLogin login = show(proxy, refused, logger);
+    const std::shared_ptr<IProxyCredentialStore> to = login.isEmpty() ? nullptr : store();
+    if (to)
+        to->store(proxy, login);
+    const QMutexLocker lock(&m_mutex);
+    m_last = {proxy, login.user, Util::ProtectedText(login.password), m_last.number + 1};
+    forgetAnswer();
+    return login;
+}
+
+ProxyLogin ProxyPrompt::show(const ProxyAddress& proxy, const RefusedLogins& refused, Log::ILogger& logger) {
+    logger.information(QStringLiteral("ProxyAuthenticationRequired called. Showing proxy authentication dialog."));
+    std::shared_ptr<ICredentialPrompt> prompt;
+    {
+        const QMutexLocker lock(&m_mutex);
+        prompt = m_prompt ? m_prompt : std::make_shared<SystemCredentialPrompt>();
+        m_openPrompt = prompt;
+    }
+    ProxyQuestion question(texts(), proxy, refused.lastUser());
+    question.show(*prompt);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_openPrompt.reset();
+    }
+    if (question.isGiven()) {
+        logger.information(QStringLiteral("Proxy authentication dialog closed: Authentication successful"));
+        return question.login();
+    }
+    logger.error(QStringLiteral("Proxy authentication dialog closed: Authentication failed. Error: %1.").arg(question.error()));
+    if (!question.isCanceled())
+        logger.error(QStringLiteral("Proxy authentication failed"));
+    return {};
+}
+
+} // namespace Velquor::WebServices

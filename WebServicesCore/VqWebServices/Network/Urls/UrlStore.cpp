@@ -1,0 +1,133 @@
+#include "Network/Urls/UrlStore.h"
+
+#include "Values/LibrarySettings.h"
+#include "Network/Urls/SupportFiles.h"
+#include "Network/Urls/UrlFile.h"
+#include "Network/Urls/UrlKeys.h"
+#include "Values/ServerName.h"
+#include "VqLog/LoggerWrapper.h"
+
+#include <QMutexLocker>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+QString urlFileName(Server server) {
+    const char* const setting = server == Staging       ? "StagingServerConfigJsonFile"
+                                : server == Development ? "DevServerConfigJsonFile"
+                                                        : nullptr;
+    const QString named = setting ? librarySetting(QLatin1String(setting)) : QString();
+    if (!named.isEmpty())
+        return named;
+    switch (server) {
+    case Staging: return QStringLiteral("VqWebservicesURLs-Staging.config");
+    case Development: return QStringLiteral("VqWebservicesURLs-Development.config");
+    case Production: return QStringLiteral("VqWebservicesURLs.config");
+    default: return {};
+    }
+}
+
+UrlStore::UrlStore(std::shared_ptr<Log::ILogger> logger)
+    : m_logger(std::move(logger)) {}
+
+UrlStore& UrlStore::instance() {
+    // Never destroyed: threads and the statics of the host may ask while the process ends.
+    static auto* const store = new UrlStore(Log::makeLogger(QStringLiteral("VqWebServices.Network")));
+    return *store;
+}
+
+QString UrlStore::GetUrl(Server server, const QString& key) {
+    const QMutexLocker lock(&m_mutex);
+    const UrlMap overrides = m_overrides.value(server);
+    if (overrides.contains(key))
+        return overrides.value(key);
+    const LoadedFile file = loadedFile(server);
+    const auto found = file.urls.constFind(key);
+    if (found != file.urls.constEnd())
+        return *found;
+    m_logger->error(
+        QStringLiteral(
+            "Url entry '%1' not found in %2.\n\nPossibly you have old version of this file. This file is not installed with the product since it is meant only for internal use.\n\nPlease copy the file from the build posting.")
+            .arg(key, file.path));
+    return {};
+}
+
+QString UrlStore::GetUrl(Server server, WebServicesUrlCode code) {
+    const QString key = urlKey(code);
+    if (!key.isEmpty())
+        return GetUrl(server, key);
+    m_logger->error(QStringLiteral("There is no url with the code %1").arg(static_cast<int>(code)));
+    return {};
+}
+
+QString UrlStore::endPoint(Server server, const QString& serviceKey, const QString& endPointKey) {
+    const QString service = GetUrl(server, serviceKey);
+    const QString path = GetUrl(server, endPointKey);
+    return service.isEmpty() || path.isEmpty() ? QString() : service + path;
+}
+
+bool UrlStore::SetUrlOverrides(Server server, const UrlMap& overrides) {
+    const QMutexLocker lock(&m_mutex);
+    m_overrides[server] = overrides;
+    m_logger->information(
+        QStringLiteral("Setting url overrides: %1=%2, etc.")
+            .arg(overrides.isEmpty() ? QString() : overrides.firstKey(), overrides.isEmpty() ? QString() : overrides.first()));
+    return true;
+}
+
+bool UrlStore::ClearUrlOverrides(Server server) {
+    const QMutexLocker lock(&m_mutex);
+    m_overrides.remove(server);
+    m_logger->information(QStringLiteral("Clearing url overrides"));
+    return true;
+}
+
+UrlMap UrlStore::GetUrlOverrides(Server server) {
+    const QMutexLocker lock(&m_mutex);
+    return m_overrides.value(server);
+}
+
+bool UrlStore::LoadUrls(Server server) {
+    const QMutexLocker lock(&m_mutex);
+    return load(server).isLoaded;
+}
+
+bool UrlStore::canUse(Server server) {
+    const QString name = urlFileName(server);
+    if (!name.isEmpty() && !SupportFiles::find(name).isEmpty())
+        return true;
+    m_logger->error(
+        QStringLiteral(
+            "Cannot use %1 server. Server config file '%2' could not be located in any of the following search paths:\n%3")
+            .arg(serverName(server), name, SupportFiles::folders().join(QLatin1Char('\n'))));
+    return false;
+}
+
+void UrlStore::clearCache() {
+    const QMutexLocker lock(&m_mutex);
+    m_files.clear();
+}
+
+UrlStore::LoadedFile UrlStore::loadedFile(Server server) {
+    return m_files.contains(server) ? m_files.value(server) : load(server);
+}
+
+UrlStore::LoadedFile UrlStore::load(Server server) {
+    const QString name = urlFileName(server);
+    const QString found = name.isEmpty() ? QString() : SupportFiles::find(name);
+    if (found.isEmpty()) {
+        // A bare name would be looked for in the working directory of the host, where anybody may have put such a file.
+        m_logger->error(QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(name));
+        return {name, {}, false};
+    }
+    LoadedFile file{found, {}, false};
+    file.isLoaded = readUrlFile(found, file.urls, *m_logger);
+    // A file that is missing or half written now may be whole at the next lookup.
+    if (file.isLoaded)
+        m_files.insert(server, file);
+    else
+        m_files.remove(server);
+    return file;
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,199 @@
+#include "Session/Core/SessionState.h"
+
+#include "Caches/CacheStore.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QMutexLocker>
+#include <QReadLocker>
+#include <QWriteLocker>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+SessionServices withCacheFile(SessionServices services) {
+    services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
+    return services;
+}
+
+} // namespace
+
+SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
+    : services(withCacheFile(services))
+    , file(services.loginStateFile, services.loggers.session)
+    , clients(services.loggers.session, services.isSSOServer)
+    , products(this->services)
+    , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
+    , proxy(services.loginStateFile, services.cryptor, services.loggers.session)
+    , voice(voice) {}
+
+SessionCore::~SessionCore() {
+    products.stopAll();
+}
+
+bool SessionCore::isInsideFlow() {
+    // A step holds the lock from beginning to end, so whoever gets the lock while one is active is its own thread.
+    const QMutexLocker locker(&lock);
+    return isFlowActive;
+}
+
+BasicLoginState SessionCore::basic() const {
+    const QReadLocker locker(&m_lock);
+    return m_basic;
+}
+
+void SessionCore::setBasic(const BasicLoginState& state) {
+    const QWriteLocker locker(&m_lock);
+    m_basic = state;
+}
+
+Server SessionCore::currentServer() const {
+    const QReadLocker locker(&m_lock);
+    return m_currentServer;
+}
+
+void SessionCore::setCurrentServer(Server server) {
+    const QWriteLocker locker(&m_lock);
+    m_currentServer = server;
+}
+
+QString SessionCore::signInMark() const {
+    const QReadLocker locker(&m_lock);
+    if (!m_basic.hasUser())
+        return {};
+    return QStringLiteral("%1|%2|%3").arg(m_currentServer).arg(m_basic.loginDate.toMSecsSinceEpoch()).arg(m_basic.userId);
+}
+
+QDateTime SessionCore::logoutDate() const {
+    const QReadLocker locker(&m_lock);
+    return m_logoutDate;
+}
+
+void SessionCore::setLogoutDate(const QDateTime& date) {
+    const QWriteLocker locker(&m_lock);
+    m_logoutDate = date;
+}
+
+bool SessionCore::isRestored() const {
+    const QReadLocker locker(&m_lock);
+    return m_restored;
+}
+
+void SessionCore::setRestored() {
+    const QWriteLocker locker(&m_lock);
+    m_restored = true;
+}
+
+QString SessionCore::ldapDomainKey() const {
+    const QReadLocker locker(&m_lock);
+    return m_ldapDomainKey;
+}
+
+void SessionCore::setLdapDomainKey(const QString& key) {
+    const QWriteLocker locker(&m_lock);
+    m_ldapDomainKey = key;
+}
+
+QString SessionCore::productKey(const QString& clientKey) const {
+    return clients.productKey(clientKey, currentServer());
+}
+
+ProductSessionPointer SessionCore::product(const QString& clientKey) const {
+    const QString key = productKey(clientKey);
+    return key.isEmpty() ? ProductSessionPointer() : products.find(key, currentServer());
+}
+
+ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
+    const Server server = currentServer();
+    const ConfigurationPointer configuration = clients.configuration(clientKey, server);
+    if (!configuration)
+        return {};
+    const ProductSessionPointer session = products.getOrCreate(clients.productKey(clientKey, server), server);
+    if (!session)
+        return {};
+    services.loggers.session->information(
+        QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
+    session->SetConfiguration(configuration);
+    if (!clients.contains(clientKey)) {
+        services.loggers.session->error(
+            QStringLiteral("Failed to apply product settings in product login session. Client info not found for product id %1.")
+                .arg(clientKey));
+        return session;
+    }
+    services.loggers.session->information(QStringLiteral("Applying product settings in product login session"));
+    const ClientIdentity identity = clients.identity(clientKey);
+    session->setProduct(identity.productName, QFileInfo(identity.productExeFile).fileName());
+    session->AddClientReference(clientKey);
+    session->Activate(*this);
+    const OAuth2Settings oauth2 = clients.oauth2(clientKey);
+    if (oauth2.isEnabled)
+        session->EnableOAuth2(oauth2.specs);
+    for (const CacheType type : cacheTypes) {
+        if (clients.isCacheEnabled(clientKey, type))
+            session->enableCache(type);
+    }
+    return session;
+}
+
+void SessionCore::configureProducts() {
+    if (!isLoggedIn())
+        return;
+    const QStringList configured = clients.configuredFor(currentServer());
+    for (const QString& clientKey : configured) {
+        if (const ProductSessionPointer session = configuredProduct(clientKey))
+            session->CheckTokensToQuery(*this);
+    }
+}
+
+bool SessionCore::isLoggedIn(const QString& clientKey) const {
+    if (!basic().hasUser())
+        return false;
+    if (clientKey.isEmpty())
+        return products.hasTokens({}, currentServer());
+    const QString key = productKey(clientKey);
+    return !key.isEmpty() && products.hasTokens(key, currentServer());
+}
+
+bool SessionCore::isLoginExpired() const {
+    return basic().isExpired(services.now());
+}
+
+void SessionCore::deleteCaches() {
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions) {
+        for (const CacheType type : cacheTypes)
+            session->DeleteCacheSlot(type);
+    }
+    endCaches();
+    if (!CacheFile::removeAll(services.cacheFile))
+        services.loggers.cache->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
+}
+
+void SessionCore::endCaches() {
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions)
+        session->endCaches();
+}
+
+void SessionCore::forgetUser() {
+    setBasic({});
+    const QVector<ProductSessionPointer> sessions = products.all();
+    for (const ProductSessionPointer& session : sessions)
+        session->Clear();
+    products.clear();
+}
+
+void SessionCore::markEnded(const BasicLoginState& signIn) {
+    const QWriteLocker locker(&m_lock);
+    if (laterOf(m_lastEnded.loginDate, signIn.loginDate) == signIn.loginDate)
+        m_lastEnded = signIn;
+}
+
+bool SessionCore::isEnded(const BasicLoginState& signIn) const {
+    const QReadLocker locker(&m_lock);
+    return signIn.loginDate.isValid() && m_lastEnded.loginDate.isValid()
+           && (signIn.isSameSignIn(m_lastEnded) || signIn.loginDate < m_lastEnded.loginDate);
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Events/INotificationListener.h"
+#include "Session/Core/SessionState.h"
+
+#include <QStringList>
+#include <optional>
+
+namespace Velquor::WebServices {
+
+/// What this process does when another one of the user reports an event.
+///
+/// Thread: the notification thread, which serves other processes too: it waits for the session's locks for a moment only, and
+/// what it could not do then is left for `finishReactions`. Owner: the login session. Errors: log lines.
+class EventReactions : public INotificationListener {
+public:
+    explicit EventReactions(SessionCore& core);
+
+    void eventReceived(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) override;
+    [[nodiscard]] bool finishReactions() override;
+
+private:
+    void announce(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey);
+    void takeNews();
+    void react(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
+    void tokenRefreshed(const QString& consumerKey);
+    void oauth2TokenChanged(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
+    void tokenAcquired(const QString& consumerKey);
+    void loadUnconfigured();
+
+    SessionCore& m_core;
+    Log::ILogger& m_logger;
+    bool m_hasNews = false;            ///< The file could not be looked at.
+    std::optional<QString> m_signedIn; ///< The product of a sign-in that is still to be taken over.
+    QStringList m_unloaded;            ///< Products that are to be read and could not be yet.
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,179 @@
+#include "Session/Operations/RequestSigning.h"
+
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Session/Operations/LoginSessionLock.h"
+#include "Session/Products/TokenOperations.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+namespace {
+
+OAuth::OutputForm outputForm(ParsingMode mode) {
+    switch (mode) {
+    case ParsingMode::AuthorizationHeader: return OAuth::OutputForm::Header;
+    case ParsingMode::FormBody: return OAuth::OutputForm::FormBody;
+    case ParsingMode::QueryString:
+    case ParsingMode::SignedUrl: break;
+    }
+    return OAuth::OutputForm::Query;
+}
+
+// The signed URL carries the request's own parameters too, so they must be in its query before it is signed.
+OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) {
+    OAuth::Parameters own;
+    OAuth::Parameters protocol;
+    for (const OAuth::Parameter& parameter : request.parameters)
+        (parameter.first.startsWith("oauth_") ? protocol : own).append(parameter);
+    return {request.method, own.isEmpty() ? request.url : OAuth::withParameters(request.url, OAuth::encodeQuery(own)), protocol};
+}
+
+} // namespace
+
+RequestSigning::RequestSigning(SessionCore& core)
+    : m_core(core) {}
+
+Log::ILogger& RequestSigning::logger(const Access& access) const {
+    return access.product ? *access.product->services().loggers.product : *m_core.services.loggers.product;
+}
+
+QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
+    const QString prefix = product ? product->logPrefix() : QString();
+    return prefix.isEmpty() ? operation : prefix + QLatin1Char(':') + operation;
+}
+
+RequestSigning::Refusal RequestSigning::checkState(const Access& access) const {
+    if (!m_core.isLoggedIn())
+        return Refusal::NoUser;
+    if (!access.product)
+        return Refusal::NoProduct;
+    if (!m_core.isLoginValid())
+        return Refusal::StateNotValid;
+    const ConfigurationPointer configuration = m_core.clients.configuration(access.clientKey, m_core.currentServer());
+    return configuration && WebServicesConfigurationImp::of(*configuration).isValid() ? Refusal::None : Refusal::NoConfiguration;
+}
+
+RequestSigning::Refusal RequestSigning::check(const Access& access) const {
+    const Refusal refusal = checkState(access);
+    if (refusal != Refusal::None)
+        return refusal == Refusal::NoUser && access.wasRefreshed ? Refusal::NotLoggedIn : refusal;
+    if (!access.product->tokens().areComplete())
+        return Refusal::NoToken;
+    return access.checkExpiry && access.product->tokens().areExpired(m_core.services.now()) ? Refusal::Expired : Refusal::None;
+}
+
+RequestSigning::Refusal RequestSigning::admit(Access& access) const {
+    access.product = m_core.product(access.clientKey);
+    return check(access);
+}
+
+QString RequestSigning::signingText(Refusal refusal) {
+    switch (refusal) {
+    case Refusal::NoUser: return QStringLiteral("Failed to sign request. Not logged in.");
+    case Refusal::NoProduct: return QStringLiteral("Failed to sign request. Product login session not found.");
+    case Refusal::StateNotValid: return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.");
+    case Refusal::NoConfiguration:
+        return QStringLiteral("SignRequest failed while signing url %1: Current configuration is null or invalid.");
+    case Refusal::NoToken: return QStringLiteral("SignRequest failed while signing url %1: No access token found.");
+    case Refusal::NotLoggedIn: return QStringLiteral("SignRequest failed while signing url %1: Not logged in");
+    case Refusal::Expired:
+        return QStringLiteral("SignRequest failed while signing url %1: Token has expired and failed to refresh token");
+    case Refusal::None: break;
+    }
+    return {};
+}
+
+QString RequestSigning::tokenText(Refusal refusal) {
+    switch (refusal) {
+    case Refusal::NoUser:
+    case Refusal::NotLoggedIn: return QStringLiteral("GetAccessToken failed: Not logged in.");
+    case Refusal::NoProduct: return QStringLiteral("GetAccessToken failed: Product login session not found.");
+    case Refusal::StateNotValid: return QStringLiteral("GetAccessToken failed: Login state is not valid.");
+    case Refusal::NoConfiguration: return QStringLiteral("GetAccessToken failed: Current configuration is null or invalid.");
+    case Refusal::NoToken: return QStringLiteral("GetAccessToken failed: No access token found.");
+    case Refusal::Expired: return QStringLiteral("GetAccessToken failed: Token has expired and failed to refresh token.");
+    case Refusal::None: break;
+    }
+    return {};
+}
+
+RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, bool checkExpiry) {
+    Access access{clientKey, checkExpiry, m_core.product(clientKey), false};
+    TokenOperations* const operations = access.product ? access.product->operations() : nullptr;
+    if (!operations || checkState(access) != Refusal::None)
+        return access;
+    const auto isExpired = [&] {
+        return checkExpiry && m_core.isLoggedIn() && access.product->tokens().areExpired(m_core.services.now());
+    };
+    const bool isBusy = operations->isQueryInProgress() || operations->isRefreshInProgress();
+    if ((!isBusy && !isExpired()) || m_core.isInsideFlow())
+        return access;
+    const bool wasExpired = isExpired();
+    operations->waitForTokenQuery();
+    operations->waitForRefresh();
+    if (isExpired())
+        (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
+    access.wasRefreshed = wasExpired;
+    return access;
+}
+
+QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
+    Access access = prepareTokens(clientKey, order.checkExpiry);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")),
+                                m_core.services.loggers.lock);
+    QString error = signingText(admit(access));
+    QByteArray result;
+    if (error.isEmpty())
+        result = sign(*access.product, order, error);
+    if (result.isEmpty())
+        logger(access).error(error.contains(QStringLiteral("%1")) ? error.arg(displayUrl(order.request.url)) : error);
+    return result;
+}
+
+QByteArray RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const {
+    SigningKeys keys;
+    const QString keyError = product.signingKeys(keys);
+    if (!keyError.isEmpty()) {
+        error = QStringLiteral("SignRequest failed while signing url %1: ") + keyError;
+        return {};
+    }
+    if (!order.token.isEmpty()) {
+        keys.token = Util::SecretBytes(QByteArray(order.token));
+        keys.tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
+    }
+    const OAuth::RequestToSign request =
+        order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
+    const QByteArray parameters = OAuth::VqOAuthWrapper(*m_core.services.oauthHost)
+                                      .CreateOauthParameterString(request, keys.credentials(), outputForm(order.mode));
+    if (parameters.isEmpty()) {
+        error = QStringLiteral(
+            "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.");
+        return {};
+    }
+    if (order.mode == ParsingMode::AuthorizationHeader)
+        return "OAuth " + parameters;
+    return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters).toEncoded() : parameters;
+}
+
+bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
+                                    Util::SecretBytes& secret) {
+    Access access = prepareTokens(clientKey, checkExpiry);
+    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
+                                m_core.services.loggers.lock);
+    QString error = tokenText(admit(access));
+    SigningKeys keys;
+    if (error.isEmpty()) {
+        const QString keyError = access.product->signingKeys(keys);
+        if (!keyError.isEmpty())
+            error = QStringLiteral("GetAccessToken failed: ") + keyError;
+    }
+    if (!error.isEmpty()) {
+        logger(access).error(error);
+        return false;
+    }
+    token = std::move(keys.token);
+    secret = std::move(keys.tokenSecret);
+    return true;
+}
+
+} // namespace Velquor::WebServices

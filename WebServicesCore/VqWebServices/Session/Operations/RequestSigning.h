@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Session/Core/SessionState.h"
+#include "Signing/VqOAuthWrapper.h"
+
+#include <VqWebServices/RequestParam.h>
+
+namespace Velquor::WebServices {
+
+/// What a product asks to have signed.
+struct SigningOrder {
+    OAuth::RequestToSign request;
+    ParsingMode mode = ParsingMode::AuthorizationHeader;
+    /// Fail when the access token has expired, instead of signing with it.
+    bool checkExpiry = true;
+    /// A token and its secret to sign with instead of the product's access token; empty: the access token.
+    QByteArray token;
+    QByteArray tokenSecret;
+};
+
+/// Signs requests and URLs with a product's access token.
+///
+/// Thread: any; takes the login session lock itself. Owner: its user's stack. Errors: an empty result and one log line.
+class RequestSigning {
+public:
+    explicit RequestSigning(SessionCore& core);
+
+    [[nodiscard]] QByteArray SignRequest(const QString& clientKey, const SigningOrder& order);
+
+    /// The decrypted access token and its secret; false when there are none.
+    [[nodiscard]] bool GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
+                                      Util::SecretBytes& secret);
+
+private:
+    /// Why an operation with the access token cannot be done, in the order in which it is checked.
+    enum class Refusal { None, NoUser, NoProduct, StateNotValid, NoConfiguration, NoToken, NotLoggedIn, Expired };
+
+    /// One operation with a product's access token: who asks, and what was found for them.
+    struct Access {
+        QString clientKey;
+        bool checkExpiry = true;
+        ProductSessionPointer product;
+        bool wasRefreshed = false; ///< A refresh was waited for because the token had expired.
+    };
+
+    /// What must hold before a wait for tokens makes sense.
+    [[nodiscard]] Refusal checkState(const Access& access) const;
+    [[nodiscard]] Refusal check(const Access& access) const;
+    [[nodiscard]] static QString signingText(Refusal refusal);
+    [[nodiscard]] static QString tokenText(Refusal refusal);
+    /// The signed text; when it is empty, `error` is the log text, with a place for the URL.
+    [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
+    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished; does not let
+    /// those wait who are refused anyway. With no lock held.
+    [[nodiscard]] Access prepareTokens(const QString& clientKey, bool checkExpiry);
+    /// Under the login session lock: finds the product again, which another thread may have replaced during the wait.
+    [[nodiscard]] Refusal admit(Access& access) const;
+    /// The product's, or without one that of all products.
+    [[nodiscard]] Log::ILogger& logger(const Access& access) const;
+    [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
+
+    SessionCore& m_core;
+};
+
+} // namespace Velquor::WebServices

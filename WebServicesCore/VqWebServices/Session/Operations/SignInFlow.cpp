@@ -1,0 +1,252 @@
+#include "Session/Operations/SignInFlow.h"
+
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Session/Operations/IdentityParameters.h"
+#include "Session/State/LoginCookies.h"
+#include "Session/Store/LoginStateSaver.h"
+#include "Session/State/LoginStateXml.h"
+#include "Session/Products/TokenOperations.h"
+#include "Tokens/TokenReply.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+namespace {
+
+const auto accountServer = QStringLiteral("AccountServerUrl");
+// Encrypted. They are a convenience in the browser, and must leave room for the tokens in the login state file.
+constexpr int maximumCookieSize = 256 * 1024;
+
+} // namespace
+
+SignInFlow::SignInFlow(SessionCore& core)
+    : m_core(core)
+    , m_services(core.services)
+    , m_logger(*core.services.loggers.session) {}
+
+QString SignInFlow::checkReady(const QString& clientKey) const {
+    if (!m_core.clients.hasAnyConfiguration(clientKey))
+        return QStringLiteral(
+            "Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and then call WebServicesManager::RestoreLogin.");
+    const Server server = m_core.currentServer();
+    if (!m_core.clients.configuration(clientKey, server))
+        return QStringLiteral(
+                   "Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported server using WebServicesManager::SetConfiguration.")
+            .arg(serverName(server));
+    if (!m_core.isRestored())
+        return QStringLiteral(
+            "Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin after setting the configuration.");
+    return {};
+}
+
+AccountReply SignInFlow::exchange(const WebServicesConfiguration& configuration, const SigningKeys& keys, const QUrl& url) const {
+    if (!WebServicesConfigurationImp::of(configuration).isValid()) {
+        m_logger.error(
+            QStringLiteral("Failed to sign request for login. Url: %1. Current configuration is invalid.").arg(displayUrl(url)));
+        return {};
+    }
+    if (!checkConsumerKeys(keys, url))
+        return {};
+    const AccountReply reply = exchangeSignedGet(m_services, url, keys);
+    if (!reply.isSigned)
+        m_logger.error(
+            QStringLiteral(
+                "Failed to sign request for login. Url: %1. Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
+                .arg(displayUrl(url)));
+    return reply;
+}
+
+bool SignInFlow::checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const {
+    if (keys.consumerKey.isEmpty()) {
+        m_logger.error(
+            QStringLiteral("Failed to sign request for login: Url: %1. Failed to decrypt consumer key.").arg(displayUrl(url)));
+        return false;
+    }
+    if (keys.consumerSecret.isEmpty()) {
+        m_logger.error(
+            QStringLiteral("Failed to sign request for login. Url: %1. Failed to decrypt consumer secret.").arg(displayUrl(url)));
+        return false;
+    }
+    return true;
+}
+
+InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& ldapDomainKey) {
+    const QString notReady = checkReady(clientKey);
+    if (!notReady.isEmpty()) {
+        m_logger.error(notReady);
+        return {LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
+    }
+    const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, m_core.currentServer());
+    const QUrl url = withIdentity(
+        QUrl(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
+        WebServicesConfigurationImp::of(*configuration));
+    m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
+    const AccountReply reply = exchange(*configuration, consumerKeys(*configuration), url);
+    const int httpStatus = reply.reply().status;
+    ProductLoginSession::RequestToken token;
+    if (!takeRequestToken(reply, url, token))
+        return {LoginCode::exchangeFailed, {}, reply.loginError(), httpStatus};
+    const QUrl browserUrl = authorizationUrl(requestTokenKeys(token, *configuration), ldapDomainKey);
+    const ProductSessionPointer product = m_core.configuredProduct(clientKey);
+    if (!product || browserUrl.isEmpty()) {
+        m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(displayUrl(url)));
+        return {LoginCode::exchangeFailed, {}, LoginErrorEx::SigningFailed, httpStatus};
+    }
+    m_core.setLdapDomainKey(ldapDomainKey);
+    product->setRequestToken(token);
+    m_logger.information(QStringLiteral("Initiated login successfully"));
+    return {LoginCode::success, QString::fromLatin1(browserUrl.toEncoded()), LoginErrorEx::None, httpStatus};
+}
+
+bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, ProductLoginSession::RequestToken& token) const {
+    const QString shownUrl = displayUrl(url);
+    if (!reply.isSigned) {
+        m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(shownUrl));
+        return false;
+    }
+    if (reply.reply().isNull) {
+        m_logger.error(QStringLiteral("Failed to initiate login using url %1: Reply is null").arg(shownUrl));
+        return false;
+    }
+    if (!reply.hasStatus200()) {
+        m_logger.error(QStringLiteral("Failed to initiate login. %1%2").arg(reply.errorText(), reply.problemText()));
+        return false;
+    }
+    const QMap<QString, QByteArray> parameters = replyParameters(reply.reply().body);
+    const Util::SecretBytes secret(QByteArray(parameters.value(QStringLiteral("oauth_token_secret"))));
+    const Util::SecretBytes clientId(QByteArray(parameters.value(QStringLiteral("x_oauth_client_identifier"))));
+    token.token = parameters.value(QStringLiteral("oauth_token"));
+    const bool hasToken = isUsableToken(token.token) && isUsableToken(secret.view());
+    if (hasToken && clientId.isEmpty()) {
+        m_logger.error(
+            QStringLiteral(
+                "Failed to initiate login. Url: %1 The request succeeded, but server didn't return client id. This will happen if the consumer key is legacy key. Please contact the server team. Session dump: %2")
+                .arg(shownUrl, reply.dump()));
+        return false;
+    }
+    if (!hasToken) {
+        const QString missing = missingNames({{QStringLiteral("Request token"), isUsableToken(token.token)},
+                                              {QStringLiteral("Request token secret"), isUsableToken(secret.view())},
+                                              {QStringLiteral("Client id"), !clientId.isEmpty()}});
+        m_logger.error(
+            QStringLiteral(
+                "Failed to initiate login. Url: %1: The request succeeded, but server didn't return the following parameter(s): %2. Session dump: %3.")
+                .arg(shownUrl, missing, reply.dump()));
+        return false;
+    }
+    if (secret.size() <= m_services.maximumBlockText())
+        token.encryptedSecret = m_services.cryptor->encrypt(secret.view());
+    token.encryptedClientId = m_services.cryptor->encrypt(clientId.view());
+    return true;
+}
+
+QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const {
+    QString text = m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("AuthorizationEndPoint"));
+    const auto placeHolder = QStringLiteral("%EncodedDomainKey%");
+    const int position = text.indexOf(placeHolder);
+    if (position >= 0)
+        text.replace(position, placeHolder.size(), QString::fromLatin1(QUrl::toPercentEncoding(ldapDomainKey)));
+    // A request token without its secret would make a URL that every server refuses.
+    return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(*m_services.oauthHost, QUrl(text), keys);
+}
+
+SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession::RequestToken& token,
+                                         const WebServicesConfiguration& configuration) const {
+    SigningKeys keys = consumerKeys(configuration);
+    keys.token = Util::SecretBytes(QByteArray(token.token.constData(), token.token.size()));
+    keys.tokenSecret = m_services.cryptor->decrypt(token.encryptedSecret);
+    return keys;
+}
+
+int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cookies) {
+    m_logger.information(cookies ? QStringLiteral("CompleteLogin called with %1 cookies").arg(cookies->GetCookieCount())
+                                 : QStringLiteral("CompleteLogin called without cookies"));
+    const ProductSessionPointer product = m_core.product(clientKey);
+    if (!product) {
+        m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
+        return LoginCode::exchangeFailed;
+    }
+    const ConfigurationPointer configuration = product->configuration();
+    if (!configuration) {
+        m_logger.error(QStringLiteral("Failed to complete login. Configuration not found."));
+        return LoginCode::exchangeFailed;
+    }
+    const QUrl url(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
+    m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
+    const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
+    // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
+    const AccountReply reply =
+        keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(*configuration, keys, url);
+    if (!reply.isSigned)
+        m_logger.error(QStringLiteral("Failed to complete login using url %1: Failed to sign request.").arg(displayUrl(url)));
+    else if (reply.reply().isNull)
+        m_logger.error(QStringLiteral("Failed to complete login using url %1: Reply is null").arg(displayUrl(url)));
+    else if (!reply.hasStatus200())
+        m_logger.error(QStringLiteral("Failed to complete login. %1").arg(reply.errorText() + reply.problemText()));
+    else if (m_core.product(clientKey) != product)
+        // The host removed the client, or changed the server, while this waited.
+        m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
+    else if (!storeSignIn(*product, replyParameters(reply.reply().body), cookies))
+        m_logger.error(QStringLiteral("Failed to complete login. Server returned invalid response body. %1").arg(reply.dump()));
+    else
+        return LoginCode::success;
+    return LoginCode::exchangeFailed;
+}
+
+bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
+                             const NetworkCookieJar* cookies) {
+    const QDateTime now = m_services.now();
+    ProductTokens tokens;
+    if (!readTokenReply(reply, now, *m_services.cryptor, tokens))
+        return false;
+    BasicLoginState state = makeState(reply, now);
+    state.clientId = product.requestToken().encryptedClientId;
+    if (cookies)
+        state.loginCookies = keptCookies(*cookies);
+    const bool isOtherUser = m_core.basic().hasUser() && m_core.basic().user() != state.user();
+    m_core.setBasic(state);
+    if (isOtherUser)
+        forgetOtherUser();
+    product.setTokens(tokens);
+    product.setRequestToken({});
+    m_logger.information(QStringLiteral("Completed login successfully"));
+    m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));
+    // What cannot be saved now is used all the same, and saved later.
+    LoginStateSaver(m_core).saveSignIn(product);
+    return true;
+}
+
+BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const {
+    const auto text = [&reply](const QString& name) {
+        // As it will be read from the file: by the name, too, one sign-in is told from another.
+        return LoginStateXml::storableText(QString::fromUtf8(reply.value(name)));
+    };
+    BasicLoginState state;
+    state.userName = text(QStringLiteral("x_oauth_user_name"));
+    state.userId = text(QStringLiteral("x_oauth_user_guid"));
+    state.ldapDomainKey = m_core.ldapDomainKey();
+    state.sessionExpiryDate = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now);
+    state.loginDate = loginDateAfter(now, laterOf(m_core.logoutDate(), m_core.basic().loginDate));
+    m_core.binding.bind(state);
+    return state;
+}
+
+QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
+    const QByteArray encrypted = encryptCookies(cookies, *m_services.cryptor, m_logger);
+    if (encrypted.size() <= maximumCookieSize)
+        return encrypted;
+    m_logger.warning(QStringLiteral("Login cookies are not kept, since they are larger than %1 bytes").arg(maximumCookieSize));
+    return {};
+}
+
+// The new user is known by now: a cache that asks again at once does so for them, or finds no token yet.
+void SignInFlow::forgetOtherUser() {
+    const QVector<ProductSessionPointer> sessions = m_core.products.all();
+    for (const ProductSessionPointer& session : sessions) {
+        session->Clear();
+        if (TokenOperations* const operations = session->operations())
+            operations->caches().invalidateAll();
+    }
+}
+
+} // namespace Velquor::WebServices

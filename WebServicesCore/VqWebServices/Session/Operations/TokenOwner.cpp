@@ -1,0 +1,157 @@
+#include "Session/Operations/TokenOwner.h"
+
+#include "Session/Store/LoginStateSaver.h"
+#include "Tokens/OAuth2/OAuth2Session.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+#include <mutex>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int lockSliceMs = 50;
+constexpr int pauseMs = 10;
+// Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
+constexpr int lockTimeoutMs = 65000;
+// Enough for a look at the file by another thread. Tokens that could not be stored are lost, and the old ones may be spent.
+constexpr int lockTimeoutWhenStoppingMs = 500;
+constexpr int catchUpWaitMs = 10000;
+// Enough for a second look at a file that could not be read, which may be so for good.
+constexpr int unreadableWaitMs = 1500;
+
+} // namespace
+
+TokenOwner::TokenOwner(SessionCore& core, ProductLoginSession& product)
+    : m_core(core)
+    , m_product(product) {}
+
+QString TokenOwner::productKey() const {
+    return m_product.productKey();
+}
+
+Server TokenOwner::server() const {
+    return m_product.server();
+}
+
+ConfigurationPointer TokenOwner::configuration() const {
+    return m_product.configuration();
+}
+
+ProductTokens TokenOwner::tokens() const {
+    return m_product.tokens();
+}
+
+QString TokenOwner::signingKeys(SigningKeys& keys) const {
+    return m_product.signingKeys(keys);
+}
+
+OtherLogin TokenOwner::otherLogin() const {
+    const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_product.server());
+    for (const ProductSessionPointer& session : sessions) {
+        const QByteArray handle = session->tokens().sessionHandle;
+        if (session.get() != &m_product && !handle.isEmpty() && isLoggedIn())
+            return {session->displayName(), session->productKey(), handle};
+    }
+    return {};
+}
+
+bool TokenOwner::isLoggedIn() const {
+    return m_core.currentServer() == m_product.server() && m_core.isLoggedIn();
+}
+
+QString TokenOwner::user() const {
+    return m_core.basic().user();
+}
+
+bool TokenOwner::catchUpWithFile(const QString& signInMark) {
+    // One look may itself take as long as all of them may.
+    QElapsedTimer timer;
+    timer.start();
+    while (!m_core.voice->catchUpWithin(lockSliceMs)
+           && timer.elapsed() < (m_core.unread.isWanted() ? unreadableWaitMs : catchUpWaitMs)) {
+        if (m_stopping)
+            return false;
+        QThread::msleep(pauseMs);
+    }
+    return !signInMark.isEmpty() && this->signInMark() == signInMark;
+}
+
+bool TokenOwner::lockState() {
+    for (int leftMs = lockTimeoutMs; leftMs > 0; leftMs -= lockSliceMs) {
+        if (m_core.lock.try_lock_for(std::chrono::milliseconds(lockSliceMs)))
+            return true;
+        if (m_stopping)
+            leftMs = qMin(leftMs, lockTimeoutWhenStoppingMs);
+    }
+    return m_core.lock.try_lock();
+}
+
+StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
+    if (!lockState()) {
+        services().loggers.product->error(
+            QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
+                .arg(m_product.displayName()));
+        return StoreResult::Busy;
+    }
+    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
+    if (signInMark.isEmpty() || this->signInMark() != signInMark)
+        return StoreResult::SignInGone;
+    BasicLoginState state = m_core.basic();
+    const ProductTokens before = m_product.tokens();
+    m_product.setTokens(tokens);
+    if (sessionExpiry.isValid()) {
+        state.sessionExpiryDate = sessionExpiry;
+        m_core.setBasic(state);
+    }
+    // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
+    if (LoginStateSaver(m_core).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
+        return StoreResult::Stored;
+    m_product.setTokens(before);
+    return StoreResult::SignInGone;
+}
+
+StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
+    if (!lockState()) {
+        services().loggers.product->error(
+            QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
+                .arg(m_product.displayName()));
+        return StoreResult::Busy;
+    }
+    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
+    if (signInMark.isEmpty() || this->signInMark() != signInMark)
+        return StoreResult::SignInGone;
+    const OAuth2TokenData before = session.token();
+    session.replaceToken(token);
+    // A file that cannot be written keeps nobody from using the token.
+    if (LoginStateSaver(m_core).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
+        return StoreResult::Stored;
+    session.replaceToken(before);
+    return StoreResult::SignInGone;
+}
+
+bool TokenOwner::isOAuth2Enabled() const {
+    return m_product.oauth2().isEnabled();
+}
+
+QRecursiveMutex& TokenOwner::productLock() {
+    return m_product.operationLock();
+}
+
+void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
+    if (!m_stopping)
+        m_core.voice->raiseEvent(event, m_product.productKey());
+}
+
+void TokenOwner::raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) {
+    if (!m_stopping)
+        m_core.voice->raiseEvent(event, {m_product.productKey(), spec});
+}
+
+void TokenOwner::forceLogout(const QString& signInMark) {
+    if (!m_stopping)
+        m_core.voice->forceLogout(m_product.productKey(), signInMark);
+}
+
+} // namespace Velquor::WebServices

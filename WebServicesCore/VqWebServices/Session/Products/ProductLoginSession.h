@@ -1,0 +1,144 @@
+#pragma once
+
+#include "Session/Products/ClientInfo.h"
+#include "Session/State/LoginState.h"
+#include "Session/Products/OAuth2Sessions.h"
+#include "Session/State/SessionDependencies.h"
+#include "Tokens/SignedRequest.h"
+#include "Values/ServerName.h"
+
+#include <QDomElement>
+#include <QReadWriteLock>
+#include <QRecursiveMutex>
+#include <QSet>
+#include <QString>
+#include <VqWebServices/CacheType.h>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+class SessionCore;
+class TokenOperations;
+class TokenOwner;
+
+/// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens, what is needed to sign with them, and,
+/// once it is activated, the thread on which they are queried and refreshed.
+///
+/// Thread: any; its fields have a lock of their own, taken after the login session lock. Owner: the login session, and whoever
+/// works with it at the moment; it goes away only after its thread has ended. Errors: results and log lines.
+class ProductLoginSession {
+public:
+    ProductLoginSession(SessionServices services, const QString& productKey, Server server);
+    ~ProductLoginSession();
+
+    [[nodiscard]] const QString& productKey() const { return m_productKey; }
+    [[nodiscard]] Server server() const { return m_server; }
+
+    /// The name of the product and its executable, as they are written to the login state file.
+    void setProduct(const QString& name, const QString& exeName);
+    [[nodiscard]] QString displayName() const;
+
+    /// The prefix of what is logged for this session: the product's name, when it is known, the end of its key, and the server.
+    [[nodiscard]] QString logPrefix() const { return m_prefix->text(); }
+    /// What its token work needs of the floors below; the loggers write with the prefix.
+    [[nodiscard]] const TokenServices& services() const { return m_services; }
+
+    /// Starts the token operations when there is a configuration, unless that was done or the session was deactivated.
+    void Activate(SessionCore& core);
+    /// Ends the token operations for good. `retire` does not wait for their thread and may be called anywhere, also on it.
+    void Deactivate();
+    void retire();
+    /// True when no thread of this session runs.
+    [[nodiscard]] bool isAtRest() const;
+    /// The token operations; null before the activation. They live as long as this session.
+    [[nodiscard]] TokenOperations* operations() const;
+
+    /// Has the product's cache of this type deleted, in memory and in the file.
+    void DeleteCacheSlot(CacheType type);
+    /// The sign-in is over: nothing of it is written or told by the caches any more.
+    void endCaches();
+    void enableCache(CacheType type);
+
+    void AddClientReference(const QString& clientKey);
+    void RemoveClientReference(const QString& clientKey);
+    /// The keys of the clients that refer to it, joined by commas.
+    [[nodiscard]] QString clientReferences() const;
+
+    /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
+    /// sign-in can be used. False when there are no tokens and nothing can be done about it.
+    bool CheckTokensToQuery(const SessionCore& core);
+
+    void SetConfiguration(const ConfigurationPointer& configuration);
+    [[nodiscard]] ConfigurationPointer configuration() const;
+
+    [[nodiscard]] ProductTokens tokens() const;
+    void setTokens(const ProductTokens& tokens);
+
+    /// The request token of a sign-in that waits for the browser; the secret is encrypted.
+    struct RequestToken {
+        QByteArray token;
+        QByteArray encryptedSecret;
+        QByteArray encryptedClientId;
+    };
+    void setRequestToken(const RequestToken& token);
+    [[nodiscard]] RequestToken requestToken() const;
+
+    /// Takes the product's node of the login state file over, but for tokens here that are newer: obtained from those of the
+    /// node, and not saved yet. Secrets stay encrypted until they are used.
+    void Load(const QDomElement& product);
+    /// Whether what is here may take the place of the node in the file: not when another process has stored other tokens there
+    /// since this one looked. `isSameSignIn`: the node is of the sign-in in memory.
+    [[nodiscard]] bool mayReplace(const QDomElement& product, bool isSameSignIn) const;
+    /// The tokens here are newer than those of this node.
+    void noteFile(const QDomElement& product);
+    /// The tokens here stand in the file.
+    void markSaved();
+    /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file,
+    /// whose OAuth2 tokens of other kinds are kept; may be null.
+    [[nodiscard]] bool Save(QDomElement& product, const QDomElement& earlier) const;
+    /// Writes the OAuth2 tokens into the product's node of the file; `fresh` was just obtained.
+    void SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const;
+    void Clear();
+
+    /// Makes what is needed for OAuth2 tokens of these kinds, in a session that is activated.
+    void EnableOAuth2(const QVector<OAuth2TokenSpec>& specs);
+    /// False when it was disabled before.
+    bool DisableOAuth2() { return m_oauth2.disable(); }
+    [[nodiscard]] const OAuth2Sessions& oauth2() const { return m_oauth2; }
+
+    /// Held by whoever replaces configuration or tokens, and by whoever needs them to stay as they are.
+    [[nodiscard]] QRecursiveMutex& operationLock() const { return m_operationLock; }
+
+    /// The keys for a signature with the access token. The result is empty, or the reason why there are none.
+    [[nodiscard]] QString signingKeys(SigningKeys& keys) const;
+
+    /// The decrypted session handle; empty when there is none or it cannot be decrypted.
+    [[nodiscard]] Util::SecretBytes sessionHandle() const;
+
+private:
+    [[nodiscard]] QString describeReferences() const;
+    /// Under the lock.
+    void renewPrefix();
+    [[nodiscard]] bool isUnsaved() const;
+    void checkOAuth2Tokens() const;
+
+    const std::shared_ptr<Log::LogPrefix> m_prefix = std::make_shared<Log::LogPrefix>();
+    const SessionServices m_services;
+    const QString m_productKey;
+    const Server m_server;
+    mutable QReadWriteLock m_lock;
+    QString m_name;
+    QString m_exeName;
+    ConfigurationPointer m_configuration;
+    ProductTokens m_tokens;
+    QByteArray m_tokenInFile; ///< The access token that this session saw in the file last: another one there is newer.
+    RequestToken m_requestToken;
+    QSet<QString> m_clientReferences;
+    bool m_deactivated = false;
+    mutable QRecursiveMutex m_operationLock;
+    OAuth2Sessions m_oauth2;
+    std::unique_ptr<TokenOwner> m_owner;
+    std::unique_ptr<TokenOperations> m_operations;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Session/Products/ProductLoginSession.h"
+
+#include <QMap>
+#include <QPair>
+#include <QReadWriteLock>
+#include <QVector>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+using ProductSessionPointer = std::shared_ptr<ProductLoginSession>;
+
+/// The product login sessions of this process, by consumer key and server.
+///
+/// Thread: any (its own lock, taken after the login session lock). Owner: the login session.
+class ProductSessions {
+public:
+    explicit ProductSessions(SessionServices services);
+
+    /// Null when there is none.
+    [[nodiscard]] ProductSessionPointer find(const QString& productKey, Server server) const;
+    [[nodiscard]] ProductSessionPointer getOrCreate(const QString& productKey, Server server);
+    [[nodiscard]] QVector<ProductSessionPointer> onServer(Server server) const;
+    [[nodiscard]] QVector<ProductSessionPointer> all() const;
+    /// What is removed ends its thread and is destroyed later, by another call here or by `stopAll`.
+    void remove(const QString& productKey, Server server);
+    void clear();
+    /// Removes all, makes no new ones, and waits until every thread has ended. With no lock held, not on a token operations
+    /// thread.
+    void stopAll();
+
+    /// True when a product (or, with an empty key, any product) has all its tokens on the server.
+    [[nodiscard]] bool hasTokens(const QString& productKey, Server server) const;
+
+private:
+    void retire(const QVector<ProductSessionPointer>& sessions);
+
+    const SessionServices m_services;
+    mutable QReadWriteLock m_lock;
+    QMap<QPair<QString, int>, ProductSessionPointer> m_sessions;
+    bool m_stopped = false;
+    QVector<ProductSessionPointer> m_retired; ///< Their threads may still run.
+};
+
+} // namespace Velquor::WebServices

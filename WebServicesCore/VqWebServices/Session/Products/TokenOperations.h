@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Caches/CacheClient.h"
+#include "Tokens/IRequestFlags.h"
+#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Tokens/Query/TokenFetcher.h"
+#include "Tokens/Refresh/TokenRefresher.h"
+
+#include <QMutex>
+#include <QThread>
+#include <atomic>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+class ObjectDeleter;
+
+/// The token operations thread of one product with the workers on it, and the way to them from other threads.
+///
+/// Thread: any. Owner: the product's session. A caller that waits holds none of the locks here. Errors: results; the workers log.
+class TokenOperations {
+public:
+    /// Starts the thread. `keyDigest` stands for the consumer key in the names of locks.
+    TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFlags> flags, const QString& keyDigest);
+    ~TokenOperations();
+    TokenOperations(const TokenOperations&) = delete;
+    TokenOperations& operator=(const TokenOperations&) = delete;
+
+    /// Ends what is under way and asks the thread to end; does not wait for it.
+    void requestStop();
+    /// Waits for the thread, without limit: its steps are short. Not on the token operations thread itself.
+    void waitForThread();
+    [[nodiscard]] bool isStopped() const;
+    [[nodiscard]] bool isTokenThread() const { return QThread::currentThread() == m_thread.get(); }
+
+    /// The product's caches, which live on this thread too.
+    [[nodiscard]] CacheDoor& caches() { return m_caches; }
+
+    /// Gives the session workers on this thread. False when the thread is ending or has ended.
+    bool activate(OAuth2Session& session);
+
+    /// Starts a query when another product's sign-in was found; true when one is under way.
+    bool checkAutomaticLogin();
+    /// A synchronous one waits for the end and tells whether it succeeded.
+    bool queryToken(bool synchronous);
+    bool refreshToken(bool synchronous, RefreshWorker::Reason reason);
+    /// Wait for what is under way in this or another process; return at once when nothing is.
+    void waitForTokenQuery();
+    void waitForRefresh();
+
+    [[nodiscard]] bool isQueryInProgress() const { return m_queries->isBusy(); }
+    [[nodiscard]] bool isRefreshInProgress() const { return m_refreshes->isBusy(); }
+    [[nodiscard]] bool isTokenRefreshTimerActive() const;
+
+    /// The tokens or the state of the sign-in have changed.
+    void tokensChanged();
+    /// Another process reports what it has done.
+    void tokenRefreshedElsewhere(const QString& consumerKey);
+    void tokenAcquiredElsewhere();
+
+private:
+    ITokenOwner& m_owner;
+    const std::unique_ptr<IRequestFlags> m_flags;
+    const QString m_keyDigest;
+    const std::unique_ptr<QThread> m_thread;
+    /// Guards the pointers, which are null after a stop was asked for. The thread deletes what they point to.
+    mutable QMutex m_mutex;
+    TokenFetcher* m_fetcher;
+    RefreshController* const m_controller;
+    TokenRefresher* m_refresher;
+    ObjectDeleter* const m_deleter; ///< Alive until a stop was asked for.
+    QVector<OAuth2Session*> m_oauth2Sessions;
+    const std::shared_ptr<RunState> m_queries;
+    const std::shared_ptr<RunState> m_refreshes;
+    CacheDoor m_caches;
+    std::atomic<quintptr> m_threadId{0};
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Locks/CrossProcessLock.h"
+#include "VqUtil/Files/FileAccess.h"
+
+#include <QDomDocument>
+#include <QReadWriteLock>
+#include <QString>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// The login state file "LoginState.xml" that all processes of the user share: reading it whole, writing it whole.
+///
+/// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and
+/// the results below. Every read and write happens under a `Guard`; a guard is never held across a network exchange.
+class LoginStateFile {
+public:
+    LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
+
+    /// For operations that must read or write the file: many times what any process needs for one read and write. A process
+    /// that was stopped inside must not stop the others for ever.
+    static constexpr int patientTimeoutMs = 10000;
+    /// For operations that would only like to know what is new.
+    static constexpr int briefTimeoutMs = 250;
+
+    /// Holds the lock of the file between the processes while it lives, when it could be had.
+    class Guard {
+    public:
+        /// Waits for the lock at most `timeoutMs` milliseconds.
+        explicit Guard(LoginStateFile& file, int timeoutMs = patientTimeoutMs);
+        ~Guard();
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+        [[nodiscard]] bool isHeld() const { return m_held; }
+
+    private:
+        LoginStateFile& m_file;
+        Util::CrossProcessLock m_lock;
+        bool m_held = false;
+    };
+
+    struct Content {
+        /// `Damaged`: no later try will read it either, unlike `Unreadable`.
+        enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
+        QDomDocument document;
+        QString error;
+        Util::FileStamp stamp;
+
+        /// The document element "WebServices"; null unless the file was read.
+        [[nodiscard]] QDomElement root() const { return document.documentElement(); }
+        [[nodiscard]] bool isRead() const { return status == Status::Read; }
+    };
+
+    /// Reads the document. A missing file is no error.
+    [[nodiscard]] Content read();
+
+    /// The document to change for a save: the file's, or a new one when there is none or it is damaged (a damaged file is set
+    /// aside under another name). Null when the file exists and cannot be read for the moment: then nothing may be written.
+    [[nodiscard]] QDomDocument readForSaving();
+
+    /// False, with the old file in its place, when the document could not be written, or could not be read again by anybody.
+    [[nodiscard]] bool write(const QDomDocument& document);
+
+    /// Removes what a process that died while creating the file left beside it. Every guard does so at its first use; this is for
+    /// those who find no file and have nothing to guard.
+    void removeLeftovers();
+
+    [[nodiscard]] QString path() const { return m_path; }
+    [[nodiscard]] bool exists() const;
+
+    /// The stamp of the file now, and of the content that this process has taken over or written. Where they differ, there is
+    /// news. A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`;
+    /// what could not be read is not seen. A write that was merged with news leaves them to be found.
+    [[nodiscard]] Util::FileStamp currentStamp() const;
+    [[nodiscard]] Util::FileStamp seenStamp() const;
+    void markSeen(const Content& content);
+
+private:
+    void prepareFolder();
+    void fail(Content& content, const Util::AtomicFile::ReadResult& file) const;
+    void parse(Content& content, const QByteArray& text) const;
+    void noteWritten();
+
+    const QString m_path;
+    const QString m_folder;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    bool m_cleaned = false;
+    mutable QReadWriteLock m_seenLock; ///< The stamp is looked at before every operation, without the login session lock.
+    Util::FileStamp m_seen;
+    Util::FileStamp m_lastRead; ///< Of the content that was read, or else written, last.
+};
+
+} // namespace Velquor::WebServices

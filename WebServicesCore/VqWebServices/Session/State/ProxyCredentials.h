@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Network/Proxy/ProxyLogin.h"
+#include "Network/Proxy/RefusedLogins.h"
+#include "Session/State/LoginStateFile.h"
+#include "VqLog/ILogger.h"
+#include "VqUtil/Crypto/ICryptor.h"
+
+#include <QDomElement>
+#include <QMutex>
+#include <QNetworkProxy>
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// The proxy credentials of this process: the application proxy of the framework, and the element "ProxySettings" of the login
+/// state file, from which the other processes of the user have them. The password is in clear in the proxy object only.
+///
+/// Thread: any; what changes the credentials is called under the login session lock, what asks for them waits for nobody. Owner:
+/// the login session. Errors: false and a log line; a file that cannot be written leaves the proxy of this process as it was set.
+class ProxyCredentials {
+public:
+    ProxyCredentials(const QString& loginStateFile, std::shared_ptr<Util::ICryptor> cryptor,
+                     std::shared_ptr<Log::ILogger> logger);
+
+    /// Makes it the application proxy and saves it. False, with nothing changed, when host or user is empty, the port is not one,
+    /// or the file could hold a text only in a form that cannot be read again. True also when saving failed.
+    bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
+
+    /// Whether these credentials are for the host and the port (-1: any port) and have a user.
+    [[nodiscard]] bool HasProxyAuthentication(const QString& host, int port) const;
+
+    /// User and password for the host and the port (-1: any port). False when there are none; `login` is unchanged then.
+    [[nodiscard]] bool GetProxyAuthentication(const QString& host, int port, ProxyLogin& login) const;
+
+    /// Whether a proxy is stored at all.
+    [[nodiscard]] bool HasProxyInfo() const;
+
+    /// Goes without a proxy, and removes the credentials from the file. False when the file could not be changed.
+    bool ClearProxyInfo();
+
+    /// Takes over the credentials of a document element that was read from the file; none there changes nothing.
+    void load(const QDomElement& root);
+
+    /// The same from the file itself.
+    void loadFromFile();
+
+    /// What is here or, put there by another process, in the file for the proxy, unless it is what the proxy has refused. Changes
+    /// nothing and waits for the file for a moment only.
+    [[nodiscard]] ProxyLogin find(const ProxyAddress& proxy, const RefusedLogins& refused) const;
+
+private:
+    [[nodiscard]] QNetworkProxy current() const;
+    void setCurrent(const QNetworkProxy& proxy);
+    void apply(const QNetworkProxy& proxy);
+    [[nodiscard]] bool save(const QNetworkProxy& proxy);
+    [[nodiscard]] bool removeFromFile();
+
+    const std::shared_ptr<Util::ICryptor> m_cryptor;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    /// An object of its own: what is read and written here does not count as seen by the login session.
+    LoginStateFile m_file;
+    mutable QMutex m_mutex;
+    QNetworkProxy m_proxy;
+};
+
+} // namespace Velquor::WebServices

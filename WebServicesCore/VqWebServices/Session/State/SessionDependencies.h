@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Network/ICancelController.h"
+#include "Tokens/TokenDependencies.h"
+
+#include <memory>
+
+namespace Velquor::Util {
+class ProcessState;
+}
+
+namespace Velquor::WebServices {
+
+/// What the login session and its helpers need of the floors below; the same for all of them. A plain value.
+struct SessionServices : TokenServices {
+    /// The block size of the cryptor's RSA key in bytes, which bounds the texts that are encrypted as one block.
+    int cipherBlockSize = 0;
+    /// The longest text that is encrypted as one block: what PKCS #1 v1.5 padding would leave, whatever padding is used.
+    [[nodiscard]] int maximumBlockText() const { return cipherBlockSize - 11; }
+    int exchangeTimeoutMs = 60000; ///< The limit of one exchange of a sign-in or sign-out with the account server.
+    /// Ends the exchanges of a sign-in or sign-out when the session is stopped. Set by the login session.
+    std::shared_ptr<ICancelController> exchangeCancel;
+    QString loginStateFile;
+    /// The process serves the sign-in of other processes: it is no product itself, and its clients are theirs.
+    bool isSSOServer = false;
+    bool isForAllUsers = false; ///< The file lies in the folder of all users of the machine.
+    QString savedBy;            ///< The name of this program, for "LastSavedBy".
+    /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.
+    std::shared_ptr<Util::ProcessState> processState;
+    /// Tell the other processes of the user what happens, and listen to them.
+    bool notifiesProcesses = false;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,233 @@
+#include "Session/Store/LoginStateLoader.h"
+
+#include "Session/State/LoginStateNames.h"
+#include "Session/Store/LoginStateSaver.h"
+#include "Session/State/LoginStateXml.h"
+
+namespace Velquor::WebServices {
+
+namespace Names = LoginStateNames;
+
+BasicLoginState readBasicState(const QDomElement& login) {
+    BasicLoginState state;
+    state.clientId = LoginStateXml::secret(login, Names::clientId);
+    state.ntUserName = LoginStateXml::secret(login, Names::ntUserName);
+    state.machineAddress = LoginStateXml::secret(login, Names::machineAddress);
+    state.loginCookies = LoginStateXml::secret(login.firstChildElement(Names::cookies), Names::loginCookies);
+    state.userName = login.attribute(Names::userName);
+    state.userId = login.attribute(Names::userId);
+    state.ldapDomainKey = login.attribute(Names::ldapDomainKey);
+    state.loginDate = LoginStateXml::date(login, Names::loginDate);
+    state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
+    return state;
+}
+
+QDomElement findProduct(const QDomElement& login, const QString& productKey) {
+    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
+    while (!product.isNull() && (productKey.isEmpty() || product.attribute(Names::productKey) != productKey))
+        product = product.nextSiblingElement(Names::product);
+    return product;
+}
+
+QDateTime readLogoutDate(const QDomElement& root) {
+    return LoginStateXml::date(root.firstChildElement(Names::settings), Names::logoutDate);
+}
+
+LoginStateLoader::LoginStateLoader(SessionCore& core)
+    : m_core(core)
+    , m_logger(*core.services.loggers.session) {}
+
+bool LoginStateLoader::loadBasic() {
+    const QString path = m_core.file.path();
+    if (!m_core.file.exists()) {
+        m_logger.information(QStringLiteral("Can't load basic login state from file %1. File not found.").arg(path));
+        return false;
+    }
+    LoginStateFile::Content content;
+    {
+        const LoginStateFile::Guard guard(m_core.file);
+        if (guard.isHeld())
+            content = m_core.file.read();
+    }
+    if (!content.isRead()) {
+        m_logger.error(QStringLiteral("Failed to load basic login state from file %1. %2.").arg(path, content.error));
+        return false;
+    }
+    loadSettings(content.root(), true);
+    const QDomElement login = content.root().firstChildElement(Names::loginSession);
+    BasicLoginState state = m_core.basic();
+    state.userName = login.attribute(Names::userName);
+    state.userId = login.attribute(Names::userId);
+    state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
+    m_core.setBasic(state);
+    m_logger.information(QStringLiteral("Loaded basic login state from file %1").arg(path));
+    return true;
+}
+
+void LoginStateLoader::loadAll(bool takeServer) {
+    const QString path = m_core.file.path();
+    if (!m_core.file.exists()) {
+        m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
+        m_core.file.removeLeftovers();
+        return;
+    }
+    const LoginStateFile::Guard guard(m_core.file);
+    if (!guard.isHeld())
+        return;
+    const LoginStateFile::Content content = m_core.file.read();
+    if (content.isRead()) {
+        m_core.proxy.load(content.root());
+        (void)takeOver(content, takeServer);
+    }
+    noteSeen(content);
+}
+
+void LoginStateLoader::noteSeen(const LoginStateFile::Content& content) {
+    m_core.file.markSeen(content);
+    if (content.status == LoginStateFile::Content::Status::Unreadable)
+        m_core.unread.ask();
+    else
+        m_core.unread.settle();
+}
+
+bool LoginStateLoader::takeOver(const LoginStateFile::Content& content, bool takeServer) {
+    if (m_core.basic().hasUser() && !mayLoad(content.root()))
+        return false;
+    loadFrom(content, takeServer);
+    return true;
+}
+
+bool LoginStateLoader::mayLoad(const QDomElement& root) {
+    const BasicLoginState mine = m_core.basic();
+    const QDomElement login = root.firstChildElement(Names::loginSession);
+    switch (compareSignIns(mine, readBasicState(login), readLogoutDate(root))) {
+    case StateOrigin::Same:
+        // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
+        return !login.isNull();
+    case StateOrigin::Older:
+        m_logger.information(
+            QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(mine.userName));
+        if (!m_core.unsaved.isWanted())
+            m_core.unsaved.ask();
+        return false;
+    case StateOrigin::SignedOutElsewhere:
+    case StateOrigin::SignedInElsewhere: break;
+    }
+    m_logger.information(
+        QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(mine.userName));
+    // Whoever signed out has emptied the cache file; with a user in it again, what it holds may be theirs. An update that ended
+    // after that sign-out is removed with the next one, and is given to nobody until then.
+    if (login.isNull())
+        m_core.deleteCaches();
+    else
+        m_core.endCaches();
+    m_core.forgetUser();
+    return true;
+}
+
+void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool takeServer) {
+    const QString path = m_core.file.path();
+    m_logger.information(QStringLiteral("Loading login state from file %1").arg(path));
+    loadSettings(content.root(), takeServer);
+    const QDomElement login = findLogin(content.root());
+    BasicLoginState state;
+    const Verdict verdict = login.isNull() ? Verdict::NoLogin : loadUser(login, state);
+    if (verdict == Verdict::Valid) {
+        m_core.setBasic(state);
+        loadProducts(login);
+        deleteInvalidProducts();
+        // A library that is being uninitialized has let its products go, which says nothing of the sign-in.
+        if (!m_core.products.hasTokens({}, m_core.currentServer()) && !m_core.isStopped) {
+            m_logger.warning(QStringLiteral(
+                "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
+            discard(content.document);
+        }
+    } else if (verdict == Verdict::Discard) {
+        discard(content.document);
+    } else if (!m_core.basic().hasUser()) {
+        // What was known before the restore is of a user who is not signed in here.
+        m_core.setBasic({});
+    }
+    m_logger.information(QStringLiteral("Finished loading login state from file %1").arg(path));
+}
+
+void LoginStateLoader::loadSettings(const QDomElement& root, bool takeServer) {
+    const QDomElement settings = root.firstChildElement(Names::settings);
+    if (settings.isNull()) {
+        m_logger.warning(QStringLiteral("Settings node not found in login state file"));
+        return;
+    }
+    if (takeServer) {
+        const int server = LoginStateXml::number(settings, QStringLiteral("CurrentServer"), m_core.currentServer());
+        if (isRealServer(server) || server == NoServer)
+            m_core.setCurrentServer(static_cast<Server>(server));
+    }
+    m_core.setLogoutDate(laterOf(readLogoutDate(root), m_core.logoutDate()));
+}
+
+QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
+    const QDomElement login = root.firstChildElement(Names::loginSession);
+    if (login.isNull()) {
+        m_logger.information(QStringLiteral("No login state found in login state file. LoginSession node not found."));
+        return {};
+    }
+    if (LoginStateXml::number(login, Names::server, NoServer) != m_core.currentServer()) {
+        m_logger.information(
+            QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
+        return {};
+    }
+    if (m_core.isEnded(readBasicState(login))) {
+        m_logger.information(
+            QStringLiteral("Ignoring the login state in login state file. The user was signed out in this process."));
+        return {};
+    }
+    return login;
+}
+
+QDomElement LoginStateLoader::findOwnLogin(const QDomElement& root) {
+    const QDomElement login = findLogin(root);
+    const BasicLoginState mine = m_core.basic();
+    return mine.hasUser() && !mine.isSameSignIn(readBasicState(login)) ? QDomElement() : login;
+}
+
+LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, BasicLoginState& state) {
+    state = readBasicState(login);
+    // What could not be saved yet is newer than the file.
+    if (m_core.unsaved.isWanted() && state.isSameSignIn(m_core.basic()))
+        state = m_core.basic();
+    if (!state.hasUser()) {
+        m_logger.error(QStringLiteral("Client id is blank or not found in login state file"));
+        return Verdict::NoLogin;
+    }
+    const bool isReadable = !m_core.services.cryptor->decrypt(state.clientId).isEmpty();
+    if (!isReadable && m_core.services.isForAllUsers) {
+        m_logger.information(QStringLiteral("Ignoring the login state in login state file. It was saved by another user."));
+        return Verdict::NoLogin;
+    }
+    if (!isReadable) {
+        m_logger.error(
+            QStringLiteral("Failed to restore client id. Deleting the login state in login state file. Re-login required."));
+        return Verdict::Discard;
+    }
+    m_core.setLdapDomainKey(state.ldapDomainKey);
+    if (state.isExpired(m_core.services.now())) {
+        m_logger.warning(
+            QStringLiteral("Login session expired. Deleting the login state in login state file. Re-login required."));
+        return Verdict::Discard;
+    }
+    if (!m_core.binding.check(state))
+        return Verdict::Discard;
+    m_core.binding.renew(state);
+    return Verdict::Valid;
+}
+
+void LoginStateLoader::discard(const QDomDocument& document) {
+    m_core.deleteCaches();
+    m_core.forgetUser();
+    // As a sign-out, so that a process that still has this user ends the sign-in as well, and does not write it back.
+    const QDomElement login = document.documentElement().firstChildElement(Names::loginSession);
+    if (!LoginStateSaver(m_core).endSignIn(readBasicState(login), document))
+        m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_core.file.path()));
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Session/Core/SessionState.h"
+
+#include <QDomDocument>
+
+namespace Velquor::WebServices {
+
+/// Reads the login state file into the session.
+///
+/// Thread: any, under the login session lock. Owner: its user's stack. Errors: log lines; a file that cannot be read leaves the
+/// state in memory as it is, a state that fails a check is deleted from the file, so that every process asks for a new sign-in.
+class LoginStateLoader {
+public:
+    explicit LoginStateLoader(SessionCore& core);
+
+    /// Server, user and session expiry only: for questions asked before the login is restored. False when they were not read.
+    bool loadBasic();
+
+    /// The whole state. `takeServer`: the file's current server becomes the session's, and is not only compared with it.
+    void loadAll(bool takeServer);
+
+    /// The same from a content that was read under a guard which is still held: a state that fails a check is deleted from the
+    /// very document that was checked. A user in memory is signed out when the file says that another process has done so, and
+    /// stays when the file is older. False when nothing was loaded.
+    bool takeOver(const LoginStateFile::Content& content, bool takeServer);
+
+    /// All of the content was taken over, or it has nothing to give. What could not be read for the moment is looked at again
+    /// later.
+    void noteSeen(const LoginStateFile::Content& content);
+
+    /// The sign-in on the current server; null, with one log line, when the document holds none.
+    [[nodiscard]] QDomElement findLogin(const QDomElement& root);
+    /// The same; also null when it is another one than that in memory.
+    [[nodiscard]] QDomElement findOwnLogin(const QDomElement& root);
+
+private:
+    enum class Verdict { Valid, NoLogin, Discard };
+
+    [[nodiscard]] bool mayLoad(const QDomElement& root);
+    void loadFrom(const LoginStateFile::Content& content, bool takeServer);
+    void loadSettings(const QDomElement& root, bool takeServer);
+    [[nodiscard]] Verdict loadUser(const QDomElement& login, BasicLoginState& state);
+    void loadProducts(const QDomElement& login);
+    void loadProductNode(const QDomElement& product, QStringList& loadedNames);
+    void deleteInvalidProducts();
+    [[nodiscard]] static bool isBecomingValid(const ProductLoginSession& session);
+    [[nodiscard]] bool isKeyOfOtherServer(const QString& productKey, Server& server) const;
+    void discard(const QDomDocument& document);
+
+    SessionCore& m_core;
+    Log::ILogger& m_logger;
+};
+
+/// The basic state of a "LoginSession" element, unchecked. A null element has no user.
+[[nodiscard]] BasicLoginState readBasicState(const QDomElement& login);
+
+/// The product of this key below a "LoginSession" element, the first one when there are several; null when there is none.
+[[nodiscard]] QDomElement findProduct(const QDomElement& login, const QString& productKey);
+
+/// The date of the last sign-out that the document tells of; invalid when there was none.
+[[nodiscard]] QDateTime readLogoutDate(const QDomElement& root);
+
+} // namespace Velquor::WebServices

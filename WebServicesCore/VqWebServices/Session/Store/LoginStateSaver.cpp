@@ -1,0 +1,234 @@
+#include "Session/Store/LoginStateSaver.h"
+
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/State/LoginStateNames.h"
+#include "Session/State/LoginStateXml.h"
+#include "Values/LibraryVersion.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+namespace Velquor::WebServices {
+
+namespace Names = LoginStateNames;
+
+namespace {
+
+const auto suppressName = QStringLiteral("SuppressLoginReminder");
+const auto reminderName = QStringLiteral("LastLoginReminderDate");
+
+} // namespace
+
+LoginStateSaver::LoginStateSaver(SessionCore& core, int guardTimeoutMs)
+    : m_core(core)
+    , m_logger(*core.services.loggers.session)
+    , m_guardTimeoutMs(guardTimeoutMs)
+    , m_products(core) {}
+
+LoginStateSaver::Result LoginStateSaver::saveTokens(const ProductLoginSession& fresh) {
+    m_products.setFresh(fresh);
+    return save();
+}
+
+LoginStateSaver::Result LoginStateSaver::saveSignIn(const ProductLoginSession& fresh) {
+    m_isSignIn = true;
+    return saveTokens(fresh);
+}
+
+LoginStateSaver::Result LoginStateSaver::save() {
+    const QString path = m_core.file.path();
+    m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
+    if (m_core.clients.configuredFor(m_core.currentServer()).isEmpty()) {
+        m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
+        m_core.unsaved.settle();
+        return Result::Failed;
+    }
+    if (!m_core.isRestored()) {
+        m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
+        return Result::Failed;
+    }
+    bool isGone = false;
+    const bool isWritten = change([&](QDomElement& root) {
+        removeEnded(root);
+        if (m_isSignIn)
+            dateSignIn(root);
+        isGone = !mergeUser(root);
+        return true;
+    });
+    if (isWritten) {
+        m_core.unsaved.settle();
+        m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
+    }
+    return isGone ? Result::SignInGone : isWritten ? Result::Saved : Result::Failed;
+}
+
+bool LoginStateSaver::change(const Edit& edit) {
+    const LoginStateFile::Guard guard(m_core.file, m_guardTimeoutMs);
+    return change(guard.isHeld() ? m_core.file.readForSaving() : QDomDocument(), edit);
+}
+
+bool LoginStateSaver::change(QDomDocument document, const Edit& edit) {
+    QDomElement root = document.documentElement();
+    if (root.isNull() || (edit(root) && !m_core.file.write(document))) {
+        m_core.unsaved.ask();
+        return false;
+    }
+    m_products.confirm();
+    return true;
+}
+
+bool LoginStateSaver::mergeUser(QDomElement& root) {
+    // Others than the first are read by nobody, and would come to light when it is removed.
+    LoginStateXml::removeChildren(root, Names::loginSession, 1);
+    const bool isLoggedIn = m_core.isLoggedIn();
+    const bool writesUser = isLoggedIn && mayWriteUser(root);
+    writeHeader(root);
+    if (writesUser) {
+        QDomElement login = loginElement(root);
+        const bool isSameSignIn = m_core.basic().isSameSignIn(readBasicState(login));
+        writeUser(login);
+        m_products.writeInto(login, isSameSignIn);
+    }
+    return writesUser || !isLoggedIn;
+}
+
+void LoginStateSaver::dateSignIn(const QDomElement& root) {
+    BasicLoginState state = m_core.basic();
+    const QDateTime lastLogin = readBasicState(root.firstChildElement(Names::loginSession)).loginDate;
+    state.loginDate = loginDateAfter(state.loginDate, laterOf(readLogoutDate(root), lastLogin));
+    m_core.setBasic(state);
+}
+
+LoginStateSaver::Result LoginStateSaver::saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh) {
+    m_logger.information(QStringLiteral("Saving OAuth2 login state to login state file"));
+    Result result = Result::Failed;
+    const bool isDone = change([&](QDomElement& root) {
+        result = putOAuth2(product, fresh, root);
+        return result == Result::Saved;
+    });
+    if (!isDone) {
+        m_logger.error(QStringLiteral("Failed to save OAuth2 access token for product %1 to login state file %2")
+                           .arg(product.displayName(), m_core.file.path()));
+        return Result::Failed;
+    }
+    if (result == Result::Saved)
+        m_logger.information(QStringLiteral("Finished saving OAuth2 login state to login state file"));
+    return result;
+}
+
+LoginStateSaver::Result LoginStateSaver::putOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh,
+                                                   QDomElement& root) const {
+    if (!mayWriteUser(root))
+        return Result::SignInGone;
+    const QDomElement login = root.firstChildElement(Names::loginSession);
+    // Below the sign-in of another user, which this process could not replace yet, the product is not that of this one.
+    const bool isOwn = m_core.basic().isSameSignIn(readBasicState(login));
+    QDomElement element = isOwn ? findProduct(login, product.productKey()) : QDomElement();
+    if (element.isNull()) {
+        m_logger.error(
+            QStringLiteral(
+                "Failed to save OAuth2 access token for product %1 to login state file. Login state not found for this product in the login state file.")
+                .arg(product.displayName()));
+        return Result::Failed;
+    }
+    root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
+    product.SaveOAuth2(element, fresh);
+    return Result::Saved;
+}
+
+void LoginStateSaver::markEnded(const BasicLoginState& ended) {
+    m_core.markEnded(ended);
+    m_core.setLogoutDate(laterOf(m_core.logoutDate(), logoutDateFor(m_core.services.now(), ended.loginDate)));
+}
+
+bool LoginStateSaver::endSignIn(const BasicLoginState& ended) {
+    m_logger.information(QStringLiteral("Saving login state to file %1").arg(m_core.file.path()));
+    markEnded(ended);
+    const bool isDone = change([this](QDomElement& root) { return writeSignOut(root); });
+    if (isDone)
+        m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(m_core.file.path()));
+    return isDone;
+}
+
+bool LoginStateSaver::endSignIn(const BasicLoginState& ended, const QDomDocument& document) {
+    markEnded(ended);
+    return change(document, [this](QDomElement& root) { return writeSignOut(root); });
+}
+
+void LoginStateSaver::removeEnded(QDomElement& root) const {
+    if (m_core.isEnded(readBasicState(root.firstChildElement(Names::loginSession))))
+        LoginStateXml::removeChildren(root, Names::loginSession);
+}
+
+bool LoginStateSaver::writeSignOut(QDomElement& root) {
+    removeEnded(root);
+    const BasicLoginState left = readBasicState(root.firstChildElement(Names::loginSession));
+    if (left.hasUser() && left.loginDate.isValid()) {
+        m_logger.information(
+            QStringLiteral("Keeping the login state in login state file. A user has signed in later in another process."));
+        // Later than that sign-in, the date of this sign-out would end it.
+        m_core.setLogoutDate(readLogoutDate(root));
+        return false;
+    }
+    LoginStateXml::removeChildren(root, Names::loginSession);
+    writeHeader(root);
+    return true;
+}
+
+void LoginStateSaver::writeHeader(QDomElement& root) {
+    root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
+    LoginStateXml::setText(root, QStringLiteral("LastSavedBy"), m_core.services.savedBy);
+    QDomElement settings = LoginStateXml::childOrNew(root, Names::settings);
+    // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten. But none behind a sign-in that
+    // this process has not taken over yet.
+    const bool isOthers = !m_core.isLoggedIn() && !root.firstChildElement(Names::loginSession).isNull();
+    const QDateTime inFile = LoginStateXml::date(settings, Names::logoutDate);
+    LoginStateXml::setDate(settings, Names::logoutDate, isOthers ? inFile : laterOf(inFile, m_core.logoutDate()));
+    settings.setAttribute(QStringLiteral("CurrentServer"), static_cast<int>(m_core.currentServer()));
+    settings.setAttribute(reminderName, settings.attribute(reminderName));
+    if (settings.attribute(suppressName).isEmpty())
+        LoginStateXml::setFlag(settings, suppressName, false);
+}
+
+bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
+    switch (compareSignIns(m_core.basic(), readBasicState(root.firstChildElement(Names::loginSession)), readLogoutDate(root))) {
+    case StateOrigin::SignedOutElsewhere:
+        m_logger.warning(QStringLiteral("Not saving the login state of the user. The user was signed out by another process."));
+        return false;
+    case StateOrigin::SignedInElsewhere:
+        m_logger.warning(
+            QStringLiteral("Not saving the login state of the user. A user has signed in later in another process."));
+        return false;
+    case StateOrigin::Same:
+    case StateOrigin::Older: break;
+    }
+    return true;
+}
+
+QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
+    QDomElement login = LoginStateXml::childOrNew(root, Names::loginSession);
+    const QString userInFile = readBasicState(login).user();
+    const bool isOtherUser = !userInFile.isEmpty() && userInFile != m_core.basic().user();
+    const bool isOtherServer = LoginStateXml::number(login, Names::server, m_core.currentServer()) != m_core.currentServer();
+    if (isOtherUser || isOtherServer) {
+        // Tokens of one user must never stand under the name of another.
+        root.removeChild(login);
+        login = LoginStateXml::childOrNew(root, Names::loginSession);
+    }
+    return login;
+}
+
+void LoginStateSaver::writeUser(QDomElement& login) {
+    const BasicLoginState state = m_core.basic();
+    login.setAttribute(Names::server, static_cast<int>(m_core.currentServer()));
+    LoginStateXml::setText(login, Names::userName, state.userName);
+    LoginStateXml::setText(login, Names::userId, state.userId);
+    LoginStateXml::setText(login, Names::ldapDomainKey, state.ldapDomainKey);
+    LoginStateXml::setDate(login, Names::sessionExpiryDate, state.sessionExpiryDate);
+    LoginStateXml::setDate(login, Names::loginDate, state.loginDate);
+    LoginStateXml::setSecret(login, Names::clientId, state.clientId);
+    LoginStateXml::setSecret(login, Names::ntUserName, state.ntUserName);
+    LoginStateXml::setSecret(login, Names::machineAddress, state.machineAddress);
+    QDomElement cookies = LoginStateXml::childOrNew(login, Names::cookies);
+    LoginStateXml::setSecret(cookies, Names::loginCookies, state.loginCookies);
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Session/Core/SessionState.h"
+
+#include <QDomElement>
+#include <QMap>
+
+namespace Velquor::WebServices {
+
+/// Puts the products of this process into the login state of the user in the file, beside those of other processes, and knows
+/// which side holds the newer tokens of each.
+///
+/// Thread: any, under the login session lock. Owner: the saver. Errors: none; a product without tokens is not written.
+class ProductMerge {
+public:
+    explicit ProductMerge(SessionCore& core);
+
+    /// The tokens of this product were just obtained.
+    void setFresh(const ProductLoginSession& fresh) { m_fresh = &fresh; }
+
+    /// `isSameSignIn`: what stands in the element is of the sign-in in memory.
+    void writeInto(QDomElement& login, bool isSameSignIn);
+
+    /// The document was written to the file.
+    void confirm();
+
+private:
+    using Nodes = QMap<QString, QDomElement>;
+
+    [[nodiscard]] Nodes takeStock(QDomElement& products) const;
+    void writeProduct(QDomElement& products, const ProductSessionPointer& session, const QDomElement& earlier, bool isSameSignIn);
+
+    SessionCore& m_core;
+    const ProductLoginSession* m_fresh = nullptr;
+    QVector<ProductSessionPointer> m_written;
+};
+
+} // namespace Velquor::WebServices

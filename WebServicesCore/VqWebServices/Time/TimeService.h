@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Time/TimeCorrection.h"
+#include "Time/TimeQuery.h"
+#include "Time/TimeServerUrls.h"
+#include "Time/TimeServiceDependencies.h"
+#include "Time/UpdateSchedule.h"
+
+#include <QObject>
+#include <QTimer>
+#include <atomic>
+#include <chrono>
+#include <memory>
+
+namespace Velquor::OAuth {
+
+/// The worker of the time service: asks the time servers when it is due and leaves what they say to the signers.
+///
+/// Thread: lives on a thread of its own; the triggers and isRunning() from any, everything else there. Owner: TimeServiceImp,
+/// through that thread. Errors: one log line each; a query that fails is repeated on its own.
+class TimeService final : public QObject {
+    Q_OBJECT
+
+public:
+    TimeService(TimeServerUrls urls, std::shared_ptr<TimeCorrection> correction, TimeServiceParts parts);
+    ~TimeService() override;
+    Q_DISABLE_COPY_MOVE(TimeService)
+
+    [[nodiscard]] bool isRunning() const { return m_running; }
+
+    /// The servers from the next start on; while it runs it keeps those that it has.
+    void useUrls(const TimeServerUrls& urls);
+
+Q_SIGNALS:
+    void StartServiceTrigger();
+    void StopServiceTrigger();
+    void StartTimerTrigger(std::chrono::milliseconds interval);
+    void StopTimerTrigger();
+    void UpdateTimeTrigger(bool updateNow);
+
+public Q_SLOTS:
+    void StartServiceSlot();
+    void StopServiceSlot();
+    void StartTimerSlot(std::chrono::milliseconds interval);
+    void StopTimerSlot();
+    void UpdateTimeSlot(bool updateNow);
+    void TimerTimeout();
+
+private:
+    void restartTimer();
+    void updateWhenDue();
+    void handleChange(const UpdateDecision& decision, const ClockReading& now);
+    void query();
+    void queryFinished(const TimeAnswer& answer);
+    [[nodiscard]] bool followRedirect(const QUrl& url, const TimeAnswer& answer);
+    void succeed(const QUrl& url, qint64 seconds);
+    void fail();
+
+    const TimeServiceParts m_parts;
+    const std::shared_ptr<TimeCorrection> m_correction;
+    const std::shared_ptr<Log::ILogger> m_logger;
+    TimeServerUrls m_urls;
+    UpdateSchedule m_schedule;
+    std::unique_ptr<TimeQuery> m_query; ///< set while a server is asked
+    QTimer m_timer;
+    std::atomic<bool> m_running{false};
+};
+
+} // namespace Velquor::OAuth
+
+Q_DECLARE_METATYPE(std::chrono::milliseconds)

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Network/Urls/UrlStore.h"
+#include "Time/ITimeService.h"
+#include "Time/TimeServiceDependencies.h"
+
+#include <QMutex>
+#include <QThread>
+#include <QtGlobal>
+#include <memory>
+
+namespace Velquor::OAuth {
+
+class TimeCorrection;
+class TimeService;
+
+/// The time service as the runtime holds it: makes the worker and its thread, and ends both.
+///
+/// Thread: any. Owner: shared by the runtime, the signer's host and the token workers; who outlives stop() finds that there is no
+/// corrected time any more, and that the service is disabled. Errors: one log line each.
+class TimeServiceImp final : public ITimeService {
+public:
+    /// The time servers are those of the server's "TimeServerUrls" in the store, which must outlive this object.
+    TimeServiceImp(WebServices::UrlStore& urls, WebServices::Server server, TimeServiceParts parts);
+    ~TimeServiceImp() override;
+    Q_DISABLE_COPY_MOVE(TimeServiceImp)
+
+    /// Whose time servers to ask; takes effect with the next start.
+    void setServer(WebServices::Server server);
+
+    [[nodiscard]] std::optional<qint64> correctedTime() const override;
+    void start() override;
+    void stop() override;
+    void handleIncorrectSystemTime() override;
+
+private:
+    void startWorker();
+    [[nodiscard]] bool createWorker();
+
+    WebServices::UrlStore& m_urls;
+    const TimeServiceParts m_parts;
+    mutable QMutex m_mutex;
+    WebServices::Server m_server;
+    bool m_enabled;
+    std::shared_ptr<TimeCorrection> m_correction;
+    std::unique_ptr<QThread> m_thread;
+    TimeService* m_worker = nullptr; ///< lives on the thread and is deleted with it
+};
+
+} // namespace Velquor::OAuth

@@ -1,0 +1,116 @@
+#include "Tokens/OAuth2/OAuth2Exchange.h"
+
+#include "Tokens/TokenReply.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int maximumBody = 256 * 1024;
+constexpr int maximumDigits = 10;
+constexpr double maximumSeconds = 1e10;
+
+/// A form parameter: its text with a place for the value, and the value in clear.
+struct FormPart {
+    const char* text;
+    Util::SecretBytes value;
+};
+
+constexpr int placeHolderSize = 2;
+constexpr int longestEscape = 3;
+
+bool isUnreserved(unsigned char byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '-'
+           || byte == '.' || byte == '_' || byte == '~';
+}
+
+void appendEncoded(QByteArray& form, const Util::SecretBytes& value) {
+    static const char digits[] = "0123456789ABCDEF";
+    for (const char character : value.view()) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (isUnreserved(byte))
+            form += character;
+        else
+            form.append('%').append(digits[byte >> 4]).append(digits[byte & 0xf]);
+    }
+}
+
+// In one buffer that is reserved once: one that grows leaves what it held behind in freed memory.
+Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
+    int size = 0;
+    for (const FormPart& part : parts)
+        size += static_cast<int>(qstrlen(part.text)) + longestEscape * part.value.size();
+    QByteArray form;
+    form.reserve(size);
+    for (const FormPart& part : parts) {
+        form.append(part.text, static_cast<int>(qstrlen(part.text)) - placeHolderSize);
+        appendEncoded(form, part.value);
+    }
+    return Util::SecretBytes(std::move(form));
+}
+
+// Digits only: a conversion of Qt's would take blanks and signs, and give its default for a fraction or a text.
+QByteArray wholeSeconds(const QJsonValue& value) {
+    if (value.isDouble()) {
+        const double seconds = value.toDouble();
+        const bool isWhole = seconds >= 1 && seconds <= maximumSeconds && std::floor(seconds) == seconds;
+        return isWhole ? QByteArray::number(static_cast<qint64>(seconds)) : QByteArray();
+    }
+    const QByteArray digits = value.toString().toUtf8();
+    const bool isDecimal = digits.size() <= maximumDigits && digits.toLongLong() > 0
+                           && std::all_of(digits.begin(), digits.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
+    return isDecimal ? digits : QByteArray();
+}
+
+} // namespace
+
+bool hasOAuth2Keys(const WebServicesConfiguration& configuration) {
+    const WebServicesConfigurationImp& data = WebServicesConfigurationImp::of(configuration);
+    return !data.oauth2ConsumerKey.isEmpty() && !data.oauth2ConsumerSecret.isEmpty();
+}
+
+Util::SecretBytes oauth2Form(const WebServicesConfiguration& configuration, const ProductTokens& tokens, Util::ICryptor& cryptor,
+                             const QString& tokenType, const QString& scope) {
+    const WebServicesConfigurationImp& data = WebServicesConfigurationImp::of(configuration);
+    std::vector<FormPart> parts;
+    parts.push_back({"client_id=%1", data.oauth2ConsumerKey.reveal()});
+    parts.push_back({"&client_secret=%1", data.oauth2ConsumerSecret.reveal()});
+    parts.push_back({"&oauth1_token=%1", cryptor.decrypt(tokens.accessToken)});
+    parts.push_back({"&oauth1_secret=%1", cryptor.decrypt(tokens.accessTokenSecret)});
+    const auto isMissing = [](const FormPart& part) { return part.value.isEmpty(); };
+    if (std::any_of(parts.begin(), parts.end(), isMissing))
+        return {};
+    parts.push_back({"&token_type=%1", Util::SecretBytes::fromText(tokenType)});
+    if (!scope.isEmpty())
+        parts.push_back({"&scope=%1", Util::SecretBytes::fromText(scope)});
+    return encodedForm(parts);
+}
+
+QNetworkRequest oauth2Request(const QUrl& url) {
+    QNetworkRequest request(url);
+    request.setRawHeader("Content-Type", "application/x-www-form-urlencoded");
+    return request;
+}
+
+bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply) {
+    if (body.size() > maximumBody)
+        return false;
+    const QJsonObject json = QJsonDocument::fromJson(body).object();
+    Util::SecretBytes token = Util::SecretBytes::fromText(json.value(QStringLiteral("access_token")).toString());
+    const QByteArray seconds = wholeSeconds(json.value(QStringLiteral("expires_in")));
+    const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, now);
+    if (!isUsableToken(token.view()) || !expiry.isValid())
+        return false;
+    reply.token = std::move(token);
+    reply.expiryDate = expiry;
+    return true;
+}
+
+} // namespace Velquor::WebServices

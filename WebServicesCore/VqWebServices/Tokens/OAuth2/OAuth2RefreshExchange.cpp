@@ -1,0 +1,190 @@
+// The part of the OAuth2 refresher that asks the server and deals with its answer.
+
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/OAuth2/OAuth2Exchange.h"
+#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Tokens/OAuth2/OAuth2TokenRefresher.h"
+#include "Tokens/OAuth2/ProductSessionLock.h"
+#include "Tokens/Refresh/RefreshTiming.h"
+#include "Tokens/OAuth2/RetrySchedules.h"
+#include "VqUtil/General/HumanText.h"
+
+#include <utility>
+
+namespace Velquor::WebServices {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+void OAuth2TokenRefresher::request() {
+    if (!owner().catchUpWithFile(signInMark()))
+        return signInGone();
+    const bool isValid = m_session.token().isValid(now());
+    const bool isRenewed = isValid && isAnotherToken();
+    if (m_elsewhere) {
+        const auto finished = QStringLiteral("Finished waiting for OAuth2 token refresh to finish in another process. %1.");
+        log().information(finished.arg(isRenewed ? QStringLiteral("Refresh successful") : QStringLiteral("Refresh failed")));
+    }
+    if (isRenewed)
+        return takeFromFile();
+    if (isOnlyForExpired() && isValid) {
+        finish(1);
+        return updateRefreshTimer();
+    }
+    m_published = true;
+    m_flags.set(m_flag);
+    log().information(QStringLiteral("Refreshing OAuth2 token %1").arg(modeAdverb(isSynchronous())));
+    sendRequest();
+}
+
+Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration& configuration) {
+    const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
+                                  services().loggers.lock);
+    m_sentTokens = owner().tokens();
+    // The server's words for the types differ between query and refresh.
+    const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();
+    return oauth2Form(configuration, m_sentTokens, *services().cryptor, type, m_session.scope());
+}
+
+void OAuth2TokenRefresher::sendRequest() {
+    const ConfigurationPointer configuration = owner().configuration();
+    if (!configuration)
+        return refuse(QStringLiteral("Cannot start OAuth2 token refresh. Configuration has been deleted."));
+    const QString reason = refusal();
+    if (!reason.isEmpty())
+        return refuse(reason);
+    const Util::SecretBytes form = makeForm(*configuration);
+    if (!hasOAuth2Keys(*configuration))
+        return refuse(QStringLiteral("Cannot refresh OAuth2 token: OAuth2 keys not set"));
+    if (form.isEmpty())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Failed to decrypt the access token."));
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    log().information(
+        QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: %1").arg(displayUrl(url)));
+    noteTriedToken();
+    send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
+}
+
+void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
+    log().information(QStringLiteral("OAuth2 token refresh network operation thread finished"));
+    if (isAborted())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Aborted."));
+    if (!owner().isLoggedIn() || owner().signInMark() != signInMark())
+        return signInGone();
+    // Disabled since: what was discarded must not come back.
+    if (!owner().isOAuth2Enabled())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled."));
+    if (outcome.hasStatus200())
+        return succeeded(outcome);
+    // A reply that was cut off is the network's fault.
+    if (outcome.reply.status == 0 || outcome.reply.status == 200) {
+        const QString error = outcome.errorText();
+        log().warning(QStringLiteral("Failed to refresh OAuth2 token. Will retry token refresh after %1. %2 %3")
+                          .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
+                               outcome.problemText()));
+        return finishAndRetry(networkRetryMs);
+    }
+    if (outcome.reply.status == 400)
+        return refused();
+    log().error(QStringLiteral("Failed to refresh OAuth2 token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    retryAlongSchedule();
+}
+
+void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
+    OAuth2Reply reply;
+    if (!readOAuth2Reply(outcome.reply.body, now(), reply)) {
+        log().error(QStringLiteral(
+            "Failed to refresh OAuth2 token. Failed to parse server response. Response body maybe invalid or empty."));
+        return finishAndRetry(networkRetryMs);
+    }
+    switch (m_session.SetToken(reply.token, reply.expiryDate, signInMark())) {
+    case OAuth2Session::Stored::NotEncrypted:
+        log().error(QStringLiteral(
+            "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
+        return finishAndRetry(networkRetryMs);
+    case OAuth2Session::Stored::SignInGone: return signInGone();
+    case OAuth2Session::Stored::Busy: return finishAndRetry(networkRetryMs);
+    case OAuth2Session::Stored::Yes: break;
+    }
+    log().information(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in %1.")
+                          .arg(Util::timeSpanText(now().msecsTo(reply.expiryDate))));
+    forgetFailures();
+    finish(1);
+    owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_session.spec());
+    updateRefreshTimer();
+}
+
+void OAuth2TokenRefresher::forgetFailures() {
+    if (!m_retry.isActive())
+        return;
+    m_retry.end();
+    log().information(QStringLiteral("Ending OAuth2 token refresh retry process"));
+}
+
+void OAuth2TokenRefresher::takeFromFile() {
+    log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
+    forgetFailures();
+    finish(1);
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+    updateRefreshTimer();
+}
+
+void OAuth2TokenRefresher::refused() {
+    if (isSettledElsewhere())
+        return;
+    // The OAuth 1.0 token may be spent because another process has renewed it.
+    if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
+        log().warning(
+            QStringLiteral("The OAuth1 token was renewed by another process. Refreshing OAuth2 token with the new one."));
+        return sendRequest();
+    }
+    forgetFailures();
+    giveUp(QStringLiteral("Current OAuth2 token cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+}
+
+void OAuth2TokenRefresher::startRetryProcess() {
+    const OAuth2TokenSpec& spec = m_session.spec();
+    const std::optional<RetrySchedule> set = RetrySchedules::instance().find(owner().productKey(), spec);
+    if (!set)
+        log().information(QStringLiteral("Using default OAuth2 token refresh retry schedule"));
+    const RetrySchedule schedule = set ? *set : defaultRetrySchedule();
+    log().information(QStringLiteral("Starting OAuth2 token refresh retry process with following schedule:\n%1")
+                          .arg(retryScheduleText(schedule)));
+    m_retryMark = signInMark();
+    m_retry.start(schedule);
+}
+
+void OAuth2TokenRefresher::retryAlongSchedule() {
+    if (!m_retry.isActive())
+        startRetryProcess();
+    const std::optional<qint64> interval = m_retry.next();
+    if (interval) {
+        log().information(
+            QStringLiteral("OAuth2 token refresh retry process active: Retry attempts so far: %1 in %2. Next retry: in %3")
+                .arg(m_retry.attempts())
+                .arg(Util::timeSpanText(m_retry.elapsed()), Util::timeSpanText(*interval)));
+        return finishAndRetry(static_cast<int>(*interval));
+    }
+    m_retry.end();
+    if (isSettledElsewhere())
+        return;
+    giveUp(
+        QStringLiteral(
+            "Permanently failed to refresh OAuth2 token after %1 attempts in %2. Giving up refresh and logging out (asynchronously) to force a re-login.")
+            .arg(m_retry.attempts())
+            .arg(Util::timeSpanText(m_retry.elapsed())));
+}
+
+void OAuth2TokenRefresher::OAuth2TokenRefreshedInAnotherProcess(const QString& consumerKey) {
+    if (owner().productKey().isEmpty()) {
+        log().error(QStringLiteral(
+            "Received OAuth2TokenRefreshed event from another process. But consumer key is empty in product login session object."));
+        return;
+    }
+    if (owner().productKey() != consumerKey)
+        return;
+    log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
+    (void)owner().catchUpWithFile(owner().signInMark());
+    OAuth2TokenAvailable();
+}
+
+} // namespace Velquor::WebServices

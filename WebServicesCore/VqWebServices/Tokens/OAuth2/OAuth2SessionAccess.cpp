@@ -1,0 +1,137 @@
+// The part of an OAuth2 session that other threads call: asking the workers, and waiting for them.
+
+#include "Tokens/OAuth2/OAuth2Session.h"
+
+#include "Tokens/OAuth2/OAuth2TokenFetcher.h"
+#include "Tokens/OAuth2/OAuth2TokenRefresher.h"
+#include "Values/CallerText.h"
+#include "Values/OAuth2TokenImp.h"
+
+#include <QMutexLocker>
+
+namespace Velquor::WebServices {
+
+bool OAuth2Session::QueryOAuth2Token(bool synchronous) {
+    if (!m_owner.tokens().areComplete()) {
+        log().error(QStringLiteral("QueryOAuth2Token called when there is no token"));
+        return false;
+    }
+    RunWaiter waiter(m_queries);
+    QueryWorker::Answer answer = QueryWorker::Answer::Refused;
+    {
+        const QMutexLocker lock(&m_workerMutex);
+        if (m_fetcher)
+            answer = m_fetcher->ask(synchronous);
+    }
+    if (answer == QueryWorker::Answer::Wait || answer == QueryWorker::Answer::Joined)
+        return QueryWorker::waitForEnd(waiter, answer, m_owner.services(), oauth2QueryTexts());
+    return answer != QueryWorker::Answer::Refused;
+}
+
+bool OAuth2Session::refreshToken(bool synchronous, RefreshWorker::Reason reason) {
+    RunWaiter waiter(m_refreshes);
+    RefreshWorker::Answer answer = RefreshWorker::Answer::Refused;
+    {
+        const QMutexLocker lock(&m_workerMutex);
+        if (m_refresher)
+            answer = m_refresher->ask(synchronous, reason);
+    }
+    if (answer == RefreshWorker::Answer::Wait)
+        return RefreshWorker::waitForEnd(waiter, m_owner.services(), oauth2RefreshTexts());
+    return answer != RefreshWorker::Answer::Refused;
+}
+
+void OAuth2Session::waitForQuery() {
+    if (!m_queries->isBusy())
+        return;
+    RunWaiter waiter(m_queries);
+    log().information(QStringLiteral("GetOAuth2AccessToken: OAuth2 token query is in progress. Waiting for it to finish."));
+    (void)waiter.wait(m_owner.services().tokenTimeoutMs);
+    log().information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for OAuth2 token query."));
+}
+
+void OAuth2Session::waitForRefresh() {
+    if (!m_refreshes->isBusy())
+        return;
+    RunWaiter waiter(m_refreshes);
+    log().information(QStringLiteral("GetOAuth2AccessToken: Waiting for OAuth2 token refresh to finish in this process"));
+    (void)waiter.wait(m_owner.services().tokenTimeoutMs);
+    log().information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for OAuth2 token refresh"));
+}
+
+bool OAuth2Session::query() {
+    log().information(
+        QStringLiteral("GetOAuth2AccessToken: OAuth2 token not queried yet. Initiating query and waiting for it to finish."));
+    (void)QueryOAuth2Token(true);
+    if (!token().isPresent()) {
+        log().error(QStringLiteral(
+            "GetOAuth2AccessToken: Finished waiting. OAuth2 access token query failed in this process. Returning empty token."));
+        return false;
+    }
+    log().information(QStringLiteral(
+        "GetOAuth2AccessToken: Finished waiting. OAuth2 access token query successfully finished in this process."));
+    return true;
+}
+
+OAuth2Token OAuth2Session::GetOAuth2AccessToken(bool waitToFinish, bool refreshIfExpired) {
+    if (waitToFinish) {
+        waitForQuery();
+        waitForRefresh();
+    }
+    if (!token().isPresent()) {
+        if (!waitToFinish) {
+            log().information(QStringLiteral(
+                "GetOAuth2AccessToken: Oauth2 token not found. Maybe not queried yet. Returning empty token without waiting since waitToFinish is false."));
+            return {};
+        }
+        if (!query())
+            return {};
+    }
+    if (token().isExpired(m_owner.services().now()) && refreshIfExpired) {
+        log().information(QStringLiteral("GetOAuth2AccessToken: OAuth2 token has expired. Refreshing it synchronously."));
+        (void)refreshToken(true, RefreshWorker::Reason::Expired);
+    }
+    return decryptedToken();
+}
+
+OAuth2Token OAuth2Session::decryptedToken() const {
+    const OAuth2TokenData held = token();
+    if (!held.isPresent())
+        return {};
+    if (held.isExpired(m_owner.services().now())) {
+        log().warning(QStringLiteral("GetOAuth2AccessToken: OAuth2 token has expired. Returning empty token."));
+        return {};
+    }
+    OAuth2Token made;
+    OAuth2TokenImp::of(made).token = wideText(m_owner.services().cryptor->decrypt(held.token).toText());
+    OAuth2TokenImp::of(made).spec = m_spec;
+    return made;
+}
+
+bool OAuth2Session::isRefreshTimerActive() const {
+    const QMutexLocker lock(&m_workerMutex);
+    return m_refresher && m_refresher->isTimerActive();
+}
+
+void OAuth2Session::tokensChanged() {
+    const QMutexLocker lock(&m_workerMutex);
+    if (m_refresher)
+        QMetaObject::invokeMethod(m_refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable, Qt::QueuedConnection);
+}
+
+void OAuth2Session::acquiredElsewhere() {
+    const QMutexLocker lock(&m_workerMutex);
+    if (m_fetcher)
+        QMetaObject::invokeMethod(m_fetcher, &OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess, Qt::QueuedConnection);
+}
+
+void OAuth2Session::refreshedElsewhere(const QString& consumerKey) {
+    const QMutexLocker lock(&m_workerMutex);
+    if (!m_refresher)
+        return;
+    QMetaObject::invokeMethod(
+        m_refresher, [refresher = m_refresher, consumerKey] { refresher->OAuth2TokenRefreshedInAnotherProcess(consumerKey); },
+        Qt::QueuedConnection);
+}
+
+} // namespace Velquor::WebServices

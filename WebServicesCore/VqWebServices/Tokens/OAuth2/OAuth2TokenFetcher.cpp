@@ -1,0 +1,215 @@
+#include "Tokens/OAuth2/OAuth2TokenFetcher.h"
+
+#include "Network/Diagnosis/BodyMask.h"
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/OAuth2/OAuth2Exchange.h"
+#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Values/OAuth2TokenSpecImp.h"
+#include "Values/WebServicesConfigurationImp.h"
+#include "VqUtil/General/HumanText.h"
+
+#include <QCryptographicHash>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+namespace {
+
+constexpr int retryMs = 30000;
+
+// Scopes are equal whatever their case.
+QString specText(const OAuth2TokenSpec& spec) {
+    return OAuth2TokenSpecImp::of(spec).toText().toLower();
+}
+
+// Scopes are free text; names of locks are not.
+QString lockName(const QString& keyDigest, const OAuth2TokenSpec& spec) {
+    const QByteArray digest = QCryptographicHash::hash(specText(spec).toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
+    return QStringLiteral("Velquor.WebServices.OAuth2TokenQuery.%1.%2").arg(keyDigest, QString::fromLatin1(digest));
+}
+
+} // namespace
+
+OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest)
+    : QueryWorker(owner, flags, oauth2QueryTexts(), lockName(keyDigest, session.spec()),
+                  RequestFlag::oauth2QueryOfSpec.arg(specText(session.spec())))
+    , m_session(session) {}
+
+OAuth2TokenFetcher::~OAuth2TokenFetcher() {
+    showQuery(false);
+}
+
+void OAuth2TokenFetcher::showQuery(bool isUnderWay) {
+    if (std::exchange(m_isShown, isUnderWay) == isUnderWay)
+        return;
+    if (isUnderWay)
+        m_flags.set(RequestFlag::oauth2Query);
+    else
+        m_flags.clear(RequestFlag::oauth2Query);
+}
+
+void OAuth2TokenFetcher::emitFinished() {
+    showQuery(false);
+    emit OAuth2TokenQueryFinished();
+}
+
+void OAuth2TokenFetcher::gaveUpWaiting() {
+    finish(0);
+    startQueryTimer(retryMs);
+}
+
+void OAuth2TokenFetcher::TokenAcquired() {
+    if (!owner().isOAuth2Enabled())
+        return;
+    if (m_session.token().isValid(now())) {
+        log().information(QStringLiteral(
+            "Received web services event TokenAcquired and ignored. OAuth2 token is already available and doesn't need to be queried."));
+    } else if (run().isBusy()) {
+        log().information(
+            QStringLiteral("Received web services event TokenAcquired and ignored. OAuth2 token query is already in progress."));
+    } else if (!owner().tokens().areComplete()) {
+        log().information(QStringLiteral("Received web services event TokenAcquired and ignored. There is no token."));
+    } else {
+        log().information(QStringLiteral("Received web services event TokenAcquired. Starting asynchronous OAuth2 token query."));
+        (void)ask(false);
+    }
+}
+
+void OAuth2TokenFetcher::TokenRefreshed() {
+    if (owner().isOAuth2Enabled() && !m_session.token().isPresent() && !run().isBusy())
+        (void)ask(false);
+}
+
+QString OAuth2TokenFetcher::refusal() {
+    m_signInMark = owner().signInMark();
+    m_resent = false;
+    const ConfigurationPointer configuration = owner().configuration();
+    if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
+        return QStringLiteral("Failed to query OAuth2 token. Current configuration is not valid.");
+    if (!owner().isOAuth2Enabled())
+        return QStringLiteral("Cannot query OAuth2 token. OAuth2 is not enabled.");
+    if (!hasOAuth2Keys(*configuration))
+        return QStringLiteral("Cannot query OAuth2 token. OAuth2 keys not set.");
+    const auto unusable = QStringLiteral("Cannot query OAuth2 token. %1.");
+    if (!owner().isLoggedIn() || !owner().tokens().areComplete())
+        return unusable.arg(QStringLiteral("No token found"));
+    return owner().tokens().areExpired(now()) ? unusable.arg(QStringLiteral("Token has expired")) : QString();
+}
+
+bool OAuth2TokenFetcher::takeFromFile() {
+    // Those who asked while another query ended find its result here.
+    if (m_session.token().isValid(now()))
+        return true;
+    if (!owner().catchUpWithFile(owner().signInMark()) || !m_session.token().isValid(now()))
+        return false;
+    announceLoaded();
+    return true;
+}
+
+void OAuth2TokenFetcher::announceLoaded() {
+    log().information(
+        QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
+    m_announced = m_session.token().token;
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+}
+
+void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
+    // The file may have been looked at before the event arrived.
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInMark()) && m_session.token().isValid(now())
+        && m_session.token().token != m_announced)
+        announceLoaded();
+}
+
+bool OAuth2TokenFetcher::request() {
+    log().information(QStringLiteral("Getting OAuth2 token"));
+    const ConfigurationPointer configuration = owner().configuration();
+    // The server's words for the types differ between query and refresh.
+    const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
+    m_sentTokens = owner().tokens();
+    const Util::SecretBytes form = configuration
+                                       ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
+                                       : Util::SecretBytes();
+    if (form.isEmpty()) {
+        log().error(QStringLiteral("Failed to query OAuth2 token. Failed to decrypt the access token."));
+        return false;
+    }
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    showQuery(true);
+    send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
+    return true;
+}
+
+void OAuth2TokenFetcher::ignoreResult() {
+    log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
+    finish(0);
+}
+
+void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
+    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+        return ignoreResult();
+    if (isAborted())
+        return finish(0);
+    // Disabled since: what was discarded must not come back.
+    if (!owner().isOAuth2Enabled()) {
+        log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
+        return finish(0);
+    }
+    OAuth2Reply reply;
+    if (outcome.hasStatus200() && readOAuth2Reply(outcome.reply.body, now(), reply))
+        return succeeded(reply);
+    failed(outcome);
+}
+
+void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
+    // Another process may have signed the user out, or renewed the OAuth 1.0 token, which spends the one that was sent.
+    if (!owner().catchUpWithFile(m_signInMark))
+        return ignoreResult();
+    if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
+        if (!request())
+            finish(0);
+        return;
+    }
+    finishAndRetry(failureText(outcome, Util::timeSpanText(retryMs)));
+}
+
+QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QString& retry) const {
+    if (outcome.reply.isNull)
+        return QStringLiteral("Failed to get OAuth2 token. Reply object is nullptr. Will retry after %1").arg(retry);
+    if (!outcome.hasStatus200())
+        return QStringLiteral("Failed to get OAuth2 token. Will retry after %1. %2")
+            .arg(retry, outcome.errorText() + outcome.problemText());
+    if (outcome.reply.body.isEmpty())
+        return QStringLiteral("Failed to get OAuth2 token. Will retry after %1. Response body from server is empty. %2")
+            .arg(retry, outcome.reply.dump.join(QLatin1Char('\n')));
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
+    return QStringLiteral(
+               "Failed to get OAuth2 token. Url: %1. Failed to parse server response. Will retry after %2. Response body:\n%3")
+        .arg(displayUrl(url), retry, maskedBody(outcome.reply.body, QString::fromLatin1(outcome.reply.header("Content-Type"))));
+}
+
+void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
+    log().error(text);
+    finish(0);
+    startQueryTimer(retryMs);
+    owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_session.spec());
+}
+
+void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
+    log().information(QStringLiteral("Got OAuth2 token"));
+    switch (m_session.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
+    case OAuth2Session::Stored::NotEncrypted:
+        return finishAndRetry(QStringLiteral(
+            "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
+    case OAuth2Session::Stored::SignInGone: return ignoreResult();
+    case OAuth2Session::Stored::Busy: return gaveUpWaiting();
+    case OAuth2Session::Stored::Yes: break;
+    }
+    m_announced = m_session.token().token;
+    finish(1);
+    owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+}
+
+} // namespace Velquor::WebServices

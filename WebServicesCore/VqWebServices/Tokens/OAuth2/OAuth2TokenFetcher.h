@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Tokens/Query/QueryWorker.h"
+
+namespace Velquor::WebServices {
+
+class OAuth2Session;
+struct OAuth2Reply;
+
+/// Asks for the OAuth2 token of a session in exchange for the product's OAuth 1.0 access token; tries again for ever while it
+/// fails.
+///
+/// Thread, owner and errors: as of TokenWorker.
+class OAuth2TokenFetcher : public QueryWorker {
+    Q_OBJECT
+
+public:
+    OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest);
+    ~OAuth2TokenFetcher() override;
+
+public slots:
+    /// The product's OAuth 1.0 token has been acquired, which is what a query waits for.
+    void TokenAcquired();
+    /// It has been renewed: a query that failed because it had expired can be done now.
+    void TokenRefreshed();
+    /// Another process reports that it has acquired the OAuth2 token.
+    void OAuth2TokenAcquiredInAnotherProcess();
+
+signals:
+    void OAuth2TokenQueryFinished();
+
+protected:
+    [[nodiscard]] QString refusal() override;
+    [[nodiscard]] bool takeFromFile() override;
+    [[nodiscard]] bool request() override;
+    void handleReply(const ExchangeOutcome& outcome) override;
+    void emitFinished() override;
+    void gaveUpWaiting() override;
+
+private:
+    [[nodiscard]] QString failureText(const ExchangeOutcome& outcome, const QString& retry) const;
+    void succeeded(const OAuth2Reply& reply);
+    void failed(const ExchangeOutcome& outcome);
+    void finishAndRetry(const QString& text);
+    void ignoreResult();
+    void showQuery(bool isUnderWay);
+    void announceLoaded();
+
+    OAuth2Session& m_session;
+    QString m_signInMark;
+    ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
+    QByteArray m_announced;     ///< The token, encrypted, of which the observers were told last.
+    bool m_resent = false;
+    bool m_isShown = false; ///< The flag for queries of any kind is set.
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,43 @@
+#include "Tokens/Poller.h"
+
+#include <utility>
+
+namespace Velquor::WebServices {
+
+Polling::Polling(QObject* worker)
+    : QObject(worker)
+    , m_timer(this) {
+    m_timer.setSingleShot(true);
+    QObject::connect(&m_timer, &QTimer::timeout, this, &Polling::tryNow);
+}
+
+void Polling::start(int timeoutMs, const Attempt& attempt, const Next& succeeded, const Next& timedOut) {
+    m_timer.stop();
+    m_timeoutMs = timeoutMs;
+    m_attempt = attempt;
+    m_succeeded = succeeded;
+    m_timedOut = timedOut;
+    m_elapsed.start();
+    tryNow();
+}
+
+void Polling::stop() {
+    m_timer.stop();
+    m_attempt = {};
+    m_succeeded = {};
+    m_timedOut = {};
+}
+
+void Polling::tryNow() {
+    const bool succeeded = m_attempt();
+    if (!succeeded && m_elapsed.elapsed() < m_timeoutMs) {
+        m_timer.start(pauseMs);
+        return;
+    }
+    // What follows may start the next attempt, so this one is taken down first.
+    const Next next = succeeded ? std::move(m_succeeded) : std::move(m_timedOut);
+    stop();
+    next();
+}
+
+} // namespace Velquor::WebServices

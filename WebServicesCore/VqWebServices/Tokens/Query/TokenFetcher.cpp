@@ -1,0 +1,170 @@
+#include "Tokens/Query/TokenFetcher.h"
+
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/TokenReply.h"
+#include "VqUtil/General/HumanText.h"
+
+namespace Velquor::WebServices {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+namespace {
+
+constexpr int retryMs = 5000;
+constexpr int maximumRetries = 5;
+
+} // namespace
+
+TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest)
+    : QueryWorker(owner, flags, tokenQueryTexts(), QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest,
+                  RequestFlag::tokenQuery) {
+    log().information(QStringLiteral("Constructor"));
+}
+
+TokenFetcher::~TokenFetcher() {
+    log().information(QStringLiteral("Destructor"));
+}
+
+bool TokenFetcher::CheckAutomaticLogin() {
+    if (run().isBusy()) {
+        log().information(QStringLiteral("Skipping token query. It is already in progress."));
+        return true;
+    }
+    const OtherLogin other = owner().otherLogin();
+    if (!other.isFound()) {
+        log().information(QStringLiteral("No need to query tokens. No other product's login credentials found."));
+        return false;
+    }
+    log().information(QStringLiteral("Found another product's (%1) login credentials to automatically login this product")
+                          .arg(other.productName + QLatin1Char(':') + other.productKey));
+    const Answer answer = ask(false);
+    return answer == Answer::Started || answer == Answer::Skipped;
+}
+
+QString TokenFetcher::refusal() {
+    m_signInMark = owner().signInMark();
+    return owner().otherLogin().isFound()
+               ? QString()
+               : QStringLiteral(
+                   "Failed to query token. Client id or other product's session handle is empty. Possibly user logged out.");
+}
+
+bool TokenFetcher::takeFromFile() {
+    if (!owner().catchUpWithFile(owner().signInMark()) || !owner().tokens().areComplete())
+        return false;
+    log().information(QStringLiteral("Token acquired in another process. Loading the token in this process."));
+    m_failureCount = 0;
+    emit TokenAvailable();
+    owner().raiseEvent(Event::TokenAvailable);
+    return true;
+}
+
+bool TokenFetcher::request() {
+    log().information(QStringLiteral("Getting token %1").arg(modeAdverb(isSynchronous())));
+    const QUrl url = owner().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    const ConfigurationPointer configuration = owner().configuration();
+    const Util::SecretBytes handle = services().cryptor->decrypt(owner().otherLogin().sessionHandle);
+    QNetworkRequest request;
+    if (!configuration || handle.isEmpty()
+        || !signGet(*services().oauthHost, url, consumerKeys(*configuration), request,
+                    {{"oauth_session_handle", handle.view()}})) {
+        log().error(QStringLiteral("Failed to sign url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
+                        .arg(displayUrl(url)));
+        return false;
+    }
+    log().information(QStringLiteral("Starting network operation in separate thread to query token: %1").arg(displayUrl(url)));
+    send(request, QStringLiteral("GET"), {});
+    return true;
+}
+
+void TokenFetcher::ignoreResult() {
+    log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
+    finish(0);
+}
+
+void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
+    log().information(QStringLiteral("Token query network operation thread finished"));
+    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+        return ignoreResult();
+    if (isAborted())
+        return finish(0);
+    log().information(QStringLiteral("Token query thread finished"));
+    if (outcome.hasStatus200())
+        storeReply(outcome);
+    else
+        handleFailure(outcome);
+}
+
+void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
+    const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
+    ProductTokens tokens;
+    if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
+        log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
+                        .arg(outcome.reply.dump.join(QLatin1Char('\n'))));
+        return finish(0);
+    }
+    log().information(QStringLiteral("Got token"));
+    const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
+    switch (owner().store(tokens, sessionExpiry, m_signInMark)) {
+    case StoreResult::SignInGone: return ignoreResult();
+    case StoreResult::Busy: return countFailure();
+    case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
+    }
+}
+
+void TokenFetcher::stored(const QByteArray& userName) {
+    m_failureCount = 0;
+    // Not every server names the user again.
+    log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
+                          .arg(userName.isEmpty() ? owner().user() : QString::fromUtf8(userName)));
+    emit TokenAvailable();
+    owner().raiseEvent(Event::TokenAcquired);
+    owner().raiseEvent(Event::TokenAvailable);
+    finish(1);
+}
+
+void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
+    const bool isClock = isClockProblem(outcome.reply.problem);
+    if (isClock)
+        services().clockProblemSeen();
+    log().error(QStringLiteral("Failed to query token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    if (outcome.reply.status == 400 && !isClock)
+        giveUp();
+    else
+        countFailure();
+}
+
+void TokenFetcher::countFailure() {
+    if (++m_failureCount <= maximumRetries) {
+        log().warning(QStringLiteral("Will retry token query after %1").arg(Util::timeSpanText(retryMs)));
+        finish(0);
+        return startQueryTimer(retryMs);
+    }
+    log().error(QStringLiteral("Failed to query token after %1 attempts. Giving up token query.").arg(maximumRetries));
+    giveUp();
+}
+
+void TokenFetcher::giveUp() {
+    log().error(QStringLiteral(
+        "Failed to login automatically using another product's login credentials. Try to logout and login again."));
+    m_failureCount = 0;
+    finish(0);
+    owner().raiseEvent(Event::TokenQueryFailed);
+}
+
+void TokenFetcher::TokenAcquiredInAnotherProcess() {
+    if (!run().isBusy())
+        (void)takeFromFile();
+}
+
+void TokenFetcher::AbortTokenQuery() {
+    if (isInProgressElsewhere()) {
+        log().information(QStringLiteral("Ignoring unexpected request to abort token query in progress in another process"));
+    } else if (run().isBusy()) {
+        log().information(QStringLiteral("Token query is in progress. Aborting it."));
+        abort();
+        log().information(QStringLiteral("Token query aborted successfully"));
+    }
+}
+
+} // namespace Velquor::WebServices

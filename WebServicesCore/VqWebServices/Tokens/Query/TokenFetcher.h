@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Tokens/Query/QueryWorker.h"
+
+namespace Velquor::WebServices {
+
+/// Signs a product in by itself when another product of the same user is signed in on the same server: asks for an access token
+/// with the session handle of the other one.
+///
+/// Thread, owner and errors: as of TokenWorker.
+class TokenFetcher : public QueryWorker {
+    Q_OBJECT
+
+public:
+    TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest);
+    ~TokenFetcher() override;
+
+    /// Starts an asynchronous query when another product's sign-in was found; true when one is under way. Any thread.
+    bool CheckAutomaticLogin();
+
+    /// Ends the query that is under way, for those who wait for it too. This object's thread.
+    void AbortTokenQuery();
+
+public slots:
+    /// Another process reports that it has acquired the token.
+    void TokenAcquiredInAnotherProcess();
+
+signals:
+    void TokenAvailable();
+    void TokenQueryFinished();
+
+protected:
+    [[nodiscard]] QString refusal() override;
+    [[nodiscard]] bool takeFromFile() override;
+    [[nodiscard]] bool request() override;
+    void handleReply(const ExchangeOutcome& outcome) override;
+    void emitFinished() override { emit TokenQueryFinished(); }
+    void gaveUpWaiting() override { countFailure(); }
+
+private:
+    void storeReply(const ExchangeOutcome& outcome);
+    void stored(const QByteArray& userName);
+    void ignoreResult();
+    void handleFailure(const ExchangeOutcome& outcome);
+    void countFailure();
+    void giveUp();
+
+    QString m_signInMark;
+    int m_failureCount = 0;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,47 @@
+#include "Tokens/Refresh/RefreshEventFilter.h"
+
+#include "VqUtil/ProcessState/SharedBlock.h"
+
+#include <QCoreApplication>
+#include <QDataStream>
+#include <utility>
+
+namespace Velquor::WebServices {
+
+namespace {
+
+constexpr int blockSize = 1024;
+const auto blockKey = QStringLiteral("Velquor.WebServices.TokenRefresher");
+
+} // namespace
+
+RefreshNotice::RefreshNotice(const QString& folder, std::shared_ptr<Log::ILogger> logger)
+    : m_logger(std::move(logger))
+    , m_block(Util::openSharedBlock(blockKey, Util::sharedBlockFolder(folder))) {}
+
+bool RefreshNotice::ensureCreated() {
+    using Result = Util::ISharedBlock::Result;
+    if (m_block->isAttached() || m_block->attach() == Result::Done || m_block->create(blockSize) == Result::Done
+        || m_block->attach() == Result::Done)
+        return true;
+    m_logger->error(QStringLiteral("Failed to create shared memory %1").arg(blockKey));
+    return false;
+}
+
+void RefreshNotice::show(const QString& consumerKey) {
+    if (!ensureCreated())
+        return;
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << consumerKey << QCoreApplication::applicationPid();
+    // The block takes its own lock where other programs may read it; the last of two writers counts.
+    if (bytes.size() <= m_block->size() && !m_block->write(bytes))
+        m_logger->warning(QStringLiteral("Failed to write shared memory %1. %2").arg(blockKey, m_block->errorText()));
+}
+
+void RefreshNotice::clear() {
+    if (m_block->isAttached() && !m_block->write(QByteArray(m_block->size(), '\0')))
+        m_logger->warning(QStringLiteral("Failed to write shared memory %1. %2").arg(blockKey, m_block->errorText()));
+}
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "VqLog/ILogger.h"
+#include "VqUtil/ProcessState/ISharedBlock.h"
+
+#include <memory>
+
+namespace Velquor::WebServices {
+
+/// Shows the other processes of the user which product's token is being refreshed by which process: a small shared block that
+/// programs of the format look at. Nothing here depends on it.
+///
+/// Thread: one at a time. Owner: the token refresher. Errors: one log line, and the refresh goes on without it.
+class RefreshNotice {
+public:
+    /// `folder` is where the block lies on systems where it is a file.
+    RefreshNotice(const QString& folder, std::shared_ptr<Log::ILogger> logger);
+
+    void show(const QString& consumerKey);
+    void clear();
+
+private:
+    [[nodiscard]] bool ensureCreated();
+
+    const std::shared_ptr<Log::ILogger> m_logger;
+    const std::unique_ptr<Util::ISharedBlock> m_block;
+};
+
+} // namespace Velquor::WebServices

@@ -1,0 +1,155 @@
+// The part of the token refresher that asks the server and deals with its answer.
+
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/Refresh/RefreshTiming.h"
+#include "Tokens/Refresh/TokenRefresher.h"
+#include "Tokens/TokenReply.h"
+#include "VqUtil/General/HumanText.h"
+
+#include <utility>
+
+namespace Velquor::WebServices {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+void TokenRefresher::request() {
+    if (!owner().catchUpWithFile(signInMark()))
+        return signInGone();
+    if (isAnotherToken() && !owner().tokens().areExpired(now()))
+        return takeFromFile();
+    if (isOnlyForExpired() && !owner().tokens().areExpired(now())) {
+        finish(1);
+        return updateRefreshTimer();
+    }
+    m_notice.show(owner().productKey());
+    m_flags.set(RequestFlag::tokenRefresh);
+    log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
+    m_mayBeSpent = m_mark.isSet();
+    sendRequest(true);
+}
+
+void TokenRefresher::sendRequest(bool withToken) {
+    const ConfigurationPointer configuration = owner().configuration();
+    if (!configuration) {
+        log().error(QStringLiteral("Cannot start token refresh. Configuration has been deleted"));
+        return finish(0);
+    }
+    const QUrl url = owner().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    SigningKeys keys = consumerKeys(*configuration);
+    const QString keyError = withToken ? owner().signingKeys(keys) : QString();
+    const Util::SecretBytes handle = services().cryptor->decrypt(owner().tokens().sessionHandle);
+    QNetworkRequest request;
+    if (!keyError.isEmpty() || handle.isEmpty()
+        || !signGet(*services().oauthHost, url, keys, request, {{"oauth_session_handle", handle.view()}})) {
+        log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keyError));
+        return finishAndRetry(networkRetryMs);
+    }
+    log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
+    m_mark.set();
+    noteTriedToken();
+    send(request, QStringLiteral("GET"), {});
+}
+
+void TokenRefresher::takeFromFile() {
+    log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
+    forgetFailures();
+    finish(1);
+    emit TokenRefreshed(owner().productKey());
+    updateRefreshTimer();
+}
+
+void TokenRefresher::signInGone() {
+    finishForSignInGone(QStringLiteral("Failed to refresh token. Not logged in."));
+}
+
+void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
+    log().information(QStringLiteral("Token refresh network operation thread finished"));
+    if (isAborted()) {
+        log().warning(QStringLiteral("Failed to refresh token. Aborted."));
+        return finish(0);
+    }
+    if (!owner().isLoggedIn() || owner().signInMark() != signInMark())
+        return signInGone();
+    if (outcome.reply.isNull)
+        log().error(QStringLiteral("Failed to refresh token. Reply is null"));
+    if (outcome.hasStatus200())
+        return succeeded(outcome);
+    if (outcome.reply.status == 0 || outcome.reply.status == 200) {
+        const QString error = outcome.errorText();
+        // A reply that was cut off is the network's fault: the server may have spent the old token, which the file or the next
+        // try tells.
+        log().warning(QStringLiteral("Failed to refresh token. Will retry token refresh after %1. %2. %3")
+                          .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
+                               outcome.problemText()));
+        return finishAndRetry(networkRetryMs);
+    }
+    handleRefusal(outcome);
+}
+
+void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
+    const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
+    ProductTokens tokens;
+    if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
+        log().error(
+            QStringLiteral("Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
+        return finishAndRetry(networkRetryMs);
+    }
+    const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
+    switch (owner().store(tokens, sessionExpiry, signInMark())) {
+    case StoreResult::SignInGone: return signInGone();
+    // The old token may be spent: the mark stays, so that the next try can do without it.
+    case StoreResult::Busy: return retryAfter(networkRetryMs);
+    case StoreResult::Stored: return stored(tokens);
+    }
+}
+
+void TokenRefresher::stored(const ProductTokens& tokens) {
+    m_mark.clear();
+    forgetFailures();
+    log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
+                          .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
+                               Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));
+    finish(1);
+    emit TokenRefreshed(owner().productKey());
+    owner().raiseEvent(Event::TokenRefreshed);
+    updateRefreshTimer();
+}
+
+void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
+    const bool isClock = isClockProblem(outcome.reply.problem);
+    if (isClock)
+        services().clockProblemSeen();
+    log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    if (outcome.reply.status != 400 || isClock)
+        return countFailure(isClock);
+    // Other refusals say nothing about the request before: the framework sends a request again that had no answer.
+    m_mark.clear();
+    if (isSettledElsewhere())
+        return;
+    if (std::exchange(m_mayBeSpent, false)) {
+        log().warning(QStringLiteral(
+            "The token may have been spent by a refresh whose answer was lost. Asking for a new one with the session handle alone."));
+        return sendRequest(false);
+    }
+    giveUp(QStringLiteral(
+        "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+}
+
+void TokenRefresher::retryAfter(int intervalMs) {
+    log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(intervalMs)));
+    finishAndRetry(intervalMs);
+}
+
+void TokenRefresher::countFailure(bool isClockProblem) {
+    if (++m_failureCount < maximumRefreshFailures)
+        return retryAfter(refreshRetryMs(m_failureCount, isClockProblem));
+    forgetFailures();
+    if (isSettledElsewhere())
+        return;
+    giveUp(
+        QStringLiteral(
+            "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
+            .arg(maximumRefreshFailures));
+}
+
+} // namespace Velquor::WebServices
