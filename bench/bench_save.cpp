@@ -8,8 +8,8 @@
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Crypto/UserRsaCryptor.h"
+#include "VqUtil/Files/AtomicFile.h"
 
 #include <QCoreApplication>
 #include <QDomDocument>
@@ -22,12 +22,13 @@ namespace {
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using Bench::QuietLogger;
 
 constexpr int productCount = 20;
 constexpr double goal = 1.5;
 
-class SilentVoice final : public ISessionVoice {
+class SilentVoice final : public ISessionEvents {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
@@ -40,20 +41,20 @@ class Process {
 public:
     explicit Process(int ownProducts)
         : m_folder(new QTemporaryDir)
-        , m_core(std::make_unique<SessionCore>(services(), &m_voice)) {
-        m_core->setRestored();
+        , m_state(std::make_unique<SessionState>(services(), &m_voice)) {
+        m_state->setRestored();
         BasicLoginState state;
-        state.clientId = m_core->services.cryptor->encrypt("client");
+        state.clientId = m_state->services.cryptor->encrypt("client");
         state.userName = state.userId = QStringLiteral("ada");
-        state.loginDate = m_core->services.now();
-        m_core->binding.bind(state);
-        m_core->setBasic(state);
+        state.loginDate = m_state->services.now();
+        m_state->binding.bind(state);
+        m_state->setBasic(state);
         configure(productCount);
-        LoginStateSaver(*m_core).save();
+        LoginStateSaver(*m_state).save();
         // The one that saves has read what the others wrote.
-        m_core = std::make_unique<SessionCore>(services(), &m_voice);
-        LoginStateLoader(*m_core).loadAll(true);
-        m_core->setRestored();
+        m_state = std::make_unique<SessionState>(services(), &m_voice);
+        LoginStateLoader(*m_state).loadAll(true);
+        m_state->setRestored();
         configure(ownProducts);
     }
 
@@ -63,21 +64,21 @@ public:
             tokens.expiryDate = tokens.expiryDate.addSecs(1);
             product->setTokens(tokens);
         }
-        return LoginStateSaver(*m_core).save() == LoginStateSaver::Result::Saved;
+        return LoginStateSaver(*m_state).save() == LoginStateSaver::Result::Saved;
     }
 
     bool saveAtLeast() {
         QDomDocument document;
-        const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_core->file.path(), 1024 * 1024);
+        const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_state->file.path(), 1024 * 1024);
         if (!document.setContent(file.data))
             return false;
         document.documentElement().setAttribute(QStringLiteral("LastSavedBy"), ++m_number);
-        return Util::AtomicFile::write(m_core->file.path(), document.toByteArray(2), nullptr);
+        return Util::AtomicFile::write(m_state->file.path(), document.toByteArray(2), nullptr);
     }
 
 private:
-    [[nodiscard]] SessionServices services() const {
-        SessionServices made;
+    [[nodiscard]] SessionDependencies services() const {
+        SessionDependencies made;
         made.loggers = Loggers::all(std::make_shared<QuietLogger>());
         made.cryptor = std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(m_folder->path(), made.loggers.session),
                                                            made.loggers.session);
@@ -92,23 +93,23 @@ private:
         m_own.clear();
         for (int index = 0; index < count; ++index) {
             const QString key = QStringLiteral("8a6f1c0b2e594d7b9d%1").arg(index, 2, 10, QLatin1Char('0'));
-            m_core->clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+            m_state->clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
             WebServicesConfiguration configuration;
             configuration.SetConsumerKey(key.toStdWString().c_str());
             configuration.SetConsumerSecret(L"kd94hf93k423kf44-pfkkdhi9sl3r4s00");
-            m_core->clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration));
-            m_own += m_core->configuredProduct(key);
-            const auto seal = [this](const char* text) { return m_core->services.cryptor->encrypt(text); };
+            m_state->clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration));
+            m_own += m_state->configuredProduct(key);
+            const auto seal = [this](const char* text) { return m_state->services.cryptor->encrypt(text); };
             if (!m_own.last()->tokens().areComplete())
                 m_own.last()->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"),
-                                         m_core->services.now().addDays(1)});
+                                         m_state->services.now().addDays(1)});
         }
     }
 
     const std::unique_ptr<QTemporaryDir> m_folder;
     SilentVoice m_voice;
     QVector<ProductSessionPointer> m_own;
-    std::unique_ptr<SessionCore> m_core;
+    std::unique_ptr<SessionState> m_state;
     int m_number = 0;
 };
 

@@ -19,6 +19,7 @@ namespace {
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 const auto key = QStringLiteral("8a6f1c0b2e594d7b9d3f");
 
@@ -28,7 +29,7 @@ public:
     SignedIn() {
         static_cast<void>(Log::LogQueue::instance().finish());
         log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("VqWebServices")).setLogLevel(log4cplus::WARN_LOG_LEVEL);
-        SessionServices services;
+        SessionDependencies services;
         services.loggers = Loggers::named();
         services.cryptor = std::make_shared<Util::CachingCryptor>(std::make_shared<Util::UserCryptor>(
             Util::openUserRsaCryptor(m_folder.path(), services.loggers.session), services.loggers.session));
@@ -53,8 +54,8 @@ public:
     std::unique_ptr<LoginSession> session;
 
 private:
-    static void writeState(const SessionServices& services) {
-        SessionCore core(services, nullptr);
+    static void writeState(const SessionDependencies& services) {
+        SessionState core(services, nullptr);
         core.clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
         core.clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration()));
         core.setRestored();

@@ -23,11 +23,11 @@ public:
 
     [[nodiscard]] QString productKey() const override { return QStringLiteral("product"); }
     [[nodiscard]] WebServices::Server server() const override { return currentServer; }
-    [[nodiscard]] WebServices::ProductTokens tokens() const override {
+    [[nodiscard]] WebServices::Internal::ProductTokens tokens() const override {
         const bool isExpired = tokenExpired;
         return {"t", "s", "h", services().now().addSecs(isExpired ? -1 : 3600)};
     }
-    [[nodiscard]] QString signingKeys(WebServices::SigningKeys& keys) const override {
+    [[nodiscard]] QString signingKeys(WebServices::Internal::SigningKeys& keys) const override {
         keys.consumerKey = Util::SecretBytes::fromText(QStringLiteral("consumer"));
         keys.consumerSecret = Util::SecretBytes::fromText(QStringLiteral("secret"));
         keys.tokenSecret = Util::SecretBytes::fromText(QStringLiteral("secret"));
@@ -46,8 +46,8 @@ public:
 /// The caches of one product on a thread of their own, as token operations hold them.
 class RunningCaches {
 public:
-    RunningCaches(WebServices::ITokenOwner& owner, const QString& product)
-        : refreshes(std::make_shared<WebServices::RunState>())
+    RunningCaches(WebServices::Internal::ITokenOwner& owner, const QString& product)
+        : refreshes(std::make_shared<WebServices::Internal::RunState>())
         , door(owner, refreshes, product) {
         door.store()->moveToThread(&m_thread);
         QObject::connect(&m_thread, &QThread::finished, door.store(), &QObject::deleteLater);
@@ -60,7 +60,7 @@ public:
         if (!m_thread.isRunning())
             return;
         door.close();
-        WebServices::CacheStore* const store = door.store();
+        WebServices::Internal::CacheStore* const store = door.store();
         QMetaObject::invokeMethod(
             store,
             [this, store] {
@@ -71,8 +71,8 @@ public:
         m_thread.wait();
     }
 
-    const std::shared_ptr<WebServices::RunState> refreshes;
-    WebServices::CacheDoor door;
+    const std::shared_ptr<WebServices::Internal::RunState> refreshes;
+    WebServices::Internal::CacheClient door;
 
 private:
     QThread m_thread;
@@ -97,11 +97,11 @@ public:
                                                          {QStringLiteral("StorageUsageEndPoint"), quotaPath}});
     }
 
-    [[nodiscard]] WebServices::TokenServices services() {
-        WebServices::TokenServices made;
+    [[nodiscard]] WebServices::Internal::TokenDependencies services() {
+        WebServices::Internal::TokenDependencies made;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         made.urls = &m_urls;
-        made.loggers = WebServices::Loggers::all(logger);
+        made.loggers = WebServices::Internal::Loggers::all(logger);
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
         made.tokenTimeoutMs = 5000;
         made.cacheFile = file();
@@ -139,7 +139,7 @@ public:
 
 private:
     QTemporaryDir m_folder;
-    WebServices::UrlStore m_urls;
+    WebServices::Internal::UrlStore m_urls;
 
 public:
     CachingProduct owner;

@@ -14,7 +14,7 @@
 namespace Velquor::TestKit {
 
 /// Four processes that raise events, and four that hear them. Thread: the test's. Owner: the test.
-class EventStorm : private WebServices::INotificationListener {
+class EventStorm : private WebServices::Internal::INotificationListener {
 public:
     explicit EventStorm(const QString& folder, const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
         : m_folder(folder)
@@ -73,7 +73,7 @@ private:
     static constexpr int looksMs = 200;
 
     [[nodiscard]] bool meet() {
-        WebServices::NotificationManager manager(m_folder, *this, std::make_shared<RecordingLogger>());
+        WebServices::Internal::NotificationManager manager(m_folder, *this, std::make_shared<RecordingLogger>());
         manager.Start();
         const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
         for (int attempt = 0; attempt < 200; ++attempt) {
@@ -96,7 +96,7 @@ private:
             QStringList{command, QString(), m_folder, from, QString::number(count), QString::number(pauseMs)}, m_environment);
     }
 
-    void eventReceived(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
+    void eventReceived(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
 
     const QString m_folder;
     const QProcessEnvironment m_environment;

@@ -15,7 +15,7 @@ class ServiceTest : public QObject {
 protected:
     void startService(const QStringList& options = {}) {
         QVERIFY(m_service.start(options));
-        WebServices::SupportFiles::setSearchPaths(m_service.folder());
+        WebServices::Internal::SupportFiles::setSearchPaths(m_service.folder());
     }
 
     /// A service that has seen nobody yet, and a user who has no files.
@@ -25,13 +25,13 @@ protected:
     }
 
     /// Restores the session, and signs the user in with the product of this key.
-    void signIn(WebServices::LoginSession& session, const QString& key = QStringLiteral("demo-product-0001"),
+    void signIn(WebServices::Internal::LoginSession& session, const QString& key = QStringLiteral("demo-product-0001"),
                 const QString& user = QStringLiteral("ada")) {
         session.RestoreLogin(key, false);
-        const WebServices::InitiatedLogin login = session.InitiateLogin(key, QString());
-        QCOMPARE(login.code, WebServices::LoginCode::success);
+        const WebServices::Internal::InitiatedLogin login = session.InitiateLogin(key, QString());
+        QCOMPARE(login.code, WebServices::Internal::LoginCode::success);
         QVERIFY(m_service.approve(login.url, user));
-        QCOMPARE(session.CompleteLogin(key, nullptr), WebServices::LoginCode::success);
+        QCOMPARE(session.CompleteLogin(key, nullptr), WebServices::Internal::LoginCode::success);
     }
 
     AccountServiceProcess m_service;

@@ -34,13 +34,13 @@ public:
         this->keyFolder = keyFolder.isEmpty() ? ownKeyFolder.path() : keyFolder;
     }
 
-    [[nodiscard]] WebServices::SessionServices services() {
-        WebServices::SessionServices made;
+    [[nodiscard]] WebServices::Internal::SessionDependencies services() {
+        WebServices::Internal::SessionDependencies made;
         made.cryptor = cryptor;
         made.cipherBlockSize = Util::userKeyBlockSize;
         made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
         made.urls = &urls;
-        made.loggers = WebServices::Loggers::all(logger);
+        made.loggers = WebServices::Internal::Loggers::all(logger);
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
         made.exchangeTimeoutMs = exchangeTimeoutMs;
         made.loginStateFile = file();
@@ -51,11 +51,12 @@ public:
         return made;
     }
 
-    [[nodiscard]] std::unique_ptr<WebServices::LoginSession>
+    [[nodiscard]] std::unique_ptr<WebServices::Internal::LoginSession>
     makeSession(const QString& key = QStringLiteral("demo-product-0001"),
                 const QString& secret = QStringLiteral("demo-secret-0001")) {
-        auto session = std::make_unique<WebServices::LoginSession>(
-            services(), WebServices::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
+        auto session = std::make_unique<WebServices::Internal::LoginSession>(
+            services(),
+            WebServices::Internal::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
         session->SetConfiguration(key, configuration(key, secret));
         return session;
     }
@@ -80,7 +81,8 @@ public:
     [[nodiscard]] QString userInFile() const { return loginInFile().attribute(QStringLiteral("UserName")); }
     [[nodiscard]] QString tokenInFile() const {
         const QDomElement products = loginInFile().firstChildElement(QStringLiteral("Products"));
-        const QByteArray token = WebServices::LoginStateXml::secret(products.firstChildElement(), QStringLiteral("AccessToken"));
+        const QByteArray token =
+            WebServices::Internal::LoginStateXml::secret(products.firstChildElement(), QStringLiteral("AccessToken"));
         return token.isEmpty() ? QString() : cryptor->decrypt(token).toText();
     }
 
@@ -98,7 +100,7 @@ public:
     QTemporaryDir folder;
     QString keyFolder; ///< Where the user's key is.
     std::shared_ptr<RecordingLogger> logger;
-    WebServices::UrlStore urls;
+    WebServices::Internal::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
     bool isForAllUsers = false;         ///< The folder is the one of all users, for sessions made from now on.

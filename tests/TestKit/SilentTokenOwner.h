@@ -9,29 +9,30 @@ namespace Velquor::TestKit {
 /// A product whose sign-in nothing disturbs, without a file and without other processes; tests override what they are about.
 ///
 /// Thread: any. Owner: the test.
-class SilentTokenOwner : public WebServices::ITokenOwner {
+class SilentTokenOwner : public WebServices::Internal::ITokenOwner {
 public:
-    explicit SilentTokenOwner(WebServices::TokenServices services)
+    explicit SilentTokenOwner(WebServices::Internal::TokenDependencies services)
         : m_services(std::move(services)) {}
 
-    [[nodiscard]] const WebServices::TokenServices& services() const override { return m_services; }
+    [[nodiscard]] const WebServices::Internal::TokenDependencies& services() const override { return m_services; }
     [[nodiscard]] WebServices::Server server() const override { return WebServices::Production; }
-    [[nodiscard]] WebServices::ConfigurationPointer configuration() const override { return {}; }
-    [[nodiscard]] WebServices::OtherLogin otherLogin() const override { return {}; }
+    [[nodiscard]] WebServices::Internal::ConfigurationPointer configuration() const override { return {}; }
+    [[nodiscard]] WebServices::Internal::OtherLogin otherLogin() const override { return {}; }
     [[nodiscard]] bool isLoggedIn() const override { return true; }
     [[nodiscard]] QString user() const override { return QStringLiteral("user-1"); }
     [[nodiscard]] bool isLoginExpired() const override { return false; }
     [[nodiscard]] bool isLogoutPending() const override { return false; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return {}; }
-    [[nodiscard]] QString signInMark() const override { return isLoggedIn() ? user() : QString(); }
+    [[nodiscard]] QString signInId() const override { return isLoggedIn() ? user() : QString(); }
     [[nodiscard]] bool catchUpWithFile(const QString&) override { return true; }
-    [[nodiscard]] WebServices::StoreResult store(const WebServices::ProductTokens&, const QDateTime&, const QString&) override {
-        return WebServices::StoreResult::Stored;
+    [[nodiscard]] WebServices::Internal::StoreResult store(const WebServices::Internal::ProductTokens&, const QDateTime&,
+                                                           const QString&) override {
+        return WebServices::Internal::StoreResult::Stored;
     }
     [[nodiscard]] bool isOAuth2Enabled() const override { return false; }
-    [[nodiscard]] WebServices::StoreResult storeOAuth2(WebServices::OAuth2Session&, const WebServices::OAuth2TokenData&,
-                                                       const QString&) override {
-        return WebServices::StoreResult::Stored;
+    [[nodiscard]] WebServices::Internal::StoreResult
+    storeOAuth2(WebServices::Internal::OAuth2Session&, const WebServices::Internal::OAuth2TokenData&, const QString&) override {
+        return WebServices::Internal::StoreResult::Stored;
     }
     [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent) override {}
@@ -39,7 +40,7 @@ public:
     void forceLogout(const QString&) override {}
 
 protected:
-    WebServices::TokenServices m_services;
+    WebServices::Internal::TokenDependencies m_services;
 
 private:
     QRecursiveMutex m_lock;

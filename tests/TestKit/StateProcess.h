@@ -23,18 +23,18 @@ public:
     }
 
     void restore() {
-        WebServices::LoginStateLoader(core).loadAll(true);
+        WebServices::Internal::LoginStateLoader(core).loadAll(true);
         core.setRestored();
         if (core.isLoggedIn(m_key))
             core.configuredProduct(m_key);
     }
 
     void signIn(const QString& user, const QDateTime& tokenExpiry = QDateTime::currentDateTimeUtc().addSecs(3600)) {
-        WebServices::BasicLoginState state;
+        WebServices::Internal::BasicLoginState state;
         state.clientId = core.services.cryptor->encrypt("client of " + user.toUtf8());
         state.userName = user;
         state.userId = user;
-        state.loginDate = WebServices::loginDateAfter(core.services.now(), core.logoutDate());
+        state.loginDate = WebServices::Internal::loginDateAfter(core.services.now(), core.logoutDate());
         state.sessionExpiryDate = core.services.now().addDays(14);
         core.binding.bind(state);
         core.setBasic(state);
@@ -50,31 +50,31 @@ public:
 
     /// Takes over what other processes have written.
     void lookAtFile() {
-        const WebServices::LoginStateFile::Guard guard(core.file);
-        const WebServices::LoginStateFile::Content content = core.file.read();
-        WebServices::LoginStateLoader loader(core);
+        const WebServices::Internal::LoginStateFile::Guard guard(core.file);
+        const WebServices::Internal::LoginStateFile::Content content = core.file.read();
+        WebServices::Internal::LoginStateLoader loader(core);
         if (content.isRead())
-            (void)loader.takeOver(content, false);
-        loader.noteSeen(content);
+            (void)loader.apply(content, false);
+        loader.markApplied(content);
     }
 
     void restoreAndSignIn() {
         restore();
         signIn(QStringLiteral("ada"));
-        WebServices::LoginStateSaver(core).save();
+        WebServices::Internal::LoginStateSaver(core).save();
     }
 
     [[nodiscard]] QByteArray token(const QString& consumerKey) {
-        const WebServices::ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
+        const WebServices::Internal::ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
         return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8())
                        : QByteArray();
     }
 
 private:
-    class SilentVoice : public WebServices::ISessionVoice {
+    class SilentVoice : public WebServices::Internal::ISessionEvents {
     public:
-        void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
-        void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const WebServices::EventSubject&) override {}
+        void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
+        void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
         void forceLogout(const QString&, const QString&) override {}
         bool catchUpWithin(int) override { return true; }
     };
@@ -82,7 +82,7 @@ private:
     SilentVoice m_voice;
 
 public:
-    WebServices::SessionCore core;
+    WebServices::Internal::SessionState core;
 
 private:
     const QString m_key;

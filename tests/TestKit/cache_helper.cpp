@@ -12,6 +12,7 @@
 #include <memory>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 

@@ -27,7 +27,7 @@ namespace {
 constexpr int batch = 2;
 constexpr int batchMs = 2;
 constexpr int sayAfterMs = 100;
-constexpr int fileWriteMs = WebServices::NotificationManager::fileDelayMs + 30;
+constexpr int fileWriteMs = WebServices::Internal::NotificationManager::fileDelayMs + 30;
 
 // The same for all processes of the machine.
 qint64 nowUs() {
@@ -89,12 +89,12 @@ private:
 };
 
 /// The events of the library, over both of their carriers.
-class Events : public Carrier, public WebServices::INotificationListener {
+class Events : public Carrier, public WebServices::Internal::INotificationListener {
 public:
     Events(const QString& folder, Receiver receiver)
         : m_receiver(std::move(receiver))
-        , m_manager(
-              std::make_unique<WebServices::NotificationManager>(folder, *this, Log::makeLogger(QStringLiteral("Helper")))) {}
+        , m_manager(std::make_unique<WebServices::Internal::NotificationManager>(folder, *this,
+                                                                                 Log::makeLogger(QStringLiteral("Helper")))) {}
 
     [[nodiscard]] bool start() override {
         m_manager->Start();
@@ -106,13 +106,14 @@ public:
     }
     [[nodiscard]] bool isServing() const override { return false; }
     void stop() override { m_manager.reset(); }
-    void eventReceived(WebServicesPrivateCore::WebServicesEvent event, const WebServices::EventSubject& subject) override {
+    void eventReceived(WebServicesPrivateCore::WebServicesEvent event,
+                       const WebServices::Internal::EventSubject& subject) override {
         m_receiver(eventName(event), TestKit::unpacked(subject));
     }
 
 private:
     const Receiver m_receiver;
-    std::unique_ptr<WebServices::NotificationManager> m_manager;
+    std::unique_ptr<WebServices::Internal::NotificationManager> m_manager;
 };
 
 class Helper : public QObject {

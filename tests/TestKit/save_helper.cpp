@@ -15,6 +15,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using TestKit::SaveHelper;
 
 namespace {

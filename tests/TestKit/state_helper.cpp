@@ -54,7 +54,7 @@ int obey(Util::ProcessState& state) {
     return 0;
 }
 
-int openOften(const Util::ProcessStateServices& services, const QString& key, int count) {
+int openOften(const Util::ProcessStateDependencies& services, const QString& key, int count) {
     const QString name = QStringLiteral("Flag of %1").arg(QCoreApplication::applicationPid());
     for (int round = 0; round < count; ++round) {
         Util::ProcessState state(services);

@@ -22,6 +22,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <QtTest>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using CacheTiming::Answer;
 
 class CacheDecisionsTest : public QObject {

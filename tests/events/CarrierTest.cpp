@@ -87,7 +87,8 @@ private:
         QVERIFY(storm.start(count()));
         QVERIFY(storm.rage(TestKit::rounds(30000, 300000)));
         QVERIFY(settles());
-        const QVariantMap last = TestKit::unpacked(lastEvent().params.value(WebServices::EventParam::consumerKey).toString());
+        const QVariantMap last =
+            TestKit::unpacked(lastEvent().params.value(WebServices::Internal::EventParam::consumerKey).toString());
         QCOMPARE(last.value(QStringLiteral("Number")).toInt(), count() - 1);
         const qint64 ageMs = ageOfLastMs(storm, last.value(QStringLiteral("From")).toByteArray());
         report(QStringLiteral("last state without the socket"), ageMs);
@@ -125,8 +126,8 @@ private:
         TestKit::figure(what, QStringLiteral("< 2 s"), QStringLiteral("%1 ms").arg(ms));
     }
 
-    [[nodiscard]] WebServices::EventDocument lastEvent() const {
-        WebServices::EventDocument event;
+    [[nodiscard]] WebServices::Internal::EventDocument lastEvent() const {
+        WebServices::Internal::EventDocument event;
         QFile file(m_folder->filePath(QStringLiteral("Event.xml")));
         if (file.open(QIODevice::ReadOnly))
             (void)readEventDocument(file.readAll(), event);

@@ -14,6 +14,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 class EventDocumentTest : public QObject {
     Q_OBJECT

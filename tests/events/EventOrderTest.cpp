@@ -1,13 +1,14 @@
 // Two carriers, one of them faster: the events of a sender are handled in their order, and none waits for long.
 
-#include "Events/ReorderBuffer.h"
 #include "Events/EventIdentity.h"
 #include "Events/INotificationListener.h"
+#include "Events/ReorderBuffer.h"
 
 #include <QtTest>
 #include <initializer_list>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 
@@ -57,13 +58,13 @@ private slots:
     void order() {
         QFETCH(QString, arriving);
         QFETCH(QString, handled);
-        EventOrder order;
+        ReorderBuffer order;
         QVector<ArrivedEvent> ready;
         qint64 now = 1000;
         for (const QString& step : arriving.split(QLatin1Char(' '))) {
             const QString id = EventIdentity{QStringLiteral("sender"), step.mid(1).toULongLong()}.eventId();
             if (step == QLatin1String("t") || step == QLatin1String("u"))
-                ready += order.takeOverdue(now += step == QLatin1String("t") ? EventOrder::holdMs - 1 : 1);
+                ready += order.takeOverdue(now += step == QLatin1String("t") ? ReorderBuffer::holdMs - 1 : 1);
             else if (step.startsWith(QLatin1Char('d')))
                 ready += order.reachedBySocket(id, now);
             else
@@ -76,16 +77,16 @@ private slots:
     }
 
     void sendersDoNotWaitForEachOther() {
-        EventOrder order;
+        ReorderBuffer order;
         QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
         QCOMPARE(order.take(arrived(QStringLiteral("b#1"), IPCMethod::Watcher), 0).size(), 1);
-        QCOMPARE(order.msUntilDue(0), EventOrder::holdMs);
+        QCOMPARE(order.msUntilDue(0), ReorderBuffer::holdMs);
         // The socket is busy with another one for as long as it likes; not so the one that waits.
-        for (int ms = 0; ms < EventOrder::longestHoldMs; ms += 1000) {
+        for (int ms = 0; ms < ReorderBuffer::longestHoldMs; ms += 1000) {
             QVERIFY(order.takeOverdue(ms).isEmpty());
             QCOMPARE(order.take(arrived(QStringLiteral("b#%1").arg(ms + 2), IPCMethod::Socket), ms).size(), 1);
         }
-        QCOMPARE(order.takeOverdue(EventOrder::longestHoldMs).size(), 1);
+        QCOMPARE(order.takeOverdue(ReorderBuffer::longestHoldMs).size(), 1);
         // One that does not count its events passes.
         QCOMPARE(order.take(arrived(QStringLiteral("a"), IPCMethod::Watcher), 0).size(), 1);
         QCOMPARE(order.take(arrived(QStringLiteral("a#none"), IPCMethod::Watcher), 0).size(), 1);
@@ -93,11 +94,11 @@ private slots:
 
     // Nobody grows by senders that come and go, and what waits is not forgotten for them.
     void manySenders() {
-        EventOrder order;
+        ReorderBuffer order;
         QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
-        for (int sender = 0; sender < 3 * EventOrder::mostSources; ++sender)
+        for (int sender = 0; sender < 3 * ReorderBuffer::mostSources; ++sender)
             QCOMPARE(order.take(arrived(EventIdentity{QString::number(sender), 1}.eventId(), IPCMethod::Socket), 0).size(), 1);
-        QCOMPARE(order.takeOverdue(EventOrder::holdMs).size(), 1);
+        QCOMPARE(order.takeOverdue(ReorderBuffer::holdMs).size(), 1);
         QCOMPARE(order.msUntilDue(0), -1);
     }
 
@@ -117,7 +118,7 @@ private slots:
     void once() {
         QFETCH(QString, arriving);
         QFETCH(QString, handled);
-        HandledEvents events;
+        DuplicateFilter events;
         QHash<QString, IPCMethod> brought;
         QStringList fresh;
         for (const QString& step : arriving.split(QLatin1Char(' '))) {
@@ -135,7 +136,7 @@ private slots:
     // The file may be far behind the socket, while others come and go.
     void onceHoweverLate() {
         constexpr int count = 20000;
-        HandledEvents events;
+        DuplicateFilter events;
         IPCMethod first = IPCMethod::Watcher;
         const auto isNew = [&](int number, IPCMethod method) {
             return events.add(EventIdentity{"a", quint64(number)}.eventId(), method, first);
@@ -143,7 +144,7 @@ private slots:
         // Each third is heard by file first, which makes more ranges than are kept.
         for (int number = 1; number <= count; ++number) {
             QVERIFY(isNew(number, number % 3 == 0 ? IPCMethod::Watcher : IPCMethod::Socket));
-            (void)events.add(QString::number(number % HandledEvents::mostSources), IPCMethod::Socket, first);
+            (void)events.add(QString::number(number % DuplicateFilter::mostSources), IPCMethod::Socket, first);
         }
         for (int number = 1; number <= count; ++number)
             QVERIFY(!isNew(number, IPCMethod::Watcher));

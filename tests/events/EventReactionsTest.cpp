@@ -10,6 +10,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 namespace {
@@ -36,7 +37,7 @@ public:
     int failures = 0;
 };
 
-class RecordingVoice : public ISessionVoice {
+class RecordingEvents : public ISessionEvents {
 public:
     void raiseEvent(Event event, const EventSubject&) override { toOthers += event; }
     void raiseEventHere(Event event, const EventSubject&) override { here += event; }
@@ -112,7 +113,7 @@ private slots:
         QTest::qWait(400);
         arrive("second");
         QTRY_COMPARE_WITH_TIMEOUT(listener.heard.size(), 2, 3000);
-        QVERIFY2(timer.elapsed() < 400 + EventOrder::holdMs + 350, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < 400 + ReorderBuffer::holdMs + 350, qPrintable(QString::number(timer.elapsed())));
     }
 
     // What could not be done when the event came is tried again, though nothing else happens.
@@ -153,34 +154,34 @@ private slots:
         QFETCH(bool, canLook);
         QFETCH(int, looks);
         TestKit::SessionFixture fixture;
-        RecordingVoice voice;
-        SessionCore core(fixture.services(), &voice);
-        EventReactions reactions(core);
+        RecordingEvents events;
+        SessionState state(fixture.services(), &events);
+        EventReactions reactions(state);
         if (isRestored)
-            core.setRestored();
-        voice.canLook = canLook;
+            state.setRestored();
+        events.canLook = canLook;
         reactions.eventReceived(static_cast<Event>(event), key);
         QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
-        voice.canLook = true;
+        events.canLook = true;
         QVERIFY(reactions.finishReactions() && reactions.finishReactions());
-        QCOMPARE(voice.looks, looks);
+        QCOMPARE(events.looks, looks);
     }
 
     // Every client of the product follows; another product does not; nothing is sent back to the others.
     void oauth2IsEnabledAndDisabledWithTheOthers() {
         TestKit::SessionFixture fixture;
-        RecordingVoice voice;
-        SessionCore core(fixture.services(), &voice);
-        const auto add = [&core](const QString& clientKey, const QString& consumerKey) {
-            core.clients.add({clientKey, 1, clientKey, QStringLiteral("/opt/product")});
-            core.clients.setConfiguration(clientKey,
-                                          std::make_shared<const WebServicesConfiguration>(
-                                              TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"))));
+        RecordingEvents events;
+        SessionState state(fixture.services(), &events);
+        const auto add = [&state](const QString& clientKey, const QString& consumerKey) {
+            state.clients.add({clientKey, 1, clientKey, QStringLiteral("/opt/product")});
+            state.clients.setConfiguration(clientKey,
+                                           std::make_shared<const WebServicesConfiguration>(
+                                               TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"))));
         };
         add(QStringLiteral("first"), key);
         add(QStringLiteral("second"), key);
         add(QStringLiteral("stranger"), otherKey);
-        EventReactions reactions(core);
+        EventReactions reactions(state);
         const OAuth2TokenSpec wished = spec(JWT, L"data");
         const auto enabling = QStringLiteral(
             "OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process.");
@@ -189,21 +190,21 @@ private slots:
         reactions.eventReceived(Event::OAuth2Enabled, {key, wished});
         QVERIFY(fixture.hasLogged(enabling));
         for (const char* const client : {"first", "second"})
-            QCOMPARE(core.clients.oauth2(QLatin1String(client)).defaultSpec(), wished);
-        QVERIFY(!core.clients.oauth2(QStringLiteral("stranger")).isEnabled);
+            QCOMPARE(state.clients.oauth2(QLatin1String(client)).defaultSpec(), wished);
+        QVERIFY(!state.clients.oauth2(QStringLiteral("stranger")).isEnabled);
         fixture.logger->clear();
         reactions.eventReceived(Event::OAuth2Enabled, {key, wished});
         QVERIFY(!fixture.hasLogged(enabling));
 
-        core.clients.enableOAuth2(QStringLiteral("stranger"), wished);
+        state.clients.enableOAuth2(QStringLiteral("stranger"), wished);
         reactions.eventReceived(Event::OAuth2Disabled, key);
         QVERIFY(fixture.hasLogged(QStringLiteral(
             "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process.")));
-        QVERIFY(!core.clients.isOAuth2Used(key, Production));
-        QVERIFY(core.clients.isOAuth2Used(otherKey, Production));
-        QCOMPARE(voice.here,
+        QVERIFY(!state.clients.isOAuth2Used(key, Production));
+        QVERIFY(state.clients.isOAuth2Used(otherKey, Production));
+        QCOMPARE(events.here,
                  QVector<Event>({Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Disabled}));
-        QVERIFY(voice.toOthers.isEmpty());
+        QVERIFY(events.toOthers.isEmpty());
     }
 };
 

@@ -11,6 +11,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 namespace {
@@ -165,7 +166,7 @@ private slots:
             QVERIFY(isSSOServerHost(QLatin1String(host)));
         for (const char* const host : {"/opt/VqSSOServerTool", "/opt/VqSSOServer/tool", ""})
             QVERIFY(!isSSOServerHost(QLatin1String(host)));
-        SessionServices services = m_fixture->services();
+        SessionDependencies services = m_fixture->services();
         services.isSSOServer = true;
         const ClientIdentity client{key, 7, QStringLiteral("Test product"), QStringLiteral("/opt/test.bin")};
         LoginSession server(services, client);

@@ -45,12 +45,12 @@ private:
     [[nodiscard]] std::unique_ptr<StateHelper> run(const QString& what = {}) const {
         return std::make_unique<StateHelper>(QStringList{m_key, m_folder.path(), what});
     }
-    [[nodiscard]] std::unique_ptr<ProcessState> open(ProcessStateServices services) const {
+    [[nodiscard]] std::unique_ptr<ProcessState> open(ProcessStateDependencies services) const {
         auto state = std::make_unique<ProcessState>(std::move(services));
         state->setKey(m_key);
         return state;
     }
-    [[nodiscard]] ProcessStateServices services() const { return systemProcessStateServices(m_folder.path(), m_logger); }
+    [[nodiscard]] ProcessStateDependencies services() const { return systemProcessStateServices(m_folder.path(), m_logger); }
     [[nodiscard]] bool isEmptied() const { return m_state->dump({}).contains(QStringLiteral("Processes (0):")); }
 
     QTemporaryDir m_folder;
@@ -104,7 +104,7 @@ void ProcessStateProcessTest::killedProcess() {
 void ProcessStateProcessTest::anotherExecutable() {
     const auto helper = run();
     QCOMPARE(helper->nextLine(), QByteArray("ready"));
-    ProcessStateServices fake = services();
+    ProcessStateDependencies fake = services();
     fake.ownProcessId = helper->processId();
     const QString path =
         QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()

@@ -88,7 +88,7 @@ private slots:
     void threads();
 
 private:
-    [[nodiscard]] ProcessStateServices services(qint64 id) {
+    [[nodiscard]] ProcessStateDependencies services(qint64 id) {
         return {[this](const QString&) { return std::make_unique<FakeBlock>(m_memory); },
                 [this](qint64 process, const QString& path) { return m_living.contains(process) && path == pathOf(process); },
                 id,

@@ -7,6 +7,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using Velquor::TestKit::answer;
 
 namespace {

@@ -16,6 +16,7 @@ Q_DECLARE_METATYPE(Velquor::TestKit::Script)
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using Velquor::TestKit::answer;
 using Velquor::TestKit::LoopbackHttpServer;
 using Velquor::TestKit::Script;

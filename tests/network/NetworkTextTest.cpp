@@ -15,6 +15,7 @@
 #include <QtTest>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using Velquor::TestKit::FakeReply;
 
 namespace {

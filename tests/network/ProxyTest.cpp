@@ -23,6 +23,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using TestKit::ScriptedPrompt;
 
 namespace {

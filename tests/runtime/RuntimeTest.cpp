@@ -1,10 +1,10 @@
 // The identity of the library and the set-up of its log.
 
-#include "Values/LibrarySettings.h"
 #include "Runtime/LogProperties.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/UserAgentText.h"
+#include "Values/LibrarySettings.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqLog/PrefixedLogger.h"
@@ -14,6 +14,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 class RuntimeTest : public QObject {
     Q_OBJECT

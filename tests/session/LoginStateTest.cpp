@@ -8,9 +8,10 @@
 
 #include <QtTest>
 
-Q_DECLARE_METATYPE(Velquor::WebServices::BasicLoginState)
+Q_DECLARE_METATYPE(Velquor::WebServices::Internal::BasicLoginState)
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 

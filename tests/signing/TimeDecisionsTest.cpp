@@ -1,8 +1,8 @@
+#include "TestKit/RecordingLogger.h"
 #include "Time/ServerTime.h"
 #include "Time/TimeCorrection.h"
 #include "Time/TimeServerUrls.h"
 #include "Time/UpdateSchedule.h"
-#include "TestKit/RecordingLogger.h"
 
 #include <QtTest>
 

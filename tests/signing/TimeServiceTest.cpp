@@ -1,11 +1,11 @@
 #include "Time/TimeService.h"
 #include "FakeTimeSource.h"
-#include "Time/SystemTimeSource.h"
-#include "Time/TimeServiceImp.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/RecordingLogger.h"
+#include "Time/SystemTimeSource.h"
+#include "Time/TimeServiceImp.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
@@ -55,7 +55,8 @@ private Q_SLOTS:
     void tellsSslErrors();
 
 private:
-    [[nodiscard]] TimeServiceParts parts(std::shared_ptr<const ITimeSource> source, TimeServiceOptions options = {}) const {
+    [[nodiscard]] TimeServiceDependencies parts(std::shared_ptr<const ITimeSource> source,
+                                                TimeServiceOptions options = {}) const {
         return {options, std::move(source), m_logger, m_networkLogger};
     }
     [[nodiscard]] std::unique_ptr<TimeServiceImp> makeService(const QString& urls, TimeServiceOptions options = {});
@@ -70,7 +71,7 @@ private:
     TestKit::AccountServiceProcess m_service;
     std::shared_ptr<TestKit::RecordingLogger> m_logger = std::make_shared<TestKit::RecordingLogger>();
     std::shared_ptr<TestKit::RecordingLogger> m_networkLogger = std::make_shared<TestKit::RecordingLogger>();
-    WebServices::UrlStore m_store{m_networkLogger};
+    WebServices::Internal::UrlStore m_store{m_networkLogger};
     std::unique_ptr<LoopbackHttpServer> m_server;
     std::shared_ptr<TestKit::FakeTimeSource> m_clock;
     std::shared_ptr<TimeCorrection> m_correction;

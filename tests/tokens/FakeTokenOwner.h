@@ -28,63 +28,64 @@ public:
     }
 
     [[nodiscard]] QByteArray seal(const char* text) const { return m_services.cryptor->encrypt(text); }
-    [[nodiscard]] WebServices::ProductTokens tokensNamed(const char* token, int seconds) const {
+    [[nodiscard]] WebServices::Internal::ProductTokens tokensNamed(const char* token, int seconds) const {
         return {seal(token), seal("token-secret"), seal("handle"), clock.addSecs(seconds)};
     }
     /// Another process puts the tokens into the file before the look at it with this number; 1 is the next one.
-    void putIntoFile(const WebServices::ProductTokens& tokens, int look) {
+    void putIntoFile(const WebServices::Internal::ProductTokens& tokens, int look) {
         m_fileTokens = tokens;
         m_looksToNews = look;
     }
 
     [[nodiscard]] QString productKey() const override { return QStringLiteral("demo-product-0001"); }
-    [[nodiscard]] WebServices::ConfigurationPointer configuration() const override { return m_configuration; }
-    [[nodiscard]] WebServices::ProductTokens tokens() const override { return held; }
-    [[nodiscard]] QString signingKeys(WebServices::SigningKeys& keys) const override {
+    [[nodiscard]] WebServices::Internal::ConfigurationPointer configuration() const override { return m_configuration; }
+    [[nodiscard]] WebServices::Internal::ProductTokens tokens() const override { return held; }
+    [[nodiscard]] QString signingKeys(WebServices::Internal::SigningKeys& keys) const override {
         keys.token = m_services.cryptor->decrypt(held.accessToken);
         keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
         return {};
     }
-    [[nodiscard]] WebServices::OtherLogin otherLogin() const override {
+    [[nodiscard]] WebServices::Internal::OtherLogin otherLogin() const override {
         return {QStringLiteral("Other"), QStringLiteral("other-product"), seal("other-handle")};
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
-    [[nodiscard]] bool catchUpWithFile(const QString& signInMark) override {
+    [[nodiscard]] bool catchUpWithFile(const QString& signInId) override {
         if (m_looksToNews > 0 && --m_looksToNews == 0)
             held = m_fileTokens;
-        return loggedIn && signInMark == this->signInMark();
+        return loggedIn && signInId == this->signInId();
     }
-    [[nodiscard]] WebServices::StoreResult store(const WebServices::ProductTokens& tokens, const QDateTime&,
-                                                 const QString&) override {
-        if (storeResult == WebServices::StoreResult::Stored)
+    [[nodiscard]] WebServices::Internal::StoreResult store(const WebServices::Internal::ProductTokens& tokens, const QDateTime&,
+                                                           const QString&) override {
+        if (storeResult == WebServices::Internal::StoreResult::Stored)
             held = tokens;
         return storeResult;
     }
-    [[nodiscard]] WebServices::StoreResult storeOAuth2(WebServices::OAuth2Session& session,
-                                                       const WebServices::OAuth2TokenData& token, const QString&) override {
-        if (storeResult == WebServices::StoreResult::Stored)
+    [[nodiscard]] WebServices::Internal::StoreResult storeOAuth2(WebServices::Internal::OAuth2Session& session,
+                                                                 const WebServices::Internal::OAuth2TokenData& token,
+                                                                 const QString&) override {
+        if (storeResult == WebServices::Internal::StoreResult::Stored)
             session.replaceToken(token);
         return storeResult;
     }
-    void forceLogout(const QString& signInMark) override { forcedLogouts += signInMark == this->signInMark() ? 1 : 100; }
+    void forceLogout(const QString& signInId) override { forcedLogouts += signInId == this->signInId() ? 1 : 100; }
 
     QDateTime clock{QDate(2030, 5, 1), QTime(12, 0), Qt::UTC};
-    WebServices::ProductTokens held;
-    WebServices::StoreResult storeResult = WebServices::StoreResult::Stored;
+    WebServices::Internal::ProductTokens held;
+    WebServices::Internal::StoreResult storeResult = WebServices::Internal::StoreResult::Stored;
     bool loggedIn = true;
     bool oauth2Enabled = true;
     int forcedLogouts = 0; ///< Of the present sign-in; one of another counts a hundred.
 
 private:
-    WebServices::ConfigurationPointer m_configuration;
-    WebServices::ProductTokens m_fileTokens;
+    WebServices::Internal::ConfigurationPointer m_configuration;
+    WebServices::Internal::ProductTokens m_fileTokens;
     int m_looksToNews = 0;
 };
 
 /// Flags of which the test says what other processes have set. Thread: any. Owner: the test.
-class FakeRequestFlags : public WebServices::IRequestFlags {
+class FakeRequestFlags : public WebServices::Internal::IRequestFlags {
 public:
     [[nodiscard]] bool isSetElsewhere(const QString& flag) override { return elsewhere.contains(flag); }
     void set(const QString&) override {}

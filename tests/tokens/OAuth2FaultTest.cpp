@@ -8,6 +8,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using TestKit::answer;
 using TestKit::minute;
 using TestKit::second;
@@ -61,7 +62,7 @@ void OAuth2FaultTest::init() {
     m_session = std::make_unique<OAuth2Session>(*m_owner, OAuth2TokenSpec(RT, L""));
     m_fetcher = std::make_unique<OAuth2TokenFetcher>(*m_owner, *m_session, m_flags, digest);
     m_tokenRefresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
-                                                        LostAnswerMark(digest, folder));
+                                                        PendingRefreshFile(digest, folder));
     m_refresher = std::make_unique<OAuth2TokenRefresher>(*m_owner, *m_session, m_flags, *m_controller, *m_tokenRefresher,
                                                          m_fetcher->runState());
     connect(m_session.get(), &OAuth2Session::OAuth2TokenAvailable, m_refresher.get(), &OAuth2TokenRefresher::OAuth2TokenAvailable,

@@ -12,6 +12,8 @@
 
 namespace Velquor::WebServices::OAuth2Testing {
 
+using namespace Internal;
+
 inline const auto key = QStringLiteral("demo-product-0001");
 inline const auto endPoint = QStringLiteral("oauth2-token");
 inline const OAuth2TokenSpec rt(RT, L"");

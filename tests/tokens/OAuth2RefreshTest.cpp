@@ -4,6 +4,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using namespace Velquor::WebServices::OAuth2Testing;
 
 class OAuth2RefreshTest : public OAuth2Fixture {

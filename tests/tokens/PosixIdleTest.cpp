@@ -1,11 +1,11 @@
 // A process with ten signed-in products that has nothing to do does nothing.
 
 #include "Session/LoginSession.h"
-#include "Time/SystemTimeSource.h"
-#include "Time/TimeServiceImp.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
+#include "Time/SystemTimeSource.h"
+#include "Time/TimeServiceImp.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -15,6 +15,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 

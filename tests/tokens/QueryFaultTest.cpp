@@ -5,6 +5,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using TestKit::answer;
 using TestKit::second;
 

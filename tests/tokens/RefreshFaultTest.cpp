@@ -8,6 +8,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using TestKit::answer;
 using TestKit::minute;
 using TestKit::second;
@@ -53,7 +54,7 @@ void RefreshFaultTest::makeRefresher(const QString& lockFolder) {
     m_controller =
         std::make_unique<RefreshController>(QStringLiteral("digest"), lockFolder, m_owner->productKey(), m_fixture->logger);
     m_refresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
-                                                   LostAnswerMark(QStringLiteral("digest"), m_fixture->folder.path()));
+                                                   PendingRefreshFile(QStringLiteral("digest"), m_fixture->folder.path()));
     m_owner->held.expiryDate = m_owner->clock.addSecs(301);
     m_refresher->LoggedIn();
     QCOMPARE(interval(), second);

@@ -7,6 +7,7 @@
 #include <QtTest>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 

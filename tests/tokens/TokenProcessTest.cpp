@@ -11,6 +11,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 using TestKit::TokenHelper;
 
 namespace {

@@ -8,6 +8,7 @@
 #include <thread>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 class TokenTimingTest : public QObject {
     Q_OBJECT

@@ -50,17 +50,17 @@ protected:
     [[nodiscard]] QString heldToken() const { return m_fixture->cryptor->decrypt(m_owner->held.accessToken).toText(); }
 
     /// The milliseconds to the next attempt of the worker; -1: there is none.
-    [[nodiscard]] static int interval(const WebServices::TokenWorker& worker) {
+    [[nodiscard]] static int interval(const WebServices::Internal::TokenWorker& worker) {
         return timer(worker)->isActive() ? timer(worker)->interval() : -1;
     }
     /// Sets the clock to the time of the next attempt and more, and lets the timer fire.
-    void fire(const WebServices::TokenWorker& worker, qint64 moreMs = 0) {
+    void fire(const WebServices::Internal::TokenWorker& worker, qint64 moreMs = 0) {
         m_owner->clock = m_owner->clock.addMSecs(interval(worker) + moreMs);
         timer(worker)->stop();
         QVERIFY(QMetaObject::invokeMethod(timer(worker), "timeout"));
     }
     /// Until what the worker does has ended.
-    static void waitForEnd(const WebServices::TokenWorker& worker) {
+    static void waitForEnd(const WebServices::Internal::TokenWorker& worker) {
         QTRY_VERIFY_WITH_TIMEOUT(!worker.runState()->isBusy(), 10000);
     }
 
@@ -70,7 +70,7 @@ protected:
     FakeRequestFlags m_flags;
 
 private:
-    [[nodiscard]] static QTimer* timer(const WebServices::TokenWorker& worker) {
+    [[nodiscard]] static QTimer* timer(const WebServices::Internal::TokenWorker& worker) {
         return worker.findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
     }
 };

@@ -10,6 +10,7 @@
 #include <vector>
 
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/Crypto/UserRsaCryptor.h"
 #include "VqUtil/Crypto/Platform/Windows/CryptoApiHandle.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QtTest>
 #include <memory>

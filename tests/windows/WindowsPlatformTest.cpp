@@ -1,10 +1,10 @@
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/Files/AtomicFile.h"
-#include "VqUtil/Platform/EventHook.h"
 #include "VqUtil/Files/FileAccess.h"
-#include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/Locks/NamedSemaphore.h"
 #include "VqUtil/Locks/ProcessGuard.h"
+#include "VqUtil/Platform/EventHook.h"
+#include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/Platform/SystemProxySettings.h"
 #include "VqUtil/Platform/Windows/WindowsHandle.h"
 

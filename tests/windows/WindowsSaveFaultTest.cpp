@@ -11,6 +11,7 @@
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
+using namespace Velquor::WebServices::Internal;
 
 class WindowsSaveFaultTest : public QObject {
     Q_OBJECT

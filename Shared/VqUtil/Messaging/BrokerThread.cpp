@@ -6,7 +6,7 @@
 
 namespace Velquor::Util {
 
-HubThread::HubThread(MessageHub::Place place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
+BrokerThread::BrokerThread(MessageBroker::Place place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
     : m_place(std::move(place))
     , m_logger(std::move(logger))
     , m_inbox(inbox) {
@@ -16,22 +16,22 @@ HubThread::HubThread(MessageHub::Place place, std::shared_ptr<Log::ILogger> logg
     m_begun.acquire();
 }
 
-HubThread::~HubThread() {
+BrokerThread::~BrokerThread() {
     quit();
     wait();
 }
 
-bool HubThread::accept(const MessageFrame& frame) {
-    return m_hub->accept(frame);
+bool BrokerThread::accept(const MessageFrame& frame) {
+    return m_broker->accept(frame);
 }
 
-bool HubThread::isServing() const {
-    return m_hub->isServing();
+bool BrokerThread::isServing() const {
+    return m_broker->isServing();
 }
 
-void HubThread::run() {
-    MessageHub hub(m_place, m_logger, m_inbox);
-    m_hub = &hub;
+void BrokerThread::run() {
+    MessageBroker hub(m_place, m_logger, m_inbox);
+    m_broker = &hub;
     m_begun.release();
     exec();
     hub.finish();

@@ -26,7 +26,7 @@ public:
     const std::shared_ptr<Log::ILogger> logger;
     MessageInbox inbox;
     mutable QMutex mutex;
-    std::unique_ptr<HubThread> hub; ///< Changed by the manager's thread alone, under the mutex.
+    std::unique_ptr<BrokerThread> hub; ///< Changed by the manager's thread alone, under the mutex.
 };
 
 IPCManager::IPCManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
@@ -47,15 +47,15 @@ bool IPCManager::start(const QString& serverName, const QString& folder) {
             QStringLiteral("Failed to start the messages between processes: no safe place for server %1").arg(serverName));
         return false;
     }
-    const MessageHub::Place place{address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder)};
-    auto hub = std::make_unique<HubThread>(place, m_private->logger, m_private->inbox);
+    const MessageBroker::Place place{address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder)};
+    auto hub = std::make_unique<BrokerThread>(place, m_private->logger, m_private->inbox);
     const QMutexLocker lock(&m_private->mutex);
     m_private->hub = std::move(hub);
     return true;
 }
 
 void IPCManager::stop() {
-    std::unique_ptr<HubThread> hub;
+    std::unique_ptr<BrokerThread> hub;
     {
         const QMutexLocker lock(&m_private->mutex);
         hub = std::move(m_private->hub);

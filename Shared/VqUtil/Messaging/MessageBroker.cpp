@@ -22,22 +22,22 @@ constexpr quint64 ownNumber = 0;
 
 } // namespace
 
-MessageHub::MessageHub(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
+MessageBroker::MessageBroker(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
     : m_logger(std::move(logger))
-    , m_seat(place.address, place.guardName, place.guardFolder, m_logger, nullptr)
+    , m_election(place.address, place.guardName, place.guardFolder, m_logger, nullptr)
     , m_inbox(inbox) {
-    connect(&m_seat, &LocalServerSeat::SeatTaken, this, &MessageHub::becomeServer);
-    connect(&m_seat, &LocalServerSeat::ConnectedToServer, this, &MessageHub::becomeClient);
-    connect(&m_seat, &LocalServerSeat::ClientConnected, this, &MessageHub::addClient);
-    connect(&m_forgetting, &QTimer::timeout, this, &MessageHub::forgetOld);
+    connect(&m_election, &ServerElection::SeatTaken, this, &MessageBroker::becomeServer);
+    connect(&m_election, &ServerElection::ConnectedToServer, this, &MessageBroker::becomeClient);
+    connect(&m_election, &ServerElection::ClientConnected, this, &MessageBroker::addClient);
+    connect(&m_forgetting, &QTimer::timeout, this, &MessageBroker::forgetOld);
     m_forgetting.setSingleShot(true);
     m_forgetting.setInterval(2 * static_cast<int>(memoryMs));
-    m_seat.seek();
+    m_election.seek();
 }
 
-MessageHub::~MessageHub() = default;
+MessageBroker::~MessageBroker() = default;
 
-bool MessageHub::accept(const MessageFrame& frame) {
+bool MessageBroker::accept(const MessageFrame& frame) {
     const QMutexLocker lock(&m_mutex);
     const qint64 size = frame.content.size() + MessageFrame::headerSize + 1;
     if (m_waitingSize + size > greatestWaitingSize || m_waitingCount >= greatestWaitingCount)
@@ -46,11 +46,11 @@ bool MessageHub::accept(const MessageFrame& frame) {
     ++m_waitingCount;
     m_accepted.append(frame);
     if (m_accepted.size() == 1)
-        QMetaObject::invokeMethod(this, &MessageHub::takeAccepted, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &MessageBroker::takeAccepted, Qt::QueuedConnection);
     return true;
 }
 
-void MessageHub::takeAccepted() {
+void MessageBroker::takeAccepted() {
     QVector<MessageFrame> accepted;
     {
         const QMutexLocker lock(&m_mutex);
@@ -65,12 +65,12 @@ void MessageHub::takeAccepted() {
     relay();
 }
 
-void MessageHub::becomeServer() {
+void MessageBroker::becomeServer() {
     beThere();
     relay();
 }
 
-void MessageHub::becomeClient(QLocalSocket* socket) {
+void MessageBroker::becomeClient(QLocalSocket* socket) {
     m_server = addPeer(socket);
     beThere();
     MessageFrame hello;
@@ -81,7 +81,7 @@ void MessageHub::becomeClient(QLocalSocket* socket) {
     relay();
 }
 
-void MessageHub::addClient(QLocalSocket* socket) {
+void MessageBroker::addClient(QLocalSocket* socket) {
     if (m_clients.size() >= mostClients) {
         warn(QStringLiteral("Refused a connection: %1 processes are connected").arg(mostClients));
         socket->abort();
@@ -92,15 +92,15 @@ void MessageHub::addClient(QLocalSocket* socket) {
     m_clients.last()->expectHello();
 }
 
-MessagePeer* MessageHub::addPeer(QLocalSocket* socket) {
-    auto* const peer = new MessagePeer(socket, ++m_lastNumber, this);
-    connect(peer, &MessagePeer::Received, this, &MessageHub::receive);
-    connect(peer, &MessagePeer::HasRead, this, &MessageHub::relay);
-    connect(peer, &MessagePeer::Ended, this, &MessageHub::removePeer);
+PeerConnection* MessageBroker::addPeer(QLocalSocket* socket) {
+    auto* const peer = new PeerConnection(socket, ++m_lastNumber, this);
+    connect(peer, &PeerConnection::Received, this, &MessageBroker::receive);
+    connect(peer, &PeerConnection::HasRead, this, &MessageBroker::relay);
+    connect(peer, &PeerConnection::Ended, this, &MessageBroker::removePeer);
     return peer;
 }
 
-void MessageHub::receive(MessagePeer* peer, const MessageFrame& frame) {
+void MessageBroker::receive(PeerConnection* peer, const MessageFrame& frame) {
     if (frame.kind == MessageFrame::Kind::Message && peer->isFollowing())
         receiveMessage(peer, frame);
     else if (frame.kind != MessageFrame::Kind::Message && !peer->isFollowing())
@@ -110,7 +110,7 @@ void MessageHub::receive(MessagePeer* peer, const MessageFrame& frame) {
 }
 
 // Who has lost its server is told what it may have missed on the way.
-void MessageHub::greet(MessagePeer* peer, const MessageFrame& hello) {
+void MessageBroker::greet(PeerConnection* peer, const MessageFrame& hello) {
     if (hello.content.isEmpty())
         peer->follow(&m_all, m_all.firstWithin(memoryMs));
     else
@@ -118,16 +118,16 @@ void MessageHub::greet(MessagePeer* peer, const MessageFrame& hello) {
 }
 
 // Whoever has been there for longer than messages are sent again does not depend on the clocks of others.
-bool MessageHub::isFromBefore(const MessageFrame& frame) const {
+bool MessageBroker::isFromBefore(const MessageFrame& frame) const {
     return frame.sentMs < m_thereSinceMs && MessageJournal::nowMs() - m_thereSinceMs < 2 * memoryMs;
 }
 
-void MessageHub::beThere() {
+void MessageBroker::beThere() {
     if (m_thereSinceMs == 0)
         m_thereSinceMs = MessageJournal::nowMs();
 }
 
-void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {
+void MessageBroker::receiveMessage(PeerConnection* peer, const MessageFrame& frame) {
     MessageCodec::Message message;
     if (!MessageCodec::decode(frame.content, &message)) {
         peer->end(QStringLiteral("it sent a message that cannot be read"));
@@ -140,7 +140,7 @@ void MessageHub::receiveMessage(MessagePeer* peer, const MessageFrame& frame) {
         warn(QStringLiteral("Gave up messages that this process has not received for long: it is busy"));
 }
 
-void MessageHub::removePeer(MessagePeer* peer, const QString& reason) {
+void MessageBroker::removePeer(PeerConnection* peer, const QString& reason) {
     if (!reason.isEmpty())
         warn(QStringLiteral("Ended the connection with another process: %1").arg(reason));
     peer->deleteLater();
@@ -149,15 +149,15 @@ void MessageHub::removePeer(MessagePeer* peer, const QString& reason) {
         loseServer();
 }
 
-void MessageHub::loseServer() {
+void MessageBroker::loseServer() {
     m_ownUnsent = m_server->nextToWrite();
     m_server = nullptr;
-    m_seat.seek();
+    m_election.seek();
 }
 
-void MessageHub::relay() {
-    const QVector<MessagePeer*> clients = m_clients;
-    for (MessagePeer* const client : clients)
+void MessageBroker::relay() {
+    const QVector<PeerConnection*> clients = m_clients;
+    for (PeerConnection* const client : clients)
         client->writeOn();
     if (m_server)
         m_server->writeOn();
@@ -175,9 +175,9 @@ void MessageHub::relay() {
     }
 }
 
-void MessageHub::forgetOld() {
+void MessageBroker::forgetOld() {
     quint64 needed = m_all.end();
-    for (const MessagePeer* const client : std::as_const(m_clients))
+    for (const PeerConnection* const client : std::as_const(m_clients))
         needed = client->isFollowing() ? std::min(needed, client->nextToWrite()) : needed;
     m_all.forget(memoryMs, needed);
     m_own.forget(memoryMs, m_server ? m_server->nextToWrite() : m_ownUnsent);
@@ -185,11 +185,11 @@ void MessageHub::forgetOld() {
         m_forgetting.start();
 }
 
-bool MessageHub::holdsAny() const {
+bool MessageBroker::holdsAny() const {
     return m_all.begin() != m_all.end() || m_own.begin() != m_own.end();
 }
 
-void MessageHub::warn(const QString& text) {
+void MessageBroker::warn(const QString& text) {
     if (text == m_lastWarning && !m_sinceWarning.hasExpired(sameWarningMs))
         return;
     m_lastWarning = text;
@@ -197,11 +197,11 @@ void MessageHub::warn(const QString& text) {
     m_logger->warning(text);
 }
 
-void MessageHub::finish() {
+void MessageBroker::finish() {
     takeAccepted();
-    const QVector<MessagePeer*> clients = m_clients;
+    const QVector<PeerConnection*> clients = m_clients;
     const QDeadlineTimer deadline(farewellMs);
-    for (MessagePeer* const client : clients)
+    for (PeerConnection* const client : clients)
         client->finish(static_cast<int>(deadline.remainingTime()));
     if (m_server)
         m_server->finish(static_cast<int>(deadline.remainingTime()));

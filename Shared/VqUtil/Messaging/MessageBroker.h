@@ -1,10 +1,10 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
-#include "VqUtil/Messaging/ServerElection.h"
 #include "VqUtil/Messaging/MessageInbox.h"
 #include "VqUtil/Messaging/MessageJournal.h"
 #include "VqUtil/Messaging/PeerConnection.h"
+#include "VqUtil/Messaging/ServerElection.h"
 
 #include <QElapsedTimer>
 #include <QMutex>
@@ -19,7 +19,7 @@ namespace Velquor::Util {
 /// new one, which tells everybody who comes what it has lately heard. Who has seen a message drops it, and so does a newcomer
 /// with one that is older than itself. So the messages of one sender keep their order. Thread: the one that makes it; `accept`
 /// and `isServing` may be called from any. Owner: its thread. Errors: a line in the log.
-class MessageHub : public QObject {
+class MessageBroker : public QObject {
     Q_OBJECT
 
 public:
@@ -29,27 +29,27 @@ public:
         QString guardName;
         QString guardFolder;
     };
-    MessageHub(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
-    ~MessageHub() override;
+    MessageBroker(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
+    ~MessageBroker() override;
 
     /// False when more waits to be sent than is kept.
     [[nodiscard]] bool accept(const MessageFrame& frame);
     /// Hands over to the system what it can, within a short time, and ends all connections.
     void finish();
-    [[nodiscard]] bool isServing() const { return m_seat.isServing(); }
+    [[nodiscard]] bool isServing() const { return m_election.isServing(); }
 
 private:
     void takeAccepted();
     void becomeServer();
     void becomeClient(QLocalSocket* socket);
     void addClient(QLocalSocket* socket);
-    [[nodiscard]] MessagePeer* addPeer(QLocalSocket* socket);
-    void receive(MessagePeer* peer, const MessageFrame& frame);
-    void greet(MessagePeer* peer, const MessageFrame& hello);
+    [[nodiscard]] PeerConnection* addPeer(QLocalSocket* socket);
+    void receive(PeerConnection* peer, const MessageFrame& frame);
+    void greet(PeerConnection* peer, const MessageFrame& hello);
     [[nodiscard]] bool isFromBefore(const MessageFrame& frame) const;
     void beThere();
-    void receiveMessage(MessagePeer* peer, const MessageFrame& frame);
-    void removePeer(MessagePeer* peer, const QString& reason);
+    void receiveMessage(PeerConnection* peer, const MessageFrame& frame);
+    void removePeer(PeerConnection* peer, const QString& reason);
     void loseServer();
     void relay();
     void forgetOld();
@@ -57,10 +57,10 @@ private:
     void warn(const QString& text);
 
     const std::shared_ptr<Log::ILogger> m_logger;
-    LocalServerSeat m_seat;
+    ServerElection m_election;
     MessageInbox& m_inbox;
-    QVector<MessagePeer*> m_clients;
-    MessagePeer* m_server = nullptr;
+    QVector<PeerConnection*> m_clients;
+    PeerConnection* m_server = nullptr;
     quint64 m_lastNumber = 0;
     qint64 m_thereSinceMs = 0; ///< When it was first connected or served; 0 before.
 

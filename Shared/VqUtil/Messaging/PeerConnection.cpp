@@ -13,7 +13,7 @@ constexpr int patienceMs = 2000;
 
 } // namespace
 
-MessagePeer::MessagePeer(QLocalSocket* socket, quint64 number, QObject* parent)
+PeerConnection::PeerConnection(QLocalSocket* socket, quint64 number, QObject* parent)
     : QObject(parent)
     , m_socket(socket)
     , m_number(number) {
@@ -21,30 +21,30 @@ MessagePeer::MessagePeer(QLocalSocket* socket, quint64 number, QObject* parent)
     m_socket->setReadBufferSize(readAhead);
     m_patience.setSingleShot(true);
     m_patience.setInterval(patienceMs);
-    connect(&m_patience, &QTimer::timeout, this, &MessagePeer::tooLate);
-    connect(m_socket, &QLocalSocket::readyRead, this, &MessagePeer::readOn);
-    connect(m_socket, &QLocalSocket::bytesWritten, this, &MessagePeer::writeOn);
-    connect(m_socket, &QLocalSocket::disconnected, this, &MessagePeer::endOfStream);
+    connect(&m_patience, &QTimer::timeout, this, &PeerConnection::tooLate);
+    connect(m_socket, &QLocalSocket::readyRead, this, &PeerConnection::readOn);
+    connect(m_socket, &QLocalSocket::bytesWritten, this, &PeerConnection::writeOn);
+    connect(m_socket, &QLocalSocket::disconnected, this, &PeerConnection::endOfStream);
     // What came before anybody listened, an end included, is looked at from the event loop.
     QMetaObject::invokeMethod(
         this, [this] { m_socket->state() == QLocalSocket::ConnectedState ? readOn() : endOfStream(); }, Qt::QueuedConnection);
 }
 
-MessagePeer::~MessagePeer() {
+PeerConnection::~PeerConnection() {
     m_socket->disconnect(this);
 }
 
-void MessagePeer::expectHello() {
+void PeerConnection::expectHello() {
     m_patience.start();
 }
 
-void MessagePeer::follow(MessageJournal* journal, quint64 next) {
+void PeerConnection::follow(MessageJournal* journal, quint64 next) {
     m_journal = journal;
     m_next = next;
     writeOn();
 }
 
-void MessagePeer::writeOn() {
+void PeerConnection::writeOn() {
     if (m_isEnded || !m_journal)
         return;
     if (m_next < m_journal->begin()) {
@@ -56,14 +56,14 @@ void MessagePeer::writeOn() {
             continue;
         if (m_socket->state() != QLocalSocket::ConnectedState || m_socket->write(m_journal->at(m_next).frame) < 0) {
             // Its end is told by the socket, with what came before it; in case it is not, from the event loop.
-            QMetaObject::invokeMethod(this, &MessagePeer::endOfStream, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(this, &PeerConnection::endOfStream, Qt::QueuedConnection);
             return;
         }
         m_journal->noteWritten(m_next);
     }
 }
 
-void MessagePeer::readOn() {
+void PeerConnection::readOn() {
     if (m_isEnded)
         return;
     m_reader.add(m_socket->readAll());
@@ -71,7 +71,7 @@ void MessagePeer::readOn() {
     emit HasRead();
 }
 
-void MessagePeer::receiveFrames() {
+void PeerConnection::receiveFrames() {
     MessageFrame frame;
     auto result = MessageFrameReader::Result::Whole;
     while (!m_isEnded && result == MessageFrameReader::Result::Whole) {
@@ -89,17 +89,17 @@ void MessagePeer::receiveFrames() {
         m_patience.start();
 }
 
-void MessagePeer::endOfStream() {
+void PeerConnection::endOfStream() {
     if (m_socket->bytesAvailable() > 0)
         readOn();
     end(QString());
 }
 
-void MessagePeer::tooLate() {
+void PeerConnection::tooLate() {
     end(QStringLiteral("it did not finish its message in time"));
 }
 
-void MessagePeer::finish(int timeoutMs) {
+void PeerConnection::finish(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
     writeOn();
     m_socket->flush();
@@ -109,7 +109,7 @@ void MessagePeer::finish(int timeoutMs) {
     }
 }
 
-void MessagePeer::end(const QString& reason) {
+void PeerConnection::end(const QString& reason) {
     if (m_isEnded)
         return;
     m_isEnded = true;

@@ -13,13 +13,13 @@ namespace Velquor::Util {
 /// it.
 ///
 /// Thread: the hub's. Owner: the hub. Errors: `Ended`, once, with the reason; nothing comes after it.
-class MessagePeer : public QObject {
+class PeerConnection : public QObject {
     Q_OBJECT
 
 public:
     /// Takes the socket over, which is connected.
-    MessagePeer(QLocalSocket* socket, quint64 number, QObject* parent);
-    ~MessagePeer() override;
+    PeerConnection(QLocalSocket* socket, quint64 number, QObject* parent);
+    ~PeerConnection() override;
 
     [[nodiscard]] quint64 number() const { return m_number; }
     /// Whether it has said hello and is told messages.
@@ -38,10 +38,10 @@ public:
     void end(const QString& reason);
 
 signals:
-    void Received(Velquor::Util::MessagePeer* peer, const Velquor::Util::MessageFrame& frame);
+    void Received(Velquor::Util::PeerConnection* peer, const Velquor::Util::MessageFrame& frame);
     /// Follows what was received together.
     void HasRead();
-    void Ended(Velquor::Util::MessagePeer* peer, const QString& reason);
+    void Ended(Velquor::Util::PeerConnection* peer, const QString& reason);
 
 private:
     void readOn();

@@ -21,29 +21,29 @@ constexpr int mostNameAttempts = 3;
 
 } // namespace
 
-LocalServerSeat::LocalServerSeat(const QString& address, const QString& guardName, const QString& guardFolder,
-                                 std::shared_ptr<Log::ILogger> logger, QObject* parent)
+ServerElection::ServerElection(const QString& address, const QString& guardName, const QString& guardFolder,
+                               std::shared_ptr<Log::ILogger> logger, QObject* parent)
     : QObject(parent)
     , m_address(address)
     , m_guard(guardName, guardFolder)
     , m_logger(std::move(logger)) {
     qRegisterMetaType<QLocalSocket::LocalSocketError>("QLocalSocket::LocalSocketError");
     m_nextTry.setSingleShot(true);
-    connect(&m_nextTry, &QTimer::timeout, this, &LocalServerSeat::connectToServer);
-    connect(&m_serverCheck, &QTimer::timeout, this, &LocalServerSeat::checkServer);
+    connect(&m_nextTry, &QTimer::timeout, this, &ServerElection::connectToServer);
+    connect(&m_serverCheck, &QTimer::timeout, this, &ServerElection::checkServer);
     m_serverCheck.setInterval(serverCheckMs);
     m_serverCheck.setTimerType(Qt::VeryCoarseTimer);
 }
 
 // The name is given back before the lock.
-LocalServerSeat::~LocalServerSeat() {
+ServerElection::~ServerElection() {
     if (m_socket)
         m_socket->disconnect(this);
     m_server.reset();
     m_guard.release();
 }
 
-void LocalServerSeat::seek() {
+void ServerElection::seek() {
     if (m_connectedSince.isValid() && m_connectedSince.elapsed() < briefConnectionMs)
         lengthenPause();
     else
@@ -51,21 +51,21 @@ void LocalServerSeat::seek() {
     seekLater(m_pauseMs);
 }
 
-void LocalServerSeat::lengthenPause() {
+void ServerElection::lengthenPause() {
     m_pauseMs = std::min(std::max(m_pauseMs * 2, shortestPauseMs), longestPauseMs);
 }
 
-void LocalServerSeat::connectToServer() {
+void ServerElection::connectToServer() {
     delete m_socket;
     m_socket = new QLocalSocket(this);
     // Queued, since a socket may answer while it is still being asked.
-    connect(m_socket, &QLocalSocket::connected, this, &LocalServerSeat::connected, Qt::QueuedConnection);
-    connect(m_socket, &QLocalSocket::errorOccurred, this, &LocalServerSeat::notConnected, Qt::QueuedConnection);
+    connect(m_socket, &QLocalSocket::connected, this, &ServerElection::connected, Qt::QueuedConnection);
+    connect(m_socket, &QLocalSocket::errorOccurred, this, &ServerElection::notConnected, Qt::QueuedConnection);
     m_nextTry.start(connectMs);
     m_socket->connectToServer(m_address);
 }
 
-void LocalServerSeat::connected() {
+void ServerElection::connected() {
     if (!m_socket || sender() != m_socket || m_socket->state() != QLocalSocket::ConnectedState)
         return;
     if (!isPeerOfSameUser(m_socket->socketDescriptor(), PeerRole::Server)) {
@@ -84,7 +84,7 @@ void LocalServerSeat::connected() {
 }
 
 // The second time the lock is there: nobody who keeps to it can have begun to serve since then, and nobody answers.
-void LocalServerSeat::notConnected() {
+void ServerElection::notConnected() {
     if (!m_socket || sender() != m_socket)
         return;
     if (m_hasGuard) {
@@ -107,7 +107,7 @@ void LocalServerSeat::notConnected() {
     seekLater(m_pauseMs + QRandomGenerator::global()->bounded(shortestPauseMs));
 }
 
-void LocalServerSeat::takeSeat() {
+void ServerElection::takeSeat() {
     if (!listen()) {
         m_guard.release();
         m_hasGuard = false;
@@ -123,10 +123,10 @@ void LocalServerSeat::takeSeat() {
     emit SeatTaken();
 }
 
-bool LocalServerSeat::listen() {
+bool ServerElection::listen() {
     m_server = std::make_unique<QLocalServer>();
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    connect(m_server.get(), &QLocalServer::newConnection, this, &LocalServerSeat::acceptClients, Qt::QueuedConnection);
+    connect(m_server.get(), &QLocalServer::newConnection, this, &ServerElection::acceptClients, Qt::QueuedConnection);
     if (m_server->listen(m_address))
         return true;
     warnOnce(QStringLiteral("Failed to serve messages at %1. %2").arg(m_address, m_server->errorString()));
@@ -134,7 +134,7 @@ bool LocalServerSeat::listen() {
     return false;
 }
 
-void LocalServerSeat::acceptClients() {
+void ServerElection::acceptClients() {
     while (m_server && m_server->hasPendingConnections()) {
         QLocalSocket* const socket = m_server->nextPendingConnection();
         if (isPeerOfSameUser(socket->socketDescriptor(), PeerRole::Client)) {
@@ -148,7 +148,7 @@ void LocalServerSeat::acceptClients() {
 }
 
 // The server stops listening by itself when the system runs short of descriptors, and its socket may be removed by somebody.
-void LocalServerSeat::checkServer() {
+void ServerElection::checkServer() {
     if (m_server->isListening() && isLocalServerNamed(m_address))
         return;
     m_server->close();
@@ -157,7 +157,7 @@ void LocalServerSeat::checkServer() {
 }
 
 // The name may go again before it is watched.
-void LocalServerSeat::keepName() {
+void ServerElection::keepName() {
     for (int attempt = 0; attempt < mostNameAttempts; ++attempt) {
         checkServer();
         watchName();
@@ -166,26 +166,26 @@ void LocalServerSeat::keepName() {
     }
 }
 
-void LocalServerSeat::watchName() {
+void ServerElection::watchName() {
     const QString file = localServerFile(m_address);
     if (file.isEmpty())
         return;
     if (!m_nameWatch) {
         m_nameWatch = std::make_unique<QFileSystemWatcher>();
-        connect(m_nameWatch.get(), &QFileSystemWatcher::fileChanged, this, &LocalServerSeat::keepName);
+        connect(m_nameWatch.get(), &QFileSystemWatcher::fileChanged, this, &ServerElection::keepName);
     }
     // The watch is on the file, which may be another one now, and not on its name.
     m_nameWatch->removePath(file);
     m_nameWatch->addPath(file);
 }
 
-void LocalServerSeat::seekLater(int ms) {
+void ServerElection::seekLater(int ms) {
     if (m_socket)
         m_socket->disconnect(this);
     m_nextTry.start(ms);
 }
 
-void LocalServerSeat::warnOnce(const QString& text) {
+void ServerElection::warnOnce(const QString& text) {
     if (text == m_lastWarning)
         return;
     m_lastWarning = text;

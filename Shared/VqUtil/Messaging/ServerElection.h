@@ -21,13 +21,13 @@ namespace Velquor::Util {
 /// nobody answers on. So a socket left behind by a dead process is taken over, and that of a living one never. Both sides check
 /// that the other is the same user. Thread: the one that starts it. Owner: the hub. Errors: a line in the log, and another
 /// attempt a little later.
-class LocalServerSeat : public QObject {
+class ServerElection : public QObject {
     Q_OBJECT
 
 public:
-    LocalServerSeat(const QString& address, const QString& guardName, const QString& guardFolder,
-                    std::shared_ptr<Log::ILogger> logger, QObject* parent);
-    ~LocalServerSeat() override;
+    ServerElection(const QString& address, const QString& guardName, const QString& guardFolder,
+                   std::shared_ptr<Log::ILogger> logger, QObject* parent);
+    ~ServerElection() override;
 
     /// Takes the free seat or connects to who has it; to be called again when that connection has ended. One that ended as soon
     /// as it was made is not made anew at once: that server refuses this process, and would again.

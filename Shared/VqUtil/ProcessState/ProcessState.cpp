@@ -49,7 +49,7 @@ private:
     CrossProcessLock* const m_lock;
 };
 
-ProcessState::ProcessState(ProcessStateServices services)
+ProcessState::ProcessState(ProcessStateDependencies services)
     : m_services(std::move(services)) {}
 
 ProcessState::~ProcessState() {

@@ -19,7 +19,7 @@ namespace Velquor::Util {
 /// and the process works as if it were alone; one log line says so.
 class ProcessState {
 public:
-    explicit ProcessState(ProcessStateServices services);
+    explicit ProcessState(ProcessStateDependencies services);
     ~ProcessState();
     ProcessState(const ProcessState&) = delete;
     ProcessState& operator=(const ProcessState&) = delete;
@@ -56,7 +56,7 @@ private:
     [[nodiscard]] QStringList dumpLines(const QString& context);
     [[nodiscard]] bool isDebugEnabled() const { return m_services.logger->isEnabled(Log::Level::Debug); }
 
-    const ProcessStateServices m_services;
+    const ProcessStateDependencies m_services;
     QMutex m_mutex;
     std::unique_ptr<CrossProcessLock> m_lock;
     std::unique_ptr<ProcessStateBlock> m_block;

@@ -8,8 +8,8 @@
 
 namespace Velquor::Util {
 
-ProcessStateServices systemProcessStateServices(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger) {
-    ProcessStateServices services;
+ProcessStateDependencies systemProcessStateServices(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger) {
+    ProcessStateDependencies services;
     services.lockFolder = sharedBlockFolder(dataFolder);
     services.openBlock = [folder = services.lockFolder](const QString& key) { return openSharedBlock(key, folder); };
     services.isAlive = &isProcessAlive;

@@ -10,7 +10,7 @@
 namespace Velquor::Util {
 
 /// What the process state needs of the system. Thread: any.
-struct ProcessStateServices {
+struct ProcessStateDependencies {
     std::function<std::unique_ptr<ISharedBlock>(const QString& key)> openBlock;
     std::function<bool(qint64 processId, const QString& executablePath)> isAlive;
     qint64 ownProcessId = 0;
@@ -20,6 +20,7 @@ struct ProcessStateServices {
 };
 
 /// The services of the running system. `dataFolder`, which exists, takes what has no better place.
-[[nodiscard]] ProcessStateServices systemProcessStateServices(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger);
+[[nodiscard]] ProcessStateDependencies systemProcessStateServices(const QString& dataFolder,
+                                                                  std::shared_ptr<Log::ILogger> logger);
 
 } // namespace Velquor::Util

@@ -5,6 +5,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 Cache::Cache(CacheImp* imp)
     : m_imp(imp) {
     m_imp->setOwner(this);

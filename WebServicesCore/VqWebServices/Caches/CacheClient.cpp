@@ -4,14 +4,14 @@
 #include <QThread>
 #include <VqWebServices/Cache.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 // An update ends within the time of its request; the rest is for the thread to get round to it.
 constexpr int graceMs = 2000;
 } // namespace
 
-CacheDoor::CacheDoor(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, const QString& productId)
+CacheClient::CacheClient(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, const QString& productId)
     : m_owner(owner)
     , m_views(std::make_shared<CacheViews>())
     , m_store(new CacheStore(
@@ -19,7 +19,7 @@ CacheDoor::CacheDoor(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, co
     m_store->ConfigurationSet();
 }
 
-void CacheDoor::close() {
+void CacheClient::close() {
     m_views->userInfo.isClosed = true;
     m_views->entitlements.isClosed = true;
     m_views->quota.isClosed = true;
@@ -27,7 +27,7 @@ void CacheDoor::close() {
     m_isOpen = false;
 }
 
-CacheView* CacheDoor::view(CacheType type) const {
+CacheView* CacheClient::view(CacheType type) const {
     switch (type) {
     case CacheType::UserInfo: return &m_views->userInfo;
     case CacheType::StorageQuota: return &m_views->quota;
@@ -36,17 +36,17 @@ CacheView* CacheDoor::view(CacheType type) const {
     return nullptr;
 }
 
-bool CacheDoor::isEnabled(CacheType type) const {
+bool CacheClient::isEnabled(CacheType type) const {
     const CacheView* const seen = view(type);
     return seen && seen->isEnabled;
 }
 
-bool CacheDoor::isAvailable(CacheType type) const {
+bool CacheClient::isAvailable(CacheType type) const {
     const CacheView* const seen = view(type);
     return seen && seen->isAvailable;
 }
 
-void CacheDoor::EnableCache(CacheType type, bool enable) {
+void CacheClient::EnableCache(CacheType type, bool enable) {
     const QMutexLocker lock(&m_mutex);
     CacheView* const seen = view(type);
     if (!m_isOpen || !seen || seen->isEnabled == enable)
@@ -58,19 +58,19 @@ void CacheDoor::EnableCache(CacheType type, bool enable) {
         seen->isEnabled = enable;
 }
 
-void CacheDoor::InvalidateCache(CacheType type) {
+void CacheClient::InvalidateCache(CacheType type) {
     const QMutexLocker lock(&m_mutex);
     if (m_isOpen)
         m_store->InvalidateCache(type);
 }
 
-void CacheDoor::DeleteCache(CacheType type) {
+void CacheClient::DeleteCache(CacheType type) {
     const QMutexLocker lock(&m_mutex);
     if (m_isOpen)
         m_store->DeleteCache(type);
 }
 
-void CacheDoor::invalidateAll() {
+void CacheClient::invalidateAll() {
     const QMutexLocker lock(&m_mutex);
     for (const CacheType type : cacheTypes) {
         if (Cache* const cache = m_isOpen ? m_store->cache(type) : nullptr)
@@ -78,14 +78,14 @@ void CacheDoor::invalidateAll() {
     }
 }
 
-void CacheDoor::tell(Event event) {
+void CacheClient::tell(Event event) {
     const QMutexLocker lock(&m_mutex);
     if (m_isOpen)
         QMetaObject::invokeMethod(
             m_store, [store = m_store, event] { (store->*event)(); }, Qt::QueuedConnection);
 }
 
-bool CacheDoor::postUpdate(CacheType type) {
+bool CacheClient::postUpdate(CacheType type) {
     const QMutexLocker lock(&m_mutex);
     CacheImp* const imp = m_isOpen ? m_store->imp(type) : nullptr;
     if (!imp)
@@ -94,7 +94,7 @@ bool CacheDoor::postUpdate(CacheType type) {
     return QMetaObject::invokeMethod(imp, &CacheImp::UpdateNowSlot, Qt::QueuedConnection);
 }
 
-void CacheDoor::updateAndWait(CacheView& view, CacheType type) {
+void CacheClient::updateAndWait(CacheView& view, CacheType type) {
     RunWaiter waiter(view.updates);
     const RunState::Entry entry = view.updates->enter();
     if (entry == RunState::Entry::Closed)
@@ -111,22 +111,22 @@ void CacheDoor::updateAndWait(CacheView& view, CacheType type) {
 }
 
 template <class T>
-std::shared_ptr<const T> CacheDoor::value(ReplyView<T>& view, CacheType type, bool mayWait) {
+std::shared_ptr<const T> CacheClient::value(ReplyView<T>& view, CacheType type, bool mayWait) {
     if (!view.isAvailable && mayWait && !view.isClosed)
         updateAndWait(view, type);
     return view.isAvailable && !view.isClosed ? view.reply.get() : nullptr;
 }
 
-std::shared_ptr<const UserInfo> CacheDoor::userInfo(bool mayWait) {
+std::shared_ptr<const UserInfo> CacheClient::userInfo(bool mayWait) {
     return value(m_views->userInfo, CacheType::UserInfo, mayWait);
 }
 
-std::shared_ptr<const Entitlements> CacheDoor::entitlements(bool mayWait) {
+std::shared_ptr<const Entitlements> CacheClient::entitlements(bool mayWait) {
     return value(m_views->entitlements, CacheType::Entitlement, mayWait);
 }
 
-std::shared_ptr<const StorageQuota> CacheDoor::quota(bool mayWait) {
+std::shared_ptr<const StorageQuota> CacheClient::quota(bool mayWait) {
     return value(m_views->quota, CacheType::StorageQuota, mayWait);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,15 +4,15 @@
 
 #include <QMutex>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The way to the caches of one product from other threads, open until the product's token operations thread is asked to end.
 ///
 /// Thread: any. Owner: the token operations. A caller that waits holds no lock. Errors: null results; the caches log.
-class CacheDoor {
+class CacheClient {
 public:
     /// `productId` stands for the consumer key in the cache file; `refreshes` is busy while the access token is being refreshed.
-    CacheDoor(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, const QString& productId);
+    CacheClient(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, const QString& productId);
 
     /// For whoever moves it to its thread and deletes it there.
     [[nodiscard]] CacheStore* store() const { return m_store; }
@@ -52,4 +52,4 @@ private:
     bool m_isOpen = true;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

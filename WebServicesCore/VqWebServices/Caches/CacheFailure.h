@@ -11,7 +11,7 @@ struct CacheFailure {
     int httpStatus = 0; ///< 0: no reply was received.
     QNetworkReply::NetworkError networkError = QNetworkReply::NoError;
     bool isReplyDamaged = false; ///< Status 200, but the body was cut, too large, or not what was asked for.
-    ClockKind clockKind = ClockKind::None;
+    Internal::ClockKind clockKind = Internal::ClockKind::None;
 };
 
 } // namespace Velquor::WebServices

@@ -10,7 +10,7 @@
 #include <QFileInfo>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -191,4 +191,4 @@ bool CacheFile::removeAll(const QString& path) {
     return isGone;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

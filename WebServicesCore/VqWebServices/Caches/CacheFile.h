@@ -5,7 +5,7 @@
 #include <QString>
 #include <functional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the cache file keeps of one cache of one product. A plain value.
 struct CacheRecord {
@@ -55,4 +55,4 @@ private:
     bool m_cleaned = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

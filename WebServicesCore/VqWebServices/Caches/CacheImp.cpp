@@ -10,11 +10,13 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 constexpr qint64 msPerSecond = 1000;
 } // namespace
 
-CacheImp::CacheImp(const CacheParts& parts, CacheView& view, const QString& name, const QString& nodePath)
+CacheImp::CacheImp(const CacheDependencies& parts, CacheView& view, const QString& name, const QString& nodePath)
     : m_tokens(parts.owner)
     , m_refreshes(parts.refreshes)
     , m_views(parts.views)
@@ -213,7 +215,7 @@ CacheIdentity CacheImp::identity() const {
 }
 
 void CacheImp::loadOnce() {
-    const QString mark = m_tokens.signInMark();
+    const QString mark = m_tokens.signInId();
     if (!m_canUpdate || mark.isEmpty() || m_loadedFor == mark || m_view.isAvailable)
         return;
     m_loadedFor = mark;

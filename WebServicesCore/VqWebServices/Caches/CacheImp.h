@@ -16,13 +16,17 @@ namespace Velquor::WebServices {
 
 class Cache;
 
+namespace Internal {
+
 /// What the caches of one product share. A plain value.
-struct CacheParts {
+struct CacheDependencies {
     ITokenOwner& owner;
     std::shared_ptr<RunState> refreshes; ///< Busy while the access token is being refreshed.
     std::shared_ptr<CacheFile> file;
     std::shared_ptr<CacheViews> views;
 };
+
+} // namespace Internal
 
 /// The work of one cache: its timer, the update over the network with its retries, and what becomes of the value.
 ///
@@ -33,7 +37,7 @@ class CacheImp : public QObject {
     Q_OBJECT
 
 public:
-    CacheImp(const CacheParts& parts, CacheView& view, const QString& name, const QString& nodePath);
+    CacheImp(const Internal::CacheDependencies& parts, Internal::CacheView& view, const QString& name, const QString& nodePath);
     ~CacheImp() override;
     void setOwner(Cache* owner);
 
@@ -42,7 +46,7 @@ public:
     void InvalidateCache();
     void DeleteCache();
     void SetUpdateInterval(unsigned int seconds);
-    [[nodiscard]] const CacheLog& log() const { return m_log; }
+    [[nodiscard]] const Internal::CacheLog& log() const { return m_log; }
     [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const {
         return m_tokens.endPoint(serverKey, endPointKey);
     }
@@ -82,36 +86,36 @@ private:
     void update();
     [[nodiscard]] bool mayUpdate();
     [[nodiscard]] bool signRequest(QNetworkRequest& request);
-    void exchangeFinished(const ExchangeOutcome& outcome);
-    void settle(const ExchangeOutcome& outcome);
-    void keep(const ExchangeOutcome& outcome);
+    void exchangeFinished(const Internal::ExchangeOutcome& outcome);
+    void settle(const Internal::ExchangeOutcome& outcome);
+    void keep(const Internal::ExchangeOutcome& outcome);
     void fail(const QString& text, const CacheFailure& failure);
     void endRun();
     void clearMemory();
 
-    [[nodiscard]] CacheIdentity identity() const;
-    [[nodiscard]] CacheTiming::Facts facts() const;
+    [[nodiscard]] Internal::CacheIdentity identity() const;
+    [[nodiscard]] Internal::CacheTiming::Facts facts() const;
     [[nodiscard]] QDateTime now() const { return m_tokens.services().now(); }
 
     Cache* m_owner = nullptr;
-    ITokenOwner& m_tokens;
-    const std::shared_ptr<RunState> m_refreshes;
-    const std::shared_ptr<CacheViews> m_views; ///< Keeps `m_view` alive.
-    CacheView& m_view;
-    const CacheLog m_log;
-    CacheStorage m_storage;
+    Internal::ITokenOwner& m_tokens;
+    const std::shared_ptr<Internal::RunState> m_refreshes;
+    const std::shared_ptr<Internal::CacheViews> m_views; ///< Keeps `m_view` alive.
+    Internal::CacheView& m_view;
+    const Internal::CacheLog m_log;
+    Internal::CacheStorage m_storage;
     bool m_canUpdate = false;
     mutable QRecursiveMutex m_mutex; ///< For the intervals and the date.
-    qint64 m_checkSeconds = CacheTiming::longestCheckSeconds;
-    qint64 m_updateSeconds = CacheTiming::defaultUpdateSeconds;
+    qint64 m_checkSeconds = Internal::CacheTiming::longestCheckSeconds;
+    qint64 m_updateSeconds = Internal::CacheTiming::defaultUpdateSeconds;
     QDateTime m_updateDate;
     int m_failures = 0; ///< Failed updates in a row.
     QDateTime m_lastModified;
     QString m_loadedFor; ///< The sign-in for which the file was read.
     QTimer m_timer;
-    ExchangeRunner m_exchange;
-    QString m_askedFor;        ///< The sign-in for which the request that is under way was sent,
-    CacheIdentity m_askedWith; ///< and whose its answer is.
+    Internal::ExchangeRunner m_exchange;
+    QString m_askedFor;                  ///< The sign-in for which the request that is under way was sent,
+    Internal::CacheIdentity m_askedWith; ///< and whose its answer is.
 };
 
 } // namespace Velquor::WebServices

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The log lines of one cache, each with its name in front. Thread: any. Owner: the cache.
 class CacheLog {
@@ -28,4 +28,4 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

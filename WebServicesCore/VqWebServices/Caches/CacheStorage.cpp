@@ -3,7 +3,7 @@
 #include <QFileInfo>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 CacheStorage::CacheStorage(std::shared_ptr<CacheFile> file, QString nodePath, const CacheLog& log)
     : m_file(std::move(file))
@@ -80,4 +80,4 @@ void CacheStorage::logFailure(CacheFile::WriteResult result, const QString& text
         m_log.error(text.arg(path));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Whose a cached value is. A plain value.
 struct CacheIdentity {
@@ -45,4 +45,4 @@ private:
     const CacheLog& m_log;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

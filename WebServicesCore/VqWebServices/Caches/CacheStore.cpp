@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString cacheTypeName(CacheType type) {
     switch (type) {
@@ -19,7 +19,7 @@ QString cacheTypeName(CacheType type) {
     return QStringLiteral("Unknown");
 }
 
-CacheStore::CacheStore(const CacheParts& parts)
+CacheStore::CacheStore(const CacheDependencies& parts)
     : m_parts(parts)
     , m_logger(*parts.owner.services().loggers.cache) {}
 
@@ -105,4 +105,4 @@ void CacheStore::TokenRefreshed() {
         entry.imp->TokenRefreshed();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 #include <VqWebServices/CacheType.h>
 #include <array>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The three caches of one product: makes them when there is a configuration, removes them when there is none, and passes on what
 /// happens to the sign-in.
@@ -18,7 +18,7 @@ class CacheStore : public QObject {
     Q_OBJECT
 
 public:
-    explicit CacheStore(const CacheParts& parts);
+    explicit CacheStore(const CacheDependencies& parts);
     ~CacheStore() override;
 
     /// Null when the type is unknown or the caches are not there.
@@ -53,7 +53,7 @@ private:
     void add(CacheType type, T* cache);
     [[nodiscard]] Entry entry(CacheType type) const;
 
-    const CacheParts m_parts;
+    const CacheDependencies m_parts;
     Log::ILogger& m_logger;
     QVector<Entry> m_caches; ///< Filled before the thread starts, emptied when it ends.
 };
@@ -64,4 +64,4 @@ inline constexpr std::array<CacheType, 3> cacheTypes{CacheType::UserInfo, CacheT
 /// "User Info", "Storage Quota" or "Entitlement", else "Unknown": the name of a type in the log.
 [[nodiscard]] QString cacheTypeName(CacheType type);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QLocale>
 #include <algorithm>
 
-namespace Velquor::WebServices::CacheTiming {
+namespace Velquor::WebServices::Internal::CacheTiming {
 
 namespace {
 
@@ -53,4 +53,4 @@ QByteArray toHttpDate(const QDateTime& date) {
     return date.isValid() ? QLocale::c().toString(date.toUTC(), httpDateForm).toLatin1() : QByteArray();
 }
 
-} // namespace Velquor::WebServices::CacheTiming
+} // namespace Velquor::WebServices::Internal::CacheTiming

@@ -4,7 +4,7 @@
 
 #include <QDateTime>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// When a cache asks the web service: plain decisions under a clock that is handed in. Thread: any.
 namespace CacheTiming {
@@ -57,4 +57,4 @@ struct Decision {
 
 } // namespace CacheTiming
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

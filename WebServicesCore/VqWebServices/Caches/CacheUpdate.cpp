@@ -9,6 +9,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 constexpr int tokenRetryMs = 5000;
 constexpr qint64 msPerSecond = 1000;
@@ -60,7 +62,7 @@ void CacheImp::update() {
 bool CacheImp::signRequest(QNetworkRequest& request) {
     const QUrl url = request.url();
     m_log.information(QStringLiteral("Signing request: %1").arg(displayUrl(url)));
-    m_askedFor = m_tokens.signInMark();
+    m_askedFor = m_tokens.signInId();
     m_askedWith = identity();
     SigningKeys keys;
     const bool isSigned =
@@ -74,7 +76,7 @@ bool CacheImp::signRequest(QNetworkRequest& request) {
 
 void CacheImp::exchangeFinished(const ExchangeOutcome& outcome) {
     m_log.information(QStringLiteral("Update thread finished%1").arg(QString()));
-    const bool isOfThisSignIn = !m_view.isClosed && !m_askedFor.isEmpty() && m_tokens.signInMark() == m_askedFor;
+    const bool isOfThisSignIn = !m_view.isClosed && !m_askedFor.isEmpty() && m_tokens.signInId() == m_askedFor;
     if (isOfThisSignIn)
         settle(outcome);
     else

@@ -10,7 +10,7 @@
 #include <memory>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What other threads may see of one cache, also when the cache is going away.
 ///
@@ -56,4 +56,4 @@ struct CacheViews {
     ReplyView<StorageQuota> quota;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

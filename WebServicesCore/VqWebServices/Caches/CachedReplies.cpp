@@ -4,7 +4,7 @@
 
 #include <QTextStream>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -95,4 +95,4 @@ bool parseReply(const QByteArray& reply, StorageQuota& result) {
     return true;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

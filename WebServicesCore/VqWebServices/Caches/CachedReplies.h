@@ -5,7 +5,7 @@
 #include <QString>
 #include <VqWebServices/ServiceEntitlement.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the web services say of the user. Plain values with the reply that they were taken from.
 ///
@@ -42,4 +42,4 @@ struct StorageQuota {
 [[nodiscard]] bool parseReply(const QByteArray& reply, Entitlements& result);
 [[nodiscard]] bool parseReply(const QByteArray& reply, StorageQuota& result);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

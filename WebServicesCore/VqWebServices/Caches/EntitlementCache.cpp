@@ -2,9 +2,9 @@
 
 #include <QUrlQuery>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-EntitlementCache::EntitlementCache(const CacheParts& parts)
+EntitlementCache::EntitlementCache(const CacheDependencies& parts)
     : ReplyCache(parts, parts.views->entitlements, QStringLiteral("Entitlement"),
                  QStringLiteral("/WebServicesCache/ServiceEntitlementEx")) {}
 
@@ -24,4 +24,4 @@ QString EntitlementCache::GetCacheInfoForLog() {
                 : QString();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,8 +1,8 @@
 #include "Caches/QuotaCache.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-QuotaCache::QuotaCache(const CacheParts& parts)
+QuotaCache::QuotaCache(const CacheDependencies& parts)
     : ReplyCache(parts, parts.views->quota, QStringLiteral("Storage Quota"), QStringLiteral("/WebServicesCache/StorageQuota/")) {}
 
 QUrl QuotaCache::GetUrlOverride() {
@@ -14,4 +14,4 @@ QString QuotaCache::GetCacheInfoForLog() {
     return quota ? QStringLiteral("Storage Quota: Total quota: %1, Used: %2").arg(quota->total).arg(quota->used) : QString();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

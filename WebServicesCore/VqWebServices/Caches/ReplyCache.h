@@ -4,7 +4,7 @@
 
 #include <VqWebServices/Cache.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the caches have in common beside the implementation: a parsed reply that is published as a whole.
 ///
@@ -12,7 +12,7 @@ namespace Velquor::WebServices {
 template <class T>
 class ReplyCache : public Cache {
 public:
-    ReplyCache(const CacheParts& parts, ReplyView<T>& view, const QString& name, const QString& nodePath)
+    ReplyCache(const CacheDependencies& parts, ReplyView<T>& view, const QString& name, const QString& nodePath)
         : ReplyCache(new CacheImp(parts, view, name, nodePath), view, parts.views) {}
 
     [[nodiscard]] CacheImp& imp() { return *m_imp; }
@@ -40,4 +40,4 @@ private:
     ReplyView<T>& m_view;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

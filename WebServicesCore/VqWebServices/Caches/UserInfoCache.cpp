@@ -2,9 +2,9 @@
 
 #include <QUrlQuery>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-UserInfoCache::UserInfoCache(const CacheParts& parts)
+UserInfoCache::UserInfoCache(const CacheDependencies& parts)
     : ReplyCache(parts, parts.views->userInfo, QStringLiteral("User Info"), QStringLiteral("/WebServicesCache/UserInfo/")) {}
 
 QUrl UserInfoCache::GetUrlOverride() {
@@ -22,4 +22,4 @@ QString UserInfoCache::GetCacheInfoForLog() {
                 : QString();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

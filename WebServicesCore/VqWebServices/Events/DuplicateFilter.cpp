@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <iterator>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-bool HandledEvents::add(const QString& eventId, IPCMethod method, IPCMethod& first) {
+bool DuplicateFilter::add(const QString& eventId, IPCMethod method, IPCMethod& first) {
     if (eventId.isEmpty())
         return true;
     const EventIdentity identity = EventIdentity::of(eventId);
@@ -21,7 +21,7 @@ bool HandledEvents::add(const QString& eventId, IPCMethod method, IPCMethod& fir
     return true;
 }
 
-HandledEvents::Ranges& HandledEvents::rangesOf(const QString& source) {
+DuplicateFilter::Ranges& DuplicateFilter::rangesOf(const QString& source) {
     if (!m_sources.contains(source) && m_sources.size() >= mostSources) {
         const auto isSilentForLonger = [](const Source& one, const Source& other) { return one.turn < other.turn; };
         m_sources.erase(std::min_element(m_sources.begin(), m_sources.end(), isSilentForLonger));
@@ -31,7 +31,7 @@ HandledEvents::Ranges& HandledEvents::rangesOf(const QString& source) {
     return found.ranges;
 }
 
-void HandledEvents::insert(Ranges& ranges, quint64 number, IPCMethod method) {
+void DuplicateFilter::insert(Ranges& ranges, quint64 number, IPCMethod method) {
     auto range = ranges.insert(number, {number, method});
     const auto joins = [](const Ranges::iterator& one, const Ranges::iterator& next) {
         return one->last + 1 == next.key() && one->method == next->method;
@@ -48,4 +48,4 @@ void HandledEvents::insert(Ranges& ranges, quint64 number, IPCMethod method) {
         join(ranges.begin(), std::next(ranges.begin()));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

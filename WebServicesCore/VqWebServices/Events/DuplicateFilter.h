@@ -4,7 +4,7 @@
 #include <QMap>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// How an event came from another process.
 enum class IPCMethod { Socket, Watcher };
@@ -19,7 +19,7 @@ enum class IPCMethod { Socket, Watcher };
 /// Its events are kept as ranges of numbers, of which there is one as long as they all come, and come by the same carrier.
 /// Bounded: of too many ranges the lowest two become one; of too many senders the one goes that was silent for longest.
 /// Thread: one at a time. Owner: the notification manager.
-class HandledEvents {
+class DuplicateFilter {
 public:
     /// True when the event is new; otherwise `first` is the carrier that brought it before. An event without an id is new.
     [[nodiscard]] bool add(const QString& eventId, IPCMethod method, IPCMethod& first);
@@ -45,4 +45,4 @@ private:
     quint64 m_turn = 0;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 #include <exception>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 EventDispatcher::EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn,
                                  std::function<bool()> isStopped)
@@ -45,4 +45,4 @@ void EventDispatcher::callGuarded(IWebServicesObserver& observer, Event event, c
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

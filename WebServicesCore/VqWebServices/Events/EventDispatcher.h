@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Calls the observers of this process for an event, one after the other.
 ///
@@ -37,4 +37,4 @@ private:
     ObserverRegistry m_observers;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

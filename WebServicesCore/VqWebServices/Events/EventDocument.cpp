@@ -6,7 +6,7 @@
 
 #include <QDomDocument>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -132,4 +132,4 @@ EventReadResult readEventDocument(const QByteArray& text, EventDocument& event) 
     return EventReadResult::Read;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QVariantMap>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The document "Event.xml" that carries one event from process to process. Thread: any.
 
@@ -20,4 +20,4 @@ enum class EventReadResult { Read, NotXml, NoEvent };
 /// values of an empty one.
 [[nodiscard]] EventReadResult readEventDocument(const QByteArray& text, EventDocument& event);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

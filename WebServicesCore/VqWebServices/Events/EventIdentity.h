@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Who raised an event, and which of its events it is.
 struct EventIdentity {
@@ -20,4 +20,4 @@ private:
     static constexpr QLatin1Char mark{'#'};
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

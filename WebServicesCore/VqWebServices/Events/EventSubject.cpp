@@ -2,7 +2,7 @@
 
 #include "Values/OAuth2TokenSpecImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QVariantMap toParams(const EventSubject& subject) {
     QVariantMap params{{EventParam::consumerKey, subject.consumerKey}};
@@ -27,4 +27,4 @@ bool isAboutOneToken(WebServicesPrivateCore::WebServicesEvent event) {
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What an event is about: a product, and for some events of OAuth2 which of its tokens.
 struct EventSubject {
@@ -36,4 +36,4 @@ inline const auto eventId = QStringLiteral("EventId");
 /// Events that concern one OAuth2 token of a product, and say which.
 [[nodiscard]] bool isAboutOneToken(WebServicesPrivateCore::WebServicesEvent event);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include "Events/EventSubject.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Who acts on the events of other processes. Thread: the notification thread. Owner: the login session implements it.
 class INotificationListener {
@@ -14,4 +14,4 @@ public:
     [[nodiscard]] virtual bool finishReactions() { return true; }
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

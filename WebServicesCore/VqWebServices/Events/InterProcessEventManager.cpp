@@ -11,7 +11,7 @@
 #include <QThread>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -148,4 +148,4 @@ void InterProcessEventManager::DeleteFileTimerTimeout() {
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <QVariantMap>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Carries events to the other processes of the user in a small file beside the login state file: "Event.xml" holds the last one,
 /// "EventTrigger.tmp" is touched so that their folder watchers see it.
@@ -59,4 +59,4 @@ private:
     CloudUtil::FolderWatcher m_watcher;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

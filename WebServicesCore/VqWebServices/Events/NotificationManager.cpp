@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -193,4 +193,4 @@ std::optional<OAuth2TokenSpec> NotificationManager::GetOAuth2TokenSpec(const QVa
     return spec;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

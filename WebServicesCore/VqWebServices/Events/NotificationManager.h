@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Events/ReorderBuffer.h"
 #include "Events/DuplicateFilter.h"
 #include "Events/INotificationListener.h"
 #include "Events/InterProcessEventManager.h"
+#include "Events/ReorderBuffer.h"
 #include "VqUtil/Messaging/IPCManager.h"
 
 #include <QElapsedTimer>
@@ -13,7 +13,7 @@
 #include <VqWebServices/OAuth2TokenSpec.h>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Sends web services events to the other processes of the user and receives theirs, over two carriers: local sockets and a
 /// watched file. What arrives over both is handled once.
@@ -61,8 +61,8 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
     std::unique_ptr<InterProcessEventManager> m_events;
     std::unique_ptr<Util::IPCManager> m_sockets;
-    HandledEvents m_handled;
-    EventOrder m_order;
+    DuplicateFilter m_handled;
+    ReorderBuffer m_order;
     QElapsedTimer m_clock;
     const QString m_ownId; ///< Names this sender to the others, who keep its events in their order.
     QTimer m_fileTimer;
@@ -75,4 +75,4 @@ private:
     quint64 m_lastNumber = 0; ///< Under the mutex.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

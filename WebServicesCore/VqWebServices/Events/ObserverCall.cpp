@@ -4,7 +4,7 @@
 #include <VqWebServices/IWebServicesObserverPrivate.h>
 #include <string>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
@@ -76,4 +76,4 @@ void callObserver(IWebServicesObserver& observer, Event event, const QString& co
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 void ObserverRegistry::add(IWebServicesObserver* observer) {
     const QMutexLocker lock(&m_mutex);
@@ -25,4 +25,4 @@ bool ObserverRegistry::contains(IWebServicesObserver* observer) const {
     return m_observers.contains(observer);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 #include <QVector>
 #include <VqWebServices/IWebServicesObserver.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The observers of this process, in the order of their registration.
 ///
@@ -24,4 +24,4 @@ private:
     QVector<IWebServicesObserver*> m_observers;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

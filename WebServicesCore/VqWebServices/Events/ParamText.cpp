@@ -8,7 +8,7 @@
 #include <QStringList>
 #include <QUrl>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -127,4 +127,4 @@ QVariant paramValue(const QString& typeName, const QString& text) {
     return objectValue(typeName, text);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QVariant>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The text form of a parameter's value in "Event.xml", reversible for every type that has one. Maps and lists have none: they
 /// are elements of their own. Thread: any.
@@ -13,4 +13,4 @@ namespace Velquor::WebServices {
 /// The value of a text; an invalid variant for a type without a text form or a text that is none of its type.
 [[nodiscard]] QVariant paramValue(const QString& typeName, const QString& text);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

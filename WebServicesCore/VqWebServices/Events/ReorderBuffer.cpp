@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-EventOrder::Source& EventOrder::sourceOf(const QString& name) {
+ReorderBuffer::Source& ReorderBuffer::sourceOf(const QString& name) {
     if (!m_sources.contains(name)) {
         m_names.enqueue(name);
         // Whoever holds something is not forgotten before it is released.
@@ -17,14 +17,14 @@ EventOrder::Source& EventOrder::sourceOf(const QString& name) {
     return m_sources[name];
 }
 
-void EventOrder::release(Source& source, quint64 upTo, QVector<ArrivedEvent>& released) {
+void ReorderBuffer::release(Source& source, quint64 upTo, QVector<ArrivedEvent>& released) {
     while (!source.held.isEmpty() && source.held.firstKey() <= std::max(upTo, source.last + 1)) {
         source.last = std::max(source.last, source.held.firstKey());
         released += source.held.take(source.held.firstKey()).arrived;
     }
 }
 
-QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs) {
+QVector<ArrivedEvent> ReorderBuffer::take(const ArrivedEvent& arrived, qint64 nowMs) {
     if (arrived.method == IPCMethod::Socket)
         m_bySocketMs = nowMs;
     const EventIdentity identity = EventIdentity::of(arrived.params.value(EventParam::eventId).toString());
@@ -43,7 +43,7 @@ QVector<ArrivedEvent> EventOrder::take(const ArrivedEvent& arrived, qint64 nowMs
     return ready;
 }
 
-QVector<ArrivedEvent> EventOrder::reachedBySocket(const QString& eventId, qint64 nowMs) {
+QVector<ArrivedEvent> ReorderBuffer::reachedBySocket(const QString& eventId, qint64 nowMs) {
     const EventIdentity identity = EventIdentity::of(eventId);
     QVector<ArrivedEvent> ready;
     m_bySocketMs = nowMs;
@@ -53,7 +53,7 @@ QVector<ArrivedEvent> EventOrder::reachedBySocket(const QString& eventId, qint64
     return ready;
 }
 
-QVector<ArrivedEvent> EventOrder::takeOverdue(qint64 nowMs) {
+QVector<ArrivedEvent> ReorderBuffer::takeOverdue(qint64 nowMs) {
     QVector<ArrivedEvent> ready;
     for (Source& source : m_sources) {
         quint64 upTo = 0;
@@ -65,7 +65,7 @@ QVector<ArrivedEvent> EventOrder::takeOverdue(qint64 nowMs) {
     return ready;
 }
 
-int EventOrder::msUntilDue(qint64 nowMs) const {
+int ReorderBuffer::msUntilDue(qint64 nowMs) const {
     qint64 left = -1;
     for (const Source& source : m_sources) {
         for (const Held& held : source.held) {
@@ -76,4 +76,4 @@ int EventOrder::msUntilDue(qint64 nowMs) const {
     return static_cast<int>(left);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

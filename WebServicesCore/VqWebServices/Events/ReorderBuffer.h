@@ -9,7 +9,7 @@
 #include <QVariantMap>
 #include <QVector>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// An event on its way between processes, and the carrier that brings it.
 struct ArrivedEvent {
@@ -26,7 +26,7 @@ struct ArrivedEvent {
 /// `longestHoldMs`. An event whose id has no number passes as it comes.
 ///
 /// Thread: its owner's. Owner: the notification manager.
-class EventOrder {
+class ReorderBuffer {
 public:
     /// Takes a new event; what is to be handled now.
     [[nodiscard]] QVector<ArrivedEvent> take(const ArrivedEvent& arrived, qint64 nowMs);
@@ -66,4 +66,4 @@ private:
     qint64 m_bySocketMs = 0; ///< When the socket brought something last, whoever sent it.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include "Facade/WebServicesManagerImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Where the operations without a client key go: to the keyed facade, with the key of the process's default client. Thread: any.
 
@@ -14,4 +14,4 @@ namespace Velquor::WebServices {
     return WebServicesManagerImp::defaultClientKey();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

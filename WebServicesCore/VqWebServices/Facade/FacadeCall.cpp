@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <limits>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 bool mayUseNetwork(const char* refusal) {
     const WebServicesManagerImp& runtime = WebServicesManagerImp::instance();
@@ -31,4 +31,4 @@ unsigned int secondsSinceEpoch(const QDateTime& date) {
     return static_cast<unsigned int>(qBound<qint64>(0, seconds, std::numeric_limits<unsigned int>::max()));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

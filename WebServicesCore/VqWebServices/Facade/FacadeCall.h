@@ -5,7 +5,7 @@
 
 #include <exception>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Runs one operation of a facade: nothing is thrown to the caller. Thread: any. Errors: the failure result and one log line.
 template <class Result, class Work>
@@ -55,4 +55,4 @@ Result withSession(const char* operation, Result failure, const Work& work) {
 /// Seconds since 1970-01-01 UTC in the range of the result; 0 for an invalid date.
 [[nodiscard]] unsigned int secondsSinceEpoch(const QDateTime& date);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 #include "Values/CallerText.h"
 #include "VqLog/LoggerWrapper.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -48,4 +48,4 @@ bool makeSigningOrder(const SigningArguments& arguments, SigningOrder& order) {
     return false;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

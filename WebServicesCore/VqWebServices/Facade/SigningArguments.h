@@ -2,7 +2,7 @@
 
 #include "Session/Operations/RequestSigning.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The arguments of `SignRequest` as a caller gives them.
 struct SigningArguments {
@@ -19,4 +19,4 @@ struct SigningArguments {
 /// the parameters are null, nameless or more than 1000, or the method or the mode is unknown. Thread: any.
 [[nodiscard]] bool makeSigningOrder(const SigningArguments& arguments, SigningOrder& order);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -11,6 +11,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 bool WebServicesManager::SetConfiguration(const WebServicesConfiguration& configuration) {
     return keyed().SetConfiguration(self(), configuration);
 }

@@ -6,6 +6,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 int WebServicesManager::GetUserEmail(wchar_t* buffer, int size) {
     return keyed().GetUserEmail(self(), buffer, size);
 }

@@ -16,6 +16,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 
 ClientIdentity identityOf(const QString& clientKey) {
@@ -32,7 +34,7 @@ QByteArray cookieHeader(const NetworkCookieJar& jar) {
     return header;
 }
 
-wchar_t* signInSession(LoginSession& session, const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
+wchar_t* signWith(LoginSession& session, const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
     SigningOrder order;
     if (!session.requireClient(clientKey) || !makeSigningOrder(arguments, order))
         return nullptr;
@@ -46,7 +48,7 @@ wchar_t* sign(const QString& clientKey, const SigningArguments& arguments, bool 
         return nullptr;
     return guarded("SignRequest", static_cast<wchar_t*>(nullptr), [&]() -> wchar_t* {
         if (const auto session = WebServicesManagerImp::instance().session())
-            return signInSession(*session, clientKey, arguments, checkExpiry);
+            return signWith(*session, clientKey, arguments, checkExpiry);
         Log::rootLogger().error(
             QStringLiteral("SignRequest failed while signing url %1: Module not initialized or already uninitialized.")
                 .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode))));

@@ -7,6 +7,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 
 using UserInfoPointer = std::shared_ptr<const UserInfo>;

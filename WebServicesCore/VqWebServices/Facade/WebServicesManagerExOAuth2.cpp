@@ -7,6 +7,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 
 QString modeAdverb(bool synchronous) {

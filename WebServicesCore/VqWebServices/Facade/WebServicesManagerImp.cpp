@@ -11,6 +11,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 WebServicesManagerImp& WebServicesManagerImp::instance() {
     // Never destroyed: hosts call from the destructors of their own statics.
     static auto* const singleton = new WebServicesManagerImp;

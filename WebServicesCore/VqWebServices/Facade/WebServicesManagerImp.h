@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool isInitialized();
 
     /// The session of this moment; null while the library is not initialized. Holding it keeps it alive.
-    [[nodiscard]] std::shared_ptr<LoginSession> session() const;
+    [[nodiscard]] std::shared_ptr<Internal::LoginSession> session() const;
 
     /// The flags of the processes; null while the library is not initialized.
     [[nodiscard]] std::shared_ptr<Util::ProcessState> processState() const;
@@ -47,7 +47,7 @@ private:
     QMutex m_countMutex;
     int m_count = 0;
     mutable QReadWriteLock m_stateLock;
-    StartedLibrary m_library;
+    Internal::StartedLibrary m_library;
     std::unique_ptr<IWebServicesManager> m_runtimeObject;
     WebServicesManager m_manager;
 };

@@ -12,6 +12,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 
 bool start(const QVector<OAuth2TokenSpec>& specs) {

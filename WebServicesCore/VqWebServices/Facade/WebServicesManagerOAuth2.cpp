@@ -8,6 +8,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 bool WebServicesManager::RefreshToken(bool synchronous) {
     return keyed().RefreshToken(self(), synchronous);
 }

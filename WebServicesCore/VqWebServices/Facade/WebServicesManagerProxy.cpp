@@ -8,6 +8,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 
 // One line for a call whose results have no place to go.

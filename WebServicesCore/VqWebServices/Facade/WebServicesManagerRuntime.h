@@ -3,7 +3,7 @@
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Forwards the operations of `IWebServicesManager` to the facade. Thread: any. Owner: the singleton.
 class WebServicesManagerRuntime : public IWebServicesManager {
@@ -18,4 +18,4 @@ private:
     WebServicesManager& m_manager;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -12,6 +12,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 
 constexpr int maximumJsonSize = 4 * 1024 * 1024;

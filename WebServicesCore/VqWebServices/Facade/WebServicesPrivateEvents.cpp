@@ -7,6 +7,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 void WebServicesPrivate::AddObserver(IWebServicesObserver* observer) {

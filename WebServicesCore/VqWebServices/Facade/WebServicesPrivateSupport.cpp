@@ -2,13 +2,15 @@
 
 #include "Facade/FacadeCall.h"
 #include "Runtime/SSOServerHost.h"
-#include "VqUtil/ProcessState/ProcessState.h"
 #include "VqUtil/Platform/HostProcess.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QJsonDocument>
 #include <VqWebServices/WebServicesPrivate.h>
 
 namespace Velquor::WebServices {
+
+using namespace Internal;
 
 bool WebServicesPrivate::IsHostSSOServer() {
     return isSSOServerHost(Util::hostExecutablePath());

@@ -2,7 +2,7 @@
 
 #include <QFileInfo>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 DownloadFile::DownloadFile(const QString& targetPath)
     : m_targetPath(targetPath)
@@ -59,4 +59,4 @@ void DownloadFile::discard() {
         m_temporary.remove();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QFile>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The file that a download is streamed into: a temporary file beside the target, which takes the target's place when
 /// all of it has arrived. The temporary file never outlives this object.
@@ -34,4 +34,4 @@ private:
     QFile m_temporary;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,6 +1,6 @@
 #include "Network/ExchangeOutcome.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString ExchangeOutcome::errorText() const {
     if (result == OperationResult::Canceled || (result == OperationResult::Failure && reply.status == 200))
@@ -17,4 +17,4 @@ QString ExchangeOutcome::problemText() const {
     return text;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

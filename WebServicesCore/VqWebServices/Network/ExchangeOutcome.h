@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Network/OperationResult.h"
 #include "Network/Diagnosis/ReplySnapshot.h"
+#include "Network/OperationResult.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// How an exchange with a server ended. A plain value.
 struct ExchangeOutcome {
@@ -18,4 +18,4 @@ struct ExchangeOutcome {
     [[nodiscard]] QString problemText() const;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

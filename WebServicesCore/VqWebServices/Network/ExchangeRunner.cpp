@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 ExchangeRunner::ExchangeRunner(Finished finished, QObject* parent)
     : QObject(parent)
@@ -38,4 +38,4 @@ void ExchangeRunner::cancel() {
         operation->disconnect(this);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class NetworkOperationAsync;
 
@@ -39,4 +39,4 @@ private:
     std::unique_ptr<NetworkOperationAsync> m_operation;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Lets an owner cancel network operations from outside: every operation that was given the controller ends as
 /// cancelled when `Canceled()` is emitted.
@@ -19,4 +19,4 @@ Q_SIGNALS:
     void Canceled();
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

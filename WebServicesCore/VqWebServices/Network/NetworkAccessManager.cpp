@@ -1,12 +1,12 @@
 #include "Network/NetworkAccessManager.h"
 
-#include "Values/LibrarySettings.h"
 #include "Network/Proxy/ProxyPrompt.h"
+#include "Values/LibrarySettings.h"
 
 #include <QNetworkRequest>
 #include <mutex>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr int maximumPrompts = 2;
@@ -112,4 +112,4 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QN
     return QNetworkAccessManager::createRequest(operation, hardened, body);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -8,7 +8,7 @@
 #include <QNetworkProxy>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The network access of one operation, with what holds for every exchange of the library: redirects are reported and
 /// not followed (a signed request must not carry its credentials elsewhere), replies are not compressed (a small reply
@@ -52,4 +52,4 @@ private:
     bool m_isRetired = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

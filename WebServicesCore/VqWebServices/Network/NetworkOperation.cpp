@@ -9,7 +9,7 @@
 
 #include <QBuffer>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 bool isGet(const QString& verb) {
@@ -213,4 +213,4 @@ std::unique_ptr<QNetworkReply> NetworkOperation::takeReply() {
     return reply;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

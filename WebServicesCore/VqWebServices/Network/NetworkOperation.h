@@ -14,7 +14,7 @@
 #include <QTimer>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class DownloadFile;
 class NetworkAccessManager;
@@ -117,4 +117,4 @@ private:
     int m_downloadTimeoutInMsec = 180000;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 using StartDownload = void (NetworkOperation::*)(QNetworkRequest, QString, QThread*);
@@ -158,4 +158,4 @@ QNetworkReply* NetworkOperationAsync::reply() const {
     return m_reply.get();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -11,7 +11,7 @@
 #include <QObject>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class NetworkOperation;
 class NetworkOperationThread;
@@ -82,4 +82,4 @@ private:
     mutable QMutex m_mutex;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

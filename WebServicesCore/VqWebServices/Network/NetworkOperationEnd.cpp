@@ -1,12 +1,12 @@
 // The part of a network operation that hears of the reply and comes to its end.
 
 #include "Network/Diagnosis/DisplayUrl.h"
-#include "Network/DownloadFile.h"
 #include "Network/Diagnosis/NetworkErrorText.h"
-#include "Network/NetworkOperation.h"
 #include "Network/Diagnosis/SslErrorText.h"
+#include "Network/DownloadFile.h"
+#include "Network/NetworkOperation.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Marks that a function of the reply is on the stack, so that the reply must outlive it. The operation may go
 /// meanwhile.
@@ -198,4 +198,4 @@ void NetworkOperation::announce() {
         threadToExit->exit(0);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QThread>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The worker thread of one asynchronous network operation; it only runs its event loop.
 ///
@@ -17,4 +17,4 @@ protected:
     void run() override { exec(); }
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <QNetworkRequest>
 #include <algorithm>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 bool isToken(const QByteArray& text) {
@@ -36,4 +36,4 @@ QString requestProblem(const QNetworkRequest& request, const QString& verb) {
     return {};
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

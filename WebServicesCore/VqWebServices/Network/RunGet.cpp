@@ -4,7 +4,7 @@
 
 #include <QCoreApplication>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 ExchangeOutcome runGet(const QNetworkRequest& request, int timeoutInMsec, const std::shared_ptr<Log::ILogger>& logger,
                        const std::shared_ptr<ICancelController>& cancelController) {
@@ -27,4 +27,4 @@ ExchangeOutcome runGet(const QNetworkRequest& request, int timeoutInMsec, const 
     return outcome;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

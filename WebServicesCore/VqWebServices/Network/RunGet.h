@@ -7,7 +7,7 @@
 #include <QNetworkRequest>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Sends a GET and waits for its end, handling events other than user input meanwhile. `timeoutInMsec` limits the whole
 /// exchange; 0 or less means no limit. Logger and controller may be empty.
@@ -17,4 +17,4 @@ namespace Velquor::WebServices {
                                      const std::shared_ptr<Log::ILogger>& logger,
                                      const std::shared_ptr<ICancelController>& cancelController = {});
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

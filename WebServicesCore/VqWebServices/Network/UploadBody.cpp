@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 UploadBody::UploadBody(const QByteArray& body)
     : m_body(body) {
@@ -26,4 +26,4 @@ qint64 UploadBody::writeData(const char*, qint64) {
     return -1;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QIODevice>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The body of one request as a device that cannot be rewound. The framework sends a request again by itself when the
 /// peer closes without an answer, and it rewinds the body for that; since this one refuses, a request with a body (also
@@ -29,4 +29,4 @@ private:
     qint64 m_given = 0;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

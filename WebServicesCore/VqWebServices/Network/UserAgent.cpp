@@ -3,7 +3,7 @@
 #include <QMutex>
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 struct SharedText {
@@ -36,4 +36,4 @@ void setUserAgent(const QString& text) {
     agent.text = clean;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The User-Agent text of this process, sent with every request that names none of its own; empty before start-up.
 /// Thread: any.
@@ -11,4 +11,4 @@ namespace Velquor::WebServices {
 /// Sets the text once at start-up. Control characters are dropped, since the text becomes a header line. Thread: any.
 void setUserAgent(const QString& text);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 
 #include <QFileInfo>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 void writeLogBanner() {
     Log::ILogger& logger = Log::rootLogger();
@@ -20,4 +20,4 @@ void writeLogBanner() {
     logger.information(QStringLiteral("Proxy settings:\n%1").arg(Util::systemProxySettings().join(QLatin1Char('\n'))));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,8 +1,8 @@
 #pragma once
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Writes who logs here: the library, its host, the system and how the network is reached. Thread: any.
 void writeLogBanner();
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,12 +1,12 @@
 #include "Runtime/LogConfiguration.h"
 
-#include "Values/LibrarySettings.h"
 #include "Runtime/SilencedLoggers.h"
+#include "Values/LibrarySettings.h"
 #include "Values/Loggers.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/AtomicFile.h"
-#include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/Files/NarrowPath.h"
+#include "VqUtil/Platform/HostProcess.h"
 
 #include <QFileInfo>
 #include <boost/format.hpp>
@@ -15,7 +15,7 @@
 #include <log4cplus/logger.h>
 #include <sstream>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -82,4 +82,4 @@ void LogConfiguration::reportProperties() const {
     information(boost::format("%1%=%2%") % "LocalAppData" % m_folder.toStdString());
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include "Runtime/LogProperties.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The log configuration of this process: the file with its properties filled in.
 ///
@@ -28,4 +28,4 @@ private:
     const QString m_folder;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

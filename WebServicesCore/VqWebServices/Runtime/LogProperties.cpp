@@ -2,7 +2,7 @@
 
 #include <QStringList>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -30,4 +30,4 @@ QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByte
     return configuration;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

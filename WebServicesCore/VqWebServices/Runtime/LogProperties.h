@@ -4,7 +4,7 @@
 #include <QMap>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The root level of the log and where it was picked up. The environment wins over the settings, which win over the default:
 /// whoever starts a process to look into a problem must not be overruled by what is set for all of them. A plain value.
@@ -20,4 +20,4 @@ struct RootLogLevel {
 /// any.
 [[nodiscard]] QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByteArray>& properties);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

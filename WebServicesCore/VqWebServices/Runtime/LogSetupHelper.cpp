@@ -1,11 +1,11 @@
 #include "Runtime/LogSetupHelper.h"
 
-#include "Values/LibrarySettings.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Runtime/LogBanner.h"
 #include "Runtime/LogConfiguration.h"
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/SilencedLoggers.h"
+#include "Values/LibrarySettings.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/FileAccess.h"
@@ -16,7 +16,7 @@
 #include <log4cplus/initializer.h>
 #include <log4cplus/logger.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -116,4 +116,4 @@ bool LogSetupHelper::isLogEnabled() {
     return false;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

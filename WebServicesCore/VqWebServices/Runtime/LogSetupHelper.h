@@ -3,7 +3,7 @@
 #include <QString>
 #include <string>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Sets up the log of the process from "WebServices.logconfig".
 ///
@@ -36,4 +36,4 @@ public:
     [[nodiscard]] static bool isLogEnabled();
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

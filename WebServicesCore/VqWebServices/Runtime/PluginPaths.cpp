@@ -7,7 +7,7 @@
 #include <QFileInfo>
 #include <QStringList>
 
-namespace Velquor::WebServices::PluginPaths {
+namespace Velquor::WebServices::Internal::PluginPaths {
 
 namespace {
 
@@ -43,4 +43,4 @@ void add(const QString& folder) {
     QCoreApplication::addLibraryPath(folder);
 }
 
-} // namespace Velquor::WebServices::PluginPaths
+} // namespace Velquor::WebServices::Internal::PluginPaths

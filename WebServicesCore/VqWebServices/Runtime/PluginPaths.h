@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Where Qt looks for its plug-ins, and where the system looks for the TLS libraries, in a host that installs them with this
 /// library. Thread: that which initializes the library. Errors: log lines.
@@ -15,4 +15,4 @@ void add(const QString& folder);
 
 } // namespace PluginPaths
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

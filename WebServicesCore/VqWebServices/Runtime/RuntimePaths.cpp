@@ -5,7 +5,7 @@
 
 #include <QDir>
 
-namespace Velquor::WebServices::RuntimePaths {
+namespace Velquor::WebServices::Internal::RuntimePaths {
 
 bool isSSOEnabledForAllUsers() {
     static const bool enabled =
@@ -34,4 +34,4 @@ QString loginStateCacheFolder(const QString& productId, bool local) {
     return QStringLiteral("%1/LoginStateCache/%2%3").arg(dataPath(), productId, local ? QStringLiteral("-Local") : QString());
 }
 
-} // namespace Velquor::WebServices::RuntimePaths
+} // namespace Velquor::WebServices::Internal::RuntimePaths

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The folders and files of the library's own data. Thread: any.
 namespace RuntimePaths {
@@ -24,4 +24,4 @@ namespace RuntimePaths {
 
 } // namespace RuntimePaths
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

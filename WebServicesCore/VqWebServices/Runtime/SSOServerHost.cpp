@@ -2,10 +2,10 @@
 
 #include <QFileInfo>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 bool isSSOServerHost(const QString& executablePath) {
     return QFileInfo(executablePath).baseName().compare(QLatin1String("VqSSOServer"), Qt::CaseInsensitive) == 0;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace Velquor::WebServices::SilencedLoggers {
+namespace Velquor::WebServices::Internal::SilencedLoggers {
 
 namespace {
 
@@ -45,4 +45,4 @@ void restore() {
         logger.setLogLevel(level);
 }
 
-} // namespace Velquor::WebServices::SilencedLoggers
+} // namespace Velquor::WebServices::Internal::SilencedLoggers

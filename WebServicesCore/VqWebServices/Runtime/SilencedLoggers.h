@@ -1,6 +1,6 @@
 #pragma once
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Switches all loggers of the process off, those of the host too, and back to the levels that they had.
 ///
@@ -15,4 +15,4 @@ void restore();
 
 } // namespace SilencedLoggers
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,8 +1,8 @@
 #include "Runtime/Startup.h"
 
 #include "Network/Diagnosis/LibraryNames.h"
-#include "Network/Proxy/ProxyPrompt.h"
 #include "Network/Diagnosis/SslDiagnosis.h"
+#include "Network/Proxy/ProxyPrompt.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Network/UserAgent.h"
 #include "Runtime/LogSetupHelper.h"
@@ -12,17 +12,17 @@
 #include "Runtime/UserAgentText.h"
 #include "Session/SessionProxyStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
+#include "Signing/VqOAuthHost.h"
 #include "Time/SystemTimeSource.h"
 #include "Time/TimeServiceImp.h"
-#include "Signing/VqOAuthHost.h"
 #include "Values/OAuth2TokenSpecImp.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/LazyCryptor.h"
 #include "VqUtil/Crypto/UserCryptor.h"
+#include "VqUtil/Crypto/UserRsaCryptor.h"
 #include "VqUtil/Files/FileAccess.h"
 #include "VqUtil/Platform/HostProcess.h"
-#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -33,7 +33,7 @@
 #include <cstdio>
 #include <openssl/crypto.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -83,7 +83,7 @@ std::shared_ptr<Util::ICryptor> makeCryptor(const std::shared_ptr<Log::ILogger>&
 }
 
 std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const Loggers& loggers) {
-    OAuth::TimeServiceParts parts;
+    OAuth::TimeServiceDependencies parts;
     parts.source = std::make_shared<OAuth::SystemTimeSource>();
     parts.logger = loggers.timeService;
     parts.networkLogger = loggers.network;
@@ -109,7 +109,7 @@ QString oauth2Text(const QVector<OAuth2TokenSpec>& specs) {
 
 void startSession(StartedLibrary& started, const QString& defaultClientKey, const QVector<OAuth2TokenSpec>& oauth2Specs) {
     const QString host = Util::hostExecutablePath();
-    SessionServices services;
+    SessionDependencies services;
     services.loggers = Loggers::named();
     const auto timeService = makeTimeService(services.loggers);
     started.timeService = timeService;
@@ -173,4 +173,4 @@ void stopLibrary(StartedLibrary library) {
     Log::rootLogger().information(QStringLiteral("Web Services uninitialized"));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

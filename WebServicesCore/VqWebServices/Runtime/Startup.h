@@ -7,7 +7,7 @@
 #include <QString>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the start-up of the library makes. A plain value.
 struct StartedLibrary {
@@ -26,4 +26,4 @@ struct StartedLibrary {
 /// another thread fails soon, and keeps the session until it returns.
 void stopLibrary(StartedLibrary library);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 
 #include <QFileInfo>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 const auto syncExecutable = QStringLiteral("VqSync.exe");
@@ -21,4 +21,4 @@ QString userAgentText(const QString& executablePath, const QString& fileVersion,
              QStringLiteral("%1/%2").arg(QStringLiteral("Windows"), systemVersion));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

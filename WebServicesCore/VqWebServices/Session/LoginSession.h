@@ -2,11 +2,11 @@
 
 #include "Events/EventDispatcher.h"
 #include "Events/NotificationManager.h"
+#include "Session/Core/SessionState.h"
 #include "Session/Operations/CacheAccess.h"
 #include "Session/Operations/EventReactions.h"
 #include "Session/Operations/OAuth2Access.h"
 #include "Session/Operations/RequestSigning.h"
-#include "Session/Core/SessionState.h"
 #include "Session/Operations/SignInFlow.h"
 
 #include <QJsonObject>
@@ -17,20 +17,21 @@
 #include <atomic>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The signed-in state of every product in this process: the owner of the state, and the door to the classes that work on it.
 ///
 /// Thread: lives on the thread that initialized the library, on which observers are called; its operations may be called from any
 /// thread. Owner: the runtime. Errors: results and log lines. Observers are called with no lock held.
-class LoginSession : public QObject, public std::enable_shared_from_this<LoginSession>, private ISessionVoice {
+class LoginSession : public QObject, public std::enable_shared_from_this<LoginSession>, private ISessionEvents {
     Q_OBJECT
 
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
 
     /// Registers the process itself as a client, which wants OAuth2 tokens of these kinds; the single-sign-on server is none.
-    LoginSession(const SessionServices& services, const ClientIdentity& self, const QVector<OAuth2TokenSpec>& oauth2Specs = {});
+    LoginSession(const SessionDependencies& services, const ClientIdentity& self,
+                 const QVector<OAuth2TokenSpec>& oauth2Specs = {});
     ~LoginSession() override;
 
     /// Ends all token work and every wait for it, and waits for the threads. Nothing is called back afterwards. Main thread.
@@ -68,30 +69,30 @@ public:
     bool RefreshToken(const QString& clientKey, bool synchronous);
 
     /// The operations with OAuth2 tokens.
-    [[nodiscard]] OAuth2Operations oauth2() {
+    [[nodiscard]] OAuth2Access oauth2() {
         catchUp();
-        return OAuth2Operations(m_core);
+        return OAuth2Access(m_state);
     }
 
     /// The operations with cached replies.
-    [[nodiscard]] CacheOperations caches() {
+    [[nodiscard]] CacheAccess caches() {
         catchUp();
-        return CacheOperations(m_core);
+        return CacheAccess(m_state);
     }
 
     [[nodiscard]] bool isTokenRefreshTimerActive(const QString& clientKey) const;
-    [[nodiscard]] QString clientName(const QString& clientKey) const { return m_core.clients.displayName(clientKey); }
+    [[nodiscard]] QString clientName(const QString& clientKey) const { return m_state.clients.displayName(clientKey); }
 
     /// An empty client key asks for any product.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey);
     [[nodiscard]] bool isLoginValid(const QString& clientKey);
     [[nodiscard]] bool isLoginExpired();
-    [[nodiscard]] bool isRestored() const { return m_core.isRestored(); }
+    [[nodiscard]] bool isRestored() const { return m_state.isRestored(); }
     [[nodiscard]] BasicLoginState basicState();
     [[nodiscard]] ProductTokens tokens(const QString& clientKey);
     [[nodiscard]] NetworkCookieJar loginCookies();
-    [[nodiscard]] QString ldapDomainKey() const { return m_core.ldapDomainKey(); }
-    [[nodiscard]] bool isClient(const QString& clientKey) const { return m_core.clients.contains(clientKey); }
+    [[nodiscard]] QString ldapDomainKey() const { return m_state.ldapDomainKey(); }
+    [[nodiscard]] bool isClient(const QString& clientKey) const { return m_state.clients.contains(clientKey); }
     /// The same for an operation that fails without the client: one log line says so.
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
@@ -102,7 +103,7 @@ public:
     // The proxy credentials, as of `ProxyCredentials`.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
     bool ClearProxyInfo();
-    [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_core.proxy; }
+    [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_state.proxy; }
     /// Reads them from the file at the start of the process.
     void loadProxyInfo();
     /// For requests that a proxy has refused: neither waits for a sign-in or sign-out that is under way.
@@ -136,7 +137,7 @@ signals:
 
 private slots:
     void CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
-    void LogoutSlot(const QString& productKey, const QString& signInMark);
+    void LogoutSlot(const QString& productKey, const QString& signInId);
 
 private:
     /// Takes over what another process has written to the file since it was last seen, and tells the observers; then writes what
@@ -144,7 +145,7 @@ private:
     /// file could not be looked at.
     bool catchUp(int waitMs = 0);
     /// There is something to take over from the file.
-    [[nodiscard]] bool hasNews() const { return m_core.file.currentStamp() != m_core.file.seenStamp(); }
+    [[nodiscard]] bool hasFileChanged() const { return m_state.file.currentStamp() != m_state.file.seenStamp(); }
     /// False when the file could not be looked at.
     bool applyFile(int guardTimeoutMs);
     /// The last try to write what could not be written so far.
@@ -155,8 +156,8 @@ private:
     void stopNotifications();
     void sendToOthers(Event event, const EventSubject& subject);
     void emitToListeners(Event event);
-    void tellCaches(CacheDoor::Event event);
-    void forceLogout(const QString& productKey, const QString& signInMark) override;
+    void tellCaches(CacheClient::Event event);
+    void forceLogout(const QString& productKey, const QString& signInId) override;
     /// `onlySignIn`: fails when another sign-in than that with this mark is to be ended; empty: ends whichever there is.
     bool logOut(const QString& clientKey, QNetworkReply::NetworkError& error, bool force, const QString& onlySignIn);
     bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
@@ -165,7 +166,7 @@ private:
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
     [[nodiscard]] bool isCompanionLoaded() const;
 
-    SessionCore m_core;
+    SessionState m_state;
     bool m_isBasicLoaded = false;            ///< Under the login session lock.
     std::atomic<bool> m_isCatchingUp{false}; ///< A thread that holds the login session lock is reading the file.
     EventDispatcher m_dispatcher;
@@ -176,4 +177,4 @@ private:
     std::unique_ptr<QThread> m_notificationThread;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,9 +2,9 @@
 
 #include "Session/LoginSession.h"
 
+#include "Session/Products/TokenOperations.h"
 #include "Session/Store/LoginStateLoader.h"
 #include "Session/Store/LoginStateSaver.h"
-#include "Session/Products/TokenOperations.h"
 #include "VqUtil/Platform/LeanDispatcher.h"
 
 #include <QMutexLocker>
@@ -12,13 +12,13 @@
 #include <QThread>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 // A main thread that is busy for longer does not get its say: the user asked to be signed out.
 constexpr int vetoTimeoutMs = 5000;
 // Many times what reading the file takes.
-constexpr int newsPatienceMs = 1000;
+constexpr int applyPatienceMs = 1000;
 // Enough for a thread that has just taken the lock to say what for; too short to be felt.
 constexpr int leastWaitMs = 20;
 
@@ -31,42 +31,42 @@ QString emittingText(const QString& event) {
 bool LoginSession::catchUp(int waitMs) {
     // One look at the file's stamp, since this runs before every operation; the file itself is read only when it has changed.
     // A token worker, which waits, may ask in the middle of the restore that made it: it waits for the end of that.
-    const bool isTooEarly = waitMs == 0 && !m_core.isRestored();
-    const auto isDone = [this] { return !hasNews() && !m_core.unsaved.isDue(); };
-    if (isTooEarly || m_core.isStopped || isDone())
+    const bool isTooEarly = waitMs == 0 && !m_state.isRestored();
+    const auto isDone = [this] { return !hasFileChanged() && !m_state.unsaved.isDue(); };
+    if (isTooEarly || m_state.isStopped || isDone())
         return true;
-    if (m_core.unread.isResting())
+    if (m_state.unread.isWaiting())
         return false;
     // Somebody at work in a sign-in or sign-out writes the file themselves; the next operation looks again. But another thread
     // that is reading the news is waited for, so that an answer given now knows them.
-    if (!m_core.lock.try_lock_for(std::chrono::milliseconds(qMax(waitMs, leastWaitMs)))
-        && !(m_isCatchingUp && m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs))))
+    if (!m_state.lock.try_lock_for(std::chrono::milliseconds(qMax(waitMs, leastWaitMs)))
+        && !(m_isCatchingUp && m_state.lock.try_lock_for(std::chrono::milliseconds(applyPatienceMs))))
         return false;
     // At once: those who find the lock taken look at this. It is set already when this very thread is taking news over, which are
     // none to itself.
     if (m_isCatchingUp.exchange(true)) {
-        m_core.lock.unlock();
+        m_state.lock.unlock();
         return false;
     }
     // Inside a wait of a sign-in or sign-out on this thread the state must stand still. Another thread may have taken the news
     // over while we waited.
     const bool isOver = isDone();
-    if (m_core.isFlowActive || isOver) {
+    if (m_state.isNetworkStepActive || isOver) {
         m_isCatchingUp = false;
-        m_core.lock.unlock();
+        m_state.lock.unlock();
         return isOver;
     }
-    const BasicLoginState before = m_core.basic();
-    const bool wasLoggedIn = m_core.isLoggedIn();
+    const BasicLoginState before = m_state.basic();
+    const bool wasLoggedIn = m_state.isLoggedIn();
     // Briefly, whoever asks: a worker asks again, and the main thread must go on.
-    const bool hasLooked = !hasNews() || applyFile(LoginStateFile::briefTimeoutMs);
-    if (hasLooked && m_core.unsaved.isDue())
-        LoginStateSaver(m_core, LoginStateFile::briefTimeoutMs).save();
-    const bool isLoggedIn = m_core.isLoggedIn();
-    const bool isSame = before.isSameSignIn(m_core.basic());
+    const bool hasLooked = !hasFileChanged() || applyFile(LoginStateFile::briefTimeoutMs);
+    if (hasLooked && m_state.unsaved.isDue())
+        LoginStateSaver(m_state, LoginStateFile::briefTimeoutMs).save();
+    const bool isLoggedIn = m_state.isLoggedIn();
+    const bool isSame = before.isSameSignIn(m_state.basic());
     m_isCatchingUp = false;
-    m_core.lock.unlock();
-    if (m_core.isStopped)
+    m_state.lock.unlock();
+    if (m_state.isStopped)
         return true;
     if (wasLoggedIn && (!isLoggedIn || !isSame))
         RaiseEvent(Event::LoggedOut, QString(), false);
@@ -75,45 +75,45 @@ bool LoginSession::catchUp(int waitMs) {
     return hasLooked;
 }
 
-void LoginSession::forceLogout(const QString& productKey, const QString& signInMark) {
-    ++m_core.pendingLogouts;
+void LoginSession::forceLogout(const QString& productKey, const QString& signInId) {
+    ++m_state.pendingLogouts;
     QMetaObject::invokeMethod(
-        this, [this, productKey, signInMark] { LogoutSlot(productKey, signInMark); }, Qt::QueuedConnection);
+        this, [this, productKey, signInId] { LogoutSlot(productKey, signInId); }, Qt::QueuedConnection);
 }
 
-void LoginSession::LogoutSlot(const QString& productKey, const QString& signInMark) {
+void LoginSession::LogoutSlot(const QString& productKey, const QString& signInId) {
     const auto self = weak_from_this().lock();
     // The main thread may have been busy for long: what matters is whether the sign-in is still the one that cannot be used.
     catchUp();
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    if (!m_core.isStopped && m_core.isLoggedIn() && m_core.signInMark() == signInMark
-        && !logOut(productKey, error, true, signInMark))
+    if (!m_state.isStopped && m_state.isLoggedIn() && m_state.signInId() == signInId
+        && !logOut(productKey, error, true, signInId))
         m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
-    --m_core.pendingLogouts;
+    --m_state.pendingLogouts;
 }
 
 bool LoginSession::applyFile(int guardTimeoutMs) {
-    const LoginStateFile::Guard guard(m_core.file, guardTimeoutMs);
+    const LoginStateFile::Guard guard(m_state.file, guardTimeoutMs);
     if (!guard.isHeld())
         return false;
-    const LoginStateFile::Content content = m_core.file.read();
-    LoginStateLoader loader(m_core);
-    if (content.isRead() && loader.takeOver(content, false))
-        m_core.configureProducts();
+    const LoginStateFile::Content content = m_state.file.read();
+    LoginStateLoader loader(m_state);
+    if (content.isRead() && loader.apply(content, false))
+        m_state.configureProducts();
     if (content.status == LoginStateFile::Content::Status::Missing)
         m_logger.information(
-            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_core.file.path()));
-    loader.noteSeen(content);
+            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file.path()));
+    loader.markApplied(content);
     return content.status != LoginStateFile::Content::Status::Unreadable;
 }
 
 void LoginSession::saveWhatIsLeft() {
-    if (!m_core.unsaved.isWanted() || !m_core.lock.try_lock_for(std::chrono::milliseconds(newsPatienceMs)))
+    if (!m_state.unsaved.isPending() || !m_state.lock.try_lock_for(std::chrono::milliseconds(applyPatienceMs)))
         return;
-    if (!m_core.isFlowActive)
-        LoginStateSaver(m_core, LoginStateFile::briefTimeoutMs).save();
-    m_core.unsaved.settle();
-    m_core.lock.unlock();
+    if (!m_state.isNetworkStepActive)
+        LoginStateSaver(m_state, LoginStateFile::briefTimeoutMs).save();
+    m_state.unsaved.succeed();
+    m_state.lock.unlock();
 }
 
 void LoginSession::RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
@@ -130,7 +130,7 @@ void LoginSession::RaiseEvent(Event event, const EventSubject& subject, bool sen
 }
 
 void LoginSession::sendToOthers(Event event, const EventSubject& subject) {
-    if (event == Event::LoggedIn && !m_core.isLoggedIn()) {
+    if (event == Event::LoggedIn && !m_state.isLoggedIn()) {
         m_logger.information(
             QStringLiteral(
                 "Aborting sending of web services event %1 to other processes. Not logged in currently. Some process may have forced a logout in LoggedIn event handler.")
@@ -145,7 +145,7 @@ void LoginSession::sendToOthers(Event event, const EventSubject& subject) {
 void LoginSession::startNotifications() {
     m_notificationThread = std::make_unique<QThread>();
     Util::useLeanDispatcher(*m_notificationThread, Util::ThreadServes::PostsAndTimers);
-    m_notifications = new NotificationManager(m_core.services.lockFolder, m_reactions, m_core.services.loggers.ipc);
+    m_notifications = new NotificationManager(m_state.services.lockFolder, m_reactions, m_state.services.loggers.ipc);
     m_notifications->moveToThread(m_notificationThread.get());
     connect(m_notificationThread.get(), &QThread::started, m_notifications, &NotificationManager::Start);
     connect(m_notificationThread.get(), &QThread::finished, m_notifications, &QObject::deleteLater);
@@ -171,10 +171,10 @@ void LoginSession::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent ev
                                      bool* pAboutToLogout) {
     // From the event loop nobody holds the session, and an observer may uninitialize the library. Null where it is not shared.
     const auto self = weak_from_this().lock();
-    if (m_core.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
+    if (m_state.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
         return;
     m_logger.information(QStringLiteral("Sending web services event %1 to slots in this process").arg(eventName(event)));
-    if (event == Event::LoggedIn && !m_core.isLoggedIn()) {
+    if (event == Event::LoggedIn && !m_state.isLoggedIn()) {
         m_logger.information(
             QStringLiteral(
                 "Aborting sending of web services event %1 to slots in this processes. Not logged in currently. Some process may have forced a logout in LoggedIn event handler.")
@@ -205,8 +205,8 @@ void LoginSession::emitToListeners(Event event) {
     }
 }
 
-void LoginSession::tellCaches(CacheDoor::Event event) {
-    const QVector<ProductSessionPointer> products = m_core.products.all();
+void LoginSession::tellCaches(CacheClient::Event event) {
+    const QVector<ProductSessionPointer> products = m_state.products.all();
     for (const ProductSessionPointer& product : products) {
         if (TokenOperations* const operations = product->operations())
             operations->caches().tell(event);
@@ -237,4 +237,4 @@ bool LoginSession::isLogoutVetoed(const QString& consumerKey) {
     return answer->given.tryAcquire(1, vetoTimeoutMs) && answer->veto;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,34 +4,34 @@
 
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 bool LoginSession::SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password) {
-    const QMutexLocker lock(&m_core.lock);
-    return m_core.proxy.SetProxyAuthentication(host, port, user, password);
+    const QMutexLocker lock(&m_state.lock);
+    return m_state.proxy.SetProxyAuthentication(host, port, user, password);
 }
 
 bool LoginSession::ClearProxyInfo() {
-    const QMutexLocker lock(&m_core.lock);
-    return m_core.proxy.ClearProxyInfo();
+    const QMutexLocker lock(&m_state.lock);
+    return m_state.proxy.ClearProxyInfo();
 }
 
 void LoginSession::loadProxyInfo() {
-    const QMutexLocker lock(&m_core.lock);
-    m_core.proxy.loadFromFile();
+    const QMutexLocker lock(&m_state.lock);
+    m_state.proxy.loadFromFile();
 }
 
 ProxyLogin LoginSession::findProxyLogin(const ProxyAddress& proxy, const RefusedLogins& refused) const {
-    return m_core.isStopped ? ProxyLogin() : m_core.proxy.find(proxy, refused);
+    return m_state.isStopped ? ProxyLogin() : m_state.proxy.find(proxy, refused);
 }
 
 void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login) {
-    if (m_core.isStopped)
+    if (m_state.isStopped)
         return;
     // A sign-in holds the lock while it waits for its own answer of the network, which may need this very login.
-    if (m_core.lock.try_lock()) {
-        m_core.proxy.SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password);
-        m_core.lock.unlock();
+    if (m_state.lock.try_lock()) {
+        m_state.proxy.SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password);
+        m_state.lock.unlock();
         return;
     }
     QMetaObject::invokeMethod(
@@ -39,4 +39,4 @@ void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& l
         Qt::QueuedConnection);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Lets the network find and keep proxy credentials in a login session, as long as there is one. Thread: any. Owner: shared.
 class SessionProxyStore final : public IProxyCredentialStore {
@@ -27,4 +27,4 @@ private:
     const std::weak_ptr<LoginSession> m_session;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Signing/ICryptoProvider.h"
-#include "Time/ITimeProvider.h"
 #include "Signing/IVqOAuthHost.h"
+#include "Time/ITimeProvider.h"
 #include "VqLog/ILogger.h"
 
 #include <memory>

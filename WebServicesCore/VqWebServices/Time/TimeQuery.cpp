@@ -34,7 +34,7 @@ TimeQuery::TimeQuery(const QUrl& url, int timeoutInMsec, std::shared_ptr<Log::IL
     , m_logger(std::move(logger))
     , m_operation(makeRequest(url), QStringLiteral("GET"), QByteArray(), std::move(networkLogger)) {
     m_operation.setTimeout(timeoutInMsec);
-    connect(&m_operation, &WebServices::NetworkOperationAsync::RequestFinished, this, &TimeQuery::operationFinished);
+    connect(&m_operation, &WebServices::Internal::NetworkOperationAsync::RequestFinished, this, &TimeQuery::operationFinished);
 }
 
 TimeQuery::~TimeQuery() {
@@ -51,17 +51,17 @@ void TimeQuery::operationFinished(QNetworkReply* reply) {
     if (reply) {
         logSslErrors(*reply);
         answer.hasReply = true;
-        answer.isWhole = m_operation.result() == WebServices::OperationResult::Success;
-        answer.status = WebServices::httpStatus(*reply);
+        answer.isWhole = m_operation.result() == WebServices::Internal::OperationResult::Success;
+        answer.status = WebServices::Internal::httpStatus(*reply);
         answer.body = reply->read(maximalTimeBody);
         if (answer.message.isEmpty())
             answer.message = QStringLiteral("The server's status is no answer");
         answer.dateHeader = dateHeader(*reply);
         answer.location = reply->rawHeader("Location");
         answer.httpText = QStringLiteral("Http error: %1 %2")
-                              .arg(QString::number(answer.status), WebServices::httpStatusText(answer.status))
+                              .arg(QString::number(answer.status), WebServices::Internal::httpStatusText(answer.status))
                               .trimmed();
-        answer.networkText = QStringLiteral("Network error: %1").arg(WebServices::networkErrorText(reply));
+        answer.networkText = QStringLiteral("Network error: %1").arg(WebServices::Internal::networkErrorText(reply));
     }
     Q_EMIT Finished(answer);
 }
@@ -73,10 +73,10 @@ void TimeQuery::logSslErrors(const QNetworkReply& reply) {
     const QList<QSslCertificate> chain = reply.sslConfiguration().peerCertificateChain();
     const QList<QSslError> errors = chain.isEmpty() ? QList<QSslError>() : QSslCertificate::verify(chain, m_url.host());
     for (const QSslError& error : errors) {
-        const QStringList certificate = WebServices::certificateDescription(error.certificate());
+        const QStringList certificate = WebServices::Internal::certificateDescription(error.certificate());
         m_logger->error(QStringLiteral("TimeService::SslError: %1 (%2): %3. %4")
-                            .arg(WebServices::sslErrorName(error.error()), QString::number(error.error()), error.errorString(),
-                                 certificate.join(QLatin1Char('\n'))));
+                            .arg(WebServices::Internal::sslErrorName(error.error()), QString::number(error.error()),
+                                 error.errorString(), certificate.join(QLatin1Char('\n'))));
     }
 }
 

@@ -49,7 +49,7 @@ private:
 
     const QUrl m_url;
     const std::shared_ptr<Log::ILogger> m_logger;
-    WebServices::NetworkOperationAsync m_operation;
+    WebServices::Internal::NetworkOperationAsync m_operation;
 };
 
 } // namespace Velquor::OAuth

@@ -21,7 +21,7 @@ QString reasonText(UpdateReason reason, qint64 period) {
 
 } // namespace
 
-TimeService::TimeService(TimeServerUrls urls, std::shared_ptr<TimeCorrection> correction, TimeServiceParts parts)
+TimeService::TimeService(TimeServerUrls urls, std::shared_ptr<TimeCorrection> correction, TimeServiceDependencies parts)
     : m_parts(std::move(parts))
     , m_correction(std::move(correction))
     , m_logger(m_parts.logger)

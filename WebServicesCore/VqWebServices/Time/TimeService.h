@@ -22,7 +22,7 @@ class TimeService final : public QObject {
     Q_OBJECT
 
 public:
-    TimeService(TimeServerUrls urls, std::shared_ptr<TimeCorrection> correction, TimeServiceParts parts);
+    TimeService(TimeServerUrls urls, std::shared_ptr<TimeCorrection> correction, TimeServiceDependencies parts);
     ~TimeService() override;
     Q_DISABLE_COPY_MOVE(TimeService)
 
@@ -56,7 +56,7 @@ private:
     void succeed(const QUrl& url, qint64 seconds);
     void fail();
 
-    const TimeServiceParts m_parts;
+    const TimeServiceDependencies m_parts;
     const std::shared_ptr<TimeCorrection> m_correction;
     const std::shared_ptr<Log::ILogger> m_logger;
     TimeServerUrls m_urls;

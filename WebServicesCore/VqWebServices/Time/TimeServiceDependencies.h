@@ -9,7 +9,7 @@
 namespace Velquor::OAuth {
 
 /// What the time service is built on; none of them may be empty. Thread: any. Owner: shared.
-struct TimeServiceParts {
+struct TimeServiceDependencies {
     TimeServiceOptions options;
     std::shared_ptr<const ITimeSource> source;
     std::shared_ptr<Log::ILogger> logger;

@@ -8,7 +8,7 @@
 
 namespace Velquor::OAuth {
 
-TimeServiceImp::TimeServiceImp(WebServices::UrlStore& urls, WebServices::Server server, TimeServiceParts parts)
+TimeServiceImp::TimeServiceImp(WebServices::Internal::UrlStore& urls, WebServices::Server server, TimeServiceDependencies parts)
     : m_urls(urls)
     , m_parts(std::move(parts))
     , m_server(server)

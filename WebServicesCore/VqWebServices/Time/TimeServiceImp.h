@@ -21,7 +21,7 @@ class TimeService;
 class TimeServiceImp final : public ITimeService {
 public:
     /// The time servers are those of the server's "TimeServerUrls" in the store, which must outlive this object.
-    TimeServiceImp(WebServices::UrlStore& urls, WebServices::Server server, TimeServiceParts parts);
+    TimeServiceImp(WebServices::Internal::UrlStore& urls, WebServices::Server server, TimeServiceDependencies parts);
     ~TimeServiceImp() override;
     Q_DISABLE_COPY_MOVE(TimeServiceImp)
 
@@ -37,8 +37,8 @@ private:
     void startWorker();
     [[nodiscard]] bool createWorker();
 
-    WebServices::UrlStore& m_urls;
-    const TimeServiceParts m_parts;
+    WebServices::Internal::UrlStore& m_urls;
+    const TimeServiceDependencies m_parts;
     mutable QMutex m_mutex;
     WebServices::Server m_server;
     bool m_enabled;

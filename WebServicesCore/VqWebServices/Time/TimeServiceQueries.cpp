@@ -26,7 +26,7 @@ void TimeService::query() {
         return;
     }
     const QUrl url = m_urls.current();
-    m_logger->information(QStringLiteral("Getting time from server %1").arg(WebServices::displayUrl(url)));
+    m_logger->information(QStringLiteral("Getting time from server %1").arg(WebServices::Internal::displayUrl(url)));
     restartTimer();
     m_query = std::make_unique<TimeQuery>(url, m_parts.options.queryTimeout, m_logger, m_parts.networkLogger);
     connect(m_query.get(), &TimeQuery::Finished, this, &TimeService::queryFinished);
@@ -35,7 +35,7 @@ void TimeService::query() {
 
 void TimeService::queryFinished(const TimeAnswer& answer) {
     const QUrl url = m_query->url();
-    const QString shownUrl = WebServices::displayUrl(url);
+    const QString shownUrl = WebServices::Internal::displayUrl(url);
     m_query.release()->deleteLater();
     if (!answer.hasReply) {
         m_logger->error(QStringLiteral("Failed to get time from server %1. Network reply is null.").arg(shownUrl));
@@ -63,13 +63,13 @@ bool TimeService::followRedirect(const QUrl& url, const TimeAnswer& answer) {
     const QUrl target = redirectTarget(url, answer.location);
     if (!target.isValid()) {
         m_logger->error(QStringLiteral("Failed to get time from server %1. %2. %3. %4")
-                            .arg(WebServices::displayUrl(url),
+                            .arg(WebServices::Internal::displayUrl(url),
                                  QStringLiteral("The redirected url is not a valid http or https url"), answer.httpText,
                                  answer.networkText));
         return false;
     }
     m_logger->information(QStringLiteral("Replacing time service url %1 to redirected url %2")
-                              .arg(WebServices::displayUrl(url), WebServices::displayUrl(target)));
+                              .arg(WebServices::Internal::displayUrl(url), WebServices::Internal::displayUrl(target)));
     m_urls.replaceCurrent(target);
     return true;
 }
@@ -77,7 +77,7 @@ bool TimeService::followRedirect(const QUrl& url, const TimeAnswer& answer) {
 void TimeService::succeed(const QUrl& url, qint64 seconds) {
     m_logger->information(
         QStringLiteral("Time queried successfully from server %1: %2")
-            .arg(WebServices::displayUrl(url), QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate)));
+            .arg(WebServices::Internal::displayUrl(url), QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate)));
     const ClockReading now = m_parts.source->read();
     m_correction->setMeasurement({seconds * 1000, now});
     m_schedule.succeeded(now);

@@ -2,7 +2,7 @@
 
 #include <QEventLoop>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// A local event loop that a caller spins until a token operation ends; its exit code is the result of the operation.
 ///
@@ -27,4 +27,4 @@ private:
     bool m_hasQuit = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The flags by which a process tells the others that a token request of a product is under way. They are hints; what keeps two
 /// requests apart is a lock.
@@ -34,4 +34,4 @@ inline const auto oauth2JwtRefresh = QStringLiteral("OAuth2TokenJwtRefreshInProg
 constexpr qint64 patienceMs = 5000;
 } // namespace RequestFlag
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -10,7 +10,7 @@
 #include <QRecursiveMutex>
 #include <VqWebServices/Server.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class OAuth2Session;
 
@@ -37,7 +37,7 @@ class ITokenOwner {
 public:
     virtual ~ITokenOwner() = default;
 
-    [[nodiscard]] virtual const TokenServices& services() const = 0;
+    [[nodiscard]] virtual const TokenDependencies& services() const = 0;
     [[nodiscard]] virtual QString productKey() const = 0;
     [[nodiscard]] virtual Server server() const = 0;
     /// A web service of that server, by the keys of the URL files; an empty URL when they do not name it.
@@ -58,21 +58,21 @@ public:
     [[nodiscard]] virtual bool isLogoutPending() const = 0;
     [[nodiscard]] virtual QDateTime sessionExpiryDate() const = 0;
     /// A text that names the present sign-in and no other; empty when nobody is signed in.
-    [[nodiscard]] virtual QString signInMark() const = 0;
+    [[nodiscard]] virtual QString signInId() const = 0;
 
     /// Looks at the login state file before a server is asked: another process may have done the work, and newer tokens in the
     /// file become the product's. False when the sign-in with this mark is over, here or in the file.
-    [[nodiscard]] virtual bool catchUpWithFile(const QString& signInMark) = 0;
+    [[nodiscard]] virtual bool catchUpWithFile(const QString& signInId) = 0;
 
     /// Keeps new tokens of the sign-in with this mark, in memory and in the file. An invalid session expiry leaves the one that
     /// is known.
     [[nodiscard]] virtual StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
-                                            const QString& signInMark) = 0;
+                                            const QString& signInId) = 0;
 
     [[nodiscard]] virtual bool isOAuth2Enabled() const = 0;
     /// The same for an OAuth2 token that was just obtained, which becomes that of `session`.
     [[nodiscard]] virtual StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token,
-                                                  const QString& signInMark) = 0;
+                                                  const QString& signInId) = 0;
 
     /// The product login session lock: held by whoever replaces configuration or tokens of the product, and by whoever needs them
     /// to stay as they are for a moment. Taken after the login session lock; nothing is waited for under it.
@@ -82,7 +82,7 @@ public:
     /// The same for an event about one OAuth2 token.
     virtual void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) = 0;
     /// Ends the sign-in with this mark, later and on the main thread, since it cannot be used any more. A later sign-in stays.
-    virtual void forceLogout(const QString& signInMark) = 0;
+    virtual void forceLogout(const QString& signInId) = 0;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 #include <QString>
 #include <VqWebServices/OAuth2TokenSpec.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// An OAuth2 access token as it is kept: encrypted, with what it was given for. A plain value.
 struct OAuth2TokenData {
@@ -26,4 +26,4 @@ struct OAuth2TokenData {
     }
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

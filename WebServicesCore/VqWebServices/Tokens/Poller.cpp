@@ -2,16 +2,16 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-Polling::Polling(QObject* worker)
+Poller::Poller(QObject* worker)
     : QObject(worker)
     , m_timer(this) {
     m_timer.setSingleShot(true);
-    QObject::connect(&m_timer, &QTimer::timeout, this, &Polling::tryNow);
+    QObject::connect(&m_timer, &QTimer::timeout, this, &Poller::tryNow);
 }
 
-void Polling::start(int timeoutMs, const Attempt& attempt, const Next& succeeded, const Next& timedOut) {
+void Poller::start(int timeoutMs, const Attempt& attempt, const Next& succeeded, const Next& timedOut) {
     m_timer.stop();
     m_timeoutMs = timeoutMs;
     m_attempt = attempt;
@@ -21,14 +21,14 @@ void Polling::start(int timeoutMs, const Attempt& attempt, const Next& succeeded
     tryNow();
 }
 
-void Polling::stop() {
+void Poller::stop() {
     m_timer.stop();
     m_attempt = {};
     m_succeeded = {};
     m_timedOut = {};
 }
 
-void Polling::tryNow() {
+void Poller::tryNow() {
     const bool succeeded = m_attempt();
     if (!succeeded && m_elapsed.elapsed() < m_timeoutMs) {
         m_timer.start(pauseMs);
@@ -40,4 +40,4 @@ void Polling::tryNow() {
     next();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

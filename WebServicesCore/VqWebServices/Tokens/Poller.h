@@ -4,13 +4,13 @@
 #include <QTimer>
 #include <functional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Tries something again and again until it succeeds or its time is over, without blocking the thread.
 ///
 /// For what another process holds: no event tells when a process that was killed lets go. Thread: its owner's, with an event
 /// loop. Owner: a token worker. One attempt at a time; a new one replaces it.
-class Polling : public QObject {
+class Poller : public QObject {
     Q_OBJECT
 
 public:
@@ -18,7 +18,7 @@ public:
     using Next = std::function<void()>;
 
     /// `worker`: the object on whose thread the attempts are made, wherever it is moved to.
-    explicit Polling(QObject* worker);
+    explicit Poller(QObject* worker);
 
     /// Tries at once, then every 100 ms. Either `succeeded` or `timedOut` is called, at once or later, never both.
     void start(int timeoutMs, const Attempt& attempt, const Next& succeeded, const Next& timedOut);
@@ -38,4 +38,4 @@ private:
     Next m_timedOut;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QDateTime>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The OAuth 1.0 tokens of one product, encrypted. A plain value.
 struct ProductTokens {
@@ -23,4 +23,4 @@ struct ProductTokens {
     }
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

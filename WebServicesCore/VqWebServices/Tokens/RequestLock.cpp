@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 RequestLock::RequestLock(const QString& name, const QString& folder, std::shared_ptr<Log::ILogger> logger)
     : m_name(name)
@@ -38,4 +38,4 @@ bool RequestLock::isTaken() {
     return !isFree;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

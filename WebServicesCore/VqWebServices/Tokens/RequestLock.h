@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Lets one token request of a kind run at a time among all processes of the user, and is freed by the system with its process.
 ///
@@ -32,4 +32,4 @@ private:
     bool m_isRefusalReported = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 #include <QTimer>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 RunState::Entry RunState::enter() {
     const QMutexLocker lock(&m_mutex);
@@ -67,4 +67,4 @@ RunWaiter::Outcome RunWaiter::wait(int timeoutMs) {
     return {m_loop.code(), !m_loop.hasQuit()};
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

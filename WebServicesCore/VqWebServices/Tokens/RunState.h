@@ -6,7 +6,7 @@
 #include <QVector>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Whether a token operation is under way, how the last one ended, and who waits for its end.
 ///
@@ -62,4 +62,4 @@ private:
     EventLoop m_loop;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include "Values/WebServicesConfigurationImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 OAuth::Credentials SigningKeys::credentials() const {
     return {consumerKey.view(), consumerSecret.view(), token.view(), tokenSecret.view()};
@@ -44,4 +44,4 @@ QMap<QString, QByteArray> replyParameters(const QByteArray& body) {
     return parameters;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -8,7 +8,7 @@
 #include <QUrl>
 #include <VqWebServices/WebServicesConfiguration.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The keys of one signature in clear, for the length of one call.
 struct SigningKeys {
@@ -34,4 +34,4 @@ struct SigningKeys {
 /// The form-encoded parameters of a reply's body by name; the first of a repeated name counts.
 [[nodiscard]] QMap<QString, QByteArray> replyParameters(const QByteArray& body);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -10,10 +10,10 @@
 #include <functional>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What those who handle tokens need of the floors below; the same for all of them. A plain value.
-struct TokenServices {
+struct TokenDependencies {
     std::shared_ptr<Util::ICryptor> cryptor;
     std::shared_ptr<OAuth::IVqOAuthHost> oauthHost;
     UrlStore* urls = nullptr;
@@ -31,4 +31,4 @@ struct TokenServices {
     QString cacheFile;          ///< Set by the session: beside the login state file.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

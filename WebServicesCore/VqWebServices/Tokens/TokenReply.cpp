@@ -3,7 +3,7 @@
 #include <QStringList>
 #include <algorithm>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -50,4 +50,4 @@ QString missingNames(const QVector<QPair<QString, bool>>& presence) {
     return names.join(QStringLiteral(", "));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

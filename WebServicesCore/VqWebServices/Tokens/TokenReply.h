@@ -7,7 +7,7 @@
 #include <QPair>
 #include <QVector>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the account server says in the form-encoded body of a token reply. Thread: any. The caller logs.
 
@@ -25,4 +25,4 @@ namespace Velquor::WebServices {
 /// The names of those that are not present, joined by ", ".
 [[nodiscard]] QString missingNames(const QVector<QPair<QString, bool>>& presence);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

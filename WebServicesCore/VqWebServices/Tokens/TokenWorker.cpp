@@ -2,12 +2,12 @@
 
 #include <QThread>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 TokenWorker::TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger)
     : m_owner(owner)
     , m_logger(logger)
-    , m_polling(this)
+    , m_poller(this)
     , m_timer(this)
     , m_exchange([this](const ExchangeOutcome& outcome) { handleReply(outcome); }, this) {
     m_timer.setSingleShot(true);
@@ -18,7 +18,7 @@ TokenWorker::TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger)
 }
 
 TokenWorker::~TokenWorker() {
-    m_polling.stop();
+    m_poller.stop();
     m_exchange.cancel();
     m_run->close();
 }
@@ -61,4 +61,4 @@ QString TokenWorker::modeAdverb(bool synchronous) {
     return synchronous ? QStringLiteral("synchronously") : QStringLiteral("asynchronously");
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -10,7 +10,7 @@
 #include <QTimer>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What all who query or refresh a token have in common: one run at a time, one timer, one request on a thread of its own.
 ///
@@ -32,7 +32,7 @@ public:
 
 protected:
     [[nodiscard]] ITokenOwner& owner() const { return m_owner; }
-    [[nodiscard]] const TokenServices& services() const { return m_owner.services(); }
+    [[nodiscard]] const TokenDependencies& services() const { return m_owner.services(); }
     [[nodiscard]] Log::ILogger& log() const { return *(m_owner.services().loggers.*m_logger); }
     [[nodiscard]] QDateTime now() const { return m_owner.services().now(); }
     [[nodiscard]] bool isOwnThread() const;
@@ -52,7 +52,7 @@ protected:
     virtual void timerFired() = 0;
 
     [[nodiscard]] RunState& run() const { return *m_run; }
-    [[nodiscard]] Polling& polling() { return m_polling; }
+    [[nodiscard]] Poller& poller() { return m_poller; }
 
     /// "Synchronous" or "synchronously", and the same for asynchronous.
     [[nodiscard]] static QString modeWord(bool synchronous);
@@ -62,7 +62,7 @@ private:
     ITokenOwner& m_owner;
     Loggers::Logger Loggers::*const m_logger;
     const std::shared_ptr<RunState> m_run = std::make_shared<RunState>();
-    Polling m_polling;
+    Poller m_poller;
     QTimer m_timer;
     std::atomic<bool> m_timerActive{false};
     ExchangeRunner m_exchange;
@@ -70,4 +70,4 @@ private:
     bool m_aborted = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

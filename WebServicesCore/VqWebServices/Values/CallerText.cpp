@@ -5,7 +5,7 @@
 #include <cwchar>
 #include <string>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString textFromCaller(const wchar_t* text) {
     if (!text)
@@ -62,4 +62,4 @@ wchar_t* allocateText(const QString& text) {
     return copy;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 #include <QString>
 #include <string>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The calling conventions at the exported boundary, as plain functions (the rules stand in VqWebServicesGlobal.h).
 /// Thread: any.
@@ -28,4 +28,4 @@ int copyBytes(const QByteArray& bytes, char* buffer, int size);
 /// The text in the platform's `wchar_t` units: UTF-16 on Windows, UTF-32 elsewhere.
 [[nodiscard]] std::wstring wideText(const QString& text);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,9 +5,9 @@
 
 #include <VqWebServices/WebServicesConfiguration.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// A configuration as it was set by a client; shared by all who use it, never changed.
 using ConfigurationPointer = std::shared_ptr<const WebServicesConfiguration>;
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QSettings>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// A value of the library's settings: the registry key "HKEY_CURRENT_USER\Software\Velquor\Web Services" on Windows, the settings
 /// file of organisation "Velquor", application "Web Services" elsewhere. Empty when it is not set. Thread: any.
@@ -14,4 +14,4 @@ namespace Velquor::WebServices {
     return settings.value(name).toString();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

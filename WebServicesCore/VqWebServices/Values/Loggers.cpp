@@ -2,7 +2,7 @@
 
 #include "VqLog/LoggerWrapper.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -56,4 +56,4 @@ QStringList Loggers::names() {
     return found;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 #include <QStringList>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The loggers of the library's parts, whose levels the log configuration can set one by one. A plain value.
 struct Loggers {
@@ -35,4 +35,4 @@ struct Loggers {
     [[nodiscard]] static QStringList names();
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

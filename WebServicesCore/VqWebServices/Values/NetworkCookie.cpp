@@ -5,6 +5,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 NetworkCookie::NetworkCookie()
     : m_imp(new NetworkCookieImp) {}
 

@@ -4,6 +4,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 namespace {
 const auto specKey = QStringLiteral("OAuth2TokenSpec");
 const auto tokenKey = QStringLiteral("EncryptedOAuth2AccessToken");

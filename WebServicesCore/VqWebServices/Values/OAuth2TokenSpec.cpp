@@ -5,6 +5,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 OAuth2TokenSpec::OAuth2TokenSpec()
     : m_imp(new OAuth2TokenSpecImp) {}
 

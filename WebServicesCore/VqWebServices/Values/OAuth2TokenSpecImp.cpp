@@ -5,6 +5,8 @@
 
 namespace Velquor::WebServices {
 
+namespace Internal {
+
 QString tokenTypeName(int type) {
     switch (type) {
     case InvalidTokenType: return QStringLiteral("Invalid");
@@ -25,6 +27,10 @@ QString normalisedScope(const QString& scope) {
                      [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
     return words.join(QLatin1Char(' '));
 }
+
+} // namespace Internal
+
+using namespace Internal;
 
 bool OAuth2TokenSpecImp::equals(const OAuth2TokenSpecImp& other) const {
     return this == &other

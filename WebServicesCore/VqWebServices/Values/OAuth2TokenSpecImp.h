@@ -6,11 +6,15 @@
 
 namespace Velquor::WebServices {
 
+namespace Internal {
+
 /// "RT", "JWT", "Invalid" for 0; "Unknown" for any other value.
 [[nodiscard]] QString tokenTypeName(int type);
 
 /// Trims, splits at blanks, sorts ignoring case and joins by single blanks, so that equal scopes have one text.
 [[nodiscard]] QString normalisedScope(const QString& scope);
+
+} // namespace Internal
 
 /// The data of an `OAuth2TokenSpec`. Thread: as its owner. Owner: one `OAuth2TokenSpec`.
 class OAuth2TokenSpecImp {

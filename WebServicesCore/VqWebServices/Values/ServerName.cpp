@@ -1,6 +1,6 @@
 #include "Values/ServerName.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString serverName(int server) {
     switch (server) {
@@ -16,4 +16,4 @@ bool isRealServer(int server) {
     return server >= Production && server <= Development;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

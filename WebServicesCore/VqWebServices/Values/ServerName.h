@@ -3,7 +3,7 @@
 #include <QString>
 #include <VqWebServices/Server.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// "NoServer", "Production", "Staging", "Development"; "Unknown" for any other value.
 [[nodiscard]] QString serverName(int server);
@@ -11,4 +11,4 @@ namespace Velquor::WebServices {
 /// True for the servers that can be used: `Production`, `Staging` and `Development`.
 [[nodiscard]] bool isRealServer(int server);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,6 +5,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 WebServicesConfiguration::WebServicesConfiguration()
     : m_imp(new WebServicesConfigurationImp) {}
 

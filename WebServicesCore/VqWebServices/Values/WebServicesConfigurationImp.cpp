@@ -6,6 +6,8 @@
 
 namespace Velquor::WebServices {
 
+using namespace Internal;
+
 bool WebServicesConfigurationImp::equals(const WebServicesConfigurationImp& other) const {
     return server == other.server && consumerKey == other.consumerKey && consumerSecret == other.consumerSecret
            && serialNumber == other.serialNumber && productLineCode == other.productLineCode && upiRelease == other.upiRelease

@@ -9,7 +9,7 @@
 #include <QXmlStreamReader>
 #include <algorithm>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr int MaximalJsonDepth = 32;
@@ -118,4 +118,4 @@ QString maskedBody(const QByteArray& body, const QString& contentType) {
     return QStringLiteral("<%1, %2 bytes>").arg(type, QString::number(body.size()));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

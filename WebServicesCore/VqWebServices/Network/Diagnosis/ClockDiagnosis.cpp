@@ -5,7 +5,7 @@
 #include <QLocale>
 #include <QNetworkReply>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 QString shownTime(const QDateTime& time) {
@@ -96,4 +96,4 @@ bool diagnoseClock(const QNetworkReply* reply, ClockKind& kind, QString& message
     return true;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

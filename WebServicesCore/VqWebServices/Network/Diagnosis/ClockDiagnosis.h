@@ -9,7 +9,7 @@
 
 class QNetworkReply;
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What is wrong with the system's clock; the numbers are those that the login and cache errors report.
 enum class ClockKind : int { None = 0, WrongTime = 3, WrongDaylightSaving = 4 };
@@ -44,4 +44,4 @@ struct ClockProblem {
 /// Thread: that of the reply.
 [[nodiscard]] bool diagnoseClock(const QNetworkReply* reply, ClockKind& kind, QString& message);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

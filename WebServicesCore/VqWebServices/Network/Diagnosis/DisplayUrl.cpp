@@ -5,7 +5,7 @@
 #include <QRegularExpression>
 #include <QStringList>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 QString maskedField(const QString& field) {
@@ -68,4 +68,4 @@ QString withUrlsMasked(const QString& text, const QUrl& url) {
     return masked + source.mid(end);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QUrl>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// A URL for the log: without user info and fragment, query values that are not on the allow-list as "***". Thread:
 /// any.
@@ -19,4 +19,4 @@ namespace Velquor::WebServices {
 /// known to stand in it, perhaps with blanks.
 [[nodiscard]] QString withUrlsMasked(const QString& text, const QUrl& url);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QSet>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 const QSet<QString>& shownHeaders() {
@@ -112,4 +112,4 @@ QString oneLine(const QString& text) {
     return line;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The only place that decides whose values a log may show. What is not listed here is written as "***", so that a new
 /// header or parameter is hidden until somebody has decided otherwise. Thread: any.
@@ -22,4 +22,4 @@ namespace Velquor::WebServices {
 /// A text from outside on one line: control characters are written as escapes.
 [[nodiscard]] QString oneLine(const QString& text);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QHash>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 const QHash<int, QString>& statusTexts() {
@@ -50,4 +50,4 @@ QString httpStatusText(int code) {
     return statusTexts().value(code, QStringLiteral("Unknown"));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

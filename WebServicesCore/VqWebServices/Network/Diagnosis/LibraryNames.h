@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// File name of the SSL library that products install beside this library.
 [[nodiscard]] inline QString sslLibraryFileName() {
@@ -14,4 +14,4 @@ namespace Velquor::WebServices {
     return QStringLiteral("libcrypto-Vq-1_1-x64.dll");
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 
 #include <QNetworkProxy>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 bool looksDisconnected(const QNetworkReply& reply) {
@@ -63,4 +63,4 @@ QString operationErrorText(const QNetworkReply& reply) {
              problem.problem.isEmpty() ? noProblem : problem.problem);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

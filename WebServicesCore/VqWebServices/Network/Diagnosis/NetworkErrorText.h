@@ -3,7 +3,7 @@
 #include <QNetworkReply>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The HTTP status code of a reply; 0 when no answer came. Thread: that of the reply.
 [[nodiscard]] int httpStatus(const QNetworkReply& reply);
@@ -18,4 +18,4 @@ namespace Velquor::WebServices {
 /// The error message of an operation whose reply ended with an error. Thread: that of the reply.
 [[nodiscard]] QString operationErrorText(const QNetworkReply& reply);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

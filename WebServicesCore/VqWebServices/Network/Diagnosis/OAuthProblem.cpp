@@ -2,7 +2,7 @@
 
 #include <QNetworkReply>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 OAuthProblem oauthProblem(const QNetworkReply* reply) {
     if (!reply)
@@ -26,4 +26,4 @@ QString oauthProblemText(const OAuthProblem& problem) {
     return text;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

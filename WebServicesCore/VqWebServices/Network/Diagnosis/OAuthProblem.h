@@ -4,7 +4,7 @@
 
 class QNetworkReply;
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the server says about a refused request in the headers of its reply. Plain value; a missing header is empty.
 struct OAuthProblem {
@@ -20,4 +20,4 @@ struct OAuthProblem {
 /// The problem as a text that follows an error text directly; empty when the server reported none. Thread: any.
 [[nodiscard]] QString oauthProblemText(const OAuthProblem& problem);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 #include "Network/Diagnosis/RequestDump.h"
 #include "Network/Diagnosis/SslDiagnosis.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QByteArray ReplySnapshot::header(const QByteArray& name) const {
     for (const QNetworkReply::RawHeaderPair& pair : headers) {
@@ -34,4 +34,4 @@ ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByt
     return snapshot;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

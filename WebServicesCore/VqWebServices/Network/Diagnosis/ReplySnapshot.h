@@ -9,7 +9,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// All that the floors above need of a finished reply, as a plain value that outlives it and may cross threads.
 struct ReplySnapshot {
@@ -34,4 +34,4 @@ struct ReplySnapshot {
 /// Thread: that of the reply.
 [[nodiscard]] ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByteArray& requestBody);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr int MaximalBodyBytes = 2000;
@@ -148,4 +148,4 @@ QStringList requestDump(const QNetworkReply* reply, const QByteArray& requestBod
     return requestLines(reply->request(), requestBody, usedVerb) + responseLines(*reply, responseBody);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

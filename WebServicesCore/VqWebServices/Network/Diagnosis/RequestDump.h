@@ -6,7 +6,7 @@
 
 class QNetworkReply;
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// A request and its reply for the log, line by line, with every value that is not on the allow-list as "***" and
 /// bodies cut at 2000 bytes. Without a verb it is taken from the reply's operation. Empty for no reply. Thread: that of
@@ -14,4 +14,4 @@ namespace Velquor::WebServices {
 [[nodiscard]] QStringList requestDump(const QNetworkReply* reply, const QByteArray& requestBody, const QByteArray& responseBody,
                                       const QString& verb = QString());
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -8,7 +8,7 @@
 #include <openssl/crypto.h>
 #include <openssl/ssl.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString sslDiagnosis(const QNetworkReply* reply) {
     if (!reply || reply->error() != QNetworkReply::UnknownNetworkError || httpStatus(*reply) != 0)
@@ -34,4 +34,4 @@ QString loadedSslVersionLine() {
     return sslVersionLine(facts);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

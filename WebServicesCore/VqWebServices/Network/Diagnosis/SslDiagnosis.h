@@ -4,7 +4,7 @@
 
 class QNetworkReply;
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The SSL libraries that a process has loaded. Plain value.
 struct SslLibraryFacts {
@@ -25,4 +25,4 @@ struct SslLibraryFacts {
 /// The version line of the SSL libraries that this process has loaded. Thread: any.
 [[nodiscard]] QString loadedSslVersionLine();
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

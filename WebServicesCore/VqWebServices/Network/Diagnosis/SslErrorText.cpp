@@ -2,7 +2,7 @@
 
 #include <QCryptographicHash>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 namespace {
 
 const QStringList& errorNames() {
@@ -55,4 +55,4 @@ QStringList certificateDescription(const QSslCertificate& certificate) {
             QStringLiteral("Self signed: %1").arg(yesOrNo(certificate.isSelfSigned()))};
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

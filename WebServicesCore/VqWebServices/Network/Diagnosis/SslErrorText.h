@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The name of an SSL error code (the numbers of QSslError::SslError); "Unknown" for a code without one. Thread: any.
 [[nodiscard]] QString sslErrorName(int code);
@@ -12,4 +12,4 @@ namespace Velquor::WebServices {
 /// A certificate for the log: its text form, its thumbprint and what the framework thinks of it. Thread: any.
 [[nodiscard]] QStringList certificateDescription(const QSslCertificate& certificate);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include "Network/Proxy/ProxyLogin.h"
 #include "Network/Proxy/RefusedLogins.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Where proxy credentials are kept, as the network sees it.
 ///
@@ -20,4 +20,4 @@ public:
     virtual void store(const ProxyAddress& proxy, const ProxyLogin& login) = 0;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

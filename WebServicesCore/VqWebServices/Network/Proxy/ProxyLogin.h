@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The proxy that asks. A plain value.
 struct ProxyAddress {
@@ -28,4 +28,4 @@ struct ProxyDialogTexts {
     QString message; ///< "%1" stands for the host and "%2" for the port of the proxy.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <QThread>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -173,7 +173,7 @@ ProxyLogin ProxyPrompt::show(const ProxyAddress& proxy, const RefusedLogins& ref
         prompt = m_prompt ? m_prompt : std::make_shared<SystemCredentialPrompt>();
         m_openPrompt = prompt;
     }
-    ProxyQuestion question(texts(), proxy, refused.lastUser());
+    ProxyPromptRun question(texts(), proxy, refused.lastUser());
     question.show(*prompt);
     {
         const QMutexLocker lock(&m_mutex);
@@ -189,4 +189,4 @@ ProxyLogin ProxyPrompt::show(const ProxyAddress& proxy, const RefusedLogins& ref
     return {};
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

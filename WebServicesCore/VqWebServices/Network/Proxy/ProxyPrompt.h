@@ -11,7 +11,7 @@
 #include <VqWebServices/ICredentialPrompt.h>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Asks the user for proxy credentials on behalf of all requests of the process: one prompt at a time, and requests that wait for
 /// it share its answer.
@@ -67,4 +67,4 @@ private:
     LastAnswer m_last;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <array>
 #include <openssl/crypto.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -51,13 +51,13 @@ ProxyDialogTexts withDefaults(const ProxyDialogTexts& texts) {
     return {texts.caption.isEmpty() ? caption : texts.caption, texts.message.isEmpty() ? message : texts.message};
 }
 
-ProxyQuestion::ProxyQuestion(const ProxyDialogTexts& texts, const ProxyAddress& proxy, const QString& knownUser)
+ProxyPromptRun::ProxyPromptRun(const ProxyDialogTexts& texts, const ProxyAddress& proxy, const QString& knownUser)
     : m_caption(cutText(withDefaults(texts).caption))
     , m_message(cutText(filled(withDefaults(texts).message, proxy)))
     , m_host(cutText(proxy.host))
     , m_knownUser(knownUser) {}
 
-void ProxyQuestion::show(ICredentialPrompt& prompt) {
+void ProxyPromptRun::show(ICredentialPrompt& prompt) {
     WipedBuffer<userSize> user;
     WipedBuffer<passwordSize> password;
     copyText(m_knownUser, user.data(), static_cast<int>(userSize));
@@ -80,4 +80,4 @@ void ProxyQuestion::show(ICredentialPrompt& prompt) {
     m_error = m_isCanceled ? QStringLiteral("User canceled") : Util::CredentialPrompt::errorText(code);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

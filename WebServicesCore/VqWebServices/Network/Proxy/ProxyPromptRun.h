@@ -6,14 +6,14 @@
 #include <VqWebServices/ICredentialPrompt.h>
 #include <string>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// One showing of a prompt for proxy credentials: its texts, and the buffers for what the user enters, which it wipes.
 ///
 /// Thread: that of the request. Owner: its stack. Errors: not given, with a text; a prompt that throws has failed.
-class ProxyQuestion {
+class ProxyPromptRun {
 public:
-    ProxyQuestion(const ProxyDialogTexts& texts, const ProxyAddress& proxy, const QString& knownUser);
+    ProxyPromptRun(const ProxyDialogTexts& texts, const ProxyAddress& proxy, const QString& knownUser);
 
     /// Returns when the user has answered.
     void show(ICredentialPrompt& prompt);
@@ -37,4 +37,4 @@ private:
 /// The texts with the library's own in place of empty ones.
 [[nodiscard]] ProxyDialogTexts withDefaults(const ProxyDialogTexts& texts);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 #include <QVector>
 #include <algorithm>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What a proxy has refused while one request was under way. Thread: that of the request. Owner: the network access of the
 /// request.
@@ -33,4 +33,4 @@ private:
     QVector<QPair<QString, Util::ProtectedText>> m_logins;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 
 #include <VqWebServices/ICredentialPrompt.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The prompt of the operating system, for products that have installed none of their own. Thread and owner: as of the interface.
 class SystemCredentialPrompt final : public ICredentialPrompt {
@@ -23,4 +23,4 @@ private:
     Util::CredentialPrompt m_prompt;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

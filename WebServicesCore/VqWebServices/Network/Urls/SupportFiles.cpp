@@ -7,7 +7,7 @@
 #include <QMutex>
 #include <QMutexLocker>
 
-namespace Velquor::WebServices::SupportFiles {
+namespace Velquor::WebServices::Internal::SupportFiles {
 
 namespace {
 
@@ -56,4 +56,4 @@ QString find(const QString& fileName) {
     return {};
 }
 
-} // namespace Velquor::WebServices::SupportFiles
+} // namespace Velquor::WebServices::Internal::SupportFiles

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The folders in which the library looks for the files installed beside it: the log configuration and the URL files.
 /// Thread: any. Owner: the process; the search paths may be set before the library is initialized and outlive it.
@@ -23,4 +23,4 @@ void setSearchPaths(const QString& text);
 
 } // namespace SupportFiles
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

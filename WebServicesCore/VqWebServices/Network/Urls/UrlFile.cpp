@@ -6,7 +6,7 @@
 #include <QJsonObject>
 #include <boost/format.hpp>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -57,4 +57,4 @@ bool readUrlFile(const QString& path, QMap<QString, QString>& urls, Log::ILogger
     return true;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -66,4 +66,4 @@ QString urlKey(WebServicesUrlCode code) {
     return index >= 0 && index < static_cast<int>(std::size(keys)) ? QString::fromLatin1(keys[index]) : QString();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,16 +1,16 @@
 #include "Network/Urls/UrlStore.h"
 
-#include "Values/LibrarySettings.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Network/Urls/UrlFile.h"
 #include "Network/Urls/UrlKeys.h"
+#include "Values/LibrarySettings.h"
 #include "Values/ServerName.h"
 #include "VqLog/LoggerWrapper.h"
 
 #include <QMutexLocker>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString urlFileName(Server server) {
     const char* const setting = server == Staging       ? "StagingServerConfigJsonFile"
@@ -130,4 +130,4 @@ UrlStore::LoadedFile UrlStore::load(Server server) {
     return file;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <VqWebServices/WebServicesUrlCode.h>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using UrlMap = QMap<QString, QString>;
 
@@ -61,4 +61,4 @@ private:
 /// The name of the URL configuration file of a server; the settings may name another one for `Staging` and `Development`.
 [[nodiscard]] QString urlFileName(Server server);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

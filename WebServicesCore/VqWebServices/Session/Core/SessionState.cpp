@@ -8,103 +8,103 @@
 #include <QReadLocker>
 #include <QWriteLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
-SessionServices withCacheFile(SessionServices services) {
+SessionDependencies withCacheFile(SessionDependencies services) {
     services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
     return services;
 }
 
 } // namespace
 
-SessionCore::SessionCore(const SessionServices& services, ISessionVoice* voice)
+SessionState::SessionState(const SessionDependencies& services, ISessionEvents* events)
     : services(withCacheFile(services))
     , file(services.loginStateFile, services.loggers.session)
     , clients(services.loggers.session, services.isSSOServer)
     , products(this->services)
     , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
     , proxy(services.loginStateFile, services.cryptor, services.loggers.session)
-    , voice(voice) {}
+    , events(events) {}
 
-SessionCore::~SessionCore() {
+SessionState::~SessionState() {
     products.stopAll();
 }
 
-bool SessionCore::isInsideFlow() {
+bool SessionState::isInsideNetworkStep() {
     // A step holds the lock from beginning to end, so whoever gets the lock while one is active is its own thread.
     const QMutexLocker locker(&lock);
-    return isFlowActive;
+    return isNetworkStepActive;
 }
 
-BasicLoginState SessionCore::basic() const {
+BasicLoginState SessionState::basic() const {
     const QReadLocker locker(&m_lock);
     return m_basic;
 }
 
-void SessionCore::setBasic(const BasicLoginState& state) {
+void SessionState::setBasic(const BasicLoginState& state) {
     const QWriteLocker locker(&m_lock);
     m_basic = state;
 }
 
-Server SessionCore::currentServer() const {
+Server SessionState::currentServer() const {
     const QReadLocker locker(&m_lock);
     return m_currentServer;
 }
 
-void SessionCore::setCurrentServer(Server server) {
+void SessionState::setCurrentServer(Server server) {
     const QWriteLocker locker(&m_lock);
     m_currentServer = server;
 }
 
-QString SessionCore::signInMark() const {
+QString SessionState::signInId() const {
     const QReadLocker locker(&m_lock);
     if (!m_basic.hasUser())
         return {};
     return QStringLiteral("%1|%2|%3").arg(m_currentServer).arg(m_basic.loginDate.toMSecsSinceEpoch()).arg(m_basic.userId);
 }
 
-QDateTime SessionCore::logoutDate() const {
+QDateTime SessionState::logoutDate() const {
     const QReadLocker locker(&m_lock);
     return m_logoutDate;
 }
 
-void SessionCore::setLogoutDate(const QDateTime& date) {
+void SessionState::setLogoutDate(const QDateTime& date) {
     const QWriteLocker locker(&m_lock);
     m_logoutDate = date;
 }
 
-bool SessionCore::isRestored() const {
+bool SessionState::isRestored() const {
     const QReadLocker locker(&m_lock);
     return m_restored;
 }
 
-void SessionCore::setRestored() {
+void SessionState::setRestored() {
     const QWriteLocker locker(&m_lock);
     m_restored = true;
 }
 
-QString SessionCore::ldapDomainKey() const {
+QString SessionState::ldapDomainKey() const {
     const QReadLocker locker(&m_lock);
     return m_ldapDomainKey;
 }
 
-void SessionCore::setLdapDomainKey(const QString& key) {
+void SessionState::setLdapDomainKey(const QString& key) {
     const QWriteLocker locker(&m_lock);
     m_ldapDomainKey = key;
 }
 
-QString SessionCore::productKey(const QString& clientKey) const {
+QString SessionState::productKey(const QString& clientKey) const {
     return clients.productKey(clientKey, currentServer());
 }
 
-ProductSessionPointer SessionCore::product(const QString& clientKey) const {
+ProductSessionPointer SessionState::product(const QString& clientKey) const {
     const QString key = productKey(clientKey);
     return key.isEmpty() ? ProductSessionPointer() : products.find(key, currentServer());
 }
 
-ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
+ProductSessionPointer SessionState::configuredProduct(const QString& clientKey) {
     const Server server = currentServer();
     const ConfigurationPointer configuration = clients.configuration(clientKey, server);
     if (!configuration)
@@ -136,7 +136,7 @@ ProductSessionPointer SessionCore::configuredProduct(const QString& clientKey) {
     return session;
 }
 
-void SessionCore::configureProducts() {
+void SessionState::configureProducts() {
     if (!isLoggedIn())
         return;
     const QStringList configured = clients.configuredFor(currentServer());
@@ -146,7 +146,7 @@ void SessionCore::configureProducts() {
     }
 }
 
-bool SessionCore::isLoggedIn(const QString& clientKey) const {
+bool SessionState::isLoggedIn(const QString& clientKey) const {
     if (!basic().hasUser())
         return false;
     if (clientKey.isEmpty())
@@ -155,11 +155,11 @@ bool SessionCore::isLoggedIn(const QString& clientKey) const {
     return !key.isEmpty() && products.hasTokens(key, currentServer());
 }
 
-bool SessionCore::isLoginExpired() const {
+bool SessionState::isLoginExpired() const {
     return basic().isExpired(services.now());
 }
 
-void SessionCore::deleteCaches() {
+void SessionState::deleteCaches() {
     const QVector<ProductSessionPointer> sessions = products.all();
     for (const ProductSessionPointer& session : sessions) {
         for (const CacheType type : cacheTypes)
@@ -170,13 +170,13 @@ void SessionCore::deleteCaches() {
         services.loggers.cache->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
 }
 
-void SessionCore::endCaches() {
+void SessionState::endCaches() {
     const QVector<ProductSessionPointer> sessions = products.all();
     for (const ProductSessionPointer& session : sessions)
         session->endCaches();
 }
 
-void SessionCore::forgetUser() {
+void SessionState::forgetUser() {
     setBasic({});
     const QVector<ProductSessionPointer> sessions = products.all();
     for (const ProductSessionPointer& session : sessions)
@@ -184,16 +184,16 @@ void SessionCore::forgetUser() {
     products.clear();
 }
 
-void SessionCore::markEnded(const BasicLoginState& signIn) {
+void SessionState::markEnded(const BasicLoginState& signIn) {
     const QWriteLocker locker(&m_lock);
     if (laterOf(m_lastEnded.loginDate, signIn.loginDate) == signIn.loginDate)
         m_lastEnded = signIn;
 }
 
-bool SessionCore::isEnded(const BasicLoginState& signIn) const {
+bool SessionState::isEnded(const BasicLoginState& signIn) const {
     const QReadLocker locker(&m_lock);
     return signIn.loginDate.isValid() && m_lastEnded.loginDate.isValid()
            && (signIn.isSameSignIn(m_lastEnded) || signIn.loginDate < m_lastEnded.loginDate);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

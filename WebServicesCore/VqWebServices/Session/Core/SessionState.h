@@ -1,11 +1,11 @@
 #pragma once
 
-#include "Session/Products/ClientRegistry.h"
 #include "Session/Core/ISessionEvents.h"
+#include "Session/Products/ClientRegistry.h"
+#include "Session/Products/ProductSessions.h"
 #include "Session/State/LoginState.h"
 #include "Session/State/LoginStateFile.h"
 #include "Session/State/MachineBinding.h"
-#include "Session/Products/ProductSessions.h"
 #include "Session/State/ProxyCredentials.h"
 #include "Session/State/RetryBackoff.h"
 #include "Session/State/SessionDependencies.h"
@@ -14,7 +14,7 @@
 #include <QRecursiveMutex>
 #include <atomic>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the helpers of the login session share: the services, the state, and the locks around it.
 ///
@@ -23,42 +23,42 @@ namespace Velquor::WebServices {
 /// and those of clients and products let readers pass each other: threads that share a mutex wait to be woken one after the
 /// other, which takes milliseconds where the host has many. None of them may be taken twice by one thread. Lock order: `lock`,
 /// then those of clients and products, then this state's. Owner: the login session.
-class SessionCore {
+class SessionState {
 public:
-    SessionCore(const SessionServices& services, ISessionVoice* voice);
+    SessionState(const SessionDependencies& services, ISessionEvents* events);
     /// Ends the threads of the products first: they use what is here.
-    ~SessionCore();
-    SessionCore(const SessionCore&) = delete;
-    SessionCore& operator=(const SessionCore&) = delete;
+    ~SessionState();
+    SessionState(const SessionState&) = delete;
+    SessionState& operator=(const SessionState&) = delete;
 
-    const SessionServices services;
+    const SessionDependencies services;
     QRecursiveMutex lock;
     LoginStateFile file;
     ClientRegistry clients;
     ProductSessions products;
     const MachineBinding binding;
     ProxyCredentials proxy;
-    ISessionVoice* const voice;
-    /// A step that waits for the network is under way (SessionFlow.h). Under the login session lock.
-    bool isFlowActive = false;
+    ISessionEvents* const events;
+    /// A step that waits for the network is under way (NetworkStepGuard.h). Under the login session lock.
+    bool isNetworkStepActive = false;
     /// Sign-outs that are queued or under way: while there is one, nothing is worth refreshing.
     std::atomic<int> pendingLogouts{0};
     /// The login state file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
-    RetryMark unsaved{60000};
+    RetryBackoff unsaved{60000};
     /// The login state file has news that could not be read. They may be a sign-out, which must not wait.
-    RetryMark unread{1000};
+    RetryBackoff unread{1000};
     /// The library is being uninitialized: nothing new is begun.
     std::atomic<bool> isStopped{false};
 
     /// This very thread is inside such a step, and so holds the lock that token workers need: it must not wait for them.
-    [[nodiscard]] bool isInsideFlow();
+    [[nodiscard]] bool isInsideNetworkStep();
 
     [[nodiscard]] BasicLoginState basic() const;
     void setBasic(const BasicLoginState& state);
     [[nodiscard]] Server currentServer() const;
     void setCurrentServer(Server server);
     /// A text that names the present sign-in and no other; empty when nobody is signed in.
-    [[nodiscard]] QString signInMark() const;
+    [[nodiscard]] QString signInId() const;
     [[nodiscard]] QDateTime logoutDate() const;
     void setLogoutDate(const QDateTime& date);
     [[nodiscard]] bool isRestored() const;
@@ -107,4 +107,4 @@ private:
     QString m_ldapDomainKey;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

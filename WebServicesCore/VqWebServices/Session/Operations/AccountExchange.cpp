@@ -1,8 +1,8 @@
 #include "Session/Operations/AccountExchange.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys,
+AccountReply exchangeSignedGet(const SessionDependencies& services, const QUrl& url, const SigningKeys& keys,
                                const OAuth::Parameters& parameters) {
     AccountReply reply;
     QNetworkRequest request;
@@ -25,4 +25,4 @@ LoginErrorEx AccountReply::loginError() const {
                                                                                      : LoginErrorEx::Refused;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 
 #include <VqWebServices/LoginError.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// How a signed exchange with the account server ended. A plain value.
 struct AccountReply {
@@ -24,7 +24,7 @@ struct AccountReply {
 };
 
 /// Signs a GET and waits for its reply, for as long as the services allow. Thread: any.
-[[nodiscard]] AccountReply exchangeSignedGet(const SessionServices& services, const QUrl& url, const SigningKeys& keys,
+[[nodiscard]] AccountReply exchangeSignedGet(const SessionDependencies& services, const QUrl& url, const SigningKeys& keys,
                                              const OAuth::Parameters& parameters = {});
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

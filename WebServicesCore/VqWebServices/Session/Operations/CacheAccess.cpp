@@ -2,56 +2,56 @@
 
 #include "Session/Products/TokenOperations.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-CacheOperations::CacheOperations(SessionCore& core)
-    : m_core(core)
-    , m_logger(*core.services.loggers.cache) {}
+CacheAccess::CacheAccess(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.cache) {}
 
-CacheDoor* CacheOperations::doorOf(const ProductSessionPointer& product) {
+CacheClient* CacheAccess::doorOf(const ProductSessionPointer& product) {
     TokenOperations* const operations = product ? product->operations() : nullptr;
     return operations ? &operations->caches() : nullptr;
 }
 
-bool CacheOperations::hasProduct(const QString& clientKey) const {
-    return doorOf(m_core.product(clientKey)) != nullptr;
+bool CacheAccess::hasProduct(const QString& clientKey) const {
+    return doorOf(m_state.product(clientKey)) != nullptr;
 }
 
-bool CacheOperations::IsCacheEnabled(const QString& clientKey, CacheType type) const {
-    const ProductSessionPointer product = m_core.product(clientKey);
+bool CacheAccess::IsCacheEnabled(const QString& clientKey, CacheType type) const {
+    const ProductSessionPointer product = m_state.product(clientKey);
     return isEnabled(doorOf(product), clientKey, type);
 }
 
-bool CacheOperations::isEnabled(const CacheDoor* door, const QString& clientKey, CacheType type) const {
-    return door ? door->isEnabled(type) : m_core.clients.isCacheEnabled(clientKey, type);
+bool CacheAccess::isEnabled(const CacheClient* door, const QString& clientKey, CacheType type) const {
+    return door ? door->isEnabled(type) : m_state.clients.isCacheEnabled(clientKey, type);
 }
 
-void CacheOperations::EnableCache(const QString& clientKey, CacheType type, bool enable) {
-    m_core.clients.enableCache(clientKey, type, enable);
-    const ProductSessionPointer product = m_core.product(clientKey);
-    if (CacheDoor* const door = doorOf(product))
+void CacheAccess::EnableCache(const QString& clientKey, CacheType type, bool enable) {
+    m_state.clients.enableCache(clientKey, type, enable);
+    const ProductSessionPointer product = m_state.product(clientKey);
+    if (CacheClient* const door = doorOf(product))
         door->EnableCache(type, enable);
 }
 
-bool CacheOperations::IsCacheAvailable(const QString& clientKey, CacheType type) const {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    const CacheDoor* const door = doorOf(product);
+bool CacheAccess::IsCacheAvailable(const QString& clientKey, CacheType type) const {
+    const ProductSessionPointer product = m_state.product(clientKey);
+    const CacheClient* const door = doorOf(product);
     return door && door->isAvailable(type);
 }
 
-void CacheOperations::InvalidateCache(const QString& clientKey, CacheType type) {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    if (CacheDoor* const door = doorOf(product))
+void CacheAccess::InvalidateCache(const QString& clientKey, CacheType type) {
+    const ProductSessionPointer product = m_state.product(clientKey);
+    if (CacheClient* const door = doorOf(product))
         door->InvalidateCache(type);
     else
         m_logger.error(QStringLiteral("Failed to invalidate cache %1. Cache objects not yet created.").arg(cacheTypeName(type)));
 }
 
 template <class T>
-std::shared_ptr<const T> CacheOperations::value(const QString& clientKey, const Request& request,
-                                                std::shared_ptr<const T> (CacheDoor::*read)(bool)) {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    CacheDoor* const door = doorOf(product);
+std::shared_ptr<const T> CacheAccess::value(const QString& clientKey, const Request& request,
+                                            std::shared_ptr<const T> (CacheClient::*read)(bool)) {
+    const ProductSessionPointer product = m_state.product(clientKey);
+    CacheClient* const door = doorOf(product);
     // Also while nobody is signed in: the next sign-in finds the wish.
     if (!isEnabled(door, clientKey, request.type)) {
         m_logger.information(request.enablingText);
@@ -63,22 +63,22 @@ std::shared_ptr<const T> CacheOperations::value(const QString& clientKey, const 
     return (door->*read)(!product->operations()->isTokenThread());
 }
 
-std::shared_ptr<const UserInfo> CacheOperations::userInfo(const QString& clientKey) {
+std::shared_ptr<const UserInfo> CacheAccess::userInfo(const QString& clientKey) {
     return value(clientKey, {CacheType::UserInfo, QStringLiteral("User info requested, but cache is not enabled. Enabling it.")},
-                 &CacheDoor::userInfo);
+                 &CacheClient::userInfo);
 }
 
-std::shared_ptr<const Entitlements> CacheOperations::entitlements(const QString& clientKey) {
+std::shared_ptr<const Entitlements> CacheAccess::entitlements(const QString& clientKey) {
     return value(clientKey,
                  {CacheType::Entitlement, QStringLiteral("Entitlement info requested, but cache is not enabled. Enabling it.")},
-                 &CacheDoor::entitlements);
+                 &CacheClient::entitlements);
 }
 
-std::shared_ptr<const StorageQuota> CacheOperations::quota(const QString& clientKey) {
+std::shared_ptr<const StorageQuota> CacheAccess::quota(const QString& clientKey) {
     return value(
         clientKey,
         {CacheType::StorageQuota, QStringLiteral("Cloud storage quota requested, but cache is not enabled. Enabling it.")},
-        &CacheDoor::quota);
+        &CacheClient::quota);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

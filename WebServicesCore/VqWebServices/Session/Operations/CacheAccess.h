@@ -3,15 +3,15 @@
 #include "Caches/CacheClient.h"
 #include "Session/Core/SessionState.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What clients ask about the cached replies of the web services.
 ///
 /// Thread: any; waits with no lock held, and only while nothing is known. Owner: its user's stack. Errors: a null or false
 /// result.
-class CacheOperations {
+class CacheAccess {
 public:
-    explicit CacheOperations(SessionCore& core);
+    explicit CacheAccess(SessionState& state);
 
     /// The product of the client is signed in.
     [[nodiscard]] bool hasProduct(const QString& clientKey) const;
@@ -34,13 +34,13 @@ private:
     };
     template <class T>
     [[nodiscard]] std::shared_ptr<const T> value(const QString& clientKey, const Request& request,
-                                                 std::shared_ptr<const T> (CacheDoor::*read)(bool));
+                                                 std::shared_ptr<const T> (CacheClient::*read)(bool));
     /// Null when the client has no product that is signed in. The product keeps it alive.
-    [[nodiscard]] static CacheDoor* doorOf(const ProductSessionPointer& product);
-    [[nodiscard]] bool isEnabled(const CacheDoor* door, const QString& clientKey, CacheType type) const;
+    [[nodiscard]] static CacheClient* doorOf(const ProductSessionPointer& product);
+    [[nodiscard]] bool isEnabled(const CacheClient* door, const QString& clientKey, CacheType type) const;
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <QStringList>
 #include <optional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What this process does when another one of the user reports an event.
 ///
@@ -14,7 +14,7 @@ namespace Velquor::WebServices {
 /// what it could not do then is left for `finishReactions`. Owner: the login session. Errors: log lines.
 class EventReactions : public INotificationListener {
 public:
-    explicit EventReactions(SessionCore& core);
+    explicit EventReactions(SessionState& state);
 
     void eventReceived(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) override;
     [[nodiscard]] bool finishReactions() override;
@@ -28,11 +28,11 @@ private:
     void tokenAcquired(const QString& consumerKey);
     void loadUnconfigured();
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
-    bool m_hasNews = false;            ///< The file could not be looked at.
+    bool m_isChangePending = false;    ///< The file could not be looked at.
     std::optional<QString> m_signedIn; ///< The product of a sign-in that is still to be taken over.
     QStringList m_unloaded;            ///< Products that are to be read and could not be yet.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include "Signing/VqOAuthWrapper.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QUrl withIdentity(const QUrl& url, const WebServicesConfigurationImp& configuration) {
     const QPair<const char*, QString> fields[] = {
@@ -23,4 +23,4 @@ QUrl withIdentity(const QUrl& url, const WebServicesConfigurationImp& configurat
     return parameters.isEmpty() ? url : OAuth::withParameters(url, OAuth::encodeQuery(parameters));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

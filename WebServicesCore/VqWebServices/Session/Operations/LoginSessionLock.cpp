@@ -5,7 +5,7 @@
 #include <QElapsedTimer>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 constexpr qint64 unexpectedWaitMs = 5000;
@@ -35,4 +35,4 @@ LoginSessionLock::~LoginSessionLock() {
         m_logger->debug(QStringLiteral("%1: Released login session lock").arg(m_caller));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

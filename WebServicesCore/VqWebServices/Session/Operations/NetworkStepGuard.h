@@ -4,39 +4,40 @@
 
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Holds the login session lock for a step that may wait for the network, and keeps a second one out.
 ///
 /// The lock is recursive, and a step that waits on the main thread lets the host's code run there: without this, that code could
 /// sign out in the middle of a sign-in and leave half of each behind. Thread: that of the step. Owner: the step's stack.
-class SessionFlow {
+class NetworkStepGuard {
 public:
-    SessionFlow(SessionCore& core, const char* operation)
-        : m_core(core)
-        , m_locker(&core.lock)
-        , m_entered(!core.isFlowActive && !core.isStopped) {
-        const QString reason = core.isFlowActive ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
-                                                 : QStringLiteral("Module not initialized or already uninitialized.");
+    NetworkStepGuard(SessionState& state, const char* operation)
+        : m_state(state)
+        , m_locker(&state.lock)
+        , m_entered(!state.isNetworkStepActive && !state.isStopped) {
+        const QString reason = state.isNetworkStepActive
+                                   ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
+                                   : QStringLiteral("Module not initialized or already uninitialized.");
         if (m_entered)
-            core.isFlowActive = true;
+            state.isNetworkStepActive = true;
         else
-            core.services.loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
+            state.services.loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     }
-    ~SessionFlow() {
+    ~NetworkStepGuard() {
         if (m_entered)
-            m_core.isFlowActive = false;
+            m_state.isNetworkStepActive = false;
     }
-    SessionFlow(const SessionFlow&) = delete;
-    SessionFlow& operator=(const SessionFlow&) = delete;
+    NetworkStepGuard(const NetworkStepGuard&) = delete;
+    NetworkStepGuard& operator=(const NetworkStepGuard&) = delete;
 
     /// False when this thread is inside such a step already; the operation must fail then.
     [[nodiscard]] bool isEntered() const { return m_entered; }
 
 private:
-    SessionCore& m_core;
+    SessionState& m_state;
     const QMutexLocker m_locker;
     const bool m_entered;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

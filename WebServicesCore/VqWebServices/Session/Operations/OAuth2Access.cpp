@@ -7,105 +7,105 @@
 #include <algorithm>
 #include <optional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
-OAuth2Operations::OAuth2Operations(SessionCore& core)
-    : m_core(core)
-    , m_logger(*core.services.loggers.oauth2) {}
+OAuth2Access::OAuth2Access(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.oauth2) {}
 
-OAuth2TokenSpec OAuth2Operations::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
-    return spec ? *spec : m_core.clients.oauth2(clientKey).defaultSpec();
+OAuth2TokenSpec OAuth2Access::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
+    return spec ? *spec : m_state.clients.oauth2(clientKey).defaultSpec();
 }
 
-OAuth2SessionPointer OAuth2Operations::findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec) {
+OAuth2SessionPointer OAuth2Access::findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec) {
     const OAuth2SessionPointer found = product ? product->oauth2().find(spec) : OAuth2SessionPointer();
     // The session works for its product, which another thread may let go of while the caller waits.
     return found ? OAuth2SessionPointer(product, found.get()) : OAuth2SessionPointer();
 }
 
-OAuth2SessionPointer OAuth2Operations::session(const QString& clientKey, const OAuth2TokenSpec& spec) const {
-    return findSession(m_core.product(clientKey), spec);
+OAuth2SessionPointer OAuth2Access::session(const QString& clientKey, const OAuth2TokenSpec& spec) const {
+    return findSession(m_state.product(clientKey), spec);
 }
 
-bool OAuth2Operations::isEnabled(const QString& clientKey) const {
-    return m_core.clients.oauth2(clientKey).isEnabled;
+bool OAuth2Access::isEnabled(const QString& clientKey) const {
+    return m_state.clients.oauth2(clientKey).isEnabled;
 }
 
-bool OAuth2Operations::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
+bool OAuth2Access::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
     const OAuth2TokenType type = spec.GetType();
-    if ((type != RT && type != JWT) || !m_core.clients.enableOAuth2(clientKey, spec)) {
+    if ((type != RT && type != JWT) || !m_state.clients.enableOAuth2(clientKey, spec)) {
         m_logger.error(
             QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
         return false;
     }
     startTokens(clientKey);
-    m_core.voice->raiseEvent(Event::OAuth2Enabled, {m_core.subjectKey(clientKey), spec});
+    m_state.events->raiseEvent(Event::OAuth2Enabled, {m_state.subjectKey(clientKey), spec});
     return true;
 }
 
-bool OAuth2Operations::DisableOAuth2(const QString& clientKey) {
-    if (!m_core.clients.disableOAuth2(clientKey)) {
+bool OAuth2Access::DisableOAuth2(const QString& clientKey) {
+    if (!m_state.clients.disableOAuth2(clientKey)) {
         m_logger.error(QStringLiteral("Failed to disable OAuth2. Client info not found for client key %1.").arg(clientKey));
         return false;
     }
-    discardUnused(m_core.product(clientKey));
-    m_core.voice->raiseEvent(Event::OAuth2Disabled, m_core.subjectKey(clientKey));
+    discardUnused(m_state.product(clientKey));
+    m_state.events->raiseEvent(Event::OAuth2Disabled, m_state.subjectKey(clientKey));
     return true;
 }
 
-void OAuth2Operations::discardUnused(const ProductSessionPointer& product) {
+void OAuth2Access::discardUnused(const ProductSessionPointer& product) {
     // Another client of this process may still use the product's tokens.
-    if (!product || m_core.clients.isOAuth2Used(product->productKey(), product->server()) || !product->DisableOAuth2())
+    if (!product || m_state.clients.isOAuth2Used(product->productKey(), product->server()) || !product->DisableOAuth2())
         return;
     const QVector<OAuth2SessionPointer> sessions = product->oauth2().all();
     for (const OAuth2SessionPointer& session : sessions)
-        m_core.voice->raiseEventHere(Event::OAuth2TokenDiscarded, {product->productKey(), session->spec()});
+        m_state.events->raiseEventHere(Event::OAuth2TokenDiscarded, {product->productKey(), session->spec()});
 }
 
-QStringList OAuth2Operations::clientsOf(const QString& productKey) const {
-    QStringList keys = m_core.clients.configuredFor(m_core.currentServer());
+QStringList OAuth2Access::clientsOf(const QString& productKey) const {
+    QStringList keys = m_state.clients.configuredFor(m_state.currentServer());
     keys.erase(std::remove_if(keys.begin(), keys.end(),
-                              [&](const QString& clientKey) { return m_core.productKey(clientKey) != productKey; }),
+                              [&](const QString& clientKey) { return m_state.productKey(clientKey) != productKey; }),
                keys.end());
     return keys;
 }
 
-void OAuth2Operations::enabledElsewhere(const QString& productKey, const OAuth2TokenSpec& spec) {
+void OAuth2Access::enabledElsewhere(const QString& productKey, const OAuth2TokenSpec& spec) {
     bool isNew = false;
     const QStringList clientKeys = clientsOf(productKey);
     for (const QString& clientKey : clientKeys)
-        isNew = isNew || !m_core.clients.oauth2(clientKey).specs.contains(spec);
+        isNew = isNew || !m_state.clients.oauth2(clientKey).specs.contains(spec);
     if (!isNew)
         return;
     m_logger.information(
         QStringLiteral("OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
     for (const QString& clientKey : clientKeys)
-        m_core.clients.enableOAuth2(clientKey, spec);
+        m_state.clients.enableOAuth2(clientKey, spec);
     startTokens(clientKeys.first());
 }
 
-void OAuth2Operations::disabledElsewhere(const QString& productKey) {
-    if (!m_core.clients.isOAuth2Used(productKey, m_core.currentServer()))
+void OAuth2Access::disabledElsewhere(const QString& productKey) {
+    if (!m_state.clients.isOAuth2Used(productKey, m_state.currentServer()))
         return;
     m_logger.information(
         QStringLiteral("OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
     const QStringList clientKeys = clientsOf(productKey);
     for (const QString& clientKey : clientKeys)
-        m_core.clients.disableOAuth2(clientKey);
-    discardUnused(m_core.products.find(productKey, m_core.currentServer()));
+        m_state.clients.disableOAuth2(clientKey);
+    discardUnused(m_state.products.find(productKey, m_state.currentServer()));
 }
 
-void OAuth2Operations::startTokens(const QString& clientKey) {
-    const ProductSessionPointer product = m_core.product(clientKey);
-    if (!product || !m_core.isLoggedIn(clientKey))
+void OAuth2Access::startTokens(const QString& clientKey) {
+    const ProductSessionPointer product = m_state.product(clientKey);
+    if (!product || !m_state.isLoggedIn(clientKey))
         return;
-    product->EnableOAuth2(m_core.clients.oauth2(clientKey).specs);
-    product->CheckTokensToQuery(m_core);
+    product->EnableOAuth2(m_state.clients.oauth2(clientKey).specs);
+    product->CheckTokensToQuery(m_state);
 }
 
-void OAuth2Operations::waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held) {
+void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held) {
     TokenOperations* const operations = product.operations();
     if (!operations)
         return;
@@ -116,35 +116,35 @@ void OAuth2Operations::waitForTokenQuery(const ProductLoginSession& product, con
     }
     // Without a token there is nothing that a refresh could hold off: the query needs a living OAuth 1.0 token at once.
     const ProductTokens tokens = product.tokens();
-    if (!held.isPresent() && tokens.areComplete() && tokens.areExpired(m_core.services.now()))
+    if (!held.isPresent() && tokens.areComplete() && tokens.areExpired(m_state.services.now()))
         (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
 }
 
-OAuth2Token OAuth2Operations::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* wished, bool waitToFinish) {
+OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* wished, bool waitToFinish) {
     if (!isEnabled(clientKey)) {
         m_logger.error(QStringLiteral(
             "GetOAuth2AccessToken failed: OAuth2 is not enabled. You must enable OAuth2 to use this function. Returning empty token."));
         return {};
     }
-    const ProductSessionPointer product = m_core.product(clientKey);
-    const bool mayWait = waitToFinish && !m_core.isInsideFlow();
+    const ProductSessionPointer product = m_state.product(clientKey);
+    const bool mayWait = waitToFinish && !m_state.isInsideNetworkStep();
     if (product && mayWait)
         waitForTokenQuery(*product, token(clientKey, wished));
     const OAuth2SessionPointer session = lockedSession(clientKey, wished, mayWait);
     return session ? session->GetOAuth2AccessToken(mayWait, mayWait) : OAuth2Token();
 }
 
-OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished,
-                                                     bool mayWait) const {
-    const ProductSessionPointer named = m_core.product(clientKey);
+OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const {
+    const ProductSessionPointer named = m_state.product(clientKey);
     // Who must not wait cannot have the lock, which a sign-in holds for as long as the server takes.
     std::optional<LoginSessionLock> lock;
     if (mayWait)
-        lock.emplace(m_core.lock, QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
-                     m_core.services.loggers.lock);
+        lock.emplace(m_state.lock,
+                     QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
+                     m_state.services.loggers.lock);
     // Another thread may have replaced it before this one got the lock.
-    const ProductSessionPointer product = m_core.product(clientKey);
-    if (!product || !m_core.isLoggedIn(clientKey)) {
+    const ProductSessionPointer product = m_state.product(clientKey);
+    if (!product || !m_state.isLoggedIn(clientKey)) {
         m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
         return {};
     }
@@ -162,22 +162,22 @@ OAuth2SessionPointer OAuth2Operations::lockedSession(const QString& clientKey, c
     return session;
 }
 
-QString OAuth2Operations::refusal(const QString& clientKey) const {
+QString OAuth2Access::refusal(const QString& clientKey) const {
     if (!isEnabled(clientKey))
         return QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled.");
-    if (!m_core.isLoggedIn(clientKey))
+    if (!m_state.isLoggedIn(clientKey))
         return QStringLiteral("Failed to refresh OAuth2 token. User not logged in.");
-    return m_core.isLoginExpired() ? QStringLiteral("Failed to refresh OAuth2 token. Login session has expired.") : QString();
+    return m_state.isLoginExpired() ? QStringLiteral("Failed to refresh OAuth2 token. Login session has expired.") : QString();
 }
 
-bool OAuth2Operations::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* wished, bool synchronous) {
+bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* wished, bool synchronous) {
     const QString reason = refusal(clientKey);
     if (!reason.isEmpty()) {
         m_logger.error(reason);
         return false;
     }
     const OAuth2TokenSpec spec = resolve(clientKey, wished);
-    const ProductSessionPointer product = m_core.product(clientKey);
+    const ProductSessionPointer product = m_state.product(clientKey);
     const OAuth2SessionPointer found = findSession(product, spec);
     if (!found) {
         m_logger.error(
@@ -186,36 +186,36 @@ bool OAuth2Operations::RefreshOAuth2Token(const QString& clientKey, const OAuth2
                 .arg(tokenTypeName(spec.GetType()), OAuth2TokenSpecImp::of(spec).scope));
         return false;
     }
-    return !(synchronous && m_core.isInsideFlow()) && refresh(*product, *found, synchronous);
+    return !(synchronous && m_state.isInsideNetworkStep()) && refresh(*product, *found, synchronous);
 }
 
-bool OAuth2Operations::refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous) {
+bool OAuth2Access::refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous) {
     TokenOperations* const operations = product.operations();
-    if (operations && product.tokens().areExpired(m_core.services.now())) {
+    if (operations && product.tokens().areExpired(m_state.services.now())) {
         m_logger.information(
             QStringLiteral("Postponing OAuth2 token refresh since access token has expired. Refreshing the token first."));
         // An asynchronous OAuth2 refresh waits for the end of this one by itself.
         (void)operations->refreshToken(synchronous, RefreshWorker::Reason::Expired);
     }
-    return session.refreshToken(synchronous, RefreshWorker::Reason::Wished);
+    return session.refreshToken(synchronous, RefreshWorker::Reason::Requested);
 }
 
-OAuth2TokenData OAuth2Operations::token(const QString& clientKey, const OAuth2TokenSpec* spec) const {
+OAuth2TokenData OAuth2Access::token(const QString& clientKey, const OAuth2TokenSpec* spec) const {
     const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, spec));
     return found ? found->token() : OAuth2TokenData();
 }
 
-bool OAuth2Operations::isRefreshTimerActive(const QString& clientKey, const OAuth2TokenSpec* spec) const {
+bool OAuth2Access::isRefreshTimerActive(const QString& clientKey, const OAuth2TokenSpec* spec) const {
     const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, spec));
     return found && found->isRefreshTimerActive();
 }
 
-void OAuth2Operations::reportToken(const QString& clientKey) {
+void OAuth2Access::reportToken(const QString& clientKey) {
     const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, nullptr));
-    if (!found || !found->token().isValid(m_core.services.now()))
+    if (!found || !found->token().isValid(m_state.services.now()))
         return;
     m_logger.information(found->DescribeOAuth2Token());
-    m_core.voice->raiseEventHere(Event::OAuth2TokenAvailable, m_core.subjectKey(clientKey));
+    m_state.events->raiseEventHere(Event::OAuth2TokenAvailable, m_state.subjectKey(clientKey));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

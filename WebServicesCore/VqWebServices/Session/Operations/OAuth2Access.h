@@ -4,14 +4,14 @@
 
 #include <VqWebServices/OAuth2Token.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What clients ask about OAuth2 tokens. A null spec means the client's default one.
 ///
 /// Thread: any; waits with no lock held. Owner: its user's stack. Errors: an empty or false result and one log line.
-class OAuth2Operations {
+class OAuth2Access {
 public:
-    explicit OAuth2Operations(SessionCore& core);
+    explicit OAuth2Access(SessionState& state);
 
     [[nodiscard]] bool isEnabled(const QString& clientKey) const;
     /// False when the client is unknown or the type is none.
@@ -34,7 +34,7 @@ public:
 
     /// The spec itself, or the client's default one.
     [[nodiscard]] OAuth2TokenSpec resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const;
-    [[nodiscard]] QString productKey(const QString& clientKey) const { return m_core.subjectKey(clientKey); }
+    [[nodiscard]] QString productKey(const QString& clientKey) const { return m_state.subjectKey(clientKey); }
 
 private:
     /// The product's session for the spec, which keeps the product alive; null when it has never had the spec enabled.
@@ -52,8 +52,8 @@ private:
     [[nodiscard]] QString refusal(const QString& clientKey) const;
     bool refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous);
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

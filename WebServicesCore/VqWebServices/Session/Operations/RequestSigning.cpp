@@ -5,7 +5,7 @@
 #include "Session/Products/TokenOperations.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -30,11 +30,11 @@ OAuth::RequestToSign withParametersInQuery(const OAuth::RequestToSign& request) 
 
 } // namespace
 
-RequestSigning::RequestSigning(SessionCore& core)
-    : m_core(core) {}
+RequestSigning::RequestSigning(SessionState& state)
+    : m_state(state) {}
 
 Log::ILogger& RequestSigning::logger(const Access& access) const {
-    return access.product ? *access.product->services().loggers.product : *m_core.services.loggers.product;
+    return access.product ? *access.product->services().loggers.product : *m_state.services.loggers.product;
 }
 
 QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
@@ -43,13 +43,13 @@ QString RequestSigning::lockName(const ProductSessionPointer& product, const QSt
 }
 
 RequestSigning::Refusal RequestSigning::checkState(const Access& access) const {
-    if (!m_core.isLoggedIn())
+    if (!m_state.isLoggedIn())
         return Refusal::NoUser;
     if (!access.product)
         return Refusal::NoProduct;
-    if (!m_core.isLoginValid())
+    if (!m_state.isLoginValid())
         return Refusal::StateNotValid;
-    const ConfigurationPointer configuration = m_core.clients.configuration(access.clientKey, m_core.currentServer());
+    const ConfigurationPointer configuration = m_state.clients.configuration(access.clientKey, m_state.currentServer());
     return configuration && WebServicesConfigurationImp::of(*configuration).isValid() ? Refusal::None : Refusal::NoConfiguration;
 }
 
@@ -59,11 +59,11 @@ RequestSigning::Refusal RequestSigning::check(const Access& access) const {
         return refusal == Refusal::NoUser && access.wasRefreshed ? Refusal::NotLoggedIn : refusal;
     if (!access.product->tokens().areComplete())
         return Refusal::NoToken;
-    return access.checkExpiry && access.product->tokens().areExpired(m_core.services.now()) ? Refusal::Expired : Refusal::None;
+    return access.checkExpiry && access.product->tokens().areExpired(m_state.services.now()) ? Refusal::Expired : Refusal::None;
 }
 
 RequestSigning::Refusal RequestSigning::admit(Access& access) const {
-    access.product = m_core.product(access.clientKey);
+    access.product = m_state.product(access.clientKey);
     return check(access);
 }
 
@@ -98,15 +98,15 @@ QString RequestSigning::tokenText(Refusal refusal) {
 }
 
 RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, bool checkExpiry) {
-    Access access{clientKey, checkExpiry, m_core.product(clientKey), false};
+    Access access{clientKey, checkExpiry, m_state.product(clientKey), false};
     TokenOperations* const operations = access.product ? access.product->operations() : nullptr;
     if (!operations || checkState(access) != Refusal::None)
         return access;
     const auto isExpired = [&] {
-        return checkExpiry && m_core.isLoggedIn() && access.product->tokens().areExpired(m_core.services.now());
+        return checkExpiry && m_state.isLoggedIn() && access.product->tokens().areExpired(m_state.services.now());
     };
     const bool isBusy = operations->isQueryInProgress() || operations->isRefreshInProgress();
-    if ((!isBusy && !isExpired()) || m_core.isInsideFlow())
+    if ((!isBusy && !isExpired()) || m_state.isInsideNetworkStep())
         return access;
     const bool wasExpired = isExpired();
     operations->waitForTokenQuery();
@@ -119,8 +119,8 @@ RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, b
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access = prepareTokens(clientKey, order.checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("SignRequest")),
-                                m_core.services.loggers.lock);
+    const LoginSessionLock lock(m_state.lock, lockName(access.product, QStringLiteral("SignRequest")),
+                                m_state.services.loggers.lock);
     QString error = signingText(admit(access));
     QByteArray result;
     if (error.isEmpty())
@@ -143,7 +143,7 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
     }
     const OAuth::RequestToSign request =
         order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
-    const QByteArray parameters = OAuth::VqOAuthWrapper(*m_core.services.oauthHost)
+    const QByteArray parameters = OAuth::VqOAuthWrapper(*m_state.services.oauthHost)
                                       .CreateOauthParameterString(request, keys.credentials(), outputForm(order.mode));
     if (parameters.isEmpty()) {
         error = QStringLiteral(
@@ -158,8 +158,8 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
     Access access = prepareTokens(clientKey, checkExpiry);
-    const LoginSessionLock lock(m_core.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
-                                m_core.services.loggers.lock);
+    const LoginSessionLock lock(m_state.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
+                                m_state.services.loggers.lock);
     QString error = tokenText(admit(access));
     SigningKeys keys;
     if (error.isEmpty()) {
@@ -176,4 +176,4 @@ bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, 
     return true;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 
 #include <VqWebServices/RequestParam.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What a product asks to have signed.
 struct SigningOrder {
@@ -23,7 +23,7 @@ struct SigningOrder {
 /// Thread: any; takes the login session lock itself. Owner: its user's stack. Errors: an empty result and one log line.
 class RequestSigning {
 public:
-    explicit RequestSigning(SessionCore& core);
+    explicit RequestSigning(SessionState& state);
 
     [[nodiscard]] QByteArray SignRequest(const QString& clientKey, const SigningOrder& order);
 
@@ -59,7 +59,7 @@ private:
     [[nodiscard]] Log::ILogger& logger(const Access& access) const;
     [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
 
-    SessionCore& m_core;
+    SessionState& m_state;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

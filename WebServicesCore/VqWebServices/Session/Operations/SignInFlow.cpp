@@ -2,14 +2,14 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Session/Operations/IdentityParameters.h"
-#include "Session/State/LoginCookies.h"
-#include "Session/Store/LoginStateSaver.h"
-#include "Session/State/LoginStateXml.h"
 #include "Session/Products/TokenOperations.h"
+#include "Session/State/LoginCookies.h"
+#include "Session/State/LoginStateXml.h"
+#include "Session/Store/LoginStateSaver.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -19,21 +19,21 @@ constexpr int maximumCookieSize = 256 * 1024;
 
 } // namespace
 
-SignInFlow::SignInFlow(SessionCore& core)
-    : m_core(core)
-    , m_services(core.services)
-    , m_logger(*core.services.loggers.session) {}
+SignInFlow::SignInFlow(SessionState& state)
+    : m_state(state)
+    , m_services(state.services)
+    , m_logger(*state.services.loggers.session) {}
 
 QString SignInFlow::checkReady(const QString& clientKey) const {
-    if (!m_core.clients.hasAnyConfiguration(clientKey))
+    if (!m_state.clients.hasAnyConfiguration(clientKey))
         return QStringLiteral(
             "Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and then call WebServicesManager::RestoreLogin.");
-    const Server server = m_core.currentServer();
-    if (!m_core.clients.configuration(clientKey, server))
+    const Server server = m_state.currentServer();
+    if (!m_state.clients.configuration(clientKey, server))
         return QStringLiteral(
                    "Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported server using WebServicesManager::SetConfiguration.")
             .arg(serverName(server));
-    if (!m_core.isRestored())
+    if (!m_state.isRestored())
         return QStringLiteral(
             "Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin after setting the configuration.");
     return {};
@@ -76,9 +76,9 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
         m_logger.error(notReady);
         return {LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
     }
-    const ConfigurationPointer configuration = m_core.clients.configuration(clientKey, m_core.currentServer());
+    const ConfigurationPointer configuration = m_state.clients.configuration(clientKey, m_state.currentServer());
     const QUrl url = withIdentity(
-        QUrl(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
+        QUrl(m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
         WebServicesConfigurationImp::of(*configuration));
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
     const AccountReply reply = exchange(*configuration, consumerKeys(*configuration), url);
@@ -87,12 +87,12 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
     if (!takeRequestToken(reply, url, token))
         return {LoginCode::exchangeFailed, {}, reply.loginError(), httpStatus};
     const QUrl browserUrl = authorizationUrl(requestTokenKeys(token, *configuration), ldapDomainKey);
-    const ProductSessionPointer product = m_core.configuredProduct(clientKey);
+    const ProductSessionPointer product = m_state.configuredProduct(clientKey);
     if (!product || browserUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(displayUrl(url)));
         return {LoginCode::exchangeFailed, {}, LoginErrorEx::SigningFailed, httpStatus};
     }
-    m_core.setLdapDomainKey(ldapDomainKey);
+    m_state.setLdapDomainKey(ldapDomainKey);
     product->setRequestToken(token);
     m_logger.information(QStringLiteral("Initiated login successfully"));
     return {LoginCode::success, QString::fromLatin1(browserUrl.toEncoded()), LoginErrorEx::None, httpStatus};
@@ -141,7 +141,7 @@ bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, Pr
 }
 
 QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const {
-    QString text = m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("AuthorizationEndPoint"));
+    QString text = m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("AuthorizationEndPoint"));
     const auto placeHolder = QStringLiteral("%EncodedDomainKey%");
     const int position = text.indexOf(placeHolder);
     if (position >= 0)
@@ -161,7 +161,7 @@ SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession::RequestToken
 int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cookies) {
     m_logger.information(cookies ? QStringLiteral("CompleteLogin called with %1 cookies").arg(cookies->GetCookieCount())
                                  : QStringLiteral("CompleteLogin called without cookies"));
-    const ProductSessionPointer product = m_core.product(clientKey);
+    const ProductSessionPointer product = m_state.product(clientKey);
     if (!product) {
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
         return LoginCode::exchangeFailed;
@@ -171,7 +171,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
         m_logger.error(QStringLiteral("Failed to complete login. Configuration not found."));
         return LoginCode::exchangeFailed;
     }
-    const QUrl url(m_services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
+    const QUrl url(m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
     const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
     // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
@@ -183,7 +183,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
         m_logger.error(QStringLiteral("Failed to complete login using url %1: Reply is null").arg(displayUrl(url)));
     else if (!reply.hasStatus200())
         m_logger.error(QStringLiteral("Failed to complete login. %1").arg(reply.errorText() + reply.problemText()));
-    else if (m_core.product(clientKey) != product)
+    else if (m_state.product(clientKey) != product)
         // The host removed the client, or changed the server, while this waited.
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
     else if (!storeSignIn(*product, replyParameters(reply.reply().body), cookies))
@@ -203,8 +203,8 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     state.clientId = product.requestToken().encryptedClientId;
     if (cookies)
         state.loginCookies = keptCookies(*cookies);
-    const bool isOtherUser = m_core.basic().hasUser() && m_core.basic().user() != state.user();
-    m_core.setBasic(state);
+    const bool isOtherUser = m_state.basic().hasUser() && m_state.basic().user() != state.user();
+    m_state.setBasic(state);
     if (isOtherUser)
         forgetOtherUser();
     product.setTokens(tokens);
@@ -212,7 +212,7 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     m_logger.information(QStringLiteral("Completed login successfully"));
     m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));
     // What cannot be saved now is used all the same, and saved later.
-    LoginStateSaver(m_core).saveSignIn(product);
+    LoginStateSaver(m_state).saveSignIn(product);
     return true;
 }
 
@@ -224,10 +224,10 @@ BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, co
     BasicLoginState state;
     state.userName = text(QStringLiteral("x_oauth_user_name"));
     state.userId = text(QStringLiteral("x_oauth_user_guid"));
-    state.ldapDomainKey = m_core.ldapDomainKey();
+    state.ldapDomainKey = m_state.ldapDomainKey();
     state.sessionExpiryDate = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now);
-    state.loginDate = loginDateAfter(now, laterOf(m_core.logoutDate(), m_core.basic().loginDate));
-    m_core.binding.bind(state);
+    state.loginDate = loginDateAfter(now, laterOf(m_state.logoutDate(), m_state.basic().loginDate));
+    m_state.binding.bind(state);
     return state;
 }
 
@@ -241,7 +241,7 @@ QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
 
 // The new user is known by now: a cache that asks again at once does so for them, or finds no token yet.
 void SignInFlow::forgetOtherUser() {
-    const QVector<ProductSessionPointer> sessions = m_core.products.all();
+    const QVector<ProductSessionPointer> sessions = m_state.products.all();
     for (const ProductSessionPointer& session : sessions) {
         session->Clear();
         if (TokenOperations* const operations = session->operations())
@@ -249,4 +249,4 @@ void SignInFlow::forgetOtherUser() {
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

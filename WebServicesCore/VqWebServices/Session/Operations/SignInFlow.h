@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Session/Operations/AccountExchange.h"
 #include "Session/Core/SessionState.h"
+#include "Session/Operations/AccountExchange.h"
 
 #include <QMap>
 #include <VqWebServices/LoginError.h>
 #include <VqWebServices/NetworkCookieJar.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The result codes of a sign-in, in the manner of HTTP.
 namespace LoginCode {
@@ -30,7 +30,7 @@ struct InitiatedLogin {
 /// the state as it was, but for the stored request token.
 class SignInFlow {
 public:
-    explicit SignInFlow(SessionCore& core);
+    explicit SignInFlow(SessionState& state);
 
     /// Obtains a request token and makes the URL of the sign-in page.
     [[nodiscard]] InitiatedLogin initiate(const QString& clientKey, const QString& ldapDomainKey);
@@ -54,9 +54,9 @@ private:
     [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession::RequestToken& token,
                                                const WebServicesConfiguration& configuration) const;
 
-    SessionCore& m_core;
-    const SessionServices& m_services;
+    SessionState& m_state;
+    const SessionDependencies& m_services;
     Log::ILogger& m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,38 +5,38 @@
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateSaver.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 const auto accountServer = QStringLiteral("AccountServerUrl");
 }
 
-SignOutFlow::SignOutFlow(SessionCore& core)
-    : m_core(core)
-    , m_logger(*core.services.loggers.session) {}
+SignOutFlow::SignOutFlow(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.session) {}
 
 bool SignOutFlow::begin() {
     m_logger.information(QStringLiteral("Initiating logout"));
-    if (m_core.isLoggedIn())
+    if (m_state.isLoggedIn())
         return true;
     m_logger.error(QStringLiteral("Failed to initiate logout. Not logged in."));
     return false;
 }
 
 bool SignOutFlow::makeLogoutUrl(const QString& clientKey, QString& url, NetworkCookieJar& cookies) {
-    ProductSessionPointer product = m_core.product(clientKey);
+    ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !product->tokens().areComplete())
         product = productWithTokens();
-    const QUrl page(m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
+    const QUrl page(m_state.services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
     SigningKeys keys;
     const bool hasKeys = product && product->signingKeys(keys).isEmpty();
-    const QUrl signedUrl = hasKeys ? signUrl(*m_core.services.oauthHost, page, keys) : QUrl();
+    const QUrl signedUrl = hasKeys ? signUrl(*m_state.services.oauthHost, page, keys) : QUrl();
     if (signedUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
         return false;
     }
     url = QString::fromLatin1(signedUrl.toEncoded());
-    cookies = decryptCookies(m_core.basic().loginCookies, *m_core.services.cryptor, m_logger);
+    cookies = decryptCookies(m_state.basic().loginCookies, *m_state.services.cryptor, m_logger);
     m_logger.information(QStringLiteral("Returning %1 cookies in InitiateLogout").arg(cookies.GetCookieCount()));
     m_logger.information(QStringLiteral("Initiated logout successfully"));
     return true;
@@ -44,24 +44,24 @@ bool SignOutFlow::makeLogoutUrl(const QString& clientKey, QString& url, NetworkC
 
 bool SignOutFlow::complete() {
     m_logger.information(QStringLiteral("Completing logout"));
-    if (!m_core.isLoggedIn()) {
+    if (!m_state.isLoggedIn()) {
         m_logger.error(QStringLiteral("Failed to complete logout. Not logged in."));
         return false;
     }
-    const BasicLoginState ended = m_core.basic();
+    const BasicLoginState ended = m_state.basic();
     m_logger.information(QStringLiteral("Deleting all the caches since user logged out"));
-    m_core.deleteCaches();
+    m_state.deleteCaches();
     m_logger.information(QStringLiteral("Deleting all product login sessions since user logged out"));
-    m_core.forgetUser();
-    if (!LoginStateSaver(m_core).endSignIn(ended))
+    m_state.forgetUser();
+    if (!LoginStateSaver(m_state).endSignIn(ended))
         m_logger.error(QStringLiteral("Failed to save the sign-out to login state file %1. It will be tried again.")
-                           .arg(m_core.file.path()));
+                           .arg(m_state.file.path()));
     m_logger.information(QStringLiteral("Completed logout successfully"));
     return true;
 }
 
 ProductSessionPointer SignOutFlow::productWithTokens() const {
-    const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_core.currentServer());
+    const QVector<ProductSessionPointer> sessions = m_state.products.onServer(m_state.currentServer());
     for (const ProductSessionPointer& session : sessions) {
         if (session->configuration() && session->tokens().areComplete())
             return session;
@@ -87,10 +87,10 @@ QNetworkReply::NetworkError SignOutFlow::invalidateToken() {
 QNetworkReply::NetworkError SignOutFlow::sendInvalidation(const ProductLoginSession& product, const Util::SecretBytes& handle) {
     m_logger.information(QStringLiteral("Starting logout in server using REST"));
     const QUrl url(
-        m_core.services.urls->endPoint(m_core.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
+        m_state.services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
     SigningKeys keys;
     const AccountReply reply = product.signingKeys(keys).isEmpty()
-                                   ? exchangeSignedGet(m_core.services, url, keys, {{"oauth_session_handle", handle.view()}})
+                                   ? exchangeSignedGet(m_state.services, url, keys, {{"oauth_session_handle", handle.view()}})
                                    : AccountReply();
     if (reply.reply().isNull)
         m_logger.error(QStringLiteral("Failed to logout in server for product %1. Reply is null. Url: %2")
@@ -103,4 +103,4 @@ QNetworkReply::NetworkError SignOutFlow::sendInvalidation(const ProductLoginSess
     return reply.reply().networkError;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

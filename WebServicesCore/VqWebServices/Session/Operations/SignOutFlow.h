@@ -5,14 +5,14 @@
 #include <QNetworkReply>
 #include <VqWebServices/NetworkCookieJar.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Signs the user out, in the browser or over the network, and clears what this machine keeps.
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: false and a log line.
 class SignOutFlow {
 public:
-    explicit SignOutFlow(SessionCore& core);
+    explicit SignOutFlow(SessionState& state);
 
     /// The first step of `InitiateLogout`: says what is going on and checks that a user is signed in.
     [[nodiscard]] bool begin();
@@ -31,8 +31,8 @@ private:
     [[nodiscard]] QNetworkReply::NetworkError sendInvalidation(const ProductLoginSession& product,
                                                                const Util::SecretBytes& handle);
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 #include <QJsonArray>
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -35,16 +35,16 @@ QJsonObject describe(const ProductLoginSession& product) {
 
 } // namespace
 
-QJsonObject dumpState(SessionCore& core) {
-    const QMutexLocker lock(&core.lock);
+QJsonObject dumpState(SessionState& state) {
+    const QMutexLocker lock(&state.lock);
     QJsonArray clients;
-    for (const ClientInfo& client : core.clients.all())
+    for (const ClientInfo& client : state.clients.all())
         clients += describe(client);
     QJsonArray products;
-    for (const ProductSessionPointer& product : core.products.all())
+    for (const ProductSessionPointer& product : state.products.all())
         products += describe(*product);
     return {{QStringLiteral("LoginSession"),
              QJsonObject{{QStringLiteral("Clients"), clients}, {QStringLiteral("ProductLoginSessions"), products}}}};
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

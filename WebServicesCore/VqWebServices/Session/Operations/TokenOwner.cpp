@@ -7,7 +7,7 @@
 #include <QThread>
 #include <mutex>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -23,8 +23,8 @@ constexpr int unreadableWaitMs = 1500;
 
 } // namespace
 
-TokenOwner::TokenOwner(SessionCore& core, ProductLoginSession& product)
-    : m_core(core)
+TokenOwner::TokenOwner(SessionState& state, ProductLoginSession& product)
+    : m_state(state)
     , m_product(product) {}
 
 QString TokenOwner::productKey() const {
@@ -48,7 +48,7 @@ QString TokenOwner::signingKeys(SigningKeys& keys) const {
 }
 
 OtherLogin TokenOwner::otherLogin() const {
-    const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_product.server());
+    const QVector<ProductSessionPointer> sessions = m_state.products.onServer(m_product.server());
     for (const ProductSessionPointer& session : sessions) {
         const QByteArray handle = session->tokens().sessionHandle;
         if (session.get() != &m_product && !handle.isEmpty() && isLoggedIn())
@@ -58,74 +58,74 @@ OtherLogin TokenOwner::otherLogin() const {
 }
 
 bool TokenOwner::isLoggedIn() const {
-    return m_core.currentServer() == m_product.server() && m_core.isLoggedIn();
+    return m_state.currentServer() == m_product.server() && m_state.isLoggedIn();
 }
 
 QString TokenOwner::user() const {
-    return m_core.basic().user();
+    return m_state.basic().user();
 }
 
-bool TokenOwner::catchUpWithFile(const QString& signInMark) {
+bool TokenOwner::catchUpWithFile(const QString& signInId) {
     // One look may itself take as long as all of them may.
     QElapsedTimer timer;
     timer.start();
-    while (!m_core.voice->catchUpWithin(lockSliceMs)
-           && timer.elapsed() < (m_core.unread.isWanted() ? unreadableWaitMs : catchUpWaitMs)) {
+    while (!m_state.events->catchUpWithin(lockSliceMs)
+           && timer.elapsed() < (m_state.unread.isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
         QThread::msleep(pauseMs);
     }
-    return !signInMark.isEmpty() && this->signInMark() == signInMark;
+    return !signInId.isEmpty() && this->signInId() == signInId;
 }
 
 bool TokenOwner::lockState() {
     for (int leftMs = lockTimeoutMs; leftMs > 0; leftMs -= lockSliceMs) {
-        if (m_core.lock.try_lock_for(std::chrono::milliseconds(lockSliceMs)))
+        if (m_state.lock.try_lock_for(std::chrono::milliseconds(lockSliceMs)))
             return true;
         if (m_stopping)
             leftMs = qMin(leftMs, lockTimeoutWhenStoppingMs);
     }
-    return m_core.lock.try_lock();
+    return m_state.lock.try_lock();
 }
 
-StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInMark) {
+StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInId) {
     if (!lockState()) {
         services().loggers.product->error(
             QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
         return StoreResult::Busy;
     }
-    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
-    if (signInMark.isEmpty() || this->signInMark() != signInMark)
+    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::adopt_lock);
+    if (signInId.isEmpty() || this->signInId() != signInId)
         return StoreResult::SignInGone;
-    BasicLoginState state = m_core.basic();
+    BasicLoginState state = m_state.basic();
     const ProductTokens before = m_product.tokens();
     m_product.setTokens(tokens);
     if (sessionExpiry.isValid()) {
         state.sessionExpiryDate = sessionExpiry;
-        m_core.setBasic(state);
+        m_state.setBasic(state);
     }
     // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
-    if (LoginStateSaver(m_core).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
+    if (LoginStateSaver(m_state).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
         return StoreResult::Stored;
     m_product.setTokens(before);
     return StoreResult::SignInGone;
 }
 
-StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInMark) {
+StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInId) {
     if (!lockState()) {
         services().loggers.product->error(
             QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
         return StoreResult::Busy;
     }
-    const std::unique_lock<QRecursiveMutex> lock(m_core.lock, std::adopt_lock);
-    if (signInMark.isEmpty() || this->signInMark() != signInMark)
+    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::adopt_lock);
+    if (signInId.isEmpty() || this->signInId() != signInId)
         return StoreResult::SignInGone;
     const OAuth2TokenData before = session.token();
     session.replaceToken(token);
     // A file that cannot be written keeps nobody from using the token.
-    if (LoginStateSaver(m_core).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
+    if (LoginStateSaver(m_state).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
         return StoreResult::Stored;
     session.replaceToken(before);
     return StoreResult::SignInGone;
@@ -141,17 +141,17 @@ QRecursiveMutex& TokenOwner::productLock() {
 
 void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
     if (!m_stopping)
-        m_core.voice->raiseEvent(event, m_product.productKey());
+        m_state.events->raiseEvent(event, m_product.productKey());
 }
 
 void TokenOwner::raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) {
     if (!m_stopping)
-        m_core.voice->raiseEvent(event, {m_product.productKey(), spec});
+        m_state.events->raiseEvent(event, {m_product.productKey(), spec});
 }
 
-void TokenOwner::forceLogout(const QString& signInMark) {
+void TokenOwner::forceLogout(const QString& signInId) {
     if (!m_stopping)
-        m_core.voice->forceLogout(m_product.productKey(), signInMark);
+        m_state.events->forceLogout(m_product.productKey(), signInId);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

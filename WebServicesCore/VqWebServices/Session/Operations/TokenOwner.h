@@ -1,12 +1,12 @@
 #pragma once
 
-#include "Session/Products/ProductLoginSession.h"
 #include "Session/Core/SessionState.h"
+#include "Session/Products/ProductLoginSession.h"
 #include "Tokens/ITokenOwner.h"
 
 #include <atomic>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the token workers of a product see of the login session.
 ///
@@ -14,9 +14,9 @@ namespace Velquor::WebServices {
 /// workers ends before this goes. Errors: results; log lines where something is stored.
 class TokenOwner : public ITokenOwner {
 public:
-    TokenOwner(SessionCore& core, ProductLoginSession& product);
+    TokenOwner(SessionState& state, ProductLoginSession& product);
 
-    [[nodiscard]] const TokenServices& services() const override { return m_product.services(); }
+    [[nodiscard]] const TokenDependencies& services() const override { return m_product.services(); }
     [[nodiscard]] QString productKey() const override;
     [[nodiscard]] Server server() const override;
     [[nodiscard]] ConfigurationPointer configuration() const override;
@@ -25,20 +25,19 @@ public:
     [[nodiscard]] OtherLogin otherLogin() const override;
     [[nodiscard]] bool isLoggedIn() const override;
     [[nodiscard]] QString user() const override;
-    [[nodiscard]] bool isLoginExpired() const override { return m_core.isLoginExpired(); }
-    [[nodiscard]] bool isLogoutPending() const override { return m_core.pendingLogouts > 0; }
-    [[nodiscard]] QDateTime sessionExpiryDate() const override { return m_core.basic().sessionExpiryDate; }
-    [[nodiscard]] QString signInMark() const override { return m_core.signInMark(); }
-    [[nodiscard]] bool catchUpWithFile(const QString& signInMark) override;
+    [[nodiscard]] bool isLoginExpired() const override { return m_state.isLoginExpired(); }
+    [[nodiscard]] bool isLogoutPending() const override { return m_state.pendingLogouts > 0; }
+    [[nodiscard]] QDateTime sessionExpiryDate() const override { return m_state.basic().sessionExpiryDate; }
+    [[nodiscard]] QString signInId() const override { return m_state.signInId(); }
+    [[nodiscard]] bool catchUpWithFile(const QString& signInId) override;
     [[nodiscard]] StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
-                                    const QString& signInMark) override;
+                                    const QString& signInId) override;
     [[nodiscard]] bool isOAuth2Enabled() const override;
-    [[nodiscard]] StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token,
-                                          const QString& signInMark) override;
+    [[nodiscard]] StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInId) override;
     [[nodiscard]] QRecursiveMutex& productLock() override;
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override;
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) override;
-    void forceLogout(const QString& signInMark) override;
+    void forceLogout(const QString& signInId) override;
 
     /// Nothing is waited for any more: the product goes away.
     void stop() { m_stopping = true; }
@@ -47,9 +46,9 @@ private:
     /// Takes the login session lock. It is waited for only briefly when the product goes away meanwhile.
     [[nodiscard]] bool lockState();
 
-    SessionCore& m_core;
+    SessionState& m_state;
     ProductLoginSession& m_product;
     std::atomic<bool> m_stopping{false};
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

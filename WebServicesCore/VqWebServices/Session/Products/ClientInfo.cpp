@@ -6,7 +6,7 @@
 #include <QFileInfo>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 OAuth2TokenSpec OAuth2Settings::legacySpec() {
     OAuth2TokenSpec spec;
@@ -54,4 +54,4 @@ void ClientInfo::setConfiguration(const ConfigurationPointer& configuration) {
     m_productKeys.insert(configuration->GetServer(), WebServicesConfigurationImp::of(*configuration).consumerKey.toText());
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

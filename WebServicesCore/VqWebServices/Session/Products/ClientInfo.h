@@ -9,7 +9,7 @@
 #include <QVector>
 #include <VqWebServices/OAuth2TokenSpec.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The process and product behind a client.
 struct ClientIdentity {
@@ -67,4 +67,4 @@ private:
     QSet<int> m_caches;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

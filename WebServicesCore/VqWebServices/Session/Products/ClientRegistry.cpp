@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 ClientRegistry::ClientRegistry(std::shared_ptr<Log::ILogger> logger, bool isSSOServer)
     : m_logger(std::move(logger))
@@ -154,4 +154,4 @@ QStringList ClientRegistry::configuredFor(int server) const {
     return keys;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <VqWebServices/CacheType.h>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The registered clients of this process, by client key.
 ///
@@ -58,4 +58,4 @@ private:
     QMap<QString, std::shared_ptr<ClientInfo>> m_clients;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

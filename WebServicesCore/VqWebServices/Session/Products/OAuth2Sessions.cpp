@@ -6,7 +6,7 @@
 #include <QMutexLocker>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -107,4 +107,4 @@ void OAuth2Sessions::clear() {
         session->Clear();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 #include <QVector>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class TokenOperations;
 
@@ -48,4 +48,4 @@ private:
     QVector<OAuth2TokenData> m_loaded;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,14 +1,14 @@
 #include "Session/Products/ObjectDeleter.h"
 
 #include "Caches/CacheStore.h"
-#include "Tokens/Refresh/RefreshController.h"
 #include "Tokens/Query/TokenFetcher.h"
+#include "Tokens/Refresh/RefreshController.h"
 #include "Tokens/Refresh/TokenRefresher.h"
 
 #include <QThread>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QString currentThreadIdText() {
     return QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()));
@@ -36,4 +36,4 @@ ObjectDeleter::~ObjectDeleter() {
     m_logger->information(QStringLiteral("Token operations thread %1 ended").arg(currentThreadIdText()));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

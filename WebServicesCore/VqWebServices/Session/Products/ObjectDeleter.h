@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class CacheStore;
 class RefreshController;
@@ -42,4 +42,4 @@ private:
 /// The system's number of the thread that calls, for the log.
 [[nodiscard]] QString currentThreadIdText();
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

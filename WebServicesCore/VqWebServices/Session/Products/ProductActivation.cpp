@@ -1,25 +1,25 @@
 // The part of a product's session that has to do with its life: activation, clients that refer to it, its need of tokens.
 
+#include "Session/Core/SessionState.h"
+#include "Session/Operations/TokenOwner.h"
 #include "Session/Products/ProductLoginSession.h"
 #include "Session/Products/RequestFlags.h"
-#include "Session/Core/SessionState.h"
 #include "Session/Products/TokenOperations.h"
-#include "Session/Operations/TokenOwner.h"
 #include "Tokens/OAuth2/OAuth2Exchange.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QReadLocker>
 #include <QWriteLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-void ProductLoginSession::Activate(SessionCore& core) {
+void ProductLoginSession::Activate(SessionState& state) {
     const QWriteLocker lock(&m_lock);
     if (m_deactivated || !m_configuration || m_operations)
         return;
     m_services.loggers.product->information(
         QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
-    m_owner = std::make_unique<TokenOwner>(core, *this);
+    m_owner = std::make_unique<TokenOwner>(state, *this);
     m_operations =
         std::make_unique<TokenOperations>(*m_owner, std::make_unique<RequestFlags>(m_services.processState, m_productKey),
                                           WebServicesConfigurationImp::of(*m_configuration).derivedKey());
@@ -125,7 +125,7 @@ QString ProductLoginSession::describeReferences() const {
     return keys.join(QStringLiteral(", "));
 }
 
-bool ProductLoginSession::CheckTokensToQuery(const SessionCore& core) {
+bool ProductLoginSession::CheckTokensToQuery(const SessionState& state) {
     Log::ILogger& logger = *m_services.loggers.product;
     logger.information(QStringLiteral("Checking if tokens need to be queried"));
     TokenOperations* const operations = this->operations();
@@ -133,9 +133,9 @@ bool ProductLoginSession::CheckTokensToQuery(const SessionCore& core) {
         logger.information(QStringLiteral("No need to query tokens. No configuration."));
         return false;
     }
-    if (core.currentServer() != m_server) {
+    if (state.currentServer() != m_server) {
         logger.information(QStringLiteral("No need to query tokens, server %1 since current server is %2")
-                               .arg(serverName(m_server), serverName(core.currentServer())));
+                               .arg(serverName(m_server), serverName(state.currentServer())));
         return false;
     }
     if (!tokens().areComplete())
@@ -180,4 +180,4 @@ void ProductLoginSession::checkOAuth2Tokens() const {
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,10 +1,10 @@
 #include "Session/Products/ProductLoginSession.h"
 
+#include "Session/Operations/TokenOwner.h"
+#include "Session/Products/TokenOperations.h"
 #include "Session/State/LoginStateNames.h"
 #include "Session/State/LoginStateXml.h"
 #include "Session/State/OAuth2TokenNodes.h"
-#include "Session/Products/TokenOperations.h"
-#include "Session/Operations/TokenOwner.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QMutexLocker>
@@ -12,7 +12,7 @@
 #include <QWriteLocker>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
@@ -27,7 +27,7 @@ QString shortKey(const QString& key) {
     return dash >= 0 ? key.mid(dash + 1) : key.right(shortKeyLength);
 }
 
-SessionServices withPrefix(SessionServices services, const std::shared_ptr<const Log::LogPrefix>& prefix) {
+SessionDependencies withPrefix(SessionDependencies services, const std::shared_ptr<const Log::LogPrefix>& prefix) {
     services.loggers = services.loggers.withPrefix(prefix);
     return services;
 }
@@ -47,7 +47,7 @@ QString checkKeys(const SigningKeys& keys) {
 
 } // namespace
 
-ProductLoginSession::ProductLoginSession(SessionServices services, const QString& productKey, Server server)
+ProductLoginSession::ProductLoginSession(SessionDependencies services, const QString& productKey, Server server)
     : m_services(withPrefix(std::move(services), m_prefix))
     , m_productKey(productKey)
     , m_server(server)
@@ -224,4 +224,4 @@ Util::SecretBytes ProductLoginSession::sessionHandle() const {
     return m_services.cryptor->decrypt(tokens().sessionHandle);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Session/Products/ClientInfo.h"
-#include "Session/State/LoginState.h"
 #include "Session/Products/OAuth2Sessions.h"
+#include "Session/State/LoginState.h"
 #include "Session/State/SessionDependencies.h"
 #include "Tokens/SignedRequest.h"
 #include "Values/ServerName.h"
@@ -15,9 +15,9 @@
 #include <VqWebServices/CacheType.h>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-class SessionCore;
+class SessionState;
 class TokenOperations;
 class TokenOwner;
 
@@ -28,7 +28,7 @@ class TokenOwner;
 /// works with it at the moment; it goes away only after its thread has ended. Errors: results and log lines.
 class ProductLoginSession {
 public:
-    ProductLoginSession(SessionServices services, const QString& productKey, Server server);
+    ProductLoginSession(SessionDependencies services, const QString& productKey, Server server);
     ~ProductLoginSession();
 
     [[nodiscard]] const QString& productKey() const { return m_productKey; }
@@ -41,10 +41,10 @@ public:
     /// The prefix of what is logged for this session: the product's name, when it is known, the end of its key, and the server.
     [[nodiscard]] QString logPrefix() const { return m_prefix->text(); }
     /// What its token work needs of the floors below; the loggers write with the prefix.
-    [[nodiscard]] const TokenServices& services() const { return m_services; }
+    [[nodiscard]] const TokenDependencies& services() const { return m_services; }
 
     /// Starts the token operations when there is a configuration, unless that was done or the session was deactivated.
-    void Activate(SessionCore& core);
+    void Activate(SessionState& state);
     /// Ends the token operations for good. `retire` does not wait for their thread and may be called anywhere, also on it.
     void Deactivate();
     void retire();
@@ -66,7 +66,7 @@ public:
 
     /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
     /// sign-in can be used. False when there are no tokens and nothing can be done about it.
-    bool CheckTokensToQuery(const SessionCore& core);
+    bool CheckTokensToQuery(const SessionState& state);
 
     void SetConfiguration(const ConfigurationPointer& configuration);
     [[nodiscard]] ConfigurationPointer configuration() const;
@@ -123,7 +123,7 @@ private:
     void checkOAuth2Tokens() const;
 
     const std::shared_ptr<Log::LogPrefix> m_prefix = std::make_shared<Log::LogPrefix>();
-    const SessionServices m_services;
+    const SessionDependencies m_services;
     const QString m_productKey;
     const Server m_server;
     mutable QReadWriteLock m_lock;
@@ -141,4 +141,4 @@ private:
     std::unique_ptr<TokenOperations> m_operations;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,9 +6,9 @@
 #include <iterator>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
-ProductSessions::ProductSessions(SessionServices services)
+ProductSessions::ProductSessions(SessionDependencies services)
     : m_services(std::move(services)) {}
 
 ProductSessionPointer ProductSessions::find(const QString& productKey, Server server) const {
@@ -102,4 +102,4 @@ bool ProductSessions::hasTokens(const QString& productKey, Server server) const 
     });
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

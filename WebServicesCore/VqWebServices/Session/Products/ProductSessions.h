@@ -8,7 +8,7 @@
 #include <QVector>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using ProductSessionPointer = std::shared_ptr<ProductLoginSession>;
 
@@ -17,7 +17,7 @@ using ProductSessionPointer = std::shared_ptr<ProductLoginSession>;
 /// Thread: any (its own lock, taken after the login session lock). Owner: the login session.
 class ProductSessions {
 public:
-    explicit ProductSessions(SessionServices services);
+    explicit ProductSessions(SessionDependencies services);
 
     /// Null when there is none.
     [[nodiscard]] ProductSessionPointer find(const QString& productKey, Server server) const;
@@ -37,11 +37,11 @@ public:
 private:
     void retire(const QVector<ProductSessionPointer>& sessions);
 
-    const SessionServices m_services;
+    const SessionDependencies m_services;
     mutable QReadWriteLock m_lock;
     QMap<QPair<QString, int>, ProductSessionPointer> m_sessions;
     bool m_stopped = false;
     QVector<ProductSessionPointer> m_retired; ///< Their threads may still run.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The request flags of one product in the block that the processes of the user share.
 ///
@@ -40,4 +40,4 @@ private:
     const QString m_productKey;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 #include <QMutexLocker>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFlags> flags, const QString& keyDigest)
     : m_owner(owner)
@@ -18,7 +18,7 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     , m_controller(
           new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
-                                     LostAnswerMark(keyDigest, owner.services().lockFolder)))
+                                     PendingRefreshFile(keyDigest, owner.services().lockFolder)))
     , m_deleter(new ObjectDeleter(owner.services().loggers.product))
     , m_queries(m_fetcher->runState())
     , m_refreshes(m_refresher->runState())
@@ -188,4 +188,4 @@ void TokenOperations::tokenAcquiredElsewhere() {
         QMetaObject::invokeMethod(m_fetcher, &TokenFetcher::TokenAcquiredInAnotherProcess, Qt::QueuedConnection);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -11,7 +11,7 @@
 #include <atomic>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class ObjectDeleter;
 
@@ -34,7 +34,7 @@ public:
     [[nodiscard]] bool isTokenThread() const { return QThread::currentThread() == m_thread.get(); }
 
     /// The product's caches, which live on this thread too.
-    [[nodiscard]] CacheDoor& caches() { return m_caches; }
+    [[nodiscard]] CacheClient& caches() { return m_caches; }
 
     /// Gives the session workers on this thread. False when the thread is ending or has ended.
     bool activate(OAuth2Session& session);
@@ -72,8 +72,8 @@ private:
     QVector<OAuth2Session*> m_oauth2Sessions;
     const std::shared_ptr<RunState> m_queries;
     const std::shared_ptr<RunState> m_refreshes;
-    CacheDoor m_caches;
+    CacheClient m_caches;
     std::atomic<quintptr> m_threadId{0};
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

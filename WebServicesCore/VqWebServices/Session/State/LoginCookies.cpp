@@ -4,7 +4,7 @@
 #include "Values/NetworkCookieImp.h"
 #include "VqUtil/Xml/BoundedXml.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -74,4 +74,4 @@ NetworkCookieJar decryptCookies(const QByteArray& encrypted, Util::ICryptor& cry
     return jar;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

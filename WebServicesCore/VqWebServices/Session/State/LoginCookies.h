@@ -5,7 +5,7 @@
 
 #include <VqWebServices/NetworkCookieJar.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The encrypted form of the cookies that the browser got at the sign-in. Thread: any. Errors: an empty result, one log line.
 
@@ -15,4 +15,4 @@ namespace Velquor::WebServices {
 /// An empty jar when there is nothing to decrypt or it is damaged.
 [[nodiscard]] NetworkCookieJar decryptCookies(const QByteArray& encrypted, Util::ICryptor& cryptor, Log::ILogger& logger);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

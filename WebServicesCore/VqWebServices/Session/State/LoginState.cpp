@@ -1,6 +1,6 @@
 #include "Session/State/LoginState.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 bool BasicLoginState::isSameSignIn(const BasicLoginState& other) const {
     return loginDate == other.loginDate && userId == other.userId && userName == other.userName;
@@ -29,4 +29,4 @@ StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginStat
                                                                                 : StateOrigin::Same;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <QDateTime>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The signed-in user, shared by all products. Secrets are kept in their encrypted form. A plain value.
 struct BasicLoginState {
@@ -48,4 +48,4 @@ enum class StateOrigin {
 [[nodiscard]] StateOrigin compareSignIns(const BasicLoginState& inMemory, const BasicLoginState& inFile,
                                          const QDateTime& logoutDateInFile);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

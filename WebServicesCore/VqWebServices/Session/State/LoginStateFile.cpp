@@ -8,7 +8,7 @@
 #include <QWriteLocker>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -160,4 +160,4 @@ void LoginStateFile::noteWritten() {
     m_lastRead = written;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,15 +2,15 @@
 
 #include "VqLog/ILogger.h"
 #include "VqUtil/Files/AtomicFile.h"
-#include "VqUtil/Locks/CrossProcessLock.h"
 #include "VqUtil/Files/FileAccess.h"
+#include "VqUtil/Locks/CrossProcessLock.h"
 
 #include <QDomDocument>
 #include <QReadWriteLock>
 #include <QString>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The login state file "LoginState.xml" that all processes of the user share: reading it whole, writing it whole.
 ///
@@ -93,4 +93,4 @@ private:
     Util::FileStamp m_lastRead; ///< Of the content that was read, or else written, last.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices::LoginStateNames {
+namespace Velquor::WebServices::Internal::LoginStateNames {
 
 /// The names of the login state file that more than one class reads or writes.
 inline const auto settings = QStringLiteral("Settings");
@@ -27,4 +27,4 @@ inline const auto machineAddress = QStringLiteral("MachineAddress");
 inline const auto cookies = QStringLiteral("Cookies");
 inline const auto loginCookies = QStringLiteral("LoginCookies");
 
-} // namespace Velquor::WebServices::LoginStateNames
+} // namespace Velquor::WebServices::Internal::LoginStateNames

@@ -3,7 +3,7 @@
 #include <QVector>
 #include <algorithm>
 
-namespace Velquor::WebServices::LoginStateXml {
+namespace Velquor::WebServices::Internal::LoginStateXml {
 
 namespace {
 
@@ -80,4 +80,4 @@ QDomElement childOrNew(QDomElement& parent, const QString& name) {
     return child;
 }
 
-} // namespace Velquor::WebServices::LoginStateXml
+} // namespace Velquor::WebServices::Internal::LoginStateXml

@@ -5,7 +5,7 @@
 #include <QDomElement>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The value encodings of the login state file: all values are attributes, but secrets, which are CDATA text of an element.
 /// Thread: that of the document.
@@ -42,4 +42,4 @@ void removeChildren(QDomElement& parent, const QString& name, int kept = 0);
 
 } // namespace LoginStateXml
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

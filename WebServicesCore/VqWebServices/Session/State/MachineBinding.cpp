@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -91,4 +91,4 @@ bool isSameMachine(const QString& storedAddress, const QStringList& currentAddre
     return std::any_of(stored.begin(), stored.end(), [&](const QString& address) { return currentAddresses.contains(address); });
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

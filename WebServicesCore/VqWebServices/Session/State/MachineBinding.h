@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Ties a login state to the user of the system and to the machine that saved it.
 ///
@@ -50,4 +50,4 @@ private:
 /// Whether two machines are the same: one common address is enough; a machine without addresses has the blank address.
 [[nodiscard]] bool isSameMachine(const QString& storedAddress, const QStringList& currentAddresses);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 #include "Session/State/LoginStateXml.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
-namespace Velquor::WebServices::OAuth2TokenNodes {
+namespace Velquor::WebServices::Internal::OAuth2TokenNodes {
 
 namespace Names = LoginStateNames;
 
@@ -103,4 +103,4 @@ void removeOlderForm(QDomElement& product) {
     product.removeAttribute(olderScope);
 }
 
-} // namespace Velquor::WebServices::OAuth2TokenNodes
+} // namespace Velquor::WebServices::Internal::OAuth2TokenNodes

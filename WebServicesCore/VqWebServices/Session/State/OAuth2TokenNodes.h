@@ -5,7 +5,7 @@
 #include <QDomElement>
 #include <QVector>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The OAuth2 tokens in a product's node of the login state file: one element for each type and scope; older programs write a
 /// single token of type RT. Thread: that of the document. Errors: what cannot be understood is left as it is, and not read.
@@ -26,4 +26,4 @@ void removeOlderForm(QDomElement& product);
 
 } // namespace OAuth2TokenNodes
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

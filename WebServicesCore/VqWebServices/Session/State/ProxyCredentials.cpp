@@ -5,7 +5,7 @@
 #include <QMutexLocker>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -184,4 +184,4 @@ ProxyLogin ProxyCredentials::find(const ProxyAddress& proxy, const RefusedLogins
     return refused.contains(theirs) ? ProxyLogin() : theirs;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

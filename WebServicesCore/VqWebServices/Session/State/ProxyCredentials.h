@@ -11,7 +11,7 @@
 #include <QNetworkProxy>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The proxy credentials of this process: the application proxy of the framework, and the element "ProxySettings" of the login
 /// state file, from which the other processes of the user have them. The password is in clear in the proxy object only.
@@ -64,4 +64,4 @@ private:
     QNetworkProxy m_proxy;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <QVector>
 #include <algorithm>
 
-namespace Velquor::WebServices::ProxySettingsXml {
+namespace Velquor::WebServices::Internal::ProxySettingsXml {
 
 namespace Names = LoginStateNames;
 
@@ -71,4 +71,4 @@ bool isIn(const QDomElement& root) {
     return !root.firstChildElement(Names::proxySettings).isNull();
 }
 
-} // namespace Velquor::WebServices::ProxySettingsXml
+} // namespace Velquor::WebServices::Internal::ProxySettingsXml

@@ -7,7 +7,7 @@
 #include <QNetworkProxy>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The element "ProxySettings" of the login state file. Thread: that of the document. Errors: false.
 namespace ProxySettingsXml {
@@ -28,4 +28,4 @@ void remove(QDomElement& root);
 
 } // namespace ProxySettingsXml
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

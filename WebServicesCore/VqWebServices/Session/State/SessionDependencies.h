@@ -9,10 +9,10 @@ namespace Velquor::Util {
 class ProcessState;
 }
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// What the login session and its helpers need of the floors below; the same for all of them. A plain value.
-struct SessionServices : TokenServices {
+struct SessionDependencies : TokenDependencies {
     /// The block size of the cryptor's RSA key in bytes, which bounds the texts that are encrypted as one block.
     int cipherBlockSize = 0;
     /// The longest text that is encrypted as one block: what PKCS #1 v1.5 padding would leave, whatever padding is used.
@@ -31,4 +31,4 @@ struct SessionServices : TokenServices {
     bool notifiesProcesses = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

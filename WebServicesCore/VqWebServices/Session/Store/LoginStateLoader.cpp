@@ -1,10 +1,10 @@
 #include "Session/Store/LoginStateLoader.h"
 
 #include "Session/State/LoginStateNames.h"
-#include "Session/Store/LoginStateSaver.h"
 #include "Session/State/LoginStateXml.h"
+#include "Session/Store/LoginStateSaver.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
@@ -33,21 +33,21 @@ QDateTime readLogoutDate(const QDomElement& root) {
     return LoginStateXml::date(root.firstChildElement(Names::settings), Names::logoutDate);
 }
 
-LoginStateLoader::LoginStateLoader(SessionCore& core)
-    : m_core(core)
-    , m_logger(*core.services.loggers.session) {}
+LoginStateLoader::LoginStateLoader(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.session) {}
 
 bool LoginStateLoader::loadBasic() {
-    const QString path = m_core.file.path();
-    if (!m_core.file.exists()) {
+    const QString path = m_state.file.path();
+    if (!m_state.file.exists()) {
         m_logger.information(QStringLiteral("Can't load basic login state from file %1. File not found.").arg(path));
         return false;
     }
     LoginStateFile::Content content;
     {
-        const LoginStateFile::Guard guard(m_core.file);
+        const LoginStateFile::Guard guard(m_state.file);
         if (guard.isHeld())
-            content = m_core.file.read();
+            content = m_state.file.read();
     }
     if (!content.isRead()) {
         m_logger.error(QStringLiteral("Failed to load basic login state from file %1. %2.").arg(path, content.error));
@@ -55,50 +55,50 @@ bool LoginStateLoader::loadBasic() {
     }
     loadSettings(content.root(), true);
     const QDomElement login = content.root().firstChildElement(Names::loginSession);
-    BasicLoginState state = m_core.basic();
+    BasicLoginState state = m_state.basic();
     state.userName = login.attribute(Names::userName);
     state.userId = login.attribute(Names::userId);
     state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
-    m_core.setBasic(state);
+    m_state.setBasic(state);
     m_logger.information(QStringLiteral("Loaded basic login state from file %1").arg(path));
     return true;
 }
 
 void LoginStateLoader::loadAll(bool takeServer) {
-    const QString path = m_core.file.path();
-    if (!m_core.file.exists()) {
+    const QString path = m_state.file.path();
+    if (!m_state.file.exists()) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
-        m_core.file.removeLeftovers();
+        m_state.file.removeLeftovers();
         return;
     }
-    const LoginStateFile::Guard guard(m_core.file);
+    const LoginStateFile::Guard guard(m_state.file);
     if (!guard.isHeld())
         return;
-    const LoginStateFile::Content content = m_core.file.read();
+    const LoginStateFile::Content content = m_state.file.read();
     if (content.isRead()) {
-        m_core.proxy.load(content.root());
-        (void)takeOver(content, takeServer);
+        m_state.proxy.load(content.root());
+        (void)apply(content, takeServer);
     }
-    noteSeen(content);
+    markApplied(content);
 }
 
-void LoginStateLoader::noteSeen(const LoginStateFile::Content& content) {
-    m_core.file.markSeen(content);
+void LoginStateLoader::markApplied(const LoginStateFile::Content& content) {
+    m_state.file.markSeen(content);
     if (content.status == LoginStateFile::Content::Status::Unreadable)
-        m_core.unread.ask();
+        m_state.unread.fail();
     else
-        m_core.unread.settle();
+        m_state.unread.succeed();
 }
 
-bool LoginStateLoader::takeOver(const LoginStateFile::Content& content, bool takeServer) {
-    if (m_core.basic().hasUser() && !mayLoad(content.root()))
+bool LoginStateLoader::apply(const LoginStateFile::Content& content, bool takeServer) {
+    if (m_state.basic().hasUser() && !mayLoad(content.root()))
         return false;
     loadFrom(content, takeServer);
     return true;
 }
 
 bool LoginStateLoader::mayLoad(const QDomElement& root) {
-    const BasicLoginState mine = m_core.basic();
+    const BasicLoginState mine = m_state.basic();
     const QDomElement login = root.firstChildElement(Names::loginSession);
     switch (compareSignIns(mine, readBasicState(login), readLogoutDate(root))) {
     case StateOrigin::Same:
@@ -107,8 +107,8 @@ bool LoginStateLoader::mayLoad(const QDomElement& root) {
     case StateOrigin::Older:
         m_logger.information(
             QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(mine.userName));
-        if (!m_core.unsaved.isWanted())
-            m_core.unsaved.ask();
+        if (!m_state.unsaved.isPending())
+            m_state.unsaved.fail();
         return false;
     case StateOrigin::SignedOutElsewhere:
     case StateOrigin::SignedInElsewhere: break;
@@ -118,35 +118,35 @@ bool LoginStateLoader::mayLoad(const QDomElement& root) {
     // Whoever signed out has emptied the cache file; with a user in it again, what it holds may be theirs. An update that ended
     // after that sign-out is removed with the next one, and is given to nobody until then.
     if (login.isNull())
-        m_core.deleteCaches();
+        m_state.deleteCaches();
     else
-        m_core.endCaches();
-    m_core.forgetUser();
+        m_state.endCaches();
+    m_state.forgetUser();
     return true;
 }
 
 void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool takeServer) {
-    const QString path = m_core.file.path();
+    const QString path = m_state.file.path();
     m_logger.information(QStringLiteral("Loading login state from file %1").arg(path));
     loadSettings(content.root(), takeServer);
     const QDomElement login = findLogin(content.root());
     BasicLoginState state;
     const Verdict verdict = login.isNull() ? Verdict::NoLogin : loadUser(login, state);
     if (verdict == Verdict::Valid) {
-        m_core.setBasic(state);
+        m_state.setBasic(state);
         loadProducts(login);
         deleteInvalidProducts();
         // A library that is being uninitialized has let its products go, which says nothing of the sign-in.
-        if (!m_core.products.hasTokens({}, m_core.currentServer()) && !m_core.isStopped) {
+        if (!m_state.products.hasTokens({}, m_state.currentServer()) && !m_state.isStopped) {
             m_logger.warning(QStringLiteral(
                 "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
             discard(content.document);
         }
     } else if (verdict == Verdict::Discard) {
         discard(content.document);
-    } else if (!m_core.basic().hasUser()) {
+    } else if (!m_state.basic().hasUser()) {
         // What was known before the restore is of a user who is not signed in here.
-        m_core.setBasic({});
+        m_state.setBasic({});
     }
     m_logger.information(QStringLiteral("Finished loading login state from file %1").arg(path));
 }
@@ -158,11 +158,11 @@ void LoginStateLoader::loadSettings(const QDomElement& root, bool takeServer) {
         return;
     }
     if (takeServer) {
-        const int server = LoginStateXml::number(settings, QStringLiteral("CurrentServer"), m_core.currentServer());
+        const int server = LoginStateXml::number(settings, QStringLiteral("CurrentServer"), m_state.currentServer());
         if (isRealServer(server) || server == NoServer)
-            m_core.setCurrentServer(static_cast<Server>(server));
+            m_state.setCurrentServer(static_cast<Server>(server));
     }
-    m_core.setLogoutDate(laterOf(readLogoutDate(root), m_core.logoutDate()));
+    m_state.setLogoutDate(laterOf(readLogoutDate(root), m_state.logoutDate()));
 }
 
 QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
@@ -171,12 +171,12 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
         m_logger.information(QStringLiteral("No login state found in login state file. LoginSession node not found."));
         return {};
     }
-    if (LoginStateXml::number(login, Names::server, NoServer) != m_core.currentServer()) {
+    if (LoginStateXml::number(login, Names::server, NoServer) != m_state.currentServer()) {
         m_logger.information(
             QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
         return {};
     }
-    if (m_core.isEnded(readBasicState(login))) {
+    if (m_state.isEnded(readBasicState(login))) {
         m_logger.information(
             QStringLiteral("Ignoring the login state in login state file. The user was signed out in this process."));
         return {};
@@ -186,21 +186,21 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
 
 QDomElement LoginStateLoader::findOwnLogin(const QDomElement& root) {
     const QDomElement login = findLogin(root);
-    const BasicLoginState mine = m_core.basic();
+    const BasicLoginState mine = m_state.basic();
     return mine.hasUser() && !mine.isSameSignIn(readBasicState(login)) ? QDomElement() : login;
 }
 
 LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, BasicLoginState& state) {
     state = readBasicState(login);
     // What could not be saved yet is newer than the file.
-    if (m_core.unsaved.isWanted() && state.isSameSignIn(m_core.basic()))
-        state = m_core.basic();
+    if (m_state.unsaved.isPending() && state.isSameSignIn(m_state.basic()))
+        state = m_state.basic();
     if (!state.hasUser()) {
         m_logger.error(QStringLiteral("Client id is blank or not found in login state file"));
         return Verdict::NoLogin;
     }
-    const bool isReadable = !m_core.services.cryptor->decrypt(state.clientId).isEmpty();
-    if (!isReadable && m_core.services.isForAllUsers) {
+    const bool isReadable = !m_state.services.cryptor->decrypt(state.clientId).isEmpty();
+    if (!isReadable && m_state.services.isForAllUsers) {
         m_logger.information(QStringLiteral("Ignoring the login state in login state file. It was saved by another user."));
         return Verdict::NoLogin;
     }
@@ -209,25 +209,25 @@ LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, B
             QStringLiteral("Failed to restore client id. Deleting the login state in login state file. Re-login required."));
         return Verdict::Discard;
     }
-    m_core.setLdapDomainKey(state.ldapDomainKey);
-    if (state.isExpired(m_core.services.now())) {
+    m_state.setLdapDomainKey(state.ldapDomainKey);
+    if (state.isExpired(m_state.services.now())) {
         m_logger.warning(
             QStringLiteral("Login session expired. Deleting the login state in login state file. Re-login required."));
         return Verdict::Discard;
     }
-    if (!m_core.binding.check(state))
+    if (!m_state.binding.check(state))
         return Verdict::Discard;
-    m_core.binding.renew(state);
+    m_state.binding.renew(state);
     return Verdict::Valid;
 }
 
 void LoginStateLoader::discard(const QDomDocument& document) {
-    m_core.deleteCaches();
-    m_core.forgetUser();
+    m_state.deleteCaches();
+    m_state.forgetUser();
     // As a sign-out, so that a process that still has this user ends the sign-in as well, and does not write it back.
     const QDomElement login = document.documentElement().firstChildElement(Names::loginSession);
-    if (!LoginStateSaver(m_core).endSignIn(readBasicState(login), document))
-        m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_core.file.path()));
+    if (!LoginStateSaver(m_state).endSignIn(readBasicState(login), document))
+        m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_state.file.path()));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

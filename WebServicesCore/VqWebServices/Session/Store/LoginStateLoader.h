@@ -4,7 +4,7 @@
 
 #include <QDomDocument>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Reads the login state file into the session.
 ///
@@ -12,7 +12,7 @@ namespace Velquor::WebServices {
 /// state in memory as it is, a state that fails a check is deleted from the file, so that every process asks for a new sign-in.
 class LoginStateLoader {
 public:
-    explicit LoginStateLoader(SessionCore& core);
+    explicit LoginStateLoader(SessionState& state);
 
     /// Server, user and session expiry only: for questions asked before the login is restored. False when they were not read.
     bool loadBasic();
@@ -23,11 +23,11 @@ public:
     /// The same from a content that was read under a guard which is still held: a state that fails a check is deleted from the
     /// very document that was checked. A user in memory is signed out when the file says that another process has done so, and
     /// stays when the file is older. False when nothing was loaded.
-    bool takeOver(const LoginStateFile::Content& content, bool takeServer);
+    bool apply(const LoginStateFile::Content& content, bool takeServer);
 
     /// All of the content was taken over, or it has nothing to give. What could not be read for the moment is looked at again
     /// later.
-    void noteSeen(const LoginStateFile::Content& content);
+    void markApplied(const LoginStateFile::Content& content);
 
     /// The sign-in on the current server; null, with one log line, when the document holds none.
     [[nodiscard]] QDomElement findLogin(const QDomElement& root);
@@ -48,7 +48,7 @@ private:
     [[nodiscard]] bool isKeyOfOtherServer(const QString& productKey, Server& server) const;
     void discard(const QDomDocument& document);
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
 };
 
@@ -61,4 +61,4 @@ private:
 /// The date of the last sign-out that the document tells of; invalid when there was none.
 [[nodiscard]] QDateTime readLogoutDate(const QDomElement& root);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

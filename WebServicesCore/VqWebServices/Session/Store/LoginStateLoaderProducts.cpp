@@ -1,12 +1,12 @@
 // The part of the loader that reads the products of the login state file, and removes those that are of no use.
 
-#include "Session/Store/LoginStateLoader.h"
-#include "Session/State/LoginStateNames.h"
 #include "Session/Products/TokenOperations.h"
+#include "Session/State/LoginStateNames.h"
+#include "Session/Store/LoginStateLoader.h"
 
 #include <QSet>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
@@ -22,16 +22,16 @@ void LoginStateLoader::loadProducts(const QDomElement& login) {
             loadProductNode(product, loadedNames);
         keys.insert(key);
     }
-    m_logger.information(m_core.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
-                                                               : QStringLiteral("Login cookies found in login state file"));
-    m_logger.information(QStringLiteral("Loaded login state from file %1").arg(m_core.file.path()));
+    m_logger.information(m_state.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
+                                                                : QStringLiteral("Login cookies found in login state file"));
+    m_logger.information(QStringLiteral("Loaded login state from file %1").arg(m_state.file.path()));
     m_logger.information(QStringLiteral("Loaded login state of following products from login state file: %1")
                              .arg(loadedNames.join(QStringLiteral(", "))));
 }
 
 void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& loadedNames) {
     const ProductSessionPointer session =
-        m_core.products.getOrCreate(product.attribute(Names::productKey), m_core.currentServer());
+        m_state.products.getOrCreate(product.attribute(Names::productKey), m_state.currentServer());
     if (!session) {
         const QString name =
             QStringLiteral("%1.%2").arg(product.attribute(QStringLiteral("Name")), product.attribute(QStringLiteral("ExeName")));
@@ -46,17 +46,17 @@ void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& 
 
 bool LoginStateLoader::isKeyOfOtherServer(const QString& productKey, Server& server) const {
     for (const Server candidate : {Production, Staging, Development}) {
-        const QStringList configured = m_core.clients.configuredFor(candidate);
+        const QStringList configured = m_state.clients.configuredFor(candidate);
         for (const QString& clientKey : configured) {
-            if (m_core.clients.productKey(clientKey, candidate) != productKey)
+            if (m_state.clients.productKey(clientKey, candidate) != productKey)
                 continue;
             server = candidate;
             // A key that is used on the current server too is in its right place there.
-            if (candidate == m_core.currentServer())
+            if (candidate == m_state.currentServer())
                 return false;
         }
     }
-    return isRealServer(server) && server != m_core.currentServer();
+    return isRealServer(server) && server != m_state.currentServer();
 }
 
 // A product that waits for the browser, or for its automatic sign-in, is about to get its tokens.
@@ -68,8 +68,8 @@ bool LoginStateLoader::isBecomingValid(const ProductLoginSession& session) {
 void LoginStateLoader::deleteInvalidProducts() {
     m_logger.information(QStringLiteral("Deleting invalid product login sessions"));
     int count = 0;
-    const Server current = m_core.currentServer();
-    const QVector<ProductSessionPointer> sessions = m_core.products.all();
+    const Server current = m_state.currentServer();
+    const QVector<ProductSessionPointer> sessions = m_state.products.all();
     for (const ProductSessionPointer& session : sessions) {
         Server other = NoServer;
         if (session->server() == current && isKeyOfOtherServer(session->productKey(), other))
@@ -82,11 +82,11 @@ void LoginStateLoader::deleteInvalidProducts() {
                                  .arg(session->displayName(), serverName(session->server())));
         else
             continue;
-        m_core.products.remove(session->productKey(), session->server());
+        m_state.products.remove(session->productKey(), session->server());
         ++count;
     }
     m_logger.information(count > 0 ? QStringLiteral("%1 invalid product login sessions found and deleted").arg(count)
                                    : QStringLiteral("No invalid product login session found"));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,12 +1,12 @@
 #include "Session/Store/LoginStateSaver.h"
 
-#include "Session/Store/LoginStateLoader.h"
 #include "Session/State/LoginStateNames.h"
 #include "Session/State/LoginStateXml.h"
+#include "Session/Store/LoginStateLoader.h"
 #include "Values/LibraryVersion.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
@@ -17,11 +17,11 @@ const auto reminderName = QStringLiteral("LastLoginReminderDate");
 
 } // namespace
 
-LoginStateSaver::LoginStateSaver(SessionCore& core, int guardTimeoutMs)
-    : m_core(core)
-    , m_logger(*core.services.loggers.session)
+LoginStateSaver::LoginStateSaver(SessionState& state, int guardTimeoutMs)
+    : m_state(state)
+    , m_logger(*state.services.loggers.session)
     , m_guardTimeoutMs(guardTimeoutMs)
-    , m_products(core) {}
+    , m_products(state) {}
 
 LoginStateSaver::Result LoginStateSaver::saveTokens(const ProductLoginSession& fresh) {
     m_products.setFresh(fresh);
@@ -34,14 +34,14 @@ LoginStateSaver::Result LoginStateSaver::saveSignIn(const ProductLoginSession& f
 }
 
 LoginStateSaver::Result LoginStateSaver::save() {
-    const QString path = m_core.file.path();
+    const QString path = m_state.file.path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
-    if (m_core.clients.configuredFor(m_core.currentServer()).isEmpty()) {
+    if (m_state.clients.configuredFor(m_state.currentServer()).isEmpty()) {
         m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
-        m_core.unsaved.settle();
+        m_state.unsaved.succeed();
         return Result::Failed;
     }
-    if (!m_core.isRestored()) {
+    if (!m_state.isRestored()) {
         m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
         return Result::Failed;
     }
@@ -54,21 +54,21 @@ LoginStateSaver::Result LoginStateSaver::save() {
         return true;
     });
     if (isWritten) {
-        m_core.unsaved.settle();
+        m_state.unsaved.succeed();
         m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
     }
     return isGone ? Result::SignInGone : isWritten ? Result::Saved : Result::Failed;
 }
 
 bool LoginStateSaver::change(const Edit& edit) {
-    const LoginStateFile::Guard guard(m_core.file, m_guardTimeoutMs);
-    return change(guard.isHeld() ? m_core.file.readForSaving() : QDomDocument(), edit);
+    const LoginStateFile::Guard guard(m_state.file, m_guardTimeoutMs);
+    return change(guard.isHeld() ? m_state.file.readForSaving() : QDomDocument(), edit);
 }
 
 bool LoginStateSaver::change(QDomDocument document, const Edit& edit) {
     QDomElement root = document.documentElement();
-    if (root.isNull() || (edit(root) && !m_core.file.write(document))) {
-        m_core.unsaved.ask();
+    if (root.isNull() || (edit(root) && !m_state.file.write(document))) {
+        m_state.unsaved.fail();
         return false;
     }
     m_products.confirm();
@@ -78,12 +78,12 @@ bool LoginStateSaver::change(QDomDocument document, const Edit& edit) {
 bool LoginStateSaver::mergeUser(QDomElement& root) {
     // Others than the first are read by nobody, and would come to light when it is removed.
     LoginStateXml::removeChildren(root, Names::loginSession, 1);
-    const bool isLoggedIn = m_core.isLoggedIn();
+    const bool isLoggedIn = m_state.isLoggedIn();
     const bool writesUser = isLoggedIn && mayWriteUser(root);
     writeHeader(root);
     if (writesUser) {
         QDomElement login = loginElement(root);
-        const bool isSameSignIn = m_core.basic().isSameSignIn(readBasicState(login));
+        const bool isSameSignIn = m_state.basic().isSameSignIn(readBasicState(login));
         writeUser(login);
         m_products.writeInto(login, isSameSignIn);
     }
@@ -91,10 +91,10 @@ bool LoginStateSaver::mergeUser(QDomElement& root) {
 }
 
 void LoginStateSaver::dateSignIn(const QDomElement& root) {
-    BasicLoginState state = m_core.basic();
+    BasicLoginState state = m_state.basic();
     const QDateTime lastLogin = readBasicState(root.firstChildElement(Names::loginSession)).loginDate;
     state.loginDate = loginDateAfter(state.loginDate, laterOf(readLogoutDate(root), lastLogin));
-    m_core.setBasic(state);
+    m_state.setBasic(state);
 }
 
 LoginStateSaver::Result LoginStateSaver::saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh) {
@@ -106,7 +106,7 @@ LoginStateSaver::Result LoginStateSaver::saveOAuth2(const ProductLoginSession& p
     });
     if (!isDone) {
         m_logger.error(QStringLiteral("Failed to save OAuth2 access token for product %1 to login state file %2")
-                           .arg(product.displayName(), m_core.file.path()));
+                           .arg(product.displayName(), m_state.file.path()));
         return Result::Failed;
     }
     if (result == Result::Saved)
@@ -120,7 +120,7 @@ LoginStateSaver::Result LoginStateSaver::putOAuth2(const ProductLoginSession& pr
         return Result::SignInGone;
     const QDomElement login = root.firstChildElement(Names::loginSession);
     // Below the sign-in of another user, which this process could not replace yet, the product is not that of this one.
-    const bool isOwn = m_core.basic().isSameSignIn(readBasicState(login));
+    const bool isOwn = m_state.basic().isSameSignIn(readBasicState(login));
     QDomElement element = isOwn ? findProduct(login, product.productKey()) : QDomElement();
     if (element.isNull()) {
         m_logger.error(
@@ -135,16 +135,16 @@ LoginStateSaver::Result LoginStateSaver::putOAuth2(const ProductLoginSession& pr
 }
 
 void LoginStateSaver::markEnded(const BasicLoginState& ended) {
-    m_core.markEnded(ended);
-    m_core.setLogoutDate(laterOf(m_core.logoutDate(), logoutDateFor(m_core.services.now(), ended.loginDate)));
+    m_state.markEnded(ended);
+    m_state.setLogoutDate(laterOf(m_state.logoutDate(), logoutDateFor(m_state.services.now(), ended.loginDate)));
 }
 
 bool LoginStateSaver::endSignIn(const BasicLoginState& ended) {
-    m_logger.information(QStringLiteral("Saving login state to file %1").arg(m_core.file.path()));
+    m_logger.information(QStringLiteral("Saving login state to file %1").arg(m_state.file.path()));
     markEnded(ended);
     const bool isDone = change([this](QDomElement& root) { return writeSignOut(root); });
     if (isDone)
-        m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(m_core.file.path()));
+        m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(m_state.file.path()));
     return isDone;
 }
 
@@ -154,7 +154,7 @@ bool LoginStateSaver::endSignIn(const BasicLoginState& ended, const QDomDocument
 }
 
 void LoginStateSaver::removeEnded(QDomElement& root) const {
-    if (m_core.isEnded(readBasicState(root.firstChildElement(Names::loginSession))))
+    if (m_state.isEnded(readBasicState(root.firstChildElement(Names::loginSession))))
         LoginStateXml::removeChildren(root, Names::loginSession);
 }
 
@@ -165,7 +165,7 @@ bool LoginStateSaver::writeSignOut(QDomElement& root) {
         m_logger.information(
             QStringLiteral("Keeping the login state in login state file. A user has signed in later in another process."));
         // Later than that sign-in, the date of this sign-out would end it.
-        m_core.setLogoutDate(readLogoutDate(root));
+        m_state.setLogoutDate(readLogoutDate(root));
         return false;
     }
     LoginStateXml::removeChildren(root, Names::loginSession);
@@ -175,21 +175,21 @@ bool LoginStateSaver::writeSignOut(QDomElement& root) {
 
 void LoginStateSaver::writeHeader(QDomElement& root) {
     root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
-    LoginStateXml::setText(root, QStringLiteral("LastSavedBy"), m_core.services.savedBy);
+    LoginStateXml::setText(root, QStringLiteral("LastSavedBy"), m_state.services.savedBy);
     QDomElement settings = LoginStateXml::childOrNew(root, Names::settings);
     // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten. But none behind a sign-in that
     // this process has not taken over yet.
-    const bool isOthers = !m_core.isLoggedIn() && !root.firstChildElement(Names::loginSession).isNull();
+    const bool isOthers = !m_state.isLoggedIn() && !root.firstChildElement(Names::loginSession).isNull();
     const QDateTime inFile = LoginStateXml::date(settings, Names::logoutDate);
-    LoginStateXml::setDate(settings, Names::logoutDate, isOthers ? inFile : laterOf(inFile, m_core.logoutDate()));
-    settings.setAttribute(QStringLiteral("CurrentServer"), static_cast<int>(m_core.currentServer()));
+    LoginStateXml::setDate(settings, Names::logoutDate, isOthers ? inFile : laterOf(inFile, m_state.logoutDate()));
+    settings.setAttribute(QStringLiteral("CurrentServer"), static_cast<int>(m_state.currentServer()));
     settings.setAttribute(reminderName, settings.attribute(reminderName));
     if (settings.attribute(suppressName).isEmpty())
         LoginStateXml::setFlag(settings, suppressName, false);
 }
 
 bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
-    switch (compareSignIns(m_core.basic(), readBasicState(root.firstChildElement(Names::loginSession)), readLogoutDate(root))) {
+    switch (compareSignIns(m_state.basic(), readBasicState(root.firstChildElement(Names::loginSession)), readLogoutDate(root))) {
     case StateOrigin::SignedOutElsewhere:
         m_logger.warning(QStringLiteral("Not saving the login state of the user. The user was signed out by another process."));
         return false;
@@ -206,8 +206,8 @@ bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
 QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
     QDomElement login = LoginStateXml::childOrNew(root, Names::loginSession);
     const QString userInFile = readBasicState(login).user();
-    const bool isOtherUser = !userInFile.isEmpty() && userInFile != m_core.basic().user();
-    const bool isOtherServer = LoginStateXml::number(login, Names::server, m_core.currentServer()) != m_core.currentServer();
+    const bool isOtherUser = !userInFile.isEmpty() && userInFile != m_state.basic().user();
+    const bool isOtherServer = LoginStateXml::number(login, Names::server, m_state.currentServer()) != m_state.currentServer();
     if (isOtherUser || isOtherServer) {
         // Tokens of one user must never stand under the name of another.
         root.removeChild(login);
@@ -217,8 +217,8 @@ QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
 }
 
 void LoginStateSaver::writeUser(QDomElement& login) {
-    const BasicLoginState state = m_core.basic();
-    login.setAttribute(Names::server, static_cast<int>(m_core.currentServer()));
+    const BasicLoginState state = m_state.basic();
+    login.setAttribute(Names::server, static_cast<int>(m_state.currentServer()));
     LoginStateXml::setText(login, Names::userName, state.userName);
     LoginStateXml::setText(login, Names::userId, state.userId);
     LoginStateXml::setText(login, Names::ldapDomainKey, state.ldapDomainKey);
@@ -231,4 +231,4 @@ void LoginStateSaver::writeUser(QDomElement& login) {
     LoginStateXml::setSecret(cookies, Names::loginCookies, state.loginCookies);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

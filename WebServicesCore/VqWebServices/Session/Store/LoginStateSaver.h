@@ -5,16 +5,16 @@
 #include <QDomDocument>
 #include <functional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Merges the session into the login state file: what other processes wrote stays, and their sign-out or later sign-in wins.
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: a result and a log line; the file stays as it was,
-/// and `SessionCore::unsaved` asks for another try.
+/// and `SessionState::unsaved` asks for another try.
 class LoginStateSaver {
 public:
     /// Waits for the lock of the file at most `guardTimeoutMs` milliseconds.
-    explicit LoginStateSaver(SessionCore& core, int guardTimeoutMs = LoginStateFile::patientTimeoutMs);
+    explicit LoginStateSaver(SessionState& state, int guardTimeoutMs = LoginStateFile::patientTimeoutMs);
 
     enum class Result {
         Saved,
@@ -55,11 +55,11 @@ private:
     [[nodiscard]] bool mayWriteUser(const QDomElement& root) const;
     [[nodiscard]] QDomElement loginElement(QDomElement& root) const;
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
     const int m_guardTimeoutMs;
     ProductMerge m_products;
     bool m_isSignIn = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

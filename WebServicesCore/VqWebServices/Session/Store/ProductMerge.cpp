@@ -5,17 +5,17 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
-ProductMerge::ProductMerge(SessionCore& core)
-    : m_core(core) {}
+ProductMerge::ProductMerge(SessionState& state)
+    : m_state(state) {}
 
 void ProductMerge::writeInto(QDomElement& login, bool isSameSignIn) {
     QDomElement products = LoginStateXml::childOrNew(login, Names::products);
     const Nodes existing = takeStock(products);
-    const QVector<ProductSessionPointer> sessions = m_core.products.onServer(m_core.currentServer());
+    const QVector<ProductSessionPointer> sessions = m_state.products.onServer(m_state.currentServer());
     for (const ProductSessionPointer& session : sessions)
         writeProduct(products, session, existing.value(session->productKey()), isSameSignIn);
 }
@@ -31,9 +31,9 @@ ProductMerge::Nodes ProductMerge::takeStock(QDomElement& products) const {
         else
             existing.insert(key, element);
         element = next;
-        if (m_core.products.find(key, m_core.currentServer()))
+        if (m_state.products.find(key, m_state.currentServer()))
             continue;
-        m_core.services.loggers.session->information(
+        m_state.services.loggers.session->information(
             QStringLiteral("Found new product %1 in login state file while saving. Preserving it.")
                 .arg(existing.value(key).attribute(QStringLiteral("Name"))));
     }
@@ -62,4 +62,4 @@ void ProductMerge::confirm() {
         session->markSaved();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

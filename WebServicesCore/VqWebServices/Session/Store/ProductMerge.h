@@ -5,7 +5,7 @@
 #include <QDomElement>
 #include <QMap>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Puts the products of this process into the login state of the user in the file, beside those of other processes, and knows
 /// which side holds the newer tokens of each.
@@ -13,7 +13,7 @@ namespace Velquor::WebServices {
 /// Thread: any, under the login session lock. Owner: the saver. Errors: none; a product without tokens is not written.
 class ProductMerge {
 public:
-    explicit ProductMerge(SessionCore& core);
+    explicit ProductMerge(SessionState& state);
 
     /// The tokens of this product were just obtained.
     void setFresh(const ProductLoginSession& fresh) { m_fresh = &fresh; }
@@ -30,9 +30,9 @@ private:
     [[nodiscard]] Nodes takeStock(QDomElement& products) const;
     void writeProduct(QDomElement& products, const ProductSessionPointer& session, const QDomElement& earlier, bool isSameSignIn);
 
-    SessionCore& m_core;
+    SessionState& m_state;
     const ProductLoginSession* m_fresh = nullptr;
     QVector<ProductSessionPointer> m_written;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,9 +1,9 @@
 #include "Session/Store/ProductStateLoader.h"
 
-#include "Session/Store/LoginStateLoader.h"
 #include "Session/State/LoginStateNames.h"
+#include "Session/Store/LoginStateLoader.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
@@ -15,33 +15,33 @@ QDomElement firstProduct(const QDomElement& login) {
 
 } // namespace
 
-ProductStateLoader::ProductStateLoader(SessionCore& core)
-    : m_core(core)
-    , m_logger(*core.services.loggers.session) {}
+ProductStateLoader::ProductStateLoader(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.session) {}
 
 LoginStateFile::Content ProductStateLoader::read() {
-    const LoginStateFile::Guard guard(m_core.file);
-    return guard.isHeld() ? m_core.file.read() : LoginStateFile::Content();
+    const LoginStateFile::Guard guard(m_state.file);
+    return guard.isHeld() ? m_state.file.read() : LoginStateFile::Content();
 }
 
 bool ProductStateLoader::loadProduct(const QString& clientKey) {
-    const QString path = m_core.file.path();
-    const QString name = m_core.clients.displayName(clientKey);
+    const QString path = m_state.file.path();
+    const QString name = m_state.clients.displayName(clientKey);
     m_logger.information(QStringLiteral("Loading login state of product %1 from file %2").arg(name, path));
-    if (!m_core.file.exists()) {
+    if (!m_state.file.exists()) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
         return false;
     }
     const LoginStateFile::Content content = read();
-    const QDomElement login = content.isRead() ? LoginStateLoader(m_core).findOwnLogin(content.root()) : QDomElement();
-    const QDomElement product = findProduct(login, m_core.productKey(clientKey));
-    const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_core.configuredProduct(clientKey);
+    const QDomElement login = content.isRead() ? LoginStateLoader(m_state).findOwnLogin(content.root()) : QDomElement();
+    const QDomElement product = findProduct(login, m_state.productKey(clientKey));
+    const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_state.configuredProduct(clientKey);
     if (session) {
         session->Load(product);
         m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));
     } else if (!product.isNull()) {
         m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
-                           .arg(name, serverName(m_core.currentServer())));
+                           .arg(name, serverName(m_state.currentServer())));
     } else {
         m_logger.information(
             QStringLiteral(
@@ -53,8 +53,8 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
 }
 
 bool ProductStateLoader::SetInfor1(const QString& productKey) {
-    const QString path = m_core.file.path();
-    if (!m_core.file.exists()) {
+    const QString path = m_state.file.path();
+    if (!m_state.file.exists()) {
         m_logger.information(
             QStringLiteral("Can't load login state1 from file %1. File not found from the default path. SetInfor1.").arg(path));
         return false;
@@ -64,7 +64,7 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
         m_logger.error(QStringLiteral("Failed to read SetInfor1 from file %1. %2.").arg(path, content.error));
         return false;
     }
-    const QDomElement login = LoginStateLoader(m_core).findOwnLogin(content.root());
+    const QDomElement login = LoginStateLoader(m_state).findOwnLogin(content.root());
     if (login.isNull()) {
         m_logger.error(QStringLiteral("fail to SetInfor1 find LoginSession from file %1").arg(path));
         return false;
@@ -75,7 +75,7 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
             m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored.SetInfor1."));
         if (key.isEmpty() || key != productKey)
             continue;
-        const ProductSessionPointer session = m_core.products.getOrCreate(key, m_core.currentServer());
+        const ProductSessionPointer session = m_state.products.getOrCreate(key, m_state.currentServer());
         if (!session) {
             m_logger.error(
                 QStringLiteral(
@@ -91,4 +91,4 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
     return false;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

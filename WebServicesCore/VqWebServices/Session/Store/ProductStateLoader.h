@@ -2,14 +2,14 @@
 
 #include "Session/Core/SessionState.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Reads the tokens of one product from the login state file, beside what this process holds already.
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: false and a log line; what is in memory stays.
 class ProductStateLoader {
 public:
-    explicit ProductStateLoader(SessionCore& core);
+    explicit ProductStateLoader(SessionState& state);
 
     /// The product of a client. False when the file does not hold its tokens.
     bool loadProduct(const QString& clientKey);
@@ -21,8 +21,8 @@ public:
 private:
     [[nodiscard]] LoginStateFile::Content read();
 
-    SessionCore& m_core;
+    SessionState& m_state;
     Log::ILogger& m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

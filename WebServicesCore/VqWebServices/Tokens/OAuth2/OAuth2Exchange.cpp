@@ -9,7 +9,7 @@
 #include <cmath>
 #include <vector>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -113,4 +113,4 @@ bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& 
     return true;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <QUrl>
 #include <VqWebServices/WebServicesConfiguration.h>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The words of the exchange of an OAuth 1.0 access token for an OAuth2 token. Thread: any. Errors: results; the caller logs.
 
@@ -34,4 +34,4 @@ struct OAuth2Reply {
 /// a hundred years. False, with `reply` unchanged, for everything else.
 [[nodiscard]] bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply);
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,18 +5,18 @@
 #include "Tokens/OAuth2/OAuth2Session.h"
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 #include "Tokens/OAuth2/ProductSessionLock.h"
-#include "Tokens/Refresh/RefreshTiming.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
+#include "Tokens/Refresh/RefreshTiming.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 void OAuth2TokenRefresher::request() {
-    if (!owner().catchUpWithFile(signInMark()))
+    if (!owner().catchUpWithFile(signInId()))
         return signInGone();
     const bool isValid = m_session.token().isValid(now());
     const bool isRenewed = isValid && isAnotherToken();
@@ -68,7 +68,7 @@ void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("OAuth2 token refresh network operation thread finished"));
     if (isAborted())
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. Aborted."));
-    if (!owner().isLoggedIn() || owner().signInMark() != signInMark())
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
         return signInGone();
     // Disabled since: what was discarded must not come back.
     if (!owner().isOAuth2Enabled())
@@ -96,7 +96,7 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
             "Failed to refresh OAuth2 token. Failed to parse server response. Response body maybe invalid or empty."));
         return finishAndRetry(networkRetryMs);
     }
-    switch (m_session.SetToken(reply.token, reply.expiryDate, signInMark())) {
+    switch (m_session.SetToken(reply.token, reply.expiryDate, signInId())) {
     case OAuth2Session::Stored::NotEncrypted:
         log().error(QStringLiteral(
             "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
@@ -149,7 +149,7 @@ void OAuth2TokenRefresher::startRetryProcess() {
     const RetrySchedule schedule = set ? *set : defaultRetrySchedule();
     log().information(QStringLiteral("Starting OAuth2 token refresh retry process with following schedule:\n%1")
                           .arg(retryScheduleText(schedule)));
-    m_retryMark = signInMark();
+    m_retryMark = signInId();
     m_retry.start(schedule);
 }
 
@@ -183,8 +183,8 @@ void OAuth2TokenRefresher::OAuth2TokenRefreshedInAnotherProcess(const QString& c
     if (owner().productKey() != consumerKey)
         return;
     log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
-    (void)owner().catchUpWithFile(owner().signInMark());
+    (void)owner().catchUpWithFile(owner().signInId());
     OAuth2TokenAvailable();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -11,7 +11,7 @@
 
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 OAuth2Session::OAuth2Session(ITokenOwner& owner, const OAuth2TokenSpec& spec)
     : m_owner(owner)
@@ -63,13 +63,13 @@ OAuth2TokenData OAuth2Session::token() const {
 }
 
 OAuth2Session::Stored OAuth2Session::SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate,
-                                              const QString& signInMark) {
+                                              const QString& signInId) {
     const QByteArray encrypted = m_owner.services().cryptor->encrypt(token.view());
     if (encrypted.isEmpty()) {
         log().error(QStringLiteral("Failed to set OAuth2 token since encryption failed"));
         return Stored::NotEncrypted;
     }
-    switch (m_owner.storeOAuth2(*this, {m_spec.GetType(), scope(), encrypted, expiryDate}, signInMark)) {
+    switch (m_owner.storeOAuth2(*this, {m_spec.GetType(), scope(), encrypted, expiryDate}, signInId)) {
     case StoreResult::SignInGone: return Stored::SignInGone;
     case StoreResult::Busy: return Stored::Busy;
     case StoreResult::Stored: break;
@@ -117,4 +117,4 @@ QString OAuth2Session::DescribeOAuth2Token() const {
     return QStringLiteral("OAuth2 token type: %1, Scope: %2, Expires in: %3").arg(tokenTypeName(m_spec.GetType()), scope(), left);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

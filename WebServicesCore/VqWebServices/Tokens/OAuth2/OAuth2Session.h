@@ -11,7 +11,7 @@
 #include <memory>
 #include <vector>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class OAuth2TokenFetcher;
 class OAuth2TokenRefresher;
@@ -50,7 +50,7 @@ public:
 
     enum class Stored { Yes, NotEncrypted, SignInGone, Busy };
     /// Encrypts and keeps a token that was just obtained, in memory and in the file.
-    [[nodiscard]] Stored SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate, const QString& signInMark);
+    [[nodiscard]] Stored SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate, const QString& signInId);
     /// Puts an encrypted token in place, in memory only.
     void replaceToken(const OAuth2TokenData& token);
     /// Takes a token of the file over when it is a newer one and can be decrypted.
@@ -99,4 +99,4 @@ private:
     std::shared_ptr<RunState> m_refreshes;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 
 #include <QMutexLocker>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 bool OAuth2Session::QueryOAuth2Token(bool synchronous) {
     if (!m_owner.tokens().areComplete()) {
@@ -134,4 +134,4 @@ void OAuth2Session::refreshedElsewhere(const QString& consumerKey) {
         Qt::QueuedConnection);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

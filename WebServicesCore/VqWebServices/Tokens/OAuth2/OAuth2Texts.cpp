@@ -3,7 +3,7 @@
 #include "Tokens/Query/QueryTexts.h"
 #include "Tokens/Refresh/RefreshTexts.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -78,4 +78,4 @@ const RefreshTexts& oauth2RefreshTexts() {
     return texts;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

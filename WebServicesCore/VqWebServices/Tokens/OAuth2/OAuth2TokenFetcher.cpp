@@ -11,7 +11,7 @@
 #include <QCryptographicHash>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
@@ -83,7 +83,7 @@ void OAuth2TokenFetcher::TokenRefreshed() {
 }
 
 QString OAuth2TokenFetcher::refusal() {
-    m_signInMark = owner().signInMark();
+    m_signInMark = owner().signInId();
     m_resent = false;
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
@@ -102,7 +102,7 @@ bool OAuth2TokenFetcher::takeFromFile() {
     // Those who asked while another query ended find its result here.
     if (m_session.token().isValid(now()))
         return true;
-    if (!owner().catchUpWithFile(owner().signInMark()) || !m_session.token().isValid(now()))
+    if (!owner().catchUpWithFile(owner().signInId()) || !m_session.token().isValid(now()))
         return false;
     announceLoaded();
     return true;
@@ -117,7 +117,7 @@ void OAuth2TokenFetcher::announceLoaded() {
 
 void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
     // The file may have been looked at before the event arrived.
-    if (!run().isBusy() && owner().catchUpWithFile(owner().signInMark()) && m_session.token().isValid(now())
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_session.token().isValid(now())
         && m_session.token().token != m_announced)
         announceLoaded();
 }
@@ -147,7 +147,7 @@ void OAuth2TokenFetcher::ignoreResult() {
 }
 
 void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
-    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+    if (!owner().isLoggedIn() || owner().signInId() != m_signInMark)
         return ignoreResult();
     if (isAborted())
         return finish(0);
@@ -212,4 +212,4 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

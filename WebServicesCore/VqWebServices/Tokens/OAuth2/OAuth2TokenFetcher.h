@@ -2,7 +2,7 @@
 
 #include "Tokens/Query/QueryWorker.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class OAuth2Session;
 struct OAuth2Reply;
@@ -54,4 +54,4 @@ private:
     bool m_isShown = false; ///< The flag for queries of any kind is set.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -60,7 +60,7 @@ QString OAuth2TokenRefresher::describeToken(bool& isDue) const {
 
 void OAuth2TokenRefresher::TokenRefreshed() {
     if (std::exchange(m_waitsForToken, false) && isTimerActive())
-        (void)ask(false, Reason::Wished);
+        (void)ask(false, Reason::Requested);
 }
 
 QString OAuth2TokenRefresher::refusal() const {
@@ -91,7 +91,7 @@ void OAuth2TokenRefresher::refresh() {
     m_elsewhere = false;
     m_resent = false;
     noteSignIn();
-    if (m_retryMark != signInMark())
+    if (m_retryMark != signInId())
         m_retry.end();
     const QString reason = refusal();
     if (!reason.isEmpty())
@@ -112,7 +112,7 @@ void OAuth2TokenRefresher::waitForToken() {
         "Holding off OAuth2 token refresh and waiting for OAuth1 token to be refreshed since OAuth1 token has expired"));
     (void)m_tokenRefresher.ask(true, Reason::Expired);
     const std::shared_ptr<RunState> tokenRun = m_tokenRefresher.runState();
-    polling().start(
+    poller().start(
         services().tokenTimeoutMs, [tokenRun] { return !tokenRun->isBusy(); }, [this] { tokenRefreshEnded(); },
         [this] {
             log().error(
@@ -133,7 +133,7 @@ void OAuth2TokenRefresher::tokenRefreshEnded() {
 
 void OAuth2TokenRefresher::waitForLock() {
     m_claiming.start();
-    polling().start(
+    poller().start(
         services().tokenTimeoutMs, [this] { return claim(); }, [this] { lockAcquired(); },
         [this] {
             log().error(QStringLiteral(
@@ -181,7 +181,7 @@ void OAuth2TokenRefresher::holdOff() {
     log().information(
         QStringLiteral("Holding off OAuth2 token refresh since token refresh is in progress. Waiting for it to finish."));
     releaseLocks();
-    polling().start(
+    poller().start(
         holdOffMs, [this] { return claimBetweenTokenRefreshes(); },
         [this] {
             m_locked = true;
@@ -210,4 +210,4 @@ void OAuth2TokenRefresher::releaseLocks() {
     log().information(QStringLiteral("Lock released for OAuth2 token refresh"));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Tokens/IRequestFlags.h"
+#include "Tokens/OAuth2/RetryProcess.h"
 #include "Tokens/Refresh/RefreshController.h"
 #include "Tokens/Refresh/RefreshWorker.h"
-#include "Tokens/OAuth2/RetryProcess.h"
 
 #include <QElapsedTimer>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 class OAuth2Session;
 struct OAuth2Reply;
@@ -82,4 +82,4 @@ private:
     bool m_resent = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 #include <QElapsedTimer>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 constexpr qint64 expectedWaitMs = 5000;
@@ -32,4 +32,4 @@ ProductSessionLock::~ProductSessionLock() {
     m_logger->debug(QStringLiteral("%1: Released product login session lock").arg(m_caller));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include <QString>
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Takes the product login session lock for one named operation and warns when the wait for it was unexpectedly long (more than
 /// 5,000 ms).
@@ -25,4 +25,4 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 RetryProcess::RetryProcess(Clock clock)
     : m_clock(std::move(clock)) {}
@@ -41,4 +41,4 @@ std::optional<qint64> RetryProcess::next() {
     return m_schedule.entries[m_entry].interval;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

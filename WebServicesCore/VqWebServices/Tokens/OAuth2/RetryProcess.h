@@ -4,7 +4,7 @@
 #include <functional>
 #include <optional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Walks along a retry schedule: asked after each failure when to try again. A value without a timer of its own.
 ///
@@ -41,4 +41,4 @@ private:
     bool m_active = false;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -98,4 +98,4 @@ void RetrySchedules::clear() {
     m_forAll.reset();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

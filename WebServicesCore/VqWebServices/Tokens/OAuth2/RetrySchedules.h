@@ -10,7 +10,7 @@
 #include <memory>
 #include <optional>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using StdUtil::RetrySchedule;
 
@@ -52,4 +52,4 @@ private:
     QMap<QString, RetrySchedule> m_schedules;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,6 +1,6 @@
 #include "Tokens/Query/QueryTexts.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -38,4 +38,4 @@ const QueryTexts& tokenQueryTexts() {
     return texts;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

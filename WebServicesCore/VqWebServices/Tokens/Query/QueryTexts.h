@@ -4,7 +4,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The words of one kind of token query for the steps that all kinds share. Placeholders as in the texts. A plain value.
 struct QueryTexts {
@@ -37,4 +37,4 @@ struct QueryTexts {
 /// The words of the OAuth2 token query.
 [[nodiscard]] const QueryTexts& oauth2QueryTexts();
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTexts& texts, const QString& lockName,
                          const QString& flag)
@@ -38,7 +38,7 @@ QueryWorker::Answer QueryWorker::ask(bool synchronous) {
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenServices& services, const QueryTexts& texts) {
+bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services, const QueryTexts& texts) {
     const bool succeeded = waiter.wait(services.tokenTimeoutMs).result != 0;
     if (answer == Answer::Joined)
         (services.loggers.*texts.logger)
@@ -91,7 +91,7 @@ void QueryWorker::waitForOtherProcess() {
     if (isSynchronous() || m_texts.tellsAsynchronousWait)
         log().information(m_texts.inProgressElsewhere.arg(QStringLiteral("Waiting for it to finish")));
     m_taken = false;
-    polling().start(
+    poller().start(
         services().tokenTimeoutMs,
         [this] {
             m_taken = takeFromFile();
@@ -146,7 +146,7 @@ void QueryWorker::startQueryTimer(int intervalMs) {
 }
 
 void QueryWorker::finish(int result) {
-    polling().stop();
+    poller().stop();
     if (m_here)
         setHere(false);
     if (m_elsewhere)
@@ -159,4 +159,4 @@ void QueryWorker::finish(int result) {
     emitFinished();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -7,7 +7,7 @@
 
 #include <QElapsedTimer>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The dance of a token query, the same for OAuth 1.0 and OAuth2: starts from any thread, one query at a time among all processes
 /// of the user, waiting callers, a timer for the next try. What differs is said by the derived class and its texts.
@@ -32,7 +32,7 @@ public:
     [[nodiscard]] Answer ask(bool synchronous);
 
     /// The end of a synchronous call: waits, and tells whether the query succeeded. Any thread but the worker's.
-    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, Answer answer, const TokenServices& services,
+    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services,
                                          const QueryTexts& texts);
 
     /// Another process does the work that this one waits for. Any thread.
@@ -79,4 +79,4 @@ private:
     std::atomic<bool> m_elsewhere{false};
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

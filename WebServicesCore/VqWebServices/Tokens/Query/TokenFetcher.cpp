@@ -4,7 +4,7 @@
 #include "Tokens/TokenReply.h"
 #include "VqUtil/General/HumanText.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
@@ -42,7 +42,7 @@ bool TokenFetcher::CheckAutomaticLogin() {
 }
 
 QString TokenFetcher::refusal() {
-    m_signInMark = owner().signInMark();
+    m_signInMark = owner().signInId();
     return owner().otherLogin().isFound()
                ? QString()
                : QStringLiteral(
@@ -50,7 +50,7 @@ QString TokenFetcher::refusal() {
 }
 
 bool TokenFetcher::takeFromFile() {
-    if (!owner().catchUpWithFile(owner().signInMark()) || !owner().tokens().areComplete())
+    if (!owner().catchUpWithFile(owner().signInId()) || !owner().tokens().areComplete())
         return false;
     log().information(QStringLiteral("Token acquired in another process. Loading the token in this process."));
     m_failureCount = 0;
@@ -84,7 +84,7 @@ void TokenFetcher::ignoreResult() {
 
 void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token query network operation thread finished"));
-    if (!owner().isLoggedIn() || owner().signInMark() != m_signInMark)
+    if (!owner().isLoggedIn() || owner().signInId() != m_signInMark)
         return ignoreResult();
     if (isAborted())
         return finish(0);
@@ -167,4 +167,4 @@ void TokenFetcher::AbortTokenQuery() {
     }
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -2,7 +2,7 @@
 
 #include "Tokens/Query/QueryWorker.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Signs a product in by itself when another product of the same user is signed in on the same server: asks for an access token
 /// with the session handle of the other one.
@@ -49,4 +49,4 @@ private:
     int m_failureCount = 0;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,16 +3,16 @@
 #include <QFile>
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Remembers, also over the death of the process, that a refresh was sent whose answer has not arrived.
 ///
 /// The server spends a token when it renews it. When the answer gets lost, the old token is refused from then on although nobody
 /// has ended the sign-in; this tells such a refusal from a real one. An empty file that belongs to the user.
 /// Thread: any, under the lock of the refresh. Errors: a mark that cannot be written is as if it were not set.
-class LostAnswerMark {
+class PendingRefreshFile {
 public:
-    LostAnswerMark(const QString& keyDigest, const QString& folder)
+    PendingRefreshFile(const QString& keyDigest, const QString& folder)
         : m_path(QStringLiteral("%1/Velquor.WebServices.TokenRefresh.%2.pending").arg(folder, keyDigest)) {}
 
     [[nodiscard]] bool isSet() const { return QFile::exists(m_path); }
@@ -27,4 +27,4 @@ private:
     const QString m_path;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,6 +1,6 @@
 #include "Tokens/Refresh/RefreshController.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 RefreshController::RefreshController(const QString& keyDigest, const QString& folder, const QString& consumerKey,
                                      const std::shared_ptr<Log::ILogger>& logger)
@@ -39,4 +39,4 @@ bool RefreshController::isOAuth2TokenRefreshLocked() {
     return m_oauth2.isTaken();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 
 #include <QObject>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Lets one refresh of a consumer key run at a time among all processes of the user, and keeps the OAuth 1.0 and the OAuth2
 /// refreshes of the key apart.
@@ -39,4 +39,4 @@ private:
     RequestLock m_oauth2;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

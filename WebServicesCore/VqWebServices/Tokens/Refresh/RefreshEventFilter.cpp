@@ -6,7 +6,7 @@
 #include <QDataStream>
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -15,11 +15,11 @@ const auto blockKey = QStringLiteral("Velquor.WebServices.TokenRefresher");
 
 } // namespace
 
-RefreshNotice::RefreshNotice(const QString& folder, std::shared_ptr<Log::ILogger> logger)
+RefreshEventFilter::RefreshEventFilter(const QString& folder, std::shared_ptr<Log::ILogger> logger)
     : m_logger(std::move(logger))
     , m_block(Util::openSharedBlock(blockKey, Util::sharedBlockFolder(folder))) {}
 
-bool RefreshNotice::ensureCreated() {
+bool RefreshEventFilter::ensureCreated() {
     using Result = Util::ISharedBlock::Result;
     if (m_block->isAttached() || m_block->attach() == Result::Done || m_block->create(blockSize) == Result::Done
         || m_block->attach() == Result::Done)
@@ -28,7 +28,7 @@ bool RefreshNotice::ensureCreated() {
     return false;
 }
 
-void RefreshNotice::show(const QString& consumerKey) {
+void RefreshEventFilter::show(const QString& consumerKey) {
     if (!ensureCreated())
         return;
     QByteArray bytes;
@@ -39,9 +39,9 @@ void RefreshNotice::show(const QString& consumerKey) {
         m_logger->warning(QStringLiteral("Failed to write shared memory %1. %2").arg(blockKey, m_block->errorText()));
 }
 
-void RefreshNotice::clear() {
+void RefreshEventFilter::clear() {
     if (m_block->isAttached() && !m_block->write(QByteArray(m_block->size(), '\0')))
         m_logger->warning(QStringLiteral("Failed to write shared memory %1. %2").arg(blockKey, m_block->errorText()));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

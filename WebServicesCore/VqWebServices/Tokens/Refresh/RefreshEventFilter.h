@@ -5,16 +5,16 @@
 
 #include <memory>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Shows the other processes of the user which product's token is being refreshed by which process: a small shared block that
 /// programs of the format look at. Nothing here depends on it.
 ///
 /// Thread: one at a time. Owner: the token refresher. Errors: one log line, and the refresh goes on without it.
-class RefreshNotice {
+class RefreshEventFilter {
 public:
     /// `folder` is where the block lies on systems where it is a file.
-    RefreshNotice(const QString& folder, std::shared_ptr<Log::ILogger> logger);
+    RefreshEventFilter(const QString& folder, std::shared_ptr<Log::ILogger> logger);
 
     void show(const QString& consumerKey);
     void clear();
@@ -26,4 +26,4 @@ private:
     const std::unique_ptr<Util::ISharedBlock> m_block;
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -1,6 +1,6 @@
 #include "Tokens/Refresh/RefreshTexts.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -38,4 +38,4 @@ const RefreshTexts& tokenRefreshTexts() {
     return texts;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

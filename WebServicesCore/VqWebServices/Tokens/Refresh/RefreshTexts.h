@@ -4,7 +4,7 @@
 
 #include <QString>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The words of one kind of refresh for the steps that all kinds share. Placeholders as in the texts. A plain value.
 struct RefreshTexts {
@@ -37,4 +37,4 @@ struct RefreshTexts {
 /// The words of the OAuth2 refresh.
 [[nodiscard]] const RefreshTexts& oauth2RefreshTexts();
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

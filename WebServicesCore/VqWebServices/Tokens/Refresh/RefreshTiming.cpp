@@ -1,6 +1,6 @@
 #include "Tokens/Refresh/RefreshTiming.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 int refreshIntervalMs(qint64 secondsToExpiry, int shortestMs) {
     const qint64 untilMargin = secondsToExpiry - refreshMarginSeconds;
@@ -23,4 +23,4 @@ int refreshRetryMs(int failureCount, bool isClockProblem) {
     return isClockProblem && failureCount <= quickTries ? 2000 : 60000;
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -3,7 +3,7 @@
 #include <QDateTime>
 #include <QtGlobal>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// When tokens are refreshed: decisions without a clock of their own. Thread: any.
 
@@ -39,4 +39,4 @@ constexpr int networkRetryMs = 60000;
 
 constexpr int maximumRefreshFailures = 5;
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

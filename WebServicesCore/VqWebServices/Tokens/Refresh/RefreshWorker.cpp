@@ -5,7 +5,7 @@
 
 #include <QThread>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -44,7 +44,7 @@ RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenServices& services, const RefreshTexts& texts) {
+bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshTexts& texts) {
     Log::ILogger& logger = *(services.loggers.*texts.logger);
     logger.information(texts.waiting);
     const RunWaiter::Outcome outcome = waiter.wait(services.tokenTimeoutMs);
@@ -76,7 +76,7 @@ void RefreshWorker::doRefresh(bool synchronous) {
 }
 
 void RefreshWorker::finish(int result) {
-    polling().stop();
+    poller().stop();
     releaseLocks();
     log().information(m_texts.flagSet.arg(QStringLiteral("false")));
     log().information(m_texts.emittingFinished);
@@ -180,7 +180,7 @@ void RefreshWorker::timerFired() {
     const QString state = describeToken(isDue);
     log().information(m_texts.timerMessage.arg(state));
     if (isDue)
-        (void)ask(false, Reason::Wished);
+        (void)ask(false, Reason::Requested);
     else
         updateRefreshTimer();
 }
@@ -204,4 +204,4 @@ void RefreshWorker::giveUp(const QString& text) {
     owner().forceLogout(m_signInMark);
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

@@ -5,7 +5,7 @@
 
 #include <QDateTime>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// The dance of a refresh, the same for OAuth 1.0 and OAuth2: a timer ahead of the expiry, starts from any thread, one run at a
 /// time, waiting callers. What differs is said by the derived class and its texts.
@@ -19,8 +19,8 @@ public:
 
     /// Why a refresh is asked for.
     enum class Reason {
-        Wished,  ///< A new token is wanted whatever the old one is like.
-        Expired, ///< The caller found the token expired: nothing is to be done when it is not, after all.
+        Requested, ///< A new token is wanted whatever the old one is like.
+        Expired,   ///< The caller found the token expired: nothing is to be done when it is not, after all.
     };
 
     /// What a caller does after asking.
@@ -34,7 +34,7 @@ public:
     [[nodiscard]] Answer ask(bool synchronous, Reason reason);
 
     /// The end of a synchronous call: waits, and tells whether the refresh succeeded. Any thread but the worker's.
-    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenServices& services, const RefreshTexts& texts);
+    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshTexts& texts);
 
     [[nodiscard]] const RefreshTexts& texts() const { return m_texts; }
 
@@ -93,8 +93,8 @@ protected:
     void giveUp(const QString& text);
 
     /// The sign-in as it was when the run was begun.
-    [[nodiscard]] const QString& signInMark() const { return m_signInMark; }
-    void noteSignIn() { m_signInMark = owner().signInMark(); }
+    [[nodiscard]] const QString& signInId() const { return m_signInMark; }
+    void noteSignIn() { m_signInMark = owner().signInId(); }
 
     /// From now on `isAnotherToken` compares with the present one: it is what the server is asked to renew.
     void noteTriedToken() { m_triedToken = heldToken(); }
@@ -119,4 +119,4 @@ private:
     std::atomic<bool> m_onlyForExpired{false};
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

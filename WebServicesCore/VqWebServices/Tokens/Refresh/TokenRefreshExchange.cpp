@@ -8,12 +8,12 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 void TokenRefresher::request() {
-    if (!owner().catchUpWithFile(signInMark()))
+    if (!owner().catchUpWithFile(signInId()))
         return signInGone();
     if (isAnotherToken() && !owner().tokens().areExpired(now()))
         return takeFromFile();
@@ -68,7 +68,7 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         log().warning(QStringLiteral("Failed to refresh token. Aborted."));
         return finish(0);
     }
-    if (!owner().isLoggedIn() || owner().signInMark() != signInMark())
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
         return signInGone();
     if (outcome.reply.isNull)
         log().error(QStringLiteral("Failed to refresh token. Reply is null"));
@@ -95,7 +95,7 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
         return finishAndRetry(networkRetryMs);
     }
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(tokens, sessionExpiry, signInMark())) {
+    switch (owner().store(tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return signInGone();
     // The old token may be spent: the mark stays, so that the next try can do without it.
     case StoreResult::Busy: return retryAfter(networkRetryMs);
@@ -152,4 +152,4 @@ void TokenRefresher::countFailure(bool isClockProblem) {
             .arg(maximumRefreshFailures));
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

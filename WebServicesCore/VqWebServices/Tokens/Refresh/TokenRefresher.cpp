@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr int oauth2WaitMs = 30000;
 } // namespace
 
 TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags,
-                               std::shared_ptr<RunState> queries, const LostAnswerMark& mark)
+                               std::shared_ptr<RunState> queries, const PendingRefreshFile& mark)
     : RefreshWorker(owner, tokenRefreshTexts())
     , m_controller(controller)
     , m_flags(flags)
@@ -58,7 +58,7 @@ void TokenRefresher::refresh() {
         return finish(0);
     }
     noteSignIn();
-    polling().start(
+    poller().start(
         services().tokenTimeoutMs, [this] { return m_controller.lockTokenRefresh(); }, [this] { lockAcquired(); },
         [this] {
             log().error(
@@ -78,7 +78,7 @@ void TokenRefresher::lockAcquired() {
 
 void TokenRefresher::waitForOAuth2Refresh() {
     log().information(QStringLiteral("OAuth2 token refresh is in progress. Waiting for it to finish."));
-    polling().start(
+    poller().start(
         oauth2WaitMs, [this] { return !m_controller.isOAuth2TokenRefreshLocked(); }, [this] { request(); },
         [this] { oauth2RefreshTookTooLong(); });
 }
@@ -123,8 +123,8 @@ void TokenRefresher::TokenRefreshedInAnotherProcess(const QString& consumerKey) 
         return;
     }
     log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
-    (void)owner().catchUpWithFile(owner().signInMark());
+    (void)owner().catchUpWithFile(owner().signInId());
     TokenAvailable();
 }
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

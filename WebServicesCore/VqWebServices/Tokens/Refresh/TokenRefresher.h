@@ -6,7 +6,7 @@
 #include "Tokens/Refresh/RefreshEventFilter.h"
 #include "Tokens/Refresh/RefreshWorker.h"
 
-namespace Velquor::WebServices {
+namespace Velquor::WebServices::Internal {
 
 /// Renews the OAuth 1.0 access token of a product before it expires, with the product's session handle.
 ///
@@ -18,7 +18,7 @@ class TokenRefresher : public RefreshWorker {
 public:
     /// `queries`: the token queries of the same product; while one runs there is nothing to refresh.
     TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
-                   const LostAnswerMark& mark);
+                   const PendingRefreshFile& mark);
     ~TokenRefresher() override;
 
     /// Ends the refresh that is under way, for those who wait for it too. This object's thread.
@@ -60,11 +60,11 @@ private:
     RefreshController& m_controller;
     IRequestFlags& m_flags;
     const std::shared_ptr<RunState> m_queries;
-    const LostAnswerMark m_mark;
-    RefreshNotice m_notice;
+    const PendingRefreshFile m_mark;
+    RefreshEventFilter m_notice;
     int m_failureCount = 0;
     bool m_locked = false;
     bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer.
 };
 
-} // namespace Velquor::WebServices
+} // namespace Velquor::WebServices::Internal

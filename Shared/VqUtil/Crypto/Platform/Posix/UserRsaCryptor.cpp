@@ -1,8 +1,8 @@
 #include "VqUtil/Crypto/UserRsaCryptor.h"
 
+#include "VqUtil/Crypto/Platform/Posix/OpenSslRsaCryptor.h"
 #include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Files/FileAccess.h"
-#include "VqUtil/Crypto/Platform/Posix/OpenSslRsaCryptor.h"
 #include "VqUtil/Locks/ProcessGuard.h"
 
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "VqUtil/Crypto/UserRsaCryptor.h"
 
-#include "VqUtil/Locks/ProcessGuard.h"
 #include "VqUtil/Crypto/Platform/Windows/CryptoApiRsaCryptor.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 #include "VqUtil/Platform/Windows/SystemErrorText.h"
 
 #include <QDir>
