@@ -3,6 +3,7 @@
 
 #include "QuietLogger.h"
 #include "RatioReporter.h"
+#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Store/LoginStateLoader.h"
 #include "Session/Store/LoginStateSaver.h"
 #include "Signing/OpenSslCryptoProvider.h"
@@ -28,12 +29,13 @@ using Bench::QuietLogger;
 constexpr int productCount = 20;
 constexpr double goal = 1.5;
 
-class SilentVoice final : public ISessionEvents {
+class SilentEvents final : public ISessionEvents {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void forceLogout(const QString&, const QString&) override {}
-    bool catchUpWithin(int) override { return true; }
+    [[nodiscard]] bool isLogoutVetoed(const QString&) override { return false; }
+    bool followFile(int) override { return true; }
 };
 
 /// A process with some products of its own, beside a file with 20 products.
@@ -41,7 +43,7 @@ class Process {
 public:
     explicit Process(int ownProducts)
         : m_folder(new QTemporaryDir)
-        , m_state(std::make_unique<SessionState>(services(), &m_voice)) {
+        , m_state(std::make_unique<SessionState>(services(), &m_events)) {
         m_state->setRestored();
         BasicLoginState state;
         state.clientId = m_state->services.cryptor->encrypt("client");
@@ -52,7 +54,7 @@ public:
         configure(productCount);
         LoginStateSaver(*m_state).save();
         // The one that saves has read what the others wrote.
-        m_state = std::make_unique<SessionState>(services(), &m_voice);
+        m_state = std::make_unique<SessionState>(services(), &m_events);
         LoginStateLoader(*m_state).loadAll(true);
         m_state->setRestored();
         configure(ownProducts);
@@ -98,7 +100,7 @@ private:
             configuration.SetConsumerKey(key.toStdWString().c_str());
             configuration.SetConsumerSecret(L"kd94hf93k423kf44-pfkkdhi9sl3r4s00");
             m_state->clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration));
-            m_own += m_state->configuredProduct(key);
+            m_own += ProductConfigurator(*m_state).configure(key);
             const auto seal = [this](const char* text) { return m_state->services.cryptor->encrypt(text); };
             if (!m_own.last()->tokens().areComplete())
                 m_own.last()->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"),
@@ -107,7 +109,7 @@ private:
     }
 
     const std::unique_ptr<QTemporaryDir> m_folder;
-    SilentVoice m_voice;
+    SilentEvents m_events;
     QVector<ProductSessionPointer> m_own;
     std::unique_ptr<SessionState> m_state;
     int m_number = 0;

@@ -1,6 +1,7 @@
 // A whole SignRequest as products call it: locks, a look at the login state file, four secrets, the signature.
 
 #include "Session/LoginSession.h"
+#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Store/LoginStateSaver.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
@@ -66,7 +67,7 @@ private:
         core.binding.bind(state);
         core.setBasic(state);
         const auto seal = [&services](const char* text) { return services.cryptor->encrypt(text); };
-        core.configuredProduct(key)->setTokens(
+        ProductConfigurator(core).configure(key)->setTokens(
             {seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), services.now().addDays(1)});
         LoginStateSaver(core).save();
     }

@@ -17,6 +17,31 @@
 
 namespace Velquor::TestKit {
 
+/// A login session as the facade uses it: it follows the login state file before each operation.
+///
+/// Thread: the test's. Owner: the test.
+class SessionUnderTest {
+public:
+    SessionUnderTest() = default;
+    // Implicit: the tests make it from a session of any owner.
+    SessionUnderTest(std::shared_ptr<WebServices::Internal::LoginSession> session)
+        : m_session(std::move(session)) {}
+
+    [[nodiscard]] WebServices::Internal::LoginSession* operator->() const {
+        m_session->followFile();
+        return m_session.get();
+    }
+    [[nodiscard]] WebServices::Internal::LoginSession& operator*() const { return *operator->(); }
+    /// The session as it is in memory.
+    [[nodiscard]] WebServices::Internal::LoginSession* get() const { return m_session.get(); }
+    void reset() { m_session.reset(); }
+    /// For code that shares the session.
+    operator std::shared_ptr<WebServices::Internal::LoginSession>() const { return m_session; }
+
+private:
+    std::shared_ptr<WebServices::Internal::LoginSession> m_session;
+};
+
 /// Makes login sessions that share one login state file in a folder of their own, as processes of one user do.
 ///
 /// Thread: the test's. Owner: the test.
@@ -51,10 +76,9 @@ public:
         return made;
     }
 
-    [[nodiscard]] std::unique_ptr<WebServices::Internal::LoginSession>
-    makeSession(const QString& key = QStringLiteral("demo-product-0001"),
-                const QString& secret = QStringLiteral("demo-secret-0001")) {
-        auto session = std::make_unique<WebServices::Internal::LoginSession>(
+    [[nodiscard]] SessionUnderTest makeSession(const QString& key = QStringLiteral("demo-product-0001"),
+                                               const QString& secret = QStringLiteral("demo-secret-0001")) {
+        auto session = std::make_shared<WebServices::Internal::LoginSession>(
             services(),
             WebServices::Internal::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
         session->SetConfiguration(key, configuration(key, secret));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Store/LoginStateLoader.h"
 #include "Session/Store/LoginStateSaver.h"
 #include "TestKit/SessionFixture.h"
@@ -14,7 +15,7 @@ class StateProcess {
 public:
     explicit StateProcess(SessionFixture& fixture, const QString& consumerKey = QStringLiteral("demo-product-0001"),
                           WebServices::Server server = WebServices::Production)
-        : core(fixture.services(), &m_voice)
+        : core(fixture.services(), &m_events)
         , m_key(consumerKey) {
         using WebServices::WebServicesConfiguration;
         core.clients.add({consumerKey, 1, QStringLiteral("Product of ") + consumerKey, QStringLiteral("/opt/product")});
@@ -26,7 +27,7 @@ public:
         WebServices::Internal::LoginStateLoader(core).loadAll(true);
         core.setRestored();
         if (core.isLoggedIn(m_key))
-            core.configuredProduct(m_key);
+            WebServices::Internal::ProductConfigurator(core).configure(m_key);
     }
 
     void signIn(const QString& user, const QDateTime& tokenExpiry = QDateTime::currentDateTimeUtc().addSecs(3600)) {
@@ -44,7 +45,7 @@ public:
     /// The product has tokens of its own from now on.
     void takeTokens(const QDateTime& expiry, const QByteArray& token = {}) {
         const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
-        core.configuredProduct(m_key)->setTokens(
+        WebServices::Internal::ProductConfigurator(core).configure(m_key)->setTokens(
             {encrypt(token.isEmpty() ? "token of " + m_key.toUtf8() : token), encrypt("secret"), encrypt("handle"), expiry});
     }
 
@@ -71,15 +72,16 @@ public:
     }
 
 private:
-    class SilentVoice : public WebServices::Internal::ISessionEvents {
+    class SilentEvents : public WebServices::Internal::ISessionEvents {
     public:
         void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
         void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
         void forceLogout(const QString&, const QString&) override {}
-        bool catchUpWithin(int) override { return true; }
+        [[nodiscard]] bool isLogoutVetoed(const QString&) override { return false; }
+        bool followFile(int) override { return true; }
     };
 
-    SilentVoice m_voice;
+    SilentEvents m_events;
 
 public:
     WebServices::Internal::SessionState core;

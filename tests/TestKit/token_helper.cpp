@@ -123,7 +123,7 @@ private:
 
     TestKit::SessionFixture m_fixture;
     const QString m_key;
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
     std::vector<std::thread> m_threads;
     QJsonArray m_tokens;
     qint64 m_longest = 0;

@@ -216,7 +216,7 @@ private:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
 };
 
 QTEST_GUILESS_MAIN(CacheSessionTest)

@@ -156,7 +156,7 @@ private:
     }
 
     QTemporaryDir m_runtime;
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
     std::vector<std::unique_ptr<TokenHelper>> m_helpers;
     std::vector<std::unique_ptr<SignInObserver>> m_observers;
 };

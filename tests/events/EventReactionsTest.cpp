@@ -42,7 +42,8 @@ public:
     void raiseEvent(Event event, const EventSubject&) override { toOthers += event; }
     void raiseEventHere(Event event, const EventSubject&) override { here += event; }
     void forceLogout(const QString&, const QString&) override {}
-    bool catchUpWithin(int) override {
+    [[nodiscard]] bool isLogoutVetoed(const QString&) override { return false; }
+    bool followFile(int) override {
         ++looks;
         return canLook;
     }

@@ -133,7 +133,7 @@ private slots:
         m_fixture->notifiesProcesses = true;
         m_session = m_fixture->makeSession();
         signIn(*m_session);
-        const std::unique_ptr<LoginSession> other = m_fixture->makeSession();
+        const TestKit::SessionUnderTest other = m_fixture->makeSession();
         other->RestoreLogin(key, false);
         QTest::qWait(300);
         Hook hook;
@@ -153,7 +153,7 @@ private slots:
     void changesTheServerAfterASignOutElsewhere() {
         m_session = m_fixture->makeSession();
         signIn(*m_session);
-        const std::unique_ptr<LoginSession> other = m_fixture->makeSession();
+        const TestKit::SessionUnderTest other = m_fixture->makeSession();
         other->RestoreLogin(key, false);
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         QVERIFY(other->Logout(key, error, true));

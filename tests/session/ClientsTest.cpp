@@ -122,7 +122,7 @@ private:
     [[nodiscard]] QJsonArray clients() { return part("Clients"); }
     [[nodiscard]] QJsonArray products() { return part("ProductLoginSessions"); }
 
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
 };
 
 QTEST_GUILESS_MAIN(ClientsTest)

@@ -257,7 +257,7 @@ private:
 
     QNetworkProxy m_before;
     std::unique_ptr<TestKit::SessionFixture> m_fixture;
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
 };
 
 QTEST_GUILESS_MAIN(ProxyCredentialsTest)

@@ -385,7 +385,7 @@ private:
         return QJsonDocument::fromJson(reply->readAll()).object();
     }
 
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
 };
 
 QTEST_GUILESS_MAIN(SignInTest)

@@ -1,5 +1,6 @@
 // The login state file cannot be read or written for a while: what is newer in memory stays, and reaches the file in the end.
 
+#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Operations/SignOutFlow.h"
 #include "TestKit/BlockedFile.h"
 #include "TestKit/ServiceTest.h"
@@ -135,11 +136,12 @@ void UnsavedStateTest::endsNoLaterSignIn() {
     Process second(*m_fixture);
     second.restore();
     if (!later.isEmpty()) {
-        QVERIFY(SignOutFlow(second.core).complete());
+        QVERIFY(SignOutFlow(second.core).complete({}));
         second.signIn(later);
-        QCOMPARE(LoginStateSaver(second.core).saveSignIn(*second.core.configuredProduct(key)), LoginStateSaver::Result::Saved);
+        QCOMPARE(LoginStateSaver(second.core).saveSignIn(*ProductConfigurator(second.core).configure(key)),
+                 LoginStateSaver::Result::Saved);
     }
-    QVERIFY(SignOutFlow(first.core).complete());
+    QVERIFY(SignOutFlow(first.core).complete({}));
     QVERIFY(!first.core.isLoggedIn());
     QCOMPARE(m_fixture->userInFile(), later);
     second.lookAtFile();
@@ -177,7 +179,7 @@ void UnsavedStateTest::aSignInReplacesOneOfALaterDate() {
         signInAs(*session, bobOfTheService);
     } else {
         late.signIn(QStringLiteral("bob"));
-        LoginStateSaver(late.core).saveSignIn(*late.core.configuredProduct(key));
+        LoginStateSaver(late.core).saveSignIn(*ProductConfigurator(late.core).configure(key));
     }
     QCOMPARE(m_fixture->userInFile(), QStringLiteral("bob"));
     before.lookAtFile();
@@ -189,7 +191,7 @@ void UnsavedStateTest::aForcedRestoreLearnsOfASignOut() {
     first.restoreAndSignIn();
     Process second(*m_fixture);
     second.restore();
-    QVERIFY(SignOutFlow(second.core).complete());
+    QVERIFY(SignOutFlow(second.core).complete({}));
     first.restore();
     QVERIFY(!first.core.isLoggedIn());
 }
@@ -216,7 +218,7 @@ void UnsavedStateTest::keepsOAuth2TokensOfUsersApart() {
     if (isBlocked)
         blocked.emplace(m_fixture->file());
     const OAuth2TokenData token{RT, QString(), m_fixture->cryptor->encrypt("token"), QDateTime::currentDateTimeUtc().addSecs(60)};
-    QCOMPARE(LoginStateSaver(second.core).saveOAuth2(*second.core.configuredProduct(key), token),
+    QCOMPARE(LoginStateSaver(second.core).saveOAuth2(*ProductConfigurator(second.core).configure(key), token),
              LoginStateSaver::Result::Failed);
     blocked.reset();
     QVERIFY(m_fixture->hasLogged(logged));

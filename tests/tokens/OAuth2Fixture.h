@@ -53,9 +53,9 @@ protected:
         m_fixture.reset();
     }
 
-    std::unique_ptr<LoginSession> makeSession(const QVector<OAuth2TokenSpec>& specs,
-                                              const WebServicesConfiguration& configuration = oauth2Configuration()) {
-        auto session = std::make_unique<LoginSession>(
+    TestKit::SessionUnderTest makeSession(const QVector<OAuth2TokenSpec>& specs,
+                                          const WebServicesConfiguration& configuration = oauth2Configuration()) {
+        auto session = std::make_shared<LoginSession>(
             m_fixture->services(), ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")}, specs);
         session->SetConfiguration(key, configuration);
         return session;
@@ -151,7 +151,7 @@ protected:
         return textOf(productNode(), data.type == RT ? "1" : "2", data.legacy ? QStringLiteral("legacy") : data.scope);
     }
 
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
     QDomDocument m_document;
 };
 

@@ -391,7 +391,7 @@ private:
         m_fixture->writeFile(document.toByteArray());
     }
 
-    std::unique_ptr<LoginSession> m_session;
+    TestKit::SessionUnderTest m_session;
     int m_before = 0;
 };
 

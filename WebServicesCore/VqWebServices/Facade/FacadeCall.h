@@ -31,10 +31,11 @@ void guarded(const char* operation, const Work& work) {
     });
 }
 
-/// Runs one operation of a facade on the session of this moment; a call while the library is not initialized has its failure
-/// result and one log line too. Thread: any.
+/// Runs one operation of a facade on the session of this moment, as it is in memory; a call while the library is not initialized
+/// has its failure result and one log line too. For operations that must neither read the file nor call an observer, such as the
+/// removal of an observer. Thread: any.
 template <class Result, class Work>
-Result withSession(const char* operation, Result failure, const Work& work) {
+Result withSessionAsIs(const char* operation, Result failure, const Work& work) {
     return guarded(operation, failure, [&]() -> Result {
         if (const auto session = WebServicesManagerImp::instance().session())
             return work(*session);
@@ -42,6 +43,16 @@ Result withSession(const char* operation, Result failure, const Work& work) {
             QStringLiteral("%1 failed. %2")
                 .arg(QLatin1String(operation), QStringLiteral("Module not initialized or already uninitialized.")));
         return failure;
+    });
+}
+
+/// The same after the session has applied what other processes have written to the login state file: every operation of a product
+/// starts from the latest state. Thread: any.
+template <class Result, class Work>
+Result withSession(const char* operation, Result failure, const Work& work) {
+    return withSessionAsIs(operation, failure, [&](LoginSession& session) -> Result {
+        session.followFile();
+        return work(session);
     });
 }
 

@@ -160,14 +160,14 @@ wchar_t* WebServicesManager::SignUrlForBrowser(const wchar_t* url, bool checkExp
 }
 
 void WebServicesManager::AddObserver(IWebServicesObserver* observer) {
-    withSession("AddObserver", false, [&](LoginSession& session) {
+    withSessionAsIs("AddObserver", false, [&](LoginSession& session) {
         session.observers().add(observer);
         return true;
     });
 }
 
 void WebServicesManager::RemoveObserver(IWebServicesObserver* observer) {
-    withSession("RemoveObserver", false, [&](LoginSession& session) {
+    withSessionAsIs("RemoveObserver", false, [&](LoginSession& session) {
         session.observers().remove(observer);
         return true;
     });

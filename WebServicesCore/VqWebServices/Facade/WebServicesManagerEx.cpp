@@ -205,7 +205,7 @@ bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url
 }
 
 bool WebServicesManagerEx::CompleteLogout(const QString& clientKey) {
-    return withSession("CompleteLogout", false, [&](LoginSession& session) {
+    return withSessionAsIs("CompleteLogout", false, [&](LoginSession& session) {
         return session.requireClient(clientKey) && session.CompleteLogout(clientKey);
     });
 }

@@ -24,7 +24,7 @@ bool hasBuffers(const char* operation, const wchar_t* first, int firstSize, cons
 
 bool WebServicesManager::GetProxyAuthenticationDialogText(wchar_t* caption, int captionSize, wchar_t* message, int messageSize) {
     const char* const operation = "GetProxyAuthenticationDialogText";
-    return withSession(operation, false, [&](LoginSession&) {
+    return withSessionAsIs(operation, false, [&](LoginSession&) {
         if (!hasBuffers(operation, caption, captionSize, message, messageSize))
             return false;
         const ProxyDialogTexts texts = ProxyPrompt::instance().texts();
@@ -35,14 +35,14 @@ bool WebServicesManager::GetProxyAuthenticationDialogText(wchar_t* caption, int 
 }
 
 void WebServicesManager::SetProxyAuthenticationDialogText(const wchar_t* caption, const wchar_t* message) {
-    withSession("SetProxyAuthenticationDialogText", false, [&](LoginSession&) {
+    withSessionAsIs("SetProxyAuthenticationDialogText", false, [&](LoginSession&) {
         ProxyPrompt::instance().setTexts({textFromCaller(caption), textFromCaller(message)});
         return true;
     });
 }
 
 bool WebServicesManager::HasProxyAuthentication(const wchar_t* host, int port) {
-    return withSession("HasProxyAuthentication", false, [&](LoginSession& session) {
+    return withSessionAsIs("HasProxyAuthentication", false, [&](LoginSession& session) {
         return session.proxyCredentials().HasProxyAuthentication(textFromCaller(host), port);
     });
 }
@@ -50,7 +50,7 @@ bool WebServicesManager::HasProxyAuthentication(const wchar_t* host, int port) {
 bool WebServicesManager::GetProxyAuthentication(const wchar_t* host, int port, wchar_t* user, int userSize, wchar_t* password,
                                                 int passwordSize) {
     const char* const operation = "GetProxyAuthentication";
-    return withSession(operation, false, [&](LoginSession& session) {
+    return withSessionAsIs(operation, false, [&](LoginSession& session) {
         const QString name = textFromCaller(host);
         ProxyLogin login;
         if ((!name.isEmpty() && !hasBuffers(operation, user, userSize, password, passwordSize))
@@ -63,17 +63,18 @@ bool WebServicesManager::GetProxyAuthentication(const wchar_t* host, int port, w
 }
 
 bool WebServicesManager::SetProxyAuthentication(const wchar_t* host, int port, const wchar_t* user, const wchar_t* password) {
-    return withSession("SetProxyAuthentication", false, [&](LoginSession& session) {
+    return withSessionAsIs("SetProxyAuthentication", false, [&](LoginSession& session) {
         return session.SetProxyAuthentication(textFromCaller(host), port, textFromCaller(user), textFromCaller(password));
     });
 }
 
 bool WebServicesManager::HasProxyInfo() {
-    return withSession("HasProxyInfo", false, [](LoginSession& session) { return session.proxyCredentials().HasProxyInfo(); });
+    return withSessionAsIs("HasProxyInfo", false,
+                           [](LoginSession& session) { return session.proxyCredentials().HasProxyInfo(); });
 }
 
 bool WebServicesManager::ClearProxyInfo() {
-    return withSession("ClearProxyInfo", false, [](LoginSession& session) { return session.ClearProxyInfo(); });
+    return withSessionAsIs("ClearProxyInfo", false, [](LoginSession& session) { return session.ClearProxyInfo(); });
 }
 
 } // namespace Velquor::WebServices

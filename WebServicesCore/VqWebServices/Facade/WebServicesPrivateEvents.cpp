@@ -40,7 +40,7 @@ void WebServicesPrivate::RaiseEvent(const QString& consumerKey, Event event, boo
         Log::rootLogger().error(QStringLiteral("RaiseEvent failed. %1 is no event.").arg(static_cast<int>(event)));
         return;
     }
-    (void)withSession("RaiseEvent", false, [&](LoginSession& session) {
+    (void)withSessionAsIs("RaiseEvent", false, [&](LoginSession& session) {
         session.RaiseEvent(event, consumerKey, sendToOthers);
         return true;
     });

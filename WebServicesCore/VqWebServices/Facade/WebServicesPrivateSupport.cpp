@@ -17,12 +17,13 @@ bool WebServicesPrivate::IsHostSSOServer() {
 }
 
 QByteArray WebServicesPrivate::GetLoginSessionDump() {
-    return withSession("GetLoginSessionDump", QByteArray(),
-                       [](LoginSession& session) { return QJsonDocument(session.stateDump()).toJson(QJsonDocument::Compact); });
+    return withSessionAsIs("GetLoginSessionDump", QByteArray(), [](LoginSession& session) {
+        return QJsonDocument(session.stateDump()).toJson(QJsonDocument::Compact);
+    });
 }
 
 QStringList WebServicesPrivate::GetProcessStateDump() {
-    return withSession("GetProcessStateDump", QStringList(), [](LoginSession&) {
+    return withSessionAsIs("GetProcessStateDump", QStringList(), [](LoginSession&) {
         const auto processState = WebServicesManagerImp::instance().processState();
         return processState ? processState->dump(QStringLiteral("Support")) : QStringList();
     });

@@ -1,12 +1,17 @@
 #include "Session/LoginSession.h"
 
+#include "Session/Operations/ClientSetup.h"
+#include "Session/Operations/NetworkStepGuard.h"
+#include "Session/Operations/ProductConfigurator.h"
+#include "Session/Operations/ProductStateLoader.h"
+#include "Session/Operations/SignOutFlow.h"
 #include "Session/Operations/StateDump.h"
 #include "Session/Products/TokenOperations.h"
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/LoginStateSaver.h"
 
 #include <QMutexLocker>
-#include <QThread>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -23,24 +28,22 @@ SessionDependencies withCancel(SessionDependencies services) {
 LoginSession::LoginSession(const SessionDependencies& services, const ClientIdentity& self,
                            const QVector<OAuth2TokenSpec>& oauth2Specs)
     : m_state(withCancel(services), this)
-    , m_dispatcher(
-          services.loggers.session, [this] { return m_state.isLoggedIn(); }, [this] { return m_state.isStopped.load(); })
     , m_logger(*services.loggers.session)
-    , m_reactions(m_state) {
-    qRegisterMetaType<WebServicesPrivateCore::WebServicesEvent>();
-    connect(this, &LoginSession::CallObserversTrigger, this, &LoginSession::CallObserversSlot, Qt::QueuedConnection);
-    connect(this, &LoginSession::LoggedIn, this, [this] { tellCaches(&CacheStore::LoggedIn); });
-    connect(this, &LoginSession::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
-    connect(this, &LoginSession::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
-    connect(this, &LoginSession::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
-    // The single-sign-on server is no client itself: those that it serves are added to it.
+    , m_follower(m_state)
+    , m_reactions(m_state)
+    , m_events(m_state, [this] { return weak_from_this().lock(); }) {
+    connect(&m_events, &LoginSessionEvents::LoggedIn, this, [this] { tellCaches(&CacheStore::LoggedIn); });
+    connect(&m_events, &LoginSessionEvents::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
+    connect(&m_events, &LoginSessionEvents::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
+    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
+    // The single-sign-on server is no client itself: the processes that it serves are added to it.
     if (!services.isSSOServer) {
         AddClient(self);
         for (const OAuth2TokenSpec& spec : oauth2Specs)
             m_state.clients.enableOAuth2(self.clientKey, spec);
     }
     if (services.notifiesProcesses)
-        startNotifications();
+        m_events.startNotifications(m_reactions);
 }
 
 LoginSession::~LoginSession() {
@@ -51,8 +54,8 @@ LoginSession::~LoginSession() {
 void LoginSession::stop() {
     m_state.isStopped = true;
     emit m_state.services.exchangeCancel->Canceled();
-    stopNotifications();
-    saveWhatIsLeft();
+    m_events.stopNotifications();
+    m_follower.saveRemainder();
     m_state.products.stopAll();
 }
 
@@ -64,24 +67,164 @@ void LoginSession::loadBasicOnce() {
         LoginStateLoader(m_state).loadBasic();
 }
 
+bool LoginSession::AddClient(const ClientIdentity& identity) {
+    const QMutexLocker lock(&m_state.lock);
+    m_state.clients.add(identity);
+    return true;
+}
+
+bool LoginSession::RemoveClient(const QString& clientKey) {
+    ClientSetup(m_state).remove(clientKey);
+    return true;
+}
+
+bool LoginSession::requireClient(const QString& clientKey) const {
+    const bool isKnown = isClient(clientKey);
+    if (!isKnown)
+        m_logger.error(QStringLiteral("Client info not found for client key %1.").arg(clientKey));
+    return isKnown;
+}
+
+bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
+    return ClientSetup(m_state).setConfiguration(clientKey, configuration);
+}
+
+ConfigurationPointer LoginSession::configuration(const QString& clientKey) const {
+    return m_state.clients.configuration(clientKey, m_state.currentServer());
+}
+
 Server LoginSession::currentServer() {
     loadBasicOnce();
     return m_state.currentServer();
 }
 
+bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool persist) {
+    if (!m_state.isRestored() && !persist) {
+        const QMutexLocker lock(&m_state.lock);
+        m_isBasicLoaded = true;
+        m_state.setCurrentServer(server);
+        return true;
+    }
+    if (!m_state.isRestored())
+        RestoreLogin(clientKey, false);
+    const Server before = m_state.currentServer();
+    if (server == before)
+        return true;
+    m_logger.information(QStringLiteral("Changing server from %1 to %2").arg(serverName(before), serverName(server)));
+    if (isRealServer(before) && m_state.isLoggedIn()) {
+        m_logger.information(
+            QStringLiteral("Currently logged in to %1 server. Logging out from this server to change server to %2.")
+                .arg(serverName(before), serverName(server)));
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        if (!Logout(clientKey, error, true)) {
+            m_logger.error(QStringLiteral("Failed to change server from %1 to %2. Failed to logout from current server.")
+                               .arg(serverName(before), serverName(server)));
+            return false;
+        }
+    }
+    {
+        const QMutexLocker lock(&m_state.lock);
+        m_state.setCurrentServer(server);
+        if (persist)
+            LoginStateSaver(m_state).save();
+    }
+    RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
+    m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
+    return true;
+}
+
+bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
+    {
+        const QMutexLocker lock(&m_state.lock);
+        if (m_state.isRestored() && !force) {
+            if (!ProductStateLoader(m_state).loadProduct(clientKey))
+                m_logger.information(
+                    QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
+            m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));
+            return true;
+        }
+        m_logger.information(QStringLiteral("Restoring login state for all products"));
+        LoginStateLoader(m_state).loadAll(true);
+        const Server server = m_state.currentServer();
+        if (!isRealServer(server))
+            return false;
+        ProductConfigurator(m_state).configureAll();
+        m_state.setRestored();
+    }
+    RaiseEvent(Event::LoginRestored, m_state.subjectKey(clientKey), false);
+    oauth2().reportToken(clientKey);
+    m_logger.information(QStringLiteral("Login restored for all products"));
+    return true;
+}
+
+InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
+    const NetworkStepGuard flow(m_state, "InitiateLogin");
+    return flow.isEntered() ? SignInFlow(m_state).initiate(clientKey, ldapDomainKey)
+                            : InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
+}
+
+int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies) {
+    int code = LoginCode::exchangeFailed;
+    {
+        const NetworkStepGuard flow(m_state, "CompleteLogin");
+        if (flow.isEntered())
+            code = SignInFlow(m_state).complete(clientKey, cookies);
+    }
+    if (code != LoginCode::success)
+        return code;
+    {
+        // The other products of this process can use the new sign-in.
+        const QMutexLocker lock(&m_state.lock);
+        ProductConfigurator(m_state).configureAll();
+    }
+    RaiseEvent(Event::LoggedIn, m_state.subjectKey(clientKey), true);
+    return code;
+}
+
+bool LoginSession::InitiateLogout(const QString& clientKey, QString& url, NetworkCookieJar& cookies) {
+    const std::optional<LogoutPage> page = SignOutFlow(m_state).initiate(clientKey);
+    if (!page)
+        return false;
+    url = page->url;
+    cookies = page->cookies;
+    return true;
+}
+
+bool LoginSession::CompleteLogout(const QString& clientKey) {
+    return SignOutFlow(m_state).complete(clientKey);
+}
+
+bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError& error, bool force) {
+    return SignOutFlow(m_state).logOut(clientKey, error, {force, QString()});
+}
+
+void LoginSession::forceLogout(const QString& productKey, const QString& signInId) {
+    ++m_state.pendingLogouts;
+    QMetaObject::invokeMethod(
+        this, [this, productKey, signInId] { LogoutSlot(productKey, signInId); }, Qt::QueuedConnection);
+}
+
+void LoginSession::LogoutSlot(const QString& productKey, const QString& signInId) {
+    const auto self = weak_from_this().lock();
+    // The main thread may have been busy for long: what matters is whether the sign-in is still the one that cannot be used.
+    followFile();
+    QNetworkReply::NetworkError error = QNetworkReply::NoError;
+    if (!m_state.isStopped && m_state.isLoggedIn() && m_state.signInId() == signInId
+        && !SignOutFlow(m_state).logOut(productKey, error, {true, signInId}))
+        m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
+    --m_state.pendingLogouts;
+}
+
 QByteArray LoginSession::SignRequest(const QString& clientKey, const SigningOrder& order) {
-    catchUp();
     return RequestSigning(m_state).SignRequest(clientKey, order);
 }
 
 bool LoginSession::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                   Util::SecretBytes& secret) {
-    catchUp();
     return RequestSigning(m_state).GetAccessToken(clientKey, checkExpiry, token, secret);
 }
 
 bool LoginSession::RefreshToken(const QString& clientKey, bool synchronous) {
-    catchUp();
     const ProductSessionPointer product = m_state.product(clientKey);
     TokenOperations* const operations = product ? product->operations() : nullptr;
     return operations && !(synchronous && m_state.isInsideNetworkStep())
@@ -94,39 +237,63 @@ bool LoginSession::isTokenRefreshTimerActive(const QString& clientKey) const {
     return operations && operations->isTokenRefreshTimerActive();
 }
 
-bool LoginSession::isLoggedIn(const QString& clientKey) {
-    catchUp();
-    return m_state.isLoggedIn(clientKey);
-}
-
-bool LoginSession::isLoginValid(const QString& clientKey) {
-    catchUp();
-    return m_state.isLoginValid(clientKey);
-}
-
-bool LoginSession::isLoginExpired() {
-    catchUp();
-    return m_state.isLoginExpired();
-}
-
 BasicLoginState LoginSession::basicState() {
     loadBasicOnce();
-    catchUp();
     return m_state.basic();
 }
 
 ProductTokens LoginSession::tokens(const QString& clientKey) {
-    catchUp();
     const ProductSessionPointer product = m_state.product(clientKey);
     return product ? product->tokens() : ProductTokens();
+}
+
+NetworkCookieJar LoginSession::loginCookies() {
+    return decryptCookies(basicState().loginCookies, *m_state.services.cryptor, m_logger);
 }
 
 QJsonObject LoginSession::stateDump() {
     return dumpState(m_state);
 }
 
-NetworkCookieJar LoginSession::loginCookies() {
-    return decryptCookies(basicState().loginCookies, *m_state.services.cryptor, m_logger);
+bool LoginSession::SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password) {
+    const QMutexLocker lock(&m_state.lock);
+    return m_state.proxy.SetProxyAuthentication(host, port, user, password);
+}
+
+bool LoginSession::ClearProxyInfo() {
+    const QMutexLocker lock(&m_state.lock);
+    return m_state.proxy.ClearProxyInfo();
+}
+
+void LoginSession::loadProxyInfo() {
+    const QMutexLocker lock(&m_state.lock);
+    m_state.proxy.loadFromFile();
+}
+
+ProxyLogin LoginSession::findProxyLogin(const ProxyAddress& proxy, const RefusedLogins& refused) const {
+    return m_state.isStopped ? ProxyLogin() : m_state.proxy.find(proxy, refused);
+}
+
+void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login) {
+    if (m_state.isStopped)
+        return;
+    // A sign-in holds the lock while it waits for its own answer of the network, which may need this very login.
+    if (m_state.lock.try_lock()) {
+        m_state.proxy.SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password);
+        m_state.lock.unlock();
+        return;
+    }
+    QMetaObject::invokeMethod(
+        this, [this, proxy, login] { SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password); },
+        Qt::QueuedConnection);
+}
+
+void LoginSession::tellCaches(CacheClient::Event event) {
+    const QVector<ProductSessionPointer> products = m_state.products.all();
+    for (const ProductSessionPointer& product : products) {
+        if (TokenOperations* const operations = product->operations())
+            operations->caches().tell(event);
+    }
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Events/EventDispatcher.h"
-#include "Events/NotificationManager.h"
 #include "Session/Core/SessionState.h"
+#include "Session/LoginSessionEvents.h"
 #include "Session/Operations/CacheAccess.h"
 #include "Session/Operations/EventReactions.h"
+#include "Session/Operations/LoginStateFollower.h"
 #include "Session/Operations/OAuth2Access.h"
 #include "Session/Operations/RequestSigning.h"
 #include "Session/Operations/SignInFlow.h"
@@ -12,9 +12,7 @@
 #include <QJsonObject>
 #include <QNetworkReply>
 #include <QObject>
-#include <QThread>
 #include <VqWebServices/NetworkCookieJar.h>
-#include <atomic>
 #include <memory>
 
 namespace Velquor::WebServices::Internal {
@@ -33,6 +31,10 @@ public:
     LoginSession(const SessionDependencies& services, const ClientIdentity& self,
                  const QVector<OAuth2TokenSpec>& oauth2Specs = {});
     ~LoginSession() override;
+
+    /// Applies what other processes have written to the login state file, and notifies the observers. Callers do this before an
+    /// operation of a product; no operation here does it by itself.
+    void followFile() { (void)m_follower.follow(); }
 
     /// Ends all token work and every wait for it, and waits for the threads. Nothing is called back afterwards. Main thread.
     void stop();
@@ -69,24 +71,18 @@ public:
     bool RefreshToken(const QString& clientKey, bool synchronous);
 
     /// The operations with OAuth2 tokens.
-    [[nodiscard]] OAuth2Access oauth2() {
-        catchUp();
-        return OAuth2Access(m_state);
-    }
+    [[nodiscard]] OAuth2Access oauth2() { return OAuth2Access(m_state); }
 
     /// The operations with cached replies.
-    [[nodiscard]] CacheAccess caches() {
-        catchUp();
-        return CacheAccess(m_state);
-    }
+    [[nodiscard]] CacheAccess caches() { return CacheAccess(m_state); }
 
     [[nodiscard]] bool isTokenRefreshTimerActive(const QString& clientKey) const;
     [[nodiscard]] QString clientName(const QString& clientKey) const { return m_state.clients.displayName(clientKey); }
 
     /// An empty client key asks for any product.
-    [[nodiscard]] bool isLoggedIn(const QString& clientKey);
-    [[nodiscard]] bool isLoginValid(const QString& clientKey);
-    [[nodiscard]] bool isLoginExpired();
+    [[nodiscard]] bool isLoggedIn(const QString& clientKey) const { return m_state.isLoggedIn(clientKey); }
+    [[nodiscard]] bool isLoginValid(const QString& clientKey) const { return m_state.isLoginValid(clientKey); }
+    [[nodiscard]] bool isLoginExpired() const { return m_state.isLoginExpired(); }
     [[nodiscard]] bool isRestored() const { return m_state.isRestored(); }
     [[nodiscard]] BasicLoginState basicState();
     [[nodiscard]] ProductTokens tokens(const QString& clientKey);
@@ -96,9 +92,10 @@ public:
     /// The same for an operation that fails without the client: one log line says so.
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
-    /// Tells the observers and listeners of this process, on the main thread, and when `sendToOthers` is set also the other
-    /// processes of the user, whatever the event.
-    void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers);
+    /// As `LoginSessionEvents::RaiseEvent`.
+    void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
+        m_events.RaiseEvent(event, subject, sendToOthers);
+    }
 
     // The proxy credentials, as of `ProxyCredentials`.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
@@ -113,68 +110,27 @@ public:
     /// Clients and product login sessions, for support; no secrets.
     [[nodiscard]] QJsonObject stateDump();
 
-    [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
-
-signals:
-    // For the library's own listeners, emitted on the main thread after the observers were called.
-    void LoggedIn();
-    void LoginRestored();
-    void LoggingOut();
-    void LoggedOut();
-    void LoginDialogTimeoutInVqSSOServer();
-    void TokenRefreshed();
-    void ServerChanged();
-    void TokenAcquired();
-    void TokenQueryFailed();
-    void TokenAvailable();
-    void OAuth2TokenAcquired();
-    void OAuth2TokenQueryFailed();
-    void OAuth2TokenAvailable();
-    void OAuth2TokenDiscarded();
-    void OAuth2TokenRefreshed();
-
-    void CallObserversTrigger(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
+    [[nodiscard]] ObserverRegistry& observers() { return m_events.observers(); }
 
 private slots:
-    void CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey, bool* pAboutToLogout);
     void LogoutSlot(const QString& productKey, const QString& signInId);
 
 private:
-    /// Takes over what another process has written to the file since it was last seen, and tells the observers; then writes what
-    /// could not be written before. False when the state is held by another step for longer than `waitMs` milliseconds, or the
-    /// file could not be looked at.
-    bool catchUp(int waitMs = 0);
-    /// There is something to take over from the file.
-    [[nodiscard]] bool hasFileChanged() const { return m_state.file.currentStamp() != m_state.file.seenStamp(); }
-    /// False when the file could not be looked at.
-    bool applyFile(int guardTimeoutMs);
-    /// The last try to write what could not be written so far.
-    void saveWhatIsLeft();
     void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, isForOtherProcesses(event)); }
     void raiseEventHere(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, false); }
-    void startNotifications();
-    void stopNotifications();
-    void sendToOthers(Event event, const EventSubject& subject);
-    void emitToListeners(Event event);
-    void tellCaches(CacheClient::Event event);
+    [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey) override { return m_events.isLogoutVetoed(consumerKey); }
     void forceLogout(const QString& productKey, const QString& signInId) override;
-    /// `onlySignIn`: fails when another sign-in than that with this mark is to be ended; empty: ends whichever there is.
-    bool logOut(const QString& clientKey, QNetworkReply::NetworkError& error, bool force, const QString& onlySignIn);
-    bool catchUpWithin(int waitMs) override { return catchUp(waitMs); }
+    bool followFile(int waitMs) override { return m_follower.follow(waitMs); }
+    void tellCaches(CacheClient::Event event);
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
-    [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
-    [[nodiscard]] bool isCompanionLoaded() const;
 
     SessionState m_state;
-    bool m_isBasicLoaded = false;            ///< Under the login session lock.
-    std::atomic<bool> m_isCatchingUp{false}; ///< A thread that holds the login session lock is reading the file.
-    EventDispatcher m_dispatcher;
+    bool m_isBasicLoaded = false; ///< Under the login session lock.
     Log::ILogger& m_logger;
+    LoginStateFollower m_follower;
     EventReactions m_reactions;
-    QMutex m_notificationMutex;
-    NotificationManager* m_notifications = nullptr; ///< Lives on the thread and is deleted by its end.
-    std::unique_ptr<QThread> m_notificationThread;
+    LoginSessionEvents m_events; ///< Stops its thread, which uses the reactions, before they go.
 };
 
 } // namespace Velquor::WebServices::Internal

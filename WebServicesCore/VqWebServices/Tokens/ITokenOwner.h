@@ -83,6 +83,9 @@ public:
     virtual void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) = 0;
     /// Ends the sign-in with this mark, later and on the main thread, since it cannot be used any more. A later sign-in stays.
     virtual void forceLogout(const QString& signInId) = 0;
+
+    /// The product is going away: nothing is waited for and no event is raised any more.
+    virtual void stop() {}
 };
 
 } // namespace Velquor::WebServices::Internal

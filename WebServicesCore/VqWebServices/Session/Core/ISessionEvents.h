@@ -4,23 +4,25 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the helpers of the login session ask of it: to tell the world, and to look at the file.
+/// What the classes that work on the session ask of the login session: to raise events, and to follow the file.
 ///
 /// Thread: any, with none of the session's locks held. Owner: the login session implements it.
 class ISessionEvents {
 public:
     virtual ~ISessionEvents() = default;
 
-    /// Tells this process and, where the event is one for them, the others.
+    /// Raises the event in this process and, when it is one for them, in the user's other processes.
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
-    /// Tells this process only: the others know it already.
+    /// Raises the event in this process only: the other processes know it already.
     virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
-    /// Ends the sign-in with this mark (`SessionState::signInId`) later, on the main thread, with the product of this key as the
-    /// one that asks. Does nothing when another sign-in has taken its place by then.
+    /// Asks the observers whether the user may be signed out, and waits for their answer.
+    [[nodiscard]] virtual bool isLogoutVetoed(const QString& consumerKey) = 0;
+    /// Ends the sign-in of this id (`SessionState::signInId`) later, on the main thread, in the name of the product of this key.
+    /// Does nothing when another sign-in has taken its place by then.
     virtual void forceLogout(const QString& productKey, const QString& signInId) = 0;
-    /// Takes over what other processes have written to the file. Waits at most so long for a step of this process that is under
-    /// way; false when the file could not be looked at in this time.
-    virtual bool catchUpWithin(int waitMs) = 0;
+    /// Applies what other processes have written to the file. Waits at most `waitMs` milliseconds for a step of this process that
+    /// holds the state; false when the file could not be read in this time.
+    virtual bool followFile(int waitMs) = 0;
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -104,48 +104,6 @@ ProductSessionPointer SessionState::product(const QString& clientKey) const {
     return key.isEmpty() ? ProductSessionPointer() : products.find(key, currentServer());
 }
 
-ProductSessionPointer SessionState::configuredProduct(const QString& clientKey) {
-    const Server server = currentServer();
-    const ConfigurationPointer configuration = clients.configuration(clientKey, server);
-    if (!configuration)
-        return {};
-    const ProductSessionPointer session = products.getOrCreate(clients.productKey(clientKey, server), server);
-    if (!session)
-        return {};
-    services.loggers.session->information(
-        QStringLiteral("Setting configuration in product login session for %1 server").arg(serverName(server)));
-    session->SetConfiguration(configuration);
-    if (!clients.contains(clientKey)) {
-        services.loggers.session->error(
-            QStringLiteral("Failed to apply product settings in product login session. Client info not found for product id %1.")
-                .arg(clientKey));
-        return session;
-    }
-    services.loggers.session->information(QStringLiteral("Applying product settings in product login session"));
-    const ClientIdentity identity = clients.identity(clientKey);
-    session->setProduct(identity.productName, QFileInfo(identity.productExeFile).fileName());
-    session->AddClientReference(clientKey);
-    session->Activate(*this);
-    const OAuth2Settings oauth2 = clients.oauth2(clientKey);
-    if (oauth2.isEnabled)
-        session->EnableOAuth2(oauth2.specs);
-    for (const CacheType type : cacheTypes) {
-        if (clients.isCacheEnabled(clientKey, type))
-            session->enableCache(type);
-    }
-    return session;
-}
-
-void SessionState::configureProducts() {
-    if (!isLoggedIn())
-        return;
-    const QStringList configured = clients.configuredFor(currentServer());
-    for (const QString& clientKey : configured) {
-        if (const ProductSessionPointer session = configuredProduct(clientKey))
-            session->CheckTokensToQuery(*this);
-    }
-}
-
 bool SessionState::isLoggedIn(const QString& clientKey) const {
     if (!basic().hasUser())
         return false;

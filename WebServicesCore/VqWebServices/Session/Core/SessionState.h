@@ -74,12 +74,6 @@ public:
     }
     /// The product login session of a client on the current server; null when there is none.
     [[nodiscard]] ProductSessionPointer product(const QString& clientKey) const;
-    /// Get or create, with the client's configuration and product applied; null when the client is not configured.
-    ProductSessionPointer configuredProduct(const QString& clientKey);
-
-    /// Hands the products on the current server the configurations of their clients, which starts their token work. Does nothing
-    /// while no user is signed in.
-    void configureProducts();
 
     /// A user is known and a product (any, when the client key is empty) has its tokens on the current server.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey = {}) const;

@@ -1,8 +1,8 @@
 #include "Session/Operations/EventReactions.h"
 
 #include "Session/Operations/OAuth2Access.h"
+#include "Session/Operations/ProductStateLoader.h"
 #include "Session/Products/TokenOperations.h"
-#include "Session/Store/ProductStateLoader.h"
 
 #include <chrono>
 #include <mutex>
@@ -25,13 +25,13 @@ void EventReactions::eventReceived(Event event, const EventSubject& subject) {
     // Before any event: an earlier one that told of the change may be lost. A process that has not restored its login yet reads
     // the file then, unless somebody signs in or out.
     if (event == Event::LoggedIn || event == Event::LoggedOut || m_state.isRestored())
-        takeNews();
+        followFile();
     react(event, subject);
 }
 
 bool EventReactions::finishReactions() {
     if (m_isChangePending)
-        takeNews();
+        followFile();
     loadUnconfigured();
     return !m_isChangePending && m_unloaded.isEmpty();
 }
@@ -46,8 +46,8 @@ void EventReactions::announce(Event event, const QString& consumerKey) {
     }
 }
 
-void EventReactions::takeNews() {
-    m_isChangePending = !m_state.events->catchUpWithin(lockWaitMs);
+void EventReactions::followFile() {
+    m_isChangePending = !m_state.events->followFile(lockWaitMs);
     if (m_isChangePending)
         return;
     if (m_signedIn && m_state.isLoggedIn()) {

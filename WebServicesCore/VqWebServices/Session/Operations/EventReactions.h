@@ -21,7 +21,7 @@ public:
 
 private:
     void announce(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey);
-    void takeNews();
+    void followFile();
     void react(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
     void tokenRefreshed(const QString& consumerKey);
     void oauth2TokenChanged(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);

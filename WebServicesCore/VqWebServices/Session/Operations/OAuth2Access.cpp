@@ -102,7 +102,7 @@ void OAuth2Access::startTokens(const QString& clientKey) {
     if (!product || !m_state.isLoggedIn(clientKey))
         return;
     product->EnableOAuth2(m_state.clients.oauth2(clientKey).specs);
-    product->CheckTokensToQuery(m_state);
+    product->CheckTokensToQuery(m_state.currentServer());
 }
 
 void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held) {

@@ -2,6 +2,7 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Session/Operations/IdentityParameters.h"
+#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Products/TokenOperations.h"
 #include "Session/State/LoginCookies.h"
 #include "Session/State/LoginStateXml.h"
@@ -87,7 +88,7 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
     if (!takeRequestToken(reply, url, token))
         return {LoginCode::exchangeFailed, {}, reply.loginError(), httpStatus};
     const QUrl browserUrl = authorizationUrl(requestTokenKeys(token, *configuration), ldapDomainKey);
-    const ProductSessionPointer product = m_state.configuredProduct(clientKey);
+    const ProductSessionPointer product = ProductConfigurator(m_state).configure(clientKey);
     if (!product || browserUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(displayUrl(url)));
         return {LoginCode::exchangeFailed, {}, LoginErrorEx::SigningFailed, httpStatus};

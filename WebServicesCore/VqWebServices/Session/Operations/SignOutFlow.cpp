@@ -2,28 +2,80 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Session/Operations/AccountExchange.h"
+#include "Session/Operations/NetworkStepGuard.h"
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateSaver.h"
+#include "Tokens/IRequestFlags.h"
+#include "VqUtil/Platform/HostProcess.h"
+#include "VqUtil/ProcessState/ProcessState.h"
 
 namespace Velquor::WebServices::Internal {
 
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
 namespace {
+
 const auto accountServer = QStringLiteral("AccountServerUrl");
+
+bool isCompanionLoaded() {
+    return !Util::loadedModulePath(QStringLiteral("VqWebServicesUI.dll")).isEmpty();
 }
+
+} // namespace
 
 SignOutFlow::SignOutFlow(SessionState& state)
     : m_state(state)
     , m_logger(*state.services.loggers.session) {}
 
-bool SignOutFlow::begin() {
-    m_logger.information(QStringLiteral("Initiating logout"));
-    if (m_state.isLoggedIn())
-        return true;
-    m_logger.error(QStringLiteral("Failed to initiate logout. Not logged in."));
-    return false;
+bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& error, const Terms& terms) {
+    error = QNetworkReply::NoError;
+    const QString user = m_state.basic().userName;
+    m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
+    if (isCompanionLoaded() && !m_state.services.isSSOServer && !terms.isForced) {
+        m_logger.error(QStringLiteral(
+            "Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout instead of WebServicesManager::Logout."));
+        return false;
+    }
+    if (!initiate(clientKey)) {
+        m_logger.error(QStringLiteral("Aborting logout. Failed to initiate logout."));
+        return false;
+    }
+    {
+        const NetworkStepGuard step(m_state, "Logout");
+        if (!step.isEntered())
+            return false;
+        // While the observers were called and this thread waited for the lock, another user may have signed in.
+        if (!terms.onlySignIn.isEmpty() && m_state.signInId() != terms.onlySignIn) {
+            m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
+            return false;
+        }
+        ++m_state.pendingLogouts;
+        error = invalidateToken();
+    }
+    const bool isCompleted = complete(clientKey);
+    --m_state.pendingLogouts;
+    if (!isCompleted)
+        return false;
+    m_logger.information(QStringLiteral("Logged out user %1 successfully in this process (using REST)").arg(user));
+    return true;
 }
 
-bool SignOutFlow::makeLogoutUrl(const QString& clientKey, QString& url, NetworkCookieJar& cookies) {
+std::optional<LogoutPage> SignOutFlow::initiate(const QString& clientKey) {
+    m_logger.information(QStringLiteral("Initiating logout"));
+    if (!m_state.isLoggedIn()) {
+        m_logger.error(QStringLiteral("Failed to initiate logout. Not logged in."));
+        return {};
+    }
+    if (m_state.events->isLogoutVetoed(m_state.subjectKey(clientKey))) {
+        m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
+        return {};
+    }
+    m_state.events->raiseEventHere(Event::LoggingOut, m_state.subjectKey(clientKey));
+    const NetworkStepGuard step(m_state, "InitiateLogout");
+    return step.isEntered() ? makeLogoutPage(clientKey) : std::nullopt;
+}
+
+std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) {
     ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !product->tokens().areComplete())
         product = productWithTokens();
@@ -33,16 +85,30 @@ bool SignOutFlow::makeLogoutUrl(const QString& clientKey, QString& url, NetworkC
     const QUrl signedUrl = hasKeys ? signUrl(*m_state.services.oauthHost, page, keys) : QUrl();
     if (signedUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
-        return false;
+        return {};
     }
-    url = QString::fromLatin1(signedUrl.toEncoded());
-    cookies = decryptCookies(m_state.basic().loginCookies, *m_state.services.cryptor, m_logger);
-    m_logger.information(QStringLiteral("Returning %1 cookies in InitiateLogout").arg(cookies.GetCookieCount()));
+    LogoutPage made{QString::fromLatin1(signedUrl.toEncoded()),
+                    decryptCookies(m_state.basic().loginCookies, *m_state.services.cryptor, m_logger)};
+    m_logger.information(QStringLiteral("Returning %1 cookies in InitiateLogout").arg(made.cookies.GetCookieCount()));
     m_logger.information(QStringLiteral("Initiated logout successfully"));
+    return made;
+}
+
+bool SignOutFlow::complete(const QString& clientKey) {
+    {
+        const NetworkStepGuard step(m_state, "CompleteLogout");
+        if (!step.isEntered() || !forgetUser())
+            return false;
+    }
+    // What other processes have begun for the user is of no use any more. A refresh clears its flag itself.
+    if (m_state.services.processState)
+        m_state.services.processState->deletePropertiesInAllProcesses(
+            {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
+    m_state.events->raiseEvent(Event::LoggedOut, m_state.subjectKey(clientKey));
     return true;
 }
 
-bool SignOutFlow::complete() {
+bool SignOutFlow::forgetUser() {
     m_logger.information(QStringLiteral("Completing logout"));
     if (!m_state.isLoggedIn()) {
         m_logger.error(QStringLiteral("Failed to complete logout. Not logged in."));

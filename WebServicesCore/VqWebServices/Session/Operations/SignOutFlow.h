@@ -4,30 +4,44 @@
 
 #include <QNetworkReply>
 #include <VqWebServices/NetworkCookieJar.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
-/// Signs the user out, in the browser or over the network, and clears what this machine keeps.
+/// The logout page for the browser: its URL, signed with the access token, and the cookies to clear. A plain value.
+struct LogoutPage {
+    QString url;
+    NetworkCookieJar cookies;
+};
+
+/// Signs the user out, in the browser or over the network: asks the observers, tells the account server, and clears what this
+/// machine keeps.
 ///
-/// Thread: any, under the login session lock. Owner: its user's stack. Errors: false and a log line.
+/// Thread: any, with the login session lock free; it is taken for each step. Owner: its user's stack. Errors: a false or empty
+/// result and a log line.
 class SignOutFlow {
 public:
     explicit SignOutFlow(SessionState& state);
 
-    /// The first step of `InitiateLogout`: says what is going on and checks that a user is signed in.
-    [[nodiscard]] bool begin();
+    /// What a sign-out without a browser depends on.
+    struct Terms {
+        bool isForced = false; ///< Also when the user-interface companion module is loaded.
+        QString onlySignIn;    ///< Fails when another sign-in than that of this id would be ended; empty: ends any.
+    };
+    /// The whole sign-out without a browser. `error`: what the account server answered; it stops nothing.
+    bool logOut(const QString& clientKey, QNetworkReply::NetworkError& error, const Terms& terms);
 
-    /// The URL of the logout page, signed with the access token, and the cookies to clear in the browser.
-    [[nodiscard]] bool makeLogoutUrl(const QString& clientKey, QString& url, NetworkCookieJar& cookies);
-
-    /// Forgets the user in memory and in the file.
-    [[nodiscard]] bool complete();
-
-    /// Tells the account server that the token is to be invalid. A failure is logged and reported, and stops nothing.
-    [[nodiscard]] QNetworkReply::NetworkError invalidateToken();
+    /// The first half of a sign-out in the browser. Empty when nobody is signed in, an observer vetoes, or the page cannot be
+    /// signed.
+    std::optional<LogoutPage> initiate(const QString& clientKey);
+    /// The second half: forgets the user in memory and in the file, and tells all processes.
+    bool complete(const QString& clientKey);
 
 private:
+    [[nodiscard]] std::optional<LogoutPage> makeLogoutPage(const QString& clientKey);
+    [[nodiscard]] bool forgetUser();
     [[nodiscard]] ProductSessionPointer productWithTokens() const;
+    [[nodiscard]] QNetworkReply::NetworkError invalidateToken();
     [[nodiscard]] QNetworkReply::NetworkError sendInvalidation(const ProductLoginSession& product,
                                                                const Util::SecretBytes& handle);
 

@@ -30,7 +30,7 @@ QJsonObject describe(const ProductLoginSession& product) {
             {QStringLiteral("ProductName"), product.displayName()},
             {QStringLiteral("IsTokenRefreshTimerActive"), operations && operations->isTokenRefreshTimerActive()},
             {QStringLiteral("IsOAuth2Enabled"), product.oauth2().isEnabled()},
-            {QStringLiteral("ClientReferences"), product.clientReferences()}};
+            {QStringLiteral("ClientReferences"), product.clientReferences().text()}};
 }
 
 } // namespace

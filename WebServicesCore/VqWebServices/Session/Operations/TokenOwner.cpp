@@ -69,7 +69,7 @@ bool TokenOwner::catchUpWithFile(const QString& signInId) {
     // One look may itself take as long as all of them may.
     QElapsedTimer timer;
     timer.start();
-    while (!m_state.events->catchUpWithin(lockSliceMs)
+    while (!m_state.events->followFile(lockSliceMs)
            && timer.elapsed() < (m_state.unread.isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;

@@ -39,8 +39,7 @@ public:
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) override;
     void forceLogout(const QString& signInId) override;
 
-    /// Nothing is waited for any more: the product goes away.
-    void stop() { m_stopping = true; }
+    void stop() override { m_stopping = true; }
 
 private:
     /// Takes the login session lock. It is waited for only briefly when the product goes away meanwhile.

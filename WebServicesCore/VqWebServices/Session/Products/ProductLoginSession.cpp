@@ -1,10 +1,11 @@
 #include "Session/Products/ProductLoginSession.h"
 
-#include "Session/Operations/TokenOwner.h"
+#include "Session/Products/RequestFlags.h"
 #include "Session/Products/TokenOperations.h"
-#include "Session/State/LoginStateNames.h"
 #include "Session/State/LoginStateXml.h"
 #include "Session/State/OAuth2TokenNodes.h"
+#include "Session/State/ProductNode.h"
+#include "Tokens/OAuth2/OAuth2Exchange.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <QMutexLocker>
@@ -14,12 +15,9 @@
 
 namespace Velquor::WebServices::Internal {
 
-namespace Names = LoginStateNames;
-
 namespace {
 
 constexpr int shortKeyLength = 12;
-const auto accessTokenName = QStringLiteral("AccessToken");
 
 // Enough of a consumer key to tell products apart in the log.
 QString shortKey(const QString& key) {
@@ -51,6 +49,7 @@ ProductLoginSession::ProductLoginSession(SessionDependencies services, const QSt
     : m_services(withPrefix(std::move(services), m_prefix))
     , m_productKey(productKey)
     , m_server(server)
+    , m_clientReferences(m_services.loggers.product)
     , m_oauth2(m_services.loggers.oauth2) {
     renewPrefix();
     m_services.loggers.product->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(productKey));
@@ -79,6 +78,82 @@ void ProductLoginSession::renewPrefix() {
     const int number = static_cast<int>(m_server);
     m_prefix->set(m_name.isEmpty() ? QStringLiteral("%1.%2").arg(shortKey(m_productKey)).arg(number)
                                    : QStringLiteral("%1.%2.%3").arg(m_name, shortKey(m_productKey)).arg(number));
+}
+
+void ProductLoginSession::Activate(std::unique_ptr<ITokenOwner> owner) {
+    const QWriteLocker lock(&m_lock);
+    if (m_deactivated || !m_configuration || m_operations)
+        return;
+    m_services.loggers.product->information(
+        QStringLiteral("Activating ProductLoginSession, server %1").arg(serverName(m_server)));
+    m_owner = std::move(owner);
+    m_operations =
+        std::make_unique<TokenOperations>(*m_owner, std::make_unique<RequestFlags>(m_services.processState, m_productKey),
+                                          WebServicesConfigurationImp::of(*m_configuration).derivedKey());
+}
+
+TokenOperations* ProductLoginSession::operations() const {
+    const QReadLocker lock(&m_lock);
+    return m_operations.get();
+}
+
+void ProductLoginSession::DeleteCacheSlot(CacheType type) {
+    TokenOperations* const running = operations();
+    if (!running)
+        return;
+    m_services.loggers.product->information(
+        QStringLiteral("Slot called to delete cache %1, server %2").arg(cacheTypeName(type), serverName(m_server)));
+    running->caches().DeleteCache(type);
+}
+
+void ProductLoginSession::endCaches() {
+    if (TokenOperations* const running = operations()) {
+        running->caches().tell(&CacheStore::LoggedOut);
+        running->caches().close();
+    }
+}
+
+void ProductLoginSession::enableCache(CacheType type) {
+    if (TokenOperations* const running = operations())
+        running->caches().EnableCache(type, true);
+}
+
+void ProductLoginSession::retire() {
+    TokenOperations* operations = nullptr;
+    {
+        const QWriteLocker lock(&m_lock);
+        m_deactivated = true;
+        operations = m_operations.get();
+    }
+    if (!operations)
+        return;
+    m_owner->stop();
+    operations->requestStop();
+}
+
+void ProductLoginSession::Deactivate() {
+    m_services.loggers.product->information(
+        QStringLiteral("Deactivating ProductLoginSession, server %1").arg(serverName(m_server)));
+    retire();
+    if (TokenOperations* const running = operations())
+        running->waitForThread();
+    const QWriteLocker lock(&m_lock);
+    if (m_clientReferences.count() == 0) {
+        m_services.loggers.product->information(
+            QStringLiteral("Deleting configuration in product login session since no client references it"));
+        m_configuration.reset();
+        return;
+    }
+    m_services.loggers.product->information(
+        QStringLiteral(
+            "Skipped deleting configuration in product login session since clients reference it. Client references (%1): %2")
+            .arg(m_clientReferences.count())
+            .arg(m_clientReferences.text()));
+}
+
+bool ProductLoginSession::isAtRest() const {
+    const TokenOperations* const running = operations();
+    return !running || running->isStopped();
 }
 
 void ProductLoginSession::SetConfiguration(const ConfigurationPointer& configuration) {
@@ -114,24 +189,20 @@ ProductLoginSession::RequestToken ProductLoginSession::requestToken() const {
 }
 
 void ProductLoginSession::Load(const QDomElement& product) {
-    ProductTokens tokens;
-    tokens.accessToken = LoginStateXml::secret(product, accessTokenName);
-    tokens.accessTokenSecret = LoginStateXml::secret(product, QStringLiteral("AccessTokenSecret"));
-    tokens.sessionHandle = LoginStateXml::secret(product, QStringLiteral("SessionHandle"));
-    tokens.expiryDate = LoginStateXml::date(product, Names::tokenExpiryDate);
+    const ProductNode node = readProductNode(product);
     const QMutexLocker operation(&m_operationLock);
     {
         const QWriteLocker lock(&m_lock);
-        if (!isUnsaved() || tokens.accessToken != m_tokenInFile)
-            m_tokens = tokens;
-        m_tokenInFile = tokens.accessToken;
+        if (!isUnsaved() || node.tokens.accessToken != m_tokenInFile)
+            m_tokens = node.tokens;
+        m_tokenInFile = node.tokens.accessToken;
         if (m_name.isEmpty())
-            m_name = product.attribute(QStringLiteral("Name"));
+            m_name = node.name;
         if (m_exeName.isEmpty())
-            m_exeName = product.attribute(QStringLiteral("ExeName"));
+            m_exeName = node.exeName;
         renewPrefix();
     }
-    m_oauth2.load(OAuth2TokenNodes::read(product));
+    m_oauth2.load(node.oauth2Tokens);
     m_services.loggers.product->information(QStringLiteral("Loaded product login session"));
 }
 
@@ -140,7 +211,7 @@ bool ProductLoginSession::isUnsaved() const {
 }
 
 bool ProductLoginSession::mayReplace(const QDomElement& product, bool isSameSignIn) const {
-    const QByteArray inFile = LoginStateXml::secret(product, accessTokenName);
+    const QByteArray inFile = readAccessToken(product);
     const QReadLocker lock(&m_lock);
     const bool isKnown = inFile.isEmpty() || inFile == m_tokenInFile || inFile == m_tokens.accessToken;
     return isKnown || (isUnsaved() && !isSameSignIn);
@@ -148,7 +219,7 @@ bool ProductLoginSession::mayReplace(const QDomElement& product, bool isSameSign
 
 void ProductLoginSession::noteFile(const QDomElement& product) {
     const QWriteLocker lock(&m_lock);
-    m_tokenInFile = LoginStateXml::secret(product, accessTokenName);
+    m_tokenInFile = readAccessToken(product);
 }
 
 void ProductLoginSession::markSaved() {
@@ -169,19 +240,8 @@ bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier)
             QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
         return false;
     }
-    LoginStateXml::setText(product, QStringLiteral("Name"), m_name);
-    LoginStateXml::setText(product, QStringLiteral("ExeName"), m_exeName);
-    LoginStateXml::setText(product, QStringLiteral("SerialNumber"),
-                           WebServicesConfigurationImp::of(*m_configuration).serialNumber);
-    product.setAttribute(Names::server, static_cast<int>(m_server));
-    product.setAttribute(Names::productKey, m_productKey);
-    LoginStateXml::setDate(product, Names::tokenExpiryDate, m_tokens.expiryDate);
-    LoginStateXml::setSecret(product, accessTokenName, m_tokens.accessToken);
-    LoginStateXml::setSecret(product, QStringLiteral("AccessTokenSecret"), m_tokens.accessTokenSecret);
-    LoginStateXml::setSecret(product, QStringLiteral("SessionHandle"), m_tokens.sessionHandle);
-    OAuth2TokenNodes::copy(earlier, product);
-    for (const OAuth2TokenData& token : oauth2Tokens)
-        OAuth2TokenNodes::put(product, token, false);
+    const QString serialNumber = WebServicesConfigurationImp::of(*m_configuration).serialNumber;
+    writeProductNode(product, {m_name, m_exeName, serialNumber, m_productKey, m_server, m_tokens, oauth2Tokens}, earlier);
     m_services.loggers.product->information(QStringLiteral("Saved product login session"));
     return true;
 }
@@ -222,6 +282,61 @@ QString ProductLoginSession::signingKeys(SigningKeys& keys) const {
 
 Util::SecretBytes ProductLoginSession::sessionHandle() const {
     return m_services.cryptor->decrypt(tokens().sessionHandle);
+}
+
+bool ProductLoginSession::CheckTokensToQuery(Server currentServer) {
+    Log::ILogger& logger = *m_services.loggers.product;
+    logger.information(QStringLiteral("Checking if tokens need to be queried"));
+    TokenOperations* const operations = this->operations();
+    if (!configuration() || !operations) {
+        logger.information(QStringLiteral("No need to query tokens. No configuration."));
+        return false;
+    }
+    if (currentServer != m_server) {
+        logger.information(QStringLiteral("No need to query tokens, server %1 since current server is %2")
+                               .arg(serverName(m_server), serverName(currentServer)));
+        return false;
+    }
+    if (!tokens().areComplete())
+        return operations->checkAutomaticLogin();
+    logger.information(QStringLiteral("Tokens found. Checking if OAuth2 token needs to be queried."));
+    operations->tokensChanged();
+    checkOAuth2Tokens();
+    return true;
+}
+
+void ProductLoginSession::EnableOAuth2(const QVector<OAuth2TokenSpec>& specs) {
+    TokenOperations* const operations = this->operations();
+    const ConfigurationPointer configuration = this->configuration();
+    if (!operations || !configuration || !m_oauth2.enable(specs, *m_owner, *operations))
+        return;
+    if (!hasOAuth2Keys(*configuration))
+        m_services.loggers.product->warning(
+            QStringLiteral(
+                "OAuth2 enabled, but OAuth2 consumer keys are not set for %1 server. OAuth2 token will not be queried.")
+                .arg(serverName(m_server)));
+}
+
+void ProductLoginSession::checkOAuth2Tokens() const {
+    Log::ILogger& logger = *m_services.loggers.product;
+    if (!m_oauth2.isEnabled()) {
+        logger.information(QStringLiteral("OAuth2 token doesn't need to be queried since OAuth2 is disabled"));
+        return;
+    }
+    const ConfigurationPointer configuration = this->configuration();
+    if (!configuration || !hasOAuth2Keys(*configuration)) {
+        logger.information(QStringLiteral(
+            "OAuth2 is currently enabled for this consumer key by some process, but OAuth2 keys are not set in this process. OAuth2 token will not be queried in this process."));
+        return;
+    }
+    for (const OAuth2SessionPointer& session : m_oauth2.all()) {
+        if (session->token().isPresent()) {
+            logger.information(QStringLiteral("OAuth2 token doesn't need to be queried since it is already available"));
+            continue;
+        }
+        logger.information(QStringLiteral("OAuth2 token needs to be queried"));
+        (void)session->QueryOAuth2Token(false);
+    }
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -1,25 +1,24 @@
 #pragma once
 
 #include "Session/Products/ClientInfo.h"
+#include "Session/Products/ClientReferences.h"
 #include "Session/Products/OAuth2Sessions.h"
 #include "Session/State/LoginState.h"
 #include "Session/State/SessionDependencies.h"
+#include "Tokens/ITokenOwner.h"
 #include "Tokens/SignedRequest.h"
 #include "Values/ServerName.h"
 
 #include <QDomElement>
 #include <QReadWriteLock>
 #include <QRecursiveMutex>
-#include <QSet>
 #include <QString>
 #include <VqWebServices/CacheType.h>
 #include <memory>
 
 namespace Velquor::WebServices::Internal {
 
-class SessionState;
 class TokenOperations;
-class TokenOwner;
 
 /// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens, what is needed to sign with them, and,
 /// once it is activated, the thread on which they are queried and refreshed.
@@ -44,7 +43,7 @@ public:
     [[nodiscard]] const TokenDependencies& services() const { return m_services; }
 
     /// Starts the token operations when there is a configuration, unless that was done or the session was deactivated.
-    void Activate(SessionState& state);
+    void Activate(std::unique_ptr<ITokenOwner> owner);
     /// Ends the token operations for good. `retire` does not wait for their thread and may be called anywhere, also on it.
     void Deactivate();
     void retire();
@@ -59,14 +58,14 @@ public:
     void endCaches();
     void enableCache(CacheType type);
 
-    void AddClientReference(const QString& clientKey);
-    void RemoveClientReference(const QString& clientKey);
-    /// The keys of the clients that refer to it, joined by commas.
-    [[nodiscard]] QString clientReferences() const;
+    void AddClientReference(const QString& clientKey) { m_clientReferences.add(clientKey); }
+    void RemoveClientReference(const QString& clientKey) { m_clientReferences.remove(clientKey); }
+    /// The clients of this process that are this product.
+    [[nodiscard]] const ClientReferences& clientReferences() const { return m_clientReferences; }
 
     /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
     /// sign-in can be used. False when there are no tokens and nothing can be done about it.
-    bool CheckTokensToQuery(const SessionState& state);
+    bool CheckTokensToQuery(Server currentServer);
 
     void SetConfiguration(const ConfigurationPointer& configuration);
     [[nodiscard]] ConfigurationPointer configuration() const;
@@ -116,7 +115,6 @@ public:
     [[nodiscard]] Util::SecretBytes sessionHandle() const;
 
 private:
-    [[nodiscard]] QString describeReferences() const;
     /// Under the lock.
     void renewPrefix();
     [[nodiscard]] bool isUnsaved() const;
@@ -133,11 +131,11 @@ private:
     ProductTokens m_tokens;
     QByteArray m_tokenInFile; ///< The access token that this session saw in the file last: another one there is newer.
     RequestToken m_requestToken;
-    QSet<QString> m_clientReferences;
+    ClientReferences m_clientReferences;
     bool m_deactivated = false;
     mutable QRecursiveMutex m_operationLock;
     OAuth2Sessions m_oauth2;
-    std::unique_ptr<TokenOwner> m_owner;
+    std::unique_ptr<ITokenOwner> m_owner;
     std::unique_ptr<TokenOperations> m_operations;
 };
 

@@ -1,6 +1,6 @@
 #include "Session/State/OAuth2TokenNodes.h"
 
-#include "Session/State/LoginStateNames.h"
+#include "Session/State/LoginStateElements.h"
 #include "Session/State/LoginStateXml.h"
 #include "Values/OAuth2TokenSpecImp.h"
 

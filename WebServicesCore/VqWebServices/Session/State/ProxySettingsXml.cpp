@@ -1,6 +1,6 @@
 #include "Session/State/ProxySettingsXml.h"
 
-#include "Session/State/LoginStateNames.h"
+#include "Session/State/LoginStateElements.h"
 #include "Session/State/LoginStateXml.h"
 
 #include <QVector>

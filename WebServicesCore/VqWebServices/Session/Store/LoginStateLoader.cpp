@@ -1,37 +1,13 @@
 #include "Session/Store/LoginStateLoader.h"
 
-#include "Session/State/LoginStateNames.h"
+#include "Session/State/LoginStateElements.h"
 #include "Session/State/LoginStateXml.h"
 #include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/StoredProducts.h"
 
 namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
-
-BasicLoginState readBasicState(const QDomElement& login) {
-    BasicLoginState state;
-    state.clientId = LoginStateXml::secret(login, Names::clientId);
-    state.ntUserName = LoginStateXml::secret(login, Names::ntUserName);
-    state.machineAddress = LoginStateXml::secret(login, Names::machineAddress);
-    state.loginCookies = LoginStateXml::secret(login.firstChildElement(Names::cookies), Names::loginCookies);
-    state.userName = login.attribute(Names::userName);
-    state.userId = login.attribute(Names::userId);
-    state.ldapDomainKey = login.attribute(Names::ldapDomainKey);
-    state.loginDate = LoginStateXml::date(login, Names::loginDate);
-    state.sessionExpiryDate = LoginStateXml::date(login, Names::sessionExpiryDate);
-    return state;
-}
-
-QDomElement findProduct(const QDomElement& login, const QString& productKey) {
-    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
-    while (!product.isNull() && (productKey.isEmpty() || product.attribute(Names::productKey) != productKey))
-        product = product.nextSiblingElement(Names::product);
-    return product;
-}
-
-QDateTime readLogoutDate(const QDomElement& root) {
-    return LoginStateXml::date(root.firstChildElement(Names::settings), Names::logoutDate);
-}
 
 LoginStateLoader::LoginStateLoader(SessionState& state)
     : m_state(state)
@@ -100,7 +76,7 @@ bool LoginStateLoader::apply(const LoginStateFile::Content& content, bool takeSe
 bool LoginStateLoader::mayLoad(const QDomElement& root) {
     const BasicLoginState mine = m_state.basic();
     const QDomElement login = root.firstChildElement(Names::loginSession);
-    switch (compareSignIns(mine, readBasicState(login), readLogoutDate(root))) {
+    switch (compareSignIns(mine, readSignIn(login), readLogoutDate(root))) {
     case StateOrigin::Same:
         // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
         return !login.isNull();
@@ -134,8 +110,9 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
     const Verdict verdict = login.isNull() ? Verdict::NoLogin : loadUser(login, state);
     if (verdict == Verdict::Valid) {
         m_state.setBasic(state);
-        loadProducts(login);
-        deleteInvalidProducts();
+        StoredProducts products(m_state);
+        products.load(login);
+        products.deleteInvalid();
         // A library that is being uninitialized has let its products go, which says nothing of the sign-in.
         if (!m_state.products.hasTokens({}, m_state.currentServer()) && !m_state.isStopped) {
             m_logger.warning(QStringLiteral(
@@ -176,7 +153,7 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
             QStringLiteral("Server in LoginSession node is different from current server. Stopping loading of login state."));
         return {};
     }
-    if (m_state.isEnded(readBasicState(login))) {
+    if (m_state.isEnded(readSignIn(login))) {
         m_logger.information(
             QStringLiteral("Ignoring the login state in login state file. The user was signed out in this process."));
         return {};
@@ -187,11 +164,11 @@ QDomElement LoginStateLoader::findLogin(const QDomElement& root) {
 QDomElement LoginStateLoader::findOwnLogin(const QDomElement& root) {
     const QDomElement login = findLogin(root);
     const BasicLoginState mine = m_state.basic();
-    return mine.hasUser() && !mine.isSameSignIn(readBasicState(login)) ? QDomElement() : login;
+    return mine.hasUser() && !mine.isSameSignIn(readSignIn(login)) ? QDomElement() : login;
 }
 
 LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, BasicLoginState& state) {
-    state = readBasicState(login);
+    state = readSignIn(login);
     // What could not be saved yet is newer than the file.
     if (m_state.unsaved.isPending() && state.isSameSignIn(m_state.basic()))
         state = m_state.basic();
@@ -226,7 +203,7 @@ void LoginStateLoader::discard(const QDomDocument& document) {
     m_state.forgetUser();
     // As a sign-out, so that a process that still has this user ends the sign-in as well, and does not write it back.
     const QDomElement login = document.documentElement().firstChildElement(Names::loginSession);
-    if (!LoginStateSaver(m_state).endSignIn(readBasicState(login), document))
+    if (!LoginStateSaver(m_state).endSignIn(readSignIn(login), document))
         m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_state.file.path()));
 }
 

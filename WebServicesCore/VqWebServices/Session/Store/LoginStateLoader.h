@@ -41,24 +41,10 @@ private:
     void loadFrom(const LoginStateFile::Content& content, bool takeServer);
     void loadSettings(const QDomElement& root, bool takeServer);
     [[nodiscard]] Verdict loadUser(const QDomElement& login, BasicLoginState& state);
-    void loadProducts(const QDomElement& login);
-    void loadProductNode(const QDomElement& product, QStringList& loadedNames);
-    void deleteInvalidProducts();
-    [[nodiscard]] static bool isBecomingValid(const ProductLoginSession& session);
-    [[nodiscard]] bool isKeyOfOtherServer(const QString& productKey, Server& server) const;
     void discard(const QDomDocument& document);
 
     SessionState& m_state;
     Log::ILogger& m_logger;
 };
-
-/// The basic state of a "LoginSession" element, unchecked. A null element has no user.
-[[nodiscard]] BasicLoginState readBasicState(const QDomElement& login);
-
-/// The product of this key below a "LoginSession" element, the first one when there are several; null when there is none.
-[[nodiscard]] QDomElement findProduct(const QDomElement& login, const QString& productKey);
-
-/// The date of the last sign-out that the document tells of; invalid when there was none.
-[[nodiscard]] QDateTime readLogoutDate(const QDomElement& root);
 
 } // namespace Velquor::WebServices::Internal

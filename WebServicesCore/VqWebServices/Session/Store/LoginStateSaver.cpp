@@ -1,8 +1,7 @@
 #include "Session/Store/LoginStateSaver.h"
 
-#include "Session/State/LoginStateNames.h"
+#include "Session/State/LoginStateElements.h"
 #include "Session/State/LoginStateXml.h"
-#include "Session/Store/LoginStateLoader.h"
 #include "Values/LibraryVersion.h"
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -83,8 +82,8 @@ bool LoginStateSaver::mergeUser(QDomElement& root) {
     writeHeader(root);
     if (writesUser) {
         QDomElement login = loginElement(root);
-        const bool isSameSignIn = m_state.basic().isSameSignIn(readBasicState(login));
-        writeUser(login);
+        const bool isSameSignIn = m_state.basic().isSameSignIn(readSignIn(login));
+        writeSignIn(login, m_state.basic(), m_state.currentServer());
         m_products.writeInto(login, isSameSignIn);
     }
     return writesUser || !isLoggedIn;
@@ -92,7 +91,7 @@ bool LoginStateSaver::mergeUser(QDomElement& root) {
 
 void LoginStateSaver::dateSignIn(const QDomElement& root) {
     BasicLoginState state = m_state.basic();
-    const QDateTime lastLogin = readBasicState(root.firstChildElement(Names::loginSession)).loginDate;
+    const QDateTime lastLogin = readSignIn(root.firstChildElement(Names::loginSession)).loginDate;
     state.loginDate = loginDateAfter(state.loginDate, laterOf(readLogoutDate(root), lastLogin));
     m_state.setBasic(state);
 }
@@ -120,7 +119,7 @@ LoginStateSaver::Result LoginStateSaver::putOAuth2(const ProductLoginSession& pr
         return Result::SignInGone;
     const QDomElement login = root.firstChildElement(Names::loginSession);
     // Below the sign-in of another user, which this process could not replace yet, the product is not that of this one.
-    const bool isOwn = m_state.basic().isSameSignIn(readBasicState(login));
+    const bool isOwn = m_state.basic().isSameSignIn(readSignIn(login));
     QDomElement element = isOwn ? findProduct(login, product.productKey()) : QDomElement();
     if (element.isNull()) {
         m_logger.error(
@@ -154,13 +153,13 @@ bool LoginStateSaver::endSignIn(const BasicLoginState& ended, const QDomDocument
 }
 
 void LoginStateSaver::removeEnded(QDomElement& root) const {
-    if (m_state.isEnded(readBasicState(root.firstChildElement(Names::loginSession))))
+    if (m_state.isEnded(readSignIn(root.firstChildElement(Names::loginSession))))
         LoginStateXml::removeChildren(root, Names::loginSession);
 }
 
 bool LoginStateSaver::writeSignOut(QDomElement& root) {
     removeEnded(root);
-    const BasicLoginState left = readBasicState(root.firstChildElement(Names::loginSession));
+    const BasicLoginState left = readSignIn(root.firstChildElement(Names::loginSession));
     if (left.hasUser() && left.loginDate.isValid()) {
         m_logger.information(
             QStringLiteral("Keeping the login state in login state file. A user has signed in later in another process."));
@@ -189,7 +188,7 @@ void LoginStateSaver::writeHeader(QDomElement& root) {
 }
 
 bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
-    switch (compareSignIns(m_state.basic(), readBasicState(root.firstChildElement(Names::loginSession)), readLogoutDate(root))) {
+    switch (compareSignIns(m_state.basic(), readSignIn(root.firstChildElement(Names::loginSession)), readLogoutDate(root))) {
     case StateOrigin::SignedOutElsewhere:
         m_logger.warning(QStringLiteral("Not saving the login state of the user. The user was signed out by another process."));
         return false;
@@ -205,7 +204,7 @@ bool LoginStateSaver::mayWriteUser(const QDomElement& root) const {
 
 QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
     QDomElement login = LoginStateXml::childOrNew(root, Names::loginSession);
-    const QString userInFile = readBasicState(login).user();
+    const QString userInFile = readSignIn(login).user();
     const bool isOtherUser = !userInFile.isEmpty() && userInFile != m_state.basic().user();
     const bool isOtherServer = LoginStateXml::number(login, Names::server, m_state.currentServer()) != m_state.currentServer();
     if (isOtherUser || isOtherServer) {
@@ -214,21 +213,6 @@ QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
         login = LoginStateXml::childOrNew(root, Names::loginSession);
     }
     return login;
-}
-
-void LoginStateSaver::writeUser(QDomElement& login) {
-    const BasicLoginState state = m_state.basic();
-    login.setAttribute(Names::server, static_cast<int>(m_state.currentServer()));
-    LoginStateXml::setText(login, Names::userName, state.userName);
-    LoginStateXml::setText(login, Names::userId, state.userId);
-    LoginStateXml::setText(login, Names::ldapDomainKey, state.ldapDomainKey);
-    LoginStateXml::setDate(login, Names::sessionExpiryDate, state.sessionExpiryDate);
-    LoginStateXml::setDate(login, Names::loginDate, state.loginDate);
-    LoginStateXml::setSecret(login, Names::clientId, state.clientId);
-    LoginStateXml::setSecret(login, Names::ntUserName, state.ntUserName);
-    LoginStateXml::setSecret(login, Names::machineAddress, state.machineAddress);
-    QDomElement cookies = LoginStateXml::childOrNew(login, Names::cookies);
-    LoginStateXml::setSecret(cookies, Names::loginCookies, state.loginCookies);
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -50,7 +50,6 @@ private:
     [[nodiscard]] bool mergeUser(QDomElement& root);
     [[nodiscard]] Result putOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh, QDomElement& root) const;
     void writeHeader(QDomElement& root);
-    void writeUser(QDomElement& login);
     void dateSignIn(const QDomElement& root);
     [[nodiscard]] bool mayWriteUser(const QDomElement& root) const;
     [[nodiscard]] QDomElement loginElement(QDomElement& root) const;

@@ -1,8 +1,7 @@
-// The part of the loader that reads the products of the login state file, and removes those that are of no use.
+#include "Session/Store/StoredProducts.h"
 
 #include "Session/Products/TokenOperations.h"
-#include "Session/State/LoginStateNames.h"
-#include "Session/Store/LoginStateLoader.h"
+#include "Session/State/LoginStateElements.h"
 
 #include <QSet>
 
@@ -10,7 +9,11 @@ namespace Velquor::WebServices::Internal {
 
 namespace Names = LoginStateNames;
 
-void LoginStateLoader::loadProducts(const QDomElement& login) {
+StoredProducts::StoredProducts(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.session) {}
+
+void StoredProducts::load(const QDomElement& login) {
     QStringList loadedNames;
     QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
     QSet<QString> keys;
@@ -19,7 +22,7 @@ void LoginStateLoader::loadProducts(const QDomElement& login) {
         if (key.isEmpty())
             m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored"));
         else if (!keys.contains(key))
-            loadProductNode(product, loadedNames);
+            loadProduct(product, loadedNames);
         keys.insert(key);
     }
     m_logger.information(m_state.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
@@ -29,7 +32,7 @@ void LoginStateLoader::loadProducts(const QDomElement& login) {
                              .arg(loadedNames.join(QStringLiteral(", "))));
 }
 
-void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& loadedNames) {
+void StoredProducts::loadProduct(const QDomElement& product, QStringList& loadedNames) {
     const ProductSessionPointer session =
         m_state.products.getOrCreate(product.attribute(Names::productKey), m_state.currentServer());
     if (!session) {
@@ -44,39 +47,40 @@ void LoginStateLoader::loadProductNode(const QDomElement& product, QStringList& 
     loadedNames += session->displayName();
 }
 
-bool LoginStateLoader::isKeyOfOtherServer(const QString& productKey, Server& server) const {
+std::optional<Server> StoredProducts::otherServerOf(const QString& productKey) const {
+    std::optional<Server> other;
     for (const Server candidate : {Production, Staging, Development}) {
         const QStringList configured = m_state.clients.configuredFor(candidate);
         for (const QString& clientKey : configured) {
             if (m_state.clients.productKey(clientKey, candidate) != productKey)
                 continue;
-            server = candidate;
-            // A key that is used on the current server too is in its right place there.
+            // A key that the current server uses too belongs there.
             if (candidate == m_state.currentServer())
-                return false;
+                return {};
+            other = candidate;
         }
     }
-    return isRealServer(server) && server != m_state.currentServer();
+    return other;
 }
 
 // A product that waits for the browser, or for its automatic sign-in, is about to get its tokens.
-bool LoginStateLoader::isBecomingValid(const ProductLoginSession& session) {
+bool StoredProducts::isBecomingValid(const ProductLoginSession& session) {
     const TokenOperations* const operations = session.operations();
     return !session.requestToken().token.isEmpty() || (operations && operations->isQueryInProgress());
 }
 
-void LoginStateLoader::deleteInvalidProducts() {
+void StoredProducts::deleteInvalid() {
     m_logger.information(QStringLiteral("Deleting invalid product login sessions"));
     int count = 0;
     const Server current = m_state.currentServer();
     const QVector<ProductSessionPointer> sessions = m_state.products.all();
     for (const ProductSessionPointer& session : sessions) {
-        Server other = NoServer;
-        if (session->server() == current && isKeyOfOtherServer(session->productKey(), other))
+        const std::optional<Server> other = session->server() == current ? otherServerOf(session->productKey()) : std::nullopt;
+        if (other)
             m_logger.warning(
                 QStringLiteral(
                     "Deleting login state of product %1 since the consumer key %2 is for %3 server, but current server is %4")
-                    .arg(session->displayName(), session->productKey(), serverName(other), serverName(current)));
+                    .arg(session->displayName(), session->productKey(), serverName(*other), serverName(current)));
         else if (session->server() != current || !(session->tokens().areComplete() || isBecomingValid(*session)))
             m_logger.warning(QStringLiteral("Deleting invalid product login session for product %1 and server %2")
                                  .arg(session->displayName(), serverName(session->server())));

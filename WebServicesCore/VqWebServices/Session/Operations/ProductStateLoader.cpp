@@ -1,6 +1,7 @@
-#include "Session/Store/ProductStateLoader.h"
+#include "Session/Operations/ProductStateLoader.h"
 
-#include "Session/State/LoginStateNames.h"
+#include "Session/Operations/ProductConfigurator.h"
+#include "Session/State/LoginStateElements.h"
 #include "Session/Store/LoginStateLoader.h"
 
 namespace Velquor::WebServices::Internal {
@@ -35,7 +36,8 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
     const LoginStateFile::Content content = read();
     const QDomElement login = content.isRead() ? LoginStateLoader(m_state).findOwnLogin(content.root()) : QDomElement();
     const QDomElement product = findProduct(login, m_state.productKey(clientKey));
-    const ProductSessionPointer session = product.isNull() ? ProductSessionPointer() : m_state.configuredProduct(clientKey);
+    const ProductSessionPointer session =
+        product.isNull() ? ProductSessionPointer() : ProductConfigurator(m_state).configure(clientKey);
     if (session) {
         session->Load(product);
         m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));

@@ -1,10 +1,15 @@
 #pragma once
 
+#include "Session/State/LoginState.h"
+
+#include <QDomElement>
 #include <QString>
 
-namespace Velquor::WebServices::Internal::LoginStateNames {
+namespace Velquor::WebServices::Internal {
 
-/// The names of the login state file that more than one class reads or writes.
+namespace LoginStateNames {
+
+/// The names of elements and attributes of the login state file that more than one class reads or writes.
 inline const auto settings = QStringLiteral("Settings");
 inline const auto logoutDate = QStringLiteral("LogoutDate");
 inline const auto proxySettings = QStringLiteral("ProxySettings");
@@ -27,4 +32,17 @@ inline const auto machineAddress = QStringLiteral("MachineAddress");
 inline const auto cookies = QStringLiteral("Cookies");
 inline const auto loginCookies = QStringLiteral("LoginCookies");
 
-} // namespace Velquor::WebServices::Internal::LoginStateNames
+} // namespace LoginStateNames
+
+/// The sign-in of a "LoginSession" element, unchecked. A null element has no user.
+[[nodiscard]] BasicLoginState readSignIn(const QDomElement& login);
+/// Writes the sign-in into its element; the products below it stay.
+void writeSignIn(QDomElement& login, const BasicLoginState& state, int server);
+
+/// The product of this key below a "LoginSession" element, the first one when there are several; null when there is none.
+[[nodiscard]] QDomElement findProduct(const QDomElement& login, const QString& productKey);
+
+/// The date of the last sign-out that the document knows of; invalid when there was none.
+[[nodiscard]] QDateTime readLogoutDate(const QDomElement& root);
+
+} // namespace Velquor::WebServices::Internal

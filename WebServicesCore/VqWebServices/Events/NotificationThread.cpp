@@ -1,0 +1,48 @@
+#include "Events/NotificationThread.h"
+
+#include "Events/NotificationManager.h"
+#include "VqUtil/Platform/LeanDispatcher.h"
+
+#include <QMutexLocker>
+#include <utility>
+
+namespace Velquor::WebServices::Internal {
+
+NotificationThread::~NotificationThread() = default;
+
+void NotificationThread::start(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger) {
+    m_thread = std::make_unique<QThread>();
+    Util::useLeanDispatcher(*m_thread, Util::ThreadServes::PostsAndTimers);
+    auto* const manager = new NotificationManager(folder, listener, std::move(logger));
+    manager->moveToThread(m_thread.get());
+    QObject::connect(m_thread.get(), &QThread::started, manager, &NotificationManager::Start);
+    QObject::connect(m_thread.get(), &QThread::finished, manager, &QObject::deleteLater);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_manager = manager;
+    }
+    m_thread->start(QThread::InheritPriority);
+}
+
+void NotificationThread::stop(Log::ILogger& logger) {
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (!m_manager)
+            return;
+        // Queued behind the events that are still to be sent: an `exit` from here would overtake them.
+        QMetaObject::invokeMethod(
+            m_manager, [] { QThread::currentThread()->exit(0); }, Qt::QueuedConnection);
+        m_manager = nullptr;
+    }
+    logger.information(QStringLiteral("Waiting for notification thread to finish"));
+    m_thread->wait();
+    logger.information(QStringLiteral("Notification thread finished"));
+}
+
+void NotificationThread::send(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params) {
+    const QMutexLocker lock(&m_mutex);
+    if (m_manager)
+        m_manager->SendInterProcessMessage(event, params);
+}
+
+} // namespace Velquor::WebServices::Internal

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Events/INotificationListener.h"
+#include "VqLog/ILogger.h"
+
+#include <QMutex>
+#include <QThread>
+#include <QVariantMap>
+#include <memory>
+
+namespace Velquor::WebServices::Internal {
+
+class NotificationManager;
+
+/// The thread that exchanges events with the other processes of the user, with the notification manager on it.
+///
+/// Thread: started and stopped by its owner; `send` from any. Owner: the events of the login session. Errors: log lines.
+class NotificationThread {
+public:
+    NotificationThread() = default;
+    ~NotificationThread();
+    NotificationThread(const NotificationThread&) = delete;
+    NotificationThread& operator=(const NotificationThread&) = delete;
+
+    /// `folder` is that of the login state file; `listener` outlives the thread.
+    void start(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger);
+    /// Sends what was handed over, then ends the thread and waits for it without limit: its steps are short.
+    void stop(Log::ILogger& logger);
+
+    /// Hands an event over to be sent. Does nothing while the thread does not run.
+    void send(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params);
+
+private:
+    QMutex m_mutex;
+    NotificationManager* m_manager = nullptr; ///< Lives on the thread and is deleted by its end. Under the mutex.
+    std::unique_ptr<QThread> m_thread;
+};
+
+} // namespace Velquor::WebServices::Internal

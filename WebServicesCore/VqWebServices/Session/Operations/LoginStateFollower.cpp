@@ -1,0 +1,109 @@
+#include "Session/Operations/LoginStateFollower.h"
+
+#include "Session/Operations/ProductConfigurator.h"
+#include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/LoginStateSaver.h"
+
+#include <QScopeGuard>
+#include <chrono>
+
+namespace Velquor::WebServices::Internal {
+
+using Event = WebServicesPrivateCore::WebServicesEvent;
+
+namespace {
+// Many times what reading the file takes.
+constexpr int applyPatienceMs = 1000;
+// Enough for a thread that has just taken the lock to set its flag, and too short for a user to notice.
+constexpr int leastWaitMs = 20;
+} // namespace
+
+LoginStateFollower::LoginStateFollower(SessionState& state)
+    : m_state(state)
+    , m_logger(*state.services.loggers.session) {}
+
+bool LoginStateFollower::follow(int waitMs) {
+    // A token worker, which waits, may ask in the middle of the restore that made it: it waits for the end of the restore.
+    const bool isTooEarly = waitMs == 0 && !m_state.isRestored();
+    if (isTooEarly || m_state.isStopped || isUpToDate())
+        return true;
+    if (m_state.unread.isWaiting())
+        return false;
+    Changes changes;
+    {
+        const std::unique_lock<QRecursiveMutex> lock = lockState(waitMs);
+        // The flag is already set when this thread is itself applying the file; there is nothing more to apply then.
+        if (!lock.owns_lock() || m_isApplying.exchange(true))
+            return false;
+        const auto applied = qScopeGuard([this] { m_isApplying = false; });
+        // During a network step of this thread the state must not change. While this thread waited, another one may have applied
+        // the file.
+        const bool isDone = isUpToDate();
+        if (m_state.isNetworkStepActive || isDone)
+            return isDone;
+        changes = exchangeWithFile();
+    }
+    // Observers are called with no lock held.
+    if (m_state.isStopped)
+        return true;
+    if (changes.isSignedOut)
+        m_state.events->raiseEventHere(Event::LoggedOut, QString());
+    if (changes.isSignedIn)
+        m_state.events->raiseEventHere(Event::LoggedIn, QString());
+    return changes.hasRead;
+}
+
+LoginStateFollower::Changes LoginStateFollower::exchangeWithFile() {
+    const BasicLoginState before = m_state.basic();
+    const bool wasLoggedIn = m_state.isLoggedIn();
+    const bool hasRead = applyFile();
+    if (hasRead && m_state.unsaved.isDue())
+        LoginStateSaver(m_state, LoginStateFile::briefTimeoutMs).save();
+    const bool isLoggedIn = m_state.isLoggedIn();
+    const bool isSame = before.isSameSignIn(m_state.basic());
+    return {hasRead, wasLoggedIn && (!isLoggedIn || !isSame), isLoggedIn && (!wasLoggedIn || !isSame)};
+}
+
+bool LoginStateFollower::isUpToDate() const {
+    return m_state.file.currentStamp() == m_state.file.seenStamp() && !m_state.unsaved.isDue();
+}
+
+std::unique_lock<QRecursiveMutex> LoginStateFollower::lockState(int waitMs) const {
+    std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::chrono::milliseconds(qMax(waitMs, leastWaitMs)));
+    // A thread in a sign-in or sign-out writes the file itself, and the next operation looks again. But a thread that is applying
+    // the file is waited for, so that the answer of this operation knows the change.
+    if (!lock.owns_lock() && m_isApplying)
+        (void)lock.try_lock_for(std::chrono::milliseconds(applyPatienceMs));
+    return lock;
+}
+
+bool LoginStateFollower::applyFile() {
+    if (m_state.file.currentStamp() == m_state.file.seenStamp())
+        return true;
+    // Briefly, whoever calls: a worker asks again, and the main thread must go on.
+    const LoginStateFile::Guard guard(m_state.file, LoginStateFile::briefTimeoutMs);
+    if (!guard.isHeld())
+        return false;
+    const LoginStateFile::Content content = m_state.file.read();
+    LoginStateLoader loader(m_state);
+    if (content.isRead() && loader.apply(content, false))
+        ProductConfigurator(m_state).configureAll();
+    if (content.status == LoginStateFile::Content::Status::Missing)
+        m_logger.information(
+            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file.path()));
+    loader.markApplied(content);
+    return content.status != LoginStateFile::Content::Status::Unreadable;
+}
+
+void LoginStateFollower::saveRemainder() {
+    if (!m_state.unsaved.isPending())
+        return;
+    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::chrono::milliseconds(applyPatienceMs));
+    if (!lock.owns_lock())
+        return;
+    if (!m_state.isNetworkStepActive)
+        LoginStateSaver(m_state, LoginStateFile::briefTimeoutMs).save();
+    m_state.unsaved.succeed();
+}
+
+} // namespace Velquor::WebServices::Internal
