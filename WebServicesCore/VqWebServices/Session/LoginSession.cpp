@@ -173,7 +173,7 @@ int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar
     if (code != LoginCode::success)
         return code;
     {
-        // The other products of this process can use the new sign-in.
+        // The other products of this process may use the new sign-in.
         const QMutexLocker lock(&m_state.lock);
         ProductConfigurator(m_state).configureAll();
     }
@@ -206,7 +206,7 @@ void LoginSession::forceLogout(const QString& productKey, const QString& signInI
 
 void LoginSession::LogoutSlot(const QString& productKey, const QString& signInId) {
     const auto self = weak_from_this().lock();
-    // The main thread may have been busy for long: what matters is whether the sign-in is still the one that cannot be used.
+    // The main thread may have been busy for long. End the sign-in only if it is still the unusable one.
     followFile();
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     if (!m_state.isStopped && m_state.isLoggedIn() && m_state.signInId() == signInId
@@ -277,7 +277,7 @@ ProxyLogin LoginSession::findProxyLogin(const ProxyAddress& proxy, const Refused
 void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login) {
     if (m_state.isStopped)
         return;
-    // A sign-in holds the lock while it waits for its own answer of the network, which may need this very login.
+    // A sign-in holds the lock while it waits for the network, and that exchange may need this proxy login.
     if (m_state.lock.try_lock()) {
         m_state.proxy.SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password);
         m_state.lock.unlock();

@@ -17,7 +17,8 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The signed-in state of every product in this process: the owner of the state, and the door to the classes that work on it.
+/// The signed-in state of every product in this process. It owns the state and forwards each operation to the class that does the
+/// work.
 ///
 /// Thread: lives on the thread that initialized the library, on which observers are called; its operations may be called from any
 /// thread. Owner: the runtime. Errors: results and log lines. Observers are called with no lock held.
@@ -27,13 +28,13 @@ class LoginSession : public QObject, public std::enable_shared_from_this<LoginSe
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
 
-    /// Registers the process itself as a client, which wants OAuth2 tokens of these kinds; the single-sign-on server is none.
+    /// Registers the process itself as a client with OAuth2 tokens of these kinds. The single-sign-on server is no client.
     LoginSession(const SessionDependencies& services, const ClientIdentity& self,
                  const QVector<OAuth2TokenSpec>& oauth2Specs = {});
     ~LoginSession() override;
 
-    /// Applies what other processes have written to the login state file, and notifies the observers. Callers do this before an
-    /// operation of a product; no operation here does it by itself.
+    /// Applies what other processes have written to the login state file, and notifies the observers. Callers call this before an
+    /// operation of a product; the operations here do not.
     void followFile() { (void)m_follower.follow(); }
 
     /// Ends all token work and every wait for it, and waits for the threads. Nothing is called back afterwards. Main thread.
@@ -103,7 +104,7 @@ public:
     [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_state.proxy; }
     /// Reads them from the file at the start of the process.
     void loadProxyInfo();
-    /// For requests that a proxy has refused: neither waits for a sign-in or sign-out that is under way.
+    /// For requests that a proxy has refused. Neither waits for a running sign-in or sign-out.
     [[nodiscard]] ProxyLogin findProxyLogin(const ProxyAddress& proxy, const RefusedLogins& refused) const;
     void keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login);
 

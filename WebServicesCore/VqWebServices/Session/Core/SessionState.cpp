@@ -33,7 +33,8 @@ SessionState::~SessionState() {
 }
 
 bool SessionState::isInsideNetworkStep() {
-    // A step holds the lock from beginning to end, so whoever gets the lock while one is active is its own thread.
+    // A step holds the lock from beginning to end, so the thread that gets the lock while a step is active is the step's own
+    // thread.
     const QMutexLocker locker(&lock);
     return isNetworkStepActive;
 }

@@ -16,17 +16,17 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the helpers of the login session share: the services, the state, and the locks around it.
+/// What the classes that work on the login session share: the services, the state, and its locks.
 ///
-/// Thread: any. `lock` is the login session lock: whoever changes the state holds it. The small state here may be read without it
-/// (it has a lock of its own), so that a question such as "is the user signed in" never waits for a network exchange. That lock
-/// and those of clients and products let readers pass each other: threads that share a mutex wait to be woken one after the
-/// other, which takes milliseconds where the host has many. None of them may be taken twice by one thread. Lock order: `lock`,
-/// then those of clients and products, then this state's. Owner: the login session.
+/// Thread: any. `lock` is the login session lock, which every change of the state holds. The private fields have a lock of their
+/// own and may be read without the login session lock, so that a query such as "is the user signed in" never waits for a network
+/// exchange. That lock and those of clients and products are read-write locks: readers run side by side, while a mutex would wake
+/// them one after the other, which takes milliseconds with many threads. A thread must not take any of these twice. Lock order:
+/// `lock`, then those of clients and products, then this state's. Owner: the login session.
 class SessionState {
 public:
     SessionState(const SessionDependencies& services, ISessionEvents* events);
-    /// Ends the threads of the products first: they use what is here.
+    /// Ends the threads of the products first, since they use this state.
     ~SessionState();
     SessionState(const SessionState&) = delete;
     SessionState& operator=(const SessionState&) = delete;
@@ -41,23 +41,23 @@ public:
     ISessionEvents* const events;
     /// A step that waits for the network is under way (NetworkStepGuard.h). Under the login session lock.
     bool isNetworkStepActive = false;
-    /// Sign-outs that are queued or under way: while there is one, nothing is worth refreshing.
+    /// Sign-outs that are queued or running. While there is one, no token is refreshed.
     std::atomic<int> pendingLogouts{0};
     /// The login state file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
     RetryBackoff unsaved{60000};
-    /// The login state file has news that could not be read. They may be a sign-out, which must not wait.
+    /// The login state file has changed and could not be read. The change may be a sign-out, so the retry comes soon.
     RetryBackoff unread{1000};
-    /// The library is being uninitialized: nothing new is begun.
+    /// The library is being uninitialized: nothing new starts.
     std::atomic<bool> isStopped{false};
 
-    /// This very thread is inside such a step, and so holds the lock that token workers need: it must not wait for them.
+    /// The calling thread is inside such a step and so holds the lock that token workers need: it must not wait for them.
     [[nodiscard]] bool isInsideNetworkStep();
 
     [[nodiscard]] BasicLoginState basic() const;
     void setBasic(const BasicLoginState& state);
     [[nodiscard]] Server currentServer() const;
     void setCurrentServer(Server server);
-    /// A text that names the present sign-in and no other; empty when nobody is signed in.
+    /// Identifies the present sign-in; empty when nobody is signed in.
     [[nodiscard]] QString signInId() const;
     [[nodiscard]] QDateTime logoutDate() const;
     void setLogoutDate(const QDateTime& date);
@@ -68,26 +68,28 @@ public:
 
     /// The consumer key of a client's configuration for the current server; empty when it has none.
     [[nodiscard]] QString productKey(const QString& clientKey) const;
-    /// The consumer key by which events name a client: that of its configuration. A key of no client is a consumer key itself.
+    /// The consumer key that events carry for a client: that of its configuration. A key that belongs to no client is itself a
+    /// consumer key.
     [[nodiscard]] QString subjectKey(const QString& clientKey) const {
         return clients.contains(clientKey) ? productKey(clientKey) : clientKey;
     }
     /// The product login session of a client on the current server; null when there is none.
     [[nodiscard]] ProductSessionPointer product(const QString& clientKey) const;
 
-    /// A user is known and a product (any, when the client key is empty) has its tokens on the current server.
+    /// A user is signed in and a product (any, when the client key is empty) has its tokens on the current server.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey = {}) const;
     [[nodiscard]] bool isLoginExpired() const;
     [[nodiscard]] bool isLoginValid(const QString& clientKey = {}) const { return isLoggedIn(clientKey) && !isLoginExpired(); }
 
-    /// Lets the caches of all products know that the user is being signed out. The products must be cleared next.
+    /// Notifies the caches of all products that the user is being signed out. The products must be cleared next.
     void endCaches();
-    /// The same, and takes everything out of the cache file.
+    /// The same, and empties the cache file.
     void deleteCaches();
     /// Forgets the user and every product login session, in memory only.
     void forgetUser();
 
-    /// This sign-in is over. Neither it nor an earlier one is taken from the file again, also while the file cannot be written.
+    /// Marks this sign-in as over. Neither it nor an earlier one is loaded from the file again, also while the file cannot be
+    /// written.
     void markEnded(const BasicLoginState& signIn);
     [[nodiscard]] bool isEnded(const BasicLoginState& signIn) const;
 

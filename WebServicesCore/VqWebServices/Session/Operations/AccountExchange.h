@@ -23,7 +23,7 @@ struct AccountReply {
     [[nodiscard]] QString dump() const { return outcome.reply.dump.join(QLatin1Char('\n')); }
 };
 
-/// Signs a GET and waits for its reply, for as long as the services allow. Thread: any.
+/// Signs a GET and waits for its reply, at most `exchangeTimeoutMs`. Thread: any.
 [[nodiscard]] AccountReply exchangeSignedGet(const SessionDependencies& services, const QUrl& url, const SigningKeys& keys,
                                              const OAuth::Parameters& parameters = {});
 

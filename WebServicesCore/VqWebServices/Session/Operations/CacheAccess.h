@@ -5,7 +5,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What clients ask about the cached replies of the web services.
+/// The clients' operations with cached replies of the web services.
 ///
 /// Thread: any; waits with no lock held, and only while nothing is known. Owner: its user's stack. Errors: a null or false
 /// result.
@@ -36,8 +36,8 @@ private:
     [[nodiscard]] std::shared_ptr<const T> value(const QString& clientKey, const Request& request,
                                                  std::shared_ptr<const T> (CacheClient::*read)(bool));
     /// Null when the client has no product that is signed in. The product keeps it alive.
-    [[nodiscard]] static CacheClient* doorOf(const ProductSessionPointer& product);
-    [[nodiscard]] bool isEnabled(const CacheClient* door, const QString& clientKey, CacheType type) const;
+    [[nodiscard]] static CacheClient* cachesOf(const ProductSessionPointer& product);
+    [[nodiscard]] bool isEnabled(const CacheClient* caches, const QString& clientKey, CacheType type) const;
 
     SessionState& m_state;
     Log::ILogger& m_logger;

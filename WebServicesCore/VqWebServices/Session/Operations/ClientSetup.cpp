@@ -44,9 +44,9 @@ bool ClientSetup::setConfiguration(const QString& clientKey, const WebServicesCo
     }
     m_logger.information(QStringLiteral("Setting configuration for %1 server").arg(server));
     m_state.clients.setConfiguration(clientKey, copy);
-    const QString waiting = reasonToWait(copy->GetServer());
-    if (!waiting.isEmpty()) {
-        m_logger.information(waiting);
+    const std::optional<QString> waiting = reasonToWait(copy->GetServer());
+    if (waiting) {
+        m_logger.information(*waiting);
         return true;
     }
     ProductStateLoader(m_state).loadProduct(clientKey);
@@ -56,7 +56,7 @@ bool ClientSetup::setConfiguration(const QString& clientKey, const WebServicesCo
     return true;
 }
 
-QString ClientSetup::reasonToWait(Server server) const {
+std::optional<QString> ClientSetup::reasonToWait(Server server) const {
     if (server != m_state.currentServer())
         return QStringLiteral("Configuration is set for %1 server. Skipping token query check since current server is %2.")
             .arg(serverName(server), serverName(m_state.currentServer()));

@@ -3,6 +3,7 @@
 #include "Session/Core/SessionState.h"
 
 #include <VqWebServices/WebServicesConfiguration.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -21,8 +22,8 @@ public:
     bool setConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration);
 
 private:
-    /// Why a configuration for this server starts no token work now; empty when it does.
-    [[nodiscard]] QString reasonToWait(Server server) const;
+    /// Why a configuration for this server starts no token work now; none when it does.
+    [[nodiscard]] std::optional<QString> reasonToWait(Server server) const;
 
     SessionState& m_state;
     Log::ILogger& m_logger;

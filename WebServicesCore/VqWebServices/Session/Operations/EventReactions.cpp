@@ -12,7 +12,7 @@ namespace Velquor::WebServices::Internal {
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 namespace {
-// Many times what a step takes that does not wait for the server.
+// Many times longer than a step that does not wait for the server.
 constexpr int lockWaitMs = 50;
 } // namespace
 
@@ -22,8 +22,8 @@ EventReactions::EventReactions(SessionState& state)
 
 void EventReactions::eventReceived(Event event, const EventSubject& subject) {
     announce(event, subject.consumerKey);
-    // Before any event: an earlier one that told of the change may be lost. A process that has not restored its login yet reads
-    // the file then, unless somebody signs in or out.
+    // Follow the file at every event, since the event that announced the change may be lost. A process that has not restored its
+    // login yet reads the file at its restore; only a sign-in or sign-out makes it read now.
     if (event == Event::LoggedIn || event == Event::LoggedOut || m_state.isRestored())
         followFile();
     react(event, subject);
@@ -60,7 +60,7 @@ void EventReactions::followFile() {
 
 void EventReactions::react(Event event, const EventSubject& subject) {
     switch (event) {
-    // Taking the file over tells the observers of this process, once, whoever notices the change first.
+    // Following the file notifies the observers of this process, once, whichever thread notices the change first.
     case Event::LoggedIn:
     case Event::LoggedOut: return;
     case Event::TokenRefreshed: return tokenRefreshed(subject.consumerKey);
@@ -109,8 +109,8 @@ void EventReactions::tokenAcquired(const QString& consumerKey) {
     m_state.events->raiseEventHere(Event::TokenAcquired, consumerKey);
 }
 
-// A product that no client here has configured, or that is not signed in yet: its sign-in may serve another product of this
-// process.
+// Loads products that no client here has configured, or that are not signed in yet: their sign-in may serve another product of
+// this process.
 void EventReactions::loadUnconfigured() {
     if (m_unloaded.isEmpty() || !m_state.lock.try_lock_for(std::chrono::milliseconds(lockWaitMs)))
         return;

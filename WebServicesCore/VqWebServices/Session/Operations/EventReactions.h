@@ -8,10 +8,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What this process does when another one of the user reports an event.
+/// What this process does when another process of the user raises an event.
 ///
-/// Thread: the notification thread, which serves other processes too: it waits for the session's locks for a moment only, and
-/// what it could not do then is left for `finishReactions`. Owner: the login session. Errors: log lines.
+/// Thread: the notification thread, which serves other processes too: it waits for the session's locks only briefly, and leaves
+/// the rest to `finishReactions`. Owner: the login session. Errors: log lines.
 class EventReactions : public INotificationListener {
 public:
     explicit EventReactions(SessionState& state);
@@ -30,9 +30,9 @@ private:
 
     SessionState& m_state;
     Log::ILogger& m_logger;
-    bool m_isChangePending = false;    ///< The file could not be looked at.
-    std::optional<QString> m_signedIn; ///< The product of a sign-in that is still to be taken over.
-    QStringList m_unloaded;            ///< Products that are to be read and could not be yet.
+    bool m_isChangePending = false;    ///< The file could not be read.
+    std::optional<QString> m_signedIn; ///< The product of a sign-in that is still to be applied.
+    QStringList m_unloaded;            ///< Products that could not be read yet.
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -80,7 +80,7 @@ std::unique_lock<QRecursiveMutex> LoginStateFollower::lockState(int waitMs) cons
 bool LoginStateFollower::applyFile() {
     if (m_state.file.currentStamp() == m_state.file.seenStamp())
         return true;
-    // Briefly, whoever calls: a worker asks again, and the main thread must go on.
+    // Wait briefly: a worker asks again, and the main thread must go on.
     const LoginStateFile::Guard guard(m_state.file, LoginStateFile::briefTimeoutMs);
     if (!guard.isHeld())
         return false;

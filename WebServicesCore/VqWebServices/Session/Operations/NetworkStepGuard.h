@@ -6,10 +6,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Holds the login session lock for a step that may wait for the network, and keeps a second one out.
+/// Holds the login session lock for a step that may wait for the network, and keeps a second such step out.
 ///
-/// The lock is recursive, and a step that waits on the main thread lets the host's code run there: without this, that code could
-/// sign out in the middle of a sign-in and leave half of each behind. Thread: that of the step. Owner: the step's stack.
+/// The lock is recursive, and a step that waits on the main thread lets the host's code run there. Without this guard that code
+/// could sign out in the middle of a sign-in and leave half of each behind. Thread: that of the step. Owner: the step's stack.
 class NetworkStepGuard {
 public:
     NetworkStepGuard(SessionState& state, const char* operation)

@@ -21,7 +21,7 @@ OAuth2TokenSpec OAuth2Access::resolve(const QString& clientKey, const OAuth2Toke
 
 OAuth2SessionPointer OAuth2Access::findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec) {
     const OAuth2SessionPointer found = product ? product->oauth2().find(spec) : OAuth2SessionPointer();
-    // The session works for its product, which another thread may let go of while the caller waits.
+    // The session uses its product, which another thread may release while the caller waits.
     return found ? OAuth2SessionPointer(product, found.get()) : OAuth2SessionPointer();
 }
 
@@ -114,13 +114,13 @@ void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const O
         operations->waitForTokenQuery();
         m_logger.information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for token query."));
     }
-    // Without a token there is nothing that a refresh could hold off: the query needs a living OAuth 1.0 token at once.
+    // Without an OAuth2 token one is queried at once, which needs an OAuth 1.0 token that has not expired.
     const ProductTokens tokens = product.tokens();
     if (!held.isPresent() && tokens.areComplete() && tokens.areExpired(m_state.services.now()))
         (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
 }
 
-OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* wished, bool waitToFinish) {
+OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* requested, bool waitToFinish) {
     if (!isEnabled(clientKey)) {
         m_logger.error(QStringLiteral(
             "GetOAuth2AccessToken failed: OAuth2 is not enabled. You must enable OAuth2 to use this function. Returning empty token."));
@@ -129,20 +129,20 @@ OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const O
     const ProductSessionPointer product = m_state.product(clientKey);
     const bool mayWait = waitToFinish && !m_state.isInsideNetworkStep();
     if (product && mayWait)
-        waitForTokenQuery(*product, token(clientKey, wished));
-    const OAuth2SessionPointer session = lockedSession(clientKey, wished, mayWait);
+        waitForTokenQuery(*product, token(clientKey, requested));
+    const OAuth2SessionPointer session = lockedSession(clientKey, requested, mayWait);
     return session ? session->GetOAuth2AccessToken(mayWait, mayWait) : OAuth2Token();
 }
 
-OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const {
+OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const OAuth2TokenSpec* requested, bool mayWait) const {
     const ProductSessionPointer named = m_state.product(clientKey);
-    // Who must not wait cannot have the lock, which a sign-in holds for as long as the server takes.
+    // A caller that must not wait does without the lock: a sign-in holds it until the server answers.
     std::optional<LoginSessionLock> lock;
     if (mayWait)
         lock.emplace(m_state.lock,
                      QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
                      m_state.services.loggers.lock);
-    // Another thread may have replaced it before this one got the lock.
+    // Look again: another thread may have replaced the product before this one got the lock.
     const ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !m_state.isLoggedIn(clientKey)) {
         m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
@@ -152,7 +152,7 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
         m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Configuration not set"));
         return {};
     }
-    const OAuth2TokenSpec spec = resolve(clientKey, wished);
+    const OAuth2TokenSpec spec = resolve(clientKey, requested);
     const OAuth2SessionPointer session = findSession(product, spec);
     if (!session)
         m_logger.error(
@@ -162,21 +162,23 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
     return session;
 }
 
-QString OAuth2Access::refusal(const QString& clientKey) const {
+Util::Result<void> OAuth2Access::mayRefresh(const QString& clientKey) const {
     if (!isEnabled(clientKey))
-        return QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled.");
+        return Util::Failure{QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled.")};
     if (!m_state.isLoggedIn(clientKey))
-        return QStringLiteral("Failed to refresh OAuth2 token. User not logged in.");
-    return m_state.isLoginExpired() ? QStringLiteral("Failed to refresh OAuth2 token. Login session has expired.") : QString();
+        return Util::Failure{QStringLiteral("Failed to refresh OAuth2 token. User not logged in.")};
+    if (m_state.isLoginExpired())
+        return Util::Failure{QStringLiteral("Failed to refresh OAuth2 token. Login session has expired.")};
+    return {};
 }
 
-bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* wished, bool synchronous) {
-    const QString reason = refusal(clientKey);
-    if (!reason.isEmpty()) {
-        m_logger.error(reason);
+bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* requested, bool synchronous) {
+    const Util::Result<void> allowed = mayRefresh(clientKey);
+    if (!allowed) {
+        m_logger.error(allowed.reason());
         return false;
     }
-    const OAuth2TokenSpec spec = resolve(clientKey, wished);
+    const OAuth2TokenSpec spec = resolve(clientKey, requested);
     const ProductSessionPointer product = m_state.product(clientKey);
     const OAuth2SessionPointer found = findSession(product, spec);
     if (!found) {

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "Session/Core/SessionState.h"
+#include "VqUtil/General/Result.h"
 
 #include <VqWebServices/OAuth2Token.h>
 
 namespace Velquor::WebServices::Internal {
 
-/// What clients ask about OAuth2 tokens. A null spec means the client's default one.
+/// The clients' operations with OAuth2 tokens. A null spec means the client's default one.
 ///
 /// Thread: any; waits with no lock held. Owner: its user's stack. Errors: an empty or false result and one log line.
 class OAuth2Access {
@@ -18,7 +19,8 @@ public:
     bool EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec);
     bool DisableOAuth2(const QString& clientKey);
 
-    /// Another process has enabled or disabled OAuth2 for the product with this consumer key: so do all its clients here.
+    /// Another process has enabled or disabled OAuth2 for the product with this consumer key; do the same for all its clients
+    /// here.
     void enabledElsewhere(const QString& productKey, const OAuth2TokenSpec& spec);
     void disabledElsewhere(const QString& productKey);
 
@@ -29,7 +31,7 @@ public:
     [[nodiscard]] OAuth2TokenData token(const QString& clientKey, const OAuth2TokenSpec* spec) const;
     [[nodiscard]] bool isRefreshTimerActive(const QString& clientKey, const OAuth2TokenSpec* spec) const;
 
-    /// Says what token the client's product has, when it has one.
+    /// Logs the token of the client's product and raises its event, when there is one.
     void reportToken(const QString& clientKey);
 
     /// The spec itself, or the client's default one.
@@ -41,15 +43,16 @@ private:
     [[nodiscard]] static OAuth2SessionPointer findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec);
     /// Null when the product is not signed in or has never had the spec enabled.
     [[nodiscard]] OAuth2SessionPointer session(const QString& clientKey, const OAuth2TokenSpec& spec) const;
-    /// The session to get the token of, found under the login session lock when that may be waited for; null with a line in the
+    /// The session that holds the token, found under the login session lock when the caller may wait; null with a line in the
     /// log.
-    [[nodiscard]] OAuth2SessionPointer lockedSession(const QString& clientKey, const OAuth2TokenSpec* wished, bool mayWait) const;
+    [[nodiscard]] OAuth2SessionPointer lockedSession(const QString& clientKey, const OAuth2TokenSpec* requested,
+                                                     bool mayWait) const;
     /// The clients of this process that are the product with this consumer key.
     [[nodiscard]] QStringList clientsOf(const QString& productKey) const;
     void startTokens(const QString& clientKey);
     void discardUnused(const ProductSessionPointer& product);
     void waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held);
-    [[nodiscard]] QString refusal(const QString& clientKey) const;
+    [[nodiscard]] Util::Result<void> mayRefresh(const QString& clientKey) const;
     bool refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous);
 
     SessionState& m_state;

@@ -4,7 +4,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Reads the tokens of one product from the login state file, beside what this process holds already.
+/// Reads the tokens of one product from the login state file; everything else in memory stays.
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: false and a log line; what is in memory stays.
 class ProductStateLoader {
@@ -14,8 +14,8 @@ public:
     /// The product of a client. False when the file does not hold its tokens.
     bool loadProduct(const QString& clientKey);
 
-    /// The older form: a product by its consumer key, which no client of this process needs to have configured, so that the
-    /// process knows of a sign-in that another product can use. False when the file does not hold it.
+    /// The older form: reads a product by its consumer key. No client of this process needs to have configured it; its sign-in
+    /// can serve another product. False when the file does not hold it.
     bool SetInfor1(const QString& productKey);
 
 private:

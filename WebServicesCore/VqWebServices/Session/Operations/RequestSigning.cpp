@@ -121,22 +121,21 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
     Access access = prepareTokens(clientKey, order.checkExpiry);
     const LoginSessionLock lock(m_state.lock, lockName(access.product, QStringLiteral("SignRequest")),
                                 m_state.services.loggers.lock);
-    QString error = signingText(admit(access));
-    QByteArray result;
-    if (error.isEmpty())
-        result = sign(*access.product, order, error);
-    if (result.isEmpty())
-        logger(access).error(error.contains(QStringLiteral("%1")) ? error.arg(displayUrl(order.request.url)) : error);
-    return result;
+    const QString refused = signingText(admit(access));
+    const Util::Result<QByteArray> signedText =
+        refused.isEmpty() ? sign(*access.product, order) : Util::Result<QByteArray>(Util::Failure{refused});
+    if (signedText)
+        return *signedText;
+    const QString reason = signedText.reason();
+    logger(access).error(reason.contains(QStringLiteral("%1")) ? reason.arg(displayUrl(order.request.url)) : reason);
+    return {};
 }
 
-QByteArray RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const {
+Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order) const {
     SigningKeys keys;
     const QString keyError = product.signingKeys(keys);
-    if (!keyError.isEmpty()) {
-        error = QStringLiteral("SignRequest failed while signing url %1: ") + keyError;
-        return {};
-    }
+    if (!keyError.isEmpty())
+        return Util::Failure{QStringLiteral("SignRequest failed while signing url %1: %2").arg(QStringLiteral("%1"), keyError)};
     if (!order.token.isEmpty()) {
         keys.token = Util::SecretBytes(QByteArray(order.token));
         keys.tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
@@ -145,13 +144,11 @@ QByteArray RequestSigning::sign(const ProductLoginSession& product, const Signin
         order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
     const QByteArray parameters = OAuth::VqOAuthWrapper(*m_state.services.oauthHost)
                                       .CreateOauthParameterString(request, keys.credentials(), outputForm(order.mode));
-    if (parameters.isEmpty()) {
-        error = QStringLiteral(
-            "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.");
-        return {};
-    }
+    if (parameters.isEmpty())
+        return Util::Failure{QStringLiteral(
+            "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")};
     if (order.mode == ParsingMode::AuthorizationHeader)
-        return "OAuth " + parameters;
+        return QByteArray("OAuth " + parameters);
     return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters).toEncoded() : parameters;
 }
 
@@ -165,7 +162,7 @@ bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, 
     if (error.isEmpty()) {
         const QString keyError = access.product->signingKeys(keys);
         if (!keyError.isEmpty())
-            error = QStringLiteral("GetAccessToken failed: ") + keyError;
+            error = QStringLiteral("GetAccessToken failed: %1").arg(keyError);
     }
     if (!error.isEmpty()) {
         logger(access).error(error);

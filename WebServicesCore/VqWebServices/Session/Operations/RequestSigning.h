@@ -2,6 +2,7 @@
 
 #include "Session/Core/SessionState.h"
 #include "Signing/VqOAuthWrapper.h"
+#include "VqUtil/General/Result.h"
 
 #include <VqWebServices/RequestParam.h>
 
@@ -11,7 +12,7 @@ namespace Velquor::WebServices::Internal {
 struct SigningOrder {
     OAuth::RequestToSign request;
     ParsingMode mode = ParsingMode::AuthorizationHeader;
-    /// Fail when the access token has expired, instead of signing with it.
+    /// Fail when the access token has expired, instead of signing with the expired token.
     bool checkExpiry = true;
     /// A token and its secret to sign with instead of the product's access token; empty: the access token.
     QByteArray token;
@@ -35,7 +36,7 @@ private:
     /// Why an operation with the access token cannot be done, in the order in which it is checked.
     enum class Refusal { None, NoUser, NoProduct, StateNotValid, NoConfiguration, NoToken, NotLoggedIn, Expired };
 
-    /// One operation with a product's access token: who asks, and what was found for them.
+    /// One operation with a product's access token: the client that asks, and what was found for it.
     struct Access {
         QString clientKey;
         bool checkExpiry = true;
@@ -43,19 +44,19 @@ private:
         bool wasRefreshed = false; ///< A refresh was waited for because the token had expired.
     };
 
-    /// What must hold before a wait for tokens makes sense.
+    /// Checks what no wait for tokens can change.
     [[nodiscard]] Refusal checkState(const Access& access) const;
     [[nodiscard]] Refusal check(const Access& access) const;
     [[nodiscard]] static QString signingText(Refusal refusal);
     [[nodiscard]] static QString tokenText(Refusal refusal);
-    /// The signed text; when it is empty, `error` is the log text, with a place for the URL.
-    [[nodiscard]] QByteArray sign(const ProductLoginSession& product, const SigningOrder& order, QString& error) const;
-    /// Waits for a token query or refresh that is under way, and refreshes an expired token when that is wished; does not let
-    /// those wait who are refused anyway. With no lock held.
+    /// The signed text, or the log text of the failure, with a place for the URL.
+    [[nodiscard]] Util::Result<QByteArray> sign(const ProductLoginSession& product, const SigningOrder& order) const;
+    /// Waits for a running token query or refresh, and refreshes an expired token when the caller checks the expiry. A caller
+    /// that will be refused anyway does not wait. With no lock held.
     [[nodiscard]] Access prepareTokens(const QString& clientKey, bool checkExpiry);
     /// Under the login session lock: finds the product again, which another thread may have replaced during the wait.
     [[nodiscard]] Refusal admit(Access& access) const;
-    /// The product's, or without one that of all products.
+    /// The product's logger, or without a product the logger of all products.
     [[nodiscard]] Log::ILogger& logger(const Access& access) const;
     [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);
 

@@ -15,7 +15,8 @@ namespace Velquor::WebServices::Internal {
 namespace {
 
 const auto accountServer = QStringLiteral("AccountServerUrl");
-// Encrypted. They are a convenience in the browser, and must leave room for the tokens in the login state file.
+// The size of the encrypted cookies. They are a convenience in the browser, and must leave room for the tokens in the login state
+// file.
 constexpr int maximumCookieSize = 256 * 1024;
 
 } // namespace
@@ -25,18 +26,19 @@ SignInFlow::SignInFlow(SessionState& state)
     , m_services(state.services)
     , m_logger(*state.services.loggers.session) {}
 
-QString SignInFlow::checkReady(const QString& clientKey) const {
+Util::Result<void> SignInFlow::checkReady(const QString& clientKey) const {
     if (!m_state.clients.hasAnyConfiguration(clientKey))
-        return QStringLiteral(
-            "Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and then call WebServicesManager::RestoreLogin.");
+        return Util::Failure{QStringLiteral(
+            "Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and then call WebServicesManager::RestoreLogin.")};
     const Server server = m_state.currentServer();
     if (!m_state.clients.configuration(clientKey, server))
-        return QStringLiteral(
-                   "Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported server using WebServicesManager::SetConfiguration.")
-            .arg(serverName(server));
+        return Util::Failure{
+            QStringLiteral(
+                "Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported server using WebServicesManager::SetConfiguration.")
+                .arg(serverName(server))};
     if (!m_state.isRestored())
-        return QStringLiteral(
-            "Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin after setting the configuration.");
+        return Util::Failure{QStringLiteral(
+            "Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin after setting the configuration.")};
     return {};
 }
 
@@ -72,9 +74,9 @@ bool SignInFlow::checkConsumerKeys(const SigningKeys& keys, const QUrl& url) con
 }
 
 InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& ldapDomainKey) {
-    const QString notReady = checkReady(clientKey);
-    if (!notReady.isEmpty()) {
-        m_logger.error(notReady);
+    const Util::Result<void> ready = checkReady(clientKey);
+    if (!ready) {
+        m_logger.error(ready.reason());
         return {LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
     }
     const ConfigurationPointer configuration = m_state.clients.configuration(clientKey, m_state.currentServer());
@@ -84,38 +86,39 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
     const AccountReply reply = exchange(*configuration, consumerKeys(*configuration), url);
     const int httpStatus = reply.reply().status;
-    ProductLoginSession::RequestToken token;
-    if (!takeRequestToken(reply, url, token))
+    const std::optional<ProductLoginSession::RequestToken> token = readRequestToken(reply, url);
+    if (!token)
         return {LoginCode::exchangeFailed, {}, reply.loginError(), httpStatus};
-    const QUrl browserUrl = authorizationUrl(requestTokenKeys(token, *configuration), ldapDomainKey);
+    const QUrl browserUrl = authorizationUrl(requestTokenKeys(*token, *configuration), ldapDomainKey);
     const ProductSessionPointer product = ProductConfigurator(m_state).configure(clientKey);
     if (!product || browserUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(displayUrl(url)));
         return {LoginCode::exchangeFailed, {}, LoginErrorEx::SigningFailed, httpStatus};
     }
     m_state.setLdapDomainKey(ldapDomainKey);
-    product->setRequestToken(token);
+    product->setRequestToken(*token);
     m_logger.information(QStringLiteral("Initiated login successfully"));
     return {LoginCode::success, QString::fromLatin1(browserUrl.toEncoded()), LoginErrorEx::None, httpStatus};
 }
 
-bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, ProductLoginSession::RequestToken& token) const {
+std::optional<ProductLoginSession::RequestToken> SignInFlow::readRequestToken(const AccountReply& reply, const QUrl& url) const {
     const QString shownUrl = displayUrl(url);
     if (!reply.isSigned) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(shownUrl));
-        return false;
+        return {};
     }
     if (reply.reply().isNull) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Reply is null").arg(shownUrl));
-        return false;
+        return {};
     }
     if (!reply.hasStatus200()) {
         m_logger.error(QStringLiteral("Failed to initiate login. %1%2").arg(reply.errorText(), reply.problemText()));
-        return false;
+        return {};
     }
     const QMap<QString, QByteArray> parameters = replyParameters(reply.reply().body);
     const Util::SecretBytes secret(QByteArray(parameters.value(QStringLiteral("oauth_token_secret"))));
     const Util::SecretBytes clientId(QByteArray(parameters.value(QStringLiteral("x_oauth_client_identifier"))));
+    ProductLoginSession::RequestToken token;
     token.token = parameters.value(QStringLiteral("oauth_token"));
     const bool hasToken = isUsableToken(token.token) && isUsableToken(secret.view());
     if (hasToken && clientId.isEmpty()) {
@@ -123,7 +126,7 @@ bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, Pr
             QStringLiteral(
                 "Failed to initiate login. Url: %1 The request succeeded, but server didn't return client id. This will happen if the consumer key is legacy key. Please contact the server team. Session dump: %2")
                 .arg(shownUrl, reply.dump()));
-        return false;
+        return {};
     }
     if (!hasToken) {
         const QString missing = missingNames({{QStringLiteral("Request token"), isUsableToken(token.token)},
@@ -133,12 +136,12 @@ bool SignInFlow::takeRequestToken(const AccountReply& reply, const QUrl& url, Pr
             QStringLiteral(
                 "Failed to initiate login. Url: %1: The request succeeded, but server didn't return the following parameter(s): %2. Session dump: %3.")
                 .arg(shownUrl, missing, reply.dump()));
-        return false;
+        return {};
     }
     if (secret.size() <= m_services.maximumBlockText())
         token.encryptedSecret = m_services.cryptor->encrypt(secret.view());
     token.encryptedClientId = m_services.cryptor->encrypt(clientId.view());
-    return true;
+    return token;
 }
 
 QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const {
@@ -147,7 +150,7 @@ QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDo
     const int position = text.indexOf(placeHolder);
     if (position >= 0)
         text.replace(position, placeHolder.size(), QString::fromLatin1(QUrl::toPercentEncoding(ldapDomainKey)));
-    // A request token without its secret would make a URL that every server refuses.
+    // Every server refuses a URL that is signed without the request token's secret.
     return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(*m_services.oauthHost, QUrl(text), keys);
 }
 
@@ -175,7 +178,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     const QUrl url(m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
     const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
-    // Without its secret a request token cannot be exchanged, and signing with half of the keys would only be refused.
+    // A request token cannot be exchanged without its secret: the server would refuse the signature.
     const AccountReply reply =
         keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(*configuration, keys, url);
     if (!reply.isSigned)
@@ -185,7 +188,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     else if (!reply.hasStatus200())
         m_logger.error(QStringLiteral("Failed to complete login. %1").arg(reply.errorText() + reply.problemText()));
     else if (m_state.product(clientKey) != product)
-        // The host removed the client, or changed the server, while this waited.
+        // While this thread waited, the host removed the client or changed the server.
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
     else if (!storeSignIn(*product, replyParameters(reply.reply().body), cookies))
         m_logger.error(QStringLiteral("Failed to complete login. Server returned invalid response body. %1").arg(reply.dump()));
@@ -212,14 +215,14 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     product.setRequestToken({});
     m_logger.information(QStringLiteral("Completed login successfully"));
     m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));
-    // What cannot be saved now is used all the same, and saved later.
+    // A sign-in that cannot be saved now is used all the same, and saved later.
     LoginStateSaver(m_state).saveSignIn(product);
     return true;
 }
 
 BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const {
     const auto text = [&reply](const QString& name) {
-        // As it will be read from the file: by the name, too, one sign-in is told from another.
+        // Use the text as it will be read from the file, since the name is part of what identifies a sign-in.
         return LoginStateXml::storableText(QString::fromUtf8(reply.value(name)));
     };
     BasicLoginState state;
@@ -240,7 +243,7 @@ QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
     return {};
 }
 
-// The new user is known by now: a cache that asks again at once does so for them, or finds no token yet.
+// The new user is set by now. A cache that asks again at once asks for that user, or finds no token yet.
 void SignInFlow::forgetOtherUser() {
     const QVector<ProductSessionPointer> sessions = m_state.products.all();
     for (const ProductSessionPointer& session : sessions) {

@@ -2,10 +2,12 @@
 
 #include "Session/Core/SessionState.h"
 #include "Session/Operations/AccountExchange.h"
+#include "VqUtil/General/Result.h"
 
 #include <QMap>
 #include <VqWebServices/LoginError.h>
 #include <VqWebServices/NetworkCookieJar.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -39,12 +41,13 @@ public:
     [[nodiscard]] int complete(const QString& clientKey, const NetworkCookieJar* cookies);
 
 private:
-    [[nodiscard]] QString checkReady(const QString& clientKey) const;
+    [[nodiscard]] Util::Result<void> checkReady(const QString& clientKey) const;
     [[nodiscard]] AccountReply exchange(const WebServicesConfiguration& configuration, const SigningKeys& keys,
                                         const QUrl& url) const;
     [[nodiscard]] bool checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const;
-    [[nodiscard]] bool takeRequestToken(const AccountReply& reply, const QUrl& url,
-                                        ProductLoginSession::RequestToken& token) const;
+    /// Empty, with a line in the log, when the reply holds no usable request token.
+    [[nodiscard]] std::optional<ProductLoginSession::RequestToken> readRequestToken(const AccountReply& reply,
+                                                                                    const QUrl& url) const;
     [[nodiscard]] QUrl authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const;
     [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
                                    const NetworkCookieJar* cookies);

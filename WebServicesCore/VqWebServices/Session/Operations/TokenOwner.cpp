@@ -13,12 +13,13 @@ namespace {
 
 constexpr int lockSliceMs = 50;
 constexpr int pauseMs = 10;
-// Longer than any exchange of a sign-in, which holds the lock while it waits for the server.
+// Longer than any exchange of a sign-in, which holds the lock until the server answers.
 constexpr int lockTimeoutMs = 65000;
-// Enough for a look at the file by another thread. Tokens that could not be stored are lost, and the old ones may be spent.
+// Long enough for another thread to read the file. Tokens that could not be stored are lost, and the server may have invalidated
+// the old ones.
 constexpr int lockTimeoutWhenStoppingMs = 500;
 constexpr int catchUpWaitMs = 10000;
-// Enough for a second look at a file that could not be read, which may be so for good.
+// Long enough for a second try to read the file, which may stay unreadable.
 constexpr int unreadableWaitMs = 1500;
 
 } // namespace
@@ -66,7 +67,7 @@ QString TokenOwner::user() const {
 }
 
 bool TokenOwner::catchUpWithFile(const QString& signInId) {
-    // One look may itself take as long as all of them may.
+    // A single call may take the whole time, so the time is measured from here.
     QElapsedTimer timer;
     timer.start();
     while (!m_state.events->followFile(lockSliceMs)
@@ -105,7 +106,7 @@ StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sess
         state.sessionExpiryDate = sessionExpiry;
         m_state.setBasic(state);
     }
-    // A file that cannot be written keeps nobody from using the tokens: the old ones may be spent.
+    // Use the tokens even when the file cannot be written: the server may have invalidated the old ones.
     if (LoginStateSaver(m_state).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
         return StoreResult::Stored;
     m_product.setTokens(before);
@@ -124,7 +125,7 @@ StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenDat
         return StoreResult::SignInGone;
     const OAuth2TokenData before = session.token();
     session.replaceToken(token);
-    // A file that cannot be written keeps nobody from using the token.
+    // Use the token even when the file cannot be written.
     if (LoginStateSaver(m_state).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
         return StoreResult::Stored;
     session.replaceToken(before);

@@ -8,10 +8,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the token workers of a product see of the login session.
+/// The login session as the token workers of a product see it.
 ///
-/// Thread: any; takes the login session lock for a short time where it stores. Owner: the product's session, whose thread of
-/// workers ends before this goes. Errors: results; log lines where something is stored.
+/// Thread: any; takes the login session lock for a short time where it stores. Owner: the product's session, which ends the
+/// workers' thread before it destroys this. Errors: results; log lines where something is stored.
 class TokenOwner : public ITokenOwner {
 public:
     TokenOwner(SessionState& state, ProductLoginSession& product);
@@ -42,7 +42,7 @@ public:
     void stop() override { m_stopping = true; }
 
 private:
-    /// Takes the login session lock. It is waited for only briefly when the product goes away meanwhile.
+    /// Takes the login session lock. Waits only briefly once the product is going away.
     [[nodiscard]] bool lockState();
 
     SessionState& m_state;

@@ -24,13 +24,13 @@ struct OAuth2Settings {
     bool isEnabled = false;
     QVector<OAuth2TokenSpec> specs; ///< In the order in which they were enabled.
 
-    /// What an operation without a spec means: the first that was enabled, else that of the older interface.
+    /// The spec of an operation that names none: the first that was enabled, else that of the older interface.
     [[nodiscard]] OAuth2TokenSpec defaultSpec() const;
     /// Type RT, the scope of the configuration.
     [[nodiscard]] static OAuth2TokenSpec legacySpec();
 };
 
-/// One registered product: who it is, and its configuration for each server.
+/// One registered product: its identity, and its configuration for each server.
 ///
 /// Thread: under the clients lock. Owner: the client registry.
 class ClientInfo {
@@ -40,13 +40,13 @@ public:
     [[nodiscard]] const ClientIdentity& identity() const { return m_identity; }
 
     /// The client's name in all texts about clients: the product's name, else the executable and the process id. On the
-    /// single-sign-on server, where the same product may be a client several times, all three.
+    /// single-sign-on server, where one product may be a client several times, all three.
     [[nodiscard]] QString displayName(bool isSSOServer) const;
 
     void setConfiguration(const ConfigurationPointer& configuration);
     [[nodiscard]] QList<ConfigurationPointer> configurations() const { return m_configurations.values(); }
     [[nodiscard]] ConfigurationPointer configuration(int server) const { return m_configurations.value(server); }
-    /// The consumer key of the configuration for a server: the product's key, which stands in the login state file in clear as
+    /// The consumer key of the configuration for a server. It is the product's key, which the login state file holds in clear as
     /// well.
     [[nodiscard]] QString productKey(int server) const { return m_productKeys.value(server); }
     [[nodiscard]] const OAuth2Settings& oauth2() const { return m_oauth2; }

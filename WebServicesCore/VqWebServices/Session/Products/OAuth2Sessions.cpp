@@ -45,7 +45,7 @@ bool OAuth2Sessions::disable() {
         const QMutexLocker lock(&m_mutex);
         if (!std::exchange(m_enabled, false))
             return false;
-        // They are in the file: whoever enables them again finds them here.
+        // The file still holds the tokens. Keep them for the next client that enables OAuth2.
         m_loaded += heldTokens();
     }
     m_logger->information(QStringLiteral("OAuth2 disabled in product login session"));

@@ -21,7 +21,7 @@ class OAuth2Sessions {
 public:
     explicit OAuth2Sessions(std::shared_ptr<Log::ILogger> logger);
 
-    /// Makes the sessions that are missing. False when nothing has changed by it.
+    /// Creates the missing sessions. False when none was missing.
     bool enable(const QVector<OAuth2TokenSpec>& specs, ITokenOwner& owner, TokenOperations& operations);
     /// Discards the tokens here; the file keeps them for the processes that use them. False when it was disabled before.
     bool disable();
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] OAuth2SessionPointer find(const OAuth2TokenSpec& spec) const;
     [[nodiscard]] QVector<OAuth2SessionPointer> all() const;
 
-    /// Keeps the tokens of the file, and gives the sessions those that are newer than theirs.
+    /// Keeps the tokens of the file, and hands the sessions those that are newer than their own.
     void load(const QVector<OAuth2TokenData>& tokens);
     /// The tokens that the sessions hold.
     [[nodiscard]] QVector<OAuth2TokenData> tokens() const;

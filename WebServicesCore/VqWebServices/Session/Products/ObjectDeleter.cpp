@@ -28,7 +28,7 @@ ObjectDeleter::~ObjectDeleter() {
     // The OAuth2 workers use all the others.
     for (TokenWorker* const worker : oauth2Workers)
         delete worker;
-    // The refresher and the fetcher go before the controller that they report to.
+    // Delete the refresher and the fetcher before the controller that they call.
     delete tokenRefresher;
     delete tokenFetcher;
     delete refreshController;

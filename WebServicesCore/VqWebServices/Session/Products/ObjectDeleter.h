@@ -16,8 +16,8 @@ class TokenWorker;
 
 /// Destroys the objects of a token operations thread on that thread, after its event loop has ended.
 ///
-/// Thread: lives on the token operations thread and is deleted by its end. Owner: that thread. It holds plain pointers and
-/// is the only one who deletes them.
+/// Thread: lives on the token operations thread and is deleted by its end. Owner: that thread. It holds plain pointers, and
+/// nothing else deletes them.
 class ObjectDeleter : public QObject {
     Q_OBJECT
 
@@ -29,7 +29,7 @@ public:
     RefreshController* refreshController = nullptr;
     TokenFetcher* tokenFetcher = nullptr;
     TokenRefresher* tokenRefresher = nullptr;
-    /// Filled until the thread is asked to end.
+    /// Grows until the thread is asked to end.
     std::vector<TokenWorker*> oauth2Workers;
 
 public slots:
@@ -39,7 +39,7 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
 };
 
-/// The system's number of the thread that calls, for the log.
+/// The system's id of the calling thread, for the log.
 [[nodiscard]] QString currentThreadIdText();
 
 } // namespace Velquor::WebServices::Internal

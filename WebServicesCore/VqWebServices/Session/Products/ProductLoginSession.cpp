@@ -19,7 +19,7 @@ namespace {
 
 constexpr int shortKeyLength = 12;
 
-// Enough of a consumer key to tell products apart in the log.
+// Long enough to tell products apart in the log.
 QString shortKey(const QString& key) {
     const int dash = key.lastIndexOf(QLatin1Char('-'));
     return dash >= 0 ? key.mid(dash + 1) : key.right(shortKeyLength);
@@ -30,7 +30,7 @@ SessionDependencies withPrefix(SessionDependencies services, const std::shared_p
     return services;
 }
 
-// A signature needs both a key and its secret; each failure has a text of its own.
+// A signature needs both keys and both secrets. Each missing one has its own text.
 QString checkKeys(const SigningKeys& keys) {
     if (keys.consumerKey.isEmpty())
         return QStringLiteral("Failed to decrypt consumer key.");

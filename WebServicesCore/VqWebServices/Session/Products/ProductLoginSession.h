@@ -23,8 +23,8 @@ class TokenOperations;
 /// The login state of one product (one consumer key) on one server: its OAuth 1.0 tokens, what is needed to sign with them, and,
 /// once it is activated, the thread on which they are queried and refreshed.
 ///
-/// Thread: any; its fields have a lock of their own, taken after the login session lock. Owner: the login session, and whoever
-/// works with it at the moment; it goes away only after its thread has ended. Errors: results and log lines.
+/// Thread: any; its fields have a lock of their own, taken after the login session lock. Owner: the login session, shared with
+/// the operations that use it at the moment; it is destroyed only after its thread has ended. Errors: results and log lines.
 class ProductLoginSession {
 public:
     ProductLoginSession(SessionDependencies services, const QString& productKey, Server server);
@@ -39,10 +39,10 @@ public:
 
     /// The prefix of what is logged for this session: the product's name, when it is known, the end of its key, and the server.
     [[nodiscard]] QString logPrefix() const { return m_prefix->text(); }
-    /// What its token work needs of the floors below; the loggers write with the prefix.
+    /// What its token work needs from lower layers; the loggers write with the prefix.
     [[nodiscard]] const TokenDependencies& services() const { return m_services; }
 
-    /// Starts the token operations when there is a configuration, unless that was done or the session was deactivated.
+    /// Starts the token operations when there is a configuration, unless they run already or the session was deactivated.
     void Activate(std::unique_ptr<ITokenOwner> owner);
     /// Ends the token operations for good. `retire` does not wait for their thread and may be called anywhere, also on it.
     void Deactivate();
@@ -54,7 +54,7 @@ public:
 
     /// Has the product's cache of this type deleted, in memory and in the file.
     void DeleteCacheSlot(CacheType type);
-    /// The sign-in is over: nothing of it is written or told by the caches any more.
+    /// The sign-in is over: its caches write nothing and notify nobody any more.
     void endCaches();
     void enableCache(CacheType type);
 
@@ -63,8 +63,8 @@ public:
     /// The clients of this process that are this product.
     [[nodiscard]] const ClientReferences& clientReferences() const { return m_clientReferences; }
 
-    /// Starts what the product needs to have its tokens: nothing when it has them, an automatic sign-in when another product's
-    /// sign-in can be used. False when there are no tokens and nothing can be done about it.
+    /// Checks whether the product has its tokens, and starts an automatic sign-in when another product's sign-in can be used.
+    /// False when there are no tokens and no way to get them.
     bool CheckTokensToQuery(Server currentServer);
 
     void SetConfiguration(const ConfigurationPointer& configuration);
@@ -82,15 +82,15 @@ public:
     void setRequestToken(const RequestToken& token);
     [[nodiscard]] RequestToken requestToken() const;
 
-    /// Takes the product's node of the login state file over, but for tokens here that are newer: obtained from those of the
-    /// node, and not saved yet. Secrets stay encrypted until they are used.
+    /// Loads the product's node of the login state file. Newer tokens here stay: those that were obtained with the tokens of the
+    /// node and are not saved yet. Secrets stay encrypted until they are used.
     void Load(const QDomElement& product);
-    /// Whether what is here may take the place of the node in the file: not when another process has stored other tokens there
-    /// since this one looked. `isSameSignIn`: the node is of the sign-in in memory.
+    /// Whether this session may replace its node in the file. It may not when another process has stored other tokens there since
+    /// this one looked. `isSameSignIn`: the node is of the sign-in in memory.
     [[nodiscard]] bool mayReplace(const QDomElement& product, bool isSameSignIn) const;
     /// The tokens here are newer than those of this node.
     void noteFile(const QDomElement& product);
-    /// The tokens here stand in the file.
+    /// The file holds the tokens of this session.
     void markSaved();
     /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file,
     /// whose OAuth2 tokens of other kinds are kept; may be null.
@@ -99,13 +99,13 @@ public:
     void SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const;
     void Clear();
 
-    /// Makes what is needed for OAuth2 tokens of these kinds, in a session that is activated.
+    /// Creates the OAuth2 sessions for tokens of these kinds. Only in an activated session.
     void EnableOAuth2(const QVector<OAuth2TokenSpec>& specs);
     /// False when it was disabled before.
     bool DisableOAuth2() { return m_oauth2.disable(); }
     [[nodiscard]] const OAuth2Sessions& oauth2() const { return m_oauth2; }
 
-    /// Held by whoever replaces configuration or tokens, and by whoever needs them to stay as they are.
+    /// Held while configuration or tokens are replaced, and while a caller needs them unchanged.
     [[nodiscard]] QRecursiveMutex& operationLock() const { return m_operationLock; }
 
     /// The keys for a signature with the access token. The result is empty, or the reason why there are none.

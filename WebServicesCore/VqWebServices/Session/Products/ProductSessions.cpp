@@ -77,8 +77,8 @@ void ProductSessions::stopAll() {
         const QWriteLocker lock(&m_lock);
         m_stopped = true;
     }
-    // They can be found until their threads have ended: one may just be saving tokens, and would take a user without products for
-    // one who is signed out.
+    // The sessions stay findable until their threads have ended: a thread that is saving tokens would mistake a user without
+    // products for a signed-out one.
     const QVector<ProductSessionPointer> running = all();
     for (const ProductSessionPointer& session : running)
         session->retire();

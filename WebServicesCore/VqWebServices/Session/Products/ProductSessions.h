@@ -24,7 +24,7 @@ public:
     [[nodiscard]] ProductSessionPointer getOrCreate(const QString& productKey, Server server);
     [[nodiscard]] QVector<ProductSessionPointer> onServer(Server server) const;
     [[nodiscard]] QVector<ProductSessionPointer> all() const;
-    /// What is removed ends its thread and is destroyed later, by another call here or by `stopAll`.
+    /// A removed session ends its thread and is destroyed later, by another call here or by `stopAll`.
     void remove(const QString& productKey, Server server);
     void clear();
     /// Removes all, makes no new ones, and waits until every thread has ended. With no lock held, not on a token operations

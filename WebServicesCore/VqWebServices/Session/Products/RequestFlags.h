@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The request flags of one product in the block that the processes of the user share.
+/// The request flags of one product in the memory block that the user's processes share.
 ///
 /// Thread: any. Owner: the product's token operations. Errors: without a block no flag is set.
 class RequestFlags : public IRequestFlags {

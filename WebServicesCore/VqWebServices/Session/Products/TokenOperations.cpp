@@ -102,24 +102,6 @@ bool TokenOperations::checkAutomaticLogin() {
     return m_fetcher && m_fetcher->CheckAutomaticLogin();
 }
 
-bool TokenOperations::queryToken(bool synchronous) {
-    RunWaiter waiter(m_queries);
-    QueryWorker::Answer answer = QueryWorker::Answer::Refused;
-    {
-        const QMutexLocker lock(&m_mutex);
-        if (m_fetcher)
-            answer = m_fetcher->ask(synchronous);
-    }
-    switch (answer) {
-    case QueryWorker::Answer::Refused: return false;
-    case QueryWorker::Answer::Skipped:
-    case QueryWorker::Answer::Started: return true;
-    case QueryWorker::Answer::Wait:
-    case QueryWorker::Answer::Joined: break;
-    }
-    return QueryWorker::waitForEnd(waiter, answer, m_owner.services(), tokenQueryTexts());
-}
-
 bool TokenOperations::refreshToken(bool synchronous, RefreshWorker::Reason reason) {
     RunWaiter waiter(m_refreshes);
     RefreshWorker::Answer answer = RefreshWorker::Answer::Refused;

@@ -15,12 +15,12 @@ namespace Velquor::WebServices::Internal {
 
 class ObjectDeleter;
 
-/// The token operations thread of one product with the workers on it, and the way to them from other threads.
+/// The token operations thread of one product, its workers, and the calls to them from other threads.
 ///
 /// Thread: any. Owner: the product's session. A caller that waits holds none of the locks here. Errors: results; the workers log.
 class TokenOperations {
 public:
-    /// Starts the thread. `keyDigest` stands for the consumer key in the names of locks.
+    /// Starts the thread. `keyDigest` represents the consumer key in the names of locks.
     TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFlags> flags, const QString& keyDigest);
     ~TokenOperations();
     TokenOperations(const TokenOperations&) = delete;
@@ -36,15 +36,15 @@ public:
     /// The product's caches, which live on this thread too.
     [[nodiscard]] CacheClient& caches() { return m_caches; }
 
-    /// Gives the session workers on this thread. False when the thread is ending or has ended.
+    /// Creates the session's workers on this thread. False when the thread is ending or has ended.
     bool activate(OAuth2Session& session);
 
     /// Starts a query when another product's sign-in was found; true when one is under way.
     bool checkAutomaticLogin();
-    /// A synchronous one waits for the end and tells whether it succeeded.
-    bool queryToken(bool synchronous);
+    /// A synchronous refresh waits for the end and returns whether it succeeded; an asynchronous one returns whether it was
+    /// started.
     bool refreshToken(bool synchronous, RefreshWorker::Reason reason);
-    /// Wait for what is under way in this or another process; return at once when nothing is.
+    /// Wait for a query or refresh of this or another process; return at once when there is none.
     void waitForTokenQuery();
     void waitForRefresh();
 
@@ -63,7 +63,7 @@ private:
     const std::unique_ptr<IRequestFlags> m_flags;
     const QString m_keyDigest;
     const std::unique_ptr<QThread> m_thread;
-    /// Guards the pointers, which are null after a stop was asked for. The thread deletes what they point to.
+    /// Guards the pointers, which are null after a stop was requested. The thread deletes the objects.
     mutable QMutex m_mutex;
     TokenFetcher* m_fetcher;
     RefreshController* const m_controller;

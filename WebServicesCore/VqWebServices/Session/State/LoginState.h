@@ -21,14 +21,14 @@ struct BasicLoginState {
     QDateTime sessionExpiryDate; ///< Invalid: the session does not expire.
 
     [[nodiscard]] bool hasUser() const { return !clientId.isEmpty(); }
-    /// What tells this user from others: the id, or the name when the service gave no id.
+    /// Identifies the user: the id, or the name when the service gave no id.
     [[nodiscard]] QString user() const { return userId.isEmpty() ? userName : userId; }
     [[nodiscard]] bool isExpired(const QDateTime& now) const { return sessionExpiryDate.isValid() && sessionExpiryDate < now; }
-    /// Two states of one sign-in; another sign-in has another date or another client id.
+    /// True for two states of one sign-in. Another sign-in has another date or another user.
     [[nodiscard]] bool isSameSignIn(const BasicLoginState& other) const;
 };
 
-/// How a signed-in state in memory stands to the one in the file.
+/// How the sign-in in memory relates to the one in the file.
 enum class StateOrigin {
     Same,               ///< The file holds this sign-in, or holds none and knows of no later sign-out.
     Older,              ///< The file holds an earlier sign-in: this one could not be saved yet.
@@ -39,8 +39,8 @@ enum class StateOrigin {
 /// The later of two dates; an invalid one is earlier than any.
 [[nodiscard]] QDateTime laterOf(const QDateTime& first, const QDateTime& second);
 
-/// Dates in the file are whole seconds, so sign-in and sign-out are kept apart by a second: a sign-in is dated after the last
-/// sign-in or sign-out, whatever the clock says, and a sign-out not before the sign-in that it ends.
+/// Dates in the file are whole seconds, so sign-in and sign-out are at least a second apart. A sign-in is dated after the last
+/// sign-in or sign-out, whatever the clock says, and a sign-out never before the sign-in that it ends.
 [[nodiscard]] QDateTime loginDateAfter(const QDateTime& now, const QDateTime& last);
 [[nodiscard]] QDateTime logoutDateFor(const QDateTime& now, const QDateTime& loginDate);
 

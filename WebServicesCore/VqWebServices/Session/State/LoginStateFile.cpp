@@ -12,7 +12,7 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-// The bound of the file is that of any document.
+// The same bounds as for any document.
 constexpr Util::XmlLimits limits;
 const auto semaphoreKey = QStringLiteral("VqWebServicesLoginStateSemaphore");
 const auto rootName = QStringLiteral("WebServices");
@@ -94,7 +94,7 @@ LoginStateFile::Content LoginStateFile::read() {
 void LoginStateFile::fail(Content& content, const Util::AtomicFile::ReadResult& file) const {
     content.status = file.isTooLarge ? Content::Status::Damaged : Content::Status::Unreadable;
     content.error = file.error;
-    m_logger->error(QStringLiteral("Failed to read file") + QStringLiteral(". %1").arg(file.error));
+    m_logger->error(QStringLiteral("Failed to read file. %1").arg(file.error));
 }
 
 void LoginStateFile::parse(Content& content, const QByteArray& text) const {
@@ -141,10 +141,11 @@ bool LoginStateFile::write(const QDomDocument& document) {
         return false;
     }
     const QByteArray text = document.toByteArray(2);
-    // Whatever came in from outside: a file that nobody can read would sign the user out everywhere.
+    // Check the text before it is written, whatever values came from outside: a file that no process can read would sign the user
+    // out everywhere.
     QString error = Util::findXmlFault(text, limits);
     if (!error.isEmpty() || !Util::AtomicFile::write(m_path, text, &error)) {
-        m_logger->error(QStringLiteral("Failed to write login state file") + QStringLiteral(". %1").arg(error));
+        m_logger->error(QStringLiteral("Failed to write login state file. %1").arg(error));
         return false;
     }
     noteWritten();

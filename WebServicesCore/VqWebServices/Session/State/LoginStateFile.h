@@ -12,7 +12,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The login state file "LoginState.xml" that all processes of the user share: reading it whole, writing it whole.
+/// The login state file "LoginState.xml" that all processes of the user share. It is read whole and written whole.
 ///
 /// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and
 /// the results below. Every read and write happens under a `Guard`; a guard is never held across a network exchange.
@@ -20,13 +20,13 @@ class LoginStateFile {
 public:
     LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
 
-    /// For operations that must read or write the file: many times what any process needs for one read and write. A process
-    /// that was stopped inside must not stop the others for ever.
+    /// For operations that must read or write the file: many times what one read and write takes. Bounded, since a process that
+    /// was stopped while it held the lock must not stop the others for ever.
     static constexpr int patientTimeoutMs = 10000;
-    /// For operations that would only like to know what is new.
+    /// For operations that can do without the file's latest state.
     static constexpr int briefTimeoutMs = 250;
 
-    /// Holds the lock of the file between the processes while it lives, when it could be had.
+    /// Holds the lock of the file between the processes for its lifetime, when the lock was free in time.
     class Guard {
     public:
         /// Waits for the lock at most `timeoutMs` milliseconds.
@@ -43,7 +43,7 @@ public:
     };
 
     struct Content {
-        /// `Damaged`: no later try will read it either, unlike `Unreadable`.
+        /// `Damaged` is final; `Unreadable` may be over at the next try.
         enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
         QDomDocument document;
         QString error;
@@ -58,22 +58,23 @@ public:
     [[nodiscard]] Content read();
 
     /// The document to change for a save: the file's, or a new one when there is none or it is damaged (a damaged file is set
-    /// aside under another name). Null when the file exists and cannot be read for the moment: then nothing may be written.
+    /// aside under another name). Null when the file exists but cannot be read now: then nothing may be written.
     [[nodiscard]] QDomDocument readForSaving();
 
-    /// False, with the old file in its place, when the document could not be written, or could not be read again by anybody.
+    /// False, with the old file in its place, when the document could not be written, or when no process could read it again.
     [[nodiscard]] bool write(const QDomDocument& document);
 
-    /// Removes what a process that died while creating the file left beside it. Every guard does so at its first use; this is for
-    /// those who find no file and have nothing to guard.
+    /// Removes the temporary files of a process that died while it created the file. Every guard does so at its first use; this
+    /// is for callers that find no file and so take no guard.
     void removeLeftovers();
 
     [[nodiscard]] QString path() const { return m_path; }
     [[nodiscard]] bool exists() const;
 
-    /// The stamp of the file now, and of the content that this process has taken over or written. Where they differ, there is
-    /// news. A read alone changes nothing: only who takes all of the content over says so, when that is done, with `markSeen`;
-    /// what could not be read is not seen. A write that was merged with news leaves them to be found.
+    /// The stamp of the file now, and of the content that this process has applied or written. When they differ, another process
+    /// has written. A read alone does not change the second: the caller that has applied the whole content calls `markSeen`. A
+    /// content that could not be read is not marked. A write that was merged with another process's change leaves that change to
+    /// be found.
     [[nodiscard]] Util::FileStamp currentStamp() const;
     [[nodiscard]] Util::FileStamp seenStamp() const;
     void markSeen(const Content& content);

@@ -7,14 +7,14 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The value encodings of the login state file: all values are attributes, but secrets, which are CDATA text of an element.
-/// Thread: that of the document.
+/// The value encodings of the login state file. Values are attributes; secrets are the CDATA text of an element. Thread: that of
+/// the document.
 namespace LoginStateXml {
 
 /// Whether a text of the file can hold the character, so that the file can be read again.
 [[nodiscard]] bool isStorable(uint character);
 
-/// The text without what the file cannot hold, and not longer than any name is.
+/// The text without characters that the file cannot hold, cut to the length that any name may have.
 [[nodiscard]] QString storableText(const QString& text);
 
 /// Writes the storable part of the text.

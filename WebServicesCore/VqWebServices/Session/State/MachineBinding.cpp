@@ -9,7 +9,7 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-// A blank address cannot be encrypted, so a machine without adapters is written as the separator alone.
+// An empty text cannot be encrypted, so a machine without adapters is written as the separator alone.
 const auto blankAddress = QStringLiteral("|");
 
 } // namespace

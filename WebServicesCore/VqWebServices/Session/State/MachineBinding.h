@@ -24,8 +24,8 @@ public:
     /// False when the state was saved by another user of the system, or on another machine.
     [[nodiscard]] bool check(const BasicLoginState& state) const;
 
-    /// Adds the machine's present addresses to those of a state that was checked: adapters are changed one by one over the years,
-    /// and each change alone leaves the machine the same.
+    /// Adds the machine's present addresses to those of a checked state. Adapters are replaced one by one over the years, and
+    /// each replacement leaves one common address.
     void renew(BasicLoginState& state) const;
 
 private:
@@ -43,8 +43,8 @@ private:
 /// `maximumSize` bytes and more than one address is left.
 [[nodiscard]] QString joinedMachineAddress(const QStringList& addresses, int maximumSize);
 
-/// The addresses to store for a machine that has `current` ones by now: these first, and the stored ones, since an adapter that
-/// was taken out for the day comes back. The stored ones alone when there is no new one.
+/// The addresses to store: the current ones first, then the stored ones, since an adapter that is unplugged today comes back.
+/// Only the stored ones when there is no new one.
 [[nodiscard]] QStringList renewedAddresses(const QStringList& stored, const QStringList& current);
 
 /// Whether two machines are the same: one common address is enough; a machine without addresses has the blank address.

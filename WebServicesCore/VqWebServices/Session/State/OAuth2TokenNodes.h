@@ -8,7 +8,8 @@
 namespace Velquor::WebServices::Internal {
 
 /// The OAuth2 tokens in a product's node of the login state file: one element for each type and scope; older programs write a
-/// single token of type RT. Thread: that of the document. Errors: what cannot be understood is left as it is, and not read.
+/// single token of type RT. Thread: that of the document. Errors: an element that cannot be understood is not read and stays as
+/// it is.
 namespace OAuth2TokenNodes {
 
 /// The tokens of both forms, the later one of each kind.
@@ -17,8 +18,8 @@ namespace OAuth2TokenNodes {
 /// Copies the tokens of an earlier node of the product, of both forms, as they are.
 void copy(const QDomElement& earlier, QDomElement& product);
 
-/// Writes a token, unless it is empty or the node holds one of its kind that lives longer. `isFresh`: it was just obtained, and
-/// takes the place of any other.
+/// Writes a token, unless it is empty or the node holds one of its kind that expires later. `isFresh`: it was just obtained and
+/// replaces any other.
 void put(QDomElement& product, const OAuth2TokenData& token, bool isFresh);
 
 /// Turns the single token of the older form into one of the present form, and removes the older keys.

@@ -148,15 +148,15 @@ void ProxyCredentials::load(const QDomElement& root) {
         m_logger->information(QStringLiteral("No proxy authentication info found in login state file %1").arg(path));
         return;
     }
-    QNetworkProxy proxy = QNetworkProxy::applicationProxy();
-    if (!ProxySettingsXml::read(root, *m_cryptor, proxy)) {
+    const std::optional<QNetworkProxy> proxy = ProxySettingsXml::read(root, *m_cryptor, QNetworkProxy::applicationProxy());
+    if (!proxy) {
         m_logger->warning(
             QStringLiteral("Ignoring proxy authentication info in login state file %1. Type, host or port is not valid.")
                 .arg(path));
         return;
     }
     m_logger->information(QStringLiteral("Loaded proxy authentication info from login state file %1").arg(path));
-    apply(proxy);
+    apply(*proxy);
 }
 
 void ProxyCredentials::loadFromFile() {
@@ -174,13 +174,13 @@ ProxyLogin ProxyCredentials::find(const ProxyAddress& proxy, const RefusedLogins
     const ProxyLogin mine = loginFor(current(), proxy);
     if (!mine.isEmpty() && !refused.contains(mine))
         return mine;
-    // The object of the one who changes the file is not for several threads.
+    // `m_file` may be used by one thread at a time, and this function runs on any.
     LoginStateFile file(m_file.path(), m_logger);
     const LoginStateFile::Content content = readContent(file, LoginStateFile::briefTimeoutMs);
-    QNetworkProxy stored;
-    if (!ProxySettingsXml::read(content.root(), *m_cryptor, stored))
+    const std::optional<QNetworkProxy> stored = ProxySettingsXml::read(content.root(), *m_cryptor);
+    if (!stored)
         return {};
-    const ProxyLogin theirs = loginFor(stored, proxy);
+    const ProxyLogin theirs = loginFor(*stored, proxy);
     return refused.contains(theirs) ? ProxyLogin() : theirs;
 }
 

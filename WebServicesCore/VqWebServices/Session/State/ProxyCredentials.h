@@ -13,18 +13,18 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The proxy credentials of this process: the application proxy of the framework, and the element "ProxySettings" of the login
-/// state file, from which the other processes of the user have them. The password is in clear in the proxy object only.
+/// The proxy credentials of this process: Qt's application proxy, and the element "ProxySettings" of the login state file, which
+/// shares them with the user's other processes. The password is in clear in the proxy object only.
 ///
-/// Thread: any; what changes the credentials is called under the login session lock, what asks for them waits for nobody. Owner:
+/// Thread: any. Operations that change the credentials are called under the login session lock; queries wait for nothing. Owner:
 /// the login session. Errors: false and a log line; a file that cannot be written leaves the proxy of this process as it was set.
 class ProxyCredentials {
 public:
     ProxyCredentials(const QString& loginStateFile, std::shared_ptr<Util::ICryptor> cryptor,
                      std::shared_ptr<Log::ILogger> logger);
 
-    /// Makes it the application proxy and saves it. False, with nothing changed, when host or user is empty, the port is not one,
-    /// or the file could hold a text only in a form that cannot be read again. True also when saving failed.
+    /// Makes it the application proxy and saves it. False, with nothing changed, when host or user is empty, the port is out of
+    /// range, or the file cannot hold one of the texts unchanged. True also when saving failed.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
 
     /// Whether these credentials are for the host and the port (-1: any port) and have a user.
@@ -36,17 +36,17 @@ public:
     /// Whether a proxy is stored at all.
     [[nodiscard]] bool HasProxyInfo() const;
 
-    /// Goes without a proxy, and removes the credentials from the file. False when the file could not be changed.
+    /// Uses no proxy from now on, and removes the credentials from the file. False when the file could not be changed.
     bool ClearProxyInfo();
 
-    /// Takes over the credentials of a document element that was read from the file; none there changes nothing.
+    /// Applies the credentials of a document element that was read from the file. An element without credentials changes nothing.
     void load(const QDomElement& root);
 
     /// The same from the file itself.
     void loadFromFile();
 
-    /// What is here or, put there by another process, in the file for the proxy, unless it is what the proxy has refused. Changes
-    /// nothing and waits for the file for a moment only.
+    /// The login for the proxy from memory or, when another process put it there, from the file; none that the proxy has refused.
+    /// Changes nothing and waits for the file only briefly.
     [[nodiscard]] ProxyLogin find(const ProxyAddress& proxy, const RefusedLogins& refused) const;
 
 private:
@@ -58,7 +58,7 @@ private:
 
     const std::shared_ptr<Util::ICryptor> m_cryptor;
     const std::shared_ptr<Log::ILogger> m_logger;
-    /// An object of its own: what is read and written here does not count as seen by the login session.
+    /// A separate object, so that reading and writing here does not mark the file as seen by the login session.
     LoginStateFile m_file;
     mutable QMutex m_mutex;
     QNetworkProxy m_proxy;

@@ -38,20 +38,20 @@ bool isValid(const QString& host, int port, const QString& user) {
     return port > 0 && port <= 65535 && !host.isEmpty() && isStorable(host) && isStorable(user);
 }
 
-bool read(const QDomElement& root, Util::ICryptor& cryptor, QNetworkProxy& proxy) {
+std::optional<QNetworkProxy> read(const QDomElement& root, Util::ICryptor& cryptor, QNetworkProxy proxy) {
     const QDomElement settings = root.firstChildElement(Names::proxySettings);
     const int type = LoginStateXml::number(settings, typeName, QNetworkProxy::DefaultProxy);
     const int port = LoginStateXml::number(settings, portName, 0);
     const QString host = settings.attribute(hostName);
     const QString user = settings.attribute(userName);
     if (!isProxyType(type) || !isValid(host, port, user))
-        return false;
+        return {};
     proxy.setType(static_cast<QNetworkProxy::ProxyType>(type));
     proxy.setHostName(host);
     proxy.setPort(static_cast<quint16>(port));
     proxy.setUser(user);
     proxy.setPassword(cryptor.decrypt(LoginStateXml::secret(settings, passwordName)).toText());
-    return true;
+    return proxy;
 }
 
 void write(QDomElement& root, const QNetworkProxy& proxy, const QByteArray& password) {

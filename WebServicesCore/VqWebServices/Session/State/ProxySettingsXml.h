@@ -6,18 +6,19 @@
 #include <QDomElement>
 #include <QNetworkProxy>
 #include <QString>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
-/// The element "ProxySettings" of the login state file. Thread: that of the document. Errors: false.
+/// The element "ProxySettings" of the login state file. Thread: that of the document. Errors: an empty result.
 namespace ProxySettingsXml {
 
-/// Whether the file can hold these so that they come back the same, and they make a proxy.
+/// Whether the file can hold these texts unchanged, and whether they name a proxy.
 [[nodiscard]] bool isValid(const QString& host, int port, const QString& user);
 
-/// Fills in what the element under the document element says; a password that cannot be decrypted is empty. False, with `proxy`
-/// unchanged, when type, host, port or user is not valid, or there is no such element.
-[[nodiscard]] bool read(const QDomElement& root, Util::ICryptor& cryptor, QNetworkProxy& proxy);
+/// The proxy that the element below the document element describes; what it does not describe is as in `proxy`. A password that
+/// cannot be decrypted is empty. None when type, host, port or user is not valid, or there is no such element.
+[[nodiscard]] std::optional<QNetworkProxy> read(const QDomElement& root, Util::ICryptor& cryptor, QNetworkProxy proxy = {});
 
 /// Creates or changes the element; `password` is encrypted already.
 void write(QDomElement& root, const QNetworkProxy& proxy, const QByteArray& password);

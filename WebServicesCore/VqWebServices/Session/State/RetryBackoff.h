@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// That a step has failed which a later call is to try again. Not every call, since a failure may take seconds: the pause between
+/// Remembers a failed step and when it may be retried. A failure may take seconds, so not every call retries: the pause between
 /// two tries grows from one second to `longestPauseMs` milliseconds. Thread: any.
 class RetryBackoff {
 public:
@@ -22,16 +22,16 @@ public:
         m_pauseMs = pauseMs;
     }
 
-    /// The step was taken, or is of no use any more.
+    /// The step succeeded, or is no longer needed.
     void succeed() {
         const QMutexLocker lock(&m_mutex);
         m_pauseMs = 0;
     }
 
-    /// Asked before every operation, so without the mutex.
+    /// A retry is pending. Called before every operation, so it takes no mutex.
     [[nodiscard]] bool isPending() const { return m_pauseMs > 0; }
 
-    /// Wanted, but it is too early.
+    /// A retry is pending, but its pause has not passed.
     [[nodiscard]] bool isWaiting() const {
         const QMutexLocker lock(&m_mutex);
         return m_pauseMs > 0 && !m_rest.hasExpired();
@@ -45,7 +45,7 @@ private:
     const int m_longestPauseMs;
     mutable QMutex m_mutex;
     QDeadlineTimer m_rest;
-    std::atomic<int> m_pauseMs{0}; ///< 0: nothing is wanted. Changed under the mutex.
+    std::atomic<int> m_pauseMs{0}; ///< 0: no retry is pending. Changed under the mutex.
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -11,7 +11,7 @@ class ProcessState;
 
 namespace Velquor::WebServices::Internal {
 
-/// What the login session and its helpers need of the floors below; the same for all of them. A plain value.
+/// What the login session and the classes that work on it need from lower layers. A plain value.
 struct SessionDependencies : TokenDependencies {
     /// The block size of the cryptor's RSA key in bytes, which bounds the texts that are encrypted as one block.
     int cipherBlockSize = 0;
@@ -21,13 +21,13 @@ struct SessionDependencies : TokenDependencies {
     /// Ends the exchanges of a sign-in or sign-out when the session is stopped. Set by the login session.
     std::shared_ptr<ICancelController> exchangeCancel;
     QString loginStateFile;
-    /// The process serves the sign-in of other processes: it is no product itself, and its clients are theirs.
+    /// This process is the single-sign-on server: it is no product itself, and its clients belong to other processes.
     bool isSSOServer = false;
-    bool isForAllUsers = false; ///< The file lies in the folder of all users of the machine.
+    bool isForAllUsers = false; ///< The file is in the folder of all users of the machine.
     QString savedBy;            ///< The name of this program, for "LastSavedBy".
-    /// Where the processes of the user tell each other what they do; null: this process works as if it were alone.
+    /// The shared flags by which the user's processes coordinate token requests. Null: this process works as if it were alone.
     std::shared_ptr<Util::ProcessState> processState;
-    /// Tell the other processes of the user what happens, and listen to them.
+    /// Exchange events with the user's other processes.
     bool notifiesProcesses = false;
 };
 

@@ -78,7 +78,7 @@ bool LoginStateLoader::mayLoad(const QDomElement& root) {
     const QDomElement login = root.firstChildElement(Names::loginSession);
     switch (compareSignIns(mine, readSignIn(login), readLogoutDate(root))) {
     case StateOrigin::Same:
-        // Somebody removed the element without a sign-out; the tokens still live, and nothing says that they should not.
+        // The element was removed without a sign-out. The tokens are still valid, so keep them.
         return !login.isNull();
     case StateOrigin::Older:
         m_logger.information(
@@ -91,8 +91,8 @@ bool LoginStateLoader::mayLoad(const QDomElement& root) {
     }
     m_logger.information(
         QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(mine.userName));
-    // Whoever signed out has emptied the cache file; with a user in it again, what it holds may be theirs. An update that ended
-    // after that sign-out is removed with the next one, and is given to nobody until then.
+    // The process that signed out has emptied the cache file. When the file holds a user again, the cached values may be that
+    // user's, so they stay. A value that was written after the sign-out is removed by the next one and never handed out.
     if (login.isNull())
         m_state.deleteCaches();
     else
@@ -113,7 +113,7 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
         StoredProducts products(m_state);
         products.load(login);
         products.deleteInvalid();
-        // A library that is being uninitialized has let its products go, which says nothing of the sign-in.
+        // While the library is being uninitialized its products are gone, which does not mean that the sign-in is.
         if (!m_state.products.hasTokens({}, m_state.currentServer()) && !m_state.isStopped) {
             m_logger.warning(QStringLiteral(
                 "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
@@ -122,7 +122,7 @@ void LoginStateLoader::loadFrom(const LoginStateFile::Content& content, bool tak
     } else if (verdict == Verdict::Discard) {
         discard(content.document);
     } else if (!m_state.basic().hasUser()) {
-        // What was known before the restore is of a user who is not signed in here.
+        // The basic state that was read before the restore belongs to a user who is not signed in here.
         m_state.setBasic({});
     }
     m_logger.information(QStringLiteral("Finished loading login state from file %1").arg(path));
@@ -169,7 +169,7 @@ QDomElement LoginStateLoader::findOwnLogin(const QDomElement& root) {
 
 LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, BasicLoginState& state) {
     state = readSignIn(login);
-    // What could not be saved yet is newer than the file.
+    // A state that could not be saved yet is newer than the file.
     if (m_state.unsaved.isPending() && state.isSameSignIn(m_state.basic()))
         state = m_state.basic();
     if (!state.hasUser()) {
@@ -201,7 +201,7 @@ LoginStateLoader::Verdict LoginStateLoader::loadUser(const QDomElement& login, B
 void LoginStateLoader::discard(const QDomDocument& document) {
     m_state.deleteCaches();
     m_state.forgetUser();
-    // As a sign-out, so that a process that still has this user ends the sign-in as well, and does not write it back.
+    // Write it as a sign-out. Otherwise a process that still has this user would write the sign-in back.
     const QDomElement login = document.documentElement().firstChildElement(Names::loginSession);
     if (!LoginStateSaver(m_state).endSignIn(readSignIn(login), document))
         m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_state.file.path()));

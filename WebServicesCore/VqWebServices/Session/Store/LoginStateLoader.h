@@ -14,19 +14,19 @@ class LoginStateLoader {
 public:
     explicit LoginStateLoader(SessionState& state);
 
-    /// Server, user and session expiry only: for questions asked before the login is restored. False when they were not read.
+    /// Reads only server, user and session expiry, for questions that are asked before the login is restored. False when they
+    /// were not read.
     bool loadBasic();
 
-    /// The whole state. `takeServer`: the file's current server becomes the session's, and is not only compared with it.
+    /// Reads the whole state. `takeServer`: the file's current server becomes the session's; otherwise the two are only compared.
     void loadAll(bool takeServer);
 
-    /// The same from a content that was read under a guard which is still held: a state that fails a check is deleted from the
-    /// very document that was checked. A user in memory is signed out when the file says that another process has done so, and
-    /// stays when the file is older. False when nothing was loaded.
+    /// The same from a content that was read under a guard that is still held: a state that fails a check is deleted from the
+    /// document that was checked. The user in memory is signed out when the file shows that another process signed the user out,
+    /// and stays when the file is older. False when nothing was loaded.
     bool apply(const LoginStateFile::Content& content, bool takeServer);
 
-    /// All of the content was taken over, or it has nothing to give. What could not be read for the moment is looked at again
-    /// later.
+    /// The content was applied, or holds nothing to apply. A content that could not be read is read again later.
     void markApplied(const LoginStateFile::Content& content);
 
     /// The sign-in on the current server; null, with one log line, when the document holds none.

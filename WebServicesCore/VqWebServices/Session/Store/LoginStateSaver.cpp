@@ -75,7 +75,7 @@ bool LoginStateSaver::change(QDomDocument document, const Edit& edit) {
 }
 
 bool LoginStateSaver::mergeUser(QDomElement& root) {
-    // Others than the first are read by nobody, and would come to light when it is removed.
+    // Only the first element is read. Remove the others, or the next one would surface when it goes.
     LoginStateXml::removeChildren(root, Names::loginSession, 1);
     const bool isLoggedIn = m_state.isLoggedIn();
     const bool writesUser = isLoggedIn && mayWriteUser(root);
@@ -118,7 +118,8 @@ LoginStateSaver::Result LoginStateSaver::putOAuth2(const ProductLoginSession& pr
     if (!mayWriteUser(root))
         return Result::SignInGone;
     const QDomElement login = root.firstChildElement(Names::loginSession);
-    // Below the sign-in of another user, which this process could not replace yet, the product is not that of this one.
+    // The file may still hold another user's sign-in, which this process could not replace yet. A product there is not this
+    // user's.
     const bool isOwn = m_state.basic().isSameSignIn(readSignIn(login));
     QDomElement element = isOwn ? findProduct(login, product.productKey()) : QDomElement();
     if (element.isNull()) {
@@ -163,7 +164,7 @@ bool LoginStateSaver::writeSignOut(QDomElement& root) {
     if (left.hasUser() && left.loginDate.isValid()) {
         m_logger.information(
             QStringLiteral("Keeping the login state in login state file. A user has signed in later in another process."));
-        // Later than that sign-in, the date of this sign-out would end it.
+        // A sign-out date later than that sign-in would end it in every process.
         m_state.setLogoutDate(readLogoutDate(root));
         return false;
     }
@@ -176,8 +177,8 @@ void LoginStateSaver::writeHeader(QDomElement& root) {
     root.setAttribute(QStringLiteral("LastSavedByVersion"), libraryVersion());
     LoginStateXml::setText(root, QStringLiteral("LastSavedBy"), m_state.services.savedBy);
     QDomElement settings = LoginStateXml::childOrNew(root, Names::settings);
-    // The later of two sign-outs: one that another process wrote meanwhile must not be forgotten. But none behind a sign-in that
-    // this process has not taken over yet.
+    // Keep the later of the two sign-out dates, since another process may have written one. But write no date that is later than
+    // a sign-in which this process has not applied yet.
     const bool isOthers = !m_state.isLoggedIn() && !root.firstChildElement(Names::loginSession).isNull();
     const QDateTime inFile = LoginStateXml::date(settings, Names::logoutDate);
     LoginStateXml::setDate(settings, Names::logoutDate, isOthers ? inFile : laterOf(inFile, m_state.logoutDate()));
@@ -208,7 +209,7 @@ QDomElement LoginStateSaver::loginElement(QDomElement& root) const {
     const bool isOtherUser = !userInFile.isEmpty() && userInFile != m_state.basic().user();
     const bool isOtherServer = LoginStateXml::number(login, Names::server, m_state.currentServer()) != m_state.currentServer();
     if (isOtherUser || isOtherServer) {
-        // Tokens of one user must never stand under the name of another.
+        // Tokens of one user must never be written under the name of another.
         root.removeChild(login);
         login = LoginStateXml::childOrNew(root, Names::loginSession);
     }

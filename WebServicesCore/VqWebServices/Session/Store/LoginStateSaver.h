@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Merges the session into the login state file: what other processes wrote stays, and their sign-out or later sign-in wins.
+/// Merges the session into the login state file. What other processes wrote stays, and their sign-out or later sign-in wins.
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: a result and a log line; the file stays as it was,
 /// and `SessionState::unsaved` asks for another try.
@@ -24,19 +24,21 @@ public:
     /// Saves settings, user and products.
     Result save();
 
-    /// The same when the tokens of this product were just obtained: the server has spent those in the file, whatever their dates.
+    /// The same after new tokens of this product were obtained: the server has invalidated those in the file, whatever their
+    /// dates say.
     Result saveTokens(const ProductLoginSession& fresh);
 
-    /// The same when a user has just signed in with this product: the sign-in is dated after all that the file knows of.
+    /// The same after a user has signed in with this product: the sign-in gets a date after every sign-in and sign-out in the
+    /// file.
     Result saveSignIn(const ProductLoginSession& fresh);
 
     /// Saves the OAuth2 tokens of one product; `fresh` was just obtained.
     Result saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh);
 
-    /// Ends this sign-in, which is forgotten in memory, for good: deletes it from the file and writes the date of the sign-out. A
-    /// later sign-in of another process stays. False when the file could not be written.
+    /// Ends this sign-in for good, after it was forgotten in memory: deletes it from the file and writes the date of the
+    /// sign-out. A later sign-in of another process stays. False when the file could not be written.
     bool endSignIn(const BasicLoginState& ended);
-    /// The same in a document that was read under a guard which is still held.
+    /// The same in a document that was read under a guard that is still held.
     bool endSignIn(const BasicLoginState& ended, const QDomDocument& document);
 
 private:

@@ -44,7 +44,7 @@ void ProductMerge::writeProduct(QDomElement& products, const ProductSessionPoint
                                 bool isSameSignIn) {
     if (session.get() == m_fresh)
         session->noteFile(earlier);
-    // A product that was only read here belongs to another process.
+    // A product without a configuration was only read here, and belongs to another process.
     if (!earlier.isNull() && (!session->configuration() || !session->mayReplace(earlier, isSameSignIn)))
         return;
     QDomElement element = products.ownerDocument().createElement(Names::product);

@@ -7,8 +7,8 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Puts the products of this process into the login state of the user in the file, beside those of other processes, and knows
-/// which side holds the newer tokens of each.
+/// Writes the products of this process into the user's sign-in in the file, next to those of other processes. Decides for each
+/// product whether memory or the file holds the newer tokens.
 ///
 /// Thread: any, under the login session lock. Owner: the saver. Errors: none; a product without tokens is not written.
 class ProductMerge {
@@ -18,7 +18,7 @@ public:
     /// The tokens of this product were just obtained.
     void setFresh(const ProductLoginSession& fresh) { m_fresh = &fresh; }
 
-    /// `isSameSignIn`: what stands in the element is of the sign-in in memory.
+    /// `isSameSignIn`: the element is of the sign-in in memory.
     void writeInto(QDomElement& login, bool isSameSignIn);
 
     /// The document was written to the file.
