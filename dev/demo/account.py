@@ -1,11 +1,13 @@
 """The account service as the demo and the tests of whole programs use it: started, steered and asked what it saw."""
 import json
 import pathlib
+import select
 import subprocess
 import urllib.request
 
 SERVICE = pathlib.Path(__file__).resolve().parent.parent / "account-service/account-service"
 TIMEOUT_SECONDS = 20
+START_SECONDS = 60
 
 
 class AccountService:
@@ -18,7 +20,8 @@ class AccountService:
     def start(self) -> None:
         self.process = subprocess.Popen([str(SERVICE), "--out", str(self.folder), "--exit-with-parent", *self.options],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        line = self.process.stdout.readline()
+        ready, _, _ = select.select([self.process.stdout], [], [], START_SECONDS)
+        line = self.process.stdout.readline() if ready else ""
         if not line.startswith("Account service ready"):
             raise OSError(f"the account service did not start: {line.strip() or 'no output'}")
         self.info = json.loads((self.folder / "service.json").read_text(encoding="utf-8"))

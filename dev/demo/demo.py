@@ -25,7 +25,9 @@ BROWSER_WAIT_SECONDS = 600
 STEPS = 9
 # A product refreshes a token with less than five minutes left; the first token of the demo is such a one.
 SHORT_LIFE_SECONDS, LIFE_SECONDS = 240, 3600
-REFRESH_WAIT_SECONDS = 15
+REFRESH_WAIT_SECONDS = 60
+# More than the driver allows itself, so that it ends its browser and says what was wrong.
+DRIVER_SECONDS = 100
 SECOND_PRODUCT = ("--key", "second-product-0002", "--secret", "demo-secret-0002")
 
 
@@ -70,7 +72,7 @@ class Demo:
     def browse(self, url: str, *arguments: str) -> str:
         """Opens a page in headless Chromium, which trusts the service's authority, and returns what the driver says."""
         command = [str(DRIVER), url, "--ca", self.service.info["ca_file"], *arguments]
-        result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+        result = subprocess.run(command, capture_output=True, text=True, timeout=DRIVER_SECONDS, check=False)
         expect(result.returncode == 0, f"the browser did not show the page: {result.stderr.strip() or result.stdout.strip()}")
         return result.stdout.strip()
 
@@ -112,13 +114,14 @@ class Demo:
             print("\r" + " " * 60 + "\r", end="", flush=True)
 
     def wait_for_refresh(self, product: Product, expiry: int) -> dict:
+        """Waits for a token that lives longer; on a slow machine one of short life may have been refreshed before it."""
         end = time.monotonic() + REFRESH_WAIT_SECONDS
         while time.monotonic() < end:
             status = product.ask("status")
-            if status["tokenExpires"] > expiry and self.service.accepted("access-token") == 2:
+            if status["tokenExpires"] > expiry and self.service.accepted("access-token") >= 2:
                 return status
             time.sleep(0.2)
-        raise StepFailed("the token was not refreshed")
+        raise StepFailed(f"the token was not refreshed within {REFRESH_WAIT_SECONDS} s: {status}")
 
     def run(self) -> None:
         self.step("Starting the account service")
@@ -132,13 +135,13 @@ class Demo:
         self.sign_in(first)
         status = first.ask("status")
         expect(status["signedIn"] and status["user"] == USER, f"nobody is signed in: {status}")
-        expect(self.service.accepted("access-token") == 1, "the service did not hand out an access token")
+        expect(self.service.accepted("access-token") >= 1, "the service did not hand out an access token")
         self.seen(f"{status['user']} is signed in until {when(status['loginExpires'])};")
         self.seen(f"the access token lives until {when(status['tokenExpires'])}.")
 
         self.step("Waiting for the token to be refreshed ahead of time")
         self.service.control("lifetimes", {"token": LIFE_SECONDS})
-        status = self.wait_for_refresh(first, status["tokenExpires"])
+        status = self.wait_for_refresh(first, int(time.time()) + LIFE_SECONDS // 2)
         self.seen(f"Nobody asked for it: the new token lives until {when(status['tokenExpires'])}.")
 
         self.step("Sending a signed request")
@@ -175,7 +178,7 @@ class Demo:
         self.step("Looking at the second product")
         status = second.ask("status")
         expect(not status["signedIn"], f"the second product is still signed in: {status}")
-        expect(second.has_heard("LoggedOut"), "the second product's observer did not hear of the sign-out")
+        expect(second.hears("LoggedOut"), "the second product's observer did not hear of the sign-out")
         self.seen("It is signed out as well, and its observer was told.")
 
         self.step("Asking the second product for a signed request")

@@ -9,6 +9,7 @@ import threading
 from account import AccountService
 
 ANSWER_SECONDS = 70
+EVENT_SECONDS = 30
 WINE_RUNNER = pathlib.Path(__file__).resolve().parent.parent.parent / "tools/windows/run"
 WINE_SERVER = "/usr/lib/wine/wineserver64"
 
@@ -59,6 +60,7 @@ class Product:
     def __init__(self, program: pathlib.Path, service: AccountService, home: Home, title: str, *options: str):
         self.title = title
         self.events: list[str] = []
+        self._event_came = threading.Condition()
         self._answers: queue.Queue = queue.Queue()
         self.process = subprocess.Popen([*home.command(program), "--support", home.path(service.folder),
                                          "--ca", home.path(pathlib.Path(service.info["ca_file"])), *options],
@@ -73,7 +75,9 @@ class Product:
             except ValueError:
                 continue
             if "event" in message:
-                self.events.append(message["event"])
+                with self._event_came:
+                    self.events.append(message["event"])
+                    self._event_came.notify_all()
             else:
                 self._answers.put(message)
         self._answers.put(None)
@@ -90,8 +94,10 @@ class Product:
             raise OSError(f"the {self.title} product ended with status {self.process.wait()}")
         return answer
 
-    def has_heard(self, event: str) -> bool:
-        return event in self.events
+    def hears(self, event: str) -> bool:
+        """Waits until the product's observer receives the event; false when the time is over before."""
+        with self._event_came:
+            return self._event_came.wait_for(lambda: event in self.events, EVENT_SECONDS)
 
     def stop(self) -> None:
         try:

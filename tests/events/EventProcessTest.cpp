@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QtTest>
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -19,7 +20,9 @@ namespace {
 
 const auto key = QStringLiteral("demo-product-0001");
 constexpr int processCount = 8;
+// In the long form, which runs alone.
 constexpr int promptMs = 1000;
+constexpr int limitMs = 20000;
 
 /// Does something whenever a user has signed in.
 class SignInObserver : public IWebServicesObserver {
@@ -142,17 +145,21 @@ private:
         m_session->observers().add(m_observers.back().get());
     }
 
+    // Looks at all of them in turn: a long wait for one would say of the others when it ended, and not when they were told.
     bool allHear(const QString& event) {
         QElapsedTimer timer;
         timer.start();
-        for (const auto& helper : m_helpers) {
-            if (!helper->hears(event, qMax(0, promptMs - static_cast<int>(timer.elapsed()))))
-                return false;
-        }
+        std::vector<TokenHelper*> waiting;
+        for (const auto& helper : m_helpers)
+            waiting.push_back(helper.get());
+        const auto hasHeard = [&](TokenHelper* helper) { return helper->hears(event, 1); };
+        while (!waiting.empty() && !timer.hasExpired(limitMs))
+            waiting.erase(std::remove_if(waiting.begin(), waiting.end(), hasHeard), waiting.end());
+        const qint64 elapsed = timer.elapsed();
         if (m_helpers.size() == processCount)
             TestKit::figure(QStringLiteral("%1 heard by %2 processes").arg(event).arg(m_helpers.size()), QStringLiteral("< 1 s"),
-                            QStringLiteral("%1 ms").arg(timer.elapsed()));
-        return true;
+                            QStringLiteral("%1 ms").arg(elapsed));
+        return waiting.empty() && (!TestKit::isSoak() || elapsed < promptMs);
     }
 
     QTemporaryDir m_runtime;

@@ -1,3 +1,4 @@
+#include "TestKit/Soak.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqLog/PrefixedLogger.h"
@@ -151,7 +152,7 @@ void UtilTest::hostileXml() {
     QVERIFY(!result.isValid());
     QVERIFY2(result.error.contains(error), qPrintable(result.error));
     QVERIFY(result.document.documentElement().isNull());
-    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void UtilTest::singleLines_data() {

@@ -1,3 +1,4 @@
+#include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
 #include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Files/FileAccess.h"
@@ -6,12 +7,15 @@
 #include "VqUtil/Platform/EventHook.h"
 #include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/Platform/SystemProxySettings.h"
+#include "VqUtil/Platform/Windows/LocalMemory.h"
+#include "VqUtil/Platform/Windows/OwnerOnlySecurity.h"
 #include "VqUtil/Platform/Windows/WindowsHandle.h"
 
 #include <QSystemSemaphore>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <openssl/crypto.h>
+#include <sddl.h>
 #include <thread>
 
 using namespace Velquor;
@@ -29,6 +33,8 @@ private slots:
     void repairMakesOne();
     void guardOutlivesItsHolder();
     void guardsOfOneThread();
+    void rightsGivenToOthersAreTakenAwayAtTheNextCall_data();
+    void rightsGivenToOthersAreTakenAwayAtTheNextCall();
     void modules();
     void proxySettings();
 };
@@ -135,6 +141,30 @@ void WindowsPlatformTest::guardsOfOneThread() {
     std::thread([&second] { QCOMPARE(int(second.acquire(10)), int(ProcessGuard::Result::TimedOut)); }).join();
     first.release();
     QCOMPARE(int(second.acquire(0)), int(ProcessGuard::Result::Acquired));
+}
+
+void WindowsPlatformTest::rightsGivenToOthersAreTakenAwayAtTheNextCall_data() {
+    QTest::addColumn<QString>("rights");
+    QTest::newRow("everybody may read") << "(A;OICI;FA;;;%1)(A;OICI;FR;;;WD)";
+    QTest::newRow("everybody may do all") << "(A;OICI;FA;;;WD)";
+}
+
+// What was found in order before says nothing about now.
+void WindowsPlatformTest::rightsGivenToOthersAreTakenAwayAtTheNextCall() {
+    QFETCH(QString, rights);
+    const QTemporaryDir parent;
+    const QString folder = parent.filePath(QStringLiteral("folder"));
+    const std::wstring text = QStringLiteral("D:P%1").arg(rights.arg(currentUserSid())).toStdWString();
+    void* descriptor = nullptr;
+    QVERIFY(::ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1, &descriptor, nullptr));
+    const LocalMemory<void> owned(descriptor);
+    for (int round = 0; round < 3; ++round) {
+        QVERIFY(ensureOwnerOnlyFolder(folder) && ensureOwnerOnlyFolder(folder));
+        QVERIFY(TestKit::isOwnerOnly(folder));
+        QVERIFY(::SetFileSecurityW(folder.toStdWString().c_str(), DACL_SECURITY_INFORMATION, descriptor));
+        QVERIFY(!TestKit::isOwnerOnly(folder));
+    }
+    QVERIFY(ensureOwnerOnlyFolder(folder) && TestKit::isOwnerOnly(folder));
 }
 
 void WindowsPlatformTest::modules() {

@@ -1,5 +1,6 @@
 #include "VqUtil/Files/FileAccess.h"
 
+#include "VqUtil/Files/Platform/Windows/FolderRights.h"
 #include "VqUtil/Platform/Windows/NativePath.h"
 #include "VqUtil/Platform/Windows/OwnerOnlySecurity.h"
 #include "VqUtil/Platform/Windows/SystemErrorText.h"
@@ -7,9 +8,7 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <aclapi.h>
 #include <algorithm>
-#include <sddl.h>
 
 namespace Velquor::Util {
 
@@ -43,65 +42,6 @@ DWORD writeWhole(HANDLE file, const QByteArray& data, Flush flush) {
     const BOOL flushed = ::FlushFileBuffers(file);
     const DWORD code = ::GetLastError();
     return flushed ? ERROR_SUCCESS : code;
-}
-
-bool isOwnSid(void* sid) {
-    wchar_t* text = nullptr;
-    if (!sid || !::ConvertSidToStringSidW(sid, &text))
-        return false;
-    const LocalMemory<wchar_t> owned(text);
-    return QString::fromWCharArray(text) == currentUserSid();
-}
-
-// Protected against inheritance, and every entry is the user's.
-bool isOwnerOnly(void* descriptor, const ACL* list) {
-    SECURITY_DESCRIPTOR_CONTROL control = 0;
-    DWORD revision = 0;
-    if (!list || !::GetSecurityDescriptorControl(descriptor, &control, &revision) || (control & SE_DACL_PROTECTED) == 0)
-        return false;
-    for (DWORD index = 0; index < list->AceCount; ++index) {
-        void* entry = nullptr;
-        if (!::GetAce(const_cast<ACL*>(list), index, &entry)
-            || static_cast<const ACE_HEADER*>(entry)->AceType != ACCESS_ALLOWED_ACE_TYPE
-            || !isOwnSid(&static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart))
-            return false;
-    }
-    return true;
-}
-
-// The system's error code.
-DWORD tryToTakeRightsOfOthersAway(std::wstring path) {
-    void* owner = nullptr;
-    ACL* list = nullptr;
-    void* descriptor = nullptr;
-    const DWORD read =
-        ::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
-                                nullptr, &list, nullptr, &descriptor);
-    if (read != ERROR_SUCCESS)
-        return read;
-    const LocalMemory<void> ownedDescriptor(descriptor);
-    if (!isOwnSid(owner) || isOwnerOnly(descriptor, list))
-        return ERROR_SUCCESS;
-    const OwnerOnlySecurity security(OwnerOnlySecurity::Kind::Folder);
-    if (!security.accessList())
-        return ERROR_INVALID_ACL;
-    constexpr SECURITY_INFORMATION what = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
-    // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told,
-    // and the second one takes them away again.
-    const DWORD set =
-        ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr);
-    if (set != ERROR_SUCCESS)
-        return set;
-    return ::SetFileSecurityW(path.c_str(), what, security.descriptor()) ? ERROR_SUCCESS : ::GetLastError();
-}
-
-// Wine asks how long the rights are and then reads them: another process that changes them in between makes it fail.
-bool takeRightsOfOthersAway(const std::wstring& path) {
-    constexpr int mostAttempts = 10;
-    DWORD code = ERROR_INSUFFICIENT_BUFFER;
-    for (int attempt = 0; code == ERROR_INSUFFICIENT_BUFFER && attempt < mostAttempts; ++attempt)
-        code = tryToTakeRightsOfOthersAway(path);
-    return code == ERROR_SUCCESS;
 }
 
 qint64 ticks(const FILETIME& time) {
