@@ -134,7 +134,7 @@ private slots:
     }
 
     void aChangeThatCannotBeReadYetIsReadLater() {
-        QFETCH(int, event);
+        QFETCH(Event, event);
         QFETCH(bool, isRestored);
         QFETCH(bool, canLook);
         QFETCH(int, looks);
@@ -145,7 +145,7 @@ private slots:
         if (isRestored)
             core.setRestored();
         voice.canLook = canLook;
-        reactions.eventReceived(static_cast<Event>(event), demoKey);
+        reactions.eventReceived(event, demoKey);
         QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
         voice.canLook = true;
         QVERIFY(reactions.finishReactions() && reactions.finishReactions());

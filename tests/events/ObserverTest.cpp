@@ -77,10 +77,10 @@ private slots:
         QVERIFY(veto);
         QCOMPARE(base.heard, QStringList({"LoggedIn", "LoginRestored", "LoggedOut", "AboutToLogout", "ServerChanged:key"}));
         QCOMPARE(third.heard,
-                 QStringList({"LoggedIn", "LoggedOut", "TokenRefreshed:key", "LoggingOut", "OAuth2TokenRefreshed:key",
-                              "TokenAcquired:key", "TokenAvailable:key", "OAuth2Enabled:key", "OAuth2Disabled:key",
-                              "OAuth2TokenAcquired:key", "OAuth2TokenAvailable:key", "OAuth2TokenDiscarded:key",
-                              "TokenQueryFailed:key", "OAuth2TokenQueryFailed:key"}));
+                 QStringList({"LoggedIn", "LoginRestored", "LoggedOut", "TokenRefreshed:key", "AboutToLogout", "LoggingOut",
+                              "ServerChanged:key", "OAuth2TokenRefreshed:key", "TokenAcquired:key", "TokenAvailable:key",
+                              "OAuth2Enabled:key", "OAuth2Disabled:key", "OAuth2TokenAcquired:key", "OAuth2TokenAvailable:key",
+                              "OAuth2TokenDiscarded:key", "TokenQueryFailed:key", "OAuth2TokenQueryFailed:key"}));
         QCOMPARE(accounts.heard, QStringList({"AccountCreated"}));
         QCOMPARE(signOn.heard, QStringList({"LoginDialogTimeoutInVqSSOServer"}));
     }
