@@ -49,7 +49,7 @@ private slots:
         QSystemSemaphore lock(m_key, 1);
         QVERIFY(lock.acquire());
         QVERIFY(block->write("on"));
-        const TestKit::Stopwatch timer;
+        const Velquor::TestKit::Stopwatch timer;
         QVERIFY(block->startsWith("on"));
         QVERIFY(timer.elapsed() < 1000); // repaired once, not at every look
     }

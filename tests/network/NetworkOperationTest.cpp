@@ -182,14 +182,14 @@ private Q_SLOTS:
         QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
     }
 
-    void bodySizeIsBounded_data() {
+    void theSizeOfABodyIsBounded_data() {
         const TestKit::Columns<qint64, bool> row("size", "fits");
         row("limit", 4194304, true);
         row("one more", 4194305, false);
         row("far more", 60000000, false);
     }
 
-    void bodySizeIsBounded() {
+    void theSizeOfABodyIsBounded() {
         QFETCH(qint64, size);
         QFETCH(bool, fits);
         m_server.setScript(page, {"HTTP/1.1 200 OK\r\n\r\n", size});
@@ -199,35 +199,23 @@ private Q_SLOTS:
         QCOMPARE(qint64(outcome.reply.body.size()), fits ? size : 0);
     }
 
-    void bodyIsSentOnce_data() {
+    void aBodyIsSentOnce_data() {
         const TestKit::Columns<QByteArray> row("body");
         row("small", "oauth_token=1");
         row("empty", {});
         row("large", QByteArray(300000, 'u'));
     }
 
-    void bodyIsSentOnce() {
+    void aBodyIsSentOnce() {
         QFETCH(QByteArray, body);
-        const QString tag = QString::number(body.size());
-        const QString once = QStringLiteral("/once") + tag;
-        const QString plain = QStringLiteral("/plain") + tag;
+        const QString once = QStringLiteral("/once%1").arg(body.size());
         m_server.setScript(once, Script{});
-        m_server.setScript(plain, Script{});
         QBuffer upload(&body);
         upload.open(QIODevice::ReadOnly);
         NetworkOperation operation(nullptr, m_logger);
         operation.Send(request(once), "POST", &upload, 5000, true);
         QCOMPARE(operation.result(), OperationResult::Failure);
         QCOMPARE(m_server.count(once), 1);
-
-        // The framework alone sends it again; when it no longer does, the guard above has nothing to guard against.
-        QNetworkAccessManager manager;
-        QNetworkRequest typed = request(plain);
-        typed.setHeader(QNetworkRequest::ContentTypeHeader, "text/plain");
-        const std::unique_ptr<QNetworkReply> reply(manager.post(typed, body));
-        QSignalSpy ends(reply.get(), &QNetworkReply::finished);
-        QVERIFY(ends.wait(5000));
-        QVERIFY(m_server.count(plain) > 1);
     }
 
     void cancellingEndsAnExchangeOnce() {

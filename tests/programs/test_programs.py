@@ -97,16 +97,6 @@ class ProgramsTest(unittest.TestCase):
         self.assertEqual(["LoginRestored", "LoggedIn", "LoggedOut"], first.events)
         self.assertFalse(self.start("third").ask("status")["signedIn"])
 
-    @unittest.skipIf(SYSROOT, "modes are Posix's; WindowsPlatformTest looks at access lists")
-    def test_owner_only_from_the_first_byte(self):
-        os.umask(0)
-        self.addCleanup(os.umask, 0o022)
-        self.sign_in(self.start("first"))
-        folder = self.home.data()
-        self.assertEqual(0o700, folder.stat().st_mode & 0o777)
-        for name in ("LoginState.xml", "UserKey.pem"):
-            self.assertEqual(0o600, (folder / name).stat().st_mode & 0o777, name)
-
     def run_with_configuration(self, configuration: bytes | None) -> subprocess.CompletedProcess:
         """Runs the product with the library in a folder that holds this log configuration, or none."""
         library = pathlib.Path(tempfile.mkdtemp(dir=self.folder))

@@ -63,7 +63,7 @@ private slots:
         int remaining = -1;
         QVERIFY(runs(
             [&] {
-                const TestKit::Stopwatch since;
+                const Velquor::TestKit::Stopwatch since;
                 for (const int ms : {60, 20, 40, 0}) {
                     auto* const timer = new QTimer;
                     timer->setSingleShot(true);
