@@ -41,7 +41,7 @@ protected:
     MessagingTest() { qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_folder.path())); }
 
     /// Starts without any manager.
-    void beginAnew() {
+    void startOver() {
         m_parties.clear();
         m_name = QStringLiteral("Vq") + QUuid::createUuid().toString(QUuid::Id128);
     }

@@ -14,7 +14,7 @@ void ServiceTest::startService(const QStringList& options) {
     SupportFiles::setSearchPaths(m_service.folder());
 }
 
-void ServiceTest::beginAnew() {
+void ServiceTest::startOver() {
     QVERIFY(m_service.reset());
     m_fixture = std::make_unique<SessionFixture>();
 }

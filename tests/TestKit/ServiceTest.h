@@ -19,7 +19,7 @@ private slots:
 protected:
     void startService(const QStringList& options = {});
     /// A service without sign-ins, and a user without files.
-    void beginAnew();
+    void startOver();
 
     /// Restores the session, and signs the user in with the product of this key.
     void signIn(WebServices::LoginSession& session, const QString& productKey = demoKey, const QString& user = "ada");

@@ -14,7 +14,7 @@ private slots:
     void initTestCase() { startService({"--users", "ada:correct horse", "--users", "bob:battery staple"}); }
 
     void init() {
-        beginAnew();
+        startOver();
         m_session = m_fixture->makeSession();
         signIn(*m_session);
     }

@@ -31,7 +31,7 @@ private slots:
         startService();
     }
 
-    void init() { beginAnew(); }
+    void init() { startOver(); }
 
     void cleanup() { m_session.reset(); }
 

@@ -103,7 +103,7 @@ class HostilePeerTest : public TestKit::MessagingTest {
     Q_OBJECT
 
 private slots:
-    void init() { beginAnew(); }
+    void init() { startOver(); }
     void cleanup() { m_parties.clear(); }
 
     void aPeerThatBreaksTheProtocolIsDisconnected_data() {

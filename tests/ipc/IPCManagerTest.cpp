@@ -27,7 +27,7 @@ class IPCManagerTest : public TestKit::MessagingTest {
     Q_OBJECT
 
 private slots:
-    void init() { beginAnew(); }
+    void init() { startOver(); }
     void cleanup() { m_parties.clear(); }
 
     void everyValueArrivesUnchanged() {
@@ -142,7 +142,7 @@ private slots:
         const QPair<QString, QVariantMap> before("Before", {});
         const QPair<QString, QVariantMap> after("After", {});
         for (int round = 0; round < 6; ++round) {
-            beginAnew();
+            startOver();
             QVERIFY(meet(2));
             QVERIFY(at(1).manager.send(before.first, {}));
             QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), 1, patienceMs);

@@ -1,5 +1,4 @@
 #include "TestKit/IpcHelper.h"
-#include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Soak.h"
 #include "TestKit/Test.h"

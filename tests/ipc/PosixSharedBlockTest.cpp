@@ -46,7 +46,7 @@ private slots:
         QCOMPARE(block->read(), QByteArray(4096, '\0'));
     }
 
-    void aRemovedBlockIsJoinedAnew() {
+    void aRemovedBlockIsCreatedAgain() {
         auto first = open();
         QCOMPARE(first->create(4096), Result::Done);
         QVERIFY(QFile::remove(path()));

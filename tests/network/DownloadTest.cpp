@@ -12,7 +12,7 @@ class DownloadTest : public TestKit::NetworkFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { beginAnew(); }
+    void init() { startOver(); }
 
     void aDownloadReplacesItsFileOrLeavesIt_data() {
         // target: %1 is the test's folder

@@ -13,7 +13,7 @@ namespace Velquor::TestKit {
 /// Thread: the test's.
 class NetworkFixture : public QObject {
 protected:
-    void beginAnew() {
+    void startOver() {
         m_logger->clear();
         m_server.setScript(page, {answer("200 OK", "hello")});
     }

@@ -14,7 +14,7 @@ class NetworkOperationAsyncTest : public TestKit::NetworkFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { beginAnew(); }
+    void init() { startOver(); }
 
     void repliesAndDownloadsAreDelivered() {
         const QTemporaryDir folder;

@@ -28,7 +28,7 @@ class NetworkOperationTest : public TestKit::NetworkFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { beginAnew(); }
+    void init() { startOver(); }
 
     void eachVerbSendsItsBody_data() {
         const TestKit::Columns<QString, QByteArray, QNetworkAccessManager::Operation, int, QByteArray> row(
@@ -315,7 +315,7 @@ private Q_SLOTS:
         QCOMPARE(m_server.requests(page).last().body, QByteArray("body"));
     }
 
-    void logTellsNoSecret() {
+    void theLogShowsNoSecret() {
         m_server.setScript(page, {answer("400 Bad Request", "oauth_token=SECRET")});
         QNetworkRequest secret = request("/page?oauth_token=SECRET");
         secret.setRawHeader("Authorization", "OAuth oauth_token=\"SECRET\"");

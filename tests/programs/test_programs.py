@@ -77,7 +77,7 @@ class ProgramsTest(unittest.TestCase):
         for secret in secrets:
             for form in {secret, urllib.parse.quote(secret, safe=""), urllib.parse.quote(urllib.parse.quote(secret, safe=""), safe="")}:
                 for path, contents in written.items():
-                    self.assertNotIn(form.encode(), contents, f"a secret stands in {path.name}")
+                    self.assertNotIn(form.encode(), contents, f"a secret is in {path.name}")
 
     def written_files(self) -> dict[pathlib.Path, bytes]:
         """Everything the product wrote: its data, its temporary files, under Wine also the registry."""

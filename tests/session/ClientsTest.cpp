@@ -16,7 +16,7 @@ class ClientsTest : public TestKit::ServiceTest {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         m_session = m_fixture->makeSession(key, secret);
     }
 
@@ -72,7 +72,7 @@ private slots:
         QCOMPARE(m_fixture->logger->prefixes("Restoring login state for all products"), QStringList(QString()));
     }
 
-    void theStateDumpTellsNoSecrets() {
+    void theStateDumpShowsNoSecrets() {
         signIn(*m_session);
         addPartner();
         // The workers start on a thread of their own.

@@ -58,7 +58,7 @@ private slots:
         QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
     }
 
-    void thePasswordIsEncryptedAnewAtEachSave() {
+    void thePasswordIsEncryptedDifferentlyAtEachSave() {
         QVERIFY(set());
         const QByteArray first = m_fixture->fileContents();
         QVERIFY(set());

@@ -14,7 +14,7 @@ class SignInTest : public TestKit::ServiceTest {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         m_session = m_fixture->makeSession();
     }
 

@@ -26,7 +26,7 @@ class UnsavedStateTest : public TestKit::ServiceTest {
 
 private slots:
     void initTestCase() { startService({"--users", "ada:secret", "--users", bobOfTheService + ":secret"}); }
-    void init() { beginAnew(); }
+    void init() { startOver(); }
 
     void anUnsavedChangeReachesTheFileLater_data() {
         const TestKit::Columns<QString, QString, QString> columns("step", "then", "user");

@@ -27,7 +27,7 @@ class OAuth2FaultTest : public TestKit::WorkerFixture {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         RetrySchedules::instance().set({5 * minute, {{5 * minute, minute}}});
         const auto digest = QStringLiteral("digest");
         const QString folder = m_fixture->folder.path();

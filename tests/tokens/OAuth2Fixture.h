@@ -24,7 +24,7 @@ inline WebServicesConfiguration oauth2Configuration() {
 class OAuth2Fixture : public TestKit::ServiceTest {
 protected:
     void begin() {
-        beginAnew();
+        startOver();
         RetrySchedules::instance().clear();
         m_session = makeSession({});
         signIn(*m_session);

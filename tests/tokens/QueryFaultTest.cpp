@@ -13,7 +13,7 @@ class QueryFaultTest : public TestKit::WorkerFixture {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         m_owner->held = {};
         makeFetcher();
     }

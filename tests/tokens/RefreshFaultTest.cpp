@@ -17,7 +17,7 @@ class RefreshFaultTest : public TestKit::WorkerFixture {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         makeRefresher(m_fixture->folder.path());
     }
 

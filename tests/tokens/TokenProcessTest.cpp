@@ -22,7 +22,7 @@ class TokenProcessTest : public TestKit::ServiceTest {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         const auto session = m_fixture->makeSession();
         signIn(*session);
     }

@@ -15,7 +15,7 @@ class TokenRefreshTest : public TestKit::ServiceTest {
 
 private slots:
     void init() {
-        beginAnew();
+        startOver();
         m_session = m_fixture->makeSession();
         signIn(*m_session);
         m_before = m_service.requests("access-token");

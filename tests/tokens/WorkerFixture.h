@@ -25,7 +25,7 @@ constexpr int minute = 60 * second;
 /// known to the millisecond. Thread: the test's. Owner: the test, which derives from it.
 class WorkerFixture : public QObject {
 protected:
-    void beginAnew() {
+    void startOver() {
         m_fixture = std::make_unique<SessionFixture>();
         m_server = std::make_unique<LoopbackHttpServer>();
         m_owner = std::make_unique<FakeTokenOwner>(*m_fixture);
