@@ -1,8 +1,9 @@
 #include "TestKit/AccountServiceProcess.h"
 
+#include "TestKit/Files.h"
+
 #include <QDeadlineTimer>
 #include <QEventLoop>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -19,11 +20,6 @@ namespace {
 
 constexpr int timeoutMs = 15000;
 
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 void AccountServiceProcess::trust(const QString& authorityFile) {
@@ -34,14 +30,14 @@ void AccountServiceProcess::trust(const QString& authorityFile) {
 
 bool AccountServiceProcess::start(const QStringList& options) {
     const QString program = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/dev/account-service/account-service");
-    const QStringList arguments{QStringLiteral("--out"), OutsideProgram::pathFor(folder()), QStringLiteral("--exit-with-parent")};
+    const QStringList arguments{"--out", OutsideProgram::pathFor(folder()), "--exit-with-parent"};
     if (!m_program.start(program, arguments + options))
         return false;
     // The file is moved into place when the service is ready.
     const QDeadlineTimer deadline(timeoutMs);
     while (m_info.isEmpty() && !deadline.hasExpired() && !m_program.waitForFinished(20))
-        m_info = QJsonDocument::fromJson(contents(folder() + QStringLiteral("/service.json"))).object();
-    m_token = contents(m_info.value(QStringLiteral("control_token_file")).toString()).trimmed();
+        m_info = QJsonDocument::fromJson(readFile(folder() + QStringLiteral("/service.json"))).object();
+    m_token = readFile(m_info.value("control_token_file").toString()).trimmed();
     trust(authorityFile());
     return !url().isEmpty() && !m_token.isEmpty();
 }
@@ -49,9 +45,9 @@ bool AccountServiceProcess::start(const QStringList& options) {
 QJsonObject AccountServiceProcess::control(const QString& path, const QJsonValue& body) {
     QNetworkAccessManager manager;
     manager.setProxy(QNetworkProxy::NoProxy);
-    QNetworkRequest request(QUrl(m_info.value(QStringLiteral("control_url")).toString() + QStringLiteral("/control/") + path));
+    QNetworkRequest request(QUrl(m_info.value("control_url").toString() + QStringLiteral("/control/") + path));
     request.setRawHeader("X-Control-Token", m_token);
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
     const QByteArray data = QJsonDocument(body.toObject()).toJson();
     const std::unique_ptr<QNetworkReply> reply(body.isUndefined() ? manager.get(request) : manager.post(request, data));
     QEventLoop loop;
@@ -62,31 +58,30 @@ QJsonObject AccountServiceProcess::control(const QString& path, const QJsonValue
     if (reply->error() != QNetworkReply::NoError)
         return {};
     QJsonObject answer = QJsonDocument::fromJson(reply->readAll()).object();
-    answer.insert(QStringLiteral("ok"), true);
+    answer.insert("ok", true);
     return answer;
 }
 
 bool AccountServiceProcess::approve(const QString& signInUrl, const QString& user) {
-    return !control(QStringLiteral("approve"), QJsonObject{{QStringLiteral("url"), signInUrl}, {QStringLiteral("user"), user}})
-                .isEmpty();
+    return !control("approve", QJsonObject{{"url", signInUrl}, {"user", user}}).isEmpty();
 }
 
 bool AccountServiceProcess::addFault(const QString& endpoint, const QString& kind, QJsonObject details, int count) {
-    details.insert(QStringLiteral("endpoint"), endpoint);
-    details.insert(QStringLiteral("kind"), kind);
-    details.insert(QStringLiteral("count"), count);
-    return !control(QStringLiteral("faults"), details).isEmpty();
+    details.insert("endpoint", endpoint);
+    details.insert("kind", kind);
+    details.insert("count", count);
+    return !control("faults", details).isEmpty();
 }
 
 bool AccountServiceProcess::reset() {
-    return !control(QStringLiteral("reset"), QJsonObject{}).isEmpty();
+    return !control("reset", QJsonObject{}).isEmpty();
 }
 
 int AccountServiceProcess::requests(const QString& endpoint) {
     int count = 0;
-    const QJsonArray log = control(QStringLiteral("log")).value(QStringLiteral("requests")).toArray();
+    const QJsonArray log = control("log").value("requests").toArray();
     for (const QJsonValue& entry : log)
-        count += entry.toObject().value(QStringLiteral("endpoint")).toString() == endpoint ? 1 : 0;
+        count += entry.toObject().value("endpoint").toString() == endpoint ? 1 : 0;
     return count;
 }
 

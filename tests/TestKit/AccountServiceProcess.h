@@ -19,8 +19,8 @@ public:
 
     /// The folder of its URL configuration files.
     [[nodiscard]] QString folder() const { return m_folder.path(); }
-    [[nodiscard]] QString url() const { return m_info.value(QStringLiteral("url")).toString(); }
-    [[nodiscard]] QString authorityFile() const { return m_info.value(QStringLiteral("ca_file")).toString(); }
+    [[nodiscard]] QString url() const { return m_info.value("url").toString(); }
+    [[nodiscard]] QString authorityFile() const { return m_info.value("ca_file").toString(); }
 
     /// Makes Qt in this process trust the authority in the file.
     static void trust(const QString& authorityFile);

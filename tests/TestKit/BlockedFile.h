@@ -6,7 +6,7 @@
 
 namespace Velquor::TestKit {
 
-/// While it lives, the file can neither be read nor written: a folder stands in its place. Thread: the test's.
+/// While it lives, the file can neither be read nor written: a folder has its name. Thread: the test's.
 class BlockedFile {
 public:
     explicit BlockedFile(const QString& path)

@@ -3,11 +3,11 @@
 #include "Caches/CacheClient.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
+#include "TestKit/Files.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/SilentTokenOwner.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
 #include <atomic>
@@ -28,10 +28,10 @@ public:
         return {"t", "s", "h", services().now().addSecs(isExpired ? -1 : 3600)};
     }
     [[nodiscard]] QString signingKeys(WebServices::Internal::SigningKeys& keys) const override {
-        keys.consumerKey = Util::SecretBytes::fromText(QStringLiteral("consumer"));
-        keys.consumerSecret = Util::SecretBytes::fromText(QStringLiteral("secret"));
-        keys.tokenSecret = Util::SecretBytes::fromText(QStringLiteral("secret"));
-        keys.token = Util::SecretBytes::fromText(QStringLiteral("access-token"));
+        keys.consumerKey = Util::SecretBytes::fromText("consumer");
+        keys.consumerSecret = Util::SecretBytes::fromText("secret");
+        keys.tokenSecret = Util::SecretBytes::fromText("secret");
+        keys.token = Util::SecretBytes::fromText("access-token");
         return {};
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
@@ -90,11 +90,11 @@ public:
 
     /// Where the web service is from now on.
     void setUrls(const QString& base) {
-        m_urls.SetUrlOverrides(WebServices::Production, {{QStringLiteral("AccountServerUrl"), base},
-                                                         {QStringLiteral("StorageApiUrl"), base},
-                                                         {QStringLiteral("IdentityAccountFolderEndPoint"), userPath},
-                                                         {QStringLiteral("IdentityEntitlementEndPoint"), entitlementPath},
-                                                         {QStringLiteral("StorageUsageEndPoint"), quotaPath}});
+        m_urls.SetUrlOverrides(WebServices::Production, {{"AccountServerUrl", base},
+                                                         {"StorageApiUrl", base},
+                                                         {"IdentityAccountFolderEndPoint", userPath},
+                                                         {"IdentityEntitlementEndPoint", entitlementPath},
+                                                         {"StorageUsageEndPoint", quotaPath}});
     }
 
     [[nodiscard]] WebServices::Internal::TokenDependencies services() {
@@ -109,15 +109,7 @@ public:
     }
 
     [[nodiscard]] QString file() const { return m_folder.path() + QStringLiteral("/WebServicesCache.xml"); }
-    [[nodiscard]] QByteArray fileContents() const {
-        QFile cache(file());
-        return cache.open(QIODevice::ReadOnly) ? cache.readAll() : QByteArray();
-    }
-    void writeFile(const QByteArray& contents) const {
-        QFile cache(file());
-        if (cache.open(QIODevice::WriteOnly))
-            cache.write(contents);
-    }
+    [[nodiscard]] QByteArray fileContents() const { return readFile(file()); }
 
     [[nodiscard]] static QByteArray userReply(const QByteArray& name) {
         return "<User><UserName>" + name + "</UserName><Id>" + name + "</Id><Email>" + name

@@ -6,10 +6,8 @@ namespace Velquor::TestKit {
 
 /// A finished reply with whatever a test wants in it. Thread: that of the test.
 class FakeReply final : public QNetworkReply {
-    Q_OBJECT
-
 public:
-    explicit FakeReply(const QNetworkRequest& request = QNetworkRequest(QUrl(QStringLiteral("https://service.test/a")))) {
+    explicit FakeReply(const QNetworkRequest& request = QNetworkRequest(QUrl("https://service.test/a"))) {
         setRequest(request);
         setUrl(request.url());
         setFinished(true);

@@ -1,17 +1,14 @@
 #pragma once
 
-#include <QByteArray>
-#include <QCoreApplication>
-#include <QProcess>
-#include <QProcessEnvironment>
-#include <QStringList>
+#include "TestKit/HelperProcess.h"
+
 #include <QVector>
 
 namespace Velquor::TestKit {
 
-/// A run of the program "ipc_helper", which lies beside the test: another process that sends or hears messages. What it says is
-/// kept as it comes. Ends with this object at the latest. Thread: the test's. Owner: the test.
-class IpcHelper : public QProcess {
+/// A run of the program "ipc_helper": another process that sends or receives messages. Its output is kept as it comes.
+/// Thread: the test's. Owner: the test.
+class IpcHelper : public HelperProcess {
 public:
     struct Heard {
         QByteArray name;
@@ -21,19 +18,14 @@ public:
     };
 
     explicit IpcHelper(const QStringList& arguments,
-                       const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
-        setProcessEnvironment(environment);
+                       const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
+        : HelperProcess("ipc_helper", arguments, environment) {
         connect(this, &QProcess::readyReadStandardOutput, this, &IpcHelper::keepLines);
-        start(QCoreApplication::applicationDirPath() + QStringLiteral("/ipc_helper"), arguments);
     }
-
-    ~IpcHelper() override {
-        disconnect(this, &QProcess::readyReadStandardOutput, this, &IpcHelper::keepLines);
-        killNow();
-    }
+    ~IpcHelper() override { disconnect(this, &QProcess::readyReadStandardOutput, this, &IpcHelper::keepLines); }
 
     [[nodiscard]] const QVector<Heard>& heard() const { return m_heard; }
-    /// The numbers that one sender's messages brought, in their order.
+    /// The numbers in the messages of one sender, in their order.
     [[nodiscard]] QVector<int> numbers(const QByteArray& from) const {
         QVector<int> found;
         for (const Heard& one : m_heard) {
@@ -42,21 +34,10 @@ public:
         }
         return found;
     }
-    /// As it said of itself when it heard its latest message.
+    /// Whether it was the serving process when it received its latest message.
     [[nodiscard]] bool isServing() const { return m_isServing; }
     [[nodiscard]] bool hasSent() const { return m_hasSent; }
     [[nodiscard]] bool wasRefused() const { return m_wasRefused; }
-
-    void tell() {
-        write("\n");
-        waitForBytesWritten(10000);
-    }
-
-    /// Ends it in the middle of whatever it does.
-    void killNow() {
-        kill();
-        waitForFinished(10000);
-    }
 
 private:
     void keepLines() {

@@ -97,7 +97,7 @@ void LoopbackListener::incomingConnection(qintptr handle) {
 }
 
 void LoopbackListener::read(QSslSocket* socket) {
-    static const QRegularExpression length(QStringLiteral("content-length: *(\\d+)"), QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression length("content-length: *(\\d+)", QRegularExpression::CaseInsensitiveOption);
     QByteArray& received = m_received[socket];
     received += socket->readAll();
     const int headEnd = received.indexOf("\r\n\r\n");

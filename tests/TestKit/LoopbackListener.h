@@ -9,8 +9,6 @@ namespace Velquor::TestKit {
 
 /// The listening half of LoopbackHttpServer. Thread: the server's; the operations with a lock from any.
 class LoopbackListener final : public QTcpServer {
-    Q_OBJECT
-
 public:
     void makeCertificate();
     void setScript(const QString& path, const Script& script);

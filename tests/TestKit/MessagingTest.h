@@ -1,15 +1,8 @@
 #pragma once
 
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Messaging/IPCManager.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QUuid>
-#include <QtTest>
-#include <algorithm>
-#include <memory>
-#include <vector>
 
 namespace Velquor::TestKit {
 
@@ -34,7 +27,7 @@ protected:
             QVector<int> found;
             for (const auto& one : heard) {
                 if (one.first == QLatin1String("Numbered"))
-                    found += one.second.value(QStringLiteral("Number")).toInt();
+                    found += one.second.value("Number").toInt();
             }
             return found;
         }
@@ -47,8 +40,8 @@ protected:
 
     MessagingTest() { qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_folder.path())); }
 
-    /// Nobody is there.
-    void beginAnew() {
+    /// Starts without any manager.
+    void startOver() {
         m_parties.clear();
         m_name = QStringLiteral("Vq") + QUuid::createUuid().toString(QUuid::Id128);
     }
@@ -69,8 +62,8 @@ protected:
 
     /// Probes until all others have heard one, since a newcomer hears what is sent once it is there.
     [[nodiscard]] bool worksOn() {
-        const QVariantMap probe{{QStringLiteral("Probe"), ++m_probe}};
-        const QPair<QString, QVariantMap> expected(QStringLiteral("Probe"), probe);
+        const QVariantMap probe{{"Probe", ++m_probe}};
+        const QPair<QString, QVariantMap> expected("Probe", probe);
         const auto hasHeard = [&expected](const std::unique_ptr<Party>& party) { return party->heard.contains(expected); };
         for (int attempt = 0; attempt < patienceMs / 20; ++attempt) {
             if (!at(0).manager.send(expected.first, probe))

@@ -36,8 +36,8 @@ bool ProxyProcess::start() {
 }
 
 bool ProxyProcess::startOn(quint16 port) {
-    const QString path = m_folder.filePath(QStringLiteral("tinyproxy.conf"));
-    const QString log = OutsideProgram::pathFor(m_folder.filePath(QStringLiteral("tinyproxy.log")));
+    const QString path = m_folder.filePath("tinyproxy.conf");
+    const QString log = OutsideProgram::pathFor(m_folder.filePath("tinyproxy.log"));
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
@@ -47,8 +47,7 @@ bool ProxyProcess::startOn(quint16 port) {
                    .toUtf8());
     file.close();
     m_program = std::make_unique<OutsideProgram>();
-    if (!m_program->start(QStringLiteral("tinyproxy"),
-                          {QStringLiteral("-d"), QStringLiteral("-c"), OutsideProgram::pathFor(path)}))
+    if (!m_program->start("tinyproxy", {"-d", "-c", OutsideProgram::pathFor(path)}))
         return false;
     const QDeadlineTimer deadline(timeoutMs);
     bool isReady = false;
@@ -58,7 +57,7 @@ bool ProxyProcess::startOn(quint16 port) {
 }
 
 int ProxyProcess::logged(const QByteArray& text) const {
-    QFile file(m_folder.filePath(QStringLiteral("tinyproxy.log")));
+    QFile file(m_folder.filePath("tinyproxy.log"));
     return file.open(QIODevice::ReadOnly) ? file.readAll().count(text) : -1;
 }
 

@@ -1,21 +1,23 @@
 #pragma once
 
 #include "Network/Urls/SupportFiles.h"
+#include "Network/Urls/UrlStore.h"
 #include "Session/LoginSession.h"
-#include "Session/State/LoginStateXml.h"
-#include "Signing/OpenSslCryptoProvider.h"
-#include "Signing/VqOAuthHost.h"
 #include "TestKit/RecordingLogger.h"
-#include "VqUtil/Crypto/UserCryptor.h"
-#include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <QDomDocument>
-#include <QFile>
 #include <QTemporaryDir>
 #include <atomic>
 #include <memory>
 
 namespace Velquor::TestKit {
+
+/// The key of the product that most tests are about, and its secret, as the account service knows them.
+inline const auto demoKey = QStringLiteral("demo-product-0001");
+inline const auto demoSecret = QStringLiteral("demo-secret-0001");
+/// A second product of the account service.
+inline const auto secondKey = QStringLiteral("second-product-0002");
+inline const auto secondSecret = QStringLiteral("demo-secret-0002");
 
 /// A login session as the facade uses it: it follows the login state file before each operation.
 ///
@@ -47,79 +49,28 @@ private:
 /// Thread: the test's. Owner: the test.
 class SessionFixture {
 public:
-    /// With folders of another process's fixture it is another process of the same user.
-    explicit SessionFixture(const QString& stateFolder = {}, const QString& keyFolder = {})
-        : logger(std::make_shared<RecordingLogger>())
-        , urls(logger)
-        , m_stateFolder(stateFolder.isEmpty() ? folder.path() : stateFolder) {
-        // One key for all tests of the program, since making one takes a while.
-        static const QTemporaryDir ownKeyFolder;
-        static const auto rsa = Util::openUserRsaCryptor(keyFolder.isEmpty() ? ownKeyFolder.path() : keyFolder, logger);
-        cryptor = std::make_shared<Util::UserCryptor>(rsa, logger);
-        this->keyFolder = keyFolder.isEmpty() ? ownKeyFolder.path() : keyFolder;
-    }
+    /// With the folders of another process's fixture it is another process of the same user.
+    explicit SessionFixture(const QString& stateFolder = {}, const QString& keyFolder = {});
 
-    [[nodiscard]] WebServices::Internal::SessionDependencies services() {
-        WebServices::Internal::SessionDependencies made;
-        made.cryptor = cryptor;
-        made.cipherBlockSize = Util::userKeyBlockSize;
-        made.oauthHost = std::make_shared<OAuth::VqOAuthHost>(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
-        made.urls = &urls;
-        made.loggers = WebServices::Internal::Loggers::all(logger);
-        made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
-        made.exchangeTimeoutMs = exchangeTimeoutMs;
-        made.loginStateFile = file();
-        made.lockFolder = m_stateFolder;
-        made.notifiesProcesses = notifiesProcesses;
-        made.savedBy = QStringLiteral("test");
-        made.isForAllUsers = isForAllUsers;
-        return made;
-    }
-
-    [[nodiscard]] SessionUnderTest makeSession(const QString& key = QStringLiteral("demo-product-0001"),
-                                               const QString& secret = QStringLiteral("demo-secret-0001")) {
-        auto session = std::make_shared<WebServices::Internal::LoginSession>(
-            services(),
-            WebServices::Internal::ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")});
-        session->SetConfiguration(key, configuration(key, secret));
-        return session;
-    }
-
+    [[nodiscard]] WebServices::Internal::SessionDependencies services();
+    [[nodiscard]] SessionUnderTest makeSession(const QString& key = demoKey, const QString& secret = demoSecret);
     [[nodiscard]] static WebServices::WebServicesConfiguration
-    configuration(const QString& key, const QString& secret, WebServices::Server server = WebServices::Production) {
-        WebServices::WebServicesConfiguration made;
-        made.SetConsumerKey(key.toStdWString().c_str());
-        made.SetConsumerSecret(secret.toStdWString().c_str());
-        made.SetServer(server);
-        return made;
-    }
+    configuration(const QString& key, const QString& secret, WebServices::Server server = WebServices::Production);
+    /// The same with OAuth2, whose keys are those of OAuth 1.0.
+    [[nodiscard]] static WebServices::WebServicesConfiguration oauth2Configuration(const QString& key, const QString& secret);
 
-    [[nodiscard]] QString file() const { return m_stateFolder + QStringLiteral("/LoginState.xml"); }
+    [[nodiscard]] QString file() const { return m_stateFolder + "/LoginState.xml"; }
+    [[nodiscard]] QByteArray fileContents() const;
+    void writeFile(const QByteArray& contents) const;
+    [[nodiscard]] QDomDocument document() const;
 
-    [[nodiscard]] QByteArray fileContents() const {
-        QFile state(file());
-        return state.open(QIODevice::ReadOnly) ? state.readAll() : QByteArray();
-    }
-
+    /// The element of the file that the names lead to, from the root.
+    [[nodiscard]] QDomElement element(const QStringList& path) const;
     /// The user in the file, and the access token of its first product; empty when there is none.
-    [[nodiscard]] QString userInFile() const { return loginInFile().attribute(QStringLiteral("UserName")); }
-    [[nodiscard]] QString tokenInFile() const {
-        const QDomElement products = loginInFile().firstChildElement(QStringLiteral("Products"));
-        const QByteArray token =
-            WebServices::Internal::LoginStateXml::secret(products.firstChildElement(), QStringLiteral("AccessToken"));
-        return token.isEmpty() ? QString() : cryptor->decrypt(token).toText();
-    }
+    [[nodiscard]] QString userInFile() const { return element({"LoginSession"}).attribute("UserName"); }
+    [[nodiscard]] QString tokenInFile() const;
 
-    void writeFile(const QByteArray& contents) const {
-        QFile state(file());
-        if (state.open(QIODevice::WriteOnly))
-            state.write(contents);
-    }
-
-    [[nodiscard]] bool hasLogged(const QString& text) const {
-        const QStringList texts = logger->texts();
-        return std::any_of(texts.begin(), texts.end(), [&text](const QString& line) { return line.contains(text); });
-    }
+    [[nodiscard]] bool hasLogged(const QString& text) const { return logger->count(text) > 0; }
 
     QTemporaryDir folder;
     QString keyFolder; ///< Where the user's key is.
@@ -128,18 +79,16 @@ public:
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
     bool isForAllUsers = false;         ///< The folder is the one of all users, for sessions made from now on.
-    bool notifiesProcesses = false;     ///< Sessions made from now on tell each other what happens.
+    bool notifiesProcesses = false;     ///< Sessions made from now on notify each other.
     std::atomic<qint64> clockOffset{0}; ///< Seconds that the sessions' clock is ahead.
 
 private:
-    [[nodiscard]] QDomElement loginInFile() const {
-        QDomDocument document;
-        document.setContent(fileContents());
-        // A copy, which outlives the document.
-        return document.documentElement().firstChildElement(QStringLiteral("LoginSession")).cloneNode().toElement();
-    }
-
     const QString m_stateFolder;
 };
+
+/// The element below `parent` that the names lead to.
+[[nodiscard]] QDomElement descendant(QDomElement parent, const QStringList& path);
+/// The first product in a login state document.
+[[nodiscard]] QDomElement firstProduct(const QDomDocument& document);
 
 } // namespace Velquor::TestKit

@@ -17,7 +17,7 @@ namespace Velquor::TestKit {
     return isSoak() ? soak : usual;
 }
 
-/// Says what was measured beside its bar; the lines of a long run are gathered into a table.
+/// Prints a measurement with its bar; the lines of a long run become a table.
 inline void figure(const QString& what, const QString& bar, const QString& measured) {
     const QByteArray line = QStringLiteral("%1 | %2 | %3 | %4\n")
                                 .arg(isSoak() ? QStringLiteral("FIGURE") : QStringLiteral("figure"), what, bar, measured)

@@ -6,9 +6,8 @@
 
 namespace Velquor::TestKit {
 
-/// Waits in the event loop until a condition is true, at which it looks each `lookMs`; what it was at the end. QTest::qWaitFor()
-/// sleeps between two looks, and a process that serves others meanwhile makes them wait for 10 ms: times are taken with this one.
-/// Thread: any.
+/// Waits in the event loop until a condition is true, which is checked every `lookMs`; returns its last value. Measures use it:
+/// QTest::qWaitFor() sleeps between two checks, and a serving process would make the others wait for 10 ms. Thread: any.
 template <typename Condition>
 [[nodiscard]] bool waitFor(const Condition& condition, int timeoutMs, int lookMs = 10) {
     const QDeadlineTimer deadline(timeoutMs);

@@ -4,13 +4,15 @@
 // PLACE" after it. A value names the place that it was saved for, this process and the serial number of the save.
 
 #include "Caches/CacheFile.h"
+#include "TestKit/HelperProgram.h"
+#include "TestKit/Stopwatch.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
-#include <cstdio>
 #include <memory>
 
+using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 
@@ -31,23 +33,20 @@ int main(int argc, char** argv) {
     std::unique_ptr<CacheFile> files[productCount];
     for (int product = 0; product < productCount; ++product)
         files[product] = std::make_unique<CacheFile>(arguments.at(1), QStringLiteral("product-%1").arg(product));
-    QElapsedTimer timer;
-    timer.start();
+    const TestKit::Stopwatch timer;
     int failures = 0;
     for (int serial = 1; !timer.hasExpired(arguments.at(3).toInt()); ++serial) {
         const int place = QRandomGenerator::global()->bounded(productCount * cacheCount);
         const QString text = QStringLiteral("%1 %2 %3").arg(place).arg(arguments.at(2)).arg(serial);
-        std::printf("%d %d\n", serial, place);
-        std::fflush(stdout);
-        const CacheRecord record{QStringLiteral("Production"), QDateTime::currentDateTimeUtc(), text, text,
+        const QByteArray words = QByteArray::number(serial) + ' ' + QByteArray::number(place);
+        TestKit::say(words);
+        const CacheRecord record{"Production", QDateTime::currentDateTimeUtc(), text, text,
                                  text + QLatin1Char(' ') + QString(QRandomGenerator::global()->bounded(4000), QLatin1Char('x'))};
         const CacheFile::WriteResult result =
             files[place / cacheCount]->save(QLatin1String(nodePaths[place % cacheCount]), record, [] { return true; });
         failures += result == CacheFile::WriteResult::Done ? 0 : 1;
-        if (result == CacheFile::WriteResult::Done) {
-            std::printf("+%d %d\n", serial, place);
-            std::fflush(stdout);
-        }
+        if (result == CacheFile::WriteResult::Done)
+            TestKit::say('+' + words);
     }
     return failures == 0 ? 0 : 1;
 }

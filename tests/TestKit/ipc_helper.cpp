@@ -1,11 +1,12 @@
 // Another process of the user, for the tests of the messages between processes. Commands:
 //   listen NAME FOLDER           says each message that comes: name, "From", "Number", age in microseconds, whether it serves
-//   send NAME FOLDER FROM COUNT  sends COUNT messages, 1000 a second, once it is told a line, and says "sent"
+//   send NAME FOLDER FROM COUNT  sends COUNT messages, 1000 a second, after it has read a line, and says "sent"
 //   hear NAME FOLDER             the same as "listen", for the events of the library (the name does not matter)
 //   raise NAME FOLDER FROM COUNT PAUSE  the same as "send" for them, one each PAUSE ms; until it begins, it says what it hears
 // All end when their standard input does.
 
 #include "Events/NotificationManager.h"
+#include "TestKit/HelperProgram.h"
 #include "TestKit/PackedParams.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Messaging/IPCManager.h"
@@ -21,6 +22,7 @@
 #include <memory>
 
 using namespace Velquor;
+using TestKit::say;
 
 namespace {
 
@@ -32,11 +34,6 @@ constexpr int fileWriteMs = WebServices::Internal::NotificationManager::fileDela
 // The same for all processes of the machine.
 qint64 nowUs() {
     return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
-void say(const QByteArray& line) {
-    std::fputs((line + '\n').constData(), stdout);
-    std::fflush(stdout);
 }
 
 /// Reads the standard input, since an event loop cannot wait for it on every system.
@@ -78,14 +75,14 @@ public:
     }
 
     [[nodiscard]] bool start() override { return m_manager.start(m_name, m_folder); }
-    [[nodiscard]] bool send(const QVariantMap& params) override { return m_manager.send(QStringLiteral("Numbered"), params); }
+    [[nodiscard]] bool send(const QVariantMap& params) override { return m_manager.send("Numbered", params); }
     [[nodiscard]] bool isServing() const override { return m_manager.isServing(); }
     void stop() override { m_manager.stop(); }
 
 private:
     const QString m_name;
     const QString m_folder;
-    Util::IPCManager m_manager{Log::makeLogger(QStringLiteral("Helper"))};
+    Util::IPCManager m_manager{Log::makeLogger("Helper")};
 };
 
 /// The events of the library, over both of their carriers.
@@ -93,8 +90,7 @@ class Events : public Carrier, public WebServices::Internal::INotificationListen
 public:
     Events(const QString& folder, Receiver receiver)
         : m_receiver(std::move(receiver))
-        , m_manager(std::make_unique<WebServices::Internal::NotificationManager>(folder, *this,
-                                                                                 Log::makeLogger(QStringLiteral("Helper")))) {}
+        , m_manager(std::make_unique<WebServices::Internal::NotificationManager>(folder, *this, Log::makeLogger("Helper"))) {}
 
     [[nodiscard]] bool start() override {
         m_manager->Start();
@@ -150,14 +146,14 @@ private:
         // A sender tells that it is connected, and then works.
         if (isSender() && (m_hasBegun || !m_isEvents))
             return;
-        const qint64 age = nowUs() - params.value(QStringLiteral("Time")).toLongLong();
-        const QByteArray from = params.value(QStringLiteral("From")).toByteArray();
+        const qint64 age = nowUs() - params.value("Time").toLongLong();
+        const QByteArray from = params.value("From").toByteArray();
         const QByteArray serves = m_carrier->isServing() ? " serves" : " listens";
-        sayLater(name.toUtf8() + ' ' + from + ' ' + params.value(QStringLiteral("Number")).toByteArray() + ' '
-                 + QByteArray::number(age) + serves);
+        sayLater(name.toUtf8() + ' ' + from + ' ' + params.value("Number").toByteArray() + ' ' + QByteArray::number(age)
+                 + serves);
     }
 
-    // Not while others still hear the same event: who reads the line keeps them waiting.
+    // Not while others still receive the same event: the process that reads the line would keep them waiting.
     void sayLater(const QByteArray& line) {
         m_said.append(line);
         if (!m_isEvents)
@@ -182,9 +178,7 @@ private:
     void sendBatch() {
         const int count = m_arguments.value(5).toInt();
         for (int done = 0; done < (m_isEvents ? 1 : batch) && m_next < count; ++done, ++m_next) {
-            const QVariantMap params{{QStringLiteral("From"), m_arguments.value(4)},
-                                     {QStringLiteral("Number"), m_next},
-                                     {QStringLiteral("Time"), nowUs()}};
+            const QVariantMap params{{"From", m_arguments.value(4)}, {"Number", m_next}, {"Time", nowUs()}};
             if (!m_carrier->send(params))
                 say("refused");
         }

@@ -4,30 +4,25 @@
 //   bump KEY FOLDER COUNT        adds 1 to the number in FOLDER/counter COUNT times, each under the lock, and says "+" after each
 //   hold-plain KEY               as "hold", as a program that knows the semaphore only
 
+#include "TestKit/HelperProgram.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Locks/CrossProcessLock.h"
 
 #include <QCoreApplication>
 #include <QSystemSemaphore>
-#include <cstdio>
 #include <cstdlib>
 
 using namespace Velquor;
+using TestKit::say;
 
 namespace {
 
 constexpr int timeoutMs = 20000;
 
-void say(const char* text) {
-    std::fputs(text, stdout);
-    std::fflush(stdout);
-}
-
 int sayHeldAndWait() {
-    say("held\n");
-    while (std::getchar() != EOF) {
-    }
+    say("held");
+    TestKit::waitForEndOfInput();
     return 0;
 }
 
@@ -37,7 +32,7 @@ int hold(Util::CrossProcessLock& lock) {
 
 [[noreturn]] void crashInSection(Util::CrossProcessLock& lock) {
     if (lock.acquire(timeoutMs))
-        say("held\n");
+        say("held");
     std::_Exit(42);
 }
 
@@ -73,7 +68,7 @@ int main(int argc, char** argv) {
     const QString command = arguments.value(1);
     if (command == QLatin1String("hold-plain"))
         return holdPlain(arguments.value(2));
-    Util::CrossProcessLock lock(arguments.value(2), arguments.value(3), Log::makeLogger(QStringLiteral("Helper")));
+    Util::CrossProcessLock lock(arguments.value(2), arguments.value(3), Log::makeLogger("Helper"));
     if (command == QLatin1String("hold"))
         return hold(lock);
     if (command == QLatin1String("crash-in-section"))

@@ -1,15 +1,16 @@
 // Another process of the user that saves the login state. Arguments: command, folder of the file, folder of the user's key,
 // consumer key, count. It says "ready" when it has read the file. Commands:
 //   loop      saves COUNT times (0: until it is killed) with the next number each time, and says "NUMBER MILLISECONDS" after each
-//   in-place  the same by overwriting the file where it stands, as no program should
-//   obey      for each line that it is told: saves with the fault of the line (see fault_shim), and says "saved" or "failed"
+//   in-place  the same by overwriting the file in place, as no program should
+//   obey      for each line of its input: saves with the fault of the line (see fault_shim), and says "saved" or "failed"
 //   hold      takes the lock of the file, says "ready", and keeps it until its standard input ends
 
+#include "TestKit/HelperProgram.h"
 #include "TestKit/SaveHelper.h"
 #include "TestKit/StateProcess.h"
+#include "TestKit/Stopwatch.h"
 
-#include <QElapsedTimer>
-#include <cstdio>
+#include <QCoreApplication>
 #include <iostream>
 #include <string>
 
@@ -17,13 +18,9 @@ using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 using TestKit::SaveHelper;
+using TestKit::say;
 
 namespace {
-
-void say(const QByteArray& line) {
-    std::fputs((line + '\n').constData(), stdout);
-    std::fflush(stdout);
-}
 
 class Helper {
 public:
@@ -40,11 +37,11 @@ public:
         if (m_process.core.basic().hasUser())
             m_process.takeTokens(date);
         else
-            m_process.signIn(QStringLiteral("ada"), date);
-        return LoginStateSaver(m_process.core).save() == LoginStateSaver::Result::Saved;
+            m_process.signIn("ada", date);
+        return m_process.save() == LoginStateSaver::Result::Saved;
     }
 
-    // A whole save, and then the same once more where the file stands, byte by byte.
+    // A whole save, and then the same contents written in place, byte by byte.
     [[nodiscard]] bool saveInPlace() {
         if (!save())
             return false;
@@ -59,8 +56,7 @@ public:
 
     int loop(bool inPlace, int count) {
         for (int done = 0; done < count || count == 0; ++done) {
-            QElapsedTimer timer;
-            timer.start();
+            const TestKit::Stopwatch timer;
             if (inPlace ? !saveInPlace() : !save()) {
                 say("failed");
                 return 1;
@@ -85,8 +81,7 @@ public:
         if (!guard.isHeld())
             return 1;
         say("ready");
-        while (std::getchar() != EOF) {
-        }
+        TestKit::waitForEndOfInput();
         return 0;
     }
 

@@ -1,6 +1,5 @@
 // Another process of the user, for the tests of the flags that processes show each other.
-//   state_helper KEY FOLDER         does what the lines of its standard input say and answers each with a line; removes its
-//   record
+//   state_helper KEY FOLDER         carries out the lines of its standard input and answers each with a line; removes its record
 //                                   when its standard input ends
 //     set NAME       sets the flag   "set"
 //     claim NAME MS  sets it unless another process shows it, when the clock says MS   "won" or "lost"
@@ -8,47 +7,43 @@
 //   state_helper KEY FOLDER COUNT   opens the state COUNT times, each time setting a flag and removing the record
 //   state_helper KEY FOLDER busy    sets and deletes flags until it is killed, saying "+" for each
 
+#include "TestKit/HelperProgram.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QThread>
-#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
 
 using namespace Velquor;
+using TestKit::say;
 
 namespace {
 
 Util::ProcessProperties flag(const QString& name) {
-    return {{QStringLiteral("ProductKey"), QStringLiteral("product")}, {name, true}};
+    return {{"ProductKey", "product"}, {name, true}};
 }
 
-void say(const char* text) {
-    std::fputs(text, stdout);
-    std::fflush(stdout);
-}
-
-// At the same moment as the others that were told the same one.
+// All processes with the same moment start at once.
 bool claim(Util::ProcessState& state, const QString& name, qint64 moment) {
     QThread::msleep(static_cast<unsigned long>(qBound<qint64>(0, moment - QDateTime::currentMSecsSinceEpoch(), 1000)));
     return state.setUnlessSetElsewhere(flag(name));
 }
 
 int obey(Util::ProcessState& state) {
-    say("ready\n");
+    say("ready");
     for (std::string line; std::getline(std::cin, line);) {
         const QString text = QString::fromStdString(line).trimmed();
         const QString name = text.section(QLatin1Char(' '), 1, 1);
         if (text == QLatin1String("die"))
             std::_Exit(42);
         if (text.startsWith(QLatin1String("set ")))
-            say(state.setPropertyMap(flag(name)) ? "set\n" : "not set\n");
+            say(state.setPropertyMap(flag(name)) ? "set" : "not set");
         else if (text.startsWith(QLatin1String("claim ")))
-            say(claim(state, name, text.section(QLatin1Char(' '), 2).toLongLong()) ? "won\n" : "lost\n");
+            say(claim(state, name, text.section(QLatin1Char(' '), 2).toLongLong()) ? "won" : "lost");
     }
     state.deleteProcessState();
     return 0;
@@ -70,9 +65,9 @@ int openOften(const Util::ProcessStateDependencies& services, const QString& key
 
 [[noreturn]] void beBusy(Util::ProcessState& state) {
     for (;;) {
-        state.setPropertyMap(flag(QStringLiteral("Busy")));
+        state.setPropertyMap(flag("Busy"));
         say("+");
-        state.deleteProperty(QStringLiteral("Busy"));
+        state.deleteProperty("Busy");
     }
 }
 
@@ -81,7 +76,7 @@ int openOften(const Util::ProcessStateDependencies& services, const QString& key
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    const auto services = Util::systemProcessStateServices(arguments.value(2), Log::makeLogger(QStringLiteral("Helper")));
+    const auto services = Util::systemProcessStateServices(arguments.value(2), Log::makeLogger("Helper"));
     if (arguments.value(3).toInt() > 0)
         return openOften(services, arguments.value(1), arguments.value(3).toInt());
     Util::ProcessState state(services);

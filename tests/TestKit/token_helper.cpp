@@ -6,16 +6,16 @@
 // wait; "status"; "logout"; "quit".
 
 #include "TestKit/AccountServiceProcess.h"
+#include "TestKit/HelperProgram.h"
 #include "TestKit/SessionFixture.h"
+#include "TestKit/Stopwatch.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QThread>
 #include <VqWebServices/IWebServicesObserver2.h>
-#include <cstdio>
 #include <functional>
 #include <iostream>
 #include <thread>
@@ -36,10 +36,7 @@ public:
         TestKit::AccountServiceProcess::trust(arguments.at(4));
         m_fixture.notifiesProcesses = true;
         m_session = m_fixture.makeSession(m_key, arguments.at(6));
-        WebServicesConfiguration configuration = TestKit::SessionFixture::configuration(m_key, arguments.at(6));
-        configuration.SetOAuth2ConsumerKey(m_key.toStdWString().c_str());
-        configuration.SetOAuth2ConsumerSecret(arguments.at(6).toStdWString().c_str());
-        m_session->SetConfiguration(m_key, configuration);
+        m_session->SetConfiguration(m_key, TestKit::SessionFixture::oauth2Configuration(m_key, arguments.at(6)));
         m_session->observers().add(this);
         m_session->RestoreLogin(m_key, false);
     }
@@ -82,8 +79,7 @@ private:
     }
 
     void askOnce(const std::function<QString()>& question) {
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         const QString text = question();
         const qint64 elapsed = timer.elapsed();
         QMetaObject::invokeMethod(
@@ -116,10 +112,7 @@ private:
         return m_session->Logout(m_key, error, true);
     }
 
-    static void print(const QJsonObject& answer) {
-        std::puts(QJsonDocument(answer).toJson(QJsonDocument::Compact).constData());
-        std::fflush(stdout);
-    }
+    static void print(const QJsonObject& answer) { TestKit::say(QJsonDocument(answer).toJson(QJsonDocument::Compact)); }
 
     TestKit::SessionFixture m_fixture;
     const QString m_key;
@@ -147,10 +140,9 @@ int main(int argc, char** argv) {
         }
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     });
-    std::puts("{\"ready\": true}");
-    std::fflush(stdout);
+    TestKit::say("{\"ready\": true}");
     application.exec();
-    // The reader ends with the input, which the parent closes; a product that was told to quit does not wait for that.
+    // The reader thread ends with the input, which the parent closes. "quit" does not wait for that.
     reader.detach();
     return 0;
 }

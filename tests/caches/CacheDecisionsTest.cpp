@@ -2,8 +2,7 @@
 
 #include "Caches/CacheTiming.h"
 #include "Caches/CachedReplies.h"
-
-#include <QtTest>
+#include "TestKit/Test.h"
 
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
@@ -13,15 +12,12 @@ class CacheDecisionsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void decides_data() {
-        QTest::addColumn<bool>("canUpdate");
-        QTest::addColumn<bool>("isAvailable");
-        QTest::addColumn<qint64>("age"); // seconds; very old: not valid
-        QTest::addColumn<qint64>("interval");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<qint64>("nextCheckMs");
-        const auto row = [](const char* name, bool can, bool has, qint64 age, qint64 interval, Answer answer, qint64 next = 0) {
-            QTest::newRow(name) << can << has << age << interval << int(answer) << next;
+    void aValueIsRenewedWhenItHasExpired_data() {
+        // age: seconds; very old: not valid
+        const Velquor::TestKit::Columns<bool, bool, qint64, qint64, int, qint64> add("canUpdate", "isAvailable", "age",
+                                                                                     "interval", "answer", "nextCheckMs");
+        const auto row = [&](const char* name, bool can, bool has, qint64 age, qint64 interval, Answer answer, qint64 next = 0) {
+            add(name, can, has, age, interval, int(answer), next);
         };
         row("not signed in", false, false, 0, 86400, Answer::CannotUpdate);
         row("not signed in, expired", false, true, 90000, 86400, Answer::CannotUpdate);
@@ -41,7 +37,7 @@ private slots:
         row("the longest interval", true, true, 10, 4294967295, Answer::NotExpired, 3600000);
     }
 
-    void decides() {
+    void aValueIsRenewedWhenItHasExpired() {
         QFETCH(bool, canUpdate);
         QFETCH(bool, isAvailable);
         QFETCH(qint64, age);
@@ -67,22 +63,19 @@ private slots:
         QCOMPARE(CacheTiming::retryDelayMs(9, CacheTiming::checkSeconds(0)), 3600000);
     }
 
-    void triesAgain_data() {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<bool>("isDamaged");
-        QTest::addColumn<int>("clock");
-        QTest::addColumn<bool>("expected");
-        QTest::newRow("no reply") << 0 << false << 0 << true;
-        QTest::newRow("500") << 500 << false << 0 << true;
-        QTest::newRow("503") << 503 << false << 0 << true;
-        QTest::newRow("page of a captive portal") << 200 << true << 0 << true;
-        QTest::newRow("wrong clock") << 401 << false << int(ClockKind::WrongTime) << true;
-        QTest::newRow("refused") << 401 << false << 0 << false;
-        QTest::newRow("not there") << 404 << false << 0 << false;
-        QTest::newRow("redirect") << 302 << false << 0 << false;
+    void onlyPassingFailuresAreRetried_data() {
+        const Velquor::TestKit::Columns<int, bool, int, bool> row("status", "isDamaged", "clock", "expected");
+        row("no reply", 0, false, 0, true);
+        row("500", 500, false, 0, true);
+        row("503", 503, false, 0, true);
+        row("page of a captive portal", 200, true, 0, true);
+        row("wrong clock", 401, false, int(ClockKind::WrongTime), true);
+        row("refused", 401, false, 0, false);
+        row("not there", 404, false, 0, false);
+        row("redirect", 302, false, 0, false);
     }
 
-    void triesAgain() {
+    void onlyPassingFailuresAreRetried() {
         QFETCH(int, status);
         QFETCH(bool, isDamaged);
         QFETCH(int, clock);
@@ -91,7 +84,7 @@ private slots:
                  expected);
     }
 
-    void readsDates() {
+    void onlyWellFormedHttpDatesAreRead() {
         const QByteArray text = "Sun, 06 Nov 1994 08:49:37 GMT";
         QCOMPARE(CacheTiming::fromHttpDate(text), QDateTime(QDate(1994, 11, 6), QTime(8, 49, 37), Qt::UTC));
         QCOMPARE(CacheTiming::toHttpDate(CacheTiming::fromHttpDate(text)), text);
@@ -99,7 +92,7 @@ private slots:
             QVERIFY(!CacheTiming::fromHttpDate(junk).isValid());
     }
 
-    void readsReplies() {
+    void repliesAreReadWhole() {
         UserInfo info;
         QVERIFY(parseReply("<?xml version=\"1.0\"?><User><Id>7</Id><UserName>Zo\xc3\xab</UserName><Email>a&amp;b@c</Email>"
                            "<Profile><FirstName>F</FirstName><LastName> L </LastName></Profile></User>",
@@ -112,7 +105,7 @@ private slots:
         QCOMPARE(quota.total, 5368709120);
     }
 
-    void readsEntitlements() {
+    void anEntitlementIsReadByServiceName() {
         Entitlements list;
         QVERIFY(parseReply("<EntitlementList><Service><Name>A</Name><Entitled>True</Entitled></Service>"
                            "<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"
@@ -120,35 +113,30 @@ private slots:
                            "<Service><Entitled>True</Entitled></Service>"
                            "<Service><Name>A</Name><Entitled>False</Entitled></Service></EntitlementList>",
                            list));
-        QCOMPARE(list.answerFor(QStringLiteral("A")), ServiceEntitlement::Entitled);
-        QCOMPARE(list.answerFor(QStringLiteral("B")), ServiceEntitlement::NotEntitled);
-        QCOMPARE(list.answerFor(QStringLiteral("C")), ServiceEntitlement::Trial);
-        QCOMPARE(list.answerFor(QStringLiteral("a")), ServiceEntitlement::NotEntitled);
+        QCOMPARE(list.answerFor("A"), ServiceEntitlement::Entitled);
+        QCOMPARE(list.answerFor("B"), ServiceEntitlement::NotEntitled);
+        QCOMPARE(list.answerFor("C"), ServiceEntitlement::Trial);
+        QCOMPARE(list.answerFor("a"), ServiceEntitlement::NotEntitled);
         QCOMPARE(list.answerFor(QString()), ServiceEntitlement::Unknown);
-        QCOMPARE(list.services.value(QStringLiteral("B")).text,
+        QCOMPARE(list.services.value("B").text,
                  QStringLiteral("<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"));
         QVERIFY(parseReply("<EntitlementList/>", list));
         QVERIFY(list.services.isEmpty());
     }
 
-    void refusesReplies_data() {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("no XML") << QByteArray("{\"UserName\": \"a\"}");
-        QTest::newRow("HTML") << QByteArray("<html><body><Id/></body></html>");
-        QTest::newRow("another reply") << QByteArray("<Service><Quota>1</Quota></Service>");
-        QTest::newRow("cut") << QByteArray("<User><UserName>a</UserName><Id>7</Id>");
-        QTest::newRow("document type") << QByteArray("<!DOCTYPE User [<!ENTITY a \"b\">]><User><UserName>&a;</UserName></User>");
-        QTest::newRow("not UTF-8") << QByteArray(
-            "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><User><UserName>\xe9</UserName></User>");
-        QTest::newRow("too deep") << QByteArray("<User><UserName>a</UserName>") + QByteArray("<a>").repeated(4000)
-                                         + QByteArray("</a>").repeated(4000) + "</User>";
-        QTest::newRow("too large") << "<User><UserName>a</UserName>" + QByteArray(4 * 1024 * 1024, ' ') + "</User>";
-        QTest::newRow("sizes") << QByteArray(
-            "<Service><Quota>-1</Quota><CurrentUsage>9223372036854775808</CurrentUsage></Service>");
+    void malformedRepliesChangeNothing_data() {
+        const Velquor::TestKit::Columns<QByteArray> row("reply");
+        row("nothing", {});
+        row("no XML", "{\"UserName\": \"a\"}");
+        row("HTML", "<html><body><Id/></body></html>");
+        row("another reply", "<Service><Quota>1</Quota></Service>");
+        row("cut", "<User><UserName>a</UserName><Id>7</Id>");
+        row("document type", "<!DOCTYPE User [<!ENTITY a \"b\">]><User><UserName>&a;</UserName></User>");
+        row("too large", "<User><UserName>a</UserName>" + QByteArray(4 * 1024 * 1024, ' ') + "</User>");
+        row("sizes", "<Service><Quota>-1</Quota><CurrentUsage>9223372036854775808</CurrentUsage></Service>");
     }
 
-    void refusesReplies() {
+    void malformedRepliesChangeNothing() {
         QFETCH(QByteArray, reply);
         UserInfo info;
         info.id = QStringLiteral("kept");

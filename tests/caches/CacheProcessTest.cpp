@@ -2,15 +2,7 @@
 
 #include "Caches/CacheFile.h"
 #include "TestKit/Platform/SystemFacts.h"
-
-#include <QDir>
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QtTest>
-#include <memory>
-#include <vector>
+#include "TestKit/Test.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -20,9 +12,8 @@ namespace {
 
 constexpr int processCount = 8;
 constexpr int productCount = 5;
-const QStringList nodePaths{QStringLiteral("/WebServicesCache/UserInfo/"),
-                            QStringLiteral("/WebServicesCache/ServiceEntitlementEx"),
-                            QStringLiteral("/WebServicesCache/StorageQuota/")};
+const QStringList nodePaths{"/WebServicesCache/UserInfo/", "/WebServicesCache/ServiceEntitlementEx",
+                            "/WebServicesCache/StorageQuota/"};
 
 // What one process has said, by place: the last save that it began and the last that it ended.
 struct Said {
@@ -40,8 +31,7 @@ private slots:
     void noValueIsLostOrMixed() {
         const bool isSoak = qEnvironmentVariableIsSet("VQ_SOAK");
         const int durationMs = isSoak ? 10000 : 2500;
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         for (int number = 0; number < processCount; ++number)
             start(durationMs);
         int reads = 0;
@@ -50,7 +40,7 @@ private slots:
         while (timer.elapsed() < durationMs || ((kills < 12 || reads < 6) && timer.elapsed() < 40000)) {
             QTest::qWait(QRandomGenerator::global()->bounded(20, 60));
             CacheRecord record;
-            const CacheFile::ReadResult result = CacheFile(path(), QStringLiteral("product-0")).read(nodePaths.first(), record);
+            const CacheFile::ReadResult result = CacheFile(path(), "product-0").read(nodePaths.first(), record);
             QVERIFY(result != CacheFile::ReadResult::Unreadable);
             reads += result == CacheFile::ReadResult::Found ? 1 : 0;
             QProcess& victim = *m_running[size_t(QRandomGenerator::global()->bounded(int(m_running.size())))];
@@ -127,13 +117,13 @@ private:
         }
     }
 
-    // What the killed ones have left beside the file goes with the next change.
+    // The next change removes the temporary files of killed processes.
     void cleanUp() {
-        CacheFile file(path(), QStringLiteral("product-0"));
+        CacheFile file(path(), "product-0");
         QCOMPARE(file.save(nodePaths.first(), {}, [] { return true; }), CacheFile::WriteResult::Done);
         QStringList names = QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden);
-        names.removeAll(QStringLiteral("VqWebServicesCacheFile.lock"));
-        QCOMPARE(names, QStringList(QStringLiteral("WebServicesCache.xml")));
+        names.removeAll("VqWebServicesCacheFile.lock");
+        QCOMPARE(names, QStringList("WebServicesCache.xml"));
         QVERIFY(TestKit::isOwnerOnly(path()));
     }
 

@@ -3,15 +3,11 @@
 #include "TestKit/CacheFixture.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/Soak.h"
+#include "TestKit/Test.h"
 
-#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QtTest>
 #include <VqWebServices/Cache.h>
-#include <algorithm>
-#include <thread>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -71,15 +67,14 @@ private slots:
               "Starting update in separate thread", "Finished update. Cache updated successfully at ", "Update finished",
               "Saved cache to cache file "})
             QCOMPARE(m_fixture->logged(QStringLiteral("User Info: ") + QLatin1String(text)), 1);
-        QCOMPARE(m_fixture->logged(
-                     QStringLiteral("User Info: User name: ada, Id: ada, Email: ada@example.com, First name: ada, Last name: L")),
+        QCOMPARE(m_fixture->logged("User Info: User name: ada, Id: ada, Email: ada@example.com, First name: ada, Last name: L"),
                  1);
-        QVERIFY(m_fixture->logger->texts().filter(QStringLiteral("access-token")).isEmpty());
+        QVERIFY(m_fixture->logger->texts().filter("access-token").isEmpty());
         QVERIFY(!m_fixture->fileContents().contains("access-token"));
     }
 
     // Another process, or this one the next day: what is in the file is given out before anybody asks the service.
-    void startsFromTheFile() {
+    void aNewProcessStartsFromTheFile() {
         m_fixture->answerUser("ada");
         start();
         QVERIFY(!email().isEmpty());
@@ -88,22 +83,8 @@ private slots:
         start();
         QCOMPARE(email(), QStringLiteral("ada@example.com"));
         QCOMPARE(count(), 1);
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("Update not required now. Cache has not expired. It will expire in")) > 0);
-        QVERIFY(m_fixture->logged(QStringLiteral("Starting single shot timer with interval 1 h")) > 0);
-    }
-
-    void anExpiredValueIsGivenOutAndRenewed() {
-        m_fixture->answerUser("ada");
-        start();
-        QVERIFY(!email().isEmpty());
-        m_caches.reset();
-        m_fixture->clockOffset = 86401;
-        m_fixture->answerUser("bob");
-        start();
-        QString first = email();
-        QVERIFY(first == QStringLiteral("ada@example.com") || first == QStringLiteral("bob@example.com"));
-        QTRY_COMPARE(email(), QStringLiteral("bob@example.com"));
-        QCOMPARE(m_fixture->logged(QStringLiteral("User Info: Cache has expired. It will be updated.")), 1);
+        QTRY_VERIFY(m_fixture->logged("Update not required now. Cache has not expired. It will expire in") > 0);
+        QVERIFY(m_fixture->logged("Starting single shot timer with interval 1 h") > 0);
     }
 
     // The last known value with the date at which it was received, for as long as the service cannot be reached.
@@ -117,8 +98,9 @@ private slots:
         m_fixture->answerUserWith("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n<User>");
         start();
         QCOMPARE(email(), QStringLiteral("ada@example.com"));
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("User Info: Will retry update in 2 min")) > 0);
+        QTRY_VERIFY(m_fixture->logged("User Info: Will retry update in 2 min") > 0);
         QCOMPARE(email(), QStringLiteral("ada@example.com"));
+        QCOMPARE(m_fixture->logged("User Info: Cache has expired. It will be updated."), 1);
         QCOMPARE(m_fixture->fileContents(), file);
     }
 
@@ -129,7 +111,7 @@ private slots:
         const QByteArray file = m_fixture->fileContents();
         m_fixture->answerUserWith("HTTP/1.1 304 Not Modified\r\n\r\n");
         renew();
-        QTRY_COMPARE(m_fixture->logged(QStringLiteral("Finished update. Cache not modified since server returned 304.")), 1);
+        QTRY_COMPARE(m_fixture->logged("Finished update. Cache not modified since server returned 304."), 1);
         QVERIFY(m_fixture->server.requests(m_fixture->userPath)
                     .last()
                     .head.contains("If-Modified-Since: Sun, 06 Nov 1994 08:49:37 GMT"));
@@ -152,24 +134,22 @@ private slots:
     }
 
     void badAnswersKeepTheValue_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<bool>("retried");
+        const TestKit::Columns<QByteArray, bool> row("bytes", "retried");
         const QByteArray page = "<!DOCTYPE html><title>Welcome</title>";
-        QTest::newRow("page of a captive portal") << answer("200 OK", page, "Content-Type: text/html\r\n") << true;
-        QTest::newRow("empty") << answer("200 OK", {}) << true;
-        QTest::newRow("cut") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 900\r\n\r\n" + CacheFixture::userReply("eve"))
-                             << true;
-        QTest::newRow("no answer") << QByteArray(" ") << true;
-        QTest::newRow("503") << answer("503 Service Unavailable", {}, "Retry-After: -1\r\n") << true;
-        QTest::newRow("401") << answer("401 Unauthorized", {}) << false;
-        QTest::newRow("204") << QByteArray("HTTP/1.1 204 No Content\r\n\r\n") << false;
-        QTest::newRow("redirect") << answer("302 Found", {}, "Location: file:///etc/passwd\r\n") << false;
-        QTest::newRow("wrong clock") << answer("401 Unauthorized", {},
-                                               "xoauth_problem: message_expired\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\n")
-                                     << true;
-        QTest::newRow("packed without being asked") << answer(
-            "200 OK", QByteArray::fromHex("1f8b08000000000000ffedc1010d000000c2a0f74f6d0e37a0"), "Content-Encoding: gzip\r\n")
-                                                    << true;
+        row("page of a captive portal", answer("200 OK", page, "Content-Type: text/html\r\n"), true);
+        row("empty", answer("200 OK", {}), true);
+        row("cut", QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 900\r\n\r\n" + CacheFixture::userReply("eve")), true);
+        row("no answer", " ", true);
+        row("503", answer("503 Service Unavailable", {}, "Retry-After: -1\r\n"), true);
+        row("401", answer("401 Unauthorized", {}), false);
+        row("204", "HTTP/1.1 204 No Content\r\n\r\n", false);
+        row("redirect", answer("302 Found", {}, "Location: file:///etc/passwd\r\n"), false);
+        row("wrong clock",
+            answer("401 Unauthorized", {}, "xoauth_problem: message_expired\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\n"), true);
+        row("packed without being asked",
+            answer("200 OK", QByteArray::fromHex("1f8b08000000000000ffedc1010d000000c2a0f74f6d0e37a0"),
+                   "Content-Encoding: gzip\r\n"),
+            true);
     }
 
     void badAnswersKeepTheValue() {
@@ -180,9 +160,9 @@ private slots:
         QVERIFY(!email().isEmpty());
         m_fixture->answerUserWith(bytes);
         renew();
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("User Info: Failed to update cache: ")) > 0);
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("User Info: Update finished")) > 1);
-        QCOMPARE(m_fixture->logged(QStringLiteral("User Info: Will retry update in 2 min")), retried ? 1 : 0);
+        QTRY_VERIFY(m_fixture->logged("User Info: Failed to update cache: ") > 0);
+        QTRY_VERIFY(m_fixture->logged("User Info: Update finished") > 1);
+        QCOMPARE(m_fixture->logged("User Info: Will retry update in 2 min"), retried ? 1 : 0);
         QCOMPARE(email(), QStringLiteral("ada@example.com"));
         QVERIFY(m_fixture->fileContents().contains("ada@example.com"));
         m_fixture->answerUser("bob");
@@ -190,7 +170,7 @@ private slots:
         QTRY_COMPARE(email(), QStringLiteral("bob@example.com"));
     }
 
-    void takesOnlySoMuch() {
+    void aHugeReplyIsCutOffEarly() {
         QThread thread;
         auto* const pouring = new PouringServer;
         pouring->moveToThread(&thread);
@@ -205,7 +185,7 @@ private slots:
         const qint64 before = TestKit::peakMemoryBytes();
         QVERIFY(email().isEmpty());
         const qint64 grown = TestKit::peakMemoryBytes() - before;
-        QVERIFY(m_fixture->logged(QStringLiteral("Reply body is larger than 4194304 bytes")) > 0);
+        QVERIFY(m_fixture->logged("Reply body is larger than 4194304 bytes") > 0);
         // What the systems' socket buffers hold is taken too.
         QVERIFY2(pouring->taken < hundredMebibytes / 4, qPrintable(QString::number(pouring->taken)));
         QVERIFY2(grown < 24 * 1024 * 1024, qPrintable(QString::number(grown)));
@@ -219,52 +199,40 @@ private slots:
         for (int attempt = 1; attempt <= 6; ++attempt)
             QVERIFY(email().isEmpty());
         QCOMPARE(count(), 6);
-        const QStringList delays = m_fixture->logger->texts().filter(QStringLiteral("Will retry update in "));
+        const QStringList delays = m_fixture->logger->texts().filter("Will retry update in ");
         QCOMPARE(delays.size(), 6);
         for (int attempt = 0; attempt < 6; ++attempt)
             QVERIFY2(delays.at(attempt).endsWith(attempt < 5 ? QStringLiteral(" 2 min") : QStringLiteral(" 1 h")),
                      qPrintable(delays.at(attempt)));
-        // A success starts the count anew.
+        // A success resets the count.
         m_fixture->answerUser("ada");
         QVERIFY(!email().isEmpty());
         m_caches->door.EnableCache(CacheType::UserInfo, true);
         m_fixture->answerUserWith(answer("500 Internal Server Error", {}));
         renew();
-        QTRY_VERIFY(m_fixture->logger->texts().filter(QStringLiteral("Will retry update in ")).size() == 7);
-        QVERIFY(
-            m_fixture->logger->texts().filter(QStringLiteral("Will retry update in ")).last().endsWith(QStringLiteral(" 2 min")));
+        QTRY_VERIFY(m_fixture->logger->texts().filter("Will retry update in ").size() == 7);
+        QVERIFY(m_fixture->logger->texts().filter("Will retry update in ").last().endsWith(" 2 min"));
     }
 
     // The timer itself, at the shortest interval there is.
-    void renewsByItself() {
+    void aValueIsRenewedByItsTimer() {
         m_fixture->answerUser("ada");
         start();
         cache()->SetUpdateInterval(1);
-        QVERIFY(m_fixture->logged(QStringLiteral("User Info: Posting async request to start timer in object's thread")) > 0);
+        QVERIFY(m_fixture->logged("User Info: Posting async request to start timer in object's thread") > 0);
         QVERIFY(!email().isEmpty());
         m_fixture->answerUser("bob");
         QTRY_COMPARE_WITH_TIMEOUT(email(), QStringLiteral("bob@example.com"), 4000);
-        QVERIFY(m_fixture->logged(QStringLiteral("Timer event received. Checking if it is time to update.")) > 0);
+        QVERIFY(m_fixture->logged("Timer event received. Checking if it is time to update.") > 0);
         m_caches->door.EnableCache(CacheType::UserInfo, false);
-        QVERIFY(m_fixture->logged(QStringLiteral("User Info: Posting async request to stop timer in object's thread")) > 0);
+        QVERIFY(m_fixture->logged("User Info: Posting async request to stop timer in object's thread") > 0);
         QTest::qWait(100);
         const int before = count();
         QTest::qWait(1500);
         QCOMPARE(count(), before);
     }
 
-    void neverRenewsAtIntervalZero() {
-        m_fixture->answerUser("ada");
-        start();
-        cache()->SetUpdateInterval(0);
-        QVERIFY(!email().isEmpty());
-        m_fixture->clockOffset = 900 * 86400;
-        renew();
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("Update not required now. Update interval is negative.")) > 1);
-        QCOMPARE(count(), 1);
-    }
-
-    void doesNotAskWithoutAToken() {
+    void nothingIsAskedWithoutAToken() {
         m_fixture->owner.tokenExpired = true;
         m_fixture->answerUser("ada");
         start();
@@ -277,13 +245,13 @@ private slots:
         QVERIFY(email().isEmpty());
         m_fixture->owner.loggedIn = false;
         QVERIFY(email().isEmpty());
-        QVERIFY(m_fixture->logged(QStringLiteral("User Info: Skipping update. Can't update cache now.")) > 0);
+        QVERIFY(m_fixture->logged("User Info: Skipping update. Can't update cache now.") > 0);
         QCOMPARE(count(), 0);
         m_fixture->owner.loggedIn = true;
         m_caches->refreshes->leave(1);
         m_caches->door.tell(&CacheStore::TokenRefreshed);
         QTRY_VERIFY(m_caches->door.isAvailable(CacheType::UserInfo));
-        QCOMPARE(m_fixture->logged(QStringLiteral("User Info: TokenRefreshed event received")), 1);
+        QCOMPARE(m_fixture->logged("User Info: TokenRefreshed event received"), 1);
     }
 
     void aSignOutWinsOverAReply() {
@@ -293,12 +261,12 @@ private slots:
         start();
         QVERIFY(m_fixture->server.waitForRequest(m_fixture->userPath));
         m_fixture->owner.loggedIn = false;
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("User Info: Update finished")) > 0);
+        QTRY_VERIFY(m_fixture->logged("User Info: Update finished") > 0);
         QVERIFY(!m_caches->door.isAvailable(CacheType::UserInfo));
         QVERIFY(!m_fixture->fileContents().contains("ada"));
     }
 
-    void invalidatesAndDeletes() {
+    void anInvalidatedValueIsAskedForAgain() {
         m_fixture->answerUser("ada");
         start();
         QVERIFY(!email().isEmpty());
@@ -308,20 +276,20 @@ private slots:
         m_caches->door.EnableCache(CacheType::UserInfo, false);
         m_caches->door.DeleteCache(CacheType::UserInfo);
         QVERIFY(!m_caches->door.userInfo(false));
-        QTRY_VERIFY(m_fixture->logged(QStringLiteral("User Info: Cleared cache in cache file")) > 0);
+        QTRY_VERIFY(m_fixture->logged("User Info: Cleared cache in cache file") > 0);
         QVERIFY(!m_fixture->fileContents().contains("bob"));
         m_caches->door.DeleteCache(static_cast<CacheType>(3));
-        QCOMPARE(m_fixture->logged(QStringLiteral("Failed to delete cache Unknown. Cache objects not yet created.")), 1);
+        QCOMPARE(m_fixture->logged("Failed to delete cache Unknown. Cache objects not yet created."), 1);
     }
 
-    // Deactivation ends updates and waits; nothing is told afterwards.
-    void endsAtOnceWhateverIsUnderWay_data() {
-        QTest::addColumn<int>("delayMs");
+    // Deactivation ends updates and waits; no signal comes afterwards.
+    void stoppingEndsEveryUpdateAndWait_data() {
+        const TestKit::Columns<int> row("delayMs");
         for (const int delayMs : {0, 1, 5, 20, 100})
-            QTest::newRow(qPrintable(QStringLiteral("%1 ms").arg(delayMs))) << delayMs;
+            row(qPrintable(QStringLiteral("%1 ms").arg(delayMs)), delayMs);
     }
 
-    void endsAtOnceWhateverIsUnderWay() {
+    void stoppingEndsEveryUpdateAndWait() {
         QFETCH(int, delayMs);
         TestKit::Script slow{answer("200 OK", CacheFixture::userReply("ada"))};
         slow.delayInMsec = delayMs == 100 ? 4000 : 10;
@@ -331,55 +299,36 @@ private slots:
         std::atomic<int> late{0};
         connect(
             cache(), &Cache::CacheUpdated, cache(), [&] { late += isStopped ? 1 : 0; }, Qt::DirectConnection);
-        std::vector<std::thread> waiting;
-        for (int thread = 0; thread < 4; ++thread)
-            waiting.emplace_back([this] { (void)m_caches->door.userInfo(true); });
+        TestKit::Threads waiting(4, [&](int) { (void)m_caches->door.userInfo(true); });
         QThread::msleep(static_cast<unsigned long>(delayMs));
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         m_caches->stop();
         isStopped = true;
-        for (std::thread& thread : waiting)
-            thread.join();
+        waiting.join();
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(!m_caches->door.userInfo(true));
         QCoreApplication::processEvents();
         QCOMPARE(late.load(), 0);
     }
 
-    // Every reader sees one reply, never parts of two, and never waits for the network.
-    void readersAreFastAndSeeWholeReplies() {
+    // Every reader sees one reply, never parts of two, whatever is being received.
+    void readersSeeWholeRepliesDuringUpdates() {
         m_fixture->answerUser("a0");
         start();
         QVERIFY(!email().isEmpty());
         cache()->SetUpdateInterval(1);
-        const int threadCount = 32;
-        const int readsPerRound = 100;
-        const int pauseMs = 50; // so that those who write get a processor at all
         std::atomic<bool> isDone{false};
         std::atomic<int> torn{0};
-        std::vector<qint64> medians(threadCount);
-        std::vector<std::thread> readers;
-        for (int thread = 0; thread < threadCount; ++thread)
-            readers.emplace_back([&, thread] {
-                std::vector<qint64> times;
-                QElapsedTimer timer;
-                while (!isDone) {
-                    for (int read = 0; read < readsPerRound; ++read) {
-                        timer.start();
-                        const auto info = m_caches->door.userInfo(true);
-                        times.push_back(timer.nsecsElapsed());
-                        if (!info || info->email != info->firstName + QStringLiteral("@example.com")
-                            || !info->text.contains(info->email))
-                            ++torn;
-                    }
-                    QThread::msleep(pauseMs);
+        TestKit::Threads readers(32, [&](int) {
+            while (!isDone) {
+                for (int read = 0; read < 100; ++read) {
+                    const auto info = m_caches->door.userInfo(true);
+                    if (!info || info->email != info->firstName + "@example.com" || !info->text.contains(info->email))
+                        ++torn;
                 }
-                // The rest also shows how long the system lets a thread wait for a processor, with so many on so few.
-                const size_t middle = times.size() / 2;
-                std::nth_element(times.begin(), times.begin() + long(middle), times.end());
-                medians[size_t(thread)] = times[middle];
-            });
+                QThread::msleep(50); // so that the writing threads get a processor at all
+            }
+        });
         const int changes = TestKit::rounds(30, 400);
         for (int change = 1; change <= changes; ++change) {
             m_fixture->answerUser("a" + QByteArray::number(change));
@@ -389,17 +338,9 @@ private slots:
                 QTest::qWait(5);
         }
         isDone = true;
-        for (std::thread& reader : readers)
-            reader.join();
+        readers.join();
         QCOMPARE(torn.load(), 0);
         QVERIFY(count() > changes / 3);
-        const auto [quickest, slowest] = std::minmax_element(medians.begin(), medians.end());
-        TestKit::figure(QStringLiteral("cached read in the slowest of %1 threads (median)").arg(threadCount),
-                        QStringLiteral("< 20 us"),
-                        QStringLiteral("%1 us (%2 updates)").arg(double(*slowest) / 1000).arg(count()));
-        // A machine that does something else meanwhile keeps threads from their processor for long: the short form shows only
-        // that nobody waits for the service.
-        QVERIFY2(TestKit::isSoak() ? *slowest < 20000 : *quickest < 20000000, qPrintable(QString::number(*slowest)));
     }
 
 private:

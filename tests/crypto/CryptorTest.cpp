@@ -1,5 +1,6 @@
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Crypto/AeadCipher.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/ProcessSeal.h"
@@ -7,12 +8,7 @@
 #include "VqUtil/Crypto/UserCryptor.h"
 #include "VqUtil/Crypto/UserRsaCryptor.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-#include <atomic>
 #include <openssl/err.h>
-#include <thread>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::Util;
@@ -49,22 +45,180 @@ class CryptorTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void roundTrips_data();
-    void roundTrips();
-    void flippedBits_data();
-    void flippedBits();
-    void flippedCharacters();
-    void cutTexts();
-    void foreignTexts_data();
-    void foreignTexts();
-    void anotherKey();
-    void withoutKey();
-    void sealsOfAProcess();
-    void cacheAsksOnce();
-    void cacheIsBounded();
-    void cacheFromManyThreads();
-    void protectedTexts();
+    void initTestCase() {
+        m_rsa = openUserRsaCryptor(m_folder.path(), m_logger);
+        QCOMPARE(m_rsa->blockSize(), userKeyBlockSize);
+        QCOMPARE(m_rsa->maximumClearSize(), userKeyBlockSize - 42);
+        m_cryptor = std::make_unique<UserCryptor>(m_rsa, m_logger);
+    }
+
+    void everyLengthSurvivesEncryption_data() {
+        const TestKit::Columns<int, bool> columns("size", "isShort");
+        const int longest = userKeyBlockSize - 42;
+        for (const int size : {1, longest - 1, longest})
+            QTest::addRow("%d", size) << size << true;
+        for (const int size : {longest + 1, 4096, 1024 * 1024})
+            QTest::addRow("%d", size) << size << false;
+    }
+
+    void everyLengthSurvivesEncryption() {
+        QFETCH(int, size);
+        QByteArray clear(size, '\0');
+        for (int index = 0; index < size; ++index)
+            clear.data()[index] = static_cast<char>(index * 7);
+        const QByteArray text = m_cryptor->encrypt(clear);
+        QCOMPARE(copyOf(m_cryptor->decrypt(text)), clear);
+        QTEST(QByteArray::fromBase64(text).size() == 1 + userKeyBlockSize, "isShort");
+        // Equal secrets do not show: padding, key and nonce are fresh each time.
+        QVERIFY(m_cryptor->encrypt(clear) != text);
+        QVERIFY(m_cryptor->encrypt(QByteArray()).isEmpty());
+    }
+
+    void aFlippedBitIsRefused_data() {
+        const TestKit::Columns<int, int> row("size", "step");
+        row("every bit of a short one", 30, 1);
+        row("a sample of a long one", 2000, 61);
+    }
+
+    void aFlippedBitIsRefused() {
+        QFETCH(int, size);
+        QFETCH(int, step);
+        const QByteArray blob = QByteArray::fromBase64(m_cryptor->encrypt(QByteArray(size, 's')));
+        for (int bit = 0; bit < blob.size() * 8; bit += step) {
+            verifyRefused(flipped(blob, bit).toBase64(), qPrintable(QString::number(bit)));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    // The text itself, too: Base64 has bits that mean nothing.
+    void aChangedCharacterIsRefused() {
+        const QByteArray text = m_cryptor->encrypt("secret");
+        for (int bit = 0; bit < text.size() * 8; bit += bit < (text.size() - 8) * 8 ? 13 : 1) {
+            verifyRefused(flipped(text, bit), qPrintable(QString::number(bit)));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void aCutTextIsRefused() {
+        for (const int size : {10, 1000}) {
+            const QByteArray text = m_cryptor->encrypt(QByteArray(size, 's'));
+            for (const int cut : {1, 2, 3, 4, text.size() / 2, text.size() - 1}) {
+                verifyRefused(text.left(text.size() - cut), qPrintable(QStringLiteral("%1 - %2").arg(size).arg(cut)));
+                verifyRefused(text.mid(cut), qPrintable(QStringLiteral("%1 from %2").arg(size).arg(cut)));
+            }
+            verifyRefused(text + "AAAA", "longer");
+            verifyRefused(text + '\n', "line end");
+        }
+        m_logger->clear();
+        QVERIFY(m_cryptor->decrypt(QByteArray()).isEmpty()); // no secret was stored: nothing went wrong
+        QVERIFY(m_logger->texts().isEmpty());
+    }
+
+    void foreignTextsAreRefused_data() {
+        const TestKit::Columns<QByteArray> row("text");
+        row("no Base64", "not base 64!");
+        row("NUL", QByteArray(400, '\0'));
+        row("zeros", QByteArray(257, '\0').toBase64());
+        row("short form of zeros", QByteArray("\1" + QByteArray(256, '\0')).toBase64());
+        row("long form of zeros", QByteArray("\2" + QByteArray(300, '\0')).toBase64());
+        row("long form without text", QByteArray("\2" + QByteArray(256, '\1')).toBase64());
+        row("8 MiB", QByteArray(8 * 1024 * 1024, 'A'));
+    }
+
+    void foreignTextsAreRefused() {
+        QFETCH(QByteArray, text);
+        verifyRefused(text, "foreign");
+    }
+
+    void theTextOfAnotherKeyIsRefused() {
+        UserCryptor other(TestKit::openAnotherUserKey(m_logger), m_logger);
+        for (const int size : {20, 2000}) {
+            const QByteArray theirs = other.encrypt(QByteArray(size, 's'));
+            QVERIFY(!theirs.isEmpty());
+            verifyRefused(theirs, "another key");
+        }
+    }
+
+    void nothingIsEncryptedWithoutAKey() {
+        if (!TestKit::userKeysAreFiles())
+            QSKIP("The user's key does not lie in a folder here");
+        QVERIFY(QFile(m_folder.filePath("file")).open(QIODevice::WriteOnly));
+        m_logger->clear();
+        UserCryptor cryptor(openUserRsaCryptor(m_folder.filePath("file/below"), m_logger), m_logger);
+        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 1);
+        QVERIFY(cryptor.encrypt("secret").isEmpty());
+        QVERIFY(cryptor.encrypt(QByteArray(1000, 's')).isEmpty());
+        QVERIFY(cryptor.decrypt(m_cryptor->encrypt("secret")).isEmpty());
+        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 4);
+    }
+
+    void changedSealsOfAProcessAreRefused() {
+        const SecretBytes key = AeadCipher::newKey();
+        const QByteArray sealed = AeadCipher::seal(key, "secret");
+        for (int bit = 0; bit < sealed.size() * 8; ++bit)
+            QVERIFY2(AeadCipher::open(key, flipped(sealed, bit)).isEmpty(), qPrintable(QString::number(bit)));
+        for (int size = 0; size < sealed.size(); ++size)
+            QVERIFY2(AeadCipher::open(key, sealed.left(size)).isEmpty(), qPrintable(QString::number(size)));
+        QVERIFY(ProcessSeal::instance().open(sealed).isEmpty());
+        QCOMPARE(copyOf(AeadCipher::open(key, sealed)), QByteArray("secret"));
+    }
+
+    void theCacheDecryptsATextOnce() {
+        const auto inner = std::make_shared<CountingCryptor>();
+        CachingCryptor cache(inner);
+        const QByteArray written = cache.encrypt("written here");
+        for (int round = 0; round < 3; ++round) {
+            QCOMPARE(copyOf(cache.decrypt(written)), QByteArray("written here"));
+            QCOMPARE(copyOf(cache.decrypt("<cmVhZA==>")), QByteArray("read"));
+        }
+        QCOMPARE(inner->encryptions.load(), 1);
+        QCOMPARE(inner->decryptions.load(), 1);
+        // A failure may pass (the key becomes readable), so it is not remembered; nor is the empty text asked for.
+        QVERIFY(cache.decrypt("damaged").isEmpty() && cache.decrypt("damaged").isEmpty()
+                && cache.decrypt(QByteArray()).isEmpty());
+        QCOMPARE(inner->decryptions.load(), 3);
+    }
+
+    void theCacheKeepsNoLargeTexts() {
+        const auto inner = std::make_shared<CountingCryptor>();
+        CachingCryptor cache(inner);
+        const QByteArray small = cache.encrypt("small");
+        const QByteArray huge = cache.encrypt(QByteArray(2 * 1024 * 1024, 'h'));
+        QCOMPARE(cache.decrypt(huge).size(), 2 * 1024 * 1024);
+        QCOMPARE(inner->decryptions.load(), 1); // too large to be kept
+        QCOMPARE(cache.decrypt(small).size(), 5);
+        QCOMPARE(inner->decryptions.load(), 1); // and drove nothing out
+    }
+
+    void theCacheServesManyThreads() {
+        const auto inner = std::make_shared<CountingCryptor>();
+        CachingCryptor cache(inner);
+        std::atomic<int> wrong{0};
+        TestKit::Threads threads(8, [&](int thread) {
+            for (int number = 0; number < 100; ++number) {
+                const QByteArray clear = QByteArray::number(number % 20) + " secret";
+                if (copyOf(cache.decrypt((number + thread) % 2 ? cache.encrypt(clear) : "<" + clear.toBase64() + ">")) != clear)
+                    ++wrong;
+            }
+        });
+        threads.join();
+        QCOMPARE(wrong.load(), 0);
+    }
+
+    void copiesOfProtectedTextsAreIndependent() {
+        const QString secret = QStringLiteral("p\u00e4ss \U0001F511");
+        ProtectedText text(secret);
+        const ProtectedText copy(text);
+        QVERIFY(copy == text && copy == ProtectedText(secret) && copy != ProtectedText("other"));
+        text.set(QString());
+        QVERIFY(text.isEmpty() && text.toText().isEmpty() && text == ProtectedText() && text != copy);
+        QCOMPARE(copy.toText(), secret);
+        SecretBytes taken = copy.reveal();
+        const SecretBytes moved = std::move(taken);
+        QCOMPARE(copyOf(moved), secret.toUtf8());
+    }
 
 private:
     // Every failure is one error line without the secret, and no trace in OpenSSL's queue.
@@ -80,186 +234,6 @@ private:
     std::unique_ptr<UserCryptor> m_cryptor;
     QTemporaryDir m_folder;
 };
-
-void CryptorTest::initTestCase() {
-    m_rsa = openUserRsaCryptor(m_folder.path(), m_logger);
-    QCOMPARE(m_rsa->blockSize(), userKeyBlockSize);
-    QCOMPARE(m_rsa->maximumClearSize(), userKeyBlockSize - 42);
-    m_cryptor = std::make_unique<UserCryptor>(m_rsa, m_logger);
-}
-
-void CryptorTest::roundTrips_data() {
-    QTest::addColumn<int>("size");
-    QTest::addColumn<bool>("isShort");
-    const int longest = userKeyBlockSize - 42;
-    for (const int size : {1, longest - 1, longest})
-        QTest::addRow("%d", size) << size << true;
-    for (const int size : {longest + 1, 4096, 1024 * 1024})
-        QTest::addRow("%d", size) << size << false;
-}
-
-void CryptorTest::roundTrips() {
-    QFETCH(int, size);
-    QByteArray clear(size, '\0');
-    for (int index = 0; index < size; ++index)
-        clear.data()[index] = static_cast<char>(index * 7);
-    const QByteArray text = m_cryptor->encrypt(clear);
-    QCOMPARE(copyOf(m_cryptor->decrypt(text)), clear);
-    QTEST(QByteArray::fromBase64(text).size() == 1 + userKeyBlockSize, "isShort");
-    // Equal secrets do not show: padding, key and nonce are fresh each time.
-    QVERIFY(m_cryptor->encrypt(clear) != text);
-    QVERIFY(m_cryptor->encrypt(QByteArray()).isEmpty());
-}
-
-void CryptorTest::flippedBits_data() {
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("step");
-    QTest::newRow("every bit of a short one") << 30 << 1;
-    QTest::newRow("a sample of a long one") << 2000 << 61;
-}
-
-void CryptorTest::flippedBits() {
-    QFETCH(int, size);
-    QFETCH(int, step);
-    const QByteArray blob = QByteArray::fromBase64(m_cryptor->encrypt(QByteArray(size, 's')));
-    for (int bit = 0; bit < blob.size() * 8; bit += step) {
-        verifyRefused(flipped(blob, bit).toBase64(), qPrintable(QString::number(bit)));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-// The text itself, too: Base64 has bits that mean nothing.
-void CryptorTest::flippedCharacters() {
-    const QByteArray text = m_cryptor->encrypt("secret");
-    for (int bit = 0; bit < text.size() * 8; bit += bit < (text.size() - 8) * 8 ? 13 : 1) {
-        verifyRefused(flipped(text, bit), qPrintable(QString::number(bit)));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void CryptorTest::cutTexts() {
-    for (const int size : {10, 1000}) {
-        const QByteArray text = m_cryptor->encrypt(QByteArray(size, 's'));
-        for (const int cut : {1, 2, 3, 4, text.size() / 2, text.size() - 1}) {
-            verifyRefused(text.left(text.size() - cut), qPrintable(QStringLiteral("%1 - %2").arg(size).arg(cut)));
-            verifyRefused(text.mid(cut), qPrintable(QStringLiteral("%1 from %2").arg(size).arg(cut)));
-        }
-        verifyRefused(text + "AAAA", "longer");
-        verifyRefused(text + '\n', "line end");
-    }
-    m_logger->clear();
-    QVERIFY(m_cryptor->decrypt(QByteArray()).isEmpty()); // no secret was stored: nothing went wrong
-    QVERIFY(m_logger->texts().isEmpty());
-}
-
-void CryptorTest::foreignTexts_data() {
-    QTest::addColumn<QByteArray>("text");
-    QTest::newRow("no Base64") << QByteArray("not base 64!");
-    QTest::newRow("NUL") << QByteArray(400, '\0');
-    QTest::newRow("zeros") << QByteArray(257, '\0').toBase64();
-    QTest::newRow("short form of zeros") << QByteArray("\1" + QByteArray(256, '\0')).toBase64();
-    QTest::newRow("long form of zeros") << QByteArray("\2" + QByteArray(300, '\0')).toBase64();
-    QTest::newRow("long form without text") << QByteArray("\2" + QByteArray(256, '\1')).toBase64();
-    QTest::newRow("8 MiB") << QByteArray(8 * 1024 * 1024, 'A');
-}
-
-void CryptorTest::foreignTexts() {
-    QFETCH(QByteArray, text);
-    verifyRefused(text, "foreign");
-}
-
-void CryptorTest::anotherKey() {
-    UserCryptor other(TestKit::openAnotherUserKey(m_logger), m_logger);
-    for (const int size : {20, 2000}) {
-        const QByteArray theirs = other.encrypt(QByteArray(size, 's'));
-        QVERIFY(!theirs.isEmpty());
-        verifyRefused(theirs, "another key");
-    }
-}
-
-void CryptorTest::withoutKey() {
-    if (!TestKit::userKeysAreFiles())
-        QSKIP("The user's key does not lie in a folder here");
-    QVERIFY(QFile(m_folder.filePath(QStringLiteral("file"))).open(QIODevice::WriteOnly));
-    m_logger->clear();
-    UserCryptor cryptor(openUserRsaCryptor(m_folder.filePath(QStringLiteral("file/below")), m_logger), m_logger);
-    QCOMPARE(m_logger->texts(Log::Level::Error).size(), 1);
-    QVERIFY(cryptor.encrypt("secret").isEmpty());
-    QVERIFY(cryptor.encrypt(QByteArray(1000, 's')).isEmpty());
-    QVERIFY(cryptor.decrypt(m_cryptor->encrypt("secret")).isEmpty());
-    QCOMPARE(m_logger->texts(Log::Level::Error).size(), 4);
-}
-
-void CryptorTest::sealsOfAProcess() {
-    const SecretBytes key = AeadCipher::newKey();
-    const QByteArray sealed = AeadCipher::seal(key, "secret");
-    for (int bit = 0; bit < sealed.size() * 8; ++bit)
-        QVERIFY2(AeadCipher::open(key, flipped(sealed, bit)).isEmpty(), qPrintable(QString::number(bit)));
-    for (int size = 0; size < sealed.size(); ++size)
-        QVERIFY2(AeadCipher::open(key, sealed.left(size)).isEmpty(), qPrintable(QString::number(size)));
-    QVERIFY(ProcessSeal::instance().open(sealed).isEmpty());
-    QCOMPARE(copyOf(AeadCipher::open(key, sealed)), QByteArray("secret"));
-}
-
-void CryptorTest::cacheAsksOnce() {
-    const auto inner = std::make_shared<CountingCryptor>();
-    CachingCryptor cache(inner);
-    const QByteArray written = cache.encrypt("written here");
-    for (int round = 0; round < 3; ++round) {
-        QCOMPARE(copyOf(cache.decrypt(written)), QByteArray("written here"));
-        QCOMPARE(copyOf(cache.decrypt("<cmVhZA==>")), QByteArray("read"));
-    }
-    QCOMPARE(inner->encryptions.load(), 1);
-    QCOMPARE(inner->decryptions.load(), 1);
-    // A failure may pass (the key becomes readable), so it is not remembered; nor is the empty text asked for.
-    QVERIFY(cache.decrypt("damaged").isEmpty() && cache.decrypt("damaged").isEmpty() && cache.decrypt(QByteArray()).isEmpty());
-    QCOMPARE(inner->decryptions.load(), 3);
-}
-
-void CryptorTest::cacheIsBounded() {
-    const auto inner = std::make_shared<CountingCryptor>();
-    CachingCryptor cache(inner);
-    const QByteArray small = cache.encrypt("small");
-    const QByteArray huge = cache.encrypt(QByteArray(2 * 1024 * 1024, 'h'));
-    QCOMPARE(cache.decrypt(huge).size(), 2 * 1024 * 1024);
-    QCOMPARE(inner->decryptions.load(), 1); // too large to be kept
-    QCOMPARE(cache.decrypt(small).size(), 5);
-    QCOMPARE(inner->decryptions.load(), 1); // and drove nothing out
-}
-
-void CryptorTest::cacheFromManyThreads() {
-    const auto inner = std::make_shared<CountingCryptor>();
-    CachingCryptor cache(inner);
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&cache, &wrong, thread] {
-            for (int number = 0; number < 100; ++number) {
-                const QByteArray clear = QByteArray::number(number % 20) + " secret";
-                if (copyOf(cache.decrypt((number + thread) % 2 ? cache.encrypt(clear) : "<" + clear.toBase64() + ">")) != clear)
-                    ++wrong;
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-    QCOMPARE(wrong.load(), 0);
-}
-
-void CryptorTest::protectedTexts() {
-    const QString secret = QStringLiteral("p\u00e4ss \U0001F511");
-    ProtectedText text(secret);
-    const ProtectedText copy(text);
-    QVERIFY(copy == text && copy == ProtectedText(secret) && copy != ProtectedText(QStringLiteral("other")));
-    text.set(QString());
-    QVERIFY(text.isEmpty() && text.toText().isEmpty() && text == ProtectedText() && text != copy);
-    QCOMPARE(copy.toText(), secret);
-    SecretBytes taken = copy.reveal();
-    const SecretBytes moved = std::move(taken);
-    QCOMPARE(copyOf(moved), secret.toUtf8());
-}
 
 QTEST_GUILESS_MAIN(CryptorTest)
 #include "CryptorTest.moc"

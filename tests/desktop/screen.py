@@ -24,11 +24,11 @@ def wait_until(condition, seconds: float = WAIT_SECONDS, what: str = "it") -> fl
 
 
 class Screen:
-    """An X server without a monitor. It has no window manager: whoever is told to has the keyboard."""
+    """An X server without a monitor. It has no window manager, so the test gives a window the keyboard."""
 
     def __init__(self, width: int, height: int):
         read_end, write_end = os.pipe()
-        # Without -noreset it begins anew when its last client goes, and refuses others meanwhile.
+        # Without -noreset it restarts when its last client ends, and refuses new clients for that time.
         self.process = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-dpi", "96", "-nolisten", "tcp", "-wr",
              "-noreset"], pass_fds=[write_end], stderr=subprocess.DEVNULL)

@@ -1,6 +1,6 @@
-"""The desktop sample as its users see it: two windows beside each other, a real browser, keyboard and mouse.
+"""The desktop sample as its users see it: two windows next to each other, a real browser, keyboard and mouse.
 
-With VQ_PICTURES=1 the pictures of the documentation are made anew; otherwise they go to a temporary folder.
+With VQ_PICTURES=1 the pictures of the documentation are made again; otherwise they go to a temporary folder.
 """
 import os
 import pathlib
@@ -105,7 +105,7 @@ class DesktopTest(unittest.TestCase):
                               (first, "screen {}/desktop-two.png")):
             self.assertTrue(window.ask(order.format(self.home.path(self.pictures)))["ok"])
 
-    def test_failures_are_told(self):
+    def test_failures_are_shown_with_advice(self):
         window = self.open(0, "--dark")
         rows = [("status", {"status": 503}, "refused to begin a sign-in (status 503)", "Try again in a minute"),
                 ("problem", {"problem": "system_error", "additional_error_info": "timestamp_mismatch"}, "clock of this computer", "time zone"),
@@ -165,7 +165,7 @@ class DesktopTest(unittest.TestCase):
         print(f"closed during work in {seconds:.2f} s")
         self.assertLess(seconds, CLOSING_SECONDS)
 
-    def test_settings_by_keyboard(self):
+    def test_settings_work_by_keyboard(self):
         first, second = self.open(0), self.open(1, *SECOND)
         self.sign_in(first)
         first.keys("alt+g", "alt+h")

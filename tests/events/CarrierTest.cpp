@@ -2,19 +2,13 @@
 
 #include "Events/EventDocument.h"
 #include "TestKit/EventStorm.h"
+#include "TestKit/PackedParams.h"
 #include "TestKit/Soak.h"
+#include "TestKit/Test.h"
+#include "TestKit/WaitFor.h"
 #include "VqUtil/Messaging/PeerIdentity.h"
 
-#include <QDateTime>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QLocalServer>
-#include <QTemporaryDir>
-#include <QtTest>
-#include <algorithm>
-#include <functional>
-#include <memory>
 
 using namespace Velquor;
 using TestKit::EventStorm;
@@ -29,8 +23,8 @@ private slots:
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_runtime->path()));
     }
 
-    // Something foreign stands where the socket should be.
-    void withoutTheSocket() {
+    // A folder has the name of the socket.
+    void eventsArriveWithoutTheSocket() {
         const QString file = Util::localServerFile(address());
         if (file.isEmpty())
             QSKIP("here the name of a local server is no file");
@@ -39,7 +33,7 @@ private slots:
     }
 
     // All are connected with it, and it passes nothing on: so does one that was stopped in a debugger.
-    void withAServerThatHangs() {
+    void eventsArriveWithAServerThatHangs() {
         QLocalServer server;
         server.setSocketOptions(QLocalServer::UserAccessOption);
         server.setMaxPendingConnections(100);
@@ -49,7 +43,7 @@ private slots:
     }
 
     // The system has no watch left for anybody.
-    void withoutTheWatcher() {
+    void eventsArriveWithoutTheWatcher() {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const QString& variable : QStringLiteral(VQ_WITHOUT_WATCHER).split(QLatin1Char('|')))
             environment.insert(variable.section(QLatin1Char('='), 0, 0), variable.section(QLatin1Char('='), 1));
@@ -62,9 +56,8 @@ private slots:
             QVERIFY2(ageMs >= 0 && ageMs < promptMs, qPrintable(QString::number(ageMs)));
             slowest = std::max(slowest, ageMs);
         }
-        report(QStringLiteral("last state without the watcher"), slowest);
-        const QByteArray fault =
-            "fault: " + environment.value(QStringLiteral("VQ_FAULT")).section(QLatin1Char(':'), 0, 0).toLatin1();
+        report("last state without the watcher", slowest);
+        const QByteArray fault = "fault: " + environment.value("VQ_FAULT").section(QLatin1Char(':'), 0, 0).toLatin1();
         for (const auto& listener : storm.listeners()) {
             for (const QByteArray& from : EventStorm::senderNames())
                 QCOMPARE(listener->numbers(from).size(), count());
@@ -77,9 +70,7 @@ private:
 
     static int count() { return TestKit::rounds(100, 2500); }
 
-    [[nodiscard]] QString address() const {
-        return Util::localServerAddress(QStringLiteral("Velquor.WebServices"), m_folder->path());
-    }
+    [[nodiscard]] QString address() const { return Util::localServerAddress("Velquor.WebServices", m_folder->path()); }
 
     // The file holds the last event only, so that some pass unseen; the last one does not.
     void hearByFileAlone() {
@@ -89,9 +80,9 @@ private:
         QVERIFY(settles());
         const QVariantMap last =
             TestKit::unpacked(lastEvent().params.value(WebServices::Internal::EventParam::consumerKey).toString());
-        QCOMPARE(last.value(QStringLiteral("Number")).toInt(), count() - 1);
-        const qint64 ageMs = ageOfLastMs(storm, last.value(QStringLiteral("From")).toByteArray());
-        report(QStringLiteral("last state without the socket"), ageMs);
+        QCOMPARE(last.value("Number").toInt(), count() - 1);
+        const qint64 ageMs = ageOfLastMs(storm, last.value("From").toByteArray());
+        report("last state without the socket", ageMs);
         QVERIFY(ageMs >= 0 && ageMs < promptMs);
         for (const auto& listener : storm.listeners()) {
             for (const QByteArray& sender : EventStorm::senderNames()) {
@@ -115,22 +106,18 @@ private:
         return slowestUs / 1000;
     }
 
-    // Who writes the file may be behind those who raise events.
+    // The file may be written after the events were raised.
     [[nodiscard]] bool settles() const {
-        const QString path = m_folder->filePath(QStringLiteral("Event.xml"));
+        const QString path = m_folder->filePath("Event.xml");
         const auto isOld = [&path] { return QFileInfo(path).lastModified().msecsTo(QDateTime::currentDateTime()) > 500; };
         return TestKit::waitFor(isOld, TestKit::rounds(30000, 300000));
     }
 
-    static void report(const QString& what, qint64 ms) {
-        TestKit::figure(what, QStringLiteral("< 2 s"), QStringLiteral("%1 ms").arg(ms));
-    }
+    static void report(const QString& what, qint64 ms) { TestKit::figure(what, "< 2 s", QStringLiteral("%1 ms").arg(ms)); }
 
     [[nodiscard]] WebServices::Internal::EventDocument lastEvent() const {
         WebServices::Internal::EventDocument event;
-        QFile file(m_folder->filePath(QStringLiteral("Event.xml")));
-        if (file.open(QIODevice::ReadOnly))
-            (void)readEventDocument(file.readAll(), event);
+        (void)readEventDocument(TestKit::readFile(m_folder->filePath("Event.xml")), event);
         return event;
     }
 

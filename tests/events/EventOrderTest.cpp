@@ -3,8 +3,8 @@
 #include "Events/EventIdentity.h"
 #include "Events/INotificationListener.h"
 #include "Events/ReorderBuffer.h"
+#include "TestKit/Test.h"
 
-#include <QtTest>
 #include <initializer_list>
 
 using namespace Velquor::WebServices;
@@ -23,10 +23,9 @@ struct Row {
 };
 
 void addRows(std::initializer_list<Row> rows) {
-    QTest::addColumn<QString>("arriving");
-    QTest::addColumn<QString>("handled");
+    const Velquor::TestKit::Columns<QString, QString> add("arriving", "handled");
     for (const Row& row : rows)
-        QTest::newRow(row.what) << QString::fromLatin1(row.arriving) << QString::fromLatin1(row.handled);
+        add(row.what, row.arriving, row.handled);
 }
 
 } // namespace
@@ -36,7 +35,7 @@ class EventOrderTest : public QObject {
 
 private slots:
     // s: by socket, w: by file, d: once more by socket, t: all but a moment of the time to wait passes, u: a moment passes.
-    void order_data() {
+    void eventsAreHandledInTheOrderOfTheirSender_data() {
         addRows({
             {"by socket alone", "s1 s2 s3", "1 2 3"},
             {"by file alone", "w1 w2 w3", "1 2 3"},
@@ -55,14 +54,13 @@ private slots:
         });
     }
 
-    void order() {
+    void eventsAreHandledInTheOrderOfTheirSender() {
         QFETCH(QString, arriving);
-        QFETCH(QString, handled);
         ReorderBuffer order;
         QVector<ArrivedEvent> ready;
         qint64 now = 1000;
         for (const QString& step : arriving.split(QLatin1Char(' '))) {
-            const QString id = EventIdentity{QStringLiteral("sender"), step.mid(1).toULongLong()}.eventId();
+            const QString id = EventIdentity{"sender", step.mid(1).toULongLong()}.eventId();
             if (step == QLatin1String("t") || step == QLatin1String("u"))
                 ready += order.takeOverdue(now += step == QLatin1String("t") ? ReorderBuffer::holdMs - 1 : 1);
             else if (step.startsWith(QLatin1Char('d')))
@@ -73,13 +71,13 @@ private slots:
         QStringList numbers;
         for (const ArrivedEvent& one : ready)
             numbers += one.params.value(EventParam::eventId).toString().section(QLatin1Char('#'), 1);
-        QCOMPARE(numbers.join(QLatin1Char(' ')), handled);
+        QTEST(numbers.join(QLatin1Char(' ')), "handled");
     }
 
     void sendersDoNotWaitForEachOther() {
         ReorderBuffer order;
-        QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
-        QCOMPARE(order.take(arrived(QStringLiteral("b#1"), IPCMethod::Watcher), 0).size(), 1);
+        QVERIFY(order.take(arrived("a#2", IPCMethod::Watcher), 0).isEmpty());
+        QCOMPARE(order.take(arrived("b#1", IPCMethod::Watcher), 0).size(), 1);
         QCOMPARE(order.msUntilDue(0), ReorderBuffer::holdMs);
         // The socket is busy with another one for as long as it likes; not so the one that waits.
         for (int ms = 0; ms < ReorderBuffer::longestHoldMs; ms += 1000) {
@@ -88,22 +86,22 @@ private slots:
         }
         QCOMPARE(order.takeOverdue(ReorderBuffer::longestHoldMs).size(), 1);
         // One that does not count its events passes.
-        QCOMPARE(order.take(arrived(QStringLiteral("a"), IPCMethod::Watcher), 0).size(), 1);
-        QCOMPARE(order.take(arrived(QStringLiteral("a#none"), IPCMethod::Watcher), 0).size(), 1);
+        QCOMPARE(order.take(arrived("a", IPCMethod::Watcher), 0).size(), 1);
+        QCOMPARE(order.take(arrived("a#none", IPCMethod::Watcher), 0).size(), 1);
     }
 
-    // Nobody grows by senders that come and go, and what waits is not forgotten for them.
-    void manySenders() {
+    // Memory does not grow with senders that come and go, and their events that wait are not forgotten.
+    void memoryIsBoundedWithManySenders() {
         ReorderBuffer order;
-        QVERIFY(order.take(arrived(QStringLiteral("a#2"), IPCMethod::Watcher), 0).isEmpty());
+        QVERIFY(order.take(arrived("a#2", IPCMethod::Watcher), 0).isEmpty());
         for (int sender = 0; sender < 3 * ReorderBuffer::mostSources; ++sender)
             QCOMPARE(order.take(arrived(EventIdentity{QString::number(sender), 1}.eventId(), IPCMethod::Socket), 0).size(), 1);
         QCOMPARE(order.takeOverdue(ReorderBuffer::holdMs).size(), 1);
         QCOMPARE(order.msUntilDue(0), -1);
     }
 
-    // s: by socket, w: by file; what is told twice is not handled, and who brought it first is known.
-    void once_data() {
+    // s: by socket, w: by file. A duplicate is not handled, and the carrier that brought the event first is known.
+    void anEventOfBothCarriersIsHandledOnce_data() {
         addRows({
             {"both carriers", "sa#1 wa#1 sa#2 wa#2", "sa#1 sa#2"},
             {"one of them is ahead", "wa#3 sa#1 sa#2 sa#3 wa#1", "wa#3 sa#1 sa#2"},
@@ -115,9 +113,8 @@ private slots:
         });
     }
 
-    void once() {
+    void anEventOfBothCarriersIsHandledOnce() {
         QFETCH(QString, arriving);
-        QFETCH(QString, handled);
         DuplicateFilter events;
         QHash<QString, IPCMethod> brought;
         QStringList fresh;
@@ -130,11 +127,11 @@ private slots:
             }
             QCOMPARE(first, brought.value(step.mid(1)));
         }
-        QCOMPARE(fresh.join(QLatin1Char(' ')), handled);
+        QTEST(fresh.join(QLatin1Char(' ')), "handled");
     }
 
     // The file may be far behind the socket, while others come and go.
-    void onceHoweverLate() {
+    void aLateDuplicateIsRecognised() {
         constexpr int count = 20000;
         DuplicateFilter events;
         IPCMethod first = IPCMethod::Watcher;

@@ -48,7 +48,7 @@ private slots:
     }
 
     void init() {
-        beginAnew();
+        startOver();
         m_fixture->notifiesProcesses = true;
         // The first one alone, so that it serves.
         QVERIFY(startHelpers(1));

@@ -4,18 +4,17 @@
 #include "Events/EventIdentity.h"
 #include "Events/NotificationManager.h"
 #include "TestKit/SessionFixture.h"
+#include "TestKit/Test.h"
 #include "Values/OAuth2TokenSpecImp.h"
-
-#include <QtTest>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
+using TestKit::demoKey;
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 namespace {
 
-const auto key = QStringLiteral("demo-product-0001");
 const auto otherKey = QStringLiteral("other-product-0002");
 
 OAuth2TokenSpec spec(OAuth2TokenType type, const wchar_t* scope, bool legacy = false) {
@@ -59,31 +58,25 @@ class EventReactionsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void readsTheTokenOfAnEvent_data() {
-        QTest::addColumn<QVariantMap>("params");
-        QTest::addColumn<bool>("isDelivered");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<bool>("isLegacy");
-        QTest::addColumn<QString>("line");
-        const auto sent = [](const OAuth2TokenSpec& made) { return toParams({key, made}); };
-        QTest::newRow("what was sent") << sent(spec(JWT, L"openid data")) << true << "JWT.data openid" << false << "";
-        QTest::newRow("of the older interface") << sent(spec(RT, L"", true)) << true << "RT.<none>" << true << "";
-        QTest::newRow("from an older process")
-            << QVariantMap{{EventParam::consumerKey, key}} << true << "RT.<none>" << true
-            << "Received web services event OAuth2TokenRefreshed from another (probably old) process without OAuth2 token type";
+    void eventsWithAnInvalidTokenTypeAreDropped_data() {
+        const TestKit::Columns<QVariantMap, bool, QString, bool, QString> row("params", "isDelivered", "expected", "isLegacy",
+                                                                              "line");
+        const auto sent = [](const OAuth2TokenSpec& made) { return toParams({demoKey, made}); };
+        row("what was sent", sent(spec(JWT, L"openid data")), true, "JWT.data openid", false, "");
+        row("of the older interface", sent(spec(RT, L"", true)), true, "RT.<none>", true, "");
+        row("from an older process", QVariantMap{{EventParam::consumerKey, demoKey}}, true, "RT.<none>", true,
+            "Received web services event OAuth2TokenRefreshed from another (probably old) process without OAuth2 token type");
         for (const QVariant& bad : {QVariant(77), QVariant(-1), QVariant(0), QVariant("JWT")})
-            QTest::newRow(qPrintable(QStringLiteral("type %1").arg(bad.toString())))
-                << QVariantMap{{EventParam::consumerKey, key}, {EventParam::oauth2Type, bad}} << false << "" << false
-                << QStringLiteral(
-                       "Received web services event OAuth2TokenRefreshed from another process with invalid OAuth2 token type %1")
-                       .arg(bad.toInt());
+            row(qPrintable(QStringLiteral("type %1").arg(bad.toString())),
+                QVariantMap{{EventParam::consumerKey, demoKey}, {EventParam::oauth2Type, bad}}, false, "", false,
+                QStringLiteral(
+                    "Received web services event OAuth2TokenRefreshed from another process with invalid OAuth2 token type %1")
+                    .arg(bad.toInt()));
     }
 
-    void readsTheTokenOfAnEvent() {
+    void eventsWithAnInvalidTokenTypeAreDropped() {
         QFETCH(QVariantMap, params);
         QFETCH(bool, isDelivered);
-        QFETCH(QString, expected);
-        QFETCH(bool, isLegacy);
         QFETCH(QString, line);
         TestKit::SessionFixture fixture;
         RecordingListener listener;
@@ -93,9 +86,9 @@ private slots:
         QVERIFY(line.isEmpty() || fixture.hasLogged(line));
         if (!isDelivered)
             return;
-        QCOMPARE(listener.last.consumerKey, key);
-        QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), expected);
-        QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, isLegacy);
+        QCOMPARE(listener.last.consumerKey, demoKey);
+        QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), "expected");
+        QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, "isLegacy");
     }
 
     // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one
@@ -108,8 +101,7 @@ private slots:
             const QVariantMap params{{EventParam::eventId, EventIdentity{QString::fromLatin1(source), 2}.eventId()}};
             manager.HandleInterProcessMessage(Event::TokenRefreshed, params, IPCMethod::Watcher);
         };
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         arrive("first");
         QTest::qWait(400);
         arrive("second");
@@ -118,7 +110,7 @@ private slots:
     }
 
     // What could not be done when the event came is tried again, though nothing else happens.
-    void whatIsLeftIsTriedAgain() {
+    void failedReactionsAreTriedAgain() {
         TestKit::SessionFixture fixture;
         RecordingListener listener;
         listener.failures = 2;
@@ -130,16 +122,10 @@ private slots:
         QCOMPARE(listener.attempts, 3);
     }
 
-    // The file is looked at before an event is told, since it may be the only one to tell of a change; and again, when it could
-    // not be.
-    void looksAtTheFile_data() {
-        QTest::addColumn<int>("event");
-        QTest::addColumn<bool>("isRestored");
-        QTest::addColumn<bool>("canLook");
-        QTest::addColumn<int>("looks");
-        const auto row = [](const char* what, Event event, bool isRestored, bool canLook, int looks) {
-            QTest::newRow(what) << static_cast<int>(event) << isRestored << canLook << looks;
-        };
+    // The file is read before an event is delivered, since the event may be the only sign of a change. When it cannot be read, it
+    // is read later.
+    void aChangeThatCannotBeReadYetIsReadLater_data() {
+        const TestKit::Columns<Event, bool, bool, int> row("event", "isRestored", "canLook", "looks");
         row("a sign-in", Event::LoggedIn, true, true, 1);
         row("a sign-in that cannot be read yet", Event::LoggedIn, true, false, 3);
         row("a sign-out that cannot be read yet", Event::LoggedOut, true, false, 3);
@@ -149,19 +135,19 @@ private slots:
         row("any other event before the restore", Event::ServerChanged, false, false, 0);
     }
 
-    void looksAtTheFile() {
-        QFETCH(int, event);
+    void aChangeThatCannotBeReadYetIsReadLater() {
+        QFETCH(Event, event);
         QFETCH(bool, isRestored);
         QFETCH(bool, canLook);
         QFETCH(int, looks);
         TestKit::SessionFixture fixture;
         RecordingEvents events;
-        SessionState state(fixture.services(), &events);
-        EventReactions reactions(state);
+        SessionState core(fixture.services(), &events);
+        EventReactions reactions(core);
         if (isRestored)
-            state.setRestored();
+            core.setRestored();
         events.canLook = canLook;
-        reactions.eventReceived(static_cast<Event>(event), key);
+        reactions.eventReceived(event, demoKey);
         QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
         events.canLook = true;
         QVERIFY(reactions.finishReactions() && reactions.finishReactions());
@@ -169,40 +155,39 @@ private slots:
     }
 
     // Every client of the product follows; another product does not; nothing is sent back to the others.
-    void oauth2IsEnabledAndDisabledWithTheOthers() {
+    void oauth2FollowsTheOtherProcesses() {
         TestKit::SessionFixture fixture;
         RecordingEvents events;
-        SessionState state(fixture.services(), &events);
-        const auto add = [&state](const QString& clientKey, const QString& consumerKey) {
-            state.clients.add({clientKey, 1, clientKey, QStringLiteral("/opt/product")});
-            state.clients.setConfiguration(clientKey,
-                                           std::make_shared<const WebServicesConfiguration>(
-                                               TestKit::SessionFixture::configuration(consumerKey, QStringLiteral("secret"))));
+        SessionState core(fixture.services(), &events);
+        const auto add = [&core](const QString& clientKey, const QString& consumerKey) {
+            core.clients.add({clientKey, 1, clientKey, "/opt/product"});
+            core.clients.setConfiguration(clientKey, std::make_shared<const WebServicesConfiguration>(
+                                                         TestKit::SessionFixture::configuration(consumerKey, "secret")));
         };
-        add(QStringLiteral("first"), key);
-        add(QStringLiteral("second"), key);
-        add(QStringLiteral("stranger"), otherKey);
-        EventReactions reactions(state);
+        add("first", demoKey);
+        add("second", demoKey);
+        add("stranger", otherKey);
+        EventReactions reactions(core);
         const OAuth2TokenSpec wished = spec(JWT, L"data");
         const auto enabling = QStringLiteral(
             "OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process.");
-        reactions.eventReceived(Event::OAuth2Enabled, {QStringLiteral("nobody"), wished});
+        reactions.eventReceived(Event::OAuth2Enabled, {"nobody", wished});
         QVERIFY(!fixture.hasLogged(enabling));
-        reactions.eventReceived(Event::OAuth2Enabled, {key, wished});
+        reactions.eventReceived(Event::OAuth2Enabled, {demoKey, wished});
         QVERIFY(fixture.hasLogged(enabling));
         for (const char* const client : {"first", "second"})
-            QCOMPARE(state.clients.oauth2(QLatin1String(client)).defaultSpec(), wished);
-        QVERIFY(!state.clients.oauth2(QStringLiteral("stranger")).isEnabled);
+            QCOMPARE(core.clients.oauth2(QLatin1String(client)).defaultSpec(), wished);
+        QVERIFY(!core.clients.oauth2("stranger").isEnabled);
         fixture.logger->clear();
-        reactions.eventReceived(Event::OAuth2Enabled, {key, wished});
+        reactions.eventReceived(Event::OAuth2Enabled, {demoKey, wished});
         QVERIFY(!fixture.hasLogged(enabling));
 
-        state.clients.enableOAuth2(QStringLiteral("stranger"), wished);
-        reactions.eventReceived(Event::OAuth2Disabled, key);
+        core.clients.enableOAuth2("stranger", wished);
+        reactions.eventReceived(Event::OAuth2Disabled, demoKey);
         QVERIFY(fixture.hasLogged(QStringLiteral(
             "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process.")));
-        QVERIFY(!state.clients.isOAuth2Used(key, Production));
-        QVERIFY(state.clients.isOAuth2Used(otherKey, Production));
+        QVERIFY(!core.clients.isOAuth2Used(demoKey, Production));
+        QVERIFY(core.clients.isOAuth2Used(otherKey, Production));
         QCOMPARE(events.here,
                  QVector<Event>({Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Disabled}));
         QVERIFY(events.toOthers.isEmpty());

@@ -2,12 +2,10 @@
 // process does to it.
 
 #include "Runtime/SSOServerHost.h"
+#include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
 
-#include <QtTest>
 #include <VqWebServices/IWebServicesObserver2.h>
-#include <functional>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -16,22 +14,9 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 
 namespace {
 
-const auto key = QStringLiteral("demo-product-0001");
-
-class Hook : public IWebServicesObserver2 {
+class Hook : public TestKit::RecordingObserver<IWebServicesObserver2> {
 public:
-    void AboutToLogout(bool&) override { hear("AboutToLogout"); }
-    void LoggingOut() override { hear("LoggingOut"); }
-    void LoggedOut() override { hear("LoggedOut"); }
-    void ServerChanged(const wchar_t*) override { hear("ServerChanged"); }
-
-    void hear(const char* event) {
-        heard += QString::fromLatin1(event);
-        if (reaction)
-            reaction();
-    }
-    QStringList heard;
-    std::function<void()> reaction;
+    void LoggingOut() override { record("LoggingOut"); }
 };
 
 } // namespace
@@ -47,35 +32,34 @@ private slots:
         startService();
     }
 
-    void init() { beginAnew(); }
+    void init() { startOver(); }
 
     void cleanup() { m_session.reset(); }
 
-    void whatIsRaisedBeforeTheEndIsSent_data() {
-        QTest::addColumn<int>("event");
-        QTest::addColumn<bool>("isForOthers");
-        QTest::newRow("a sign-out") << static_cast<int>(Event::LoggedOut) << true;
-        QTest::newRow("what only sibling modules raise") << static_cast<int>(Event::AccountCreated) << true;
-        QTest::newRow("not for others") << static_cast<int>(Event::LoggedOut) << false;
+    void eventsRaisedBeforeTheEndAreSent_data() {
+        const TestKit::Columns<int, bool> row("event", "isForOthers");
+        row("a sign-out", static_cast<int>(Event::LoggedOut), true);
+        row("what only sibling modules raise", static_cast<int>(Event::AccountCreated), true);
+        row("not for others", static_cast<int>(Event::LoggedOut), false);
     }
 
-    void whatIsRaisedBeforeTheEndIsSent() {
+    void eventsRaisedBeforeTheEndAreSent() {
         QFETCH(int, event);
         QFETCH(bool, isForOthers);
         m_fixture->notifiesProcesses = true;
         m_session = m_fixture->makeSession();
         m_session->RaiseEvent(static_cast<Event>(event), key, isForOthers);
         m_session.reset();
-        QFile file(m_fixture->folder.filePath(QStringLiteral("Event.xml")));
+        QFile file(m_fixture->folder.filePath("Event.xml"));
         QCOMPARE(file.open(QIODevice::ReadOnly), isForOthers);
         QCOMPARE(file.readAll().contains(QStringLiteral("Id=\"%1\"").arg(event).toLatin1()), isForOthers);
     }
 
-    // From the event loop, where nobody else holds the session.
+    // From the event loop, where no other owner holds the session.
     void anObserverMayEndTheSession_data() {
-        QTest::addColumn<bool>("isForcedLogout");
-        QTest::newRow("in an event of another thread") << false;
-        QTest::newRow("in a forced sign-out") << true;
+        const TestKit::Columns<bool> row("isForcedLogout");
+        row("in an event of another thread", false);
+        row("in a forced sign-out", true);
     }
 
     void anObserverMayEndTheSession() {
@@ -95,7 +79,7 @@ private slots:
         m_session->observers().add(&second);
         if (isForcedLogout) {
             // The token thread finds out that the sign-in has ended, and asks this one to sign out.
-            m_service.control(QStringLiteral("expire"), QJsonObject{{"what", "sessions"}});
+            m_service.control("expire", QJsonObject{{"what", "sessions"}});
             QVERIFY(m_session->RefreshToken(key, false));
         } else {
             std::thread([this] { m_session->RaiseEvent(Event::ServerChanged, key, false); }).join();
@@ -107,7 +91,7 @@ private slots:
         QVERIFY(second.heard.isEmpty());
     }
 
-    void aSignOutOnAnotherThread() {
+    void aSignOutOnAnotherThreadNotifiesOnTheMainThread() {
         m_session = m_fixture->makeSession();
         signIn(*m_session);
         Hook hook;
@@ -117,7 +101,7 @@ private slots:
             QNetworkReply::NetworkError error = QNetworkReply::NoError;
             isDone = m_session->Logout(key, error, true);
         });
-        const QStringList expected{QStringLiteral("AboutToLogout"), QStringLiteral("LoggingOut"), QStringLiteral("LoggedOut")};
+        const QStringList expected{"AboutToLogout", "LoggingOut", "LoggedOut"};
         const bool isHeard = QTest::qWaitFor([&] { return hook.heard == expected; }, 10000);
         worker.join();
         QVERIFY(isDone);
@@ -128,8 +112,8 @@ private slots:
                     .arg(event)));
     }
 
-    // While this process waits for the service it cannot take the news over; later it does, though nobody calls it.
-    void aSignOutElsewhereDuringAStep() {
+    // While this process waits for the service it cannot apply a change of the file. It does so afterwards, without a call.
+    void aSignOutElsewhereDuringAWaitIsAppliedLater() {
         m_fixture->notifiesProcesses = true;
         m_session = m_fixture->makeSession();
         signIn(*m_session);
@@ -138,43 +122,42 @@ private slots:
         QTest::qWait(300);
         Hook hook;
         m_session->observers().add(&hook);
-        QVERIFY(m_service.addFault(QStringLiteral("request-token"), QStringLiteral("delay"), {{"delay_ms", 1500}}));
+        delay("request-token", 1500);
         std::thread worker([this] { (void)m_session->InitiateLogin(key, QString()); });
         QTest::qWait(200);
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         const bool isDone = other->Logout(key, error, true);
-        const bool isEarly = hook.heard.contains(QStringLiteral("LoggedOut"));
+        const bool isEarly = hook.heard.contains("LoggedOut");
         worker.join();
         QVERIFY(isDone && !isEarly);
-        QTRY_COMPARE(hook.heard, QStringList(QStringLiteral("LoggedOut")));
+        QTRY_COMPARE(hook.heard, QStringList("LoggedOut"));
     }
 
-    // Nobody is signed in any more, so that nobody needs to be signed out.
-    void changesTheServerAfterASignOutElsewhere() {
+    // No user is signed in any more, so the change needs no permission to sign out.
+    void theServerMayChangeAfterASignOutElsewhere() {
         m_session = m_fixture->makeSession();
         signIn(*m_session);
         const TestKit::SessionUnderTest other = m_fixture->makeSession();
         other->RestoreLogin(key, false);
-        QNetworkReply::NetworkError error = QNetworkReply::NoError;
-        QVERIFY(other->Logout(key, error, true));
+        QVERIFY(signOut(*other));
         QVERIFY(m_session->ChangeServer(key, Staging, false));
     }
 
     // It is no client itself, and tells those of several processes apart.
-    void theSingleSignOnServer() {
+    void theSingleSignOnServerIsNoClient() {
         for (const char* const host : {"/opt/VqSSOServer", "/opt/vqssoserver.exe"})
             QVERIFY(isSSOServerHost(QLatin1String(host)));
         for (const char* const host : {"/opt/VqSSOServerTool", "/opt/VqSSOServer/tool", ""})
             QVERIFY(!isSSOServerHost(QLatin1String(host)));
         SessionDependencies services = m_fixture->services();
         services.isSSOServer = true;
-        const ClientIdentity client{key, 7, QStringLiteral("Test product"), QStringLiteral("/opt/test.bin")};
+        const ClientIdentity client{key, 7, "Test product", "/opt/test.bin"};
         LoginSession server(services, client);
         QVERIFY(!server.isClient(key));
         server.AddClient(client);
-        server.AddClient({QStringLiteral("8"), 8, QString(), QStringLiteral("/opt/test.bin")});
+        server.AddClient({"8", 8, QString(), "/opt/test.bin"});
         QCOMPARE(server.clientName(key), QStringLiteral("Test product.test.7"));
-        QCOMPARE(server.clientName(QStringLiteral("8")), QStringLiteral("test.8"));
+        QCOMPARE(server.clientName("8"), QStringLiteral("test.8"));
     }
 
 private:

@@ -1,17 +1,15 @@
 // The exported facades as a product uses and misuses them, through the shared library.
 
 #include "TestKit/AccountServiceProcess.h"
+#include "TestKit/RecordingObserver.h"
+#include "TestKit/Test.h"
 
 #include <QNetworkProxy>
-#include <QtTest>
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesManagerEx.h>
 #include <VqWebServices/WebServicesPrivate.h>
 #include <array>
-#include <functional>
-#include <memory>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -30,58 +28,22 @@ WebServicesConfiguration configuration(const wchar_t* key = L"demo-product-0001"
     return made;
 }
 
-// What a product does with every operation that has a failure result; each must fail without harm.
+// The test of the tables looks at every operation; these are the ones that a product calls most.
 void expectFailures(WebServicesManager& manager) {
     wchar_t buffer[16] = {canary};
     int status = -1;
     LoginErrorEx error = LoginErrorEx::None;
-    NetworkCookieJar jar;
-    unsigned char* cookie = nullptr;
     QVERIFY(!manager.SetConfiguration(configuration()));
-    QVERIFY(!manager.SetServer(Staging));
     QVERIFY(!manager.RestoreLogin());
     QVERIFY(!manager.IsLoggedIn());
-    QVERIFY(!manager.IsLoginValid());
-    QCOMPARE(manager.GetUserName(buffer, 16), 0);
-    QCOMPARE(manager.GetAccessToken(buffer, 16), 0);
-    QCOMPARE(manager.GetLoginCookie(cookie), 0);
-    QCOMPARE(manager.GetTokenExpiryDate(), 0U);
-    QCOMPARE(manager.GetLoginExpiryDate(), 0U);
     QVERIFY(!manager.InitiateLogin(nullptr, buffer, 16, error, status));
     QCOMPARE(error, LoginErrorEx::NotReady);
     QCOMPARE(status, 0);
-    QVERIFY(!manager.CompleteLogin());
-    QVERIFY(!manager.InitiateLogout(buffer, 16, jar));
-    QVERIFY(!manager.CompleteLogout());
-    QVERIFY(!manager.Logout());
     QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader,
                                       nullptr, nullptr)));
-    QVERIFY(!Text(manager.SignUrlForBrowser(L"https://example.com/", true)));
-    QVERIFY(!manager.GetProxyAuthenticationDialogText(buffer, 16, buffer, 16));
-    manager.SetProxyAuthenticationDialogText(L"a", L"b");
-    QVERIFY(!manager.HasProxyAuthentication(L"h", -1));
-    QVERIFY(!manager.GetProxyAuthentication(L"h", -1, buffer, 16, buffer, 16));
-    QVERIFY(!manager.SetProxyAuthentication(L"h", 1, L"u", L"p"));
-    QVERIFY(!manager.HasProxyInfo());
-    QVERIFY(!manager.ClearProxyInfo());
-    manager.AddObserver(nullptr);
-    manager.RemoveObserver(nullptr);
-    OAuth2Token token;
-    QVERIFY(!manager.RefreshToken(true));
-    QVERIFY(!manager.IsOAuth2Enabled());
-    QVERIFY(!manager.EnableOAuth2(OAuth2TokenSpec()));
-    QVERIFY(!manager.EnableOAuth2(true));
-    QVERIFY(!manager.DisableOAuth2());
-    QVERIFY(!manager.GetOAuth2AccessToken(OAuth2TokenSpec(), token, true));
-    QVERIFY(!token.IsValid());
-    QCOMPARE(manager.GetOAuth2AccessToken(buffer, 16, true), 0);
-    QVERIFY(!manager.RefreshOAuth2Token(false));
-    QVERIFY(!manager.IsOAuth2TokenAvailable());
-    QVERIFY(!manager.IsOAuth2TokenExpired(OAuth2TokenSpec()));
-    QCOMPARE(manager.GetOAuth2TokenExpiryDate(), 0U);
     QVERIFY(!WebServicesPrivate::IsOAuth2TokenRefreshTimerActive());
     QVERIFY(!WebServicesPrivate::IsTokenRefreshTimerActive());
-    QVERIFY(!WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(QStringLiteral("key"), nullptr, {}));
+    QVERIFY(!WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule("key", nullptr, {}));
 }
 
 WebServicesConfiguration oauth2Configuration() {
@@ -90,17 +52,6 @@ WebServicesConfiguration oauth2Configuration() {
     made.SetOAuth2ConsumerSecret(L"demo-secret-0001");
     return made;
 }
-
-class Hook : public IWebServicesObserver {
-public:
-    void LoginRestored() override {
-        thread = std::this_thread::get_id();
-        if (reaction)
-            reaction();
-    }
-    std::function<void()> reaction;
-    std::thread::id thread;
-};
 
 } // namespace
 
@@ -122,7 +73,7 @@ private slots:
             WebServicesManager::Uninitialize();
     }
 
-    void counts() {
+    void initializationsAreCounted() {
         QVERIFY(WebServicesManager::Initialize());
         WebServicesManager* const first = WebServicesManager::GetInstance();
         QVERIFY(WebServicesManager::Initialize());
@@ -143,10 +94,10 @@ private slots:
         IWebServicesManager* const keptInterface = GetIWebServicesManager();
         WebServicesManager::Uninitialize();
         expectFailures(*kept);
-        QFile log(WebServicesPrivate::GetLogFile());
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        QVERIFY(log.readAll().contains(
-            "SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
+        QVERIFY(
+            TestKit::readFile(WebServicesPrivate::GetLogFile())
+                .contains(
+                    "SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
         wchar_t buffer[4];
         QCOMPARE(keptInterface->GetUserName(buffer, 4), 0);
         QCOMPARE(keptInterface->GetLoginExpiryDate(), 0U);
@@ -214,92 +165,35 @@ private slots:
         NetworkCookieJar jar;
         QVERIFY(!manager.InitiateLogout(nullptr, 5, jar));
         const std::wstring huge(2000000, L'x');
+        const auto isSigned = [&manager](const wchar_t* url, const RequestParam* params, int count,
+                                         HttpMethod method = HttpMethod::Get, ParsingMode mode = ParsingMode::QueryString) {
+            return Text(manager.SignRequest(url, params, count, method, mode, nullptr, nullptr)) != nullptr;
+        };
+        const wchar_t* const good = L"https://example.com/";
         for (const wchar_t* const url :
              {static_cast<const wchar_t*>(nullptr), L"", L"no url", L"ftp://example.com/", L"https://", huge.c_str()})
-            QVERIFY(!Text(manager.SignRequest(url, nullptr, 0, HttpMethod::Get, ParsingMode::QueryString, nullptr, nullptr)));
+            QVERIFY(!isSigned(url, nullptr, 0));
         const RequestParam nameless{nullptr, L"x"};
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 5, HttpMethod::Get, ParsingMode::QueryString, nullptr,
-                                          nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, 1, HttpMethod::Get, ParsingMode::QueryString,
-                                          nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", &nameless, -1, HttpMethod::Get, ParsingMode::QueryString,
-                                          nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, static_cast<HttpMethod>(20),
-                                          ParsingMode::QueryString, nullptr, nullptr)));
-        QVERIFY(!Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get, static_cast<ParsingMode>(4),
-                                          nullptr, nullptr)));
+        QVERIFY(!isSigned(good, nullptr, 5) && !isSigned(good, &nameless, 1) && !isSigned(good, &nameless, -1));
+        QVERIFY(!isSigned(good, nullptr, 0, static_cast<HttpMethod>(20)));
+        QVERIFY(!isSigned(good, nullptr, 0, HttpMethod::Get, static_cast<ParsingMode>(4)));
+        WebServicesManager::SetSupportFileSearchPaths(nullptr);
+        QCOMPARE(WebServicesManager::GetSupportFileSearchPaths(nullptr, 0), 0);
+        WebServicesManager::SetSupportFileSearchPaths(m_service.folder().toStdWString().c_str());
         QVERIFY(!manager.SetServer(static_cast<Server>(7)));
         QVERIFY(!manager.SetServer(NoServer));
         QCOMPARE(manager.GetUrl(static_cast<WebServicesUrlCode>(49), nullptr, 0), 0);
         QVERIFY(manager.GetUrl(WebServicesUrlCode::AccountServerUrl, nullptr, 0) > 0);
         WebServicesManagerEx& keyed = *WebServicesManagerEx::GetInstanceEx();
-        for (const QString& unknown : {QString(), QStringLiteral("unknown")}) {
-            QVERIFY(!keyed.RestoreLogin(unknown));
-            QVERIFY(!keyed.IsLoggedIn(unknown));
-            QVERIFY(!keyed.CompleteLogin(unknown));
-            QCOMPARE(keyed.GetAccessToken(unknown, nullptr, 0), 0);
-            QCOMPARE(keyed.GetCachePath(unknown, nullptr, 0), 0);
-        }
         QVERIFY(!keyed.SetConfiguration(QString(), configuration()));
-    }
-
-    void followsTheBufferRule_data() {
-        QTest::addColumn<int>("size");
-        for (int size : {-1, 0, 1, 2})
-            QTest::newRow(qPrintable(QStringLiteral("size %1").arg(size))) << size;
-        QTest::newRow("one short of the length") << -100;
-        QTest::newRow("exactly the length") << -101;
-        QTest::newRow("with terminator") << -102;
-    }
-
-    void followsTheBufferRule() {
-        QFETCH(int, size);
-        WebServicesManager::Initialize();
-        WebServicesManager& manager = *WebServicesManager::GetInstance();
-        const int length = manager.GetLoginStateFile(nullptr, 0);
-        QVERIFY(length > 10);
-        std::vector<wchar_t> whole(static_cast<size_t>(length) + 1);
-        QCOMPARE(manager.GetLoginStateFile(whole.data(), length + 1), length);
-        if (size <= -100)
-            size = length - 1 + (-100 - size);
-        std::vector<wchar_t> buffer(static_cast<size_t>(length) + 3, canary);
-        const int expected = size < 1 ? 0 : std::min(length, size - 1);
-        QCOMPARE(manager.GetLoginStateFile(buffer.data(), size), expected);
-        QVERIFY(std::equal(buffer.begin(), buffer.begin() + expected, whole.begin()));
-        QCOMPARE(buffer[static_cast<size_t>(expected)], size < 1 ? canary : wchar_t(0));
-        QCOMPARE(buffer[static_cast<size_t>(expected) + 1], canary);
-    }
-
-    void normalisesSearchPaths() {
-        const QString before = m_service.folder();
-        WebServicesManager::SetSupportFileSearchPaths(L"/tmp/a;;/tmp/A/;  /tmp/b/../c ; ;/tmp/c");
-        wchar_t buffer[64];
-        WebServicesManager::GetSupportFileSearchPaths(buffer, 64);
-        QCOMPARE(QString::fromWCharArray(buffer), QStringLiteral("/tmp/a;/tmp/c"));
-        WebServicesManager::SetSupportFileSearchPaths(nullptr);
-        QCOMPARE(WebServicesManager::GetSupportFileSearchPaths(nullptr, 0), 0);
-        WebServicesManager::SetSupportFileSearchPaths(before.toStdWString().c_str());
     }
 
     // Both facades, one session: signed in through one, seen through the other, the interface and another thread.
     void signsInThroughBothFacades() {
         WebServicesManager::Initialize();
         WebServicesManager& manager = *WebServicesManager::GetInstance();
-        QVERIFY(manager.SetConfiguration(configuration()));
-        QVERIFY(WebServicesPrivate::Equals(manager.GetConfiguration(), configuration()));
-        QVERIFY(manager.RestoreLogin());
-        std::array<wchar_t, urlSize> url{};
-        LoginError error = LoginError::Other;
-        int status = 0;
-        QVERIFY(manager.InitiateLogin(L"hint", 0, url.data(), urlSize, error, status));
-        QCOMPARE(error, LoginError::None);
-        QCOMPARE(status, 200);
-        QVERIFY(m_service.approve(QString::fromWCharArray(url.data())));
-        QVERIFY(manager.CompleteLogin());
-        wchar_t name[4] = {};
-        QCOMPARE(manager.GetUserName(name, 4), 3);
-        QCOMPARE(std::wstring(name), std::wstring(L"ada"));
-        QCOMPARE(GetIWebServicesManager()->GetUserName(name, 3), 2);
+        signIn(manager);
+        QVERIFY(WebServicesPrivate::Equals(manager.GetConfiguration(), oauth2Configuration()));
         QVERIFY(GetIWebServicesManager()->GetLoginExpiryDate() > 1700000000U);
         WebServicesManagerEx& keyed = *WebServicesManagerEx::GetInstanceEx();
         const auto key = QStringLiteral("my-key");
@@ -322,14 +216,13 @@ private slots:
     }
 
     void initializesWithOAuth2_data() {
-        QTest::addColumn<int>("form");
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("without") << 0 << false;
-        QTest::newRow("false") << 1 << false;
-        QTest::newRow("true") << 2 << true;
-        QTest::newRow("false, true") << 3 << false;
-        QTest::newRow("true, false") << 4 << true;
-        QTest::newRow("a spec") << 5 << true;
+        const TestKit::Columns<int, bool> row("form", "enabled");
+        row("without", 0, false);
+        row("false", 1, false);
+        row("true", 2, true);
+        row("false, true", 3, false);
+        row("true, false", 4, true);
+        row("a spec", 5, true);
     }
 
     void initializesWithOAuth2() {
@@ -352,22 +245,8 @@ private slots:
         WebServicesManager::Initialize(true);
         WebServicesManager& manager = *WebServicesManager::GetInstance();
         signIn(manager);
-        const int length = manager.GetOAuth2AccessToken(nullptr, 0, true);
-        QVERIFY(length > 10);
-        std::vector<wchar_t> text(static_cast<size_t>(length) + 2, canary);
-        QCOMPARE(manager.GetOAuth2AccessToken(text.data(), length, true), 0);
-        QCOMPARE(text[0], wchar_t(0));
-        QCOMPARE(text[1], canary);
-        QCOMPARE(manager.GetOAuth2AccessToken(text.data(), 0, true), 0);
-        QCOMPARE(manager.GetOAuth2AccessToken(text.data(), length + 1, true), length);
-        QCOMPARE(text[static_cast<size_t>(length) + 1], canary);
-        QVERIFY(manager.IsOAuth2TokenAvailable());
-        QVERIFY(!manager.IsOAuth2TokenExpired());
-        QVERIFY(manager.GetOAuth2TokenExpiryDate() > 1700000000U);
         QTRY_VERIFY(WebServicesPrivate::IsOAuth2TokenRefreshTimerActive());
         QTRY_VERIFY(WebServicesPrivate::IsTokenRefreshTimerActive());
-        QVERIFY(manager.RefreshToken(true));
-        QVERIFY(manager.RefreshOAuth2Token(true));
         // Another client of the same product, by its key, with another kind of token.
         WebServicesManagerEx& keyed = *WebServicesManagerEx::GetInstanceEx();
         const auto key = QStringLiteral("my-key");
@@ -399,10 +278,9 @@ private slots:
         WebServicesManager::Initialize(true);
         WebServicesManager::GetInstance()->SetConfiguration(oauth2Configuration());
         const OAuth2TokenSpec spec(JWT, L"");
-        QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), nullptr, own));
+        QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule("demo-product-0001", nullptr, own));
         QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == own);
-        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule(QStringLiteral("demo-product-0001"), &spec)
-                == standard);
+        QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule("demo-product-0001", &spec) == standard);
         QVERIFY(!WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule({-1, {}}));
         QVERIFY(WebServicesPrivate::SetOAuth2TokenRefreshRetrySchedule(standard));
         QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == standard);
@@ -411,21 +289,23 @@ private slots:
     void observersAreCalledOnTheMainThread() {
         WebServicesManager::Initialize();
         WebServicesManager& manager = *WebServicesManager::GetInstance();
-        Hook observer;
+        TestKit::RecordingObserver<> observer;
+        std::thread::id called;
+        observer.reaction = [&called] { called = std::this_thread::get_id(); };
         manager.AddObserver(&observer);
         manager.SetConfiguration(configuration());
         std::thread worker([&manager] { QVERIFY(manager.RestoreLogin()); });
         worker.join();
-        QCOMPARE(observer.thread, std::thread::id());
+        QCOMPARE(called, std::thread::id());
         QVERIFY(WebServicesManager::DispatchEvent());
-        QCOMPARE(observer.thread, std::this_thread::get_id());
+        QCOMPARE(called, std::this_thread::get_id());
         manager.RemoveObserver(&observer);
     }
 
     void anObserverMayUninitialize() {
         WebServicesManager::Initialize();
         WebServicesManager& manager = *WebServicesManager::GetInstance();
-        Hook observer;
+        TestKit::RecordingObserver<> observer;
         observer.reaction = [&manager] {
             WebServicesManager::Uninitialize();
             expectFailures(manager);

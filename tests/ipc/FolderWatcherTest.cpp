@@ -1,15 +1,7 @@
 #include "VqUtil/Files/FolderWatcher.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
-
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
-#include <QSemaphore>
-#include <QTemporaryDir>
-#include <QtTest>
-#include <algorithm>
 
 using namespace Velquor;
 using CloudUtil::FolderWatcher;
@@ -19,11 +11,6 @@ namespace {
 
 constexpr int patienceMs = 5000;
 
-[[nodiscard]] bool rewrite(const QString& path, const QByteArray& text = {}) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size();
-}
-
 } // namespace
 
 /// The folder watcher on the file system of the machine.
@@ -31,16 +18,146 @@ class FolderWatcherTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void actions_data();
-    void actions();
-    void everyRewriting();
-    void missingFolder_data();
-    void missingFolder();
-    void overflow();
-    void stopping();
-    void names();
+    void init() {
+        m_place = std::make_unique<QTemporaryDir>();
+        m_folder = QDir(m_place->path()).absoluteFilePath(QString::fromUtf8("Wächter"));
+        QVERIFY(QDir().mkpath(m_folder));
+        m_changes.clear();
+        m_logger = std::make_shared<TestKit::RecordingLogger>();
+        m_watcher = std::make_unique<FolderWatcher>(m_logger);
+        connect(m_watcher.get(), &FolderWatcher::Changed, this, &FolderWatcherTest::note);
+    }
+
+    void cleanup() { m_watcher.reset(); }
+
+    void everyKindOfChangeIsReported_data() {
+        const TestKit::Columns<QString, QString, Action> row("what", "name", "action");
+        row("created", "create", "EventTrigger.tmp", Action::Added);
+        row("an empty file rewritten in place", "rewrite", "There.tmp", Action::Modified);
+        row("a full file rewritten in place", "fill", "There.tmp", Action::Modified);
+        row("replaced", "replace", "There.tmp", Action::RenamedTo);
+        row("removed", "remove", "There.tmp", Action::Removed);
+        row("renamed, old name", "rename", "There.tmp", Action::RenamedFrom);
+        row("renamed, new name", "rename", "Renamed.tmp", Action::RenamedTo);
+    }
+
+    void everyKindOfChangeIsReported() {
+        QFETCH(QString, what);
+        QFETCH(QString, name);
+        QFETCH(Action, action);
+        const QString there = path("There.tmp");
+        QVERIFY(TestKit::writeFile(there, what == QLatin1String("rewrite") ? "" : "old"));
+        QVERIFY(m_watcher->start(m_folder + QStringLiteral("/../") + QDir(m_folder).dirName()));
+        // A system may be late to tell what came before.
+        QTest::qWait(50);
+        m_changes.clear();
+        if (what == QLatin1String("create"))
+            QVERIFY(TestKit::writeFile(path(name), {}));
+        else if (what == QLatin1String("rewrite"))
+            QVERIFY(TestKit::writeFile(there, {}));
+        else if (what == QLatin1String("fill"))
+            QVERIFY(TestKit::writeFile(there, "new"));
+        else if (what == QLatin1String("replace"))
+            QVERIFY(Util::AtomicFile::write(there, "new", nullptr));
+        else if (what == QLatin1String("remove"))
+            QVERIFY(QFile::remove(there));
+        else
+            QVERIFY(QFile::rename(there, path("Renamed.tmp")));
+        QTRY_VERIFY_WITH_TIMEOUT(count(name, action) > 0, patienceMs);
+    }
+
+    void everyRewriteIsReported() {
+        const QString name = QStringLiteral("EventTrigger.tmp");
+        QVERIFY(TestKit::writeFile(path(name), {}));
+        QVERIFY(m_watcher->start(m_folder));
+        for (int round = 0; round < 20; ++round) {
+            m_changes.clear();
+            QVERIFY(TestKit::writeFile(path(name), {}));
+            QTRY_VERIFY_WITH_TIMEOUT(count(name, Action::Modified) > 0, patienceMs);
+        }
+    }
+
+    void aFolderThatReappearsIsWatchedAgain_data() {
+        const TestKit::Columns<bool, bool> row("isThereFirst", "isMoved");
+        row("missing at the start", false, true);
+        row("deleted and made again", true, false);
+        row("moved away and made again", true, true);
+    }
+
+    // Changes in the folder before it was seen again are reported as well.
+    void aFolderThatReappearsIsWatchedAgain() {
+        QFETCH(bool, isThereFirst);
+        QFETCH(bool, isMoved);
+        if (!isThereFirst)
+            QVERIFY(QDir(m_folder).removeRecursively());
+        QVERIFY(m_watcher->start(m_folder));
+        for (int round = 0; round < 2; ++round) {
+            if (isThereFirst || round > 0) {
+                QVERIFY(isMoved ? QDir().rename(m_folder, m_folder + QString::number(round))
+                                : QDir(m_folder).removeRecursively());
+                if (!QTest::qWaitFor([this] { return !QFileInfo::exists(m_folder); }, 500))
+                    QSKIP("this system keeps a folder as long as somebody has it open, and does not tell him");
+                QTRY_COMPARE_WITH_TIMEOUT(m_logger->texts(Log::Level::Warning).size(), round + 1, patienceMs);
+            }
+            m_changes.clear();
+            QVERIFY(QDir().mkpath(m_folder));
+            QVERIFY(TestKit::writeFile(path("Early.tmp"), {}));
+            QTRY_VERIFY_WITH_TIMEOUT(count("Early.tmp", Action::Modified) > 0, patienceMs);
+            QVERIFY(TestKit::writeFile(path("Late.tmp"), {}));
+            QTRY_VERIFY_WITH_TIMEOUT(count("Late.tmp", Action::Added) + count("Late.tmp", Action::Modified) > 0, patienceMs);
+        }
+    }
+
+    // More changes than the system keeps while the watcher is blocked: afterwards every file is reported.
+    void anOverflowReportsEveryFile() {
+        const int changes = 20000;
+        QSemaphore isHeld;
+        QSemaphore mayGoOn;
+        const auto holdUp = [&isHeld, &mayGoOn](const QString& path, Action) {
+            if (path.endsWith(QLatin1String("/First.tmp"))) {
+                isHeld.release();
+                mayGoOn.tryAcquire(1, 60000);
+            }
+        };
+        const auto connection = connect(m_watcher.get(), &FolderWatcher::Changed, m_watcher.get(), holdUp, Qt::DirectConnection);
+        QVERIFY(TestKit::writeFile(path("Quiet.tmp"), {}));
+        QVERIFY(m_watcher->start(m_folder));
+        QVERIFY(TestKit::writeFile(path("First.tmp"), {}));
+        QVERIFY(isHeld.tryAcquire(1, patienceMs));
+        disconnect(connection);
+        for (int change = 0; change < changes; change += 2) {
+            QVERIFY(TestKit::writeFile(path(QStringLiteral("A name that fills the buffer of the system %1.tmp").arg(change % 4)),
+                                       {}));
+            QVERIFY(QFile::remove(path(QStringLiteral("A name that fills the buffer of the system %1.tmp").arg(change % 4))));
+        }
+        mayGoOn.release(10);
+        QTRY_VERIFY_WITH_TIMEOUT(count("Quiet.tmp", Action::Modified) > 0, patienceMs);
+        QVERIFY(TestKit::writeFile(path("After.tmp"), {}));
+        QTRY_VERIFY_WITH_TIMEOUT(count("After.tmp", Action::Added) > 0, patienceMs);
+    }
+
+    void nothingIsReportedAfterAStop() {
+        QVERIFY(m_watcher->start(m_folder));
+        QElapsedTimer timer;
+        timer.start();
+        m_watcher->stop();
+        QVERIFY(timer.elapsed() < 1000);
+        QVERIFY(TestKit::writeFile(path("Unseen.tmp"), {}));
+        QTest::qWait(100);
+        QCOMPARE(count("Unseen.tmp", Action::Added) + count("Unseen.tmp", Action::Modified), 0);
+        QVERIFY(m_watcher->start(m_folder + QStringLiteral("/missing")));
+        timer.restart();
+        m_watcher.reset();
+        QVERIFY(timer.elapsed() < 1000);
+    }
+
+    void everyActionHasItsName() {
+        QStringList names;
+        for (const Action action : {Action::Added, Action::Removed, Action::Modified, Action::RenamedFrom, Action::RenamedTo,
+                                    Action::Unknown, static_cast<Action>(99)})
+            names += CloudUtil::actionName(action);
+        QCOMPARE(names.join(QLatin1Char(',')), QStringLiteral("Added,Removed,Modified,Renamed from,Renamed to,Unknown,Unknown"));
+    }
 
 private:
     [[nodiscard]] QString path(const QString& name) const { return m_folder + QLatin1Char('/') + name; }
@@ -55,159 +172,6 @@ private:
     std::unique_ptr<FolderWatcher> m_watcher;
     QVector<QPair<QString, Action>> m_changes;
 };
-
-void FolderWatcherTest::init() {
-    m_place = std::make_unique<QTemporaryDir>();
-    m_folder = QDir(m_place->path()).absoluteFilePath(QString::fromUtf8("Wächter"));
-    QVERIFY(QDir().mkpath(m_folder));
-    m_changes.clear();
-    m_logger = std::make_shared<TestKit::RecordingLogger>();
-    m_watcher = std::make_unique<FolderWatcher>(m_logger);
-    connect(m_watcher.get(), &FolderWatcher::Changed, this, &FolderWatcherTest::note);
-}
-
-void FolderWatcherTest::cleanup() {
-    m_watcher.reset();
-}
-
-void FolderWatcherTest::actions_data() {
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<Action>("action");
-    QTest::newRow("created") << "create"
-                             << "EventTrigger.tmp" << Action::Added;
-    QTest::newRow("an empty file rewritten in place") << "rewrite"
-                                                      << "There.tmp" << Action::Modified;
-    QTest::newRow("a full file rewritten in place") << "fill"
-                                                    << "There.tmp" << Action::Modified;
-    QTest::newRow("replaced") << "replace"
-                              << "There.tmp" << Action::RenamedTo;
-    QTest::newRow("removed") << "remove"
-                             << "There.tmp" << Action::Removed;
-    QTest::newRow("renamed, old name") << "rename"
-                                       << "There.tmp" << Action::RenamedFrom;
-    QTest::newRow("renamed, new name") << "rename"
-                                       << "Renamed.tmp" << Action::RenamedTo;
-}
-
-void FolderWatcherTest::actions() {
-    QFETCH(QString, what);
-    QFETCH(QString, name);
-    QFETCH(Action, action);
-    const QString there = path(QStringLiteral("There.tmp"));
-    QVERIFY(rewrite(there, what == QLatin1String("rewrite") ? "" : "old"));
-    QVERIFY(m_watcher->start(m_folder + QStringLiteral("/../") + QDir(m_folder).dirName()));
-    // A system may be late to tell what came before.
-    QTest::qWait(50);
-    m_changes.clear();
-    if (what == QLatin1String("create"))
-        QVERIFY(rewrite(path(name)));
-    else if (what == QLatin1String("rewrite"))
-        QVERIFY(rewrite(there));
-    else if (what == QLatin1String("fill"))
-        QVERIFY(rewrite(there, "new"));
-    else if (what == QLatin1String("replace"))
-        QVERIFY(Util::AtomicFile::write(there, "new", nullptr));
-    else if (what == QLatin1String("remove"))
-        QVERIFY(QFile::remove(there));
-    else
-        QVERIFY(QFile::rename(there, path(QStringLiteral("Renamed.tmp"))));
-    QTRY_VERIFY_WITH_TIMEOUT(count(name, action) > 0, patienceMs);
-}
-
-void FolderWatcherTest::everyRewriting() {
-    const QString name = QStringLiteral("EventTrigger.tmp");
-    QVERIFY(rewrite(path(name)));
-    QVERIFY(m_watcher->start(m_folder));
-    for (int round = 0; round < 20; ++round) {
-        m_changes.clear();
-        QVERIFY(rewrite(path(name)));
-        QTRY_VERIFY_WITH_TIMEOUT(count(name, Action::Modified) > 0, patienceMs);
-    }
-}
-
-void FolderWatcherTest::missingFolder_data() {
-    QTest::addColumn<bool>("isThereFirst");
-    QTest::addColumn<bool>("isMoved");
-    QTest::newRow("missing at the start") << false << true;
-    QTest::newRow("deleted and made again") << true << false;
-    QTest::newRow("moved away and made again") << true << true;
-}
-
-// What happened in the folder before it was seen again is told as well.
-void FolderWatcherTest::missingFolder() {
-    QFETCH(bool, isThereFirst);
-    QFETCH(bool, isMoved);
-    if (!isThereFirst)
-        QVERIFY(QDir(m_folder).removeRecursively());
-    QVERIFY(m_watcher->start(m_folder));
-    for (int round = 0; round < 2; ++round) {
-        if (isThereFirst || round > 0) {
-            QVERIFY(isMoved ? QDir().rename(m_folder, m_folder + QString::number(round)) : QDir(m_folder).removeRecursively());
-            if (!QTest::qWaitFor([this] { return !QFileInfo::exists(m_folder); }, 500))
-                QSKIP("this system keeps a folder as long as somebody has it open, and does not tell him");
-            QTRY_COMPARE_WITH_TIMEOUT(m_logger->texts(Log::Level::Warning).size(), round + 1, patienceMs);
-        }
-        m_changes.clear();
-        QVERIFY(QDir().mkpath(m_folder));
-        QVERIFY(rewrite(path(QStringLiteral("Early.tmp"))));
-        QTRY_VERIFY_WITH_TIMEOUT(count(QStringLiteral("Early.tmp"), Action::Modified) > 0, patienceMs);
-        QVERIFY(rewrite(path(QStringLiteral("Late.tmp"))));
-        QTRY_VERIFY_WITH_TIMEOUT(
-            count(QStringLiteral("Late.tmp"), Action::Added) + count(QStringLiteral("Late.tmp"), Action::Modified) > 0,
-            patienceMs);
-    }
-}
-
-// More changes than the system keeps, while the watcher is held up: afterwards every file is told.
-void FolderWatcherTest::overflow() {
-    const int changes = 20000;
-    QSemaphore isHeld;
-    QSemaphore mayGoOn;
-    const auto holdUp = [&isHeld, &mayGoOn](const QString& path, Action) {
-        if (path.endsWith(QLatin1String("/First.tmp"))) {
-            isHeld.release();
-            mayGoOn.tryAcquire(1, 60000);
-        }
-    };
-    const auto connection = connect(m_watcher.get(), &FolderWatcher::Changed, m_watcher.get(), holdUp, Qt::DirectConnection);
-    QVERIFY(rewrite(path(QStringLiteral("Quiet.tmp"))));
-    QVERIFY(m_watcher->start(m_folder));
-    QVERIFY(rewrite(path(QStringLiteral("First.tmp"))));
-    QVERIFY(isHeld.tryAcquire(1, patienceMs));
-    disconnect(connection);
-    for (int change = 0; change < changes; change += 2) {
-        QVERIFY(rewrite(path(QStringLiteral("A name that fills the buffer of the system %1.tmp").arg(change % 4))));
-        QVERIFY(QFile::remove(path(QStringLiteral("A name that fills the buffer of the system %1.tmp").arg(change % 4))));
-    }
-    mayGoOn.release(10);
-    QTRY_VERIFY_WITH_TIMEOUT(count(QStringLiteral("Quiet.tmp"), Action::Modified) > 0, patienceMs);
-    QVERIFY(rewrite(path(QStringLiteral("After.tmp"))));
-    QTRY_VERIFY_WITH_TIMEOUT(count(QStringLiteral("After.tmp"), Action::Added) > 0, patienceMs);
-}
-
-void FolderWatcherTest::stopping() {
-    QVERIFY(m_watcher->start(m_folder));
-    QElapsedTimer timer;
-    timer.start();
-    m_watcher->stop();
-    QVERIFY(timer.elapsed() < 1000);
-    QVERIFY(rewrite(path(QStringLiteral("Unseen.tmp"))));
-    QTest::qWait(100);
-    QCOMPARE(count(QStringLiteral("Unseen.tmp"), Action::Added) + count(QStringLiteral("Unseen.tmp"), Action::Modified), 0);
-    QVERIFY(m_watcher->start(m_folder + QStringLiteral("/missing")));
-    timer.restart();
-    m_watcher.reset();
-    QVERIFY(timer.elapsed() < 1000);
-}
-
-void FolderWatcherTest::names() {
-    QStringList names;
-    for (const Action action : {Action::Added, Action::Removed, Action::Modified, Action::RenamedFrom, Action::RenamedTo,
-                                Action::Unknown, static_cast<Action>(99)})
-        names += CloudUtil::actionName(action);
-    QCOMPARE(names.join(QLatin1Char(',')), QStringLiteral("Added,Removed,Modified,Renamed from,Renamed to,Unknown,Unknown"));
-}
 
 QTEST_GUILESS_MAIN(FolderWatcherTest)
 #include "FolderWatcherTest.moc"

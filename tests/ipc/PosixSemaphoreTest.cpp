@@ -1,15 +1,10 @@
-#include "TestKit/LockHelper.h"
+#include "TestKit/HelperProcess.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Locks/CrossProcessLock.h"
 #include "VqUtil/Locks/NamedSemaphore.h"
 #include "VqUtil/Locks/ProcessGuard.h"
 
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QSystemSemaphore>
-#include <QTemporaryDir>
-#include <QtTest>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/wait.h>
@@ -17,22 +12,133 @@
 
 using namespace Velquor;
 using namespace Velquor::Util;
-using TestKit::LockHelper;
+using TestKit::HelperProcess;
 
 /// The kernel object that this library shares with every user of a plain QSystemSemaphore, and what can happen to it.
 class PosixSemaphoreTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_logger->clear();
+        removeObject();
+    }
+
     void cleanup() { removeObject(); }
-    void plainHolderIsRespected();
-    void plainHolderWaitsForUs();
-    void leakedCountIsRepaired();
-    void unfinishedCreationIsRepaired();
-    void removedWhileHeld();
-    void signalsDoNotShortenTheWait();
-    void deletedLockFile();
+
+    // However long it holds the semaphore: it lives, so its count is not "repaired".
+    void aHolderOfThePlainSemaphoreIsRespected() {
+        HelperProcess holder("lock_helper", {"hold-plain", plainKey()});
+        QCOMPARE(holder.nextLine(), QByteArray("held"));
+        CrossProcessLock lock = makeLock();
+        for (const int timeout : {0, 300}) {
+            const TestKit::Stopwatch timer;
+            QVERIFY(!lock.acquire(timeout));
+            const qint64 elapsed = timer.elapsed();
+            QVERIFY2(elapsed >= timeout && elapsed < timeout + 1500, qPrintable(QString::number(elapsed)));
+        }
+        QCOMPARE(count(), 0);
+        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 2);
+        QCOMPARE(m_logger->texts().size(), 2);
+        QVERIFY(holder.finish());
+        QVERIFY(lock.acquire(1000));
+    }
+
+    void aProgramWithThePlainSemaphoreWaitsForUs() {
+        CrossProcessLock lock = makeLock();
+        QVERIFY(lock.acquire(1000));
+        HelperProcess other("lock_helper", {"hold-plain", plainKey()});
+        QVERIFY(!other.waitForReadyRead(300));
+        lock.release();
+        QCOMPARE(other.nextLine(), QByteArray("held"));
+        QVERIFY(other.finish());
+    }
+
+    void aLeakedCountIsRepaired() {
+        CrossProcessLock lock = makeLock();
+        QVERIFY(lock.acquire(1000)); // makes the object
+        lock.release();
+        const int id = object();
+        const pid_t child = ::fork();
+        if (child == 0) {
+            struct sembuf take {
+                0, -1, 0
+            }; // without undo, as older programs do
+            ::_exit(::semop(id, &take, 1));
+        }
+        int status = -1;
+        QVERIFY(::waitpid(child, &status, 0) == child && status == 0);
+        QCOMPARE(count(), 0);
+        const TestKit::Stopwatch timer;
+        QVERIFY(lock.acquire(5000));
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(count(), 0);
+        lock.release();
+        QCOMPARE(count(), 1); // and not 2
+        QCOMPARE(m_logger->texts().size(), 1);
+        QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
+    }
+
+    // A process that died between making the semaphore and setting its count.
+    void anUnfinishedCreationIsRepaired() {
+        QVERIFY(object(IPC_CREAT) != -1);
+        QCOMPARE(count(), 0);
+        CrossProcessLock lock = makeLock();
+        QVERIFY(lock.acquire(2000));
+        lock.release();
+        QCOMPARE(count(), 1);
+    }
+
+    // QSystemSemaphore removes the object when its creator ends, even while another process holds it.
+    void aRemovedSemaphoreLetsNobodyIn() {
+        auto creator = std::make_unique<QSystemSemaphore>(plainKey(), 1);
+        QVERIFY(creator->acquire() && creator->release());
+        CrossProcessLock lock = makeLock();
+        QVERIFY(lock.acquire(1000));
+        creator.reset();
+        NamedSemaphore newcomer(m_key);
+        QVERIFY(newcomer.acquire(0) == NamedSemaphore::Result::Acquired); // the format's weakness, which the guard makes up for
+        CrossProcessLock second = makeLock();
+        QVERIFY(!second.acquire(0));
+        lock.release();
+        QCOMPARE(count(), 0); // ours went with the old object
+        newcomer.release();
+        QCOMPARE(count(), 1);
+        QVERIFY(lock.acquire(1000));
+    }
+
+    void signalsDoNotShortenTheWait() {
+        NamedSemaphore holder(m_key);
+        QVERIFY(holder.acquire(0) == NamedSemaphore::Result::Acquired);
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        QCOMPARE(::sigaction(SIGALRM, &action, nullptr), 0);
+        ::ualarm(10000, 10000);
+        NamedSemaphore waiter(m_key);
+        const TestKit::Stopwatch timer;
+        const NamedSemaphore::Result result = waiter.acquire(300);
+        const qint64 elapsed = timer.elapsed();
+        ::ualarm(0, 0);
+        QVERIFY(result == NamedSemaphore::Result::TimedOut);
+        QVERIFY2(elapsed >= 295 && elapsed < 600, qPrintable(QString::number(elapsed)));
+    }
+
+    // Deleting the lock file must not admit a newcomer together with a process that waited on the old file.
+    void aDeletedLockFileLetsOneIn() {
+        const QString file = m_folder->filePath("name.lock");
+        ProcessGuard first("name", m_folder->path());
+        QVERIFY(first.acquire(0) == ProcessGuard::Result::Acquired);
+        ProcessGuard second("name", m_folder->path());
+        QVERIFY(second.acquire(0) == ProcessGuard::Result::TimedOut);
+        QVERIFY(QFile::remove(file));
+        QVERIFY(second.acquire(0) == ProcessGuard::Result::Acquired);
+        first.release();
+        QVERIFY(first.acquire(0) == ProcessGuard::Result::TimedOut);
+        QVERIFY(QFile::remove(file) && QDir().mkdir(file));
+        ProcessGuard third("name", m_folder->path());
+        QVERIFY(third.acquire(100) == ProcessGuard::Result::Failed && !third.errorText().isEmpty());
+    }
 
 private:
     [[nodiscard]] CrossProcessLock makeLock() const { return {m_key, m_folder->path(), m_logger}; }
@@ -54,128 +160,6 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::shared_ptr<TestKit::RecordingLogger> m_logger = std::make_shared<TestKit::RecordingLogger>();
 };
-
-void PosixSemaphoreTest::init() {
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_logger->clear();
-    removeObject();
-}
-
-// However long it holds the semaphore: it lives, so its count is not "repaired".
-void PosixSemaphoreTest::plainHolderIsRespected() {
-    LockHelper holder({QStringLiteral("hold-plain"), plainKey()});
-    QVERIFY(holder.isHolding());
-    CrossProcessLock lock = makeLock();
-    for (const int timeout : {0, 300}) {
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY(!lock.acquire(timeout));
-        const qint64 elapsed = timer.elapsed();
-        QVERIFY2(elapsed >= timeout && elapsed < timeout + 1500, qPrintable(QString::number(elapsed)));
-    }
-    QCOMPARE(count(), 0);
-    QCOMPARE(m_logger->texts(Log::Level::Error).size(), 2);
-    QCOMPARE(m_logger->texts().size(), 2);
-    QVERIFY(holder.finish());
-    QVERIFY(lock.acquire(1000));
-}
-
-void PosixSemaphoreTest::plainHolderWaitsForUs() {
-    CrossProcessLock lock = makeLock();
-    QVERIFY(lock.acquire(1000));
-    LockHelper other({QStringLiteral("hold-plain"), plainKey()});
-    QVERIFY(!other.waitForReadyRead(300));
-    lock.release();
-    QVERIFY(other.isHolding());
-    QVERIFY(other.finish());
-}
-
-void PosixSemaphoreTest::leakedCountIsRepaired() {
-    CrossProcessLock lock = makeLock();
-    QVERIFY(lock.acquire(1000)); // makes the object
-    lock.release();
-    const int id = object();
-    const pid_t child = ::fork();
-    if (child == 0) {
-        struct sembuf take {
-            0, -1, 0
-        }; // without undo, as older programs do
-        ::_exit(::semop(id, &take, 1));
-    }
-    int status = -1;
-    QVERIFY(::waitpid(child, &status, 0) == child && status == 0);
-    QCOMPARE(count(), 0);
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(lock.acquire(5000));
-    QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
-    QCOMPARE(count(), 0);
-    lock.release();
-    QCOMPARE(count(), 1); // and not 2
-    QCOMPARE(m_logger->texts().size(), 1);
-    QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
-}
-
-// A process that died between making the semaphore and setting its count.
-void PosixSemaphoreTest::unfinishedCreationIsRepaired() {
-    QVERIFY(object(IPC_CREAT) != -1);
-    QCOMPARE(count(), 0);
-    CrossProcessLock lock = makeLock();
-    QVERIFY(lock.acquire(2000));
-    lock.release();
-    QCOMPARE(count(), 1);
-}
-
-// QSystemSemaphore removes the object when its creator ends, even under somebody who holds it.
-void PosixSemaphoreTest::removedWhileHeld() {
-    auto creator = std::make_unique<QSystemSemaphore>(plainKey(), 1);
-    QVERIFY(creator->acquire() && creator->release());
-    CrossProcessLock lock = makeLock();
-    QVERIFY(lock.acquire(1000));
-    creator.reset();
-    NamedSemaphore newcomer(m_key);
-    QVERIFY(newcomer.acquire(0) == NamedSemaphore::Result::Acquired); // the format's weakness, which the guard makes up for
-    CrossProcessLock second = makeLock();
-    QVERIFY(!second.acquire(0));
-    lock.release();
-    QCOMPARE(count(), 0); // ours went with the old object
-    newcomer.release();
-    QCOMPARE(count(), 1);
-    QVERIFY(lock.acquire(1000));
-}
-
-void PosixSemaphoreTest::signalsDoNotShortenTheWait() {
-    NamedSemaphore holder(m_key);
-    QVERIFY(holder.acquire(0) == NamedSemaphore::Result::Acquired);
-    struct sigaction action {};
-    action.sa_handler = [](int) {};
-    QCOMPARE(::sigaction(SIGALRM, &action, nullptr), 0);
-    ::ualarm(10000, 10000);
-    NamedSemaphore waiter(m_key);
-    QElapsedTimer timer;
-    timer.start();
-    const NamedSemaphore::Result result = waiter.acquire(300);
-    const qint64 elapsed = timer.elapsed();
-    ::ualarm(0, 0);
-    QVERIFY(result == NamedSemaphore::Result::TimedOut);
-    QVERIFY2(elapsed >= 295 && elapsed < 600, qPrintable(QString::number(elapsed)));
-}
-
-// A lock file that somebody deletes must not let a newcomer in beside the one who waited on the old file.
-void PosixSemaphoreTest::deletedLockFile() {
-    const QString file = m_folder->filePath(QStringLiteral("name.lock"));
-    ProcessGuard first(QStringLiteral("name"), m_folder->path());
-    QVERIFY(first.acquire(0) == ProcessGuard::Result::Acquired);
-    ProcessGuard second(QStringLiteral("name"), m_folder->path());
-    QVERIFY(second.acquire(0) == ProcessGuard::Result::TimedOut);
-    QVERIFY(QFile::remove(file));
-    QVERIFY(second.acquire(0) == ProcessGuard::Result::Acquired);
-    first.release();
-    QVERIFY(first.acquire(0) == ProcessGuard::Result::TimedOut);
-    QVERIFY(QFile::remove(file) && QDir().mkdir(file));
-    ProcessGuard third(QStringLiteral("name"), m_folder->path());
-    QVERIFY(third.acquire(100) == ProcessGuard::Result::Failed && !third.errorText().isEmpty());
-}
 
 QTEST_GUILESS_MAIN(PosixSemaphoreTest)
 #include "PosixSemaphoreTest.moc"

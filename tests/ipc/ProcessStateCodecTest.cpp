@@ -1,39 +1,24 @@
 #include "VqUtil/ProcessState/ProcessStateCodec.h"
-
-#include <QDataStream>
-#include <QRandomGenerator>
-#include <QtTest>
+#include "TestKit/Test.h"
 
 using namespace Velquor::Util;
-
-/// The bytes of the process state block, which other programs write too, and which nobody vouches for.
-class ProcessStateCodecTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void layout();
-    void readsWhatQtWrites();
-    void hostileBlocks_data();
-    void hostileBlocks();
-    void mutatedBlocks();
-};
 
 namespace {
 
 constexpr int blockSize = 65536;
 
 ProcessRecords someRecords() {
-    return {{1234, QStringLiteral("/opt/App"), {{QStringLiteral("A"), true}, {QStringLiteral("B"), QStringLiteral("x\u00e9")}}},
+    return {{1234, "/opt/App", {{"A", true}, {"B", "x\u00e9"}}},
             {4294967296LL, QString(), {}},
             {-1,
              QStringLiteral(""),
              {{QString(), QVariant()},
-              {QStringLiteral("n"), -5},
-              {QStringLiteral("u"), 7U},
-              {QStringLiteral("l"), Q_INT64_C(-9000000000)},
-              {QStringLiteral("L"), ~Q_UINT64_C(0)},
-              {QStringLiteral("g"), QVariant::fromValue(77L)},
-              {QStringLiteral("s"), QVariant::fromValue<short>(-3)}}}};
+              {"n", -5},
+              {"u", 7U},
+              {"l", Q_INT64_C(-9000000000)},
+              {"L", ~Q_UINT64_C(0)},
+              {"g", QVariant::fromValue(77L)},
+              {"s", QVariant::fromValue<short>(-3)}}}};
 }
 
 // The sizes in it are small, so that one changed bit makes them wrong.
@@ -68,132 +53,137 @@ void mutate(QByteArray& block, QRandomGenerator& random) {
 
 } // namespace
 
-void ProcessStateCodecTest::layout() {
-    const ProcessRecords records{
-        {0x1234, QStringLiteral("/a"), {{QStringLiteral("A"), true}, {QStringLiteral("B"), QStringLiteral("x")}}}};
-    const QByteArray expected = QByteArray::fromHex("00000001"
-                                                    "0000000000001234"
-                                                    "00000004002f0061" // count, id, path
-                                                    "00000002"         // the greatest key first
-                                                    "000000020042"
-                                                    "0000000a00"
-                                                    "000000020078"
-                                                    "000000020041"
-                                                    "0000000100"
-                                                    "01");
-    const QByteArray block = ProcessStateCodec::encode(records, blockSize);
-    QCOMPARE(block.left(expected.size()), expected);
-    QCOMPARE(block.size(), blockSize);
-    QCOMPARE(block.mid(expected.size()).count('\0'), blockSize - expected.size());
-    const auto decoded = ProcessStateCodec::decode(block);
-    QVERIFY(decoded.records == records);
-    QCOMPARE(decoded.used, expected.size());
-    QCOMPARE(decoded.examined, expected.size());
-}
+/// The bytes of the process state block, which other programs write too and which may be damaged.
+class ProcessStateCodecTest : public QObject {
+    Q_OBJECT
 
-void ProcessStateCodecTest::readsWhatQtWrites() {
-    QByteArray block;
-    QDataStream stream(&block, QIODevice::WriteOnly);
-    const ProcessRecords records = someRecords();
-    stream << static_cast<qint32>(records.size());
-    for (const auto& record : records)
-        stream << record.processId << record.executablePath << record.properties;
-    const auto decoded = ProcessStateCodec::decode(block);
-    QVERIFY(decoded.records == records);
-    for (auto one = decoded.records.last().properties.cbegin(); one != decoded.records.last().properties.cend(); ++one)
-        QCOMPARE(one.value().userType(), records.last().properties.value(one.key()).userType());
-    QCOMPARE(decoded.used, block.size());
-    const QByteArray written = ProcessStateCodec::encode(records, 0);
-    QCOMPARE(written.size(), block.size());
-    QDataStream reading(written);
-    qint32 count = 0;
-    reading >> count;
-    for (const auto& record : records) {
-        ProcessRecord read;
-        reading >> read.processId >> read.executablePath >> read.properties;
-        QVERIFY(read == record);
-    }
-    QVERIFY(count == records.size() && reading.atEnd() && reading.status() == QDataStream::Ok);
-}
-
-void ProcessStateCodecTest::hostileBlocks_data() {
-    QTest::addColumn<QByteArray>("block");
-    QTest::addColumn<int>("records");
-    QTest::addColumn<int>("properties"); // of the last record
-    const QByteArray id = QByteArray::fromHex("0000000000001234");
-    const QByteArray path = QByteArray::fromHex("00000004002f0061");
-    const QByteArray flagB = QByteArray::fromHex("000000020042"
-                                                 "0000000100"
-                                                 "01");
-    const QByteArray flagA = QByteArray::fromHex("000000020041"
-                                                 "0000000100"
-                                                 "01");
-    const QByteArray whole = id + path + QByteArray::fromHex("00000001") + flagB;
-    QTest::newRow("nothing") << QByteArray() << 0 << 0;
-    QTest::newRow("shorter than a count") << QByteArray(3, '\x01') << 0 << 0;
-    QTest::newRow("zeros") << QByteArray(blockSize, '\0') << 0 << 0;
-    QTest::newRow("ones") << QByteArray(blockSize, '\xff') << 0 << 0;
-    QTest::newRow("negative count") << withCount("80000000", whole) << 0 << 0;
-    QTest::newRow("greatest count") << withCount("7fffffff", whole) << 1 << 1;
-    QTest::newRow("greatest count, zeros behind")
-        << withCount("7fffffff", QByteArray(blockSize - 4, '\0')) << 4096 << 0 /* the last without properties */;
-    QTest::newRow("id breaks off") << withCount("00000002", whole + id.left(7)) << 1 << 1;
-    QTest::newRow("path breaks off") << withCount("00000002", whole + id + path.left(6)) << 1 << 1;
-    QTest::newRow("path of almost 4 GiB") << withCount("00000001", id + QByteArray::fromHex("fffffffe") + path) << 0 << 0;
-    QTest::newRow("path of odd length") << withCount("00000001", id + QByteArray::fromHex("00000003") + path) << 0 << 0;
-    QTest::newRow("path longer than the block by one letter")
-        << withCount("00000001", id + QByteArray::fromHex("00000006002f0061")) << 0 << 0;
-    QTest::newRow("null path") << withCount("00000001", id + QByteArray::fromHex("ffffffff00000001") + flagB) << 1 << 1;
-    QTest::newRow("greatest count of properties")
-        << withCount("00000001", id + path + QByteArray::fromHex("ffffffff") + flagB + flagA) << 1 << 2;
-    QTest::newRow("property breaks off") << withCount("00000001",
-                                                      id + path + QByteArray::fromHex("00000002") + flagB + flagA.left(10))
-                                         << 1 << 1;
-    QTest::newRow("value of another type") << withCount("00000002", id + path + QByteArray::fromHex("00000002") + flagB
-                                                                        + QByteArray::fromHex("000000020041"
-                                                                                              "0000000900"
-                                                                                              "ffffffff")
-                                                                        + whole)
-                                           << 1 << 1;
-    QTest::newRow("value of a named type") << withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB
-                                                                        + QByteArray::fromHex("000000020041"
-                                                                                              "0000040000"
-                                                                                              "7fffffff41"))
-                                           << 1 << 1;
-    QTest::newRow("the same key twice") << withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagB) << 1
-                                        << 1;
-}
-
-void ProcessStateCodecTest::hostileBlocks() {
-    QFETCH(QByteArray, block);
-    QFETCH(int, records);
-    QFETCH(int, properties);
-    const auto decoded = ProcessStateCodec::decode(block);
-    QCOMPARE(decoded.records.size(), records);
-    QCOMPARE(decoded.records.value(records - 1).properties.size(), properties);
-    QVERIFY(decoded.used <= decoded.examined && decoded.examined <= block.size());
-}
-
-// Whatever comes out is no larger than what went in, is written and read again unchanged, and hangs on the examined bytes only.
-void ProcessStateCodecTest::mutatedBlocks() {
-    QRandomGenerator random(20240711);
-    int withRecords = 0;
-    for (int round = 0; round < 20000; ++round) {
-        QByteArray block = ProcessStateCodec::encode(someRecords(), 400);
-        mutate(block, random);
+private slots:
+    void theBlockHasTheDocumentedLayout() {
+        const ProcessRecords records{{0x1234, "/a", {{"A", true}, {"B", "x"}}}};
+        const QByteArray expected = QByteArray::fromHex("00000001"
+                                                        "0000000000001234"
+                                                        "00000004002f0061" // count, id, path
+                                                        "00000002"         // the greatest key first
+                                                        "000000020042"
+                                                        "0000000a00"
+                                                        "000000020078"
+                                                        "000000020041"
+                                                        "0000000100"
+                                                        "01");
+        const QByteArray block = ProcessStateCodec::encode(records, blockSize);
+        QCOMPARE(block.left(expected.size()), expected);
+        QCOMPARE(block.size(), blockSize);
+        QCOMPARE(block.mid(expected.size()).count('\0'), blockSize - expected.size());
         const auto decoded = ProcessStateCodec::decode(block);
-        QVERIFY2(decoded.records.size() * 12 <= block.size() && textSize(decoded.records) <= 2 * block.size(),
-                 qPrintable(QString::number(round)));
-        const auto again = ProcessStateCodec::decode(ProcessStateCodec::encode(decoded.records, 0));
-        QVERIFY2(again.records == decoded.records, block.toHex().constData());
-        QByteArray other = block.left(decoded.examined);
-        if (decoded.examined < block.size())
-            other += QByteArray(50, '\x5a');
-        QVERIFY2(ProcessStateCodec::decode(other).records == decoded.records, block.toHex().constData());
-        withRecords += decoded.records.isEmpty() ? 0 : 1;
+        QVERIFY(decoded.records == records);
+        QCOMPARE(decoded.used, expected.size());
+        QCOMPARE(decoded.examined, expected.size());
     }
-    QVERIFY2(withRecords > 5000, "hardly any mutation got past the first bytes");
-}
+
+    void qtAndTheCodecReadEachOther() {
+        QByteArray block;
+        QDataStream stream(&block, QIODevice::WriteOnly);
+        const ProcessRecords records = someRecords();
+        stream << static_cast<qint32>(records.size());
+        for (const auto& record : records)
+            stream << record.processId << record.executablePath << record.properties;
+        const auto decoded = ProcessStateCodec::decode(block);
+        QVERIFY(decoded.records == records);
+        for (auto one = decoded.records.last().properties.cbegin(); one != decoded.records.last().properties.cend(); ++one)
+            QCOMPARE(one.value().userType(), records.last().properties.value(one.key()).userType());
+        QCOMPARE(decoded.used, block.size());
+        const QByteArray written = ProcessStateCodec::encode(records, 0);
+        QCOMPARE(written.size(), block.size());
+        QDataStream reading(written);
+        qint32 count = 0;
+        reading >> count;
+        for (const auto& record : records) {
+            ProcessRecord read;
+            reading >> read.processId >> read.executablePath >> read.properties;
+            QVERIFY(read == record);
+        }
+        QVERIFY(count == records.size() && reading.atEnd() && reading.status() == QDataStream::Ok);
+    }
+
+    void hostileBlocksGiveTheirWholeRecordsOnly_data() {
+        // properties: of the last record
+        const Velquor::TestKit::Columns<QByteArray, int, int> row("block", "records", "properties");
+        const QByteArray id = QByteArray::fromHex("0000000000001234");
+        const QByteArray path = QByteArray::fromHex("00000004002f0061");
+        const QByteArray flagB = QByteArray::fromHex("000000020042"
+                                                     "0000000100"
+                                                     "01");
+        const QByteArray flagA = QByteArray::fromHex("000000020041"
+                                                     "0000000100"
+                                                     "01");
+        const QByteArray whole = id + path + QByteArray::fromHex("00000001") + flagB;
+        row("nothing", {}, 0, 0);
+        row("shorter than a count", QByteArray(3, '\x01'), 0, 0);
+        row("zeros", QByteArray(blockSize, '\0'), 0, 0);
+        row("ones", QByteArray(blockSize, '\xff'), 0, 0);
+        row("negative count", withCount("80000000", whole), 0, 0);
+        row("greatest count", withCount("7fffffff", whole), 1, 1);
+        row("greatest count, zeros behind", withCount("7fffffff", QByteArray(blockSize - 4, '\0')), 4096,
+            0 /* the last without properties */);
+        row("id breaks off", withCount("00000002", whole + id.left(7)), 1, 1);
+        row("path breaks off", withCount("00000002", whole + id + path.left(6)), 1, 1);
+        row("path of almost 4 GiB", withCount("00000001", id + QByteArray::fromHex("fffffffe") + path), 0, 0);
+        row("path of odd length", withCount("00000001", id + QByteArray::fromHex("00000003") + path), 0, 0);
+        row("path longer than the block by one letter", withCount("00000001", id + QByteArray::fromHex("00000006002f0061")), 0,
+            0);
+        row("null path", withCount("00000001", id + QByteArray::fromHex("ffffffff00000001") + flagB), 1, 1);
+        row("greatest count of properties", withCount("00000001", id + path + QByteArray::fromHex("ffffffff") + flagB + flagA), 1,
+            2);
+        row("property breaks off", withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagA.left(10)), 1,
+            1);
+        row("value of another type",
+            withCount("00000002", id + path + QByteArray::fromHex("00000002") + flagB
+                                      + QByteArray::fromHex("000000020041"
+                                                            "0000000900"
+                                                            "ffffffff")
+                                      + whole),
+            1, 1);
+        row("value of a named type",
+            withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB
+                                      + QByteArray::fromHex("000000020041"
+                                                            "0000040000"
+                                                            "7fffffff41")),
+            1, 1);
+        row("the same key twice", withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagB), 1, 1);
+    }
+
+    void hostileBlocksGiveTheirWholeRecordsOnly() {
+        QFETCH(QByteArray, block);
+        QFETCH(int, records);
+        QFETCH(int, properties);
+        const auto decoded = ProcessStateCodec::decode(block);
+        QCOMPARE(decoded.records.size(), records);
+        QCOMPARE(decoded.records.value(records - 1).properties.size(), properties);
+        QVERIFY(decoded.used <= decoded.examined && decoded.examined <= block.size());
+    }
+
+    // Whatever comes out is no larger than what went in, is written and read again unchanged, and hangs on the examined bytes
+    // only.
+    void mutatedBlocksDoNoHarm() {
+        QRandomGenerator random(20240711);
+        int withRecords = 0;
+        for (int round = 0; round < 20000; ++round) {
+            QByteArray block = ProcessStateCodec::encode(someRecords(), 400);
+            mutate(block, random);
+            const auto decoded = ProcessStateCodec::decode(block);
+            QVERIFY2(decoded.records.size() * 12 <= block.size() && textSize(decoded.records) <= 2 * block.size(),
+                     qPrintable(QString::number(round)));
+            const auto again = ProcessStateCodec::decode(ProcessStateCodec::encode(decoded.records, 0));
+            QVERIFY2(again.records == decoded.records, block.toHex().constData());
+            QByteArray other = block.left(decoded.examined);
+            if (decoded.examined < block.size())
+                other += QByteArray(50, '\x5a');
+            QVERIFY2(ProcessStateCodec::decode(other).records == decoded.records, block.toHex().constData());
+            withRecords += decoded.records.isEmpty() ? 0 : 1;
+        }
+        QVERIFY2(withRecords > 5000, "hardly any mutation got past the first bytes");
+    }
+};
 
 QTEST_APPLESS_MAIN(ProcessStateCodecTest)
 #include "ProcessStateCodecTest.moc"

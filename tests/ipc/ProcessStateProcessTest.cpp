@@ -1,27 +1,18 @@
+#include "TestKit/HelperProcess.h"
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Soak.h"
-#include "TestKit/StateHelper.h"
+#include "TestKit/Test.h"
 #include "VqUtil/ProcessState/ProcessState.h"
-
-#include <QDateTime>
-#include <QDir>
-#include <QFileInfo>
-#include <QRandomGenerator>
-#include <QSystemSemaphore>
-#include <QTemporaryDir>
-#include <QUuid>
-#include <QtTest>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::Util;
 using TestKit::rounds;
-using TestKit::StateHelper;
+using TestKit::HelperProcess;
 
 namespace {
 
 ProcessProperties flag(const char* name) {
-    return {{QStringLiteral("ProductKey"), QStringLiteral("PRODUCT")}, {QLatin1String(name), true}};
+    return {{"ProductKey", "PRODUCT"}, {QLatin1String(name), true}};
 }
 
 } // namespace
@@ -32,18 +23,142 @@ class ProcessStateProcessTest : public QObject {
 
 private slots:
     void initTestCase() { qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_folder.path())); }
-    void init();
-    void cleanup();
-    void killedProcess_data();
-    void killedProcess();
-    void anotherExecutable();
-    void oneWinner();
-    void crashCycles();
-    void manyOpens();
+
+    void init() {
+        m_key = QStringLiteral("VqProcessStateProcessTest") + QUuid::createUuid().toString(QUuid::Id128);
+        m_state = open(services());
+        QVERIFY(m_state->ensureCreated());
+        m_logger->clear();
+    }
+
+    // The block goes with its last process; only the file of the lock may stay, and the semaphore, which is removed here.
+    void cleanup() {
+        m_state.reset();
+        const QString user = QString::number(QFileInfo(m_folder.path()).ownerId());
+        const QSystemSemaphore removed(m_key + QStringLiteral(".Semaphore.") + user, 1, QSystemSemaphore::Create);
+        QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
+    }
+
+    void theFlagOfADeadProcessCountsForNothing_data() {
+        const TestKit::Columns<bool> row("killed");
+        row("killed", true);
+        row("ended by itself", false);
+    }
+
+    void theFlagOfADeadProcessCountsForNothing() {
+        QFETCH(bool, killed);
+        const auto helper = run();
+        QCOMPARE(helper->nextLine(), QByteArray("ready"));
+        helper->tell("set TokenRefreshInProgress");
+        QCOMPARE(helper->nextLine(), QByteArray("set"));
+        QVERIFY(m_state->queryProperty(flag("TokenRefreshInProgress")));
+        QVERIFY(!m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
+        if (killed) {
+            helper->killNow();
+        } else {
+            helper->tell("die");
+            QVERIFY(helper->waitForFinished(10000));
+        }
+        QVERIFY(!m_state->queryProperty(flag("TokenRefreshInProgress")));
+        QVERIFY(m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
+        QCOMPARE(m_logger->texts(Log::Level::Information),
+                 QStringList("Removing 1 dead process(es) in process state shared memory"));
+    }
+
+    // A process id with another executable belongs to another process by now.
+    void aReusedProcessIdCountsForNothing() {
+        const auto helper = run();
+        QCOMPARE(helper->nextLine(), QByteArray("ready"));
+        ProcessStateDependencies fake = services();
+        fake.ownProcessId = helper->processId();
+        const QString path =
+            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()
+                      + (fake.ownExecutablePath.endsWith(QLatin1String(".exe")) ? QStringLiteral(".exe") : QString()))
+                .absoluteFilePath();
+        const QStringList paths{path, path.toUpper(), QDir::cleanPath(path + QStringLiteral("/../") + QFileInfo(path).fileName()),
+                                QString()};
+        for (const QString& same : paths) {
+            fake.ownExecutablePath = same;
+            open(fake)->deleteProcessState();
+            open(fake)->setPropertyMap(flag("A"));
+            QVERIFY2(m_state->queryProperty(flag("A")), qPrintable(same));
+        }
+        for (const QString& other : QStringList{path + "x", services().ownExecutablePath, "/"}) {
+            fake.ownExecutablePath = other;
+            open(fake)->deleteProcessState();
+            open(fake)->setPropertyMap(flag("A"));
+            QVERIFY2(!m_state->queryProperty(flag("A")), qPrintable(other));
+        }
+        QVERIFY(helper->finish());
+    }
+
+    // Eight processes want to do the same work at once.
+    void oneOfEightProcessesWinsAFlag() {
+        std::vector<std::unique_ptr<HelperProcess>> helpers;
+        for (int count = 0; count < 8; ++count)
+            helpers.push_back(run());
+        for (const auto& helper : helpers)
+            QCOMPARE(helper->nextLine(), QByteArray("ready"));
+        for (int round = 0; round < rounds(100, 1000); ++round) {
+            const qint64 moment = QDateTime::currentMSecsSinceEpoch() + 5;
+            for (const auto& helper : helpers)
+                helper->tell("claim Flag" + QByteArray::number(round) + ' ' + QByteArray::number(moment));
+            int won = 0;
+            int lost = 0;
+            for (const auto& helper : helpers) {
+                const QByteArray answer = helper->nextLine();
+                won += answer == "won" ? 1 : 0;
+                lost += answer == "lost" ? 1 : 0;
+            }
+            QCOMPARE(won, 1);
+            QCOMPARE(lost, 7);
+        }
+        for (const auto& helper : helpers)
+            QVERIFY(helper->finish());
+        QVERIFY(isEmptied());
+    }
+
+    // Killed at any moment, even in the middle of a write: no process waits for the dead one, and the flags of others stay.
+    void killsDuringWritesLeaveNoOrphan() {
+        const auto bystander = run();
+        QCOMPARE(bystander->nextLine(), QByteArray("ready"));
+        bystander->tell("set Bystander");
+        QCOMPARE(bystander->nextLine(), QByteArray("set"));
+        for (int round = 0; round < rounds(20, 200); ++round) {
+            const auto victim = run("busy");
+            QVERIFY(victim->waitForReadyRead(20000));
+            QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(1, 20)));
+            victim->killNow();
+            QVERIFY(!m_state->queryProperty(flag("Busy")));
+            QVERIFY(m_state->setUnlessSetElsewhere(flag("Busy")));
+            QVERIFY(m_state->queryProperty(flag("Bystander")));
+            m_state->deleteProcessState();
+        }
+        QVERIFY(bystander->finish());
+        QVERIFY(isEmptied());
+        TestKit::figure("processes killed while they write the shared block", "no orphan, no flag of the dead",
+                        QStringLiteral("%1 cycles").arg(rounds(20, 200)));
+    }
+
+    void opensInManyProcessesNeverFail() {
+        m_state.reset(); // so that the block comes and goes with them
+        std::vector<std::unique_ptr<HelperProcess>> helpers;
+        for (int count = 0; count < 4; ++count)
+            helpers.push_back(run(QString::number(rounds(100, 2500))));
+        for (const auto& helper : helpers)
+            QVERIFY2(helper->finish(), qPrintable(QStringLiteral("exit code %1").arg(helper->exitCode())
+                                                  + QString::fromLocal8Bit(helper->readAllStandardError())));
+        QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
+        m_state = open(services());
+        QVERIFY(m_state->ensureCreated());
+        QVERIFY(m_logger->texts(Log::Level::Information).last().startsWith("Created "));
+        TestKit::figure("opens of the shared block by 4 processes", "no failed open",
+                        QStringLiteral("%1 opens").arg(4 * rounds(100, 2500)));
+    }
 
 private:
-    [[nodiscard]] std::unique_ptr<StateHelper> run(const QString& what = {}) const {
-        return std::make_unique<StateHelper>(QStringList{m_key, m_folder.path(), what});
+    [[nodiscard]] std::unique_ptr<HelperProcess> run(const QString& what = {}) const {
+        return std::make_unique<HelperProcess>("state_helper", QStringList{m_key, m_folder.path(), what});
     }
     [[nodiscard]] std::unique_ptr<ProcessState> open(ProcessStateDependencies services) const {
         auto state = std::make_unique<ProcessState>(std::move(services));
@@ -51,145 +166,13 @@ private:
         return state;
     }
     [[nodiscard]] ProcessStateDependencies services() const { return systemProcessStateServices(m_folder.path(), m_logger); }
-    [[nodiscard]] bool isEmptied() const { return m_state->dump({}).contains(QStringLiteral("Processes (0):")); }
+    [[nodiscard]] bool isEmptied() const { return m_state->dump({}).contains("Processes (0):"); }
 
     QTemporaryDir m_folder;
     QString m_key;
     std::shared_ptr<TestKit::RecordingLogger> m_logger = std::make_shared<TestKit::RecordingLogger>();
     std::unique_ptr<ProcessState> m_state;
 };
-
-void ProcessStateProcessTest::init() {
-    m_key = QStringLiteral("VqProcessStateProcessTest") + QUuid::createUuid().toString(QUuid::Id128);
-    m_state = open(services());
-    QVERIFY(m_state->ensureCreated());
-    m_logger->clear();
-}
-
-// The block goes with its last process; only the file of the lock may stay, and the semaphore, which is removed here.
-void ProcessStateProcessTest::cleanup() {
-    m_state.reset();
-    const QString user = QString::number(QFileInfo(m_folder.path()).ownerId());
-    const QSystemSemaphore removed(m_key + QStringLiteral(".Semaphore.") + user, 1, QSystemSemaphore::Create);
-    QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
-}
-
-void ProcessStateProcessTest::killedProcess_data() {
-    QTest::addColumn<bool>("killed");
-    QTest::newRow("killed") << true;
-    QTest::newRow("ended by itself") << false;
-}
-
-void ProcessStateProcessTest::killedProcess() {
-    QFETCH(bool, killed);
-    const auto helper = run();
-    QCOMPARE(helper->nextLine(), QByteArray("ready"));
-    helper->tell("set TokenRefreshInProgress");
-    QCOMPARE(helper->nextLine(), QByteArray("set"));
-    QVERIFY(m_state->queryProperty(flag("TokenRefreshInProgress")));
-    QVERIFY(!m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
-    if (killed) {
-        helper->killNow();
-    } else {
-        helper->tell("die");
-        QVERIFY(helper->waitForFinished(10000));
-    }
-    QVERIFY(!m_state->queryProperty(flag("TokenRefreshInProgress")));
-    QVERIFY(m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
-    QCOMPARE(m_logger->texts(Log::Level::Information),
-             QStringList(QStringLiteral("Removing 1 dead process(es) in process state shared memory")));
-}
-
-// An id that lives with another executable belongs to somebody else by now.
-void ProcessStateProcessTest::anotherExecutable() {
-    const auto helper = run();
-    QCOMPARE(helper->nextLine(), QByteArray("ready"));
-    ProcessStateDependencies fake = services();
-    fake.ownProcessId = helper->processId();
-    const QString path =
-        QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()
-                  + (fake.ownExecutablePath.endsWith(QLatin1String(".exe")) ? QStringLiteral(".exe") : QString()))
-            .absoluteFilePath();
-    const QStringList paths{path, path.toUpper(), QDir::cleanPath(path + QStringLiteral("/../") + QFileInfo(path).fileName()),
-                            QString()};
-    for (const QString& same : paths) {
-        fake.ownExecutablePath = same;
-        open(fake)->deleteProcessState();
-        open(fake)->setPropertyMap(flag("A"));
-        QVERIFY2(m_state->queryProperty(flag("A")), qPrintable(same));
-    }
-    for (const QString& other : {path + QStringLiteral("x"), services().ownExecutablePath, QStringLiteral("/")}) {
-        fake.ownExecutablePath = other;
-        open(fake)->deleteProcessState();
-        open(fake)->setPropertyMap(flag("A"));
-        QVERIFY2(!m_state->queryProperty(flag("A")), qPrintable(other));
-    }
-    QVERIFY(helper->finish());
-}
-
-// Eight processes want to do the same work at once.
-void ProcessStateProcessTest::oneWinner() {
-    std::vector<std::unique_ptr<StateHelper>> helpers;
-    for (int count = 0; count < 8; ++count)
-        helpers.push_back(run());
-    for (const auto& helper : helpers)
-        QCOMPARE(helper->nextLine(), QByteArray("ready"));
-    for (int round = 0; round < rounds(100, 1000); ++round) {
-        const qint64 moment = QDateTime::currentMSecsSinceEpoch() + 5;
-        for (const auto& helper : helpers)
-            helper->tell("claim Flag" + QByteArray::number(round) + ' ' + QByteArray::number(moment));
-        int won = 0;
-        int lost = 0;
-        for (const auto& helper : helpers) {
-            const QByteArray answer = helper->nextLine();
-            won += answer == "won" ? 1 : 0;
-            lost += answer == "lost" ? 1 : 0;
-        }
-        QCOMPARE(won, 1);
-        QCOMPARE(lost, 7);
-    }
-    for (const auto& helper : helpers)
-        QVERIFY(helper->finish());
-    QVERIFY(isEmptied());
-}
-
-// Killed at any moment, in the middle of a write too: nobody waits for it, and what others show stays.
-void ProcessStateProcessTest::crashCycles() {
-    const auto bystander = run();
-    QCOMPARE(bystander->nextLine(), QByteArray("ready"));
-    bystander->tell("set Bystander");
-    QCOMPARE(bystander->nextLine(), QByteArray("set"));
-    for (int round = 0; round < rounds(20, 200); ++round) {
-        const auto victim = run(QStringLiteral("busy"));
-        QVERIFY(victim->waitForReadyRead(20000));
-        QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(1, 20)));
-        victim->killNow();
-        QVERIFY(!m_state->queryProperty(flag("Busy")));
-        QVERIFY(m_state->setUnlessSetElsewhere(flag("Busy")));
-        QVERIFY(m_state->queryProperty(flag("Bystander")));
-        m_state->deleteProcessState();
-    }
-    QVERIFY(bystander->finish());
-    QVERIFY(isEmptied());
-    TestKit::figure(QStringLiteral("processes killed while they write the shared block"),
-                    QStringLiteral("no orphan, no flag of the dead"), QStringLiteral("%1 cycles").arg(rounds(20, 200)));
-}
-
-void ProcessStateProcessTest::manyOpens() {
-    m_state.reset(); // so that the block comes and goes with them
-    std::vector<std::unique_ptr<StateHelper>> helpers;
-    for (int count = 0; count < 4; ++count)
-        helpers.push_back(run(QString::number(rounds(100, 2500))));
-    for (const auto& helper : helpers)
-        QVERIFY2(helper->finish(), qPrintable(QStringLiteral("exit code %1").arg(helper->exitCode())
-                                              + QString::fromLocal8Bit(helper->readAllStandardError())));
-    QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
-    m_state = open(services());
-    QVERIFY(m_state->ensureCreated());
-    QVERIFY(m_logger->texts(Log::Level::Information).last().startsWith(QStringLiteral("Created ")));
-    TestKit::figure(QStringLiteral("opens of the shared block by 4 processes"), QStringLiteral("no failed open"),
-                    QStringLiteral("%1 opens").arg(4 * rounds(100, 2500)));
-}
 
 QTEST_GUILESS_MAIN(ProcessStateProcessTest)
 #include "ProcessStateProcessTest.moc"

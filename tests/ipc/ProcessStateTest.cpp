@@ -1,17 +1,7 @@
 #include "VqUtil/ProcessState/ProcessState.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 #include "VqUtil/ProcessState/ProcessStateCodec.h"
-
-#include <QFileInfo>
-#include <QSet>
-#include <QSystemSemaphore>
-#include <QTemporaryDir>
-#include <QUuid>
-#include <QtTest>
-#include <algorithm>
-#include <atomic>
-#include <thread>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::Util;
@@ -59,7 +49,7 @@ private:
 };
 
 ProcessProperties flag(const QString& name, const QVariant& value = true) {
-    return {{QStringLiteral("ProductKey"), QStringLiteral("8A6F-Product")}, {name, value}};
+    return {{"ProductKey", "8A6F-Product"}, {name, value}};
 }
 
 } // namespace
@@ -70,22 +60,257 @@ class ProcessStateTest : public QObject {
 
 private slots:
     void initTestCase() { qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_folder.path())); }
-    void init();
-    void cleanupTestCase();
-    void query_data();
-    void query();
-    void ownFlagsAreIgnored();
-    void theDeadCountForNothing();
-    void setUnlessSetElsewhere();
-    void deletes();
-    void creation_data();
-    void creation();
-    void dumps();
-    void queryDumpsBeforeItLooks();
-    void overfullBlock();
-    void otherSize();
-    void withoutTheLock();
-    void threads();
+
+    void init() {
+        m_memory = std::make_shared<FakeMemory>();
+        m_living.clear();
+        m_logger->clear();
+    }
+
+    // A semaphore outlives its processes on some systems. Creating it makes this process remove it.
+    void cleanupTestCase() {
+        const QString user = QString::number(QFileInfo(m_folder.path()).ownerId());
+        const QSystemSemaphore removed(m_key + QStringLiteral(".Semaphore.") + user, 1, QSystemSemaphore::Create);
+    }
+
+    void aQueryFindsEqualPropertiesOnly_data() {
+        const TestKit::Columns<ProcessProperties, ProcessProperties, bool> row("set", "asked", "found");
+        const QString refresh = QStringLiteral("TokenRefreshInProgress");
+        const QString key = QStringLiteral("ProductKey");
+        row("the same", flag(refresh), flag(refresh), true);
+        row("a part of it", flag(refresh), ProcessProperties{{refresh, true}}, true);
+        row("more than it", ProcessProperties{{refresh, true}}, flag(refresh), false);
+        row("nothing asked", flag(refresh), {}, false);
+        row("another flag", flag(refresh), flag("OAuth2TokenRefreshInProgress"), false);
+        row("another value", flag(refresh), flag(refresh, false), false);
+        row("text in another case", flag(refresh), ProcessProperties{{key, "8a6f-PRODUCT"}, {refresh, true}}, true);
+        row("another text", flag(refresh), ProcessProperties{{key, "8a6f-produc"}, {refresh, true}}, false);
+        row("key in another case", flag(refresh), flag(refresh.toLower()), false);
+        row("text and bool", flag(refresh, "True"), flag(refresh), true);
+        row("bool and text", flag(refresh), flag(refresh, "TRUE"), true);
+    }
+
+    void aQueryFindsEqualPropertiesOnly() {
+        QFETCH(ProcessProperties, set);
+        QFETCH(ProcessProperties, asked);
+        const auto first = process(1);
+        QVERIFY(first->setPropertyMap(set));
+        QTEST(process(2)->queryProperty(asked), "found");
+    }
+
+    void ownFlagsAreIgnored() {
+        const auto own = process(1);
+        own->setPropertyMap(flag("A"));
+        QVERIFY(!own->queryProperty(flag("A")));
+        const auto other = process(2);
+        QVERIFY(other->queryProperty(flag("A")));
+        other->setPropertyMap(flag("A"));
+        QVERIFY(own->queryProperty(flag("A")));
+    }
+
+    void theDeadCountForNothing() {
+        const auto victim = process(1);
+        const auto reused = process(2);
+        const auto own = process(3);
+        victim->setPropertyMap(flag("A"));
+        reused->setPropertyMap(flag("A"));
+        m_living.remove(1);
+        QVERIFY(own->queryProperty(flag("A")));
+        m_memory->bytes = ProcessStateCodec::encode({records().at(0), {2, pathOf(22), flag("A")}}, 65536);
+        m_logger->clear();
+        QVERIFY(!own->queryProperty(flag("A")));
+        const QString found = QStringLiteral("Found dead process in process state shared memory: %1:%2");
+        QVERIFY(m_logger->texts(Log::Level::Debug).contains(found.arg(1).arg(pathOf(1))));
+        QVERIFY(m_logger->texts(Log::Level::Debug).contains(found.arg(2).arg(pathOf(22))));
+        QCOMPARE(records().size(), 2); // a look changes nothing
+        own->setPropertyMap(flag("B"));
+        QCOMPARE(m_logger->texts(Log::Level::Information),
+                 QStringList("Removing 2 dead process(es) in process state shared memory"));
+        QCOMPARE(records(), ProcessRecords({{3, pathOf(3), flag("B")}}));
+    }
+
+    void aFlagIsSetByOneProcessOnly() {
+        const auto first = process(1);
+        const auto second = process(2);
+        QVERIFY(first->setUnlessSetElsewhere(flag("A")));
+        QVERIFY(first->setUnlessSetElsewhere(flag("A")));
+        QVERIFY(!second->setUnlessSetElsewhere(flag("A")));
+        QCOMPARE(records().size(), 1);
+        QVERIFY(second->setUnlessSetElsewhere(flag("B")));
+        m_living.remove(1);
+        QVERIFY(second->setUnlessSetElsewhere(flag("A")));
+        QCOMPARE(records().size(), 1);
+        QCOMPARE(records().first().properties.size(), 3);
+    }
+
+    void deletingRemovesTheNamedPropertiesOnly() {
+        const auto first = process(1);
+        const auto second = process(2);
+        for (const auto& state : {first.get(), second.get()}) {
+            state->setPropertyMap(flag("A"));
+            state->setPropertyMap(flag("B"));
+        }
+        first->deleteProperty("A");
+        QCOMPARE(records().at(0).properties, flag("B"));
+        QCOMPARE(records().at(1).properties.size(), 3);
+        m_logger->clear();
+        first->deleteProperty("A");
+        QVERIFY(m_logger->texts().isEmpty()); // nothing removed, nothing written
+        first->deletePropertiesInAllProcesses({"B", "ProductKey"});
+        QVERIFY(records().at(0).properties.isEmpty());
+        QCOMPARE(records().at(1).properties.keys(), QStringList("A"));
+        second->deleteProcessState();
+        QCOMPARE(records(), ProcessRecords({{1, pathOf(1), {}}}));
+        QStringList contexts;
+        for (const QString& text : m_logger->texts(Log::Level::Debug))
+            contexts += text.section(QLatin1Char('\n'), 0, 0);
+        QCOMPARE(contexts, QStringList({"Process state dump (context: Delete properties in all processes):",
+                                        "Process state dump (context: Delete process state):"}));
+    }
+
+    void theBlockIsCreatedOrJoinedAndLogged_data() {
+        const TestKit::Columns<bool, bool, int, QString> row("exists", "canBeCreated", "othersCreateFirst", "text");
+        const QString used =
+            QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 65536 bytes.");
+        row("first", false, true, 0, "Created process state shared memory %1. Shared memory size: 65536 bytes.");
+        row("second", true, true, 0, used);
+        row("overtaken", false, true, 1, used);
+        row("refused", false, false, 0, "Failed to create process state shared memory %1");
+    }
+
+    void theBlockIsCreatedOrJoinedAndLogged() {
+        QFETCH(bool, exists);
+        QFETCH(bool, canBeCreated);
+        QFETCH(int, othersCreateFirst);
+        QFETCH(QString, text);
+        m_memory->canBeCreated = canBeCreated;
+        m_memory->othersCreateFirst = othersCreateFirst;
+        if (exists)
+            m_memory->bytes = QByteArray(65536, '\0');
+        const auto state = process(1);
+        QCOMPARE(state->ensureCreated(), canBeCreated);
+        QCOMPARE(m_logger->texts(), QStringList(text.arg(m_key)));
+        QCOMPARE(m_logger->texts(canBeCreated ? Log::Level::Information : Log::Level::Error).size(), 1);
+        QCOMPARE(state->setUnlessSetElsewhere(flag("A")), true);
+        QCOMPARE(m_logger->texts(Log::Level::Information).size(), canBeCreated ? 1 : 0); // once only
+        QVERIFY(!state->queryProperty(flag("A")));
+        QCOMPARE(process(2)->queryProperty(flag("A")), canBeCreated);
+    }
+
+    void theDumpListsEveryProcess() {
+        const auto state = process(1);
+        QCOMPARE(state->dump("x"), QStringList({"Process state dump (context: x):", "Shared memory not yet created"}));
+        QVERIFY(m_memory->bytes.isEmpty());
+        state->setPropertyMap({{"AccessTokenQueryInProgress", true}, {"ProductKey", "head-of-the-key-tail"}, {"Text", "%1"}});
+        process(2)->setPropertyMap({});
+        const QStringList lines = process(3)->dump("all of it");
+        const int used = ProcessStateCodec::decode(m_memory->bytes).used;
+        QCOMPARE(
+            lines,
+            QStringList(
+                {"Process state dump (context: all of it):",
+                 QStringLiteral("Shared memory size (bytes): Total: 65536, Used: %1, Available: %2").arg(used).arg(65536 - used),
+                 "Processes (2):", "Process 1: App1:1 (/opt/Maker/App1.bin.exe)",
+                 "    Properties (3):", "        AccessTokenQueryInProgress = true", "        ProductKey = head-of-the-key-tail",
+                 "        Text = %1", "Process 2: App2:2 (/opt/Maker/App2.bin.exe)", "    Properties (0):"}));
+    }
+
+    void queryDumpsBeforeItLooks() {
+        const auto state = process(1);
+        state->setPropertyMap(flag("A"));
+        const auto other = process(2);
+        m_logger->clear();
+        QVERIFY(other->queryProperty(flag("A")));
+        QCOMPARE(m_logger->texts(Log::Level::Debug), QStringList(other->dump("Query property").join(QLatin1Char('\n'))));
+        m_logger->clear();
+        QVERIFY(!other->queryProperty({}));
+        QVERIFY(m_logger->texts().isEmpty());
+    }
+
+    void anOverfullBlockKeepsTheOthersRecords() {
+        const auto first = process(1);
+        first->setPropertyMap(flag("A"));
+        const auto second = process(2);
+        const ProcessProperties large{{"Large", QString(40000, QLatin1Char('x'))}};
+        m_logger->clear();
+        second->setPropertyMap(large);
+        const int size = ProcessStateCodec::encode({{1, pathOf(1), flag("A")}, {2, pathOf(2), large}}, 0).size();
+        QCOMPARE(m_logger->texts(Log::Level::Warning),
+                 QStringList(
+                     QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (65536 bytes). Writing "
+                                    "only what fits and discarding the rest.")
+                         .arg(size)));
+        QCOMPARE(m_memory->bytes.size(), 65536);
+        QCOMPARE(records().first(), ProcessRecord({1, pathOf(1), flag("A")}));
+        QVERIFY(process(3)->queryProperty(flag("A")));
+        QVERIFY(!process(3)->queryProperty(large));
+        second->deleteProcessState();
+        m_logger->clear();
+        second->setPropertyMap(flag("B"));
+        QVERIFY(m_logger->texts(Log::Level::Warning).isEmpty());
+        QVERIFY(first->queryProperty(flag("B")));
+    }
+
+    void aBlockOfAnotherSizeIsUsed() {
+        m_memory->bytes = QByteArray(300, '\0');
+        const auto state = process(1);
+        state->setPropertyMap({{"A", true}});
+        QCOMPARE(
+            m_logger->texts(Log::Level::Information),
+            QStringList(
+                QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 300 bytes.")
+                    .arg(m_key)));
+        QVERIFY(process(2)->queryProperty({{"A", true}}));
+        process(2)->setPropertyMap({{"B", QString(200, QLatin1Char('b'))}});
+        QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
+        QCOMPARE(m_memory->bytes.size(), 300);
+        QVERIFY(process(2)->queryProperty({{"A", true}}));
+    }
+
+    // Another process holds the semaphore: after two seconds this process works as if it were alone.
+    void withoutTheLockAProcessWorksAlone() {
+        const auto other = process(1);
+        other->setPropertyMap(flag("A"));
+        const auto state = process(2);
+        CrossProcessLock lock(m_key + QStringLiteral(".Semaphore"), m_folder.path(),
+                              std::make_shared<TestKit::RecordingLogger>());
+        QVERIFY(lock.acquire(0));
+        const QByteArray before = m_memory->bytes;
+        m_logger->clear();
+        QVERIFY(!state->queryProperty(flag("A")));
+        QVERIFY(state->setUnlessSetElsewhere(flag("A")));
+        QCOMPARE(m_memory->bytes, before);
+        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 2);
+        QCOMPARE(m_logger->texts().size(), 2);
+        lock.release();
+        QVERIFY(state->queryProperty(flag("A")));
+        // Without a key there is no block to share.
+        ProcessState keyless(services(3));
+        keyless.setKey(QString());
+        QVERIFY(!keyless.ensureCreated() && !keyless.queryProperty(flag("A")) && keyless.setPropertyMap(flag("A")));
+        QCOMPARE(m_memory->bytes, before);
+    }
+
+    // A change that is lost between two threads leaves a flag behind, or takes one away that another process looks for.
+    void changesOfSeveralThreadsAreNotLost() {
+        const auto own = process(1);
+        const auto other = process(2);
+        std::atomic<int> found{0};
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < 4; ++thread) {
+            threads.emplace_back([&own, &other, &found, name = QStringLiteral("Flag%1").arg(thread)] {
+                for (int round = 0; round < 25; ++round) {
+                    own->setPropertyMap(flag(name));
+                    found += other->queryProperty(flag(name)) ? 1 : 0;
+                    own->deleteProperty(name);
+                }
+            });
+        }
+        for (auto& thread : threads)
+            thread.join();
+        QCOMPARE(found.load(), 100);
+        QCOMPARE(records().first().properties.keys(), QStringList("ProductKey"));
+    }
 
 private:
     [[nodiscard]] ProcessStateDependencies services(qint64 id) {
@@ -111,269 +336,6 @@ private:
     QSet<qint64> m_living;
     std::shared_ptr<TestKit::RecordingLogger> m_logger = std::make_shared<TestKit::RecordingLogger>();
 };
-
-void ProcessStateTest::init() {
-    m_memory = std::make_shared<FakeMemory>();
-    m_living.clear();
-    m_logger->clear();
-}
-
-// A semaphore outlives its processes on some systems: creating it anew makes it ours to remove.
-void ProcessStateTest::cleanupTestCase() {
-    const QString user = QString::number(QFileInfo(m_folder.path()).ownerId());
-    const QSystemSemaphore removed(m_key + QStringLiteral(".Semaphore.") + user, 1, QSystemSemaphore::Create);
-}
-
-void ProcessStateTest::query_data() {
-    QTest::addColumn<ProcessProperties>("set");
-    QTest::addColumn<ProcessProperties>("asked");
-    QTest::addColumn<bool>("found");
-    const QString refresh = QStringLiteral("TokenRefreshInProgress");
-    const QString key = QStringLiteral("ProductKey");
-    QTest::newRow("the same") << flag(refresh) << flag(refresh) << true;
-    QTest::newRow("a part of it") << flag(refresh) << ProcessProperties{{refresh, true}} << true;
-    QTest::newRow("more than it") << ProcessProperties{{refresh, true}} << flag(refresh) << false;
-    QTest::newRow("nothing asked") << flag(refresh) << ProcessProperties() << false;
-    QTest::newRow("another flag") << flag(refresh) << flag(QStringLiteral("OAuth2TokenRefreshInProgress")) << false;
-    QTest::newRow("another value") << flag(refresh) << flag(refresh, false) << false;
-    QTest::newRow("text in another case") << flag(refresh)
-                                          << ProcessProperties{{key, QStringLiteral("8a6f-PRODUCT")}, {refresh, true}} << true;
-    QTest::newRow("another text") << flag(refresh) << ProcessProperties{{key, QStringLiteral("8a6f-produc")}, {refresh, true}}
-                                  << false;
-    QTest::newRow("key in another case") << flag(refresh) << flag(refresh.toLower()) << false;
-    QTest::newRow("text and bool") << flag(refresh, QStringLiteral("True")) << flag(refresh) << true;
-    QTest::newRow("bool and text") << flag(refresh) << flag(refresh, QStringLiteral("TRUE")) << true;
-}
-
-void ProcessStateTest::query() {
-    QFETCH(ProcessProperties, set);
-    QFETCH(ProcessProperties, asked);
-    QFETCH(bool, found);
-    const auto first = process(1);
-    QVERIFY(first->setPropertyMap(set));
-    QCOMPARE(process(2)->queryProperty(asked), found);
-}
-
-void ProcessStateTest::ownFlagsAreIgnored() {
-    const auto own = process(1);
-    own->setPropertyMap(flag(QStringLiteral("A")));
-    QVERIFY(!own->queryProperty(flag(QStringLiteral("A"))));
-    const auto other = process(2);
-    QVERIFY(other->queryProperty(flag(QStringLiteral("A"))));
-    other->setPropertyMap(flag(QStringLiteral("A")));
-    QVERIFY(own->queryProperty(flag(QStringLiteral("A"))));
-}
-
-void ProcessStateTest::theDeadCountForNothing() {
-    const auto victim = process(1);
-    const auto reused = process(2);
-    const auto own = process(3);
-    victim->setPropertyMap(flag(QStringLiteral("A")));
-    reused->setPropertyMap(flag(QStringLiteral("A")));
-    m_living.remove(1);
-    QVERIFY(own->queryProperty(flag(QStringLiteral("A"))));
-    m_memory->bytes = ProcessStateCodec::encode({records().at(0), {2, pathOf(22), flag(QStringLiteral("A"))}}, 65536);
-    m_logger->clear();
-    QVERIFY(!own->queryProperty(flag(QStringLiteral("A"))));
-    const QString found = QStringLiteral("Found dead process in process state shared memory: %1:%2");
-    QVERIFY(m_logger->texts(Log::Level::Debug).contains(found.arg(1).arg(pathOf(1))));
-    QVERIFY(m_logger->texts(Log::Level::Debug).contains(found.arg(2).arg(pathOf(22))));
-    QCOMPARE(records().size(), 2); // a look changes nothing
-    own->setPropertyMap(flag(QStringLiteral("B")));
-    QCOMPARE(m_logger->texts(Log::Level::Information),
-             QStringList(QStringLiteral("Removing 2 dead process(es) in process state shared memory")));
-    QCOMPARE(records(), ProcessRecords({{3, pathOf(3), flag(QStringLiteral("B"))}}));
-}
-
-void ProcessStateTest::setUnlessSetElsewhere() {
-    const auto first = process(1);
-    const auto second = process(2);
-    QVERIFY(first->setUnlessSetElsewhere(flag(QStringLiteral("A"))));
-    QVERIFY(first->setUnlessSetElsewhere(flag(QStringLiteral("A"))));
-    QVERIFY(!second->setUnlessSetElsewhere(flag(QStringLiteral("A"))));
-    QCOMPARE(records().size(), 1);
-    QVERIFY(second->setUnlessSetElsewhere(flag(QStringLiteral("B"))));
-    m_living.remove(1);
-    QVERIFY(second->setUnlessSetElsewhere(flag(QStringLiteral("A"))));
-    QCOMPARE(records().size(), 1);
-    QCOMPARE(records().first().properties.size(), 3);
-}
-
-void ProcessStateTest::deletes() {
-    const auto first = process(1);
-    const auto second = process(2);
-    for (const auto& state : {first.get(), second.get()}) {
-        state->setPropertyMap(flag(QStringLiteral("A")));
-        state->setPropertyMap(flag(QStringLiteral("B")));
-    }
-    first->deleteProperty(QStringLiteral("A"));
-    QCOMPARE(records().at(0).properties, flag(QStringLiteral("B")));
-    QCOMPARE(records().at(1).properties.size(), 3);
-    m_logger->clear();
-    first->deleteProperty(QStringLiteral("A"));
-    QVERIFY(m_logger->texts().isEmpty()); // nothing removed, nothing written
-    first->deletePropertiesInAllProcesses({QStringLiteral("B"), QStringLiteral("ProductKey")});
-    QVERIFY(records().at(0).properties.isEmpty());
-    QCOMPARE(records().at(1).properties.keys(), QStringList(QStringLiteral("A")));
-    second->deleteProcessState();
-    QCOMPARE(records(), ProcessRecords({{1, pathOf(1), {}}}));
-    QStringList contexts;
-    for (const QString& text : m_logger->texts(Log::Level::Debug))
-        contexts += text.section(QLatin1Char('\n'), 0, 0);
-    QCOMPARE(contexts, QStringList({QStringLiteral("Process state dump (context: Delete properties in all processes):"),
-                                    QStringLiteral("Process state dump (context: Delete process state):")}));
-}
-
-void ProcessStateTest::creation_data() {
-    QTest::addColumn<bool>("exists");
-    QTest::addColumn<bool>("canBeCreated");
-    QTest::addColumn<int>("othersCreateFirst");
-    QTest::addColumn<QString>("text");
-    const QString used =
-        QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 65536 bytes.");
-    QTest::newRow("first") << false << true << 0
-                           << QStringLiteral("Created process state shared memory %1. Shared memory size: 65536 bytes.");
-    QTest::newRow("second") << true << true << 0 << used;
-    QTest::newRow("overtaken") << false << true << 1 << used;
-    QTest::newRow("refused") << false << false << 0 << QStringLiteral("Failed to create process state shared memory %1");
-}
-
-void ProcessStateTest::creation() {
-    QFETCH(bool, exists);
-    QFETCH(bool, canBeCreated);
-    QFETCH(int, othersCreateFirst);
-    QFETCH(QString, text);
-    m_memory->canBeCreated = canBeCreated;
-    m_memory->othersCreateFirst = othersCreateFirst;
-    if (exists)
-        m_memory->bytes = QByteArray(65536, '\0');
-    const auto state = process(1);
-    QCOMPARE(state->ensureCreated(), canBeCreated);
-    QCOMPARE(m_logger->texts(), QStringList(text.arg(m_key)));
-    QCOMPARE(m_logger->texts(canBeCreated ? Log::Level::Information : Log::Level::Error).size(), 1);
-    QCOMPARE(state->setUnlessSetElsewhere(flag(QStringLiteral("A"))), true);
-    QCOMPARE(m_logger->texts(Log::Level::Information).size(), canBeCreated ? 1 : 0); // once only
-    QVERIFY(!state->queryProperty(flag(QStringLiteral("A"))));
-    QCOMPARE(process(2)->queryProperty(flag(QStringLiteral("A"))), canBeCreated);
-}
-
-void ProcessStateTest::dumps() {
-    const auto state = process(1);
-    QCOMPARE(state->dump(QStringLiteral("x")),
-             QStringList({QStringLiteral("Process state dump (context: x):"), QStringLiteral("Shared memory not yet created")}));
-    QVERIFY(m_memory->bytes.isEmpty());
-    state->setPropertyMap({{QStringLiteral("AccessTokenQueryInProgress"), true},
-                           {QStringLiteral("ProductKey"), QStringLiteral("head-of-the-key-tail")},
-                           {QStringLiteral("Text"), QStringLiteral("%1")}});
-    process(2)->setPropertyMap({});
-    const QStringList lines = process(3)->dump(QStringLiteral("all of it"));
-    const int used = ProcessStateCodec::decode(m_memory->bytes).used;
-    QCOMPARE(lines,
-             QStringList(
-                 {QStringLiteral("Process state dump (context: all of it):"),
-                  QStringLiteral("Shared memory size (bytes): Total: 65536, Used: %1, Available: %2").arg(used).arg(65536 - used),
-                  QStringLiteral("Processes (2):"), QStringLiteral("Process 1: App1:1 (/opt/Maker/App1.bin.exe)"),
-                  QStringLiteral("    Properties (3):"), QStringLiteral("        AccessTokenQueryInProgress = true"),
-                  QStringLiteral("        ProductKey = head-of-the-key-tail"), QStringLiteral("        Text = %1"),
-                  QStringLiteral("Process 2: App2:2 (/opt/Maker/App2.bin.exe)"), QStringLiteral("    Properties (0):")}));
-}
-
-void ProcessStateTest::queryDumpsBeforeItLooks() {
-    const auto state = process(1);
-    state->setPropertyMap(flag(QStringLiteral("A")));
-    const auto other = process(2);
-    m_logger->clear();
-    QVERIFY(other->queryProperty(flag(QStringLiteral("A"))));
-    QCOMPARE(m_logger->texts(Log::Level::Debug),
-             QStringList(other->dump(QStringLiteral("Query property")).join(QLatin1Char('\n'))));
-    m_logger->clear();
-    QVERIFY(!other->queryProperty({}));
-    QVERIFY(m_logger->texts().isEmpty());
-}
-
-void ProcessStateTest::overfullBlock() {
-    const auto first = process(1);
-    first->setPropertyMap(flag(QStringLiteral("A")));
-    const auto second = process(2);
-    const ProcessProperties large{{QStringLiteral("Large"), QString(40000, QLatin1Char('x'))}};
-    m_logger->clear();
-    second->setPropertyMap(large);
-    const int size = ProcessStateCodec::encode({{1, pathOf(1), flag(QStringLiteral("A"))}, {2, pathOf(2), large}}, 0).size();
-    QCOMPARE(
-        m_logger->texts(Log::Level::Warning),
-        QStringList(QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (65536 bytes). Writing "
-                                   "only what fits and discarding the rest.")
-                        .arg(size)));
-    QCOMPARE(m_memory->bytes.size(), 65536);
-    QCOMPARE(records().first(), ProcessRecord({1, pathOf(1), flag(QStringLiteral("A"))}));
-    QVERIFY(process(3)->queryProperty(flag(QStringLiteral("A"))));
-    QVERIFY(!process(3)->queryProperty(large));
-    second->deleteProcessState();
-    m_logger->clear();
-    second->setPropertyMap(flag(QStringLiteral("B")));
-    QVERIFY(m_logger->texts(Log::Level::Warning).isEmpty());
-    QVERIFY(first->queryProperty(flag(QStringLiteral("B"))));
-}
-
-void ProcessStateTest::otherSize() {
-    m_memory->bytes = QByteArray(300, '\0');
-    const auto state = process(1);
-    state->setPropertyMap({{QStringLiteral("A"), true}});
-    QCOMPARE(m_logger->texts(Log::Level::Information),
-             QStringList(
-                 QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 300 bytes.")
-                     .arg(m_key)));
-    QVERIFY(process(2)->queryProperty({{QStringLiteral("A"), true}}));
-    process(2)->setPropertyMap({{QStringLiteral("B"), QString(200, QLatin1Char('b'))}});
-    QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
-    QCOMPARE(m_memory->bytes.size(), 300);
-    QVERIFY(process(2)->queryProperty({{QStringLiteral("A"), true}}));
-}
-
-// Somebody holds the semaphore: after two seconds this process works as if it were alone.
-void ProcessStateTest::withoutTheLock() {
-    const auto other = process(1);
-    other->setPropertyMap(flag(QStringLiteral("A")));
-    const auto state = process(2);
-    CrossProcessLock lock(m_key + QStringLiteral(".Semaphore"), m_folder.path(), std::make_shared<TestKit::RecordingLogger>());
-    QVERIFY(lock.acquire(0));
-    const QByteArray before = m_memory->bytes;
-    m_logger->clear();
-    QVERIFY(!state->queryProperty(flag(QStringLiteral("A"))));
-    QVERIFY(state->setUnlessSetElsewhere(flag(QStringLiteral("A"))));
-    QCOMPARE(m_memory->bytes, before);
-    QCOMPARE(m_logger->texts(Log::Level::Error).size(), 2);
-    QCOMPARE(m_logger->texts().size(), 2);
-    lock.release();
-    QVERIFY(state->queryProperty(flag(QStringLiteral("A"))));
-    // Without a key there is no block to share.
-    ProcessState keyless(services(3));
-    keyless.setKey(QString());
-    QVERIFY(!keyless.ensureCreated() && !keyless.queryProperty(flag(QStringLiteral("A")))
-            && keyless.setPropertyMap(flag(QStringLiteral("A"))));
-    QCOMPARE(m_memory->bytes, before);
-}
-
-// A change that is lost between two threads leaves a flag behind, or takes one away that another process looks for.
-void ProcessStateTest::threads() {
-    const auto own = process(1);
-    const auto other = process(2);
-    std::atomic<int> found{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&own, &other, &found, name = QStringLiteral("Flag%1").arg(thread)] {
-            for (int round = 0; round < 25; ++round) {
-                own->setPropertyMap(flag(name));
-                found += other->queryProperty(flag(name)) ? 1 : 0;
-                own->deleteProperty(name);
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-    QCOMPARE(found.load(), 100);
-    QCOMPARE(records().first().properties.keys(), QStringList(QStringLiteral("ProductKey")));
-}
 
 QTEST_GUILESS_MAIN(ProcessStateTest)
 #include "ProcessStateTest.moc"

@@ -1,4 +1,4 @@
-"""A native Windows host with a message loop of its own: it signs in, and its observer hears of it through the event hook."""
+"""A native Windows host with a message loop of its own: it signs in, and the event hook delivers the event to its observer."""
 import os
 import pathlib
 import queue

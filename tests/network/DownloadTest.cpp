@@ -2,121 +2,101 @@
 #include "NetworkFixture.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QtTest>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 using Velquor::TestKit::answer;
 
-namespace {
-
-void writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-} // namespace
-
 /// Downloads into a file, from a scripted server on loopback.
 class DownloadTest : public TestKit::NetworkFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { beginAnew(); }
-    void downloads_data();
-    void downloads();
-    void downloadTimeLimitCountsFromTheLastProgress();
+    void init() { startOver(); }
+
+    void aDownloadReplacesItsFileOrLeavesIt_data() {
+        // target: %1 is the test's folder
+        const TestKit::Columns<QByteArray, QString, int, QString> row("bytes", "target", "result", "message");
+        const QByteArray big(3000000, 'd');
+        row("new file", answer("200 OK", "data"), "%1/new", 0, "");
+        row("larger than a body in memory", answer("200 OK", big + big), "%1/new", 0, "");
+        row("read-only file", answer("200 OK", "data"), "%1/read-only", 0, "");
+        row("without length", "HTTP/1.1 200 OK\r\n\r\ndata", "%1/read-only", 1,
+            "Size check failed. Expected size: 0. Actual size: 4");
+        row("nothing arrived", answer("200 OK", ""), "%1/new", 1, "Downloaded temp file doesn't exist");
+        row("no folder", answer("200 OK", "data"), "%1/none/new", 2,
+            "Operation was canceled. Failed to open temp local file %1/none/new.vqdownload for download.");
+        row("a folder in its place", answer("200 OK", "data"), "%1/folder", 1, "Failed to delete download file %1/folder");
+        row("not found", answer("404 Not Found", "data"), "%1/read-only", 1,
+            "NetworkError code: 203 Http status code: 404 Http reason phrase: Not Found Vqs reason phrase:  OAuth error: "
+            "No "
+            "error");
+        row("redirect", answer("302 Found", "page", "Location: /x\r\n"), "%1/read-only", 1,
+            "NetworkError code: 0 Http status code: 302 Http reason phrase: Found Vqs reason phrase:  OAuth error: No "
+            "error");
+    }
+
+    void aDownloadReplacesItsFileOrLeavesIt() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, target);
+        QFETCH(int, result);
+        QFETCH(QString, message);
+        const QTemporaryDir folder;
+        const QString readOnly = folder.filePath("read-only");
+        QVERIFY(TestKit::writeFile(readOnly, "old"));
+        QFile::setPermissions(readOnly, QFileDevice::ReadOwner);
+        QVERIFY(QDir(folder.path()).mkdir("folder"));
+        m_server.setScript(page, {bytes});
+        const QString path = target.arg(folder.path());
+
+        auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
+        QSignalSpy ends(operation.get(), &NetworkOperation::RequestFinished);
+        QSignalSpy progress(operation.get(), &NetworkOperation::DownloadProgress);
+        operation->StartOperation(request(), path, nullptr);
+        QTRY_COMPARE(ends.count(), 1);
+        QCOMPARE(int(operation->result()), result);
+        QCOMPARE(operation->errorMessage(), message.contains("%1") ? message.arg(folder.path()) : message);
+        const QString temporary = path + QStringLiteral(".vqdownload");
+        QVERIFY(!QFile::exists(temporary));
+        if (QFileInfo(path).dir().exists()) {
+            QVERIFY(TestKit::writeFile(temporary, "another operation's"));
+            operation.reset();
+            QVERIFY(QFile::exists(temporary));
+        }
+        if (result == 0) {
+            QCOMPARE(TestKit::readFile(path), bytes.mid(bytes.indexOf("\r\n\r\n") + 4));
+            QVERIFY(progress.count() > 0);
+        } else {
+            QCOMPARE(TestKit::readFile(readOnly), QByteArray("old"));
+            QVERIFY(QFileInfo(folder.filePath("folder")).permissions() & QFileDevice::ExeOwner);
+        }
+    }
+
+    void downloadTimeLimitCountsFromTheLastProgress() {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath("new");
+        const QByteArray data(40, 'd');
+        const QByteArray slow = answer("200 OK", data);
+        m_server.setScript("/slow", {slow, 0, 0, 20, false, slow.size() - data.size()});
+        m_server.setScript("/stalls", {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata", 0, 0, 0, false});
+        NetworkOperation operation(nullptr, m_logger);
+        QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
+        operation.setDownloadTimeout(500);
+        operation.StartOperation(request("/slow"), path, nullptr);
+        QTRY_COMPARE_WITH_TIMEOUT(ends.count(), 1, 8000);
+        QCOMPARE(operation.errorMessage(), QString());
+        QCOMPARE(TestKit::readFile(path), data);
+
+        operation.setDownloadTimeout(150);
+        operation.StartOperation(request("/stalls"), path, nullptr);
+        QTRY_COMPARE(ends.count(), 2);
+        QCOMPARE(operation.result(), OperationResult::Canceled);
+        QCOMPARE(operation.errorMessage(), QStringLiteral("Operation was canceled. Timed out."));
+        QCOMPARE(TestKit::readFile(path), data);
+        QVERIFY(!QFile::exists(path + QStringLiteral(".vqdownload")));
+    }
 };
-
-void DownloadTest::downloads_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("target"); // %1 is the test's folder
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QString>("message");
-    const QByteArray big(3000000, 'd');
-    const auto row = [](const char* name, const QByteArray& bytes, const char* target, int result, const char* message) {
-        QTest::newRow(name) << bytes << QString::fromLatin1(target) << result << QString::fromLatin1(message);
-    };
-    row("new file", answer("200 OK", "data"), "%1/new", 0, "");
-    row("larger than a body in memory", answer("200 OK", big + big), "%1/new", 0, "");
-    row("read-only file", answer("200 OK", "data"), "%1/read-only", 0, "");
-    row("without length", "HTTP/1.1 200 OK\r\n\r\ndata", "%1/read-only", 1,
-        "Size check failed. Expected size: 0. Actual size: 4");
-    row("nothing arrived", answer("200 OK", ""), "%1/new", 1, "Downloaded temp file doesn't exist");
-    row("no folder", answer("200 OK", "data"), "%1/none/new", 2,
-        "Operation was canceled. Failed to open temp local file %1/none/new.vqdownload for download.");
-    row("a folder in its place", answer("200 OK", "data"), "%1/folder", 1, "Failed to delete download file %1/folder");
-    row("not found", answer("404 Not Found", "data"), "%1/read-only", 1,
-        "NetworkError code: 203 Http status code: 404 Http reason phrase: Not Found Vqs reason phrase:  OAuth error: "
-        "No "
-        "error");
-    row("redirect", answer("302 Found", "page", "Location: /x\r\n"), "%1/read-only", 1,
-        "NetworkError code: 0 Http status code: 302 Http reason phrase: Found Vqs reason phrase:  OAuth error: No "
-        "error");
-}
-
-void DownloadTest::downloads() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, target);
-    QFETCH(int, result);
-    QFETCH(QString, message);
-    const QTemporaryDir folder;
-    const QString readOnly = folder.filePath(QStringLiteral("read-only"));
-    writeFile(readOnly, "old");
-    QFile::setPermissions(readOnly, QFileDevice::ReadOwner);
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("folder")));
-    m_server.setScript(page, {bytes});
-    const QString path = target.arg(folder.path());
-
-    auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
-    QSignalSpy ends(operation.get(), &NetworkOperation::RequestFinished);
-    QSignalSpy progress(operation.get(), &NetworkOperation::DownloadProgress);
-    operation->StartOperation(request(), path, nullptr);
-    QTRY_COMPARE(ends.count(), 1);
-    QCOMPARE(int(operation->result()), result);
-    QCOMPARE(operation->errorMessage(), message.contains(QStringLiteral("%1")) ? message.arg(folder.path()) : message);
-    const QString temporary = path + QStringLiteral(".vqdownload");
-    QVERIFY(!QFile::exists(temporary));
-    if (QFileInfo(path).dir().exists()) {
-        writeFile(temporary, "another operation's");
-        operation.reset();
-        QVERIFY(QFile::exists(temporary));
-    }
-    if (result == 0) {
-        QCOMPARE(fileContent(path), bytes.mid(bytes.indexOf("\r\n\r\n") + 4));
-        QVERIFY(progress.count() > 0);
-    } else {
-        QCOMPARE(fileContent(readOnly), QByteArray("old"));
-        QVERIFY(QFileInfo(folder.filePath(QStringLiteral("folder"))).permissions() & QFileDevice::ExeOwner);
-    }
-}
-
-void DownloadTest::downloadTimeLimitCountsFromTheLastProgress() {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("new"));
-    const QByteArray data(40, 'd');
-    const QByteArray slow = answer("200 OK", data);
-    m_server.setScript(QStringLiteral("/slow"), {slow, 0, 0, 20, false, slow.size() - data.size()});
-    m_server.setScript(QStringLiteral("/stalls"), {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata", 0, 0, 0, false});
-    NetworkOperation operation(nullptr, m_logger);
-    QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
-    operation.setDownloadTimeout(500);
-    operation.StartOperation(request(QStringLiteral("/slow")), path, nullptr);
-    QTRY_COMPARE_WITH_TIMEOUT(ends.count(), 1, 8000);
-    QCOMPARE(operation.errorMessage(), QString());
-    QCOMPARE(fileContent(path), data);
-
-    operation.setDownloadTimeout(150);
-    operation.StartOperation(request(QStringLiteral("/stalls")), path, nullptr);
-    QTRY_COMPARE(ends.count(), 2);
-    QCOMPARE(operation.result(), OperationResult::Canceled);
-    QCOMPARE(operation.errorMessage(), QStringLiteral("Operation was canceled. Timed out."));
-    QCOMPARE(fileContent(path), data);
-    QVERIFY(!QFile::exists(path + QStringLiteral(".vqdownload")));
-}
 
 QTEST_GUILESS_MAIN(DownloadTest)
 #include "DownloadTest.moc"

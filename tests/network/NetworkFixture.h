@@ -2,12 +2,9 @@
 
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 
-#include <QFile>
 #include <QNetworkRequest>
-#include <QObject>
-#include <QtTest>
-#include <memory>
 
 namespace Velquor::TestKit {
 
@@ -15,19 +12,12 @@ namespace Velquor::TestKit {
 ///
 /// Thread: the test's.
 class NetworkFixture : public QObject {
-    Q_OBJECT
-
 protected:
-    void beginAnew() {
+    void startOver() {
         m_logger->clear();
         m_server.setScript(page, {answer("200 OK", "hello")});
     }
     [[nodiscard]] QNetworkRequest request(const QString& path = page) const { return QNetworkRequest(m_server.url(path)); }
-
-    [[nodiscard]] static QByteArray fileContent(const QString& path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArrayLiteral("<cannot open>");
-    }
 
     inline static const QString page = QStringLiteral("/page");
     inline static const Script silence{{}, 0, 0, 0, false}; ///< Never answers and never closes.

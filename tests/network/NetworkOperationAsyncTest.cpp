@@ -3,9 +3,6 @@
 #include "NetworkFixture.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QtTest>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -13,142 +10,121 @@ using namespace Velquor::WebServices::Internal;
 using Velquor::TestKit::answer;
 using Velquor::TestKit::LoopbackHttpServer;
 
-/// Exchanges that run on a thread of their own: what is told, when, and on which thread.
+/// Exchanges on a thread of their own: which signals come, when, and on which thread.
 class NetworkOperationAsyncTest : public TestKit::NetworkFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { beginAnew(); }
-    void asyncDelivers();
-    void asyncStartsOnceAndAgain();
-    void asyncDestroyedWhileRunning_data();
-    void asyncDestroyedWhileRunning();
-    void asyncCanceledByController();
-    void selfSignedCertificateIsRefused();
-    void runGetOnAThreadWithoutLoop();
+    void init() { startOver(); }
+
+    void repliesAndDownloadsAreDelivered() {
+        const QTemporaryDir folder;
+        NetworkOperationAsync post(request(), "POST", "body", m_logger);
+        NetworkOperationAsync download(request(), m_logger);
+        download.setDownloadFile(folder.filePath("new"));
+        QSignalSpy postEnds(&post, &NetworkOperationAsync::RequestFinished);
+        QSignalSpy downloadEnds(&download, &NetworkOperationAsync::RequestFinished);
+        QVERIFY(post.Start());
+        QVERIFY(download.Start());
+        QTRY_COMPARE(postEnds.count() + downloadEnds.count(), 2);
+        QCOMPARE(post.result(), OperationResult::Success);
+        QCOMPARE(postEnds.first().first().value<QNetworkReply*>(), post.reply());
+        QCOMPARE(post.reply()->readAll(), QByteArray("hello"));
+        QCOMPARE(download.result(), OperationResult::Success);
+        QCOMPARE(TestKit::readFile(folder.filePath("new")), QByteArray("hello"));
+    }
+
+    void aRunningExchangeIsNotStartedTwice() {
+        m_server.setScript("/again", {answer("200 OK", "hello"), 0, 100, 0, true});
+        NetworkOperationAsync operation(request("/again"), m_logger);
+        QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
+        QVERIFY(operation.Start());
+        QVERIFY(operation.Start());
+        QTRY_COMPARE(ends.count(), 1);
+        QVERIFY(operation.Start());
+        QTRY_COMPARE(ends.count(), 2);
+        QCOMPARE(operation.reply()->readAll(), QByteArray("hello"));
+        QCOMPARE(m_server.count("/again"), 2);
+    }
+
+    void aDestroyedExchangeReportsItsEnd_data() {
+        // asked: destroyed after the server was asked, or at once
+        const TestKit::Columns<bool, bool> row("withBody", "asked");
+        row("GET", false, true);
+        row("POST", true, true);
+        row("GET, at once", false, false);
+        row("POST, at once", true, false);
+    }
+
+    void aDestroyedExchangeReportsItsEnd() {
+        QFETCH(bool, withBody);
+        QFETCH(bool, asked);
+        const QString path = QStringLiteral("/silent-%1-%2").arg(withBody).arg(asked);
+        m_server.setScript(path, silence);
+        // This thread runs no event loop, so that only the destructor can tell the end.
+        int ends = 0;
+        OperationResult result = OperationResult::NotFinished;
+        QString message;
+        std::thread([&] {
+            auto operation = withBody ? std::make_unique<NetworkOperationAsync>(request(path), "POST", "body", m_logger)
+                                      : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
+            NetworkOperationAsync* raw = operation.get();
+            connect(raw, &NetworkOperationAsync::RequestFinished, raw, [&, raw] {
+                ++ends;
+                result = raw->result();
+                message = raw->errorMessage();
+            });
+            operation->Start();
+            if (asked)
+                (void)m_server.waitForRequest(path);
+        }).join();
+        QCOMPARE(ends, 1);
+        QCOMPARE(result, OperationResult::Canceled);
+        QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
+    }
+
+    void selfSignedCertificateIsRefused() {
+        LoopbackHttpServer tls(LoopbackHttpServer::Transport::SelfSignedTls);
+        QVERIFY(!tls.certificate().isNull());
+        tls.setScript(page, {answer("200 OK", "hello")});
+        const ExchangeOutcome outcome = runGet(QNetworkRequest(tls.url(page)), 5000, m_logger);
+        QCOMPARE(outcome.result, OperationResult::Failure);
+        QCOMPARE(outcome.reply.networkError, QNetworkReply::SslHandshakeFailedError);
+        QVERIFY(outcome.reply.body.isEmpty());
+        QCOMPARE(tls.count(page), 0);
+        const QString line = m_logger->texts(Log::Level::Error).value(0);
+        QVERIFY2(line.startsWith("NetworkOperation::SslError: SelfSignedCertificate (9): "), qPrintable(line));
+        const QByteArray thumbprint = tls.certificate().digest(QCryptographicHash::Sha1).toHex();
+        const QString end = QStringLiteral("\nThumbprint (Sha1): %1\nBlacklisted: No\nSelf signed: Yes");
+        QVERIFY2(line.endsWith(end.arg(QString::fromLatin1(thumbprint))), qPrintable(line));
+
+        // The same server is accepted by a product that trusts its certificate.
+        QNetworkRequest trusting(tls.url(page));
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setCaCertificates({tls.certificate()});
+        trusting.setSslConfiguration(configuration);
+        QCOMPARE(runGet(trusting, 5000, m_logger).reply.body, QByteArray("hello"));
+    }
+
+    void runsOnAThreadWithoutEventLoop() {
+        m_server.setScript(page, {answer("401 Unauthorized", "oauth_problem=message_expired",
+                                         "xoauth_problem: message_expired\r\nDate: Mon, 01 Jul 2024 12:00:05 GMT\r\n")});
+        ExchangeOutcome outcome;
+        std::thread([&] { outcome = runGet(request(), 5000, m_logger); }).join();
+        QCOMPARE(outcome.result, OperationResult::Failure);
+        QCOMPARE(outcome.reply.status, 401);
+        QCOMPARE(outcome.reply.body, QByteArray("oauth_problem=message_expired"));
+        QCOMPARE(outcome.reply.clockKind, ClockKind::WrongTime);
+        QVERIFY(outcome.reply.clockMessage.contains("Server time (UTC): 2024-07-01 12:00"));
+        QCOMPARE(outcome.reply.problemText, QStringLiteral(". OAuth problem: message_expired"));
+        QVERIFY(outcome.reply.errorText.startsWith("Http error: 401 Unauthorized. Network error: 204 "));
+        QVERIFY(outcome.reply.dump.contains("401 Unauthorized"));
+
+        m_server.setScript(page, silence);
+        std::thread([&] { outcome = runGet(request(), 100, m_logger); }).join();
+        QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
+    }
 };
-
-void NetworkOperationAsyncTest::asyncDelivers() {
-    const QTemporaryDir folder;
-    NetworkOperationAsync post(request(), QStringLiteral("POST"), "body", m_logger);
-    NetworkOperationAsync download(request(), m_logger);
-    download.setDownloadFile(folder.filePath(QStringLiteral("new")));
-    QSignalSpy postEnds(&post, &NetworkOperationAsync::RequestFinished);
-    QSignalSpy downloadEnds(&download, &NetworkOperationAsync::RequestFinished);
-    QVERIFY(post.Start());
-    QVERIFY(download.Start());
-    QTRY_COMPARE(postEnds.count() + downloadEnds.count(), 2);
-    QCOMPARE(post.result(), OperationResult::Success);
-    QCOMPARE(postEnds.first().first().value<QNetworkReply*>(), post.reply());
-    QCOMPARE(post.reply()->readAll(), QByteArray("hello"));
-    QCOMPARE(download.result(), OperationResult::Success);
-    QCOMPARE(fileContent(folder.filePath(QStringLiteral("new"))), QByteArray("hello"));
-}
-
-void NetworkOperationAsyncTest::asyncStartsOnceAndAgain() {
-    m_server.setScript(QStringLiteral("/again"), {answer("200 OK", "hello"), 0, 100, 0, true});
-    NetworkOperationAsync operation(request(QStringLiteral("/again")), m_logger);
-    QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
-    QVERIFY(operation.Start());
-    QVERIFY(operation.Start());
-    QTRY_COMPARE(ends.count(), 1);
-    QVERIFY(operation.Start());
-    QTRY_COMPARE(ends.count(), 2);
-    QCOMPARE(operation.reply()->readAll(), QByteArray("hello"));
-    QCOMPARE(m_server.count(QStringLiteral("/again")), 2);
-}
-
-void NetworkOperationAsyncTest::asyncDestroyedWhileRunning_data() {
-    QTest::addColumn<bool>("withBody");
-    QTest::addColumn<bool>("asked"); // destroyed after the server was asked, or at once
-    QTest::newRow("GET") << false << true;
-    QTest::newRow("POST") << true << true;
-    QTest::newRow("GET, at once") << false << false;
-    QTest::newRow("POST, at once") << true << false;
-}
-
-void NetworkOperationAsyncTest::asyncDestroyedWhileRunning() {
-    QFETCH(bool, withBody);
-    QFETCH(bool, asked);
-    const QString path = QStringLiteral("/silent-%1-%2").arg(withBody).arg(asked);
-    m_server.setScript(path, silence);
-    // This thread runs no event loop, so that only the destructor can tell the end.
-    int ends = 0;
-    OperationResult result = OperationResult::NotFinished;
-    QString message;
-    std::thread([&] {
-        auto operation = withBody
-                             ? std::make_unique<NetworkOperationAsync>(request(path), QStringLiteral("POST"), "body", m_logger)
-                             : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
-        NetworkOperationAsync* raw = operation.get();
-        connect(raw, &NetworkOperationAsync::RequestFinished, raw, [&, raw] {
-            ++ends;
-            result = raw->result();
-            message = raw->errorMessage();
-        });
-        operation->Start();
-        if (asked)
-            (void)m_server.waitForRequest(path);
-    }).join();
-    QCOMPARE(ends, 1);
-    QCOMPARE(result, OperationResult::Canceled);
-    QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
-}
-
-void NetworkOperationAsyncTest::asyncCanceledByController() {
-    m_server.setScript(page, silence);
-    const auto controller = std::make_shared<ICancelController>();
-    NetworkOperationAsync operation(request(), m_logger);
-    operation.setCancelController(controller);
-    QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
-    operation.Start();
-    QTest::qWait(50);
-    Q_EMIT controller->Canceled();
-    QTRY_COMPARE(ends.count(), 1);
-    QCOMPARE(operation.result(), OperationResult::Canceled);
-}
-
-void NetworkOperationAsyncTest::selfSignedCertificateIsRefused() {
-    LoopbackHttpServer tls(LoopbackHttpServer::Transport::SelfSignedTls);
-    QVERIFY(!tls.certificate().isNull());
-    tls.setScript(page, {answer("200 OK", "hello")});
-    const ExchangeOutcome outcome = runGet(QNetworkRequest(tls.url(page)), 5000, m_logger);
-    QCOMPARE(outcome.result, OperationResult::Failure);
-    QCOMPARE(outcome.reply.networkError, QNetworkReply::SslHandshakeFailedError);
-    QVERIFY(outcome.reply.body.isEmpty());
-    QCOMPARE(tls.count(page), 0);
-    const QString line = m_logger->texts(Log::Level::Error).value(0);
-    QVERIFY2(line.startsWith(QStringLiteral("NetworkOperation::SslError: SelfSignedCertificate (9): ")), qPrintable(line));
-    const QByteArray thumbprint = tls.certificate().digest(QCryptographicHash::Sha1).toHex();
-    const QString end = QStringLiteral("\nThumbprint (Sha1): %1\nBlacklisted: No\nSelf signed: Yes");
-    QVERIFY2(line.endsWith(end.arg(QString::fromLatin1(thumbprint))), qPrintable(line));
-
-    // The same server is accepted by a product that trusts its certificate.
-    QNetworkRequest trusting(tls.url(page));
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setCaCertificates({tls.certificate()});
-    trusting.setSslConfiguration(configuration);
-    QCOMPARE(runGet(trusting, 5000, m_logger).reply.body, QByteArray("hello"));
-}
-
-void NetworkOperationAsyncTest::runGetOnAThreadWithoutLoop() {
-    m_server.setScript(page, {answer("401 Unauthorized", "oauth_problem=message_expired",
-                                     "xoauth_problem: message_expired\r\nDate: Mon, 01 Jul 2024 12:00:05 GMT\r\n")});
-    ExchangeOutcome outcome;
-    std::thread([&] { outcome = runGet(request(), 5000, m_logger); }).join();
-    QCOMPARE(outcome.result, OperationResult::Failure);
-    QCOMPARE(outcome.reply.status, 401);
-    QCOMPARE(outcome.reply.body, QByteArray("oauth_problem=message_expired"));
-    QCOMPARE(outcome.reply.clockKind, ClockKind::WrongTime);
-    QVERIFY(outcome.reply.clockMessage.contains(QStringLiteral("Server time (UTC): 2024-07-01 12:00")));
-    QCOMPARE(outcome.reply.problemText, QStringLiteral(". OAuth problem: message_expired"));
-    QVERIFY(outcome.reply.errorText.startsWith(QStringLiteral("Http error: 401 Unauthorized. Network error: 204 ")));
-    QVERIFY(outcome.reply.dump.contains(QStringLiteral("401 Unauthorized")));
-
-    m_server.setScript(page, silence);
-    std::thread([&] { outcome = runGet(request(), 100, m_logger); }).join();
-    QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
-}
 
 QTEST_GUILESS_MAIN(NetworkOperationAsyncTest)
 #include "NetworkOperationAsyncTest.moc"

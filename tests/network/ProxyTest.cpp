@@ -10,16 +10,10 @@
 #include "TestKit/ProxyProcess.h"
 #include "TestKit/ScriptedPrompt.h"
 #include "TestKit/SessionFixture.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Prompt/CredentialPrompt.h"
 
-#include <QElapsedTimer>
-#include <QRegularExpression>
-#include <QSettings>
-#include <QtTest>
-#include <atomic>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -54,7 +48,7 @@ public:
 
     [[nodiscard]] QNetworkProxy proxy(const QString& user = {}) const {
         const int port = m_server.url(QString()).port();
-        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), static_cast<quint16>(port), user,
+        return {QNetworkProxy::HttpProxy, "127.0.0.1", static_cast<quint16>(port), user,
                 user.isEmpty() ? QString() : wrongPassword};
     }
 
@@ -65,7 +59,7 @@ public:
         QStringList found;
         const bool isTunnel = url.startsWith(QLatin1String("https"));
         for (const TestKit::ReceivedRequest& request : m_server.requests(isTunnel ? QStringLiteral("service.test:443") : url)) {
-            static const QRegularExpression header(QStringLiteral("Proxy-Authorization: Basic (\\S+)"));
+            static const QRegularExpression header("Proxy-Authorization: Basic (\\S+)");
             const QString value = header.match(QString::fromLatin1(request.head)).captured(1);
             found += QString::fromUtf8(QByteArray::fromBase64(value.toLatin1())).section(QLatin1Char(':'), 0, 0);
         }
@@ -77,7 +71,7 @@ private:
 };
 
 QSettings& settings() {
-    static QSettings shared(QStringLiteral("Velquor"), QStringLiteral("Web Services"));
+    static QSettings shared("Velquor", "Web Services");
     return shared;
 }
 
@@ -119,10 +113,10 @@ private slots:
     }
 
     void storedCredentialsAskNobody_data() {
-        QTest::addColumn<QString>("where");
-        QTest::newRow("set as the application proxy") << QStringLiteral("proxy");
-        QTest::newRow("known to the session only") << QStringLiteral("session");
-        QTest::newRow("put into the file by another process") << QStringLiteral("file");
+        const TestKit::Columns<QString> row("where");
+        row("set as the application proxy", "proxy");
+        row("known to the session only", "session");
+        row("put into the file by another process", "file");
     }
 
     void storedCredentialsAskNobody() {
@@ -149,8 +143,8 @@ private slots:
                  QStringLiteral("Your proxy server 127.0.0.1:%1 requires authentication. Please enter your credentials.")
                      .arg(m_proxy.port()));
         QCOMPARE(m_prompt->texts.value(2), QStringLiteral("127.0.0.1"));
-        QCOMPARE(logged(QStringLiteral("ProxyAuthenticationRequired called. Showing proxy authentication dialog.")), 1);
-        QCOMPARE(logged(QStringLiteral("Proxy authentication dialog closed: Authentication successful")), 1);
+        QCOMPARE(logged("ProxyAuthenticationRequired called. Showing proxy authentication dialog."), 1);
+        QCOMPARE(logged("Proxy authentication dialog closed: Authentication successful"), 1);
         QVERIFY(get().hasStatus200());
         QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(m_proxy.host(), m_proxy.port()));
         // Another process of the user.
@@ -162,29 +156,25 @@ private slots:
     }
 
     void endsAfterTwoPrompts_data() {
-        QTest::addColumn<QVector<ScriptedPrompt::Answer>>("answers");
-        QTest::addColumn<QStringList>("users"); // Who came to the proxy, in this order.
-        QTest::addColumn<int>("asked");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("failures"); // How often "Proxy authentication failed" is logged.
+        // users: the users that tried the proxy, in this order. failures: how often "Proxy authentication failed" is logged.
+        const TestKit::Columns<QVector<ScriptedPrompt::Answer>, QStringList, int, QString, int> row("answers", "users", "asked",
+                                                                                                    "text", "failures");
         const auto closed = QStringLiteral("Proxy authentication dialog closed: Authentication failed. Error: %1.");
         const auto opened = QStringLiteral("Proxy authentication dialog closed: Authentication successful");
         const QString noFile = Util::CredentialPrompt::errorText(2);
         using Answers = QVector<ScriptedPrompt::Answer>;
-        QTest::newRow("wrong twice") << Answers{wrong("a"), wrong("b"), wrong("c")} << QStringList{"", "a", "b"} << 2 << opened
-                                     << 1;
-        QTest::newRow("canceled") << Answers{code(1223), wrong("b")} << QStringList{""} << 1 << closed.arg("User canceled") << 0;
-        QTest::newRow("wrong, then canceled")
-            << Answers{wrong("a"), code(1223)} << QStringList{"", "a"} << 2 << closed.arg("User canceled") << 0;
-        QTest::newRow("no user name") << Answers{wrong("")} << QStringList{""} << 1 << closed.arg("No user name was given") << 1;
-        QTest::newRow("no prompt") << Answers{code(2), wrong("b")} << QStringList{""} << 1 << closed.arg(noFile) << 1;
+        row("wrong twice", Answers{wrong("a"), wrong("b"), wrong("c")}, QStringList{"", "a", "b"}, 2, opened, 1);
+        row("canceled", Answers{code(1223), wrong("b")}, QStringList{""}, 1, closed.arg("User canceled"), 0);
+        row("wrong, then canceled", Answers{wrong("a"), code(1223)}, QStringList{"", "a"}, 2, closed.arg("User canceled"), 0);
+        row("no user name", Answers{wrong("")}, QStringList{""}, 1, closed.arg("No user name was given"), 1);
+        row("no prompt", Answers{code(2), wrong("b")}, QStringList{""}, 1, closed.arg(noFile), 1);
     }
 
     void endsAfterTwoPrompts() {
         QFETCH(QVector<ScriptedPrompt::Answer>, answers);
         QFETCH(QStringList, users);
         QFETCH(QString, text);
-        for (const QString& url : {QStringLiteral("https://service.test/"), QStringLiteral("http://service.test/")}) {
+        for (const QString& url : QStringList{"https://service.test/", "http://service.test/"}) {
             RefusingProxy proxy;
             QNetworkProxy::setApplicationProxy(proxy.proxy());
             answerWith(answers);
@@ -193,7 +183,7 @@ private slots:
             QCOMPARE(proxy.users(url), users);
             QTEST(int(m_prompt->asked), "asked");
             QVERIFY2(logged(text) > 0, qPrintable(m_fixture->logger->texts().join('\n')));
-            QTEST(logged(QStringLiteral("Proxy authentication failed")), "failures");
+            QTEST(logged("Proxy authentication failed"), "failures");
             QCOMPARE(outcome.reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
             QVERIFY2(outcome.errorText().contains(
                          QStringLiteral(". Proxy info: Host: 127.0.0.1, Port: %1, User:").arg(proxy.proxy().port())),
@@ -218,12 +208,12 @@ private slots:
         QCOMPARE(kept.user, QStringLiteral("b"));
     }
 
-    // What another process has stored meanwhile is tried before anybody is asked.
+    // Credentials that another process has stored are tried before the user is asked.
     void laterCredentialsInTheFileComeFirst() {
         const auto url = QStringLiteral("https://service.test/");
         RefusingProxy proxy;
         QVERIFY(m_fixture->makeSession()->SetProxyAuthentication(m_proxy.host(), proxy.proxy().port(), "newer", wrongPassword));
-        QNetworkProxy::setApplicationProxy(proxy.proxy(QStringLiteral("older")));
+        QNetworkProxy::setApplicationProxy(proxy.proxy("older"));
         QVERIFY(!runGet(QNetworkRequest(QUrl(url)), 20000, m_fixture->logger).hasStatus200());
         QCOMPARE(proxy.users(url), QStringList({"", "older", "newer"}));
         QCOMPARE(m_prompt->asked, 1);
@@ -232,11 +222,11 @@ private slots:
     void aPromptThatThrowsHasFailed() {
         m_prompt->reaction = [] { throw std::runtime_error("no window"); };
         QCOMPARE(get().reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
-        QCOMPARE(logged(QStringLiteral("Proxy authentication failed")), 1);
+        QCOMPARE(logged("Proxy authentication failed"), 1);
     }
 
     void aProductMaySwitchThePromptOff() {
-        settings().setValue(QStringLiteral("ProxyAuthenticationDialog"), QStringLiteral("False"));
+        settings().setValue("ProxyAuthenticationDialog", "False");
         settings().sync();
         answerWith({right()});
         QCOMPARE(get().reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
@@ -247,9 +237,9 @@ private slots:
     }
 
     void requestsThatMeetShareOneAnswer_data() {
-        QTest::addColumn<bool>("isGiven");
-        QTest::newRow("given") << true;
-        QTest::newRow("canceled") << false;
+        const TestKit::Columns<bool> row("isGiven");
+        row("given", true);
+        row("canceled", false);
     }
 
     void requestsThatMeetShareOneAnswer() {
@@ -264,11 +254,8 @@ private slots:
             QThread::msleep(400);
         };
         std::atomic<int> succeeded{0};
-        std::vector<std::thread> threads;
-        for (int index = 0; index < count; ++index)
-            threads.emplace_back([&] { succeeded += get().hasStatus200() ? 1 : 0; });
-        for (std::thread& thread : threads)
-            thread.join();
+        TestKit::Threads threads(count, [&](int) { succeeded += get().hasStatus200() ? 1 : 0; });
+        threads.join();
         QCOMPARE(m_prompt->asked, 1);
         QCOMPARE(succeeded, isGiven ? count : 0);
     }
@@ -284,8 +271,7 @@ private slots:
         m_prompt->reaction = [this] { QVERIFY(m_prompt->canceled.tryAcquire(1, 10000)); };
         std::thread request([this] { QVERIFY(!get().hasStatus200()); });
         QTRY_COMPARE(int(m_prompt->asked), 1);
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         ProxyPrompt::instance().close();
         request.join();
         QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
@@ -293,7 +279,7 @@ private slots:
         QCOMPARE(m_prompt->asked, 1);
     }
 
-    // A prompt may run an event loop, in which whoever asked loses interest.
+    // A prompt may run an event loop, in which the operation that asked is destroyed.
     void anOperationMayGoWhileItsPromptIsOpen() {
         auto operation = std::make_unique<NetworkOperation>(nullptr, m_fixture->logger);
         answerWith({right()});
@@ -301,7 +287,7 @@ private slots:
             operation.reset();
             QTest::qWait(100);
         };
-        operation->StartOperation(request(), QStringLiteral("GET"), {}, 20000, nullptr);
+        operation->StartOperation(request(), "GET", {}, 20000, nullptr);
         QTRY_COMPARE(int(m_prompt->asked), 1);
         QTest::qWait(200);
         QVERIFY(!operation);
@@ -322,15 +308,14 @@ private slots:
         QAuthenticator authenticator;
         const QString host = QString(259, 'h') + QStringLiteral("X");
         const QNetworkProxy proxy(QNetworkProxy::HttpProxy, host, 8080);
-        ProxyPrompt::instance().setTexts(
-            {QString(258, 'c') + QString::fromUtf8("\xf0\x9f\x98\x80"), QStringLiteral("At %1%1 port %2")});
+        ProxyPrompt::instance().setTexts({QString(258, 'c') + QString::fromUtf8("\xf0\x9f\x98\x80"), "At %1%1 port %2"});
         manager.ProxyAuthenticationRequired(proxy, &authenticator);
         QCOMPARE(m_prompt->texts.value(0), QString(258, 'c'));
         QCOMPARE(m_prompt->texts.value(1), (QStringLiteral("At ") + host).left(259));
         QCOMPARE(m_prompt->texts.value(2), QString(259, 'h'));
         QVERIFY(authenticator.user().isEmpty());
-        ProxyPrompt::instance().setTexts({{}, QStringLiteral("%1 port %2")});
-        manager.ProxyAuthenticationRequired({QNetworkProxy::HttpProxy, QStringLiteral("a%2b"), 81}, &authenticator);
+        ProxyPrompt::instance().setTexts({{}, "%1 port %2"});
+        manager.ProxyAuthenticationRequired({QNetworkProxy::HttpProxy, "a%2b", 81}, &authenticator);
         QCOMPARE(m_prompt->texts.value(1), QStringLiteral("a%2b port 81"));
         QCOMPARE(m_prompt->texts.value(0), QStringLiteral("Authenticate Proxy Server"));
     }
@@ -344,9 +329,9 @@ private:
     // The framework reaches every name of this machine without a proxy, but not this one.
     [[nodiscard]] QNetworkRequest request() const {
         QUrl url(m_service.url() + QStringLiteral("/time/unix"));
-        url.setHost(QStringLiteral("0.0.0.0"));
+        url.setHost("0.0.0.0");
         QNetworkRequest made(url);
-        made.setPeerVerifyName(QStringLiteral("127.0.0.1"));
+        made.setPeerVerifyName("127.0.0.1");
         made.setRawHeader("Host", QUrl(m_service.url()).authority().toUtf8());
         return made;
     }

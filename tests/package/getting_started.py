@@ -82,7 +82,7 @@ def try_program(program: pathlib.Path, home: Home, service: AccountService) -> N
     service.control("approve", {"url": page, "user": "ada"})
     first.press_enter()
     outputs = [first.finish()]
-    # One who comes later is signed in from the start.
+    # A program that starts later is signed in from the start.
     outputs.append((second or Run(program, home, service, url)).finish())
     for output in outputs:
         answer = answer_to(output, service, url)

@@ -1,6 +1,6 @@
 """Does what a reader of the getting-started pages does: every command on them, to the letter, in a fresh home.
 
-Only the port of the account service is another one. With --installed the library is not built anew.
+Only the port of the account service is another one. With --installed the library is not built again.
 """
 import argparse
 import os

@@ -1,10 +1,6 @@
-// Several clients of one process: who is registered, who shares a product, and what support sees of it.
+// Several clients of one process: registration, shared products, and the state dump for support.
 
 #include "TestKit/ServiceTest.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QtTest>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -12,8 +8,6 @@ using namespace Velquor::WebServices::Internal;
 
 namespace {
 
-const auto key = QStringLiteral("demo-product-0001");
-const auto secret = QStringLiteral("demo-secret-0001");
 const auto partner = QStringLiteral("partner");
 
 } // namespace
@@ -22,25 +16,21 @@ class ClientsTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { startService(); }
-
     void init() {
-        beginAnew();
+        startOver();
         m_session = m_fixture->makeSession(key, secret);
     }
 
-    void cleanup() { m_session.reset(); }
-
-    void registersAClientOnce() {
-        const ClientIdentity identity{partner, 2, QStringLiteral("Partner product"), QStringLiteral("/opt/partner")};
+    void aClientIsRegisteredOnce() {
+        const ClientIdentity identity{partner, 2, "Partner product", "/opt/partner"};
         QVERIFY(m_session->AddClient(identity));
         QVERIFY(m_session->AddClient(identity));
         QCOMPARE(clients().size(), 2);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Added client Partner product. Clients (2): Test product, Partner product")));
-        QVERIFY(m_session->RemoveClient(QStringLiteral("nobody")));
+        QVERIFY(m_fixture->hasLogged("Added client Partner product. Clients (2): Test product, Partner product"));
+        QVERIFY(m_session->RemoveClient("nobody"));
         QCOMPARE(clients().size(), 2);
         QVERIFY(m_session->RemoveClient(partner));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Removed client Partner product. Clients (1): Test product")));
+        QVERIFY(m_fixture->hasLogged("Removed client Partner product. Clients (1): Test product"));
     }
 
     // Two clients with one consumer key: the product of the one that stays must not lose its tokens.
@@ -55,25 +45,23 @@ private slots:
         QVERIFY(products().isEmpty());
     }
 
-    // Only one product is read from the file then; that the user was signed out meanwhile is still found afterwards.
+    // Only one product is read from the file then. A sign-out since the last read is still found.
     void aProductThatIsReadAloneHidesNoSignOut() {
         signIn(*m_session);
         const auto other = m_fixture->makeSession();
         QVERIFY(other->RestoreLogin(key, false));
-        QNetworkReply::NetworkError error = QNetworkReply::NoError;
-        QVERIFY(other->Logout(key, error, true));
+        QVERIFY(signOut(*other));
         addPartner();
         QVERIFY(!m_session->isLoggedIn(QString()));
     }
 
     // Support must be able to tell whose token a line is about, on whatever thread it was written.
-    void linesNameTheProductThatTheyAreAbout() {
+    void logLinesNameTheirProduct() {
         const auto second = QStringLiteral("second-product-0002");
-        QVERIFY(m_session->AddClient({second, 1, QStringLiteral("Second"), QStringLiteral("/opt/second")}));
-        QVERIFY(m_session->SetConfiguration(second,
-                                            TestKit::SessionFixture::configuration(second, QStringLiteral("demo-secret-0002"))));
+        QVERIFY(m_session->AddClient({second, 1, "Second", "/opt/second"}));
+        QVERIFY(m_session->SetConfiguration(second, TestKit::SessionFixture::configuration(second, "demo-secret-0002")));
         signIn(*m_session);
-        const QStringList both{QStringLiteral("Second.0002.0"), QStringLiteral("Test product.0001.0")};
+        const QStringList both{"Second.0002.0", "Test product.0001.0"};
         for (const char* line : {"Constructor", "Checking if tokens need to be queried", "Creating cache objects"}) {
             const QString text = QLatin1String(line);
             QTRY_VERIFY(m_fixture->logger->prefixes(text).size() >= 2);
@@ -82,10 +70,10 @@ private slots:
             found.sort();
             QCOMPARE(found, both);
         }
-        QCOMPARE(m_fixture->logger->prefixes(QStringLiteral("Restoring login state for all products")), QStringList(QString()));
+        QCOMPARE(m_fixture->logger->prefixes("Restoring login state for all products"), QStringList(QString()));
     }
 
-    void theStateDumpTellsNoSecrets() {
+    void theStateDumpShowsNoSecrets() {
         signIn(*m_session);
         addPartner();
         // The workers start on a thread of their own.
@@ -112,7 +100,7 @@ private slots:
 
 private:
     void addPartner() {
-        QVERIFY(m_session->AddClient({partner, 1, QStringLiteral("Partner product"), QStringLiteral("/opt/partner")}));
+        QVERIFY(m_session->AddClient({partner, 1, "Partner product", "/opt/partner"}));
         QVERIFY(m_session->SetConfiguration(partner, TestKit::SessionFixture::configuration(key, secret)));
     }
 
@@ -121,8 +109,6 @@ private:
     }
     [[nodiscard]] QJsonArray clients() { return part("Clients"); }
     [[nodiscard]] QJsonArray products() { return part("ProductLoginSessions"); }
-
-    TestKit::SessionUnderTest m_session;
 };
 
 QTEST_GUILESS_MAIN(ClientsTest)

@@ -3,10 +3,9 @@
 #include "Session/State/LoginState.h"
 #include "Session/Operations/IdentityParameters.h"
 #include "Session/State/MachineBinding.h"
+#include "TestKit/Test.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
-
-#include <QtTest>
 
 Q_DECLARE_METATYPE(Velquor::WebServices::Internal::BasicLoginState)
 
@@ -34,13 +33,8 @@ class LoginStateTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void comparesSignIns_data() {
-        QTest::addColumn<BasicLoginState>("inFile");
-        QTest::addColumn<qint64>("logout");
-        QTest::addColumn<int>("expected");
-        const auto row = [](const char* name, const BasicLoginState& inFile, qint64 logout, StateOrigin expected) {
-            QTest::newRow(name) << inFile << logout << static_cast<int>(expected);
-        };
+    void tellsWhichSignInIsLater_data() {
+        const Velquor::TestKit::Columns<BasicLoginState, qint64, StateOrigin> row("inFile", "logout", "expected");
         row("the same sign-in", signIn("ada", 100), 50, StateOrigin::Same);
         row("an empty file", {}, 0, StateOrigin::Same);
         row("signed out before this sign-in", {}, 99, StateOrigin::Same);
@@ -53,15 +47,14 @@ private slots:
         row("the same user again later", signIn("ada", 101), 100, StateOrigin::SignedInElsewhere);
     }
 
-    void comparesSignIns() {
+    void tellsWhichSignInIsLater() {
         QFETCH(BasicLoginState, inFile);
         QFETCH(qint64, logout);
-        QFETCH(int, expected);
         const QDateTime logoutDate = logout > 0 ? at(logout) : QDateTime();
-        QCOMPARE(static_cast<int>(compareSignIns(signIn("ada", 100), inFile, logoutDate)), expected);
+        QTEST(static_cast<int>(compareSignIns(signIn("ada", 100), inFile, logoutDate)), "expected");
     }
 
-    // Within one second: sign in, sign out, sign in again. Each must be told from the one before.
+    // A sign-in, a sign-out and another sign-in within one second keep their order.
     void keepsSignInAndSignOutApart() {
         const QDateTime now = at(1000).addMSecs(900);
         const QDateTime first = loginDateAfter(now, QDateTime());
@@ -72,45 +65,39 @@ private slots:
         QVERIFY(logoutDateFor(at(900), second) >= second);
     }
 
-    void shortensTheMachineAddress_data() {
-        QTest::addColumn<QStringList>("addresses");
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("none") << QStringList() << 245 << QString();
-        QTest::newRow("duplicates go") << QStringList{"aa", "bb", "aa"} << 245 << "aa|bb";
-        QTest::newRow("fits exactly") << QStringList{"aa", "bb", "cc"} << 8 << "aa|bb|cc";
-        QTest::newRow("one byte too long drops a whole address") << QStringList{"aa", "bb", "cc"} << 7 << "aa|bb";
-        QTest::newRow("the last one stays") << QStringList{"aabbccddeeff"} << 3 << "aabbccddeeff";
+    void theMachineAddressIsCutBetweenAdapters_data() {
+        const Velquor::TestKit::Columns<QStringList, int, QString> row("addresses", "limit", "expected");
+        row("none", {}, 245, {});
+        row("duplicates go", QStringList{"aa", "bb", "aa"}, 245, "aa|bb");
+        row("fits exactly", QStringList{"aa", "bb", "cc"}, 8, "aa|bb|cc");
+        row("one byte too long drops a whole address", QStringList{"aa", "bb", "cc"}, 7, "aa|bb");
+        row("the last one stays", QStringList{"aabbccddeeff"}, 3, "aabbccddeeff");
     }
 
-    void shortensTheMachineAddress() {
+    void theMachineAddressIsCutBetweenAdapters() {
         QFETCH(QStringList, addresses);
         QFETCH(int, limit);
-        QFETCH(QString, expected);
-        QCOMPARE(joinedMachineAddress(addresses, limit), expected);
+        QTEST(joinedMachineAddress(addresses, limit), "expected");
     }
 
-    void knowsTheMachine_data() {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QStringList>("current");
-        QTest::addColumn<bool>("same");
-        QTest::newRow("one in common is enough") << "aa|bb|cc" << QStringList{"xx", "cc"} << true;
-        QTest::newRow("none in common") << "aa|bb" << QStringList{"cc"} << false;
-        QTest::newRow("a part of an address is none") << "aabb" << QStringList{"aa"} << false;
-        QTest::newRow("blank on a machine without adapters") << "|" << QStringList() << true;
-        QTest::newRow("blank on a machine with adapters") << "|" << QStringList{"aa"} << false;
-        QTest::newRow("stored ones, adapters gone") << "aa" << QStringList() << false;
+    void oneCommonAdapterIsTheSameMachine_data() {
+        const Velquor::TestKit::Columns<QString, QStringList, bool> row("stored", "current", "same");
+        row("one in common is enough", "aa|bb|cc", QStringList{"xx", "cc"}, true);
+        row("none in common", "aa|bb", QStringList{"cc"}, false);
+        row("a part of an address is none", "aabb", QStringList{"aa"}, false);
+        row("blank on a machine without adapters", "|", {}, true);
+        row("blank on a machine with adapters", "|", QStringList{"aa"}, false);
+        row("stored ones, adapters gone", "aa", {}, false);
     }
 
-    void knowsTheMachine() {
+    void oneCommonAdapterIsTheSameMachine() {
         QFETCH(QString, stored);
         QFETCH(QStringList, current);
-        QFETCH(bool, same);
-        QCOMPARE(isSameMachine(stored, current), same);
+        QTEST(isSameMachine(stored, current), "same");
     }
 
-    // Every adapter is replaced in the course of the years, one at a time.
-    void knowsTheMachineOverTheYears() {
+    // Every adapter is replaced over the years, one at a time.
+    void replacedAdaptersAreLearnedOneByOne() {
         QStringList stored{"aa", "bb"};
         // A dock that is away for the day, and room for four.
         for (const QStringList& present :
@@ -121,43 +108,40 @@ private slots:
         QCOMPARE(stored, QStringList({"ee", "dd", "cc", "bb"}));
     }
 
-    void readsExpiry_data() {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<qint64>("lifetime");
-        QTest::newRow("seconds") << QByteArray("3600") << 3600LL;
-        QTest::newRow("expired at once") << QByteArray("0") << 0LL;
+    void onlyWholeSecondsAreAnExpiry_data() {
+        const Velquor::TestKit::Columns<QByteArray, qint64> row("text", "lifetime");
+        row("seconds", "3600", 3600);
+        row("expired at once", "0", 0);
         for (const char* const bad : {"", "-1", "3600.5", "1e9", "99999999999", "9999999999999999999999", "soon", "36 00"})
-            QTest::newRow(qPrintable(QStringLiteral("bad: %1").arg(QLatin1String(bad)))) << QByteArray(bad) << -1LL;
+            row(qPrintable(QStringLiteral("bad: %1").arg(QLatin1String(bad))), QByteArray(bad), -1);
     }
 
-    void readsExpiry() {
+    void onlyWholeSecondsAreAnExpiry() {
         QFETCH(QByteArray, text);
         QFETCH(qint64, lifetime);
         QCOMPARE(expiryFrom(text, at(1000)), lifetime < 0 ? QDateTime() : at(1000 + lifetime));
     }
 
-    void refusesTokensThatAreNone_data() {
-        QTest::addColumn<QByteArray>("token");
-        QTest::addColumn<bool>("usable");
-        QTest::newRow("Base64") << QByteArray("aB+/=") << true;
-        QTest::newRow("the longest") << QByteArray(64 * 1024, 'x') << true;
-        QTest::newRow("too long") << QByteArray(64 * 1024 + 1, 'x') << false;
-        QTest::newRow("empty") << QByteArray() << false;
-        QTest::newRow("a header in it") << QByteArray("abc\r\nX: y") << false;
-        QTest::newRow("blank") << QByteArray("a b") << false;
-        QTest::newRow("not ASCII") << QByteArray("a\xc3\xa4") << false;
-        QTest::newRow("NUL") << QByteArray("a\0b", 3) << false;
+    void malformedTokensAreRefused_data() {
+        const Velquor::TestKit::Columns<QByteArray, bool> row("token", "usable");
+        row("Base64", "aB+/=", true);
+        row("the longest", QByteArray(64 * 1024, 'x'), true);
+        row("too long", QByteArray(64 * 1024 + 1, 'x'), false);
+        row("empty", {}, false);
+        row("a header in it", "abc\r\nX: y", false);
+        row("blank", "a b", false);
+        row("not ASCII", "a\xc3\xa4", false);
+        row("NUL", QByteArray("a\0b", 3), false);
     }
 
-    void refusesTokensThatAreNone() {
+    void malformedTokensAreRefused() {
         QFETCH(QByteArray, token);
-        QFETCH(bool, usable);
-        QCOMPARE(isUsableToken(token), usable);
+        QTEST(isUsableToken(token), "usable");
     }
 
     void sendsIdentityInOrderAndOnlyWhenSet() {
         WebServicesConfigurationImp configuration;
-        const QUrl url(QStringLiteral("https://example.com/request"));
+        const QUrl url("https://example.com/request");
         QCOMPARE(withIdentity(url, configuration), url);
         configuration.featureVersion = QStringLiteral("2 & 3");
         configuration.serialNumber = QString::fromUtf8("SN ä");

@@ -1,20 +1,17 @@
-// Each call of a save fails as on a full, broken or forbidden disk: the file is the old one and the failure is told, or the new
-// one whole.
+// Each system call of a save fails as on a full, broken or forbidden disk: the file is the old one and the save fails, or it is
+// the new one whole.
 
 #include "TestKit/SaveHelper.h"
 #include "TestKit/StateProcess.h"
-
-#include <QDir>
-#include <QtTest>
+#include "TestKit/Test.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
+using TestKit::demoKey;
 using TestKit::SaveHelper;
 
 namespace {
-
-const auto key = QStringLiteral("demo-product-0001");
 
 struct Call {
     const char* what;
@@ -32,20 +29,19 @@ private slots:
     void initTestCase() {
         TestKit::StateProcess first(m_fixture);
         first.restore();
-        first.signIn(QStringLiteral("ada"), SaveHelper::dateOf(1));
-        QCOMPARE(LoginStateSaver(first.core).save(), LoginStateSaver::Result::Saved);
+        first.signIn("ada", SaveHelper::dateOf(1));
+        QCOMPARE(first.save(), LoginStateSaver::Result::Saved);
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         // Before all others, the runtime of a sanitizer too.
-        environment.insert(QStringLiteral("LD_PRELOAD"), QString::fromLocal8Bit(VQ_FAULT_SHIM));
-        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
-        m_helper = std::make_unique<SaveHelper>(
-            QStringList{QStringLiteral("obey"), m_fixture.folder.path(), m_fixture.keyFolder, key}, environment);
+        environment.insert("LD_PRELOAD", QString::fromLocal8Bit(VQ_FAULT_SHIM));
+        environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0");
+        m_helper =
+            std::make_unique<SaveHelper>(QStringList{"obey", m_fixture.folder.path(), m_fixture.keyFolder, demoKey}, environment);
         QVERIFY2(m_helper->isReady(), m_helper->readAllStandardError().constData());
     }
 
-    void aFailingCall_data() {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<bool>("isSaved");
+    void aFailingSystemCallLeavesTheOldFileOrTheNew_data() {
+        const TestKit::Columns<QByteArray, bool> columns("fault", "isSaved");
         const QByteArray folder = m_fixture.folder.path().toLocal8Bit() + '$';
         const Call calls[] = {
             {"opening anything", "open", "/", false},
@@ -66,7 +62,7 @@ private slots:
         }
     }
 
-    void aFailingCall() {
+    void aFailingSystemCallLeavesTheOldFileOrTheNew() {
         QFETCH(QByteArray, fault);
         QFETCH(bool, isSaved);
         const QByteArray before = m_fixture.fileContents();
@@ -75,13 +71,13 @@ private slots:
         QVERIFY2(faults.contains("fault: "), "the fault did not happen");
         QCOMPARE(said, QByteArray(isSaved ? "saved" : "failed"));
         QCOMPARE(m_fixture.fileContents() != before, isSaved);
-        QCOMPARE(QDir(m_fixture.folder.path()).entryList({QStringLiteral("LoginState.xml.*")}, QDir::Files), QStringList());
+        QCOMPARE(QDir(m_fixture.folder.path()).entryList({"LoginState.xml.*"}, QDir::Files), QStringList());
         // Nothing stays behind that spoils the next one.
         QCOMPARE(m_helper->save({}), QByteArray("saved"));
         TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
-        TestKit::StateProcess next(fixture, key);
+        TestKit::StateProcess next(fixture, demoKey);
         next.restore();
-        QVERIFY(!next.token(key).isEmpty());
+        QVERIFY(!next.token(demoKey).isEmpty());
         QVERIFY(m_helper->readAllStandardError().isEmpty());
     }
 

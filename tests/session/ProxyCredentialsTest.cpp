@@ -1,12 +1,10 @@
 // The proxy credentials in the login state file: what is written, what is believed, and what the process does with it.
 
 #include "TestKit/SessionFixture.h"
+#include "TestKit/Test.h"
 
-#include <QDir>
 #include <QDomDocument>
 #include <QNetworkProxy>
-#include <QtTest>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -34,12 +32,12 @@ private slots:
 
     void cleanup() {
         QNetworkProxy::setApplicationProxy(m_before);
-        QVERIFY(!m_fixture->logger->texts().join('\n').contains(QStringLiteral("4711")));
+        QVERIFY(!m_fixture->logger->texts().join('\n').contains("4711"));
         QVERIFY(!m_fixture->fileContents().contains("4711"));
         m_session.reset();
     }
 
-    void reachTheNextProcess() {
+    void credentialsReachTheNextProcess() {
         QVERIFY(set());
         QCOMPARE(QNetworkProxy::applicationProxy(), QNetworkProxy(QNetworkProxy::HttpProxy, host, port, user, password));
         startAnotherProcess();
@@ -54,14 +52,14 @@ private slots:
         QCOMPARE(logged(setting()), 2);
     }
 
-    void areLoadedWithTheLogin() {
+    void credentialsAreLoadedWithTheLogin() {
         QVERIFY(set());
         startAnotherProcess();
-        m_session->RestoreLogin(QStringLiteral("demo-product-0001"), false);
+        m_session->RestoreLogin("demo-product-0001", false);
         QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
     }
 
-    void setTwiceAreWrittenTwice() {
+    void thePasswordIsEncryptedDifferentlyAtEachSave() {
         QVERIFY(set());
         const QByteArray first = m_fixture->fileContents();
         QVERIFY(set());
@@ -73,19 +71,17 @@ private slots:
         QCOMPARE(document(m_fixture->fileContents()).documentElement().elementsByTagName("Password").count(), 1);
     }
 
-    void areFound_data() {
-        QTest::addColumn<QString>("asked");
-        QTest::addColumn<int>("askedPort");
-        QTest::addColumn<bool>("found");
-        QTest::newRow("host and port") << host << port << true;
-        QTest::newRow("any port") << host << -1 << true;
-        QTest::newRow("another case") << host.toUpper() << port << true;
-        QTest::newRow("another port") << host << port + 1 << false;
-        QTest::newRow("the port modulo 65536") << host << port + 65536 << false;
-        QTest::newRow("another host") << QStringLiteral("example.com") << -1 << false;
+    void credentialsAreFoundByHostAndPort_data() {
+        const TestKit::Columns<QString, int, bool> row("asked", "askedPort", "found");
+        row("host and port", host, port, true);
+        row("any port", host, -1, true);
+        row("another case", host.toUpper(), port, true);
+        row("another port", host, port + 1, false);
+        row("the port modulo 65536", host, port + 65536, false);
+        row("another host", "example.com", -1, false);
     }
 
-    void areFound() {
+    void credentialsAreFoundByHostAndPort() {
         QFETCH(QString, asked);
         QFETCH(int, askedPort);
         QVERIFY(set());
@@ -96,21 +92,18 @@ private slots:
     }
 
     void badArgumentsChangeNothing_data() {
-        QTest::addColumn<QString>("badHost");
-        QTest::addColumn<int>("badPort");
-        QTest::addColumn<QString>("badUser");
-        QTest::addColumn<QString>("text");
+        const TestKit::Columns<QString, int, QString, QString> row("badHost", "badPort", "badUser", "text");
         const auto empty = QStringLiteral("SetProxyAuthentication failed. %1 name is empty.");
         const auto invalid = QStringLiteral("SetProxyAuthentication failed. Host name, port or user name is not valid.");
-        QTest::newRow("no host") << QString() << port << user << empty.arg("Host");
-        QTest::newRow("no user") << host << port << QString() << empty.arg("User");
-        QTest::newRow("neither") << QString() << port << QString() << empty.arg("Host");
-        QTest::newRow("port -1") << host << -1 << user << invalid;
-        QTest::newRow("port 65536") << host << 65536 << user << invalid;
-        QTest::newRow("a control character") << host << port << QStringLiteral("a\x01") << invalid;
-        QTest::newRow("half a character") << host << port << QString(QChar(0xd800)) << invalid;
-        QTest::newRow("a line") << QStringLiteral("a\nb") << port << user << invalid;
-        QTest::newRow("a long host") << QString(2000, 'h') << port << user << invalid;
+        row("no host", {}, port, user, empty.arg("Host"));
+        row("no user", host, port, {}, empty.arg("User"));
+        row("neither", {}, port, {}, empty.arg("Host"));
+        row("port -1", host, -1, user, invalid);
+        row("port 65536", host, 65536, user, invalid);
+        row("a control character", host, port, "a\x01", invalid);
+        row("half a character", host, port, QString(QChar(0xd800)), invalid);
+        row("a line", "a\nb", port, user, invalid);
+        row("a long host", QString(2000, 'h'), port, user, invalid);
     }
 
     void badArgumentsChangeNothing() {
@@ -125,7 +118,7 @@ private slots:
         QVERIFY(m_fixture->fileContents().isEmpty());
     }
 
-    void questionsWithoutAHostFail() {
+    void lookUpsWithoutAHostFail() {
         QVERIFY(set());
         m_fixture->logger->clear();
         QVERIFY(!m_session->proxyCredentials().HasProxyAuthentication(QString(), -1));
@@ -135,7 +128,7 @@ private slots:
                                                           "GetProxyAuthentication failed. Host name is empty."}));
     }
 
-    void leaveTheRestOfTheFileAlone() {
+    void theRestOfTheFileIsLeftAlone() {
         const QByteArray rest =
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<WebServices LastSavedBy=\"other\" Unknown=\"1\">\n"
             "  <Settings CurrentServer=\"1\"/>\n  <LoginSession Server=\"1\" UserName=\"ada\">\n"
@@ -147,7 +140,7 @@ private slots:
         m_fixture->logger->clear();
         QVERIFY(m_session->ClearProxyInfo());
         QCOMPARE(document(m_fixture->fileContents()).toString(), document(rest).toString());
-        QCOMPARE(logged(QStringLiteral("Clearing proxy for this process")), 1);
+        QCOMPARE(logged("Clearing proxy for this process"), 1);
         QCOMPARE(logged(QStringLiteral("Cleared proxy authentication info in login state file %1").arg(m_fixture->file())), 1);
         QVERIFY(!m_session->proxyCredentials().HasProxyInfo());
         QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
@@ -157,27 +150,25 @@ private slots:
         QCOMPARE(logged(QStringLiteral("No proxy authentication info found in login state file %1").arg(m_fixture->file())), 1);
     }
 
-    void hostileFiles_data() {
-        QTest::addColumn<QByteArray>("element");
-        QTest::addColumn<bool>("isTaken");
+    void onlyWellFormedElementsAreTaken_data() {
+        const TestKit::Columns<QByteArray, bool> row("element", "isTaken");
         const QByteArray good = "Type=\"3\" Host=\"h\" Port=\"8080\" User=\"u\"";
-        QTest::newRow("a password of another key")
-            << QByteArray("<ProxySettings " + good + "><Password><![CDATA[AAAA]]></Password></ProxySettings>") << true;
-        QTest::newRow("no password") << QByteArray("<ProxySettings " + good + "/>") << true;
-        QTest::newRow("no user") << QByteArray("<ProxySettings Type=\"3\" Host=\"h\" Port=\"8080\"/>") << true;
-        QTest::newRow("no attributes") << QByteArray("<ProxySettings/>") << false;
-        QTest::newRow("no host") << QByteArray("<ProxySettings Type=\"3\" Port=\"8080\" User=\"u\"/>") << false;
+        row("a password of another key",
+            QByteArray("<ProxySettings " + good + "><Password><![CDATA[AAAA]]></Password></ProxySettings>"), true);
+        row("no password", QByteArray("<ProxySettings " + good + "/>"), true);
+        row("no user", "<ProxySettings Type=\"3\" Host=\"h\" Port=\"8080\"/>", true);
+        row("no attributes", "<ProxySettings/>", false);
+        row("no host", "<ProxySettings Type=\"3\" Port=\"8080\" User=\"u\"/>", false);
         for (const char* const bad : {"junk", "", "-1", "0", "65536", "4294968376", "8080x", "0x1f90", "99999999999999999999"})
-            QTest::newRow(qPrintable(QStringLiteral("port '%1'").arg(bad)))
-                << QByteArray("<ProxySettings Type=\"3\" Host=\"h\" Port=\"" + QByteArray(bad) + "\" User=\"u\"/>") << false;
+            row(qPrintable(QStringLiteral("port '%1'").arg(bad)),
+                QByteArray("<ProxySettings Type=\"3\" Host=\"h\" Port=\"" + QByteArray(bad) + "\" User=\"u\"/>"), false);
         for (const char* const bad : {"junk", "", "2", "-3", "99"})
-            QTest::newRow(qPrintable(QStringLiteral("type '%1'").arg(bad)))
-                << QByteArray("<ProxySettings Type=\"" + QByteArray(bad) + "\" Host=\"h\" Port=\"8080\" User=\"u\"/>") << false;
-        QTest::newRow("a host of two lines")
-            << QByteArray("<ProxySettings Type=\"3\" Host=\"a&#10;b\" Port=\"8080\" User=\"u\"/>") << false;
+            row(qPrintable(QStringLiteral("type '%1'").arg(bad)),
+                QByteArray("<ProxySettings Type=\"" + QByteArray(bad) + "\" Host=\"h\" Port=\"8080\" User=\"u\"/>"), false);
+        row("a host of two lines", "<ProxySettings Type=\"3\" Host=\"a&#10;b\" Port=\"8080\" User=\"u\"/>", false);
     }
 
-    void hostileFiles() {
+    void onlyWellFormedElementsAreTaken() {
         QFETCH(QByteArray, element);
         QFETCH(bool, isTaken);
         m_fixture->writeFile("<WebServices>" + element + "</WebServices>");
@@ -188,7 +179,7 @@ private slots:
         QCOMPARE(proxy.hostName(), isTaken ? QStringLiteral("h") : QString());
         QVERIFY(proxy.password().isEmpty());
         const QStringList warnings = m_fixture->logger->texts(Log::Level::Warning);
-        QCOMPARE(warnings.filter(QStringLiteral("Ignoring proxy authentication info")).size(), isTaken ? 0 : 1);
+        QCOMPARE(warnings.filter("Ignoring proxy authentication info").size(), isTaken ? 0 : 1);
         QVERIFY(m_session->proxyCredentials().find({"h", 8080}, {}).password.isEmpty());
     }
 
@@ -202,7 +193,7 @@ private slots:
         QCOMPARE(aside.size(), 1);
     }
 
-    void aFileThatCannotBeWrittenIsNoReasonToGoWithout() {
+    void credentialsAreUsedAlthoughTheFileCannotBeWritten() {
         QVERIFY(QDir().mkpath(m_fixture->file() + QStringLiteral("/in the way")));
         QVERIFY(set());
         QCOMPARE(QNetworkProxy::applicationProxy().hostName(), host);
@@ -219,11 +210,11 @@ private slots:
     }
 
     // A request that was refused by a proxy must not wait for a step that holds the session, since that may wait for the request.
-    void areKeptLaterWhileTheSessionIsBusy() {
+    void credentialsAreKeptLaterWhileTheSessionIsBusy() {
         LoginStateFile file(m_fixture->file(), m_fixture->logger);
         auto guard = std::make_unique<LoginStateFile::Guard>(file);
         QVERIFY(guard->isHeld());
-        std::thread step([this] { m_session->SetProxyAuthentication(QStringLiteral("earlier"), port, user, password); });
+        std::thread step([this] { m_session->SetProxyAuthentication("earlier", port, user, password); });
         QTRY_COMPARE(QNetworkProxy::applicationProxy().hostName(), QStringLiteral("earlier"));
         m_session->keepProxyLogin({host, port}, {user, password});
         const bool isKeptAtOnce = m_session->proxyCredentials().HasProxyAuthentication(host, port);

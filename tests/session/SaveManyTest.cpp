@@ -1,14 +1,12 @@
-// Many processes save at once, each its own product: none of them loses another's, and nobody waits for long.
+// Many processes save at once, each its own product: no save loses the product of another, and none takes long.
 
 #include "TestKit/SaveHelper.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
 
 #include <QDomDocument>
-#include <QElapsedTimer>
-#include <QRandomGenerator>
-#include <QtTest>
 #include <array>
 
 using namespace Velquor;
@@ -60,114 +58,105 @@ private slots:
         first.restoreAndSignIn();
         QVERIFY(QFile::exists(m_fixture->file()));
     }
-    void nobodyLosesAProduct_data();
-    void nobodyLosesAProduct();
+
+    void noProcessLosesTheProductOfAnother_data() {
+        const TestKit::Columns<bool> row("isKilling");
+        row("all live", false);
+        row("a third is killed", true);
+    }
+
+    void noProcessLosesTheProductOfAnother() {
+        QFETCH(bool, isKilling);
+        std::array<Lane, laneCount> lanes;
+        for (int index = 0; index < laneCount; ++index) {
+            lanes.at(index).key = QStringLiteral("product-of-lane-%1").arg(index);
+            lanes.at(index).isShortLived = index % 2 == 1;
+            lanes.at(index).isKilled = isKilling && index % 3 == 0;
+        }
+        int kills = 0;
+        work(lanes, TestKit::rounds(5000, 60000), kills);
+        int longestMs = 0;
+        int saves = 0;
+        int starts = 0;
+        for (Lane& lane : lanes) {
+            if (lane.helper)
+                lane.end();
+            QVERIFY2(lane.acknowledged > 0, qPrintable(lane.key));
+            starts += lane.starts;
+            longestMs = qMax(longestMs, lane.longestMs);
+            saves += lane.saves;
+        }
+        QVERIFY(starts > laneCount);
+        QCOMPARE(kills > 0, isKilling);
+        const QHash<QString, int> found = numbers();
+        for (const Lane& lane : lanes)
+            QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
+        QVERIFY2(longestMs < longestWaitMs, qPrintable(QString::number(longestMs)));
+        TestKit::figure(isKilling ? QStringLiteral("longest save of 8 processes, a third killed")
+                                  : QStringLiteral("longest save of 8 processes"),
+                        "no product lost, < 5 s",
+                        QStringLiteral("%1 ms (%2 saves, %3 kills)").arg(longestMs).arg(saves).arg(kills));
+    }
 
 private:
-    void keepAlive(Lane& lane) const;
-    void killSometimes(Lane& lane, int& kills) const;
+    void keepAlive(Lane& lane) const {
+        if (lane.helper && lane.helper->state() == QProcess::NotRunning)
+            lane.end();
+        if (lane.helper)
+            return;
+        lane.helper = std::make_unique<SaveHelper>(QStringList{"loop", m_fixture->folder.path(), m_fixture->keyFolder, lane.key,
+                                                               QString::number(lane.isShortLived ? shortLife : 0)});
+        ++lane.starts;
+    }
+
+    void killSometimes(Lane& lane, int& kills) const {
+        if (!lane.isKilled || lane.helper->saves() == 0 || QRandomGenerator::global()->bounded(4) != 0)
+            return;
+        lane.end();
+        ++kills;
+    }
+
     /// The numbers of the products in the file.
-    [[nodiscard]] QHash<QString, int> numbers() const;
-    void work(std::array<Lane, laneCount>& lanes, qint64 durationMs, int& kills) const;
+    [[nodiscard]] QHash<QString, int> numbers() const {
+        QDomDocument document;
+        QHash<QString, int> found;
+        // On Windows a reader blocks a writer.
+        LoginStateFile file(m_fixture->file(), m_fixture->logger);
+        const LoginStateFile::Guard guard(file);
+        if (!guard.isHeld())
+            return found;
+        if (!document.setContent(Util::AtomicFile::read(m_fixture->file(), 1024 * 1024).data))
+            return found;
+        const QDomElement products = document.documentElement().firstChildElement("LoginSession").firstChildElement("Products");
+        for (QDomElement product = products.firstChildElement(); !product.isNull(); product = product.nextSiblingElement()) {
+            const QDateTime date = QDateTime::fromString(product.attribute("TokenExpiryDate"), Qt::ISODate);
+            found.insert(product.attribute("ProductKey"), SaveHelper::numberOf(date));
+        }
+        return found;
+    }
+
+    // Every save that was acknowledged before the file is read is in it, at every moment and not only at the end, when its owner
+    // may have repaired it.
+    void work(std::array<Lane, laneCount>& lanes, qint64 durationMs, int& kills) const {
+        const TestKit::Stopwatch timer;
+        while (timer.elapsed() < durationMs) {
+            for (Lane& lane : lanes)
+                keepAlive(lane);
+            QTest::qWait(20);
+            for (Lane& lane : lanes) {
+                lane.takeNote();
+                QVERIFY2(!lane.hasFailed, qPrintable(lane.key));
+            }
+            const QHash<QString, int> found = numbers();
+            for (Lane& lane : lanes) {
+                QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
+                killSometimes(lane, kills);
+            }
+        }
+    }
 
     std::unique_ptr<TestKit::SessionFixture> m_fixture;
 };
-
-void SaveManyTest::keepAlive(Lane& lane) const {
-    if (lane.helper && lane.helper->state() == QProcess::NotRunning)
-        lane.end();
-    if (lane.helper)
-        return;
-    lane.helper = std::make_unique<SaveHelper>(QStringList{QStringLiteral("loop"), m_fixture->folder.path(), m_fixture->keyFolder,
-                                                           lane.key, QString::number(lane.isShortLived ? shortLife : 0)});
-    ++lane.starts;
-}
-
-void SaveManyTest::killSometimes(Lane& lane, int& kills) const {
-    if (!lane.isKilled || lane.helper->saves() == 0 || QRandomGenerator::global()->bounded(4) != 0)
-        return;
-    lane.end();
-    ++kills;
-}
-
-QHash<QString, int> SaveManyTest::numbers() const {
-    QDomDocument document;
-    QHash<QString, int> found;
-    // On Windows who reads stands in the way of who writes.
-    LoginStateFile file(m_fixture->file(), m_fixture->logger);
-    const LoginStateFile::Guard guard(file);
-    if (!guard.isHeld())
-        return found;
-    if (!document.setContent(Util::AtomicFile::read(m_fixture->file(), 1024 * 1024).data))
-        return found;
-    const QDomElement products = document.documentElement()
-                                     .firstChildElement(QStringLiteral("LoginSession"))
-                                     .firstChildElement(QStringLiteral("Products"));
-    for (QDomElement product = products.firstChildElement(); !product.isNull(); product = product.nextSiblingElement()) {
-        const QDateTime date = QDateTime::fromString(product.attribute(QStringLiteral("TokenExpiryDate")), Qt::ISODate);
-        found.insert(product.attribute(QStringLiteral("ProductKey")), SaveHelper::numberOf(date));
-    }
-    return found;
-}
-
-// What was acknowledged before the file is read stands in it, every time and not only at the end, when its owner has repaired it.
-void SaveManyTest::work(std::array<Lane, laneCount>& lanes, qint64 durationMs, int& kills) const {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < durationMs) {
-        for (Lane& lane : lanes)
-            keepAlive(lane);
-        QTest::qWait(20);
-        for (Lane& lane : lanes) {
-            lane.takeNote();
-            QVERIFY2(!lane.hasFailed, qPrintable(lane.key));
-        }
-        const QHash<QString, int> found = numbers();
-        for (Lane& lane : lanes) {
-            QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
-            killSometimes(lane, kills);
-        }
-    }
-}
-
-void SaveManyTest::nobodyLosesAProduct_data() {
-    QTest::addColumn<bool>("isKilling");
-    QTest::newRow("all live") << false;
-    QTest::newRow("a third is killed") << true;
-}
-
-void SaveManyTest::nobodyLosesAProduct() {
-    QFETCH(bool, isKilling);
-    std::array<Lane, laneCount> lanes;
-    for (int index = 0; index < laneCount; ++index) {
-        lanes.at(index).key = QStringLiteral("product-of-lane-%1").arg(index);
-        lanes.at(index).isShortLived = index % 2 == 1;
-        lanes.at(index).isKilled = isKilling && index % 3 == 0;
-    }
-    int kills = 0;
-    work(lanes, TestKit::rounds(5000, 60000), kills);
-    int longestMs = 0;
-    int saves = 0;
-    int starts = 0;
-    for (Lane& lane : lanes) {
-        if (lane.helper)
-            lane.end();
-        QVERIFY2(lane.acknowledged > 0, qPrintable(lane.key));
-        starts += lane.starts;
-        longestMs = qMax(longestMs, lane.longestMs);
-        saves += lane.saves;
-    }
-    QVERIFY(starts > laneCount);
-    QCOMPARE(kills > 0, isKilling);
-    const QHash<QString, int> found = numbers();
-    for (const Lane& lane : lanes)
-        QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
-    QVERIFY2(longestMs < longestWaitMs, qPrintable(QString::number(longestMs)));
-    TestKit::figure(isKilling ? QStringLiteral("longest save of 8 processes, a third killed")
-                              : QStringLiteral("longest save of 8 processes"),
-                    QStringLiteral("no product lost, < 5 s"),
-                    QStringLiteral("%1 ms (%2 saves, %3 kills)").arg(longestMs).arg(saves).arg(kills));
-}
 
 QTEST_GUILESS_MAIN(SaveManyTest)
 #include "SaveManyTest.moc"

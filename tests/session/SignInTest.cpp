@@ -1,62 +1,26 @@
 // The whole sign-in and sign-out against the account service, which checks every signature with another OAuth library.
 
+#include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QtTest>
-#include <functional>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 
-namespace {
-
-const auto key = QStringLiteral("demo-product-0001");
-
-class Observer : public IWebServicesObserver {
-public:
-    void LoggedIn() override { hear("LoggedIn"); }
-    void LoginRestored() override { hear("LoginRestored"); }
-    void LoggedOut() override { hear("LoggedOut"); }
-    void AboutToLogout(bool& veto) override {
-        hear("AboutToLogout");
-        veto = vetoes;
-    }
-
-    QStringList heard;
-    bool vetoes = false;
-    std::function<void(const QString&)> reaction;
-
-private:
-    void hear(const char* event) {
-        heard += QLatin1String(event);
-        if (reaction)
-            reaction(heard.last());
-    }
-};
-
-} // namespace
-
 class SignInTest : public TestKit::ServiceTest {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { startService(); }
-
     void init() {
-        beginAnew();
+        startOver();
         m_session = m_fixture->makeSession();
     }
 
-    void cleanup() { m_session.reset(); }
-
-    void signsIn() {
-        Observer observer;
+    void aSignInIsAcceptedByTheService() {
+        TestKit::RecordingObserver<> observer;
         m_session->observers().add(&observer);
         signIn(*m_session);
         QCOMPARE(observer.heard, QStringList({"LoginRestored", "LoggedIn"}));
@@ -77,7 +41,7 @@ private slots:
         signIn(*m_session);
         const auto other = m_fixture->makeSession();
         other->RestoreLogin(key, false);
-        Observer observer;
+        TestKit::RecordingObserver<> observer;
         other->observers().add(&observer);
         QNetworkReply::NetworkError error = QNetworkReply::UnknownNetworkError;
         QVERIFY(m_session->Logout(key, error, false));
@@ -93,21 +57,20 @@ private slots:
         QCOMPARE(sendSigned(*other).value("user").toString(), QStringLiteral("ada"));
     }
 
-    void refusesBeforeItIsReady() {
+    void aSignInBeforeTheConfigurationIsRefused() {
         QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
-        QVERIFY(
-            m_fixture->hasLogged(QStringLiteral("Failed to initiate login. WebServicesManager::RestoreLogin is not called.")));
+        QVERIFY(m_fixture->hasLogged("Failed to initiate login. WebServicesManager::RestoreLogin is not called."));
         QVERIFY(m_session->ChangeServer(key, Staging, false));
         QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NotReady);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. Configuration is not set for Staging server.")));
-        QCOMPARE(m_session->InitiateLogin(QStringLiteral("unknown"), QString()).code, LoginCode::notReady);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("usingWebServicesManager::SetConfiguration")));
+        QVERIFY(m_fixture->hasLogged("Failed to initiate login. Configuration is not set for Staging server."));
+        QCOMPARE(m_session->InitiateLogin("unknown", QString()).code, LoginCode::notReady);
+        QVERIFY(m_fixture->hasLogged("usingWebServicesManager::SetConfiguration"));
         QCOMPARE(m_service.requests("request-token"), 0);
         QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to complete login. Product login session not found.")));
+        QVERIFY(m_fixture->hasLogged("Failed to complete login. Product login session not found."));
     }
 
-    void theServerBeforeTheRestoreIsTheFilesOrTheOneChosen() {
+    void theServerBeforeTheRestoreIsThatOfTheFile() {
         m_fixture->writeFile("<WebServices><Settings CurrentServer=\"2\"/></WebServices>");
         QCOMPARE(m_session->currentServer(), Development);
         QVERIFY(m_session->ChangeServer(key, Staging, false));
@@ -117,15 +80,8 @@ private slots:
         QCOMPARE(other->currentServer(), Staging);
     }
 
-    void requestTokenFaults_data() {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QJsonObject>("details");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("logged");
-        const auto row = [](const char* name, const char* kind, const QJsonObject& details, LoginErrorEx error,
-                            const char* logged) {
-            QTest::newRow(name) << QString::fromLatin1(kind) << details << static_cast<int>(error) << QString::fromLatin1(logged);
-        };
+    void aFailedRequestTokenIsReportedAndLeavesASecondTry_data() {
+        const TestKit::Columns<QString, QJsonObject, LoginErrorEx, QString> row("kind", "details", "error", "logged");
         row("closes early", "drop", {}, LoginErrorEx::NoReply, "Failed to initiate login. Http error: 0. Network error: 2");
         row("HTML", "html", {}, LoginErrorEx::InvalidReply,
             "server didn't return the following parameter(s): Request token, Request token secret, Client id");
@@ -145,7 +101,7 @@ private slots:
         row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
     }
 
-    void requestTokenFaults() {
+    void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
         QFETCH(QString, kind);
         QFETCH(QJsonObject, details);
         QFETCH(int, error);
@@ -164,13 +120,12 @@ private slots:
     }
 
     void accessTokenFaultsLeaveTheStateAsItWas_data() {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QJsonObject>("details");
-        QTest::newRow("closes early") << "drop" << QJsonObject();
-        QTest::newRow("HTML") << "html" << QJsonObject();
-        QTest::newRow("no session handle") << "missing" << QJsonObject{{"parameters", QJsonArray{"oauth_session_handle"}}};
-        QTest::newRow("no expiry") << "missing" << QJsonObject{{"parameters", QJsonArray{"oauth_expires_in"}}};
-        QTest::newRow("refused") << "problem" << QJsonObject{{"problem", "token_rejected"}};
+        const TestKit::Columns<QString, QJsonObject> row("kind", "details");
+        row("closes early", "drop", {});
+        row("HTML", "html", {});
+        row("no session handle", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_session_handle"}}});
+        row("no expiry", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_expires_in"}}});
+        row("refused", "problem", QJsonObject{{"problem", "token_rejected"}});
     }
 
     void accessTokenFaultsLeaveTheStateAsItWas() {
@@ -190,30 +145,29 @@ private slots:
         m_fixture->exchangeTimeoutMs = 300;
         m_session = m_fixture->makeSession();
         m_session->RestoreLogin(key, false);
-        QVERIFY(m_service.addFault("request-token", "delay", {{"delay_ms", 3000}}, -1));
-        QElapsedTimer timer;
-        timer.start();
+        delay("request-token", 3000, -1);
+        const TestKit::Stopwatch timer;
         QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NoReply);
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to initiate login. Operation was canceled. Timed out.")));
+        QVERIFY(m_fixture->hasLogged("Failed to initiate login. Operation was canceled. Timed out."));
     }
 
-    void doesNotCompleteWhatTheUserHasNotAuthorised() {
+    void aSignInThatWasNotApprovedIsNotCompleted() {
         m_session->RestoreLogin(key, false);
         QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success);
         QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("permission_unknown")));
+        QVERIFY(m_fixture->hasLogged("permission_unknown"));
         QVERIFY(!m_session->isLoggedIn(QString()));
     }
 
     void putsTheDomainKeyIntoTheSignInPage() {
         m_session->RestoreLogin(key, false);
-        const InitiatedLogin login = m_session->InitiateLogin(key, QStringLiteral("a b&c=ä"));
-        QVERIFY(login.url.contains(QStringLiteral("domain_key=a%20b%26c%3D%C3%A4&")));
+        const InitiatedLogin login = m_session->InitiateLogin(key, "a b&c=ä");
+        QVERIFY(login.url.contains("domain_key=a%20b%26c%3D%C3%A4&"));
         QVERIFY(m_service.approve(login.url));
     }
 
-    void refusesAWrongCertificate() {
+    void aWrongCertificateIsRefused() {
         const QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
         QSslConfiguration::setDefaultConfiguration(QSslConfiguration());
         m_session->RestoreLogin(key, false);
@@ -251,13 +205,13 @@ private slots:
 
     void anObserverMayVetoTheSignOut() {
         signIn(*m_session);
-        Observer observer;
+        TestKit::RecordingObserver<> observer;
         observer.vetoes = true;
         m_session->observers().add(&observer);
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         QVERIFY(!m_session->Logout(key, error, false));
         QVERIFY(m_session->isLoggedIn(key));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event.")));
+        QVERIFY(m_fixture->hasLogged("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
         // Asked from another thread, the observer still answers on the main thread, and its answer counts.
         std::thread worker([this, &error] { QVERIFY(!m_session->Logout(key, error, false)); });
         QTRY_COMPARE(observer.heard.count("AboutToLogout"), 2);
@@ -266,20 +220,18 @@ private slots:
     }
 
     void anObserverMaySignOutInsideLoggedIn() {
-        Observer first;
-        Observer second;
-        first.reaction = [this](const QString& event) {
-            QNetworkReply::NetworkError error = QNetworkReply::NoError;
-            if (event == "LoggedIn")
-                QVERIFY(m_session->Logout(key, error, false));
+        TestKit::RecordingObserver<> first;
+        TestKit::RecordingObserver<> second;
+        first.reaction = [this, &first] {
+            if (first.heard.last() == "LoggedIn")
+                QVERIFY(signOut(*m_session));
         };
         m_session->observers().add(&first);
         m_session->observers().add(&second);
         signIn(*m_session);
         QVERIFY(!m_session->isLoggedIn(QString()));
         QVERIFY(!second.heard.contains("LoggedIn"));
-        QVERIFY(m_fixture->hasLogged(
-            QStringLiteral("Aborting sending of web services event LoggedIn to observers in this processes.")));
+        QVERIFY(m_fixture->hasLogged("Aborting sending of web services event LoggedIn to observers in this processes."));
     }
 
     // While a sign-in waits on the main thread, the host's own queued code runs there and must not break it.
@@ -300,21 +252,6 @@ private slots:
         QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
     }
 
-    void anObserverMayThrowAndRemoveOthers() {
-        Observer thrower;
-        Observer removed;
-        Observer last;
-        thrower.reaction = [this, &removed](const QString&) {
-            m_session->observers().remove(&removed);
-            throw std::runtime_error("oops");
-        };
-        for (Observer* const observer : {&thrower, &removed, &last})
-            m_session->observers().add(observer);
-        m_session->RestoreLogin(key, false);
-        QCOMPARE(last.heard, QStringList({"LoginRestored"}));
-        QVERIFY(removed.heard.isEmpty());
-    }
-
     void signsOutHereWhenTheServiceCannotBeReached() {
         signIn(*m_session);
         QVERIFY(m_service.addFault("invalidate-token", "drop", {}, -1));
@@ -322,8 +259,8 @@ private slots:
         QVERIFY(m_session->Logout(key, error, false));
         QVERIFY(error != QNetworkReply::NoError);
         QVERIFY(!m_session->isLoggedIn(QString()));
-        QVERIFY(m_fixture->hasLogged(
-            QStringLiteral("Failed to logout in server for product Test product. Failed to invalidate token in server. ")));
+        QVERIFY(
+            m_fixture->hasLogged("Failed to logout in server for product Test product. Failed to invalidate token in server. "));
     }
 
     void doesNotSignWithAnExpiredTokenThatCannotBeRefreshed() {
@@ -331,7 +268,7 @@ private slots:
         m_fixture->clockOffset = 2 * 3600;
         QVERIFY(m_service.addFault("access-token", "status", {{"status", 500}}, -1));
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
-        QVERIFY(m_fixture->hasLogged(QStringLiteral(": Token has expired and failed to refresh token")));
+        QVERIFY(m_fixture->hasLogged(": Token has expired and failed to refresh token"));
         SigningOrder unchecked = order();
         unchecked.checkExpiry = false;
         QVERIFY(!m_session->SignRequest(key, unchecked).isEmpty());
@@ -340,24 +277,20 @@ private slots:
 
     void signsFromManyThreads() {
         signIn(*m_session);
-        std::vector<std::thread> threads;
         std::atomic<int> signedCount{0};
-        for (int thread = 0; thread < 8; ++thread) {
-            threads.emplace_back([this, &signedCount] {
-                for (int round = 0; round < 50; ++round)
-                    signedCount += m_session->SignRequest(key, order()).startsWith("OAuth ") ? 1 : 0;
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
+        TestKit::Threads threads(8, [&](int) {
+            for (int round = 0; round < 50; ++round)
+                signedCount += m_session->SignRequest(key, order()).startsWith("OAuth ") ? 1 : 0;
+        });
+        threads.join();
         QCOMPARE(signedCount.load(), 400);
     }
 
-    void changesTheServer() {
+    void aChangeOfServerSignsOut() {
         signIn(*m_session);
         QVERIFY(m_session->ChangeServer(key, Production, true));
         QVERIFY(m_session->isLoggedIn(key));
-        Observer observer;
+        TestKit::RecordingObserver<> observer;
         observer.vetoes = true;
         m_session->observers().add(&observer);
         QVERIFY(!m_session->ChangeServer(key, Staging, true));
@@ -384,8 +317,6 @@ private:
         finished.wait(10000);
         return QJsonDocument::fromJson(reply->readAll()).object();
     }
-
-    TestKit::SessionUnderTest m_session;
 };
 
 QTEST_GUILESS_MAIN(SignInTest)

@@ -1,12 +1,10 @@
-// Whoever holds the lock of the login state file may die or stand still: the next one goes on soon, or says that it cannot.
+// The process that holds the lock of the login state file is killed or suspended: the next one gets the lock soon, or fails.
 
 #include "TestKit/Platform/ProcessStop.h"
 #include "TestKit/SaveHelper.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
-
-#include <QElapsedTimer>
-#include <QtTest>
+#include "TestKit/Test.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -27,8 +25,8 @@ private slots:
         m_fixture = std::make_unique<TestKit::SessionFixture>();
         m_process = std::make_unique<TestKit::StateProcess>(*m_fixture);
         m_process->restoreAndSignIn();
-        m_holder = std::make_unique<SaveHelper>(QStringList{QStringLiteral("hold"), m_fixture->folder.path(),
-                                                            m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
+        m_holder = std::make_unique<SaveHelper>(
+            QStringList{"hold", m_fixture->folder.path(), m_fixture->keyFolder, "demo-product-0001"});
         QVERIFY(m_holder->isReady());
     }
 
@@ -37,21 +35,19 @@ private slots:
         m_process.reset();
     }
 
-    void aHolderThatWasKilledDelaysNobody() {
-        QElapsedTimer timer;
-        timer.start();
+    void aKilledHolderDelaysNobody() {
+        const TestKit::Stopwatch timer;
         m_holder->killNow();
         QCOMPARE(save(), LoginStateSaver::Result::Saved);
-        TestKit::figure(QStringLiteral("first save after the holder of the lock was killed"), QStringLiteral("< 2 s"),
+        TestKit::figure("first save after the holder of the lock was killed", "< 2 s",
                         QStringLiteral("%1 ms").arg(timer.elapsed()));
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     }
 
-    void aHolderThatStandsStillIsNotWaitedForWithoutEnd() {
+    void aStoppedHolderIsWaitedForWithinALimit() {
         QVERIFY(TestKit::stopProcess(m_holder->processId()));
         const QByteArray before = m_fixture->fileContents();
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         {
             const LoginStateFile::Guard guard(m_process->core.file, briefMs);
             QVERIFY(!guard.isHeld());
@@ -68,16 +64,14 @@ private slots:
         QVERIFY(m_fixture->fileContents() != before);
     }
 
-    // Whoever is the next to have the lock, and does not come to take it, does not keep it from the others.
-    void aWaiterThatStandsStillDelaysNobody() {
-        SaveHelper waiter(
-            {QStringLiteral("obey"), m_fixture->folder.path(), m_fixture->keyFolder, QStringLiteral("demo-product-0001")});
+    // A suspended process that is next in line does not keep the lock from the others.
+    void aStoppedWaiterDelaysNobody() {
+        SaveHelper waiter({"obey", m_fixture->folder.path(), m_fixture->keyFolder, "demo-product-0001"});
         QTest::qWait(700);
         QVERIFY(TestKit::stopProcess(waiter.processId()));
         m_holder->closeWriteChannel();
         QVERIFY(m_holder->waitForFinished(10000));
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         QCOMPARE(save(), LoginStateSaver::Result::Saved);
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(TestKit::continueProcess(waiter.processId()));
@@ -87,14 +81,13 @@ private slots:
 private:
     LoginStateSaver::Result save() {
         m_process->takeTokens(SaveHelper::dateOf(++m_number));
-        return LoginStateSaver(m_process->core).save();
+        return m_process->save();
     }
 
     void saveIsBusy() {
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         QCOMPARE(save(), LoginStateSaver::Result::Failed);
-        TestKit::figure(QStringLiteral("save while the holder of the lock stands still"), QStringLiteral("fails within 12 s"),
+        TestKit::figure("save while the holder of the lock stands still", "fails within 12 s",
                         QStringLiteral("%1 ms").arg(timer.elapsed()));
         QVERIFY2(timer.elapsed() < LoginStateFile::patientTimeoutMs + 2000, qPrintable(QString::number(timer.elapsed())));
     }

@@ -6,7 +6,7 @@
 
 namespace Velquor::TestKit {
 
-/// Clocks that stand still until the test moves them. Thread: any. Owner: shared with the objects under test.
+/// Clocks that move only when the test moves them. Thread: any. Owner: shared with the objects under test.
 class FakeTimeSource final : public OAuth::ITimeSource {
 public:
     explicit FakeTimeSource(qint64 time)
@@ -21,7 +21,7 @@ public:
         m_ticks += milliseconds;
     }
 
-    /// Somebody sets the system clock.
+    /// The user sets the system clock.
     void changeClock(qint64 milliseconds) { m_time += milliseconds; }
 
 private:

@@ -12,52 +12,12 @@ RandomRequests::RandomRequests(const IVqOAuthHost& host, quint32 seed)
 
 // UTF-8 text of blanks, reserved and unreserved characters, and characters of two to four bytes.
 QByteArray RandomRequests::text(int longest) {
-    static const char* const pieces[] = {"a",
-                                         "B",
-                                         "0",
-                                         "9",
-                                         "-",
-                                         ".",
-                                         "_",
-                                         "~",
-                                         " ",
-                                         "+",
-                                         "%",
-                                         "&",
-                                         "=",
-                                         "/",
-                                         "?",
-                                         "#",
-                                         ":",
-                                         ";",
-                                         ",",
-                                         "@",
-                                         "!",
-                                         "*",
-                                         "'",
-                                         "(",
-                                         ")",
-                                         "$",
-                                         "[",
-                                         "]",
-                                         "\"",
-                                         "<",
-                                         "\\",
-                                         "^",
-                                         "`",
-                                         "{",
-                                         "|",
-                                         "%20",
-                                         "%2B",
-                                         "\xc3\xa4",
-                                         "\xe2\x82\xac",
-                                         "\xf0\x9f\x94\x91",
-                                         "\t",
-                                         "\n",
-                                         "\x7f"};
+    static const QByteArray others("a B 0 9 - . _ ~ + % & = / ? # : ; , @ ! * ' ( ) $ [ ] \" < \\ ^ ` { | %20 %2B "
+                                   "\xc3\xa4 \xe2\x82\xac \xf0\x9f\x94\x91 \t \n \x7f");
+    static const QList<QByteArray> pieces = others.split(' ') << " ";
     QByteArray made;
     for (int left = below(longest + 1); left > 0; --left)
-        made += pieces[below(static_cast<int>(std::size(pieces)))];
+        made += pieces.at(below(pieces.size()));
     return made;
 }
 

@@ -15,8 +15,7 @@ class FakeTokenOwner : public SilentTokenOwner {
 public:
     explicit FakeTokenOwner(SessionFixture& fixture)
         : SilentTokenOwner(fixture.services()) {
-        WebServices::WebServicesConfiguration made =
-            SessionFixture::configuration(QStringLiteral("demo-product-0001"), QStringLiteral("secret"));
+        WebServices::WebServicesConfiguration made = SessionFixture::configuration("demo-product-0001", "secret");
         made.SetOAuth2ConsumerKey(L"demo-product-0001");
         made.SetOAuth2ConsumerSecret(L"secret");
         m_configuration = std::make_shared<const WebServices::WebServicesConfiguration>(made);
@@ -46,7 +45,7 @@ public:
         return {};
     }
     [[nodiscard]] WebServices::Internal::OtherLogin otherLogin() const override {
-        return {QStringLiteral("Other"), QStringLiteral("other-product"), seal("other-handle")};
+        return {"Other", "other-product", seal("other-handle")};
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }

@@ -27,14 +27,119 @@ class OAuth2FaultTest : public TestKit::WorkerFixture {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void aTokenFromElsewhereEndsTheRetries_data();
-    void aTokenFromElsewhereEndsTheRetries();
-    void storedLaterOrNever_data();
-    void storedLaterOrNever();
-    void queriesOfOthers_data();
-    void queriesOfOthers();
+    void init() {
+        startOver();
+        RetrySchedules::instance().set({5 * minute, {{5 * minute, minute}}});
+        const auto digest = QStringLiteral("digest");
+        const QString folder = m_fixture->folder.path();
+        m_controller = std::make_unique<RefreshController>(digest, folder, m_owner->productKey(), m_fixture->logger);
+        m_session = std::make_unique<OAuth2Session>(*m_owner, OAuth2TokenSpec(RT, L""));
+        m_fetcher = std::make_unique<OAuth2TokenFetcher>(*m_owner, *m_session, m_flags, digest);
+        m_tokenRefresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
+                                                            PendingRefreshFile(digest, folder));
+        m_refresher = std::make_unique<OAuth2TokenRefresher>(*m_owner, *m_session, m_flags, *m_controller, *m_tokenRefresher,
+                                                             m_fetcher->runState());
+        connect(m_session.get(), &OAuth2Session::OAuth2TokenAvailable, m_refresher.get(),
+                &OAuth2TokenRefresher::OAuth2TokenAvailable, Qt::QueuedConnection);
+    }
+
+    void cleanup() {
+        m_refresher.reset();
+        m_tokenRefresher.reset();
+        m_fetcher.reset();
+        m_session.reset();
+        RetrySchedules::instance().clear();
+    }
+
+    void aTokenFromElsewhereEndsTheRetries_data() {
+        const TestKit::Columns<bool> row("duringATry");
+        row("between two tries", false);
+        row("during a try", true);
+    }
+
+    // A single failure hours later must not find the period of the old retries at its end, and sign the user out.
+    void aTokenFromElsewhereEndsTheRetries() {
+        QFETCH(bool, duringATry);
+        m_owner->held.expiryDate = m_owner->clock.addDays(1);
+        m_session->replaceToken(tokenNamed("first", 200));
+        QTRY_COMPARE(interval(*m_refresher), second);
+        play(answer(unavailable, ""), true, 100);
+        fire(*m_refresher);
+        if (!duringATry)
+            expectRetryIn(minute);
+        m_session->adopt(tokenNamed("second", 3600));
+        waitForEnd(*m_refresher);
+        QTRY_COMPARE(interval(*m_refresher), 10 * minute);
+        QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
+        fire(*m_refresher, 60 * minute);
+        expectRetryIn(minute);
+        QCOMPARE(m_owner->forcedLogouts, 0);
+        fire(*m_refresher, 10 * minute);
+        waitForEnd(*m_refresher);
+        QCOMPARE(m_owner->forcedLogouts, 1);
+        QVERIFY(m_fixture->hasLogged("Permanently failed to refresh OAuth2 token after "));
+        QVERIFY(m_fixture->hasLogged("OAuth2 token refresh timer started with interval 10 min"));
+    }
+
+    void aTokenIsStoredLaterUnlessOAuth2WasDisabled_data() {
+        const TestKit::Columns<bool, bool, int> row("isRefresh", "isDisabled", "expected");
+        row("query, busy", false, false, 30 * second);
+        row("query, disabled meanwhile", false, true, -1);
+        row("refresh, busy", true, false, minute);
+        row("refresh, disabled meanwhile", true, true, -1);
+    }
+
+    void aTokenIsStoredLaterUnlessOAuth2WasDisabled() {
+        QFETCH(bool, isRefresh);
+        QFETCH(bool, isDisabled);
+        TokenWorker& worker = isRefresh ? static_cast<TokenWorker&>(*m_refresher) : *m_fetcher;
+        play(goodReply(), true, 100);
+        if (isRefresh) {
+            m_session->replaceToken(tokenNamed("first", 200));
+            QTRY_COMPARE(interval(*m_refresher), second);
+            fire(*m_refresher);
+        } else {
+            m_fetcher->TokenAcquired();
+        }
+        QTRY_COMPARE(requests(), 1);
+        if (isDisabled) {
+            m_owner->oauth2Enabled = false;
+            m_session->DiscardToken();
+        } else {
+            m_owner->storeResult = StoreResult::Busy;
+        }
+        waitForEnd(worker);
+        QCoreApplication::processEvents();
+        QTEST(interval(worker), "expected");
+        QCOMPARE(oauth2Token(), isRefresh && !isDisabled ? QStringLiteral("first") : QString());
+        if (isDisabled)
+            return;
+        m_owner->storeResult = StoreResult::Stored;
+        fire(worker);
+        waitForEnd(worker);
+        QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+    }
+
+    void onlyAQueryOfTheSameKindIsWaitedFor_data() {
+        const TestKit::Columns<QString, bool> row("flag", "isOurs");
+        row("none", {}, false);
+        row("of another kind", "OAuth2TokenQueryInProgress_jwt.openid", false);
+        row("of this kind", "OAuth2TokenQueryInProgress_rt.<none>", true);
+    }
+
+    // A query for another kind of token is not waited for. A process with the flag alone, without the lock, is believed for a
+    // while.
+    void onlyAQueryOfTheSameKindIsWaitedFor() {
+        QFETCH(QString, flag);
+        QFETCH(bool, isOurs);
+        m_flags.elsewhere = {flag};
+        play(goodReply());
+        m_fetcher->TokenAcquired();
+        waitForEnd(*m_fetcher);
+        QCOMPARE(requests(), isOurs ? 0 : 1);
+        QCOMPARE(m_fixture->hasLogged("OAuth2 token query is in progress in another process. Waiting for it to finish."), isOurs);
+        QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
+    }
 
 private:
     [[nodiscard]] OAuth2TokenData tokenNamed(const char* name, int seconds) const {
@@ -52,123 +157,6 @@ private:
     std::unique_ptr<OAuth2TokenFetcher> m_fetcher;
     std::unique_ptr<OAuth2TokenRefresher> m_refresher;
 };
-
-void OAuth2FaultTest::init() {
-    beginAnew();
-    RetrySchedules::instance().set({5 * minute, {{5 * minute, minute}}});
-    const auto digest = QStringLiteral("digest");
-    const QString folder = m_fixture->folder.path();
-    m_controller = std::make_unique<RefreshController>(digest, folder, m_owner->productKey(), m_fixture->logger);
-    m_session = std::make_unique<OAuth2Session>(*m_owner, OAuth2TokenSpec(RT, L""));
-    m_fetcher = std::make_unique<OAuth2TokenFetcher>(*m_owner, *m_session, m_flags, digest);
-    m_tokenRefresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
-                                                        PendingRefreshFile(digest, folder));
-    m_refresher = std::make_unique<OAuth2TokenRefresher>(*m_owner, *m_session, m_flags, *m_controller, *m_tokenRefresher,
-                                                         m_fetcher->runState());
-    connect(m_session.get(), &OAuth2Session::OAuth2TokenAvailable, m_refresher.get(), &OAuth2TokenRefresher::OAuth2TokenAvailable,
-            Qt::QueuedConnection);
-}
-
-void OAuth2FaultTest::cleanup() {
-    m_refresher.reset();
-    m_tokenRefresher.reset();
-    m_fetcher.reset();
-    m_session.reset();
-    RetrySchedules::instance().clear();
-}
-
-void OAuth2FaultTest::aTokenFromElsewhereEndsTheRetries_data() {
-    QTest::addColumn<bool>("duringATry");
-    QTest::newRow("between two tries") << false;
-    QTest::newRow("during a try") << true;
-}
-
-// A single failure hours later must not find the period of the old retries at its end, and sign the user out.
-void OAuth2FaultTest::aTokenFromElsewhereEndsTheRetries() {
-    QFETCH(bool, duringATry);
-    m_owner->held.expiryDate = m_owner->clock.addDays(1);
-    m_session->replaceToken(tokenNamed("first", 200));
-    QTRY_COMPARE(interval(*m_refresher), second);
-    play(answer(unavailable, ""), true, 100);
-    fire(*m_refresher);
-    if (!duringATry)
-        expectRetryIn(minute);
-    m_session->adopt(tokenNamed("second", 3600));
-    waitForEnd(*m_refresher);
-    QTRY_COMPARE(interval(*m_refresher), 10 * minute);
-    QVERIFY(m_fixture->hasLogged(QStringLiteral("Ending OAuth2 token refresh retry process")));
-    fire(*m_refresher, 60 * minute);
-    expectRetryIn(minute);
-    QCOMPARE(m_owner->forcedLogouts, 0);
-    fire(*m_refresher, 10 * minute);
-    waitForEnd(*m_refresher);
-    QCOMPARE(m_owner->forcedLogouts, 1);
-}
-
-void OAuth2FaultTest::storedLaterOrNever_data() {
-    QTest::addColumn<bool>("isRefresh");
-    QTest::addColumn<bool>("isDisabled");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("query, busy") << false << false << 30 * second;
-    QTest::newRow("query, disabled meanwhile") << false << true << -1;
-    QTest::newRow("refresh, busy") << true << false << minute;
-    QTest::newRow("refresh, disabled meanwhile") << true << true << -1;
-}
-
-void OAuth2FaultTest::storedLaterOrNever() {
-    QFETCH(bool, isRefresh);
-    QFETCH(bool, isDisabled);
-    QFETCH(int, expected);
-    TokenWorker& worker = isRefresh ? static_cast<TokenWorker&>(*m_refresher) : *m_fetcher;
-    play(goodReply(), true, 100);
-    if (isRefresh) {
-        m_session->replaceToken(tokenNamed("first", 200));
-        QTRY_COMPARE(interval(*m_refresher), second);
-        fire(*m_refresher);
-    } else {
-        m_fetcher->TokenAcquired();
-    }
-    QTRY_COMPARE(requests(), 1);
-    if (isDisabled) {
-        m_owner->oauth2Enabled = false;
-        m_session->DiscardToken();
-    } else {
-        m_owner->storeResult = StoreResult::Busy;
-    }
-    waitForEnd(worker);
-    QCoreApplication::processEvents();
-    QCOMPARE(interval(worker), expected);
-    QCOMPARE(oauth2Token(), isRefresh && !isDisabled ? QStringLiteral("first") : QString());
-    if (isDisabled)
-        return;
-    m_owner->storeResult = StoreResult::Stored;
-    fire(worker);
-    waitForEnd(worker);
-    QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
-}
-
-void OAuth2FaultTest::queriesOfOthers_data() {
-    QTest::addColumn<QString>("flag");
-    QTest::addColumn<bool>("isOurs");
-    QTest::newRow("none") << QString() << false;
-    QTest::newRow("of another kind") << "OAuth2TokenQueryInProgress_jwt.openid" << false;
-    QTest::newRow("of this kind") << "OAuth2TokenQueryInProgress_rt.<none>" << true;
-}
-
-// Who asks for another kind of token is not waited for. With its flag alone, without the lock, a process is believed for a while.
-void OAuth2FaultTest::queriesOfOthers() {
-    QFETCH(QString, flag);
-    QFETCH(bool, isOurs);
-    m_flags.elsewhere = {flag};
-    play(goodReply());
-    m_fetcher->TokenAcquired();
-    waitForEnd(*m_fetcher);
-    QCOMPARE(requests(), isOurs ? 0 : 1);
-    QCOMPARE(
-        m_fixture->hasLogged(QStringLiteral("OAuth2 token query is in progress in another process. Waiting for it to finish.")),
-        isOurs);
-    QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
-}
 
 QTEST_GUILESS_MAIN(OAuth2FaultTest)
 #include "OAuth2FaultTest.moc"

@@ -11,11 +11,10 @@ class OAuth2FileTest : public OAuth2Fixture {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { startService(); }
     void init() { begin(); }
     void cleanup() { end(); }
 
-    void anotherProcessAdopts() {
+    void anotherProcessUsesTheTokenInTheFile() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         const QString first = ask(rt);
         const auto other = makeSession({rt});
@@ -30,10 +29,9 @@ private slots:
     }
 
     void aSignOutMeanwhileWins_data() {
-        QTest::addColumn<bool>("isRefresh");
-        QTest::addColumn<QString>("logged");
-        QTest::newRow("query") << false << "OAuth2 token query finished. But ignoring the result since user has logged out.";
-        QTest::newRow("refresh") << true << "Failed to refresh OAuth2 token. Not logged in.";
+        const TestKit::Columns<bool, QString> row("isRefresh", "logged");
+        row("query", false, "OAuth2 token query finished. But ignoring the result since user has logged out.");
+        row("refresh", true, "Failed to refresh OAuth2 token. Not logged in.");
     }
 
     void aSignOutMeanwhileWins() {
@@ -53,7 +51,7 @@ private slots:
         QTRY_VERIFY(m_fixture->hasLogged(isRefresh
                                              ? QStringLiteral("Starting network operation in separate thread to refresh OAuth2")
                                              : QStringLiteral("Getting OAuth2 token")));
-        logout(*other);
+        QVERIFY(signOut(*other));
         QTRY_VERIFY(m_fixture->hasLogged(logged));
         QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
         QVERIFY(!m_session->isLoggedIn(QString()));
@@ -61,12 +59,12 @@ private slots:
     }
 
     void tokensOfOthersArePreserved_data() {
-        QTest::addColumn<bool>("isOAuth2First");
-        QTest::newRow("a save of everything first") << false;
-        QTest::newRow("one of the OAuth2 tokens first") << true;
+        const TestKit::Columns<bool> row("isOAuth2First");
+        row("a save of everything first", false);
+        row("one of the OAuth2 tokens first", true);
     }
 
-    // Tokens that this process has no use for survive its saves, in whatever form they stand in the file.
+    // Tokens that this process does not use survive its saves, in whatever form the file has them.
     void tokensOfOthersArePreserved() {
         QFETCH(bool, isOAuth2First);
         editProduct([this](QDomElement& product) {
@@ -132,15 +130,15 @@ private slots:
     }
 
     // A save that merges what another process wrote must not make this one overlook it.
-    void savesDoNotHideNews() {
+    void aSaveDoesNotHideTheChangeOfAnotherProcess() {
         slowDown(700);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Getting OAuth2 token")));
+        QTRY_VERIFY(m_fixture->hasLogged("Getting OAuth2 token"));
         editProduct([this](QDomElement& product) {
             putSecret(product, "AccessToken", "newer-access-token");
             product.setAttribute("TokenExpiryDate", now().addSecs(2 * hour).toString(Qt::ISODate));
         });
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Finished saving OAuth2 login state to login state file")));
+        QTRY_VERIFY(m_fixture->hasLogged("Finished saving OAuth2 login state to login state file"));
         Util::SecretBytes token;
         Util::SecretBytes secret;
         QVERIFY(m_session->GetAccessToken(key, true, token, secret));

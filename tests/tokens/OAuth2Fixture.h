@@ -5,41 +5,28 @@
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <QDomDocument>
-#include <QElapsedTimer>
-#include <QJsonArray>
-#include <QtTest>
-#include <thread>
 
 namespace Velquor::WebServices::OAuth2Testing {
 
 using namespace Internal;
 
-inline const auto key = QStringLiteral("demo-product-0001");
 inline const auto endPoint = QStringLiteral("oauth2-token");
 inline const OAuth2TokenSpec rt(RT, L"");
 inline const OAuth2TokenSpec jwt(JWT, L"openid data");
 constexpr int hour = 3600;
 
 inline WebServicesConfiguration oauth2Configuration() {
-    WebServicesConfiguration made = TestKit::SessionFixture::configuration(key, QStringLiteral("demo-secret-0001"));
-    made.SetOAuth2ConsumerKey(L"demo-product-0001");
-    made.SetOAuth2ConsumerSecret(L"demo-secret-0001");
+    WebServicesConfiguration made = TestKit::SessionFixture::oauth2Configuration(TestKit::demoKey, TestKit::demoSecret);
     made.SetOAuth2AccessTokenScope(L"legacy");
     return made;
 }
-
-class Observer : public IWebServicesObserver {
-public:
-    void LoggedOut() override { ++loggedOut; }
-    int loggedOut = 0;
-};
 
 /// What the tests of OAuth2 tokens share: a product that is signed in at the account service, and looks at what was sent and
 /// stored.
 class OAuth2Fixture : public TestKit::ServiceTest {
 protected:
     void begin() {
-        beginAnew();
+        startOver();
         RetrySchedules::instance().clear();
         m_session = makeSession({});
         signIn(*m_session);
@@ -55,8 +42,8 @@ protected:
 
     TestKit::SessionUnderTest makeSession(const QVector<OAuth2TokenSpec>& specs,
                                           const WebServicesConfiguration& configuration = oauth2Configuration()) {
-        auto session = std::make_shared<LoginSession>(
-            m_fixture->services(), ClientIdentity{key, 1, QStringLiteral("Test product"), QStringLiteral("/opt/test")}, specs);
+        auto session =
+            std::make_shared<LoginSession>(m_fixture->services(), ClientIdentity{key, 1, "Test product", "/opt/test"}, specs);
         session->SetConfiguration(key, configuration);
         return session;
     }
@@ -66,30 +53,23 @@ protected:
     }
     QString ask(const OAuth2TokenSpec& spec) { return askOf(*m_session, spec); }
 
-    static void logout(LoginSession& session) {
-        QNetworkReply::NetworkError error = QNetworkReply::NoError;
-        QVERIFY(session.Logout(key, error, true));
-    }
-
-    void slowDown(int milliseconds) {
-        QVERIFY(m_service.addFault(endPoint, QStringLiteral("delay"), {{"delay_ms", milliseconds}}));
-    }
+    void slowDown(int milliseconds) { delay(endPoint, milliseconds); }
 
     QDateTime now() const { return QDateTime::currentDateTimeUtc().addSecs(m_fixture->clockOffset); }
 
-    /// What the service was sent, without secrets.
+    /// What the service received, without secrets.
     QStringList forms() {
         QStringList found;
-        const QJsonArray log = m_service.control(QStringLiteral("log")).value(QStringLiteral("requests")).toArray();
+        const QJsonArray log = m_service.control("log").value("requests").toArray();
         for (const QJsonValue& entry : log) {
-            if (entry.toObject().value(QStringLiteral("endpoint")).toString() == endPoint)
-                found += entry.toObject().value(QStringLiteral("form")).toString();
+            if (entry.toObject().value("endpoint").toString() == endPoint)
+                found += entry.toObject().value("form").toString();
         }
         return found;
     }
 
     void expectNoSecrets(QStringList secrets) {
-        const QJsonArray handedOut = m_service.control(QStringLiteral("secrets")).value(QStringLiteral("secrets")).toArray();
+        const QJsonArray handedOut = m_service.control("secrets").value("secrets").toArray();
         for (const QJsonValue& secret : handedOut)
             secrets += secret.toString();
         QVERIFY(secrets.size() > 3);
@@ -103,23 +83,15 @@ protected:
 
     template <class Edit>
     void editProduct(const Edit& edit) {
-        QDomDocument document;
-        QVERIFY(document.setContent(m_fixture->fileContents()));
-        QDomElement product = productOf(document);
+        const QDomDocument document = m_fixture->document();
+        QDomElement product = TestKit::firstProduct(document);
         edit(product);
         m_fixture->writeFile(document.toByteArray());
     }
 
-    static QDomElement productOf(const QDomDocument& document) {
-        return document.documentElement()
-            .firstChildElement(QStringLiteral("LoginSession"))
-            .firstChildElement(QStringLiteral("Products"))
-            .firstChildElement(QStringLiteral("Product"));
-    }
-
     QDomElement productNode() {
-        m_document.setContent(m_fixture->fileContents());
-        return productOf(m_document);
+        m_document = m_fixture->document();
+        return TestKit::firstProduct(m_document);
     }
 
     void putSecret(QDomElement& parent, const char* name, const char* clear) const {
@@ -151,7 +123,6 @@ protected:
         return textOf(productNode(), data.type == RT ? "1" : "2", data.legacy ? QStringLiteral("legacy") : data.scope);
     }
 
-    TestKit::SessionUnderTest m_session;
     QDomDocument m_document;
 };
 

@@ -11,24 +11,20 @@ class OAuth2QueryTest : public OAuth2Fixture {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { startService(); }
     void init() { begin(); }
     void cleanup() { end(); }
 
-    void queriesAndRefreshes_data() {
-        QTest::addColumn<OAuth2TokenSpec>("spec");
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QString>("refresh");
+    void queriesAndRefreshesSendTheDocumentedForm_data() {
+        const TestKit::Columns<OAuth2TokenSpec, QString, QString> row("spec", "query", "refresh");
         const auto names = QStringLiteral("client_id&client_secret&oauth1_token&oauth1_secret&token_type=");
-        QTest::newRow("RT without scope") << rt << names << names;
-        QTest::newRow("RT with scope") << OAuth2TokenSpec(RT, L" b & c=d  a%20") << names + "&scope=& a%20 b c=d"
-                                       << names + "&scope=& a%20 b c=d";
-        QTest::newRow("JWT") << jwt << names + "jwt&scope=data openid" << names + "Jwt&scope=data openid";
-        QTest::newRow("the older interface")
-            << OAuth2Settings::legacySpec() << names + "&scope=legacy" << names + "&scope=legacy";
+        row("RT without scope", rt, names, names);
+        row("RT with scope", OAuth2TokenSpec(RT, L" b & c=d  a%20"), names + "&scope=& a%20 b c=d",
+            names + "&scope=& a%20 b c=d");
+        row("JWT", jwt, names + "jwt&scope=data openid", names + "Jwt&scope=data openid");
+        row("the older interface", OAuth2Settings::legacySpec(), names + "&scope=legacy", names + "&scope=legacy");
     }
 
-    void queriesAndRefreshes() {
+    void queriesAndRefreshesSendTheDocumentedForm() {
         QFETCH(OAuth2TokenSpec, spec);
         QFETCH(QString, query);
         QFETCH(QString, refresh);
@@ -36,31 +32,28 @@ private slots:
         const QString first = ask(spec);
         QVERIFY(!first.isEmpty());
         QCOMPARE(forms(), QStringList{query});
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Raising web services event OAuth2TokenAvailable")));
+        QTRY_VERIFY(m_fixture->hasLogged("Raising web services event OAuth2TokenAvailable"));
         QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &spec, true));
         QCOMPARE(forms(), QStringList({query, refresh}));
         QVERIFY(ask(spec) != first);
         QCOMPARE(ask(spec), stored(spec));
         QTRY_VERIFY(m_session->oauth2().isRefreshTimerActive(key, &spec));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in 59 min 5")));
+        QVERIFY(m_fixture->hasLogged("OAuth2 token refreshed successfully. OAuth2 token expires in 59 min 5"));
         expectNoSecrets({first, ask(spec)});
     }
 
-    void refuses_data() {
-        QTest::addColumn<bool>("enabled");
-        QTest::addColumn<bool>("signedIn");
-        QTest::addColumn<QString>("get");
-        QTest::addColumn<QString>("refresh");
-        QTest::newRow("not enabled") << false << true << "GetOAuth2AccessToken failed: OAuth2 is not enabled."
-                                     << "Failed to refresh OAuth2 token. OAuth2 is not enabled.";
-        QTest::newRow("not signed in") << true << false << "GetOAuth2AccessToken failed: Not logged in. Returning empty token."
-                                       << "Failed to refresh OAuth2 token. User not logged in.";
-        QTest::newRow("another spec")
-            << true << true << "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type JWT and scope data openid."
-            << "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type JWT and scope data openid.";
+    void nothingIsAskedWithoutOAuth2SignInOrSpec_data() {
+        const TestKit::Columns<bool, bool, QString, QString> row("enabled", "signedIn", "get", "refresh");
+        row("not enabled", false, true, "GetOAuth2AccessToken failed: OAuth2 is not enabled.",
+            "Failed to refresh OAuth2 token. OAuth2 is not enabled.");
+        row("not signed in", true, false, "GetOAuth2AccessToken failed: Not logged in. Returning empty token.",
+            "Failed to refresh OAuth2 token. User not logged in.");
+        row("another spec", true, true,
+            "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type JWT and scope data openid.",
+            "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type JWT and scope data openid.");
     }
 
-    void refuses() {
+    void nothingIsAskedWithoutOAuth2SignInOrSpec() {
         QFETCH(bool, enabled);
         QFETCH(bool, signedIn);
         QFETCH(QString, get);
@@ -68,88 +61,49 @@ private slots:
         if (enabled)
             QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         if (!signedIn)
-            logout(*m_session);
+            QVERIFY(signOut(*m_session));
         QVERIFY(ask(jwt).isEmpty());
         QVERIFY(m_fixture->hasLogged(get));
         QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &jwt, true));
         QVERIFY(m_fixture->hasLogged(refresh));
-        QVERIFY(!m_session->oauth2().EnableOAuth2(QStringLiteral("unknown"), rt));
+        QVERIFY(!m_session->oauth2().EnableOAuth2("unknown", rt));
         QVERIFY(!m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(InvalidTokenType, L"")));
     }
 
     void doesNotWaitWhenItMustNot() {
         slowDown(1500);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         QVERIFY(!m_session->oauth2().GetOAuth2AccessToken(key, &rt, false).IsValid());
         QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Returning empty token without waiting since waitToFinish is false.")));
+        QVERIFY(m_fixture->hasLogged("Returning empty token without waiting since waitToFinish is false."));
         QVERIFY(!ask(rt).isEmpty());
         QCOMPARE(forms().size(), 1);
     }
 
     void withoutKeysNothingIsAsked() {
-        m_session = makeSession({rt}, TestKit::SessionFixture::configuration(key, QStringLiteral("demo-secret-0001")));
+        m_session = makeSession({rt}, TestKit::SessionFixture::configuration(key, "demo-secret-0001"));
         QVERIFY(m_session->RestoreLogin(key, false));
-        QVERIFY(
-            m_fixture->hasLogged(QStringLiteral("OAuth2 enabled, but OAuth2 consumer keys are not set for Production server.")));
+        QVERIFY(m_fixture->hasLogged("OAuth2 enabled, but OAuth2 consumer keys are not set for Production server."));
         QVERIFY(ask(rt).isEmpty());
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Cannot query OAuth2 token. OAuth2 keys not set.")));
+        QVERIFY(m_fixture->hasLogged("Cannot query OAuth2 token. OAuth2 keys not set."));
         QCOMPARE(forms(), QStringList());
     }
 
-    void oneRequestForAll_data() {
-        QTest::addColumn<int>("age");
-        QTest::newRow("no token yet") << 0;
-        QTest::newRow("an expired one") << hour + 1;
-    }
-
-    // The OAuth 1.0 token has expired too by then, and must be renewed first, once as well.
-    void oneRequestForAll() {
-        QFETCH(int, age);
-        m_session->oauth2().EnableOAuth2(key, rt);
-        if (age > 0) {
-            QVERIFY(!ask(rt).isEmpty());
-            m_fixture->clockOffset += age;
-        }
-        const int tokensBefore = m_service.requests(QStringLiteral("access-token"));
-        std::mutex mutex;
-        QStringList tokens;
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 8; ++thread) {
-            threads.emplace_back([&] {
-                const QString token = ask(rt);
-                const std::lock_guard<std::mutex> lock(mutex);
-                tokens += token;
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        QCOMPARE(tokens.removeDuplicates(), 7);
-        QVERIFY(!tokens.first().isEmpty());
-        QCOMPARE(forms().size(), age > 0 ? 2 : 1);
-        QCOMPARE(m_service.requests(QStringLiteral("access-token")) - tokensBefore, age > 0 ? 1 : 0);
-    }
-
     void failedQueriesAreTriedAgain_data() {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QJsonObject>("details");
-        QTest::addColumn<QString>("logged");
+        const TestKit::Columns<QString, QJsonObject, QString> row("kind", "details", "logged");
         const auto unparsable = QStringLiteral("Failed to parse server response. Will retry after 30 s. Response body:");
         const auto body = [](const char* json) {
             return QJsonObject{{"status", 200}, {"body", json}, {"content_type", "application/json"}};
         };
-        QTest::newRow("dropped") << "drop" << QJsonObject() << "Failed to get OAuth2 token. Will retry after 30 s. ";
-        QTest::newRow("500") << "status" << QJsonObject{{"status", 500}} << "Failed to get OAuth2 token. Will retry after 30 s. ";
-        QTest::newRow("400") << "status" << QJsonObject{{"status", 400}} << "Failed to get OAuth2 token. Will retry after 30 s. ";
-        QTest::newRow("captive portal") << "html" << QJsonObject() << unparsable;
-        QTest::newRow("empty") << "status" << QJsonObject{{"status", 200}} << "Response body from server is empty.";
-        QTest::newRow("negative lifetime") << "status" << body(R"({"access_token": "canary-token", "expires_in": -1})")
-                                           << unparsable;
-        QTest::newRow("no lifetime") << "status" << body(R"({"access_token": "canary-token"})") << unparsable;
-        QTest::newRow("a token that is none")
-            << "status" << body(R"({"access_token": "canary token", "expires_in": 9})") << unparsable;
+        row("dropped", "drop", {}, "Failed to get OAuth2 token. Will retry after 30 s. ");
+        row("500", "status", QJsonObject{{"status", 500}}, "Failed to get OAuth2 token. Will retry after 30 s. ");
+        row("400", "status", QJsonObject{{"status", 400}}, "Failed to get OAuth2 token. Will retry after 30 s. ");
+        row("captive portal", "html", {}, unparsable);
+        row("empty", "status", QJsonObject{{"status", 200}}, "Response body from server is empty.");
+        row("negative lifetime", "status", body(R"({"access_token": "canary-token", "expires_in": -1})"), unparsable);
+        row("no lifetime", "status", body(R"({"access_token": "canary-token"})"), unparsable);
+        row("a token that is none", "status", body(R"({"access_token": "canary token", "expires_in": 9})"), unparsable);
     }
 
     void failedQueriesAreTriedAgain() {
@@ -160,10 +114,10 @@ private slots:
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         QVERIFY(ask(rt).isEmpty());
         QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token query timer started with interval 30 s")));
+        QTRY_VERIFY(m_fixture->hasLogged("OAuth2 token query timer started with interval 30 s"));
         QVERIFY(m_session->isLoggedIn(key));
-        expectNoSecrets({QStringLiteral("canary-token"), QStringLiteral("canary token")});
-        QVERIFY(m_service.control(QStringLiteral("reset"), QJsonObject{{"keep_sessions", true}}).contains("ok"));
+        expectNoSecrets({"canary-token", "canary token"});
+        QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
         QVERIFY(!ask(rt).isEmpty());
     }
 
@@ -173,7 +127,7 @@ private slots:
         QVERIFY(other->RestoreLogin(key, false));
         slowDown(1500);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Getting OAuth2 token")));
+        QTRY_VERIFY(m_fixture->hasLogged("Getting OAuth2 token"));
         QVERIFY(other->RefreshToken(key, true));
         QTRY_VERIFY(m_session->oauth2().token(key, &rt).isPresent());
         QCOMPARE(forms().size(), 2);
@@ -183,13 +137,13 @@ private slots:
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         const QString token = ask(rt);
         QVERIFY(m_session->oauth2().DisableOAuth2(key));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Raising web services event OAuth2Disabled")));
+        QVERIFY(m_fixture->hasLogged("Raising web services event OAuth2Disabled"));
         QVERIFY(!m_session->oauth2().token(key, &rt).isPresent());
         QTRY_VERIFY(!m_session->oauth2().isRefreshTimerActive(key, &rt));
         QVERIFY(ask(rt).isEmpty());
         QCOMPARE(stored(rt), token);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Raising web services event OAuth2Enabled")));
+        QVERIFY(m_fixture->hasLogged("Raising web services event OAuth2Enabled"));
         QCOMPARE(ask(rt), token);
         QCOMPARE(forms().size(), 1);
     }
@@ -205,8 +159,7 @@ private slots:
                 (void)session->oauth2().RefreshOAuth2Token(key, &jwt, true);
             });
             QThread::msleep(static_cast<unsigned long>(round * 3));
-            QElapsedTimer timer;
-            timer.start();
+            const TestKit::Stopwatch timer;
             session->stop();
             longest = qMax(longest, timer.elapsed());
             caller.join();

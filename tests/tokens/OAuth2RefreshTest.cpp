@@ -1,6 +1,7 @@
 // The refresh of OAuth2 tokens against the account service: ahead of time, with others, and when it fails.
 
 #include "OAuth2Fixture.h"
+#include "TestKit/RecordingObserver.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -11,20 +12,8 @@ class OAuth2RefreshTest : public OAuth2Fixture {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { startService(); }
     void init() { begin(); }
     void cleanup() { end(); }
-
-    void refreshesAheadOfTime() {
-        m_service.control(QStringLiteral("lifetimes"), QJsonObject{{"oauth2_token", 240}});
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QTRY_COMPARE(forms().size(), 1);
-        m_service.control(QStringLiteral("lifetimes"), QJsonObject{{"oauth2_token", hour}});
-        QTRY_COMPARE_WITH_TIMEOUT(forms().size(), 2, 5000);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh timer started with interval 1 s")));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Time to refresh now")));
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh timer started with interval 10 min")));
-    }
 
     // Two processes at once: the second one waits for the lock of the first, and finds its token in the file.
     void aRefreshOfAnotherProcessIsWaitedFor() {
@@ -34,67 +23,54 @@ private slots:
         QVERIFY(other->RestoreLogin(key, false));
         slowDown(700);
         QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &jwt, false));
-        QTRY_VERIFY(
-            m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: ")));
+        QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token: "));
         QVERIFY(other->oauth2().RefreshOAuth2Token(key, &jwt, true));
         QVERIFY(askOf(*other, jwt) != first);
         QCOMPARE(askOf(*other, jwt), ask(jwt));
         QCOMPARE(forms().size(), 2);
-        QVERIFY(m_fixture->hasLogged(
-            QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process.")));
+        QVERIFY(m_fixture->hasLogged("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
     }
 
     // Neither begins while the other has its lock, whichever comes first, and both come through.
-    void refreshesKeepApart_data() {
-        QTest::addColumn<bool>("oauth2First");
-        QTest::newRow("OAuth2 waits") << false;
-        QTest::newRow("OAuth 1.0 waits") << true;
+    void refreshesOfBothKindsDoNotOverlap_data() {
+        const TestKit::Columns<bool> row("oauth2First");
+        row("OAuth2 waits", false);
+        row("OAuth 1.0 waits", true);
     }
 
-    void refreshesKeepApart() {
+    void refreshesOfBothKindsDoNotOverlap() {
         QFETCH(bool, oauth2First);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         QVERIFY(!ask(rt).isEmpty());
         const auto other = makeSession({rt});
         QVERIFY(other->RestoreLogin(key, false));
-        QVERIFY(m_service.addFault(QStringLiteral("*"), QStringLiteral("delay"), {{"delay_ms", 600}}, 1));
-        const int before = m_service.requests(QStringLiteral("access-token"));
-        QElapsedTimer timer;
-        timer.start();
+        QVERIFY(m_service.addFault("*", "delay", {{"delay_ms", 600}}, 1));
+        const int before = m_service.requests("access-token");
+        const TestKit::Stopwatch timer;
         if (oauth2First) {
             QVERIFY(other->oauth2().RefreshOAuth2Token(key, &rt, false));
-            QTRY_VERIFY(
-                m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token")));
+            QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token"));
             QVERIFY(m_session->RefreshToken(key, true));
-            QVERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh is in progress. Waiting for it to finish.")));
+            QVERIFY(m_fixture->hasLogged("OAuth2 token refresh is in progress. Waiting for it to finish."));
         } else {
             QVERIFY(other->RefreshToken(key, false));
-            QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh token")));
+            QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh token"));
             QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-            QVERIFY(m_fixture->hasLogged(QStringLiteral("Holding off OAuth2 token refresh since token refresh is in progress.")));
+            QVERIFY(m_fixture->hasLogged("Holding off OAuth2 token refresh since token refresh is in progress."));
         }
         QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(m_service.requests(QStringLiteral("access-token")) - before, 1);
+        QCOMPARE(m_service.requests("access-token") - before, 1);
         QCOMPARE(forms().size(), 2);
     }
 
     void aFailedRefreshKeepsTheToken_data() {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QJsonObject>("details");
-        QTest::addColumn<QString>("logged");
-        QTest::addColumn<QString>("timer");
-        QTest::newRow("dropped") << "drop" << QJsonObject()
-                                 << "Failed to refresh OAuth2 token. Will retry token refresh after 1 min. "
-                                 << "1 min";
-        QTest::newRow("HTML") << "html" << QJsonObject() << "Failed to refresh OAuth2 token. Failed to parse server response."
-                              << "1 min";
-        QTest::newRow("401") << "status" << QJsonObject{{"status", 401}}
-                             << "OAuth2 token refresh retry process active: Retry attempts so far: 1 in "
-                             << "7 s";
-        QTest::newRow("503")
-            << "status" << QJsonObject{{"status", 503}}
-            << "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at"
-            << "7 s";
+        const TestKit::Columns<QString, QJsonObject, QString, QString> row("kind", "details", "logged", "timer");
+        row("dropped", "drop", {}, "Failed to refresh OAuth2 token. Will retry token refresh after 1 min. ", "1 min");
+        row("HTML", "html", {}, "Failed to refresh OAuth2 token. Failed to parse server response.", "1 min");
+        row("401", "status", QJsonObject{{"status", 401}},
+            "OAuth2 token refresh retry process active: Retry attempts so far: 1 in ", "7 s");
+        row("503", "status", QJsonObject{{"status", 503}},
+            "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at", "7 s");
     }
 
     void aFailedRefreshKeepsTheToken() {
@@ -109,51 +85,29 @@ private slots:
         QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
         QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
         QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh timer started with interval ") + timer));
-        // Other news, here of the file, must not bring the next try forward, although the token is due by now.
+        // Another change, here of the file, must not bring the next try forward, although the token is due by now.
         m_fixture->clockOffset += hour - 100;
         m_fixture->logger->clear();
         m_fixture->writeFile(m_fixture->fileContents() + '\n');
         QCOMPARE(ask(rt), first);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Tokens found. Checking if OAuth2 token needs to be queried.")));
+        QVERIFY(m_fixture->hasLogged("Tokens found. Checking if OAuth2 token needs to be queried."));
         QTest::qWait(200);
-        QVERIFY(!m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh timer started")));
+        QVERIFY(!m_fixture->hasLogged("OAuth2 token refresh timer started"));
         QVERIFY(m_session->isLoggedIn(key));
-        QVERIFY(m_service.control(QStringLiteral("reset"), QJsonObject{{"keep_sessions", true}}).contains("ok"));
+        QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
         QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QCOMPARE(m_fixture->hasLogged(QStringLiteral("Ending OAuth2 token refresh retry process")), timer == "7 s");
+        QCOMPARE(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"), timer == "7 s");
     }
 
-    void aScheduleIsFollowedToItsEnd_data() {
-        QTest::addColumn<bool>("isEmpty");
-        QTest::newRow("two tries") << false;
-        QTest::newRow("none") << true;
-    }
-
-    void aScheduleIsFollowedToItsEnd() {
-        QFETCH(bool, isEmpty);
-        RetrySchedules::instance().set(isEmpty ? RetrySchedule{} : RetrySchedule{1500, {{1000, 1000}}});
-        Observer observer;
+    void aFinalRefusalSignsOut() {
+        TestKit::RecordingObserver<> observer;
         m_session->observers().add(&observer);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         QVERIFY(!ask(rt).isEmpty());
-        QVERIFY(m_service.addFault(endPoint, QStringLiteral("status"), {{"status", 503}}, -1));
+        QVERIFY(m_service.addFault(endPoint, "status", {{"status", 400}}));
         QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QTRY_COMPARE(observer.loggedOut, 1);
-        QVERIFY(!m_session->isLoggedIn(QString()));
-        QVERIFY(m_fixture->hasLogged(
-            QStringLiteral("Permanently failed to refresh OAuth2 token after %1 attempts in ").arg(isEmpty ? 0 : 3)));
-        m_session->observers().remove(&observer);
-    }
-
-    void aRefusalForGoodSignsOut() {
-        Observer observer;
-        m_session->observers().add(&observer);
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QVERIFY(!ask(rt).isEmpty());
-        QVERIFY(m_service.addFault(endPoint, QStringLiteral("status"), {{"status", 400}}));
-        QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Current OAuth2 token cannot be refreshed anymore.")));
-        QTRY_COMPARE(observer.loggedOut, 1);
+        QVERIFY(m_fixture->hasLogged("Current OAuth2 token cannot be refreshed anymore."));
+        QTRY_COMPARE(observer.count("LoggedOut"), 1);
         QVERIFY(!m_session->isLoggedIn(QString()));
         m_session->observers().remove(&observer);
     }
@@ -162,10 +116,9 @@ private slots:
     void looksAtTheFileBeforeItSignsOut() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         QVERIFY(!ask(rt).isEmpty());
-        QVERIFY(m_service.addFault(endPoint, QStringLiteral("status"), {{"status", 400}, {"delay_ms", 700}}));
+        QVERIFY(m_service.addFault(endPoint, "status", {{"status", 400}, {"delay_ms", 700}}));
         std::thread asking([this] { QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true)); });
-        QTRY_VERIFY(
-            m_fixture->hasLogged(QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token")));
+        QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token"));
         editProduct([this](QDomElement& product) {
             QDomElement token = product.firstChildElement("OAuth2Tokens").firstChildElement("OAuth2Token");
             putSecret(token, "Token", "newer-token");
@@ -177,19 +130,17 @@ private slots:
     }
 
     // The OAuth 1.0 token is acquired after OAuth2 was enabled: the query follows by itself.
-    void followsTheAccessToken() {
+    void aQueryFollowsTheAccessToken() {
         const auto secondKey = QStringLiteral("second-product-0002");
-        auto second = std::make_unique<LoginSession>(
-            m_fixture->services(), ClientIdentity{secondKey, 1, QStringLiteral("Second"), QStringLiteral("/opt/second")},
-            QVector<OAuth2TokenSpec>{jwt});
+        auto second = std::make_unique<LoginSession>(m_fixture->services(), ClientIdentity{secondKey, 1, "Second", "/opt/second"},
+                                                     QVector<OAuth2TokenSpec>{jwt});
         WebServicesConfiguration made = oauth2Configuration();
         made.SetConsumerKey(L"second-product-0002");
         made.SetConsumerSecret(L"demo-secret-0002");
         second->SetConfiguration(secondKey, made);
         QVERIFY(second->RestoreLogin(secondKey, false));
         QTRY_VERIFY(second->oauth2().token(secondKey, nullptr).isPresent());
-        QVERIFY(m_fixture->hasLogged(
-            QStringLiteral("Received web services event TokenAcquired. Starting asynchronous OAuth2 token query.")));
+        QVERIFY(m_fixture->hasLogged("Received web services event TokenAcquired. Starting asynchronous OAuth2 token query."));
         QCOMPARE(forms().size(), 1);
     }
 };

@@ -4,14 +4,9 @@
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
+#include "TestKit/Test.h"
 #include "Time/SystemTimeSource.h"
 #include "Time/TimeServiceImp.h"
-
-#include <QDir>
-#include <QEventLoop>
-#include <QFile>
-#include <QTimer>
-#include <QtTest>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -26,7 +21,7 @@ QString keyOf(int product) {
 /// How often the threads of this process have gone to sleep so far.
 int sleeps() {
     int count = 0;
-    const QDir threads(QStringLiteral("/proc/self/task"));
+    const QDir threads("/proc/self/task");
     for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile status(threads.filePath(thread + QStringLiteral("/status")));
         const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
@@ -49,11 +44,10 @@ class PosixIdleTest : public QObject {
 
 private slots:
     void sleepsWhileNothingIsDue_data() {
-        QTest::addColumn<bool>("knowsTheTime");
-        QTest::addColumn<int>("mostWakeUps");
-        QTest::newRow("products alone") << false << 0;
+        const TestKit::Columns<bool, int> row("knowsTheTime", "mostWakeUps");
+        row("products alone", false, 0);
         // The time service looks at the clock every ten seconds, so not within the short form.
-        QTest::newRow("with the time service") << true << TestKit::rounds(0, 1);
+        row("with the time service", true, TestKit::rounds(0, 1));
     }
 
     void sleepsWhileNothingIsDue() {
@@ -65,9 +59,8 @@ private slots:
         const auto session = fixture.makeSession(keyOf(0));
         QVERIFY(session->RestoreLogin(keyOf(0), false));
         for (int product = 1; product < products; ++product) {
-            session->AddClient({keyOf(product), 1, QStringLiteral("Product"), QStringLiteral("/opt/product")});
-            QVERIFY(session->SetConfiguration(keyOf(product),
-                                              TestKit::SessionFixture::configuration(keyOf(product), QStringLiteral("secret"))));
+            session->AddClient({keyOf(product), 1, "Product", "/opt/product"});
+            QVERIFY(session->SetConfiguration(keyOf(product), TestKit::SessionFixture::configuration(keyOf(product), "secret")));
             QVERIFY(session->isLoggedIn(keyOf(product)));
         }
         TestKit::LoopbackHttpServer server;
@@ -91,12 +84,10 @@ private:
     static constexpr int products = 10;
 
     static bool learnTheTime(OAuth::TimeServiceImp& time, TestKit::LoopbackHttpServer& server, TestKit::SessionFixture& fixture) {
-        server.setScript(QStringLiteral("/time"),
-                         {TestKit::answer("200 OK", QByteArray::number(QDateTime::currentSecsSinceEpoch()))});
-        fixture.urls.SetUrlOverrides(Production,
-                                     {{QStringLiteral("TimeServerUrls"), server.url(QStringLiteral("/time")).toString()}});
+        server.setScript("/time", {TestKit::answer("200 OK", QByteArray::number(QDateTime::currentSecsSinceEpoch()))});
+        fixture.urls.SetUrlOverrides(Production, {{"TimeServerUrls", server.url("/time").toString()}});
         time.start();
-        return server.waitForRequest(QStringLiteral("/time"));
+        return server.waitForRequest("/time");
     }
 
     static void writeFile(TestKit::SessionFixture& fixture) {
@@ -105,7 +96,7 @@ private:
             process.restore();
             const QDateTime expiry = QDateTime::currentDateTimeUtc().addDays(10);
             if (product == 0)
-                process.signIn(QStringLiteral("ada"), expiry);
+                process.signIn("ada", expiry);
             else
                 process.takeTokens(expiry);
             QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);

@@ -13,17 +13,89 @@ class QueryFaultTest : public TestKit::WorkerFixture {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() {
+        startOver();
+        m_owner->held = {};
+        makeFetcher();
+    }
+
     void cleanup() { m_fetcher.reset(); }
-    void failures_data();
-    void failures();
-    void results_data();
-    void results();
-    void anotherProcessHangs();
-    void withoutLocks();
+
+    void aFailedQueryIsTriedAgainUntilItIsHopeless_data() {
+        const TestKit::Columns<QByteArray, bool, int> row("reply", "isBusy", "tries");
+        row("500", answer("500 Internal Server Error", ""), false, 6);
+        row("400 by a wrong clock", TestKit::problemReply("400 Bad Request", "message_expired"), false, 6);
+        row("400", TestKit::problemReply("400 Bad Request", "token_rejected"), false, 1);
+        row("cannot be stored", TestKit::goodTokenReply(), true, 6);
+    }
+
+    // The text of the end names the tries after the first one.
+    void aFailedQueryIsTriedAgainUntilItIsHopeless() {
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, isBusy);
+        QFETCH(int, tries);
+        play(reply);
+        m_owner->storeResult = isBusy ? StoreResult::Busy : StoreResult::Stored;
+        query();
+        for (int attempt = 1; attempt < tries; ++attempt) {
+            QCOMPARE(interval(), 5 * second);
+            QVERIFY(!m_fixture->hasLogged("Giving up token query."));
+            fire(*m_fetcher);
+            waitForEnd(*m_fetcher);
+        }
+        QCOMPARE(interval(), -1);
+        QCOMPARE(requests(), tries);
+        QCOMPARE(m_fixture->hasLogged("Failed to query token after 5 attempts. Giving up token query."), tries == 6);
+        QVERIFY(m_fixture->hasLogged(QStringLiteral(
+            "Failed to login automatically using another product's login credentials. Try to logout and login again.")));
+        QVERIFY(!m_owner->held.areComplete());
+    }
+
+    void theResultOfAQueryIsLostWithTheSignIn_data() {
+        const TestKit::Columns<QByteArray, bool, QString> row("more", "signsOut", "logged");
+        row("with a name", "&x_oauth_user_name=ada", false, "User ada automatically logged in using");
+        row("without", {}, false, "User user-1 automatically logged in using");
+        row("after a sign-out", {}, true, "But ignoring the result since user has logged out.");
+    }
+
+    void theResultOfAQueryIsLostWithTheSignIn() {
+        QFETCH(QByteArray, more);
+        QFETCH(bool, signsOut);
+        QFETCH(QString, logged);
+        play(TestKit::goodTokenReply(more), true, 150);
+        QVERIFY(m_fetcher->CheckAutomaticLogin());
+        QTRY_COMPARE(requests(), 1);
+        m_owner->loggedIn = !signsOut;
+        waitForEnd(*m_fetcher);
+        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
+        QCOMPARE(m_owner->held.areComplete(), !signsOut);
+        QCOMPARE(interval(), -1);
+    }
+
+    // It holds the lock and does nothing; when it is gone, the product signs in after all.
+    void aHangingProcessDelaysTheSignInOnly() {
+        play(TestKit::goodTokenReply());
+        Util::ProcessGuard other("Velquor.WebServices.TokenQuery.digest", m_fixture->folder.path());
+        QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
+        query();
+        QVERIFY(m_fixture->hasLogged("in another process. Token query failed."));
+        QCOMPARE(interval(), 5 * second);
+        other.release();
+        fire(*m_fetcher);
+        waitForEnd(*m_fetcher);
+        QCOMPARE(heldToken(), QStringLiteral("new-token"));
+    }
+
+    void aQueryWorksWithoutLocks() {
+        QVERIFY(m_fixture->folder.remove());
+        makeFetcher();
+        play(TestKit::goodTokenReply());
+        query();
+        QCOMPARE(heldToken(), QStringLiteral("new-token"));
+    }
 
 private:
-    void makeFetcher() { m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, QStringLiteral("digest")); }
+    void makeFetcher() { m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, "digest"); }
     [[nodiscard]] int interval() const { return WorkerFixture::interval(*m_fetcher); }
     void query() {
         QVERIFY(m_fetcher->CheckAutomaticLogin());
@@ -32,89 +104,6 @@ private:
 
     std::unique_ptr<TokenFetcher> m_fetcher;
 };
-
-void QueryFaultTest::init() {
-    beginAnew();
-    m_owner->held = {};
-    makeFetcher();
-}
-
-void QueryFaultTest::failures_data() {
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<bool>("isBusy");
-    QTest::addColumn<int>("tries");
-    QTest::newRow("500") << answer("500 Internal Server Error", "") << false << 6;
-    QTest::newRow("400 by a wrong clock") << TestKit::problemReply("400 Bad Request", "message_expired") << false << 6;
-    QTest::newRow("400") << TestKit::problemReply("400 Bad Request", "token_rejected") << false << 1;
-    QTest::newRow("cannot be stored") << TestKit::goodTokenReply() << true << 6;
-}
-
-// The text of the end names the tries after the first one.
-void QueryFaultTest::failures() {
-    QFETCH(QByteArray, reply);
-    QFETCH(bool, isBusy);
-    QFETCH(int, tries);
-    play(reply);
-    m_owner->storeResult = isBusy ? StoreResult::Busy : StoreResult::Stored;
-    query();
-    for (int attempt = 1; attempt < tries; ++attempt) {
-        QCOMPARE(interval(), 5 * second);
-        QVERIFY(!m_fixture->hasLogged(QStringLiteral("Giving up token query.")));
-        fire(*m_fetcher);
-        waitForEnd(*m_fetcher);
-    }
-    QCOMPARE(interval(), -1);
-    QCOMPARE(requests(), tries);
-    QCOMPARE(m_fixture->hasLogged(QStringLiteral("Failed to query token after 5 attempts. Giving up token query.")), tries == 6);
-    QVERIFY(m_fixture->hasLogged(QStringLiteral(
-        "Failed to login automatically using another product's login credentials. Try to logout and login again.")));
-    QVERIFY(!m_owner->held.areComplete());
-}
-
-void QueryFaultTest::results_data() {
-    QTest::addColumn<QByteArray>("more");
-    QTest::addColumn<bool>("signsOut");
-    QTest::addColumn<QString>("logged");
-    QTest::newRow("with a name") << QByteArray("&x_oauth_user_name=ada") << false << "User ada automatically logged in using";
-    QTest::newRow("without") << QByteArray() << false << "User user-1 automatically logged in using";
-    QTest::newRow("after a sign-out") << QByteArray() << true << "But ignoring the result since user has logged out.";
-}
-
-void QueryFaultTest::results() {
-    QFETCH(QByteArray, more);
-    QFETCH(bool, signsOut);
-    QFETCH(QString, logged);
-    play(TestKit::goodTokenReply(more), true, 150);
-    QVERIFY(m_fetcher->CheckAutomaticLogin());
-    QTRY_COMPARE(requests(), 1);
-    m_owner->loggedIn = !signsOut;
-    waitForEnd(*m_fetcher);
-    QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
-    QCOMPARE(m_owner->held.areComplete(), !signsOut);
-    QCOMPARE(interval(), -1);
-}
-
-// It holds the lock and does nothing; when it is gone, the product signs in after all.
-void QueryFaultTest::anotherProcessHangs() {
-    play(TestKit::goodTokenReply());
-    Util::ProcessGuard other(QStringLiteral("Velquor.WebServices.TokenQuery.digest"), m_fixture->folder.path());
-    QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
-    query();
-    QVERIFY(m_fixture->hasLogged(QStringLiteral("in another process. Token query failed.")));
-    QCOMPARE(interval(), 5 * second);
-    other.release();
-    fire(*m_fetcher);
-    waitForEnd(*m_fetcher);
-    QCOMPARE(heldToken(), QStringLiteral("new-token"));
-}
-
-void QueryFaultTest::withoutLocks() {
-    QVERIFY(m_fixture->folder.remove());
-    makeFetcher();
-    play(TestKit::goodTokenReply());
-    query();
-    QCOMPARE(heldToken(), QStringLiteral("new-token"));
-}
 
 QTEST_GUILESS_MAIN(QueryFaultTest)
 #include "QueryFaultTest.moc"

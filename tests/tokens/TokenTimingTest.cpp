@@ -1,11 +1,9 @@
 // The decisions about time, without any clock, and the waiting for an operation that ends elsewhere.
 
+#include "TestKit/Test.h"
 #include "Tokens/ProductTokens.h"
 #include "Tokens/Refresh/RefreshTiming.h"
 #include "Tokens/RunState.h"
-
-#include <QtTest>
-#include <thread>
 
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
@@ -14,27 +12,25 @@ class TokenTimingTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void interval_data() {
-        QTest::addColumn<qint64>("seconds");
-        QTest::addColumn<int>("expected");
-        QTest::newRow("expired an hour ago") << qint64(-3600) << 2000;
-        QTest::newRow("inside the margin") << qint64(299) << 2000;
-        QTest::newRow("at the margin") << qint64(300) << 2000;
-        QTest::newRow("a second before the margin") << qint64(301) << 1000;
-        QTest::newRow("5 min 30 s") << qint64(330) << 30000;
-        QTest::newRow("just under 10 minutes") << qint64(599) << 299000;
-        QTest::newRow("10 minutes") << qint64(600) << 300000;
-        QTest::newRow("just under 15 minutes") << qint64(899) << 300000;
-        QTest::newRow("15 minutes") << qint64(900) << 600000;
-        QTest::newRow("just under 65 minutes") << qint64(3899) << 600000;
-        QTest::newRow("65 minutes") << qint64(3900) << 3600000;
-        QTest::newRow("ten years") << qint64(10LL * 366 * 86400) << 3600000;
+    void theRefreshIntervalShrinksTowardsTheExpiry_data() {
+        const Velquor::TestKit::Columns<qint64, int> row("seconds", "expected");
+        row("expired an hour ago", -3600, 2000);
+        row("inside the margin", 299, 2000);
+        row("at the margin", 300, 2000);
+        row("a second before the margin", 301, 1000);
+        row("5 min 30 s", 330, 30000);
+        row("just under 10 minutes", 599, 299000);
+        row("10 minutes", 600, 300000);
+        row("just under 15 minutes", 899, 300000);
+        row("15 minutes", 900, 600000);
+        row("just under 65 minutes", 3899, 600000);
+        row("65 minutes", 3900, 3600000);
+        row("ten years", qint64(10LL * 366 * 86400), 3600000);
     }
 
-    void interval() {
+    void theRefreshIntervalShrinksTowardsTheExpiry() {
         QFETCH(qint64, seconds);
-        QFETCH(int, expected);
-        QCOMPARE(refreshIntervalMs(seconds, 2000), expected);
+        QTEST(refreshIntervalMs(seconds, 2000), "expected");
         QCOMPARE(isTimeToRefresh(seconds), seconds <= 300);
     }
 
@@ -51,7 +47,7 @@ private slots:
         }
     }
 
-    void lateness() {
+    void aLateTimerIsNoticed() {
         const QDateTime expected = QDateTime::fromSecsSinceEpoch(1000, Qt::UTC);
         QVERIFY(!timerLateness(expected, expected.addMSecs(2000)).isNotable());
         QVERIFY(timerLateness(expected, expected.addMSecs(2001)).isNotable());
@@ -62,15 +58,8 @@ private slots:
         QVERIFY(!timerLateness(QDateTime(), expected).isNotable());
     }
 
-    void retryAfterRefusal() {
-        for (int failure = 1; failure < maximumRefreshFailures; ++failure) {
-            QCOMPARE(refreshRetryMs(failure, false), 60000);
-            QCOMPARE(refreshRetryMs(failure, true), failure <= 2 ? 2000 : 60000);
-        }
-    }
-
     // Which of them ends later does not matter.
-    void otherTokens() {
+    void tokensAreTheSameWhateverTheirExpiry() {
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const ProductTokens none;
         const ProductTokens first{"token", "secret", "handle", now};
@@ -86,19 +75,15 @@ private slots:
         QCOMPARE(state->enter(), RunState::Entry::Busy);
         std::atomic<int> heard{0};
         std::atomic<int> waiting{0};
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 16; ++thread) {
-            threads.emplace_back([&] {
-                RunWaiter waiter(state);
-                ++waiting;
-                const RunWaiter::Outcome outcome = waiter.wait(10000);
-                heard += outcome.result == 7 && !outcome.isTimedOut ? 1 : 0;
-            });
-        }
+        Velquor::TestKit::Threads threads(16, [&](int) {
+            RunWaiter waiter(state);
+            ++waiting;
+            const RunWaiter::Outcome outcome = waiter.wait(10000);
+            heard += outcome.result == 7 && !outcome.isTimedOut ? 1 : 0;
+        });
         QTRY_COMPARE(waiting.load(), 16);
         state->leave(7);
-        for (std::thread& thread : threads)
-            thread.join();
+        threads.join();
         QCOMPARE(heard.load(), 16);
     }
 

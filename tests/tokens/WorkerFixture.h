@@ -2,10 +2,8 @@
 
 #include "FakeTokenOwner.h"
 #include "TestKit/LoopbackHttpServer.h"
+#include "TestKit/Test.h"
 #include "Tokens/TokenWorker.h"
-
-#include <QObject>
-#include <QtTest>
 
 namespace Velquor::TestKit {
 
@@ -23,11 +21,11 @@ constexpr int minute = 60 * second;
     return answer(status, {}, "xoauth_problem: " + problem + "\r\n");
 }
 
-/// A token worker on the test's own thread, its owner and a scripted server: when it tries again is told to the millisecond of a
-/// clock that the test sets. Thread: the test's. Owner: the test, which derives from it.
+/// A token worker on the test's own thread, its owner and a scripted server. The test sets the clock, so the next attempt is
+/// known to the millisecond. Thread: the test's. Owner: the test, which derives from it.
 class WorkerFixture : public QObject {
 protected:
-    void beginAnew() {
+    void startOver() {
         m_fixture = std::make_unique<SessionFixture>();
         m_server = std::make_unique<LoopbackHttpServer>();
         m_owner = std::make_unique<FakeTokenOwner>(*m_fixture);
@@ -36,17 +34,16 @@ protected:
 
     /// Where the next request goes: the scripted server, unless another address is given.
     void pointTo(const QString& address) {
-        m_fixture->urls.SetUrlOverrides(WebServices::Production,
-                                        {{QStringLiteral("AccountServerUrl"), address},
-                                         {QStringLiteral("AccessTokenEndPoint"), QStringLiteral("/access")},
-                                         {QStringLiteral("OAuth2AccountServerUrl"), address},
-                                         {QStringLiteral("OAuth2AccessTokenEndPoint"), QStringLiteral("/access")}});
+        m_fixture->urls.SetUrlOverrides(WebServices::Production, {{"AccountServerUrl", address},
+                                                                  {"AccessTokenEndPoint", "/access"},
+                                                                  {"OAuth2AccountServerUrl", address},
+                                                                  {"OAuth2AccessTokenEndPoint", "/access"}});
     }
     void play(const QByteArray& bytes, bool close = true, int delayInMsec = 0) {
-        m_server->setScript(QStringLiteral("/access"), {bytes, 0, delayInMsec, 0, close});
+        m_server->setScript("/access", {bytes, 0, delayInMsec, 0, close});
         pointTo(m_server->url({}).toString());
     }
-    [[nodiscard]] int requests() const { return m_server->count(QStringLiteral("/access")); }
+    [[nodiscard]] int requests() const { return m_server->count("/access"); }
     [[nodiscard]] QString heldToken() const { return m_fixture->cryptor->decrypt(m_owner->held.accessToken).toText(); }
 
     /// The milliseconds to the next attempt of the worker; -1: there is none.

@@ -3,16 +3,7 @@
 #include "Network/Urls/UrlFile.h"
 #include "Network/Urls/UrlKeys.h"
 #include "TestKit/RecordingLogger.h"
-
-#include <QDir>
-#include <QFile>
-#include <QSet>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QtTest>
-#include <atomic>
-#include <thread>
-#include <vector>
+#include "TestKit/Test.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -33,7 +24,7 @@ QByteArray account(const char* host) {
 }
 
 QSettings settings() {
-    return QSettings(QStringLiteral("Velquor"), QStringLiteral("Web Services"));
+    return QSettings("Velquor", "Web Services");
 }
 
 QString missing(const QString& key, const QString& path) {
@@ -49,32 +40,262 @@ class UrlStoreTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void files_data();
-    void files();
-    void refusedFiles_data();
-    void refusedFiles();
-    void missingFile();
-    void settingsOfTheOrganizationDoNotCount();
-    void settingsNameTheFile_data();
-    void settingsNameTheFile();
-    void overrides();
-    void reloads();
-    void searchPaths_data();
-    void searchPaths();
-    void codes();
-    void shippedExamples_data();
-    void shippedExamples();
-    void manyThreads();
+    void initTestCase() { QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path()); }
+
+    void init() {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_logger = std::make_shared<TestKit::RecordingLogger>();
+        m_store = std::make_unique<UrlStore>(m_logger);
+        SupportFiles::setSearchPaths(m_folder->path());
+    }
+
+    void cleanup() {
+        for (const char* const name : {"StagingServerConfigJsonFile", "DevServerConfigJsonFile"})
+            settings().remove(QLatin1String(name));
+        SupportFiles::setSearchPaths(QString());
+    }
+
+    void readsUrlsAndReportsMissingOnes_data() {
+        // url: empty: the key is reported as missing
+        const TestKit::Columns<QByteArray, QString> row("text", "url");
+        row("plain", account("one"), "https://one");
+        row("byte order mark", "\xef\xbb\xbf" + account("one"), "https://one");
+        row("non-ASCII and escapes", document("\"AccountServerUrl\":\"https:\\/\\/\\u00e4\xc3\xa4\""), "https://\u00e4\u00e4");
+        row("key twice", document("\"AccountServerUrl\":\"a\",\"AccountServerUrl\":\"b\""), "b");
+        row("members that are no texts", document("\"x\":{\"y\":\"z\"},\"l\":[1],\"AccountServerUrl\":\"https://one\""),
+            "https://one");
+        row("a number", document("\"AccountServerUrl\":5"), "");
+        row("another case", document("\"accountserverurl\":\"https://one\""), "");
+        row("no members", document(""), "");
+        row("no Urls", "{\"Configurations\":{\"WebServices\":{}}}", "");
+        row("Urls is no object", "{\"Configurations\":{\"WebServices\":{\"Urls\":5}}}", "");
+        row("the path as one name", "{\"Configurations.WebServices.Urls\":{\"AccountServerUrl\":\"a\"}}", "");
+    }
+
+    void readsUrlsAndReportsMissingOnes() {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, url);
+        put(productionFile, text);
+        for (int lookup = 0; lookup < 2; ++lookup)
+            QCOMPARE(m_store->GetUrl(Production, accountKey), url);
+        const QString file = path(productionFile);
+        QCOMPARE(m_logger->texts(Log::Level::Information),
+                 QStringList({QStringLiteral("Read the JSON file %1 successfully").arg(file),
+                              QStringLiteral("Loaded web services urls from file %1").arg(file)}));
+        const QStringList reported{missing(accountKey, file), missing(accountKey, file)};
+        QCOMPARE(m_logger->texts(Log::Level::Error), url.isEmpty() ? reported : QStringList());
+    }
+
+    void malformedFilesChangeNothing_data() {
+        const TestKit::Columns<QByteArray> row("text");
+        row("empty", {});
+        row("one byte", "{");
+        row("NUL", QByteArray(100, '\0'));
+        row("HTML", "<html>");
+        row("cut", account("one").chopped(3));
+        row("trailing junk", account("one") + "x");
+        row("comment", "// no JSON\n" + account("one"));
+        row("100000 deep", QByteArray("[").repeated(100000));
+        row("100000 deep after closing", QByteArray("]").repeated(100000) + QByteArray("[").repeated(100000));
+        row("bad UTF-8", document("\"AccountServerUrl\":\"\xff\xfe\""));
+        row("UTF-16", QByteArray("\xff\xfe{\0}\0", 6));
+    }
+
+    void malformedFilesChangeNothing() {
+        QFETCH(QByteArray, text);
+        put(productionFile, text);
+        QMap<QString, QString> urls{{"before", "kept"}};
+        QVERIFY(!readUrlFile(path(productionFile), urls, *m_logger));
+        QCOMPARE(urls.size(), 1);
+        const QStringList errors = m_logger->texts(Log::Level::Error);
+        QCOMPARE(errors.size(), 2);
+        QVERIFY(errors.at(0).startsWith("Exception "));
+        QVERIFY(errors.at(0).endsWith(QStringLiteral(" while parsing configuration file ") + path(productionFile)));
+        QCOMPARE(errors.at(1), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
+    }
+
+    void missingFilesAreNotLookedForInTheWorkingDirectory() {
+        // The library does not read files from the working directory of the host.
+        const QString before = QDir::currentPath();
+        const QTemporaryDir elsewhere;
+        QVERIFY(QDir::setCurrent(elsewhere.path()));
+        QVERIFY(TestKit::writeFile(stagingFile, account("planted")));
+        const auto goBack = qScopeGuard([&before] { QDir::setCurrent(before); });
+        QVERIFY(!m_store->LoadUrls(Staging));
+        QVERIFY(!m_store->canUse(Staging));
+        QVERIFY(m_store->GetUrl(Staging, accountKey).isEmpty());
+        const QStringList folders{QCoreApplication::applicationDirPath(), m_folder->path()};
+        QCOMPARE(m_logger->texts(),
+                 QStringList({QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
+                              QStringLiteral("Cannot use Staging server. Server config file '%1' could not be located in any of "
+                                             "the following search paths:\n%2")
+                                  .arg(stagingFile, folders.join('\n')),
+                              QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
+                              missing(accountKey, stagingFile)}));
+        QVERIFY(!m_store->canUse(NoServer) && !m_store->canUse(static_cast<Server>(77)));
+        QVERIFY(m_store->GetUrl(static_cast<Server>(77), accountKey).isEmpty());
+        put(productionFile, QByteArray(1024 * 1024 + 1, ' '));
+        QVERIFY(!m_store->LoadUrls(Production));
+        QCOMPARE(m_logger->texts().last(), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
+        QVERIFY(QDir(m_folder->path()).mkdir(stagingFile));
+        QVERIFY(!m_store->canUse(Staging));
+    }
+
+    // Only the user's own settings of this library count.
+    void settingsOfTheOrganizationDoNotCount() {
+        QSettings organization("Velquor");
+        organization.setValue("StagingServerConfigJsonFile", "Other.config");
+        organization.sync();
+        QCOMPARE(urlFileName(Staging), stagingFile);
+        organization.clear();
+    }
+
+    void settingsNameTheFile_data() {
+        const TestKit::Columns<int, QString, bool, QString> row("server", "setting", "isAbsolute", "url");
+        row("staging", int(Staging), "StagingServerConfigJsonFile", false, "https://named");
+        row("staging, a full path", int(Staging), "StagingServerConfigJsonFile", true, "https://named");
+        row("development", int(Development), "DevServerConfigJsonFile", false, "https://named");
+        row("another server's", int(Staging), "DevServerConfigJsonFile", false, "https://usual");
+        row("none for production", int(Production), "StagingServerConfigJsonFile", false, "https://usual");
+    }
+
+    void settingsNameTheFile() {
+        QFETCH(int, server);
+        QFETCH(QString, setting);
+        QFETCH(bool, isAbsolute);
+        for (const char* const name :
+             {"VqWebservicesURLs.config", "VqWebservicesURLs-Staging.config", "VqWebservicesURLs-Development.config"})
+            put(QLatin1String(name), account("usual"));
+        put("named/My.config", account("named"));
+        SupportFiles::setSearchPaths(m_folder->path() + QLatin1Char(';') + path("named"));
+        settings().setValue(setting, isAbsolute ? path("named/My.config") : QStringLiteral("My.config"));
+        QTEST(m_store->GetUrl(static_cast<Server>(server), accountKey), "url");
+    }
+
+    void overridesWinUntilTheyAreCleared() {
+        put(productionFile, account("file"));
+        put(stagingFile, account("staging"));
+        UrlMap map{{accountKey, "https://override"}, {"New", "n"}};
+        QVERIFY(m_store->SetUrlOverrides(Production, map));
+        map.clear();
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://override"));
+        QCOMPARE(m_store->GetUrl(Production, WebServicesUrlCode::AccountServerUrl), QStringLiteral("https://override"));
+        QCOMPARE(m_store->GetUrl(Staging, accountKey), QStringLiteral("https://staging"));
+        QCOMPARE(m_store->GetUrl(Production, "New"), QStringLiteral("n"));
+        QCOMPARE(m_store->endPoint(Production, accountKey, "New"), QStringLiteral("https://overriden"));
+        QCOMPARE(m_store->endPoint(Staging, accountKey, "New"), QString());
+        QCOMPARE(m_store->GetUrlOverrides(Production).size(), 2);
+        QVERIFY(m_store->GetUrlOverrides(Staging).isEmpty());
+        m_store->clearCache(); // overrides are no loaded files
+        QVERIFY(
+            m_store->SetUrlOverrides(Production, {{accountKey, QString()}})); // replaces the whole map; an empty text wins, too
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QString());
+        QVERIFY(m_store->ClearUrlOverrides(Production) && m_store->ClearUrlOverrides(Production));
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://file"));
+        const QStringList lines = m_logger->texts(Log::Level::Information);
+        QCOMPARE(lines.first(), QStringLiteral("Setting url overrides: AccountServerUrl=https://override, etc."));
+        QCOMPARE(lines.count("Clearing url overrides"), 2);
+    }
+
+    void aFileIsReadAgainAfterAFailureOnly() {
+        put(productionFile, account("first"));
+        put(QStringLiteral("other/") + productionFile, account("second"));
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://first"));
+        SupportFiles::setSearchPaths(path("other") + QLatin1Char(';') + m_folder->path());
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://first"));
+        m_store->clearCache();
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://second"));
+        // A file that turns bad under us is not mixed with what was read before.
+        put(QStringLiteral("other/") + productionFile, "{");
+        QVERIFY(!m_store->LoadUrls(Production));
+        QVERIFY(m_store->GetUrl(Production, accountKey).isEmpty());
+        // What could not be read is tried again at the next lookup.
+        put(QStringLiteral("other/") + productionFile, account("third"));
+        QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://third"));
+    }
+
+    void searchPathsAreNormalised_data() {
+        const TestKit::Columns<QString, QString> row("text", "paths");
+        row("none", "", "");
+        row("separators only", " ; ;;", "");
+        row("duplicate in another case, blanks", "C:/A;;c:/a; C:/B ", "C:/A;C:/B");
+        row("cleaned", "/a//b/../c/;/a/c;/d/.", "/a/c;/d");
+    }
+
+    void searchPathsAreNormalised() {
+        QFETCH(QString, text);
+        SupportFiles::setSearchPaths(text);
+        QTEST(SupportFiles::searchPathsText(), "paths");
+        QCOMPARE(SupportFiles::folders().first(), QCoreApplication::applicationDirPath());
+    }
+
+    void everyUrlCodeHasItsKey() {
+        QSet<QString> keys;
+        for (int code = 0; code <= 48; ++code)
+            keys += urlKey(static_cast<WebServicesUrlCode>(code));
+        QCOMPARE(keys.size(), 49);
+        QVERIFY(!keys.contains(QString()));
+        // The numbers of the exported interface, where its table breaks and at its ends.
+        const QMap<int, const char*> fixed{{0, "AccountServerUrl"},
+                                           {9, "BrasketStorageEndPoint"},
+                                           {17, "BrasketStorageEndPointRestFolder"},
+                                           {24, "QuillonFileUrnNamespace"},
+                                           {25, "ShareStatusUrl"},
+                                           {33, "ServerMessageUrl"},
+                                           {41, "QuillonStorageEndPointDeleteFolder"},
+                                           {48, "VqSSOServerConfigUrl"}};
+        for (auto row = fixed.begin(); row != fixed.end(); ++row)
+            QCOMPARE(urlKey(static_cast<WebServicesUrlCode>(row.key())), QLatin1String(row.value()));
+        for (const int code : {-1, 49, 1 << 30}) {
+            QVERIFY(m_store->GetUrl(Production, static_cast<WebServicesUrlCode>(code)).isEmpty());
+            QVERIFY(m_logger->texts(Log::Level::Error).last().contains(QString::number(code)));
+        }
+    }
+
+    void theShippedExamplesHaveEveryKey_data() {
+        const TestKit::Columns<QString> row("name");
+        for (const char* const name : {"VqWebservicesURLs", "VqWebservicesURLs-Staging", "VqWebservicesURLs-Development"})
+            row(name,
+                QStringLiteral("%1/config/%2.config.example").arg(qEnvironmentVariable("VQ_SOURCE_DIR"), QLatin1String(name)));
+    }
+
+    void theShippedExamplesHaveEveryKey() {
+        if (!qEnvironmentVariableIsSet("VQ_SOURCE_DIR"))
+            QSKIP("CTest tells where the sources are");
+        QFETCH(QString, name);
+        UrlMap urls;
+        QVERIFY(readUrlFile(name, urls, *m_logger));
+        QStringList keys{"RequestTokenEndPoint",    "AuthorizationEndPoint",  "AccessTokenEndPoint",      "LogoutEndPoint",
+                         "InvalidateTokenEndPoint", "OAuth2AccountServerUrl", "OAuth2AccessTokenEndPoint"};
+        for (int code = 0; code <= 48; ++code)
+            keys += urlKey(static_cast<WebServicesUrlCode>(code));
+        for (const QString& key : keys)
+            QVERIFY2(urls.contains(key), qPrintable(key));
+    }
+
+    void lookUpsDuringChangesFindTheOldOrTheNewUrl() {
+        put(productionFile, account("file"));
+        std::atomic<int> wrong{0};
+        TestKit::Threads threads(4, [&](int number) {
+            const QSet<QString> possible{"https://file", "https://override"};
+            for (int round = 0; round < 100; ++round) {
+                if (number == 0)
+                    m_store->clearCache();
+                if (number == 1)
+                    (void)(round % 2 ? m_store->ClearUrlOverrides(Production)
+                                     : m_store->SetUrlOverrides(Production, {{accountKey, "https://override"}}));
+                wrong += !possible.contains(m_store->GetUrl(Production, accountKey));
+            }
+        });
+        threads.join();
+        QCOMPARE(wrong.load(), 0);
+    }
 
 private:
     [[nodiscard]] QString path(const QString& name) const { return m_folder->filePath(name); }
     void put(const QString& name, const QByteArray& text) const {
         QVERIFY(QDir(m_folder->path()).mkpath(QFileInfo(name).path()));
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+        QVERIFY(TestKit::writeFile(path(name), text));
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -82,276 +303,6 @@ private:
     std::unique_ptr<UrlStore> m_store;
     QTemporaryDir m_settings;
 };
-
-void UrlStoreTest::initTestCase() {
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
-}
-
-void UrlStoreTest::init() {
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_logger = std::make_shared<TestKit::RecordingLogger>();
-    m_store = std::make_unique<UrlStore>(m_logger);
-    SupportFiles::setSearchPaths(m_folder->path());
-}
-
-void UrlStoreTest::cleanup() {
-    for (const char* const name : {"StagingServerConfigJsonFile", "DevServerConfigJsonFile"})
-        settings().remove(QLatin1String(name));
-    SupportFiles::setSearchPaths(QString());
-}
-
-void UrlStoreTest::files_data() {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("url"); // empty: the key is reported as missing
-    QTest::newRow("plain") << account("one") << "https://one";
-    QTest::newRow("byte order mark") << "\xef\xbb\xbf" + account("one") << "https://one";
-    QTest::newRow("non-ASCII and escapes") << document("\"AccountServerUrl\":\"https:\\/\\/\\u00e4\xc3\xa4\"")
-                                           << QStringLiteral("https://\u00e4\u00e4");
-    QTest::newRow("key twice") << document("\"AccountServerUrl\":\"a\",\"AccountServerUrl\":\"b\"") << "b";
-    QTest::newRow("members that are no texts")
-        << document("\"x\":{\"y\":\"z\"},\"l\":[1],\"AccountServerUrl\":\"https://one\"") << "https://one";
-    QTest::newRow("a number") << document("\"AccountServerUrl\":5") << "";
-    QTest::newRow("another case") << document("\"accountserverurl\":\"https://one\"") << "";
-    QTest::newRow("no members") << document("") << "";
-    QTest::newRow("no Urls") << QByteArray("{\"Configurations\":{\"WebServices\":{}}}") << "";
-    QTest::newRow("Urls is no object") << QByteArray("{\"Configurations\":{\"WebServices\":{\"Urls\":5}}}") << "";
-    QTest::newRow("the path as one name") << QByteArray("{\"Configurations.WebServices.Urls\":{\"AccountServerUrl\":\"a\"}}")
-                                          << "";
-}
-
-void UrlStoreTest::files() {
-    QFETCH(QByteArray, text);
-    QFETCH(QString, url);
-    put(productionFile, text);
-    for (int lookup = 0; lookup < 2; ++lookup)
-        QCOMPARE(m_store->GetUrl(Production, accountKey), url);
-    const QString file = path(productionFile);
-    QCOMPARE(m_logger->texts(Log::Level::Information),
-             QStringList({QStringLiteral("Read the JSON file %1 successfully").arg(file),
-                          QStringLiteral("Loaded web services urls from file %1").arg(file)}));
-    const QStringList reported{missing(accountKey, file), missing(accountKey, file)};
-    QCOMPARE(m_logger->texts(Log::Level::Error), url.isEmpty() ? reported : QStringList());
-}
-
-void UrlStoreTest::refusedFiles_data() {
-    QTest::addColumn<QByteArray>("text");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("one byte") << QByteArray("{");
-    QTest::newRow("NUL") << QByteArray(100, '\0');
-    QTest::newRow("HTML") << QByteArray("<html>");
-    QTest::newRow("cut") << account("one").chopped(3);
-    QTest::newRow("trailing junk") << account("one") + "x";
-    QTest::newRow("comment") << "// no JSON\n" + account("one");
-    QTest::newRow("100000 deep") << QByteArray("[").repeated(100000);
-    QTest::newRow("100000 deep after closing") << QByteArray("]").repeated(100000) + QByteArray("[").repeated(100000);
-    QTest::newRow("bad UTF-8") << document("\"AccountServerUrl\":\"\xff\xfe\"");
-    QTest::newRow("UTF-16") << QByteArray("\xff\xfe{\0}\0", 6);
-}
-
-void UrlStoreTest::refusedFiles() {
-    QFETCH(QByteArray, text);
-    put(productionFile, text);
-    QMap<QString, QString> urls{{QStringLiteral("before"), QStringLiteral("kept")}};
-    QVERIFY(!readUrlFile(path(productionFile), urls, *m_logger));
-    QCOMPARE(urls.size(), 1);
-    const QStringList errors = m_logger->texts(Log::Level::Error);
-    QCOMPARE(errors.size(), 2);
-    QVERIFY(errors.at(0).startsWith(QStringLiteral("Exception ")));
-    QVERIFY(errors.at(0).endsWith(QStringLiteral(" while parsing configuration file ") + path(productionFile)));
-    QCOMPARE(errors.at(1), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
-}
-
-void UrlStoreTest::missingFile() {
-    // Whatever lies in the working directory of the host is no file of ours.
-    const QString before = QDir::currentPath();
-    const QTemporaryDir elsewhere;
-    QVERIFY(QDir::setCurrent(elsewhere.path()));
-    QFile planted(stagingFile);
-    QVERIFY(planted.open(QIODevice::WriteOnly) && planted.write(account("planted")) > 0);
-    planted.close();
-    const auto goBack = qScopeGuard([&before] { QDir::setCurrent(before); });
-    QVERIFY(!m_store->LoadUrls(Staging));
-    QVERIFY(!m_store->canUse(Staging));
-    QVERIFY(m_store->GetUrl(Staging, accountKey).isEmpty());
-    const QStringList folders{QCoreApplication::applicationDirPath(), m_folder->path()};
-    QCOMPARE(m_logger->texts(),
-             QStringList({QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
-                          QStringLiteral("Cannot use Staging server. Server config file '%1' could not be located in any of "
-                                         "the following search paths:\n%2")
-                              .arg(stagingFile, folders.join('\n')),
-                          QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(stagingFile),
-                          missing(accountKey, stagingFile)}));
-    QVERIFY(!m_store->canUse(NoServer) && !m_store->canUse(static_cast<Server>(77)));
-    QVERIFY(m_store->GetUrl(static_cast<Server>(77), accountKey).isEmpty());
-    put(productionFile, QByteArray(1024 * 1024 + 1, ' '));
-    QVERIFY(!m_store->LoadUrls(Production));
-    QCOMPARE(m_logger->texts().last(), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
-    QVERIFY(QDir(m_folder->path()).mkdir(stagingFile));
-    QVERIFY(!m_store->canUse(Staging));
-}
-
-// Only the user's own settings of this library count.
-void UrlStoreTest::settingsOfTheOrganizationDoNotCount() {
-    QSettings organization(QStringLiteral("Velquor"));
-    organization.setValue(QStringLiteral("StagingServerConfigJsonFile"), QStringLiteral("Other.config"));
-    organization.sync();
-    QCOMPARE(urlFileName(Staging), stagingFile);
-    organization.clear();
-}
-
-void UrlStoreTest::settingsNameTheFile_data() {
-    QTest::addColumn<int>("server");
-    QTest::addColumn<QString>("setting");
-    QTest::addColumn<bool>("isAbsolute");
-    QTest::addColumn<QString>("url");
-    QTest::newRow("staging") << int(Staging) << "StagingServerConfigJsonFile" << false << "https://named";
-    QTest::newRow("staging, a full path") << int(Staging) << "StagingServerConfigJsonFile" << true << "https://named";
-    QTest::newRow("development") << int(Development) << "DevServerConfigJsonFile" << false << "https://named";
-    QTest::newRow("another server's") << int(Staging) << "DevServerConfigJsonFile" << false << "https://usual";
-    QTest::newRow("none for production") << int(Production) << "StagingServerConfigJsonFile" << false << "https://usual";
-}
-
-void UrlStoreTest::settingsNameTheFile() {
-    QFETCH(int, server);
-    QFETCH(QString, setting);
-    QFETCH(bool, isAbsolute);
-    for (const char* const name :
-         {"VqWebservicesURLs.config", "VqWebservicesURLs-Staging.config", "VqWebservicesURLs-Development.config"})
-        put(QLatin1String(name), account("usual"));
-    put(QStringLiteral("named/My.config"), account("named"));
-    SupportFiles::setSearchPaths(m_folder->path() + QLatin1Char(';') + path(QStringLiteral("named")));
-    settings().setValue(setting, isAbsolute ? path(QStringLiteral("named/My.config")) : QStringLiteral("My.config"));
-    QTEST(m_store->GetUrl(static_cast<Server>(server), accountKey), "url");
-}
-
-void UrlStoreTest::overrides() {
-    put(productionFile, account("file"));
-    put(stagingFile, account("staging"));
-    UrlMap map{{accountKey, QStringLiteral("https://override")}, {QStringLiteral("New"), QStringLiteral("n")}};
-    QVERIFY(m_store->SetUrlOverrides(Production, map));
-    map.clear();
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://override"));
-    QCOMPARE(m_store->GetUrl(Production, WebServicesUrlCode::AccountServerUrl), QStringLiteral("https://override"));
-    QCOMPARE(m_store->GetUrl(Staging, accountKey), QStringLiteral("https://staging"));
-    QCOMPARE(m_store->GetUrl(Production, QStringLiteral("New")), QStringLiteral("n"));
-    QCOMPARE(m_store->endPoint(Production, accountKey, QStringLiteral("New")), QStringLiteral("https://overriden"));
-    QCOMPARE(m_store->endPoint(Staging, accountKey, QStringLiteral("New")), QString());
-    QCOMPARE(m_store->GetUrlOverrides(Production).size(), 2);
-    QVERIFY(m_store->GetUrlOverrides(Staging).isEmpty());
-    m_store->clearCache();                                                    // overrides are no loaded files
-    QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, QString()}})); // replaces the whole map; an empty text wins, too
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QString());
-    QVERIFY(m_store->ClearUrlOverrides(Production) && m_store->ClearUrlOverrides(Production));
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://file"));
-    const QStringList lines = m_logger->texts(Log::Level::Information);
-    QCOMPARE(lines.first(), QStringLiteral("Setting url overrides: AccountServerUrl=https://override, etc."));
-    QCOMPARE(lines.count(QStringLiteral("Clearing url overrides")), 2);
-}
-
-void UrlStoreTest::reloads() {
-    put(productionFile, account("first"));
-    put(QStringLiteral("other/") + productionFile, account("second"));
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://first"));
-    SupportFiles::setSearchPaths(path(QStringLiteral("other")) + QLatin1Char(';') + m_folder->path());
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://first"));
-    m_store->clearCache();
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://second"));
-    // A file that turns bad under us is not mixed with what was read before.
-    put(QStringLiteral("other/") + productionFile, "{");
-    QVERIFY(!m_store->LoadUrls(Production));
-    QVERIFY(m_store->GetUrl(Production, accountKey).isEmpty());
-    // What could not be read is tried again at the next lookup.
-    put(QStringLiteral("other/") + productionFile, account("third"));
-    QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://third"));
-}
-
-void UrlStoreTest::searchPaths_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("paths");
-    QTest::newRow("none") << ""
-                          << "";
-    QTest::newRow("separators only") << " ; ;;"
-                                     << "";
-    QTest::newRow("duplicate in another case, blanks") << "C:/A;;c:/a; C:/B "
-                                                       << "C:/A;C:/B";
-    QTest::newRow("cleaned") << "/a//b/../c/;/a/c;/d/."
-                             << "/a/c;/d";
-}
-
-void UrlStoreTest::searchPaths() {
-    QFETCH(QString, text);
-    SupportFiles::setSearchPaths(text);
-    QTEST(SupportFiles::searchPathsText(), "paths");
-    QCOMPARE(SupportFiles::folders().first(), QCoreApplication::applicationDirPath());
-}
-
-void UrlStoreTest::codes() {
-    QSet<QString> keys;
-    for (int code = 0; code <= 48; ++code)
-        keys += urlKey(static_cast<WebServicesUrlCode>(code));
-    QCOMPARE(keys.size(), 49);
-    QVERIFY(!keys.contains(QString()));
-    // The numbers of the exported interface, where its table breaks and at its ends.
-    const QMap<int, const char*> fixed{{0, "AccountServerUrl"},
-                                       {9, "BrasketStorageEndPoint"},
-                                       {17, "BrasketStorageEndPointRestFolder"},
-                                       {24, "QuillonFileUrnNamespace"},
-                                       {25, "ShareStatusUrl"},
-                                       {33, "ServerMessageUrl"},
-                                       {41, "QuillonStorageEndPointDeleteFolder"},
-                                       {48, "VqSSOServerConfigUrl"}};
-    for (auto row = fixed.begin(); row != fixed.end(); ++row)
-        QCOMPARE(urlKey(static_cast<WebServicesUrlCode>(row.key())), QLatin1String(row.value()));
-    for (const int code : {-1, 49, 1 << 30}) {
-        QVERIFY(m_store->GetUrl(Production, static_cast<WebServicesUrlCode>(code)).isEmpty());
-        QVERIFY(m_logger->texts(Log::Level::Error).last().contains(QString::number(code)));
-    }
-}
-
-void UrlStoreTest::shippedExamples_data() {
-    QTest::addColumn<QString>("name");
-    for (const char* const name : {"VqWebservicesURLs", "VqWebservicesURLs-Staging", "VqWebservicesURLs-Development"})
-        QTest::newRow(name)
-            << QStringLiteral("%1/config/%2.config.example").arg(qEnvironmentVariable("VQ_SOURCE_DIR"), QLatin1String(name));
-}
-
-void UrlStoreTest::shippedExamples() {
-    if (!qEnvironmentVariableIsSet("VQ_SOURCE_DIR"))
-        QSKIP("CTest tells where the sources are");
-    QFETCH(QString, name);
-    UrlMap urls;
-    QVERIFY(readUrlFile(name, urls, *m_logger));
-    QStringList keys{QStringLiteral("RequestTokenEndPoint"),     QStringLiteral("AuthorizationEndPoint"),
-                     QStringLiteral("AccessTokenEndPoint"),      QStringLiteral("LogoutEndPoint"),
-                     QStringLiteral("InvalidateTokenEndPoint"),  QStringLiteral("OAuth2AccountServerUrl"),
-                     QStringLiteral("OAuth2AccessTokenEndPoint")};
-    for (int code = 0; code <= 48; ++code)
-        keys += urlKey(static_cast<WebServicesUrlCode>(code));
-    for (const QString& key : keys)
-        QVERIFY2(urls.contains(key), qPrintable(key));
-}
-
-void UrlStoreTest::manyThreads() {
-    put(productionFile, account("file"));
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([this, &wrong, number] {
-            const QSet<QString> possible{QStringLiteral("https://file"), QStringLiteral("https://override")};
-            for (int round = 0; round < 100; ++round) {
-                if (number == 0)
-                    m_store->clearCache();
-                if (number == 1)
-                    (void)(round % 2 ? m_store->ClearUrlOverrides(Production)
-                                     : m_store->SetUrlOverrides(Production, {{accountKey, QStringLiteral("https://override")}}));
-                wrong += !possible.contains(m_store->GetUrl(Production, accountKey));
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-    QCOMPARE(wrong.load(), 0);
-}
 
 QTEST_GUILESS_MAIN(UrlStoreTest)
 #include "UrlStoreTest.moc"

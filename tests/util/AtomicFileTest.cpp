@@ -1,14 +1,7 @@
 #include "VqUtil/Files/AtomicFile.h"
 #include "TestKit/Platform/SystemFacts.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Files/FileAccess.h"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-#include <QtTest>
-#include <atomic>
-#include <thread>
 
 using namespace Velquor::Util;
 using AtomicFile::ReadResult;
@@ -18,150 +11,136 @@ class AtomicFileTest : public QObject {
 
 private slots:
     void init() { m_folder = std::make_unique<QTemporaryDir>(); }
-    void reads_data();
-    void reads();
-    void replacesWhole();
-    void readersSeeOldOrNew();
-    void failureKeepsTheOld_data();
-    void failureKeepsTheOld();
-    void removesOnlyItsTemporaries();
-    void setsAside();
-    void stamps();
-    void ownerOnlyFolders();
+
+    void readsBoundedFilesOnly_data() {
+        // size: of the file; -1: none is made
+        const Velquor::TestKit::Columns<QString, int, int> row("name", "size", "status");
+        row("missing", "file", -1, int(ReadResult::Status::Missing));
+        row("missing folder", "no/such/file", -1, int(ReadResult::Status::Missing));
+        row("empty", "file", 0, int(ReadResult::Status::Read));
+        row("as large as allowed", "file", 100, int(ReadResult::Status::Read));
+        row("too large", "file", 101, int(ReadResult::Status::Failed));
+        row("folder", ".", -1, int(ReadResult::Status::Failed));
+    }
+
+    void readsBoundedFilesOnly() {
+        QFETCH(QString, name);
+        QFETCH(int, size);
+        QFETCH(int, status);
+        if (size >= 0)
+            put(m_folder->filePath(name), QByteArray(size, 'x'));
+        const ReadResult result = AtomicFile::read(m_folder->filePath(name), 100);
+        QCOMPARE(int(result.status), status);
+        QCOMPARE(result.error.isEmpty(), result.status != ReadResult::Status::Failed);
+        QCOMPARE(result.data.size(), result.status == ReadResult::Status::Read ? size : 0);
+    }
+
+    void aWriteReplacesTheWholeFile() {
+        QString error;
+        for (const QByteArray& data :
+             {QByteArray("first, a long one"), QByteArray(), QByteArray(1024 * 1024, '\0'), QByteArray("last")}) {
+            QVERIFY(AtomicFile::write(path(), data, &error));
+            QCOMPARE(AtomicFile::read(path(), 2 * 1024 * 1024).data, data);
+        }
+        QVERIFY(AtomicFile::write(path(), "without error text", nullptr));
+        QCOMPARE(files(), QStringList("State.xml"));
+        QVERIFY(error.isEmpty());
+    }
+
+    void readersSeeOldOrNew() {
+        QVERIFY(AtomicFile::write(path(), QByteArray(50000, 'a'), nullptr));
+        std::atomic<bool> isOver{false};
+        std::atomic<int> torn{0};
+        std::thread reader([&] {
+            while (!isOver) {
+                const ReadResult result = AtomicFile::read(path(), 100000);
+                const bool isWhole = result.data.size() == 50000 && result.data.count(result.data.at(0)) == 50000;
+                const bool isRefused = result.status == ReadResult::Status::Failed && !Velquor::TestKit::openFilesCanBeReplaced();
+                torn += !isWhole && !isRefused;
+                // A reader that never pauses would keep the writer out where an open file cannot be replaced.
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+        int failed = 0;
+        for (int round = 0; round < 200; ++round)
+            failed += !AtomicFile::write(path(), QByteArray(50000, static_cast<char>('a' + round % 26)), nullptr);
+        isOver = true;
+        reader.join();
+        QCOMPARE(failed, 0);
+        QCOMPARE(torn.load(), 0);
+    }
+
+    void failureKeepsTheOld_data() {
+        const Velquor::TestKit::Columns<QString> row("name");
+        row("missing folder", "no/such/State.xml");
+        row("a folder is in the way", "folder");
+        row("no name is left for the temporary", QString(250, QLatin1Char('n')));
+    }
+
+    void failureKeepsTheOld() {
+        QFETCH(QString, name);
+        QVERIFY(QDir(m_folder->path()).mkpath("folder/inside"));
+        QString error;
+        QVERIFY(!AtomicFile::write(m_folder->filePath(name), "new", &error));
+        QVERIFY(!error.isEmpty());
+        QVERIFY(!AtomicFile::write(m_folder->filePath(name), "new", nullptr));
+        QCOMPARE(files(), QStringList());
+        QVERIFY(QFileInfo(m_folder->filePath("folder/inside")).isDir());
+    }
+
+    void removesOnlyItsTemporaries() {
+        for (const char* const name :
+             {"State.xml", "State.xml.writing-1", ".State.xml.writing-2", "Other.xml.writing-1", "State.xml.damaged-1"})
+            put(path(name), "x");
+        AtomicFile::removeStaleTemporaries(path());
+        QCOMPARE(files(), QStringList({".State.xml.writing-2", "Other.xml.writing-1", "State.xml", "State.xml.damaged-1"}));
+        AtomicFile::removeStaleTemporaries(path("no/such/file"));
+    }
+
+    void keepsTheLatestThreeDamagedFiles() {
+        QCOMPARE(AtomicFile::setAside(path()), QString());
+        for (int number = 1; number <= 5; ++number) {
+            put(path(), QByteArray::number(number));
+            QCOMPARE(AtomicFile::setAside(path()), path("State.xml.damaged-1"));
+        }
+        QCOMPARE(files(), QStringList({"State.xml.damaged-1", "State.xml.damaged-2", "State.xml.damaged-3"}));
+        QCOMPARE(AtomicFile::read(path("State.xml.damaged-1"), 9).data, QByteArray("5"));
+        QCOMPARE(AtomicFile::read(path("State.xml.damaged-3"), 9).data, QByteArray("3"));
+    }
+
+    void everyReplacementChangesTheStamp() {
+        QVERIFY(fileStamp(path()) == FileStamp());
+        put(path(), "one");
+        const FileStamp first = fileStamp(path());
+        QVERIFY(first != FileStamp() && first == fileStamp(path()));
+        // A replacement of the same size in the same instant is another content.
+        for (int round = 0; round < 20; ++round) {
+            const FileStamp before = fileStamp(path());
+            QVERIFY(AtomicFile::write(path(), "two", nullptr));
+            QVERIFY(fileStamp(path()) != before);
+        }
+    }
+
+    void foldersAreClosedToOthers() {
+        QVERIFY(!ensureOwnerOnlyFolder(QString()));
+        put(path("file"), "x");
+        QVERIFY(!ensureOwnerOnlyFolder(path("file")));
+        QVERIFY(!ensureOwnerOnlyFolder(path("file/below")));
+        QVERIFY(ensureOwnerOnlyFolder(path("a/b/c")) && ensureOwnerOnlyFolder(path("a/b/c")));
+        QVERIFY(Velquor::TestKit::isOwnerOnly(path("a/b/c")));
+        // One that was there before, with the rights that its parent hands down.
+        QVERIFY(QDir(path("a")).mkdir("open") && !Velquor::TestKit::isOwnerOnly(path("a/open")));
+        QVERIFY(ensureOwnerOnlyFolder(path("a/open")) && Velquor::TestKit::isOwnerOnly(path("a/open")));
+        QVERIFY(QFileInfo(path("a/b/c")).isDir());
+    }
 
 private:
     [[nodiscard]] QString path(const char* name = "State.xml") const { return m_folder->filePath(QLatin1String(name)); }
     [[nodiscard]] QStringList files() const { return QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
-    void put(const QString& name, const QByteArray& data) const {
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(data) == data.size());
-    }
+    void put(const QString& name, const QByteArray& data) const { QVERIFY(Velquor::TestKit::writeFile(name, data)); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
-
-void AtomicFileTest::reads_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("size"); // of the file; -1: none is made
-    QTest::addColumn<int>("status");
-    QTest::newRow("missing") << "file" << -1 << int(ReadResult::Status::Missing);
-    QTest::newRow("missing folder") << "no/such/file" << -1 << int(ReadResult::Status::Missing);
-    QTest::newRow("empty") << "file" << 0 << int(ReadResult::Status::Read);
-    QTest::newRow("as large as allowed") << "file" << 100 << int(ReadResult::Status::Read);
-    QTest::newRow("too large") << "file" << 101 << int(ReadResult::Status::Failed);
-    QTest::newRow("folder") << "." << -1 << int(ReadResult::Status::Failed);
-}
-
-void AtomicFileTest::reads() {
-    QFETCH(QString, name);
-    QFETCH(int, size);
-    QFETCH(int, status);
-    if (size >= 0)
-        put(m_folder->filePath(name), QByteArray(size, 'x'));
-    const ReadResult result = AtomicFile::read(m_folder->filePath(name), 100);
-    QCOMPARE(int(result.status), status);
-    QCOMPARE(result.error.isEmpty(), result.status != ReadResult::Status::Failed);
-    QCOMPARE(result.data.size(), result.status == ReadResult::Status::Read ? size : 0);
-}
-
-void AtomicFileTest::replacesWhole() {
-    QString error;
-    for (const QByteArray& data :
-         {QByteArray("first, a long one"), QByteArray(), QByteArray(1024 * 1024, '\0'), QByteArray("last")}) {
-        QVERIFY(AtomicFile::write(path(), data, &error));
-        QCOMPARE(AtomicFile::read(path(), 2 * 1024 * 1024).data, data);
-    }
-    QVERIFY(AtomicFile::write(path(), "without error text", nullptr));
-    QCOMPARE(files(), QStringList("State.xml"));
-    QVERIFY(error.isEmpty());
-}
-
-void AtomicFileTest::readersSeeOldOrNew() {
-    QVERIFY(AtomicFile::write(path(), QByteArray(50000, 'a'), nullptr));
-    std::atomic<bool> isOver{false};
-    std::atomic<int> torn{0};
-    std::thread reader([&] {
-        while (!isOver) {
-            const ReadResult result = AtomicFile::read(path(), 100000);
-            const bool isWhole = result.data.size() == 50000 && result.data.count(result.data.at(0)) == 50000;
-            const bool isRefused = result.status == ReadResult::Status::Failed && !Velquor::TestKit::openFilesCanBeReplaced();
-            torn += !isWhole && !isRefused;
-            // A reader that never pauses would keep the writer out where an open file cannot be replaced.
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-    int failed = 0;
-    for (int round = 0; round < 200; ++round)
-        failed += !AtomicFile::write(path(), QByteArray(50000, static_cast<char>('a' + round % 26)), nullptr);
-    isOver = true;
-    reader.join();
-    QCOMPARE(failed, 0);
-    QCOMPARE(torn.load(), 0);
-}
-
-void AtomicFileTest::failureKeepsTheOld_data() {
-    QTest::addColumn<QString>("name");
-    QTest::newRow("missing folder") << "no/such/State.xml";
-    QTest::newRow("a folder is in the way") << "folder";
-    QTest::newRow("no name is left for the temporary") << QString(250, QLatin1Char('n'));
-}
-
-void AtomicFileTest::failureKeepsTheOld() {
-    QFETCH(QString, name);
-    QVERIFY(QDir(m_folder->path()).mkpath(QStringLiteral("folder/inside")));
-    QString error;
-    QVERIFY(!AtomicFile::write(m_folder->filePath(name), "new", &error));
-    QVERIFY(!error.isEmpty());
-    QVERIFY(!AtomicFile::write(m_folder->filePath(name), "new", nullptr));
-    QCOMPARE(files(), QStringList());
-    QVERIFY(QFileInfo(m_folder->filePath(QStringLiteral("folder/inside"))).isDir());
-}
-
-void AtomicFileTest::removesOnlyItsTemporaries() {
-    for (const char* const name :
-         {"State.xml", "State.xml.writing-1", ".State.xml.writing-2", "Other.xml.writing-1", "State.xml.damaged-1"})
-        put(path(name), "x");
-    AtomicFile::removeStaleTemporaries(path());
-    QCOMPARE(files(), QStringList({".State.xml.writing-2", "Other.xml.writing-1", "State.xml", "State.xml.damaged-1"}));
-    AtomicFile::removeStaleTemporaries(path("no/such/file"));
-}
-
-void AtomicFileTest::setsAside() {
-    QCOMPARE(AtomicFile::setAside(path()), QString());
-    for (int number = 1; number <= 5; ++number) {
-        put(path(), QByteArray::number(number));
-        QCOMPARE(AtomicFile::setAside(path()), path("State.xml.damaged-1"));
-    }
-    QCOMPARE(files(), QStringList({"State.xml.damaged-1", "State.xml.damaged-2", "State.xml.damaged-3"}));
-    QCOMPARE(AtomicFile::read(path("State.xml.damaged-1"), 9).data, QByteArray("5"));
-    QCOMPARE(AtomicFile::read(path("State.xml.damaged-3"), 9).data, QByteArray("3"));
-}
-
-void AtomicFileTest::stamps() {
-    QVERIFY(fileStamp(path()) == FileStamp());
-    put(path(), "one");
-    const FileStamp first = fileStamp(path());
-    QVERIFY(first != FileStamp() && first == fileStamp(path()));
-    // A replacement of the same size in the same instant is another content.
-    for (int round = 0; round < 20; ++round) {
-        const FileStamp before = fileStamp(path());
-        QVERIFY(AtomicFile::write(path(), "two", nullptr));
-        QVERIFY(fileStamp(path()) != before);
-    }
-}
-
-void AtomicFileTest::ownerOnlyFolders() {
-    QVERIFY(!ensureOwnerOnlyFolder(QString()));
-    put(path("file"), "x");
-    QVERIFY(!ensureOwnerOnlyFolder(path("file")));
-    QVERIFY(!ensureOwnerOnlyFolder(path("file/below")));
-    QVERIFY(ensureOwnerOnlyFolder(path("a/b/c")) && ensureOwnerOnlyFolder(path("a/b/c")));
-    QVERIFY(Velquor::TestKit::isOwnerOnly(path("a/b/c")));
-    // One that was there before, with the rights that its parent hands down.
-    QVERIFY(QDir(path("a")).mkdir(QStringLiteral("open")) && !Velquor::TestKit::isOwnerOnly(path("a/open")));
-    QVERIFY(ensureOwnerOnlyFolder(path("a/open")) && Velquor::TestKit::isOwnerOnly(path("a/open")));
-    QVERIFY(QFileInfo(path("a/b/c")).isDir());
-}
 
 QTEST_GUILESS_MAIN(AtomicFileTest)
 #include "AtomicFileTest.moc"

@@ -1,15 +1,13 @@
 // The question on the terminal, asked by a child process on a terminal of its own.
 
+#include "TestKit/Test.h"
 #include "VqUtil/Prompt/CredentialPrompt.h"
 
-#include <QDeadlineTimer>
-#include <QtTest>
 #include <cerrno>
 #include <cstdio>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace Velquor::Util;
@@ -31,7 +29,7 @@ constexpr int timeoutMs = 10000;
         });
     }
     const QString host = QStringLiteral("proxy\x1b[2J");
-    const int code = prompt.ask({QStringLiteral("Caption"), QStringLiteral("Message for ") + host, host}, user, 514, password, 8);
+    const int code = prompt.ask({"Caption", QStringLiteral("Message for ") + host, host}, user, 514, password, 8);
     if (canceler.joinable())
         canceler.join();
     std::printf("<%d|%ls|%ls>\n", code, user, password);
@@ -103,12 +101,11 @@ private slots:
     }
 
     void mayBeCanceled_data() {
-        QTest::addColumn<QByteArray>("user");
-        QTest::addColumn<QByteArray>("password");
-        QTest::newRow("no name") << QByteArray("\n") << QByteArray();
-        QTest::newRow("end of input for the name") << QByteArray("\x04") << QByteArray();
-        QTest::newRow("end of input for the password") << QByteArray("joe\n") << QByteArray("\x04");
-        QTest::newRow("interrupt in the password") << QByteArray("joe\n") << QByteArray("ses\x03\n");
+        const Velquor::TestKit::Columns<QByteArray, QByteArray> row("user", "password");
+        row("no name", "\n", {});
+        row("end of input for the name", "\x04", {});
+        row("end of input for the password", "joe\n", "\x04");
+        row("interrupt in the password", "joe\n", "ses\x03\n");
     }
 
     void mayBeCanceled() {

@@ -1,10 +1,9 @@
+#include "TestKit/Test.h"
 #include "Values/NetworkCookieImp.h"
 #include "Values/NetworkCookieJarImp.h"
 #include "Values/OAuth2TokenImp.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
-#include <QJsonDocument>
-#include <QtTest>
 #include <VqWebServices/WebServicesPrivate.h>
 
 using namespace Velquor;
@@ -49,169 +48,149 @@ class ValuesJsonTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void cookieForm();
-    void cookies_data();
-    void cookies();
-    void jars_data();
-    void jars();
-    void jarKeepsItsOrder();
-    void specs_data();
-    void specs();
-    void tokens();
-    void brokenTokens_data();
-    void brokenTokens();
-};
-
-void ValuesJsonTest::cookieForm() {
-    NetworkCookie cookie;
-    QVERIFY(WebServicesPrivate::JsonToNetworkCookie(fullCookie.constData(), cookie));
-    const NetworkCookieImp& data = NetworkCookieImp::of(cookie);
-    QCOMPARE(data.value, QByteArray("v\xc3\xa4l;\"ue"));
-    QVERIFY(data.secure && data.httpOnly && data.expiryDate == 4102444800LL && data.domain == "example.com" && data.path == "/p");
-    std::string text;
-    QVERIFY(WebServicesPrivate::NetworkCookieToJson(cookie, text));
-    QCOMPARE(object(QByteArray::fromStdString(text)), object(fullCookie));
-}
-
-void ValuesJsonTest::cookies_data() {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<bool>("read");
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<qint64>("expiry");
-    const auto refused = [](const char* name, const QByteArray& json) {
-        QTest::newRow(name) << json << false << QByteArray("before") << qint64(7);
-    };
-    const auto expiry = [](const char* name, const QByteArray& number, qint64 read) {
-        QTest::newRow(name) << "{\"ExpiryDate\":" + number + "}" << true << QByteArray() << read;
-    };
-    expiry("beyond a double", "9007199254740993", 9007199254740993LL);
-    expiry("for ever", "9223372036854775807", std::numeric_limits<qint64>::max());
-    refused("empty text", "");
-    refused("empty object", "{}");
-    refused("array", "[]");
-    refused("null", "null");
-    refused("HTML", "<html>");
-    refused("trailing junk", "{\"Name\":\"a\"} x");
-    refused("cut", "{\"Name\":\"a\"");
-    refused("2000 deep", QByteArray("{\"Name\":").repeated(2000) + "1" + QByteArray("}").repeated(2000));
-    refused("5 MiB", "{\"Name\":\"" + QByteArray(5 * 1024 * 1024, 'x') + "\"}");
-    refused("bad UTF-8", "{\"Name\":\"\xff\xfe\"}");
-    QTest::newRow("missing keys") << QByteArray("{\"x\":1}") << true << QByteArray() << qint64(0);
-    QTest::newRow("wrong types") << QByteArray(R"({"Name":5,"Domain":[],"IsSecure":"True","ExpiryDate":"3600"})") << true
-                                 << QByteArray() << qint64(0);
-    QTest::newRow("same key twice") << QByteArray(R"({"Name":"a","Name":"b"})") << true << QByteArray("b") << qint64(0);
-    expiry("fraction", "3600.5", 3600);
-    expiry("negative", "-1", -1);
-    expiry("beyond 32 bits", "3000000000", 3000000000LL);
-    expiry("beyond 64 bits", "1e30", 0);
-    expiry("far below", "-1e30", 0);
-}
-
-void ValuesJsonTest::cookies() {
-    QFETCH(QByteArray, json);
-    NetworkCookie cookie = knownCookie();
-    QTEST(WebServicesPrivate::JsonToNetworkCookie(json.constData(), cookie), "read");
-    QTEST(NetworkCookieImp::of(cookie).name, "name");
-    QTEST(static_cast<qint64>(cookie.GetExpiryDate()), "expiry");
-}
-
-void ValuesJsonTest::jars_data() {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<int>("added"); // -1: refused
-    const QByteArray one = "{\"Name\":\"a\"}";
-    QTest::newRow("none") << QByteArray("{\"Cookies\":[]}") << 0;
-    QTest::newRow("one") << "{\"Cookies\":[" + one + "]}" << 1;
-    QTest::newRow("as many as allowed") << "{\"Cookies\":[" + (one + ",").repeated(4999) + one + "]}" << 5000;
-    QTest::newRow("one too many") << "{\"Cookies\":[" + (one + ",").repeated(5000) + one + "]}" << -1;
-    QTest::newRow("empty object") << QByteArray("{}") << -1;
-    QTest::newRow("no array") << QByteArray("{\"Cookies\":{\"Name\":\"a\"}}") << -1;
-    QTest::newRow("a good and an empty one") << "{\"Cookies\":[" + one + ",{}]}" << -1;
-    QTest::newRow("a good one and a number") << "{\"Cookies\":[" + one + ",5]}" << -1;
-    QTest::newRow("a null pointer") << QByteArray() << -1;
-}
-
-void ValuesJsonTest::jars() {
-    QFETCH(QByteArray, json);
-    QFETCH(int, added);
-    NetworkCookieJar jar;
-    QVERIFY(jar.AddCookie(knownCookie()));
-    QCOMPARE(WebServicesPrivate::JsonToNetworkCookieJar(json.isEmpty() ? nullptr : json.constData(), jar), added >= 0);
-    QCOMPARE(jar.GetCookieCount(), 1 + qMax(added, 0));
-    QCOMPARE(NetworkCookieImp::of(jar.GetCookie(0)).name, QByteArray("before"));
-}
-
-void ValuesJsonTest::jarKeepsItsOrder() {
-    NetworkCookieJar jar;
-    for (const char* const name : {"c", "a", "b", "a"}) {
-        NetworkCookie cookie = knownCookie();
-        cookie.SetName(name);
-        jar.AddCookie(cookie);
+    void aCookieSurvivesItsJsonForm() {
+        NetworkCookie cookie;
+        QVERIFY(WebServicesPrivate::JsonToNetworkCookie(fullCookie.constData(), cookie));
+        const NetworkCookieImp& data = NetworkCookieImp::of(cookie);
+        QCOMPARE(data.value, QByteArray("v\xc3\xa4l;\"ue"));
+        QVERIFY(data.secure && data.httpOnly && data.expiryDate == 4102444800LL && data.domain == "example.com"
+                && data.path == "/p");
+        std::string text;
+        QVERIFY(WebServicesPrivate::NetworkCookieToJson(cookie, text));
+        QCOMPARE(object(QByteArray::fromStdString(text)), object(fullCookie));
     }
-    std::string text;
-    NetworkCookieJar read;
-    QVERIFY(WebServicesPrivate::NetworkCookieJarToJson(jar, text));
-    QVERIFY(WebServicesPrivate::JsonToNetworkCookieJar(text.c_str(), read));
-    QCOMPARE(NetworkCookieJarImp::of(read).toJson(), NetworkCookieJarImp::of(jar).toJson());
-    QCOMPARE(NetworkCookieImp::of(read.GetCookie(0)).name, QByteArray("c"));
-}
 
-void ValuesJsonTest::specs_data() {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("text"); // empty: refused
-    QTest::addColumn<bool>("legacy");
-    QTest::newRow("whole") << QByteArray(R"({"type":2,"scope":"b a","legacy":true})") << "JWT.a b" << true;
-    QTest::newRow("empty") << QByteArray("{}") << "" << false;
-    QTest::newRow("missing keys") << QByteArray(R"({"scope":"x"})") << "Invalid.x" << false;
-    QTest::newRow("wrong types") << QByteArray(R"({"type":"2","scope":7,"legacy":1})") << "Invalid.<none>" << false;
-    QTest::newRow("type out of range") << QByteArray(R"({"type":-3})") << "Unknown.<none>" << false;
-}
+    void damagedCookiesChangeNothing_data() {
+        const TestKit::Columns<QByteArray, bool, QByteArray, qint64> row("json", "read", "name", "expiry");
+        const auto refused = [&](const char* name, const QByteArray& json) { row(name, json, false, "before", 7); };
+        const auto expiry = [&](const char* name, const QByteArray& number, qint64 read) {
+            row(name, "{\"ExpiryDate\":" + number + "}", true, {}, read);
+        };
+        expiry("beyond a double", "9007199254740993", 9007199254740993LL);
+        expiry("for ever", "9223372036854775807", std::numeric_limits<qint64>::max());
+        refused("empty text", "");
+        refused("empty object", "{}");
+        refused("array", "[]");
+        refused("null", "null");
+        refused("HTML", "<html>");
+        refused("trailing junk", "{\"Name\":\"a\"} x");
+        refused("cut", "{\"Name\":\"a\"");
+        refused("2000 deep", QByteArray("{\"Name\":").repeated(2000) + "1" + QByteArray("}").repeated(2000));
+        refused("5 MiB", "{\"Name\":\"" + QByteArray(5 * 1024 * 1024, 'x') + "\"}");
+        refused("bad UTF-8", "{\"Name\":\"\xff\xfe\"}");
+        row("missing keys", "{\"x\":1}", true, {}, 0);
+        row("wrong types", QByteArray(R"({"Name":5,"Domain":[],"IsSecure":"True","ExpiryDate":"3600"})"), true, {}, 0);
+        row("same key twice", QByteArray(R"({"Name":"a","Name":"b"})"), true, "b", 0);
+        expiry("fraction", "3600.5", 3600);
+        expiry("negative", "-1", -1);
+        expiry("beyond 32 bits", "3000000000", 3000000000LL);
+        expiry("beyond 64 bits", "1e30", 0);
+        expiry("far below", "-1e30", 0);
+    }
 
-void ValuesJsonTest::specs() {
-    QFETCH(QByteArray, json);
-    QFETCH(QString, text);
-    OAuth2TokenSpecImp spec;
-    QCOMPARE(spec.fromJson(object(json)), !text.isEmpty());
-    QCOMPARE(spec.toText(), text.isEmpty() ? QStringLiteral("RT.<none>") : text);
-    QTEST(spec.legacy, "legacy");
-    OAuth2TokenSpecImp again;
-    QVERIFY(again.fromJson(spec.toJson()));
-    QVERIFY(again.equals(spec));
-}
+    void damagedCookiesChangeNothing() {
+        QFETCH(QByteArray, json);
+        NetworkCookie cookie = knownCookie();
+        QTEST(WebServicesPrivate::JsonToNetworkCookie(json.constData(), cookie), "read");
+        QTEST(NetworkCookieImp::of(cookie).name, "name");
+        QTEST(static_cast<qint64>(cookie.GetExpiryDate()), "expiry");
+    }
 
-void ValuesJsonTest::tokens() {
-    ReversingCryptor cryptor;
-    OAuth2TokenImp token;
-    token.token = L"clear-token \u20ac";
-    token.spec = OAuth2TokenSpec(JWT, L"data");
-    const QJsonObject json = token.toJson(cryptor);
-    QVERIFY(!QJsonDocument(json).toJson().contains("clear-token"));
-    QCOMPARE(json.keys(), QStringList({"EncryptedOAuth2AccessToken", "OAuth2TokenSpec"}));
-    OAuth2TokenImp read;
-    QVERIFY(read.fromJson(json, cryptor));
-    QVERIFY(read.token == token.token && read.spec == token.spec);
-    cryptor.isBroken = true;
-    QVERIFY(token.toJson(cryptor).isEmpty());
-}
+    void aJarIsReadWholeOrNotAtAll_data() {
+        // added: -1: refused
+        const TestKit::Columns<QByteArray, int> row("json", "added");
+        const QByteArray one = "{\"Name\":\"a\"}";
+        row("none", "{\"Cookies\":[]}", 0);
+        row("one", "{\"Cookies\":[" + one + "]}", 1);
+        row("as many as allowed", "{\"Cookies\":[" + (one + ",").repeated(4999) + one + "]}", 5000);
+        row("one too many", "{\"Cookies\":[" + (one + ",").repeated(5000) + one + "]}", -1);
+        row("empty object", "{}", -1);
+        row("no array", "{\"Cookies\":{\"Name\":\"a\"}}", -1);
+        row("a good and an empty one", "{\"Cookies\":[" + one + ",{}]}", -1);
+        row("a good one and a number", "{\"Cookies\":[" + one + ",5]}", -1);
+        row("a null pointer", {}, -1);
+    }
 
-void ValuesJsonTest::brokenTokens_data() {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<bool>("broken");
-    QTest::newRow("empty") << QByteArray("{}") << false;
-    QTest::newRow("no spec") << QByteArray(R"({"EncryptedOAuth2AccessToken":"YWJj"})") << false;
-    QTest::newRow("cannot be decrypted") << QByteArray(R"({"OAuth2TokenSpec":{"type":1},"EncryptedOAuth2AccessToken":"YWJj"})")
-                                         << true;
-}
+    void aJarIsReadWholeOrNotAtAll() {
+        QFETCH(QByteArray, json);
+        QFETCH(int, added);
+        NetworkCookieJar jar;
+        QVERIFY(jar.AddCookie(knownCookie()));
+        QCOMPARE(WebServicesPrivate::JsonToNetworkCookieJar(json.isEmpty() ? nullptr : json.constData(), jar), added >= 0);
+        QCOMPARE(jar.GetCookieCount(), 1 + qMax(added, 0));
+        QCOMPARE(NetworkCookieImp::of(jar.GetCookie(0)).name, QByteArray("before"));
+    }
 
-void ValuesJsonTest::brokenTokens() {
-    QFETCH(QByteArray, json);
-    ReversingCryptor cryptor;
-    QFETCH(bool, broken);
-    cryptor.isBroken = broken;
-    OAuth2TokenImp token;
-    token.token = L"before";
-    QVERIFY(!token.fromJson(object(json), cryptor));
-    QCOMPARE(token.token, std::wstring(L"before"));
-}
+    void jarKeepsItsOrder() {
+        NetworkCookieJar jar;
+        for (const char* const name : {"c", "a", "b", "a"}) {
+            NetworkCookie cookie = knownCookie();
+            cookie.SetName(name);
+            jar.AddCookie(cookie);
+        }
+        std::string text;
+        NetworkCookieJar read;
+        QVERIFY(WebServicesPrivate::NetworkCookieJarToJson(jar, text));
+        QVERIFY(WebServicesPrivate::JsonToNetworkCookieJar(text.c_str(), read));
+        QCOMPARE(NetworkCookieJarImp::of(read).toJson(), NetworkCookieJarImp::of(jar).toJson());
+        QCOMPARE(NetworkCookieImp::of(read.GetCookie(0)).name, QByteArray("c"));
+    }
+
+    void damagedSpecsAreInvalid_data() {
+        // text: empty: refused
+        const TestKit::Columns<QByteArray, QString, bool> row("json", "text", "legacy");
+        row("whole", QByteArray(R"({"type":2,"scope":"b a","legacy":true})"), "JWT.a b", true);
+        row("empty", "{}", "", false);
+        row("missing keys", QByteArray(R"({"scope":"x"})"), "Invalid.x", false);
+        row("wrong types", QByteArray(R"({"type":"2","scope":7,"legacy":1})"), "Invalid.<none>", false);
+        row("type out of range", QByteArray(R"({"type":-3})"), "Unknown.<none>", false);
+    }
+
+    void damagedSpecsAreInvalid() {
+        QFETCH(QByteArray, json);
+        QFETCH(QString, text);
+        OAuth2TokenSpecImp spec;
+        QCOMPARE(spec.fromJson(object(json)), !text.isEmpty());
+        QCOMPARE(spec.toText(), text.isEmpty() ? QStringLiteral("RT.<none>") : text);
+        QTEST(spec.legacy, "legacy");
+        OAuth2TokenSpecImp again;
+        QVERIFY(again.fromJson(spec.toJson()));
+        QVERIFY(again.equals(spec));
+    }
+
+    void tokensAreEncryptedInTheirJsonForm() {
+        ReversingCryptor cryptor;
+        OAuth2TokenImp token;
+        token.token = L"clear-token \u20ac";
+        token.spec = OAuth2TokenSpec(JWT, L"data");
+        const QJsonObject json = token.toJson(cryptor);
+        QVERIFY(!QJsonDocument(json).toJson().contains("clear-token"));
+        QCOMPARE(json.keys(), QStringList({"EncryptedOAuth2AccessToken", "OAuth2TokenSpec"}));
+        OAuth2TokenImp read;
+        QVERIFY(read.fromJson(json, cryptor));
+        QVERIFY(read.token == token.token && read.spec == token.spec);
+        cryptor.isBroken = true;
+        QVERIFY(token.toJson(cryptor).isEmpty());
+    }
+
+    void brokenTokensChangeNothing_data() {
+        const TestKit::Columns<QByteArray, bool> row("json", "broken");
+        row("empty", "{}", false);
+        row("no spec", QByteArray(R"({"EncryptedOAuth2AccessToken":"YWJj"})"), false);
+        row("cannot be decrypted", QByteArray(R"({"OAuth2TokenSpec":{"type":1},"EncryptedOAuth2AccessToken":"YWJj"})"), true);
+    }
+
+    void brokenTokensChangeNothing() {
+        QFETCH(QByteArray, json);
+        ReversingCryptor cryptor;
+        QFETCH(bool, broken);
+        cryptor.isBroken = broken;
+        OAuth2TokenImp token;
+        token.token = L"before";
+        QVERIFY(!token.fromJson(object(json), cryptor));
+        QCOMPARE(token.token, std::wstring(L"before"));
+    }
+};
 
 QTEST_APPLESS_MAIN(ValuesJsonTest)
 #include "ValuesJsonTest.moc"

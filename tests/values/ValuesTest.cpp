@@ -1,13 +1,11 @@
+#include "TestKit/Test.h"
 #include "Values/CallerText.h"
 #include "Values/NetworkCookieImp.h"
 #include "Values/OAuth2TokenImp.h"
 #include "Values/OAuth2TokenSpecImp.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-#include <QtTest>
 #include <VqWebServices/NetworkCookieJar.h>
-#include <functional>
-#include <vector>
 
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
@@ -47,258 +45,231 @@ class ValuesTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void textBuffers_data();
-    void textBuffers();
-    void byteBuffers_data();
-    void byteBuffers();
-    void tokenBuffers_data();
-    void tokenBuffers();
-    void callerTextsAreBounded();
-    void scopes_data();
-    void scopes();
-    void specs_data();
-    void specs();
-    void configurationsDiffer_data();
-    void configurationsDiffer();
-    void derivedKeyFollowsTheKey();
-    void copiesShareNothing();
+    void textsFollowTheBufferRule_data() {
+        // size: -2: a null buffer
+        // written: a null text: nothing
+        const Velquor::TestKit::Columns<QString, int, int, QString> row("text", "size", "result", "written");
+        const QString five = QStringLiteral("h\u00e9llo");
+        row("null buffer", five, -2, 5, {});
+        row("null buffer, empty text", {}, -2, 0, {});
+        row("negative", five, -1, 0, {});
+        row("size 0", five, 0, 0, {});
+        row("size 0, empty text", {}, 0, 0, {});
+        row("empty text", {}, 4, 0, QStringLiteral(""));
+        row("size 1", five, 1, 0, QStringLiteral(""));
+        row("size 2", five, 2, 1, "h");
+        row("as long as the text", five, 5, 4, "h\u00e9ll");
+        row("fits", five, 6, 5, five);
+        row("room left", five, 9, 5, five);
+    }
+
+    void textsFollowTheBufferRule() {
+        QFETCH(QString, text);
+        QFETCH(int, size);
+        QFETCH(QString, written);
+        WebServicesConfiguration configuration;
+        configuration.SetConsumerKey(text.toStdWString().c_str()); // sealed in memory
+        configuration.SetSerialNumber(text.toStdWString().c_str());
+        for (const auto getter : {&WebServicesConfiguration::GetConsumerKey, &WebServicesConfiguration::GetSerialNumber}) {
+            std::vector<wchar_t> buffer(12, untouched);
+            QTEST((configuration.*getter)(size == -2 ? nullptr : buffer.data(), size), "result");
+            const auto used = written.isNull() ? size_t(0) : static_cast<size_t>(written.size()) + 1;
+            QCOMPARE(QString::fromWCharArray(buffer.data(), used ? static_cast<int>(used) - 1 : 0),
+                     written.isNull() ? QString("") : written);
+            QVERIFY(!used || buffer[used - 1] == 0);
+            QVERIFY(std::all_of(buffer.begin() + static_cast<int>(used), buffer.end(),
+                                [](wchar_t unit) { return unit == untouched; }));
+        }
+    }
+
+    void bytesFollowTheBufferRule_data() {
+        // buffer: what the first eight bytes hold afterwards
+        const Velquor::TestKit::Columns<QByteArray, int, int, QByteArray> row("value", "size", "result", "buffer");
+        row("null buffer", "abc", -2, 3, "########");
+        row("negative", "abc", -1, 0, "########");
+        row("size 0", "abc", 0, 0, "########");
+        row("empty value", {}, 2, 0, QByteArray("\0#######", 8));
+        row("one short", "abc", 2, 2, "ab######");
+        row("exact, no terminator", "abc", 3, 3, "abc#####");
+        row("room for the terminator", "abc", 4, 3, QByteArray("abc\0####", 8));
+        row("no text", "\xff\xc3\x01", 8, 3, QByteArray("\xff\xc3\x01\0####", 8));
+    }
+
+    void bytesFollowTheBufferRule() {
+        QFETCH(QByteArray, value);
+        QFETCH(int, size);
+        NetworkCookie cookie;
+        cookie.SetName(value.constData());
+        cookie.SetValue(value.constData());
+        for (const auto getter : {&NetworkCookie::GetName, &NetworkCookie::GetValue}) {
+            QByteArray buffer(8, '#');
+            QTEST((cookie.*getter)(size == -2 ? nullptr : buffer.data(), size), "result");
+            QTEST(buffer, "buffer");
+        }
+    }
+
+    void aTokenIsNeverCut_data() {
+        const Velquor::TestKit::Columns<int, int, QString> row("size", "result", "buffer");
+        row("null buffer", -2, 5, "~~~~~~~~");
+        row("size 0", 0, 0, "~~~~~~~~");
+        row("size 1", 1, 0, QString(QChar(0)) + QStringLiteral("~~~~~~~"));
+        row("as long as the token", 5, 0, QString(QChar(0)) + QStringLiteral("~~~~~~~"));
+        row("fits", 6, 5, QStringLiteral("token") + QChar(0) + QStringLiteral("~~"));
+    }
+
+    void aTokenIsNeverCut() {
+        QFETCH(int, size);
+        OAuth2Token token;
+        OAuth2TokenImp::of(token).token = L"token";
+        std::vector<wchar_t> buffer(8, untouched);
+        QTEST(token.GetToken(size == -2 ? nullptr : buffer.data(), size), "result");
+        QTEST(QString::fromWCharArray(buffer.data(), 8), "buffer");
+    }
+
+    // The sanitizer sees a read beyond these buffers.
+    void callerTextsAreBounded() {
+        const std::vector<wchar_t> wide(maximumCallerTextLength, L'x');
+        const std::vector<char> narrow(maximumCallerTextLength, 'x');
+        QCOMPARE(textFromCaller(wide.data()), QString());
+        QCOMPARE(bytesFromCaller(narrow.data()), QByteArray());
+        QCOMPARE(textFromCaller(nullptr), QString());
+        QCOMPARE(bytesFromCaller(nullptr), QByteArray());
+        const std::wstring longest(maximumCallerTextLength - 1, L'x');
+        QCOMPARE(textFromCaller(longest.c_str()).size(), maximumCallerTextLength - 1);
+        const std::unique_ptr<wchar_t[]> copy(allocateText("a\u20ac\U0001F511"));
+        QCOMPARE(QString::fromWCharArray(copy.get()), QStringLiteral("a\u20ac\U0001F511"));
+    }
+
+    void scopesAreNormalised_data() {
+        const Velquor::TestKit::Columns<QString, QString> row("scope", "normal");
+        row("empty", {}, {});
+        row("blanks only", " \t \n ", {});
+        row("one word", "\tdata ", "data");
+        row("doubled blank", "profile openid  data", "data openid profile");
+        row("leading blank", " data openid profile", "data openid profile");
+        row("case does not sort", "b A c", "A b c");
+        row("words that differ in case", "a A", "A a");
+        row("tab inside is no blank", "b\ta a", "a b\ta");
+        row("tab between blanks", "b \t a", "a b");
+        row("same word twice stays", "a a", "a a");
+    }
+
+    void scopesAreNormalised() {
+        QFETCH(QString, scope);
+        QFETCH(QString, normal);
+        const OAuth2TokenSpec spec(JWT, scope.toStdWString().c_str());
+        QCOMPARE(QString::fromStdWString(scopeOf(spec)), normal);
+        OAuth2TokenSpec again;
+        QVERIFY(again.SetScope(normal.toStdWString().c_str()));
+        QCOMPARE(QString::fromStdWString(scopeOf(again)), normal);
+    }
+
+    void specsAreEqualWhateverTheOrderOfTheirScope_data() {
+        // equal: to RT "b a"
+        const Velquor::TestKit::Columns<int, QString, bool, bool, QString> row("type", "scope", "legacy", "equal", "text");
+        row("order and case", 1, "A B", false, true, "RT.A B");
+        row("type", 2, "a b", false, false, "JWT.a b");
+        row("legacy", 1, "a b", true, false, "RT.a b");
+        row("another word", 1, "a b c", false, false, "RT.a b c");
+        row("no scope", 1, "", false, false, "RT.<none>");
+        row("invalid type", 0, "a b", false, false, "Invalid.a b");
+        row("unknown type", 7, "%2", false, false, "Unknown.%2");
+    }
+
+    void specsAreEqualWhateverTheOrderOfTheirScope() {
+        QFETCH(int, type);
+        QFETCH(QString, scope);
+        QFETCH(bool, legacy);
+        QFETCH(bool, equal);
+        const OAuth2TokenSpec reference(RT, L"b a");
+        OAuth2TokenSpec spec(static_cast<OAuth2TokenType>(type), scope.toStdWString().c_str());
+        OAuth2TokenSpecImp::of(spec).legacy = legacy;
+        QCOMPARE(spec == reference, equal);
+        QCOMPARE(reference != spec, !equal);
+        QTEST(OAuth2TokenSpecImp::of(spec).toText(), "text");
+    }
+
+    void everyFieldCountsInAComparison_data() {
+        const Velquor::TestKit::Columns<Change, bool> add("change", "equal");
+        const auto row = [&](const char* name, bool equal, const Change& change) { add(name, change, equal); };
+        using C = WebServicesConfiguration;
+        row("server", false, [](C& c) { c.SetServer(Staging); });
+        row("consumer key", false, [](C& c) { c.SetConsumerKey(L"Key"); });
+        row("consumer secret", false, [](C& c) { c.SetConsumerSecret(L"secret "); });
+        row("serial number", false, [](C& c) { c.SetSerialNumber(L"Serial"); });
+        row("product line code", false, [](C& c) { c.SetProductLineCode(L"x"); });
+        row("UPI release", false, [](C& c) { c.SetUPIRelease(L"x"); });
+        row("UPI master", false, [](C& c) { c.SetUPIMaster(L"x"); });
+        row("UPI build", false, [](C& c) { c.SetUPIBuild(L"x"); });
+        row("feature name", false, [](C& c) { c.SetFeatureName(L"x"); });
+        row("feature version", false, [](C& c) { c.SetFeatureVersion(L"x"); });
+        row("OAuth2 consumer key", false, [](C& c) { c.SetOAuth2ConsumerKey(L""); });
+        row("OAuth2 consumer secret", false, [](C& c) { c.SetOAuth2ConsumerSecret(nullptr); });
+        row("OAuth2 scope", false, [](C& c) { c.SetOAuth2AccessTokenScope(L"Scope"); });
+        row("user id without effect", true, [](C& c) { c.SetCIPUserId(L"x"); });
+        row("extra values", true, [](C& c) { WebServicesConfigurationImp::of(c).extraValues.insert("a", "b"); });
+        row("derived key asked for", true, [](C& c) { (void)WebServicesConfigurationImp::of(c).derivedKey(); });
+    }
+
+    void everyFieldCountsInAComparison() {
+        QFETCH(Change, change);
+        const WebServicesConfiguration reference = fullConfiguration();
+        WebServicesConfiguration changed(reference);
+        const auto& imp = WebServicesConfigurationImp::of(reference);
+        QVERIFY(imp.equals(WebServicesConfigurationImp::of(changed)));
+        change(changed);
+        QTEST(imp.equals(WebServicesConfigurationImp::of(changed)), "equal");
+        QTEST(WebServicesConfigurationImp::of(changed).equals(imp), "equal");
+        // A copy carries every field along.
+        const WebServicesConfiguration copy(changed);
+        QVERIFY(WebServicesConfigurationImp::of(copy).equals(WebServicesConfigurationImp::of(changed)));
+        QCOMPARE(WebServicesConfigurationImp::of(copy).extraValues, WebServicesConfigurationImp::of(changed).extraValues);
+    }
+
+    void derivedKeyFollowsTheKey() {
+        WebServicesConfiguration configuration = fullConfiguration();
+        const QString first = WebServicesConfigurationImp::of(configuration).derivedKey();
+        configuration.SetConsumerKey(L"another");
+        const QString second = WebServicesConfigurationImp::of(configuration).derivedKey();
+        QVERIFY(first != second);
+        QVERIFY(!second.contains("another"));
+        QCOMPARE(second.size(), 32);
+    }
+
+    void copiesShareNothing() {
+        WebServicesConfiguration configuration = fullConfiguration();
+        WebServicesConfiguration configurationCopy(configuration);
+        configuration.SetSerialNumber(L"changed");
+        QCOMPARE(serialOf(configurationCopy), QStringLiteral("serial"));
+        configurationCopy = configuration;
+        configuration = *&configuration;
+        configuration.SetSerialNumber(L"again");
+        QCOMPARE(serialOf(configurationCopy), QStringLiteral("changed"));
+
+        OAuth2Token token;
+        OAuth2TokenImp::of(token).token = L"first";
+        const OAuth2Token tokenCopy(token);
+        OAuth2TokenSpec spec = token.GetSpec();
+        spec.SetScope(L"changed");
+        OAuth2TokenImp::of(token).token = L"second";
+        QCOMPARE(std::wstring(tokenCopy.GetToken()), std::wstring(L"first"));
+        QVERIFY(token.GetSpec() == tokenCopy.GetSpec() && token != tokenCopy);
+
+        NetworkCookie cookie;
+        cookie.SetName("first");
+        NetworkCookieJar jar;
+        QVERIFY(jar.AddCookie(cookie));
+        const NetworkCookieJar jarCopy(jar);
+        cookie.SetName("second");
+        NetworkCookie out = jar.GetCookie(0);
+        out.SetName("third");
+        jar.DeleteAll();
+        QCOMPARE(NetworkCookieImp::of(jarCopy.GetCookie(0)).name, QByteArray("first"));
+        for (const int index : {-1, 1, 1 << 30})
+            QCOMPARE(jarCopy.GetCookie(index).GetName(nullptr, 0), 0);
+        QCOMPARE(jar.GetCookieCount(), 0);
+    }
 };
-
-void ValuesTest::textBuffers_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("size"); // -2: a null buffer
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QString>("written"); // a null text: nothing
-    const QString five = QStringLiteral("h\u00e9llo");
-    QTest::newRow("null buffer") << five << -2 << 5 << QString();
-    QTest::newRow("null buffer, empty text") << QString() << -2 << 0 << QString();
-    QTest::newRow("negative") << five << -1 << 0 << QString();
-    QTest::newRow("size 0") << five << 0 << 0 << QString();
-    QTest::newRow("size 0, empty text") << QString() << 0 << 0 << QString();
-    QTest::newRow("empty text") << QString() << 4 << 0 << QStringLiteral("");
-    QTest::newRow("size 1") << five << 1 << 0 << QStringLiteral("");
-    QTest::newRow("size 2") << five << 2 << 1 << QStringLiteral("h");
-    QTest::newRow("as long as the text") << five << 5 << 4 << QStringLiteral("h\u00e9ll");
-    QTest::newRow("fits") << five << 6 << 5 << five;
-    QTest::newRow("room left") << five << 9 << 5 << five;
-}
-
-void ValuesTest::textBuffers() {
-    QFETCH(QString, text);
-    QFETCH(int, size);
-    QFETCH(int, result);
-    QFETCH(QString, written);
-    WebServicesConfiguration configuration;
-    configuration.SetConsumerKey(text.toStdWString().c_str()); // sealed in memory
-    configuration.SetSerialNumber(text.toStdWString().c_str());
-    for (const auto getter : {&WebServicesConfiguration::GetConsumerKey, &WebServicesConfiguration::GetSerialNumber}) {
-        std::vector<wchar_t> buffer(12, untouched);
-        QCOMPARE((configuration.*getter)(size == -2 ? nullptr : buffer.data(), size), result);
-        const auto used = written.isNull() ? size_t(0) : static_cast<size_t>(written.size()) + 1;
-        QCOMPARE(QString::fromWCharArray(buffer.data(), used ? static_cast<int>(used) - 1 : 0),
-                 written.isNull() ? QString("") : written);
-        QVERIFY(!used || buffer[used - 1] == 0);
-        QVERIFY(
-            std::all_of(buffer.begin() + static_cast<int>(used), buffer.end(), [](wchar_t unit) { return unit == untouched; }));
-    }
-}
-
-void ValuesTest::byteBuffers_data() {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QByteArray>("buffer"); // what the first eight bytes hold afterwards
-    QTest::newRow("null buffer") << QByteArray("abc") << -2 << 3 << QByteArray("########");
-    QTest::newRow("negative") << QByteArray("abc") << -1 << 0 << QByteArray("########");
-    QTest::newRow("size 0") << QByteArray("abc") << 0 << 0 << QByteArray("########");
-    QTest::newRow("empty value") << QByteArray() << 2 << 0 << QByteArray("\0#######", 8);
-    QTest::newRow("one short") << QByteArray("abc") << 2 << 2 << QByteArray("ab######");
-    QTest::newRow("exact, no terminator") << QByteArray("abc") << 3 << 3 << QByteArray("abc#####");
-    QTest::newRow("room for the terminator") << QByteArray("abc") << 4 << 3 << QByteArray("abc\0####", 8);
-    QTest::newRow("no text") << QByteArray("\xff\xc3\x01") << 8 << 3 << QByteArray("\xff\xc3\x01\0####", 8);
-}
-
-void ValuesTest::byteBuffers() {
-    QFETCH(QByteArray, value);
-    QFETCH(int, size);
-    NetworkCookie cookie;
-    cookie.SetName(value.constData());
-    cookie.SetValue(value.constData());
-    for (const auto getter : {&NetworkCookie::GetName, &NetworkCookie::GetValue}) {
-        QByteArray buffer(8, '#');
-        QTEST((cookie.*getter)(size == -2 ? nullptr : buffer.data(), size), "result");
-        QTEST(buffer, "buffer");
-    }
-}
-
-void ValuesTest::tokenBuffers_data() {
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QString>("buffer");
-    QTest::newRow("null buffer") << -2 << 5 << QStringLiteral("~~~~~~~~");
-    QTest::newRow("size 0") << 0 << 0 << QStringLiteral("~~~~~~~~");
-    QTest::newRow("size 1") << 1 << 0 << QString(QChar(0)) + QStringLiteral("~~~~~~~");
-    QTest::newRow("as long as the token") << 5 << 0 << QString(QChar(0)) + QStringLiteral("~~~~~~~");
-    QTest::newRow("fits") << 6 << 5 << QStringLiteral("token") + QChar(0) + QStringLiteral("~~");
-}
-
-void ValuesTest::tokenBuffers() {
-    QFETCH(int, size);
-    OAuth2Token token;
-    OAuth2TokenImp::of(token).token = L"token";
-    std::vector<wchar_t> buffer(8, untouched);
-    QTEST(token.GetToken(size == -2 ? nullptr : buffer.data(), size), "result");
-    QTEST(QString::fromWCharArray(buffer.data(), 8), "buffer");
-}
-
-// The sanitizer sees a read beyond these buffers.
-void ValuesTest::callerTextsAreBounded() {
-    const std::vector<wchar_t> wide(maximumCallerTextLength, L'x');
-    const std::vector<char> narrow(maximumCallerTextLength, 'x');
-    QCOMPARE(textFromCaller(wide.data()), QString());
-    QCOMPARE(bytesFromCaller(narrow.data()), QByteArray());
-    QCOMPARE(textFromCaller(nullptr), QString());
-    QCOMPARE(bytesFromCaller(nullptr), QByteArray());
-    const std::wstring longest(maximumCallerTextLength - 1, L'x');
-    QCOMPARE(textFromCaller(longest.c_str()).size(), maximumCallerTextLength - 1);
-    const std::unique_ptr<wchar_t[]> copy(allocateText(QStringLiteral("a\u20ac\U0001F511")));
-    QCOMPARE(QString::fromWCharArray(copy.get()), QStringLiteral("a\u20ac\U0001F511"));
-}
-
-void ValuesTest::scopes_data() {
-    QTest::addColumn<QString>("scope");
-    QTest::addColumn<QString>("normal");
-    QTest::newRow("empty") << QString() << QString();
-    QTest::newRow("blanks only") << QStringLiteral(" \t \n ") << QString();
-    QTest::newRow("one word") << QStringLiteral("\tdata ") << QStringLiteral("data");
-    QTest::newRow("doubled blank") << QStringLiteral("profile openid  data") << QStringLiteral("data openid profile");
-    QTest::newRow("leading blank") << QStringLiteral(" data openid profile") << QStringLiteral("data openid profile");
-    QTest::newRow("case does not sort") << QStringLiteral("b A c") << QStringLiteral("A b c");
-    QTest::newRow("words that differ in case") << QStringLiteral("a A") << QStringLiteral("A a");
-    QTest::newRow("tab inside is no blank") << QStringLiteral("b\ta a") << QStringLiteral("a b\ta");
-    QTest::newRow("tab between blanks") << QStringLiteral("b \t a") << QStringLiteral("a b");
-    QTest::newRow("same word twice stays") << QStringLiteral("a a") << QStringLiteral("a a");
-}
-
-void ValuesTest::scopes() {
-    QFETCH(QString, scope);
-    QFETCH(QString, normal);
-    const OAuth2TokenSpec spec(JWT, scope.toStdWString().c_str());
-    QCOMPARE(QString::fromStdWString(scopeOf(spec)), normal);
-    OAuth2TokenSpec again;
-    QVERIFY(again.SetScope(normal.toStdWString().c_str()));
-    QCOMPARE(QString::fromStdWString(scopeOf(again)), normal);
-}
-
-void ValuesTest::specs_data() {
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("scope");
-    QTest::addColumn<bool>("legacy");
-    QTest::addColumn<bool>("equal"); // to RT "b a"
-    QTest::addColumn<QString>("text");
-    QTest::newRow("order and case") << 1 << "A B" << false << true << "RT.A B";
-    QTest::newRow("type") << 2 << "a b" << false << false << "JWT.a b";
-    QTest::newRow("legacy") << 1 << "a b" << true << false << "RT.a b";
-    QTest::newRow("another word") << 1 << "a b c" << false << false << "RT.a b c";
-    QTest::newRow("no scope") << 1 << "" << false << false << "RT.<none>";
-    QTest::newRow("invalid type") << 0 << "a b" << false << false << "Invalid.a b";
-    QTest::newRow("unknown type") << 7 << "%2" << false << false << "Unknown.%2";
-}
-
-void ValuesTest::specs() {
-    QFETCH(int, type);
-    QFETCH(QString, scope);
-    QFETCH(bool, legacy);
-    QFETCH(bool, equal);
-    const OAuth2TokenSpec reference(RT, L"b a");
-    OAuth2TokenSpec spec(static_cast<OAuth2TokenType>(type), scope.toStdWString().c_str());
-    OAuth2TokenSpecImp::of(spec).legacy = legacy;
-    QCOMPARE(spec == reference, equal);
-    QCOMPARE(reference != spec, !equal);
-    QTEST(OAuth2TokenSpecImp::of(spec).toText(), "text");
-}
-
-void ValuesTest::configurationsDiffer_data() {
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<bool>("equal");
-    const auto row = [](const char* name, bool equal, const Change& change) { QTest::newRow(name) << change << equal; };
-    using C = WebServicesConfiguration;
-    row("server", false, [](C& c) { c.SetServer(Staging); });
-    row("consumer key", false, [](C& c) { c.SetConsumerKey(L"Key"); });
-    row("consumer secret", false, [](C& c) { c.SetConsumerSecret(L"secret "); });
-    row("serial number", false, [](C& c) { c.SetSerialNumber(L"Serial"); });
-    row("product line code", false, [](C& c) { c.SetProductLineCode(L"x"); });
-    row("UPI release", false, [](C& c) { c.SetUPIRelease(L"x"); });
-    row("UPI master", false, [](C& c) { c.SetUPIMaster(L"x"); });
-    row("UPI build", false, [](C& c) { c.SetUPIBuild(L"x"); });
-    row("feature name", false, [](C& c) { c.SetFeatureName(L"x"); });
-    row("feature version", false, [](C& c) { c.SetFeatureVersion(L"x"); });
-    row("OAuth2 consumer key", false, [](C& c) { c.SetOAuth2ConsumerKey(L""); });
-    row("OAuth2 consumer secret", false, [](C& c) { c.SetOAuth2ConsumerSecret(nullptr); });
-    row("OAuth2 scope", false, [](C& c) { c.SetOAuth2AccessTokenScope(L"Scope"); });
-    row("user id without effect", true, [](C& c) { c.SetCIPUserId(L"x"); });
-    row("extra values", true, [](C& c) { WebServicesConfigurationImp::of(c).extraValues.insert("a", "b"); });
-    row("derived key asked for", true, [](C& c) { (void)WebServicesConfigurationImp::of(c).derivedKey(); });
-}
-
-void ValuesTest::configurationsDiffer() {
-    QFETCH(Change, change);
-    const WebServicesConfiguration reference = fullConfiguration();
-    WebServicesConfiguration changed(reference);
-    const auto& imp = WebServicesConfigurationImp::of(reference);
-    QVERIFY(imp.equals(WebServicesConfigurationImp::of(changed)));
-    change(changed);
-    QTEST(imp.equals(WebServicesConfigurationImp::of(changed)), "equal");
-    QTEST(WebServicesConfigurationImp::of(changed).equals(imp), "equal");
-    // A copy carries every field along.
-    const WebServicesConfiguration copy(changed);
-    QVERIFY(WebServicesConfigurationImp::of(copy).equals(WebServicesConfigurationImp::of(changed)));
-    QCOMPARE(WebServicesConfigurationImp::of(copy).extraValues, WebServicesConfigurationImp::of(changed).extraValues);
-}
-
-void ValuesTest::derivedKeyFollowsTheKey() {
-    WebServicesConfiguration configuration = fullConfiguration();
-    const QString first = WebServicesConfigurationImp::of(configuration).derivedKey();
-    configuration.SetConsumerKey(L"another");
-    const QString second = WebServicesConfigurationImp::of(configuration).derivedKey();
-    QVERIFY(first != second);
-    QVERIFY(!second.contains(QStringLiteral("another")));
-    QCOMPARE(second.size(), 32);
-}
-
-void ValuesTest::copiesShareNothing() {
-    WebServicesConfiguration configuration = fullConfiguration();
-    WebServicesConfiguration configurationCopy(configuration);
-    configuration.SetSerialNumber(L"changed");
-    QCOMPARE(serialOf(configurationCopy), QStringLiteral("serial"));
-    configurationCopy = configuration;
-    configuration = *&configuration;
-    configuration.SetSerialNumber(L"again");
-    QCOMPARE(serialOf(configurationCopy), QStringLiteral("changed"));
-
-    OAuth2Token token;
-    OAuth2TokenImp::of(token).token = L"first";
-    const OAuth2Token tokenCopy(token);
-    OAuth2TokenSpec spec = token.GetSpec();
-    spec.SetScope(L"changed");
-    OAuth2TokenImp::of(token).token = L"second";
-    QCOMPARE(std::wstring(tokenCopy.GetToken()), std::wstring(L"first"));
-    QVERIFY(token.GetSpec() == tokenCopy.GetSpec() && token != tokenCopy);
-
-    NetworkCookie cookie;
-    cookie.SetName("first");
-    NetworkCookieJar jar;
-    QVERIFY(jar.AddCookie(cookie));
-    const NetworkCookieJar jarCopy(jar);
-    cookie.SetName("second");
-    NetworkCookie out = jar.GetCookie(0);
-    out.SetName("third");
-    jar.DeleteAll();
-    QCOMPARE(NetworkCookieImp::of(jarCopy.GetCookie(0)).name, QByteArray("first"));
-    for (const int index : {-1, 1, 1 << 30})
-        QCOMPARE(jarCopy.GetCookie(index).GetName(nullptr, 0), 0);
-    QCOMPARE(jar.GetCookieCount(), 0);
-}
 
 QTEST_APPLESS_MAIN(ValuesTest)
 #include "ValuesTest.moc"

@@ -31,7 +31,7 @@ class DoctorTest(ToolTest):
         return bad
 
     def expect(self, name: str, state: str, *texts: str) -> None:
-        """Exactly this is wrong, and what stands in it."""
+        """Exactly this check fails, and its text has these parts."""
         bad = self.examine(FAILED if state == "fault" else OK)
         self.assertEqual({name: state}, {key: check["state"] for key, check in bad.items()}, bad)
         for text in texts:
@@ -45,7 +45,7 @@ class DoctorTest(ToolTest):
         document["Configurations"]["WebServices"]["Urls"].update(urls)
         self.url_file().write_text(json.dumps(document), encoding="utf-8")
 
-    def test_a_healthy_set_up(self):
+    def test_a_healthy_set_up_has_no_fault(self):
         self.assertEqual({}, self.examine(OK), "before anybody signed in")
         self.sign_in()
         self.assertEqual({}, self.examine(OK), "with a user signed in")
@@ -55,7 +55,7 @@ class DoctorTest(ToolTest):
         self.assertEqual(text.count("\n"), text.count("\nok ") + 2, "more or fewer than one line for each check")
         self.assertIn("Faults: 0, warnings: 0.", text)
 
-    def test_url_files(self):
+    def test_missing_and_damaged_url_files_are_found(self):
         shutil.move(self.url_file(), self.url_file("away"))
         bad = self.examine(FAILED)
         self.assertIn("VqWebservicesURLs.config for the current server Production was not found", bad["URL files"]["text"])
@@ -69,7 +69,7 @@ class DoctorTest(ToolTest):
         self.url_file("VqWebservicesURLs-Staging.config").write_text("{}", encoding="utf-8")
         self.expect("URL files", "fault", "VqWebservicesURLs-Staging.config has no AccountServerUrl")
 
-    def test_account_server(self):
+    def test_an_unreachable_or_untrusted_server_is_found(self):
         with socket.socket() as closed:
             closed.bind(("127.0.0.1", 0))
             self.change_urls(AccountServerUrl=f"https://127.0.0.1:{closed.getsockname()[1]}")
@@ -78,13 +78,13 @@ class DoctorTest(ToolTest):
         self.extra = {"VQWS_CA": ""}
         self.expect("account server", "fault", "is not trusted")
 
-    def test_time_offset(self):
+    def test_a_wrong_clock_is_found(self):
         self.service.control("clock", {"offset_seconds": -2 * ONE_HOUR - 60})
         self.expect("time offset", "fault", "is 2 h ahead of the one of the account server")
         self.service.control("clock", {"offset_seconds": 60})
         self.expect("time offset", "warning", "s behind the one")
 
-    def test_damaged_login_state(self):
+    def test_a_damaged_login_state_is_found_and_left_alone(self):
         self.sign_in()
         state = self.home.data() / "LoginState.xml"
         whole = state.read_bytes()
@@ -97,14 +97,14 @@ class DoctorTest(ToolTest):
         (state.parent / "LoginState.xml.damaged-1").write_text("x", encoding="utf-8")
         self.expect("left-over files", "warning", "LoginState.xml.damaged-1")
 
-    def test_left_over_files(self):
+    def test_left_over_files_are_found(self):
         self.sign_in()
         stale = self.home.data() / "LoginState.xml.writing-0123"
         stale.write_text("x", encoding="utf-8")
         os.utime(stale, (time.time() - ONE_HOUR, time.time() - ONE_HOUR))
         self.expect("left-over files", "warning", stale.name)
 
-    def test_log(self):
+    def test_a_log_that_cannot_be_written_is_found(self):
         self.extra = {"VQWS_LOGLEVEL": "LOUD"}
         self.expect("log level", "warning", '"LOUD", which is no level')
         blocked = self.folder / "file"
@@ -112,14 +112,14 @@ class DoctorTest(ToolTest):
         self.extra = {"VQWS_LOGFILEDIR": self.home.path(blocked)}
         self.expect("log file", "fault", "no log can be written")
 
-    def test_blocked_data_folder(self):
+    def test_a_blocked_data_folder_is_found(self):
         self.home.data().parent.parent.mkdir(parents=True, exist_ok=True)
         shutil.rmtree(self.home.data().parent, ignore_errors=True)
         self.home.data().parent.write_text("x", encoding="utf-8")
         bad = self.examine(FAILED)
         self.assertIn("is not a folder", bad["data folder"]["text"])
 
-    def test_files_open_to_others(self):
+    def test_files_open_to_others_are_found(self):
         self.sign_in()
         state = self.home.data() / "LoginState.xml"
         state.chmod(0o666)
@@ -133,27 +133,27 @@ class DoctorTest(ToolTest):
         self.assertEqual({}, self.examine(OK))
 
     @unittest.skipIf(SYSROOT, "the key lies in a container of the system there")
-    def test_missing_key(self):
+    def test_a_missing_key_is_found(self):
         self.sign_in()
         (self.home.data() / "UserKey.pem").unlink()
         self.expect("login state file", "fault", "its key", "is missing")
 
     @unittest.skipIf(SYSROOT, "the block is no file there")
-    def test_shared_block_open_to_others(self):
+    def test_a_shared_block_open_to_others_is_found(self):
         block = self.home.folder / "runtime/Velquor.WebServices.ProcessState"
         block.write_bytes(bytes(65536))
         block.chmod(0o644)
         self.expect("shared block", "fault", "everybody", "has access to")
 
     @unittest.skipIf(SYSROOT, "a lock from outside of Wine is no lock inside")
-    def test_lock_holder(self):
+    def test_the_holder_of_a_lock_is_named(self):
         self.sign_in()
         with open(self.home.data() / "VqWebServicesLoginStateSemaphore.lock", "ab") as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
             self.expect("lock holder", "fault", f"(process {os.getpid()})")
 
     @unittest.skipIf(SYSROOT, "Wine does not take the proxy from the environment")
-    def test_dead_proxy(self):
+    def test_a_dead_proxy_is_found(self):
         # Qt asks no proxy for a loopback address.
         self.change_urls(AccountServerUrl="https://accounts.velquor.invalid")
         with socket.socket() as closed:
@@ -164,7 +164,7 @@ class DoctorTest(ToolTest):
         self.assertIn(f"the proxy 127.0.0.1:{port} does not answer", bad["proxy"]["text"])
 
     @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
-    def test_missing_log_configuration(self):
+    def test_a_missing_log_configuration_is_found(self):
         library = self.folder / "library"
         library.mkdir()
         for file in BINARIES.glob("libVqWebServices.so*"):

@@ -26,7 +26,7 @@ class CommandLineTest(ToolTest):
                 self.assertIn(option["name"], text)
         self.assertIn("picture", self.check(OK, "token", "--help").out, "no warning that the token is printed")
 
-    def test_wrong_command_lines(self):
+    def test_wrong_command_lines_are_refused_with_a_reason(self):
         self.extra = {"VQWS_CONSUMER_KEY": "k", "VQWS_CONSUMER_SECRET": "s"}
         for arguments, text in [
                 ([], "No command given"), (["fly"], 'no command "fly"'), (["get"], '"get" needs URL'),
@@ -63,7 +63,7 @@ class CommandLineTest(ToolTest):
         self.assertEqual(COMMANDS, re.findall(r"^\.SS (\w+)", manual, re.M))
 
     @unittest.skipIf(SYSROOT, "bash completes natively")
-    def test_bash_completes(self):
+    def test_bash_completes_commands_and_options(self):
         def complete(*words: str) -> set[str]:
             script = (f"source '{SOURCE}/tools/vqws/completion/vqws.bash'; COMP_WORDS=({' '.join(words)} ''); "
                       f"COMP_CWORD=${{#COMP_WORDS[@]}}; COMP_CWORD=$((COMP_CWORD - 1)); COMP_WORDS[COMP_CWORD]=\"$CURRENT\"; "
@@ -89,7 +89,7 @@ class SessionTest(ToolTest):
     def secrets(self) -> list[str]:
         return [*self.service.control("secrets")["secrets"], SECRET]
 
-    def test_nobody_is_signed_in(self):
+    def test_commands_need_a_sign_in(self):
         self.assertIn("Signed in           no", self.check(NOT_SIGNED_IN, "status").out)
         self.assertFalse(self.check(NOT_SIGNED_IN, "status", "--json").json()["signedIn"])
         for arguments in (["logout"], ["token"], ["sign", "https://a/"], ["get", "https://a/"]):
@@ -122,7 +122,7 @@ class SessionTest(ToolTest):
             for secret in self.secrets():
                 self.assertNotIn(secret, run.out + run.err)
 
-    def test_tokens_and_requests(self):
+    def test_tokens_and_requests_work_until_the_sign_out(self):
         self.sign_in()
         token = self.check(OK, "token").out.strip()
         self.assertIn(token, self.service.control("secrets")["secrets"])
@@ -161,7 +161,7 @@ class SessionTest(ToolTest):
         self.assertEqual(1, self.service.accepted("invalidate-token"))
         self.check(NOT_SIGNED_IN, "status")
 
-    def test_watch_tells_of_other_programs(self):
+    def test_watch_shows_the_events_of_other_programs(self):
         process = self.start("watch", "--json")
         lines = Lines(process.stdout)
         example = Lines(self.start(program=BINARIES / "event-watch").stdout)
@@ -184,7 +184,7 @@ class SessionTest(ToolTest):
         run = self.check(CANCELLED, "login", "--no-browser", "--timeout", "3", "--json")
         self.assertIn("Timed out after 3 s", run.json()["error"])
         self.service.control("faults", {"endpoint": "request-token", "kind": "delay", "delay_ms": 60000, "count": -1})
-        # The wait is told of after a second, and the limit counts from the start of a process that may start slowly.
+        # The tool reports the wait after a second. The limit counts from the start of the process, which may be slow.
         run = self.check(CANCELLED, "login", "--no-browser", "--timeout", "5")
         self.assertIn("Waiting for the account server (Ctrl-C cancels)", run.err)
         self.assertIn("Timed out after 5 s", run.err)
@@ -198,7 +198,7 @@ class SessionTest(ToolTest):
         process.send_signal(signal.SIGINT)
         self.assertEqual(CANCELLED, process.wait(10))
 
-    def test_keys_from_files_and_a_changed_server(self):
+    def test_keys_come_from_files_and_the_server_is_kept(self):
         secret = self.folder / "secret"
         secret.write_text(f"{SECRET}\nmore\n", encoding="utf-8")
         secret.chmod(0o600)

@@ -1,14 +1,11 @@
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Test.h"
 #include "VqUtil/Crypto/Platform/Windows/CryptoApiHandle.h"
 #include "VqUtil/Crypto/UserRsaCryptor.h"
 
-#include <QtTest>
-#include <memory>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
-#include <thread>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::Util;
@@ -57,53 +54,47 @@ class WindowsKeyTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void blocksAreStandard_data();
-    void blocksAreStandard();
-    void oneKeyForAllThatStartAtOnce();
+    void blocksOfOtherProgramsAreRead_data() {
+        const TestKit::Columns<int, int, bool> row("size", "padding", "isRead");
+        row("one byte", 1, RSA_PKCS1_OAEP_PADDING, true);
+        row("the longest", userKeyBlockSize - 42, RSA_PKCS1_OAEP_PADDING, true);
+        row("the older padding", 20, RSA_PKCS1_PADDING, false);
+    }
+
+    void blocksOfOtherProgramsAreRead() {
+        QFETCH(int, size);
+        QFETCH(int, padding);
+        QFETCH(bool, isRead);
+        const auto rsa = openUserRsaCryptor(QString(), m_logger);
+        const EvpKey key = publicKey();
+        QVERIFY(key);
+        QCOMPARE(EVP_PKEY_bits(key.get()), userKeyBlockSize * 8);
+        const QByteArray clear(size, 's');
+        const QByteArray block = encryptElsewhere(key.get(), clear, padding);
+        QVERIFY(!block.isEmpty());
+        QCOMPARE(copyOf(rsa->decryptBlock(block)), isRead ? clear : QByteArray());
+    }
+
+    void oneKeyForAllThatStartAtOnce() {
+        QCOMPARE(TestKit::openAnotherUserKey(m_logger)->blockSize(), userKeyBlockSize);
+        for (int round = 0; round < 3; ++round) {
+            TestKit::forgetUserKey();
+            std::vector<std::shared_ptr<IRsaCryptor>> opened(8);
+            std::vector<std::thread> threads;
+            for (auto& cryptor : opened)
+                threads.emplace_back([&cryptor, this] { cryptor = openUserRsaCryptor(QString(), m_logger); });
+            for (auto& thread : threads)
+                thread.join();
+            const QByteArray block = opened.front()->encryptBlock("secret");
+            for (const auto& cryptor : opened)
+                QCOMPARE(copyOf(cryptor->decryptBlock(block)), QByteArray("secret"));
+        }
+        QCOMPARE(m_logger->texts(), QStringList());
+    }
 
 private:
     std::shared_ptr<TestKit::RecordingLogger> m_logger = std::make_shared<TestKit::RecordingLogger>();
 };
-
-void WindowsKeyTest::blocksAreStandard_data() {
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("padding");
-    QTest::addColumn<bool>("isRead");
-    QTest::newRow("one byte") << 1 << RSA_PKCS1_OAEP_PADDING << true;
-    QTest::newRow("the longest") << userKeyBlockSize - 42 << RSA_PKCS1_OAEP_PADDING << true;
-    QTest::newRow("the older padding") << 20 << RSA_PKCS1_PADDING << false;
-}
-
-void WindowsKeyTest::blocksAreStandard() {
-    QFETCH(int, size);
-    QFETCH(int, padding);
-    QFETCH(bool, isRead);
-    const auto rsa = openUserRsaCryptor(QString(), m_logger);
-    const EvpKey key = publicKey();
-    QVERIFY(key);
-    QCOMPARE(EVP_PKEY_bits(key.get()), userKeyBlockSize * 8);
-    const QByteArray clear(size, 's');
-    const QByteArray block = encryptElsewhere(key.get(), clear, padding);
-    QVERIFY(!block.isEmpty());
-    QCOMPARE(copyOf(rsa->decryptBlock(block)), isRead ? clear : QByteArray());
-}
-
-void WindowsKeyTest::oneKeyForAllThatStartAtOnce() {
-    QCOMPARE(TestKit::openAnotherUserKey(m_logger)->blockSize(), userKeyBlockSize);
-    for (int round = 0; round < 3; ++round) {
-        TestKit::forgetUserKey();
-        std::vector<std::shared_ptr<IRsaCryptor>> opened(8);
-        std::vector<std::thread> threads;
-        for (auto& cryptor : opened)
-            threads.emplace_back([&cryptor, this] { cryptor = openUserRsaCryptor(QString(), m_logger); });
-        for (auto& thread : threads)
-            thread.join();
-        const QByteArray block = opened.front()->encryptBlock("secret");
-        for (const auto& cryptor : opened)
-            QCOMPARE(copyOf(cryptor->decryptBlock(block)), QByteArray("secret"));
-    }
-    QCOMPARE(m_logger->texts(), QStringList());
-}
 
 QTEST_GUILESS_MAIN(WindowsKeyTest)
 #include "WindowsKeyTest.moc"

@@ -1,12 +1,8 @@
-// A save whose file cannot be replaced: the old file stands and the failure is told; one that is held for a moment is waited for.
+// A save whose file cannot be replaced fails and leaves the old file. A file that is held briefly is waited for.
 
 #include "TestKit/StateProcess.h"
+#include "TestKit/Test.h"
 
-#include <QDir>
-#include <QElapsedTimer>
-#include <QThread>
-#include <QtTest>
-#include <thread>
 #include <windows.h>
 
 using namespace Velquor;
@@ -31,7 +27,7 @@ private slots:
         m_process.reset();
     }
 
-    void aFileThatSomebodyKeepsOpen() {
+    void aSaveFailsWhileAnotherProgramHoldsTheFile() {
         const HANDLE held = hold();
         QVERIFY(held != INVALID_HANDLE_VALUE);
         fails();
@@ -40,7 +36,7 @@ private slots:
         QVERIFY(m_fixture->fileContents() != m_before);
     }
 
-    void aFileThatSomebodyHoldsForAMoment() {
+    void aSaveWaitsForAFileThatIsHeldBriefly() {
         const HANDLE held = hold();
         QVERIFY(held != INVALID_HANDLE_VALUE);
         std::thread letGo([held] {
@@ -52,35 +48,34 @@ private slots:
         QVERIFY(m_fixture->fileContents() != m_before);
     }
 
-    void aFileThatIsWriteProtected() {
+    void aWriteProtectedFileIsReplacedOrLeftWhole() {
         QVERIFY(::SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_READONLY));
         // Wine replaces such a file, Windows does not.
         const bool isSaved = save() == LoginStateSaver::Result::Saved;
         QCOMPARE(m_fixture->fileContents() != m_before, isSaved);
         TestKit::StateProcess next(*m_fixture);
         next.restore();
-        QVERIFY(!next.token(QStringLiteral("demo-product-0001")).isEmpty());
+        QVERIFY(!next.token("demo-product-0001").isEmpty());
     }
 
 private:
     [[nodiscard]] std::wstring path() const { return QDir::toNativeSeparators(m_fixture->file()).toStdWString(); }
 
-    // As a virus scanner does: others may read, and nobody may delete.
+    // As a virus scanner does: others may read the file, but not delete it.
     [[nodiscard]] HANDLE hold() const {
         return ::CreateFileW(path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                              nullptr);
     }
 
-    LoginStateSaver::Result save() { return LoginStateSaver(m_process->core).save(); }
+    LoginStateSaver::Result save() { return m_process->save(); }
 
     void fails() {
-        QElapsedTimer timer;
-        timer.start();
+        const TestKit::Stopwatch timer;
         QCOMPARE(save(), LoginStateSaver::Result::Failed);
         QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(m_fixture->fileContents(), m_before);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral("Failed to write login state file")));
-        QCOMPARE(QDir(m_fixture->folder.path()).entryList({QStringLiteral("LoginState.xml.*")}, QDir::Files), QStringList());
+        QVERIFY(m_fixture->hasLogged("Failed to write login state file"));
+        QCOMPARE(QDir(m_fixture->folder.path()).entryList({"LoginState.xml.*"}, QDir::Files), QStringList());
     }
 
     std::unique_ptr<TestKit::SessionFixture> m_fixture;

@@ -25,7 +25,7 @@ public:
     /// What it wrote on standard output and standard error, once it is finished.
     [[nodiscard]] QByteArray output() const;
 
-    /// The path of a file as such a program must be told it.
+    /// The path of a file in the form that such a program understands.
     [[nodiscard]] static QString pathFor(const QString& path);
 
 private:

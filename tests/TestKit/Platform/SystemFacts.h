@@ -9,10 +9,10 @@
 /// In what the systems differ, as far as tests must know. Thread: the test's.
 namespace Velquor::TestKit {
 
-/// Nobody but the user has any right to the file or folder.
+/// Only the user has any right to the file or folder.
 [[nodiscard]] bool isOwnerOnly(const QString& path);
 
-/// A file that somebody holds open can be replaced, and one that is being replaced can be opened.
+/// An open file can be replaced, and one that is being replaced can be opened.
 [[nodiscard]] bool openFilesCanBeReplaced();
 
 /// The guard of a process is a file in the data folder, so that it cannot be taken without the folder.

@@ -18,8 +18,7 @@ using UnixFileName = char* (*)(const wchar_t*);
 
 // Null on a real Windows.
 UnixFileName unixFileName() {
-    static const auto function =
-        reinterpret_cast<UnixFileName>(QLibrary::resolve(QStringLiteral("kernel32"), "wine_get_unix_file_name"));
+    static const auto function = reinterpret_cast<UnixFileName>(QLibrary::resolve("kernel32", "wine_get_unix_file_name"));
     return function;
 }
 
@@ -28,8 +27,8 @@ QByteArray contents(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Wine shares neither pipes nor the end of a process with a program below it: files stand for both. The program ends when it is
-// told to, and when the test's own runner has ended.
+// Wine shares neither pipes nor the end of a process with a program below it, so files replace both. The program ends when the
+// file "stop" appears, and when the test's own runner has ended.
 constexpr char script[] = R"(cd "$1" || exit 1
 shift
 "$@" </dev/null >output 2>&1 &
@@ -57,7 +56,7 @@ struct OutsideProgram::Native {
             return false;
         file.close();
         const QStringList all = QStringList{pathFor(path("run.sh")), pathFor(folder.path()), program} + arguments;
-        return QProcess::startDetached(QStringLiteral("/bin/sh"), all);
+        return QProcess::startDetached("/bin/sh", all);
     }
 
     bool waitBelowWine(int timeoutMs) {

@@ -1,0 +1,66 @@
+#include "TestKit/StateProcess.h"
+#include "Session/Operations/ProductConfigurator.h"
+
+namespace Velquor::TestKit {
+
+using namespace WebServices;
+using namespace WebServices::Internal;
+
+StateProcess::StateProcess(SessionFixture& fixture, const QString& consumerKey, Server server)
+    : core(fixture.services(), &m_events)
+    , m_key(consumerKey) {
+    const WebServicesConfiguration configuration = SessionFixture::configuration(consumerKey, "secret", server);
+    core.clients.add({consumerKey, 1, "Product of " + consumerKey, "/opt/product"});
+    core.clients.setConfiguration(consumerKey, std::make_shared<const WebServicesConfiguration>(configuration));
+}
+
+void StateProcess::restore() {
+    LoginStateLoader(core).loadAll(true);
+    core.setRestored();
+    if (core.isLoggedIn(m_key))
+        ProductConfigurator(core).configure(m_key);
+}
+
+void StateProcess::signIn(const QString& user, const QDateTime& tokenExpiry) {
+    BasicLoginState state;
+    state.clientId = core.services.cryptor->encrypt("client of " + user.toUtf8());
+    state.userName = user;
+    state.userId = user;
+    state.loginDate = loginDateAfter(core.services.now(), core.logoutDate());
+    state.sessionExpiryDate = core.services.now().addDays(14);
+    core.binding.bind(state);
+    core.setBasic(state);
+    takeTokens(tokenExpiry);
+}
+
+void StateProcess::takeTokens(const QDateTime& expiry, const QByteArray& token) {
+    const auto encrypt = [this](const QByteArray& text) { return core.services.cryptor->encrypt(text); };
+    const QByteArray text = token.isEmpty() ? "token of " + m_key.toUtf8() : token;
+    ProductConfigurator(core).configure(m_key)->setTokens({encrypt(text), encrypt("secret"), encrypt("handle"), expiry});
+}
+
+void StateProcess::lookAtFile() {
+    const LoginStateFile::Guard guard(core.file);
+    const LoginStateFile::Content content = core.file.read();
+    LoginStateLoader loader(core);
+    if (content.isRead())
+        (void)loader.apply(content, false);
+    loader.markApplied(content);
+}
+
+void StateProcess::restoreAndSignIn() {
+    restore();
+    signIn("ada");
+    save();
+}
+
+LoginStateSaver::Result StateProcess::saveTokens() {
+    return LoginStateSaver(core).saveTokens(*core.products.find(m_key, core.currentServer()));
+}
+
+QByteArray StateProcess::token(const QString& consumerKey) {
+    const ProductSessionPointer product = core.products.find(consumerKey, core.currentServer());
+    return product ? QByteArray(core.services.cryptor->decrypt(product->tokens().accessToken).toText().toUtf8()) : QByteArray();
+}
+
+} // namespace Velquor::TestKit

@@ -1,0 +1,16 @@
+#pragma once
+
+/// What nearly every test uses: Qt Test, which brings Qt Core, data tables, threads, times and files.
+
+#include "TestKit/Columns.h"
+#include "TestKit/Files.h"
+#include "TestKit/Stopwatch.h"
+#include "TestKit/Threads.h"
+
+#include <QtTest>
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
