@@ -28,6 +28,7 @@ class WindowsPlatformTest : public QObject {
 private slots:
     void hookDeliversPostedEvents();
     void replacesWhenTheOtherLetsGo();
+    void readsAFileWhileItIsMovedIntoPlace();
     void semaphoreIsTheOneOfQt();
     void repairMakesOne_data();
     void repairMakesOne();
@@ -88,6 +89,19 @@ void WindowsPlatformTest::replacesWhenTheOtherLetsGo() {
     other.join();
     QVERIFY2(written, qPrintable(error));
     QCOMPARE(AtomicFile::read(path, 100).data, QByteArray("newer"));
+}
+
+// Who moves it holds it with the right to delete it, and may lose the processor for longer than a reader tries.
+void WindowsPlatformTest::readsAFileWhileItIsMovedIntoPlace() {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("State.xml"));
+    QVERIFY(AtomicFile::write(path, "text", nullptr));
+    constexpr DWORD all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const WindowsHandle mover(::CreateFileW(path.toStdWString().c_str(), DELETE, all, nullptr, OPEN_EXISTING, 0, nullptr));
+    QVERIFY(mover.isValid());
+    const AtomicFile::ReadResult result = AtomicFile::read(path, 100);
+    QVERIFY2(result.status == AtomicFile::ReadResult::Status::Read, qPrintable(result.error));
+    QCOMPARE(result.data, QByteArray("text"));
 }
 
 void WindowsPlatformTest::semaphoreIsTheOneOfQt() {
