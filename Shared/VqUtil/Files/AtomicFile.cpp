@@ -37,9 +37,10 @@ ReadResult failed(const QString& error, bool isTooLarge = false) {
 }
 
 ReadResult readOnce(const QString& path, qint64 maximumSize) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return failed(file.errorString());
+    QFile file;
+    QString error;
+    if (!openForReading(file, path, &error))
+        return failed(error);
     // As much room as it needs: a buffer for the largest file takes longer to get than most files take to read.
     const qint64 size = qMin(file.size(), maximumSize);
     QByteArray data = file.read(size + 1);

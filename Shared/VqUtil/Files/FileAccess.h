@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+class QFile;
+
 namespace Velquor::Util {
 
 /// What the file system must do beyond QFile: owner-only files from the first byte, flushed to the disk, moved into place.
@@ -18,6 +20,10 @@ enum class Flush { Yes, No };
 /// A file that could not be written whole is removed again. `error` receives the system's text when it is given.
 [[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr,
                                       Flush flush = Flush::Yes);
+
+/// Opens the file at `path` for reading, through a `file` that is closed, and stands in the way of nobody who replaces or reads
+/// the file meanwhile. `error` receives the system's text.
+[[nodiscard]] bool openForReading(QFile& file, const QString& path, QString* error);
 
 /// What tells one content of a file from another without reading it.
 struct FileStamp {

@@ -24,6 +24,8 @@ public:
 
     [[nodiscard]] bool isValid() const { return m_handle != nullptr; }
     [[nodiscard]] HANDLE get() const { return m_handle; }
+    /// The caller closes it.
+    [[nodiscard]] HANDLE release() { return std::exchange(m_handle, nullptr); }
 
 private:
     HANDLE m_handle;

@@ -52,6 +52,14 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return info.st_uid != ::geteuid() || (info.st_mode & 077) == 0 || ::chmod(path.constData(), 0700) == 0;
 }
 
+bool openForReading(QFile& file, const QString& path, QString* error) {
+    file.setFileName(path);
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    if (!isOpen && error)
+        *error = file.errorString();
+    return isOpen;
+}
+
 bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error, Flush flush) {
     const QByteArray name = QFile::encodeName(path);
     const FileDescriptor file(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -7,8 +7,11 @@
 #include "VqUtil/Platform/Windows/WindowsHandle.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <algorithm>
+#include <fcntl.h>
+#include <io.h>
 
 namespace Velquor::Util {
 
@@ -90,6 +93,24 @@ bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* er
         return true;
     ::DeleteFileW(name.c_str());
     return fail(code, error);
+}
+
+// QFile itself opens files so that nobody may delete them meanwhile: it fails while another process moves the file into place,
+// for as long as that one happens to lose the processor.
+bool openForReading(QFile& file, const QString& path, QString* error) {
+    WindowsHandle handle(::CreateFileW(nativePath(path).c_str(), GENERIC_READ, shareWithAll, nullptr, OPEN_EXISTING,
+                                       FILE_ATTRIBUTE_NORMAL, nullptr));
+    const DWORD code = ::GetLastError();
+    if (!handle.isValid())
+        return fail(code, error);
+    const int descriptor = ::_open_osfhandle(reinterpret_cast<intptr_t>(handle.get()), _O_RDONLY | _O_BINARY);
+    if (descriptor == -1)
+        return fail(ERROR_TOO_MANY_OPEN_FILES, error);
+    (void)handle.release();
+    if (file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return true;
+    ::_close(descriptor);
+    return fail(ERROR_OPEN_FAILED, error);
 }
 
 // An open handle, however short, stands in the way of a process that replaces the file. So the file is opened only while two
