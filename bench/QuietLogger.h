@@ -4,7 +4,7 @@
 
 namespace Velquor::Bench {
 
-/// Drops everything, at the level that products have. Thread: any. Owner: the benchmark.
+/// Drops all messages, with the same level as in products. Thread: any. Owner: the benchmark.
 class QuietLogger final : public Log::ILogger {
 public:
     void write(Log::Level, const QString&, const QString&) override {}

@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
-/// Prints the usual table, then for each group of benchmarks ("group/contestant") the ratio of the first contestant's time to
-/// that of the fastest other one: the CPU time, or the real time of those that are measured so (they wait for a disk). Each time
-/// is the median of the repetitions of one run, so that all share the machine's noise. Thread: main. Owner: main.
+/// Prints the usual table. Then it prints, for each group of benchmarks ("group/contestant"), the ratio of the first contestant's
+/// time to that of the fastest other one. The time is the CPU time, or the real time for benchmarks that measure it because they
+/// wait for a disk. Each time is the median of the repetitions of one run, so that all share the machine's noise. Thread: main.
+/// Owner: main.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     RatioReporter(std::string ownName, double goal);

@@ -1,4 +1,4 @@
-// What a look at the flags of the other processes costs, with the lock between processes taken. The budget of a look is 10 us.
+// Measures one query of the flags of the other processes, including the cross-process lock. The limit for one query is 10 us.
 
 #include "QuietLogger.h"
 #include "VqUtil/ProcessState/ProcessState.h"
@@ -13,7 +13,8 @@ using namespace Velquor;
 using namespace Velquor::Util;
 using Bench::QuietLogger;
 
-/// Two processes as far as the block can tell: one has flags set, the other looks. The real liveness of this process is asked.
+/// Two processes from the view of the block: one has set flags, the other queries them. The check whether a process is alive runs
+/// for real on this process.
 class TwoProcesses {
 public:
     TwoProcesses() {

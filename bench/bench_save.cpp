@@ -1,5 +1,5 @@
-// What a save of the login state costs, with 20 products and under the lock between the processes, beside the least that any safe
-// save of the same document does: parse it, change it, write it beside, flush it and move it into place.
+// Measures a save of the login state with 20 products under the cross-process lock. It is compared with the least that any safe
+// save of the same document must do: parse it, change it, write it to a temporary file, flush that and move it into place.
 
 #include "QuietLogger.h"
 #include "RatioReporter.h"
@@ -38,7 +38,7 @@ public:
     bool followFile(int) override { return true; }
 };
 
-/// A process with some products of its own, beside a file with 20 products.
+/// A process with some products of its own, and a file with 20 products.
 class Process {
 public:
     explicit Process(int ownProducts)
@@ -53,7 +53,7 @@ public:
         m_state->setBasic(state);
         configure(productCount);
         LoginStateSaver(*m_state).save();
-        // The one that saves has read what the others wrote.
+        // Starts again from the file, since a process that saves has read what the others wrote.
         m_state = std::make_unique<SessionState>(services(), &m_events);
         LoginStateLoader(*m_state).loadAll(true);
         m_state->setRestored();
@@ -143,7 +143,7 @@ BENCHMARK_CAPTURE(save, plain, 20, &Process::saveAtLeast)
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    // Repetitions of all contestants in mixed order: what else the machine and its disk do falls on each of them alike.
+    // The repetitions of all contestants run in random order, so that other load on the machine and its disk affects all equally.
     char repetitions[] = "--benchmark_repetitions=9";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";
     char time[] = "--benchmark_min_time=0.2";

@@ -1,4 +1,5 @@
-// What the four secrets of a signed request cost, and the whole of opening them and signing. The budget of the whole is 15 us.
+// Measures the decryption of the four secrets of a signed request, and decryption and signing together. The limit for both
+// together is 15 us.
 
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"

@@ -1,4 +1,4 @@
-// A whole SignRequest as products call it: locks, a look at the login state file, four secrets, the signature.
+// Measures a whole SignRequest as products call it: locks, the check of the login state file, four secrets, the signature.
 
 #include "Session/LoginSession.h"
 #include "Session/Operations/ProductConfigurator.h"
@@ -24,7 +24,7 @@ using namespace Velquor::WebServices::Internal;
 
 const auto key = QStringLiteral("8a6f1c0b2e594d7b9d3f");
 
-// A process that restored its sign-in from the file, logging at the default level.
+// A process that has restored its sign-in from the file and logs at the default level.
 class SignedIn {
 public:
     SignedIn() {
@@ -75,7 +75,7 @@ private:
     QTemporaryDir m_folder;
 };
 
-// Never destroyed: its threads cannot end once the application object of main() is gone.
+// Never destroyed, since its threads cannot end after the application object of main() is destroyed.
 const SignedIn& process() {
     static const SignedIn& made = *new SignedIn;
     return made;
@@ -98,7 +98,7 @@ BENCHMARK(signRequest)->Threads(32);
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    // By the main thread, to which its objects belong then.
+    // Created here, so that its objects belong to the main thread.
     static_cast<void>(process());
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -1,5 +1,5 @@
-// Signing of the same two requests by this library and by two peers, in one run. Each contestant makes nonce, time stamp, base
-// string, HMAC-SHA1 and Base64, and writes the header or the parameter text.
+// Measures the signing of the same two requests by this library and by two others, in one run. Each contestant creates nonce,
+// time stamp, base string, HMAC-SHA1 and Base64, and writes the header or the parameter text.
 
 #include "RatioReporter.h"
 
@@ -81,7 +81,7 @@ QVariantMap bodyOf(const Request& request) {
     return body;
 }
 
-// The class that signs, with the header made by the functions of the whole.
+// Qt's signing class; functions of the complete class create the header.
 void signByQtSignature(benchmark::State& state, const Request& request) {
     const QUrl url(QString::fromLatin1(request.url));
     const QVariantMap body = bodyOf(request);
@@ -101,7 +101,7 @@ void signByQtSignature(benchmark::State& state, const Request& request) {
     }
 }
 
-// The whole, as it signs the requests that it sends.
+// Qt's complete class, in the way it signs the requests that it sends.
 void signByQtOAuth1(benchmark::State& state, const Request& request) {
     OpenOAuth1 oauth;
     oauth.setClientCredentials(QLatin1String(consumerKey), QLatin1String(consumerSecret));
@@ -128,7 +128,7 @@ BENCHMARK_CAPTURE(signByQtOAuth1, post, post)->Name("post/QOAuth1");
 } // namespace
 
 int main(int argc, char** argv) {
-    // Repetitions of all contestants in mixed order: what else the machine does falls on each of them alike.
+    // The repetitions of all contestants run in random order, so that other load on the machine affects all equally.
     char repetitions[] = "--benchmark_repetitions=9";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";
     char time[] = "--benchmark_min_time=0.1";

@@ -1,8 +1,8 @@
-# What an installation holds: the library with its log configuration beside it, the headers, and the CMake package.
+# The content of an installation: the library with its log configuration in the same folder, the headers, and the CMake package.
 include(CMakePackageConfigHelpers)
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/VqWebServices")
-# The library looks for its log configuration in its own folder.
+# The library searches its own folder for its log configuration.
 set(library_folder "${CMAKE_INSTALL_LIBDIR}")
 if(WIN32)
   set(library_folder "${CMAKE_INSTALL_BINDIR}")

@@ -1,4 +1,4 @@
-# log4cplus comes with a CMake package on Windows and with a plain library on Debian: one target name for both.
+# log4cplus has a CMake package on Windows, and only a plain library on Debian. This defines one target name for both.
 if(NOT TARGET log4cplus::log4cplus)
   find_path(VQ_LOG4CPLUS_INCLUDE log4cplus/logger.h REQUIRED)
   find_library(VQ_LOG4CPLUS_LIBRARY log4cplus REQUIRED)

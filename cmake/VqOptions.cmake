@@ -16,7 +16,7 @@ option(VQ_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(VQ_BUILD_BENCH "Build the benchmarks (needs Google Benchmark and the peer libraries)" OFF)
 set(VQ_SANITIZE "" CACHE STRING "Sanitizers for every target, for instance 'address,undefined' or 'thread'")
 
-# With paths relative to the sources, so that one clone finds what another has compiled.
+# With paths relative to the sources, so that one clone can use the objects that another clone has compiled.
 find_program(VQ_CCACHE ccache)
 if(VQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${VQ_CCACHE}")
@@ -33,7 +33,8 @@ if(VQ_SANITIZE)
   add_link_options(-fsanitize=${VQ_SANITIZE})
 endif()
 if(WIN32)
-  # Without UNICODE: log4cplus, whose texts are narrow here, would take it as an order. The system is called by its W names.
+  # Without UNICODE, since it would switch log4cplus to wide texts, and its texts are narrow here. Our code calls the W functions
+  # of the system by name.
   add_compile_definitions(_WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN)
   set(VQ_PLATFORM_DIR Windows)
 else()

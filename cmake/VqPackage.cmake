@@ -1,4 +1,4 @@
-# What tools/package makes of an installation: a Debian package, or a ZIP for Windows with all that the library needs at run time.
+# The packages that tools/package builds: a Debian package, or a ZIP for Windows with all run-time dependencies of the library.
 set(CPACK_PACKAGE_NAME vqwebservices)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_VENDOR Velquor)
@@ -24,7 +24,7 @@ if(WIN32)
     list(TRANSFORM runtime PREPEND "${VQ_WINDOWS_SYSROOT}/bin/")
     list(TRANSFORM runtime APPEND .dll)
     install(FILES ${runtime} DESTINATION "${CMAKE_INSTALL_BINDIR}")
-    # The dependencies are built from Debian's sources; these are the copyright files of the same sources' packages.
+    # The dependencies are built from Debian's sources. These are the copyright files of the packages from the same sources.
     foreach(source IN ITEMS libqt5core5a libssl3 liblog4cplus-2.0.5 libboost1.74-dev gcc-mingw-w64-base mingw-w64-common)
       install(FILES "/usr/share/doc/${source}/copyright" DESTINATION licences RENAME "${source}.txt")
     endforeach()

@@ -6,7 +6,7 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 set(CMAKE_AR x86_64-w64-mingw32-gcc-ar-posix)
 set(CMAKE_RANLIB x86_64-w64-mingw32-gcc-ranlib-posix)
 
-# Trial compilations read this file anew, without the cache: the environment carries the answer to them.
+# CMake's trial compilations read this file again, without the cache. The environment passes the path to them.
 if(NOT VQ_WINDOWS_SYSROOT AND DEFINED ENV{VQ_WINDOWS_SYSROOT})
   set(VQ_WINDOWS_SYSROOT "$ENV{VQ_WINDOWS_SYSROOT}")
 endif()

@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Drives headless Chromium over the sign-in page, as a user would.
+"""Signs in on the sign-in page with headless Chromium, as a user would.
 
 The browser starts with a fresh profile that trusts the given certificate
-authority and nothing else is relaxed. Exit status 0 means that the page that
-says "You are signed in" was seen (or, with --open, that the page was loaded).
+authority. No other check is relaxed. Exit status 0 means that the browser
+showed the page "You are signed in" or, with --open, that it loaded the page.
 """
 
 import argparse
@@ -32,11 +32,11 @@ COOKIE_FIELDS = {"Name": "name", "Value": "value", "Domain": "domain", "Path": "
 
 
 class Unexpected(Exception):
-    """The browser showed something else than it should."""
+    """The browser did not show the expected page."""
 
 
 def trust(home: Path, ca_file: str) -> None:
-    """Makes the profile trust the authority, for servers, through its NSS database."""
+    """Makes the profile trust the authority for servers, through the profile's NSS database."""
     database = home / ".pki" / "nssdb"
     database.mkdir(parents=True)
     for arguments in (["-N", "--empty-password"],
@@ -92,7 +92,7 @@ def sign_in(browser: webdriver.Chrome, options: argparse.Namespace) -> None:
 
 
 def write_cookies(browser: webdriver.Chrome, path: str) -> None:
-    """Asks the browser for all its cookies, with their values: owner-only file."""
+    """Writes all cookies of the browser, with their values, to an owner-only file."""
     cookies = [{ours: cookie[theirs] for ours, theirs in COOKIE_FIELDS.items() if theirs in cookie}
                for cookie in browser.get_cookies()]
     descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
@@ -126,7 +126,7 @@ def run(options: argparse.Namespace, home: Path) -> None:
         if browser.execute_script("return location.protocol") != "https:":
             raise Unexpected(f'the browser refused to go there: "{browser.title}"')
         if options.open:
-            # Pages of the service have this heading; the browser's own error page has not.
+            # Pages of the service have this heading. The browser's own error page does not.
             wait_for(browser, expected.presence_of_element_located((By.CSS_SELECTOR, "main h1")),
                      "the page")
             if browser.find_elements(By.ID, "refused"):
@@ -151,7 +151,7 @@ def main() -> int:
     signal.signal(signal.SIGTERM, give_up)
     signal.signal(signal.SIGALRM, give_up)
     signal.alarm(4 * TIMEOUT_SECONDS)
-    # Not under TMPDIR: the browser makes a socket in there, whose path must stay under 108 bytes.
+    # Not under TMPDIR: the browser creates a socket there, whose path must stay under 108 bytes.
     with tempfile.TemporaryDirectory(prefix="vqws-browser-", dir="/tmp", ignore_cleanup_errors=True) as home:
         try:
             run(options, Path(home))
@@ -161,7 +161,7 @@ def main() -> int:
         except (Unexpected, OSError, subprocess.TimeoutExpired) as error:
             print(f"The browser did not get there: {error}", file=sys.stderr)
         except WebDriverException as error:
-            # The full message holds the address, and with it tokens.
+            # The full message contains the address, and with it tokens.
             first = (error.msg or "unknown").splitlines()[0].split("http")[0]
             print(f"The browser did not get there: {first}", file=sys.stderr)
     return 1

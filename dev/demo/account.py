@@ -1,4 +1,4 @@
-"""The account service as the demo and the tests of whole programs use it: started, steered and asked what it saw."""
+"""Starts and controls the account service, and reads its log, for the demo and the tests of whole programs."""
 import json
 import pathlib
 import select
@@ -45,7 +45,7 @@ class AccountService:
             return json.loads(reply.read())
 
     def accepted(self, endpoint: str) -> int:
-        """How many requests of an endpoint the service accepted, in its own log."""
+        """The number of requests of an endpoint that the service accepted, from its own log."""
         requests = self.control("log")["requests"]
         return sum(1 for entry in requests if entry["endpoint"] == endpoint and entry["verdict"] == "ok")
 

@@ -1,4 +1,4 @@
-"""A sample product in a process of its own, told what to do and asked what it sees in lines of JSON."""
+"""A sample product in a separate process. It receives commands, and answers and reports events in lines of JSON."""
 import json
 import os
 import pathlib
@@ -15,7 +15,7 @@ WINE_SERVER = "/usr/lib/wine/wineserver64"
 
 
 class Home:
-    """The home of a user: where the products of this user find and leave their files, natively or in a Wine prefix."""
+    """The home folder of a user, in which the user's products read and write their files, natively or in a Wine prefix."""
 
     def __init__(self, folder: pathlib.Path, sysroot: str = "", variables: dict[str, str] | None = None):
         self.folder = folder
@@ -23,7 +23,7 @@ class Home:
         self.variables = variables or {}
         (folder / "runtime").mkdir(mode=0o700, parents=True, exist_ok=True)
         if sysroot:
-            # Two first programs at once would both want to start the server of the prefix.
+            # Two programs that start first at the same time would both try to start the server of the prefix.
             subprocess.run([str(WINE_RUNNER), "--sysroot", sysroot, "cmd", "/c", "exit"], env=self.environment(), check=True,
                            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, timeout=120)
 
@@ -40,7 +40,7 @@ class Home:
         return [str(WINE_RUNNER), "--sysroot", self.sysroot, f"{program}.exe"]
 
     def path(self, path: pathlib.Path) -> str:
-        """A path as the products of this home write it."""
+        """A path in the form that the products of this home use."""
         return "Z:" + str(path).replace("/", "\\") if self.sysroot else str(path)
 
     def environment(self) -> dict[str, str]:
@@ -49,7 +49,7 @@ class Home:
                 "QT_BEARER_POLL_TIMEOUT": "2147483647", **self.variables}
 
     def close(self) -> None:
-        """Ends what Wine left running. What it keeps in memory, such as the registry, is in its files then."""
+        """Ends the processes that Wine left running. Wine then writes its data in memory, such as the registry, to its files."""
         if self.sysroot:
             environment = {**os.environ, "WINEPREFIX": str(self.folder / "wine")}
             subprocess.run([WINE_SERVER, "-k"], env=environment, check=False)

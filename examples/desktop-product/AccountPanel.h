@@ -8,7 +8,7 @@
 #include <QListWidget>
 #include <QProgressBar>
 
-/// Who is signed in: name, mail, how much of the storage is used, and which services may be used.
+/// The signed-in user: name, mail, storage in use, and the services that the user may use.
 ///
 /// Thread: the main thread. Owner: the main window.
 class AccountPanel : public Card {

@@ -5,15 +5,15 @@
 #include <VqWebServices/Server.h>
 #include <VqWebServices/ServiceEntitlement.h>
 
-/// What the window shows, as plain values: read on a worker thread, shown on the main thread. Dates are seconds since 1970-01-01
-/// UTC, 0 when not known.
+/// The content of the window, as plain values. A worker thread reads them, and the main thread shows them. Dates are seconds
+/// since 1970-01-01 UTC, 0 when not known.
 
 struct TokenFacts {
     bool isHeld = false;
     qint64 expiry = 0;
 };
 
-/// What the library knows without asking anybody.
+/// The state that the library knows without a request to the network.
 struct AccountState {
     bool isSignedIn = false;
     QString userName;
@@ -25,7 +25,7 @@ struct AccountState {
     bool hasProxy = false;
 };
 
-/// What the web services say of the user; read in the background, since the first answer is waited for.
+/// The replies of the web services about the user. They are read in the background, since the first call waits for its reply.
 struct AccountDetails {
     struct Service {
         QString name;
@@ -51,7 +51,7 @@ struct ProxySettings {
 
 [[nodiscard]] QString serverName(Velquor::WebServices::Server server);
 
-/// What the product is doing for its user right now; one thing at a time.
+/// The action that the product is running for its user. There is only one at a time.
 enum class Activity {
     Idle,
     Starting,

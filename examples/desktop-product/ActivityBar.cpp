@@ -7,7 +7,7 @@
 
 namespace {
 
-// What is done sooner than this needs no bar that flashes up.
+// The bar does not appear for an action that ends sooner than this.
 constexpr int appearAfterMs = 300;
 constexpr int tickMs = 1000;
 constexpr int tellSecondsFrom = 3;
@@ -80,7 +80,7 @@ void ActivityBar::showActivity(Activity activity) {
     m_since.start();
     const bool isBrowser = activity == Activity::WaitingForBrowser;
     setTint(isBrowser ? palette().color(QPalette::Highlight) : QColor());
-    // The keyboard stays here while Continue is away, and on nothing that does harm when Return is pressed twice.
+    // The focus stays in the bar when Continue is hidden. It moves to the text, so that a second Return does no harm.
     if (!isBrowser && m_continue->hasFocus())
         m_text->setFocus();
     m_continue->setVisible(isBrowser);

@@ -9,7 +9,7 @@
 #include <QPushButton>
 #include <QTimer>
 
-/// What the product is waiting for, since when, and the way out of it.
+/// Shows what the product is waiting for and since when, with a button to cancel.
 ///
 /// Thread: the main thread. Owner: the main window.
 class ActivityBar : public Card {

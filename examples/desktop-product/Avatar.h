@@ -11,7 +11,7 @@ class Avatar : public QWidget {
 public:
     explicit Avatar(QWidget* parent = nullptr);
 
-    /// One or two words; empty paints an empty circle.
+    /// A name of one or two words. An empty name paints an empty circle.
     void setName(const QString& name);
     [[nodiscard]] QSize sizeHint() const override;
 

@@ -3,18 +3,18 @@
 #include <QVBoxLayout>
 #include <QWidget>
 
-/// A rounded ground with a thin edge that holds what belongs together. Its colours follow the palette.
+/// A rounded panel with a thin border that groups related content. Its colours follow the palette.
 ///
 /// Thread: the main thread. Owner: its parent.
 class Card : public QWidget {
     Q_OBJECT
 
 public:
-    /// `title` stands above the content in bold; none when it is empty. It is the card's accessible name.
+    /// `title` is above the content, in bold, and is the card's accessible name. Empty: no title.
     explicit Card(const QString& title, QWidget* parent = nullptr);
 
     [[nodiscard]] QVBoxLayout& content() { return *m_content; }
-    /// Mixes the colour into the ground, to draw the eye; an invalid colour takes it back.
+    /// Tints the background with the colour, to attract attention. An invalid colour removes the tint.
     void setTint(const QColor& tint);
 
 protected:

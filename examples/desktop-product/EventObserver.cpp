@@ -1,7 +1,7 @@
 #include "EventObserver.h"
 
 void EventObserver::AboutToLogout(bool& veto) {
-    // A product with unsaved work on the server would ask its user here.
+    // A product with unsaved work on the server would ask its user before it lets the sign-out happen.
     veto = false;
     emit happened(QStringLiteral("AboutToLogout"));
 }

@@ -6,7 +6,7 @@
 
 /// Turns the library's events into one Qt signal.
 ///
-/// Thread: the main thread, on which the library calls its observers. Owner: the product, which removes it before it goes.
+/// Thread: the main thread, on which the library calls its observers. Owner: the product, which removes it before destruction.
 class EventObserver : public QObject, public Velquor::WebServices::IWebServicesObserver3 {
     Q_OBJECT
 
@@ -30,7 +30,7 @@ public:
     void OAuth2TokenQueryFailed(const wchar_t* key) override { tell(QStringLiteral("OAuth2TokenQueryFailed"), key); }
 
 signals:
-    /// `consumerKey` names the product that the event is about; empty when it is about the user.
+    /// `consumerKey` names the product of the event; it is empty for an event about the user.
     void happened(const QString& event, const QString& consumerKey = QString());
 
 private:

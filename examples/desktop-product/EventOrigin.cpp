@@ -4,14 +4,14 @@
 
 namespace {
 
-/// What this process may be doing when it raises the event itself.
+/// The activity during which this process may raise the event itself.
 struct Cause {
     const char* event;
     Activity activity;
     EventOrigin otherwise;
 };
 
-// A token that is renewed in time may have been renewed by any process of the user.
+// Any process of the user may have renewed a token in time.
 constexpr Cause causes[] = {
     {"LoggedIn", Activity::Completing, EventOrigin::AnotherProcess},
     {"LoginRestored", Activity::Starting, EventOrigin::ThisProcess},

@@ -2,9 +2,9 @@
 
 #include "AccountState.h"
 
-/// Where an event came from, as far as a product can know: the library does not say, but a product knows what it is doing itself.
+/// The origin of an event, as far as a product can know it. The library does not report it, but a product knows its own actions.
 enum class EventOrigin { ThisProcess, AnotherProcess, NotTold };
 
-/// `isOfOtherProduct`: the event names the consumer key of a product that is not this one.
+/// `isOfOtherProduct`: the event has the consumer key of another product.
 [[nodiscard]] EventOrigin originOf(const QString& event, bool isOfOtherProduct, Activity activity);
 [[nodiscard]] QString originText(EventOrigin origin);

@@ -6,7 +6,7 @@
 #include <QHeaderView>
 
 namespace {
-// A window that stays open for weeks keeps the latest ones.
+// The limit of the list, so that a window that stays open for weeks keeps only the latest events.
 constexpr int maximalCount = 500;
 } // namespace
 

@@ -5,7 +5,7 @@
 
 #include <QTreeWidget>
 
-/// What happened, the latest first: when, which event of the library, for which product, and where it came from.
+/// The list of events, the latest first: time, event of the library, product and origin.
 ///
 /// Thread: the main thread. Owner: the main window.
 class EventsPanel : public Card {

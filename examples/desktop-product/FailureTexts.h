@@ -3,7 +3,7 @@
 #include <QString>
 #include <VqWebServices/LoginError.h>
 
-/// What went wrong, in words for the person in front of the window: what happened, and what to do about it.
+/// A failure in words for the user: what happened, and what to do about it.
 struct Failure {
     QString whatHappened;
     QString whatToDo;

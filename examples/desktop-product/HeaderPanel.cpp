@@ -43,7 +43,7 @@ void HeaderPanel::showActivity(Activity activity) {
 }
 
 void HeaderPanel::updateButtons() {
-    // The one that goes away hands the keyboard to the one that comes.
+    // The button that is hidden passes the focus to the one that is shown.
     const bool hadFocus = m_signIn->hasFocus() || m_signOut->hasFocus();
     m_signIn->setVisible(!m_isSignedIn);
     m_signOut->setVisible(m_isSignedIn);

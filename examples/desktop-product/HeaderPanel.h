@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <QWidget>
 
-/// The top of the window: which product this is, who is signed in on which server, and the way in and out.
+/// The top of the window: the product, the signed-in user, the server, and the buttons to sign in and out.
 ///
 /// Thread: the main thread. Owner: the main window.
 class HeaderPanel : public QWidget {
@@ -18,7 +18,7 @@ public:
     void showState(const AccountState& state);
     void showActivity(Activity activity);
 
-    /// The button to sign in or to sign out, whichever is there now.
+    /// The button that is visible now: sign in or sign out.
     [[nodiscard]] QWidget* wayInOrOut() const { return m_isSignedIn ? m_signOut : m_signIn; }
 
 signals:

@@ -32,7 +32,7 @@ MainWindow::MainWindow(Product& product, const QString& productName, OpenAddress
     connectProduct();
     connectPanels();
     resize(Look::lines(*this, 50), Look::lines(*this, 41));
-    // A window that is active only when the start is under way would begin with the first part that can be used then.
+    // The window may become active while the product is starting. Without this, the first part enabled then would get the focus.
     m_header->wayInOrOut()->setFocus();
 }
 
@@ -127,7 +127,7 @@ void MainWindow::showActivity(Activity activity) {
 }
 
 void MainWindow::giveFocusBack() {
-    // The news of a sign-in may have come before its end: the button for the way in is gone then.
+    // The event of the sign-in may arrive before the sign-in ends. The sign-in button is hidden then.
     (m_focusBefore->isVisible() ? m_focusBefore.data() : m_header->wayInOrOut())->setFocus();
 }
 

@@ -16,14 +16,14 @@ class Product;
 class SettingsPanel;
 class TokensPanel;
 
-/// The window: puts the panels together and connects them with the product.
+/// The window. It combines the panels and connects them with the product.
 ///
 /// Thread: the main thread. Owner: main(). The product outlives it.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    /// Opens an address in the user's browser; false when that did not work.
+    /// Opens an address in the user's browser; false when that failed.
     using OpenAddress = std::function<bool(const QString&)>;
 
     MainWindow(Product& product, const QString& productName, OpenAddress openAddress);
@@ -42,7 +42,8 @@ private:
     Product& m_product;
     const OpenAddress m_openAddress;
     QString m_page;
-    // Where the keyboard was before the work began that disabled it, and where it went then. The user may move it meanwhile.
+    // The widget that had the focus before an action disabled it, and the one that had it during the action. The focus is
+    // restored unless the user has moved it.
     QPointer<QWidget> m_focusBefore;
     QPointer<QWidget> m_focusDuring;
     bool m_isIdle = true;

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Amber reads as a warning on a light ground and on a dark one.
+// Amber is recognized as a warning on a light and on a dark background.
 const QColor warningColour(0xe0, 0x8a, 0x00);
 
 QPixmap warningSign(const QWidget& widget) {

@@ -6,8 +6,8 @@
 #include <QLabel>
 #include <QPushButton>
 
-/// A failure in words: what happened, what to do, and the way to the log. It stays until it is closed or something else went
-/// well.
+/// A failure in words: what happened, what to do, and a button that opens the log. It stays until the user closes it or a later
+/// action succeeds.
 ///
 /// Thread: the main thread. Owner: the main window.
 class NoticeBar : public Card {

@@ -9,9 +9,9 @@ using namespace Velquor::WebServices;
 
 namespace {
 
-// Events tell of changes at once; this is for what no event tells, such as a state file that was removed by hand.
+// Events report changes at once. This interval finds changes without an event, such as a state file that was removed by hand.
 constexpr int lookIntervalMs = 5000;
-// The library renews what it knows about once a day; asking it again costs nothing, and finds what was not known before.
+// The library renews known replies about once a day. Reading them again costs nothing, and finds replies that were missing.
 constexpr int detailsIntervalMs = 30000;
 
 } // namespace
@@ -127,7 +127,7 @@ void Product::act(Activity activity, const std::function<Outcome()>& call) {
 void Product::finish(const Outcome& outcome) {
     const Activity done = m_activity;
     const bool isPageReady = !outcome.page.isEmpty();
-    // A sign-in that the service did not complete can be continued: its page is still the same.
+    // When the service did not complete a sign-in, the user can continue with the same page.
     const bool isPageStillOpen = done == Activity::Completing && outcome.failure.isFailure();
     setActivity(isPageReady || isPageStillOpen ? Activity::WaitingForBrowser : Activity::Idle);
     if (outcome.failure.isFailure())

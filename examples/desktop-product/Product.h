@@ -11,10 +11,11 @@
 #include <QTimer>
 #include <functional>
 
-/// The product behind the window: owns the use of the library, is the only one that calls it, and tells the window in signals.
+/// The product behind the window. It is the only class that uses the library, and it notifies the window by signals.
 ///
-/// Thread: the main thread. The library is begun and ended there, which is quick; every other call runs on a worker: one that
-/// acts, one that looks, and one that waits for what the web services say of the user. Owner: main(). Errors: `failed`.
+/// Thread: the main thread. It initializes and uninitializes the library there, which is quick. Every other call runs on a
+/// worker: one for actions, one that reads the state, and one that waits for the replies of the web services about the user.
+/// Owner: main(). Errors: `failed`.
 class Product : public QObject {
     Q_OBJECT
 
@@ -25,12 +26,12 @@ public:
     };
 
     explicit Product(Options options);
-    /// Ends what is under way at once, and the library.
+    /// Ends the current action and the library at once.
     ~Product() override;
 
     void start();
     void signIn();
-    /// To be called when the browser says that the user is signed in there.
+    /// Call it when the browser shows that the user is signed in there.
     void completeSignIn();
     void signOut();
     void renewAccessToken();
@@ -38,9 +39,9 @@ public:
     void switchServer(Velquor::WebServices::Server server);
     void storeProxy(const ProxySettings& proxy);
     void clearProxy();
-    /// Gives up what is under way. A call that waits is ended by ending the library, which is begun anew.
+    /// Cancels the current action. A call that waits is ended by uninitializing the library, which is then initialized again.
     void cancel();
-    /// Asks the web services anew for what they say of the user.
+    /// Queries the web services about the user again.
     void refresh();
 
     [[nodiscard]] Activity activity() const { return m_activity; }
@@ -73,7 +74,7 @@ private:
     AccountState m_state;
     AccountDetails m_details;
     bool m_isReadingDetails = false;
-    // Counted up when the answers that are under way are no longer wanted.
+    // Incremented when results that are still to arrive must be ignored.
     int m_actionRound = 0;
     int m_signInRound = 0;
     int m_lookRound = 0;

@@ -1,4 +1,4 @@
-// What the product does with the library.
+// The calls of the library that change its state.
 
 #include "ProductCalls.h"
 

@@ -5,17 +5,16 @@
 
 #include <QString>
 
-/// How one action ended: with a failure, or well; the sign-in page is given by `requestPage` alone.
+/// The result of one action: a failure or success. Only `requestPage` sets the sign-in page.
 struct Outcome {
     Failure failure;
     QString page;
 };
 
-/// The calls of the library, each with what it means for the person in front of the window. They wait for the network or for
-/// files.
+/// The calls of the library, each with its failure in words for the user. They wait for the network or for files.
 ///
-/// Thread: the workers of the product, never the main thread. Errors: the outcome; a library that is not initialized fails the
-/// call.
+/// Thread: the workers of the product, never the main thread. Errors: the outcome. When the library is not initialized, the call
+/// fails.
 class ProductCalls {
 public:
     ProductCalls() = delete;
@@ -35,10 +34,10 @@ public:
     [[nodiscard]] static Outcome storeProxy(const ProxySettings& proxy);
     [[nodiscard]] static Outcome clearProxy();
 
-    /// Returns at once, but for the moment in which another process writes the login state.
+    /// Does not wait, except for a moment while another process writes the login state.
     [[nodiscard]] static AccountState readState();
-    /// Waits for the web services as long as they were never asked.
+    /// Waits for a reply of the web services that is not known yet.
     [[nodiscard]] static AccountDetails readDetails();
-    /// Makes the next `readDetails` ask anew.
+    /// The next `readDetails` queries the web services again.
     static void forgetDetails();
 };

@@ -1,4 +1,4 @@
-// What the product asks the library.
+// The calls of the library that read its state.
 
 #include "ProductCalls.h"
 
@@ -21,7 +21,7 @@ QString text(WebServicesManager& manager, GetText get) {
     return QString::fromWCharArray(buffer.data());
 }
 
-/// The names of the services in the reply about what the user may use.
+/// The names of the services in the entitlement reply.
 QStringList serviceNames(const QString& reply) {
     QStringList names;
     QXmlStreamReader reader(reply);

@@ -1,4 +1,4 @@
-// How the product keeps the window up to date.
+// Keeps the window up to date.
 
 #include "Product.h"
 
@@ -19,7 +19,7 @@ void Product::look() {
         QMetaObject::invokeMethod(
             this,
             [this, state, round] {
-                // While the library begins it does not know the user yet; there is a look after that.
+                // While the library starts, it does not know the user yet. The state is read again after the start.
                 if (round == m_lookRound && m_activity != Activity::Starting)
                     takeState(state);
             },

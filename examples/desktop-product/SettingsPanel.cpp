@@ -77,7 +77,7 @@ Card* SettingsPanel::makeProxyCard() {
 }
 
 void SettingsPanel::showState(const AccountState& state) {
-    // A choice that was not carried out yet is the user's own.
+    // Keeps a choice that the user has made but not applied yet.
     if (state.server != m_server)
         m_servers->setCurrentIndex(m_servers->findData(static_cast<int>(state.server)));
     m_server = state.server;

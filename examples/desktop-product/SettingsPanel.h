@@ -11,7 +11,7 @@
 
 class Card;
 
-/// Which server is used, and the proxy of this user.
+/// The current server and the proxy of this user.
 ///
 /// Thread: the main thread. Owner: the main window.
 class SettingsPanel : public QWidget {

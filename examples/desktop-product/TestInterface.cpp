@@ -17,7 +17,7 @@
 namespace {
 
 const auto quitCommand = QStringLiteral("quit");
-// As the quality of a PNG: compressed best.
+// The quality that compresses a PNG most.
 constexpr int smallestFile = 0;
 
 void print(const QJsonObject& object) {
@@ -60,7 +60,7 @@ TestInterface::TestInterface(QWidget& window)
 }
 
 TestInterface::~TestInterface() {
-    // The thread may wait for a line that never comes; the process is about to end and takes it along.
+    // The thread may wait for a line that never arrives. It ends with the process, which is about to exit.
     if (m_reader.joinable())
         m_reader.detach();
 }

@@ -6,15 +6,14 @@
 #include <QWidget>
 #include <thread>
 
-/// For tests: tells where the parts of the window are and what they show, so that a test can use the real keyboard and mouse on
-/// them.
+/// Gives tests the positions and the content of the window's parts, so that a test can operate them with the real keyboard and
+/// mouse.
 ///
-/// Reads commands from the standard input, one a line, and answers each with one line of JSON:
-/// `part NAME` (what it shows, and its middle on the screen), `focus` (the part that has the keyboard), `picture FILE` and
-/// `screen FILE` (write the window, or all that is on the screen, as PNG), `size WIDTH HEIGHT`, `quit`. The end of the input
-/// quits too.
+/// Reads commands from the standard input, one per line, and answers each with one line of JSON:
+/// `part NAME` (its content, and its centre on the screen), `focus` (the part with the keyboard focus), `picture FILE` and
+/// `screen FILE` (write the window, or the whole screen, as PNG), `size WIDTH HEIGHT`, `quit`. The end of the input quits too.
 ///
-/// Thread: the main thread, with a thread of its own that waits for lines. Owner: main().
+/// Thread: the main thread; a separate thread waits for lines. Owner: main().
 class TestInterface : public QObject {
     Q_OBJECT
 
@@ -23,7 +22,7 @@ public:
     ~TestInterface() override;
 
     void start();
-    /// Tells the test which address a browser would have been given.
+    /// Gives the test the address that a browser would have opened.
     static void tellAddress(const QString& address);
 
 signals:

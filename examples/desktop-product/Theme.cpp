@@ -10,7 +10,7 @@ struct Colours {
     QRgb window, base, alternate, text, quiet, button, highlight, highlightedText, edge;
 };
 
-// Text has a contrast of at least 4.5 to 1 on each of its grounds, also the quiet one.
+// Each text has a contrast of at least 4.5 to 1 on each of its backgrounds, including the text in the quieter colour.
 constexpr Colours light{0xf3f4f7, 0xffffff, 0xf7f8fa, 0x1c2230, 0x566072, 0xfcfcfd, 0x2563c9, 0xffffff, 0xc9cfd9};
 constexpr Colours dark{0x191c22, 0x23272f, 0x282d36, 0xe7eaf0, 0xa3acbb, 0x323843, 0x6ea3ff, 0x10141b, 0x434b59};
 
@@ -36,7 +36,7 @@ QPalette paletteOf(const Colours& colours) {
 } // namespace
 
 void applyTheme(Theme theme) {
-    // The one style that paints buttons in their palette everywhere: the button to press next stands out by that.
+    // This is the only style that paints buttons in their palette on every system. The highlight of the next button needs it.
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     if (theme != Theme::System)
         QApplication::setPalette(paletteOf(theme == Theme::Light ? light : dark));

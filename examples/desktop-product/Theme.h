@@ -1,7 +1,7 @@
 #pragma once
 
-/// The light and the dark palette that can be asked for; without one the window follows the system. Thread: the main thread,
-/// before the first window.
+/// The light and the dark palette that the user can select. Without a selection the window follows the system. Thread: the main
+/// thread, before the first window.
 enum class Theme { System, Light, Dark };
 
 void applyTheme(Theme theme);

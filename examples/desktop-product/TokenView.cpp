@@ -8,7 +8,7 @@
 
 namespace {
 
-// The library renews a token when so many seconds are left.
+// The library renews a token this many seconds before it expires.
 constexpr qint64 renewalMargin = 300;
 
 QString spanText(qint64 seconds) {

@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <QWidget>
 
-/// One token: whether there is one, and how long until it expires and until it is renewed, counted down each second.
+/// One token: whether it exists, and the time until it expires and until it is renewed, updated each second.
 ///
 /// Thread: the main thread. Owner: the tokens panel.
 class TokenView : public QWidget {
@@ -18,7 +18,7 @@ public:
 
     void showToken(const TokenFacts& token, bool isSignedIn);
     void setIdle(bool isIdle);
-    /// Shows the spans as they are now.
+    /// Shows the present remaining times.
     void tick();
 
 signals:

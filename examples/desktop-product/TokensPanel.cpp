@@ -38,6 +38,6 @@ void TokensPanel::showActivity(Activity activity) {
 void TokensPanel::tick() {
     m_access->tick();
     m_oauth2->tick();
-    // On the second, so that two windows beside each other count as one.
+    // At the full second, so that two windows count down at the same time.
     m_timer.start(secondMs - QTime::currentTime().msec());
 }

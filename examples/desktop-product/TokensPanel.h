@@ -6,7 +6,7 @@
 
 #include <QTimer>
 
-/// The two tokens that the library keeps fresh for this product.
+/// The two tokens that the library renews for this product.
 ///
 /// Thread: the main thread. Owner: the main window.
 class TokensPanel : public Card {

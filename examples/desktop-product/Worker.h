@@ -6,11 +6,11 @@
 #include <mutex>
 #include <thread>
 
-/// A thread that does one job after the other, so that no call that may wait is made on the main thread.
+/// A thread that runs one job after the other, so that no call that may wait runs on the main thread.
 ///
-/// Not a thread with an event loop on purpose: the library handles events while it waits, and a job that is queued as an event
-/// could begin inside of another one. Thread: any. Owner: the product. Destruction drops what has not begun and waits for the
-/// rest.
+/// It has no event loop on purpose. The library handles events while it waits, so a job that is queued as an event could start
+/// inside another one. Thread: any. Owner: the product. Destruction drops jobs that have not started and waits for the current
+/// one.
 class Worker {
 public:
     Worker();
@@ -19,7 +19,7 @@ public:
     Worker& operator=(const Worker&) = delete;
 
     void post(std::function<void()> job);
-    /// Drops the jobs that have not begun.
+    /// Drops the jobs that have not started.
     void clear();
 
 private:

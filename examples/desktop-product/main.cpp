@@ -16,9 +16,9 @@ namespace {
 
 const auto testOption = QStringLiteral("test-interface");
 
-// Products trust a service through their own TLS configuration; errors are never ignored.
+// A product trusts a service through its own TLS configuration. TLS errors are never ignored.
 bool trustAuthority(const QString& file) {
-    // Not fromPath(), which looks through whole folders for a file that is not there.
+    // Not fromPath(), which searches whole folders when the file does not exist.
     QFile source(file);
     const QList<QSslCertificate> certificates =
         source.open(QIODevice::ReadOnly) ? QSslCertificate::fromDevice(&source) : QList<QSslCertificate>();

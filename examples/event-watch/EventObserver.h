@@ -7,18 +7,18 @@
 
 /// Prints every event with its time, its origin and its product.
 ///
-/// A product derives from the newest observer interface whose events it wants and overrides those; the others do nothing. The
-/// library calls it on the thread of `Initialize`, holding no lock, so it may call the library. Thread: the main thread. Owner:
-/// main(), which removes it before it goes.
+/// A product derives from the newest observer interface with events that it needs, and overrides their operations. The other
+/// operations do nothing. The library holds no lock during a call, so the observer may call the library. Thread: that of
+/// `Initialize`, the main thread. Owner: main(), which removes it before destruction.
 class EventObserver : public Velquor::WebServices::IWebServicesObserver3 {
 public:
-    /// What happens inside of a call of this program was caused by it; all else comes from another program of the user, or from
-    /// a timer of the library that keeps tokens fresh.
+    /// This program causes the events during its own calls. All other events come from another program of the user, or from a
+    /// timer of the library that renews tokens.
     void setInsideOwnCall(bool isInside) { m_isInside = isInside; }
 
     void LoggedIn() override { print("LoggedIn"); }
     void LoginRestored() override { print("LoginRestored"); }
-    // Leaving `veto` alone lets the sign-out happen. A product with unsaved work in the cloud would ask its user here.
+    // Without a change of `veto` the sign-out happens. A product with unsaved work in the cloud would ask its user here.
     void AboutToLogout(bool& veto) override { print(veto ? "AboutToLogout (another observer vetoed)" : "AboutToLogout"); }
     void LoggingOut() override { print("LoggingOut"); }
     void LoggedOut() override { print("LoggedOut"); }
@@ -36,7 +36,7 @@ public:
     void OAuth2TokenQueryFailed(const wchar_t* key) override { print("OAuth2TokenQueryFailed", key); }
 
 private:
-    // The key is valid during the call only. Its last part tells products apart; the whole of it belongs in no log.
+    // The key is valid during the call only. Its last part identifies the product. The whole key must not be logged.
     void print(const char* event, const wchar_t* key = nullptr) const {
         const QString product = key ? QString::fromWCharArray(key).section(QLatin1Char('-'), -1) : QStringLiteral("all");
         const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);

@@ -8,7 +8,8 @@ using namespace Velquor::WebServices;
 
 namespace {
 
-// The keys that the maker of the services gave to the product. They are not for the command line, which every program can read.
+// The keys that the operator of the services gave to the product. They are not on the command line, since every program can read
+// that.
 WebServicesConfiguration configuration() {
     WebServicesConfiguration result;
     result.SetConsumerKey(qEnvironmentVariable("VQWS_CONSUMER_KEY").toStdWString().c_str());
@@ -19,14 +20,14 @@ WebServicesConfiguration configuration() {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Events are delivered by the event loop of this thread, the one that initializes the library.
+    // The event loop of this thread delivers the events, since this thread initializes the library.
     QCoreApplication application(argc, argv);
     WebServicesManager::SetSupportFileSearchPaths(qEnvironmentVariable("VQWS_SUPPORT").toStdWString().c_str());
     if (!WebServicesManager::Initialize())
         return 1;
     WebServicesManager* const manager = WebServicesManager::GetInstance();
     EventObserver observer;
-    // Before RestoreLogin, so that its event is heard too.
+    // Added before RestoreLogin, so that the observer receives its event too.
     manager->AddObserver(&observer);
     observer.setInsideOwnCall(true);
     const bool restored = manager->SetConfiguration(configuration()) && manager->RestoreLogin();
@@ -34,7 +35,7 @@ int main(int argc, char** argv) {
     if (!restored)
         std::fputs("event-watch: set VQWS_CONSUMER_KEY, VQWS_CONSUMER_SECRET and VQWS_SUPPORT, the folder of the URL files\n",
                    stderr);
-    // Until somebody ends the program; the library needs no farewell then, others clean up after it.
+    // Runs until the program is ended. The library needs no call then: other processes clean up after it.
     const int status = restored ? QCoreApplication::exec() : 1;
     manager->RemoveObserver(&observer);
     WebServicesManager::Uninitialize();

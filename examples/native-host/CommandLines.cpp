@@ -14,6 +14,6 @@ CommandLines::CommandLines(DWORD mainThread)
     }) {}
 
 CommandLines::~CommandLines() {
-    // The thread may wait for a line that never comes; the process is about to end and takes it along.
+    // The thread may wait for a line that never arrives. It ends with the process, which is about to exit.
     m_thread.detach();
 }

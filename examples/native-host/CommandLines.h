@@ -4,13 +4,13 @@
 #include <thread>
 #include <windows.h>
 
-/// Reads lines from the standard input on a thread of its own and posts each to the main thread as a message, as any native
-/// program tells its message loop that there is something to do.
+/// Reads lines from the standard input on a separate thread, and posts each line to the main thread as a message. This is the
+/// usual way to give work to the message loop of a native program.
 ///
-/// Thread: made on the main thread. Owner: main().
+/// Thread: created on the main thread. Owner: main().
 class CommandLines {
 public:
-    /// Posted with a `std::string*` as LPARAM that the receiver deletes; null at the end of the input.
+    /// The message has a `std::string*` as LPARAM, which the receiver deletes; null at the end of the input.
     static constexpr UINT message = WM_APP + 1;
 
     explicit CommandLines(DWORD mainThread);

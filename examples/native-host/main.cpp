@@ -1,8 +1,8 @@
-// A native Windows product: a message loop of its own, no framework. It signs in through the user's browser and hears of changes
-// through the library's event hook.
+// A native Windows product with its own message loop and no framework. It signs in through the user's browser, and receives
+// changes through the library's event hook.
 //
 // Usage: native-host CONSUMER-KEY CONSUMER-SECRET SUPPORT-FOLDER
-// Commands on the standard input, one a line: status, sign-in, complete, sign-out, quit.
+// Commands on the standard input, one per line: status, sign-in, complete, sign-out, quit.
 
 #include "CommandLines.h"
 
@@ -26,7 +26,7 @@ void print(const std::wstring& text) {
     std::fflush(stdout);
 }
 
-// True while the main thread takes a message from its queue, which is when the event hook works.
+// True while the main thread takes a message from its queue. The event hook runs during that time.
 bool isTakingMessage = false;
 
 bool takeMessage(MSG& message) {
@@ -36,7 +36,7 @@ bool takeMessage(MSG& message) {
     return taken;
 }
 
-/// Called on the main thread: by the event hook, or inside a call of the library that found something out.
+/// Called on the main thread: by the event hook, or inside a call of the library that detected a change.
 class Observer : public IWebServicesObserver {
 public:
     void LoggedIn() override { tell(L"LoggedIn"); }
@@ -73,12 +73,12 @@ void signIn(WebServicesManager& manager) {
     print(manager.InitiateLogin(url.get(), urlSize) ? std::wstring(L"open ") + url.get() : L"the sign-in could not be started");
 }
 
-/// Waits for the server, so a product with a window does it beside its message loop.
+/// Waits for the server. So a product with a window runs it on another thread than its message loop.
 void complete(WebServicesManager& manager) {
     std::thread([&manager] { print(manager.CompleteLogin() ? L"completed" : L"the sign-in was not completed"); }).detach();
 }
 
-/// False when the host is to end.
+/// False when the host must end.
 bool execute(WebServicesManager& manager, const std::string& command) {
     if (command == "status")
         printStatus();

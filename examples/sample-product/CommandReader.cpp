@@ -4,7 +4,7 @@
 #include <string>
 
 CommandReader::~CommandReader() {
-    // The thread may wait for a line that never comes; the process is about to end and takes it along.
+    // The thread may wait for a line that never arrives. It ends with the process, which is about to exit.
     if (m_thread.joinable())
         m_thread.detach();
 }

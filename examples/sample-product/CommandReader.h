@@ -4,9 +4,10 @@
 #include <QString>
 #include <thread>
 
-/// Reads lines from the standard input on a thread of its own, since neither system can wait for it in Qt's event loop alike.
+/// Reads lines from the standard input on a separate thread, since Qt's event loop cannot wait for it in the same way on both
+/// systems.
 ///
-/// Thread: lives on the main thread, where `lineRead` and `ended` are delivered. Owner: main().
+/// Thread: the main thread, where `lineRead` and `ended` are delivered. Owner: main().
 class CommandReader : public QObject {
     Q_OBJECT
 

@@ -47,7 +47,7 @@ bool Product::start() {
 }
 
 void Product::enqueue(const QString& line) {
-    // The library handles events while it waits for the network, so the next command can arrive inside the current one.
+    // The library handles events while it waits for the network, so the next command can arrive during the current one.
     m_lines.append(line);
     if (m_lines.size() > 1)
         return;

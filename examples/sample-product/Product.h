@@ -7,7 +7,7 @@
 #include <VqWebServices/WebServicesManager.h>
 #include <vector>
 
-/// A product that uses the library as any other would, and reports what it sees.
+/// A product that uses the library like any other, and reports the results.
 ///
 /// Thread: the main thread. Owner: main(). Every command answers with one object: {"command": ..., "ok": ..., ...}.
 class Product : public QObject, public Velquor::WebServices::IWebServicesObserver {
@@ -25,7 +25,7 @@ public:
 
     /// Initializes the library, sets the configuration and restores the login. False when the library refuses.
     bool start();
-    /// Carries a command out, after those that are still at work.
+    /// Runs a command, after those that are still running.
     void enqueue(const QString& line);
 
     void LoggedIn() override;

@@ -1,4 +1,4 @@
-// The requests that the product sends itself, signed by the library.
+// The requests that the product sends itself. The library signs them.
 
 #include "Product.h"
 

@@ -1,15 +1,15 @@
 #pragma once
 
 /// @file
-/// The one exported function, and the interface of the object that it hands out.
+/// The only exported function, and the interface of the object that it returns.
 
 #include <VqWebServices/VqWebServicesGlobal.h>
 
 namespace Velquor::WebServices {
 
-/// The little that callers need who cannot use the exported classes. The order of the operations is fixed.
+/// A small interface for callers that cannot use the exported classes. The order of the operations is fixed.
 ///
-/// Owner: the library; never deleted by the caller. Thread: any. Errors: the empty text and 0, with one log line.
+/// Owner: the library; the caller never deletes it. Thread: any. Errors: the empty text and 0, with one log line.
 class IWebServicesManager {
 public:
     virtual ~IWebServicesManager() = default;
@@ -23,5 +23,5 @@ public:
 
 } // namespace Velquor::WebServices
 
-/// The library's object, owned by the library and valid while the library is initialized; null otherwise. Thread: any.
+/// The library's object. The library owns it. It is valid while the library is initialized, and null otherwise. Thread: any.
 extern "C" VQWEBSERVICES_EXPORT Velquor::WebServices::IWebServicesManager* GetIWebServicesManager();

@@ -2,16 +2,17 @@
 
 namespace Velquor::WebServices {
 
-/// What a product implements to hear of changes of the sign-in, in this process or made by another one.
+/// A product implements this interface to receive changes of the sign-in, in this process or by another one.
 ///
-/// Registered with `WebServicesManager::AddObserver`, called on the thread that initialized the library (the host's main thread),
-/// with no lock held; it may call the library, add and remove observers, sign in and sign out. Held by pointer, never owned or
-/// deleted by the library: remove it before it goes. What it throws is caught and logged.
+/// Registered with `WebServicesManager::AddObserver`. Thread: called on the thread that initialized the library (the host's main
+/// thread), with no lock held. An observer may call the library, add and remove observers, sign in and sign out. Owner: the
+/// product. The library keeps a pointer and never deletes the observer; remove it before it is destroyed. Errors: the library
+/// catches and logs exceptions.
 class IWebServicesObserver {
 public:
     virtual ~IWebServicesObserver() = default;
 
-    /// A user signed in. Not called for observers after one that signed the user out again.
+    /// A user signed in. When an observer signs the user out again, the observers after it are not called.
     virtual void LoggedIn() {}
 
     /// `RestoreLogin` has read the login state of all products; a user may or may not be signed in.
@@ -23,7 +24,7 @@ public:
     /// The user was signed out.
     virtual void LoggedOut() {}
 
-    /// The server was changed at the wish of the product with this consumer key (null-terminated, valid during the call).
+    /// The product with this consumer key changed the server. The key is null-terminated and valid during the call.
     virtual void ServerChanged(const wchar_t* consumerKey) { static_cast<void>(consumerKey); }
 };
 

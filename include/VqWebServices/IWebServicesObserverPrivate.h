@@ -15,7 +15,7 @@ public:
 /// `IWebServicesObserver`.
 class IWebServicesSSOObserverPrivate : public IWebServicesObserver {
 public:
-    /// The sign-in dialog of the single-sign-on server was not answered in time.
+    /// The user did not answer the sign-in dialog of the single-sign-on server in time.
     virtual void LoginDialogTimeoutInVqSSOServer() {}
 };
 

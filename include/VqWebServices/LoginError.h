@@ -9,7 +9,7 @@ enum class LoginErrorEx {
     NotReady = 2,           ///< A configuration is missing, or `RestoreLogin` was not called.
     NoReply = 3,            ///< The service could not be reached: no reply, no connection, time-out, cancelled.
     NoSecureConnection = 4, ///< The TLS handshake failed, or the TLS library could not be loaded.
-    WrongSystemTime = 5,    ///< The service refused the request since the clock or time zone of the system is wrong.
+    WrongSystemTime = 5,    ///< The service refused the request because the clock or time zone of the system is wrong.
     Refused = 6,            ///< The service answered with an error status or an OAuth problem.
     InvalidReply = 7,       ///< The service answered 200 without the parameters of a request token.
     SigningFailed = 8,      ///< The request could not be signed.

@@ -8,11 +8,13 @@ class NetworkCookieImp;
 
 /// One HTTP cookie of the browser or of the service.
 ///
-/// Names and values are bytes, domain and path are texts; setters take them null-terminated and store them as given, a null
-/// pointer or more than 1048575 units count as empty. The getters of texts follow the text buffer rule, those of names and values
-/// the byte buffer rule: a null buffer yields the length in bytes; otherwise a 0 byte is written first when size is at least 1,
-/// min(length, size) bytes are copied, a 0 byte follows only when room is left, and the number of bytes copied is returned. A
-/// value that exactly fills the buffer is therefore not terminated.
+/// Names and values are bytes, domain and path are texts. Setters take them null-terminated and store them unchanged. A null
+/// pointer, or more than 1048575 units, counts as empty. Getters of texts follow the text buffer rule. Getters of names and
+/// values follow the byte buffer rule:
+///  - a null buffer: the result is the length in bytes;
+///  - otherwise, when size is at least 1, a 0 byte is written first;
+///  - min(length, size) bytes are copied, and their number is the result;
+///  - a 0 byte follows only when there is space for it, so a value that exactly fills the buffer is not terminated.
 ///
 /// Thread: any, one at a time for each object. Owner: the caller. Errors: none.
 class VQWEBSERVICES_EXPORT NetworkCookie {
@@ -34,8 +36,8 @@ public:
     /** @} */
 
     /** @{ */
-    /// Whether the cookie is for secure connections only, and whether it is hidden from the scripts of a page; both false unless
-    /// set.
+    /// Whether the cookie is for secure connections only, and whether it is hidden from the scripts of a page. Both are false by
+    /// default.
     void SetSecure(bool secure);
     bool IsSecure() const;
     void SetHttpOnly(bool httpOnly);
@@ -49,7 +51,7 @@ public:
     /** @} */
 
     /** @{ */
-    /// Domain and path that the cookie is sent to; text buffer rule.
+    /// Domain and path to which the cookie is sent; text buffer rule.
     void SetDomain(const wchar_t* domain);
     int GetDomain(wchar_t* buffer, int size) const;
     void SetPath(const wchar_t* path);

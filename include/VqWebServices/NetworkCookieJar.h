@@ -6,7 +6,7 @@ namespace Velquor::WebServices {
 
 class NetworkCookieJarImp;
 
-/// An ordered list of cookies, as a browser hands them over after a sign-in.
+/// An ordered list of cookies, for instance those of a browser after a sign-in.
 ///
 /// Thread: any, one at a time for each object. Owner: the caller. Errors: none.
 class VQWEBSERVICES_EXPORT NetworkCookieJar {
@@ -21,7 +21,7 @@ public:
 
     /// Appends a copy; always true.
     bool AddCookie(const NetworkCookie& cookie);
-    /// How many cookies there are; 0 or more.
+    /// The number of cookies; 0 or more.
     int GetCookieCount() const;
     /// A copy of the cookie at the index (0 to count - 1); an empty cookie for any other index.
     NetworkCookie GetCookie(int index) const;

@@ -6,7 +6,7 @@ namespace Velquor::WebServices {
 
 class OAuth2TokenImp;
 
-/// An OAuth2 access token with its spec. It carries no expiry of its own.
+/// An OAuth2 access token with its spec. It does not contain an expiry date.
 ///
 /// Thread: any, one at a time for each object. Owner: the caller.
 class VQWEBSERVICES_EXPORT OAuth2Token {
@@ -25,11 +25,11 @@ public:
     /// The length of the token in units of `wchar_t`, without terminator.
     int GetTokenSize() const;
 
-    /// The terminated token; valid while this object lives and is unchanged.
+    /// The terminated token. The pointer is valid while this object exists and is not changed.
     const wchar_t* GetToken() const;
 
-    /// Copies the whole terminated token and returns its length; a null buffer yields the length. Never truncates: a buffer
-    /// smaller than length + 1 becomes the empty text, the result is 0 and an error is logged.
+    /// Copies the whole terminated token and returns its length. With a null buffer it only returns the length. It never
+    /// truncates: a buffer smaller than length + 1 receives the empty text, the result is 0 and an error is logged.
     int GetToken(wchar_t* buffer, int size) const;
 
     /// A copy of the spec.

@@ -6,23 +6,23 @@ namespace Velquor::WebServices {
 
 class OAuth2TokenSpecImp;
 
-/// The kinds of OAuth2 token. The numbers travel in files and JSON; 0 is invalid.
+/// The kinds of OAuth2 token. The numbers are used in files and JSON; 0 is invalid.
 enum OAuth2TokenType : int {
-    InvalidTokenType = 0, ///< No token can be asked for with it.
+    InvalidTokenType = 0, ///< No token can be requested with it.
     RT = 1,               ///< The kind of a product's default token.
     JWT = 2,              ///< A JSON web token.
 };
 
 /// Identifies an OAuth2 token by type and scope.
 ///
-/// A scope is normalised when it is set: trimmed, split at blanks, sorted ignoring case, joined by single blanks; so the
-/// order and the case of scope words make no difference to equality.
+/// A scope is normalised when it is set: it is trimmed, split at blanks, sorted ignoring case, and joined by single blanks. So
+/// equality ignores the order and the case of scope words.
 /// Thread: any, one at a time for each object. Owner: the caller. Errors: none.
 class VQWEBSERVICES_EXPORT OAuth2TokenSpec {
 public:
-    /// Type `RT`, the empty scope.
+    /// Creates a spec with type `RT` and the empty scope.
     OAuth2TokenSpec();
-    /// This type, and the scope as `SetScope` stores it.
+    /// Creates a spec with this type, and with the scope as `SetScope` stores it.
     OAuth2TokenSpec(OAuth2TokenType type, const wchar_t* scope);
     /** @{ */
     /// Copies share nothing.
@@ -42,8 +42,8 @@ public:
     bool SetScope(const wchar_t* scope);
 
     /** @{ */
-    /// Specs are equal when their types are, and their scopes ignoring case. The spec of the token that
-    /// `WebServicesManager::EnableOAuth2` enables with true equals none that is made here.
+    /// Specs are equal when their types are equal, and their scopes ignoring case. `WebServicesManager::EnableOAuth2` with true
+    /// enables a token whose spec is not equal to any spec that a caller can create.
     bool operator==(const OAuth2TokenSpec& other) const;
     bool operator!=(const OAuth2TokenSpec& other) const;
     /** @} */

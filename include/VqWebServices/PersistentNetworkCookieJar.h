@@ -7,18 +7,18 @@
 
 namespace Velquor::WebServices {
 
-/// The cookie jar of a network access manager whose cookies can be read and replaced as a whole, to keep them elsewhere.
+/// A cookie jar of a network access manager. All its cookies can be read and replaced at once, to store them elsewhere.
 ///
 /// Thread: that of its network access manager. Owner: its parent, usually that manager. Errors: none.
 class VQWEBSERVICES_EXPORT PersistentNetworkCookieJar : public QNetworkCookieJar {
 public:
-    /// An empty jar; the parent, when there is one, deletes it.
+    /// Creates an empty jar. The parent, if any, deletes it.
     explicit PersistentNetworkCookieJar(QObject* parent = nullptr);
     ~PersistentNetworkCookieJar() override;
 
-    /// Copies of all cookies, in no order that is promised.
+    /// Copies of all cookies, in no particular order.
     QList<QNetworkCookie> GetAllCookies() const;
-    /// Puts these cookies in the place of all others, without a look at their domains.
+    /// Replaces all cookies with these, without a check of their domains.
     void SetAllCookies(const QList<QNetworkCookie>& cookies);
 };
 

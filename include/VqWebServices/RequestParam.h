@@ -5,8 +5,8 @@ namespace Velquor::WebServices {
 /// One parameter of a request to sign, not percent-encoded: a query parameter, or a field of a form body
 /// (RFC 5849, section 3.4.1.3.1). Both texts are null-terminated; a null value counts as the empty text, a null name is refused.
 struct RequestParam {
-    const wchar_t* name;  ///< Not null and not empty; stays the caller's.
-    const wchar_t* value; ///< May be null; stays the caller's.
+    const wchar_t* name;  ///< Not null and not empty; the caller owns it.
+    const wchar_t* value; ///< May be null; the caller owns it.
 };
 
 /// The HTTP methods known to the signer.
@@ -37,7 +37,7 @@ enum class HttpMethod {
 enum class ParsingMode {
     QueryString = 0,         ///< name=value joined with "&": the OAuth parameters, for a query string.
     AuthorizationHeader = 1, ///< `OAuth name="value",...`: the value of the header "Authorization" (RFC 5849, section 3.5.1).
-    SignedUrl = 2,           ///< The whole URL, the request's and the OAuth parameters in its query, its fragment kept.
+    SignedUrl = 2,           ///< The whole URL with its fragment; its query has the request's and the OAuth parameters.
     FormBody = 3,            ///< As `QueryString`, with the given request parameters before the OAuth ones, for a form body.
 };
 

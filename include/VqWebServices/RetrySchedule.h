@@ -5,23 +5,22 @@
 
 namespace Velquor::StdUtil {
 
-/// When to try again what has failed: for a while at one interval, then for a while at the next, and so on.
+/// A schedule for retries after a failure. Each entry gives an interval and the period for which it is used.
 ///
 /// A plain value for modules that are built with the library's own compiler. Thread: any, one at a time for each object.
 struct RetrySchedule {
-    /// For so many milliseconds, try again after each so many. The interval of the last entry stays until the maximum period
-    /// ends.
+    /// Retries at this interval, for this period. The interval of the last entry stays in use until the maximum period ends.
     struct Entry {
-        qint64 period = 0;   ///< Milliseconds that this entry is in force; not negative.
+        qint64 period = 0;   ///< Milliseconds for which this entry is used; not negative.
         qint64 interval = 0; ///< Milliseconds between two tries; at least 1, and short enough for a timer.
 
-        /// The same milliseconds.
+        /// Entries are equal when their period and interval are.
         bool operator==(const Entry& other) const { return period == other.period && interval == other.interval; }
     };
 
-    /// Milliseconds after which nothing is tried any more; 0: there is no end.
+    /// Milliseconds after which the retries end; 0: they do not end.
     qint64 maximumPeriod = 0;
-    /// None: nothing is tried again.
+    /// The entries in their order. Without entries there are no retries.
     std::vector<Entry> entries;
 
     /** @{ */

@@ -4,7 +4,7 @@ namespace Velquor::WebServices {
 
 /// Whether the signed-in user may use a service. The numbers are part of the exported interface.
 enum class ServiceEntitlement {
-    Unknown = 0,        ///< The list of services is not known: none was received since the sign-in, or the service name is empty.
+    Unknown = 0,        ///< No list of services was received since the sign-in, or the service name is empty.
     Entitled = 1,       ///< The user may use the service.
     NotEntitled = 2,    ///< The list does not name the service, or says that the user may not use it.
     Trial = 3,          ///< The user may use the service for a trial period.

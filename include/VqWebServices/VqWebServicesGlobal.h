@@ -1,16 +1,16 @@
 #pragma once
 
 /// @file
-/// What every public header shares: the export macro and the description of the calling conventions.
+/// The export macro and the calling conventions, which all public headers share.
 
 /// @mainpage Reference
 ///
-/// `Velquor::WebServices::WebServicesManager` is the library for a process that is one product, `WebServicesManagerEx` the same
-/// for several; observers, `Velquor::WebServices::IWebServicesObserver` and those derived from it, hear of changes. These
-/// conventions hold for every operation.
+/// `Velquor::WebServices::WebServicesManager` is the library for a process that is one product. `WebServicesManagerEx` is the
+/// library for a process with several products. Observers, `Velquor::WebServices::IWebServicesObserver` and the interfaces
+/// derived from it, receive changes. The following conventions hold for every operation.
 ///
-/// Texts handed in are null-terminated UTF-16 (Windows) or UTF-32 and stay the caller's; null, or more than 1048575 units, counts
-/// as the empty text.
+/// Text arguments are null-terminated UTF-16 (Windows) or UTF-32. The caller keeps ownership. A null pointer, or a text of more
+/// than 1048575 units, counts as the empty text.
 ///
 /// Text buffer rule of every `(wchar_t* buffer, int size)` result (size in units of `wchar_t`, terminator included):
 ///  - a null buffer: nothing is written, the result is the length of the text without its terminator;
@@ -21,24 +21,25 @@
 ///
 /// `OAuth2Token::GetToken` and the text form of `GetOAuth2AccessToken` refuse instead of truncating.
 ///
-/// Failures are results (false, 0, null, an empty object) together with one log line; nothing is thrown to the caller.
+/// A failed operation returns its failure result (false, 0, null, an empty object) and logs one line. No exception reaches the
+/// caller.
 ///
-/// Memory handed out as `wchar_t*` or through `wchar_t*&` was allocated with `new wchar_t[]`; the caller frees it with
-/// `delete[]`. Dates are seconds since 1970-01-01 UTC.
+/// Memory returned as `wchar_t*` or through `wchar_t*&` was allocated with `new wchar_t[]`; the caller frees it with `delete[]`.
+/// Dates are seconds since 1970-01-01 UTC.
 ///
-/// Without "WebServices.logconfig" nothing signs in or signs and no token is given out: those operations have their failure
-/// result, and print why on the standard output, since there is no log.
+/// Without "WebServices.logconfig" the library does not sign in, does not sign requests and returns no tokens. Those operations
+/// return their failure result, and print the reason to the standard output, since there is no log.
 
 /// @namespace Velquor
-/// The maker's name space.
+/// The maker's namespace.
 
 /// @namespace Velquor::WebServices
-/// What the library exports.
+/// The exported interface of the library.
 
 /// @namespace Velquor::StdUtil
 /// Plain values that are shared with sibling modules.
 
 /// @namespace WebServicesPrivateCore
-/// What sibling modules share with the core of the library.
+/// Types that sibling modules share with the core of the library.
 
 #include <VqWebServices/VqWebServicesExport.h>

@@ -9,12 +9,12 @@ class WebServicesConfigurationImp;
 
 /// The configuration of one product (client) for one server: its OAuth keys and its identity.
 ///
-/// Setters take null-terminated text and store it as given; a null pointer counts as the empty text, the default of every text.
-/// Getters follow the text buffer rule (VqWebServicesGlobal.h). Copies share nothing. Keys and secrets are sealed in memory and
-/// never logged.
+/// Setters take null-terminated text and store it unchanged. A null pointer counts as the empty text, which is the default of
+/// every text. Getters follow the text buffer rule (VqWebServicesGlobal.h). Copies share nothing. Keys and secrets are encrypted
+/// in memory and never logged.
 ///
 /// Thread: any, one at a time for each object. Owner: the caller. Errors: none; `SetConfiguration` of the facades checks the
-/// whole.
+/// whole configuration.
 class VQWEBSERVICES_EXPORT WebServicesConfiguration {
 public:
     /** @{ */
@@ -38,7 +38,7 @@ public:
     /** @} */
 
     /** @{ */
-    /// Identity of the installed product, sent with the request for a request token when not empty.
+    /// Identity of the installed product. A text that is not empty is sent when the library requests a request token.
     void SetSerialNumber(const wchar_t* text);
     int GetSerialNumber(wchar_t* buffer, int size) const;
     void SetProductLineCode(const wchar_t* text);
@@ -56,20 +56,20 @@ public:
     /** @} */
 
     /** @{ */
-    /// Inert, kept for compatibility of the exported interface: the argument is ignored, the result is the empty text.
+    /// No effect; kept for compatibility of the exported interface. The argument is ignored, and the result is the empty text.
     void SetCIPUserId(const wchar_t* text);
     int GetCIPUserId(wchar_t* buffer, int size) const;
     /** @} */
 
     /** @{ */
-    /// The server this configuration is for; `Production` unless set.
+    /// The server of this configuration; the default is `Production`.
     void SetServer(Server server);
     Server GetServer() const;
     /** @} */
 
     /** @{ */
-    /// The OAuth2 client (key and secret) that obtains OAuth2 tokens, and the scope of the default one, words separated by
-    /// blanks; empty when the product uses none.
+    /// The OAuth2 client (key and secret) that obtains OAuth2 tokens, and the scope of the default token, words separated by
+    /// blanks. Empty when the product does not use OAuth2.
     void SetOAuth2ConsumerKey(const wchar_t* text);
     int GetOAuth2ConsumerKey(wchar_t* buffer, int size) const;
     void SetOAuth2ConsumerSecret(const wchar_t* text);

@@ -2,8 +2,8 @@
 
 namespace WebServicesPrivateCore {
 
-/// The changes of the sign-in state; the operation of an observer that has the same name says what each means. The numbers travel
-/// between processes of different versions; 18 is a gap that must stay.
+/// The changes of the sign-in state. The observer operation with the same name explains each event. Processes of different
+/// versions exchange the numbers; 18 must stay unused.
 enum class WebServicesEvent {
     AccountCreated = 0,
     LoggedIn = 1,

@@ -12,11 +12,11 @@
 
 namespace Velquor::WebServices {
 
-/// The library for a process in which several products share it: every operation names its client by the client key, usually the
-/// product's consumer key. An unknown key has the operation's failure result.
+/// The library for a process with several products. Every operation names its client by the client key, usually the product's
+/// consumer key. With an unknown key an operation returns its failure result.
 ///
-/// `WebServicesManager::Initialize` first. Thread: any. Owner: the library. Errors: as of `WebServicesManager`, whose word on
-/// cached replies and OAuth2 tokens holds here too.
+/// Call `WebServicesManager::Initialize` first. Thread: any. Owner: the library. Errors: as for `WebServicesManager`. Cached
+/// replies and OAuth2 tokens work as described there.
 class VQWEBSERVICES_EXPORT WebServicesManagerEx {
 public:
     /// The facade; null while the library is not initialized.
@@ -28,12 +28,13 @@ public:
     /// empty or its server is not a real one.
     bool SetConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration);
 
-    /// The client's configuration for the current server, an empty one when there is none. Valid until the next call on the same
-    /// thread.
+    /// The client's configuration for the current server; an empty one when there is none. The reference is valid until the next
+    /// call on the same thread.
     const WebServicesConfiguration& GetConfiguration(const QString& clientKey);
 
-    /// Changes the current server of all products, signing the user out of the one before. False when no URL file for the server
-    /// can be found, or when the sign-out failed; the server is unchanged then. Waits for the network when a user is signed in.
+    /// Changes the current server of all products, and signs the user out of the previous one. False when no URL file for the
+    /// server can be found, or when the sign-out failed; the server does not change then. Waits for the network when a user is
+    /// signed in.
     bool SetServer(const QString& clientKey, Server server);
 
     /// The folder for the client's cached replies; text buffer rule. Empty for an unknown client.
@@ -44,72 +45,72 @@ public:
     /// The name of the signed-in user, empty when nobody is signed in; text buffer rule.
     int GetLoginUserName(const QString& clientKey, wchar_t* buffer, int size);
 
-    /// True when a user, and the client's product with them, is signed in.
+    /// True when a user is signed in, and the client's product too.
     bool IsLoggedIn(const QString& clientKey);
 
-    /// True when a user, and the client's product with them, is signed in and the sign-in has not expired.
+    /// True when a user is signed in, and the client's product too, and the sign-in has not expired.
     bool IsLoginValid(const QString& clientKey);
 
-    /// The cookies of the sign-in as the value of an HTTP header "Cookie", in bytes without terminator. The result is their
-    /// number; `cookie` was allocated with `new unsigned char[]` and is freed by the caller with `delete[]`; null when there are
-    /// none (result 0).
+    /// The cookies of the sign-in as the value of an HTTP header "Cookie", in bytes without terminator. The result is the number
+    /// of bytes. `cookie` is allocated with `new unsigned char[]`, and the caller frees it with `delete[]`. Without cookies it is
+    /// null and the result is 0.
     int GetLoginCookie(const QString& clientKey, unsigned char*& cookie);
 
-    // What the web services know of the user
+    // Replies of the web services about the user
 
     /** @{ */
-    /// The user's e-mail address, first and last name; text buffer rule. Empty when the client is not signed in or nothing is
-    /// known.
+    /// The user's e-mail address, first and last name; text buffer rule. Empty when the client is not signed in, or when no reply
+    /// is known.
     int GetUserEmail(const QString& clientKey, wchar_t* buffer, int size);
     int GetUserFirstName(const QString& clientKey, wchar_t* buffer, int size);
     int GetUserLastName(const QString& clientKey, wchar_t* buffer, int size);
     /** @} */
 
-    /// The whole reply about the user, an XML text. `text` was allocated with `new wchar_t[]` and is freed by the caller with
-    /// `delete[]`; false and null when the client is not signed in or nothing is known.
+    /// The whole reply about the user, an XML text. `text` is allocated with `new wchar_t[]`, and the caller frees it with
+    /// `delete[]`. False and null when the client is not signed in, or when no reply is known.
     bool GetUserInfo(const QString& clientKey, wchar_t*& text);
 
     /// Whether the user may use the service of this name (case-sensitive). `NoLoginSession` when the client is unknown or not
     /// signed in.
     ServiceEntitlement GetServiceEntitlement(const QString& clientKey, const wchar_t* service);
-    /// The same with what the reply says of the service, an XML text; null when it does not name the service. `text` was
-    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`.
+    /// The same, with the part of the reply about the service as an XML text; null when the reply does not name the service.
+    /// `text` is allocated with `new wchar_t[]`, and the caller frees it with `delete[]`.
     ServiceEntitlement GetServiceEntitlement(const QString& clientKey, const wchar_t* service, wchar_t*& text);
 
     /** @{ */
-    /// The whole reply about the services that the user may use, or what it says of one service, as an XML text. `text` was
-    /// allocated with `new wchar_t[]` and is freed by the caller with `delete[]`; false and null when the client is not signed
-    /// in, nothing is known or the reply does not name the service.
+    /// The whole reply about the services that the user may use, or its part about one service, as an XML text. `text` is
+    /// allocated with `new wchar_t[]`, and the caller frees it with `delete[]`. False and null when the client is not signed in,
+    /// no reply is known, or the reply does not name the service.
     bool GetServiceEntitlementEx(const QString& clientKey, wchar_t*& text);
     bool GetServiceEntitlementEx(const QString& clientKey, const wchar_t* service, wchar_t*& text);
     /** @} */
 
-    /// The user's cloud storage in bytes: how much is used, and how much there is. False, and both 0, when the client is not
-    /// signed in or nothing is known.
+    /// The used and the total cloud storage of the user, in bytes. False, and both 0, when the client is not signed in, or when
+    /// no reply is known.
     bool GetCloudStorageQuota(const QString& clientKey, long long& used, long long& total);
 
-    /// Whether the client uses the cache. It stays as it was set over sign-out and sign-in. False for an unknown client or type.
+    /// Whether the client uses the cache. Sign-out and sign-in do not change the setting. False for an unknown client or type.
     bool IsCacheEnabled(const QString& clientKey, CacheType type);
 
-    /// Switches the cache on or off; the requests above switch theirs on. Returns at once. An unknown client is only logged.
+    /// Switches the cache on or off. The requests above switch their cache on. Returns at once. An unknown client is only logged.
     void EnableCache(const QString& clientKey, CacheType type, bool enable);
 
     /// True when the client is signed in and the cache has a value.
     bool IsCacheAvailable(const QString& clientKey, CacheType type);
 
-    /// Discards the value, so that the web service is asked for a new one. Returns at once; without effect when the client is not
-    /// signed in.
+    /// Discards the value, so that the cache queries the web service for a new one. Returns at once. No effect when the client is
+    /// not signed in.
     void InvalidateCache(const QString& clientKey, CacheType type);
 
-    // Signing in and out
+    // Sign-in and sign-out
 
-    /// Restores the sign-in of all products from the login state file; to be called once after `SetConfiguration`. True also when
-    /// nobody is signed in or it was restored before; false when the client is unknown or no real server is current. Works
-    /// without the network.
+    /// Restores the sign-in of all products from the login state file. Call it once after `SetConfiguration`. True also when
+    /// nobody is signed in, or when it was called before. False when the client is unknown, or when no real server is current.
+    /// Works without the network.
     bool RestoreLogin(const QString& clientKey);
 
     /** @{ */
-    /// As the forms of `WebServicesManager::InitiateLogin`.
+    /// The same as the forms of `WebServicesManager::InitiateLogin`.
     bool InitiateLogin(const QString& clientKey, wchar_t* url, int size);
     bool InitiateLogin(const QString& clientKey, wchar_t* url, int size, LoginError& error, int& httpStatus);
     bool InitiateLogin(const QString& clientKey, const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error,
@@ -117,21 +118,22 @@ public:
     /** @} */
 
     /// Completes the sign-in after the browser step, without cookies. True when the user is signed in. False when no sign-in was
-    /// initiated or the service refuses it; nobody is signed in or out then. Waits for the network, at most 60 seconds.
+    /// initiated, or when the service refuses it; the call then signs nobody in or out. Waits for the network, at most 60
+    /// seconds.
     bool CompleteLogin(const QString& clientKey);
 
-    /// The same with the cookies that the browser got, which are copied.
+    /// The same, with the cookies of the browser. The library copies them.
     bool CompleteLogin(const QString& clientKey, const NetworkCookieJar& cookies);
 
-    /// The signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice) and the cookies to
-    /// clear there. False when nobody is signed in, an observer vetoed, or `url` is null or `size` below 1.
+    /// Obtains the signed URL of the logout page for the browser (text buffer rule; 8192 units suffice in practice), and the
+    /// cookies to clear there. False when nobody is signed in, an observer vetoed, `url` is null, or `size` is below 1.
     bool InitiateLogout(const QString& clientKey, wchar_t* url, int size, NetworkCookieJar& cookies);
 
-    /// Forgets the user on this machine, for all products. False when nobody is signed in. Works without the network.
+    /// Removes the user from this machine, for all products. False when nobody is signed in. Works without the network.
     bool CompleteLogout(const QString& clientKey);
 
-    /// The whole sign-out without a browser: tells the server, then forgets the user for all products. False when nobody is
-    /// signed in or an observer vetoed. Waits for the network, at most 60 seconds.
+    /// The whole sign-out without a browser: ends the session at the server, then removes the user for all products. False when
+    /// nobody is signed in, or when an observer vetoed. Waits for the network, at most 60 seconds.
     bool Logout(const QString& clientKey);
 
     // Tokens and signing
@@ -142,7 +144,7 @@ public:
     /// The client's OAuth 1.0 access token; text buffer rule. Empty when there is none or it has expired.
     int GetAccessToken(const QString& clientKey, wchar_t* buffer, int size);
 
-    /// As above; without `checkExpiry` also a token that has expired.
+    /// The same. Without `checkExpiry` it also returns a token that has expired.
     int GetAccessToken(const QString& clientKey, wchar_t* buffer, int size, bool checkExpiry);
 
     /// When the access token expires, in seconds since 1970-01-01 UTC; 0 when it is not known.
@@ -151,20 +153,20 @@ public:
     /// True when the client has an access token that has expired.
     bool IsTokenExpired(const QString& clientKey);
 
-    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1) in the form that `mode` names. `params` are `count` (0 to 1000)
-    /// parameters of a form body or query beside those in `url`, not encoded; null when there are none. `url` is absolute, http
-    /// or https. `token` and `tokenSecret`, when not null, take the place of the client's access token. The result is freed by
-    /// the caller with `delete[]`; null on failure. Does not ask the network, but waits for a sign-in or sign-out that is under
-    /// way.
+    /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1). `mode` selects the form of the result. `params` are `count` (0 to
+    /// 1000) parameters of a form body or query in addition to those in `url`, not encoded; null when there are none. `url` is
+    /// absolute, http or https. When `token` and `tokenSecret` are not null, they replace the client's access token. The caller
+    /// frees the result with `delete[]`; null on failure. Does not use the network, but waits for a sign-in or sign-out in
+    /// progress.
     wchar_t* SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
                          ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret);
 
-    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is a
-    /// failure. The result is freed by the caller with `delete[]`; null on failure.
+    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` the call fails when the access
+    /// token has expired. The caller frees the result with `delete[]`; null on failure.
     wchar_t* SignUrlForBrowser(const QString& clientKey, const wchar_t* url, bool checkExpiry);
 
-    /// Asks for a new access token. An asynchronous call returns at once, with true when the request was started; a synchronous
-    /// one waits for the network, at most 61 seconds, and tells whether there is a new token.
+    /// Requests a new access token. An asynchronous call returns at once, with true when the request was started. A synchronous
+    /// call waits for the network, at most 61 seconds, and returns true when there is a new token.
     bool RefreshToken(const QString& clientKey, bool synchronous);
 
     // OAuth2 tokens
@@ -172,18 +174,18 @@ public:
     /// True when OAuth2 is enabled for the client.
     bool IsOAuth2Enabled(const QString& clientKey);
 
-    /// Enables OAuth2 with the token of type `RT` with the configuration's scope, or disables it. True when the client is known.
+    /// Enables OAuth2 with the token of type `RT` and the configuration's scope, or disables it. True when the client is known.
     bool EnableOAuth2(const QString& clientKey, bool enable);
-    /// Enables OAuth2 with tokens of this kind beside those enabled before. The token is queried once the client is signed in and
-    /// its configuration has OAuth2 keys. False when the client is unknown or the type is none.
+    /// Enables OAuth2 with tokens of this kind, in addition to those enabled before. The library queries the token when the
+    /// client is signed in and its configuration has OAuth2 keys. False when the client is unknown or the type is invalid.
     bool EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec);
 
-    /// The client's OAuth2 token of this kind; a null spec means the client's default one, here and below. With `waitToFinish` a
-    /// missing token is queried and an expired one renewed first, which waits for the network, at most 61 seconds a request;
-    /// without, the call returns at once. False, and an empty token, when there is none.
+    /// The client's OAuth2 token of this kind. A null spec means the client's default token, here and below. With `waitToFinish`
+    /// the call first queries a missing token and renews an expired one. It then waits for the network, at most 61 seconds per
+    /// request. Without `waitToFinish` it returns at once. False, and an empty token, when there is none.
     bool GetOAuth2AccessToken(OAuth2Token& token, const QString& clientKey, const OAuth2TokenSpec* spec, bool waitToFinish);
 
-    /// Asks for a new OAuth2 token, as `RefreshToken`.
+    /// Requests a new OAuth2 token, in the same way as `RefreshToken`.
     bool RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* spec, bool synchronous);
 
     /// True when the client has such a token, also one that has expired.

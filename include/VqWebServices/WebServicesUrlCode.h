@@ -2,8 +2,8 @@
 
 namespace Velquor::WebServices {
 
-/// The addresses that a product may ask for by number. The numbers are part of the exported interface; the name of each is
-/// its key in the URL configuration file.
+/// The addresses that a product can get by number. The numbers are part of the exported interface. The name of each is its key
+/// in the URL configuration file.
 enum class WebServicesUrlCode {
     AccountServerUrl = 0,
     LoggedInUrlEndPoint = 1,

@@ -12,7 +12,7 @@ constexpr int lookEveryMs = 50;
 
 std::atomic<bool> interrupted{false};
 
-// Nothing but the flag: the handler may run between any two instructions, on Windows on a thread of its own.
+// Only sets the flag, since the handler may run between any two instructions. On Windows it runs on a separate thread.
 void interrupt(int signal) {
     interrupted = true;
     std::signal(signal, SIG_DFL);

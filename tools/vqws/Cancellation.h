@@ -7,17 +7,17 @@
 
 namespace Vqws {
 
-/// Ctrl-C, the request of the system to end, and `--timeout`: whichever comes first ends what the command waits for.
+/// Ends the wait of a command at the first of these: Ctrl-C, a request of the system to end, or `--timeout`.
 ///
-/// Thread: lives on the main thread, where `cancelled` is emitted once, from the event loop; isRequested() from any. Owner:
-/// main(), one for the process. A second Ctrl-C ends the process at once, as without this.
+/// Thread: the main thread, which emits `cancelled` once, from the event loop; isRequested() from any. Owner: main(), one for
+/// the process. A second Ctrl-C ends the process at once, as it would without this class.
 class Cancellation final : public QObject {
     Q_OBJECT
 
 public:
     explicit Cancellation(std::optional<int> timeoutSeconds);
 
-    /// For a command that has a limit of its own when none was given.
+    /// For a command with its own default limit; has no effect when a limit was given.
     void setDefaultTimeout(int seconds);
 
     [[nodiscard]] bool isRequested() const;
@@ -25,7 +25,7 @@ public:
     /// "cancelled" or "timed out after 5 s".
     [[nodiscard]] QString reason() const;
 
-    /// Handles events for a while, or until it is requested; true when the time has passed.
+    /// Handles events for this time, or until cancellation is requested. True when the time has passed.
     [[nodiscard]] bool wait(int milliseconds);
 
 Q_SIGNALS:

@@ -11,7 +11,7 @@ namespace Vqws {
 
 /// The command line, checked against the table of commands.
 ///
-/// Thread: the main thread. Owner: main(). Errors: error() is not empty; the rest is not to be used then, but for isSet().
+/// Thread: the main thread. Owner: main(). Errors: error() is not empty; only isSet() may be used then.
 class CommandLine {
 public:
     explicit CommandLine(const QStringList& programAndArguments);
@@ -21,11 +21,11 @@ public:
     [[nodiscard]] const CommandInfo* command() const { return m_command; }
     [[nodiscard]] const QStringList& arguments() const { return m_arguments; }
     [[nodiscard]] bool isSet(const QString& option) const { return m_parser.isSet(option); }
-    /// Of an option that is set.
+    /// The value of an option that is set.
     [[nodiscard]] QString value(const QString& option) const { return m_parser.value(option); }
-    /// Of the option, else of the environment.
+    /// The value of the option, else of the environment variable.
     [[nodiscard]] QString valueOr(const QString& option, const char* variable) const;
-    /// Nothing when it is not given.
+    /// No value when the option is not given.
     [[nodiscard]] std::optional<int> timeoutSeconds() const { return m_timeoutSeconds; }
     [[nodiscard]] std::optional<Velquor::WebServices::Server> server() const { return m_server; }
 

@@ -32,55 +32,57 @@ CommandInfo with(CommandInfo info, const char* arguments, int least, int most, Q
 QVector<CommandInfo> sessionCommands() {
     return {
         command(
-            "status", &runStatus, "Show who is signed in, with which products, and where the files are.",
+            "status", &runStatus, "Show the signed-in user, the products and the paths of the files.",
             "Without a consumer key it shows what every product sees: the user, the server and the files. With key and secret it "
             "also shows the tokens of that product. Exit status 3 when nobody is signed in."),
         with(
             command(
                 "login", &runLogin, "Sign in through the browser.",
-                "Opens the sign-in page in the browser and waits until it was answered there, or until another program has signed "
-                "the user in. Does nothing when a user is signed in already. With --server it changes the server first, which "
-                "signs the user of the other server out. It waits for 300 seconds unless --timeout says otherwise."),
+                "Opens the sign-in page in the browser and waits until the user has signed in there, or in another program. Does "
+                "nothing when a user is already signed in. With --server it changes the server first, which signs the user out "
+                "of the other server. Without --timeout it waits for 300 seconds."),
             "", 0, 0, {option("no-browser", "", "Print the address of the sign-in page instead of opening it.")}),
         command(
             "logout", &runLogout, "Sign the user out, in every program.",
-            "Tells the service and forgets the user on this machine, for all products. Exit status 3 when nobody is signed in."),
-        with(
-            command(
-                "watch", &runWatch, "Print the events as they happen.",
-                "One line for each event, with its time, where it comes from and the product that it is about; with --json one "
-                "object a line. Where it comes from: \"vqws\" is what this program caused itself, \"outside\" is another program "
-                "or a timer of the library. Ends with Ctrl-C or after --timeout, both with exit status 0."),
-            "", 0, 0),
+            "Ends the session at the service and removes the user from this machine, for all products. Exit status 3 when nobody "
+            "is signed in."),
+        with(command(
+                 "watch", &runWatch, "Print the events as they happen.",
+                 "Prints one line for each event, with its time, its origin and its product; with --json one object a line. The "
+                 "origin \"vqws\" means that this program caused the event itself, \"outside\" means another program or a timer "
+                 "of the library. Ends with Ctrl-C or after --timeout, both with exit status 0."),
+             "", 0, 0),
     };
 }
 
 QVector<CommandInfo> requestCommands() {
     return {
-        with(
-            command("sign", &runSign, "Sign a request and print it.",
-                    "Prints the address with its signature in the query, which is good for one request within the next minutes."),
-            "URL", 1, 1,
-            {option("header", "", "Print the value of the header \"Authorization\" instead."),
-             option("method", "METHOD", "The method of the request (default GET).")}),
+        with(command("sign", &runSign, "Sign a request and print it.",
+                     "Prints the address with its signature in the query. The signature is valid for one request within the next "
+                     "few minutes."),
+             "URL", 1, 1,
+             {option("header", "", "Print the value of the header \"Authorization\" instead."),
+              option("method", "METHOD", "The method of the request (default GET).")}),
         with(
             command(
                 "token", &runToken, "Print the access token.",
                 "Prints the OAuth 1.0 access token, or with --oauth2 the OAuth2 token of that type and scope. This is the only command "
-                "that prints a token. Whoever has an OAuth2 token can use it: keep it out of logs, mails and screen pictures."),
+                "that prints a token. Anyone who has an OAuth2 token can use it. Keep it out of logs, mails and pictures of the "
+                "screen."),
             "[SCOPE]", 0, 1, {option("oauth2", "TYPE", "An OAuth2 token: RT or JWT; SCOPE is its scope (default none).")}),
         with(
             command(
                 "get", &runGet, "Send a signed request and show the reply.",
-                "Sends a GET with a signed header \"Authorization\" and writes the body of the reply as it came; the status goes to "
-                "standard error. Does not follow redirections. Exit status 1 when the status is not 200 to 299."),
+                "Sends a GET with a signed header \"Authorization\" and writes the unchanged body of the reply to standard output. "
+                "The status goes to standard error. Does not follow redirections. Exit status 1 when the status is not 200 to 299."),
             "URL", 1, 1),
         command(
-            "doctor", &runDoctor, "Examine the set-up and say what to do.",
-            "One line for each check: ok, warning or fault, with the cure. Needs neither a key nor a signed-in user and signs "
-            "nobody out. Exit status 1 when there is a fault."),
+            "doctor", &runDoctor, "Check the set-up and show how to repair it.",
+            "Prints one line for each check: ok, warning or fault, with the cure. Needs neither a key nor a signed-in user, and "
+            "signs nobody out. Exit status 1 when there is a fault."),
         command("dump", &runDump, "Show the state of the login session and of the processes.",
-                "For a report to support. Secrets are never in it; names of the user, of programs and of folders are."),
+                "The text is for a report to support. It never contains secrets. It contains names of the user, of programs and "
+                "of folders."),
     };
 }
 
@@ -99,14 +101,14 @@ const QVector<OptionInfo>& commonOptions() {
         option("oauth2-key", "KEY", "OAuth2 key of the product (default: VQWS_OAUTH2_KEY, else the consumer key)."),
         option("oauth2-secret-file", "FILE",
                "File whose first line is the OAuth2 secret (default: VQWS_OAUTH2_SECRET holds it, else the consumer secret)."),
-        option("server", "NAME", "production, staging or development; the current server unless given."),
+        option("server", "NAME", "production, staging or development (default: the current server)."),
         option("support", "FOLDERS",
                "Folders of the URL files and of the log configuration, separated by \";\" (default: VQWS_SUPPORT)."),
-        option("ca", "FILE", "Certificate authority to trust besides the system's, PEM (default: VQWS_CA)."),
+        option("ca", "FILE", "Certificate authority, as PEM, to trust in addition to the system's (default: VQWS_CA)."),
         option("json", "", "Write one JSON object (watch: one for each event) to standard output."),
         option("quiet", "", "Write no progress and no notes to standard error."),
-        option("timeout", "SECONDS", "Give up after this time."),
-        option("help", "", "Show help, also on a command."),
+        option("timeout", "SECONDS", "Stop waiting after this time."),
+        option("help", "", "Show help, for the tool or for a command."),
         option("version", "", "Show the version."),
     };
     return options;

@@ -9,17 +9,17 @@ namespace Vqws {
 
 struct Context;
 
-/// An option as help, parser and completion know it. Without a value name it is a switch.
+/// An option, for help, parser and completion. Without a value name it is a switch.
 struct OptionInfo {
     QString name;
     QString valueName;
     QString text;
 };
 
-/// A command as help, parser and completion know it, and what carries it out.
+/// A command, for help, parser and completion, and the function that runs it.
 struct CommandInfo {
     QString name;
-    QString arguments; ///< as the usage line shows them
+    QString arguments; ///< In the form of the usage line.
     int leastArguments = 0;
     int mostArguments = 0;
     QString summary;
@@ -28,7 +28,7 @@ struct CommandInfo {
     ExitCode (*run)(Context& context) = nullptr;
 };
 
-/// The one list of commands and options: the parser, the help and the completion files follow it. Thread: any.
+/// The only list of commands and options. The parser and the help use it, and the completion files must match it. Thread: any.
 [[nodiscard]] const QVector<CommandInfo>& commandTable();
 [[nodiscard]] const QVector<OptionInfo>& commonOptions();
 /// Null when there is no such command.

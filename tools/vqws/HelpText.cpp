@@ -13,7 +13,7 @@ constexpr int commandIndent = 12;
 constexpr int pipeWidth = 100;
 
 const auto exitStatus =
-    QStringLiteral("Exit status: 0 it worked, 1 it failed (doctor: a fault was found, get: the status is not 200 to "
+    QStringLiteral("Exit status: 0 success, 1 failure (doctor: a fault was found, get: the status is not 200 to "
                    "299), 2 the command line is wrong, 3 nobody is signed in, 4 cancelled or timed out.");
 
 QString optionTitle(const OptionInfo& option) {
@@ -42,7 +42,7 @@ QString toolHelp(int width) {
            + wrapped(QStringLiteral("Shows and tests the web services login that all products of this user share."), width, 0)
            + QStringLiteral("\n\nCommands:\n") + commandLines(width) + QStringLiteral("\nOptions of all commands:\n")
            + optionLines(commonOptions(), width) + QLatin1Char('\n') + wrapped(exitStatus, width, 0)
-           + QStringLiteral("\n\n\"vqws COMMAND --help\" says more about a command.\n");
+           + QStringLiteral("\n\n\"vqws COMMAND --help\" describes a command.\n");
 }
 
 QString commandHelp(const CommandInfo& command, int width) {

@@ -6,7 +6,7 @@
 
 namespace Vqws {
 
-/// The help of the tool (null) or of a command, wrapped to the width of the terminal; 0 is no terminal.
+/// The help of the tool (null) or of a command, wrapped to the width of the terminal. A width of 0 means no terminal.
 [[nodiscard]] QString helpText(const CommandInfo* command, int width);
 
 /// The same as data: commands with their options, and the common options.

@@ -22,7 +22,7 @@ constexpr int transferTimeoutMs = 60000;
 constexpr qint64 largestBody = 64 * 1024 * 1024;
 constexpr int credentialSize = 512;
 
-// Once for each exchange: Qt asks again when the credentials were refused.
+// Fills them in once per exchange, since Qt asks again when the proxy refused them.
 void fillProxyCredentials(const QNetworkProxy& proxy, QAuthenticator& authenticator) {
     std::array<wchar_t, credentialSize> user{};
     std::array<wchar_t, credentialSize> password{};

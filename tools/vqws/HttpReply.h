@@ -9,20 +9,20 @@ namespace Vqws {
 
 class Cancellation;
 
-/// What came of a GET.
+/// The result of a GET.
 struct HttpReply {
     int status = 0; ///< 0: no reply
     QString reason;
     QString contentType;
-    QDateTime date; ///< what the server's clock said, as the header "Date" tells
+    QDateTime date; ///< The time of the server's clock, from the header "Date".
     QByteArray body;
-    QString error; ///< why there was no reply
+    QString error; ///< Why there was no reply.
     bool isTlsError = false;
     bool isTooLarge = false;
 };
 
-/// Sends a GET and waits for the end of the reply, or until it is cancelled. Redirections are not followed: a signature is good
-/// for one address. An empty `authorization` sends none. Thread: the main thread. Errors: in the result.
+/// Sends a GET and waits for the end of the reply, or for cancellation. It does not follow redirections, since a signature is
+/// valid for one address only. An empty `authorization` sends no such header. Thread: the main thread. Errors: in the result.
 [[nodiscard]] HttpReply httpGet(const QUrl& url, const QString& authorization, const Cancellation& cancellation);
 
 } // namespace Vqws

@@ -19,9 +19,9 @@ namespace {
 
 const auto seeDoctor = QStringLiteral(" \"vqws doctor\" and the log say more.");
 
-// A program trusts a service through its own TLS configuration; errors are never ignored.
+// A program trusts a service through its own TLS configuration. TLS errors are never ignored.
 bool trustAuthority(const QString& file) {
-    // Not fromPath(), which looks through whole folders for a file that is not there.
+    // Not fromPath(), which searches whole folders when the file does not exist.
     QFile source(file);
     const QList<QSslCertificate> certificates =
         source.open(QIODevice::ReadOnly) ? QSslCertificate::fromDevice(&source) : QList<QSslCertificate>();
@@ -94,7 +94,7 @@ ExitCode Library::signOn(Need need) {
     return ExitCode::Ok;
 }
 
-// A change of the server signs the user out, so only a login, which is about to sign in anyway, may bring it about.
+// A change of the server signs the user out. So only a login may change it, since it signs the user in afterwards.
 ExitCode Library::checkServer(Need need) const {
     const Server current = m_manager->GetServer();
     if (!m_context.line.server() || *m_context.line.server() == current || need == Need::Product)

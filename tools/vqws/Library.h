@@ -9,10 +9,10 @@
 
 namespace Vqws {
 
-/// The library for the length of a command. A cancelled command shuts it down at once, which ends every wait in it; each call
-/// fails from then on.
+/// The library for the duration of a command. Cancellation shuts the library down at once. That ends every wait in it, and each
+/// later call fails.
 ///
-/// Thread: the main thread. Owner: the command. Errors: the exit status, after the reason was said.
+/// Thread: the main thread. Owner: the command. Errors: the exit status, after the reason was printed.
 class Library : public QObject {
     Q_OBJECT
 
@@ -35,15 +35,15 @@ public:
     [[nodiscard]] QString userName() const;
     [[nodiscard]] QString userId() const;
 
-    // Both wait for the token where the product still has to get it.
+    // Both wait for the token when the product does not have it yet.
 
-    /// Empty when there is none that is valid.
+    /// Empty when there is no valid token.
     [[nodiscard]] QString accessToken() const;
-    /// Empty when the library did not sign.
+    /// Empty when signing failed.
     [[nodiscard]] QString signedRequest(const QString& url, Velquor::WebServices::HttpMethod method,
                                         Velquor::WebServices::ParsingMode mode) const;
 
-    /// Says that the command was cancelled, or else why it failed.
+    /// Prints that the command was cancelled, or else why it failed.
     [[nodiscard]] ExitCode fail(const QString& text) const;
 
 private:

@@ -7,7 +7,7 @@
 
 namespace Vqws {
 
-/// What the tool says: results on standard output, as text or as JSON; all else on standard error.
+/// The output of the tool: results on standard output, as text or as JSON, and all other texts on standard error.
 ///
 /// Thread: any. Owner: main().
 class Output {
@@ -19,21 +19,21 @@ public:
     [[nodiscard]] bool isJson() const { return m_form == Form::Json; }
     [[nodiscard]] bool isQuiet() const { return m_isQuiet; }
 
-    // Results. Texts are written with Text only, objects with Json only, so that a command may say both.
+    // Results. Texts are written in the form Text only, objects in the form Json only. So a command may pass both.
 
     void line(const QString& text) const;
     /// A label and its value, in two columns; long values are wrapped on a terminal.
     void row(const QString& label, const QString& value, int labelWidth = usualLabelWidth) const;
     void bytes(const QByteArray& bytes) const;
-    /// With the members "command" and "ok".
+    /// Adds the members "command" and "ok".
     void object(QJsonObject object, bool ok = true) const;
-    /// As it is.
+    /// Adds nothing.
     void plainObject(const QJsonObject& object) const;
 
-    /// A remark on standard error, unless it is to be quiet.
+    /// Writes a remark to standard error, except with `--quiet`.
     void note(const QString& text) const;
-    /// Says why the command failed, on standard error and as an object, and returns the exit status. The members of `more` go
-    /// into the object.
+    /// Writes why the command failed, to standard error and as an object, and returns the exit status. The object also contains
+    /// the members of `more`.
     ExitCode fail(ExitCode code, const QString& text, QJsonObject more = {}) const;
 
 private:

@@ -12,7 +12,7 @@ namespace Vqws {
 namespace {
 
 constexpr auto pause = std::chrono::seconds(1);
-// The library ends its waits within this time; what does not is stuck in the system.
+// The library ends its waits within this time. A call that takes longer is stuck in the system.
 constexpr int graceSeconds = 5;
 const auto eraseLine = QByteArrayLiteral("\r\033[K");
 
@@ -51,7 +51,7 @@ void Progress::watch(const QString& what) {
         clear();
 }
 
-// A terminal has one line that counts; a file or a pipe gets each wait once.
+// A terminal gets one line that counts the seconds. A file or a pipe gets one line for each wait.
 void Progress::show(const QString& what, int seconds) const {
     const bool isTerminal = Console::width(Console::Stream::Error) > 0;
     if (m_output.isQuiet() || (!isTerminal && seconds > 1))

@@ -11,15 +11,15 @@ namespace Vqws {
 class Cancellation;
 class Output;
 
-/// Says on standard error what is being waited for, as soon as a wait takes longer than a second, and sees to it that a wait
-/// that was cancelled ends: a call that hears of it too late ends with the process.
+/// Writes the subject of a wait to standard error when the wait takes longer than a second. Also makes sure that a cancelled
+/// wait ends: when the call does not return in time, it ends the process.
 ///
-/// Thread: waitFor() on the main thread; it watches from a thread of its own. Owner: main().
+/// Thread: the main thread for `Wait`; a separate thread watches the time. Owner: main().
 class Progress {
 public:
     Progress(const Output& output, const Cancellation& cancellation);
 
-    /// The text stands in "Waiting for ...". Waits do not nest.
+    /// The text completes "Waiting for ...". Waits do not nest.
     class Wait {
     public:
         Wait(Progress& progress, const QString& what);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int shownCharacters = 12;
 constexpr int leastTextWidth = 20;
-// The longest text that the library hands out is a signed address.
+// The longest text that the library returns is a signed address.
 constexpr int longestText = 64 * 1024;
 
 } // namespace

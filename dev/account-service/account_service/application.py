@@ -1,4 +1,4 @@
-"""The web application: all endpoints, and how refusals become answers."""
+"""The web application: all endpoints, and the answers for refusals."""
 
 from flask import Flask, Response, request
 from werkzeug.exceptions import HTTPException

@@ -33,7 +33,7 @@ def _builder(subject: str, issuer: x509.Name | None, key) -> x509.CertificateBui
 
 def make_tls_context(folder: Path) -> ssl.SSLContext:
     """Writes ca.pem, server.pem and server-key.pem. The key of the authority is
-    never written: nobody can sign another certificate with it."""
+    never written, so nobody can sign another certificate with it."""
     ca_key = ec.generate_private_key(ec.SECP256R1())
     authority = (_builder("Account service development CA", None, ca_key)
                  .add_extension(x509.BasicConstraints(ca=True, path_length=0), True)

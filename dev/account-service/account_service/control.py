@@ -20,11 +20,11 @@ from .service import Service
 
 
 class BadOrder(ValueError):
-    """A call that asks for something that cannot be done."""
+    """A call with a request that the service cannot execute."""
 
 
 def _body(**allowed: tuple[type, Any]) -> dict[str, Any]:
-    """The JSON object of the call: fields by name, with their type and default."""
+    """The JSON object of the call. allowed: the type and default of each field."""
     data = request.get_json(silent=True, force=True) if request.get_data() else {}
     if not isinstance(data, dict):
         raise BadOrder("a JSON object is expected")
@@ -116,8 +116,8 @@ def make_control(service: Service, control_token: str, base_url: str) -> Flask:
         return jsonify({name: service.documents.last_modified(name) for name in NAMES})
 
     def approve() -> Response:
-        """Does what the user does in the browser: checks the signed sign-in URL
-        exactly as the page does, and approves its request token."""
+        """Does the same as the user in the browser: checks the signed sign-in
+        URL exactly as the page does, and approves its request token."""
         order = _body(url=(str, ""), user=(str, ""))
         user = store.users.get(order["user"] or next(iter(store.users)))
         parts = urlsplit(order["url"])

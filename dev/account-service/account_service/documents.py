@@ -28,7 +28,7 @@ class Documents:
             self.touch(name)
 
     def touch(self, name: str) -> None:
-        # HTTP dates have whole seconds: two changes in one second get two dates.
+        # HTTP dates have whole seconds. Two changes in one second still get two dates.
         self._changed[name] = max(int(time.time()) - 60, self._changed[name] + 1)
 
     def last_modified(self, name: str) -> str:

@@ -1,4 +1,4 @@
-"""What the service notes about one request while it answers it."""
+"""The record of one request while the service answers it."""
 
 import threading
 import time
@@ -21,17 +21,17 @@ class Clock:
 
 @dataclass
 class Exchange:
-    """One request: its clock, and the line of the log that it becomes. It
-    never holds a secret: no token, password, cookie or query."""
+    """One request: its clock, and the data of its log line. It never contains
+    a secret: no token, password, cookie or query."""
 
     method: str
     endpoint: str
     clock: Clock
-    era: int = 0                # of the journal, when the request came
+    era: int = 0                # of the journal, when the request arrived
     clock_offset: float = 0.0
     consumer_key: str = ""
     token_kind: str = ""
-    form: str = ""              # the names of a token form in their order, values where they tell no secret
+    form: str = ""              # the names of a token form in their order, with values that are not secret
     user: str = ""
     verdict: str = "ok"
     fault: str = ""
@@ -55,9 +55,9 @@ class Exchange:
 
 @dataclass
 class Journal:
-    """The log of requests and the counters. A request that came before the
-    journal was cleared and is answered after it (a delayed one) is of an
-    earlier era: it would be counted among those of the next test."""
+    """The log of requests and the counters. A delayed request may arrive before
+    the journal is cleared and be answered after that. It belongs to an earlier
+    era and is ignored, or it would count among those of the next test."""
 
     write_line: Callable[[dict], None]
     era: int = 0

@@ -1,4 +1,4 @@
-"""Faults that tests order: what goes wrong, where and how often."""
+"""Faults that tests request: what goes wrong, where and how often."""
 
 import json
 import threading
@@ -20,9 +20,9 @@ KINDS = {
     "html": "answers 200 with an HTML page",
     "missing": "answers as usual, without the named parameters",
     "redirect": "redirects with status (302) to location",
-    "clock": "lives at clock + offset_seconds for this request",
+    "clock": "uses clock + offset_seconds as the time of this request",
 }
-# The request is carried out first, and the answer is spoilt.
+# The service executes the request first and then spoils the answer.
 CARRIED_OUT = {"delay", "truncate", "missing", "clock"}
 
 
@@ -31,9 +31,9 @@ class Fault:
     kind: str
     endpoint: str = "*"
     count: int = 1              # how often; -1: until removed
-    skip: int = 0               # let so many requests pass first
+    skip: int = 0               # number of requests to let pass first
     delay_ms: int = 0           # before anything else, with every kind
-    carry_out: bool | None = None   # do what was asked before the answer is spoilt
+    carry_out: bool | None = None   # execute the request before the answer is spoilt
     omit_date: bool = False     # leave the Date header out
     status: int = 0
     headers: dict = field(default_factory=dict)
@@ -50,7 +50,7 @@ class Fault:
 
     @staticmethod
     def from_json(data: dict) -> "Fault":
-        """Raises ValueError with a text for the one who ordered it."""
+        """Raises ValueError with a text for the caller of the control interface."""
         defaults = asdict(Fault("status"))
         if not isinstance(data, dict) or data.get("kind") not in KINDS:
             raise ValueError(f"kind must be one of {', '.join(KINDS)}")
@@ -74,8 +74,8 @@ class Fault:
         return self.kind in CARRIED_OUT if self.carry_out is None else self.carry_out
 
     def spoil(self, answer: Response | None) -> Response:
-        """The answer that goes out instead; answer is the usual one, when the
-        request was carried out."""
+        """The answer to send instead. answer is the usual one, when the request
+        was executed."""
         if self.kind == "missing" and answer is not None:
             return self._without_parameters(answer)
         if self.kind == "status":
@@ -117,7 +117,7 @@ class Fault:
 
 
 class FaultList:
-    """The faults in the order in which they were set; the first that fits is used."""
+    """The faults in the order in which they were set. The first matching one is used."""
 
     def __init__(self) -> None:
         self._faults: list[Fault] = []

@@ -1,4 +1,4 @@
-"""Writing files that appear whole, and private ones that are never readable."""
+"""Writes files that appear complete, and private files that others can never read."""
 
 import os
 import tempfile

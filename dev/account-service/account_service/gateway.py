@@ -1,4 +1,4 @@
-"""The door of the service: every request passes here, and faults happen here."""
+"""Every request of the service passes through the gateway, which also applies the faults."""
 
 import threading
 from email.utils import formatdate
@@ -16,8 +16,8 @@ BODY_LIMIT = 1 << 20
 
 
 class Gateway:
-    """A WSGI application around the service. It names the endpoint, takes the
-    fault that waits for it, dates the answer and writes the journal."""
+    """A WSGI application around the service. It determines the endpoint, applies
+    the fault for it, adds the date to the answer and writes the journal."""
 
     def __init__(self, app: Flask, clock: Clock, journal: Journal, faults: FaultList) -> None:
         self.app = app
@@ -74,8 +74,8 @@ class Gateway:
 
     @staticmethod
     def _take_body(environ: dict) -> bool:
-        """Reads the body even when nobody wants it: a connection that is closed
-        with bytes unread is reset, and the client may lose the answer."""
+        """Reads the body even when it is not used. A connection that is closed
+        with unread bytes is reset, and the client may lose the answer."""
         try:
             length = int(environ.get("CONTENT_LENGTH") or 0)
         except ValueError:

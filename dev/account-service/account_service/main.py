@@ -1,4 +1,4 @@
-"""Starts the service, says that it is ready, and ends it cleanly."""
+"""Starts the service, prints that it is ready, and ends it cleanly."""
 
 import fcntl
 import json
@@ -55,7 +55,7 @@ def _describe(options: Namespace, folder: Path, url: str, control_url: str,
 
 
 def _watch_parent(parent: int, done: threading.Event) -> None:
-    """Sets done when the parent is gone or closes its end of standard input."""
+    """Sets done when the parent has ended or closes its end of standard input."""
     mode = os.fstat(0).st_mode if sys.stdin is not None else 0
     inputs = [0] if stat.S_ISFIFO(mode) or stat.S_ISSOCK(mode) else []
     while not done.is_set():
@@ -65,8 +65,8 @@ def _watch_parent(parent: int, done: threading.Event) -> None:
 
 
 def _claim(folder: Path) -> int:
-    """Locks the folder for as long as the descriptor is open, so that a second
-    service cannot overwrite the files of the first."""
+    """Locks the folder while the descriptor is open, so that a second service
+    cannot overwrite the files of the first."""
     folder.mkdir(parents=True, exist_ok=True)
     descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY)
     try:

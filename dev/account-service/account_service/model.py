@@ -8,13 +8,13 @@ from dataclasses import dataclass, field
 
 
 def random_secret() -> str:
-    """A new token or secret. Standard Base64 of 32 bytes always carries a "=",
-    so a client that forgets to percent-encode is found out at once."""
+    """A new token or secret. Standard Base64 of 32 bytes always contains a "=".
+    So a client that forgets to percent-encode it fails at once."""
     return base64.b64encode(os.urandom(32)).decode("ascii")
 
 
 def random_name() -> str:
-    """A new unguessable name that may stand in a URL or a cookie as it is."""
+    """A new unguessable name that a URL or a cookie can contain unchanged."""
     return secrets.token_urlsafe(24)
 
 
@@ -86,7 +86,7 @@ class AccessToken:
 
 @dataclass
 class Lifetimes:
-    """Seconds; they count for what is issued from now on."""
+    """Lifetimes in seconds, for everything issued from now on."""
 
     token: int
     session: int

@@ -36,7 +36,7 @@ def _read_form() -> dict[str, str]:
     Exchange.of(request.environ).form = "&".join(
         f"{name}={value}" if name in SHOWN else name for name, value in form.items())[:400]
     absent = [name for name in REQUIRED if not form.get(name) and name != "token_type"]
-    # The type may be empty, which asks for an RT, but it must be said.
+    # The parameter is required. An empty type requests an RT.
     absent += [] if "token_type" in form else ["token_type"]
     if absent:
         raise Refusal(400, "parameter_absent", absent=absent, oauth2_error="invalid_request")
@@ -63,8 +63,8 @@ def register(app: Flask, service: Service) -> None:
         try:
             store.check_alive(token)
         except Refusal as refusal:
-            # A client that is told 400 signs the user out; one that only holds
-            # an old token shall fetch the new one and come again.
+            # After 400 a client signs the user out. A client with an old token
+            # gets 401, so that it fetches the new token and retries.
             status = 400 if refusal.problem == "token_revoked" else 401
             raise Refusal(status, refusal.problem, refusal.info,
                           oauth2_error="invalid_grant") from None

@@ -35,8 +35,8 @@ def register(app: Flask, service: Service) -> None:
                       ("x_oauth_client_identifier", verified.consumer.client_identifier)])
 
     def access_token() -> Response:
-        # A dead token is the business of the store here: only it knows whether
-        # the refusal is final (400) or may be tried again (401).
+        # The store handles a dead token here. Only the store knows whether the
+        # refusal is final (400) or the client may retry (401).
         verified = verify(request, kinds=("none", "request", "access"), where="header",
                           allow_dead=True)
         token, handle = verified.token, verified.session_handle

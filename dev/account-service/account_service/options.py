@@ -11,11 +11,12 @@ DEFAULT_CONSUMERS = [
 ]
 
 EPILOG = """\
-When the service is ready it prints one line and serves until SIGTERM, SIGINT
-or, with --exit-with-parent, until its parent goes away. The output folder then
-holds ca.pem (trust this), service.json (where everything is), control-token
-(guards the control interface), the three URL configuration files and the log.
-service.json, control-token and the server key are removed at the end.
+When the service is ready it prints one line. It runs until SIGTERM, SIGINT or,
+with --exit-with-parent, until its parent ends. The output folder then contains
+ca.pem (the authority to trust), service.json (all addresses and files),
+control-token (the token for the control interface), the three URL configuration
+files and the log. service.json, control-token and the server key are removed at
+the end.
 """
 
 
@@ -69,7 +70,7 @@ def parse(arguments: list[str] | None = None) -> argparse.Namespace:
     add("--control-port", type=_port, default=0, metavar="N",
         help="plain HTTP port of the control interface on 127.0.0.1; 0 takes a free one (default)")
     add("--out", metavar="DIR",
-        help="folder for the files, made owner-only when it does not exist "
+        help="folder for the files, created owner-only when it does not exist "
         "(default: a temporary folder that is removed at the end)")
     add("--users", type=_user, action="append", metavar="NAME:PASSWORD",
         help='a user, may be repeated (default: "ada:correct horse")')
@@ -78,20 +79,21 @@ def parse(arguments: list[str] | None = None) -> argparse.Namespace:
         "and second-product-0002 with demo-secret-0001 and demo-secret-0002)")
     add("--oauth2-client", type=_key_and_secret, action="append", default=[],
         metavar="KEY:SECRET",
-        help="an OAuth2 client beside the consumers, which are OAuth2 clients "
-        "with the same key and secret already; may be repeated")
+        help="an additional OAuth2 client; each consumer is already an OAuth2 client "
+        "with the same key and secret; may be repeated")
     add("--token-lifetime", type=_seconds, default=3600, metavar="S",
-        help="seconds that an access token lives (default %(default)s)")
+        help="lifetime of an access token in seconds (default %(default)s)")
     add("--session-lifetime", type=_seconds, default=14 * 86400, metavar="S",
-        help="seconds that a session and its handles live (default %(default)s)")
+        help="lifetime of a session and its handles in seconds (default %(default)s)")
     add("--request-token-lifetime", type=_seconds, default=600, metavar="S",
-        help="seconds that a request token lives (default %(default)s)")
+        help="lifetime of a request token in seconds (default %(default)s)")
     add("--oauth2-token-lifetime", type=_seconds, default=3600, metavar="S",
-        help="seconds that an OAuth2 token lives (default %(default)s)")
+        help="lifetime of an OAuth2 token in seconds (default %(default)s)")
     add("--timestamp-window", type=_seconds, default=300, metavar="S",
-        help="how far a time stamp may be from the clock, to either side (default %(default)s)")
+        help="greatest difference of a time stamp from the clock, in seconds to either side "
+        "(default %(default)s)")
     add("--exit-with-parent", action="store_true",
-        help="end when the parent process goes away, or when standard input is a "
+        help="end when the parent process ends, or when standard input is a "
         "pipe or socket and is closed")
     options = parser.parse_args(arguments)
     options.users = options.users or [_user(text) for text in DEFAULT_USERS]

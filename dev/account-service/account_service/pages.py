@@ -27,8 +27,8 @@ def register(app: Flask, service: Service) -> None:
 
     def authorize() -> Response:
         verified = verify(request, kinds=("request",), where="query")
-        # On to a page of its own, which survives a reload: this URL does not,
-        # for its nonce is used now.
+        # Redirects to a separate page, which can be reloaded. This URL cannot
+        # be reloaded, since its nonce has been used.
         return redirect(f"/sign-in?ticket={store.open_ticket(verified.token)}", 303)
 
     def open_ticket() -> RequestToken:

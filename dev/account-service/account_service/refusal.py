@@ -1,4 +1,4 @@
-"""How a request is refused."""
+"""The refusal of a request, and the answer for it."""
 
 import json
 
@@ -26,7 +26,7 @@ PHRASES = {
 
 
 class Refusal(Exception):
-    """A request that is not accepted: the status and what the headers say."""
+    """A request that is not accepted, with the status and the data of the headers."""
 
     def __init__(self, status: int, problem: str, info: str = "",
                  absent: list[str] | None = None, phrase: str = "",

@@ -20,7 +20,7 @@ class RequestHandler(WSGIRequestHandler):
         return "account-service"
 
     def send_response(self, code: int, message: str | None = None) -> None:
-        # The application dates its answers itself, by its own clock.
+        # The application adds the date to its answers itself, from its own clock.
         self.send_response_only(code, message)
         self.send_header("Server", self.version_string())
 
@@ -28,7 +28,7 @@ class RequestHandler(WSGIRequestHandler):
         self.close_connection = True
 
     def log(self, type: str, message: str, *args) -> None:
-        # The request line can hold tokens, and the journal has what is worth knowing.
+        # The request line can contain tokens, and the journal already records the request.
         if type == "error":
             LOG.warning("a request could not be read")
 
@@ -39,7 +39,7 @@ class LoopbackServer(ThreadedWSGIServer):
         self.ssl_context = context
 
     def server_bind(self) -> None:
-        # Not the inherited one: it asks the name service for the host's name.
+        # Not the inherited function, which queries the name service for the host's name.
         socketserver.TCPServer.server_bind(self)
         self.server_name, self.server_port = self.server_address[:2]
 
@@ -48,14 +48,14 @@ class LoopbackServer(ThreadedWSGIServer):
 
     def finish_request(self, request: socket.socket, client_address) -> None:
         """Runs in the thread of the connection, so that a client that never
-        ends its TLS handshake holds up nobody else."""
+        ends its TLS handshake does not block other clients."""
         if self.ssl_context is None:
             super().finish_request(request, client_address)
             return
         request.settimeout(SILENT_AFTER_SECONDS)
         with self.ssl_context.wrap_socket(request, server_side=True) as secured:
             super().finish_request(secured, client_address)
-            # Says goodbye without waiting for the other side to do the same.
+            # Closes the TLS session without waiting for the other side.
             secured.setblocking(False)
             with contextlib.suppress(OSError, ValueError):
                 secured.unwrap()

@@ -1,4 +1,4 @@
-"""The parts of one running service, handed to every endpoint."""
+"""The parts of one running service. Every endpoint receives them."""
 
 from argparse import Namespace
 from dataclasses import replace
@@ -27,7 +27,7 @@ class Service:
         self.oauth2_clients.update(options.oauth2_client)
 
     def reset(self, keep_sessions: bool) -> None:
-        """Back to the state after the start, but for nonces: they stay used."""
+        """Restores the state after the start. Only the used nonces stay used."""
         self.faults.clear()
         self.journal.clear()
         self.documents.clear()

@@ -1,8 +1,8 @@
 """Tokens and sessions, in memory, under one lock.
 
 Every decision that must be taken once (spending a token, ending a session)
-is taken inside the lock, so two requests that race cannot both win.
-Lifetimes follow the real clock; a clock offset set for tests moves time
+is taken inside the lock, so only one of two concurrent requests succeeds.
+Lifetimes follow the real clock. A clock offset set by tests moves time
 stamps and dates, never the expiry of tokens.
 """
 
@@ -26,7 +26,7 @@ class Store:
         self.clear()
 
     def clear(self) -> None:
-        """Forgets every sign-in. Used nonces are kept by the verifier."""
+        """Removes every sign-in. The verifier keeps the used nonces."""
         with self.lock:
             self.tokens: dict[str, Token] = {}
             self.handles: dict[str, Session] = {}
@@ -57,7 +57,7 @@ class Store:
             return token
 
     def open_ticket(self, token: RequestToken) -> str:
-        """The sign-in page of a request token, named by an unguessable ticket."""
+        """Opens the sign-in page of a request token. An unguessable ticket names it."""
         with self.lock:
             self._check_not_approved(token)
             token.ticket = token.ticket or random_name()
@@ -88,8 +88,8 @@ class Store:
             return self._issue_access_token(session, token.consumer_key)
 
     def refresh(self, token: AccessToken, handle: str) -> AccessToken:
-        """A new access token for an old one, which is spent by it. What can
-        never succeed again is refused with 400, so that the client gives up."""
+        """A new access token for an old one, which becomes invalid. A request
+        that can never succeed is refused with 400, so that the client gives up."""
         with self.lock:
             self._check_session(token.session, 400, "session_rejected")
             if token.session.handles.get(token.consumer_key) != handle:
@@ -112,7 +112,7 @@ class Store:
         with self.lock:
             session.ended = True
 
-    # Helpers of the browser and of the control interface
+    # Helpers for the browser pages and the control interface
 
     def open_browser(self, user: User) -> str:
         with self.lock:
@@ -125,7 +125,7 @@ class Store:
             self.browsers.pop(cookie, None)
 
     def expire(self, what: str, consumer_key: str = "") -> int:
-        """Lets all tokens or sessions of a kind expire now; returns how many."""
+        """Makes all tokens or sessions of a kind expire now; returns their number."""
         with self.lock:
             kinds = {"access-tokens": AccessToken, "request-tokens": RequestToken}
             if what == "sessions":
@@ -140,7 +140,7 @@ class Store:
             return len(chosen)
 
     def all_secrets(self) -> list[str]:
-        """All that was handed out and must not be found in clear on the other side."""
+        """All issued secrets, which must never be in clear text on the client side."""
         with self.lock:
             issued = [text for token in self.tokens.values() for text in (token.token, token.secret)]
             consumers = [consumer.secret for consumer in self.consumers.values()]

@@ -1,4 +1,4 @@
-"""The URL configuration files that point the client library at this service."""
+"""The URL configuration files that lead the client library to this service."""
 
 import json
 import re
@@ -26,7 +26,7 @@ END_POINTS = {
     "UpdateProfileEndPoint": "/account",
 }
 
-# Addresses that the library only hands to products.
+# Addresses that the library only returns to products.
 PAGES = [
     "StorageOnlineUrl", "ShareUrl", "ExchangeUrl", "SyncInstallFailedHelpUrl", "SyncUpdateUrl",
     "StorageOptionsUrl", "TroubleshootSyncErrorsUrl", "SyncConfigUrl", "ReferenceUrl",

@@ -1,4 +1,4 @@
-"""Checks a signed request. The signature itself is judged by oauthlib."""
+"""Checks a signed request. oauthlib verifies the signature itself."""
 
 import threading
 from dataclasses import dataclass
@@ -22,7 +22,7 @@ FORM = "application/x-www-form-urlencoded"
 
 @dataclass
 class Verified:
-    """A request that passed: who signed it and what it said."""
+    """A request that passed, with its signer and its parameters."""
 
     consumer: Consumer
     token: Token | None
@@ -39,9 +39,9 @@ class Verifier:
 
     def verify(self, request: Request, kinds: tuple[str, ...] = ("access",), where: str = "any",
                allow_dead: bool = False) -> Verified:
-        """kinds: the kinds of token that may have signed ("none", "request",
-        "access"); where: "header" or "query" when only one place is right;
-        allow_dead leaves the state of the token to the caller."""
+        """kinds: the allowed kinds of token ("none", "request", "access").
+        where: "header" or "query" when only one place is allowed.
+        allow_dead: the caller checks the state of the token."""
         header, query, body = self._sources(request)
         protocol = self._protocol(header, query, body, where)
         exchange = Exchange.of(request.environ)
@@ -72,7 +72,7 @@ class Verifier:
             body = urldecode(text) if text else []
         except ValueError:
             raise Refusal(400, "parameter_rejected", "malformed_parameters") from None
-        # oauthlib reads the header into a dictionary, which would hide a parameter sent twice.
+        # oauthlib reads the header into a dictionary, which would hide a duplicate parameter.
         written = [item for item in parse_http_list(rest) if not item.startswith("realm=")]
         if scheme.lower() == "oauth" and len(written) != len(header):
             raise Refusal(400, "parameter_rejected", "duplicate_parameters")
@@ -84,7 +84,7 @@ class Verifier:
                  "query": [pair for pair in query if pair[0] in PROTOCOL]}
         if any(name in PROTOCOL for name, _ in body):
             raise Refusal(400, "parameter_rejected", "protocol_parameters_in_body")
-        # The session handle alone may stand in the query beside a signed header.
+        # With a signed header, only the session handle may be in the query.
         stray = [name for name, _ in found["query"] if name != "oauth_session_handle"]
         if found["header"] and stray:
             raise Refusal(400, "parameter_rejected", "protocol_parameters_in_two_places")

@@ -11,7 +11,7 @@
 
 using namespace Velquor::WebServices;
 
-// The account service for development has a certificate authority of its own. TLS errors are never ignored.
+// The account service for development has its own certificate authority. TLS errors are never ignored.
 bool trust(const QString& authority) {
     const QList<QSslCertificate> certificates = QSslCertificate::fromPath(authority);
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();

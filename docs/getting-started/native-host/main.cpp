@@ -1,4 +1,4 @@
-// A native Windows program: the Win32 API, a message loop, and the library. It signs a user in and prints the "Authorization"
+// A native Windows program with the Win32 API, a message loop and the library. It signs a user in and prints the "Authorization"
 // header of one signed request.
 // Usage: native-host FOLDER URL
 
@@ -57,7 +57,7 @@ bool signIn(WebServicesManager& services) {
     print(L"Sign in at\n");
     print(page.get());
     print(L"\nand press Enter here.");
-    // A program with a window has a button for this. The message loop goes on meanwhile.
+    // A program with a window has a button for this. The message loop keeps running.
     std::thread([mainThread = GetCurrentThreadId()] {
         char key = 0;
         DWORD count = 0;

@@ -1,4 +1,4 @@
-// Puts a certificate authority (PEM) into the user's trusted roots, where Windows programs look. For throw-away authorities.
+// Adds a certificate authority (PEM) to the trusted roots of the Windows user. For throw-away authorities only.
 // Usage: trust FILE
 
 #include <cstdio>

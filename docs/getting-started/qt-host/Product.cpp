@@ -41,7 +41,7 @@ bool Product::signIn() {
     if (!m_services.InitiateLogin(page.get(), 8192))
         return false;
     QTextStream(stdout) << "Sign in at\n\n" << QString::fromWCharArray(page.get()) << "\n\nand press Enter here.\n";
-    // A product with a window has a button for this. The event loop goes on meanwhile.
+    // A product with a window has a button for this. The event loop keeps running.
     std::thread([this] {
         QFile input;
         if (input.open(0, QIODevice::ReadOnly | QIODevice::Unbuffered))

@@ -5,7 +5,8 @@
 #include <QUrl>
 #include <VqWebServices/WebServicesManager.h>
 
-/// A product with Qt's event loop: it signs in when nobody is, and fetches a page with a signed request as soon as somebody is.
+/// A product with Qt's event loop. It signs the user in if needed, and fetches a page with a signed request once the user is
+/// signed in.
 class Product : public QObject, public Velquor::WebServices::IWebServicesObserver {
     Q_OBJECT
 
@@ -16,7 +17,7 @@ public:
     /// False when the library cannot be used or the sign-in cannot begin.
     bool start();
 
-    // On the main thread, whichever process of the user caused it.
+    // Called on the main thread, also when another process of the user caused the event.
     void LoggedIn() override;
     void LoggedOut() override;
 

@@ -10,7 +10,7 @@
 using namespace Velquor::WebServices;
 
 // [trust]
-// The account service for development has a certificate authority of its own. TLS errors are never ignored.
+// The account service for development has its own certificate authority. TLS errors are never ignored.
 static bool trust(const QString& authority) {
     const QList<QSslCertificate> certificates = QSslCertificate::fromPath(authority);
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();

@@ -9,7 +9,7 @@ class CommandLine;
 class Output;
 class Progress;
 
-/// What a command works with. Thread: the main thread. Owner: main().
+/// The objects that a command uses. Thread: the main thread. Owner: main().
 struct Context {
     const CommandLine& line;
     const Output& output;
@@ -17,7 +17,7 @@ struct Context {
     Progress& progress;
 };
 
-// One function for each command; it says what went wrong itself and returns the exit status.
+// One function for each command. It prints its errors itself and returns the exit status.
 
 [[nodiscard]] ExitCode runStatus(Context& context);
 [[nodiscard]] ExitCode runLogin(Context& context);

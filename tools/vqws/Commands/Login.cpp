@@ -18,7 +18,7 @@ namespace {
 
 constexpr int urlSize = 8192;
 constexpr int defaultTimeoutSeconds = 300;
-// The service answers "not yet" until the page was answered; this often it is asked.
+// Until the user has signed in on the page, the service refuses. This is the interval between the queries.
 constexpr int askEveryMs = 2000;
 
 QString errorText(LoginErrorEx error, int httpStatus) {
@@ -41,7 +41,7 @@ ExitCode succeed(const Context& context, const Library& library, const char* how
     return ExitCode::Ok;
 }
 
-// The address is what the user needs now: it is shown whatever else is quiet, and never among the lines of JSON.
+// The user needs the address now. So it is shown even with `--quiet`, and never among the lines of JSON.
 void showPage(const Context& context, const QString& url) {
     if (!context.line.isSet(QStringLiteral("no-browser")) && openInBrowser(url)) {
         context.output.note(QStringLiteral("The sign-in page was opened in the browser."));

@@ -37,7 +37,7 @@ int countOf(const Findings& findings, Finding::State state) {
         std::count_if(findings.begin(), findings.end(), [state](const Finding& finding) { return finding.state == state; }));
 }
 
-/// Runs the checks one after the other and shows what each of them found. Thread: the main thread. Owner: runDoctor.
+/// Runs the checks one after the other and shows their findings. Thread: the main thread. Owner: runDoctor.
 class Round {
 public:
     explicit Round(Context& context)
@@ -73,7 +73,7 @@ public:
     }
 
 private:
-    // Nothing more once it was cancelled: the checks would see a library that is being shut down.
+    // Runs no check after cancellation, since the library is shutting down then.
     template <class Check>
     void add(const char* what, const Check& check) {
         if (m_context.cancellation.isRequested())

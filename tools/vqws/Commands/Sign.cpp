@@ -18,7 +18,7 @@ constexpr std::array<const char*, 20> methodNames{
     "GET",  "POST",   "PUT",     "DELETE",   "HEAD",         "OPTIONS", "TRACE",  "PROPFIND",  "MOVE",   "COPY",
     "LOCK", "UNLOCK", "CHECKIN", "CHECKOUT", "CANCELUPLOAD", "REPORT",  "UPDATE", "PROPPATCH", "GETLIB", "VERSION-CONTROL"};
 
-// The names stand in the order of the numbers of HttpMethod.
+// The names are in the order of the numbers of HttpMethod.
 int methodNumber(const QString& name) {
     for (size_t number = 0; number < methodNames.size(); ++number) {
         if (name.compare(QLatin1String(methodNames.at(number)), Qt::CaseInsensitive) == 0)

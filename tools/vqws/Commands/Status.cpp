@@ -62,7 +62,7 @@ void readTokens(WebServicesManager& manager, Status& status) {
 Status read(const Library& library) {
     WebServicesManager& manager = library.manager();
     Status status;
-    // The server first: the question loads what the file says of the user, where the login is not restored.
+    // The server first: when the login is not restored, GetServer() loads the user from the file.
     status.server = serverText(manager.GetServer());
     status.isSignedIn = manager.IsLoggedIn() || !library.userName().isEmpty();
     status.isValid = status.isSignedIn && !manager.IsLoginExpired();

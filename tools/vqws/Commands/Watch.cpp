@@ -16,14 +16,14 @@ namespace {
 constexpr int eventWidth = 24;
 constexpr int originWidth = 9;
 
-/// Prints what the library tells. Thread: the main thread. Owner: runWatch.
+/// Prints the events of the library. Thread: the main thread. Owner: runWatch.
 class EventPrinter final : public IWebServicesObserver3 {
 public:
     EventPrinter(const Output& output, const Library& library)
         : m_output(output)
         , m_library(library) {}
 
-    /// Whether the program is inside a call of its own, which causes what comes now.
+    /// Set while the program makes a call of its own, which causes the events that arrive now.
     void setOwn(bool isOwn) { m_isOwn = isOwn; }
 
     void LoggedIn() override { print("LoggedIn", nullptr, m_library.userName()); }

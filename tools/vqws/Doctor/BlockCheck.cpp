@@ -20,12 +20,12 @@ Finding checkSizes(const QString& dump) {
     static const QRegularExpression processes(QStringLiteral("Processes \\((\\d+)\\):"));
     const QRegularExpressionMatch match = sizes.match(dump);
     if (!match.hasMatch())
-        return ok(name, QStringLiteral("not made yet: no program is at work on a token"));
+        return ok(name, QStringLiteral("not created yet: no program is requesting a token"));
     const int total = match.captured(1).toInt();
     const int used = match.captured(2).toInt();
     const QString cure = QStringLiteral("end all programs that use the web services, and start them again");
     if (total < wholeSize)
-        return warning(name, QStringLiteral("a program made it with %1 instead of %2 bytes").arg(total).arg(wholeSize), cure);
+        return warning(name, QStringLiteral("a program created it with %1 instead of %2 bytes").arg(total).arg(wholeSize), cure);
     if (used > total - total / 10)
         return warning(name, QStringLiteral("it is nearly full: %1 of %2 bytes").arg(used).arg(total), cure);
     return ok(name,

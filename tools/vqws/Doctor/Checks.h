@@ -13,20 +13,21 @@ class Cancellation;
 
 // Before the library is started.
 
-/// The data folder: there, writable, the user's alone.
+/// The data folder: it exists, is writable, and only the user has access.
 [[nodiscard]] Findings checkFolder(const SetUp& setUp);
-/// The login state file: readable, whole, the user's alone, its key there; and what a crash left beside it.
+/// The login state file: it is readable and complete, only the user has access, and its key exists. Also finds files that a
+/// crash left next to it.
 [[nodiscard]] Findings checkStateFile(const SetUp& setUp);
-/// The lock of the login state file: nobody sits on it.
+/// The lock of the login state file: no process holds it for long.
 [[nodiscard]] Findings checkLock(const SetUp& setUp, Cancellation& cancellation);
 
-// With the library started.
+// After the library is started.
 
 [[nodiscard]] Findings checkLog();
 [[nodiscard]] Findings checkUrlFiles(const SetUp& setUp, Velquor::WebServices::Server current);
 [[nodiscard]] Findings checkTls();
 [[nodiscard]] Findings checkProxy();
-/// The account server and, by its clock, the clock of this machine.
+/// The account server, and the clock of this machine compared with the server's clock.
 [[nodiscard]] Findings checkServer(const Cancellation& cancellation);
 [[nodiscard]] Findings checkBlock(const SetUp& setUp);
 

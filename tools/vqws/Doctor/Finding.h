@@ -5,7 +5,7 @@
 
 namespace Vqws {
 
-/// What a check found. A warning or a fault comes with its cure.
+/// The result of a check. A warning or a fault comes with its cure.
 struct Finding {
     enum class State { Ok, Warning, Fault };
 

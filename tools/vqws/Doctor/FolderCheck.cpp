@@ -30,12 +30,12 @@ Findings checkFolder(const SetUp& setUp) {
     const QString existing = nearestExisting(folder);
     if (!QFileInfo(existing).isDir())
         return {fault(name, QStringLiteral("%1 is not a folder").arg(existing),
-                      QStringLiteral("move it away; the library makes the folder"))};
+                      QStringLiteral("move it away; the library creates the folder"))};
     if (!canWrite(existing))
         return {fault(name, QStringLiteral("%1 cannot be written to").arg(existing),
                       QStringLiteral("give the user the right to write there, or free space on the disk"))};
     if (existing != folder)
-        return {ok(name, QStringLiteral("%1 does not exist yet; the first program makes it").arg(folder))};
+        return {ok(name, QStringLiteral("%1 does not exist yet; the first program creates it").arg(folder))};
     const QString others = othersWithAccess(folder);
     if (!others.isEmpty())
         return {fault(name, QStringLiteral("%1 has access to %2").arg(others, folder), commandToMakePrivate(folder))};

@@ -6,7 +6,7 @@ namespace Vqws {
 
 namespace {
 
-// Nobody's work with the small file takes this long.
+// No process needs the lock of this small file for so long.
 constexpr int patienceMs = 3000;
 constexpr int lookEveryMs = 100;
 

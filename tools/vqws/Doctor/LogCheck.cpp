@@ -11,7 +11,7 @@ namespace Vqws {
 
 namespace {
 
-// The library reads no more.
+// The library does not read a larger file.
 constexpr qint64 largestConfiguration = 20480;
 
 const auto configurationName = QStringLiteral("log configuration");
@@ -22,7 +22,7 @@ Finding checkConfiguration() {
     if (path.isEmpty())
         return fault(configurationName,
                      QStringLiteral("\"WebServices.logconfig\" was not found; without it the library does not use the network"),
-                     QStringLiteral("put the file beside the library, or name its folder with --support"));
+                     QStringLiteral("put the file next to the library, or name its folder with --support"));
     const QFileInfo info(path);
     if (!info.isReadable() || info.size() == 0 || info.size() > largestConfiguration)
         return fault(configurationName,

@@ -17,7 +17,7 @@ constexpr int patienceMs = 3000;
 
 const auto name = QStringLiteral("proxy");
 
-// To the proxy itself and not through any.
+// Connects to the proxy directly, not through a proxy.
 bool answers(const QNetworkProxy& proxy) {
     QTcpSocket socket;
     socket.setProxy(QNetworkProxy::NoProxy);

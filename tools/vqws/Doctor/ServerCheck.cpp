@@ -12,7 +12,7 @@ namespace Vqws {
 
 namespace {
 
-// Services refuse signatures whose time stamp is further off than about five minutes.
+// Services refuse a signature whose time stamp differs by more than about five minutes.
 constexpr qint64 faultSeconds = 300;
 constexpr qint64 warningSeconds = 30;
 
@@ -21,7 +21,7 @@ const auto clockName = QStringLiteral("time offset");
 
 Finding checkClock(const QDateTime& serverTime) {
     if (!serverTime.isValid())
-        return warning(clockName, QStringLiteral("not known, since the account server did not tell its time"),
+        return warning(clockName, QStringLiteral("not known, since the account server did not send its time"),
                        QStringLiteral("compare the clock of this machine with another one"));
     const qint64 seconds = serverTime.secsTo(QDateTime::currentDateTimeUtc());
     const QString text =

@@ -5,11 +5,11 @@
 
 namespace Vqws {
 
-/// Where the library looks, known before it is started: starting it tidies up what the checks want to see.
+/// The folders and files of the library, found without starting it: its start would repair what the checks look for.
 struct SetUp {
     QString dataFolder;
     QString loginStateFile;
-    QStringList supportFolders; ///< in the order of the search
+    QStringList supportFolders; ///< In the order of the search.
 };
 
 [[nodiscard]] SetUp readSetUp(const QString& supportFolders);

@@ -13,7 +13,7 @@ namespace Vqws {
 namespace {
 
 constexpr qint64 largestFile = 1024 * 1024;
-// A program that is writing right now has a temporary file, too.
+// A younger temporary file may belong to a program that is writing at this moment.
 constexpr int staleSeconds = 60;
 
 const auto name = QStringLiteral("login state file");

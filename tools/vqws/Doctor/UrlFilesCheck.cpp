@@ -16,7 +16,7 @@ namespace {
 
 const auto name = QStringLiteral("URL files");
 
-// What signing in, staying signed in and signing out ask for.
+// The keys that sign-in, token refresh and sign-out need.
 const QStringList& neededKeys() {
     static const QStringList keys{QStringLiteral("AccountServerUrl"),       QStringLiteral("RequestTokenEndPoint"),
                                   QStringLiteral("AuthorizationEndPoint"),  QStringLiteral("AccessTokenEndPoint"),

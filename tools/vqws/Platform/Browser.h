@@ -4,7 +4,7 @@
 
 namespace Vqws {
 
-/// Opens an address in the user's browser. False when there is none that can be started. Thread: the main thread.
+/// Opens an address in the user's browser. False when no browser can be started. Thread: the main thread.
 [[nodiscard]] bool openInBrowser(const QString& url);
 
 } // namespace Vqws

@@ -2,13 +2,13 @@
 
 #include <QByteArray>
 
-/// The standard streams. Texts are UTF-8; on a Windows console they are shown as such whatever its code page is. Thread: any.
+/// The standard streams. Texts are UTF-8. A Windows console shows them correctly whatever its code page is. Thread: any.
 namespace Vqws::Console {
 
 enum class Stream { Output, Error };
 
-/// Keeps standard output for the results of the tool: what anybody else in the process writes there, as libraries do, goes to
-/// standard error from now on, so that a reader of JSON gets nothing else. To be called first of all.
+/// Reserves standard output for the results of the tool. From then on, output that libraries in the process write there goes to
+/// standard error, so that a reader of JSON receives nothing else. Call it before everything else.
 void takeStandardOutput();
 
 void write(Stream stream, const QByteArray& text);

@@ -4,11 +4,11 @@
 
 namespace Vqws {
 
-/// Who else than the user (and the system and its administrators) has any access to a file or folder, as the user would name
-/// them; empty when nobody has, or when there is no such file. Thread: any.
+/// Names the other users with access to a file or folder, apart from the system and its administrators, in words that the user
+/// knows. Empty when there are none, or no such file. Thread: any.
 [[nodiscard]] QString othersWithAccess(const QString& path);
 
-/// What gives the file or folder back to the user alone: a command, for the user to enter.
+/// A command for the user to enter, which restricts the file or folder to the user alone.
 [[nodiscard]] QString commandToMakePrivate(const QString& path);
 
 } // namespace Vqws

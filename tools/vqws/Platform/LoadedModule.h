@@ -4,7 +4,7 @@
 
 namespace Vqws {
 
-/// The full path of the program or library that the function at this address belongs to; empty when the system does not say.
+/// The full path of the program or library that contains the function at this address. Empty when the system does not know it.
 /// Thread: any.
 [[nodiscard]] QString modulePathOf(const void* address);
 

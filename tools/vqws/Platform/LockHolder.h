@@ -4,13 +4,13 @@
 
 namespace Vqws {
 
-/// Who holds the lock of the login state file right now.
+/// The process that currently holds the lock of the login state file.
 struct LockHolder {
     bool isHeld = false;
-    QString program; ///< name and process id, as far as the system tells them
+    QString program; ///< Name and process id, as far as the system knows them.
 };
 
-/// Looks without taking the lock away from anybody. `folder` is the one of the login state file. Thread: any.
+/// Finds the holder and does not disturb it. `folder` is the one of the login state file. Thread: any.
 [[nodiscard]] LockHolder loginStateLockHolder(const QString& folder);
 
 } // namespace Vqws

@@ -4,12 +4,12 @@
 
 namespace Vqws {
 
-// Files in which the system keeps what other systems keep elsewhere; empty where there is no such file. Thread: any.
+// Files that exist on some systems only. Empty on a system without such a file. Thread: any.
 
 /// The file of the block that the processes of the user share.
 [[nodiscard]] QString sharedBlockFile(const QString& dataFolder);
 
-/// The file of the key that the secrets in the login state file are encrypted with.
+/// The file of the key that encrypts the secrets in the login state file.
 [[nodiscard]] QString userKeyFile(const QString& dataFolder);
 
 } // namespace Vqws

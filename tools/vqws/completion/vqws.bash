@@ -1,13 +1,13 @@
-# Completion of vqws for bash: commands, options, and the values that are known.
+# Completion of vqws for bash: commands, options, and known values.
 #
-# The words stand in the lines that begin with "# words", which a test compares with what the tool knows.
+# The lines that begin with "# words" list the words. A test compares them with those of the tool.
 # words commands: status login logout watch sign token get doctor dump
 # words common: --key --secret-file --oauth2-key --oauth2-secret-file --server --support --ca --json --quiet --timeout --help --version
 # words login: --no-browser
 # words sign: --header --method
 # words token: --oauth2
 
-# The words of a name, from this file.
+# Prints the words of a name, from this file.
 _vqws_words() {
   sed -n "s/^# words $1: //p" "$_vqws_file"
 }

@@ -1,7 +1,7 @@
-# Completion of vqws for PowerShell: commands, options, and the values that are known. Load it in your profile:
+# Completion of vqws for PowerShell: commands, options, and known values. Load it in your profile:
 #   . 'C:\Program Files\VqWebServices\share\VqWebServices\vqws.ps1'
 #
-# The words stand in the lines that begin with "# words", which a test compares with what the tool knows.
+# The lines that begin with "# words" list the words. A test compares them with those of the tool.
 # words commands: status login logout watch sign token get doctor dump
 # words common: --key --secret-file --oauth2-key --oauth2-secret-file --server --support --ca --json --quiet --timeout --help --version
 # words login: --no-browser

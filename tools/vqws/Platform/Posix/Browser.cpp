@@ -6,7 +6,7 @@
 namespace Vqws {
 
 bool openInBrowser(const QString& url) {
-    // Without a display a browser would be a text browser, which would take the terminal.
+    // Without a display the browser would be a text browser and would take over the terminal.
     const bool hasDisplay = qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
     const QString opener = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
     if (opener.isEmpty() || !hasDisplay)

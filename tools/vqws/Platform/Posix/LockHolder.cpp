@@ -13,7 +13,7 @@ namespace {
 constexpr int processColumn = 4;
 constexpr int fileColumn = 5;
 
-// A line of the kernel's list: number, "FLOCK", kind, "WRITE", process, device and file, range.
+// The columns of /proc/locks are: number, "FLOCK", kind, "WRITE", process, device and file, range.
 QString fileText(const struct stat& info) {
     return QStringLiteral("%1:%2:%3")
         .arg(major(info.st_dev), 2, 16, QLatin1Char('0'))
@@ -38,7 +38,7 @@ LockHolder loginStateLockHolder(const QString& folder) {
     const QStringList lines = QString::fromLatin1(locks.readAll()).split(QLatin1Char('\n'));
     for (const QString& line : lines) {
         const QStringList columns = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        // Those that wait stand there with an arrow, which moves the columns.
+        // A line of a waiting process has an extra column with an arrow, so it does not match.
         if (columns.size() > fileColumn && columns.at(fileColumn) == fileText(info))
             return {true, programText(columns.at(processColumn))};
     }

@@ -11,7 +11,7 @@ namespace Vqws::Console {
 
 namespace {
 
-// More at once is refused by some consoles.
+// Some consoles refuse longer writes.
 constexpr int mostUnits = 8000;
 
 int outputDescriptor = 1;

@@ -16,7 +16,7 @@ struct LocalMemoryDeleter {
     void operator()(void* memory) const { ::LocalFree(memory); }
 };
 
-// Room for TOKEN_USER and the longest SID behind it.
+// Memory for TOKEN_USER and the longest SID after it.
 struct TokenUserBuffer {
     TOKEN_USER user;
     BYTE sid[SECURITY_MAX_SID_SIZE];
@@ -49,7 +49,7 @@ QString nameOf(PSID sid) {
                : QStringLiteral("another account");
 }
 
-// An entry that is there to be inherited says nothing about the folder itself.
+// An inherit-only entry does not apply to the folder itself.
 bool givesAccess(const ACE_HEADER& header) {
     return header.AceType == ACCESS_ALLOWED_ACE_TYPE && (header.AceFlags & INHERIT_ONLY_ACE) == 0;
 }

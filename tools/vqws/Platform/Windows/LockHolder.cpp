@@ -7,7 +7,7 @@ namespace Vqws {
 
 namespace {
 
-// As Qt names the object of a QSystemSemaphore.
+// The name that Qt gives to the object of a QSystemSemaphore.
 QString semaphoreName(const QString& key) {
     QString name = QStringLiteral("qipc_systemsem_");
     for (const QChar letter : key) {
@@ -19,7 +19,8 @@ QString semaphoreName(const QString& key) {
 
 } // namespace
 
-// The system does not say who holds a semaphore, only whether it could be taken at once; it is given back at once then.
+// The system does not tell which process holds a semaphore. It only tells whether the semaphore is free: this takes it without
+// waiting, and releases it at once.
 LockHolder loginStateLockHolder(const QString&) {
     const std::wstring name = semaphoreName(QStringLiteral("VqWebServicesLoginStateSemaphore")).toStdWString();
     const HANDLE semaphore = ::OpenSemaphoreW(SYNCHRONIZE | SEMAPHORE_MODIFY_STATE, FALSE, name.c_str());

@@ -6,7 +6,7 @@ QString sharedBlockFile(const QString&) {
     return {};
 }
 
-// The key lies in a container of the system.
+// The key is in a key container of the system.
 QString userKeyFile(const QString&) {
     return {};
 }
