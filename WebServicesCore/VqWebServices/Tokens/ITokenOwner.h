@@ -12,7 +12,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-class OAuth2Session;
+class OAuth2TokenSlot;
 
 /// What became of tokens that were to be kept.
 enum class StoreResult {
@@ -70,8 +70,8 @@ public:
                                             const QString& signInId) = 0;
 
     [[nodiscard]] virtual bool isOAuth2Enabled() const = 0;
-    /// The same for an OAuth2 token that was just obtained, which becomes that of `session`.
-    [[nodiscard]] virtual StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token,
+    /// The same for an OAuth2 token that was just obtained, which replaces the one in `slot`.
+    [[nodiscard]] virtual StoreResult storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData& token,
                                                   const QString& signInId) = 0;
 
     /// The product login session lock: held by whoever replaces configuration or tokens of the product, and by whoever needs them

@@ -2,8 +2,8 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Tokens/OAuth2/OAuth2Exchange.h"
-#include "Tokens/OAuth2/OAuth2Session.h"
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Tokens/OAuth2/ProductSessionLock.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
 #include "Tokens/Refresh/RefreshTiming.h"
@@ -18,7 +18,7 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 void OAuth2TokenRefresher::request() {
     if (!owner().catchUpWithFile(signInId()))
         return signInGone();
-    const bool isValid = m_session.token().isValid(now());
+    const bool isValid = m_slot.token().isValid(now());
     const bool isRenewed = isValid && isAnotherToken();
     if (m_elsewhere) {
         const auto finished = QStringLiteral("Finished waiting for OAuth2 token refresh to finish in another process. %1.");
@@ -41,8 +41,8 @@ Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration&
                                   services().loggers.lock);
     m_sentTokens = owner().tokens();
     // The server's words for the types differ between query and refresh.
-    const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();
-    return oauth2Form(configuration, m_sentTokens, *services().cryptor, type, m_session.scope());
+    const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();
+    return oauth2Form(configuration, m_sentTokens, *services().cryptor, type, m_slot.scope());
 }
 
 void OAuth2TokenRefresher::sendRequest() {
@@ -96,20 +96,20 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
             "Failed to refresh OAuth2 token. Failed to parse server response. Response body maybe invalid or empty."));
         return finishAndRetry(networkRetryMs);
     }
-    switch (m_session.SetToken(reply.token, reply.expiryDate, signInId())) {
-    case OAuth2Session::Stored::NotEncrypted:
+    switch (m_slot.SetToken(reply.token, reply.expiryDate, signInId())) {
+    case OAuth2TokenSlot::Stored::NotEncrypted:
         log().error(QStringLiteral(
             "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
         return finishAndRetry(networkRetryMs);
-    case OAuth2Session::Stored::SignInGone: return signInGone();
-    case OAuth2Session::Stored::Busy: return finishAndRetry(networkRetryMs);
-    case OAuth2Session::Stored::Yes: break;
+    case OAuth2TokenSlot::Stored::SignInGone: return signInGone();
+    case OAuth2TokenSlot::Stored::Busy: return finishAndRetry(networkRetryMs);
+    case OAuth2TokenSlot::Stored::Yes: break;
     }
     log().information(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in %1.")
                           .arg(Util::timeSpanText(now().msecsTo(reply.expiryDate))));
     forgetFailures();
     finish(1);
-    owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_slot.spec());
     updateRefreshTimer();
 }
 
@@ -124,7 +124,7 @@ void OAuth2TokenRefresher::takeFromFile() {
     log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
     forgetFailures();
     finish(1);
-    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
     updateRefreshTimer();
 }
 
@@ -142,7 +142,7 @@ void OAuth2TokenRefresher::refused() {
 }
 
 void OAuth2TokenRefresher::startRetryProcess() {
-    const OAuth2TokenSpec& spec = m_session.spec();
+    const OAuth2TokenSpec& spec = m_slot.spec();
     const std::optional<RetrySchedule> set = RetrySchedules::instance().find(owner().productKey(), spec);
     if (!set)
         log().information(QStringLiteral("Using default OAuth2 token refresh retry schedule"));

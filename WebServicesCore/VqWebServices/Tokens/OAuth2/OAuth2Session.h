@@ -2,11 +2,11 @@
 
 #include "Tokens/IRequestFlags.h"
 #include "Tokens/ITokenOwner.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Tokens/Query/QueryWorker.h"
 #include "Tokens/Refresh/RefreshWorker.h"
 
 #include <QMutex>
-#include <QObject>
 #include <VqWebServices/OAuth2Token.h>
 #include <memory>
 #include <vector>
@@ -19,13 +19,11 @@ class RefreshController;
 class TokenFetcher;
 class TokenRefresher;
 
-/// The OAuth2 token of one product for one spec, and the way to the workers that query and refresh it.
+/// One OAuth2 token of one product with the workers that query and refresh it, and the calls of other threads to them.
 ///
-/// Thread: any; the token has a mutex of its own. Owner: the product's session, which outlives the workers; these live on the
-/// token operations thread and are deleted there. Errors: results and log lines.
-class OAuth2Session : public QObject {
-    Q_OBJECT
-
+/// Thread: any. Owner: the product's session, which outlives the workers; these live on the token operations thread and are
+/// deleted there. Errors: results and log lines.
+class OAuth2Session {
 public:
     OAuth2Session(ITokenOwner& owner, const OAuth2TokenSpec& spec);
 
@@ -40,24 +38,17 @@ public:
     };
     /// Makes the workers on the thread; the result are the objects that are to be deleted there, in this order.
     [[nodiscard]] std::vector<TokenWorker*> Activate(const Parts& parts);
-    /// Nobody is asked any more: the workers are going away.
+    /// Forgets the workers, which are about to be deleted.
     void detach();
 
-    [[nodiscard]] const OAuth2TokenSpec& spec() const { return m_spec; }
-    /// The scope that is asked for: the spec's, or the configuration's for the spec of the older interface.
-    [[nodiscard]] QString scope() const;
-    [[nodiscard]] OAuth2TokenData token() const;
-
-    enum class Stored { Yes, NotEncrypted, SignInGone, Busy };
-    /// Encrypts and keeps a token that was just obtained, in memory and in the file.
-    [[nodiscard]] Stored SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate, const QString& signInId);
-    /// Puts an encrypted token in place, in memory only.
-    void replaceToken(const OAuth2TokenData& token);
-    /// Takes a token of the file over when it is a newer one and can be decrypted.
-    void adopt(const OAuth2TokenData& token);
-    void DiscardToken();
-    /// The user is signed out.
-    void Clear();
+    // See OAuth2TokenSlot.
+    [[nodiscard]] const OAuth2TokenSpec& spec() const { return m_slot.spec(); }
+    [[nodiscard]] QString scope() const { return m_slot.scope(); }
+    [[nodiscard]] OAuth2TokenData token() const { return m_slot.token(); }
+    void adopt(const OAuth2TokenData& token) { m_slot.adopt(token); }
+    void DiscardToken() { m_slot.DiscardToken(); }
+    void Clear() { m_slot.Clear(); }
+    [[nodiscard]] QString DescribeOAuth2Token() const { return m_slot.DescribeOAuth2Token(); }
 
     /// `waitToFinish`: waits for what is under way and obtains a token when there is none. With no lock held. Not the workers'
     /// thread.
@@ -73,13 +64,6 @@ public:
     void acquiredElsewhere();
     void refreshedElsewhere(const QString& consumerKey);
 
-    /// For the log: type, scope and remaining life.
-    [[nodiscard]] QString DescribeOAuth2Token() const;
-
-signals:
-    void OAuth2TokenAvailable();
-    void OAuth2TokenDiscarded();
-
 private:
     void waitForQuery();
     void waitForRefresh();
@@ -88,9 +72,7 @@ private:
     [[nodiscard]] Log::ILogger& log() const { return *m_owner.services().loggers.oauth2; }
 
     ITokenOwner& m_owner;
-    const OAuth2TokenSpec m_spec;
-    mutable QMutex m_tokenMutex;
-    OAuth2TokenData m_token;
+    OAuth2TokenSlot m_slot;
     /// Guards the pointers, which are null before the activation and after `detach`.
     mutable QMutex m_workerMutex;
     OAuth2TokenFetcher* m_fetcher = nullptr;

@@ -3,12 +3,10 @@
 #include "Network/Diagnosis/BodyMask.h"
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Tokens/OAuth2/OAuth2Exchange.h"
-#include "Tokens/OAuth2/OAuth2Session.h"
-#include "Values/OAuth2TokenSpecImp.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/General/HumanText.h"
 
-#include <QCryptographicHash>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -19,23 +17,11 @@ namespace {
 
 constexpr int retryMs = 30000;
 
-// Scopes are equal whatever their case.
-QString specText(const OAuth2TokenSpec& spec) {
-    return OAuth2TokenSpecImp::of(spec).toText().toLower();
-}
-
-// Scopes are free text; names of locks are not.
-QString lockName(const QString& keyDigest, const OAuth2TokenSpec& spec) {
-    const QByteArray digest = QCryptographicHash::hash(specText(spec).toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
-    return QStringLiteral("Velquor.WebServices.OAuth2TokenQuery.%1.%2").arg(keyDigest, QString::fromLatin1(digest));
-}
-
 } // namespace
 
-OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest)
-    : QueryWorker(owner, flags, oauth2QueryTexts(), lockName(keyDigest, session.spec()),
-                  RequestFlag::oauth2QueryOfSpec.arg(specText(session.spec())))
-    , m_session(session) {}
+OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest)
+    : QueryWorker(owner, flags, oauth2QueryTexts(), slot.queryLockName(keyDigest), slot.queryFlag())
+    , m_slot(slot) {}
 
 OAuth2TokenFetcher::~OAuth2TokenFetcher() {
     showQuery(false);
@@ -63,7 +49,7 @@ void OAuth2TokenFetcher::gaveUpWaiting() {
 void OAuth2TokenFetcher::TokenAcquired() {
     if (!owner().isOAuth2Enabled())
         return;
-    if (m_session.token().isValid(now())) {
+    if (m_slot.token().isValid(now())) {
         log().information(QStringLiteral(
             "Received web services event TokenAcquired and ignored. OAuth2 token is already available and doesn't need to be queried."));
     } else if (run().isBusy()) {
@@ -78,7 +64,7 @@ void OAuth2TokenFetcher::TokenAcquired() {
 }
 
 void OAuth2TokenFetcher::TokenRefreshed() {
-    if (owner().isOAuth2Enabled() && !m_session.token().isPresent() && !run().isBusy())
+    if (owner().isOAuth2Enabled() && !m_slot.token().isPresent() && !run().isBusy())
         (void)ask(false);
 }
 
@@ -100,9 +86,9 @@ QString OAuth2TokenFetcher::refusal() {
 
 bool OAuth2TokenFetcher::takeFromFile() {
     // Those who asked while another query ended find its result here.
-    if (m_session.token().isValid(now()))
+    if (m_slot.token().isValid(now()))
         return true;
-    if (!owner().catchUpWithFile(owner().signInId()) || !m_session.token().isValid(now()))
+    if (!owner().catchUpWithFile(owner().signInId()) || !m_slot.token().isValid(now()))
         return false;
     announceLoaded();
     return true;
@@ -111,14 +97,14 @@ bool OAuth2TokenFetcher::takeFromFile() {
 void OAuth2TokenFetcher::announceLoaded() {
     log().information(
         QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
-    m_announced = m_session.token().token;
-    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+    m_announced = m_slot.token().token;
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
 }
 
 void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
     // The file may have been looked at before the event arrived.
-    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_session.token().isValid(now())
-        && m_session.token().token != m_announced)
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_slot.token().isValid(now())
+        && m_slot.token().token != m_announced)
         announceLoaded();
 }
 
@@ -126,11 +112,10 @@ bool OAuth2TokenFetcher::request() {
     log().information(QStringLiteral("Getting OAuth2 token"));
     const ConfigurationPointer configuration = owner().configuration();
     // The server's words for the types differ between query and refresh.
-    const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
+    const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
     m_sentTokens = owner().tokens();
-    const Util::SecretBytes form = configuration
-                                       ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
-                                       : Util::SecretBytes();
+    const Util::SecretBytes form =
+        configuration ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_slot.scope()) : Util::SecretBytes();
     if (form.isEmpty()) {
         log().error(QStringLiteral("Failed to query OAuth2 token. Failed to decrypt the access token."));
         return false;
@@ -193,23 +178,23 @@ void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
     log().error(text);
     finish(0);
     startQueryTimer(retryMs);
-    owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_slot.spec());
 }
 
 void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     log().information(QStringLiteral("Got OAuth2 token"));
-    switch (m_session.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
-    case OAuth2Session::Stored::NotEncrypted:
+    switch (m_slot.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
+    case OAuth2TokenSlot::Stored::NotEncrypted:
         return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
-    case OAuth2Session::Stored::SignInGone: return ignoreResult();
-    case OAuth2Session::Stored::Busy: return gaveUpWaiting();
-    case OAuth2Session::Stored::Yes: break;
+    case OAuth2TokenSlot::Stored::SignInGone: return ignoreResult();
+    case OAuth2TokenSlot::Stored::Busy: return gaveUpWaiting();
+    case OAuth2TokenSlot::Stored::Yes: break;
     }
-    m_announced = m_session.token().token;
+    m_announced = m_slot.token().token;
     finish(1);
-    owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_session.spec());
-    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_slot.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -4,7 +4,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-class OAuth2Session;
+class OAuth2TokenSlot;
 struct OAuth2Reply;
 
 /// Asks for the OAuth2 token of a session in exchange for the product's OAuth 1.0 access token; tries again for ever while it
@@ -15,7 +15,7 @@ class OAuth2TokenFetcher : public QueryWorker {
     Q_OBJECT
 
 public:
-    OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest);
+    OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest);
     ~OAuth2TokenFetcher() override;
 
 public slots:
@@ -46,7 +46,7 @@ private:
     void showQuery(bool isUnderWay);
     void announceLoaded();
 
-    OAuth2Session& m_session;
+    OAuth2TokenSlot& m_slot;
     QString m_signInMark;
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
     QByteArray m_announced;     ///< The token, encrypted, of which the observers were told last.

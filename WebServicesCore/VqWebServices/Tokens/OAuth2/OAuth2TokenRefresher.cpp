@@ -1,6 +1,6 @@
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 
-#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Tokens/Refresh/RefreshTiming.h"
 #include "VqUtil/General/HumanText.h"
 
@@ -14,16 +14,16 @@ constexpr int holdOffMs = 30000;
 
 } // namespace
 
-OAuth2TokenRefresher::OAuth2TokenRefresher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags,
+OAuth2TokenRefresher::OAuth2TokenRefresher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags,
                                            RefreshController& controller, RefreshWorker& tokenRefresher,
                                            std::shared_ptr<RunState> queries)
     : RefreshWorker(owner, oauth2RefreshTexts())
-    , m_session(session)
+    , m_slot(slot)
     , m_flags(flags)
     , m_controller(controller)
     , m_tokenRefresher(tokenRefresher)
     , m_queries(std::move(queries))
-    , m_flag(session.spec().GetType() == JWT ? RequestFlag::oauth2JwtRefresh : RequestFlag::oauth2Refresh)
+    , m_flag(slot.refreshFlag())
     , m_retry(owner.services().steadyClock) {}
 
 OAuth2TokenRefresher::~OAuth2TokenRefresher() {
@@ -31,11 +31,11 @@ OAuth2TokenRefresher::~OAuth2TokenRefresher() {
 }
 
 QDateTime OAuth2TokenRefresher::expiryDate() const {
-    return m_session.token().expiryDate;
+    return m_slot.token().expiryDate;
 }
 
 QByteArray OAuth2TokenRefresher::heldToken() const {
-    return m_session.token().token;
+    return m_slot.token().token;
 }
 
 QString OAuth2TokenRefresher::timerStopReason() const {
@@ -44,7 +44,7 @@ QString OAuth2TokenRefresher::timerStopReason() const {
         return reason;
     if (!owner().isOAuth2Enabled())
         return QStringLiteral("OAuth2 is not enabled");
-    if (!m_session.token().isPresent())
+    if (!m_slot.token().isPresent())
         return QStringLiteral("No OAuth2 token to refresh");
     return m_queries->isBusy() ? QStringLiteral("OAuth2 token query is in progress") : QString();
 }

@@ -9,7 +9,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-class OAuth2Session;
+class OAuth2TokenSlot;
 struct OAuth2Reply;
 
 /// Renews the OAuth2 token of a session before it expires, with the product's OAuth 1.0 token, which it lets be renewed first
@@ -22,7 +22,7 @@ class OAuth2TokenRefresher : public RefreshWorker {
 
 public:
     /// `tokenRefresher` lives on the same thread and goes after this; `queries`: the token queries of the session.
-    OAuth2TokenRefresher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, RefreshController& controller,
+    OAuth2TokenRefresher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, RefreshController& controller,
                          RefreshWorker& tokenRefresher, std::shared_ptr<RunState> queries);
     ~OAuth2TokenRefresher() override;
 
@@ -65,7 +65,7 @@ private:
     /// Looks at the file before the user is signed out. True when that has ended the run.
     void refuse(const QString& text);
 
-    OAuth2Session& m_session;
+    OAuth2TokenSlot& m_slot;
     IRequestFlags& m_flags;
     RefreshController& m_controller;
     RefreshWorker& m_tokenRefresher;
