@@ -53,12 +53,4 @@ void TokenWorker::stopTimer() {
     m_timerActive = false;
 }
 
-QString TokenWorker::modeWord(bool synchronous) {
-    return synchronous ? QStringLiteral("synchronous") : QStringLiteral("asynchronous");
-}
-
-QString TokenWorker::modeAdverb(bool synchronous) {
-    return synchronous ? QStringLiteral("synchronously") : QStringLiteral("asynchronously");
-}
-
 } // namespace Velquor::WebServices::Internal

@@ -54,10 +54,6 @@ protected:
     [[nodiscard]] RunState& run() const { return *m_run; }
     [[nodiscard]] Poller& poller() { return m_poller; }
 
-    /// "Synchronous" or "synchronously", and the same for asynchronous.
-    [[nodiscard]] static QString modeWord(bool synchronous);
-    [[nodiscard]] static QString modeAdverb(bool synchronous);
-
 private:
     ITokenOwner& m_owner;
     Loggers::Logger Loggers::*const m_logger;

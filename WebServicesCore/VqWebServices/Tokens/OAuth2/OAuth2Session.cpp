@@ -1,5 +1,7 @@
 #include "Tokens/OAuth2/OAuth2Session.h"
 
+#include "Tokens/OAuth2/OAuth2QueryLog.h"
+#include "Tokens/OAuth2/OAuth2RefreshLog.h"
 #include "Tokens/OAuth2/OAuth2TokenFetcher.h"
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 #include "Tokens/Query/TokenFetcher.h"
@@ -62,8 +64,10 @@ bool OAuth2Session::QueryOAuth2Token(bool synchronous) {
         if (m_fetcher)
             answer = m_fetcher->ask(synchronous);
     }
-    if (answer == QueryWorker::Answer::Wait || answer == QueryWorker::Answer::Joined)
-        return QueryWorker::waitForEnd(waiter, answer, m_owner.services(), oauth2QueryTexts());
+    if (answer == QueryWorker::Answer::Wait || answer == QueryWorker::Answer::Joined) {
+        const OAuth2QueryLog steps(m_owner.services().loggers.oauth2Fetcher);
+        return QueryWorker::waitForEnd(waiter, answer, m_owner.services(), steps);
+    }
     return answer != QueryWorker::Answer::Refused;
 }
 
@@ -75,8 +79,10 @@ bool OAuth2Session::refreshToken(bool synchronous, RefreshWorker::Reason reason)
         if (m_refresher)
             answer = m_refresher->ask(synchronous, reason);
     }
-    if (answer == RefreshWorker::Answer::Wait)
-        return RefreshWorker::waitForEnd(waiter, m_owner.services(), oauth2RefreshTexts());
+    if (answer == RefreshWorker::Answer::Wait) {
+        const OAuth2RefreshLog steps(m_owner.services().loggers.oauth2Refresher);
+        return RefreshWorker::waitForEnd(waiter, m_owner.services(), steps);
+    }
     return answer != RefreshWorker::Answer::Refused;
 }
 

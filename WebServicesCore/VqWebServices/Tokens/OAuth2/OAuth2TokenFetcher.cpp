@@ -3,6 +3,7 @@
 #include "Network/Diagnosis/BodyMask.h"
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Tokens/OAuth2/OAuth2Exchange.h"
+#include "Tokens/OAuth2/OAuth2QueryLog.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/General/HumanText.h"
@@ -20,7 +21,8 @@ constexpr int retryMs = 30000;
 } // namespace
 
 OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest)
-    : QueryWorker(owner, flags, oauth2QueryTexts(), slot.queryLockName(keyDigest), slot.queryFlag())
+    : QueryWorker(owner, flags, &Loggers::oauth2Fetcher, std::make_unique<OAuth2QueryLog>(owner.services().loggers.oauth2Fetcher),
+                  slot.queryLockName(keyDigest), slot.queryFlag())
     , m_slot(slot) {}
 
 OAuth2TokenFetcher::~OAuth2TokenFetcher() {

@@ -1,16 +1,10 @@
 #pragma once
 
-#include "Tokens/IRequestFlags.h"
+#include "Tokens/OAuth2/OAuth2RefreshTurn.h"
 #include "Tokens/OAuth2/RetryProcess.h"
-#include "Tokens/Refresh/RefreshController.h"
 #include "Tokens/Refresh/RefreshWorker.h"
 
-#include <QElapsedTimer>
-
 namespace Velquor::WebServices::Internal {
-
-class OAuth2TokenSlot;
-struct OAuth2Reply;
 
 /// Renews the OAuth2 token of a session before it expires, with the product's OAuth 1.0 token, which it lets be renewed first
 /// when that has expired. It never runs together with an OAuth 1.0 refresh of the same key, in any process of the user.
@@ -39,7 +33,7 @@ protected:
     [[nodiscard]] int shortestIntervalMs() const override { return 1000; }
     [[nodiscard]] QString describeToken(bool& isDue) const override;
     void refresh() override;
-    void releaseLocks() override;
+    void releaseLocks() override { m_turn.release(); }
     void takeFromFile() override;
     void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override;
@@ -48,13 +42,6 @@ protected:
 
 private:
     [[nodiscard]] QString refusal() const;
-    void waitForToken();
-    void tokenRefreshEnded();
-    void waitForLock();
-    [[nodiscard]] bool claim();
-    void lockAcquired();
-    [[nodiscard]] bool claimBetweenTokenRefreshes();
-    void holdOff();
     void request();
     void sendRequest();
     [[nodiscard]] Util::SecretBytes makeForm(const WebServicesConfiguration& configuration);
@@ -62,23 +49,14 @@ private:
     void refused();
     void startRetryProcess();
     void retryAlongSchedule();
-    /// Looks at the file before the user is signed out. True when that has ended the run.
     void refuse(const QString& text);
 
     OAuth2TokenSlot& m_slot;
-    IRequestFlags& m_flags;
-    RefreshController& m_controller;
-    RefreshWorker& m_tokenRefresher;
     const std::shared_ptr<RunState> m_queries;
-    const QString m_flag;
+    OAuth2RefreshTurn m_turn;
     RetryProcess m_retry;
     QString m_retryMark;        ///< The sign-in that the retry process belongs to.
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
-    QElapsedTimer m_claiming;
-    bool m_locked = false;
-    bool m_published = false;
-    bool m_elsewhere = false;     ///< Another process refreshes the token.
-    bool m_waitsForToken = false; ///< Put off until the OAuth 1.0 token is renewed.
     bool m_resent = false;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Tokens/IRequestFlags.h"
-#include "Tokens/Query/QueryTexts.h"
+#include "Tokens/Query/QueryLog.h"
 #include "Tokens/RequestLock.h"
 #include "Tokens/TokenWorker.h"
 
@@ -10,7 +10,8 @@
 namespace Velquor::WebServices::Internal {
 
 /// The dance of a token query, the same for OAuth 1.0 and OAuth2: starts from any thread, one query at a time among all processes
-/// of the user, waiting callers, a timer for the next try. What differs is said by the derived class and its texts.
+/// of the user, waiting callers, a timer for the next try. The derived class has what differs, and its QueryLog
+/// the texts.
 ///
 /// Thread, owner and errors: as of TokenWorker.
 class QueryWorker : public TokenWorker {
@@ -18,7 +19,8 @@ class QueryWorker : public TokenWorker {
 
 public:
     /// `lockName` names the lock between the processes, `flag` the hint for them.
-    QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTexts& texts, const QString& lockName, const QString& flag);
+    QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logger Loggers::*logger, std::unique_ptr<const QueryLog> steps,
+                const QString& lockName, const QString& flag);
     ~QueryWorker() override;
 
     enum class Answer {
@@ -32,8 +34,9 @@ public:
     [[nodiscard]] Answer ask(bool synchronous);
 
     /// The end of a synchronous call: waits, and tells whether the query succeeded. Any thread but the worker's.
+    /// The worker may be gone by then, so the caller brings the log along.
     [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services,
-                                         const QueryTexts& texts);
+                                         const QueryLog& steps);
 
     /// Another process does the work that this one waits for. Any thread.
     [[nodiscard]] bool isInProgressElsewhere() const { return m_elsewhere; }
@@ -69,7 +72,7 @@ private:
     void setElsewhere(bool elsewhere);
     void setHere(bool here);
 
-    const QueryTexts& m_texts;
+    const std::unique_ptr<const QueryLog> m_steps;
     const QString m_flag;
     RequestLock m_lock;
     QElapsedTimer m_claiming;

@@ -1,6 +1,8 @@
 #include "Tokens/Query/TokenFetcher.h"
 
 #include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/ModeWord.h"
+#include "Tokens/Query/TokenQueryLog.h"
 #include "Tokens/TokenReply.h"
 #include "VqUtil/General/HumanText.h"
 
@@ -16,8 +18,8 @@ constexpr int maximumRetries = 5;
 } // namespace
 
 TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest)
-    : QueryWorker(owner, flags, tokenQueryTexts(), QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest,
-                  RequestFlag::tokenQuery) {
+    : QueryWorker(owner, flags, &Loggers::fetcher, std::make_unique<TokenQueryLog>(owner.services().loggers.fetcher),
+                  QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery) {
     log().information(QStringLiteral("Constructor"));
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tokens/Refresh/RefreshTexts.h"
+#include "Tokens/Refresh/RefreshLog.h"
 #include "Tokens/TokenWorker.h"
 
 #include <QDateTime>
@@ -8,14 +8,14 @@
 namespace Velquor::WebServices::Internal {
 
 /// The dance of a refresh, the same for OAuth 1.0 and OAuth2: a timer ahead of the expiry, starts from any thread, one run at a
-/// time, waiting callers. What differs is said by the derived class and its texts.
+/// time, waiting callers. The derived class has what differs, and its RefreshLog the texts.
 ///
 /// Thread, owner and errors: as of TokenWorker.
 class RefreshWorker : public TokenWorker {
     Q_OBJECT
 
 public:
-    RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts);
+    RefreshWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger, std::unique_ptr<const RefreshLog> steps);
 
     /// Why a refresh is asked for.
     enum class Reason {
@@ -34,9 +34,8 @@ public:
     [[nodiscard]] Answer ask(bool synchronous, Reason reason);
 
     /// The end of a synchronous call: waits, and tells whether the refresh succeeded. Any thread but the worker's.
-    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshTexts& texts);
-
-    [[nodiscard]] const RefreshTexts& texts() const { return m_texts; }
+    /// The worker may be gone by then, so the caller brings the log along.
+    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps);
 
 signals:
     void StartRefreshToken(bool synchronous);
@@ -111,7 +110,7 @@ private:
     void timerFired() final;
     void doRefresh(bool synchronous);
 
-    const RefreshTexts& m_texts;
+    const std::unique_ptr<const RefreshLog> m_steps;
     QDateTime m_expectedArrival;
     QByteArray m_triedToken;
     QString m_signInMark;

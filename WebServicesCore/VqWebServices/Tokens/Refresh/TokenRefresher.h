@@ -1,10 +1,8 @@
 #pragma once
 
-#include "Tokens/IRequestFlags.h"
 #include "Tokens/Refresh/PendingRefreshFile.h"
-#include "Tokens/Refresh/RefreshController.h"
-#include "Tokens/Refresh/RefreshEventFilter.h"
 #include "Tokens/Refresh/RefreshWorker.h"
+#include "Tokens/Refresh/TokenRefreshTurn.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -18,7 +16,7 @@ class TokenRefresher : public RefreshWorker {
 public:
     /// `queries`: the token queries of the same product; while one runs there is nothing to refresh.
     TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
-                   const PendingRefreshFile& mark);
+                   const PendingRefreshFile& pending);
     ~TokenRefresher() override;
 
     /// Ends the refresh that is under way, for those who wait for it too. This object's thread.
@@ -36,7 +34,7 @@ protected:
     [[nodiscard]] int shortestIntervalMs() const override { return 2000; }
     [[nodiscard]] QString describeToken(bool& isDue) const override;
     void refresh() override;
-    void releaseLocks() override;
+    void releaseLocks() override { m_turn.release(); }
     void takeFromFile() override;
     void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override { return owner().tokens().accessToken; }
@@ -45,9 +43,6 @@ protected:
 
 private:
     [[nodiscard]] QString refusal() const;
-    void lockAcquired();
-    void waitForOAuth2Refresh();
-    void oauth2RefreshTookTooLong();
     void request();
     void sendRequest(bool withToken);
     void succeeded(const ExchangeOutcome& outcome);
@@ -55,15 +50,11 @@ private:
     void handleRefusal(const ExchangeOutcome& outcome);
     void countFailure(bool isClockProblem);
     void retryAfter(int intervalMs);
-    /// Looks at the file before the user is signed out. True when that has ended the run.
 
-    RefreshController& m_controller;
-    IRequestFlags& m_flags;
     const std::shared_ptr<RunState> m_queries;
-    const PendingRefreshFile m_mark;
-    RefreshEventFilter m_notice;
+    const PendingRefreshFile m_pending;
+    TokenRefreshTurn m_turn;
     int m_failureCount = 0;
-    bool m_locked = false;
     bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer.
 };
 
