@@ -23,7 +23,6 @@ private Q_SLOTS:
     void asyncStartsOnceAndAgain();
     void asyncDestroyedWhileRunning_data();
     void asyncDestroyedWhileRunning();
-    void asyncCanceledByController();
     void selfSignedCertificateIsRefused();
     void runGetOnAThreadWithoutLoop();
 };
@@ -93,19 +92,6 @@ void NetworkOperationAsyncTest::asyncDestroyedWhileRunning() {
     QCOMPARE(ends, 1);
     QCOMPARE(result, OperationResult::Canceled);
     QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
-}
-
-void NetworkOperationAsyncTest::asyncCanceledByController() {
-    m_server.setScript(page, silence);
-    const auto controller = std::make_shared<ICancelController>();
-    NetworkOperationAsync operation(request(), m_logger);
-    operation.setCancelController(controller);
-    QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
-    operation.Start();
-    QTest::qWait(50);
-    Q_EMIT controller->Canceled();
-    QTRY_COMPARE(ends.count(), 1);
-    QCOMPARE(operation.result(), OperationResult::Canceled);
 }
 
 void NetworkOperationAsyncTest::selfSignedCertificateIsRefused() {

@@ -43,10 +43,6 @@ NetworkOperationAsync::~NetworkOperationAsync() {
     joinThread();
 }
 
-void NetworkOperationAsync::setCancelController(std::shared_ptr<ICancelController> controller) {
-    m_cancelController = std::move(controller);
-}
-
 bool NetworkOperationAsync::Start() {
     if (m_operation && m_thread && m_thread->isRunning())
         return true;
@@ -73,7 +69,7 @@ bool NetworkOperationAsync::Start() {
 }
 
 bool NetworkOperationAsync::startThread() {
-    auto operation = std::make_unique<NetworkOperation>(m_cancelController, m_logger);
+    auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
     m_operation = operation.get();
     connectOperation();
     m_thread = std::make_unique<NetworkOperationThread>();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Network/ICancelController.h"
 #include "Network/OperationResult.h"
 #include "VqLog/ILogger.h"
 
@@ -36,7 +35,6 @@ public:
     /// These take effect with the next Start().
     void setDownloadFile(const QString& path) { m_downloadToFile = path; }
     void setTimeout(int timeoutInMsec) { m_timeoutInMsec = timeoutInMsec; }
-    void setCancelController(std::shared_ptr<ICancelController> controller);
 
     /// True also when it is running already; false when the system gives no thread, and RequestFinished follows then
     /// too.
@@ -71,7 +69,6 @@ private:
     QString m_verb = QStringLiteral("GET");
     QByteArray m_body;
     int m_timeoutInMsec = -1;
-    std::shared_ptr<ICancelController> m_cancelController;
     std::unique_ptr<QNetworkReply> m_reply;
     OperationResult m_result = OperationResult::NotFinished;
     QString m_errorMessage;

@@ -23,7 +23,6 @@ public:
     [[nodiscard]] std::optional<qint64> next();
 
     [[nodiscard]] int attempts() const { return m_attempts; }
-    [[nodiscard]] int attemptsInEntry() const { return m_attemptsInEntry; }
     /// Milliseconds since the start.
     [[nodiscard]] qint64 elapsed() const { return millisecondsSince(m_start); }
 
@@ -34,7 +33,6 @@ private:
     Clock m_clock;
     StdUtil::RetrySchedule m_schedule;
     size_t m_entry = 0;
-    int m_attemptsInEntry = 0;
     int m_attempts = 0;
     qint64 m_start = 0;
     qint64 m_entryStart = 0;
