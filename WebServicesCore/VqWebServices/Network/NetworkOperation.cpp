@@ -1,18 +1,47 @@
 #include "Network/NetworkOperation.h"
 
 #include "Network/Diagnosis/DisplayUrl.h"
+#include "Network/Diagnosis/DumpAllowList.h"
 #include "Network/NetworkAccessManager.h"
-#include "Network/RequestCheck.h"
 #include "Network/UploadBody.h"
 #include "Network/UserAgent.h"
+#include "VqUtil/General/Result.h"
 
 #include <QBuffer>
+#include <algorithm>
 
 namespace Velquor::WebServices::Internal {
 namespace {
 
 bool isGet(const QString& verb) {
     return verb.compare(QLatin1String("GET"), Qt::CaseInsensitive) == 0;
+}
+
+bool isToken(const QByteArray& text) {
+    static const QByteArray marks("!#$%&'*+-.^_`|~");
+    return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || marks.contains(c);
+    });
+}
+
+bool isHeaderValue(const QByteArray& value) {
+    return !value.contains('\r') && !value.contains('\n') && !value.contains('\0');
+}
+
+// Verb and headers must not break out of their line.
+Util::Result<void> checkRequest(const QNetworkRequest& request, const QString& verb) {
+    const QUrl url = request.url();
+    const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    if (!url.isValid() || !isHttp || url.host().isEmpty())
+        return Util::Failure{QStringLiteral("Request was not sent. Not a valid http or https url: %1").arg(displayUrl(url))};
+    if (!isToken(verb.toUtf8()))
+        return Util::Failure{QStringLiteral("Request was not sent. Not a valid verb: %1").arg(oneLine(verb))};
+    for (const QByteArray& name : request.rawHeaderList()) {
+        if (!isToken(name) || !isHeaderValue(request.rawHeader(name)))
+            return Util::Failure{
+                QStringLiteral("Request was not sent. Not a valid header: %1").arg(oneLine(QString::fromUtf8(name)))};
+    }
+    return {};
 }
 
 } // namespace
@@ -97,9 +126,8 @@ bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& ve
     m_verb = verb;
     m_handler.reset(verb);
     m_timer.reset();
-    const QString problem = requestProblem(request, verb);
-    if (!problem.isEmpty()) {
-        refuse(problem);
+    if (const Util::Result<void> check = checkRequest(request, verb); !check) {
+        refuse(check.reason());
         return false;
     }
     if (!m_manager) {

@@ -1,7 +1,7 @@
 #include "Network/Proxy/ProxyPrompt.h"
 
 #include "Network/Proxy/ProxyPromptRun.h"
-#include "Network/Proxy/SystemCredentialPrompt.h"
+#include "VqUtil/Prompt/CredentialPrompt.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -28,6 +28,23 @@ void cancel(ICredentialPrompt& prompt) {
         // It is the product's; that it is still open shows by itself.
     }
 }
+
+/// The prompt of the operating system, for products that have installed none of their own. Thread and owner: as of the interface.
+class SystemCredentialPrompt final : public ICredentialPrompt {
+public:
+    int Ask(const wchar_t* caption, const wchar_t* message, const wchar_t* proxyHost, wchar_t* user, int userSize,
+            wchar_t* password, int passwordSize) override {
+        static_assert(Canceled == Util::credentialPromptCanceled, "one code for a user who does not want to");
+        return m_prompt.ask(
+            {QString::fromWCharArray(caption), QString::fromWCharArray(message), QString::fromWCharArray(proxyHost)}, user,
+            userSize, password, passwordSize);
+    }
+
+    void Cancel() override { m_prompt.cancel(); }
+
+private:
+    Util::CredentialPrompt m_prompt;
+};
 
 } // namespace
 
