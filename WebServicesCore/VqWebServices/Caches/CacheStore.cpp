@@ -23,10 +23,10 @@ public:
 protected:
     void ClearCacheOverride() override { m_view.reply.set(nullptr); }
     bool ParseReplyOverride(const QByteArray& reply) override {
-        T parsed;
-        if (!parseReply(reply, parsed))
+        std::optional<T> parsed = T::parse(reply);
+        if (!parsed)
             return false;
-        m_view.reply.set(std::make_shared<const T>(std::move(parsed)));
+        m_view.reply.set(std::make_shared<const T>(std::move(*parsed)));
         return true;
     }
     [[nodiscard]] std::shared_ptr<const T> reply() const { return m_view.reply.get(); }

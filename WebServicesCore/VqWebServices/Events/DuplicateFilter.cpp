@@ -7,18 +7,16 @@
 
 namespace Velquor::WebServices::Internal {
 
-bool DuplicateFilter::add(const QString& eventId, IPCMethod method, IPCMethod& first) {
+std::optional<IPCMethod> DuplicateFilter::add(const QString& eventId, IPCMethod method) {
     if (eventId.isEmpty())
-        return true;
+        return {};
     const EventIdentity identity = EventIdentity::of(eventId);
     Ranges& ranges = rangesOf(identity.source);
     const auto after = ranges.upperBound(identity.number);
-    if (after != ranges.begin() && std::prev(after)->last >= identity.number) {
-        first = std::prev(after)->method;
-        return false;
-    }
+    if (after != ranges.begin() && std::prev(after)->last >= identity.number)
+        return std::prev(after)->method;
     insert(ranges, identity.number, method);
-    return true;
+    return {};
 }
 
 DuplicateFilter::Ranges& DuplicateFilter::rangesOf(const QString& source) {

@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QMap>
 #include <QString>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -21,8 +22,8 @@ enum class IPCMethod { Socket, Watcher };
 /// Thread: one at a time. Owner: the notification manager.
 class DuplicateFilter {
 public:
-    /// True when the event is new; otherwise `first` is the carrier that brought it before. An event without an id is new.
-    [[nodiscard]] bool add(const QString& eventId, IPCMethod method, IPCMethod& first);
+    /// Nothing when the event is new; otherwise the carrier that brought it before. An event without an id is new.
+    [[nodiscard]] std::optional<IPCMethod> add(const QString& eventId, IPCMethod method);
 
     static constexpr int mostSources = 1024;
     static constexpr int mostRanges = 64;

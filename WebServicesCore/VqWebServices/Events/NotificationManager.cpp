@@ -100,13 +100,13 @@ void NotificationManager::writeFiles() {
 }
 
 void NotificationManager::InterProcessMessageReceived(const QString& name, const QVariantMap& params) {
-    Event event = Event::AccountCreated;
-    if (!WebServicesPrivateCore::eventFromName(name, event)) {
+    const std::optional<Event> event = WebServicesPrivateCore::eventFromName(name);
+    if (!event) {
         m_logger->information(
             QStringLiteral("Ignoring unknown IPC message %1. This message maybe coming from a newer version.").arg(name));
         return;
     }
-    HandleInterProcessMessage(event, params, IPCMethod::Socket);
+    HandleInterProcessMessage(*event, params, IPCMethod::Socket);
 }
 
 void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& params) {
@@ -119,13 +119,12 @@ void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& p
 }
 
 void NotificationManager::HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method) {
-    IPCMethod first = method;
     const QString eventId = params.value(EventParam::eventId).toString();
-    if (!m_handled.add(eventId, method, first)) {
+    if (const std::optional<IPCMethod> first = m_handled.add(eventId, method)) {
         m_logger->debug(
             QStringLiteral(
                 "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
-                .arg(eventName(event), methodName(method), methodName(first)));
+                .arg(eventName(event), methodName(method), methodName(*first)));
         if (method == IPCMethod::Socket)
             handle(m_order.reachedBySocket(eventId, m_clock.elapsed()));
         return;

@@ -3,6 +3,7 @@
 #include <QMetaType>
 #include <QString>
 #include <VqWebServices/WebServicesEvent.h>
+#include <optional>
 
 namespace WebServicesPrivateCore {
 
@@ -13,7 +14,7 @@ namespace WebServicesPrivateCore {
 [[nodiscard]] bool isForOtherProcesses(WebServicesEvent event);
 
 /// The event of a name; false for a name that is none.
-[[nodiscard]] bool eventFromName(const QString& name, WebServicesEvent& event);
+[[nodiscard]] std::optional<WebServicesEvent> eventFromName(const QString& name);
 
 } // namespace WebServicesPrivateCore
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VqUtil/General/Result.h"
+
 #include <QFile>
 #include <QString>
 
@@ -8,7 +10,7 @@ namespace Velquor::WebServices::Internal {
 /// The file that a download is streamed into: a temporary file beside the target, which takes the target's place when
 /// all of it has arrived. The temporary file never outlives this object.
 ///
-/// Thread: that of the operation. Owner: the operation. Errors: false, or a text for the operation's message.
+/// Thread: that of the operation. Owner: the operation. Errors: false, or a reason for the operation's message.
 class DownloadFile final {
 public:
     explicit DownloadFile(const QString& targetPath);
@@ -21,8 +23,8 @@ public:
     [[nodiscard]] bool open();
     [[nodiscard]] bool append(const QByteArray& data);
 
-    /// Puts the temporary file in the target's place if it has the expected size. Empty on success.
-    [[nodiscard]] QString complete(qint64 expectedSize);
+    /// Puts the temporary file in the target's place if it has the expected size.
+    [[nodiscard]] Util::Result<void> complete(qint64 expectedSize);
 
     /// Closes and removes what is there of the temporary file.
     void discard();

@@ -239,9 +239,10 @@ void ReplyHandler::completeDownload() {
     if (m_result == OperationResult::Success && status >= 300 && status != 304)
         fail(operationErrorText(*m_reply));
     if (m_result == OperationResult::Success) {
-        const QString problem = m_download->complete(m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong());
-        if (!problem.isEmpty())
-            fail(problem);
+        const Util::Result<void> completed =
+            m_download->complete(m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong());
+        if (!completed)
+            fail(completed.reason());
     }
     // Now: a temporary file of that name that exists later belongs to another operation.
     m_download.reset();

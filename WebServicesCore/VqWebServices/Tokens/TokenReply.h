@@ -6,6 +6,7 @@
 #include <QMap>
 #include <QPair>
 #include <QVector>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -17,10 +18,10 @@ namespace Velquor::WebServices::Internal {
 /// Now plus the seconds of the text, in whole seconds; invalid when the text is no whole number from 0 to a hundred years.
 [[nodiscard]] QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now);
 
-/// Reads and encrypts access token, secret and session handle with their expiry. False, with `tokens` unchanged, when one is
-/// missing, unusable or cannot be encrypted.
-[[nodiscard]] bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor,
-                                  ProductTokens& tokens);
+/// Reads and encrypts access token, secret and session handle with their expiry. Nothing when one is missing, unusable or cannot
+/// be encrypted.
+[[nodiscard]] std::optional<ProductTokens> readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now,
+                                                          Util::ICryptor& cryptor);
 
 /// The names of those that are not present, joined by ", ".
 [[nodiscard]] QString missingNames(const QVector<QPair<QString, bool>>& presence);

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QString>
 #include <QTimeZone>
+#include <optional>
 
 class QNetworkReply;
 
@@ -40,8 +41,7 @@ struct ClockProblem {
 /// The facts of this system now. Thread: any.
 [[nodiscard]] ClockFacts currentClockFacts(const QByteArray& serverDate);
 
-/// Whether a reply failed because of a wrong system clock, with kind and message; both are cleared otherwise.
-/// Thread: that of the reply.
-[[nodiscard]] bool diagnoseClock(const QNetworkReply* reply, ClockKind& kind, QString& message);
+/// What is wrong with the clock when a reply failed because of it; nothing when it did not. Thread: that of the reply.
+[[nodiscard]] std::optional<ClockProblem> diagnoseClock(const QNetworkReply* reply);
 
 } // namespace Velquor::WebServices::Internal

@@ -27,8 +27,10 @@ ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByt
     snapshot.errorText = fullErrorText(reply);
     snapshot.problem = oauthProblem(reply);
     snapshot.problemText = oauthProblemText(snapshot.problem);
-    if (!diagnoseClock(reply, snapshot.clockKind, snapshot.clockMessage))
-        snapshot.clockKind = ClockKind::None;
+    if (const std::optional<ClockProblem> problem = diagnoseClock(reply)) {
+        snapshot.clockKind = problem->kind;
+        snapshot.clockMessage = problem->message;
+    }
     snapshot.sslMessage = sslDiagnosis(reply);
     snapshot.dump = requestDump(reply, requestBody, snapshot.body, verb);
     return snapshot;

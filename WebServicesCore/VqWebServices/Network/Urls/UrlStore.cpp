@@ -120,8 +120,8 @@ UrlStore::LoadedFile UrlStore::load(Server server) {
         m_logger->error(QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(name));
         return {name, {}, false};
     }
-    LoadedFile file{found, {}, false};
-    file.isLoaded = readUrlFile(found, file.urls, *m_logger);
+    const std::optional<UrlMap> urls = readUrlFile(found, *m_logger);
+    const LoadedFile file{found, urls.value_or(UrlMap()), urls.has_value()};
     // A file that is missing or half written now may be whole at the next lookup.
     if (file.isLoaded)
         m_files.insert(server, file);

@@ -99,18 +99,16 @@ QNetworkRequest oauth2Request(const QUrl& url) {
     return request;
 }
 
-bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply) {
+std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTime& now) {
     if (body.size() > maximumBody)
-        return false;
+        return {};
     const QJsonObject json = QJsonDocument::fromJson(body).object();
     Util::SecretBytes token = Util::SecretBytes::fromText(json.value(QStringLiteral("access_token")).toString());
     const QByteArray seconds = wholeSeconds(json.value(QStringLiteral("expires_in")));
     const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, now);
     if (!isUsableToken(token.view()) || !expiry.isValid())
-        return false;
-    reply.token = std::move(token);
-    reply.expiryDate = expiry;
-    return true;
+        return {};
+    return OAuth2Reply{std::move(token), expiry};
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -8,6 +8,7 @@
 #include <QNetworkRequest>
 #include <QUrl>
 #include <VqWebServices/WebServicesConfiguration.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -31,7 +32,7 @@ struct OAuth2Reply {
 };
 
 /// Reads the JSON of a reply: a usable token and a lifetime of whole seconds, as a number or in decimal digits, from a second to
-/// a hundred years. False, with `reply` unchanged, for everything else.
-[[nodiscard]] bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply);
+/// a hundred years. Nothing for everything else.
+[[nodiscard]] std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTime& now);
 
 } // namespace Velquor::WebServices::Internal

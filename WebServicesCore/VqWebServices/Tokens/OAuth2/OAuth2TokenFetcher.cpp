@@ -143,9 +143,9 @@ void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
         log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
         return finish(0);
     }
-    OAuth2Reply reply;
-    if (outcome.hasStatus200() && readOAuth2Reply(outcome.reply.body, now(), reply))
-        return succeeded(reply);
+    const std::optional<OAuth2Reply> reply = outcome.hasStatus200() ? readOAuth2Reply(outcome.reply.body, now()) : std::nullopt;
+    if (reply)
+        return succeeded(*reply);
     failed(outcome);
 }
 

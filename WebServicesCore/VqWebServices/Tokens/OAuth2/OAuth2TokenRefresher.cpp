@@ -51,13 +51,9 @@ QString OAuth2TokenRefresher::timerStopReason() const {
     return m_queries->isBusy() ? QStringLiteral("OAuth2 token query is in progress") : QString();
 }
 
-QString OAuth2TokenRefresher::describeToken(bool& isDue) const {
-    isDue = false;
+RefreshWorker::TokenState OAuth2TokenRefresher::tokenState() const {
     const QString reason = timerStopReason();
-    if (!reason.isEmpty())
-        return reason;
-    isDue = isRetry();
-    return describeExpiry(QStringLiteral("OAuth2 token %1. %2"), isDue);
+    return reason.isEmpty() ? expiryState(QStringLiteral("OAuth2 token %1. %2"), isRetry()) : TokenState{reason, false};
 }
 
 void OAuth2TokenRefresher::TokenRefreshed() {
@@ -174,13 +170,13 @@ void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
 }
 
 void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
-    OAuth2Reply reply;
-    if (!readOAuth2Reply(outcome.reply.body, now(), reply)) {
+    const std::optional<OAuth2Reply> reply = readOAuth2Reply(outcome.reply.body, now());
+    if (!reply) {
         log().error(QStringLiteral(
             "Failed to refresh OAuth2 token. Failed to parse server response. Response body maybe invalid or empty."));
         return finishAndRetry(networkRetryMs);
     }
-    switch (m_slot.SetToken(reply.token, reply.expiryDate, signInId())) {
+    switch (m_slot.SetToken(reply->token, reply->expiryDate, signInId())) {
     case OAuth2TokenSlot::Stored::NotEncrypted:
         log().error(QStringLiteral(
             "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
@@ -190,7 +186,7 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     case OAuth2TokenSlot::Stored::Yes: break;
     }
     log().information(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in %1.")
-                          .arg(Util::timeSpanText(now().msecsTo(reply.expiryDate))));
+                          .arg(Util::timeSpanText(now().msecsTo(reply->expiryDate))));
     forgetFailures();
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_slot.spec());

@@ -99,15 +99,15 @@ void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 
 void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
-    ProductTokens tokens;
-    if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor);
+    if (!tokens) {
         log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
                         .arg(outcome.reply.dump.join(QLatin1Char('\n'))));
         return finish(0);
     }
     log().information(QStringLiteral("Got token"));
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(tokens, sessionExpiry, m_signInMark)) {
+    switch (owner().store(*tokens, sessionExpiry, m_signInMark)) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));

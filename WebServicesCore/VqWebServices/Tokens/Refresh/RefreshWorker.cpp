@@ -123,12 +123,12 @@ QString RefreshWorker::sharedStopReason() const {
     return {};
 }
 
-QString RefreshWorker::describeExpiry(const QString& text, bool& isDue) const {
+RefreshWorker::TokenState RefreshWorker::expiryState(const QString& text, bool isRetry) const {
     const qint64 seconds = now().secsTo(expiryDate());
-    isDue = isDue || isTimeToRefresh(seconds);
+    const bool isDue = isRetry || isTimeToRefresh(seconds);
     const QString state =
         seconds <= 0 ? QStringLiteral("has expired") : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
-    return text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now"));
+    return {text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now")), isDue};
 }
 
 void RefreshWorker::updateRefreshTimer() {
@@ -166,10 +166,9 @@ void RefreshWorker::timerFired() {
     if (lateness.isNotable())
         m_steps->timerLate(lateness, m_expectedArrival, arrival);
     m_expectedArrival = arrival.addMSecs(timerInterval());
-    bool isDue = false;
-    const QString state = describeToken(isDue);
-    m_steps->timerFired(state);
-    if (isDue)
+    const TokenState state = tokenState();
+    m_steps->timerFired(state.text);
+    if (state.isDue)
         (void)ask(false, Reason::Requested);
     else
         updateRefreshTimer();

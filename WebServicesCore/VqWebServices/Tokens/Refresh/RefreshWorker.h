@@ -53,8 +53,12 @@ protected:
     [[nodiscard]] virtual QString timerStopReason() const = 0;
     [[nodiscard]] virtual QDateTime expiryDate() const = 0;
     [[nodiscard]] virtual int shortestIntervalMs() const = 0;
-    /// What a timer message finds; `isDue` tells whether to refresh now.
-    [[nodiscard]] virtual QString describeToken(bool& isDue) const = 0;
+    /// What the timer finds when it fires.
+    struct TokenState {
+        QString text;       ///< For the log.
+        bool isDue = false; ///< Refresh now.
+    };
+    [[nodiscard]] virtual TokenState tokenState() const = 0;
     /// The refresh itself, entered once at a time; ends in `finish`.
     virtual void refresh() = 0;
     /// Gives back the locks of a refresh that ends.
@@ -74,7 +78,7 @@ protected:
     [[nodiscard]] QString sharedStopReason() const;
 
     /// How long the token still lives and whether it is to be refreshed now, in the words of a timer message ("Token %1. %2").
-    [[nodiscard]] QString describeExpiry(const QString& text, bool& isDue) const;
+    [[nodiscard]] TokenState expiryState(const QString& text, bool isRetry) const;
 
     void updateRefreshTimer();
     void stopRefreshTimer();

@@ -31,13 +31,12 @@ QString TokenRefresher::timerStopReason() const {
     return reason.isEmpty() && m_queries->isBusy() ? QStringLiteral("Login in progress") : reason;
 }
 
-QString TokenRefresher::describeToken(bool& isDue) const {
-    isDue = false;
+RefreshWorker::TokenState TokenRefresher::tokenState() const {
     if (!owner().configuration())
-        return QStringLiteral("No configuration to refresh token");
+        return {QStringLiteral("No configuration to refresh token"), false};
     if (owner().isLoginExpired())
-        return QStringLiteral("Login session has expired. Cannot refresh token");
-    return describeExpiry(QStringLiteral("Token %1. %2"), isDue);
+        return {QStringLiteral("Login session has expired. Cannot refresh token"), false};
+    return expiryState(QStringLiteral("Token %1. %2"), false);
 }
 
 QString TokenRefresher::refusal() const {
@@ -135,18 +134,18 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
 
 void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
-    ProductTokens tokens;
-    if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor);
+    if (!tokens) {
         log().error(
             QStringLiteral("Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
         return finishAndRetry(networkRetryMs);
     }
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(tokens, sessionExpiry, signInId())) {
+    switch (owner().store(*tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return signInGone();
     // The old token may be spent: the mark stays, so that the next try can do without it.
     case StoreResult::Busy: return retryAfter(networkRetryMs);
-    case StoreResult::Stored: return stored(tokens);
+    case StoreResult::Stored: return stored(*tokens);
     }
 }
 

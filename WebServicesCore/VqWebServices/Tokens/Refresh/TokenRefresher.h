@@ -32,7 +32,7 @@ protected:
     [[nodiscard]] QString timerStopReason() const override;
     [[nodiscard]] QDateTime expiryDate() const override { return owner().tokens().expiryDate; }
     [[nodiscard]] int shortestIntervalMs() const override { return 2000; }
-    [[nodiscard]] QString describeToken(bool& isDue) const override;
+    [[nodiscard]] TokenState tokenState() const override;
     void refresh() override;
     void releaseLocks() override { m_turn.release(); }
     void takeFromFile() override;
