@@ -49,12 +49,13 @@ void CacheImp::SetUpdateInterval(unsigned int seconds) {
 
 void CacheImp::InvalidateCache() {
     m_log.information(QStringLiteral("Invalidating cache"));
+    // At once and on the caller's thread: nobody may read the old value after this call.
     m_view.isAvailable = false;
     post(&CacheImp::InvalidateSlot);
 }
 
 void CacheImp::InvalidateSlot() {
-    // What is under way may end in "not modified", which would leave no value.
+    // An update in progress may end in "not modified", which would leave no value.
     Abort();
     clearMemory();
     findOutWhetherItCanUpdate();
@@ -68,6 +69,7 @@ void CacheImp::DeleteCache() {
 }
 
 void CacheImp::DeleteSlot() {
+    // First, or an update that ends later would write the value again.
     Abort();
     m_storage.clear();
     clearMemory();
@@ -142,10 +144,10 @@ bool CacheImp::isUpdateDue() {
 }
 
 void CacheImp::loadOnce() {
-    const QString mark = m_tokens.signInId();
-    if (!m_canUpdate || mark.isEmpty() || m_loadedFor == mark || m_view.isAvailable)
+    const QString signInId = m_tokens.signInId();
+    if (!m_canUpdate || signInId.isEmpty() || m_loadedFor == signInId || m_view.isAvailable)
         return;
-    m_loadedFor = mark;
+    m_loadedFor = signInId;
     const CacheStorage::Value value = m_storage.load(presentIdentity(m_tokens));
     if (value.body.isEmpty())
         return;
@@ -203,7 +205,7 @@ void CacheImp::exchangeFinished(const ExchangeOutcome& outcome) {
         m_log.information(QStringLiteral("The reply belongs to a sign-in that is over"));
     m_log.information(QStringLiteral("Update finished"));
     endRun();
-    // The sign-in that came meanwhile found this update under way and left it at that.
+    // A new sign-in during this update was skipped because of it, so check again.
     if (!isOfThisSignIn)
         lookAgain();
 }
@@ -212,7 +214,7 @@ void CacheImp::settle(const ExchangeOutcome& outcome) {
     if (outcome.result == OperationResult::Success && outcome.reply.status == 304 && m_view.isAvailable) {
         m_log.information(QStringLiteral("Finished update. Cache not modified since server returned 304."));
         m_schedule.forgetFailures();
-        // The value keeps its date, so without this it would be asked for again at once.
+        // The value keeps its old date; without the timer it would be requested again at once.
         m_schedule.lookAgainRegularly();
         return;
     }
@@ -236,6 +238,7 @@ void CacheImp::keep(const ExchangeOutcome& outcome) {
     m_schedule.setUpdateDate(date);
     m_lastModified = CacheTiming::fromHttpDate(outcome.reply.header("Last-Modified"));
     m_schedule.forgetFailures();
+    // Readers may see the value before it is saved: a file that cannot be written must not keep them from it.
     m_view.isAvailable = true;
     m_storage.save(m_update.identity(), {outcome.reply.body, date}, [this] { return !m_view.isClosed; });
     m_owner->CacheUpdatedOverride();

@@ -28,8 +28,8 @@ struct CacheDependencies {
 /// The work of one cache: reacts to the sign-in and to its schedule, and replaces the value in memory and in the file.
 ///
 /// Thread: lives on its product's token operations thread, where all work is done; the operations of `Cache` come from any thread
-/// and are posted there. Owner: its `Cache`, whose overridable operations it calls. Errors: log lines; a value that is known
-/// stays when an update fails.
+/// and are posted there. Owner: its `Cache`, whose overridable operations it calls. Errors: log lines; a known value stays
+/// when an update fails.
 class CacheImp : public QObject {
     Q_OBJECT
 
@@ -48,11 +48,11 @@ public:
         return m_tokens.endPoint(serverKey, endPointKey);
     }
 
-    /// Cancels the update that is under way; whoever waits for it is told.
+    /// Cancels the update in progress, which ends every wait for it.
     void Abort();
 
 public slots:
-    /// For callers who wait; they have entered the run of `CacheView::updates`, which ends here or with the update.
+    /// For waiting callers, which have entered `CacheView::updates`; ends it, here or with the update.
     void UpdateNowSlot();
     void LoggedIn();
     void LoginRestored();
@@ -68,14 +68,14 @@ private:
     void post(void (CacheImp::*work)());
     void timerFired();
 
-    /// What has changed may allow an update: takes the value from the file when there is none, and decides.
+    /// Something has changed that may allow an update: loads a missing value from the file and decides.
     void lookAgain();
     void findOutWhetherItCanUpdate();
     void checkForUpdate();
     [[nodiscard]] bool isUpdateDue();
     void loadOnce();
 
-    /// The run must have been entered.
+    /// `CacheView::updates` must have been entered.
     void update();
     void exchangeFinished(const Internal::ExchangeOutcome& outcome);
     void settle(const Internal::ExchangeOutcome& outcome);

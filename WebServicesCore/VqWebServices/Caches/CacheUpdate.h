@@ -10,10 +10,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Who is signed in now, and with which token.
+/// The server, the user and the token that are in use now.
 [[nodiscard]] CacheIdentity presentIdentity(const ITokenOwner& tokens);
 
-/// The request of one cache to its web service: whether it may be sent, its signature, and the sign-in that it belongs to.
+/// The request of one cache to its web service: whether it may be sent, its signature, and its sign-in.
 ///
 /// Thread: that of its cache, where the end is reported. Owner: its cache. Errors: results and log lines.
 class CacheUpdate {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr qint64 maximumReplyBytes = 4 * 1024 * 1024;
 
-// Null when the reply is no XML within bounds. The text is kept as UTF-8 in the cache file, so it must be that here.
+// Null unless the reply is XML within bounds, and UTF-8, since the cache file stores the text as UTF-8.
 QDomElement rootOf(const QByteArray& reply, QString& text) {
     text = QString::fromUtf8(reply);
     if (text.toUtf8() != reply)

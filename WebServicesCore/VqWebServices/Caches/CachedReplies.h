@@ -8,10 +8,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the web services say of the user. Plain values with the reply that they were taken from.
+/// The replies of the web services about the user. Plain values with the text that they were read from.
 ///
 /// The parsers take bytes that may be hostile: at most 4 MiB of UTF-8 XML without a document type, bounded in depth and number of
-/// elements. Nothing when the reply is anything else, or lacks what it is for. Thread: any.
+/// elements. Nothing when the reply is anything else, or lacks its main content. Thread: any.
 
 struct UserInfo {
     [[nodiscard]] static std::optional<UserInfo> parse(const QByteArray& reply);

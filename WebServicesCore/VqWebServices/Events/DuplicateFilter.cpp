@@ -42,6 +42,7 @@ void DuplicateFilter::insert(Ranges& ranges, quint64 number, IPCMethod method) {
         join(range, std::next(range));
     if (range != ranges.begin() && joins(std::prev(range), range))
         join(std::prev(range), range);
+    // The gap between the merged ranges counts as handled: these are the oldest numbers.
     if (ranges.size() > mostRanges)
         join(ranges.begin(), std::next(ranges.begin()));
 }

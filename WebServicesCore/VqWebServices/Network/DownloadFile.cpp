@@ -35,14 +35,14 @@ Util::Result<void> DownloadFile::complete(qint64 expectedSize) {
         return Util::Failure{
             QStringLiteral("Failed to rename temp file %1 to download file %2").arg(temporary.filePath(), m_targetPath)};
     }
-    // The file object has followed the rename; what it names now must stay.
+    // The file object follows the rename and now names the target, which discard() must not remove.
     m_temporary.setFileName(temporary.filePath());
     return {};
 }
 
 bool DownloadFile::removeTarget() {
     QFile target(m_targetPath);
-    // A folder in the target's place is not ours to change.
+    // Never change a folder that has the name of the target.
     if (!QFileInfo(m_targetPath).isFile())
         return false;
     const QFileDevice::Permissions before = target.permissions();

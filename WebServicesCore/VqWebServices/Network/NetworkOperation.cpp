@@ -58,7 +58,7 @@ NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelCont
 
 NetworkOperation::~NetworkOperation() {
     abandon(QStringLiteral("Object deleted"));
-    // While the user is being asked for proxy credentials further up on this thread, reply and manager are in use there.
+    // During a prompt for proxy credentials further up on this thread, reply and manager are still in use there.
     if (m_manager && m_manager->isPrompting())
         m_handler.leaveTo(m_manager.get());
     m_handler.discard();
@@ -99,7 +99,7 @@ QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QStr
                                       bool wait) {
     if (isRunning())
         return nullptr;
-    // A thread that has never run an event loop gets what timers and sockets need from this object only.
+    // On a thread that has never run an event loop, this object creates what timers and sockets need.
     QEventLoop loop;
     m_requestBody = upload ? upload->readAll() : QByteArray();
     if (!prepare(request, verb))

@@ -19,7 +19,7 @@ class NetworkAccessManager;
 /// Sends one HTTP request at a time, with User-Agent, verb, time-out and cancellation; its ReplyHandler makes one result and one
 /// message of the reply. It can be started again when its request has finished.
 ///
-/// Thread: the one it lives on; `Canceled()` of the controller may come from any. Owner: whoever starts it; it may be
+/// Thread: the one it lives on; `Canceled()` of the controller may come from any. Owner: the caller that starts it; it may be
 /// destroyed at any time, also from inside RequestFinished. Errors: every failure ends in one RequestFinished with
 /// result Failure or Canceled and a message.
 class NetworkOperation final : public QObject {
@@ -31,8 +31,8 @@ public:
     Q_DISABLE_COPY_MOVE(NetworkOperation)
 
     /// Sends a request. `upload` is read at once and may be null; a time-out of 0 or less means none. With `wait` it
-    /// returns after the request has finished, and events other than user input are handled meanwhile; this object may
-    /// then have been destroyed, which gives null. Null also when a request is running or this one was refused.
+    /// returns after the request has finished, and handles events other than user input until then. Such an event may destroy
+    /// this object, which returns null. Null also when a request is running or this one was refused.
     QNetworkReply* Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec, bool wait);
 
     [[nodiscard]] OperationResult result() const { return m_handler.result(); }
@@ -42,10 +42,10 @@ public:
     [[nodiscard]] QString verb() const { return m_verb; }
     [[nodiscard]] QList<QSslError> sslErrors() const { return m_handler.sslErrors(); }
 
-    /// Hands over the finished reply, which this object then forgets; null while a request runs.
+    /// Transfers the finished reply to the caller; null while a request runs.
     [[nodiscard]] std::unique_ptr<QNetworkReply> takeReply() { return m_handler.take(); }
 
-    /// How long a download may make no progress, in milliseconds; 180000 unless set.
+    /// The longest time without progress of a download, in milliseconds; 180000 unless set.
     void setDownloadTimeout(int timeoutInMsec) { m_downloadTimeoutInMsec = timeoutInMsec; }
 
 Q_SIGNALS:
@@ -85,7 +85,7 @@ private:
     QPointer<QThread> m_threadToExit;
     QPointer<QEventLoop> m_eventLoop;
     std::unique_ptr<QTimer> m_timer;
-    int m_pausedMsec = -1; ///< what was left when a prompt for the user stopped the timer
+    int m_pausedMsec = -1; ///< the remaining time when a prompt stopped the timer; -1 without a prompt
     QByteArray m_requestBody;
     int m_downloadTimeoutInMsec = 180000;
 };

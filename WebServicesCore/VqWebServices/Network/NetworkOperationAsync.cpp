@@ -34,7 +34,7 @@ NetworkOperationAsync::~NetworkOperationAsync() {
         m_aborted = true;
         if (m_thread->isRunning()) {
             Q_EMIT AbortOperation();
-            // The outcome may be taken only when the worker is done with it; it handles the abort before this.
+            // The outcome may be taken only when the worker has finished with it. Its queue handles the abort before this call.
             QMetaObject::invokeMethod(
                 m_operation, [] {}, Qt::BlockingQueuedConnection);
         }

@@ -39,7 +39,7 @@ TimeService::TimeService(TimeServerUrls urls, std::shared_ptr<TimeCorrection> co
     , m_schedule(m_parts.options)
     , m_timer(this) {
     qRegisterMetaType<std::chrono::milliseconds>();
-    // Not a coarse one: it could fire just before the wait between two queries is over.
+    // Precise: a coarse timer could fire just before the wait between two queries is over.
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &TimeService::TimerTimeout);
     connect(this, &TimeService::StartServiceTrigger, this, &TimeService::StartServiceSlot, Qt::QueuedConnection);
@@ -95,7 +95,7 @@ void TimeService::StopTimerSlot() {
 }
 
 void TimeService::UpdateTimeSlot(bool updateNow) {
-    // The answer to a query that is under way is as fresh as that of another.
+    // The answer of a query in progress is as good as that of a new one.
     if (!m_running || m_query)
         return;
     if (updateNow)
@@ -134,7 +134,7 @@ void TimeService::handleChange(const UpdateDecision& decision, const ClockReadin
     }
     m_logger->warning(QStringLiteral("System time has changed, but ignoring the change since the offset is more than %1. %2.")
                           .arg(Util::timeSpanText(m_parts.options.offsetLimit), comparison));
-    // Ignored once and not told again with every event of the timer.
+    // Logged once, not at each event of the timer.
     m_schedule.forgetChange(now);
 }
 

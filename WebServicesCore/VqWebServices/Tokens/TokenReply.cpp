@@ -22,7 +22,7 @@ QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
     const qint64 lifetime = seconds.toLongLong(&valid);
     if (!valid || lifetime < 0 || lifetime > longestLifetime)
         return {};
-    // As it will stand in the file: what another process reads back must not seem to be older.
+    // Whole seconds, as in the file: a token read back must not look older than the same token in memory.
     return QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch() + lifetime, Qt::UTC);
 }
 

@@ -22,7 +22,7 @@ ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByt
     snapshot.status = httpStatus(*reply);
     snapshot.networkError = reply->error();
     snapshot.headers = reply->rawHeaderPairs();
-    // An aborted reply is closed already, and reading it would only draw a warning.
+    // An aborted reply is closed; reading it would only cause a warning of the framework.
     snapshot.body = reply->isOpen() ? reply->readAll() : QByteArray();
     snapshot.errorText = fullErrorText(reply);
     snapshot.problem = oauthProblem(reply);

@@ -42,7 +42,7 @@ void appendEncoded(QByteArray& form, const Util::SecretBytes& value) {
     }
 }
 
-// In one buffer that is reserved once: one that grows leaves what it held behind in freed memory.
+// Reserved once, since a buffer that grows would leave copies of the secrets in freed memory.
 Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
     int size = 0;
     for (const FormPart& part : parts)
@@ -56,7 +56,7 @@ Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
     return Util::SecretBytes(std::move(form));
 }
 
-// Digits only: a conversion of Qt's would take blanks and signs, and give its default for a fraction or a text.
+// Digits only: Qt's conversion accepts blanks and signs, and returns its default for a fraction or a text.
 QByteArray wholeSeconds(const QJsonValue& value) {
     if (value.isDouble()) {
         const double seconds = value.toDouble();

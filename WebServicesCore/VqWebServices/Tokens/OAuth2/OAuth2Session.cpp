@@ -43,6 +43,7 @@ std::vector<TokenWorker*> OAuth2Session::Activate(const Parts& parts) {
     m_refresher = refresher;
     m_queries = fetcher->runState();
     m_refreshes = refresher->runState();
+    // The refresher first, since it watches the queries of the fetcher.
     return {refresher, fetcher};
 }
 
@@ -57,6 +58,7 @@ bool OAuth2Session::QueryOAuth2Token(bool synchronous) {
         log().error(QStringLiteral("QueryOAuth2Token called when there is no token"));
         return false;
     }
+    // Before the query starts, or its end could be missed.
     RunWaiter waiter(m_queries);
     QueryWorker::Answer answer = QueryWorker::Answer::Refused;
     {

@@ -33,10 +33,10 @@ public:
         RefreshController& controller;
         TokenFetcher& tokenFetcher;
         TokenRefresher& tokenRefresher;
-        QString keyDigest; ///< Stands for the consumer key in the names of locks.
+        QString keyDigest; ///< Replaces the consumer key in the names of locks.
         QThread* thread;
     };
-    /// Makes the workers on the thread; the result are the objects that are to be deleted there, in this order.
+    /// Creates the workers and moves them to the thread. Returns them in the order in which they must be deleted there.
     [[nodiscard]] std::vector<TokenWorker*> Activate(const Parts& parts);
     /// Forgets the workers, which are about to be deleted.
     void detach();
@@ -50,10 +50,10 @@ public:
     void Clear() { m_slot.Clear(); }
     [[nodiscard]] QString DescribeOAuth2Token() const { return m_slot.DescribeOAuth2Token(); }
 
-    /// `waitToFinish`: waits for what is under way and obtains a token when there is none. With no lock held. Not the workers'
-    /// thread.
+    /// `waitToFinish`: waits for a query or refresh in progress, and queries a token when there is none. The caller holds no
+    /// lock. Not on the workers' thread.
     [[nodiscard]] OAuth2Token GetOAuth2AccessToken(bool waitToFinish, bool refreshIfExpired);
-    /// A synchronous one waits for the end and tells whether it succeeded. Not the workers' thread.
+    /// A synchronous call waits for the end and returns whether it succeeded. Not on the workers' thread.
     bool QueryOAuth2Token(bool synchronous);
     bool refreshToken(bool synchronous, RefreshWorker::Reason reason);
     [[nodiscard]] bool isRefreshTimerActive() const;
@@ -73,7 +73,8 @@ private:
 
     ITokenOwner& m_owner;
     OAuth2TokenSlot m_slot;
-    /// Guards the pointers, which are null before the activation and after `detach`.
+    /// Guards the pointers, which are null before `Activate` and after `detach`. Workers are called under it, so that they cannot
+    /// be deleted during the call. Nobody waits under it.
     mutable QMutex m_workerMutex;
     OAuth2TokenFetcher* m_fetcher = nullptr;
     OAuth2TokenRefresher* m_refresher = nullptr;

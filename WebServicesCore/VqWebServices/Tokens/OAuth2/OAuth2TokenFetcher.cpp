@@ -71,7 +71,7 @@ void OAuth2TokenFetcher::TokenRefreshed() {
 }
 
 QString OAuth2TokenFetcher::refusal() {
-    m_signInMark = owner().signInId();
+    m_signInId = owner().signInId();
     m_resent = false;
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
@@ -87,7 +87,7 @@ QString OAuth2TokenFetcher::refusal() {
 }
 
 bool OAuth2TokenFetcher::takeFromFile() {
-    // Those who asked while another query ended find its result here.
+    // A caller that started just after another query ended finds its result here.
     if (m_slot.token().isValid(now()))
         return true;
     if (!owner().catchUpWithFile(owner().signInId()) || !m_slot.token().isValid(now()))
@@ -104,7 +104,7 @@ void OAuth2TokenFetcher::announceLoaded() {
 }
 
 void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
-    // The file may have been looked at before the event arrived.
+    // The file may have been read before the event arrived; the observers were notified then.
     if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_slot.token().isValid(now())
         && m_slot.token().token != m_announced)
         announceLoaded();
@@ -113,7 +113,7 @@ void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
 bool OAuth2TokenFetcher::request() {
     log().information(QStringLiteral("Getting OAuth2 token"));
     const ConfigurationPointer configuration = owner().configuration();
-    // The server's words for the types differ between query and refresh.
+    // The server expects another word for the type here than in a refresh.
     const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
     m_sentTokens = owner().tokens();
     const Util::SecretBytes form =
@@ -134,11 +134,12 @@ void OAuth2TokenFetcher::ignoreResult() {
 }
 
 void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInMark)
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
         return ignoreResult();
     if (isAborted())
         return finish(0);
-    // Disabled since: what was discarded must not come back.
+    // OAuth2 was disabled after the request was sent: the discarded token must not come back.
     if (!owner().isOAuth2Enabled()) {
         log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
         return finish(0);
@@ -150,8 +151,8 @@ void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 }
 
 void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
-    // Another process may have signed the user out, or renewed the OAuth 1.0 token, which spends the one that was sent.
-    if (!owner().catchUpWithFile(m_signInMark))
+    // Another process may have signed the user out, or renewed the OAuth 1.0 token, which invalidates the one that was sent.
+    if (!owner().catchUpWithFile(m_signInId))
         return ignoreResult();
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         if (!request())
@@ -185,7 +186,7 @@ void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
 
 void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     log().information(QStringLiteral("Got OAuth2 token"));
-    switch (m_slot.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
+    switch (m_slot.SetToken(reply.token, reply.expiryDate, m_signInId)) {
     case OAuth2TokenSlot::Stored::NotEncrypted:
         return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
@@ -193,6 +194,7 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     case OAuth2TokenSlot::Stored::Busy: return gaveUpWaiting();
     case OAuth2TokenSlot::Stored::Yes: break;
     }
+    // Before the run ends: a report of another process about the same token must not notify the observers again.
     m_announced = m_slot.token().token;
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_slot.spec());

@@ -88,7 +88,8 @@ void OAuth2TokenRefresher::refresh() {
     m_turn.reset();
     m_resent = false;
     noteSignIn();
-    if (m_retryMark != signInId())
+    // The failures of an earlier sign-in do not count for this one.
+    if (m_retrySignInId != signInId())
         m_retry.end();
     const QString reason = refusal();
     if (!reason.isEmpty())
@@ -97,6 +98,7 @@ void OAuth2TokenRefresher::refresh() {
 }
 
 void OAuth2TokenRefresher::request() {
+    // With the lock held: what another process has stored before it released the lock is in the file now.
     if (!owner().catchUpWithFile(signInId()))
         return signInGone();
     const bool isValid = m_slot.token().isValid(now());
@@ -117,10 +119,11 @@ void OAuth2TokenRefresher::request() {
 }
 
 Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration& configuration) {
+    // Configuration and tokens must belong together while the form is made.
     const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
                                   services().loggers.lock);
     m_sentTokens = owner().tokens();
-    // The server's words for the types differ between query and refresh.
+    // The server expects another word for the type here than in a query.
     const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();
     return oauth2Form(configuration, m_sentTokens, *services().cryptor, type, m_slot.scope());
 }
@@ -150,12 +153,12 @@ void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. Aborted."));
     if (!owner().isLoggedIn() || owner().signInId() != signInId())
         return signInGone();
-    // Disabled since: what was discarded must not come back.
+    // OAuth2 was disabled after the request was sent: the discarded token must not come back.
     if (!owner().isOAuth2Enabled())
         return refuse(QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled."));
     if (outcome.hasStatus200())
         return succeeded(outcome);
-    // A reply that was cut off is the network's fault.
+    // Status 200 without success is a reply that was cut off: a network fault, not a refusal.
     if (outcome.reply.status == 0 || outcome.reply.status == 200) {
         const QString error = outcome.errorText();
         log().warning(QStringLiteral("Failed to refresh OAuth2 token. Will retry token refresh after %1. %2 %3")
@@ -211,7 +214,7 @@ void OAuth2TokenRefresher::takeFromFile() {
 void OAuth2TokenRefresher::refused() {
     if (isSettledElsewhere())
         return;
-    // The OAuth 1.0 token may be spent because another process has renewed it.
+    // Another process may have renewed the OAuth 1.0 token, which invalidates the one that was sent. Try once with the new one.
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         log().warning(
             QStringLiteral("The OAuth1 token was renewed by another process. Refreshing OAuth2 token with the new one."));
@@ -229,7 +232,7 @@ void OAuth2TokenRefresher::startRetryProcess() {
     const RetrySchedule schedule = set ? *set : defaultRetrySchedule();
     log().information(QStringLiteral("Starting OAuth2 token refresh retry process with following schedule:\n%1")
                           .arg(retryScheduleText(schedule)));
-    m_retryMark = signInId();
+    m_retrySignInId = signInId();
     m_retry.start(schedule);
 }
 
@@ -245,6 +248,7 @@ void OAuth2TokenRefresher::retryAlongSchedule() {
         return finishAndRetry(static_cast<int>(*interval));
     }
     m_retry.end();
+    // The last look at the file before the user is signed out.
     if (isSettledElsewhere())
         return;
     giveUp(

@@ -6,16 +6,16 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Renews the OAuth2 token of a session before it expires, with the product's OAuth 1.0 token, which it lets be renewed first
-/// when that has expired. It never runs together with an OAuth 1.0 refresh of the same key, in any process of the user.
+/// Renews an OAuth2 token before it expires, with the product's OAuth 1.0 token. When that has expired it is renewed first.
+/// A refresh never runs together with an OAuth 1.0 refresh of the same key in any process of the user.
 ///
-/// What the server answers with an error is tried again along the retry schedule; at its end, or when the server refuses for
+/// A server error is followed by retries along the retry schedule. At the end of the schedule, or when the server refuses for
 /// good, the user is signed out. Thread, owner and errors: as of TokenWorker.
 class OAuth2TokenRefresher : public RefreshWorker {
     Q_OBJECT
 
 public:
-    /// `tokenRefresher` lives on the same thread and goes after this; `queries`: the token queries of the session.
+    /// `tokenRefresher` lives on the same thread and is deleted after this; `queries`: the queries of the same token.
     OAuth2TokenRefresher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, RefreshController& controller,
                          RefreshWorker& tokenRefresher, std::shared_ptr<RunState> queries);
     ~OAuth2TokenRefresher() override;
@@ -23,7 +23,7 @@ public:
 public slots:
     void OAuth2TokenAvailable() { TokenAvailable(); }
     void OAuth2TokenDiscarded() { stopRefreshTimer(); }
-    /// The OAuth 1.0 token was renewed: a refresh that was put off because of it can be done now.
+    /// The OAuth 1.0 token was renewed: a refresh that was put off for it starts now.
     void TokenRefreshed();
     void OAuth2TokenRefreshedInAnotherProcess(const QString& consumerKey);
 
@@ -55,7 +55,7 @@ private:
     const std::shared_ptr<RunState> m_queries;
     OAuth2RefreshTurn m_turn;
     RetryProcess m_retry;
-    QString m_retryMark;        ///< The sign-in that the retry process belongs to.
+    QString m_retrySignInId;    ///< The sign-in of the retry process.
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
     bool m_resent = false;
 };

@@ -6,7 +6,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Walks along a retry schedule: asked after each failure when to try again. A value without a timer of its own.
+/// Follows a retry schedule: returns after each failure when to try again. A value without a timer.
 ///
 /// Thread: one at a time. Owner: the refresher.
 class RetryProcess {
@@ -19,7 +19,7 @@ public:
     void end() { m_active = false; }
     [[nodiscard]] bool isActive() const { return m_active; }
 
-    /// Counts a failure: the milliseconds to wait for the next try, or nothing when there is to be none.
+    /// Counts a failure. Returns the milliseconds until the next try, or nothing at the end of the schedule.
     [[nodiscard]] std::optional<qint64> next();
 
     [[nodiscard]] int attempts() const { return m_attempts; }

@@ -74,6 +74,7 @@ void QueryWorker::doQuery() {
 bool QueryWorker::claim() {
     if (!m_lock.acquire())
         return false;
+    // The lock decides. A flag without the lock comes from a program that does not know the lock, or is left over.
     m_claimed = m_flags.setUnlessElsewhere(m_flag);
     if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
         m_flags.set(m_flag);
@@ -104,7 +105,8 @@ void QueryWorker::waitForOtherProcess() {
 
 void QueryWorker::otherProcessEnded() {
     setElsewhere(false);
-    // It may have stored its token between our two looks. When it did not, it has failed or died, and we go on in its place.
+    // The other process may have stored its token since we last read the file. Otherwise it has failed or died, and this process
+    // continues in its place.
     if (m_taken || takeFromFile()) {
         m_steps->otherProcessSucceeded();
         return finish(1);
@@ -114,6 +116,7 @@ void QueryWorker::otherProcessEnded() {
 }
 
 void QueryWorker::query() {
+    // With the lock held: what another process has stored before it released the lock is in the file now.
     if (takeFromFile())
         return finish(1);
     const QString reason = refusal();
@@ -153,6 +156,7 @@ void QueryWorker::finish(int result) {
         m_flags.clear(m_flag);
         m_lock.release();
     }
+    // After the lock was released: a caller that wakes up may start the next query.
     run().leave(result);
     emitFinished();
 }

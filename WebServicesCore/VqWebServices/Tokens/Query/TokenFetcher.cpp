@@ -44,7 +44,7 @@ bool TokenFetcher::CheckAutomaticLogin() {
 }
 
 QString TokenFetcher::refusal() {
-    m_signInMark = owner().signInId();
+    m_signInId = owner().signInId();
     return owner().otherLogin().isFound()
                ? QString()
                : QStringLiteral(
@@ -86,7 +86,8 @@ void TokenFetcher::ignoreResult() {
 
 void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token query network operation thread finished"));
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInMark)
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
         return ignoreResult();
     if (isAborted())
         return finish(0);
@@ -107,7 +108,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     }
     log().information(QStringLiteral("Got token"));
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(*tokens, sessionExpiry, m_signInMark)) {
+    switch (owner().store(*tokens, sessionExpiry, m_signInId)) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
@@ -116,7 +117,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
 
 void TokenFetcher::stored(const QByteArray& userName) {
     m_failureCount = 0;
-    // Not every server names the user again.
+    // Some servers do not send the user name here.
     log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
                           .arg(userName.isEmpty() ? owner().user() : QString::fromUtf8(userName)));
     emit TokenAvailable();

@@ -12,7 +12,7 @@ RefreshWorker::RefreshWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logge
     : TokenWorker(owner, logger)
     , m_steps(std::move(steps)) {
     connect(this, &RefreshWorker::StartRefreshToken, this, &RefreshWorker::StartRefreshTokenSlot, Qt::QueuedConnection);
-    // Moves with this object, and so runs first on its thread.
+    // A posted call moves with this object, so this runs on the new thread before anything else.
     QMetaObject::invokeMethod(
         this, [this] { m_threadId = reinterpret_cast<quintptr>(QThread::currentThreadId()); }, Qt::QueuedConnection);
 }
@@ -31,6 +31,7 @@ RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
         return Answer::Skipped;
     }
     m_onlyForExpired = reason == Reason::Expired;
+    // On this thread directly: a queued call would start only after its caller has stopped waiting for it.
     if (isOwnThread()) {
         doRefresh(synchronous);
         return Answer::Started;
@@ -62,6 +63,7 @@ void RefreshWorker::StartRefreshTokenSlot(bool synchronous) {
 void RefreshWorker::doRefresh(bool synchronous) {
     setSynchronous(synchronous);
     m_isRetry = false;
+    // Before the wait for locks, in which another process may renew the token: isAnotherToken() shows it then.
     noteTriedToken();
     stopRefreshTimer();
     m_steps->flagSet(true);
@@ -74,6 +76,7 @@ void RefreshWorker::finish(int result) {
     releaseLocks();
     m_steps->flagSet(false);
     m_steps->emittingFinished();
+    // After the locks were released: a caller that wakes up may start the next refresh.
     run().leave(result);
     emit RefreshFinishedInternal(result);
 }
@@ -85,6 +88,7 @@ bool RefreshWorker::isAnotherToken() const {
 
 void RefreshWorker::finishAndRetry(int intervalMs) {
     finish(0);
+    // A token that another process has stored during the run needs no retry.
     if (isAnotherToken()) {
         forgetFailures();
         return updateRefreshTimer();
@@ -100,10 +104,10 @@ void RefreshWorker::finishForSignInGone(const QString& text) {
 }
 
 void RefreshWorker::TokenAvailable() {
-    // The end of the run sees to the timer.
+    // The end of the run sets the timer.
     if (run().isBusy())
         return;
-    // Other news than of this token must not bring a try forward that was put off on purpose.
+    // A change that does not concern this token must not start a retry early that was delayed on purpose.
     if (isAnotherToken())
         forgetFailures();
     else if (m_isRetry && isTimerActive() && timerStopReason().isEmpty())
@@ -175,9 +179,8 @@ void RefreshWorker::timerFired() {
 }
 
 bool RefreshWorker::isSettledElsewhere() {
-    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
-    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right
-    // since.
+    const bool isSignInGone = !owner().catchUpWithFile(m_signInId);
+    // Renewing invalidated our token. Expiry dates do not show which is newer: a clock may have been corrected.
     if (isSignInGone)
         signInGone();
     else if (isAnotherToken())
@@ -190,7 +193,7 @@ bool RefreshWorker::isSettledElsewhere() {
 void RefreshWorker::giveUp(const QString& text) {
     log().error(text);
     finish(0);
-    owner().forceLogout(m_signInMark);
+    owner().forceLogout(m_signInId);
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -60,6 +60,7 @@ void TokenRefresher::refresh() {
 }
 
 void TokenRefresher::request() {
+    // With the lock held: what another process has stored before it released the lock is in the file now.
     if (!owner().catchUpWithFile(signInId()))
         return signInGone();
     if (isAnotherToken() && !owner().tokens().areExpired(now()))
@@ -91,6 +92,7 @@ void TokenRefresher::sendRequest(bool withToken) {
         return finishAndRetry(networkRetryMs);
     }
     log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
+    // Before the request is sent, so that it survives a crash during the request.
     m_pending.set();
     noteTriedToken();
     send(request, QStringLiteral("GET"), {});
@@ -114,6 +116,7 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         log().warning(QStringLiteral("Failed to refresh token. Aborted."));
         return finish(0);
     }
+    // The user may have signed out, or another user signed in, during the request.
     if (!owner().isLoggedIn() || owner().signInId() != signInId())
         return signInGone();
     if (outcome.reply.isNull)
@@ -122,8 +125,8 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
         return succeeded(outcome);
     if (outcome.reply.status == 0 || outcome.reply.status == 200) {
         const QString error = outcome.errorText();
-        // A reply that was cut off is the network's fault: the server may have spent the old token, which the file or the next
-        // try tells.
+        // Status 200 without success is a reply that was cut off: a network fault. The server may have invalidated the old token;
+        // the file or the next try will show.
         log().warning(QStringLiteral("Failed to refresh token. Will retry token refresh after %1. %2. %3")
                           .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
                                outcome.problemText()));
@@ -143,7 +146,7 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
     switch (owner().store(*tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return signInGone();
-    // The old token may be spent: the mark stays, so that the next try can do without it.
+    // The old token may be invalid now: the pending file stays, so that the next try can do without the token.
     case StoreResult::Busy: return retryAfter(networkRetryMs);
     case StoreResult::Stored: return stored(*tokens);
     }
@@ -168,7 +171,8 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
     if (outcome.reply.status != 400 || isClock)
         return countFailure(isClock);
-    // Other refusals say nothing about the request before: the framework sends a request again that had no answer.
+    // Only this refusal is a verdict on the token. Other errors may come from the framework repeating a request without an
+    // answer.
     m_pending.clear();
     if (isSettledElsewhere())
         return;

@@ -8,18 +8,18 @@ namespace Velquor::WebServices::Internal {
 
 /// Renews the OAuth 1.0 access token of a product before it expires, with the product's session handle.
 ///
-/// Before it asks the server it looks at the login state file: another process may have done so. A token that the server refuses
-/// for good signs the user out, unless the file holds another one. Thread, owner and errors: as of TokenWorker.
+/// Before a request it reads the login state file: another process may have renewed the token. When the server refuses the token
+/// for good, the user is signed out, unless the file holds another token. Thread, owner and errors: as of TokenWorker.
 class TokenRefresher : public RefreshWorker {
     Q_OBJECT
 
 public:
-    /// `queries`: the token queries of the same product; while one runs there is nothing to refresh.
+    /// `queries`: the token queries of the same product; during a query there is nothing to refresh.
     TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
                    const PendingRefreshFile& pending);
     ~TokenRefresher() override;
 
-    /// Ends the refresh that is under way, for those who wait for it too. This object's thread.
+    /// Ends the refresh in progress, and with it every wait for it. This object's thread.
     void AbortRefresh();
 
 signals:
@@ -55,7 +55,7 @@ private:
     const PendingRefreshFile m_pending;
     TokenRefreshTurn m_turn;
     int m_failureCount = 0;
-    bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer.
+    bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer; the server may have invalidated the token.
 };
 
 } // namespace Velquor::WebServices::Internal
