@@ -31,7 +31,7 @@ public:
     }
     [[nodiscard]] bool isOAuth2Enabled() const override { return false; }
     [[nodiscard]] WebServices::Internal::StoreResult
-    storeOAuth2(WebServices::Internal::OAuth2Session&, const WebServices::Internal::OAuth2TokenData&, const QString&) override {
+    storeOAuth2(WebServices::Internal::OAuth2TokenSlot&, const WebServices::Internal::OAuth2TokenData&, const QString&) override {
         return WebServices::Internal::StoreResult::Stored;
     }
     [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }

@@ -93,35 +93,36 @@ private slots:
     }
 
     void repliesAreReadWhole() {
-        UserInfo info;
-        QVERIFY(parseReply("<?xml version=\"1.0\"?><User><Id>7</Id><UserName>Zo\xc3\xab</UserName><Email>a&amp;b@c</Email>"
-                           "<Profile><FirstName>F</FirstName><LastName> L </LastName></Profile></User>",
-                           info));
-        QCOMPARE(info.userName, QStringLiteral("Zoë"));
-        QCOMPARE(info.email, QStringLiteral("a&b@c"));
-        QCOMPARE(info.lastName, QStringLiteral("L"));
-        StorageQuota quota;
-        QVERIFY(parseReply("<Reply><Service><Quota>5368709120</Quota><CurrentUsage>0</CurrentUsage></Service></Reply>", quota));
-        QCOMPARE(quota.total, 5368709120);
+        const std::optional<UserInfo> info =
+            UserInfo::parse("<?xml version=\"1.0\"?><User><Id>7</Id><UserName>Zo\xc3\xab</UserName><Email>a&amp;b@c</Email>"
+                            "<Profile><FirstName>F</FirstName><LastName> L </LastName></Profile></User>");
+        QVERIFY(info.has_value());
+        QCOMPARE(info->userName, QStringLiteral("Zoë"));
+        QCOMPARE(info->email, QStringLiteral("a&b@c"));
+        QCOMPARE(info->lastName, QStringLiteral("L"));
+        const std::optional<StorageQuota> quota =
+            StorageQuota::parse("<Reply><Service><Quota>5368709120</Quota><CurrentUsage>0</CurrentUsage></Service></Reply>");
+        QVERIFY(quota.has_value());
+        QCOMPARE(quota->total, 5368709120);
     }
 
     void anEntitlementIsReadByServiceName() {
-        Entitlements list;
-        QVERIFY(parseReply("<EntitlementList><Service><Name>A</Name><Entitled>True</Entitled></Service>"
-                           "<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"
-                           "<Service><Name>C</Name><Entitled>1</Entitled><Trial>True</Trial></Service>"
-                           "<Service><Entitled>True</Entitled></Service>"
-                           "<Service><Name>A</Name><Entitled>False</Entitled></Service></EntitlementList>",
-                           list));
-        QCOMPARE(list.answerFor("A"), ServiceEntitlement::Entitled);
-        QCOMPARE(list.answerFor("B"), ServiceEntitlement::NotEntitled);
-        QCOMPARE(list.answerFor("C"), ServiceEntitlement::Trial);
-        QCOMPARE(list.answerFor("a"), ServiceEntitlement::NotEntitled);
-        QCOMPARE(list.answerFor(QString()), ServiceEntitlement::Unknown);
-        QCOMPARE(list.services.value("B").text,
+        const std::optional<Entitlements> list =
+            Entitlements::parse("<EntitlementList><Service><Name>A</Name><Entitled>True</Entitled></Service>"
+                                "<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"
+                                "<Service><Name>C</Name><Entitled>1</Entitled><Trial>True</Trial></Service>"
+                                "<Service><Entitled>True</Entitled></Service>"
+                                "<Service><Name>A</Name><Entitled>False</Entitled></Service></EntitlementList>");
+        QVERIFY(list.has_value());
+        QCOMPARE(list->answerFor(QStringLiteral("A")), ServiceEntitlement::Entitled);
+        QCOMPARE(list->answerFor(QStringLiteral("B")), ServiceEntitlement::NotEntitled);
+        QCOMPARE(list->answerFor(QStringLiteral("C")), ServiceEntitlement::Trial);
+        QCOMPARE(list->answerFor(QStringLiteral("a")), ServiceEntitlement::NotEntitled);
+        QCOMPARE(list->answerFor(QString()), ServiceEntitlement::Unknown);
+        QCOMPARE(list->services.value(QStringLiteral("B")).text,
                  QStringLiteral("<Service><Name>B</Name><Entitled>false</Entitled><Trial>true</Trial></Service>"));
-        QVERIFY(parseReply("<EntitlementList/>", list));
-        QVERIFY(list.services.isEmpty());
+        const std::optional<Entitlements> empty = Entitlements::parse("<EntitlementList/>");
+        QVERIFY(empty && empty->services.isEmpty());
     }
 
     void malformedRepliesChangeNothing_data() {
@@ -138,14 +139,9 @@ private slots:
 
     void malformedRepliesChangeNothing() {
         QFETCH(QByteArray, reply);
-        UserInfo info;
-        info.id = QStringLiteral("kept");
-        Entitlements list;
-        StorageQuota quota;
-        QVERIFY(!parseReply(reply, info));
-        QVERIFY(!parseReply(reply, list));
-        QVERIFY(!parseReply(reply, quota));
-        QCOMPARE(info.id, QStringLiteral("kept"));
+        QVERIFY(!UserInfo::parse(reply));
+        QVERIFY(!Entitlements::parse(reply));
+        QVERIFY(!StorageQuota::parse(reply));
     }
 
 private:

@@ -249,7 +249,7 @@ private slots:
         QCOMPARE(count(), 0);
         m_fixture->owner.loggedIn = true;
         m_caches->refreshes->leave(1);
-        m_caches->door.tell(&CacheStore::TokenRefreshed);
+        m_caches->door.post(&CacheStore::TokenRefreshed);
         QTRY_VERIFY(m_caches->door.isAvailable(CacheType::UserInfo));
         QCOMPARE(m_fixture->logged("User Info: TokenRefreshed event received"), 1);
     }
@@ -360,7 +360,7 @@ private:
     // A day later, the product looks again.
     void renew() const {
         m_fixture->clockOffset += 86401;
-        m_caches->door.tell(&CacheStore::TokenAvailable);
+        m_caches->door.post(&CacheStore::TokenAvailable);
     }
 
     std::unique_ptr<CacheFixture> m_fixture;

@@ -120,12 +120,12 @@ private slots:
         QStringList fresh;
         for (const QString& step : arriving.split(QLatin1Char(' '))) {
             const IPCMethod method = step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher;
-            IPCMethod first = method;
-            if (events.add(step.mid(1), method, first)) {
+            const std::optional<IPCMethod> first = events.add(step.mid(1), method);
+            if (!first) {
                 fresh += step;
                 brought.insert(step.mid(1), method);
             }
-            QCOMPARE(first, brought.value(step.mid(1)));
+            QCOMPARE(first.value_or(method), brought.value(step.mid(1)));
         }
         QTEST(fresh.join(QLatin1Char(' ')), "handled");
     }
@@ -134,14 +134,13 @@ private slots:
     void aLateDuplicateIsRecognised() {
         constexpr int count = 20000;
         DuplicateFilter events;
-        IPCMethod first = IPCMethod::Watcher;
         const auto isNew = [&](int number, IPCMethod method) {
-            return events.add(EventIdentity{"a", quint64(number)}.eventId(), method, first);
+            return !events.add(EventIdentity{"a", quint64(number)}.eventId(), method);
         };
         // Each third is heard by file first, which makes more ranges than are kept.
         for (int number = 1; number <= count; ++number) {
             QVERIFY(isNew(number, number % 3 == 0 ? IPCMethod::Watcher : IPCMethod::Socket));
-            (void)events.add(QString::number(number % DuplicateFilter::mostSources), IPCMethod::Socket, first);
+            (void)events.add(QString::number(number % DuplicateFilter::mostSources), IPCMethod::Socket);
         }
         for (int number = 1; number <= count; ++number)
             QVERIFY(!isNew(number, IPCMethod::Watcher));

@@ -263,11 +263,9 @@ private Q_SLOTS:
         reply.withHeader("xoauth_parameters_absent", absent).withHeader("Date", "Mon, 01 Jul 2024 10:00:00 GMT");
         if (status != 200)
             reply.withError(204, "refused");
-        ClockKind kind = ClockKind::WrongTime;
-        QString message = QStringLiteral("old");
-        QCOMPARE(diagnoseClock(&reply, kind, message), isClock);
-        QCOMPARE(kind != ClockKind::None, isClock);
-        QCOMPARE(!message.isEmpty(), isClock);
+        const std::optional<ClockProblem> found = diagnoseClock(&reply);
+        QCOMPARE(found.has_value(), isClock);
+        QVERIFY(!found || (found->kind != ClockKind::None && !found->message.isEmpty()));
     }
 
     void clockMessagesNameTheCause_data() {

@@ -3,7 +3,7 @@
 #include "TestKit/SessionFixture.h"
 #include "TestKit/SilentTokenOwner.h"
 #include "Tokens/IRequestFlags.h"
-#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
 #include <QSet>
 
@@ -61,11 +61,11 @@ public:
             held = tokens;
         return storeResult;
     }
-    [[nodiscard]] WebServices::Internal::StoreResult storeOAuth2(WebServices::Internal::OAuth2Session& session,
+    [[nodiscard]] WebServices::Internal::StoreResult storeOAuth2(WebServices::Internal::OAuth2TokenSlot& slot,
                                                                  const WebServices::Internal::OAuth2TokenData& token,
                                                                  const QString&) override {
         if (storeResult == WebServices::Internal::StoreResult::Stored)
-            session.replaceToken(token);
+            slot.replaceToken(token);
         return storeResult;
     }
     void forceLogout(const QString& signInId) override { forcedLogouts += signInId == this->signInId() ? 1 : 100; }

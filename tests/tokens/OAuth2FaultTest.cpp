@@ -33,13 +33,13 @@ private slots:
         const auto digest = QStringLiteral("digest");
         const QString folder = m_fixture->folder.path();
         m_controller = std::make_unique<RefreshController>(digest, folder, m_owner->productKey(), m_fixture->logger);
-        m_session = std::make_unique<OAuth2Session>(*m_owner, OAuth2TokenSpec(RT, L""));
-        m_fetcher = std::make_unique<OAuth2TokenFetcher>(*m_owner, *m_session, m_flags, digest);
+        m_slot = std::make_unique<OAuth2TokenSlot>(*m_owner, OAuth2TokenSpec(RT, L""));
+        m_fetcher = std::make_unique<OAuth2TokenFetcher>(*m_owner, *m_slot, m_flags, digest);
         m_tokenRefresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
                                                             PendingRefreshFile(digest, folder));
-        m_refresher = std::make_unique<OAuth2TokenRefresher>(*m_owner, *m_session, m_flags, *m_controller, *m_tokenRefresher,
+        m_refresher = std::make_unique<OAuth2TokenRefresher>(*m_owner, *m_slot, m_flags, *m_controller, *m_tokenRefresher,
                                                              m_fetcher->runState());
-        connect(m_session.get(), &OAuth2Session::OAuth2TokenAvailable, m_refresher.get(),
+        connect(m_slot.get(), &OAuth2TokenSlot::OAuth2TokenAvailable, m_refresher.get(),
                 &OAuth2TokenRefresher::OAuth2TokenAvailable, Qt::QueuedConnection);
     }
 
@@ -47,7 +47,7 @@ private slots:
         m_refresher.reset();
         m_tokenRefresher.reset();
         m_fetcher.reset();
-        m_session.reset();
+        m_slot.reset();
         RetrySchedules::instance().clear();
     }
 
@@ -61,13 +61,13 @@ private slots:
     void aTokenFromElsewhereEndsTheRetries() {
         QFETCH(bool, duringATry);
         m_owner->held.expiryDate = m_owner->clock.addDays(1);
-        m_session->replaceToken(tokenNamed("first", 200));
+        m_slot->replaceToken(tokenNamed("first", 200));
         QTRY_COMPARE(interval(*m_refresher), second);
         play(answer(unavailable, ""), true, 100);
         fire(*m_refresher);
         if (!duringATry)
             expectRetryIn(minute);
-        m_session->adopt(tokenNamed("second", 3600));
+        m_slot->adopt(tokenNamed("second", 3600));
         waitForEnd(*m_refresher);
         QTRY_COMPARE(interval(*m_refresher), 10 * minute);
         QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
@@ -95,7 +95,7 @@ private slots:
         TokenWorker& worker = isRefresh ? static_cast<TokenWorker&>(*m_refresher) : *m_fetcher;
         play(goodReply(), true, 100);
         if (isRefresh) {
-            m_session->replaceToken(tokenNamed("first", 200));
+            m_slot->replaceToken(tokenNamed("first", 200));
             QTRY_COMPARE(interval(*m_refresher), second);
             fire(*m_refresher);
         } else {
@@ -104,7 +104,7 @@ private slots:
         QTRY_COMPARE(requests(), 1);
         if (isDisabled) {
             m_owner->oauth2Enabled = false;
-            m_session->DiscardToken();
+            m_slot->DiscardToken();
         } else {
             m_owner->storeResult = StoreResult::Busy;
         }
@@ -145,14 +145,14 @@ private:
     [[nodiscard]] OAuth2TokenData tokenNamed(const char* name, int seconds) const {
         return {RT, QString(), m_owner->seal(name), m_owner->clock.addSecs(seconds)};
     }
-    [[nodiscard]] QString oauth2Token() const { return m_fixture->cryptor->decrypt(m_session->token().token).toText(); }
+    [[nodiscard]] QString oauth2Token() const { return m_fixture->cryptor->decrypt(m_slot->token().token).toText(); }
     void expectRetryIn(int milliseconds) {
         waitForEnd(*m_refresher);
         QCOMPARE(interval(*m_refresher), milliseconds);
     }
 
     std::unique_ptr<RefreshController> m_controller;
-    std::unique_ptr<OAuth2Session> m_session;
+    std::unique_ptr<OAuth2TokenSlot> m_slot;
     std::unique_ptr<TokenRefresher> m_tokenRefresher;
     std::unique_ptr<OAuth2TokenFetcher> m_fetcher;
     std::unique_ptr<OAuth2TokenRefresher> m_refresher;

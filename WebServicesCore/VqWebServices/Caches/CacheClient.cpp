@@ -7,7 +7,7 @@
 namespace Velquor::WebServices::Internal {
 
 namespace {
-// An update ends within the time of its request; the rest is for the thread to get round to it.
+// Beyond the time limit of the request: the token operations thread may be busy when the update is posted.
 constexpr int graceMs = 2000;
 } // namespace
 
@@ -20,6 +20,7 @@ CacheClient::CacheClient(ITokenOwner& owner, std::shared_ptr<RunState> refreshes
 }
 
 void CacheClient::close() {
+    // First the flags: an update in progress does not save any more when it sees them.
     m_views->userInfo.isClosed = true;
     m_views->entitlements.isClosed = true;
     m_views->quota.isClosed = true;
@@ -54,7 +55,7 @@ void CacheClient::EnableCache(CacheType type, bool enable) {
     if (Cache* const cache = m_store->cache(type))
         cache->EnableCache(enable);
     else
-        // There are no caches at all by a setting; the wish is kept, so that it is not made again with each request.
+        // The setting has switched all caches off. Remember the request, so that it is not repeated with each call.
         seen->isEnabled = enable;
 }
 
@@ -78,7 +79,7 @@ void CacheClient::invalidateAll() {
     }
 }
 
-void CacheClient::tell(Event event) {
+void CacheClient::post(Event event) {
     const QMutexLocker lock(&m_mutex);
     if (m_isOpen)
         QMetaObject::invokeMethod(
@@ -95,6 +96,7 @@ bool CacheClient::postUpdate(CacheType type) {
 }
 
 void CacheClient::updateAndWait(CacheView& view, CacheType type) {
+    // Before the update starts, or its end could be missed.
     RunWaiter waiter(view.updates);
     const RunState::Entry entry = view.updates->enter();
     if (entry == RunState::Entry::Closed)

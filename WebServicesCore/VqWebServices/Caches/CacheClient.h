@@ -6,18 +6,18 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The way to the caches of one product from other threads, open until the product's token operations thread is asked to end.
+/// The caches of one product for other threads, until the product's token operations thread is asked to end.
 ///
-/// Thread: any. Owner: the token operations. A caller that waits holds no lock. Errors: null results; the caches log.
+/// Thread: any. Owner: the token operations. A waiting caller holds no lock. Errors: null results; the caches log.
 class CacheClient {
 public:
-    /// `productId` stands for the consumer key in the cache file; `refreshes` is busy while the access token is being refreshed.
+    /// `productId` replaces the consumer key in the cache file; `refreshes` is busy while the access token is being refreshed.
     CacheClient(ITokenOwner& owner, std::shared_ptr<RunState> refreshes, const QString& productId);
 
-    /// For whoever moves it to its thread and deletes it there.
+    /// The owner moves it to its thread and deletes it there.
     [[nodiscard]] CacheStore* store() const { return m_store; }
 
-    /// No cache is reached, and none writes or tells anything, after this. To be called before the thread is asked to end.
+    /// After this no cache can be reached, writes its file or emits signals. Call it before the thread is asked to end.
     void close();
 
     [[nodiscard]] bool isEnabled(CacheType type) const;
@@ -25,14 +25,14 @@ public:
     void EnableCache(CacheType type, bool enable);
     void InvalidateCache(CacheType type);
     void DeleteCache(CacheType type);
-    /// Nothing of what is known is given out any more: it is another user's.
+    /// Discards all values: another user has signed in.
     void invalidateAll();
 
     using Event = void (CacheStore::*)();
-    /// Passes on what has happened to the sign-in.
-    void tell(Event event);
+    /// Posts an event of the sign-in to the caches.
+    void post(Event event);
 
-    /// What is known; null when nothing is. With `mayWait` the web service is asked then, and waited for with a local event loop.
+    /// The present value; null without one. With `mayWait` a missing value is requested, and awaited in a local event loop.
     [[nodiscard]] std::shared_ptr<const UserInfo> userInfo(bool mayWait);
     [[nodiscard]] std::shared_ptr<const Entitlements> entitlements(bool mayWait);
     [[nodiscard]] std::shared_ptr<const StorageQuota> quota(bool mayWait);

@@ -15,7 +15,7 @@ namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr qint64 maximumFileBytes = 32 * 1024 * 1024;
-// Many times what any process needs for one change, also when many want one; a thread that is to end stops waiting earlier.
+// Many times the duration of one change. A thread that must end stops waiting earlier.
 constexpr int saveTimeoutMs = 5000;
 constexpr int removeTimeoutMs = 1500;
 constexpr int lockSliceMs = 200;
@@ -33,7 +33,7 @@ QDomDocument parse(const QByteArray& data) {
     return document.documentElement().tagName() == rootName ? document : QDomDocument();
 }
 
-// The document to change; null when there is one that cannot be read for the moment, which must not be overwritten.
+// The document to change; null when the file exists but cannot be read now: it must not be overwritten.
 QDomDocument openForChange(const QString& path) {
     using Util::AtomicFile::ReadResult;
     const ReadResult file = Util::AtomicFile::read(path, maximumFileBytes);
@@ -49,7 +49,7 @@ QDomDocument openForChange(const QString& path) {
                                                              : Util::newXmlDocument(rootName);
 }
 
-// One section, unless the body holds the text that ends a section: that text is spread over two.
+// One CDATA section. "]]>" in the body would end it, so it is spread over two sections.
 void setBody(QDomElement& element, const QString& body) {
     QDomDocument document = element.ownerDocument();
     int from = 0;
@@ -60,7 +60,7 @@ void setBody(QDomElement& element, const QString& body) {
     element.appendChild(document.createCDATASection(body.mid(from)));
 }
 
-// Gives up when the time is over, or when there is nothing to wait for any more.
+// In slices, so that a thread that must end does not wait for the whole time.
 bool acquire(Util::ProcessGuard& guard, int timeoutMs, const std::function<bool()>& isWorthIt) {
     for (int waitedMs = 0; waitedMs < timeoutMs && isWorthIt(); waitedMs += lockSliceMs) {
         const Util::ProcessGuard::Result result = guard.acquire(lockSliceMs);
@@ -158,6 +158,7 @@ CacheFile::WriteResult CacheFile::change(int timeoutMs, const std::function<bool
     Util::ProcessGuard guard(lockName, folder);
     if (!acquire(guard, timeoutMs, isWorthIt))
         return isWorthIt() ? WriteResult::NotOpened : WriteResult::NotWanted;
+    // Under the lock, so that the temporary file of another process at work is not removed.
     if (!std::exchange(m_cleaned, true))
         Util::AtomicFile::removeStaleTemporaries(m_path);
     WriteResult result = WriteResult::NotOpened;
@@ -172,7 +173,7 @@ CacheFile::WriteResult CacheFile::change(int timeoutMs, const std::function<bool
 
 CacheFile::WriteResult CacheFile::replace(const QDomDocument& document) const {
     const QByteArray data = document.toByteArray(-1);
-    // What could not be read back would take the values of all products with it.
+    // Never write what cannot be read back: the values of all products would be lost.
     const bool isReadable = data.size() <= maximumFileBytes && !parse(data).isNull();
     return isReadable && Util::AtomicFile::write(m_path, data, nullptr) ? WriteResult::Done : WriteResult::NotWritten;
 }

@@ -7,36 +7,36 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the cache file keeps of one cache of one product. A plain value.
+/// The value of one cache of one product in the cache file. A plain value.
 struct CacheRecord {
     QString server;       ///< The server's name.
     QDateTime updateDate; ///< UTC, whole seconds.
-    QString user;         ///< The user the value belongs to.
+    QString user;         ///< The user to whom the value belongs.
     QString tokenHash;    ///< The MD5 digest, in hexadecimal, of the access token the value was received with.
     QString body;         ///< The reply.
 };
 
-/// The file "WebServicesCache.xml" that all caches of all products and processes of the user share, as one product sees it.
+/// The file "WebServicesCache.xml", which all caches of all products and processes of the user share, as one product sees it.
 ///
-/// Each cache has an element at its node path; the products' elements stand beside each other there and are told apart by an
-/// attribute "Product". An element without it belongs to whoever comes first. A change is one step under a lock between the
-/// processes that ends with its holder, and the file is replaced whole, so that no product loses what another has written. A
-/// damaged file is set aside. The file is the user's alone. Thread: any; an object for each product. Owner: the product's cache
-/// store. Errors: the results below; the caller logs.
+/// Each product has an element at the node path of each cache, with an attribute "Product". The first product that reads an
+/// element without the attribute adopts it. A change reads, edits and replaces the whole file under a lock between the processes,
+/// so no product loses what another has written; the system frees the lock when its process ends. A damaged file is set aside.
+/// Only the user may read the file. Thread: any; an object for each product. Owner: the product's cache store. Errors: the
+/// results below; the caller logs.
 class CacheFile {
 public:
-    /// `product`: a text that stands for the consumer key and may be seen.
+    /// `product` identifies the consumer key without revealing it.
     CacheFile(const QString& path, const QString& product);
 
     [[nodiscard]] const QString& path() const { return m_path; }
 
     enum class ReadResult { Found, NoRecord, Missing, Unreadable };
-    /// Without the lock: a reader sees the old document or the new one.
+    /// Without the lock: the file is replaced in one step, so a reader sees the old document or the new one.
     [[nodiscard]] ReadResult read(const QString& nodePath, CacheRecord& record) const;
 
     enum class WriteResult { Done, NotWanted, NoFolder, NotOpened, NotWritten };
-    /// Waits for the lock for as long as `mayWrite` says yes, at most 5 seconds, and asks it under the lock again; when it says
-    /// no, nothing is written and the result is `NotWanted`.
+    /// Waits for the lock while `mayWrite` returns true, at most 5 seconds, and checks `mayWrite` under the lock again. When it
+    /// returns false, nothing is written and the result is `NotWanted`.
     [[nodiscard]] WriteResult save(const QString& nodePath, const CacheRecord& record, const std::function<bool()>& mayWrite);
     /// Removes the product's value. `Done` when there was none.
     [[nodiscard]] WriteResult remove(const QString& nodePath);

@@ -1,32 +1,23 @@
 #include "Caches/CacheImp.h"
 
-#include "Values/ServerName.h"
-#include "VqUtil/General/HumanText.h"
+#include "Caches/CacheTiming.h"
 
-#include <QCryptographicHash>
-#include <QMutexLocker>
-#include <QThread>
 #include <VqWebServices/Cache.h>
 
 namespace Velquor::WebServices {
 
 using namespace Internal;
 
-namespace {
-constexpr qint64 msPerSecond = 1000;
-} // namespace
-
 CacheImp::CacheImp(const CacheDependencies& parts, CacheView& view, const QString& name, const QString& nodePath)
     : m_tokens(parts.owner)
-    , m_refreshes(parts.refreshes)
     , m_views(parts.views)
     , m_view(view)
     , m_log(name, parts.owner.services().loggers.cache)
     , m_storage(parts.file, nodePath, m_log)
-    , m_timer(this)
-    , m_exchange([this](const ExchangeOutcome& outcome) { exchangeFinished(outcome); }, this) {
-    connect(&m_timer, &QTimer::timeout, this, &CacheImp::timerFired);
-}
+    , m_schedule(
+          m_log, [this] { timerFired(); }, this)
+    , m_update(
+          parts.owner, parts.refreshes, m_log, [this](const ExchangeOutcome& outcome) { exchangeFinished(outcome); }, this) {}
 
 CacheImp::~CacheImp() {
     Abort();
@@ -49,17 +40,22 @@ void CacheImp::EnableCache(bool enable) {
     if (enable)
         post(&CacheImp::lookAgain);
     else
-        stopTimer();
+        m_schedule.stopTimer();
+}
+
+void CacheImp::SetUpdateInterval(unsigned int seconds) {
+    m_schedule.setUpdateInterval(seconds, m_view.isEnabled);
 }
 
 void CacheImp::InvalidateCache() {
     m_log.information(QStringLiteral("Invalidating cache"));
+    // At once and on the caller's thread: nobody may read the old value after this call.
     m_view.isAvailable = false;
     post(&CacheImp::InvalidateSlot);
 }
 
 void CacheImp::InvalidateSlot() {
-    // What is under way may end in "not modified", which would leave no value.
+    // An update in progress may end in "not modified", which would leave no value.
     Abort();
     clearMemory();
     findOutWhetherItCanUpdate();
@@ -73,45 +69,10 @@ void CacheImp::DeleteCache() {
 }
 
 void CacheImp::DeleteSlot() {
+    // First, or an update that ends later would write the value again.
     Abort();
     m_storage.clear();
     clearMemory();
-}
-
-void CacheImp::SetUpdateInterval(unsigned int seconds) {
-    qint64 checkMs = 0;
-    {
-        const QMutexLocker lock(&m_mutex);
-        m_updateSeconds = seconds;
-        m_checkSeconds = CacheTiming::checkSeconds(seconds);
-        checkMs = m_checkSeconds * msPerSecond;
-    }
-    m_log.information(QStringLiteral("Update interval changed to %1").arg(seconds));
-    if (m_view.isEnabled)
-        startTimer(Shot::Repeated, checkMs);
-}
-
-void CacheImp::startTimer(Shot shot, qint64 intervalMs) {
-    if (QThread::currentThread() != thread()) {
-        m_log.information(QStringLiteral("Posting async request to start timer in object's thread"));
-        QMetaObject::invokeMethod(
-            this, [this, shot, intervalMs] { startTimer(shot, intervalMs); }, Qt::QueuedConnection);
-        return;
-    }
-    m_log.information(
-        QStringLiteral("Starting %1timer with interval %2")
-            .arg(shot == Shot::Single ? QStringLiteral("single shot ") : QString(), Util::timeSpanText(intervalMs)));
-    m_timer.setSingleShot(shot == Shot::Single);
-    m_timer.start(static_cast<int>(intervalMs));
-}
-
-void CacheImp::stopTimer() {
-    if (QThread::currentThread() != thread()) {
-        m_log.information(QStringLiteral("Posting async request to stop timer in object's thread"));
-        post(&CacheImp::stopTimer);
-        return;
-    }
-    m_timer.stop();
 }
 
 void CacheImp::timerFired() {
@@ -152,7 +113,7 @@ void CacheImp::LoggedOut() {
     m_canUpdate = false;
     m_loadedFor.clear();
     m_log.information(QStringLiteral("Invalidating cache"));
-    stopTimer();
+    m_schedule.stopTimer();
     Abort();
     clearMemory();
 }
@@ -179,59 +140,24 @@ void CacheImp::checkForUpdate() {
 }
 
 bool CacheImp::isUpdateDue() {
-    using CacheTiming::Answer;
-    const CacheTiming::Facts facts = this->facts();
-    const CacheTiming::Decision decision = CacheTiming::decide(facts, now());
-    switch (decision.answer) {
-    case Answer::CannotUpdate: m_log.information(QStringLiteral("Can't update cache now")); break;
-    case Answer::NeverExpires: m_log.information(QStringLiteral("Update not required now. Update interval is negative.")); break;
-    case Answer::NotExpired:
-        m_log.information(QStringLiteral("Update not required now. Cache has not expired. It will expire in %1.")
-                              .arg(Util::timeSpanText(decision.msToExpiry)));
-        startTimer(Shot::Single, decision.nextCheckMs);
-        break;
-    case Answer::Expired:
-        m_log.information(QStringLiteral("Time to update cache. Cache has expired. Cache date: %1 Update interval: %2")
-                              .arg(facts.updateDate.toString(Qt::ISODate))
-                              .arg(facts.updateSeconds));
-        break;
-    case Answer::BadDate: m_log.information(QStringLiteral("Time to update cache. Cache timestamp is invalid.")); break;
-    case Answer::NoValue: m_log.information(QStringLiteral("Time to update cache. Cache is not available.")); break;
-    }
-    return decision.isDue();
-}
-
-CacheTiming::Facts CacheImp::facts() const {
-    const QMutexLocker lock(&m_mutex);
-    return {m_canUpdate, m_view.isAvailable, m_updateDate, m_updateSeconds, m_checkSeconds};
-}
-
-CacheIdentity CacheImp::identity() const {
-    SigningKeys keys;
-    const QString missing = m_tokens.signingKeys(keys);
-    const QByteArray hash =
-        missing.isEmpty() ? QCryptographicHash::hash(keys.token.view(), QCryptographicHash::Md5).toHex() : QByteArray();
-    return {serverName(m_tokens.server()), m_tokens.user(), QString::fromLatin1(hash)};
+    return m_schedule.isUpdateDue(m_canUpdate, m_view.isAvailable, now());
 }
 
 void CacheImp::loadOnce() {
-    const QString mark = m_tokens.signInId();
-    if (!m_canUpdate || mark.isEmpty() || m_loadedFor == mark || m_view.isAvailable)
+    const QString signInId = m_tokens.signInId();
+    if (!m_canUpdate || signInId.isEmpty() || m_loadedFor == signInId || m_view.isAvailable)
         return;
-    m_loadedFor = mark;
-    const CacheStorage::Value value = m_storage.load(identity());
+    m_loadedFor = signInId;
+    const CacheStorage::Value value = m_storage.load(presentIdentity(m_tokens));
     if (value.body.isEmpty())
         return;
     if (!m_owner->ParseReplyOverride(value.body)) {
         m_log.error(QStringLiteral("The value in the cache file is damaged. Cache will be rebuilt."));
         return;
     }
-    {
-        const QMutexLocker lock(&m_mutex);
-        m_updateDate = value.updateDate;
-    }
+    m_schedule.setUpdateDate(value.updateDate);
     m_view.isAvailable = true;
-    if (CacheTiming::decide(facts(), now()).isDue())
+    if (m_schedule.isExpired(m_canUpdate, m_view.isAvailable, now()))
         m_log.information(QStringLiteral("Cache has expired. It will be updated."));
     m_storage.logLoaded();
     m_owner->CacheLoadedOverride();
@@ -241,11 +167,110 @@ void CacheImp::clearMemory() {
     m_owner->ClearCacheOverride();
     m_view.isAvailable = false;
     m_lastModified = {};
-    {
-        const QMutexLocker lock(&m_mutex);
-        m_updateDate = {};
-    }
+    m_schedule.setUpdateDate({});
     m_log.information(QStringLiteral("Cache cleared"));
+}
+
+void CacheImp::UpdateNowSlot() {
+    findOutWhetherItCanUpdate();
+    loadOnce();
+    if (!m_view.isAvailable)
+        return update();
+    endRun();
+    checkForUpdate();
+}
+
+void CacheImp::update() {
+    const CacheUpdate::Readiness readiness = m_update.readiness(m_canUpdate);
+    if (readiness == CacheUpdate::Readiness::TokenNotReady)
+        m_schedule.lookAgainAfter(CacheUpdate::tokenRetryMs);
+    if (readiness != CacheUpdate::Readiness::Ready)
+        return endRun();
+    m_log.information(QStringLiteral("Preparing to update"));
+    QNetworkRequest request(m_owner->GetUrlOverride());
+    if (m_view.isAvailable && m_lastModified.isValid())
+        request.setRawHeader("If-Modified-Since", CacheTiming::toHttpDate(m_lastModified));
+    if (!m_update.send(request)) {
+        m_schedule.lookAgainRegularly();
+        endRun();
+    }
+}
+
+void CacheImp::exchangeFinished(const ExchangeOutcome& outcome) {
+    m_log.information(QStringLiteral("Update thread finished%1").arg(QString()));
+    const bool isOfThisSignIn = !m_view.isClosed && m_update.isOfPresentSignIn();
+    if (isOfThisSignIn)
+        settle(outcome);
+    else
+        m_log.information(QStringLiteral("The reply belongs to a sign-in that is over"));
+    m_log.information(QStringLiteral("Update finished"));
+    endRun();
+    // A new sign-in during this update was skipped because of it, so check again.
+    if (!isOfThisSignIn)
+        lookAgain();
+}
+
+void CacheImp::settle(const ExchangeOutcome& outcome) {
+    if (outcome.result == OperationResult::Success && outcome.reply.status == 304 && m_view.isAvailable) {
+        m_log.information(QStringLiteral("Finished update. Cache not modified since server returned 304."));
+        m_schedule.forgetFailures();
+        // The value keeps its old date; without the timer it would be requested again at once.
+        m_schedule.lookAgainRegularly();
+        return;
+    }
+    if (outcome.hasStatus200())
+        return keep(outcome);
+    const bool isCut = outcome.reply.status == 200;
+    const CacheFailure failure{outcome.reply.status, outcome.reply.networkError, isCut, outcome.reply.clockKind};
+    fail(outcome.reply.isNull ? QStringLiteral("Failed to update cache: Reply is null")
+                              : QStringLiteral("Failed to update cache: %1%2").arg(outcome.errorText(), outcome.problemText()),
+         failure);
+}
+
+void CacheImp::keep(const ExchangeOutcome& outcome) {
+    if (!m_owner->ParseReplyOverride(outcome.reply.body)) {
+        fail(QStringLiteral("Failed to update cache: %1%2")
+                 .arg(QStringLiteral("Server returned invalid response body"), QString()),
+             {outcome.reply.status, outcome.reply.networkError, true, outcome.reply.clockKind});
+        return;
+    }
+    const QDateTime date = now();
+    m_schedule.setUpdateDate(date);
+    m_lastModified = CacheTiming::fromHttpDate(outcome.reply.header("Last-Modified"));
+    m_schedule.forgetFailures();
+    // Readers may see the value before it is saved: a file that cannot be written must not keep them from it.
+    m_view.isAvailable = true;
+    m_storage.save(m_update.identity(), {outcome.reply.body, date}, [this] { return !m_view.isClosed; });
+    m_owner->CacheUpdatedOverride();
+    if (!m_view.isClosed)
+        Q_EMIT m_owner->CacheUpdated();
+    m_log.information(
+        QStringLiteral("Finished update. Cache updated successfully at %1.").arg(date.toUTC().toString(Qt::ISODate)));
+    (void)isUpdateDue();
+}
+
+void CacheImp::fail(const QString& text, const CacheFailure& failure) {
+    m_log.error(text);
+    if (failure.clockKind != ClockKind::None)
+        m_tokens.services().clockProblemSeen();
+    if (m_owner->UpdateError(failure))
+        m_schedule.retryAfterFailure();
+    else
+        m_schedule.lookAgainRegularly();
+}
+
+void CacheImp::endRun() {
+    m_view.updates->leave(m_view.isAvailable ? 1 : 0);
+}
+
+void CacheImp::Abort() {
+    if (!m_update.isUnderWay())
+        return;
+    m_log.information(QStringLiteral("Aborting update"));
+    m_update.cancel();
+    m_log.information(QStringLiteral("Update thread finished%1").arg(QStringLiteral(". Aborted.")));
+    m_log.information(QStringLiteral("Update aborted"));
+    endRun();
 }
 
 } // namespace Velquor::WebServices

@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The log lines of one cache, each with its name in front. Thread: any. Owner: the cache.
+/// Writes the log lines of one cache, each with its name in front. Thread: any. Owner: the cache.
 class CacheLog {
 public:
     CacheLog(QString name, std::shared_ptr<Log::ILogger> logger)
@@ -17,7 +17,7 @@ public:
     void information(const QString& text) const { m_logger->information(named(text)); }
     void warning(const QString& text) const { m_logger->warning(named(text)); }
     void error(const QString& text) const { m_logger->error(named(text)); }
-    /// For a text that has the name in it already.
+    /// For a text that contains the name already.
     void whole(const QString& text) const { m_logger->information(text); }
     [[nodiscard]] const QString& name() const { return m_name; }
 

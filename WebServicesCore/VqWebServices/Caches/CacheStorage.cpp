@@ -34,7 +34,7 @@ CacheStorage::Value CacheStorage::load(const CacheIdentity& identity) {
 bool CacheStorage::accepts(const CacheRecord& record, const CacheIdentity& identity) {
     if (record.server != identity.server) {
         m_log.information(QStringLiteral("Deleting cache file %1 since server has changed").arg(m_file->path()));
-        // Only this product's value: the others' are theirs.
+        // Only this product's value: other products may use another server.
         if (m_file->remove(m_nodePath) != CacheFile::WriteResult::Done)
             m_log.error(QStringLiteral("Failed to delete cache file %1").arg(m_file->path()));
         return false;

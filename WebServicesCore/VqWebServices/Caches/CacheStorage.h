@@ -9,14 +9,14 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Whose a cached value is. A plain value.
+/// Server, user and access token of a cached value. A plain value.
 struct CacheIdentity {
     QString server;
     QString user;
     QString tokenHash;
 };
 
-/// One cache's place in the cache file, with the rules for what may be taken from it.
+/// Loads and saves the value of one cache in the cache file, and decides whether a loaded value may be used.
 ///
 /// Thread: that of its cache. Owner: its cache. Errors: an empty or false result and one log line.
 class CacheStorage {
@@ -24,15 +24,15 @@ public:
     CacheStorage(std::shared_ptr<CacheFile> file, QString nodePath, const CacheLog& log);
 
     struct Value {
-        QByteArray body; ///< Empty: there is nothing that may be used.
+        QByteArray body; ///< Empty: no usable value.
         QDateTime updateDate;
     };
-    /// A value that another server, user or token has left is not used.
+    /// A value of another server, user or token is not used.
     [[nodiscard]] Value load(const CacheIdentity& identity);
-    /// To be called when the value that was read is in use.
+    /// Call it when the loaded value is in use.
     void logLoaded() const { m_log.information(QStringLiteral("Loaded cache from file %1").arg(m_file->path())); }
 
-    /// `mayWrite` is asked when the file is locked; when it says no, nothing is written.
+    /// `mayWrite` is called when the file is locked; when it returns false, nothing is written.
     void save(const CacheIdentity& identity, const Value& value, const std::function<bool()>& mayWrite);
     void clear();
 

@@ -1,14 +1,116 @@
 #include "Caches/CacheStore.h"
 
-#include "Caches/EntitlementCache.h"
-#include "Caches/QuotaCache.h"
-#include "Caches/UserInfoCache.h"
 #include "Values/LibrarySettings.h"
 
+#include <QUrlQuery>
+#include <VqWebServices/Cache.h>
 #include <algorithm>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
+
+namespace {
+
+/// What the three caches have in common: they publish their parsed reply as a whole. Thread, owner and errors: as of `Cache`.
+template <class T>
+class ReplyCache : public Cache {
+public:
+    ReplyCache(const CacheDependencies& parts, ReplyView<T>& view, const QString& name, const QString& nodePath)
+        : ReplyCache(new CacheImp(parts, view, name, nodePath), view, parts.views) {}
+
+    [[nodiscard]] CacheImp& imp() { return *m_imp; }
+
+protected:
+    void ClearCacheOverride() override { m_view.reply.set(nullptr); }
+    bool ParseReplyOverride(const QByteArray& reply) override {
+        std::optional<T> parsed = T::parse(reply);
+        if (!parsed)
+            return false;
+        m_view.reply.set(std::make_shared<const T>(std::move(*parsed)));
+        return true;
+    }
+    [[nodiscard]] std::shared_ptr<const T> reply() const { return m_view.reply.get(); }
+
+private:
+    ReplyCache(CacheImp* imp, ReplyView<T>& view, std::shared_ptr<CacheViews> views)
+        : Cache(imp)
+        , m_imp(imp)
+        , m_views(std::move(views))
+        , m_view(view) {}
+
+    CacheImp* const m_imp;
+    const std::shared_ptr<CacheViews> m_views; ///< Keeps `m_view` alive.
+    ReplyView<T>& m_view;
+};
+
+/// The profile of the signed-in user.
+class UserInfoCache : public ReplyCache<UserInfo> {
+public:
+    explicit UserInfoCache(const CacheDependencies& parts)
+        : ReplyCache(parts, parts.views->userInfo, QStringLiteral("User Info"), QStringLiteral("/WebServicesCache/UserInfo/")) {}
+
+protected:
+    QUrl GetUrlOverride() override {
+        QUrl url = imp().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("IdentityAccountFolderEndPoint"));
+        QUrlQuery query(url);
+        query.addQueryItem(QStringLiteral("format"), QStringLiteral("xml"));
+        url.setQuery(query);
+        return url;
+    }
+
+    QString GetCacheInfoForLog() override {
+        const std::shared_ptr<const UserInfo> info = reply();
+        return info ? QStringLiteral("User Info: User name: %1, Id: %2, Email: %3, First name: %4, Last name: %5")
+                          .arg(info->userName, info->id, info->email, info->firstName, info->lastName)
+                    : QString();
+    }
+};
+
+/// The services that the signed-in user may use.
+class EntitlementCache : public ReplyCache<Entitlements> {
+public:
+    explicit EntitlementCache(const CacheDependencies& parts)
+        : ReplyCache(parts, parts.views->entitlements, QStringLiteral("Entitlement"),
+                     QStringLiteral("/WebServicesCache/ServiceEntitlementEx")) {}
+
+protected:
+    QUrl GetUrlOverride() override {
+        QUrl url = imp().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("IdentityEntitlementEndPoint"));
+        QUrlQuery query(url);
+        query.addQueryItem(QStringLiteral("format"), QStringLiteral("xml"));
+        query.addQueryItem(QStringLiteral("services"), QStringLiteral("all"));
+        query.addQueryItem(QStringLiteral("fields"), QStringLiteral("trialinfo"));
+        url.setQuery(query);
+        return url;
+    }
+
+    QString GetCacheInfoForLog() override {
+        const std::shared_ptr<const Entitlements> list = reply();
+        return list ? QStringLiteral("Entitlement: Services: %1")
+                          .arg(QStringList(list->services.keys()).join(QStringLiteral(", ")))
+                    : QString();
+    }
+};
+
+/// How much of the signed-in user's cloud storage is used.
+class QuotaCache : public ReplyCache<StorageQuota> {
+public:
+    explicit QuotaCache(const CacheDependencies& parts)
+        : ReplyCache(parts, parts.views->quota, QStringLiteral("Storage Quota"),
+                     QStringLiteral("/WebServicesCache/StorageQuota/")) {}
+
+protected:
+    QUrl GetUrlOverride() override {
+        return imp().endPoint(QStringLiteral("StorageApiUrl"), QStringLiteral("StorageUsageEndPoint"));
+    }
+
+    QString GetCacheInfoForLog() override {
+        const std::shared_ptr<const StorageQuota> quota = reply();
+        return quota ? QStringLiteral("Storage Quota: Total quota: %1, Used: %2").arg(quota->total).arg(quota->used) : QString();
+    }
+};
+
+} // namespace
 
 QString cacheTypeName(CacheType type) {
     switch (type) {

@@ -9,11 +9,11 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The three caches of one product: makes them when there is a configuration, removes them when there is none, and passes on what
-/// happens to the sign-in.
+/// The three caches of one product: creates them when there is a configuration, deletes them when there is none, and forwards the
+/// events of the sign-in.
 ///
-/// Thread: made anywhere, then moved with its caches to the token operations thread of its product; operations on a cache may
-/// come from any thread. Owner: the object deleter of the product's session. Errors: log lines.
+/// Thread: created on any, then moved with its caches to the token operations thread of its product; the operations of a cache
+/// may be called from any thread. Owner: the object deleter of the product's session. Errors: log lines.
 class CacheStore : public QObject {
     Q_OBJECT
 
@@ -28,7 +28,7 @@ public:
     void InvalidateCache(CacheType type);
     void DeleteCache(CacheType type);
 
-    /// Cancels what is under way, since the thread is about to end. This object's thread.
+    /// Cancels the updates in progress, since the thread is about to end. This object's thread.
     void abort();
 
     /// Caching is on unless the library setting "DisableCaching" says otherwise.
@@ -58,7 +58,7 @@ private:
     QVector<Entry> m_caches; ///< Filled before the thread starts, emptied when it ends.
 };
 
-/// All types that there are.
+/// All types.
 inline constexpr std::array<CacheType, 3> cacheTypes{CacheType::UserInfo, CacheType::Entitlement, CacheType::StorageQuota};
 
 /// "User Info", "Storage Quota" or "Entitlement", else "Unknown": the name of a type in the log.

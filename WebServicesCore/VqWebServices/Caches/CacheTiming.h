@@ -6,13 +6,13 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// When a cache asks the web service: plain decisions under a clock that is handed in. Thread: any.
+/// When a cache sends a request: pure decisions, the caller passes the time. Thread: any.
 namespace CacheTiming {
 
 constexpr qint64 defaultUpdateSeconds = 86400;
 constexpr qint64 longestCheckSeconds = 3600;
 
-/// What the decision needs to know of a cache.
+/// The state of a cache that decides.
 struct Facts {
     bool canUpdate = false;   ///< There are a sign-in and a token.
     bool isAvailable = false; ///< There is a value.
@@ -26,14 +26,14 @@ enum class Answer {
     NeverExpires, ///< The update interval is 0.
     NotExpired,
     Expired,
-    BadDate, ///< The date of the value is not valid, or lies in the future: the clock was wrong when it was received.
+    BadDate, ///< The date of the value is invalid or in the future: the clock was wrong when the value was received.
     NoValue,
 };
 
 struct Decision {
     Answer answer = Answer::CannotUpdate;
     qint64 msToExpiry = 0;  ///< For `NotExpired`.
-    qint64 nextCheckMs = 0; ///< For `NotExpired`: when to look again.
+    qint64 nextCheckMs = 0; ///< For `NotExpired`: when to check again.
 
     [[nodiscard]] bool isDue() const {
         return answer == Answer::Expired || answer == Answer::BadDate || answer == Answer::NoValue;
@@ -42,16 +42,16 @@ struct Decision {
 
 [[nodiscard]] Decision decide(const Facts& facts, const QDateTime& now);
 
-/// How often a cache with this update interval is looked at, in seconds.
+/// How often a cache with this update interval is checked, in seconds.
 [[nodiscard]] qint64 checkSeconds(qint64 updateSeconds);
 
-/// How long to wait before the next try, when so many updates in a row had failed before the one that has just failed.
+/// The wait before the next try. `earlierFailures`: failed updates in a row before the one that has just failed.
 [[nodiscard]] qint64 retryDelayMs(int earlierFailures, qint64 checkSeconds);
 
-/// True for what may be better soon: faults of the network, of the server (5xx) and of a clock. A refusal is not.
+/// True for failures that may be over soon: of the network, the server (5xx) or a clock. False for a refusal.
 [[nodiscard]] bool isWorthRetrying(const CacheFailure& failure);
 
-/// The date form of HTTP headers, "ddd, dd MMM yyyy HH:mm:ss 'GMT'". Not valid for another text, empty for a date that is not.
+/// The date form of HTTP headers, "ddd, dd MMM yyyy HH:mm:ss 'GMT'". Another text gives an invalid date, an invalid date no text.
 [[nodiscard]] QDateTime fromHttpDate(const QByteArray& text);
 [[nodiscard]] QByteArray toHttpDate(const QDateTime& date);
 

@@ -12,20 +12,20 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What other threads may see of one cache, also when the cache is going away.
+/// The state of one cache for other threads. It outlives the cache.
 ///
-/// Thread: any. Owner: shared by the cache and those who look.
+/// Thread: any. Owner: shared by the cache and its readers.
 struct CacheView {
     std::atomic<bool> isEnabled{false};
     std::atomic<bool> isAvailable{false};
-    /// Set once, when the sign-in is over: nothing is written to the file or told any more.
+    /// Set once, when the sign-in ends: after that nothing is written to the file and no signal is emitted.
     std::atomic<bool> isClosed{false};
-    /// Busy from the wish for an update to its end; the result is 1 when there is a value.
+    /// Busy from the request for an update to its end; the result is 1 when there is a value.
     const std::shared_ptr<RunState> updates = std::make_shared<RunState>();
 };
 
-/// A parsed reply that is replaced as a whole: who reads sees one reply, never parts of two. Readers do not wait for each other:
-/// of many threads that share one mutex each would have to be woken by the one before it. Thread: any.
+/// A parsed reply that is replaced as a whole, so a reader never sees parts of two. A read-write lock, since many threads that
+/// share one mutex would wake each other one by one. Thread: any.
 template <class T>
 class Published {
 public:
@@ -34,7 +34,7 @@ public:
         return m_value;
     }
     void set(std::shared_ptr<const T> value) {
-        // The old value is freed after the lock is released.
+        // Swapped, so that the old value is freed after the lock is released.
         const QWriteLocker lock(&m_lock);
         m_value.swap(value);
     }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr qint64 maximumReplyBytes = 4 * 1024 * 1024;
 
-// Null when the reply is no XML within bounds. The text is kept as UTF-8 in the cache file, so it must be that here.
+// Null unless the reply is XML within bounds, and UTF-8, since the cache file stores the text as UTF-8.
 QDomElement rootOf(const QByteArray& reply, QString& text) {
     text = QString::fromUtf8(reply);
     if (text.toUtf8() != reply)
@@ -54,7 +54,7 @@ ServiceEntitlement Entitlements::answerFor(const QString& service) const {
     return found == services.constEnd() ? ServiceEntitlement::NotEntitled : found->answer;
 }
 
-bool parseReply(const QByteArray& reply, UserInfo& result) {
+std::optional<UserInfo> UserInfo::parse(const QByteArray& reply) {
     UserInfo read;
     const QDomElement root = rootOf(reply, read.text);
     read.userName = childText(root, "UserName");
@@ -64,35 +64,32 @@ bool parseReply(const QByteArray& reply, UserInfo& result) {
     read.firstName = childText(profile, "FirstName");
     read.lastName = childText(profile, "LastName");
     if (read.userName.isEmpty() && read.id.isEmpty())
-        return false;
-    result = read;
-    return true;
+        return {};
+    return read;
 }
 
-bool parseReply(const QByteArray& reply, Entitlements& result) {
+std::optional<Entitlements> Entitlements::parse(const QByteArray& reply) {
     Entitlements read;
     const QDomElement root = rootOf(reply, read.text);
     if (root.tagName() != QLatin1String("EntitlementList"))
-        return false;
+        return {};
     const auto name = QStringLiteral("Service");
     for (QDomElement node = root.firstChildElement(name); !node.isNull(); node = node.nextSiblingElement(name)) {
         const QString service = childText(node, "Name");
         if (!service.isEmpty() && !read.services.contains(service))
             read.services.insert(service, {answerOf(node), elementText(node)});
     }
-    result = read;
-    return true;
+    return read;
 }
 
-bool parseReply(const QByteArray& reply, StorageQuota& result) {
+std::optional<StorageQuota> StorageQuota::parse(const QByteArray& reply) {
     StorageQuota read;
     const auto name = QStringLiteral("Service");
     const QDomElement root = rootOf(reply, read.text);
     const QDomElement service = root.tagName() == name ? root : root.firstChildElement(name);
     if (!readSize(service, "Quota", read.total) || !readSize(service, "CurrentUsage", read.used))
-        return false;
-    result = read;
-    return true;
+        return {};
+    return read;
 }
 
 } // namespace Velquor::WebServices::Internal

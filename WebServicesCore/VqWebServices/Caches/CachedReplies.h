@@ -4,15 +4,18 @@
 #include <QMap>
 #include <QString>
 #include <VqWebServices/ServiceEntitlement.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
-/// What the web services say of the user. Plain values with the reply that they were taken from.
+/// The replies of the web services about the user. Plain values with the text that they were read from.
 ///
 /// The parsers take bytes that may be hostile: at most 4 MiB of UTF-8 XML without a document type, bounded in depth and number of
-/// elements. False when the reply is anything else, or lacks what it is for; the result is unchanged then. Thread: any.
+/// elements. Nothing when the reply is anything else, or lacks its main content. Thread: any.
 
 struct UserInfo {
+    [[nodiscard]] static std::optional<UserInfo> parse(const QByteArray& reply);
+
     QString text; ///< The whole reply.
     QString userName;
     QString id;
@@ -26,6 +29,8 @@ struct Entitlements {
         ServiceEntitlement answer = ServiceEntitlement::Unknown;
         QString text; ///< The element of the service.
     };
+    [[nodiscard]] static std::optional<Entitlements> parse(const QByteArray& reply);
+
     QString text;
     QMap<QString, Service> services; ///< By name; the first of a repeated name counts.
 
@@ -33,13 +38,11 @@ struct Entitlements {
 };
 
 struct StorageQuota {
+    [[nodiscard]] static std::optional<StorageQuota> parse(const QByteArray& reply);
+
     QString text;
     qint64 total = 0; ///< Bytes.
     qint64 used = 0;  ///< Bytes.
 };
-
-[[nodiscard]] bool parseReply(const QByteArray& reply, UserInfo& result);
-[[nodiscard]] bool parseReply(const QByteArray& reply, Entitlements& result);
-[[nodiscard]] bool parseReply(const QByteArray& reply, StorageQuota& result);
 
 } // namespace Velquor::WebServices::Internal

@@ -7,18 +7,16 @@
 
 namespace Velquor::WebServices::Internal {
 
-bool DuplicateFilter::add(const QString& eventId, IPCMethod method, IPCMethod& first) {
+std::optional<IPCMethod> DuplicateFilter::add(const QString& eventId, IPCMethod method) {
     if (eventId.isEmpty())
-        return true;
+        return {};
     const EventIdentity identity = EventIdentity::of(eventId);
     Ranges& ranges = rangesOf(identity.source);
     const auto after = ranges.upperBound(identity.number);
-    if (after != ranges.begin() && std::prev(after)->last >= identity.number) {
-        first = std::prev(after)->method;
-        return false;
-    }
+    if (after != ranges.begin() && std::prev(after)->last >= identity.number)
+        return std::prev(after)->method;
     insert(ranges, identity.number, method);
-    return true;
+    return {};
 }
 
 DuplicateFilter::Ranges& DuplicateFilter::rangesOf(const QString& source) {
@@ -44,6 +42,7 @@ void DuplicateFilter::insert(Ranges& ranges, quint64 number, IPCMethod method) {
         join(range, std::next(range));
     if (range != ranges.begin() && joins(std::prev(range), range))
         join(std::prev(range), range);
+    // The gap between the merged ranges counts as handled: these are the oldest numbers.
     if (ranges.size() > mostRanges)
         join(ranges.begin(), std::next(ranges.begin()));
 }

@@ -18,9 +18,11 @@ bool EventDispatcher::callObservers(Event event, const QString& consumerKey, boo
     m_logger->information(QStringLiteral("Sending web services event %1 to observers in this process").arg(name));
     const QVector<IWebServicesObserver*> observers = m_observers.snapshot();
     for (IWebServicesObserver* const observer : observers) {
+        // An observer that was removed by an earlier one may be deleted already.
         if (!m_observers.contains(observer))
             continue;
         callGuarded(*observer, event, consumerKey, veto);
+        // The observer has uninitialized the library.
         if (m_isStopped())
             return false;
         if (event == Event::LoggedIn && !m_isLoggedIn()) {

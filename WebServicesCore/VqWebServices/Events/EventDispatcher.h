@@ -12,20 +12,19 @@ namespace Velquor::WebServices::Internal {
 
 /// Calls the observers of this process for an event, one after the other.
 ///
-/// Thread: that of the login session. Owner: the login session. Errors: what an observer throws is caught and logged, and the
-/// others are served.
+/// Thread: the login session's. Owner: the login session. Errors: an exception of an observer is caught and logged, and the next
+/// observer is called.
 class EventDispatcher {
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
 
-    /// `isLoggedIn` tells whether the user is signed in at the moment it is called, `isStopped` whether the library is being
-    /// uninitialized.
+    /// `isLoggedIn`: the user is signed in now. `isStopped`: the library is being uninitialized.
     EventDispatcher(std::shared_ptr<Log::ILogger> logger, std::function<bool()> isLoggedIn, std::function<bool()> isStopped);
 
     [[nodiscard]] ObserverRegistry& observers() { return m_observers; }
 
-    /// `veto` is for `AboutToLogout` and becomes true when an observer wishes it; it may be null. Returns false when the
-    /// delivery was broken off since an observer of `LoggedIn` signed the user out, or an observer uninitialized the library.
+    /// `veto` is for `AboutToLogout`: set to true when an observer vetoes; may be null. Returns false when the delivery was
+    /// stopped, because an observer of `LoggedIn` signed the user out or an observer uninitialized the library.
     bool callObservers(Event event, const QString& consumerKey, bool* veto);
 
 private:

@@ -21,7 +21,7 @@ const auto idKey = QStringLiteral("Id");
 const auto mapType = QStringLiteral("Map");
 const auto listType = QStringLiteral("List");
 
-// The numbers that are no variant types of the framework's own travel as the next wider one that is.
+// Number types without a variant type of their own are written as the next wider type that has one.
 QVariant plainValue(const QVariant& value) {
     switch (static_cast<QMetaType::Type>(value.userType())) {
     case QMetaType::Char:
@@ -36,8 +36,7 @@ QVariant plainValue(const QVariant& value) {
     }
 }
 
-// The names of the framework's variant types: its own type names without their leading letter, and the plain ones in its
-// spelling.
+// The format's type names: the framework's type names without their leading letter, and the plain types in its spelling.
 QString typeName(const QVariant& value) {
     switch (value.userType()) {
     case QMetaType::UnknownType: return QStringLiteral("Invalid");
@@ -112,7 +111,7 @@ QByteArray writeEventDocument(const EventDocument& event) {
     QDomElement params = document.createElement(paramsTag);
     writeParams(document, params, event.params);
     element.appendChild(params);
-    // Without indentation: blanks would become part of the texts.
+    // Without indentation: blanks would become part of the values.
     return document.toByteArray(-1);
 }
 

@@ -5,7 +5,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The document "Event.xml" that carries one event from process to process. Thread: any.
+/// The document "Event.xml", which carries one event to other processes. Thread: any.
 
 struct EventDocument {
     qint64 raisedByProcess = -1;
@@ -16,8 +16,8 @@ struct EventDocument {
 [[nodiscard]] QByteArray writeEventDocument(const EventDocument& event);
 
 enum class EventReadResult { Read, NotXml, NoEvent };
-/// Reads a document that may be hostile: bounded in size, depth and number of elements. What cannot be read of an event keeps the
-/// values of an empty one.
+/// Reads a document that may be hostile: bounded in size, depth and number of elements. Parts of an event that cannot be read
+/// keep their default values.
 [[nodiscard]] EventReadResult readEventDocument(const QByteArray& text, EventDocument& event);
 
 } // namespace Velquor::WebServices::Internal

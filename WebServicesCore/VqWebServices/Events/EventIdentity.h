@@ -4,7 +4,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Who raised an event, and which of its events it is.
+/// The sender of an event and the number of the event.
 struct EventIdentity {
     QString source;     ///< The sender; the whole id when it has no number.
     quint64 number = 0; ///< Counts from 1; 0 when the id has none.

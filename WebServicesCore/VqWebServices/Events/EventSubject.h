@@ -10,9 +10,9 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What an event is about: a product, and for some events of OAuth2 which of its tokens.
+/// The subject of an event: a product, and for some OAuth2 events one of its tokens.
 struct EventSubject {
-    // Implicit: most events are about a product only.
+    // Implicit: most events concern a product only.
     EventSubject(QString key = {}, std::optional<OAuth2TokenSpec> spec = {}) // NOLINT(google-explicit-constructor)
         : consumerKey(std::move(key))
         , oauth2Spec(std::move(spec)) {}
@@ -30,10 +30,10 @@ inline const auto oauth2Legacy = QStringLiteral("OAuth2TokenLegacy");
 inline const auto eventId = QStringLiteral("EventId");
 } // namespace EventParam
 
-/// The parameters of an event about this.
+/// The parameters of an event with this subject.
 [[nodiscard]] QVariantMap toParams(const EventSubject& subject);
 
-/// Events that concern one OAuth2 token of a product, and say which.
+/// Events that concern one OAuth2 token of a product.
 [[nodiscard]] bool isAboutOneToken(WebServicesPrivateCore::WebServicesEvent event);
 
 } // namespace Velquor::WebServices::Internal

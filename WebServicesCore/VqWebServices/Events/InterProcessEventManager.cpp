@@ -17,7 +17,7 @@ namespace {
 
 constexpr qint64 maximumEventSize = 256 * 1024;
 constexpr quint64 keepSeconds = 60;
-// Readers have the event file open for a moment; who has it open for longer is no reader.
+// A reader has the event file open for a moment; a process that has it open for longer is no reader.
 constexpr int briefPatienceMs = 10;
 constexpr int farewellMs = 1000;
 constexpr int writePauseMs = 50;
@@ -79,7 +79,7 @@ void InterProcessEventManager::writeFile() {
 
 bool InterProcessEventManager::tryToWriteFile(int patienceMs, bool isLast) {
     QString error;
-    // It lives for a minute; a power cut ends those whom it tells something.
+    // The file is short-lived, and after a power cut no process is left to read it, so it is not flushed.
     const Util::ReplaceResult result = Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, patienceMs);
     if (result == Util::ReplaceResult::Busy && !isLast)
         return false;
@@ -98,7 +98,7 @@ void InterProcessEventManager::touchTrigger() {
         return;
     }
     trigger.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    // An empty file that stays empty is no change to every system; a new time is.
+    // Some systems report no change for a file that stays empty, so set its time.
     trigger.setFileTime(QDateTime::currentDateTimeUtc(), QFileDevice::FileModificationTime);
 }
 
@@ -142,7 +142,7 @@ void InterProcessEventManager::DeleteFileTimerTimeout() {
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (const QString& path : {m_eventFile, m_triggerFile}) {
         const QFileInfo file(path);
-        // Unsigned, so that a file from the future goes at once.
+        // Unsigned, so that a file with a date in the future is deleted at once.
         if (file.exists() && static_cast<quint64>(file.lastModified().secsTo(now)) > keepSeconds)
             QFile::remove(path);
     }

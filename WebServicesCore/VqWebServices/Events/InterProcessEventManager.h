@@ -11,18 +11,17 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Carries events to the other processes of the user in a small file beside the login state file: "Event.xml" holds the last one,
-/// "EventTrigger.tmp" is touched so that their folder watchers see it.
+/// Carries events to the other processes of the user in a file in the folder of the login state file: "Event.xml" holds the last
+/// event, and "EventTrigger.tmp" is touched to notify their folder watchers.
 ///
-/// Thread: that of its owner, with an event loop; a file that a scanner or another process has open keeps nobody waiting, it is
-/// written a little later. Owner: the notification manager. Errors: log lines; an event that cannot be written or read is lost on
-/// this carrier.
+/// Thread: its owner's, with an event loop. A file that another process has open is written a little later.
+/// Owner: the notification manager. Errors: log lines; an event that cannot be written or read is lost on this carrier.
 class InterProcessEventManager : public QObject {
     Q_OBJECT
 
 public:
     InterProcessEventManager(const QString& folder, std::shared_ptr<Log::ILogger> logger);
-    /// Writes what waits, but not for longer than a second when the file is in use.
+    /// Writes a pending event, but waits at most a second for a file in use.
     ~InterProcessEventManager() override;
 
     void StartWatching();
@@ -41,7 +40,7 @@ public slots:
     void DeleteFileTimerTimeout();
 
 private:
-    /// Again a little later when the file is in use.
+    /// Repeats it a little later when the file is in use.
     void writeFile();
     /// False when the file is in use and this is not the last try.
     [[nodiscard]] bool tryToWriteFile(int patienceMs, bool isLast);
@@ -51,9 +50,9 @@ private:
     const QString m_triggerFile;
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
-    QByteArray
-        m_document; ///< To be written; empty when nothing is. Only the last event can be seen in the file, so no other waits.
-    QTimer m_writeTimer; ///< Runs while the event file is in use.
+    QByteArray m_document; ///< The pending event; empty without one. The file shows the last event only, so an older pending one
+                           ///< is dropped.
+    QTimer m_writeTimer;   ///< Runs while the event file is in use.
     int m_attempts = 0;
     QTimer m_deleteFileTimer;
     CloudUtil::FolderWatcher m_watcher;

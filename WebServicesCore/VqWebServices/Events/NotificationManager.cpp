@@ -15,8 +15,7 @@ namespace {
 
 const auto serverName = QStringLiteral("Velquor.WebServices");
 constexpr int lastLookMs = 100;
-// The pause before the listener is asked again what it could not do: at first nobody shall notice it, and then it shall cost
-// nothing.
+// The pause before the listener is called again: short at first, so that no user notices it, then longer, to save power.
 constexpr int shortestAgainMs = 200;
 constexpr int longestAgainMs = 2000;
 
@@ -36,9 +35,9 @@ NotificationManager::NotificationManager(const QString& folder, INotificationLis
     m_fileTimer.setInterval(fileDelayMs);
     connect(&m_fileTimer, &QTimer::timeout, this, &NotificationManager::writeFiles);
     m_holdTimer.setSingleShot(true);
-    // One that fires early finds nothing to release.
+    // A coarse timer may fire early and would find nothing to release.
     m_holdTimer.setTimerType(Qt::PreciseTimer);
-    // In a process that stood still the timer is served before the sockets are read: what they have brought comes first.
+    // After a process was suspended, timers fire before the sockets are read. A second short timer lets the sockets go first.
     m_lastLookTimer.setSingleShot(true);
     m_lastLookTimer.setInterval(lastLookMs);
     connect(&m_holdTimer, &QTimer::timeout, &m_lastLookTimer, qOverload<>(&QTimer::start));
@@ -69,7 +68,7 @@ void NotificationManager::Start() {
 }
 
 bool NotificationManager::SendInterProcessMessage(Event event, const QVariantMap& params) {
-    // Counted and queued in one step, so that events leave in the order of their numbers.
+    // Numbered and posted under one mutex, so that events leave in the order of their numbers.
     const QMutexLocker lock(&m_sendMutex);
     QVariantMap identified = params;
     identified.insert(EventParam::eventId, EventIdentity{m_ownId, m_lastNumber + 1}.eventId());
@@ -100,13 +99,13 @@ void NotificationManager::writeFiles() {
 }
 
 void NotificationManager::InterProcessMessageReceived(const QString& name, const QVariantMap& params) {
-    Event event = Event::AccountCreated;
-    if (!WebServicesPrivateCore::eventFromName(name, event)) {
+    const std::optional<Event> event = WebServicesPrivateCore::eventFromName(name);
+    if (!event) {
         m_logger->information(
             QStringLiteral("Ignoring unknown IPC message %1. This message maybe coming from a newer version.").arg(name));
         return;
     }
-    HandleInterProcessMessage(event, params, IPCMethod::Socket);
+    HandleInterProcessMessage(*event, params, IPCMethod::Socket);
 }
 
 void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& params) {
@@ -119,19 +118,18 @@ void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& p
 }
 
 void NotificationManager::HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method) {
-    IPCMethod first = method;
     const QString eventId = params.value(EventParam::eventId).toString();
-    if (!m_handled.add(eventId, method, first)) {
+    if (const std::optional<IPCMethod> first = m_handled.add(eventId, method)) {
         m_logger->debug(
             QStringLiteral(
                 "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
-                .arg(eventName(event), methodName(method), methodName(first)));
+                .arg(eventName(event), methodName(method), methodName(*first)));
         if (method == IPCMethod::Socket)
             handle(m_order.reachedBySocket(eventId, m_clock.elapsed()));
         return;
     }
     handle(m_order.take({event, params, method}, m_clock.elapsed()));
-    // What is held later is due later.
+    // An event that is held later is due later, so a running timer stays.
     if (!m_holdTimer.isActive() && !m_lastLookTimer.isActive())
         holdOn();
 }

@@ -16,31 +16,31 @@
 namespace Velquor::WebServices::Internal {
 
 /// Sends web services events to the other processes of the user and receives theirs, over two carriers: local sockets and a
-/// watched file. What arrives over both is handled once.
+/// watched file. An event that arrives over both is handled once.
 ///
-/// Thread: lives on the notification thread; SendInterProcessMessage may be called from any. Owner: the login session, through
-/// the end of that thread. Errors: log lines; an event that cannot be sent is lost, and the others notice by the login state
+/// Thread: lives on the notification thread; SendInterProcessMessage may be called from any. Owner: the login session; deleted at
+/// the end of that thread. Errors: log lines. When an event cannot be sent, the other processes see the change in the login state
 /// file.
 class NotificationManager : public QObject {
     Q_OBJECT
 
 public:
     using Event = WebServicesPrivateCore::WebServicesEvent;
-    /// From the message of an event to its file. Writing the file takes longer than sending a message, and reading it keeps every
-    /// process busy: the messages shall be there before.
+    /// The delay between the message of an event and its file. Writing the file is slow and reading it keeps every process busy,
+    /// so the messages go first.
     static constexpr int fileDelayMs = 20;
 
-    /// `folder` is that of the login state file; `listener` outlives this object.
+    /// `folder`: the folder of the login state file. `listener` outlives this object.
     NotificationManager(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger);
     ~NotificationManager() override;
 
-    /// False when the event could not even be handed over to the thread of this object.
+    /// False when the event could not be posted to the thread of this object.
     bool SendInterProcessMessage(Event event, const QVariantMap& params);
 
     void HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method);
 
-    /// The token spec of an OAuth2 event. An event without a type comes from an older process, which knows one kind of token
-    /// only. Null, with a line in the log, for a type that is none.
+    /// The token spec of an OAuth2 event. An event without a type comes from an older process, which knows only one kind of
+    /// token. Nothing, with a log line, for an unknown type.
     [[nodiscard]] std::optional<OAuth2TokenSpec> GetOAuth2TokenSpec(const QVariantMap& params, Event event) const;
 
 public slots:
@@ -64,12 +64,12 @@ private:
     DuplicateFilter m_handled;
     ReorderBuffer m_order;
     QElapsedTimer m_clock;
-    const QString m_ownId; ///< Names this sender to the others, who keep its events in their order.
+    const QString m_ownId; ///< Identifies this sender; receivers keep the events of a sender in order.
     QTimer m_fileTimer;
-    QQueue<ArrivedEvent> m_forFile; ///< Sent by socket, and to be written to the file.
+    QQueue<ArrivedEvent> m_forFile; ///< Sent by socket, not yet written to the file.
     QTimer m_holdTimer;
     QTimer m_lastLookTimer;
-    QTimer m_againTimer; ///< Runs while the listener has something left to do.
+    QTimer m_againTimer; ///< Runs while the listener has reactions left.
     int m_againMs = 0;
     QMutex m_sendMutex;
     quint64 m_lastNumber = 0; ///< Under the mutex.

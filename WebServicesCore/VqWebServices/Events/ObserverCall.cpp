@@ -18,9 +18,9 @@ bool callBase(IWebServicesObserver& observer, Event event, const std::wstring& c
     case Event::LoggedOut: observer.LoggedOut(); return true;
     case Event::ServerChanged: observer.ServerChanged(consumerKey.c_str()); return true;
     case Event::AboutToLogout: {
-        bool wish = false;
-        observer.AboutToLogout(wish);
-        if (wish && veto)
+        bool isVetoed = false;
+        observer.AboutToLogout(isVetoed);
+        if (isVetoed && veto)
             *veto = true;
         return true;
     }
@@ -28,7 +28,7 @@ bool callBase(IWebServicesObserver& observer, Event event, const std::wstring& c
     }
 }
 
-// Likewise for the others.
+// The same for the second interface, and below for the third.
 bool callSecond(IWebServicesObserver2& observer, Event event, const std::wstring& consumerKey) {
     switch (event) {
     case Event::LoggingOut: observer.LoggingOut(); return true;
@@ -59,8 +59,8 @@ void callObserver(IWebServicesObserver& observer, Event event, const QString& co
     const std::wstring key = consumerKey.toStdWString();
     if (callBase(observer, event, key, veto))
         return;
-    // Found out anew at each delivery: the library knows of an observer no more than its base. Nothing is asked of it once its
-    // operation has returned, since that may have deleted it.
+    // The type is determined at each delivery, since the library stores the base interface only. The observer is not touched
+    // after its operation has returned, since the operation may have deleted it.
     auto* const second = dynamic_cast<IWebServicesObserver2*>(&observer);
     if (second && callSecond(*second, event, key))
         return;

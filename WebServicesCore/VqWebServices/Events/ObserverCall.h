@@ -7,8 +7,8 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Calls the operation of an event, when the observer implements the interface that has it. `veto` is for `AboutToLogout` and
-/// becomes true when the observer wishes it; it may be null. Thread: that of the login session. What the observer throws passes.
+/// Calls the operation of an event if the observer implements the interface that has it. `veto` is for `AboutToLogout`: set to
+/// true when the observer vetoes; may be null. Thread: the login session's. An exception of the observer reaches the caller.
 void callObserver(IWebServicesObserver& observer, WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey,
                   bool* veto);
 

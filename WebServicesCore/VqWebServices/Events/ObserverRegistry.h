@@ -14,9 +14,9 @@ public:
     void add(IWebServicesObserver* observer);
     void remove(IWebServicesObserver* observer);
 
-    /// A copy to walk through while observers come and go.
+    /// A copy to iterate over while observers are added and removed.
     [[nodiscard]] QVector<IWebServicesObserver*> snapshot() const;
-    /// Whether an observer of a snapshot is still registered, and so may still be called.
+    /// Whether an observer of a snapshot is still registered and may be called.
     [[nodiscard]] bool contains(IWebServicesObserver* observer) const;
 
 private:

@@ -12,13 +12,13 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-// XML has no place for control characters and lone surrogates; "%" announces one of them as four hexadecimal digits.
+// XML cannot hold control characters and lone surrogates; they are written as "%" and four hexadecimal digits.
 bool mustBeEscaped(QChar character) {
     const ushort code = character.unicode();
     return code == '%' || code < 0x20 || (code >= 0xd800 && code <= 0xdfff) || code >= 0xfffe;
 }
 
-// A space in the first place as well: the parser drops a text of spaces alone, of whatever kind.
+// A leading space is escaped too, since the parser drops a text of spaces alone.
 QString escaped(const QString& text) {
     QString result;
     for (const QChar character : text)

@@ -10,7 +10,7 @@ namespace Velquor::WebServices::Internal {
 ReorderBuffer::Source& ReorderBuffer::sourceOf(const QString& name) {
     if (!m_sources.contains(name)) {
         m_names.enqueue(name);
-        // Whoever holds something is not forgotten before it is released.
+        // A sender with held events is not forgotten.
         while (m_names.size() > mostSources && m_sources.value(m_names.head()).held.isEmpty())
             m_sources.remove(m_names.dequeue());
     }
@@ -35,6 +35,7 @@ QVector<ArrivedEvent> ReorderBuffer::take(const ArrivedEvent& arrived, qint64 no
         source.held.insert(identity.number, {arrived, nowMs});
         return {};
     }
+    // The socket keeps the order: earlier events that are still held will not arrive by it any more.
     QVector<ArrivedEvent> ready;
     release(source, identity.number - 1, ready);
     ready += arrived;

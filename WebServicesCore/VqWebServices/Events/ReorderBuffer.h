@@ -11,35 +11,35 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// An event on its way between processes, and the carrier that brings it.
+/// An event of another process and the carrier that brought it.
 struct ArrivedEvent {
     WebServicesPrivateCore::WebServicesEvent event = WebServicesPrivateCore::WebServicesEvent::AccountCreated;
     QVariantMap params;
     IPCMethod method = IPCMethod::Socket;
 };
 
-/// Keeps the events of one sender in their order where the watched file is faster than the socket.
+/// Keeps the events of one sender in order when the watched file is faster than the socket.
 ///
-/// Each sender counts its events. The socket brings them in order; the file holds the last one only, so one that arrives by file
-/// ahead of its turn waits for those before it: until they have come, until the socket shows that they do not come, until the
-/// socket has brought nothing for `holdMs` (a socket that still brings something may be late, and still come), or for
-/// `longestHoldMs`. An event whose id has no number passes as it comes.
+/// Each sender numbers its events. The socket brings them in order; the file holds the last one only. So an event that arrives by
+/// file ahead of its turn waits for the earlier ones. The wait ends when they have arrived, when the socket brings the same or a
+/// later event, when the socket has brought nothing for `holdMs` (a socket that still brings something may be late), or after
+/// `longestHoldMs`. An event without a number passes at once.
 ///
 /// Thread: its owner's. Owner: the notification manager.
 class ReorderBuffer {
 public:
-    /// Takes a new event; what is to be handled now.
+    /// Takes a new event; returns the events to handle now.
     [[nodiscard]] QVector<ArrivedEvent> take(const ArrivedEvent& arrived, qint64 nowMs);
-    /// The socket has brought an event again that was taken before; what is to be handled now.
+    /// The socket has brought an event that was taken before; returns the events to handle now.
     [[nodiscard]] QVector<ArrivedEvent> reachedBySocket(const QString& eventId, qint64 nowMs);
-    /// What has waited long enough.
+    /// The events that have waited long enough.
     [[nodiscard]] QVector<ArrivedEvent> takeOverdue(qint64 nowMs);
-    /// How long until the oldest of what waits has waited long enough; -1 when nothing waits.
+    /// The time until the next event has waited long enough; -1 when none waits.
     [[nodiscard]] int msUntilDue(qint64 nowMs) const;
 
-    /// Longer than a busy server of the sockets takes, and short for who waits.
+    /// Longer than a busy message server takes, but short for a waiting user.
     static constexpr int holdMs = 1200;
-    /// A sender whose own socket is gone is heard after this, however busy the socket is with others.
+    /// After this the events of a sender without a socket are handled, however busy the socket is with other senders.
     static constexpr int longestHoldMs = 10000;
     static constexpr int mostSources = 256;
 
@@ -54,16 +54,16 @@ private:
     };
 
     [[nodiscard]] Source& sourceOf(const QString& name);
-    /// Moves what is held up to a number, and what follows it without a gap.
+    /// Moves the held events up to a number, and those that follow without a gap.
     static void release(Source& source, quint64 upTo, QVector<ArrivedEvent>& released);
-    /// When what is held has waited long enough.
+    /// When a held event has waited long enough.
     [[nodiscard]] qint64 dueMs(const Held& held) const {
         return qMin(qMax(held.sinceMs, m_bySocketMs) + holdMs, held.sinceMs + longestHoldMs);
     }
 
     QHash<QString, Source> m_sources;
     QQueue<QString> m_names; ///< In the order of their first event.
-    qint64 m_bySocketMs = 0; ///< When the socket brought something last, whoever sent it.
+    qint64 m_bySocketMs = 0; ///< When the socket last brought an event, of any sender.
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -39,14 +39,15 @@ bool isForOtherProcesses(WebServicesEvent event) {
     }
 }
 
-bool eventFromName(const QString& name, WebServicesEvent& event) {
+std::optional<WebServicesEvent> eventFromName(const QString& name) {
     constexpr int last = static_cast<int>(WebServicesEvent::LoginDialogTimeoutInVqSSOServer);
+    // A number without an event has an empty name, so an empty name names none.
     for (int number = 0; number <= last && !name.isEmpty(); ++number) {
-        event = static_cast<WebServicesEvent>(number);
+        const auto event = static_cast<WebServicesEvent>(number);
         if (eventName(event) == name)
-            return true;
+            return event;
     }
-    return false;
+    return {};
 }
 
 } // namespace WebServicesPrivateCore

@@ -3,17 +3,18 @@
 #include <QMetaType>
 #include <QString>
 #include <VqWebServices/WebServicesEvent.h>
+#include <optional>
 
 namespace WebServicesPrivateCore {
 
 /// The name of an event in logs and files; empty for a number without an event.
 [[nodiscard]] QString eventName(WebServicesEvent event);
 
-/// Whether other processes of the user are told of an event; the rest concerns the process only in which it happens.
+/// Whether an event is sent to other processes of the user; the others concern only the process in which they happen.
 [[nodiscard]] bool isForOtherProcesses(WebServicesEvent event);
 
-/// The event of a name; false for a name that is none.
-[[nodiscard]] bool eventFromName(const QString& name, WebServicesEvent& event);
+/// The event of a name; nothing for an unknown name.
+[[nodiscard]] std::optional<WebServicesEvent> eventFromName(const QString& name);
 
 } // namespace WebServicesPrivateCore
 

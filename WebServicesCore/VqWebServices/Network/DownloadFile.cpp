@@ -20,28 +20,29 @@ bool DownloadFile::append(const QByteArray& data) {
     return m_temporary.write(data) == data.size();
 }
 
-QString DownloadFile::complete(qint64 expectedSize) {
+Util::Result<void> DownloadFile::complete(qint64 expectedSize) {
     m_temporary.close();
     const QFileInfo temporary(m_temporary.fileName());
     if (!temporary.exists())
-        return QStringLiteral("Downloaded temp file doesn't exist");
+        return Util::Failure{QStringLiteral("Downloaded temp file doesn't exist")};
     if (temporary.size() != expectedSize) {
-        return QStringLiteral("Size check failed. Expected size: %1. Actual size: %2")
-            .arg(QString::number(expectedSize), QString::number(temporary.size()));
+        return Util::Failure{QStringLiteral("Size check failed. Expected size: %1. Actual size: %2")
+                                 .arg(QString::number(expectedSize), QString::number(temporary.size()))};
     }
     if (QFileInfo::exists(m_targetPath) && !removeTarget())
-        return QStringLiteral("Failed to delete download file %1").arg(m_targetPath);
+        return Util::Failure{QStringLiteral("Failed to delete download file %1").arg(m_targetPath)};
     if (!m_temporary.rename(m_targetPath)) {
-        return QStringLiteral("Failed to rename temp file %1 to download file %2").arg(temporary.filePath(), m_targetPath);
+        return Util::Failure{
+            QStringLiteral("Failed to rename temp file %1 to download file %2").arg(temporary.filePath(), m_targetPath)};
     }
-    // The file object has followed the rename; what it names now must stay.
+    // The file object follows the rename and now names the target, which discard() must not remove.
     m_temporary.setFileName(temporary.filePath());
     return {};
 }
 
 bool DownloadFile::removeTarget() {
     QFile target(m_targetPath);
-    // A folder in the target's place is not ours to change.
+    // Never change a folder that has the name of the target.
     if (!QFileInfo(m_targetPath).isFile())
         return false;
     const QFileDevice::Permissions before = target.permissions();

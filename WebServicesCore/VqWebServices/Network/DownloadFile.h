@@ -1,14 +1,16 @@
 #pragma once
 
+#include "VqUtil/General/Result.h"
+
 #include <QFile>
 #include <QString>
 
 namespace Velquor::WebServices::Internal {
 
-/// The file that a download is streamed into: a temporary file beside the target, which takes the target's place when
-/// all of it has arrived. The temporary file never outlives this object.
+/// The file of a download: a temporary file in the folder of the target, which replaces the target when all data has arrived. The
+/// temporary file never outlives this object.
 ///
-/// Thread: that of the operation. Owner: the operation. Errors: false, or a text for the operation's message.
+/// Thread: the operation's. Owner: the operation. Errors: false, or a reason for the operation's message.
 class DownloadFile final {
 public:
     explicit DownloadFile(const QString& targetPath);
@@ -17,14 +19,14 @@ public:
 
     [[nodiscard]] QString temporaryPath() const { return m_temporary.fileName(); }
 
-    /// Opens the temporary file, emptied, when it is not open yet.
+    /// Opens and empties the temporary file unless it is open.
     [[nodiscard]] bool open();
     [[nodiscard]] bool append(const QByteArray& data);
 
-    /// Puts the temporary file in the target's place if it has the expected size. Empty on success.
-    [[nodiscard]] QString complete(qint64 expectedSize);
+    /// Puts the temporary file in the target's place if it has the expected size.
+    [[nodiscard]] Util::Result<void> complete(qint64 expectedSize);
 
-    /// Closes and removes what is there of the temporary file.
+    /// Closes and removes the temporary file.
     void discard();
 
 private:

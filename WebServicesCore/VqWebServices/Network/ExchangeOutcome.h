@@ -12,9 +12,9 @@ struct ExchangeOutcome {
     ReplySnapshot reply;
 
     [[nodiscard]] bool hasStatus200() const { return !reply.isNull && reply.status == 200 && result == OperationResult::Success; }
-    /// What went wrong, in the words of the HTTP and network error; a reply that was cut or cancelled says so.
+    /// The HTTP and network error as a text, or the message for a reply that was cut off or cancelled.
     [[nodiscard]] QString errorText() const;
-    /// What the server, the clock or the TLS library has to say about it; follows `errorText` directly, may be empty.
+    /// What the server, the clock diagnosis and the TLS diagnosis report about it. Follows `errorText` directly; may be empty.
     [[nodiscard]] QString problemText() const;
 };
 

@@ -27,13 +27,13 @@ void ExchangeRunner::requestFinished(QNetworkReply* reply) {
         return;
     const ExchangeOutcome outcome{m_operation->result(), m_operation->errorMessage(),
                                   takeSnapshot(reply, m_operation->verb(), m_operation->requestBody())};
-    // It is the operation that tells this, so it may go only later.
+    // Not deleted here: the operation is the sender of this signal.
     m_operation.release()->deleteLater();
     m_finished(outcome);
 }
 
 void ExchangeRunner::cancel() {
-    // Going away is how an operation is cancelled; it would tell its end before it is gone.
+    // The destructor of the operation cancels it and emits its end first; the end must not arrive here.
     if (const std::unique_ptr<NetworkOperationAsync> operation = std::move(m_operation))
         operation->disconnect(this);
 }

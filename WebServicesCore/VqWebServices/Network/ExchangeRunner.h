@@ -12,24 +12,24 @@ namespace Velquor::WebServices::Internal {
 
 class NetworkOperationAsync;
 
-/// Sends one request at a time on a worker thread of its own, for those who must never be blocked by it.
+/// Sends one request at a time on a worker thread, so that its owner is never blocked.
 ///
-/// Thread: lives on its owner's thread, where the end is told; all operations there. Owner: whoever sends, as a member with that
-/// object as parent. Errors: the outcome of the exchange; a worker thread that cannot be started is told as its end, too.
+/// Thread: lives on its owner's thread; all operations and the end are there. Owner: the sender, as a member with the sender as
+/// parent. Errors: the outcome of the exchange, also when the worker thread cannot be started.
 class ExchangeRunner final : public QObject {
     Q_OBJECT
 
 public:
     using Finished = std::function<void(const ExchangeOutcome&)>;
 
-    /// `finished` is told the end of each exchange that was not cancelled; the next may be sent from inside.
+    /// `finished` is called at the end of each exchange that was not cancelled; it may send the next request.
     ExchangeRunner(Finished finished, QObject* parent);
     ~ExchangeRunner() override;
 
     void send(const QNetworkRequest& request, const QString& verb, const QByteArray& body, int timeoutMs,
               const std::shared_ptr<Log::ILogger>& logger);
     [[nodiscard]] bool isUnderWay() const { return m_operation != nullptr; }
-    /// Returns when the worker thread has ended; nothing is told of the exchange afterwards.
+    /// Returns when the worker thread has ended; `finished` is not called for this exchange.
     void cancel();
 
 private:

@@ -4,11 +4,9 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Lets an owner cancel network operations from outside: every operation that was given the controller ends as
-/// cancelled when `Canceled()` is emitted.
+/// Cancels network operations from outside: every operation with this controller ends as cancelled when `Canceled()` is emitted.
 ///
-/// Thread: the signal may be emitted on any thread. Owner: shared by the one who cancels and the operations. Errors:
-/// none.
+/// Thread: the signal may be emitted on any. Owner: shared by the caller that cancels and the operations. Errors: none.
 class ICancelController : public QObject {
     Q_OBJECT
 

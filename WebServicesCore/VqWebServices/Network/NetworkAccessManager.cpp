@@ -10,7 +10,7 @@ namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr int maximumPrompts = 2;
-// Stored credentials may change again and again while a request is under way.
+// A bound, since stored credentials may change during a request.
 constexpr int maximumAnswers = 4;
 
 /// For operations that have no log.
@@ -28,7 +28,7 @@ bool isDialogEnabled() {
 void stopInterfacePolling() {
     static std::once_flag once;
     std::call_once(once, [] {
-        // The longest interval there is: a negative one would stop polling too, but with a warning from the framework.
+        // The longest interval. A negative one would stop polling too, but the framework warns about it.
         if (!qEnvironmentVariableIsSet("QT_BEARER_POLL_TIMEOUT"))
             qputenv("QT_BEARER_POLL_TIMEOUT", QByteArrayLiteral("2147483647"));
     });
@@ -75,7 +75,7 @@ void NetworkAccessManager::ProxyAuthenticationRequired(const QNetworkProxy& prox
 
 void NetworkAccessManager::answerProxy(const QNetworkProxy& proxy, QAuthenticator& authenticator) {
     const ProxyAddress address{proxy.hostName(), proxy.port()};
-    // With a connection of its own for each attempt, the framework does not always say what it has tried.
+    // When each attempt has a connection of its own, the framework does not always report the credentials it has tried.
     m_refused.add({proxy.user(), proxy.password()});
     m_refused.add({authenticator.user(), authenticator.password()});
     ProxyLogin login;
@@ -91,7 +91,7 @@ void NetworkAccessManager::answerProxy(const QNetworkProxy& proxy, QAuthenticato
     if (login.isEmpty())
         return;
     ++m_answers;
-    // It counts as refused when the proxy asks again.
+    // When the proxy asks again, it has refused this login.
     m_refused.add(login);
     authenticator.setUser(login.user);
     authenticator.setPassword(login.password);
@@ -105,7 +105,7 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QN
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     if (!hardened.hasRawHeader("Accept-Encoding"))
         hardened.setRawHeader("Accept-Encoding", "identity");
-    // Under a custom verb the framework would wait for the body that an answer to HEAD announces and never has.
+    // With a custom verb the framework would wait for a body that the answer to HEAD announces but never has.
     const QByteArray verb = hardened.attribute(QNetworkRequest::CustomVerbAttribute).toByteArray();
     if (operation == CustomOperation && verb.compare("HEAD", Qt::CaseInsensitive) == 0)
         return QNetworkAccessManager::createRequest(HeadOperation, hardened, nullptr);

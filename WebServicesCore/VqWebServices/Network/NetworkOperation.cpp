@@ -1,13 +1,14 @@
 #include "Network/NetworkOperation.h"
 
 #include "Network/Diagnosis/DisplayUrl.h"
-#include "Network/DownloadFile.h"
+#include "Network/Diagnosis/DumpAllowList.h"
 #include "Network/NetworkAccessManager.h"
-#include "Network/RequestCheck.h"
 #include "Network/UploadBody.h"
 #include "Network/UserAgent.h"
+#include "VqUtil/General/Result.h"
 
 #include <QBuffer>
+#include <algorithm>
 
 namespace Velquor::WebServices::Internal {
 namespace {
@@ -16,23 +17,51 @@ bool isGet(const QString& verb) {
     return verb.compare(QLatin1String("GET"), Qt::CaseInsensitive) == 0;
 }
 
+bool isToken(const QByteArray& text) {
+    static const QByteArray marks("!#$%&'*+-.^_`|~");
+    return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || marks.contains(c);
+    });
+}
+
+bool isHeaderValue(const QByteArray& value) {
+    return !value.contains('\r') && !value.contains('\n') && !value.contains('\0');
+}
+
+// Verb and headers must not break out of their line.
+Util::Result<void> checkRequest(const QNetworkRequest& request, const QString& verb) {
+    const QUrl url = request.url();
+    const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    if (!url.isValid() || !isHttp || url.host().isEmpty())
+        return Util::Failure{QStringLiteral("Request was not sent. Not a valid http or https url: %1").arg(displayUrl(url))};
+    if (!isToken(verb.toUtf8()))
+        return Util::Failure{QStringLiteral("Request was not sent. Not a valid verb: %1").arg(oneLine(verb))};
+    for (const QByteArray& name : request.rawHeaderList()) {
+        if (!isToken(name) || !isHeaderValue(request.rawHeader(name)))
+            return Util::Failure{
+                QStringLiteral("Request was not sent. Not a valid header: %1").arg(oneLine(QString::fromUtf8(name)))};
+    }
+    return {};
+}
+
 } // namespace
 
 NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelController, std::shared_ptr<Log::ILogger> logger)
     : m_cancelController(std::move(cancelController))
-    , m_logger(std::move(logger)) {
+    , m_logger(std::move(logger))
+    , m_handler(m_logger, this) {
+    connect(&m_handler, &ReplyHandler::Finished, this, &NetworkOperation::OperationFinished);
+    connect(&m_handler, &ReplyHandler::Progress, this, &NetworkOperation::DownloadProgressSlot);
     if (m_cancelController)
         connect(m_cancelController.get(), &ICancelController::Canceled, this, &NetworkOperation::CanceledSlot);
 }
 
 NetworkOperation::~NetworkOperation() {
     abandon(QStringLiteral("Object deleted"));
-    // While the user is being asked for proxy credentials further up on this thread, reply and manager are in use there.
-    if (m_reply && m_ownsReply && m_manager && m_manager->isPrompting()) {
-        m_reply->setParent(m_manager.get());
-        m_ownsReply = false;
-    }
-    discardReply();
+    // During a prompt for proxy credentials further up on this thread, reply and manager are still in use there.
+    if (m_manager && m_manager->isPrompting())
+        m_handler.leaveTo(m_manager.get());
+    m_handler.discard();
     NetworkAccessManager::retire(std::move(m_manager));
 }
 
@@ -59,60 +88,46 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString downloadT
     if (!prepare(request, verb))
         return;
     if (!downloadToFile.isEmpty()) {
-        m_download = std::make_unique<DownloadFile>(downloadToFile);
+        m_handler.downloadTo(downloadToFile);
         startTimer(m_downloadTimeoutInMsec);
     }
-    sendGet(request);
-    watchReply();
-    if (m_reply)
-        connect(m_reply, &QNetworkReply::downloadProgress, this, &NetworkOperation::DownloadProgressSlot);
+    watch(sendGet(request));
+    m_handler.reportProgress();
 }
 
 QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec,
                                       bool wait) {
     if (isRunning())
         return nullptr;
-    // A thread that has never run an event loop gets what timers and sockets need from this object only.
+    // On a thread that has never run an event loop, this object creates what timers and sockets need.
     QEventLoop loop;
     m_requestBody = upload ? upload->readAll() : QByteArray();
     if (!prepare(request, verb))
         return nullptr;
     if (timeoutInMsec > 0)
         startTimer(timeoutInMsec);
-    if (isGet(verb))
-        sendGet(request);
-    else
-        sendCustom(request);
-    watchReply();
-    return wait && m_reply ? waitForReply(loop) : m_reply.data();
+    watch(isGet(verb) ? sendGet(request) : sendCustom(request));
+    return wait && reply() ? waitForReply(loop) : reply();
 }
 
 QNetworkReply* NetworkOperation::waitForReply(QEventLoop& loop) {
     const QPointer<NetworkOperation> self(this);
-    const QPointer<QNetworkReply> reply(m_reply);
+    const QPointer<QNetworkReply> reply(m_handler.reply());
     m_eventLoop = &loop;
     loop.exec(QEventLoop::ExcludeUserInputEvents);
-    // Whoever was told of the end may have destroyed this object, or started it again. And the loop ends early when the
-    // whole thread is told to quit.
-    if (self && m_reply == reply && !m_finished)
+    // A receiver of RequestFinished may have destroyed this object, or started it again. The loop ends early when the thread is
+    // asked to quit.
+    if (self && m_handler.reply() == reply && !m_handler.isFinished())
         cancel(QStringLiteral("Event loop ended"));
-    return self && m_reply == reply ? reply.data() : nullptr;
+    return self && m_handler.reply() == reply ? reply.data() : nullptr;
 }
 
 bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& verb) {
     m_verb = verb;
-    discardReply();
+    m_handler.reset(verb);
     m_timer.reset();
-    m_download.reset();
-    m_result = OperationResult::NotFinished;
-    m_errorMessage.clear();
-    m_finished = false;
-    m_ended = false;
-    m_isAbandoned = false;
-    m_sslErrors.clear();
-    const QString problem = requestProblem(request, verb);
-    if (!problem.isEmpty()) {
-        refuse(problem);
+    if (const Util::Result<void> check = checkRequest(request, verb); !check) {
+        refuse(check.reason());
         return false;
     }
     if (!m_manager) {
@@ -124,9 +139,7 @@ bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& ve
 }
 
 void NetworkOperation::refuse(const QString& problem) {
-    m_finished = true;
-    m_result = OperationResult::Failure;
-    m_errorMessage = problem;
+    m_handler.refuse(problem);
     if (m_logger)
         m_logger->error(problem);
     announce();
@@ -139,32 +152,23 @@ QNetworkRequest NetworkOperation::withUserAgent(QNetworkRequest request) const {
     return request;
 }
 
-void NetworkOperation::sendGet(const QNetworkRequest& request) {
-    m_reply = m_manager->get(withUserAgent(request));
+QNetworkReply* NetworkOperation::sendGet(const QNetworkRequest& request) {
+    return m_manager->get(withUserAgent(request));
 }
 
-void NetworkOperation::sendCustom(const QNetworkRequest& request) {
+QNetworkReply* NetworkOperation::sendCustom(const QNetworkRequest& request) {
     auto body = std::make_unique<UploadBody>(m_requestBody);
-    m_reply = m_manager->sendCustomRequest(withUserAgent(request), m_verb.toUtf8(), body.get());
-    if (m_reply)
-        body.release()->setParent(m_reply);
+    QNetworkReply* const reply = m_manager->sendCustomRequest(withUserAgent(request), m_verb.toUtf8(), body.get());
+    if (reply)
+        body.release()->setParent(reply);
+    return reply;
 }
 
-void NetworkOperation::watchReply() {
-    if (!m_reply) {
+void NetworkOperation::watch(QNetworkReply* reply) {
+    if (reply)
+        m_handler.watch(reply);
+    else
         refuse(QStringLiteral("Request was not sent. No reply object"));
-        return;
-    }
-    adoptReply();
-    connect(m_reply, &QNetworkReply::finished, this, &NetworkOperation::RequestFinishedSlot);
-    connect(m_reply, &QNetworkReply::sslErrors, this, &NetworkOperation::SslErrors);
-    if (m_download) {
-        connect(m_reply, &QNetworkReply::readyRead, this, &NetworkOperation::ReadyRead);
-    } else {
-        // The peer is not read much further before somebody has looked.
-        m_reply->setReadBufferSize(2 * maximumBodyBytes);
-        connect(m_reply, &QNetworkReply::readyRead, this, &NetworkOperation::checkBodySize);
-    }
 }
 
 void NetworkOperation::startTimer(int timeoutInMsec) {
@@ -182,35 +186,56 @@ void NetworkOperation::pauseTimer() {
 }
 
 void NetworkOperation::resumeTimer() {
-    if (m_pausedMsec >= 0 && m_timer && isRunning() && !m_finished)
+    if (m_pausedMsec >= 0 && m_timer && isRunning() && !m_handler.isFinished())
         m_timer->start(m_pausedMsec);
     m_pausedMsec = -1;
 }
 
-void NetworkOperation::discardReply() {
-    // A thread that is ending, or never runs an event loop, would not get round to a deferred delete.
-    if (m_reply && m_ownsReply && m_replyCalls == 0)
-        delete m_reply;
-    else if (m_reply && m_ownsReply)
-        m_reply->deleteLater();
-    m_reply.clear();
-    m_ownsReply = false;
+void NetworkOperation::AbortOperation() {
+    abandon(QStringLiteral("Canceled by caller"));
 }
 
-void NetworkOperation::adoptReply() {
-    if (m_reply->parent()) {
-        m_reply->setParent(nullptr);
-        m_ownsReply = true;
+void NetworkOperation::CanceledSlot() {
+    abandon(QStringLiteral("Canceled by caller"));
+}
+
+void NetworkOperation::abandon(const QString& reason) {
+    m_handler.abandonWith(OperationResult::Canceled, QStringLiteral("Operation was canceled. %1.").arg(reason));
+}
+
+void NetworkOperation::Timeout() {
+    cancel(QStringLiteral("Timed out"));
+}
+
+void NetworkOperation::cancel(const QString& reason) {
+    m_handler.endWith(OperationResult::Canceled, QStringLiteral("Operation was canceled. %1.").arg(reason));
+}
+
+void NetworkOperation::DownloadProgressSlot(qint64 done, qint64 total) {
+    if (m_handler.isDownload() && m_timer)
+        m_timer->start(m_downloadTimeoutInMsec);
+    Q_EMIT DownloadProgress(m_handler.reply(), done, total);
+}
+
+void NetworkOperation::OperationFinished() {
+    if (m_timer)
+        m_timer->stop();
+    if (m_logger && reply()) {
+        m_logger->debug(QStringLiteral("NetworkOperation::OperationFinished Emitting RequestFinished: %1 %2")
+                            .arg(m_verb, displayUrl(reply()->request().url())));
     }
+    announce();
 }
 
-std::unique_ptr<QNetworkReply> NetworkOperation::takeReply() {
-    if (isRunning() || !m_ownsReply || m_isAbandoned)
-        return nullptr;
-    std::unique_ptr<QNetworkReply> reply(m_reply.data());
-    m_reply.clear();
-    m_ownsReply = false;
-    return reply;
+void NetworkOperation::announce() {
+    // A receiver may destroy this object or start it again, so nothing of it may be touched after the signal.
+    const QPointer<QEventLoop> loop(m_eventLoop);
+    const QPointer<QThread> threadToExit(m_threadToExit);
+    Q_EMIT RequestFinished();
+    if (loop)
+        loop->exit();
+    if (threadToExit)
+        threadToExit->exit(0);
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -34,17 +34,13 @@ NetworkOperationAsync::~NetworkOperationAsync() {
         m_aborted = true;
         if (m_thread->isRunning()) {
             Q_EMIT AbortOperation();
-            // The outcome may be taken only when the worker is done with it; it handles the abort before this.
+            // The outcome may be taken only when the worker has finished with it. Its queue handles the abort before this call.
             QMetaObject::invokeMethod(
                 m_operation, [] {}, Qt::BlockingQueuedConnection);
         }
         RequestFinishedSlot();
     }
     joinThread();
-}
-
-void NetworkOperationAsync::setCancelController(std::shared_ptr<ICancelController> controller) {
-    m_cancelController = std::move(controller);
 }
 
 bool NetworkOperationAsync::Start() {
@@ -73,7 +69,7 @@ bool NetworkOperationAsync::Start() {
 }
 
 bool NetworkOperationAsync::startThread() {
-    auto operation = std::make_unique<NetworkOperation>(m_cancelController, m_logger);
+    auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
     m_operation = operation.get();
     connectOperation();
     m_thread = std::make_unique<NetworkOperationThread>();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Network/ICancelController.h"
 #include "Network/OperationResult.h"
 #include "VqLog/ILogger.h"
 
@@ -16,11 +15,11 @@ namespace Velquor::WebServices::Internal {
 class NetworkOperation;
 class NetworkOperationThread;
 
-/// Runs a NetworkOperation on a worker thread of its own, so that the thread that asks is never blocked.
+/// Runs a NetworkOperation on a worker thread, so that the calling thread is never blocked.
 ///
-/// Thread: lives on its owner's thread and tells it the end there; result, message and reply may be read on any. Owner:
-/// whoever asks; destroying it while it runs cancels, still tells the end once, and joins the worker thread. Errors: as
-/// of NetworkOperation. The reply that RequestFinished hands out stays owned by this object.
+/// Thread: lives on its owner's thread and emits the end there; result, message and reply may be read on any. Owner: the sender.
+/// Destroying it during a request cancels, still emits the end once, and joins the worker thread. Errors: as of NetworkOperation.
+/// The reply in RequestFinished stays owned by this object.
 class NetworkOperationAsync final : public QObject {
     Q_OBJECT
 
@@ -36,10 +35,8 @@ public:
     /// These take effect with the next Start().
     void setDownloadFile(const QString& path) { m_downloadToFile = path; }
     void setTimeout(int timeoutInMsec) { m_timeoutInMsec = timeoutInMsec; }
-    void setCancelController(std::shared_ptr<ICancelController> controller);
 
-    /// True also when it is running already; false when the system gives no thread, and RequestFinished follows then
-    /// too.
+    /// True also when it is running already. False when the system gives no thread; RequestFinished follows then too.
     bool Start();
 
     [[nodiscard]] OperationResult result() const;
@@ -71,7 +68,6 @@ private:
     QString m_verb = QStringLiteral("GET");
     QByteArray m_body;
     int m_timeoutInMsec = -1;
-    std::shared_ptr<ICancelController> m_cancelController;
     std::unique_ptr<QNetworkReply> m_reply;
     OperationResult m_result = OperationResult::NotFinished;
     QString m_errorMessage;

@@ -21,7 +21,7 @@ ExchangeOutcome runGet(const QNetworkRequest& request, int timeoutInMsec, const 
     operation.Send(request, verb, nullptr, timeoutInMsec, true);
     outcome.result = operation.result();
     outcome.message = operation.errorMessage();
-    // Deleted here and not deferred: the calling thread may never run an event loop.
+    // Deleted here, not deferred: the calling thread may never run an event loop.
     const std::unique_ptr<QNetworkReply> reply = operation.takeReply();
     outcome.reply = takeSnapshot(reply.get(), verb, QByteArray());
     return outcome;

@@ -9,7 +9,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Sends a GET and waits for its end, handling events other than user input meanwhile. `timeoutInMsec` limits the whole
+/// Sends a GET and waits for its end; events other than user input are handled during the wait. `timeoutInMsec` limits the whole
 /// exchange; 0 or less means no limit. Logger and controller may be empty.
 ///
 /// Thread: any, also one that runs no event loop; an application object must exist. Errors: in the outcome.

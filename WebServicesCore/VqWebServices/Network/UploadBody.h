@@ -5,11 +5,11 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The body of one request as a device that cannot be rewound. The framework sends a request again by itself when the
-/// peer closes without an answer, and it rewinds the body for that; since this one refuses, a request with a body (also
-/// an empty one) is sent once, and a one-time token or nonce in it cannot be spent twice.
+/// The body of one request as a device that cannot be rewound. The framework repeats a request by itself when the peer closes
+/// without an answer, and rewinds the body for that. This device refuses, so a request with a body (also an empty one) is sent
+/// once, and a one-time token or nonce in it is not used twice.
 ///
-/// Thread: that of the request. Owner: the reply, as its child. Errors: as of QIODevice.
+/// Thread: the request's. Owner: the reply, as its child. Errors: as of QIODevice.
 class UploadBody final : public QIODevice {
     Q_OBJECT
 

@@ -12,7 +12,7 @@ struct SharedText {
 };
 
 SharedText& shared() {
-    // Never destroyed: a request may be made while the process ends.
+    // Never destroyed: a request may be sent while the process ends.
     static auto* const instance = new SharedText;
     return *instance;
 }

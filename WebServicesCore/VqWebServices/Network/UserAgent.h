@@ -4,11 +4,11 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The User-Agent text of this process, sent with every request that names none of its own; empty before start-up.
+/// The User-Agent text of this process, sent with every request that has none of its own; empty before start-up.
 /// Thread: any.
 [[nodiscard]] QString userAgent();
 
-/// Sets the text once at start-up. Control characters are dropped, since the text becomes a header line. Thread: any.
+/// Sets the text at start-up. Control characters are dropped, since the text becomes a header line. Thread: any.
 void setUserAgent(const QString& text);
 
 } // namespace Velquor::WebServices::Internal

@@ -292,7 +292,7 @@ void LoginSession::tellCaches(CacheClient::Event event) {
     const QVector<ProductSessionPointer> products = m_state.products.all();
     for (const ProductSessionPointer& product : products) {
         if (TokenOperations* const operations = product->operations())
-            operations->caches().tell(event);
+            operations->caches().post(event);
     }
 }
 

@@ -9,8 +9,8 @@ class ICryptoProvider {
 public:
     virtual ~ICryptoProvider() = default;
 
-    /// HMAC-SHA1 (RFC 2104): 20 bytes into `output`, whose room `outputLength` tells; it becomes the length written. 0 on
-    /// failure.
+    /// HMAC-SHA1 (RFC 2104): writes 20 bytes to `output`. `outputLength` is the size of the buffer and becomes the length
+    /// written. Returns 0 on failure.
     virtual int hmacSha1(const QByteArray& key, const QByteArray& data, unsigned char* output, int* outputLength) = 0;
 };
 

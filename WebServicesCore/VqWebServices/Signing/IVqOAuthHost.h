@@ -5,8 +5,8 @@
 
 namespace Velquor::OAuth {
 
-/// What the signer needs of its surroundings; the order of the operations is fixed. Text is UTF-8.
-/// Thread: any. Owner: the signer's user.
+/// The services that the signer needs; the order of the operations is fixed. Text is UTF-8.
+/// Thread: any. Owner: the caller of the signer.
 class IVqOAuthHost {
 public:
     /// Percent-encodes every byte but letters, digits, "-", ".", "_" and "~" (RFC 5849, section 3.6).
@@ -21,8 +21,8 @@ public:
     /// Base64 with "=" padding (RFC 4648, section 4).
     [[nodiscard]] virtual QByteArray Base64Encode(const QByteArray& bytes) const = 0;
 
-    /// HMAC-SHA1 (RFC 2104) of `data` into `output`. `outputLength` holds the room in bytes and becomes the length written; it is
-    /// set to 0 first. Returns 0 on failure: no output buffer, too little room, no crypto provider.
+    /// Writes the HMAC-SHA1 (RFC 2104) of `data` to `output`. `outputLength` is the size of the buffer in bytes and becomes the
+    /// length written; it is set to 0 first. Returns 0 on failure: no buffer, a buffer too small, no crypto provider.
     virtual int HmacSha1(const QByteArray& key, const QByteArray& data, unsigned char* output, int* outputLength) const = 0;
 
     virtual ~IVqOAuthHost() = default;

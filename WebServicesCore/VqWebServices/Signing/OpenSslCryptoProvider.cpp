@@ -15,7 +15,7 @@ constexpr int digestSize = 20;
 
 using Context = std::unique_ptr<EVP_MAC_CTX, decltype(&EVP_MAC_CTX_free)>;
 
-// Looking up the algorithm costs more than a signature does, so each thread keeps a context that is set up for it.
+// Fetching the algorithm costs more than a signature, so each thread keeps an initialized context.
 Context newContext() {
     const std::unique_ptr<EVP_MAC, decltype(&EVP_MAC_free)> hmac(EVP_MAC_fetch(nullptr, "HMAC", nullptr), &EVP_MAC_free);
     Context context(hmac ? EVP_MAC_CTX_new(hmac.get()) : nullptr, &EVP_MAC_CTX_free);
@@ -32,6 +32,7 @@ struct ThreadContext {
 };
 
 EVP_MAC_CTX* threadContext() {
+    // Never destroyed: a thread may sign while the process ends.
     static auto* const contexts = new Util::PerThread<ThreadContext>;
     return contexts->get().context.get();
 }

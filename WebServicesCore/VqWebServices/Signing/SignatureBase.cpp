@@ -37,6 +37,7 @@ QByteArray part(const QByteArray& text, int from, int to) {
 
 } // namespace
 
+// On the encoded bytes: QUrl would decode and normalise parts that the server signs as they were sent.
 SplitUrl splitUrl(const QByteArray& encodedUrl) {
     const int schemeEnd = encodedUrl.indexOf("://");
     const QByteArray scheme = part(encodedUrl, 0, schemeEnd).toLower();

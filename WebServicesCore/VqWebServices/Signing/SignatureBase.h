@@ -8,11 +8,11 @@ namespace Velquor::OAuth {
 
 class IVqOAuthHost;
 
-/// Name and value. Decoded or percent-encoded as the place that uses them says.
+/// Name and value, decoded or percent-encoded; each use says which.
 using Parameter = QPair<QByteArray, QByteArray>;
 using Parameters = QVector<Parameter>;
 
-/// The parts of an encoded URL that take part in a signature.
+/// The parts of an encoded URL that are signed.
 struct SplitUrl {
     QByteArray baseUri; ///< Scheme and host in lower case, no default port, the path, no query (RFC 5849, section 3.4.1.2).
     QByteArray query;   ///< Without "?".

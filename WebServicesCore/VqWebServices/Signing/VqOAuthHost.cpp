@@ -16,7 +16,7 @@ constexpr bool isUnreserved(int letter) {
            || letter == '-' || letter == '.' || letter == '_' || letter == '~';
 }
 
-// How many characters each byte becomes: a look into a table is what makes the encoding quick.
+// The encoded length of each byte; a table makes the encoding fast.
 constexpr std::array<unsigned char, 256> encodedSizes = [] {
     std::array<unsigned char, 256> sizes{};
     for (int byte = 0; byte < 256; ++byte)
@@ -36,7 +36,7 @@ VqOAuthHost::VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_pt
     , m_time(std::move(time))
     , m_logger(std::move(logger)) {}
 
-// As QUrl::toPercentEncoding does for a text, without its way over UTF-16 and with one allocation at most.
+// Like QUrl::toPercentEncoding, but without a conversion to UTF-16 and with one allocation at most.
 QByteArray VqOAuthHost::UrlEncode(const QByteArray& text) const {
     int size = 0;
     for (const char letter : text)

@@ -9,11 +9,11 @@
 
 namespace Velquor::OAuth {
 
-/// The signer's surroundings in this library. Thread: any. Owner: shared by those who sign.
+/// The services of the signer in this library. Thread: any. Owner: shared by the signers.
 class VqOAuthHost : public IVqOAuthHost {
 public:
-    /// Without a crypto provider nothing can be signed; without a time provider the system's clock counts. With one that has no
-    /// time it counts too, which is logged where there is a logger.
+    /// Without a crypto provider nothing can be signed. Without a time provider, or when it has no time, the system's clock is
+    /// used; the second case is logged if there is a logger.
     VqOAuthHost(std::shared_ptr<ICryptoProvider> crypto, std::shared_ptr<ITimeProvider> time,
                 std::shared_ptr<Log::ILogger> logger = {});
 

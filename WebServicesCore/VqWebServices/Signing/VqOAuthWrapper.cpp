@@ -22,7 +22,7 @@ bool isProtocolName(const QByteArray& name) {
     return name.startsWith("oauth_");
 }
 
-// A second value under one of the signer's own names would be refused by every server (RFC 5849, section 3.1).
+// Servers refuse a request in which a parameter of the signer occurs twice (RFC 5849, section 3.1).
 bool isReservedName(const QByteArray& name) {
     static const char* const reserved[] = {"oauth_consumer_key", "oauth_nonce", "oauth_signature", "oauth_signature_method",
                                            "oauth_timestamp",    "oauth_token", "oauth_version"};
@@ -39,7 +39,7 @@ bool hasReservedName(const Parameters& parameters) {
 VqOAuthWrapper::VqOAuthWrapper(const IVqOAuthHost& host)
     : m_host(host) {}
 
-// Sorted by name, but for extensions.
+// Sorted by name, except for extensions.
 Parameters VqOAuthWrapper::protocolParameters(const RequestToSign& request, const Credentials& credentials) const {
     Parameters parameters;
     parameters.reserve(8);

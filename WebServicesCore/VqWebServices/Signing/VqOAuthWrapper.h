@@ -12,7 +12,7 @@ class IVqOAuthHost;
 /// The form in which signed OAuth parameters are written.
 enum class OutputForm {
     Query,    ///< name=value joined with "&": for a query string.
-    Header,   ///< name="value" joined with ",": the caller puts "OAuth " before it (RFC 5849, section 3.5.1).
+    Header,   ///< name="value" joined with ",": the caller prepends "OAuth " (RFC 5849, section 3.5.1).
     FormBody, ///< As `Query`, with the request's own parameters first: a whole form body (RFC 5849, section 3.5.2).
 };
 
@@ -20,19 +20,19 @@ enum class OutputForm {
 struct Credentials {
     QByteArray consumerKey;
     QByteArray consumerSecret;
-    QByteArray token; ///< Empty: no token takes part.
+    QByteArray token; ///< Empty: signed without a token.
     QByteArray tokenSecret;
 };
 
-/// What is signed.
+/// The request to sign.
 struct RequestToSign {
     QByteArray method = "GET"; ///< Upper case (RFC 5849, section 3.4.1.1).
-    QUrl url;                  ///< Its query takes part in the signature, its fragment does not.
-    Parameters parameters;     ///< Decoded parameters beside the URL's: of a form body, or protocol extensions ("oauth_...").
+    QUrl url;                  ///< Its query is signed, its fragment is not.
+    Parameters parameters; ///< Decoded parameters in addition to the URL's: of a form body, or protocol extensions ("oauth_...").
 };
 
-/// Signs requests with OAuth 1.0, HMAC-SHA1 (RFC 5849): a pure function of its inputs and of the host that it is given.
-/// Thread: any. Errors: an empty result; the caller knows for what the signature was and logs.
+/// Signs requests with OAuth 1.0, HMAC-SHA1 (RFC 5849): a pure function of its inputs and its host.
+/// Thread: any. Errors: an empty result; the caller logs.
 class VqOAuthWrapper {
 public:
     explicit VqOAuthWrapper(const IVqOAuthHost& host);

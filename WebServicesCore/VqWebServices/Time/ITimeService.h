@@ -4,7 +4,7 @@
 
 namespace Velquor::OAuth {
 
-/// The clock of the server, for those who sign and for those who are told that their time stamps are wrong.
+/// The clock of the server: corrects time stamps, and is updated when a server refuses one.
 ///
 /// Thread: any. Owner: shared by the runtime, the signer's host and the token workers. Errors: the service's own, in its log.
 class ITimeService : public ITimeProvider {
@@ -12,10 +12,10 @@ public:
     /// Returns at once; the first query follows on the service's own thread.
     virtual void start() = 0;
 
-    /// Ends the service for good: when this has returned nothing of it runs any more.
+    /// Ends the service for good: after this has returned, none of its code runs.
     virtual void stop() = 0;
 
-    /// To be told after a server has refused a time stamp: asks a time server anew, starting the service when it does not run.
+    /// Call it after a server has refused a time stamp: queries a time server, and starts the service if it is not running.
     virtual void handleIncorrectSystemTime() = 0;
 };
 

@@ -17,7 +17,7 @@ std::optional<qint64> plausible(qint64 seconds) {
     return seconds >= earliest && seconds <= latest ? std::optional<qint64>(seconds) : std::nullopt;
 }
 
-// Keeps what stands behind a NUL, so that it is seen and refused.
+// Keeps the text after a NUL, so that such a text is refused.
 QString wholeText(const QByteArray& text) {
     return QString::fromLatin1(text.constData(), text.size());
 }
@@ -54,7 +54,7 @@ std::optional<qint64> isoTimeInBody(const QByteArray& body) {
     const QByteArray text = body.trimmed();
     if (text.size() > longestTime || !form.match(wholeText(text)).hasMatch())
         return std::nullopt;
-    // The second that is inserted now and then (":60") is refused by the framework; the next query will do.
+    // The framework refuses a leap second (":60"); the next query will succeed.
     const QDateTime time = QDateTime::fromString(wholeText(text), Qt::ISODate);
     return time.isValid() ? plausible(time.toSecsSinceEpoch()) : std::nullopt;
 }
@@ -66,7 +66,7 @@ std::optional<qint64> timeInDateHeader(const QByteArray& header) {
         return std::nullopt;
     QDateTime time = QLocale::c().toDateTime(text, form);
     time.setTimeSpec(Qt::UTC);
-    // The framework makes do with a wrong weekday and moves the date; what reads back differently was no date.
+    // The framework accepts a wrong weekday and moves the date, so the result is compared with the text.
     if (!time.isValid() || QLocale::c().toString(time, form) != text)
         return std::nullopt;
     return plausible(time.toSecsSinceEpoch());

@@ -8,14 +8,14 @@
 
 namespace Velquor::OAuth {
 
-/// How much of a time server's answer is read; a time is shorter than that by far.
+/// The maximum of a time server's answer that is read; a time is far shorter.
 constexpr int maximalTimeBody = 4096;
 
-/// Seconds since 1970-01-01 UTC from a text that is such a number. Nothing when it is none, or a time that no server has today:
-/// milliseconds, zero and what lies before 2020 or after 2099. Thread: any.
+/// Seconds since 1970-01-01 UTC from a text that is such a number. Nothing for another text, or for an implausible
+/// time: milliseconds, zero, before 2020 or after 2099. Thread: any.
 [[nodiscard]] std::optional<qint64> unixTimeInBody(const QByteArray& body);
 
-/// The same from a date in the ISO form, with its zone: without one it would only be a guess. Thread: any.
+/// The same from an ISO date with a time zone; without a zone the time would be a guess. Thread: any.
 [[nodiscard]] std::optional<qint64> isoTimeInBody(const QByteArray& body);
 
 /// The same from a Date header in its one form, "Tue, 14 Nov 2023 22:13:20 GMT". Thread: any.

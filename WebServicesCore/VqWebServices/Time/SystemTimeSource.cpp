@@ -12,7 +12,7 @@ ClockReading SystemTimeSource::read() const {
 }
 
 bool SystemTimeSource::ticksCountSleep() const {
-    // The performance counter goes on in sleep; the monotonic clock of Linux does not.
+    // The performance counter continues during sleep; the monotonic clock of Linux does not.
     return QElapsedTimer::clockType() == QElapsedTimer::PerformanceCounter;
 }
 

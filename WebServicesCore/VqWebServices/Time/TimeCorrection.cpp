@@ -64,10 +64,10 @@ CorrectedTime correctTime(const TimeMeasurement& measurement, const ClockReading
                           const TimeServiceOptions& options) {
     const qint64 byTicks = measurement.serverTime + (now.ticks - measurement.at.ticks);
     const qint64 byClock = measurement.serverTime + (now.time - measurement.at.time);
-    // Where ticks stand still in sleep, a clock that ran ahead of them means that the machine slept or that the clock was set
-    // forward. A sleep is what happens every day, and trusting the ticks after it makes every time stamp wrong on a machine whose
-    // clock is right; so the clock is believed until the next query answers, a few seconds later. Not so when the clock now shows
-    // what the ticks say the server shows: then somebody has put it right. A clock that fell back was set for certain.
+    // Where ticks stop during sleep, a clock that is ahead of the ticks means that the machine slept or that the clock was set
+    // forward. Sleep happens every day, and trusting the ticks after it would make every time stamp wrong on a machine with a
+    // right clock. So the clock is trusted until the next query answers, a few seconds later. The exception: when the clock now
+    // shows the server's time by the ticks, the clock was corrected. A clock that went back was certainly set.
     const bool clockRanAhead = byClock - byTicks > options.changeThreshold;
     const bool clockWasPutRight = qAbs(now.time - byTicks) <= options.changeThreshold;
     const bool mayHaveSlept = !ticksCountSleep && clockRanAhead && !clockWasPutRight;
@@ -87,7 +87,7 @@ TimeCorrection::TimeCorrection(const TimeServiceOptions& options, std::shared_pt
 void TimeCorrection::setMeasurement(const TimeMeasurement& measurement) {
     const CorrectedTime corrected = correctTime(measurement, measurement.at, m_source->ticksCountSleep(), m_options);
     logMeasured(*m_logger, corrected, measurement.at, m_options.offsetLimit);
-    // One beyond the limit is kept too: it applies as soon as somebody has put the system clock right enough.
+    // A measurement beyond the limit is stored too: it applies as soon as the system clock is close enough.
     const QMutexLocker lock(&m_mutex);
     m_measurement = measurement;
 }

@@ -10,27 +10,27 @@
 
 namespace Velquor::OAuth {
 
-/// What a server's clock showed, and what the machine's clocks did at that moment.
+/// The time of a server's clock and the machine's clocks at the same moment.
 struct TimeMeasurement {
     qint64 serverTime = 0; ///< milliseconds since 1970-01-01 UTC
     ClockReading at;
 };
 
-/// What follows from a measurement for one moment; all in milliseconds.
+/// The corrected time of one moment; all in milliseconds.
 struct CorrectedTime {
-    qint64 time = 0;      ///< what the server's clock shows
+    qint64 time = 0;      ///< the time of the server's clock
     qint64 offset = 0;    ///< of the server's time from the system time, in whole seconds
     bool applies = false; ///< false when the offset is beyond the limit
 };
 
-/// The server's time now. It follows the ticks and not the system clock, so that setting that clock afterwards does not count
-/// twice. Thread: any.
+/// The server's time now. It follows the ticks and not the system clock, so that setting the clock after the measurement has no
+/// effect. Thread: any.
 [[nodiscard]] CorrectedTime correctTime(const TimeMeasurement& measurement, const ClockReading& now, bool ticksCountSleep,
                                         const TimeServiceOptions& options);
 
-/// The last measurement, as the worker leaves it for the signers, and what is logged of it.
+/// The last measurement, written by the worker and read by the signers; logs the corrections.
 ///
-/// Thread: any; a reader sees one measurement as a whole. Owner: shared by the service and its worker. Errors: none.
+/// Thread: any; a reader sees one complete measurement. Owner: shared by the service and its worker. Errors: none.
 class TimeCorrection {
 public:
     TimeCorrection(const TimeServiceOptions& options, std::shared_ptr<const ITimeSource> source,

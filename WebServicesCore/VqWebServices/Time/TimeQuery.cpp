@@ -16,7 +16,7 @@ namespace {
 
 QNetworkRequest makeRequest(const QUrl& url) {
     QNetworkRequest request(url);
-    // A time that a proxy has kept would be taken for the server's clock.
+    // A cached answer of a proxy would be taken for the present time.
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     return request;
 }
@@ -69,7 +69,7 @@ void TimeQuery::operationFinished(QNetworkReply* reply) {
 void TimeQuery::logSslErrors(const QNetworkReply& reply) {
     if (reply.error() != QNetworkReply::SslHandshakeFailedError)
         return;
-    // The operation tells that the handshake failed; what is wrong with the certificates is worked out from them again.
+    // The operation reports only that the handshake failed; the faults of the certificates are determined here again.
     const QList<QSslCertificate> chain = reply.sslConfiguration().peerCertificateChain();
     const QList<QSslError> errors = chain.isEmpty() ? QList<QSslError>() : QSslCertificate::verify(chain, m_url.host());
     for (const QSslError& error : errors) {

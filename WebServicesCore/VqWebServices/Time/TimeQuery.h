@@ -11,10 +11,10 @@
 
 namespace Velquor::OAuth {
 
-/// What came back from a time server.
+/// The answer of a time server.
 struct TimeAnswer {
     bool hasReply = false;
-    bool isWhole = false; ///< the exchange went to its end without a network error
+    bool isWhole = false; ///< the exchange ended without a network error
     int status = 0;
     QByteArray body; ///< its first bytes
     QByteArray dateHeader;
@@ -24,9 +24,9 @@ struct TimeAnswer {
     QString networkText; ///< network error with its text
 };
 
-/// One question to a time server.
+/// One query to a time server.
 ///
-/// Thread: lives on the worker's. Owner: the worker; destroying it while it runs ends the exchange, and nothing is told any more.
+/// Thread: lives on the worker's. Owner: the worker; destroying it ends the exchange without a signal.
 /// Errors: in the answer; SSL errors are logged.
 class TimeQuery final : public QObject {
     Q_OBJECT

@@ -6,7 +6,7 @@ namespace Velquor::OAuth {
 
 namespace {
 
-/// A round of quick retries must come to an end.
+/// A bound, since a round of quick retries tries all of them.
 constexpr int maximalUrls = 16;
 
 } // namespace

@@ -7,26 +7,26 @@
 
 namespace Velquor::OAuth {
 
-/// Whether a time server can be asked at a URL: http or https, with a host.
+/// Whether a URL can be that of a time server: http or https, with a host.
 [[nodiscard]] bool isTimeServerUrl(const QUrl& url);
 
-/// Where a permanent redirect leads, given the URL that was asked; an invalid URL when no time server can be asked there.
+/// The target of a permanent redirect of the queried URL; an invalid URL when it cannot be a time server.
 [[nodiscard]] QUrl redirectTarget(const QUrl& asked, const QByteArray& location);
 
-/// The time servers, tried in turn. Thread: that of its owner. Owner: the worker. Errors: none.
+/// The time servers, tried one after the other. Thread: its owner's. Owner: the worker. Errors: none.
 class TimeServerUrls {
 public:
     TimeServerUrls() = default;
-    /// The text is a list of URLs with blanks between them.
+    /// The text is a list of URLs separated by blanks.
     explicit TimeServerUrls(const QString& text);
 
     [[nodiscard]] bool isEmpty() const { return m_urls.isEmpty(); }
     [[nodiscard]] int size() const { return m_urls.size(); }
-    /// The one whose turn it is; an invalid URL when the list is empty.
+    /// The one to try now; an invalid URL when the list is empty.
     [[nodiscard]] QUrl current() const { return m_urls.value(m_current); }
 
     void replaceCurrent(const QUrl& url);
-    /// Goes on to the next one, and to the first after the last. One that can never be asked leaves the list.
+    /// Goes on to the next one, and from the last to the first. A URL that cannot be queried is removed.
     void next();
 
 private:

@@ -14,10 +14,10 @@
 
 namespace Velquor::OAuth {
 
-/// The worker of the time service: asks the time servers when it is due and leaves what they say to the signers.
+/// The worker of the time service: queries the time servers when it is due and passes the result to the signers.
 ///
 /// Thread: lives on a thread of its own; the triggers and isRunning() from any, everything else there. Owner: TimeServiceImp,
-/// through that thread. Errors: one log line each; a query that fails is repeated on its own.
+/// which deletes it at the end of that thread. Errors: one log line each; a failed query is repeated automatically.
 class TimeService final : public QObject {
     Q_OBJECT
 
@@ -28,7 +28,7 @@ public:
 
     [[nodiscard]] bool isRunning() const { return m_running; }
 
-    /// The servers from the next start on; while it runs it keeps those that it has.
+    /// Sets the servers; no effect while the service runs.
     void useUrls(const TimeServerUrls& urls);
 
 Q_SIGNALS:
@@ -61,7 +61,7 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
     TimeServerUrls m_urls;
     UpdateSchedule m_schedule;
-    std::unique_ptr<TimeQuery> m_query; ///< set while a server is asked
+    std::unique_ptr<TimeQuery> m_query; ///< set during a query
     QTimer m_timer;
     std::atomic<bool> m_running{false};
 };

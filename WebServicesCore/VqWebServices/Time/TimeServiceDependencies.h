@@ -8,12 +8,12 @@
 
 namespace Velquor::OAuth {
 
-/// What the time service is built on; none of them may be empty. Thread: any. Owner: shared.
+/// The dependencies of the time service; none may be null. Thread: any. Owner: shared.
 struct TimeServiceDependencies {
     TimeServiceOptions options;
     std::shared_ptr<const ITimeSource> source;
     std::shared_ptr<Log::ILogger> logger;
-    std::shared_ptr<Log::ILogger> networkLogger; ///< for the exchanges below
+    std::shared_ptr<Log::ILogger> networkLogger; ///< of the exchanges with the time servers
 };
 
 } // namespace Velquor::OAuth

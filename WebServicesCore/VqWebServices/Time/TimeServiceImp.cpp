@@ -80,6 +80,7 @@ bool TimeServiceImp::createWorker() {
         m_parts.logger->error(QStringLiteral("Failed to start the thread of the time service"));
         return false;
     }
+    // The thread deletes the worker, whose timer and query must be destroyed on it.
     m_worker = worker.release();
     QObject::connect(thread.get(), &QThread::finished, m_worker, &QObject::deleteLater);
     m_thread = std::move(thread);
@@ -97,11 +98,12 @@ void TimeServiceImp::stop() {
         if (!thread)
             return;
         Q_EMIT m_worker->StopServiceTrigger();
-        // Behind the trigger in the worker's queue, which a thread that is told to quit does not finish.
+        // Posted after the trigger: a thread that quits at once would not handle the trigger any more.
         QMetaObject::invokeMethod(
             m_worker, [ending = thread.get()] { ending->quit(); }, Qt::QueuedConnection);
         m_worker = nullptr;
     }
+    // Without the mutex, so that the wait does not block the signers.
     thread->wait();
 }
 

@@ -14,18 +14,18 @@ namespace Velquor::OAuth {
 class TimeCorrection;
 class TimeService;
 
-/// The time service as the runtime holds it: makes the worker and its thread, and ends both.
+/// The time service for the runtime: creates the worker and its thread, and ends both.
 ///
-/// Thread: any. Owner: shared by the runtime, the signer's host and the token workers; who outlives stop() finds that there is no
-/// corrected time any more, and that the service is disabled. Errors: one log line each.
+/// Thread: any. Owner: shared by the runtime, the signer's host and the token workers. After stop() there is no corrected time,
+/// and the service is disabled. Errors: one log line each.
 class TimeServiceImp final : public ITimeService {
 public:
-    /// The time servers are those of the server's "TimeServerUrls" in the store, which must outlive this object.
+    /// The time servers are "TimeServerUrls" of the server in the URL store, which must outlive this object.
     TimeServiceImp(WebServices::Internal::UrlStore& urls, WebServices::Server server, TimeServiceDependencies parts);
     ~TimeServiceImp() override;
     Q_DISABLE_COPY_MOVE(TimeServiceImp)
 
-    /// Whose time servers to ask; takes effect with the next start.
+    /// Selects the time servers; takes effect at the next start.
     void setServer(WebServices::Server server);
 
     [[nodiscard]] std::optional<qint64> correctedTime() const override;

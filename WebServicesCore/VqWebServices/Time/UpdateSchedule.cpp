@@ -57,7 +57,7 @@ UpdateDecision UpdateSchedule::decide(const ClockReading& now) const {
     }
     if (decision.change && !decision.ignoresChange)
         decision.reason = UpdateReason::ClockChanged;
-    // By the ticks, so that a change of the clock that is ignored does not come back as a period that has passed.
+    // By the ticks, so that an ignored change of the clock does not look like the end of the period.
     else if (now.ticks - m_lastUpdate->ticks >= m_options.updatePeriod)
         decision.reason = UpdateReason::PeriodPassed;
     return decision;

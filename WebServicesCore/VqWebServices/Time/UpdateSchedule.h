@@ -10,7 +10,7 @@ namespace Velquor::OAuth {
 
 enum class UpdateReason { None, First, Forced, ClockChanged, PeriodPassed };
 
-/// How ticks and clock went on between two readings, in milliseconds.
+/// How far ticks and clock advanced between two readings, in milliseconds.
 struct ClockComparison {
     ClockReading last;
     ClockReading current;
@@ -21,38 +21,38 @@ struct ClockComparison {
     [[nodiscard]] QString text() const;
 };
 
-/// Whether to ask a time server, why, and what was seen of the clock on the way.
+/// Whether and why to query a time server, and a change of the clock.
 struct UpdateDecision {
     UpdateReason reason = UpdateReason::None;
     std::optional<ClockComparison> change; ///< set when the system clock was changed
     bool ignoresChange = false;            ///< the change is beyond the limit
 };
 
-/// How long to wait after so many failures in a row, in milliseconds: three rounds go quickly.
+/// The wait after so many failures in a row, in milliseconds: short in the first three rounds.
 [[nodiscard]] qint64 retryWait(int failures, int urls);
 
-/// How often to look at the clocks, in milliseconds; between quick retries a little slower than these, so that an event finds the
-/// wait over.
+/// How often to check the clocks, in milliseconds. During quick retries a little longer than their wait, so that the wait is over
+/// when the timer fires.
 [[nodiscard]] qint64 checkInterval(bool retriesQuickly);
 
-/// When to ask a time server: what happened so far, and the decision for a moment that is handed in.
+/// When to query a time server: remembers what has happened and decides for a given moment.
 ///
-/// Thread: that of its owner. Owner: the worker. Errors: none.
+/// Thread: its owner's. Owner: the worker. Errors: none.
 class UpdateSchedule {
 public:
     explicit UpdateSchedule(const TimeServiceOptions& options);
 
-    /// Begins a session: nothing is known.
+    /// Starts a session: forgets everything.
     void restart();
-    /// The next decision is for an update, whatever the wait, and its failures count from the first.
+    /// The next decision is for an update at once; failures are counted from zero.
     void demandUpdate();
 
     [[nodiscard]] UpdateDecision decide(const ClockReading& now) const;
 
-    /// A change of the clock until now has been dealt with.
+    /// A change of the clock until now has been handled.
     void forgetChange(const ClockReading& now) { m_compared = now; }
     void succeeded(const ClockReading& now);
-    /// Gives the time until the next query, in milliseconds.
+    /// Returns the time until the next query, in milliseconds.
     qint64 failed(const ClockReading& now, int urls);
     [[nodiscard]] bool retriesQuickly() const;
 

@@ -12,13 +12,13 @@
 
 namespace Velquor::WebServices::Internal {
 
-class OAuth2Session;
+class OAuth2TokenSlot;
 
-/// What became of tokens that were to be kept.
+/// The result of storing tokens.
 enum class StoreResult {
     Stored,
-    SignInGone, ///< Nothing is kept: the sign-in that they belong to is over, here or in the file.
-    Busy,       ///< Nothing is kept: another operation holds the login state for too long. The sign-in goes on.
+    SignInGone, ///< Nothing is stored: the sign-in of the tokens is over, here or in the file.
+    Busy,       ///< Nothing is stored: another operation holds the login state for too long. The sign-in continues.
 };
 
 /// Another product that is signed in on the same server, whose session can sign this one in.
@@ -30,7 +30,7 @@ struct OtherLogin {
     [[nodiscard]] bool isFound() const { return !productKey.isEmpty() && !sessionHandle.isEmpty(); }
 };
 
-/// What the token workers must know of the product that they work for, and what they do to it.
+/// The product of the token workers, as they see it: what they need to know, and what they change.
 ///
 /// Thread: any. Owner: the product's session, which outlives its workers. Errors: results; the owner logs what it does itself.
 class ITokenOwner {
@@ -44,7 +44,7 @@ public:
     [[nodiscard]] QUrl endPoint(const QString& serverKey, const QString& endPointKey) const {
         return QUrl(services().urls->endPoint(server(), serverKey, endPointKey));
     }
-    /// Null when no client has configured the product, or the last one has gone.
+    /// Null when no client has configured the product, or the last client was removed.
     [[nodiscard]] virtual ConfigurationPointer configuration() const = 0;
     [[nodiscard]] virtual ProductTokens tokens() const = 0;
     /// Empty on success, or the reason why there are no keys.
@@ -57,31 +57,30 @@ public:
     [[nodiscard]] virtual bool isLoginExpired() const = 0;
     [[nodiscard]] virtual bool isLogoutPending() const = 0;
     [[nodiscard]] virtual QDateTime sessionExpiryDate() const = 0;
-    /// A text that names the present sign-in and no other; empty when nobody is signed in.
+    /// Identifies the present sign-in; empty when nobody is signed in.
     [[nodiscard]] virtual QString signInId() const = 0;
 
-    /// Looks at the login state file before a server is asked: another process may have done the work, and newer tokens in the
-    /// file become the product's. False when the sign-in with this mark is over, here or in the file.
+    /// Reads the login state file before a request: another process may have renewed the tokens, and newer ones in the file
+    /// replace the product's. False when this sign-in is over, here or in the file.
     [[nodiscard]] virtual bool catchUpWithFile(const QString& signInId) = 0;
 
-    /// Keeps new tokens of the sign-in with this mark, in memory and in the file. An invalid session expiry leaves the one that
-    /// is known.
+    /// Stores new tokens of this sign-in in memory and in the file. An invalid session expiry leaves the known one.
     [[nodiscard]] virtual StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
                                             const QString& signInId) = 0;
 
     [[nodiscard]] virtual bool isOAuth2Enabled() const = 0;
-    /// The same for an OAuth2 token that was just obtained, which becomes that of `session`.
-    [[nodiscard]] virtual StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token,
+    /// The same for an OAuth2 token that was just obtained, which replaces the one in `slot`.
+    [[nodiscard]] virtual StoreResult storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData& token,
                                                   const QString& signInId) = 0;
 
-    /// The product login session lock: held by whoever replaces configuration or tokens of the product, and by whoever needs them
-    /// to stay as they are for a moment. Taken after the login session lock; nothing is waited for under it.
+    /// The product login session lock. Configuration and tokens of the product change only under it, so a reader that needs both
+    /// unchanged for a moment takes it too. Taken after the login session lock; nobody waits for anything while holding it.
     [[nodiscard]] virtual QRecursiveMutex& productLock() = 0;
 
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) = 0;
     /// The same for an event about one OAuth2 token.
     virtual void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) = 0;
-    /// Ends the sign-in with this mark, later and on the main thread, since it cannot be used any more. A later sign-in stays.
+    /// Ends this sign-in, which cannot be used any more. It happens later, on the main thread; another sign-in stays.
     virtual void forceLogout(const QString& signInId) = 0;
 
     /// The product is going away: nothing is waited for and no event is raised any more.

@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// An OAuth2 access token as it is kept: encrypted, with what it was given for. A plain value.
+/// An encrypted OAuth2 access token with its type, scope and expiry. A plain value.
 struct OAuth2TokenData {
     OAuth2TokenType type = RT;
     QString scope; ///< Normalised.
@@ -20,7 +20,7 @@ struct OAuth2TokenData {
     [[nodiscard]] bool isOfSameKind(const OAuth2TokenData& other) const {
         return type == other.type && scope.compare(other.scope, Qt::CaseInsensitive) == 0;
     }
-    /// Another token than `earlier`, and not one that ends before it.
+    /// Another token than `earlier`, and one that does not expire before it.
     [[nodiscard]] bool isNewerThan(const OAuth2TokenData& earlier) const {
         return isPresent() && token != earlier.token && (!earlier.isPresent() || expiryDate >= earlier.expiryDate);
     }

@@ -34,7 +34,7 @@ void Poller::tryNow() {
         m_timer.start(pauseMs);
         return;
     }
-    // What follows may start the next attempt, so this one is taken down first.
+    // The function may start the next wait, so this one ends first.
     const Next next = succeeded ? std::move(m_succeeded) : std::move(m_timedOut);
     stop();
     next();

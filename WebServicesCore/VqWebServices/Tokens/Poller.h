@@ -6,10 +6,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Tries something again and again until it succeeds or its time is over, without blocking the thread.
+/// Repeats an attempt until it succeeds or times out, without blocking the thread.
 ///
-/// For what another process holds: no event tells when a process that was killed lets go. Thread: its owner's, with an event
-/// loop. Owner: a token worker. One attempt at a time; a new one replaces it.
+/// Used for locks of other processes: no event reports that a killed process has released one. Thread: its owner's, with an event
+/// loop. Owner: a token worker. One wait at a time; a new one replaces it.
 class Poller : public QObject {
     Q_OBJECT
 
@@ -17,12 +17,12 @@ public:
     using Attempt = std::function<bool()>;
     using Next = std::function<void()>;
 
-    /// `worker`: the object on whose thread the attempts are made, wherever it is moved to.
+    /// The attempts are made on the thread of `worker`, also after it was moved to another thread.
     explicit Poller(QObject* worker);
 
     /// Tries at once, then every 100 ms. Either `succeeded` or `timedOut` is called, at once or later, never both.
     void start(int timeoutMs, const Attempt& attempt, const Next& succeeded, const Next& timedOut);
-    /// Neither is called any more.
+    /// Neither function is called after this.
     void stop();
 
     static constexpr int pauseMs = 100;

@@ -16,8 +16,7 @@ struct ProductTokens {
         return !accessToken.isEmpty() && !accessTokenSecret.isEmpty() && !sessionHandle.isEmpty();
     }
     [[nodiscard]] bool areExpired(const QDateTime& now) const { return expiryDate.isValid() && expiryDate <= now; }
-    /// Tokens that can be used, and not those. When they end tells nothing about which are newer: a clock may have been put
-    /// right.
+    /// Complete, and not the same tokens. The expiry dates do not show which are newer: a clock may have been corrected.
     [[nodiscard]] bool areOthersThan(const ProductTokens& earlier) const {
         return areComplete() && accessToken != earlier.accessToken;
     }

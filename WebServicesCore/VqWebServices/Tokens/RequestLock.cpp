@@ -10,12 +10,13 @@ RequestLock::RequestLock(const QString& name, const QString& folder, std::shared
     , m_guard(name, folder) {}
 
 bool RequestLock::acquire() {
-    // A lock held by this very thread must not be tried: the system would grant it a second time.
+    // Some systems grant a lock again to the thread that holds it, so our own state is checked first.
     if (m_isHeld)
         return false;
     const Util::ProcessGuard::Result result = m_guard.acquire(0);
     if (result == Util::ProcessGuard::Result::Failed)
         reportRefusal();
+    // Also without a lock that the system refuses to give, see the class.
     m_isHeld = result != Util::ProcessGuard::Result::TimedOut;
     return m_isHeld;
 }

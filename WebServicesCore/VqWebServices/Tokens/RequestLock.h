@@ -7,19 +7,19 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Lets one token request of a kind run at a time among all processes of the user, and is freed by the system with its process.
+/// The lock for one kind of token request among all processes of the user. The system frees it when its process ends.
 ///
-/// A system that gives no locks at all (a folder that cannot be written) keeps nobody from asking: two requests at once are
-/// slower and lose nothing, but a product without tokens is of no use. Thread: one. Owner: who asks. Errors: one log line, the
-/// first time.
+/// Where the system gives no locks at all (the folder cannot be written), requests go on without one: two requests at once are
+/// only slower, but a product without tokens does not work. Thread: one. Owner: the worker that sends the request. Errors: one
+/// log line, the first time.
 class RequestLock {
 public:
     RequestLock(const QString& name, const QString& folder, std::shared_ptr<Log::ILogger> logger);
 
-    /// Tries once and never waits; false when anybody holds it, this object included.
+    /// Tries once and never waits. False when any process holds it, this object included.
     [[nodiscard]] bool acquire();
     void release();
-    /// Whether anybody, here or in another process, holds it.
+    /// Whether this or another process holds it.
     [[nodiscard]] bool isTaken();
 
 private:

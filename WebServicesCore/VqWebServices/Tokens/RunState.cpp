@@ -28,6 +28,7 @@ void RunState::close() {
 void RunState::wakeAll(int result) {
     m_busy = false;
     m_result = result;
+    // Queued: the loops belong to other threads. Under the mutex, so that no waiter removes its loop in between.
     for (EventLoop* const loop : std::as_const(m_loops)) {
         QMetaObject::invokeMethod(
             loop, [loop, result] { loop->Quit(result); }, Qt::QueuedConnection);
@@ -62,7 +63,7 @@ RunWaiter::Outcome RunWaiter::wait(int timeoutMs) {
     timer.setSingleShot(true);
     QObject::connect(&timer, &QTimer::timeout, &m_loop, &QEventLoop::quit);
     timer.start(timeoutMs);
-    // An end that was posted before this line is delivered by the loop itself.
+    // An end posted before this line is delivered by the loop, so none is missed.
     m_loop.exec(QEventLoop::ExcludeUserInputEvents);
     return {m_loop.code(), !m_loop.hasQuit()};
 }

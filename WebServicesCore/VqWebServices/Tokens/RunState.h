@@ -1,29 +1,51 @@
 #pragma once
 
-#include "Tokens/EventLoop.h"
-
+#include <QEventLoop>
 #include <QMutex>
 #include <QVector>
 #include <memory>
 
 namespace Velquor::WebServices::Internal {
 
-/// Whether a token operation is under way, how the last one ended, and who waits for its end.
+/// A local event loop in which a caller waits for the end of a token operation; its exit code is the result of the operation.
 ///
-/// It outlives the worker, so that a caller who waits never touches an object that is going away. Thread: any.
-/// Owner: shared by the worker and those who wait.
+/// Thread: the waiting caller's; Quit may be posted from any. Owner: the caller's stack.
+class EventLoop : public QEventLoop {
+    Q_OBJECT
+
+public:
+    /// 0 until `Quit` has run.
+    [[nodiscard]] int code() const { return m_code; }
+    [[nodiscard]] bool hasQuit() const { return m_hasQuit; }
+
+public slots:
+    void Quit(int code) {
+        m_code = code;
+        m_hasQuit = true;
+        quit();
+    }
+
+private:
+    int m_code = 0;
+    bool m_hasQuit = false;
+};
+
+/// Whether a token operation is in progress, the result of the last one, and the callers that wait for its end.
+///
+/// It outlives the worker, so a waiting caller never touches an object that is being destroyed. Thread: any.
+/// Owner: shared by the worker and the waiting callers.
 class RunState {
 public:
     enum class Entry {
-        Entered, ///< The operation is the caller's to do; everybody else is kept out until `leave`.
-        Busy,    ///< One is under way already.
-        Closed,  ///< The worker has gone.
+        Entered, ///< The caller does the operation; other callers get `Busy` until `leave`.
+        Busy,    ///< An operation is in progress.
+        Closed,  ///< The worker is destroyed.
     };
 
     [[nodiscard]] Entry enter();
-    /// Ends the operation with a result (0: failure) and wakes all who wait.
+    /// Ends the operation with a result (0: failure) and wakes all waiting callers.
     void leave(int result);
-    /// Ends an operation that is under way with a failure; nothing can be entered any more.
+    /// Ends an operation in progress as failed; enter() returns `Closed` from now on.
     void close();
 
     [[nodiscard]] bool isBusy() const;
@@ -41,9 +63,9 @@ private:
     QVector<EventLoop*> m_loops;
 };
 
-/// Waits for the end of an operation. Make it before the operation is asked for, so that no end is missed.
+/// Waits for the end of an operation. Construct it before the operation is started, so that no end is missed.
 ///
-/// Thread: that of the caller, with no lock held: its event loop may run anything but user input. Owner: the caller's stack.
+/// Thread: the caller's, which holds no lock: the event loop handles everything but user input. Owner: the caller's stack.
 class RunWaiter {
 public:
     explicit RunWaiter(std::shared_ptr<RunState> state);

@@ -10,7 +10,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The keys of one signature in clear, for the length of one call.
+/// The keys of one signature in clear text, kept for one call only.
 struct SigningKeys {
     Util::SecretBytes consumerKey;
     Util::SecretBytes consumerSecret;
@@ -23,7 +23,7 @@ struct SigningKeys {
 /// The consumer key and secret of a configuration, without a token.
 [[nodiscard]] SigningKeys consumerKeys(const WebServicesConfiguration& configuration);
 
-/// A GET of the URL with an "Authorization" header. `parameters` are protocol extensions beside the URL's own query.
+/// A GET of the URL with an "Authorization" header. `parameters` are protocol extensions in addition to the URL's query.
 /// False when it cannot be signed; the caller logs.
 [[nodiscard]] bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
                            const OAuth::Parameters& parameters = {});

@@ -12,23 +12,23 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What those who handle tokens need of the floors below; the same for all of them. A plain value.
+/// What all token workers need of the layers below. A plain value.
 struct TokenDependencies {
     std::shared_ptr<Util::ICryptor> cryptor;
     std::shared_ptr<OAuth::IVqOAuthHost> oauthHost;
     UrlStore* urls = nullptr;
-    Loggers loggers; ///< All set; those of a product's session write with its prefix.
+    Loggers loggers; ///< All set; the loggers of a product's session write its prefix.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
     /// Nanoseconds of a clock that only goes forward.
     std::function<qint64()> steadyClock = [] {
         return qint64(
             std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
     };
-    /// Told when a server refused the time in a request.
+    /// Called when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};
     int tokenTimeoutMs = 61000; ///< The limit of one token request, and of the wait for it.
-    QString lockFolder;         ///< Where the locks between processes live.
-    QString cacheFile;          ///< Set by the session: beside the login state file.
+    QString lockFolder;         ///< The folder of the locks between processes.
+    QString cacheFile;          ///< Set by the session; in the folder of the login state file.
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -22,23 +22,20 @@ QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
     const qint64 lifetime = seconds.toLongLong(&valid);
     if (!valid || lifetime < 0 || lifetime > longestLifetime)
         return {};
-    // As it will stand in the file: what another process reads back must not seem to be older.
+    // Whole seconds, as in the file: a token read back must not look older than the same token in memory.
     return QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch() + lifetime, Qt::UTC);
 }
 
-bool readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor,
-                    ProductTokens& tokens) {
+std::optional<ProductTokens> readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now,
+                                            Util::ICryptor& cryptor) {
     const QByteArray token = reply.value(QStringLiteral("oauth_token"));
     const QByteArray secret = reply.value(QStringLiteral("oauth_token_secret"));
     const QByteArray handle = reply.value(QStringLiteral("oauth_session_handle"));
     const QDateTime expiry = expiryFrom(reply.value(QStringLiteral("oauth_expires_in")), now);
     if (!isUsableToken(token) || !isUsableToken(secret) || !isUsableToken(handle) || !expiry.isValid())
-        return false;
+        return {};
     const ProductTokens encrypted{cryptor.encrypt(token), cryptor.encrypt(secret), cryptor.encrypt(handle), expiry};
-    if (!encrypted.areComplete())
-        return false;
-    tokens = encrypted;
-    return true;
+    return encrypted.areComplete() ? std::optional<ProductTokens>(encrypted) : std::nullopt;
 }
 
 QString missingNames(const QVector<QPair<QString, bool>>& presence) {

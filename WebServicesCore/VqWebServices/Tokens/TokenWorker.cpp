@@ -20,6 +20,7 @@ TokenWorker::TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger)
 TokenWorker::~TokenWorker() {
     m_poller.stop();
     m_exchange.cancel();
+    // Last, when nothing runs any more: it lets waiting callers go on.
     m_run->close();
 }
 
@@ -37,6 +38,7 @@ void TokenWorker::abort() {
         return;
     m_aborted = true;
     m_exchange.cancel();
+    // A cancelled exchange reports no end, so the run is ended here.
     ExchangeOutcome outcome;
     outcome.result = OperationResult::Canceled;
     outcome.message = QStringLiteral("Aborted");
@@ -51,14 +53,6 @@ void TokenWorker::startTimer(int intervalMs) {
 void TokenWorker::stopTimer() {
     m_timer.stop();
     m_timerActive = false;
-}
-
-QString TokenWorker::modeWord(bool synchronous) {
-    return synchronous ? QStringLiteral("synchronous") : QStringLiteral("asynchronous");
-}
-
-QString TokenWorker::modeAdverb(bool synchronous) {
-    return synchronous ? QStringLiteral("synchronously") : QStringLiteral("asynchronously");
 }
 
 } // namespace Velquor::WebServices::Internal

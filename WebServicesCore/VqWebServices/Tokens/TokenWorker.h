@@ -12,22 +12,22 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What all who query or refresh a token have in common: one run at a time, one timer, one request on a thread of its own.
+/// The base of the workers that query or refresh a token: one run at a time, one timer, one request on a thread of its own.
 ///
-/// Thread: lives on the token operations thread; what may be called from elsewhere says so. Owner: the object deleter of the
+/// Thread: lives on the token operations thread; functions that other threads may call say so. Owner: the object deleter of the
 /// product's session. Errors: results of the run; the derived classes log.
 class TokenWorker : public QObject {
     Q_OBJECT
 
 public:
-    /// `logger`: the one of the library's loggers that is this worker's.
+    /// `logger` selects this worker's logger among the library's.
     TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger);
     ~TokenWorker() override;
 
-    /// Outlives this object; for those who wait. Any thread.
+    /// Outlives this object, for callers that wait. Any thread.
     [[nodiscard]] std::shared_ptr<RunState> runState() const { return m_run; }
     [[nodiscard]] bool isTimerActive() const { return m_timerActive; }
-    /// Cancels the request that is under way; its end is told as usual. This object's thread.
+    /// Cancels the request in progress; `handleReply` is called with the cancelled outcome. This object's thread.
     void abort();
 
 protected:
@@ -41,7 +41,7 @@ protected:
     void setSynchronous(bool synchronous) { m_synchronous = synchronous; }
     [[nodiscard]] bool isAborted() const { return m_aborted; }
 
-    /// Sends a request; its end is told to `handleReply` on this thread.
+    /// Sends a request; its end is passed to `handleReply` on this thread.
     void send(const QNetworkRequest& request, const QString& verb, const QByteArray& body);
     virtual void handleReply(const ExchangeOutcome& outcome) = 0;
 
@@ -53,10 +53,6 @@ protected:
 
     [[nodiscard]] RunState& run() const { return *m_run; }
     [[nodiscard]] Poller& poller() { return m_poller; }
-
-    /// "Synchronous" or "synchronously", and the same for asynchronous.
-    [[nodiscard]] static QString modeWord(bool synchronous);
-    [[nodiscard]] static QString modeAdverb(bool synchronous);
 
 private:
     ITokenOwner& m_owner;

@@ -13,7 +13,7 @@ namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr int MaximalJsonDepth = 32;
-constexpr int EnoughXml = 4096; // more than any log shows of a body
+constexpr int EnoughXml = 4096; // more than the log shows of a body
 
 QString shownOrHidden(const QString& name, const QString& value) {
     return isFieldShown(name) ? oneLine(value) : hiddenValue();
@@ -87,7 +87,7 @@ bool isForm(const QByteArray& body) {
     if (!std::all_of(body.begin(), body.end(), isFormCharacter))
         return false;
     const QList<QByteArray> fields = body.split('&');
-    // A lone word that ends on '=' is more likely base64 than a field.
+    // A single word that ends with '=' is more likely base64 than a field.
     if (fields.size() == 1 && body.endsWith('='))
         return false;
     return std::all_of(fields.begin(), fields.end(), [](const QByteArray& field) {

@@ -81,19 +81,12 @@ ClockFacts currentClockFacts(const QByteArray& serverDate) {
     return facts;
 }
 
-bool diagnoseClock(const QNetworkReply* reply, ClockKind& kind, QString& message) {
-    kind = ClockKind::None;
-    message.clear();
-    if (!reply)
-        return false;
-    if (reply->error() == QNetworkReply::NoError && httpStatus(*reply) == 200)
-        return false;
+std::optional<ClockProblem> diagnoseClock(const QNetworkReply* reply) {
+    if (!reply || (reply->error() == QNetworkReply::NoError && httpStatus(*reply) == 200))
+        return {};
     if (!isClockProblem(oauthProblem(reply)))
-        return false;
-    const ClockProblem problem = describeClockProblem(currentClockFacts(reply->rawHeader("Date")));
-    kind = problem.kind;
-    message = problem.message;
-    return true;
+        return {};
+    return describeClockProblem(currentClockFacts(reply->rawHeader("Date")));
 }
 
 } // namespace Velquor::WebServices::Internal

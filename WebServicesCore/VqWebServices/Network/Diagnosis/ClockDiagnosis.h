@@ -6,19 +6,20 @@
 #include <QDateTime>
 #include <QString>
 #include <QTimeZone>
+#include <optional>
 
 class QNetworkReply;
 
 namespace Velquor::WebServices::Internal {
 
-/// What is wrong with the system's clock; the numbers are those that the login and cache errors report.
+/// The fault of the system's clock; login and cache errors report these numbers.
 enum class ClockKind : int { None = 0, WrongTime = 3, WrongDaylightSaving = 4 };
 
-/// All that the diagnosis needs to know about clocks, so that it can be worked out for any system at any time.
+/// The input of the diagnosis, so that it can be computed for any system and time.
 struct ClockFacts {
     QByteArray serverDate; ///< the Date header
     QDateTime nowUtc;
-    QDateTime nowLocal;       ///< what the local clock shows
+    QDateTime nowLocal;       ///< the time of the local clock
     QTimeZone zone;           ///< the system time zone
     bool expectedDst = false; ///< the zone's rules say that daylight-saving time is in effect
     bool systemDst = false;   ///< the local clock reports it
@@ -34,14 +35,13 @@ struct ClockProblem {
 /// Whether the server refused a request because of the time in it. Thread: any.
 [[nodiscard]] bool isClockProblem(const OAuthProblem& problem);
 
-/// What is wrong, given that the server refused the time. Thread: any.
+/// The fault of the clock, given that the server refused the time. Thread: any.
 [[nodiscard]] ClockProblem describeClockProblem(const ClockFacts& facts);
 
 /// The facts of this system now. Thread: any.
 [[nodiscard]] ClockFacts currentClockFacts(const QByteArray& serverDate);
 
-/// Whether a reply failed because of a wrong system clock, with kind and message; both are cleared otherwise.
-/// Thread: that of the reply.
-[[nodiscard]] bool diagnoseClock(const QNetworkReply* reply, ClockKind& kind, QString& message);
+/// The fault of the clock when a reply failed because of it; nothing otherwise. Thread: the reply's.
+[[nodiscard]] std::optional<ClockProblem> diagnoseClock(const QNetworkReply* reply);
 
 } // namespace Velquor::WebServices::Internal

@@ -15,7 +15,7 @@ QString maskedField(const QString& field) {
     const QString name = field.left(sign);
     const QString value = field.mid(sign + 1);
     const QString decoded = QUrl::fromPercentEncoding(value.toUtf8());
-    // A server may join fields with ';' as well, or nest them; such a value could hold any field.
+    // Servers may also join fields with ';', or nest them; such a value could contain any field.
     const bool nested = decoded.contains(QLatin1Char('=')) || decoded.contains(QLatin1Char(';'));
     const bool shown = value.isEmpty() || (isFieldShown(name) && !nested);
     return (isFieldName(name) ? name : hiddenValue()) + QLatin1Char('=') + (shown ? value : hiddenValue());

@@ -6,7 +6,7 @@ class QNetworkReply;
 
 namespace Velquor::WebServices::Internal {
 
-/// What the server says about a refused request in the headers of its reply. Plain value; a missing header is empty.
+/// The headers in which the server explains a refused request. Plain value; a missing header is empty.
 struct OAuthProblem {
     QString problem;
     QString additionalInfo;
@@ -14,7 +14,7 @@ struct OAuthProblem {
     QString reasonPhrase;
 };
 
-/// The problem that a reply reports; empty for no reply. Thread: that of the reply.
+/// The problem that a reply reports; empty without a reply. Thread: the reply's.
 [[nodiscard]] OAuthProblem oauthProblem(const QNetworkReply* reply);
 
 /// The problem as a text that follows an error text directly; empty when the server reported none. Thread: any.

@@ -22,13 +22,15 @@ ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByt
     snapshot.status = httpStatus(*reply);
     snapshot.networkError = reply->error();
     snapshot.headers = reply->rawHeaderPairs();
-    // An aborted reply is closed already, and reading it would only draw a warning.
+    // An aborted reply is closed; reading it would only cause a warning of the framework.
     snapshot.body = reply->isOpen() ? reply->readAll() : QByteArray();
     snapshot.errorText = fullErrorText(reply);
     snapshot.problem = oauthProblem(reply);
     snapshot.problemText = oauthProblemText(snapshot.problem);
-    if (!diagnoseClock(reply, snapshot.clockKind, snapshot.clockMessage))
-        snapshot.clockKind = ClockKind::None;
+    if (const std::optional<ClockProblem> problem = diagnoseClock(reply)) {
+        snapshot.clockKind = problem->kind;
+        snapshot.clockMessage = problem->message;
+    }
     snapshot.sslMessage = sslDiagnosis(reply);
     snapshot.dump = requestDump(reply, requestBody, snapshot.body, verb);
     return snapshot;

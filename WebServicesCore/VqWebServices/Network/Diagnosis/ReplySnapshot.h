@@ -11,9 +11,9 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// All that the floors above need of a finished reply, as a plain value that outlives it and may cross threads.
+/// The content of a finished reply for the layers above: a plain value that outlives the reply and may be passed between threads.
 struct ReplySnapshot {
-    bool isNull = true; ///< no reply: the request was not sent
+    bool isNull = true; ///< without a reply: the request was not sent
     int status = 0;
     QNetworkReply::NetworkError networkError = QNetworkReply::NoError;
     QList<QNetworkReply::RawHeaderPair> headers;
@@ -30,8 +30,7 @@ struct ReplySnapshot {
     [[nodiscard]] QByteArray header(const QByteArray& name) const;
 };
 
-/// Takes what is to know of a finished reply and reads its body. A null reply gives a null snapshot.
-/// Thread: that of the reply.
+/// Takes the snapshot of a finished reply and reads its body. A null reply gives a null snapshot. Thread: the reply's.
 [[nodiscard]] ReplySnapshot takeSnapshot(QNetworkReply* reply, const QString& verb, const QByteArray& requestBody);
 
 } // namespace Velquor::WebServices::Internal

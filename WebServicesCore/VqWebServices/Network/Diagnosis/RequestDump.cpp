@@ -77,7 +77,7 @@ QString headerText(const QString& wireName, const QString& value) {
     return isHeaderShown(wireName) ? oneLine(value) : hiddenValue();
 }
 
-/// `Message` is a QNetworkRequest or a QNetworkReply, which read alike.
+/// `Message` is a QNetworkRequest or a QNetworkReply, which have the same functions for headers.
 template <typename Message>
 QStringList headLines(const Message& message, const QList<QByteArray>& rawHeaders) {
     QStringList lines;
@@ -100,7 +100,7 @@ QStringList headLines(const Message& message, const QList<QByteArray>& rawHeader
 
 QString cutBody(const QByteArray& body, const QVariant& contentType, const QString& notice) {
     const QString shown = maskedBody(body, contentType.toString());
-    // The body itself decides: how much of it the mask leaves, or adds, says nothing of its length.
+    // By the length of the body itself, since masking changes the length.
     return body.size() > MaximalBodyBytes ? QString::fromUtf8(shown.toUtf8().left(MaximalBodyBytes)) + notice : shown;
 }
 

@@ -9,8 +9,8 @@ class QNetworkReply;
 namespace Velquor::WebServices::Internal {
 
 /// A request and its reply for the log, line by line, with every value that is not on the allow-list as "***" and
-/// bodies cut at 2000 bytes. Without a verb it is taken from the reply's operation. Empty for no reply. Thread: that of
-/// the reply.
+/// bodies cut at 2000 bytes. Without a verb it is taken from the reply's operation. Empty without a reply. Thread: the
+/// reply's.
 [[nodiscard]] QStringList requestDump(const QNetworkReply* reply, const QByteArray& requestBody, const QByteArray& responseBody,
                                       const QString& verb = QString());
 

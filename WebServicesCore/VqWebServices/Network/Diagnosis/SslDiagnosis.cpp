@@ -13,10 +13,9 @@ namespace Velquor::WebServices::Internal {
 QString sslDiagnosis(const QNetworkReply* reply) {
     if (!reply || reply->error() != QNetworkReply::UnknownNetworkError || httpStatus(*reply) != 0)
         return {};
-    const QString libraries =
-        QStringLiteral("Failed to load %1 or %2. Make sure these files are installed in the application folder. ")
-            .arg(sslLibraryFileName(), cryptoLibraryFileName());
-    return QStringLiteral("Unable to init SSL Context") + QStringLiteral(". ") + libraries;
+    return QStringLiteral(
+               "Unable to init SSL Context. Failed to load %1 or %2. Make sure these files are installed in the application folder. ")
+        .arg(sslLibraryFileName(), cryptoLibraryFileName());
 }
 
 QString sslVersionLine(const SslLibraryFacts& facts) {

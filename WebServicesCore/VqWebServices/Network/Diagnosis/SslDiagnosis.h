@@ -15,8 +15,7 @@ struct SslLibraryFacts {
     QString cryptoFileVersion;
 };
 
-/// Why a request failed when the SSL libraries could not be loaded; empty when the reply shows another failure.
-/// Thread: that of the reply.
+/// Why a request failed when the SSL libraries could not be loaded; empty for another failure. Thread: the reply's.
 [[nodiscard]] QString sslDiagnosis(const QNetworkReply* reply);
 
 /// The version line of such libraries. Thread: any.

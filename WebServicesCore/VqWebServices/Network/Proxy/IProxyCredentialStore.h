@@ -5,10 +5,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Where proxy credentials are kept, as the network sees it.
+/// The store of proxy credentials, as the network sees it.
 ///
-/// Thread: any, also one whose request somebody waits for with the store's own locks held: no operation may wait for those.
-/// Owner: shared by the runtime and the network. Errors: an empty login.
+/// Thread: any. A caller may hold the store's own locks while it waits for the request of this thread, so no operation may wait
+/// for those locks. Owner: shared by the runtime and the network. Errors: an empty login.
 class IProxyCredentialStore {
 public:
     virtual ~IProxyCredentialStore() = default;
@@ -16,7 +16,7 @@ public:
     /// A stored login for the proxy that it has not refused; empty when there is none.
     [[nodiscard]] virtual ProxyLogin find(const ProxyAddress& proxy, const RefusedLogins& refused) = 0;
 
-    /// Keeps what the user has entered, for this process and for others.
+    /// Stores what the user has entered, for this and other processes.
     virtual void store(const ProxyAddress& proxy, const ProxyLogin& login) = 0;
 };
 

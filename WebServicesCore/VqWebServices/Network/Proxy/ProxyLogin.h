@@ -4,7 +4,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The proxy that asks. A plain value.
+/// The address of a proxy. A plain value.
 struct ProxyAddress {
     QString host;
     int port = 0;
@@ -14,7 +14,7 @@ struct ProxyAddress {
     }
 };
 
-/// A user of a proxy, with the password in clear text: for the length of one call only. A plain value.
+/// User and password of a proxy in clear text, kept for one call only. A plain value.
 struct ProxyLogin {
     QString user;
     QString password;
@@ -22,10 +22,10 @@ struct ProxyLogin {
     [[nodiscard]] bool isEmpty() const { return user.isEmpty(); }
 };
 
-/// What the prompt for proxy credentials says; empty texts stand for the library's own. A plain value.
+/// The texts of the prompt for proxy credentials; the library's own replace empty ones. A plain value.
 struct ProxyDialogTexts {
     QString caption;
-    QString message; ///< "%1" stands for the host and "%2" for the port of the proxy.
+    QString message; ///< "%1" is replaced by the host and "%2" by the port of the proxy.
 };
 
 } // namespace Velquor::WebServices::Internal

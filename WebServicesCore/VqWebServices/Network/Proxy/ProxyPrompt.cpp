@@ -1,7 +1,7 @@
 #include "Network/Proxy/ProxyPrompt.h"
 
 #include "Network/Proxy/ProxyPromptRun.h"
-#include "Network/Proxy/SystemCredentialPrompt.h"
+#include "VqUtil/Prompt/CredentialPrompt.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -14,7 +14,7 @@ namespace Velquor::WebServices::Internal {
 namespace {
 
 constexpr unsigned long sliceMs = 50;
-// A prompt of a product may not hear that it should close; the library must not wait for its user for ever.
+// A product's prompt may ignore Cancel(); the library must not wait for its user for ever.
 constexpr int closeTimeoutMs = 1500;
 
 void handleEvents() {
@@ -25,60 +25,77 @@ void cancel(ICredentialPrompt& prompt) {
     try {
         prompt.Cancel();
     } catch (...) {
-        // It is the product's; that it is still open shows by itself.
+        // An exception of the product's code. The caller notices that the prompt is still open.
     }
 }
 
+/// The prompt of the operating system, for products without a prompt of their own. Thread and owner: as of the interface.
+class SystemCredentialPrompt final : public ICredentialPrompt {
+public:
+    int Ask(const wchar_t* caption, const wchar_t* message, const wchar_t* proxyHost, wchar_t* user, int userSize,
+            wchar_t* password, int passwordSize) override {
+        static_assert(Canceled == Util::credentialPromptCanceled, "one code for a user who does not want to");
+        return m_prompt.ask(
+            {QString::fromWCharArray(caption), QString::fromWCharArray(message), QString::fromWCharArray(proxyHost)}, user,
+            userSize, password, passwordSize);
+    }
+
+    void Cancel() override { m_prompt.cancel(); }
+
+private:
+    Util::CredentialPrompt m_prompt;
+};
+
 } // namespace
 
-/// The right to ask, for one request at a time. While it waits it may be handed the answer of the one before.
+/// The right to prompt, for one request at a time. A request that waits for it may get the answer of the request before.
 class ProxyPrompt::Turn {
 public:
-    Turn(ProxyPrompt& desk, const ProxyAddress& proxy)
-        : m_desk(desk) {
-        QMutexLocker lock(&desk.m_mutex);
+    Turn(ProxyPrompt& prompt, const ProxyAddress& proxy)
+        : m_prompt(prompt) {
+        QMutexLocker lock(&prompt.m_mutex);
         const Qt::HANDLE self = QThread::currentThreadId();
-        const quint64 before = desk.m_last.number;
-        ++desk.m_waiting;
-        // The prompt further up on this very thread cannot be answered while this one waits.
-        while (desk.m_isOpen && desk.m_asker && desk.m_asker != self) {
-            desk.m_changed.wait(&desk.m_mutex, sliceMs);
+        const quint64 before = prompt.m_last.number;
+        ++prompt.m_waiting;
+        // A prompt further up on this thread cannot be answered while this one waits, so do not wait for it.
+        while (prompt.m_isOpen && prompt.m_asker && prompt.m_asker != self) {
+            prompt.m_changed.wait(&prompt.m_mutex, sliceMs);
             lock.unlock();
             handleEvents();
             lock.relock();
         }
-        --desk.m_waiting;
-        m_isAnswered = desk.m_last.number != before && desk.m_last.proxy == proxy;
+        --prompt.m_waiting;
+        m_isAnswered = prompt.m_last.number != before && prompt.m_last.proxy == proxy;
         if (m_isAnswered)
-            m_answer = {desk.m_last.user, desk.m_last.password.toText()};
-        desk.forgetAnswer();
-        m_isMine = desk.m_isOpen && !desk.m_asker;
+            m_answer = {prompt.m_last.user, prompt.m_last.password.toText()};
+        prompt.forgetAnswer();
+        m_isMine = prompt.m_isOpen && !prompt.m_asker;
         if (m_isMine)
-            desk.m_asker = self;
+            prompt.m_asker = self;
     }
     ~Turn() {
-        const QMutexLocker lock(&m_desk.m_mutex);
+        const QMutexLocker lock(&m_prompt.m_mutex);
         if (m_isMine)
-            m_desk.m_asker = nullptr;
-        m_desk.m_changed.wakeAll();
+            m_prompt.m_asker = nullptr;
+        m_prompt.m_changed.wakeAll();
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
     [[nodiscard]] bool isMine() const { return m_isMine; }
-    /// Another request has asked meanwhile; `answer` is empty when the user did not answer it.
+    /// Another request has prompted during the wait; `answer` is empty when the user gave none.
     [[nodiscard]] bool isAnswered() const { return m_isAnswered; }
     [[nodiscard]] const ProxyLogin& answer() const { return m_answer; }
 
 private:
-    ProxyPrompt& m_desk;
+    ProxyPrompt& m_prompt;
     bool m_isMine = false;
     bool m_isAnswered = false;
     ProxyLogin m_answer;
 };
 
 ProxyPrompt& ProxyPrompt::instance() {
-    // Never destroyed: requests may outlive the statics.
+    // Never destroyed: requests may outlive static objects.
     static auto* const singleton = new ProxyPrompt;
     return *singleton;
 }
@@ -96,7 +113,7 @@ void ProxyPrompt::close() {
     m_texts = {};
     m_changed.wakeAll();
     const QDeadlineTimer deadline(closeTimeoutMs);
-    // Again and again: the prompt may not be on the screen yet. And it may need this thread to close.
+    // Repeatedly: the prompt may not be on the screen yet. Events are handled, since it may need this thread to close.
     while (m_asker && !deadline.hasExpired()) {
         const std::shared_ptr<ICredentialPrompt> prompt = m_openPrompt;
         const bool isOfThisThread = m_asker == QThread::currentThreadId();
@@ -117,7 +134,7 @@ void ProxyPrompt::setPrompt(std::shared_ptr<ICredentialPrompt> prompt) {
         const QMutexLocker lock(&m_mutex);
         std::swap(m_prompt, prompt);
     }
-    // The one before goes here, with no lock held: its destructor is the product's.
+    // The old prompt is destroyed here, with no lock held: its destructor is the product's code.
 }
 
 void ProxyPrompt::setTexts(const ProxyDialogTexts& texts) {
@@ -173,18 +190,18 @@ ProxyLogin ProxyPrompt::show(const ProxyAddress& proxy, const RefusedLogins& ref
         prompt = m_prompt ? m_prompt : std::make_shared<SystemCredentialPrompt>();
         m_openPrompt = prompt;
     }
-    ProxyPromptRun question(texts(), proxy, refused.lastUser());
-    question.show(*prompt);
+    ProxyPromptRun run(texts(), proxy, refused.lastUser());
+    run.show(*prompt);
     {
         const QMutexLocker lock(&m_mutex);
         m_openPrompt.reset();
     }
-    if (question.isGiven()) {
+    if (run.isGiven()) {
         logger.information(QStringLiteral("Proxy authentication dialog closed: Authentication successful"));
-        return question.login();
+        return run.login();
     }
-    logger.error(QStringLiteral("Proxy authentication dialog closed: Authentication failed. Error: %1.").arg(question.error()));
-    if (!question.isCanceled())
+    logger.error(QStringLiteral("Proxy authentication dialog closed: Authentication failed. Error: %1.").arg(run.error()));
+    if (!run.isCanceled())
         logger.error(QStringLiteral("Proxy authentication failed"));
     return {};
 }

@@ -19,12 +19,12 @@ std::wstring cutText(const QString& text) {
     return wideText(text.left(splitsPair ? maximumTextLength - 1 : maximumTextLength));
 }
 
-// The port first, so that nothing in the name of a host is taken for a place to fill.
+// The port first, so that "%2" in the name of a host is not replaced.
 QString filled(QString message, const ProxyAddress& proxy) {
     return message.replace(QStringLiteral("%2"), QString::number(proxy.port)).replace(QStringLiteral("%1"), proxy.host);
 }
 
-/// A buffer that is zeros when it goes.
+/// A buffer that is wiped in its destructor.
 template <std::size_t Size>
 class WipedBuffer {
 public:
@@ -71,7 +71,7 @@ void ProxyPromptRun::show(ICredentialPrompt& prompt) {
     }
     if (code == ICredentialPrompt::Given) {
         m_login = {user.text(), password.text()};
-        // No proxy takes it, and nothing would be tried with it.
+        // No proxy accepts an empty user name.
         if (m_login.isEmpty())
             m_error = QStringLiteral("No user name was given");
         return;

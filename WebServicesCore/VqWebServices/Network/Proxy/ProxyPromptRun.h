@@ -8,19 +8,20 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// One showing of a prompt for proxy credentials: its texts, and the buffers for what the user enters, which it wipes.
+/// One run of a prompt for proxy credentials: its texts, and the buffers for the input, which are wiped.
 ///
-/// Thread: that of the request. Owner: its stack. Errors: not given, with a text; a prompt that throws has failed.
+/// Thread: the request's. Owner: its stack. Errors: `isGiven` is false and `error` says why; an exception of the prompt is a
+/// failure.
 class ProxyPromptRun {
 public:
     ProxyPromptRun(const ProxyDialogTexts& texts, const ProxyAddress& proxy, const QString& knownUser);
 
-    /// Returns when the user has answered.
+    /// Returns when the prompt is closed.
     void show(ICredentialPrompt& prompt);
 
     [[nodiscard]] bool isGiven() const { return m_error.isEmpty(); }
     [[nodiscard]] bool isCanceled() const { return m_isCanceled; }
-    /// Why it was not given.
+    /// Why no login was given.
     [[nodiscard]] QString error() const { return m_error; }
     [[nodiscard]] ProxyLogin login() const { return m_login; }
 
@@ -34,7 +35,7 @@ private:
     bool m_isCanceled = false;
 };
 
-/// The texts with the library's own in place of empty ones.
+/// The texts; the library's own replace empty ones.
 [[nodiscard]] ProxyDialogTexts withDefaults(const ProxyDialogTexts& texts);
 
 } // namespace Velquor::WebServices::Internal

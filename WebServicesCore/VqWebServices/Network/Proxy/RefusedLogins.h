@@ -9,8 +9,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What a proxy has refused while one request was under way. Thread: that of the request. Owner: the network access of the
-/// request.
+/// The logins that a proxy has refused during one request. Thread: the request's. Owner: the network access of the request.
 class RefusedLogins {
 public:
     void add(const ProxyLogin& login) {
@@ -26,7 +25,7 @@ public:
         });
     }
 
-    /// The name to begin the next prompt with.
+    /// The user name to show in the next prompt.
     [[nodiscard]] QString lastUser() const { return m_logins.isEmpty() ? QString() : m_logins.last().first; }
 
 private:

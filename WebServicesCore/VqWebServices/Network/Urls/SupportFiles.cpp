@@ -17,7 +17,7 @@ struct SearchPaths {
 };
 
 SearchPaths& searchPaths() {
-    // Never destroyed: threads and the statics of the host may ask while the process ends.
+    // Never destroyed: threads and static objects of the host may call it while the process ends.
     static auto* const paths = new SearchPaths;
     return *paths;
 }

@@ -5,7 +5,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The folders in which the library looks for the files installed beside it: the log configuration and the URL files.
+/// The folders in which the library searches for its installed files: the log configuration and the URL files.
 /// Thread: any. Owner: the process; the search paths may be set before the library is initialized and outlive it.
 namespace SupportFiles {
 

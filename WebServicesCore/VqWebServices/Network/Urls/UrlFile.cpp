@@ -1,6 +1,7 @@
 #include "Network/Urls/UrlFile.h"
 
 #include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/General/Result.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,22 +13,17 @@ namespace {
 
 constexpr qint64 maximumFileSize = 1024 * 1024;
 
-// Why the file cannot be used goes into its own line; the caller's line only says so.
-bool parse(const QString& path, const Util::AtomicFile::ReadResult& file, QJsonObject& root, Log::ILogger& logger) {
-    QString reason = file.error;
+Util::Result<QJsonObject> parse(const Util::AtomicFile::ReadResult& file) {
+    if (!file.error.isEmpty())
+        return Util::Failure{file.error};
     QJsonParseError error{};
+    // An editor may have written a byte order mark, which the parser does not accept.
     const QByteArray mark = QByteArrayLiteral("\xef\xbb\xbf");
     const QByteArray text = file.data.startsWith(mark) ? file.data.mid(mark.size()) : file.data;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    root = document.object();
-    if (reason.isEmpty() && document.isObject())
-        return true;
-    if (reason.isEmpty())
-        reason = error.error == QJsonParseError::NoError ? QStringLiteral("no object") : error.errorString();
-    const boost::format line =
-        boost::format("Exception %1% while parsing configuration file %2%") % reason.toStdString() % path.toStdString();
-    logger.error(QString::fromStdString(line.str()));
-    return false;
+    if (document.isObject())
+        return document.object();
+    return Util::Failure{error.error == QJsonParseError::NoError ? QStringLiteral("no object") : error.errorString()};
 }
 
 QJsonObject member(const QJsonObject& object, const char* name) {
@@ -36,25 +32,29 @@ QJsonObject member(const QJsonObject& object, const char* name) {
 
 } // namespace
 
-bool readUrlFile(const QString& path, QMap<QString, QString>& urls, Log::ILogger& logger) {
+std::optional<QMap<QString, QString>> readUrlFile(const QString& path, Log::ILogger& logger) {
     const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(path, maximumFileSize);
     if (path.isEmpty() || file.status == Util::AtomicFile::ReadResult::Status::Missing) {
         logger.error(QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(path));
-        return false;
+        return {};
     }
-    QJsonObject root;
-    if (!parse(path, file, root, logger)) {
+    const Util::Result<QJsonObject> root = parse(file);
+    if (!root) {
+        const boost::format line = boost::format("Exception %1% while parsing configuration file %2%")
+                                   % root.reason().toStdString() % path.toStdString();
+        logger.error(QString::fromStdString(line.str()));
         logger.error(QStringLiteral("Read the JSON file %1 failed").arg(path));
-        return false;
+        return {};
     }
     logger.information(QStringLiteral("Read the JSON file %1 successfully").arg(path));
-    const QJsonObject members = member(member(member(root, "Configurations"), "WebServices"), "Urls");
+    const QJsonObject members = member(member(member(*root, "Configurations"), "WebServices"), "Urls");
+    QMap<QString, QString> urls;
     for (auto url = members.begin(); url != members.end(); ++url) {
         if (url->isString())
             urls.insert(url.key(), url->toString());
     }
     logger.information(QStringLiteral("Loaded web services urls from file %1").arg(path));
-    return true;
+    return urls;
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -4,11 +4,12 @@
 
 #include <QMap>
 #include <QString>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
 /// Reads the string members of "Configurations.WebServices.Urls" of a URL configuration file (JSON, at most 1 MiB).
-/// False, with `urls` unchanged, when the file is missing or is no JSON. Thread: any. Errors: log lines.
-[[nodiscard]] bool readUrlFile(const QString& path, QMap<QString, QString>& urls, Log::ILogger& logger);
+/// Nothing when the file is missing or is no JSON. Thread: any. Errors: log lines.
+[[nodiscard]] std::optional<QMap<QString, QString>> readUrlFile(const QString& path, Log::ILogger& logger);
 
 } // namespace Velquor::WebServices::Internal

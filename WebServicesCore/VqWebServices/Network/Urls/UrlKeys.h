@@ -5,7 +5,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The member name in the URL configuration file for a code; empty for an unknown code.
+/// The name of a URL code in the URL configuration file; empty for an unknown code.
 [[nodiscard]] QString urlKey(WebServicesUrlCode code);
 
 } // namespace Velquor::WebServices::Internal

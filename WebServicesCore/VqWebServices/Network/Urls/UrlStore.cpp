@@ -31,7 +31,7 @@ UrlStore::UrlStore(std::shared_ptr<Log::ILogger> logger)
     : m_logger(std::move(logger)) {}
 
 UrlStore& UrlStore::instance() {
-    // Never destroyed: threads and the statics of the host may ask while the process ends.
+    // Never destroyed: threads and static objects of the host may call it while the process ends.
     static auto* const store = new UrlStore(Log::makeLogger(QStringLiteral("VqWebServices.Network")));
     return *store;
 }
@@ -116,13 +116,13 @@ UrlStore::LoadedFile UrlStore::load(Server server) {
     const QString name = urlFileName(server);
     const QString found = name.isEmpty() ? QString() : SupportFiles::find(name);
     if (found.isEmpty()) {
-        // A bare name would be looked for in the working directory of the host, where anybody may have put such a file.
+        // A bare name would be opened in the host's working directory, where anybody may have put such a file.
         m_logger->error(QStringLiteral("VqWebservicesURLs JSON file is not exist: %1").arg(name));
         return {name, {}, false};
     }
-    LoadedFile file{found, {}, false};
-    file.isLoaded = readUrlFile(found, file.urls, *m_logger);
-    // A file that is missing or half written now may be whole at the next lookup.
+    const std::optional<UrlMap> urls = readUrlFile(found, *m_logger);
+    const LoadedFile file{found, urls.value_or(UrlMap()), urls.has_value()};
+    // Not remembered when it failed: a file that is missing or half written now may be complete at the next lookup.
     if (file.isLoaded)
         m_files.insert(server, file);
     else

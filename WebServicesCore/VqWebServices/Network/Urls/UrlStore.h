@@ -26,14 +26,14 @@ public:
     [[nodiscard]] QString GetUrl(Server server, const QString& key);
     [[nodiscard]] QString GetUrl(Server server, WebServicesUrlCode code);
 
-    /// The URLs of two keys put together: the address of a service and an end point on it. Empty when one is missing.
+    /// The address of a service and an end point on it, joined. Empty when one is missing.
     [[nodiscard]] QString endPoint(Server server, const QString& serviceKey, const QString& endPointKey);
 
     bool SetUrlOverrides(Server server, const UrlMap& overrides);
     bool ClearUrlOverrides(Server server);
     [[nodiscard]] UrlMap GetUrlOverrides(Server server);
 
-    /// Reads the file of a server anew. False when it is missing or damaged.
+    /// Reads the file of a server again. False when it is missing or damaged.
     bool LoadUrls(Server server);
 
     /// False, with a log line that names the searched folders, when no file for the server can be found.
@@ -54,11 +54,11 @@ private:
 
     const std::shared_ptr<Log::ILogger> m_logger;
     QMutex m_mutex;
-    QMap<int, LoadedFile> m_files; ///< Only what could be read.
+    QMap<int, LoadedFile> m_files; ///< Only files that could be read.
     QMap<int, UrlMap> m_overrides;
 };
 
-/// The name of the URL configuration file of a server; the settings may name another one for `Staging` and `Development`.
+/// The name of the URL configuration file of a server; settings can replace it for `Staging` and `Development`.
 [[nodiscard]] QString urlFileName(Server server);
 
 } // namespace Velquor::WebServices::Internal

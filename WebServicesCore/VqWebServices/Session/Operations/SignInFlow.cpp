@@ -200,8 +200,8 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
 bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
                              const NetworkCookieJar* cookies) {
     const QDateTime now = m_services.now();
-    ProductTokens tokens;
-    if (!readTokenReply(reply, now, *m_services.cryptor, tokens))
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now, *m_services.cryptor);
+    if (!tokens)
         return false;
     BasicLoginState state = makeState(reply, now);
     state.clientId = product.requestToken().encryptedClientId;
@@ -211,7 +211,7 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     m_state.setBasic(state);
     if (isOtherUser)
         forgetOtherUser();
-    product.setTokens(tokens);
+    product.setTokens(*tokens);
     product.setRequestToken({});
     m_logger.information(QStringLiteral("Completed login successfully"));
     m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));

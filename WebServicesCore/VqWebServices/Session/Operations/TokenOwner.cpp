@@ -1,7 +1,7 @@
 #include "Session/Operations/TokenOwner.h"
 
 #include "Session/Store/LoginStateSaver.h"
-#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
 #include <QElapsedTimer>
 #include <QThread>
@@ -113,7 +113,7 @@ StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sess
     return StoreResult::SignInGone;
 }
 
-StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInId) {
+StoreResult TokenOwner::storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData& token, const QString& signInId) {
     if (!lockState()) {
         services().loggers.product->error(
             QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
@@ -123,12 +123,12 @@ StoreResult TokenOwner::storeOAuth2(OAuth2Session& session, const OAuth2TokenDat
     const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::adopt_lock);
     if (signInId.isEmpty() || this->signInId() != signInId)
         return StoreResult::SignInGone;
-    const OAuth2TokenData before = session.token();
-    session.replaceToken(token);
+    const OAuth2TokenData before = slot.token();
+    slot.replaceToken(token);
     // Use the token even when the file cannot be written.
     if (LoginStateSaver(m_state).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
         return StoreResult::Stored;
-    session.replaceToken(before);
+    slot.replaceToken(before);
     return StoreResult::SignInGone;
 }
 

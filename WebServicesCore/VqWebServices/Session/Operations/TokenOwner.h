@@ -33,7 +33,7 @@ public:
     [[nodiscard]] StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
                                     const QString& signInId) override;
     [[nodiscard]] bool isOAuth2Enabled() const override;
-    [[nodiscard]] StoreResult storeOAuth2(OAuth2Session& session, const OAuth2TokenData& token, const QString& signInId) override;
+    [[nodiscard]] StoreResult storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData& token, const QString& signInId) override;
     [[nodiscard]] QRecursiveMutex& productLock() override;
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override;
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) override;

@@ -108,7 +108,7 @@ void ProductLoginSession::DeleteCacheSlot(CacheType type) {
 
 void ProductLoginSession::endCaches() {
     if (TokenOperations* const running = operations()) {
-        running->caches().tell(&CacheStore::LoggedOut);
+        running->caches().post(&CacheStore::LoggedOut);
         running->caches().close();
     }
 }

@@ -1,7 +1,9 @@
 #include "Session/Products/TokenOperations.h"
 
 #include "Session/Products/ObjectDeleter.h"
+#include "Tokens/Query/TokenQueryLog.h"
 #include "Tokens/Refresh/RefreshController.h"
+#include "Tokens/Refresh/TokenRefreshLog.h"
 #include "Values/ServerName.h"
 
 #include <QMutexLocker>
@@ -110,8 +112,10 @@ bool TokenOperations::refreshToken(bool synchronous, RefreshWorker::Reason reaso
         if (m_refresher)
             answer = m_refresher->ask(synchronous, reason);
     }
-    if (answer == RefreshWorker::Answer::Wait)
-        return RefreshWorker::waitForEnd(waiter, m_owner.services(), tokenRefreshTexts());
+    if (answer == RefreshWorker::Answer::Wait) {
+        const TokenRefreshLog steps(m_owner.services().loggers.refresher);
+        return RefreshWorker::waitForEnd(waiter, m_owner.services(), steps);
+    }
     return answer != RefreshWorker::Answer::Refused;
 }
 
@@ -139,7 +143,8 @@ void TokenOperations::waitForRefresh() {
     Log::ILogger& logger = *m_owner.services().loggers.product;
     logger.information(QStringLiteral("Token refresh is already in progress"));
     logger.information(QStringLiteral("Waiting for token refresh to finish"));
-    (void)RefreshWorker::waitForEnd(waiter, m_owner.services(), tokenRefreshTexts());
+    const TokenRefreshLog steps(m_owner.services().loggers.refresher);
+    (void)RefreshWorker::waitForEnd(waiter, m_owner.services(), steps);
 }
 
 bool TokenOperations::isTokenRefreshTimerActive() const {

@@ -42,7 +42,7 @@ void appendEncoded(QByteArray& form, const Util::SecretBytes& value) {
     }
 }
 
-// In one buffer that is reserved once: one that grows leaves what it held behind in freed memory.
+// Reserved once, since a buffer that grows would leave copies of the secrets in freed memory.
 Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
     int size = 0;
     for (const FormPart& part : parts)
@@ -56,7 +56,7 @@ Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
     return Util::SecretBytes(std::move(form));
 }
 
-// Digits only: a conversion of Qt's would take blanks and signs, and give its default for a fraction or a text.
+// Digits only: Qt's conversion accepts blanks and signs, and returns its default for a fraction or a text.
 QByteArray wholeSeconds(const QJsonValue& value) {
     if (value.isDouble()) {
         const double seconds = value.toDouble();
@@ -99,18 +99,16 @@ QNetworkRequest oauth2Request(const QUrl& url) {
     return request;
 }
 
-bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply) {
+std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTime& now) {
     if (body.size() > maximumBody)
-        return false;
+        return {};
     const QJsonObject json = QJsonDocument::fromJson(body).object();
     Util::SecretBytes token = Util::SecretBytes::fromText(json.value(QStringLiteral("access_token")).toString());
     const QByteArray seconds = wholeSeconds(json.value(QStringLiteral("expires_in")));
     const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, now);
     if (!isUsableToken(token.view()) || !expiry.isValid())
-        return false;
-    reply.token = std::move(token);
-    reply.expiryDate = expiry;
-    return true;
+        return {};
+    return OAuth2Reply{std::move(token), expiry};
 }
 
 } // namespace Velquor::WebServices::Internal

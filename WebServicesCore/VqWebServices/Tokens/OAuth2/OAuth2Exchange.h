@@ -8,30 +8,32 @@
 #include <QNetworkRequest>
 #include <QUrl>
 #include <VqWebServices/WebServicesConfiguration.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
-/// The words of the exchange of an OAuth 1.0 access token for an OAuth2 token. Thread: any. Errors: results; the caller logs.
+/// Request and reply of the exchange of an OAuth 1.0 access token for an OAuth2 token. Thread: any. Errors: results; the caller
+/// logs.
 
 /// True when the configuration has the key and the secret of an OAuth2 client.
 [[nodiscard]] bool hasOAuth2Keys(const WebServicesConfiguration& configuration);
 
-/// The form that asks for a token, values percent-encoded; empty when the product's tokens cannot be decrypted. `tokenType` is
-/// the server's word for the type, or empty. The caller wipes it.
+/// The form that requests a token, with percent-encoded values; empty when the product's tokens cannot be decrypted. `tokenType`
+/// is the server's word for the type, or empty. It holds secrets in clear text: do not keep it.
 [[nodiscard]] Util::SecretBytes oauth2Form(const WebServicesConfiguration& configuration, const ProductTokens& tokens,
                                            Util::ICryptor& cryptor, const QString& tokenType, const QString& scope);
 
 /// A request for such a form.
 [[nodiscard]] QNetworkRequest oauth2Request(const QUrl& url);
 
-/// What a server gave.
+/// The token of a reply.
 struct OAuth2Reply {
     Util::SecretBytes token;
     QDateTime expiryDate;
 };
 
 /// Reads the JSON of a reply: a usable token and a lifetime of whole seconds, as a number or in decimal digits, from a second to
-/// a hundred years. False, with `reply` unchanged, for everything else.
-[[nodiscard]] bool readOAuth2Reply(const QByteArray& body, const QDateTime& now, OAuth2Reply& reply);
+/// a hundred years. Nothing for everything else.
+[[nodiscard]] std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTime& now);
 
 } // namespace Velquor::WebServices::Internal

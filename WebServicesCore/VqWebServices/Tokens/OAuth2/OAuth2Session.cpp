@@ -1,13 +1,13 @@
 #include "Tokens/OAuth2/OAuth2Session.h"
 
+#include "Tokens/OAuth2/OAuth2QueryLog.h"
+#include "Tokens/OAuth2/OAuth2RefreshLog.h"
 #include "Tokens/OAuth2/OAuth2TokenFetcher.h"
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 #include "Tokens/Query/TokenFetcher.h"
 #include "Tokens/Refresh/TokenRefresher.h"
-#include "Tokens/TokenReply.h"
-#include "Values/OAuth2TokenSpecImp.h"
-#include "Values/WebServicesConfigurationImp.h"
-#include "VqUtil/General/HumanText.h"
+#include "Values/CallerText.h"
+#include "Values/OAuth2TokenImp.h"
 
 #include <QMutexLocker>
 
@@ -15,7 +15,7 @@ namespace Velquor::WebServices::Internal {
 
 OAuth2Session::OAuth2Session(ITokenOwner& owner, const OAuth2TokenSpec& spec)
     : m_owner(owner)
-    , m_spec(spec)
+    , m_slot(owner, spec)
     , m_queries(std::make_shared<RunState>())
     , m_refreshes(std::make_shared<RunState>()) {
     log().information(QStringLiteral("OAuth2Session constructor"));
@@ -23,18 +23,19 @@ OAuth2Session::OAuth2Session(ITokenOwner& owner, const OAuth2TokenSpec& spec)
 
 std::vector<TokenWorker*> OAuth2Session::Activate(const Parts& parts) {
     log().information(QStringLiteral("Activating OAuth2Session"));
-    auto* const fetcher = new OAuth2TokenFetcher(m_owner, *this, parts.flags, parts.keyDigest);
+    auto* const fetcher = new OAuth2TokenFetcher(m_owner, m_slot, parts.flags, parts.keyDigest);
     auto* const refresher =
-        new OAuth2TokenRefresher(m_owner, *this, parts.flags, parts.controller, parts.tokenRefresher, fetcher->runState());
-    connect(&parts.tokenFetcher, &TokenFetcher::TokenAvailable, fetcher, &OAuth2TokenFetcher::TokenAcquired);
-    connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, fetcher, &OAuth2TokenFetcher::TokenRefreshed);
-    connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, refresher, &OAuth2TokenRefresher::TokenRefreshed);
-    connect(fetcher, &OAuth2TokenFetcher::OAuth2TokenQueryFinished, refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable);
-    // Queued on the workers' own thread, too: a token changes under locks that the refresher needs.
-    connect(this, &OAuth2Session::OAuth2TokenAvailable, refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable,
-            Qt::QueuedConnection);
-    connect(this, &OAuth2Session::OAuth2TokenDiscarded, refresher, &OAuth2TokenRefresher::OAuth2TokenDiscarded,
-            Qt::QueuedConnection);
+        new OAuth2TokenRefresher(m_owner, m_slot, parts.flags, parts.controller, parts.tokenRefresher, fetcher->runState());
+    QObject::connect(&parts.tokenFetcher, &TokenFetcher::TokenAvailable, fetcher, &OAuth2TokenFetcher::TokenAcquired);
+    QObject::connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, fetcher, &OAuth2TokenFetcher::TokenRefreshed);
+    QObject::connect(&parts.tokenRefresher, &TokenRefresher::TokenRefreshed, refresher, &OAuth2TokenRefresher::TokenRefreshed);
+    QObject::connect(fetcher, &OAuth2TokenFetcher::OAuth2TokenQueryFinished, refresher,
+                     &OAuth2TokenRefresher::OAuth2TokenAvailable);
+    // Always queued: a token may change on the workers' own thread, under locks that the refresher needs.
+    QObject::connect(&m_slot, &OAuth2TokenSlot::OAuth2TokenAvailable, refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable,
+                     Qt::QueuedConnection);
+    QObject::connect(&m_slot, &OAuth2TokenSlot::OAuth2TokenDiscarded, refresher, &OAuth2TokenRefresher::OAuth2TokenDiscarded,
+                     Qt::QueuedConnection);
     for (QObject* const worker : std::initializer_list<QObject*>{fetcher, refresher})
         worker->moveToThread(parts.thread);
     const QMutexLocker lock(&m_workerMutex);
@@ -42,6 +43,7 @@ std::vector<TokenWorker*> OAuth2Session::Activate(const Parts& parts) {
     m_refresher = refresher;
     m_queries = fetcher->runState();
     m_refreshes = refresher->runState();
+    // The refresher first, since it watches the queries of the fetcher.
     return {refresher, fetcher};
 }
 
@@ -51,70 +53,132 @@ void OAuth2Session::detach() {
     m_refresher = nullptr;
 }
 
-QString OAuth2Session::scope() const {
-    const OAuth2TokenSpecImp& spec = OAuth2TokenSpecImp::of(m_spec);
-    const ConfigurationPointer configuration = spec.legacy && spec.scope.isEmpty() ? m_owner.configuration() : nullptr;
-    return configuration ? normalisedScope(WebServicesConfigurationImp::of(*configuration).oauth2AccessTokenScope) : spec.scope;
-}
-
-OAuth2TokenData OAuth2Session::token() const {
-    const QMutexLocker lock(&m_tokenMutex);
-    return m_token;
-}
-
-OAuth2Session::Stored OAuth2Session::SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate,
-                                              const QString& signInId) {
-    const QByteArray encrypted = m_owner.services().cryptor->encrypt(token.view());
-    if (encrypted.isEmpty()) {
-        log().error(QStringLiteral("Failed to set OAuth2 token since encryption failed"));
-        return Stored::NotEncrypted;
+bool OAuth2Session::QueryOAuth2Token(bool synchronous) {
+    if (!m_owner.tokens().areComplete()) {
+        log().error(QStringLiteral("QueryOAuth2Token called when there is no token"));
+        return false;
     }
-    switch (m_owner.storeOAuth2(*this, {m_spec.GetType(), scope(), encrypted, expiryDate}, signInId)) {
-    case StoreResult::SignInGone: return Stored::SignInGone;
-    case StoreResult::Busy: return Stored::Busy;
-    case StoreResult::Stored: break;
-    }
-    return Stored::Yes;
-}
-
-void OAuth2Session::replaceToken(const OAuth2TokenData& token) {
+    // Before the query starts, or its end could be missed.
+    RunWaiter waiter(m_queries);
+    QueryWorker::Answer answer = QueryWorker::Answer::Refused;
     {
-        const QMutexLocker lock(&m_tokenMutex);
-        m_token = token;
+        const QMutexLocker lock(&m_workerMutex);
+        if (m_fetcher)
+            answer = m_fetcher->ask(synchronous);
     }
-    emit OAuth2TokenAvailable();
+    if (answer == QueryWorker::Answer::Wait || answer == QueryWorker::Answer::Joined) {
+        const OAuth2QueryLog steps(m_owner.services().loggers.oauth2Fetcher);
+        return QueryWorker::waitForEnd(waiter, answer, m_owner.services(), steps);
+    }
+    return answer != QueryWorker::Answer::Refused;
 }
 
-void OAuth2Session::adopt(const OAuth2TokenData& token) {
-    // A token that is damaged, or was encrypted for somebody else, must not take the place of a good one.
-    if (token.isNewerThan(this->token()) && isUsableToken(m_owner.services().cryptor->decrypt(token.token).view()))
-        replaceToken(token);
-}
-
-void OAuth2Session::DiscardToken() {
+bool OAuth2Session::refreshToken(bool synchronous, RefreshWorker::Reason reason) {
+    RunWaiter waiter(m_refreshes);
+    RefreshWorker::Answer answer = RefreshWorker::Answer::Refused;
     {
-        const QMutexLocker lock(&m_tokenMutex);
-        if (!m_token.isPresent())
-            return;
-        m_token = {};
+        const QMutexLocker lock(&m_workerMutex);
+        if (m_refresher)
+            answer = m_refresher->ask(synchronous, reason);
     }
-    log().information(QStringLiteral("OAuth2 access token discarded"));
-    emit OAuth2TokenDiscarded();
+    if (answer == RefreshWorker::Answer::Wait) {
+        const OAuth2RefreshLog steps(m_owner.services().loggers.oauth2Refresher);
+        return RefreshWorker::waitForEnd(waiter, m_owner.services(), steps);
+    }
+    return answer != RefreshWorker::Answer::Refused;
 }
 
-void OAuth2Session::Clear() {
-    log().information(QStringLiteral("Clearing OAuth2 token"));
-    const QMutexLocker lock(&m_tokenMutex);
-    m_token = {};
+void OAuth2Session::waitForQuery() {
+    if (!m_queries->isBusy())
+        return;
+    RunWaiter waiter(m_queries);
+    log().information(QStringLiteral("GetOAuth2AccessToken: OAuth2 token query is in progress. Waiting for it to finish."));
+    (void)waiter.wait(m_owner.services().tokenTimeoutMs);
+    log().information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for OAuth2 token query."));
 }
 
-QString OAuth2Session::DescribeOAuth2Token() const {
+void OAuth2Session::waitForRefresh() {
+    if (!m_refreshes->isBusy())
+        return;
+    RunWaiter waiter(m_refreshes);
+    log().information(QStringLiteral("GetOAuth2AccessToken: Waiting for OAuth2 token refresh to finish in this process"));
+    (void)waiter.wait(m_owner.services().tokenTimeoutMs);
+    log().information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for OAuth2 token refresh"));
+}
+
+bool OAuth2Session::query() {
+    log().information(
+        QStringLiteral("GetOAuth2AccessToken: OAuth2 token not queried yet. Initiating query and waiting for it to finish."));
+    (void)QueryOAuth2Token(true);
+    if (!token().isPresent()) {
+        log().error(QStringLiteral(
+            "GetOAuth2AccessToken: Finished waiting. OAuth2 access token query failed in this process. Returning empty token."));
+        return false;
+    }
+    log().information(QStringLiteral(
+        "GetOAuth2AccessToken: Finished waiting. OAuth2 access token query successfully finished in this process."));
+    return true;
+}
+
+OAuth2Token OAuth2Session::GetOAuth2AccessToken(bool waitToFinish, bool refreshIfExpired) {
+    if (waitToFinish) {
+        waitForQuery();
+        waitForRefresh();
+    }
+    if (!token().isPresent()) {
+        if (!waitToFinish) {
+            log().information(QStringLiteral(
+                "GetOAuth2AccessToken: Oauth2 token not found. Maybe not queried yet. Returning empty token without waiting since waitToFinish is false."));
+            return {};
+        }
+        if (!query())
+            return {};
+    }
+    if (token().isExpired(m_owner.services().now()) && refreshIfExpired) {
+        log().information(QStringLiteral("GetOAuth2AccessToken: OAuth2 token has expired. Refreshing it synchronously."));
+        (void)refreshToken(true, RefreshWorker::Reason::Expired);
+    }
+    return decryptedToken();
+}
+
+OAuth2Token OAuth2Session::decryptedToken() const {
     const OAuth2TokenData held = token();
-    const QDateTime now = m_owner.services().now();
-    const QString left = !held.isPresent()     ? QStringLiteral("Token not found")
-                         : held.isExpired(now) ? QStringLiteral("Already expired")
-                                               : Util::timeSpanText(now.msecsTo(held.expiryDate));
-    return QStringLiteral("OAuth2 token type: %1, Scope: %2, Expires in: %3").arg(tokenTypeName(m_spec.GetType()), scope(), left);
+    if (!held.isPresent())
+        return {};
+    if (held.isExpired(m_owner.services().now())) {
+        log().warning(QStringLiteral("GetOAuth2AccessToken: OAuth2 token has expired. Returning empty token."));
+        return {};
+    }
+    OAuth2Token made;
+    OAuth2TokenImp::of(made).token = wideText(m_owner.services().cryptor->decrypt(held.token).toText());
+    OAuth2TokenImp::of(made).spec = spec();
+    return made;
+}
+
+bool OAuth2Session::isRefreshTimerActive() const {
+    const QMutexLocker lock(&m_workerMutex);
+    return m_refresher && m_refresher->isTimerActive();
+}
+
+void OAuth2Session::tokensChanged() {
+    const QMutexLocker lock(&m_workerMutex);
+    if (m_refresher)
+        QMetaObject::invokeMethod(m_refresher, &OAuth2TokenRefresher::OAuth2TokenAvailable, Qt::QueuedConnection);
+}
+
+void OAuth2Session::acquiredElsewhere() {
+    const QMutexLocker lock(&m_workerMutex);
+    if (m_fetcher)
+        QMetaObject::invokeMethod(m_fetcher, &OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess, Qt::QueuedConnection);
+}
+
+void OAuth2Session::refreshedElsewhere(const QString& consumerKey) {
+    const QMutexLocker lock(&m_workerMutex);
+    if (!m_refresher)
+        return;
+    QMetaObject::invokeMethod(
+        m_refresher, [refresher = m_refresher, consumerKey] { refresher->OAuth2TokenRefreshedInAnotherProcess(consumerKey); },
+        Qt::QueuedConnection);
 }
 
 } // namespace Velquor::WebServices::Internal

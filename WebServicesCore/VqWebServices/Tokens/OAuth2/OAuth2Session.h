@@ -2,11 +2,11 @@
 
 #include "Tokens/IRequestFlags.h"
 #include "Tokens/ITokenOwner.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Tokens/Query/QueryWorker.h"
 #include "Tokens/Refresh/RefreshWorker.h"
 
 #include <QMutex>
-#include <QObject>
 #include <VqWebServices/OAuth2Token.h>
 #include <memory>
 #include <vector>
@@ -19,13 +19,11 @@ class RefreshController;
 class TokenFetcher;
 class TokenRefresher;
 
-/// The OAuth2 token of one product for one spec, and the way to the workers that query and refresh it.
+/// One OAuth2 token of one product with the workers that query and refresh it, and the calls of other threads to them.
 ///
-/// Thread: any; the token has a mutex of its own. Owner: the product's session, which outlives the workers; these live on the
-/// token operations thread and are deleted there. Errors: results and log lines.
-class OAuth2Session : public QObject {
-    Q_OBJECT
-
+/// Thread: any. Owner: the product's session, which outlives the workers; these live on the token operations thread and are
+/// deleted there. Errors: results and log lines.
+class OAuth2Session {
 public:
     OAuth2Session(ITokenOwner& owner, const OAuth2TokenSpec& spec);
 
@@ -35,34 +33,27 @@ public:
         RefreshController& controller;
         TokenFetcher& tokenFetcher;
         TokenRefresher& tokenRefresher;
-        QString keyDigest; ///< Stands for the consumer key in the names of locks.
+        QString keyDigest; ///< Replaces the consumer key in the names of locks.
         QThread* thread;
     };
-    /// Makes the workers on the thread; the result are the objects that are to be deleted there, in this order.
+    /// Creates the workers and moves them to the thread. Returns them in the order in which they must be deleted there.
     [[nodiscard]] std::vector<TokenWorker*> Activate(const Parts& parts);
-    /// Nobody is asked any more: the workers are going away.
+    /// Forgets the workers, which are about to be deleted.
     void detach();
 
-    [[nodiscard]] const OAuth2TokenSpec& spec() const { return m_spec; }
-    /// The scope that is asked for: the spec's, or the configuration's for the spec of the older interface.
-    [[nodiscard]] QString scope() const;
-    [[nodiscard]] OAuth2TokenData token() const;
+    // See OAuth2TokenSlot.
+    [[nodiscard]] const OAuth2TokenSpec& spec() const { return m_slot.spec(); }
+    [[nodiscard]] QString scope() const { return m_slot.scope(); }
+    [[nodiscard]] OAuth2TokenData token() const { return m_slot.token(); }
+    void adopt(const OAuth2TokenData& token) { m_slot.adopt(token); }
+    void DiscardToken() { m_slot.DiscardToken(); }
+    void Clear() { m_slot.Clear(); }
+    [[nodiscard]] QString DescribeOAuth2Token() const { return m_slot.DescribeOAuth2Token(); }
 
-    enum class Stored { Yes, NotEncrypted, SignInGone, Busy };
-    /// Encrypts and keeps a token that was just obtained, in memory and in the file.
-    [[nodiscard]] Stored SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate, const QString& signInId);
-    /// Puts an encrypted token in place, in memory only.
-    void replaceToken(const OAuth2TokenData& token);
-    /// Takes a token of the file over when it is a newer one and can be decrypted.
-    void adopt(const OAuth2TokenData& token);
-    void DiscardToken();
-    /// The user is signed out.
-    void Clear();
-
-    /// `waitToFinish`: waits for what is under way and obtains a token when there is none. With no lock held. Not the workers'
-    /// thread.
+    /// `waitToFinish`: waits for a query or refresh in progress, and queries a token when there is none. The caller holds no
+    /// lock. Not on the workers' thread.
     [[nodiscard]] OAuth2Token GetOAuth2AccessToken(bool waitToFinish, bool refreshIfExpired);
-    /// A synchronous one waits for the end and tells whether it succeeded. Not the workers' thread.
+    /// A synchronous call waits for the end and returns whether it succeeded. Not on the workers' thread.
     bool QueryOAuth2Token(bool synchronous);
     bool refreshToken(bool synchronous, RefreshWorker::Reason reason);
     [[nodiscard]] bool isRefreshTimerActive() const;
@@ -73,13 +64,6 @@ public:
     void acquiredElsewhere();
     void refreshedElsewhere(const QString& consumerKey);
 
-    /// For the log: type, scope and remaining life.
-    [[nodiscard]] QString DescribeOAuth2Token() const;
-
-signals:
-    void OAuth2TokenAvailable();
-    void OAuth2TokenDiscarded();
-
 private:
     void waitForQuery();
     void waitForRefresh();
@@ -88,10 +72,9 @@ private:
     [[nodiscard]] Log::ILogger& log() const { return *m_owner.services().loggers.oauth2; }
 
     ITokenOwner& m_owner;
-    const OAuth2TokenSpec m_spec;
-    mutable QMutex m_tokenMutex;
-    OAuth2TokenData m_token;
-    /// Guards the pointers, which are null before the activation and after `detach`.
+    OAuth2TokenSlot m_slot;
+    /// Guards the pointers, which are null before `Activate` and after `detach`. Workers are called under it, so that they cannot
+    /// be deleted during the call. Nobody waits under it.
     mutable QMutex m_workerMutex;
     OAuth2TokenFetcher* m_fetcher = nullptr;
     OAuth2TokenRefresher* m_refresher = nullptr;

@@ -3,12 +3,11 @@
 #include "Network/Diagnosis/BodyMask.h"
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Tokens/OAuth2/OAuth2Exchange.h"
-#include "Tokens/OAuth2/OAuth2Session.h"
-#include "Values/OAuth2TokenSpecImp.h"
+#include "Tokens/OAuth2/OAuth2QueryLog.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/General/HumanText.h"
 
-#include <QCryptographicHash>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -19,23 +18,12 @@ namespace {
 
 constexpr int retryMs = 30000;
 
-// Scopes are equal whatever their case.
-QString specText(const OAuth2TokenSpec& spec) {
-    return OAuth2TokenSpecImp::of(spec).toText().toLower();
-}
-
-// Scopes are free text; names of locks are not.
-QString lockName(const QString& keyDigest, const OAuth2TokenSpec& spec) {
-    const QByteArray digest = QCryptographicHash::hash(specText(spec).toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
-    return QStringLiteral("Velquor.WebServices.OAuth2TokenQuery.%1.%2").arg(keyDigest, QString::fromLatin1(digest));
-}
-
 } // namespace
 
-OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest)
-    : QueryWorker(owner, flags, oauth2QueryTexts(), lockName(keyDigest, session.spec()),
-                  RequestFlag::oauth2QueryOfSpec.arg(specText(session.spec())))
-    , m_session(session) {}
+OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest)
+    : QueryWorker(owner, flags, &Loggers::oauth2Fetcher, std::make_unique<OAuth2QueryLog>(owner.services().loggers.oauth2Fetcher),
+                  slot.queryLockName(keyDigest), slot.queryFlag())
+    , m_slot(slot) {}
 
 OAuth2TokenFetcher::~OAuth2TokenFetcher() {
     showQuery(false);
@@ -63,7 +51,7 @@ void OAuth2TokenFetcher::gaveUpWaiting() {
 void OAuth2TokenFetcher::TokenAcquired() {
     if (!owner().isOAuth2Enabled())
         return;
-    if (m_session.token().isValid(now())) {
+    if (m_slot.token().isValid(now())) {
         log().information(QStringLiteral(
             "Received web services event TokenAcquired and ignored. OAuth2 token is already available and doesn't need to be queried."));
     } else if (run().isBusy()) {
@@ -78,12 +66,12 @@ void OAuth2TokenFetcher::TokenAcquired() {
 }
 
 void OAuth2TokenFetcher::TokenRefreshed() {
-    if (owner().isOAuth2Enabled() && !m_session.token().isPresent() && !run().isBusy())
+    if (owner().isOAuth2Enabled() && !m_slot.token().isPresent() && !run().isBusy())
         (void)ask(false);
 }
 
 QString OAuth2TokenFetcher::refusal() {
-    m_signInMark = owner().signInId();
+    m_signInId = owner().signInId();
     m_resent = false;
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
@@ -99,10 +87,10 @@ QString OAuth2TokenFetcher::refusal() {
 }
 
 bool OAuth2TokenFetcher::takeFromFile() {
-    // Those who asked while another query ended find its result here.
-    if (m_session.token().isValid(now()))
+    // A caller that started just after another query ended finds its result here.
+    if (m_slot.token().isValid(now()))
         return true;
-    if (!owner().catchUpWithFile(owner().signInId()) || !m_session.token().isValid(now()))
+    if (!owner().catchUpWithFile(owner().signInId()) || !m_slot.token().isValid(now()))
         return false;
     announceLoaded();
     return true;
@@ -111,26 +99,25 @@ bool OAuth2TokenFetcher::takeFromFile() {
 void OAuth2TokenFetcher::announceLoaded() {
     log().information(
         QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
-    m_announced = m_session.token().token;
-    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+    m_announced = m_slot.token().token;
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
 }
 
 void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
-    // The file may have been looked at before the event arrived.
-    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_session.token().isValid(now())
-        && m_session.token().token != m_announced)
+    // The file may have been read before the event arrived; the observers were notified then.
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_slot.token().isValid(now())
+        && m_slot.token().token != m_announced)
         announceLoaded();
 }
 
 bool OAuth2TokenFetcher::request() {
     log().information(QStringLiteral("Getting OAuth2 token"));
     const ConfigurationPointer configuration = owner().configuration();
-    // The server's words for the types differ between query and refresh.
-    const QString type = m_session.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
+    // The server expects another word for the type here than in a refresh.
+    const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("jwt") : QString();
     m_sentTokens = owner().tokens();
-    const Util::SecretBytes form = configuration
-                                       ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_session.scope())
-                                       : Util::SecretBytes();
+    const Util::SecretBytes form =
+        configuration ? oauth2Form(*configuration, m_sentTokens, *services().cryptor, type, m_slot.scope()) : Util::SecretBytes();
     if (form.isEmpty()) {
         log().error(QStringLiteral("Failed to query OAuth2 token. Failed to decrypt the access token."));
         return false;
@@ -147,24 +134,25 @@ void OAuth2TokenFetcher::ignoreResult() {
 }
 
 void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInMark)
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
         return ignoreResult();
     if (isAborted())
         return finish(0);
-    // Disabled since: what was discarded must not come back.
+    // OAuth2 was disabled after the request was sent: the discarded token must not come back.
     if (!owner().isOAuth2Enabled()) {
         log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
         return finish(0);
     }
-    OAuth2Reply reply;
-    if (outcome.hasStatus200() && readOAuth2Reply(outcome.reply.body, now(), reply))
-        return succeeded(reply);
+    const std::optional<OAuth2Reply> reply = outcome.hasStatus200() ? readOAuth2Reply(outcome.reply.body, now()) : std::nullopt;
+    if (reply)
+        return succeeded(*reply);
     failed(outcome);
 }
 
 void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
-    // Another process may have signed the user out, or renewed the OAuth 1.0 token, which spends the one that was sent.
-    if (!owner().catchUpWithFile(m_signInMark))
+    // Another process may have signed the user out, or renewed the OAuth 1.0 token, which invalidates the one that was sent.
+    if (!owner().catchUpWithFile(m_signInId))
         return ignoreResult();
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         if (!request())
@@ -193,23 +181,24 @@ void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
     log().error(text);
     finish(0);
     startQueryTimer(retryMs);
-    owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_slot.spec());
 }
 
 void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     log().information(QStringLiteral("Got OAuth2 token"));
-    switch (m_session.SetToken(reply.token, reply.expiryDate, m_signInMark)) {
-    case OAuth2Session::Stored::NotEncrypted:
+    switch (m_slot.SetToken(reply.token, reply.expiryDate, m_signInId)) {
+    case OAuth2TokenSlot::Stored::NotEncrypted:
         return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
-    case OAuth2Session::Stored::SignInGone: return ignoreResult();
-    case OAuth2Session::Stored::Busy: return gaveUpWaiting();
-    case OAuth2Session::Stored::Yes: break;
+    case OAuth2TokenSlot::Stored::SignInGone: return ignoreResult();
+    case OAuth2TokenSlot::Stored::Busy: return gaveUpWaiting();
+    case OAuth2TokenSlot::Stored::Yes: break;
     }
-    m_announced = m_session.token().token;
+    // Before the run ends: a report of another process about the same token must not notify the observers again.
+    m_announced = m_slot.token().token;
     finish(1);
-    owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_session.spec());
-    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_session.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_slot.spec());
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
 }
 
 } // namespace Velquor::WebServices::Internal

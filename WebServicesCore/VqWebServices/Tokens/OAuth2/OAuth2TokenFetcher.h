@@ -4,24 +4,23 @@
 
 namespace Velquor::WebServices::Internal {
 
-class OAuth2Session;
+class OAuth2TokenSlot;
 struct OAuth2Reply;
 
-/// Asks for the OAuth2 token of a session in exchange for the product's OAuth 1.0 access token; tries again for ever while it
-/// fails.
+/// Requests an OAuth2 token in exchange for the product's OAuth 1.0 access token. Repeats a failed request without end.
 ///
 /// Thread, owner and errors: as of TokenWorker.
 class OAuth2TokenFetcher : public QueryWorker {
     Q_OBJECT
 
 public:
-    OAuth2TokenFetcher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags, const QString& keyDigest);
+    OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest);
     ~OAuth2TokenFetcher() override;
 
 public slots:
-    /// The product's OAuth 1.0 token has been acquired, which is what a query waits for.
+    /// The product's OAuth 1.0 token has been acquired, which a query needs.
     void TokenAcquired();
-    /// It has been renewed: a query that failed because it had expired can be done now.
+    /// The OAuth 1.0 token has been renewed: a query that failed because it had expired can succeed now.
     void TokenRefreshed();
     /// Another process reports that it has acquired the OAuth2 token.
     void OAuth2TokenAcquiredInAnotherProcess();
@@ -46,10 +45,10 @@ private:
     void showQuery(bool isUnderWay);
     void announceLoaded();
 
-    OAuth2Session& m_session;
-    QString m_signInMark;
+    OAuth2TokenSlot& m_slot;
+    QString m_signInId;
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
-    QByteArray m_announced;     ///< The token, encrypted, of which the observers were told last.
+    QByteArray m_announced;     ///< The encrypted token that the observers were last notified of.
     bool m_resent = false;
     bool m_isShown = false; ///< The flag for queries of any kind is set.
 };

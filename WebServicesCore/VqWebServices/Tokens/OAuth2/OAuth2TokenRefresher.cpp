@@ -1,6 +1,12 @@
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 
-#include "Tokens/OAuth2/OAuth2Session.h"
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/ModeWord.h"
+#include "Tokens/OAuth2/OAuth2Exchange.h"
+#include "Tokens/OAuth2/OAuth2RefreshLog.h"
+#include "Tokens/OAuth2/OAuth2TokenSlot.h"
+#include "Tokens/OAuth2/ProductSessionLock.h"
+#include "Tokens/OAuth2/RetrySchedules.h"
 #include "Tokens/Refresh/RefreshTiming.h"
 #include "VqUtil/General/HumanText.h"
 
@@ -8,34 +14,30 @@
 
 namespace Velquor::WebServices::Internal {
 
-namespace {
+using Event = WebServicesPrivateCore::WebServicesEvent;
 
-constexpr int holdOffMs = 30000;
-
-} // namespace
-
-OAuth2TokenRefresher::OAuth2TokenRefresher(ITokenOwner& owner, OAuth2Session& session, IRequestFlags& flags,
+OAuth2TokenRefresher::OAuth2TokenRefresher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags,
                                            RefreshController& controller, RefreshWorker& tokenRefresher,
                                            std::shared_ptr<RunState> queries)
-    : RefreshWorker(owner, oauth2RefreshTexts())
-    , m_session(session)
-    , m_flags(flags)
-    , m_controller(controller)
-    , m_tokenRefresher(tokenRefresher)
+    : RefreshWorker(owner, &Loggers::oauth2Refresher,
+                    std::make_unique<OAuth2RefreshLog>(owner.services().loggers.oauth2Refresher))
+    , m_slot(slot)
     , m_queries(std::move(queries))
-    , m_flag(session.spec().GetType() == JWT ? RequestFlag::oauth2JwtRefresh : RequestFlag::oauth2Refresh)
+    , m_turn(
+          owner, slot, flags, controller, tokenRefresher, poller(), [this] { request(); },
+          [this] { finishAndRetry(busyRetryMs); })
     , m_retry(owner.services().steadyClock) {}
 
 OAuth2TokenRefresher::~OAuth2TokenRefresher() {
-    releaseLocks();
+    m_turn.release();
 }
 
 QDateTime OAuth2TokenRefresher::expiryDate() const {
-    return m_session.token().expiryDate;
+    return m_slot.token().expiryDate;
 }
 
 QByteArray OAuth2TokenRefresher::heldToken() const {
-    return m_session.token().token;
+    return m_slot.token().token;
 }
 
 QString OAuth2TokenRefresher::timerStopReason() const {
@@ -44,22 +46,18 @@ QString OAuth2TokenRefresher::timerStopReason() const {
         return reason;
     if (!owner().isOAuth2Enabled())
         return QStringLiteral("OAuth2 is not enabled");
-    if (!m_session.token().isPresent())
+    if (!m_slot.token().isPresent())
         return QStringLiteral("No OAuth2 token to refresh");
     return m_queries->isBusy() ? QStringLiteral("OAuth2 token query is in progress") : QString();
 }
 
-QString OAuth2TokenRefresher::describeToken(bool& isDue) const {
-    isDue = false;
+RefreshWorker::TokenState OAuth2TokenRefresher::tokenState() const {
     const QString reason = timerStopReason();
-    if (!reason.isEmpty())
-        return reason;
-    isDue = isRetry();
-    return describeExpiry(QStringLiteral("OAuth2 token %1. %2"), isDue);
+    return reason.isEmpty() ? expiryState(QStringLiteral("OAuth2 token %1. %2"), isRetry()) : TokenState{reason, false};
 }
 
 void OAuth2TokenRefresher::TokenRefreshed() {
-    if (std::exchange(m_waitsForToken, false) && isTimerActive())
+    if (m_turn.takePutOffForToken() && isTimerActive())
         (void)ask(false, Reason::Requested);
 }
 
@@ -87,127 +85,190 @@ void OAuth2TokenRefresher::signInGone() {
 }
 
 void OAuth2TokenRefresher::refresh() {
-    m_waitsForToken = false;
-    m_elsewhere = false;
+    m_turn.reset();
     m_resent = false;
     noteSignIn();
-    if (m_retryMark != signInId())
+    // The failures of an earlier sign-in do not count for this one.
+    if (m_retrySignInId != signInId())
         m_retry.end();
     const QString reason = refusal();
     if (!reason.isEmpty())
         return refuse(reason);
-    if (owner().tokens().areExpired(now()))
-        return waitForToken();
-    waitForLock();
+    m_turn.wait(isSynchronous());
 }
 
-void OAuth2TokenRefresher::waitForToken() {
-    if (!isSynchronous()) {
-        m_waitsForToken = true;
-        log().information(QStringLiteral("Skipping OAuth2 token refresh since OAuth1 token has expired. Will retry after %1.")
-                              .arg(Util::timeSpanText(busyRetryMs)));
-        return finishAndRetry(busyRetryMs);
+void OAuth2TokenRefresher::request() {
+    // With the lock held: what another process has stored before it released the lock is in the file now.
+    if (!owner().catchUpWithFile(signInId()))
+        return signInGone();
+    const bool isValid = m_slot.token().isValid(now());
+    const bool isRenewed = isValid && isAnotherToken();
+    if (m_turn.wasBusyElsewhere()) {
+        const auto finished = QStringLiteral("Finished waiting for OAuth2 token refresh to finish in another process. %1.");
+        log().information(finished.arg(isRenewed ? QStringLiteral("Refresh successful") : QStringLiteral("Refresh failed")));
     }
-    log().information(QStringLiteral(
-        "Holding off OAuth2 token refresh and waiting for OAuth1 token to be refreshed since OAuth1 token has expired"));
-    (void)m_tokenRefresher.ask(true, Reason::Expired);
-    const std::shared_ptr<RunState> tokenRun = m_tokenRefresher.runState();
-    poller().start(
-        services().tokenTimeoutMs, [tokenRun] { return !tokenRun->isBusy(); }, [this] { tokenRefreshEnded(); },
-        [this] {
-            log().error(
-                QStringLiteral(
-                    "Failed to refresh OAuth2 token. Timed out while waiting for expired OAuth1 token to be refreshed. Will retry after %1.")
-                    .arg(Util::timeSpanText(busyRetryMs)));
-            finishAndRetry(busyRetryMs);
-        });
-}
-
-void OAuth2TokenRefresher::tokenRefreshEnded() {
-    if (!owner().tokens().areExpired(now()))
-        return waitForLock();
-    log().error(QStringLiteral("Failed to refresh OAuth2 token. Failed to refresh expired OAuth1 token. Will retry after %1.")
-                    .arg(Util::timeSpanText(busyRetryMs)));
-    finishAndRetry(busyRetryMs);
-}
-
-void OAuth2TokenRefresher::waitForLock() {
-    m_claiming.start();
-    poller().start(
-        services().tokenTimeoutMs, [this] { return claim(); }, [this] { lockAcquired(); },
-        [this] {
-            log().error(QStringLiteral(
-                            "Failed to refresh OAuth2 token. Another process holds the lock for too long. Will retry after %1.")
-                            .arg(Util::timeSpanText(busyRetryMs)));
-            finishAndRetry(busyRetryMs);
-        });
-}
-
-bool OAuth2TokenRefresher::claim() {
-    const bool isFlagSet = m_flags.isSetElsewhere(m_flag);
-    const bool hasLock = m_controller.lockOAuth2TokenRefresh();
-    if (hasLock && (!isFlagSet || m_claiming.elapsed() >= RequestFlag::patienceMs))
-        return true;
-    if (hasLock)
-        m_controller.unlockOAuth2TokenRefresh();
-    if (isFlagSet && !std::exchange(m_elsewhere, true)) {
-        log().information(QStringLiteral("Skipping query in this process"));
-        log().information(QStringLiteral("OAuth2 token refresh is in progress in another process. %1.")
-                              .arg(QStringLiteral("Waiting for it to finish")));
+    if (isRenewed)
+        return takeFromFile();
+    if (isOnlyForExpired() && isValid) {
+        finish(1);
+        return updateRefreshTimer();
     }
-    return false;
+    m_turn.publish();
+    log().information(QStringLiteral("Refreshing OAuth2 token %1").arg(modeAdverb(isSynchronous())));
+    sendRequest();
 }
 
-void OAuth2TokenRefresher::lockAcquired() {
-    m_locked = true;
-    log().information(QStringLiteral("Lock acquired for OAuth2 token refresh"));
-    if (m_controller.isTokenRefreshLocked())
-        return holdOff();
-    request();
+Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration& configuration) {
+    // Configuration and tokens must belong together while the form is made.
+    const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
+                                  services().loggers.lock);
+    m_sentTokens = owner().tokens();
+    // The server expects another word for the type here than in a query.
+    const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();
+    return oauth2Form(configuration, m_sentTokens, *services().cryptor, type, m_slot.scope());
 }
 
-bool OAuth2TokenRefresher::claimBetweenTokenRefreshes() {
-    if (m_controller.isTokenRefreshLocked() || !m_controller.lockOAuth2TokenRefresh())
-        return false;
-    // One may have been begun between the two looks.
-    if (!m_controller.isTokenRefreshLocked())
-        return true;
-    m_controller.unlockOAuth2TokenRefresh();
-    return false;
-}
-
-// The lock is given back meanwhile: the OAuth 1.0 refresh may be waiting for it.
-void OAuth2TokenRefresher::holdOff() {
+void OAuth2TokenRefresher::sendRequest() {
+    const ConfigurationPointer configuration = owner().configuration();
+    if (!configuration)
+        return refuse(QStringLiteral("Cannot start OAuth2 token refresh. Configuration has been deleted."));
+    const QString reason = refusal();
+    if (!reason.isEmpty())
+        return refuse(reason);
+    const Util::SecretBytes form = makeForm(*configuration);
+    if (!hasOAuth2Keys(*configuration))
+        return refuse(QStringLiteral("Cannot refresh OAuth2 token: OAuth2 keys not set"));
+    if (form.isEmpty())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Failed to decrypt the access token."));
+    const QUrl url = owner().endPoint(QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint"));
     log().information(
-        QStringLiteral("Holding off OAuth2 token refresh since token refresh is in progress. Waiting for it to finish."));
-    releaseLocks();
-    poller().start(
-        holdOffMs, [this] { return claimBetweenTokenRefreshes(); },
-        [this] {
-            m_locked = true;
-            log().information(QStringLiteral("Lock acquired for OAuth2 token refresh"));
-            request();
-        },
-        [this] {
-            const QString retry = Util::timeSpanText(busyRetryMs);
-            log().warning(
-                isSynchronous()
-                    ? QStringLiteral(
-                          "Failed to refresh OAuth2 token. Timed out while waiting for token refresh to finish. Will retry after %1.")
-                          .arg(retry)
-                    : QStringLiteral("Skipping OAuth2 token refresh since token refresh is in progress. Will retry after %1.")
-                          .arg(retry));
-            finishAndRetry(busyRetryMs);
-        });
+        QStringLiteral("Starting network operation in separate thread to refresh OAuth2 token: %1").arg(displayUrl(url)));
+    noteTriedToken();
+    send(oauth2Request(url), QStringLiteral("POST"), QByteArray(form.data(), form.size()));
 }
 
-void OAuth2TokenRefresher::releaseLocks() {
-    if (!std::exchange(m_locked, false))
+void OAuth2TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
+    log().information(QStringLiteral("OAuth2 token refresh network operation thread finished"));
+    if (isAborted())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. Aborted."));
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
+        return signInGone();
+    // OAuth2 was disabled after the request was sent: the discarded token must not come back.
+    if (!owner().isOAuth2Enabled())
+        return refuse(QStringLiteral("Failed to refresh OAuth2 token. OAuth2 is not enabled."));
+    if (outcome.hasStatus200())
+        return succeeded(outcome);
+    // Status 200 without success is a reply that was cut off: a network fault, not a refusal.
+    if (outcome.reply.status == 0 || outcome.reply.status == 200) {
+        const QString error = outcome.errorText();
+        log().warning(QStringLiteral("Failed to refresh OAuth2 token. Will retry token refresh after %1. %2 %3")
+                          .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
+                               outcome.problemText()));
+        return finishAndRetry(networkRetryMs);
+    }
+    if (outcome.reply.status == 400)
+        return refused();
+    log().error(QStringLiteral("Failed to refresh OAuth2 token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    retryAlongSchedule();
+}
+
+void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
+    const std::optional<OAuth2Reply> reply = readOAuth2Reply(outcome.reply.body, now());
+    if (!reply) {
+        log().error(QStringLiteral(
+            "Failed to refresh OAuth2 token. Failed to parse server response. Response body maybe invalid or empty."));
+        return finishAndRetry(networkRetryMs);
+    }
+    switch (m_slot.SetToken(reply->token, reply->expiryDate, signInId())) {
+    case OAuth2TokenSlot::Stored::NotEncrypted:
+        log().error(QStringLiteral(
+            "Failed to refresh OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
+        return finishAndRetry(networkRetryMs);
+    case OAuth2TokenSlot::Stored::SignInGone: return signInGone();
+    case OAuth2TokenSlot::Stored::Busy: return finishAndRetry(networkRetryMs);
+    case OAuth2TokenSlot::Stored::Yes: break;
+    }
+    log().information(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in %1.")
+                          .arg(Util::timeSpanText(now().msecsTo(reply->expiryDate))));
+    forgetFailures();
+    finish(1);
+    owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_slot.spec());
+    updateRefreshTimer();
+}
+
+void OAuth2TokenRefresher::forgetFailures() {
+    if (!m_retry.isActive())
         return;
-    if (std::exchange(m_published, false))
-        m_flags.clear(m_flag);
-    m_controller.unlockOAuth2TokenRefresh();
-    log().information(QStringLiteral("Lock released for OAuth2 token refresh"));
+    m_retry.end();
+    log().information(QStringLiteral("Ending OAuth2 token refresh retry process"));
+}
+
+void OAuth2TokenRefresher::takeFromFile() {
+    log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
+    forgetFailures();
+    finish(1);
+    owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
+    updateRefreshTimer();
+}
+
+void OAuth2TokenRefresher::refused() {
+    if (isSettledElsewhere())
+        return;
+    // Another process may have renewed the OAuth 1.0 token, which invalidates the one that was sent. Try once with the new one.
+    if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
+        log().warning(
+            QStringLiteral("The OAuth1 token was renewed by another process. Refreshing OAuth2 token with the new one."));
+        return sendRequest();
+    }
+    forgetFailures();
+    giveUp(QStringLiteral("Current OAuth2 token cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+}
+
+void OAuth2TokenRefresher::startRetryProcess() {
+    const OAuth2TokenSpec& spec = m_slot.spec();
+    const std::optional<RetrySchedule> set = RetrySchedules::instance().find(owner().productKey(), spec);
+    if (!set)
+        log().information(QStringLiteral("Using default OAuth2 token refresh retry schedule"));
+    const RetrySchedule schedule = set ? *set : defaultRetrySchedule();
+    log().information(QStringLiteral("Starting OAuth2 token refresh retry process with following schedule:\n%1")
+                          .arg(retryScheduleText(schedule)));
+    m_retrySignInId = signInId();
+    m_retry.start(schedule);
+}
+
+void OAuth2TokenRefresher::retryAlongSchedule() {
+    if (!m_retry.isActive())
+        startRetryProcess();
+    const std::optional<qint64> interval = m_retry.next();
+    if (interval) {
+        log().information(
+            QStringLiteral("OAuth2 token refresh retry process active: Retry attempts so far: %1 in %2. Next retry: in %3")
+                .arg(m_retry.attempts())
+                .arg(Util::timeSpanText(m_retry.elapsed()), Util::timeSpanText(*interval)));
+        return finishAndRetry(static_cast<int>(*interval));
+    }
+    m_retry.end();
+    // The last look at the file before the user is signed out.
+    if (isSettledElsewhere())
+        return;
+    giveUp(
+        QStringLiteral(
+            "Permanently failed to refresh OAuth2 token after %1 attempts in %2. Giving up refresh and logging out (asynchronously) to force a re-login.")
+            .arg(m_retry.attempts())
+            .arg(Util::timeSpanText(m_retry.elapsed())));
+}
+
+void OAuth2TokenRefresher::OAuth2TokenRefreshedInAnotherProcess(const QString& consumerKey) {
+    if (owner().productKey().isEmpty()) {
+        log().error(QStringLiteral(
+            "Received OAuth2TokenRefreshed event from another process. But consumer key is empty in product login session object."));
+        return;
+    }
+    if (owner().productKey() != consumerKey)
+        return;
+    log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
+    (void)owner().catchUpWithFile(owner().signInId());
+    OAuth2TokenAvailable();
 }
 
 } // namespace Velquor::WebServices::Internal

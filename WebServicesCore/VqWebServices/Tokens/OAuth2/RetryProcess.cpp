@@ -10,7 +10,6 @@ RetryProcess::RetryProcess(Clock clock)
 void RetryProcess::start(const StdUtil::RetrySchedule& schedule) {
     m_schedule = schedule;
     m_entry = 0;
-    m_attemptsInEntry = 0;
     m_attempts = 0;
     m_start = m_clock();
     m_entryStart = m_start;
@@ -28,14 +27,12 @@ bool RetryProcess::isOver() const {
 std::optional<qint64> RetryProcess::next() {
     if (!m_active || m_entry >= m_schedule.entries.size())
         return {};
-    ++m_attemptsInEntry;
     ++m_attempts;
     if (isOver())
         return {};
     const bool isLast = m_entry + 1 == m_schedule.entries.size();
     if (!isLast && millisecondsSince(m_entryStart) >= m_schedule.entries[m_entry].period) {
         ++m_entry;
-        m_attemptsInEntry = 0;
         m_entryStart = m_clock();
     }
     return m_schedule.entries[m_entry].interval;

@@ -6,7 +6,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Walks along a retry schedule: asked after each failure when to try again. A value without a timer of its own.
+/// Follows a retry schedule: returns after each failure when to try again. A value without a timer.
 ///
 /// Thread: one at a time. Owner: the refresher.
 class RetryProcess {
@@ -19,11 +19,10 @@ public:
     void end() { m_active = false; }
     [[nodiscard]] bool isActive() const { return m_active; }
 
-    /// Counts a failure: the milliseconds to wait for the next try, or nothing when there is to be none.
+    /// Counts a failure. Returns the milliseconds until the next try, or nothing at the end of the schedule.
     [[nodiscard]] std::optional<qint64> next();
 
     [[nodiscard]] int attempts() const { return m_attempts; }
-    [[nodiscard]] int attemptsInEntry() const { return m_attemptsInEntry; }
     /// Milliseconds since the start.
     [[nodiscard]] qint64 elapsed() const { return millisecondsSince(m_start); }
 
@@ -34,7 +33,6 @@ private:
     Clock m_clock;
     StdUtil::RetrySchedule m_schedule;
     size_t m_entry = 0;
-    int m_attemptsInEntry = 0;
     int m_attempts = 0;
     qint64 m_start = 0;
     qint64 m_entryStart = 0;

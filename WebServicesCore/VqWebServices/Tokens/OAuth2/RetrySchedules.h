@@ -14,24 +14,24 @@ namespace Velquor::WebServices::Internal {
 
 using StdUtil::RetrySchedule;
 
-/// What a refresh of an OAuth2 token does when none was set: 48 hours, at ever longer intervals.
+/// The schedule when none was set: 48 hours, at increasing intervals.
 [[nodiscard]] RetrySchedule defaultRetrySchedule();
 
 /// For the log: one line for each entry and one for the maximum period.
 [[nodiscard]] QString retryScheduleText(const RetrySchedule& schedule);
 
-/// No negative period, every interval from 1 ms to what a timer can wait, and not more entries than anybody needs.
+/// No negative period, every interval from 1 ms to the longest of a timer, and at most 1,000 entries.
 [[nodiscard]] bool isUsableSchedule(const RetrySchedule& schedule);
 
-/// The retry schedules of this process for OAuth2 tokens: one for a product's token goes before the one for all of them, and that
-/// before the default. They are kept over the end of the sessions, and count for those that come later too.
+/// The retry schedules of this process for OAuth2 tokens. The schedule of a product's token wins over the one for all tokens, and
+/// that over the default. They outlive the sessions and apply to later ones too.
 ///
 /// Thread: any. Owner: the process. Errors: a schedule that cannot be used is refused, with one log line.
 class RetrySchedules {
 public:
     static RetrySchedules& instance();
 
-    /// For all tokens of all products; takes the place of every schedule set before.
+    /// For all tokens of all products; replaces every schedule set before.
     bool set(const RetrySchedule& schedule);
     bool set(const QString& productKey, const OAuth2TokenSpec& spec, const RetrySchedule& schedule);
     /// The one that was set for the token; nothing when the default is to be used.

@@ -1,16 +1,14 @@
 #include "Tokens/Query/QueryWorker.h"
 
-#include "VqUtil/General/HumanText.h"
-
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
 
-QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, const QueryTexts& texts, const QString& lockName,
-                         const QString& flag)
-    : TokenWorker(owner, texts.logger)
+QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logger Loggers::*logger,
+                         std::unique_ptr<const QueryLog> steps, const QString& lockName, const QString& flag)
+    : TokenWorker(owner, logger)
     , m_flags(flags)
-    , m_texts(texts)
+    , m_steps(std::move(steps))
     , m_flag(flag)
     , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock) {}
 
@@ -20,40 +18,41 @@ QueryWorker::~QueryWorker() {
 }
 
 QueryWorker::Answer QueryWorker::ask(bool synchronous) {
-    const QString mode = modeWord(synchronous);
-    log().information(m_texts.called.arg(mode.left(1).toUpper() + mode.mid(1),
-                                         isOwnThread() ? QStringLiteral("same") : QStringLiteral("different")));
+    m_steps->called(synchronous, isOwnThread());
     const RunState::Entry entry = run().enter();
     if (entry == RunState::Entry::Closed) {
-        log().error(synchronous ? m_texts.invocationFailed : m_texts.asynchronousInvocationFailed);
+        m_steps->invocationFailed(synchronous);
         return Answer::Refused;
     }
     if (entry == RunState::Entry::Busy) {
-        log().information(synchronous ? m_texts.alreadyInProgress : m_texts.skippedAsynchronous);
-        return synchronous ? Answer::Joined : Answer::Skipped;
+        if (synchronous) {
+            m_steps->joined();
+            return Answer::Joined;
+        }
+        m_steps->skipped();
+        return Answer::Skipped;
     }
-    log().information(synchronous ? m_texts.invoking : m_texts.invokingAsynchronously);
+    m_steps->invoking(synchronous);
     QMetaObject::invokeMethod(
         this, [this, synchronous] { startQuery(synchronous); }, Qt::QueuedConnection);
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services, const QueryTexts& texts) {
+bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services, const QueryLog& steps) {
     const bool succeeded = waiter.wait(services.tokenTimeoutMs).result != 0;
     if (answer == Answer::Joined)
-        (services.loggers.*texts.logger)
-            ->information(texts.waitEnded.arg(succeeded ? QStringLiteral("finished successfully") : QStringLiteral("failed")));
+        steps.joinedWaitEnded(succeeded);
     return succeeded;
 }
 
 void QueryWorker::startQuery(bool synchronous) {
-    log().information((synchronous ? m_texts.slotCalled : m_texts.asynchronousSlotCalled).arg(modeWord(synchronous)));
+    m_steps->slotCalled(synchronous);
     setSynchronous(synchronous);
     doQuery();
 }
 
 void QueryWorker::timerFired() {
-    log().information(m_texts.timerMessage);
+    m_steps->timerFired();
     if (run().enter() != RunState::Entry::Entered)
         return;
     setSynchronous(false);
@@ -62,9 +61,9 @@ void QueryWorker::timerFired() {
 
 void QueryWorker::doQuery() {
     if (isTimerActive())
-        log().information(m_texts.timerStopped);
+        m_steps->timerStopped();
     stopTimer();
-    log().information(m_texts.starting.arg(modeWord(isSynchronous())));
+    m_steps->starting(isSynchronous());
     m_claiming.start();
     if (claim())
         query();
@@ -75,6 +74,7 @@ void QueryWorker::doQuery() {
 bool QueryWorker::claim() {
     if (!m_lock.acquire())
         return false;
+    // The lock decides. A flag without the lock comes from a program that does not know the lock, or is left over.
     m_claimed = m_flags.setUnlessElsewhere(m_flag);
     if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
         m_flags.set(m_flag);
@@ -88,8 +88,7 @@ bool QueryWorker::claim() {
 void QueryWorker::waitForOtherProcess() {
     setElsewhere(true);
     log().information(QStringLiteral("Skipping query in this process"));
-    if (isSynchronous() || m_texts.tellsAsynchronousWait)
-        log().information(m_texts.inProgressElsewhere.arg(QStringLiteral("Waiting for it to finish")));
+    m_steps->waitingForOtherProcess(isSynchronous());
     m_taken = false;
     poller().start(
         services().tokenTimeoutMs,
@@ -99,23 +98,25 @@ void QueryWorker::waitForOtherProcess() {
         },
         [this] { otherProcessEnded(); },
         [this] {
-            log().error(m_texts.failedElsewhere);
+            m_steps->otherProcessTookTooLong();
             gaveUpWaiting();
         });
 }
 
 void QueryWorker::otherProcessEnded() {
     setElsewhere(false);
-    // It may have stored its token between our two looks. When it did not, it has failed or died, and we go on in its place.
+    // The other process may have stored its token since we last read the file. Otherwise it has failed or died, and this process
+    // continues in its place.
     if (m_taken || takeFromFile()) {
-        log().information(m_texts.succeededElsewhere);
+        m_steps->otherProcessSucceeded();
         return finish(1);
     }
-    log().warning(m_texts.failedElsewhere);
+    m_steps->otherProcessFailed();
     query();
 }
 
 void QueryWorker::query() {
+    // With the lock held: what another process has stored before it released the lock is in the file now.
     if (takeFromFile())
         return finish(1);
     const QString reason = refusal();
@@ -129,20 +130,20 @@ void QueryWorker::query() {
 }
 
 void QueryWorker::setHere(bool here) {
-    log().information(m_texts.flagSetHere.arg(here ? QStringLiteral("true") : QStringLiteral("false")));
+    m_steps->flagSetHere(here);
     m_here = here;
 }
 
 void QueryWorker::setElsewhere(bool elsewhere) {
     m_elsewhere = elsewhere;
-    log().information(m_texts.flagSetElsewhere.arg(elsewhere ? QStringLiteral("true") : QStringLiteral("false")));
+    m_steps->flagSetElsewhere(elsewhere);
 }
 
 void QueryWorker::startQueryTimer(int intervalMs) {
     if (isTimerActive() && timerInterval() == intervalMs)
         return;
     startTimer(intervalMs);
-    log().information(m_texts.timerStarted.arg(Util::timeSpanText(intervalMs)));
+    m_steps->timerStarted(intervalMs);
 }
 
 void QueryWorker::finish(int result) {
@@ -155,6 +156,7 @@ void QueryWorker::finish(int result) {
         m_flags.clear(m_flag);
         m_lock.release();
     }
+    // After the lock was released: a caller that wakes up may start the next query.
     run().leave(result);
     emitFinished();
 }

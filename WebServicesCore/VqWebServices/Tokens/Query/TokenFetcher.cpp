@@ -1,6 +1,8 @@
 #include "Tokens/Query/TokenFetcher.h"
 
 #include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/ModeWord.h"
+#include "Tokens/Query/TokenQueryLog.h"
 #include "Tokens/TokenReply.h"
 #include "VqUtil/General/HumanText.h"
 
@@ -16,8 +18,8 @@ constexpr int maximumRetries = 5;
 } // namespace
 
 TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest)
-    : QueryWorker(owner, flags, tokenQueryTexts(), QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest,
-                  RequestFlag::tokenQuery) {
+    : QueryWorker(owner, flags, &Loggers::fetcher, std::make_unique<TokenQueryLog>(owner.services().loggers.fetcher),
+                  QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery) {
     log().information(QStringLiteral("Constructor"));
 }
 
@@ -42,7 +44,7 @@ bool TokenFetcher::CheckAutomaticLogin() {
 }
 
 QString TokenFetcher::refusal() {
-    m_signInMark = owner().signInId();
+    m_signInId = owner().signInId();
     return owner().otherLogin().isFound()
                ? QString()
                : QStringLiteral(
@@ -84,7 +86,8 @@ void TokenFetcher::ignoreResult() {
 
 void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token query network operation thread finished"));
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInMark)
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
         return ignoreResult();
     if (isAborted())
         return finish(0);
@@ -97,15 +100,15 @@ void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 
 void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
-    ProductTokens tokens;
-    if (!readTokenReply(reply, now(), *services().cryptor, tokens)) {
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor);
+    if (!tokens) {
         log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
                         .arg(outcome.reply.dump.join(QLatin1Char('\n'))));
         return finish(0);
     }
     log().information(QStringLiteral("Got token"));
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(tokens, sessionExpiry, m_signInMark)) {
+    switch (owner().store(*tokens, sessionExpiry, m_signInId)) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
@@ -114,7 +117,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
 
 void TokenFetcher::stored(const QByteArray& userName) {
     m_failureCount = 0;
-    // Not every server names the user again.
+    // Some servers do not send the user name here.
     log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
                           .arg(userName.isEmpty() ? owner().user() : QString::fromUtf8(userName)));
     emit TokenAvailable();

@@ -4,8 +4,8 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Signs a product in by itself when another product of the same user is signed in on the same server: asks for an access token
-/// with the session handle of the other one.
+/// Signs a product in automatically when another product of the same user is signed in on the same server: requests an access
+/// token with the session handle of the other product.
 ///
 /// Thread, owner and errors: as of TokenWorker.
 class TokenFetcher : public QueryWorker {
@@ -15,10 +15,10 @@ public:
     TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest);
     ~TokenFetcher() override;
 
-    /// Starts an asynchronous query when another product's sign-in was found; true when one is under way. Any thread.
+    /// Starts an asynchronous query when another product's sign-in was found; true when one is in progress. Any thread.
     bool CheckAutomaticLogin();
 
-    /// Ends the query that is under way, for those who wait for it too. This object's thread.
+    /// Ends the query in progress, and with it every wait for it. This object's thread.
     void AbortTokenQuery();
 
 public slots:
@@ -45,7 +45,7 @@ private:
     void countFailure();
     void giveUp();
 
-    QString m_signInMark;
+    QString m_signInId;
     int m_failureCount = 0;
 };
 

@@ -5,11 +5,11 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Remembers, also over the death of the process, that a refresh was sent whose answer has not arrived.
+/// Remembers that a refresh was sent and its answer has not arrived, also when the process dies.
 ///
-/// The server spends a token when it renews it. When the answer gets lost, the old token is refused from then on although nobody
-/// has ended the sign-in; this tells such a refusal from a real one. An empty file that belongs to the user.
-/// Thread: any, under the lock of the refresh. Errors: a mark that cannot be written is as if it were not set.
+/// The server invalidates a token when it renews it. When the answer is lost, the server refuses the old token although nobody
+/// has ended the sign-in; this file tells such a refusal from a real one. It is empty and belongs to the user. Thread: any, under
+/// the lock of the refresh. Errors: a file that cannot be written counts as not set.
 class PendingRefreshFile {
 public:
     PendingRefreshFile(const QString& keyDigest, const QString& folder)

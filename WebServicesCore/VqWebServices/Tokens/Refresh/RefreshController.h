@@ -14,7 +14,7 @@ class RefreshController : public QObject {
     Q_OBJECT
 
 public:
-    /// `keyDigest` stands for the consumer key in the names of the locks; `folder` is where they live.
+    /// `keyDigest` replaces the consumer key in the names of the locks; `folder` is the folder of the locks.
     RefreshController(const QString& keyDigest, const QString& folder, const QString& consumerKey,
                       const std::shared_ptr<Log::ILogger>& logger);
 
@@ -24,7 +24,7 @@ public:
     [[nodiscard]] bool lockOAuth2TokenRefresh();
     void unlockOAuth2TokenRefresh();
 
-    /// Whether anybody, here or in another process, holds the lock.
+    /// Whether this or another process holds the lock.
     [[nodiscard]] bool isTokenRefreshLocked();
     [[nodiscard]] bool isOAuth2TokenRefreshLocked();
 

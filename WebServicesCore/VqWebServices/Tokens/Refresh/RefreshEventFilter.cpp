@@ -34,7 +34,7 @@ void RefreshEventFilter::show(const QString& consumerKey) {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream << consumerKey << QCoreApplication::applicationPid();
-    // The block takes its own lock where other programs may read it; the last of two writers counts.
+    // The block locks itself against readers; the last of two writers wins.
     if (bytes.size() <= m_block->size() && !m_block->write(bytes))
         m_logger->warning(QStringLiteral("Failed to write shared memory %1. %2").arg(blockKey, m_block->errorText()));
 }

@@ -7,13 +7,13 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Shows the other processes of the user which product's token is being refreshed by which process: a small shared block that
-/// programs of the format look at. Nothing here depends on it.
+/// Shows other processes of the user which process is refreshing which product's token, in a small shared block that other
+/// programs read. Nothing here depends on it.
 ///
 /// Thread: one at a time. Owner: the token refresher. Errors: one log line, and the refresh goes on without it.
 class RefreshEventFilter {
 public:
-    /// `folder` is where the block lies on systems where it is a file.
+    /// `folder` is the folder of the block on systems where it is a file.
     RefreshEventFilter(const QString& folder, std::shared_ptr<Log::ILogger> logger);
 
     void show(const QString& consumerKey);

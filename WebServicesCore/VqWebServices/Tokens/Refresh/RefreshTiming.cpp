@@ -18,7 +18,7 @@ TimerLateness timerLateness(const QDateTime& expected, const QDateTime& now) {
 }
 
 int refreshRetryMs(int failureCount, bool isClockProblem) {
-    // The time service needs a moment to correct the clock; after that a second try makes sense at once.
+    // The time service needs a moment to correct the time; then a second try can succeed at once.
     constexpr int quickTries = 2;
     return isClockProblem && failureCount <= quickTries ? 2000 : 60000;
 }

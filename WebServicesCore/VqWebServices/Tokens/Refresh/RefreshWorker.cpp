@@ -4,82 +4,79 @@
 #include "VqUtil/General/HumanText.h"
 
 #include <QThread>
+#include <utility>
 
 namespace Velquor::WebServices::Internal {
 
-namespace {
-
-QString capitalised(const QString& word) {
-    return word.left(1).toUpper() + word.mid(1);
-}
-
-} // namespace
-
-RefreshWorker::RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts)
-    : TokenWorker(owner, texts.logger)
-    , m_texts(texts) {
+RefreshWorker::RefreshWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger, std::unique_ptr<const RefreshLog> steps)
+    : TokenWorker(owner, logger)
+    , m_steps(std::move(steps)) {
     connect(this, &RefreshWorker::StartRefreshToken, this, &RefreshWorker::StartRefreshTokenSlot, Qt::QueuedConnection);
-    // Moves with this object, and so runs first on its thread.
+    // A posted call moves with this object, so this runs on the new thread before anything else.
     QMetaObject::invokeMethod(
         this, [this] { m_threadId = reinterpret_cast<quintptr>(QThread::currentThreadId()); }, Qt::QueuedConnection);
 }
 
 RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
-    const QString called = isOwnThread() ? m_texts.calledFromOwnThread : m_texts.calledFromOtherThread;
-    log().information(called.arg(capitalised(modeWord(synchronous))));
+    m_steps->called(synchronous, isOwnThread());
     const RunState::Entry entry = run().enter();
     if (entry == RunState::Entry::Closed)
         return Answer::Refused;
     if (entry == RunState::Entry::Busy) {
-        log().information(synchronous ? m_texts.alreadyInProgress : m_texts.skippedAsynchronous);
-        return synchronous ? Answer::Wait : Answer::Skipped;
+        if (synchronous) {
+            m_steps->joined();
+            return Answer::Wait;
+        }
+        m_steps->skipped();
+        return Answer::Skipped;
     }
     m_onlyForExpired = reason == Reason::Expired;
+    // On this thread directly: a queued call would start only after its caller has stopped waiting for it.
     if (isOwnThread()) {
         doRefresh(synchronous);
         return Answer::Started;
     }
-    log().information(m_texts.emittingStart.arg(modeWord(synchronous)).arg(m_threadId.load()));
+    m_steps->emittingStart(synchronous, m_threadId);
     emit StartRefreshToken(synchronous);
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshTexts& texts) {
-    Log::ILogger& logger = *(services.loggers.*texts.logger);
-    logger.information(texts.waiting);
+bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps) {
+    steps.waiting();
     const RunWaiter::Outcome outcome = waiter.wait(services.tokenTimeoutMs);
     const bool succeeded = outcome.result != 0;
-    const QString note = outcome.isTimedOut ? QStringLiteral(" Local event loop timed out.") : QString();
-    logger.information(texts.finishedWaiting.arg(succeeded ? QStringLiteral("succeeded") : QStringLiteral("failed"), note));
+    steps.finishedWaiting(succeeded, outcome.isTimedOut);
     if (outcome.isTimedOut)
-        logger.warning(texts.waitTimedOut);
+        steps.waitTimedOut();
     else if (succeeded)
-        logger.information(texts.waitSucceeded);
+        steps.waitSucceeded();
     else
-        logger.warning(texts.waitFailed.contains(QStringLiteral("%1")) ? texts.waitFailed.arg(outcome.result) : texts.waitFailed);
+        steps.waitFailed(outcome.result);
     return succeeded;
 }
 
 void RefreshWorker::StartRefreshTokenSlot(bool synchronous) {
-    log().information(m_texts.slotCalled.arg(modeWord(synchronous)));
+    m_steps->slotCalled(synchronous);
     doRefresh(synchronous);
 }
 
 void RefreshWorker::doRefresh(bool synchronous) {
     setSynchronous(synchronous);
     m_isRetry = false;
+    // Before the wait for locks, in which another process may renew the token: isAnotherToken() shows it then.
     noteTriedToken();
     stopRefreshTimer();
-    log().information(m_texts.flagSet.arg(QStringLiteral("true")));
-    log().information(m_texts.starting.arg(modeWord(synchronous)));
+    m_steps->flagSet(true);
+    m_steps->starting(synchronous);
     refresh();
 }
 
 void RefreshWorker::finish(int result) {
     poller().stop();
     releaseLocks();
-    log().information(m_texts.flagSet.arg(QStringLiteral("false")));
-    log().information(m_texts.emittingFinished);
+    m_steps->flagSet(false);
+    m_steps->emittingFinished();
+    // After the locks were released: a caller that wakes up may start the next refresh.
     run().leave(result);
     emit RefreshFinishedInternal(result);
 }
@@ -91,6 +88,7 @@ bool RefreshWorker::isAnotherToken() const {
 
 void RefreshWorker::finishAndRetry(int intervalMs) {
     finish(0);
+    // A token that another process has stored during the run needs no retry.
     if (isAnotherToken()) {
         forgetFailures();
         return updateRefreshTimer();
@@ -106,10 +104,10 @@ void RefreshWorker::finishForSignInGone(const QString& text) {
 }
 
 void RefreshWorker::TokenAvailable() {
-    // The end of the run sees to the timer.
+    // The end of the run sets the timer.
     if (run().isBusy())
         return;
-    // Other news than of this token must not bring a try forward that was put off on purpose.
+    // A change that does not concern this token must not start a retry early that was delayed on purpose.
     if (isAnotherToken())
         forgetFailures();
     else if (m_isRetry && isTimerActive() && timerStopReason().isEmpty())
@@ -129,25 +127,25 @@ QString RefreshWorker::sharedStopReason() const {
     return {};
 }
 
-QString RefreshWorker::describeExpiry(const QString& text, bool& isDue) const {
+RefreshWorker::TokenState RefreshWorker::expiryState(const QString& text, bool isRetry) const {
     const qint64 seconds = now().secsTo(expiryDate());
-    isDue = isDue || isTimeToRefresh(seconds);
+    const bool isDue = isRetry || isTimeToRefresh(seconds);
     const QString state =
         seconds <= 0 ? QStringLiteral("has expired") : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
-    return text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now"));
+    return {text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now")), isDue};
 }
 
 void RefreshWorker::updateRefreshTimer() {
     m_isRetry = false;
     const QString reason = timerStopReason();
     if (!reason.isEmpty()) {
-        log().information(m_texts.stoppingTimer.arg(reason));
+        m_steps->stoppingTimer(reason);
         stopRefreshTimer();
         return;
     }
     const QDateTime expiry = expiryDate();
     if (!expiry.isValid()) {
-        log().error(m_texts.invalidExpiry);
+        m_steps->invalidExpiry();
         return;
     }
     startRefreshTimer(refreshIntervalMs(now().secsTo(expiry), shortestIntervalMs()));
@@ -156,12 +154,12 @@ void RefreshWorker::updateRefreshTimer() {
 void RefreshWorker::startRefreshTimer(int intervalMs) {
     startTimer(intervalMs);
     m_expectedArrival = now().addMSecs(intervalMs);
-    log().information(m_texts.timerStarted.arg(Util::timeSpanText(intervalMs)));
+    m_steps->timerStarted(intervalMs);
 }
 
 void RefreshWorker::stopRefreshTimer() {
     if (isTimerActive())
-        log().information(m_texts.timerStopped);
+        m_steps->timerStopped();
     stopTimer();
     m_expectedArrival = {};
 }
@@ -169,26 +167,20 @@ void RefreshWorker::stopRefreshTimer() {
 void RefreshWorker::timerFired() {
     const QDateTime arrival = now();
     const TimerLateness lateness = timerLateness(m_expectedArrival, arrival);
-    if (lateness.isNotable()) {
-        const QString span = Util::timeSpanText(qAbs(lateness.differenceMs));
-        log().warning(m_texts.lateMessage.arg(span, lateness.isEarly() ? QStringLiteral("early") : QStringLiteral("late"),
-                                              m_expectedArrival.toUTC().toString(Qt::ISODate),
-                                              arrival.toUTC().toString(Qt::ISODate)));
-    }
+    if (lateness.isNotable())
+        m_steps->timerLate(lateness, m_expectedArrival, arrival);
     m_expectedArrival = arrival.addMSecs(timerInterval());
-    bool isDue = false;
-    const QString state = describeToken(isDue);
-    log().information(m_texts.timerMessage.arg(state));
-    if (isDue)
+    const TokenState state = tokenState();
+    m_steps->timerFired(state.text);
+    if (state.isDue)
         (void)ask(false, Reason::Requested);
     else
         updateRefreshTimer();
 }
 
 bool RefreshWorker::isSettledElsewhere() {
-    const bool isSignInGone = !owner().catchUpWithFile(m_signInMark);
-    // Whoever renewed the token has spent ours by it. Which of them ends later says nothing: a clock may have been put right
-    // since.
+    const bool isSignInGone = !owner().catchUpWithFile(m_signInId);
+    // Renewing invalidated our token. Expiry dates do not show which is newer: a clock may have been corrected.
     if (isSignInGone)
         signInGone();
     else if (isAnotherToken())
@@ -201,7 +193,7 @@ bool RefreshWorker::isSettledElsewhere() {
 void RefreshWorker::giveUp(const QString& text) {
     log().error(text);
     finish(0);
-    owner().forceLogout(m_signInMark);
+    owner().forceLogout(m_signInId);
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -1,42 +1,41 @@
 #pragma once
 
-#include "Tokens/Refresh/RefreshTexts.h"
+#include "Tokens/Refresh/RefreshLog.h"
 #include "Tokens/TokenWorker.h"
 
 #include <QDateTime>
 
 namespace Velquor::WebServices::Internal {
 
-/// The dance of a refresh, the same for OAuth 1.0 and OAuth2: a timer ahead of the expiry, starts from any thread, one run at a
-/// time, waiting callers. What differs is said by the derived class and its texts.
+/// The steps of a refresh that OAuth 1.0 and OAuth2 share: a timer ahead of the expiry, starts from any thread, one run at a
+/// time, waiting callers. The derived class has what differs, and its RefreshLog the texts.
 ///
 /// Thread, owner and errors: as of TokenWorker.
 class RefreshWorker : public TokenWorker {
     Q_OBJECT
 
 public:
-    RefreshWorker(ITokenOwner& owner, const RefreshTexts& texts);
+    RefreshWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger, std::unique_ptr<const RefreshLog> steps);
 
-    /// Why a refresh is asked for.
+    /// Why a refresh is requested.
     enum class Reason {
-        Requested, ///< A new token is wanted whatever the old one is like.
-        Expired,   ///< The caller found the token expired: nothing is to be done when it is not, after all.
+        Requested, ///< A new token is needed, even if the old one is valid.
+        Expired,   ///< The caller found the token expired; a valid token ends the run without a request.
     };
 
-    /// What a caller does after asking.
+    /// What the caller does next.
     enum class Answer {
-        Refused, ///< Nobody works here any more.
-        Skipped, ///< Asynchronous, and a refresh is under way already.
-        Wait,    ///< Wait for the end of the one that is under way, which may be one's own.
+        Refused, ///< The worker is being destroyed.
+        Skipped, ///< Asynchronous, and a refresh is in progress.
+        Wait,    ///< Wait for the end of the refresh, which may have been in progress before.
         Started, ///< Asynchronous: it was started.
     };
-    /// Any thread, as long as the caller keeps this object from going away. A synchronous caller makes its RunWaiter first.
+    /// Any thread, while the caller prevents the deletion of this object. A synchronous caller constructs its RunWaiter first.
     [[nodiscard]] Answer ask(bool synchronous, Reason reason);
 
-    /// The end of a synchronous call: waits, and tells whether the refresh succeeded. Any thread but the worker's.
-    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshTexts& texts);
-
-    [[nodiscard]] const RefreshTexts& texts() const { return m_texts; }
+    /// The second half of a synchronous call: waits and returns whether the refresh succeeded. Any thread but the worker's.
+    /// The worker may be gone by then, so the caller brings the log along.
+    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps);
 
 signals:
     void StartRefreshToken(bool synchronous);
@@ -44,7 +43,7 @@ signals:
 
 public slots:
     void LoggedIn() { updateRefreshTimer(); }
-    /// There are news of the token or of the sign-in, which may well be the same as before.
+    /// Call when the token or the sign-in may have changed.
     void TokenAvailable();
     void LoggedOut() { stopRefreshTimer(); }
     void StartRefreshTokenSlot(bool synchronous);
@@ -54,67 +53,71 @@ protected:
     [[nodiscard]] virtual QString timerStopReason() const = 0;
     [[nodiscard]] virtual QDateTime expiryDate() const = 0;
     [[nodiscard]] virtual int shortestIntervalMs() const = 0;
-    /// What a timer message finds; `isDue` tells whether to refresh now.
-    [[nodiscard]] virtual QString describeToken(bool& isDue) const = 0;
-    /// The refresh itself, entered once at a time; ends in `finish`.
+    /// What the timer finds when it fires.
+    struct TokenState {
+        QString text;       ///< For the log.
+        bool isDue = false; ///< Refresh now.
+    };
+    [[nodiscard]] virtual TokenState tokenState() const = 0;
+    /// The refresh itself; one at a time, ended by `finish`.
     virtual void refresh() = 0;
-    /// Gives back the locks of a refresh that ends.
+    /// Releases the locks of a refresh that ends.
     virtual void releaseLocks() = 0;
 
     /// The token as it is now, encrypted; empty when there is none.
     [[nodiscard]] virtual QByteArray heldToken() const = 0;
-    /// A token has arrived, whoever obtained it: the failures of the one before count no more.
+    /// There is a new token, from this or another process: the failures of the old one no longer count.
     virtual void forgetFailures() = 0;
 
     /// Ends the run with the token that another process has obtained.
     virtual void takeFromFile() = 0;
-    /// Ends the run since its sign-in is over.
+    /// Ends the run because its sign-in is over.
     virtual void signInGone() = 0;
 
-    /// The reasons that all kinds of refresh share; empty when none of them holds.
+    /// The reasons that all kinds of refresh share; empty when none applies.
     [[nodiscard]] QString sharedStopReason() const;
 
-    /// How long the token still lives and whether it is to be refreshed now, in the words of a timer message ("Token %1. %2").
-    [[nodiscard]] QString describeExpiry(const QString& text, bool& isDue) const;
+    /// The remaining life of the token and whether to refresh it now, as text of the given form ("Token %1. %2").
+    [[nodiscard]] TokenState expiryState(const QString& text, bool isRetry) const;
 
     void updateRefreshTimer();
     void stopRefreshTimer();
     void startRefreshTimer(int intervalMs);
     void finish(int result);
-    /// The end of a run that failed: another try follows, unless another token has arrived meanwhile.
+    /// Ends a failed run. Another try follows, unless a new token has arrived during the run.
     void finishAndRetry(int intervalMs);
-    /// The end of a run whose sign-in is over. There may be another one, with tokens of its own.
+    /// Ends a run whose sign-in is over. There may be a new sign-in with tokens of its own.
     void finishForSignInGone(const QString& text);
 
-    /// A look at the file before the user is signed out: true when the run has ended with that, since another process has renewed
-    /// the token or ended the sign-in.
+    /// Reads the file before the user is signed out. True when that has ended the run: another process has renewed the token or
+    /// ended the sign-in.
     [[nodiscard]] bool isSettledElsewhere();
     /// Ends the run and the sign-in, which cannot be used any more.
     void giveUp(const QString& text);
 
-    /// The sign-in as it was when the run was begun.
-    [[nodiscard]] const QString& signInId() const { return m_signInMark; }
-    void noteSignIn() { m_signInMark = owner().signInId(); }
+    /// The sign-in at the start of the run.
+    [[nodiscard]] const QString& signInId() const { return m_signInId; }
+    void noteSignIn() { m_signInId = owner().signInId(); }
 
-    /// From now on `isAnotherToken` compares with the present one: it is what the server is asked to renew.
+    /// Remembers the present token as the one to renew; `isAnotherToken` compares with it.
     void noteTriedToken() { m_triedToken = heldToken(); }
-    /// Whether there is a token, and another one than that of the present run or of the last one.
+    /// Whether there is another token than the one that the present or last run tried to renew.
     [[nodiscard]] bool isAnotherToken() const;
-    /// The timer runs for another try, whatever the token's life.
+    /// The timer runs for another try, not for the expiry of the token.
     [[nodiscard]] bool isRetry() const { return m_isRetry; }
 
-    /// True when the run was asked for because of an expired token only.
+    /// The run was requested with Reason::Expired.
     [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
 
 private:
-    std::atomic<quintptr> m_threadId{0}; ///< The system's number of this object's thread, for the log; 0 until it runs.
+    std::atomic<quintptr> m_threadId{0}; ///< The system's id of this object's thread, for the log; 0 until it runs.
     void timerFired() final;
     void doRefresh(bool synchronous);
 
-    const RefreshTexts& m_texts;
+    const std::unique_ptr<const RefreshLog> m_steps;
     QDateTime m_expectedArrival;
     QByteArray m_triedToken;
-    QString m_signInMark;
+    QString m_signInId;
     bool m_isRetry = false;
     std::atomic<bool> m_onlyForExpired{false};
 };

@@ -1,29 +1,28 @@
 #include "Tokens/Refresh/TokenRefresher.h"
 
+#include "Network/Diagnosis/DisplayUrl.h"
+#include "Tokens/ModeWord.h"
 #include "Tokens/Refresh/RefreshTiming.h"
+#include "Tokens/Refresh/TokenRefreshLog.h"
+#include "Tokens/TokenReply.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
 
-namespace {
-
-constexpr int oauth2WaitMs = 30000;
-
-} // namespace
+using Event = WebServicesPrivateCore::WebServicesEvent;
 
 TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags,
-                               std::shared_ptr<RunState> queries, const PendingRefreshFile& mark)
-    : RefreshWorker(owner, tokenRefreshTexts())
-    , m_controller(controller)
-    , m_flags(flags)
+                               std::shared_ptr<RunState> queries, const PendingRefreshFile& pending)
+    : RefreshWorker(owner, &Loggers::refresher, std::make_unique<TokenRefreshLog>(owner.services().loggers.refresher))
     , m_queries(std::move(queries))
-    , m_mark(mark)
-    , m_notice(owner.services().lockFolder, owner.services().loggers.refresher) {}
+    , m_pending(pending)
+    , m_turn(
+          owner, controller, flags, poller(), [this] { request(); }, [this] { finishAndRetry(busyRetryMs); }) {}
 
 TokenRefresher::~TokenRefresher() {
-    releaseLocks();
+    m_turn.release();
     log().information(QStringLiteral("TokenRefresher destructor"));
 }
 
@@ -32,13 +31,12 @@ QString TokenRefresher::timerStopReason() const {
     return reason.isEmpty() && m_queries->isBusy() ? QStringLiteral("Login in progress") : reason;
 }
 
-QString TokenRefresher::describeToken(bool& isDue) const {
-    isDue = false;
+RefreshWorker::TokenState TokenRefresher::tokenState() const {
     if (!owner().configuration())
-        return QStringLiteral("No configuration to refresh token");
+        return {QStringLiteral("No configuration to refresh token"), false};
     if (owner().isLoginExpired())
-        return QStringLiteral("Login session has expired. Cannot refresh token");
-    return describeExpiry(QStringLiteral("Token %1. %2"), isDue);
+        return {QStringLiteral("Login session has expired. Cannot refresh token"), false};
+    return expiryState(QStringLiteral("Token %1. %2"), false);
 }
 
 QString TokenRefresher::refusal() const {
@@ -58,41 +56,150 @@ void TokenRefresher::refresh() {
         return finish(0);
     }
     noteSignIn();
-    poller().start(
-        services().tokenTimeoutMs, [this] { return m_controller.lockTokenRefresh(); }, [this] { lockAcquired(); },
-        [this] {
-            log().error(
-                QStringLiteral("Failed to refresh token. Another process holds the lock for too long. Will retry after %1.")
-                    .arg(Util::timeSpanText(busyRetryMs)));
-            finishAndRetry(busyRetryMs);
-        });
+    m_turn.wait(isSynchronous());
 }
 
-void TokenRefresher::lockAcquired() {
-    m_locked = true;
-    log().information(QStringLiteral("Lock acquired for token refresh"));
-    if (m_controller.isOAuth2TokenRefreshLocked())
-        return waitForOAuth2Refresh();
-    request();
+void TokenRefresher::request() {
+    // With the lock held: what another process has stored before it released the lock is in the file now.
+    if (!owner().catchUpWithFile(signInId()))
+        return signInGone();
+    if (isAnotherToken() && !owner().tokens().areExpired(now()))
+        return takeFromFile();
+    if (isOnlyForExpired() && !owner().tokens().areExpired(now())) {
+        finish(1);
+        return updateRefreshTimer();
+    }
+    m_turn.publish();
+    log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
+    m_mayBeSpent = m_pending.isSet();
+    sendRequest(true);
 }
 
-void TokenRefresher::waitForOAuth2Refresh() {
-    log().information(QStringLiteral("OAuth2 token refresh is in progress. Waiting for it to finish."));
-    poller().start(
-        oauth2WaitMs, [this] { return !m_controller.isOAuth2TokenRefreshLocked(); }, [this] { request(); },
-        [this] { oauth2RefreshTookTooLong(); });
+void TokenRefresher::sendRequest(bool withToken) {
+    const ConfigurationPointer configuration = owner().configuration();
+    if (!configuration) {
+        log().error(QStringLiteral("Cannot start token refresh. Configuration has been deleted"));
+        return finish(0);
+    }
+    const QUrl url = owner().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
+    SigningKeys keys = consumerKeys(*configuration);
+    const QString keyError = withToken ? owner().signingKeys(keys) : QString();
+    const Util::SecretBytes handle = services().cryptor->decrypt(owner().tokens().sessionHandle);
+    QNetworkRequest request;
+    if (!keyError.isEmpty() || handle.isEmpty()
+        || !signGet(*services().oauthHost, url, keys, request, {{"oauth_session_handle", handle.view()}})) {
+        log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keyError));
+        return finishAndRetry(networkRetryMs);
+    }
+    log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
+    // Before the request is sent, so that it survives a crash during the request.
+    m_pending.set();
+    noteTriedToken();
+    send(request, QStringLiteral("GET"), {});
 }
 
-void TokenRefresher::oauth2RefreshTookTooLong() {
-    const QString retry = Util::timeSpanText(busyRetryMs);
-    log().warning(
-        isSynchronous()
-            ? QStringLiteral(
-                  "Failed to refresh token. Timed out while waiting for OAuth2 token refresh to finish. Will retry after %1.")
-                  .arg(retry)
-            : QStringLiteral("Skipping token refresh since OAuth2 token refresh is in progress. Will retry after %1.")
-                  .arg(retry));
-    finishAndRetry(busyRetryMs);
+void TokenRefresher::takeFromFile() {
+    log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
+    forgetFailures();
+    finish(1);
+    emit TokenRefreshed(owner().productKey());
+    updateRefreshTimer();
+}
+
+void TokenRefresher::signInGone() {
+    finishForSignInGone(QStringLiteral("Failed to refresh token. Not logged in."));
+}
+
+void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
+    log().information(QStringLiteral("Token refresh network operation thread finished"));
+    if (isAborted()) {
+        log().warning(QStringLiteral("Failed to refresh token. Aborted."));
+        return finish(0);
+    }
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
+        return signInGone();
+    if (outcome.reply.isNull)
+        log().error(QStringLiteral("Failed to refresh token. Reply is null"));
+    if (outcome.hasStatus200())
+        return succeeded(outcome);
+    if (outcome.reply.status == 0 || outcome.reply.status == 200) {
+        const QString error = outcome.errorText();
+        // Status 200 without success is a reply that was cut off: a network fault. The server may have invalidated the old token;
+        // the file or the next try will show.
+        log().warning(QStringLiteral("Failed to refresh token. Will retry token refresh after %1. %2. %3")
+                          .arg(Util::timeSpanText(networkRetryMs), error.isEmpty() ? QStringLiteral("Unknown error") : error,
+                               outcome.problemText()));
+        return finishAndRetry(networkRetryMs);
+    }
+    handleRefusal(outcome);
+}
+
+void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
+    const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor);
+    if (!tokens) {
+        log().error(
+            QStringLiteral("Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
+        return finishAndRetry(networkRetryMs);
+    }
+    const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
+    switch (owner().store(*tokens, sessionExpiry, signInId())) {
+    case StoreResult::SignInGone: return signInGone();
+    // The old token may be invalid now: the pending file stays, so that the next try can do without the token.
+    case StoreResult::Busy: return retryAfter(networkRetryMs);
+    case StoreResult::Stored: return stored(*tokens);
+    }
+}
+
+void TokenRefresher::stored(const ProductTokens& tokens) {
+    m_pending.clear();
+    forgetFailures();
+    log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
+                          .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
+                               Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));
+    finish(1);
+    emit TokenRefreshed(owner().productKey());
+    owner().raiseEvent(Event::TokenRefreshed);
+    updateRefreshTimer();
+}
+
+void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
+    const bool isClock = isClockProblem(outcome.reply.problem);
+    if (isClock)
+        services().clockProblemSeen();
+    log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    if (outcome.reply.status != 400 || isClock)
+        return countFailure(isClock);
+    // Only this refusal is a verdict on the token. Other errors may come from the framework repeating a request without an
+    // answer.
+    m_pending.clear();
+    if (isSettledElsewhere())
+        return;
+    if (std::exchange(m_mayBeSpent, false)) {
+        log().warning(QStringLiteral(
+            "The token may have been spent by a refresh whose answer was lost. Asking for a new one with the session handle alone."));
+        return sendRequest(false);
+    }
+    giveUp(QStringLiteral(
+        "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
+}
+
+void TokenRefresher::retryAfter(int intervalMs) {
+    log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(intervalMs)));
+    finishAndRetry(intervalMs);
+}
+
+void TokenRefresher::countFailure(bool isClockProblem) {
+    if (++m_failureCount < maximumRefreshFailures)
+        return retryAfter(refreshRetryMs(m_failureCount, isClockProblem));
+    forgetFailures();
+    if (isSettledElsewhere())
+        return;
+    giveUp(
+        QStringLiteral(
+            "Failed to refresh token after %1 attempts. Giving up refresh and logging out (asynchronously) to force a re-login.")
+            .arg(maximumRefreshFailures));
 }
 
 void TokenRefresher::AbortRefresh() {
@@ -100,15 +207,6 @@ void TokenRefresher::AbortRefresh() {
         return;
     log().information(QStringLiteral("Aborting token refresh"));
     abort();
-}
-
-void TokenRefresher::releaseLocks() {
-    if (!std::exchange(m_locked, false))
-        return;
-    m_notice.clear();
-    m_flags.clear(RequestFlag::tokenRefresh);
-    m_controller.unlockTokenRefresh();
-    log().information(QStringLiteral("Lock released for token refresh"));
 }
 
 void TokenRefresher::TokenRefreshedInAnotherProcess(const QString& consumerKey) {

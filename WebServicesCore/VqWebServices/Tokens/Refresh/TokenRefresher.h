@@ -1,27 +1,25 @@
 #pragma once
 
-#include "Tokens/IRequestFlags.h"
 #include "Tokens/Refresh/PendingRefreshFile.h"
-#include "Tokens/Refresh/RefreshController.h"
-#include "Tokens/Refresh/RefreshEventFilter.h"
 #include "Tokens/Refresh/RefreshWorker.h"
+#include "Tokens/Refresh/TokenRefreshTurn.h"
 
 namespace Velquor::WebServices::Internal {
 
 /// Renews the OAuth 1.0 access token of a product before it expires, with the product's session handle.
 ///
-/// Before it asks the server it looks at the login state file: another process may have done so. A token that the server refuses
-/// for good signs the user out, unless the file holds another one. Thread, owner and errors: as of TokenWorker.
+/// Before a request it reads the login state file: another process may have renewed the token. When the server refuses the token
+/// for good, the user is signed out, unless the file holds another token. Thread, owner and errors: as of TokenWorker.
 class TokenRefresher : public RefreshWorker {
     Q_OBJECT
 
 public:
-    /// `queries`: the token queries of the same product; while one runs there is nothing to refresh.
+    /// `queries`: the token queries of the same product; during a query there is nothing to refresh.
     TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
-                   const PendingRefreshFile& mark);
+                   const PendingRefreshFile& pending);
     ~TokenRefresher() override;
 
-    /// Ends the refresh that is under way, for those who wait for it too. This object's thread.
+    /// Ends the refresh in progress, and with it every wait for it. This object's thread.
     void AbortRefresh();
 
 signals:
@@ -34,9 +32,9 @@ protected:
     [[nodiscard]] QString timerStopReason() const override;
     [[nodiscard]] QDateTime expiryDate() const override { return owner().tokens().expiryDate; }
     [[nodiscard]] int shortestIntervalMs() const override { return 2000; }
-    [[nodiscard]] QString describeToken(bool& isDue) const override;
+    [[nodiscard]] TokenState tokenState() const override;
     void refresh() override;
-    void releaseLocks() override;
+    void releaseLocks() override { m_turn.release(); }
     void takeFromFile() override;
     void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override { return owner().tokens().accessToken; }
@@ -45,9 +43,6 @@ protected:
 
 private:
     [[nodiscard]] QString refusal() const;
-    void lockAcquired();
-    void waitForOAuth2Refresh();
-    void oauth2RefreshTookTooLong();
     void request();
     void sendRequest(bool withToken);
     void succeeded(const ExchangeOutcome& outcome);
@@ -55,16 +50,12 @@ private:
     void handleRefusal(const ExchangeOutcome& outcome);
     void countFailure(bool isClockProblem);
     void retryAfter(int intervalMs);
-    /// Looks at the file before the user is signed out. True when that has ended the run.
 
-    RefreshController& m_controller;
-    IRequestFlags& m_flags;
     const std::shared_ptr<RunState> m_queries;
-    const PendingRefreshFile m_mark;
-    RefreshEventFilter m_notice;
+    const PendingRefreshFile m_pending;
+    TokenRefreshTurn m_turn;
     int m_failureCount = 0;
-    bool m_locked = false;
-    bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer.
+    bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer; the server may have invalidated the token.
 };
 
 } // namespace Velquor::WebServices::Internal
