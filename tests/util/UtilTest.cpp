@@ -20,8 +20,6 @@ class UtilTest : public QObject {
 private slots:
     void timeSpans_data();
     void timeSpans();
-    void sizes_data();
-    void sizes();
     void goodXml_data();
     void goodXml();
     void hostileXml_data();
@@ -57,27 +55,6 @@ void UtilTest::timeSpans_data() {
 void UtilTest::timeSpans() {
     QFETCH(qint64, milliseconds);
     QTEST(timeSpanText(milliseconds), "text");
-}
-
-void UtilTest::sizes_data() {
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<QString>("text");
-    const auto row = [](qint64 bytes, const char* text) { QTest::newRow(text) << bytes << QString::fromLatin1(text); };
-    row(-1, "unknown");
-    row(0, "0 bytes");
-    row(1, "1 byte");
-    row(10239, "10239 bytes");
-    row(10240, "10.0 KiB");
-    row(12800, "12.5 KiB");
-    row(1048575, "1.0 MiB");
-    row(1048576LL * 4, "4.0 MiB");
-    row(1LL << 40, "1.0 TiB");
-    row(std::numeric_limits<qint64>::max(), "8.0 EiB");
-}
-
-void UtilTest::sizes() {
-    QFETCH(qint64, bytes);
-    QTEST(sizeText(bytes), "text");
 }
 
 void UtilTest::goodXml_data() {

@@ -37,18 +37,4 @@ QString timeSpanText(qint64 milliseconds) {
     return parts.join(QLatin1Char(' '));
 }
 
-QString sizeText(qint64 bytes) {
-    if (bytes < 0)
-        return QStringLiteral("unknown");
-    if (bytes < 10 * 1024)
-        return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(bytes);
-    const char* const names[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    double value = static_cast<double>(bytes) / 1024;
-    int index = 0;
-    // What would be rounded up to "1024.0" belongs to the next unit.
-    for (; value >= 1023.95 && index < 5; ++index)
-        value /= 1024;
-    return QStringLiteral("%1 %2").arg(value, 0, 'f', 1).arg(QLatin1String(names[index]));
-}
-
 } // namespace Velquor::Util

@@ -8,7 +8,4 @@ namespace Velquor::Util {
 /// a negative span starts with "-".
 [[nodiscard]] QString timeSpanText(qint64 milliseconds);
 
-/// A size for people: "1 byte", "2000 bytes" (up to 10 KiB), "12.5 KiB", "4.0 MiB". Negative sizes are "unknown".
-[[nodiscard]] QString sizeText(qint64 bytes);
-
 } // namespace Velquor::Util
