@@ -8,7 +8,7 @@
 
 namespace Velquor::Util {
 
-ProcessStateDependencies systemProcessStateServices(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger) {
+ProcessStateDependencies systemProcessStateDependencies(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger) {
     ProcessStateDependencies services;
     services.lockFolder = sharedBlockFolder(dataFolder);
     services.openBlock = [folder = services.lockFolder](const QString& key) { return openSharedBlock(key, folder); };

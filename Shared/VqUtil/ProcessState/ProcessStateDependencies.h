@@ -20,7 +20,7 @@ struct ProcessStateDependencies {
 };
 
 /// The services of the running system. `dataFolder`, which exists, takes what has no better place.
-[[nodiscard]] ProcessStateDependencies systemProcessStateServices(const QString& dataFolder,
-                                                                  std::shared_ptr<Log::ILogger> logger);
+[[nodiscard]] ProcessStateDependencies systemProcessStateDependencies(const QString& dataFolder,
+                                                                      std::shared_ptr<Log::ILogger> logger);
 
 } // namespace Velquor::Util

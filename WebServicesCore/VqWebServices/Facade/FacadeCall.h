@@ -56,6 +56,16 @@ Result withSession(const char* operation, Result failure, const Work& work) {
     });
 }
 
+/// The facade whose operations name their client. The operations without a client key call it with `defaultKey()`. Thread: any.
+[[nodiscard]] inline WebServicesManagerEx& keyed() {
+    return WebServicesManagerImp::instance();
+}
+
+/// The key of the process's default client. Thread: any.
+[[nodiscard]] inline QString defaultKey() {
+    return WebServicesManagerImp::defaultClientKey();
+}
+
 /// Refuses an operation that needs the network when the log configuration was missing at start-up; since no log exists, the
 /// refusal is a line on the standard output. Returns true when the operation may go on.
 [[nodiscard]] bool mayUseNetwork(const char* refusal);

@@ -1,7 +1,5 @@
 #include "Facade/WebServicesManagerImp.h"
 
-#include "Facade/WebServicesManagerRuntime.h"
-
 #include <QCoreApplication>
 #include <QMutexLocker>
 #include <QReadLocker>
@@ -12,6 +10,23 @@
 namespace Velquor::WebServices {
 
 using namespace Internal;
+
+namespace {
+
+/// Forwards the operations of `IWebServicesManager` to the facade. Thread: any. Owner: the singleton.
+class WebServicesManagerRuntime : public IWebServicesManager {
+public:
+    explicit WebServicesManagerRuntime(WebServicesManager& manager)
+        : m_manager(manager) {}
+
+    int GetUserName(wchar_t* buffer, int size) override { return m_manager.GetUserName(buffer, size); }
+    unsigned int GetLoginExpiryDate() override { return m_manager.GetLoginExpiryDate(); }
+
+private:
+    WebServicesManager& m_manager;
+};
+
+} // namespace
 
 WebServicesManagerImp& WebServicesManagerImp::instance() {
     // Never destroyed: hosts call from the destructors of their own statics.

@@ -1,7 +1,7 @@
 // What support looks at: the state of this process and what the processes show each other.
 
 #include "Facade/FacadeCall.h"
-#include "Runtime/SSOServerHost.h"
+#include "Runtime/HostProduct.h"
 #include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/ProcessState/ProcessState.h"
 

@@ -8,7 +8,10 @@
 #include "VqUtil/Files/NarrowPath.h"
 #include "VqUtil/Platform/HostProcess.h"
 
+#include <QByteArray>
 #include <QFileInfo>
+#include <QMap>
+#include <QStringList>
 #include <boost/format.hpp>
 #include <log4cplus/configurator.h>
 #include <log4cplus/hierarchy.h>
@@ -44,7 +47,30 @@ void reportLevel(const RootLogLevel& level) {
         information(boost::format("Root log level picked up based on configuration"));
 }
 
+QString knownLevel(const QString& text) {
+    static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"),
+                                    QStringLiteral("WARN"),  QStringLiteral("ERROR"), QStringLiteral("FATAL"),
+                                    QStringLiteral("OFF")};
+    const QString level = text.trimmed().toUpper();
+    return levels.contains(level) ? level : QString();
+}
+
+// In bytes, since the name of a folder need not be UTF-8.
+QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByteArray>& properties) {
+    for (auto property = properties.cbegin(); property != properties.cend(); ++property)
+        configuration.replace("${" + property.key() + '}', property.value());
+    return configuration;
+}
+
 } // namespace
+
+RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry) {
+    if (!knownLevel(environment).isEmpty())
+        return {RootLogLevel::Source::Environment, knownLevel(environment)};
+    if (!knownLevel(registry).isEmpty())
+        return {RootLogLevel::Source::Registry, knownLevel(registry)};
+    return {RootLogLevel::Source::Configuration, QStringLiteral("INFO")};
+}
 
 LogConfiguration::LogConfiguration(const QString& folder)
     : m_level(chooseRootLogLevel(qEnvironmentVariable("VQWS_LOGLEVEL"), librarySetting(QStringLiteral("LogLevel"))))

@@ -1,8 +1,19 @@
 #pragma once
 
-#include "Runtime/LogProperties.h"
+#include <QString>
 
 namespace Velquor::WebServices::Internal {
+
+/// The root level of the log and its source. The environment wins over the settings, which win over the default: the settings
+/// hold for all processes, and must not overrule the variable that somebody set for the one process under investigation. A plain
+/// value.
+struct RootLogLevel {
+    enum class Source { Configuration, Environment, Registry } source = Source::Configuration;
+    QString level;
+};
+
+/// An unknown level counts as not set. Thread: any.
+[[nodiscard]] RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry);
 
 /// The log configuration of this process: the file with its properties filled in.
 ///

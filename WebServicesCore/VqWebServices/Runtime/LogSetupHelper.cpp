@@ -1,14 +1,16 @@
 #include "Runtime/LogSetupHelper.h"
 
 #include "Network/Urls/SupportFiles.h"
-#include "Runtime/LogBanner.h"
 #include "Runtime/LogConfiguration.h"
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/SilencedLoggers.h"
 #include "Values/LibrarySettings.h"
+#include "Values/LibraryVersion.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/FileAccess.h"
+#include "VqUtil/Platform/HostProcess.h"
+#include "VqUtil/Platform/SystemProxySettings.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -36,6 +38,18 @@ void reportFailure(const QString& path, const QString& reason) {
     Log::rootLogger().error(QStringLiteral("Failed to setup log"));
     std::puts(QStringLiteral("Failed to setup log: %1: %2").arg(path, reason).toLocal8Bit().constData());
     std::fflush(stdout);
+}
+
+// The library, its host, the system and how the network is reached: what every problem report needs.
+void writeBanner() {
+    Log::ILogger& logger = Log::rootLogger();
+    const QString module = Util::ownModulePath();
+    const QString configuration = QStringLiteral("%1-%2").arg(QStringLiteral("x64"), QStringLiteral("Release"));
+    logger.information(
+        QStringLiteral("%0 module loaded (Version: %1, Config: %2, File: %3) in executable %4")
+            .arg(QFileInfo(module).fileName(), libraryVersion(), configuration, module, Util::hostExecutablePath()));
+    logger.information(QStringLiteral("Operating System: %1 (%2)").arg(Util::systemName(), QStringLiteral("64-bit")));
+    logger.information(QStringLiteral("Proxy settings:\n%1").arg(Util::systemProxySettings().join(QLatin1Char('\n'))));
 }
 
 void writeQueued(const QList<Log::QueuedMessage>& messages) {
@@ -95,7 +109,7 @@ bool LogSetupHelper::SetupLog() {
         SilencedLoggers::silence();
     const QList<Log::QueuedMessage> queued = Log::LogQueue::instance().finish();
     configuration.report(path);
-    writeLogBanner();
+    writeBanner();
     writeQueued(queued);
     return true;
 }
