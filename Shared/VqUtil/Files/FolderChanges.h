@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VqUtil/General/Result.h"
+
 #include <QString>
 #include <QVector>
 #include <memory>
@@ -18,7 +20,7 @@ public:
 
         [[nodiscard]] bool operator==(const Change& other) const { return kind == other.kind && name == other.name; }
     };
-    enum class Result {
+    enum class Outcome {
         Changed,
         Overflow, ///< Changes were lost.
         Gone,     ///< The folder is no longer there under its name, or can no longer be watched. `open` starts anew.
@@ -29,15 +31,14 @@ public:
     FolderChanges();
     ~FolderChanges();
 
-    /// False when the system gives no means to watch anything; `errorText` says why.
-    [[nodiscard]] bool isUsable() const;
-    /// What happens from now on is told. False when the folder is missing or cannot be watched.
-    [[nodiscard]] bool open(const QString& folder);
+    /// Fails when the system has no means to watch anything.
+    [[nodiscard]] Result<void> usable() const;
+    /// `wait` reports the changes from now on. Fails when the folder is missing or cannot be watched.
+    [[nodiscard]] Result<void> open(const QString& folder);
     /// Waits at most `timeoutMs` milliseconds (-1: without limit). Without an open folder it waits for `wake` alone.
-    [[nodiscard]] Result wait(int timeoutMs, QVector<Change>* changes);
+    [[nodiscard]] Outcome wait(int timeoutMs, QVector<Change>* changes);
     /// Ends the wait that goes on, or the next one.
     void wake();
-    [[nodiscard]] QString errorText() const;
 
 private:
     struct Native;

@@ -47,8 +47,8 @@ public:
 
     /// True once the system tells of changes, or will as soon as the folder is there.
     [[nodiscard]] bool begin() {
-        if (!m_changes.isUsable()) {
-            m_watcher.m_logger->error(QStringLiteral("Failed to watch folder %1. %2").arg(m_folder, m_changes.errorText()));
+        if (const Util::Result<void> usable = m_changes.usable(); !usable) {
+            m_watcher.m_logger->error(QStringLiteral("Failed to watch folder %1. %2").arg(m_folder, usable.reason()));
             return false;
         }
         start();
@@ -73,11 +73,11 @@ private:
 };
 
 void FolderWatcher::Worker::run() {
-    const bool isThere = m_changes.open(m_folder);
-    if (!isThere)
-        m_watcher.m_logger->warning(QStringLiteral("Waiting for folder %1 to watch. %2").arg(m_folder, m_changes.errorText()));
+    const Util::Result<void> opened = m_changes.open(m_folder);
+    if (!opened)
+        m_watcher.m_logger->warning(QStringLiteral("Waiting for folder %1 to watch. %2").arg(m_folder, opened.reason()));
     m_begun.release();
-    if (isThere)
+    if (opened)
         watch();
     while (!m_isEnding) {
         search();
@@ -90,8 +90,8 @@ void FolderWatcher::Worker::run() {
 }
 
 void FolderWatcher::Worker::watch() {
-    auto result = FolderChanges::Result::Changed;
-    while (!m_isEnding && result != FolderChanges::Result::Gone) {
+    auto result = FolderChanges::Outcome::Changed;
+    while (!m_isEnding && result != FolderChanges::Outcome::Gone) {
         QVector<FolderChanges::Change> changes;
         result = m_changes.wait(-1, &changes);
         for (const FolderChanges::Change& change : std::as_const(changes)) {
@@ -99,7 +99,7 @@ void FolderWatcher::Worker::watch() {
                 return;
             tell(change.name, actionOf(change.kind));
         }
-        if (result == FolderChanges::Result::Overflow)
+        if (result == FolderChanges::Outcome::Overflow)
             tellAllFiles();
     }
     if (!m_isEnding)

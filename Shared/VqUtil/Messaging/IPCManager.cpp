@@ -124,11 +124,13 @@ void IPCManager::deliver() {
 }
 
 bool IPCManager::send(const QString& name, const QVariantMap& params) {
-    MessageFrame frame;
-    if (!MessageCodec::encode({name, params}, &frame.content)) {
+    const std::optional<QByteArray> content = MessageCodec::encode({name, params});
+    if (!content) {
         m_private->logger->error(QStringLiteral("Failed to send message %1: it holds a value that cannot be sent").arg(name));
         return false;
     }
+    MessageFrame frame;
+    frame.content = *content;
     frame.id = MessageFrame::newId();
     frame.sentMs = MessageJournal::nowMs();
     if (frame.toBytes().isEmpty()) {

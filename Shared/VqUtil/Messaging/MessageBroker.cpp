@@ -128,15 +128,15 @@ void MessageBroker::beThere() {
 }
 
 void MessageBroker::receiveMessage(PeerConnection* peer, const MessageFrame& frame) {
-    MessageCodec::Message message;
-    if (!MessageCodec::decode(frame.content, &message)) {
+    std::optional<MessageCodec::Message> message = MessageCodec::decode(frame.content);
+    if (!message) {
         peer->end(QStringLiteral("it sent a message that cannot be read"));
         return;
     }
     if (!m_seen.add(frame.id))
         return;
     m_all.append(frame.toBytes(), peer->number());
-    if (!isFromBefore(frame) && !m_inbox.add(std::move(message), frame.content.size()))
+    if (!isFromBefore(frame) && !m_inbox.add(std::move(*message), frame.content.size()))
         warn(QStringLiteral("Gave up messages that this process has not received for long: it is busy"));
 }
 

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QVariantMap>
+#include <optional>
 
 namespace Velquor::Util {
 
@@ -17,11 +18,11 @@ struct Message {
     QVariantMap params;
 };
 
-/// False for a value of another type and for maps and lists in each other beyond a depth of 8.
-[[nodiscard]] bool encode(const Message& message, QByteArray* bytes);
+/// Nothing for a value of another type and for maps and lists that are nested more than 8 deep.
+[[nodiscard]] std::optional<QByteArray> encode(const Message& message);
 
 /// Trusts no count and no length: each is held against the bytes that are left. Every byte must be used.
-[[nodiscard]] bool decode(const QByteArray& bytes, Message* message);
+[[nodiscard]] std::optional<Message> decode(const QByteArray& bytes);
 
 } // namespace MessageCodec
 

@@ -183,9 +183,12 @@ bool Reader::map(QVariantMap* map, int depth) {
 
 } // namespace
 
-bool MessageCodec::decode(const QByteArray& bytes, Message* message) {
+std::optional<MessageCodec::Message> MessageCodec::decode(const QByteArray& bytes) {
     Reader reader(bytes);
-    return reader.text(&message->name) && reader.map(&message->params, 1) && reader.isAtEnd();
+    Message message;
+    if (!reader.text(&message.name) || !reader.map(&message.params, 1) || !reader.isAtEnd())
+        return std::nullopt;
+    return message;
 }
 
 } // namespace Velquor::Util

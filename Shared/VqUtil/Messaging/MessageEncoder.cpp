@@ -17,8 +17,8 @@ using MessageTags::Tag;
 
 class Writer {
 public:
-    explicit Writer(QByteArray* bytes)
-        : m_bytes(*bytes) {}
+    explicit Writer(QByteArray& bytes)
+        : m_bytes(bytes) {}
 
     template <typename Number>
     void number(Number value) {
@@ -135,10 +135,13 @@ bool Writer::list(const QVariantList& list, int depth) {
 
 } // namespace
 
-bool MessageCodec::encode(const Message& message, QByteArray* bytes) {
+std::optional<QByteArray> MessageCodec::encode(const Message& message) {
+    QByteArray bytes;
     Writer writer(bytes);
     writer.text(message.name);
-    return writer.map(message.params, 1);
+    if (!writer.map(message.params, 1))
+        return std::nullopt;
+    return bytes;
 }
 
 } // namespace Velquor::Util

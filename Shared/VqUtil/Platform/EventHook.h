@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "VqUtil/General/Result.h"
 
 namespace Velquor::Util {
 
@@ -11,7 +11,7 @@ namespace Velquor::Util {
 namespace EventHook {
 
 [[nodiscard]] bool isInstalled();
-[[nodiscard]] bool install(QString* error);
+[[nodiscard]] Result<void> install();
 void remove();
 
 } // namespace EventHook

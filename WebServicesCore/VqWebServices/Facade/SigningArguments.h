@@ -2,6 +2,8 @@
 
 #include "Session/Operations/RequestSigning.h"
 
+#include <optional>
+
 namespace Velquor::WebServices::Internal {
 
 /// The arguments of `SignRequest` as a caller gives them.
@@ -15,8 +17,8 @@ struct SigningArguments {
     const wchar_t* tokenSecret;
 };
 
-/// Checks the caller's arguments and turns them into an order. False, with one log line, when the URL is no absolute http(s) URL,
+/// Checks the caller's arguments and turns them into an order. Empty, with one log line, when the URL is no absolute http(s) URL,
 /// the parameters are null, nameless or more than 1000, or the method or the mode is unknown. Thread: any.
-[[nodiscard]] bool makeSigningOrder(const SigningArguments& arguments, SigningOrder& order);
+[[nodiscard]] std::optional<SigningOrder> makeSigningOrder(const SigningArguments& arguments);
 
 } // namespace Velquor::WebServices::Internal

@@ -35,11 +35,13 @@ QByteArray cookieHeader(const NetworkCookieJar& jar) {
 }
 
 wchar_t* signWith(LoginSession& session, const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
-    SigningOrder order;
-    if (!session.requireClient(clientKey) || !makeSigningOrder(arguments, order))
+    if (!session.requireClient(clientKey))
         return nullptr;
-    order.checkExpiry = checkExpiry;
-    const QByteArray result = session.SignRequest(clientKey, order);
+    std::optional<SigningOrder> order = makeSigningOrder(arguments);
+    if (!order)
+        return nullptr;
+    order->checkExpiry = checkExpiry;
+    const QByteArray result = session.SignRequest(clientKey, *order);
     return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
 }
 

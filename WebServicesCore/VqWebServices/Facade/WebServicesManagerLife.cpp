@@ -81,11 +81,10 @@ bool WebServicesManager::SetEventHook() {
             return true;
         }
         Log::rootLogger().information(QStringLiteral("Setting event hook"));
-        QString error;
-        if (Util::EventHook::install(&error))
-            return true;
-        Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
-        return false;
+        const Util::Result<void> installed = Util::EventHook::install();
+        if (!installed)
+            Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(installed.reason()));
+        return static_cast<bool>(installed);
     });
 }
 

@@ -77,12 +77,12 @@ LogConfiguration::LogConfiguration(const QString& folder)
     , m_application(QFileInfo(Util::hostExecutablePath()).completeBaseName())
     , m_folder(folder) {}
 
-QString LogConfiguration::apply(const QString& path) const {
+Util::Result<void> LogConfiguration::apply(const QString& path) const {
     const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(path, maximumConfigurationLength);
     if (file.status != Util::AtomicFile::ReadResult::Status::Read)
-        return file.error.isEmpty() ? QStringLiteral("The file is gone") : file.error;
+        return Util::Failure{file.error.isEmpty() ? QStringLiteral("The file is gone") : file.error};
     if (file.data.trimmed().isEmpty())
-        return QStringLiteral("The file is empty");
+        return Util::Failure{QStringLiteral("The file is empty")};
     const QByteArray text = withProperties(file.data, {{"RootLogLevel", m_level.level.toUtf8()},
                                                        {"AppName", m_application.toUtf8()},
                                                        {"LocalAppData", Util::narrowFolderName(m_folder)}});

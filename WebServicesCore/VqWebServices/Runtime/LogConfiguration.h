@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VqUtil/General/Result.h"
+
 #include <QString>
 
 namespace Velquor::WebServices::Internal {
@@ -17,7 +19,7 @@ struct RootLogLevel {
 
 /// The log configuration of this process: the file with its properties filled in.
 ///
-/// Thread: that which sets up the log. Owner: its stack. Errors: a text that says why.
+/// Thread: that which sets up the log. Owner: its stack. Errors: the reason.
 class LogConfiguration {
 public:
     /// `folder`: where the log file goes.
@@ -25,8 +27,8 @@ public:
 
     [[nodiscard]] const QString& folder() const { return m_folder; }
 
-    /// Makes the loggers log as the file says, also those that were silenced. Why it cannot be done; empty on success.
-    [[nodiscard]] QString apply(const QString& path) const;
+    /// Makes the loggers log as the file says, also those that were silenced.
+    [[nodiscard]] Util::Result<void> apply(const QString& path) const;
 
     /// Writes to the log what was applied.
     void report(const QString& path) const;

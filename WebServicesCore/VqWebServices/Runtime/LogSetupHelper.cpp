@@ -100,9 +100,9 @@ bool LogSetupHelper::SetupLog() {
     const LogConfiguration configuration(logFileFolder());
     if (!QDir(configuration.folder()).exists() && !Util::ensureOwnerOnlyFolder(configuration.folder()))
         Log::rootLogger().error(QStringLiteral("Failed to create the folder of the log file %1").arg(configuration.folder()));
-    const QString failure = configuration.apply(path);
-    if (!failure.isEmpty()) {
-        reportFailure(path, failure);
+    const Util::Result<void> applied = configuration.apply(path);
+    if (!applied) {
+        reportFailure(path, applied.reason());
         return false;
     }
     if (isLogDisabled())

@@ -37,15 +37,15 @@ bool isInstalled() {
     return hookOfThread() != nullptr;
 }
 
-bool install(QString* error) {
+Result<void> install() {
     if (isInstalled())
-        return true;
+        return {};
     const HHOOK hook = ::SetWindowsHookExW(WH_GETMESSAGE, &deliverPostedEvents, nullptr, ::GetCurrentThreadId());
     const DWORD code = ::GetLastError();
     hookOfThread().reset(hook);
     if (!hook)
-        *error = systemErrorText(code);
-    return hook != nullptr;
+        return Failure{systemErrorText(code)};
+    return {};
 }
 
 void remove() {

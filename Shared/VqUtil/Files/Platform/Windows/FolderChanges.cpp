@@ -87,8 +87,8 @@ struct FolderChanges::Native {
     ~Native() { close(); }
 
     [[nodiscard]] bool ask();
-    [[nodiscard]] Result take(QVector<Change>* changes);
-    [[nodiscard]] Result lookAgain();
+    [[nodiscard]] Outcome take(QVector<Change>* changes);
+    [[nodiscard]] Outcome lookAgain();
     void parse(DWORD length, QVector<Change>* changes);
     [[nodiscard]] QString longName(const QString& name) const;
     void close();
@@ -99,17 +99,21 @@ FolderChanges::FolderChanges()
 
 FolderChanges::~FolderChanges() = default;
 
-bool FolderChanges::isUsable() const {
-    return m_native->waker.isValid() && m_native->done.isValid();
+Result<void> FolderChanges::usable() const {
+    if (m_native->waker.isValid() && m_native->done.isValid())
+        return {};
+    return Failure{systemErrorText(m_native->code)};
 }
 
-bool FolderChanges::open(const QString& folder) {
+Result<void> FolderChanges::open(const QString& folder) {
     m_native->close();
     m_native->path = folder;
     m_native->parent.open(nativePath(folder + QStringLiteral("/..")));
     m_native->folder = openFolder(folder);
     m_native->code = ::GetLastError();
-    return m_native->folder.isValid() && m_native->ask();
+    if (m_native->folder.isValid() && m_native->ask())
+        return {};
+    return Failure{systemErrorText(m_native->code)};
 }
 
 // The system starts to keep changes with the first call, and keeps them between two calls.
@@ -124,46 +128,46 @@ bool FolderChanges::Native::ask() {
     return isAsked;
 }
 
-FolderChanges::Result FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
+FolderChanges::Outcome FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
     // Also when it is only that too much has changed: the folder is closed then, and who opens it anew looks at all of its files.
     if (m_native->folder.isValid() && !m_native->isAsked && !m_native->ask())
-        return Result::Gone;
+        return Outcome::Gone;
     const HANDLE sources[] = {m_native->waker.get(), m_native->done.get(), m_native->parent.get()};
     const DWORD count = !m_native->isAsked ? 1 : m_native->parent.isValid() ? 3 : 2;
     switch (::WaitForMultipleObjects(count, sources, FALSE, timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs))) {
-    case WAIT_OBJECT_0: return Result::Woken;
+    case WAIT_OBJECT_0: return Outcome::Woken;
     case WAIT_OBJECT_0 + 1: return m_native->take(changes);
     case WAIT_OBJECT_0 + 2: return m_native->lookAgain();
-    case WAIT_TIMEOUT: return Result::TimedOut;
-    default: return Result::Gone;
+    case WAIT_TIMEOUT: return Outcome::TimedOut;
+    default: return Outcome::Gone;
     }
 }
 
-FolderChanges::Result FolderChanges::Native::take(QVector<Change>* changes) {
+FolderChanges::Outcome FolderChanges::Native::take(QVector<Change>* changes) {
     isAsked = false;
     DWORD length = 0;
     if (!::GetOverlappedResult(folder.get(), &overlapped, &length, FALSE)) {
         code = ::GetLastError();
         if (code == ERROR_NOTIFY_ENUM_DIR)
-            return Result::Overflow;
+            return Outcome::Overflow;
         // Held open, the folder could not be made anew.
         folder = WindowsHandle();
-        return Result::Gone;
+        return Outcome::Gone;
     }
     if (length == 0)
-        return Result::Overflow;
+        return Outcome::Overflow;
     parse(length, changes);
-    return Result::Changed;
+    return Outcome::Changed;
 }
 
 // A folder that was removed or moved away may never tell so itself.
-FolderChanges::Result FolderChanges::Native::lookAgain() {
+FolderChanges::Outcome FolderChanges::Native::lookAgain() {
     parent.next();
     const WindowsHandle named = openFolder(path);
     if (named.isValid() && isSameFolder(folder.get(), named.get()))
-        return Result::Changed;
+        return Outcome::Changed;
     close();
-    return Result::Gone;
+    return Outcome::Gone;
 }
 
 void FolderChanges::Native::parse(DWORD length, QVector<Change>* changes) {
@@ -204,10 +208,6 @@ void FolderChanges::Native::close() {
 
 void FolderChanges::wake() {
     ::SetEvent(m_native->waker.get());
-}
-
-QString FolderChanges::errorText() const {
-    return systemErrorText(m_native->code);
 }
 
 } // namespace Velquor::Util
