@@ -10,15 +10,14 @@ namespace Velquor::WebServices::Internal {
 /// Runs one operation of a facade: nothing is thrown to the caller. Thread: any. Errors: the failure result and one log line.
 template <class Result, class Work>
 Result guarded(const char* operation, Result failure, const Work& work) {
-    QString reason;
     try {
         return work();
     } catch (const std::exception& exception) {
-        reason = QString::fromLocal8Bit(exception.what());
+        Log::rootLogger().error(
+            QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), QString::fromLocal8Bit(exception.what())));
     } catch (...) {
-        reason = QStringLiteral("Unknown exception.");
+        Log::rootLogger().error(QStringLiteral("%1 failed. Unknown exception.").arg(QLatin1String(operation)));
     }
-    Log::rootLogger().error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     return failure;
 }
 
@@ -40,8 +39,7 @@ Result withSessionAsIs(const char* operation, Result failure, const Work& work) 
         if (const auto session = WebServicesManagerImp::instance().session())
             return work(*session);
         Log::rootLogger().error(
-            QStringLiteral("%1 failed. %2")
-                .arg(QLatin1String(operation), QStringLiteral("Module not initialized or already uninitialized.")));
+            QStringLiteral("%1 failed. Module not initialized or already uninitialized.").arg(QLatin1String(operation)));
         return failure;
     });
 }
