@@ -70,7 +70,7 @@ void IPCManagerTest::values() {
         QVERIFY(at(sender).manager.send(name, params));
         for (int receiver = 0; receiver < 3; ++receiver) {
             if (receiver != sender)
-                QTRY_COMPARE_WITH_TIMEOUT(at(receiver).heard.size(), 1, patienceMs);
+                QTRY_COMPARE_WITH_TIMEOUT(at(receiver).heard.size(), 1, timeoutIntervalMs);
         }
         QVERIFY(at(sender).heard.isEmpty());
         const auto heard = at(2).heard.first();
@@ -106,7 +106,7 @@ void IPCManagerTest::refusals() {
     QCOMPARE(at(1).manager.send(QString(), {{QStringLiteral("V"), value}}), isTaken);
     QCOMPARE(at(1).logger->texts(Log::Level::Error).size(), isTaken ? 0 : 1);
     QVERIFY(at(1).manager.send(QStringLiteral("After"), {}));
-    QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), isTaken ? 2 : 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), isTaken ? 2 : 1, timeoutIntervalMs);
     QCOMPARE(at(0).heard.first().second.value(QStringLiteral("V")), isTaken ? value : QVariant());
     at(1).manager.stop();
     QVERIFY(!at(1).manager.send(QStringLiteral("Stopped"), {}));
@@ -119,7 +119,7 @@ void IPCManagerTest::oneServer() {
     const auto serving = [this] {
         return std::count_if(m_parties.cbegin(), m_parties.cend(), [](const auto& party) { return party->manager.isServing(); });
     };
-    QTRY_COMPARE_WITH_TIMEOUT(static_cast<int>(serving()), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(static_cast<int>(serving()), 1, timeoutIntervalMs);
     while (m_parties.size() > 2) {
         const auto isServing = [](const auto& party) { return party->manager.isServing(); };
         std::iter_swap(m_parties.begin(), std::find_if_not(m_parties.begin(), m_parties.end(), isServing));
@@ -132,7 +132,7 @@ void IPCManagerTest::oneServer() {
             QVERIFY(at(0).manager.send(QStringLiteral("Numbered"), {{QStringLiteral("Number"), number}}));
         for (size_t index = 1; index < m_parties.size(); ++index) {
             const Party& party = *m_parties.at(index);
-            QTRY_VERIFY_WITH_TIMEOUT(party.numbers().size() >= 100, patienceMs);
+            QTRY_VERIFY_WITH_TIMEOUT(party.numbers().size() >= 100, timeoutIntervalMs);
             QCOMPARE(party.numbers(), expected);
         }
     }
@@ -140,7 +140,7 @@ void IPCManagerTest::oneServer() {
 
 // Somebody tidies up the folder of the socket: newcomers find the server all the same.
 void IPCManagerTest::removedSocket() {
-    const QString file = Util::localServerFile(Util::localServerAddress(m_name, m_folder.path()));
+    const QString file = Util::localServerSocketFile(Util::localServerAddress(m_name, m_folder.path()));
     if (file.isEmpty())
         QSKIP("A server cannot lose its name here");
     QVERIFY(meet(2));
@@ -160,16 +160,16 @@ void IPCManagerTest::newcomer() {
         beginAnew();
         QVERIFY(meet(2));
         QVERIFY(at(1).manager.send(before.first, {}));
-        QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), 1, patienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), 1, timeoutIntervalMs);
         QTest::qWait(10);
         add();
-        for (int attempt = 0; attempt < patienceMs / 10 && at(2).heard.isEmpty(); ++attempt) {
+        for (int attempt = 0; attempt < timeoutIntervalMs / 10 && at(2).heard.isEmpty(); ++attempt) {
             QVERIFY(at(0).manager.send(QStringLiteral("There?"), {}));
             QTest::qWait(10);
         }
         m_parties.erase(m_parties.begin());
         QVERIFY(at(0).manager.send(after.first, {}));
-        QTRY_VERIFY_WITH_TIMEOUT(at(1).heard.contains(after), patienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(at(1).heard.contains(after), timeoutIntervalMs);
         QVERIFY(!at(1).heard.contains(before));
     }
 }
@@ -186,9 +186,9 @@ void IPCManagerTest::manyThreads() {
         }));
         senders.back()->start();
     }
-    QTRY_COMPARE_WITH_TIMEOUT(at(2).heard.size(), threads * each, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(at(2).heard.size(), threads * each, timeoutIntervalMs);
     for (const auto& sender : senders)
-        QVERIFY(sender->wait(patienceMs));
+        QVERIFY(sender->wait(timeoutIntervalMs));
     QHash<QString, int> next;
     for (const auto& heard : qAsConst(at(2).heard))
         QCOMPARE(heard.second.value(QStringLiteral("Number")).toInt(), next[heard.first]++);
@@ -204,10 +204,10 @@ void IPCManagerTest::busyReceiver() {
             QThread::msleep(1);
     }
     const auto hasGivenUp = [this] { return at(1).logger->texts(Log::Level::Warning).size() == 1; };
-    for (int attempt = 0; attempt < patienceMs && !hasGivenUp(); ++attempt)
+    for (int attempt = 0; attempt < timeoutIntervalMs && !hasGivenUp(); ++attempt)
         QThread::msleep(1);
     QVERIFY(hasGivenUp());
-    QTRY_VERIFY_WITH_TIMEOUT(at(1).numbers().endsWith(count - 1), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(at(1).numbers().endsWith(count - 1), timeoutIntervalMs);
     const QVector<int> numbers = at(1).numbers();
     QVERIFY(numbers.size() >= Util::MessageInbox::greatestCount && numbers.size() < count);
     QVERIFY(std::is_sorted(numbers.cbegin(), numbers.cend(), std::less_equal<>()));
@@ -233,7 +233,7 @@ void IPCManagerTest::endInReceiver() {
             ending->stop();
     });
     QVERIFY(ending->start(m_name, m_folder.path()));
-    for (int attempt = 0; attempt < patienceMs / 20 && heard == 0; ++attempt) {
+    for (int attempt = 0; attempt < timeoutIntervalMs / 20 && heard == 0; ++attempt) {
         QVERIFY(at(0).manager.send(QStringLiteral("End"), {}) && at(0).manager.send(QStringLiteral("Another"), {}));
         QTest::qWait(20);
     }
