@@ -19,7 +19,7 @@ class TwoProcesses {
 public:
     TwoProcesses() {
         qputenv("XDG_RUNTIME_DIR", m_folder.path().toLocal8Bit());
-        ProcessStateDependencies services = systemProcessStateServices(m_folder.path(), std::make_shared<QuietLogger>());
+        ProcessStateDependencies services = systemProcessStateDependencies(m_folder.path(), std::make_shared<QuietLogger>());
         busy = std::make_unique<ProcessState>(services);
         services.ownProcessId = 1;
         looking = std::make_unique<ProcessState>(services);

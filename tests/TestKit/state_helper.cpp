@@ -76,7 +76,7 @@ int openOften(const Util::ProcessStateDependencies& services, const QString& key
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    const auto services = Util::systemProcessStateServices(arguments.value(2), Log::makeLogger("Helper"));
+    const auto services = Util::systemProcessStateDependencies(arguments.value(2), Log::makeLogger("Helper"));
     if (arguments.value(3).toInt() > 0)
         return openOften(services, arguments.value(1), arguments.value(3).toInt());
     Util::ProcessState state(services);

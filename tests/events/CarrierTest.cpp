@@ -25,7 +25,7 @@ private slots:
 
     // A folder has the name of the socket.
     void eventsArriveWithoutTheSocket() {
-        const QString file = Util::localServerFile(address());
+        const QString file = Util::localServerSocketFile(address());
         if (file.isEmpty())
             QSKIP("here the name of a local server is no file");
         QVERIFY(QDir().mkpath(file + QStringLiteral("/something")));

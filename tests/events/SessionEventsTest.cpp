@@ -1,7 +1,7 @@
 // A session and the events that it raises and hears: what is sent, what an observer may do to it, and what a change of another
 // process does to it.
 
-#include "Runtime/SSOServerHost.h"
+#include "Runtime/HostProduct.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
 

@@ -84,8 +84,7 @@ struct Outcome {
     }
 
     void take(const MessageFrame& frame) {
-        Util::MessageCodec::Message message;
-        if (frame.kind == MessageFrame::Kind::Message && Util::MessageCodec::decode(frame.content, &message))
+        if (frame.kind == MessageFrame::Kind::Message && Util::MessageCodec::decode(frame.content))
             ++heard;
         else
             isEnded = true;

@@ -125,7 +125,7 @@ private slots:
 
     // The folder of the socket is tidied up: newcomers find the server all the same.
     void aRemovedSocketIsMadeAgain() {
-        const QString file = Util::localServerFile(Util::localServerAddress(m_name, m_folder.path()));
+        const QString file = Util::localServerSocketFile(Util::localServerAddress(m_name, m_folder.path()));
         if (file.isEmpty())
             QSKIP("A server cannot lose its name here");
         QVERIFY(meet(2));

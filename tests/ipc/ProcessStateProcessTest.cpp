@@ -165,7 +165,7 @@ private:
         state->setKey(m_key);
         return state;
     }
-    [[nodiscard]] ProcessStateDependencies services() const { return systemProcessStateServices(m_folder.path(), m_logger); }
+    [[nodiscard]] ProcessStateDependencies services() const { return systemProcessStateDependencies(m_folder.path(), m_logger); }
     [[nodiscard]] bool isEmptied() const { return m_state->dump({}).contains("Processes (0):"); }
 
     QTemporaryDir m_folder;

@@ -1,9 +1,9 @@
 // The identity of the library and the set-up of its log.
 
-#include "Runtime/LogProperties.h"
+#include "Runtime/HostProduct.h"
+#include "Runtime/LogConfiguration.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/RuntimePaths.h"
-#include "Runtime/UserAgentText.h"
 #include "TestKit/Test.h"
 #include "Values/LibrarySettings.h"
 #include "VqLog/LogQueue.h"

@@ -28,27 +28,13 @@ QString timeSpanText(qint64 milliseconds) {
     for (const Unit& unit : units) {
         const qint64 count = milliseconds / unit.milliseconds;
         milliseconds %= unit.milliseconds;
-        // Two units in a row: "1 d 5 s" would pretend to a precision that nobody reads.
+        // Only adjacent units: "1 d 5 s" is more precise than a reader needs.
         if (count > 0)
             parts += QStringLiteral("%1 %2").arg(count).arg(QLatin1String(unit.name));
         if (parts.size() == 2 || (parts.size() == 1 && count == 0))
             break;
     }
     return parts.join(QLatin1Char(' '));
-}
-
-QString sizeText(qint64 bytes) {
-    if (bytes < 0)
-        return QStringLiteral("unknown");
-    if (bytes < 10 * 1024)
-        return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(bytes);
-    const char* const names[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    double value = static_cast<double>(bytes) / 1024;
-    int index = 0;
-    // What would be rounded up to "1024.0" belongs to the next unit.
-    for (; value >= 1023.95 && index < 5; ++index)
-        value /= 1024;
-    return QStringLiteral("%1 %2").arg(value, 0, 'f', 1).arg(QLatin1String(names[index]));
 }
 
 } // namespace Velquor::Util

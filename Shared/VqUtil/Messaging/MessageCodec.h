@@ -3,13 +3,14 @@
 #include <QByteArray>
 #include <QString>
 #include <QVariantMap>
+#include <optional>
 
 namespace Velquor::Util {
 
 /// The bytes of a message: a name and its parameters. Values are bool, the integers, double, QString, QByteArray, QDateTime,
 /// QStringList, the invalid value, and maps and lists of these.
 ///
-/// Thread: any. Errors: false; nothing of a message that is not whole is used.
+/// Thread: any. Errors: no value. A damaged message is refused as a whole.
 namespace MessageCodec {
 
 struct Message {
@@ -17,11 +18,11 @@ struct Message {
     QVariantMap params;
 };
 
-/// False for a value of another type and for maps and lists in each other beyond a depth of 8.
-[[nodiscard]] bool encode(const Message& message, QByteArray* bytes);
+/// Nothing for a value of another type and for maps and lists that are nested more than 8 deep.
+[[nodiscard]] std::optional<QByteArray> encode(const Message& message);
 
-/// Trusts no count and no length: each is held against the bytes that are left. Every byte must be used.
-[[nodiscard]] bool decode(const QByteArray& bytes, Message* message);
+/// Trusts no count and no length: each is checked against the remaining bytes. Bytes after the message are an error.
+[[nodiscard]] std::optional<Message> decode(const QByteArray& bytes);
 
 } // namespace MessageCodec
 

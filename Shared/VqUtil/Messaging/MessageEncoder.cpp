@@ -17,8 +17,8 @@ using MessageTags::Tag;
 
 class Writer {
 public:
-    explicit Writer(QByteArray* bytes)
-        : m_bytes(*bytes) {}
+    explicit Writer(QByteArray& bytes)
+        : m_bytes(bytes) {}
 
     template <typename Number>
     void number(Number value) {
@@ -30,7 +30,7 @@ public:
         number(static_cast<quint32>(value.size()));
         m_bytes.append(value);
     }
-    // By code units, so that a text that is no valid Unicode comes through as it is.
+    // By code units, so that text with invalid Unicode arrives unchanged.
     void text(const QString& value) {
         number(static_cast<quint32>(value.size()));
         for (const QChar unit : value)
@@ -93,7 +93,7 @@ bool Writer::real(double value) {
     return tagged(Tag::Double, bits);
 }
 
-// A time zone is the sender's; its offset at that moment travels in its place.
+// The receiver may not know the sender's time zone, so the message carries the offset at that time.
 bool Writer::time(const QDateTime& time) {
     if (!time.isValid()) {
         tag(Tag::NoTime);
@@ -135,10 +135,13 @@ bool Writer::list(const QVariantList& list, int depth) {
 
 } // namespace
 
-bool MessageCodec::encode(const Message& message, QByteArray* bytes) {
+std::optional<QByteArray> MessageCodec::encode(const Message& message) {
+    QByteArray bytes;
     Writer writer(bytes);
     writer.text(message.name);
-    return writer.map(message.params, 1);
+    if (!writer.map(message.params, 1))
+        return std::nullopt;
+    return bytes;
 }
 
 } // namespace Velquor::Util

@@ -1,28 +1,27 @@
 #include <VqWebServices/WebServicesManager.h>
 
-#include "Facade/DefaultClient.h"
 #include "Facade/FacadeCall.h"
 #include "Network/Urls/UrlStore.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"
 
-// The operations address the default client: each forwards to the keyed facade, or asks the session where there is no key.
+// The operations of the default client. Each forwards to the keyed facade, or calls the session when the operation has no key.
 
 namespace Velquor::WebServices {
 
 using namespace Internal;
 
 bool WebServicesManager::SetConfiguration(const WebServicesConfiguration& configuration) {
-    return keyed().SetConfiguration(self(), configuration);
+    return keyed().SetConfiguration(defaultKey(), configuration);
 }
 
 const WebServicesConfiguration& WebServicesManager::GetConfiguration() {
-    return keyed().GetConfiguration(self());
+    return keyed().GetConfiguration(defaultKey());
 }
 
 bool WebServicesManager::SetServer(Server server) {
-    return keyed().SetServer(self(), server);
+    return keyed().SetServer(defaultKey(), server);
 }
 
 Server WebServicesManager::GetServer() {
@@ -84,19 +83,19 @@ unsigned int WebServicesManager::GetLoginExpiryDate() {
 }
 
 int WebServicesManager::GetLoginCookie(unsigned char*& cookie) {
-    return keyed().GetLoginCookie(self(), cookie);
+    return keyed().GetLoginCookie(defaultKey(), cookie);
 }
 
 bool WebServicesManager::RestoreLogin() {
-    return keyed().RestoreLogin(self());
+    return keyed().RestoreLogin(defaultKey());
 }
 
 bool WebServicesManager::InitiateLogin(wchar_t* url, int size) {
-    return keyed().InitiateLogin(self(), url, size);
+    return keyed().InitiateLogin(defaultKey(), url, size);
 }
 
 bool WebServicesManager::InitiateLogin(wchar_t* url, int size, LoginError& error, int& httpStatus) {
-    return keyed().InitiateLogin(self(), url, size, error, httpStatus);
+    return keyed().InitiateLogin(defaultKey(), url, size, error, httpStatus);
 }
 
 bool WebServicesManager::InitiateLogin(const wchar_t* userName, int, wchar_t* url, int size, LoginError& error, int& httpStatus) {
@@ -107,56 +106,56 @@ bool WebServicesManager::InitiateLogin(const wchar_t* userName, int, wchar_t* ur
 }
 
 bool WebServicesManager::InitiateLogin(const wchar_t* userName, wchar_t* url, int size, LoginErrorEx& error, int& httpStatus) {
-    return keyed().InitiateLogin(self(), userName, url, size, error, httpStatus);
+    return keyed().InitiateLogin(defaultKey(), userName, url, size, error, httpStatus);
 }
 
 bool WebServicesManager::CompleteLogin() {
-    return keyed().CompleteLogin(self());
+    return keyed().CompleteLogin(defaultKey());
 }
 
 bool WebServicesManager::CompleteLogin(const NetworkCookieJar& cookies) {
-    return keyed().CompleteLogin(self(), cookies);
+    return keyed().CompleteLogin(defaultKey(), cookies);
 }
 
 bool WebServicesManager::InitiateLogout(wchar_t* url, int size, NetworkCookieJar& cookies) {
-    return keyed().InitiateLogout(self(), url, size, cookies);
+    return keyed().InitiateLogout(defaultKey(), url, size, cookies);
 }
 
 bool WebServicesManager::CompleteLogout() {
-    return keyed().CompleteLogout(self());
+    return keyed().CompleteLogout(defaultKey());
 }
 
 bool WebServicesManager::Logout() {
-    return keyed().Logout(self());
+    return keyed().Logout(defaultKey());
 }
 
 bool WebServicesManager::IsTokenAvailable() {
-    return keyed().IsTokenAvailable(self());
+    return keyed().IsTokenAvailable(defaultKey());
 }
 
 int WebServicesManager::GetAccessToken(wchar_t* buffer, int size) {
-    return keyed().GetAccessToken(self(), buffer, size);
+    return keyed().GetAccessToken(defaultKey(), buffer, size);
 }
 
 int WebServicesManager::GetAccessToken(wchar_t* buffer, int size, bool checkExpiry) {
-    return keyed().GetAccessToken(self(), buffer, size, checkExpiry);
+    return keyed().GetAccessToken(defaultKey(), buffer, size, checkExpiry);
 }
 
 unsigned int WebServicesManager::GetTokenExpiryDate() {
-    return keyed().GetTokenExpiryDate(self());
+    return keyed().GetTokenExpiryDate(defaultKey());
 }
 
 bool WebServicesManager::IsTokenExpired() {
-    return keyed().IsTokenExpired(self());
+    return keyed().IsTokenExpired(defaultKey());
 }
 
 wchar_t* WebServicesManager::SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
                                          ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret) {
-    return keyed().SignRequest(self(), url, params, count, method, mode, token, tokenSecret);
+    return keyed().SignRequest(defaultKey(), url, params, count, method, mode, token, tokenSecret);
 }
 
 wchar_t* WebServicesManager::SignUrlForBrowser(const wchar_t* url, bool checkExpiry) {
-    return keyed().SignUrlForBrowser(self(), url, checkExpiry);
+    return keyed().SignUrlForBrowser(defaultKey(), url, checkExpiry);
 }
 
 void WebServicesManager::AddObserver(IWebServicesObserver* observer) {

@@ -35,11 +35,13 @@ QByteArray cookieHeader(const NetworkCookieJar& jar) {
 }
 
 wchar_t* signWith(LoginSession& session, const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
-    SigningOrder order;
-    if (!session.requireClient(clientKey) || !makeSigningOrder(arguments, order))
+    if (!session.requireClient(clientKey))
         return nullptr;
-    order.checkExpiry = checkExpiry;
-    const QByteArray result = session.SignRequest(clientKey, order);
+    std::optional<SigningOrder> order = makeSigningOrder(arguments);
+    if (!order)
+        return nullptr;
+    order->checkExpiry = checkExpiry;
+    const QByteArray result = session.SignRequest(clientKey, *order);
     return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
 }
 
@@ -47,8 +49,11 @@ wchar_t* sign(const QString& clientKey, const SigningArguments& arguments, bool 
     if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
         return nullptr;
     return guarded("SignRequest", static_cast<wchar_t*>(nullptr), [&]() -> wchar_t* {
-        if (const auto session = WebServicesManagerImp::instance().session())
+        // Not by `withSession`, only because the refusal without a session has another text.
+        if (const auto session = WebServicesManagerImp::instance().session()) {
+            session->followFile();
             return signWith(*session, clientKey, arguments, checkExpiry);
+        }
         Log::rootLogger().error(
             QStringLiteral("SignRequest failed while signing url %1: Module not initialized or already uninitialized.")
                 .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode))));
@@ -69,7 +74,7 @@ bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebS
         if (isNew)
             session.AddClient(identityOf(clientKey));
         const bool isSet = session.SetConfiguration(clientKey, configuration);
-        // A configuration that was refused makes nobody a client.
+        // A refused configuration must not register a client.
         if (isNew && !isSet)
             session.RemoveClient(clientKey);
         return isSet;
@@ -77,9 +82,9 @@ bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebS
 }
 
 const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QString& clientKey) {
-    // Neither is destroyed: hosts ask from the destructors of their own statics, and keep the reference.
+    // Both are never destroyed: hosts call this from the destructors of their static objects, and keep the reference.
     static const auto* const empty = new ConfigurationPointer(std::make_shared<const WebServicesConfiguration>());
-    // Kept for this thread, so that the reference outlives a change of the configuration on another one.
+    // Per thread, so that the returned reference stays valid when another thread changes the configuration.
     static auto* const kept = new Util::PerThread<ConfigurationPointer>;
     ConfigurationPointer& returned = kept->get();
     returned = withSession("GetConfiguration", ConfigurationPointer(), [&](LoginSession& session) {

@@ -1,7 +1,5 @@
 #include "Facade/WebServicesManagerImp.h"
 
-#include "Facade/WebServicesManagerRuntime.h"
-
 #include <QCoreApplication>
 #include <QMutexLocker>
 #include <QReadLocker>
@@ -13,8 +11,25 @@ namespace Velquor::WebServices {
 
 using namespace Internal;
 
+namespace {
+
+/// Forwards the operations of `IWebServicesManager` to the facade. Thread: any. Owner: the singleton.
+class WebServicesManagerRuntime : public IWebServicesManager {
+public:
+    explicit WebServicesManagerRuntime(WebServicesManager& manager)
+        : m_manager(manager) {}
+
+    int GetUserName(wchar_t* buffer, int size) override { return m_manager.GetUserName(buffer, size); }
+    unsigned int GetLoginExpiryDate() override { return m_manager.GetLoginExpiryDate(); }
+
+private:
+    WebServicesManager& m_manager;
+};
+
+} // namespace
+
 WebServicesManagerImp& WebServicesManagerImp::instance() {
-    // Never destroyed: hosts call from the destructors of their own statics.
+    // Never destroyed: hosts call it from the destructors of their static objects.
     static auto* const singleton = new WebServicesManagerImp;
     return *singleton;
 }
@@ -25,7 +40,7 @@ bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Spe
         if (++m_count >= 2)
             return true;
     }
-    // A start-up that throws must not count, or every later one would count on it.
+    // A start-up that throws must not count: the next call would otherwise skip the start-up and succeed without a session.
     auto giveBack = qScopeGuard([this] {
         const QMutexLocker lock(&m_countMutex);
         --m_count;
@@ -50,6 +65,7 @@ bool WebServicesManagerImp::uninitialize() {
         const QWriteLocker lock(&m_stateLock);
         std::swap(library, m_library);
     }
+    // Without the lock: the workers and observers that it waits for may ask for the session.
     stopLibrary(std::move(library));
     return true;
 }

@@ -1,4 +1,4 @@
-// The static operations of the facade: the life of the library, and what may be called before it.
+// The static operations of the facade: start and stop of the library, and the operations that are allowed before the start.
 
 #include "Facade/FacadeCall.h"
 #include "Network/Urls/SupportFiles.h"
@@ -81,11 +81,10 @@ bool WebServicesManager::SetEventHook() {
             return true;
         }
         Log::rootLogger().information(QStringLiteral("Setting event hook"));
-        QString error;
-        if (Util::EventHook::install(&error))
-            return true;
-        Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(error));
-        return false;
+        const Util::Result<void> installed = Util::EventHook::install();
+        if (!installed)
+            Log::rootLogger().error(QStringLiteral("Failed to set event hook. %1").arg(installed.reason()));
+        return static_cast<bool>(installed);
     });
 }
 

@@ -8,7 +8,10 @@
 #include "VqUtil/Files/NarrowPath.h"
 #include "VqUtil/Platform/HostProcess.h"
 
+#include <QByteArray>
 #include <QFileInfo>
+#include <QMap>
+#include <QStringList>
 #include <boost/format.hpp>
 #include <log4cplus/configurator.h>
 #include <log4cplus/hierarchy.h>
@@ -44,25 +47,49 @@ void reportLevel(const RootLogLevel& level) {
         information(boost::format("Root log level picked up based on configuration"));
 }
 
+QString knownLevel(const QString& text) {
+    static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"),
+                                    QStringLiteral("WARN"),  QStringLiteral("ERROR"), QStringLiteral("FATAL"),
+                                    QStringLiteral("OFF")};
+    const QString level = text.trimmed().toUpper();
+    return levels.contains(level) ? level : QString();
+}
+
+// In bytes, since the name of a folder need not be UTF-8.
+QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByteArray>& properties) {
+    for (auto property = properties.cbegin(); property != properties.cend(); ++property)
+        configuration.replace("${" + property.key() + '}', property.value());
+    return configuration;
+}
+
 } // namespace
+
+RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry) {
+    if (!knownLevel(environment).isEmpty())
+        return {RootLogLevel::Source::Environment, knownLevel(environment)};
+    if (!knownLevel(registry).isEmpty())
+        return {RootLogLevel::Source::Registry, knownLevel(registry)};
+    return {RootLogLevel::Source::Configuration, QStringLiteral("INFO")};
+}
 
 LogConfiguration::LogConfiguration(const QString& folder)
     : m_level(chooseRootLogLevel(qEnvironmentVariable("VQWS_LOGLEVEL"), librarySetting(QStringLiteral("LogLevel"))))
     , m_application(QFileInfo(Util::hostExecutablePath()).completeBaseName())
     , m_folder(folder) {}
 
-QString LogConfiguration::apply(const QString& path) const {
+Util::Result<void> LogConfiguration::apply(const QString& path) const {
     const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(path, maximumConfigurationLength);
     if (file.status != Util::AtomicFile::ReadResult::Status::Read)
-        return file.error.isEmpty() ? QStringLiteral("The file is gone") : file.error;
+        return Util::Failure{file.error.isEmpty() ? QStringLiteral("The file is gone") : file.error};
     if (file.data.trimmed().isEmpty())
-        return QStringLiteral("The file is empty");
+        return Util::Failure{QStringLiteral("The file is empty")};
     const QByteArray text = withProperties(file.data, {{"RootLogLevel", m_level.level.toUtf8()},
                                                        {"AppName", m_application.toUtf8()},
                                                        {"LocalAppData", Util::narrowFolderName(m_folder)}});
     SilencedLoggers::restore();
     std::istringstream stream(text.toStdString());
     log4cplus::PropertyConfigurator(stream).configure();
+    // Created now, so that the report and a later silencing include them.
     for (const QString& name : Loggers::names())
         log4cplus::Logger::getInstance(name.toStdString());
     return {};

@@ -1,14 +1,16 @@
 #include "Runtime/LogSetupHelper.h"
 
 #include "Network/Urls/SupportFiles.h"
-#include "Runtime/LogBanner.h"
 #include "Runtime/LogConfiguration.h"
 #include "Runtime/RuntimePaths.h"
 #include "Runtime/SilencedLoggers.h"
 #include "Values/LibrarySettings.h"
+#include "Values/LibraryVersion.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/FileAccess.h"
+#include "VqUtil/Platform/HostProcess.h"
+#include "VqUtil/Platform/SystemProxySettings.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -31,11 +33,23 @@ bool isLogDisabled() {
     return value == QStringLiteral("0") || value.compare(QStringLiteral("false"), Qt::CaseInsensitive) == 0;
 }
 
-// Nothing reads the queue when there is no log, so the reason goes where the host's own output goes.
+// Without a log the queued messages are never written, so the reason also goes to the standard output.
 void reportFailure(const QString& path, const QString& reason) {
     Log::rootLogger().error(QStringLiteral("Failed to setup log"));
     std::puts(QStringLiteral("Failed to setup log: %1: %2").arg(path, reason).toLocal8Bit().constData());
     std::fflush(stdout);
+}
+
+// The library, its host, the system and how the network is reached: what every problem report needs.
+void writeBanner() {
+    Log::ILogger& logger = Log::rootLogger();
+    const QString module = Util::ownModulePath();
+    const QString configuration = QStringLiteral("%1-%2").arg(QStringLiteral("x64"), QStringLiteral("Release"));
+    logger.information(
+        QStringLiteral("%0 module loaded (Version: %1, Config: %2, File: %3) in executable %4")
+            .arg(QFileInfo(module).fileName(), libraryVersion(), configuration, module, Util::hostExecutablePath()));
+    logger.information(QStringLiteral("Operating System: %1 (%2)").arg(Util::systemName(), QStringLiteral("64-bit")));
+    logger.information(QStringLiteral("Proxy settings:\n%1").arg(Util::systemProxySettings().join(QLatin1Char('\n'))));
 }
 
 void writeQueued(const QList<Log::QueuedMessage>& messages) {
@@ -86,16 +100,17 @@ bool LogSetupHelper::SetupLog() {
     const LogConfiguration configuration(logFileFolder());
     if (!QDir(configuration.folder()).exists() && !Util::ensureOwnerOnlyFolder(configuration.folder()))
         Log::rootLogger().error(QStringLiteral("Failed to create the folder of the log file %1").arg(configuration.folder()));
-    const QString failure = configuration.apply(path);
-    if (!failure.isEmpty()) {
-        reportFailure(path, failure);
+    const Util::Result<void> applied = configuration.apply(path);
+    if (!applied) {
+        reportFailure(path, applied.reason());
         return false;
     }
     if (isLogDisabled())
         SilencedLoggers::silence();
+    // Before the report: from now on messages are written, and the queued ones follow after the banner.
     const QList<Log::QueuedMessage> queued = Log::LogQueue::instance().finish();
     configuration.report(path);
-    writeLogBanner();
+    writeBanner();
     writeQueued(queued);
     return true;
 }

@@ -5,11 +5,10 @@
 #include "Network/Proxy/ProxyPrompt.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Network/UserAgent.h"
+#include "Runtime/HostProduct.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/PluginPaths.h"
 #include "Runtime/RuntimePaths.h"
-#include "Runtime/SSOServerHost.h"
-#include "Runtime/UserAgentText.h"
 #include "Session/SessionProxyStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
@@ -18,7 +17,6 @@
 #include "Values/OAuth2TokenSpecImp.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
-#include "VqUtil/Crypto/LazyCryptor.h"
 #include "VqUtil/Crypto/UserCryptor.h"
 #include "VqUtil/Crypto/UserRsaCryptor.h"
 #include "VqUtil/Files/FileAccess.h"
@@ -31,7 +29,11 @@
 #include <QSslConfiguration>
 #include <QSslSocket>
 #include <cstdio>
+#include <functional>
+#include <memory>
+#include <mutex>
 #include <openssl/crypto.h>
+#include <utility>
 
 namespace Velquor::WebServices::Internal {
 
@@ -63,23 +65,50 @@ void checkSsl() {
     Log::rootLogger().error(QStringLiteral("Ssl initialization failed%1").arg(reason));
 }
 
-// Timers, queued signals and network replies need an application object; a host without Qt has none.
+// Timers, queued signals and network replies need an application object. A host without Qt has none.
 void ensureApplication() {
     if (QCoreApplication::instance())
         return;
     static int count = 1;
     static char name[] = "VqWebServices";
     static char* arguments[] = {name, nullptr};
-    // Never destroyed: at the end of the process nobody can tell whether other libraries still use it.
+    // Never destroyed: other libraries may still use it at the end of the process.
     new QCoreApplication(count, arguments);
 }
+
+/// Opens the user's key at its first use: creating a key takes a noticeable moment, which must not delay the start of a host.
+/// Thread: any.
+class LazyCryptor : public Util::ICryptor {
+public:
+    using Maker = std::function<std::shared_ptr<Util::ICryptor>()>;
+
+    explicit LazyCryptor(Maker maker)
+        : m_maker(std::move(maker)) {}
+
+    [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override {
+        return clear.isEmpty() ? QByteArray() : inner().encrypt(clear);
+    }
+    [[nodiscard]] Util::SecretBytes decrypt(const QByteArray& text) override {
+        return text.isEmpty() ? Util::SecretBytes() : inner().decrypt(text);
+    }
+
+private:
+    Util::ICryptor& inner() {
+        std::call_once(m_once, [this] { m_inner = m_maker(); });
+        return *m_inner;
+    }
+
+    const Maker m_maker;
+    std::once_flag m_once;
+    std::shared_ptr<Util::ICryptor> m_inner;
+};
 
 std::shared_ptr<Util::ICryptor> makeCryptor(const std::shared_ptr<Log::ILogger>& sessionLogger) {
     const auto make = [sessionLogger]() -> std::shared_ptr<Util::ICryptor> {
         return std::make_shared<Util::UserCryptor>(Util::openUserRsaCryptor(RuntimePaths::userKeyFolder(), sessionLogger),
                                                    sessionLogger);
     };
-    return std::make_shared<Util::CachingCryptor>(std::make_shared<Util::LazyCryptor>(make));
+    return std::make_shared<Util::CachingCryptor>(std::make_shared<LazyCryptor>(make));
 }
 
 std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const Loggers& loggers) {
@@ -93,7 +122,7 @@ std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const Loggers& loggers) {
 std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::ILogger>& logger) {
     if (!Util::ensureOwnerOnlyFolder(RuntimePaths::dataPath()))
         logger->error(QStringLiteral("Failed to create the data folder %1").arg(RuntimePaths::dataPath()));
-    auto state = std::make_shared<Util::ProcessState>(Util::systemProcessStateServices(RuntimePaths::dataPath(), logger));
+    auto state = std::make_shared<Util::ProcessState>(Util::systemProcessStateDependencies(RuntimePaths::dataPath(), logger));
     state->setKey(QStringLiteral("Velquor.WebServices.ProcessState"));
     return state;
 }
@@ -151,7 +180,7 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
     Log::rootLogger().information(loadedSslVersionLine());
     startSession(started, defaultClientKey, oauth2Specs);
-    // A configuration that is there but cannot be applied costs the log, not the user's sign-in; the set-up says why.
+    // A log configuration that cannot be applied must not prevent the sign-in. The set-up reports the reason.
     (void)LogSetupHelper::SetupLog();
     Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1")
                                       .arg(oauth2Specs.isEmpty() ? QStringLiteral("Disabled") : QStringLiteral("Enabled")));
@@ -166,6 +195,7 @@ void stopLibrary(StartedLibrary library) {
         return;
     Log::rootLogger().information(QStringLiteral("Uninitializing Web Services"));
     ProxyPrompt::instance().close();
+    // The session first: its workers use the time service until they have ended.
     library.session->stop();
     library.timeService->stop();
     library.session.reset();

@@ -6,9 +6,8 @@ bool isInstalled() {
     return false;
 }
 
-bool install(QString* error) {
-    *error = QStringLiteral("This system has no message queue to hook. Call DispatchEvent from the main loop instead.");
-    return false;
+Result<void> install() {
+    return Failure{QStringLiteral("This system has no message queue to hook. Call DispatchEvent from the main loop instead.")};
 }
 
 void remove() {}

@@ -14,7 +14,7 @@ namespace Velquor::Util {
 
 namespace {
 
-// A file that is empty before and after it is rewritten changes by its closing only.
+// IN_CLOSE_WRITE too: it is the only event when an empty file is rewritten and stays empty.
 constexpr uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO
                                    | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr uint32_t endingEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
@@ -39,8 +39,8 @@ struct FolderChanges::Native {
     FileDescriptor waker{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     int watch = -1;
 
-    [[nodiscard]] Result read(QVector<Change>* changes);
-    [[nodiscard]] Result take(const inotify_event& event, QVector<Change>* changes);
+    [[nodiscard]] Outcome read(QVector<Change>* changes);
+    [[nodiscard]] Outcome take(const inotify_event& event, QVector<Change>* changes);
     [[nodiscard]] bool wasWoken() const {
         quint64 count = 0;
         return ::read(waker.get(), &count, sizeof count) == sizeof count;
@@ -52,83 +52,83 @@ FolderChanges::FolderChanges()
 
 FolderChanges::~FolderChanges() = default;
 
-bool FolderChanges::isUsable() const {
-    return m_native->notifications.isValid() && m_native->waker.isValid();
+Result<void> FolderChanges::usable() const {
+    if (m_native->notifications.isValid() && m_native->waker.isValid())
+        return {};
+    return Failure{qt_error_string(m_native->code)};
 }
 
-// A new instance each time: what is queued in the old one belongs to a folder that is gone.
-bool FolderChanges::open(const QString& folder) {
+// A new inotify instance each time: events queued in the old one belong to a folder that is gone.
+Result<void> FolderChanges::open(const QString& folder) {
     m_native->watch = -1;
     m_native->notifications.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (m_native->notifications.isValid())
         m_native->watch =
             ::inotify_add_watch(m_native->notifications.get(), QFile::encodeName(folder).constData(), watchedEvents);
     m_native->code = errno;
-    return m_native->watch >= 0;
+    if (m_native->watch >= 0)
+        return {};
+    return Failure{qt_error_string(m_native->code)};
 }
 
-FolderChanges::Result FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
+FolderChanges::Outcome FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
     const QDeadlineTimer deadline = timeoutMs < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(timeoutMs);
     for (;;) {
         const int watched = m_native->watch >= 0 ? m_native->notifications.get() : -1;
         pollfd sources[] = {{m_native->waker.get(), POLLIN, 0}, {watched, POLLIN, 0}};
         const int ready = ::poll(sources, 2, static_cast<int>(deadline.remainingTime()));
         if (ready == 0)
-            return Result::TimedOut;
+            return Outcome::TimedOut;
         if (ready < 0 && errno != EINTR)
-            return Result::Gone;
+            return Outcome::Gone;
         if (ready > 0 && m_native->wasWoken())
-            return Result::Woken;
+            return Outcome::Woken;
         if (ready > 0 && sources[1].revents != 0) {
-            const Result result = m_native->read(changes);
-            if (result != Result::Changed || !changes->isEmpty())
+            const Outcome result = m_native->read(changes);
+            if (result != Outcome::Changed || !changes->isEmpty())
                 return result;
         }
     }
 }
 
-FolderChanges::Result FolderChanges::Native::read(QVector<Change>* changes) {
+FolderChanges::Outcome FolderChanges::Native::read(QVector<Change>* changes) {
     alignas(inotify_event) char buffer[16 * 1024];
     const ssize_t length = ::read(notifications.get(), buffer, sizeof buffer);
     if (length < 0)
-        return errno == EAGAIN || errno == EINTR ? Result::Changed : Result::Gone;
-    Result result = Result::Changed;
-    for (ssize_t place = 0; place < length && result != Result::Gone;) {
+        return errno == EAGAIN || errno == EINTR ? Outcome::Changed : Outcome::Gone;
+    Outcome result = Outcome::Changed;
+    for (ssize_t place = 0; place < length && result != Outcome::Gone;) {
         const auto* const event = reinterpret_cast<const inotify_event*>(buffer + place);
         place += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-        const Result told = take(*event, changes);
-        if (told != Result::Changed)
-            result = told;
+        const Outcome outcome = take(*event, changes);
+        if (outcome != Outcome::Changed)
+            result = outcome;
     }
     return result;
 }
 
-FolderChanges::Result FolderChanges::Native::take(const inotify_event& event, QVector<Change>* changes) {
+FolderChanges::Outcome FolderChanges::Native::take(const inotify_event& event, QVector<Change>* changes) {
     if (event.mask & IN_Q_OVERFLOW)
-        return Result::Overflow;
+        return Outcome::Overflow;
     if (event.wd != watch)
-        return Result::Changed;
+        return Outcome::Changed;
     if (event.mask & endingEvents) {
         watch = -1;
-        return Result::Gone;
+        return Outcome::Gone;
     }
     if (event.len == 0 || (event.mask & IN_ISDIR))
-        return Result::Changed;
+        return Outcome::Changed;
     const Change change{kindOf(event.mask), QFile::decodeName(event.name)};
-    // One rewriting makes several events of the same meaning.
+    // Rewriting a file causes several equal events in a row.
     if (changes->isEmpty() || !(changes->last() == change))
         changes->append(change);
-    return Result::Changed;
+    return Outcome::Changed;
 }
 
 void FolderChanges::wake() {
     const quint64 one = 1;
-    // A full counter is as good: somebody has woken it already.
+    // A failure means that the counter is full, so the waiter is awake already.
     [[maybe_unused]] const ssize_t written = ::write(m_native->waker.get(), &one, sizeof one);
-}
-
-QString FolderChanges::errorText() const {
-    return qt_error_string(m_native->code);
 }
 
 } // namespace Velquor::Util

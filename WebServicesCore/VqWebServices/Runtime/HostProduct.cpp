@@ -1,4 +1,4 @@
-#include "Runtime/UserAgentText.h"
+#include "Runtime/HostProduct.h"
 
 #include "Values/LibraryVersion.h"
 
@@ -13,6 +13,10 @@ const auto syncExecutable = QStringLiteral("VqSync.exe");
 QString hostProductName(const QString& executablePath) {
     const QFileInfo file(executablePath);
     return file.fileName().compare(syncExecutable, Qt::CaseInsensitive) == 0 ? QStringLiteral("VelquorSync") : file.baseName();
+}
+
+bool isSSOServerHost(const QString& executablePath) {
+    return QFileInfo(executablePath).baseName().compare(QLatin1String("VqSSOServer"), Qt::CaseInsensitive) == 0;
 }
 
 QString userAgentText(const QString& executablePath, const QString& fileVersion, const QString& systemVersion) {
