@@ -27,12 +27,13 @@ public:
         const bool isExpired = tokenExpired;
         return {"t", "s", "h", services().now().addSecs(isExpired ? -1 : 3600)};
     }
-    [[nodiscard]] QString signingKeys(WebServices::Internal::SigningKeys& keys) const override {
+    [[nodiscard]] Util::Result<WebServices::Internal::SigningKeys> signingKeys() const override {
+        WebServices::Internal::SigningKeys keys;
         keys.consumerKey = Util::SecretBytes::fromText("consumer");
         keys.consumerSecret = Util::SecretBytes::fromText("secret");
         keys.tokenSecret = Util::SecretBytes::fromText("secret");
         keys.token = Util::SecretBytes::fromText("access-token");
-        return {};
+        return keys;
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
     [[nodiscard]] QString user() const override { return userId; }

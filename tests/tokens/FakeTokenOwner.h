@@ -39,10 +39,11 @@ public:
     [[nodiscard]] QString productKey() const override { return QStringLiteral("demo-product-0001"); }
     [[nodiscard]] WebServices::Internal::ConfigurationPointer configuration() const override { return m_configuration; }
     [[nodiscard]] WebServices::Internal::ProductTokens tokens() const override { return held; }
-    [[nodiscard]] QString signingKeys(WebServices::Internal::SigningKeys& keys) const override {
+    [[nodiscard]] Util::Result<WebServices::Internal::SigningKeys> signingKeys() const override {
+        WebServices::Internal::SigningKeys keys = WebServices::Internal::consumerKeys(*m_configuration);
         keys.token = m_services.cryptor->decrypt(held.accessToken);
         keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
-        return {};
+        return keys;
     }
     [[nodiscard]] WebServices::Internal::OtherLogin otherLogin() const override {
         return {"Other", "other-product", seal("other-handle")};

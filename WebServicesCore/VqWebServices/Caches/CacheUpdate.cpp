@@ -10,10 +10,8 @@
 namespace Velquor::WebServices::Internal {
 
 CacheIdentity presentIdentity(const ITokenOwner& tokens) {
-    SigningKeys keys;
-    const QString missing = tokens.signingKeys(keys);
-    const QByteArray hash =
-        missing.isEmpty() ? QCryptographicHash::hash(keys.token.view(), QCryptographicHash::Md5).toHex() : QByteArray();
+    const Util::Result<SigningKeys> keys = tokens.signingKeys();
+    const QByteArray hash = keys ? QCryptographicHash::hash(keys->token.view(), QCryptographicHash::Md5).toHex() : QByteArray();
     return {serverName(tokens.server()), tokens.user(), QString::fromLatin1(hash)};
 }
 
@@ -56,9 +54,8 @@ bool CacheUpdate::sign(QNetworkRequest& request) {
     m_log.information(QStringLiteral("Signing request: %1").arg(displayUrl(url)));
     m_signInId = m_tokens.signInId();
     m_identity = presentIdentity(m_tokens);
-    SigningKeys keys;
-    const bool isSigned =
-        url.isValid() && m_tokens.signingKeys(keys).isEmpty() && signGet(*m_tokens.services().oauthHost, url, keys, request);
+    const Util::Result<SigningKeys> keys = m_tokens.signingKeys();
+    const bool isSigned = url.isValid() && keys && signGet(*m_tokens.services().oauthHost, url, *keys, request);
     if (isSigned)
         m_log.information(QStringLiteral("Finished signing request successfully: %1").arg(displayUrl(url)));
     else

@@ -6,6 +6,7 @@
 #include "Tokens/SignedRequest.h"
 #include "Tokens/TokenDependencies.h"
 #include "Values/ConfigurationPointer.h"
+#include "VqUtil/General/Result.h"
 
 #include <QRecursiveMutex>
 #include <VqWebServices/Server.h>
@@ -47,8 +48,8 @@ public:
     /// Null when no client has configured the product, or the last client was removed.
     [[nodiscard]] virtual ConfigurationPointer configuration() const = 0;
     [[nodiscard]] virtual ProductTokens tokens() const = 0;
-    /// Empty on success, or the reason why there are no keys.
-    [[nodiscard]] virtual QString signingKeys(SigningKeys& keys) const = 0;
+    /// The keys for a signature with the access token, or the reason why there are none.
+    [[nodiscard]] virtual Util::Result<SigningKeys> signingKeys() const = 0;
     [[nodiscard]] virtual OtherLogin otherLogin() const = 0;
 
     [[nodiscard]] virtual bool isLoggedIn() const = 0;

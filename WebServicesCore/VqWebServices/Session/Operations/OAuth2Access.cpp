@@ -1,7 +1,7 @@
 #include "Session/Operations/OAuth2Access.h"
 
-#include "Session/Operations/LoginSessionLock.h"
 #include "Session/Products/TokenOperations.h"
+#include "Tokens/TimedLock.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <algorithm>
@@ -137,9 +137,9 @@ OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const O
 OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const OAuth2TokenSpec* requested, bool mayWait) const {
     const ProductSessionPointer named = m_state.product(clientKey);
     // A caller that must not wait does without the lock: a sign-in holds it until the server answers.
-    std::optional<LoginSessionLock> lock;
+    std::optional<TimedLock> lock;
     if (mayWait)
-        lock.emplace(m_state.lock,
+        lock.emplace(TimedLock::Kind::LoginSession, m_state.lock,
                      QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
                      m_state.services.loggers.lock);
     // Look again: another thread may have replaced the product before this one got the lock.

@@ -1,8 +1,8 @@
 #include "Session/Operations/RequestSigning.h"
 
 #include "Network/Diagnosis/DisplayUrl.h"
-#include "Session/Operations/LoginSessionLock.h"
 #include "Session/Products/TokenOperations.h"
+#include "Tokens/TimedLock.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 namespace Velquor::WebServices::Internal {
@@ -119,8 +119,8 @@ RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, b
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access = prepareTokens(clientKey, order.checkExpiry);
-    const LoginSessionLock lock(m_state.lock, lockName(access.product, QStringLiteral("SignRequest")),
-                                m_state.services.loggers.lock);
+    const TimedLock lock(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, QStringLiteral("SignRequest")),
+                         m_state.services.loggers.lock);
     const QString refused = signingText(admit(access));
     const Util::Result<QByteArray> signedText =
         refused.isEmpty() ? sign(*access.product, order) : Util::Result<QByteArray>(Util::Failure{refused});
@@ -132,18 +132,18 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
 }
 
 Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order) const {
-    SigningKeys keys;
-    const QString keyError = product.signingKeys(keys);
-    if (!keyError.isEmpty())
-        return Util::Failure{QStringLiteral("SignRequest failed while signing url %1: %2").arg(QStringLiteral("%1"), keyError)};
+    Util::Result<SigningKeys> keys = product.signingKeys();
+    if (!keys)
+        return Util::Failure{
+            QStringLiteral("SignRequest failed while signing url %1: %2").arg(QStringLiteral("%1"), keys.reason())};
     if (!order.token.isEmpty()) {
-        keys.token = Util::SecretBytes(QByteArray(order.token));
-        keys.tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
+        keys->token = Util::SecretBytes(QByteArray(order.token));
+        keys->tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
     }
     const OAuth::RequestToSign request =
         order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
     const QByteArray parameters = OAuth::VqOAuthWrapper(*m_state.services.oauthHost)
-                                      .CreateOauthParameterString(request, keys.credentials(), outputForm(order.mode));
+                                      .CreateOauthParameterString(request, keys->credentials(), outputForm(order.mode));
     if (parameters.isEmpty())
         return Util::Failure{QStringLiteral(
             "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")};
@@ -155,21 +155,20 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
     Access access = prepareTokens(clientKey, checkExpiry);
-    const LoginSessionLock lock(m_state.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
-                                m_state.services.loggers.lock);
-    QString error = tokenText(admit(access));
-    SigningKeys keys;
-    if (error.isEmpty()) {
-        const QString keyError = access.product->signingKeys(keys);
-        if (!keyError.isEmpty())
-            error = QStringLiteral("GetAccessToken failed: %1").arg(keyError);
-    }
-    if (!error.isEmpty()) {
-        logger(access).error(error);
+    const TimedLock lock(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
+                         m_state.services.loggers.lock);
+    const QString refused = tokenText(admit(access));
+    if (!refused.isEmpty()) {
+        logger(access).error(refused);
         return false;
     }
-    token = std::move(keys.token);
-    secret = std::move(keys.tokenSecret);
+    Util::Result<SigningKeys> keys = access.product->signingKeys();
+    if (!keys) {
+        logger(access).error(QStringLiteral("GetAccessToken failed: %1").arg(keys.reason()));
+        return false;
+    }
+    token = std::move(keys->token);
+    secret = std::move(keys->tokenSecret);
     return true;
 }
 

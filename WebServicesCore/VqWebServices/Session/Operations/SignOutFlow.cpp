@@ -80,9 +80,8 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
     if (!product || !product->tokens().areComplete())
         product = productWithTokens();
     const QUrl page(m_state.services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
-    SigningKeys keys;
-    const bool hasKeys = product && product->signingKeys(keys).isEmpty();
-    const QUrl signedUrl = hasKeys ? signUrl(*m_state.services.oauthHost, page, keys) : QUrl();
+    const Util::Result<SigningKeys> keys = product ? product->signingKeys() : Util::Failure{};
+    const QUrl signedUrl = keys ? signUrl(*m_state.services.oauthHost, page, *keys) : QUrl();
     if (signedUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
         return {};
@@ -154,10 +153,9 @@ QNetworkReply::NetworkError SignOutFlow::sendInvalidation(const ProductLoginSess
     m_logger.information(QStringLiteral("Starting logout in server using REST"));
     const QUrl url(
         m_state.services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
-    SigningKeys keys;
-    const AccountReply reply = product.signingKeys(keys).isEmpty()
-                                   ? exchangeSignedGet(m_state.services, url, keys, {{"oauth_session_handle", handle.view()}})
-                                   : AccountReply();
+    const Util::Result<SigningKeys> keys = product.signingKeys();
+    const AccountReply reply =
+        keys ? exchangeSignedGet(m_state.services, url, *keys, {{"oauth_session_handle", handle.view()}}) : AccountReply();
     if (reply.reply().isNull)
         m_logger.error(QStringLiteral("Failed to logout in server for product %1. Reply is null. Url: %2")
                            .arg(product.displayName(), displayUrl(url)));

@@ -44,8 +44,8 @@ ProductTokens TokenOwner::tokens() const {
     return m_product.tokens();
 }
 
-QString TokenOwner::signingKeys(SigningKeys& keys) const {
-    return m_product.signingKeys(keys);
+Util::Result<SigningKeys> TokenOwner::signingKeys() const {
+    return m_product.signingKeys();
 }
 
 OtherLogin TokenOwner::otherLogin() const {

@@ -21,7 +21,7 @@ public:
     [[nodiscard]] Server server() const override;
     [[nodiscard]] ConfigurationPointer configuration() const override;
     [[nodiscard]] ProductTokens tokens() const override;
-    [[nodiscard]] QString signingKeys(SigningKeys& keys) const override;
+    [[nodiscard]] Util::Result<SigningKeys> signingKeys() const override;
     [[nodiscard]] OtherLogin otherLogin() const override;
     [[nodiscard]] bool isLoggedIn() const override;
     [[nodiscard]] QString user() const override;

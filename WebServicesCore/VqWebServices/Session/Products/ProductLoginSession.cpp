@@ -30,19 +30,6 @@ SessionDependencies withPrefix(SessionDependencies services, const std::shared_p
     return services;
 }
 
-// A signature needs both keys and both secrets. Each missing one has its own text.
-QString checkKeys(const SigningKeys& keys) {
-    if (keys.consumerKey.isEmpty())
-        return QStringLiteral("Failed to decrypt consumer key.");
-    if (keys.consumerSecret.isEmpty())
-        return QStringLiteral("Failed to decrypt consumer secret.");
-    if (keys.token.isEmpty())
-        return QStringLiteral("Failed to decrypt access token");
-    if (keys.tokenSecret.isEmpty())
-        return QStringLiteral("Failed to decrypt access token secret");
-    return {};
-}
-
 } // namespace
 
 ProductLoginSession::ProductLoginSession(SessionDependencies services, const QString& productKey, Server server)
@@ -265,19 +252,27 @@ void ProductLoginSession::Clear() {
     m_oauth2.clear();
 }
 
-QString ProductLoginSession::signingKeys(SigningKeys& keys) const {
+Util::Result<SigningKeys> ProductLoginSession::signingKeys() const {
     const ConfigurationPointer current = configuration();
     const ProductTokens held = tokens();
     if (!current)
-        return QStringLiteral("Current configuration is null or invalid.");
+        return Util::Failure{QStringLiteral("Current configuration is null or invalid.")};
     if (held.accessToken.isEmpty())
-        return QStringLiteral("Access token is empty");
+        return Util::Failure{QStringLiteral("Access token is empty")};
     if (held.accessTokenSecret.isEmpty())
-        return QStringLiteral("Access token secret is empty");
-    keys = consumerKeys(*current);
+        return Util::Failure{QStringLiteral("Access token secret is empty")};
+    SigningKeys keys = consumerKeys(*current);
+    if (keys.consumerKey.isEmpty())
+        return Util::Failure{QStringLiteral("Failed to decrypt consumer key.")};
+    if (keys.consumerSecret.isEmpty())
+        return Util::Failure{QStringLiteral("Failed to decrypt consumer secret.")};
     keys.token = m_services.cryptor->decrypt(held.accessToken);
+    if (keys.token.isEmpty())
+        return Util::Failure{QStringLiteral("Failed to decrypt access token")};
     keys.tokenSecret = m_services.cryptor->decrypt(held.accessTokenSecret);
-    return checkKeys(keys);
+    if (keys.tokenSecret.isEmpty())
+        return Util::Failure{QStringLiteral("Failed to decrypt access token secret")};
+    return keys;
 }
 
 Util::SecretBytes ProductLoginSession::sessionHandle() const {

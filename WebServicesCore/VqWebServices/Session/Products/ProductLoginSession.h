@@ -108,8 +108,8 @@ public:
     /// Held while configuration or tokens are replaced, and while a caller needs them unchanged.
     [[nodiscard]] QRecursiveMutex& operationLock() const { return m_operationLock; }
 
-    /// The keys for a signature with the access token. The result is empty, or the reason why there are none.
-    [[nodiscard]] QString signingKeys(SigningKeys& keys) const;
+    /// The keys for a signature with the access token, or the reason why there are none.
+    [[nodiscard]] Util::Result<SigningKeys> signingKeys() const;
 
     /// The decrypted session handle; empty when there is none or it cannot be decrypted.
     [[nodiscard]] Util::SecretBytes sessionHandle() const;

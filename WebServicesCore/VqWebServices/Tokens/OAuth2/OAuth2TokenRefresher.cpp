@@ -5,9 +5,9 @@
 #include "Tokens/OAuth2/OAuth2Exchange.h"
 #include "Tokens/OAuth2/OAuth2RefreshLog.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
-#include "Tokens/OAuth2/ProductSessionLock.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
 #include "Tokens/Refresh/RefreshTiming.h"
+#include "Tokens/TimedLock.h"
 #include "VqUtil/General/HumanText.h"
 
 #include <utility>
@@ -120,8 +120,8 @@ void OAuth2TokenRefresher::request() {
 
 Util::SecretBytes OAuth2TokenRefresher::makeForm(const WebServicesConfiguration& configuration) {
     // Configuration and tokens must belong together while the form is made.
-    const ProductSessionLock lock(owner().productLock(), QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"),
-                                  services().loggers.lock);
+    const TimedLock lock(TimedLock::Kind::ProductLoginSession, owner().productLock(),
+                         QStringLiteral("OAuth2TokenRefresher::DoRefreshToken"), services().loggers.lock);
     m_sentTokens = owner().tokens();
     // The server expects another word for the type here than in a query.
     const QString type = m_slot.spec().GetType() == JWT ? QStringLiteral("Jwt") : QString();

@@ -82,13 +82,12 @@ void TokenRefresher::sendRequest(bool withToken) {
         return finish(0);
     }
     const QUrl url = owner().endPoint(QStringLiteral("AccountServerUrl"), QStringLiteral("AccessTokenEndPoint"));
-    SigningKeys keys = consumerKeys(*configuration);
-    const QString keyError = withToken ? owner().signingKeys(keys) : QString();
+    const Util::Result<SigningKeys> keys = withToken ? owner().signingKeys() : consumerKeys(*configuration);
     const Util::SecretBytes handle = services().cryptor->decrypt(owner().tokens().sessionHandle);
     QNetworkRequest request;
-    if (!keyError.isEmpty() || handle.isEmpty()
-        || !signGet(*services().oauthHost, url, keys, request, {{"oauth_session_handle", handle.view()}})) {
-        log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keyError));
+    if (!keys || handle.isEmpty()
+        || !signGet(*services().oauthHost, url, *keys, request, {{"oauth_session_handle", handle.view()}})) {
+        log().error(QStringLiteral("Failed to refresh token. Failed to sign request. %1").arg(keys.reason()));
         return finishAndRetry(networkRetryMs);
     }
     log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
