@@ -10,7 +10,7 @@ constexpr int maximumMessages = 1000;
 }
 
 LogQueue& LogQueue::instance() {
-    // Never destroyed: objects that go at the end of the process still log.
+    // Never destroyed: destructors that run at the end of the process still log.
     static auto* const queue = new LogQueue;
     return *queue;
 }
@@ -19,6 +19,7 @@ bool LogQueue::add(const QueuedMessage& message) {
     if (isLogSetUp())
         return false;
     const QMutexLocker lock(&m_mutex);
+    // `finish` may have run since the first check. A message queued now would never be written.
     if (isLogSetUp())
         return false;
     if (m_messages.size() < maximumMessages)

@@ -8,7 +8,7 @@
 
 namespace Velquor::Log {
 
-/// A message that waits for the log to be set up. The text is a finished line.
+/// A message logged before the log is set up. The text is a finished line.
 struct QueuedMessage {
     QString logger;
     Level level = Level::Information;
@@ -22,7 +22,7 @@ class LogQueue {
 public:
     static LogQueue& instance();
 
-    /// Queues the message and returns true while the log is not set up; false means that it must be written.
+    /// Queues the message and returns true while the log is not set up. After false the caller writes it.
     bool add(const QueuedMessage& message);
 
     [[nodiscard]] bool isLogSetUp() const { return m_setUp.load(std::memory_order_acquire); }
@@ -30,7 +30,7 @@ public:
     /// From now on messages are written; returns the queued ones.
     [[nodiscard]] QList<QueuedMessage> finish();
 
-    /// From now on messages are queued again (the log was taken down).
+    /// From now on messages are queued again: the log was shut down.
     void restart();
 
 private:

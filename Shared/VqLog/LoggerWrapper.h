@@ -8,7 +8,7 @@ namespace Velquor::Log {
 
 /// A named logger of the process.
 ///
-/// Before the log is set up its messages are queued (LogQueue.h). One message is one line: control characters are escaped.
+/// Until the log is set up, messages are queued (LogQueue.h). Control characters are escaped, so each message is one line.
 /// Thread: any. Owner: shared by the objects that log through it.
 class LoggerWrapper final : public ILogger {
 public:
@@ -24,14 +24,14 @@ private:
     const QString m_name;
 };
 
-/// A shared one.
+/// A shared logger of this name.
 [[nodiscard]] std::shared_ptr<ILogger> makeLogger(const QString& name);
 
-/// The logger of the library itself, for what belongs to none of its parts. Never destroyed.
+/// The library's root logger, for what belongs to none of its parts. Never destroyed.
 [[nodiscard]] ILogger& rootLogger();
 
-/// The text on one line: CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that
-/// nothing from outside can pass for a line of the log.
+/// The text on one line. CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that a
+/// text from outside cannot forge a line of the log.
 [[nodiscard]] QString singleLine(const QString& text);
 
 } // namespace Velquor::Log

@@ -7,8 +7,7 @@
 
 namespace Velquor::Log {
 
-/// The log prefix of an object, shared with all that write on its behalf, on whatever thread: a change holds from the next line
-/// on.
+/// The log prefix of an object, shared with its helpers on other threads. A change applies from the next line on.
 ///
 /// Thread: any. Owner: shared.
 class LogPrefix {
@@ -28,7 +27,7 @@ class PrefixedLogger final : public ILogger {
 public:
     PrefixedLogger(std::shared_ptr<ILogger> target, std::shared_ptr<const LogPrefix> prefix);
 
-    /// A prefix given here comes behind the object's own.
+    /// `prefix` is written after the object's own prefix.
     void write(Level level, const QString& prefix, const QString& text) override;
     [[nodiscard]] bool isEnabled(Level level) const override { return m_target->isEnabled(level); }
 

@@ -31,7 +31,7 @@ private slots:
 
     // Something foreign stands where the socket should be.
     void withoutTheSocket() {
-        const QString file = Util::localServerFile(address());
+        const QString file = Util::localServerSocketFile(address());
         if (file.isEmpty())
             QSKIP("here the name of a local server is no file");
         QVERIFY(QDir().mkpath(file + QStringLiteral("/something")));

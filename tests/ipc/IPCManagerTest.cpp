@@ -140,7 +140,7 @@ void IPCManagerTest::oneServer() {
 
 // Somebody tidies up the folder of the socket: newcomers find the server all the same.
 void IPCManagerTest::removedSocket() {
-    const QString file = Util::localServerFile(Util::localServerAddress(m_name, m_folder.path()));
+    const QString file = Util::localServerSocketFile(Util::localServerAddress(m_name, m_folder.path()));
     if (file.isEmpty())
         QSKIP("A server cannot lose its name here");
     QVERIFY(meet(2));

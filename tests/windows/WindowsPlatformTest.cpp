@@ -117,7 +117,7 @@ void WindowsPlatformTest::guardOutlivesItsHolder() {
     ProcessGuard theirs(QStringLiteral("Guard"), folder.path());
     ProcessGuard ours(QStringLiteral("Guard"), folder.path() + QStringLiteral("/"));
     std::thread([&theirs] { (void)theirs.acquire(0); }).join();
-    QCOMPARE(int(ours.acquire(1000)), int(ProcessGuard::Result::AcquiredFromTheDead));
+    QCOMPARE(int(ours.acquire(1000)), int(ProcessGuard::Result::AcquiredAbandoned));
     ours.release();
     QCOMPARE(int(ours.acquire(0)), int(ProcessGuard::Result::Acquired));
 }

@@ -15,7 +15,7 @@ struct Context {
     const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context{EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free};
 };
 
-// One context for each thread: setting up a fresh one costs more than a short text takes to encrypt.
+// One context per thread: creating one takes longer than encrypting a short text.
 EVP_CIPHER_CTX* threadContext() {
     static auto* const contexts = new PerThread<Context>;
     return contexts->get().context.get();
@@ -28,7 +28,7 @@ unsigned char* bytes(char* data) {
     return reinterpret_cast<unsigned char*>(data);
 }
 
-// The key schedule stays behind in the context, so it is wiped before the thread's next use.
+// The context keeps the key schedule, so reset it after each use.
 struct WipeContext {
     EVP_CIPHER_CTX* context;
     ~WipeContext() { EVP_CIPHER_CTX_reset(context); }
@@ -75,7 +75,7 @@ SecretBytes open(const SecretBytes& key, const QByteArray& sealed) {
                       && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, tagSize, const_cast<char*>(text + size)) == 1
                       && EVP_DecryptFinal_ex(context, out + written, &written) == 1;
     if (!done) {
-        // What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
+        // OpenSSL's error queue is per thread. The next TLS connection of this thread would report an error left in it.
         ERR_clear_error();
         return {};
     }

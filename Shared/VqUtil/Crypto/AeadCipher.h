@@ -9,7 +9,7 @@ namespace Velquor::Util {
 /// AES-256-GCM (NIST SP 800-38D) with a key of 32 bytes: encryption with authentication.
 ///
 /// The sealed form is nonce (12 bytes) + cipher text + tag (16 bytes); the nonce is random for each call.
-/// Thread: any. Errors: an empty result, no log line (the caller knows what was being opened).
+/// Thread: any. Errors: an empty result and no log line, since only the caller knows what the bytes are.
 namespace AeadCipher {
 
 constexpr int keySize = 32;

@@ -8,10 +8,10 @@
 
 namespace Velquor::Util {
 
-/// A cryptor that remembers what it decrypted or encrypted lately, so that secrets in constant use cost no RSA operation.
+/// A cryptor with a cache of recent results, so that a secret in constant use costs no RSA operation.
 ///
-/// What it remembers is sealed under the key of the process. Bounded to 1 MiB, the least used go first; a failed decryption is
-/// not remembered. Thread: any. Owner: shared by its users.
+/// The cached secrets are sealed under the key of the process. The cache is limited to 1 MiB and drops the least recently used
+/// secrets first. A failed decryption is not cached. Thread: any. Owner: shared by its users.
 class CachingCryptor : public ICryptor {
 public:
     explicit CachingCryptor(std::shared_ptr<ICryptor> inner);

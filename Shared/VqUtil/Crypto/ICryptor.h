@@ -6,9 +6,9 @@ namespace Velquor::Util {
 
 /// Encrypts the secrets that are kept in files and in memory.
 ///
-/// Encryption is authenticated: a changed bit, a cut text, another key, another user or machine yields an empty result and
-/// one log line, never a wrong text. The encrypted form is Base64 text, safe in XML and JSON.
-/// Thread: any. Owner: shared by its users.
+/// Encryption is authenticated. A changed or truncated text, another key, another user or another machine gives an empty result
+/// and one log line, never a wrong text. The encrypted form is Base64, safe in XML and JSON. Thread: any. Owner: shared by its
+/// users.
 class ICryptor {
 public:
     virtual ~ICryptor() = default;

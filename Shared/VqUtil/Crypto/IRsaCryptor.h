@@ -4,9 +4,9 @@
 
 namespace Velquor::Util {
 
-/// The RSA key pair of the user, kept in the platform's store for the user, and what can be done with it.
+/// Encrypts and decrypts single blocks with the user's RSA key pair, which the platform's store keeps.
 ///
-/// Thread: any. Owner: the cryptor that builds on it. Errors: an empty result and one log line.
+/// Thread: any. Owner: the cryptor that uses it. Errors: an empty result and one log line.
 class IRsaCryptor {
 public:
     virtual ~IRsaCryptor() = default;

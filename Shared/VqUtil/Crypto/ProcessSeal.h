@@ -6,7 +6,7 @@ namespace Velquor::Util {
 
 /// Seals secrets in the memory of this process under a random key that never leaves it.
 ///
-/// It exists because the user's RSA key costs about a millisecond for each use; this costs about a microsecond.
+/// It exists because an operation with the user's RSA key takes about a millisecond, and this one about a microsecond.
 /// Thread: any. Owner: the process.
 class ProcessSeal {
 public:

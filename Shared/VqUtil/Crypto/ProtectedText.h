@@ -6,10 +6,11 @@
 
 namespace Velquor::Util {
 
-/// A secret text that stays in memory for long: sealed under a random key of this process, opened for one call at a time.
+/// A secret text that stays in memory for long. It is sealed under a random key of this process and opened for one call at a
+/// time.
 ///
-/// What it protects against is the stray copy (a crash dump page, a swap page, a debug print), not a debugger in the process.
-/// Copies are cheap and independent. Thread: any, one at a time for each object. Owner: the holder.
+/// It protects against stray copies (crash dump, swap file, debug print), not against a debugger in the process.
+/// Copies are cheap and independent. Thread: any, one at a time per object. Owner: the holder.
 class ProtectedText {
 public:
     ProtectedText() = default;
@@ -18,7 +19,7 @@ public:
     void set(const QString& clear);
     [[nodiscard]] bool isEmpty() const { return m_sealed.isEmpty(); }
 
-    /// The clear text in UTF-8; empty for the empty text and when the sealed bytes were damaged.
+    /// The clear text in UTF-8; empty for the empty text and when the sealed bytes are damaged.
     [[nodiscard]] SecretBytes reveal() const;
     [[nodiscard]] QString toText() const { return reveal().toText(); }
 

@@ -5,13 +5,13 @@
 
 namespace Velquor::Util {
 
-/// Clear text of a secret for the length of one call: move-only, and overwritten with zeros when it goes.
+/// The clear text of a secret for the duration of one call. It cannot be copied, and is overwritten with zeros when destroyed.
 ///
-/// Thread: one. Owner: the caller on its stack. Never store one in an object that outlives the call.
+/// Thread: one. Owner: the caller's stack. Never store it in an object that outlives the call.
 class SecretBytes {
 public:
     SecretBytes() = default;
-    /// Takes the bytes over; `bytes` must not be shared with another QByteArray (a shared one is copied, not wiped).
+    /// Takes the bytes. They must not be shared with another QByteArray: shared bytes are copied, and the original is not wiped.
     explicit SecretBytes(QByteArray&& bytes);
     static SecretBytes fromText(const QString& text) { return SecretBytes(text.toUtf8()); }
 
@@ -26,10 +26,10 @@ public:
     [[nodiscard]] const char* data() const { return m_bytes.constData(); }
     [[nodiscard]] char* writable() { return m_bytes.data(); }
 
-    /// A view without a copy; valid while this object lives.
+    /// A view without a copy, valid while this object exists.
     [[nodiscard]] QByteArray view() const { return QByteArray::fromRawData(m_bytes.constData(), m_bytes.size()); }
 
-    /// The secret as UTF-16 text: a copy that is not wiped, for the boundary to the caller and to Qt.
+    /// The secret as UTF-16 text, for the caller of the library and for Qt. This copy is not wiped.
     [[nodiscard]] QString toText() const { return QString::fromUtf8(m_bytes); }
 
 private:

@@ -10,7 +10,7 @@ namespace {
 
 constexpr char shortForm = 1;
 constexpr char longForm = 2;
-// Secrets are tokens and cookie jars; what is larger than this did not come from here.
+// Secrets are tokens and cookie jars. A larger text was not written by this library.
 constexpr int maximumTextSize = 4 * 1024 * 1024;
 
 } // namespace
@@ -48,7 +48,7 @@ SecretBytes UserCryptor::decrypt(const QByteArray& text) {
     SecretBytes clear;
     if (text.size() <= maximumTextSize) {
         const auto form = QByteArray::fromBase64Encoding(text, QByteArray::AbortOnBase64DecodingErrors);
-        // Base64 has spare bits and optional padding: a text that was changed only there is a changed text all the same.
+        // Base64 has unused bits and optional padding. A text that differs only there was changed too, and is refused.
         if (form && form.decoded.toBase64() == text)
             clear = decryptForm(form.decoded);
     }

@@ -13,7 +13,7 @@ namespace Velquor::Util {
 /// The form, before Base64: one version byte, then either
 ///  - 1: one RSAES-OAEP block that holds a short text, or
 ///  - 2: one RSAES-OAEP block that holds a fresh AES-256-GCM key, then the text sealed with it.
-/// The RSA padding and the GCM tag authenticate; the version byte chooses between forms that cannot be taken for each other.
+/// The RSA padding and the GCM tag authenticate. The version byte needs no protection: neither form is valid as the other.
 /// Thread: any. Owner: shared by its users.
 class UserCryptor : public ICryptor {
 public:

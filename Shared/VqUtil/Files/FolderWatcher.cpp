@@ -15,7 +15,7 @@ namespace {
 
 using Util::FolderChanges;
 
-// How often a folder that is missing is looked for.
+// The pause between two attempts to open a missing folder.
 constexpr int searchMs = 1000;
 
 FolderWatcher::Action actionOf(FolderChanges::Kind kind) {
@@ -32,7 +32,7 @@ FolderWatcher::Action actionOf(FolderChanges::Kind kind) {
 
 } // namespace
 
-/// The thread that waits. Owner: the watcher, which outlives it.
+/// The thread that waits for changes. Owner: the watcher, which outlives it.
 class FolderWatcher::Worker : public QThread {
 public:
     Worker(FolderWatcher& watcher, const QString& folder)
@@ -45,7 +45,8 @@ public:
         wait();
     }
 
-    /// True once the system tells of changes, or will as soon as the folder is there.
+    /// Returns when the first attempt to watch has been made, so that no later change is missed. True also when the folder is
+    /// missing.
     [[nodiscard]] bool begin() {
         if (const Util::Result<void> usable = m_changes.usable(); !usable) {
             m_watcher.m_logger->error(QStringLiteral("Failed to watch folder %1. %2").arg(m_folder, usable.reason()));
@@ -62,8 +63,8 @@ protected:
 private:
     void watch();
     void search();
-    void tell(const QString& name, Action action) { emit m_watcher.Changed(m_folder + QLatin1Char('/') + name, action); }
-    void tellAllFiles();
+    void report(const QString& name, Action action) { emit m_watcher.Changed(m_folder + QLatin1Char('/') + name, action); }
+    void reportAllFiles();
 
     FolderWatcher& m_watcher;
     const QString m_folder;
@@ -84,7 +85,7 @@ void FolderWatcher::Worker::run() {
         if (m_isEnding)
             return;
         m_watcher.m_logger->information(QStringLiteral("Watching folder %1, which was missing").arg(m_folder));
-        tellAllFiles();
+        reportAllFiles();
         watch();
     }
 }
@@ -97,10 +98,10 @@ void FolderWatcher::Worker::watch() {
         for (const FolderChanges::Change& change : std::as_const(changes)) {
             if (m_isEnding)
                 return;
-            tell(change.name, actionOf(change.kind));
+            report(change.name, actionOf(change.kind));
         }
         if (result == FolderChanges::Outcome::Overflow)
-            tellAllFiles();
+            reportAllFiles();
     }
     if (!m_isEnding)
         m_watcher.m_logger->warning(QStringLiteral("The watched folder %1 is gone. Waiting for it.").arg(m_folder));
@@ -112,11 +113,11 @@ void FolderWatcher::Worker::search() {
         (void)m_changes.wait(searchMs, &none);
 }
 
-void FolderWatcher::Worker::tellAllFiles() {
+void FolderWatcher::Worker::reportAllFiles() {
     QDirIterator files(m_folder, QDir::Files | QDir::Hidden | QDir::System);
     while (!m_isEnding && files.hasNext()) {
         files.next();
-        tell(files.fileName(), Action::Modified);
+        report(files.fileName(), Action::Modified);
     }
 }
 

@@ -8,11 +8,11 @@
 
 namespace Velquor::CloudUtil {
 
-/// Tells of changes of the files in one folder, also of a file that is rewritten in place. A notification is a hint: when many
-/// changes come at once, or the folder was away, every file that is in the folder is reported as modified.
+/// Reports changes of the files in one folder, including a file that is rewritten in place. A report is a hint: after too many
+/// changes at once, or when the folder was missing, every file in the folder is reported as modified.
 ///
-/// Thread: its owner's; it works on a thread of its own, from which the signal comes. Owner: whoever watches. Errors: false and a
-/// line in the log; a folder that is missing is waited for.
+/// Thread: its owner's. It watches on a thread of its own, which emits the signal. Owner: the receiver of the changes. Errors:
+/// false and a line in the log. A missing folder is watched as soon as it exists.
 class FolderWatcher : public QObject {
     Q_OBJECT
 
@@ -23,9 +23,9 @@ public:
     explicit FolderWatcher(std::shared_ptr<Log::ILogger> logger, QObject* parent = nullptr);
     ~FolderWatcher() override;
 
-    /// Watches this folder and no other. False when the system gives no means to watch.
+    /// Watches this folder instead of the previous one. False when the system has no means to watch.
     bool start(const QString& folder);
-    /// Nothing is told after this has returned.
+    /// No change is reported after the return.
     void stop();
 
 signals:

@@ -5,9 +5,9 @@
 
 namespace Velquor::Util {
 
-/// The name of an existing folder for code that opens files by narrow names, as the log library does, with "/" as separator.
-/// Windows: in the code page of the process, or the short name of the folder when its name has no form there.
-/// Thread: any. Errors: a name that will not be found, when the system has no short name either.
+/// The name of an existing folder as a narrow string with "/" as separator, for code such as the log library.
+/// Windows: in the code page of the process. When that cannot express the name, the short name of the folder.
+/// Thread: any. Errors: when there is no short name either, a name that cannot be opened.
 [[nodiscard]] QByteArray narrowFolderName(const QString& folder);
 
 } // namespace Velquor::Util

@@ -28,7 +28,7 @@ QString timeSpanText(qint64 milliseconds) {
     for (const Unit& unit : units) {
         const qint64 count = milliseconds / unit.milliseconds;
         milliseconds %= unit.milliseconds;
-        // Two units in a row: "1 d 5 s" would pretend to a precision that nobody reads.
+        // Only adjacent units: "1 d 5 s" is more precise than a reader needs.
         if (count > 0)
             parts += QStringLiteral("%1 %2").arg(count).arg(QLatin1String(unit.name));
         if (parts.size() == 2 || (parts.size() == 1 && count == 0))

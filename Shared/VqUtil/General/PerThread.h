@@ -4,9 +4,9 @@
 
 namespace Velquor::Util {
 
-/// One object for each thread, made from nothing at its first use there and destroyed when the thread ends.
+/// One object per thread, created at its first use there and destroyed when the thread ends.
 ///
-/// It stands where `thread_local` would: with MinGW, the memory of such an object is freed before its destructor runs.
+/// Use it instead of `thread_local`: with MinGW, the memory of a `thread_local` object is freed before its destructor runs.
 /// Thread: any. Owner: a variable that is never destroyed, since threads may outlive it.
 template <typename T>
 class PerThread {

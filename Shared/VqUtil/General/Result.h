@@ -11,7 +11,7 @@ struct Failure {
     QString reason;
 };
 
-/// What an operation returns that can fail with a reason: the value, or the reason why there is none.
+/// The result of an operation that can fail with a reason: the value, or the reason why there is none.
 ///
 /// Return the value itself or a `Failure`. An operation whose caller only needs to know whether it worked returns bool; one whose
 /// caller must tell more than two outcomes apart returns an enum of its own. Thread: as the value.

@@ -7,10 +7,10 @@
 namespace Velquor::Util {
 
 namespace {
-// Long enough for a process that has just made the semaphore to give it its first count.
+// A process that has just created the semaphore sets its first count within this time.
 constexpr int graceMs = 200;
-// Longer than any program of the format holds the semaphore while it reads and writes one small file.
-constexpr int patienceMs = 2000;
+// No program of the format holds the semaphore this long: it reads and writes one small file under it.
+constexpr int longestHoldMs = 2000;
 } // namespace
 
 CrossProcessLock::CrossProcessLock(const QString& semaphoreKey, const QString& folder, std::shared_ptr<Log::ILogger> logger)
@@ -36,7 +36,7 @@ bool CrossProcessLock::acquire(int timeoutMs) {
         m_logger->error(QStringLiteral("Failed to acquire cross-process lock %1. %2").arg(m_key, m_guard.errorText()));
         return false;
     }
-    if (result == ProcessGuard::Result::AcquiredFromTheDead)
+    if (result == ProcessGuard::Result::AcquiredAbandoned)
         m_logger->warning(QStringLiteral("The last holder of cross-process lock %1 ended without releasing it").arg(m_key));
     m_held = acquireSemaphore(static_cast<int>(deadline.remainingTime()));
     if (!m_held)
@@ -47,7 +47,8 @@ bool CrossProcessLock::acquire(int timeoutMs) {
 bool CrossProcessLock::acquireSemaphore(int timeoutMs) {
     auto result = NamedSemaphore::Result::TimedOut;
     int waitedMs = 0;
-    for (const int stageMs : {graceMs, patienceMs, timeoutMs}) {
+    // The stages are absolute times. After each one the holder is checked, so that a leaked count costs no full timeout.
+    for (const int stageMs : {graceMs, longestHoldMs, timeoutMs}) {
         const int untilMs = std::max(waitedMs, std::min(stageMs, timeoutMs));
         result = m_semaphore.acquire(untilMs - waitedMs);
         waitedMs = untilMs;
@@ -68,16 +69,17 @@ bool CrossProcessLock::acquireSemaphore(int timeoutMs) {
     return false;
 }
 
-// Where the system does not name the holder, only a wait longer than anybody's work tells the dead from the busy.
+// Windows does not name the last user. There, only a wait that outlasts every holder's work shows that the holder died.
 bool CrossProcessLock::isCountLeaked(int waitedMs) const {
     const NamedSemaphore::LastUser user = m_semaphore.lastUser();
-    return user == NamedSemaphore::LastUser::Gone || (user == NamedSemaphore::LastUser::Unknown && waitedMs >= patienceMs);
+    return user == NamedSemaphore::LastUser::Gone || (user == NamedSemaphore::LastUser::Unknown && waitedMs >= longestHoldMs);
 }
 
 void CrossProcessLock::release() {
     if (!m_held)
         return;
     m_held = false;
+    // In this order: while the semaphore is held, only the guard shows other processes that its count is not leaked.
     m_semaphore.release();
     m_guard.release();
 }

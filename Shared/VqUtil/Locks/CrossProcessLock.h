@@ -8,12 +8,13 @@
 
 namespace Velquor::Util {
 
-/// A lock between the processes of one user that nobody can take to the grave.
+/// A lock between the processes of one user that survives the death of its holder.
 ///
 /// It is two locks, taken in this order: a guard that the operating system frees with its holder, and the named semaphore that
-/// other programs of the format expect. With the guard in hand no process of ours can hold the semaphore, so a count that
-/// is still missing after a short wait is repaired when its last user is gone; another program that lives is waited for.
-/// Thread: acquire and release on the same thread; not recursive. Owner: the holder; an object for each use is fine.
+/// other programs of the format expect. While we hold the guard, no process of this library holds the semaphore. So a count
+/// that is still missing after a short wait was leaked, or belongs to another program. It is repaired when its last user has
+/// died; a living program is waited for.
+/// Thread: acquire and release on the same thread; not recursive. Owner: the holder. An object per use is fine.
 /// Errors: false and one log line; every wait has a limit.
 class CrossProcessLock {
 public:

@@ -5,11 +5,11 @@
 
 namespace Velquor::Util {
 
-/// The kernel object behind `QSystemSemaphore`, with a wait that has a limit and without the removal at the creator's exit.
+/// The kernel object behind `QSystemSemaphore`, but with a limit for the wait, and without the removal when its creator exits.
 ///
-/// Processes that use a plain `QSystemSemaphore` of the same key meet this one. Initial count 1; a missing object is created.
+/// A process that uses a plain `QSystemSemaphore` of the same key opens the same object. A missing one is created with count 1.
 /// Posix: a System V semaphore whose operations the kernel undoes when their process dies. Windows: a named semaphore.
-/// Thread: any, one object for each holder. Owner: the holder.
+/// Thread: any; one object per holder. Owner: the holder.
 class NamedSemaphore {
 public:
     explicit NamedSemaphore(const QString& key);
@@ -20,11 +20,11 @@ public:
     [[nodiscard]] Result acquire(int timeoutMs);
     void release();
 
-    /// What became of the process that last took or gave the semaphore. Windows does not tell: always `Unknown`.
+    /// The state of the process that last acquired or released the semaphore. Always `Unknown` on Windows.
     enum class LastUser { Unknown, Alive, Gone };
     [[nodiscard]] LastUser lastUser() const;
 
-    /// Makes the count 1 again after a holder died without giving it back. Only under a guard that keeps everybody else out.
+    /// Sets the count to 1 after a holder died without releasing. Only under a guard that excludes all other processes.
     [[nodiscard]] bool repair();
     [[nodiscard]] QString errorText() const { return m_errorText; }
 
@@ -34,7 +34,7 @@ private:
     QString m_errorText;
 };
 
-/// The name under which Qt makes a kernel object for a key: a prefix, the ASCII letters of the key, its SHA-1 digest in hex.
+/// The name of Qt's kernel object for a key: a prefix, the ASCII letters of the key, and its SHA-1 digest in hexadecimal.
 [[nodiscard]] QString qtSemaphoreName(const QString& key);
 
 } // namespace Velquor::Util

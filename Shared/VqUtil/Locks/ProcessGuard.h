@@ -5,20 +5,19 @@
 
 namespace Velquor::Util {
 
-/// Exclusion between the processes of one user (and between threads) that the operating system ends with its holder: whoever
-/// holds it and dies, however it dies, holds it no longer. Posix: `flock` on a file that is never deleted. Windows: a named
-/// mutex.
+/// Exclusion between the processes of one user, and between threads. The operating system releases it when its holder dies, for
+/// whatever reason. Posix: `flock` on a file that is never deleted. Windows: a named mutex.
 ///
-/// Thread: acquire and release on the same thread; one object for each holder. Owner: the holder.
+/// Thread: acquire and release on the same thread; one object per holder. Owner: the holder.
 class ProcessGuard {
 public:
-    /// `name` names the guard; `folder` is where the Posix lock file "name.lock" lives (it must exist).
+    /// `folder` must exist. On Posix it holds the lock file "name.lock".
     ProcessGuard(const QString& name, const QString& folder);
     ~ProcessGuard();
 
     enum class Result {
         Acquired,
-        AcquiredFromTheDead, ///< The last holder died inside; what it guarded may be half done. Windows only.
+        AcquiredAbandoned, ///< The last holder died while holding it, so the guarded work may be incomplete. Windows only.
         TimedOut,
         Failed, ///< The system refused; `errorText()` says why.
     };

@@ -16,13 +16,13 @@ namespace Velquor::Util {
 
 namespace {
 
-// Then the other work of the thread has its turn.
-constexpr int mostAtOnce = 100;
+// Then the thread returns to its event loop, so that a burst of messages does not starve its other work.
+constexpr int maximumAtOnce = 100;
 
 /// The thread that owns the broker, from the constructor to the destructor. Thread: any other one. Owner: the manager.
 class BrokerThread : public QThread {
 public:
-    BrokerThread(MessageBroker::Place place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
+    BrokerThread(MessageBroker::Endpoint endpoint, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
     /// Ends the messaging and waits for that: 200 ms at most, when a peer does not read what is to be sent.
     ~BrokerThread() override;
 
@@ -33,15 +33,15 @@ protected:
     void run() override;
 
 private:
-    const MessageBroker::Place m_place;
+    const MessageBroker::Endpoint m_endpoint;
     const std::shared_ptr<Log::ILogger> m_logger;
     MessageInbox& m_inbox;
     QSemaphore m_begun;
     MessageBroker* m_broker = nullptr; ///< On the stack of `run`. Valid from the constructor's end to the destructor.
 };
 
-BrokerThread::BrokerThread(MessageBroker::Place place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
-    : m_place(std::move(place))
+BrokerThread::BrokerThread(MessageBroker::Endpoint endpoint, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
+    : m_endpoint(std::move(endpoint))
     , m_logger(std::move(logger))
     , m_inbox(inbox) {
     setObjectName(QStringLiteral("Messages"));
@@ -56,7 +56,7 @@ BrokerThread::~BrokerThread() {
 }
 
 void BrokerThread::run() {
-    MessageBroker broker(m_place, m_logger, m_inbox);
+    MessageBroker broker(m_endpoint, m_logger, m_inbox);
     m_broker = &broker;
     m_begun.release();
     exec();
@@ -94,8 +94,8 @@ bool IPCManager::start(const QString& serverName, const QString& folder) {
             QStringLiteral("Failed to start the messages between processes: no safe place for server %1").arg(serverName));
         return false;
     }
-    const MessageBroker::Place place{address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder)};
-    auto broker = std::make_unique<BrokerThread>(place, m_private->logger, m_private->inbox);
+    const MessageBroker::Endpoint endpoint{address, serverName + QStringLiteral(".Server"), sharedBlockFolder(folder)};
+    auto broker = std::make_unique<BrokerThread>(endpoint, m_private->logger, m_private->inbox);
     const QMutexLocker lock(&m_private->mutex);
     m_private->broker = std::move(broker);
     return true;
@@ -111,11 +111,11 @@ void IPCManager::stop() {
     m_private->inbox.clear();
 }
 
-// A receiver may run an event loop, stop the messaging or destroy it.
+// A receiver may run an event loop, stop the messaging or destroy this object. The inbox is asked again after each message.
 void IPCManager::deliver() {
     const QPointer<IPCManager> self(this);
-    m_private->inbox.beginToTake();
-    for (int count = 0; self && count < mostAtOnce; ++count) {
+    m_private->inbox.acknowledge();
+    for (int count = 0; self && count < maximumAtOnce; ++count) {
         const std::optional<MessageCodec::Message> message = m_private->inbox.take();
         if (!message)
             return;

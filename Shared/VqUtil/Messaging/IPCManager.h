@@ -9,13 +9,12 @@
 
 namespace Velquor::Util {
 
-/// Messages between the processes of one user over a local socket: one process serves, all others connect, and every message
-/// reaches all others once. When the serving process goes, another takes its place, and what was accepted is not lost.
+/// Messages between the processes of one user over a local socket. One process serves, all others connect, and each other process
+/// receives every message once. When the serving process ends, another one takes over, and accepted messages are not lost.
 ///
-/// Thread: lives on the thread that makes it, which runs an event loop and receives the messages; `send` may be called from any.
-/// The connections are served on a thread of their own, so that a process that is busy for a while keeps nobody waiting but
-/// itself. Owner: whoever sends. Errors: false and a line in the log. A peer that sends what is no message, is too slow, or
-/// belongs to another user is dropped.
+/// Thread: the one that creates it. That thread runs an event loop and receives the messages; `send` may be called from any.
+/// The connections have a thread of their own, so that a busy receiver delays no other process. Owner: the sender. Errors: false
+/// and a line in the log. A peer is disconnected when it sends invalid data, is too slow, or belongs to another user.
 class IPCManager : public QObject {
     Q_OBJECT
 
@@ -23,14 +22,14 @@ public:
     explicit IPCManager(std::shared_ptr<Log::ILogger> logger, QObject* parent = nullptr);
     ~IPCManager() override;
 
-    /// `folder` is owner-only and the same for all processes of the user: for locks, and for the socket where there is no better
-    /// place. True as soon as messages are taken; the connection follows.
+    /// `folder` is owner-only and the same for all processes of the user. It holds locks, and the socket when the system has no
+    /// runtime folder. True as soon as `send` accepts messages; the connection is made later.
     bool start(const QString& serverName, const QString& folder);
-    /// Nothing is received after it has returned. What was accepted is handed over to the system, within 200 ms.
+    /// No message is received after the return. Accepted messages are written to the socket, within 200 ms.
     void stop();
 
-    /// True when the message is accepted: it will reach every process that is there. False when it is too long (64 KiB as a
-    /// frame), holds a value of a type that has no form, or the messaging is stopped; or when 2 MiB wait to be sent.
+    /// True when the message is accepted: every running process will receive it. False when it is too long (64 KiB as a frame),
+    /// when it holds a value of an unsupported type, when the messaging is stopped, or when 2 MiB wait to be sent.
     bool send(const QString& name, const QVariantMap& params);
 
     [[nodiscard]] bool isServing() const;

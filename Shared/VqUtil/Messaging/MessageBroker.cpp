@@ -9,30 +9,30 @@ namespace Velquor::Util {
 
 namespace {
 
-// Longer than it takes to find a new server.
-constexpr qint64 memoryMs = 5000;
-// Less than a journal holds, so that what waits is never forgotten.
+// How long a message is sent again to a new server or client. An election takes less.
+constexpr qint64 historyMs = 5000;
+// Half of what a journal holds, so that the journal never removes a message that still waits.
 constexpr qint64 greatestWaitingSize = MessageJournal::greatestSize / 2;
 constexpr int greatestWaitingCount = MessageJournal::greatestCount / 2;
-constexpr int mostClients = 256;
-constexpr int farewellMs = 200;
-// A peer that is dropped comes back at once and is dropped again.
+constexpr int maximumClients = 256;
+constexpr int shutdownMs = 200;
+// A rejected peer reconnects at once and is rejected again. One line a minute is enough.
 constexpr int sameWarningMs = 60000;
 constexpr quint64 ownNumber = 0;
 
 } // namespace
 
-MessageBroker::MessageBroker(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
+MessageBroker::MessageBroker(const Endpoint& endpoint, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox)
     : m_logger(std::move(logger))
-    , m_election(place.address, place.guardName, place.guardFolder, m_logger, nullptr)
+    , m_election(endpoint.address, endpoint.guardName, endpoint.guardFolder, m_logger, nullptr)
     , m_inbox(inbox) {
-    connect(&m_election, &ServerElection::SeatTaken, this, &MessageBroker::becomeServer);
+    connect(&m_election, &ServerElection::Elected, this, &MessageBroker::becomeServer);
     connect(&m_election, &ServerElection::ConnectedToServer, this, &MessageBroker::becomeClient);
     connect(&m_election, &ServerElection::ClientConnected, this, &MessageBroker::addClient);
-    connect(&m_forgetting, &QTimer::timeout, this, &MessageBroker::forgetOld);
-    m_forgetting.setSingleShot(true);
-    m_forgetting.setInterval(2 * static_cast<int>(memoryMs));
-    m_election.seek();
+    connect(&m_cleanup, &QTimer::timeout, this, &MessageBroker::removeOld);
+    m_cleanup.setSingleShot(true);
+    m_cleanup.setInterval(2 * static_cast<int>(historyMs));
+    m_election.join();
 }
 
 MessageBroker::~MessageBroker() = default;
@@ -42,6 +42,7 @@ bool MessageBroker::accept(const MessageFrame& frame) {
     const qint64 size = frame.content.size() + MessageFrame::headerSize + 1;
     if (m_waitingSize + size > greatestWaitingSize || m_waitingCount >= greatestWaitingCount)
         return false;
+    // Both count until the message is written, in `relay`.
     m_waitingSize += size;
     ++m_waitingCount;
     m_accepted.append(frame);
@@ -66,24 +67,24 @@ void MessageBroker::takeAccepted() {
 }
 
 void MessageBroker::becomeServer() {
-    beThere();
+    rememberStart();
     relay();
 }
 
 void MessageBroker::becomeClient(QLocalSocket* socket) {
     m_server = addPeer(socket);
-    beThere();
+    rememberStart();
     MessageFrame hello;
     hello.kind = MessageFrame::Kind::Hello;
     hello.id = MessageFrame::newId();
     m_server->send(hello.toBytes());
-    m_server->follow(&m_own, std::min(m_own.firstWithin(memoryMs), std::max(m_ownUnsent, m_own.begin())));
+    m_server->follow(&m_own, std::min(m_own.firstWithin(historyMs), std::max(m_ownUnsent, m_own.begin())));
     relay();
 }
 
 void MessageBroker::addClient(QLocalSocket* socket) {
-    if (m_clients.size() >= mostClients) {
-        warn(QStringLiteral("Refused a connection: %1 processes are connected").arg(mostClients));
+    if (m_clients.size() >= maximumClients) {
+        warn(QStringLiteral("Refused a connection: %1 processes are connected").arg(maximumClients));
         socket->abort();
         socket->deleteLater();
         return;
@@ -104,27 +105,28 @@ void MessageBroker::receive(PeerConnection* peer, const MessageFrame& frame) {
     if (frame.kind == MessageFrame::Kind::Message && peer->isFollowing())
         receiveMessage(peer, frame);
     else if (frame.kind != MessageFrame::Kind::Message && !peer->isFollowing())
-        greet(peer, frame);
+        acceptHello(peer, frame);
     else
         peer->end(QStringLiteral("it sent a frame out of turn"));
 }
 
-// Who has lost its server is told what it may have missed on the way.
-void MessageBroker::greet(PeerConnection* peer, const MessageFrame& hello) {
+// A client that has lost its server receives the recent messages: it may have missed some during the election.
+void MessageBroker::acceptHello(PeerConnection* peer, const MessageFrame& hello) {
     if (hello.content.isEmpty())
-        peer->follow(&m_all, m_all.firstWithin(memoryMs));
+        peer->follow(&m_all, m_all.firstWithin(historyMs));
     else
         peer->end(QStringLiteral("it sent what is no greeting"));
 }
 
-// Whoever has been there for longer than messages are sent again does not depend on the clocks of others.
-bool MessageBroker::isFromBefore(const MessageFrame& frame) const {
-    return frame.sentMs < m_thereSinceMs && MessageJournal::nowMs() - m_thereSinceMs < 2 * memoryMs;
+// Processes share the machine's clock, but a sender may report any time. After `2 * historyMs` no old message is sent again, so
+// the time in a frame no longer matters.
+bool MessageBroker::predatesThisProcess(const MessageFrame& frame) const {
+    return frame.sentMs < m_startedMs && MessageJournal::nowMs() - m_startedMs < 2 * historyMs;
 }
 
-void MessageBroker::beThere() {
-    if (m_thereSinceMs == 0)
-        m_thereSinceMs = MessageJournal::nowMs();
+void MessageBroker::rememberStart() {
+    if (m_startedMs == 0)
+        m_startedMs = MessageJournal::nowMs();
 }
 
 void MessageBroker::receiveMessage(PeerConnection* peer, const MessageFrame& frame) {
@@ -136,7 +138,7 @@ void MessageBroker::receiveMessage(PeerConnection* peer, const MessageFrame& fra
     if (!m_seen.add(frame.id))
         return;
     m_all.append(frame.toBytes(), peer->number());
-    if (!isFromBefore(frame) && !m_inbox.add(std::move(*message), frame.content.size()))
+    if (!predatesThisProcess(frame) && !m_inbox.add(std::move(*message), frame.content.size()))
         warn(QStringLiteral("Gave up messages that this process has not received for long: it is busy"));
 }
 
@@ -152,19 +154,19 @@ void MessageBroker::removePeer(PeerConnection* peer, const QString& reason) {
 void MessageBroker::loseServer() {
     m_ownUnsent = m_server->nextToWrite();
     m_server = nullptr;
-    m_election.seek();
+    m_election.join();
 }
 
 void MessageBroker::relay() {
     const QVector<PeerConnection*> clients = m_clients;
     for (PeerConnection* const client : clients)
-        client->writeOn();
+        client->writeMore();
     if (m_server)
-        m_server->writeOn();
-    // The others first: they have a longer way.
-    m_inbox.tell();
-    if (!m_forgetting.isActive() && holdsAny())
-        m_forgetting.start();
+        m_server->writeMore();
+    // Notify our own receiver last: the other processes have the longer way.
+    m_inbox.notify();
+    if (!m_cleanup.isActive() && holdsAny())
+        m_cleanup.start();
     if (!isServing() && !(m_server && m_server->nextToWrite() == m_own.end()))
         return;
     m_ownUnsent = m_own.end();
@@ -175,14 +177,14 @@ void MessageBroker::relay() {
     }
 }
 
-void MessageBroker::forgetOld() {
+void MessageBroker::removeOld() {
     quint64 needed = m_all.end();
     for (const PeerConnection* const client : std::as_const(m_clients))
         needed = client->isFollowing() ? std::min(needed, client->nextToWrite()) : needed;
-    m_all.forget(memoryMs, needed);
-    m_own.forget(memoryMs, m_server ? m_server->nextToWrite() : m_ownUnsent);
+    m_all.forget(historyMs, needed);
+    m_own.forget(historyMs, m_server ? m_server->nextToWrite() : m_ownUnsent);
     if (holdsAny())
-        m_forgetting.start();
+        m_cleanup.start();
 }
 
 bool MessageBroker::holdsAny() const {
@@ -200,7 +202,7 @@ void MessageBroker::warn(const QString& text) {
 void MessageBroker::finish() {
     takeAccepted();
     const QVector<PeerConnection*> clients = m_clients;
-    const QDeadlineTimer deadline(farewellMs);
+    const QDeadlineTimer deadline(shutdownMs);
     for (PeerConnection* const client : clients)
         client->finish(static_cast<int>(deadline.remainingTime()));
     if (m_server)

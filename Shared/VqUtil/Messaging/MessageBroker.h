@@ -13,28 +13,29 @@
 
 namespace Velquor::Util {
 
-/// What one process knows of the messaging: its connections, the latest messages, and which of them it has seen.
+/// The messaging state of one process: its connections, the latest messages, and the ids of the messages it has seen.
 ///
-/// Every process keeps the latest messages, its own and those of others. When the server goes, each sends its own again to the
-/// new one, which tells everybody who comes what it has lately heard. Who has seen a message drops it, and so does a newcomer
-/// with one that is older than itself. So the messages of one sender keep their order. Thread: the one that makes it; `accept`
-/// and `isServing` may be called from any. Owner: its thread. Errors: a line in the log.
+/// Every process keeps the latest messages, its own and those of others. When the serving process ends, each client sends its own
+/// messages again to the new one. The new one sends the recent messages of all to every client that connects. A process drops a
+/// message that it has seen, and one that is older than the process itself. So nothing is lost or doubled, and the messages of
+/// one sender keep their order. Thread: the one that creates it; `accept` and `isServing` may be called from any. Owner: its
+/// thread. Errors: a line in the log.
 class MessageBroker : public QObject {
     Q_OBJECT
 
 public:
-    /// Where it is, and where its messages go. The inbox outlives the hub.
-    struct Place {
+    /// The address of the local server, and the lock that decides which process serves. The inbox outlives the broker.
+    struct Endpoint {
         QString address;
         QString guardName;
         QString guardFolder;
     };
-    MessageBroker(const Place& place, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
+    MessageBroker(const Endpoint& endpoint, std::shared_ptr<Log::ILogger> logger, MessageInbox& inbox);
     ~MessageBroker() override;
 
-    /// False when more waits to be sent than is kept.
+    /// False when too many messages wait to be sent.
     [[nodiscard]] bool accept(const MessageFrame& frame);
-    /// Hands over to the system what it can, within a short time, and ends all connections.
+    /// Writes what it can to the sockets, within 200 ms, and ends all connections.
     void finish();
     [[nodiscard]] bool isServing() const { return m_election.isServing(); }
 
@@ -45,14 +46,14 @@ private:
     void addClient(QLocalSocket* socket);
     [[nodiscard]] PeerConnection* addPeer(QLocalSocket* socket);
     void receive(PeerConnection* peer, const MessageFrame& frame);
-    void greet(PeerConnection* peer, const MessageFrame& hello);
-    [[nodiscard]] bool isFromBefore(const MessageFrame& frame) const;
-    void beThere();
+    void acceptHello(PeerConnection* peer, const MessageFrame& hello);
+    [[nodiscard]] bool predatesThisProcess(const MessageFrame& frame) const;
+    void rememberStart();
     void receiveMessage(PeerConnection* peer, const MessageFrame& frame);
     void removePeer(PeerConnection* peer, const QString& reason);
     void loseServer();
     void relay();
-    void forgetOld();
+    void removeOld();
     [[nodiscard]] bool holdsAny() const;
     void warn(const QString& text);
 
@@ -62,13 +63,13 @@ private:
     QVector<PeerConnection*> m_clients;
     PeerConnection* m_server = nullptr;
     quint64 m_lastNumber = 0;
-    qint64 m_thereSinceMs = 0; ///< When it was first connected or served; 0 before.
+    qint64 m_startedMs = 0; ///< When it first connected or served; 0 before.
 
-    MessageJournal m_all{MessageJournal::Age::SinceItCame};       ///< For who is served.
-    MessageJournal m_own{MessageJournal::Age::SinceItWasWritten}; ///< For the server.
+    MessageJournal m_all{MessageJournal::Age::SinceReceived}; ///< For the clients.
+    MessageJournal m_own{MessageJournal::Age::SinceWritten};  ///< For the server.
     quint64 m_ownUnsent = 0;
     SeenMessages m_seen;
-    QTimer m_forgetting;
+    QTimer m_cleanup;
     QString m_lastWarning;
     QElapsedTimer m_sinceWarning;
 

@@ -14,7 +14,7 @@ namespace {
 using MessageTags::greatestDepth;
 using MessageTags::Tag;
 
-/// Walks over the bytes and never past their end.
+/// Reads values and never past the end of the bytes.
 class Reader {
 public:
     explicit Reader(const QByteArray& bytes)
@@ -123,7 +123,7 @@ bool Reader::bytes(QVariant* value) {
 }
 
 bool Reader::time(Tag kind, QVariant* value) {
-    constexpr qint64 farthest = 400000000000000; // about 12,000 years, which every conversion takes
+    constexpr qint64 farthest = 400000000000000; // about 12,000 years: within the range of every conversion of QDateTime
     qint64 ms = 0;
     qint32 offset = 0;
     if (!number(&ms) || ms > farthest || ms < -farthest || (kind == Tag::OffsetTime && !number(&offset)))
@@ -135,7 +135,7 @@ bool Reader::time(Tag kind, QVariant* value) {
     return true;
 }
 
-// Every text takes bytes, so that the end of the message ends this loop whatever the count says.
+// The count may be a lie. Every text takes at least four bytes, so the loop ends with the message at the latest.
 bool Reader::texts(QVariant* value) {
     quint32 count = 0;
     if (!number(&count))
@@ -151,7 +151,7 @@ bool Reader::texts(QVariant* value) {
     return true;
 }
 
-// Every value takes bytes.
+// As for texts: every value takes at least one byte.
 bool Reader::list(QVariant* value, int depth) {
     quint32 count = 0;
     if (depth > greatestDepth || !number(&count))

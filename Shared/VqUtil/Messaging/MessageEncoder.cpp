@@ -30,7 +30,7 @@ public:
         number(static_cast<quint32>(value.size()));
         m_bytes.append(value);
     }
-    // By code units, so that a text that is no valid Unicode comes through as it is.
+    // By code units, so that text with invalid Unicode arrives unchanged.
     void text(const QString& value) {
         number(static_cast<quint32>(value.size()));
         for (const QChar unit : value)
@@ -93,7 +93,7 @@ bool Writer::real(double value) {
     return tagged(Tag::Double, bits);
 }
 
-// A time zone is the sender's; its offset at that moment travels in its place.
+// The receiver may not know the sender's time zone, so the message carries the offset at that time.
 bool Writer::time(const QDateTime& time) {
     if (!time.isValid()) {
         tag(Tag::NoTime);

@@ -8,7 +8,7 @@ namespace Velquor::Util {
 
 namespace {
 
-// The mark and the version.
+// The signature and the version.
 const QByteArray& frameStart() {
     static const QByteArray start("VqIM\x01", 5);
     return start;
@@ -51,7 +51,7 @@ void MessageFrameReader::add(const QByteArray& bytes) {
     m_bytes += bytes;
 }
 
-// A wrong start or length is told by the first byte that shows it, without waiting for more.
+// Reports a wrong start or length at the first wrong byte: waiting for a whole frame would let a peer hold the connection open.
 MessageFrameReader::Result MessageFrameReader::next(MessageFrame* frame) {
     const int left = m_bytes.size() - m_place;
     const char* const start = m_bytes.constData() + m_place;

@@ -4,8 +4,8 @@
 
 namespace Velquor::Util {
 
-/// What goes over the socket: a mark, the version of the format, the length of the payload, the id of the message, when it was
-/// sent, and the payload, whose first byte is its kind. At most 64 KiB together. Thread: any.
+/// One unit on the socket: a signature, the version of the format, the length of the payload, the message's id, the time of
+/// sending, and the payload, whose first byte is the kind. At most 64 KiB in all. Thread: any.
 struct MessageFrame {
     enum class Kind : quint8 {
         Hello = 1, ///< The first frame of a client, without content.
@@ -16,16 +16,16 @@ struct MessageFrame {
 
     Kind kind = Kind::Message;
     QByteArray id;      ///< 16 bytes.
-    qint64 sentMs = 0;  ///< By the machine's clock (`MessageJournal::nowMs`).
+    qint64 sentMs = 0;  ///< By the monotonic clock of the machine (`MessageJournal::nowMs`).
     QByteArray content; ///< Without the kind.
 
-    /// Empty when it would be too long.
+    /// Empty when the frame would be too long.
     [[nodiscard]] QByteArray toBytes() const;
     [[nodiscard]] static QByteArray newId();
 };
 
-/// Cuts a stream of bytes into frames. It holds less than one frame beyond what was given to it last.
-/// Thread: one. Errors: after `Hostile` the stream has no further meaning.
+/// Cuts a stream of bytes into frames. It buffers less than one frame beyond the bytes of the last `add`.
+/// Thread: one. Errors: after `Hostile` the rest of the stream cannot be read.
 class MessageFrameReader {
 public:
     enum class Result { Whole, Incomplete, Hostile };

@@ -6,34 +6,34 @@
 namespace Velquor::Util {
 
 bool MessageInbox::add(MessageCodec::Message message, int size) {
-    bool isRoomy = true;
+    bool isComplete = true;
     const QMutexLocker lock(&m_mutex);
     m_entries.push_back({std::move(message), size});
     m_size += size;
     while (m_size > greatestSize || m_entries.size() > greatestCount) {
         m_size -= m_entries.front().size;
         m_entries.pop_front();
-        isRoomy = false;
+        isComplete = false;
     }
-    return isRoomy;
+    return isComplete;
 }
 
-void MessageInbox::tell() {
-    bool tells = false;
+void MessageInbox::notify() {
+    bool isDue = false;
     {
         const QMutexLocker lock(&m_mutex);
-        tells = !m_entries.empty() && !std::exchange(m_isTold, true);
+        isDue = !m_entries.empty() && !std::exchange(m_isNotified, true);
     }
-    if (tells)
+    if (isDue)
         emit Filled();
 }
 
-void MessageInbox::beginToTake() {
+void MessageInbox::acknowledge() {
     const QMutexLocker lock(&m_mutex);
-    m_isTold = false;
+    m_isNotified = false;
 }
 
-// Tells of the next one before this one is handled: its receiver may run an event loop, or may never come back here.
+// Announces the next message before this one is handled: the receiver may run an event loop, or never return here.
 std::optional<MessageCodec::Message> MessageInbox::take() {
     std::optional<MessageCodec::Message> first;
     {
@@ -44,7 +44,7 @@ std::optional<MessageCodec::Message> MessageInbox::take() {
         m_size -= m_entries.front().size;
         m_entries.pop_front();
     }
-    tell();
+    notify();
     return first;
 }
 

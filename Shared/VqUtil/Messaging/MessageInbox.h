@@ -9,8 +9,8 @@
 
 namespace Velquor::Util {
 
-/// Messages on their way from the thread of the messaging to the one that receives them. It is bounded: while a receiver is busy
-/// for long, the oldest ones go first, as for a process that could not be reached for that long.
+/// The queue of messages from the thread of the messaging to the receiving thread. It is bounded: while the receiver is busy for
+/// long, the oldest messages are dropped, as they are for a process that is unreachable that long.
 ///
 /// Thread: any. Owner: the manager.
 class MessageInbox : public QObject {
@@ -20,18 +20,18 @@ public:
     static constexpr int greatestCount = 16 * 1024;
     static constexpr qint64 greatestSize = 4 * 1024 * 1024;
 
-    /// `size` in bytes, as it came. False when older messages were given up for it.
+    /// `size`: the encoded bytes. False when older messages were dropped to make space.
     bool add(MessageCodec::Message message, int size);
-    /// Tells that there is something to take, if that was not told yet.
-    void tell();
-    /// To be called when `Filled` has arrived.
-    void beginToTake();
-    /// The oldest one, if there is any.
+    /// Emits `Filled` when there is a message and no `Filled` is pending.
+    void notify();
+    /// Call when `Filled` has arrived, so that the next message emits it again.
+    void acknowledge();
+    /// The oldest message, if there is one.
     [[nodiscard]] std::optional<MessageCodec::Message> take();
     void clear();
 
 signals:
-    /// There is a message to take; told again, once, by `take` while there is more. To be received queued.
+    /// There is a message to take. `take` emits it once more while there are others. Connect it queued.
     void Filled();
 
 private:
@@ -43,7 +43,7 @@ private:
     QMutex m_mutex;
     std::deque<Entry> m_entries;
     qint64 m_size = 0;
-    bool m_isTold = false; ///< `Filled` is on its way.
+    bool m_isNotified = false; ///< A `Filled` is pending.
 };
 
 } // namespace Velquor::Util

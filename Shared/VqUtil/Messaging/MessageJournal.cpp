@@ -13,10 +13,10 @@ void MessageJournal::append(const QByteArray& frame, quint64 origin) {
         removeFirst();
 }
 
-// Not each time: what is sent again to every new server would never get too old for it.
+// Only the first time counts: otherwise a message that is sent again to every new server would never expire.
 void MessageJournal::noteWritten(quint64 number) {
     Entry& entry = m_entries[static_cast<size_t>(number - m_begin)];
-    if (m_age == Age::SinceItWasWritten && !std::exchange(entry.isWritten, true))
+    if (m_age == Age::SinceWritten && !std::exchange(entry.isWritten, true))
         entry.timeMs = nowMs();
 }
 
@@ -38,7 +38,7 @@ void MessageJournal::removeFirst() {
     ++m_begin;
 }
 
-// A clock that nobody sets.
+// A monotonic clock: the user may set the other one at any time.
 qint64 MessageJournal::nowMs() {
     return QDeadlineTimer::current().deadline();
 }

@@ -6,20 +6,19 @@
 
 namespace Velquor::Util {
 
-/// The latest messages as frames, each with a number that counts upwards. Whoever writes them to a socket keeps the number of the
-/// next one.
+/// The latest messages as frames, numbered upwards. Each connection keeps the number of the next frame to write.
 ///
-/// It is bounded in number and bytes: the oldest ones go first, so that one who falls behind misses them.
-/// Thread: one. Owner: the hub.
+/// It is bounded in number and bytes. The oldest frames are removed first, so a connection that falls behind misses them.
+/// Thread: one. Owner: the broker.
 class MessageJournal {
 public:
     struct Entry {
         QByteArray frame;
-        quint64 origin = 0; ///< The connection that it came over.
-        qint64 timeMs = 0;  ///< When it came, or was written for the first time.
+        quint64 origin = 0; ///< The number of the connection that it came from.
+        qint64 timeMs = 0;  ///< When it was received, or first written.
         bool isWritten = false;
     };
-    enum class Age { SinceItCame, SinceItWasWritten };
+    enum class Age { SinceReceived, SinceWritten };
     static constexpr int greatestCount = 16 * 1024;
     static constexpr qint64 greatestSize = 4 * 1024 * 1024;
 
@@ -31,9 +30,9 @@ public:
     [[nodiscard]] quint64 end() const { return m_begin + m_entries.size(); }
     [[nodiscard]] const Entry& at(quint64 number) const { return m_entries[static_cast<size_t>(number - m_begin)]; }
     void noteWritten(quint64 number);
-    /// The first entry that is not older than that.
+    /// The number of the first entry that is at most `ms` old.
     [[nodiscard]] quint64 firstWithin(qint64 ms) const;
-    /// Forgets what is older than `ms` and comes before `number`.
+    /// Removes the entries that are older than `ms` and come before `number`.
     void forget(qint64 ms, quint64 number);
 
     [[nodiscard]] static qint64 nowMs();
@@ -47,10 +46,10 @@ private:
     qint64 m_size = 0;
 };
 
-/// Which messages are known already; as many of the latest as two journals hold. Thread: one.
+/// The ids of the messages that this process has seen: as many of the latest as two journals hold. Thread: one.
 class SeenMessages {
 public:
-    /// False when it is known.
+    /// False when the id is known already.
     [[nodiscard]] bool add(const QByteArray& id);
 
 private:

@@ -2,13 +2,13 @@
 
 #include <QtGlobal>
 
-/// What both halves of the message codec know. Thread: any.
+/// Shared by the encoder and the decoder of messages. Thread: any.
 namespace Velquor::Util::MessageTags {
 
-/// Of maps and lists in each other.
+/// How deep maps and lists may be nested.
 constexpr int greatestDepth = 8;
 
-/// The kinds of values. The numbers are the format's and never change.
+/// The kinds of values. The numbers are part of the format and never change.
 enum class Tag : quint8 {
     None = 0,
     Bool = 1,

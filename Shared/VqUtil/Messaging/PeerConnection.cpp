@@ -8,8 +8,8 @@ namespace {
 
 constexpr qint64 readAhead = 128 * 1024;
 constexpr qint64 writeAhead = 64 * 1024;
-// How long a newcomer may be silent, and how long one frame may take.
-constexpr int patienceMs = 2000;
+// How long a new client may be silent, and how long one frame may take.
+constexpr int timeoutIntervalMs = 2000;
 
 } // namespace
 
@@ -19,15 +19,16 @@ PeerConnection::PeerConnection(QLocalSocket* socket, quint64 number, QObject* pa
     , m_number(number) {
     m_socket->setParent(this);
     m_socket->setReadBufferSize(readAhead);
-    m_patience.setSingleShot(true);
-    m_patience.setInterval(patienceMs);
-    connect(&m_patience, &QTimer::timeout, this, &PeerConnection::tooLate);
-    connect(m_socket, &QLocalSocket::readyRead, this, &PeerConnection::readOn);
-    connect(m_socket, &QLocalSocket::bytesWritten, this, &PeerConnection::writeOn);
+    m_timeout.setSingleShot(true);
+    m_timeout.setInterval(timeoutIntervalMs);
+    connect(&m_timeout, &QTimer::timeout, this, &PeerConnection::timeOut);
+    connect(m_socket, &QLocalSocket::readyRead, this, &PeerConnection::readMore);
+    connect(m_socket, &QLocalSocket::bytesWritten, this, &PeerConnection::writeMore);
     connect(m_socket, &QLocalSocket::disconnected, this, &PeerConnection::endOfStream);
-    // What came before anybody listened, an end included, is looked at from the event loop.
+    // The socket may have received data, or its end, before these signals were connected. Look from the event loop, since the
+    // owner has not connected our own signals yet.
     QMetaObject::invokeMethod(
-        this, [this] { m_socket->state() == QLocalSocket::ConnectedState ? readOn() : endOfStream(); }, Qt::QueuedConnection);
+        this, [this] { m_socket->state() == QLocalSocket::ConnectedState ? readMore() : endOfStream(); }, Qt::QueuedConnection);
 }
 
 PeerConnection::~PeerConnection() {
@@ -35,16 +36,16 @@ PeerConnection::~PeerConnection() {
 }
 
 void PeerConnection::expectHello() {
-    m_patience.start();
+    m_timeout.start();
 }
 
 void PeerConnection::follow(MessageJournal* journal, quint64 next) {
     m_journal = journal;
     m_next = next;
-    writeOn();
+    writeMore();
 }
 
-void PeerConnection::writeOn() {
+void PeerConnection::writeMore() {
     if (m_isEnded || !m_journal)
         return;
     if (m_next < m_journal->begin()) {
@@ -55,7 +56,8 @@ void PeerConnection::writeOn() {
         if (m_journal->at(m_next).origin == m_number)
             continue;
         if (m_socket->state() != QLocalSocket::ConnectedState || m_socket->write(m_journal->at(m_next).frame) < 0) {
-            // Its end is told by the socket, with what came before it; in case it is not, from the event loop.
+            // The socket may still hold frames from the peer, and may or may not report its end. Read them and end the
+            // connection from the event loop.
             QMetaObject::invokeMethod(this, &PeerConnection::endOfStream, Qt::QueuedConnection);
             return;
         }
@@ -63,7 +65,7 @@ void PeerConnection::writeOn() {
     }
 }
 
-void PeerConnection::readOn() {
+void PeerConnection::readMore() {
     if (m_isEnded)
         return;
     m_reader.add(m_socket->readAll());
@@ -77,7 +79,7 @@ void PeerConnection::receiveFrames() {
     while (!m_isEnded && result == MessageFrameReader::Result::Whole) {
         result = m_reader.next(&frame);
         if (result == MessageFrameReader::Result::Whole) {
-            m_patience.stop();
+            m_timeout.stop();
             emit Received(this, frame);
         }
     }
@@ -85,27 +87,27 @@ void PeerConnection::receiveFrames() {
         return;
     if (result == MessageFrameReader::Result::Hostile)
         end(QStringLiteral("it sent what is no message"));
-    else if (m_reader.isInsideFrame() && !m_patience.isActive())
-        m_patience.start();
+    else if (m_reader.isInsideFrame() && !m_timeout.isActive())
+        m_timeout.start();
 }
 
 void PeerConnection::endOfStream() {
     if (m_socket->bytesAvailable() > 0)
-        readOn();
+        readMore();
     end(QString());
 }
 
-void PeerConnection::tooLate() {
+void PeerConnection::timeOut() {
     end(QStringLiteral("it did not finish its message in time"));
 }
 
 void PeerConnection::finish(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
-    writeOn();
+    writeMore();
     m_socket->flush();
     while (!m_isEnded && m_socket->bytesToWrite() > 0 && !deadline.hasExpired()
            && m_socket->waitForBytesWritten(static_cast<int>(deadline.remainingTime()))) {
-        writeOn();
+        writeMore();
     }
 }
 
@@ -113,7 +115,7 @@ void PeerConnection::end(const QString& reason) {
     if (m_isEnded)
         return;
     m_isEnded = true;
-    m_patience.stop();
+    m_timeout.stop();
     m_socket->abort();
     emit Ended(this, reason);
 }

@@ -13,11 +13,11 @@ namespace {
 constexpr int shortestPauseMs = 10;
 constexpr int longestPauseMs = 500;
 constexpr int connectMs = 2000;
-// As long as a server takes to end what it does not want; one that is killed is hardly ever that young.
+// A server rejects a client within this time. A server that is killed has rarely run for so short a time.
 constexpr int briefConnectionMs = 50;
-// In case that the system does not tell of the removal: rare enough to let an idle process sleep.
+// A fallback for a removal that the system does not report. Rare, so that an idle process can sleep.
 constexpr int serverCheckMs = 30000;
-constexpr int mostNameAttempts = 3;
+constexpr int maximumRestoreAttempts = 3;
 
 } // namespace
 
@@ -35,7 +35,7 @@ ServerElection::ServerElection(const QString& address, const QString& guardName,
     m_serverCheck.setTimerType(Qt::VeryCoarseTimer);
 }
 
-// The name is given back before the lock.
+// The address is released before the lock: the next holder of the lock must find it free.
 ServerElection::~ServerElection() {
     if (m_socket)
         m_socket->disconnect(this);
@@ -43,12 +43,12 @@ ServerElection::~ServerElection() {
     m_guard.release();
 }
 
-void ServerElection::seek() {
+void ServerElection::join() {
     if (m_connectedSince.isValid() && m_connectedSince.elapsed() < briefConnectionMs)
         lengthenPause();
     else
         m_pauseMs = 0;
-    seekLater(m_pauseMs);
+    retryIn(m_pauseMs);
 }
 
 void ServerElection::lengthenPause() {
@@ -58,7 +58,7 @@ void ServerElection::lengthenPause() {
 void ServerElection::connectToServer() {
     delete m_socket;
     m_socket = new QLocalSocket(this);
-    // Queued, since a socket may answer while it is still being asked.
+    // Queued: a local socket may emit its signals from within `connectToServer`, before the caller has finished.
     connect(m_socket, &QLocalSocket::connected, this, &ServerElection::connected, Qt::QueuedConnection);
     connect(m_socket, &QLocalSocket::errorOccurred, this, &ServerElection::notConnected, Qt::QueuedConnection);
     m_nextTry.start(connectMs);
@@ -70,7 +70,7 @@ void ServerElection::connected() {
         return;
     if (!isPeerOfSameUser(m_socket->socketDescriptor(), PeerRole::Server)) {
         warnOnce(QStringLiteral("Messages are not sent: the server at %1 belongs to another user").arg(m_address));
-        seekLater(longestPauseMs);
+        retryIn(longestPauseMs);
         return;
     }
     m_nextTry.stop();
@@ -83,44 +83,45 @@ void ServerElection::connected() {
     emit ConnectedToServer(socket);
 }
 
-// The second time the lock is there: nobody who keeps to it can have begun to serve since then, and nobody answers.
+// Without the lock this only tries to take it, and then connects once more. Another process may have started to serve between our
+// first attempt and the lock. When the attempt under the lock fails too, no process serves, and none can start while we hold it.
 void ServerElection::notConnected() {
     if (!m_socket || sender() != m_socket)
         return;
     if (m_hasGuard) {
-        takeSeat();
+        startServing();
         return;
     }
     switch (m_guard.acquire(0)) {
     case ProcessGuard::Result::Acquired:
-    case ProcessGuard::Result::AcquiredFromTheDead:
+    case ProcessGuard::Result::AcquiredAbandoned:
         m_hasGuard = true;
-        seekLater(0);
+        retryIn(0);
         return;
     case ProcessGuard::Result::Failed:
         warnOnce(QStringLiteral("Failed to take the lock of the messaging server. %1").arg(m_guard.errorText()));
-        seekLater(longestPauseMs);
+        retryIn(longestPauseMs);
         return;
     case ProcessGuard::Result::TimedOut: break;
     }
     lengthenPause();
-    seekLater(m_pauseMs + QRandomGenerator::global()->bounded(shortestPauseMs));
+    retryIn(m_pauseMs + QRandomGenerator::global()->bounded(shortestPauseMs));
 }
 
-void ServerElection::takeSeat() {
+void ServerElection::startServing() {
     if (!listen()) {
         m_guard.release();
         m_hasGuard = false;
-        seekLater(longestPauseMs);
+        retryIn(longestPauseMs);
         return;
     }
     m_isServing = true;
     delete m_socket;
     m_nextTry.stop();
     m_serverCheck.start();
-    keepName();
+    keepReachable();
     m_logger->information(QStringLiteral("This process serves the messages between processes at %1").arg(m_address));
-    emit SeatTaken();
+    emit Elected();
 }
 
 bool ServerElection::listen() {
@@ -147,39 +148,40 @@ void ServerElection::acceptClients() {
     }
 }
 
-// The server stops listening by itself when the system runs short of descriptors, and its socket may be removed by somebody.
+// Qt's server stops listening by itself when the system runs out of descriptors, and anybody may remove the socket file.
 void ServerElection::checkServer() {
-    if (m_server->isListening() && isLocalServerNamed(m_address))
+    if (m_server->isListening() && isLocalServerReachable(m_address))
         return;
     m_server->close();
     if (!m_server->listen(m_address))
         warnOnce(QStringLiteral("Failed to serve messages at %1. %2").arg(m_address, m_server->errorString()));
 }
 
-// The name may go again before it is watched.
-void ServerElection::keepName() {
-    for (int attempt = 0; attempt < mostNameAttempts; ++attempt) {
+// The file may be removed again before the watch is in place, so check after setting the watch. Bounded: a program that keeps
+// removing the file must not occupy this thread. The timer repairs the rest.
+void ServerElection::keepReachable() {
+    for (int attempt = 0; attempt < maximumRestoreAttempts; ++attempt) {
         checkServer();
-        watchName();
-        if (isLocalServerNamed(m_address))
+        watchSocketFile();
+        if (isLocalServerReachable(m_address))
             return;
     }
 }
 
-void ServerElection::watchName() {
-    const QString file = localServerFile(m_address);
+void ServerElection::watchSocketFile() {
+    const QString file = localServerSocketFile(m_address);
     if (file.isEmpty())
         return;
-    if (!m_nameWatch) {
-        m_nameWatch = std::make_unique<QFileSystemWatcher>();
-        connect(m_nameWatch.get(), &QFileSystemWatcher::fileChanged, this, &ServerElection::keepName);
+    if (!m_socketFileWatch) {
+        m_socketFileWatch = std::make_unique<QFileSystemWatcher>();
+        connect(m_socketFileWatch.get(), &QFileSystemWatcher::fileChanged, this, &ServerElection::keepReachable);
     }
-    // The watch is on the file, which may be another one now, and not on its name.
-    m_nameWatch->removePath(file);
-    m_nameWatch->addPath(file);
+    // The watch is on the file and not on its path. Renew it, since the path may lead to a new file.
+    m_socketFileWatch->removePath(file);
+    m_socketFileWatch->addPath(file);
 }
 
-void ServerElection::seekLater(int ms) {
+void ServerElection::retryIn(int ms) {
     if (m_socket)
         m_socket->disconnect(this);
     m_nextTry.start(ms);

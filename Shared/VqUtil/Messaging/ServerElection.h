@@ -15,12 +15,11 @@
 
 namespace Velquor::Util {
 
-/// Sees to it that one process of the user serves and the others are connected to it.
+/// Elects the one process of the user that serves, and connects the others to it.
 ///
-/// Who serves holds a lock that the system frees with its holder, and only the holder puts a socket in the place of one that
-/// nobody answers on. So a socket left behind by a dead process is taken over, and that of a living one never. Both sides check
-/// that the other is the same user. Thread: the one that starts it. Owner: the hub. Errors: a line in the log, and another
-/// attempt a little later.
+/// The serving process holds a lock that the system releases when its holder dies. Only the lock's holder may replace a socket
+/// that does not answer. So the socket of a dead process is replaced, and that of a living process never is. Both sides check
+/// that the peer is the same user. Thread: the one that creates it. Owner: the broker. Errors: a line in the log, and a retry.
 class ServerElection : public QObject {
     Q_OBJECT
 
@@ -29,15 +28,16 @@ public:
                    std::shared_ptr<Log::ILogger> logger, QObject* parent);
     ~ServerElection() override;
 
-    /// Takes the free seat or connects to who has it; to be called again when that connection has ended. One that ended as soon
-    /// as it was made is not made anew at once: that server refuses this process, and would again.
-    void seek();
+    /// Connects to the serving process, or serves when there is none. Call it again when the connection has ended. A connection
+    /// that closes at once is retried after a pause: the server is rejecting us.
+    void join();
     /// From any thread.
     [[nodiscard]] bool isServing() const { return m_isServing; }
 
 signals:
-    void SeatTaken();
-    /// The receiver takes the sockets over.
+    /// This process serves from now on.
+    void Elected();
+    /// The receiver takes ownership of the socket. The same holds for `ClientConnected`.
     void ConnectedToServer(QLocalSocket* socket);
     void ClientConnected(QLocalSocket* socket);
 
@@ -45,13 +45,13 @@ private:
     void connectToServer();
     void connected();
     void notConnected();
-    void takeSeat();
+    void startServing();
     [[nodiscard]] bool listen();
     void acceptClients();
     void checkServer();
-    void keepName();
-    void watchName();
-    void seekLater(int ms);
+    void keepReachable();
+    void watchSocketFile();
+    void retryIn(int ms);
     void lengthenPause();
     void warnOnce(const QString& text);
 
@@ -62,7 +62,7 @@ private:
     std::unique_ptr<QLocalServer> m_server;
     QTimer m_nextTry;
     QTimer m_serverCheck;
-    std::unique_ptr<QFileSystemWatcher> m_nameWatch;
+    std::unique_ptr<QFileSystemWatcher> m_socketFileWatch;
     QString m_lastWarning;
     int m_pauseMs = 0;
     QElapsedTimer m_connectedSince; ///< Invalid before the first connection.

@@ -4,10 +4,10 @@
 
 namespace Velquor::Util {
 
-/// Delivery of Qt's posted events in a host whose main loop is not Qt's: a hook on the message queue of the calling thread
-/// (Windows: `WH_GETMESSAGE`) that delivers them before each message. Other systems have no such queue.
+/// Delivers Qt's posted events in a host whose main loop is not Qt's. On Windows a hook on the message queue of the calling
+/// thread (`WH_GETMESSAGE`) delivers them before each message. Other systems have no such queue, and `install` fails there.
 ///
-/// Thread: that which is served; each thread has a hook of its own, which goes with it. Errors: false and the system's text.
+/// Thread: the one served. Hooks are per thread and end with it. Errors: the system's reason.
 namespace EventHook {
 
 [[nodiscard]] bool isInstalled();

@@ -4,7 +4,7 @@
 
 namespace Velquor::Util {
 
-/// The folders of the system in which the library's data folder lies; without a trailing separator, empty when unknown.
+/// The system's folders for application data, without a trailing separator; empty when unknown.
 /// Thread: any.
 
 /// Of the user. Windows: FOLDERID_LocalAppData. Posix: `XDG_DATA_HOME`, by default "~/.local/share".

@@ -4,16 +4,16 @@ class QThread;
 
 namespace Velquor::Util {
 
-/// What a thread serves beside windows and network sockets, which it does not.
+/// What a thread serves. None serves windows or network sockets.
 enum class ThreadServes { PostsAndTimers, LocalSocketsToo };
 
-/// Lets a thread wait for what it needs alone.
+/// Gives a thread an event dispatcher without a window message queue.
 ///
-/// On Windows, Qt's own dispatcher wakes a thread by a window message, and looks at the message queue several times, sets a timer
-/// and ends it for each: some seven calls to the system where two will do. Messages between processes pass several threads on
-/// their way, so that is most of the time they take. Other systems have no such queue, and Qt's own dispatcher serves.
+/// On Windows, Qt's own dispatcher wakes a thread by a window message. For each one it peeks at the message queue several times,
+/// and starts and stops a timer: about seven system calls where two are enough. A message between processes passes several
+/// threads, so these calls are most of its time. Other systems keep Qt's own dispatcher.
 ///
-/// Call it before the thread starts. The dispatcher belongs to the thread.
+/// Call it before the thread starts. The thread owns the dispatcher.
 void useLeanDispatcher(QThread& thread, ThreadServes what);
 
 } // namespace Velquor::Util

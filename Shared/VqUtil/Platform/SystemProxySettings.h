@@ -4,7 +4,7 @@
 
 namespace Velquor::Util {
 
-/// How the system says its network is reached, in lines for the log; never with a proxy's user or password.
+/// The proxy settings of the system, as lines for the log, without user names and passwords.
 /// Windows: the per-connection options of WinInet. Posix: the proxy variables of the environment. Thread: any.
 [[nodiscard]] QStringList systemProxySettings();
 

@@ -5,12 +5,12 @@
 
 namespace Velquor::Util {
 
-/// The name of the user whose process this is, as the system knows it; empty when it cannot be told.
+/// The system's name for the user of this process; empty when unknown.
 /// Windows: `GetUserNameW` with a buffer of 257 characters. Thread: any.
 [[nodiscard]] QString currentUserName();
 
-/// The physical addresses of the machine's network adapters, in the system's order: two lower-case hexadecimal digits a byte,
-/// no separators; adapters without one are left out. Empty when they cannot be told. Thread: any.
+/// The physical addresses of the network adapters in the system's order: lower-case hexadecimal digits, no separators. Adapters
+/// without an address are left out. Empty when the system does not list them. Thread: any.
 [[nodiscard]] QStringList adapterAddresses();
 
 } // namespace Velquor::Util

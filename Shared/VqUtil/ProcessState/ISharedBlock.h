@@ -7,14 +7,14 @@ namespace Velquor::Util {
 
 /// A block of bytes that the processes of one user share under a key.
 ///
-/// It holds no lock of its own towards other processes of ours: whoever calls holds the lock that goes with the block.
-/// Thread: one at a time. Owner: the holder; destroying the object detaches, and the last one to detach takes the block with it.
-/// Errors: `Failed`, false or no bytes, with `errorText()` for the first.
+/// It does not lock: the caller holds the lock that belongs to the block. Destroying the object detaches. The block is removed
+/// when the last process detaches. Thread: one at a time. Owner: the holder. Errors: `Failed`, false or no bytes; `errorText()`
+/// explains `Failed` and a failed write.
 class ISharedBlock {
 public:
     enum class Result {
         Done,
-        Missing,      ///< Attaching: nobody has the block.
+        Missing,      ///< Attaching: no process has the block.
         AlreadyThere, ///< Creating: another process has it; attach again.
         Failed,
     };
@@ -25,7 +25,7 @@ public:
     [[nodiscard]] virtual Result attach() = 0;
     /// Creates the block, all zeros, and attaches.
     [[nodiscard]] virtual Result create(int size) = 0;
-    /// False from the moment when somebody removes the block from under its users, too.
+    /// False also when another program has removed the block while it was in use.
     [[nodiscard]] virtual bool isAttached() = 0;
     [[nodiscard]] virtual int size() const = 0;
 

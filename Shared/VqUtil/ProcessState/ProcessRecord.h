@@ -7,10 +7,10 @@
 
 namespace Velquor::Util {
 
-/// What a process publishes. Values are of type bool, an integer type or text; a block with others is not read beyond them.
+/// The properties that a process publishes. A value is a bool, an integer or a text. Reading a block stops at any other type.
 using ProcessProperties = QMap<QString, QVariant>;
 
-/// One process in the process state block. Thread: any. Owner: whoever holds the copy.
+/// One process in the process state block. Thread: any. Owner: the holder of the copy.
 struct ProcessRecord {
     qint64 processId = 0;
     QString executablePath;

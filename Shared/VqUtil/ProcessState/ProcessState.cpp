@@ -10,7 +10,7 @@ namespace Velquor::Util {
 
 namespace {
 
-constexpr int semaphorePatienceMs = 2000;
+constexpr int semaphoreTimeoutMs = 2000;
 
 bool isSameValue(const QVariant& one, const QVariant& other) {
     if (one.type() == QVariant::String || other.type() == QVariant::String)
@@ -29,12 +29,13 @@ bool showsAll(const ProcessRecord& record, const ProcessProperties& wanted) {
 
 } // namespace
 
-/// One operation: the threads of this process wait for each other, then for the other processes.
+/// The locks of one operation: first the mutex of this process, then the lock between the processes. Members are destroyed in
+/// reverse order, so the mutex is held to the end.
 class ProcessState::Section {
 public:
     explicit Section(ProcessState& state)
         : m_threads(&state.m_mutex)
-        , m_lock(state.m_lock && state.m_lock->acquire(semaphorePatienceMs) ? state.m_lock.get() : nullptr) {}
+        , m_lock(state.m_lock && state.m_lock->acquire(semaphoreTimeoutMs) ? state.m_lock.get() : nullptr) {}
     ~Section() {
         if (m_lock)
             m_lock->release();
@@ -49,8 +50,8 @@ private:
     CrossProcessLock* const m_lock;
 };
 
-ProcessState::ProcessState(ProcessStateDependencies services)
-    : m_services(std::move(services)) {}
+ProcessState::ProcessState(ProcessStateDependencies dependencies)
+    : m_dependencies(std::move(dependencies)) {}
 
 ProcessState::~ProcessState() {
     const QMutexLocker threads(&m_mutex);
@@ -62,13 +63,14 @@ void ProcessState::setKey(const QString& key) {
         return;
     const QMutexLocker threads(&m_mutex);
     leaveBlock();
-    m_lock = std::make_unique<CrossProcessLock>(key + QStringLiteral(".Semaphore"), m_services.lockFolder, m_services.logger);
-    m_block = std::make_unique<ProcessStateBlock>(key, m_services.openBlock(key), m_services.logger);
+    m_lock =
+        std::make_unique<CrossProcessLock>(key + QStringLiteral(".Semaphore"), m_dependencies.lockFolder, m_dependencies.logger);
+    m_block = std::make_unique<ProcessStateBlock>(key, m_dependencies.openBlock(key), m_dependencies.logger);
 }
 
-// Whoever detaches last removes the block: not while another process is about to attach.
+// The last process that detaches removes the block. Hold the lock, so that no other process attaches at that moment.
 void ProcessState::leaveBlock() {
-    const bool isHeld = m_block && m_block->isAttached() && m_lock->acquire(semaphorePatienceMs);
+    const bool isHeld = m_block && m_block->isAttached() && m_lock->acquire(semaphoreTimeoutMs);
     m_block.reset();
     if (isHeld)
         m_lock->release();
@@ -98,6 +100,7 @@ bool ProcessState::setPropertyMap(const ProcessProperties& properties) {
 
 bool ProcessState::setUnlessSetElsewhere(const ProcessProperties& properties) {
     const Section section(*this);
+    // Without the block the flags cannot prevent a second request, and no request at all would be worse.
     if (!section.isEntered() || !m_block->ensureCreated())
         return true;
     logDump(QStringLiteral("Query property"));
@@ -113,7 +116,7 @@ void ProcessState::deleteProperty(const QString& key) {
         return;
     change(QStringLiteral("Delete property"), [this, &key](ProcessRecords& records) {
         const auto own = std::find_if(records.begin(), records.end(), [this](const ProcessRecord& record) {
-            return record.processId == m_services.ownProcessId;
+            return record.processId == m_dependencies.ownProcessId;
         });
         return own != records.end() && own->properties.remove(key) > 0;
     });
@@ -137,7 +140,7 @@ void ProcessState::deleteProcessState() {
     if (!section.isEntered())
         return;
     change(QStringLiteral("Delete process state"), [this](ProcessRecords& records) {
-        const auto isOwn = [this](const ProcessRecord& record) { return record.processId == m_services.ownProcessId; };
+        const auto isOwn = [this](const ProcessRecord& record) { return record.processId == m_dependencies.ownProcessId; };
         records.erase(std::remove_if(records.begin(), records.end(), isOwn), records.end());
         return true;
     });
@@ -148,20 +151,20 @@ QStringList ProcessState::dump(const QString& context) {
     return section.isEntered() ? dumpLines(context) : processStateDump(context, {});
 }
 
-// First the match, which is cheap, then the question whether the process lives.
+// Checks the process last: that is a system call, and the rest is not.
 bool ProcessState::isSetElsewhere(const ProcessProperties& properties) {
     const ProcessRecords& records = m_block->records();
     return std::any_of(records.cbegin(), records.cend(), [this, &properties](const ProcessRecord& record) {
-        return record.processId != m_services.ownProcessId && showsAll(record, properties) && isAlive(record);
+        return record.processId != m_dependencies.ownProcessId && showsAll(record, properties) && isAlive(record);
     });
 }
 
 void ProcessState::setOwn(const ProcessProperties& properties, const QString& context) {
     change(context, [this, &properties](ProcessRecords& records) {
         auto own = std::find_if(records.begin(), records.end(),
-                                [this](const ProcessRecord& record) { return record.processId == m_services.ownProcessId; });
+                                [this](const ProcessRecord& record) { return record.processId == m_dependencies.ownProcessId; });
         if (own == records.end())
-            own = records.insert(records.end(), {m_services.ownProcessId, m_services.ownExecutablePath, {}});
+            own = records.insert(records.end(), {m_dependencies.ownProcessId, m_dependencies.ownExecutablePath, {}});
         for (auto property = properties.cbegin(); property != properties.cend(); ++property)
             own->properties.insert(property.key(), property.value());
         return true;
@@ -177,18 +180,18 @@ void ProcessState::change(const QString& context, const std::function<bool(Proce
     if (!edit(records))
         return;
     if (deadCount > 0)
-        m_services.logger->information(
+        m_dependencies.logger->information(
             QStringLiteral("Removing %1 dead process(es) in process state shared memory").arg(deadCount));
     m_block->write(records);
     logDump(context);
 }
 
 bool ProcessState::isAlive(const ProcessRecord& record) const {
-    if (m_services.isAlive(record.processId, record.executablePath))
+    if (m_dependencies.isAlive(record.processId, record.executablePath))
         return true;
     if (isDebugEnabled())
-        m_services.logger->debug(QStringLiteral("Found dead process in process state shared memory: %1:%2")
-                                     .arg(QString::number(record.processId), record.executablePath));
+        m_dependencies.logger->debug(QStringLiteral("Found dead process in process state shared memory: %1:%2")
+                                         .arg(QString::number(record.processId), record.executablePath));
     return false;
 }
 
@@ -203,7 +206,7 @@ ProcessRecords ProcessState::liveRecords() {
 
 void ProcessState::logDump(const QString& context) {
     if (isDebugEnabled())
-        m_services.logger->debug(dumpLines(context).join(QLatin1Char('\n')));
+        m_dependencies.logger->debug(dumpLines(context).join(QLatin1Char('\n')));
 }
 
 QStringList ProcessState::dumpLines(const QString& context) {

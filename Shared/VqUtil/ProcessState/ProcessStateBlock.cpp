@@ -8,8 +8,8 @@ namespace Velquor::Util {
 
 namespace {
 constexpr int newBlockSize = 65536;
-// Creator and attacher can miss each other only as often as other processes come and go in between.
-constexpr int mostAttempts = 3;
+// Attach and create fail in turn only when another process creates and removes the block in between.
+constexpr int maximumAttempts = 3;
 } // namespace
 
 ProcessStateBlock::ProcessStateBlock(const QString& key, std::unique_ptr<ISharedBlock> block,
@@ -20,7 +20,7 @@ ProcessStateBlock::ProcessStateBlock(const QString& key, std::unique_ptr<IShared
 
 bool ProcessStateBlock::ensureCreated() {
     auto result = ISharedBlock::Result::AlreadyThere;
-    for (int attempt = 0; attempt < mostAttempts && result == ISharedBlock::Result::AlreadyThere; ++attempt) {
+    for (int attempt = 0; attempt < maximumAttempts && result == ISharedBlock::Result::AlreadyThere; ++attempt) {
         if (attachIfThere())
             return true;
         result = m_block->create(newBlockSize);

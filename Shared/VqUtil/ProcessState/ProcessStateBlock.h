@@ -8,27 +8,28 @@
 
 namespace Velquor::Util {
 
-/// The records in the shared block: attaches to it or creates it, reads, and writes the whole of it.
+/// Reads and writes the records in the shared block, and attaches to it or creates it.
 ///
-/// The last reading is kept and is good as long as the block starts with the same bytes, so that a look that finds nothing new
-/// costs a comparison. Knows nothing of locks and of who is alive.
+/// The decoded records are cached. They stay valid while the block starts with the same bytes, so an unchanged block costs one
+/// comparison. This class does not lock and does not check which processes are alive.
 /// Thread: one at a time, under the lock of the block. Owner: the ProcessState. Errors: no records or false, and one log line.
 class ProcessStateBlock {
 public:
     ProcessStateBlock(const QString& key, std::unique_ptr<ISharedBlock> block, std::shared_ptr<Log::ILogger> logger);
 
     [[nodiscard]] bool ensureCreated();
-    /// Attaches when another process has the block; creates nothing.
+    /// Attaches when another process has the block. Does not create it.
     [[nodiscard]] bool attachIfThere();
     [[nodiscard]] bool isAttached() const { return m_block->isAttached(); }
 
-    /// All records in the block, those of dead processes too; none when nobody has the block. Good until the next call.
+    /// All records in the block, including those of dead processes. None when no process has the block. Valid until the next
+    /// call.
     [[nodiscard]] const ProcessRecords& records();
-    /// Creates the block first where it is missing. What does not fit is cut.
+    /// Creates a missing block first. Data that does not fit is cut off.
     void write(const ProcessRecords& records);
 
     [[nodiscard]] int size() const { return m_block->size(); }
-    /// The bytes that the records took up when they were read last.
+    /// The size of the records at the last reading, in bytes.
     [[nodiscard]] int usedSize() const { return m_used; }
 
 private:

@@ -11,7 +11,7 @@ namespace {
 
 constexpr quint32 nullText = 0xffffffff;
 
-/// Walks over the bytes and never past their end. A read that fails leaves the place where it was.
+/// Reads values and never past the end of the bytes. A read that fails does not advance.
 class BoundedReader {
 public:
     explicit BoundedReader(const QByteArray& bytes)
@@ -71,7 +71,7 @@ bool readText(BoundedReader& reader, QVariant* value) {
     return true;
 }
 
-// The length of other types is not known here, so nothing behind them can be read.
+// The length of any other type is unknown here, so reading must stop at it.
 bool readValue(BoundedReader& reader, QVariant* value) {
     quint32 type = 0;
     qint8 isNull = 0;
@@ -97,7 +97,7 @@ bool readProperties(BoundedReader& reader, ProcessProperties* properties) {
     quint32 count = 0;
     if (!reader.number(&count))
         return false;
-    // Every property takes bytes, so that the end of the block ends this loop whatever the count says.
+    // The count may be wrong. Every property takes some bytes, so the loop ends with the block at the latest.
     for (quint32 index = 0; index < count; ++index) {
         QString key;
         QVariant value;
@@ -108,13 +108,14 @@ bool readProperties(BoundedReader& reader, ProcessProperties* properties) {
     return true;
 }
 
-/// False when the reading ends here. `record` is worth keeping when its path was read.
+/// False when reading must stop. `isRecord` says whether the path was read, so that `record` can be kept.
 bool readRecord(BoundedReader& reader, ProcessRecord* record, bool* isRecord) {
     *isRecord = reader.number(&record->processId) && reader.text(&record->executablePath);
     return *isRecord && readProperties(reader, &record->properties);
 }
 
-// By hand: Qt's own operator turns its order around when its deprecated parts are compiled away.
+// Not by Qt's operator: its order depends on whether Qt's deprecated functions are compiled in. The format starts with the
+// greatest key.
 void writeFromTheGreatest(QDataStream& stream, const ProcessProperties& properties) {
     stream << static_cast<quint32>(properties.size());
     for (auto property = properties.cend(); property != properties.cbegin();) {

@@ -8,20 +8,20 @@ namespace Velquor::Util {
 
 /// The bytes of the process state block: a count, then the records, as QDataStream of Qt 5.15 writes them.
 ///
-/// Thread: any. Errors: bytes that are no records end the reading there; what was read until then stands.
+/// Thread: any. Errors: reading stops at bytes that are not a record. The records before them are kept.
 namespace ProcessStateCodec {
 
 struct Decoded {
     ProcessRecords records;
-    int used = 0;     ///< The bytes that the records take up.
-    int examined = 0; ///< The bytes that the result depends on: blocks that start with the same ones give the same result.
+    int used = 0;     ///< The size of the records in bytes.
+    int examined = 0; ///< The size of the prefix that decides the result: blocks with the same prefix decode alike.
 };
 
-/// Trusts no count and no length: each is held against the bytes that are left. A record that breaks off behind its path
-/// keeps the properties that were read.
+/// Trusts no count and no length: each is checked against the remaining bytes. A record that ends after its path keeps the
+/// properties read so far.
 [[nodiscard]] Decoded decode(const QByteArray& block);
 
-/// At least `blockSize` bytes, zeros behind the data; more only when the data is larger than the block.
+/// The data padded with zeros to `blockSize` bytes. Longer when the data is larger than the block.
 [[nodiscard]] QByteArray encode(const ProcessRecords& records, int blockSize);
 
 } // namespace ProcessStateCodec

@@ -9,14 +9,14 @@
 namespace Velquor::Util {
 
 ProcessStateDependencies systemProcessStateDependencies(const QString& dataFolder, std::shared_ptr<Log::ILogger> logger) {
-    ProcessStateDependencies services;
-    services.lockFolder = sharedBlockFolder(dataFolder);
-    services.openBlock = [folder = services.lockFolder](const QString& key) { return openSharedBlock(key, folder); };
-    services.isAlive = &isProcessAlive;
-    services.ownProcessId = QCoreApplication::applicationPid();
-    services.ownExecutablePath = ownExecutablePath();
-    services.logger = std::move(logger);
-    return services;
+    ProcessStateDependencies dependencies;
+    dependencies.lockFolder = sharedBlockFolder(dataFolder);
+    dependencies.openBlock = [folder = dependencies.lockFolder](const QString& key) { return openSharedBlock(key, folder); };
+    dependencies.isAlive = &isProcessAlive;
+    dependencies.ownProcessId = QCoreApplication::applicationPid();
+    dependencies.ownExecutablePath = ownExecutablePath();
+    dependencies.logger = std::move(logger);
+    return dependencies;
 }
 
 } // namespace Velquor::Util

@@ -9,17 +9,17 @@
 
 namespace Velquor::Util {
 
-/// What the process state needs of the system. Thread: any.
+/// What `ProcessState` uses of the system, replaceable in tests. Thread: any.
 struct ProcessStateDependencies {
     std::function<std::unique_ptr<ISharedBlock>(const QString& key)> openBlock;
     std::function<bool(qint64 processId, const QString& executablePath)> isAlive;
     qint64 ownProcessId = 0;
     QString ownExecutablePath;
-    QString lockFolder; ///< Where the lock of the block lies; it exists.
+    QString lockFolder; ///< The folder of the block's lock. It must exist.
     std::shared_ptr<Log::ILogger> logger;
 };
 
-/// The services of the running system. `dataFolder`, which exists, takes what has no better place.
+/// The implementations of the running system. `dataFolder` must exist; it is used when there is no runtime folder.
 [[nodiscard]] ProcessStateDependencies systemProcessStateDependencies(const QString& dataFolder,
                                                                       std::shared_ptr<Log::ILogger> logger);
 

@@ -6,7 +6,7 @@ namespace Velquor::Util {
 
 namespace {
 
-// Piece by piece: a text from outside that holds "%1" must not take the place of the next one.
+// One `arg` call per line: with chained calls, a path or value from outside that contains "%1" would be replaced.
 void addRecord(QStringList& lines, int number, const ProcessRecord& record) {
     lines += QStringLiteral("Process %1: %2:%3 (%4)")
                  .arg(QString::number(number), QFileInfo(record.executablePath).baseName(), QString::number(record.processId),

@@ -6,7 +6,7 @@
 
 namespace Velquor::Util {
 
-/// What the log tells of the process state block. Thread: any.
+/// The content of the process state block for the log. Thread: any.
 struct ProcessStateView {
     bool isAttached = false;
     int size = 0;

@@ -6,7 +6,7 @@
 
 namespace Velquor::Util {
 
-/// What an XML text from outside may be at most.
+/// The limits for an XML text from outside.
 struct XmlLimits {
     qint64 size = 1024 * 1024; ///< Bytes.
     int depth = 32;            ///< Elements within elements.
@@ -15,18 +15,18 @@ struct XmlLimits {
 
 struct XmlResult {
     QDomDocument document;
-    QString error; ///< Empty when the document was read; otherwise what is wrong and where, in one sentence.
+    QString error; ///< What is wrong and where, in one sentence. Empty when the document was read.
 
     [[nodiscard]] bool isValid() const { return error.isEmpty(); }
 };
 
-/// Parses an XML text that may be hostile: no document type definition (so no entity can expand), bounded in size, depth and
-/// number of elements, one root, no attribute twice. The DOM is built only after a first pass found the text within bounds.
-/// Thread: any.
+/// Parses an XML text that may be hostile. A document type definition is refused, so no entity can expand. Size, depth and number
+/// of elements are limited, and the text must be well-formed. The DOM is built only after a first pass has found the text within
+/// the limits, so a hostile text cannot make it large. Thread: any.
 [[nodiscard]] XmlResult parseBoundedXml(const QByteArray& text, const XmlLimits& limits = {});
 
-/// That first pass alone, for who is about to write: what is wrong with the text and where; empty when it can be read. Thread:
-/// any.
+/// The first pass alone, for a text that is about to be written: what is wrong and where. Empty when it can be read.
+/// Thread: any.
 [[nodiscard]] QString findXmlFault(const QByteArray& text, const XmlLimits& limits = {});
 
 } // namespace Velquor::Util

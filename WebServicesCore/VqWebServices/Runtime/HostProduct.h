@@ -4,12 +4,12 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the path of its executable says about the host. Thread: any.
+/// Facts about the host that follow from the path of its executable. Thread: any.
 
 /// The name of the host product: "VelquorSync" for the companion sync program, otherwise the base name of the executable.
 [[nodiscard]] QString hostProductName(const QString& executablePath);
 
-/// True when the host is the single-sign-on server, which signs other processes in and is no product itself. Its executable is
+/// True when the host is the single-sign-on server, which signs other processes in and is not a product itself. Its executable is
 /// named "VqSSOServer", in upper or lower case.
 [[nodiscard]] bool isSSOServerHost(const QString& executablePath);
 

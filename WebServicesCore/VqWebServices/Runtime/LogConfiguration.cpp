@@ -89,6 +89,7 @@ Util::Result<void> LogConfiguration::apply(const QString& path) const {
     SilencedLoggers::restore();
     std::istringstream stream(text.toStdString());
     log4cplus::PropertyConfigurator(stream).configure();
+    // Created now, so that the report and a later silencing include them.
     for (const QString& name : Loggers::names())
         log4cplus::Logger::getInstance(name.toStdString());
     return {};

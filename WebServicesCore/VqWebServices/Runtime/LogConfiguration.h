@@ -7,8 +7,7 @@
 namespace Velquor::WebServices::Internal {
 
 /// The root level of the log and its source. The environment wins over the settings, which win over the default: the settings
-/// hold for all processes, and must not overrule the variable that somebody set for the one process under investigation. A plain
-/// value.
+/// hold for all processes, and the variable for one process under investigation. A plain value.
 struct RootLogLevel {
     enum class Source { Configuration, Environment, Registry } source = Source::Configuration;
     QString level;
@@ -17,12 +16,12 @@ struct RootLogLevel {
 /// An unknown level counts as not set. Thread: any.
 [[nodiscard]] RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry);
 
-/// The log configuration of this process: the file with its properties filled in.
+/// Applies the log configuration file to this process, with the values of its properties filled in.
 ///
-/// Thread: that which sets up the log. Owner: its stack. Errors: the reason.
+/// Thread: the one that sets up the log. Owner: its stack. Errors: the reason.
 class LogConfiguration {
 public:
-    /// `folder`: where the log file goes.
+    /// `folder`: the folder of the log file.
     explicit LogConfiguration(const QString& folder);
 
     [[nodiscard]] const QString& folder() const { return m_folder; }
@@ -30,7 +29,7 @@ public:
     /// Makes the loggers log as the file says, also those that were silenced.
     [[nodiscard]] Util::Result<void> apply(const QString& path) const;
 
-    /// Writes to the log what was applied.
+    /// Logs the applied configuration.
     void report(const QString& path) const;
 
 private:

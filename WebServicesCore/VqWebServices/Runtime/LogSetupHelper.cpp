@@ -33,7 +33,7 @@ bool isLogDisabled() {
     return value == QStringLiteral("0") || value.compare(QStringLiteral("false"), Qt::CaseInsensitive) == 0;
 }
 
-// Nothing reads the queue when there is no log, so the reason goes where the host's own output goes.
+// Without a log the queued messages are never written, so the reason also goes to the standard output.
 void reportFailure(const QString& path, const QString& reason) {
     Log::rootLogger().error(QStringLiteral("Failed to setup log"));
     std::puts(QStringLiteral("Failed to setup log: %1: %2").arg(path, reason).toLocal8Bit().constData());
@@ -107,6 +107,7 @@ bool LogSetupHelper::SetupLog() {
     }
     if (isLogDisabled())
         SilencedLoggers::silence();
+    // Before the report: from now on messages are written, and the queued ones follow after the banner.
     const QList<Log::QueuedMessage> queued = Log::LogQueue::instance().finish();
     configuration.report(path);
     writeBanner();

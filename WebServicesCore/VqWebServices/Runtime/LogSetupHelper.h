@@ -7,9 +7,9 @@ namespace Velquor::WebServices::Internal {
 
 /// Sets up the log of the process from "WebServices.logconfig".
 ///
-/// Thread: that which initializes the library; `Log` may be called from any. Owner: the process. Errors: a log line, where there
-/// is a log, and a line on the standard output where there is none: the library then works without logs. Only when there is no
-/// configuration at all it refuses what needs the network.
+/// Thread: the one that initializes the library; `Log` may be called from any. Owner: the process. Errors: a log line when there
+/// is a log, otherwise a line on the standard output. The library then works without logs. Only a missing configuration file
+/// makes it refuse operations that need the network.
 class LogSetupHelper {
 public:
     /// Sets the log up; false when there is no configuration or it cannot be applied.
@@ -21,8 +21,8 @@ public:
     /// Writes the messages that were queued before the log was set up.
     static void LogQueuedMessages();
 
-    /// The full path of the log configuration: beside the library, in the search paths, or with the companion product; empty when
-    /// it is nowhere.
+    /// The full path of the log configuration: next to the library, in the search paths, or with the companion product. Empty
+    /// when there is none.
     [[nodiscard]] static QString findConfiguration();
 
     [[nodiscard]] static QString logFileName() { return QStringLiteral("WebServices.log"); }

@@ -4,11 +4,11 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Where Qt looks for its plug-ins, and where the system looks for the TLS libraries, in a host that installs them with this
-/// library. Thread: that which initializes the library. Errors: log lines.
+/// The search paths for Qt's plug-ins and for the TLS libraries, in a host that installs them with this library. Thread: the one
+/// that initializes the library. Errors: log lines.
 namespace PluginPaths {
 
-/// "plugins" beside the host executable and beside the library; the library's folder also goes in front of "PATH".
+/// Adds "plugins" next to the host executable and next to the library. Puts the library's folder in front of "PATH".
 void setDefaults();
 
 void add(const QString& folder);

@@ -16,7 +16,7 @@ struct Silenced {
 };
 
 Silenced& silenced() {
-    // Never destroyed: the loggers in it are the log library's, which may be gone earlier.
+    // Never destroyed: the log library, which owns the loggers in it, may be destroyed earlier.
     static auto* const all = new Silenced;
     return *all;
 }

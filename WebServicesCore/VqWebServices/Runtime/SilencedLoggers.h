@@ -2,15 +2,16 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Switches all loggers of the process off, those of the host too, and back to the levels that they had.
+/// Switches off all loggers of the process, including those of the host, and restores their levels.
 ///
-/// Thread: that which sets up the log. Owner: the process.
+/// Thread: the one that sets up the log. Owner: the process.
 namespace SilencedLoggers {
 
-/// Every logger that exists now.
+/// Switches off every existing logger.
 void silence();
 
-/// Gives every logger that was silenced the level it had. To be called before a configuration sets the levels that it names.
+/// Restores the levels of the silenced loggers. Call it before a configuration is applied: a configuration sets only the levels
+/// that it names.
 void restore();
 
 } // namespace SilencedLoggers

@@ -65,14 +65,14 @@ void checkSsl() {
     Log::rootLogger().error(QStringLiteral("Ssl initialization failed%1").arg(reason));
 }
 
-// Timers, queued signals and network replies need an application object; a host without Qt has none.
+// Timers, queued signals and network replies need an application object. A host without Qt has none.
 void ensureApplication() {
     if (QCoreApplication::instance())
         return;
     static int count = 1;
     static char name[] = "VqWebServices";
     static char* arguments[] = {name, nullptr};
-    // Never destroyed: at the end of the process nobody can tell whether other libraries still use it.
+    // Never destroyed: other libraries may still use it at the end of the process.
     new QCoreApplication(count, arguments);
 }
 
@@ -180,7 +180,7 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
     Log::rootLogger().information(loadedSslVersionLine());
     startSession(started, defaultClientKey, oauth2Specs);
-    // A configuration that is there but cannot be applied costs the log, not the user's sign-in; the set-up says why.
+    // A log configuration that cannot be applied must not prevent the sign-in. The set-up reports the reason.
     (void)LogSetupHelper::SetupLog();
     Log::rootLogger().information(QStringLiteral("Web Services initialized. OAuth2: %1")
                                       .arg(oauth2Specs.isEmpty() ? QStringLiteral("Disabled") : QStringLiteral("Enabled")));
@@ -195,6 +195,7 @@ void stopLibrary(StartedLibrary library) {
         return;
     Log::rootLogger().information(QStringLiteral("Uninitializing Web Services"));
     ProxyPrompt::instance().close();
+    // The session first: its workers use the time service until they have ended.
     library.session->stop();
     library.timeService->stop();
     library.session.reset();

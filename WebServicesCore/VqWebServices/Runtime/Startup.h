@@ -9,7 +9,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the start-up of the library makes. A plain value.
+/// The objects that the start-up of the library creates. A plain value.
 struct StartedLibrary {
     std::shared_ptr<LoginSession> session;
     std::shared_ptr<OAuth::ITimeService> timeService;
@@ -17,13 +17,13 @@ struct StartedLibrary {
     bool hasLogConfiguration = false;
 };
 
-/// The work of the first `Initialize`: log, plug-in paths, TLS, proxies, application object, login session. Always gives a
-/// session; without a log configuration it says so on the standard output. `oauth2Specs`: the OAuth2 tokens that the default
-/// client wants, none or one. Thread: the host's main thread.
+/// The work of the first `Initialize`: log, plug-in paths, TLS, proxies, application object, login session. It always creates a
+/// session. A missing log configuration is reported on the standard output. `oauth2Specs`: the OAuth2 tokens of the default
+/// client, none or one. Thread: the host's main thread.
 [[nodiscard]] StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth2TokenSpec>& oauth2Specs);
 
-/// The work of the last `Uninitialize`: ends all token work, every wait and every thread. A call that is still under way on
-/// another thread fails soon, and keeps the session until it returns.
+/// The work of the last `Uninitialize`: ends all token work, every wait and every thread. A call that still runs on another
+/// thread fails soon; the session exists until that call returns.
 void stopLibrary(StartedLibrary library);
 
 } // namespace Velquor::WebServices::Internal

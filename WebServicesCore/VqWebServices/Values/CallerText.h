@@ -6,20 +6,20 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The calling conventions at the exported boundary, as plain functions (the rules stand in VqWebServicesGlobal.h).
+/// The conventions for texts and buffers of the exported interface, which VqWebServicesGlobal.h describes.
 /// Thread: any.
 
-/// The longest text that is taken from a caller, in units; what has no terminator within it counts as empty.
+/// The longest text from a caller, in units. A text without a terminator within this length counts as empty.
 constexpr int maximumCallerTextLength = 1024 * 1024;
 
 /// The caller's null-terminated text; a null pointer is the empty text.
 [[nodiscard]] QString textFromCaller(const wchar_t* text);
 [[nodiscard]] QByteArray bytesFromCaller(const char* text);
 
-/// Text buffer rule.
+/// Copies by the rule for text buffers.
 int copyText(const QString& text, wchar_t* buffer, int size);
 
-/// Byte buffer rule (NetworkCookie.h).
+/// Copies by the rule for byte buffers (NetworkCookie.h).
 int copyBytes(const QByteArray& bytes, char* buffer, int size);
 
 /// A terminated copy made with `new wchar_t[]`, which the caller of the library frees with `delete[]`.

@@ -9,7 +9,7 @@ namespace Velquor::WebServices::Internal {
 /// file of organisation "Velquor", application "Web Services" elsewhere. Empty when it is not set. Thread: any.
 [[nodiscard]] inline QString librarySetting(const QString& name) {
     QSettings settings(QStringLiteral("Velquor"), QStringLiteral("Web Services"));
-    // Otherwise what another program or the machine has set for the whole organization would pass for the user's choice.
+    // Otherwise Qt falls back to settings of the whole organization or the machine, which are not this user's.
     settings.setFallbacksEnabled(false);
     return settings.value(name).toString();
 }

@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The loggers of the library's parts, whose levels the log configuration can set one by one. A plain value.
+/// The loggers of the library's parts. The log configuration sets the level of each. A plain value.
 struct Loggers {
     using Logger = std::shared_ptr<Log::ILogger>;
 
@@ -22,16 +22,16 @@ struct Loggers {
     Logger cache;           ///< Cached replies.
     Logger network;         ///< Requests and replies.
     Logger timeService;
-    Logger ipc; ///< What processes tell each other.
+    Logger ipc; ///< Messages and shared state between processes.
 
-    /// The library's own, by name.
+    /// The library's own loggers, by name.
     [[nodiscard]] static Loggers named();
-    /// One for all parts.
+    /// The same logger for all parts.
     [[nodiscard]] static Loggers all(const Logger& logger);
-    /// The same, each with the prefix of an object in front of what it writes.
+    /// Loggers that write an object's prefix in front of each text.
     [[nodiscard]] Loggers withPrefix(const std::shared_ptr<const Log::LogPrefix>& prefix) const;
 
-    /// The names of all, the library's root logger first.
+    /// The names of all loggers, the library's root logger first.
     [[nodiscard]] static QStringList names();
 };
 

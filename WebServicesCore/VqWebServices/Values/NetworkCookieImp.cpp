@@ -7,7 +7,7 @@ namespace Velquor::WebServices {
 
 namespace {
 
-// A number from outside may be any double; what no 64-bit integer can hold is no date.
+// A number from outside may be any double. One that does not fit into 64 bits is not a date.
 qint64 wholeNumber(const QJsonValue& value) {
     const QVariant exact = value.toVariant();
     if (exact.type() == QVariant::LongLong)

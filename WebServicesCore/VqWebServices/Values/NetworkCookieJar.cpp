@@ -9,7 +9,8 @@ NetworkCookieJar::NetworkCookieJar()
 
 NetworkCookieJar::NetworkCookieJar(const NetworkCookieJar& other)
     : m_imp(new NetworkCookieJarImp(*other.m_imp)) {
-    // Qt's lists share their nodes until one changes; cookies are handed out by copy only, so nothing is ever shared visibly.
+    // Qt's lists share their nodes until one of them changes. Cookies are returned by copy only, so no caller can see the
+    // sharing.
 }
 
 NetworkCookieJar& NetworkCookieJar::operator=(const NetworkCookieJar& other) {

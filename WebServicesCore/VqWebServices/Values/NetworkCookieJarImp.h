@@ -14,8 +14,8 @@ public:
 
     /// One key "Cookies" with the cookies in the jar's order.
     [[nodiscard]] QJsonObject toJson() const;
-    /// Appends the cookies of the object. False, leaving the jar unchanged, when "Cookies" is no array, one of its members is no
-    /// cookie object, or there are more than 5000 of them.
+    /// Appends the cookies of the object. False, leaving the jar unchanged, when "Cookies" is not an array, a member is not a
+    /// cookie object, or there are more than 5000 members.
     [[nodiscard]] bool fromJson(const QJsonObject& json);
 
     QList<NetworkCookie> cookies;

@@ -15,7 +15,7 @@ public:
     static OAuth2TokenImp& of(OAuth2Token& token) { return *token.m_imp; }
     static const OAuth2TokenImp& of(const OAuth2Token& token) { return *token.m_imp; }
 
-    /// The JSON form; the token is written encrypted only. Empty when it could not be encrypted.
+    /// The JSON form, with the token encrypted. Empty when the encryption failed.
     [[nodiscard]] QJsonObject toJson(Util::ICryptor& cryptor) const;
     /// False, leaving this token unchanged, when the token spec is missing or the token cannot be decrypted.
     [[nodiscard]] bool fromJson(const QJsonObject& json, Util::ICryptor& cryptor);

@@ -21,7 +21,7 @@ QString normalisedScope(const QString& scope) {
     for (QString& word : words)
         word = word.trimmed();
     words.removeAll(QString());
-    // Stable, and then by code unit, so that words that differ only in case have one order too.
+    // By code unit first, and then a stable sort, so that words that differ only in case have one order too.
     words.sort(Qt::CaseSensitive);
     std::stable_sort(words.begin(), words.end(),
                      [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });

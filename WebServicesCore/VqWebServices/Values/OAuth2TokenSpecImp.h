@@ -11,7 +11,7 @@ namespace Internal {
 /// "RT", "JWT", "Invalid" for 0; "Unknown" for any other value.
 [[nodiscard]] QString tokenTypeName(int type);
 
-/// Trims, splits at blanks, sorts ignoring case and joins by single blanks, so that equal scopes have one text.
+/// Trims, splits at blanks, sorts ignoring case and joins with single blanks, so that equal scopes have the same text.
 [[nodiscard]] QString normalisedScope(const QString& scope);
 
 } // namespace Internal

@@ -15,17 +15,17 @@ public:
     static WebServicesConfigurationImp& of(WebServicesConfiguration& configuration) { return *configuration.m_imp; }
     static const WebServicesConfigurationImp& of(const WebServicesConfiguration& configuration) { return *configuration.m_imp; }
 
-    /// Everything but the extra values takes part.
+    /// Compares everything except the extra values.
     [[nodiscard]] bool equals(const WebServicesConfigurationImp& other) const;
 
-    /// A configuration can sign: it has a consumer key and secret and names a real server.
+    /// True when the configuration can sign: it has a consumer key and secret and names a real server.
     [[nodiscard]] bool isValid() const;
 
-    /// A text that stands for the consumer key in names of files and locks without showing it: hexadecimal digits of its digest.
-    /// Computed for each call, so that it can never belong to an earlier key.
+    /// Identifies the consumer key in names of files and locks without showing it: hexadecimal digits of its digest. Computed on
+    /// each call, so that it never belongs to an earlier key.
     [[nodiscard]] QString derivedKey() const;
 
-    /// The fields that may be shown, for the state dump: no key and no secret.
+    /// The fields for the state dump, without keys and secrets.
     [[nodiscard]] QJsonObject toDumpJson() const;
 
     Util::ProtectedText consumerKey;

@@ -75,6 +75,7 @@ bool DispatcherTimers::fire() {
     }
     std::sort(due.begin(), due.end());
     for (const auto& [dueUs, id] : due) {
+        // Looked up by id, before and after the event: a receiver may add and remove timers.
         Timer* timer = find(id);
         if (!timer || !isDue(*timer))
             continue;

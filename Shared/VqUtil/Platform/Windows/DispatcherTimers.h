@@ -6,8 +6,8 @@
 
 namespace Velquor::Util {
 
-/// The timers of a thread. None fires early; all are as exact as the thread is awake.
-/// Thread: that whose timers they are. Owner: its dispatcher.
+/// The timers of a thread. No timer fires early; every timer type is served precisely.
+/// Thread: the one of the timers. Owner: its dispatcher.
 class DispatcherTimers {
 public:
     using Info = QAbstractEventDispatcher::TimerInfo;
@@ -15,15 +15,15 @@ public:
     DispatcherTimers() { m_clock.start(); }
 
     void add(const Info& info, QObject* receiver);
-    /// False when there is none.
+    /// False when there is no such timer.
     bool remove(int id);
     bool removeAll(const QObject* receiver);
     [[nodiscard]] QList<Info> of(const QObject* receiver) const;
-    /// Milliseconds; -1 when there is none.
+    /// In milliseconds; -1 when there is no such timer. The same holds for `msUntilNext`.
     [[nodiscard]] int remainingMs(int id);
     [[nodiscard]] int msUntilNext() const;
-    /// Tells the receivers of those that are due; false when none was. A receiver may change timers, end itself or run an event
-    /// loop.
+    /// Sends a timer event for each timer that is due; false when none was. A receiver may change timers, delete itself or run an
+    /// event loop.
     bool fire();
 
 private:
@@ -31,7 +31,7 @@ private:
         Info info;
         QObject* receiver;
         qint64 dueUs;
-        bool isFiring; ///< Its receiver has not returned.
+        bool isFiring; ///< Its receiver has not returned. It is not fired again until then.
     };
 
     [[nodiscard]] qint64 nowUs() const { return m_clock.nsecsElapsed() / 1000; }

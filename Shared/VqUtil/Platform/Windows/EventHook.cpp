@@ -18,14 +18,14 @@ struct Unhook {
 
 using Hook = std::unique_ptr<HHOOK, Unhook>;
 
-// A hook serves the thread that has installed it, and goes with that thread.
+// Per thread, since a hook serves the thread that installed it and must be removed when that thread ends.
 Hook& hookOfThread() {
     static auto* const hooks = new PerThread<Hook>;
     return hooks->get();
 }
 
 LRESULT CALLBACK deliverPostedEvents(int code, WPARAM removed, LPARAM message) {
-    // A message that was only looked at comes by here once more when it is taken.
+    // A message that the host only peeks at passes here again when it is removed.
     if (code == HC_ACTION && removed == PM_REMOVE && QCoreApplication::instance())
         QCoreApplication::sendPostedEvents();
     return ::CallNextHookEx(nullptr, code, removed, message);

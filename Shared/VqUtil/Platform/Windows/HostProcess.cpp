@@ -11,7 +11,7 @@ namespace Velquor::Util {
 
 namespace {
 
-// The longest text that the system has for paths and variables, with its terminator.
+// The system's limit for paths and variables, with the terminator.
 constexpr DWORD longestText = 32767;
 
 QString modulePath(HMODULE module) {
@@ -73,12 +73,12 @@ bool isFirstInSearchPath(const QString& folder, const QString& path) {
 }
 
 bool prependToSearchPath(const QString& folder, const QString& path) {
-    // Through the C library, which keeps a copy of its own beside the system's.
+    // By the C library: it keeps its own copy of the environment, which `SetEnvironmentVariable` would leave unchanged.
     return ::_wputenv_s(L"PATH", (QDir::toNativeSeparators(folder) + QLatin1Char(';') + path).toStdWString().c_str()) == 0;
 }
 
 QString systemVersion() {
-    // The documented functions answer what the host's manifest allows them to; this one answers what runs.
+    // `GetVersionEx` reports an older version unless the host's manifest names this one. `RtlGetVersion` reports the real one.
     using RtlGetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
     const HMODULE module = ::GetModuleHandleW(L"ntdll.dll");
     const auto getVersion =

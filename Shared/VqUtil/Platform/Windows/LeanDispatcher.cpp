@@ -12,27 +12,27 @@ namespace Velquor::Util {
 
 namespace {
 
-// Without limit when it is negative.
+// A negative time means no limit.
 DWORD limitOf(int timeoutMs) {
     return timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs);
 }
 
-/// Waits on the mark itself: no object of the system is between the threads.
+/// Waits on the address of the flag, without a kernel object.
 class PostDispatcher final : public ThreadDispatcher {
 protected:
     bool wait(int timeoutMs) override;
-    void endWait() override { ::WakeByAddressSingle(&wokenMark()); }
+    void endWait() override { ::WakeByAddressSingle(&wokenFlag()); }
 };
 
 bool PostDispatcher::wait(int timeoutMs) {
-    static_assert(sizeof wokenMark() == sizeof(bool), "the system compares it");
+    static_assert(sizeof wokenFlag() == sizeof(bool), "the system compares it");
     bool notWoken = false;
     if (timeoutMs != 0)
-        ::WaitOnAddress(&wokenMark(), &notWoken, sizeof notWoken, limitOf(timeoutMs));
-    return wokenMark();
+        ::WaitOnAddress(&wokenFlag(), &notWoken, sizeof notWoken, limitOf(timeoutMs));
+    return wokenFlag();
 }
 
-/// Waits so that the system's calls back to this thread are served, by which Qt's local sockets read and write.
+/// Waits alertably, so that completion routines run on this thread: Qt's local sockets read and write by them.
 class SocketDispatcher final : public ThreadDispatcher {
 public:
     bool registerEventNotifier(QWinEventNotifier* notifier) override;
@@ -43,7 +43,7 @@ protected:
     void endWait() override { ::SetEvent(m_waker.get()); }
 
 private:
-    static constexpr int mostNotifiers = MAXIMUM_WAIT_OBJECTS - 1; // beside the waker
+    static constexpr int mostNotifiers = MAXIMUM_WAIT_OBJECTS - 1; // one for the waker
 
     void activate(QWinEventNotifier* notifier) const;
 
@@ -61,12 +61,12 @@ bool SocketDispatcher::wait(int timeoutMs) {
     if (result > WAIT_OBJECT_0 && result < WAIT_OBJECT_0 + count) {
         activate(notifiers.at(static_cast<int>(result - WAIT_OBJECT_0) - 1));
     } else if (result == WAIT_FAILED) {
-        ::SleepEx(1, TRUE); // somebody has closed a handle that is still waited for
+        ::SleepEx(1, TRUE); // a handle was closed while it was still registered: do not spin
     }
     return result != WAIT_TIMEOUT;
 }
 
-// A call back may have ended it.
+// A completion routine that ran during the wait may have removed the notifier.
 void SocketDispatcher::activate(QWinEventNotifier* notifier) const {
     QEvent event(QEvent::WinEventAct);
     if (m_notifiers.contains(notifier))

@@ -6,7 +6,7 @@
 
 namespace Velquor::Util {
 
-/// Frees memory that the system handed out with `LocalAlloc`.
+/// Frees memory that the system has allocated with `LocalAlloc`.
 struct LocalMemoryDeleter {
     void operator()(void* memory) const { ::LocalFree(memory); }
 };

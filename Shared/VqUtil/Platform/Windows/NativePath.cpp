@@ -5,7 +5,7 @@
 namespace Velquor::Util {
 
 namespace {
-// A folder must leave room for a file name of the old form behind it.
+// The system refuses a folder whose path leaves no space for a short file name of 12 characters.
 constexpr int longestPlainPath = 260 - 13;
 } // namespace
 

@@ -5,8 +5,8 @@
 
 namespace Velquor::Util {
 
-/// A path as the system's own operations take it: absolute, with backslashes, and beyond 260 characters in the form that has no
-/// such limit. Thread: any.
+/// A path in the form of the system's operations: absolute, with backslashes. A long path gets the prefix that lifts the limit of
+/// 260 characters. Thread: any.
 [[nodiscard]] std::wstring nativePath(const QString& path);
 
 } // namespace Velquor::Util

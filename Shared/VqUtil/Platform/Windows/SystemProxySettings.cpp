@@ -39,7 +39,7 @@ QString flagText(DWORD flags, const FlagName (&names)[Count]) {
     return set.join(QStringLiteral(", "));
 }
 
-/// The options in the order of the query; frees the texts that the system hands out.
+/// The options in the order of the query. Frees the texts that the system allocates.
 class ConnectionOptions {
 public:
     enum Index { Flags, ProxyServer, ProxyBypass, AutoConfigUrl, DiscoveryFlags, Count };
@@ -59,7 +59,7 @@ public:
         }
     }
 
-    /// The code of the failure, 0 for none.
+    /// The error code; 0 on success.
     [[nodiscard]] DWORD query() {
         INTERNET_PER_CONN_OPTION_LISTW list{};
         list.dwSize = sizeof list;
@@ -73,7 +73,7 @@ public:
 
     [[nodiscard]] DWORD number(Index index) const { return m_options[index].Value.dwValue; }
 
-    /// Without what stands before the "@" of an address: user and password.
+    /// Without user and password, the part of an address before "@".
     [[nodiscard]] QString text(Index index) const {
         static const QRegularExpression credentials(QStringLiteral("((?:^|[;\\s])(?:\\w+=)?(?:\\w+://)?)[^;\\s]*@"));
         const wchar_t* const value = m_options[index].Value.pszValue;

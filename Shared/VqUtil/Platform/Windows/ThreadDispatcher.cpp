@@ -7,25 +7,26 @@ namespace Velquor::Util {
 
 bool ThreadDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags) {
     emit awake();
-    // Before the look, so that what is posted after it ends the wait.
+    // Cleared before the delivery: an event posted during or after it sets the flag again and ends the wait.
     m_isWoken = false;
     QCoreApplication::sendPostedEvents();
     const bool hasFired = m_timers.fire();
-    // Also one from before this call: who ends an event loop that is just about to wait says so once.
+    // An interrupt from before this call counts too. Qt interrupts a loop once, possibly just before the loop waits.
     if (m_isInterrupted.exchange(false))
         return true;
     const bool mayWait = flags.testFlag(QEventLoop::WaitForMoreEvents) && !hasFired;
     if (mayWait)
         emit aboutToBlock();
     m_isWaiting = true;
-    // Who wakes it and does not see that it waits has set the mark before it is looked at here.
+    // `wakeUp` sets the flag before it reads `m_isWaiting`, and this sets `m_isWaiting` before it reads the flag. So one of the
+    // two sees the other, and no wake-up is lost.
     const bool hasCome = wait(mayWait && !m_isWoken ? m_timers.msUntilNext() : 0);
     m_isWaiting = false;
     return hasFired || hasCome;
 }
 
-// The call to the system is left out for a thread that will look anyway: one that does not wait, or that was called back in its
-// wait, which ends then.
+// Skips the system call for a thread that checks the flag anyway: one that is not waiting, or the thread itself, called back
+// during its wait, which then ends.
 void ThreadDispatcher::wakeUp() {
     if (!m_isWoken.exchange(true) && m_isWaiting && QThread::currentThread() != thread())
         endWait();

@@ -7,8 +7,8 @@
 
 namespace Velquor::Util {
 
-/// Posted events and timers of a thread; how it waits for them is left open.
-/// Thread: its own; `wakeUp` and `interrupt` are for all. Owner: the thread.
+/// Serves the posted events and timers of a thread. Derived classes implement the wait.
+/// Thread: its own; `wakeUp` and `interrupt` on any. Owner: the thread.
 class ThreadDispatcher : public QAbstractEventDispatcher {
 public:
     bool processEvents(QEventLoop::ProcessEventsFlags flags) override;
@@ -29,11 +29,11 @@ public:
     void unregisterSocketNotifier(QSocketNotifier*) override {}
 
 protected:
-    /// Something was posted since the posted events were looked at.
-    [[nodiscard]] std::atomic<bool>& wokenMark() { return m_isWoken; }
-    /// Until the mark is set or something else has come; without limit when `timeoutMs` is negative. False when the time is over.
+    /// Set when an event was posted after `processEvents` began to deliver.
+    [[nodiscard]] std::atomic<bool>& wokenFlag() { return m_isWoken; }
+    /// Waits until the flag is set or another event has arrived; without limit when `timeoutMs` is negative. False on a timeout.
     [[nodiscard]] virtual bool wait(int timeoutMs) = 0;
-    /// Called by another thread after it has set the mark, while `wait` runs or is about to.
+    /// Called by another thread that has set the flag, while `wait` runs or is about to run.
     virtual void endWait() = 0;
 
 private:

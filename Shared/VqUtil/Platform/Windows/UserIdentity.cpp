@@ -13,7 +13,7 @@ namespace {
 
 constexpr ULONG firstSize = 448;
 
-// In units of eight bytes, so that the structures in it are aligned.
+// In units of eight bytes, so that the structures in the buffer are aligned.
 using Buffer = std::vector<quint64>;
 
 ULONG readAdapters(Buffer& buffer, ULONG* size) {
@@ -38,6 +38,7 @@ QStringList adapterAddresses() {
     Buffer buffer;
     ULONG size = firstSize;
     ULONG result = readAdapters(buffer, &size);
+    // Once only: an adapter that appears between two calls is rare, and the caller may ask again.
     if (result == ERROR_BUFFER_OVERFLOW)
         result = readAdapters(buffer, &size);
     if (result != ERROR_SUCCESS)

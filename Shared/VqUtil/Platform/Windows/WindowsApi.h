@@ -1,6 +1,6 @@
 #pragma once
 
-// The only place that includes windows.h. winsock2.h must come first, else windows.h brings in its forerunner.
+// The only file that includes windows.h. winsock2.h must be first: otherwise windows.h includes the older winsock.h.
 #include <winsock2.h>
 #include <ws2tcpip.h>
 

@@ -20,8 +20,8 @@ const unsigned char* bytes(const QByteArray& data) {
     return reinterpret_cast<const unsigned char*>(data.constData());
 }
 
-// What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
-bool withoutTrace(bool done) {
+// OpenSSL's error queue is per thread. The next TLS connection of this thread would report an error left in it.
+bool withClearedErrors(bool done) {
     if (!done)
         ERR_clear_error();
     return done;
@@ -54,7 +54,7 @@ QByteArray OpenSslRsaCryptor::encryptBlock(const QByteArray& clear) {
                       && EVP_PKEY_encrypt(context.get(), reinterpret_cast<unsigned char*>(block.data()), &size, bytes(clear),
                                           static_cast<size_t>(clear.size()))
                              == 1;
-    return withoutTrace(done) && size == static_cast<size_t>(block.size()) ? block : QByteArray();
+    return withClearedErrors(done) && size == static_cast<size_t>(block.size()) ? block : QByteArray();
 }
 
 SecretBytes OpenSslRsaCryptor::decryptBlock(const QByteArray& block) {
@@ -67,7 +67,7 @@ SecretBytes OpenSslRsaCryptor::decryptBlock(const QByteArray& block) {
                       && EVP_PKEY_decrypt(context.get(), reinterpret_cast<unsigned char*>(padded.writable()), &size, bytes(block),
                                           static_cast<size_t>(block.size()))
                              == 1;
-    return withoutTrace(done) ? SecretBytes(QByteArray(padded.data(), static_cast<int>(size))) : SecretBytes();
+    return withClearedErrors(done) ? SecretBytes(QByteArray(padded.data(), static_cast<int>(size))) : SecretBytes();
 }
 
 } // namespace Velquor::Util

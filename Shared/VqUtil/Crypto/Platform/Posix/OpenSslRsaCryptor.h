@@ -9,7 +9,7 @@ namespace Velquor::Util {
 
 using EvpKey = std::shared_ptr<EVP_PKEY>;
 
-/// RSAES-OAEP (SHA-1, MGF1) over an OpenSSL key. Thread: any; every operation has a context of its own.
+/// RSAES-OAEP (SHA-1, MGF1) with an OpenSSL key. Thread: any; every operation has a context of its own.
 class OpenSslRsaCryptor : public IRsaCryptor {
 public:
     explicit OpenSslRsaCryptor(EvpKey key);

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int keyBits = userKeyBlockSize * 8;
 constexpr qint64 maximumKeyFileSize = 64 * 1024;
-constexpr int lockTimeoutMs = 20000; // Longer than a slow machine takes to find two primes.
+constexpr int lockTimeoutMs = 20000; // Generating a key takes less, even on a slow machine.
 
 using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;
 
@@ -26,7 +26,7 @@ EvpKey owned(EVP_PKEY* key) {
     return EvpKey(key, &EVP_PKEY_free);
 }
 
-// Ties the key file to machine and user, so that a copied home folder carries no usable secrets.
+// Binds the key file to machine and user, so that the secrets in a copied home folder cannot be read.
 SecretBytes passphrase() {
     QFile machineId(QStringLiteral("/etc/machine-id"));
     QByteArray text = machineId.open(QIODevice::ReadOnly) ? machineId.read(256).trimmed() : QByteArray("no machine id");
@@ -69,15 +69,15 @@ EvpKey fromPem(const QByteArray& pem) {
     const Bio bio(BIO_new_mem_buf(pem.constData(), pem.size()), &BIO_free);
     SecretBytes phrase = passphrase();
     EvpKey key = owned(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, &handOverPassphrase, &phrase) : nullptr);
-    // What OpenSSL leaves in its queue would be taken for a fault of the thread's next TLS connection.
+    // OpenSSL's error queue is per thread. The next TLS connection of this thread would report an error left in it.
     ERR_clear_error();
     return key && EVP_PKEY_base_id(key.get()) == EVP_PKEY_RSA && EVP_PKEY_bits(key.get()) >= keyBits ? key : EvpKey();
 }
 
 using AtomicFile::ReadResult;
 
-// Nothing can be read with a damaged key any more; it is kept for support, out of the way of a new one. False when it is in the
-// way.
+// A damaged key cannot decrypt anything. The file is kept under another name for support. False when it cannot be moved: then no
+// new key can be written.
 bool setDamagedAside(const QString& path, Log::ILogger& logger) {
     const QString aside = AtomicFile::setAside(path);
     if (aside.isEmpty()) {
@@ -103,7 +103,7 @@ EvpKey create(const QString& path, Log::ILogger& logger) {
 
 EvpKey readOrCreate(const QString& path, Log::ILogger& logger) {
     const ReadResult file = AtomicFile::read(path, maximumKeyFileSize);
-    // A key that cannot be read for now (rights, too many open files) is not a damaged one.
+    // A file that cannot be read at present (permissions, too many open files) may hold a good key. Do not replace it.
     if (file.status == ReadResult::Status::Failed) {
         logger.error(QStringLiteral("Failed to read the user's key %1. %2").arg(path, file.error));
         return {};
@@ -114,7 +114,8 @@ EvpKey readOrCreate(const QString& path, Log::ILogger& logger) {
     return create(path, logger);
 }
 
-// Several processes may start at once, on a new machine or over a damaged key: one of them decides, under a lock.
+// Several processes may start at once on a new machine or with a damaged key. Under the lock one of them creates the key, and the
+// others read it.
 EvpKey readOrCreateAlone(const QString& folder, const QString& path, Log::ILogger& logger) {
     ProcessGuard guard(QStringLiteral("UserKey"), folder);
     if (guard.acquire(lockTimeoutMs) != ProcessGuard::Result::Acquired) {
@@ -135,6 +136,7 @@ std::shared_ptr<IRsaCryptor> openUserRsaCryptor(const QString& folder, const std
         return std::make_shared<OpenSslRsaCryptor>(EvpKey());
     }
     const QString path = folder + QStringLiteral("/UserKey.pem");
+    // Without the lock first: an existing key is never changed in place.
     EvpKey key = fromPem(AtomicFile::read(path, maximumKeyFileSize).data);
     if (!key)
         key = readOrCreateAlone(folder, path, *logger);

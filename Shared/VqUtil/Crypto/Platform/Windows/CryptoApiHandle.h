@@ -15,7 +15,7 @@ struct DestroyKey {
     void operator()(HCRYPTKEY key) const { ::CryptDestroyKey(key); }
 };
 
-/// Owns a CryptoAPI handle, whose type is a number. Thread: one.
+/// Owns a CryptoAPI handle, which is a number. Thread: one.
 template <typename Handle, typename Release>
 class CryptoApiHandle {
 public:
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] bool isValid() const { return m_handle != 0; }
     [[nodiscard]] Handle get() const { return m_handle; }
 
-    /// Where an operation that opens a handle puts it.
+    /// The place for a function that returns a handle through a pointer.
     [[nodiscard]] Handle* receive() {
         reset();
         return &m_handle;

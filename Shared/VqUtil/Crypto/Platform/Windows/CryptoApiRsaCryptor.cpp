@@ -38,7 +38,7 @@ int CryptoApiRsaCryptor::maximumClearSize() const {
     return std::max(m_blockSize - oaepOverhead, 0);
 }
 
-// CryptoAPI has the last byte of a block first.
+// CryptoAPI uses the reverse byte order.
 QByteArray CryptoApiRsaCryptor::encryptBlock(const QByteArray& clear) {
     if (m_blockSize == 0 || clear.size() > maximumClearSize())
         return {};

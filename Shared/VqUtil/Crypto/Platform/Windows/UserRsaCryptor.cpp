@@ -12,9 +12,9 @@ namespace {
 
 constexpr wchar_t containerName[] = L"VqWebServices";
 constexpr DWORD newKeyFlags = static_cast<DWORD>(userKeyBlockSize * 8) << 16;
-constexpr int lockTimeoutMs = 20000; // Longer than a slow machine takes to find two primes.
+constexpr int lockTimeoutMs = 20000; // Generating a key takes less, even on a slow machine.
 
-/// One look at the container: the key, or why there is none.
+/// The result of opening the container: the key, or the error code.
 struct OpenedKey {
     CryptoProvider provider;
     CryptoKey key;
@@ -24,7 +24,7 @@ struct OpenedKey {
         return error == static_cast<DWORD>(NTE_BAD_KEYSET) || error == static_cast<DWORD>(NTE_NO_KEY);
     }
 
-    // The container is there, but what protects it cannot be undone any more, as after a reset of the user's password.
+    // The container exists, but the system can no longer decrypt it, as after a reset of the user's password.
     [[nodiscard]] bool isDamaged() const {
         return error == static_cast<DWORD>(NTE_KEYSET_ENTRY_BAD) || error == static_cast<DWORD>(NTE_BAD_KEY_STATE)
                || error == static_cast<DWORD>(NTE_BAD_DATA) || error == static_cast<DWORD>(NTE_BAD_LEN);
@@ -58,14 +58,14 @@ OpenedKey createKey() {
         created.error = openContainer(created.provider, 0);
     if (created.error != ERROR_SUCCESS)
         return created;
-    // Not exportable: the key leaves the container for nobody.
+    // Without CRYPT_EXPORTABLE, so that the private key can never leave the container.
     const BOOL done = ::CryptGenKey(created.provider.get(), AT_KEYEXCHANGE, newKeyFlags, created.key.receive());
     const DWORD code = ::GetLastError();
     if (!done) {
         created.error = code;
         return created;
     }
-    // What counts is what the other processes will read.
+    // Open it again: this process must use the key that the other processes will read.
     created = OpenedKey();
     return openKey();
 }
@@ -74,12 +74,12 @@ void deleteDamagedKey(Log::ILogger& logger) {
     logger.warning(
         QStringLiteral("The user's key cannot be read and is replaced by a new one. Secrets encrypted with it are lost; "
                        "the user needs to sign in again."));
-    // Nothing is opened by this call, so there is nothing to release.
+    // This call deletes and opens nothing, so there is no handle to release.
     HCRYPTPROV nothing = 0;
     ::CryptAcquireContextW(&nothing, containerName, MS_ENH_RSA_AES_PROV_W, PROV_RSA_AES, CRYPT_DELETEKEYSET | CRYPT_SILENT);
 }
 
-// Several processes may start at once: one of them makes the key, under a lock.
+// Several processes may start at once. Under the lock one of them creates the key, and the others open it.
 OpenedKey openOrCreateAlone(Log::ILogger& logger) {
     ProcessGuard guard(QStringLiteral("UserKey"), QDir::rootPath());
     const ProcessGuard::Result result = guard.acquire(lockTimeoutMs);

@@ -14,7 +14,7 @@ namespace Velquor::Util {
 
 namespace {
 
-// A file that is empty before and after it is rewritten changes by its closing only.
+// IN_CLOSE_WRITE too: it is the only event when an empty file is rewritten and stays empty.
 constexpr uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO
                                    | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr uint32_t endingEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
@@ -58,7 +58,7 @@ Result<void> FolderChanges::usable() const {
     return Failure{qt_error_string(m_native->code)};
 }
 
-// A new instance each time: what is queued in the old one belongs to a folder that is gone.
+// A new inotify instance each time: events queued in the old one belong to a folder that is gone.
 Result<void> FolderChanges::open(const QString& folder) {
     m_native->watch = -1;
     m_native->notifications.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -100,9 +100,9 @@ FolderChanges::Outcome FolderChanges::Native::read(QVector<Change>* changes) {
     for (ssize_t place = 0; place < length && result != Outcome::Gone;) {
         const auto* const event = reinterpret_cast<const inotify_event*>(buffer + place);
         place += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-        const Outcome told = take(*event, changes);
-        if (told != Outcome::Changed)
-            result = told;
+        const Outcome outcome = take(*event, changes);
+        if (outcome != Outcome::Changed)
+            result = outcome;
     }
     return result;
 }
@@ -119,7 +119,7 @@ FolderChanges::Outcome FolderChanges::Native::take(const inotify_event& event, Q
     if (event.len == 0 || (event.mask & IN_ISDIR))
         return Outcome::Changed;
     const Change change{kindOf(event.mask), QFile::decodeName(event.name)};
-    // One rewriting makes several events of the same meaning.
+    // Rewriting a file causes several equal events in a row.
     if (changes->isEmpty() || !(changes->last() == change))
         changes->append(change);
     return Outcome::Changed;
@@ -127,7 +127,7 @@ FolderChanges::Outcome FolderChanges::Native::take(const inotify_event& event, Q
 
 void FolderChanges::wake() {
     const quint64 one = 1;
-    // A full counter is as good: somebody has woken it already.
+    // A failure means that the counter is full, so the waiter is awake already.
     [[maybe_unused]] const ssize_t written = ::write(m_native->waker.get(), &one, sizeof one);
 }
 

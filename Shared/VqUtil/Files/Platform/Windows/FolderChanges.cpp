@@ -11,9 +11,9 @@ namespace Velquor::Util {
 
 namespace {
 
-// The largest that shares on a network take.
+// The largest size that works for network shares.
 constexpr DWORD bufferSize = 64 * 1024;
-// The times and sizes show a file that is rewritten in place.
+// LAST_WRITE and SIZE, since a file that is rewritten in place changes no name.
 constexpr DWORD watchedEvents = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_SIZE;
 constexpr DWORD sharedWithAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
@@ -28,13 +28,13 @@ FolderChanges::Kind kindOf(DWORD action) {
     }
 }
 
-/// Tells when a folder in the parent of the watched one comes, goes, or gets another name.
-class ParentNotice {
+/// Notifies when a folder in the parent of the watched one is created, removed or renamed.
+class ParentWatch {
 public:
-    ParentNotice() = default;
-    ParentNotice(const ParentNotice&) = delete;
-    ParentNotice& operator=(const ParentNotice&) = delete;
-    ~ParentNotice() { close(); }
+    ParentWatch() = default;
+    ParentWatch(const ParentWatch&) = delete;
+    ParentWatch& operator=(const ParentWatch&) = delete;
+    ~ParentWatch() { close(); }
 
     void open(const std::wstring& parent) {
         close();
@@ -61,7 +61,7 @@ WindowsHandle openFolder(const QString& folder) {
                                        FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
 }
 
-// The time too, since some file systems give the number of a removed folder to the next one.
+// Compares the creation time too: some file systems reuse the number of a removed folder at once.
 bool isSameFolder(HANDLE one, HANDLE other) {
     BY_HANDLE_FILE_INFORMATION first{};
     BY_HANDLE_FILE_INFORMATION second{};
@@ -78,17 +78,17 @@ struct FolderChanges::Native {
     WindowsHandle done{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     DWORD code = ::GetLastError();
     WindowsHandle folder;
-    ParentNotice parent;
+    ParentWatch parent;
     QString path;
     OVERLAPPED overlapped{};
     std::vector<DWORD> buffer = std::vector<DWORD>(bufferSize / sizeof(DWORD));
-    bool isAsked = false;
+    bool isPending = false;
 
     ~Native() { close(); }
 
-    [[nodiscard]] bool ask();
+    [[nodiscard]] bool request();
     [[nodiscard]] Outcome take(QVector<Change>* changes);
-    [[nodiscard]] Outcome lookAgain();
+    [[nodiscard]] Outcome recheckFolder();
     void parse(DWORD length, QVector<Change>* changes);
     [[nodiscard]] QString longName(const QString& name) const;
     void close();
@@ -111,46 +111,46 @@ Result<void> FolderChanges::open(const QString& folder) {
     m_native->parent.open(nativePath(folder + QStringLiteral("/..")));
     m_native->folder = openFolder(folder);
     m_native->code = ::GetLastError();
-    if (m_native->folder.isValid() && m_native->ask())
+    if (m_native->folder.isValid() && m_native->request())
         return {};
     return Failure{systemErrorText(m_native->code)};
 }
 
-// The system starts to keep changes with the first call, and keeps them between two calls.
-bool FolderChanges::Native::ask() {
+// The system records changes from the first call on, also between two calls.
+bool FolderChanges::Native::request() {
     overlapped = OVERLAPPED{};
     overlapped.hEvent = done.get();
-    isAsked =
+    isPending =
         ::ReadDirectoryChangesW(folder.get(), buffer.data(), bufferSize, FALSE, watchedEvents, nullptr, &overlapped, nullptr);
     code = ::GetLastError();
-    if (!isAsked)
+    if (!isPending)
         folder = WindowsHandle();
-    return isAsked;
+    return isPending;
 }
 
 FolderChanges::Outcome FolderChanges::wait(int timeoutMs, QVector<Change>* changes) {
-    // Also when it is only that too much has changed: the folder is closed then, and who opens it anew looks at all of its files.
-    if (m_native->folder.isValid() && !m_native->isAsked && !m_native->ask())
+    // A failed request closes the folder, also after too many changes. The caller then opens it again and checks all files.
+    if (m_native->folder.isValid() && !m_native->isPending && !m_native->request())
         return Outcome::Gone;
     const HANDLE sources[] = {m_native->waker.get(), m_native->done.get(), m_native->parent.get()};
-    const DWORD count = !m_native->isAsked ? 1 : m_native->parent.isValid() ? 3 : 2;
+    const DWORD count = !m_native->isPending ? 1 : m_native->parent.isValid() ? 3 : 2;
     switch (::WaitForMultipleObjects(count, sources, FALSE, timeoutMs < 0 ? INFINITE : static_cast<DWORD>(timeoutMs))) {
     case WAIT_OBJECT_0: return Outcome::Woken;
     case WAIT_OBJECT_0 + 1: return m_native->take(changes);
-    case WAIT_OBJECT_0 + 2: return m_native->lookAgain();
+    case WAIT_OBJECT_0 + 2: return m_native->recheckFolder();
     case WAIT_TIMEOUT: return Outcome::TimedOut;
     default: return Outcome::Gone;
     }
 }
 
 FolderChanges::Outcome FolderChanges::Native::take(QVector<Change>* changes) {
-    isAsked = false;
+    isPending = false;
     DWORD length = 0;
     if (!::GetOverlappedResult(folder.get(), &overlapped, &length, FALSE)) {
         code = ::GetLastError();
         if (code == ERROR_NOTIFY_ENUM_DIR)
             return Outcome::Overflow;
-        // Held open, the folder could not be made anew.
+        // An open handle would prevent a new folder of the same name.
         folder = WindowsHandle();
         return Outcome::Gone;
     }
@@ -160,8 +160,8 @@ FolderChanges::Outcome FolderChanges::Native::take(QVector<Change>* changes) {
     return Outcome::Changed;
 }
 
-// A folder that was removed or moved away may never tell so itself.
-FolderChanges::Outcome FolderChanges::Native::lookAgain() {
+// The system may not report on a folder's own handle that it was removed or renamed. A change in the parent is the only sign.
+FolderChanges::Outcome FolderChanges::Native::recheckFolder() {
     parent.next();
     const WindowsHandle named = openFolder(path);
     if (named.isValid() && isSameFolder(folder.get(), named.get()))
@@ -184,23 +184,23 @@ void FolderChanges::Native::parse(DWORD length, QVector<Change>* changes) {
     }
 }
 
-// The system may tell the short form, by which nobody here knows the file.
+// The system may report the short name of a file, but callers know the long one.
 QString FolderChanges::Native::longName(const QString& name) const {
     if (!name.contains(QLatin1Char('~')))
         return name;
     wchar_t text[1024];
     const DWORD length = ::GetLongPathNameW(nativePath(path + QLatin1Char('/') + name).c_str(), text, 1024);
-    const bool isTold = length > 0 && length < 1024;
-    return isTold ? QString::fromWCharArray(text, static_cast<int>(length)).section(QLatin1Char('\\'), -1) : name;
+    const bool isKnown = length > 0 && length < 1024;
+    return isKnown ? QString::fromWCharArray(text, static_cast<int>(length)).section(QLatin1Char('\\'), -1) : name;
 }
 
-// The system writes into the buffer until the request has ended.
+// Waits until the cancelled request has ended: until then the system may write into the buffer.
 void FolderChanges::Native::close() {
-    if (isAsked) {
+    if (isPending) {
         DWORD length = 0;
         ::CancelIoEx(folder.get(), &overlapped);
         ::GetOverlappedResult(folder.get(), &overlapped, &length, TRUE);
-        isAsked = false;
+        isPending = false;
     }
     folder = WindowsHandle();
     parent.close();

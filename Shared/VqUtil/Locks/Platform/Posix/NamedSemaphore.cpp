@@ -17,7 +17,7 @@ namespace Velquor::Util {
 
 namespace {
 
-constexpr int mostRemovals = 5;
+constexpr int maximumRemovals = 5;
 
 union SemaphoreArgument {
     int val;
@@ -29,7 +29,7 @@ struct NamedSemaphore::Native {
     QByteArray keyFile;
     int heldId = -1;
 
-    // The kernel's id is looked up for every acquisition: another process may have removed and created the object anew.
+    // Looked up for every acquisition: another process may have removed the object and created a new one with another id.
     [[nodiscard]] int id() const {
         FileDescriptor(::open(keyFile.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         const key_t key = ::ftok(keyFile.constData(), 'Q');
@@ -50,7 +50,7 @@ struct NamedSemaphore::Native {
 
 NamedSemaphore::NamedSemaphore(const QString& key)
     : m_native(new Native) {
-    // Another user's objects are out of reach, and the temporary folder is everybody's: the key names the user.
+    // The temporary folder is shared by all users, but another user's semaphore cannot be opened. So the key names the user.
     const QString userKey = key + QLatin1Char('.') + QString::number(::getuid());
     m_native->keyFile = QFile::encodeName(QDir::tempPath() + QLatin1Char('/') + qtSemaphoreName(userKey));
 }
@@ -74,9 +74,9 @@ NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
         const int fault = errno;
         if (fault == EAGAIN || (fault == EINTR && deadline.hasExpired()))
             return Result::TimedOut;
-        // An object removed under us costs another attempt; more than a few would not be chance.
+        // Another process may remove the object while we wait. Retry, but not for ever: repeated removals are not by chance.
         const bool removed = fault == EIDRM || fault == EINVAL;
-        if (fault == EINTR || (removed && ++removals < mostRemovals))
+        if (fault == EINTR || (removed && ++removals < maximumRemovals))
             continue;
         m_errorText = qt_error_string(fault);
         return Result::Failed;
@@ -87,7 +87,7 @@ void NamedSemaphore::release() {
     struct sembuf give {
         0, 1, SEM_UNDO
     };
-    // Only the very object that was taken: one that was created anew meanwhile has its count already.
+    // Only the object that was acquired: a new one created since then has its full count already.
     ::semop(std::exchange(m_native->heldId, -1), &give, 1);
 }
 

@@ -16,8 +16,8 @@ namespace Velquor::Util {
 namespace {
 
 constexpr int longestPauseMs = 2;
-// Longer than everybody's turn takes, unless a process stands still while it waits.
-constexpr int turnPatienceMs = 250;
+// A turn takes less, unless its process was stopped. After this time a waiter no longer respects the turn.
+constexpr int turnTimeoutMs = 250;
 
 } // namespace
 
@@ -26,14 +26,14 @@ struct ProcessGuard::Native {
     FileDescriptor file;
     bool hasTurn = false;
 
-    // A descriptor for each acquisition, so that two objects of one process exclude each other as two processes do.
+    // A new descriptor for each acquisition: `flock` belongs to it, so two objects of one process exclude each other too.
     void open() {
         hasTurn = false;
         file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     }
 
-    // One of those who wait is the next. Without that, a process that comes back at once takes the lock again and again from
-    // those who sleep. Where the file system knows no such locks, everybody is the next.
+    // One waiter at a time has the turn, by a second lock on the same file. Without it, a process that releases and at once
+    // acquires again would always win against waiters that sleep. On a file system without such locks every waiter has the turn.
     [[nodiscard]] bool takeTurn() {
         hasTurn = hasTurn || setTurn(F_WRLCK) || (errno != EAGAIN && errno != EACCES);
         return hasTurn;
@@ -47,7 +47,8 @@ struct ProcessGuard::Native {
         return ::fcntl(file.get(), F_OFD_SETLK, &range) == 0;
     }
 
-    // Nobody here deletes the file, but a lock on one that somebody did delete would exclude no newcomer.
+    // We never delete the file, but another program may. A lock on a deleted file would not exclude processes that open the new
+    // one.
     [[nodiscard]] bool isCurrent() const {
         struct stat held {};
         struct stat named {};
@@ -78,7 +79,7 @@ ProcessGuard::~ProcessGuard() = default;
 
 ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
-    const QDeadlineTimer patience(std::min(timeoutMs, turnPatienceMs));
+    const QDeadlineTimer patience(std::min(timeoutMs, turnTimeoutMs));
     m_native->open();
     for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
         if (m_native->takeTurn() || patience.hasExpired()) {

@@ -11,9 +11,9 @@ namespace Velquor::Util {
 
 namespace {
 
-// The same greatest count as Qt's: processes that use QSystemSemaphore open this object.
+// The same maximum count as Qt's: processes that use QSystemSemaphore open this object.
 constexpr LONG greatestCount = std::numeric_limits<LONG>::max();
-constexpr int mostLeftoverCounts = 1000;
+constexpr int maximumLeftoverCounts = 1000;
 
 } // namespace
 
@@ -21,7 +21,7 @@ struct NamedSemaphore::Native {
     std::wstring name;
     WindowsHandle semaphore;
 
-    // The object lives as long as somebody has it open, and so does a count that is missing.
+    // Opened once and kept. The kernel removes the object with its last handle, and a leaked count with it.
     DWORD open() {
         if (semaphore.isValid())
             return ERROR_SUCCESS;
@@ -65,12 +65,13 @@ NamedSemaphore::LastUser NamedSemaphore::lastUser() const {
     return LastUser::Unknown;
 }
 
-// Too many counts are as bad as too few, since they let two processes in: all are taken before one is given.
+// A count above 1 lets two processes in, so take all counts before giving one back. The bound ends the loop if another program
+// keeps releasing.
 bool NamedSemaphore::repair() {
     if (m_native->open() != ERROR_SUCCESS)
         return false;
     for (int taken = 0; ::WaitForSingleObject(m_native->semaphore.get(), 0) == WAIT_OBJECT_0; ++taken) {
-        if (taken == mostLeftoverCounts)
+        if (taken == maximumLeftoverCounts)
             return false;
     }
     return ::ReleaseSemaphore(m_native->semaphore.get(), 1, nullptr) != FALSE;

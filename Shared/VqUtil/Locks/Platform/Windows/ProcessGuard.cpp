@@ -15,7 +15,7 @@ namespace Velquor::Util {
 
 namespace {
 
-/// Which thread of this process holds which guard: the system lets the thread that owns a mutex take it again.
+/// The thread that holds each guard in this process. It is needed because the owner of a mutex can acquire it again.
 class HeldGuards {
 public:
     [[nodiscard]] bool isHeldByThisThread(const QString& name) {
@@ -41,7 +41,7 @@ HeldGuards& heldGuards() {
     return guards;
 }
 
-// Paths of one folder may differ in case and in separators.
+// The same folder must give the same name, however its path is written.
 QString mutexName(const QString& name, const QString& folder) {
     const QString place = QDir::cleanPath(QDir(folder).absolutePath()).toLower();
     const QByteArray digest = QCryptographicHash::hash((name + QLatin1Char('\n') + place).toUtf8(), QCryptographicHash::Sha1);
@@ -82,14 +82,14 @@ ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
         if (result == WAIT_TIMEOUT)
             return Result::TimedOut;
         if (result == WAIT_OBJECT_0 && heldGuards().isHeldByThisThread(m_native->name)) {
-            // Another object of this thread holds it, and cannot give it back while this one waits.
+            // Another object of this thread holds it and cannot release it during this wait. Report a timeout at once.
             ::ReleaseMutex(m_native->mutex.get());
             return Result::TimedOut;
         }
         if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) {
             m_native->isHeld = true;
             heldGuards().add(m_native->name);
-            return result == WAIT_ABANDONED ? Result::AcquiredFromTheDead : Result::Acquired;
+            return result == WAIT_ABANDONED ? Result::AcquiredAbandoned : Result::Acquired;
         }
     }
     m_errorText = systemErrorText(code);

@@ -26,7 +26,7 @@ bool isOwnSid(PSID sid) {
 
 enum class Answer { Yes, No, Unknown };
 
-// An elevated process of the same user may not let an ordinary one look.
+// Unknown is common: an ordinary process may not open an elevated one of the same user.
 Answer isProcessOfSameUser(ULONG processId) {
     const WindowsHandle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     HANDLE token = nullptr;
@@ -40,7 +40,7 @@ Answer isProcessOfSameUser(ULONG processId) {
     return isOwnSid(buffer.user.User.Sid) ? Answer::Yes : Answer::No;
 }
 
-// Nobody can make an object that is owned by somebody else without the right to do so.
+// The owner proves the user: creating an object for another owner needs a privilege.
 bool isPipeOfSameUser(HANDLE pipe) {
     PSID owner = nullptr;
     void* descriptor = nullptr;
@@ -53,7 +53,7 @@ bool isPipeOfSameUser(HANDLE pipe) {
 
 } // namespace
 
-// Pipes are the machine's, but the lock of who serves is the session's, so that each session has a server of its own.
+// Pipe names are global, but the election's lock is per session. The session in the name gives each session its own server.
 QString localServerAddress(const QString& serverName, const QString&) {
     DWORD session = 0;
     if (currentUserSid().isEmpty() || !::ProcessIdToSessionId(::GetCurrentProcessId(), &session))
@@ -61,22 +61,22 @@ QString localServerAddress(const QString& serverName, const QString&) {
     return serverName + QLatin1Char('.') + currentUserSid() + QLatin1Char('.') + QString::number(session);
 }
 
-// A pipe has its name as long as it is.
-bool isLocalServerNamed(const QString&) {
+// A pipe cannot lose its name while it exists.
+bool isLocalServerReachable(const QString&) {
     return true;
 }
 
-QString localServerFile(const QString&) {
+QString localServerSocketFile(const QString&) {
     return {};
 }
 
 bool isPeerOfSameUser(qintptr socketDescriptor, PeerRole role) {
     const HANDLE pipe = reinterpret_cast<HANDLE>(socketDescriptor);
     ULONG processId = 0;
-    const bool isTold = role == PeerRole::Server ? ::GetNamedPipeServerProcessId(pipe, &processId)
-                                                 : ::GetNamedPipeClientProcessId(pipe, &processId);
-    const Answer answer = isTold ? isProcessOfSameUser(processId) : Answer::Unknown;
-    // The access list of the pipe lets this user's processes in alone.
+    const bool isKnown = role == PeerRole::Server ? ::GetNamedPipeServerProcessId(pipe, &processId)
+                                                  : ::GetNamedPipeClientProcessId(pipe, &processId);
+    const Answer answer = isKnown ? isProcessOfSameUser(processId) : Answer::Unknown;
+    // A client passed the pipe's access list, which admits this user only. A server proves itself by the pipe's owner.
     if (answer == Answer::Unknown)
         return role == PeerRole::Client || isPipeOfSameUser(pipe);
     return answer == Answer::Yes;

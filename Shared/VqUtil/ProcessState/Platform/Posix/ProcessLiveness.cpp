@@ -9,21 +9,21 @@ namespace Velquor::Util {
 
 namespace {
 
-// The system's mark on an executable that was replaced while it runs, as an update does.
-const QByteArray& deletedMark() {
-    static const QByteArray mark(" (deleted)");
-    return mark;
+// The kernel appends this to the path of an executable that was replaced while it runs, as an update does.
+const QByteArray& deletedSuffix() {
+    static const QByteArray suffix(" (deleted)");
+    return suffix;
 }
 
-// Empty for a zombie too: the kernel has taken its memory, and with it the executable.
+// Empty for a zombie too: the kernel has freed its memory, and the link to the executable with it.
 QString executableOf(const char* link) {
     char buffer[PATH_MAX];
     const ssize_t length = ::readlink(link, buffer, sizeof buffer);
     if (length <= 0)
         return {};
     QByteArray path(buffer, static_cast<int>(length));
-    if (path.endsWith(deletedMark()))
-        path.chop(deletedMark().size());
+    if (path.endsWith(deletedSuffix()))
+        path.chop(deletedSuffix().size());
     return QFile::decodeName(path);
 }
 

@@ -15,17 +15,17 @@ namespace Velquor::Util {
 
 namespace {
 
-constexpr int mostAttempts = 50;
+constexpr int maximumAttempts = 50;
 constexpr off_t largestSize = 16 * 1024 * 1024;
-// Some systems clean the runtime folder of old files; the sticky bit keeps this one.
+// Some systems remove old files from the runtime folder, but not those with the sticky bit.
 constexpr mode_t fileMode = 0600 | S_ISVTX;
 
-bool isOwnersAlone(const struct stat& info) {
+bool isOwnerOnly(const struct stat& info) {
     return info.st_uid == ::geteuid() && (info.st_mode & 077) == 0;
 }
 
-/// Whoever is attached holds a shared `flock` on the file. So an exclusive one says that nobody is, however they ended, and the
-/// file is what a segment without users would be: gone.
+/// Each attached process holds a shared `flock` on the file. If an exclusive lock succeeds, no process is attached, however the
+/// last one ended. The file then counts as missing, as a shared memory segment without users would.
 class FileBlock final : public ISharedBlock {
 public:
     explicit FileBlock(const QString& path)
@@ -62,12 +62,12 @@ FileBlock::~FileBlock() {
         ::unlink(m_path.constData());
 }
 
-// The folder may be shared with others in the worst case: a file that is not the user's alone is not used.
+// Without a runtime folder, `folder` may be writable for other users. A file that is not owner-only is not used.
 bool FileBlock::open(int flags) {
     m_file.reset(::open(m_path.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
     if (!m_file.isValid() || ::fstat(m_file.get(), &m_info) != 0)
         return false;
-    if (S_ISREG(m_info.st_mode) && isOwnersAlone(m_info))
+    if (S_ISREG(m_info.st_mode) && isOwnerOnly(m_info))
         return true;
     errno = EACCES;
     return false;
@@ -80,7 +80,7 @@ ISharedBlock::Result FileBlock::fail(int code) {
 }
 
 ISharedBlock::Result FileBlock::attach() {
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
         if (!open(0))
             return errno == ENOENT ? Result::Missing : fail(errno);
         if (lock(LOCK_EX)) {
@@ -91,13 +91,13 @@ ISharedBlock::Result FileBlock::attach() {
             m_size = static_cast<int>(std::min(m_info.st_size, largestSize));
             return Result::Done;
         }
-        QThread::msleep(1); // somebody is between creating or removing it and letting go of it
+        QThread::msleep(1); // another process is creating or removing the file
     }
     return fail(EBUSY);
 }
 
 ISharedBlock::Result FileBlock::create(int size) {
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
         if (!open(O_CREAT))
             return fail(errno);
         if (!lock(LOCK_EX)) {
@@ -114,7 +114,7 @@ ISharedBlock::Result FileBlock::create(int size) {
     return fail(EBUSY);
 }
 
-// Space for every byte now, so that no later write finds the disk full.
+// Reserves every byte now, so that no later write fails on a full disk.
 bool FileBlock::fill(int size) {
     if (::fchmod(m_file.get(), fileMode) != 0 || ::ftruncate(m_file.get(), 0) != 0)
         return false;
@@ -137,7 +137,8 @@ bool FileBlock::isAttached() {
     return m_file.isValid();
 }
 
-// By system calls and not by a mapping: a file that somebody cuts short then gives fewer bytes, and no signal ends the host.
+// Not by a mapping: if another program truncates a mapped file, reading it ends the host with a signal. `pread` returns fewer
+// bytes.
 int FileBlock::readInto(char* buffer, int count) const {
     int done = 0;
     while (done < count) {
@@ -187,7 +188,7 @@ QString sharedBlockFolder(const QString& dataFolder) {
     const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
     struct stat info {};
     const bool isUsable =
-        runtime.startsWith('/') && ::stat(runtime.constData(), &info) == 0 && S_ISDIR(info.st_mode) && isOwnersAlone(info);
+        runtime.startsWith('/') && ::stat(runtime.constData(), &info) == 0 && S_ISDIR(info.st_mode) && isOwnerOnly(info);
     return isUsable ? QFile::decodeName(runtime) : dataFolder;
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr DWORD requiredRights = SYNCHRONIZE | PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
 
-// A longer path comes cut, from this process as from the others, and is compared as it comes.
+// The system truncates a longer path. It does so for every process, so the truncated paths still compare equal.
 QString mainModulePath(HANDLE process) {
     wchar_t buffer[MAX_PATH] = {};
     const DWORD length = ::GetModuleFileNameExW(process, nullptr, buffer, MAX_PATH);

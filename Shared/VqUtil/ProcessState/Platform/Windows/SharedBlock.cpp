@@ -15,8 +15,8 @@ namespace Velquor::Util {
 
 namespace {
 
-// Longer than anybody copies 64 KiB.
-constexpr int patienceMs = 2000;
+// Copying 64 KiB takes far less.
+constexpr int lockTimeoutMs = 2000;
 constexpr SIZE_T largestSize = 16 * 1024 * 1024;
 
 struct ViewDeleter {
@@ -29,13 +29,13 @@ std::wstring nativeName(const QString& key) {
     return memory.nativeKey().toStdWString();
 }
 
-/// Holds the lock that `QSharedMemory::lock()` takes, for one copy.
+/// Holds the lock of `QSharedMemory::lock()` for one copy.
 class QtLock {
 public:
     explicit QtLock(NamedSemaphore& semaphore)
         : m_semaphore(semaphore) {
-        auto result = semaphore.acquire(patienceMs);
-        // Its holder died: callers hold the lock of the block, so no process of ours has it.
+        auto result = semaphore.acquire(lockTimeoutMs);
+        // The holder died. It is none of our processes: our caller holds the lock of the block, which excludes them.
         if (result == NamedSemaphore::Result::TimedOut && semaphore.repair())
             result = semaphore.acquire(0);
         m_isHeld = result == NamedSemaphore::Result::Acquired;
@@ -54,7 +54,7 @@ private:
     bool m_isHeld = false;
 };
 
-/// The kernel removes the mapping with its last handle.
+/// The kernel removes the mapping when its last handle is closed.
 class MappedBlock final : public ISharedBlock {
 public:
     explicit MappedBlock(const QString& key)

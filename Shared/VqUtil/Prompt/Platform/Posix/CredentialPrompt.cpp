@@ -21,7 +21,7 @@ namespace {
 constexpr int maximumLineLength = 4096;
 constexpr char interrupt = 3;
 
-// A host or a caption must not steer the terminal.
+// A host name or a caption from outside must not send control sequences to the terminal.
 QByteArray printable(QString text) {
     std::replace_if(
         text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control && c != QLatin1Char('\n'); },
@@ -29,7 +29,7 @@ QByteArray printable(QString text) {
     return text.toUtf8();
 }
 
-/// The terminal of the process: the echo switched off while a password is typed, and never left so.
+/// The terminal of the process. It switches the echo off while a password is typed, and always on again.
 class Terminal {
 public:
     explicit Terminal(int wake)
@@ -39,7 +39,7 @@ public:
     Terminal& operator=(const Terminal&) = delete;
     ~Terminal() { showInput(); }
 
-    /// 0, or why nobody can be asked. A process in the background would be stopped for reading.
+    /// 0, or the reason why the user cannot be asked. The system stops a background process that reads from the terminal.
     [[nodiscard]] int problem() const {
         if (!m_file.isValid())
             return ENXIO;
@@ -48,7 +48,7 @@ public:
 
     void write(const QByteArray& text) const { static_cast<void>(::write(m_file.get(), text.constData(), text.size()) < 0); }
 
-    // Without signals too: an interrupt would end the process with the echo off. Its character cancels instead.
+    // Signals are off too: an interrupt would end the process with the echo off. Its character cancels the prompt instead.
     [[nodiscard]] bool hideInput() {
         if (::tcgetattr(m_file.get(), &m_before) != 0)
             return false;

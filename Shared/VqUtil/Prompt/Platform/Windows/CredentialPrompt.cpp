@@ -40,7 +40,7 @@ void giveBack(const wchar_t* text, wchar_t* buffer, int size) {
     buffer[copied] = 0;
 }
 
-// The dialog may put the target in front of a name without a domain, which is nothing that the user has entered.
+// For a name without a domain, the dialog may add the target as a prefix, which the user has not entered.
 const wchar_t* withoutTarget(const wchar_t* user, const wchar_t* target) {
     const std::size_t length = std::wcslen(target);
     const bool hasTarget = length > 0 && std::wcsncmp(user, target, length) == 0 && user[length] == L'\\';
@@ -57,7 +57,7 @@ BOOL CALLBACK remember(HWND window, LPARAM dialogs) {
         if (isDialog(window))
             reinterpret_cast<std::vector<HWND>*>(dialogs)->push_back(window);
     } catch (...) {
-        return FALSE; // Nothing may be thrown through the system.
+        return FALSE; // An exception must not pass through the system's code.
     }
     return TRUE;
 }
@@ -71,8 +71,8 @@ BOOL CALLBACK closeOther(HWND window, LPARAM dialogs) {
 
 } // namespace
 
-/// Which window is the prompt: the system does not say. It is a dialog of the thread that asks, and none of those that the host
-/// had there before; the host's own windows must not be asked to close.
+/// Finds the prompt's window for `cancel`, since the system does not report it. It is a dialog of the thread that asks, and was
+/// not there before. The host's own dialogs must not be closed.
 struct CredentialPrompt::Native {
     std::mutex mutex;
     DWORD thread = 0; // The one that shows the dialog.
