@@ -7,7 +7,7 @@ namespace Velquor::WebServices::Internal {
 
 bool mayUseNetwork(const char* refusal) {
     const WebServicesManagerImp& runtime = WebServicesManagerImp::instance();
-    // While the library is not initialized the operation itself says so.
+    // While the library is not initialized the operation itself reports that.
     if (runtime.hasLogConfiguration() || !runtime.session())
         return true;
     std::puts(refusal);

@@ -7,7 +7,8 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Runs one operation of a facade: nothing is thrown to the caller. Thread: any. Errors: the failure result and one log line.
+/// Runs one operation of a facade and catches every exception: none may reach the host. Thread: any. Errors: the failure result
+/// and one log line.
 template <class Result, class Work>
 Result guarded(const char* operation, Result failure, const Work& work) {
     try {
@@ -21,7 +22,7 @@ Result guarded(const char* operation, Result failure, const Work& work) {
     return failure;
 }
 
-/// The same for an operation without a result.
+/// `guarded` for an operation without a result.
 template <class Work>
 void guarded(const char* operation, const Work& work) {
     (void)guarded(operation, false, [&work] {
@@ -30,9 +31,13 @@ void guarded(const char* operation, const Work& work) {
     });
 }
 
-/// Runs one operation of a facade on the session of this moment, as it is in memory; a call while the library is not initialized
-/// has its failure result and one log line too. For operations that must neither read the file nor call an observer, such as the
-/// removal of an observer. Thread: any.
+/// Runs one operation of a facade on the current session, with the state that is in memory. It keeps the session alive until the
+/// operation returns, also during an `Uninitialize` on another thread. Without a session (the library is not initialized) it
+/// gives the failure result and one log line.
+///
+/// Use it only for operations that must not read the login state file or call observers: adding and removing observers, raising
+/// an event, proxy credentials, the dumps for support, and `CompleteLogout`, which ends the sign-in that this process knows.
+/// Thread: any. Errors: as `guarded`.
 template <class Result, class Work>
 Result withSessionAsIs(const char* operation, Result failure, const Work& work) {
     return guarded(operation, failure, [&]() -> Result {
@@ -44,8 +49,10 @@ Result withSessionAsIs(const char* operation, Result failure, const Work& work) 
     });
 }
 
-/// The same after the session has applied what other processes have written to the login state file: every operation of a product
-/// starts from the latest state. Thread: any.
+/// Runs one operation of a facade on the current session, after the session has applied the changes that other processes have
+/// made to the login state file. So the operation starts from the latest sign-in or sign-out of the user. It may call observers
+/// before the operation runs. All operations use it, with the exceptions that `withSessionAsIs` names. Thread: any. Errors: as
+/// `withSessionAsIs`.
 template <class Result, class Work>
 Result withSession(const char* operation, Result failure, const Work& work) {
     return withSessionAsIs(operation, failure, [&](LoginSession& session) -> Result {
@@ -64,14 +71,14 @@ Result withSession(const char* operation, Result failure, const Work& work) {
     return WebServicesManagerImp::defaultClientKey();
 }
 
-/// Refuses an operation that needs the network when the log configuration was missing at start-up; since no log exists, the
-/// refusal is a line on the standard output. Returns true when the operation may go on.
+/// True when an operation may use the network. False when the log configuration was missing at start-up. Then there is no log,
+/// and `refusal` is written to the standard output.
 [[nodiscard]] bool mayUseNetwork(const char* refusal);
 
-/// The short form of a reason why a sign-in could not be initiated.
+/// Maps the reason of a failed `InitiateLogin` to its short form.
 [[nodiscard]] LoginError shortLoginError(LoginErrorEx error);
 
-/// Seconds since 1970-01-01 UTC in the range of the result; 0 for an invalid date.
+/// Seconds since 1970-01-01 UTC, limited to the range of the result; 0 for an invalid date.
 [[nodiscard]] unsigned int secondsSinceEpoch(const QDateTime& date);
 
 } // namespace Velquor::WebServices::Internal

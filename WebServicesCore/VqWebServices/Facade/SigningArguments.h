@@ -6,7 +6,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The arguments of `SignRequest` as a caller gives them.
+/// The arguments of `SignRequest` as the caller passes them.
 struct SigningArguments {
     const wchar_t* url;
     const RequestParam* params;
@@ -17,8 +17,8 @@ struct SigningArguments {
     const wchar_t* tokenSecret;
 };
 
-/// Checks the caller's arguments and turns them into an order. Empty, with one log line, when the URL is no absolute http(s) URL,
-/// the parameters are null, nameless or more than 1000, or the method or the mode is unknown. Thread: any.
+/// Checks the arguments and converts them. Empty, with one log line, when the URL is not an absolute http or https URL, when the
+/// parameters are null, lack a name or are more than 1000, or when the method or the mode is unknown. Thread: any.
 [[nodiscard]] std::optional<SigningOrder> makeSigningOrder(const SigningArguments& arguments);
 
 } // namespace Velquor::WebServices::Internal

@@ -6,7 +6,7 @@
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"
 
-// The operations address the default client: each forwards to the keyed facade, or asks the session where there is no key.
+// The operations of the default client. Each forwards to the keyed facade, or calls the session when the operation has no key.
 
 namespace Velquor::WebServices {
 

@@ -71,7 +71,7 @@ bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebS
         if (isNew)
             session.AddClient(identityOf(clientKey));
         const bool isSet = session.SetConfiguration(clientKey, configuration);
-        // A configuration that was refused makes nobody a client.
+        // A refused configuration must not register a client.
         if (isNew && !isSet)
             session.RemoveClient(clientKey);
         return isSet;
@@ -79,9 +79,9 @@ bool WebServicesManagerEx::SetConfiguration(const QString& clientKey, const WebS
 }
 
 const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QString& clientKey) {
-    // Neither is destroyed: hosts ask from the destructors of their own statics, and keep the reference.
+    // Both are never destroyed: hosts call this from the destructors of their static objects, and keep the reference.
     static const auto* const empty = new ConfigurationPointer(std::make_shared<const WebServicesConfiguration>());
-    // Kept for this thread, so that the reference outlives a change of the configuration on another one.
+    // Per thread, so that the returned reference stays valid when another thread changes the configuration.
     static auto* const kept = new Util::PerThread<ConfigurationPointer>;
     ConfigurationPointer& returned = kept->get();
     returned = withSession("GetConfiguration", ConfigurationPointer(), [&](LoginSession& session) {

@@ -1,4 +1,4 @@
-// The keyed facade's operations with cached replies of the web services.
+// The keyed operations with cached replies of the web services.
 
 #include "Facade/FacadeCall.h"
 #include "Values/CallerText.h"

@@ -1,4 +1,4 @@
-// The keyed facade's operations that refresh tokens, and those with OAuth2 tokens.
+// The keyed operations that refresh tokens, and those with OAuth2 tokens.
 
 #include "Facade/FacadeCall.h"
 

@@ -29,7 +29,7 @@ private:
 } // namespace
 
 WebServicesManagerImp& WebServicesManagerImp::instance() {
-    // Never destroyed: hosts call from the destructors of their own statics.
+    // Never destroyed: hosts call it from the destructors of their static objects.
     static auto* const singleton = new WebServicesManagerImp;
     return *singleton;
 }
@@ -40,7 +40,7 @@ bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Spe
         if (++m_count >= 2)
             return true;
     }
-    // A start-up that throws must not count, or every later one would count on it.
+    // A start-up that throws must not count: the next call would otherwise skip the start-up and succeed without a session.
     auto giveBack = qScopeGuard([this] {
         const QMutexLocker lock(&m_countMutex);
         --m_count;
@@ -65,6 +65,7 @@ bool WebServicesManagerImp::uninitialize() {
         const QWriteLocker lock(&m_stateLock);
         std::swap(library, m_library);
     }
+    // Without the lock: the workers and observers that it waits for may ask for the session.
     stopLibrary(std::move(library));
     return true;
 }

@@ -11,31 +11,33 @@
 
 namespace Velquor::WebServices {
 
-/// The singleton behind the facades: both facade objects, the object of `GetIWebServicesManager`, and the login session.
+/// The singleton of the library. It is the keyed facade itself and owns the facade of the default client, the object of
+/// `GetIWebServicesManager`, and what the start-up creates.
 ///
-/// Thread: any. Owner: the process. The facade objects live as long as the process, so that a pointer kept by a host over the
-/// last `Uninitialize` leads to a failure result and not into freed memory; what has a life is the session: made by the first
-/// `Initialize`, gone with the last `Uninitialize` as soon as no call uses it any more.
+/// The facade objects exist as long as the process. So a host that still uses its pointer after the last `Uninitialize` gets
+/// failure results and does not access freed memory. The session is created by the first `Initialize`. The last `Uninitialize`
+/// stops and releases it; it is destroyed when no call uses it any more. Thread: any. Owner: the process.
 class WebServicesManagerImp : public WebServicesManagerEx {
 public:
     static WebServicesManagerImp& instance();
 
-    /// Counts, and runs the start-up or the tear-down for the first and the last. A start-up that throws is not counted.
+    /// Both count the calls. The first `initialize` runs the start-up, the last `uninitialize` the shut-down. A start-up that
+    /// throws is not counted.
     bool initialize(const QVector<OAuth2TokenSpec>& oauth2Specs);
     bool uninitialize();
     [[nodiscard]] bool isInitialized();
 
-    /// The session of this moment; null while the library is not initialized. Holding it keeps it alive.
+    /// The current session; null while the library is not initialized. The caller's pointer keeps it alive.
     [[nodiscard]] std::shared_ptr<Internal::LoginSession> session() const;
 
-    /// The flags of the processes; null while the library is not initialized.
+    /// The flags that processes share; null while the library is not initialized.
     [[nodiscard]] std::shared_ptr<Util::ProcessState> processState() const;
 
-    /// False when the log configuration was missing at start-up: then nothing that needs the network is done.
+    /// False when the log configuration was missing at start-up. Operations that need the network are refused then.
     [[nodiscard]] bool hasLogConfiguration() const;
 
     [[nodiscard]] WebServicesManager& manager() { return m_manager; }
-    /// The object of `GetIWebServicesManager`, made at the first call.
+    /// The object of `GetIWebServicesManager`, created by the first call. Null while the library is not initialized.
     [[nodiscard]] IWebServicesManager* runtimeObject();
 
     /// The key of the process's default client: the process id in decimal.

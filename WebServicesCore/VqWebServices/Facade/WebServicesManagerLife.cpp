@@ -1,4 +1,4 @@
-// The static operations of the facade: the life of the library, and what may be called before it.
+// The static operations of the facade: start and stop of the library, and the operations that are allowed before the start.
 
 #include "Facade/FacadeCall.h"
 #include "Network/Urls/SupportFiles.h"

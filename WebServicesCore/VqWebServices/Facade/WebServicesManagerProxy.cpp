@@ -1,4 +1,4 @@
-// The part of the facade that is about proxy credentials.
+// The operations with proxy credentials.
 
 #include <VqWebServices/WebServicesManager.h>
 
@@ -12,7 +12,7 @@ using namespace Internal;
 
 namespace {
 
-// One line for a call whose results have no place to go.
+// Logs one line when a caller passes no buffers for the results.
 bool hasBuffers(const char* operation, const wchar_t* first, int firstSize, const wchar_t* second, int secondSize) {
     if (first && firstSize > 0 && second && secondSize > 0)
         return true;

@@ -31,7 +31,7 @@ Server currentServer() {
     return withSession("GetUrl", Production, [](LoginSession& session) { return session.currentServer(); });
 }
 
-// Reading either succeeds or leaves one line in the log.
+// Logs one line when reading has failed.
 bool report(bool done, const char* operation) {
     if (!done)
         Log::rootLogger().error(QStringLiteral("%1 failed. The json object is empty or damaged.").arg(QLatin1String(operation)));
@@ -129,7 +129,7 @@ QString WebServicesPrivate::GetLogFileFolder() {
 }
 
 std::shared_ptr<Log::ILogger> WebServicesPrivate::GetLogger() {
-    // Never destroyed: hosts log from the destructors of their own statics.
+    // Never destroyed: hosts log from the destructors of their static objects.
     static const auto* const logger = new std::shared_ptr<Log::ILogger>(Log::makeLogger(QStringLiteral("VqWebServices")));
     return *logger;
 }

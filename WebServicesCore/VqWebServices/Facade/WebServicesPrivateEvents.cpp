@@ -1,4 +1,4 @@
-// Events as sibling modules hear and raise them.
+// The operations by which sibling modules receive and raise events.
 
 #include "Events/WebServicesEvent.h"
 #include "Facade/FacadeCall.h"

@@ -1,4 +1,4 @@
-// What sibling modules set and ask about the refresh of tokens.
+// The operations by which sibling modules configure and query the refresh of tokens.
 
 #include "Facade/FacadeCall.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
@@ -16,7 +16,7 @@ struct TokenName {
     OAuth2TokenSpec spec;
 };
 
-// Without a session there are no clients: the key must be the product's own then, and a spec must be given.
+// Without a session there are no clients. Then the key must be the product's own, and a spec is required.
 TokenName tokenName(const QString& key, const OAuth2TokenSpec* spec) {
     const auto session = WebServicesManagerImp::instance().session();
     if (session)

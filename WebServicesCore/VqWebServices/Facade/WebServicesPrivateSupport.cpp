@@ -1,4 +1,4 @@
-// What support looks at: the state of this process and what the processes show each other.
+// The operations for support: dumps of this process's state and of the state that the processes share.
 
 #include "Facade/FacadeCall.h"
 #include "Runtime/HostProduct.h"
