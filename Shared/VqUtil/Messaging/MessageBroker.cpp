@@ -78,6 +78,8 @@ void MessageBroker::becomeClient(QLocalSocket* socket) {
     hello.kind = MessageFrame::Kind::Hello;
     hello.id = MessageFrame::newId();
     m_server->send(hello.toBytes());
+    // Recent messages are sent again, even those that the last server has received: it may have died before it relayed them. A
+    // process that has received them already knows their ids.
     m_server->follow(&m_own, std::min(m_own.firstWithin(historyMs), std::max(m_ownUnsent, m_own.begin())));
     relay();
 }

@@ -57,6 +57,8 @@ private:
     QString m_errorText;
 };
 
+// Under the exclusive lock no other process is attached, and none can attach. A file with our name but another number is a new
+// block of other processes.
 FileBlock::~FileBlock() {
     if (isAttached() && lock(LOCK_EX) && isNamed())
         ::unlink(m_path.constData());
@@ -104,6 +106,7 @@ ISharedBlock::Result FileBlock::create(int size) {
             m_file.reset();
             return Result::AlreadyThere;
         }
+        // The last user may have removed the file between our `open` and our lock. Then create another one.
         if (!isNamed())
             continue;
         if (!fill(size))
