@@ -321,6 +321,27 @@ private slots:
         QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);
     }
 
+    // Signing is the only call here: no other operation may have read the file before it.
+    void signsNothingForAUserWhomAnotherProcessSignedOut() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        signIn(manager);
+        const auto isSigned = [&manager] {
+            return Text(manager.SignRequest(L"https://example.com/", nullptr, 0, HttpMethod::Get,
+                                            ParsingMode::AuthorizationHeader, nullptr, nullptr))
+                   != nullptr;
+        };
+        QVERIFY(isSigned());
+        std::array<wchar_t, urlSize> path{};
+        QVERIFY(manager.GetLoginStateFile(path.data(), urlSize) > 0);
+        const QString date = QDateTime::currentDateTimeUtc().addSecs(1).toString(Qt::ISODate);
+        QFile file(QString::fromWCharArray(path.data()));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QStringLiteral("<WebServices><Settings LogoutDate=\"%1\"/></WebServices>").arg(date).toUtf8());
+        file.close();
+        QVERIFY(!isSigned());
+    }
+
     void initializesWithOAuth2_data() {
         QTest::addColumn<int>("form");
         QTest::addColumn<bool>("enabled");
