@@ -75,7 +75,7 @@ public:
         if (!document.setContent(file.data))
             return false;
         document.documentElement().setAttribute(QStringLiteral("LastSavedBy"), ++m_number);
-        return Util::AtomicFile::write(m_state->file.path(), document.toByteArray(2), nullptr);
+        return static_cast<bool>(Util::AtomicFile::write(m_state->file.path(), document.toByteArray(2)));
     }
 
 private:

@@ -42,7 +42,7 @@ int bump(Util::CrossProcessLock& lock, const QString& file, int count) {
             return 1;
         const Util::AtomicFile::ReadResult counter = Util::AtomicFile::read(file, 100);
         const bool written = counter.status != Util::AtomicFile::ReadResult::Status::Failed
-                             && Util::AtomicFile::write(file, QByteArray::number(counter.data.toInt() + 1), nullptr);
+                             && Util::AtomicFile::write(file, QByteArray::number(counter.data.toInt() + 1));
         lock.release();
         if (!written)
             return 2;

@@ -58,7 +58,7 @@ private slots:
         else if (what == QLatin1String("fill"))
             QVERIFY(TestKit::writeFile(there, "new"));
         else if (what == QLatin1String("replace"))
-            QVERIFY(Util::AtomicFile::write(there, "new", nullptr));
+            QVERIFY(Util::AtomicFile::write(there, "new"));
         else if (what == QLatin1String("remove"))
             QVERIFY(QFile::remove(there));
         else

@@ -36,19 +36,16 @@ private slots:
     }
 
     void aWriteReplacesTheWholeFile() {
-        QString error;
         for (const QByteArray& data :
              {QByteArray("first, a long one"), QByteArray(), QByteArray(1024 * 1024, '\0'), QByteArray("last")}) {
-            QVERIFY(AtomicFile::write(path(), data, &error));
+            QVERIFY(AtomicFile::write(path(), data));
             QCOMPARE(AtomicFile::read(path(), 2 * 1024 * 1024).data, data);
         }
-        QVERIFY(AtomicFile::write(path(), "without error text", nullptr));
         QCOMPARE(files(), QStringList("State.xml"));
-        QVERIFY(error.isEmpty());
     }
 
     void readersSeeOldOrNew() {
-        QVERIFY(AtomicFile::write(path(), QByteArray(50000, 'a'), nullptr));
+        QVERIFY(AtomicFile::write(path(), QByteArray(50000, 'a')));
         std::atomic<bool> isOver{false};
         std::atomic<int> torn{0};
         std::thread reader([&] {
@@ -63,7 +60,7 @@ private slots:
         });
         int failed = 0;
         for (int round = 0; round < 200; ++round)
-            failed += !AtomicFile::write(path(), QByteArray(50000, static_cast<char>('a' + round % 26)), nullptr);
+            failed += !AtomicFile::write(path(), QByteArray(50000, static_cast<char>('a' + round % 26)));
         isOver = true;
         reader.join();
         QCOMPARE(failed, 0);
@@ -80,10 +77,8 @@ private slots:
     void failureKeepsTheOld() {
         QFETCH(QString, name);
         QVERIFY(QDir(m_folder->path()).mkpath("folder/inside"));
-        QString error;
-        QVERIFY(!AtomicFile::write(m_folder->filePath(name), "new", &error));
-        QVERIFY(!error.isEmpty());
-        QVERIFY(!AtomicFile::write(m_folder->filePath(name), "new", nullptr));
+        const Result<void> written = AtomicFile::write(m_folder->filePath(name), "new");
+        QVERIFY(!written && !written.reason().isEmpty());
         QCOMPARE(files(), QStringList());
         QVERIFY(QFileInfo(m_folder->filePath("folder/inside")).isDir());
     }
@@ -116,7 +111,7 @@ private slots:
         // A replacement of the same size in the same instant is another content.
         for (int round = 0; round < 20; ++round) {
             const FileStamp before = fileStamp(path());
-            QVERIFY(AtomicFile::write(path(), "two", nullptr));
+            QVERIFY(AtomicFile::write(path(), "two"));
             QVERIFY(fileStamp(path()) != before);
         }
     }

@@ -55,7 +55,7 @@ private slots:
             }
         });
         for (int round = 0; round < 500 && seen < 20; ++round)
-            QVERIFY(AtomicFile::write(path(), QByteArray(4 * 1024 * 1024, 's'), nullptr));
+            QVERIFY(AtomicFile::write(path(), QByteArray(4 * 1024 * 1024, 's')));
         isOver = true;
         watcher.join();
         ::umask(before);
@@ -66,29 +66,27 @@ private slots:
 
     // A limit on the file size simulates a full disk: the write stops half way.
     void fullDiskKeepsTheOld() {
-        QVERIFY(AtomicFile::write(path(), "old", nullptr));
+        QVERIFY(AtomicFile::write(path(), "old"));
         ::signal(SIGXFSZ, SIG_IGN);
         struct rlimit before {};
         QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
         const struct rlimit small { 100000, before.rlim_max };
         QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
-        QString error;
-        const bool written = AtomicFile::write(path(), QByteArray(200000, 'n'), &error);
+        const Result<void> written = AtomicFile::write(path(), QByteArray(200000, 'n'));
         QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
-        QVERIFY(!written);
-        QVERIFY(!error.isEmpty());
+        QVERIFY(!written && !written.reason().isEmpty());
         QCOMPARE(AtomicFile::read(path(), 100).data, QByteArray("old"));
         QCOMPARE(files(), QStringList("State.xml"));
     }
 
     // Writers that die anywhere leave the old document or the new one, and temporaries that the next start removes.
     void aKilledWriterLeavesTheOldFileOrTheNew() {
-        QVERIFY(AtomicFile::write(path(), QByteArray(300000, 'a'), nullptr));
+        QVERIFY(AtomicFile::write(path(), QByteArray(300000, 'a')));
         for (int round = 0; round < 60; ++round) {
             const pid_t child = ::fork();
             if (child == 0) {
                 for (int number = 0; number < 1000; ++number)
-                    (void)AtomicFile::write(path(), QByteArray(300000, static_cast<char>('a' + number % 26)), nullptr);
+                    (void)AtomicFile::write(path(), QByteArray(300000, static_cast<char>('a' + number % 26)));
                 ::_exit(0);
             }
             QVERIFY(child > 0);

@@ -55,21 +55,20 @@ private slots:
     void aHeldFileIsReplacedOnceItIsReleased() {
         const QTemporaryDir folder;
         const QString path = folder.filePath("State.xml");
-        QVERIFY(AtomicFile::write(path, "old", nullptr));
+        QVERIFY(AtomicFile::write(path, "old"));
         WindowsHandle held(
             ::CreateFileW(path.toStdWString().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
         QVERIFY(held.isValid());
         QVERIFY(writeOwnerOnlyFile(path + QStringLiteral(".new"), "new"));
-        QCOMPARE(int(replaceFile(path + QStringLiteral(".new"), path)), int(ReplaceResult::Busy));
+        QCOMPARE(int(replaceFile(path + QStringLiteral(".new"), path).status), int(Replacement::Status::Busy));
         QVERIFY(!writeOwnerOnlyFile(path, "in place"));
         std::thread other([&held] {
             QThread::msleep(300);
             held = WindowsHandle();
         });
-        QString error;
-        const bool written = AtomicFile::write(path, "newer", &error);
+        const Result<void> written = AtomicFile::write(path, "newer");
         other.join();
-        QVERIFY2(written, qPrintable(error));
+        QVERIFY2(written, qPrintable(written.reason()));
         QCOMPARE(AtomicFile::read(path, 100).data, QByteArray("newer"));
     }
 
@@ -149,7 +148,7 @@ private slots:
     void readsAFileWhileItIsMovedIntoPlace() {
         const QTemporaryDir folder;
         const QString path = folder.filePath(QStringLiteral("State.xml"));
-        QVERIFY(AtomicFile::write(path, "text", nullptr));
+        QVERIFY(AtomicFile::write(path, "text"));
         constexpr DWORD all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
         const WindowsHandle mover(::CreateFileW(path.toStdWString().c_str(), DELETE, all, nullptr, OPEN_EXISTING, 0, nullptr));
         QVERIFY(mover.isValid());

@@ -12,22 +12,22 @@ namespace {
 
 constexpr int firstPauseMs = 10;
 constexpr int longestPauseMs = 160;
-// Short, since callers hold a lock: a scanner or backup has the file open for a moment.
+// Short, since callers hold a lock. A virus scanner or a backup holds a file open only briefly.
 constexpr int longestReadPauseMs = 40;
 constexpr int asideCount = 3;
-const auto temporaryMark = QStringLiteral(".writing-");
+const auto temporaryInfix = QStringLiteral(".writing-");
 
 QString asideName(const QString& path, int number) {
     return path + QStringLiteral(".damaged-%1").arg(number);
 }
 
-ReplaceResult replacePatiently(const QString& from, const QString& to, QString* error, Flush flush, int patienceMs) {
-    ReplaceResult result = replaceFile(from, to, error, flush);
+Replacement replacePatiently(const QString& from, const QString& to, Flush flush, int patienceMs) {
+    Replacement result = replaceFile(from, to, flush);
     int pauseMs = firstPauseMs;
-    for (int waitedMs = 0; result == ReplaceResult::Busy && waitedMs < patienceMs; waitedMs += pauseMs) {
+    for (int waitedMs = 0; result.isBusy() && waitedMs < patienceMs; waitedMs += pauseMs) {
         QThread::msleep(static_cast<unsigned long>(pauseMs));
         pauseMs = qMin(pauseMs * 2, longestPauseMs);
-        result = replaceFile(from, to, error, flush);
+        result = replaceFile(from, to, flush);
     }
     return result;
 }
@@ -38,10 +38,10 @@ ReadResult failed(const QString& error, bool isTooLarge = false) {
 
 ReadResult readOnce(const QString& path, qint64 maximumSize) {
     QFile file;
-    QString error;
-    if (!openForReading(file, path, &error))
-        return failed(error);
-    // As much room as it needs: a buffer for the largest file takes longer to get than most files take to read.
+    const Result<void> opened = openForReading(file, path);
+    if (!opened)
+        return failed(opened.reason());
+    // Allocate what the file needs: a buffer for the largest file takes longer to allocate than most files take to read.
     const qint64 size = qMin(file.size(), maximumSize);
     QByteArray data = file.read(size + 1);
     if (data.size() > size)
@@ -57,7 +57,7 @@ ReadResult readOnce(const QString& path, qint64 maximumSize) {
 
 ReadResult read(const QString& path, qint64 maximumSize) {
     const QFileInfo info(path);
-    // A dangling link exists as a link only: it is a fault, not an absent file.
+    // A dangling link is a fault, not a missing file.
     if (!info.exists() && !info.isSymLink())
         return {ReadResult::Status::Missing, {}, {}};
     if (!info.isFile())
@@ -71,16 +71,18 @@ ReadResult read(const QString& path, qint64 maximumSize) {
     return result;
 }
 
-bool write(const QString& path, const QByteArray& data, QString* error, Flush flush) {
-    return tryToWrite(path, data, error, flush, longestWaitMs) == ReplaceResult::Done;
+Result<void> write(const QString& path, const QByteArray& data, Flush flush) {
+    const Replacement result = tryToWrite(path, data, flush, longestWaitMs);
+    return result.isDone() ? Result<void>() : Failure{result.error};
 }
 
-ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* error, Flush flush, int patienceMs) {
-    const QString temporary = path + temporaryMark + QUuid::createUuid().toString(QUuid::Id128);
-    if (!writeOwnerOnlyFile(temporary, data, error, flush))
-        return ReplaceResult::Failed;
-    const ReplaceResult result = replacePatiently(temporary, path, error, flush, patienceMs);
-    if (result != ReplaceResult::Done)
+Replacement tryToWrite(const QString& path, const QByteArray& data, Flush flush, int patienceMs) {
+    const QString temporary = path + temporaryInfix + QUuid::createUuid().toString(QUuid::Id128);
+    const Result<void> written = writeOwnerOnlyFile(temporary, data, flush);
+    if (!written)
+        return {Replacement::Status::Failed, written.reason()};
+    const Replacement result = replacePatiently(temporary, path, flush, patienceMs);
+    if (!result.isDone())
         QFile::remove(temporary);
     return result;
 }
@@ -89,7 +91,7 @@ QStringList temporaries(const QString& path) {
     const QFileInfo info(path);
     QStringList found;
     const QStringList names =
-        info.dir().entryList({info.fileName() + temporaryMark + QLatin1Char('*')}, QDir::Files | QDir::Hidden);
+        info.dir().entryList({info.fileName() + temporaryInfix + QLatin1Char('*')}, QDir::Files | QDir::Hidden);
     for (const QString& name : names)
         found += info.dir().filePath(name);
     return found;

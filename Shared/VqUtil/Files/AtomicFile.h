@@ -19,31 +19,31 @@ struct ReadResult {
     bool isTooLarge = false; ///< For `Failed`: no later try will read it either.
 };
 
-/// Reads the file; one larger than `maximumSize` bytes, or anything but a regular file, is `Failed`. One that the system refuses
-/// for the moment is tried again for less than 0.1 seconds.
+/// Reads the file. A file larger than `maximumSize` bytes, or anything but a regular file, is `Failed`. A file that the system
+/// refuses to open is tried again for less than 0.1 seconds.
 [[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
 
-/// How long `write` waits for who has the target open.
+/// How long `write` waits while another process holds the target open.
 constexpr int longestWaitMs = 5000;
 
-/// Writes the data beside the file, owner-only, and moves it into place. A target that another process holds open is tried again
-/// for up to 5 seconds. On failure the old file stands unchanged and `error` says why.
-[[nodiscard]] bool write(const QString& path, const QByteArray& data, QString* error, Flush flush = Flush::Yes);
+/// Writes the data to a new file next to `path`, owner-only, and moves it into place. A target that another process holds open is
+/// tried again for up to 5 seconds. On failure the old file is unchanged.
+[[nodiscard]] Result<void> write(const QString& path, const QByteArray& data, Flush flush = Flush::Yes);
 
-/// The same, for who has better to do than to wait: `Busy` when another process still holds the target open after `patienceMs`.
-[[nodiscard]] ReplaceResult tryToWrite(const QString& path, const QByteArray& data, QString* error, Flush flush, int patienceMs);
+/// The same for a caller that must not wait long: `Busy` when another process still holds the target open after `patienceMs`.
+[[nodiscard]] Replacement tryToWrite(const QString& path, const QByteArray& data, Flush flush, int patienceMs);
 
-/// The files beside `path` that its new content is being written to, or was by a process that died.
+/// The temporary files next to `path`: of writes that are running, or of processes that died while they wrote.
 [[nodiscard]] QStringList temporaries(const QString& path);
 
-/// Removes what processes that died while writing `path` left beside it. Only under the lock of the file.
+/// Removes the temporary files of processes that died while they wrote `path`. Only under the lock of the file.
 void removeStaleTemporaries(const QString& path);
 
-/// Moves a damaged file out of the way under a name of its own ("path.damaged-N", the oldest of three is given up).
+/// Renames a damaged file to "path.damaged-N". Three are kept; the oldest is removed.
 /// Returns the new name; empty when the move failed.
 [[nodiscard]] QString setAside(const QString& path);
 
-/// Removes what was moved out of the way.
+/// Removes the damaged files that were set aside.
 void removeSetAside(const QString& path);
 
 } // namespace AtomicFile

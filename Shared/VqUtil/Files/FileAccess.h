@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VqUtil/General/Result.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -7,25 +9,24 @@ class QFile;
 
 namespace Velquor::Util {
 
-/// What the file system must do beyond QFile: owner-only files from the first byte, flushed to the disk, moved into place.
-/// Thread: any. Errors: false (or an empty result); the caller logs.
+/// What QFile does not offer: files that are owner-only from the first byte, flushed to the disk, and moved into place.
+/// Thread: any. Errors: a failure with the system's text, or false; the caller logs.
 
-/// Creates the folder with its parents when it is missing and takes every right of others away from it.
+/// Creates the folder with its parents when it is missing, and removes all rights of other users from it.
 [[nodiscard]] bool ensureOwnerOnlyFolder(const QString& folder);
 
-/// Whether a file must survive a power cut. One that need not, such as news of a moment, spares its writer the wait for the disk.
+/// Whether a file must survive a power cut. The writer of a short-lived file need not wait for the disk.
 enum class Flush { Yes, No };
 
 /// Creates the file, which must not exist, readable and writable by its owner only, and writes the data.
-/// A file that could not be written whole is removed again. `error` receives the system's text when it is given.
-[[nodiscard]] bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error = nullptr,
-                                      Flush flush = Flush::Yes);
+/// A file that could not be written whole is removed again.
+[[nodiscard]] Result<void> writeOwnerOnlyFile(const QString& path, const QByteArray& data, Flush flush = Flush::Yes);
 
-/// Opens the file at `path` for reading, through a `file` that is closed, and stands in the way of nobody who replaces or reads
-/// the file meanwhile. `error` receives the system's text.
-[[nodiscard]] bool openForReading(QFile& file, const QString& path, QString* error);
+/// Opens the file at `path` for reading, through a `file` that is closed. Other processes may read, replace and delete the file
+/// while it is open.
+[[nodiscard]] Result<void> openForReading(QFile& file, const QString& path);
 
-/// What tells one content of a file from another without reading it.
+/// Identifies one content of a file without reading it.
 struct FileStamp {
     qint64 modified = -1; ///< Nanoseconds (as fine as the system tells) since its epoch; -1: there is no file.
     qint64 size = -1;
@@ -39,11 +40,20 @@ struct FileStamp {
 
 [[nodiscard]] FileStamp fileStamp(const QString& path);
 
-enum class ReplaceResult { Done, Busy, Failed };
+/// How the replacement of a file ended.
+struct Replacement {
+    enum class Status {
+        Done,
+        Busy, ///< Another process holds the target open: trying again may help.
+        Failed,
+    } status = Status::Failed;
+    QString error; ///< The system's text, unless it is done.
+
+    [[nodiscard]] bool isDone() const { return status == Status::Done; }
+    [[nodiscard]] bool isBusy() const { return status == Status::Busy; }
+};
 
 /// Moves `from` over `to` in one step, so that a reader sees the old file or the new one.
-/// `Busy` means that another process holds the target open for the moment: trying again may help.
-[[nodiscard]] ReplaceResult replaceFile(const QString& from, const QString& to, QString* error = nullptr,
-                                        Flush flush = Flush::Yes);
+[[nodiscard]] Replacement replaceFile(const QString& from, const QString& to, Flush flush = Flush::Yes);
 
 } // namespace Velquor::Util

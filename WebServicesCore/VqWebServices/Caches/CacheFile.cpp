@@ -175,7 +175,7 @@ CacheFile::WriteResult CacheFile::replace(const QDomDocument& document) const {
     const QByteArray data = document.toByteArray(-1);
     // Never write what cannot be read back: the values of all products would be lost.
     const bool isReadable = data.size() <= maximumFileBytes && !parse(data).isNull();
-    return isReadable && Util::AtomicFile::write(m_path, data, nullptr) ? WriteResult::Done : WriteResult::NotWritten;
+    return isReadable && Util::AtomicFile::write(m_path, data) ? WriteResult::Done : WriteResult::NotWritten;
 }
 
 bool CacheFile::removeAll(const QString& path) {
@@ -187,7 +187,7 @@ bool CacheFile::removeAll(const QString& path) {
         return false;
     Util::AtomicFile::removeStaleTemporaries(path);
     Util::AtomicFile::removeSetAside(path);
-    const bool isGone = !info.exists() || Util::AtomicFile::write(path, Util::newXmlDocument(rootName).toByteArray(-1), nullptr);
+    const bool isGone = !info.exists() || Util::AtomicFile::write(path, Util::newXmlDocument(rootName).toByteArray(-1));
     guard.release();
     return isGone;
 }

@@ -78,16 +78,15 @@ void InterProcessEventManager::writeFile() {
 }
 
 bool InterProcessEventManager::tryToWriteFile(int patienceMs, bool isLast) {
-    QString error;
     // The file is short-lived, and after a power cut no process is left to read it, so it is not flushed.
-    const Util::ReplaceResult result = Util::AtomicFile::tryToWrite(m_eventFile, m_document, &error, Util::Flush::No, patienceMs);
-    if (result == Util::ReplaceResult::Busy && !isLast)
+    const Util::Replacement result = Util::AtomicFile::tryToWrite(m_eventFile, m_document, Util::Flush::No, patienceMs);
+    if (result.isBusy() && !isLast)
         return false;
     m_document.clear();
-    if (result == Util::ReplaceResult::Done)
+    if (result.isDone())
         touchTrigger();
     else
-        m_logger->error(QStringLiteral("Failed to write event file %1. %2").arg(m_eventFile, error));
+        m_logger->error(QStringLiteral("Failed to write event file %1. %2").arg(m_eventFile, result.error));
     return true;
 }
 

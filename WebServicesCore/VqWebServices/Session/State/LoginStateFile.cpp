@@ -143,9 +143,10 @@ bool LoginStateFile::write(const QDomDocument& document) {
     const QByteArray text = document.toByteArray(2);
     // Check the text before it is written, whatever values came from outside: a file that no process can read would sign the user
     // out everywhere.
-    QString error = Util::findXmlFault(text, limits);
-    if (!error.isEmpty() || !Util::AtomicFile::write(m_path, text, &error)) {
-        m_logger->error(QStringLiteral("Failed to write login state file. %1").arg(error));
+    const QString fault = Util::findXmlFault(text, limits);
+    const Util::Result<void> written = fault.isEmpty() ? Util::AtomicFile::write(m_path, text) : Util::Failure{fault};
+    if (!written) {
+        m_logger->error(QStringLiteral("Failed to write login state file. %1").arg(written.reason()));
         return false;
     }
     noteWritten();

@@ -94,10 +94,10 @@ bool setDamagedAside(const QString& path, Log::ILogger& logger) {
 EvpKey create(const QString& path, Log::ILogger& logger) {
     EvpKey key = generate();
     const QByteArray pem = key ? toPem(key) : QByteArray();
-    QString error;
-    if (!pem.isEmpty() && AtomicFile::write(path, pem, &error))
+    const Result<void> written = pem.isEmpty() ? Failure{} : AtomicFile::write(path, pem);
+    if (written)
         return key;
-    logger.error(QStringLiteral("Failed to create the user's key %1. %2").arg(path, error));
+    logger.error(QStringLiteral("Failed to create the user's key %1. %2").arg(path, written.reason()));
     return {};
 }
 

@@ -15,11 +15,8 @@ namespace Velquor::Util {
 
 namespace {
 
-bool fail(QString* error) {
-    const int code = errno;
-    if (error)
-        *error = qt_error_string(code);
-    return false;
+QString lastError() {
+    return qt_error_string(errno);
 }
 
 bool writeWhole(int descriptor, const QByteArray& data, Flush flush) {
@@ -52,24 +49,21 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return info.st_uid != ::geteuid() || (info.st_mode & 077) == 0 || ::chmod(path.constData(), 0700) == 0;
 }
 
-bool openForReading(QFile& file, const QString& path, QString* error) {
+Result<void> openForReading(QFile& file, const QString& path) {
     file.setFileName(path);
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    if (!isOpen && error)
-        *error = file.errorString();
-    return isOpen;
+    return file.open(QIODevice::ReadOnly) ? Result<void>() : Failure{file.errorString()};
 }
 
-bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error, Flush flush) {
+Result<void> writeOwnerOnlyFile(const QString& path, const QByteArray& data, Flush flush) {
     const QByteArray name = QFile::encodeName(path);
     const FileDescriptor file(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.isValid())
-        return fail(error);
+        return Failure{lastError()};
     if (writeWhole(file.get(), data, flush))
-        return true;
-    fail(error);
+        return {};
+    Failure failure{lastError()};
     ::unlink(name.constData());
-    return false;
+    return failure;
 }
 
 FileStamp fileStamp(const QString& path) {
@@ -79,19 +73,17 @@ FileStamp fileStamp(const QString& path) {
     return {info.st_mtim.tv_sec * 1000000000LL + info.st_mtim.tv_nsec, info.st_size, info.st_ino};
 }
 
-ReplaceResult replaceFile(const QString& from, const QString& to, QString* error, Flush flush) {
+Replacement replaceFile(const QString& from, const QString& to, Flush flush) {
     const QByteArray target = QFile::encodeName(to);
-    if (::rename(QFile::encodeName(from).constData(), target.constData()) != 0) {
-        fail(error);
-        return ReplaceResult::Failed;
-    }
+    if (::rename(QFile::encodeName(from).constData(), target.constData()) != 0)
+        return {Replacement::Status::Failed, lastError()};
     if (flush == Flush::No)
-        return ReplaceResult::Done;
+        return {Replacement::Status::Done, {}};
     // The move is done and visible; flushing the folder makes it survive a power cut. Some file systems refuse that flush.
     const FileDescriptor folder(::open(QFile::encodeName(QFileInfo(to).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.isValid())
         ::fsync(folder.get());
-    return ReplaceResult::Done;
+    return {Replacement::Status::Done, {}};
 }
 
 } // namespace Velquor::Util

@@ -22,13 +22,11 @@ constexpr DWORD largestWrite = 1024 * 1024;
 // In the units of FILETIME; longer than the coarsest file system rounds a date of change.
 constexpr qint64 settledAge = 30000000;
 
-bool fail(DWORD code, QString* error) {
-    if (error)
-        *error = systemErrorText(code);
-    return false;
+Failure failure(DWORD code) {
+    return {systemErrorText(code)};
 }
 
-// The code of the failure, 0 for none.
+// Returns the error code, 0 for none.
 DWORD writeWhole(HANDLE file, const QByteArray& data, Flush flush) {
     int written = 0;
     while (written < data.size()) {
@@ -75,46 +73,46 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && takeRightsOfOthersAway(path);
 }
 
-bool writeOwnerOnlyFile(const QString& path, const QByteArray& data, QString* error, Flush flush) {
+Result<void> writeOwnerOnlyFile(const QString& path, const QByteArray& data, Flush flush) {
     const std::wstring name = nativePath(path);
     OwnerOnlySecurity security(OwnerOnlySecurity::Kind::File);
     if (!security.isValid())
-        return fail(ERROR_INVALID_SECURITY_DESCR, error);
+        return failure(ERROR_INVALID_SECURITY_DESCR);
     DWORD code = ERROR_SUCCESS;
     {
         const WindowsHandle file(
             ::CreateFileW(name.c_str(), GENERIC_WRITE, 0, security.attributes(), CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
         code = ::GetLastError();
         if (!file.isValid())
-            return fail(code, error);
+            return failure(code);
         code = writeWhole(file.get(), data, flush);
     }
     if (code == ERROR_SUCCESS)
-        return true;
+        return {};
     ::DeleteFileW(name.c_str());
-    return fail(code, error);
+    return failure(code);
 }
 
-// QFile itself opens files so that nobody may delete them meanwhile: it fails while another process moves the file into place,
-// for as long as that one happens to lose the processor.
-bool openForReading(QFile& file, const QString& path, QString* error) {
+// QFile opens files without the right for others to delete them. That fails while another process moves the file into place, and
+// that process may lose the processor for any time.
+Result<void> openForReading(QFile& file, const QString& path) {
     WindowsHandle handle(::CreateFileW(nativePath(path).c_str(), GENERIC_READ, shareWithAll, nullptr, OPEN_EXISTING,
                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     const DWORD code = ::GetLastError();
     if (!handle.isValid())
-        return fail(code, error);
+        return failure(code);
     const int descriptor = ::_open_osfhandle(reinterpret_cast<intptr_t>(handle.get()), _O_RDONLY | _O_BINARY);
     if (descriptor == -1)
-        return fail(ERROR_TOO_MANY_OPEN_FILES, error);
+        return failure(ERROR_TOO_MANY_OPEN_FILES);
     (void)handle.release();
     if (file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
-        return true;
+        return {};
     ::_close(descriptor);
-    return fail(ERROR_OPEN_FAILED, error);
+    return failure(ERROR_OPEN_FAILED);
 }
 
-// An open handle, however short, stands in the way of a process that replaces the file. So the file is opened only while two
-// changes could still have the same date; from then on, the date tells them apart.
+// An open handle, however short, blocks a process that replaces the file. So the file is opened only while two changes could
+// still have the same date; later the date alone distinguishes them.
 FileStamp fileStamp(const QString& path) {
     const std::wstring name = nativePath(path);
     WIN32_FILE_ATTRIBUTE_DATA data{};
@@ -133,15 +131,14 @@ FileStamp fileStamp(const QString& path) {
     return stamp(info.ftLastWriteTime, info.nFileSizeHigh, info.nFileSizeLow, identity);
 }
 
-ReplaceResult replaceFile(const QString& from, const QString& to, QString* error, Flush flush) {
+Replacement replaceFile(const QString& from, const QString& to, Flush flush) {
     const DWORD flags = MOVEFILE_REPLACE_EXISTING | (flush == Flush::Yes ? MOVEFILE_WRITE_THROUGH : 0);
     const BOOL moved = ::MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(), flags);
     const DWORD code = ::GetLastError();
     if (moved)
-        return ReplaceResult::Done;
-    fail(code, error);
+        return {Replacement::Status::Done, {}};
     const bool isBusy = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION;
-    return isBusy ? ReplaceResult::Busy : ReplaceResult::Failed;
+    return {isBusy ? Replacement::Status::Busy : Replacement::Status::Failed, systemErrorText(code)};
 }
 
 } // namespace Velquor::Util
