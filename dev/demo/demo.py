@@ -178,8 +178,8 @@ class Demo:
         self.step("Looking at the second product")
         status = second.ask("status")
         expect(not status["signedIn"], f"the second product is still signed in: {status}")
-        expect(second.hears("LoggedOut"), "the second product's observer did not hear of the sign-out")
-        self.seen("It is signed out as well, and its observer was told.")
+        expect(second.hears("LoggedOut"), "the second product's observer did not receive the sign-out event")
+        self.seen("It is signed out as well, and its observer was notified.")
 
         self.step("Asking the second product for a signed request")
         reply = second.ask(f"get {self.service.info['url']}/api/echo")

@@ -20,7 +20,7 @@ namespace FailureTexts {
 
 Failure libraryDidNotStart() {
     return failure("The web services could not be started.",
-                   "Check that WebServices.logconfig lies beside the library, then start this program again.");
+                   "Check that WebServices.logconfig is next to the library, then start this program again.");
 }
 
 Failure notConfigured() {
@@ -76,7 +76,7 @@ Failure notRenewed(const QString& token) {
 
 Failure serverNotChanged(const QString& server) {
     return {words("The server was not changed to %1.").arg(server),
-            words("Check that its URL file lies in the folder given with --support. The server before is still in use.")};
+            words("Check that its URL file is in the folder given with --support. The server before is still in use.")};
 }
 
 Failure proxyIncomplete() {

@@ -244,14 +244,16 @@ public:
 
     /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1). `mode` selects the form of the result. `params` are `count` (0 to
     /// 1000) parameters of a form body or query in addition to those in `url`, not encoded; null when there are none. `url` is
-    /// absolute, http or https. When `token` and `tokenSecret` are not null, they replace the client's access token. The caller
-    /// frees the result with `delete[]`; null on failure. Does not use the network, but waits for a sign-in or sign-out in
-    /// progress.
+    /// absolute, http or https. A `token` that is not null signs together with `tokenSecret` in place of the client's access
+    /// token, which must be there all the same. The caller frees the result with `delete[]`; null on failure. Waits for a sign-in
+    /// or sign-out in progress, and for a running query or refresh of the token. An expired token is refreshed over the network
+    /// first, which takes up to 61 seconds.
     wchar_t* SignRequest(const wchar_t* url, const RequestParam* params, int count, HttpMethod method, ParsingMode mode,
                          const wchar_t* token, const wchar_t* tokenSecret);
 
-    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` the call fails when the access
-    /// token has expired. The caller frees the result with `delete[]`; null on failure.
+    /// The URL with a signature in its query, for the user's browser (GET). With `checkExpiry` an expired access token is
+    /// refreshed first, as in `SignRequest`, and the call fails when that does. The caller frees the result with `delete[]`; null
+    /// on failure.
     wchar_t* SignUrlForBrowser(const wchar_t* url, bool checkExpiry);
 
     /// Requests a new access token. An asynchronous call returns at once, with true when the request was started. A synchronous

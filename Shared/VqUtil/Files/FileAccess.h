@@ -28,7 +28,7 @@ enum class Flush { Yes, No };
 
 /// Identifies one content of a file without reading it.
 struct FileStamp {
-    qint64 modified = -1; ///< Nanoseconds (as fine as the system tells) since its epoch; -1: there is no file.
+    qint64 modified = -1; ///< Nanoseconds (as precise as the system reports) since its epoch; -1: there is no file.
     qint64 size = -1;
     quint64 identity = 0; ///< The file system's number of the file: a replaced file has another one.
 

@@ -14,7 +14,7 @@ struct Failure {
 /// The result of an operation that can fail with a reason: the value, or the reason why there is none.
 ///
 /// Return the value itself or a `Failure`. An operation whose caller only needs to know whether it worked returns bool; one whose
-/// caller must tell more than two outcomes apart returns an enum of its own. Thread: as the value.
+/// caller must distinguish more than two outcomes returns an enum of its own. Thread: as the value.
 template <class Value>
 class [[nodiscard]] Result {
 public:

@@ -135,7 +135,7 @@ bool Reader::time(Tag kind, QVariant* value) {
     return true;
 }
 
-// The count may be a lie. Every text takes at least four bytes, so the loop ends with the message at the latest.
+// The count may be wrong. Every text takes at least four bytes, so the loop ends with the message at the latest.
 bool Reader::texts(QVariant* value) {
     quint32 count = 0;
     if (!number(&count))

@@ -4,7 +4,7 @@
 
 namespace Velquor::Util {
 
-/// Tells whether a process that has recorded its id still runs. Thread: any.
+/// Checks whether a process that has recorded its id still runs. Thread: any.
 
 /// True when the process runs and, if a path is given, runs that executable: the system reuses process ids. Paths are compared
 /// cleaned and ignoring case; on Windows only their first 259 characters. A process that cannot be inspected, such as one of

@@ -12,7 +12,7 @@ Cache::Cache(CacheImp* imp)
     m_imp->setOwner(this);
 }
 
-// Before the base class goes, whose children are deleted when nothing of this class is left.
+// Deleted here: the base class deletes its children when this class is already destroyed.
 Cache::~Cache() {
     delete m_imp;
 }

@@ -38,14 +38,22 @@ void guarded(const char* operation, const Work& work) {
 /// Use it only for operations that must not read the login state file or call observers: adding and removing observers, raising
 /// an event, proxy credentials, the dumps for support, and `CompleteLogout`, which ends the sign-in that this process knows.
 /// Thread: any. Errors: as `guarded`.
-template <class Result, class Work>
-Result withSessionAsIs(const char* operation, Result failure, const Work& work) {
+///
+/// `refusal` makes the log line of a call without a session; without it the line is the one of all operations.
+template <class Result, class Work, class Refusal>
+Result withSessionAsIs(const char* operation, Result failure, const Work& work, const Refusal& refusal) {
     return guarded(operation, failure, [&]() -> Result {
         if (const auto session = WebServicesManagerImp::instance().session())
             return work(*session);
-        Log::rootLogger().error(
-            QStringLiteral("%1 failed. Module not initialized or already uninitialized.").arg(QLatin1String(operation)));
+        Log::rootLogger().error(refusal());
         return failure;
+    });
+}
+
+template <class Result, class Work>
+Result withSessionAsIs(const char* operation, Result failure, const Work& work) {
+    return withSessionAsIs(operation, failure, work, [operation] {
+        return QStringLiteral("%1 failed. Module not initialized or already uninitialized.").arg(QLatin1String(operation));
     });
 }
 
@@ -53,12 +61,13 @@ Result withSessionAsIs(const char* operation, Result failure, const Work& work) 
 /// made to the login state file. So the operation starts from the latest sign-in or sign-out of the user. It may call observers
 /// before the operation runs. All operations use it, with the exceptions that `withSessionAsIs` names. Thread: any. Errors: as
 /// `withSessionAsIs`.
-template <class Result, class Work>
-Result withSession(const char* operation, Result failure, const Work& work) {
-    return withSessionAsIs(operation, failure, [&](LoginSession& session) -> Result {
+template <class Result, class Work, class... Refusal>
+Result withSession(const char* operation, Result failure, const Work& work, const Refusal&... refusal) {
+    const auto followAndWork = [&work](LoginSession& session) -> Result {
         session.followFile();
         return work(session);
-    });
+    };
+    return withSessionAsIs(operation, failure, followAndWork, refusal...);
 }
 
 /// The facade whose operations name their client. The operations without a client key call it with `defaultKey()`. Thread: any.

@@ -48,17 +48,13 @@ wchar_t* signWith(LoginSession& session, const QString& clientKey, const Signing
 wchar_t* sign(const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
     if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
         return nullptr;
-    return guarded("SignRequest", static_cast<wchar_t*>(nullptr), [&]() -> wchar_t* {
-        // Not by `withSession`, only because the refusal without a session has another text.
-        if (const auto session = WebServicesManagerImp::instance().session()) {
-            session->followFile();
-            return signWith(*session, clientKey, arguments, checkExpiry);
-        }
-        Log::rootLogger().error(
-            QStringLiteral("SignRequest failed while signing url %1: Module not initialized or already uninitialized.")
-                .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode))));
-        return nullptr;
-    });
+    return withSession(
+        "SignRequest", static_cast<wchar_t*>(nullptr),
+        [&](LoginSession& session) { return signWith(session, clientKey, arguments, checkExpiry); },
+        [&] {
+            return QStringLiteral("SignRequest failed while signing url %1: Module not initialized or already uninitialized.")
+                .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode)));
+        });
 }
 
 } // namespace

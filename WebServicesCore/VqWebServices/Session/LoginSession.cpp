@@ -32,10 +32,10 @@ LoginSession::LoginSession(const SessionDependencies& services, const ClientIden
     , m_follower(m_state)
     , m_reactions(m_state)
     , m_events(m_state, [this] { return weak_from_this().lock(); }) {
-    connect(&m_events, &LoginSessionEvents::LoggedIn, this, [this] { tellCaches(&CacheStore::LoggedIn); });
-    connect(&m_events, &LoginSessionEvents::LoginRestored, this, [this] { tellCaches(&CacheStore::LoginRestored); });
-    connect(&m_events, &LoginSessionEvents::LoggedOut, this, [this] { tellCaches(&CacheStore::LoggedOut); });
-    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this, [this] { tellCaches(&CacheStore::TokenRefreshed); });
+    connect(&m_events, &LoginSessionEvents::LoggedIn, this, [this] { notifyCaches(&CacheStore::LoggedIn); });
+    connect(&m_events, &LoginSessionEvents::LoginRestored, this, [this] { notifyCaches(&CacheStore::LoginRestored); });
+    connect(&m_events, &LoginSessionEvents::LoggedOut, this, [this] { notifyCaches(&CacheStore::LoggedOut); });
+    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this, [this] { notifyCaches(&CacheStore::TokenRefreshed); });
     // The single-sign-on server is no client itself: the processes that it serves are added to it.
     if (!services.isSSOServer) {
         AddClient(self);
@@ -158,16 +158,16 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
 }
 
 InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
-    const NetworkStepGuard flow(m_state, "InitiateLogin");
-    return flow.isEntered() ? SignInFlow(m_state).initiate(clientKey, ldapDomainKey)
+    const NetworkStepGuard step(m_state, "InitiateLogin");
+    return step.isEntered() ? SignInFlow(m_state).initiate(clientKey, ldapDomainKey)
                             : InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
 }
 
 int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies) {
     int code = LoginCode::exchangeFailed;
     {
-        const NetworkStepGuard flow(m_state, "CompleteLogin");
-        if (flow.isEntered())
+        const NetworkStepGuard step(m_state, "CompleteLogin");
+        if (step.isEntered())
             code = SignInFlow(m_state).complete(clientKey, cookies);
     }
     if (code != LoginCode::success)
@@ -288,7 +288,7 @@ void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& l
         Qt::QueuedConnection);
 }
 
-void LoginSession::tellCaches(CacheClient::Event event) {
+void LoginSession::notifyCaches(CacheClient::Event event) {
     const QVector<ProductSessionPointer> products = m_state.products.all();
     for (const ProductSessionPointer& product : products) {
         if (TokenOperations* const operations = product->operations())

@@ -98,7 +98,7 @@ public:
         m_events.RaiseEvent(event, subject, sendToOthers);
     }
 
-    // The proxy credentials, as of `ProxyCredentials`.
+    // The proxy credentials, as in `ProxyCredentials`.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
     bool ClearProxyInfo();
     [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_state.proxy; }
@@ -122,7 +122,7 @@ private:
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey) override { return m_events.isLogoutVetoed(consumerKey); }
     void forceLogout(const QString& productKey, const QString& signInId) override;
     bool followFile(int waitMs) override { return m_follower.follow(waitMs); }
-    void tellCaches(CacheClient::Event event);
+    void notifyCaches(CacheClient::Event event);
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
 

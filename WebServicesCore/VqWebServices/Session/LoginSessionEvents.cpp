@@ -62,7 +62,7 @@ void LoginSessionEvents::sendToOthers(Event event, const EventSubject& subject) 
 
 void LoginSessionEvents::CallObserversSlot(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey,
                                            bool* pAboutToLogout) {
-    // Called from the event loop nobody else holds the session, and an observer may uninitialize the library.
+    // A call from the event loop has no other owner of the session on its stack, and an observer may uninitialize the library.
     const std::shared_ptr<const void> owner = m_keepOwner();
     if (m_state.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
         return;

@@ -29,17 +29,18 @@ public:
     void stopNotifications();
 
     /// Notifies the observers and listeners of this process, on the main thread, and when `sendToOthers` is set also the other
-    /// processes of the user, whatever the event.
+    /// processes of the user, for any event.
     void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers);
 
     /// Asks the observers whether the user may be signed out. On another thread than the main one it waits for the answer, at
-    /// most 5 seconds, and takes a missing answer for a yes: the user asked to be signed out.
+    /// most 5 seconds, and treats a missing answer as consent: the user asked to be signed out.
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
 
     [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
 
 signals:
-    // For the library's own listeners, emitted on the main thread after the observers were called.
+    // For the library's own listeners, emitted on the main thread after the observers were called. The caches listen to four of
+    // them.
     void LoggedIn();
     void LoginRestored();
     void LoggingOut();

@@ -63,7 +63,7 @@ class Fault:
                 raise ValueError(f"{name} must be of type {wanted.__name__}")
         fault = Fault(**data)
         if fault.status and not 200 <= fault.status <= 599:
-            raise ValueError("status must lie between 200 and 599")
+            raise ValueError("status must be between 200 and 599")
         if fault.kind == "status" and not fault.status:
             raise ValueError("status is required")
         if fault.kind == "redirect" and not fault.location:

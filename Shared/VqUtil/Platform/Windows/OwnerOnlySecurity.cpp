@@ -8,7 +8,7 @@ namespace Velquor::Util {
 
 namespace {
 
-// Room for TOKEN_USER and the longest SID behind it.
+// Space for TOKEN_USER and the longest SID behind it.
 struct TokenUserBuffer {
     TOKEN_USER user;
     BYTE sid[SECURITY_MAX_SID_SIZE];

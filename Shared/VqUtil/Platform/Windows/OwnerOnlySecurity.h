@@ -9,14 +9,15 @@ namespace Velquor::Util {
 /// The security of objects that belong to the user of this process alone: owned by that user, all rights for that user, none
 /// for anybody else, nothing inherited from above.
 ///
-/// Thread: one. Owner: the caller, for the length of one creation. Errors: `attributes()` is null, which stands for the system's
-/// default; `isValid()` tells.
+/// Thread: one. Owner: the caller, for the length of one creation. Errors: `isValid()` is false and `attributes()` is null, which
+/// means the system's default.
 class OwnerOnlySecurity {
 public:
     enum class Kind {
         File,
         Folder,       ///< What is created inside inherits the same rights.
-        KernelObject, ///< Open to the user's processes at every level from the ordinary one upwards, whoever created it.
+        KernelObject, ///< Open to the user's processes at every level from the ordinary one upwards, whichever process created
+                      ///< it.
     };
 
     explicit OwnerOnlySecurity(Kind kind);
@@ -32,7 +33,7 @@ private:
     SECURITY_ATTRIBUTES m_attributes{};
 };
 
-/// The SID of the user of this process in its text form ("S-1-5-..."); empty when it cannot be told.
+/// The SID of the user of this process in its text form ("S-1-5-..."); empty when the system does not report it.
 [[nodiscard]] QString currentUserSid();
 
 } // namespace Velquor::Util

@@ -11,7 +11,7 @@ class ISessionEvents {
 public:
     virtual ~ISessionEvents() = default;
 
-    /// Raises the event in this process and, when it is one for them, in the user's other processes.
+    /// Raises the event in this process and, when the event concerns them, in the user's other processes.
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
     /// Raises the event in this process only: the other processes know it already.
     virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;

@@ -7,7 +7,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Registers what clients say about themselves: that they come and go, and how they are configured.
+/// Removes clients, and stores their configurations.
 ///
 /// Thread: any; takes the login session lock itself. Owner: its user's stack. Errors: false and a log line.
 class ClientSetup {

@@ -8,7 +8,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Keeps the session in step with the login state file: applies what other processes have written, tells the observers, and
+/// Keeps the session in step with the login state file: applies what other processes have written, notifies the observers, and
 /// writes what could not be written before.
 ///
 /// Thread: any, with the login session lock free. Owner: the login session. Errors: false and log lines; what could not be read
@@ -28,8 +28,8 @@ public:
 private:
     struct Changes {
         bool hasRead = false;
-        bool isSignedOut = false; ///< The user of before is signed out, or replaced.
-        bool isSignedIn = false;  ///< A user is signed in who was not before.
+        bool isSignedOut = false; ///< The previous user was signed out or replaced.
+        bool isSignedIn = false;  ///< A new user is signed in.
     };
     /// Applies the file and writes what is missing in it. Under the login session lock.
     [[nodiscard]] Changes exchangeWithFile();

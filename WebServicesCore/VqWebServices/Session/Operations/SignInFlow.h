@@ -29,7 +29,7 @@ struct InitiatedLogin {
 /// Signs a user in through the browser: the three-legged exchange of OAuth 1.0 (RFC 5849, section 2).
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: result codes and log lines; a failed step leaves
-/// the state as it was, but for the stored request token.
+/// the state as it was, except for the stored request token.
 class SignInFlow {
 public:
     explicit SignInFlow(SessionState& state);

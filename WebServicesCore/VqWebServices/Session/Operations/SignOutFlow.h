@@ -14,7 +14,7 @@ struct LogoutPage {
     NetworkCookieJar cookies;
 };
 
-/// Signs the user out, in the browser or over the network: asks the observers, tells the account server, and clears what this
+/// Signs the user out, in the browser or over the network: asks the observers, notifies the account server, and clears what this
 /// machine keeps.
 ///
 /// Thread: any, with the login session lock free; it is taken for each step. Owner: its user's stack. Errors: a false or empty
@@ -34,7 +34,7 @@ public:
     /// The first half of a sign-out in the browser. Empty when nobody is signed in, an observer vetoes, or the page cannot be
     /// signed.
     std::optional<LogoutPage> initiate(const QString& clientKey);
-    /// The second half: forgets the user in memory and in the file, and tells all processes.
+    /// The second half: forgets the user in memory and in the file, and notifies all processes.
     bool complete(const QString& clientKey);
 
 private:

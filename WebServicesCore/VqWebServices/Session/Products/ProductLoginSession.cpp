@@ -19,7 +19,7 @@ namespace {
 
 constexpr int shortKeyLength = 12;
 
-// Long enough to tell products apart in the log.
+// Long enough to distinguish products in the log.
 QString shortKey(const QString& key) {
     const int dash = key.lastIndexOf(QLatin1Char('-'));
     return dash >= 0 ? key.mid(dash + 1) : key.right(shortKeyLength);

@@ -68,7 +68,7 @@ private:
     TokenFetcher* m_fetcher;
     RefreshController* const m_controller;
     TokenRefresher* m_refresher;
-    ObjectDeleter* const m_deleter; ///< Alive until a stop was asked for.
+    ObjectDeleter* const m_deleter; ///< Valid until `requestStop`.
     QVector<OAuth2Session*> m_oauth2Sessions;
     const std::shared_ptr<RunState> m_queries;
     const std::shared_ptr<RunState> m_refreshes;

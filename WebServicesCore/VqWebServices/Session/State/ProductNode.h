@@ -22,7 +22,7 @@ struct ProductNode {
 
 /// What cannot be understood reads as empty.
 [[nodiscard]] ProductNode readProductNode(const QDomElement& product);
-/// The encrypted access token alone: it tells whether the element has changed.
+/// The encrypted access token alone: it shows whether the element has changed.
 [[nodiscard]] QByteArray readAccessToken(const QDomElement& product);
 
 /// Writes the product into a new element. `earlier`: its element of the same sign-in in the file, whose OAuth2 tokens of other

@@ -8,8 +8,8 @@ namespace Velquor::WebServices::Internal {
 /// Remembers that a refresh was sent and its answer has not arrived, also when the process dies.
 ///
 /// The server invalidates a token when it renews it. When the answer is lost, the server refuses the old token although nobody
-/// has ended the sign-in; this file tells such a refusal from a real one. It is empty and belongs to the user. Thread: any, under
-/// the lock of the refresh. Errors: a file that cannot be written counts as not set.
+/// has ended the sign-in; this file distinguishes such a refusal from a real one. It is empty and belongs to the user. Thread:
+/// any, under the lock of the refresh. Errors: a file that cannot be written counts as not set.
 class PendingRefreshFile {
 public:
     PendingRefreshFile(const QString& keyDigest, const QString& folder)

@@ -22,7 +22,7 @@ bool isOwnSid(void* sid) {
     return QString::fromWCharArray(text) == currentUserSid();
 }
 
-/// The owner and the access list of a folder as the file system tells them.
+/// The owner and the access list of a folder as the file system reports them.
 struct FolderRights {
     void* owner = nullptr;
     ACL* list = nullptr;
@@ -63,8 +63,9 @@ struct FolderRights {
     }
 };
 
-/// What file systems made of the owner's rights, by folder. Some, Wine's among them, keep no mark against inheritance and name
-/// the system beside the owner. What is read there never equals what was written, so every call would write it again.
+/// The rights that each folder had after the last write. Some file systems, for instance Wine's, do not store the flag that stops
+/// inheritance and add an entry for the system. There the rights read never equal the rights written, and without this record
+/// every call would write them again.
 ///
 /// Thread: any. Owner: the process.
 class RightsAsKept {
@@ -100,8 +101,8 @@ DWORD writeRights(std::wstring path) {
     if (!security.accessList())
         return ERROR_INVALID_ACL;
     constexpr SECURITY_INFORMATION what = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
-    // The first call also reaches what is in the folder; Wine's adds the rights that the parent hands down, whatever it is told,
-    // and the second one takes them away again.
+    // The first call also reaches what is in the folder; Wine adds the inherited rights although the flag forbids it,
+    // and the second call removes them.
     const DWORD set =
         ::SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, what, nullptr, nullptr, security.accessList(), nullptr);
     if (set != ERROR_SUCCESS)
@@ -119,7 +120,7 @@ DWORD tryToTakeRightsOfOthersAway(const std::wstring& path) {
     if (!isOwnSid(before.owner) || isDone || RightsAsKept::instance().contain(path, before))
         return ERROR_SUCCESS;
     const DWORD written = writeRights(path);
-    // Another process may have given rights to others since; those are not remembered, and the next call takes them away.
+    // Another process may have added rights since. They are not recorded, so the next call removes them.
     FolderRights after;
     if (written == ERROR_SUCCESS && after.read(path) == ERROR_SUCCESS && after.areOfOwnerOnly(System::Allowed))
         RightsAsKept::instance().remember(path, after);

@@ -4,8 +4,8 @@
 
 namespace Velquor::Util {
 
-/// Leaves the rights of a folder to its owner alone, when that is the user of this process. Each call reads the rights; they are
-/// written when others than the owner's are found, and once in a process where the file system keeps them in another form.
+/// Removes all rights but the owner's from a folder that the user of this process owns. Each call reads the rights. They are
+/// written when another user has rights, and once in a process where the file system stores them in another form.
 ///
 /// Thread: any. Errors: false when the rights could not be read or written.
 [[nodiscard]] bool takeRightsOfOthersAway(const std::wstring& path);
