@@ -12,7 +12,7 @@ namespace {
 constexpr qint64 longestSecret = 4096;
 
 QString readSecret(const CommandLine& line, const QString& option, const char* variable, ClientKeys& keys) {
-    const QString inherited = qEnvironmentVariable(variable);
+    QString inherited = qEnvironmentVariable(variable);
     qunsetenv(variable);
     if (!line.isSet(option))
         return inherited;

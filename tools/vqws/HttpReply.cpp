@@ -19,7 +19,7 @@ namespace Vqws {
 namespace {
 
 constexpr int transferTimeoutMs = 60000;
-constexpr qint64 largestBody = 64 * 1024 * 1024;
+constexpr qint64 largestBody = 64LL * 1024 * 1024;
 constexpr int credentialSize = 512;
 
 // Fills them in once per exchange, since Qt asks again when the proxy refused them.

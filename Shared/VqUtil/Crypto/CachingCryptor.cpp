@@ -16,7 +16,7 @@ CachingCryptor::CachingCryptor(std::shared_ptr<ICryptor> inner)
     , m_sealedByText(maximumBytes) {}
 
 QByteArray CachingCryptor::encrypt(const QByteArray& clear) {
-    const QByteArray text = m_inner->encrypt(clear);
+    QByteArray text = m_inner->encrypt(clear);
     if (!text.isEmpty())
         remember(text, clear);
     return text;

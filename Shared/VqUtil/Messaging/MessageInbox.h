@@ -18,7 +18,7 @@ class MessageInbox : public QObject {
 
 public:
     static constexpr int greatestCount = 16 * 1024;
-    static constexpr qint64 greatestSize = 4 * 1024 * 1024;
+    static constexpr qint64 greatestSize = 4LL * 1024 * 1024;
 
     /// `size`: the encoded bytes. False when older messages were dropped to make space.
     bool add(MessageCodec::Message message, int size);

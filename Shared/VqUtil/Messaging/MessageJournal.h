@@ -20,7 +20,7 @@ public:
     };
     enum class Age { SinceReceived, SinceWritten };
     static constexpr int greatestCount = 16 * 1024;
-    static constexpr qint64 greatestSize = 4 * 1024 * 1024;
+    static constexpr qint64 greatestSize = 4LL * 1024 * 1024;
 
     explicit MessageJournal(Age age)
         : m_age(age) {}

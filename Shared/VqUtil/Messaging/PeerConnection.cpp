@@ -8,8 +8,8 @@ namespace {
 
 // Bounds for the socket's buffers, so that a peer cannot make this process hold more. The rest waits in the journal, which shows
 // when a peer is too slow.
-constexpr qint64 readAhead = 128 * 1024;
-constexpr qint64 writeAhead = 64 * 1024;
+constexpr qint64 readAhead = 128LL * 1024;
+constexpr qint64 writeAhead = 64LL * 1024;
 // How long a new client may be silent, and how long one frame may take.
 constexpr int timeoutIntervalMs = 2000;
 

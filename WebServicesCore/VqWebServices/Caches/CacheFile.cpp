@@ -14,7 +14,7 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-constexpr qint64 maximumFileBytes = 32 * 1024 * 1024;
+constexpr qint64 maximumFileBytes = 32LL * 1024 * 1024;
 // Many times the duration of one change. A thread that must end stops waiting earlier.
 constexpr int saveTimeoutMs = 5000;
 constexpr int removeTimeoutMs = 1500;

@@ -10,7 +10,7 @@ namespace {
 constexpr int patientFailures = 5;
 constexpr qint64 firstRetrySeconds = 120;
 // A date in the future by less than this is accepted: the clock was set back a little.
-constexpr qint64 toleratedFutureMs = 3600 * 1000;
+constexpr qint64 toleratedFutureMs = 3600LL * 1000;
 constexpr qint64 msPerSecond = 1000;
 const auto httpDateForm = QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'");
 

@@ -8,7 +8,7 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-constexpr qint64 maximumReplyBytes = 4 * 1024 * 1024;
+constexpr qint64 maximumReplyBytes = 4LL * 1024 * 1024;
 
 // Null unless the reply is XML within bounds, and UTF-8, since the cache file stores the text as UTF-8.
 QDomElement rootOf(const QByteArray& reply, QString& text) {

@@ -15,7 +15,7 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-constexpr qint64 maximumEventSize = 256 * 1024;
+constexpr qint64 maximumEventSize = 256LL * 1024;
 constexpr quint64 keepSeconds = 60;
 // A reader has the event file open for a moment; a process that has it open for longer is no reader.
 constexpr int briefPatienceMs = 10;

@@ -65,6 +65,7 @@ NetworkOperation::~NetworkOperation() {
     NetworkAccessManager::retire(std::move(m_manager));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a slot; its types are those of the signal in NetworkOperationAsync.
 void NetworkOperation::StartOperation(QNetworkRequest request, QString verb, QByteArray data, int timeoutInMsec,
                                       QThread* pThreadToExit) {
     if (m_logger)
@@ -77,6 +78,7 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString verb, QBy
     Send(request, verb, &upload, timeoutInMsec, false);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a slot; its types are those of the signal in NetworkOperationAsync.
 void NetworkOperation::StartOperation(QNetworkRequest request, QString downloadToFile, QThread* pThreadToExit) {
     const QString verb = QStringLiteral("GET");
     if (m_logger)

@@ -168,7 +168,7 @@ void ReplyHandler::checkBodySize() {
 
 void ReplyHandler::SslErrors(QList<QSslError> errors) {
     const ReplyCall call(this);
-    m_sslErrors = errors;
+    m_sslErrors = std::move(errors);
     if (!m_logger)
         return;
     for (const QSslError& error : qAsConst(m_sslErrors)) {

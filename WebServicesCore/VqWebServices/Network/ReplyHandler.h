@@ -71,7 +71,7 @@ private:
     class ReplyCall;
 
     /// A reply that is kept in memory may not be larger; what the services answer is far smaller.
-    static constexpr qint64 maximumBodyBytes = 4 * 1024 * 1024;
+    static constexpr qint64 maximumBodyBytes = 4LL * 1024 * 1024;
 
     void adopt();
     void finish();

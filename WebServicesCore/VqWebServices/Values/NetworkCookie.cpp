@@ -14,7 +14,8 @@ NetworkCookie::NetworkCookie(const NetworkCookie& other)
     : m_imp(new NetworkCookieImp(*other.m_imp)) {}
 
 NetworkCookie& NetworkCookie::operator=(const NetworkCookie& other) {
-    *m_imp = *other.m_imp;
+    if (this != &other)
+        *m_imp = *other.m_imp;
     return *this;
 }
 

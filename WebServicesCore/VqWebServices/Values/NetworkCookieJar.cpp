@@ -14,7 +14,8 @@ NetworkCookieJar::NetworkCookieJar(const NetworkCookieJar& other)
 }
 
 NetworkCookieJar& NetworkCookieJar::operator=(const NetworkCookieJar& other) {
-    *m_imp = *other.m_imp;
+    if (this != &other)
+        *m_imp = *other.m_imp;
     return *this;
 }
 

@@ -14,7 +14,8 @@ OAuth2Token::OAuth2Token(const OAuth2Token& other)
     : m_imp(new OAuth2TokenImp(*other.m_imp)) {}
 
 OAuth2Token& OAuth2Token::operator=(const OAuth2Token& other) {
-    *m_imp = *other.m_imp;
+    if (this != &other)
+        *m_imp = *other.m_imp;
     return *this;
 }
 

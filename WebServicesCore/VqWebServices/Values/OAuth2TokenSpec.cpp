@@ -20,7 +20,8 @@ OAuth2TokenSpec::OAuth2TokenSpec(const OAuth2TokenSpec& other)
     : m_imp(new OAuth2TokenSpecImp(*other.m_imp)) {}
 
 OAuth2TokenSpec& OAuth2TokenSpec::operator=(const OAuth2TokenSpec& other) {
-    *m_imp = *other.m_imp;
+    if (this != &other)
+        *m_imp = *other.m_imp;
     return *this;
 }
 

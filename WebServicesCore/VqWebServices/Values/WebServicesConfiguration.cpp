@@ -14,7 +14,8 @@ WebServicesConfiguration::WebServicesConfiguration(const WebServicesConfiguratio
     : m_imp(new WebServicesConfigurationImp(*other.m_imp)) {}
 
 WebServicesConfiguration& WebServicesConfiguration::operator=(const WebServicesConfiguration& other) {
-    *m_imp = *other.m_imp;
+    if (this != &other)
+        *m_imp = *other.m_imp;
     return *this;
 }
 

@@ -12,7 +12,7 @@ namespace Vqws {
 
 namespace {
 
-constexpr qint64 largestFile = 1024 * 1024;
+constexpr qint64 largestFile = 1024LL * 1024;
 // A younger temporary file may belong to a program that is writing at this moment.
 constexpr int staleSeconds = 60;
 

@@ -26,7 +26,8 @@ QJsonValue maskedJson(const QJsonValue& value, bool shown, int depth) {
         return hiddenValue();
     if (value.isArray()) {
         QJsonArray masked;
-        for (const QJsonValue& element : value.toArray())
+        const QJsonArray elements = value.toArray();
+        for (const QJsonValue& element : elements)
             masked.append(maskedJson(element, shown, depth + 1));
         return masked;
     }

@@ -172,7 +172,7 @@ ProxyLogin ProxyPrompt::ask(const ProxyAddress& proxy, const RefusedLogins& refu
         logger.warning(QStringLiteral("The user cannot be asked for proxy credentials now."));
         return {};
     }
-    const ProxyLogin login = show(proxy, refused, logger);
+    ProxyLogin login = show(proxy, refused, logger);
     const std::shared_ptr<IProxyCredentialStore> to = login.isEmpty() ? nullptr : store();
     if (to)
         to->store(proxy, login);

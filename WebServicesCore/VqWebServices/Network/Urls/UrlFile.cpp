@@ -11,7 +11,7 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-constexpr qint64 maximumFileSize = 1024 * 1024;
+constexpr qint64 maximumFileSize = 1024LL * 1024;
 
 Util::Result<QJsonObject> parse(const Util::AtomicFile::ReadResult& file) {
     if (!file.error.isEmpty())

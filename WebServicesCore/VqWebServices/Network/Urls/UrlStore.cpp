@@ -16,7 +16,7 @@ QString urlFileName(Server server) {
     const char* const setting = server == Staging       ? "StagingServerConfigJsonFile"
                                 : server == Development ? "DevServerConfigJsonFile"
                                                         : nullptr;
-    const QString named = setting ? librarySetting(QLatin1String(setting)) : QString();
+    QString named = setting ? librarySetting(QLatin1String(setting)) : QString();
     if (!named.isEmpty())
         return named;
     switch (server) {
@@ -121,7 +121,7 @@ UrlStore::LoadedFile UrlStore::load(Server server) {
         return {name, {}, false};
     }
     const std::optional<UrlMap> urls = readUrlFile(found, *m_logger);
-    const LoadedFile file{found, urls.value_or(UrlMap()), urls.has_value()};
+    LoadedFile file{found, urls.value_or(UrlMap()), urls.has_value()};
     // Not remembered when it failed: a file that is missing or half written now may be complete at the next lookup.
     if (file.isLoaded)
         m_files.insert(server, file);

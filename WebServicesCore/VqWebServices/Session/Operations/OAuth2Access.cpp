@@ -153,7 +153,7 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
         return {};
     }
     const OAuth2TokenSpec spec = resolve(clientKey, requested);
-    const OAuth2SessionPointer session = findSession(product, spec);
+    OAuth2SessionPointer session = findSession(product, spec);
     if (!session)
         m_logger.error(
             QStringLiteral(

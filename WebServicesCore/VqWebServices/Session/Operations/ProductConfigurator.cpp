@@ -15,7 +15,7 @@ ProductSessionPointer ProductConfigurator::configure(const QString& clientKey) {
     const ConfigurationPointer configuration = m_state.clients.configuration(clientKey, server);
     if (!configuration)
         return {};
-    const ProductSessionPointer session = m_state.products.getOrCreate(m_state.clients.productKey(clientKey, server), server);
+    ProductSessionPointer session = m_state.products.getOrCreate(m_state.clients.productKey(clientKey, server), server);
     if (!session)
         return {};
     m_state.services.loggers.session->information(

@@ -126,7 +126,7 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
         refused.isEmpty() ? sign(*access.product, order) : Util::Result<QByteArray>(Util::Failure{refused});
     if (signedText)
         return *signedText;
-    const QString reason = signedText.reason();
+    const QString& reason = signedText.reason();
     logger(access).error(reason.contains(QStringLiteral("%1")) ? reason.arg(displayUrl(order.request.url)) : reason);
     return {};
 }

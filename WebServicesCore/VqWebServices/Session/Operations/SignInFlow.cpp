@@ -50,7 +50,7 @@ AccountReply SignInFlow::exchange(const WebServicesConfiguration& configuration,
     }
     if (!checkConsumerKeys(keys, url))
         return {};
-    const AccountReply reply = exchangeSignedGet(m_services, url, keys);
+    AccountReply reply = exchangeSignedGet(m_services, url, keys);
     if (!reply.isSigned)
         m_logger.error(
             QStringLiteral(
@@ -236,7 +236,7 @@ BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, co
 }
 
 QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
-    const QByteArray encrypted = encryptCookies(cookies, *m_services.cryptor, m_logger);
+    QByteArray encrypted = encryptCookies(cookies, *m_services.cryptor, m_logger);
     if (encrypted.size() <= maximumCookieSize)
         return encrypted;
     m_logger.warning(QStringLiteral("Login cookies are not kept, since they are larger than %1 bytes").arg(maximumCookieSize));

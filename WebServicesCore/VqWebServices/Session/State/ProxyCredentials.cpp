@@ -171,7 +171,7 @@ void ProxyCredentials::loadFromFile() {
 }
 
 ProxyLogin ProxyCredentials::find(const ProxyAddress& proxy, const RefusedLogins& refused) const {
-    const ProxyLogin mine = loginFor(current(), proxy);
+    ProxyLogin mine = loginFor(current(), proxy);
     if (!mine.isEmpty() && !refused.contains(mine))
         return mine;
     // `m_file` may be used by one thread at a time, and this function runs on any.

@@ -64,7 +64,7 @@ bool LoginStateSaver::change(const Edit& edit) {
     return change(guard.isHeld() ? m_state.file.readForSaving() : QDomDocument(), edit);
 }
 
-bool LoginStateSaver::change(QDomDocument document, const Edit& edit) {
+bool LoginStateSaver::change(const QDomDocument& document, const Edit& edit) {
     QDomElement root = document.documentElement();
     if (root.isNull() || (edit(root) && !m_state.file.write(document))) {
         m_state.unsaved.fail();

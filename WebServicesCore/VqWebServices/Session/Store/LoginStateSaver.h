@@ -45,7 +45,7 @@ private:
     using Edit = std::function<bool(QDomElement& root)>; ///< Returns false when there is nothing to write.
 
     [[nodiscard]] bool change(const Edit& edit);
-    [[nodiscard]] bool change(QDomDocument document, const Edit& edit);
+    [[nodiscard]] bool change(const QDomDocument& document, const Edit& edit);
     void markEnded(const BasicLoginState& ended);
     void removeEnded(QDomElement& root) const;
     [[nodiscard]] bool writeSignOut(QDomElement& root);

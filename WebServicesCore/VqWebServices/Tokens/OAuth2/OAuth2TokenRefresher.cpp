@@ -41,7 +41,7 @@ QByteArray OAuth2TokenRefresher::heldToken() const {
 }
 
 QString OAuth2TokenRefresher::timerStopReason() const {
-    const QString reason = sharedStopReason();
+    QString reason = sharedStopReason();
     if (!reason.isEmpty())
         return reason;
     if (!owner().isOAuth2Enabled())

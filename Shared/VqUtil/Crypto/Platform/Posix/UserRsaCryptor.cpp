@@ -17,7 +17,7 @@ namespace Velquor::Util {
 namespace {
 
 constexpr int keyBits = userKeyBlockSize * 8;
-constexpr qint64 maximumKeyFileSize = 64 * 1024;
+constexpr qint64 maximumKeyFileSize = 64LL * 1024;
 constexpr int lockTimeoutMs = 20000; // Generating a key takes less, even on a slow machine.
 
 using Bio = std::unique_ptr<BIO, decltype(&BIO_free)>;

@@ -31,7 +31,7 @@ struct NamedSemaphore::Native {
 
     // Looked up for every acquisition: another process may have removed the object and created a new one with another id.
     [[nodiscard]] int id() const {
-        FileDescriptor(::open(keyFile.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        const FileDescriptor file(::open(keyFile.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         const key_t key = ::ftok(keyFile.constData(), 'Q');
         if (key == -1)
             return -1;

@@ -16,7 +16,7 @@ namespace Velquor::Util {
 namespace {
 
 constexpr int maximumAttempts = 50;
-constexpr off_t largestSize = 16 * 1024 * 1024;
+constexpr off_t largestSize = off_t{16} * 1024 * 1024;
 // Some systems remove old files from the runtime folder, but not those with the sticky bit.
 constexpr mode_t fileMode = 0600 | S_ISVTX;
 

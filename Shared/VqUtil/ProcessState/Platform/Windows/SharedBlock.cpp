@@ -17,7 +17,7 @@ namespace {
 
 // Copying 64 KiB takes far less.
 constexpr int lockTimeoutMs = 2000;
-constexpr SIZE_T largestSize = 16 * 1024 * 1024;
+constexpr SIZE_T largestSize = SIZE_T{16} * 1024 * 1024;
 
 struct ViewDeleter {
     void operator()(char* view) const { ::UnmapViewOfFile(view); }
