@@ -18,7 +18,7 @@ namespace Velquor::TestKit {
 
 namespace {
 
-constexpr int timeoutMs = 15000;
+constexpr int timeoutMs = 60000;
 
 } // namespace
 

@@ -104,7 +104,6 @@ public:
         made.urls = &m_urls;
         made.loggers = WebServices::Internal::Loggers::all(logger);
         made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
-        made.tokenTimeoutMs = 5000;
         made.cacheFile = file();
         return made;
     }

@@ -50,7 +50,7 @@ QList<ReceivedRequest> LoopbackHttpServer::requests(const QString& path) const {
 }
 
 bool LoopbackHttpServer::waitForRequest(const QString& path) const {
-    const QDeadlineTimer deadline(5000);
+    const QDeadlineTimer deadline(20000);
     while (requests(path).isEmpty() && !deadline.hasExpired())
         QThread::msleep(2);
     return !requests(path).isEmpty();

@@ -9,7 +9,7 @@ namespace Velquor::TestKit {
 
 namespace {
 
-constexpr int timeoutMs = 5000;
+constexpr int timeoutMs = 20000;
 
 quint16 freePort() {
     QTcpServer server;

@@ -17,6 +17,11 @@ namespace Velquor::TestKit {
     return isSoak() ? soak : usual;
 }
 
+/// For what would take a minute or for ever with the fault: the long form holds the bar, the short one tells it from the fault.
+[[nodiscard]] inline int limitMs(int bar) {
+    return rounds(10000, bar);
+}
+
 /// Prints a measurement with its bar; the lines of a long run become a table.
 inline void figure(const QString& what, const QString& bar, const QString& measured) {
     const QByteArray line = QStringLiteral("%1 | %2 | %3 | %4\n")

@@ -50,7 +50,7 @@ class RunningService:
 
     def close(self) -> None:
         self.process.stdin.close()
-        self.process.wait(10)
+        self.process.wait(60)
         self.process.stdout.close()
         shutil.rmtree(self.folder)
 
@@ -59,7 +59,7 @@ class RunningService:
         parts = urlsplit(url)
         kind = http.client.HTTPSConnection if parts.scheme == "https" else http.client.HTTPConnection
         extra = {"context": self.context} if parts.scheme == "https" else {}
-        connection = kind(parts.hostname, parts.port, timeout=10, **extra)
+        connection = kind(parts.hostname, parts.port, timeout=60, **extra)
         try:
             target = parts.path + ("?" + parts.query if parts.query else "")
             connection.request(method, target, body, headers or {})

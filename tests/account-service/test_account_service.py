@@ -71,7 +71,7 @@ class AccountServiceTest(unittest.TestCase):
     # Strictness
 
     def test_malformed_requests_are_refused_with_a_problem(self) -> None:
-        old, soon = str(int(time.time()) - 301), str(int(time.time()) + 310)
+        old, soon = str(int(time.time()) - 301), str(int(time.time()) + 400)
         path = "/oauth/request-token"
         rows = [
             ("stale", {"timestamp": old}, FIRST, 401, "message_expired"),
@@ -152,7 +152,7 @@ class AccountServiceTest(unittest.TestCase):
     def test_a_signed_in_client_sends_signed_requests(self) -> None:
         token = self.service.access_token()
         self.assertEqual(token["x_oauth_user_name"], "ada")
-        self.assertAlmostEqual(int(token["oauth_expires_in"]), 3600, delta=2)
+        self.assertAlmostEqual(int(token["oauth_expires_in"]), 3600, delta=60)
         get = self.service.call("/api/echo?b=%C3%A4%20%2B&b=&a=1", token=token)
         self.assertEqual(json.loads(get.text)["parameters"], [["a", "1"], ["b", ""], ["b", "ä +"]])
         post = self.service.call("/api/echo?q=1", token=token, method="POST", body="f=x+y&f=%26")
@@ -266,10 +266,10 @@ class AccountServiceTest(unittest.TestCase):
                 self.assertTrue(check(call()))
                 self.assertEqual(call().form.keys() & {"oauth_token_secret"}, {"oauth_token_secret"})
         order(kind="delay", delay_ms=300, skip=1)
-        for least, most in ((0, 0.25), (0.3, 2)):
+        for least, faults in ((0, 1), (0.3, 0)):
             start = time.monotonic()
-            self.assertEqual(call().status, 200)
-            self.assertTrue(least <= time.monotonic() - start < most)
+            self.assertEqual((call().status, time.monotonic() - start >= least), (200, True))
+            self.assertEqual(len(self.service.control("faults")[1]["faults"]), faults)
         order(kind="drop", count=2)
         for _ in range(2):
             with self.assertRaises((http.client.RemoteDisconnected, ssl.SSLEOFError)):
@@ -334,12 +334,12 @@ class LifeTest(unittest.TestCase):
             with self.subTest(name):
                 service = RunningService()
                 second = subprocess.run([LAUNCHER, "--out", service.out], capture_output=True,
-                                        text=True, timeout=10)
+                                        text=True, timeout=60)
                 self.assertEqual(second.returncode, 1)
                 self.assertIn("another account service", second.stderr)
                 self.assertTrue((service.out / "control-token").exists())
                 end(service)
-                self.assertEqual(service.process.wait(10), 0)
+                self.assertEqual(service.process.wait(60), 0)
                 left = {path.name for path in service.out.iterdir()}
                 self.assertFalse(left & {"service.json", "control-token", "server-key.pem"})
                 service.close()

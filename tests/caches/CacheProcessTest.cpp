@@ -2,6 +2,7 @@
 
 #include "Caches/CacheFile.h"
 #include "TestKit/Platform/SystemFacts.h"
+#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 using namespace Velquor;
@@ -29,8 +30,7 @@ class CacheProcessTest : public QObject {
 
 private slots:
     void noValueIsLostOrMixed() {
-        const bool isSoak = qEnvironmentVariableIsSet("VQ_SOAK");
-        const int durationMs = isSoak ? 10000 : 2500;
+        const int durationMs = TestKit::rounds(2500, 10000);
         const TestKit::Stopwatch timer;
         for (int number = 0; number < processCount; ++number)
             start(durationMs);
@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(refused, 0);
         QVERIFY(kills > 10);
         QVERIFY(reads > 5);
-        QVERIFY(m_saves > 30);
+        QVERIFY(m_saves > TestKit::rounds(5, 30));
         cleanUp();
     }
 

@@ -1,5 +1,6 @@
 #include "VqUtil/Files/FolderWatcher.h"
 #include "TestKit/RecordingLogger.h"
+#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
 
@@ -138,17 +139,16 @@ private slots:
 
     void nothingIsReportedAfterAStop() {
         QVERIFY(m_watcher->start(m_folder));
-        QElapsedTimer timer;
-        timer.start();
+        TestKit::Stopwatch timer;
         m_watcher->stop();
-        QVERIFY(timer.elapsed() < 1000);
+        QVERIFY(!TestKit::isSoak() || timer.elapsed() < 1000);
         QVERIFY(TestKit::writeFile(path("Unseen.tmp"), {}));
         QTest::qWait(100);
         QCOMPARE(count("Unseen.tmp", Action::Added) + count("Unseen.tmp", Action::Modified), 0);
         QVERIFY(m_watcher->start(m_folder + QStringLiteral("/missing")));
         timer.restart();
         m_watcher.reset();
-        QVERIFY(timer.elapsed() < 1000);
+        QVERIFY(!TestKit::isSoak() || timer.elapsed() < 1000);
     }
 
     void everyActionHasItsName() {

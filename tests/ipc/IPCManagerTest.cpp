@@ -131,7 +131,7 @@ private slots:
         QVERIFY(meet(2));
         for (int round = 0; round < 2; ++round) {
             QVERIFY(QFile::remove(file));
-            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(file), 2000);
+            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(file), 10000);
         }
         add();
         QVERIFY(worksOn());

@@ -84,7 +84,7 @@ private Q_SLOTS:
         QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
         operation.setDownloadTimeout(500);
         operation.StartOperation(request("/slow"), path, nullptr);
-        QTRY_COMPARE_WITH_TIMEOUT(ends.count(), 1, 8000);
+        QTRY_COMPARE_WITH_TIMEOUT(ends.count(), 1, 20000);
         QCOMPARE(operation.errorMessage(), QString());
         QCOMPARE(TestKit::readFile(path), data);
 

@@ -41,7 +41,7 @@ private slots:
         QCOMPARE(save(), LoginStateSaver::Result::Saved);
         TestKit::figure("first save after the holder of the lock was killed", "< 2 s",
                         QStringLiteral("%1 ms").arg(timer.elapsed()));
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void aStoppedHolderIsWaitedForWithinALimit() {
@@ -52,7 +52,8 @@ private slots:
             const LoginStateFile::Guard guard(m_process->core.file, briefMs);
             QVERIFY(!guard.isHeld());
         }
-        QVERIFY2(timer.elapsed() >= briefMs && timer.elapsed() < briefMs + 2000, qPrintable(QString::number(timer.elapsed())));
+        const qint64 elapsed = timer.elapsed();
+        QVERIFY2(elapsed >= briefMs && elapsed < briefMs + TestKit::limitMs(2000), qPrintable(QString::number(elapsed)));
         QVERIFY(m_fixture->hasLogged(QStringLiteral("another process holds it for more than %1 ms").arg(briefMs)));
         if (TestKit::isSoak())
             saveIsBusy();
@@ -73,7 +74,7 @@ private slots:
         QVERIFY(m_holder->waitForFinished(10000));
         const TestKit::Stopwatch timer;
         QCOMPARE(save(), LoginStateSaver::Result::Saved);
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(TestKit::continueProcess(waiter.processId()));
         QVERIFY(waiter.isReady());
     }

@@ -60,7 +60,7 @@ private slots:
             QCOMPARE(session->isLoggedIn(key), !user.isEmpty());
             QCOMPARE(accessToken(*session), token);
             // Each call is a chance, but not every moment.
-            QTRY_VERIFY_WITH_TIMEOUT(session->isLoggedIn(key) != user.isEmpty() && m_fixture->tokenInFile() == token, 5000);
+            QTRY_VERIFY_WITH_TIMEOUT(session->isLoggedIn(key) != user.isEmpty() && m_fixture->tokenInFile() == token, 20000);
             QCOMPARE(accessToken(*session), token);
         }
         QCOMPARE(m_fixture->userInFile(), user);

@@ -75,7 +75,7 @@ private slots:
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         const TestKit::Stopwatch timer;
         QVERIFY(!m_session->oauth2().GetOAuth2AccessToken(key, &rt, false).IsValid());
-        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(m_fixture->hasLogged("Returning empty token without waiting since waitToFinish is false."));
         QVERIFY(!ask(rt).isEmpty());
         QCOMPARE(forms().size(), 1);
@@ -164,7 +164,7 @@ private slots:
             longest = qMax(longest, timer.elapsed());
             caller.join();
         }
-        QVERIFY2(longest < 2000, qPrintable(QString::number(longest)));
+        QVERIFY2(!TestKit::isSoak() || longest < 2000, qPrintable(QString::number(longest)));
     }
 };
 

@@ -3,7 +3,6 @@
 #include "Session/State/LoginStateFile.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -58,13 +57,13 @@ private slots:
     }
 
     void aCallThatFailsAnywayDoesNotWaitForTokens() {
-        delay("access-token", 1500);
+        delay("access-token", 60000);
         QVERIFY(m_session->RefreshToken(key, false));
         QTRY_VERIFY(isRequestSent());
         m_fixture->clockOffset += 100 * 24 * 3600;
         const TestKit::Stopwatch timer;
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
-        QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < TestKit::limitMs(1000), qPrintable(QString::number(timer.elapsed())));
         QVERIFY(m_fixture->hasLogged("https://127.0.0.1/api/echo: Login state is not valid."));
     }
 
@@ -122,14 +121,14 @@ private slots:
     }
 
     void stoppingEndsEveryWait() {
-        delay("access-token", 5000, -1);
+        delay("access-token", 60000, -1);
         expire();
         TestKit::Threads threads(4, [&](int) { QVERIFY(m_session->SignRequest(key, order()).isEmpty()); });
         QTRY_VERIFY(isRequestSent());
         const TestKit::Stopwatch timer;
         m_session->stop();
         threads.join();
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
         QVERIFY(m_session->SignRequest(key, order()).isEmpty());
     }
 
@@ -188,21 +187,21 @@ private slots:
         }
         TestKit::figure("longest stop at a random moment of a query or refresh", "< 2 s",
                         QStringLiteral("%1 ms (%2 stops)").arg(longest).arg(rounds));
-        QVERIFY2(longest < 2000, qPrintable(QString::number(longest)));
+        QVERIFY2(!TestKit::isSoak() || longest < 2000, qPrintable(QString::number(longest)));
         const auto session = m_fixture->makeSession();
         QVERIFY(session->RestoreLogin(key, false));
         QVERIFY(session->isLoggedIn(key));
     }
 
     void stoppingEndsASignIn() {
-        delay("request-token", 5000, -1);
+        delay("request-token", 60000, -1);
         std::thread caller([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::exchangeFailed); });
         QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
         QTest::qWait(100);
         const TestKit::Stopwatch timer;
         m_session->stop();
         caller.join();
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
     }
 
