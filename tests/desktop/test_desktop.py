@@ -22,7 +22,6 @@ from product import Home  # noqa: E402
 from screen import Screen, Window, wait_until  # noqa: E402
 
 SKIPPED = 77
-# The faults delay the service for a minute. A busy machine may need some seconds; the long form holds the bar.
 AT_ONCE_SECONDS = 2 if "VQ_SOAK" in os.environ else 15
 # Wine waits two seconds for the window manager, which is not there, when it takes a window away.
 CLOSING_SECONDS = AT_ONCE_SECONDS + (2 if SYSROOT else 0)

@@ -69,7 +69,6 @@ private:
     static constexpr int promptMs = 2000;
 
     static bool isFine(qint64 ageMs) { return ageMs >= 0 && (!TestKit::isSoak() || ageMs < promptMs); }
-
     static int count() { return TestKit::rounds(100, 2500); }
 
     [[nodiscard]] QString address() const { return Util::localServerAddress("Velquor.WebServices", m_folder->path()); }

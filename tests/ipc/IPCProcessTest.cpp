@@ -97,7 +97,6 @@ private slots:
         QVERIFY(meet());
         sender->tell();
         QThread::sleep(2);
-        // Still without the event loop.
         while (m_listeners.front()->numbers("A").size() < count)
             QVERIFY(m_listeners.front()->waitForReadyRead(patienceMs));
         for (const IpcHelper::Heard& heard : m_listeners.front()->heard())

@@ -1,7 +1,6 @@
 // Many processes of one user whose token expires at the same moment: one of them does the work for all.
 
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
 #include "TestKit/TokenHelper.h"
 
 using namespace Velquor;

@@ -3,7 +3,6 @@
 #include "Session/State/LoginStateFile.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
