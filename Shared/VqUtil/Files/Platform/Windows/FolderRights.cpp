@@ -71,8 +71,9 @@ struct FolderRights {
 class RightsAsKept {
 public:
     static RightsAsKept& instance() {
-        static RightsAsKept kept;
-        return kept;
+        // Never destroyed: threads of a host that ends without uninitializing the library may still write files.
+        static auto* const kept = new RightsAsKept;
+        return *kept;
     }
 
     [[nodiscard]] bool contain(const std::wstring& path, const FolderRights& rights) {
