@@ -67,17 +67,22 @@ RequestSigning::Refusal RequestSigning::admit(Access& access) const {
     return check(access);
 }
 
-QString RequestSigning::signingText(Refusal refusal) {
+QString RequestSigning::signingText(Refusal refusal, const QUrl& url) {
     switch (refusal) {
     case Refusal::NoUser: return QStringLiteral("Failed to sign request. Not logged in.");
     case Refusal::NoProduct: return QStringLiteral("Failed to sign request. Product login session not found.");
-    case Refusal::StateNotValid: return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.");
+    case Refusal::StateNotValid:
+        return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.").arg(displayUrl(url));
     case Refusal::NoConfiguration:
-        return QStringLiteral("SignRequest failed while signing url %1: Current configuration is null or invalid.");
-    case Refusal::NoToken: return QStringLiteral("SignRequest failed while signing url %1: No access token found.");
-    case Refusal::NotLoggedIn: return QStringLiteral("SignRequest failed while signing url %1: Not logged in");
+        return QStringLiteral("SignRequest failed while signing url %1: Current configuration is null or invalid.")
+            .arg(displayUrl(url));
+    case Refusal::NoToken:
+        return QStringLiteral("SignRequest failed while signing url %1: No access token found.").arg(displayUrl(url));
+    case Refusal::NotLoggedIn:
+        return QStringLiteral("SignRequest failed while signing url %1: Not logged in").arg(displayUrl(url));
     case Refusal::Expired:
-        return QStringLiteral("SignRequest failed while signing url %1: Token has expired and failed to refresh token");
+        return QStringLiteral("SignRequest failed while signing url %1: Token has expired and failed to refresh token")
+            .arg(displayUrl(url));
     case Refusal::None: break;
     }
     return {};
@@ -121,13 +126,15 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
     Access access = prepareTokens(clientKey, order.checkExpiry);
     const TimedLock lock(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, QStringLiteral("SignRequest")),
                          m_state.services.loggers.lock);
-    const QString refused = signingText(admit(access));
-    const Util::Result<QByteArray> signedText =
-        refused.isEmpty() ? sign(*access.product, order) : Util::Result<QByteArray>(Util::Failure{refused});
+    const QString refused = signingText(admit(access), order.request.url);
+    if (!refused.isEmpty()) {
+        logger(access).error(refused);
+        return {};
+    }
+    const Util::Result<QByteArray> signedText = sign(*access.product, order);
     if (signedText)
         return *signedText;
-    const QString& reason = signedText.reason();
-    logger(access).error(reason.contains(QStringLiteral("%1")) ? reason.arg(displayUrl(order.request.url)) : reason);
+    logger(access).error(signedText.reason());
     return {};
 }
 
@@ -135,7 +142,7 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
     Util::Result<SigningKeys> keys = product.signingKeys();
     if (!keys)
         return Util::Failure{
-            QStringLiteral("SignRequest failed while signing url %1: %2").arg(QStringLiteral("%1"), keys.reason())};
+            QStringLiteral("SignRequest failed while signing url %1: %2").arg(displayUrl(order.request.url), keys.reason())};
     if (!order.token.isEmpty()) {
         keys->token = Util::SecretBytes(QByteArray(order.token));
         keys->tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
@@ -145,8 +152,10 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
     const QByteArray parameters = OAuth::VqOAuthWrapper(*m_state.services.oauthHost)
                                       .CreateOauthParameterString(request, keys->credentials(), outputForm(order.mode));
     if (parameters.isEmpty())
-        return Util::Failure{QStringLiteral(
-            "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")};
+        return Util::Failure{
+            QStringLiteral(
+                "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
+                .arg(displayUrl(order.request.url))};
     if (order.mode == ParsingMode::AuthorizationHeader)
         return QByteArray("OAuth " + parameters);
     return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters).toEncoded() : parameters;

@@ -47,9 +47,10 @@ private:
     /// Checks what no wait for tokens can change.
     [[nodiscard]] Refusal checkState(const Access& access) const;
     [[nodiscard]] Refusal check(const Access& access) const;
-    [[nodiscard]] static QString signingText(Refusal refusal);
+    /// The log text of a refusal; empty for `None`.
+    [[nodiscard]] static QString signingText(Refusal refusal, const QUrl& url);
     [[nodiscard]] static QString tokenText(Refusal refusal);
-    /// The signed text, or the log text of the failure, with a place for the URL.
+    /// The signed text, or the log text of the failure.
     [[nodiscard]] Util::Result<QByteArray> sign(const ProductLoginSession& product, const SigningOrder& order) const;
     /// Waits for a running token query or refresh, and refreshes an expired token when the caller checks the expiry. A caller
     /// that will be refused anyway does not wait. With no lock held.
