@@ -64,8 +64,12 @@ LoginStateFollower::Changes LoginStateFollower::exchangeWithFile() {
     return {hasRead, wasLoggedIn && (!isLoggedIn || !isSame), isLoggedIn && (!wasLoggedIn || !isSame)};
 }
 
+bool LoginStateFollower::hasFileChanged() const {
+    return m_state.file.currentStamp() != m_state.file.seenStamp();
+}
+
 bool LoginStateFollower::isUpToDate() const {
-    return m_state.file.currentStamp() == m_state.file.seenStamp() && !m_state.unsaved.isDue();
+    return !hasFileChanged() && !m_state.unsaved.isDue();
 }
 
 std::unique_lock<QRecursiveMutex> LoginStateFollower::lockState(int waitMs) const {
@@ -78,7 +82,7 @@ std::unique_lock<QRecursiveMutex> LoginStateFollower::lockState(int waitMs) cons
 }
 
 bool LoginStateFollower::applyFile() {
-    if (m_state.file.currentStamp() == m_state.file.seenStamp())
+    if (!hasFileChanged())
         return true;
     // Wait briefly: a worker asks again, and the main thread must go on.
     const LoginStateFile::Guard guard(m_state.file, LoginStateFile::briefTimeoutMs);

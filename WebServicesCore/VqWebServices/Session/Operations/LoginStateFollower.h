@@ -33,6 +33,7 @@ private:
     };
     /// Applies the file and writes what is missing in it. Under the login session lock.
     [[nodiscard]] Changes exchangeWithFile();
+    [[nodiscard]] bool hasFileChanged() const;
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] std::unique_lock<QRecursiveMutex> lockState(int waitMs) const;
     /// False when the file could not be read.

@@ -1,7 +1,6 @@
 #include "Session/Products/TokenOperations.h"
 
 #include "Session/Products/ObjectDeleter.h"
-#include "Tokens/Query/TokenQueryLog.h"
 #include "Tokens/Refresh/RefreshController.h"
 #include "Tokens/Refresh/TokenRefreshLog.h"
 #include "Values/ServerName.h"

@@ -12,14 +12,14 @@ namespace {
 const auto accessTokenName = QStringLiteral("AccessToken");
 const auto accessTokenSecretName = QStringLiteral("AccessTokenSecret");
 const auto sessionHandleName = QStringLiteral("SessionHandle");
-const auto nameName = QStringLiteral("Name");
-const auto exeName = QStringLiteral("ExeName");
+const auto nameAttribute = QStringLiteral("Name");
+const auto exeNameAttribute = QStringLiteral("ExeName");
 } // namespace
 
 ProductNode readProductNode(const QDomElement& product) {
     ProductNode node;
-    node.name = product.attribute(nameName);
-    node.exeName = product.attribute(exeName);
+    node.name = product.attribute(nameAttribute);
+    node.exeName = product.attribute(exeNameAttribute);
     node.productKey = product.attribute(Names::productKey);
     node.tokens.accessToken = readAccessToken(product);
     node.tokens.accessTokenSecret = LoginStateXml::secret(product, accessTokenSecretName);
@@ -34,8 +34,8 @@ QByteArray readAccessToken(const QDomElement& product) {
 }
 
 void writeProductNode(QDomElement& product, const ProductNode& node, const QDomElement& earlier) {
-    LoginStateXml::setText(product, nameName, node.name);
-    LoginStateXml::setText(product, exeName, node.exeName);
+    LoginStateXml::setText(product, nameAttribute, node.name);
+    LoginStateXml::setText(product, exeNameAttribute, node.exeName);
     LoginStateXml::setText(product, QStringLiteral("SerialNumber"), node.serialNumber);
     product.setAttribute(Names::server, node.server);
     product.setAttribute(Names::productKey, node.productKey);
