@@ -90,6 +90,15 @@ std::vector<const XmlElement*> XmlElement::children(const QString& name) const {
     return found;
 }
 
+std::vector<XmlElement*> XmlElement::children(const QString& name) {
+    std::vector<XmlElement*> found;
+    for (XmlElement& child : m_content) {
+        if (child.m_name == name)
+            found.push_back(&child);
+    }
+    return found;
+}
+
 XmlElement& XmlElement::childOrNew(const QString& name) {
     XmlElement* const known = child(name);
     return known ? *known : append(XmlElement(name));

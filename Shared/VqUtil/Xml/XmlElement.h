@@ -35,6 +35,7 @@ public:
     [[nodiscard]] XmlElement* child(const QString& name);
     /// All children of this name, in order.
     [[nodiscard]] std::vector<const XmlElement*> children(const QString& name) const;
+    [[nodiscard]] std::vector<XmlElement*> children(const QString& name);
     /// The first child of this name, appended when there is none.
     [[nodiscard]] XmlElement& childOrNew(const QString& name);
     XmlElement& append(const XmlElement& child);
