@@ -240,7 +240,8 @@ LoginStateStore::Result LoginStateStore::saveSignIn(const ProductLoginSession& f
 LoginStateStore::Result LoginStateStore::save(const HeldLogin& held) {
     const QString path = m_state.file.path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
-    if (m_state.clients.configuredFor(m_state.currentServer()).isEmpty()) {
+    // A product that was removed while it obtained its tokens had a configuration.
+    if (held.freshProduct.isEmpty() && m_state.clients.configuredFor(m_state.currentServer()).isEmpty()) {
         m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
         m_state.unsaved.succeed();
         return Result::Failed;
