@@ -6,6 +6,7 @@
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
 #include <QSet>
+#include <functional>
 
 namespace Velquor::TestKit {
 
@@ -52,6 +53,8 @@ public:
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
     [[nodiscard]] bool catchUpWithFile(const QString& signInId) override {
+        if (onCatchUp)
+            onCatchUp();
         if (m_looksToNews > 0 && --m_looksToNews == 0)
             held = m_fileTokens;
         return loggedIn && signInId == this->signInId();
@@ -69,11 +72,19 @@ public:
             slot.replaceToken(token);
         return storeResult;
     }
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override { raised += event; }
+    void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const WebServices::OAuth2TokenSpec&) override {
+        raised += event;
+    }
     void forceLogout(const QString& signInId) override { forcedLogouts += signInId == this->signInId() ? 1 : 100; }
 
+    void setTimeout(int milliseconds) { m_services.tokenTimeoutMs = milliseconds; }
+
+    std::function<void()> onCatchUp; ///< What other processes do to the file before each look at it.
     QDateTime clock{QDate(2030, 5, 1), QTime(12, 0), Qt::UTC};
     WebServices::Internal::ProductTokens held;
     WebServices::Internal::StoreResult storeResult = WebServices::Internal::StoreResult::Stored;
+    QVector<WebServicesPrivateCore::WebServicesEvent> raised;
     bool loggedIn = true;
     bool oauth2Enabled = true;
     int forcedLogouts = 0; ///< Of the present sign-in; one of another counts a hundred.

@@ -141,6 +141,37 @@ private slots:
         QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
     }
 
+    void aTokenOfAnotherProcessIsAnnouncedOnce_data() {
+        const TestKit::Columns<bool, bool> row("isReadFirst", "isReported");
+        row("this process finds it", false, false);
+        row("another thread has read the file", true, false);
+        row("and the event of the other process has arrived", true, true);
+    }
+
+    // Whoever reads the file first, a host that waits for the token receives its event.
+    void aTokenOfAnotherProcessIsAnnouncedOnce() {
+        QFETCH(bool, isReadFirst);
+        QFETCH(bool, isReported);
+        m_owner->setTimeout(5000);
+        Util::ProcessGuard other(m_slot->queryLockName("digest"), m_fixture->folder.path());
+        QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
+        m_fetcher->TokenAcquired();
+        QTRY_VERIFY(m_fixture->hasLogged("Skipping query in this process"));
+        const auto adopt = [this, theirs = tokenNamed("theirs", 3600)] { m_slot->adopt(theirs); };
+        if (isReadFirst)
+            adopt();
+        else
+            m_owner->onCatchUp = adopt;
+        if (isReported)
+            m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
+        other.release();
+        waitForEnd(*m_fetcher);
+        if (!isReported)
+            m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
+        QCOMPARE(m_owner->raised.count(WebServicesPrivateCore::WebServicesEvent::OAuth2TokenAvailable), 1);
+        QCOMPARE(requests(), 0);
+    }
+
 private:
     [[nodiscard]] OAuth2TokenData tokenNamed(const char* name, int seconds) const {
         return {RT, QString(), m_owner->seal(name), m_owner->clock.addSecs(seconds)};

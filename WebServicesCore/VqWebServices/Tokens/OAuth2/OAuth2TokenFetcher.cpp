@@ -86,28 +86,15 @@ QString OAuth2TokenFetcher::refusal() {
     return owner().tokens().areExpired(now()) ? unusable.arg(QStringLiteral("Token has expired")) : QString();
 }
 
-bool OAuth2TokenFetcher::takeFromFile() {
-    // A caller that started just after another query ended finds its result here.
-    if (m_slot.token().isValid(now()))
-        return true;
-    if (!owner().catchUpWithFile(owner().signInId()) || !m_slot.token().isValid(now()))
-        return false;
-    announceLoaded();
-    return true;
+QByteArray OAuth2TokenFetcher::usableToken() const {
+    const OAuth2TokenData token = m_slot.token();
+    return token.isValid(now()) ? token.token : QByteArray();
 }
 
 void OAuth2TokenFetcher::announceLoaded() {
     log().information(
         QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
-    m_announced = m_slot.token().token;
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
-}
-
-void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
-    // The file may have been read before the event arrived; the observers were notified then.
-    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_slot.token().isValid(now())
-        && m_slot.token().token != m_announced)
-        announceLoaded();
 }
 
 bool OAuth2TokenFetcher::request() {
@@ -194,8 +181,7 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     case OAuth2TokenSlot::Stored::Busy: return gaveUpWaiting();
     case OAuth2TokenSlot::Stored::Yes: break;
     }
-    // Before the run ends: a report of another process about the same token must not notify the observers again.
-    m_announced = m_slot.token().token;
+    noteAnnounced();
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_slot.spec());
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());

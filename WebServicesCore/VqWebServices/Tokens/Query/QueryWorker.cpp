@@ -129,6 +129,25 @@ void QueryWorker::query() {
         finish(0);
 }
 
+// True when another process has stored a token, so that no query is needed.
+bool QueryWorker::takeFromFile() {
+    // Another thread may have read the file before.
+    return (!usableToken().isEmpty() || owner().catchUpWithFile(owner().signInId())) && announce();
+}
+
+void QueryWorker::acquiredElsewhere() {
+    // A query in progress finds the token itself.
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()))
+        (void)announce();
+}
+
+bool QueryWorker::announce() {
+    const QByteArray token = usableToken();
+    if (!token.isEmpty() && std::exchange(m_announced, token) != token)
+        announceLoaded();
+    return !token.isEmpty();
+}
+
 void QueryWorker::setHere(bool here) {
     m_steps->flagSetHere(here);
     m_here = here;

@@ -44,8 +44,10 @@ public:
 protected:
     /// Why the query cannot be done, as a log text; empty when it can.
     [[nodiscard]] virtual QString refusal() = 0;
-    /// Uses the token that another process has put into the file. True when the query is not needed any more.
-    [[nodiscard]] virtual bool takeFromFile() = 0;
+    /// The token as it is now, encrypted; empty when there is none that can be used.
+    [[nodiscard]] virtual QByteArray usableToken() const = 0;
+    /// Notifies the observers of a token that another process has obtained.
+    virtual void announceLoaded() = 0;
     /// Sends the request; false, with a line in the log, when it cannot be sent.
     [[nodiscard]] virtual bool request() = 0;
     /// Emits the signal of the derived class.
@@ -53,6 +55,11 @@ protected:
     /// Another process holds the lock for too long (it may hang). Ends the query as failed, with another try as after other
     /// failures.
     virtual void gaveUpWaiting() = 0;
+
+    /// Another process reports that it has obtained the token.
+    void acquiredElsewhere();
+    /// The observers are notified of the present token: a report of another process about it must not notify them again.
+    void noteAnnounced() { m_announced = usableToken(); }
 
     void startQueryTimer(int intervalMs);
     void finish(int result);
@@ -69,6 +76,8 @@ private:
     void otherProcessEnded();
     void query();
     [[nodiscard]] bool claim();
+    [[nodiscard]] bool takeFromFile();
+    [[nodiscard]] bool announce();
     void setElsewhere(bool elsewhere);
     void setHere(bool here);
 
@@ -79,6 +88,7 @@ private:
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is in progress.
     bool m_taken = false;
+    QByteArray m_announced; ///< The encrypted token that the observers were last notified of.
     std::atomic<bool> m_elsewhere{false};
 };
 

@@ -51,14 +51,16 @@ QString TokenFetcher::refusal() {
                    "Failed to query token. Client id or other product's session handle is empty. Possibly user logged out.");
 }
 
-bool TokenFetcher::takeFromFile() {
-    if (!owner().catchUpWithFile(owner().signInId()) || !owner().tokens().areComplete())
-        return false;
+QByteArray TokenFetcher::usableToken() const {
+    const ProductTokens tokens = owner().tokens();
+    return tokens.areComplete() ? tokens.accessToken : QByteArray();
+}
+
+void TokenFetcher::announceLoaded() {
     log().information(QStringLiteral("Token acquired in another process. Loading the token in this process."));
     m_failureCount = 0;
     emit TokenAvailable();
     owner().raiseEvent(Event::TokenAvailable);
-    return true;
 }
 
 bool TokenFetcher::request() {
@@ -117,6 +119,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
 
 void TokenFetcher::stored(const QByteArray& userName) {
     m_failureCount = 0;
+    noteAnnounced();
     // Some servers do not send the user name here.
     log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
                           .arg(userName.isEmpty() ? owner().user() : QString::fromUtf8(userName)));
@@ -153,11 +156,6 @@ void TokenFetcher::giveUp() {
     m_failureCount = 0;
     finish(0);
     owner().raiseEvent(Event::TokenQueryFailed);
-}
-
-void TokenFetcher::TokenAcquiredInAnotherProcess() {
-    if (!run().isBusy())
-        (void)takeFromFile();
 }
 
 void TokenFetcher::AbortTokenQuery() {
