@@ -50,6 +50,7 @@ public:
         return {"Other", "other-product", seal("other-handle")};
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
+    [[nodiscard]] QString signInId() const override { return loggedIn ? user() + QString::number(signIns) : QString(); }
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
     [[nodiscard]] bool catchUpWithFile(const QString& signInId) override {
@@ -86,6 +87,7 @@ public:
     WebServices::Internal::StoreResult storeResult = WebServices::Internal::StoreResult::Stored;
     QVector<WebServicesPrivateCore::WebServicesEvent> raised;
     bool loggedIn = true;
+    int signIns = 1; ///< Which sign-in of the user this is.
     bool oauth2Enabled = true;
     int forcedLogouts = 0; ///< Of the present sign-in; one of another counts a hundred.
 

@@ -120,6 +120,17 @@ private slots:
         QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
     }
 
+    void aSecondSignInDuringTheQueryIsServed() {
+        play(goodReply(), true, 150);
+        m_fetcher->TokenAcquired();
+        QTRY_COMPARE(requests(), 1);
+        m_owner->signIns = 2;
+        m_fetcher->TokenAcquired();
+        waitForEnd(*m_fetcher);
+        QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+        QCOMPARE(requests(), 2);
+    }
+
     void onlyAQueryOfTheSameKindIsWaitedFor_data() {
         const TestKit::Columns<QString, bool> row("flag", "isOurs");
         row("none", {}, false);

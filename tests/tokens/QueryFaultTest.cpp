@@ -6,6 +6,7 @@
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
+using Event = WebServicesPrivateCore::WebServicesEvent;
 using TestKit::answer;
 using TestKit::second;
 
@@ -72,6 +73,38 @@ private slots:
         QCOMPARE(interval(), -1);
     }
 
+    void aSecondSignInDuringTheQueryIsServed_data() {
+        const TestKit::Columns<bool, int, QString> row("byThisProduct", "expectedRequests", "token");
+        row("by another product", false, 2, "new-token");
+        row("by this one", true, 1, "own-token");
+    }
+
+    // The second sign-in finds the query in progress, and starts none of its own.
+    void aSecondSignInDuringTheQueryIsServed() {
+        QFETCH(bool, byThisProduct);
+        play(TestKit::goodTokenReply(), true, 150);
+        QVERIFY(m_fetcher->CheckAutomaticLogin());
+        QTRY_COMPARE(requests(), 1);
+        signInAgain(byThisProduct);
+        QVERIFY(m_fetcher->CheckAutomaticLogin());
+        waitForEnd(*m_fetcher);
+        QTEST(requests(), "expectedRequests");
+        QTEST(heldToken(), "token");
+        QCOMPARE(m_owner->raised.contains(Event::TokenAvailable), !byThisProduct);
+    }
+
+    // The timer of a failed query fires after the user has signed in here.
+    void aTimerOfAnEarlierSignInDoesNothing() {
+        play(answer("503 Service Unavailable", ""));
+        query();
+        signInAgain(true);
+        fire(*m_fetcher);
+        waitForEnd(*m_fetcher);
+        QCOMPARE(m_owner->raised, QVector<Event>());
+        QVERIFY(!m_fixture->hasLogged("Token acquired in another process."));
+        QCOMPARE(interval(), -1);
+    }
+
     // It holds the lock and does nothing; when it is gone, the product signs in after all.
     void aHangingProcessDelaysTheSignInOnly() {
         play(TestKit::goodTokenReply());
@@ -97,6 +130,11 @@ private slots:
 private:
     void makeFetcher() { m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, "digest"); }
     [[nodiscard]] int interval() const { return WorkerFixture::interval(*m_fetcher); }
+    void signInAgain(bool byThisProduct) {
+        m_owner->signIns = 2;
+        if (byThisProduct)
+            m_owner->held = m_owner->tokensNamed("own-token", 3600);
+    }
     void query() {
         QVERIFY(m_fetcher->CheckAutomaticLogin());
         waitForEnd(*m_fetcher);

@@ -71,7 +71,6 @@ void OAuth2TokenFetcher::TokenRefreshed() {
 }
 
 QString OAuth2TokenFetcher::refusal() {
-    m_signInId = owner().signInId();
     m_resent = false;
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
@@ -115,17 +114,12 @@ bool OAuth2TokenFetcher::request() {
     return true;
 }
 
-void OAuth2TokenFetcher::ignoreResult() {
-    log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
-    finish(0);
-}
-
 void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
-    // The user may have signed out, or another user signed in, during the request.
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
-        return ignoreResult();
     if (isAborted())
         return finish(0);
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
+        return ignoreResult();
     // OAuth2 was disabled after the request was sent: the discarded token must not come back.
     if (!owner().isOAuth2Enabled()) {
         log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
@@ -139,7 +133,7 @@ void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 
 void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
     // Another process may have signed the user out, or renewed the OAuth 1.0 token, which invalidates the one that was sent.
-    if (!owner().catchUpWithFile(m_signInId))
+    if (!owner().catchUpWithFile(signInId()))
         return ignoreResult();
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         if (!request())
@@ -173,7 +167,7 @@ void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
 
 void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     log().information(QStringLiteral("Got OAuth2 token"));
-    switch (m_slot.SetToken(reply.token, reply.expiryDate, m_signInId)) {
+    switch (m_slot.SetToken(reply.token, reply.expiryDate, signInId())) {
     case OAuth2TokenSlot::Stored::NotEncrypted:
         return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));

@@ -42,11 +42,9 @@ private:
     void succeeded(const OAuth2Reply& reply);
     void failed(const ExchangeOutcome& outcome);
     void finishAndRetry(const QString& text);
-    void ignoreResult();
     void showQuery(bool isUnderWay);
 
     OAuth2TokenSlot& m_slot;
-    QString m_signInId;
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
     bool m_resent = false;
     bool m_isShown = false; ///< The flag for queries of any kind is set.

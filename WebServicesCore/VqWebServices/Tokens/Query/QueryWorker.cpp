@@ -53,7 +53,9 @@ void QueryWorker::startQuery(bool synchronous) {
 
 void QueryWorker::timerFired() {
     m_steps->timerFired();
-    if (run().enter() != RunState::Entry::Entered)
+    // A later sign-in has started a query of its own, unless it brought the token.
+    const bool isOfEarlierSignIn = owner().isLoggedIn() && owner().signInId() != m_signInId;
+    if (isOfEarlierSignIn || run().enter() != RunState::Entry::Entered)
         return;
     setSynchronous(false);
     doQuery();
@@ -64,6 +66,7 @@ void QueryWorker::doQuery() {
         m_steps->timerStopped();
     stopTimer();
     m_steps->starting(isSynchronous());
+    m_signInId = owner().signInId();
     m_claiming.start();
     if (claim())
         query();
@@ -119,6 +122,7 @@ void QueryWorker::query() {
     // With the lock held: what another process has stored before it released the lock is in the file now.
     if (takeFromFile())
         return finish(1);
+    m_signInId = owner().signInId();
     const QString reason = refusal();
     if (!reason.isEmpty()) {
         log().error(reason);
@@ -146,6 +150,19 @@ bool QueryWorker::announce() {
     if (!token.isEmpty() && std::exchange(m_announced, token) != token)
         announceLoaded();
     return !token.isEmpty();
+}
+
+void QueryWorker::ignoreResult() {
+    m_steps->resultIgnored();
+    if (owner().catchUpWithFile(m_signInId) || !owner().isLoggedIn())
+        return finish(0);
+    // The later sign-in has found this query in progress, and started none of its own.
+    m_signInId = owner().signInId();
+    if (usableToken().isEmpty())
+        return query();
+    // The token of the sign-in itself, of which the observers know.
+    noteAnnounced();
+    finish(1);
 }
 
 void QueryWorker::setHere(bool here) {

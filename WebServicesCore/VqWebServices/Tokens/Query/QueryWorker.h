@@ -61,6 +61,11 @@ protected:
     /// The observers are notified of the present token: a report of another process about it must not notify them again.
     void noteAnnounced() { m_announced = usableToken(); }
 
+    /// The sign-in for which the query is done.
+    [[nodiscard]] const QString& signInId() const { return m_signInId; }
+    /// Ends a query whose sign-in is over. When the user has signed in again since, the query is done for that sign-in.
+    void ignoreResult();
+
     void startQueryTimer(int intervalMs);
     void finish(int result);
 
@@ -88,6 +93,7 @@ private:
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is in progress.
     bool m_taken = false;
+    QString m_signInId;
     QByteArray m_announced; ///< The encrypted token that the observers were last notified of.
     std::atomic<bool> m_elsewhere{false};
 };

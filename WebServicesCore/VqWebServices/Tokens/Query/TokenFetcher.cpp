@@ -44,7 +44,6 @@ bool TokenFetcher::CheckAutomaticLogin() {
 }
 
 QString TokenFetcher::refusal() {
-    m_signInId = owner().signInId();
     return owner().otherLogin().isFound()
                ? QString()
                : QStringLiteral(
@@ -81,18 +80,13 @@ bool TokenFetcher::request() {
     return true;
 }
 
-void TokenFetcher::ignoreResult() {
-    log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
-    finish(0);
-}
-
 void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token query network operation thread finished"));
-    // The user may have signed out, or another user signed in, during the request.
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
-        return ignoreResult();
     if (isAborted())
         return finish(0);
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
+        return ignoreResult();
     log().information(QStringLiteral("Token query thread finished"));
     if (outcome.hasStatus200())
         storeReply(outcome);
@@ -110,7 +104,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     }
     log().information(QStringLiteral("Got token"));
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(*tokens, sessionExpiry, m_signInId)) {
+    switch (owner().store(*tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));

@@ -41,12 +41,10 @@ protected:
 private:
     void storeReply(const ExchangeOutcome& outcome);
     void stored(const QByteArray& userName);
-    void ignoreResult();
     void handleFailure(const ExchangeOutcome& outcome);
     void countFailure();
     void giveUp();
 
-    QString m_signInId;
     int m_failureCount = 0;
 };
 
