@@ -120,6 +120,24 @@ private slots:
         QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
     }
 
+    // A host has asked for a new token, and the server was busy. A refusal of the retry would sign the user out.
+    void aGoodTokenIsNotRefreshedAgain() {
+        m_slot->replaceToken(tokenNamed("good", 3600));
+        QTRY_COMPARE(interval(*m_refresher), 10 * minute);
+        play(answer(unavailable, ""));
+        QCOMPARE(m_refresher->ask(false, RefreshWorker::Reason::Requested), RefreshWorker::Answer::Started);
+        expectRetryIn(minute);
+        play(answer("400 Bad Request", ""));
+        fire(*m_refresher);
+        waitForEnd(*m_refresher);
+        QVERIFY(
+            m_fixture->hasLogged("OAuth2 token refresh timer message: OAuth2 token expires in 59 min. No need to refresh now"));
+        QCOMPARE(requests(), 1);
+        QCOMPARE(m_owner->forcedLogouts, 0);
+        QCOMPARE(interval(*m_refresher), 10 * minute);
+        QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
+    }
+
     void aSecondSignInDuringTheQueryIsServed() {
         play(goodReply(), true, 150);
         m_fetcher->TokenAcquired();

@@ -53,7 +53,7 @@ QString OAuth2TokenRefresher::timerStopReason() const {
 
 RefreshWorker::TokenState OAuth2TokenRefresher::tokenState() const {
     const QString reason = timerStopReason();
-    return reason.isEmpty() ? expiryState(QStringLiteral("OAuth2 token %1. %2"), isRetry()) : TokenState{reason, false};
+    return reason.isEmpty() ? expiryState(QStringLiteral("OAuth2 token %1. %2")) : TokenState{reason, false};
 }
 
 void OAuth2TokenRefresher::TokenRefreshed() {

@@ -127,9 +127,9 @@ QString RefreshWorker::sharedStopReason() const {
     return {};
 }
 
-RefreshWorker::TokenState RefreshWorker::expiryState(const QString& text, bool isRetry) const {
+RefreshWorker::TokenState RefreshWorker::expiryState(const QString& text) const {
     const qint64 seconds = now().secsTo(expiryDate());
-    const bool isDue = isRetry || isTimeToRefresh(seconds);
+    const bool isDue = isTimeToRefresh(seconds);
     const QString state =
         seconds <= 0 ? QStringLiteral("has expired") : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
     return {text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now")), isDue};
@@ -172,10 +172,13 @@ void RefreshWorker::timerFired() {
     m_expectedArrival = arrival.addMSecs(timerInterval());
     const TokenState state = tokenState();
     m_steps->timerFired(state.text);
-    if (state.isDue)
+    if (state.isDue) {
         (void)ask(false, Reason::Requested);
-    else
-        updateRefreshTimer();
+        return;
+    }
+    // Nothing to try again: a caller wanted a new token ahead of time, and the old one is still good.
+    forgetFailures();
+    updateRefreshTimer();
 }
 
 bool RefreshWorker::isSettledElsewhere() {

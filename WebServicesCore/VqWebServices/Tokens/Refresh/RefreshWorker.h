@@ -66,7 +66,7 @@ protected:
 
     /// The token as it is now, encrypted; empty when there is none.
     [[nodiscard]] virtual QByteArray heldToken() const = 0;
-    /// There is a new token, from this or another process: the failures of the old one no longer count.
+    /// The failures so far no longer count: there is a new token, from this or another process, or the old one still lives.
     virtual void forgetFailures() = 0;
 
     /// Ends the run with the token that another process has obtained.
@@ -78,7 +78,7 @@ protected:
     [[nodiscard]] QString sharedStopReason() const;
 
     /// The remaining life of the token and whether to refresh it now, as text of the given form ("Token %1. %2").
-    [[nodiscard]] TokenState expiryState(const QString& text, bool isRetry) const;
+    [[nodiscard]] TokenState expiryState(const QString& text) const;
 
     void updateRefreshTimer();
     void stopRefreshTimer();
@@ -103,9 +103,6 @@ protected:
     void noteTriedToken() { m_triedToken = heldToken(); }
     /// Whether there is another token than the one that the present or last run tried to renew.
     [[nodiscard]] bool isAnotherToken() const;
-    /// The timer runs for another try, not for the expiry of the token.
-    [[nodiscard]] bool isRetry() const { return m_isRetry; }
-
     /// The run was requested with Reason::Expired.
     [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
 
@@ -118,7 +115,7 @@ private:
     QDateTime m_expectedArrival;
     QByteArray m_triedToken;
     QString m_signInId;
-    bool m_isRetry = false;
+    bool m_isRetry = false; ///< The timer runs for another try, not for the expiry of the token.
     std::atomic<bool> m_onlyForExpired{false};
 };
 

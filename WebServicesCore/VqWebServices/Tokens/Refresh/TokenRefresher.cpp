@@ -36,7 +36,7 @@ RefreshWorker::TokenState TokenRefresher::tokenState() const {
         return {QStringLiteral("No configuration to refresh token"), false};
     if (owner().isLoginExpired())
         return {QStringLiteral("Login session has expired. Cannot refresh token"), false};
-    return expiryState(QStringLiteral("Token %1. %2"), false);
+    return expiryState(QStringLiteral("Token %1. %2"));
 }
 
 QString TokenRefresher::refusal() const {
