@@ -105,6 +105,44 @@ private slots:
         QCOMPARE(interval(), -1);
     }
 
+    void oneProcessTriesAgainForAll_data() {
+        const TestKit::Columns<QByteArray, int, int, int> row("reply", "dies", "tries", "givesUp");
+        const QByteArray unavailable = answer("503 Service Unavailable", "");
+        row("all live", unavailable, 0, 6, 1);
+        row("one dies after its second try", unavailable, 2, 6, 1);
+        row("final refusal", TestKit::problemReply("400 Bad Request", "token_rejected"), 0, 1, 1);
+        row("bad body", answer("200 OK", "<html></html>"), 0, 1, 0);
+    }
+
+    void oneProcessTriesAgainForAll() {
+        QFETCH(QByteArray, reply);
+        QFETCH(int, dies);
+        play(reply, true, 50);
+        std::vector<std::unique_ptr<OtherProcess>> processes;
+        for (int number = 0; number < 3; ++number) {
+            processes.push_back(std::make_unique<OtherProcess>(*m_fixture, m_flags));
+            QVERIFY(processes.back()->fetcher.CheckAutomaticLogin());
+        }
+        for (int round = 1; round <= 12; ++round) {
+            for (const auto& process : processes)
+                waitForEnd(process->fetcher);
+            if (round == dies)
+                processes.erase(processes.begin());
+            for (const auto& process : processes) {
+                process->owner.clock = process->owner.clock.addMSecs(5 * second);
+                if (WorkerFixture::interval(process->fetcher) != -1)
+                    fireTimer(process->fetcher);
+            }
+        }
+        QTEST(requests(), "tries");
+        QTEST(m_fixture->logger->count("Failed to login automatically using another product's"), "givesUp");
+        // Nothing of this hinders a later start of a product.
+        play(TestKit::goodTokenReply());
+        QVERIFY(processes.front()->fetcher.CheckAutomaticLogin());
+        waitForEnd(processes.front()->fetcher);
+        QVERIFY(processes.front()->owner.held.areComplete());
+    }
+
     // It holds the lock and does nothing; when it is gone, the product signs in after all.
     void aHangingProcessDelaysTheSignInOnly() {
         play(TestKit::goodTokenReply());
@@ -128,6 +166,17 @@ private slots:
     }
 
 private:
+    struct OtherProcess {
+        OtherProcess(TestKit::SessionFixture& fixture, IRequestFlags& flags)
+            : owner(fixture)
+            , fetcher(owner, flags, "digest") {
+            owner.held = {};
+            owner.setTimeout(10000);
+        }
+        TestKit::FakeTokenOwner owner;
+        TokenFetcher fetcher;
+    };
+
     void makeFetcher() { m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, "digest"); }
     [[nodiscard]] int interval() const { return WorkerFixture::interval(*m_fetcher); }
     void signInAgain(bool byThisProduct) {

@@ -8,6 +8,7 @@
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/General/HumanText.h"
 
+#include <limits>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -17,12 +18,13 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 namespace {
 
 constexpr int retryMs = 30000;
+constexpr int noMaximum = std::numeric_limits<int>::max() - 1;
 
 } // namespace
 
 OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest)
     : QueryWorker(owner, flags, &Loggers::oauth2Fetcher, std::make_unique<OAuth2QueryLog>(owner.services().loggers.oauth2Fetcher),
-                  slot.queryLockName(keyDigest), slot.queryFlag())
+                  {slot.queryLockName(keyDigest), slot.queryFlag()}, {retryMs, noMaximum})
     , m_slot(slot) {}
 
 OAuth2TokenFetcher::~OAuth2TokenFetcher() {
@@ -44,8 +46,8 @@ void OAuth2TokenFetcher::emitFinished() {
 }
 
 void OAuth2TokenFetcher::gaveUpWaiting() {
+    startQueryTimer();
     finish(0);
-    startQueryTimer(retryMs);
 }
 
 void OAuth2TokenFetcher::TokenAcquired() {
@@ -160,8 +162,9 @@ QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QS
 
 void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
     log().error(text);
+    noteFailure();
+    startQueryTimer();
     finish(0);
-    startQueryTimer(retryMs);
     owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_slot.spec());
 }
 

@@ -5,16 +5,18 @@
 namespace Velquor::WebServices::Internal {
 
 QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logger Loggers::*logger,
-                         std::unique_ptr<const QueryLog> steps, const QString& lockName, const QString& flag)
+                         std::unique_ptr<const QueryLog> steps, const Names& names, const Retries& retries)
     : TokenWorker(owner, logger)
     , m_flags(flags)
     , m_steps(std::move(steps))
-    , m_flag(flag)
-    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock) {}
+    , m_names(names)
+    , m_retries(retries)
+    , m_failures(names.lock, owner.services().lockFolder)
+    , m_lock(names.lock, owner.services().lockFolder, owner.services().loggers.lock) {}
 
 QueryWorker::~QueryWorker() {
     if (m_claimed)
-        m_flags.clear(m_flag);
+        m_flags.clear(m_names.flag);
 }
 
 QueryWorker::Answer QueryWorker::ask(bool synchronous) {
@@ -48,6 +50,7 @@ bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDepend
 void QueryWorker::startQuery(bool synchronous) {
     m_steps->slotCalled(synchronous);
     setSynchronous(synchronous);
+    m_isRetry = false;
     doQuery();
 }
 
@@ -58,6 +61,7 @@ void QueryWorker::timerFired() {
     if (isOfEarlierSignIn || run().enter() != RunState::Entry::Entered)
         return;
     setSynchronous(false);
+    m_isRetry = true;
     doQuery();
 }
 
@@ -78,9 +82,9 @@ bool QueryWorker::claim() {
     if (!m_lock.acquire())
         return false;
     // The lock decides. A flag without the lock comes from a program that does not know the lock, or is left over.
-    m_claimed = m_flags.setUnlessElsewhere(m_flag);
+    m_claimed = m_flags.setUnlessElsewhere(m_names.flag);
     if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
-        m_flags.set(m_flag);
+        m_flags.set(m_names.flag);
         m_claimed = true;
     }
     if (!m_claimed)
@@ -108,13 +112,14 @@ void QueryWorker::waitForOtherProcess() {
 
 void QueryWorker::otherProcessEnded() {
     setElsewhere(false);
-    // The other process may have stored its token since we last read the file. Otherwise it has failed or died, and this process
-    // continues in its place.
+    // The other process may have stored its token since we last read the file. Otherwise it has failed, or it has died and this
+    // process continues in its place.
     if (m_taken || takeFromFile()) {
         m_steps->otherProcessSucceeded();
         return finish(1);
     }
     m_steps->otherProcessFailed();
+    m_isRetry = true;
     query();
 }
 
@@ -123,6 +128,8 @@ void QueryWorker::query() {
     if (takeFromFile())
         return finish(1);
     m_signInId = owner().signInId();
+    if (hasJustFailedElsewhere())
+        return leaveRetryToOther();
     const QString reason = refusal();
     if (!reason.isEmpty()) {
         log().error(reason);
@@ -147,9 +154,12 @@ void QueryWorker::acquiredElsewhere() {
 
 bool QueryWorker::announce() {
     const QByteArray token = usableToken();
-    if (!token.isEmpty() && std::exchange(m_announced, token) != token)
+    if (token.isEmpty())
+        return false;
+    m_failure = {};
+    if (std::exchange(m_announced, token) != token)
         announceLoaded();
-    return !token.isEmpty();
+    return true;
 }
 
 void QueryWorker::ignoreResult() {
@@ -175,21 +185,60 @@ void QueryWorker::setElsewhere(bool elsewhere) {
     m_steps->flagSetElsewhere(elsewhere);
 }
 
-void QueryWorker::startQueryTimer(int intervalMs) {
-    if (isTimerActive() && timerInterval() == intervalMs)
+// True when another process has sent the query since this one last looked, in vain.
+bool QueryWorker::hasJustFailedElsewhere() {
+    const QueryFailureFile::Failure failure = m_failures.read(m_signInId);
+    // Twice the interval, since timers are not exact.
+    const bool isNew = !(failure == m_failure) && failure.isWithin(2LL * m_retries.intervalMs, now().toMSecsSinceEpoch());
+    // The first try of a caller that waits is made in any case. It is also made when the other process has given up.
+    if (!isNew || (!m_isRetry && (isSynchronous() || failure.count > m_retries.maximum)))
+        return false;
+    m_failure = failure;
+    return true;
+}
+
+void QueryWorker::leaveRetryToOther() {
+    log().information(QStringLiteral("Skipping query in this process"));
+    if (mayRetry())
+        startQueryTimer();
+    finish(0);
+}
+
+void QueryWorker::noteFailure() {
+    // The count starts again when the last query was given up, or was for another sign-in.
+    const bool continues = mayRetry() && m_failure.signIn == m_failures.digest(m_signInId);
+    noteFailures(continues ? m_failure.count + 1 : 1);
+}
+
+void QueryWorker::noteFinalFailure() {
+    noteFailures(m_retries.maximum + 1);
+}
+
+void QueryWorker::noteFailures(int count) {
+    m_failure = {count, now().toMSecsSinceEpoch(), m_failures.digest(m_signInId)};
+    if (m_claimed)
+        m_failures.write(m_failure);
+}
+
+void QueryWorker::startQueryTimer() {
+    if (isTimerActive())
         return;
-    startTimer(intervalMs);
-    m_steps->timerStarted(intervalMs);
+    startTimer(m_retries.intervalMs);
+    m_steps->timerStarted(m_retries.intervalMs);
 }
 
 void QueryWorker::finish(int result) {
     poller().stop();
+    if (result != 0)
+        m_failure = {};
     if (m_here)
         setHere(false);
     if (m_elsewhere)
         setElsewhere(false);
     if (std::exchange(m_claimed, false)) {
-        m_flags.clear(m_flag);
+        if (result != 0)
+            m_failures.remove();
+        m_flags.clear(m_names.flag);
         m_lock.release();
     }
     // After the lock was released: a caller that wakes up may start the next query.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tokens/IRequestFlags.h"
+#include "Tokens/Query/QueryFailureFile.h"
 #include "Tokens/Query/QueryLog.h"
 #include "Tokens/RequestLock.h"
 #include "Tokens/TokenWorker.h"
@@ -13,14 +14,26 @@ namespace Velquor::WebServices::Internal {
 /// the user, waiting callers, a timer for the next try. The derived class has what differs, and its QueryLog
 /// the texts.
 ///
+/// A failed query is tried again by one process for all: the others see that it has just failed, and only look again when the
+/// next try is due. When nobody has tried by then, one of them does.
+///
 /// Thread, owner and errors: as of TokenWorker.
 class QueryWorker : public TokenWorker {
     Q_OBJECT
 
 public:
-    /// `lockName` names the lock between the processes, `flag` the hint for them.
+    /// What other processes see of a query.
+    struct Names {
+        QString lock; ///< Keeps two queries apart.
+        QString flag; ///< A hint that a query is in progress.
+    };
+    /// After a failure the query is tried again, and given up after so many tries in a row.
+    struct Retries {
+        int intervalMs;
+        int maximum;
+    };
     QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logger Loggers::*logger, std::unique_ptr<const QueryLog> steps,
-                const QString& lockName, const QString& flag);
+                const Names& names, const Retries& retries);
     ~QueryWorker() override;
 
     enum class Answer {
@@ -66,7 +79,13 @@ protected:
     /// Ends a query whose sign-in is over. When the user has signed in again since, the query is done for that sign-in.
     void ignoreResult();
 
-    void startQueryTimer(int intervalMs);
+    /// Counts a failure, for all processes.
+    void noteFailure();
+    /// Counts a failure after which no process tries again.
+    void noteFinalFailure();
+    /// After so many failures the query is tried again.
+    [[nodiscard]] bool mayRetry() const { return m_failure.count <= m_retries.maximum; }
+    void startQueryTimer();
     void finish(int result);
 
     IRequestFlags& m_flags;
@@ -83,16 +102,23 @@ private:
     [[nodiscard]] bool claim();
     [[nodiscard]] bool takeFromFile();
     [[nodiscard]] bool announce();
+    void noteFailures(int count);
+    [[nodiscard]] bool hasJustFailedElsewhere();
+    void leaveRetryToOther();
     void setElsewhere(bool elsewhere);
     void setHere(bool here);
 
     const std::unique_ptr<const QueryLog> m_steps;
-    const QString m_flag;
+    const Names m_names;
+    const Retries m_retries;
+    const QueryFailureFile m_failures;
+    QueryFailureFile::Failure m_failure; ///< The last one that this process knows, of any process.
     RequestLock m_lock;
     QElapsedTimer m_claiming;
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is in progress.
     bool m_taken = false;
+    bool m_isRetry = false; ///< Of this or of another process, not the first try.
     QString m_signInId;
     QByteArray m_announced; ///< The encrypted token that the observers were last notified of.
     std::atomic<bool> m_elsewhere{false};

@@ -19,7 +19,8 @@ constexpr int maximumRetries = 5;
 
 TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest)
     : QueryWorker(owner, flags, &Loggers::fetcher, std::make_unique<TokenQueryLog>(owner.services().loggers.fetcher),
-                  QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery) {
+                  {QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery},
+                  {retryMs, maximumRetries}) {
     log().information(QStringLiteral("Constructor"));
 }
 
@@ -57,7 +58,6 @@ QByteArray TokenFetcher::usableToken() const {
 
 void TokenFetcher::announceLoaded() {
     log().information(QStringLiteral("Token acquired in another process. Loading the token in this process."));
-    m_failureCount = 0;
     emit TokenAvailable();
     owner().raiseEvent(Event::TokenAvailable);
 }
@@ -100,6 +100,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     if (!tokens) {
         log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
                         .arg(outcome.reply.dump.join(QLatin1Char('\n'))));
+        noteFinalFailure();
         return finish(0);
     }
     log().information(QStringLiteral("Got token"));
@@ -112,7 +113,6 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
 }
 
 void TokenFetcher::stored(const QByteArray& userName) {
-    m_failureCount = 0;
     noteAnnounced();
     // Some servers do not send the user name here.
     log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
@@ -135,10 +135,11 @@ void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
 }
 
 void TokenFetcher::countFailure() {
-    if (++m_failureCount <= maximumRetries) {
+    noteFailure();
+    if (mayRetry()) {
         log().warning(QStringLiteral("Will retry token query after %1").arg(Util::timeSpanText(retryMs)));
-        finish(0);
-        return startQueryTimer(retryMs);
+        startQueryTimer();
+        return finish(0);
     }
     log().error(QStringLiteral("Failed to query token after %1 attempts. Giving up token query.").arg(maximumRetries));
     giveUp();
@@ -147,7 +148,7 @@ void TokenFetcher::countFailure() {
 void TokenFetcher::giveUp() {
     log().error(QStringLiteral(
         "Failed to login automatically using another product's login credentials. Try to logout and login again."));
-    m_failureCount = 0;
+    noteFinalFailure();
     finish(0);
     owner().raiseEvent(Event::TokenQueryFailed);
 }

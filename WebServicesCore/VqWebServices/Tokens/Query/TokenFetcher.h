@@ -44,8 +44,6 @@ private:
     void handleFailure(const ExchangeOutcome& outcome);
     void countFailure();
     void giveUp();
-
-    int m_failureCount = 0;
 };
 
 } // namespace Velquor::WebServices::Internal
