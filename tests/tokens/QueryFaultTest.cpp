@@ -1,6 +1,6 @@
 // The automatic sign-in of a product: when its query is tried again, when it gives up, and what becomes of its result.
 
-#include "Tokens/Query/TokenFetcher.h"
+#include "Session/Products/TokenOperations.h"
 #include "WorkerFixture.h"
 
 using namespace Velquor;
@@ -155,6 +155,19 @@ private slots:
         fire(*m_fetcher);
         waitForEnd(*m_fetcher);
         QCOMPARE(heldToken(), QStringLiteral("new-token"));
+    }
+
+    // The other process takes most of the time that one request may take, and then dies.
+    void aCallerWaitsUntilTheQueryEnds() {
+        play(TestKit::goodTokenReply(), true, 250);
+        Util::ProcessGuard other("Velquor.WebServices.TokenQuery.digest", m_fixture->folder.path());
+        QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
+        TokenOperations operations(*m_owner, std::make_unique<TestKit::FakeRequestFlags>(), "digest");
+        QVERIFY(operations.checkAutomaticLogin());
+        QTimer::singleShot(200, [&other] { other.release(); });
+        operations.waitForTokenQuery();
+        QVERIFY(!operations.isQueryInProgress());
+        QVERIFY(m_fixture->hasLogged("Finished waiting for token query. Token query successful."));
     }
 
     void aQueryWorksWithoutLocks() {

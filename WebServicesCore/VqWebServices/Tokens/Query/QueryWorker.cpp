@@ -40,8 +40,8 @@ QueryWorker::Answer QueryWorker::ask(bool synchronous) {
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services, const QueryLog& steps) {
-    const bool succeeded = waiter.wait(services.tokenTimeoutMs).result != 0;
+bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const QueryLog& steps) {
+    const bool succeeded = waiter.waitForEnd();
     if (answer == Answer::Joined)
         steps.joinedWaitEnded(succeeded);
     return succeeded;

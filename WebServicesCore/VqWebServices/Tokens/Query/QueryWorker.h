@@ -48,8 +48,7 @@ public:
 
     /// The second half of a synchronous call: waits and returns whether the query succeeded. Any thread but the worker's.
     /// The worker may be gone by then, so the caller brings the log along.
-    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services,
-                                         const QueryLog& steps);
+    [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, Answer answer, const QueryLog& steps);
 
     /// Another process is doing the query. Any thread.
     [[nodiscard]] bool isInProgressElsewhere() const { return m_elsewhere; }
