@@ -168,6 +168,8 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     if (isClock)
         services().clockProblemSeen();
     log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    if (!isClock && isSameOutage(outcome))
+        return retryAfter(networkRetryMs);
     if (outcome.reply.status != 400 || isClock)
         return countFailure(isClock);
     // Only this refusal is a verdict on the token. Other errors may come from the framework repeating a request without an
@@ -187,6 +189,22 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
 void TokenRefresher::retryAfter(int intervalMs) {
     log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(intervalMs)));
     finishAndRetry(intervalMs);
+}
+
+void TokenRefresher::forgetFailures() {
+    m_failureCount = 0;
+    m_outageMs.reset();
+}
+
+bool TokenRefresher::isSameOutage(const ExchangeOutcome& outcome) {
+    constexpr int firstServerError = 500;
+    if (outcome.reply.status < firstServerError)
+        return false;
+    const qint64 nowMs = services().steadyClock() / 1000000;
+    const bool isSame = m_outageMs && nowMs - *m_outageMs < outagePauseMs;
+    if (!isSame)
+        m_outageMs = nowMs;
+    return isSame;
 }
 
 void TokenRefresher::countFailure(bool isClockProblem) {
