@@ -1,5 +1,6 @@
 // OAuth2 tokens when things come in between: a token from elsewhere during the retries, a state that is busy, an end of OAuth2.
 
+#include "Session/Products/ClientInfo.h"
 #include "Tokens/OAuth2/OAuth2TokenFetcher.h"
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
@@ -118,6 +119,20 @@ private slots:
         fire(worker);
         waitForEnd(worker);
         QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+    }
+
+    // Both kinds of one process: one does not take the other for another process.
+    void theOlderInterfaceHasAQueryOfItsOwn() {
+        OAuth2TokenSlot older(*m_owner, OAuth2Settings::legacySpec());
+        OAuth2TokenFetcher fetcher(*m_owner, older, m_flags, "digest");
+        play(goodReply(), true, 100);
+        m_fetcher->TokenAcquired();
+        fetcher.TokenAcquired();
+        waitForEnd(*m_fetcher);
+        waitForEnd(fetcher);
+        QVERIFY(older.token().isPresent());
+        QVERIFY(!m_fixture->hasLogged("in another process"));
+        QVERIFY(older.queryFlag() != m_slot->queryFlag());
     }
 
     // A host has asked for a new token, and the server was busy. A refusal of the retry would sign the user out.
