@@ -50,6 +50,7 @@ public:
         return {"Other", "other-product", seal("other-handle")};
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
+    [[nodiscard]] bool isLoginExpired() const override { return loginExpired; }
     [[nodiscard]] QString signInId() const override { return loggedIn ? user() + QString::number(signIns) : QString(); }
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
@@ -87,6 +88,7 @@ public:
     WebServices::Internal::StoreResult storeResult = WebServices::Internal::StoreResult::Stored;
     QVector<WebServicesPrivateCore::WebServicesEvent> raised;
     bool loggedIn = true;
+    bool loginExpired = false;
     int signIns = 1; ///< Which sign-in of the user this is.
     bool oauth2Enabled = true;
     int forcedLogouts = 0; ///< Of the present sign-in; one of another counts a hundred.

@@ -113,12 +113,56 @@ private slots:
         QCoreApplication::processEvents();
         QTEST(interval(worker), "expected");
         QCOMPARE(oauth2Token(), isRefresh && !isDisabled ? QStringLiteral("first") : QString());
+        QCOMPARE(m_fixture->hasLogged("OAuth2 access token discarded"), isDisabled);
         if (isDisabled)
             return;
         m_owner->storeResult = StoreResult::Stored;
         fire(worker);
         waitForEnd(worker);
         QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+    }
+
+    void theEndIsToldWhenTheNextTryIsKnown_data() {
+        const TestKit::Columns<int, QByteArray, QStringList> row("worker", "reply", "texts");
+        const QByteArray busy = answer(unavailable, "");
+        const auto refreshEnd = QStringLiteral("Lock released for token refresh|TokenRefreshInProgress flag set to false|"
+                                               "Emitting RefreshFinishedInternal signal for token refresh");
+        const auto oauth2End = QStringLiteral("OAuth2TokenRefreshInProgress flag set to false|Lock released for OAuth2 token|"
+                                              "Emitting RefreshFinishedInternal signal for OAuth2");
+        const auto order = [](const QString& first, const QString& last) { return (first + '|' + last).split('|'); };
+        row("refresh", 0, TestKit::goodTokenReply(),
+            order("Token refreshed successfully.|Token refresh timer started with interval 10 min", refreshEnd));
+        row("failed refresh", 0, busy, order("Will retry token refresh after|timer started with interval 1 min", refreshEnd));
+        row("OAuth2 refresh", 1, goodReply(),
+            order("OAuth2 token refreshed successfully.|OAuth2 token refresh timer started with interval 10 min", oauth2End));
+        row("failed OAuth2 refresh", 1, busy, order("Next retry: in 1 min|timer started with interval 1 min", oauth2End));
+        row("failed OAuth2 query", 2, busy,
+            order("OAuth2 token query timer stopped|Starting asynchronous OAuth2 token query|Will retry after 30 s",
+                  "OAuth2 token query timer started with|OAuth2TokenQueryInProgressInThisProcess flag set to false"));
+    }
+
+    void theEndIsToldWhenTheNextTryIsKnown() {
+        QFETCH(int, worker);
+        QFETCH(QByteArray, reply);
+        QFETCH(QStringList, texts);
+        play(reply);
+        m_owner->held.expiryDate = m_owner->clock.addSecs(worker == 0 ? 200 : 7200);
+        TokenWorker* const workers[] = {m_tokenRefresher.get(), m_refresher.get(), m_fetcher.get()};
+        if (worker == 1)
+            m_slot->replaceToken(tokenNamed("first", 200));
+        if (worker == 2)
+            m_fetcher->TokenAcquired();
+        else
+            QCOMPARE(static_cast<RefreshWorker*>(workers[worker])->ask(false, RefreshWorker::Reason::Requested),
+                     RefreshWorker::Answer::Started);
+        waitForEnd(*workers[worker]);
+        const QStringList logged = m_fixture->logger->texts();
+        int from = 0;
+        for (const QString& text : qAsConst(texts)) {
+            const QStringList found = logged.mid(from).filter(text);
+            QVERIFY2(!found.isEmpty(), qPrintable(text + "\n\n" + logged.join('\n')));
+            from = logged.indexOf(found.first(), from);
+        }
     }
 
     // Both kinds of one process: one does not take the other for another process.
@@ -151,6 +195,9 @@ private slots:
         QCOMPARE(m_owner->forcedLogouts, 0);
         QCOMPARE(interval(*m_refresher), 10 * minute);
         QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
+        m_owner->loginExpired = true;
+        fire(*m_refresher);
+        QVERIFY(m_fixture->hasLogged("refresh timer message: Login session has expired. Cannot refresh token"));
     }
 
     void aSecondSignInDuringTheQueryIsServed() {

@@ -67,6 +67,16 @@ private slots:
         QVERIFY(m_fixture->hasLogged("https://127.0.0.1/api/echo: Login state is not valid."));
     }
 
+    // It has asked for no refresh, so only the wait itself is logged.
+    void aCallerWaitsForARefreshInProgress() {
+        const QString before = accessToken(*m_session);
+        delay("access-token", 300);
+        QVERIFY(m_session->RefreshToken(key, false));
+        QVERIFY(accessToken(*m_session) != before);
+        QVERIFY(m_fixture->hasLogged("Finished local event loop. Token refresh succeeded."));
+        QVERIFY(!m_fixture->hasLogged("Wait ended."));
+    }
+
     void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed_data() {
         const TestKit::Columns<bool> row("isSigning");
         row("SignRequest", true);

@@ -143,7 +143,7 @@ void TokenOperations::waitForRefresh() {
     logger.information(QStringLiteral("Token refresh is already in progress"));
     logger.information(QStringLiteral("Waiting for token refresh to finish"));
     const TokenRefreshLog steps(m_owner.services().loggers.refresher);
-    (void)RefreshWorker::waitForEnd(waiter, m_owner.services(), steps);
+    (void)RefreshWorker::waitInLoop(waiter, m_owner.services(), steps);
 }
 
 bool TokenOperations::isTokenRefreshTimerActive() const {

@@ -84,8 +84,6 @@ void OAuth2TokenSlot::adopt(const OAuth2TokenData& token) {
 void OAuth2TokenSlot::DiscardToken() {
     {
         const QMutexLocker lock(&m_mutex);
-        if (!m_token.isPresent())
-            return;
         m_token = {};
     }
     log().information(QStringLiteral("OAuth2 access token discarded"));

@@ -66,9 +66,8 @@ void QueryWorker::timerFired() {
 }
 
 void QueryWorker::doQuery() {
-    if (isTimerActive())
-        m_steps->timerStopped();
     stopTimer();
+    m_steps->timerStopped();
     m_steps->starting(isSynchronous());
     m_signInId = owner().signInId();
     m_claiming.start();

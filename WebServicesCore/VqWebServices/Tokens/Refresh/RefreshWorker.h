@@ -36,6 +36,8 @@ public:
     /// The second half of a synchronous call: waits and returns whether the refresh succeeded. Any thread but the worker's.
     /// The worker may be gone by then, so the caller brings the log along.
     [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps);
+    /// The wait of a caller that has not asked for the refresh.
+    static RunWaiter::Outcome waitInLoop(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps);
 
 signals:
     void StartRefreshToken(bool synchronous);
@@ -61,8 +63,9 @@ protected:
     [[nodiscard]] virtual TokenState tokenState() const = 0;
     /// The refresh itself; one at a time, ended by `finish`.
     virtual void refresh() = 0;
-    /// Releases the locks of a refresh that ends.
-    virtual void releaseLocks() = 0;
+    /// Releases the locks of a refresh that ends, and shows with `clearFlag` that it is over.
+    virtual void endTurn() = 0;
+    void clearFlag() { m_steps->flagSet(false); }
 
     /// The token as it is now, encrypted; empty when there is none.
     [[nodiscard]] virtual QByteArray heldToken() const = 0;
@@ -86,6 +89,8 @@ protected:
     void finish(int result);
     /// Ends a failed run. Another try follows, unless a new token has arrived during the run.
     void finishAndRetry(int intervalMs);
+    /// The same for a run that had to wait for others too long.
+    void putOff();
     /// Ends a run whose sign-in is over. There may be a new sign-in with tokens of its own.
     void finishForSignInGone(const QString& text);
 
@@ -110,6 +115,7 @@ private:
     std::atomic<quintptr> m_threadId{0}; ///< The system's id of this object's thread, for the log; 0 until it runs.
     void timerFired() final;
     void doRefresh(bool synchronous);
+    void armRetry(int intervalMs);
 
     const std::unique_ptr<const RefreshLog> m_steps;
     QDateTime m_expectedArrival;

@@ -19,7 +19,7 @@ TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller
     , m_queries(std::move(queries))
     , m_pending(pending)
     , m_turn(
-          owner, controller, flags, poller(), [this] { request(); }, [this] { finishAndRetry(busyRetryMs); }) {}
+          owner, controller, flags, poller(), [this] { request(); }, [this] { putOff(); }) {}
 
 TokenRefresher::~TokenRefresher() {
     m_turn.release();
@@ -66,8 +66,8 @@ void TokenRefresher::request() {
     if (isAnotherToken() && !owner().tokens().areExpired(now()))
         return takeFromFile();
     if (isOnlyForExpired() && !owner().tokens().areExpired(now())) {
-        finish(1);
-        return updateRefreshTimer();
+        updateRefreshTimer();
+        return finish(1);
     }
     m_turn.publish();
     log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
@@ -97,12 +97,17 @@ void TokenRefresher::sendRequest(bool withToken) {
     send(request, QStringLiteral("GET"), {});
 }
 
+void TokenRefresher::endTurn() {
+    m_turn.release();
+    clearFlag();
+}
+
 void TokenRefresher::takeFromFile() {
     log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
     forgetFailures();
+    updateRefreshTimer();
     finish(1);
     emit TokenRefreshed(owner().productKey());
-    updateRefreshTimer();
 }
 
 void TokenRefresher::signInGone() {
@@ -157,10 +162,11 @@ void TokenRefresher::stored(const ProductTokens& tokens) {
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
                           .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
                                Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));
-    finish(1);
-    emit TokenRefreshed(owner().productKey());
     owner().raiseEvent(Event::TokenRefreshed);
     updateRefreshTimer();
+    finish(1);
+    // The receivers start requests that need the lock.
+    emit TokenRefreshed(owner().productKey());
 }
 
 void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {

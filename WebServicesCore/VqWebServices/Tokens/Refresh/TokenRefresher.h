@@ -36,7 +36,7 @@ protected:
     [[nodiscard]] int shortestIntervalMs() const override { return 2000; }
     [[nodiscard]] TokenState tokenState() const override;
     void refresh() override;
-    void releaseLocks() override { m_turn.release(); }
+    void endTurn() override;
     void takeFromFile() override;
     void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override { return owner().tokens().accessToken; }
