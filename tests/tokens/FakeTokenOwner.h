@@ -6,6 +6,7 @@
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
 #include <QSet>
+#include <functional>
 
 namespace Velquor::TestKit {
 
@@ -49,9 +50,13 @@ public:
         return {"Other", "other-product", seal("other-handle")};
     }
     [[nodiscard]] bool isLoggedIn() const override { return loggedIn; }
+    [[nodiscard]] bool isLoginExpired() const override { return loginExpired; }
+    [[nodiscard]] QString signInId() const override { return loggedIn ? user() + QString::number(signIns) : QString(); }
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
     [[nodiscard]] bool catchUpWithFile(const QString& signInId) override {
+        if (onCatchUp)
+            onCatchUp();
         if (m_looksToNews > 0 && --m_looksToNews == 0)
             held = m_fileTokens;
         return loggedIn && signInId == this->signInId();
@@ -69,12 +74,22 @@ public:
             slot.replaceToken(token);
         return storeResult;
     }
+    void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override { raised += event; }
+    void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const WebServices::OAuth2TokenSpec&) override {
+        raised += event;
+    }
     void forceLogout(const QString& signInId) override { forcedLogouts += signInId == this->signInId() ? 1 : 100; }
 
+    void setTimeout(int milliseconds) { m_services.tokenTimeoutMs = milliseconds; }
+
+    std::function<void()> onCatchUp; ///< What other processes do to the file before each look at it.
     QDateTime clock{QDate(2030, 5, 1), QTime(12, 0), Qt::UTC};
     WebServices::Internal::ProductTokens held;
     WebServices::Internal::StoreResult storeResult = WebServices::Internal::StoreResult::Stored;
+    QVector<WebServicesPrivateCore::WebServicesEvent> raised;
     bool loggedIn = true;
+    bool loginExpired = false;
+    int signIns = 1; ///< Which sign-in of the user this is.
     bool oauth2Enabled = true;
     int forcedLogouts = 0; ///< Of the present sign-in; one of another counts a hundred.
 

@@ -1,5 +1,6 @@
 // OAuth2 tokens when things come in between: a token from elsewhere during the retries, a state that is busy, an end of OAuth2.
 
+#include "Session/Products/ClientInfo.h"
 #include "Tokens/OAuth2/OAuth2TokenFetcher.h"
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
@@ -112,12 +113,102 @@ private slots:
         QCoreApplication::processEvents();
         QTEST(interval(worker), "expected");
         QCOMPARE(oauth2Token(), isRefresh && !isDisabled ? QStringLiteral("first") : QString());
+        QCOMPARE(m_fixture->hasLogged("OAuth2 access token discarded"), isDisabled);
         if (isDisabled)
             return;
         m_owner->storeResult = StoreResult::Stored;
         fire(worker);
         waitForEnd(worker);
         QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+    }
+
+    void theEndIsToldWhenTheNextTryIsKnown_data() {
+        const TestKit::Columns<int, QByteArray, QStringList> row("worker", "reply", "texts");
+        const QByteArray busy = answer(unavailable, "");
+        const auto refreshEnd = QStringLiteral("Lock released for token refresh|TokenRefreshInProgress flag set to false|"
+                                               "Emitting RefreshFinishedInternal signal for token refresh");
+        const auto oauth2End = QStringLiteral("OAuth2TokenRefreshInProgress flag set to false|Lock released for OAuth2 token|"
+                                              "Emitting RefreshFinishedInternal signal for OAuth2");
+        const auto order = [](const QString& first, const QString& last) { return (first + '|' + last).split('|'); };
+        row("refresh", 0, TestKit::goodTokenReply(),
+            order("Token refreshed successfully.|Token refresh timer started with interval 10 min", refreshEnd));
+        row("failed refresh", 0, busy, order("Will retry token refresh after|timer started with interval 1 min", refreshEnd));
+        row("OAuth2 refresh", 1, goodReply(),
+            order("OAuth2 token refreshed successfully.|OAuth2 token refresh timer started with interval 10 min", oauth2End));
+        row("failed OAuth2 refresh", 1, busy, order("Next retry: in 1 min|timer started with interval 1 min", oauth2End));
+        row("failed OAuth2 query", 2, busy,
+            order("OAuth2 token query timer stopped|Starting asynchronous OAuth2 token query|Will retry after 30 s",
+                  "OAuth2 token query timer started with|OAuth2TokenQueryInProgressInThisProcess flag set to false"));
+    }
+
+    void theEndIsToldWhenTheNextTryIsKnown() {
+        QFETCH(int, worker);
+        QFETCH(QByteArray, reply);
+        QFETCH(QStringList, texts);
+        play(reply);
+        m_owner->held.expiryDate = m_owner->clock.addSecs(worker == 0 ? 200 : 7200);
+        TokenWorker* const workers[] = {m_tokenRefresher.get(), m_refresher.get(), m_fetcher.get()};
+        if (worker == 1)
+            m_slot->replaceToken(tokenNamed("first", 200));
+        if (worker == 2)
+            m_fetcher->TokenAcquired();
+        else
+            QCOMPARE(static_cast<RefreshWorker*>(workers[worker])->ask(false, RefreshWorker::Reason::Requested),
+                     RefreshWorker::Answer::Started);
+        waitForEnd(*workers[worker]);
+        const QStringList logged = m_fixture->logger->texts();
+        int from = 0;
+        for (const QString& text : qAsConst(texts)) {
+            const QStringList found = logged.mid(from).filter(text);
+            QVERIFY2(!found.isEmpty(), qPrintable(text + "\n\n" + logged.join('\n')));
+            from = logged.indexOf(found.first(), from);
+        }
+    }
+
+    // Both kinds of one process: one does not take the other for another process.
+    void theOlderInterfaceHasAQueryOfItsOwn() {
+        OAuth2TokenSlot older(*m_owner, OAuth2Settings::legacySpec());
+        OAuth2TokenFetcher fetcher(*m_owner, older, m_flags, "digest");
+        play(goodReply(), true, 100);
+        m_fetcher->TokenAcquired();
+        fetcher.TokenAcquired();
+        waitForEnd(*m_fetcher);
+        waitForEnd(fetcher);
+        QVERIFY(older.token().isPresent());
+        QVERIFY(!m_fixture->hasLogged("in another process"));
+        QVERIFY(older.queryFlag() != m_slot->queryFlag());
+    }
+
+    // A host has asked for a new token, and the server was busy. A refusal of the retry would sign the user out.
+    void aGoodTokenIsNotRefreshedAgain() {
+        m_slot->replaceToken(tokenNamed("good", 3600));
+        QTRY_COMPARE(interval(*m_refresher), 10 * minute);
+        play(answer(unavailable, ""));
+        QCOMPARE(m_refresher->ask(false, RefreshWorker::Reason::Requested), RefreshWorker::Answer::Started);
+        expectRetryIn(minute);
+        play(answer("400 Bad Request", ""));
+        fire(*m_refresher);
+        waitForEnd(*m_refresher);
+        QVERIFY(
+            m_fixture->hasLogged("OAuth2 token refresh timer message: OAuth2 token expires in 59 min. No need to refresh now"));
+        QCOMPARE(requests(), 1);
+        QCOMPARE(m_owner->forcedLogouts, 0);
+        QCOMPARE(interval(*m_refresher), 10 * minute);
+        QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
+        m_owner->loginExpired = true;
+        fire(*m_refresher);
+        QVERIFY(m_fixture->hasLogged("refresh timer message: Login session has expired. Cannot refresh token"));
+    }
+
+    void aSecondSignInDuringTheQueryIsServed() {
+        play(goodReply(), true, 150);
+        m_fetcher->TokenAcquired();
+        QTRY_COMPARE(requests(), 1);
+        m_owner->signIns = 2;
+        m_fetcher->TokenAcquired();
+        waitForEnd(*m_fetcher);
+        QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+        QCOMPARE(requests(), 2);
     }
 
     void onlyAQueryOfTheSameKindIsWaitedFor_data() {
@@ -139,6 +230,37 @@ private slots:
         QCOMPARE(requests(), isOurs ? 0 : 1);
         QCOMPARE(m_fixture->hasLogged("OAuth2 token query is in progress in another process. Waiting for it to finish."), isOurs);
         QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
+    }
+
+    void aTokenOfAnotherProcessIsAnnouncedOnce_data() {
+        const TestKit::Columns<bool, bool> row("isReadFirst", "isReported");
+        row("this process finds it", false, false);
+        row("another thread has read the file", true, false);
+        row("and the event of the other process has arrived", true, true);
+    }
+
+    // Whoever reads the file first, a host that waits for the token receives its event.
+    void aTokenOfAnotherProcessIsAnnouncedOnce() {
+        QFETCH(bool, isReadFirst);
+        QFETCH(bool, isReported);
+        m_owner->setTimeout(5000);
+        Util::ProcessGuard other(m_slot->queryLockName("digest"), m_fixture->folder.path());
+        QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
+        m_fetcher->TokenAcquired();
+        QTRY_VERIFY(m_fixture->hasLogged("Skipping query in this process"));
+        const auto adopt = [this, theirs = tokenNamed("theirs", 3600)] { m_slot->adopt(theirs); };
+        if (isReadFirst)
+            adopt();
+        else
+            m_owner->onCatchUp = adopt;
+        if (isReported)
+            m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
+        other.release();
+        waitForEnd(*m_fetcher);
+        if (!isReported)
+            m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
+        QCOMPARE(m_owner->raised.count(WebServicesPrivateCore::WebServicesEvent::OAuth2TokenAvailable), 1);
+        QCOMPARE(requests(), 0);
     }
 
 private:

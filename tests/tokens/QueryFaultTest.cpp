@@ -1,11 +1,12 @@
 // The automatic sign-in of a product: when its query is tried again, when it gives up, and what becomes of its result.
 
-#include "Tokens/Query/TokenFetcher.h"
+#include "Session/Products/TokenOperations.h"
 #include "WorkerFixture.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
+using Event = WebServicesPrivateCore::WebServicesEvent;
 using TestKit::answer;
 using TestKit::second;
 
@@ -72,6 +73,76 @@ private slots:
         QCOMPARE(interval(), -1);
     }
 
+    void aSecondSignInDuringTheQueryIsServed_data() {
+        const TestKit::Columns<bool, int, QString> row("byThisProduct", "expectedRequests", "token");
+        row("by another product", false, 2, "new-token");
+        row("by this one", true, 1, "own-token");
+    }
+
+    // The second sign-in finds the query in progress, and starts none of its own.
+    void aSecondSignInDuringTheQueryIsServed() {
+        QFETCH(bool, byThisProduct);
+        play(TestKit::goodTokenReply(), true, 150);
+        QVERIFY(m_fetcher->CheckAutomaticLogin());
+        QTRY_COMPARE(requests(), 1);
+        signInAgain(byThisProduct);
+        QVERIFY(m_fetcher->CheckAutomaticLogin());
+        waitForEnd(*m_fetcher);
+        QTEST(requests(), "expectedRequests");
+        QTEST(heldToken(), "token");
+        QCOMPARE(m_owner->raised.contains(Event::TokenAvailable), !byThisProduct);
+    }
+
+    // The timer of a failed query fires after the user has signed in here.
+    void aTimerOfAnEarlierSignInDoesNothing() {
+        play(answer("503 Service Unavailable", ""));
+        query();
+        signInAgain(true);
+        fire(*m_fetcher);
+        waitForEnd(*m_fetcher);
+        QCOMPARE(m_owner->raised, QVector<Event>());
+        QVERIFY(!m_fixture->hasLogged("Token acquired in another process."));
+        QCOMPARE(interval(), -1);
+    }
+
+    void oneProcessTriesAgainForAll_data() {
+        const TestKit::Columns<QByteArray, int, int, int> row("reply", "dies", "tries", "givesUp");
+        const QByteArray unavailable = answer("503 Service Unavailable", "");
+        row("all live", unavailable, 0, 6, 1);
+        row("one dies after its second try", unavailable, 2, 6, 1);
+        row("final refusal", TestKit::problemReply("400 Bad Request", "token_rejected"), 0, 1, 1);
+        row("bad body", answer("200 OK", "<html></html>"), 0, 1, 0);
+    }
+
+    void oneProcessTriesAgainForAll() {
+        QFETCH(QByteArray, reply);
+        QFETCH(int, dies);
+        play(reply, true, 50);
+        std::vector<std::unique_ptr<OtherProcess>> processes;
+        for (int number = 0; number < 3; ++number) {
+            processes.push_back(std::make_unique<OtherProcess>(*m_fixture, m_flags));
+            QVERIFY(processes.back()->fetcher.CheckAutomaticLogin());
+        }
+        for (int round = 1; round <= 12; ++round) {
+            for (const auto& process : processes)
+                waitForEnd(process->fetcher);
+            if (round == dies)
+                processes.erase(processes.begin());
+            for (const auto& process : processes) {
+                process->owner.clock = process->owner.clock.addMSecs(5 * second);
+                if (WorkerFixture::interval(process->fetcher) != -1)
+                    fireTimer(process->fetcher);
+            }
+        }
+        QTEST(requests(), "tries");
+        QTEST(m_fixture->logger->count("Failed to login automatically using another product's"), "givesUp");
+        // Nothing of this hinders a later start of a product.
+        play(TestKit::goodTokenReply());
+        QVERIFY(processes.front()->fetcher.CheckAutomaticLogin());
+        waitForEnd(processes.front()->fetcher);
+        QVERIFY(processes.front()->owner.held.areComplete());
+    }
+
     // It holds the lock and does nothing; when it is gone, the product signs in after all.
     void aHangingProcessDelaysTheSignInOnly() {
         play(TestKit::goodTokenReply());
@@ -86,6 +157,19 @@ private slots:
         QCOMPARE(heldToken(), QStringLiteral("new-token"));
     }
 
+    // The other process takes most of the time that one request may take, and then dies.
+    void aCallerWaitsUntilTheQueryEnds() {
+        play(TestKit::goodTokenReply(), true, 250);
+        Util::ProcessGuard other("Velquor.WebServices.TokenQuery.digest", m_fixture->folder.path());
+        QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
+        TokenOperations operations(*m_owner, std::make_unique<TestKit::FakeRequestFlags>(), "digest");
+        QVERIFY(operations.checkAutomaticLogin());
+        QTimer::singleShot(200, [&other] { other.release(); });
+        operations.waitForTokenQuery();
+        QVERIFY(!operations.isQueryInProgress());
+        QVERIFY(m_fixture->hasLogged("Finished waiting for token query. Token query successful."));
+    }
+
     void aQueryWorksWithoutLocks() {
         QVERIFY(m_fixture->folder.remove());
         makeFetcher();
@@ -95,8 +179,24 @@ private slots:
     }
 
 private:
+    struct OtherProcess {
+        OtherProcess(TestKit::SessionFixture& fixture, IRequestFlags& flags)
+            : owner(fixture)
+            , fetcher(owner, flags, "digest") {
+            owner.held = {};
+            owner.setTimeout(10000);
+        }
+        TestKit::FakeTokenOwner owner;
+        TokenFetcher fetcher;
+    };
+
     void makeFetcher() { m_fetcher = std::make_unique<TokenFetcher>(*m_owner, m_flags, "digest"); }
     [[nodiscard]] int interval() const { return WorkerFixture::interval(*m_fetcher); }
+    void signInAgain(bool byThisProduct) {
+        m_owner->signIns = 2;
+        if (byThisProduct)
+            m_owner->held = m_owner->tokensNamed("own-token", 3600);
+    }
     void query() {
         QVERIFY(m_fetcher->CheckAutomaticLogin());
         waitForEnd(*m_fetcher);

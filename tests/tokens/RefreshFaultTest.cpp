@@ -74,6 +74,31 @@ private slots:
         QCOMPARE(m_fixture->hasLogged("Failed to refresh token after 5 attempts."), !intervals.isEmpty());
     }
 
+    void aBurstOfCallersCountsOnceInAnOutage_data() {
+        // more: until the user is signed out
+        const TestKit::Columns<QByteArray, int> row("reply", "more");
+        row("503", answer("503 Service Unavailable", ""), 4);
+        row("401", TestKit::problemReply("401 Unauthorized", "token_rejected"), 0);
+    }
+
+    // Five callers within a second, each of which finds the token expired and sends a request.
+    void aBurstOfCallersCountsOnceInAnOutage() {
+        QFETCH(QByteArray, reply);
+        m_owner->held.expiryDate = m_owner->clock;
+        play(reply);
+        for (int caller = 0; caller < 5; ++caller) {
+            QCOMPARE(m_refresher->ask(true, RefreshWorker::Reason::Expired), RefreshWorker::Answer::Started);
+            waitForEnd(*m_refresher);
+            m_owner->clock = m_owner->clock.addMSecs(40);
+        }
+        int more = 0;
+        for (; more < 10 && m_owner->forcedLogouts == 0; ++more)
+            passTime();
+        QTEST(more, "more");
+        QCOMPARE(m_owner->forcedLogouts, 1);
+        QCOMPARE(requests(), 5 + more);
+    }
+
     // The timer comes hours late: one refresh follows at once, and a caller that finds the token fresh starts no second one.
     void aRefreshFollowsTheSleepOfTheMachine() {
         m_owner->held.expiryDate = m_owner->clock.addSecs(2 * 3600);

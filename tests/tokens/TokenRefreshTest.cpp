@@ -67,6 +67,42 @@ private slots:
         QVERIFY(m_fixture->hasLogged("https://127.0.0.1/api/echo: Login state is not valid."));
     }
 
+    // It has asked for no refresh, so only the wait itself is logged.
+    void aCallerWaitsForARefreshInProgress() {
+        const QString before = accessToken(*m_session);
+        delay("access-token", 300);
+        QVERIFY(m_session->RefreshToken(key, false));
+        QVERIFY(accessToken(*m_session) != before);
+        QVERIFY(m_fixture->hasLogged("Finished local event loop. Token refresh succeeded."));
+        QVERIFY(!m_fixture->hasLogged("Wait ended."));
+    }
+
+    void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed_data() {
+        const TestKit::Columns<bool> row("isSigning");
+        row("SignRequest", true);
+        row("GetAccessToken", false);
+    }
+
+    // A sign-in holds the lock until the service has answered.
+    void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed() {
+        QFETCH(bool, isSigning);
+        delay("request-token", 500);
+        m_fixture->logger->clear();
+        std::thread signingIn([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success); });
+        QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
+        std::thread caller([&] {
+            Util::SecretBytes token;
+            Util::SecretBytes tokenSecret;
+            QVERIFY(isSigning ? !m_session->SignRequest(key, order()).isEmpty()
+                              : m_session->GetAccessToken(key, true, token, tokenSecret));
+        });
+        QTRY_VERIFY(m_fixture->hasLogged(isSigning ? "SignRequest: Acquiring login" : "GetAccessToken: Acquiring login"));
+        expire();
+        signingIn.join();
+        caller.join();
+        QVERIFY(m_fixture->hasLogged("Token refreshed successfully."));
+    }
+
     void aSignOutElsewhereWinsOverARefresh() {
         const auto other = m_fixture->makeSession();
         QVERIFY(other->RestoreLogin(key, false));

@@ -53,6 +53,9 @@ protected:
     /// Sets the clock to the time of the next attempt and more, and lets the timer fire.
     void fire(const WebServices::Internal::TokenWorker& worker, qint64 moreMs = 0) {
         m_owner->clock = m_owner->clock.addMSecs(interval(worker) + moreMs);
+        fireTimer(worker);
+    }
+    static void fireTimer(const WebServices::Internal::TokenWorker& worker) {
         timer(worker)->stop();
         QVERIFY(QMetaObject::invokeMethod(timer(worker), "timeout"));
     }

@@ -62,7 +62,8 @@ RunWaiter::Outcome RunWaiter::wait(int timeoutMs) {
     QTimer timer;
     timer.setSingleShot(true);
     QObject::connect(&timer, &QTimer::timeout, &m_loop, &QEventLoop::quit);
-    timer.start(timeoutMs);
+    if (timeoutMs != noLimit)
+        timer.start(timeoutMs);
     // An end posted before this line is delivered by the loop, so none is missed.
     m_loop.exec(QEventLoop::ExcludeUserInputEvents);
     return {m_loop.code(), !m_loop.hasQuit()};

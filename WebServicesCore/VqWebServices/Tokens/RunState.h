@@ -78,8 +78,12 @@ public:
         bool isTimedOut = false;
     };
     [[nodiscard]] Outcome wait(int timeoutMs);
+    /// Until the operation ends, for one whose own steps all have a limit. True when it has succeeded.
+    [[nodiscard]] bool waitForEnd() { return wait(noLimit).result != 0; }
 
 private:
+    static constexpr int noLimit = -1;
+
     const std::shared_ptr<RunState> m_state;
     EventLoop m_loop;
 };

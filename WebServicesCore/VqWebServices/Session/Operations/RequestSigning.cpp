@@ -2,7 +2,6 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Session/Products/TokenOperations.h"
-#include "Tokens/TimedLock.h"
 #include "Values/WebServicesConfigurationImp.h"
 
 namespace Velquor::WebServices::Internal {
@@ -62,9 +61,23 @@ RequestSigning::Refusal RequestSigning::check(const Access& access) const {
     return access.checkExpiry && access.product->tokens().areExpired(m_state.services.now()) ? Refusal::Expired : Refusal::None;
 }
 
-RequestSigning::Refusal RequestSigning::admit(Access& access) const {
+RequestSigning::Refusal RequestSigning::lockAndCheck(Access& access, const QString& operation,
+                                                     std::optional<TimedLock>& lock) const {
+    lock.emplace(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, operation), m_state.services.loggers.lock);
+    // Look again: another thread may have replaced the product before this one got the lock.
     access.product = m_state.product(access.clientKey);
     return check(access);
+}
+
+RequestSigning::Refusal RequestSigning::enter(Access& access, const QString& operation, std::optional<TimedLock>& lock) {
+    prepareTokens(access);
+    const Refusal refusal = lockAndCheck(access, operation, lock);
+    if (refusal != Refusal::Expired || access.wasRefreshed || m_state.isInsideNetworkStep())
+        return refusal;
+    // The token has ended while this thread waited for the lock. A refresh needs the lock, so it is given back.
+    lock.reset();
+    prepareTokens(access);
+    return lockAndCheck(access, operation, lock);
 }
 
 QString RequestSigning::signingText(Refusal refusal, const QUrl& url) {
@@ -102,31 +115,29 @@ QString RequestSigning::tokenText(Refusal refusal) {
     return {};
 }
 
-RequestSigning::Access RequestSigning::prepareTokens(const QString& clientKey, bool checkExpiry) {
-    Access access{clientKey, checkExpiry, m_state.product(clientKey), false};
+void RequestSigning::prepareTokens(Access& access) {
+    access.product = m_state.product(access.clientKey);
     TokenOperations* const operations = access.product ? access.product->operations() : nullptr;
     if (!operations || checkState(access) != Refusal::None)
-        return access;
+        return;
     const auto isExpired = [&] {
-        return checkExpiry && m_state.isLoggedIn() && access.product->tokens().areExpired(m_state.services.now());
+        return access.checkExpiry && m_state.isLoggedIn() && access.product->tokens().areExpired(m_state.services.now());
     };
     const bool isBusy = operations->isQueryInProgress() || operations->isRefreshInProgress();
     if ((!isBusy && !isExpired()) || m_state.isInsideNetworkStep())
-        return access;
+        return;
     const bool wasExpired = isExpired();
     operations->waitForTokenQuery();
     operations->waitForRefresh();
     if (isExpired())
         (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
     access.wasRefreshed = wasExpired;
-    return access;
 }
 
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
-    Access access = prepareTokens(clientKey, order.checkExpiry);
-    const TimedLock lock(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, QStringLiteral("SignRequest")),
-                         m_state.services.loggers.lock);
-    const QString refused = signingText(admit(access), order.request.url);
+    Access access{clientKey, order.checkExpiry, {}, false};
+    std::optional<TimedLock> lock;
+    const QString refused = signingText(enter(access, QStringLiteral("SignRequest"), lock), order.request.url);
     if (!refused.isEmpty()) {
         logger(access).error(refused);
         return {};
@@ -163,10 +174,9 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
 
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,
                                     Util::SecretBytes& secret) {
-    Access access = prepareTokens(clientKey, checkExpiry);
-    const TimedLock lock(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, QStringLiteral("GetAccessToken")),
-                         m_state.services.loggers.lock);
-    const QString refused = tokenText(admit(access));
+    Access access{clientKey, checkExpiry, {}, false};
+    std::optional<TimedLock> lock;
+    const QString refused = tokenText(enter(access, QStringLiteral("GetAccessToken"), lock));
     if (!refused.isEmpty()) {
         logger(access).error(refused);
         return false;

@@ -2,9 +2,11 @@
 
 #include "Session/Core/SessionState.h"
 #include "Signing/VqOAuthWrapper.h"
+#include "Tokens/TimedLock.h"
 #include "VqUtil/General/Result.h"
 
 #include <VqWebServices/RequestParam.h>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -54,9 +56,10 @@ private:
     [[nodiscard]] Util::Result<QByteArray> sign(const ProductLoginSession& product, const SigningOrder& order) const;
     /// Waits for a running token query or refresh, and refreshes an expired token when the caller checks the expiry. A caller
     /// that will be refused anyway does not wait. With no lock held.
-    [[nodiscard]] Access prepareTokens(const QString& clientKey, bool checkExpiry);
-    /// Under the login session lock: finds the product again, which another thread may have replaced during the wait.
-    [[nodiscard]] Refusal admit(Access& access) const;
+    void prepareTokens(Access& access);
+    /// Prepares the tokens and takes the login session lock, under which the operation goes on when there is no refusal.
+    [[nodiscard]] Refusal enter(Access& access, const QString& operation, std::optional<TimedLock>& lock);
+    [[nodiscard]] Refusal lockAndCheck(Access& access, const QString& operation, std::optional<TimedLock>& lock) const;
     /// The product's logger, or without a product the logger of all products.
     [[nodiscard]] Log::ILogger& logger(const Access& access) const;
     [[nodiscard]] static QString lockName(const ProductSessionPointer& product, const QString& operation);

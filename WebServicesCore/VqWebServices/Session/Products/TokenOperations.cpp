@@ -129,7 +129,7 @@ void TokenOperations::waitForTokenQuery() {
         logger.information(elsewhere ? QStringLiteral("Token query is in progress in another process. Waiting for it to finish.")
                                      : QStringLiteral("Token query is in progress. Waiting for it to finish."));
     }
-    if (waiter.wait(m_owner.services().tokenTimeoutMs).result != 0)
+    if (waiter.waitForEnd())
         logger.information(QStringLiteral("Finished waiting for token query. Token query successful."));
     else
         logger.error(QStringLiteral("Finished waiting for token query. Token query failed."));
@@ -143,7 +143,7 @@ void TokenOperations::waitForRefresh() {
     logger.information(QStringLiteral("Token refresh is already in progress"));
     logger.information(QStringLiteral("Waiting for token refresh to finish"));
     const TokenRefreshLog steps(m_owner.services().loggers.refresher);
-    (void)RefreshWorker::waitForEnd(waiter, m_owner.services(), steps);
+    (void)RefreshWorker::waitInLoop(waiter, m_owner.services(), steps);
 }
 
 bool TokenOperations::isTokenRefreshTimerActive() const {

@@ -92,4 +92,8 @@ void OAuth2QueryLog::otherProcessTookTooLong() const {
         QStringLiteral("Finished waiting for OAuth2 token query to finish in another process. OAuth2 token query failed."));
 }
 
+void OAuth2QueryLog::resultIgnored() const {
+    log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
+}
+
 } // namespace Velquor::WebServices::Internal

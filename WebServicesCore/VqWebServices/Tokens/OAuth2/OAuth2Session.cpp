@@ -68,7 +68,7 @@ bool OAuth2Session::QueryOAuth2Token(bool synchronous) {
     }
     if (answer == QueryWorker::Answer::Wait || answer == QueryWorker::Answer::Joined) {
         const OAuth2QueryLog steps(m_owner.services().loggers.oauth2Fetcher);
-        return QueryWorker::waitForEnd(waiter, answer, m_owner.services(), steps);
+        return QueryWorker::waitForEnd(waiter, answer, steps);
     }
     return answer != QueryWorker::Answer::Refused;
 }
@@ -93,7 +93,7 @@ void OAuth2Session::waitForQuery() {
         return;
     RunWaiter waiter(m_queries);
     log().information(QStringLiteral("GetOAuth2AccessToken: OAuth2 token query is in progress. Waiting for it to finish."));
-    (void)waiter.wait(m_owner.services().tokenTimeoutMs);
+    (void)waiter.waitForEnd();
     log().information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for OAuth2 token query."));
 }
 

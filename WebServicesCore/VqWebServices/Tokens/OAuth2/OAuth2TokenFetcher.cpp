@@ -8,6 +8,7 @@
 #include "Values/WebServicesConfigurationImp.h"
 #include "VqUtil/General/HumanText.h"
 
+#include <limits>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -17,12 +18,13 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 namespace {
 
 constexpr int retryMs = 30000;
+constexpr int noMaximum = std::numeric_limits<int>::max() - 1;
 
 } // namespace
 
 OAuth2TokenFetcher::OAuth2TokenFetcher(ITokenOwner& owner, OAuth2TokenSlot& slot, IRequestFlags& flags, const QString& keyDigest)
     : QueryWorker(owner, flags, &Loggers::oauth2Fetcher, std::make_unique<OAuth2QueryLog>(owner.services().loggers.oauth2Fetcher),
-                  slot.queryLockName(keyDigest), slot.queryFlag())
+                  {slot.queryLockName(keyDigest), slot.queryFlag()}, {retryMs, noMaximum})
     , m_slot(slot) {}
 
 OAuth2TokenFetcher::~OAuth2TokenFetcher() {
@@ -44,8 +46,8 @@ void OAuth2TokenFetcher::emitFinished() {
 }
 
 void OAuth2TokenFetcher::gaveUpWaiting() {
+    startQueryTimer();
     finish(0);
-    startQueryTimer(retryMs);
 }
 
 void OAuth2TokenFetcher::TokenAcquired() {
@@ -71,7 +73,6 @@ void OAuth2TokenFetcher::TokenRefreshed() {
 }
 
 QString OAuth2TokenFetcher::refusal() {
-    m_signInId = owner().signInId();
     m_resent = false;
     const ConfigurationPointer configuration = owner().configuration();
     if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
@@ -86,28 +87,15 @@ QString OAuth2TokenFetcher::refusal() {
     return owner().tokens().areExpired(now()) ? unusable.arg(QStringLiteral("Token has expired")) : QString();
 }
 
-bool OAuth2TokenFetcher::takeFromFile() {
-    // A caller that started just after another query ended finds its result here.
-    if (m_slot.token().isValid(now()))
-        return true;
-    if (!owner().catchUpWithFile(owner().signInId()) || !m_slot.token().isValid(now()))
-        return false;
-    announceLoaded();
-    return true;
+QByteArray OAuth2TokenFetcher::usableToken() const {
+    const OAuth2TokenData token = m_slot.token();
+    return token.isValid(now()) ? token.token : QByteArray();
 }
 
 void OAuth2TokenFetcher::announceLoaded() {
     log().information(
         QStringLiteral("OAuth2 access token acquired in another process. Loading the OAuth2 token in this process."));
-    m_announced = m_slot.token().token;
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
-}
-
-void OAuth2TokenFetcher::OAuth2TokenAcquiredInAnotherProcess() {
-    // The file may have been read before the event arrived; the observers were notified then.
-    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) && m_slot.token().isValid(now())
-        && m_slot.token().token != m_announced)
-        announceLoaded();
 }
 
 bool OAuth2TokenFetcher::request() {
@@ -128,17 +116,12 @@ bool OAuth2TokenFetcher::request() {
     return true;
 }
 
-void OAuth2TokenFetcher::ignoreResult() {
-    log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since user has logged out."));
-    finish(0);
-}
-
 void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
-    // The user may have signed out, or another user signed in, during the request.
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
-        return ignoreResult();
     if (isAborted())
         return finish(0);
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
+        return ignoreResult();
     // OAuth2 was disabled after the request was sent: the discarded token must not come back.
     if (!owner().isOAuth2Enabled()) {
         log().information(QStringLiteral("OAuth2 token query finished. But ignoring the result since OAuth2 is not enabled."));
@@ -152,7 +135,7 @@ void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 
 void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
     // Another process may have signed the user out, or renewed the OAuth 1.0 token, which invalidates the one that was sent.
-    if (!owner().catchUpWithFile(m_signInId))
+    if (!owner().catchUpWithFile(signInId()))
         return ignoreResult();
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         if (!request())
@@ -179,14 +162,15 @@ QString OAuth2TokenFetcher::failureText(const ExchangeOutcome& outcome, const QS
 
 void OAuth2TokenFetcher::finishAndRetry(const QString& text) {
     log().error(text);
+    noteFailure();
+    startQueryTimer();
     finish(0);
-    startQueryTimer(retryMs);
     owner().raiseOAuth2Event(Event::OAuth2TokenQueryFailed, m_slot.spec());
 }
 
 void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     log().information(QStringLiteral("Got OAuth2 token"));
-    switch (m_slot.SetToken(reply.token, reply.expiryDate, m_signInId)) {
+    switch (m_slot.SetToken(reply.token, reply.expiryDate, signInId())) {
     case OAuth2TokenSlot::Stored::NotEncrypted:
         return finishAndRetry(QStringLiteral(
             "Failed to get OAuth2 token. Got OAuth2 token, but failed to write it to login state since encryption failed."));
@@ -194,8 +178,7 @@ void OAuth2TokenFetcher::succeeded(const OAuth2Reply& reply) {
     case OAuth2TokenSlot::Stored::Busy: return gaveUpWaiting();
     case OAuth2TokenSlot::Stored::Yes: break;
     }
-    // Before the run ends: a report of another process about the same token must not notify the observers again.
-    m_announced = m_slot.token().token;
+    noteAnnounced();
     finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenAcquired, m_slot.spec());
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());

@@ -23,14 +23,15 @@ public slots:
     /// The OAuth 1.0 token has been renewed: a query that failed because it had expired can succeed now.
     void TokenRefreshed();
     /// Another process reports that it has acquired the OAuth2 token.
-    void OAuth2TokenAcquiredInAnotherProcess();
+    void OAuth2TokenAcquiredInAnotherProcess() { acquiredElsewhere(); }
 
 signals:
     void OAuth2TokenQueryFinished();
 
 protected:
     [[nodiscard]] QString refusal() override;
-    [[nodiscard]] bool takeFromFile() override;
+    [[nodiscard]] QByteArray usableToken() const override;
+    void announceLoaded() override;
     [[nodiscard]] bool request() override;
     void handleReply(const ExchangeOutcome& outcome) override;
     void emitFinished() override;
@@ -41,14 +42,10 @@ private:
     void succeeded(const OAuth2Reply& reply);
     void failed(const ExchangeOutcome& outcome);
     void finishAndRetry(const QString& text);
-    void ignoreResult();
     void showQuery(bool isUnderWay);
-    void announceLoaded();
 
     OAuth2TokenSlot& m_slot;
-    QString m_signInId;
     ProductTokens m_sentTokens; ///< The OAuth 1.0 tokens of the last request.
-    QByteArray m_announced;     ///< The encrypted token that the observers were last notified of.
     bool m_resent = false;
     bool m_isShown = false; ///< The flag for queries of any kind is set.
 };

@@ -24,8 +24,7 @@ OAuth2TokenRefresher::OAuth2TokenRefresher(ITokenOwner& owner, OAuth2TokenSlot& 
     , m_slot(slot)
     , m_queries(std::move(queries))
     , m_turn(
-          owner, slot, flags, controller, tokenRefresher, poller(), [this] { request(); },
-          [this] { finishAndRetry(busyRetryMs); })
+          owner, slot, flags, controller, tokenRefresher, poller(), [this] { request(); }, [this] { putOff(); })
     , m_retry(owner.services().steadyClock) {}
 
 OAuth2TokenRefresher::~OAuth2TokenRefresher() {
@@ -44,16 +43,18 @@ QString OAuth2TokenRefresher::timerStopReason() const {
     QString reason = sharedStopReason();
     if (!reason.isEmpty())
         return reason;
-    if (!owner().isOAuth2Enabled())
-        return QStringLiteral("OAuth2 is not enabled");
     if (!m_slot.token().isPresent())
         return QStringLiteral("No OAuth2 token to refresh");
     return m_queries->isBusy() ? QStringLiteral("OAuth2 token query is in progress") : QString();
 }
 
 RefreshWorker::TokenState OAuth2TokenRefresher::tokenState() const {
+    if (!owner().configuration())
+        return {QStringLiteral("No configuration to refresh token"), false};
+    if (owner().isLoginExpired())
+        return {QStringLiteral("Login session has expired. Cannot refresh token"), false};
     const QString reason = timerStopReason();
-    return reason.isEmpty() ? expiryState(QStringLiteral("OAuth2 token %1. %2"), isRetry()) : TokenState{reason, false};
+    return reason.isEmpty() ? expiryState(QStringLiteral("OAuth2 token %1. %2")) : TokenState{reason, false};
 }
 
 void OAuth2TokenRefresher::TokenRefreshed() {
@@ -110,8 +111,8 @@ void OAuth2TokenRefresher::request() {
     if (isRenewed)
         return takeFromFile();
     if (isOnlyForExpired() && isValid) {
-        finish(1);
-        return updateRefreshTimer();
+        updateRefreshTimer();
+        return finish(1);
     }
     m_turn.publish();
     log().information(QStringLiteral("Refreshing OAuth2 token %1").arg(modeAdverb(isSynchronous())));
@@ -191,9 +192,14 @@ void OAuth2TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("OAuth2 token refreshed successfully. OAuth2 token expires in %1.")
                           .arg(Util::timeSpanText(now().msecsTo(reply->expiryDate))));
     forgetFailures();
-    finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenRefreshed, m_slot.spec());
     updateRefreshTimer();
+    finish(1);
+}
+
+void OAuth2TokenRefresher::endTurn() {
+    clearFlag();
+    m_turn.release();
 }
 
 void OAuth2TokenRefresher::forgetFailures() {
@@ -206,9 +212,9 @@ void OAuth2TokenRefresher::forgetFailures() {
 void OAuth2TokenRefresher::takeFromFile() {
     log().information(QStringLiteral("OAuth2 token refreshed in another process. Loading the refreshed token in this process."));
     forgetFailures();
-    finish(1);
     owner().raiseOAuth2Event(Event::OAuth2TokenAvailable, m_slot.spec());
     updateRefreshTimer();
+    finish(1);
 }
 
 void OAuth2TokenRefresher::refused() {

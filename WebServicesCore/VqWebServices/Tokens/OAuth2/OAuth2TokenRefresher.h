@@ -33,7 +33,7 @@ protected:
     [[nodiscard]] int shortestIntervalMs() const override { return 1000; }
     [[nodiscard]] TokenState tokenState() const override;
     void refresh() override;
-    void releaseLocks() override { m_turn.release(); }
+    void endTurn() override;
     void takeFromFile() override;
     void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override;

@@ -13,9 +13,11 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-// Scopes are equal whatever their case.
+// Scopes are equal whatever their case. A process may use the kind of the older interface beside the one without scope: with the
+// same name, one would take the other for another process.
 QString specText(const OAuth2TokenSpec& spec) {
-    return OAuth2TokenSpecImp::of(spec).toText().toLower();
+    const OAuth2TokenSpecImp& data = OAuth2TokenSpecImp::of(spec);
+    return (data.legacy ? QStringLiteral("legacy.%1") : QStringLiteral("%1")).arg(data.toText().toLower());
 }
 
 } // namespace
@@ -82,8 +84,6 @@ void OAuth2TokenSlot::adopt(const OAuth2TokenData& token) {
 void OAuth2TokenSlot::DiscardToken() {
     {
         const QMutexLocker lock(&m_mutex);
-        if (!m_token.isPresent())
-            return;
         m_token = {};
     }
     log().information(QStringLiteral("OAuth2 access token discarded"));

@@ -38,6 +38,8 @@ public:
     virtual void otherProcessSucceeded() const = 0;
     virtual void otherProcessFailed() const = 0;
     virtual void otherProcessTookTooLong() const = 0;
+    /// The sign-in for which the query was sent is over.
+    virtual void resultIgnored() const = 0;
 
 protected:
     [[nodiscard]] Log::ILogger& log() const { return *m_logger; }

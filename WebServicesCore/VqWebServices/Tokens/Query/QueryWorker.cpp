@@ -5,16 +5,18 @@
 namespace Velquor::WebServices::Internal {
 
 QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logger Loggers::*logger,
-                         std::unique_ptr<const QueryLog> steps, const QString& lockName, const QString& flag)
+                         std::unique_ptr<const QueryLog> steps, const Names& names, const Retries& retries)
     : TokenWorker(owner, logger)
     , m_flags(flags)
     , m_steps(std::move(steps))
-    , m_flag(flag)
-    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock) {}
+    , m_names(names)
+    , m_retries(retries)
+    , m_failures(names.lock, owner.services().lockFolder)
+    , m_lock(names.lock, owner.services().lockFolder, owner.services().loggers.lock) {}
 
 QueryWorker::~QueryWorker() {
     if (m_claimed)
-        m_flags.clear(m_flag);
+        m_flags.clear(m_names.flag);
 }
 
 QueryWorker::Answer QueryWorker::ask(bool synchronous) {
@@ -38,8 +40,8 @@ QueryWorker::Answer QueryWorker::ask(bool synchronous) {
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDependencies& services, const QueryLog& steps) {
-    const bool succeeded = waiter.wait(services.tokenTimeoutMs).result != 0;
+bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const QueryLog& steps) {
+    const bool succeeded = waiter.waitForEnd();
     if (answer == Answer::Joined)
         steps.joinedWaitEnded(succeeded);
     return succeeded;
@@ -48,22 +50,26 @@ bool QueryWorker::waitForEnd(RunWaiter& waiter, Answer answer, const TokenDepend
 void QueryWorker::startQuery(bool synchronous) {
     m_steps->slotCalled(synchronous);
     setSynchronous(synchronous);
+    m_isRetry = false;
     doQuery();
 }
 
 void QueryWorker::timerFired() {
     m_steps->timerFired();
-    if (run().enter() != RunState::Entry::Entered)
+    // A later sign-in has started a query of its own, unless it brought the token.
+    const bool isOfEarlierSignIn = owner().isLoggedIn() && owner().signInId() != m_signInId;
+    if (isOfEarlierSignIn || run().enter() != RunState::Entry::Entered)
         return;
     setSynchronous(false);
+    m_isRetry = true;
     doQuery();
 }
 
 void QueryWorker::doQuery() {
-    if (isTimerActive())
-        m_steps->timerStopped();
     stopTimer();
+    m_steps->timerStopped();
     m_steps->starting(isSynchronous());
+    m_signInId = owner().signInId();
     m_claiming.start();
     if (claim())
         query();
@@ -75,9 +81,9 @@ bool QueryWorker::claim() {
     if (!m_lock.acquire())
         return false;
     // The lock decides. A flag without the lock comes from a program that does not know the lock, or is left over.
-    m_claimed = m_flags.setUnlessElsewhere(m_flag);
+    m_claimed = m_flags.setUnlessElsewhere(m_names.flag);
     if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
-        m_flags.set(m_flag);
+        m_flags.set(m_names.flag);
         m_claimed = true;
     }
     if (!m_claimed)
@@ -105,13 +111,14 @@ void QueryWorker::waitForOtherProcess() {
 
 void QueryWorker::otherProcessEnded() {
     setElsewhere(false);
-    // The other process may have stored its token since we last read the file. Otherwise it has failed or died, and this process
-    // continues in its place.
+    // The other process may have stored its token since we last read the file. Otherwise it has failed, or it has died and this
+    // process continues in its place.
     if (m_taken || takeFromFile()) {
         m_steps->otherProcessSucceeded();
         return finish(1);
     }
     m_steps->otherProcessFailed();
+    m_isRetry = true;
     query();
 }
 
@@ -119,6 +126,9 @@ void QueryWorker::query() {
     // With the lock held: what another process has stored before it released the lock is in the file now.
     if (takeFromFile())
         return finish(1);
+    m_signInId = owner().signInId();
+    if (hasJustFailedElsewhere())
+        return leaveRetryToOther();
     const QString reason = refusal();
     if (!reason.isEmpty()) {
         log().error(reason);
@@ -127,6 +137,41 @@ void QueryWorker::query() {
     setHere(true);
     if (!request())
         finish(0);
+}
+
+// True when another process has stored a token, so that no query is needed.
+bool QueryWorker::takeFromFile() {
+    // Another thread may have read the file before.
+    return (!usableToken().isEmpty() || owner().catchUpWithFile(owner().signInId())) && announce();
+}
+
+void QueryWorker::acquiredElsewhere() {
+    // A query in progress finds the token itself.
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()))
+        (void)announce();
+}
+
+bool QueryWorker::announce() {
+    const QByteArray token = usableToken();
+    if (token.isEmpty())
+        return false;
+    m_failure = {};
+    if (std::exchange(m_announced, token) != token)
+        announceLoaded();
+    return true;
+}
+
+void QueryWorker::ignoreResult() {
+    m_steps->resultIgnored();
+    if (owner().catchUpWithFile(m_signInId) || !owner().isLoggedIn())
+        return finish(0);
+    // The later sign-in has found this query in progress, and started none of its own.
+    m_signInId = owner().signInId();
+    if (usableToken().isEmpty())
+        return query();
+    // The token of the sign-in itself, of which the observers know.
+    noteAnnounced();
+    finish(1);
 }
 
 void QueryWorker::setHere(bool here) {
@@ -139,21 +184,60 @@ void QueryWorker::setElsewhere(bool elsewhere) {
     m_steps->flagSetElsewhere(elsewhere);
 }
 
-void QueryWorker::startQueryTimer(int intervalMs) {
-    if (isTimerActive() && timerInterval() == intervalMs)
+// True when another process has sent the query since this one last looked, in vain.
+bool QueryWorker::hasJustFailedElsewhere() {
+    const QueryFailureFile::Failure failure = m_failures.read(m_signInId);
+    // Twice the interval, since timers are not exact.
+    const bool isNew = !(failure == m_failure) && failure.isWithin(2LL * m_retries.intervalMs, now().toMSecsSinceEpoch());
+    // The first try of a caller that waits is made in any case. It is also made when the other process has given up.
+    if (!isNew || (!m_isRetry && (isSynchronous() || failure.count > m_retries.maximum)))
+        return false;
+    m_failure = failure;
+    return true;
+}
+
+void QueryWorker::leaveRetryToOther() {
+    log().information(QStringLiteral("Skipping query in this process"));
+    if (mayRetry())
+        startQueryTimer();
+    finish(0);
+}
+
+void QueryWorker::noteFailure() {
+    // The count starts again when the last query was given up, or was for another sign-in.
+    const bool continues = mayRetry() && m_failure.signIn == m_failures.digest(m_signInId);
+    noteFailures(continues ? m_failure.count + 1 : 1);
+}
+
+void QueryWorker::noteFinalFailure() {
+    noteFailures(m_retries.maximum + 1);
+}
+
+void QueryWorker::noteFailures(int count) {
+    m_failure = {count, now().toMSecsSinceEpoch(), m_failures.digest(m_signInId)};
+    if (m_claimed)
+        m_failures.write(m_failure);
+}
+
+void QueryWorker::startQueryTimer() {
+    if (isTimerActive())
         return;
-    startTimer(intervalMs);
-    m_steps->timerStarted(intervalMs);
+    startTimer(m_retries.intervalMs);
+    m_steps->timerStarted(m_retries.intervalMs);
 }
 
 void QueryWorker::finish(int result) {
     poller().stop();
+    if (result != 0)
+        m_failure = {};
     if (m_here)
         setHere(false);
     if (m_elsewhere)
         setElsewhere(false);
     if (std::exchange(m_claimed, false)) {
-        m_flags.clear(m_flag);
+        if (result != 0)
+            m_failures.remove();
+        m_flags.clear(m_names.flag);
         m_lock.release();
     }
     // After the lock was released: a caller that wakes up may start the next query.

@@ -19,7 +19,8 @@ constexpr int maximumRetries = 5;
 
 TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest)
     : QueryWorker(owner, flags, &Loggers::fetcher, std::make_unique<TokenQueryLog>(owner.services().loggers.fetcher),
-                  QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery) {
+                  {QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery},
+                  {retryMs, maximumRetries}) {
     log().information(QStringLiteral("Constructor"));
 }
 
@@ -44,21 +45,21 @@ bool TokenFetcher::CheckAutomaticLogin() {
 }
 
 QString TokenFetcher::refusal() {
-    m_signInId = owner().signInId();
     return owner().otherLogin().isFound()
                ? QString()
                : QStringLiteral(
                    "Failed to query token. Client id or other product's session handle is empty. Possibly user logged out.");
 }
 
-bool TokenFetcher::takeFromFile() {
-    if (!owner().catchUpWithFile(owner().signInId()) || !owner().tokens().areComplete())
-        return false;
+QByteArray TokenFetcher::usableToken() const {
+    const ProductTokens tokens = owner().tokens();
+    return tokens.areComplete() ? tokens.accessToken : QByteArray();
+}
+
+void TokenFetcher::announceLoaded() {
     log().information(QStringLiteral("Token acquired in another process. Loading the token in this process."));
-    m_failureCount = 0;
     emit TokenAvailable();
     owner().raiseEvent(Event::TokenAvailable);
-    return true;
 }
 
 bool TokenFetcher::request() {
@@ -79,18 +80,13 @@ bool TokenFetcher::request() {
     return true;
 }
 
-void TokenFetcher::ignoreResult() {
-    log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
-    finish(0);
-}
-
 void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
     log().information(QStringLiteral("Token query network operation thread finished"));
-    // The user may have signed out, or another user signed in, during the request.
-    if (!owner().isLoggedIn() || owner().signInId() != m_signInId)
-        return ignoreResult();
     if (isAborted())
         return finish(0);
+    // The user may have signed out, or another user signed in, during the request.
+    if (!owner().isLoggedIn() || owner().signInId() != signInId())
+        return ignoreResult();
     log().information(QStringLiteral("Token query thread finished"));
     if (outcome.hasStatus200())
         storeReply(outcome);
@@ -104,11 +100,12 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     if (!tokens) {
         log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
                         .arg(outcome.reply.dump.join(QLatin1Char('\n'))));
+        noteFinalFailure();
         return finish(0);
     }
     log().information(QStringLiteral("Got token"));
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
-    switch (owner().store(*tokens, sessionExpiry, m_signInId)) {
+    switch (owner().store(*tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
@@ -116,7 +113,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
 }
 
 void TokenFetcher::stored(const QByteArray& userName) {
-    m_failureCount = 0;
+    noteAnnounced();
     // Some servers do not send the user name here.
     log().information(QStringLiteral("User %1 automatically logged in using another product's login credentials")
                           .arg(userName.isEmpty() ? owner().user() : QString::fromUtf8(userName)));
@@ -138,10 +135,11 @@ void TokenFetcher::handleFailure(const ExchangeOutcome& outcome) {
 }
 
 void TokenFetcher::countFailure() {
-    if (++m_failureCount <= maximumRetries) {
+    noteFailure();
+    if (mayRetry()) {
         log().warning(QStringLiteral("Will retry token query after %1").arg(Util::timeSpanText(retryMs)));
-        finish(0);
-        return startQueryTimer(retryMs);
+        startQueryTimer();
+        return finish(0);
     }
     log().error(QStringLiteral("Failed to query token after %1 attempts. Giving up token query.").arg(maximumRetries));
     giveUp();
@@ -150,14 +148,9 @@ void TokenFetcher::countFailure() {
 void TokenFetcher::giveUp() {
     log().error(QStringLiteral(
         "Failed to login automatically using another product's login credentials. Try to logout and login again."));
-    m_failureCount = 0;
+    noteFinalFailure();
     finish(0);
     owner().raiseEvent(Event::TokenQueryFailed);
-}
-
-void TokenFetcher::TokenAcquiredInAnotherProcess() {
-    if (!run().isBusy())
-        (void)takeFromFile();
 }
 
 void TokenFetcher::AbortTokenQuery() {

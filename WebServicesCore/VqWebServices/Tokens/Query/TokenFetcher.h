@@ -23,7 +23,7 @@ public:
 
 public slots:
     /// Another process reports that it has acquired the token.
-    void TokenAcquiredInAnotherProcess();
+    void TokenAcquiredInAnotherProcess() { acquiredElsewhere(); }
 
 signals:
     void TokenAvailable();
@@ -31,7 +31,8 @@ signals:
 
 protected:
     [[nodiscard]] QString refusal() override;
-    [[nodiscard]] bool takeFromFile() override;
+    [[nodiscard]] QByteArray usableToken() const override;
+    void announceLoaded() override;
     [[nodiscard]] bool request() override;
     void handleReply(const ExchangeOutcome& outcome) override;
     void emitFinished() override { emit TokenQueryFinished(); }
@@ -40,13 +41,9 @@ protected:
 private:
     void storeReply(const ExchangeOutcome& outcome);
     void stored(const QByteArray& userName);
-    void ignoreResult();
     void handleFailure(const ExchangeOutcome& outcome);
     void countFailure();
     void giveUp();
-
-    QString m_signInId;
-    int m_failureCount = 0;
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -89,4 +89,8 @@ void TokenQueryLog::otherProcessTookTooLong() const {
                     .arg(QStringLiteral("Token query failed")));
 }
 
+void TokenQueryLog::resultIgnored() const {
+    log().information(QStringLiteral("Token query finished. But ignoring the result since user has logged out."));
+}
+
 } // namespace Velquor::WebServices::Internal

@@ -26,6 +26,7 @@ public:
     void otherProcessSucceeded() const override;
     void otherProcessFailed() const override;
     void otherProcessTookTooLong() const override;
+    void resultIgnored() const override;
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -39,4 +39,8 @@ constexpr int networkRetryMs = 60000;
 
 constexpr int maximumRefreshFailures = 5;
 
+/// A server that is out of order is counted once in this time, whoever asks. A little less than the wait before another try,
+/// since timers are not exact.
+constexpr qint64 outagePauseMs = networkRetryMs * 9 / 10;
+
 } // namespace Velquor::WebServices::Internal

@@ -41,11 +41,16 @@ RefreshWorker::Answer RefreshWorker::ask(bool synchronous, Reason reason) {
     return synchronous ? Answer::Wait : Answer::Started;
 }
 
-bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps) {
+RunWaiter::Outcome RefreshWorker::waitInLoop(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps) {
     steps.waiting();
     const RunWaiter::Outcome outcome = waiter.wait(services.tokenTimeoutMs);
+    steps.finishedWaiting(outcome.result != 0, outcome.isTimedOut);
+    return outcome;
+}
+
+bool RefreshWorker::waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps) {
+    const RunWaiter::Outcome outcome = waitInLoop(waiter, services, steps);
     const bool succeeded = outcome.result != 0;
-    steps.finishedWaiting(succeeded, outcome.isTimedOut);
     if (outcome.isTimedOut)
         steps.waitTimedOut();
     else if (succeeded)
@@ -73,8 +78,7 @@ void RefreshWorker::doRefresh(bool synchronous) {
 
 void RefreshWorker::finish(int result) {
     poller().stop();
-    releaseLocks();
-    m_steps->flagSet(false);
+    endTurn();
     m_steps->emittingFinished();
     // After the locks were released: a caller that wakes up may start the next refresh.
     run().leave(result);
@@ -87,7 +91,16 @@ bool RefreshWorker::isAnotherToken() const {
 }
 
 void RefreshWorker::finishAndRetry(int intervalMs) {
+    armRetry(intervalMs);
     finish(0);
+}
+
+void RefreshWorker::putOff() {
+    finish(0);
+    armRetry(busyRetryMs);
+}
+
+void RefreshWorker::armRetry(int intervalMs) {
     // A token that another process has stored during the run needs no retry.
     if (isAnotherToken()) {
         forgetFailures();
@@ -127,9 +140,9 @@ QString RefreshWorker::sharedStopReason() const {
     return {};
 }
 
-RefreshWorker::TokenState RefreshWorker::expiryState(const QString& text, bool isRetry) const {
+RefreshWorker::TokenState RefreshWorker::expiryState(const QString& text) const {
     const qint64 seconds = now().secsTo(expiryDate());
-    const bool isDue = isRetry || isTimeToRefresh(seconds);
+    const bool isDue = isTimeToRefresh(seconds);
     const QString state =
         seconds <= 0 ? QStringLiteral("has expired") : QStringLiteral("expires in %1").arg(Util::timeSpanText(seconds * 1000));
     return {text.arg(state, isDue ? QStringLiteral("Time to refresh now") : QStringLiteral("No need to refresh now")), isDue};
@@ -158,9 +171,8 @@ void RefreshWorker::startRefreshTimer(int intervalMs) {
 }
 
 void RefreshWorker::stopRefreshTimer() {
-    if (isTimerActive())
-        m_steps->timerStopped();
     stopTimer();
+    m_steps->timerStopped();
     m_expectedArrival = {};
 }
 
@@ -172,10 +184,13 @@ void RefreshWorker::timerFired() {
     m_expectedArrival = arrival.addMSecs(timerInterval());
     const TokenState state = tokenState();
     m_steps->timerFired(state.text);
-    if (state.isDue)
+    if (state.isDue) {
         (void)ask(false, Reason::Requested);
-    else
-        updateRefreshTimer();
+        return;
+    }
+    // Nothing to try again: a caller wanted a new token ahead of time, and the old one is still good.
+    forgetFailures();
+    updateRefreshTimer();
 }
 
 bool RefreshWorker::isSettledElsewhere() {
@@ -192,6 +207,7 @@ bool RefreshWorker::isSettledElsewhere() {
 
 void RefreshWorker::giveUp(const QString& text) {
     log().error(text);
+    // First, since the sign-out asks the server: a caller that waits on the main thread must not wait for that too.
     finish(0);
     owner().forceLogout(m_signInId);
 }

@@ -36,6 +36,8 @@ public:
     /// The second half of a synchronous call: waits and returns whether the refresh succeeded. Any thread but the worker's.
     /// The worker may be gone by then, so the caller brings the log along.
     [[nodiscard]] static bool waitForEnd(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps);
+    /// The wait of a caller that has not asked for the refresh.
+    static RunWaiter::Outcome waitInLoop(RunWaiter& waiter, const TokenDependencies& services, const RefreshLog& steps);
 
 signals:
     void StartRefreshToken(bool synchronous);
@@ -61,12 +63,13 @@ protected:
     [[nodiscard]] virtual TokenState tokenState() const = 0;
     /// The refresh itself; one at a time, ended by `finish`.
     virtual void refresh() = 0;
-    /// Releases the locks of a refresh that ends.
-    virtual void releaseLocks() = 0;
+    /// Releases the locks of a refresh that ends, and shows with `clearFlag` that it is over.
+    virtual void endTurn() = 0;
+    void clearFlag() { m_steps->flagSet(false); }
 
     /// The token as it is now, encrypted; empty when there is none.
     [[nodiscard]] virtual QByteArray heldToken() const = 0;
-    /// There is a new token, from this or another process: the failures of the old one no longer count.
+    /// The failures so far no longer count: there is a new token, from this or another process, or the old one still lives.
     virtual void forgetFailures() = 0;
 
     /// Ends the run with the token that another process has obtained.
@@ -78,7 +81,7 @@ protected:
     [[nodiscard]] QString sharedStopReason() const;
 
     /// The remaining life of the token and whether to refresh it now, as text of the given form ("Token %1. %2").
-    [[nodiscard]] TokenState expiryState(const QString& text, bool isRetry) const;
+    [[nodiscard]] TokenState expiryState(const QString& text) const;
 
     void updateRefreshTimer();
     void stopRefreshTimer();
@@ -86,6 +89,8 @@ protected:
     void finish(int result);
     /// Ends a failed run. Another try follows, unless a new token has arrived during the run.
     void finishAndRetry(int intervalMs);
+    /// The same for a run that had to wait for others too long.
+    void putOff();
     /// Ends a run whose sign-in is over. There may be a new sign-in with tokens of its own.
     void finishForSignInGone(const QString& text);
 
@@ -103,9 +108,6 @@ protected:
     void noteTriedToken() { m_triedToken = heldToken(); }
     /// Whether there is another token than the one that the present or last run tried to renew.
     [[nodiscard]] bool isAnotherToken() const;
-    /// The timer runs for another try, not for the expiry of the token.
-    [[nodiscard]] bool isRetry() const { return m_isRetry; }
-
     /// The run was requested with Reason::Expired.
     [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
 
@@ -113,12 +115,13 @@ private:
     std::atomic<quintptr> m_threadId{0}; ///< The system's id of this object's thread, for the log; 0 until it runs.
     void timerFired() final;
     void doRefresh(bool synchronous);
+    void armRetry(int intervalMs);
 
     const std::unique_ptr<const RefreshLog> m_steps;
     QDateTime m_expectedArrival;
     QByteArray m_triedToken;
     QString m_signInId;
-    bool m_isRetry = false;
+    bool m_isRetry = false; ///< The timer runs for another try, not for the expiry of the token.
     std::atomic<bool> m_onlyForExpired{false};
 };
 

@@ -19,7 +19,7 @@ TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller
     , m_queries(std::move(queries))
     , m_pending(pending)
     , m_turn(
-          owner, controller, flags, poller(), [this] { request(); }, [this] { finishAndRetry(busyRetryMs); }) {}
+          owner, controller, flags, poller(), [this] { request(); }, [this] { putOff(); }) {}
 
 TokenRefresher::~TokenRefresher() {
     m_turn.release();
@@ -36,7 +36,7 @@ RefreshWorker::TokenState TokenRefresher::tokenState() const {
         return {QStringLiteral("No configuration to refresh token"), false};
     if (owner().isLoginExpired())
         return {QStringLiteral("Login session has expired. Cannot refresh token"), false};
-    return expiryState(QStringLiteral("Token %1. %2"), false);
+    return expiryState(QStringLiteral("Token %1. %2"));
 }
 
 QString TokenRefresher::refusal() const {
@@ -66,8 +66,8 @@ void TokenRefresher::request() {
     if (isAnotherToken() && !owner().tokens().areExpired(now()))
         return takeFromFile();
     if (isOnlyForExpired() && !owner().tokens().areExpired(now())) {
-        finish(1);
-        return updateRefreshTimer();
+        updateRefreshTimer();
+        return finish(1);
     }
     m_turn.publish();
     log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
@@ -97,12 +97,17 @@ void TokenRefresher::sendRequest(bool withToken) {
     send(request, QStringLiteral("GET"), {});
 }
 
+void TokenRefresher::endTurn() {
+    m_turn.release();
+    clearFlag();
+}
+
 void TokenRefresher::takeFromFile() {
     log().information(QStringLiteral("Token refreshed in another process. Loading the refreshed token in this process."));
     forgetFailures();
+    updateRefreshTimer();
     finish(1);
     emit TokenRefreshed(owner().productKey());
-    updateRefreshTimer();
 }
 
 void TokenRefresher::signInGone() {
@@ -157,10 +162,11 @@ void TokenRefresher::stored(const ProductTokens& tokens) {
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
                           .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
                                Util::timeSpanText(now().msecsTo(owner().sessionExpiryDate()))));
-    finish(1);
-    emit TokenRefreshed(owner().productKey());
     owner().raiseEvent(Event::TokenRefreshed);
     updateRefreshTimer();
+    finish(1);
+    // The receivers start requests that need the lock.
+    emit TokenRefreshed(owner().productKey());
 }
 
 void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
@@ -168,6 +174,8 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
     if (isClock)
         services().clockProblemSeen();
     log().error(QStringLiteral("Failed to refresh token. %1%2").arg(outcome.errorText(), outcome.problemText()));
+    if (!isClock && isSameOutage(outcome))
+        return retryAfter(networkRetryMs);
     if (outcome.reply.status != 400 || isClock)
         return countFailure(isClock);
     // Only this refusal is a verdict on the token. Other errors may come from the framework repeating a request without an
@@ -187,6 +195,22 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
 void TokenRefresher::retryAfter(int intervalMs) {
     log().warning(QStringLiteral("Will retry token refresh after %1").arg(Util::timeSpanText(intervalMs)));
     finishAndRetry(intervalMs);
+}
+
+void TokenRefresher::forgetFailures() {
+    m_failureCount = 0;
+    m_outageMs.reset();
+}
+
+bool TokenRefresher::isSameOutage(const ExchangeOutcome& outcome) {
+    constexpr int firstServerError = 500;
+    if (outcome.reply.status < firstServerError)
+        return false;
+    const qint64 nowMs = services().steadyClock() / 1000000;
+    const bool isSame = m_outageMs && nowMs - *m_outageMs < outagePauseMs;
+    if (!isSame)
+        m_outageMs = nowMs;
+    return isSame;
 }
 
 void TokenRefresher::countFailure(bool isClockProblem) {

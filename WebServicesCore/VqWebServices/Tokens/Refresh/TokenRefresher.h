@@ -4,6 +4,8 @@
 #include "Tokens/Refresh/RefreshWorker.h"
 #include "Tokens/Refresh/TokenRefreshTurn.h"
 
+#include <optional>
+
 namespace Velquor::WebServices::Internal {
 
 /// Renews the OAuth 1.0 access token of a product before it expires, with the product's session handle.
@@ -34,11 +36,11 @@ protected:
     [[nodiscard]] int shortestIntervalMs() const override { return 2000; }
     [[nodiscard]] TokenState tokenState() const override;
     void refresh() override;
-    void releaseLocks() override { m_turn.release(); }
+    void endTurn() override;
     void takeFromFile() override;
     void signInGone() override;
     [[nodiscard]] QByteArray heldToken() const override { return owner().tokens().accessToken; }
-    void forgetFailures() override { m_failureCount = 0; }
+    void forgetFailures() override;
     void handleReply(const ExchangeOutcome& outcome) override;
 
 private:
@@ -48,6 +50,8 @@ private:
     void succeeded(const ExchangeOutcome& outcome);
     void stored(const ProductTokens& tokens);
     void handleRefusal(const ExchangeOutcome& outcome);
+    /// A failure of a server that is out of order, so soon after the last one that it counts as the same.
+    [[nodiscard]] bool isSameOutage(const ExchangeOutcome& outcome);
     void countFailure(bool isClockProblem);
     void retryAfter(int intervalMs);
 
@@ -55,6 +59,7 @@ private:
     const PendingRefreshFile m_pending;
     TokenRefreshTurn m_turn;
     int m_failureCount = 0;
+    std::optional<qint64> m_outageMs; ///< When an outage of the server was last counted, on the steady clock.
     bool m_mayBeSpent = false; ///< An earlier refresh of the token has had no answer; the server may have invalidated the token.
 };
 

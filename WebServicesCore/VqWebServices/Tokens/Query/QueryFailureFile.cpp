@@ -1,0 +1,44 @@
+#include "Tokens/Query/QueryFailureFile.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QStringList>
+
+namespace Velquor::WebServices::Internal {
+
+namespace {
+
+constexpr int maximumSize = 256;
+constexpr int digestSize = 16;
+
+} // namespace
+
+QueryFailureFile::QueryFailureFile(const QString& lockName, const QString& folder)
+    : m_path(QStringLiteral("%1/%2.failed").arg(folder, lockName)) {}
+
+QString QueryFailureFile::digest(const QString& signInId) {
+    return QString::fromLatin1(QCryptographicHash::hash(signInId.toUtf8(), QCryptographicHash::Sha256).toHex().left(digestSize));
+}
+
+QueryFailureFile::Failure QueryFailureFile::read(const QString& signInId) const {
+    QFile file(m_path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QStringList words = QString::fromLatin1(file.read(maximumSize)).split(QLatin1Char(' '));
+    const Failure failure{words.value(0).toInt(), words.value(1).toLongLong(), words.value(2)};
+    return failure.signIn == digest(signInId) ? failure : Failure();
+}
+
+void QueryFailureFile::write(const Failure& failure) const {
+    QFile file(m_path);
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    file.write(QStringLiteral("%1 %2 %3").arg(failure.count).arg(failure.timeMs).arg(failure.signIn).toLatin1());
+}
+
+void QueryFailureFile::remove() const {
+    QFile::remove(m_path);
+}
+
+} // namespace Velquor::WebServices::Internal
