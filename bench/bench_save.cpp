@@ -26,7 +26,7 @@ using namespace Velquor::WebServices::Internal;
 using Bench::QuietLogger;
 
 constexpr int productCount = 20;
-constexpr double goal = 1.5;
+constexpr double goal = 1.2;
 
 class SilentEvents final : public ISessionEvents {
 public:
@@ -43,19 +43,22 @@ public:
     explicit Process(int ownProducts)
         : m_folder(new QTemporaryDir)
         , m_state(std::make_unique<SessionState>(services(), &m_events)) {
-        m_state->setRestored();
         BasicLoginState state;
-        state.clientId = m_state->services.cryptor->encrypt("client");
+        state.clientId = m_state->services().cryptor->encrypt("client");
         state.userName = state.userId = QStringLiteral("ada");
-        state.loginDate = m_state->services.now();
-        m_state->binding.bind(state);
-        m_state->setBasic(state);
+        state.loginDate = m_state->services().now();
+        m_state->binding().bind(state);
+        LockedState(*m_state).setRestored();
+        LockedState(*m_state).setBasic(state);
         configure(productCount);
-        LoginStateStore(*m_state).save();
+        (void)store();
         // Starts again from the file, since a process that saves has read what the others wrote.
         m_state = std::make_unique<SessionState>(services(), &m_events);
-        LoginStateStore(*m_state).restore();
-        m_state->setRestored();
+        {
+            LockedState restored(*m_state);
+            LoginStateStore(restored).restore();
+            restored.setRestored();
+        }
         configure(ownProducts);
     }
 
@@ -65,19 +68,24 @@ public:
             tokens.expiryDate = tokens.expiryDate.addSecs(1);
             product->setTokens(tokens);
         }
-        return LoginStateStore(*m_state).save() == LoginStateStore::Result::Saved;
+        return store();
     }
 
     bool saveAtLeast() {
         QDomDocument document;
-        const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_state->file.path(), 1024 * 1024);
+        const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_state->services().loginStateFile, 1024 * 1024);
         if (!document.setContent(file.data))
             return false;
         document.documentElement().setAttribute(QStringLiteral("LastSavedBy"), ++m_number);
-        return static_cast<bool>(Util::AtomicFile::write(m_state->file.path(), document.toByteArray(2)));
+        return static_cast<bool>(Util::AtomicFile::write(m_state->services().loginStateFile, document.toByteArray(2)));
     }
 
 private:
+    [[nodiscard]] bool store() {
+        LockedState state(*m_state);
+        return LoginStateStore(state).save() == LoginStateStore::Result::Saved;
+    }
+
     [[nodiscard]] SessionDependencies services() const {
         SessionDependencies made;
         made.loggers = Loggers::all(std::make_shared<QuietLogger>());
@@ -94,16 +102,17 @@ private:
         m_own.clear();
         for (int index = 0; index < count; ++index) {
             const QString key = QStringLiteral("8a6f1c0b2e594d7b9d%1").arg(index, 2, 10, QLatin1Char('0'));
-            m_state->clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+            m_state->clients().add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
             WebServicesConfiguration configuration;
             configuration.SetConsumerKey(key.toStdWString().c_str());
             configuration.SetConsumerSecret(L"kd94hf93k423kf44-pfkkdhi9sl3r4s00");
-            m_state->clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration));
-            m_own += ProductConfigurator(*m_state).configure(key);
-            const auto seal = [this](const char* text) { return m_state->services.cryptor->encrypt(text); };
+            m_state->clients().setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration));
+            LockedState state(*m_state);
+            m_own += ProductConfigurator(state).configure(key);
+            const auto seal = [this](const char* text) { return m_state->services().cryptor->encrypt(text); };
             if (!m_own.last()->tokens().areComplete())
                 m_own.last()->setTokens({seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"),
-                                         m_state->services.now().addDays(1)});
+                                         m_state->services().now().addDays(1)});
         }
     }
 

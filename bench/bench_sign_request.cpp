@@ -57,19 +57,20 @@ public:
 private:
     static void writeState(const SessionDependencies& services) {
         SessionState core(services, nullptr);
-        core.clients.add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
-        core.clients.setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration()));
-        core.setRestored();
-        BasicLoginState state;
-        state.clientId = services.cryptor->encrypt("client");
-        state.userName = state.userId = QStringLiteral("ada");
-        state.loginDate = services.now();
-        core.binding.bind(state);
-        core.setBasic(state);
+        core.clients().add({key, 1, QStringLiteral("Bench"), QStringLiteral("/bench")});
+        core.clients().setConfiguration(key, std::make_shared<const WebServicesConfiguration>(configuration()));
+        LockedState state(core);
+        state.setRestored();
+        BasicLoginState user;
+        user.clientId = services.cryptor->encrypt("client");
+        user.userName = user.userId = QStringLiteral("ada");
+        user.loginDate = services.now();
+        core.binding().bind(user);
+        state.setBasic(user);
         const auto seal = [&services](const char* text) { return services.cryptor->encrypt(text); };
-        ProductConfigurator(core).configure(key)->setTokens(
+        ProductConfigurator(state).configure(key)->setTokens(
             {seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), services.now().addDays(1)});
-        LoginStateStore(core).save();
+        LoginStateStore(state).save();
     }
 
     QTemporaryDir m_folder;

@@ -19,9 +19,15 @@ public:
     /// Applies what other processes have written.
     void lookAtFile();
     void restoreAndSignIn();
-    WebServices::Internal::LoginStateStore::Result save() { return WebServices::Internal::LoginStateStore(core).save(); }
+    void setUser(const WebServices::Internal::BasicLoginState& user);
+    /// The product of this process, configured.
+    WebServices::Internal::ProductSessionPointer product();
+    WebServices::Internal::LoginStateStore::Result save();
     /// Saves the tokens of this product alone.
     WebServices::Internal::LoginStateStore::Result saveTokens();
+    /// Saves the present user as one who has just signed in.
+    WebServices::Internal::LoginStateStore::Result saveSignIn();
+    bool endSignIn();
 
     [[nodiscard]] QByteArray token(const QString& consumerKey = demoKey);
 

@@ -28,7 +28,7 @@ public:
         : m_fixture(arguments.value(2), arguments.value(3))
         , m_process(m_fixture, arguments.value(4)) {
         m_process.restore();
-        const ProductSessionPointer product = m_process.core.products.find(arguments.value(4), Production);
+        const ProductSessionPointer product = m_process.core.products().find(arguments.value(4), Production);
         m_number = product ? SaveHelper::numberOf(product->tokens().expiryDate) : 0;
     }
 
@@ -77,7 +77,8 @@ public:
     }
 
     int hold() {
-        const LoginStateFile::Guard guard(m_process.core.file);
+        LockedState state(m_process.core);
+        const LoginStateFile::Guard guard(state.file());
         if (!guard.isHeld())
             return 1;
         say("ready");

@@ -146,7 +146,7 @@ private slots:
         SessionState core(fixture.services(), &events);
         EventReactions reactions(core);
         if (isRestored)
-            core.setRestored();
+            LockedState(core).setRestored();
         events.canLook = canLook;
         reactions.eventReceived(event, demoKey);
         QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
@@ -161,9 +161,9 @@ private slots:
         RecordingEvents events;
         SessionState core(fixture.services(), &events);
         const auto add = [&core](const QString& clientKey, const QString& consumerKey) {
-            core.clients.add({clientKey, 1, clientKey, "/opt/product"});
-            core.clients.setConfiguration(clientKey, std::make_shared<const WebServicesConfiguration>(
-                                                         TestKit::SessionFixture::configuration(consumerKey, "secret")));
+            core.clients().add({clientKey, 1, clientKey, "/opt/product"});
+            core.clients().setConfiguration(clientKey, std::make_shared<const WebServicesConfiguration>(
+                                                           TestKit::SessionFixture::configuration(consumerKey, "secret")));
         };
         add("first", demoKey);
         add("second", demoKey);
@@ -177,18 +177,18 @@ private slots:
         reactions.eventReceived(Event::OAuth2Enabled, {demoKey, wished});
         QVERIFY(fixture.hasLogged(enabling));
         for (const char* const client : {"first", "second"})
-            QCOMPARE(core.clients.oauth2(QLatin1String(client)).defaultSpec(), wished);
-        QVERIFY(!core.clients.oauth2("stranger").isEnabled);
+            QCOMPARE(core.clients().oauth2(QLatin1String(client)).defaultSpec(), wished);
+        QVERIFY(!core.clients().oauth2("stranger").isEnabled);
         fixture.logger->clear();
         reactions.eventReceived(Event::OAuth2Enabled, {demoKey, wished});
         QVERIFY(!fixture.hasLogged(enabling));
 
-        core.clients.enableOAuth2("stranger", wished);
+        core.clients().enableOAuth2("stranger", wished);
         reactions.eventReceived(Event::OAuth2Disabled, demoKey);
         QVERIFY(fixture.hasLogged(QStringLiteral(
             "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process.")));
-        QVERIFY(!core.clients.isOAuth2Used(demoKey, Production));
-        QVERIFY(core.clients.isOAuth2Used(otherKey, Production));
+        QVERIFY(!core.clients().isOAuth2Used(demoKey, Production));
+        QVERIFY(core.clients().isOAuth2Used(otherKey, Production));
         QCOMPARE(events.here,
                  QVector<Event>({Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Enabled, Event::OAuth2Disabled}));
         QVERIFY(events.toOthers.isEmpty());

@@ -56,7 +56,7 @@ private slots:
         second.restore();
         BasicLoginState same = second.core.basic();
         second.signIn("ada");
-        second.core.setBasic(same);
+        second.setUser(same);
         QCOMPARE(second.save(), LoginStateStore::Result::Saved);
         QCOMPARE(first.save(), LoginStateStore::Result::Saved);
         QVERIFY(m_fixture->hasLogged(
@@ -104,7 +104,7 @@ private slots:
         first.restoreAndSignIn();
         Process second(*m_fixture);
         second.restore();
-        QVERIFY(LoginStateStore(second.core).endSignIn(second.core.basic()));
+        QVERIFY(second.endSignIn());
         first.save();
         QVERIFY(m_fixture->element({"LoginSession"}).isNull());
         QVERIFY(m_fixture->hasLogged("The user was signed out by another process"));
@@ -196,7 +196,8 @@ private slots:
             product.removeChild(product.firstChildElement("AccessTokenSecret"));
         m_fixture->writeFile(document.toByteArray());
         Process process(*m_fixture);
-        LoginStateStore(process.core).loadBasic();
+        LockedState state(process.core);
+        LoginStateStore(state).loadBasic();
         process.restore();
         QVERIFY(!process.core.isLoggedIn());
         QVERIFY(process.core.basic().userName.isEmpty());
@@ -264,8 +265,8 @@ private slots:
         process.signIn("ada");
         BasicLoginState state = process.core.basic();
         state.userName = state.userId = state.ldapDomainKey = name;
-        process.core.setBasic(state);
-        process.core.products.find(demoKey, Production)->setProduct(name, name);
+        process.setUser(state);
+        process.core.products().find(demoKey, Production)->setProduct(name, name);
         QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         Process next(*m_fixture);
         next.restore();
@@ -302,7 +303,7 @@ private slots:
         QCOMPARE(m_fixture->fileContents().count("<Product "), 1);
         m_fixture->writeFile(document.toByteArray());
         process.lookAtFile();
-        QVERIFY(LoginStateStore(process.core).endSignIn(process.core.basic()));
+        QVERIFY(process.endSignIn());
         QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
     }
 

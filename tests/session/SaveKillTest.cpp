@@ -83,7 +83,7 @@ private:
         TestKit::StateProcess next(fixture, demoKey);
         next.restore();
         QStringList faults = fixture.logger->texts(Log::Level::Error);
-        const ProductSessionPointer product = next.core.products.find(demoKey, Production);
+        const ProductSessionPointer product = next.core.products().find(demoKey, Production);
         const int found = product ? SaveHelper::numberOf(product->tokens().expiryDate) : 0;
         if (found < m_acknowledged)
             faults += QStringLiteral("Save %1 was acknowledged, but %2 is in the file").arg(m_acknowledged).arg(found);

@@ -49,7 +49,8 @@ private slots:
         const QByteArray before = m_fixture->fileContents();
         const TestKit::Stopwatch timer;
         {
-            const LoginStateFile::Guard guard(m_process->core.file, briefMs);
+            LockedState state(m_process->core);
+            const LoginStateFile::Guard guard(state.file(), briefMs);
             QVERIFY(!guard.isHeld());
         }
         const qint64 elapsed = timer.elapsed();

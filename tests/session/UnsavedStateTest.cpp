@@ -1,6 +1,5 @@
 // The login state file cannot be read or written for a while: what is newer in memory stays, and reaches the file in the end.
 
-#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Operations/SignOutFlow.h"
 #include "TestKit/BlockedFile.h"
 #include "TestKit/ServiceTest.h"
@@ -74,9 +73,9 @@ private slots:
         process.restoreAndSignIn();
         const TestKit::BlockedFile blocked(m_fixture->file());
         process.lookAtFile();
-        QVERIFY(process.core.file.seenStamp() != process.core.file.currentStamp());
+        QVERIFY(process.core.hasFileChanged());
         process.restore();
-        QVERIFY(process.core.file.seenStamp() != process.core.file.currentStamp());
+        QVERIFY(process.core.hasFileChanged());
         QVERIFY(process.core.isLoggedIn());
     }
 
@@ -97,8 +96,7 @@ private slots:
         if (!later.isEmpty()) {
             QVERIFY(SignOutFlow(second.core).complete({}));
             second.signIn(later);
-            QCOMPARE(LoginStateStore(second.core).saveSignIn(*ProductConfigurator(second.core).configure(key)),
-                     LoginStateStore::Result::Saved);
+            QCOMPARE(second.saveSignIn(), LoginStateStore::Result::Saved);
         }
         QVERIFY(SignOutFlow(first.core).complete({}));
         QVERIFY(!first.core.isLoggedIn());
@@ -137,7 +135,7 @@ private slots:
             signInAgain(*session, key, bobOfTheService);
         } else {
             late.signIn("bob");
-            LoginStateStore(late.core).saveSignIn(*ProductConfigurator(late.core).configure(key));
+            late.saveSignIn();
         }
         QCOMPARE(m_fixture->userInFile(), QStringLiteral("bob"));
         before.lookAtFile();
@@ -176,8 +174,10 @@ private slots:
             blocked.emplace(m_fixture->file());
         const OAuth2TokenData token{RT, QString(), m_fixture->cryptor->encrypt("token"),
                                     QDateTime::currentDateTimeUtc().addSecs(60)};
-        QCOMPARE(LoginStateStore(second.core).saveOAuth2(*ProductConfigurator(second.core).configure(key), token),
-                 LoginStateStore::Result::Failed);
+        {
+            LockedState state(second.core);
+            QCOMPARE(LoginStateStore(state).saveOAuth2(*second.product(), token), LoginStateStore::Result::Failed);
+        }
         blocked.reset();
         QVERIFY(m_fixture->hasLogged(logged));
         QCOMPARE(m_fixture->fileContents(), before);

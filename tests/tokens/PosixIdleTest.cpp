@@ -99,7 +99,7 @@ private:
                 process.signIn("ada", expiry);
             else
                 process.takeTokens(expiry);
-            QCOMPARE(LoginStateStore(process.core).save(), LoginStateStore::Result::Saved);
+            QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         }
     }
 };

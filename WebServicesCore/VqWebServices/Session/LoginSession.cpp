@@ -10,7 +10,6 @@
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateStore.h"
 
-#include <QMutexLocker>
 #include <QTimer>
 #include <utility>
 
@@ -43,7 +42,7 @@ LoginSession::LoginSession(const SessionDependencies& services, const ClientIden
     if (!services.isSSOServer) {
         AddClient(self);
         for (const OAuth2TokenSpec& spec : oauth2Specs)
-            m_state.clients.enableOAuth2(self.clientKey, spec);
+            m_state.clients().enableOAuth2(self.clientKey, spec);
     }
     if (services.notifiesProcesses)
         m_events.startNotifications(m_reactions);
@@ -55,24 +54,24 @@ LoginSession::~LoginSession() {
 }
 
 void LoginSession::stop() {
-    m_state.isStopped = true;
-    emit m_state.services.exchangeCancel->Canceled();
+    m_state.setStopped();
+    emit m_state.services().exchangeCancel->Canceled();
     m_events.stopNotifications();
     m_follower.saveRemainder();
-    m_state.products.stopAll();
+    m_state.stopProducts();
 }
 
 void LoginSession::loadBasicOnce() {
     if (m_state.isRestored())
         return;
-    const QMutexLocker lock(&m_state.lock);
+    LockedState state(m_state);
     if (!std::exchange(m_isBasicLoaded, true))
-        LoginStateStore(m_state).loadBasic();
+        LoginStateStore(state).loadBasic();
 }
 
 bool LoginSession::AddClient(const ClientIdentity& identity) {
-    const QMutexLocker lock(&m_state.lock);
-    m_state.clients.add(identity);
+    const LockedState state(m_state);
+    m_state.clients().add(identity);
     return true;
 }
 
@@ -93,7 +92,7 @@ bool LoginSession::SetConfiguration(const QString& clientKey, const WebServicesC
 }
 
 ConfigurationPointer LoginSession::configuration(const QString& clientKey) const {
-    return m_state.clients.configuration(clientKey, m_state.currentServer());
+    return m_state.clients().configuration(clientKey, m_state.currentServer());
 }
 
 Server LoginSession::currentServer() {
@@ -103,9 +102,9 @@ Server LoginSession::currentServer() {
 
 bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool persist) {
     if (!m_state.isRestored() && !persist) {
-        const QMutexLocker lock(&m_state.lock);
+        LockedState state(m_state);
         m_isBasicLoaded = true;
-        m_state.setCurrentServer(server);
+        state.setCurrentServer(server);
         return true;
     }
     if (!m_state.isRestored())
@@ -126,10 +125,10 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
         }
     }
     {
-        const QMutexLocker lock(&m_state.lock);
-        m_state.setCurrentServer(server);
+        LockedState state(m_state);
+        state.setCurrentServer(server);
         if (persist)
-            LoginStateStore(m_state).saveServer();
+            LoginStateStore(state).saveServer();
     }
     // The login could not be restored while there was no server.
     if (persist && !m_state.isRestored())
@@ -141,21 +140,21 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
 
 bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
     {
-        const QMutexLocker lock(&m_state.lock);
+        LockedState state(m_state);
         if (m_state.isRestored() && !force) {
-            if (!ProductStateLoader(m_state).loadProduct(clientKey))
+            if (!ProductStateLoader(state).loadProduct(clientKey))
                 m_logger.information(
                     QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
             m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));
             return true;
         }
         m_logger.information(QStringLiteral("Restoring login state for all products"));
-        LoginStateStore(m_state).restore();
+        LoginStateStore(state).restore();
         const Server server = m_state.currentServer();
         if (!isRealServer(server))
             return false;
-        ProductConfigurator(m_state).configureAll();
-        m_state.setRestored();
+        ProductConfigurator(state).configureAll();
+        state.setRestored();
     }
     RaiseEvent(Event::LoginRestored, m_state.subjectKey(clientKey), false);
     oauth2().reportToken(clientKey);
@@ -164,24 +163,24 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
 }
 
 InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
-    const NetworkStepGuard step(m_state, "InitiateLogin");
-    return step.isEntered() ? SignInFlow(m_state).initiate(clientKey, ldapDomainKey)
+    NetworkStepGuard step(m_state, "InitiateLogin");
+    return step.isEntered() ? SignInFlow(step.state()).initiate(clientKey, ldapDomainKey)
                             : InitiatedLogin{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
 }
 
 int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar* cookies) {
     int code = LoginCode::exchangeFailed;
     {
-        const NetworkStepGuard step(m_state, "CompleteLogin");
+        NetworkStepGuard step(m_state, "CompleteLogin");
         if (step.isEntered())
-            code = SignInFlow(m_state).complete(clientKey, cookies);
+            code = SignInFlow(step.state()).complete(clientKey, cookies);
     }
     if (code != LoginCode::success)
         return code;
     {
         // The other products of this process may use the new sign-in.
-        const QMutexLocker lock(&m_state.lock);
-        ProductConfigurator(m_state).configureAll();
+        LockedState state(m_state);
+        ProductConfigurator(state).configureAll();
     }
     RaiseEvent(Event::LoggedIn, m_state.subjectKey(clientKey), true);
     return code;
@@ -205,7 +204,7 @@ bool LoginSession::Logout(const QString& clientKey, QNetworkReply::NetworkError&
 }
 
 void LoginSession::forceLogout(const QString& productKey, const QString& signInId) {
-    ++m_state.pendingLogouts;
+    m_state.beginLogout();
     QMetaObject::invokeMethod(
         this, [this, productKey, signInId] { LogoutSlot(productKey, signInId); }, Qt::QueuedConnection);
 }
@@ -213,17 +212,17 @@ void LoginSession::forceLogout(const QString& productKey, const QString& signInI
 void LoginSession::LogoutSlot(const QString& productKey, const QString& signInId) {
     const auto self = weak_from_this().lock();
     // A sign-in that waits on this thread let this call in. The sign-in that is to be ended may be replaced by it.
-    if (m_state.isInsideNetworkStep() && !m_state.isStopped) {
+    if (m_state.isInsideNetworkStep() && !m_state.isStopped()) {
         QTimer::singleShot(retryLogoutMs, this, [this, productKey, signInId] { LogoutSlot(productKey, signInId); });
         return;
     }
     // The main thread may have been busy for long. End the sign-in only if it is still the unusable one.
     followFile();
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    if (!m_state.isStopped && m_state.isLoggedIn() && m_state.signInId() == signInId
+    if (!m_state.isStopped() && m_state.isLoggedIn() && m_state.signInId() == signInId
         && !SignOutFlow(m_state).logOut(productKey, error, {true, signInId}))
         m_logger.error(QStringLiteral("Failed to log out a user whose sign-in cannot be used any more."));
-    --m_state.pendingLogouts;
+    m_state.endLogout();
 }
 
 QByteArray LoginSession::SignRequest(const QString& clientKey, const SigningOrder& order) {
@@ -259,7 +258,7 @@ ProductTokens LoginSession::tokens(const QString& clientKey) {
 }
 
 NetworkCookieJar LoginSession::loginCookies() {
-    return decryptCookies(basicState().loginCookies, *m_state.services.cryptor, m_logger);
+    return decryptCookies(basicState().loginCookies, *m_state.services().cryptor, m_logger);
 }
 
 QJsonObject LoginSession::stateDump() {
@@ -267,31 +266,30 @@ QJsonObject LoginSession::stateDump() {
 }
 
 bool LoginSession::SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password) {
-    const QMutexLocker lock(&m_state.lock);
-    return m_state.proxy.SetProxyAuthentication(host, port, user, password);
+    LockedState state(m_state);
+    return state.proxy().SetProxyAuthentication(host, port, user, password);
 }
 
 bool LoginSession::ClearProxyInfo() {
-    const QMutexLocker lock(&m_state.lock);
-    return m_state.proxy.ClearProxyInfo();
+    LockedState state(m_state);
+    return state.proxy().ClearProxyInfo();
 }
 
 void LoginSession::loadProxyInfo() {
-    const QMutexLocker lock(&m_state.lock);
-    m_state.proxy.loadFromFile();
+    LockedState state(m_state);
+    state.proxy().loadFromFile();
 }
 
 ProxyLogin LoginSession::findProxyLogin(const ProxyAddress& proxy, const RefusedLogins& refused) const {
-    return m_state.isStopped ? ProxyLogin() : m_state.proxy.find(proxy, refused);
+    return m_state.isStopped() ? ProxyLogin() : m_state.proxy().find(proxy, refused);
 }
 
 void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& login) {
-    if (m_state.isStopped)
+    if (m_state.isStopped())
         return;
     // A sign-in holds the lock while it waits for the network, and that exchange may need this proxy login.
-    if (m_state.lock.try_lock()) {
-        m_state.proxy.SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password);
-        m_state.lock.unlock();
+    if (LockedState state(m_state, 0); state.isHeld()) {
+        state.proxy().SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password);
         return;
     }
     QMetaObject::invokeMethod(
@@ -300,7 +298,7 @@ void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& l
 }
 
 void LoginSession::notifyCaches(CacheClient::Event event) {
-    const QVector<ProductSessionPointer> products = m_state.products.all();
+    const QVector<ProductSessionPointer> products = m_state.products().all();
     for (const ProductSessionPointer& product : products) {
         if (TokenOperations* const operations = product->operations())
             operations->caches().post(event);

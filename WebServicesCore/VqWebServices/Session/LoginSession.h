@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 #include "Session/LoginSessionEvents.h"
 #include "Session/Operations/CacheAccess.h"
 #include "Session/Operations/EventReactions.h"
@@ -78,7 +78,7 @@ public:
     [[nodiscard]] CacheAccess caches() { return CacheAccess(m_state); }
 
     [[nodiscard]] bool isTokenRefreshTimerActive(const QString& clientKey) const;
-    [[nodiscard]] QString clientName(const QString& clientKey) const { return m_state.clients.displayName(clientKey); }
+    [[nodiscard]] QString clientName(const QString& clientKey) const { return m_state.clients().displayName(clientKey); }
 
     /// An empty client key asks for any product.
     [[nodiscard]] bool isLoggedIn(const QString& clientKey) const { return m_state.isLoggedIn(clientKey); }
@@ -89,7 +89,7 @@ public:
     [[nodiscard]] ProductTokens tokens(const QString& clientKey);
     [[nodiscard]] NetworkCookieJar loginCookies();
     [[nodiscard]] QString ldapDomainKey() const { return m_state.ldapDomainKey(); }
-    [[nodiscard]] bool isClient(const QString& clientKey) const { return m_state.clients.contains(clientKey); }
+    [[nodiscard]] bool isClient(const QString& clientKey) const { return m_state.clients().contains(clientKey); }
     /// The same for an operation that fails without the client: one log line says so.
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
@@ -101,7 +101,7 @@ public:
     // The proxy credentials, as in `ProxyCredentials`.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
     bool ClearProxyInfo();
-    [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_state.proxy; }
+    [[nodiscard]] const ProxyCredentials& proxyCredentials() const { return m_state.proxy(); }
     /// Reads them from the file at the start of the process.
     void loadProxyInfo();
     /// For requests that a proxy has refused. Neither waits for a running sign-in or sign-out.

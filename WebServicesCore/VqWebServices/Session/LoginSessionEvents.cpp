@@ -22,15 +22,15 @@ QString emittingText(const QString& event) {
 LoginSessionEvents::LoginSessionEvents(SessionState& state, KeepAlive keepOwner)
     : m_state(state)
     , m_keepOwner(std::move(keepOwner))
-    , m_logger(*state.services.loggers.session)
+    , m_logger(*state.services().loggers.session)
     , m_dispatcher(
-          state.services.loggers.session, [this] { return m_state.isLoggedIn(); }, [this] { return m_state.isStopped.load(); }) {
+          state.services().loggers.session, [this] { return m_state.isLoggedIn(); }, [this] { return m_state.isStopped(); }) {
     qRegisterMetaType<Event>();
     connect(this, &LoginSessionEvents::CallObserversTrigger, this, &LoginSessionEvents::CallObserversSlot, Qt::QueuedConnection);
 }
 
 void LoginSessionEvents::startNotifications(INotificationListener& listener) {
-    m_notifications.start(m_state.services.lockFolder, listener, m_state.services.loggers.ipc);
+    m_notifications.start(m_state.services().lockFolder, listener, m_state.services().loggers.ipc);
 }
 
 void LoginSessionEvents::stopNotifications() {
@@ -65,7 +65,7 @@ void LoginSessionEvents::CallObserversSlot(WebServicesPrivateCore::WebServicesEv
                                            bool* pAboutToLogout) {
     // A call from the event loop has no other owner of the session on its stack, and an observer may uninitialize the library.
     const std::shared_ptr<const void> owner = m_keepOwner();
-    if (m_state.isStopped || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
+    if (m_state.isStopped() || !m_dispatcher.callObservers(event, consumerKey, pAboutToLogout))
         return;
     m_logger.information(QStringLiteral("Sending web services event %1 to slots in this process").arg(eventName(event)));
     if (event == Event::LoggedIn && !m_state.isLoggedIn()) {
@@ -120,7 +120,7 @@ bool LoginSessionEvents::isLogoutVetoed(const QString& consumerKey) {
             answer->given.release();
         },
         Qt::QueuedConnection);
-    for (int leftMs = vetoTimeoutMs; leftMs > 0 && !m_state.isStopped; leftMs -= vetoSliceMs) {
+    for (int leftMs = vetoTimeoutMs; leftMs > 0 && !m_state.isStopped(); leftMs -= vetoSliceMs) {
         if (answer->given.tryAcquire(1, vetoSliceMs))
             return answer->veto;
     }

@@ -1,13 +1,11 @@
 #include "Session/Core/SessionState.h"
 
-#include "Caches/CacheStore.h"
 #include "Session/State/DiskStateFile.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QReadLocker>
-#include <QWriteLocker>
 #include <algorithm>
 
 namespace Velquor::WebServices::Internal {
@@ -24,23 +22,31 @@ SessionDependencies withFiles(SessionDependencies services) {
 } // namespace
 
 SessionState::SessionState(const SessionDependencies& services, ISessionEvents* events)
-    : services(withFiles(services))
-    , file(this->services.stateFile, services.now, services.loggers.session)
-    , clients(services.loggers.session, services.isSSOServer)
-    , products(this->services)
-    , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
-    , proxy(this->services, services.loggers.session)
-    , events(events) {}
+    : m_services(withFiles(services))
+    , m_file(m_services.stateFile, services.now, services.loggers.session)
+    , m_clients(services.loggers.session, services.isSSOServer)
+    , m_products(m_services)
+    , m_binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
+    , m_proxy(m_services, services.loggers.session)
+    , m_events(events) {}
 
 SessionState::~SessionState() {
-    products.stopAll();
+    m_products.stopAll();
 }
 
-bool SessionState::isInsideNetworkStep() {
+void SessionState::lockTimed(std::optional<TimedLock>& lock, const QString& operation) {
+    lock.emplace(TimedLock::Kind::LoginSession, m_sessionLock, operation, m_services.loggers.lock);
+}
+
+bool SessionState::isInsideNetworkStep() const {
     // A step holds the lock from beginning to end, so the thread that gets the lock while a step is active is the step's own
     // thread.
-    const QMutexLocker locker(&lock);
-    return isNetworkStepActive;
+    const QMutexLocker locker(&m_sessionLock);
+    return m_isNetworkStepActive;
+}
+
+bool SessionState::hasFileChanged() const {
+    return m_file.currentStamp() != m_file.seenStamp();
 }
 
 BasicLoginState SessionState::basic() const {
@@ -48,19 +54,9 @@ BasicLoginState SessionState::basic() const {
     return m_basic;
 }
 
-void SessionState::setBasic(const BasicLoginState& state) {
-    const QWriteLocker locker(&m_lock);
-    m_basic = state;
-}
-
 Server SessionState::currentServer() const {
     const QReadLocker locker(&m_lock);
     return m_currentServer;
-}
-
-void SessionState::setCurrentServer(Server server) {
-    const QWriteLocker locker(&m_lock);
-    m_currentServer = server;
 }
 
 QString SessionState::signInId() const {
@@ -75,19 +71,9 @@ QDateTime SessionState::logoutDate() const {
     return m_logoutDate;
 }
 
-void SessionState::setLogoutDate(const QDateTime& date) {
-    const QWriteLocker locker(&m_lock);
-    m_logoutDate = date;
-}
-
 bool SessionState::isRestored() const {
     const QReadLocker locker(&m_lock);
-    return m_restored;
-}
-
-void SessionState::setRestored() {
-    const QWriteLocker locker(&m_lock);
-    m_restored = true;
+    return m_isRestored;
 }
 
 QString SessionState::ldapDomainKey() const {
@@ -95,62 +81,26 @@ QString SessionState::ldapDomainKey() const {
     return m_ldapDomainKey;
 }
 
-void SessionState::setLdapDomainKey(const QString& key) {
-    const QWriteLocker locker(&m_lock);
-    m_ldapDomainKey = key;
-}
-
 QString SessionState::productKey(const QString& clientKey) const {
-    return clients.productKey(clientKey, currentServer());
+    return m_clients.productKey(clientKey, currentServer());
 }
 
 ProductSessionPointer SessionState::product(const QString& clientKey) const {
     const QString key = productKey(clientKey);
-    return key.isEmpty() ? ProductSessionPointer() : products.find(key, currentServer());
+    return key.isEmpty() ? ProductSessionPointer() : m_products.find(key, currentServer());
 }
 
 bool SessionState::isLoggedIn(const QString& clientKey) const {
     if (!basic().hasUser())
         return false;
     if (clientKey.isEmpty())
-        return products.hasTokens({}, currentServer());
+        return m_products.hasTokens({}, currentServer());
     const QString key = productKey(clientKey);
-    return !key.isEmpty() && products.hasTokens(key, currentServer());
+    return !key.isEmpty() && m_products.hasTokens(key, currentServer());
 }
 
 bool SessionState::isLoginExpired() const {
-    return basic().isExpired(services.now());
-}
-
-void SessionState::deleteCaches() {
-    const QVector<ProductSessionPointer> sessions = products.all();
-    for (const ProductSessionPointer& session : sessions) {
-        for (const CacheType type : cacheTypes)
-            session->DeleteCacheSlot(type);
-    }
-    endCaches();
-    if (!CacheFile::removeAll(services.cacheFile))
-        services.loggers.cache->error(QStringLiteral("Failed to delete cache file %1").arg(services.cacheFile));
-}
-
-void SessionState::endCaches() {
-    const QVector<ProductSessionPointer> sessions = products.all();
-    for (const ProductSessionPointer& session : sessions)
-        session->endCaches();
-}
-
-void SessionState::forgetUser() {
-    setBasic({});
-    const QVector<ProductSessionPointer> sessions = products.all();
-    for (const ProductSessionPointer& session : sessions)
-        session->Clear();
-    products.clear();
-}
-
-void SessionState::markEnded(const BasicLoginState& signIn) {
-    const QWriteLocker locker(&m_lock);
-    if (laterOf(m_lastEnded.loginDate, signIn.loginDate) == signIn.loginDate)
-        m_lastEnded = signIn;
+    return basic().isExpired(m_services.now());
 }
 
 BasicLoginState SessionState::lastEnded() const {
@@ -163,11 +113,6 @@ LoginState SessionState::seen() const {
     return m_seen;
 }
 
-void SessionState::setSeen(const LoginState& file) {
-    const QWriteLocker locker(&m_lock);
-    m_seen = file;
-}
-
 std::optional<PendingSignIn> SessionState::pendingSignIn(const QString& productKey) const {
     const QReadLocker locker(&m_lock);
     const auto found = m_pendingSignIns.find({productKey, m_currentServer});
@@ -176,20 +121,10 @@ std::optional<PendingSignIn> SessionState::pendingSignIn(const QString& productK
 
 bool SessionState::hasPendingSignIn() const {
     constexpr int patienceSeconds = 3600;
-    const QDateTime earliest = services.now().addSecs(-patienceSeconds);
+    const QDateTime earliest = m_services.now().addSecs(-patienceSeconds);
     const QReadLocker locker(&m_lock);
     return std::any_of(m_pendingSignIns.begin(), m_pendingSignIns.end(),
                        [&](const PendingSignIn& signIn) { return signIn.begun > earliest; });
-}
-
-void SessionState::setPendingSignIn(const QString& productKey, const PendingSignIn& signIn) {
-    const QWriteLocker locker(&m_lock);
-    m_pendingSignIns.insert({productKey, m_currentServer}, signIn);
-}
-
-void SessionState::removePendingSignIn(const QString& productKey) {
-    const QWriteLocker locker(&m_lock);
-    m_pendingSignIns.remove({productKey, m_currentServer});
 }
 
 } // namespace Velquor::WebServices::Internal

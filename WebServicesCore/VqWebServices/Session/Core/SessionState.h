@@ -10,6 +10,7 @@
 #include "Session/State/ProxyCredentials.h"
 #include "Session/State/RetryBackoff.h"
 #include "Session/State/SessionDependencies.h"
+#include "Tokens/TimedLock.h"
 
 #include <QReadWriteLock>
 #include <QRecursiveMutex>
@@ -18,13 +19,13 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What the classes that work on the login session share: the services, the state, and its locks.
+/// What the classes that work on the session share, as everybody may read it. `LockedState` changes it.
 ///
-/// Thread: any. `lock` is the login session lock, which every change of the state holds. The private fields have a lock of their
-/// own and may be read without the login session lock, so that a query such as "is the user signed in" never waits for a network
-/// exchange. That lock and those of clients and products are read-write locks: readers run side by side, while a mutex would wake
-/// them one after the other, which takes milliseconds with many threads. A thread must not take any of these twice. Lock order:
-/// `lock`, then those of clients and products, then this state's. Owner: the login session.
+/// Thread: any. Reading takes a lock of its own and not the login session lock, so that a query such as "is the user signed in"
+/// never waits for a network exchange. That lock and those of clients and products are read-write locks: readers run side by
+/// side, while a mutex would wake them one after the other, which takes milliseconds with many threads. A thread must not take
+/// any of these twice. Lock order: the login session lock, then those of clients and products, then this state's. Owner: the
+/// login session.
 class SessionState {
 public:
     SessionState(const SessionDependencies& services, ISessionEvents* events);
@@ -33,59 +34,63 @@ public:
     SessionState(const SessionState&) = delete;
     SessionState& operator=(const SessionState&) = delete;
 
-    const SessionDependencies services;
-    QRecursiveMutex lock;
-    LoginStateFile file;
-    ClientRegistry clients;
-    ProductSessions products;
-    const MachineBinding binding;
-    ProxyCredentials proxy;
-    ISessionEvents* const events;
-    /// A step that waits for the network is under way (NetworkStepGuard.h). Under the login session lock.
-    bool isNetworkStepActive = false;
-    /// Sign-outs that are queued or running. While there is one, no token is refreshed.
-    std::atomic<int> pendingLogouts{0};
-    /// The login state file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
-    RetryBackoff unsaved{60000};
-    /// The login state file has changed and could not be read. The change may be a sign-out, so the retry comes soon.
-    RetryBackoff unread{1000};
-    /// The library is being uninitialized: nothing new starts.
-    std::atomic<bool> isStopped{false};
+    [[nodiscard]] const SessionDependencies& services() const { return m_services; }
+    [[nodiscard]] const MachineBinding& binding() const { return m_binding; }
+    [[nodiscard]] const ProxyCredentials& proxy() const { return m_proxy; }
+    [[nodiscard]] const ProductSessions& products() const { return m_products; }
+    /// The clients change under a lock of their own, which their operations take.
+    [[nodiscard]] ClientRegistry& clients() { return m_clients; }
+    [[nodiscard]] const ClientRegistry& clients() const { return m_clients; }
+    /// To raise events, with no lock held.
+    [[nodiscard]] ISessionEvents& events() const { return *m_events; }
 
-    /// The calling thread is inside such a step and so holds the lock that token workers need: it must not wait for them.
-    [[nodiscard]] bool isInsideNetworkStep();
+    /// Takes the login session lock for a named operation that only reads.
+    void lockTimed(std::optional<TimedLock>& lock, const QString& operation);
+    /// The calling thread is inside a step that waits for the network, and so holds the lock that token workers need: it must not
+    /// wait for them.
+    [[nodiscard]] bool isInsideNetworkStep() const;
+
+    /// The library is being uninitialized: nothing new starts.
+    [[nodiscard]] bool isStopped() const { return m_isStopped; }
+    void setStopped() { m_isStopped = true; }
+    /// Ends the threads of the products, and waits for them. With no lock held.
+    void stopProducts() { m_products.stopAll(); }
+    /// Sign-outs that are queued or running. While there is one, no token is refreshed.
+    [[nodiscard]] bool isLogoutPending() const { return m_pendingLogouts > 0; }
+    void beginLogout() { ++m_pendingLogouts; }
+    void endLogout() { --m_pendingLogouts; }
+
+    /// The login state file holds what this process has not read yet.
+    [[nodiscard]] bool hasFileChanged() const;
+    /// The file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
+    [[nodiscard]] const RetryBackoff& unsaved() const { return m_unsaved; }
+    /// The file has changed and could not be read. The change may be a sign-out, so the retry comes soon.
+    [[nodiscard]] const RetryBackoff& unread() const { return m_unread; }
+    /// The file as this process saw it last.
+    [[nodiscard]] LoginState seen() const;
 
     [[nodiscard]] BasicLoginState basic() const;
-    void setBasic(const BasicLoginState& state);
     [[nodiscard]] Server currentServer() const;
-    void setCurrentServer(Server server);
     /// Identifies the present sign-in; empty when nobody is signed in.
     [[nodiscard]] QString signInId() const;
     [[nodiscard]] QDateTime logoutDate() const;
-    void setLogoutDate(const QDateTime& date);
     [[nodiscard]] bool isRestored() const;
-    void setRestored();
     [[nodiscard]] QString ldapDomainKey() const;
-    void setLdapDomainKey(const QString& key);
-
-    /// The login state file as this process saw it last.
-    [[nodiscard]] LoginState seen() const;
-    void setSeen(const LoginState& file);
-
+    /// The latest sign-in that ended in this process. Neither it nor an earlier one is taken from the file again, also while the
+    /// file cannot be written.
+    [[nodiscard]] BasicLoginState lastEnded() const;
     /// The sign-in of this product on the current server that waits for the browser; none when there is none. What happens to the
     /// present sign-in meanwhile does not concern it.
     [[nodiscard]] std::optional<PendingSignIn> pendingSignIn(const QString& productKey) const;
     /// Whether there is one of any product, on any server, that the user has not left for an hour.
     [[nodiscard]] bool hasPendingSignIn() const;
-    void setPendingSignIn(const QString& productKey, const PendingSignIn& signIn);
-    void removePendingSignIn(const QString& productKey);
 
     /// The consumer key of a client's configuration for the current server; empty when it has none.
     [[nodiscard]] QString productKey(const QString& clientKey) const;
     /// The consumer key that events carry for a client: that of its configuration. A key that belongs to no client is itself a
     /// consumer key.
     [[nodiscard]] QString subjectKey(const QString& clientKey) const {
-        return clients.contains(clientKey) ? productKey(clientKey) : clientKey;
+        return m_clients.contains(clientKey) ? productKey(clientKey) : clientKey;
     }
     /// The product login session of a client on the current server; null when there is none.
     [[nodiscard]] ProductSessionPointer product(const QString& clientKey) const;
@@ -95,27 +100,31 @@ public:
     [[nodiscard]] bool isLoginExpired() const;
     [[nodiscard]] bool isLoginValid(const QString& clientKey = {}) const { return isLoggedIn(clientKey) && !isLoginExpired(); }
 
-    /// Notifies the caches of all products that the user is being signed out. The products must be cleared next.
-    void endCaches();
-    /// The same, and empties the cache file.
-    void deleteCaches();
-    /// Forgets the user and every product login session, in memory only.
-    void forgetUser();
-
-    /// Marks this sign-in as over. Neither it nor an earlier one is loaded from the file again, also while the file cannot be
-    /// written.
-    void markEnded(const BasicLoginState& signIn);
-    [[nodiscard]] BasicLoginState lastEnded() const;
-
 private:
-    mutable QReadWriteLock m_lock;
+    friend class LockedState;
+
+    const SessionDependencies m_services;
+    mutable QRecursiveMutex m_sessionLock; ///< The login session lock, which every change of what follows holds.
+    LoginStateFile m_file;
+    ClientRegistry m_clients;
+    ProductSessions m_products;
+    const MachineBinding m_binding;
+    ProxyCredentials m_proxy;
+    ISessionEvents* const m_events;
+    bool m_isNetworkStepActive = false;
+    RetryBackoff m_unsaved{60000};
+    RetryBackoff m_unread{1000};
+    std::atomic<int> m_pendingLogouts{0};
+    std::atomic<bool> m_isStopped{false};
+
+    mutable QReadWriteLock m_lock; ///< For reading what follows without the login session lock.
     BasicLoginState m_basic;
     BasicLoginState m_lastEnded;
     LoginState m_seen;
     QMap<QPair<QString, int>, PendingSignIn> m_pendingSignIns; ///< By consumer key and server.
     Server m_currentServer = Production;
     QDateTime m_logoutDate;
-    bool m_restored = false;
+    bool m_isRestored = false;
     QString m_ldapDomainKey;
 };
 

@@ -6,7 +6,7 @@ namespace Velquor::WebServices::Internal {
 
 CacheAccess::CacheAccess(SessionState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.cache) {}
+    , m_logger(*state.services().loggers.cache) {}
 
 CacheClient* CacheAccess::cachesOf(const ProductSessionPointer& product) {
     TokenOperations* const operations = product ? product->operations() : nullptr;
@@ -23,11 +23,11 @@ bool CacheAccess::IsCacheEnabled(const QString& clientKey, CacheType type) const
 }
 
 bool CacheAccess::isEnabled(const CacheClient* caches, const QString& clientKey, CacheType type) const {
-    return caches ? caches->isEnabled(type) : m_state.clients.isCacheEnabled(clientKey, type);
+    return caches ? caches->isEnabled(type) : m_state.clients().isCacheEnabled(clientKey, type);
 }
 
 void CacheAccess::EnableCache(const QString& clientKey, CacheType type, bool enable) {
-    m_state.clients.enableCache(clientKey, type, enable);
+    m_state.clients().enableCache(clientKey, type, enable);
     const ProductSessionPointer product = m_state.product(clientKey);
     if (CacheClient* const caches = cachesOf(product))
         caches->EnableCache(type, enable);

@@ -4,17 +4,15 @@
 #include "Session/Operations/ProductStateLoader.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-#include <QMutexLocker>
-
 namespace Velquor::WebServices::Internal {
 
 ClientSetup::ClientSetup(SessionState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.session) {}
+    , m_logger(*state.services().loggers.session) {}
 
 void ClientSetup::remove(const QString& clientKey) {
-    const QMutexLocker lock(&m_state.lock);
-    const QString name = m_state.clients.displayName(clientKey);
+    LockedState state(m_state);
+    const QString name = m_state.clients().displayName(clientKey);
     m_logger.information(QStringLiteral("Removing client %1").arg(name));
     if (const ProductSessionPointer product = m_state.product(clientKey)) {
         product->RemoveClientReference(clientKey);
@@ -22,11 +20,11 @@ void ClientSetup::remove(const QString& clientKey) {
         if (product->clientReferences().count() == 0) {
             m_logger.information(QStringLiteral("Deleting product login session for product %1, server %2")
                                      .arg(name, serverName(product->server())));
-            m_state.removePendingSignIn(product->productKey());
-            m_state.products.remove(product->productKey(), product->server());
+            state.removePendingSignIn(product->productKey());
+            state.products().remove(product->productKey(), product->server());
         }
     }
-    m_state.clients.remove(clientKey);
+    m_state.clients().remove(clientKey);
 }
 
 bool ClientSetup::setConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
@@ -36,23 +34,23 @@ bool ClientSetup::setConfiguration(const QString& clientKey, const WebServicesCo
             "Failed to set configuration. The client key, the consumer key or the consumer secret is empty, or the server is not valid."));
         return false;
     }
-    const QMutexLocker lock(&m_state.lock);
+    LockedState state(m_state);
     const QString server = serverName(copy->GetServer());
-    if (!m_state.clients.contains(clientKey)) {
+    if (!m_state.clients().contains(clientKey)) {
         m_logger.error(QStringLiteral("Failed to set configuration for %1 server. Client info not found for client key %2.")
                            .arg(server, clientKey));
         return false;
     }
     m_logger.information(QStringLiteral("Setting configuration for %1 server").arg(server));
-    m_state.clients.setConfiguration(clientKey, copy);
+    m_state.clients().setConfiguration(clientKey, copy);
     const std::optional<QString> waiting = reasonToWait(copy->GetServer());
     if (waiting) {
         m_logger.information(*waiting);
         return true;
     }
-    ProductStateLoader(m_state).loadProduct(clientKey);
+    ProductStateLoader(state).loadProduct(clientKey);
     m_logger.information(QStringLiteral("creating product login session if login is already restored and currently logged in."));
-    if (const ProductSessionPointer product = ProductConfigurator(m_state).configure(clientKey))
+    if (const ProductSessionPointer product = ProductConfigurator(state).configure(clientKey))
         product->CheckTokensToQuery(m_state.currentServer());
     return true;
 }

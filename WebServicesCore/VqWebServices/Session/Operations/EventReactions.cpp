@@ -4,9 +4,6 @@
 #include "Session/Operations/ProductStateLoader.h"
 #include "Session/Products/TokenOperations.h"
 
-#include <chrono>
-#include <mutex>
-
 namespace Velquor::WebServices::Internal {
 
 using Event = WebServicesPrivateCore::WebServicesEvent;
@@ -18,7 +15,7 @@ constexpr int lockWaitMs = 50;
 
 EventReactions::EventReactions(SessionState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.session) {}
+    , m_logger(*state.services().loggers.session) {}
 
 void EventReactions::eventReceived(Event event, const EventSubject& subject) {
     announce(event, subject.consumerKey);
@@ -47,11 +44,11 @@ void EventReactions::announce(Event event, const QString& consumerKey) {
 }
 
 void EventReactions::followFile() {
-    m_isChangePending = !m_state.events->followFile(lockWaitMs);
+    m_isChangePending = !m_state.events().followFile(lockWaitMs);
     if (m_isChangePending)
         return;
     if (m_signedIn && m_state.isLoggedIn()) {
-        const ProductSessionPointer product = m_state.products.find(*m_signedIn, m_state.currentServer());
+        const ProductSessionPointer product = m_state.products().find(*m_signedIn, m_state.currentServer());
         m_logger.information(QStringLiteral("User %1 logged in successfully in product %2")
                                  .arg(m_state.basic().userName, product ? product->displayName() : QString()));
     }
@@ -75,20 +72,20 @@ void EventReactions::react(Event event, const EventSubject& subject) {
     case Event::TokenQueryFailed: m_logger.warning(QStringLiteral("Token query failed in another process")); break;
     default: break;
     }
-    m_state.events->raiseEventHere(event, subject);
+    m_state.events().raiseEventHere(event, subject);
 }
 
 void EventReactions::tokenRefreshed(const QString& consumerKey) {
-    const QVector<ProductSessionPointer> products = m_state.products.onServer(m_state.currentServer());
+    const QVector<ProductSessionPointer> products = m_state.products().onServer(m_state.currentServer());
     for (const ProductSessionPointer& product : products) {
         if (TokenOperations* const operations = product->operations())
             operations->tokenRefreshedElsewhere(consumerKey);
     }
-    m_state.events->raiseEventHere(Event::TokenRefreshed, consumerKey);
+    m_state.events().raiseEventHere(Event::TokenRefreshed, consumerKey);
 }
 
 void EventReactions::oauth2TokenChanged(Event event, const EventSubject& subject) {
-    const ProductSessionPointer product = m_state.products.find(subject.consumerKey, m_state.currentServer());
+    const ProductSessionPointer product = m_state.products().find(subject.consumerKey, m_state.currentServer());
     const OAuth2SessionPointer session = product ? product->oauth2().find(*subject.oauth2Spec) : OAuth2SessionPointer();
     if (!session)
         return;
@@ -99,24 +96,26 @@ void EventReactions::oauth2TokenChanged(Event event, const EventSubject& subject
 }
 
 void EventReactions::tokenAcquired(const QString& consumerKey) {
-    const ProductSessionPointer product = m_state.products.find(consumerKey, m_state.currentServer());
+    const ProductSessionPointer product = m_state.products().find(consumerKey, m_state.currentServer());
     TokenOperations* const operations = product ? product->operations() : nullptr;
     if (operations)
         operations->tokenAcquiredElsewhere();
     else if (m_state.isRestored() && !m_unloaded.contains(consumerKey))
         m_unloaded += consumerKey;
     loadUnconfigured();
-    m_state.events->raiseEventHere(Event::TokenAcquired, consumerKey);
+    m_state.events().raiseEventHere(Event::TokenAcquired, consumerKey);
 }
 
 // Loads products that no client here has configured, or that are not signed in yet: their sign-in may serve another product of
 // this process.
 void EventReactions::loadUnconfigured() {
-    if (m_unloaded.isEmpty() || !m_state.lock.try_lock_for(std::chrono::milliseconds(lockWaitMs)))
+    if (m_unloaded.isEmpty())
         return;
-    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::adopt_lock);
+    LockedState state(m_state, lockWaitMs);
+    if (!state.isHeld())
+        return;
     for (const QString& consumerKey : qAsConst(m_unloaded))
-        (void)ProductStateLoader(m_state).SetInfor1(consumerKey);
+        (void)ProductStateLoader(state).SetInfor1(consumerKey);
     m_unloaded.clear();
 }
 

@@ -3,7 +3,6 @@
 #include "Session/Operations/ProductConfigurator.h"
 
 #include <QScopeGuard>
-#include <chrono>
 
 namespace Velquor::WebServices::Internal {
 
@@ -18,87 +17,83 @@ constexpr int leastWaitMs = 20;
 
 LoginStateFollower::LoginStateFollower(SessionState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.session) {}
+    , m_logger(*state.services().loggers.session) {}
 
 bool LoginStateFollower::follow(int waitMs) {
     // A token worker, which waits, may ask in the middle of the restore that made it: it waits for the end of the restore.
     const bool isTooEarly = waitMs == 0 && !m_state.isRestored();
-    if (isTooEarly || m_state.isStopped || isUpToDate())
+    if (isTooEarly || m_state.isStopped() || isUpToDate())
         return true;
-    if (m_state.unread.isWaiting())
+    if (m_state.unread().isWaiting())
         return false;
     Changes changes;
     {
-        const std::unique_lock<QRecursiveMutex> lock = lockState(waitMs);
+        const std::unique_ptr<LockedState> state = lockState(waitMs);
         // The flag is already set when this thread is itself applying the file; there is nothing more to apply then.
-        if (!lock.owns_lock() || m_isApplying.exchange(true))
+        if (!state->isHeld() || m_isApplying.exchange(true))
             return false;
         const auto applied = qScopeGuard([this] { m_isApplying = false; });
         // During a network step of this thread the state must not change. While this thread waited, another one may have applied
         // the file.
         const bool isDone = isUpToDate();
-        if (m_state.isNetworkStepActive || isDone)
+        if (state->isNetworkStepActive() || isDone)
             return isDone;
-        changes = exchangeWithFile();
+        changes = exchangeWithFile(*state);
     }
     // Observers are called with no lock held.
-    if (m_state.isStopped)
+    if (m_state.isStopped())
         return true;
     if (changes.isSignedOut)
-        m_state.events->raiseEventHere(Event::LoggedOut, QString());
+        m_state.events().raiseEventHere(Event::LoggedOut, QString());
     if (changes.isSignedIn)
-        m_state.events->raiseEventHere(Event::LoggedIn, QString());
+        m_state.events().raiseEventHere(Event::LoggedIn, QString());
     return changes.hasRead;
 }
 
-LoginStateFollower::Changes LoginStateFollower::exchangeWithFile() {
+LoginStateFollower::Changes LoginStateFollower::exchangeWithFile(LockedState& state) {
     const BasicLoginState before = m_state.basic();
     const bool wasLoggedIn = m_state.isLoggedIn();
-    const LoginStateStore::Followed followed = applyFile();
-    if (followed.hasRead && m_state.unsaved.isDue())
-        LoginStateStore(m_state, LoginStateFile::briefTimeoutMs).save();
+    const LoginStateStore::Followed followed = applyFile(state);
+    if (followed.hasRead && m_state.unsaved().isDue())
+        LoginStateStore(state, LoginStateFile::briefTimeoutMs).save();
     const bool isLoggedIn = m_state.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_state.basic());
     return {followed.hasRead, wasLoggedIn && (!isLoggedIn || followed.isSignedOut), isLoggedIn && (!wasLoggedIn || !isSame)};
 }
 
-bool LoginStateFollower::hasFileChanged() const {
-    return m_state.file.currentStamp() != m_state.file.seenStamp();
-}
-
 bool LoginStateFollower::isUpToDate() const {
-    return !hasFileChanged() && !m_state.unsaved.isDue();
+    return !m_state.hasFileChanged() && !m_state.unsaved().isDue();
 }
 
-std::unique_lock<QRecursiveMutex> LoginStateFollower::lockState(int waitMs) const {
-    std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::chrono::milliseconds(qMax(waitMs, leastWaitMs)));
+std::unique_ptr<LockedState> LoginStateFollower::lockState(int waitMs) const {
+    auto state = std::make_unique<LockedState>(m_state, qMax(waitMs, leastWaitMs));
     // A thread in a sign-in or sign-out writes the file itself, and the next operation looks again. But a thread that is applying
     // the file is waited for, so that the answer of this operation knows the change.
-    if (!lock.owns_lock() && m_isApplying)
-        (void)lock.try_lock_for(std::chrono::milliseconds(applyPatienceMs));
-    return lock;
+    if (!state->isHeld() && m_isApplying)
+        state = std::make_unique<LockedState>(m_state, applyPatienceMs);
+    return state;
 }
 
-LoginStateStore::Followed LoginStateFollower::applyFile() {
-    if (!hasFileChanged())
+LoginStateStore::Followed LoginStateFollower::applyFile(LockedState& state) {
+    if (!m_state.hasFileChanged())
         return {true, false};
     // Wait briefly: a worker asks again, and the main thread must go on.
-    const LoginStateStore::Followed followed = LoginStateStore(m_state, LoginStateFile::briefTimeoutMs).follow();
+    const LoginStateStore::Followed followed = LoginStateStore(state, LoginStateFile::briefTimeoutMs).follow();
     // Before the restore nothing may be saved, so no token work starts.
     if (followed.hasRead && m_state.isRestored())
-        ProductConfigurator(m_state).configureAll();
+        ProductConfigurator(state).configureAll();
     return followed;
 }
 
 void LoginStateFollower::saveRemainder() {
-    if (!m_state.unsaved.isPending())
+    if (!m_state.unsaved().isPending())
         return;
-    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::chrono::milliseconds(applyPatienceMs));
-    if (!lock.owns_lock())
+    LockedState state(m_state, applyPatienceMs);
+    if (!state.isHeld())
         return;
-    if (!m_state.isNetworkStepActive)
-        LoginStateStore(m_state, LoginStateFile::briefTimeoutMs).save();
-    m_state.unsaved.succeed();
+    if (!state.isNetworkStepActive())
+        LoginStateStore(state, LoginStateFile::briefTimeoutMs).save();
+    state.unsaved().succeed();
 }
 
 } // namespace Velquor::WebServices::Internal

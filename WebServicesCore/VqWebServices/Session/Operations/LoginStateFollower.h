@@ -2,9 +2,8 @@
 
 #include "Session/Store/LoginStateStore.h"
 
-#include <QRecursiveMutex>
 #include <atomic>
-#include <mutex>
+#include <memory>
 
 namespace Velquor::WebServices::Internal {
 
@@ -31,12 +30,11 @@ private:
         bool isSignedOut = false; ///< The previous user was signed out or replaced.
         bool isSignedIn = false;  ///< A user is signed in anew.
     };
-    /// Applies the file and writes what is missing in it. Under the login session lock.
-    [[nodiscard]] Changes exchangeWithFile();
-    [[nodiscard]] bool hasFileChanged() const;
+    /// Applies the file and writes what is missing in it.
+    [[nodiscard]] Changes exchangeWithFile(LockedState& state);
     [[nodiscard]] bool isUpToDate() const;
-    [[nodiscard]] std::unique_lock<QRecursiveMutex> lockState(int waitMs) const;
-    LoginStateStore::Followed applyFile();
+    [[nodiscard]] std::unique_ptr<LockedState> lockState(int waitMs) const;
+    LoginStateStore::Followed applyFile(LockedState& state);
 
     SessionState& m_state;
     Log::ILogger& m_logger;

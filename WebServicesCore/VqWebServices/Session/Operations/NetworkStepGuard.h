@@ -1,8 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
-
-#include <QMutexLocker>
+#include "Session/Core/LockedState.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -14,30 +12,30 @@ class NetworkStepGuard {
 public:
     NetworkStepGuard(SessionState& state, const char* operation)
         : m_state(state)
-        , m_locker(&state.lock)
-        , m_entered(!state.isNetworkStepActive && !state.isStopped) {
-        const QString reason = state.isNetworkStepActive
+        , m_isEntered(!m_state.isNetworkStepActive() && !state.isStopped()) {
+        const QString reason = m_state.isNetworkStepActive()
                                    ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
                                    : QStringLiteral("Module not initialized or already uninitialized.");
-        if (m_entered)
-            state.isNetworkStepActive = true;
+        if (m_isEntered)
+            m_state.setNetworkStepActive(true);
         else
-            state.services.loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
+            state.services().loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     }
     ~NetworkStepGuard() {
-        if (m_entered)
-            m_state.isNetworkStepActive = false;
+        if (m_isEntered)
+            m_state.setNetworkStepActive(false);
     }
     NetworkStepGuard(const NetworkStepGuard&) = delete;
     NetworkStepGuard& operator=(const NetworkStepGuard&) = delete;
 
     /// False when this thread is inside such a step already; the operation must fail then.
-    [[nodiscard]] bool isEntered() const { return m_entered; }
+    [[nodiscard]] bool isEntered() const { return m_isEntered; }
+    /// The state, for the step to change.
+    [[nodiscard]] LockedState& state() { return m_state; }
 
 private:
-    SessionState& m_state;
-    const QMutexLocker m_locker;
-    const bool m_entered;
+    LockedState m_state;
+    const bool m_isEntered;
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -13,10 +13,10 @@ using Event = WebServicesPrivateCore::WebServicesEvent;
 
 OAuth2Access::OAuth2Access(SessionState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.oauth2) {}
+    , m_logger(*state.services().loggers.oauth2) {}
 
 OAuth2TokenSpec OAuth2Access::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
-    return spec ? *spec : m_state.clients.oauth2(clientKey).defaultSpec();
+    return spec ? *spec : m_state.clients().oauth2(clientKey).defaultSpec();
 }
 
 OAuth2SessionPointer OAuth2Access::findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec) {
@@ -30,42 +30,42 @@ OAuth2SessionPointer OAuth2Access::session(const QString& clientKey, const OAuth
 }
 
 bool OAuth2Access::isEnabled(const QString& clientKey) const {
-    return m_state.clients.oauth2(clientKey).isEnabled;
+    return m_state.clients().oauth2(clientKey).isEnabled;
 }
 
 bool OAuth2Access::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
     const OAuth2TokenType type = spec.GetType();
-    if ((type != RT && type != JWT) || !m_state.clients.enableOAuth2(clientKey, spec)) {
+    if ((type != RT && type != JWT) || !m_state.clients().enableOAuth2(clientKey, spec)) {
         m_logger.error(
             QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
         return false;
     }
     startTokens(clientKey);
-    m_state.events->raiseEvent(Event::OAuth2Enabled, {m_state.subjectKey(clientKey), spec});
+    m_state.events().raiseEvent(Event::OAuth2Enabled, {m_state.subjectKey(clientKey), spec});
     return true;
 }
 
 bool OAuth2Access::DisableOAuth2(const QString& clientKey) {
-    if (!m_state.clients.disableOAuth2(clientKey)) {
+    if (!m_state.clients().disableOAuth2(clientKey)) {
         m_logger.error(QStringLiteral("Failed to disable OAuth2. Client info not found for client key %1.").arg(clientKey));
         return false;
     }
     discardUnused(m_state.product(clientKey));
-    m_state.events->raiseEvent(Event::OAuth2Disabled, m_state.subjectKey(clientKey));
+    m_state.events().raiseEvent(Event::OAuth2Disabled, m_state.subjectKey(clientKey));
     return true;
 }
 
 void OAuth2Access::discardUnused(const ProductSessionPointer& product) {
     // Another client of this process may still use the product's tokens.
-    if (!product || m_state.clients.isOAuth2Used(product->productKey(), product->server()) || !product->DisableOAuth2())
+    if (!product || m_state.clients().isOAuth2Used(product->productKey(), product->server()) || !product->DisableOAuth2())
         return;
     const QVector<OAuth2SessionPointer> sessions = product->oauth2().all();
     for (const OAuth2SessionPointer& session : sessions)
-        m_state.events->raiseEventHere(Event::OAuth2TokenDiscarded, {product->productKey(), session->spec()});
+        m_state.events().raiseEventHere(Event::OAuth2TokenDiscarded, {product->productKey(), session->spec()});
 }
 
 QStringList OAuth2Access::clientsOf(const QString& productKey) const {
-    QStringList keys = m_state.clients.configuredFor(m_state.currentServer());
+    QStringList keys = m_state.clients().configuredFor(m_state.currentServer());
     keys.erase(std::remove_if(keys.begin(), keys.end(),
                               [&](const QString& clientKey) { return m_state.productKey(clientKey) != productKey; }),
                keys.end());
@@ -76,32 +76,32 @@ void OAuth2Access::enabledElsewhere(const QString& productKey, const OAuth2Token
     bool isNew = false;
     const QStringList clientKeys = clientsOf(productKey);
     for (const QString& clientKey : clientKeys)
-        isNew = isNew || !m_state.clients.oauth2(clientKey).specs.contains(spec);
+        isNew = isNew || !m_state.clients().oauth2(clientKey).specs.contains(spec);
     if (!isNew)
         return;
     m_logger.information(
         QStringLiteral("OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
     for (const QString& clientKey : clientKeys)
-        m_state.clients.enableOAuth2(clientKey, spec);
+        m_state.clients().enableOAuth2(clientKey, spec);
     startTokens(clientKeys.first());
 }
 
 void OAuth2Access::disabledElsewhere(const QString& productKey) {
-    if (!m_state.clients.isOAuth2Used(productKey, m_state.currentServer()))
+    if (!m_state.clients().isOAuth2Used(productKey, m_state.currentServer()))
         return;
     m_logger.information(
         QStringLiteral("OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
     const QStringList clientKeys = clientsOf(productKey);
     for (const QString& clientKey : clientKeys)
-        m_state.clients.disableOAuth2(clientKey);
-    discardUnused(m_state.products.find(productKey, m_state.currentServer()));
+        m_state.clients().disableOAuth2(clientKey);
+    discardUnused(m_state.products().find(productKey, m_state.currentServer()));
 }
 
 void OAuth2Access::startTokens(const QString& clientKey) {
     const ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !m_state.isLoggedIn(clientKey))
         return;
-    product->EnableOAuth2(m_state.clients.oauth2(clientKey).specs);
+    product->EnableOAuth2(m_state.clients().oauth2(clientKey).specs);
     product->CheckTokensToQuery(m_state.currentServer());
 }
 
@@ -116,7 +116,7 @@ void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const O
     }
     // Without an OAuth2 token one is queried at once, which needs an OAuth 1.0 token that has not expired.
     const ProductTokens tokens = product.tokens();
-    if (!held.isPresent() && tokens.areComplete() && tokens.areExpired(m_state.services.now()))
+    if (!held.isPresent() && tokens.areComplete() && tokens.areExpired(m_state.services().now()))
         (void)operations->refreshToken(true, RefreshWorker::Reason::Expired);
 }
 
@@ -139,9 +139,7 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
     // A caller that must not wait does without the lock: a sign-in holds it until the server answers.
     std::optional<TimedLock> lock;
     if (mayWait)
-        lock.emplace(TimedLock::Kind::LoginSession, m_state.lock,
-                     QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed(),
-                     m_state.services.loggers.lock);
+        m_state.lockTimed(lock, QStringLiteral("%1 GetOAuth2AccessToken").arg(named ? named->logPrefix() : QString()).trimmed());
     // Look again: another thread may have replaced the product before this one got the lock.
     const ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !m_state.isLoggedIn(clientKey)) {
@@ -193,7 +191,7 @@ bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2Toke
 
 bool OAuth2Access::refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous) {
     TokenOperations* const operations = product.operations();
-    if (operations && product.tokens().areExpired(m_state.services.now())) {
+    if (operations && product.tokens().areExpired(m_state.services().now())) {
         m_logger.information(
             QStringLiteral("Postponing OAuth2 token refresh since access token has expired. Refreshing the token first."));
         // An asynchronous OAuth2 refresh waits for the end of this one by itself.
@@ -214,10 +212,10 @@ bool OAuth2Access::isRefreshTimerActive(const QString& clientKey, const OAuth2To
 
 void OAuth2Access::reportToken(const QString& clientKey) {
     const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, nullptr));
-    if (!found || !found->token().isValid(m_state.services.now()))
+    if (!found || !found->token().isValid(m_state.services().now()))
         return;
     m_logger.information(found->DescribeOAuth2Token());
-    m_state.events->raiseEventHere(Event::OAuth2TokenAvailable, m_state.subjectKey(clientKey));
+    m_state.events().raiseEventHere(Event::OAuth2TokenAvailable, m_state.subjectKey(clientKey));
 }
 
 } // namespace Velquor::WebServices::Internal

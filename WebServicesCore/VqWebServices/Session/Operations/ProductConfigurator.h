@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -9,7 +9,7 @@ namespace Velquor::WebServices::Internal {
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: a null result and a log line.
 class ProductConfigurator {
 public:
-    explicit ProductConfigurator(SessionState& state);
+    explicit ProductConfigurator(LockedState& state);
 
     /// The product of a client on the current server, made when it is missing, with the client's settings applied. Null when the
     /// client is not configured for the server.
@@ -19,7 +19,7 @@ public:
     void configureAll();
 
 private:
-    SessionState& m_state;
+    LockedState& m_state;
 };
 
 } // namespace Velquor::WebServices::Internal

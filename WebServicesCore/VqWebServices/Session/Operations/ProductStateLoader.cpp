@@ -5,29 +5,29 @@
 
 namespace Velquor::WebServices::Internal {
 
-ProductStateLoader::ProductStateLoader(SessionState& state)
+ProductStateLoader::ProductStateLoader(LockedState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.session) {}
+    , m_logger(*state->services().loggers.session) {}
 
 bool ProductStateLoader::loadProduct(const QString& clientKey) {
-    const QString path = m_state.file.path();
-    const QString name = m_state.clients.displayName(clientKey);
+    const QString path = m_state.file().path();
+    const QString name = m_state->clients().displayName(clientKey);
     m_logger.information(QStringLiteral("Loading login state of product %1 from file %2").arg(name, path));
-    if (!m_state.file.exists()) {
+    if (!m_state.file().exists()) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
         return false;
     }
-    const LoginStateFile::Content content = m_state.file.readNow();
+    const LoginStateFile::Content content = m_state.file().readNow();
     const std::optional<LoginState> file =
         content.isRead() ? LoginStateStore(m_state).findOwnSignIn(*content.document) : std::nullopt;
-    const StoredProduct* const product = file ? file->product(m_state.productKey(clientKey)) : nullptr;
+    const StoredProduct* const product = file ? file->product(m_state->productKey(clientKey)) : nullptr;
     const ProductSessionPointer session = product ? ProductConfigurator(m_state).configure(clientKey) : ProductSessionPointer();
     if (session) {
         session->Load(*product);
         m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));
     } else if (product) {
         m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
-                           .arg(name, serverName(m_state.currentServer())));
+                           .arg(name, serverName(m_state->currentServer())));
     } else {
         m_logger.information(
             QStringLiteral(
@@ -39,13 +39,13 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
 }
 
 bool ProductStateLoader::SetInfor1(const QString& productKey) {
-    const QString path = m_state.file.path();
-    if (!m_state.file.exists()) {
+    const QString path = m_state.file().path();
+    if (!m_state.file().exists()) {
         m_logger.information(
             QStringLiteral("Can't load login state1 from file %1. File not found from the default path. SetInfor1.").arg(path));
         return false;
     }
-    const LoginStateFile::Content content = m_state.file.readNow();
+    const LoginStateFile::Content content = m_state.file().readNow();
     if (!content.isRead()) {
         m_logger.error(QStringLiteral("Failed to read SetInfor1 from file %1. %2.").arg(path, content.error));
         return false;
@@ -60,7 +60,7 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
             m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored.SetInfor1."));
         if (product.productKey.isEmpty() || product.productKey != productKey)
             continue;
-        const ProductSessionPointer session = m_state.products.getOrCreate(productKey, m_state.currentServer());
+        const ProductSessionPointer session = m_state.products().getOrCreate(productKey, m_state->currentServer());
         if (!session) {
             m_logger.error(
                 QStringLiteral(

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -9,7 +9,7 @@ namespace Velquor::WebServices::Internal {
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: false and a log line; what is in memory stays.
 class ProductStateLoader {
 public:
-    explicit ProductStateLoader(SessionState& state);
+    explicit ProductStateLoader(LockedState& state);
 
     /// The product of a client. False when the file does not hold its tokens.
     bool loadProduct(const QString& clientKey);
@@ -19,7 +19,7 @@ public:
     bool SetInfor1(const QString& productKey);
 
 private:
-    SessionState& m_state;
+    LockedState& m_state;
     Log::ILogger& m_logger;
 };
 

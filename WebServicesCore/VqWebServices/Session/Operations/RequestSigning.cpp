@@ -33,7 +33,7 @@ RequestSigning::RequestSigning(SessionState& state)
     : m_state(state) {}
 
 Log::ILogger& RequestSigning::logger(const Access& access) const {
-    return access.product ? *access.product->services().loggers.product : *m_state.services.loggers.product;
+    return access.product ? *access.product->services().loggers.product : *m_state.services().loggers.product;
 }
 
 QString RequestSigning::lockName(const ProductSessionPointer& product, const QString& operation) {
@@ -48,7 +48,7 @@ RequestSigning::Refusal RequestSigning::checkState(const Access& access) const {
         return Refusal::NoProduct;
     if (!m_state.isLoginValid())
         return Refusal::StateNotValid;
-    const ConfigurationPointer configuration = m_state.clients.configuration(access.clientKey, m_state.currentServer());
+    const ConfigurationPointer configuration = m_state.clients().configuration(access.clientKey, m_state.currentServer());
     return configuration && WebServicesConfigurationImp::of(*configuration).isValid() ? Refusal::None : Refusal::NoConfiguration;
 }
 
@@ -58,12 +58,12 @@ RequestSigning::Refusal RequestSigning::check(const Access& access) const {
         return refusal == Refusal::NoUser && access.wasRefreshed ? Refusal::NotLoggedIn : refusal;
     if (!access.product->tokens().areComplete())
         return Refusal::NoToken;
-    return access.checkExpiry && access.product->tokens().areExpired(m_state.services.now()) ? Refusal::Expired : Refusal::None;
+    return access.checkExpiry && access.product->tokens().areExpired(m_state.services().now()) ? Refusal::Expired : Refusal::None;
 }
 
 RequestSigning::Refusal RequestSigning::lockAndCheck(Access& access, const QString& operation,
                                                      std::optional<TimedLock>& lock) const {
-    lock.emplace(TimedLock::Kind::LoginSession, m_state.lock, lockName(access.product, operation), m_state.services.loggers.lock);
+    m_state.lockTimed(lock, lockName(access.product, operation));
     // Look again: another thread may have replaced the product before this one got the lock.
     access.product = m_state.product(access.clientKey);
     return check(access);
@@ -121,7 +121,7 @@ void RequestSigning::prepareTokens(Access& access) {
     if (!operations || checkState(access) != Refusal::None)
         return;
     const auto isExpired = [&] {
-        return access.checkExpiry && m_state.isLoggedIn() && access.product->tokens().areExpired(m_state.services.now());
+        return access.checkExpiry && m_state.isLoggedIn() && access.product->tokens().areExpired(m_state.services().now());
     };
     const bool isBusy = operations->isQueryInProgress() || operations->isRefreshInProgress();
     if ((!isBusy && !isExpired()) || m_state.isInsideNetworkStep())
@@ -160,7 +160,7 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
     }
     const OAuth::RequestToSign request =
         order.mode == ParsingMode::SignedUrl ? withParametersInQuery(order.request) : order.request;
-    const QByteArray parameters = OAuth::VqOAuthWrapper(*m_state.services.oauthHost)
+    const QByteArray parameters = OAuth::VqOAuthWrapper(*m_state.services().oauthHost)
                                       .CreateOauthParameterString(request, keys->credentials(), outputForm(order.mode));
     if (parameters.isEmpty())
         return Util::Failure{

@@ -21,22 +21,22 @@ constexpr int maximumCookieSize = 256 * 1024;
 
 } // namespace
 
-SignInFlow::SignInFlow(SessionState& state)
+SignInFlow::SignInFlow(LockedState& state)
     : m_state(state)
-    , m_services(state.services)
-    , m_logger(*state.services.loggers.session) {}
+    , m_services(state->services())
+    , m_logger(*state->services().loggers.session) {}
 
 Util::Result<void> SignInFlow::checkReady(const QString& clientKey) const {
-    if (!m_state.clients.hasAnyConfiguration(clientKey))
+    if (!m_state->clients().hasAnyConfiguration(clientKey))
         return Util::Failure{QStringLiteral(
             "Failed to initiate login. Configuration is not set. Web services is not initialized properly. To initialize web services set the configuration for each supported server usingWebServicesManager::SetConfiguration and then call WebServicesManager::RestoreLogin.")};
-    const Server server = m_state.currentServer();
-    if (!m_state.clients.configuration(clientKey, server))
+    const Server server = m_state->currentServer();
+    if (!m_state->clients().configuration(clientKey, server))
         return Util::Failure{
             QStringLiteral(
                 "Failed to initiate login. Configuration is not set for %1 server. Set configuration for each supported server using WebServicesManager::SetConfiguration.")
                 .arg(serverName(server))};
-    if (!m_state.isRestored())
+    if (!m_state->isRestored())
         return Util::Failure{QStringLiteral(
             "Failed to initiate login. WebServicesManager::RestoreLogin is not called. You should call RestoreLogin after setting the configuration.")};
     return {};
@@ -79,9 +79,9 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
         m_logger.error(ready.reason());
         return {LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
     }
-    const ConfigurationPointer configuration = m_state.clients.configuration(clientKey, m_state.currentServer());
+    const ConfigurationPointer configuration = m_state->clients().configuration(clientKey, m_state->currentServer());
     const QUrl url = withIdentity(
-        QUrl(m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
+        QUrl(m_services.urls->endPoint(m_state->currentServer(), accountServer, QStringLiteral("RequestTokenEndPoint"))),
         WebServicesConfigurationImp::of(*configuration));
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
     const AccountReply reply = exchange(*configuration, consumerKeys(*configuration), url);
@@ -147,7 +147,7 @@ std::optional<PendingSignIn> SignInFlow::readRequestToken(const AccountReply& re
 }
 
 QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const {
-    QString text = m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("AuthorizationEndPoint"));
+    QString text = m_services.urls->endPoint(m_state->currentServer(), accountServer, QStringLiteral("AuthorizationEndPoint"));
     const auto placeHolder = QStringLiteral("%EncodedDomainKey%");
     const int position = text.indexOf(placeHolder);
     if (position >= 0)
@@ -167,9 +167,9 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     m_logger.information(cookies ? QStringLiteral("CompleteLogin called with %1 cookies").arg(cookies->GetCookieCount())
                                  : QStringLiteral("CompleteLogin called without cookies"));
     // The product may be gone since: another process has signed the user out. The sign-in that waits stays.
-    const std::optional<PendingSignIn> pending = m_state.pendingSignIn(m_state.productKey(clientKey));
+    const std::optional<PendingSignIn> pending = m_state->pendingSignIn(m_state->productKey(clientKey));
     const ProductSessionPointer product =
-        pending ? ProductConfigurator(m_state).configure(clientKey) : m_state.product(clientKey);
+        pending ? ProductConfigurator(m_state).configure(clientKey) : m_state->product(clientKey);
     if (!product) {
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
         return LoginCode::exchangeFailed;
@@ -179,7 +179,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
         m_logger.error(QStringLiteral("Failed to complete login. Configuration not found."));
         return LoginCode::exchangeFailed;
     }
-    const QUrl url(m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
+    const QUrl url(m_services.urls->endPoint(m_state->currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
     const SigningKeys keys = requestTokenKeys(pending.value_or(PendingSignIn()), *configuration);
     // A request token cannot be exchanged without its secret: the server would refuse the signature.
@@ -191,7 +191,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
         m_logger.error(QStringLiteral("Failed to complete login using url %1: Reply is null").arg(displayUrl(url)));
     else if (!reply.hasStatus200())
         m_logger.error(QStringLiteral("Failed to complete login. %1").arg(reply.errorText() + reply.problemText()));
-    else if (m_state.product(clientKey) != product)
+    else if (m_state->product(clientKey) != product)
         // While this thread waited, the host removed the client or changed the server.
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
     else if (!storeSignIn(*product, *pending, replyParameters(reply.reply().body), cookies))
@@ -213,7 +213,7 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const PendingSignIn& 
     m_state.setLdapDomainKey(pending.ldapDomainKey);
     if (cookies)
         state.loginCookies = keptCookies(*cookies);
-    const bool isOtherUser = m_state.basic().hasUser() && m_state.basic().user() != state.user();
+    const bool isOtherUser = m_state->basic().hasUser() && m_state->basic().user() != state.user();
     m_state.setBasic(state);
     if (isOtherUser)
         forgetOtherUser();
@@ -235,8 +235,8 @@ BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, co
     state.userName = text(QStringLiteral("x_oauth_user_name"));
     state.userId = text(QStringLiteral("x_oauth_user_guid"));
     state.sessionExpiryDate = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now);
-    state.loginDate = loginDateAfter(now, laterOf(m_state.logoutDate(), m_state.basic().loginDate));
-    m_state.binding.bind(state);
+    state.loginDate = loginDateAfter(now, laterOf(m_state->logoutDate(), m_state->basic().loginDate));
+    m_state->binding().bind(state);
     return state;
 }
 
@@ -250,7 +250,7 @@ QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
 
 // The new user is set by now. A cache that asks again at once asks for that user, or finds no token yet.
 void SignInFlow::forgetOtherUser() {
-    const QVector<ProductSessionPointer> sessions = m_state.products.all();
+    const QVector<ProductSessionPointer> sessions = m_state.products().all();
     for (const ProductSessionPointer& session : sessions) {
         session->Clear();
         if (TokenOperations* const operations = session->operations())

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 #include "Session/Operations/AccountExchange.h"
 #include "VqUtil/General/Result.h"
 
@@ -32,7 +32,7 @@ struct InitiatedLogin {
 /// the state as it was, except for the stored request token.
 class SignInFlow {
 public:
-    explicit SignInFlow(SessionState& state);
+    explicit SignInFlow(LockedState& state);
 
     /// Obtains a request token and makes the URL of the sign-in page.
     [[nodiscard]] InitiatedLogin initiate(const QString& clientKey, const QString& ldapDomainKey);
@@ -55,7 +55,7 @@ private:
     void forgetOtherUser();
     [[nodiscard]] SigningKeys requestTokenKeys(const PendingSignIn& pending, const WebServicesConfiguration& configuration) const;
 
-    SessionState& m_state;
+    LockedState& m_state;
     const SessionDependencies& m_services;
     Log::ILogger& m_logger;
 };

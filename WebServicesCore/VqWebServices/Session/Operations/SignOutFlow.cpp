@@ -25,13 +25,13 @@ bool isCompanionLoaded() {
 
 SignOutFlow::SignOutFlow(SessionState& state)
     : m_state(state)
-    , m_logger(*state.services.loggers.session) {}
+    , m_logger(*state.services().loggers.session) {}
 
 bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& error, const Terms& terms) {
     error = QNetworkReply::NoError;
     const QString user = m_state.basic().userName;
     m_logger.information(QStringLiteral("Logging out user %1 (using REST)").arg(user));
-    if (isCompanionLoaded() && !m_state.services.isSSOServer && !terms.isForced) {
+    if (isCompanionLoaded() && !m_state.services().isSSOServer && !terms.isForced) {
         m_logger.error(QStringLiteral(
             "Failed to logout. VqWebServicesUI module loaded in the process. Please call WebServicesUIManager::Logout instead of WebServicesManager::Logout."));
         return false;
@@ -50,12 +50,12 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
             m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
             return false;
         }
-        ++m_state.pendingLogouts;
+        m_state.beginLogout();
         ended = m_state.signInId();
         error = invalidateToken();
     }
     const bool isCompleted = complete(clientKey, ended);
-    --m_state.pendingLogouts;
+    m_state.endLogout();
     if (!isCompleted)
         return false;
     m_logger.information(QStringLiteral("Logged out user %1 successfully in this process (using REST)").arg(user));
@@ -73,11 +73,11 @@ std::optional<LogoutPage> SignOutFlow::initiate(const QString& clientKey) {
         m_logger.error(QStringLiteral("InitiateLogout failed. Another sign-in or sign-out is under way on this thread."));
         return {};
     }
-    if (m_state.events->isLogoutVetoed(m_state.subjectKey(clientKey))) {
+    if (m_state.events().isLogoutVetoed(m_state.subjectKey(clientKey))) {
         m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
         return {};
     }
-    m_state.events->raiseEventHere(Event::LoggingOut, m_state.subjectKey(clientKey));
+    m_state.events().raiseEventHere(Event::LoggingOut, m_state.subjectKey(clientKey));
     const NetworkStepGuard step(m_state, "InitiateLogout");
     return step.isEntered() ? makeLogoutPage(clientKey) : std::nullopt;
 }
@@ -86,15 +86,15 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
     ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !product->tokens().areComplete())
         product = productWithTokens();
-    const QUrl page(m_state.services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
+    const QUrl page(m_state.services().urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("LogoutEndPoint")));
     const Util::Result<SigningKeys> keys = product ? product->signingKeys() : Util::Failure{};
-    const QUrl signedUrl = keys ? signUrl(*m_state.services.oauthHost, page, *keys) : QUrl();
+    const QUrl signedUrl = keys ? signUrl(*m_state.services().oauthHost, page, *keys) : QUrl();
     if (signedUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
         return {};
     }
     LogoutPage made{QString::fromLatin1(signedUrl.toEncoded()),
-                    decryptCookies(m_state.basic().loginCookies, *m_state.services.cryptor, m_logger)};
+                    decryptCookies(m_state.basic().loginCookies, *m_state.services().cryptor, m_logger)};
     m_logger.information(QStringLiteral("Returning %1 cookies in InitiateLogout").arg(made.cookies.GetCookieCount()));
     m_logger.information(QStringLiteral("Initiated logout successfully"));
     return made;
@@ -102,7 +102,7 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
 
 bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn) {
     {
-        const NetworkStepGuard step(m_state, "CompleteLogout");
+        NetworkStepGuard step(m_state, "CompleteLogout");
         if (!step.isEntered())
             return false;
         // The lock was free between the steps, so another process's sign-in may have been taken over.
@@ -110,18 +110,18 @@ bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn) 
             m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
             return false;
         }
-        if (!forgetUser())
+        if (!forgetUser(step.state()))
             return false;
     }
     // What other processes have begun for the user is of no use any more. A refresh clears its flag itself.
-    if (m_state.services.processState)
-        m_state.services.processState->deletePropertiesInAllProcesses(
+    if (m_state.services().processState)
+        m_state.services().processState->deletePropertiesInAllProcesses(
             {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
-    m_state.events->raiseEvent(Event::LoggedOut, m_state.subjectKey(clientKey));
+    m_state.events().raiseEvent(Event::LoggedOut, m_state.subjectKey(clientKey));
     return true;
 }
 
-bool SignOutFlow::forgetUser() {
+bool SignOutFlow::forgetUser(LockedState& state) {
     m_logger.information(QStringLiteral("Completing logout"));
     if (!m_state.isLoggedIn()) {
         m_logger.error(QStringLiteral("Failed to complete logout. Not logged in."));
@@ -129,18 +129,18 @@ bool SignOutFlow::forgetUser() {
     }
     const BasicLoginState ended = m_state.basic();
     m_logger.information(QStringLiteral("Deleting all the caches since user logged out"));
-    m_state.deleteCaches();
+    state.deleteCaches();
     m_logger.information(QStringLiteral("Deleting all product login sessions since user logged out"));
-    m_state.forgetUser();
-    if (!LoginStateStore(m_state).endSignIn(ended))
+    state.forgetUser();
+    if (!LoginStateStore(state).endSignIn(ended))
         m_logger.error(QStringLiteral("Failed to save the sign-out to login state file %1. It will be tried again.")
-                           .arg(m_state.file.path()));
+                           .arg(state.file().path()));
     m_logger.information(QStringLiteral("Completed logout successfully"));
     return true;
 }
 
 ProductSessionPointer SignOutFlow::productWithTokens() const {
-    const QVector<ProductSessionPointer> sessions = m_state.products.onServer(m_state.currentServer());
+    const QVector<ProductSessionPointer> sessions = m_state.products().onServer(m_state.currentServer());
     for (const ProductSessionPointer& session : sessions) {
         if (session->configuration() && session->tokens().areComplete())
             return session;
@@ -166,10 +166,10 @@ QNetworkReply::NetworkError SignOutFlow::invalidateToken() {
 QNetworkReply::NetworkError SignOutFlow::sendInvalidation(const ProductLoginSession& product, const Util::SecretBytes& handle) {
     m_logger.information(QStringLiteral("Starting logout in server using REST"));
     const QUrl url(
-        m_state.services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
+        m_state.services().urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("InvalidateTokenEndPoint")));
     const Util::Result<SigningKeys> keys = product.signingKeys();
     const AccountReply reply =
-        keys ? exchangeSignedGet(m_state.services, url, *keys, {{"oauth_session_handle", handle.view()}}) : AccountReply();
+        keys ? exchangeSignedGet(m_state.services(), url, *keys, {{"oauth_session_handle", handle.view()}}) : AccountReply();
     if (reply.reply().isNull)
         m_logger.error(QStringLiteral("Failed to logout in server for product %1. Reply is null. Url: %2")
                            .arg(product.displayName(), displayUrl(url)));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 
 #include <QNetworkReply>
 #include <VqWebServices/NetworkCookieJar.h>
@@ -40,7 +40,7 @@ public:
 
 private:
     [[nodiscard]] std::optional<LogoutPage> makeLogoutPage(const QString& clientKey);
-    [[nodiscard]] bool forgetUser();
+    [[nodiscard]] bool forgetUser(LockedState& state);
     [[nodiscard]] ProductSessionPointer productWithTokens() const;
     [[nodiscard]] QNetworkReply::NetworkError invalidateToken();
     [[nodiscard]] QNetworkReply::NetworkError sendInvalidation(const ProductLoginSession& product,

@@ -1,6 +1,6 @@
 #include "Session/Operations/StateDump.h"
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 #include "Session/Products/TokenOperations.h"
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -35,13 +35,13 @@ QJsonObject describe(const ProductLoginSession& product) {
 
 } // namespace
 
-QJsonObject dumpState(SessionState& state) {
-    const QMutexLocker lock(&state.lock);
+QJsonObject dumpState(SessionState& session) {
+    const LockedState state(session);
     QJsonArray clients;
-    for (const ClientInfo& client : state.clients.all())
+    for (const ClientInfo& client : state->clients().all())
         clients += describe(client);
     QJsonArray products;
-    for (const ProductSessionPointer& product : state.products.all())
+    for (const ProductSessionPointer& product : state->products().all())
         products += describe(*product);
     return {{QStringLiteral("LoginSession"),
              QJsonObject{{QStringLiteral("Clients"), clients}, {QStringLiteral("ProductLoginSessions"), products}}}};

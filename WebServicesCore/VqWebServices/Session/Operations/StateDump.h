@@ -10,6 +10,6 @@ class SessionState;
 /// "ProductLoginSessions": [...]}}. It holds names, keys of products, servers and flags; no secret of a configuration, no token.
 ///
 /// Thread: any; takes the login session lock.
-[[nodiscard]] QJsonObject dumpState(SessionState& state);
+[[nodiscard]] QJsonObject dumpState(SessionState& session);
 
 } // namespace Velquor::WebServices::Internal

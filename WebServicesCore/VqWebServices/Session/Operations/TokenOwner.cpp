@@ -5,7 +5,6 @@
 
 #include <QElapsedTimer>
 #include <QThread>
-#include <mutex>
 
 namespace Velquor::WebServices::Internal {
 
@@ -49,7 +48,7 @@ Util::Result<SigningKeys> TokenOwner::signingKeys() const {
 }
 
 OtherLogin TokenOwner::otherLogin() const {
-    const QVector<ProductSessionPointer> sessions = m_state.products.onServer(m_product.server());
+    const QVector<ProductSessionPointer> sessions = m_state.products().onServer(m_product.server());
     for (const ProductSessionPointer& session : sessions) {
         const QByteArray handle = session->tokens().sessionHandle;
         if (session.get() != &m_product && !handle.isEmpty() && isLoggedIn())
@@ -70,8 +69,8 @@ bool TokenOwner::catchUpWithFile(const QString& signInId) {
     // A single call may take the whole time, so the time is measured from here.
     QElapsedTimer timer;
     timer.start();
-    while (!m_state.events->followFile(lockSliceMs)
-           && timer.elapsed() < (m_state.unread.isPending() ? unreadableWaitMs : catchUpWaitMs)) {
+    while (!m_state.events().followFile(lockSliceMs)
+           && timer.elapsed() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
         QThread::msleep(pauseMs);
@@ -79,54 +78,54 @@ bool TokenOwner::catchUpWithFile(const QString& signInId) {
     return !signInId.isEmpty() && this->signInId() == signInId;
 }
 
-bool TokenOwner::lockState() {
-    for (int leftMs = lockTimeoutMs; leftMs > 0; leftMs -= lockSliceMs) {
-        if (m_state.lock.try_lock_for(std::chrono::milliseconds(lockSliceMs)))
-            return true;
+std::unique_ptr<LockedState> TokenOwner::lockState() {
+    auto state = std::make_unique<LockedState>(m_state, lockSliceMs);
+    for (int leftMs = lockTimeoutMs; leftMs > 0 && !state->isHeld(); leftMs -= lockSliceMs) {
         if (m_stopping)
             leftMs = qMin(leftMs, lockTimeoutWhenStoppingMs);
+        state = std::make_unique<LockedState>(m_state, lockSliceMs);
     }
-    return m_state.lock.try_lock();
+    return state;
 }
 
 StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sessionExpiry, const QString& signInId) {
-    if (!lockState()) {
+    const std::unique_ptr<LockedState> state = lockState();
+    if (!state->isHeld()) {
         services().loggers.product->error(
             QStringLiteral("Failed to store the tokens of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
         return StoreResult::Busy;
     }
-    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::adopt_lock);
     if (signInId.isEmpty() || this->signInId() != signInId)
         return StoreResult::SignInGone;
-    BasicLoginState state = m_state.basic();
+    BasicLoginState user = m_state.basic();
     const ProductTokens before = m_product.tokens();
     m_product.setTokens(tokens);
     if (sessionExpiry.isValid()) {
-        state.sessionExpiryDate = sessionExpiry;
-        m_state.setBasic(state);
+        user.sessionExpiryDate = sessionExpiry;
+        state->setBasic(user);
     }
     // Use the tokens even when the file cannot be written: the server may have invalidated the old ones.
-    if (LoginStateStore(m_state).saveTokens(m_product) != LoginStateStore::Result::SignInGone)
+    if (LoginStateStore(*state).saveTokens(m_product) != LoginStateStore::Result::SignInGone)
         return StoreResult::Stored;
     m_product.setTokens(before);
     return StoreResult::SignInGone;
 }
 
 StoreResult TokenOwner::storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData& token, const QString& signInId) {
-    if (!lockState()) {
+    const std::unique_ptr<LockedState> state = lockState();
+    if (!state->isHeld()) {
         services().loggers.product->error(
             QStringLiteral("Failed to store the OAuth2 token of product %1. Another operation is under way.")
                 .arg(m_product.displayName()));
         return StoreResult::Busy;
     }
-    const std::unique_lock<QRecursiveMutex> lock(m_state.lock, std::adopt_lock);
     if (signInId.isEmpty() || this->signInId() != signInId)
         return StoreResult::SignInGone;
     const OAuth2TokenData before = slot.token();
     slot.replaceToken(token);
     // Use the token even when the file cannot be written.
-    if (LoginStateStore(m_state).saveOAuth2(m_product, token) != LoginStateStore::Result::SignInGone)
+    if (LoginStateStore(*state).saveOAuth2(m_product, token) != LoginStateStore::Result::SignInGone)
         return StoreResult::Stored;
     slot.replaceToken(before);
     return StoreResult::SignInGone;
@@ -142,17 +141,17 @@ QRecursiveMutex& TokenOwner::productLock() {
 
 void TokenOwner::raiseEvent(WebServicesPrivateCore::WebServicesEvent event) {
     if (!m_stopping)
-        m_state.events->raiseEvent(event, m_product.productKey());
+        m_state.events().raiseEvent(event, m_product.productKey());
 }
 
 void TokenOwner::raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) {
     if (!m_stopping)
-        m_state.events->raiseEvent(event, {m_product.productKey(), spec});
+        m_state.events().raiseEvent(event, {m_product.productKey(), spec});
 }
 
 void TokenOwner::forceLogout(const QString& signInId) {
     if (!m_stopping)
-        m_state.events->forceLogout(m_product.productKey(), signInId);
+        m_state.events().forceLogout(m_product.productKey(), signInId);
 }
 
 } // namespace Velquor::WebServices::Internal

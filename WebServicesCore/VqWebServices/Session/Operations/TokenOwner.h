@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 #include "Session/Products/ProductLoginSession.h"
 #include "Tokens/ITokenOwner.h"
 
@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool isLoggedIn() const override;
     [[nodiscard]] QString user() const override;
     [[nodiscard]] bool isLoginExpired() const override { return m_state.isLoginExpired(); }
-    [[nodiscard]] bool isLogoutPending() const override { return m_state.pendingLogouts > 0; }
+    [[nodiscard]] bool isLogoutPending() const override { return m_state.isLogoutPending(); }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return m_state.basic().sessionExpiryDate; }
     [[nodiscard]] QString signInId() const override { return m_state.signInId(); }
     [[nodiscard]] bool catchUpWithFile(const QString& signInId) override;
@@ -42,8 +42,8 @@ public:
     void stop() override { m_stopping = true; }
 
 private:
-    /// Takes the login session lock. Waits only briefly once the product is going away.
-    [[nodiscard]] bool lockState();
+    /// Takes the login session lock, if it is free in time. Waits only briefly once the product is going away.
+    [[nodiscard]] std::unique_ptr<LockedState> lockState();
 
     SessionState& m_state;
     ProductLoginSession& m_product;

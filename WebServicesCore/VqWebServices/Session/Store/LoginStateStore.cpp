@@ -5,33 +5,33 @@
 
 namespace Velquor::WebServices::Internal {
 
-LoginStateStore::LoginStateStore(SessionState& state, int guardTimeoutMs)
+LoginStateStore::LoginStateStore(LockedState& state, int guardTimeoutMs)
     : m_state(state)
-    , m_logger(*state.services.loggers.session)
+    , m_logger(*state->services().loggers.session)
     , m_guardTimeoutMs(guardTimeoutMs) {}
 
 HeldLogin LoginStateStore::held() const {
     HeldLogin held;
-    held.state.currentServer = m_state.currentServer();
-    held.state.logoutDate = m_state.logoutDate();
-    held.state.user = m_state.basic();
+    held.state.currentServer = m_state->currentServer();
+    held.state.logoutDate = m_state->logoutDate();
+    held.state.user = m_state->basic();
     held.state.hasSignIn = held.state.user.hasUser();
-    for (const ProductSessionPointer& product : m_state.products.onServer(m_state.currentServer()))
+    for (const ProductSessionPointer& product : m_state.products().onServer(m_state->currentServer()))
         held.state.products += product->stored();
-    held.seen = m_state.seen();
-    held.lastEnded = m_state.lastEnded();
-    held.isLoggedIn = m_state.isLoggedIn();
-    held.mayTakeServer = !m_state.hasPendingSignIn();
+    held.seen = m_state->seen();
+    held.lastEnded = m_state->lastEnded();
+    held.isLoggedIn = m_state->isLoggedIn();
+    held.mayTakeServer = !m_state->hasPendingSignIn();
     return held;
 }
 
 void LoginStateStore::loadBasic() {
-    const QString path = m_state.file.path();
-    if (!m_state.file.exists()) {
+    const QString path = m_state.file().path();
+    if (!m_state.file().exists()) {
         m_logger.information(QStringLiteral("Can't load basic login state from file %1. File not found.").arg(path));
         return;
     }
-    const LoginStateFile::Content content = m_state.file.readNow(m_guardTimeoutMs);
+    const LoginStateFile::Content content = m_state.file().readNow(m_guardTimeoutMs);
     if (!content.isRead()) {
         m_logger.error(QStringLiteral("Failed to load basic login state from file %1. %2.").arg(path, content.error));
         return;
@@ -40,7 +40,7 @@ void LoginStateStore::loadBasic() {
     HeldLogin held = this->held();
     held.isRestore = true;
     takeSettings(mergeLogin(held, file), file);
-    BasicLoginState user = m_state.basic();
+    BasicLoginState user = m_state->basic();
     user.userName = file.user.userName;
     user.userId = file.user.userId;
     user.sessionExpiryDate = file.user.sessionExpiryDate;
@@ -49,20 +49,20 @@ void LoginStateStore::loadBasic() {
 }
 
 void LoginStateStore::restore() {
-    if (!m_state.file.exists()) {
+    if (!m_state.file().exists()) {
         m_logger.information(
-            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file.path()));
-        m_state.file.removeLeftovers();
+            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file().path()));
+        m_state.file().removeLeftovers();
         return;
     }
-    apply(m_state.file.readNow(m_guardTimeoutMs), true);
+    apply(m_state.file().readNow(m_guardTimeoutMs), true);
 }
 
 LoginStateStore::Followed LoginStateStore::follow() {
-    const LoginStateFile::Content content = m_state.file.readNow(m_guardTimeoutMs);
+    const LoginStateFile::Content content = m_state.file().readNow(m_guardTimeoutMs);
     if (content.status == LoginStateFile::Content::Status::Missing)
         m_logger.information(
-            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file.path()));
+            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file().path()));
     const LoginVerdict verdict = apply(content, false);
     return {content.status != LoginStateFile::Content::Status::Unreadable,
             verdict == LoginVerdict::SignedOut || verdict == LoginVerdict::Replaced};
@@ -70,11 +70,11 @@ LoginStateStore::Followed LoginStateStore::follow() {
 
 // The file's lock is free again: decrypting takes long, and who deletes a state reads the file once more.
 LoginVerdict LoginStateStore::apply(const LoginStateFile::Content& content, bool isRestore) {
-    m_state.file.markSeen(content);
+    m_state.file().markSeen(content);
     if (content.status == LoginStateFile::Content::Status::Unreadable)
-        m_state.unread.fail();
+        m_state.unread().fail();
     else
-        m_state.unread.succeed();
+        m_state.unread().succeed();
     if (!content.isRead())
         return LoginVerdict::NoUser;
     const LoginState file = content.document->state();
@@ -82,7 +82,7 @@ LoginVerdict LoginStateStore::apply(const LoginStateFile::Content& content, bool
     held.isRestore = isRestore;
     const MergedLogin merged = mergeLogin(held, file);
     m_state.setSeen(file);
-    m_state.proxy.follow(*content.document, isRestore);
+    m_state.proxy().follow(*content.document, isRestore);
     if (merged.isGone())
         leaveUser(merged, file);
     if (merged.notTaken == NotTaken::OwnIsLater)
@@ -95,14 +95,14 @@ LoginVerdict LoginStateStore::apply(const LoginStateFile::Content& content, bool
 void LoginStateStore::keepOwn(const MergedLogin& merged) {
     if (merged.verdict == LoginVerdict::Older)
         m_logger.information(
-            QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(m_state.basic().userName));
+            QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(m_state->basic().userName));
     // The file lacks the sign-in, so it is to be written.
-    if (!m_state.unsaved.isPending())
-        m_state.unsaved.fail();
+    if (!m_state.unsaved().isPending())
+        m_state.unsaved().fail();
 }
 
 void LoginStateStore::leaveUser(const MergedLogin& merged, const LoginState& file) {
-    const QString user = m_state.basic().userName;
+    const QString user = m_state->basic().userName;
     if (merged.verdict == LoginVerdict::Renewed) {
         m_logger.information(QStringLiteral("User %1 has signed in again in another process.").arg(user));
         StoredProducts(m_state).clearAllBut(file);
@@ -123,12 +123,12 @@ void LoginStateStore::takeSettings(const MergedLogin& merged, const LoginState& 
         m_logger.warning(QStringLiteral("Settings node not found in login state file"));
         return;
     }
-    m_state.setCurrentServer(static_cast<Server>(merged.memory.currentServer.value_or(m_state.currentServer())));
+    m_state.setCurrentServer(static_cast<Server>(merged.memory.currentServer.value_or(m_state->currentServer())));
     m_state.setLogoutDate(merged.memory.logoutDate);
 }
 
 void LoginStateStore::takeSignIn(const MergedLogin& merged, const LoginState& file, bool isKnown) {
-    const QString path = m_state.file.path();
+    const QString path = m_state.file().path();
     m_logger.information(QStringLiteral("Loading login state from file %1").arg(path));
     takeSettings(merged, file);
     logNotTaken(merged.notTaken);
@@ -139,7 +139,7 @@ void LoginStateStore::takeSignIn(const MergedLogin& merged, const LoginState& fi
         takeUser(user, merged, file);
     else if (verdict == SignInCheck::Verdict::Discarded)
         discard(file.user);
-    else if (!m_state.basic().hasUser())
+    else if (!m_state->basic().hasUser())
         // The basic state that was read before the restore belongs to a user who is not signed in here.
         m_state.setBasic({});
     m_logger.information(QStringLiteral("Finished loading login state from file %1").arg(path));
@@ -150,10 +150,10 @@ void LoginStateStore::takeUser(const BasicLoginState& user, const MergedLogin& m
     StoredProducts products(m_state);
     products.load(merged.memory.products, file);
     products.deleteInvalid();
-    if (products.isAnyMissing(file) && !m_state.unsaved.isPending())
-        m_state.unsaved.fail();
+    if (products.isAnyMissing(file) && !m_state.unsaved().isPending())
+        m_state.unsaved().fail();
     // While the library is being uninitialized its products are gone, which does not mean that the sign-in is.
-    if (m_state.products.hasTokens({}, m_state.currentServer()) || m_state.isStopped)
+    if (m_state.products().hasTokens({}, m_state->currentServer()) || m_state->isStopped())
         return;
     m_logger.warning(QStringLiteral(
         "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
@@ -183,7 +183,7 @@ void LoginStateStore::discard(const BasicLoginState& signIn) {
     m_state.forgetUser();
     // Write it as a sign-out. Otherwise a process that still has this user would write the sign-in back.
     if (!endSignIn(signIn))
-        m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_state.file.path()));
+        m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_state.file().path()));
 }
 
 std::optional<LoginState> LoginStateStore::findOwnSignIn(const LoginStateDocument& document) {
@@ -198,7 +198,7 @@ HeldLogin LoginStateStore::heldForSaving(const ProductLoginSession* fresh) const
     HeldLogin held = this->held();
     held.state.products.clear();
     QVector<const ProductLoginSession*> products;
-    const QVector<ProductSessionPointer> kept = m_state.products.onServer(m_state.currentServer());
+    const QVector<ProductSessionPointer> kept = m_state.products().onServer(m_state->currentServer());
     for (const ProductSessionPointer& product : kept)
         products += product.get();
     // A product that was removed while it obtained its tokens is still that of the sign-in.
@@ -238,15 +238,15 @@ LoginStateStore::Result LoginStateStore::saveSignIn(const ProductLoginSession& f
 }
 
 LoginStateStore::Result LoginStateStore::save(const HeldLogin& held) {
-    const QString path = m_state.file.path();
+    const QString path = m_state.file().path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
     // A product that was removed while it obtained its tokens had a configuration.
-    if (held.freshProduct.isEmpty() && m_state.clients.configuredFor(m_state.currentServer()).isEmpty()) {
+    if (held.freshProduct.isEmpty() && m_state->clients().configuredFor(m_state->currentServer()).isEmpty()) {
         m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
-        m_state.unsaved.succeed();
+        m_state.unsaved().succeed();
         return Result::Failed;
     }
-    if (!m_state.isRestored() && !held.isServerChosen) {
+    if (!m_state->isRestored() && !held.isServerChosen) {
         m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
         return Result::Failed;
     }
@@ -255,30 +255,30 @@ LoginStateStore::Result LoginStateStore::save(const HeldLogin& held) {
         isGone = merged.isGone();
         if (held.isNewSignIn)
             m_state.setBasic(merged.user);
-        document.setSavedBy(m_state.services.savedBy);
+        document.setSavedBy(m_state->services().savedBy);
         document.setState(merged.file);
         return true;
     });
     if (isWritten) {
-        m_state.unsaved.succeed();
+        m_state.unsaved().succeed();
         m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
     }
     return isGone ? Result::SignInGone : isWritten ? Result::Saved : Result::Failed;
 }
 
 bool LoginStateStore::change(const HeldLogin& held, const Edit& edit) {
-    const LoginStateFile::Guard guard(m_state.file, m_guardTimeoutMs);
-    std::optional<LoginStateDocument> document = guard.isHeld() ? m_state.file.readForSaving() : std::nullopt;
+    const LoginStateFile::Guard guard(m_state.file(), m_guardTimeoutMs);
+    std::optional<LoginStateDocument> document = guard.isHeld() ? m_state.file().readForSaving() : std::nullopt;
     if (!document) {
-        m_state.unsaved.fail();
+        m_state.unsaved().fail();
         return false;
     }
     const LoginState file = document->state();
     const MergedLogin merged = mergeLogin(held, file);
     logMerge(held, merged, file);
     const bool hasEdited = edit(*document, merged);
-    if (hasEdited && !m_state.file.write(*document)) {
-        m_state.unsaved.fail();
+    if (hasEdited && !m_state.file().write(*document)) {
+        m_state.unsaved().fail();
         return false;
     }
     HeldLogin own = held;
@@ -300,7 +300,7 @@ void LoginStateStore::logMerge(const HeldLogin& held, const MergedLogin& merged,
     if (!held.isLoggedIn || merged.isGone())
         return;
     for (const StoredProduct& product : file.products) {
-        if (!m_state.products.find(product.productKey, m_state.currentServer()) && merged.file.product(product.productKey))
+        if (!m_state.products().find(product.productKey, m_state->currentServer()) && merged.file.product(product.productKey))
             m_logger.information(
                 QStringLiteral("Found new product %1 in login state file while saving. Preserving it.").arg(product.name));
     }
@@ -317,7 +317,7 @@ LoginStateStore::Result LoginStateStore::saveOAuth2(const ProductLoginSession& p
     });
     if (!isDone) {
         m_logger.error(QStringLiteral("Failed to save OAuth2 access token for product %1 to login state file %2")
-                           .arg(product.displayName(), m_state.file.path()));
+                           .arg(product.displayName(), m_state.file().path()));
         return Result::Failed;
     }
     if (result == Result::Saved)
@@ -349,10 +349,10 @@ LoginStateStore::Result LoginStateStore::putOAuth2(const ProductLoginSession& pr
 }
 
 bool LoginStateStore::endSignIn(const BasicLoginState& ended) {
-    const QString path = m_state.file.path();
+    const QString path = m_state.file().path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
     m_state.markEnded(ended);
-    m_state.setLogoutDate(laterOf(m_state.logoutDate(), logoutDateFor(m_state.services.now(), ended.loginDate)));
+    m_state.setLogoutDate(laterOf(m_state->logoutDate(), logoutDateFor(m_state->services().now(), ended.loginDate)));
     HeldLogin held = this->held();
     held.isSignOut = true;
     held.isLoggedIn = false;
@@ -361,7 +361,7 @@ bool LoginStateStore::endSignIn(const BasicLoginState& ended) {
         m_state.setLogoutDate(merged.file.logoutDate);
         if (merged.file.hasSignIn)
             return false;
-        document.setSavedBy(m_state.services.savedBy);
+        document.setSavedBy(m_state->services().savedBy);
         document.setState(merged.file);
         return true;
     });

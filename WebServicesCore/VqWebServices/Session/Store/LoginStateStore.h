@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 #include "Session/Store/LoginStateMerge.h"
 
 #include <functional>
@@ -10,12 +10,12 @@ namespace Velquor::WebServices::Internal {
 /// Exchanges the login state of this process with the login state file: locks, reads, merges, writes, and logs.
 ///
 /// Thread: any, under the login session lock. Owner: its user's stack. Errors: results and log lines. A file that cannot be read
-/// leaves memory as it is, and `SessionState::unread` asks for another try; one that cannot be written stays as it was, and
-/// `SessionState::unsaved` does.
+/// leaves memory as it is, and `LockedState::unread` asks for another try; one that cannot be written stays as it was, and
+/// `LockedState::unsaved` does.
 class LoginStateStore {
 public:
     /// Waits for the lock of the file at most `guardTimeoutMs` milliseconds.
-    explicit LoginStateStore(SessionState& state, int guardTimeoutMs = LoginStateFile::patientTimeoutMs);
+    explicit LoginStateStore(LockedState& state, int guardTimeoutMs = LoginStateFile::patientTimeoutMs);
 
     /// Reads only server, user and session expiry, for questions that are asked before the login is restored.
     void loadBasic();
@@ -70,7 +70,7 @@ private:
     void logMerge(const HeldLogin& held, const MergedLogin& merged, const LoginState& file);
     [[nodiscard]] Result putOAuth2(const ProductLoginSession& product, const MergedLogin& merged, LoginStateDocument& document);
 
-    SessionState& m_state;
+    LockedState& m_state;
     Log::ILogger& m_logger;
     const int m_guardTimeoutMs;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -10,7 +10,7 @@ namespace Velquor::WebServices::Internal {
 /// user's stack. Errors: log lines.
 class SignInCheck {
 public:
-    explicit SignInCheck(SessionState& state);
+    explicit SignInCheck(LockedState& state);
 
     enum class Verdict {
         Valid,
@@ -24,7 +24,7 @@ public:
 private:
     [[nodiscard]] Verdict checkClientId(const BasicLoginState& user);
 
-    SessionState& m_state;
+    LockedState& m_state;
     Log::ILogger& m_logger;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Core/LockedState.h"
 
 #include <QDomElement>
 #include <optional>
@@ -13,7 +13,7 @@ namespace Velquor::WebServices::Internal {
 /// out.
 class StoredProducts {
 public:
-    explicit StoredProducts(SessionState& state);
+    explicit StoredProducts(LockedState& state);
 
     /// Gives the products of the file's sign-in their tokens, merged with those that they hold.
     void load(const QVector<StoredProduct>& merged, const LoginState& file);
@@ -33,7 +33,7 @@ private:
     /// The other server that the consumer key is configured for; none when it is used on the current server too.
     [[nodiscard]] std::optional<Server> otherServerOf(const QString& productKey) const;
 
-    SessionState& m_state;
+    LockedState& m_state;
     Log::ILogger& m_logger;
 };
 
