@@ -4,8 +4,7 @@
 #include "QuietLogger.h"
 #include "RatioReporter.h"
 #include "Session/Operations/ProductConfigurator.h"
-#include "Session/Store/LoginStateLoader.h"
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/LoginStateStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "VqUtil/Crypto/UserCryptor.h"
@@ -52,10 +51,10 @@ public:
         m_state->binding.bind(state);
         m_state->setBasic(state);
         configure(productCount);
-        LoginStateSaver(*m_state).save();
+        LoginStateStore(*m_state).save();
         // Starts again from the file, since a process that saves has read what the others wrote.
         m_state = std::make_unique<SessionState>(services(), &m_events);
-        LoginStateLoader(*m_state).loadAll(true);
+        LoginStateStore(*m_state).restore();
         m_state->setRestored();
         configure(ownProducts);
     }
@@ -66,7 +65,7 @@ public:
             tokens.expiryDate = tokens.expiryDate.addSecs(1);
             product->setTokens(tokens);
         }
-        return LoginStateSaver(*m_state).save() == LoginStateSaver::Result::Saved;
+        return LoginStateStore(*m_state).save() == LoginStateStore::Result::Saved;
     }
 
     bool saveAtLeast() {

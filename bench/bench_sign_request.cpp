@@ -2,7 +2,7 @@
 
 #include "Session/LoginSession.h"
 #include "Session/Operations/ProductConfigurator.h"
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/LoginStateStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "VqLog/LogQueue.h"
@@ -69,7 +69,7 @@ private:
         const auto seal = [&services](const char* text) { return services.cryptor->encrypt(text); };
         ProductConfigurator(core).configure(key)->setTokens(
             {seal("nnch734d00sl2jdk-7a1e5c09"), seal("pfkkdhi9sl3r4s00"), seal("handle"), services.now().addDays(1)});
-        LoginStateSaver(core).save();
+        LoginStateStore(core).save();
     }
 
     QTemporaryDir m_folder;

@@ -1,6 +1,6 @@
 #include "TestKit/SessionFixture.h"
 
-#include "Session/State/LoginStateXml.h"
+#include "Session/State/DiskStateFile.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/Files.h"
@@ -60,6 +60,10 @@ WebServices::WebServicesConfiguration SessionFixture::oauth2Configuration(const 
     return made;
 }
 
+WebServices::Internal::LoginStateFile SessionFixture::stateFile() {
+    return {std::make_shared<WebServices::Internal::DiskStateFile>(file(), logger), services().now, logger};
+}
+
 QByteArray SessionFixture::fileContents() const {
     return readFile(file());
 }
@@ -81,8 +85,21 @@ QDomElement SessionFixture::element(const QStringList& path) const {
 
 QString SessionFixture::tokenInFile() const {
     const QDomElement products = element({"LoginSession", "Products"});
-    const QByteArray token = WebServices::Internal::LoginStateXml::secret(products.firstChildElement(), "AccessToken");
+    const QByteArray token = secret(products.firstChildElement(), "AccessToken");
     return token.isEmpty() ? QString() : cryptor->decrypt(token).toText();
+}
+
+QByteArray secret(const QDomElement& parent, const QString& name) {
+    return parent.firstChildElement(name).text().trimmed().toLatin1();
+}
+
+void setSecret(QDomElement& parent, const QString& name, const QByteArray& encrypted) {
+    parent.removeChild(parent.firstChildElement(name));
+    QDomDocument document = parent.ownerDocument();
+    QDomElement child = document.createElement(name);
+    child.appendChild(document.createCDATASection(QString::fromLatin1(encrypted)));
+    if (!encrypted.isEmpty())
+        parent.appendChild(child);
 }
 
 QDomElement descendant(QDomElement parent, const QStringList& path) {

@@ -60,6 +60,8 @@ public:
     [[nodiscard]] static WebServices::WebServicesConfiguration oauth2Configuration(const QString& key, const QString& secret);
 
     [[nodiscard]] QString file() const { return m_stateFolder + "/LoginState.xml"; }
+    /// The file as another process of the user sees it.
+    [[nodiscard]] WebServices::Internal::LoginStateFile stateFile();
     [[nodiscard]] QByteArray fileContents() const;
     void writeFile(const QByteArray& contents) const;
     [[nodiscard]] QDomDocument document() const;
@@ -86,6 +88,9 @@ private:
     const QString m_stateFolder;
 };
 
+/// The encrypted value in the child of this name, as the file holds it; empty when there is none.
+[[nodiscard]] QByteArray secret(const QDomElement& parent, const QString& name);
+void setSecret(QDomElement& parent, const QString& name, const QByteArray& encrypted);
 /// The element below `parent` that the names lead to.
 [[nodiscard]] QDomElement descendant(QDomElement parent, const QStringList& path);
 /// The first product in a login state document.

@@ -15,7 +15,7 @@ StateProcess::StateProcess(SessionFixture& fixture, const QString& consumerKey, 
 }
 
 void StateProcess::restore() {
-    LoginStateLoader(core).loadAll(true);
+    LoginStateStore(core).restore();
     core.setRestored();
     if (core.isLoggedIn(m_key))
         ProductConfigurator(core).configure(m_key);
@@ -40,12 +40,7 @@ void StateProcess::takeTokens(const QDateTime& expiry, const QByteArray& token) 
 }
 
 void StateProcess::lookAtFile() {
-    const LoginStateFile::Guard guard(core.file);
-    const LoginStateFile::Content content = core.file.read();
-    LoginStateLoader loader(core);
-    if (content.isRead())
-        (void)loader.apply(content, false);
-    loader.markApplied(content);
+    (void)LoginStateStore(core).follow();
 }
 
 void StateProcess::restoreAndSignIn() {
@@ -54,8 +49,8 @@ void StateProcess::restoreAndSignIn() {
     save();
 }
 
-LoginStateSaver::Result StateProcess::saveTokens() {
-    return LoginStateSaver(core).saveTokens(*core.products.find(m_key, core.currentServer()));
+LoginStateStore::Result StateProcess::saveTokens() {
+    return LoginStateStore(core).saveTokens(*core.products.find(m_key, core.currentServer()));
 }
 
 QByteArray StateProcess::token(const QString& consumerKey) {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Session/Store/LoginStateLoader.h"
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/LoginStateStore.h"
 #include "TestKit/SessionFixture.h"
 
 namespace Velquor::TestKit {
@@ -20,9 +19,9 @@ public:
     /// Applies what other processes have written.
     void lookAtFile();
     void restoreAndSignIn();
-    WebServices::Internal::LoginStateSaver::Result save() { return WebServices::Internal::LoginStateSaver(core).save(); }
+    WebServices::Internal::LoginStateStore::Result save() { return WebServices::Internal::LoginStateStore(core).save(); }
     /// Saves the tokens of this product alone.
-    WebServices::Internal::LoginStateSaver::Result saveTokens();
+    WebServices::Internal::LoginStateStore::Result saveTokens();
 
     [[nodiscard]] QByteArray token(const QString& consumerKey = demoKey);
 

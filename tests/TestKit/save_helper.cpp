@@ -38,7 +38,7 @@ public:
             m_process.takeTokens(date);
         else
             m_process.signIn("ada", date);
-        return m_process.save() == LoginStateSaver::Result::Saved;
+        return m_process.save() == LoginStateStore::Result::Saved;
     }
 
     // A whole save, and then the same contents written in place, byte by byte.

@@ -1,6 +1,5 @@
 // The login state file: what is written, what is merged, and what a file from outside may do.
 
-#include "Session/State/LoginStateXml.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
@@ -30,7 +29,7 @@ private slots:
         Process process(*m_fixture);
         process.restore();
         process.signIn("ada");
-        QCOMPARE(process.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         const QDomElement root = m_fixture->element({});
         QCOMPARE(root.tagName(), QStringLiteral("WebServices"));
         QCOMPARE(root.attribute("LastSavedByVersion"), QStringLiteral("13.4.4.1804"));
@@ -58,8 +57,8 @@ private slots:
         BasicLoginState same = second.core.basic();
         second.signIn("ada");
         second.core.setBasic(same);
-        QCOMPARE(second.save(), LoginStateSaver::Result::Saved);
-        QCOMPARE(first.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(second.save(), LoginStateStore::Result::Saved);
+        QCOMPARE(first.save(), LoginStateStore::Result::Saved);
         QVERIFY(m_fixture->hasLogged(
             "Found new product Product of other-product-0002 in login state file while saving. Preserving it."));
         Process third(*m_fixture);
@@ -86,9 +85,9 @@ private slots:
         Process second(*m_fixture);
         second.restore();
         second.takeTokens(now.addSecs(lifetime), "refreshed");
-        QCOMPARE(second.saveTokens(), LoginStateSaver::Result::Saved);
+        QCOMPARE(second.saveTokens(), LoginStateStore::Result::Saved);
         // The first process knows nothing of it yet, and saves something else.
-        QCOMPARE(first.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(first.save(), LoginStateStore::Result::Saved);
         QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed"));
         first.lookAtFile();
         QCOMPARE(first.token(demoKey), QByteArray("refreshed"));
@@ -105,7 +104,7 @@ private slots:
         first.restoreAndSignIn();
         Process second(*m_fixture);
         second.restore();
-        QVERIFY(LoginStateSaver(second.core).endSignIn(second.core.basic()));
+        QVERIFY(LoginStateStore(second.core).endSignIn(second.core.basic()));
         first.save();
         QVERIFY(m_fixture->element({"LoginSession"}).isNull());
         QVERIFY(m_fixture->hasLogged("The user was signed out by another process"));
@@ -131,7 +130,7 @@ private slots:
             "LogoutDate=\"2026-02-01T00:00:00Z\"/><ProxySettings Host=\"proxy\"/></WebServices>");
         Process process(*m_fixture);
         process.restore();
-        QCOMPARE(process.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         const QDomElement settings = m_fixture->element({"Settings"});
         QCOMPARE(settings.attribute("LastLoginReminderDate"), QStringLiteral("2026-01-01T00:00:00Z"));
         QCOMPARE(settings.attribute("SuppressLoginReminder"), QStringLiteral("True"));
@@ -175,8 +174,7 @@ private slots:
         QDomElement login = document.documentElement().firstChildElement("LoginSession");
         QDomElement product = TestKit::firstProduct(document);
         const auto secret = [this, &login](const char* name, const QByteArray& clear) {
-            LoginStateXml::setSecret(login, QLatin1String(name),
-                                     clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
+            TestKit::setSecret(login, QLatin1String(name), clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
         };
         if (what == "expired")
             login.setAttribute("SessionExpiryDate", "2020-01-01T00:00:00Z");
@@ -185,7 +183,7 @@ private slots:
         else if (what == "no client id")
             secret("ClientId", "");
         else if (what == "client id damaged")
-            LoginStateXml::setSecret(login, "ClientId", "AQIDBA==");
+            TestKit::setSecret(login, "ClientId", "AQIDBA==");
         else if (what == "other user of the system")
             secret("NTUserName", "somebody-else");
         else if (what == "other machine")
@@ -198,7 +196,7 @@ private slots:
             product.removeChild(product.firstChildElement("AccessTokenSecret"));
         m_fixture->writeFile(document.toByteArray());
         Process process(*m_fixture);
-        LoginStateLoader(process.core).loadBasic();
+        LoginStateStore(process.core).loadBasic();
         process.restore();
         QVERIFY(!process.core.isLoggedIn());
         QVERIFY(process.core.basic().userName.isEmpty());
@@ -237,7 +235,7 @@ private slots:
         writeSignedInFile();
         QDomDocument document = m_fixture->document();
         QDomElement login = document.documentElement().firstChildElement("LoginSession");
-        LoginStateXml::setSecret(login, name, value.isEmpty() ? m_fixture->cryptor->encrypt("somebody-else") : value);
+        TestKit::setSecret(login, name, value.isEmpty() ? m_fixture->cryptor->encrypt("somebody-else") : value);
         m_fixture->writeFile(document.toByteArray());
         m_fixture->isForAllUsers = true;
         Process process(*m_fixture);
@@ -268,7 +266,7 @@ private slots:
         state.userName = state.userId = state.ldapDomainKey = name;
         process.core.setBasic(state);
         process.core.products.find(demoKey, Production)->setProduct(name, name);
-        QCOMPARE(process.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         Process next(*m_fixture);
         next.restore();
         QVERIFY(next.core.isLoginValid(demoKey));
@@ -280,7 +278,7 @@ private slots:
         process.restoreAndSignIn();
         const QByteArray before = m_fixture->fileContents();
         process.takeTokens(QDateTime::currentDateTimeUtc(), QByteArray(1000000, 'x'));
-        QCOMPARE(process.save(), LoginStateSaver::Result::Failed);
+        QCOMPARE(process.save(), LoginStateStore::Result::Failed);
         QCOMPARE(m_fixture->fileContents(), before);
     }
 
@@ -291,20 +289,20 @@ private slots:
         QDomElement login = document.documentElement().firstChildElement("LoginSession");
         QDomElement products = login.firstChildElement("Products");
         QDomElement stale = products.appendChild(products.firstChildElement().cloneNode()).toElement();
-        LoginStateXml::setSecret(stale, "AccessToken", m_fixture->cryptor->encrypt("stale"));
+        TestKit::setSecret(stale, "AccessToken", m_fixture->cryptor->encrypt("stale"));
         document.documentElement().appendChild(login.cloneNode());
         m_fixture->writeFile(document.toByteArray());
         Process process(*m_fixture);
         process.restore();
         QCOMPARE(process.token(demoKey), QByteArray("token of demo-product-0001"));
         process.takeTokens(QDateTime::currentDateTimeUtc().addSecs(60), "fresh");
-        QCOMPARE(process.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("fresh"));
         QCOMPARE(m_fixture->fileContents().count("<LoginSession "), 1);
         QCOMPARE(m_fixture->fileContents().count("<Product "), 1);
         m_fixture->writeFile(document.toByteArray());
         process.lookAtFile();
-        QVERIFY(LoginStateSaver(process.core).endSignIn(process.core.basic()));
+        QVERIFY(LoginStateStore(process.core).endSignIn(process.core.basic()));
         QVERIFY(!m_fixture->fileContents().contains("LoginSession"));
     }
 
@@ -327,7 +325,7 @@ private slots:
         process.restore();
         QVERIFY(!process.core.isLoggedIn());
         process.signIn("ada");
-        QCOMPARE(process.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
         Process next(*m_fixture);
         next.restore();
         QVERIFY(next.core.isLoginValid(demoKey));
@@ -346,7 +344,7 @@ private slots:
     void doesNotSaveBeforeItWasRestored() {
         Process process(*m_fixture);
         process.signIn("ada");
-        QCOMPARE(process.save(), LoginStateSaver::Result::Failed);
+        QCOMPARE(process.save(), LoginStateStore::Result::Failed);
         QVERIFY(m_fixture->fileContents().isEmpty());
         QVERIFY(m_fixture->hasLogged("Skipping saving of login state since login state is not yet restored"));
     }

@@ -7,8 +7,6 @@
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-Q_DECLARE_METATYPE(Velquor::WebServices::Internal::BasicLoginState)
-
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 
@@ -18,42 +16,12 @@ QDateTime at(qint64 seconds) {
     return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
 }
 
-BasicLoginState signIn(const QString& user, qint64 seconds) {
-    BasicLoginState state;
-    state.clientId = "encrypted";
-    state.userId = user;
-    state.userName = user;
-    state.loginDate = seconds < 0 ? QDateTime() : at(seconds);
-    return state;
-}
-
 } // namespace
 
 class LoginStateTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void tellsWhichSignInIsLater_data() {
-        const Velquor::TestKit::Columns<BasicLoginState, qint64, StateOrigin> row("inFile", "logout", "expected");
-        row("the same sign-in", signIn("ada", 100), 50, StateOrigin::Same);
-        row("an empty file", {}, 0, StateOrigin::Same);
-        row("signed out before this sign-in", {}, 99, StateOrigin::Same);
-        row("signed out in the same second", {}, 100, StateOrigin::SignedOutElsewhere);
-        row("signed out later", {}, 101, StateOrigin::SignedOutElsewhere);
-        row("another user later", signIn("bob", 101), 0, StateOrigin::SignedInElsewhere);
-        row("another user in the same second", signIn("bob", 100), 0, StateOrigin::SignedInElsewhere);
-        row("another user earlier", signIn("bob", 99), 0, StateOrigin::Older);
-        row("another user, nobody knows when", signIn("bob", -1), 0, StateOrigin::Older);
-        row("the same user again later", signIn("ada", 101), 100, StateOrigin::SignedInElsewhere);
-    }
-
-    void tellsWhichSignInIsLater() {
-        QFETCH(BasicLoginState, inFile);
-        QFETCH(qint64, logout);
-        const QDateTime logoutDate = logout > 0 ? at(logout) : QDateTime();
-        QTEST(static_cast<int>(compareSignIns(signIn("ada", 100), inFile, logoutDate)), "expected");
-    }
-
     // A sign-in, a sign-out and another sign-in within one second keep their order.
     void keepsSignInAndSignOutApart() {
         const QDateTime now = at(1000).addMSecs(900);

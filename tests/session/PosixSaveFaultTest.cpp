@@ -30,7 +30,7 @@ private slots:
         TestKit::StateProcess first(m_fixture);
         first.restore();
         first.signIn("ada", SaveHelper::dateOf(1));
-        QCOMPARE(first.save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(first.save(), LoginStateStore::Result::Saved);
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         // Before all others, the runtime of a sanitizer too.
         environment.insert("LD_PRELOAD", QString::fromLocal8Bit(VQ_FAULT_SHIM));

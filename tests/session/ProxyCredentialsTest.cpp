@@ -211,7 +211,7 @@ private slots:
 
     // A request that was refused by a proxy must not wait for a step that holds the session, since that may wait for the request.
     void credentialsAreKeptLaterWhileTheSessionIsBusy() {
-        LoginStateFile file(m_fixture->file(), m_fixture->logger);
+        LoginStateFile file = m_fixture->stateFile();
         auto guard = std::make_unique<LoginStateFile::Guard>(file);
         QVERIFY(guard->isHeld());
         std::thread step([this] { m_session->SetProxyAuthentication("earlier", port, user, password); });

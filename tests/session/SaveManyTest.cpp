@@ -121,7 +121,7 @@ private:
         QDomDocument document;
         QHash<QString, int> found;
         // On Windows a reader blocks a writer.
-        LoginStateFile file(m_fixture->file(), m_fixture->logger);
+        LoginStateFile file = m_fixture->stateFile();
         const LoginStateFile::Guard guard(file);
         if (!guard.isHeld())
             return found;

@@ -38,7 +38,7 @@ private slots:
     void aKilledHolderDelaysNobody() {
         const TestKit::Stopwatch timer;
         m_holder->killNow();
-        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(save(), LoginStateStore::Result::Saved);
         TestKit::figure("first save after the holder of the lock was killed", "< 2 s",
                         QStringLiteral("%1 ms").arg(timer.elapsed()));
         QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
@@ -61,7 +61,7 @@ private slots:
         QVERIFY(TestKit::continueProcess(m_holder->processId()));
         m_holder->closeWriteChannel();
         QVERIFY(m_holder->waitForFinished(10000));
-        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(save(), LoginStateStore::Result::Saved);
         QVERIFY(m_fixture->fileContents() != before);
     }
 
@@ -73,21 +73,21 @@ private slots:
         m_holder->closeWriteChannel();
         QVERIFY(m_holder->waitForFinished(10000));
         const TestKit::Stopwatch timer;
-        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(save(), LoginStateStore::Result::Saved);
         QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(TestKit::continueProcess(waiter.processId()));
         QVERIFY(waiter.isReady());
     }
 
 private:
-    LoginStateSaver::Result save() {
+    LoginStateStore::Result save() {
         m_process->takeTokens(SaveHelper::dateOf(++m_number));
         return m_process->save();
     }
 
     void saveIsBusy() {
         const TestKit::Stopwatch timer;
-        QCOMPARE(save(), LoginStateSaver::Result::Failed);
+        QCOMPARE(save(), LoginStateStore::Result::Failed);
         TestKit::figure("save while the holder of the lock stands still", "fails within 12 s",
                         QStringLiteral("%1 ms").arg(timer.elapsed()));
         QVERIFY2(timer.elapsed() < LoginStateFile::patientTimeoutMs + 2000, qPrintable(QString::number(timer.elapsed())));

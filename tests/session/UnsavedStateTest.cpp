@@ -53,7 +53,7 @@ private slots:
         blocked.reset();
         QCOMPARE(m_fixture->userInFile(), QStringLiteral("ada"));
         if (then == QLatin1String("another process writes"))
-            QCOMPARE(other.save(), LoginStateSaver::Result::Saved);
+            QCOMPARE(other.save(), LoginStateStore::Result::Saved);
         if (then == QLatin1String("ends")) {
             session.reset();
         } else {
@@ -97,8 +97,8 @@ private slots:
         if (!later.isEmpty()) {
             QVERIFY(SignOutFlow(second.core).complete({}));
             second.signIn(later);
-            QCOMPARE(LoginStateSaver(second.core).saveSignIn(*ProductConfigurator(second.core).configure(key)),
-                     LoginStateSaver::Result::Saved);
+            QCOMPARE(LoginStateStore(second.core).saveSignIn(*ProductConfigurator(second.core).configure(key)),
+                     LoginStateStore::Result::Saved);
         }
         QVERIFY(SignOutFlow(first.core).complete({}));
         QVERIFY(!first.core.isLoggedIn());
@@ -137,7 +137,7 @@ private slots:
             signInAgain(*session, key, bobOfTheService);
         } else {
             late.signIn("bob");
-            LoginStateSaver(late.core).saveSignIn(*ProductConfigurator(late.core).configure(key));
+            LoginStateStore(late.core).saveSignIn(*ProductConfigurator(late.core).configure(key));
         }
         QCOMPARE(m_fixture->userInFile(), QStringLiteral("bob"));
         before.lookAtFile();
@@ -176,8 +176,8 @@ private slots:
             blocked.emplace(m_fixture->file());
         const OAuth2TokenData token{RT, QString(), m_fixture->cryptor->encrypt("token"),
                                     QDateTime::currentDateTimeUtc().addSecs(60)};
-        QCOMPARE(LoginStateSaver(second.core).saveOAuth2(*ProductConfigurator(second.core).configure(key), token),
-                 LoginStateSaver::Result::Failed);
+        QCOMPARE(LoginStateStore(second.core).saveOAuth2(*ProductConfigurator(second.core).configure(key), token),
+                 LoginStateStore::Result::Failed);
         blocked.reset();
         QVERIFY(m_fixture->hasLogged(logged));
         QCOMPARE(m_fixture->fileContents(), before);

@@ -99,7 +99,7 @@ private:
                 process.signIn("ada", expiry);
             else
                 process.takeTokens(expiry);
-            QCOMPARE(LoginStateSaver(process.core).save(), LoginStateSaver::Result::Saved);
+            QCOMPARE(LoginStateStore(process.core).save(), LoginStateStore::Result::Saved);
         }
     }
 };

@@ -191,7 +191,7 @@ private slots:
         std::atomic<bool> isHeld{false};
         std::atomic<bool> isStopping{false};
         std::thread holder([&] {
-            LoginStateFile file(m_fixture->file(), m_fixture->logger);
+            LoginStateFile file = m_fixture->stateFile();
             const LoginStateFile::Guard guard(file);
             isHeld = true;
             while (!isStopping)

@@ -32,7 +32,7 @@ private slots:
         QVERIFY(held != INVALID_HANDLE_VALUE);
         fails();
         ::CloseHandle(held);
-        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(save(), LoginStateStore::Result::Saved);
         QVERIFY(m_fixture->fileContents() != m_before);
     }
 
@@ -43,7 +43,7 @@ private slots:
             QThread::msleep(400);
             ::CloseHandle(held);
         });
-        QCOMPARE(save(), LoginStateSaver::Result::Saved);
+        QCOMPARE(save(), LoginStateStore::Result::Saved);
         letGo.join();
         QVERIFY(m_fixture->fileContents() != m_before);
     }
@@ -51,7 +51,7 @@ private slots:
     void aWriteProtectedFileIsReplacedOrLeftWhole() {
         QVERIFY(::SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_READONLY));
         // Wine replaces such a file, Windows does not.
-        const bool isSaved = save() == LoginStateSaver::Result::Saved;
+        const bool isSaved = save() == LoginStateStore::Result::Saved;
         QCOMPARE(m_fixture->fileContents() != m_before, isSaved);
         TestKit::StateProcess next(*m_fixture);
         next.restore();
@@ -67,11 +67,11 @@ private:
                              nullptr);
     }
 
-    LoginStateSaver::Result save() { return m_process->save(); }
+    LoginStateStore::Result save() { return m_process->save(); }
 
     void fails() {
         const TestKit::Stopwatch timer;
-        QCOMPARE(save(), LoginStateSaver::Result::Failed);
+        QCOMPARE(save(), LoginStateStore::Result::Failed);
         QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(m_fixture->fileContents(), m_before);
         QVERIFY(m_fixture->hasLogged("Failed to write login state file"));

@@ -1,17 +1,12 @@
 #pragma once
 
+#include "VqUtil/Xml/XmlLimits.h"
+
 #include <QByteArray>
 #include <QDomDocument>
 #include <QString>
 
 namespace Velquor::Util {
-
-/// The limits for an XML text from outside.
-struct XmlLimits {
-    qint64 size = 1024LL * 1024; ///< Bytes.
-    int depth = 32;              ///< Elements within elements.
-    int elements = 10000;
-};
 
 struct XmlResult {
     QDomDocument document;

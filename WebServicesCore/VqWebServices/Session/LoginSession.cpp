@@ -8,15 +8,18 @@
 #include "Session/Operations/StateDump.h"
 #include "Session/Products/TokenOperations.h"
 #include "Session/State/LoginCookies.h"
-#include "Session/Store/LoginStateLoader.h"
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/LoginStateStore.h"
 
 #include <QMutexLocker>
+#include <QTimer>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
 
 namespace {
+
+// A forced sign-out that comes in the middle of another step is tried again after this time.
+constexpr int retryLogoutMs = 100;
 
 SessionDependencies withCancel(SessionDependencies services) {
     services.exchangeCancel = std::make_shared<ICancelController>();
@@ -64,7 +67,7 @@ void LoginSession::loadBasicOnce() {
         return;
     const QMutexLocker lock(&m_state.lock);
     if (!std::exchange(m_isBasicLoaded, true))
-        LoginStateLoader(m_state).loadBasic();
+        LoginStateStore(m_state).loadBasic();
 }
 
 bool LoginSession::AddClient(const ClientIdentity& identity) {
@@ -126,8 +129,11 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
         const QMutexLocker lock(&m_state.lock);
         m_state.setCurrentServer(server);
         if (persist)
-            LoginStateSaver(m_state).save();
+            LoginStateStore(m_state).saveServer();
     }
+    // The login could not be restored while there was no server.
+    if (persist && !m_state.isRestored())
+        RestoreLogin(clientKey, false);
     RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
     m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
     return true;
@@ -144,7 +150,7 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
             return true;
         }
         m_logger.information(QStringLiteral("Restoring login state for all products"));
-        LoginStateLoader(m_state).loadAll(true);
+        LoginStateStore(m_state).restore();
         const Server server = m_state.currentServer();
         if (!isRealServer(server))
             return false;
@@ -206,6 +212,11 @@ void LoginSession::forceLogout(const QString& productKey, const QString& signInI
 
 void LoginSession::LogoutSlot(const QString& productKey, const QString& signInId) {
     const auto self = weak_from_this().lock();
+    // A sign-in that waits on this thread let this call in. The sign-in that is to be ended may be replaced by it.
+    if (m_state.isInsideNetworkStep() && !m_state.isStopped) {
+        QTimer::singleShot(retryLogoutMs, this, [this, productKey, signInId] { LogoutSlot(productKey, signInId); });
+        return;
+    }
     // The main thread may have been busy for long. End the sign-in only if it is still the unusable one.
     followFile();
     QNetworkReply::NetworkError error = QNetworkReply::NoError;

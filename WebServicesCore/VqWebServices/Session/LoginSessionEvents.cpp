@@ -8,8 +8,9 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
-// A main thread that is busy for longer gets no vote: the user asked to be signed out.
-constexpr int vetoTimeoutMs = 5000;
+// An observer may ask the user, for example about unsaved work. The limit is that of every wait for another thread.
+constexpr int vetoTimeoutMs = 61000;
+constexpr int vetoSliceMs = 50;
 
 QString emittingText(const QString& event) {
     return QStringLiteral("Emitting signal to send web services event %1 to observers in this process from main thread")
@@ -119,7 +120,13 @@ bool LoginSessionEvents::isLogoutVetoed(const QString& consumerKey) {
             answer->given.release();
         },
         Qt::QueuedConnection);
-    return answer->given.tryAcquire(1, vetoTimeoutMs) && answer->veto;
+    for (int leftMs = vetoTimeoutMs; leftMs > 0 && !m_state.isStopped; leftMs -= vetoSliceMs) {
+        if (answer->given.tryAcquire(1, vetoSliceMs))
+            return answer->veto;
+    }
+    // Nobody has agreed. A sign-out can be tried again; unsaved work that it costs cannot be brought back.
+    m_logger.error(QStringLiteral("The observers did not answer the event AboutToLogout within %1 ms.").arg(vetoTimeoutMs));
+    return true;
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -1,18 +1,22 @@
 #include "Session/Core/SessionState.h"
 
 #include "Caches/CacheStore.h"
+#include "Session/State/DiskStateFile.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QReadLocker>
 #include <QWriteLocker>
+#include <algorithm>
 
 namespace Velquor::WebServices::Internal {
 
 namespace {
 
-SessionDependencies withCacheFile(SessionDependencies services) {
+SessionDependencies withFiles(SessionDependencies services) {
+    if (!services.stateFile)
+        services.stateFile = std::make_shared<DiskStateFile>(services.loginStateFile, services.loggers.session);
     services.cacheFile = QFileInfo(services.loginStateFile).dir().filePath(QStringLiteral("WebServicesCache.xml"));
     return services;
 }
@@ -20,12 +24,12 @@ SessionDependencies withCacheFile(SessionDependencies services) {
 } // namespace
 
 SessionState::SessionState(const SessionDependencies& services, ISessionEvents* events)
-    : services(withCacheFile(services))
-    , file(services.loginStateFile, services.loggers.session)
+    : services(withFiles(services))
+    , file(this->services.stateFile, services.now, services.loggers.session)
     , clients(services.loggers.session, services.isSSOServer)
     , products(this->services)
     , binding(services.cryptor, services.maximumBlockText(), services.isForAllUsers, services.loggers.session)
-    , proxy(services.loginStateFile, services.cryptor, services.loggers.session)
+    , proxy(this->services, services.loggers.session)
     , events(events) {}
 
 SessionState::~SessionState() {
@@ -149,10 +153,43 @@ void SessionState::markEnded(const BasicLoginState& signIn) {
         m_lastEnded = signIn;
 }
 
-bool SessionState::isEnded(const BasicLoginState& signIn) const {
+BasicLoginState SessionState::lastEnded() const {
     const QReadLocker locker(&m_lock);
-    return signIn.loginDate.isValid() && m_lastEnded.loginDate.isValid()
-           && (signIn.isSameSignIn(m_lastEnded) || signIn.loginDate < m_lastEnded.loginDate);
+    return m_lastEnded;
+}
+
+LoginState SessionState::seen() const {
+    const QReadLocker locker(&m_lock);
+    return m_seen;
+}
+
+void SessionState::setSeen(const LoginState& file) {
+    const QWriteLocker locker(&m_lock);
+    m_seen = file;
+}
+
+std::optional<PendingSignIn> SessionState::pendingSignIn(const QString& productKey) const {
+    const QReadLocker locker(&m_lock);
+    const auto found = m_pendingSignIns.find({productKey, m_currentServer});
+    return found == m_pendingSignIns.end() ? std::nullopt : std::optional<PendingSignIn>(*found);
+}
+
+bool SessionState::hasPendingSignIn() const {
+    constexpr int patienceSeconds = 3600;
+    const QDateTime earliest = services.now().addSecs(-patienceSeconds);
+    const QReadLocker locker(&m_lock);
+    return std::any_of(m_pendingSignIns.begin(), m_pendingSignIns.end(),
+                       [&](const PendingSignIn& signIn) { return signIn.begun > earliest; });
+}
+
+void SessionState::setPendingSignIn(const QString& productKey, const PendingSignIn& signIn) {
+    const QWriteLocker locker(&m_lock);
+    m_pendingSignIns.insert({productKey, m_currentServer}, signIn);
+}
+
+void SessionState::removePendingSignIn(const QString& productKey) {
+    const QWriteLocker locker(&m_lock);
+    m_pendingSignIns.remove({productKey, m_currentServer});
 }
 
 } // namespace Velquor::WebServices::Internal

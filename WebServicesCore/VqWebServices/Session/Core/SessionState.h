@@ -6,6 +6,7 @@
 #include "Session/State/LoginState.h"
 #include "Session/State/LoginStateFile.h"
 #include "Session/State/MachineBinding.h"
+#include "Session/State/PendingSignIn.h"
 #include "Session/State/ProxyCredentials.h"
 #include "Session/State/RetryBackoff.h"
 #include "Session/State/SessionDependencies.h"
@@ -13,6 +14,7 @@
 #include <QReadWriteLock>
 #include <QRecursiveMutex>
 #include <atomic>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -66,6 +68,18 @@ public:
     [[nodiscard]] QString ldapDomainKey() const;
     void setLdapDomainKey(const QString& key);
 
+    /// The login state file as this process saw it last.
+    [[nodiscard]] LoginState seen() const;
+    void setSeen(const LoginState& file);
+
+    /// The sign-in of this product on the current server that waits for the browser; none when there is none. What happens to the
+    /// present sign-in meanwhile does not concern it.
+    [[nodiscard]] std::optional<PendingSignIn> pendingSignIn(const QString& productKey) const;
+    /// Whether there is one of any product, on any server, that the user has not left for an hour.
+    [[nodiscard]] bool hasPendingSignIn() const;
+    void setPendingSignIn(const QString& productKey, const PendingSignIn& signIn);
+    void removePendingSignIn(const QString& productKey);
+
     /// The consumer key of a client's configuration for the current server; empty when it has none.
     [[nodiscard]] QString productKey(const QString& clientKey) const;
     /// The consumer key that events carry for a client: that of its configuration. A key that belongs to no client is itself a
@@ -91,12 +105,14 @@ public:
     /// Marks this sign-in as over. Neither it nor an earlier one is loaded from the file again, also while the file cannot be
     /// written.
     void markEnded(const BasicLoginState& signIn);
-    [[nodiscard]] bool isEnded(const BasicLoginState& signIn) const;
+    [[nodiscard]] BasicLoginState lastEnded() const;
 
 private:
     mutable QReadWriteLock m_lock;
     BasicLoginState m_basic;
     BasicLoginState m_lastEnded;
+    LoginState m_seen;
+    QMap<QPair<QString, int>, PendingSignIn> m_pendingSignIns; ///< By consumer key and server.
     Server m_currentServer = Production;
     QDateTime m_logoutDate;
     bool m_restored = false;

@@ -22,6 +22,7 @@ void ClientSetup::remove(const QString& clientKey) {
         if (product->clientReferences().count() == 0) {
             m_logger.information(QStringLiteral("Deleting product login session for product %1, server %2")
                                      .arg(name, serverName(product->server())));
+            m_state.removePendingSignIn(product->productKey());
             m_state.products.remove(product->productKey(), product->server());
         }
     }

@@ -1,8 +1,6 @@
 #include "Session/Operations/LoginStateFollower.h"
 
 #include "Session/Operations/ProductConfigurator.h"
-#include "Session/Store/LoginStateLoader.h"
-#include "Session/Store/LoginStateSaver.h"
 
 #include <QScopeGuard>
 #include <chrono>
@@ -56,12 +54,12 @@ bool LoginStateFollower::follow(int waitMs) {
 LoginStateFollower::Changes LoginStateFollower::exchangeWithFile() {
     const BasicLoginState before = m_state.basic();
     const bool wasLoggedIn = m_state.isLoggedIn();
-    const bool hasRead = applyFile();
-    if (hasRead && m_state.unsaved.isDue())
-        LoginStateSaver(m_state, LoginStateFile::briefTimeoutMs).save();
+    const LoginStateStore::Followed followed = applyFile();
+    if (followed.hasRead && m_state.unsaved.isDue())
+        LoginStateStore(m_state, LoginStateFile::briefTimeoutMs).save();
     const bool isLoggedIn = m_state.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_state.basic());
-    return {hasRead, wasLoggedIn && (!isLoggedIn || !isSame), isLoggedIn && (!wasLoggedIn || !isSame)};
+    return {followed.hasRead, wasLoggedIn && (!isLoggedIn || followed.isSignedOut), isLoggedIn && (!wasLoggedIn || !isSame)};
 }
 
 bool LoginStateFollower::hasFileChanged() const {
@@ -81,22 +79,15 @@ std::unique_lock<QRecursiveMutex> LoginStateFollower::lockState(int waitMs) cons
     return lock;
 }
 
-bool LoginStateFollower::applyFile() {
+LoginStateStore::Followed LoginStateFollower::applyFile() {
     if (!hasFileChanged())
-        return true;
+        return {true, false};
     // Wait briefly: a worker asks again, and the main thread must go on.
-    const LoginStateFile::Guard guard(m_state.file, LoginStateFile::briefTimeoutMs);
-    if (!guard.isHeld())
-        return false;
-    const LoginStateFile::Content content = m_state.file.read();
-    LoginStateLoader loader(m_state);
-    if (content.isRead() && loader.apply(content, false))
+    const LoginStateStore::Followed followed = LoginStateStore(m_state, LoginStateFile::briefTimeoutMs).follow();
+    // Before the restore nothing may be saved, so no token work starts.
+    if (followed.hasRead && m_state.isRestored())
         ProductConfigurator(m_state).configureAll();
-    if (content.status == LoginStateFile::Content::Status::Missing)
-        m_logger.information(
-            QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file.path()));
-    loader.markApplied(content);
-    return content.status != LoginStateFile::Content::Status::Unreadable;
+    return followed;
 }
 
 void LoginStateFollower::saveRemainder() {
@@ -106,7 +97,7 @@ void LoginStateFollower::saveRemainder() {
     if (!lock.owns_lock())
         return;
     if (!m_state.isNetworkStepActive)
-        LoginStateSaver(m_state, LoginStateFile::briefTimeoutMs).save();
+        LoginStateStore(m_state, LoginStateFile::briefTimeoutMs).save();
     m_state.unsaved.succeed();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/SessionState.h"
+#include "Session/Store/LoginStateStore.h"
 
 #include <QRecursiveMutex>
 #include <atomic>
@@ -29,15 +29,14 @@ private:
     struct Changes {
         bool hasRead = false;
         bool isSignedOut = false; ///< The previous user was signed out or replaced.
-        bool isSignedIn = false;  ///< A new user is signed in.
+        bool isSignedIn = false;  ///< A user is signed in anew.
     };
     /// Applies the file and writes what is missing in it. Under the login session lock.
     [[nodiscard]] Changes exchangeWithFile();
     [[nodiscard]] bool hasFileChanged() const;
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] std::unique_lock<QRecursiveMutex> lockState(int waitMs) const;
-    /// False when the file could not be read.
-    bool applyFile();
+    LoginStateStore::Followed applyFile();
 
     SessionState& m_state;
     Log::ILogger& m_logger;

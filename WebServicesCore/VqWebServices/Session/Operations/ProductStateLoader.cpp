@@ -1,29 +1,13 @@
 #include "Session/Operations/ProductStateLoader.h"
 
 #include "Session/Operations/ProductConfigurator.h"
-#include "Session/State/LoginStateElements.h"
-#include "Session/Store/LoginStateLoader.h"
+#include "Session/Store/LoginStateStore.h"
 
 namespace Velquor::WebServices::Internal {
-
-namespace Names = LoginStateNames;
-
-namespace {
-
-QDomElement firstProduct(const QDomElement& login) {
-    return login.firstChildElement(Names::products).firstChildElement(Names::product);
-}
-
-} // namespace
 
 ProductStateLoader::ProductStateLoader(SessionState& state)
     : m_state(state)
     , m_logger(*state.services.loggers.session) {}
-
-LoginStateFile::Content ProductStateLoader::read() {
-    const LoginStateFile::Guard guard(m_state.file);
-    return guard.isHeld() ? m_state.file.read() : LoginStateFile::Content();
-}
 
 bool ProductStateLoader::loadProduct(const QString& clientKey) {
     const QString path = m_state.file.path();
@@ -33,15 +17,15 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
         return false;
     }
-    const LoginStateFile::Content content = read();
-    const QDomElement login = content.isRead() ? LoginStateLoader(m_state).findOwnLogin(content.root()) : QDomElement();
-    const QDomElement product = findProduct(login, m_state.productKey(clientKey));
-    const ProductSessionPointer session =
-        product.isNull() ? ProductSessionPointer() : ProductConfigurator(m_state).configure(clientKey);
+    const LoginStateFile::Content content = m_state.file.readNow();
+    const std::optional<LoginState> file =
+        content.isRead() ? LoginStateStore(m_state).findOwnSignIn(*content.document) : std::nullopt;
+    const StoredProduct* const product = file ? file->product(m_state.productKey(clientKey)) : nullptr;
+    const ProductSessionPointer session = product ? ProductConfigurator(m_state).configure(clientKey) : ProductSessionPointer();
     if (session) {
-        session->Load(product);
+        session->Load(*product);
         m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));
-    } else if (!product.isNull()) {
+    } else if (product) {
         m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
                            .arg(name, serverName(m_state.currentServer())));
     } else {
@@ -61,32 +45,30 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
             QStringLiteral("Can't load login state1 from file %1. File not found from the default path. SetInfor1.").arg(path));
         return false;
     }
-    const LoginStateFile::Content content = read();
+    const LoginStateFile::Content content = m_state.file.readNow();
     if (!content.isRead()) {
         m_logger.error(QStringLiteral("Failed to read SetInfor1 from file %1. %2.").arg(path, content.error));
         return false;
     }
-    const QDomElement login = LoginStateLoader(m_state).findOwnLogin(content.root());
-    if (login.isNull()) {
+    const std::optional<LoginState> file = LoginStateStore(m_state).findOwnSignIn(*content.document);
+    if (!file) {
         m_logger.error(QStringLiteral("fail to SetInfor1 find LoginSession from file %1").arg(path));
         return false;
     }
-    for (QDomElement node = firstProduct(login); !node.isNull(); node = node.nextSiblingElement(Names::product)) {
-        const QString key = node.attribute(Names::productKey);
-        if (key.isEmpty())
+    for (const StoredProduct& product : file->products) {
+        if (product.productKey.isEmpty())
             m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored.SetInfor1."));
-        if (key.isEmpty() || key != productKey)
+        if (product.productKey.isEmpty() || product.productKey != productKey)
             continue;
-        const ProductSessionPointer session = m_state.products.getOrCreate(key, m_state.currentServer());
+        const ProductSessionPointer session = m_state.products.getOrCreate(productKey, m_state.currentServer());
         if (!session) {
             m_logger.error(
                 QStringLiteral(
                     "Failed to load product node for product %1. Failed to get or create product login session.SetInfor1.")
-                    .arg(QStringLiteral("%1.%2").arg(node.attribute(QStringLiteral("Name")),
-                                                     node.attribute(QStringLiteral("ExeName")))));
+                    .arg(product.fullName()));
             return false;
         }
-        session->Load(node);
+        session->Load(product);
         m_logger.information(QStringLiteral("SetInfor1 from file %1").arg(path));
         return true;
     }

@@ -19,8 +19,6 @@ public:
     bool SetInfor1(const QString& productKey);
 
 private:
-    [[nodiscard]] LoginStateFile::Content read();
-
     SessionState& m_state;
     Log::ILogger& m_logger;
 };

@@ -5,8 +5,8 @@
 #include "Session/Operations/ProductConfigurator.h"
 #include "Session/Products/TokenOperations.h"
 #include "Session/State/LoginCookies.h"
-#include "Session/State/LoginStateXml.h"
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/State/StorableText.h"
+#include "Session/Store/LoginStateStore.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -86,22 +86,24 @@ InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& lda
     m_logger.information(QStringLiteral("Initiating login with ldap domain %1: %2").arg(ldapDomainKey, displayUrl(url)));
     const AccountReply reply = exchange(*configuration, consumerKeys(*configuration), url);
     const int httpStatus = reply.reply().status;
-    const std::optional<ProductLoginSession::RequestToken> token = readRequestToken(reply, url);
-    if (!token)
+    std::optional<PendingSignIn> pending = readRequestToken(reply, url);
+    if (!pending)
         return {LoginCode::exchangeFailed, {}, reply.loginError(), httpStatus};
-    const QUrl browserUrl = authorizationUrl(requestTokenKeys(*token, *configuration), ldapDomainKey);
+    const QUrl browserUrl = authorizationUrl(requestTokenKeys(*pending, *configuration), ldapDomainKey);
     const ProductSessionPointer product = ProductConfigurator(m_state).configure(clientKey);
     if (!product || browserUrl.isEmpty()) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(displayUrl(url)));
         return {LoginCode::exchangeFailed, {}, LoginErrorEx::SigningFailed, httpStatus};
     }
+    pending->ldapDomainKey = ldapDomainKey;
+    pending->begun = m_services.now();
     m_state.setLdapDomainKey(ldapDomainKey);
-    product->setRequestToken(*token);
+    m_state.setPendingSignIn(product->productKey(), *pending);
     m_logger.information(QStringLiteral("Initiated login successfully"));
     return {LoginCode::success, QString::fromLatin1(browserUrl.toEncoded()), LoginErrorEx::None, httpStatus};
 }
 
-std::optional<ProductLoginSession::RequestToken> SignInFlow::readRequestToken(const AccountReply& reply, const QUrl& url) const {
+std::optional<PendingSignIn> SignInFlow::readRequestToken(const AccountReply& reply, const QUrl& url) const {
     const QString shownUrl = displayUrl(url);
     if (!reply.isSigned) {
         m_logger.error(QStringLiteral("Failed to initiate login using url %1: Failed to sign request.").arg(shownUrl));
@@ -118,9 +120,9 @@ std::optional<ProductLoginSession::RequestToken> SignInFlow::readRequestToken(co
     const QMap<QString, QByteArray> parameters = replyParameters(reply.reply().body);
     const Util::SecretBytes secret(QByteArray(parameters.value(QStringLiteral("oauth_token_secret"))));
     const Util::SecretBytes clientId(QByteArray(parameters.value(QStringLiteral("x_oauth_client_identifier"))));
-    ProductLoginSession::RequestToken token;
-    token.token = parameters.value(QStringLiteral("oauth_token"));
-    const bool hasToken = isUsableToken(token.token) && isUsableToken(secret.view());
+    PendingSignIn pending;
+    pending.requestToken = parameters.value(QStringLiteral("oauth_token"));
+    const bool hasToken = isUsableToken(pending.requestToken) && isUsableToken(secret.view());
     if (hasToken && clientId.isEmpty()) {
         m_logger.error(
             QStringLiteral(
@@ -129,7 +131,7 @@ std::optional<ProductLoginSession::RequestToken> SignInFlow::readRequestToken(co
         return {};
     }
     if (!hasToken) {
-        const QString missing = missingNames({{QStringLiteral("Request token"), isUsableToken(token.token)},
+        const QString missing = missingNames({{QStringLiteral("Request token"), isUsableToken(pending.requestToken)},
                                               {QStringLiteral("Request token secret"), isUsableToken(secret.view())},
                                               {QStringLiteral("Client id"), !clientId.isEmpty()}});
         m_logger.error(
@@ -139,9 +141,9 @@ std::optional<ProductLoginSession::RequestToken> SignInFlow::readRequestToken(co
         return {};
     }
     if (secret.size() <= m_services.maximumBlockText())
-        token.encryptedSecret = m_services.cryptor->encrypt(secret.view());
-    token.encryptedClientId = m_services.cryptor->encrypt(clientId.view());
-    return token;
+        pending.requestTokenSecret = m_services.cryptor->encrypt(secret.view());
+    pending.clientId = m_services.cryptor->encrypt(clientId.view());
+    return pending;
 }
 
 QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const {
@@ -154,18 +156,20 @@ QUrl SignInFlow::authorizationUrl(const SigningKeys& keys, const QString& ldapDo
     return keys.tokenSecret.isEmpty() ? QUrl() : signUrl(*m_services.oauthHost, QUrl(text), keys);
 }
 
-SigningKeys SignInFlow::requestTokenKeys(const ProductLoginSession::RequestToken& token,
-                                         const WebServicesConfiguration& configuration) const {
+SigningKeys SignInFlow::requestTokenKeys(const PendingSignIn& pending, const WebServicesConfiguration& configuration) const {
     SigningKeys keys = consumerKeys(configuration);
-    keys.token = Util::SecretBytes(QByteArray(token.token.constData(), token.token.size()));
-    keys.tokenSecret = m_services.cryptor->decrypt(token.encryptedSecret);
+    keys.token = Util::SecretBytes(QByteArray(pending.requestToken.constData(), pending.requestToken.size()));
+    keys.tokenSecret = m_services.cryptor->decrypt(pending.requestTokenSecret);
     return keys;
 }
 
 int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cookies) {
     m_logger.information(cookies ? QStringLiteral("CompleteLogin called with %1 cookies").arg(cookies->GetCookieCount())
                                  : QStringLiteral("CompleteLogin called without cookies"));
-    const ProductSessionPointer product = m_state.product(clientKey);
+    // The product may be gone since: another process has signed the user out. The sign-in that waits stays.
+    const std::optional<PendingSignIn> pending = m_state.pendingSignIn(m_state.productKey(clientKey));
+    const ProductSessionPointer product =
+        pending ? ProductConfigurator(m_state).configure(clientKey) : m_state.product(clientKey);
     if (!product) {
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
         return LoginCode::exchangeFailed;
@@ -177,7 +181,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     }
     const QUrl url(m_services.urls->endPoint(m_state.currentServer(), accountServer, QStringLiteral("AccessTokenEndPoint")));
     m_logger.information(QStringLiteral("Completing login: %2").arg(displayUrl(url)));
-    const SigningKeys keys = requestTokenKeys(product->requestToken(), *configuration);
+    const SigningKeys keys = requestTokenKeys(pending.value_or(PendingSignIn()), *configuration);
     // A request token cannot be exchanged without its secret: the server would refuse the signature.
     const AccountReply reply =
         keys.token.isEmpty() || keys.tokenSecret.isEmpty() ? AccountReply() : exchange(*configuration, keys, url);
@@ -190,21 +194,23 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
     else if (m_state.product(clientKey) != product)
         // While this thread waited, the host removed the client or changed the server.
         m_logger.error(QStringLiteral("Failed to complete login. Product login session not found."));
-    else if (!storeSignIn(*product, replyParameters(reply.reply().body), cookies))
+    else if (!storeSignIn(*product, *pending, replyParameters(reply.reply().body), cookies))
         m_logger.error(QStringLiteral("Failed to complete login. Server returned invalid response body. %1").arg(reply.dump()));
     else
         return LoginCode::success;
     return LoginCode::exchangeFailed;
 }
 
-bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
+bool SignInFlow::storeSignIn(ProductLoginSession& product, const PendingSignIn& pending, const QMap<QString, QByteArray>& reply,
                              const NetworkCookieJar* cookies) {
     const QDateTime now = m_services.now();
     const std::optional<ProductTokens> tokens = readTokenReply(reply, now, *m_services.cryptor);
     if (!tokens)
         return false;
     BasicLoginState state = makeState(reply, now);
-    state.clientId = product.requestToken().encryptedClientId;
+    state.clientId = pending.clientId;
+    state.ldapDomainKey = pending.ldapDomainKey;
+    m_state.setLdapDomainKey(pending.ldapDomainKey);
     if (cookies)
         state.loginCookies = keptCookies(*cookies);
     const bool isOtherUser = m_state.basic().hasUser() && m_state.basic().user() != state.user();
@@ -212,23 +218,22 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const QMap<QString, Q
     if (isOtherUser)
         forgetOtherUser();
     product.setTokens(*tokens);
-    product.setRequestToken({});
+    m_state.removePendingSignIn(product.productKey());
     m_logger.information(QStringLiteral("Completed login successfully"));
     m_logger.information(QStringLiteral("User %1 logged in in this process").arg(state.userName));
     // A sign-in that cannot be saved now is used all the same, and saved later.
-    LoginStateSaver(m_state).saveSignIn(product);
+    LoginStateStore(m_state).saveSignIn(product);
     return true;
 }
 
 BasicLoginState SignInFlow::makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const {
     const auto text = [&reply](const QString& name) {
         // Use the text as it will be read from the file, since the name is part of what identifies a sign-in.
-        return LoginStateXml::storableText(QString::fromUtf8(reply.value(name)));
+        return storableText(QString::fromUtf8(reply.value(name)));
     };
     BasicLoginState state;
     state.userName = text(QStringLiteral("x_oauth_user_name"));
     state.userId = text(QStringLiteral("x_oauth_user_guid"));
-    state.ldapDomainKey = m_state.ldapDomainKey();
     state.sessionExpiryDate = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now);
     state.loginDate = loginDateAfter(now, laterOf(m_state.logoutDate(), m_state.basic().loginDate));
     m_state.binding.bind(state);

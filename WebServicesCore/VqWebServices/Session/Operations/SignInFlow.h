@@ -46,16 +46,14 @@ private:
                                         const QUrl& url) const;
     [[nodiscard]] bool checkConsumerKeys(const SigningKeys& keys, const QUrl& url) const;
     /// Empty, with a line in the log, when the reply holds no usable request token.
-    [[nodiscard]] std::optional<ProductLoginSession::RequestToken> readRequestToken(const AccountReply& reply,
-                                                                                    const QUrl& url) const;
+    [[nodiscard]] std::optional<PendingSignIn> readRequestToken(const AccountReply& reply, const QUrl& url) const;
     [[nodiscard]] QUrl authorizationUrl(const SigningKeys& keys, const QString& ldapDomainKey) const;
-    [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const QMap<QString, QByteArray>& reply,
-                                   const NetworkCookieJar* cookies);
+    [[nodiscard]] bool storeSignIn(ProductLoginSession& product, const PendingSignIn& pending,
+                                   const QMap<QString, QByteArray>& reply, const NetworkCookieJar* cookies);
     [[nodiscard]] BasicLoginState makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const;
     [[nodiscard]] QByteArray keptCookies(const NetworkCookieJar& cookies) const;
     void forgetOtherUser();
-    [[nodiscard]] SigningKeys requestTokenKeys(const ProductLoginSession::RequestToken& token,
-                                               const WebServicesConfiguration& configuration) const;
+    [[nodiscard]] SigningKeys requestTokenKeys(const PendingSignIn& pending, const WebServicesConfiguration& configuration) const;
 
     SessionState& m_state;
     const SessionDependencies& m_services;

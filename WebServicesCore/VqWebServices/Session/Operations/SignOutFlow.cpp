@@ -4,7 +4,7 @@
 #include "Session/Operations/AccountExchange.h"
 #include "Session/Operations/NetworkStepGuard.h"
 #include "Session/State/LoginCookies.h"
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/LoginStateStore.h"
 #include "Tokens/IRequestFlags.h"
 #include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/ProcessState/ProcessState.h"
@@ -40,6 +40,7 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
         m_logger.error(QStringLiteral("Aborting logout. Failed to initiate logout."));
         return false;
     }
+    QString ended;
     {
         const NetworkStepGuard step(m_state, "Logout");
         if (!step.isEntered())
@@ -50,9 +51,10 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
             return false;
         }
         ++m_state.pendingLogouts;
+        ended = m_state.signInId();
         error = invalidateToken();
     }
-    const bool isCompleted = complete(clientKey);
+    const bool isCompleted = complete(clientKey, ended);
     --m_state.pendingLogouts;
     if (!isCompleted)
         return false;
@@ -64,6 +66,11 @@ std::optional<LogoutPage> SignOutFlow::initiate(const QString& clientKey) {
     m_logger.information(QStringLiteral("Initiating logout"));
     if (!m_state.isLoggedIn()) {
         m_logger.error(QStringLiteral("Failed to initiate logout. Not logged in."));
+        return {};
+    }
+    // The step that is under way on this thread would refuse the rest, when the observers were called already.
+    if (m_state.isInsideNetworkStep()) {
+        m_logger.error(QStringLiteral("InitiateLogout failed. Another sign-in or sign-out is under way on this thread."));
         return {};
     }
     if (m_state.events->isLogoutVetoed(m_state.subjectKey(clientKey))) {
@@ -93,10 +100,17 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
     return made;
 }
 
-bool SignOutFlow::complete(const QString& clientKey) {
+bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn) {
     {
         const NetworkStepGuard step(m_state, "CompleteLogout");
-        if (!step.isEntered() || !forgetUser())
+        if (!step.isEntered())
+            return false;
+        // The lock was free between the steps, so another process's sign-in may have been taken over.
+        if (!onlySignIn.isEmpty() && m_state.signInId() != onlySignIn) {
+            m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
+            return false;
+        }
+        if (!forgetUser())
             return false;
     }
     // What other processes have begun for the user is of no use any more. A refresh clears its flag itself.
@@ -118,7 +132,7 @@ bool SignOutFlow::forgetUser() {
     m_state.deleteCaches();
     m_logger.information(QStringLiteral("Deleting all product login sessions since user logged out"));
     m_state.forgetUser();
-    if (!LoginStateSaver(m_state).endSignIn(ended))
+    if (!LoginStateStore(m_state).endSignIn(ended))
         m_logger.error(QStringLiteral("Failed to save the sign-out to login state file %1. It will be tried again.")
                            .arg(m_state.file.path()));
     m_logger.information(QStringLiteral("Completed logout successfully"));

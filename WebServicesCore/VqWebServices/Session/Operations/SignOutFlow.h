@@ -35,7 +35,8 @@ public:
     /// signed.
     std::optional<LogoutPage> initiate(const QString& clientKey);
     /// The second half: forgets the user in memory and in the file, and notifies all processes.
-    bool complete(const QString& clientKey);
+    /// `onlySignIn`: as in `Terms`.
+    bool complete(const QString& clientKey, const QString& onlySignIn = {});
 
 private:
     [[nodiscard]] std::optional<LogoutPage> makeLogoutPage(const QString& clientKey);

@@ -1,6 +1,6 @@
 #include "Session/Operations/TokenOwner.h"
 
-#include "Session/Store/LoginStateSaver.h"
+#include "Session/Store/LoginStateStore.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
 #include <QElapsedTimer>
@@ -107,7 +107,7 @@ StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sess
         m_state.setBasic(state);
     }
     // Use the tokens even when the file cannot be written: the server may have invalidated the old ones.
-    if (LoginStateSaver(m_state).saveTokens(m_product) != LoginStateSaver::Result::SignInGone)
+    if (LoginStateStore(m_state).saveTokens(m_product) != LoginStateStore::Result::SignInGone)
         return StoreResult::Stored;
     m_product.setTokens(before);
     return StoreResult::SignInGone;
@@ -126,7 +126,7 @@ StoreResult TokenOwner::storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData
     const OAuth2TokenData before = slot.token();
     slot.replaceToken(token);
     // Use the token even when the file cannot be written.
-    if (LoginStateSaver(m_state).saveOAuth2(m_product, token) != LoginStateSaver::Result::SignInGone)
+    if (LoginStateStore(m_state).saveOAuth2(m_product, token) != LoginStateStore::Result::SignInGone)
         return StoreResult::Stored;
     slot.replaceToken(before);
     return StoreResult::SignInGone;

@@ -2,9 +2,7 @@
 
 #include "Session/Products/RequestFlags.h"
 #include "Session/Products/TokenOperations.h"
-#include "Session/State/LoginStateXml.h"
-#include "Session/State/OAuth2TokenNodes.h"
-#include "Session/State/ProductNode.h"
+#include "Session/State/StorableText.h"
 #include "Tokens/OAuth2/OAuth2Exchange.h"
 #include "Values/WebServicesConfigurationImp.h"
 
@@ -165,79 +163,49 @@ void ProductLoginSession::setTokens(const ProductTokens& tokens) {
     m_tokens = tokens;
 }
 
-void ProductLoginSession::setRequestToken(const RequestToken& token) {
-    const QWriteLocker lock(&m_lock);
-    m_requestToken = token;
-}
-
-ProductLoginSession::RequestToken ProductLoginSession::requestToken() const {
+StoredProduct ProductLoginSession::stored() const {
+    const QVector<OAuth2TokenData> oauth2Tokens = m_oauth2.tokens();
     const QReadLocker lock(&m_lock);
-    return m_requestToken;
+    StoredProduct product;
+    product.productKey = m_productKey;
+    product.name = m_name;
+    product.exeName = m_exeName;
+    product.serialNumber = m_configuration ? WebServicesConfigurationImp::of(*m_configuration).serialNumber : QString();
+    product.server = m_server;
+    product.tokens = m_tokens;
+    product.oauth2Tokens = oauth2Tokens;
+    return product;
 }
 
-void ProductLoginSession::Load(const QDomElement& product) {
-    const ProductNode node = readProductNode(product);
+void ProductLoginSession::Load(const StoredProduct& product) {
     const QMutexLocker operation(&m_operationLock);
     {
         const QWriteLocker lock(&m_lock);
-        if (!isUnsaved() || node.tokens.accessToken != m_tokenInFile)
-            m_tokens = node.tokens;
-        m_tokenInFile = node.tokens.accessToken;
+        m_tokens = product.tokens;
         if (m_name.isEmpty())
-            m_name = node.name;
+            m_name = product.name;
         if (m_exeName.isEmpty())
-            m_exeName = node.exeName;
+            m_exeName = product.exeName;
         renewPrefix();
     }
-    m_oauth2.load(node.oauth2Tokens);
+    m_oauth2.load(product.oauth2Tokens);
     m_services.loggers.product->information(QStringLiteral("Loaded product login session"));
 }
 
-bool ProductLoginSession::isUnsaved() const {
-    return m_tokens.areComplete() && m_tokens.accessToken != m_tokenInFile;
-}
-
-bool ProductLoginSession::mayReplace(const QDomElement& product, bool isSameSignIn) const {
-    const QByteArray inFile = readAccessToken(product);
-    const QReadLocker lock(&m_lock);
-    const bool isKnown = inFile.isEmpty() || inFile == m_tokenInFile || inFile == m_tokens.accessToken;
-    return isKnown || (isUnsaved() && !isSameSignIn);
-}
-
-void ProductLoginSession::noteFile(const QDomElement& product) {
-    const QWriteLocker lock(&m_lock);
-    m_tokenInFile = readAccessToken(product);
-}
-
-void ProductLoginSession::markSaved() {
-    const QWriteLocker lock(&m_lock);
-    m_tokenInFile = m_tokens.accessToken;
-}
-
-bool ProductLoginSession::Save(QDomElement& product, const QDomElement& earlier) const {
-    const QVector<OAuth2TokenData> oauth2Tokens = m_oauth2.tokens();
-    const QReadLocker lock(&m_lock);
-    if (!m_tokens.areComplete()) {
+std::optional<StoredProduct> ProductLoginSession::Save() const {
+    StoredProduct product = stored();
+    if (!product.tokens.areComplete()) {
         m_services.loggers.product->information(QStringLiteral("Skipping saving of login session. No session to persist."));
-        return false;
+        return {};
     }
     // A key that the file cannot hold would come back as another one.
-    if (!m_configuration || m_productKey.isEmpty() || LoginStateXml::storableText(m_productKey) != m_productKey) {
+    if (!configuration() || m_productKey.isEmpty() || storableText(m_productKey) != m_productKey) {
         m_services.loggers.product->error(
             QStringLiteral("Failed to save login session, server %1. No consumer key.").arg(serverName(m_server)));
-        return false;
+        return {};
     }
-    const QString serialNumber = WebServicesConfigurationImp::of(*m_configuration).serialNumber;
-    writeProductNode(product, {m_name, m_exeName, serialNumber, m_productKey, m_server, m_tokens, oauth2Tokens}, earlier);
     m_services.loggers.product->information(QStringLiteral("Saved product login session"));
-    return true;
-}
-
-void ProductLoginSession::SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const {
-    OAuth2TokenNodes::removeOlderForm(product);
-    for (const OAuth2TokenData& token : m_oauth2.tokens())
-        OAuth2TokenNodes::put(product, token, false);
-    OAuth2TokenNodes::put(product, fresh, true);
+    return product;
 }
 
 void ProductLoginSession::Clear() {
@@ -246,8 +214,6 @@ void ProductLoginSession::Clear() {
     {
         const QWriteLocker lock(&m_lock);
         m_tokens = {};
-        m_tokenInFile.clear();
-        m_requestToken = {};
     }
     m_oauth2.clear();
 }

@@ -9,12 +9,12 @@
 #include "Tokens/SignedRequest.h"
 #include "Values/ServerName.h"
 
-#include <QDomElement>
 #include <QReadWriteLock>
 #include <QRecursiveMutex>
 #include <QString>
 #include <VqWebServices/CacheType.h>
 #include <memory>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -73,30 +73,12 @@ public:
     [[nodiscard]] ProductTokens tokens() const;
     void setTokens(const ProductTokens& tokens);
 
-    /// The request token of a sign-in that waits for the browser; the secret is encrypted.
-    struct RequestToken {
-        QByteArray token;
-        QByteArray encryptedSecret;
-        QByteArray encryptedClientId;
-    };
-    void setRequestToken(const RequestToken& token);
-    [[nodiscard]] RequestToken requestToken() const;
-
-    /// Loads the product's node of the login state file. Newer tokens here stay: those that were obtained with the tokens of the
-    /// node and are not saved yet. Secrets stay encrypted until they are used.
-    void Load(const QDomElement& product);
-    /// Whether this session may replace its node in the file. It may not when another process has stored other tokens there since
-    /// this one looked. `isSameSignIn`: the node is of the sign-in in memory.
-    [[nodiscard]] bool mayReplace(const QDomElement& product, bool isSameSignIn) const;
-    /// The tokens here are newer than those of this node.
-    void noteFile(const QDomElement& product);
-    /// The file holds the tokens of this session.
-    void markSaved();
-    /// Writes the product's node. False when there is nothing to write. `earlier`: the node of the same sign-in in the file,
-    /// whose OAuth2 tokens of other kinds are kept; may be null.
-    [[nodiscard]] bool Save(QDomElement& product, const QDomElement& earlier) const;
-    /// Writes the OAuth2 tokens into the product's node of the file; `fresh` was just obtained.
-    void SaveOAuth2(QDomElement& product, const OAuth2TokenData& fresh) const;
+    /// What the login state file holds of the product. Secrets stay encrypted.
+    [[nodiscard]] StoredProduct stored() const;
+    /// Takes the tokens of the file, which are not older than those here.
+    void Load(const StoredProduct& product);
+    /// What is to be written to the file; none, with one log line, when there is nothing to write.
+    [[nodiscard]] std::optional<StoredProduct> Save() const;
     void Clear();
 
     /// Creates the OAuth2 sessions for tokens of these kinds. Only in an activated session.
@@ -117,7 +99,6 @@ public:
 private:
     /// Under the lock.
     void renewPrefix();
-    [[nodiscard]] bool isUnsaved() const;
     void checkOAuth2Tokens() const;
 
     const std::shared_ptr<Log::LogPrefix> m_prefix = std::make_shared<Log::LogPrefix>();
@@ -129,8 +110,6 @@ private:
     QString m_exeName;
     ConfigurationPointer m_configuration;
     ProductTokens m_tokens;
-    QByteArray m_tokenInFile; ///< The access token that this session saw in the file last: another one there is newer.
-    RequestToken m_requestToken;
     ClientReferences m_clientReferences;
     bool m_deactivated = false;
     mutable QRecursiveMutex m_operationLock;

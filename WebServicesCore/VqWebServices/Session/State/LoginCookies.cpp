@@ -1,32 +1,37 @@
 #include "Session/State/LoginCookies.h"
 
-#include "Session/State/LoginStateXml.h"
 #include "Values/NetworkCookieImp.h"
-#include "VqUtil/Xml/BoundedXml.h"
+#include "VqUtil/Xml/XmlText.h"
 
 namespace Velquor::WebServices::Internal {
 
 namespace {
 
-void writeCookie(QDomElement& element, const NetworkCookieImp& cookie) {
+const auto cookieName = QStringLiteral("Cookie");
+
+QString flagText(bool value) {
+    return value ? QStringLiteral("True") : QStringLiteral("False");
+}
+
+void writeCookie(Util::XmlElement& element, const NetworkCookieImp& cookie) {
     element.setAttribute(QStringLiteral("Name"), QString::fromUtf8(cookie.name));
     element.setAttribute(QStringLiteral("Value"), QString::fromUtf8(cookie.value));
-    LoginStateXml::setFlag(element, QStringLiteral("IsSecure"), cookie.secure);
-    LoginStateXml::setFlag(element, QStringLiteral("IsHttpOnly"), cookie.httpOnly);
+    element.setAttribute(QStringLiteral("IsSecure"), flagText(cookie.secure));
+    element.setAttribute(QStringLiteral("IsHttpOnly"), flagText(cookie.httpOnly));
     const QDateTime expiry = cookie.expiryDate == 0 ? QDateTime() : QDateTime::fromSecsSinceEpoch(cookie.expiryDate, Qt::UTC);
-    LoginStateXml::setDate(element, QStringLiteral("ExpiryDate"), expiry);
+    element.setAttribute(QStringLiteral("ExpiryDate"), expiry.toString(Qt::ISODate));
     element.setAttribute(QStringLiteral("Domain"), cookie.domain);
     element.setAttribute(QStringLiteral("Path"), cookie.path);
 }
 
-NetworkCookie readCookie(const QDomElement& element) {
+NetworkCookie readCookie(const Util::XmlElement& element) {
     NetworkCookie cookie;
     NetworkCookieImp& data = NetworkCookieImp::of(cookie);
     data.name = element.attribute(QStringLiteral("Name")).toUtf8();
     data.value = element.attribute(QStringLiteral("Value")).toUtf8();
     data.secure = element.attribute(QStringLiteral("IsSecure")) == QStringLiteral("True");
     data.httpOnly = element.attribute(QStringLiteral("IsHttpOnly")) == QStringLiteral("True");
-    const QDateTime expiry = LoginStateXml::date(element, QStringLiteral("ExpiryDate"));
+    const QDateTime expiry = QDateTime::fromString(element.attribute(QStringLiteral("ExpiryDate")), Qt::ISODate);
     data.expiryDate = expiry.isValid() ? expiry.toSecsSinceEpoch() : 0;
     data.domain = element.attribute(QStringLiteral("Domain"));
     data.path = element.attribute(QStringLiteral("Path"));
@@ -40,16 +45,12 @@ QByteArray encryptCookies(const NetworkCookieJar& jar, Util::ICryptor& cryptor, 
         logger.information(QStringLiteral("No cookies to encrypt. No cookies found in the jar."));
         return {};
     }
-    QDomDocument document;
-    QDomElement root = document.createElement(QStringLiteral("Cookies"));
-    document.appendChild(root);
+    Util::XmlText document(QStringLiteral("Cookies"));
     for (int index = 0; index < jar.GetCookieCount(); ++index) {
-        QDomElement element = document.createElement(QStringLiteral("Cookie"));
         const NetworkCookie cookie = jar.GetCookie(index);
-        writeCookie(element, NetworkCookieImp::of(cookie));
-        root.appendChild(element);
+        writeCookie(document.root().append(Util::XmlElement(cookieName)), NetworkCookieImp::of(cookie));
     }
-    const Util::SecretBytes clear(document.toByteArray(-1));
+    const Util::SecretBytes clear(document.toBytes());
     return cryptor.encrypt(clear.view());
 }
 
@@ -62,15 +63,13 @@ NetworkCookieJar decryptCookies(const QByteArray& encrypted, Util::ICryptor& cry
         logger.error(QStringLiteral("Failed to decrypt encrypted network cookies"));
         return jar;
     }
-    const Util::XmlResult parsed = Util::parseBoundedXml(clear.view());
-    if (!parsed.isValid()) {
+    const Util::Result<Util::XmlText> parsed = Util::XmlText::parse(clear.view());
+    if (!parsed) {
         logger.error(QStringLiteral("Failed to read decrypted network cookies xml"));
         return jar;
     }
-    const auto name = QStringLiteral("Cookie");
-    QDomElement element = parsed.document.documentElement().firstChildElement(name);
-    for (; !element.isNull(); element = element.nextSiblingElement(name))
-        jar.AddCookie(readCookie(element));
+    for (const Util::XmlElement* const element : parsed->root().children(cookieName))
+        jar.AddCookie(readCookie(*element));
     return jar;
 }
 

@@ -1,24 +1,25 @@
 #pragma once
 
+#include "Session/State/IStateFile.h"
+#include "Session/State/LoginStateDocument.h"
 #include "VqLog/ILogger.h"
-#include "VqUtil/Files/AtomicFile.h"
-#include "VqUtil/Files/FileAccess.h"
-#include "VqUtil/Locks/CrossProcessLock.h"
 
-#include <QDomDocument>
 #include <QReadWriteLock>
-#include <QString>
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
-/// The login state file "LoginState.xml" that all processes of the user share. It is read whole and written whole.
+/// The login state file "LoginState.xml" that all processes of the user share, as one process reads and writes it. It is read
+/// whole and written whole.
 ///
 /// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and
 /// the results below. Every read and write happens under a `Guard`; a guard is never held across a network exchange.
 class LoginStateFile {
 public:
-    LoginStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
+    /// `now`: the date of a document that is started anew.
+    LoginStateFile(std::shared_ptr<IStateFile> storage, std::function<QDateTime()> now, std::shared_ptr<Log::ILogger> logger);
 
     /// For operations that must read or write the file: many times what one read and write takes. Bounded, since a process that
     /// was stopped while it held the lock must not stop the others for ever.
@@ -34,61 +35,59 @@ public:
         ~Guard();
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;
-        [[nodiscard]] bool isHeld() const { return m_held; }
+        [[nodiscard]] bool isHeld() const { return m_lock != nullptr; }
 
     private:
         LoginStateFile& m_file;
-        Util::CrossProcessLock m_lock;
-        bool m_held = false;
+        std::unique_ptr<IStateFile::ILock> m_lock;
     };
 
     struct Content {
         /// `Damaged` is final; `Unreadable` may be over at the next try.
         enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
-        QDomDocument document;
+        std::optional<LoginStateDocument> document; ///< When it was read.
         QString error;
         Util::FileStamp stamp;
 
-        /// The document element "WebServices"; null unless the file was read.
-        [[nodiscard]] QDomElement root() const { return document.documentElement(); }
         [[nodiscard]] bool isRead() const { return status == Status::Read; }
     };
 
     /// Reads the document. A missing file is no error.
     [[nodiscard]] Content read();
+    /// The same under a guard of its own, which is let go again. `Unreadable` when the lock was not free in time.
+    [[nodiscard]] Content readNow(int timeoutMs = patientTimeoutMs);
 
     /// The document to change for a save: the file's, or a new one when there is none or it is damaged (a damaged file is set
-    /// aside under another name). Null when the file exists but cannot be read now: then nothing may be written.
-    [[nodiscard]] QDomDocument readForSaving();
+    /// aside under another name). None when the file exists but cannot be read now: then nothing may be written.
+    [[nodiscard]] std::optional<LoginStateDocument> readForSaving();
 
     /// False, with the old file in its place, when the document could not be written, or when no process could read it again.
-    [[nodiscard]] bool write(const QDomDocument& document);
+    [[nodiscard]] bool write(const LoginStateDocument& document);
 
-    /// Removes the temporary files of a process that died while it created the file. Every guard does so at its first use; this
-    /// is for callers that find no file and so take no guard.
+    /// Removes the unfinished files of a process that died. Every guard does so at its first use; this is for callers that find
+    /// no file and so take no guard.
     void removeLeftovers();
 
-    [[nodiscard]] QString path() const { return m_path; }
-    [[nodiscard]] bool exists() const;
+    [[nodiscard]] QString path() const { return m_storage->path(); }
+    [[nodiscard]] bool exists() const { return m_storage->exists(); }
 
     /// The stamp of the file now, and of the content that this process has applied or written. When they differ, another process
     /// has written. A read alone does not change the second: the caller that has applied the whole content calls `markSeen`. A
     /// content that could not be read is not marked. A write that was merged with another process's change leaves that change to
     /// be found.
-    [[nodiscard]] Util::FileStamp currentStamp() const;
+    [[nodiscard]] Util::FileStamp currentStamp() const { return m_storage->stamp(); }
     [[nodiscard]] Util::FileStamp seenStamp() const;
     void markSeen(const Content& content);
 
 private:
-    void prepareFolder();
     void fail(Content& content, const Util::AtomicFile::ReadResult& file) const;
     void parse(Content& content, const QByteArray& text) const;
     void noteWritten();
+    [[nodiscard]] LoginStateDocument newDocument() const;
 
-    const QString m_path;
-    const QString m_folder;
+    const std::shared_ptr<IStateFile> m_storage;
+    const std::function<QDateTime()> m_now;
     const std::shared_ptr<Log::ILogger> m_logger;
-    bool m_cleaned = false;
     mutable QReadWriteLock m_seenLock; ///< The stamp is looked at before every operation, without the login session lock.
     Util::FileStamp m_seen;
     Util::FileStamp m_lastRead; ///< Of the content that was read, or else written, last.

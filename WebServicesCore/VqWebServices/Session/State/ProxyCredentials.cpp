@@ -1,7 +1,5 @@
 #include "Session/State/ProxyCredentials.h"
 
-#include "Session/State/ProxySettingsXml.h"
-
 #include <QMutexLocker>
 #include <utility>
 
@@ -19,20 +17,14 @@ ProxyLogin loginFor(const QNetworkProxy& proxy, const ProxyAddress& address) {
     return isFor(proxy, address.host, address.port) ? ProxyLogin{proxy.user(), proxy.password()} : ProxyLogin();
 }
 
-LoginStateFile::Content readContent(LoginStateFile& file, int timeoutMs) {
-    if (!file.exists())
-        return {};
-    const LoginStateFile::Guard guard(file, timeoutMs);
-    return guard.isHeld() ? file.read() : LoginStateFile::Content();
-}
-
 } // namespace
 
-ProxyCredentials::ProxyCredentials(const QString& loginStateFile, std::shared_ptr<Util::ICryptor> cryptor,
-                                   std::shared_ptr<Log::ILogger> logger)
-    : m_cryptor(std::move(cryptor))
+ProxyCredentials::ProxyCredentials(const SessionDependencies& services, std::shared_ptr<Log::ILogger> logger)
+    : m_storage(services.stateFile)
+    , m_now(services.now)
+    , m_cryptor(services.cryptor)
     , m_logger(std::move(logger))
-    , m_file(loginStateFile, m_logger) {}
+    , m_file(m_storage, m_now, m_logger) {}
 
 QNetworkProxy ProxyCredentials::current() const {
     const QMutexLocker lock(&m_mutex);
@@ -50,7 +42,7 @@ bool ProxyCredentials::SetProxyAuthentication(const QString& host, int port, con
                                   .arg(host.isEmpty() ? QStringLiteral("Host") : QStringLiteral("User")));
         return false;
     }
-    if (!ProxySettingsXml::isValid(host, port, user)) {
+    if (!StoredProxy{QNetworkProxy::HttpProxy, host, port, user, {}}.isValid()) {
         m_logger->information(QStringLiteral("SetProxyAuthentication failed. Host name, port or user name is not valid."));
         return false;
     }
@@ -83,12 +75,18 @@ bool ProxyCredentials::save(const QNetworkProxy& proxy) {
     if (password.isEmpty() && !proxy.password().isEmpty())
         return false;
     const LoginStateFile::Guard guard(m_file);
-    const QDomDocument document = guard.isHeld() ? m_file.readForSaving() : QDomDocument();
-    if (document.isNull())
+    std::optional<LoginStateDocument> document = guard.isHeld() ? m_file.readForSaving() : std::nullopt;
+    if (!document)
         return false;
-    QDomElement root = document.documentElement();
-    ProxySettingsXml::write(root, proxy, password);
-    return m_file.write(document);
+    document->setProxy({proxy.type(), proxy.hostName(), proxy.port(), proxy.user(), password});
+    return write(*document);
+}
+
+bool ProxyCredentials::write(const LoginStateDocument& document) {
+    if (!m_file.write(document))
+        return false;
+    m_seen = document.proxy();
+    return true;
 }
 
 bool ProxyCredentials::HasProxyAuthentication(const QString& host, int port) const {
@@ -116,9 +114,7 @@ bool ProxyCredentials::HasProxyInfo() const {
 }
 
 bool ProxyCredentials::ClearProxyInfo() {
-    setCurrent(QNetworkProxy());
-    m_logger->information(QStringLiteral("Clearing proxy for this process"));
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    forget();
     const bool isCleared = removeFromFile();
     m_logger->log(isCleared ? Log::Level::Information : Log::Level::Error,
                   (isCleared ? QStringLiteral("Cleared proxy authentication info in login state file %1")
@@ -133,22 +129,50 @@ bool ProxyCredentials::removeFromFile() {
         return false;
     if (!m_file.exists())
         return true;
-    const QDomDocument document = m_file.readForSaving();
-    if (document.isNull())
+    std::optional<LoginStateDocument> document = m_file.readForSaving();
+    if (!document)
         return false;
-    QDomElement root = document.documentElement();
-    ProxySettingsXml::remove(root);
-    return m_file.write(document);
+    document->removeProxy();
+    return write(*document);
 }
 
-void ProxyCredentials::load(const QDomElement& root) {
+std::optional<QNetworkProxy> ProxyCredentials::decrypted(const std::optional<StoredProxy>& stored, QNetworkProxy proxy) const {
+    if (!stored || !stored->isValid())
+        return {};
+    proxy.setType(static_cast<QNetworkProxy::ProxyType>(stored->type));
+    proxy.setHostName(stored->host);
+    proxy.setPort(static_cast<quint16>(stored->port));
+    proxy.setUser(stored->user);
+    // A password that cannot be decrypted is empty.
+    proxy.setPassword(m_cryptor->decrypt(stored->password).toText());
+    return proxy;
+}
+
+void ProxyCredentials::follow(const LoginStateDocument& document, bool isRestore) {
+    const std::optional<StoredProxy> inFile = document.proxy();
+    const bool hasChanged = inFile != m_seen;
+    const bool isRemoved = m_seen && !inFile;
+    if (isRestore || (hasChanged && inFile))
+        load(document);
+    else if (isRemoved)
+        forget();
+    m_seen = inFile;
+}
+
+void ProxyCredentials::forget() {
+    setCurrent(QNetworkProxy());
+    m_logger->information(QStringLiteral("Clearing proxy for this process"));
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+}
+
+void ProxyCredentials::load(const LoginStateDocument& document) {
     const QString path = m_file.path();
     m_logger->information(QStringLiteral("Loading proxy authentication info from login state file %1").arg(path));
-    if (!ProxySettingsXml::isIn(root)) {
+    if (!document.hasProxy()) {
         m_logger->information(QStringLiteral("No proxy authentication info found in login state file %1").arg(path));
         return;
     }
-    const std::optional<QNetworkProxy> proxy = ProxySettingsXml::read(root, *m_cryptor, QNetworkProxy::applicationProxy());
+    const std::optional<QNetworkProxy> proxy = decrypted(document.proxy(), QNetworkProxy::applicationProxy());
     if (!proxy) {
         m_logger->warning(
             QStringLiteral("Ignoring proxy authentication info in login state file %1. Type, host or port is not valid.")
@@ -165,9 +189,9 @@ void ProxyCredentials::loadFromFile() {
             QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_file.path()));
         return;
     }
-    const LoginStateFile::Content content = readContent(m_file, LoginStateFile::patientTimeoutMs);
+    const LoginStateFile::Content content = m_file.readNow();
     if (content.isRead())
-        load(content.root());
+        follow(*content.document, true);
 }
 
 ProxyLogin ProxyCredentials::find(const ProxyAddress& proxy, const RefusedLogins& refused) const {
@@ -175,9 +199,11 @@ ProxyLogin ProxyCredentials::find(const ProxyAddress& proxy, const RefusedLogins
     if (!mine.isEmpty() && !refused.contains(mine))
         return mine;
     // `m_file` may be used by one thread at a time, and this function runs on any.
-    LoginStateFile file(m_file.path(), m_logger);
-    const LoginStateFile::Content content = readContent(file, LoginStateFile::briefTimeoutMs);
-    const std::optional<QNetworkProxy> stored = ProxySettingsXml::read(content.root(), *m_cryptor);
+    LoginStateFile file(m_storage, m_now, m_logger);
+    const LoginStateFile::Content content =
+        file.exists() ? file.readNow(LoginStateFile::briefTimeoutMs) : LoginStateFile::Content();
+    const std::optional<QNetworkProxy> stored =
+        content.isRead() ? decrypted(content.document->proxy(), QNetworkProxy()) : std::nullopt;
     if (!stored)
         return {};
     const ProxyLogin theirs = loginFor(*stored, proxy);

@@ -3,13 +3,14 @@
 #include "Network/Proxy/ProxyLogin.h"
 #include "Network/Proxy/RefusedLogins.h"
 #include "Session/State/LoginStateFile.h"
+#include "Session/State/SessionDependencies.h"
 #include "VqLog/ILogger.h"
 #include "VqUtil/Crypto/ICryptor.h"
 
-#include <QDomElement>
 #include <QMutex>
 #include <QNetworkProxy>
 #include <memory>
+#include <optional>
 
 namespace Velquor::WebServices::Internal {
 
@@ -20,8 +21,7 @@ namespace Velquor::WebServices::Internal {
 /// the login session. Errors: false and a log line; a file that cannot be written leaves the proxy of this process as it was set.
 class ProxyCredentials {
 public:
-    ProxyCredentials(const QString& loginStateFile, std::shared_ptr<Util::ICryptor> cryptor,
-                     std::shared_ptr<Log::ILogger> logger);
+    ProxyCredentials(const SessionDependencies& services, std::shared_ptr<Log::ILogger> logger);
 
     /// Makes it the application proxy and saves it. False, with nothing changed, when host or user is empty, the port is out of
     /// range, or the file cannot hold one of the texts unchanged. True also when saving failed.
@@ -39,10 +39,11 @@ public:
     /// Uses no proxy from now on, and removes the credentials from the file. False when the file could not be changed.
     bool ClearProxyInfo();
 
-    /// Applies the credentials of a document element that was read from the file. An element without credentials changes nothing.
-    void load(const QDomElement& root);
+    /// Applies the credentials of a document that was read from the file, when another process has changed them there.
+    /// `isRestore`: applies them in any case.
+    void follow(const LoginStateDocument& document, bool isRestore);
 
-    /// The same from the file itself.
+    /// Reads the file and applies its credentials.
     void loadFromFile();
 
     /// The login for the proxy from memory or, when another process put it there, from the file; none that the proxy has refused.
@@ -55,13 +56,20 @@ private:
     void apply(const QNetworkProxy& proxy);
     [[nodiscard]] bool save(const QNetworkProxy& proxy);
     [[nodiscard]] bool removeFromFile();
+    [[nodiscard]] bool write(const LoginStateDocument& document);
+    void load(const LoginStateDocument& document);
+    void forget();
+    [[nodiscard]] std::optional<QNetworkProxy> decrypted(const std::optional<StoredProxy>& stored, QNetworkProxy proxy) const;
 
+    const std::shared_ptr<IStateFile> m_storage;
+    const std::function<QDateTime()> m_now;
     const std::shared_ptr<Util::ICryptor> m_cryptor;
     const std::shared_ptr<Log::ILogger> m_logger;
     /// A separate object, so that reading and writing here does not mark the file as seen by the login session.
     LoginStateFile m_file;
     mutable QMutex m_mutex;
     QNetworkProxy m_proxy;
+    std::optional<StoredProxy> m_seen; ///< In the file, when this process looked last. Under the login session lock.
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Network/ICancelController.h"
+#include "Session/State/IStateFile.h"
 #include "Tokens/TokenDependencies.h"
 
 #include <memory>
@@ -21,6 +22,8 @@ struct SessionDependencies : TokenDependencies {
     /// Ends the exchanges of a sign-in or sign-out when the session is stopped. Set by the login session.
     std::shared_ptr<ICancelController> exchangeCancel;
     QString loginStateFile;
+    /// Where the text of that file is kept. Null: on the disk.
+    std::shared_ptr<IStateFile> stateFile;
     /// This process is the single-sign-on server: it is no product itself, and its clients belong to other processes.
     bool isSSOServer = false;
     bool isForAllUsers = false; ///< The file is in the folder of all users of the machine.

@@ -1,50 +1,55 @@
 #include "Session/Store/StoredProducts.h"
 
 #include "Session/Products/TokenOperations.h"
-#include "Session/State/LoginStateElements.h"
 
-#include <QSet>
+#include <algorithm>
 
 namespace Velquor::WebServices::Internal {
-
-namespace Names = LoginStateNames;
 
 StoredProducts::StoredProducts(SessionState& state)
     : m_state(state)
     , m_logger(*state.services.loggers.session) {}
 
-void StoredProducts::load(const QDomElement& login) {
+void StoredProducts::load(const QVector<StoredProduct>& merged, const LoginState& file) {
     QStringList loadedNames;
-    QDomElement product = login.firstChildElement(Names::products).firstChildElement(Names::product);
-    QSet<QString> keys;
-    for (; !product.isNull(); product = product.nextSiblingElement(Names::product)) {
-        const QString key = product.attribute(Names::productKey);
-        if (key.isEmpty())
+    for (const StoredProduct& product : merged) {
+        if (product.productKey.isEmpty())
             m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored"));
-        else if (!keys.contains(key))
+        else if (file.product(product.productKey))
             loadProduct(product, loadedNames);
-        keys.insert(key);
     }
-    m_logger.information(m_state.basic().loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
-                                                                : QStringLiteral("Login cookies found in login state file"));
+    m_logger.information(file.user.loginCookies.isEmpty() ? QStringLiteral("Login cookies not found in login state file")
+                                                          : QStringLiteral("Login cookies found in login state file"));
     m_logger.information(QStringLiteral("Loaded login state from file %1").arg(m_state.file.path()));
     m_logger.information(QStringLiteral("Loaded login state of following products from login state file: %1")
                              .arg(loadedNames.join(QStringLiteral(", "))));
 }
 
-void StoredProducts::loadProduct(const QDomElement& product, QStringList& loadedNames) {
-    const ProductSessionPointer session =
-        m_state.products.getOrCreate(product.attribute(Names::productKey), m_state.currentServer());
+void StoredProducts::loadProduct(const StoredProduct& product, QStringList& loadedNames) {
+    const ProductSessionPointer session = m_state.products.getOrCreate(product.productKey, m_state.currentServer());
     if (!session) {
-        const QString name =
-            QStringLiteral("%1.%2").arg(product.attribute(QStringLiteral("Name")), product.attribute(QStringLiteral("ExeName")));
         m_logger.error(
             QStringLiteral("Failed to load product node for product %1. Failed to get or create product login session.")
-                .arg(name));
+                .arg(product.fullName()));
         return;
     }
     session->Load(product);
     loadedNames += session->displayName();
+}
+
+void StoredProducts::clearAllBut(const LoginState& file) {
+    const QVector<ProductSessionPointer> sessions = m_state.products.all();
+    for (const ProductSessionPointer& session : sessions) {
+        if (!file.product(session->productKey()))
+            session->Clear();
+    }
+}
+
+bool StoredProducts::isAnyMissing(const LoginState& file) const {
+    const QVector<ProductSessionPointer> sessions = m_state.products.onServer(m_state.currentServer());
+    return std::any_of(sessions.begin(), sessions.end(), [&](const ProductSessionPointer& session) {
+        return session->configuration() && session->tokens().areComplete() && !file.product(session->productKey());
+    });
 }
 
 std::optional<Server> StoredProducts::otherServerOf(const QString& productKey) const {
@@ -64,9 +69,9 @@ std::optional<Server> StoredProducts::otherServerOf(const QString& productKey) c
 }
 
 // A product that waits for the browser, or for its automatic sign-in, is about to get its tokens.
-bool StoredProducts::isBecomingValid(const ProductLoginSession& session) {
+bool StoredProducts::isBecomingValid(const ProductLoginSession& session) const {
     const TokenOperations* const operations = session.operations();
-    return !session.requestToken().token.isEmpty() || (operations && operations->isQueryInProgress());
+    return m_state.pendingSignIn(session.productKey()) || (operations && operations->isQueryInProgress());
 }
 
 void StoredProducts::deleteInvalid() {

@@ -15,15 +15,21 @@ class StoredProducts {
 public:
     explicit StoredProducts(SessionState& state);
 
-    /// Loads every product below a "LoginSession" element.
-    void load(const QDomElement& login);
+    /// Gives the products of the file's sign-in their tokens, merged with those that they hold.
+    void load(const QVector<StoredProduct>& merged, const LoginState& file);
+
+    /// Empties the products that the file's sign-in does not know.
+    void clearAllBut(const LoginState& file);
+
+    /// Whether the file lacks a product that this process would write.
+    [[nodiscard]] bool isAnyMissing(const LoginState& file) const;
 
     /// Removes the products of other servers and those that neither have tokens nor are about to get them.
     void deleteInvalid();
 
 private:
-    void loadProduct(const QDomElement& product, QStringList& loadedNames);
-    [[nodiscard]] static bool isBecomingValid(const ProductLoginSession& session);
+    void loadProduct(const StoredProduct& product, QStringList& loadedNames);
+    [[nodiscard]] bool isBecomingValid(const ProductLoginSession& session) const;
     /// The other server that the consumer key is configured for; none when it is used on the current server too.
     [[nodiscard]] std::optional<Server> otherServerOf(const QString& productKey) const;
 

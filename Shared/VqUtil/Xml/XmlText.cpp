@@ -1,0 +1,90 @@
+#include "VqUtil/Xml/XmlText.h"
+
+#include "VqUtil/Xml/BoundedXmlReader.h"
+
+#include <QTextCodec>
+
+namespace Velquor::Util {
+
+namespace {
+
+Result<QString> decoded(const QByteArray& text) {
+    constexpr int utf8 = 106; // IANA's number of the encoding.
+    QTextCodec::ConverterState state;
+    QString made = QTextCodec::codecForMib(utf8)->toUnicode(text.constData(), text.size(), &state);
+    if (state.invalidChars > 0 || state.remainingChars > 0)
+        return Failure{QStringLiteral("The text is not in UTF-8")};
+    return made;
+}
+
+// A tag cannot contain this character, so it begins where the character stands last.
+int tagBegin(const QString& text, int end) {
+    return text.lastIndexOf(QLatin1Char('<'), end - 1);
+}
+
+} // namespace
+
+XmlText::XmlText(const QString& rootName)
+    : m_before(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"))
+    , m_root(rootName)
+    , m_behind(QStringLiteral("\n")) {}
+
+Result<XmlText> XmlText::parse(const QByteArray& text, const XmlLimits& limits) {
+    if (text.size() > limits.size)
+        return Failure{QStringLiteral("The text is larger than %1 bytes").arg(limits.size)};
+    const Result<QString> characters = decoded(text);
+    if (!characters)
+        return Failure{characters.reason()};
+    XmlText made;
+    const Result<void> isRead = made.read(*characters, limits);
+    return isRead ? Result<XmlText>(made) : Result<XmlText>(Failure{isRead.reason()});
+}
+
+Result<void> XmlText::read(const QString& text, const XmlLimits& limits) {
+    BoundedXmlReader reader(text, limits);
+    int end = 0;
+    while (reader.next()) {
+        if (!reader.token().isStartElement())
+            continue;
+        m_before = text.left(tagBegin(text, static_cast<int>(reader.token().characterOffset())));
+        m_root = readElement(reader, text, end);
+    }
+    m_behind = text.mid(end);
+    return reader.fault().isEmpty() ? Result<void>() : Failure{reader.fault()};
+}
+
+XmlElement XmlText::readElement(BoundedXmlReader& reader, const QString& text, int& end) {
+    const QXmlStreamReader& token = reader.token();
+    XmlElement made(token.qualifiedName().toString());
+    made.m_isNew = false;
+    for (const QXmlStreamAttribute& attribute : token.attributes())
+        made.m_attributes.append({attribute.qualifiedName().toString(), attribute.value().toString()});
+    end = static_cast<int>(token.characterOffset());
+    const int begin = tagBegin(text, end);
+    made.m_start = text.mid(begin, end - begin);
+    while (reader.next() && !token.isEndElement()) {
+        if (token.isCharacters())
+            made.m_text += token.text();
+        if (!token.isStartElement())
+            continue;
+        const int next = tagBegin(text, static_cast<int>(token.characterOffset()));
+        if (next > end)
+            made.m_content.push_back(XmlElement::between(text.mid(end, next - end)));
+        made.m_content.push_back(readElement(reader, text, end));
+    }
+    const int tagEnd = static_cast<int>(token.characterOffset());
+    const int next = tagEnd == end ? end : tagBegin(text, tagEnd);
+    if (next > end)
+        made.m_content.push_back(XmlElement::between(text.mid(end, next - end)));
+    made.m_end = text.mid(next, tagEnd - next);
+    end = tagEnd;
+    return made;
+}
+
+QByteArray XmlText::toBytes() const {
+    QString text = m_before;
+    m_root.write(text, 0);
+    return (text + m_behind).toUtf8();
+}
+
+} // namespace Velquor::Util

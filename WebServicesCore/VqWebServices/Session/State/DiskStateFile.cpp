@@ -1,0 +1,74 @@
+#include "Session/State/DiskStateFile.h"
+
+#include "VqUtil/Locks/CrossProcessLock.h"
+
+#include <QFileInfo>
+#include <utility>
+
+namespace Velquor::WebServices::Internal {
+
+namespace {
+
+const auto semaphoreKey = QStringLiteral("VqWebServicesLoginStateSemaphore");
+
+class Lock : public IStateFile::ILock {
+public:
+    Lock(const QString& folder, const std::shared_ptr<Log::ILogger>& logger)
+        : m_lock(semaphoreKey, folder, logger) {}
+    ~Lock() override {
+        if (m_isHeld)
+            m_lock.release();
+    }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+    [[nodiscard]] bool acquire(int timeoutMs) { return m_isHeld = m_lock.acquire(timeoutMs); }
+
+private:
+    Util::CrossProcessLock m_lock;
+    bool m_isHeld = false;
+};
+
+} // namespace
+
+DiskStateFile::DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger)
+    : m_path(path)
+    , m_folder(QFileInfo(path).path())
+    , m_logger(std::move(logger)) {}
+
+std::unique_ptr<IStateFile::ILock> DiskStateFile::lock(int timeoutMs) {
+    if (!Util::ensureOwnerOnlyFolder(m_folder))
+        m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file").arg(m_folder));
+    auto made = std::make_unique<Lock>(m_folder, m_logger);
+    if (!made->acquire(timeoutMs))
+        return nullptr;
+    if (!m_cleaned.exchange(true))
+        Util::AtomicFile::removeStaleTemporaries(m_path);
+    return made;
+}
+
+bool DiskStateFile::exists() const {
+    return QFileInfo::exists(m_path);
+}
+
+Util::FileStamp DiskStateFile::stamp() const {
+    return Util::fileStamp(m_path);
+}
+
+Util::AtomicFile::ReadResult DiskStateFile::read(qint64 maximumSize) {
+    return Util::AtomicFile::read(m_path, maximumSize);
+}
+
+Util::Result<void> DiskStateFile::write(const QByteArray& text) {
+    return Util::AtomicFile::write(m_path, text);
+}
+
+QString DiskStateFile::setAside() {
+    return Util::AtomicFile::setAside(m_path);
+}
+
+bool DiskStateFile::hasLeftovers() const {
+    return !Util::AtomicFile::temporaries(m_path).isEmpty();
+}
+
+} // namespace Velquor::WebServices::Internal

@@ -1,0 +1,67 @@
+// An XML text that is read, changed and written: what nobody changed stays to the letter.
+
+#include "VqUtil/Xml/XmlText.h"
+#include "TestKit/Columns.h"
+#include "TestKit/Test.h"
+
+using namespace Velquor;
+using namespace Velquor::Util;
+
+class XmlTextTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void whatIsReadIsWrittenToTheLetter_data() {
+        const TestKit::Columns<QByteArray> row("text");
+        row("attributes in any order and quotes", "<a z='1\"'\n b=\"&amp;&#10;\"/>");
+        row("comments and instructions everywhere", "<?xml version=\"1.0\"?>\r\n<!--x--><a><!-- < --><?p < ?></a>\n<!--y-->");
+        row("elements without blanks between them", "<a><b><c/></b><b></b ><d/></a>");
+        row("sections and references", "<a>\n  <b><![CDATA[<x>&]]></b>&lt;&#x41;<b>\xc3\xa4\xf0\x9f\x98\x80</b>\n</a>\n");
+        row("prefixes", "<p:a xmlns:p=\"u\"><p:b p:c=\"1\"/></p:a>");
+    }
+
+    void whatIsReadIsWrittenToTheLetter() {
+        QFETCH(QByteArray, text);
+        const Result<XmlText> read = XmlText::parse(text);
+        QVERIFY2(read, qPrintable(read.reason()));
+        QCOMPARE(read->toBytes(), text);
+    }
+
+    void hostileTextsAreRefused_data() {
+        const TestKit::Columns<QByteArray> row("text");
+        row("empty", {});
+        row("cut", "<a><b></a");
+        row("two roots", "<a/><b/>");
+        row("entities", "<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>");
+        row("an entity that nobody declared", "<a>&b;</a>");
+        row("not UTF-8", "<a b=\"\xff\"/>");
+        row("too deep", QByteArray("<a>").repeated(40) + QByteArray("</a>").repeated(40));
+    }
+
+    void hostileTextsAreRefused() {
+        QFETCH(QByteArray, text);
+        QVERIFY(!XmlText::parse(text).reason().isEmpty());
+    }
+
+    void aChangeTouchesNothingElse() {
+        Result<XmlText> read = XmlText::parse("<a  x='1'>\n  <b  y='2'/>\n  <!--c--><d><e/></d>\n</a>");
+        QVERIFY(read);
+        XmlElement& root = read->root();
+        root.child("b")->setAttribute("y", "<\"&\n");
+        root.child("b")->childOrNew("f").setCData("g");
+        root.child("d")->removeChildren("e");
+        root.childOrNew("h").setAttribute("i", "j");
+        QCOMPARE(read->toBytes(),
+                 QByteArray("<a  x='1'>\n  <b y=\"&lt;&quot;&amp;&#10;\">\n    <f><![CDATA[g]]></f>\n  </b>\n  <!--c-->"
+                            "<d></d>\n  <h i=\"j\"/>\n</a>"));
+        const Result<XmlText> again = XmlText::parse(read->toBytes());
+        QVERIFY(again);
+        QCOMPARE(again->root().child("b")->attribute("y"), QStringLiteral("<\"&\n"));
+        QCOMPARE(again->root().child("b")->child("f")->text(), QStringLiteral("g"));
+        root.remove(root.child("h"));
+        QVERIFY(read->toBytes().endsWith("<d></d>\n</a>"));
+    }
+};
+
+QTEST_GUILESS_MAIN(XmlTextTest)
+#include "XmlTextTest.moc"
