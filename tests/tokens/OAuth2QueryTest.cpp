@@ -67,6 +67,8 @@ private slots:
         QVERIFY(m_fixture->hasLogged(get));
         QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &jwt, true));
         QVERIFY(m_fixture->hasLogged(refresh));
+        const QString whole = m_fixture->logger->texts().filter(get).first();
+        QCOMPARE(m_fixture->logger->prefixes(whole), QStringList(signedIn ? "Test product.0001.0" : ""));
         QVERIFY(!m_session->oauth2().EnableOAuth2("unknown", rt));
         QVERIFY(!m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(InvalidTokenType, L"")));
     }

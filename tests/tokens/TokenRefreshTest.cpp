@@ -77,6 +77,23 @@ private slots:
         QVERIFY(!m_fixture->hasLogged("Wait ended."));
     }
 
+    void aRefusalToSignNamesItsReason_data() {
+        const TestKit::Columns<bool, QString, QString> row("signedIn", "clientKey", "reason");
+        row("signed out", false, key, "Login state is not valid.");
+        row("not configured", true, "unconfigured", "Current configuration is null or invalid.");
+    }
+
+    void aRefusalToSignNamesItsReason() {
+        QFETCH(bool, signedIn);
+        QFETCH(QString, clientKey);
+        QFETCH(QString, reason);
+        m_session->AddClient({"unconfigured", 1, "Another", "/opt/another"});
+        QVERIFY(signedIn || signOut(*m_session));
+        QVERIFY(m_session->SignRequest(clientKey, order()).isEmpty());
+        QVERIFY2(m_fixture->hasLogged("SignRequest failed while signing url https://127.0.0.1/api/echo: " + reason),
+                 qPrintable(m_fixture->logger->texts().last()));
+    }
+
     void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed_data() {
         const TestKit::Columns<bool> row("isSigning");
         row("SignRequest", true);

@@ -12,8 +12,11 @@ namespace Velquor::WebServices::Internal {
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 OAuth2Access::OAuth2Access(SessionState& state)
-    : m_state(state)
-    , m_logger(*state.services().loggers.oauth2) {}
+    : m_state(state) {}
+
+Loggers::Logger OAuth2Access::logger(const ProductSessionPointer& product) const {
+    return product ? product->services().loggers.oauth2 : m_state.services().loggers.oauth2;
+}
 
 OAuth2TokenSpec OAuth2Access::resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const {
     return spec ? *spec : m_state.clients().oauth2(clientKey).defaultSpec();
@@ -36,7 +39,7 @@ bool OAuth2Access::isEnabled(const QString& clientKey) const {
 bool OAuth2Access::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
     const OAuth2TokenType type = spec.GetType();
     if ((type != RT && type != JWT) || !m_state.clients().enableOAuth2(clientKey, spec)) {
-        m_logger.error(
+        logger(clientKey)->error(
             QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
         return false;
     }
@@ -47,7 +50,8 @@ bool OAuth2Access::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec&
 
 bool OAuth2Access::DisableOAuth2(const QString& clientKey) {
     if (!m_state.clients().disableOAuth2(clientKey)) {
-        m_logger.error(QStringLiteral("Failed to disable OAuth2. Client info not found for client key %1.").arg(clientKey));
+        logger(clientKey)->error(
+            QStringLiteral("Failed to disable OAuth2. Client info not found for client key %1.").arg(clientKey));
         return false;
     }
     discardUnused(m_state.product(clientKey));
@@ -79,8 +83,9 @@ void OAuth2Access::enabledElsewhere(const QString& productKey, const OAuth2Token
         isNew = isNew || !m_state.clients().oauth2(clientKey).specs.contains(spec);
     if (!isNew)
         return;
-    m_logger.information(
-        QStringLiteral("OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
+    logger(m_state.products().find(productKey, m_state.currentServer()))
+        ->information(QStringLiteral(
+            "OAuth2 enabled in another process which is using the same consumer key. Enabling it in this process."));
     for (const QString& clientKey : clientKeys)
         m_state.clients().enableOAuth2(clientKey, spec);
     startTokens(clientKeys.first());
@@ -89,8 +94,9 @@ void OAuth2Access::enabledElsewhere(const QString& productKey, const OAuth2Token
 void OAuth2Access::disabledElsewhere(const QString& productKey) {
     if (!m_state.clients().isOAuth2Used(productKey, m_state.currentServer()))
         return;
-    m_logger.information(
-        QStringLiteral("OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
+    logger(m_state.products().find(productKey, m_state.currentServer()))
+        ->information(QStringLiteral(
+            "OAuth2 disabled in another process which is using the same consumer key. Disabling it in this process."));
     const QStringList clientKeys = clientsOf(productKey);
     for (const QString& clientKey : clientKeys)
         m_state.clients().disableOAuth2(clientKey);
@@ -110,9 +116,10 @@ void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const O
     if (!operations)
         return;
     if (operations->isQueryInProgress()) {
-        m_logger.information(QStringLiteral("GetOAuth2AccessToken: Token query is in progress. Waiting for it to finish."));
+        product.services().loggers.oauth2->information(
+            QStringLiteral("GetOAuth2AccessToken: Token query is in progress. Waiting for it to finish."));
         operations->waitForTokenQuery();
-        m_logger.information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for token query."));
+        product.services().loggers.oauth2->information(QStringLiteral("GetOAuth2AccessToken: Finished waiting for token query."));
     }
     // Without an OAuth2 token one is queried at once, which needs an OAuth 1.0 token that has not expired.
     const ProductTokens tokens = product.tokens();
@@ -122,7 +129,7 @@ void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const O
 
 OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* requested, bool waitToFinish) {
     if (!isEnabled(clientKey)) {
-        m_logger.error(QStringLiteral(
+        logger(clientKey)->error(QStringLiteral(
             "GetOAuth2AccessToken failed: OAuth2 is not enabled. You must enable OAuth2 to use this function. Returning empty token."));
         return {};
     }
@@ -143,17 +150,17 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
     // Look again: another thread may have replaced the product before this one got the lock.
     const ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !m_state.isLoggedIn(clientKey)) {
-        m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
+        logger(product)->error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
         return {};
     }
     if (!product->configuration()) {
-        m_logger.error(QStringLiteral("GetOAuth2AccessToken failed: Configuration not set"));
+        logger(product)->error(QStringLiteral("GetOAuth2AccessToken failed: Configuration not set"));
         return {};
     }
     const OAuth2TokenSpec spec = resolve(clientKey, requested);
     OAuth2SessionPointer session = findSession(product, spec);
     if (!session)
-        m_logger.error(
+        logger(product)->error(
             QStringLiteral(
                 "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type %1 and scope %2. Enable this OAuth2 token type and scope using EnableOAuth2.")
                 .arg(tokenTypeName(spec.GetType()), OAuth2TokenSpecImp::of(spec).scope));
@@ -171,16 +178,16 @@ Util::Result<void> OAuth2Access::mayRefresh(const QString& clientKey) const {
 }
 
 bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* requested, bool synchronous) {
+    const ProductSessionPointer product = m_state.product(clientKey);
     const Util::Result<void> allowed = mayRefresh(clientKey);
     if (!allowed) {
-        m_logger.error(allowed.reason());
+        logger(product)->error(allowed.reason());
         return false;
     }
     const OAuth2TokenSpec spec = resolve(clientKey, requested);
-    const ProductSessionPointer product = m_state.product(clientKey);
     const OAuth2SessionPointer found = findSession(product, spec);
     if (!found) {
-        m_logger.error(
+        logger(product)->error(
             QStringLiteral(
                 "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type %1 and scope %2. Enable this OAuth2 token type and scope using EnableOAuth2.")
                 .arg(tokenTypeName(spec.GetType()), OAuth2TokenSpecImp::of(spec).scope));
@@ -192,7 +199,7 @@ bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2Toke
 bool OAuth2Access::refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous) {
     TokenOperations* const operations = product.operations();
     if (operations && product.tokens().areExpired(m_state.services().now())) {
-        m_logger.information(
+        product.services().loggers.oauth2->information(
             QStringLiteral("Postponing OAuth2 token refresh since access token has expired. Refreshing the token first."));
         // An asynchronous OAuth2 refresh waits for the end of this one by itself.
         (void)operations->refreshToken(synchronous, RefreshWorker::Reason::Expired);
@@ -214,7 +221,7 @@ void OAuth2Access::reportToken(const QString& clientKey) {
     const OAuth2SessionPointer found = session(clientKey, resolve(clientKey, nullptr));
     if (!found || !found->token().isValid(m_state.services().now()))
         return;
-    m_logger.information(found->DescribeOAuth2Token());
+    logger(clientKey)->information(found->DescribeOAuth2Token());
     m_state.events().raiseEventHere(Event::OAuth2TokenAvailable, m_state.subjectKey(clientKey));
 }
 

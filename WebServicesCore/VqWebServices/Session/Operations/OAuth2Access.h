@@ -55,8 +55,11 @@ private:
     [[nodiscard]] Util::Result<void> mayRefresh(const QString& clientKey) const;
     bool refresh(const ProductLoginSession& product, OAuth2Session& session, bool synchronous);
 
+    /// The product's logger, which writes its prefix, or without a product the logger of all products.
+    [[nodiscard]] Loggers::Logger logger(const ProductSessionPointer& product) const;
+    [[nodiscard]] Loggers::Logger logger(const QString& clientKey) const { return logger(m_state.product(clientKey)); }
+
     SessionState& m_state;
-    Log::ILogger& m_logger;
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -42,20 +42,20 @@ QString RequestSigning::lockName(const ProductSessionPointer& product, const QSt
 }
 
 RequestSigning::Refusal RequestSigning::checkState(const Access& access) const {
-    if (!m_state.isLoggedIn())
-        return Refusal::NoUser;
-    if (!access.product)
-        return Refusal::NoProduct;
+    if (access.wasRefreshed && !m_state.isLoggedIn())
+        return Refusal::NotLoggedIn;
     if (!m_state.isLoginValid())
         return Refusal::StateNotValid;
     const ConfigurationPointer configuration = m_state.clients().configuration(access.clientKey, m_state.currentServer());
-    return configuration && WebServicesConfigurationImp::of(*configuration).isValid() ? Refusal::None : Refusal::NoConfiguration;
+    if (!configuration || !WebServicesConfigurationImp::of(*configuration).isValid())
+        return Refusal::NoConfiguration;
+    return access.product ? Refusal::None : Refusal::NoProduct;
 }
 
 RequestSigning::Refusal RequestSigning::check(const Access& access) const {
     const Refusal refusal = checkState(access);
     if (refusal != Refusal::None)
-        return refusal == Refusal::NoUser && access.wasRefreshed ? Refusal::NotLoggedIn : refusal;
+        return refusal;
     if (!access.product->tokens().areComplete())
         return Refusal::NoToken;
     return access.checkExpiry && access.product->tokens().areExpired(m_state.services().now()) ? Refusal::Expired : Refusal::None;
@@ -82,7 +82,6 @@ RequestSigning::Refusal RequestSigning::enter(Access& access, const QString& ope
 
 QString RequestSigning::signingText(Refusal refusal, const QUrl& url) {
     switch (refusal) {
-    case Refusal::NoUser: return QStringLiteral("Failed to sign request. Not logged in.");
     case Refusal::NoProduct: return QStringLiteral("Failed to sign request. Product login session not found.");
     case Refusal::StateNotValid:
         return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.").arg(displayUrl(url));
@@ -103,7 +102,6 @@ QString RequestSigning::signingText(Refusal refusal, const QUrl& url) {
 
 QString RequestSigning::tokenText(Refusal refusal) {
     switch (refusal) {
-    case Refusal::NoUser:
     case Refusal::NotLoggedIn: return QStringLiteral("GetAccessToken failed: Not logged in.");
     case Refusal::NoProduct: return QStringLiteral("GetAccessToken failed: Product login session not found.");
     case Refusal::StateNotValid: return QStringLiteral("GetAccessToken failed: Login state is not valid.");
@@ -153,7 +151,7 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
     Util::Result<SigningKeys> keys = product.signingKeys();
     if (!keys)
         return Util::Failure{
-            QStringLiteral("SignRequest failed while signing url %1: %2").arg(displayUrl(order.request.url), keys.reason())};
+            QStringLiteral("SignRequest failed while signing url %1: %2.").arg(displayUrl(order.request.url), keys.reason())};
     if (!order.token.isEmpty()) {
         keys->token = Util::SecretBytes(QByteArray(order.token));
         keys->tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
@@ -183,7 +181,7 @@ bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, 
     }
     Util::Result<SigningKeys> keys = access.product->signingKeys();
     if (!keys) {
-        logger(access).error(QStringLiteral("GetAccessToken failed: %1").arg(keys.reason()));
+        logger(access).error(QStringLiteral("GetAccessToken failed: %1.").arg(keys.reason()));
         return false;
     }
     token = std::move(keys->token);

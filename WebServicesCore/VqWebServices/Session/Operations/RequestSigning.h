@@ -36,7 +36,7 @@ public:
 
 private:
     /// Why an operation with the access token cannot be done, in the order in which it is checked.
-    enum class Refusal { None, NoUser, NoProduct, StateNotValid, NoConfiguration, NoToken, NotLoggedIn, Expired };
+    enum class Refusal { None, StateNotValid, NoConfiguration, NoProduct, NoToken, NotLoggedIn, Expired };
 
     /// One operation with a product's access token: the client that asks, and what was found for it.
     struct Access {

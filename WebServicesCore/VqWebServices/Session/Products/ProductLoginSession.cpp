@@ -222,16 +222,16 @@ Util::Result<SigningKeys> ProductLoginSession::signingKeys() const {
     const ConfigurationPointer current = configuration();
     const ProductTokens held = tokens();
     if (!current)
-        return Util::Failure{QStringLiteral("Current configuration is null or invalid.")};
+        return Util::Failure{QStringLiteral("Current configuration is null or invalid")};
     if (held.accessToken.isEmpty())
         return Util::Failure{QStringLiteral("Access token is empty")};
     if (held.accessTokenSecret.isEmpty())
         return Util::Failure{QStringLiteral("Access token secret is empty")};
     SigningKeys keys = consumerKeys(*current);
     if (keys.consumerKey.isEmpty())
-        return Util::Failure{QStringLiteral("Failed to decrypt consumer key.")};
+        return Util::Failure{QStringLiteral("Failed to decrypt consumer key")};
     if (keys.consumerSecret.isEmpty())
-        return Util::Failure{QStringLiteral("Failed to decrypt consumer secret.")};
+        return Util::Failure{QStringLiteral("Failed to decrypt consumer secret")};
     keys.token = m_services.cryptor->decrypt(held.accessToken);
     if (keys.token.isEmpty())
         return Util::Failure{QStringLiteral("Failed to decrypt access token")};
