@@ -18,7 +18,8 @@ public:
     /// `RestoreLogin` has read the login state of all products; a user may or may not be signed in.
     virtual void LoginRestored() {}
 
-    /// The user is about to be signed out; set `veto` to keep the user signed in.
+    /// The user is about to be signed out; set `veto` to keep the user signed in. A sign-out on another thread waits for the
+    /// answer at most 61 seconds, and is cancelled without one; a dialog that asks the user has that long.
     virtual void AboutToLogout(bool& veto) { static_cast<void>(veto); }
 
     /// The user was signed out.

@@ -183,7 +183,7 @@ class DesktopTest(unittest.TestCase):
         first.keys("alt+e", "Down")
         wait_until(lambda: first.shows("serverHint", "signs you out of Production"), what="the warning")
         first.keys("alt+w")
-        for window, server, origin in ((first, "Staging", "this process"), (second, "Production", "another process")):
+        for window, server, origin in ((first, "Staging", "this process"), (second, "Staging", "another process")):
             wait_until(lambda: window.shows("status", f"Nobody is signed in · {server}"), what="the sign-out by the change of server")
             wait_until(lambda: ["ServerChanged", origin] in [row[1:3] for row in window.events()], what="the event")
 

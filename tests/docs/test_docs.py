@@ -100,7 +100,7 @@ class DocsTest(unittest.TestCase):
 
     def test_names_in_files_are_documented(self):
         formats = page("file-formats.md")
-        names = set(re.findall(r'QStringLiteral\("([A-Z]\w+)"\)', (SOURCE / "WebServicesCore/VqWebServices/Session/State/LoginStateElements.h").read_text()))
+        names = set(re.findall(r'QStringLiteral\("([A-Z]\w+)"\)', (SOURCE / "WebServicesCore/VqWebServices/Session/State/LoginStateDocument.cpp").read_text()))
         events = (SOURCE / "WebServicesCore/VqWebServices/Events/WebServicesEvent.h").read_text(encoding="utf-8")
         for name in names:
             self.assertRegex(formats, rf"\b{name}\b")
