@@ -4,6 +4,7 @@
 #include "Signing/IVqOAuthHost.h"
 #include "Values/Loggers.h"
 #include "VqUtil/Crypto/ICryptor.h"
+#include "VqUtil/Threads/SystemThreads.h"
 
 #include <QDateTime>
 #include <chrono>
@@ -24,6 +25,7 @@ struct TokenDependencies {
         return qint64(
             std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
     };
+    std::shared_ptr<Util::IThreads> threads = std::make_shared<Util::SystemThreads>();
     /// Called when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};
     int tokenTimeoutMs = 61000; ///< The limit of one token request, and of the wait for it.

@@ -14,7 +14,7 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     : m_owner(owner)
     , m_flags(std::move(flags))
     , m_keyDigest(keyDigest)
-    , m_thread(new QThread)
+    , m_thread(owner.services().threads->make(QStringLiteral("token operations"), Util::IThreads::Dispatcher::System))
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
     , m_controller(
           new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
@@ -41,7 +41,7 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, cacheStore, &CacheStore::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, m_refresher, &TokenRefresher::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenQueryFinished, m_refresher, &TokenRefresher::TokenAvailable);
-    thread->start(QThread::InheritPriority);
+    owner.services().threads->start(*thread);
 }
 
 TokenOperations::~TokenOperations() {
@@ -90,7 +90,7 @@ void TokenOperations::waitForThread() {
     const QString id = QString::number(m_threadId);
     const QString server = serverName(m_owner.server());
     logger.information(QStringLiteral("Waiting for token operations thread %1 to finish, server %2").arg(id, server));
-    m_thread->wait();
+    m_owner.services().threads->join(*m_thread);
     logger.information(QStringLiteral("Finished waiting for token operations thread %1, server %2").arg(id, server));
 }
 
