@@ -4,10 +4,10 @@
 #include "Signing/IVqOAuthHost.h"
 #include "Values/Loggers.h"
 #include "VqUtil/Crypto/ICryptor.h"
+#include "VqUtil/General/SteadyTimer.h"
 #include "VqUtil/Threads/SystemThreads.h"
 
 #include <QDateTime>
-#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -20,11 +20,7 @@ struct TokenDependencies {
     UrlStore* urls = nullptr;
     Loggers loggers; ///< All set; the loggers of a product's session write its prefix.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
-    /// Nanoseconds of a clock that only goes forward.
-    std::function<qint64()> steadyClock = [] {
-        return qint64(
-            std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
-    };
+    Util::SteadyClock steadyClock = Util::systemSteadyClock;
     std::shared_ptr<Util::IThreads> threads = std::make_shared<Util::SystemThreads>();
     /// Called when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};

@@ -7,7 +7,7 @@ namespace Velquor::WebServices::Internal {
 TokenWorker::TokenWorker(ITokenOwner& owner, Loggers::Logger Loggers::*logger)
     : m_owner(owner)
     , m_logger(logger)
-    , m_poller(this)
+    , m_poller(this, owner.services().steadyClock)
     , m_timer(this)
     , m_exchange([this](const ExchangeOutcome& outcome) { handleReply(outcome); }, this) {
     m_timer.setSingleShot(true);

@@ -44,9 +44,9 @@ public:
     /// Sign-outs that are queued or running. While there is one, no token is refreshed.
     std::atomic<int> pendingLogouts{0};
     /// The login state file lacks what this process holds: a sign-in, new tokens or a sign-out that could not be written.
-    RetryBackoff unsaved{60000};
+    RetryBackoff unsaved{60000, services.steadyClock};
     /// The login state file has changed and could not be read. The change may be a sign-out, so the retry comes soon.
-    RetryBackoff unread{1000};
+    RetryBackoff unread{1000, services.steadyClock};
     /// The library is being uninitialized: nothing new starts.
     std::atomic<bool> isStopped{false};
 

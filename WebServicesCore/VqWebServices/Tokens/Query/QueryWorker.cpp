@@ -10,7 +10,8 @@ QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logg
     , m_flags(flags)
     , m_steps(std::move(steps))
     , m_flag(flag)
-    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock) {}
+    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock)
+    , m_claiming(owner.services().steadyClock) {}
 
 QueryWorker::~QueryWorker() {
     if (m_claimed)
@@ -64,7 +65,7 @@ void QueryWorker::doQuery() {
         m_steps->timerStopped();
     stopTimer();
     m_steps->starting(isSynchronous());
-    m_claiming.start();
+    m_claiming.restart();
     if (claim())
         query();
     else
@@ -76,7 +77,7 @@ bool QueryWorker::claim() {
         return false;
     // The lock decides. A flag without the lock comes from a program that does not know the lock, or is left over.
     m_claimed = m_flags.setUnlessElsewhere(m_flag);
-    if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
+    if (!m_claimed && m_claiming.elapsedMs() >= RequestFlag::patienceMs) {
         m_flags.set(m_flag);
         m_claimed = true;
     }

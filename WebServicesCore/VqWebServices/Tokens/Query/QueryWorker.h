@@ -5,8 +5,6 @@
 #include "Tokens/RequestLock.h"
 #include "Tokens/TokenWorker.h"
 
-#include <QElapsedTimer>
-
 namespace Velquor::WebServices::Internal {
 
 /// The steps of a token query that OAuth 1.0 and OAuth2 share: starts from any thread, one query at a time among all processes of
@@ -75,7 +73,7 @@ private:
     const std::unique_ptr<const QueryLog> m_steps;
     const QString m_flag;
     RequestLock m_lock;
-    QElapsedTimer m_claiming;
+    Util::SteadyTimer m_claiming;
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is in progress.
     bool m_taken = false;
