@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Network/SystemNetwork.h"
 #include "Network/Urls/UrlStore.h"
 #include "Signing/IVqOAuthHost.h"
 #include "Values/Loggers.h"
@@ -21,6 +22,7 @@ struct TokenDependencies {
     Loggers loggers; ///< All set; the loggers of a product's session write its prefix.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
     Util::SteadyClock steadyClock = Util::systemSteadyClock;
+    std::shared_ptr<INetwork> network = std::make_shared<SystemNetwork>();
     std::shared_ptr<Util::IThreads> threads = std::make_shared<Util::SystemThreads>();
     /// Called when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};
