@@ -3,6 +3,7 @@
 #include "Network/SystemNetwork.h"
 #include "Network/Urls/UrlStore.h"
 #include "Signing/IVqOAuthHost.h"
+#include "Tokens/SystemRequestClaims.h"
 #include "Values/Loggers.h"
 #include "VqUtil/Crypto/ICryptor.h"
 #include "VqUtil/General/SteadyTimer.h"
@@ -23,6 +24,7 @@ struct TokenDependencies {
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
     Util::SteadyClock steadyClock = Util::systemSteadyClock;
     std::shared_ptr<INetwork> network = std::make_shared<SystemNetwork>();
+    std::shared_ptr<IRequestClaims> claims = std::make_shared<SystemRequestClaims>();
     std::shared_ptr<Util::IThreads> threads = std::make_shared<Util::SystemThreads>();
     /// Called when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};

@@ -16,10 +16,9 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     , m_keyDigest(keyDigest)
     , m_thread(owner.services().threads->make(QStringLiteral("token operations"), Util::IThreads::Dispatcher::System))
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
-    , m_controller(
-          new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
+    , m_controller(new RefreshController(keyDigest, owner.productKey(), owner.services()))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
-                                     PendingRefreshFile(keyDigest, owner.services().lockFolder)))
+                                     owner.services().claims->makePendingRefresh(keyDigest, owner.services().lockFolder)))
     , m_deleter(new ObjectDeleter(owner.services().loggers.product))
     , m_queries(m_fetcher->runState())
     , m_refreshes(m_refresher->runState())

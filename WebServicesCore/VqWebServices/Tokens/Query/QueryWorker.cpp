@@ -10,7 +10,7 @@ QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logg
     , m_flags(flags)
     , m_steps(std::move(steps))
     , m_flag(flag)
-    , m_lock(lockName, owner.services().lockFolder, owner.services().loggers.lock)
+    , m_lock(lockName, owner.services().claims->makeGuard(lockName, owner.services().lockFolder), owner.services().loggers.lock)
     , m_claiming(owner.services().steadyClock) {}
 
 QueryWorker::~QueryWorker() {
