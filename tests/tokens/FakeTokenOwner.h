@@ -21,7 +21,8 @@ public:
         made.SetOAuth2ConsumerSecret(L"secret");
         m_configuration = std::make_shared<const WebServices::WebServicesConfiguration>(made);
         m_services.now = [this] { return clock; };
-        m_services.steadyClock = [this] { return clock.toMSecsSinceEpoch() * 1000000; };
+        // Real time passes on it too, since the workers wait by it.
+        m_services.steadyClock = [this] { return Util::systemSteadyClock() + clock.toMSecsSinceEpoch() * 1000000; };
         m_services.lockFolder = fixture.folder.path();
         m_services.tokenTimeoutMs = 300;
         held = tokensNamed("token", 3600);

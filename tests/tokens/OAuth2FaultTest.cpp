@@ -5,6 +5,7 @@
 #include "Tokens/OAuth2/OAuth2TokenRefresher.h"
 #include "Tokens/OAuth2/RetrySchedules.h"
 #include "Tokens/Refresh/TokenRefresher.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 #include "WorkerFixture.h"
 
 using namespace Velquor;
@@ -32,12 +33,12 @@ private slots:
         startOver();
         RetrySchedules::instance().set({5 * minute, {{5 * minute, minute}}});
         const auto digest = QStringLiteral("digest");
-        const QString folder = m_fixture->folder.path();
-        m_controller = std::make_unique<RefreshController>(digest, folder, m_owner->productKey(), m_fixture->logger);
+        m_controller = std::make_unique<RefreshController>(digest, m_owner->productKey(), m_owner->services());
         m_slot = std::make_unique<OAuth2TokenSlot>(*m_owner, OAuth2TokenSpec(RT, L""));
         m_fetcher = std::make_unique<OAuth2TokenFetcher>(*m_owner, *m_slot, m_flags, digest);
-        m_tokenRefresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
-                                                            PendingRefreshFile(digest, folder));
+        m_tokenRefresher =
+            std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
+                                             m_owner->services().claims->makePendingRefresh(digest, m_fixture->folder.path()));
         m_refresher = std::make_unique<OAuth2TokenRefresher>(*m_owner, *m_slot, m_flags, *m_controller, *m_tokenRefresher,
                                                              m_fetcher->runState());
         connect(m_slot.get(), &OAuth2TokenSlot::OAuth2TokenAvailable, m_refresher.get(),

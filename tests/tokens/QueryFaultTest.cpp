@@ -1,6 +1,7 @@
 // The automatic sign-in of a product: when its query is tried again, when it gives up, and what becomes of its result.
 
 #include "Session/Products/TokenOperations.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 #include "WorkerFixture.h"
 
 using namespace Velquor;

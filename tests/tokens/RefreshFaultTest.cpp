@@ -187,9 +187,11 @@ private slots:
 private:
     void makeRefresher(const QString& lockFolder) {
         m_refresher.reset();
-        m_controller = std::make_unique<RefreshController>("digest", lockFolder, m_owner->productKey(), m_fixture->logger);
+        TokenDependencies services = m_owner->services();
+        services.lockFolder = lockFolder;
+        m_controller = std::make_unique<RefreshController>("digest", m_owner->productKey(), services);
         m_refresher = std::make_unique<TokenRefresher>(*m_owner, *m_controller, m_flags, std::make_shared<RunState>(),
-                                                       PendingRefreshFile("digest", m_fixture->folder.path()));
+                                                       services.claims->makePendingRefresh("digest", m_fixture->folder.path()));
         m_owner->held.expiryDate = m_owner->clock.addSecs(301);
         m_refresher->LoggedIn();
         QCOMPARE(interval(), second);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QString>
+#include "VqUtil/Locks/IProcessGuard.h"
+
 #include <memory>
 
 namespace Velquor::Util {
@@ -9,23 +10,15 @@ namespace Velquor::Util {
 /// whatever reason. Posix: `flock` on a file that is never deleted. Windows: a named mutex.
 ///
 /// Thread: acquire and release on the same thread; one object per holder. Owner: the holder.
-class ProcessGuard {
+class ProcessGuard final : public IProcessGuard {
 public:
     /// `folder` must exist. On Posix it holds the lock file "name.lock".
     ProcessGuard(const QString& name, const QString& folder);
-    ~ProcessGuard();
+    ~ProcessGuard() override;
 
-    enum class Result {
-        Acquired,
-        AcquiredAbandoned, ///< The last holder died while holding it, so the guarded work may be incomplete. Windows only.
-        TimedOut,
-        Failed, ///< The system refused; `errorText()` says why.
-    };
-
-    /// Waits at most `timeoutMs` milliseconds (0 tries once).
-    [[nodiscard]] Result acquire(int timeoutMs);
-    void release();
-    [[nodiscard]] QString errorText() const { return m_errorText; }
+    [[nodiscard]] Result acquire(int timeoutMs) override;
+    void release() override;
+    [[nodiscard]] QString errorText() const override { return m_errorText; }
 
 private:
     struct Native;

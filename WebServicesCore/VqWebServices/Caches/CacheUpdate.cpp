@@ -16,11 +16,11 @@ CacheIdentity presentIdentity(const ITokenOwner& tokens) {
 }
 
 CacheUpdate::CacheUpdate(ITokenOwner& tokens, std::shared_ptr<RunState> refreshes, const CacheLog& log,
-                         ExchangeRunner::Finished finished, QObject* parent)
+                         IExchange::Finished finished, QObject* parent)
     : m_tokens(tokens)
     , m_refreshes(std::move(refreshes))
     , m_log(log)
-    , m_exchange(std::move(finished), parent) {}
+    , m_exchange(tokens.services().network->makeExchange(std::move(finished), parent)) {}
 
 CacheUpdate::Readiness CacheUpdate::readiness(bool canUpdate) const {
     if (!canUpdate) {
@@ -45,7 +45,7 @@ bool CacheUpdate::send(QNetworkRequest request) {
         return false;
     }
     m_log.information(QStringLiteral("Starting update in separate thread"));
-    m_exchange.send(request, QStringLiteral("GET"), {}, m_tokens.services().tokenTimeoutMs, m_tokens.services().loggers.network);
+    m_exchange->send(request, QStringLiteral("GET"), {}, m_tokens.services().tokenTimeoutMs, m_tokens.services().loggers.network);
     return true;
 }
 

@@ -2,7 +2,6 @@
 
 #include "Caches/CacheStorage.h"
 #include "Caches/CacheView.h"
-#include "Network/ExchangeRunner.h"
 #include "Tokens/ITokenOwner.h"
 
 #include <QNetworkRequest>
@@ -20,7 +19,7 @@ class CacheUpdate {
 public:
     /// `refreshes` is busy while the access token is being refreshed; `finished` receives each reply of a request that was not
     /// cancelled.
-    CacheUpdate(ITokenOwner& tokens, std::shared_ptr<RunState> refreshes, const CacheLog& log, ExchangeRunner::Finished finished,
+    CacheUpdate(ITokenOwner& tokens, std::shared_ptr<RunState> refreshes, const CacheLog& log, IExchange::Finished finished,
                 QObject* parent);
 
     enum class Readiness {
@@ -33,9 +32,9 @@ public:
 
     /// Signs the request and sends it. False when it cannot be signed.
     [[nodiscard]] bool send(QNetworkRequest request);
-    [[nodiscard]] bool isUnderWay() const { return m_exchange.isUnderWay(); }
+    [[nodiscard]] bool isUnderWay() const { return m_exchange->isUnderWay(); }
     /// Returns when the thread of the request has ended; its end is not reported.
-    void cancel() { m_exchange.cancel(); }
+    void cancel() { m_exchange->cancel(); }
 
     /// False when the sign-in for which the last request was sent is over.
     [[nodiscard]] bool isOfPresentSignIn() const { return !m_signInId.isEmpty() && m_tokens.signInId() == m_signInId; }
@@ -48,7 +47,7 @@ private:
     ITokenOwner& m_tokens;
     const std::shared_ptr<RunState> m_refreshes;
     const CacheLog& m_log;
-    ExchangeRunner m_exchange;
+    const std::unique_ptr<IExchange> m_exchange;
     QString m_signInId;
     CacheIdentity m_identity;
 };

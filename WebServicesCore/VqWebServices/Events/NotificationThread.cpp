@@ -1,18 +1,19 @@
 #include "Events/NotificationThread.h"
 
 #include "Events/NotificationManager.h"
-#include "VqUtil/Platform/LeanDispatcher.h"
 
 #include <QMutexLocker>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
 
+NotificationThread::NotificationThread(std::shared_ptr<Util::IThreads> threads)
+    : m_threads(std::move(threads)) {}
+
 NotificationThread::~NotificationThread() = default;
 
 void NotificationThread::start(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger) {
-    m_thread = std::make_unique<QThread>();
-    Util::useLeanDispatcher(*m_thread, Util::ThreadServes::PostsAndTimers);
+    m_thread = m_threads->make(QStringLiteral("notifications"), Util::IThreads::Dispatcher::Lean);
     auto* const manager = new NotificationManager(folder, listener, std::move(logger));
     manager->moveToThread(m_thread.get());
     QObject::connect(m_thread.get(), &QThread::started, manager, &NotificationManager::Start);
@@ -21,7 +22,7 @@ void NotificationThread::start(const QString& folder, INotificationListener& lis
         const QMutexLocker lock(&m_mutex);
         m_manager = manager;
     }
-    m_thread->start(QThread::InheritPriority);
+    m_threads->start(*m_thread);
 }
 
 void NotificationThread::stop(Log::ILogger& logger) {
@@ -35,7 +36,7 @@ void NotificationThread::stop(Log::ILogger& logger) {
         m_manager = nullptr;
     }
     logger.information(QStringLiteral("Waiting for notification thread to finish"));
-    m_thread->wait();
+    m_threads->join(*m_thread);
     logger.information(QStringLiteral("Notification thread finished"));
 }
 

@@ -2,9 +2,9 @@
 
 #include "Events/INotificationListener.h"
 #include "VqLog/ILogger.h"
+#include "VqUtil/Threads/IThreads.h"
 
 #include <QMutex>
-#include <QThread>
 #include <QVariantMap>
 #include <memory>
 
@@ -17,7 +17,7 @@ class NotificationManager;
 /// Thread: started and stopped by its owner; `send` from any. Owner: the events of the login session. Errors: log lines.
 class NotificationThread {
 public:
-    NotificationThread() = default;
+    explicit NotificationThread(std::shared_ptr<Util::IThreads> threads);
     ~NotificationThread();
     NotificationThread(const NotificationThread&) = delete;
     NotificationThread& operator=(const NotificationThread&) = delete;
@@ -31,6 +31,7 @@ public:
     void send(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params);
 
 private:
+    const std::shared_ptr<Util::IThreads> m_threads;
     QMutex m_mutex;
     NotificationManager* m_manager = nullptr; ///< Lives on the thread and is deleted by its end. Under the mutex.
     std::unique_ptr<QThread> m_thread;

@@ -1,12 +1,8 @@
 #pragma once
 
-#include "Network/ExchangeOutcome.h"
-#include "VqLog/ILogger.h"
+#include "Network/IExchange.h"
 
-#include <QNetworkRequest>
 #include <QObject>
-#include <functional>
-#include <memory>
 
 namespace Velquor::WebServices::Internal {
 
@@ -16,21 +12,18 @@ class NetworkOperationAsync;
 ///
 /// Thread: lives on its owner's thread; all operations and the end are there. Owner: the sender, as a member with the sender as
 /// parent. Errors: the outcome of the exchange, also when the worker thread cannot be started.
-class ExchangeRunner final : public QObject {
+class ExchangeRunner final : public QObject, public IExchange {
     Q_OBJECT
 
 public:
-    using Finished = std::function<void(const ExchangeOutcome&)>;
-
-    /// `finished` is called at the end of each exchange that was not cancelled; it may send the next request.
     ExchangeRunner(Finished finished, QObject* parent);
     ~ExchangeRunner() override;
 
     void send(const QNetworkRequest& request, const QString& verb, const QByteArray& body, int timeoutMs,
-              const std::shared_ptr<Log::ILogger>& logger);
-    [[nodiscard]] bool isUnderWay() const { return m_operation != nullptr; }
+              const std::shared_ptr<Log::ILogger>& logger) override;
+    [[nodiscard]] bool isUnderWay() const override { return m_operation != nullptr; }
     /// Returns when the worker thread has ended; `finished` is not called for this exchange.
-    void cancel();
+    void cancel() override;
 
 private:
     void requestFinished(QNetworkReply* reply);

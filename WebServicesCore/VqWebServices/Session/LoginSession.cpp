@@ -1,7 +1,7 @@
 #include "Session/LoginSession.h"
 
+#include "Session/Core/NetworkStepGuard.h"
 #include "Session/Operations/ClientSetup.h"
-#include "Session/Operations/NetworkStepGuard.h"
 #include "Session/Operations/ProductConfigurator.h"
 #include "Session/Operations/ProductStateLoader.h"
 #include "Session/Operations/SignOutFlow.h"

@@ -24,7 +24,8 @@ LoginSessionEvents::LoginSessionEvents(SessionState& state, KeepAlive keepOwner)
     , m_keepOwner(std::move(keepOwner))
     , m_logger(*state.services().loggers.session)
     , m_dispatcher(
-          state.services().loggers.session, [this] { return m_state.isLoggedIn(); }, [this] { return m_state.isStopped(); }) {
+          state.services().loggers.session, [this] { return m_state.isLoggedIn(); }, [this] { return m_state.isStopped(); })
+    , m_notifications(state.services().threads) {
     qRegisterMetaType<Event>();
     connect(this, &LoginSessionEvents::CallObserversTrigger, this, &LoginSessionEvents::CallObserversSlot, Qt::QueuedConnection);
 }

@@ -4,9 +4,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-Poller::Poller(QObject* worker)
+Poller::Poller(QObject* worker, Util::SteadyClock clock)
     : QObject(worker)
-    , m_timer(this) {
+    , m_timer(this)
+    , m_elapsed(std::move(clock)) {
     m_timer.setSingleShot(true);
     QObject::connect(&m_timer, &QTimer::timeout, this, &Poller::tryNow);
 }
@@ -17,7 +18,7 @@ void Poller::start(int timeoutMs, const Attempt& attempt, const Next& succeeded,
     m_attempt = attempt;
     m_succeeded = succeeded;
     m_timedOut = timedOut;
-    m_elapsed.start();
+    m_elapsed.restart();
     tryNow();
 }
 
@@ -30,7 +31,7 @@ void Poller::stop() {
 
 void Poller::tryNow() {
     const bool succeeded = m_attempt();
-    if (!succeeded && m_elapsed.elapsed() < m_timeoutMs) {
+    if (!succeeded && m_elapsed.elapsedMs() < m_timeoutMs) {
         m_timer.start(pauseMs);
         return;
     }

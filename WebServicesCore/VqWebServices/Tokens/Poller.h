@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QElapsedTimer>
+#include "VqUtil/General/SteadyTimer.h"
+
 #include <QTimer>
 #include <functional>
 
@@ -18,7 +19,7 @@ public:
     using Next = std::function<void()>;
 
     /// The attempts are made on the thread of `worker`, also after it was moved to another thread.
-    explicit Poller(QObject* worker);
+    Poller(QObject* worker, Util::SteadyClock clock);
 
     /// Tries at once, then every 100 ms. Either `succeeded` or `timedOut` is called, at once or later, never both.
     void start(int timeoutMs, const Attempt& attempt, const Next& succeeded, const Next& timedOut);
@@ -31,7 +32,7 @@ private:
     void tryNow();
 
     QTimer m_timer;
-    QElapsedTimer m_elapsed;
+    Util::SteadyTimer m_elapsed;
     int m_timeoutMs = 0;
     Attempt m_attempt;
     Next m_succeeded;

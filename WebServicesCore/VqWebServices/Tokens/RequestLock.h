@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
-#include "VqUtil/Locks/ProcessGuard.h"
+#include "VqUtil/Locks/IProcessGuard.h"
 
 #include <memory>
 
@@ -14,7 +14,8 @@ namespace Velquor::WebServices::Internal {
 /// log line, the first time.
 class RequestLock {
 public:
-    RequestLock(const QString& name, const QString& folder, std::shared_ptr<Log::ILogger> logger);
+    /// `name` is for the log.
+    RequestLock(const QString& name, std::unique_ptr<Util::IProcessGuard> guard, std::shared_ptr<Log::ILogger> logger);
 
     /// Tries once and never waits. False when any process holds it, this object included.
     [[nodiscard]] bool acquire();
@@ -27,7 +28,7 @@ private:
 
     const QString m_name;
     const std::shared_ptr<Log::ILogger> m_logger;
-    Util::ProcessGuard m_guard;
+    const std::unique_ptr<Util::IProcessGuard> m_guard;
     bool m_isHeld = false;
     bool m_isRefusalReported = false;
 };

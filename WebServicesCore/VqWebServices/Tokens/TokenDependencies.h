@@ -1,12 +1,15 @@
 #pragma once
 
+#include "Network/SystemNetwork.h"
 #include "Network/Urls/UrlStore.h"
 #include "Signing/IVqOAuthHost.h"
+#include "Tokens/SystemRequestClaims.h"
 #include "Values/Loggers.h"
 #include "VqUtil/Crypto/ICryptor.h"
+#include "VqUtil/General/SteadyTimer.h"
+#include "VqUtil/Threads/SystemThreads.h"
 
 #include <QDateTime>
-#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -19,11 +22,10 @@ struct TokenDependencies {
     UrlStore* urls = nullptr;
     Loggers loggers; ///< All set; the loggers of a product's session write its prefix.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTimeUtc(); };
-    /// Nanoseconds of a clock that only goes forward.
-    std::function<qint64()> steadyClock = [] {
-        return qint64(
-            std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
-    };
+    Util::SteadyClock steadyClock = Util::systemSteadyClock;
+    std::shared_ptr<INetwork> network = std::make_shared<SystemNetwork>();
+    std::shared_ptr<IRequestClaims> claims = std::make_shared<SystemRequestClaims>();
+    std::shared_ptr<Util::IThreads> threads = std::make_shared<Util::SystemThreads>();
     /// Called when a server refused the time in a request.
     std::function<void()> clockProblemSeen = [] {};
     int tokenTimeoutMs = 61000; ///< The limit of one token request, and of the wait for it.

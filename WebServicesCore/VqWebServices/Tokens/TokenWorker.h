@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Network/ExchangeRunner.h"
 #include "Tokens/ITokenOwner.h"
 #include "Tokens/Poller.h"
 #include "Tokens/RunState.h"
@@ -61,7 +60,7 @@ private:
     Poller m_poller;
     QTimer m_timer;
     std::atomic<bool> m_timerActive{false};
-    ExchangeRunner m_exchange;
+    const std::unique_ptr<IExchange> m_exchange;
     bool m_synchronous = false;
     bool m_aborted = false;
 };

@@ -112,8 +112,8 @@ private:
     ProxyCredentials m_proxy;
     ISessionEvents* const m_events;
     bool m_isNetworkStepActive = false;
-    RetryBackoff m_unsaved{60000};
-    RetryBackoff m_unread{1000};
+    RetryBackoff m_unsaved{60000, m_services.steadyClock};
+    RetryBackoff m_unread{1000, m_services.steadyClock};
     std::atomic<int> m_pendingLogouts{0};
     std::atomic<bool> m_isStopped{false};
 

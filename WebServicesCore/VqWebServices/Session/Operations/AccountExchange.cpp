@@ -8,7 +8,8 @@ AccountReply exchangeSignedGet(const SessionDependencies& services, const QUrl& 
     QNetworkRequest request;
     reply.isSigned = signGet(*services.oauthHost, url, keys, request, parameters);
     if (reply.isSigned)
-        reply.outcome = runGet(request, services.exchangeTimeoutMs, services.loggers.network, services.exchangeCancel);
+        reply.outcome =
+            services.network->get(request, services.exchangeTimeoutMs, services.loggers.network, services.exchangeCancel);
     return reply;
 }
 

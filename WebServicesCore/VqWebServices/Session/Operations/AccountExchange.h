@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Network/RunGet.h"
 #include "Session/State/SessionDependencies.h"
 #include "Tokens/SignedRequest.h"
 

@@ -1,8 +1,8 @@
 #include "Session/Operations/SignOutFlow.h"
 
 #include "Network/Diagnosis/DisplayUrl.h"
+#include "Session/Core/NetworkStepGuard.h"
 #include "Session/Operations/AccountExchange.h"
-#include "Session/Operations/NetworkStepGuard.h"
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateStore.h"
 #include "Tokens/IRequestFlags.h"

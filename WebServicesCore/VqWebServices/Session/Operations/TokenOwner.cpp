@@ -3,7 +3,6 @@
 #include "Session/Store/LoginStateStore.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
-#include <QElapsedTimer>
 #include <QThread>
 
 namespace Velquor::WebServices::Internal {
@@ -67,10 +66,9 @@ QString TokenOwner::user() const {
 
 bool TokenOwner::catchUpWithFile(const QString& signInId) {
     // A single call may take the whole time, so the time is measured from here.
-    QElapsedTimer timer;
-    timer.start();
+    const Util::SteadyTimer timer(services().steadyClock);
     while (!m_state.events().followFile(lockSliceMs)
-           && timer.elapsed() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
+           && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
         QThread::msleep(pauseMs);

@@ -14,12 +14,11 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     : m_owner(owner)
     , m_flags(std::move(flags))
     , m_keyDigest(keyDigest)
-    , m_thread(new QThread)
+    , m_thread(owner.services().threads->make(QStringLiteral("token operations"), Util::IThreads::Dispatcher::System))
     , m_fetcher(new TokenFetcher(owner, *m_flags, keyDigest))
-    , m_controller(
-          new RefreshController(keyDigest, owner.services().lockFolder, owner.productKey(), owner.services().loggers.product))
+    , m_controller(new RefreshController(keyDigest, owner.productKey(), owner.services()))
     , m_refresher(new TokenRefresher(owner, *m_controller, *m_flags, m_fetcher->runState(),
-                                     PendingRefreshFile(keyDigest, owner.services().lockFolder)))
+                                     owner.services().claims->makePendingRefresh(keyDigest, owner.services().lockFolder)))
     , m_deleter(new ObjectDeleter(owner.services().loggers.product))
     , m_queries(m_fetcher->runState())
     , m_refreshes(m_refresher->runState())
@@ -41,7 +40,7 @@ TokenOperations::TokenOperations(ITokenOwner& owner, std::unique_ptr<IRequestFla
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, cacheStore, &CacheStore::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenAvailable, m_refresher, &TokenRefresher::TokenAvailable);
     QObject::connect(m_fetcher, &TokenFetcher::TokenQueryFinished, m_refresher, &TokenRefresher::TokenAvailable);
-    thread->start(QThread::InheritPriority);
+    owner.services().threads->start(*thread);
 }
 
 TokenOperations::~TokenOperations() {
@@ -90,7 +89,7 @@ void TokenOperations::waitForThread() {
     const QString id = QString::number(m_threadId);
     const QString server = serverName(m_owner.server());
     logger.information(QStringLiteral("Waiting for token operations thread %1 to finish, server %2").arg(id, server));
-    m_thread->wait();
+    m_owner.services().threads->join(*m_thread);
     logger.information(QStringLiteral("Finished waiting for token operations thread %1, server %2").arg(id, server));
 }
 

@@ -39,7 +39,7 @@ Util::FileStamp LoginStateFile::seenStamp() const {
 
 void LoginStateFile::markSeen(const Content& content) {
     const QWriteLocker lock(&m_seenLock);
-    if (content.status != Content::Status::Unreadable && m_lastRead == content.stamp)
+    if (content.isKnown() && m_lastRead == content.stamp)
         m_seen = content.stamp;
 }
 
@@ -101,7 +101,8 @@ std::optional<LoginStateDocument> LoginStateFile::readForSaving() {
     }
     case Content::Status::Missing:
     case Content::Status::Empty: return newDocument();
-    case Content::Status::Unreadable: break;
+    case Content::Status::Unreadable:
+    case Content::Status::Busy: break;
     }
     return {};
 }

@@ -43,18 +43,20 @@ public:
     };
 
     struct Content {
-        /// `Damaged` is final; `Unreadable` may be over at the next try.
-        enum class Status { Read, Missing, Empty, Damaged, Unreadable } status = Status::Unreadable;
+        /// `Damaged` is final; `Unreadable` may be over at the next try; `Busy`: another process held the lock for too long.
+        enum class Status { Read, Missing, Empty, Damaged, Unreadable, Busy } status = Status::Busy;
         std::optional<LoginStateDocument> document; ///< When it was read.
         QString error;
         Util::FileStamp stamp;
 
         [[nodiscard]] bool isRead() const { return status == Status::Read; }
+        /// What the file holds is known, be it nothing.
+        [[nodiscard]] bool isKnown() const { return status != Status::Unreadable && status != Status::Busy; }
     };
 
     /// Reads the document. A missing file is no error.
     [[nodiscard]] Content read();
-    /// The same under a guard of its own, which is let go again. `Unreadable` when the lock was not free in time.
+    /// The same under a guard of its own, which is let go again. `Busy` when the lock was not free in time.
     [[nodiscard]] Content readNow(int timeoutMs = patientTimeoutMs);
 
     /// The document to change for a save: the file's, or a new one when there is none or it is damaged (a damaged file is set

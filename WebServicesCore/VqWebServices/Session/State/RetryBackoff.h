@@ -1,9 +1,11 @@
 #pragma once
 
-#include <QDeadlineTimer>
+#include "VqUtil/General/SteadyTimer.h"
+
 #include <QMutex>
 #include <QMutexLocker>
 #include <atomic>
+#include <utility>
 
 namespace Velquor::WebServices::Internal {
 
@@ -11,14 +13,15 @@ namespace Velquor::WebServices::Internal {
 /// two tries grows from one second to `longestPauseMs` milliseconds. Thread: any.
 class RetryBackoff {
 public:
-    explicit RetryBackoff(int longestPauseMs)
-        : m_longestPauseMs(longestPauseMs) {}
+    RetryBackoff(int longestPauseMs, Util::SteadyClock clock)
+        : m_longestPauseMs(longestPauseMs)
+        , m_sinceFailure(std::move(clock)) {}
 
     /// The step has failed.
     void fail() {
         const QMutexLocker lock(&m_mutex);
         const int pauseMs = m_pauseMs == 0 ? firstPauseMs : qMin(m_pauseMs * 2, m_longestPauseMs);
-        m_rest.setRemainingTime(pauseMs);
+        m_sinceFailure.restart();
         m_pauseMs = pauseMs;
     }
 
@@ -34,7 +37,7 @@ public:
     /// A retry is pending, but its pause has not passed.
     [[nodiscard]] bool isWaiting() const {
         const QMutexLocker lock(&m_mutex);
-        return m_pauseMs > 0 && !m_rest.hasExpired();
+        return m_pauseMs > 0 && m_sinceFailure.elapsedMs() < m_pauseMs;
     }
 
     [[nodiscard]] bool isDue() const { return isPending() && !isWaiting(); }
@@ -44,7 +47,7 @@ private:
 
     const int m_longestPauseMs;
     mutable QMutex m_mutex;
-    QDeadlineTimer m_rest;
+    Util::SteadyTimer m_sinceFailure;
     std::atomic<int> m_pauseMs{0}; ///< 0: no retry is pending. Changed under the mutex.
 };
 

@@ -64,8 +64,7 @@ LoginStateStore::Followed LoginStateStore::follow() {
         m_logger.information(
             QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file().path()));
     const LoginVerdict verdict = apply(content, false);
-    return {content.status != LoginStateFile::Content::Status::Unreadable,
-            verdict == LoginVerdict::SignedOut || verdict == LoginVerdict::Replaced};
+    return {content.isKnown(), verdict == LoginVerdict::SignedOut || verdict == LoginVerdict::Replaced};
 }
 
 // The file's lock is free again: decrypting takes long, and who deletes a state reads the file once more.
@@ -73,7 +72,7 @@ LoginVerdict LoginStateStore::apply(const LoginStateFile::Content& content, bool
     m_state.file().markSeen(content);
     if (content.status == LoginStateFile::Content::Status::Unreadable)
         m_state.unread().fail();
-    else
+    else if (content.isKnown())
         m_state.unread().succeed();
     if (!content.isRead())
         return LoginVerdict::NoUser;

@@ -23,7 +23,8 @@ OAuth2RefreshTurn::OAuth2RefreshTurn(ITokenOwner& owner, const OAuth2TokenSlot& 
     , m_poller(poller)
     , m_granted(std::move(granted))
     , m_putOff(std::move(putOff))
-    , m_flag(slot.refreshFlag()) {}
+    , m_flag(slot.refreshFlag())
+    , m_claiming(owner.services().steadyClock) {}
 
 void OAuth2RefreshTurn::reset() {
     m_elsewhere = false;
@@ -73,7 +74,7 @@ void OAuth2RefreshTurn::tokenRefreshEnded() {
 }
 
 void OAuth2RefreshTurn::waitForLock() {
-    m_claiming.start();
+    m_claiming.restart();
     m_poller.start(
         m_owner.services().tokenTimeoutMs, [this] { return claim(); }, [this] { lockAcquired(); },
         [this] {
@@ -88,7 +89,7 @@ void OAuth2RefreshTurn::waitForLock() {
 bool OAuth2RefreshTurn::claim() {
     const bool isFlagSet = m_flags.isSetElsewhere(m_flag);
     const bool hasLock = m_controller.lockOAuth2TokenRefresh();
-    if (hasLock && (!isFlagSet || m_claiming.elapsed() >= RequestFlag::patienceMs))
+    if (hasLock && (!isFlagSet || m_claiming.elapsedMs() >= RequestFlag::patienceMs))
         return true;
     if (hasLock)
         m_controller.unlockOAuth2TokenRefresh();

@@ -6,7 +6,6 @@
 #include "Tokens/Refresh/RefreshController.h"
 #include "Tokens/Refresh/RefreshWorker.h"
 
-#include <QElapsedTimer>
 #include <functional>
 
 namespace Velquor::WebServices::Internal {
@@ -56,7 +55,7 @@ private:
     const Next m_granted;
     const Next m_putOff;
     const QString m_flag;
-    QElapsedTimer m_claiming;
+    Util::SteadyTimer m_claiming;
     bool m_synchronous = false;
     bool m_locked = false;
     bool m_published = false;

@@ -12,7 +12,9 @@ QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logg
     , m_names(names)
     , m_retries(retries)
     , m_failures(names.lock, owner.services().lockFolder)
-    , m_lock(names.lock, owner.services().lockFolder, owner.services().loggers.lock) {}
+    , m_lock(names.lock, owner.services().claims->makeGuard(names.lock, owner.services().lockFolder),
+             owner.services().loggers.lock)
+    , m_claiming(owner.services().steadyClock) {}
 
 QueryWorker::~QueryWorker() {
     if (m_claimed)
@@ -70,7 +72,7 @@ void QueryWorker::doQuery() {
     m_steps->timerStopped();
     m_steps->starting(isSynchronous());
     m_signInId = owner().signInId();
-    m_claiming.start();
+    m_claiming.restart();
     if (claim())
         query();
     else
@@ -82,7 +84,7 @@ bool QueryWorker::claim() {
         return false;
     // The lock decides. A flag without the lock comes from a program that does not know the lock, or is left over.
     m_claimed = m_flags.setUnlessElsewhere(m_names.flag);
-    if (!m_claimed && m_claiming.elapsed() >= RequestFlag::patienceMs) {
+    if (!m_claimed && m_claiming.elapsedMs() >= RequestFlag::patienceMs) {
         m_flags.set(m_names.flag);
         m_claimed = true;
     }

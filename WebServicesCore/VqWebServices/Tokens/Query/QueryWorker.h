@@ -6,8 +6,6 @@
 #include "Tokens/RequestLock.h"
 #include "Tokens/TokenWorker.h"
 
-#include <QElapsedTimer>
-
 namespace Velquor::WebServices::Internal {
 
 /// The steps of a token query that OAuth 1.0 and OAuth2 share: starts from any thread, one query at a time among all processes of
@@ -113,7 +111,7 @@ private:
     const QueryFailureFile m_failures;
     QueryFailureFile::Failure m_failure; ///< The last one that this process knows, of any process.
     RequestLock m_lock;
-    QElapsedTimer m_claiming;
+    Util::SteadyTimer m_claiming;
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is in progress.
     bool m_taken = false;

@@ -2,12 +2,19 @@
 
 namespace Velquor::WebServices::Internal {
 
-RefreshController::RefreshController(const QString& keyDigest, const QString& folder, const QString& consumerKey,
-                                     const std::shared_ptr<Log::ILogger>& logger)
+namespace {
+
+RequestLock makeLock(const QString& name, const TokenDependencies& services) {
+    return RequestLock(name, services.claims->makeGuard(name, services.lockFolder), services.loggers.product);
+}
+
+} // namespace
+
+RefreshController::RefreshController(const QString& keyDigest, const QString& consumerKey, const TokenDependencies& services)
     : m_consumerKey(consumerKey)
-    , m_token(QStringLiteral("Velquor.WebServices.TokenRefresh.") + keyDigest, folder, logger)
-    , m_oauth2(QStringLiteral("Velquor.WebServices.OAuth2TokenRefresh.") + keyDigest, folder, logger) {
-    logger->information(QStringLiteral("RefreshController constructor"));
+    , m_token(makeLock(QStringLiteral("Velquor.WebServices.TokenRefresh.") + keyDigest, services))
+    , m_oauth2(makeLock(QStringLiteral("Velquor.WebServices.OAuth2TokenRefresh.") + keyDigest, services)) {
+    services.loggers.product->information(QStringLiteral("RefreshController constructor"));
 }
 
 bool RefreshController::lockTokenRefresh() {

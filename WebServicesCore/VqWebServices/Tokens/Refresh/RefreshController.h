@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tokens/RequestLock.h"
+#include "Tokens/TokenDependencies.h"
 
 #include <QObject>
 
@@ -14,9 +15,8 @@ class RefreshController : public QObject {
     Q_OBJECT
 
 public:
-    /// `keyDigest` replaces the consumer key in the names of the locks; `folder` is the folder of the locks.
-    RefreshController(const QString& keyDigest, const QString& folder, const QString& consumerKey,
-                      const std::shared_ptr<Log::ILogger>& logger);
+    /// `keyDigest` replaces the consumer key in the names of the locks.
+    RefreshController(const QString& keyDigest, const QString& consumerKey, const TokenDependencies& services);
 
     /// Each tries once and never waits.
     [[nodiscard]] bool lockTokenRefresh();

@@ -14,10 +14,10 @@ namespace Velquor::WebServices::Internal {
 using Event = WebServicesPrivateCore::WebServicesEvent;
 
 TokenRefresher::TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags,
-                               std::shared_ptr<RunState> queries, const PendingRefreshFile& pending)
+                               std::shared_ptr<RunState> queries, std::unique_ptr<IPendingRefresh> pending)
     : RefreshWorker(owner, &Loggers::refresher, std::make_unique<TokenRefreshLog>(owner.services().loggers.refresher))
     , m_queries(std::move(queries))
-    , m_pending(pending)
+    , m_pending(std::move(pending))
     , m_turn(
           owner, controller, flags, poller(), [this] { request(); }, [this] { putOff(); }) {}
 
@@ -71,7 +71,7 @@ void TokenRefresher::request() {
     }
     m_turn.publish();
     log().information(QStringLiteral("Refreshing token %1").arg(modeAdverb(isSynchronous())));
-    m_mayBeSpent = m_pending.isSet();
+    m_mayBeSpent = m_pending->isSet();
     sendRequest(true);
 }
 
@@ -92,7 +92,7 @@ void TokenRefresher::sendRequest(bool withToken) {
     }
     log().information(QStringLiteral("Starting network operation in separate thread to refresh token: %1").arg(displayUrl(url)));
     // Before the request is sent, so that it survives a crash during the request.
-    m_pending.set();
+    m_pending->set();
     noteTriedToken();
     send(request, QStringLiteral("GET"), {});
 }
@@ -157,7 +157,7 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
 }
 
 void TokenRefresher::stored(const ProductTokens& tokens) {
-    m_pending.clear();
+    m_pending->clear();
     forgetFailures();
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
                           .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
@@ -180,7 +180,7 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
         return countFailure(isClock);
     // Only this refusal is a verdict on the token. Other errors may come from the framework repeating a request without an
     // answer.
-    m_pending.clear();
+    m_pending->clear();
     if (isSettledElsewhere())
         return;
     if (std::exchange(m_mayBeSpent, false)) {

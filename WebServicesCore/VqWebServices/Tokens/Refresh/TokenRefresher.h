@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tokens/Refresh/PendingRefreshFile.h"
+#include "Tokens/IRequestClaims.h"
 #include "Tokens/Refresh/RefreshWorker.h"
 #include "Tokens/Refresh/TokenRefreshTurn.h"
 
@@ -18,7 +18,7 @@ class TokenRefresher : public RefreshWorker {
 public:
     /// `queries`: the token queries of the same product; during a query there is nothing to refresh.
     TokenRefresher(ITokenOwner& owner, RefreshController& controller, IRequestFlags& flags, std::shared_ptr<RunState> queries,
-                   const PendingRefreshFile& pending);
+                   std::unique_ptr<IPendingRefresh> pending);
     ~TokenRefresher() override;
 
     /// Ends the refresh in progress, and with it every wait for it. This object's thread.
@@ -56,7 +56,7 @@ private:
     void retryAfter(int intervalMs);
 
     const std::shared_ptr<RunState> m_queries;
-    const PendingRefreshFile m_pending;
+    const std::unique_ptr<IPendingRefresh> m_pending;
     TokenRefreshTurn m_turn;
     int m_failureCount = 0;
     std::optional<qint64> m_outageMs; ///< When an outage of the server was last counted, on the steady clock.

@@ -1,0 +1,336 @@
+#include "TestKit/Test.h"
+#include "simulation/Platform/OneCore.h"
+#include "simulation/Shrinker.h"
+#include "simulation/SimClock.h"
+#include "simulation/SimLock.h"
+#include "simulation/SimThreads.h"
+#include "simulation/VirtualApplication.h"
+
+#include <QSemaphore>
+
+using namespace Velquor;
+using namespace Velquor::Simulation;
+
+namespace {
+
+constexpr qint64 minuteMs = 60000;
+constexpr int manySteps = 5000;
+
+/// A process with one thread that does one thing. Owner: the world.
+class Worker {
+public:
+    using Work = std::function<void()>;
+
+    Worker(World& world, const QByteArray& process, Work work)
+        : process(world.addProcess(process))
+        , threads(world, this->process)
+        , m_main(threads.make("main")) {
+        m_object.moveToThread(m_main.get());
+        QObject::connect(m_main.get(), &QThread::started, &m_object, std::move(work));
+        threads.start(*m_main);
+    }
+
+    Process& process;
+    SimThreads threads;
+
+private:
+    const std::unique_ptr<QThread> m_main;
+    QObject m_object;
+};
+
+Process& work(World& world, const QByteArray& process, Worker::Work work) {
+    return world.keep(std::make_unique<Worker>(world, process, std::move(work))).process;
+}
+
+/// A process whose main thread asks its worker thread three times, and waits for each answer in a nested loop.
+class Asker {
+public:
+    Asker(World& world, const QByteArray& process)
+        : m_world(world)
+        , m_threads(world, world.addProcess(process))
+        , m_main(m_threads.make("main"))
+        , m_worker(m_threads.make("worker")) {
+        m_mainObject.moveToThread(m_main.get());
+        m_workerObject.moveToThread(m_worker.get());
+        QObject::connect(
+            m_main.get(), &QThread::started, &m_mainObject, [this] { askThreeTimes(); }, Qt::QueuedConnection);
+        m_threads.start(*m_worker);
+        m_threads.start(*m_main);
+    }
+
+    QString broken;
+    int answers = 0;
+    int ticks = 0;
+    bool isDone = false;
+
+private:
+    void askThreeTimes() {
+        QTimer ticking;
+        QObject::connect(&ticking, &QTimer::timeout, [this] { m_ticks++; });
+        ticking.start(100);
+        for (int round = 0; round < 3; round++)
+            ask();
+        ticking.stop();
+        m_worker->quit();
+        m_threads.join(*m_worker);
+        m_main->quit();
+        isDone = true;
+    }
+
+    void ask() {
+        const int spanMs = 100 * (1 + m_world.choices().pick(9, "work"));
+        const qint64 startUs = m_world.nowUs();
+        m_ticks = 0;
+        QEventLoop loop;
+        QTimer limit;
+        QObject::connect(&limit, &QTimer::timeout, [this] { broken = "a wait took 61 s"; });
+        limit.start(61000);
+        const auto answer = [this, &loop] {
+            answers++;
+            loop.quit();
+        };
+        QMetaObject::invokeMethod(
+            &m_workerObject,
+            [this, spanMs, answer] {
+                QTimer::singleShot(spanMs, &m_workerObject,
+                                   [this, answer] { QMetaObject::invokeMethod(&m_mainObject, answer, Qt::QueuedConnection); });
+            },
+            Qt::QueuedConnection);
+        loop.exec();
+        if (m_world.nowUs() - startUs < spanMs * 1000)
+            broken = "an answer came before its time";
+        // A thread that runs late misses ticks, as a real one does.
+        if (m_ticks > 1 + (m_world.nowUs() - startUs) / 100000)
+            broken = QStringLiteral("a timer ticked %1 times").arg(m_ticks);
+        ticks += m_ticks;
+    }
+
+    World& m_world;
+    SimThreads m_threads;
+    const std::unique_ptr<QThread> m_main;
+    const std::unique_ptr<QThread> m_worker;
+    QObject m_mainObject;
+    QObject m_workerObject;
+    int m_ticks = 0;
+};
+
+QString threeProcessesAsk(World& world) {
+    std::vector<Asker*> askers;
+    for (const char* const name : {"A", "B", "C"})
+        askers.push_back(&world.keep(std::make_unique<Asker>(world, name)));
+    const QString rule = world.run(10 * minuteMs, manySteps, [&askers] {
+        for (const Asker* const asker : askers)
+            if (!asker->broken.isEmpty())
+                return asker->broken;
+        return QString();
+    });
+    const bool areDone = std::all_of(askers.begin(), askers.end(),
+                                     [](const Asker* asker) { return asker->isDone && asker->answers == 3 && asker->ticks > 0; });
+    return rule.isEmpty() && !areDone ? QStringLiteral("an answer or all ticks never came") : rule;
+}
+
+/// Each of three processes adds one to a number, with or without a lock.
+QString addsOne(World& world, bool isLocked) {
+    struct Shared {
+        explicit Shared(World& world)
+            : lock(world, "the file") {}
+        SimLock lock;
+        int number = 0;
+    };
+    Shared& shared = world.keep(std::make_unique<Shared>(world));
+    for (const char* const name : {"A", "B", "C"}) {
+        work(world, name, [&world, &shared, isLocked] {
+            std::unique_lock<SimLock> lock(shared.lock, std::defer_lock);
+            if (isLocked)
+                lock.lock();
+            const int read = shared.number;
+            world.yield("saves");
+            shared.number = read + 1;
+        });
+    }
+    const QString rule = world.run(minuteMs, manySteps);
+    return rule.isEmpty() && shared.number != 3 ? QStringLiteral("an update was lost") : rule;
+}
+
+/// Two threads take two locks, in the same order or not; a timer of another process lets time pass when `isTimed`.
+QString takesTwoLocks(World& world, bool isSameOrder, bool isTimed) {
+    struct Shared {
+        explicit Shared(World& world)
+            : first(world, "the first lock")
+            , second(world, "the second lock") {}
+        SimLock first;
+        SimLock second;
+        QTimer timer;
+    };
+    Shared& shared = world.keep(std::make_unique<Shared>(world));
+    const auto take = [](SimLock& outer, SimLock& inner) {
+        const std::lock_guard<SimLock> outerLock(outer);
+        const std::lock_guard<SimLock> innerLock(inner);
+    };
+    work(world, "A", [&shared, take] { take(shared.first, shared.second); });
+    work(world, "B", [&shared, take, isSameOrder] {
+        take(isSameOrder ? shared.first : shared.second, isSameOrder ? shared.second : shared.first);
+    });
+    if (isTimed)
+        work(world, "C", [&world] {
+            for (int minute = 0; minute < 30; minute++)
+                world.sleep(minuteMs);
+        });
+    return world.run(60 * minuteMs, manySteps);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Velquor::Simulation::Scenario)
+
+class EngineTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void theSeedDecidesEverything() {
+        const Runs runs(threeProcessesAsk);
+        const int seeds = 150;
+        std::set<quint64> traces;
+        int steps = 0;
+        QElapsedTimer time;
+        time.start();
+        for (int seed = 0; seed < seeds; seed++) {
+            const Result result = runs.runTwice(quint64(seed));
+            // Not QVERIFY2, which would make the text each time.
+            if (!result.rule.isEmpty())
+                QFAIL(qPrintable(runs.explain(quint64(seed), result)));
+            QCOMPARE(runs.replay(result.record).fingerprint, result.fingerprint);
+            traces.insert(result.fingerprint);
+            steps += result.steps;
+        }
+        QCOMPARE(int(traces.size()), seeds);
+        qInfo("%d runs of %d steps in %lld ms", 3 * seeds, steps / seeds, time.elapsed());
+    }
+
+    void anotherSourceOfChanceIsFound() {
+        const Runs runs([](World& world) {
+            work(world, "A", [&world] {
+                static int number = 0;
+                world.note(QByteArray::number(number++));
+            });
+            return world.run(minuteMs, manySteps);
+        });
+        QVERIFY(runs.runTwice(1).rule.startsWith("two runs of the same seed differ"));
+    }
+
+    void faultsAreFoundAndShrunk_data() {
+        QTest::addColumn<Scenario>("faulty");
+        QTest::addColumn<Scenario>("mended");
+        QTest::addColumn<QString>("rule");
+        QTest::addColumn<int>("shortest");
+        using std::placeholders::_1;
+        QTest::newRow("lost update") << Scenario(std::bind(addsOne, _1, false)) << Scenario(std::bind(addsOne, _1, true))
+                                     << "an update was lost" << 9;
+        QTest::newRow("deadlock") << Scenario(std::bind(takesTwoLocks, _1, false, false))
+                                  << Scenario(std::bind(takesTwoLocks, _1, true, false))
+                                  << "a deadlock: A.main: waits for the second lock; "
+                                     "B.main: waits for the first lock"
+                                  << 9;
+        QTest::newRow("deadlock while time passes")
+            << Scenario(std::bind(takesTwoLocks, _1, false, true)) << Scenario(std::bind(takesTwoLocks, _1, true, true))
+            << "a deadlock: A.main: waits for the second lock; B.main: waits for the first lock" << 24;
+    }
+    void faultsAreFoundAndShrunk() {
+        QFETCH(Scenario, faulty);
+        QFETCH(Scenario, mended);
+        QFETCH(QString, rule);
+        QFETCH(int, shortest);
+        const Runs runs(faulty);
+        int found = 0;
+        for (quint64 seed = 0; seed < 50; seed++) {
+            QCOMPARE(Runs(mended).run(seed).rule, QString());
+            const Result result = runs.run(seed);
+            if (result.rule.isEmpty())
+                continue;
+            found++;
+            QCOMPARE(result.rule, rule);
+            const Record shrunk = Shrinker([&runs](const Record& record) { return runs.replay(record); }).shrink(result);
+            QVERIFY2(int(shrunk.size()) <= shortest, textOf(shrunk).constData());
+            const Result again = runs.replay(recordFromText(textOf(shrunk)));
+            QCOMPARE(again.rule, rule);
+            QCOMPARE(textOf(again.record), textOf(shrunk));
+        }
+        QVERIFY(found > 5);
+        qInfo("%d of 50 seeds", found);
+    }
+
+    void aThreadThatBlocksInTheSystemRaisesTheAlarm() {
+        World::Options options;
+        options.alarmMs = 100;
+        QSemaphore semaphore;
+        std::thread releaser([&semaphore] {
+            QThread::msleep(300);
+            semaphore.release();
+        });
+        const Runs runs(
+            [&semaphore](World& world) {
+                work(world, "A", [&semaphore] { semaphore.acquire(); });
+                return world.run(minuteMs, manySteps);
+            },
+            options);
+        const QString rule = runs.run(1).rule;
+        releaser.join();
+        QCOMPARE(rule, QString("A.main was blocked in the system: a seam is missing"));
+    }
+
+    void clocksJumpAndTheMachineSleeps() {
+        struct Seen {
+            QDateTime date;
+            qint64 steadyNs = 0;
+        } seen;
+        const Runs runs([&seen](World& world) {
+            SimClock& clock = world.keep(std::make_unique<SimClock>(world));
+            work(world, "A", [&world, &clock, &seen] {
+                world.sleep(1000);
+                clock.jump(-minuteMs);
+                world.suspend(10 * minuteMs);
+                world.sleep(1000);
+                seen = {clock.now(), clock.steadyNs()};
+            });
+            return world.run(minuteMs, manySteps);
+        });
+        QCOMPARE(runs.replay({}).rule, QString());
+        QCOMPARE(seen.date, SimClock::start().addMSecs(2000 + 9 * minuteMs));
+        QCOMPARE(seen.steadyNs, qint64(2000000000));
+    }
+
+    void aKilledProcessReachesNothing() {
+        bool hasEnded = false;
+        const Runs runs([&hasEnded](World& world) {
+            SimLock& lock = world.keep(std::make_unique<SimLock>(world, "the file"));
+            Process& victim = work(world, "A", [&world, &lock, &hasEnded] {
+                const std::lock_guard<SimLock> held(lock);
+                world.sleep(10 * minuteMs);
+                world.note("is still there");
+                hasEnded = true;
+            });
+            work(world, "B", [&world, &lock, &victim] {
+                world.sleep(1000);
+                world.kill(victim);
+                const std::lock_guard<SimLock> held(lock);
+                world.note("has the lock");
+            });
+            const QString rule = world.run(minuteMs, manySteps);
+            return world.nowUs() > minuteMs * 1000 ? QStringLiteral("the others' time went on") : rule;
+        });
+        const Result result = runs.replay({});
+        QCOMPARE(result.rule, QString());
+        QVERIFY(hasEnded);
+        QVERIFY(result.lines.join('\n').contains("B.main             has the lock"));
+        QVERIFY(!result.lines.join('\n').contains("is still there"));
+    }
+};
+
+int main(int argumentCount, char** arguments) {
+    useOneCore();
+    const VirtualApplication application(argumentCount, arguments);
+    EngineTest test;
+    return QTest::qExec(&test, argumentCount, arguments);
+}
+
+#include "EngineTest.moc"

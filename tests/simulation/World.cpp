@@ -1,0 +1,222 @@
+#include "simulation/World.h"
+
+#include <algorithm>
+
+namespace Velquor::Simulation {
+
+namespace {
+constexpr int windUpSteps = 100000;
+constexpr int secondPatience = 10; ///< Alarms.
+} // namespace
+
+World::World(Choices& choices, const Options& options)
+    : m_choices(choices)
+    , m_options(options)
+    , m_scheduler(choices, options.expectedSteps)
+    , m_report(options.keepsLines) {}
+
+void World::endAll() {
+    for (const std::unique_ptr<Process>& process : m_processes)
+        kill(*process);
+    endKilled();
+    m_kept.clear();
+}
+
+Process& World::addProcess(const QByteArray& name) {
+    m_processes.push_back(std::make_unique<Process>());
+    m_processes.back()->name = name;
+    return *m_processes.back();
+}
+
+QByteArray World::uniqueName(const QByteArray& wanted) const {
+    QByteArray name = wanted;
+    const auto isTaken = [&name](const std::unique_ptr<Actor>& actor) { return actor->name == name; };
+    for (int number = 2; std::any_of(m_actors.begin(), m_actors.end(), isTaken); number++)
+        name = wanted + QByteArray::number(number);
+    return name;
+}
+
+Actor& World::addActor(Process& process, const QByteArray& name, QThread& thread) {
+    m_actors.push_back(std::unique_ptr<Actor>(new Actor{
+        process, uniqueName(process.name + '.' + name), &thread, m_baton.addActor(), Actor::Waits::Busy, {}, 0, 0, "starts"}));
+    return *m_actors.back();
+}
+
+Actor& World::actorOf(const QThread& thread) const {
+    // The newest: an earlier thread may have had the same address.
+    const auto found = std::find_if(m_actors.rbegin(), m_actors.rend(),
+                                    [&thread](const std::unique_ptr<Actor>& actor) { return actor->thread == &thread; });
+    if (found == m_actors.rend())
+        qFatal("A thread that the world has not made is used as an actor.");
+    return **found;
+}
+
+void World::note(const QByteArray& text) {
+    if (!m_running || !m_running->process.isKilled)
+        m_report.add(m_steps, m_nowUs, m_running ? m_running->name : QByteArray("director"), text);
+}
+
+bool World::waitUntil(const std::function<bool()>& isReady, qint64 deadlineUs, const QByteArray& what, Actor::Waits waits) {
+    Actor* const actor = m_running;
+    if (!actor || actor->thread != QThread::currentThread())
+        qFatal("A thread that is no actor waits for %s.", what.constData());
+    actor->isReady = isReady;
+    actor->deadlineUs = deadlineUs;
+    actor->waitsSinceUs = nowUs();
+    actor->what = what;
+    actor->waits = waits;
+    m_baton.giveBack();
+    m_baton.await(actor->number);
+    actor->waits = Actor::Waits::Busy;
+    return !std::exchange(actor->isForced, false) && isReady();
+}
+
+void World::yield(const QByteArray& what) {
+    (void)waitUntil([] { return true; }, never, what);
+}
+
+void World::sleep(qint64 spanMs) {
+    (void)waitUntil([] { return false; }, nowUs() + spanMs * 1000, "sleeps");
+}
+
+void World::leave(Actor& actor) {
+    actor.isPresent = false;
+    m_baton.giveBack();
+}
+
+bool World::canGoOn(const Actor& actor) const {
+    return actor.isForced || actor.deadlineUs <= m_nowUs + actor.process.skewUs || !actor.isReady || actor.isReady();
+}
+
+std::vector<Actor*> World::present(const Process* process) const {
+    std::vector<Actor*> found;
+    for (const std::unique_ptr<Actor>& actor : m_actors)
+        if (actor->isPresent && (process ? &actor->process == process : !actor->process.isKilled))
+            found.push_back(actor.get());
+    return found;
+}
+
+std::vector<Actor*> World::runnable(const Process* process) const {
+    std::vector<Actor*> found = present(process);
+    found.erase(std::remove_if(found.begin(), found.end(), [this](const Actor* actor) { return !canGoOn(*actor); }), found.end());
+    return found;
+}
+
+qint64 World::nextDeadlineUs(const Process* process) const {
+    qint64 next = never;
+    for (const Actor* const actor : present(process))
+        next = std::min(next, actor->deadlineUs);
+    return next;
+}
+
+QString World::run(qint64 spanMs, int maxSteps, const Check& check) {
+    const qint64 untilUs = m_nowUs + spanMs * 1000;
+    m_isQuiet = m_isOutOfSteps = false;
+    for (int taken = 0; !m_isQuiet; taken++) {
+        if (taken == maxSteps) {
+            m_isOutOfSteps = true;
+            return {};
+        }
+        QString broken = step(untilUs);
+        if (broken.isEmpty() && check)
+            broken = check();
+        if (!broken.isEmpty())
+            return broken;
+    }
+    return {};
+}
+
+QString World::step(qint64 untilUs) {
+    endKilled();
+    std::vector<Actor*> actors = runnable(nullptr);
+    while (actors.empty()) {
+        const QString broken = stuck();
+        if (!broken.isEmpty())
+            return broken;
+        const qint64 next = nextDeadlineUs(nullptr);
+        m_isQuiet = next > untilUs;
+        m_nowUs = std::min(next, untilUs);
+        if (m_isQuiet)
+            return {};
+        actors = runnable(nullptr);
+    }
+    std::vector<QByteArray> names;
+    names.reserve(actors.size());
+    for (const Actor* const actor : actors)
+        names.push_back(actor->name);
+    Actor& actor = *actors[std::size_t(m_scheduler.choose(names))];
+    passSomeTime();
+    m_report.add(++m_steps, m_nowUs, actor.name, actor.what);
+    return runActor(actor);
+}
+
+void World::passSomeTime() {
+    static constexpr qint64 spansUs[] = {0, 100, 1000, 10000, 100000, 1000000};
+    if (!m_choices.chance(m_options.latePercent, "late"))
+        return;
+    const int span = m_choices.pick(int(std::size(spansUs)) + 1, "span");
+    const qint64 next = nextDeadlineUs(nullptr);
+    if (span < int(std::size(spansUs)))
+        m_nowUs += spansUs[span];
+    else if (next != never)
+        m_nowUs = std::max(m_nowUs, next);
+}
+
+QString World::runActor(Actor& actor) {
+    m_running = &actor;
+    const bool isBack = m_baton.lend(actor.number, std::chrono::milliseconds(m_options.alarmMs));
+    const QByteArray name = actor.name;
+    if (!isBack && !m_baton.awaitReturn(std::chrono::milliseconds(m_options.alarmMs * secondPatience)))
+        qFatal("%s is blocked in the system for good: a seam is missing.", name.constData());
+    m_running = nullptr;
+    return isBack ? QString() : QStringLiteral("%1 was blocked in the system: a seam is missing").arg(QString::fromUtf8(name));
+}
+
+QString World::stuck() const {
+    const bool canTimePass = nextDeadlineUs(nullptr) != never;
+    QStringList waits;
+    for (const Actor* const actor : present(nullptr)) {
+        const bool isLong = m_nowUs - actor->waitsSinceUs > m_options.longestWaitUs;
+        if (actor->waits == Actor::Waits::Busy && actor->deadlineUs == never && (isLong || !canTimePass))
+            waits += QString::fromUtf8(actor->name + ": " + actor->what);
+    }
+    return waits.isEmpty() ? QString() : QStringLiteral("a deadlock: ") + waits.join(QStringLiteral("; "));
+}
+
+void World::endKilled() {
+    for (const std::unique_ptr<Process>& process : m_processes)
+        if (process->isKilled && !process->isGone)
+            windUp(*process);
+}
+
+/// The threads of a killed process run to their end, in a time of their own that the others do not see.
+void World::windUp(Process& process) {
+    for (int left = windUpSteps; !present(&process).empty(); left--) {
+        if (left == 0)
+            qFatal("The threads of %s do not end.", process.name.constData());
+        windUpStep(process);
+    }
+    process.isGone = true;
+}
+
+void World::windUpStep(Process& process) {
+    std::vector<Actor*> actors = runnable(&process);
+    if (actors.empty()) {
+        const std::vector<Actor*> waiting = present(&process);
+        for (const Actor* const actor : waiting)
+            actor->thread->quit();
+        actors = runnable(&process);
+        const qint64 next = nextDeadlineUs(&process);
+        if (actors.empty() && next != never)
+            process.skewUs = std::max(process.skewUs, next - m_nowUs);
+        else if (actors.empty())
+            waiting.front()->isForced = true;
+        return;
+    }
+    Actor& actor = **std::min_element(actors.begin(), actors.end(),
+                                      [](const Actor* left, const Actor* right) { return left->turn < right->turn; });
+    actor.turn = ++m_turns;
+    (void)runActor(actor);
+}
+
+} // namespace Velquor::Simulation
