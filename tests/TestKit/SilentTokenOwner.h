@@ -34,7 +34,7 @@ public:
     storeOAuth2(WebServices::Internal::OAuth2TokenSlot&, const WebServices::Internal::OAuth2TokenData&, const QString&) override {
         return WebServices::Internal::StoreResult::Stored;
     }
-    [[nodiscard]] QRecursiveMutex& productLock() override { return m_lock; }
+    [[nodiscard]] Util::IRecursiveLock& productLock() override { return m_lock; }
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent) override {}
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent, const WebServices::OAuth2TokenSpec&) override {}
     void forceLogout(const QString&) override {}
@@ -43,7 +43,7 @@ protected:
     WebServices::Internal::TokenDependencies m_services;
 
 private:
-    QRecursiveMutex m_lock;
+    Util::RecursiveLock m_lock;
 };
 
 } // namespace Velquor::TestKit

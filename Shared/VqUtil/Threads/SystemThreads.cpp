@@ -1,6 +1,7 @@
 #include "VqUtil/Threads/SystemThreads.h"
 
 #include "VqUtil/Platform/LeanDispatcher.h"
+#include "VqUtil/Threads/RecursiveLock.h"
 
 namespace Velquor::Util {
 
@@ -10,6 +11,14 @@ std::unique_ptr<QThread> SystemThreads::make(const QString& name, Dispatcher dis
     if (dispatcher == Dispatcher::Lean)
         useLeanDispatcher(*thread, ThreadServes::PostsAndTimers);
     return thread;
+}
+
+std::unique_ptr<IRecursiveLock> SystemThreads::makeLock() {
+    return std::make_unique<RecursiveLock>();
+}
+
+void SystemThreads::pause(std::chrono::milliseconds span) {
+    QThread::msleep(static_cast<unsigned long>(span.count()));
 }
 
 } // namespace Velquor::Util

@@ -8,7 +8,6 @@
 #include "Values/ConfigurationPointer.h"
 #include "VqUtil/General/Result.h"
 
-#include <QRecursiveMutex>
 #include <VqWebServices/Server.h>
 
 namespace Velquor::WebServices::Internal {
@@ -76,7 +75,7 @@ public:
 
     /// The product login session lock. Configuration and tokens of the product change only under it, so a reader that needs both
     /// unchanged for a moment takes it too. Taken after the login session lock; nobody waits for anything while holding it.
-    [[nodiscard]] virtual QRecursiveMutex& productLock() = 0;
+    [[nodiscard]] virtual Util::IRecursiveLock& productLock() = 0;
 
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) = 0;
     /// The same for an event about one OAuth2 token.

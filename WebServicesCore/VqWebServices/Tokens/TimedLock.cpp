@@ -13,9 +13,9 @@ namespace {
 constexpr qint64 unexpectedWaitMs = 5000;
 }
 
-TimedLock::TimedLock(Kind kind, QRecursiveMutex& mutex, const QString& caller, std::shared_ptr<Log::ILogger> logger)
+TimedLock::TimedLock(Kind kind, Util::IRecursiveLock& lock, const QString& caller, std::shared_ptr<Log::ILogger> logger)
     : m_kind(kind)
-    , m_mutex(mutex)
+    , m_lock(lock)
     , m_caller(caller)
     , m_logger(std::move(logger)) {
     const bool isProduct = m_kind == Kind::ProductLoginSession;
@@ -27,7 +27,7 @@ TimedLock::TimedLock(Kind kind, QRecursiveMutex& mutex, const QString& caller, s
                             .arg(m_caller));
     QElapsedTimer timer;
     timer.start();
-    m_mutex.lock();
+    m_lock.lock();
     const qint64 waitedMs = timer.elapsed();
     if (waitedMs >= unexpectedWaitMs)
         m_logger->warning(
@@ -41,7 +41,7 @@ TimedLock::TimedLock(Kind kind, QRecursiveMutex& mutex, const QString& caller, s
 }
 
 TimedLock::~TimedLock() {
-    m_mutex.unlock();
+    m_lock.unlock();
     if (m_logger->isEnabled(Level::Debug))
         m_logger->debug((m_kind == Kind::ProductLoginSession ? QStringLiteral("%1: Released product login session lock")
                                                              : QStringLiteral("%1: Released login session lock"))

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
+#include "VqUtil/Threads/IRecursiveLock.h"
 
-#include <QRecursiveMutex>
 #include <QString>
 #include <memory>
 
@@ -17,14 +17,14 @@ public:
     enum class Kind { LoginSession, ProductLoginSession };
 
     /// `caller` names the operation in the log.
-    TimedLock(Kind kind, QRecursiveMutex& mutex, const QString& caller, std::shared_ptr<Log::ILogger> logger);
+    TimedLock(Kind kind, Util::IRecursiveLock& lock, const QString& caller, std::shared_ptr<Log::ILogger> logger);
     ~TimedLock();
     TimedLock(const TimedLock&) = delete;
     TimedLock& operator=(const TimedLock&) = delete;
 
 private:
     const Kind m_kind;
-    QRecursiveMutex& m_mutex;
+    Util::IRecursiveLock& m_lock;
     const QString m_caller;
     const std::shared_ptr<Log::ILogger> m_logger;
 };

@@ -9,11 +9,11 @@ namespace Velquor::WebServices::Internal {
 
 LockedState::LockedState(SessionState& state)
     : m_state(state)
-    , m_lock(state.m_sessionLock) {}
+    , m_lock(*state.m_sessionLock) {}
 
 LockedState::LockedState(SessionState& state, int waitMs)
     : m_state(state)
-    , m_lock(state.m_sessionLock, std::chrono::milliseconds(waitMs)) {}
+    , m_lock(*state.m_sessionLock, std::chrono::milliseconds(waitMs)) {}
 
 void LockedState::setBasic(const BasicLoginState& state) {
     const QWriteLocker locker(&m_state.m_lock);

@@ -55,7 +55,7 @@ public:
 
 private:
     SessionState& m_state;
-    std::unique_lock<QRecursiveMutex> m_lock;
+    std::unique_lock<Util::IRecursiveLock> m_lock;
 };
 
 } // namespace Velquor::WebServices::Internal

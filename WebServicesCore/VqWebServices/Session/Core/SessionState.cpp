@@ -23,6 +23,7 @@ SessionDependencies withFiles(SessionDependencies services) {
 
 SessionState::SessionState(const SessionDependencies& services, ISessionEvents* events)
     : m_services(withFiles(services))
+    , m_sessionLock(m_services.threads->makeLock())
     , m_file(m_services.stateFile, services.now, services.loggers.session)
     , m_clients(services.loggers.session, services.isSSOServer)
     , m_products(m_services)
@@ -35,13 +36,13 @@ SessionState::~SessionState() {
 }
 
 void SessionState::lockTimed(std::optional<TimedLock>& lock, const QString& operation) {
-    lock.emplace(TimedLock::Kind::LoginSession, m_sessionLock, operation, m_services.loggers.lock);
+    lock.emplace(TimedLock::Kind::LoginSession, *m_sessionLock, operation, m_services.loggers.lock);
 }
 
 bool SessionState::isInsideNetworkStep() const {
     // A step holds the lock from beginning to end, so the thread that gets the lock while a step is active is the step's own
     // thread.
-    const QMutexLocker locker(&m_sessionLock);
+    const std::lock_guard<Util::IRecursiveLock> lock(*m_sessionLock);
     return m_isNetworkStepActive;
 }
 

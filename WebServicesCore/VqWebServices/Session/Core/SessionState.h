@@ -13,8 +13,8 @@
 #include "Tokens/TimedLock.h"
 
 #include <QReadWriteLock>
-#include <QRecursiveMutex>
 #include <atomic>
+#include <memory>
 #include <optional>
 
 namespace Velquor::WebServices::Internal {
@@ -104,7 +104,8 @@ private:
     friend class LockedState;
 
     const SessionDependencies m_services;
-    mutable QRecursiveMutex m_sessionLock; ///< The login session lock, which every change of what follows holds.
+    const std::unique_ptr<Util::IRecursiveLock>
+        m_sessionLock; ///< The login session lock, which every change of what follows holds.
     LoginStateFile m_file;
     ClientRegistry m_clients;
     ProductSessions m_products;

@@ -3,8 +3,6 @@
 #include "Session/Store/LoginStateStore.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
-#include <QThread>
-
 namespace Velquor::WebServices::Internal {
 
 namespace {
@@ -71,7 +69,7 @@ bool TokenOwner::catchUpWithFile(const QString& signInId) {
            && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
-        QThread::msleep(pauseMs);
+        services().threads->pause(std::chrono::milliseconds(pauseMs));
     }
     return !signInId.isEmpty() && this->signInId() == signInId;
 }
@@ -133,7 +131,7 @@ bool TokenOwner::isOAuth2Enabled() const {
     return m_product.oauth2().isEnabled();
 }
 
-QRecursiveMutex& TokenOwner::productLock() {
+Util::IRecursiveLock& TokenOwner::productLock() {
     return m_product.operationLock();
 }
 

@@ -34,7 +34,7 @@ public:
                                     const QString& signInId) override;
     [[nodiscard]] bool isOAuth2Enabled() const override;
     [[nodiscard]] StoreResult storeOAuth2(OAuth2TokenSlot& slot, const OAuth2TokenData& token, const QString& signInId) override;
-    [[nodiscard]] QRecursiveMutex& productLock() override;
+    [[nodiscard]] Util::IRecursiveLock& productLock() override;
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent event) override;
     void raiseOAuth2Event(WebServicesPrivateCore::WebServicesEvent event, const OAuth2TokenSpec& spec) override;
     void forceLogout(const QString& signInId) override;

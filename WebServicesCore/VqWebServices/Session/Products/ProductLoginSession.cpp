@@ -6,9 +6,9 @@
 #include "Tokens/OAuth2/OAuth2Exchange.h"
 #include "Values/WebServicesConfigurationImp.h"
 
-#include <QMutexLocker>
 #include <QReadLocker>
 #include <QWriteLocker>
+#include <mutex>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -142,7 +142,7 @@ bool ProductLoginSession::isAtRest() const {
 }
 
 void ProductLoginSession::SetConfiguration(const ConfigurationPointer& configuration) {
-    const QMutexLocker operation(&m_operationLock);
+    const std::lock_guard<Util::IRecursiveLock> operation(m_operationLock);
     const QWriteLocker lock(&m_lock);
     m_configuration = configuration;
 }
@@ -158,7 +158,7 @@ ProductTokens ProductLoginSession::tokens() const {
 }
 
 void ProductLoginSession::setTokens(const ProductTokens& tokens) {
-    const QMutexLocker operation(&m_operationLock);
+    const std::lock_guard<Util::IRecursiveLock> operation(m_operationLock);
     const QWriteLocker lock(&m_lock);
     m_tokens = tokens;
 }
@@ -178,7 +178,7 @@ StoredProduct ProductLoginSession::stored() const {
 }
 
 void ProductLoginSession::Load(const StoredProduct& product) {
-    const QMutexLocker operation(&m_operationLock);
+    const std::lock_guard<Util::IRecursiveLock> operation(m_operationLock);
     {
         const QWriteLocker lock(&m_lock);
         m_tokens = product.tokens;
@@ -210,7 +210,7 @@ std::optional<StoredProduct> ProductLoginSession::Save() const {
 
 void ProductLoginSession::Clear() {
     m_services.loggers.product->information(QStringLiteral("Clearing product login session"));
-    const QMutexLocker operation(&m_operationLock);
+    const std::lock_guard<Util::IRecursiveLock> operation(m_operationLock);
     {
         const QWriteLocker lock(&m_lock);
         m_tokens = {};

@@ -8,9 +8,9 @@
 #include "Tokens/ITokenOwner.h"
 #include "Tokens/SignedRequest.h"
 #include "Values/ServerName.h"
+#include "VqUtil/Threads/RecursiveLock.h"
 
 #include <QReadWriteLock>
-#include <QRecursiveMutex>
 #include <QString>
 #include <VqWebServices/CacheType.h>
 #include <memory>
@@ -88,7 +88,7 @@ public:
     [[nodiscard]] const OAuth2Sessions& oauth2() const { return m_oauth2; }
 
     /// Held while configuration or tokens are replaced, and while a caller needs them unchanged.
-    [[nodiscard]] QRecursiveMutex& operationLock() const { return m_operationLock; }
+    [[nodiscard]] Util::IRecursiveLock& operationLock() const { return m_operationLock; }
 
     /// The keys for a signature with the access token, or the reason why there are none.
     [[nodiscard]] Util::Result<SigningKeys> signingKeys() const;
@@ -112,7 +112,7 @@ private:
     ProductTokens m_tokens;
     ClientReferences m_clientReferences;
     bool m_deactivated = false;
-    mutable QRecursiveMutex m_operationLock;
+    mutable Util::RecursiveLock m_operationLock;
     OAuth2Sessions m_oauth2;
     std::unique_ptr<ITokenOwner> m_owner;
     std::unique_ptr<TokenOperations> m_operations;
