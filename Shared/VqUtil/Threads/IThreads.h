@@ -6,7 +6,7 @@
 
 namespace Velquor::Util {
 
-/// Makes, starts and joins the threads on which the library's objects live.
+/// Makes, starts, pauses and joins the threads on which the library's objects live.
 ///
 /// Thread: any. Owner: shared by those who make threads. A thread is owned by the caller of `make`, and used with the object that
 /// made it. Errors: none; a thread that the system refuses to start is Qt's to report.
@@ -24,6 +24,8 @@ public:
     virtual void start(QThread& thread) = 0;
     /// Waits for the end of the thread without limit; returns at once when it does not run. Not on the thread itself.
     virtual void join(QThread& thread) = 0;
+    /// The calling thread stands still.
+    virtual void pause(int spanMs) = 0;
 };
 
 } // namespace Velquor::Util

@@ -10,6 +10,7 @@ public:
     [[nodiscard]] std::unique_ptr<QThread> make(const QString& name, Dispatcher dispatcher) override;
     void start(QThread& thread) override { thread.start(QThread::InheritPriority); }
     void join(QThread& thread) override { thread.wait(); }
+    void pause(int spanMs) override { QThread::msleep(static_cast<unsigned long>(spanMs)); }
 };
 
 } // namespace Velquor::Util

@@ -25,7 +25,8 @@ signals:
     void InterProcessEventReceived(int id, const QVariantMap& params);
 };
 
-/// Makes the two carriers of events between processes. Neither keeps the order of events, and each carries every event.
+/// Makes the two carriers of events between processes. Every event goes by both. The messaging keeps the order of a sender's
+/// events; the file does not.
 ///
 /// Thread: the notification thread. Owner: shared by the login sessions of a process. Errors: as of the carriers.
 class IEventCarriers {

@@ -3,7 +3,6 @@
 #include "Session/Store/LoginStateSaver.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
-#include <QThread>
 #include <mutex>
 
 namespace Velquor::WebServices::Internal {
@@ -72,7 +71,7 @@ bool TokenOwner::catchUpWithFile(const QString& signInId) {
            && timer.elapsedMs() < (m_state.unread.isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
-        QThread::msleep(pauseMs);
+        services().threads->pause(pauseMs);
     }
     return !signInId.isEmpty() && this->signInId() == signInId;
 }
