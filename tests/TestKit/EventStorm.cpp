@@ -59,7 +59,7 @@ std::vector<qint64> EventStorm::ages() const {
 }
 
 bool EventStorm::meet() {
-    WebServices::Internal::NotificationManager manager(m_folder, *this, std::make_shared<RecordingLogger>());
+    WebServices::Internal::NotificationManager manager({m_folder, std::make_shared<RecordingLogger>()}, *this);
     manager.Start();
     const auto isThere = [](const auto& helper) { return !helper->heard().isEmpty(); };
     for (int attempt = 0; attempt < 200; ++attempt) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tokens/ITokenOwner.h"
+#include "VqUtil/Threads/RecursiveLock.h"
 
 #include <utility>
 

@@ -90,7 +90,8 @@ class Events : public Carrier, public WebServices::Internal::INotificationListen
 public:
     Events(const QString& folder, Receiver receiver)
         : m_receiver(std::move(receiver))
-        , m_manager(std::make_unique<WebServices::Internal::NotificationManager>(folder, *this, Log::makeLogger("Helper"))) {}
+        , m_manager(std::make_unique<WebServices::Internal::NotificationManager>(
+              WebServices::Internal::NotificationDependencies{folder, Log::makeLogger("Helper")}, *this)) {}
 
     [[nodiscard]] bool start() override {
         m_manager->Start();

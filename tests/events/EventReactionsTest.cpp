@@ -80,7 +80,7 @@ private slots:
         QFETCH(QString, line);
         TestKit::SessionFixture fixture;
         RecordingListener listener;
-        NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
+        NotificationManager manager({fixture.folder.path(), fixture.logger}, listener);
         manager.HandleInterProcessMessage(Event::OAuth2TokenRefreshed, params, IPCMethod::Socket);
         QCOMPARE(listener.heard.size(), isDelivered ? 1 : 0);
         QVERIFY(line.isEmpty() || fixture.hasLogged(line));
@@ -96,7 +96,7 @@ private slots:
     void anEventIsHeldForItsOwnTime() {
         TestKit::SessionFixture fixture;
         RecordingListener listener;
-        NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
+        NotificationManager manager({fixture.folder.path(), fixture.logger}, listener);
         const auto arrive = [&manager](const char* source) {
             const QVariantMap params{{EventParam::eventId, EventIdentity{QString::fromLatin1(source), 2}.eventId()}};
             manager.HandleInterProcessMessage(Event::TokenRefreshed, params, IPCMethod::Watcher);
@@ -115,7 +115,7 @@ private slots:
         TestKit::SessionFixture fixture;
         RecordingListener listener;
         listener.failures = 2;
-        NotificationManager manager(fixture.folder.path(), listener, fixture.logger);
+        NotificationManager manager({fixture.folder.path(), fixture.logger}, listener);
         manager.HandleInterProcessMessage(Event::LoggedOut, {}, IPCMethod::Socket);
         QCOMPARE(listener.attempts, 1);
         QTRY_COMPARE_WITH_TIMEOUT(listener.attempts, 3, 20000);

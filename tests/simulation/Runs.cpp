@@ -38,7 +38,7 @@ Result Runs::runTwice(quint64 seed) const {
 QString Runs::explain(quint64 seed, const Result& result) const {
     const Record shortest = Shrinker([this](const Record& record) { return replay(record); }).shrink(result);
     const Result last = replay(shortest);
-    const QString head = QStringLiteral("seed %1, alarm %2 ms, late %3 %%: %4 (%5 steps, shrunk to %6)\nreplay: %7\n")
+    const QString head = QStringLiteral("seed %1, alarm %2 ms, late %3 %: %4 (%5 steps, shrunk to %6)\nreplay: %7\n")
                              .arg(seed)
                              .arg(m_options.alarmMs)
                              .arg(m_options.latePercent)

@@ -77,7 +77,7 @@ public:
 };
 
 IPCManager::IPCManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
-    : QObject(parent)
+    : IMessaging(parent)
     , m_private(std::make_unique<Private>(std::move(logger))) {
     connect(&m_private->inbox, &MessageInbox::Filled, this, &IPCManager::deliver, Qt::QueuedConnection);
 }

@@ -1,10 +1,8 @@
 #pragma once
 
 #include "VqLog/ILogger.h"
+#include "VqUtil/Messaging/IMessaging.h"
 
-#include <QObject>
-#include <QString>
-#include <QVariantMap>
 #include <memory>
 
 namespace Velquor::Util {
@@ -15,7 +13,7 @@ namespace Velquor::Util {
 /// Thread: the one that creates it. That thread runs an event loop and receives the messages; `send` may be called from any.
 /// The connections have a thread of their own, so that a busy receiver delays no other process. Owner: the sender. Errors: false
 /// and a line in the log. A peer is disconnected when it sends invalid data, is too slow, or belongs to another user.
-class IPCManager : public QObject {
+class IPCManager : public IMessaging {
     Q_OBJECT
 
 public:
@@ -24,18 +22,15 @@ public:
 
     /// `folder` is owner-only and the same for all processes of the user. It holds locks, and the socket when the system has no
     /// runtime folder. True as soon as `send` accepts messages; the connection is made later.
-    bool start(const QString& serverName, const QString& folder);
+    bool start(const QString& serverName, const QString& folder) override;
     /// No message is received after the return. Accepted messages are written to the socket, within 200 ms.
-    void stop();
+    void stop() override;
 
     /// True when the message is accepted: every running process will receive it. False when it is too long (64 KiB as a frame),
     /// when it holds a value of an unsupported type, when the messaging is stopped, or when 2 MiB wait to be sent.
-    bool send(const QString& name, const QVariantMap& params);
+    bool send(const QString& name, const QVariantMap& params) override;
 
     [[nodiscard]] bool isServing() const;
-
-signals:
-    void MessageReceived(const QString& name, const QVariantMap& params);
 
 private:
     void deliver();

@@ -8,7 +8,7 @@
 
 namespace Velquor::Util {
 
-/// Makes, starts and joins the threads on which the library's objects live, and what they wait for each other with.
+/// Makes, starts, pauses and joins the threads on which the library's objects live, and makes the lock that they wait for.
 ///
 /// Thread: any. Owner: shared by those who make threads. A thread is owned by the caller of `make`, and used with the object that
 /// made it. Errors: none; a thread that the system refuses to start is Qt's to report.
@@ -26,10 +26,9 @@ public:
     virtual void start(QThread& thread) = 0;
     /// Waits for the end of the thread without limit; returns at once when it does not run. Not on the thread itself.
     virtual void join(QThread& thread) = 0;
-
+    /// The calling thread stands still.
+    virtual void pause(int spanMs) = 0;
     [[nodiscard]] virtual std::unique_ptr<IRecursiveLock> makeLock() = 0;
-    /// Lets the calling thread sleep.
-    virtual void pause(std::chrono::milliseconds span) = 0;
 };
 
 } // namespace Velquor::Util

@@ -17,8 +17,4 @@ std::unique_ptr<IRecursiveLock> SystemThreads::makeLock() {
     return std::make_unique<RecursiveLock>();
 }
 
-void SystemThreads::pause(std::chrono::milliseconds span) {
-    QThread::msleep(static_cast<unsigned long>(span.count()));
-}
-
 } // namespace Velquor::Util

@@ -10,8 +10,8 @@ public:
     [[nodiscard]] std::unique_ptr<QThread> make(const QString& name, Dispatcher dispatcher) override;
     void start(QThread& thread) override { thread.start(QThread::InheritPriority); }
     void join(QThread& thread) override { thread.wait(); }
+    void pause(int spanMs) override { QThread::msleep(static_cast<unsigned long>(spanMs)); }
     [[nodiscard]] std::unique_ptr<IRecursiveLock> makeLock() override;
-    void pause(std::chrono::milliseconds span) override;
 };
 
 } // namespace Velquor::Util

@@ -1,13 +1,10 @@
 #pragma once
 
-#include "VqLog/ILogger.h"
+#include "Events/IEventCarriers.h"
 #include "VqUtil/Files/FolderWatcher.h"
 
 #include <QByteArray>
-#include <QObject>
 #include <QTimer>
-#include <QVariantMap>
-#include <memory>
 
 namespace Velquor::WebServices::Internal {
 
@@ -16,7 +13,7 @@ namespace Velquor::WebServices::Internal {
 ///
 /// Thread: its owner's, with an event loop. A file that another process has open is written a little later.
 /// Owner: the notification manager. Errors: log lines; an event that cannot be written or read is lost on this carrier.
-class InterProcessEventManager : public QObject {
+class InterProcessEventManager : public IEventFile {
     Q_OBJECT
 
 public:
@@ -24,15 +21,11 @@ public:
     /// Writes a pending event, but waits at most a second for a file in use.
     ~InterProcessEventManager() override;
 
-    void StartWatching();
-    void StopWatching();
-    /// `id` is the number of the event.
-    void RaiseEvent(int id, const QVariantMap& params);
+    void StartWatching() override;
+    void StopWatching() override;
+    void RaiseEvent(int id, const QVariantMap& params) override;
 
     static constexpr int deleteAfterMs = 60000;
-
-signals:
-    void InterProcessEventReceived(int id, const QVariantMap& params);
 
 public slots:
     void ChangedSlot(const QString& path, Velquor::CloudUtil::FolderWatcher::Action action);

@@ -5,9 +5,7 @@
 #include "Values/OAuth2TokenSpecImp.h"
 
 #include <QMutexLocker>
-#include <QUuid>
 #include <algorithm>
-#include <utility>
 
 namespace Velquor::WebServices::Internal {
 
@@ -21,12 +19,11 @@ constexpr int longestAgainMs = 2000;
 
 } // namespace
 
-NotificationManager::NotificationManager(const QString& folder, INotificationListener& listener,
-                                         std::shared_ptr<Log::ILogger> logger)
-    : m_folder(folder)
+NotificationManager::NotificationManager(const NotificationDependencies& services, INotificationListener& listener)
+    : m_services(services)
     , m_listener(listener)
-    , m_logger(std::move(logger))
-    , m_ownId(QUuid::createUuid().toString(QUuid::WithoutBraces))
+    , m_logger(services.logger)
+    , m_clock(services.steadyClock)
     , m_fileTimer(this)
     , m_holdTimer(this)
     , m_lastLookTimer(this)
@@ -44,7 +41,6 @@ NotificationManager::NotificationManager(const QString& folder, INotificationLis
     connect(&m_lastLookTimer, &QTimer::timeout, this, &NotificationManager::releaseOverdue);
     m_againTimer.setSingleShot(true);
     connect(&m_againTimer, &QTimer::timeout, this, &NotificationManager::finishReactions);
-    m_clock.start();
 }
 
 NotificationManager::~NotificationManager() {
@@ -57,13 +53,12 @@ NotificationManager::~NotificationManager() {
 
 void NotificationManager::Start() {
     m_logger->information(QStringLiteral("Ssl library: %1").arg(loadedSslVersionLine()));
-    m_events = std::make_unique<InterProcessEventManager>(m_folder, m_logger);
-    connect(m_events.get(), &InterProcessEventManager::InterProcessEventReceived, this,
-            &NotificationManager::InterProcessEventReceived);
+    m_events = m_services.carriers->makeFile(m_services.folder, m_logger);
+    connect(m_events.get(), &IEventFile::InterProcessEventReceived, this, &NotificationManager::InterProcessEventReceived);
     m_events->StartWatching();
-    m_sockets = std::make_unique<Util::IPCManager>(m_logger);
-    connect(m_sockets.get(), &Util::IPCManager::MessageReceived, this, &NotificationManager::InterProcessMessageReceived);
-    if (!m_sockets->start(serverName, m_folder))
+    m_sockets = m_services.carriers->makeMessaging(m_logger);
+    connect(m_sockets.get(), &Util::IMessaging::MessageReceived, this, &NotificationManager::InterProcessMessageReceived);
+    if (!m_sockets->start(serverName, m_services.folder))
         m_logger->error(QStringLiteral("Failed to start local-socket messaging. Events travel by file only."));
 }
 
@@ -71,7 +66,7 @@ bool NotificationManager::SendInterProcessMessage(Event event, const QVariantMap
     // Numbered and posted under one mutex, so that events leave in the order of their numbers.
     const QMutexLocker lock(&m_sendMutex);
     QVariantMap identified = params;
-    identified.insert(EventParam::eventId, EventIdentity{m_ownId, m_lastNumber + 1}.eventId());
+    identified.insert(EventParam::eventId, EventIdentity{m_services.senderId, m_lastNumber + 1}.eventId());
     const bool invoked = QMetaObject::invokeMethod(
         this, [this, event, identified] { SendInterProcessMessageSlot(event, identified); }, Qt::QueuedConnection);
     if (invoked)
@@ -125,10 +120,10 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
                 "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
                 .arg(eventName(event), methodName(method), methodName(*first)));
         if (method == IPCMethod::Socket)
-            handle(m_order.reachedBySocket(eventId, m_clock.elapsed()));
+            handle(m_order.reachedBySocket(eventId, m_clock.elapsedMs()));
         return;
     }
-    handle(m_order.take({event, params, method}, m_clock.elapsed()));
+    handle(m_order.take({event, params, method}, m_clock.elapsedMs()));
     // An event that is held later is due later, so a running timer stays.
     if (!m_holdTimer.isActive() && !m_lastLookTimer.isActive())
         holdOn();
@@ -150,12 +145,12 @@ void NotificationManager::handle(const QVector<ArrivedEvent>& events) {
 }
 
 void NotificationManager::releaseOverdue() {
-    handle(m_order.takeOverdue(m_clock.elapsed()));
+    handle(m_order.takeOverdue(m_clock.elapsedMs()));
     holdOn();
 }
 
 void NotificationManager::holdOn() {
-    const int left = m_order.msUntilDue(m_clock.elapsed());
+    const int left = m_order.msUntilDue(m_clock.elapsedMs());
     if (left >= 0)
         m_holdTimer.start(left);
 }

@@ -2,18 +2,28 @@
 
 #include "Events/DuplicateFilter.h"
 #include "Events/INotificationListener.h"
-#include "Events/InterProcessEventManager.h"
 #include "Events/ReorderBuffer.h"
-#include "VqUtil/Messaging/IPCManager.h"
+#include "Events/SystemEventCarriers.h"
+#include "VqUtil/General/SteadyTimer.h"
 
-#include <QElapsedTimer>
 #include <QMutex>
 #include <QObject>
 #include <QTimer>
+#include <QUuid>
 #include <VqWebServices/OAuth2TokenSpec.h>
 #include <memory>
 
 namespace Velquor::WebServices::Internal {
+
+/// What the exchange of events needs of lower layers. A plain value.
+struct NotificationDependencies {
+    QString folder; ///< That of the login state file.
+    std::shared_ptr<Log::ILogger> logger;
+    Util::SteadyClock steadyClock = Util::systemSteadyClock;
+    std::shared_ptr<IEventCarriers> carriers = std::make_shared<SystemEventCarriers>();
+    /// Identifies this sender; receivers keep the events of a sender in order. It differs from all others, also of earlier runs.
+    QString senderId = QUuid::createUuid().toString(QUuid::WithoutBraces);
+};
 
 /// Sends web services events to the other processes of the user and receives theirs, over two carriers: local sockets and a
 /// watched file. An event that arrives over both is handled once.
@@ -30,8 +40,8 @@ public:
     /// so the messages go first.
     static constexpr int fileDelayMs = 20;
 
-    /// `folder`: the folder of the login state file. `listener` outlives this object.
-    NotificationManager(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger);
+    /// `listener` outlives this object.
+    NotificationManager(const NotificationDependencies& services, INotificationListener& listener);
     ~NotificationManager() override;
 
     /// False when the event could not be posted to the thread of this object.
@@ -56,15 +66,14 @@ private:
     void holdOn();
     void finishReactions();
 
-    const QString m_folder;
+    const NotificationDependencies m_services;
     INotificationListener& m_listener;
     const std::shared_ptr<Log::ILogger> m_logger;
-    std::unique_ptr<InterProcessEventManager> m_events;
-    std::unique_ptr<Util::IPCManager> m_sockets;
+    std::unique_ptr<IEventFile> m_events;
+    std::unique_ptr<Util::IMessaging> m_sockets;
     DuplicateFilter m_handled;
     ReorderBuffer m_order;
-    QElapsedTimer m_clock;
-    const QString m_ownId; ///< Identifies this sender; receivers keep the events of a sender in order.
+    const Util::SteadyTimer m_clock;
     QTimer m_fileTimer;
     QQueue<ArrivedEvent> m_forFile; ///< Sent by socket, not yet written to the file.
     QTimer m_holdTimer;

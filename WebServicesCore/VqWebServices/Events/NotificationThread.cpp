@@ -12,9 +12,9 @@ NotificationThread::NotificationThread(std::shared_ptr<Util::IThreads> threads)
 
 NotificationThread::~NotificationThread() = default;
 
-void NotificationThread::start(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger) {
+void NotificationThread::start(const NotificationDependencies& services, INotificationListener& listener) {
     m_thread = m_threads->make(QStringLiteral("notifications"), Util::IThreads::Dispatcher::Lean);
-    auto* const manager = new NotificationManager(folder, listener, std::move(logger));
+    auto* const manager = new NotificationManager(services, listener);
     manager->moveToThread(m_thread.get());
     QObject::connect(m_thread.get(), &QThread::started, manager, &NotificationManager::Start);
     QObject::connect(m_thread.get(), &QThread::finished, manager, &QObject::deleteLater);

@@ -11,6 +11,7 @@
 namespace Velquor::WebServices::Internal {
 
 class NotificationManager;
+struct NotificationDependencies;
 
 /// The thread that exchanges events with the other processes of the user, with the notification manager on it.
 ///
@@ -22,8 +23,8 @@ public:
     NotificationThread(const NotificationThread&) = delete;
     NotificationThread& operator=(const NotificationThread&) = delete;
 
-    /// `folder` is that of the login state file; `listener` outlives the thread.
-    void start(const QString& folder, INotificationListener& listener, std::shared_ptr<Log::ILogger> logger);
+    /// `listener` outlives the thread.
+    void start(const NotificationDependencies& services, INotificationListener& listener);
     /// Sends what was handed over, then ends the thread and waits for it without limit: its steps are short.
     void stop(Log::ILogger& logger);
 

@@ -1,5 +1,7 @@
 #include "Session/LoginSessionEvents.h"
 
+#include "Events/NotificationManager.h"
+
 #include <QSemaphore>
 #include <QThread>
 #include <utility>
@@ -31,7 +33,9 @@ LoginSessionEvents::LoginSessionEvents(SessionState& state, KeepAlive keepOwner)
 }
 
 void LoginSessionEvents::startNotifications(INotificationListener& listener) {
-    m_notifications.start(m_state.services().lockFolder, listener, m_state.services().loggers.ipc);
+    const SessionDependencies& services = m_state.services();
+    m_notifications.start(
+        {services.lockFolder, services.loggers.ipc, services.steadyClock, services.carriers, services.makeSenderId()}, listener);
 }
 
 void LoginSessionEvents::stopNotifications() {

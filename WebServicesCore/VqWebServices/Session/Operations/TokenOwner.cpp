@@ -69,7 +69,7 @@ bool TokenOwner::catchUpWithFile(const QString& signInId) {
            && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
             return false;
-        services().threads->pause(std::chrono::milliseconds(pauseMs));
+        services().threads->pause(pauseMs);
     }
     return !signInId.isEmpty() && this->signInId() == signInId;
 }

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "Events/SystemEventCarriers.h"
 #include "Network/ICancelController.h"
 #include "Session/State/IStateFile.h"
 #include "Tokens/TokenDependencies.h"
 
+#include <QUuid>
+#include <functional>
 #include <memory>
 
 namespace Velquor::Util {
@@ -30,6 +33,10 @@ struct SessionDependencies : TokenDependencies {
     QString savedBy;            ///< The name of this program, for "LastSavedBy".
     /// The shared flags by which the user's processes coordinate token requests. Null: this process works as if it were alone.
     std::shared_ptr<Util::ProcessState> processState;
+    /// Carry the events between the user's processes.
+    std::shared_ptr<IEventCarriers> carriers = std::make_shared<SystemEventCarriers>();
+    /// A new name for this process as a sender of events, at each start of their exchange.
+    std::function<QString()> makeSenderId = [] { return QUuid::createUuid().toString(QUuid::WithoutBraces); };
     /// Exchange events with the user's other processes.
     bool notifiesProcesses = false;
 };
