@@ -185,6 +185,11 @@ private slots:
         QCOMPARE(mergeLogin(saved(before), renewed).memory.user.sessionExpiryDate, at(900));
         QCOMPARE(mergeLogin(holding(renewed, before), before).file.user.sessionExpiryDate, at(900));
         QCOMPARE(mergeLogin(holding(renewed, before), before).memory.user.sessionExpiryDate, at(900));
+        // What else was changed here does not bring the earlier date back.
+        LoginState moved = before;
+        moved.user.machineAddress = "a new adapter";
+        QCOMPARE(mergeLogin(holding(moved, before), renewed).file.user.sessionExpiryDate, at(900));
+        QCOMPARE(mergeLogin(holding(moved, before), renewed).file.user.machineAddress, QByteArray("a new adapter"));
     }
 
     void theServerThatWasChosenLastCounts_data() {

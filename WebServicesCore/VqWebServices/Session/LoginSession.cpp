@@ -131,8 +131,11 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
             LoginStateStore(state).saveServer();
     }
     // The login could not be restored while there was no server.
-    if (persist && !m_state.isRestored())
-        RestoreLogin(clientKey, false);
+    if (persist && !m_state.isRestored() && !RestoreLogin(clientKey, false)) {
+        m_logger.error(QStringLiteral("Failed to change server from %1 to %2. Failed to save it to the login state file.")
+                           .arg(serverName(before), serverName(server)));
+        return false;
+    }
     RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
     m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
     return true;

@@ -117,11 +117,28 @@ private:
     const bool m_isSameSignIn;
 };
 
-// The user's values change with a refresh, which renews the session. The side that changed them counts.
+// Takes a value from memory when it was changed here. When it was changed on both sides, the one that was just obtained counts,
+// and else the file.
+template <typename Value>
+void mergeValue(BasicLoginState& merged, const HeldLogin& held, Value BasicLoginState::*value) {
+    const Value& here = held.state.user.*value;
+    const Value& before = held.seen.user.*value;
+    const bool isChangedThere = merged.*value != before;
+    if (here != before && (!isChangedThere || !held.freshProduct.isEmpty()))
+        merged.*value = here;
+}
+
+// Two states of one sign-in. A refresh renews the session, for example.
 BasicLoginState mergeUser(const HeldLogin& held, const LoginState& file) {
-    const bool isChangedHere = held.seen.user.isSameSignIn(held.state.user) && !(held.state.user == held.seen.user);
-    const bool isChangedThere = !(file.user == held.seen.user);
-    return isChangedHere || !isChangedThere ? held.state.user : file.user;
+    BasicLoginState merged = file.user;
+    if (!held.seen.user.isSameSignIn(held.state.user))
+        return merged;
+    for (const auto value : {&BasicLoginState::clientId, &BasicLoginState::ntUserName, &BasicLoginState::machineAddress,
+                             &BasicLoginState::loginCookies})
+        mergeValue(merged, held, value);
+    mergeValue(merged, held, &BasicLoginState::ldapDomainKey);
+    mergeValue(merged, held, &BasicLoginState::sessionExpiryDate);
+    return merged;
 }
 
 bool hasServerChanged(const HeldLogin& held, const LoginState& file) {
