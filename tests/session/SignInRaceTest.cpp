@@ -12,6 +12,25 @@ using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 
+namespace {
+
+/// Decrypts as slowly as a busy machine does. Thread: any. Owner: the sessions.
+class SlowCryptor final : public Util::ICryptor {
+public:
+    explicit SlowCryptor(std::shared_ptr<Util::ICryptor> cryptor)
+        : m_cryptor(std::move(cryptor)) {}
+    [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override { return m_cryptor->encrypt(clear); }
+    [[nodiscard]] Util::SecretBytes decrypt(const QByteArray& encrypted) override {
+        QThread::msleep(200);
+        return m_cryptor->decrypt(encrypted);
+    }
+
+private:
+    const std::shared_ptr<Util::ICryptor> m_cryptor;
+};
+
+} // namespace
+
 class SignInRaceTest : public TestKit::ServiceTest {
     Q_OBJECT
 
@@ -133,6 +152,24 @@ private slots:
         QVERIFY(!m_session->isLoggedIn(key));
         QVERIFY(!m_session->RefreshToken(key, true));
         QVERIFY(m_fixture->userInFile().isEmpty());
+    }
+
+    // Who finds that the file has been read must find what it held.
+    void aSignInThatIsStillAppliedIsWaitedFor() {
+        const auto fast = m_fixture->cryptor;
+        m_fixture->cryptor = std::make_shared<SlowCryptor>(fast);
+        const std::shared_ptr<LoginSession> other = m_fixture->makeSession();
+        m_fixture->cryptor = fast;
+        other->RestoreLogin(key, false);
+        signIn(*m_session);
+        m_fixture->logger->clear();
+        std::thread follower([&] { other->followFile(); });
+        QTRY_VERIFY(m_fixture->hasLogged("Reading login state file"));
+        QTest::qWait(50);
+        other->followFile();
+        const bool isLoggedIn = other->isLoggedIn(key);
+        follower.join();
+        QVERIFY(isLoggedIn);
     }
 
     // The file itself was lost: nobody has signed out.

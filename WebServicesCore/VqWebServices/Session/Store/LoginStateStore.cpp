@@ -67,21 +67,25 @@ LoginStateStore::Followed LoginStateStore::follow() {
     return {content.isKnown(), verdict == LoginVerdict::SignedOut || verdict == LoginVerdict::Replaced};
 }
 
-// The file's lock is free again: decrypting takes long, and who deletes a state reads the file once more.
 LoginVerdict LoginStateStore::apply(const LoginStateFile::Content& content, bool isRestore) {
+    const LoginVerdict verdict = content.isRead() ? take(*content.document, isRestore) : LoginVerdict::NoUser;
+    // Not before: a thread that finds the file seen uses what is in memory.
     m_state.file().markSeen(content);
     if (content.status == LoginStateFile::Content::Status::Unreadable)
         m_state.unread().fail();
     else if (content.isKnown())
         m_state.unread().succeed();
-    if (!content.isRead())
-        return LoginVerdict::NoUser;
-    const LoginState file = content.document->state();
+    return verdict;
+}
+
+// The file's lock is free again: decrypting takes long, and who deletes a state reads the file once more.
+LoginVerdict LoginStateStore::take(const LoginStateDocument& document, bool isRestore) {
+    const LoginState file = document.state();
     HeldLogin held = this->held();
     held.isRestore = isRestore;
     const MergedLogin merged = mergeLogin(held, file);
     m_state.setSeen(file);
-    m_state.proxy().follow(*content.document, isRestore);
+    m_state.proxy().follow(document, isRestore);
     if (merged.isGone())
         leaveUser(merged, file);
     if (merged.notTaken == NotTaken::OwnIsLater)
@@ -105,23 +109,21 @@ void LoginStateStore::leaveUser(const MergedLogin& merged, const LoginState& fil
     if (merged.verdict == LoginVerdict::Renewed) {
         m_logger.information(QStringLiteral("User %1 has signed in again in another process.").arg(user));
         StoredProducts(m_state).clearAllBut(file);
-        return;
+    } else {
+        m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(user));
+        // The process that signed out has emptied the cache file. When the file holds a user again, the cached values may be that
+        // user's, so they stay. A value that was written after the sign-out is removed by the next one and never handed out.
+        if (file.hasSignIn)
+            m_state.endCaches();
+        else
+            m_state.deleteCaches();
+        m_state.forgetUser();
     }
-    m_logger.information(QStringLiteral("User %1 was signed out in another process. Signing out in this process.").arg(user));
-    // The process that signed out has emptied the cache file. When the file holds a user again, the cached values may be that
-    // user's, so they stay. A value that was written after the sign-out is removed by the next one and never handed out.
-    if (file.hasSignIn)
-        m_state.endCaches();
-    else
-        m_state.deleteCaches();
-    m_state.forgetUser();
 }
 
 void LoginStateStore::takeSettings(const MergedLogin& merged, const LoginState& file) {
-    if (!file.hasSettings) {
+    if (!file.hasSettings)
         m_logger.warning(QStringLiteral("Settings node not found in login state file"));
-        return;
-    }
     m_state.setCurrentServer(static_cast<Server>(merged.memory.currentServer.value_or(m_state->currentServer())));
     m_state.setLogoutDate(merged.memory.logoutDate);
 }
@@ -152,11 +154,11 @@ void LoginStateStore::takeUser(const BasicLoginState& user, const MergedLogin& m
     if (products.isAnyMissing(file) && !m_state.unsaved().isPending())
         m_state.unsaved().fail();
     // While the library is being uninitialized its products are gone, which does not mean that the sign-in is.
-    if (m_state.products().hasTokens({}, m_state->currentServer()) || m_state->isStopped())
-        return;
-    m_logger.warning(QStringLiteral(
-        "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
-    discard(file.user);
+    if (!m_state.products().hasTokens({}, m_state->currentServer()) && !m_state->isStopped()) {
+        m_logger.warning(QStringLiteral(
+            "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required."));
+        discard(file.user);
+    }
 }
 
 void LoginStateStore::logNotTaken(NotTaken reason) {
@@ -236,55 +238,60 @@ LoginStateStore::Result LoginStateStore::saveSignIn(const ProductLoginSession& f
     return save(held);
 }
 
+bool LoginStateStore::maySave(const HeldLogin& held) {
+    // A product that was removed while it obtained its tokens had a configuration.
+    const bool isConfigured =
+        !held.freshProduct.isEmpty() || !m_state->clients().configuredFor(m_state->currentServer()).isEmpty();
+    const bool isRestored = m_state->isRestored() || held.isServerChosen;
+    if (!isConfigured) {
+        m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
+        m_state.unsaved().succeed();
+    } else if (!isRestored) {
+        m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
+    }
+    return isConfigured && isRestored;
+}
+
 LoginStateStore::Result LoginStateStore::save(const HeldLogin& held) {
     const QString path = m_state.file().path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
-    // A product that was removed while it obtained its tokens had a configuration.
-    if (held.freshProduct.isEmpty() && m_state->clients().configuredFor(m_state->currentServer()).isEmpty()) {
-        m_logger.error(QStringLiteral("Failed to save login state to file. Current configuration is invalid."));
-        m_state.unsaved().succeed();
-        return Result::Failed;
-    }
-    if (!m_state->isRestored() && !held.isServerChosen) {
-        m_logger.information(QStringLiteral("Skipping saving of login state since login state is not yet restored"));
-        return Result::Failed;
-    }
-    bool isGone = false;
-    const bool isWritten = change(held, [&](LoginStateDocument& document, const MergedLogin& merged) {
-        isGone = merged.isGone();
-        if (held.isNewSignIn)
-            m_state.setBasic(merged.user);
-        document.setSavedBy(m_state->services().savedBy);
-        document.setState(merged.file);
-        return true;
-    });
+    Result result = Result::Failed;
+    const bool isWritten = maySave(held) && change(held, [&](LoginStateDocument& document, const MergedLogin& merged) {
+                               result = merged.isGone() ? Result::SignInGone : Result::Saved;
+                               if (held.isNewSignIn)
+                                   m_state.setBasic(merged.user);
+                               document.setSavedBy(m_state->services().savedBy);
+                               document.setState(merged.file);
+                               return true;
+                           });
     if (isWritten) {
         m_state.unsaved().succeed();
         m_logger.information(QStringLiteral("Finished saving login state to file %1").arg(path));
     }
-    return isGone ? Result::SignInGone : isWritten ? Result::Saved : Result::Failed;
+    return isWritten || result == Result::SignInGone ? result : Result::Failed;
 }
 
 bool LoginStateStore::change(const HeldLogin& held, const Edit& edit) {
     const LoginStateFile::Guard guard(m_state.file(), m_guardTimeoutMs);
     std::optional<LoginStateDocument> document = guard.isHeld() ? m_state.file().readForSaving() : std::nullopt;
-    if (!document) {
+    const bool isDone = document && changeDocument(held, *document, edit);
+    if (!isDone)
         m_state.unsaved().fail();
-        return false;
-    }
-    const LoginState file = document->state();
+    return isDone;
+}
+
+bool LoginStateStore::changeDocument(const HeldLogin& held, LoginStateDocument& document, const Edit& edit) {
+    const LoginState file = document.state();
     const MergedLogin merged = mergeLogin(held, file);
     logMerge(held, merged, file);
-    const bool hasEdited = edit(*document, merged);
-    if (hasEdited && !m_state.file().write(*document)) {
-        m_state.unsaved().fail();
-        return false;
+    const bool hasEdited = edit(document, merged);
+    const bool isWritten = hasEdited && m_state.file().write(document);
+    if (isWritten) {
+        HeldLogin own = held;
+        own.state.user = merged.user;
+        m_state.setSeen(seenAfterWriting(own, document.state()));
     }
-    HeldLogin own = held;
-    own.state.user = merged.user;
-    if (hasEdited)
-        m_state.setSeen(seenAfterWriting(own, document->state()));
-    return true;
+    return isWritten || !hasEdited;
 }
 
 void LoginStateStore::logMerge(const HeldLogin& held, const MergedLogin& merged, const LoginState& file) {

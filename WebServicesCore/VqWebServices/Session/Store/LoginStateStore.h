@@ -54,6 +54,7 @@ public:
 
 private:
     LoginVerdict apply(const LoginStateFile::Content& content, bool isRestore);
+    LoginVerdict take(const LoginStateDocument& document, bool isRestore);
     void keepOwn(const MergedLogin& merged);
     void leaveUser(const MergedLogin& merged, const LoginState& file);
     void takeSettings(const MergedLogin& merged, const LoginState& file);
@@ -66,7 +67,10 @@ private:
     [[nodiscard]] HeldLogin held() const;
     [[nodiscard]] HeldLogin heldForSaving(const ProductLoginSession* fresh) const;
     [[nodiscard]] Result save(const HeldLogin& held);
+    /// Whether there is a configuration, and the login is restored.
+    [[nodiscard]] bool maySave(const HeldLogin& held);
     [[nodiscard]] bool change(const HeldLogin& held, const Edit& edit);
+    [[nodiscard]] bool changeDocument(const HeldLogin& held, LoginStateDocument& document, const Edit& edit);
     void logMerge(const HeldLogin& held, const MergedLogin& merged, const LoginState& file);
     [[nodiscard]] Result putOAuth2(const ProductLoginSession& product, const MergedLogin& merged, LoginStateDocument& document);
 
