@@ -2,7 +2,6 @@
 
 #include "Session/Core/LockedState.h"
 
-#include <QDomElement>
 #include <optional>
 
 namespace Velquor::WebServices::Internal {
