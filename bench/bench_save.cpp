@@ -4,6 +4,7 @@
 #include "QuietLogger.h"
 #include "RatioReporter.h"
 #include "Session/Operations/ProductConfigurator.h"
+#include "Session/Store/LoginStateReader.h"
 #include "Session/Store/LoginStateStore.h"
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
@@ -56,7 +57,7 @@ public:
         m_state = std::make_unique<SessionState>(services(), &m_events);
         {
             LockedState restored(*m_state);
-            LoginStateStore(restored).restore();
+            LoginStateReader(restored).restore();
             restored.setRestored();
         }
         configure(ownProducts);

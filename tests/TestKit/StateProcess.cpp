@@ -16,7 +16,7 @@ StateProcess::StateProcess(SessionFixture& fixture, const QString& consumerKey, 
 
 void StateProcess::restore() {
     LockedState state(core);
-    LoginStateStore(state).restore();
+    LoginStateReader(state).restore();
     state.setRestored();
     if (core.isLoggedIn(m_key))
         ProductConfigurator(state).configure(m_key);
@@ -42,7 +42,7 @@ void StateProcess::takeTokens(const QDateTime& expiry, const QByteArray& token) 
 
 void StateProcess::lookAtFile() {
     LockedState state(core);
-    (void)LoginStateStore(state).follow();
+    (void)LoginStateReader(state).follow();
 }
 
 void StateProcess::restoreAndSignIn() {

@@ -197,7 +197,7 @@ private slots:
         m_fixture->writeFile(document.toByteArray());
         Process process(*m_fixture);
         LockedState state(process.core);
-        LoginStateStore(state).loadBasic();
+        LoginStateReader(state).loadBasic();
         process.restore();
         QVERIFY(!process.core.isLoggedIn());
         QVERIFY(process.core.basic().userName.isEmpty());

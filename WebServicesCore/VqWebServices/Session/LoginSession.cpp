@@ -8,6 +8,7 @@
 #include "Session/Operations/StateDump.h"
 #include "Session/Products/TokenOperations.h"
 #include "Session/State/LoginCookies.h"
+#include "Session/Store/LoginStateReader.h"
 #include "Session/Store/LoginStateStore.h"
 
 #include <QTimer>
@@ -66,7 +67,7 @@ void LoginSession::loadBasicOnce() {
         return;
     LockedState state(m_state);
     if (!std::exchange(m_isBasicLoaded, true))
-        LoginStateStore(state).loadBasic();
+        LoginStateReader(state).loadBasic();
 }
 
 bool LoginSession::AddClient(const ClientIdentity& identity) {
@@ -152,7 +153,7 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
             return true;
         }
         m_logger.information(QStringLiteral("Restoring login state for all products"));
-        LoginStateStore(state).restore();
+        LoginStateReader(state).restore();
         const Server server = m_state.currentServer();
         if (!isRealServer(server))
             return false;

@@ -1,6 +1,7 @@
 #include "Session/Operations/LoginStateFollower.h"
 
 #include "Session/Operations/ProductConfigurator.h"
+#include "Session/Store/LoginStateStore.h"
 
 #include <QScopeGuard>
 
@@ -53,7 +54,7 @@ bool LoginStateFollower::follow(int waitMs) {
 LoginStateFollower::Changes LoginStateFollower::exchangeWithFile(LockedState& state) {
     const BasicLoginState before = m_state.basic();
     const bool wasLoggedIn = m_state.isLoggedIn();
-    const LoginStateStore::Followed followed = applyFile(state);
+    const LoginStateReader::Followed followed = applyFile(state);
     if (followed.hasRead && m_state.unsaved().isDue())
         LoginStateStore(state, LoginStateFile::briefTimeoutMs).save();
     const bool isLoggedIn = m_state.isLoggedIn();
@@ -74,11 +75,11 @@ std::unique_ptr<LockedState> LoginStateFollower::lockState(int waitMs) const {
     return state;
 }
 
-LoginStateStore::Followed LoginStateFollower::applyFile(LockedState& state) {
+LoginStateReader::Followed LoginStateFollower::applyFile(LockedState& state) {
     if (!m_state.hasFileChanged())
         return {true, false};
     // Wait briefly: a worker asks again, and the main thread must go on.
-    const LoginStateStore::Followed followed = LoginStateStore(state, LoginStateFile::briefTimeoutMs).follow();
+    const LoginStateReader::Followed followed = LoginStateReader(state, LoginStateFile::briefTimeoutMs).follow();
     // Before the restore nothing may be saved, so no token work starts.
     if (followed.hasRead && m_state.isRestored())
         ProductConfigurator(state).configureAll();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Store/LoginStateStore.h"
+#include "Session/Store/LoginStateReader.h"
 
 #include <atomic>
 #include <memory>
@@ -34,7 +34,7 @@ private:
     [[nodiscard]] Changes exchangeWithFile(LockedState& state);
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] std::unique_ptr<LockedState> lockState(int waitMs) const;
-    LoginStateStore::Followed applyFile(LockedState& state);
+    LoginStateReader::Followed applyFile(LockedState& state);
 
     SessionState& m_state;
     Log::ILogger& m_logger;

@@ -1,7 +1,7 @@
 #include "Session/Operations/ProductStateLoader.h"
 
 #include "Session/Operations/ProductConfigurator.h"
-#include "Session/Store/LoginStateStore.h"
+#include "Session/Store/LoginStateReader.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -19,7 +19,7 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
     }
     const LoginStateFile::Content content = m_state.file().readNow();
     const std::optional<LoginState> file =
-        content.isRead() ? LoginStateStore(m_state).findOwnSignIn(*content.document) : std::nullopt;
+        content.isRead() ? LoginStateReader(m_state).findOwnSignIn(*content.document) : std::nullopt;
     const StoredProduct* const product = file ? file->product(m_state->productKey(clientKey)) : nullptr;
     const ProductSessionPointer session = product ? ProductConfigurator(m_state).configure(clientKey) : ProductSessionPointer();
     if (session) {
@@ -50,7 +50,7 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
         m_logger.error(QStringLiteral("Failed to read SetInfor1 from file %1. %2.").arg(path, content.error));
         return false;
     }
-    const std::optional<LoginState> file = LoginStateStore(m_state).findOwnSignIn(*content.document);
+    const std::optional<LoginState> file = LoginStateReader(m_state).findOwnSignIn(*content.document);
     if (!file) {
         m_logger.error(QStringLiteral("fail to SetInfor1 find LoginSession from file %1").arg(path));
         return false;

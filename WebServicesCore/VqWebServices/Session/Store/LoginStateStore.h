@@ -7,29 +7,14 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Exchanges the login state of this process with the login state file: locks, reads, merges, writes, and logs.
+/// Writes what this process holds into the login state file: locks, reads, merges, writes, and logs.
 ///
-/// Thread: any, under the login session lock. Owner: its user's stack. Errors: results and log lines. A file that cannot be read
-/// leaves memory as it is, and `LockedState::unread` asks for another try; one that cannot be written stays as it was, and
-/// `LockedState::unsaved` does.
+/// Thread: any, under the login session lock. Owner: its user's stack. Errors: results and log lines. A file that cannot be
+/// written stays as it was, and `LockedState::unsaved` asks for another try.
 class LoginStateStore {
 public:
     /// Waits for the lock of the file at most `guardTimeoutMs` milliseconds.
     explicit LoginStateStore(LockedState& state, int guardTimeoutMs = LoginStateFile::patientTimeoutMs);
-
-    /// Reads only server, user and session expiry, for questions that are asked before the login is restored.
-    void loadBasic();
-    /// Takes server, proxy credentials and sign-in of the file. What cannot be read now is taken by `follow` later.
-    void restore();
-    struct Followed {
-        bool hasRead = false;
-        bool isSignedOut = false; ///< The user of this process was signed out.
-    };
-    /// Takes what other processes have written.
-    Followed follow();
-    /// The sign-in of the file, merged with that in memory, for a look at one product. None, with one log line, when another user
-    /// is signed in here, or the file holds no sign-in.
-    [[nodiscard]] std::optional<LoginState> findOwnSignIn(const LoginStateDocument& document);
 
     enum class Result {
         Saved,
@@ -53,18 +38,7 @@ public:
     bool endSignIn(const BasicLoginState& ended);
 
 private:
-    LoginVerdict apply(const LoginStateFile::Content& content, bool isRestore);
-    LoginVerdict take(const LoginStateDocument& document, bool isRestore);
-    void keepOwn(const MergedLogin& merged);
-    void leaveUser(const MergedLogin& merged, const LoginState& file);
-    void takeSettings(const MergedLogin& merged, const LoginState& file);
-    void takeSignIn(const MergedLogin& merged, const LoginState& file, bool isKnown);
-    void takeUser(const BasicLoginState& user, const MergedLogin& merged, const LoginState& file);
-    void discard(const BasicLoginState& signIn);
-    void logNotTaken(NotTaken reason);
-
     using Edit = std::function<bool(LoginStateDocument& document, const MergedLogin& merged)>; ///< False: nothing to write.
-    [[nodiscard]] HeldLogin held() const;
     [[nodiscard]] HeldLogin heldForSaving(const ProductLoginSession* fresh) const;
     [[nodiscard]] Result save(const HeldLogin& held);
     /// Whether there is a configuration, and the login is restored.
