@@ -113,6 +113,21 @@ private slots:
         QCOMPARE(forms().size(), 1);
     }
 
+    // A server that shortens its lifetimes: the end of a token does not show which one was obtained last.
+    void aRenewedTokenThatEndsEarlierIsUsed() {
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+        const QString first = ask(rt);
+        editProduct([this](QDomElement& product) {
+            QDomElement token = product.firstChildElement("OAuth2Tokens").firstChildElement();
+            putSecret(token, "Token", "renewed-token");
+            token.setAttribute("ExpiryDate", now().addSecs(hour / 2).toString(Qt::ISODate));
+        });
+        QCOMPARE(ask(rt), QString("renewed-token"));
+        QVERIFY(m_session->RefreshToken(key, true));
+        QCOMPARE(stored(rt), QString("renewed-token"));
+        QCOMPARE(ask(rt), QString("renewed-token"));
+    }
+
     void damagedTokensAreNotUsed() {
         editProduct([this](QDomElement& product) {
             QDomElement tokens = product.ownerDocument().createElement("OAuth2Tokens");

@@ -20,10 +20,6 @@ struct OAuth2TokenData {
     [[nodiscard]] bool isOfSameKind(const OAuth2TokenData& other) const {
         return type == other.type && scope.compare(other.scope, Qt::CaseInsensitive) == 0;
     }
-    /// Another token than `earlier`, and one that does not expire before it.
-    [[nodiscard]] bool isNewerThan(const OAuth2TokenData& earlier) const {
-        return isPresent() && token != earlier.token && (!earlier.isPresent() || expiryDate >= earlier.expiryDate);
-    }
 };
 
 } // namespace Velquor::WebServices::Internal

@@ -35,7 +35,9 @@ bool OAuth2Sessions::enable(const QVector<OAuth2TokenSpec>& specs, ITokenOwner& 
             m_sessions.insert(keyOf(spec), session);
             hasChanged = true;
         }
-        adoptLoaded(*session);
+        // A session that has a token may have obtained it since the file was read.
+        if (!session->token().isPresent())
+            adoptLoaded(*session);
     }
     return hasChanged;
 }

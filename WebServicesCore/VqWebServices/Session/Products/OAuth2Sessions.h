@@ -31,7 +31,7 @@ public:
     [[nodiscard]] OAuth2SessionPointer find(const OAuth2TokenSpec& spec) const;
     [[nodiscard]] QVector<OAuth2SessionPointer> all() const;
 
-    /// Keeps the tokens of the file, and hands the sessions those that are newer than their own.
+    /// Keeps the tokens of the file, and hands them to the sessions. They are not older than those that the sessions hold.
     void load(const QVector<OAuth2TokenData>& tokens);
     /// The tokens that the sessions hold.
     [[nodiscard]] QVector<OAuth2TokenData> tokens() const;

@@ -77,7 +77,8 @@ void OAuth2TokenSlot::replaceToken(const OAuth2TokenData& token) {
 
 void OAuth2TokenSlot::adopt(const OAuth2TokenData& token) {
     // A damaged token, or one encrypted for another user, must not replace a good one.
-    if (token.isNewerThan(this->token()) && isUsableToken(m_owner.services().cryptor->decrypt(token.token).view()))
+    const bool isAnother = token.isPresent() && token.token != this->token().token;
+    if (isAnother && isUsableToken(m_owner.services().cryptor->decrypt(token.token).view()))
         replaceToken(token);
 }
 

@@ -34,7 +34,7 @@ public:
     [[nodiscard]] Stored SetToken(const Util::SecretBytes& token, const QDateTime& expiryDate, const QString& signInId);
     /// Replaces the token by an encrypted one, in memory only.
     void replaceToken(const OAuth2TokenData& token);
-    /// Uses a token of the file if it is newer and can be decrypted.
+    /// Uses another token of the file, which was obtained later, if it can be decrypted.
     void adopt(const OAuth2TokenData& token);
     /// OAuth2 was disabled.
     void DiscardToken();
