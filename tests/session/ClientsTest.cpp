@@ -9,6 +9,9 @@ using namespace Velquor::WebServices::Internal;
 namespace {
 
 const auto partner = QStringLiteral("partner");
+// What a host hands in may look like a placeholder of a log text.
+const auto awkwardKey = QStringLiteral("client %2 %3");
+const auto awkwardName = QStringLiteral("Product %2 %3");
 
 } // namespace
 
@@ -31,6 +34,54 @@ private slots:
         QCOMPARE(clients().size(), 2);
         QVERIFY(m_session->RemoveClient(partner));
         QVERIFY(m_fixture->hasLogged("Removed client Partner product. Clients (1): Test product"));
+    }
+
+    // The only client of a signed-in product comes back, under another key: its tokens are still in the file.
+    void aConfigurationBringsItsProductBack() {
+        signIn(*m_session);
+        QVERIFY(m_session->RemoveClient(key));
+        m_fixture->logger->clear();
+        QVERIFY(m_session->AddClient({awkwardKey, 1, awkwardName, "/opt/test"}));
+        const WebServicesConfiguration configuration = TestKit::SessionFixture::configuration(key, secret);
+        QVERIFY(m_session->SetConfiguration(awkwardKey, configuration));
+        QVERIFY(m_session->isLoggedIn(awkwardKey));
+        const QStringList referenced{
+            QStringLiteral("Adding client reference client %2 %3 in product login session"),
+            QStringLiteral("Added client reference client %2 %3 in product login session. Client references (1): client %2 %3")};
+        QCOMPARE(
+            logged("^(Add|.*oading login state of product|creating|ProductLogin.*constr|Setting.*product|Applying)"),
+            QStringList({QStringLiteral("Adding client Product %2 %3"),
+                         QStringLiteral("Added client Product %2 %3. Clients (1): Product %2 %3"),
+                         QStringLiteral("Loading login state of product Product %2 %3 from file ") + m_fixture->file(),
+                         QStringLiteral("ProductLoginSession constructor for product client %2 %3"),
+                         QStringLiteral("Finished loading login state of product Product %2 %3 from file ") + m_fixture->file(),
+                         QStringLiteral("creating product login session if login is already restored and currently logged in."),
+                         QStringLiteral("Setting configuration in product login session for Production server"),
+                         QStringLiteral("Applying product settings in product login session")})
+                + referenced);
+        QCOMPARE(m_fixture->logger->prefixes(referenced.first()), QStringList("Product %2 %3.0001.0"));
+        QVERIFY(m_session->SetConfiguration(awkwardKey, configuration));
+        QCOMPARE(logged("client reference"), referenced + referenced);
+    }
+
+    void oauth2IsSwitchedOffByKind() {
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, OAuth2Settings::legacySpec()));
+        QVERIFY(m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(JWT, L"data")));
+        m_fixture->logger->clear();
+        QVERIFY(m_session->oauth2().DisableOAuth2(key));
+        QCOMPARE(logged("in client info"),
+                 QStringList({QStringLiteral("OAuth2 disabled in client info"),
+                              QStringLiteral("OAuth2 disabled in client info for OAuth2 token spec JWT.data")}));
+    }
+
+    void theEndOfTheSessionIsLoggedInOrder() {
+        m_fixture->notifiesProcesses = true;
+        TestKit::SessionUnderTest session = m_fixture->makeSession();
+        session->stop();
+        session.reset();
+        QCOMPARE(logged("^LoginSession destr|otification thread (to )?finish"),
+                 QStringList(
+                     {"LoginSession destructor", "Waiting for notification thread to finish", "Notification thread finished"}));
     }
 
     // Two clients with one consumer key: the product of the one that stays must not lose its tokens.
@@ -102,6 +153,10 @@ private:
     void addPartner() {
         QVERIFY(m_session->AddClient({partner, 1, "Partner product", "/opt/partner"}));
         QVERIFY(m_session->SetConfiguration(partner, TestKit::SessionFixture::configuration(key, secret)));
+    }
+
+    [[nodiscard]] QStringList logged(const char* pattern) const {
+        return m_fixture->logger->texts().filter(QRegularExpression(QLatin1String(pattern)));
     }
 
     [[nodiscard]] QJsonArray part(const char* name) {

@@ -1,10 +1,13 @@
 // The login state file: what is written, what is merged, and what a file from outside may do.
 
+#include "Session/State/DiskStateFile.h"
+#include "TestKit/BlockedFile.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
 
 #include <QDomDocument>
+#include <optional>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -16,6 +19,12 @@ namespace {
 const auto otherKey = QStringLiteral("other-product-0002");
 
 using Process = TestKit::StateProcess;
+
+class FullDisk : public DiskStateFile {
+public:
+    using DiskStateFile::DiskStateFile;
+    [[nodiscard]] Util::Result<void> write(const QByteArray&) override { return Util::Failure{QStringLiteral("full")}; }
+};
 
 } // namespace
 
@@ -47,6 +56,37 @@ private slots:
             QVERIFY2(product.firstChildElement(secret).firstChild().isCDATASection(), secret);
         QVERIFY(!m_fixture->fileContents().contains("token of"));
         QVERIFY(TestKit::isOwnerOnly(m_fixture->file()));
+    }
+
+    // Support must see whether a line is about a read, or about the read in a save.
+    void theLogTellsWhatIsDoneWithTheFile_data() {
+        const TestKit::Columns<bool, QStringList> row("isSave", "lines");
+        const QStringList read{"Reading login state file", "Finished reading login state file"};
+        const QStringList written{"Writing login state file", "Finished writing login state file successfully"};
+        row("read", false, {read.first(), "Finished reading login state file successfully"});
+        row("missing when saved", true, read + written);
+        row("saved", true, read + written);
+        row("cannot be read", false, {read.first(), "Failed to read file", "Reason: It is not a regular file"});
+        row("cannot be written", true, read + QStringList{written.first(), "Failed to write login state file", "Reason: full"});
+    }
+
+    void theLogTellsWhatIsDoneWithTheFile() {
+        QFETCH(bool, isSave);
+        QFETCH(QStringList, lines);
+        const QByteArray what = QTest::currentDataTag();
+        if (!what.contains("missing"))
+            m_fixture->writeFile("<WebServices/>");
+        std::optional<TestKit::BlockedFile> blocked;
+        if (what == "cannot be read")
+            blocked.emplace(m_fixture->file());
+        LoginStateFile file = m_fixture->stateFile();
+        LoginStateFile onFullDisk(std::make_shared<FullDisk>(m_fixture->file(), m_fixture->logger), m_fixture->services().now,
+                                  m_fixture->logger);
+        if (isSave)
+            (void)(what == "cannot be written" ? onFullDisk : file).write(*file.readForSaving());
+        else
+            (void)file.read();
+        QCOMPARE(m_fixture->logger->texts(), lines);
     }
 
     void aSaveKeepsTheProductsOfOthers() {

@@ -50,11 +50,13 @@ LoginSession::LoginSession(const SessionDependencies& services, const ClientIden
 }
 
 LoginSession::~LoginSession() {
-    m_logger.information(QStringLiteral("LoginSession destructor"));
     stop();
 }
 
 void LoginSession::stop() {
+    // The destruction begins here. The object itself may go later, with the last call that still uses it.
+    if (!m_state.isStopped())
+        m_logger.information(QStringLiteral("LoginSession destructor"));
     m_state.setStopped();
     emit m_state.services().exchangeCancel->Canceled();
     m_events.stopNotifications();
@@ -146,7 +148,9 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
     {
         LockedState state(m_state);
         if (m_state.isRestored() && !force) {
-            if (!ProductStateLoader(state).loadProduct(clientKey))
+            if (ProductStateLoader(state).loadProduct(clientKey))
+                (void)ProductConfigurator(state).configure(clientKey);
+            else
                 m_logger.information(
                     QStringLiteral("This should not happen, otherwise need check any corner case is not covered. TBD."));
             m_logger.information(QStringLiteral("Ignoring restore login. Login state is already restored for all products."));

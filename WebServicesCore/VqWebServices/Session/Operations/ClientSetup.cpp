@@ -63,7 +63,8 @@ std::optional<QString> ClientSetup::reasonToWait(Server server) const {
         return QStringLiteral(
                    "Configuration is set for %1 server. Skipping token query check since login state is not yet restored.")
             .arg(serverName(server));
-    if (!m_state.isLoggedIn())
+    // The product that is configured may be the only one, and its tokens are still to be read.
+    if (!m_state.basic().hasUser())
         return QStringLiteral("Configuration is set for %1 server. Skipping token query check since not logged in currently.")
             .arg(serverName(server));
     return {};

@@ -4,7 +4,6 @@
 #include "Tokens/TimedLock.h"
 #include "Values/OAuth2TokenSpecImp.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace Velquor::WebServices::Internal {
@@ -69,11 +68,7 @@ void OAuth2Access::discardUnused(const ProductSessionPointer& product) {
 }
 
 QStringList OAuth2Access::clientsOf(const QString& productKey) const {
-    QStringList keys = m_state.clients().configuredFor(m_state.currentServer());
-    keys.erase(std::remove_if(keys.begin(), keys.end(),
-                              [&](const QString& clientKey) { return m_state.productKey(clientKey) != productKey; }),
-               keys.end());
-    return keys;
+    return m_state.clients().clientsOf(productKey, m_state.currentServer());
 }
 
 void OAuth2Access::enabledElsewhere(const QString& productKey, const OAuth2TokenSpec& spec) {

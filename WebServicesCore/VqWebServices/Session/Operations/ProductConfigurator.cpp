@@ -15,7 +15,8 @@ ProductSessionPointer ProductConfigurator::configure(const QString& clientKey) {
     const ConfigurationPointer configuration = m_state->clients().configuration(clientKey, server);
     if (!configuration)
         return {};
-    ProductSessionPointer session = m_state.products().getOrCreate(m_state->clients().productKey(clientKey, server), server);
+    ProductSessionPointer session =
+        m_state.products().getOrCreate(m_state->clients().productKey(clientKey, server), server, clientKey);
     if (!session)
         return {};
     m_state->services().loggers.session->information(

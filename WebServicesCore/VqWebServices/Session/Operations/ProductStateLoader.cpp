@@ -1,6 +1,5 @@
 #include "Session/Operations/ProductStateLoader.h"
 
-#include "Session/Operations/ProductConfigurator.h"
 #include "Session/Store/LoginStateReader.h"
 
 namespace Velquor::WebServices::Internal {
@@ -21,13 +20,15 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
     const std::optional<LoginState> file =
         content.isRead() ? LoginStateReader(m_state).findOwnSignIn(*content.document) : std::nullopt;
     const StoredProduct* const product = file ? file->product(m_state->productKey(clientKey)) : nullptr;
-    const ProductSessionPointer session = product ? ProductConfigurator(m_state).configure(clientKey) : ProductSessionPointer();
+    const Server server = m_state->currentServer();
+    const ProductSessionPointer session =
+        product ? m_state.products().getOrCreate(product->productKey, server, clientKey) : ProductSessionPointer();
     if (session) {
         session->Load(*product);
         m_logger.information(QStringLiteral("Loaded login state of product %1 from login state file %2").arg(name, path));
     } else if (product) {
         m_logger.error(QStringLiteral("Failed to get or create product login session for product %1 and %2 server")
-                           .arg(name, serverName(m_state->currentServer())));
+                           .arg(name, serverName(server)));
     } else {
         m_logger.information(
             QStringLiteral(
@@ -60,7 +61,9 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
             m_logger.warning(QStringLiteral("Invalid product node without product key found and ignored.SetInfor1."));
         if (product.productKey.isEmpty() || product.productKey != productKey)
             continue;
-        const ProductSessionPointer session = m_state.products().getOrCreate(productKey, m_state->currentServer());
+        const Server server = m_state->currentServer();
+        const QString clientKey = m_state->clients().clientsOf(productKey, server).value(0);
+        const ProductSessionPointer session = m_state.products().getOrCreate(productKey, server, clientKey);
         if (!session) {
             m_logger.error(
                 QStringLiteral(

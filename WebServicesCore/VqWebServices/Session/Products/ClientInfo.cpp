@@ -37,9 +37,9 @@ bool ClientInfo::enableOAuth2(const OAuth2TokenSpec& spec) {
     return !wasEnabled || !isKnown;
 }
 
-bool ClientInfo::disableOAuth2() {
-    m_oauth2.specs.clear();
-    return std::exchange(m_oauth2.isEnabled, false);
+QVector<OAuth2TokenSpec> ClientInfo::disableOAuth2() {
+    m_oauth2.isEnabled = false;
+    return std::exchange(m_oauth2.specs, {});
 }
 
 void ClientInfo::enableCache(int type, bool enable) {

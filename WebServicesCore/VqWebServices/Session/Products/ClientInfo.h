@@ -52,8 +52,8 @@ public:
     [[nodiscard]] const OAuth2Settings& oauth2() const { return m_oauth2; }
     /// False when the kind was enabled before.
     bool enableOAuth2(const OAuth2TokenSpec& spec);
-    /// False when it was disabled before.
-    bool disableOAuth2();
+    /// Returns the kinds that were enabled.
+    [[nodiscard]] QVector<OAuth2TokenSpec> disableOAuth2();
     /// The caches that the client has switched on, by the number of their type.
     void enableCache(int type, bool enable);
     [[nodiscard]] bool isCacheEnabled(int type) const { return m_caches.contains(type); }

@@ -12,14 +12,12 @@ ClientReferences::ClientReferences(std::shared_ptr<Log::ILogger> logger)
 
 void ClientReferences::add(const QString& clientKey) {
     const QWriteLocker lock(&m_lock);
-    if (clientKey.isEmpty() || m_keys.contains(clientKey))
+    if (clientKey.isEmpty())
         return;
     m_logger->information(QStringLiteral("Adding client reference %1 in product login session").arg(clientKey));
     m_keys.insert(clientKey);
     m_logger->information(QStringLiteral("Added client reference %1 in product login session. Client references (%2): %3")
-                              .arg(clientKey)
-                              .arg(m_keys.size())
-                              .arg(joined()));
+                              .arg(clientKey, QString::number(m_keys.size()), joined()));
 }
 
 void ClientReferences::remove(const QString& clientKey) {
@@ -27,9 +25,7 @@ void ClientReferences::remove(const QString& clientKey) {
     m_logger->information(QStringLiteral("Removing client reference %1 in product login session").arg(clientKey));
     m_keys.remove(clientKey);
     m_logger->information(QStringLiteral("Removed client reference %1 in product login session. Client references (%2): %3")
-                              .arg(clientKey)
-                              .arg(m_keys.size())
-                              .arg(joined()));
+                              .arg(clientKey, QString::number(m_keys.size()), joined()));
 }
 
 int ClientReferences::count() const {

@@ -15,7 +15,7 @@ class ClientReferences {
 public:
     explicit ClientReferences(std::shared_ptr<Log::ILogger> logger);
 
-    /// Does nothing for an empty key or a client that is there already.
+    /// Does nothing for an empty key. A client may be added again.
     void add(const QString& clientKey);
     void remove(const QString& clientKey);
 

@@ -22,7 +22,8 @@ void ClientRegistry::add(const ClientIdentity& identity) {
         m_logger->debug(QStringLiteral("Creating client info object for product %1").arg(name));
         m_clients.insert(identity.clientKey, std::make_shared<ClientInfo>(identity));
     }
-    m_logger->information(QStringLiteral("Added client %1. Clients (%2):%3").arg(name).arg(m_clients.size()).arg(describeAll()));
+    m_logger->information(
+        QStringLiteral("Added client %1. Clients (%2):%3").arg(name, QString::number(m_clients.size()), describeAll()));
 }
 
 void ClientRegistry::remove(const QString& clientKey) {
@@ -33,7 +34,7 @@ void ClientRegistry::remove(const QString& clientKey) {
         m_clients.remove(clientKey);
     }
     m_logger->information(
-        QStringLiteral("Removed client %1. Clients (%2):%3").arg(name).arg(m_clients.size()).arg(describeAll()));
+        QStringLiteral("Removed client %1. Clients (%2):%3").arg(name, QString::number(m_clients.size()), describeAll()));
 }
 
 QString ClientRegistry::describeAll() const {
@@ -99,23 +100,28 @@ bool ClientRegistry::enableOAuth2(const QString& clientKey, const OAuth2TokenSpe
     const auto client = m_clients.value(clientKey);
     if (!client)
         return false;
-    const auto enabled = QStringLiteral("enabled");
-    const OAuth2TokenSpecImp& data = OAuth2TokenSpecImp::of(spec);
-    if (!client->enableOAuth2(spec))
-        return true;
-    if (data.legacy)
-        m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(enabled));
-    else
-        m_logger->information(QStringLiteral("OAuth2 %1 in client info for OAuth2 token spec %2").arg(enabled, data.toText()));
+    if (client->enableOAuth2(spec))
+        logOAuth2(spec, QStringLiteral("enabled"));
     return true;
 }
 
 bool ClientRegistry::disableOAuth2(const QString& clientKey) {
     const QWriteLocker lock(&m_lock);
     const auto client = m_clients.value(clientKey);
-    if (client && client->disableOAuth2())
-        m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(QStringLiteral("disabled")));
-    return client != nullptr;
+    if (!client)
+        return false;
+    const QVector<OAuth2TokenSpec> disabled = client->disableOAuth2();
+    for (const OAuth2TokenSpec& spec : disabled)
+        logOAuth2(spec, QStringLiteral("disabled"));
+    return true;
+}
+
+void ClientRegistry::logOAuth2(const OAuth2TokenSpec& spec, const QString& change) const {
+    const OAuth2TokenSpecImp& data = OAuth2TokenSpecImp::of(spec);
+    if (data.legacy)
+        m_logger->information(QStringLiteral("OAuth2 %1 in client info").arg(change));
+    else
+        m_logger->information(QStringLiteral("OAuth2 %1 in client info for OAuth2 token spec %2").arg(change, data.toText()));
 }
 
 void ClientRegistry::enableCache(const QString& clientKey, CacheType type, bool enable) {
@@ -149,6 +155,16 @@ QStringList ClientRegistry::configuredFor(int server) const {
     QStringList keys;
     for (const auto& client : m_clients) {
         if (client->configuration(server))
+            keys += client->identity().clientKey;
+    }
+    return keys;
+}
+
+QStringList ClientRegistry::clientsOf(const QString& productKey, int server) const {
+    const QReadLocker lock(&m_lock);
+    QStringList keys;
+    for (const auto& client : m_clients) {
+        if (client->configuration(server) && client->productKey(server) == productKey)
             keys += client->identity().clientKey;
     }
     return keys;

@@ -48,9 +48,13 @@ public:
     [[nodiscard]] bool hasAnyConfiguration(const QString& clientKey) const;
     /// The keys of the clients that have a configuration for the server.
     [[nodiscard]] QStringList configuredFor(int server) const;
+    /// The keys of the clients that are this product on the server.
+    [[nodiscard]] QStringList clientsOf(const QString& productKey, int server) const;
 
 private:
     [[nodiscard]] QString describeAll() const;
+    /// `change`: "enabled" or "disabled".
+    void logOAuth2(const OAuth2TokenSpec& spec, const QString& change) const;
 
     const std::shared_ptr<Log::ILogger> m_logger;
     const bool m_isSSOServer;

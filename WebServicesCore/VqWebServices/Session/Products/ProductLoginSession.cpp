@@ -30,14 +30,16 @@ SessionDependencies withPrefix(SessionDependencies services, const std::shared_p
 
 } // namespace
 
-ProductLoginSession::ProductLoginSession(SessionDependencies services, const QString& productKey, Server server)
+ProductLoginSession::ProductLoginSession(SessionDependencies services, const QString& productKey, Server server,
+                                         const QString& clientKey)
     : m_services(withPrefix(std::move(services), m_prefix))
     , m_productKey(productKey)
     , m_server(server)
     , m_clientReferences(m_services.loggers.product)
     , m_oauth2(m_services.loggers.oauth2) {
     renewPrefix();
-    m_services.loggers.product->information(QStringLiteral("ProductLoginSession constructor for product %1").arg(productKey));
+    m_services.loggers.product->information(
+        QStringLiteral("ProductLoginSession constructor for product %1").arg(clientKey.isEmpty() ? productKey : clientKey));
 }
 
 ProductLoginSession::~ProductLoginSession() {
@@ -60,9 +62,9 @@ QString ProductLoginSession::displayName() const {
 }
 
 void ProductLoginSession::renewPrefix() {
-    const int number = static_cast<int>(m_server);
-    m_prefix->set(m_name.isEmpty() ? QStringLiteral("%1.%2").arg(shortKey(m_productKey)).arg(number)
-                                   : QStringLiteral("%1.%2.%3").arg(m_name, shortKey(m_productKey)).arg(number));
+    const QString number = QString::number(m_server);
+    m_prefix->set(m_name.isEmpty() ? QStringLiteral("%1.%2").arg(shortKey(m_productKey), number)
+                                   : QStringLiteral("%1.%2.%3").arg(m_name, shortKey(m_productKey), number));
 }
 
 void ProductLoginSession::Activate(std::unique_ptr<ITokenOwner> owner) {
@@ -132,8 +134,7 @@ void ProductLoginSession::Deactivate() {
     m_services.loggers.product->information(
         QStringLiteral(
             "Skipped deleting configuration in product login session since clients reference it. Client references (%1): %2")
-            .arg(m_clientReferences.count())
-            .arg(m_clientReferences.text()));
+            .arg(QString::number(m_clientReferences.count()), m_clientReferences.text()));
 }
 
 bool ProductLoginSession::isAtRest() const {

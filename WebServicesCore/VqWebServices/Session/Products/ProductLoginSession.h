@@ -27,7 +27,8 @@ class TokenOperations;
 /// the operations that use it at the moment; it is destroyed only after its thread has ended. Errors: results and log lines.
 class ProductLoginSession {
 public:
-    ProductLoginSession(SessionDependencies services, const QString& productKey, Server server);
+    /// `clientKey`: the client that it is made for, in the log; empty for a product of the file that no client here is.
+    ProductLoginSession(SessionDependencies services, const QString& productKey, Server server, const QString& clientKey);
     ~ProductLoginSession();
 
     [[nodiscard]] const QString& productKey() const { return m_productKey; }

@@ -16,7 +16,7 @@ ProductSessionPointer ProductSessions::find(const QString& productKey, Server se
     return m_sessions.value({productKey, server});
 }
 
-ProductSessionPointer ProductSessions::getOrCreate(const QString& productKey, Server server) {
+ProductSessionPointer ProductSessions::getOrCreate(const QString& productKey, Server server, const QString& clientKey) {
     if (productKey.isEmpty() || !isRealServer(server))
         return {};
     const QWriteLocker lock(&m_lock);
@@ -24,7 +24,7 @@ ProductSessionPointer ProductSessions::getOrCreate(const QString& productKey, Se
         return {};
     ProductSessionPointer& session = m_sessions[{productKey, server}];
     if (!session)
-        session = std::make_shared<ProductLoginSession>(m_services, productKey, server);
+        session = std::make_shared<ProductLoginSession>(m_services, productKey, server, clientKey);
     return session;
 }
 

@@ -21,7 +21,8 @@ public:
 
     /// Null when there is none.
     [[nodiscard]] ProductSessionPointer find(const QString& productKey, Server server) const;
-    [[nodiscard]] ProductSessionPointer getOrCreate(const QString& productKey, Server server);
+    /// Null for an empty key, without a server, and after `stopAll`. `clientKey` as in the session's constructor.
+    [[nodiscard]] ProductSessionPointer getOrCreate(const QString& productKey, Server server, const QString& clientKey);
     [[nodiscard]] QVector<ProductSessionPointer> onServer(Server server) const;
     [[nodiscard]] QVector<ProductSessionPointer> all() const;
     /// A removed session ends its thread and is destroyed later, by another call here or by `stopAll`.

@@ -44,6 +44,13 @@ void LoginStateFile::markSeen(const Content& content) {
 }
 
 LoginStateFile::Content LoginStateFile::read() {
+    Content content = readContent();
+    if (content.isRead())
+        m_logger->information(QStringLiteral("Finished reading login state file successfully"));
+    return content;
+}
+
+LoginStateFile::Content LoginStateFile::readContent() {
     m_logger->information(QStringLiteral("Reading login state file"));
     Content content;
     content.stamp = currentStamp();
@@ -68,7 +75,8 @@ LoginStateFile::Content LoginStateFile::readNow(int timeoutMs) {
 void LoginStateFile::fail(Content& content, const Util::AtomicFile::ReadResult& file) const {
     content.status = file.isTooLarge ? Content::Status::Damaged : Content::Status::Unreadable;
     content.error = file.error;
-    m_logger->error(QStringLiteral("Failed to read file. %1").arg(file.error));
+    m_logger->error(QStringLiteral("Failed to read file"));
+    m_logger->error(QStringLiteral("Reason: %1").arg(file.error));
 }
 
 void LoginStateFile::parse(Content& content, const QByteArray& text) const {
@@ -87,22 +95,24 @@ void LoginStateFile::parse(Content& content, const QByteArray& text) const {
     }
     content.status = Content::Status::Read;
     content.document = std::move(*parsed);
-    m_logger->information(QStringLiteral("Finished reading login state file successfully"));
 }
 
 std::optional<LoginStateDocument> LoginStateFile::readForSaving() {
-    Content content = read();
+    Content content = readContent();
+    using Status = Content::Status;
+    if (content.status == Status::Read || content.status == Status::Missing || content.status == Status::Empty)
+        m_logger->information(QStringLiteral("Finished reading login state file"));
     switch (content.status) {
-    case Content::Status::Read: return std::move(content.document);
-    case Content::Status::Damaged: {
+    case Status::Read: return std::move(content.document);
+    case Status::Damaged: {
         const QString aside = m_storage->setAside();
         m_logger->error(QStringLiteral("The damaged login state file was set aside as %1").arg(aside));
         return aside.isEmpty() ? std::nullopt : std::optional<LoginStateDocument>(newDocument());
     }
-    case Content::Status::Missing:
-    case Content::Status::Empty: return newDocument();
-    case Content::Status::Unreadable:
-    case Content::Status::Busy: break;
+    case Status::Missing:
+    case Status::Empty: return newDocument();
+    case Status::Unreadable:
+    case Status::Busy: break;
     }
     return {};
 }
@@ -118,7 +128,8 @@ bool LoginStateFile::write(const LoginStateDocument& document) {
     const Util::Result<QByteArray> text = document.toBytes();
     const Util::Result<void> written = text ? m_storage->write(*text) : Util::Failure{text.reason()};
     if (!written) {
-        m_logger->error(QStringLiteral("Failed to write login state file. %1").arg(written.reason()));
+        m_logger->error(QStringLiteral("Failed to write login state file"));
+        m_logger->error(QStringLiteral("Reason: %1").arg(written.reason()));
         return false;
     }
     noteWritten();

@@ -82,6 +82,8 @@ public:
     void markSeen(const Content& content);
 
 private:
+    /// Without the line that ends a read, which differs for a save.
+    [[nodiscard]] Content readContent();
     void fail(Content& content, const Util::AtomicFile::ReadResult& file) const;
     void parse(Content& content, const QByteArray& text) const;
     void noteWritten();

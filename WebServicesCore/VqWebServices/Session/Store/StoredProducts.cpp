@@ -26,7 +26,9 @@ void StoredProducts::load(const QVector<StoredProduct>& merged, const LoginState
 }
 
 void StoredProducts::loadProduct(const StoredProduct& product, QStringList& loadedNames) {
-    const ProductSessionPointer session = m_state.products().getOrCreate(product.productKey, m_state->currentServer());
+    const Server server = m_state->currentServer();
+    const QString clientKey = m_state->clients().clientsOf(product.productKey, server).value(0);
+    const ProductSessionPointer session = m_state.products().getOrCreate(product.productKey, server, clientKey);
     if (!session) {
         m_logger.error(
             QStringLiteral("Failed to load product node for product %1. Failed to get or create product login session.")
