@@ -27,6 +27,17 @@ bool Ledger::isGood(int number) const {
     return signIn && signIn->order > 0 && !signIn->isEnded && m_world.nowUs() < signIn->endUs;
 }
 
+int Ledger::ownerOf(int token) const {
+    const auto found = m_owners.find(token);
+    return found == m_owners.end() ? 0 : found->second;
+}
+
+bool Ledger::isCurrent(int token, const QByteArray& key) const {
+    const SignIn* const signIn = find(ownerOf(token));
+    const auto last = signIn ? signIn->lastTokens.find(key) : std::map<QByteArray, int>::const_iterator();
+    return signIn && isGood(signIn->number) && last != signIn->lastTokens.end() && last->second == token;
+}
+
 Ledger::Answer Ledger::answer(const QString& path, const Parameters& oauth) {
     if (path.endsWith(QLatin1String("request-token")))
         return requestToken();
@@ -61,6 +72,7 @@ Ledger::Answer Ledger::exchange(SignIn& signIn, const QByteArray& key) {
     if (signIn.order > 0)
         return refusal(401, "token_used");
     signIn.order = ++m_exchanges;
+    signIn.exchangedUs = m_world.nowUs();
     signIn.endUs = m_world.nowUs() + signInLifeSeconds * 1000000;
     return give(signIn, key);
 }
@@ -68,6 +80,7 @@ Ledger::Answer Ledger::exchange(SignIn& signIn, const QByteArray& key) {
 Ledger::Answer Ledger::give(SignIn& signIn, const QByteArray& key) {
     const int token = ++m_tokens;
     signIn.lastTokens[key] = token;
+    m_owners[token] = signIn.number;
     const QByteArray name = 's' + QByteArray::number(signIn.number);
     const qint64 leftSeconds = (signIn.endUs - m_world.nowUs()) / 1000000;
     const QByteArray body =

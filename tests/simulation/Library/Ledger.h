@@ -20,6 +20,7 @@ public:
         QByteArray user;      ///< Empty: not approved yet.
         int order = 0;        ///< Of its exchange; 0: not exchanged yet.
         bool isEnded = false; ///< By a sign-out that reached the server, or by the server itself.
+        qint64 exchangedUs = 0;
         qint64 endUs = 0;
         std::map<QByteArray, int> lastTokens; ///< By consumer key.
     };
@@ -41,6 +42,10 @@ public:
     /// Null: there is none of this number.
     [[nodiscard]] const SignIn* find(int number) const;
     [[nodiscard]] bool isGood(int number) const;
+    /// The sign-in of a token; 0: there is no such token.
+    [[nodiscard]] int ownerOf(int token) const;
+    /// The server would take this token of a product.
+    [[nodiscard]] bool isCurrent(int token, const QByteArray& key) const;
     [[nodiscard]] const std::map<int, SignIn>& signIns() const { return m_signIns; }
 
     /// The numbers in a text of the ledger; 0: there are none.
@@ -63,6 +68,7 @@ private:
     int m_requests = 0;
     int m_exchanges = 0;
     int m_tokens = 0;
+    std::map<int, int> m_owners; ///< The sign-ins of the tokens.
 };
 
 } // namespace Velquor::Simulation

@@ -38,13 +38,14 @@ void Oracle::readFile() {
     for (const StoredProduct& product : state.products)
         m_file.tokens[product.productKey] = Ledger::tokenOf(QByteArray::fromBase64(product.tokens.accessToken));
     m_everInFile.insert(m_file.signIn);
-    m_used.insert(m_file.signIn);
+    m_used.insert({m_file.signIn, m_machine.world.nowUs()});
 }
 
+// Of two sign-ins that meet, either may be the later one.
 bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
-    const std::map<int, Ledger::SignIn>& all = m_machine.line.ledger.signIns();
-    return std::any_of(all.begin(), all.end(),
-                       [&](const auto& other) { return other.second.order > signIn.order && m_used.count(other.first) > 0; });
+    return std::any_of(m_used.begin(), m_used.end(), [&](const auto& used) {
+        return used.first > 0 && used.first != signIn.number && used.second >= signIn.exchangedUs;
+    });
 }
 
 bool Oracle::mayEnd(int number) const {
@@ -55,7 +56,7 @@ bool Oracle::mayEnd(int number) const {
 QString Oracle::check() {
     readFile();
     for (const SimProcess* const process : m_processes)
-        m_used.insert(process->shownSignIn());
+        m_used.insert({process->shownSignIn(), m_machine.world.nowUs()});
     for (const SimProcess* const process : m_processes) {
         if (!process->isAlive())
             continue;
@@ -101,6 +102,10 @@ QString Oracle::checkTokens() const {
             continue;
         for (const auto& token : signIn.second.lastTokens) {
             const QString key = QString::fromLatin1(token.first);
+            // The first token of a product has no predecessor, and can be asked for again.
+            const auto inFile = m_file.tokens.find(key);
+            if (inFile == m_file.tokens.end() || m_machine.line.ledger.ownerOf(inFile->second) != signIn.first)
+                continue;
             const bool isMarked = m_machine.claims.pendingRefreshes.count(m_digests.at(key)) > 0;
             if (!isMarked && !isHeld(signIn.first, key, token.second))
                 return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2")
@@ -112,10 +117,8 @@ QString Oracle::checkTokens() const {
 }
 
 bool Oracle::isTokenUnsaved() const {
-    const Ledger::SignIn* const signIn = m_machine.line.ledger.find(m_file.signIn);
-    return signIn && std::any_of(signIn->lastTokens.begin(), signIn->lastTokens.end(), [this](const auto& token) {
-               const auto inFile = m_file.tokens.find(QString::fromLatin1(token.first));
-               return inFile == m_file.tokens.end() || inFile->second != token.second;
+    return m_file.signIn > 0 && std::any_of(m_file.tokens.begin(), m_file.tokens.end(), [this](const auto& token) {
+               return !m_machine.line.ledger.isCurrent(token.second, token.first.toLatin1());
            });
 }
 
@@ -143,18 +146,17 @@ QString Oracle::checkAgreed(const SimProcess& process) const {
         return {};
     if (!m_machine.line.ledger.isGood(shown))
         return QStringLiteral("R8: what the server has ended is still shown: %1 in s%2").arg(nameOf(process)).arg(shown);
-    const std::map<QByteArray, int>& last = m_machine.line.ledger.find(shown)->lastTokens;
-    const auto given = last.find(process.productKey().toLatin1());
     const auto inFile = m_file.tokens.find(process.productKey());
-    if (given == last.end())
-        return QStringLiteral("R8: a product of a user who is signed in has no token: %1").arg(nameOf(process));
-    if (process.token() != given->second || inFile == m_file.tokens.end() || inFile->second != given->second)
-        return QStringLiteral("R2: a process, the file and the server disagree on the token: %1 has t%2, the file t%3, given t%4")
+    if (inFile == m_file.tokens.end() || process.token() != inFile->second)
+        return QStringLiteral("R2: a process and the file disagree on the token: %1 has t%2, the file t%3")
             .arg(nameOf(process))
             .arg(process.token())
-            .arg(inFile == m_file.tokens.end() ? 0 : inFile->second)
-            .arg(given->second);
-    return {};
+            .arg(inFile == m_file.tokens.end() ? 0 : inFile->second);
+    return m_machine.line.ledger.isCurrent(process.token(), process.productKey().toLatin1())
+               ? QString()
+               : QStringLiteral("R8: the server does not take the token that everybody has: %1 has t%2")
+                     .arg(nameOf(process))
+                     .arg(process.token());
 }
 
 QString Oracle::checkTold(const SimProcess& process) const {

@@ -245,8 +245,8 @@ void SimProcess::signOut() {
 
 void SimProcess::end() {
     m_machine.world.note("ends");
-    m_session->stop();
     m_isEnded = true;
+    m_session->stop();
     finish();
     m_main->quit();
 }
