@@ -72,7 +72,7 @@ QString Household::afterStep() {
 }
 
 bool Household::happens(int perThousand, const char* what) {
-    return perThousand > 0 && m_world.choices().pick(1000, what) > 999 - perThousand;
+    return perThousand > 0 && m_world.choices().rarely(perThousand, what);
 }
 
 qint64 Household::drawSpanUs() {
@@ -114,7 +114,7 @@ void Household::startMissing() {
     const auto alive =
         std::count_if(m_processes.begin(), m_processes.end(), [](const SimProcess* process) { return process->isAlive(); });
     // The first ones at once, the later ones when their time has come.
-    if (std::size_t(alive) < m_wanted && (m_processes.size() < m_wanted || m_world.choices().pick(50, "start") == 49))
+    if (std::size_t(alive) < m_wanted && (m_processes.size() < m_wanted || m_world.choices().rarely(20, "start")))
         start();
 }
 

@@ -48,8 +48,10 @@ bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
     });
 }
 
+// A sign-in that could not be written yet does not outlive a later sign-out in another process, which cannot know it.
 bool Oracle::mayEnd(int number) const {
-    return !m_machine.line.ledger.isGood(number) || m_machine.leftByUser.count(number) > 0
+    const bool isUnwritten = m_everInFile.count(number) == 0 && m_machine.lastSignOutUs >= 0;
+    return isUnwritten || !m_machine.line.ledger.isGood(number) || m_machine.leftByUser.count(number) > 0
            || isSuperseded(*m_machine.line.ledger.find(number));
 }
 

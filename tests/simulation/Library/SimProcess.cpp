@@ -235,6 +235,7 @@ void SimProcess::signOut() {
     if (m_machine.pendingSignIns > 0)
         m_machine.marks["sign-out during a pending sign-in"]++;
     m_machine.leftByUser.insert(number);
+    m_machine.lastSignOutUs = m_machine.world.nowUs();
     m_machine.world.note("signs out of s" + QByteArray::number(number));
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     const bool isDone = m_session->Logout(m_clientKey, error, true);
