@@ -91,7 +91,8 @@ int Choices::decide(int n, const char* what, const std::function<int()>& draw) {
 }
 
 int Choices::recorded(const QByteArray& what) {
-    const auto found = std::find_if(m_given.begin(), m_given.end(), [&what](const Choice& choice) { return choice.what == what; });
+    const auto found =
+        std::find_if(m_given.begin(), m_given.end(), [&what](const Choice& choice) { return choice.what == what; });
     if (found == m_given.end())
         return 0;
     const int value = found->value;

@@ -36,6 +36,7 @@ private slots:
         const Runs runs([&marks, hasFaults](World& world) {
             Household::Options options;
             options.hasFaults = hasFaults;
+            options.hasFileFaults = numberFrom("VQ_SIMULATION_FILE_FAULTS", 0) != 0;
             return world.keep(std::make_unique<Household>(world, options)).live(marks);
         });
         const quint64 first = quint64(numberFrom("VQ_SIMULATION_SEED", 1));

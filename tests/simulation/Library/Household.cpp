@@ -30,7 +30,8 @@ Household::Household(World& world, const Options& options)
 // Each kind of fault only in half of the runs: when all happen all the time, nobody ever gets signed in.
 void Household::drawHarm() {
     const auto rate = [this](int rate, const char* what) { return m_world.choices().chance(50, what) ? rate : 0; };
-    m_harm = {rate(3, "kills"), rate(10, "locked files"), rate(10, "unreadable files"), rate(5, "server down"),
+    const int fileRate = m_options.hasFileFaults ? 10 : 0;
+    m_harm = {rate(3, "kills"), rate(fileRate, "locked files"), rate(fileRate, "unreadable files"), rate(5, "server down"),
               rate(1, "server ends")};
     m_machine.wire.faults = {rate(20, "lost events"), rate(10, "events twice"), rate(20, "late events")};
     m_machine.line.lostPercent = rate(10, "lost requests");

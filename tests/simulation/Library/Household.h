@@ -12,7 +12,8 @@ class Household {
 public:
     struct Options {
         bool hasFaults = true;
-        int hours = 4; ///< Of virtual time in which things happen.
+        bool hasFileFaults = true; ///< The file may be locked and unreadable for longer than a process waits.
+        int hours = 4;             ///< Of virtual time in which things happen.
         int maxSteps = 6000;
     };
     using Marks = std::map<QString, int>;

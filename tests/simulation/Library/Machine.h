@@ -37,9 +37,9 @@ struct Machine {
     ServiceLine line;
     Wire wire;
     Habits habits;
-    bool isQuiet = false;         ///< The user does nothing but look.
-    std::set<int> leftByUser;     ///< Sign-ins that the user has begun to end.
-    std::set<int> takenUp;        ///< Sign-ins that a process has completed.
+    bool isQuiet = false;     ///< The user does nothing but look.
+    std::set<int> leftByUser; ///< Sign-ins that the user has begun to end.
+    std::set<int> takenUp;    ///< Sign-ins that a process has completed.
     qint64 lastSignOutUs = -1;
     int pendingSignIns = 0;       ///< That wait for the browser.
     std::map<QString, int> marks; ///< Situations that have happened.
