@@ -92,7 +92,8 @@ void Household::doHarm() {
     if (happens(m_harm.fileUnreadable, "file unreadable"))
         m_machine.disk.unreadableUntilUs = m_world.nowUs() + drawSpanUs();
     if (happens(m_harm.serverDown, "down"))
-        m_machine.line.downUntilUs = m_world.nowUs() + drawSpanUs();
+        // Five failures in a row end a sign-in, so the server is down for less than that.
+        m_machine.line.downUntilUs = m_world.nowUs() + std::min<qint64>(drawSpanUs(), 90000000);
     if (happens(m_harm.serverEnds, "server ends")) {
         for (const auto& signIn : m_machine.line.ledger.signIns())
             m_machine.line.ledger.end(signIn.first);
