@@ -70,16 +70,29 @@ bool Choices::chance(int percent, const char* what) {
     return decide(2, what, [this, percent] { return random() % 100 < quint64(percent) ? 1 : 0; }) != 0;
 }
 
+bool Choices::rarely(int perThousand, const char* what) {
+    return decide(2, what, [this, perThousand] { return random() % 1000 < quint64(perThousand) ? 1 : 0; }) != 0;
+}
+
+// The second decision of a name in one step is another one, also when the first is not recorded.
+QByteArray Choices::nameInStep(const char* what) {
+    const auto before = std::count(m_drawn.begin(), m_drawn.end(), what);
+    m_drawn.emplace_back(what);
+    return before == 0 ? m_drawn.back() : m_drawn.back() + '#' + QByteArray::number(int(before) + 1);
+}
+
 int Choices::decide(int n, const char* what, const std::function<int()>& draw) {
-    const int drawn = m_isReplay ? recorded(what) : draw();
+    const QByteArray name = nameInStep(what);
+    const int drawn = m_isReplay ? recorded(name) : draw();
     const int value = drawn < n ? drawn : 0;
     if (value != 0)
-        m_record.back().choices.push_back({what, value});
+        m_record.back().choices.push_back({name, value});
     return value;
 }
 
-int Choices::recorded(const char* what) {
-    const auto found = std::find_if(m_given.begin(), m_given.end(), [what](const Choice& choice) { return choice.what == what; });
+int Choices::recorded(const QByteArray& what) {
+    const auto found =
+        std::find_if(m_given.begin(), m_given.end(), [&what](const Choice& choice) { return choice.what == what; });
     if (found == m_given.end())
         return 0;
     const int value = found->value;
@@ -89,6 +102,7 @@ int Choices::recorded(const char* what) {
 
 int Choices::actor(const std::vector<QByteArray>& runnable, const std::function<int()>& draw) {
     const int index = m_isReplay ? replayedActor(runnable) : draw();
+    m_drawn.clear();
     m_record.push_back({runnable[std::size_t(index)], {}});
     return index;
 }

@@ -37,6 +37,7 @@ public:
     /// One of 0 to n - 1, all equally likely. 0 must be the plainest.
     [[nodiscard]] int pick(int n, const char* what);
     [[nodiscard]] bool chance(int percent, const char* what);
+    [[nodiscard]] bool rarely(int perThousand, const char* what);
 
     /// Which of the actors runs. `draw` decides unless the record does.
     [[nodiscard]] int actor(const std::vector<QByteArray>& runnable, const std::function<int()>& draw);
@@ -49,7 +50,8 @@ public:
 
 private:
     [[nodiscard]] int decide(int n, const char* what, const std::function<int()>& draw);
-    [[nodiscard]] int recorded(const char* what);
+    [[nodiscard]] int recorded(const QByteArray& what);
+    [[nodiscard]] QByteArray nameInStep(const char* what);
     [[nodiscard]] int replayedActor(const std::vector<QByteArray>& runnable);
 
     const bool m_isReplay;
@@ -58,6 +60,7 @@ private:
     std::size_t m_next = 0;      ///< The step to replay next.
     std::vector<Choice> m_given; ///< What the replayed step still has to say.
     Record m_record;
+    std::vector<QByteArray> m_drawn; ///< What was decided in this step.
 };
 
 } // namespace Velquor::Simulation

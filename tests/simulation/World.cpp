@@ -202,14 +202,17 @@ void World::windUp(Process& process) {
 void World::windUpStep(Process& process) {
     std::vector<Actor*> actors = runnable(&process);
     if (actors.empty()) {
+        // The first thread ends the others, as its code does it. They are asked themselves only when nothing else can happen.
         const std::vector<Actor*> waiting = present(&process);
+        waiting.front()->thread->quit();
+        qint64 next = never;
         for (const Actor* const actor : waiting)
-            actor->thread->quit();
-        actors = runnable(&process);
-        const qint64 next = nextDeadlineUs(&process);
-        if (actors.empty() && next != never)
+            next = actor->waits == Actor::Waits::Busy ? std::min(next, actor->deadlineUs) : next;
+        if (runnable(&process).empty() && next != never)
             process.skewUs = std::max(process.skewUs, next - m_nowUs);
-        else if (actors.empty())
+        for (auto actor = waiting.begin(); actor != waiting.end() && runnable(&process).empty(); ++actor)
+            (*actor)->thread->quit();
+        if (runnable(&process).empty())
             waiting.front()->isForced = true;
         return;
     }

@@ -11,7 +11,7 @@ QueryWorker::QueryWorker(ITokenOwner& owner, IRequestFlags& flags, Loggers::Logg
     , m_steps(std::move(steps))
     , m_names(names)
     , m_retries(retries)
-    , m_failures(names.lock, owner.services().lockFolder)
+    , m_failures(owner.services().claims->makeQueryFailures(names.lock, owner.services().lockFolder))
     , m_lock(names.lock, owner.services().claims->makeGuard(names.lock, owner.services().lockFolder),
              owner.services().loggers.lock)
     , m_claiming(owner.services().steadyClock) {}
@@ -188,7 +188,7 @@ void QueryWorker::setElsewhere(bool elsewhere) {
 
 // True when another process has sent the query since this one last looked, in vain.
 bool QueryWorker::hasJustFailedElsewhere() {
-    const QueryFailureFile::Failure failure = m_failures.read(m_signInId);
+    const QueryFailure failure = m_failures->read(m_signInId);
     // Twice the interval, since timers are not exact.
     const bool isNew = !(failure == m_failure) && failure.isWithin(2LL * m_retries.intervalMs, now().toMSecsSinceEpoch());
     // The first try of a caller that waits is made in any case. It is also made when the other process has given up.
@@ -207,7 +207,7 @@ void QueryWorker::leaveRetryToOther() {
 
 void QueryWorker::noteFailure() {
     // The count starts again when the last query was given up, or was for another sign-in.
-    const bool continues = mayRetry() && m_failure.signIn == m_failures.digest(m_signInId);
+    const bool continues = mayRetry() && m_failure.signInId == m_signInId;
     noteFailures(continues ? m_failure.count + 1 : 1);
 }
 
@@ -216,9 +216,9 @@ void QueryWorker::noteFinalFailure() {
 }
 
 void QueryWorker::noteFailures(int count) {
-    m_failure = {count, now().toMSecsSinceEpoch(), m_failures.digest(m_signInId)};
+    m_failure = {count, now().toMSecsSinceEpoch(), m_signInId};
     if (m_claimed)
-        m_failures.write(m_failure);
+        m_failures->write(m_failure);
 }
 
 void QueryWorker::startQueryTimer() {
@@ -238,7 +238,7 @@ void QueryWorker::finish(int result) {
         setElsewhere(false);
     if (std::exchange(m_claimed, false)) {
         if (result != 0)
-            m_failures.remove();
+            m_failures->remove();
         m_flags.clear(m_names.flag);
         m_lock.release();
     }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Tokens/IRequestClaims.h"
 #include "Tokens/IRequestFlags.h"
-#include "Tokens/Query/QueryFailureFile.h"
 #include "Tokens/Query/QueryLog.h"
 #include "Tokens/RequestLock.h"
 #include "Tokens/TokenWorker.h"
@@ -108,8 +108,8 @@ private:
     const std::unique_ptr<const QueryLog> m_steps;
     const Names m_names;
     const Retries m_retries;
-    const QueryFailureFile m_failures;
-    QueryFailureFile::Failure m_failure; ///< The last one that this process knows, of any process.
+    const std::unique_ptr<IQueryFailures> m_failures;
+    QueryFailure m_failure; ///< The last one that this process knows, of any process.
     RequestLock m_lock;
     Util::SteadyTimer m_claiming;
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.

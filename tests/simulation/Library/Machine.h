@@ -1,0 +1,48 @@
+#pragma once
+
+#include "simulation/Library/AccountService.h"
+#include "simulation/Library/SimClaims.h"
+#include "simulation/Library/SimFile.h"
+#include "simulation/Library/Wire.h"
+#include "simulation/SimClock.h"
+
+#include <set>
+
+namespace Velquor::Simulation {
+
+/// What the processes of one user share outside of themselves, and what the user did there.
+///
+/// Thread: the director or the running actor. Owner: the run, for longer than the processes.
+struct Machine {
+    explicit Machine(World& world)
+        : world(world)
+        , clock(world)
+        , disk(world)
+        , line(world)
+        , wire(world) {}
+
+    /// How often each act is taken, compared with the others.
+    struct Habits {
+        int look = 4;
+        int sign = 4;
+        int signIn = 4;
+        int signOut = 1;
+        int end = 1;
+    };
+
+    World& world;
+    SimClock clock;
+    Disk disk;
+    ClaimsTable claims;
+    ServiceLine line;
+    Wire wire;
+    Habits habits;
+    bool isQuiet = false;     ///< The user does nothing but look.
+    std::set<int> leftByUser; ///< Sign-ins that the user has begun to end.
+    std::set<int> takenUp;    ///< Sign-ins that a process has completed.
+    qint64 lastSignOutUs = -1;
+    int pendingSignIns = 0;       ///< That wait for the browser.
+    std::map<QString, int> marks; ///< Situations that have happened.
+};
+
+} // namespace Velquor::Simulation

