@@ -177,6 +177,21 @@ private slots:
         QCOMPARE(interval(), 10 * minute);
     }
 
+    // The next process finds a spent token in the file, and must not take the refusal for the end of the sign-in.
+    void aTokenThatIsNotInTheFileLeavesTheMark_data() {
+        const TestKit::Columns<StoreResult, bool> row("result", "isMarked");
+        row("in the file", StoreResult::Stored, false);
+        row("in memory alone", StoreResult::Unwritten, true);
+    }
+
+    void aTokenThatIsNotInTheFileLeavesTheMark() {
+        QFETCH(int, result);
+        play(TestKit::goodTokenReply());
+        m_owner->storeResult = static_cast<StoreResult>(result);
+        passTime();
+        QTEST(!QDir(m_fixture->folder.path()).entryList({"*.pending"}).isEmpty(), "isMarked");
+    }
+
     void aRefreshWorksWithoutLocks() {
         makeRefresher(m_fixture->folder.filePath("missing"));
         play(TestKit::goodTokenReply());

@@ -17,6 +17,7 @@ class OAuth2TokenSlot;
 /// The result of storing tokens.
 enum class StoreResult {
     Stored,
+    Unwritten,  ///< In memory, and in use; the file could not be written yet, so it may hold a spent token.
     SignInGone, ///< Nothing is stored: the sign-in of the tokens is over, here or in the file.
     Busy,       ///< Nothing is stored: another operation holds the login state for too long. The sign-in continues.
 };

@@ -102,8 +102,9 @@ StoreResult TokenOwner::store(const ProductTokens& tokens, const QDateTime& sess
         state->setBasic(user);
     }
     // Use the tokens even when the file cannot be written: the server may have invalidated the old ones.
-    if (LoginStateStore(*state).saveTokens(m_product) != LoginStateStore::Result::SignInGone)
-        return StoreResult::Stored;
+    const LoginStateStore::Result saved = LoginStateStore(*state).saveTokens(m_product);
+    if (saved != LoginStateStore::Result::SignInGone)
+        return saved == LoginStateStore::Result::Saved ? StoreResult::Stored : StoreResult::Unwritten;
     m_product.setTokens(before);
     return StoreResult::SignInGone;
 }

@@ -61,6 +61,7 @@ OAuth2TokenSlot::Stored OAuth2TokenSlot::SetToken(const Util::SecretBytes& token
     switch (m_owner.storeOAuth2(*this, {m_spec.GetType(), scope(), encrypted, expiryDate}, signInId)) {
     case StoreResult::SignInGone: return Stored::SignInGone;
     case StoreResult::Busy: return Stored::Busy;
+    case StoreResult::Unwritten:
     case StoreResult::Stored: break;
     }
     return Stored::Yes;

@@ -108,6 +108,7 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     switch (owner().store(*tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
+    case StoreResult::Unwritten:
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
     }
 }

@@ -152,12 +152,13 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     case StoreResult::SignInGone: return signInGone();
     // The old token may be invalid now: the pending file stays, so that the next try can do without the token.
     case StoreResult::Busy: return retryAfter(networkRetryMs);
-    case StoreResult::Stored: return stored(*tokens);
+    // The file still holds the old token. Who reads it there, also after this process has died, must know that it may be spent.
+    case StoreResult::Unwritten: return stored(*tokens);
+    case StoreResult::Stored: m_pending->clear(); return stored(*tokens);
     }
 }
 
 void TokenRefresher::stored(const ProductTokens& tokens) {
-    m_pending->clear();
     forgetFailures();
     log().information(QStringLiteral("Token refreshed successfully. Token expires in %2. Login session expires in %3")
                           .arg(Util::timeSpanText(now().msecsTo(tokens.expiryDate)),
