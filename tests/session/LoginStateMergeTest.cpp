@@ -222,6 +222,11 @@ private slots:
         const MergedLogin merged = mergeLogin(held, file);
         QTEST(merged.memory.currentServer.value_or(-2), "memory");
         QTEST(merged.file.currentServer.value_or(-2), "inFile");
+        // A choice that was not taken is not undone by a later save.
+        HeldLogin next = held;
+        next.seen = merged.seen;
+        next.state.currentServer = merged.memory.currentServer;
+        QTEST(mergeLogin(next, file).file.currentServer.value_or(-2), "inFile");
     }
 
     // A write leaves to be taken what another process wrote meanwhile.

@@ -164,6 +164,9 @@ void mergeMemory(MergedLogin& merged, const HeldLogin& held, const LoginState& f
     const bool isFree = merged.verdict == LoginVerdict::NoUser || merged.isGone();
     if (isFree && held.mayTakeServer && (held.isRestore ? file.currentServer.has_value() : hasServerChanged(held, file)))
         memory.currentServer = file.currentServer;
+    merged.seen = file;
+    if (memory.currentServer != file.currentServer)
+        merged.seen.currentServer = held.seen.currentServer;
     merged.notTaken = reasonAgainst(held, file, merged.verdict, memory.currentServer);
     if (merged.notTaken == NotTaken::None) {
         HeldLogin own = held;

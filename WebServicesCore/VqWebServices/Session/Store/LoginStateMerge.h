@@ -42,7 +42,8 @@ struct MergedLogin {
     NotTaken notTaken = NotTaken::None;
     BasicLoginState user; ///< The user of this process. A new sign-in has its date.
     LoginState memory;    ///< When this process takes what is new in the file. The user is still unchecked.
-    LoginState file;      ///< When this process writes.
+    LoginState seen; ///< The file as this process has seen it then. A choice of server that memory could not take is still new.
+    LoginState file; ///< When this process writes.
 
     /// The user in memory is no longer signed in: the file says so.
     [[nodiscard]] bool isGone() const { return verdict >= LoginVerdict::SignedOut; }

@@ -71,7 +71,7 @@ LoginVerdict LoginStateReader::take(const LoginStateDocument& document, bool isR
     HeldLogin held = heldLogin(*m_state);
     held.isRestore = isRestore;
     const MergedLogin merged = mergeLogin(held, file);
-    m_state.setSeen(file);
+    m_state.setSeen(merged.seen);
     m_state.proxy().follow(document, isRestore);
     if (merged.isGone())
         leaveUser(merged, file);
