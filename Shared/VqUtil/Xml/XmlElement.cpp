@@ -121,8 +121,8 @@ void XmlElement::remove(const XmlElement* child) {
 }
 
 void XmlElement::removeChildren(const QString& name, int kept) {
-    for (std::vector<const XmlElement*> left = std::as_const(*this).children(name); left.size() > static_cast<std::size_t>(kept);
-         left = std::as_const(*this).children(name))
+    // From the back, since a removal moves only what stands behind it.
+    for (std::vector<XmlElement*> left = children(name); left.size() > static_cast<std::size_t>(kept); left.pop_back())
         remove(left.back());
 }
 

@@ -8,8 +8,6 @@ HeldLogin heldLogin(const SessionState& state) {
     held.state.logoutDate = state.logoutDate();
     held.state.user = state.basic();
     held.state.hasSignIn = held.state.user.hasUser();
-    for (const ProductSessionPointer& product : state.products().onServer(state.currentServer()))
-        held.state.products += product->stored();
     held.seen = state.seen();
     held.lastEnded = state.lastEnded();
     held.isLoggedIn = state.isLoggedIn();

@@ -5,7 +5,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// What this process holds, for the merge with the file. Thread: any, under the login session lock.
+/// What this process holds, without its products, for the merge with the file. Thread: any, under the login session lock.
 [[nodiscard]] HeldLogin heldLogin(const SessionState& state);
 
 } // namespace Velquor::WebServices::Internal

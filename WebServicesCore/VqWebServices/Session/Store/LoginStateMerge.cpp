@@ -12,7 +12,7 @@ bool isEnded(const BasicLoginState& signIn, const BasicLoginState& lastEnded) {
 }
 
 // Another program may end a sign-in without a date: it removes the sign-in from the document that this process knows. A document
-// that was started anew was lost before, and ends nothing.
+// that was started afresh was lost before, and ends nothing.
 bool isRemoved(const HeldLogin& held, const LoginState& file) {
     return held.seen.hasSignIn && held.seen.user.isSameSignIn(held.state.user) && held.seen.created == file.created
            && file.hasSettings;

@@ -12,6 +12,13 @@ LoginStateReader::LoginStateReader(LockedState& state, int guardTimeoutMs)
     , m_logger(*state->services().loggers.session)
     , m_guardTimeoutMs(guardTimeoutMs) {}
 
+HeldLogin LoginStateReader::heldForReading() const {
+    HeldLogin held = heldLogin(*m_state);
+    for (const ProductSessionPointer& product : m_state->products().onServer(m_state->currentServer()))
+        held.state.products += product->stored();
+    return held;
+}
+
 void LoginStateReader::loadBasic() {
     const QString path = m_state.file().path();
     if (!m_state.file().exists()) {
@@ -68,7 +75,7 @@ LoginVerdict LoginStateReader::apply(const LoginStateFile::Content& content, boo
 // The file's lock is free again: decrypting takes long, and who deletes a state reads the file once more.
 LoginVerdict LoginStateReader::take(const LoginStateDocument& document, bool isRestore) {
     const LoginState file = document.state();
-    HeldLogin held = heldLogin(*m_state);
+    HeldLogin held = heldForReading();
     held.isRestore = isRestore;
     const MergedLogin merged = mergeLogin(held, file);
     m_state.setSeen(merged.seen);
@@ -86,7 +93,11 @@ void LoginStateReader::keepOwn(const MergedLogin& merged) {
     if (merged.verdict == LoginVerdict::Older)
         m_logger.information(
             QStringLiteral("Keeping user %1. The login state file holds an earlier sign-in.").arg(m_state->basic().userName));
-    // The file lacks the sign-in, so it is to be written.
+    // The file lacks the sign-in.
+    askForSave();
+}
+
+void LoginStateReader::askForSave() {
     if (!m_state.unsaved().isPending())
         m_state.unsaved().fail();
 }
@@ -138,8 +149,8 @@ void LoginStateReader::takeUser(const BasicLoginState& user, const MergedLogin& 
     StoredProducts products(m_state);
     products.load(merged.memory.products, file);
     products.deleteInvalid();
-    if (products.isAnyMissing(file) && !m_state.unsaved().isPending())
-        m_state.unsaved().fail();
+    if (products.isAnyMissing(file))
+        askForSave();
     // While the library is being uninitialized its products are gone, which does not mean that the sign-in is.
     if (!m_state.products().hasTokens({}, m_state->currentServer()) && !m_state->isStopped()) {
         m_logger.warning(QStringLiteral(
@@ -176,7 +187,7 @@ void LoginStateReader::discard(const BasicLoginState& signIn) {
 
 std::optional<LoginState> LoginStateReader::findOwnSignIn(const LoginStateDocument& document) {
     const LoginState file = document.state();
-    const MergedLogin merged = mergeLogin(heldLogin(*m_state), file);
+    const MergedLogin merged = mergeLogin(heldForReading(), file);
     logNotTaken(merged.notTaken);
     const bool isOwn = merged.verdict == LoginVerdict::NoUser || merged.verdict == LoginVerdict::Same;
     return merged.notTaken == NotTaken::None && isOwn ? std::optional<LoginState>(merged.memory) : std::nullopt;

@@ -33,7 +33,10 @@ public:
 private:
     LoginVerdict apply(const LoginStateFile::Content& content, bool isRestore);
     LoginVerdict take(const LoginStateDocument& document, bool isRestore);
+    [[nodiscard]] HeldLogin heldForReading() const;
     void keepOwn(const MergedLogin& merged);
+    /// The file lacks what memory holds: the next call that follows the file writes it.
+    void askForSave();
     void leaveUser(const MergedLogin& merged, const LoginState& file);
     void takeSettings(const MergedLogin& merged, const LoginState& file);
     void takeSignIn(const MergedLogin& merged, const LoginState& file, bool isKnown);

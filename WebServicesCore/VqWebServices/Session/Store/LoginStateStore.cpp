@@ -11,7 +11,6 @@ LoginStateStore::LoginStateStore(LockedState& state, int guardTimeoutMs)
 
 HeldLogin LoginStateStore::heldForSaving(const ProductLoginSession* fresh) const {
     HeldLogin held = heldLogin(*m_state);
-    held.state.products.clear();
     QVector<const ProductLoginSession*> products;
     const QVector<ProductSessionPointer> kept = m_state.products().onServer(m_state->currentServer());
     for (const ProductSessionPointer& product : kept)
