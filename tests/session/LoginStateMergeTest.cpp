@@ -43,7 +43,8 @@ LoginState signIn(const QString& user, qint64 seconds, qint64 logout = -1) {
     state.user.clientId = "encrypted";
     state.user.userId = state.user.userName = user;
     state.user.loginDate = at(seconds);
-    state.products += product("token of " + user.toUtf8());
+    const QByteArray token = "token of " + user.toUtf8() + ' ' + QByteArray::number(seconds);
+    state.products = {product(token), product(token, {}, QStringLiteral("another"))};
     return state;
 }
 
@@ -103,6 +104,9 @@ private slots:
         row("another user later", saved(ada), signIn("bob", 101), LoginVerdict::Replaced, "bob 101", "bob 101");
         row("another user in the same second", saved(ada), signIn("bob", 100), LoginVerdict::Replaced, "bob 100", "bob 100");
         row("another user earlier", unsaved(ada), signIn("bob", 99), LoginVerdict::Older, "ada 100", "ada 100");
+        HeldLogin other = unsaved(signIn("ada", 101));
+        other.state.products.removeLast();
+        row("the same user earlier", other, ada, LoginVerdict::Older, "ada 101", "ada 101");
         row("another user, nobody knows when", saved(ada), signIn("bob", -1), LoginVerdict::Older, "ada 100", "ada 100");
         row("the same user again", saved(ada), signIn("ada", 101), LoginVerdict::Renewed, "ada 101", "ada 101");
         row("out, and the same user again", saved(ada), signIn("ada", 102, 101), LoginVerdict::Replaced, "ada 102", "ada 102");
@@ -111,6 +115,7 @@ private slots:
         row("ended here, a later one in the file", ended(ada), signIn("bob", 101), LoginVerdict::NoUser, "bob 101", "bob 101");
         HeldLogin again = unsaved(signIn("ada", 100));
         again.isNewSignIn = true;
+        again.state.products = {product("token of ada 901")};
         row("a new sign-in after one of a clock ahead", again, signIn("bob", 900), LoginVerdict::Older, "ada 901", "ada 901");
         row("a new sign-in after a sign-out of a clock ahead", again, signedOut(900), LoginVerdict::Missing, "ada 901",
             "ada 901");
@@ -123,10 +128,10 @@ private slots:
         QTEST(static_cast<int>(merged.verdict), "verdict");
         QTEST(userOf(merged.memory), "memory");
         QTEST(userOf(merged.file), "inFile");
-        // Nobody's tokens stand under another's name.
+        // No token stands under another sign-in: when the server ended that one, the token would end this one too.
         for (const LoginState& side : {merged.memory, merged.file}) {
             for (const StoredProduct& stored : side.products)
-                QVERIFY(!side.hasSignIn || stored.tokens.accessToken == "token of " + side.user.userId.toUtf8());
+                QVERIFY(!side.hasSignIn || stored.tokens.accessToken == "token of " + userOf(side).toUtf8());
         }
         // A sign-out is never dated back, nor ahead of a sign-in that stays.
         QVERIFY(!merged.file.hasSignIn || !(merged.file.logoutDate > merged.file.user.loginDate));

@@ -87,7 +87,7 @@ private:
         if (m_service.m_process.isKilled || isLost("lost request"))
             return fail();
         if (m_service.m_world.nowUs() < line.downUntilUs) {
-            m_service.m_faults++;
+            m_service.countOutage(Ledger::signInOf(oauthParameters(request).value("oauth_session_handle")));
             return after(travelMs(), [this] { finish({503, {}, {}, 0}); });
         }
         const Ledger::Answer answer = line.ledger.answer(request.url().path(), oauthParameters(request));
@@ -105,6 +105,8 @@ private:
     }
     void finish(const Ledger::Answer& answer) {
         m_isUnderWay = false;
+        if (answer.token > 0)
+            m_service.m_outages.clear();
         // The function may send the next request, or destroy this object.
         const Finished finished = m_finished;
         finished(outcomeOf(answer));
@@ -118,6 +120,17 @@ private:
     qint64 m_sentUs = 0;
     int m_timeoutMs = 0;
 };
+
+// The library counts an outage once a minute, less a tenth, and gives up after the fifth.
+void AccountService::countOutage(int signIn) {
+    m_faults++;
+    Outage& outage = m_outages[signIn];
+    if (outage.count > 0 && m_world.nowUs() - outage.lastUs < 54000000)
+        return;
+    outage = {outage.count + 1, m_world.nowUs()};
+    if (outage.count >= 5)
+        m_line.exhausted.insert(signIn);
+}
 
 std::unique_ptr<IExchange> AccountService::makeExchange(IExchange::Finished finished, QObject* parent) {
     return std::make_unique<SimExchange>(*this, std::move(finished), parent);

@@ -3,6 +3,8 @@
 #include "Network/INetwork.h"
 #include "simulation/Library/Ledger.h"
 
+#include <set>
+
 namespace Velquor::Simulation {
 
 /// The way to the account server, the same for all processes. Thread: the director or the running actor. Owner: the run, for
@@ -16,6 +18,7 @@ struct ServiceLine {
     qint64 downUntilUs = 0;               ///< Until then the server answers 503.
     std::map<int, const Process*> askers; ///< By the token that was given out: who asked for it.
     int lostAnswers = 0;
+    std::set<int> exhausted; ///< Sign-ins that a process may end, since the server was down for all its tries.
 };
 
 /// The network of one process. A request is three steps: it arrives, the server acts, the answer comes back. A killed process
@@ -40,11 +43,18 @@ public:
 
 private:
     friend class SimExchange;
+    struct Outage {
+        int count = 0;
+        qint64 lastUs = 0;
+    };
+
+    void countOutage(int signIn);
 
     World& m_world;
     ServiceLine& m_line;
     const Process& m_process;
     int m_faults = 0;
+    std::map<int, Outage> m_outages; ///< By the sign-in. Since the last token came.
 };
 
 } // namespace Velquor::Simulation

@@ -92,8 +92,7 @@ void Household::doHarm() {
     if (happens(m_harm.fileUnreadable, "file unreadable"))
         m_machine.disk.unreadableUntilUs = m_world.nowUs() + drawSpanUs();
     if (happens(m_harm.serverDown, "down"))
-        // Five failures in a row end a sign-in, so the server is down for less than that.
-        m_machine.line.downUntilUs = m_world.nowUs() + std::min<qint64>(drawSpanUs(), 90000000);
+        m_machine.line.downUntilUs = m_world.nowUs() + drawSpanUs();
     if (happens(m_harm.serverEnds, "server ends")) {
         for (const auto& signIn : m_machine.line.ledger.signIns())
             m_machine.line.ledger.end(signIn.first);
@@ -135,6 +134,7 @@ void Household::count(Marks& marks) const {
     marks["a file that cannot be read"] += m_machine.disk.failedReads;
     marks["a lost event"] += m_machine.wire.lostCount();
     marks["a lost answer"] += m_machine.line.lostAnswers;
+    marks["an outage that ends a sign-in"] += int(m_machine.line.exhausted.size());
     marks["a sign-in"] += int(m_machine.takenUp.size());
     marks["a sign-out"] += int(m_machine.leftByUser.size());
 }

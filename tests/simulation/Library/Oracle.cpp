@@ -52,7 +52,7 @@ bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
 bool Oracle::mayEnd(int number) const {
     const bool isUnwritten = m_everInFile.count(number) == 0 && m_machine.lastSignOutUs >= 0;
     return isUnwritten || !m_machine.line.ledger.isGood(number) || m_machine.leftByUser.count(number) > 0
-           || isSuperseded(*m_machine.line.ledger.find(number));
+           || m_machine.line.exhausted.count(number) > 0 || isSuperseded(*m_machine.line.ledger.find(number));
 }
 
 QString Oracle::check() {
@@ -146,7 +146,11 @@ QString Oracle::checkAgreed(const SimProcess& process) const {
             .arg(m_file.signIn);
     if (shown == 0)
         return {};
-    if (!m_machine.line.ledger.isGood(shown))
+    const bool isGood = m_machine.line.ledger.isGood(shown);
+    // Whose automatic sign-in the server has refused has no token, and says so. It ends no other product's sign-in.
+    if (!isGood && process.token() == 0)
+        return {};
+    if (!isGood)
         return QStringLiteral("R8: what the server has ended is still shown: %1 in s%2").arg(nameOf(process)).arg(shown);
     const auto inFile = m_file.tokens.find(process.productKey());
     if (inFile == m_file.tokens.end() || process.token() != inFile->second)

@@ -215,8 +215,7 @@ bool SignInFlow::storeSignIn(ProductLoginSession& product, const PendingSignIn& 
         state.loginCookies = keptCookies(*cookies);
     const bool isOtherUser = m_state->basic().hasUser() && m_state->basic().user() != state.user();
     m_state.setBasic(state);
-    if (isOtherUser)
-        forgetOtherUser();
+    forgetEarlierSignIn(isOtherUser);
     product.setTokens(*tokens);
     m_state.removePendingSignIn(product.productKey());
     m_logger.information(QStringLiteral("Completed login successfully"));
@@ -248,12 +247,14 @@ QByteArray SignInFlow::keptCookies(const NetworkCookieJar& cookies) const {
     return {};
 }
 
-// The new user is set by now. A cache that asks again at once asks for that user, or finds no token yet.
-void SignInFlow::forgetOtherUser() {
+// The new user is set by now. A cache that asks again at once asks for that user, or finds no token yet. The products obtain new
+// tokens with the new sign-in, also those of the same user: a server ends the earlier ones with their sign-in.
+void SignInFlow::forgetEarlierSignIn(bool isOtherUser) {
     const QVector<ProductSessionPointer> sessions = m_state.products().all();
     for (const ProductSessionPointer& session : sessions) {
         session->Clear();
-        if (TokenOperations* const operations = session->operations())
+        TokenOperations* const operations = session->operations();
+        if (isOtherUser && operations)
             operations->caches().invalidateAll();
     }
 }

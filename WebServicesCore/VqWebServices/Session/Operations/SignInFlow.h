@@ -52,7 +52,7 @@ private:
                                    const QMap<QString, QByteArray>& reply, const NetworkCookieJar* cookies);
     [[nodiscard]] BasicLoginState makeState(const QMap<QString, QByteArray>& reply, const QDateTime& now) const;
     [[nodiscard]] QByteArray keptCookies(const NetworkCookieJar& cookies) const;
-    void forgetOtherUser();
+    void forgetEarlierSignIn(bool isOtherUser);
     [[nodiscard]] SigningKeys requestTokenKeys(const PendingSignIn& pending, const WebServicesConfiguration& configuration) const;
 
     LockedState& m_state;

@@ -308,10 +308,9 @@ void LoginStateDocument::writeSettings(const LoginState& state) {
 
 void LoginStateDocument::writeSignIn(const LoginState& state) {
     XmlElement& login = m_text.root().childOrNew(loginName);
-    const BasicLoginState inFile = readUser(login);
-    const bool isOtherUser = !inFile.user().isEmpty() && inFile.user() != state.user.user();
-    if (isOtherUser || number(login, serverAttribute).value_or(state.signInServer) != state.signInServer)
-        // Tokens of one user must never be written under the name of another.
+    const bool isOtherServer = number(login, serverAttribute).value_or(state.signInServer) != state.signInServer;
+    if (isOtherServer || !readUser(login).isSameSignIn(state.user))
+        // Tokens of one sign-in must never be written into another.
         login = XmlElement(loginName);
     login.setAttribute(serverAttribute, QString::number(state.signInServer));
     if (!(readUser(login) == state.user))

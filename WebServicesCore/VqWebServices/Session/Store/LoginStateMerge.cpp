@@ -66,12 +66,12 @@ void putToken(QVector<OAuth2TokenData>& tokens, const OAuth2TokenData& token) {
     tokens += token;
 }
 
+// Two states of one sign-in. Tokens of another one are of no use: the server ends them with it.
 class ProductMerge {
 public:
-    ProductMerge(const HeldLogin& held, const LoginState& file, bool isSameSignIn)
+    ProductMerge(const HeldLogin& held, const LoginState& file)
         : m_held(held)
-        , m_file(file)
-        , m_isSameSignIn(isSameSignIn) {}
+        , m_file(file) {}
 
     [[nodiscard]] QVector<StoredProduct> merge() const {
         LoginState merged;
@@ -90,13 +90,9 @@ private:
     [[nodiscard]] StoredProduct mergeProduct(const StoredProduct& held, const StoredProduct& file) const {
         const StoredProduct* const seen = m_held.seen.product(held.productKey);
         const Token token{tokenOf(&held), tokenOf(seen), file.tokens.accessToken};
-        const bool isOwnSignIn = !m_isSameSignIn && token.held != token.seen;
         const bool isFresh = held.productKey == m_held.freshProduct && !m_held.freshOAuth2;
-        const bool isHeld = held.tokens.areComplete() && isHeldNewer(token, isFresh || isOwnSignIn);
-        StoredProduct merged = isHeld ? held : file;
-        // Tokens of an earlier sign-in of the user are of no use with the new one.
-        if (m_isSameSignIn || !isHeld)
-            merged.oauth2Tokens = mergeOAuth2(held, seen, file);
+        StoredProduct merged = held.tokens.areComplete() && isHeldNewer(token, isFresh) ? held : file;
+        merged.oauth2Tokens = mergeOAuth2(held, seen, file);
         return merged;
     }
 
@@ -114,7 +110,6 @@ private:
 
     const HeldLogin& m_held;
     const LoginState& m_file;
-    const bool m_isSameSignIn;
 };
 
 // Takes a value from memory when it was changed here. When it was changed on both sides, the one that was just obtained counts,
@@ -173,7 +168,7 @@ void mergeMemory(MergedLogin& merged, const HeldLogin& held, const LoginState& f
         if (merged.isGone())
             own.state.products.clear();
         memory.user = merged.verdict == LoginVerdict::Same ? mergeUser(held, file) : file.user;
-        memory.products = ProductMerge(own, file, true).merge();
+        memory.products = ProductMerge(own, file).merge();
     } else if (isFree) {
         memory.user = {};
         memory.products.clear();
@@ -197,14 +192,6 @@ void noteAgreed(LoginState& seen, const StoredProduct* held, const StoredProduct
     }
 }
 
-// Another user's tokens, and those of another server, go with their sign-in.
-LoginState withoutOthers(const HeldLogin& held, LoginState file) {
-    const bool isOtherUser = !file.user.user().isEmpty() && file.user.user() != held.state.user.user();
-    if (isOtherUser || (file.hasSignIn && file.signInServer != held.state.currentServer))
-        file.products.clear();
-    return file;
-}
-
 void mergeFile(MergedLogin& merged, const HeldLogin& held, const LoginState& file) {
     LoginState& after = merged.file;
     after = file;
@@ -212,9 +199,9 @@ void mergeFile(MergedLogin& merged, const HeldLogin& held, const LoginState& fil
         after.currentServer = held.state.currentServer;
     after.logoutDate = laterOf(file.logoutDate, held.state.logoutDate);
     if (held.isLoggedIn && !merged.isGone()) {
-        const bool isSame = merged.verdict == LoginVerdict::Same;
+        const bool isSame = merged.verdict == LoginVerdict::Same && file.signInServer == held.state.currentServer;
         after.user = isSame ? mergeUser(held, file) : held.state.user;
-        after.products = ProductMerge(held, withoutOthers(held, file), isSame).merge();
+        after.products = isSame ? ProductMerge(held, file).merge() : held.state.products;
         after.signInServer = held.state.currentServer.value_or(-1);
         after.hasSignIn = true;
     } else if (!held.isLoggedIn) {
