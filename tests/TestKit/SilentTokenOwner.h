@@ -25,7 +25,9 @@ public:
     [[nodiscard]] bool isLogoutPending() const override { return false; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return {}; }
     [[nodiscard]] QString signInId() const override { return isLoggedIn() ? user() : QString(); }
-    [[nodiscard]] bool catchUpWithFile(const QString&) override { return true; }
+    [[nodiscard]] WebServices::Internal::FileLook catchUpWithFile(const QString&) override {
+        return WebServices::Internal::FileLook::Read;
+    }
     [[nodiscard]] WebServices::Internal::StoreResult store(const WebServices::Internal::ProductTokens&, const QDateTime&,
                                                            const QString&) override {
         return WebServices::Internal::StoreResult::Stored;

@@ -55,12 +55,12 @@ public:
     [[nodiscard]] QString signInId() const override { return loggedIn ? user() + QString::number(signIns) : QString(); }
     [[nodiscard]] bool isOAuth2Enabled() const override { return oauth2Enabled; }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return clock.addDays(14); }
-    [[nodiscard]] bool catchUpWithFile(const QString& signInId) override {
+    [[nodiscard]] WebServices::Internal::FileLook catchUpWithFile(const QString& signInId) override {
         if (onCatchUp)
             onCatchUp();
         if (m_looksToNews > 0 && --m_looksToNews == 0)
             held = m_fileTokens;
-        return loggedIn && signInId == this->signInId();
+        return loggedIn && signInId == this->signInId() ? look : WebServices::Internal::FileLook::SignInGone;
     }
     [[nodiscard]] WebServices::Internal::StoreResult store(const WebServices::Internal::ProductTokens& tokens, const QDateTime&,
                                                            const QString&) override {
@@ -86,6 +86,7 @@ public:
     std::function<void()> onCatchUp; ///< What other processes do to the file before each look at it.
     QDateTime clock{QDate(2030, 5, 1), QTime(12, 0), Qt::UTC};
     WebServices::Internal::ProductTokens held;
+    WebServices::Internal::FileLook look = WebServices::Internal::FileLook::Read; ///< While the sign-in stands.
     WebServices::Internal::StoreResult storeResult = WebServices::Internal::StoreResult::Stored;
     QVector<WebServicesPrivateCore::WebServicesEvent> raised;
     bool loggedIn = true;

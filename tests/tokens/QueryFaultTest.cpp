@@ -94,6 +94,19 @@ private slots:
         QCOMPARE(m_owner->raised.contains(Event::TokenAvailable), !byThisProduct);
     }
 
+    // It may hold the token of another process, which a query would invalidate.
+    void aQueryWaitsUntilTheFileCanBeRead() {
+        play(TestKit::goodTokenReply());
+        m_owner->look = FileLook::Unread;
+        query();
+        QCOMPARE(requests(), 0);
+        QCOMPARE(interval(), 5 * second);
+        m_owner->look = FileLook::Read;
+        fire(*m_fetcher);
+        waitForEnd(*m_fetcher);
+        QCOMPARE(heldToken(), QStringLiteral("new-token"));
+    }
+
     // The timer of a failed query fires after the user has signed in here.
     void aTimerOfAnEarlierSignInDoesNothing() {
         play(answer("503 Service Unavailable", ""));

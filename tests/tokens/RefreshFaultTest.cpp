@@ -164,6 +164,27 @@ private slots:
         QCOMPARE(interval(), 2 * second);
     }
 
+    // A file that cannot be read may hold a newer token, so the refusal of this one ends nothing until it is read.
+    void aFileThatCannotBeReadEndsNothing_data() {
+        const TestKit::Columns<int> row("tries");
+        row("a refusal", 1);
+        row("five failures", 5);
+    }
+
+    void aFileThatCannotBeReadEndsNothing() {
+        QFETCH(int, tries);
+        play(tries == 1 ? TestKit::problemReply("400 Bad Request", "token_rejected") : answer("503 Service Unavailable", ""));
+        m_owner->look = FileLook::Unread;
+        for (int attempt = 0; attempt < tries; ++attempt)
+            passTime();
+        QCOMPARE(m_owner->forcedLogouts, 0);
+        QCOMPARE(interval(), minute);
+        play(TestKit::goodTokenReply());
+        m_owner->look = FileLook::Read;
+        passTime();
+        QCOMPARE(heldToken(), QStringLiteral("new-token"));
+    }
+
     // A host's code may hold the login state for long; the sign-in continues.
     void tokensThatCannotBeStoredYetAreStoredLater() {
         play(TestKit::goodTokenReply());

@@ -22,6 +22,13 @@ enum class StoreResult {
     Busy,       ///< Nothing is stored: another operation holds the login state for too long. The sign-in continues.
 };
 
+/// The result of a look at the login state file.
+enum class FileLook {
+    Read,       ///< Memory holds what the file holds.
+    Unread,     ///< The file cannot be read now, or another operation is under way: it may hold other tokens.
+    SignInGone, ///< This sign-in is over, here or in the file.
+};
+
 /// Another product that is signed in on the same server, whose session can sign this one in.
 struct OtherLogin {
     QString productName;
@@ -62,8 +69,8 @@ public:
     [[nodiscard]] virtual QString signInId() const = 0;
 
     /// Reads the login state file before a request: another process may have renewed the tokens, and newer ones in the file
-    /// replace the product's. False when this sign-in is over, here or in the file.
-    [[nodiscard]] virtual bool catchUpWithFile(const QString& signInId) = 0;
+    /// replace the product's.
+    [[nodiscard]] virtual FileLook catchUpWithFile(const QString& signInId) = 0;
 
     /// Stores new tokens of this sign-in in memory and in the file. An invalid session expiry leaves the known one.
     [[nodiscard]] virtual StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,

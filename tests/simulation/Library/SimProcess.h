@@ -44,6 +44,7 @@ private:
     void end();
     void later(int spanMs, std::function<void()> act);
     void heard();
+    void told(int signIn);
     void setPending(bool isPending);
 
     Machine& m_machine;
@@ -58,8 +59,9 @@ private:
     TestKit::RecordingObserver<> m_observer;
     std::vector<int> m_told;
     QString m_broken;
-    bool m_isBusy = false;    ///< In an act, which may let others in.
-    bool m_isPending = false; ///< A sign-in waits for the browser.
+    bool m_isBusy = false;      ///< In an act, which may let others in.
+    bool m_wasRestored = false; ///< By the event before.
+    bool m_isPending = false;   ///< A sign-in waits for the browser.
     bool m_isEnded = false;
 };
 

@@ -62,16 +62,19 @@ QString TokenOwner::user() const {
     return m_state.basic().user();
 }
 
-bool TokenOwner::catchUpWithFile(const QString& signInId) {
+FileLook TokenOwner::catchUpWithFile(const QString& signInId) {
     // A single call may take the whole time, so the time is measured from here.
     const Util::SteadyTimer timer(services().steadyClock);
-    while (!m_state.events().followFile(lockSliceMs)
-           && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
+    bool isRead = m_state.events().followFile(lockSliceMs);
+    while (!isRead && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         if (m_stopping)
-            return false;
+            return FileLook::SignInGone;
         services().threads->pause(pauseMs);
+        isRead = m_state.events().followFile(lockSliceMs);
     }
-    return !signInId.isEmpty() && this->signInId() == signInId;
+    if (signInId.isEmpty() || this->signInId() != signInId)
+        return FileLook::SignInGone;
+    return isRead ? FileLook::Read : FileLook::Unread;
 }
 
 std::unique_ptr<LockedState> TokenOwner::lockState() {

@@ -29,7 +29,7 @@ public:
     [[nodiscard]] bool isLogoutPending() const override { return m_state.isLogoutPending(); }
     [[nodiscard]] QDateTime sessionExpiryDate() const override { return m_state.basic().sessionExpiryDate; }
     [[nodiscard]] QString signInId() const override { return m_state.signInId(); }
-    [[nodiscard]] bool catchUpWithFile(const QString& signInId) override;
+    [[nodiscard]] FileLook catchUpWithFile(const QString& signInId) override;
     [[nodiscard]] StoreResult store(const ProductTokens& tokens, const QDateTime& sessionExpiry,
                                     const QString& signInId) override;
     [[nodiscard]] bool isOAuth2Enabled() const override;

@@ -135,7 +135,7 @@ void OAuth2TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 
 void OAuth2TokenFetcher::failed(const ExchangeOutcome& outcome) {
     // Another process may have signed the user out, or renewed the OAuth 1.0 token, which invalidates the one that was sent.
-    if (!owner().catchUpWithFile(signInId()))
+    if (owner().catchUpWithFile(signInId()) == FileLook::SignInGone)
         return ignoreResult();
     if (owner().tokens().areOthersThan(m_sentTokens) && !std::exchange(m_resent, true)) {
         if (!request())

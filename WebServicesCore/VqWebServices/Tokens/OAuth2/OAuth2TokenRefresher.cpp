@@ -100,7 +100,7 @@ void OAuth2TokenRefresher::refresh() {
 
 void OAuth2TokenRefresher::request() {
     // With the lock held: what another process has stored before it released the lock is in the file now.
-    if (!owner().catchUpWithFile(signInId()))
+    if (owner().catchUpWithFile(signInId()) == FileLook::SignInGone)
         return signInGone();
     const bool isValid = m_slot.token().isValid(now());
     const bool isRenewed = isValid && isAnotherToken();

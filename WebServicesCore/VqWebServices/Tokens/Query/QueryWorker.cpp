@@ -1,5 +1,7 @@
 #include "Tokens/Query/QueryWorker.h"
 
+#include "VqUtil/General/HumanText.h"
+
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -128,6 +130,8 @@ void QueryWorker::query() {
     // With the lock held: what another process has stored before it released the lock is in the file now.
     if (takeFromFile())
         return finish(1);
+    if (m_look == FileLook::Unread)
+        return retryWhenRead();
     m_signInId = owner().signInId();
     if (hasJustFailedElsewhere())
         return leaveRetryToOther();
@@ -144,12 +148,13 @@ void QueryWorker::query() {
 // True when another process has stored a token, so that no query is needed.
 bool QueryWorker::takeFromFile() {
     // Another thread may have read the file before.
-    return (!usableToken().isEmpty() || owner().catchUpWithFile(owner().signInId())) && announce();
+    m_look = usableToken().isEmpty() ? owner().catchUpWithFile(owner().signInId()) : FileLook::Read;
+    return m_look != FileLook::SignInGone && announce();
 }
 
 void QueryWorker::acquiredElsewhere() {
     // A query in progress finds the token itself.
-    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()))
+    if (!run().isBusy() && owner().catchUpWithFile(owner().signInId()) != FileLook::SignInGone)
         (void)announce();
 }
 
@@ -165,7 +170,7 @@ bool QueryWorker::announce() {
 
 void QueryWorker::ignoreResult() {
     m_steps->resultIgnored();
-    if (owner().catchUpWithFile(m_signInId) || !owner().isLoggedIn())
+    if (owner().catchUpWithFile(m_signInId) != FileLook::SignInGone || !owner().isLoggedIn())
         return finish(0);
     // The later sign-in has found this query in progress, and started none of its own.
     m_signInId = owner().signInId();
@@ -202,6 +207,14 @@ void QueryWorker::leaveRetryToOther() {
     log().information(QStringLiteral("Skipping query in this process"));
     if (mayRetry())
         startQueryTimer();
+    finish(0);
+}
+
+// The file may hold a token of another process, which a query would invalidate.
+void QueryWorker::retryWhenRead() {
+    log().warning(QStringLiteral("The login state file cannot be read. Will retry token query after %1")
+                      .arg(Util::timeSpanText(m_retries.intervalMs)));
+    startQueryTimer();
     finish(0);
 }
 

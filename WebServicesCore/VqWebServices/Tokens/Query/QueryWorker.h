@@ -102,6 +102,7 @@ private:
     void noteFailures(int count);
     [[nodiscard]] bool hasJustFailedElsewhere();
     void leaveRetryToOther();
+    void retryWhenRead();
     void setElsewhere(bool elsewhere);
     void setHere(bool here);
 
@@ -115,7 +116,8 @@ private:
     bool m_claimed = false; ///< The lock between the processes is held and the flag set here.
     bool m_here = false;    ///< A request of this process is in progress.
     bool m_taken = false;
-    bool m_isRetry = false; ///< Of this or of another process, not the first try.
+    FileLook m_look = FileLook::Read; ///< The last one.
+    bool m_isRetry = false;           ///< Of this or of another process, not the first try.
     QString m_signInId;
     QByteArray m_announced; ///< The encrypted token that the observers were last notified of.
     std::atomic<bool> m_elsewhere{false};

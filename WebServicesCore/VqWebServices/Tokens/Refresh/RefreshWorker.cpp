@@ -194,15 +194,24 @@ void RefreshWorker::timerFired() {
 }
 
 bool RefreshWorker::isSettledElsewhere() {
-    const bool isSignInGone = !owner().catchUpWithFile(m_signInId);
+    const FileLook look = owner().catchUpWithFile(m_signInId);
     // Renewing invalidated our token. Expiry dates do not show which is newer: a clock may have been corrected.
-    if (isSignInGone)
+    if (look == FileLook::SignInGone)
         signInGone();
     else if (isAnotherToken())
         takeFromFile();
+    else if (look == FileLook::Unread)
+        retryWhenRead();
     else
         return false;
     return true;
+}
+
+// The file may hold a newer token, so the refusal of this one ends nothing.
+void RefreshWorker::retryWhenRead() {
+    log().warning(QStringLiteral("The login state file cannot be read. Will retry token refresh after %1")
+                      .arg(Util::timeSpanText(networkRetryMs)));
+    finishAndRetry(networkRetryMs);
 }
 
 void RefreshWorker::giveUp(const QString& text) {

@@ -95,7 +95,7 @@ protected:
     void finishForSignInGone(const QString& text);
 
     /// Reads the file before the user is signed out. True when that has ended the run: another process has renewed the token or
-    /// ended the sign-in.
+    /// ended the sign-in, or the file cannot be read now and the run is repeated.
     [[nodiscard]] bool isSettledElsewhere();
     /// Ends the run and the sign-in, which cannot be used any more.
     void giveUp(const QString& text);
@@ -112,6 +112,8 @@ protected:
     [[nodiscard]] bool isOnlyForExpired() const { return m_onlyForExpired; }
 
 private:
+    void retryWhenRead();
+
     std::atomic<quintptr> m_threadId{0}; ///< The system's id of this object's thread, for the log; 0 until it runs.
     void timerFired() final;
     void doRefresh(bool synchronous);

@@ -61,7 +61,7 @@ void TokenRefresher::refresh() {
 
 void TokenRefresher::request() {
     // With the lock held: what another process has stored before it released the lock is in the file now.
-    if (!owner().catchUpWithFile(signInId()))
+    if (owner().catchUpWithFile(signInId()) == FileLook::SignInGone)
         return signInGone();
     if (isAnotherToken() && !owner().tokens().areExpired(now()))
         return takeFromFile();
@@ -181,7 +181,6 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
         return countFailure(isClock);
     // Only this refusal is a verdict on the token. Other errors may come from the framework repeating a request without an
     // answer.
-    m_pending->clear();
     if (isSettledElsewhere())
         return;
     if (std::exchange(m_mayBeSpent, false)) {
@@ -189,6 +188,7 @@ void TokenRefresher::handleRefusal(const ExchangeOutcome& outcome) {
             "The token may have been spent by a refresh whose answer was lost. Asking for a new one with the session handle alone."));
         return sendRequest(false);
     }
+    m_pending->clear();
     giveUp(QStringLiteral(
         "Current token is invalid and cannot be refreshed anymore. Logging out (asynchronously) to force a re-login."));
 }
