@@ -77,7 +77,7 @@ LoginStateStore::Result StateProcess::saveSignIn() {
 
 bool StateProcess::endSignIn() {
     LockedState state(core);
-    return LoginStateStore(state).endSignIn(core.basic());
+    return LoginStateStore(state).endSignIn(core.basic(), LoginStateStore::EndedBy::User);
 }
 
 QByteArray StateProcess::token(const QString& consumerKey) {

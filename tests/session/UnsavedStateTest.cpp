@@ -79,6 +79,35 @@ private slots:
         QVERIFY(process.core.isLoggedIn());
     }
 
+    void aSignInThatIsNotWrittenYetEndsWithTheUsersSignOutAlone_data() {
+        const TestKit::Columns<bool> row("byServer");
+        row("the user signs out", false);
+        row("the server ends the earlier sign-in", true);
+    }
+
+    // Another process signs out of the sign-in that the file still holds.
+    void aSignInThatIsNotWrittenYetEndsWithTheUsersSignOutAlone() {
+        QFETCH(bool, byServer);
+        Process first(*m_fixture);
+        first.restoreAndSignIn();
+        Process second(*m_fixture);
+        second.restore();
+        const auto waitForNextSecond = [](const Process& process) {
+            QTRY_VERIFY(QDateTime::currentDateTimeUtc() > process.core.basic().loginDate.addSecs(1));
+        };
+        waitForNextSecond(first);
+        second.signIn("ada");
+        {
+            const TestKit::BlockedFile blocked(m_fixture->file());
+            QCOMPARE(second.saveSignIn(), LoginStateStore::Result::Failed);
+        }
+        waitForNextSecond(second);
+        using EndedBy = SignOutFlow::EndedBy;
+        QVERIFY(SignOutFlow(first.core).complete({}, {}, byServer ? EndedBy::Others : EndedBy::User));
+        second.lookAtFile();
+        QCOMPARE(second.core.isLoggedIn(), byServer);
+    }
+
     void aSlowSignOutEndsNoLaterSignIn_data() {
         const TestKit::Columns<QString> row("later");
         row("nobody", "");

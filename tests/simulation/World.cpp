@@ -135,7 +135,8 @@ QString World::step(qint64 untilUs) {
             return broken;
         const qint64 next = nextDeadlineUs(nullptr);
         m_isQuiet = next > untilUs;
-        m_nowUs = std::min(next, untilUs);
+        // A late step may have passed the end of the span.
+        m_nowUs = std::max(m_nowUs, std::min(next, untilUs));
         if (m_isQuiet)
             return {};
         actors = runnable(nullptr);
@@ -159,7 +160,15 @@ void World::passSomeTime() {
     if (span < int(std::size(spansUs)))
         m_nowUs += spansUs[span];
     else if (next != never)
-        m_nowUs = std::max(m_nowUs, next);
+        fallAsleep(next);
+}
+
+/// The machine sleeps, which prolongs no wait by a fault of the code.
+void World::fallAsleep(qint64 untilUs) {
+    const qint64 spanUs = std::max<qint64>(0, untilUs - m_nowUs);
+    for (Actor* const actor : present(nullptr))
+        actor->waitsSinceUs += spanUs;
+    m_nowUs += spanUs;
 }
 
 QString World::runActor(Actor& actor) {

@@ -108,6 +108,7 @@ private:
     [[nodiscard]] QString step(qint64 untilUs);
     [[nodiscard]] QString runActor(Actor& actor);
     void passSomeTime();
+    void fallAsleep(qint64 untilUs);
     [[nodiscard]] bool canGoOn(const Actor& actor) const;
     [[nodiscard]] std::vector<Actor*> runnable(const Process* process) const;
     [[nodiscard]] std::vector<Actor*> present(const Process* process) const;

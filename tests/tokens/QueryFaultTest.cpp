@@ -107,6 +107,14 @@ private slots:
         QCOMPARE(heldToken(), QStringLiteral("new-token"));
     }
 
+    // Another process does not find it, and obtains a token that makes this one invalid.
+    void aTokenThatIsNotInTheFileIsMarked() {
+        play(TestKit::goodTokenReply());
+        m_owner->storeResult = StoreResult::Unwritten;
+        query();
+        QVERIFY(m_owner->services().claims->makePendingRefresh("digest", m_fixture->folder.path())->isSet());
+    }
+
     // The timer of a failed query fires after the user has signed in here.
     void aTimerOfAnEarlierSignInDoesNothing() {
         play(answer("503 Service Unavailable", ""));

@@ -6,8 +6,8 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Remembers that a refresh was sent and its answer has not arrived, also when the process dies. Thread: any, under the lock of
-/// the refresh.
+/// Remembers that the server may have made the present token invalid, also when the process dies: the answer to a refresh has not
+/// arrived, or its token could not be written. Thread: any, under the lock of the refresh or of the query.
 class IPendingRefresh {
 public:
     virtual ~IPendingRefresh() = default;

@@ -48,17 +48,20 @@ bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
     });
 }
 
-// A sign-in that could not be written yet does not outlive a later sign-out in another process, which cannot know it.
+// A sign-in that could not be written yet does not outlive the user's later sign-out in another process, which cannot know it.
 bool Oracle::mayEnd(int number) const {
-    const bool isUnwritten = m_everInFile.count(number) == 0 && m_machine.lastSignOutUs >= 0;
+    const Ledger::SignIn* const signIn = m_machine.line.ledger.find(number);
+    const bool isUnwritten = m_everInFile.count(number) == 0 && m_machine.lastSignOutUs >= signIn->exchangedUs;
     return isUnwritten || !m_machine.line.ledger.isGood(number) || m_machine.leftByUser.count(number) > 0
-           || m_machine.line.exhausted.count(number) > 0 || isSuperseded(*m_machine.line.ledger.find(number));
+           || m_machine.line.exhausted.count(number) > 0 || isSuperseded(*signIn);
 }
 
 QString Oracle::check() {
     readFile();
-    for (const SimProcess* const process : m_processes)
+    for (const SimProcess* const process : m_processes) {
         m_used.insert({process->shownSignIn(), m_machine.world.nowUs()});
+        m_taken.insert(process->token());
+    }
     for (const SimProcess* const process : m_processes) {
         if (!process->isAlive())
             continue;
@@ -92,7 +95,8 @@ bool Oracle::isHeld(int signIn, const QString& key, int token) const {
         return true;
     const auto asker = m_machine.line.askers.find(token);
     return std::any_of(m_processes.begin(), m_processes.end(), [&](const SimProcess* process) {
-        const bool isAsker = asker != m_machine.line.askers.end() && asker->second == &process->process();
+        const bool isAsker =
+            asker != m_machine.line.askers.end() && asker->second == &process->process() && m_taken.count(token) == 0;
         return process->isAlive() && (isAsker || (process->productKey() == key && process->token() == token));
     });
 }
@@ -152,6 +156,9 @@ QString Oracle::checkAgreed(const SimProcess& process) const {
         return {};
     if (!isGood)
         return QStringLiteral("R8: what the server has ended is still shown: %1 in s%2").arg(nameOf(process)).arg(shown);
+    // The library has given up, and the host knows.
+    if (process.hasGivenUp())
+        return {};
     const auto inFile = m_file.tokens.find(process.productKey());
     if (inFile == m_file.tokens.end() || process.token() != inFile->second)
         return QStringLiteral("R2: a process and the file disagree on the token: %1 has t%2, the file t%3")

@@ -46,6 +46,7 @@ private:
     std::map<QString, QString> m_digests; ///< Of the product keys, which name the marks.
     std::map<const SimProcess*, Seen> m_seen;
     std::set<int> m_everInFile;
+    std::set<int> m_taken;        ///< Tokens that a process has had in memory: the answer to its request has arrived.
     std::map<int, qint64> m_used; ///< Sign-ins that a process or the file has shown, and since when.
     File m_file;
 };

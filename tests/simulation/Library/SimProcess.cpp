@@ -154,6 +154,10 @@ void SimProcess::heard() {
         m_told.push_back(0);
     else if (event == "LoggedIn" || (event == "LoginRestored" && shownSignIn() > 0))
         told(shownSignIn() > 0 ? shownSignIn() : unknownSignIn);
+    if (event == "TokenQueryFailed")
+        m_hasGivenUp = true;
+    else if (event == "LoggedIn" || event.startsWith(QLatin1String("TokenA")))
+        m_hasGivenUp = false;
     m_wasRestored = event == "LoginRestored";
 }
 

@@ -5,6 +5,8 @@
 #include "simulation/Library/Machine.h"
 #include "simulation/ProcessThreads.h"
 
+#include <VqWebServices/IWebServicesObserver2.h>
+
 namespace Velquor::Simulation {
 
 /// One process of the library from its start to its end: a login session on a main thread, and a user who does things there.
@@ -28,6 +30,8 @@ public:
     /// was over when the observer was told is unknown.
     static constexpr int unknownSignIn = -1;
     [[nodiscard]] const std::vector<int>& told() const { return m_told; }
+    /// The observer was told that the automatic sign-in of the product has failed for good.
+    [[nodiscard]] bool hasGivenUp() const { return m_hasGivenUp; }
     [[nodiscard]] const QString& broken() const { return m_broken; }
 
 private:
@@ -56,12 +60,19 @@ private:
     const std::unique_ptr<QThread> m_main;
     QObject m_host;
     std::shared_ptr<WebServices::Internal::LoginSession> m_session;
-    TestKit::RecordingObserver<> m_observer;
+    /// Records also what the automatic sign-in of a product tells.
+    class Observer : public TestKit::RecordingObserver<WebServices::IWebServicesObserver2> {
+        void TokenAcquired(const wchar_t*) override { record("TokenAcquired"); }
+        void TokenAvailable(const wchar_t*) override { record("TokenAvailable"); }
+        void TokenQueryFailed(const wchar_t*) override { record("TokenQueryFailed"); }
+    };
+    Observer m_observer;
     std::vector<int> m_told;
     QString m_broken;
     bool m_isBusy = false;      ///< In an act, which may let others in.
     bool m_wasRestored = false; ///< By the event before.
     bool m_isPending = false;   ///< A sign-in waits for the browser.
+    bool m_hasGivenUp = false;
     bool m_isEnded = false;
 };
 

@@ -54,7 +54,7 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
         ended = m_state.signInId();
         error = invalidateToken();
     }
-    const bool isCompleted = complete(clientKey, ended);
+    const bool isCompleted = complete(clientKey, ended, terms.onlySignIn.isEmpty() ? EndedBy::User : EndedBy::Others);
     m_state.endLogout();
     if (!isCompleted)
         return false;
@@ -100,7 +100,7 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
     return made;
 }
 
-bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn) {
+bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn, EndedBy who) {
     {
         NetworkStepGuard step(m_state, "CompleteLogout");
         if (!step.isEntered())
@@ -110,7 +110,7 @@ bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn) 
             m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
             return false;
         }
-        if (!forgetUser(step.state()))
+        if (!forgetUser(step.state(), who))
             return false;
     }
     // What other processes have begun for the user is of no use any more. A refresh clears its flag itself.
@@ -121,7 +121,7 @@ bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn) 
     return true;
 }
 
-bool SignOutFlow::forgetUser(LockedState& state) {
+bool SignOutFlow::forgetUser(LockedState& state, EndedBy who) {
     m_logger.information(QStringLiteral("Completing logout"));
     if (!m_state.isLoggedIn()) {
         m_logger.error(QStringLiteral("Failed to complete logout. Not logged in."));
@@ -132,7 +132,7 @@ bool SignOutFlow::forgetUser(LockedState& state) {
     state.deleteCaches();
     m_logger.information(QStringLiteral("Deleting all product login sessions since user logged out"));
     state.forgetUser();
-    if (!LoginStateStore(state).endSignIn(ended))
+    if (!LoginStateStore(state).endSignIn(ended, who))
         m_logger.error(QStringLiteral("Failed to save the sign-out to login state file %1. It will be tried again.")
                            .arg(state.file().path()));
     m_logger.information(QStringLiteral("Completed logout successfully"));

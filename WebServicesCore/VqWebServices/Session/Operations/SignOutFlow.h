@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Session/Core/LockedState.h"
+#include "Session/Store/LoginStateStore.h"
 
 #include <QNetworkReply>
 #include <VqWebServices/NetworkCookieJar.h>
@@ -21,12 +21,14 @@ struct LogoutPage {
 /// result and a log line.
 class SignOutFlow {
 public:
+    using EndedBy = LoginStateStore::EndedBy;
+
     explicit SignOutFlow(SessionState& state);
 
     /// What a sign-out without a browser depends on.
     struct Terms {
         bool isForced = false; ///< Also when the user-interface companion module is loaded.
-        QString onlySignIn;    ///< Fails when another sign-in than that of this id would be ended; empty: ends any.
+        QString onlySignIn; ///< The server ends the sign-in of this id. Fails when it is another one; empty: the user ends any.
     };
     /// The whole sign-out without a browser. `error`: what the account server answered; it stops nothing.
     bool logOut(const QString& clientKey, QNetworkReply::NetworkError& error, const Terms& terms);
@@ -36,11 +38,11 @@ public:
     std::optional<LogoutPage> initiate(const QString& clientKey);
     /// The second half: forgets the user in memory and in the file, and notifies all processes.
     /// `onlySignIn`: as in `Terms`.
-    bool complete(const QString& clientKey, const QString& onlySignIn = {});
+    bool complete(const QString& clientKey, const QString& onlySignIn = {}, EndedBy who = EndedBy::User);
 
 private:
     [[nodiscard]] std::optional<LogoutPage> makeLogoutPage(const QString& clientKey);
-    [[nodiscard]] bool forgetUser(LockedState& state);
+    [[nodiscard]] bool forgetUser(LockedState& state, EndedBy who);
     [[nodiscard]] ProductSessionPointer productWithTokens() const;
     [[nodiscard]] QNetworkReply::NetworkError invalidateToken();
     [[nodiscard]] QNetworkReply::NetworkError sendInvalidation(const ProductLoginSession& product,

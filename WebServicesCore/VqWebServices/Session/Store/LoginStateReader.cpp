@@ -181,7 +181,7 @@ void LoginStateReader::discard(const BasicLoginState& signIn) {
     m_state.deleteCaches();
     m_state.forgetUser();
     // Write it as a sign-out. Otherwise a process that still has this user would write the sign-in back.
-    if (!LoginStateStore(m_state).endSignIn(signIn))
+    if (!LoginStateStore(m_state).endSignIn(signIn, LoginStateStore::EndedBy::Others))
         m_logger.error(QStringLiteral("Failed to delete the login state in login state file %1").arg(m_state.file().path()));
 }
 

@@ -167,11 +167,13 @@ LoginStateStore::Result LoginStateStore::putOAuth2(const ProductLoginSession& pr
     return Result::Saved;
 }
 
-bool LoginStateStore::endSignIn(const BasicLoginState& ended) {
+bool LoginStateStore::endSignIn(const BasicLoginState& ended, EndedBy who) {
     const QString path = m_state.file().path();
     m_logger.information(QStringLiteral("Saving login state to file %1").arg(path));
     m_state.markEnded(ended);
-    m_state.setLogoutDate(laterOf(m_state->logoutDate(), logoutDateFor(m_state->services().now(), ended.loginDate)));
+    const bool endsAlone = who == EndedBy::Others && ended.loginDate.isValid();
+    const QDateTime date = endsAlone ? ended.loginDate : logoutDateFor(m_state->services().now(), ended.loginDate);
+    m_state.setLogoutDate(laterOf(m_state->logoutDate(), date));
     HeldLogin held = heldLogin(*m_state);
     held.isSignOut = true;
     held.isLoggedIn = false;

@@ -33,9 +33,14 @@ public:
     Result saveSignIn(const ProductLoginSession& fresh);
     /// Saves the OAuth2 tokens of one product; `fresh` was just obtained.
     Result saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh);
+    /// Who ends a sign-in.
+    enum class EndedBy {
+        User,  ///< Every sign-in before now ends with it, also one that another process could not write yet.
+        Others ///< The account server, its expiry date, or a state that cannot be used here: it ends alone.
+    };
     /// Ends this sign-in for good, after it was forgotten in memory: deletes it from the file and writes the date of the
     /// sign-out. A later sign-in of another process stays. False when the file could not be written.
-    bool endSignIn(const BasicLoginState& ended);
+    bool endSignIn(const BasicLoginState& ended, EndedBy who);
 
 private:
     using Edit = std::function<bool(LoginStateDocument& document, const MergedLogin& merged)>; ///< False: nothing to write.

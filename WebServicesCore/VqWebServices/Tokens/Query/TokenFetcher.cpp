@@ -20,7 +20,8 @@ constexpr int maximumRetries = 5;
 TokenFetcher::TokenFetcher(ITokenOwner& owner, IRequestFlags& flags, const QString& keyDigest)
     : QueryWorker(owner, flags, &Loggers::fetcher, std::make_unique<TokenQueryLog>(owner.services().loggers.fetcher),
                   {QStringLiteral("Velquor.WebServices.TokenQuery.") + keyDigest, RequestFlag::tokenQuery},
-                  {retryMs, maximumRetries}) {
+                  {retryMs, maximumRetries})
+    , m_pending(owner.services().claims->makePendingRefresh(keyDigest, owner.services().lockFolder)) {
     log().information(QStringLiteral("Constructor"));
 }
 
@@ -108,7 +109,8 @@ void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     switch (owner().store(*tokens, sessionExpiry, signInId())) {
     case StoreResult::SignInGone: return ignoreResult();
     case StoreResult::Busy: return countFailure();
-    case StoreResult::Unwritten:
+    // Another process finds no token in the file, and obtains one that makes this one invalid.
+    case StoreResult::Unwritten: m_pending->set(); [[fallthrough]];
     case StoreResult::Stored: return stored(reply.value(QStringLiteral("x_oauth_user_name")));
     }
 }

@@ -44,6 +44,8 @@ private:
     void handleFailure(const ExchangeOutcome& outcome);
     void countFailure();
     void giveUp();
+
+    const std::unique_ptr<IPendingRefresh> m_pending;
 };
 
 } // namespace Velquor::WebServices::Internal
