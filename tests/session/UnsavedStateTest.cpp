@@ -2,6 +2,7 @@
 
 #include "Session/Operations/SignOutFlow.h"
 #include "TestKit/BlockedFile.h"
+#include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/StateProcess.h"
 
@@ -172,13 +173,18 @@ private slots:
     }
 
     void aForcedRestoreAppliesASignOutElsewhere() {
-        Process first(*m_fixture);
-        first.restoreAndSignIn();
-        Process second(*m_fixture);
-        second.restore();
-        QVERIFY(SignOutFlow(second.core).complete({}));
-        first.restore();
-        QVERIFY(!first.core.isLoggedIn());
+        Process other(*m_fixture);
+        other.restoreAndSignIn();
+        const auto session = m_fixture->makeSession();
+        session->RestoreLogin(key, false);
+        QVERIFY(session->isLoggedIn(key));
+        TestKit::RecordingObserver<> observer;
+        session->observers().add(&observer);
+        QVERIFY(SignOutFlow(other.core).complete({}));
+        session->RestoreLogin(key, true);
+        QVERIFY(!session->isLoggedIn(key));
+        QCOMPARE(observer.heard, QStringList({"LoggedOut", "LoginRestored"}));
+        session->observers().remove(&observer);
     }
 
     void keepsOAuth2TokensOfUsersApart_data() {

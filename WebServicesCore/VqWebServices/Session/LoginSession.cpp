@@ -145,6 +145,7 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
 }
 
 bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
+    const QString before = m_state.isLoggedIn() ? m_state.signInId() : QString();
     {
         LockedState state(m_state);
         if (m_state.isRestored() && !force) {
@@ -164,6 +165,9 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         ProductConfigurator(state).configureAll();
         state.setRestored();
     }
+    // A sign-in that was followed before the restore, or that a forced restore has found ended.
+    if (!before.isEmpty() && m_state.signInId() != before)
+        RaiseEvent(Event::LoggedOut, QString(), false);
     RaiseEvent(Event::LoginRestored, m_state.subjectKey(clientKey), false);
     oauth2().reportToken(clientKey);
     m_logger.information(QStringLiteral("Login restored for all products"));

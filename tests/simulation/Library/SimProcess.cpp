@@ -59,6 +59,8 @@ UrlStore& urls() {
     return store;
 }
 
+// A request of a sign-out ends after a minute.
+constexpr int longestStepMs = 65000;
 constexpr int spansMs[] = {60000, 1000, 10000, 600000, 1500000};
 
 } // namespace
@@ -158,7 +160,7 @@ void SimProcess::heard() {
         m_hasGivenUp = true;
     else if (event == "LoggedIn" || event.startsWith(QLatin1String("TokenA")))
         m_hasGivenUp = false;
-    m_wasRestored = event == "LoginRestored";
+    m_wasRestored = event == "LoginRestored" || (m_wasRestored && event != "LoggedIn" && event != "LoggedOut");
 }
 
 // The restore may find a sign-in whose event is on its way to the main thread.
@@ -217,27 +219,35 @@ void SimProcess::initiateSignIn() {
     const QByteArray token = QUrlQuery(QUrl(login.url)).queryItemValue("oauth_token").toLatin1();
     setPending(true);
     later(spansMs[m_machine.world.choices().pick(4, "browser")], [this, number = Ledger::signInOf(token)] {
-        setPending(false);
-        completeSignIn(number);
-        m_isBusy = false;
+        if (m_machine.isQuiet || m_machine.world.choices().chance(10, "gives up"))
+            return endPending();
+        static const QByteArray users[] = {"ada", "ben"};
+        m_machine.line.ledger.approve(number, users[m_machine.world.choices().pick(2, "user")]);
+        completeSignIn(number, true);
     });
 }
 
-void SimProcess::completeSignIn(int number) {
-    static const QByteArray users[] = {"ada", "ben"};
-    if (m_machine.isQuiet || m_machine.world.choices().chance(10, "gives up"))
-        return;
-    m_machine.line.ledger.approve(number, users[m_machine.world.choices().pick(2, "user")]);
+void SimProcess::endPending() {
+    setPending(false);
+    m_isBusy = false;
+}
+
+void SimProcess::completeSignIn(int number, bool mayTryAgain) {
     const int faults = m_network->faults();
     m_machine.world.note("completes sign-in s" + QByteArray::number(number));
     const int code = session().CompleteLogin(m_clientKey, nullptr);
     if (m_process.isKilled)
         return;
     m_machine.world.note("CompleteLogin: " + QByteArray::number(code));
-    if (code == LoginCode::success)
-        m_machine.takenUp.insert(number);
-    else if (faults == m_network->faults())
+    const bool isFailed = code != LoginCode::success && faults == m_network->faults();
+    // A sign-out that the server forces may be under way on this thread: the host is refused, and tries again after it.
+    if (isFailed && mayTryAgain)
+        return later(longestStepMs, [this, number] { completeSignIn(number, false); });
+    endPending();
+    if (isFailed)
         m_broken = QStringLiteral("R6: a sign-in that waited for the browser did not complete");
+    else if (code == LoginCode::success)
+        m_machine.takenUp.insert(number);
 }
 
 void SimProcess::signOut() {
@@ -252,6 +262,8 @@ void SimProcess::signOut() {
     m_machine.world.note("signs out of s" + QByteArray::number(number));
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     const bool isDone = m_session->Logout(m_clientKey, error, true);
+    if (isDone)
+        m_machine.lastSignOutUs = m_machine.world.nowUs();
     if (!m_process.isKilled)
         m_machine.world.note(isDone ? "has signed out" : "could not sign out");
     m_isBusy = false;

@@ -43,7 +43,8 @@ private:
     void act();
     void signRequest();
     void initiateSignIn();
-    void completeSignIn(int number);
+    void completeSignIn(int number, bool mayTryAgain);
+    void endPending();
     void signOut();
     void end();
     void later(int spanMs, std::function<void()> act);
@@ -70,7 +71,7 @@ private:
     std::vector<int> m_told;
     QString m_broken;
     bool m_isBusy = false;      ///< In an act, which may let others in.
-    bool m_wasRestored = false; ///< By the event before.
+    bool m_wasRestored = false; ///< Since then it was told of no sign-in or sign-out.
     bool m_isPending = false;   ///< A sign-in waits for the browser.
     bool m_hasGivenUp = false;
     bool m_isEnded = false;
