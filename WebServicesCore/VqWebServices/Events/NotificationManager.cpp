@@ -132,11 +132,10 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
 void NotificationManager::handle(const QVector<ArrivedEvent>& events) {
     for (const ArrivedEvent& one : events) {
         m_logger->information(QStringLiteral("Received web services event %1 from another process").arg(eventName(one.event)));
-        EventSubject subject(one.params.value(EventParam::consumerKey).toString());
+        EventSubject subject = fromParams(one.params);
         if (isAboutOneToken(one.event))
             subject.oauth2Spec = GetOAuth2TokenSpec(one.params, one.event);
-        if (subject.oauth2Spec || !isAboutOneToken(one.event))
-            m_listener.eventReceived(one.event, subject);
+        m_listener.eventReceived(one.event, subject);
     }
     if (events.isEmpty() || m_againTimer.isActive())
         return;

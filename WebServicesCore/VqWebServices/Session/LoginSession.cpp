@@ -139,7 +139,7 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
                            .arg(serverName(before), serverName(server)));
         return false;
     }
-    RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
+    m_events.RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
     m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
     return true;
 }
@@ -164,10 +164,19 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
         ProductConfigurator(state).configureAll();
         state.setRestored();
     }
-    RaiseEvent(Event::LoginRestored, m_state.subjectKey(clientKey), false);
+    raiseEventHere(Event::LoginRestored, m_state.subjectKey(clientKey));
     oauth2().reportToken(clientKey);
     m_logger.information(QStringLiteral("Login restored for all products"));
     return true;
+}
+
+void LoginSession::RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers) {
+    EventSubject subject(consumerKey);
+    if (event == Event::LoggedIn || event == Event::LoggedOut)
+        subject.isStateChange = false;
+    if (isAboutOneToken(event))
+        subject.oauth2Spec = oauth2().defaultSpecOf(consumerKey);
+    m_events.RaiseEvent(event, subject, sendToOthers);
 }
 
 InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
@@ -190,7 +199,7 @@ int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar
         LockedState state(m_state);
         ProductConfigurator(state).configureAll();
     }
-    RaiseEvent(Event::LoggedIn, m_state.subjectKey(clientKey), true);
+    raiseEvent(Event::LoggedIn, EventSubject::ofStateChange(m_state.subjectKey(clientKey)));
     return code;
 }
 

@@ -43,15 +43,18 @@ void LoginSessionEvents::stopNotifications() {
 }
 
 void LoginSessionEvents::RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
-    const QString name = eventName(event);
-    m_logger.information(QStringLiteral("Raising web services event %1").arg(name));
+    m_logger.information(QStringLiteral("Raising web services event %1").arg(eventName(event)));
     if (sendToOthers)
         this->sendToOthers(event, subject);
+    deliver(event, subject);
+}
+
+void LoginSessionEvents::deliver(Event event, const EventSubject& subject) {
     if (QThread::currentThread() == thread()) {
         CallObserversSlot(event, subject.consumerKey, nullptr);
         return;
     }
-    m_logger.information(emittingText(name));
+    m_logger.information(emittingText(eventName(event)));
     emit CallObserversTrigger(event, subject.consumerKey, nullptr);
 }
 

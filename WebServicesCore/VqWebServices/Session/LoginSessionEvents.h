@@ -32,8 +32,11 @@ public:
     /// processes of the user, for any event.
     void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers);
 
+    /// The same without raising the event: notifies the observers and listeners of this process only.
+    void deliver(Event event, const EventSubject& subject);
+
     /// Asks the observers whether the user may be signed out. On another thread than the main one it waits for the answer, at
-    /// most 5 seconds, and treats a missing answer as consent: the user asked to be signed out.
+    /// most 61 seconds, and treats a missing answer as a veto: a sign-out can be tried again.
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
 
     [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
