@@ -97,6 +97,38 @@ private slots:
         QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, "isLegacy");
     }
 
+    // s: by socket, w: by file, p: time passes. An event of an older process has no id.
+    void anEventWithoutAnIdIsHandledOnce_data() {
+        const TestKit::Columns<QString, int> row("arriving", "handled");
+        row("both carriers", "sA wA", 1);
+        row("the file first", "wA sA", 1);
+        row("one carrier twice", "sA sA", 2);
+        row("two events", "sA sB wB wA", 2);
+        row("twice by both", "sA sA wA wA", 2);
+        row("long after", "sA p wA", 2);
+        row("another product", "sA wB", 2);
+    }
+
+    void anEventWithoutAnIdIsHandledOnce() {
+        QFETCH(QString, arriving);
+        TestKit::SessionFixture fixture;
+        RecordingListener listener;
+        qint64 now = 0;
+        NotificationManager manager({fixture.folder.path(), fixture.logger, [&now] { return now; }}, listener);
+        for (const QString& step : arriving.split(QLatin1Char(' '))) {
+            if (step == QLatin1String("p"))
+                now += 6'000'000'000;
+            else
+                manager.HandleInterProcessMessage(Event::TokenRefreshed, {{EventParam::consumerKey, step.mid(1)}},
+                                                  step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher);
+        }
+        QTEST(listener.heard.size(), "handled");
+        // The watcher reports one change as two.
+        for (int report = 0; report < 2; ++report)
+            manager.HandleInterProcessMessage(Event::LoggedOut, {{EventParam::eventId, "sender#1"}}, IPCMethod::Watcher);
+        QVERIFY(!fixture.hasLogged("event LoggedOut sent by Watcher. This was already sent by Watcher"));
+    }
+
     // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one
     // too.
     void anEventIsHeldForItsOwnTime() {

@@ -114,11 +114,15 @@ void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& p
 
 void NotificationManager::HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method) {
     const QString eventId = params.value(EventParam::eventId).toString();
-    if (const std::optional<IPCMethod> first = m_handled.add(eventId, method)) {
-        m_logger->debug(
-            QStringLiteral(
-                "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
-                .arg(eventName(event), methodName(method), methodName(*first)));
+    const std::optional<IPCMethod> first =
+        eventId.isEmpty() ? m_handled.addWithoutId(event, params, method, m_clock.elapsedMs()) : m_handled.add(eventId, method);
+    if (first) {
+        // A watcher may report one change of the file as two; there is nothing to tell then.
+        if (*first != method)
+            m_logger->debug(
+                QStringLiteral(
+                    "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
+                    .arg(eventName(event), methodName(method), methodName(*first)));
         if (method == IPCMethod::Socket)
             handle(m_order.reachedBySocket(eventId, m_clock.elapsedMs()));
         return;
