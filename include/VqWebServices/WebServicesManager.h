@@ -23,8 +23,9 @@ class WebServicesManagerImp;
 /// failure result and logs one line. Owner: the library.
 ///
 /// Replies of the web services about the user (profile, entitlements, quota) are cached. The first request for a reply switches
-/// its cache on. A known value, also one from an earlier run, is returned at once whatever its age, and renewed in the
-/// background. A call waits only for an unknown value, at most 63 seconds.
+/// its cache on. A known value is returned at once whatever its age, and renewed in the background. A value from an earlier run
+/// is known as long as the access token is the same. A call waits only for an unknown value, at most 63 seconds, and fails
+/// without the network.
 ///
 /// The library exchanges the access token for OAuth2 tokens, and keeps and renews them while OAuth2 is enabled. Proxy credentials
 /// are stored for all products of the user in the login state file.
@@ -183,8 +184,8 @@ public:
     /// True when the client is signed in and the cache has a value.
     bool IsCacheAvailable(CacheType type);
 
-    /// Discards the value, so that the cache queries the web service for a new one. Returns at once. No effect when the client is
-    /// not signed in.
+    /// Discards the value, also in the cache file, so that the cache queries the web service for a new one. Returns at once. No
+    /// effect when the client is not signed in.
     void InvalidateCache(CacheType type);
 
     // Sign-in and sign-out

@@ -38,7 +38,8 @@ LoginSession::LoginSession(const SessionDependencies& services, const ClientIden
     connect(&m_events, &LoginSessionEvents::LoggedIn, this, [this] { notifyCaches(&CacheStore::LoggedIn); });
     connect(&m_events, &LoginSessionEvents::LoginRestored, this, [this] { notifyCaches(&CacheStore::LoginRestored); });
     connect(&m_events, &LoginSessionEvents::LoggedOut, this, [this] { notifyCaches(&CacheStore::LoggedOut); });
-    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this, [this] { notifyCaches(&CacheStore::TokenRefreshed); });
+    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this,
+            [this](const QString& consumerKey) { notifyCaches(&CacheStore::TokenRefreshed, consumerKey); });
     // The single-sign-on server is no client itself: the processes that it serves are added to it.
     if (!services.isSSOServer) {
         AddClient(self);
@@ -314,9 +315,11 @@ void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& l
         Qt::QueuedConnection);
 }
 
-void LoginSession::notifyCaches(CacheClient::Event event) {
+void LoginSession::notifyCaches(CacheClient::Event event, const QString& productKey) {
     const QVector<ProductSessionPointer> products = m_state.products().all();
     for (const ProductSessionPointer& product : products) {
+        if (!productKey.isEmpty() && product->productKey() != productKey)
+            continue;
         if (TokenOperations* const operations = product->operations())
             operations->caches().post(event);
     }

@@ -124,7 +124,8 @@ private:
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey) override { return m_events.isLogoutVetoed(consumerKey); }
     void forceLogout(const QString& productKey, const QString& signInId) override;
     bool followFile(int waitMs) override { return m_follower.follow(waitMs); }
-    void notifyCaches(CacheClient::Event event);
+    /// Of all products, or of the one with this key.
+    void notifyCaches(CacheClient::Event event, const QString& productKey = {});
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
 

@@ -83,17 +83,17 @@ void LoginSessionEvents::CallObserversSlot(WebServicesPrivateCore::WebServicesEv
                 .arg(eventName(event)));
         return;
     }
-    emitToListeners(event);
+    emitToListeners(event, consumerKey);
 }
 
-void LoginSessionEvents::emitToListeners(Event event) {
+void LoginSessionEvents::emitToListeners(Event event, const QString& consumerKey) {
     switch (event) {
     case Event::LoggedIn: return emit LoggedIn();
     case Event::LoginRestored: return emit LoginRestored();
     case Event::LoggingOut: return emit LoggingOut();
     case Event::LoggedOut: return emit LoggedOut();
     case Event::LoginDialogTimeoutInVqSSOServer: return emit LoginDialogTimeoutInVqSSOServer();
-    case Event::TokenRefreshed: return emit TokenRefreshed();
+    case Event::TokenRefreshed: return emit TokenRefreshed(consumerKey);
     case Event::ServerChanged: return emit ServerChanged();
     case Event::TokenAcquired: return emit TokenAcquired();
     case Event::TokenQueryFailed: return emit TokenQueryFailed();

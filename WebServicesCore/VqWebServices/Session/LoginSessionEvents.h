@@ -49,7 +49,7 @@ signals:
     void LoggingOut();
     void LoggedOut();
     void LoginDialogTimeoutInVqSSOServer();
-    void TokenRefreshed();
+    void TokenRefreshed(const QString& consumerKey);
     void ServerChanged();
     void TokenAcquired();
     void TokenQueryFailed();
@@ -67,7 +67,7 @@ private slots:
 
 private:
     void sendToOthers(Event event, const EventSubject& subject);
-    void emitToListeners(Event event);
+    void emitToListeners(Event event, const QString& consumerKey);
 
     SessionState& m_state;
     const KeepAlive m_keepOwner;
