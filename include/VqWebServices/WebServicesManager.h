@@ -34,8 +34,8 @@ public:
     // Lifetime of the library; any thread, but `Initialize` and the last `Uninitialize` on the main thread
 
     /// Starts the library, or counts one more user of it. The first call reads the log configuration, and creates an application
-    /// object when the host has none. It must come from the host's main thread, on which observers are then called. Always true:
-    /// the log contains the failures of the start-up.
+    /// object when the host has none. It must come from the host's main thread, on which observers are then called. A call on
+    /// another thread during the first one waits for its end. Always true: the log contains the failures of the start-up.
     static bool Initialize();
 
     /// The same. With `enableOAuth2` the process's client gets OAuth2 tokens of type `RT` with the scope of its configuration. A
@@ -75,7 +75,8 @@ public:
     /// Removes the hook. Call it on the thread of `SetEventHook`. Always true.
     static bool RemoveEventHook();
 
-    /// Delivers the events that are posted to the calling thread now. False when there is no application object.
+    /// Delivers the events that are posted to the calling thread now. Call it on the thread of `Initialize`. False when there is
+    /// no application object, or when the thread serves no events.
     static bool DispatchEvent();
 
     /// No effect; the argument is ignored.

@@ -88,6 +88,24 @@ private slots:
         QVERIFY(WebServicesManager::GetInstance());
     }
 
+    // The second call finds the first one at work, and has the whole library afterwards.
+    void aSecondInitializeWaitsForTheFirst() {
+        for (int round = 0; round < 20; ++round) {
+            bool hasFacade = false;
+            std::thread second([&hasFacade] {
+                const QDeadlineTimer limit(10000);
+                while (!WebServicesManager::IsInitialized() && !limit.hasExpired())
+                    std::this_thread::yield();
+                hasFacade = WebServicesManager::Initialize() && WebServicesManager::GetInstance();
+            });
+            const bool isStarted = WebServicesManager::Initialize();
+            second.join();
+            QVERIFY(isStarted && hasFacade);
+            QVERIFY(WebServicesPrivate::GetProcessStateDump().filter("Shared memory size (bytes)").size() == 1);
+            cleanup();
+        }
+    }
+
     void failsWithoutHarmAfterUninitialize() {
         WebServicesManager::Initialize();
         WebServicesManager* const kept = WebServicesManager::GetInstance();
@@ -318,6 +336,9 @@ private slots:
         std::thread worker([&manager] { QVERIFY(manager.RestoreLogin()); });
         worker.join();
         QCOMPARE(called, std::thread::id());
+        bool isServed = true;
+        std::thread([&isServed] { isServed = WebServicesManager::DispatchEvent(); }).join();
+        QVERIFY(!isServed);
         QVERIFY(WebServicesManager::DispatchEvent());
         QCOMPARE(called, std::this_thread::get_id());
         manager.RemoveObserver(&observer);
