@@ -100,7 +100,7 @@ public:
     /// The current server.
     Server GetServer();
 
-    /// Always the empty text: only a client with its own key has a cache path (`WebServicesManagerEx`).
+    /// Always the empty text: only a client with its own key has such a folder (`WebServicesManagerEx`).
     int GetCachePath(wchar_t* buffer, int size);
 
     /// No effect; the argument is ignored.

@@ -106,6 +106,23 @@ private slots:
         }
     }
 
+    // Its clients are those of other processes. This runs in a copy of this program, since the name of the program decides.
+    void theSingleSignOnServerIsNoClientItself() {
+        if (!WebServicesPrivate::IsHostSSOServer()) {
+            const QFileInfo own(QCoreApplication::applicationFilePath());
+            const QString copy = own.path() + QStringLiteral("/VqSSOServer") + own.fileName().mid(own.completeBaseName().size());
+            QFile::remove(copy);
+            QVERIFY(QFile::copy(own.filePath(), copy));
+            const int code = QProcess::execute(copy, {QLatin1String(QTest::currentTestFunction())});
+            QFile::remove(copy);
+            QCOMPARE(code, 0);
+            return;
+        }
+        QVERIFY(WebServicesManager::Initialize());
+        QVERIFY(!WebServicesManager::GetInstance()->SetConfiguration(configuration()));
+        QVERIFY(WebServicesManagerEx::GetInstanceEx()->SetConfiguration("4711", configuration()));
+    }
+
     void failsWithoutHarmAfterUninitialize() {
         WebServicesManager::Initialize();
         WebServicesManager* const kept = WebServicesManager::GetInstance();
