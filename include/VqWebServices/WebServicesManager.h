@@ -349,7 +349,8 @@ public:
     /// True when at least one logger has a level other than off.
     bool IsLogEnabled();
 
-    /// True when the login state is shared by all users of the machine.
+    /// True when the login state is in the data folder of all users of the machine (the setting "EnableSSOForAllUsers"). That
+    /// folder serves one user, to whom it belongs; users never share a sign-in. False for every other user.
     bool IsSSOEnabledForAllUsers();
 
 private:
