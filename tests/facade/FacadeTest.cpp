@@ -17,6 +17,7 @@ using namespace Velquor::WebServices;
 namespace {
 
 constexpr int urlSize = 8192;
+thread_local bool hasNoMemory = false; // For arrays, of which the texts for the caller are.
 constexpr wchar_t canary = 0x7e;
 
 using Text = std::unique_ptr<wchar_t[]>;
@@ -54,6 +55,20 @@ WebServicesConfiguration oauth2Configuration() {
 }
 
 } // namespace
+
+void* operator new[](std::size_t size) {
+    if (hasNoMemory)
+        throw std::bad_alloc();
+    return ::operator new(size);
+}
+
+void operator delete[](void* memory) noexcept {
+    ::operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    ::operator delete(memory);
+}
 
 class FacadeTest : public QObject {
     Q_OBJECT
@@ -245,6 +260,16 @@ private slots:
                                                  ParsingMode::SignedUrl, nullptr, nullptr));
         const QString text = QString::fromWCharArray(signedUrl.get());
         QVERIFY2(text.startsWith("https://example.com/p?a=b&x=1%20%26%202&oauth_") && text.endsWith("#end"), qPrintable(text));
+        wchar_t* info = nullptr;
+        QVERIFY(manager.GetUserInfo(info));
+        delete[] info;
+        hasNoMemory = true;
+        // Where the library has an allocator of its own, this test cannot take its memory.
+        const Text url(manager.SignUrlForBrowser(L"https://example.com/", false));
+        const bool isShort = !url;
+        const bool hasInfo = isShort && manager.GetUserInfo(info);
+        hasNoMemory = false;
+        QVERIFY(!hasInfo);
         QVERIFY(manager.Logout());
         QVERIFY(!keyed.IsLoggedIn(key));
         QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);
