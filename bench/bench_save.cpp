@@ -33,6 +33,7 @@ class SilentEvents final : public ISessionEvents {
 public:
     void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
+    void deliverEvent(WebServicesPrivateCore::WebServicesEvent, const EventSubject&) override {}
     void forceLogout(const QString&, const QString&) override {}
     [[nodiscard]] bool isLogoutVetoed(const QString&) override { return false; }
     bool followFile(int) override { return true; }

@@ -18,8 +18,9 @@ public:
 
     void LoggedIn() override { print("LoggedIn"); }
     void LoginRestored() override { print("LoginRestored"); }
-    // Without a change of `veto` the sign-out happens. A product with unsaved work in the cloud would ask its user here.
-    void AboutToLogout(bool& veto) override { print(veto ? "AboutToLogout (another observer vetoed)" : "AboutToLogout"); }
+    // Without a change of its argument, the veto, the sign-out happens. A product with unsaved work in the cloud would ask its
+    // user here.
+    void AboutToLogout(bool& /*veto*/) override { print("AboutToLogout"); }
     void LoggingOut() override { print("LoggingOut"); }
     void LoggedOut() override { print("LoggedOut"); }
     void ServerChanged(const wchar_t* key) override { print("ServerChanged", key); }

@@ -28,7 +28,7 @@ public:
     /// is switched off keeps its value and does not renew it.
     void EnableCache(bool enable);
 
-    /// Discards the value in memory. An enabled cache queries the web service for a new one. The file keeps its value until then.
+    /// Discards the value in memory and in the cache file. An enabled cache queries the web service for a new one.
     void InvalidateCache();
 
     /// Discards the value in memory and in the cache file.

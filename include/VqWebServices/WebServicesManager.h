@@ -23,8 +23,9 @@ class WebServicesManagerImp;
 /// failure result and logs one line. Owner: the library.
 ///
 /// Replies of the web services about the user (profile, entitlements, quota) are cached. The first request for a reply switches
-/// its cache on. A known value, also one from an earlier run, is returned at once whatever its age, and renewed in the
-/// background. A call waits only for an unknown value, at most 63 seconds.
+/// its cache on. A known value is returned at once whatever its age, and renewed in the background. A value from an earlier run
+/// is known as long as the access token is the same. A call waits only for an unknown value, at most 63 seconds, and fails
+/// without the network.
 ///
 /// The library exchanges the access token for OAuth2 tokens, and keeps and renews them while OAuth2 is enabled. Proxy credentials
 /// are stored for all products of the user in the login state file.
@@ -33,8 +34,8 @@ public:
     // Lifetime of the library; any thread, but `Initialize` and the last `Uninitialize` on the main thread
 
     /// Starts the library, or counts one more user of it. The first call reads the log configuration, and creates an application
-    /// object when the host has none. It must come from the host's main thread, on which observers are then called. Always true:
-    /// the log contains the failures of the start-up.
+    /// object when the host has none. It must come from the host's main thread, on which observers are then called. A call on
+    /// another thread during the first one waits for its end. Always true: the log contains the failures of the start-up.
     static bool Initialize();
 
     /// The same. With `enableOAuth2` the process's client gets OAuth2 tokens of type `RT` with the scope of its configuration. A
@@ -74,7 +75,8 @@ public:
     /// Removes the hook. Call it on the thread of `SetEventHook`. Always true.
     static bool RemoveEventHook();
 
-    /// Delivers the events that are posted to the calling thread now. False when there is no application object.
+    /// Delivers the events that are posted to the calling thread now. Call it on the thread of `Initialize`. False when there is
+    /// no application object, or when the thread serves no events.
     static bool DispatchEvent();
 
     /// No effect; the argument is ignored.
@@ -98,7 +100,7 @@ public:
     /// The current server.
     Server GetServer();
 
-    /// Always the empty text: only a client with its own key has a cache path (`WebServicesManagerEx`).
+    /// Always the empty text: only a client with its own key has such a folder (`WebServicesManagerEx`).
     int GetCachePath(wchar_t* buffer, int size);
 
     /// No effect; the argument is ignored.
@@ -183,8 +185,8 @@ public:
     /// True when the client is signed in and the cache has a value.
     bool IsCacheAvailable(CacheType type);
 
-    /// Discards the value, so that the cache queries the web service for a new one. Returns at once. No effect when the client is
-    /// not signed in.
+    /// Discards the value, also in the cache file, so that the cache queries the web service for a new one. Returns at once. No
+    /// effect when the client is not signed in.
     void InvalidateCache(CacheType type);
 
     // Sign-in and sign-out
@@ -347,7 +349,8 @@ public:
     /// True when at least one logger has a level other than off.
     bool IsLogEnabled();
 
-    /// True when the login state is shared by all users of the machine.
+    /// True when the login state is in the data folder of all users of the machine (the setting "EnableSSOForAllUsers"). That
+    /// folder serves one user, to whom it belongs; users never share a sign-in. False for every other user.
     bool IsSSOEnabledForAllUsers();
 
 private:

@@ -37,7 +37,8 @@ public:
     /// signed in.
     bool SetServer(const QString& clientKey, Server server);
 
-    /// The folder for the client's cached replies; text buffer rule. Empty for an unknown client.
+    /// A folder of the client's own in the data folder; text buffer rule. The library neither makes nor uses it: cached replies
+    /// are in one file for all products. Empty for an unknown client.
     int GetCachePath(const QString& clientKey, wchar_t* buffer, int size);
 
     // The signed-in user

@@ -135,7 +135,9 @@ public:
     /** @{ */
     /// Raises an event about the product of the process's default client. Observers are called on the thread that initialized the
     /// library; a call on another thread does not wait for them. A number that is not an event is ignored, with one log line.
-    /// With `sendToOthers` (the default) the other processes of the user receive the event too.
+    /// With `sendToOthers` (the default) the other processes of the user receive the event too, and their observers are called.
+    /// `LoggedIn` reaches only processes in which the user is signed in. An event about one OAuth2 token is about the product's
+    /// default one.
     static void RaiseEvent(WebServicesPrivateCore::WebServicesEvent event);
     static void RaiseEvent(WebServicesPrivateCore::WebServicesEvent event, bool sendToOthers);
     /** @} */

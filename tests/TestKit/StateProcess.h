@@ -36,6 +36,7 @@ private:
     public:
         void raiseEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
         void raiseEventHere(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
+        void deliverEvent(WebServicesPrivateCore::WebServicesEvent, const WebServices::Internal::EventSubject&) override {}
         void forceLogout(const QString&, const QString&) override {}
         [[nodiscard]] bool isLogoutVetoed(const QString&) override { return false; }
         bool followFile(int) override { return true; }

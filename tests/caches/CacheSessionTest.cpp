@@ -43,24 +43,43 @@ private slots:
             QCOMPARE(cacheFile().count(name), 1);
     }
 
+    void anotherProcessStartsFromTheFile_data() {
+        const TestKit::Columns<bool, bool> row("isInvalidated", "isQuick");
+        row("a known value", false, true);
+        row("an invalidated one", true, false);
+        row("one that is invalidated right before the end", true, true);
+    }
+
     void anotherProcessStartsFromTheFile() {
+        QFETCH(bool, isInvalidated);
+        QFETCH(bool, isQuick);
         QVERIFY(m_session->caches().userInfo(key));
+        QVERIFY(m_service.addFault("account", "drop", {}, -1));
+        if (isInvalidated)
+            m_session->caches().InvalidateCache(key, CacheType::UserInfo);
+        if (!isQuick)
+            QTRY_VERIFY(m_fixture->hasLogged("User Info: Cache cleared"));
         m_session.reset();
+        QCOMPARE(cacheFile().contains("<UserInfo "), !isInvalidated);
         const auto other = m_fixture->makeSession();
         QVERIFY(other->RestoreLogin(key, false));
-        QVERIFY(m_service.addFault("account", "drop", {}, -1));
         const auto info = other->caches().userInfo(key);
-        QVERIFY(info);
-        QCOMPARE(info->userName, QStringLiteral("ada"));
-        QCOMPARE(m_service.requests("account"), 1);
+        QCOMPARE(info ? info->userName : QString(), isInvalidated ? QString() : QStringLiteral("ada"));
+        QVERIFY(isInvalidated || m_service.requests("account") == 1);
     }
 
     // A new token: the value in memory stays; the one in the file was received with another and is not used.
     void aRefreshedTokenMakesTheFileStale() {
         QVERIFY(m_session->caches().userInfo(key));
+        m_session->AddClient({secondKey, 1, "Second", "/opt/second"});
+        m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret));
+        m_session->RestoreLogin(secondKey, false);
+        QTRY_VERIFY(m_session->isLoggedIn(secondKey));
         QVERIFY(m_session->RefreshToken(key, true));
         QVERIFY(m_session->caches().userInfo(key));
         QTRY_VERIFY(m_fixture->hasLogged("User Info: TokenRefreshed event received"));
+        QTest::qWait(100);
+        QCOMPARE(m_fixture->logger->count("User Info: TokenRefreshed event received"), 1);
         QCOMPARE(m_service.requests("account"), 1);
         m_session.reset();
         const auto other = m_fixture->makeSession();

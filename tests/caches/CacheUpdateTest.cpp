@@ -276,7 +276,7 @@ private slots:
         m_caches->door.EnableCache(CacheType::UserInfo, false);
         m_caches->door.DeleteCache(CacheType::UserInfo);
         QVERIFY(!m_caches->door.userInfo(false));
-        QTRY_VERIFY(m_fixture->logged("User Info: Cleared cache in cache file") > 0);
+        QTRY_COMPARE(m_fixture->logged("User Info: Cleared cache in cache file"), 2);
         QVERIFY(!m_fixture->fileContents().contains("bob"));
         m_caches->door.DeleteCache(static_cast<CacheType>(3));
         QCOMPARE(m_fixture->logged("Failed to delete cache Unknown. Cache objects not yet created."), 1);

@@ -39,7 +39,8 @@ public:
 class RecordingEvents : public ISessionEvents {
 public:
     void raiseEvent(Event event, const EventSubject&) override { toOthers += event; }
-    void raiseEventHere(Event event, const EventSubject&) override { here += event; }
+    void raiseEventHere(Event, const EventSubject&) override {}
+    void deliverEvent(Event event, const EventSubject&) override { here += event; }
     void forceLogout(const QString&, const QString&) override {}
     [[nodiscard]] bool isLogoutVetoed(const QString&) override { return false; }
     bool followFile(int) override {
@@ -58,8 +59,8 @@ class EventReactionsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void eventsWithAnInvalidTokenTypeAreDropped_data() {
-        const TestKit::Columns<QVariantMap, bool, QString, bool, QString> row("params", "isDelivered", "expected", "isLegacy",
+    void onlyAKnownTokenTypeIsActedOn_data() {
+        const TestKit::Columns<QVariantMap, bool, QString, bool, QString> row("params", "isKnown", "expected", "isLegacy",
                                                                               "line");
         const auto sent = [](const OAuth2TokenSpec& made) { return toParams({demoKey, made}); };
         row("what was sent", sent(spec(JWT, L"openid data")), true, "JWT.data openid", false, "");
@@ -74,21 +75,58 @@ private slots:
                     .arg(bad.toInt()));
     }
 
-    void eventsWithAnInvalidTokenTypeAreDropped() {
+    void onlyAKnownTokenTypeIsActedOn() {
         QFETCH(QVariantMap, params);
-        QFETCH(bool, isDelivered);
+        QFETCH(bool, isKnown);
         QFETCH(QString, line);
         TestKit::SessionFixture fixture;
         RecordingListener listener;
         NotificationManager manager({fixture.folder.path(), fixture.logger}, listener);
         manager.HandleInterProcessMessage(Event::OAuth2TokenRefreshed, params, IPCMethod::Socket);
-        QCOMPARE(listener.heard.size(), isDelivered ? 1 : 0);
+        QCOMPARE(listener.heard.size(), 1);
         QVERIFY(line.isEmpty() || fixture.hasLogged(line));
-        if (!isDelivered)
-            return;
         QCOMPARE(listener.last.consumerKey, demoKey);
+        QCOMPARE(listener.last.oauth2Spec.has_value(), isKnown);
+        RecordingEvents events;
+        SessionState core(fixture.services(), &events);
+        EventReactions(core).eventReceived(Event::OAuth2TokenRefreshed, listener.last);
+        QCOMPARE(events.here, QVector<Event>{Event::OAuth2TokenRefreshed});
+        if (!isKnown)
+            return;
         QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), "expected");
         QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, "isLegacy");
+    }
+
+    // s: by socket, w: by file, p: time passes. An event of an older process has no id.
+    void anEventWithoutAnIdIsHandledOnce_data() {
+        const TestKit::Columns<QString, int> row("arriving", "handled");
+        row("both carriers", "sA wA", 1);
+        row("the file first", "wA sA", 1);
+        row("one carrier twice", "sA sA", 2);
+        row("two events", "sA sB wB wA", 2);
+        row("twice by both", "sA sA wA wA", 2);
+        row("long after", "sA p wA", 2);
+        row("another product", "sA wB", 2);
+    }
+
+    void anEventWithoutAnIdIsHandledOnce() {
+        QFETCH(QString, arriving);
+        TestKit::SessionFixture fixture;
+        RecordingListener listener;
+        qint64 now = 0;
+        NotificationManager manager({fixture.folder.path(), fixture.logger, [&now] { return now; }}, listener);
+        for (const QString& step : arriving.split(QLatin1Char(' '))) {
+            if (step == QLatin1String("p"))
+                now += 6'000'000'000;
+            else
+                manager.HandleInterProcessMessage(Event::TokenRefreshed, {{EventParam::consumerKey, step.mid(1)}},
+                                                  step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher);
+        }
+        QTEST(listener.heard.size(), "handled");
+        // The watcher reports one change as two.
+        for (int report = 0; report < 2; ++report)
+            manager.HandleInterProcessMessage(Event::LoggedOut, {{EventParam::eventId, "sender#1"}}, IPCMethod::Watcher);
+        QVERIFY(!fixture.hasLogged("event LoggedOut sent by Watcher. This was already sent by Watcher"));
     }
 
     // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one
@@ -153,6 +191,36 @@ private slots:
         events.canLook = true;
         QVERIFY(reactions.finishReactions() && reactions.finishReactions());
         QCOMPARE(events.looks, looks);
+    }
+
+    // An older process does not say whether its event is of a change in the file; following the file may have notified just
+    // before.
+    void anObserverHearsOfASignOutOnce_data() {
+        const TestKit::Columns<QVariantMap, bool, int, int> row("params", "isFollowed", "agoMs", "delivered");
+        const auto said = [](bool isChange) { return QVariantMap{{EventParam::isStateChange, isChange}}; };
+        row("of a change", said(true), false, 0, 0);
+        row("of no change", said(false), false, 0, 1);
+        row("of no change, after one", said(false), true, 1, 1);
+        row("unsaid, no change", QVariantMap{}, false, 0, 1);
+        row("unsaid, of a change", QVariantMap{}, true, 4000, 0);
+        row("unsaid, long after a change", QVariantMap{}, true, 6000, 1);
+    }
+
+    void anObserverHearsOfASignOutOnce() {
+        QFETCH(QVariantMap, params);
+        QFETCH(bool, isFollowed);
+        QFETCH(int, agoMs);
+        TestKit::SessionFixture fixture;
+        RecordingEvents events;
+        qint64 now = 0;
+        SessionDependencies services = fixture.services();
+        services.steadyClock = [&now] { return now; };
+        SessionState core(services, &events);
+        if (isFollowed)
+            core.notified().add(Event::LoggedOut);
+        now += agoMs * 1000000LL;
+        EventReactions(core).eventReceived(Event::LoggedOut, fromParams(params));
+        QTEST(events.here.size(), "delivered");
     }
 
     // Every client of the product follows; another product does not; nothing is sent back to the others.

@@ -6,6 +6,7 @@
 #include "TestKit/ServiceTest.h"
 
 #include <VqWebServices/IWebServicesObserver2.h>
+#include <VqWebServices/IWebServicesObserver3.h>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -17,6 +18,11 @@ namespace {
 class Hook : public TestKit::RecordingObserver<IWebServicesObserver2> {
 public:
     void LoggingOut() override { record("LoggingOut"); }
+};
+
+class TokenHook : public TestKit::RecordingObserver<IWebServicesObserver3> {
+public:
+    void OAuth2TokenRefreshed(const wchar_t* consumerKey) override { record("OAuth2TokenRefreshed", consumerKey); }
 };
 
 } // namespace
@@ -131,6 +137,40 @@ private slots:
         worker.join();
         QVERIFY(isDone && !isEarly);
         QTRY_COMPARE(hook.heard, QStringList("LoggedOut"));
+    }
+
+    // A sibling module of another process raises them, and the login state file does not change.
+    void eventsWithoutAChangeOfTheStateAreHeard_data() {
+        const TestKit::Columns<int, bool, QString> row("event", "isSignedIn", "heard");
+        row("a sign-in", static_cast<int>(Event::LoggedIn), true, "LoggedIn");
+        row("a sign-out", static_cast<int>(Event::LoggedOut), true, "LoggedOut");
+        row("a sign-out while nobody is signed in", static_cast<int>(Event::LoggedOut), false, "LoggedOut");
+        row("a token", static_cast<int>(Event::OAuth2TokenRefreshed), true, "OAuth2TokenRefreshed:" + key);
+    }
+
+    void eventsWithoutAChangeOfTheStateAreHeard() {
+        QFETCH(int, event);
+        QFETCH(bool, isSignedIn);
+        QFETCH(QString, heard);
+        m_fixture->notifiesProcesses = true;
+        m_session = m_fixture->makeSession();
+        const TestKit::SessionUnderTest other = m_fixture->makeSession();
+        if (isSignedIn)
+            signIn(*m_session);
+        other->RestoreLogin(key, false);
+        QTest::qWait(300);
+        TokenHook hook;
+        m_session->observers().add(&hook);
+        m_fixture->logger->clear();
+        other->RaiseEvent(static_cast<Event>(event), key, true);
+        QTRY_COMPARE(hook.heard, QStringList(heard));
+        QTest::qWait(200);
+        QCOMPARE(hook.heard, QStringList(heard));
+        const QString name = eventName(static_cast<Event>(event));
+        QCOMPARE(m_fixture->logger->count(QStringLiteral("Raising web services event %1").arg(name)), 1);
+        for (const char* const unwanted :
+             {"User  logged out", "(probably old)", "sent by Watcher. This was already sent by Watcher"})
+            QVERIFY2(!m_fixture->hasLogged(QLatin1String(unwanted)), unwanted);
     }
 
     // No user is signed in any more, so the change needs no permission to sign out.

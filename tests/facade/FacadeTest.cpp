@@ -17,6 +17,7 @@ using namespace Velquor::WebServices;
 namespace {
 
 constexpr int urlSize = 8192;
+thread_local bool hasNoMemory = false; // For arrays, of which the texts for the caller are.
 constexpr wchar_t canary = 0x7e;
 
 using Text = std::unique_ptr<wchar_t[]>;
@@ -55,6 +56,20 @@ WebServicesConfiguration oauth2Configuration() {
 
 } // namespace
 
+void* operator new[](std::size_t size) {
+    if (hasNoMemory)
+        throw std::bad_alloc();
+    return ::operator new(size);
+}
+
+void operator delete[](void* memory) noexcept {
+    ::operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    ::operator delete(memory);
+}
+
 class FacadeTest : public QObject {
     Q_OBJECT
 
@@ -86,6 +101,41 @@ private slots:
         QVERIFY(!WebServicesManager::IsInitialized());
         QVERIFY(WebServicesManager::Initialize());
         QVERIFY(WebServicesManager::GetInstance());
+    }
+
+    // The second call finds the first one at work, and has the whole library afterwards.
+    void aSecondInitializeWaitsForTheFirst() {
+        for (int round = 0; round < 20; ++round) {
+            bool hasFacade = false;
+            std::thread second([&hasFacade] {
+                const QDeadlineTimer limit(10000);
+                while (!WebServicesManager::IsInitialized() && !limit.hasExpired())
+                    std::this_thread::yield();
+                hasFacade = WebServicesManager::Initialize() && WebServicesManager::GetInstance();
+            });
+            const bool isStarted = WebServicesManager::Initialize();
+            second.join();
+            QVERIFY(isStarted && hasFacade);
+            QVERIFY(WebServicesPrivate::GetProcessStateDump().filter("Shared memory size (bytes)").size() == 1);
+            cleanup();
+        }
+    }
+
+    // Its clients are those of other processes. This runs in a copy of this program, since the name of the program decides.
+    void theSingleSignOnServerIsNoClientItself() {
+        if (!WebServicesPrivate::IsHostSSOServer()) {
+            const QFileInfo own(QCoreApplication::applicationFilePath());
+            const QString copy = own.path() + QStringLiteral("/VqSSOServer") + own.fileName().mid(own.completeBaseName().size());
+            QFile::remove(copy);
+            QVERIFY(QFile::copy(own.filePath(), copy));
+            const int code = QProcess::execute(copy, {QLatin1String(QTest::currentTestFunction())});
+            QFile::remove(copy);
+            QCOMPARE(code, 0);
+            return;
+        }
+        QVERIFY(WebServicesManager::Initialize());
+        QVERIFY(!WebServicesManager::GetInstance()->SetConfiguration(configuration()));
+        QVERIFY(WebServicesManagerEx::GetInstanceEx()->SetConfiguration("4711", configuration()));
     }
 
     void failsWithoutHarmAfterUninitialize() {
@@ -210,6 +260,16 @@ private slots:
                                                  ParsingMode::SignedUrl, nullptr, nullptr));
         const QString text = QString::fromWCharArray(signedUrl.get());
         QVERIFY2(text.startsWith("https://example.com/p?a=b&x=1%20%26%202&oauth_") && text.endsWith("#end"), qPrintable(text));
+        wchar_t* info = nullptr;
+        QVERIFY(manager.GetUserInfo(info));
+        delete[] info;
+        hasNoMemory = true;
+        // Where the library has an allocator of its own, this test cannot take its memory.
+        const Text url(manager.SignUrlForBrowser(L"https://example.com/", false));
+        const bool isShort = !url;
+        const bool hasInfo = isShort && manager.GetUserInfo(info);
+        hasNoMemory = false;
+        QVERIFY(!hasInfo);
         QVERIFY(manager.Logout());
         QVERIFY(!keyed.IsLoggedIn(key));
         QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);
@@ -318,6 +378,9 @@ private slots:
         std::thread worker([&manager] { QVERIFY(manager.RestoreLogin()); });
         worker.join();
         QCOMPARE(called, std::thread::id());
+        bool isServed = true;
+        std::thread([&isServed] { isServed = WebServicesManager::DispatchEvent(); }).join();
+        QVERIFY(!isServed);
         QVERIFY(WebServicesManager::DispatchEvent());
         QCOMPARE(called, std::this_thread::get_id());
         manager.RemoveObserver(&observer);

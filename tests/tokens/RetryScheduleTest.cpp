@@ -151,15 +151,22 @@ private slots:
         row("3e9", with("3e9"), 3000000000);
         row("zero", with("0"));
         row("negative", with("-1"));
-        row("fraction", with("3600.5"));
-        row("text with a fraction", with("\"3600.5\""));
+        row("fraction", with("3600.5"), 3600);
+        row("fraction of a second", with("0.5"));
+        row("text with a fraction", with("\"3600.5\""), 3600);
+        row("text with a fraction alone", with("\".5\""));
+        row("text with two fractions", with("\"3600.5.5\""));
         row("text with a sign", with("\"+3600\""));
         row("text with blanks", with("\" 3600\""));
         row("text with other digits", with("\"\u0663\u0666\u0660\u0660\""));
         row("empty text", with("\"\""));
-        row("null", with("null"));
+        row("null", with("null"), 3600);
         row("list", with("[3600]"));
-        row("no lifetime", R"({"access_token": "t"})");
+        row("no lifetime", R"({"access_token": "t"})", 3600);
+        for (const char* const type : {R"("Bearer")", R"("bearer")", R"("jwt")", R"("RT")", "null"})
+            row(type, R"({"access_token": "t", "expires_in": 9, "token_type": )" + QByteArray(type) + '}', 9);
+        for (const char* const type : {R"("mac")", R"("DPoP")", R"("")", "7"})
+            row(type, R"({"access_token": "t", "expires_in": 9, "token_type": )" + QByteArray(type) + '}');
         row("no token", R"({"expires_in": 3600})");
         row("empty token", R"({"access_token": "", "expires_in": 3600})");
         row("token with a blank", R"({"access_token": "a b", "expires_in": 3600})");

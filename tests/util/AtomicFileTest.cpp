@@ -123,6 +123,8 @@ private slots:
         QVERIFY(!ensureOwnerOnlyFolder(path("file/below")));
         QVERIFY(ensureOwnerOnlyFolder(path("a/b/c")) && ensureOwnerOnlyFolder(path("a/b/c")));
         QVERIFY(Velquor::TestKit::isOwnerOnly(path("a/b/c")));
+        QVERIFY(!claimFolder(path("file")) && claimFolder(path("a/claimed")) && claimFolder(path("a/claimed")));
+        QVERIFY(Velquor::TestKit::isOwnerOnly(path("a/claimed")));
         // One that was there before, with the rights that its parent hands down.
         QVERIFY(QDir(path("a")).mkdir("open") && !Velquor::TestKit::isOwnerOnly(path("a/open")));
         QVERIFY(ensureOwnerOnlyFolder(path("a/open")) && Velquor::TestKit::isOwnerOnly(path("a/open")));

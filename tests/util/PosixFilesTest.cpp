@@ -38,6 +38,41 @@ private slots:
         QVERIFY(result.status == ReadResult::Status::Failed && !result.error.isEmpty() && result.data.isEmpty());
     }
 
+    // The folder of all users: whoever comes second, or finds it shared, must neither use it nor change its rights.
+    void claimsOnlyAFolderOfItsOwn_data() {
+        const Velquor::TestKit::Columns<int, bool, bool, bool> row("mode", "isLink", "isSecondUser", "isClaimed");
+        row("missing", 0, false, false, true);
+        row("its own", 0700, false, false, true);
+        row("its own, readable for others", 0755, false, false, true);
+        row("its own, shared", 01777, false, false, false);
+        row("a link to its own", 0700, true, false, false);
+        row("another user's", 0700, false, true, false);
+        row("another user's, shared", 01777, false, true, false);
+    }
+
+    void claimsOnlyAFolderOfItsOwn() {
+        QFETCH(int, mode);
+        QFETCH(bool, isLink);
+        QFETCH(bool, isSecondUser);
+        QFETCH(bool, isClaimed);
+        if (isSecondUser && ::geteuid() != 0)
+            QSKIP("only root can be a second user");
+        const QString folder = m_folder->filePath("Velquor/Web Services");
+        const QString real = isLink ? m_folder->filePath("target") : folder;
+        QVERIFY(QDir().mkpath(QFileInfo(folder).path()) && (mode == 0 || QDir().mkpath(real)));
+        QVERIFY(mode == 0 || ::chmod(QFile::encodeName(real).constData(), static_cast<mode_t>(mode)) == 0);
+        QVERIFY(!isLink || QFile::link(real, folder));
+        QVERIFY(!isSecondUser || ::chmod(QFile::encodeName(m_folder->path()).constData(), 0755) == 0);
+        constexpr uid_t second = 65534;
+        const pid_t child = ::fork();
+        if (child == 0)
+            ::_exit((isSecondUser && ::setuid(second) != 0) ? 2 : claimFolder(folder) ? 0 : 1);
+        int status = -1;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        QCOMPARE(WEXITSTATUS(status), isClaimed ? 0 : 1);
+        QCOMPARE(rights(real), isClaimed ? 0700 : mode & 0777);
+    }
+
     void isOwnerOnlyFromTheFirstByte() {
         const mode_t before = ::umask(0);
         QVERIFY(QFile(path()).open(QIODevice::WriteOnly)); // an old one, for everybody

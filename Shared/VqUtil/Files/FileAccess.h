@@ -15,6 +15,10 @@ namespace Velquor::Util {
 /// Creates the folder with its parents when it is missing, and removes all rights of other users from it.
 [[nodiscard]] bool ensureOwnerOnlyFolder(const QString& folder);
 
+/// The same for a folder in a place where other users may make folders too. False, and nothing is changed, when the folder is
+/// another user's or a link, or when its owner shares it.
+[[nodiscard]] bool claimFolder(const QString& folder);
+
 /// Whether a file must survive a power cut. The writer of a short-lived file need not wait for the disk.
 enum class Flush { Yes, No };
 

@@ -1,84 +1,56 @@
 #include "VqUtil/ProcessState/ProcessStateCodec.h"
 
+#include "VqUtil/ProcessState/OpaqueValue.h"
+
 #include <QDataStream>
 #include <QIODevice>
-#include <QtEndian>
+#include <algorithm>
 #include <iterator>
 
 namespace Velquor::Util {
 
 namespace {
 
-constexpr quint32 nullText = 0xffffffff;
+constexpr int valueHeadSize = 5;    // type, and whether the value is null
+constexpr int leastRecordSize = 16; // id, null path, no properties
 
-/// Reads values and never past the end of the bytes. A read that fails does not advance.
-class BoundedReader {
-public:
-    explicit BoundedReader(const QByteArray& bytes)
-        : m_bytes(bytes) {}
+using ReadResult = OpaqueValue::ReadResult;
 
-    [[nodiscard]] int place() const { return m_place; }
-    [[nodiscard]] int left() const { return m_bytes.size() - m_place; }
-
-    template <typename Number>
-    [[nodiscard]] bool number(Number* value) {
-        if (left() < static_cast<int>(sizeof(Number)))
-            return false;
-        *value = qFromBigEndian<Number>(m_bytes.constData() + m_place);
-        m_place += static_cast<int>(sizeof(Number));
-        return true;
-    }
-
-    [[nodiscard]] bool text(QString* value) {
-        const int start = m_place;
-        quint32 length = 0;
-        if (!number(&length))
-            return false;
-        if (length == nullText) {
-            *value = QString();
-            return true;
-        }
-        if (length % sizeof(QChar) != 0 || length > static_cast<quint32>(left())) {
-            m_place = start;
-            return false;
-        }
-        const int count = static_cast<int>(length / sizeof(QChar));
-        *value = QString(count, Qt::Uninitialized);
-        qFromBigEndian<quint16>(m_bytes.constData() + m_place, count, value->data());
-        m_place += static_cast<int>(length);
-        return true;
-    }
-
-private:
-    const QByteArray& m_bytes;
-    int m_place = 0;
-};
+ReadResult result(bool isRead) {
+    return isRead ? ReadResult::Read : ReadResult::Malformed;
+}
 
 template <typename Written, typename Held = Written>
-bool readNumber(BoundedReader& reader, QVariant* value) {
+ReadResult readNumber(BoundedReader& reader, QVariant* value) {
     Written number = 0;
-    if (!reader.number(&number))
-        return false;
+    const bool isRead = reader.skip(valueHeadSize) && reader.number(&number);
     *value = QVariant::fromValue(static_cast<Held>(number));
-    return true;
+    return result(isRead);
 }
 
-bool readText(BoundedReader& reader, QVariant* value) {
+ReadResult readText(BoundedReader& reader, QVariant* value) {
     QString text;
-    if (!reader.text(&text))
-        return false;
+    const bool isRead = reader.skip(valueHeadSize) && reader.text(&text);
     *value = text;
-    return true;
+    return result(isRead);
 }
 
-// The length of any other type is unknown here, so reading must stop at it.
-bool readValue(BoundedReader& reader, QVariant* value) {
+ReadResult readOpaque(BoundedReader& reader, QVariant* value) {
+    static const bool isRegistered =
+        QMetaType::registerEqualsComparator<OpaqueValue>() && QMetaType::registerConverter(&OpaqueValue::toString);
+    Q_UNUSED(isRegistered)
+    OpaqueValue opaque;
+    const ReadResult result = OpaqueValue::read(reader, &opaque);
+    *value = QVariant::fromValue(opaque);
+    return result;
+}
+
+ReadResult readValue(BoundedReader& reader, QVariant* value) {
     quint32 type = 0;
-    qint8 isNull = 0;
-    if (!reader.number(&type) || !reader.number(&isNull))
-        return false;
+    if (!BoundedReader(reader).number(&type))
+        return ReadResult::Malformed;
     switch (type) {
-    case QMetaType::UnknownType: *value = QVariant(); return true;
+    case QMetaType::UnknownType: *value = QVariant(); return result(reader.skip(valueHeadSize));
     case QMetaType::Bool: return readNumber<qint8, bool>(reader, value);
     case QMetaType::Short: return readNumber<qint16, short>(reader, value);
     case QMetaType::UShort: return readNumber<quint16, ushort>(reader, value);
@@ -89,29 +61,36 @@ bool readValue(BoundedReader& reader, QVariant* value) {
     case QMetaType::LongLong: return readNumber<qint64>(reader, value);
     case QMetaType::ULongLong: return readNumber<quint64>(reader, value);
     case QMetaType::QString: return readText(reader, value);
-    default: return false;
+    default: return readOpaque(reader, value);
     }
 }
 
-bool readProperties(BoundedReader& reader, ProcessProperties* properties) {
+ReadResult readProperties(BoundedReader& reader, ProcessProperties* properties) {
     quint32 count = 0;
-    if (!reader.number(&count))
-        return false;
+    ReadResult last = result(reader.number(&count));
     // The count may be wrong. Every property takes some bytes, so the loop ends with the block at the latest.
-    for (quint32 index = 0; index < count; ++index) {
+    for (quint32 index = 0; last == ReadResult::Read && index < count; ++index) {
         QString key;
         QVariant value;
-        if (!reader.text(&key) || !readValue(reader, &value))
-            return false;
-        properties->insert(key, value);
+        last = reader.text(&key) ? readValue(reader, &value) : ReadResult::Malformed;
+        if (last == ReadResult::Read)
+            properties->insert(key, value);
     }
-    return true;
+    return last;
 }
 
-/// False when reading must stop. `isRecord` says whether the path was read, so that `record` can be kept.
-bool readRecord(BoundedReader& reader, ProcessRecord* record, bool* isRecord) {
-    *isRecord = reader.number(&record->processId) && reader.text(&record->executablePath);
-    return *isRecord && readProperties(reader, &record->properties);
+// The rest of the block, from the properties of a record that was read up to `place` only. Behind the data are zeros.
+void keepRest(const QByteArray& block, int start, int place, int records, ProcessRecord* record) {
+    int end = block.size();
+    while (end > place && block.at(end - 1) == '\0')
+        --end;
+    record->rest = block.mid(start, end - start);
+    // The count may be wrong.
+    record->restRecords = std::min(records, record->rest.size() / leastRecordSize);
+}
+
+void writeRaw(QDataStream& stream, const QByteArray& bytes) {
+    stream.writeRawData(bytes.constData(), bytes.size());
 }
 
 // Not by Qt's operator: its order depends on whether Qt's deprecated functions are compiled in. The format starts with the
@@ -120,8 +99,20 @@ void writeFromTheGreatest(QDataStream& stream, const ProcessProperties& properti
     stream << static_cast<quint32>(properties.size());
     for (auto property = properties.cend(); property != properties.cbegin();) {
         property = std::prev(property);
-        stream << property.key() << property.value();
+        stream << property.key();
+        if (property.value().userType() == qMetaTypeId<OpaqueValue>())
+            writeRaw(stream, property.value().value<OpaqueValue>().bytes);
+        else
+            stream << property.value();
     }
+}
+
+void writeRecord(QDataStream& stream, const ProcessRecord& record) {
+    stream << record.processId << record.executablePath;
+    if (record.rest.isEmpty())
+        writeFromTheGreatest(stream, record.properties);
+    else
+        writeRaw(stream, record.rest);
 }
 
 } // namespace
@@ -130,16 +121,20 @@ ProcessStateCodec::Decoded ProcessStateCodec::decode(const QByteArray& block) {
     Decoded decoded;
     BoundedReader reader(block);
     qint32 count = 0;
-    bool isWhole = reader.number(&count);
-    while (isWhole && decoded.records.size() < count) {
+    ReadResult last = result(reader.number(&count));
+    while (last == ReadResult::Read && decoded.records.size() < count) {
         ProcessRecord record;
-        bool isRecord = false;
-        isWhole = readRecord(reader, &record, &isRecord);
-        if (isRecord)
-            decoded.records.append(record);
+        last = result(reader.number(&record.processId) && reader.text(&record.executablePath));
+        if (last != ReadResult::Read)
+            break;
+        const int start = reader.place();
+        last = readProperties(reader, &record.properties);
+        if (last == ReadResult::UnknownLength)
+            keepRest(block, start, reader.place(), count - decoded.records.size() - 1, &record);
+        decoded.records.append(record);
     }
     decoded.used = reader.place();
-    decoded.examined = isWhole ? decoded.used : block.size();
+    decoded.examined = last == ReadResult::Read ? decoded.used : block.size();
     return decoded;
 }
 
@@ -147,11 +142,16 @@ QByteArray ProcessStateCodec::encode(const ProcessRecords& records, int blockSiz
     QByteArray bytes(blockSize, '\0');
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream.setVersion(QDataStream::Qt_5_15);
-    stream << static_cast<qint32>(records.size());
-    for (const ProcessRecord& record : records) {
-        stream << record.processId << record.executablePath;
-        writeFromTheGreatest(stream, record.properties);
+    // What cannot be read hides what is behind it.
+    const auto last =
+        std::find_if(records.cbegin(), records.cend(), [](const ProcessRecord& one) { return !one.rest.isEmpty(); });
+    stream << static_cast<qint32>(records.size() + (last == records.cend() ? 0 : last->restRecords));
+    for (auto record = records.cbegin(); record != records.cend(); ++record) {
+        if (record != last)
+            writeRecord(stream, *record);
     }
+    if (last != records.cend())
+        writeRecord(stream, *last);
     return bytes;
 }
 

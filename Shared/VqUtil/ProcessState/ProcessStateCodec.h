@@ -8,7 +8,8 @@ namespace Velquor::Util {
 
 /// The bytes of the process state block: a count, then the records, as QDataStream of Qt 5.15 writes them.
 ///
-/// Thread: any. Errors: reading stops at bytes that are not a record. The records before them are kept.
+/// Thread: any. Errors: reading stops at bytes that are not a record. The records before them are kept. Values of other types
+/// than this version uses are kept as they are.
 namespace ProcessStateCodec {
 
 struct Decoded {

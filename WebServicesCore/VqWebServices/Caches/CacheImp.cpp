@@ -21,6 +21,9 @@ CacheImp::CacheImp(const CacheDependencies& parts, CacheView& view, const QStrin
 
 CacheImp::~CacheImp() {
     Abort();
+    // A later start of the process would take the value from the file.
+    if (m_mustClear)
+        m_storage.clear();
     m_view.updates->close();
 }
 
@@ -51,13 +54,12 @@ void CacheImp::InvalidateCache() {
     m_log.information(QStringLiteral("Invalidating cache"));
     // At once and on the caller's thread: nobody may read the old value after this call.
     m_view.isAvailable = false;
+    m_mustClear = true;
     post(&CacheImp::InvalidateSlot);
 }
 
 void CacheImp::InvalidateSlot() {
-    // An update in progress may end in "not modified", which would leave no value.
-    Abort();
-    clearMemory();
+    clear();
     findOutWhetherItCanUpdate();
     checkForUpdate();
 }
@@ -65,12 +67,18 @@ void CacheImp::InvalidateSlot() {
 void CacheImp::DeleteCache() {
     m_log.information(QStringLiteral("Deleting cache"));
     m_view.isAvailable = false;
+    m_mustClear = true;
     post(&CacheImp::DeleteSlot);
 }
 
 void CacheImp::DeleteSlot() {
-    // First, or an update that ends later would write the value again.
+    clear();
+}
+
+void CacheImp::clear() {
+    // First, or an update that ends later would write the value again, or end in "not modified" and leave no value.
     Abort();
+    m_mustClear = false;
     m_storage.clear();
     clearMemory();
 }

@@ -7,6 +7,7 @@
 #include "Tokens/ITokenOwner.h"
 
 #include <QObject>
+#include <atomic>
 #include <memory>
 
 namespace Velquor::WebServices {
@@ -82,6 +83,7 @@ private:
     void keep(const Internal::ExchangeOutcome& outcome);
     void fail(const QString& text, const CacheFailure& failure);
     void endRun();
+    void clear();
     void clearMemory();
 
     [[nodiscard]] QDateTime now() const { return m_tokens.services().now(); }
@@ -94,9 +96,10 @@ private:
     Internal::CacheStorage m_storage;
     Internal::CacheSchedule m_schedule;
     Internal::CacheUpdate m_update;
-    bool m_canUpdate = false; ///< There are a sign-in and a token.
-    QDateTime m_lastModified; ///< What the web service said of the value.
-    QString m_loadedFor;      ///< The sign-in for which the file was read.
+    std::atomic<bool> m_mustClear{false}; ///< Called for, not yet done: also the value in the file must go.
+    bool m_canUpdate = false;             ///< There are a sign-in and a token.
+    QDateTime m_lastModified;             ///< What the web service said of the value.
+    QString m_loadedFor;                  ///< The sign-in for which the file was read.
 };
 
 } // namespace Velquor::WebServices

@@ -7,6 +7,11 @@
 
 namespace Velquor::WebServices::Internal {
 
+namespace {
+// Many times what the slower carrier takes on a machine that is not overloaded.
+constexpr qint64 sameEventMs = 5000;
+} // namespace
+
 std::optional<IPCMethod> DuplicateFilter::add(const QString& eventId, IPCMethod method) {
     if (eventId.isEmpty())
         return {};
@@ -17,6 +22,21 @@ std::optional<IPCMethod> DuplicateFilter::add(const QString& eventId, IPCMethod 
         return std::prev(after)->method;
     insert(ranges, identity.number, method);
     return {};
+}
+
+std::optional<IPCMethod> DuplicateFilter::addWithoutId(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params,
+                                                       IPCMethod method, qint64 nowMs) {
+    while (!m_withoutId.isEmpty() && (m_withoutId.first().atMs < nowMs - sameEventMs || m_withoutId.size() >= mostWithoutId))
+        m_withoutId.removeFirst();
+    const auto isCopy = [&](const WithoutId& one) { return one.method != method && one.event == event && one.params == params; };
+    const auto copy = std::find_if(m_withoutId.begin(), m_withoutId.end(), isCopy);
+    if (copy == m_withoutId.end()) {
+        m_withoutId.append({event, params, method, nowMs});
+        return {};
+    }
+    const IPCMethod first = copy->method;
+    m_withoutId.erase(copy);
+    return first;
 }
 
 DuplicateFilter::Ranges& DuplicateFilter::rangesOf(const QString& source) {

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "Events/WebServicesEvent.h"
+
 #include <QHash>
 #include <QMap>
 #include <QString>
+#include <QVariantMap>
+#include <QVector>
 #include <optional>
 
 namespace Velquor::WebServices::Internal {
@@ -22,11 +26,16 @@ enum class IPCMethod { Socket, Watcher };
 /// Thread: one at a time. Owner: the notification manager.
 class DuplicateFilter {
 public:
-    /// Nothing when the event is new; otherwise the carrier that brought it before. An event without an id is new.
+    /// Nothing when the event is new; otherwise the carrier that brought it before.
     [[nodiscard]] std::optional<IPCMethod> add(const QString& eventId, IPCMethod method);
+    /// The same for an event of an older process, which has no id: an equal one that the other carrier brought within a few
+    /// seconds is the same. `nowMs` is of a steady clock.
+    [[nodiscard]] std::optional<IPCMethod> addWithoutId(WebServicesPrivateCore::WebServicesEvent event, const QVariantMap& params,
+                                                        IPCMethod method, qint64 nowMs);
 
     static constexpr int mostSources = 1024;
     static constexpr int mostRanges = 64;
+    static constexpr int mostWithoutId = 64;
 
 private:
     struct Range {
@@ -39,11 +48,20 @@ private:
         quint64 turn = 0; ///< When its last event arrived.
     };
 
+    /// Arrived by one carrier, not yet by the other.
+    struct WithoutId {
+        WebServicesPrivateCore::WebServicesEvent event;
+        QVariantMap params;
+        IPCMethod method;
+        qint64 atMs;
+    };
+
     [[nodiscard]] Ranges& rangesOf(const QString& source);
     static void insert(Ranges& ranges, quint64 number, IPCMethod method);
 
     QHash<QString, Source> m_sources;
     quint64 m_turn = 0;
+    QVector<WithoutId> m_withoutId; ///< The oldest first.
 };
 
 } // namespace Velquor::WebServices::Internal

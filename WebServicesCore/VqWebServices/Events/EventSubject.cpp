@@ -4,6 +4,20 @@
 
 namespace Velquor::WebServices::Internal {
 
+EventSubject EventSubject::ofStateChange(const QString& key) {
+    EventSubject subject(key);
+    subject.isStateChange = true;
+    return subject;
+}
+
+EventSubject fromParams(const QVariantMap& params) {
+    EventSubject subject(params.value(EventParam::consumerKey).toString());
+    const auto isStateChange = params.constFind(EventParam::isStateChange);
+    if (isStateChange != params.constEnd())
+        subject.isStateChange = isStateChange->toBool();
+    return subject;
+}
+
 QVariantMap toParams(const EventSubject& subject) {
     QVariantMap params{{EventParam::consumerKey, subject.consumerKey}};
     if (subject.oauth2Spec) {
@@ -12,6 +26,8 @@ QVariantMap toParams(const EventSubject& subject) {
         params.insert(EventParam::oauth2Scope, spec.scope);
         params.insert(EventParam::oauth2Legacy, spec.legacy);
     }
+    if (subject.isStateChange)
+        params.insert(EventParam::isStateChange, *subject.isStateChange);
     return params;
 }
 

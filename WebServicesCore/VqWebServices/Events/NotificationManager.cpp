@@ -114,11 +114,15 @@ void NotificationManager::InterProcessEventReceived(int id, const QVariantMap& p
 
 void NotificationManager::HandleInterProcessMessage(Event event, const QVariantMap& params, IPCMethod method) {
     const QString eventId = params.value(EventParam::eventId).toString();
-    if (const std::optional<IPCMethod> first = m_handled.add(eventId, method)) {
-        m_logger->debug(
-            QStringLiteral(
-                "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
-                .arg(eventName(event), methodName(method), methodName(*first)));
+    const std::optional<IPCMethod> first =
+        eventId.isEmpty() ? m_handled.addWithoutId(event, params, method, m_clock.elapsedMs()) : m_handled.add(eventId, method);
+    if (first) {
+        // A watcher may report one change of the file as two; there is nothing to tell then.
+        if (*first != method)
+            m_logger->debug(
+                QStringLiteral(
+                    "Received and ignored duplicate web services event %1 sent by %2. This was already sent by %3 and handled.")
+                    .arg(eventName(event), methodName(method), methodName(*first)));
         if (method == IPCMethod::Socket)
             handle(m_order.reachedBySocket(eventId, m_clock.elapsedMs()));
         return;
@@ -132,11 +136,10 @@ void NotificationManager::HandleInterProcessMessage(Event event, const QVariantM
 void NotificationManager::handle(const QVector<ArrivedEvent>& events) {
     for (const ArrivedEvent& one : events) {
         m_logger->information(QStringLiteral("Received web services event %1 from another process").arg(eventName(one.event)));
-        EventSubject subject(one.params.value(EventParam::consumerKey).toString());
+        EventSubject subject = fromParams(one.params);
         if (isAboutOneToken(one.event))
             subject.oauth2Spec = GetOAuth2TokenSpec(one.params, one.event);
-        if (subject.oauth2Spec || !isAboutOneToken(one.event))
-            m_listener.eventReceived(one.event, subject);
+        m_listener.eventReceived(one.event, subject);
     }
     if (events.isEmpty() || m_againTimer.isActive())
         return;

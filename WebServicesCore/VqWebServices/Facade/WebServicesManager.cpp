@@ -6,6 +6,8 @@
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"
 
+#include <VqWebServices/WebServicesPrivate.h>
+
 // The operations of the default client. Each forwards to the keyed facade, or calls the session when the operation has no key.
 
 namespace Velquor::WebServices {
@@ -13,7 +15,11 @@ namespace Velquor::WebServices {
 using namespace Internal;
 
 bool WebServicesManager::SetConfiguration(const WebServicesConfiguration& configuration) {
-    return keyed().SetConfiguration(defaultKey(), configuration);
+    // The single-sign-on server is no client itself, and a configuration must not make it one.
+    const bool isClient =
+        !WebServicesPrivate::IsHostSSOServer()
+        || withSession("SetConfiguration", false, [](LoginSession& session) { return session.requireClient(defaultKey()); });
+    return isClient && keyed().SetConfiguration(defaultKey(), configuration);
 }
 
 const WebServicesConfiguration& WebServicesManager::GetConfiguration() {

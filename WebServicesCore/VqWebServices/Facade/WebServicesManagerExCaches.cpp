@@ -26,10 +26,14 @@ EntitlementsPointer entitlements(const char* operation, const QString& clientKey
     });
 }
 
-int copyField(const UserInfoPointer& info, QString UserInfo::*field, wchar_t* buffer, int size) {
-    return copyText(info ? (*info).*field : QString(), buffer, size);
+int copyField(const char* operation, const QString& clientKey, QString UserInfo::*field, wchar_t* buffer, int size) {
+    return guarded(operation, 0, [&] {
+        const UserInfoPointer info = userInfo(operation, clientKey);
+        return copyText(info ? (*info).*field : QString(), buffer, size);
+    });
 }
 
+// May throw, since the text may be too large for the memory.
 bool handOut(const QString& text, wchar_t*& result) {
     result = text.isEmpty() ? nullptr : allocateText(text);
     return result != nullptr;
@@ -38,21 +42,23 @@ bool handOut(const QString& text, wchar_t*& result) {
 } // namespace
 
 int WebServicesManagerEx::GetUserEmail(const QString& clientKey, wchar_t* buffer, int size) {
-    return copyField(userInfo("GetUserEmail", clientKey), &UserInfo::email, buffer, size);
+    return copyField("GetUserEmail", clientKey, &UserInfo::email, buffer, size);
 }
 
 int WebServicesManagerEx::GetUserFirstName(const QString& clientKey, wchar_t* buffer, int size) {
-    return copyField(userInfo("GetUserFirstName", clientKey), &UserInfo::firstName, buffer, size);
+    return copyField("GetUserFirstName", clientKey, &UserInfo::firstName, buffer, size);
 }
 
 int WebServicesManagerEx::GetUserLastName(const QString& clientKey, wchar_t* buffer, int size) {
-    return copyField(userInfo("GetUserLastName", clientKey), &UserInfo::lastName, buffer, size);
+    return copyField("GetUserLastName", clientKey, &UserInfo::lastName, buffer, size);
 }
 
 bool WebServicesManagerEx::GetUserInfo(const QString& clientKey, wchar_t*& text) {
     text = nullptr;
-    const UserInfoPointer info = userInfo("GetUserInfo", clientKey);
-    return handOut(info ? info->text : QString(), text);
+    return guarded("GetUserInfo", false, [&] {
+        const UserInfoPointer info = userInfo("GetUserInfo", clientKey);
+        return handOut(info ? info->text : QString(), text);
+    });
 }
 
 ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& clientKey, const wchar_t* service) {
@@ -78,14 +84,18 @@ ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& cl
 
 bool WebServicesManagerEx::GetServiceEntitlementEx(const QString& clientKey, wchar_t*& text) {
     text = nullptr;
-    const EntitlementsPointer list = entitlements("GetServiceEntitlementEx", clientKey);
-    return handOut(list ? list->text : QString(), text);
+    return guarded("GetServiceEntitlementEx", false, [&] {
+        const EntitlementsPointer list = entitlements("GetServiceEntitlementEx", clientKey);
+        return handOut(list ? list->text : QString(), text);
+    });
 }
 
 bool WebServicesManagerEx::GetServiceEntitlementEx(const QString& clientKey, const wchar_t* service, wchar_t*& text) {
     text = nullptr;
-    const EntitlementsPointer list = entitlements("GetServiceEntitlementEx", clientKey);
-    return handOut(list ? list->services.value(textFromCaller(service)).text : QString(), text);
+    return guarded("GetServiceEntitlementEx", false, [&] {
+        const EntitlementsPointer list = entitlements("GetServiceEntitlementEx", clientKey);
+        return handOut(list ? list->services.value(textFromCaller(service)).text : QString(), text);
+    });
 }
 
 bool WebServicesManagerEx::GetCloudStorageQuota(const QString& clientKey, long long& used, long long& total) {

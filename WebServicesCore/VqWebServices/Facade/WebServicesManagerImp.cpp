@@ -1,6 +1,7 @@
 #include "Facade/WebServicesManagerImp.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QMutexLocker>
 #include <QReadLocker>
 #include <QScopeGuard>
@@ -12,6 +13,9 @@ namespace Velquor::WebServices {
 using namespace Internal;
 
 namespace {
+
+// The limit of every wait for another thread.
+constexpr int startTimeoutMs = 61000;
 
 /// Forwards the operations of `IWebServicesManager` to the facade. Thread: any. Owner: the singleton.
 class WebServicesManagerRuntime : public IWebServicesManager {
@@ -37,25 +41,43 @@ WebServicesManagerImp& WebServicesManagerImp::instance() {
 bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Specs) {
     {
         const QMutexLocker lock(&m_countMutex);
+        waitForStart();
         if (++m_count >= 2)
             return true;
+        m_starter = std::this_thread::get_id();
     }
     // A start-up that throws must not count: the next call would otherwise skip the start-up and succeed without a session.
-    auto giveBack = qScopeGuard([this] {
-        const QMutexLocker lock(&m_countMutex);
-        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the analyzer loses the captured "this" where the guard is moved.
-        --m_count;
-    });
+    int counted = 0;
+    const auto end = qScopeGuard([this, &counted] { endStart(counted); });
     const StartedLibrary started = startLibrary(defaultClientKey(), oauth2Specs);
-    giveBack.dismiss();
     const QWriteLocker lock(&m_stateLock);
     m_library = started;
+    counted = 1;
     return true;
+}
+
+void WebServicesManagerImp::waitForStart() {
+    const QDeadlineTimer limit(startTimeoutMs);
+    // A call inside the start-up, for instance from the host's message handler, must not wait for itself.
+    while (m_starter != std::thread::id() && m_starter != std::this_thread::get_id()) {
+        if (!m_startEnded.wait(&m_countMutex, limit))
+            return;
+    }
+}
+
+void WebServicesManagerImp::endStart(int counted) {
+    const QMutexLocker lock(&m_countMutex);
+    // The start-up itself is counted already.
+    m_count += counted - 1;
+    m_starter = {};
+    m_startEnded.wakeAll();
 }
 
 bool WebServicesManagerImp::uninitialize() {
     {
         const QMutexLocker lock(&m_countMutex);
+        // What is still starting could not be stopped.
+        waitForStart();
         if (m_count > 0)
             --m_count;
         if (m_count > 0)
@@ -101,7 +123,8 @@ IWebServicesManager* WebServicesManagerImp::runtimeObject() {
 }
 
 QString WebServicesManagerImp::defaultClientKey() {
-    return QString::number(QCoreApplication::applicationPid());
+    static const QString key = QString::number(QCoreApplication::applicationPid());
+    return key;
 }
 
 } // namespace Velquor::WebServices

@@ -4,10 +4,12 @@
 
 #include <QMutex>
 #include <QReadWriteLock>
+#include <QWaitCondition>
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesManagerEx.h>
 #include <memory>
+#include <thread>
 
 namespace Velquor::WebServices {
 
@@ -22,7 +24,7 @@ public:
     static WebServicesManagerImp& instance();
 
     /// Both count the calls. The first `initialize` runs the start-up, the last `uninitialize` the shut-down. A start-up that
-    /// throws is not counted.
+    /// throws is not counted. A call while another thread runs the start-up waits for its end, at most 61 seconds.
     bool initialize(const QVector<OAuth2TokenSpec>& oauth2Specs);
     bool uninitialize();
     [[nodiscard]] bool isInitialized();
@@ -46,8 +48,14 @@ public:
 private:
     WebServicesManagerImp() = default;
 
+    /// Under the mutex, which is free during the wait.
+    void waitForStart();
+    void endStart(int counted);
+
     QMutex m_countMutex;
     int m_count = 0;
+    QWaitCondition m_startEnded;
+    std::thread::id m_starter; ///< The thread that runs the start-up; none otherwise.
     mutable QReadWriteLock m_stateLock;
     Internal::StartedLibrary m_library;
     std::unique_ptr<IWebServicesManager> m_runtimeObject;

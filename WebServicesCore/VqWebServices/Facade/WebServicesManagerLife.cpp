@@ -7,8 +7,11 @@
 #include "Values/CallerText.h"
 #include "VqUtil/Platform/EventHook.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+#include <QThread>
 #include <VqWebServices/WebServicesManager.h>
+#include <atomic>
 
 namespace Velquor::WebServices {
 
@@ -18,6 +21,19 @@ namespace {
 
 bool start(const QVector<OAuth2TokenSpec>& specs) {
     return guarded("Initialize", false, [&] { return WebServicesManagerImp::instance().initialize(specs); });
+}
+
+// A host may have initialized the library on a thread without an event loop of Qt; its events are posted there all the same.
+bool servesEvents() {
+    const auto session = WebServicesManagerImp::instance().session();
+    if (QAbstractEventDispatcher::instance() || (session && session->thread() == QThread::currentThread()))
+        return true;
+    // Once, since hosts call the operation in a loop.
+    static std::atomic<bool> isLogged{false};
+    if (!isLogged.exchange(true))
+        Log::rootLogger().error(
+            QStringLiteral("DispatchEvent failed. This thread serves no events. Call it on the thread of Initialize."));
+    return false;
 }
 
 } // namespace
@@ -98,7 +114,7 @@ bool WebServicesManager::RemoveEventHook() {
 
 bool WebServicesManager::DispatchEvent() {
     return guarded("DispatchEvent", false, [&] {
-        if (!QCoreApplication::instance())
+        if (!QCoreApplication::instance() || !servesEvents())
             return false;
         QCoreApplication::sendPostedEvents();
         return true;

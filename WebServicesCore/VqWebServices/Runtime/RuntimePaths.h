@@ -7,7 +7,8 @@ namespace Velquor::WebServices::Internal {
 /// The folders and files of the library's own data. Thread: any.
 namespace RuntimePaths {
 
-/// True when the data folder is the one of all users: the library setting "EnableSSOForAllUsers", read once per process.
+/// True when the data folder is the one of all users: the library setting "EnableSSOForAllUsers", for the user to whom that
+/// folder belongs. The first such user creates it. Decided once per process, with a log line when the setting is ignored.
 [[nodiscard]] bool isSSOEnabledForAllUsers();
 
 /// "Velquor/Web Services" under the data folder of the user, or of all users; empty when that folder is unknown.

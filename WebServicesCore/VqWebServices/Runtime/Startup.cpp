@@ -124,6 +124,7 @@ std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::
         logger->error(QStringLiteral("Failed to create the data folder %1").arg(RuntimePaths::dataPath()));
     auto state = std::make_shared<Util::ProcessState>(Util::systemProcessStateDependencies(RuntimePaths::dataPath(), logger));
     state->setKey(QStringLiteral("Velquor.WebServices.ProcessState"));
+    (void)state->ensureCreated();
     return state;
 }
 

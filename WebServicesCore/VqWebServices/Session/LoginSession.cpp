@@ -38,7 +38,8 @@ LoginSession::LoginSession(const SessionDependencies& services, const ClientIden
     connect(&m_events, &LoginSessionEvents::LoggedIn, this, [this] { notifyCaches(&CacheStore::LoggedIn); });
     connect(&m_events, &LoginSessionEvents::LoginRestored, this, [this] { notifyCaches(&CacheStore::LoginRestored); });
     connect(&m_events, &LoginSessionEvents::LoggedOut, this, [this] { notifyCaches(&CacheStore::LoggedOut); });
-    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this, [this] { notifyCaches(&CacheStore::TokenRefreshed); });
+    connect(&m_events, &LoginSessionEvents::TokenRefreshed, this,
+            [this](const QString& consumerKey) { notifyCaches(&CacheStore::TokenRefreshed, consumerKey); });
     // The single-sign-on server is no client itself: the processes that it serves are added to it.
     if (!services.isSSOServer) {
         AddClient(self);
@@ -139,7 +140,7 @@ bool LoginSession::ChangeServer(const QString& clientKey, Server server, bool pe
                            .arg(serverName(before), serverName(server)));
         return false;
     }
-    RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
+    m_events.RaiseEvent(Event::ServerChanged, m_state.subjectKey(clientKey), persist);
     m_logger.information(QStringLiteral("Server successfully changed from %1 to %2").arg(serverName(before), serverName(server)));
     return true;
 }
@@ -167,11 +168,20 @@ bool LoginSession::RestoreLogin(const QString& clientKey, bool force) {
     }
     // A sign-in that was followed before the restore, or that a forced restore has found ended.
     if (!before.isEmpty() && m_state.signInId() != before)
-        RaiseEvent(Event::LoggedOut, QString(), false);
-    RaiseEvent(Event::LoginRestored, m_state.subjectKey(clientKey), false);
+        raiseEventHere(Event::LoggedOut, QString());
+    raiseEventHere(Event::LoginRestored, m_state.subjectKey(clientKey));
     oauth2().reportToken(clientKey);
     m_logger.information(QStringLiteral("Login restored for all products"));
     return true;
+}
+
+void LoginSession::RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers) {
+    EventSubject subject(consumerKey);
+    if (event == Event::LoggedIn || event == Event::LoggedOut)
+        subject.isStateChange = false;
+    if (isAboutOneToken(event))
+        subject.oauth2Spec = oauth2().defaultSpecOf(consumerKey);
+    m_events.RaiseEvent(event, subject, sendToOthers);
 }
 
 InitiatedLogin LoginSession::InitiateLogin(const QString& clientKey, const QString& ldapDomainKey) {
@@ -194,7 +204,7 @@ int LoginSession::CompleteLogin(const QString& clientKey, const NetworkCookieJar
         LockedState state(m_state);
         ProductConfigurator(state).configureAll();
     }
-    RaiseEvent(Event::LoggedIn, m_state.subjectKey(clientKey), true);
+    raiseEvent(Event::LoggedIn, EventSubject::ofStateChange(m_state.subjectKey(clientKey)));
     return code;
 }
 
@@ -309,9 +319,11 @@ void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& l
         Qt::QueuedConnection);
 }
 
-void LoginSession::notifyCaches(CacheClient::Event event) {
+void LoginSession::notifyCaches(CacheClient::Event event, const QString& productKey) {
     const QVector<ProductSessionPointer> products = m_state.products().all();
     for (const ProductSessionPointer& product : products) {
+        if (!productKey.isEmpty() && product->productKey() != productKey)
+            continue;
         if (TokenOperations* const operations = product->operations())
             operations->caches().post(event);
     }

@@ -93,10 +93,9 @@ public:
     /// The same for an operation that fails without the client: one log line says so.
     [[nodiscard]] bool requireClient(const QString& clientKey) const;
 
-    /// As `LoginSessionEvents::RaiseEvent`.
-    void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
-        m_events.RaiseEvent(event, subject, sendToOthers);
-    }
+    /// As `LoginSessionEvents::RaiseEvent`, for a sibling module. An event about one OAuth2 token is about the product's default
+    /// one.
+    void RaiseEvent(Event event, const QString& consumerKey, bool sendToOthers);
 
     // The proxy credentials, as in `ProxyCredentials`.
     bool SetProxyAuthentication(const QString& host, int port, const QString& user, const QString& password);
@@ -117,12 +116,16 @@ private slots:
     void LogoutSlot(const QString& productKey, const QString& signInId);
 
 private:
-    void raiseEvent(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, isForOtherProcesses(event)); }
-    void raiseEventHere(Event event, const EventSubject& subject) override { RaiseEvent(event, subject, false); }
+    void raiseEvent(Event event, const EventSubject& subject) override {
+        m_events.RaiseEvent(event, subject, isForOtherProcesses(event));
+    }
+    void raiseEventHere(Event event, const EventSubject& subject) override { m_events.RaiseEvent(event, subject, false); }
+    void deliverEvent(Event event, const EventSubject& subject) override { m_events.deliver(event, subject); }
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey) override { return m_events.isLogoutVetoed(consumerKey); }
     void forceLogout(const QString& productKey, const QString& signInId) override;
     bool followFile(int waitMs) override { return m_follower.follow(waitMs); }
-    void notifyCaches(CacheClient::Event event);
+    /// Of all products, or of the one with this key.
+    void notifyCaches(CacheClient::Event event, const QString& productKey = {});
     /// Before the restore: reads server and user from the file, unless that was done or a server was chosen.
     void loadBasicOnce();
 

@@ -43,15 +43,18 @@ void LoginSessionEvents::stopNotifications() {
 }
 
 void LoginSessionEvents::RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers) {
-    const QString name = eventName(event);
-    m_logger.information(QStringLiteral("Raising web services event %1").arg(name));
+    m_logger.information(QStringLiteral("Raising web services event %1").arg(eventName(event)));
     if (sendToOthers)
         this->sendToOthers(event, subject);
+    deliver(event, subject);
+}
+
+void LoginSessionEvents::deliver(Event event, const EventSubject& subject) {
     if (QThread::currentThread() == thread()) {
         CallObserversSlot(event, subject.consumerKey, nullptr);
         return;
     }
-    m_logger.information(emittingText(name));
+    m_logger.information(emittingText(eventName(event)));
     emit CallObserversTrigger(event, subject.consumerKey, nullptr);
 }
 
@@ -80,17 +83,17 @@ void LoginSessionEvents::CallObserversSlot(WebServicesPrivateCore::WebServicesEv
                 .arg(eventName(event)));
         return;
     }
-    emitToListeners(event);
+    emitToListeners(event, consumerKey);
 }
 
-void LoginSessionEvents::emitToListeners(Event event) {
+void LoginSessionEvents::emitToListeners(Event event, const QString& consumerKey) {
     switch (event) {
     case Event::LoggedIn: return emit LoggedIn();
     case Event::LoginRestored: return emit LoginRestored();
     case Event::LoggingOut: return emit LoggingOut();
     case Event::LoggedOut: return emit LoggedOut();
     case Event::LoginDialogTimeoutInVqSSOServer: return emit LoginDialogTimeoutInVqSSOServer();
-    case Event::TokenRefreshed: return emit TokenRefreshed();
+    case Event::TokenRefreshed: return emit TokenRefreshed(consumerKey);
     case Event::ServerChanged: return emit ServerChanged();
     case Event::TokenAcquired: return emit TokenAcquired();
     case Event::TokenQueryFailed: return emit TokenQueryFailed();

@@ -32,8 +32,11 @@ public:
     /// processes of the user, for any event.
     void RaiseEvent(Event event, const EventSubject& subject, bool sendToOthers);
 
+    /// The same without raising the event: notifies the observers and listeners of this process only.
+    void deliver(Event event, const EventSubject& subject);
+
     /// Asks the observers whether the user may be signed out. On another thread than the main one it waits for the answer, at
-    /// most 5 seconds, and treats a missing answer as consent: the user asked to be signed out.
+    /// most 61 seconds, and treats a missing answer as a veto: a sign-out can be tried again.
     [[nodiscard]] bool isLogoutVetoed(const QString& consumerKey);
 
     [[nodiscard]] ObserverRegistry& observers() { return m_dispatcher.observers(); }
@@ -46,7 +49,7 @@ signals:
     void LoggingOut();
     void LoggedOut();
     void LoginDialogTimeoutInVqSSOServer();
-    void TokenRefreshed();
+    void TokenRefreshed(const QString& consumerKey);
     void ServerChanged();
     void TokenAcquired();
     void TokenQueryFailed();
@@ -64,7 +67,7 @@ private slots:
 
 private:
     void sendToOthers(Event event, const EventSubject& subject);
-    void emitToListeners(Event event);
+    void emitToListeners(Event event, const QString& consumerKey);
 
     SessionState& m_state;
     const KeepAlive m_keepOwner;

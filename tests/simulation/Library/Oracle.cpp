@@ -41,10 +41,10 @@ void Oracle::readFile() {
     m_used.insert({m_file.signIn, m_machine.world.nowUs()});
 }
 
-// Of two sign-ins that meet, either may be the later one.
+// Of two sign-ins that meet, either may be the later one: their dates are whole seconds.
 bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
     return std::any_of(m_used.begin(), m_used.end(), [&](const auto& used) {
-        return used.first > 0 && used.first != signIn.number && used.second >= signIn.exchangedUs;
+        return used.first > 0 && used.first != signIn.number && used.second + 1000000 >= signIn.exchangedUs;
     });
 }
 

@@ -13,8 +13,10 @@ public:
 
     /// Raises the event in this process and, when the event concerns them, in the user's other processes.
     virtual void raiseEvent(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
-    /// Raises the event in this process only: the other processes know it already.
+    /// Raises the event in this process only: it does not concern the others.
     virtual void raiseEventHere(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
+    /// Notifies the observers and listeners of this process of an event of another process.
+    virtual void deliverEvent(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject) = 0;
     /// Asks the observers whether the user may be signed out, and waits for their answer.
     [[nodiscard]] virtual bool isLogoutVetoed(const QString& consumerKey) = 0;
     /// Ends the sign-in of this id (`SessionState::signInId`) later, on the main thread, in the name of the product of this key.

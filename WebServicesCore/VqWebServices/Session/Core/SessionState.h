@@ -6,6 +6,7 @@
 #include "Session/State/LoginState.h"
 #include "Session/State/LoginStateFile.h"
 #include "Session/State/MachineBinding.h"
+#include "Session/State/NotifiedChanges.h"
 #include "Session/State/PendingSignIn.h"
 #include "Session/State/ProxyCredentials.h"
 #include "Session/State/RetryBackoff.h"
@@ -68,6 +69,7 @@ public:
     [[nodiscard]] const RetryBackoff& unread() const { return m_unread; }
     /// The file as this process saw it last.
     [[nodiscard]] LoginState seen() const;
+    [[nodiscard]] NotifiedChanges& notified() { return m_notified; }
 
     [[nodiscard]] BasicLoginState basic() const;
     [[nodiscard]] Server currentServer() const;
@@ -115,6 +117,7 @@ private:
     bool m_isNetworkStepActive = false;
     RetryBackoff m_unsaved{60000, m_services.steadyClock};
     RetryBackoff m_unread{1000, m_services.steadyClock};
+    NotifiedChanges m_notified{m_services.steadyClock};
     std::atomic<int> m_pendingLogouts{0};
     std::atomic<bool> m_isStopped{false};
 

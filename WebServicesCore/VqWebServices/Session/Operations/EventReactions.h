@@ -20,8 +20,16 @@ public:
     [[nodiscard]] bool finishReactions() override;
 
 private:
-    void announce(WebServicesPrivateCore::WebServicesEvent event, const QString& consumerKey);
+    /// A sign-in or sign-out of another process.
+    struct SignInEvent {
+        WebServicesPrivateCore::WebServicesEvent event;
+        EventSubject subject;
+        qint64 start; ///< A notification of the observers since then was about this event.
+    };
+
+    void announce(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
     void followFile();
+    void signInFollowed(const SignInEvent& followed);
     void react(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
     void tokenRefreshed(const QString& consumerKey);
     void oauth2TokenChanged(WebServicesPrivateCore::WebServicesEvent event, const EventSubject& subject);
@@ -30,9 +38,9 @@ private:
 
     SessionState& m_state;
     Log::ILogger& m_logger;
-    bool m_isChangePending = false;    ///< The file could not be read.
-    std::optional<QString> m_signedIn; ///< The product of a sign-in that is still to be applied.
-    QStringList m_unloaded;            ///< Products that could not be read yet.
+    bool m_isChangePending = false;           ///< The file could not be read.
+    std::optional<SignInEvent> m_signInEvent; ///< The last one, until the file has been read.
+    QStringList m_unloaded;                   ///< Products that could not be read yet.
 };
 
 } // namespace Velquor::WebServices::Internal

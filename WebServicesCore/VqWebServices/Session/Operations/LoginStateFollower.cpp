@@ -45,9 +45,9 @@ bool LoginStateFollower::follow(int waitMs) {
     if (m_state.isStopped())
         return true;
     if (changes.isSignedOut)
-        m_state.events().raiseEventHere(Event::LoggedOut, QString());
+        m_state.events().deliverEvent(Event::LoggedOut, QString());
     if (changes.isSignedIn)
-        m_state.events().raiseEventHere(Event::LoggedIn, QString());
+        m_state.events().deliverEvent(Event::LoggedIn, QString());
     return changes.hasRead;
 }
 
@@ -59,7 +59,13 @@ LoginStateFollower::Changes LoginStateFollower::exchangeWithFile(LockedState& st
         LoginStateStore(state, LoginStateFile::briefTimeoutMs).save();
     const bool isLoggedIn = m_state.isLoggedIn();
     const bool isSame = before.isSameSignIn(m_state.basic());
-    return {followed.hasRead, wasLoggedIn && (!isLoggedIn || followed.isSignedOut), isLoggedIn && (!wasLoggedIn || !isSame)};
+    const Changes changes{followed.hasRead, wasLoggedIn && (!isLoggedIn || followed.isSignedOut),
+                          isLoggedIn && (!wasLoggedIn || !isSame)};
+    if (changes.isSignedOut)
+        m_state.notified().add(Event::LoggedOut);
+    if (changes.isSignedIn)
+        m_state.notified().add(Event::LoggedIn);
+    return changes;
 }
 
 bool LoginStateFollower::isUpToDate() const {

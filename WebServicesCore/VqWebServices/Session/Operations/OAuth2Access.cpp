@@ -21,6 +21,11 @@ OAuth2TokenSpec OAuth2Access::resolve(const QString& clientKey, const OAuth2Toke
     return spec ? *spec : m_state.clients().oauth2(clientKey).defaultSpec();
 }
 
+OAuth2TokenSpec OAuth2Access::defaultSpecOf(const QString& productKey) const {
+    const QStringList clients = clientsOf(productKey);
+    return resolve(clients.isEmpty() ? QString() : clients.first(), nullptr);
+}
+
 OAuth2SessionPointer OAuth2Access::findSession(const ProductSessionPointer& product, const OAuth2TokenSpec& spec) {
     const OAuth2SessionPointer found = product ? product->oauth2().find(spec) : OAuth2SessionPointer();
     // The session uses its product, which another thread may release while the caller waits.

@@ -36,6 +36,8 @@ public:
 
     /// The spec itself, or the client's default one.
     [[nodiscard]] OAuth2TokenSpec resolve(const QString& clientKey, const OAuth2TokenSpec* spec) const;
+    /// The default spec of the product with this consumer key.
+    [[nodiscard]] OAuth2TokenSpec defaultSpecOf(const QString& productKey) const;
     [[nodiscard]] QString productKey(const QString& clientKey) const { return m_state.subjectKey(clientKey); }
 
 private:

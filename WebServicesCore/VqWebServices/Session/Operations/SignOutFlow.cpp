@@ -117,7 +117,7 @@ bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn, 
     if (m_state.services().processState)
         m_state.services().processState->deletePropertiesInAllProcesses(
             {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
-    m_state.events().raiseEvent(Event::LoggedOut, m_state.subjectKey(clientKey));
+    m_state.events().raiseEvent(Event::LoggedOut, EventSubject::ofStateChange(m_state.subjectKey(clientKey)));
     return true;
 }
 

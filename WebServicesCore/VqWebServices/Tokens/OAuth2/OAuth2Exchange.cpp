@@ -6,7 +6,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 namespace Velquor::WebServices::Internal {
@@ -16,6 +15,8 @@ namespace {
 constexpr int maximumBody = 256 * 1024;
 constexpr int maximumDigits = 10;
 constexpr double maximumSeconds = 1e10;
+// The lifetime of a token whose reply names none. A token that ends earlier is renewed when a service has refused it.
+constexpr auto defaultSeconds = "3600";
 
 /// A form parameter: its text with a place for the value, and the value in clear.
 struct FormPart {
@@ -56,17 +57,32 @@ Util::SecretBytes encodedForm(const std::vector<FormPart>& parts) {
     return Util::SecretBytes(std::move(form));
 }
 
-// Digits only: Qt's conversion accepts blanks and signs, and returns its default for a fraction or a text.
+bool isNumber(const QByteArray& text) {
+    return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
+}
+
+// Digits only: Qt's conversion accepts blanks and signs, and returns its default for a fraction or a text. A fraction is cut off.
 QByteArray wholeSeconds(const QJsonValue& value) {
+    if (value.isUndefined() || value.isNull())
+        return defaultSeconds;
     if (value.isDouble()) {
         const double seconds = value.toDouble();
-        const bool isWhole = seconds >= 1 && seconds <= maximumSeconds && std::floor(seconds) == seconds;
-        return isWhole ? QByteArray::number(static_cast<qint64>(seconds)) : QByteArray();
+        return seconds >= 1 && seconds <= maximumSeconds ? QByteArray::number(static_cast<qint64>(seconds)) : QByteArray();
     }
-    const QByteArray digits = value.toString().toUtf8();
-    const bool isDecimal = digits.size() <= maximumDigits && digits.toLongLong() > 0
-                           && std::all_of(digits.begin(), digits.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
-    return isDecimal ? digits : QByteArray();
+    const QByteArray text = value.toString().toUtf8();
+    const int point = text.indexOf('.');
+    const QByteArray digits = point < 0 ? text : text.left(point);
+    const bool isDecimal = isNumber(digits) && (point < 0 || isNumber(text.mid(point + 1)));
+    return isDecimal && digits.size() <= maximumDigits && digits.toLongLong() > 0 ? digits : QByteArray();
+}
+
+// A token of another type is of no use without what belongs to it, for instance a key. The server may also name the type that was
+// asked for.
+bool isUnderstoodType(const QJsonValue& type) {
+    if (type.isUndefined() || type.isNull())
+        return true;
+    const QString name = type.toString().toLower();
+    return name == QLatin1String("bearer") || name == QLatin1String("jwt") || name == QLatin1String("rt");
 }
 
 } // namespace
@@ -106,7 +122,7 @@ std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTi
     Util::SecretBytes token = Util::SecretBytes::fromText(json.value(QStringLiteral("access_token")).toString());
     const QByteArray seconds = wholeSeconds(json.value(QStringLiteral("expires_in")));
     const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, now);
-    if (!isUsableToken(token.view()) || !expiry.isValid())
+    if (!isUsableToken(token.view()) || !expiry.isValid() || !isUnderstoodType(json.value(QStringLiteral("token_type"))))
         return {};
     return OAuth2Reply{std::move(token), expiry};
 }

@@ -32,8 +32,9 @@ struct OAuth2Reply {
     QDateTime expiryDate;
 };
 
-/// Reads the JSON of a reply: a usable token and a lifetime of whole seconds, as a number or in decimal digits, from a second to
-/// a hundred years. Nothing for everything else.
+/// Reads the JSON of a reply: a usable token and a lifetime in seconds, as a number or in decimal digits, from a second to a
+/// hundred years; an hour when the reply names none. Nothing for everything else, and for a token of a type that no service takes
+/// alone.
 [[nodiscard]] std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTime& now);
 
 } // namespace Velquor::WebServices::Internal

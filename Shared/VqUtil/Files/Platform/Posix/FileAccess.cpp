@@ -49,6 +49,16 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return info.st_uid != ::geteuid() || (info.st_mode & 077) == 0 || ::chmod(path.constData(), 0700) == 0;
 }
 
+bool claimFolder(const QString& folder) {
+    const QByteArray path = QFile::encodeName(folder);
+    struct stat info {};
+    const auto read = [&] { return ::lstat(path.constData(), &info) == 0; };
+    if (!read() && (errno != ENOENT || !ensureOwnerOnlyFolder(folder) || !read()))
+        return false;
+    const bool isShared = (info.st_mode & 022) != 0;
+    return S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && !isShared && ensureOwnerOnlyFolder(folder);
+}
+
 Result<void> openForReading(QFile& file, const QString& path) {
     file.setFileName(path);
     return file.open(QIODevice::ReadOnly) ? Result<void>() : Failure{file.errorString()};

@@ -73,6 +73,18 @@ bool ensureOwnerOnlyFolder(const QString& folder) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && takeRightsOfOthersAway(path);
 }
 
+bool claimFolder(const QString& folder) {
+    const std::wstring path = nativePath(folder);
+    DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        if (!ensureOwnerOnlyFolder(folder))
+            return false;
+        attributes = ::GetFileAttributesW(path.c_str());
+    }
+    const bool isLink = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    return attributes != INVALID_FILE_ATTRIBUTES && !isLink && isFolderOfUserAlone(path) && ensureOwnerOnlyFolder(folder);
+}
+
 Result<void> writeOwnerOnlyFile(const QString& path, const QByteArray& data, Flush flush) {
     const std::wstring name = nativePath(path);
     OwnerOnlySecurity security(OwnerOnlySecurity::Kind::File);

@@ -58,6 +58,22 @@ struct FolderRights {
         return list != nullptr;
     }
 
+    // An entry of its own for anybody but the user and the system.
+    [[nodiscard]] bool areShared() const {
+        for (DWORD index = 0; list && index < list->AceCount; ++index) {
+            void* entry = nullptr;
+            if (!::GetAce(list, index, &entry))
+                return true;
+            const auto* const header = static_cast<const ACE_HEADER*>(entry);
+            if ((header->AceFlags & INHERITED_ACE) != 0 || header->AceType != ACCESS_ALLOWED_ACE_TYPE)
+                continue;
+            void* const sid = &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart;
+            if (!isOwnSid(sid) && !::IsWellKnownSid(sid, WinLocalSystemSid))
+                return true;
+        }
+        return list == nullptr;
+    }
+
     [[nodiscard]] QByteArray bytes() const {
         return {static_cast<const char*>(descriptor.get()), static_cast<int>(::GetSecurityDescriptorLength(descriptor.get()))};
     }
@@ -129,6 +145,11 @@ DWORD tryToTakeRightsOfOthersAway(const std::wstring& path) {
 }
 
 } // namespace
+
+bool isFolderOfUserAlone(const std::wstring& path) {
+    FolderRights rights;
+    return rights.read(path) == ERROR_SUCCESS && isOwnSid(rights.owner) && !rights.areShared();
+}
 
 // Wine asks how long the rights are and then reads them: another process that changes them in between makes it fail.
 bool takeRightsOfOthersAway(const std::wstring& path) {

@@ -10,4 +10,8 @@ namespace Velquor::Util {
 /// Thread: any. Errors: false when the rights could not be read or written.
 [[nodiscard]] bool takeRightsOfOthersAway(const std::wstring& path);
 
+/// True when the user of this process owns the folder, and no other user was given rights to it. Rights that it inherits do not
+/// count.
+[[nodiscard]] bool isFolderOfUserAlone(const std::wstring& path);
+
 } // namespace Velquor::Util
