@@ -26,7 +26,7 @@ enum class StoreResult {
 enum class FileLook {
     Read,       ///< Memory holds what the file holds.
     Unread,     ///< The file cannot be read now, or another operation is under way: it may hold other tokens.
-    SignInGone, ///< This sign-in is over, here or in the file.
+    SignInGone, ///< This sign-in is over, here or in the file, or the product is going away.
 };
 
 /// Another product that is signed in on the same server, whose session can sign this one in.

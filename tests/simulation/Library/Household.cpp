@@ -56,11 +56,15 @@ QString Household::beQuiet() {
     m_machine.line.lostPercent = 0;
     m_machine.line.downUntilUs = m_machine.disk.lockedUntilUs = m_machine.disk.unreadableUntilUs = 0;
     QString broken = m_world.run(quietMs, quietSteps, [this] { return m_oracle.check(); });
-    if (!broken.isEmpty() || m_oracle.checkQuiet().isEmpty())
+    if (broken.isEmpty() && !m_oracle.checkQuiet().isEmpty())
+        // A refresh may be under way just now.
+        broken = m_world.run(2 * minuteMs, quietSteps, [this] { return m_oracle.check(); });
+    if (broken.isEmpty())
+        broken = m_oracle.checkQuiet();
+    if (!broken.isEmpty())
         return broken;
-    // A refresh may be under way just now.
-    broken = m_world.run(2 * minuteMs, quietSteps, [this] { return m_oracle.check(); });
-    return broken.isEmpty() ? m_oracle.checkQuiet() : broken;
+    m_machine.isSettled = true;
+    return m_world.run(2 * minuteMs, quietSteps, [this] { return m_oracle.check(); });
 }
 
 QString Household::afterStep() {

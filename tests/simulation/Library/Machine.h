@@ -38,6 +38,7 @@ struct Machine {
     Wire wire;
     Habits habits;
     bool isQuiet = false;     ///< The user does nothing but look.
+    bool isSettled = false;   ///< All was quiet for so long that every call must succeed. The user signs requests.
     std::set<int> leftByUser; ///< Sign-ins that the user has begun to end.
     std::set<int> takenUp;    ///< Sign-ins that a process has completed.
     qint64 lastSignOutUs = -1;

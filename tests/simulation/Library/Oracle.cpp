@@ -69,7 +69,18 @@ QString Oracle::check() {
         if (!broken.isEmpty())
             return broken;
     }
-    return checkTokens();
+    const QString waits = checkWaits();
+    return waits.isEmpty() ? checkTokens() : waits;
+}
+
+// Who holds the file waits for nothing but the disk.
+QString Oracle::checkWaits() const {
+    const Actor* const holder = m_machine.disk.lock.holder();
+    const bool isWaiting =
+        holder && (holder->what.endsWith("event loop") || holder->what.endsWith("session") || holder->what == "sleeps");
+    return isWaiting ? QStringLiteral("R7: the file is held during a wait: %1, %2")
+                           .arg(QString::fromUtf8(holder->name), QString::fromUtf8(holder->what))
+                     : QString();
 }
 
 QString Oracle::checkShown(const SimProcess& process) {

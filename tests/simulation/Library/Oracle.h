@@ -36,6 +36,7 @@ private:
     [[nodiscard]] bool isSuperseded(const Ledger::SignIn& signIn) const;
     [[nodiscard]] bool mayEnd(int number) const;
     [[nodiscard]] QString checkShown(const SimProcess& process);
+    [[nodiscard]] QString checkWaits() const;
     [[nodiscard]] QString checkTokens() const;
     [[nodiscard]] bool isHeld(int signIn, const QString& key, int token) const;
     [[nodiscard]] QString checkAgreed(const SimProcess& process) const;

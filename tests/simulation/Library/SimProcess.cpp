@@ -182,7 +182,9 @@ void SimProcess::live() {
 void SimProcess::act() {
     const Machine::Habits& habits = m_machine.habits;
     const int total = habits.look + habits.sign + habits.signIn + habits.signOut + habits.end;
-    int drawn = m_machine.isQuiet ? 0 : m_machine.world.choices().pick(total, "act");
+    if (m_machine.isQuiet)
+        return m_machine.isSettled ? signRequest() : (void)session().isLoggedIn({});
+    int drawn = m_machine.world.choices().pick(total, "act");
     const auto isDrawn = [&drawn](int weight) { return (drawn -= weight) < 0; };
     if (isDrawn(habits.look))
         (void)session().isLoggedIn({});
@@ -201,7 +203,9 @@ void SimProcess::signRequest() {
     m_machine.world.note("signs a request");
     SigningOrder order;
     order.request = {"GET", QUrl("https://data.example.com/x"), {}};
-    (void)session().SignRequest(m_clientKey, order);
+    const bool isSigned = !session().SignRequest(m_clientKey, order).isEmpty();
+    if (m_machine.isQuiet && !m_process.isKilled && token() != 0 && !isSigned)
+        m_broken = QStringLiteral("R8: a request could not be signed, with the server up and a token");
     m_isBusy = false;
 }
 

@@ -128,10 +128,14 @@ void QueryWorker::otherProcessEnded() {
 
 void QueryWorker::query() {
     // With the lock held: what another process has stored before it released the lock is in the file now.
+    const QString signIn = owner().signInId();
     if (takeFromFile())
         return finish(1);
     if (m_look == FileLook::Unread)
         return retryWhenRead();
+    // The product is going away, and has not read the file.
+    if (m_look == FileLook::SignInGone && !signIn.isEmpty() && owner().signInId() == signIn)
+        return finish(0);
     m_signInId = owner().signInId();
     if (hasJustFailedElsewhere())
         return leaveRetryToOther();
