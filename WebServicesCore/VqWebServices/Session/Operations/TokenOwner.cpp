@@ -72,7 +72,9 @@ FileLook TokenOwner::catchUpWithFile(const QString& signInId) {
         services().threads->pause(pauseMs);
         isRead = m_state.events().followFile(lockSliceMs);
     }
-    if (signInId.isEmpty() || this->signInId() != signInId)
+    // Who is going away reads nothing any more.
+    const bool isGoingAway = m_stopping || m_state.isStopped();
+    if (isGoingAway || signInId.isEmpty() || this->signInId() != signInId)
         return FileLook::SignInGone;
     return isRead ? FileLook::Read : FileLook::Unread;
 }
