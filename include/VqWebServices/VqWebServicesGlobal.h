@@ -9,8 +9,9 @@
 /// library for a process with several products. Observers, `Velquor::WebServices::IWebServicesObserver` and the interfaces
 /// derived from it, receive changes. The following conventions hold for every operation.
 ///
-/// Text arguments are null-terminated UTF-16 (Windows) or UTF-32. The caller keeps ownership. A null pointer, or a text of more
-/// than 1048575 units, counts as the empty text.
+/// Text arguments are null-terminated UTF-16 (Windows) or UTF-32. The caller keeps ownership. A null pointer counts as the
+/// empty text. A text of more than 1048575 units, or with a unit that Unicode does not have, makes the operation fail. A setter
+/// without a result then keeps its old value, and logs one line.
 ///
 /// Text buffer rule of every `(wchar_t* buffer, int size)` result (size in units of `wchar_t`, terminator included):
 ///  - a null buffer: nothing is written, the result is the length of the text without its terminator;

@@ -210,6 +210,19 @@ private slots:
                                                  ParsingMode::SignedUrl, nullptr, nullptr));
         const QString text = QString::fromWCharArray(signedUrl.get());
         QVERIFY2(text.startsWith("https://example.com/p?a=b&x=1%20%26%202&oauth_") && text.endsWith("#end"), qPrintable(text));
+        // What is too long is refused, not sent as an empty text.
+        const std::wstring huge(1048576, L'x');
+        const RequestParam tooLong{L"x", huge.c_str()};
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/p", &tooLong, 1, HttpMethod::Post, ParsingMode::FormBody, nullptr,
+                                          nullptr)));
+        QCOMPARE(manager.GetServiceEntitlement(huge.c_str()), ServiceEntitlement::NoLoginSession);
+        WebServicesManager::SetSupportFileSearchPaths(huge.c_str());
+        QVERIFY(WebServicesManager::GetSupportFileSearchPaths(nullptr, 0) > 0);
+        oauth2Configuration().SetFeatureName(huge.c_str());
+        const QByteArray log = TestKit::readFile(WebServicesPrivate::GetLogFile());
+        for (const char* const operation :
+             {"SignRequest", "GetServiceEntitlement", "SetSupportFileSearchPaths", "SetFeatureName"})
+            QVERIFY2(log.contains(operation + QByteArray(" failed. A text is longer than 1048575 units")), operation);
         QVERIFY(manager.Logout());
         QVERIFY(!keyed.IsLoggedIn(key));
         QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);

@@ -23,10 +23,10 @@ Util::Result<OAuth::Parameters> takeParameters(const SigningArguments& arguments
             QStringLiteral("The parameters are null, or there are less than 0 or more than %1.").arg(maximumParameters)};
     OAuth::Parameters parameters;
     for (int index = 0; index < arguments.count; ++index) {
-        const QByteArray name = textFromCaller(arguments.params[index].name).toUtf8();
+        const QByteArray name = utf8FromCaller(arguments.params[index].name);
         if (name.isEmpty())
             return Util::Failure{QStringLiteral("Parameter %1 has no name.").arg(index)};
-        parameters.append({name, textFromCaller(arguments.params[index].value).toUtf8()});
+        parameters.append({name, utf8FromCaller(arguments.params[index].value)});
     }
     return parameters;
 }
@@ -36,8 +36,8 @@ Util::Result<SigningOrder> checkedOrder(const SigningArguments& arguments) {
     order.request.url = urlFromCaller(arguments.url);
     order.request.method = OAuth::httpMethodName(static_cast<int>(arguments.method));
     order.mode = arguments.mode;
-    order.token = textFromCaller(arguments.token).toUtf8();
-    order.tokenSecret = textFromCaller(arguments.tokenSecret).toUtf8();
+    order.token = utf8FromCaller(arguments.token);
+    order.tokenSecret = utf8FromCaller(arguments.tokenSecret);
     if (!OAuth::splitUrl(order.request.url.toEncoded()).isValid())
         return Util::Failure{QStringLiteral("The url is not an absolute http or https url.")};
     if (order.request.method.isEmpty())
