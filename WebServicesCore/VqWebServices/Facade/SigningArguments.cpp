@@ -5,6 +5,7 @@
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/General/Result.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -13,8 +14,15 @@ namespace {
 
 constexpr int maximumParameters = 1000;
 
-QUrl urlFromCaller(const wchar_t* url) {
-    return QUrl(textFromCaller(url), QUrl::TolerantMode);
+// A legal URL (RFC 3986) is signed as it is, since a server signs the path that it receives. QUrl would rewrite its escapes.
+QByteArray urlFromCaller(const SigningArguments& arguments) {
+    const QByteArray given = utf8FromCaller(arguments.url);
+    const bool isPrintable =
+        std::all_of(given.begin(), given.end(), [](char letter) { return letter > '\x20' && letter < '\x7f'; });
+    if (isPrintable && QUrl::fromEncoded(given, QUrl::StrictMode).isValid())
+        return given;
+    // What is returned for a browser is what is sent, so it can be encoded here.
+    return arguments.mode == ParsingMode::SignedUrl ? QUrl::fromEncoded(given, QUrl::TolerantMode).toEncoded() : QByteArray();
 }
 
 Util::Result<OAuth::Parameters> takeParameters(const SigningArguments& arguments) {
@@ -33,13 +41,13 @@ Util::Result<OAuth::Parameters> takeParameters(const SigningArguments& arguments
 
 Util::Result<SigningOrder> checkedOrder(const SigningArguments& arguments) {
     SigningOrder order;
-    order.request.url = urlFromCaller(arguments.url);
+    order.request.url = urlFromCaller(arguments);
     order.request.method = OAuth::httpMethodName(static_cast<int>(arguments.method));
     order.mode = arguments.mode;
     order.token = utf8FromCaller(arguments.token);
     order.tokenSecret = utf8FromCaller(arguments.tokenSecret);
-    if (!OAuth::splitUrl(order.request.url.toEncoded()).isValid())
-        return Util::Failure{QStringLiteral("The url is not an absolute http or https url.")};
+    if (!OAuth::splitUrl(order.request.url).isValid())
+        return Util::Failure{QStringLiteral("The url is not an absolute http or https url, or not an encoded one.")};
     if (order.request.method.isEmpty())
         return Util::Failure{QStringLiteral("The http method is unknown.")};
     if (arguments.mode < ParsingMode::QueryString || arguments.mode > ParsingMode::FormBody)
@@ -58,7 +66,7 @@ std::optional<SigningOrder> makeSigningOrder(const SigningArguments& arguments) 
     if (order)
         return std::move(*order);
     Log::rootLogger().error(QStringLiteral("SignRequest failed while signing url %1: %2")
-                                .arg(displayUrl(urlFromCaller(arguments.url)), order.reason()));
+                                .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode)), order.reason()));
     return std::nullopt;
 }
 

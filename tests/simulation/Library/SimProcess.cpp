@@ -185,7 +185,7 @@ void SimProcess::signRequest() {
     m_isBusy = true;
     m_machine.world.note("signs a request");
     SigningOrder order;
-    order.request = {"GET", QUrl("https://data.example.com/x"), {}};
+    order.request = {"GET", "https://data.example.com/x", {}};
     (void)session().SignRequest(m_clientKey, order);
     m_isBusy = false;
 }
