@@ -115,6 +115,9 @@ private slots:
         QVERIFY(login.url.isEmpty());
         QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
         QCOMPARE(static_cast<int>(login.error), error);
+        // An answer is logged whole.
+        QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
+                 login.error != LoginErrorEx::NoReply);
         QVERIFY(m_service.reset());
         signIn(*m_session);
         QVERIFY(m_session->isLoggedIn(key));
