@@ -28,7 +28,7 @@
 /// Memory returned as `wchar_t*` or through `wchar_t*&` was allocated with `new wchar_t[]`; the caller frees it with `delete[]`.
 /// Dates are seconds since 1970-01-01 UTC.
 ///
-/// Without "WebServices.logconfig" the library does not sign in, does not sign requests and returns no tokens. Those operations
+/// Without "WebServices.logconfig" the library does not use the network. Operations that need it, and those that sign,
 /// return their failure result, and print the reason to the standard output, since there is no log.
 
 /// @namespace Velquor

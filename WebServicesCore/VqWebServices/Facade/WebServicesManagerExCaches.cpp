@@ -15,12 +15,18 @@ using UserInfoPointer = std::shared_ptr<const UserInfo>;
 using EntitlementsPointer = std::shared_ptr<const Entitlements>;
 
 UserInfoPointer userInfo(const char* operation, const QString& clientKey) {
+    if (!mayUseNetwork(
+            "Cannot get user information. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return {};
     return withSession(operation, UserInfoPointer(), [&](LoginSession& session) {
         return session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
     });
 }
 
 EntitlementsPointer entitlements(const char* operation, const QString& clientKey) {
+    if (!mayUseNetwork(
+            "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return {};
     return withSession(operation, EntitlementsPointer(), [&](LoginSession& session) {
         return session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
     });
@@ -64,6 +70,9 @@ ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& cl
 
 ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& clientKey, const wchar_t* service, wchar_t*& text) {
     text = nullptr;
+    if (!mayUseNetwork(
+            "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return ServiceEntitlement::NoLoginSession;
     return withSession("GetServiceEntitlement", ServiceEntitlement::NoLoginSession, [&](LoginSession& session) {
         if (!session.requireClient(clientKey) || !session.caches().hasProduct(clientKey))
             return ServiceEntitlement::NoLoginSession;
@@ -91,6 +100,9 @@ bool WebServicesManagerEx::GetServiceEntitlementEx(const QString& clientKey, con
 bool WebServicesManagerEx::GetCloudStorageQuota(const QString& clientKey, long long& used, long long& total) {
     used = 0;
     total = 0;
+    if (!mayUseNetwork(
+            "Cannot get cloud storage quota. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("GetCloudStorageQuota", false, [&](LoginSession& session) {
         const std::shared_ptr<const StorageQuota> quota =
             session.requireClient(clientKey) ? session.caches().quota(clientKey) : nullptr;
