@@ -95,12 +95,14 @@ class FacadeTest : public QObject {
 
 private slots:
     void initTestCase() {
+        QFile::remove(WebServicesPrivate::GetLogFile()); // of an earlier run
         QVERIFY(!WebServicesManager::GetInstance());
         QVERIFY(!WebServicesManagerEx::GetInstanceEx());
         QVERIFY(!GetIWebServicesManager());
         QVERIFY(!WebServicesManager::IsInitialized());
         QVERIFY(m_service.start());
         WebServicesManager::SetSupportFileSearchPaths(m_service.folder().toStdWString().c_str());
+        QVERIFY(!WebServicesPrivate::GetUrl(QStringLiteral("AccountServerUrl")).isEmpty());
     }
 
     void cleanup() {
@@ -121,6 +123,8 @@ private slots:
         QVERIFY(!WebServicesManager::IsInitialized());
         QVERIFY(WebServicesManager::Initialize());
         QVERIFY(WebServicesManager::GetInstance());
+        // The address was known before.
+        QVERIFY(!TestKit::readFile(WebServicesPrivate::GetLogFile()).contains("GetUrl failed"));
     }
 
     void failsWithoutHarmAfterUninitialize() {

@@ -162,7 +162,7 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
                                          LoginErrorEx& error, int& httpStatus) {
     error = LoginErrorEx::BadArgument;
     httpStatus = 0;
-    if (!url || size < 1)
+    if (!hasBuffer("InitiateLogin", url, size))
         return false;
     url[0] = 0;
     error = LoginErrorEx::NotReady;
@@ -197,7 +197,7 @@ bool WebServicesManagerEx::CompleteLogin(const QString& clientKey, const Network
 }
 
 bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url, int size, NetworkCookieJar& cookies) {
-    if (!url || size < 1)
+    if (!hasBuffer("InitiateLogout", url, size))
         return false;
     url[0] = 0;
     if (!mayUseNetwork("Cannot initiate logout. Web Services initialization failed due to missing WebServices.logconfig file."))

@@ -19,7 +19,9 @@ UserInfoPointer userInfo(const char* operation, const QString& clientKey) {
             "Cannot get user information. Web Services initialization failed due to missing WebServices.logconfig file."))
         return {};
     return withSession(operation, UserInfoPointer(), [&](LoginSession& session) {
-        return session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
+        const auto info = session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
+        reportSignedOut(operation, session, clientKey, info != nullptr);
+        return info;
     });
 }
 
@@ -28,7 +30,9 @@ EntitlementsPointer entitlements(const char* operation, const QString& clientKey
             "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
         return {};
     return withSession(operation, EntitlementsPointer(), [&](LoginSession& session) {
-        return session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
+        const auto list = session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
+        reportSignedOut(operation, session, clientKey, list != nullptr);
+        return list;
     });
 }
 
@@ -74,8 +78,10 @@ ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& cl
             "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
         return ServiceEntitlement::NoLoginSession;
     return withSession("GetServiceEntitlement", ServiceEntitlement::NoLoginSession, [&](LoginSession& session) {
-        if (!session.requireClient(clientKey) || !session.caches().hasProduct(clientKey))
+        if (!session.requireClient(clientKey) || !session.caches().hasProduct(clientKey)) {
+            reportSignedOut("GetServiceEntitlement", session, clientKey, false);
             return ServiceEntitlement::NoLoginSession;
+        }
         const EntitlementsPointer list = session.caches().entitlements(clientKey);
         if (!list)
             return ServiceEntitlement::Unknown;
@@ -106,7 +112,7 @@ bool WebServicesManagerEx::GetCloudStorageQuota(const QString& clientKey, long l
     return withSession("GetCloudStorageQuota", false, [&](LoginSession& session) {
         const std::shared_ptr<const StorageQuota> quota =
             session.requireClient(clientKey) ? session.caches().quota(clientKey) : nullptr;
-        if (!quota)
+        if (!reportSignedOut("GetCloudStorageQuota", session, clientKey, quota != nullptr))
             return false;
         used = quota->used;
         total = quota->total;

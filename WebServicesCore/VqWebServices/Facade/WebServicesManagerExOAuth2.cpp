@@ -29,7 +29,8 @@ bool WebServicesManagerEx::RefreshToken(const QString& clientKey, bool synchrono
     return withSession("RefreshToken", false, [&](LoginSession& session) {
         Log::rootLogger().information(QStringLiteral("%1: WebServicesManager::RefreshToken called to refresh token %2")
                                           .arg(session.clientName(clientKey), modeAdverb(synchronous)));
-        return session.requireClient(clientKey) && session.RefreshToken(clientKey, synchronous);
+        return session.requireClient(clientKey)
+               && reportSignedOut("RefreshToken", session, clientKey, session.RefreshToken(clientKey, synchronous));
     });
 }
 
