@@ -55,7 +55,7 @@ void fourSecretsAndSigning(benchmark::State& state) {
     Secrets& all = secrets();
     const OAuth::VqOAuthHost host(std::make_shared<OAuth::OpenSslCryptoProvider>(), nullptr);
     const OAuth::VqOAuthWrapper wrapper(host);
-    const OAuth::RequestToSign request{"GET", QUrl(QStringLiteral("https://api.example.com/storage/v2/items?a=1&b=2&c=3")), {}};
+    const OAuth::RequestToSign request{"GET", "https://api.example.com/storage/v2/items?a=1&b=2&c=3", {}};
     for (auto _ : state) {
         const Util::SecretBytes key = all.consumerKey.reveal();
         const Util::SecretBytes secret = all.consumerSecret.reveal();

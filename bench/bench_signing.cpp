@@ -39,7 +39,7 @@ const Request post{"POST",
 void signHere(benchmark::State& state, const Request& request) {
     const VqOAuthHost host(std::make_shared<OpenSslCryptoProvider>(), nullptr);
     const VqOAuthWrapper wrapper(host);
-    RequestToSign toSign{request.method, QUrl(QString::fromLatin1(request.url)), {}};
+    RequestToSign toSign{request.method, request.url, {}};
     for (const auto& field : request.body)
         toSign.parameters.append(Parameter(field.first, field.second));
     const Credentials credentials{consumerKey, consumerSecret, token, tokenSecret};

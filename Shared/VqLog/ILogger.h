@@ -9,7 +9,8 @@ enum class Level : int { Trace = 0, Debug = 10000, Information = 20000, Warning 
 
 /// One named logger.
 ///
-/// The implementation escapes control characters, so that a text from outside cannot forge a line of the log.
+/// The implementation escapes control characters, also the line ends of the library's own lists, so that each message is one line
+/// and a text from outside cannot forge another.
 /// Thread: any. Owner: shared by the objects that log through it. Errors: none; logging never fails its caller.
 class ILogger {
 public:

@@ -17,10 +17,15 @@ constexpr int timeoutMs = 20000;
 
 using SignedText = std::unique_ptr<wchar_t[]>;
 
+// What is signed must be what Qt sends, which may differ from the given text in its escapes.
+QString asSent(const QString& url) {
+    return QUrl(url).toString(QUrl::FullyEncoded);
+}
+
 } // namespace
 
 QJsonObject Product::get(const Arguments& arguments) {
-    const QString& url = arguments.first();
+    const QString url = asSent(arguments.first());
     const SignedText header(m_manager->SignRequest(url.toStdWString().c_str(), nullptr, 0, HttpMethod::Get,
                                                    ParsingMode::AuthorizationHeader, nullptr, nullptr));
     if (!header)
@@ -29,7 +34,7 @@ QJsonObject Product::get(const Arguments& arguments) {
 }
 
 QJsonObject Product::post(const Arguments& arguments) {
-    const QString& url = arguments.first();
+    const QString url = asSent(arguments.first());
     std::vector<std::pair<std::wstring, std::wstring>> texts;
     QUrlQuery form;
     for (const QString& field : arguments.mid(1)) {

@@ -9,8 +9,8 @@ class NetworkCookieImp;
 /// One HTTP cookie of the browser or of the service.
 ///
 /// Names and values are bytes, domain and path are texts. Setters take them null-terminated and store them unchanged. A null
-/// pointer, or more than 1048575 units, counts as empty. Getters of texts follow the text buffer rule. Getters of names and
-/// values follow the byte buffer rule:
+/// pointer counts as empty. More than 1048575 units, or a text that is not Unicode, change nothing and are logged. Getters of
+/// texts follow the text buffer rule. Getters of names and values follow the byte buffer rule:
 ///  - a null buffer: the result is the length in bytes;
 ///  - otherwise, when size is at least 1, a 0 byte is written first;
 ///  - min(length, size) bytes are copied, and their number is the result;

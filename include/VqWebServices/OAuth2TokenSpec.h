@@ -22,7 +22,8 @@ class VQWEBSERVICES_EXPORT OAuth2TokenSpec {
 public:
     /// Creates a spec with type `RT` and the empty scope.
     OAuth2TokenSpec();
-    /// Creates a spec with this type, and with the scope as `SetScope` stores it.
+    /// Creates a spec with this type, and with the scope as `SetScope` stores it. The type is `InvalidTokenType` when `SetScope`
+    /// would fail.
     OAuth2TokenSpec(OAuth2TokenType type, const wchar_t* scope);
     /** @{ */
     /// Copies share nothing.
@@ -38,7 +39,8 @@ public:
 
     /// The normalised scope; text buffer rule.
     int GetScope(wchar_t* buffer, int size) const;
-    /// Normalises and stores the scope; always true. A null pointer counts as the empty text.
+    /// Normalises and stores the scope. A null pointer counts as the empty text. False, with the old scope kept and one log line,
+    /// for a text of more than 1048575 units or one that is not Unicode.
     bool SetScope(const wchar_t* scope);
 
     /** @{ */

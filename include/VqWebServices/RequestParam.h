@@ -4,6 +4,10 @@ namespace Velquor::WebServices {
 
 /// One parameter of a request to sign, not percent-encoded: a query parameter, or a field of a form body
 /// (RFC 5849, section 3.4.1.3.1). Both texts are null-terminated; a null value counts as the empty text, a null name is refused.
+///
+/// A parameter whose name begins with "oauth_" is an extension of the protocol (RFC 5849, section 3.1) and is written with the
+/// OAuth parameters: into the header in the form `AuthorizationHeader`. Do not send it in the form body or the query as well. The
+/// names that the signer itself sets, such as "oauth_nonce", are refused.
 struct RequestParam {
     const wchar_t* name;  ///< Not null and not empty; the caller owns it.
     const wchar_t* value; ///< May be null; the caller owns it.

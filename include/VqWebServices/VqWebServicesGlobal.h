@@ -9,8 +9,9 @@
 /// library for a process with several products. Observers, `Velquor::WebServices::IWebServicesObserver` and the interfaces
 /// derived from it, receive changes. The following conventions hold for every operation.
 ///
-/// Text arguments are null-terminated UTF-16 (Windows) or UTF-32. The caller keeps ownership. A null pointer, or a text of more
-/// than 1048575 units, counts as the empty text.
+/// Text arguments are null-terminated UTF-16 (Windows) or UTF-32. The caller keeps ownership. A null pointer counts as the
+/// empty text. A text of more than 1048575 units, or with a unit that Unicode does not have, makes the operation fail. A setter
+/// without a result then keeps its old value, and logs one line.
 ///
 /// Text buffer rule of every `(wchar_t* buffer, int size)` result (size in units of `wchar_t`, terminator included):
 ///  - a null buffer: nothing is written, the result is the length of the text without its terminator;
@@ -27,7 +28,7 @@
 /// Memory returned as `wchar_t*` or through `wchar_t*&` was allocated with `new wchar_t[]`; the caller frees it with `delete[]`.
 /// Dates are seconds since 1970-01-01 UTC.
 ///
-/// Without "WebServices.logconfig" the library does not sign in, does not sign requests and returns no tokens. Those operations
+/// Without "WebServices.logconfig" the library does not use the network. Operations that need it, and those that sign,
 /// return their failure result, and print the reason to the standard output, since there is no log.
 
 /// @namespace Velquor

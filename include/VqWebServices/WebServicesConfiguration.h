@@ -13,8 +13,8 @@ class WebServicesConfigurationImp;
 /// every text. Getters follow the text buffer rule (VqWebServicesGlobal.h). Copies share nothing. Keys and secrets are encrypted
 /// in memory and never logged.
 ///
-/// Thread: any, one at a time for each object. Owner: the caller. Errors: none; `SetConfiguration` of the facades checks the
-/// whole configuration.
+/// Thread: any, one at a time for each object. Owner: the caller. Errors: a text that is too long or not
+/// Unicode changes nothing and is logged. `SetConfiguration` of the facades checks the whole configuration.
 class VQWEBSERVICES_EXPORT WebServicesConfiguration {
 public:
     /** @{ */

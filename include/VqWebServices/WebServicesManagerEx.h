@@ -156,10 +156,13 @@ public:
 
     /// Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1). `mode` selects the form of the result. `params` are `count` (0 to
     /// 1000) parameters of a form body or query in addition to those in `url`, not encoded; null when there are none. `url` is
-    /// absolute, http or https. A `token` that is not null signs together with `tokenSecret` in place of the client's access
-    /// token, which must be there all the same. The caller frees the result with `delete[]`; null on failure. Waits for a sign-in
-    /// or sign-out in progress, and for a running query or refresh of the token. An expired token is refreshed over the network
-    /// first, which takes up to 61 seconds.
+    /// absolute, http or https, and encoded. Send it to the letter as it was given: its path is signed byte by byte, and "%7e"
+    /// and
+    /// "~" are two paths. (With Qt, sign what `QUrl::toEncoded` returns, since Qt sends that.) A URL that is not encoded is
+    /// refused, except for `ParsingMode::SignedUrl`, whose result is encoded. A `token` that is not null signs together with
+    /// `tokenSecret` in place of the client's access token, which must be there all the same. The caller frees the result with
+    /// `delete[]`; null on failure. Waits for a sign-in or sign-out in progress, and for a running query or refresh of the token.
+    /// An expired token is refreshed over the network first, which takes up to 61 seconds.
     wchar_t* SignRequest(const QString& clientKey, const wchar_t* url, const RequestParam* params, int count, HttpMethod method,
                          ParsingMode mode, const wchar_t* token, const wchar_t* tokenSecret);
 

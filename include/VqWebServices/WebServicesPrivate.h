@@ -87,7 +87,8 @@ public:
     static QString GetLogFile();
     static QString GetLogFileFolder();
     /** @} */
-    /// The logger "VqWebServices", never null. The library shares it, for modules that are built with its own compiler.
+    /// The logger "VqWebServices", never null. The library shares it, for modules that are built with its own compiler and its
+    /// sources: the header of the logger is not installed.
     static std::shared_ptr<Log::ILogger> GetLogger();
 
     /// Replaces the system's prompt for proxy credentials with the product's own; null restores the system's. May be called at

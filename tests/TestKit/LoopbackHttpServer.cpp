@@ -117,6 +117,8 @@ void LoopbackListener::read(QSslSocket* socket) {
         m_requests.append({words.value(0), path, head, received.mid(headEnd + 4, bodyLength)});
         script = m_scripts.value(QString::fromUtf8(path), script);
     }
+    if (!script.challenge.isEmpty() && !head.toLower().contains("\nproxy-authorization:"))
+        script.bytes = script.challenge;
     received.clear();
     QTimer::singleShot(script.delayInMsec, socket, [this, socket, script] { play(socket, script); });
 }

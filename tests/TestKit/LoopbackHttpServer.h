@@ -15,12 +15,13 @@ namespace Velquor::TestKit {
 
 /// What the server does with every request for one path.
 struct Script {
-    QByteArray bytes;    ///< sent as it is; empty: nothing is sent
-    qint64 filler = 0;   ///< that many bytes 'x' after it
-    int delayInMsec = 0; ///< before the first byte
-    int dripInMsec = 0;  ///< between single bytes; 0: all at once
-    bool close = true;   ///< close afterwards
-    int dripFrom = 0;    ///< so many bytes go at once before the dripping
+    QByteArray bytes;          ///< sent as it is; empty: nothing is sent
+    qint64 filler = 0;         ///< that many bytes 'x' after it
+    int delayInMsec = 0;       ///< before the first byte
+    int dripInMsec = 0;        ///< between single bytes; 0: all at once
+    bool close = true;         ///< close afterwards
+    int dripFrom = 0;          ///< so many bytes go at once before the dripping
+    QByteArray challenge = {}; ///< sent instead to a request without credentials for a proxy; empty: no difference
 };
 
 struct ReceivedRequest {

@@ -3,6 +3,7 @@
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/Test.h"
+#include "signing/RandomRequests.h"
 
 #include <QNetworkProxy>
 #include <VqWebServices/IWebServicesManager.h>
@@ -54,6 +55,40 @@ WebServicesConfiguration oauth2Configuration() {
     return made;
 }
 
+// Signs with the client's own key, and a token of the caller's.
+QByteArray signedByFacade(WebServicesManager& manager, TestKit::RandomRequest& request) {
+    static const QByteArrayList methods{"GET", "POST", "PUT", "DELETE", "HEAD", "OPTIONS", "TRACE", "PROPFIND"};
+    request.consumerSecret = "demo-secret-0001";
+    request.token = 't' + request.token;
+    const auto wide = [](const QByteArray& text) { return TestKit::decoded(text).toStdWString(); };
+    std::vector<std::wstring> texts;
+    for (const auto& field : qAsConst(request.parameters)) {
+        texts.push_back(wide(field.first));
+        texts.push_back(wide(field.second));
+    }
+    std::vector<RequestParam> params;
+    for (size_t index = 0; index < texts.size(); index += 2)
+        params.push_back({texts[index].c_str(), texts[index + 1].c_str()});
+    ParsingMode mode = request.form == TestKit::RandomRequest::FormBody ? ParsingMode::FormBody
+                       : request.form == TestKit::RandomRequest::Header ? ParsingMode::AuthorizationHeader
+                       : params.empty()                                 ? ParsingMode::SignedUrl
+                                                                        : ParsingMode::QueryString;
+    const Text made(manager.SignRequest(wide(request.url).c_str(), params.data(), int(params.size()),
+                                        static_cast<HttpMethod>(methods.indexOf(request.method)), mode,
+                                        wide(request.token).c_str(), wide(request.tokenSecret).c_str()));
+    QByteArray text = made ? QString::fromWCharArray(made.get()).toLatin1() : QByteArray();
+    if (mode == ParsingMode::AuthorizationHeader)
+        text.remove(0, int(qstrlen("OAuth ")));
+    if (mode != ParsingMode::SignedUrl)
+        return text;
+    // The rest of the signed URL must be the given one.
+    const QByteArray given = request.url.split('#').first();
+    const int end = text.contains('#') ? text.indexOf('#') : text.size();
+    const int start = text.lastIndexOf("oauth_consumer_key=", end);
+    return text.left(start - 1) == given && text.mid(end) == request.url.mid(given.size()) ? text.mid(start, end - start)
+                                                                                           : QByteArray();
+}
+
 } // namespace
 
 void* operator new[](std::size_t size) {
@@ -75,12 +110,14 @@ class FacadeTest : public QObject {
 
 private slots:
     void initTestCase() {
+        QFile::remove(WebServicesPrivate::GetLogFile()); // of an earlier run
         QVERIFY(!WebServicesManager::GetInstance());
         QVERIFY(!WebServicesManagerEx::GetInstanceEx());
         QVERIFY(!GetIWebServicesManager());
         QVERIFY(!WebServicesManager::IsInitialized());
         QVERIFY(m_service.start());
         WebServicesManager::SetSupportFileSearchPaths(m_service.folder().toStdWString().c_str());
+        QVERIFY(!WebServicesPrivate::GetUrl(QStringLiteral("AccountServerUrl")).isEmpty());
     }
 
     void cleanup() {
@@ -101,6 +138,8 @@ private slots:
         QVERIFY(!WebServicesManager::IsInitialized());
         QVERIFY(WebServicesManager::Initialize());
         QVERIFY(WebServicesManager::GetInstance());
+        // The address was known before.
+        QVERIFY(!TestKit::readFile(WebServicesPrivate::GetLogFile()).contains("GetUrl failed"));
     }
 
     // The second call finds the first one at work, and has the whole library afterwards.
@@ -260,6 +299,25 @@ private slots:
                                                  ParsingMode::SignedUrl, nullptr, nullptr));
         const QString text = QString::fromWCharArray(signedUrl.get());
         QVERIFY2(text.startsWith("https://example.com/p?a=b&x=1%20%26%202&oauth_") && text.endsWith("#end"), qPrintable(text));
+        // Every library would encode these in its own way, so only a whole URL to be sent is made of them.
+        for (const wchar_t* const url : {L"https://example.com/a b", L"https://example.com/\x00e4", L"https://example.com/%4"})
+            QVERIFY(
+                !Text(manager.SignRequest(url, nullptr, 0, HttpMethod::Get, ParsingMode::AuthorizationHeader, nullptr, nullptr)));
+        const Text encoded(manager.SignUrlForBrowser(L"https://example.com/\x00e4", true));
+        QVERIFY(encoded && std::wstring(encoded.get()).rfind(L"https://example.com/%C3%A4?oauth_", 0) == 0);
+        // What is too long is refused, not sent as an empty text.
+        const std::wstring huge(1048576, L'x');
+        const RequestParam tooLong{L"x", huge.c_str()};
+        QVERIFY(!Text(manager.SignRequest(L"https://example.com/p", &tooLong, 1, HttpMethod::Post, ParsingMode::FormBody, nullptr,
+                                          nullptr)));
+        QCOMPARE(manager.GetServiceEntitlement(huge.c_str()), ServiceEntitlement::NoLoginSession);
+        WebServicesManager::SetSupportFileSearchPaths(huge.c_str());
+        QVERIFY(WebServicesManager::GetSupportFileSearchPaths(nullptr, 0) > 0);
+        oauth2Configuration().SetFeatureName(huge.c_str());
+        const QByteArray log = TestKit::readFile(WebServicesPrivate::GetLogFile());
+        for (const char* const operation :
+             {"SignRequest", "GetServiceEntitlement", "SetSupportFileSearchPaths", "SetFeatureName"})
+            QVERIFY2(log.contains(operation + QByteArray(" failed. A text is longer than 1048575 units")), operation);
         wchar_t* info = nullptr;
         QVERIFY(manager.GetUserInfo(info));
         delete[] info;
@@ -273,6 +331,19 @@ private slots:
         QVERIFY(manager.Logout());
         QVERIFY(!keyed.IsLoggedIn(key));
         QCOMPARE(manager.GetAccessToken(nullptr, 0), 0);
+    }
+
+    // The URL goes to the server as the host gave it, whatever its escapes look like.
+    void anotherLibraryAcceptsEverySignedRequest() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        signIn(manager);
+        const QByteArray said = TestKit::RandomRequests([&manager](TestKit::RandomRequest& request) {
+                                    return signedByFacade(manager, request);
+                                }).judged();
+        if (said.isEmpty())
+            QSKIP("Needs Python and oauthlib");
+        QCOMPARE(said, QByteArray("10000 requests, 0 differences"));
     }
 
     // Signing is the only call here: no other operation may have read the file before it.

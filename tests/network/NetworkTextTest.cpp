@@ -334,6 +334,12 @@ private Q_SLOTS:
             "files are installed in the application folder. ");
         QCOMPARE(sslDiagnosis(&reply), missing ? message : QString());
     }
+
+    // Each library by its own file, and not by the module that calls it.
+    void theVersionLineNamesTheLoadedLibraries() {
+        static const QRegularExpression line(", libssl: \\S*/libssl[^/]* \\(.*\\), libcrypto: \\S*/libcrypto[^/]* \\(.*\\)$");
+        QVERIFY2(line.match(loadedSslVersionLine()).hasMatch(), qPrintable(loadedSslVersionLine()));
+    }
 };
 
 QTEST_GUILESS_MAIN(NetworkTextTest)

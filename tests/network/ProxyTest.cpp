@@ -41,10 +41,8 @@ ScriptedPrompt::Answer code(int code) {
 class RefusingProxy {
 public:
     RefusingProxy() {
-        const QByteArray refusal = TestKit::answer("407 Proxy Authentication Required", "no",
-                                                   "Proxy-Authenticate: Basic realm=\"test\"\r\nConnection: close\r\n");
         for (const char* const target : {"service.test:443", "http://service.test/"})
-            m_server.setScript(QLatin1String(target), {refusal});
+            m_server.setScript(QLatin1String(target), {refusal(true)});
     }
 
     [[nodiscard]] QNetworkProxy proxy(const QString& user = {}) const {
@@ -53,7 +51,21 @@ public:
                 user.isEmpty() ? QString() : wrongPassword};
     }
 
-    void relent(const QString& url) { m_server.setScript(url, {TestKit::answer("200 OK", "yes")}); }
+    static QByteArray refusal(bool closes) {
+        return TestKit::answer("407 Proxy Authentication Required", "no",
+                               QByteArray("Proxy-Authenticate: Basic realm=\"test\"\r\n")
+                                   + (closes ? "Connection: close\r\n" : ""));
+    }
+
+    [[nodiscard]] QByteArrayList bodies(const QString& url) const {
+        QByteArrayList found;
+        for (const TestKit::ReceivedRequest& request : m_server.requests(url))
+            found += request.body;
+        return found;
+    }
+
+    void script(const QString& url, const TestKit::Script& script) { m_server.setScript(url, script); }
+    void relent(const QString& url) { script(url, {TestKit::answer("200 OK", "yes")}); }
 
     /// The users of all requests for the URL, empty ones for requests without credentials.
     [[nodiscard]] QStringList users(const QString& url) const {
@@ -209,6 +221,53 @@ private slots:
         QCOMPARE(kept.user, QStringLiteral("b"));
     }
 
+    // A request that the proxy has refused has not reached the server, so its body may go again.
+    void aBodyGoesAgainAfterTheProxyHasAsked_data() {
+        const TestKit::Columns<QString, bool> row("where", "closes");
+        for (const bool closes : {false, true}) {
+            row(closes ? "the user answers, closed" : "the user answers", "prompt", closes);
+            row(closes ? "set as the application proxy, closed" : "set as the application proxy", "proxy", closes);
+            row(closes ? "known to the session only, closed" : "known to the session only", "session", closes);
+        }
+    }
+
+    void aBodyGoesAgainAfterTheProxyHasAsked() {
+        QFETCH(QString, where);
+        QFETCH(bool, closes);
+        const auto url = QStringLiteral("http://service.test/");
+        RefusingProxy proxy;
+        TestKit::Script script{TestKit::answer("200 OK", "yes")};
+        script.close = closes;
+        script.challenge = RefusingProxy::refusal(closes);
+        proxy.script(url, script);
+        answerWith({right()});
+        QNetworkProxy::setApplicationProxy(proxy.proxy());
+        if (where != QLatin1String("prompt"))
+            QVERIFY(m_session->SetProxyAuthentication(m_proxy.host(), proxy.proxy().port(), m_proxy.user(), m_proxy.password()));
+        if (where == QLatin1String("session"))
+            QNetworkProxy::setApplicationProxy(proxy.proxy());
+        NetworkOperation operation(nullptr, m_fixture->logger);
+        int sent = 0;
+        for (const char* const verb : {"POST", "PUT", "DELETE", "POST"}) {
+            const QByteArray body = ++sent == 3 ? QByteArray() : QByteArray("a=b");
+            QVERIFY2(send(operation, QUrl(url), verb, body), qPrintable(operation.errorMessage()));
+            QCOMPARE(proxy.bodies(url).last(), body);
+        }
+        QCOMPARE(proxy.users(url).count(m_proxy.user()), 4);
+    }
+
+    // It may have reached the server when nobody answers.
+    void aBodyGoesOnceToAProxyThatCloses() {
+        const auto url = QStringLiteral("http://service.test/");
+        RefusingProxy proxy;
+        QNetworkProxy::setApplicationProxy(proxy.proxy());
+        answerWith({wrong("a")});
+        m_prompt->reaction = [&] { proxy.script(url, {}); };
+        NetworkOperation operation(nullptr, m_fixture->logger);
+        QVERIFY(!send(operation, QUrl(url), "POST"));
+        QCOMPARE(proxy.users(url), QStringList({"", "a"}));
+    }
+
     // Credentials that another process has stored are tried before the user is asked.
     void laterCredentialsInTheFileComeFirst() {
         const auto url = QStringLiteral("https://service.test/");
@@ -339,6 +398,12 @@ private:
 
     [[nodiscard]] ExchangeOutcome get(int timeoutInMsec = 20000) const {
         return runGet(request(), timeoutInMsec, m_fixture->logger);
+    }
+
+    static bool send(NetworkOperation& operation, const QUrl& url, const char* verb, const QByteArray& body = "a=b") {
+        QSignalSpy finished(&operation, &NetworkOperation::RequestFinished);
+        operation.StartOperation(QNetworkRequest(url), QLatin1String(verb), body, 20000, nullptr);
+        return (!finished.isEmpty() || finished.wait(20000)) && operation.result() == OperationResult::Success;
     }
 
     [[nodiscard]] int logged(const QString& text) const { return m_fixture->logger->texts().count(text); }

@@ -115,6 +115,9 @@ private slots:
         QVERIFY(login.url.isEmpty());
         QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
         QCOMPARE(static_cast<int>(login.error), error);
+        // An answer is logged whole.
+        QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
+                 login.error != LoginErrorEx::NoReply);
         QVERIFY(m_service.reset());
         signIn(*m_session);
         QVERIFY(m_session->isLoggedIn(key));
@@ -305,13 +308,13 @@ private slots:
 private:
     SigningOrder order() const {
         SigningOrder made;
-        made.request.url = QUrl(m_service.url() + QStringLiteral("/api/echo?a=b%20c&a=b&empty="));
+        made.request.url = m_service.url().toLatin1() + "/api/echo?a=b%20c&a=b&empty=";
         return made;
     }
 
     QJsonObject sendSigned(LoginSession& session) const {
         QNetworkAccessManager manager;
-        QNetworkRequest request(order().request.url);
+        QNetworkRequest request(QUrl::fromEncoded(order().request.url));
         request.setRawHeader("Authorization", session.SignRequest(key, order()));
         const std::unique_ptr<QNetworkReply> reply(manager.get(request));
         QSignalSpy finished(reply.get(), &QNetworkReply::finished);

@@ -2,11 +2,8 @@
 #include "Signing/SignatureBase.h"
 #include "Signing/VqOAuthHost.h"
 #include "Signing/VqOAuthWrapper.h"
-#include "TestKit/Platform/OutsideProgram.h"
 #include "TestKit/Test.h"
 #include "signing/RandomRequests.h"
-
-#include <QJsonDocument>
 
 using namespace Velquor::OAuth;
 
@@ -55,7 +52,7 @@ QByteArray hmac(const IVqOAuthHost& host, const QByteArray& key, const QByteArra
 QByteArray sign(const QUrl& url, const Parameters& parameters = {}, OutputForm form = OutputForm::Header,
                 const Credentials& with = keys) {
     const KnownHost host;
-    return VqOAuthWrapper(host).CreateOauthParameterString({"POST", url, parameters}, with, form);
+    return VqOAuthWrapper(host).CreateOauthParameterString({"POST", url.toEncoded(), parameters}, with, form);
 }
 
 } // namespace
@@ -259,7 +256,7 @@ private slots:
         QVERIFY(sign(url, {{"oauth_session_handle", "other"}, {"oauth_callback", "oob"}, {"own", "x"}}).right(40)
                 != header.right(40));
         const KnownHost host;
-        QVERIFY(VqOAuthWrapper(host).CreateOauthParameterString({"", url, {}}, keys, OutputForm::Header).isEmpty());
+        QVERIFY(VqOAuthWrapper(host).CreateOauthParameterString({"", url.toEncoded(), {}}, keys, OutputForm::Header).isEmpty());
         QVERIFY(sign(url, {}, OutputForm::Header, {{}, "secret", "token", "secret"}).isEmpty());
     }
 
@@ -277,7 +274,8 @@ private slots:
         QFETCH(int, length);
         const KnownHost host(length < 0 ? nullptr : std::make_shared<BadProvider>(result, length));
         const QUrl url("https://example.com/");
-        QVERIFY(VqOAuthWrapper(host).CreateOauthParameterString({"GET", url, {}}, keys, OutputForm::Header).isEmpty());
+        QVERIFY(
+            VqOAuthWrapper(host).CreateOauthParameterString({"GET", url.toEncoded(), {}}, keys, OutputForm::Header).isEmpty());
     }
 
     void noncesNeverRepeatAndTheTimeIsTheCorrectedOne() {
@@ -294,7 +292,7 @@ private slots:
             QVERIFY(nonce.size() == 32 && QByteArray::fromHex(nonce).toHex() == nonce);
         // A corrected clock changes the time stamp, and with it the signature, but nothing else.
         KnownHost host;
-        const RequestToSign request{"GET", QUrl("https://example.com/"), {}};
+        const RequestToSign request{"GET", "https://example.com/", {}};
         const QList<QByteArray> now =
             VqOAuthWrapper(host).CreateOauthParameterString(request, keys, OutputForm::Header).split(',');
         host.timestamp = -5;
@@ -310,16 +308,17 @@ private slots:
     }
 
     void parametersAreAddedBeforeTheFragment_data() {
-        const Velquor::TestKit::Columns<QString, QByteArray> row("url", "result");
+        const Velquor::TestKit::Columns<QByteArray, QByteArray> row("url", "result");
         row("no query", "https://example.com/a", "https://example.com/a?p=%2B%25");
-        row("query", "https://example.com/a?b=%26%3D+%2B", "https://example.com/a?b=%26%3D+%2B&p=%2B%25");
-        row("fragment stays at the end", "https://example.com/a?b#c", "https://example.com/a?b&p=%2B%25#c");
-        row("non-ASCII", "https://example.com/?\u00e4", "https://example.com/?%C3%A4&p=%2B%25");
+        row("empty query", "https://example.com/a?", "https://example.com/a?p=%2B%25");
+        row("query", "https://example.com/%7e?b=%26%3D+%2B", "https://example.com/%7e?b=%26%3D+%2B&p=%2B%25");
+        row("query that ends with a question mark", "https://example.com/a?b?", "https://example.com/a?b?&p=%2B%25");
+        row("fragment stays at the end", "https://example.com/a?b#c?", "https://example.com/a?b&p=%2B%25#c?");
     }
 
     void parametersAreAddedBeforeTheFragment() {
-        QFETCH(QString, url);
-        QTEST(withParameters(QUrl(url), "p=%2B%25").toEncoded(), "result");
+        QFETCH(QByteArray, url);
+        QTEST(withParameters(url, "p=%2B%25"), "result");
     }
 
     void everyMethodHasItsName() {
@@ -333,31 +332,16 @@ private slots:
 
     // Random requests, checked by another implementation.
     void anotherLibraryAcceptsEverySignature() {
-        const QString python = QStringLiteral("/usr/bin/python3");
-        const QString script = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/tests/signing/check_signatures.py");
-        if (!QFile::exists(python))
-            QSKIP("Needs Python and oauthlib");
-        QVERIFY(QFile::exists(script));
-        bool isGiven = false;
-        const uint given = qEnvironmentVariable("VQ_TEST_SEED").toUInt(&isGiven);
-        const quint32 seed = isGiven ? given : QRandomGenerator::global()->generate();
-        qInfo("Seed: %u (VQ_TEST_SEED repeats it)", seed);
-
         const VqOAuthHost host(std::make_shared<OpenSslCryptoProvider>(), nullptr);
-        Velquor::TestKit::RandomRequests requests(host, seed);
-        QTemporaryFile file;
-        QVERIFY(file.open());
-        for (int number = 0; number < 10000; ++number)
-            file.write(QJsonDocument(requests.next()).toJson(QJsonDocument::Compact) + '\n');
-        file.close();
-
-        Velquor::TestKit::OutsideProgram check;
-        QVERIFY(check.start(python, {check.pathFor(script), check.pathFor(file.fileName())}));
-        QVERIFY(check.waitForFinished(60000));
-        const QByteArray said = check.output();
-        if (check.exitCode() != 0)
-            std::fputs(said.constData(), stderr); // longer than a message of a test may be
-        QCOMPARE(said.trimmed(), QByteArray("10000 requests, 0 differences"));
+        const auto signer = [&host](const Velquor::TestKit::RandomRequest& request) {
+            const Credentials with{request.consumerKey, request.consumerSecret, request.token, request.tokenSecret};
+            return VqOAuthWrapper(host).CreateOauthParameterString({request.method, request.url, request.parameters}, with,
+                                                                   static_cast<OutputForm>(request.form));
+        };
+        const QByteArray said = Velquor::TestKit::RandomRequests(signer).judged();
+        if (said.isEmpty())
+            QSKIP("Needs Python and oauthlib");
+        QCOMPARE(said, QByteArray("10000 requests, 0 differences"));
     }
 };
 

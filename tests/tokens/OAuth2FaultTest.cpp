@@ -125,7 +125,9 @@ private slots:
 
     void theEndIsToldWhenTheNextTryIsKnown_data() {
         const TestKit::Columns<int, QByteArray, QStringList> row("worker", "reply", "texts");
-        const QByteArray busy = answer(unavailable, "");
+        // What the server says about it is logged, but no secret.
+        const QByteArray busy = answer(unavailable, R"({"error_description":"too busy","access_token":"secret-1"})",
+                                       "Content-Type: application/json\r\n");
         const auto refreshEnd = QStringLiteral("Lock released for token refresh|TokenRefreshInProgress flag set to false|"
                                                "Emitting RefreshFinishedInternal signal for token refresh");
         const auto oauth2End = QStringLiteral("OAuth2TokenRefreshInProgress flag set to false|Lock released for OAuth2 token|"
@@ -133,12 +135,14 @@ private slots:
         const auto order = [](const QString& first, const QString& last) { return (first + '|' + last).split('|'); };
         row("refresh", 0, TestKit::goodTokenReply(),
             order("Token refreshed successfully.|Token refresh timer started with interval 10 min", refreshEnd));
-        row("failed refresh", 0, busy, order("Will retry token refresh after|timer started with interval 1 min", refreshEnd));
+        row("failed refresh", 0, busy,
+            order("too busy|Will retry token refresh after|timer started with interval 1 min", refreshEnd));
         row("OAuth2 refresh", 1, goodReply(),
             order("OAuth2 token refreshed successfully.|OAuth2 token refresh timer started with interval 10 min", oauth2End));
-        row("failed OAuth2 refresh", 1, busy, order("Next retry: in 1 min|timer started with interval 1 min", oauth2End));
+        row("failed OAuth2 refresh", 1, busy,
+            order("too busy|Next retry: in 1 min|timer started with interval 1 min", oauth2End));
         row("failed OAuth2 query", 2, busy,
-            order("OAuth2 token query timer stopped|Starting asynchronous OAuth2 token query|Will retry after 30 s",
+            order("OAuth2 token query timer stopped|Starting asynchronous OAuth2 token query|too busy|Will retry after 30 s",
                   "OAuth2 token query timer started with|OAuth2TokenQueryInProgressInThisProcess flag set to false"));
     }
 
@@ -158,6 +162,7 @@ private slots:
                      RefreshWorker::Answer::Started);
         waitForEnd(*workers[worker]);
         const QStringList logged = m_fixture->logger->texts();
+        QVERIFY(!m_fixture->hasLogged("secret-1"));
         int from = 0;
         for (const QString& text : qAsConst(texts)) {
             const QStringList found = logged.mid(from).filter(text);

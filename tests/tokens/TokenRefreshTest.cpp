@@ -268,7 +268,7 @@ private:
 
     static SigningOrder order() {
         SigningOrder made;
-        made.request.url = QUrl("https://127.0.0.1/api/echo");
+        made.request.url = "https://127.0.0.1/api/echo";
         return made;
     }
 

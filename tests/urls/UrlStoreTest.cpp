@@ -68,6 +68,7 @@ private slots:
         row("another case", document("\"accountserverurl\":\"https://one\""), "");
         row("no members", document(""), "");
         row("no Urls", "{\"Configurations\":{\"WebServices\":{}}}", "");
+        row("no object at all", "[]", "");
         row("Urls is no object", "{\"Configurations\":{\"WebServices\":{\"Urls\":5}}}", "");
         row("the path as one name", "{\"Configurations.WebServices.Urls\":{\"AccountServerUrl\":\"a\"}}", "");
     }

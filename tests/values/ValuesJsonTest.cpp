@@ -40,7 +40,7 @@ NetworkCookie knownCookie() {
 }
 
 const QByteArray fullCookie = "{\"Domain\":\"example.com\",\"ExpiryDate\":4102444800,\"IsHttpOnly\":true,\"IsSecure\":true,"
-                              "\"Name\":\"n\",\"Path\":\"/p\",\"Value\":\"v\\u00e4l;\\\"ue\"}";
+                              "\"Name\":\"n\",\"Path\":\"/p\",\"Value\":\"\\ufeffv\\u00e4l;\\\"ue\"}";
 
 } // namespace
 
@@ -52,7 +52,7 @@ private slots:
         NetworkCookie cookie;
         QVERIFY(WebServicesPrivate::JsonToNetworkCookie(fullCookie.constData(), cookie));
         const NetworkCookieImp& data = NetworkCookieImp::of(cookie);
-        QCOMPARE(data.value, QByteArray("v\xc3\xa4l;\"ue"));
+        QCOMPARE(data.value, QByteArray("\xef\xbb\xbfv\xc3\xa4l;\"ue"));
         QVERIFY(data.secure && data.httpOnly && data.expiryDate == 4102444800LL && data.domain == "example.com"
                 && data.path == "/p");
         std::string text;

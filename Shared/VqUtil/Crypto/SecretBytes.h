@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VqUtil/General/Utf8.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -30,7 +32,7 @@ public:
     [[nodiscard]] QByteArray view() const { return QByteArray::fromRawData(m_bytes.constData(), m_bytes.size()); }
 
     /// The secret as UTF-16 text, for the caller of the library and for Qt. This copy is not wiped.
-    [[nodiscard]] QString toText() const { return QString::fromUtf8(m_bytes); }
+    [[nodiscard]] QString toText() const { return textFromUtf8(m_bytes); }
 
 private:
     QByteArray m_bytes;

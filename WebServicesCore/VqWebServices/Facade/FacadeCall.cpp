@@ -15,6 +15,19 @@ bool mayUseNetwork(const char* refusal) {
     return false;
 }
 
+bool hasBuffer(const char* operation, const wchar_t* buffer, int size) {
+    const bool isUsable = buffer && size > 0;
+    if (!isUsable)
+        Log::rootLogger().error(QStringLiteral("%1 failed. The buffer is null or has no size.").arg(QLatin1String(operation)));
+    return isUsable;
+}
+
+bool reportSignedOut(const char* operation, LoginSession& session, const QString& clientKey, bool isDone) {
+    if (!isDone && !session.isLoggedIn(clientKey))
+        Log::rootLogger().error(QStringLiteral("%1 failed. Not logged in.").arg(QLatin1String(operation)));
+    return isDone;
+}
+
 LoginError shortLoginError(LoginErrorEx error) {
     switch (error) {
     case LoginErrorEx::None: return LoginError::None;

@@ -70,6 +70,13 @@ Result withSession(const char* operation, Result failure, const Work& work, cons
     return withSessionAsIs(operation, failure, followAndWork, refusal...);
 }
 
+/// True when the caller's buffer can take a text; otherwise logs one line.
+[[nodiscard]] bool hasBuffer(const char* operation, const wchar_t* buffer, int size);
+
+/// Logs one line when an operation that needs a signed-in user has failed without one; gives back whether it is done. Thread:
+/// any.
+bool reportSignedOut(const char* operation, LoginSession& session, const QString& clientKey, bool isDone);
+
 /// The facade whose operations name their client. The operations without a client key call it with `defaultKey()`. Thread: any.
 [[nodiscard]] inline WebServicesManagerEx& keyed() {
     return WebServicesManagerImp::instance();

@@ -162,7 +162,7 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
                                          LoginErrorEx& error, int& httpStatus) {
     error = LoginErrorEx::BadArgument;
     httpStatus = 0;
-    if (!url || size < 1)
+    if (!hasBuffer("InitiateLogin", url, size))
         return false;
     url[0] = 0;
     error = LoginErrorEx::NotReady;
@@ -181,21 +181,27 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
 }
 
 bool WebServicesManagerEx::CompleteLogin(const QString& clientKey) {
+    if (!mayUseNetwork("Cannot complete login. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("CompleteLogin", false, [&](LoginSession& session) {
         return session.requireClient(clientKey) && session.CompleteLogin(clientKey, nullptr) == LoginCode::success;
     });
 }
 
 bool WebServicesManagerEx::CompleteLogin(const QString& clientKey, const NetworkCookieJar& cookies) {
+    if (!mayUseNetwork("Cannot complete login. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("CompleteLogin", false, [&](LoginSession& session) {
         return session.requireClient(clientKey) && session.CompleteLogin(clientKey, &cookies) == LoginCode::success;
     });
 }
 
 bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url, int size, NetworkCookieJar& cookies) {
-    if (!url || size < 1)
+    if (!hasBuffer("InitiateLogout", url, size))
         return false;
     url[0] = 0;
+    if (!mayUseNetwork("Cannot initiate logout. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("InitiateLogout", false, [&](LoginSession& session) {
         QString text;
         if (!session.requireClient(clientKey) || !session.InitiateLogout(clientKey, text, cookies))
@@ -212,6 +218,8 @@ bool WebServicesManagerEx::CompleteLogout(const QString& clientKey) {
 }
 
 bool WebServicesManagerEx::Logout(const QString& clientKey) {
+    if (!mayUseNetwork("Cannot log out. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("Logout", false, [&](LoginSession& session) {
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         return session.requireClient(clientKey) && session.Logout(clientKey, error, false);

@@ -15,14 +15,24 @@ using UserInfoPointer = std::shared_ptr<const UserInfo>;
 using EntitlementsPointer = std::shared_ptr<const Entitlements>;
 
 UserInfoPointer userInfo(const char* operation, const QString& clientKey) {
+    if (!mayUseNetwork(
+            "Cannot get user information. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return {};
     return withSession(operation, UserInfoPointer(), [&](LoginSession& session) {
-        return session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
+        const auto info = session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
+        reportSignedOut(operation, session, clientKey, info != nullptr);
+        return info;
     });
 }
 
 EntitlementsPointer entitlements(const char* operation, const QString& clientKey) {
+    if (!mayUseNetwork(
+            "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return {};
     return withSession(operation, EntitlementsPointer(), [&](LoginSession& session) {
-        return session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
+        const auto list = session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
+        reportSignedOut(operation, session, clientKey, list != nullptr);
+        return list;
     });
 }
 
@@ -70,9 +80,14 @@ ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& cl
 
 ServiceEntitlement WebServicesManagerEx::GetServiceEntitlement(const QString& clientKey, const wchar_t* service, wchar_t*& text) {
     text = nullptr;
+    if (!mayUseNetwork(
+            "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return ServiceEntitlement::NoLoginSession;
     return withSession("GetServiceEntitlement", ServiceEntitlement::NoLoginSession, [&](LoginSession& session) {
-        if (!session.requireClient(clientKey) || !session.caches().hasProduct(clientKey))
+        if (!session.requireClient(clientKey) || !session.caches().hasProduct(clientKey)) {
+            reportSignedOut("GetServiceEntitlement", session, clientKey, false);
             return ServiceEntitlement::NoLoginSession;
+        }
         const EntitlementsPointer list = session.caches().entitlements(clientKey);
         if (!list)
             return ServiceEntitlement::Unknown;
@@ -101,10 +116,13 @@ bool WebServicesManagerEx::GetServiceEntitlementEx(const QString& clientKey, con
 bool WebServicesManagerEx::GetCloudStorageQuota(const QString& clientKey, long long& used, long long& total) {
     used = 0;
     total = 0;
+    if (!mayUseNetwork(
+            "Cannot get cloud storage quota. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("GetCloudStorageQuota", false, [&](LoginSession& session) {
         const std::shared_ptr<const StorageQuota> quota =
             session.requireClient(clientKey) ? session.caches().quota(clientKey) : nullptr;
-        if (!quota)
+        if (!reportSignedOut("GetCloudStorageQuota", session, clientKey, quota != nullptr))
             return false;
         used = quota->used;
         total = quota->total;

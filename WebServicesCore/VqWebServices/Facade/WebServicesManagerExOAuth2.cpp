@@ -24,10 +24,13 @@ OAuth2TokenData heldToken(const char* operation, const QString& clientKey, const
 } // namespace
 
 bool WebServicesManagerEx::RefreshToken(const QString& clientKey, bool synchronous) {
+    if (!mayUseNetwork("Cannot refresh token. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("RefreshToken", false, [&](LoginSession& session) {
         Log::rootLogger().information(QStringLiteral("%1: WebServicesManager::RefreshToken called to refresh token %2")
                                           .arg(session.clientName(clientKey), modeAdverb(synchronous)));
-        return session.requireClient(clientKey) && session.RefreshToken(clientKey, synchronous);
+        return session.requireClient(clientKey)
+               && reportSignedOut("RefreshToken", session, clientKey, session.RefreshToken(clientKey, synchronous));
     });
 }
 
@@ -65,6 +68,9 @@ bool WebServicesManagerEx::GetOAuth2AccessToken(OAuth2Token& token, const QStrin
 }
 
 bool WebServicesManagerEx::RefreshOAuth2Token(const QString& clientKey, const OAuth2TokenSpec* spec, bool synchronous) {
+    if (!mayUseNetwork(
+            "Cannot refresh OAuth2 token. Web Services initialization failed due to missing WebServices.logconfig file."))
+        return false;
     return withSession("RefreshOAuth2Token", false, [&](LoginSession& session) {
         Log::rootLogger().information(
             QStringLiteral("WebServicesManager::RefreshOAuth2Token called to refresh token %1 for product %2")

@@ -52,6 +52,10 @@ bool WebServicesManager::GetProxyAuthentication(const wchar_t* host, int port, w
     const char* const operation = "GetProxyAuthentication";
     return withSessionAsIs(operation, false, [&](LoginSession& session) {
         const QString name = textFromCaller(host);
+        if (!name.isEmpty() && !session.proxyCredentials().HasProxyAuthentication(name, port)) {
+            Log::rootLogger().error(QStringLiteral("GetProxyAuthentication failed. No user is stored for this proxy."));
+            return false;
+        }
         ProxyLogin login;
         if ((!name.isEmpty() && !hasBuffers(operation, user, userSize, password, passwordSize))
             || !session.proxyCredentials().GetProxyAuthentication(name, port, login))

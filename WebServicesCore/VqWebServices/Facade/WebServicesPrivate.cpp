@@ -27,7 +27,10 @@ QJsonObject toObject(const char* json) {
     return text.size() < maximumJsonSize ? QJsonDocument::fromJson(text).object() : QJsonObject();
 }
 
+// Before the library is initialized the server is the one of a machine without a login state.
 Server currentServer() {
+    if (!WebServicesManagerImp::instance().session())
+        return Production;
     return withSession("GetUrl", Production, [](LoginSession& session) { return session.currentServer(); });
 }
 

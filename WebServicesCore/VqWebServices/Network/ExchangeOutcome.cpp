@@ -17,4 +17,14 @@ QString ExchangeOutcome::problemText() const {
     return text;
 }
 
+void ExchangeOutcome::logFailure(Log::ILogger& logger) const {
+    if (hasStatus200() || reply.isNull)
+        return;
+    const QString text = reply.dump.join(QLatin1Char('\n'));
+    if (reply.status == 0)
+        logger.debug(text);
+    else
+        logger.error(text);
+}
+
 } // namespace Velquor::WebServices::Internal

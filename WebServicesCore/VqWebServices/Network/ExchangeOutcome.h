@@ -2,6 +2,7 @@
 
 #include "Network/Diagnosis/ReplySnapshot.h"
 #include "Network/OperationResult.h"
+#include "VqLog/ILogger.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -16,6 +17,9 @@ struct ExchangeOutcome {
     [[nodiscard]] QString errorText() const;
     /// What the server, the clock diagnosis and the TLS diagnosis report about it. Follows `errorText` directly; may be empty.
     [[nodiscard]] QString problemText() const;
+    /// Writes request and reply of a failed exchange to the log, with all secrets hidden: the server's answer tells the reason.
+    /// Without an answer there is none, and a machine that is offline tries often, so the level is debug then.
+    void logFailure(Log::ILogger& logger) const;
 };
 
 } // namespace Velquor::WebServices::Internal

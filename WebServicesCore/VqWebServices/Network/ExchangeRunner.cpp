@@ -16,6 +16,7 @@ ExchangeRunner::~ExchangeRunner() {
 
 void ExchangeRunner::send(const QNetworkRequest& request, const QString& verb, const QByteArray& body, int timeoutMs,
                           const std::shared_ptr<Log::ILogger>& logger) {
+    m_logger = logger;
     m_operation = std::make_unique<NetworkOperationAsync>(request, verb, body, logger);
     m_operation->setTimeout(timeoutMs);
     connect(m_operation.get(), &NetworkOperationAsync::RequestFinished, this, &ExchangeRunner::requestFinished);
@@ -29,6 +30,8 @@ void ExchangeRunner::requestFinished(QNetworkReply* reply) {
                                   takeSnapshot(reply, m_operation->verb(), m_operation->requestBody())};
     // Not deleted here: the operation is the sender of this signal.
     m_operation.release()->deleteLater();
+    if (m_logger)
+        outcome.logFailure(*m_logger);
     m_finished(outcome);
 }
 

@@ -29,6 +29,7 @@ private:
     void requestFinished(QNetworkReply* reply);
 
     const Finished m_finished;
+    std::shared_ptr<Log::ILogger> m_logger;
     std::unique_ptr<NetworkOperationAsync> m_operation;
 };
 

@@ -34,6 +34,30 @@ void stopInterfacePolling() {
     });
 }
 
+/// The proxies of the process without their credentials. The framework would use those by itself, and nobody would know that the
+/// proxy has refused a request. Thread: the manager's. Owner: the manager.
+class AskingProxies final : public QNetworkProxyFactory {
+public:
+    explicit AskingProxies(QNetworkProxy& configured)
+        : m_configured(configured) {}
+
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override {
+        QList<QNetworkProxy> proxies = QNetworkProxyFactory::proxyForQuery(query);
+        for (QNetworkProxy& proxy : proxies) {
+            const bool isHttp = proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::HttpCachingProxy;
+            if (!isHttp || proxy.user().isEmpty())
+                continue;
+            m_configured = proxy;
+            proxy.setUser({});
+            proxy.setPassword({});
+        }
+        return proxies;
+    }
+
+private:
+    QNetworkProxy& m_configured;
+};
+
 /// The base class must find polling switched off when it is constructed.
 QObject* afterPollingStopped(QObject* parent) {
     stopInterfacePolling();
@@ -47,6 +71,7 @@ NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger,
     , m_logger(logger ? std::move(logger) : std::make_shared<NoLogger>())
     , m_isDialogEnabled(isDialogEnabled()) {
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    setProxyFactory(new AskingProxies(m_configured));
     connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, &NetworkAccessManager::ProxyAuthenticationRequired);
 }
 
@@ -58,6 +83,8 @@ void NetworkAccessManager::retire(std::unique_ptr<NetworkAccessManager> manager)
 }
 
 void NetworkAccessManager::ProxyAuthenticationRequired(const QNetworkProxy& proxy, QAuthenticator* authenticator) {
+    if (answerAsConfigured(proxy, *authenticator))
+        return;
     if (!m_isDialogEnabled) {
         m_logger->information(QStringLiteral(
             "ProxyAuthenticationRequired called, but proxy authentication dialog is disabled. Returning without prompting for proxy credentials."));
@@ -88,19 +115,39 @@ void NetworkAccessManager::answerProxy(const QNetworkProxy& proxy, QAuthenticato
     } else if (!isStored) {
         m_logger->error(QStringLiteral("Proxy authentication failed"));
     }
-    if (login.isEmpty())
-        return;
+    if (!login.isEmpty())
+        give(login, authenticator);
+}
+
+bool NetworkAccessManager::answerAsConfigured(const QNetworkProxy& proxy, QAuthenticator& authenticator) {
+    const ProxyLogin login{m_configured.user(), m_configured.password()};
+    const bool isKnown = proxy.hostName() == m_configured.hostName() && proxy.port() == m_configured.port() && !login.isEmpty();
+    if (!isKnown || m_refused.contains(login))
+        return false;
+    give(login, authenticator);
+    return true;
+}
+
+void NetworkAccessManager::give(const ProxyLogin& login, QAuthenticator& authenticator) {
     ++m_answers;
+    m_hasAnswered = true;
     // When the proxy asks again, it has refused this login.
     m_refused.add(login);
     authenticator.setUser(login.user);
     authenticator.setPassword(login.password);
+    if (m_body)
+        m_body->allowRepetition();
 }
 
 QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QNetworkRequest& request, QIODevice* body) {
     m_prompts = 0;
     m_answers = 0;
     m_refused.clear();
+    m_configured = QNetworkProxy();
+    m_body = qobject_cast<UploadBody*>(body);
+    // With what it has cached, the framework would answer the proxy by itself.
+    if (m_body && m_hasAnswered)
+        clearAccessCache();
     QNetworkRequest hardened(request);
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     if (!hardened.hasRawHeader("Accept-Encoding"))

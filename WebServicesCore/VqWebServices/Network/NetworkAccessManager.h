@@ -1,11 +1,13 @@
 #pragma once
 
 #include "Network/Proxy/RefusedLogins.h"
+#include "Network/UploadBody.h"
 #include "VqLog/ILogger.h"
 
 #include <QAuthenticator>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
+#include <QPointer>
 #include <memory>
 
 namespace Velquor::WebServices::Internal {
@@ -43,12 +45,18 @@ protected:
 
 private:
     void answerProxy(const QNetworkProxy& proxy, QAuthenticator& authenticator);
+    /// With the credentials that the proxy of the process has; false when there are none, or the proxy has refused them.
+    bool answerAsConfigured(const QNetworkProxy& proxy, QAuthenticator& authenticator);
+    void give(const ProxyLogin& login, QAuthenticator& authenticator);
 
     std::shared_ptr<Log::ILogger> m_logger;
     const bool m_isDialogEnabled;
-    int m_prompts = 0; ///< prompts for the request in progress
-    int m_answers = 0; ///< answers to the proxy for that request
+    int m_prompts = 0;          ///< prompts for the request in progress
+    int m_answers = 0;          ///< answers to the proxy for that request
+    bool m_hasAnswered = false; ///< any proxy, since the manager was made
     RefusedLogins m_refused;
+    QNetworkProxy m_configured;  ///< the proxy of the process, with its credentials
+    QPointer<UploadBody> m_body; ///< of the request in progress; null: it has none
     int m_openPrompts = 0;
     bool m_isRetired = false;
 };

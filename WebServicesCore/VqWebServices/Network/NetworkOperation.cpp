@@ -9,6 +9,7 @@
 
 #include <QBuffer>
 #include <algorithm>
+#include <atomic>
 
 namespace Velquor::WebServices::Internal {
 namespace {
@@ -28,8 +29,12 @@ bool isHeaderValue(const QByteArray& value) {
     return !value.contains('\r') && !value.contains('\n') && !value.contains('\0');
 }
 
+std::atomic<bool> isNetworkAllowed{true};
+
 // Verb and headers must not break out of their line.
 Util::Result<void> checkRequest(const QNetworkRequest& request, const QString& verb) {
+    if (!isNetworkAllowed)
+        return Util::Failure{QStringLiteral("Request was not sent. There is no WebServices.logconfig file")};
     const QUrl url = request.url();
     const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
     if (!url.isValid() || !isHttp || url.host().isEmpty())
@@ -63,6 +68,10 @@ NetworkOperation::~NetworkOperation() {
         m_handler.leaveTo(m_manager.get());
     m_handler.discard();
     NetworkAccessManager::retire(std::move(m_manager));
+}
+
+void NetworkOperation::allow(bool isAllowed) {
+    isNetworkAllowed = isAllowed;
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): a slot; its types are those of the signal in NetworkOperationAsync.

@@ -35,6 +35,9 @@ public:
     /// this object, which returns null. Null also when a request is running or this one was refused.
     QNetworkReply* Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec, bool wait);
 
+    /// Whether this process may use the network; true unless set. When it may not, every operation fails. Thread: any.
+    static void allow(bool isAllowed);
+
     [[nodiscard]] OperationResult result() const { return m_handler.result(); }
     [[nodiscard]] QString errorMessage() const { return m_handler.errorMessage(); }
     [[nodiscard]] QNetworkReply* reply() const { return m_handler.reply(); }

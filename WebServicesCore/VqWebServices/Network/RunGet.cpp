@@ -24,6 +24,8 @@ ExchangeOutcome runGet(const QNetworkRequest& request, int timeoutInMsec, const 
     // Deleted here, not deferred: the calling thread may never run an event loop.
     const std::unique_ptr<QNetworkReply> reply = operation.takeReply();
     outcome.reply = takeSnapshot(reply.get(), verb, QByteArray());
+    if (logger)
+        outcome.logFailure(*logger);
     return outcome;
 }
 

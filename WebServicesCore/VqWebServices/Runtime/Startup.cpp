@@ -2,6 +2,7 @@
 
 #include "Network/Diagnosis/LibraryNames.h"
 #include "Network/Diagnosis/SslDiagnosis.h"
+#include "Network/NetworkOperation.h"
 #include "Network/Proxy/ProxyPrompt.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Network/UserAgent.h"
@@ -172,6 +173,8 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     timer.start();
     StartedLibrary started;
     started.hasLogConfiguration = findLogConfiguration();
+    // Also for what nobody calls: timers, the caches and the time service.
+    NetworkOperation::allow(started.hasLogConfiguration);
     PluginPaths::setDefaults();
     Log::rootLogger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2Text(oauth2Specs)));
     checkSsl();

@@ -20,7 +20,7 @@ struct SplitUrl {
     [[nodiscard]] bool isValid() const { return !baseUri.isEmpty(); }
 };
 
-/// Splits an absolute http or https URL in its encoded form (QUrl::toEncoded). User information and fragment are left out.
+/// Splits an absolute http or https URL in its encoded form, as it is sent. User information and fragment are left out.
 /// Anything else is not valid.
 [[nodiscard]] SplitUrl splitUrl(const QByteArray& encodedUrl);
 

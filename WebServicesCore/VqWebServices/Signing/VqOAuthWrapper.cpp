@@ -57,7 +57,7 @@ Parameters VqOAuthWrapper::protocolParameters(const RequestToSign& request, cons
 
 QByteArray VqOAuthWrapper::CreateOauthParameterString(const RequestToSign& request, const Credentials& credentials,
                                                       OutputForm form) const {
-    const SplitUrl url = splitUrl(request.url.toEncoded());
+    const SplitUrl url = splitUrl(request.url);
     const Parameters query = parseFormEncoded(url.query);
     if (!url.isValid() || request.method.isEmpty() || credentials.consumerKey.isEmpty() || hasReservedName(query)
         || hasReservedName(request.parameters))
@@ -100,13 +100,15 @@ QByteArray encodeQuery(const Parameters& decoded) {
     return joinPairs(encoded, PairStyle::Form);
 }
 
-QUrl withParameters(const QUrl& url, const QByteArray& parameterString) {
-    QByteArray query = url.query(QUrl::FullyEncoded).toLatin1();
-    if (!query.isEmpty())
-        query += '&';
-    QUrl result(url);
-    result.setQuery(QString::fromLatin1(query + parameterString), QUrl::StrictMode);
-    return result;
+QByteArray withParameters(const QByteArray& url, const QByteArray& parameterString) {
+    const int end = url.contains('#') ? url.indexOf('#') : url.size();
+    QByteArray made = url.left(end);
+    const int query = made.indexOf('?');
+    if (query < 0)
+        made += '?';
+    else if (query < end - 1)
+        made += '&';
+    return made + parameterString + url.mid(end);
 }
 
 } // namespace Velquor::OAuth

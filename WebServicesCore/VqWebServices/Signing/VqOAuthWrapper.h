@@ -3,7 +3,6 @@
 #include "Signing/SignatureBase.h"
 
 #include <QByteArray>
-#include <QUrl>
 
 namespace Velquor::OAuth {
 
@@ -27,7 +26,7 @@ struct Credentials {
 /// The request to sign.
 struct RequestToSign {
     QByteArray method = "GET"; ///< Upper case (RFC 5849, section 3.4.1.1).
-    QUrl url;                  ///< Its query is signed, its fragment is not.
+    QByteArray url; ///< Encoded, as it is sent: its path is signed byte by byte, its query decoded, its fragment not at all.
     Parameters parameters; ///< Decoded parameters in addition to the URL's: of a form body, or protocol extensions ("oauth_...").
 };
 
@@ -56,7 +55,7 @@ private:
 /// Decoded parameters as a query: percent-encoded (RFC 5849, section 3.6), in their order.
 [[nodiscard]] QByteArray encodeQuery(const Parameters& decoded);
 
-/// The URL with signed parameters appended to its query; its fragment stays at the end.
-[[nodiscard]] QUrl withParameters(const QUrl& url, const QByteArray& parameterString);
+/// The encoded URL with signed parameters appended to its query. The rest stays as it is, its fragment at the end.
+[[nodiscard]] QByteArray withParameters(const QByteArray& url, const QByteArray& parameterString);
 
 } // namespace Velquor::OAuth

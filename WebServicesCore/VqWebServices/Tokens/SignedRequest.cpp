@@ -18,8 +18,8 @@ SigningKeys consumerKeys(const WebServicesConfiguration& configuration) {
 
 bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys, QNetworkRequest& request,
              const OAuth::Parameters& parameters) {
-    const QByteArray header = OAuth::VqOAuthWrapper(host).CreateOauthParameterString({"GET", url, parameters}, keys.credentials(),
-                                                                                     OAuth::OutputForm::Header);
+    const QByteArray header = OAuth::VqOAuthWrapper(host).CreateOauthParameterString(
+        {"GET", url.toEncoded(), parameters}, keys.credentials(), OAuth::OutputForm::Header);
     if (header.isEmpty())
         return false;
     request.setUrl(url);
@@ -28,9 +28,10 @@ bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys
 }
 
 QUrl signUrl(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys& keys) {
-    const QByteArray parameters =
-        OAuth::VqOAuthWrapper(host).CreateOauthParameterString({"GET", url, {}}, keys.credentials(), OAuth::OutputForm::Query);
-    return parameters.isEmpty() ? QUrl() : OAuth::withParameters(url, parameters);
+    const QByteArray encoded = url.toEncoded();
+    const QByteArray parameters = OAuth::VqOAuthWrapper(host).CreateOauthParameterString({"GET", encoded, {}}, keys.credentials(),
+                                                                                         OAuth::OutputForm::Query);
+    return parameters.isEmpty() ? QUrl() : QUrl::fromEncoded(OAuth::withParameters(encoded, parameters));
 }
 
 QMap<QString, QByteArray> replyParameters(const QByteArray& body) {

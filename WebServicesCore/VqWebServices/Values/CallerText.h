@@ -9,12 +9,22 @@ namespace Velquor::WebServices::Internal {
 /// The conventions for texts and buffers of the exported interface, which VqWebServicesGlobal.h describes.
 /// Thread: any.
 
-/// The longest text from a caller, in units. A text without a terminator within this length counts as empty.
+/// A text from a caller has less units than this, terminator excluded. A longer one is refused, never shortened.
 constexpr int maximumCallerTextLength = 1024 * 1024;
 
-/// The caller's null-terminated text; a null pointer is the empty text.
+/// The caller's null-terminated text with every unit, also a byte order mark; a null pointer is the empty text. Throws
+/// `std::length_error` when the text is too long, or has a unit that no Unicode text has. For operations of the facades:
+/// `guarded` makes that their failure result and a log line.
 [[nodiscard]] QString textFromCaller(const wchar_t* text);
-[[nodiscard]] QByteArray bytesFromCaller(const char* text);
+
+/// `textFromCaller` in UTF-8. Half a surrogate pair, which UTF-8 cannot express, is refused in the same way.
+[[nodiscard]] QByteArray utf8FromCaller(const wchar_t* text);
+
+/** @{ */
+/// Stores the caller's text, for setters. A text that `textFromCaller` refuses changes nothing: false and one log line.
+bool takeText(const char* operation, const wchar_t* text, QString& target);
+bool takeBytes(const char* operation, const char* text, QByteArray& target);
+/** @} */
 
 /// Copies by the rule for text buffers.
 int copyText(const QString& text, wchar_t* buffer, int size);

@@ -24,7 +24,7 @@ NetworkCookie::~NetworkCookie() {
 }
 
 void NetworkCookie::SetName(const char* name) {
-    m_imp->name = bytesFromCaller(name);
+    takeBytes("SetName", name, m_imp->name);
 }
 
 int NetworkCookie::GetName(char* buffer, int size) const {
@@ -32,7 +32,7 @@ int NetworkCookie::GetName(char* buffer, int size) const {
 }
 
 void NetworkCookie::SetValue(const char* value) {
-    m_imp->value = bytesFromCaller(value);
+    takeBytes("SetValue", value, m_imp->value);
 }
 
 int NetworkCookie::GetValue(char* buffer, int size) const {
@@ -64,7 +64,7 @@ long long NetworkCookie::GetExpiryDate() const {
 }
 
 void NetworkCookie::SetDomain(const wchar_t* domain) {
-    m_imp->domain = textFromCaller(domain);
+    takeText("SetDomain", domain, m_imp->domain);
 }
 
 int NetworkCookie::GetDomain(wchar_t* buffer, int size) const {
@@ -72,7 +72,7 @@ int NetworkCookie::GetDomain(wchar_t* buffer, int size) const {
 }
 
 void NetworkCookie::SetPath(const wchar_t* path) {
-    m_imp->path = textFromCaller(path);
+    takeText("SetPath", path, m_imp->path);
 }
 
 int NetworkCookie::GetPath(wchar_t* buffer, int size) const {

@@ -1,5 +1,7 @@
 #include "Values/NetworkCookieImp.h"
 
+#include "VqUtil/General/Utf8.h"
+
 #include <QVariant>
 #include <cmath>
 
@@ -19,8 +21,8 @@ qint64 wholeNumber(const QJsonValue& value) {
 } // namespace
 
 QJsonObject NetworkCookieImp::toJson() const {
-    return {{QStringLiteral("Name"), QString::fromUtf8(name)},
-            {QStringLiteral("Value"), QString::fromUtf8(value)},
+    return {{QStringLiteral("Name"), Util::textFromUtf8(name)},
+            {QStringLiteral("Value"), Util::textFromUtf8(value)},
             {QStringLiteral("Domain"), domain},
             {QStringLiteral("Path"), path},
             {QStringLiteral("IsSecure"), secure},

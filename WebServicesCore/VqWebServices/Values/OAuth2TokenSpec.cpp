@@ -12,8 +12,8 @@ OAuth2TokenSpec::OAuth2TokenSpec()
 
 OAuth2TokenSpec::OAuth2TokenSpec(OAuth2TokenType type, const wchar_t* scope)
     : m_imp(new OAuth2TokenSpecImp) {
-    SetType(type);
-    SetScope(scope);
+    // Not with another scope than the caller asked for.
+    SetType(SetScope(scope) ? type : InvalidTokenType);
 }
 
 OAuth2TokenSpec::OAuth2TokenSpec(const OAuth2TokenSpec& other)
@@ -43,7 +43,10 @@ int OAuth2TokenSpec::GetScope(wchar_t* buffer, int size) const {
 }
 
 bool OAuth2TokenSpec::SetScope(const wchar_t* scope) {
-    m_imp->scope = normalisedScope(textFromCaller(scope));
+    QString taken;
+    if (!takeText("SetScope", scope, taken))
+        return false;
+    m_imp->scope = normalisedScope(taken);
     return true;
 }
 

@@ -7,6 +7,16 @@ namespace Velquor::WebServices {
 
 using namespace Internal;
 
+namespace {
+
+void takeSecret(const char* operation, const wchar_t* text, Util::ProtectedText& target) {
+    QString taken;
+    if (takeText(operation, text, taken))
+        target.set(taken);
+}
+
+} // namespace
+
 WebServicesConfiguration::WebServicesConfiguration()
     : m_imp(new WebServicesConfigurationImp) {}
 
@@ -24,7 +34,7 @@ WebServicesConfiguration::~WebServicesConfiguration() {
 }
 
 void WebServicesConfiguration::SetConsumerKey(const wchar_t* text) {
-    m_imp->consumerKey.set(textFromCaller(text));
+    takeSecret("SetConsumerKey", text, m_imp->consumerKey);
 }
 
 int WebServicesConfiguration::GetConsumerKey(wchar_t* buffer, int size) const {
@@ -32,7 +42,7 @@ int WebServicesConfiguration::GetConsumerKey(wchar_t* buffer, int size) const {
 }
 
 void WebServicesConfiguration::SetConsumerSecret(const wchar_t* text) {
-    m_imp->consumerSecret.set(textFromCaller(text));
+    takeSecret("SetConsumerSecret", text, m_imp->consumerSecret);
 }
 
 int WebServicesConfiguration::GetConsumerSecret(wchar_t* buffer, int size) const {
@@ -40,7 +50,7 @@ int WebServicesConfiguration::GetConsumerSecret(wchar_t* buffer, int size) const
 }
 
 void WebServicesConfiguration::SetSerialNumber(const wchar_t* text) {
-    m_imp->serialNumber = textFromCaller(text);
+    takeText("SetSerialNumber", text, m_imp->serialNumber);
 }
 
 int WebServicesConfiguration::GetSerialNumber(wchar_t* buffer, int size) const {
@@ -48,7 +58,7 @@ int WebServicesConfiguration::GetSerialNumber(wchar_t* buffer, int size) const {
 }
 
 void WebServicesConfiguration::SetProductLineCode(const wchar_t* text) {
-    m_imp->productLineCode = textFromCaller(text);
+    takeText("SetProductLineCode", text, m_imp->productLineCode);
 }
 
 int WebServicesConfiguration::GetProductLineCode(wchar_t* buffer, int size) const {
@@ -56,7 +66,7 @@ int WebServicesConfiguration::GetProductLineCode(wchar_t* buffer, int size) cons
 }
 
 void WebServicesConfiguration::SetUPIRelease(const wchar_t* text) {
-    m_imp->upiRelease = textFromCaller(text);
+    takeText("SetUPIRelease", text, m_imp->upiRelease);
 }
 
 int WebServicesConfiguration::GetUPIRelease(wchar_t* buffer, int size) const {
@@ -64,7 +74,7 @@ int WebServicesConfiguration::GetUPIRelease(wchar_t* buffer, int size) const {
 }
 
 void WebServicesConfiguration::SetUPIMaster(const wchar_t* text) {
-    m_imp->upiMaster = textFromCaller(text);
+    takeText("SetUPIMaster", text, m_imp->upiMaster);
 }
 
 int WebServicesConfiguration::GetUPIMaster(wchar_t* buffer, int size) const {
@@ -72,7 +82,7 @@ int WebServicesConfiguration::GetUPIMaster(wchar_t* buffer, int size) const {
 }
 
 void WebServicesConfiguration::SetUPIBuild(const wchar_t* text) {
-    m_imp->upiBuild = textFromCaller(text);
+    takeText("SetUPIBuild", text, m_imp->upiBuild);
 }
 
 int WebServicesConfiguration::GetUPIBuild(wchar_t* buffer, int size) const {
@@ -80,7 +90,7 @@ int WebServicesConfiguration::GetUPIBuild(wchar_t* buffer, int size) const {
 }
 
 void WebServicesConfiguration::SetFeatureName(const wchar_t* text) {
-    m_imp->featureName = textFromCaller(text);
+    takeText("SetFeatureName", text, m_imp->featureName);
 }
 
 int WebServicesConfiguration::GetFeatureName(wchar_t* buffer, int size) const {
@@ -88,7 +98,7 @@ int WebServicesConfiguration::GetFeatureName(wchar_t* buffer, int size) const {
 }
 
 void WebServicesConfiguration::SetFeatureVersion(const wchar_t* text) {
-    m_imp->featureVersion = textFromCaller(text);
+    takeText("SetFeatureVersion", text, m_imp->featureVersion);
 }
 
 int WebServicesConfiguration::GetFeatureVersion(wchar_t* buffer, int size) const {
@@ -110,7 +120,7 @@ Server WebServicesConfiguration::GetServer() const {
 }
 
 void WebServicesConfiguration::SetOAuth2ConsumerKey(const wchar_t* text) {
-    m_imp->oauth2ConsumerKey.set(textFromCaller(text));
+    takeSecret("SetOAuth2ConsumerKey", text, m_imp->oauth2ConsumerKey);
 }
 
 int WebServicesConfiguration::GetOAuth2ConsumerKey(wchar_t* buffer, int size) const {
@@ -118,7 +128,7 @@ int WebServicesConfiguration::GetOAuth2ConsumerKey(wchar_t* buffer, int size) co
 }
 
 void WebServicesConfiguration::SetOAuth2ConsumerSecret(const wchar_t* text) {
-    m_imp->oauth2ConsumerSecret.set(textFromCaller(text));
+    takeSecret("SetOAuth2ConsumerSecret", text, m_imp->oauth2ConsumerSecret);
 }
 
 int WebServicesConfiguration::GetOAuth2ConsumerSecret(wchar_t* buffer, int size) const {
@@ -126,7 +136,7 @@ int WebServicesConfiguration::GetOAuth2ConsumerSecret(wchar_t* buffer, int size)
 }
 
 void WebServicesConfiguration::SetOAuth2AccessTokenScope(const wchar_t* text) {
-    m_imp->oauth2AccessTokenScope = textFromCaller(text);
+    takeText("SetOAuth2AccessTokenScope", text, m_imp->oauth2AccessTokenScope);
 }
 
 int WebServicesConfiguration::GetOAuth2AccessTokenScope(wchar_t* buffer, int size) const {

@@ -202,7 +202,7 @@ void SimProcess::signRequest() {
     m_isBusy = true;
     m_machine.world.note("signs a request");
     SigningOrder order;
-    order.request = {"GET", QUrl("https://data.example.com/x"), {}};
+    order.request = {"GET", "https://data.example.com/x", {}};
     const bool isSigned = !session().SignRequest(m_clientKey, order).isEmpty();
     if (m_machine.isQuiet && !m_process.isKilled && token() != 0 && !isSigned)
         m_broken = QStringLiteral("R8: a request could not be signed, with the server up and a token");

@@ -56,7 +56,9 @@ ExitCode runGet(Context& context) {
     const ExitCode opened = library.open(Library::Need::User);
     if (opened != ExitCode::Ok)
         return opened;
-    const QString authorization = library.signedRequest(url, HttpMethod::Get, ParsingMode::AuthorizationHeader);
+    // As Qt sends it, which may differ from the given text in its escapes.
+    const QString sent = QString::fromLatin1(QUrl(url).toEncoded());
+    const QString authorization = library.signedRequest(sent, HttpMethod::Get, ParsingMode::AuthorizationHeader);
     if (authorization.isEmpty())
         return library.fail(QStringLiteral("The library did not sign; the log says why."));
     HttpReply reply;

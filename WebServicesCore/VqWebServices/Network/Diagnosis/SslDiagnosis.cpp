@@ -26,9 +26,10 @@ QString sslVersionLine(const SslLibraryFacts& facts) {
 QString loadedSslVersionLine() {
     SslLibraryFacts facts;
     facts.version = QSslSocket::sslLibraryVersionString();
-    facts.sslPath = Util::modulePathOf(reinterpret_cast<const void*>(&SSL_CTX_new));
+    // By their data: on Windows the address of a function is the one of a jump in the calling module.
+    facts.sslPath = Util::modulePathOf(SSL_alert_type_string_long(0));
     facts.sslFileVersion = Util::fileVersion(facts.sslPath);
-    facts.cryptoPath = Util::modulePathOf(reinterpret_cast<const void*>(&OpenSSL_version_num));
+    facts.cryptoPath = Util::modulePathOf(OpenSSL_version(OPENSSL_VERSION));
     facts.cryptoFileVersion = Util::fileVersion(facts.cryptoPath);
     return sslVersionLine(facts);
 }

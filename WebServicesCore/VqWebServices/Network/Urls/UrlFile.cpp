@@ -21,9 +21,10 @@ Util::Result<QJsonObject> parse(const Util::AtomicFile::ReadResult& file) {
     const QByteArray mark = QByteArrayLiteral("\xef\xbb\xbf");
     const QByteArray text = file.data.startsWith(mark) ? file.data.mid(mark.size()) : file.data;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    if (document.isObject())
+    // Another kind of JSON text is no damage: it has no addresses, and each lookup tells so.
+    if (error.error == QJsonParseError::NoError)
         return document.object();
-    return Util::Failure{error.error == QJsonParseError::NoError ? QStringLiteral("no object") : error.errorString()};
+    return Util::Failure{error.errorString()};
 }
 
 QJsonObject member(const QJsonObject& object, const char* name) {

@@ -20,7 +20,7 @@ QUrl withIdentity(const QUrl& url, const WebServicesConfigurationImp& configurat
         if (!field.second.isEmpty())
             parameters.append({field.first, field.second.toUtf8()});
     }
-    return parameters.isEmpty() ? url : OAuth::withParameters(url, OAuth::encodeQuery(parameters));
+    return parameters.isEmpty() ? url : QUrl::fromEncoded(OAuth::withParameters(url.toEncoded(), OAuth::encodeQuery(parameters)));
 }
 
 } // namespace Velquor::WebServices::Internal

@@ -135,7 +135,7 @@ void RequestSigning::prepareTokens(Access& access) {
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access{clientKey, order.checkExpiry, {}, false};
     std::optional<TimedLock> lock;
-    const QString refused = signingText(enter(access, QStringLiteral("SignRequest"), lock), order.request.url);
+    const QString refused = signingText(enter(access, QStringLiteral("SignRequest"), lock), QUrl::fromEncoded(order.request.url));
     if (!refused.isEmpty()) {
         logger(access).error(refused);
         return {};
@@ -150,8 +150,8 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
 Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order) const {
     Util::Result<SigningKeys> keys = product.signingKeys();
     if (!keys)
-        return Util::Failure{
-            QStringLiteral("SignRequest failed while signing url %1: %2.").arg(displayUrl(order.request.url), keys.reason())};
+        return Util::Failure{QStringLiteral("SignRequest failed while signing url %1: %2.")
+                                 .arg(displayUrl(QUrl::fromEncoded(order.request.url)), keys.reason())};
     if (!order.token.isEmpty()) {
         keys->token = Util::SecretBytes(QByteArray(order.token));
         keys->tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
@@ -164,10 +164,10 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
         return Util::Failure{
             QStringLiteral(
                 "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
-                .arg(displayUrl(order.request.url))};
+                .arg(displayUrl(QUrl::fromEncoded(order.request.url)))};
     if (order.mode == ParsingMode::AuthorizationHeader)
         return QByteArray("OAuth " + parameters);
-    return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters).toEncoded() : parameters;
+    return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters) : parameters;
 }
 
 bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, Util::SecretBytes& token,

@@ -1,6 +1,7 @@
 #include "Session/State/LoginCookies.h"
 
 #include "Values/NetworkCookieImp.h"
+#include "VqUtil/General/Utf8.h"
 #include "VqUtil/Xml/XmlText.h"
 
 namespace Velquor::WebServices::Internal {
@@ -14,8 +15,8 @@ QString flagText(bool value) {
 }
 
 void writeCookie(Util::XmlElement& element, const NetworkCookieImp& cookie) {
-    element.setAttribute(QStringLiteral("Name"), QString::fromUtf8(cookie.name));
-    element.setAttribute(QStringLiteral("Value"), QString::fromUtf8(cookie.value));
+    element.setAttribute(QStringLiteral("Name"), Util::textFromUtf8(cookie.name));
+    element.setAttribute(QStringLiteral("Value"), Util::textFromUtf8(cookie.value));
     element.setAttribute(QStringLiteral("IsSecure"), flagText(cookie.secure));
     element.setAttribute(QStringLiteral("IsHttpOnly"), flagText(cookie.httpOnly));
     const QDateTime expiry = cookie.expiryDate == 0 ? QDateTime() : QDateTime::fromSecsSinceEpoch(cookie.expiryDate, Qt::UTC);
