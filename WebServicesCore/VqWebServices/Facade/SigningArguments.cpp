@@ -16,7 +16,7 @@ constexpr int maximumParameters = 1000;
 
 // A legal URL (RFC 3986) is signed as it is, since a server signs the path that it receives. QUrl would rewrite its escapes.
 QByteArray urlFromCaller(const SigningArguments& arguments) {
-    const QByteArray given = utf8FromCaller(arguments.url);
+    QByteArray given = utf8FromCaller(arguments.url);
     const bool isPrintable =
         std::all_of(given.begin(), given.end(), [](char letter) { return letter > '\x20' && letter < '\x7f'; });
     if (isPrintable && QUrl::fromEncoded(given, QUrl::StrictMode).isValid())

@@ -19,7 +19,7 @@ UserInfoPointer userInfo(const char* operation, const QString& clientKey) {
             "Cannot get user information. Web Services initialization failed due to missing WebServices.logconfig file."))
         return {};
     return withSession(operation, UserInfoPointer(), [&](LoginSession& session) {
-        const auto info = session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
+        auto info = session.requireClient(clientKey) ? session.caches().userInfo(clientKey) : UserInfoPointer();
         reportSignedOut(operation, session, clientKey, info != nullptr);
         return info;
     });
@@ -30,7 +30,7 @@ EntitlementsPointer entitlements(const char* operation, const QString& clientKey
             "Cannot get service entitlements. Web Services initialization failed due to missing WebServices.logconfig file."))
         return {};
     return withSession(operation, EntitlementsPointer(), [&](LoginSession& session) {
-        const auto list = session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
+        auto list = session.requireClient(clientKey) ? session.caches().entitlements(clientKey) : EntitlementsPointer();
         reportSignedOut(operation, session, clientKey, list != nullptr);
         return list;
     });
