@@ -25,6 +25,7 @@ Household::Household(World& world, const Options& options)
         drawHarm();
     m_machine.habits.signOut = world.choices().chance(50, "rarely signs out") ? 0 : 2;
     m_machine.habits.end = world.choices().chance(50, "ends") ? 2 : 0;
+    m_machine.isFaultless = !options.hasFaults && m_machine.habits.end == 0;
 }
 
 // Each kind of fault only in half of the runs: when all happen all the time, nobody ever gets signed in.

@@ -79,6 +79,9 @@ Ledger::Answer Ledger::exchange(SignIn& signIn, const QByteArray& key) {
 
 Ledger::Answer Ledger::give(SignIn& signIn, const QByteArray& key) {
     const int token = ++m_tokens;
+    const auto before = signIn.givenUs.find(key);
+    signIn.isGivenEarly |= before != signIn.givenUs.end() && m_world.nowUs() - before->second < renewalSeconds * 1000000;
+    signIn.givenUs[key] = m_world.nowUs();
     signIn.lastTokens[key] = token;
     m_owners[token] = signIn.number;
     const QByteArray name = 's' + QByteArray::number(signIn.number);

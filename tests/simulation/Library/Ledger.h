@@ -23,6 +23,8 @@ public:
         qint64 exchangedUs = 0;
         qint64 endUs = 0;
         std::map<QByteArray, int> lastTokens; ///< By consumer key.
+        std::map<QByteArray, qint64> givenUs; ///< When the server gave them out.
+        bool isGivenEarly = false;            ///< A token was given out while the one before it had long to live.
     };
     struct Answer {
         int status = 200;
@@ -53,6 +55,8 @@ public:
     [[nodiscard]] static int tokenOf(const QByteArray& text) { return numberAfter(text, 't'); }
 
     static constexpr qint64 tokenLifeSeconds = 3600;
+    /// A token is renewed five minutes before its end, less a timer's lateness.
+    static constexpr qint64 renewalSeconds = tokenLifeSeconds - 360;
     qint64 signInLifeSeconds = 14LL * 86400;
 
 private:

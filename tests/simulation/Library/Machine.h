@@ -37,6 +37,7 @@ struct Machine {
     ServiceLine line;
     Wire wire;
     Habits habits;
+    bool isFaultless = false; ///< Nobody dies, ends, or loses anything.
     bool isQuiet = false;     ///< The user does nothing but look.
     bool isSettled = false;   ///< All was quiet for so long that every call must succeed. The user signs requests.
     std::set<int> leftByUser; ///< Sign-ins that the user has begun to end.

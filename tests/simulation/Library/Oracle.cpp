@@ -115,6 +115,8 @@ bool Oracle::isHeld(int signIn, const QString& key, int token) const {
 // A spent token is in the file only while somebody holds its successor, or knows that it may be spent.
 QString Oracle::checkTokens() const {
     for (const auto& signIn : m_machine.line.ledger.signIns()) {
+        if (m_machine.isFaultless && signIn.second.isGivenEarly)
+            return QStringLiteral("R4: a second request for a token that had long to live, of s%1").arg(signIn.first);
         if (m_everInFile.count(signIn.first) == 0 || mayEnd(signIn.first))
             continue;
         for (const auto& token : signIn.second.lastTokens) {
