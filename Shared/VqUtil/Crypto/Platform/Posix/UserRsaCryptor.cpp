@@ -108,7 +108,7 @@ EvpKey readOrCreate(const QString& path, SecretBytes& phrase, Log::ILogger& logg
     const ReadResult file = AtomicFile::read(path, maximumKeyFileSize);
     // A file that cannot be read at present (permissions, too many open files) may hold a good key. Do not replace it. One that
     // is too large holds none.
-    if (file.status == ReadResult::Status::Failed) {
+    if (file.status == ReadResult::Status::Failed && !file.isTooLarge) {
         logger.error(QStringLiteral("Failed to read the user's key %1. %2").arg(path, file.error));
         return {};
     }
