@@ -2,10 +2,25 @@
 
 #include "VqLog/LogQueue.h"
 
+#include <atomic>
 #include <log4cplus/logger.h>
 #include <log4cplus/loggingmacros.h>
+#include <mutex>
+#include <shared_mutex>
 
 namespace Velquor::Log {
+
+namespace {
+
+std::atomic<bool> isEnded{false};
+
+/// Held for reading by those who write to the log library. Never destroyed, since they may run at the end of the process.
+std::shared_mutex& writers() {
+    static auto* const lock = new std::shared_mutex;
+    return *lock;
+}
+
+} // namespace
 
 struct LoggerWrapper::Target {
     log4cplus::Logger logger;
@@ -18,6 +33,8 @@ LoggerWrapper::LoggerWrapper(const QString& name)
 LoggerWrapper::~LoggerWrapper() = default;
 
 bool LoggerWrapper::isEnabled(Level level) const {
+    if (isEnded)
+        return false;
     return !LogQueue::instance().isLogSetUp() || m_target->logger.isEnabledFor(static_cast<log4cplus::LogLevel>(level));
 }
 
@@ -26,6 +43,9 @@ void LoggerWrapper::write(Level level, const QString& prefix, const QString& tex
         return;
     const QString line = singleLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
     if (LogQueue::instance().add({m_name, level, line}))
+        return;
+    const std::shared_lock<std::shared_mutex> lock(writers());
+    if (isEnded)
         return;
     m_target->logger.log(static_cast<log4cplus::LogLevel>(level), LOG4CPLUS_STRING_TO_TSTRING(line.toStdString()));
 }
@@ -37,6 +57,12 @@ std::shared_ptr<ILogger> makeLogger(const QString& name) {
 ILogger& rootLogger() {
     static auto* const logger = new LoggerWrapper(QStringLiteral("VqWebServices"));
     return *logger;
+}
+
+void endLog(LogEnd end) {
+    isEnded = true;
+    if (end == LogEnd::WhenNobodyWrites)
+        const std::lock_guard<std::shared_mutex> lock(writers());
 }
 
 QString singleLine(const QString& text) {

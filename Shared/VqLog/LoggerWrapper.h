@@ -30,6 +30,12 @@ private:
 /// The library's root logger, for what belongs to none of its parts. Never destroyed.
 [[nodiscard]] ILogger& rootLogger();
 
+/// When an end of the log is over: at once, or when no thread is writing any more.
+enum class LogEnd { Now, WhenNobodyWrites };
+
+/// Drops all messages from now on: the process ends, and the log library with it. Thread: any.
+void endLog(LogEnd end);
+
 /// The text on one line. CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that a
 /// text from outside cannot forge a line of the log.
 [[nodiscard]] QString singleLine(const QString& text);

@@ -46,7 +46,8 @@ public:
     /// The same for OAuth2 tokens of this kind.
     static bool Initialize(const OAuth2TokenSpec& spec);
 
-    /// Counts one user less. The last call shuts the library down. Always true.
+    /// Counts one user less. The last call shuts the library down. Always true. It may also come when the application object has
+    /// gone, with which the library stops its work, or not at all before the process ends.
     static bool Uninitialize();
 
     /// True while `Initialize` has been called more often than `Uninitialize`.

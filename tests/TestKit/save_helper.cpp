@@ -3,7 +3,8 @@
 //   loop      saves COUNT times (0: until it is killed) with the next number each time, and says "NUMBER MILLISECONDS" after each
 //   in-place  the same by overwriting the file in place, as no program should
 //   obey      for each line of its input: saves with the fault of the line (see fault_shim), and says "saved" or "failed"
-//   hold      takes the lock of the file, says "ready", and keeps it until its standard input ends
+//   read      reads the file with the fault of the environment, says "yes" when it has a token, and the same again without the
+//   fault hold      takes the lock of the file, says "ready", and keeps it until its standard input ends
 
 #include "TestKit/HelperProgram.h"
 #include "TestKit/SaveHelper.h"
@@ -76,6 +77,14 @@ public:
         return 0;
     }
 
+    int read() {
+        say(m_process.token().isEmpty() ? "no" : "yes");
+        qunsetenv("VQ_FAULT");
+        m_process.lookAtFile();
+        say(m_process.token().isEmpty() ? "no" : "yes");
+        return 0;
+    }
+
     int hold() {
         LockedState state(m_process.core);
         const LoginStateFile::Guard guard(state.file());
@@ -101,6 +110,8 @@ int main(int argc, char** argv) {
     Helper helper(arguments);
     if (command == QLatin1String("hold"))
         return helper.hold();
+    if (command == QLatin1String("read"))
+        return helper.read();
     say("ready");
     if (command == QLatin1String("obey"))
         return helper.obey();

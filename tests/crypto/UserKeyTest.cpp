@@ -79,6 +79,7 @@ private slots:
         row("empty", 0, {});
         row("one byte", 0, "x");
         row("half", 900, {});
+        row("far too large", 0, QByteArray(70000, 'A'));
         row("NUL", 0, QByteArray(2000, '\0'));
         row("a byte changed", 600, QByteArray("!" + QByteArray(1000, 'A')));
     }

@@ -31,7 +31,7 @@ private slots:
         first.restore();
         first.signIn("ada", SaveHelper::dateOf(1));
         QCOMPARE(first.save(), LoginStateStore::Result::Saved);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        QProcessEnvironment& environment = m_environment;
         // Before all others, the runtime of a sanitizer too.
         environment.insert("LD_PRELOAD", QString::fromLocal8Bit(VQ_FAULT_SHIM));
         environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0");
@@ -81,7 +81,51 @@ private slots:
         QVERIFY(m_helper->readAllStandardError().isEmpty());
     }
 
+    void whatCannotBeAskedEndsNoSignIn_data() {
+        // again: a second look at the file finds the sign-in; a key is opened once
+        const TestKit::Columns<QByteArray, bool> row("fault", "again");
+        row("the user's name", "getpwuid:EIO:", true);
+        row("the adapters", "getifaddrs:EMFILE:", true);
+        row("the key", "open:EMFILE:/UserKey.pem", false);
+        row("the machine's id", "open:EMFILE:/machine-id", false);
+    }
+
+    void whatCannotBeAskedEndsNoSignIn() {
+        QFETCH(QByteArray, fault);
+        QFETCH(bool, again);
+        const QByteArray before = m_fixture.fileContents();
+        QProcessEnvironment environment = m_environment;
+        environment.insert("VQ_FAULT", fault);
+        TestKit::HelperProcess helper("save_helper", {"read", m_fixture.folder.path(), m_fixture.keyFolder, demoKey},
+                                      environment);
+        QCOMPARE(helper.nextLine(), QByteArray("no"));
+        QCOMPARE(helper.nextLine(), QByteArray(again ? "yes" : "no"));
+        QVERIFY(helper.waitForFinished() && helper.readAllStandardError().contains("fault: "));
+        QCOMPARE(m_fixture.fileContents(), before);
+        TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
+        TestKit::StateProcess next(fixture, demoKey);
+        next.restore();
+        QVERIFY(!next.token(demoKey).isEmpty());
+    }
+
+    void aSignInWithUnknownAdaptersIsFoundAgain() {
+        QVERIFY(QFile::remove(m_fixture.file()));
+        QProcessEnvironment environment = m_environment;
+        environment.insert("VQ_FAULT", "getifaddrs:EMFILE:");
+        TestKit::HelperProcess helper("save_helper", {"loop", m_fixture.folder.path(), m_fixture.keyFolder, demoKey, "1"},
+                                      environment);
+        QVERIFY(helper.waitForFinished() && helper.exitCode() == 0);
+        TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
+        for (const char* const start : {"with the unknown address", "with the machine's own"}) {
+            TestKit::StateProcess next(fixture, demoKey);
+            next.restore();
+            QVERIFY2(!next.token(demoKey).isEmpty(), start);
+            QCOMPARE(next.save(), LoginStateStore::Result::Saved);
+        }
+    }
+
 private:
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     TestKit::SessionFixture m_fixture;
     std::unique_ptr<SaveHelper> m_helper;
 };

@@ -18,6 +18,7 @@ public:
 
     [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override;
     [[nodiscard]] SecretBytes decrypt(const QByteArray& text) override;
+    [[nodiscard]] bool isUsable() override { return m_inner->isUsable(); }
 
 private:
     [[nodiscard]] SecretBytes remembered(const QByteArray& text);

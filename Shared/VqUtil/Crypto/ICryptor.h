@@ -18,6 +18,9 @@ public:
 
     /// The clear bytes. Empty when `text` is empty, damaged, or was not encrypted with this key (one log line).
     [[nodiscard]] virtual SecretBytes decrypt(const QByteArray& text) = 0;
+
+    /// False when there is no key now: then an empty result says nothing about a text.
+    [[nodiscard]] virtual bool isUsable() { return true; }
 };
 
 } // namespace Velquor::Util

@@ -21,6 +21,7 @@ public:
 
     [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override;
     [[nodiscard]] SecretBytes decrypt(const QByteArray& text) override;
+    [[nodiscard]] bool isUsable() override { return m_rsa->blockSize() > 0; }
 
 private:
     [[nodiscard]] QByteArray encryptLong(const QByteArray& clear);

@@ -10,7 +10,7 @@ namespace {
 // A process that has just created the semaphore sets its first count within this time.
 constexpr int graceMs = 200;
 // No program of the format holds the semaphore this long: it reads and writes one small file under it.
-constexpr int longestHoldMs = 2000;
+constexpr int longestHoldMs = 1000;
 } // namespace
 
 CrossProcessLock::CrossProcessLock(const QString& semaphoreKey, const QString& folder, std::shared_ptr<Log::ILogger> logger)
@@ -38,17 +38,16 @@ bool CrossProcessLock::acquire(int timeoutMs) {
     }
     if (result == ProcessGuard::Result::AcquiredAbandoned)
         m_logger->warning(QStringLiteral("The last holder of cross-process lock %1 ended without releasing it").arg(m_key));
-    m_held = acquireSemaphore(static_cast<int>(deadline.remainingTime()));
-    if (!m_held)
-        m_guard.release();
-    return m_held;
+    m_held = true;
+    m_hasSemaphore = acquireSemaphore(std::min(static_cast<int>(deadline.remainingTime()), longestHoldMs));
+    return true;
 }
 
 bool CrossProcessLock::acquireSemaphore(int timeoutMs) {
     auto result = NamedSemaphore::Result::TimedOut;
     int waitedMs = 0;
     // The stages are absolute times. After each one the holder is checked, so that a leaked count costs no full timeout.
-    for (const int stageMs : {graceMs, longestHoldMs, timeoutMs}) {
+    for (const int stageMs : {graceMs, timeoutMs}) {
         const int untilMs = std::max(waitedMs, std::min(stageMs, timeoutMs));
         result = m_semaphore.acquire(untilMs - waitedMs);
         waitedMs = untilMs;
@@ -80,7 +79,8 @@ void CrossProcessLock::release() {
         return;
     m_held = false;
     // In this order: while the semaphore is held, only the guard shows other processes that its count is not leaked.
-    m_semaphore.release();
+    if (m_hasSemaphore)
+        m_semaphore.release();
     m_guard.release();
 }
 

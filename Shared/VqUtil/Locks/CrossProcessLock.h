@@ -11,11 +11,12 @@ namespace Velquor::Util {
 /// A lock between the processes of one user that survives the death of its holder.
 ///
 /// It is two locks, taken in this order: a guard that the operating system frees with its holder, and the named semaphore that
-/// other programs of the format expect. While we hold the guard, no process of this library holds the semaphore. So a count
-/// that is still missing after a short wait was leaked, or belongs to another program. It is repaired when its last user has
-/// died; a living program is waited for.
+/// other programs of the format expect. The guard alone decides. While we hold it, no process of this library holds the
+/// semaphore. So a count that is still missing after a short wait was leaked, or belongs to another program. It is repaired when
+/// its last user has died. A living program is waited for, at most a second. Without the semaphore the lock is held all the same:
+/// a name that others can take must not end the sharing of the sign-in.
 /// Thread: acquire and release on the same thread; not recursive. Owner: the holder. An object per use is fine.
-/// Errors: false and one log line; every wait has a limit.
+/// Errors: false and one log line, or the line alone without the semaphore; every wait has a limit.
 class CrossProcessLock {
 public:
     CrossProcessLock(const QString& semaphoreKey, const QString& folder, std::shared_ptr<Log::ILogger> logger);
@@ -23,7 +24,7 @@ public:
     CrossProcessLock(const CrossProcessLock&) = delete;
     CrossProcessLock& operator=(const CrossProcessLock&) = delete;
 
-    /// Waits at most `timeoutMs` milliseconds for both locks together (0 tries once).
+    /// True when the guard is held. Waits at most `timeoutMs` milliseconds for both locks together (0 tries once).
     [[nodiscard]] bool acquire(int timeoutMs);
     void release();
 
@@ -36,6 +37,7 @@ private:
     NamedSemaphore m_semaphore;
     const std::shared_ptr<Log::ILogger> m_logger;
     bool m_held = false;
+    bool m_hasSemaphore = false;
 };
 
 } // namespace Velquor::Util

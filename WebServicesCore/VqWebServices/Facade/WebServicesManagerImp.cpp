@@ -1,11 +1,16 @@
 #include "Facade/WebServicesManagerImp.h"
 
+#include "VqLog/LoggerWrapper.h"
+#include "VqUtil/Platform/ProcessEnd.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QMutexLocker>
 #include <QReadLocker>
 #include <QScopeGuard>
+#include <QThread>
 #include <QWriteLocker>
+#include <mutex>
 #include <utility>
 
 namespace Velquor::WebServices {
@@ -16,6 +21,7 @@ namespace {
 
 // The limit of every wait for another thread.
 constexpr int startTimeoutMs = 61000;
+constexpr int longestWaitForCallsMs = 500;
 
 /// Forwards the operations of `IWebServicesManager` to the facade. Thread: any. Owner: the singleton.
 class WebServicesManagerRuntime : public IWebServicesManager {
@@ -30,6 +36,29 @@ private:
     WebServicesManager& m_manager;
 };
 
+void endWithApplication() {
+    WebServicesManagerImp::instance().endWithApplication();
+}
+
+// Qt makes the store of its contended read-write locks when the first lock is contended. The store must outlive our threads, so
+// it is made before the end of the process is watched.
+void makeStoreOfLocks() {
+    QReadWriteLock contended;
+    const QReadLocker reader(&contended);
+    (void)contended.tryLockForWrite(1);
+}
+
+void watchEnds() {
+    // Once in the list, also after a second start.
+    qRemovePostRoutine(&endWithApplication);
+    qAddPostRoutine(&endWithApplication);
+    static std::once_flag once;
+    std::call_once(once, [] {
+        makeStoreOfLocks();
+        Util::callAtProcessEnd([] { WebServicesManagerImp::instance().endWithProcess(); });
+    });
+}
+
 } // namespace
 
 WebServicesManagerImp& WebServicesManagerImp::instance() {
@@ -42,7 +71,7 @@ bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Spe
     {
         const QMutexLocker lock(&m_countMutex);
         waitForStart();
-        if (++m_count >= 2)
+        if (++m_count >= 2 && !std::exchange(m_hasEnded, false))
             return true;
         m_starter = std::this_thread::get_id();
     }
@@ -50,6 +79,7 @@ bool WebServicesManagerImp::initialize(const QVector<OAuth2TokenSpec>& oauth2Spe
     int counted = 0;
     const auto end = qScopeGuard([this, &counted] { endStart(counted); });
     const StartedLibrary started = startLibrary(defaultClientKey(), oauth2Specs);
+    watchEnds();
     const QWriteLocker lock(&m_stateLock);
     m_library = started;
     counted = 1;
@@ -74,6 +104,8 @@ void WebServicesManagerImp::endStart(int counted) {
 }
 
 bool WebServicesManagerImp::uninitialize() {
+    if (isEnding())
+        return true;
     {
         const QMutexLocker lock(&m_countMutex);
         // What is still starting could not be stopped.
@@ -82,6 +114,7 @@ bool WebServicesManagerImp::uninitialize() {
             --m_count;
         if (m_count > 0)
             return true;
+        m_hasEnded = false;
     }
     StartedLibrary library;
     {
@@ -93,12 +126,55 @@ bool WebServicesManagerImp::uninitialize() {
     return true;
 }
 
+StartedLibrary WebServicesManagerImp::library() const {
+    const QReadLocker lock(&m_stateLock);
+    return m_library;
+}
+
+void WebServicesManagerImp::endWithApplication() {
+    const StartedLibrary ending = library();
+    if (!ending.session)
+        return;
+    Log::rootLogger().information(QStringLiteral("The application object is destroyed. Web Services end with it."));
+    {
+        const QMutexLocker lock(&m_countMutex);
+        m_hasEnded = true;
+    }
+    stopLibrary(ending);
+}
+
+void WebServicesManagerImp::endWithProcess() {
+    if (StartedLibrary ending = library(); ending.session) {
+        m_isProcessEnding = true;
+        stopLibrary(ending);
+        const std::weak_ptr<LoginSession> session = std::exchange(ending, {}).session;
+        // The calls of other threads. Each fails soon, but not one that waits for the host.
+        const QDeadlineTimer deadline(longestWaitForCallsMs);
+        while (session.use_count() > 1 && !deadline.hasExpired())
+            QThread::msleep(1);
+    }
+    Log::endLog(Log::LogEnd::WhenNobodyWrites);
+}
+
 bool WebServicesManagerImp::isInitialized() {
     const QMutexLocker lock(&m_countMutex);
     return m_count > 0;
 }
 
+bool WebServicesManagerImp::isEnding() const {
+    return m_isProcessEnding || Util::isForkedChild();
+}
+
+bool WebServicesManagerImp::hasSession() const {
+    if (isEnding())
+        return true;
+    const QReadLocker lock(&m_stateLock);
+    return m_library.session != nullptr;
+}
+
 std::shared_ptr<LoginSession> WebServicesManagerImp::session() const {
+    if (isEnding())
+        return nullptr;
     const QReadLocker lock(&m_stateLock);
     return m_library.session;
 }
@@ -114,6 +190,8 @@ bool WebServicesManagerImp::hasLogConfiguration() const {
 }
 
 IWebServicesManager* WebServicesManagerImp::runtimeObject() {
+    if (isEnding())
+        return m_runtimeObject.get();
     const QWriteLocker lock(&m_stateLock);
     if (!m_library.session)
         return nullptr;

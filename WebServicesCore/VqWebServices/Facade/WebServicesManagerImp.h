@@ -8,6 +8,7 @@
 #include <VqWebServices/IWebServicesManager.h>
 #include <VqWebServices/WebServicesManager.h>
 #include <VqWebServices/WebServicesManagerEx.h>
+#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -29,7 +30,15 @@ public:
     bool uninitialize();
     [[nodiscard]] bool isInitialized();
 
-    /// The current session; null while the library is not initialized. The caller's pointer keeps it alive.
+    /// Ends the work of the library before the host says so: the application object goes, or the process. Its threads need the
+    /// one and must not outlive the other. Calls fail from then on, and `uninitialize` is still expected.
+    void endWithApplication();
+    void endWithProcess();
+
+    /// True from the first `initialize` to the last `uninitialize`.
+    [[nodiscard]] bool hasSession() const;
+    /// The current session; null while the library is not initialized, and at the end of the process. The caller's pointer keeps
+    /// it alive.
     [[nodiscard]] std::shared_ptr<Internal::LoginSession> session() const;
 
     /// The flags that processes share; null while the library is not initialized.
@@ -51,9 +60,14 @@ private:
     /// Under the mutex, which is free during the wait.
     void waitForStart();
     void endStart(int counted);
+    [[nodiscard]] Internal::StartedLibrary library() const;
+    /// Nothing of the library may be used any more, not even a lock.
+    [[nodiscard]] bool isEnding() const;
 
     QMutex m_countMutex;
     int m_count = 0;
+    bool m_hasEnded = false; ///< The application object has gone. Under the mutex of the count.
+    std::atomic<bool> m_isProcessEnding{false};
     QWaitCondition m_startEnded;
     std::thread::id m_starter; ///< The thread that runs the start-up; none otherwise.
     mutable QReadWriteLock m_stateLock;

@@ -64,7 +64,7 @@ bool WebServicesManager::IsInitialized() {
 
 WebServicesManager* WebServicesManager::GetInstance() {
     WebServicesManagerImp& singleton = WebServicesManagerImp::instance();
-    return singleton.session() ? &singleton.manager() : nullptr;
+    return singleton.hasSession() ? &singleton.manager() : nullptr;
 }
 
 void WebServicesManager::SetSupportFileSearchPaths(const wchar_t* paths) {

@@ -24,15 +24,16 @@
 #include "VqUtil/Platform/HostProcess.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QMutexLocker>
 #include <QNetworkProxyFactory>
 #include <QSslConfiguration>
 #include <QSslSocket>
 #include <cstdio>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <openssl/crypto.h>
 #include <utility>
 
@@ -87,20 +88,28 @@ public:
         : m_maker(std::move(maker)) {}
 
     [[nodiscard]] QByteArray encrypt(const QByteArray& clear) override {
-        return clear.isEmpty() ? QByteArray() : inner().encrypt(clear);
+        return clear.isEmpty() ? QByteArray() : inner()->encrypt(clear);
     }
     [[nodiscard]] Util::SecretBytes decrypt(const QByteArray& text) override {
-        return text.isEmpty() ? Util::SecretBytes() : inner().decrypt(text);
+        return text.isEmpty() ? Util::SecretBytes() : inner()->decrypt(text);
     }
+    [[nodiscard]] bool isUsable() override { return inner()->isUsable(); }
 
 private:
-    Util::ICryptor& inner() {
-        std::call_once(m_once, [this] { m_inner = m_maker(); });
-        return *m_inner;
+    // A key that could not be read is tried again, but not for each of many texts.
+    std::shared_ptr<Util::ICryptor> inner() {
+        const QMutexLocker lock(&m_mutex);
+        if (!m_inner || (!m_inner->isUsable() && m_nextTry.hasExpired())) {
+            m_inner = m_maker();
+            m_nextTry.setRemainingTime(pauseMs);
+        }
+        return m_inner;
     }
 
+    static constexpr int pauseMs = 1000;
     const Maker m_maker;
-    std::once_flag m_once;
+    QMutex m_mutex;
+    QDeadlineTimer m_nextTry;
     std::shared_ptr<Util::ICryptor> m_inner;
 };
 

@@ -19,19 +19,19 @@ bool isBlank(const QByteArray& address) {
 
 } // namespace
 
-QString currentUserName() {
+std::optional<QString> currentUserName() {
     struct passwd entry {};
     struct passwd* found = nullptr;
     char buffer[4096];
     if (::getpwuid_r(::geteuid(), &entry, buffer, sizeof buffer, &found) != 0 || !found)
-        return {};
+        return std::nullopt;
     return QFile::decodeName(found->pw_name);
 }
 
-QStringList adapterAddresses() {
+std::optional<QStringList> adapterAddresses() {
     struct ifaddrs* first = nullptr;
     if (::getifaddrs(&first) != 0)
-        return {};
+        return std::nullopt;
     const std::unique_ptr<struct ifaddrs, decltype(&::freeifaddrs)> list(first, &::freeifaddrs);
     QStringList addresses;
     for (const struct ifaddrs* entry = list.get(); entry; entry = entry->ifa_next) {

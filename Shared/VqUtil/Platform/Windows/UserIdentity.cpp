@@ -28,13 +28,13 @@ bool isBlank(const QByteArray& address) {
 
 } // namespace
 
-QString currentUserName() {
+std::optional<QString> currentUserName() {
     wchar_t name[257];
     DWORD size = std::size(name);
-    return ::GetUserNameW(name, &size) ? QString::fromWCharArray(name) : QString();
+    return ::GetUserNameW(name, &size) ? std::optional<QString>(QString::fromWCharArray(name)) : std::nullopt;
 }
 
-QStringList adapterAddresses() {
+std::optional<QStringList> adapterAddresses() {
     Buffer buffer;
     ULONG size = firstSize;
     ULONG result = readAdapters(buffer, &size);
@@ -42,7 +42,7 @@ QStringList adapterAddresses() {
     if (result == ERROR_BUFFER_OVERFLOW)
         result = readAdapters(buffer, &size);
     if (result != ERROR_SUCCESS)
-        return {};
+        return std::nullopt;
     QStringList addresses;
     for (const auto* adapter = reinterpret_cast<const IP_ADAPTER_ADDRESSES*>(buffer.data()); adapter; adapter = adapter->Next) {
         const QByteArray address(reinterpret_cast<const char*>(adapter->PhysicalAddress),

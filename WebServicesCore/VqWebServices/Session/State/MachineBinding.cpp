@@ -11,6 +11,8 @@ namespace {
 
 // An empty text cannot be encrypted, so a machine without adapters is written as the separator alone.
 const auto blankAddress = QStringLiteral("|");
+// Written when the system did not list its adapters. The first reader that knows them replaces it.
+const auto unknownAddress = QStringLiteral("?");
 
 } // namespace
 
@@ -22,11 +24,15 @@ MachineBinding::MachineBinding(std::shared_ptr<Util::ICryptor> cryptor, int maxi
     , m_logger(std::move(logger)) {}
 
 void MachineBinding::bind(BasicLoginState& state) const {
-    state.ntUserName = m_cryptor->encrypt(Util::currentUserName().toUtf8());
-    const QStringList addresses = Util::adapterAddresses();
-    if (addresses.isEmpty())
+    state.ntUserName = m_cryptor->encrypt(Util::currentUserName().value_or(QString()).toUtf8());
+    const std::optional<QStringList> addresses = Util::adapterAddresses();
+    if (!addresses) {
+        state.machineAddress = m_cryptor->encrypt(unknownAddress.toUtf8());
+        return;
+    }
+    if (addresses->isEmpty())
         m_logger->warning(QStringLiteral("No adapters found. Machine address is assumed to be blank."));
-    state.machineAddress = encryptAddresses(addresses);
+    state.machineAddress = encryptAddresses(*addresses);
 }
 
 QByteArray MachineBinding::encryptAddresses(const QStringList& addresses) const {
@@ -35,37 +41,53 @@ QByteArray MachineBinding::encryptAddresses(const QStringList& addresses) const 
 }
 
 void MachineBinding::renew(BasicLoginState& state) const {
-    const QStringList stored = m_cryptor->decrypt(state.machineAddress).toText().split(QLatin1Char('|'), Qt::SkipEmptyParts);
-    const QStringList addresses = renewedAddresses(stored, Util::adapterAddresses());
-    const QByteArray renewed = addresses == stored ? QByteArray() : encryptAddresses(addresses);
+    QStringList stored = m_cryptor->decrypt(state.machineAddress).toText().split(QLatin1Char('|'), Qt::SkipEmptyParts);
+    const bool isUnknown = stored.removeAll(unknownAddress) > 0;
+    const std::optional<QStringList> current = Util::adapterAddresses();
+    if (!current)
+        return;
+    const QStringList addresses = renewedAddresses(stored, *current);
+    const QByteArray renewed = addresses == stored && !isUnknown ? QByteArray() : encryptAddresses(addresses);
     if (!renewed.isEmpty())
         state.machineAddress = renewed;
 }
 
-bool MachineBinding::check(const BasicLoginState& state) const {
-    return (m_isForAllUsers || checkUser(state.ntUserName)) && checkMachine(state.machineAddress);
+MachineBinding::Answer MachineBinding::check(const BasicLoginState& state) const {
+    const Answer user = m_isForAllUsers ? Answer::Same : checkUser(state.ntUserName);
+    const Answer answer = user == Answer::Same ? checkMachine(state.machineAddress) : user;
+    if (answer == Answer::Unknown)
+        m_logger->warning(QStringLiteral(
+            "The system does not say who the user is or which adapters there are. The login state is kept and is tried again."));
+    return answer;
 }
 
-bool MachineBinding::checkUser(const QByteArray& encryptedName) const {
-    if (encryptedName.isEmpty() || m_cryptor->decrypt(encryptedName).view() == Util::currentUserName().toUtf8())
-        return true;
+MachineBinding::Answer MachineBinding::checkUser(const QByteArray& encryptedName) const {
+    if (encryptedName.isEmpty())
+        return Answer::Same;
+    const std::optional<QString> current = Util::currentUserName();
+    if (!current)
+        return Answer::Unknown;
+    if (m_cryptor->decrypt(encryptedName).view() == current->toUtf8())
+        return Answer::Same;
     m_logger->error(QStringLiteral(
         "Login state is invalid since it was not saved by current NT user. Discarding it and forcing logout. User needs to login."));
-    return false;
+    return Answer::Other;
 }
 
-bool MachineBinding::checkMachine(const QByteArray& encryptedAddress) const {
+MachineBinding::Answer MachineBinding::checkMachine(const QByteArray& encryptedAddress) const {
     const Util::SecretBytes stored = m_cryptor->decrypt(encryptedAddress);
-    const QStringList current = Util::adapterAddresses();
-    if (!stored.isEmpty() && isSameMachine(stored.toText(), current))
-        return true;
+    const std::optional<QStringList> current = Util::adapterAddresses();
+    if (!current)
+        return Answer::Unknown;
+    if (stored.view() == unknownAddress.toUtf8() || (!stored.isEmpty() && isSameMachine(stored.toText(), *current)))
+        return Answer::Same;
     m_logger->error(
         QStringLiteral(
             "Failed to match login state to the this machine. Did not find any match between adapter addresses in login state and current adapter addresses in the machine. Adapter addresses in login state: %1. Current adapter addresses: %2.")
-            .arg(stored.toText(), current.join(QLatin1Char('|'))));
+            .arg(stored.toText(), current->join(QLatin1Char('|'))));
     m_logger->error(QStringLiteral(
         "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login."));
-    return false;
+    return Answer::Other;
 }
 
 QString joinedMachineAddress(const QStringList& addresses, int maximumSize) {

@@ -21,8 +21,10 @@ public:
     /// Writes the encrypted user name and machine address into the state.
     void bind(BasicLoginState& state) const;
 
-    /// False when the state was saved by another user of the system, or on another machine.
-    [[nodiscard]] bool check(const BasicLoginState& state) const;
+    /// `Other`: the state was saved by another user of the system, or on another machine. `Unknown`: the system does not say now
+    /// who the user is or which adapters there are.
+    enum class Answer { Same, Other, Unknown };
+    [[nodiscard]] Answer check(const BasicLoginState& state) const;
 
     /// Adds the machine's present addresses to those of a checked state. Adapters are replaced one by one over the years, and
     /// each replacement leaves one common address.
@@ -30,8 +32,8 @@ public:
 
 private:
     [[nodiscard]] QByteArray encryptAddresses(const QStringList& addresses) const;
-    [[nodiscard]] bool checkUser(const QByteArray& encryptedName) const;
-    [[nodiscard]] bool checkMachine(const QByteArray& encryptedAddress) const;
+    [[nodiscard]] Answer checkUser(const QByteArray& encryptedName) const;
+    [[nodiscard]] Answer checkMachine(const QByteArray& encryptedAddress) const;
 
     const std::shared_ptr<Util::ICryptor> m_cryptor;
     const int m_maximumSize;

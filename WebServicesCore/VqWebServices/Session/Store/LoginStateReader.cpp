@@ -58,11 +58,15 @@ LoginStateReader::Followed LoginStateReader::follow() {
         m_logger.information(
             QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file().path()));
     const LoginVerdict verdict = apply(content, false);
-    return {content.isKnown(), verdict == LoginVerdict::SignedOut || verdict == LoginVerdict::Replaced};
+    return {content.isKnown() && !m_isUndecided, verdict == LoginVerdict::SignedOut || verdict == LoginVerdict::Replaced};
 }
 
 LoginVerdict LoginStateReader::apply(const LoginStateFile::Content& content, bool isRestore) {
     const LoginVerdict verdict = content.isRead() ? take(*content.document, isRestore) : LoginVerdict::NoUser;
+    if (m_isUndecided) {
+        m_state.unread().fail();
+        return verdict;
+    }
     // Not before: a thread that finds the file seen uses what is in memory.
     m_state.file().markSeen(content);
     if (content.status == LoginStateFile::Content::Status::Unreadable)
@@ -134,6 +138,7 @@ void LoginStateReader::takeSignIn(const MergedLogin& merged, const LoginState& f
     BasicLoginState user = merged.memory.user;
     const SignInCheck::Verdict verdict =
         merged.notTaken == NotTaken::None ? SignInCheck(m_state).check(user, isKnown) : SignInCheck::Verdict::Ignored;
+    m_isUndecided = verdict == SignInCheck::Verdict::Undecided;
     if (verdict == SignInCheck::Verdict::Valid)
         takeUser(user, merged, file);
     else if (verdict == SignInCheck::Verdict::Discarded)

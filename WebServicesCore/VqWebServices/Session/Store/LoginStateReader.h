@@ -47,6 +47,7 @@ private:
     LockedState& m_state;
     Log::ILogger& m_logger;
     const int m_guardTimeoutMs;
+    bool m_isUndecided = false; ///< The sign-in could not be checked, and the file is to be read again.
 };
 
 } // namespace Velquor::WebServices::Internal

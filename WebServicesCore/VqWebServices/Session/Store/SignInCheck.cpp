@@ -18,8 +18,9 @@ SignInCheck::Verdict SignInCheck::check(BasicLoginState& user, bool isKnown) {
     }
     if (isKnown)
         return Verdict::Valid;
-    if (!m_state->binding().check(user))
-        return Verdict::Discarded;
+    const MachineBinding::Answer binding = m_state->binding().check(user);
+    if (binding != MachineBinding::Answer::Same)
+        return binding == MachineBinding::Answer::Unknown ? Verdict::Undecided : Verdict::Discarded;
     m_state->binding().renew(user);
     return Verdict::Valid;
 }
@@ -31,6 +32,10 @@ SignInCheck::Verdict SignInCheck::checkClientId(const BasicLoginState& user) {
     }
     if (!m_state->services().cryptor->decrypt(user.clientId).isEmpty())
         return Verdict::Valid;
+    if (!m_state->services().cryptor->isUsable()) {
+        m_logger.error(QStringLiteral("The user's key cannot be read now. The login state is kept and is tried again."));
+        return Verdict::Undecided;
+    }
     if (m_state->services().isForAllUsers) {
         m_logger.information(QStringLiteral("Ignoring the login state in login state file. It was saved by another user."));
         return Verdict::Ignored;

@@ -15,6 +15,7 @@ public:
     enum class Verdict {
         Valid,
         Ignored,   ///< It is of no use here, and stays in the file.
+        Undecided, ///< The system does not say now whether it may be used. It stays in the file, and is to be checked again.
         Discarded, ///< It is of no use to anybody, and is to be deleted from the file.
     };
     /// `isKnown`: this process has used this sign-in before, so only its expiry is checked. A valid one learns the machine's

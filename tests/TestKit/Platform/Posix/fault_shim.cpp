@@ -1,7 +1,8 @@
 // Preloaded into a program under test: lets calls to the system fail as they do on a full, broken or forbidden disk. The
 // environment variable VQ_FAULT says which, and is looked at for every call: CALL:ERROR:PART, where CALL is open, write,
-// short-write, fsync, rename, inotify or socket, ERROR is ENOSPC, EIO, EACCES or EMFILE, and PART must occur in the path of the
-// file, at its end when PART ends with "$". Each fault that it makes it tells on the standard error stream.
+// short-write, fsync, rename, inotify, socket, getpwuid or getifaddrs, ERROR is ENOSPC, EIO, EACCES or EMFILE, and PART must
+// occur in the path of the file, at its end when PART ends with "$". Each fault that it makes it tells on the standard error
+// stream.
 
 #include <cerrno>
 #include <cstdarg>
@@ -10,6 +11,8 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <ifaddrs.h>
+#include <pwd.h>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -109,6 +112,15 @@ int rename(const char* from, const char* to) noexcept {
 
 int inotify_init1(int flags) noexcept {
     return strikes("inotify", {}) ? -1 : real<int (*)(int)>("inotify_init1")(flags);
+}
+
+int getpwuid_r(uid_t user, struct passwd* entry, char* buffer, size_t size, struct passwd** found) {
+    *found = nullptr;
+    return strikes("getpwuid", {}) ? errno : real<decltype(&getpwuid_r)>("getpwuid_r")(user, entry, buffer, size, found);
+}
+
+int getifaddrs(struct ifaddrs** list) noexcept {
+    return strikes("getifaddrs", {}) ? -1 : real<int (*)(struct ifaddrs**)>("getifaddrs")(list);
 }
 
 int socket(int domain, int type, int protocol) noexcept {

@@ -10,6 +10,7 @@
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
+#include <optional>
 #include <unistd.h>
 
 namespace Velquor::Util {
@@ -27,9 +28,13 @@ EvpKey owned(EVP_PKEY* key) {
 }
 
 // Binds the key file to machine and user, so that the secrets in a copied home folder cannot be read.
-SecretBytes passphrase() {
+// None when the machine cannot be asked now: another passphrase would make a good key look damaged.
+std::optional<SecretBytes> passphrase() {
     QFile machineId(QStringLiteral("/etc/machine-id"));
-    QByteArray text = machineId.open(QIODevice::ReadOnly) ? machineId.read(256).trimmed() : QByteArray("no machine id");
+    const bool isOpen = machineId.open(QIODevice::ReadOnly);
+    if (!isOpen && machineId.exists())
+        return std::nullopt;
+    QByteArray text = isOpen ? machineId.read(256).trimmed() : QByteArray("no machine id");
     text += ':' + QByteArray::number(static_cast<qulonglong>(::getuid()));
     return SecretBytes(std::move(text));
 }
@@ -43,9 +48,8 @@ EvpKey generate() {
     return owned(key);
 }
 
-QByteArray toPem(const EvpKey& key) {
+QByteArray toPem(const EvpKey& key, const SecretBytes& phrase) {
     const Bio bio(BIO_new(BIO_s_mem()), &BIO_free);
-    const SecretBytes phrase = passphrase();
     if (!bio
         || PEM_write_bio_PKCS8PrivateKey(bio.get(), key.get(), EVP_aes_256_cbc(), phrase.data(), phrase.size(), nullptr, nullptr)
                != 1)
@@ -63,11 +67,10 @@ int handOverPassphrase(char* buffer, int size, int, void* phrase) {
     return secret->size();
 }
 
-EvpKey fromPem(const QByteArray& pem) {
+EvpKey fromPem(const QByteArray& pem, SecretBytes& phrase) {
     if (pem.isEmpty())
         return {};
     const Bio bio(BIO_new_mem_buf(pem.constData(), pem.size()), &BIO_free);
-    SecretBytes phrase = passphrase();
     EvpKey key = owned(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, &handOverPassphrase, &phrase) : nullptr);
     // OpenSSL's error queue is per thread. The next TLS connection of this thread would report an error left in it.
     ERR_clear_error();
@@ -91,9 +94,9 @@ bool setDamagedAside(const QString& path, Log::ILogger& logger) {
     return true;
 }
 
-EvpKey create(const QString& path, Log::ILogger& logger) {
+EvpKey create(const QString& path, const SecretBytes& phrase, Log::ILogger& logger) {
     EvpKey key = generate();
-    const QByteArray pem = key ? toPem(key) : QByteArray();
+    const QByteArray pem = key ? toPem(key, phrase) : QByteArray();
     const Result<void> written = pem.isEmpty() ? Failure{} : AtomicFile::write(path, pem);
     if (written)
         return key;
@@ -101,29 +104,30 @@ EvpKey create(const QString& path, Log::ILogger& logger) {
     return {};
 }
 
-EvpKey readOrCreate(const QString& path, Log::ILogger& logger) {
+EvpKey readOrCreate(const QString& path, SecretBytes& phrase, Log::ILogger& logger) {
     const ReadResult file = AtomicFile::read(path, maximumKeyFileSize);
-    // A file that cannot be read at present (permissions, too many open files) may hold a good key. Do not replace it.
-    if (file.status == ReadResult::Status::Failed) {
+    // A file that cannot be read at present (permissions, too many open files) may hold a good key. Do not replace it. One that
+    // is too large holds none.
+    if (file.status == ReadResult::Status::Failed && !file.isTooLarge) {
         logger.error(QStringLiteral("Failed to read the user's key %1. %2").arg(path, file.error));
         return {};
     }
-    EvpKey key = fromPem(file.data);
-    if (key || (file.status == ReadResult::Status::Read && !setDamagedAside(path, logger)))
+    EvpKey key = fromPem(file.data, phrase);
+    if (key || (file.status != ReadResult::Status::Missing && !setDamagedAside(path, logger)))
         return key;
-    return create(path, logger);
+    return create(path, phrase, logger);
 }
 
 // Several processes may start at once on a new machine or with a damaged key. Under the lock one of them creates the key, and the
 // others read it.
-EvpKey readOrCreateAlone(const QString& folder, const QString& path, Log::ILogger& logger) {
+EvpKey readOrCreateAlone(const QString& folder, const QString& path, SecretBytes& phrase, Log::ILogger& logger) {
     ProcessGuard guard(QStringLiteral("UserKey"), folder);
     if (guard.acquire(lockTimeoutMs) != ProcessGuard::Result::Acquired) {
         logger.error(QStringLiteral("Failed to lock the folder of the user's key: %1. %2").arg(folder, guard.errorText()));
         return {};
     }
     AtomicFile::removeStaleTemporaries(path);
-    EvpKey key = readOrCreate(path, logger);
+    EvpKey key = readOrCreate(path, phrase, logger);
     guard.release();
     return key;
 }
@@ -137,9 +141,14 @@ std::shared_ptr<IRsaCryptor> openUserRsaCryptor(const QString& folder, const std
     }
     const QString path = folder + QStringLiteral("/UserKey.pem");
     // Without the lock first: an existing key is never changed in place.
-    EvpKey key = fromPem(AtomicFile::read(path, maximumKeyFileSize).data);
+    std::optional<SecretBytes> phrase = passphrase();
+    if (!phrase) {
+        logger->error(QStringLiteral("Failed to read the identity of the machine, which the user's key %1 needs").arg(path));
+        return std::make_shared<OpenSslRsaCryptor>(EvpKey());
+    }
+    EvpKey key = fromPem(AtomicFile::read(path, maximumKeyFileSize).data, *phrase);
     if (!key)
-        key = readOrCreateAlone(folder, path, *logger);
+        key = readOrCreateAlone(folder, path, *phrase, *logger);
     return std::make_shared<OpenSslRsaCryptor>(key);
 }
 

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/stat.h>
 #include <utility>
 
 namespace Velquor::Util {
@@ -21,7 +22,24 @@ constexpr int maximumRemovals = 5;
 
 union SemaphoreArgument {
     int val;
+    struct semid_ds* buf;
 };
+
+int refused(int fault) {
+    errno = fault;
+    return -1;
+}
+
+// As `ftok` makes it for Qt. The temporary folder is open to all users: a link there, or another user's file, is not ours.
+key_t keyOf(const QByteArray& keyFile) {
+    const FileDescriptor file(::open(keyFile.constData(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    struct stat info {};
+    if (!file.isValid() || ::fstat(file.get(), &info) != 0)
+        return -1;
+    if (!S_ISREG(info.st_mode) || info.st_uid != ::geteuid())
+        return refused(EPERM);
+    return ::ftok(("/proc/self/fd/" + QByteArray::number(file.get())).constData(), 'Q');
+}
 
 } // namespace
 
@@ -29,16 +47,26 @@ struct NamedSemaphore::Native {
     QByteArray keyFile;
     int heldId = -1;
 
-    // Looked up for every acquisition: another process may have removed the object and created a new one with another id.
+    // -1 with the reason in `errno`. Looked up for every acquisition: another process may have removed the object and created a
+    // new one with another id.
     [[nodiscard]] int id() const {
-        const FileDescriptor file(::open(keyFile.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-        const key_t key = ::ftok(keyFile.constData(), 'Q');
+        const key_t key = keyOf(keyFile);
         if (key == -1)
             return -1;
         const int created = ::semget(key, 1, 0600 | IPC_CREAT | IPC_EXCL);
         if (created == -1)
-            return errno == EEXIST ? ::semget(key, 1, 0600) : -1;
+            return errno == EEXIST ? ownId(::semget(key, 1, 0600)) : -1;
         return setCount(created, 1) ? created : -1;
+    }
+
+    // Another user may have made an object of this key, since the key of a file can be computed. Who has made it can change it.
+    static int ownId(int id) {
+        struct semid_ds info {};
+        SemaphoreArgument argument{};
+        argument.buf = &info;
+        if (id == -1 || ::semctl(id, 0, IPC_STAT, argument) != 0)
+            return -1;
+        return info.sem_perm.uid == ::geteuid() && info.sem_perm.cuid == ::geteuid() ? id : refused(EPERM);
     }
 
     static bool setCount(int id, int count) {
@@ -67,7 +95,7 @@ NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
         const qint64 leftMs = deadline.remainingTime();
         const struct timespec limit { leftMs / 1000, (leftMs % 1000) * 1000000L };
         const int id = m_native->id();
-        if (::semtimedop(id, &take, 1, &limit) == 0) {
+        if (id != -1 && ::semtimedop(id, &take, 1, &limit) == 0) {
             m_native->heldId = id;
             return Result::Acquired;
         }
@@ -75,7 +103,7 @@ NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
         if (fault == EAGAIN || (fault == EINTR && deadline.hasExpired()))
             return Result::TimedOut;
         // Another process may remove the object while we wait. Retry, but not for ever: repeated removals are not by chance.
-        const bool removed = fault == EIDRM || fault == EINVAL;
+        const bool removed = fault == EIDRM || fault == EINVAL || fault == ENOENT;
         if (fault == EINTR || (removed && ++removals < maximumRemovals))
             continue;
         m_errorText = qt_error_string(fault);

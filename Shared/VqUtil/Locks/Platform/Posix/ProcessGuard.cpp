@@ -52,7 +52,7 @@ struct ProcessGuard::Native {
     [[nodiscard]] bool isCurrent() const {
         struct stat held {};
         struct stat named {};
-        return ::fstat(file.get(), &held) == 0 && ::stat(path.constData(), &named) == 0 && held.st_ino == named.st_ino
+        return ::fstat(file.get(), &held) == 0 && ::lstat(path.constData(), &named) == 0 && held.st_ino == named.st_ino
                && held.st_dev == named.st_dev;
     }
 
