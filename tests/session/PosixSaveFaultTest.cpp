@@ -82,24 +82,26 @@ private slots:
     }
 
     void whatCannotBeAskedEndsNoSignIn_data() {
-        // again: a second look at the file finds the sign-in; a key is opened once
-        const TestKit::Columns<QByteArray, bool> row("fault", "again");
-        row("the user's name", "getpwuid:EIO:", true);
-        row("the adapters", "getifaddrs:EMFILE:", true);
-        row("the key", "open:EMFILE:/UserKey.pem", false);
-        row("the machine's id", "open:EMFILE:/machine-id", false);
+        // first, then: whether the sign-in is used with the fault, and at a second look without it; a key is opened once
+        const TestKit::Columns<QByteArray, QByteArray, QByteArray> row("fault", "first", "then");
+        row("the user's name", "getpwuid:EIO:", "no", "yes");
+        row("the adapters", "getifaddrs:EMFILE:", "no", "yes");
+        row("the key", "open:EMFILE:/UserKey.pem", "no", "no");
+        row("the machine's id", "open:EMFILE:/machine-id", "no", "no");
+        row("the lock", "open:EACCES:Semaphore.lock", "yes", "yes");
     }
 
     void whatCannotBeAskedEndsNoSignIn() {
         QFETCH(QByteArray, fault);
-        QFETCH(bool, again);
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, then);
         const QByteArray before = m_fixture.fileContents();
         QProcessEnvironment environment = m_environment;
         environment.insert("VQ_FAULT", fault);
         TestKit::HelperProcess helper("save_helper", {"read", m_fixture.folder.path(), m_fixture.keyFolder, demoKey},
                                       environment);
-        QCOMPARE(helper.nextLine(), QByteArray("no"));
-        QCOMPARE(helper.nextLine(), QByteArray(again ? "yes" : "no"));
+        QCOMPARE(helper.nextLine(), first);
+        QCOMPARE(helper.nextLine(), then);
         QVERIFY(helper.waitForFinished() && helper.readAllStandardError().contains("fault: "));
         QCOMPARE(m_fixture.fileContents(), before);
         TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);

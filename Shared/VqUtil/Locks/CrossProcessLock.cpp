@@ -26,13 +26,14 @@ CrossProcessLock::~CrossProcessLock() {
 bool CrossProcessLock::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
     const ProcessGuard::Result result = m_guard.acquire(timeoutMs);
+    m_isRefused = result == ProcessGuard::Result::Failed;
     if (result == ProcessGuard::Result::TimedOut) {
         m_logger->error(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more than %2 ms")
                             .arg(m_key)
                             .arg(timeoutMs));
         return false;
     }
-    if (result == ProcessGuard::Result::Failed) {
+    if (m_isRefused) {
         m_logger->error(QStringLiteral("Failed to acquire cross-process lock %1. %2").arg(m_key, m_guard.errorText()));
         return false;
     }

@@ -27,6 +27,8 @@ public:
     /// True when the guard is held. Waits at most `timeoutMs` milliseconds for both locks together (0 tries once).
     [[nodiscard]] bool acquire(int timeoutMs);
     void release();
+    /// After a failed `acquire`: the system refused the guard, for instance on a read-only file system. Nobody holds it then.
+    [[nodiscard]] bool isRefused() const { return m_isRefused; }
 
 private:
     [[nodiscard]] bool acquireSemaphore(int timeoutMs);
@@ -38,6 +40,7 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
     bool m_held = false;
     bool m_hasSemaphore = false;
+    bool m_isRefused = false;
 };
 
 } // namespace Velquor::Util

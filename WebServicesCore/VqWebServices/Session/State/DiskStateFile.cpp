@@ -22,6 +22,7 @@ public:
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
+    [[nodiscard]] bool isRefused() const { return m_lock.isRefused(); }
     [[nodiscard]] bool acquire(int timeoutMs) { return m_isHeld = m_lock.acquire(timeoutMs); }
 
 private:
@@ -40,7 +41,9 @@ std::unique_ptr<IStateFile::ILock> DiskStateFile::lock(int timeoutMs) {
     if (!Util::ensureOwnerOnlyFolder(m_folder))
         m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file").arg(m_folder));
     auto made = std::make_unique<Lock>(m_folder, m_logger);
-    if (!made->acquire(timeoutMs))
+    const bool isHeld = made->acquire(timeoutMs);
+    m_isLockRefused = made->isRefused();
+    if (!isHeld)
         return nullptr;
     if (!m_cleaned.exchange(true))
         Util::AtomicFile::removeStaleTemporaries(m_path);

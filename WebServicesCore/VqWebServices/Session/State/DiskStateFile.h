@@ -15,6 +15,7 @@ public:
     DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
 
     [[nodiscard]] std::unique_ptr<ILock> lock(int timeoutMs) override;
+    [[nodiscard]] bool isLockRefused() const override { return m_isLockRefused; }
     [[nodiscard]] QString path() const override { return m_path; }
     [[nodiscard]] bool exists() const override;
     [[nodiscard]] Util::FileStamp stamp() const override;
@@ -28,6 +29,7 @@ private:
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;
     std::atomic<bool> m_cleaned{false};
+    std::atomic<bool> m_isLockRefused{false};
 };
 
 } // namespace Velquor::WebServices::Internal

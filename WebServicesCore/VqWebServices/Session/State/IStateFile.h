@@ -25,6 +25,8 @@ public:
     /// Waits for the lock at most `timeoutMs` milliseconds. Null when another process held it for that long.
     [[nodiscard]] virtual std::unique_ptr<ILock> lock(int timeoutMs) = 0;
 
+    /// The last lock failed since the system refused it, and not since another process holds it.
+    [[nodiscard]] virtual bool isLockRefused() const { return false; }
     [[nodiscard]] virtual QString path() const = 0;
     [[nodiscard]] virtual bool exists() const = 0;
     /// Changes with every write of any process.

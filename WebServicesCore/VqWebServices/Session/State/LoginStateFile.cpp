@@ -69,7 +69,8 @@ LoginStateFile::Content LoginStateFile::readContent() {
 
 LoginStateFile::Content LoginStateFile::readNow(int timeoutMs) {
     const Guard guard(*this, timeoutMs);
-    return guard.isHeld() ? read() : Content();
+    // The file is replaced whole, so a reader without the right to write needs no lock.
+    return guard.isHeld() || m_storage->isLockRefused() ? read() : Content();
 }
 
 void LoginStateFile::fail(Content& content, const Util::AtomicFile::ReadResult& file) const {
