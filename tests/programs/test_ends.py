@@ -20,8 +20,11 @@ SIGNALS = {"abort": -6, "SIGTERM": -15}
 ENDS = ["return", "exit", "thread-exit"] if SYSROOT else [
     "return", "exit", "thread-exit", "quick_exit", "_exit", "abort", "SIGTERM", "fork-exit", "fork-_exit"]
 UNINITIALIZED = ["uninitialize", "thread-uninitialize", "static"]
-ROWS = ([f"{host}{busy}{end}" for host in ("", "qt ") for busy in ("", "busy ") for end in ENDS + UNINITIALIZED]
-        + [f"qt gone {busy}{end}" for busy in ("", "busy ") for end in ENDS + UNINITIALIZED] + ["daemon exit", "daemon uninitialize"])
+# Windows ends the other threads first, wherever they are, and whoever waits for one of their locks hangs: no call is under way there.
+BUSY = ("",) if SYSROOT else ("", "busy ")
+ROWS = [f"{host}{busy}{end}" for host in ("", "qt ", "qt gone ") for busy in BUSY for end in ENDS + UNINITIALIZED]
+if not SYSROOT:
+    ROWS += ["daemon exit", "daemon uninitialize"]
 # Loads the library and drops it while its threads work, as a host does with a plug-in that is linked with it.
 UNLOADED = """
 import _ctypes, ctypes, sys, time
