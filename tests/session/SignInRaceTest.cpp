@@ -154,7 +154,7 @@ private slots:
         QVERIFY(m_fixture->userInFile().isEmpty());
     }
 
-    // Who finds that the file has been read must find what it held.
+    // A thread that finds the file read must find its content in memory.
     void aSignInThatIsStillAppliedIsWaitedFor() {
         const auto fast = m_fixture->cryptor;
         m_fixture->cryptor = std::make_shared<SlowCryptor>(fast);

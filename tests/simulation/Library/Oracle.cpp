@@ -73,7 +73,7 @@ QString Oracle::check() {
     return waits.isEmpty() ? checkTokens() : waits;
 }
 
-// Who holds the file waits for nothing but the disk.
+// A thread that holds the file waits for nothing but the disk.
 QString Oracle::checkWaits() const {
     const Actor* const holder = m_machine.disk.lock.holder();
     const bool isWaiting =

@@ -8,6 +8,11 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
+// For a message alone: reading a URL is not free, and each signature would pay for it.
+QString shownUrl(const QByteArray& encoded) {
+    return displayUrl(QUrl::fromEncoded(encoded));
+}
+
 OAuth::OutputForm outputForm(ParsingMode mode) {
     switch (mode) {
     case ParsingMode::AuthorizationHeader: return OAuth::OutputForm::Header;
@@ -80,21 +85,20 @@ RequestSigning::Refusal RequestSigning::enter(Access& access, const QString& ope
     return lockAndCheck(access, operation, lock);
 }
 
-QString RequestSigning::signingText(Refusal refusal, const QUrl& url) {
+QString RequestSigning::signingText(Refusal refusal, const QByteArray& url) {
     switch (refusal) {
     case Refusal::NoProduct: return QStringLiteral("Failed to sign request. Product login session not found.");
     case Refusal::StateNotValid:
-        return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.").arg(displayUrl(url));
+        return QStringLiteral("SignRequest failed while signing url %1: Login state is not valid.").arg(shownUrl(url));
     case Refusal::NoConfiguration:
         return QStringLiteral("SignRequest failed while signing url %1: Current configuration is null or invalid.")
-            .arg(displayUrl(url));
+            .arg(shownUrl(url));
     case Refusal::NoToken:
-        return QStringLiteral("SignRequest failed while signing url %1: No access token found.").arg(displayUrl(url));
-    case Refusal::NotLoggedIn:
-        return QStringLiteral("SignRequest failed while signing url %1: Not logged in").arg(displayUrl(url));
+        return QStringLiteral("SignRequest failed while signing url %1: No access token found.").arg(shownUrl(url));
+    case Refusal::NotLoggedIn: return QStringLiteral("SignRequest failed while signing url %1: Not logged in").arg(shownUrl(url));
     case Refusal::Expired:
         return QStringLiteral("SignRequest failed while signing url %1: Token has expired and failed to refresh token")
-            .arg(displayUrl(url));
+            .arg(shownUrl(url));
     case Refusal::None: break;
     }
     return {};
@@ -135,7 +139,7 @@ void RequestSigning::prepareTokens(Access& access) {
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access{clientKey, order.checkExpiry, {}, false};
     std::optional<TimedLock> lock;
-    const QString refused = signingText(enter(access, QStringLiteral("SignRequest"), lock), QUrl::fromEncoded(order.request.url));
+    const QString refused = signingText(enter(access, QStringLiteral("SignRequest"), lock), order.request.url);
     if (!refused.isEmpty()) {
         logger(access).error(refused);
         return {};
@@ -150,8 +154,8 @@ QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOr
 Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product, const SigningOrder& order) const {
     Util::Result<SigningKeys> keys = product.signingKeys();
     if (!keys)
-        return Util::Failure{QStringLiteral("SignRequest failed while signing url %1: %2.")
-                                 .arg(displayUrl(QUrl::fromEncoded(order.request.url)), keys.reason())};
+        return Util::Failure{
+            QStringLiteral("SignRequest failed while signing url %1: %2.").arg(shownUrl(order.request.url), keys.reason())};
     if (!order.token.isEmpty()) {
         keys->token = Util::SecretBytes(QByteArray(order.token));
         keys->tokenSecret = Util::SecretBytes(QByteArray(order.tokenSecret));
@@ -164,7 +168,7 @@ Util::Result<QByteArray> RequestSigning::sign(const ProductLoginSession& product
         return Util::Failure{
             QStringLiteral(
                 "SignRequest failed while signing url %1: Velquor::OAuth::VqOAuthWrapper::CreateOauthParameterString failed.")
-                .arg(displayUrl(QUrl::fromEncoded(order.request.url)))};
+                .arg(shownUrl(order.request.url))};
     if (order.mode == ParsingMode::AuthorizationHeader)
         return QByteArray("OAuth " + parameters);
     return order.mode == ParsingMode::SignedUrl ? OAuth::withParameters(request.url, parameters) : parameters;

@@ -50,7 +50,7 @@ private:
     [[nodiscard]] Refusal checkState(const Access& access) const;
     [[nodiscard]] Refusal check(const Access& access) const;
     /// The log text of a refusal; empty for `None`.
-    [[nodiscard]] static QString signingText(Refusal refusal, const QUrl& url);
+    [[nodiscard]] static QString signingText(Refusal refusal, const QByteArray& url);
     [[nodiscard]] static QString tokenText(Refusal refusal);
     /// The signed text, or the log text of the failure.
     [[nodiscard]] Util::Result<QByteArray> sign(const ProductLoginSession& product, const SigningOrder& order) const;

@@ -66,13 +66,11 @@ FileLook TokenOwner::catchUpWithFile(const QString& signInId) {
     // A single call may take the whole time, so the time is measured from here.
     const Util::SteadyTimer timer(services().steadyClock);
     bool isRead = m_state.events().followFile(lockSliceMs);
-    while (!isRead && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
-        if (m_stopping)
-            return FileLook::SignInGone;
+    while (!isRead && !m_stopping && timer.elapsedMs() < (m_state.unread().isPending() ? unreadableWaitMs : catchUpWaitMs)) {
         services().threads->pause(pauseMs);
         isRead = m_state.events().followFile(lockSliceMs);
     }
-    // Who is going away reads nothing any more.
+    // A product that is going away reads nothing any more.
     const bool isGoingAway = m_stopping || m_state.isStopped();
     if (isGoingAway || signInId.isEmpty() || this->signInId() != signInId)
         return FileLook::SignInGone;

@@ -33,7 +33,7 @@ public:
     Result saveSignIn(const ProductLoginSession& fresh);
     /// Saves the OAuth2 tokens of one product; `fresh` was just obtained.
     Result saveOAuth2(const ProductLoginSession& product, const OAuth2TokenData& fresh);
-    /// Who ends a sign-in.
+    /// The side that ends a sign-in.
     enum class EndedBy {
         User,  ///< Every sign-in before now ends with it, also one that another process could not write yet.
         Others ///< The account server, its expiry date, or a state that cannot be used here: it ends alone.

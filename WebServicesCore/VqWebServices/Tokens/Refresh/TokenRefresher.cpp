@@ -152,7 +152,7 @@ void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     case StoreResult::SignInGone: return signInGone();
     // The old token may be invalid now: the pending file stays, so that the next try can do without the token.
     case StoreResult::Busy: return retryAfter(networkRetryMs);
-    // The file still holds the old token. Who reads it there, also after this process has died, must know that it may be spent.
+    // The file still holds the old token. Its next reader, also after this process has died, must know that it may be spent.
     case StoreResult::Unwritten: return stored(*tokens);
     case StoreResult::Stored: m_pending->clear(); return stored(*tokens);
     }

@@ -59,7 +59,7 @@ struct NamedSemaphore::Native {
         return setCount(created, 1) ? created : -1;
     }
 
-    // Another user may have made an object of this key, since the key of a file can be computed. Who has made it can change it.
+    // Another user may have made an object of this key, since the key of a file can be computed. Its maker can change it.
     static int ownId(int id) {
         struct semid_ds info {};
         SemaphoreArgument argument{};
