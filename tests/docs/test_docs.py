@@ -1,4 +1,5 @@
 """The documents beside the code. Each check is also held against a sample that is wrong, so that it cannot pass by finding nothing."""
+import json
 import os
 import pathlib
 import re
@@ -97,6 +98,13 @@ class DocsTest(unittest.TestCase):
                 self.assertLessEqual(known, names, "the search finds what is known to be there")
                 self.nothing(documents.missing(names, configuration))
                 self.assertEqual(["NotThere"], documents.missing(names | {"NotThere"}, configuration))
+
+    def test_each_example_of_a_url_file_is_whole(self):
+        keys = url_keys(code())
+        for example in sorted((SOURCE / "config").glob("*.example")):
+            with self.subTest(example.name):
+                urls = json.loads(example.read_text(encoding="utf-8"))["Configurations"]["WebServices"]["Urls"]
+                self.assertEqual(keys - {"GetUrl"}, keys & set(urls))
 
     def test_names_in_files_are_documented(self):
         formats = page("file-formats.md")
