@@ -3,6 +3,7 @@
 #include "FuzzTargets.h"
 
 #include <QDirIterator>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <cstdio>
@@ -17,9 +18,12 @@ int replay(const FuzzTarget& target, const QString& folder) {
         QFile file(files.next());
         requireRule(file.open(QIODevice::ReadOnly), "the corpus can be read");
         // The last name on the screen is that of the input that failed.
-        std::printf("%s\n", qPrintable(file.fileName()));
+        std::printf("%s", qPrintable(file.fileName()));
         std::fflush(stdout);
+        QElapsedTimer timer;
+        timer.start();
         target.run(file.readAll());
+        std::printf(" %lld ms\n", timer.elapsed());
     }
     return count;
 }
