@@ -1,5 +1,6 @@
 #include "VqLog/LoggerWrapper.h"
 
+#include "VqLog/KnownSecrets.h"
 #include "VqLog/LogQueue.h"
 
 #include <QScopeGuard>
@@ -11,6 +12,10 @@
 namespace Velquor::Log {
 
 namespace {
+
+// Bytes. A hostile reply of megabytes would otherwise be written at each try.
+constexpr int longestLine = 4096;
+constexpr int longestSecret = 4096;
 
 std::atomic<bool> isEnded{false};
 /// The threads that are inside the log library. No lock: a thread that the system ends would leave it in an unknown state.
@@ -37,7 +42,7 @@ bool LoggerWrapper::isEnabled(Level level) const {
 void LoggerWrapper::write(Level level, const QString& prefix, const QString& text) {
     if (!isEnabled(level))
         return;
-    const QString line = singleLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
+    const QString line = logLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
     if (LogQueue::instance().add({m_name, level, line}))
         return;
     ++writers;
@@ -64,6 +69,20 @@ void endLog(LogEnd end) {
 
 bool isBeingWritten() {
     return writers > 0;
+}
+
+QString logLine(const QString& text) {
+    // Secrets first, since a cut could leave the beginning of one.
+    const QString line = singleLine(KnownSecrets::hidden(text.left(longestLine + longestSecret)));
+    const QByteArray bytes = line.toUtf8();
+    if (text.size() <= longestLine && bytes.size() <= longestLine)
+        return line;
+    const QString note = QStringLiteral("... (%1 characters in all)").arg(text.size());
+    // What the cut leaves of a character is dropped.
+    QString shown = QString::fromUtf8(bytes.left(longestLine - note.size()));
+    while (shown.endsWith(QChar::ReplacementCharacter))
+        shown.chop(1);
+    return shown + note;
 }
 
 QString singleLine(const QString& text) {

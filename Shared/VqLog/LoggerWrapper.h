@@ -39,6 +39,10 @@ void endLog(LogEnd end);
 /// True while a thread is inside the log library, also one that the system ended there. Thread: any; waits for nothing.
 [[nodiscard]] bool isBeingWritten();
 
+/// The line that the log has of a text: one line without known secrets, at most 4096 bytes in UTF-8. A cut says how long the text
+/// is.
+[[nodiscard]] QString logLine(const QString& text);
+
 /// The text on one line. CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that a
 /// text from outside cannot forge a line of the log.
 [[nodiscard]] QString singleLine(const QString& text);

@@ -1,5 +1,6 @@
 #include "TestKit/Soak.h"
 #include "TestKit/Test.h"
+#include "VqLog/KnownSecrets.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqLog/PrefixedLogger.h"
@@ -118,6 +119,45 @@ private slots:
     void logTextsStayOnOneLine() {
         QFETCH(QString, text);
         QTEST(Log::singleLine(text), "line");
+    }
+
+    void secretsAreHiddenInEachFormAndPlace_data() {
+        const QByteArray secret = "ab/cd+ef=&\"gh";
+        const TestKit::Columns<QString, QString> row("text", "line");
+        row("alone", secret, "***");
+        row("twice, at both ends", secret + secret + " x " + secret, "****** x ***");
+        row("in a word", "x" + secret + "y", "x***y");
+        row("percent-encoded", "a=" + secret.toPercentEncoding() + "&b", "a=***&b");
+        row("percent-encoded in lower case", "ab%2fcd%2bef%3d%26%22gh", "***");
+        row("percent-encoded twice", secret.toPercentEncoding().replace('%', "%25"), "***");
+        row("Base64", "x " + secret.toBase64(), "x ***" + QString('=').repeated(2));
+        row("hexadecimal", secret.toHex() + ' ' + secret.toHex().toUpper(), "*** ***");
+        row("in JSON", "{\"ab\\/cd+ef=&\\\"gh\"}", "{\"***\"}");
+        row("in XML", "<a>ab/cd+ef=&amp;&quot;gh</a>", "<a>***</a>");
+        row("beside other characters", QString::fromUtf8("\u00e4") + secret + QString::fromUtf8("\U0001F511"),
+            "\u00e4***\U0001F511");
+        row("its beginning only", secret.left(9), secret.left(9));
+        row("across the cut", QString(4090, 'x') + secret, QString(4068, 'x') + "... (4103 characters in all)");
+        row("a long text", QString(6000000, 'x'), QString(4065, 'x') + "... (6000000 characters in all)");
+        row("a long text of other characters", QString(4000, QChar(0xe4)),
+            QString(2034, QChar(0xe4)) + "... (4000 characters in all)");
+    }
+
+    void secretsAreHiddenInEachFormAndPlace() {
+        QFETCH(QString, text);
+        Log::KnownSecrets::learn("ab/cd+ef=&\"gh");
+        Log::KnownSecrets::learn("short");
+        QTEST(Log::logLine(text), "line");
+        QVERIFY(Log::logLine(text).toUtf8().size() <= 4096);
+    }
+
+    void theOldestSecretIsForgottenAfterManyOthers() {
+        Log::KnownSecrets::learn("the-first-secret");
+        for (int number = 0; number < 256; ++number) {
+            QCOMPARE(Log::logLine("the-first-secret"), QStringLiteral("***"));
+            Log::KnownSecrets::learn("another-secret-" + QByteArray::number(number));
+        }
+        QCOMPARE(Log::logLine("the-first-secret another-secret-255"), QStringLiteral("the-first-secret ***"));
     }
 
     void theLogQueueKeepsTheFirstThousand() {

@@ -157,6 +157,15 @@ class SessionTest(ToolTest):
                                 self.service.info["ca_file"]], check=False, timeout=60, capture_output=True, text=True)
         self.assertEqual(0, shown.returncode, shown.stderr)
 
+        # What the server sends back of a secret, in a text or a name, stays out of the log.
+        self.service.control("faults", {"kind": "status", "endpoint": "oauth2-token", "count": 2, "status": 400, "reason_phrase": token,
+                                        "body": json.dumps({token: 1, "error_description": token}), "headers": {"X-" + token: token}})
+        self.check(FAILED, "token", "--oauth2", "RT", "other")
+        log = (self.home.data() / "WebServices.log").read_text(encoding="utf-8")
+        self.assertIn("***", log)
+        for secret in self.secrets():
+            self.assertNotIn(secret, log)
+
         self.assertIn("ada is signed out", self.check(OK, "logout").out)
         self.assertEqual(1, self.service.accepted("invalidate-token"))
         self.check(NOT_SIGNED_IN, "status")

@@ -1,8 +1,23 @@
 #include "Tokens/SignedRequest.h"
 
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqLog/KnownSecrets.h"
 
 namespace Velquor::WebServices::Internal {
+
+namespace {
+
+// What is sent, the server can send back in any part of its reply.
+void keepOutOfLog(const SigningKeys& keys, const OAuth::Parameters& parameters) {
+    for (const Util::SecretBytes* const secret : {&keys.consumerSecret, &keys.token, &keys.tokenSecret})
+        Log::KnownSecrets::learn(secret->view());
+    for (const OAuth::Parameter& parameter : parameters) {
+        if (parameter.first == "oauth_session_handle")
+            Log::KnownSecrets::learn(parameter.second);
+    }
+}
+
+} // namespace
 
 OAuth::Credentials SigningKeys::credentials() const {
     return {consumerKey.view(), consumerSecret.view(), token.view(), tokenSecret.view()};
@@ -22,6 +37,7 @@ bool signGet(const OAuth::IVqOAuthHost& host, const QUrl& url, const SigningKeys
         {"GET", url.toEncoded(), parameters}, keys.credentials(), OAuth::OutputForm::Header);
     if (header.isEmpty())
         return false;
+    keepOutOfLog(keys, parameters);
     request.setUrl(url);
     request.setRawHeader("Authorization", "OAuth " + header);
     return true;

@@ -1,5 +1,7 @@
 #include "Tokens/TokenReply.h"
 
+#include "VqLog/KnownSecrets.h"
+
 #include <QStringList>
 #include <algorithm>
 
@@ -34,6 +36,8 @@ std::optional<ProductTokens> readTokenReply(const QMap<QString, QByteArray>& rep
     const QDateTime expiry = expiryFrom(reply.value(QStringLiteral("oauth_expires_in")), now);
     if (!isUsableToken(token) || !isUsableToken(secret) || !isUsableToken(handle) || !expiry.isValid())
         return {};
+    for (const QByteArray& value : {token, secret, handle})
+        Log::KnownSecrets::learn(value);
     const ProductTokens encrypted{cryptor.encrypt(token), cryptor.encrypt(secret), cryptor.encrypt(handle), expiry};
     return encrypted.areComplete() ? std::optional<ProductTokens>(encrypted) : std::nullopt;
 }

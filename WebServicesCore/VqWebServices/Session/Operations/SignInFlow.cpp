@@ -9,6 +9,7 @@
 #include "Session/Store/LoginStateStore.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqLog/KnownSecrets.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -121,6 +122,7 @@ std::optional<PendingSignIn> SignInFlow::readRequestToken(const AccountReply& re
     const Util::SecretBytes secret(QByteArray(parameters.value(QStringLiteral("oauth_token_secret"))));
     const Util::SecretBytes clientId(QByteArray(parameters.value(QStringLiteral("x_oauth_client_identifier"))));
     PendingSignIn pending;
+    Log::KnownSecrets::learn(secret.view());
     pending.requestToken = parameters.value(QStringLiteral("oauth_token"));
     const bool hasToken = isUsableToken(pending.requestToken) && isUsableToken(secret.view());
     if (hasToken && clientId.isEmpty()) {

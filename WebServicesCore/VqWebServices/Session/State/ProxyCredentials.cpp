@@ -1,5 +1,7 @@
 #include "Session/State/ProxyCredentials.h"
 
+#include "VqLog/KnownSecrets.h"
+
 #include <QMutexLocker>
 #include <utility>
 
@@ -32,6 +34,7 @@ QNetworkProxy ProxyCredentials::current() const {
 }
 
 void ProxyCredentials::setCurrent(const QNetworkProxy& proxy) {
+    Log::KnownSecrets::learn(proxy.password().toUtf8());
     const QMutexLocker lock(&m_mutex);
     m_proxy = proxy;
 }

@@ -2,6 +2,7 @@
 
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqLog/KnownSecrets.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -103,6 +104,8 @@ Util::SecretBytes oauth2Form(const WebServicesConfiguration& configuration, cons
     const auto isMissing = [](const FormPart& part) { return part.value.isEmpty(); };
     if (std::any_of(parts.begin(), parts.end(), isMissing))
         return {};
+    // What is sent, the server can send back in any part of its reply.
+    std::for_each(parts.begin() + 1, parts.end(), [](const FormPart& part) { Log::KnownSecrets::learn(part.value.view()); });
     parts.push_back({"&token_type=%1", Util::SecretBytes::fromText(tokenType)});
     if (!scope.isEmpty())
         parts.push_back({"&scope=%1", Util::SecretBytes::fromText(scope)});
@@ -120,6 +123,7 @@ std::optional<OAuth2Reply> readOAuth2Reply(const QByteArray& body, const QDateTi
         return {};
     const QJsonObject json = QJsonDocument::fromJson(body).object();
     Util::SecretBytes token = Util::SecretBytes::fromText(json.value(QStringLiteral("access_token")).toString());
+    Log::KnownSecrets::learn(token.view());
     const QByteArray seconds = wholeSeconds(json.value(QStringLiteral("expires_in")));
     const QDateTime expiry = seconds.isEmpty() ? QDateTime() : expiryFrom(seconds, now);
     if (!isUsableToken(token.view()) || !expiry.isValid() || !isUnderstoodType(json.value(QStringLiteral("token_type"))))
