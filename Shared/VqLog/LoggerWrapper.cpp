@@ -1,6 +1,8 @@
 #include "VqLog/LoggerWrapper.h"
 
+#include "VqLog/CallReport.h"
 #include "VqLog/LogQueue.h"
+#include "VqLog/LogTap.h"
 
 #include <atomic>
 #include <log4cplus/logger.h>
@@ -39,9 +41,12 @@ bool LoggerWrapper::isEnabled(Level level) const {
 }
 
 void LoggerWrapper::write(Level level, const QString& prefix, const QString& text) {
+    if (level >= Level::Error)
+        CallReport::noteError(prefix, text);
     if (!isEnabled(level))
         return;
     const QString line = singleLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
+    LogTap::instance().add(level, line);
     if (LogQueue::instance().add({m_name, level, line}))
         return;
     const std::shared_lock<std::shared_mutex> lock(writers());
