@@ -29,7 +29,9 @@ bool hasBuffer(const char* operation, const wchar_t* buffer, int size) {
 
 bool reportSignedOut(const char* operation, LoginSession& session, const QString& clientKey, bool isDone) {
     if (!isDone && !session.isLoggedIn(clientKey)) {
-        Log::CallReport::fail(Log::CallFailure::NotSignedIn);
+        // An unknown client is named already.
+        if (session.isClient(clientKey))
+            Log::CallReport::fail(Log::CallFailure::NotSignedIn);
         Log::rootLogger().error(QStringLiteral("%1 failed. Not logged in.").arg(QLatin1String(operation)));
     }
     return isDone;

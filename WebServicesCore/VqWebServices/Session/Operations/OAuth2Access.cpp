@@ -131,6 +131,7 @@ void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const O
 
 OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* requested, bool waitToFinish) {
     if (!isEnabled(clientKey)) {
+        Log::CallReport::fail(Log::CallFailure::NotFound);
         logger(clientKey)->error(QStringLiteral(
             "GetOAuth2AccessToken failed: OAuth2 is not enabled. You must enable OAuth2 to use this function. Returning empty token."));
         return {};
@@ -152,6 +153,7 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
     // Look again: another thread may have replaced the product before this one got the lock.
     const ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !m_state.isLoggedIn(clientKey)) {
+        Log::CallReport::fail(Log::CallFailure::NotSignedIn);
         logger(product)->error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
         return {};
     }
