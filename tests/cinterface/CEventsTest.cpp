@@ -72,6 +72,10 @@ private slots:
         const QByteArray folder = m_service.folder().toUtf8();
         QCOMPARE(vqws_set_support_paths(folder.constData(), VQWS_Z), VQWS_OK);
         QCOMPARE(Listener().observe(), VQWS_STATE);
+        char file[4096];
+        size_t length = 0;
+        QCOMPARE(vqws_get_login_state_file(file, sizeof file, &length), VQWS_OK);
+        QFile::remove(QString::fromUtf8(file));
         vqws_init_options options{};
         options.size = sizeof options;
         options.wake = [](void* user) { ++*static_cast<std::atomic<int>*>(user); };

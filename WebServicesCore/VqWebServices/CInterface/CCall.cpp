@@ -43,9 +43,6 @@ const char* textOf(int32_t result) {
 
 CCall::CCall() {
     CThreadState& state = CThreadState::ofThisThread();
-    state.code = VQWS_OK;
-    state.httpStatus = 0;
-    state.text.clear();
     if (std::exchange(state.hasKept, false))
         state.kept = {};
 }
