@@ -32,6 +32,9 @@
 /** The version of this header: major, minor, patch with 8 bits each. */
 #define VQWS_VERSION 0x00010000
 
+/** @{ */
+/** The calling convention of functions and callbacks, what a build of the library adds to the declarations, and that no function
+ *  throws. */
 #if defined(_MSC_VER) || defined(__MINGW32__)
 #define VQWS_CALL __cdecl
 #else
@@ -42,9 +45,13 @@
 #endif
 #ifdef __cplusplus
 #define VQWS_NOEXCEPT noexcept
-extern "C" {
 #else
 #define VQWS_NOEXCEPT
+#endif
+/** @} */
+
+#ifdef __cplusplus
+extern "C" {
 #endif
 
 /** As the length of a text: a zero ends the text. */
@@ -83,8 +90,8 @@ extern "C" {
 
 /** A text in a struct, as in the arguments of functions. This struct never grows. */
 typedef struct vqws_text {
-    const char* data;
-    size_t length;
+    const char* data; /**< UTF-8. */
+    size_t length;    /**< In bytes, or VQWS_Z. */
 } vqws_text;
 
 /** More about the last call of this thread. */
@@ -113,31 +120,32 @@ VQWS_API int32_t VQWS_CALL vqws_take_text(char* buf, size_t cap, size_t* len) VQ
 
 /** The kind of an OAuth2 token. NULL in place of a spec means the client's default token. */
 typedef struct vqws_token_spec {
-    uint32_t size; /**< sizeof(vqws_token_spec). */
-    int32_t type;  /**< VQWS_TOKEN_RT or VQWS_TOKEN_JWT. */
-    vqws_text scope;
+    uint32_t size;   /**< sizeof(vqws_token_spec). */
+    int32_t type;    /**< VQWS_TOKEN_RT or VQWS_TOKEN_JWT. */
+    vqws_text scope; /**< Words separated by blanks; may be absent. */
 } vqws_token_spec;
-#define VQWS_TOKEN_RT 1
-#define VQWS_TOKEN_JWT 2
+#define VQWS_TOKEN_RT 1  /**< The kind of a product's default token. */
+#define VQWS_TOKEN_JWT 2 /**< A JSON web token. */
 
 /** Asks the host to call `vqws_dispatch` soon. Called on any thread, once until the next `vqws_dispatch`. It may only post to
  *  the event thread, and may not call the library. */
 typedef void(VQWS_CALL* vqws_wake_fn)(void* user);
 
-#define VQWS_MODE_HOST 0 /**< Events come on the thread of the first `vqws_init`, when it calls `vqws_dispatch` or runs Qt. */
-#define VQWS_MODE_OWN 1  /**< Events come on a thread of the library. Refused with VQWS_STATE when Qt runs in the host. */
-#define VQWS_OAUTH2_OFF 0
+#define VQWS_MODE_HOST 0  /**< Events come on the thread of the first `vqws_init`, when it calls `vqws_dispatch` or runs Qt. */
+#define VQWS_MODE_OWN 1   /**< Events come on a thread of the library. Refused with VQWS_STATE when Qt runs in the host. */
+#define VQWS_OAUTH2_OFF 0 /**< No tokens. */
 #define VQWS_OAUTH2_DEFAULT 1 /**< The token of type RT with the scope of the configuration. */
 #define VQWS_OAUTH2_SPEC 2    /**< The token of `oauth2_spec`. */
 
+/** How the library starts. */
 typedef struct vqws_init_options {
-    uint32_t size; /**< sizeof(vqws_init_options). */
-    int32_t mode;
-    int32_t oauth2;
-    int32_t reserved; /**< 0. */
-    const vqws_token_spec* oauth2_spec;
-    vqws_wake_fn wake; /**< May be NULL. For VQWS_MODE_HOST. */
-    void* wake_user;
+    uint32_t size;                      /**< sizeof(vqws_init_options). */
+    int32_t mode;                       /**< VQWS_MODE_... */
+    int32_t oauth2;                     /**< VQWS_OAUTH2_...: the OAuth2 tokens of the client of the process itself. */
+    int32_t reserved;                   /**< 0. */
+    const vqws_token_spec* oauth2_spec; /**< For VQWS_OAUTH2_SPEC. */
+    vqws_wake_fn wake;                  /**< May be NULL. For VQWS_MODE_HOST. */
+    void* wake_user;                    /**< What `wake` receives. */
 } vqws_init_options;
 
 /** Starts the library, or counts one more user of it; waits for a start on another thread. `options` may be NULL, and count in
@@ -148,6 +156,7 @@ VQWS_API int32_t VQWS_CALL vqws_init(const vqws_init_options* options) VQWS_NOEX
  *  belongs on the event thread. VQWS_STATE when there was no user. */
 VQWS_API int32_t VQWS_CALL vqws_uninit(void) VQWS_NOEXCEPT;
 
+/** Whether the library is initialized, through this interface or the one in C++. */
 VQWS_API int32_t VQWS_CALL vqws_is_initialized(int32_t* yes) VQWS_NOEXCEPT;
 
 /** Delivers the events that wait for the event thread. Mode HOST, on the event thread. */
@@ -175,27 +184,30 @@ VQWS_API int32_t VQWS_CALL vqws_add_plugin_path(const char* path, size_t path_le
 
 /* Configuration and server */
 
+/** @{ */
+/** The servers. */
 #define VQWS_SERVER_NONE (-1)
 #define VQWS_SERVER_PRODUCTION 0
 #define VQWS_SERVER_STAGING 1
 #define VQWS_SERVER_DEVELOPMENT 2
+/** @} */
 
 /** The configuration of a client for one server. Key and secret are required. */
 typedef struct vqws_config {
-    uint32_t size; /**< sizeof(vqws_config). */
-    int32_t server;
-    vqws_text consumer_key;
-    vqws_text consumer_secret;
-    vqws_text serial_number;
-    vqws_text product_line_code;
-    vqws_text upi_release;
-    vqws_text upi_master;
-    vqws_text upi_build;
-    vqws_text feature_name;
-    vqws_text feature_version;
-    vqws_text oauth2_consumer_key;
-    vqws_text oauth2_consumer_secret;
-    vqws_text oauth2_scope;
+    uint32_t size;                    /**< sizeof(vqws_config). */
+    int32_t server;                   /**< VQWS_SERVER_... */
+    vqws_text consumer_key;           /**< The OAuth 1.0 consumer key. Required. */
+    vqws_text consumer_secret;        /**< Required. */
+    vqws_text serial_number;          /**< Identity of the installed product, sent with a sign-in; as the next six. */
+    vqws_text product_line_code;      /**< As above. */
+    vqws_text upi_release;            /**< As above. */
+    vqws_text upi_master;             /**< As above. */
+    vqws_text upi_build;              /**< As above. */
+    vqws_text feature_name;           /**< As above. */
+    vqws_text feature_version;        /**< As above. */
+    vqws_text oauth2_consumer_key;    /**< The OAuth2 client; absent when the product does not use OAuth2. */
+    vqws_text oauth2_consumer_secret; /**< Its secret. */
+    vqws_text oauth2_scope;           /**< The scope of the default token, words separated by blanks. */
 } vqws_config;
 
 /** @{ */
@@ -221,6 +233,7 @@ VQWS_API int32_t VQWS_CALL vqws_get_config_text(const char* key, size_t key_len,
                                                 size_t* len) VQWS_NOEXCEPT;
 /** Changes the current server of all products, and signs the user out of the previous one. May wait for the network. */
 VQWS_API int32_t VQWS_CALL vqws_set_server(const char* key, size_t key_len, int32_t server) VQWS_NOEXCEPT;
+/** The current server. */
 VQWS_API int32_t VQWS_CALL vqws_get_server(int32_t* server) VQWS_NOEXCEPT;
 /** The URL with this code (docs/configuration.md) on the current server; VQWS_NOT_FOUND when there is none. */
 VQWS_API int32_t VQWS_CALL vqws_get_url(int32_t code, char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
@@ -239,16 +252,22 @@ VQWS_API int32_t VQWS_CALL vqws_is_log_enabled(int32_t* yes) VQWS_NOEXCEPT;
 
 /* The signed-in user. Nobody signed in is no failure here: the texts are empty then. */
 
+/** @{ */
+/** Name and id of the signed-in user, and the domain key of the last sign-in. */
 VQWS_API int32_t VQWS_CALL vqws_get_user_name(const char* key, size_t key_len, char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_user_id(char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_ldap_domain_key(char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
+/** @} */
 /** @{ */
 /** Whether the user is signed in, and has not expired. With a key the client's product must be signed in too. */
 VQWS_API int32_t VQWS_CALL vqws_is_logged_in(const char* key, size_t key_len, int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_is_login_valid(const char* key, size_t key_len, int32_t* yes) VQWS_NOEXCEPT;
 /** @} */
+/** @{ */
+/** Whether and when the sign-in expires. */
 VQWS_API int32_t VQWS_CALL vqws_is_login_expired(int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_login_expiry(int64_t* seconds) VQWS_NOEXCEPT;
+/** @} */
 /** The cookies of the sign-in as the value of an HTTP header "Cookie". */
 VQWS_API int32_t VQWS_CALL vqws_get_login_cookie(const char* key, size_t key_len, char* buf, size_t cap,
                                                  size_t* len) VQWS_NOEXCEPT;
@@ -279,9 +298,12 @@ VQWS_API int32_t VQWS_CALL vqws_logout(const char* key, size_t key_len) VQWS_NOE
 
 /* Tokens and signing */
 
+/** @{ */
+/** Whether the client has an access token, whether it has expired, and when it does. */
 VQWS_API int32_t VQWS_CALL vqws_is_token_available(const char* key, size_t key_len, int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_is_token_expired(const char* key, size_t key_len, int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_token_expiry(const char* key, size_t key_len, int64_t* seconds) VQWS_NOEXCEPT;
+/** @} */
 /** The OAuth 1.0 access token. With `check_expiry` an expired one is refreshed first. */
 VQWS_API int32_t VQWS_CALL vqws_get_access_token(const char* key, size_t key_len, int32_t check_expiry, char* buf, size_t cap,
                                                  size_t* len) VQWS_NOEXCEPT;
@@ -290,8 +312,8 @@ VQWS_API int32_t VQWS_CALL vqws_refresh_token(const char* key, size_t key_len, i
 
 /** A parameter of a request, not encoded: of a form body, or of a query in addition to that in the URL. Never grows. */
 typedef struct vqws_param {
-    vqws_text name;
-    vqws_text value;
+    vqws_text name;  /**< Not empty. */
+    vqws_text value; /**< May be absent. */
 } vqws_param;
 
 /** @{ */
@@ -322,16 +344,17 @@ typedef struct vqws_param {
 #define VQWS_SIGN_BODY 3   /**< As VQWS_SIGN_QUERY, with the given parameters before the OAuth ones, for a form body. */
 /** @} */
 
+/** A request to sign. */
 typedef struct vqws_request {
-    uint32_t size; /**< sizeof(vqws_request). */
-    int32_t method;
-    int32_t mode;
-    int32_t reserved; /**< 0. */
-    vqws_text url;    /**< Absolute, http or https, encoded; send it to the letter as it was signed. */
-    const vqws_param* params;
-    size_t param_count; /**< At most 1000. */
-    vqws_text token;    /**< With `token_secret` in place of the access token; usually absent. */
-    vqws_text token_secret;
+    uint32_t size;            /**< sizeof(vqws_request). */
+    int32_t method;           /**< VQWS_GET and its like. */
+    int32_t mode;             /**< VQWS_SIGN_... */
+    int32_t reserved;         /**< 0. */
+    vqws_text url;            /**< Absolute, http or https, encoded; send it to the letter as it was signed. */
+    const vqws_param* params; /**< NULL when there are none. */
+    size_t param_count;       /**< At most 1000. */
+    vqws_text token;          /**< With `token_secret` in place of the access token; usually absent. */
+    vqws_text token_secret;   /**< Its secret. */
 } vqws_request;
 
 /** Signs a request with OAuth 1.0 (RFC 5849, HMAC-SHA1). An expired token is refreshed first, at most 61 seconds. */
@@ -343,38 +366,53 @@ VQWS_API int32_t VQWS_CALL vqws_sign_url_for_browser(const char* key, size_t key
 
 /* OAuth2 tokens */
 
+/** Whether OAuth2 is enabled for the client. */
 VQWS_API int32_t VQWS_CALL vqws_is_oauth2_enabled(const char* key, size_t key_len, int32_t* yes) VQWS_NOEXCEPT;
 /** Enables OAuth2 with tokens of this kind in addition to those before; a NULL spec is VQWS_OAUTH2_DEFAULT. */
 VQWS_API int32_t VQWS_CALL vqws_enable_oauth2(const char* key, size_t key_len, const vqws_token_spec* spec) VQWS_NOEXCEPT;
+/** Disables OAuth2 and discards the tokens in this process. */
 VQWS_API int32_t VQWS_CALL vqws_disable_oauth2(const char* key, size_t key_len) VQWS_NOEXCEPT;
 /** With `wait` a missing or expired token is requested first, at most 61 seconds for each request. */
 VQWS_API int32_t VQWS_CALL vqws_get_oauth2_token(const char* key, size_t key_len, const vqws_token_spec* spec, int32_t wait,
                                                  char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
+/** Requests a new token, as `vqws_refresh_token`. */
 VQWS_API int32_t VQWS_CALL vqws_refresh_oauth2_token(const char* key, size_t key_len, const vqws_token_spec* spec,
                                                      int32_t synchronous) VQWS_NOEXCEPT;
+/** @{ */
+/** Whether the client has such a token, whether it has expired, and when it does. */
 VQWS_API int32_t VQWS_CALL vqws_is_oauth2_token_available(const char* key, size_t key_len, const vqws_token_spec* spec,
                                                           int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_is_oauth2_token_expired(const char* key, size_t key_len, const vqws_token_spec* spec,
                                                         int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_oauth2_token_expiry(const char* key, size_t key_len, const vqws_token_spec* spec,
                                                         int64_t* seconds) VQWS_NOEXCEPT;
+/** @} */
 
 /* Cached replies of the web services about the user. A call waits only for a value that is not known, at most 63 seconds. */
 
+/** @{ */
+/** The replies that are cached. */
 #define VQWS_CACHE_USER_INFO 1
 #define VQWS_CACHE_STORAGE_QUOTA 2
 #define VQWS_CACHE_ENTITLEMENT 16
+/** @} */
+/** @{ */
+/** Whether the user may use a service. */
 #define VQWS_ENTITLEMENT_UNKNOWN 0
 #define VQWS_ENTITLEMENT_YES 1
 #define VQWS_ENTITLEMENT_NO 2
 #define VQWS_ENTITLEMENT_TRIAL 3
 #define VQWS_ENTITLEMENT_NO_SESSION 4
+/** @} */
 
+/** @{ */
+/** The user's e-mail address and names. */
 VQWS_API int32_t VQWS_CALL vqws_get_user_email(const char* key, size_t key_len, char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_user_first_name(const char* key, size_t key_len, char* buf, size_t cap,
                                                     size_t* len) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_user_last_name(const char* key, size_t key_len, char* buf, size_t cap,
                                                    size_t* len) VQWS_NOEXCEPT;
+/** @} */
 /** The whole reply about the user, as XML. */
 VQWS_API int32_t VQWS_CALL vqws_get_user_info(const char* key, size_t key_len, char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
 /** Whether the user may use the service of this name (VQWS_ENTITLEMENT_...). */
@@ -385,19 +423,29 @@ VQWS_API int32_t VQWS_CALL vqws_get_entitlement_xml(const char* key, size_t key_
                                                     char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
 /** The used and the total cloud storage of the user, in bytes. */
 VQWS_API int32_t VQWS_CALL vqws_get_storage_quota(const char* key, size_t key_len, int64_t* used, int64_t* total) VQWS_NOEXCEPT;
+/** @{ */
+/** Whether the client uses a cache, and whether it has a value; discarding the value (VQWS_CACHE_...). */
 VQWS_API int32_t VQWS_CALL vqws_is_cache_enabled(const char* key, size_t key_len, int32_t cache, int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_enable_cache(const char* key, size_t key_len, int32_t cache, int32_t enable) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_is_cache_available(const char* key, size_t key_len, int32_t cache, int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_invalidate_cache(const char* key, size_t key_len, int32_t cache) VQWS_NOEXCEPT;
+/** @} */
 
 /* The proxy of this process and its credentials. A port is 1 to 65535; where a proxy is looked up, -1 is any port. */
 
+/** @{ */
+/** The texts of the prompt for proxy credentials. */
 #define VQWS_DIALOG_CAPTION 0
 #define VQWS_DIALOG_MESSAGE 1
+/** @} */
+/** One text (VQWS_DIALOG_...) of the prompt; "%1" is the host of the proxy, "%2" its port. */
 VQWS_API int32_t VQWS_CALL vqws_get_proxy_dialog_text(int32_t which, char* buf, size_t cap, size_t* len) VQWS_NOEXCEPT;
 /** Absent or empty restores the library's own text. */
 VQWS_API int32_t VQWS_CALL vqws_set_proxy_dialog_texts(const char* caption, size_t caption_len, const char* message,
                                                        size_t message_len) VQWS_NOEXCEPT;
+/** @{ */
+/** Whether a proxy is stored at all and for this host and port, its user and password, and storing one. A proxy that is stored is
+ * that of the process from now on, also for other code that uses Qt. */
 VQWS_API int32_t VQWS_CALL vqws_has_proxy(int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_has_proxy_login(const char* host, size_t host_len, int32_t port, int32_t* yes) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_get_proxy_user(const char* host, size_t host_len, int32_t port, char* buf, size_t cap,
@@ -406,6 +454,8 @@ VQWS_API int32_t VQWS_CALL vqws_get_proxy_password(const char* host, size_t host
                                                    size_t* len) VQWS_NOEXCEPT;
 VQWS_API int32_t VQWS_CALL vqws_set_proxy_login(const char* host, size_t host_len, int32_t port, const char* user,
                                                 size_t user_len, const char* password, size_t password_len) VQWS_NOEXCEPT;
+/** @} */
+/** Removes the stored proxy, here and in the file. */
 VQWS_API int32_t VQWS_CALL vqws_clear_proxy(void) VQWS_NOEXCEPT;
 
 /* Events and the log */
@@ -435,8 +485,8 @@ VQWS_API int32_t VQWS_CALL vqws_clear_proxy(void) VQWS_NOEXCEPT;
 
 /** An event. It is valid during the call. */
 typedef struct vqws_event {
-    uint32_t size; /**< How much of the struct the library has filled. */
-    int32_t kind;
+    uint32_t size;      /**< How much of the struct the library has filled. */
+    int32_t kind;       /**< VQWS_EVENT_... */
     vqws_text key;      /**< The consumer key of the product that the event is about; empty when it is about none. */
     uint64_t thread_id; /**< Of the event thread: that of GetCurrentThreadId on Windows, of pthread_self elsewhere. */
 } vqws_event;
@@ -444,6 +494,7 @@ typedef struct vqws_event {
 /** Called on the event thread, with no lock held; it may call the library. The result counts for VQWS_EVENT_ABOUT_TO_LOGOUT
  *  only: other than 0 keeps the user signed in. No exception may leave it. */
 typedef int32_t(VQWS_CALL* vqws_event_fn)(const vqws_event* event, void* user);
+/** Called once when a registration has ended; may call the library unless the registration was for the log. */
 typedef void(VQWS_CALL* vqws_release_fn)(void* user);
 /** Called on a thread of the log for each line that the log takes. The levels are 0 trace, 10000 debug, 20000 information,
  *  30000 warning, 40000 error. It may not call the library. */
@@ -457,6 +508,7 @@ VQWS_API int32_t VQWS_CALL vqws_observe(vqws_event_fn fn, void* user, vqws_relea
 /** The same for lines of the log. It may be called before `vqws_init`, and only `vqws_unobserve` ends it. Lines that are too many
  *  for the function are dropped and counted. */
 VQWS_API int32_t VQWS_CALL vqws_observe_log(vqws_log_fn fn, void* user, vqws_release_fn release, uint64_t* id) VQWS_NOEXCEPT;
+/** How many lines were dropped since the process began. */
 VQWS_API int32_t VQWS_CALL vqws_get_log_drops(uint64_t* count) VQWS_NOEXCEPT;
 
 /** Ends a registration. From inside a call on the same thread it returns at once, and no call starts after it. From another

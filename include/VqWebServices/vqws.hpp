@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -22,12 +23,16 @@ namespace vqws {
 /// Thrown by `Result::value` and by nothing else.
 class Error : public std::runtime_error {
 public:
+    /// As `vqws_last_error` tells it.
     Error(std::int32_t code, std::int32_t httpStatus, const std::string& text)
         : std::runtime_error(text)
         , m_code(code)
         , m_httpStatus(httpStatus) {}
+    /** @{ */
+    /// The result (VQWS_...), and the status of HTTP or 0.
     [[nodiscard]] std::int32_t code() const { return m_code; }
     [[nodiscard]] std::int32_t httpStatus() const { return m_httpStatus; }
+    /** @} */
 
 private:
     std::int32_t m_code;
@@ -38,6 +43,7 @@ private:
 template <class Value>
 class [[nodiscard]] Result {
 public:
+    /// Keeps what this thread is told of the call.
     Result(std::int32_t code, Value value)
         : m_code(code)
         , m_value(std::move(value)) {
@@ -56,14 +62,20 @@ public:
         }
         m_httpStatus = error.http_status;
     }
+    /// Whether the call succeeded.
     explicit operator bool() const { return m_code == VQWS_OK; }
+    /** @{ */
+    /// The result (VQWS_...), and the status of HTTP or 0.
     [[nodiscard]] std::int32_t code() const { return m_code; }
     [[nodiscard]] std::int32_t httpStatus() const { return m_httpStatus; }
+    /** @} */
     /// Why the call failed; empty when it did not.
     [[nodiscard]] const std::string& text() const { return m_text; }
+    /** @{ */
     /// The value, also when the call failed: 0 or empty then.
     [[nodiscard]] const Value& operator*() const { return m_value; }
     [[nodiscard]] const Value* operator->() const { return &m_value; }
+    /** @} */
     /// Throws `Error` when the call failed.
     [[nodiscard]] const Value& value() const {
         if (m_code != VQWS_OK)
@@ -80,8 +92,10 @@ private:
 
 /// The result of a call that gives nothing.
 struct Nothing {};
+/// The result of such a call.
 using Done = Result<Nothing>;
 
+/// The text for a struct of vqws.h; it must outlive the call.
 [[nodiscard]] inline vqws_text text(std::string_view given) {
     return {given.data() ? given.data() : "", given.size()};
 }
@@ -111,6 +125,7 @@ Result<Number> readNumber(Function function, Arguments... arguments) {
 /// The library, while this object lives.
 class Library {
 public:
+    /// With these options; a failure is told by `started`.
     explicit Library(const vqws_init_options& options)
         : m_started(vqws_init(&options), {}) {}
     /// Events come on a thread of the library with VQWS_MODE_OWN, on the calling one with VQWS_MODE_HOST.
@@ -140,13 +155,19 @@ private:
 /// running call of another thread. An exception of the function ends there; the answer is 0 then.
 class Registration {
 public:
+    /** @{ */
+    /// What is called: for an event, with the answer to it; for a line of the log, with its level.
     using EventFunction = std::function<std::int32_t(const vqws_event&)>;
     using LogFunction = std::function<void(std::int32_t, std::string_view)>;
+    /** @} */
 
+    /** @{ */
+    /// Registers the function; a failure is told by `accepted`.
     explicit Registration(EventFunction function)
         : m_result(add(std::move(function))) {}
     explicit Registration(LogFunction function)
         : m_result(add(std::move(function))) {}
+    /** @} */
     ~Registration() {
         if (m_result)
             (void)vqws_unobserve(*m_result);
@@ -199,10 +220,10 @@ private:
 
 /// A request to sign; the texts are copied by the call.
 struct Request {
-    std::string url;
-    std::int32_t method = VQWS_GET;
-    std::int32_t mode = VQWS_SIGN_HEADER;
-    std::vector<std::pair<std::string, std::string>> params = {};
+    std::string url;                                               ///< As in vqws_request.
+    std::int32_t method = VQWS_GET;                                ///< VQWS_GET and its like.
+    std::int32_t mode = VQWS_SIGN_HEADER;                          ///< VQWS_SIGN_...
+    std::vector<std::pair<std::string, std::string>> params = {}; ///< Names and values.
 };
 
 /// A client: one product of the process. Without a key it is the client of the process itself. The functions of vqws.h that are
@@ -210,17 +231,23 @@ struct Request {
 class Client {
 public:
     Client() = default;
+    /// With this key.
     explicit Client(std::string key)
         : m_key(std::move(key)) {}
 
+    /** @{ */
+    /// The key as the functions of vqws.h take it.
     [[nodiscard]] const char* data() const { return m_key ? m_key->data() : nullptr; }
     [[nodiscard]] std::size_t size() const { return m_key ? m_key->size() : 0; }
+    /** @} */
 
     /// `config.size` is set here.
     Done setConfig(vqws_config config) const {
         config.size = sizeof config;
         return done(vqws_set_config(data(), size(), &config));
     }
+    /** @{ */
+    /// As the functions of vqws.h.
     Done restoreLogin() const { return done(vqws_restore_login(data(), size())); }
     Result<std::string> initiateLogin(std::string_view user = {}) const {
         return readText(vqws_initiate_login, data(), size(), user.data(), user.size());
@@ -247,6 +274,7 @@ public:
         made.param_count = params.size();
         return readText(vqws_sign_request, data(), size(), const_cast<const vqws_request*>(&made));
     }
+    /** @} */
 
 private:
     static Done done(std::int32_t code) { return {code, {}}; }

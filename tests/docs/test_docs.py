@@ -98,6 +98,14 @@ class DocsTest(unittest.TestCase):
                 self.nothing(documents.missing(names, configuration))
                 self.assertEqual(["NotThere"], documents.missing(names | {"NotThere"}, configuration))
 
+    def test_every_operation_stands_in_the_table_of_the_c_interface(self):
+        table = set(re.findall(r"`(?:\w+::)?(\w+)`", "".join(re.findall(r"^\|.*$", page("c-interface.md"), re.M))))
+        functions = set(re.findall(r"^vqws_\w+", (SOURCE / "WebServicesCore/vqws.exports").read_text(encoding="utf-8"), re.M))
+        exports = (SOURCE / "tests/exports/exports.txt").read_text(encoding="utf-8")
+        operations = set(re.findall(r"::WebServicesManager(?:Ex)?::(\w+)\(", exports)) - {"GetInstance", "GetInstanceEx"}
+        self.assertGreater(len(functions | operations), 130)
+        self.nothing(sorted((functions | operations) - table))
+
     def test_names_in_files_are_documented(self):
         formats = page("file-formats.md")
         names = set(re.findall(r'QStringLiteral\("([A-Z]\w+)"\)', (SOURCE / "WebServicesCore/VqWebServices/Session/State/LoginStateDocument.cpp").read_text()))
