@@ -29,7 +29,7 @@ struct Listener {
 
     static int32_t VQWS_CALL hear(const vqws_event* event, void* user) {
         auto& self = *static_cast<Listener*>(user);
-        self.heard.push_back(event->kind);
+        self.heard.push_back(event->size == sizeof *event ? event->kind : -1);
         self.key = QByteArray(event->key.data, int(event->key.length));
         self.thread = event->thread_id;
         const int releasedBefore = self.released;

@@ -284,6 +284,15 @@ private slots:
         }
     }
 
+    void aKeptTextIsWipedByTheNextCall() {
+        size_t length = 0;
+        char text[200];
+        QCOMPARE(vqws_get_user_name(nullptr, 0, text, 1, &length), VQWS_BUFFER);
+        std::thread([&] { QCOMPARE(vqws_take_text(text, sizeof text, &length), VQWS_NOT_FOUND); }).join();
+        QCOMPARE(vqws_dispatch(), VQWS_OK);
+        QCOMPARE(vqws_take_text(text, sizeof text, &length), VQWS_NOT_FOUND);
+    }
+
     // What another thread does, and what a call inside a callback does, is not told here.
     void theLastErrorBelongsToTheThread() {
         QCOMPARE(vqws_disable_oauth2("nobody", VQWS_Z), VQWS_UNKNOWN_CLIENT);
