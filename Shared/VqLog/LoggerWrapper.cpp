@@ -66,8 +66,11 @@ ILogger& rootLogger() {
 
 void endLog(LogEnd end) {
     isEnded = true;
-    if (end == LogEnd::WhenNobodyWrites)
-        const std::lock_guard<std::shared_mutex> lock(writers());
+    if (end != LogEnd::WhenNobodyWrites)
+        return;
+    // The host's function may be gone soon.
+    LogTap::instance().setReceiver(nullptr);
+    const std::lock_guard<std::shared_mutex> lock(writers());
 }
 
 QString singleLine(const QString& text) {

@@ -220,9 +220,9 @@ private:
 
 /// A request to sign; the texts are copied by the call.
 struct Request {
-    std::string url;                                               ///< As in vqws_request.
-    std::int32_t method = VQWS_GET;                                ///< VQWS_GET and its like.
-    std::int32_t mode = VQWS_SIGN_HEADER;                          ///< VQWS_SIGN_...
+    std::string url;                                              ///< As in vqws_request.
+    std::int32_t method = VQWS_GET;                               ///< VQWS_GET and its like.
+    std::int32_t mode = VQWS_SIGN_HEADER;                         ///< VQWS_SIGN_...
     std::vector<std::pair<std::string, std::string>> params = {}; ///< Names and values.
 };
 

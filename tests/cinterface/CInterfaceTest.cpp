@@ -341,7 +341,8 @@ private slots:
             threads.emplace_back(work, seed * 100 + thread);
         work(seed * 100);
         // They may wait for an answer that the event thread gives.
-        for (const QDeadlineTimer limit(120000); done < calls * threadCount && !limit.hasExpired(); QThread::msleep(1))
+        for (const QDeadlineTimer limit(TestKit::rounds(120000, 1500000)); done < calls * threadCount && !limit.hasExpired();
+             QThread::msleep(1))
             (void)vqws_dispatch();
         for (std::thread& thread : threads)
             thread.join();

@@ -3,7 +3,7 @@
 #include "CInterface/CCall.h"
 #include "CInterface/CLife.h"
 #include "CInterface/CRegistration.h"
-#include "Values/OAuth2TokenSpecImp.h"
+#include "CInterface/CTokenSpec.h"
 #include "VqLog/LogTap.h"
 
 using namespace Velquor;
@@ -18,12 +18,7 @@ QVector<OAuth2TokenSpec> specsFrom(const vqws_init_options& options) {
         return {};
     if (options.oauth2 == VQWS_OAUTH2_DEFAULT)
         return {OAuth2Settings::legacySpec()};
-    const vqws_token_spec read = readStruct(options.oauth2_spec);
-    require(read.type == RT || read.type == JWT);
-    OAuth2TokenSpec spec;
-    spec.SetType(static_cast<OAuth2TokenType>(read.type));
-    OAuth2TokenSpecImp::of(spec).scope = normalisedScope(textFrom(read.scope));
-    return {spec};
+    return {specFrom(options.oauth2_spec)};
 }
 
 std::optional<CLife::Options> optionsFrom(const vqws_init_options* given) {

@@ -11,10 +11,18 @@ namespace Velquor::WebServices::Internal {
 
 namespace {
 
+/// A report on the library's own thread, where the caller's is not: nothing may go to the standard output there either.
+struct OwnReport {
+    OwnReport() {
+        if (!Log::CallReport::isActive())
+            own.emplace();
+    }
+    std::optional<Log::CallReport> own;
+};
+
 // On the event thread.
 bool startCore(const QVector<OAuth2TokenSpec>& specs) {
-    // On the library's own thread, where the caller's report is not.
-    const Log::CallReport report;
+    const OwnReport report;
     WebServicesManagerImp& core = WebServicesManagerImp::instance();
     if (!guarded("Initialize", false, [&] { return core.initialize(specs); }))
         return false;
@@ -27,7 +35,7 @@ bool startCore(const QVector<OAuth2TokenSpec>& specs) {
 }
 
 void stopCore() {
-    const Log::CallReport report;
+    const OwnReport report;
     CEventBridge::instance().leave();
     (void)guarded("Uninitialize", false, [] { return WebServicesManagerImp::instance().uninitialize(); });
     CRegistrations::instance().endEvents();

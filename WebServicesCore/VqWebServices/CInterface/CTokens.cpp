@@ -1,8 +1,8 @@
 // The functions of the C interface with tokens, and those that sign.
 
 #include "CInterface/CCall.h"
+#include "CInterface/CTokenSpec.h"
 #include "Facade/ClientCalls.h"
-#include "Values/OAuth2TokenSpecImp.h"
 
 #include <optional>
 
@@ -35,13 +35,8 @@ Util::SecretBytes sign(const CClient& client, const SigningTexts& texts, bool ch
 class Spec {
 public:
     explicit Spec(const vqws_token_spec* given) {
-        if (!given)
-            return;
-        const vqws_token_spec read = readStruct(given);
-        require(read.type == RT || read.type == JWT);
-        m_spec.emplace();
-        m_spec->SetType(static_cast<OAuth2TokenType>(read.type));
-        OAuth2TokenSpecImp::of(*m_spec).scope = normalisedScope(textFrom(read.scope));
+        if (given)
+            m_spec = specFrom(given);
     }
     [[nodiscard]] const OAuth2TokenSpec* pointer() const { return m_spec ? &*m_spec : nullptr; }
 
