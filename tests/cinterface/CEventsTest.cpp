@@ -162,10 +162,7 @@ private slots:
         config.consumer_secret = {"demo-secret-0001", VQWS_Z};
         QCOMPARE(vqws_set_config(nullptr, 0, &config), VQWS_OK);
         QCOMPARE(vqws_restore_login(nullptr, 0), VQWS_OK);
-        char url[8192];
-        size_t length = 0;
-        QCOMPARE(vqws_initiate_login(nullptr, 0, nullptr, 0, url, sizeof url, &length), VQWS_OK);
-        QVERIFY(m_service.approve(url));
+        pendSignIn();
         Listener agrees;
         Listener refuses;
         refuses.answer = 5;
@@ -180,6 +177,21 @@ private slots:
         QCOMPARE(vqws_logout(nullptr, 0), VQWS_OK);
         QCOMPARE(agrees.heard.back(), VQWS_EVENT_LOGGED_OUT);
         QCOMPARE(vqws_unobserve(agrees.id), VQWS_OK);
+    }
+
+    void aUserWhomACallSignsOutIsNotToldFurther() {
+        Listener first;
+        Listener second;
+        QVERIFY(first.observe() == VQWS_OK && second.observe() == VQWS_OK);
+        first.reaction = [&] {
+            if (first.heard.back() == VQWS_EVENT_LOGGED_IN)
+                QCOMPARE(vqws_complete_logout(nullptr, 0), VQWS_OK);
+        };
+        pendSignIn();
+        QCOMPARE(vqws_complete_login(nullptr, 0, nullptr, 0), VQWS_OK);
+        QVERIFY(std::count(first.heard.begin(), first.heard.end(), VQWS_EVENT_LOGGED_IN) == 1);
+        QVERIFY(std::count(second.heard.begin(), second.heard.end(), VQWS_EVENT_LOGGED_IN) == 0);
+        QVERIFY(vqws_unobserve(first.id) == VQWS_OK && vqws_unobserve(second.id) == VQWS_OK);
     }
 
     void theLogIsHandedOut() {
@@ -214,6 +226,13 @@ private slots:
     }
 
 private:
+    void pendSignIn() {
+        char url[8192];
+        size_t length = 0;
+        QCOMPARE(vqws_initiate_login(nullptr, 0, nullptr, 0, url, sizeof url, &length), VQWS_OK);
+        QVERIFY(m_service.approve(url));
+    }
+
     TestKit::AccountServiceProcess m_service;
 };
 
