@@ -17,7 +17,9 @@ namespace {
 class Product : public HelperProcess {
 public:
     Product(const QString& program, const AccountServiceProcess& service)
-        : HelperProcess(program, {service.folder(), service.authorityFile()}) {}
+        : Product(program, {service.folder(), service.authorityFile()}) {}
+    Product(const QString& program, const QStringList& arguments)
+        : HelperProcess(program, arguments) {}
 
     /// The line that answers an order; events before it are kept.
     QByteArray ask(const QByteArray& order) {
@@ -82,6 +84,21 @@ private slots:
         QVERIFY(one.hears("event 3"));
         QCOMPARE(one.ask("user"), QByteArray("0"));
         QVERIFY(one.finish() && other.finish());
+    }
+
+    // Its main thread waits for something else, here for the next order.
+    void aHostWithoutQtIsWoken() {
+        Product host(QStringLiteral("product_c"), {m_service.folder(), m_service.authorityFile(), "host"});
+        Product other(QStringLiteral("product_hpp"), m_service);
+        QCOMPARE(host.answerTo("start"), QByteArray("0"));
+        QCOMPARE(other.answerTo("start"), QByteArray("0"));
+        QVERIFY(m_service.approve(other.ask("login").mid(2)));
+        QCOMPARE(other.ask("complete"), QByteArray("0"));
+        QVERIFY(host.hears("wake"));
+        QCOMPARE(host.ask("dispatch"), QByteArray("0"));
+        QVERIFY(host.hears("event 1"));
+        QCOMPARE(host.ask("logout"), QByteArray("0"));
+        QVERIFY(host.finish());
     }
 
     // The library's own thread and what Qt has on it serve a second start too; the end of the first has released.

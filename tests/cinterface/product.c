@@ -30,14 +30,21 @@ static void VQWS_CALL release(void* user) {
     fflush(stdout);
 }
 
-static int32_t start(const char* folder) {
+static void VQWS_CALL wake(void* user) {
+    (void)user;
+    printf("wake\n");
+    fflush(stdout);
+}
+
+static int32_t start(const char* folder, int32_t mode) {
     vqws_init_options options;
     vqws_config config;
     uint64_t id = 0;
     int32_t result = vqws_set_support_paths(folder, VQWS_Z);
     memset(&options, 0, sizeof options);
     options.size = sizeof options;
-    options.mode = VQWS_MODE_OWN;
+    options.mode = mode;
+    options.wake = wake;
     memset(&config, 0, sizeof config);
     config.size = sizeof config;
     config.consumer_key.data = "demo-product-0001";
@@ -83,10 +90,11 @@ static void user(void) {
 
 int main(int count, char** arguments) {
     char line[4096];
-    if (count != 3)
+    const int32_t mode = count == 4 ? VQWS_MODE_HOST : VQWS_MODE_OWN;
+    if (count < 3)
         return 2;
     trust_authority(arguments[2]);
-    tell("start", start(arguments[1]), "");
+    tell("start", start(arguments[1], mode), "");
     while (fgets(line, sizeof line, stdin)) {
         line[strcspn(line, "\r\n")] = 0;
         if (strcmp(line, "login") == 0)
@@ -99,8 +107,10 @@ int main(int count, char** arguments) {
             sign(line + 5);
         else if (strcmp(line, "logout") == 0)
             tell(line, vqws_logout(NULL, 0), "");
+        else if (strcmp(line, "dispatch") == 0)
+            tell(line, vqws_dispatch(), "");
         else if (strcmp(line, "restart") == 0)
-            tell(line, vqws_uninit() == VQWS_OK ? start(arguments[1]) : -1, "");
+            tell(line, vqws_uninit() == VQWS_OK ? start(arguments[1], mode) : -1, "");
         else
             return 3;
     }
