@@ -14,6 +14,7 @@ endif()
 
 option(VQ_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(VQ_BUILD_BENCH "Build the benchmarks (needs Google Benchmark and the peer libraries)" OFF)
+option(VQ_FUZZ "Build the fuzzing by coverage (needs clang)" OFF)
 set(VQ_SANITIZE "" CACHE STRING "Sanitizers for every target, for instance 'address,undefined' or 'thread'")
 
 # With paths relative to the sources, so that one clone can use the objects that another clone has compiled.
@@ -31,6 +32,9 @@ endif()
 if(VQ_SANITIZE)
   add_compile_options(-fsanitize=${VQ_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=${VQ_SANITIZE})
+endif()
+if(VQ_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 if(WIN32)
   # Without UNICODE, since it would switch log4cplus to wide texts, and its texts are narrow here. Our code calls the W functions

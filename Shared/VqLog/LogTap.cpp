@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t mostLines = 4096;
 std::atomic<bool> hasReceiver{false};
+std::atomic<bool> isOver{false};
 
 } // namespace
 
@@ -26,6 +27,11 @@ void LogTap::setReceiver(Receiver receiver) {
     // It is never ended: it waits without the help of anything that a process ends with.
     if (m_receiver && !std::exchange(m_isStarted, true))
         std::thread([this] { run(); }).detach();
+}
+
+void LogTap::endWithProcess() {
+    isOver = true;
+    hasReceiver = false;
 }
 
 void LogTap::add(Level level, const QString& line) {
@@ -52,7 +58,7 @@ void LogTap::run() {
         const Line line = std::move(m_lines.front());
         m_lines.pop_front();
         const Receiver receiver = m_receiver;
-        if (!receiver)
+        if (!receiver || isOver)
             continue;
         lock.unlock();
         receiver(line.level, line.text);

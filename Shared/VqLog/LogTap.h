@@ -23,6 +23,8 @@ public:
 
     /// From now on the lines go to this receiver. Null ends that; the receiver may still run then, once.
     void setReceiver(Receiver receiver);
+    /// Hands out no line any more: the host's function may be gone soon. Takes no lock, since a thread that held one may be gone.
+    static void endWithProcess();
     void add(Level level, const QString& line);
     [[nodiscard]] quint64 dropped() const;
 

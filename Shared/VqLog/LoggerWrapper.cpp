@@ -4,23 +4,19 @@
 #include "VqLog/LogQueue.h"
 #include "VqLog/LogTap.h"
 
+#include <QScopeGuard>
+#include <QThread>
 #include <atomic>
 #include <log4cplus/logger.h>
 #include <log4cplus/loggingmacros.h>
-#include <mutex>
-#include <shared_mutex>
 
 namespace Velquor::Log {
 
 namespace {
 
 std::atomic<bool> isEnded{false};
-
-/// Held for reading by those who write to the log library. Never destroyed, since they may run at the end of the process.
-std::shared_mutex& writers() {
-    static auto* const lock = new std::shared_mutex;
-    return *lock;
-}
+/// The threads that are inside the log library. No lock: a thread that the system ends would leave it in an unknown state.
+std::atomic<int> writers{0};
 
 } // namespace
 
@@ -49,7 +45,8 @@ void LoggerWrapper::write(Level level, const QString& prefix, const QString& tex
     LogTap::instance().add(level, line);
     if (LogQueue::instance().add({m_name, level, line}))
         return;
-    const std::shared_lock<std::shared_mutex> lock(writers());
+    ++writers;
+    const auto leave = qScopeGuard([] { --writers; });
     if (isEnded)
         return;
     m_target->logger.log(static_cast<log4cplus::LogLevel>(level), LOG4CPLUS_STRING_TO_TSTRING(line.toStdString()));
@@ -66,11 +63,13 @@ ILogger& rootLogger() {
 
 void endLog(LogEnd end) {
     isEnded = true;
-    if (end != LogEnd::WhenNobodyWrites)
-        return;
-    // The host's function may be gone soon.
-    LogTap::instance().setReceiver(nullptr);
-    const std::lock_guard<std::shared_mutex> lock(writers());
+    LogTap::endWithProcess();
+    while (end == LogEnd::WhenNobodyWrites && isBeingWritten())
+        QThread::msleep(1);
+}
+
+bool isBeingWritten() {
+    return writers > 0;
 }
 
 QString singleLine(const QString& text) {

@@ -36,6 +36,9 @@ enum class LogEnd { Now, WhenNobodyWrites };
 /// Drops all messages from now on: the process ends, and the log library with it. Thread: any.
 void endLog(LogEnd end);
 
+/// True while a thread is inside the log library, also one that the system ended there. Thread: any; waits for nothing.
+[[nodiscard]] bool isBeingWritten();
+
 /// The text on one line. CR, LF, TAB and other control characters become visible escapes such as "\n" and "\x1b", so that a
 /// text from outside cannot forge a line of the log.
 [[nodiscard]] QString singleLine(const QString& text);

@@ -1,4 +1,5 @@
 """The documents beside the code. Each check is also held against a sample that is wrong, so that it cannot pass by finding nothing."""
+import json
 import os
 import pathlib
 import re
@@ -105,6 +106,13 @@ class DocsTest(unittest.TestCase):
         operations = set(re.findall(r"::WebServicesManager(?:Ex)?::(\w+)\(", exports)) - {"GetInstance", "GetInstanceEx"}
         self.assertGreater(len(functions | operations), 130)
         self.nothing(sorted((functions | operations) - table))
+
+    def test_each_example_of_a_url_file_is_whole(self):
+        keys = url_keys(code())
+        for example in sorted((SOURCE / "config").glob("*.example")):
+            with self.subTest(example.name):
+                urls = json.loads(example.read_text(encoding="utf-8"))["Configurations"]["WebServices"]["Urls"]
+                self.assertEqual(keys - {"GetUrl"}, keys & set(urls))
 
     def test_names_in_files_are_documented(self):
         formats = page("file-formats.md")

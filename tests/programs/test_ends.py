@@ -17,12 +17,12 @@ from product import Home  # noqa: E402
 SYSROOT = os.environ.get("VQ_WINDOWS_SYSROOT", "")
 STATUS = 7
 SIGNALS = {"abort": -6, "SIGTERM": -15}
-ENDS = ["return", "exit", "thread-exit"] if SYSROOT else [
+ENDS = ["return", "exit", "thread-exit", "ExitProcess", "TerminateProcess"] if SYSROOT else [
     "return", "exit", "thread-exit", "quick_exit", "_exit", "abort", "SIGTERM", "fork-exit", "fork-_exit"]
 UNINITIALIZED = ["uninitialize", "thread-uninitialize", "static"]
-# Windows ends the other threads first, wherever they are, and whoever waits for one of their locks hangs: no call is under way there.
-BUSY = ("",) if SYSROOT else ("", "busy ")
-ROWS = [f"{host}{busy}{end}" for host in ("", "qt ", "qt gone ") for busy in BUSY for end in ENDS + UNINITIALIZED]
+# A process costs a second under Wine.
+HOSTS = ("", "qt gone ") if SYSROOT else ("", "qt ", "qt gone ")
+ROWS = [f"{host}{busy}{end}" for host in HOSTS for busy in ("", "busy ") for end in ENDS + UNINITIALIZED]
 if not SYSROOT:
     ROWS += ["daemon exit", "daemon uninitialize"]
 # Loads the library and drops it while its threads work, as a host does with a plug-in that is linked with it.

@@ -183,6 +183,9 @@ private slots:
         QCOMPARE(m_store->GetUrl(Production, "New"), QStringLiteral("n"));
         QCOMPARE(m_store->endPoint(Production, accountKey, "New"), QStringLiteral("https://overriden"));
         QCOMPARE(m_store->endPoint(Staging, accountKey, "New"), QString());
+        QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, "https://a/"}, {"New", "/n"}}));
+        QCOMPARE(m_store->endPoint(Production, accountKey, "New"), QStringLiteral("https://a/n"));
+        QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, "https://override"}, {"New", "n"}}));
         QCOMPARE(m_store->GetUrlOverrides(Production).size(), 2);
         QVERIFY(m_store->GetUrlOverrides(Staging).isEmpty());
         m_store->clearCache(); // overrides are no loaded files

@@ -1,6 +1,7 @@
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Files/FileAccess.h"
+#include "VqUtil/Locks/ProcessGuard.h"
 #include "VqUtil/Platform/SystemProxySettings.h"
 
 #include <csignal>
@@ -63,7 +64,6 @@ private slots:
         QVERIFY(mode == 0 || ::chmod(QFile::encodeName(real).constData(), static_cast<mode_t>(mode)) == 0);
         QVERIFY(!isLink || QFile::link(real, folder));
         QVERIFY(!isSecondUser || ::chmod(QFile::encodeName(m_folder->path()).constData(), 0755) == 0);
-        constexpr uid_t second = 65534;
         const pid_t child = ::fork();
         if (child == 0)
             ::_exit((isSecondUser && ::setuid(second) != 0) ? 2 : claimFolder(folder) ? 0 : 1);
@@ -71,6 +71,37 @@ private slots:
         QCOMPARE(::waitpid(child, &status, 0), child);
         QCOMPARE(WEXITSTATUS(status), isClaimed ? 0 : 1);
         QCOMPARE(rights(real), isClaimed ? 0700 : mode & 0777);
+    }
+
+    void foldersOnTheWayAreTheUsersAlone() {
+        const mode_t before = ::umask(0);
+        const bool isMade(ensureOwnerOnlyFolder(m_folder->filePath("a/b/c")));
+        ::umask(before);
+        QVERIFY(isMade);
+        for (const char* const made : {"a", "a/b", "a/b/c"})
+            QCOMPARE(rights(path(made)), 0700);
+    }
+
+    // Root in a user's home folder: what it left there would lock the user out.
+    void leavesNothingInAFolderOfAnotherUser() {
+        if (::geteuid() != 0)
+            QSKIP("only root can be a second user");
+        QVERIFY(::chown(QFile::encodeName(m_folder->path()).constData(), second, second) == 0);
+        for (const QString& reason : {ensureOwnerOnlyFolder(path("a/b")).reason(), AtomicFile::write(path(), "new").reason(),
+                                      AtomicFile::readOwn(path(), 100).error})
+            QVERIFY2(reason.contains(QStringLiteral("belongs to another user")), qPrintable(reason));
+        QCOMPARE(ProcessGuard("State", m_folder->path()).acquire(0), ProcessGuard::Result::Failed);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
+    }
+
+    void neitherReadsNorReplacesAFileOfAnotherUser() {
+        if (::geteuid() != 0)
+            QSKIP("only root can make a file of a second user");
+        QVERIFY(AtomicFile::write(path(), "old"));
+        QVERIFY(::chown(QFile::encodeName(path()).constData(), second, second) == 0);
+        QVERIFY(AtomicFile::readOwn(path(), 100).status == ReadResult::Status::Failed);
+        QVERIFY(!AtomicFile::write(path(), "new"));
+        QCOMPARE(AtomicFile::read(path(), 100).data, QByteArray("old"));
     }
 
     void isOwnerOnlyFromTheFirstByte() {
@@ -154,6 +185,8 @@ private slots:
     }
 
 private:
+    static constexpr uid_t second = 65534;
+
     [[nodiscard]] QString path(const char* name = "State.xml") const { return m_folder->filePath(QLatin1String(name)); }
     [[nodiscard]] QStringList files() const { return QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
     [[nodiscard]] static int rights(const QString& file) {

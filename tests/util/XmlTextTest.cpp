@@ -7,6 +7,17 @@
 using namespace Velquor;
 using namespace Velquor::Util;
 
+namespace {
+
+QByteArray attributes(int count) {
+    QByteArray text;
+    for (int number = 0; number < count; ++number)
+        text += " a" + QByteArray::number(number) + "=\"=>\"";
+    return text;
+}
+
+} // namespace
+
 class XmlTextTest : public QObject {
     Q_OBJECT
 
@@ -17,6 +28,7 @@ private slots:
         row("comments and instructions everywhere", "<?xml version=\"1.0\"?>\r\n<!--x--><a><!-- < --><?p < ?></a>\n<!--y-->");
         row("elements without blanks between them", "<a><b><c/></b><b></b ><d/></a>");
         row("sections and references", "<a>\n  <b><![CDATA[<x>&]]></b>&lt;&#x41;<b>\xc3\xa4\xf0\x9f\x98\x80</b>\n</a>\n");
+        row("as many attributes as are read", "<a" + attributes(256) + "><!-- '<c" + attributes(300) + "--></a>");
         row("prefixes", "<p:a xmlns:p=\"u\"><p:b p:c=\"1\"/></p:a>");
     }
 
@@ -35,6 +47,7 @@ private slots:
         row("entities", "<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>");
         row("an entity that nobody declared", "<a>&b;</a>");
         row("not UTF-8", "<a b=\"\xff\"/>");
+        row("more attributes than are read", "<a><!-- ' --><b" + attributes(257) + "/></a>");
         row("too deep", QByteArray("<a>").repeated(40) + QByteArray("</a>").repeated(40));
     }
 

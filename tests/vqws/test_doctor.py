@@ -5,6 +5,7 @@ import os
 import pathlib
 import shutil
 import socket
+import subprocess
 import time
 import unittest
 
@@ -131,6 +132,18 @@ class DoctorTest(ToolTest):
         self.home.data().chmod(0o755)
         self.assertEqual("fault", self.examine(FAILED)["data folder"]["state"])
         self.assertEqual({}, self.examine(OK))
+
+    @unittest.skipIf(SYSROOT or os.geteuid() != 0, "only root can make files of another user")
+    def test_files_of_another_user_are_named_and_left_alone(self):
+        self.sign_in()
+        key = self.home.data() / "UserKey.pem"
+        os.chown(key, 65534, 65534)
+        self.assertIn("UserKey.pem belongs to nobody", self.examine(FAILED)["data folder"]["text"])
+        self.assertIn("not as root", self.examine(FAILED)["data folder"]["cure"])
+        subprocess.run(["chown", "-R", "65534", str(self.home.folder / "data")], check=True)
+        before = {path: path.stat().st_mtime_ns for path in self.home.data().rglob("*")}
+        self.run_tool("status")
+        self.assertEqual(before, {path: path.stat().st_mtime_ns for path in self.home.data().rglob("*")})
 
     @unittest.skipIf(SYSROOT, "the key lies in a container of the system there")
     def test_a_missing_key_is_found(self):

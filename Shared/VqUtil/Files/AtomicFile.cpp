@@ -71,12 +71,19 @@ ReadResult read(const QString& path, qint64 maximumSize) {
     return result;
 }
 
+ReadResult readOwn(const QString& path, qint64 maximumSize) {
+    const Result<void> owner = checkOwner(path);
+    return owner ? read(path, maximumSize) : failed(owner.reason());
+}
+
 Result<void> write(const QString& path, const QByteArray& data, Flush flush) {
     const Replacement result = tryToWrite(path, data, flush, longestWaitMs);
     return result.isDone() ? Result<void>() : Failure{result.error};
 }
 
 Replacement tryToWrite(const QString& path, const QByteArray& data, Flush flush, int patienceMs) {
+    if (const Result<void> owner = checkOwner(path); !owner)
+        return {Replacement::Status::Failed, owner.reason()};
     const QString temporary = path + temporaryInfix + QUuid::createUuid().toString(QUuid::Id128);
     const Result<void> written = writeOwnerOnlyFile(temporary, data, flush);
     if (!written)

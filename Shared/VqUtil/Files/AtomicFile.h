@@ -23,11 +23,14 @@ struct ReadResult {
 /// refuses to open is tried again for less than 0.1 seconds.
 [[nodiscard]] ReadResult read(const QString& path, qint64 maximumSize);
 
+/// The same for a file that only the library writes: `Failed` when it, or the folder that lacks it, belongs to another user.
+[[nodiscard]] ReadResult readOwn(const QString& path, qint64 maximumSize);
+
 /// How long `write` waits while another process holds the target open.
 constexpr int longestWaitMs = 5000;
 
 /// Writes the data to a new file next to `path`, owner-only, and moves it into place. A target that another process holds open is
-/// tried again for up to 5 seconds. On failure the old file is unchanged.
+/// tried again for up to 5 seconds. On failure the old file is unchanged. Fails where another user is the owner.
 [[nodiscard]] Result<void> write(const QString& path, const QByteArray& data, Flush flush = Flush::Yes);
 
 /// The same for a caller that must not wait long: `Busy` when another process still holds the target open after `patienceMs`.

@@ -12,8 +12,15 @@ namespace Velquor::Util {
 /// What QFile does not offer: files that are owner-only from the first byte, flushed to the disk, and moved into place.
 /// Thread: any. Errors: a failure with the system's text, or false; the caller logs.
 
-/// Creates the folder with its parents when it is missing, and removes all rights of other users from it.
-[[nodiscard]] bool ensureOwnerOnlyFolder(const QString& folder);
+/// Fails when the file or folder at `path` belongs to another user; while there is none, when the folder in which it would be
+/// made belongs to one who is not the system. A program that is started as root in a user's home folder would otherwise leave
+/// files that lock the user out. On Windows it never fails: access lists decide there, and what a program of the user makes with
+/// the rights of an administrator belongs to the administrators.
+[[nodiscard]] Result<void> checkOwner(const QString& path);
+
+/// Creates the folder with its parents when it is missing, and removes all rights of other users from it. Nothing is changed or
+/// created where another user is the owner.
+[[nodiscard]] Result<void> ensureOwnerOnlyFolder(const QString& folder);
 
 /// The same for a folder in a place where other users may make folders too. False, and nothing is changed, when the folder is
 /// another user's or a link, or when its owner shares it.

@@ -1,6 +1,16 @@
 #include "VqUtil/Xml/BoundedXmlReader.h"
 
+#include "VqUtil/Xml/XmlScan.h"
+
 namespace Velquor::Util {
+
+BoundedXmlReader::BoundedXmlReader(const QString& text, const XmlLimits& limits)
+    : m_limits(limits)
+    , m_reader(text) {
+    m_reader.setNamespaceProcessing(false);
+    if (hasTagWithMoreAttributes(text, limits.attributes))
+        m_fault = QStringLiteral("An element has more than %1 attributes").arg(limits.attributes);
+}
 
 bool BoundedXmlReader::next() {
     if (!m_fault.isEmpty() || m_reader.atEnd())

@@ -7,16 +7,14 @@
 
 namespace Velquor::Util {
 
-/// Reads an XML text that may be hostile, token by token. A document type definition is refused, so no entity can expand. Depth
-/// and number of elements are limited, and the text must be well-formed.
+/// Reads an XML text that may be hostile, token by token. A document type definition is refused, so no entity can expand. Depth,
+/// number of elements and their attributes are limited, and the text must be well-formed. A prefix is part of the name:
+/// namespaces are not looked up.
 ///
 /// Thread: that of its owner. Owner: its user's stack. Errors: `fault`.
 class BoundedXmlReader {
 public:
-    template <class Text>
-    BoundedXmlReader(const Text& text, const XmlLimits& limits)
-        : m_limits(limits)
-        , m_reader(text) {}
+    BoundedXmlReader(const QString& text, const XmlLimits& limits);
 
     /// Reads the next token. False at the end of the text and at a fault.
     [[nodiscard]] bool next();

@@ -9,6 +9,7 @@ struct XmlLimits {
     qint64 size = 1024LL * 1024; ///< Bytes.
     int depth = 32;              ///< Elements within elements.
     int elements = 10000;
+    int attributes = 256; ///< Of one element.
 };
 
 } // namespace Velquor::Util

@@ -1,21 +1,11 @@
 #include "VqUtil/Xml/XmlText.h"
 
 #include "VqUtil/Xml/BoundedXmlReader.h"
-
-#include <QTextCodec>
+#include "VqUtil/Xml/XmlScan.h"
 
 namespace Velquor::Util {
 
 namespace {
-
-Result<QString> decoded(const QByteArray& text) {
-    constexpr int utf8 = 106; // IANA's number of the encoding.
-    QTextCodec::ConverterState state;
-    QString made = QTextCodec::codecForMib(utf8)->toUnicode(text.constData(), text.size(), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0)
-        return Failure{QStringLiteral("The text is not in UTF-8")};
-    return made;
-}
 
 // A tag cannot contain this character, so it begins where the character stands last.
 int tagBegin(const QString& text, int end) {
@@ -32,7 +22,7 @@ XmlText::XmlText(const QString& rootName)
 Result<XmlText> XmlText::parse(const QByteArray& text, const XmlLimits& limits) {
     if (text.size() > limits.size)
         return Failure{QStringLiteral("The text is larger than %1 bytes").arg(limits.size)};
-    const Result<QString> characters = decoded(text);
+    const Result<QString> characters = utf8Characters(text);
     if (!characters)
         return Failure{characters.reason()};
     XmlText made;

@@ -36,7 +36,7 @@ QDomDocument parse(const QByteArray& data) {
 // The document to change; null when the file exists but cannot be read now: it must not be overwritten.
 QDomDocument openForChange(const QString& path) {
     using Util::AtomicFile::ReadResult;
-    const ReadResult file = Util::AtomicFile::read(path, maximumFileBytes);
+    const ReadResult file = Util::AtomicFile::readOwn(path, maximumFileBytes);
     if (file.status == ReadResult::Status::Missing)
         return Util::newXmlDocument(rootName);
     if (file.status == ReadResult::Status::Failed && !file.isTooLarge)
@@ -99,7 +99,7 @@ QDomElement CacheFile::find(const QDomElement& root, const QString& nodePath) co
 
 CacheFile::ReadResult CacheFile::read(const QString& nodePath, CacheRecord& record) const {
     using Status = Util::AtomicFile::ReadResult::Status;
-    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_path, maximumFileBytes);
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::readOwn(m_path, maximumFileBytes);
     if (file.status == Status::Missing)
         return ReadResult::Missing;
     const QDomDocument document = file.status == Status::Read ? parse(file.data) : QDomDocument();

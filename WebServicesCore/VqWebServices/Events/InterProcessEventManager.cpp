@@ -121,7 +121,7 @@ void InterProcessEventManager::EventTriggerFileChanged() {
         return;
     }
     EventDocument event;
-    const Util::AtomicFile::ReadResult file = Util::AtomicFile::read(m_eventFile, maximumEventSize);
+    const Util::AtomicFile::ReadResult file = Util::AtomicFile::readOwn(m_eventFile, maximumEventSize);
     switch (readEventDocument(file.data, event)) {
     case EventReadResult::NotXml:
         m_logger->warning(

@@ -97,9 +97,12 @@ bool LogSetupHelper::SetupLog() {
                 "Web Services log configuration file %1 not found in the install folder. Using the one in Halvern Desktop install folder. Please include this file in the installer.")
                 .arg(configurationFileName()));
     const LogConfiguration configuration(logFileFolder());
-    if (!QDir(configuration.folder()).exists() && !Util::ensureOwnerOnlyFolder(configuration.folder()))
+    // A log of another user's would keep that user from writing one. A folder that was chosen for logs may be anybody's.
+    const bool isOwn = configuration.folder() == RuntimePaths::dataPath();
+    const Util::Result<void> owner = isOwn ? Util::checkOwner(configuration.folder()) : Util::Result<void>();
+    if (owner && !QDir(configuration.folder()).exists() && !Util::ensureOwnerOnlyFolder(configuration.folder()))
         Log::rootLogger().error(QStringLiteral("Failed to create the folder of the log file %1").arg(configuration.folder()));
-    const Util::Result<void> applied = configuration.apply(path);
+    const Util::Result<void> applied = owner ? configuration.apply(path) : owner;
     if (!applied) {
         reportFailure(path, applied.reason());
         return false;

@@ -13,7 +13,7 @@ class Cancellation;
 
 // Before the library is started.
 
-/// The data folder: it exists, is writable, and only the user has access.
+/// The data folder: it exists, belongs to the user with all that is in it, is writable, and only the user has access.
 [[nodiscard]] Findings checkFolder(const SetUp& setUp);
 /// The login state file: it is readable and complete, only the user has access, and its key exists. Also finds files that a
 /// crash left next to it.

@@ -2,6 +2,7 @@
 #include "Platform/FilePrivacy.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QTemporaryFile>
 
@@ -18,6 +19,22 @@ QString nearestExisting(const QString& folder) {
     return info.filePath();
 }
 
+// The folder, or the first in it, that another user owns: such is not used. A folder of the system is no fault while the data
+// folder is not there yet.
+Findings checkOwners(const QString& existing, const QString& folder) {
+    QStringList paths{existing};
+    for (QDirIterator below(folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+         below.hasNext();)
+        paths += below.next();
+    for (const QString& path : std::as_const(paths)) {
+        const QString owner = otherOwner(path);
+        if (!owner.isEmpty() && (existing == folder || owner != QStringLiteral("root")))
+            return {fault(name, QStringLiteral("%1 belongs to %2, so it is not used").arg(path, owner),
+                          cureForOtherOwner(existing == folder ? folder : existing, owner))};
+    }
+    return {};
+}
+
 bool canWrite(const QString& folder) {
     QTemporaryFile probe(folder + QStringLiteral("/.vqws-XXXXXX"));
     return probe.open();
@@ -31,6 +48,9 @@ Findings checkFolder(const SetUp& setUp) {
     if (!QFileInfo(existing).isDir())
         return {fault(name, QStringLiteral("%1 is not a folder").arg(existing),
                       QStringLiteral("move it away; the library creates the folder"))};
+    const Findings owners = checkOwners(existing, folder);
+    if (!owners.isEmpty())
+        return owners;
     if (!canWrite(existing))
         return {fault(name, QStringLiteral("%1 cannot be written to").arg(existing),
                       QStringLiteral("give the user the right to write there, or free space on the disk"))};

@@ -2,11 +2,12 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Diagnosis/DumpAllowList.h"
+#include "VqUtil/Xml/BoundedXmlReader.h"
+#include "VqUtil/Xml/XmlScan.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QXmlStreamReader>
 #include <algorithm>
 
 namespace Velquor::WebServices::Internal {
@@ -53,6 +54,11 @@ QString jsonOrNothing(const QByteArray& body) {
     return QString::fromUtf8(masked.toJson(QJsonDocument::Compact));
 }
 
+QString localName(const QXmlStreamReader& reader) {
+    const QString name = reader.qualifiedName().toString();
+    return name.mid(name.lastIndexOf(QLatin1Char(':')) + 1);
+}
+
 QString startTag(const QXmlStreamReader& reader) {
     QString tag = QLatin1Char('<') + reader.qualifiedName().toString();
     for (const QXmlStreamAttribute& attribute : reader.attributes()) {
@@ -63,24 +69,25 @@ QString startTag(const QXmlStreamReader& reader) {
 }
 
 QString xmlOrNothing(const QByteArray& body) {
-    QXmlStreamReader reader(body);
+    const Util::Result<QString> characters = Util::xmlCharacters(body);
+    if (!characters)
+        return {};
+    Util::BoundedXmlReader reader(*characters, {});
+    const QXmlStreamReader& token = reader.token();
     QString text;
     QString element;
-    while (!reader.atEnd() && text.size() < EnoughXml) {
-        const QXmlStreamReader::TokenType token = reader.readNext();
-        if (token == QXmlStreamReader::DTD || token == QXmlStreamReader::Invalid)
-            return {};
-        if (token == QXmlStreamReader::StartElement) {
-            element = reader.name().toString();
-            text += startTag(reader);
-        } else if (token == QXmlStreamReader::EndElement) {
+    while (text.size() < EnoughXml && reader.next()) {
+        if (token.isStartElement()) {
+            element = localName(token);
+            text += startTag(token);
+        } else if (token.isEndElement()) {
             element.clear();
-            text += QStringLiteral("</%1>").arg(reader.qualifiedName().toString());
-        } else if (token == QXmlStreamReader::Characters && !reader.isWhitespace()) {
-            text += shownOrHidden(element, reader.text().toString());
+            text += QStringLiteral("</%1>").arg(token.qualifiedName().toString());
+        } else if (token.isCharacters() && !token.isWhitespace()) {
+            text += shownOrHidden(element, token.text().toString());
         }
     }
-    return text;
+    return reader.fault().isEmpty() ? text : QString();
 }
 
 bool isForm(const QByteArray& body) {

@@ -61,8 +61,11 @@ QString UrlStore::GetUrl(Server server, WebServicesUrlCode code) {
 }
 
 QString UrlStore::endPoint(Server server, const QString& serviceKey, const QString& endPointKey) {
-    const QString service = GetUrl(server, serviceKey);
+    QString service = GetUrl(server, serviceKey);
     const QString path = GetUrl(server, endPointKey);
+    // "//" would be another path, which a server refuses like a wrong signature.
+    if (path.startsWith(QLatin1Char('/')) && service.endsWith(QLatin1Char('/')))
+        service.chop(1);
     return service.isEmpty() || path.isEmpty() ? QString() : service + path;
 }
 

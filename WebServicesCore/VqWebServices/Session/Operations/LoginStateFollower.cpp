@@ -85,7 +85,7 @@ LoginStateReader::Followed LoginStateFollower::applyFile(LockedState& state) {
     if (!m_state.hasFileChanged())
         return {true, false};
     // Wait briefly: a worker asks again, and the main thread must go on.
-    const LoginStateReader::Followed followed = LoginStateReader(state, LoginStateFile::briefTimeoutMs).follow();
+    const LoginStateReader::Followed followed = LoginStateReader(state).follow();
     // Before the restore nothing may be saved, so no token work starts.
     if (followed.hasRead && m_state.isRestored())
         ProductConfigurator(state).configureAll();

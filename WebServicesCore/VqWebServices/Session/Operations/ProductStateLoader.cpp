@@ -16,7 +16,7 @@ bool ProductStateLoader::loadProduct(const QString& clientKey) {
         m_logger.information(QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(path));
         return false;
     }
-    const LoginStateFile::Content content = m_state.file().readNow();
+    const LoginStateFile::Content content = m_state.file().readAtStart();
     const std::optional<LoginState> file =
         content.isRead() ? LoginStateReader(m_state).findOwnSignIn(*content.document) : std::nullopt;
     const StoredProduct* const product = file ? file->product(m_state->productKey(clientKey)) : nullptr;
@@ -46,7 +46,7 @@ bool ProductStateLoader::SetInfor1(const QString& productKey) {
             QStringLiteral("Can't load login state1 from file %1. File not found from the default path. SetInfor1.").arg(path));
         return false;
     }
-    const LoginStateFile::Content content = m_state.file().readNow();
+    const LoginStateFile::Content content = m_state.file().readAtStart();
     if (!content.isRead()) {
         m_logger.error(QStringLiteral("Failed to read SetInfor1 from file %1. %2.").arg(path, content.error));
         return false;

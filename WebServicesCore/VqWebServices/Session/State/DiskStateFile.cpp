@@ -38,8 +38,8 @@ DiskStateFile::DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> 
     , m_logger(std::move(logger)) {}
 
 std::unique_ptr<IStateFile::ILock> DiskStateFile::lock(int timeoutMs) {
-    if (!Util::ensureOwnerOnlyFolder(m_folder))
-        m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file").arg(m_folder));
+    if (const Util::Result<void> made = Util::ensureOwnerOnlyFolder(m_folder); !made)
+        m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file. %2").arg(m_folder, made.reason()));
     auto made = std::make_unique<Lock>(m_folder, m_logger);
     const bool isHeld = made->acquire(timeoutMs);
     m_isLockRefused = made->isRefused();
@@ -59,7 +59,7 @@ Util::FileStamp DiskStateFile::stamp() const {
 }
 
 Util::AtomicFile::ReadResult DiskStateFile::read(qint64 maximumSize) {
-    return Util::AtomicFile::read(m_path, maximumSize);
+    return Util::AtomicFile::readOwn(m_path, maximumSize);
 }
 
 Util::Result<void> DiskStateFile::write(const QByteArray& text) {

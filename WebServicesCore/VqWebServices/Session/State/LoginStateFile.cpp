@@ -15,9 +15,11 @@ LoginStateFile::LoginStateFile(std::shared_ptr<IStateFile> storage, std::functio
 LoginStateFile::Guard::Guard(LoginStateFile& file, int timeoutMs)
     : m_file(file) {
     m_file.m_logger->information(QStringLiteral("Acquiring login state file lock"));
-    m_lock = m_file.m_storage->lock(timeoutMs);
+    m_lock = m_file.m_storage->lock(m_file.m_isLockStuck ? qMin(timeoutMs, briefTimeoutMs) : timeoutMs);
     if (m_lock)
         m_file.m_logger->information(QStringLiteral("Acquired login state file lock"));
+    if (m_lock || timeoutMs > briefTimeoutMs)
+        m_file.m_isLockStuck = !m_lock;
 }
 
 LoginStateFile::Guard::~Guard() {
@@ -67,8 +69,13 @@ LoginStateFile::Content LoginStateFile::readContent() {
     return content;
 }
 
-LoginStateFile::Content LoginStateFile::readNow(int timeoutMs) {
-    const Guard guard(*this, timeoutMs);
+LoginStateFile::Content LoginStateFile::readAtStart() {
+    const Guard guard(*this, briefTimeoutMs);
+    return read();
+}
+
+LoginStateFile::Content LoginStateFile::readNow() {
+    const Guard guard(*this, briefTimeoutMs);
     // The file is replaced whole, so a reader without the right to write needs no lock.
     return guard.isHeld() || m_storage->isLockRefused() ? read() : Content();
 }

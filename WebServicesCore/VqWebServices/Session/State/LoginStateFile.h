@@ -5,6 +5,7 @@
 #include "VqLog/ILogger.h"
 
 #include <QReadWriteLock>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,8 +22,9 @@ public:
     /// `now`: the date of a document that is started anew.
     LoginStateFile(std::shared_ptr<IStateFile> storage, std::function<QDateTime()> now, std::shared_ptr<Log::ILogger> logger);
 
-    /// For operations that must read or write the file: many times what one read and write takes. Bounded, since a process that
-    /// was stopped while it held the lock must not stop the others for ever.
+    /// For operations that must write the file: many times what one read and write takes. Bounded, since a process that was
+    /// stopped while it held the lock must not stop the others for ever. After one such wait in vain the others are brief until
+    /// the lock could be taken: an operation that takes it several times waits once.
     static constexpr int patientTimeoutMs = 10000;
     /// For operations that can do without the file's latest state.
     static constexpr int briefTimeoutMs = 250;
@@ -56,8 +58,11 @@ public:
 
     /// Reads the document. A missing file is no error.
     [[nodiscard]] Content read();
-    /// The same under a guard of its own, which is let go again. `Busy` when the lock was not free in time.
-    [[nodiscard]] Content readNow(int timeoutMs = patientTimeoutMs);
+    /// The same under a guard of its own, which is let go again. `Busy` when the lock was not free after a short wait.
+    [[nodiscard]] Content readNow();
+    /// The same for a start: after the short wait it reads without the lock, since a program that was stopped while it held the
+    /// lock must not keep the user signed out. The file is replaced whole, so what is read is whole.
+    [[nodiscard]] Content readAtStart();
 
     /// The document to change for a save: the file's, or a new one when there is none or it is damaged (a damaged file is set
     /// aside under another name). None when the file exists but cannot be read now: then nothing may be written.
@@ -94,6 +99,7 @@ private:
     const std::shared_ptr<Log::ILogger> m_logger;
     mutable QReadWriteLock m_seenLock; ///< The stamp is looked at before every operation, without the login session lock.
     Util::FileStamp m_seen;
+    std::atomic<bool> m_isLockStuck{false};
     Util::FileStamp m_lastRead; ///< Of the content that was read, or else written, last.
 };
 

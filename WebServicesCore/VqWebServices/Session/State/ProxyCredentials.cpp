@@ -189,7 +189,7 @@ void ProxyCredentials::loadFromFile() {
             QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_file.path()));
         return;
     }
-    const LoginStateFile::Content content = m_file.readNow();
+    const LoginStateFile::Content content = m_file.readAtStart();
     if (content.isRead())
         follow(*content.document, true);
 }
@@ -200,8 +200,7 @@ ProxyLogin ProxyCredentials::find(const ProxyAddress& proxy, const RefusedLogins
         return mine;
     // `m_file` may be used by one thread at a time, and this function runs on any.
     LoginStateFile file(m_storage, m_now, m_logger);
-    const LoginStateFile::Content content =
-        file.exists() ? file.readNow(LoginStateFile::briefTimeoutMs) : LoginStateFile::Content();
+    const LoginStateFile::Content content = file.exists() ? file.readNow() : LoginStateFile::Content();
     const std::optional<QNetworkProxy> stored =
         content.isRead() ? decrypted(content.document->proxy(), QNetworkProxy()) : std::nullopt;
     if (!stored)

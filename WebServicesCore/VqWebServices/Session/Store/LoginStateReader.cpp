@@ -7,10 +7,9 @@
 
 namespace Velquor::WebServices::Internal {
 
-LoginStateReader::LoginStateReader(LockedState& state, int guardTimeoutMs)
+LoginStateReader::LoginStateReader(LockedState& state)
     : m_state(state)
-    , m_logger(*state->services().loggers.session)
-    , m_guardTimeoutMs(guardTimeoutMs) {}
+    , m_logger(*state->services().loggers.session) {}
 
 HeldLogin LoginStateReader::heldForReading() const {
     HeldLogin held = heldLogin(*m_state);
@@ -25,7 +24,7 @@ void LoginStateReader::loadBasic() {
         m_logger.information(QStringLiteral("Can't load basic login state from file %1. File not found.").arg(path));
         return;
     }
-    const LoginStateFile::Content content = m_state.file().readNow(m_guardTimeoutMs);
+    const LoginStateFile::Content content = m_state.file().readAtStart();
     if (!content.isRead()) {
         m_logger.error(QStringLiteral("Failed to load basic login state from file %1. %2.").arg(path, content.error));
         return;
@@ -49,11 +48,11 @@ void LoginStateReader::restore() {
         m_state.file().removeLeftovers();
         return;
     }
-    apply(m_state.file().readNow(m_guardTimeoutMs), true);
+    apply(m_state.file().readAtStart(), true);
 }
 
 LoginStateReader::Followed LoginStateReader::follow() {
-    const LoginStateFile::Content content = m_state.file().readNow(m_guardTimeoutMs);
+    const LoginStateFile::Content content = m_state.file().readNow();
     if (content.status == LoginStateFile::Content::Status::Missing)
         m_logger.information(
             QStringLiteral("Loading of login state skipped. Login state file %1 does not exist.").arg(m_state.file().path()));

@@ -13,8 +13,7 @@ namespace Velquor::WebServices::Internal {
 /// leaves memory as it is, and `LockedState::unread` asks for another try.
 class LoginStateReader {
 public:
-    /// Waits for the lock of the file at most `guardTimeoutMs` milliseconds.
-    explicit LoginStateReader(LockedState& state, int guardTimeoutMs = LoginStateFile::patientTimeoutMs);
+    explicit LoginStateReader(LockedState& state);
 
     /// Reads only server, user and session expiry, for questions that are asked before the login is restored.
     void loadBasic();
@@ -46,7 +45,6 @@ private:
 
     LockedState& m_state;
     Log::ILogger& m_logger;
-    const int m_guardTimeoutMs;
     bool m_isUndecided = false; ///< The sign-in could not be checked, and the file is to be read again.
 };
 

@@ -13,13 +13,24 @@ QString othersWithAccess(const QString& path) {
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return {};
     QStringList others;
-    if (info.st_uid != ::geteuid())
-        others += QStringLiteral("its owner %1").arg(QFileInfo(path).owner());
     if ((info.st_mode & S_IRWXG) != 0)
         others += QStringLiteral("the group %1").arg(QFileInfo(path).group());
     if ((info.st_mode & S_IRWXO) != 0)
         others += QStringLiteral("everybody");
     return others.join(QStringLiteral(" and "));
+}
+
+QString otherOwner(const QString& path) {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0 || info.st_uid == ::geteuid())
+        return {};
+    const QString name = QFileInfo(path).owner();
+    return name.isEmpty() ? QString::number(info.st_uid) : name;
+}
+
+QString cureForOtherOwner(const QString& folder, const QString& owner) {
+    return ::geteuid() == 0 ? QStringLiteral("start programs as %1 and not as root").arg(owner)
+                            : QStringLiteral("sudo chown -R %1 '%2'").arg(::geteuid()).arg(folder);
 }
 
 QString commandToMakePrivate(const QString& path) {

@@ -83,6 +83,14 @@ QString othersWithAccess(const QString& path) {
     return list ? othersIn(list).join(QStringLiteral(" and ")) : QStringLiteral("everybody");
 }
 
+QString otherOwner(const QString&) {
+    return {};
+}
+
+QString cureForOtherOwner(const QString&, const QString&) {
+    return {};
+}
+
 QString commandToMakePrivate(const QString& path) {
     return QStringLiteral("icacls \"%1\" /inheritance:r /grant:r \"%USERNAME%\":F").arg(QDir::toNativeSeparators(path));
 }

@@ -105,7 +105,7 @@ EvpKey create(const QString& path, const SecretBytes& phrase, Log::ILogger& logg
 }
 
 EvpKey readOrCreate(const QString& path, SecretBytes& phrase, Log::ILogger& logger) {
-    const ReadResult file = AtomicFile::read(path, maximumKeyFileSize);
+    const ReadResult file = AtomicFile::readOwn(path, maximumKeyFileSize);
     // A file that cannot be read at present (permissions, too many open files) may hold a good key. Do not replace it. One that
     // is too large holds none.
     if (file.status == ReadResult::Status::Failed && !file.isTooLarge) {
@@ -135,8 +135,8 @@ EvpKey readOrCreateAlone(const QString& folder, const QString& path, SecretBytes
 } // namespace
 
 std::shared_ptr<IRsaCryptor> openUserRsaCryptor(const QString& folder, const std::shared_ptr<Log::ILogger>& logger) {
-    if (!ensureOwnerOnlyFolder(folder)) {
-        logger->error(QStringLiteral("Failed to create the folder of the user's key: %1").arg(folder));
+    if (const Result<void> made = ensureOwnerOnlyFolder(folder); !made) {
+        logger->error(QStringLiteral("Failed to create the folder of the user's key: %1. %2").arg(folder, made.reason()));
         return std::make_shared<OpenSslRsaCryptor>(EvpKey());
     }
     const QString path = folder + QStringLiteral("/UserKey.pem");
@@ -146,7 +146,7 @@ std::shared_ptr<IRsaCryptor> openUserRsaCryptor(const QString& folder, const std
         logger->error(QStringLiteral("Failed to read the identity of the machine, which the user's key %1 needs").arg(path));
         return std::make_shared<OpenSslRsaCryptor>(EvpKey());
     }
-    EvpKey key = fromPem(AtomicFile::read(path, maximumKeyFileSize).data, *phrase);
+    EvpKey key = fromPem(AtomicFile::readOwn(path, maximumKeyFileSize).data, *phrase);
     if (!key)
         key = readOrCreateAlone(folder, path, *phrase, *logger);
     return std::make_shared<OpenSslRsaCryptor>(key);

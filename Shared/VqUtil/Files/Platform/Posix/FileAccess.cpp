@@ -32,21 +32,47 @@ bool writeWhole(int descriptor, const QByteArray& data, Flush flush) {
     return flush == Flush::No || ::fsync(descriptor) == 0;
 }
 
+// With its parents, each of them the user's alone whatever mask the process has: who may write to a parent can move ours away.
+bool makeFolder(const QString& folder) {
+    const QByteArray path = QFile::encodeName(folder);
+    if (::mkdir(path.constData(), 0700) == 0 || errno == EEXIST)
+        return true;
+    const QString above = QFileInfo(folder).path();
+    return errno == ENOENT && above != folder && makeFolder(above) && (::mkdir(path.constData(), 0700) == 0 || errno == EEXIST);
+}
+
 } // namespace
 
-bool ensureOwnerOnlyFolder(const QString& folder) {
-    if (folder.isEmpty())
-        return false;
+Result<void> checkOwner(const QString& path) {
+    struct stat info {};
+    QString existing = QDir::cleanPath(path);
+    while (::stat(QFile::encodeName(existing).constData(), &info) != 0) {
+        const QString above = QFileInfo(existing).path();
+        if (errno != ENOENT || above == existing)
+            return {};
+        existing = above;
+    }
+    const bool isSystemFolder = info.st_uid == 0 && existing != QDir::cleanPath(path);
+    if (info.st_uid == ::geteuid() || isSystemFolder)
+        return {};
+    const QString name = QFileInfo(existing).owner();
+    return Failure{
+        QStringLiteral("%1 belongs to another user, %2").arg(existing, name.isEmpty() ? QString::number(info.st_uid) : name)};
+}
+
+Result<void> ensureOwnerOnlyFolder(const QString& folder) {
+    if (Result<void> owner = checkOwner(folder); !owner)
+        return owner;
     const QByteArray path = QFile::encodeName(folder);
     struct stat info {};
-    if (::stat(path.constData(), &info) != 0) {
-        if (!QDir().mkpath(QFileInfo(folder).path()) || (::mkdir(path.constData(), 0700) != 0 && errno != EEXIST)
-            || ::stat(path.constData(), &info) != 0)
-            return false;
-    }
+    const auto read = [&] { return ::stat(path.constData(), &info) == 0; };
+    if (!read() && !(makeFolder(folder) && read()))
+        return Failure{lastError()};
     if (!S_ISDIR(info.st_mode))
-        return false;
-    return info.st_uid != ::geteuid() || (info.st_mode & 077) == 0 || ::chmod(path.constData(), 0700) == 0;
+        return Failure{qt_error_string(ENOTDIR)};
+    if ((info.st_mode & 077) == 0 || ::chmod(path.constData(), 0700) == 0)
+        return {};
+    return Failure{lastError()};
 }
 
 bool claimFolder(const QString& folder) {
@@ -56,7 +82,7 @@ bool claimFolder(const QString& folder) {
     if (!read() && (errno != ENOENT || !ensureOwnerOnlyFolder(folder) || !read()))
         return false;
     const bool isShared = (info.st_mode & 022) != 0;
-    return S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && !isShared && ensureOwnerOnlyFolder(folder);
+    return S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && !isShared && bool(ensureOwnerOnlyFolder(folder));
 }
 
 Result<void> openForReading(QFile& file, const QString& path) {

@@ -55,22 +55,28 @@ FileStamp stamp(const FILETIME& modified, DWORD sizeHigh, DWORD sizeLow, quint64
 
 } // namespace
 
-bool ensureOwnerOnlyFolder(const QString& folder) {
+Result<void> checkOwner(const QString&) {
+    return {};
+}
+
+Result<void> ensureOwnerOnlyFolder(const QString& folder) {
     if (folder.isEmpty())
-        return false;
+        return failure(ERROR_INVALID_NAME);
     const std::wstring path = nativePath(folder);
     DWORD attributes = ::GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         OwnerOnlySecurity security(OwnerOnlySecurity::Kind::Folder);
         if (!security.isValid() || !QDir().mkpath(QFileInfo(folder).path()))
-            return false;
+            return failure(ERROR_PATH_NOT_FOUND);
         const BOOL created = ::CreateDirectoryW(path.c_str(), security.attributes());
         const DWORD code = ::GetLastError();
         if (!created && code != ERROR_ALREADY_EXISTS)
-            return false;
+            return failure(code);
         attributes = ::GetFileAttributesW(path.c_str());
     }
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && takeRightsOfOthersAway(path);
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        return failure(ERROR_DIRECTORY);
+    return takeRightsOfOthersAway(path) ? Result<void>() : failure(ERROR_ACCESS_DENIED);
 }
 
 bool claimFolder(const QString& folder) {
@@ -82,7 +88,7 @@ bool claimFolder(const QString& folder) {
         attributes = ::GetFileAttributesW(path.c_str());
     }
     const bool isLink = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    return attributes != INVALID_FILE_ATTRIBUTES && !isLink && isFolderOfUserAlone(path) && ensureOwnerOnlyFolder(folder);
+    return attributes != INVALID_FILE_ATTRIBUTES && !isLink && isFolderOfUserAlone(path) && bool(ensureOwnerOnlyFolder(folder));
 }
 
 Result<void> writeOwnerOnlyFile(const QString& path, const QByteArray& data, Flush flush) {

@@ -1,5 +1,6 @@
 #include "VqUtil/Locks/ProcessGuard.h"
 
+#include "VqUtil/Files/FileAccess.h"
 #include "VqUtil/Platform/Posix/FileDescriptor.h"
 
 #include <QDeadlineTimer>
@@ -80,6 +81,10 @@ ProcessGuard::~ProcessGuard() = default;
 ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
     const QDeadlineTimer patience(std::min(timeoutMs, turnTimeoutMs));
+    if (const auto owner = checkOwner(QFile::decodeName(m_native->path)); !owner) {
+        m_errorText = owner.reason();
+        return Result::Failed;
+    }
     m_native->open();
     for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
         if (m_native->takeTurn() || patience.hasExpired()) {
