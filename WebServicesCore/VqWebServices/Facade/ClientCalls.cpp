@@ -18,7 +18,7 @@ Util::Result<SigningOrder> orderOf(const Util::Result<SigningTexts>& texts) {
 } // namespace
 
 InitiatedLogin initiateLogin(const QString& clientKey, const QString& userName) {
-    const InitiatedLogin failure{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
+    InitiatedLogin failure{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
     if (!mayUseNetwork("Cannot initiate login. Web Services initialization failed due to missing WebServices.logconfig file."))
         return failure;
     return withSession("InitiateLogin", failure, [&](LoginSession& session) {
