@@ -8,7 +8,7 @@ if(WIN32)
   set(library_folder "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-install(TARGETS VqWebServices EXPORT VqWebServicesTargets
+install(TARGETS VqWebServices vqws_c EXPORT VqWebServicesTargets
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")

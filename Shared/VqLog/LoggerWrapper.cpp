@@ -1,7 +1,9 @@
 #include "VqLog/LoggerWrapper.h"
 
+#include "VqLog/CallReport.h"
 #include "VqLog/KnownSecrets.h"
 #include "VqLog/LogQueue.h"
+#include "VqLog/LogTap.h"
 
 #include <QScopeGuard>
 #include <QThread>
@@ -40,9 +42,12 @@ bool LoggerWrapper::isEnabled(Level level) const {
 }
 
 void LoggerWrapper::write(Level level, const QString& prefix, const QString& text) {
+    if (level >= Level::Error)
+        CallReport::noteError(prefix, text);
     if (!isEnabled(level))
         return;
     const QString line = logLine(prefix.isEmpty() ? text : prefix + QStringLiteral(": ") + text);
+    LogTap::instance().add(level, line);
     if (LogQueue::instance().add({m_name, level, line}))
         return;
     ++writers;
@@ -63,6 +68,7 @@ ILogger& rootLogger() {
 
 void endLog(LogEnd end) {
     isEnded = true;
+    LogTap::endWithProcess();
     while (end == LogEnd::WhenNobodyWrites && isBeingWritten())
         QThread::msleep(1);
 }

@@ -99,6 +99,14 @@ class DocsTest(unittest.TestCase):
                 self.nothing(documents.missing(names, configuration))
                 self.assertEqual(["NotThere"], documents.missing(names | {"NotThere"}, configuration))
 
+    def test_every_operation_stands_in_the_table_of_the_c_interface(self):
+        table = set(re.findall(r"`(?:\w+::)?(\w+)`", "".join(re.findall(r"^\|.*$", page("c-interface.md"), re.M))))
+        functions = set(re.findall(r"^vqws_\w+", (SOURCE / "WebServicesCore/vqws.exports").read_text(encoding="utf-8"), re.M))
+        exports = (SOURCE / "tests/exports/exports.txt").read_text(encoding="utf-8")
+        operations = set(re.findall(r"::WebServicesManager(?:Ex)?::(\w+)\(", exports)) - {"GetInstance", "GetInstanceEx"}
+        self.assertGreater(len(functions | operations), 130)
+        self.nothing(sorted((functions | operations) - table))
+
     def test_each_example_of_a_url_file_is_whole(self):
         keys = url_keys(code())
         for example in sorted((SOURCE / "config").glob("*.example")):

@@ -58,11 +58,13 @@ if(TOOLCHAIN)
   file(COPY ${programs} DESTINATION "${installed}/bin")
   get_filename_component(runner "${TOOLCHAIN}/../../tools/windows/run" ABSOLUTE)
   run("${CMAKE_COMMAND}" -E env VQ_WINE_PATH= "${runner}" --fresh --sysroot "${SYSROOT}" "${installed}/bin/consumer.exe")
+  run("${CMAKE_COMMAND}" -E env VQ_WINE_PATH= "${runner}" --fresh --sysroot "${SYSROOT}" "${installed}/bin/c_consumer.exe")
   run("${CMAKE_COMMAND}" -E env VQ_WINE_PATH= "${runner}" --fresh --sysroot "${SYSROOT}" "${installed}/bin/vqws.exe" --version)
   run("${CMAKE_COMMAND}" -E env VQ_WINE_PATH= ${try_programs} --sysroot "${SYSROOT}"
     "${installed}/bin/first-request" "${installed}/bin/qt-host" "${installed}/bin/native-host")
 else()
   run("${CMAKE_COMMAND}" -E env "XDG_DATA_HOME=${work}/data" "${work}/consumer/consumer")
+  run("${CMAKE_COMMAND}" -E env "XDG_DATA_HOME=${work}/data" "${work}/consumer/c_consumer")
   run("${installed}/bin/vqws" --version)
   run(${try_programs} "${work}/cmake/first-request" "${work}/qt-host/qt-host")
   # The long form builds the library as the page says, too.

@@ -94,7 +94,7 @@ class ProgramsTest(unittest.TestCase):
         self.assertEqual(["LoginRestored", "LoggedIn", "LoggedOut"], first.events)
         self.assertFalse(self.start("third").ask("status")["signedIn"])
 
-    def run_with_configuration(self, configuration: bytes | None) -> subprocess.CompletedProcess:
+    def run_with_configuration(self, configuration: bytes | None, command: list[str] | None = None, orders: str = "") -> subprocess.CompletedProcess:
         """Runs the product with the library in a folder that holds this log configuration, or none."""
         library = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
         for file in BINARIES.glob("libVqWebServices.so*"):
@@ -102,9 +102,9 @@ class ProgramsTest(unittest.TestCase):
         if configuration is not None:
             (library / "WebServices.logconfig").write_bytes(configuration)
         environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "XDG_DATA_HOME": str(library / "none")}
-        return subprocess.run([str(PRODUCT), "--support", str(self.service.folder), "--ca", self.service.info["ca_file"]],
-                              input=f"status\ninitiate-login\nget {self.service.info['url']}/api/echo\n"
-                                    "logout\ninitiate-logout\ncomplete-login\nquit\n",
+        return subprocess.run(command or [str(PRODUCT), "--support", str(self.service.folder), "--ca", self.service.info["ca_file"]],
+                              input=orders or f"status\ninitiate-login\nget {self.service.info['url']}/api/echo\n"
+                                              "logout\ninitiate-logout\ncomplete-login\nquit\n",
                               capture_output=True, text=True, timeout=30, check=False, env=environment)
 
     @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
@@ -119,6 +119,13 @@ class ProgramsTest(unittest.TestCase):
             self.assertIn(f"{refusal} {reason}", run.stdout)
         # Nor does the library ask by itself, for instance for the time.
         self.assertEqual(before, self.service.control("log")["requests"])
+
+    @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
+    def test_the_c_interface_tells_that_by_a_result_and_prints_nothing(self):
+        run = self.run_with_configuration(None, [str(BINARIES / "product_c"), str(self.service.folder), self.service.info["ca_file"]],
+                                          "sign https://example.com/\nlogout\ncomplete\n")
+        self.assertEqual(["start 0", "sign 19", "logout 19", "complete 19"],
+                         [" ".join(line.split()[:2]) for line in run.stdout.splitlines() if not line.startswith(("event", "released"))])
 
     @unittest.skipIf(SYSROOT, "moves the library by the loader's search path, which Windows does not have")
     def test_a_log_configuration_that_cannot_be_applied_costs_the_log_only(self):

@@ -1,6 +1,7 @@
 #include "Events/EventDispatcher.h"
 
 #include "Events/ObserverCall.h"
+#include "VqLog/CallReport.h"
 
 #include <exception>
 #include <utility>
@@ -38,6 +39,7 @@ bool EventDispatcher::callObservers(Event event, const QString& consumerKey, boo
 
 void EventDispatcher::callGuarded(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto) {
     try {
+        const Log::CallReportPause pause;
         callObserver(observer, event, consumerKey, veto);
     } catch (const std::exception& exception) {
         m_logger->error(QStringLiteral("An observer threw an exception in event %1: %2")

@@ -56,6 +56,8 @@ bool callThird(IWebServicesObserver3& observer, Event event, const std::wstring&
 } // namespace
 
 void callObserver(IWebServicesObserver& observer, Event event, const QString& consumerKey, bool* veto) {
+    if (auto* const sink = dynamic_cast<IEventSink*>(&observer))
+        return sink->receive(event, consumerKey, veto);
     const std::wstring key = consumerKey.toStdWString();
     if (callBase(observer, event, key, veto))
         return;

@@ -1,17 +1,22 @@
 #include "Facade/FacadeCall.h"
 
-#include <cstdio>
 #include <limits>
 
 namespace Velquor::WebServices::Internal {
+
+Log::CallFailure failureOf(const std::exception& exception) {
+    if (dynamic_cast<const std::bad_alloc*>(&exception))
+        return Log::CallFailure::NoMemory;
+    return dynamic_cast<const std::length_error*>(&exception) ? Log::CallFailure::TooLong : Log::CallFailure::Fault;
+}
 
 bool mayUseNetwork(const char* refusal) {
     const WebServicesManagerImp& runtime = WebServicesManagerImp::instance();
     // While the library is not initialized the operation itself reports that.
     if (runtime.hasLogConfiguration() || !runtime.session())
         return true;
-    std::puts(refusal);
-    std::fflush(stdout);
+    Log::CallReport::fail(Log::CallFailure::NoLogConfiguration);
+    Log::tellWithoutLog(QLatin1String(refusal));
     return false;
 }
 
@@ -23,8 +28,12 @@ bool hasBuffer(const char* operation, const wchar_t* buffer, int size) {
 }
 
 bool reportSignedOut(const char* operation, LoginSession& session, const QString& clientKey, bool isDone) {
-    if (!isDone && !session.isLoggedIn(clientKey))
+    if (!isDone && !session.isLoggedIn(clientKey)) {
+        // An unknown client is named already.
+        if (session.isClient(clientKey))
+            Log::CallReport::fail(Log::CallFailure::NotSignedIn);
         Log::rootLogger().error(QStringLiteral("%1 failed. Not logged in.").arg(QLatin1String(operation)));
+    }
     return isDone;
 }
 

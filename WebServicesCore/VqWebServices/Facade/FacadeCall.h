@@ -1,11 +1,17 @@
 #pragma once
 
 #include "Facade/WebServicesManagerImp.h"
+#include "VqLog/CallReport.h"
 #include "VqLog/LoggerWrapper.h"
 
 #include <exception>
+#include <new>
+#include <stdexcept>
 
 namespace Velquor::WebServices::Internal {
+
+/// How an exception is named to a caller who asks for the reason.
+[[nodiscard]] Log::CallFailure failureOf(const std::exception& exception);
 
 /// Runs one operation of a facade and catches every exception: none may reach the host. Thread: any. Errors: the failure result
 /// and one log line.
@@ -14,9 +20,11 @@ Result guarded(const char* operation, Result failure, const Work& work) {
     try {
         return work();
     } catch (const std::exception& exception) {
+        Log::CallReport::fail(failureOf(exception));
         Log::rootLogger().error(
             QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), QString::fromLocal8Bit(exception.what())));
     } catch (...) {
+        Log::CallReport::fail(Log::CallFailure::Fault);
         Log::rootLogger().error(QStringLiteral("%1 failed. Unknown exception.").arg(QLatin1String(operation)));
     }
     return failure;
@@ -45,6 +53,7 @@ Result withSessionAsIs(const char* operation, Result failure, const Work& work, 
     return guarded(operation, failure, [&]() -> Result {
         if (const auto session = WebServicesManagerImp::instance().session())
             return work(*session);
+        Log::CallReport::fail(Log::CallFailure::NotInitialized);
         Log::rootLogger().error(refusal());
         return failure;
     });
@@ -88,7 +97,7 @@ bool reportSignedOut(const char* operation, LoginSession& session, const QString
 }
 
 /// True when an operation may use the network. False when the log configuration was missing at start-up. Then there is no log,
-/// and `refusal` is written to the standard output.
+/// and `refusal` is told without it.
 [[nodiscard]] bool mayUseNetwork(const char* refusal);
 
 /// Maps the reason of a failed `InitiateLogin` to its short form.

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Session/Operations/RequestSigning.h"
-
-#include <optional>
+#include "VqUtil/General/Result.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -17,8 +16,24 @@ struct SigningArguments {
     const wchar_t* tokenSecret;
 };
 
-/// Checks the arguments and converts them. Empty, with one log line, when the URL is not an absolute and encoded http or https
-/// URL, when the parameters are null, lack a name or are more than 1000, or when the method or the mode is unknown. Thread: any.
-[[nodiscard]] std::optional<SigningOrder> makeSigningOrder(const SigningArguments& arguments);
+/// The same as bytes, in UTF-8.
+struct SigningTexts {
+    QByteArray url;
+    OAuth::Parameters parameters;
+    HttpMethod method = HttpMethod::Get;
+    ParsingMode mode = ParsingMode::QueryString;
+    QByteArray token;
+    QByteArray tokenSecret;
+};
+
+/// The most parameters of one request.
+constexpr int maximumParameters = 1000;
+
+/// Converts the arguments. A failure when the parameters are null or too many. Thread: any.
+[[nodiscard]] Util::Result<SigningTexts> textsOf(const SigningArguments& arguments);
+
+/// Checks the texts. A failure when the URL is not an absolute and encoded http or https URL, when a parameter lacks a name, or
+/// when the method or the mode is unknown. Thread: any.
+[[nodiscard]] Util::Result<SigningOrder> makeSigningOrder(const SigningTexts& texts);
 
 } // namespace Velquor::WebServices::Internal

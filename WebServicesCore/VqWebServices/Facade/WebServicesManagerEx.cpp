@@ -1,8 +1,7 @@
 #include <VqWebServices/WebServicesManagerEx.h>
 
+#include "Facade/ClientCalls.h"
 #include "Facade/FacadeCall.h"
-#include "Facade/SigningArguments.h"
-#include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Urls/UrlStore.h"
 #include "Runtime/RuntimePaths.h"
 #include "Values/CallerText.h"
@@ -34,27 +33,19 @@ QByteArray cookieHeader(const NetworkCookieJar& jar) {
     return header;
 }
 
-wchar_t* signWith(LoginSession& session, const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
-    if (!session.requireClient(clientKey))
-        return nullptr;
-    std::optional<SigningOrder> order = makeSigningOrder(arguments);
-    if (!order)
-        return nullptr;
-    order->checkExpiry = checkExpiry;
-    const QByteArray result = session.SignRequest(clientKey, *order);
-    return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
+bool canUse(Server server) {
+    const bool isUsable = UrlStore::instance().canUse(server);
+    if (!isUsable)
+        Log::CallReport::fail(Log::CallFailure::NotFound);
+    return isUsable;
 }
 
 wchar_t* sign(const QString& clientKey, const SigningArguments& arguments, bool checkExpiry) {
-    if (!mayUseNetwork("Cannot sign request. Web Services initialization failed due to missing WebServices.logconfig file."))
-        return nullptr;
-    return withSession(
-        "SignRequest", static_cast<wchar_t*>(nullptr),
-        [&](LoginSession& session) { return signWith(session, clientKey, arguments, checkExpiry); },
-        [&] {
-            return QStringLiteral("SignRequest failed while signing url %1: Module not initialized or already uninitialized.")
-                .arg(displayUrl(QUrl(textFromCaller(arguments.url), QUrl::TolerantMode)));
-        });
+    return guarded("SignRequest", static_cast<wchar_t*>(nullptr), [&] {
+        const QByteArray result = signRequest(
+            clientKey, [&] { return textsOf(arguments); }, [&] { return textFromCaller(arguments.url); }, checkExpiry);
+        return result.isEmpty() ? nullptr : allocateText(QString::fromLatin1(result));
+    });
 }
 
 } // namespace
@@ -93,8 +84,7 @@ const WebServicesConfiguration& WebServicesManagerEx::GetConfiguration(const QSt
 
 bool WebServicesManagerEx::SetServer(const QString& clientKey, Server server) {
     return withSession("SetServer", false, [&](LoginSession& session) {
-        return session.requireClient(clientKey) && UrlStore::instance().canUse(server)
-               && session.ChangeServer(clientKey, server, true);
+        return session.requireClient(clientKey) && canUse(server) && session.ChangeServer(clientKey, server, true);
     });
 }
 
@@ -166,12 +156,9 @@ bool WebServicesManagerEx::InitiateLogin(const QString& clientKey, const wchar_t
         return false;
     url[0] = 0;
     error = LoginErrorEx::NotReady;
-    if (!mayUseNetwork("Cannot initiate login. Web Services initialization failed due to missing WebServices.logconfig file."))
-        return false;
     const InitiatedLogin failure{LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
-    const InitiatedLogin login = withSession("InitiateLogin", failure, [&](LoginSession& session) {
-        return session.requireClient(clientKey) ? session.InitiateLogin(clientKey, textFromCaller(userName)) : failure;
-    });
+    const InitiatedLogin login =
+        guarded("InitiateLogin", failure, [&] { return initiateLogin(clientKey, textFromCaller(userName)); });
     error = login.error;
     httpStatus = login.httpStatus;
     if (login.code != LoginCode::success)
@@ -200,14 +187,11 @@ bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url
     if (!hasBuffer("InitiateLogout", url, size))
         return false;
     url[0] = 0;
-    if (!mayUseNetwork("Cannot initiate logout. Web Services initialization failed due to missing WebServices.logconfig file."))
-        return false;
-    return withSession("InitiateLogout", false, [&](LoginSession& session) {
+    return guarded("InitiateLogout", false, [&] {
         QString text;
-        if (!session.requireClient(clientKey) || !session.InitiateLogout(clientKey, text, cookies))
-            return false;
-        copyText(text, url, size);
-        return true;
+        const bool isDone = initiateLogout(clientKey, text, cookies);
+        copyText(text, url, isDone ? size : 0);
+        return isDone;
     });
 }
 
@@ -237,14 +221,7 @@ int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buff
 }
 
 int WebServicesManagerEx::GetAccessToken(const QString& clientKey, wchar_t* buffer, int size, bool checkExpiry) {
-    if (!mayUseNetwork("Cannot get access token. Web Services initialization failed due to missing WebServices.logconfig file."))
-        return copyText(QString(), buffer, size);
-    return withSession("GetAccessToken", 0, [&](LoginSession& session) {
-        Util::SecretBytes token;
-        Util::SecretBytes secret;
-        const bool found = session.requireClient(clientKey) && session.GetAccessToken(clientKey, checkExpiry, token, secret);
-        return copyText(found ? token.toText() : QString(), buffer, size);
-    });
+    return guarded("GetAccessToken", 0, [&] { return copyText(accessToken(clientKey, checkExpiry).toText(), buffer, size); });
 }
 
 unsigned int WebServicesManagerEx::GetTokenExpiryDate(const QString& clientKey) {

@@ -6,6 +6,7 @@
 #include "Runtime/SilencedLoggers.h"
 #include "Values/LibrarySettings.h"
 #include "Values/LibraryVersion.h"
+#include "VqLog/CallReport.h"
 #include "VqLog/LogQueue.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/FileAccess.h"
@@ -14,7 +15,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <cstdio>
 #include <log4cplus/initializer.h>
 #include <log4cplus/logger.h>
 
@@ -36,8 +36,7 @@ bool isLogDisabled() {
 // Without a log the queued messages are never written, so the reason also goes to the standard output.
 void reportFailure(const QString& path, const QString& reason) {
     Log::rootLogger().error(QStringLiteral("Failed to setup log"));
-    std::puts(QStringLiteral("Failed to setup log: %1: %2").arg(path, reason).toLocal8Bit().constData());
-    std::fflush(stdout);
+    Log::tellWithoutLog(QStringLiteral("Failed to setup log: %1: %2").arg(path, reason));
 }
 
 // The library, its host, the system and how the network is reached: what every problem report needs.

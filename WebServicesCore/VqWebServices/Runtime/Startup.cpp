@@ -16,6 +16,7 @@
 #include "Time/SystemTimeSource.h"
 #include "Time/TimeServiceImp.h"
 #include "Values/OAuth2TokenSpecImp.h"
+#include "VqLog/CallReport.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Crypto/CachingCryptor.h"
 #include "VqUtil/Crypto/UserCryptor.h"
@@ -31,7 +32,6 @@
 #include <QNetworkProxyFactory>
 #include <QSslConfiguration>
 #include <QSslSocket>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <openssl/crypto.h>
@@ -48,8 +48,7 @@ bool findLogConfiguration() {
         QStringLiteral(
             "Web Services initialization failed. Log config file- %1 could not be located in any of the following paths:\n%2")
             .arg(LogSetupHelper::configurationFileName(), SupportFiles::folders().join(QLatin1Char('\n')));
-    std::puts(text.toLocal8Bit().constData());
-    std::fflush(stdout);
+    Log::tellWithoutLog(text);
     return false;
 }
 

@@ -10,6 +10,8 @@
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateReader.h"
 #include "Session/Store/LoginStateStore.h"
+#include "VqLog/CallReport.h"
+#include "VqUtil/Threads/HostWake.h"
 
 #include <QTimer>
 #include <utility>
@@ -86,8 +88,10 @@ bool LoginSession::RemoveClient(const QString& clientKey) {
 
 bool LoginSession::requireClient(const QString& clientKey) const {
     const bool isKnown = isClient(clientKey);
-    if (!isKnown)
+    if (!isKnown) {
+        Log::CallReport::fail(Log::CallFailure::UnknownClient);
         m_logger.error(QStringLiteral("Client info not found for client key %1.").arg(clientKey));
+    }
     return isKnown;
 }
 
@@ -229,6 +233,7 @@ void LoginSession::forceLogout(const QString& productKey, const QString& signInI
     m_state.beginLogout();
     QMetaObject::invokeMethod(
         this, [this, productKey, signInId] { LogoutSlot(productKey, signInId); }, Qt::QueuedConnection);
+    Util::HostWake::instance().wake();
 }
 
 void LoginSession::LogoutSlot(const QString& productKey, const QString& signInId) {
@@ -317,6 +322,7 @@ void LoginSession::keepProxyLogin(const ProxyAddress& proxy, const ProxyLogin& l
     QMetaObject::invokeMethod(
         this, [this, proxy, login] { SetProxyAuthentication(proxy.host, proxy.port, login.user, login.password); },
         Qt::QueuedConnection);
+    Util::HostWake::instance().wake();
 }
 
 void LoginSession::notifyCaches(CacheClient::Event event, const QString& productKey) {

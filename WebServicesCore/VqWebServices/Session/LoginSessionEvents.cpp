@@ -1,6 +1,7 @@
 #include "Session/LoginSessionEvents.h"
 
 #include "Events/NotificationManager.h"
+#include "VqUtil/Threads/HostWake.h"
 
 #include <QSemaphore>
 #include <QThread>
@@ -56,6 +57,7 @@ void LoginSessionEvents::deliver(Event event, const EventSubject& subject) {
     }
     m_logger.information(emittingText(eventName(event)));
     emit CallObserversTrigger(event, subject.consumerKey, nullptr);
+    Util::HostWake::instance().wake();
 }
 
 void LoginSessionEvents::sendToOthers(Event event, const EventSubject& subject) {
@@ -128,6 +130,7 @@ bool LoginSessionEvents::isLogoutVetoed(const QString& consumerKey) {
             answer->given.release();
         },
         Qt::QueuedConnection);
+    Util::HostWake::instance().wake();
     for (int leftMs = vetoTimeoutMs; leftMs > 0 && !m_state.isStopped(); leftMs -= vetoSliceMs) {
         if (answer->given.tryAcquire(1, vetoSliceMs))
             return answer->veto;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Session/Core/LockedState.h"
+#include "VqLog/CallReport.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -16,10 +17,12 @@ public:
         const QString reason = m_state.isNetworkStepActive()
                                    ? QStringLiteral("Another sign-in or sign-out is under way on this thread.")
                                    : QStringLiteral("Module not initialized or already uninitialized.");
-        if (m_isEntered)
+        if (m_isEntered) {
             m_state.setNetworkStepActive(true);
-        else
-            state.services().loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
+            return;
+        }
+        Log::CallReport::fail(m_state.isNetworkStepActive() ? Log::CallFailure::Busy : Log::CallFailure::NotInitialized);
+        state.services().loggers.session->error(QStringLiteral("%1 failed. %2").arg(QLatin1String(operation), reason));
     }
     ~NetworkStepGuard() {
         if (m_isEntered)

@@ -1,6 +1,25 @@
 #include "Session/Operations/AccountExchange.h"
 
+#include "VqLog/CallReport.h"
+
 namespace Velquor::WebServices::Internal {
+
+namespace {
+
+// A reply that is fine so far can only fail by its content.
+Log::CallFailure failureOf(LoginErrorEx error) {
+    switch (error) {
+    case LoginErrorEx::NoReply: return Log::CallFailure::NoNetwork;
+    case LoginErrorEx::NoSecureConnection: return Log::CallFailure::NoSecureConnection;
+    case LoginErrorEx::WrongSystemTime: return Log::CallFailure::WrongClock;
+    case LoginErrorEx::Refused: return Log::CallFailure::Refused;
+    case LoginErrorEx::InvalidReply: return Log::CallFailure::InvalidReply;
+    case LoginErrorEx::SigningFailed: return Log::CallFailure::SigningFailed;
+    default: return Log::CallFailure::Other;
+    }
+}
+
+} // namespace
 
 AccountReply exchangeSignedGet(const SessionDependencies& services, const QUrl& url, const SigningKeys& keys,
                                const OAuth::Parameters& parameters) {
@@ -10,6 +29,8 @@ AccountReply exchangeSignedGet(const SessionDependencies& services, const QUrl& 
     if (reply.isSigned)
         reply.outcome =
             services.network->get(request, services.exchangeTimeoutMs, services.loggers.network, services.exchangeCancel);
+    Log::CallReport::fail(failureOf(reply.loginError()));
+    Log::CallReport::noteHttpStatus(reply.reply().status);
     return reply;
 }
 

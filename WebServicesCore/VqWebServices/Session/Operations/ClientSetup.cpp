@@ -3,6 +3,7 @@
 #include "Session/Operations/ProductConfigurator.h"
 #include "Session/Operations/ProductStateLoader.h"
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqLog/CallReport.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -30,6 +31,7 @@ void ClientSetup::remove(const QString& clientKey) {
 bool ClientSetup::setConfiguration(const QString& clientKey, const WebServicesConfiguration& configuration) {
     const auto copy = std::make_shared<const WebServicesConfiguration>(configuration);
     if (clientKey.isEmpty() || !WebServicesConfigurationImp::of(*copy).isValid()) {
+        Log::CallReport::fail(Log::CallFailure::BadArgument);
         m_logger.error(QStringLiteral(
             "Failed to set configuration. The client key, the consumer key or the consumer secret is empty, or the server is not valid."));
         return false;

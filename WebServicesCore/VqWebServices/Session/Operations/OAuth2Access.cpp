@@ -3,6 +3,7 @@
 #include "Session/Products/TokenOperations.h"
 #include "Tokens/TimedLock.h"
 #include "Values/OAuth2TokenSpecImp.h"
+#include "VqLog/CallReport.h"
 
 #include <optional>
 
@@ -43,6 +44,7 @@ bool OAuth2Access::isEnabled(const QString& clientKey) const {
 bool OAuth2Access::EnableOAuth2(const QString& clientKey, const OAuth2TokenSpec& spec) {
     const OAuth2TokenType type = spec.GetType();
     if ((type != RT && type != JWT) || !m_state.clients().enableOAuth2(clientKey, spec)) {
+        Log::CallReport::fail(Log::CallFailure::BadArgument);
         logger(clientKey)->error(
             QStringLiteral("Failed to enable OAuth2 of type %1 for client key %2.").arg(tokenTypeName(type), clientKey));
         return false;
@@ -129,6 +131,7 @@ void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const O
 
 OAuth2Token OAuth2Access::GetOAuth2AccessToken(const QString& clientKey, const OAuth2TokenSpec* requested, bool waitToFinish) {
     if (!isEnabled(clientKey)) {
+        Log::CallReport::fail(Log::CallFailure::NotFound);
         logger(clientKey)->error(QStringLiteral(
             "GetOAuth2AccessToken failed: OAuth2 is not enabled. You must enable OAuth2 to use this function. Returning empty token."));
         return {};
@@ -150,20 +153,24 @@ OAuth2SessionPointer OAuth2Access::lockedSession(const QString& clientKey, const
     // Look again: another thread may have replaced the product before this one got the lock.
     const ProductSessionPointer product = m_state.product(clientKey);
     if (!product || !m_state.isLoggedIn(clientKey)) {
+        Log::CallReport::fail(Log::CallFailure::NotSignedIn);
         logger(product)->error(QStringLiteral("GetOAuth2AccessToken failed: Not logged in. Returning empty token."));
         return {};
     }
     if (!product->configuration()) {
+        Log::CallReport::fail(Log::CallFailure::NoConfiguration);
         logger(product)->error(QStringLiteral("GetOAuth2AccessToken failed: Configuration not set"));
         return {};
     }
     const OAuth2TokenSpec spec = resolve(clientKey, requested);
     OAuth2SessionPointer session = findSession(product, spec);
-    if (!session)
+    if (!session) {
+        Log::CallReport::fail(Log::CallFailure::NotFound);
         logger(product)->error(
             QStringLiteral(
                 "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type %1 and scope %2. Enable this OAuth2 token type and scope using EnableOAuth2.")
                 .arg(tokenTypeName(spec.GetType()), OAuth2TokenSpecImp::of(spec).scope));
+    }
     return session;
 }
 
@@ -181,12 +188,14 @@ bool OAuth2Access::RefreshOAuth2Token(const QString& clientKey, const OAuth2Toke
     const ProductSessionPointer product = m_state.product(clientKey);
     const Util::Result<void> allowed = mayRefresh(clientKey);
     if (!allowed) {
+        Log::CallReport::fail(isEnabled(clientKey) ? Log::CallFailure::NotSignedIn : Log::CallFailure::NotFound);
         logger(product)->error(allowed.reason());
         return false;
     }
     const OAuth2TokenSpec spec = resolve(clientKey, requested);
     const OAuth2SessionPointer found = findSession(product, spec);
     if (!found) {
+        Log::CallReport::fail(Log::CallFailure::NotFound);
         logger(product)->error(
             QStringLiteral(
                 "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type %1 and scope %2. Enable this OAuth2 token type and scope using EnableOAuth2.")

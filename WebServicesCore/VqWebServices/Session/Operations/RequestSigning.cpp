@@ -3,6 +3,7 @@
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Session/Products/TokenOperations.h"
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqLog/CallReport.h"
 
 namespace Velquor::WebServices::Internal {
 
@@ -85,6 +86,15 @@ RequestSigning::Refusal RequestSigning::enter(Access& access, const QString& ope
     return lockAndCheck(access, operation, lock);
 }
 
+void RequestSigning::report(Refusal refusal) {
+    switch (refusal) {
+    case Refusal::NoConfiguration: return Log::CallReport::fail(Log::CallFailure::NoConfiguration);
+    case Refusal::Expired: return Log::CallReport::fail(Log::CallFailure::Expired);
+    case Refusal::None: return Log::CallReport::fail(Log::CallFailure::SigningFailed);
+    default: return Log::CallReport::fail(Log::CallFailure::NotSignedIn);
+    }
+}
+
 QString RequestSigning::signingText(Refusal refusal, const QByteArray& url) {
     switch (refusal) {
     case Refusal::NoProduct: return QStringLiteral("Failed to sign request. Product login session not found.");
@@ -139,7 +149,9 @@ void RequestSigning::prepareTokens(Access& access) {
 QByteArray RequestSigning::SignRequest(const QString& clientKey, const SigningOrder& order) {
     Access access{clientKey, order.checkExpiry, {}, false};
     std::optional<TimedLock> lock;
-    const QString refused = signingText(enter(access, QStringLiteral("SignRequest"), lock), order.request.url);
+    const Refusal refusal = enter(access, QStringLiteral("SignRequest"), lock);
+    report(refusal);
+    const QString refused = signingText(refusal, order.request.url);
     if (!refused.isEmpty()) {
         logger(access).error(refused);
         return {};
@@ -178,7 +190,9 @@ bool RequestSigning::GetAccessToken(const QString& clientKey, bool checkExpiry, 
                                     Util::SecretBytes& secret) {
     Access access{clientKey, checkExpiry, {}, false};
     std::optional<TimedLock> lock;
-    const QString refused = tokenText(enter(access, QStringLiteral("GetAccessToken"), lock));
+    const Refusal refusal = enter(access, QStringLiteral("GetAccessToken"), lock);
+    report(refusal);
+    const QString refused = tokenText(refusal);
     if (!refused.isEmpty()) {
         logger(access).error(refused);
         return false;

@@ -49,6 +49,8 @@ private:
     /// Checks what no wait for tokens can change.
     [[nodiscard]] Refusal checkState(const Access& access) const;
     [[nodiscard]] Refusal check(const Access& access) const;
+    /// Names the refusal to a caller who asks for the reason.
+    static void report(Refusal refusal);
     /// The log text of a refusal; empty for `None`.
     [[nodiscard]] static QString signingText(Refusal refusal, const QByteArray& url);
     [[nodiscard]] static QString tokenText(Refusal refusal);

@@ -9,6 +9,7 @@
 #include "Session/Store/LoginStateStore.h"
 #include "Tokens/TokenReply.h"
 #include "Values/WebServicesConfigurationImp.h"
+#include "VqLog/CallReport.h"
 #include "VqLog/KnownSecrets.h"
 
 namespace Velquor::WebServices::Internal {
@@ -77,6 +78,7 @@ bool SignInFlow::checkConsumerKeys(const SigningKeys& keys, const QUrl& url) con
 InitiatedLogin SignInFlow::initiate(const QString& clientKey, const QString& ldapDomainKey) {
     const Util::Result<void> ready = checkReady(clientKey);
     if (!ready) {
+        Log::CallReport::fail(Log::CallFailure::NoConfiguration);
         m_logger.error(ready.reason());
         return {LoginCode::notReady, {}, LoginErrorEx::NotReady, 0};
     }
@@ -170,6 +172,8 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
                                  : QStringLiteral("CompleteLogin called without cookies"));
     // The product may be gone since: another process has signed the user out. The sign-in that waits stays.
     const std::optional<PendingSignIn> pending = m_state->pendingSignIn(m_state->productKey(clientKey));
+    // What stands when the sign-in cannot even be sent.
+    Log::CallReport::fail(pending ? Log::CallFailure::SigningFailed : Log::CallFailure::NotInitialized);
     const ProductSessionPointer product =
         pending ? ProductConfigurator(m_state).configure(clientKey) : m_state->product(clientKey);
     if (!product) {

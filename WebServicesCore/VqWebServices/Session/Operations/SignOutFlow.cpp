@@ -6,6 +6,7 @@
 #include "Session/State/LoginCookies.h"
 #include "Session/Store/LoginStateStore.h"
 #include "Tokens/IRequestFlags.h"
+#include "VqLog/CallReport.h"
 #include "VqUtil/Platform/HostProcess.h"
 #include "VqUtil/ProcessState/ProcessState.h"
 
@@ -65,15 +66,18 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
 std::optional<LogoutPage> SignOutFlow::initiate(const QString& clientKey) {
     m_logger.information(QStringLiteral("Initiating logout"));
     if (!m_state.isLoggedIn()) {
+        Log::CallReport::fail(Log::CallFailure::NotSignedIn);
         m_logger.error(QStringLiteral("Failed to initiate logout. Not logged in."));
         return {};
     }
     // The step that is under way on this thread would refuse the rest, when the observers were called already.
     if (m_state.isInsideNetworkStep()) {
+        Log::CallReport::fail(Log::CallFailure::Busy);
         m_logger.error(QStringLiteral("InitiateLogout failed. Another sign-in or sign-out is under way on this thread."));
         return {};
     }
     if (m_state.events().isLogoutVetoed(m_state.subjectKey(clientKey))) {
+        Log::CallReport::fail(Log::CallFailure::Vetoed);
         m_logger.information(QStringLiteral("Logout canceled. Some observer vetoed logout in AboutToLogout event."));
         return {};
     }
@@ -90,6 +94,7 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
     const Util::Result<SigningKeys> keys = product ? product->signingKeys() : Util::Failure{};
     const QUrl signedUrl = keys ? signUrl(*m_state.services().oauthHost, page, *keys) : QUrl();
     if (signedUrl.isEmpty()) {
+        Log::CallReport::fail(Log::CallFailure::SigningFailed);
         m_logger.error(QStringLiteral("Failed to initiate logout. Failed to sign url. Maybe this product is not logged in."));
         return {};
     }
@@ -124,6 +129,7 @@ bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn, 
 bool SignOutFlow::forgetUser(LockedState& state, EndedBy who) {
     m_logger.information(QStringLiteral("Completing logout"));
     if (!m_state.isLoggedIn()) {
+        Log::CallReport::fail(Log::CallFailure::NotSignedIn);
         m_logger.error(QStringLiteral("Failed to complete logout. Not logged in."));
         return false;
     }

@@ -1,0 +1,5 @@
+#include "../ForkedCall.h"
+
+int resultInForkedChild(const std::function<int()>&, int otherwise) {
+    return otherwise;
+}
