@@ -18,9 +18,18 @@ list(REMOVE_DUPLICATES versions)
 list(SORT versions COMPARE NATURAL)
 
 if(WIN32)
-  # For the import libraries of other compilers.
+  # The import library of Visual C++, which has another form than the one of MinGW. It knows the C functions only: names in C++
+  # differ from compiler to compiler.
   list(JOIN functions "\n  " names)
   file(CONFIGURE OUTPUT vqws.def CONTENT "LIBRARY VqWebServices.dll\nEXPORTS\n  ${names}\n" @ONLY)
+  set(VQ_VISUAL_C_LIBRARY "${CMAKE_BINARY_DIR}/VqWebServices.lib")
+  if(NOT MSVC)
+    find_program(VQ_LLVM_DLLTOOL NAMES llvm-dlltool-14 llvm-dlltool REQUIRED)
+    add_custom_command(OUTPUT "${VQ_VISUAL_C_LIBRARY}" VERBATIM DEPENDS "${CMAKE_CURRENT_BINARY_DIR}/vqws.def"
+      COMMAND "${VQ_LLVM_DLLTOOL}" -m i386:x86-64 -d "${CMAKE_CURRENT_BINARY_DIR}/vqws.def" -l "${VQ_VISUAL_C_LIBRARY}")
+    add_custom_target(visual_c_library ALL DEPENDS "${VQ_VISUAL_C_LIBRARY}")
+  endif()
+  set(VQ_VISUAL_C_LIBRARY "${VQ_VISUAL_C_LIBRARY}" PARENT_SCOPE)
   add_library(vqws_c INTERFACE)
   target_link_libraries(vqws_c INTERFACE VqWebServices)
   set_target_properties(vqws_c PROPERTIES EXPORT_NAME C)

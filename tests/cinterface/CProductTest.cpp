@@ -66,6 +66,10 @@ private slots:
         add("C and the first header", "product_c", "product_c_1_0");
         add("the wrapper and C", "product_hpp", "product_c");
         add("the first header and the wrapper", "product_c_1_0", "product_hpp");
+#ifdef VQ_HAS_VISUAL_C_PRODUCT
+        add("the kind of Visual C++ and C", "product_visual_c", "product_c");
+        add("C and the kind of Visual C++", "product_c", "product_visual_c");
+#endif
     }
     void oneSignInForAll() {
         QFETCH(QString, first);
@@ -120,7 +124,9 @@ private slots:
     }
 
 private:
-    [[nodiscard]] QByteArray echo() const { return m_service.url().toLatin1() + "/api/echo"; }
+    [[nodiscard]] QByteArray echo() const {
+        return m_service.url().toLatin1() + "/api/echo";
+    }
 
     QString userWhoAsks(const QByteArray& header) const {
         QNetworkAccessManager manager;
