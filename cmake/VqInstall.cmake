@@ -8,7 +8,13 @@ if(WIN32)
   set(library_folder "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-install(TARGETS VqWebServices vqws_c EXPORT VqWebServicesTargets
+set(exported VqWebServices vqws_c)
+if(WIN32)
+  # The package's configuration makes VqWebServices::C there, since its import library differs by compiler.
+  set(exported VqWebServices)
+  install(FILES "${VQ_VISUAL_C_LIBRARY}" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+endif()
+install(TARGETS ${exported} EXPORT VqWebServicesTargets
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
