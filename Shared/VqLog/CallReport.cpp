@@ -1,7 +1,5 @@
 #include "VqLog/CallReport.h"
 
-#include "VqLog/KnownSecrets.h"
-
 #include <cstdio>
 #include <utility>
 
@@ -46,7 +44,7 @@ void CallReport::noteError(const QString& prefix, const QString& text) {
 }
 
 QString CallReport::text() const {
-    return KnownSecrets::hidden(m_prefix.isEmpty() ? m_text : m_prefix + QStringLiteral(": ") + m_text);
+    return m_prefix.isEmpty() ? m_text : m_prefix + QStringLiteral(": ") + m_text;
 }
 
 CallReportPause::CallReportPause()

@@ -68,7 +68,7 @@ int32_t CCall::end(int32_t result) {
     if (result == VQWS_OK || result == VQWS_BUFFER)
         state.text.clear();
     else
-        state.text = Log::singleLine(m_report.text()).toUtf8();
+        state.text = Log::logLine(m_report.text()).toUtf8();
     if (result != VQWS_OK && state.text.isEmpty())
         state.text = textOf(result);
     return result;
