@@ -2,6 +2,7 @@
 
 #include "Network/Proxy/ProxyPrompt.h"
 #include "Values/LibrarySettings.h"
+#include "VqLog/KnownSecrets.h"
 
 #include <QNetworkRequest>
 #include <mutex>
@@ -133,6 +134,9 @@ void NetworkAccessManager::give(const ProxyLogin& login, QAuthenticator& authent
     m_hasAnswered = true;
     // When the proxy asks again, it has refused this login.
     m_refused.add(login);
+    Log::KnownSecrets::learn(login.password.toUtf8());
+    // As the header of the request has it.
+    Log::KnownSecrets::learn((login.user + QLatin1Char(':') + login.password).toUtf8());
     authenticator.setUser(login.user);
     authenticator.setPassword(login.password);
     if (m_body)

@@ -5,6 +5,7 @@
 #include "Network/Diagnosis/DumpAllowList.h"
 #include "Network/Diagnosis/HttpStatusText.h"
 #include "Network/Diagnosis/NetworkErrorText.h"
+#include "VqLog/KnownSecrets.h"
 
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -99,7 +100,8 @@ QStringList headLines(const Message& message, const QList<QByteArray>& rawHeader
 }
 
 QString cutBody(const QByteArray& body, const QVariant& contentType, const QString& notice) {
-    const QString shown = maskedBody(body, contentType.toString());
+    // Before the cut, which could leave a part of a secret.
+    const QString shown = Log::KnownSecrets::hidden(maskedBody(body, contentType.toString()));
     // By the length of the body itself, since masking changes the length.
     return body.size() > MaximalBodyBytes ? QString::fromUtf8(shown.toUtf8().left(MaximalBodyBytes)) + notice : shown;
 }
