@@ -50,7 +50,7 @@ private slots:
     }
 
     void cleanup() {
-        for (const char* const name : {"StagingServerConfigJsonFile", "DevServerConfigJsonFile"})
+        for (const char* const name : {"StagingServerConfigJsonFile", "DevServerConfigJsonFile", "AllowPlainHttp"})
             settings().remove(QLatin1String(name));
         SupportFiles::setSearchPaths(QString());
     }
@@ -169,6 +169,27 @@ private slots:
         SupportFiles::setSearchPaths(m_folder->path() + QLatin1Char(';') + path("named"));
         settings().setValue(setting, isAbsolute ? path("named/My.config") : QStringLiteral("My.config"));
         QTEST(m_store->GetUrl(static_cast<Server>(server), accountKey), "url");
+    }
+
+    void tokensAreNotSentInClear_data() {
+        const TestKit::Columns<QString, bool, QString> row("service", "isAllowed", "url");
+        row("https", "https://a", false, "https://a/n");
+        row("http", "http://a", false, "");
+        row("http in capitals", "HTTP://a", false, "");
+        row("http, allowed", "http://a", true, "http://a/n");
+        row("http on this machine", "http://127.0.0.1:80", false, "http://127.0.0.1:80/n");
+        row("http on this machine by IPv6", "http://[::1]", false, "http://[::1]/n");
+        row("http on this machine by name", "http://localhost", false, "http://localhost/n");
+        row("http to a name like it", "http://localhost.example.com", false, "");
+    }
+
+    void tokensAreNotSentInClear() {
+        QFETCH(QString, service);
+        QFETCH(bool, isAllowed);
+        if (isAllowed)
+            settings().setValue("AllowPlainHttp", "True");
+        QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, service}, {"New", "/n"}}));
+        QTEST(m_store->endPoint(Production, accountKey, "New"), "url");
     }
 
     void overridesWinUntilTheyAreCleared() {

@@ -2,6 +2,7 @@
 #include "VqUtil/Files/AtomicFile.h"
 #include "VqUtil/Files/FileAccess.h"
 #include "VqUtil/Locks/ProcessGuard.h"
+#include "VqUtil/Platform/KnownFolders.h"
 #include "VqUtil/Platform/SystemProxySettings.h"
 
 #include <csignal>
@@ -71,6 +72,14 @@ private slots:
         QCOMPARE(::waitpid(child, &status, 0), child);
         QCOMPARE(WEXITSTATUS(status), isClaimed ? 0 : 1);
         QCOMPARE(rights(real), isClaimed ? 0700 : mode & 0777);
+    }
+
+    void aRelativeDataFolderIsIgnored() {
+        const QByteArray before = qgetenv("XDG_DATA_HOME");
+        qputenv("XDG_DATA_HOME", "data");
+        const QString folder = localAppDataFolder();
+        qputenv("XDG_DATA_HOME", before);
+        QCOMPARE(folder, QDir::homePath() + "/.local/share");
     }
 
     void foldersOnTheWayAreTheUsersAlone() {

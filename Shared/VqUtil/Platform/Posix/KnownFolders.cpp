@@ -1,11 +1,16 @@
 #include "VqUtil/Platform/KnownFolders.h"
 
+#include <QDir>
 #include <QStandardPaths>
 
 namespace Velquor::Util {
 
 QString localAppDataFolder() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    // By the standard of the variable a path that is not absolute is ignored. The framework takes it, below any current folder.
+    const QString chosen = qEnvironmentVariable("XDG_DATA_HOME");
+    return chosen.isEmpty() || QDir::isAbsolutePath(chosen)
+               ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+               : QDir::homePath() + QStringLiteral("/.local/share");
 }
 
 QString programDataFolder() {

@@ -7,10 +7,24 @@
 #include "Values/ServerName.h"
 #include "VqLog/LoggerWrapper.h"
 
+#include <QHostAddress>
 #include <QMutexLocker>
+#include <QUrl>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
+
+namespace {
+
+// On this machine alone nobody can listen on the way.
+bool isSafe(const QUrl& service) {
+    const QString host = service.host();
+    const bool isLoopback = host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
+    return service.scheme() != QLatin1String("http") || isLoopback
+           || librarySetting(QStringLiteral("AllowPlainHttp")).compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
 
 QString urlFileName(Server server) {
     const char* const setting = server == Staging       ? "StagingServerConfigJsonFile"
@@ -66,6 +80,13 @@ QString UrlStore::endPoint(Server server, const QString& serviceKey, const QStri
     // "//" would be another path, which a server refuses like a wrong signature.
     if (path.startsWith(QLatin1Char('/')) && service.endsWith(QLatin1Char('/')))
         service.chop(1);
+    if (!isSafe(QUrl(service))) {
+        m_logger->error(
+            QStringLiteral(
+                "The service %1 is not used, since everybody on the way could read the tokens. Use https, or the setting AllowPlainHttp.")
+                .arg(service));
+        return {};
+    }
     return service.isEmpty() || path.isEmpty() ? QString() : service + path;
 }
 

@@ -26,7 +26,8 @@ public:
     [[nodiscard]] QString GetUrl(Server server, const QString& key);
     [[nodiscard]] QString GetUrl(Server server, WebServicesUrlCode code);
 
-    /// The address of a service and an end point on it, joined. Empty when one is missing.
+    /// The address of a service and an end point on it, joined. Empty when one is missing, and where tokens would travel in
+    /// clear: plain http to another machine, unless the setting AllowPlainHttp is "True".
     [[nodiscard]] QString endPoint(Server server, const QString& serviceKey, const QString& endPointKey);
 
     bool SetUrlOverrides(Server server, const UrlMap& overrides);
