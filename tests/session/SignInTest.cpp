@@ -145,6 +145,24 @@ private slots:
         QCOMPARE(m_fixture->fileContents(), before);
     }
 
+    void signOutsAtOnceWaitForASilentServiceOnce() {
+        m_fixture->exchangeTimeoutMs = 500;
+        m_session = m_fixture->makeSession();
+        signIn(*m_session);
+        delay("invalidate-token", 60000, -1);
+        std::atomic<int> ended{0};
+        std::atomic<int> succeeded{0};
+        TestKit::Threads threads(4, [&](int) {
+            succeeded += signOut(*m_session) ? 1 : 0;
+            ++ended;
+        });
+        QTRY_COMPARE_WITH_TIMEOUT(ended.load(), 4, 30000);
+        threads.join();
+        QVERIFY(succeeded >= 1);
+        QVERIFY(!m_session->isLoggedIn(key));
+        QCOMPARE(m_fixture->logger->texts().count("Starting logout in server using REST"), 1);
+    }
+
     void givesUpWithinTheTimeOutWhenTheServiceDoesNotAnswer() {
         m_fixture->exchangeTimeoutMs = 300;
         m_session = m_fixture->makeSession();

@@ -41,9 +41,9 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
         m_logger.error(QStringLiteral("Aborting logout. Failed to initiate logout."));
         return false;
     }
-    QString ended;
+    bool isCompleted = false;
     {
-        const NetworkStepGuard step(m_state, "Logout");
+        NetworkStepGuard step(m_state, "Logout");
         if (!step.isEntered())
             return false;
         // While the observers were called and this thread waited for the lock, another user may have signed in.
@@ -52,10 +52,13 @@ bool SignOutFlow::logOut(const QString& clientKey, QNetworkReply::NetworkError& 
             return false;
         }
         m_state.beginLogout();
-        ended = m_state.signInId();
+        const QString ended = m_state.signInId();
         error = invalidateToken();
+        // In the same step, or another sign-out would ask the server for the same in between, and wait as long for it.
+        isCompleted = forgetSignIn(step.state(), ended, terms.onlySignIn.isEmpty() ? EndedBy::User : EndedBy::Others);
     }
-    const bool isCompleted = complete(clientKey, ended, terms.onlySignIn.isEmpty() ? EndedBy::User : EndedBy::Others);
+    if (isCompleted)
+        announceEnd(clientKey);
     m_state.endLogout();
     if (!isCompleted)
         return false;
@@ -108,22 +111,27 @@ std::optional<LogoutPage> SignOutFlow::makeLogoutPage(const QString& clientKey) 
 bool SignOutFlow::complete(const QString& clientKey, const QString& onlySignIn, EndedBy who) {
     {
         NetworkStepGuard step(m_state, "CompleteLogout");
-        if (!step.isEntered())
-            return false;
-        // The lock was free between the steps, so another process's sign-in may have been taken over.
-        if (!onlySignIn.isEmpty() && m_state.signInId() != onlySignIn) {
-            m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
-            return false;
-        }
-        if (!forgetUser(step.state(), who))
+        if (!step.isEntered() || !forgetSignIn(step.state(), onlySignIn, who))
             return false;
     }
+    announceEnd(clientKey);
+    return true;
+}
+
+bool SignOutFlow::forgetSignIn(LockedState& state, const QString& onlySignIn, EndedBy who) {
+    // Calls that ran on this thread during the exchange may have taken over another process's sign-in.
+    if (onlySignIn.isEmpty() || m_state.signInId() == onlySignIn)
+        return forgetUser(state, who);
+    m_logger.warning(QStringLiteral("Aborting logout. Another sign-in has taken the place of the one to be ended."));
+    return false;
+}
+
+void SignOutFlow::announceEnd(const QString& clientKey) {
     // What other processes have begun for the user is of no use any more. A refresh clears its flag itself.
     if (m_state.services().processState)
         m_state.services().processState->deletePropertiesInAllProcesses(
             {RequestFlag::tokenQuery, RequestFlag::oauth2Query, RequestFlag::oauth2Refresh, RequestFlag::oauth2JwtRefresh});
     m_state.events().raiseEvent(Event::LoggedOut, EventSubject::ofStateChange(m_state.subjectKey(clientKey)));
-    return true;
 }
 
 bool SignOutFlow::forgetUser(LockedState& state, EndedBy who) {

@@ -42,6 +42,9 @@ public:
 
 private:
     [[nodiscard]] std::optional<LogoutPage> makeLogoutPage(const QString& clientKey);
+    /// Unless another sign-in has taken the place of this one; empty: whichever there is.
+    [[nodiscard]] bool forgetSignIn(LockedState& state, const QString& onlySignIn, EndedBy who);
+    void announceEnd(const QString& clientKey);
     [[nodiscard]] bool forgetUser(LockedState& state, EndedBy who);
     [[nodiscard]] ProductSessionPointer productWithTokens() const;
     [[nodiscard]] QNetworkReply::NetworkError invalidateToken();
