@@ -268,6 +268,16 @@ private slots:
         QCOMPARE(proxy.users(url), QStringList({"", "a"}));
     }
 
+    void aProxyThatDoesNotGoOnIsNamed() {
+        RefusingProxy proxy;
+        proxy.script(QStringLiteral("service.test:443"), {{}, 0, 0, 0, false});
+        QNetworkProxy::setApplicationProxy(proxy.proxy());
+        const ExchangeOutcome outcome = runGet(QNetworkRequest(QUrl("https://service.test/")), 300, m_fixture->logger);
+        QCOMPARE(outcome.message.section(QStringLiteral(", which"), 0, 0),
+                 QStringLiteral("Operation was canceled. Timed out. Nothing came through the proxy 127.0.0.1:%1")
+                     .arg(proxy.proxy().port()));
+    }
+
     // Credentials that another process has stored are tried before the user is asked.
     void laterCredentialsInTheFileComeFirst() {
         const auto url = QStringLiteral("https://service.test/");

@@ -39,8 +39,9 @@ void stopInterfacePolling() {
 /// proxy has refused a request. Thread: the manager's. Owner: the manager.
 class AskingProxies final : public QNetworkProxyFactory {
 public:
-    explicit AskingProxies(QNetworkProxy& configured)
-        : m_configured(configured) {}
+    AskingProxies(QNetworkProxy& configured, QNetworkProxy& used)
+        : m_configured(configured)
+        , m_used(used) {}
 
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override {
         QList<QNetworkProxy> proxies = QNetworkProxyFactory::proxyForQuery(query);
@@ -52,11 +53,13 @@ public:
             proxy.setUser({});
             proxy.setPassword({});
         }
+        m_used = proxies.value(0);
         return proxies;
     }
 
 private:
     QNetworkProxy& m_configured;
+    QNetworkProxy& m_used;
 };
 
 /// The base class must find polling switched off when it is constructed.
@@ -72,7 +75,7 @@ NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger,
     , m_logger(logger ? std::move(logger) : std::make_shared<NoLogger>())
     , m_isDialogEnabled(isDialogEnabled()) {
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-    setProxyFactory(new AskingProxies(m_configured));
+    setProxyFactory(new AskingProxies(m_configured, m_used));
     connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, &NetworkAccessManager::ProxyAuthenticationRequired);
 }
 
@@ -81,6 +84,11 @@ void NetworkAccessManager::retire(std::unique_ptr<NetworkAccessManager> manager)
         return;
     manager->m_isRetired = true;
     static_cast<void>(manager.release());
+}
+
+QString NetworkAccessManager::proxyAddress() const {
+    const bool isHttp = m_used.type() == QNetworkProxy::HttpProxy || m_used.type() == QNetworkProxy::HttpCachingProxy;
+    return isHttp ? QStringLiteral("%1:%2").arg(m_used.hostName(), QString::number(m_used.port())) : QString();
 }
 
 void NetworkAccessManager::ProxyAuthenticationRequired(const QNetworkProxy& proxy, QAuthenticator* authenticator) {
@@ -148,6 +156,7 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QN
     m_answers = 0;
     m_refused.clear();
     m_configured = QNetworkProxy();
+    m_used = QNetworkProxy(QNetworkProxy::NoProxy);
     m_body = qobject_cast<UploadBody*>(body);
     // With what it has cached, the framework would answer the proxy by itself.
     if (m_body && m_hasAnswered)

@@ -32,6 +32,9 @@ public:
     /// A prompt is open, further up on this thread.
     [[nodiscard]] bool isPrompting() const { return m_openPrompts > 0; }
 
+    /// The HTTP proxy of the latest request, as "host:port"; empty without one.
+    [[nodiscard]] QString proxyAddress() const;
+
 Q_SIGNALS:
     /// The time between the two signals must not count for a time-out.
     void PromptOpened();
@@ -55,6 +58,7 @@ private:
     int m_answers = 0;          ///< answers to the proxy for that request
     bool m_hasAnswered = false; ///< any proxy, since the manager was made
     RefusedLogins m_refused;
+    QNetworkProxy m_used;        ///< the first one of the request in progress
     QNetworkProxy m_configured;  ///< the proxy of the process, with its credentials
     QPointer<UploadBody> m_body; ///< of the request in progress; null: it has none
     int m_openPrompts = 0;

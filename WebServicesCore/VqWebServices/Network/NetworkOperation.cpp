@@ -2,6 +2,7 @@
 
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Diagnosis/DumpAllowList.h"
+#include "Network/Diagnosis/NetworkErrorText.h"
 #include "Network/NetworkAccessManager.h"
 #include "Network/UploadBody.h"
 #include "Network/UserAgent.h"
@@ -215,7 +216,15 @@ void NetworkOperation::abandon(const QString& reason) {
 }
 
 void NetworkOperation::Timeout() {
-    cancel(QStringLiteral("Timed out"));
+    const QString proxy = m_manager ? m_manager->proxyAddress() : QString();
+    // The framework goes on waiting, and asks nobody, when a proxy closes the connection with its demand for credentials.
+    if (!proxy.isEmpty() && reply() && httpStatus(*reply()) == 0)
+        cancel(
+            QStringLiteral(
+                "Timed out. Nothing came through the proxy %1, which may have closed the connection when it asked for credentials")
+                .arg(proxy));
+    else
+        cancel(QStringLiteral("Timed out"));
 }
 
 void NetworkOperation::cancel(const QString& reason) {
