@@ -5,6 +5,7 @@
 #include <QReadWriteLock>
 #include <QUuid>
 #include <QWriteLocker>
+#include <algorithm>
 #include <bitset>
 #include <cstring>
 #include <deque>

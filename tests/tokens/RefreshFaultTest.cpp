@@ -236,7 +236,7 @@ private:
     void fail(int kind) {
         switch (kind % 6) {
         case 0: return play({}, false); // until the time is over
-        case 1: return pointTo("http://no-such-host.invalid");
+        case 1: return pointTo("https://no-such-host.invalid");
         case 2:
             return play(answer("200 OK", "<html><body>Welcome to our network. Please sign in.</body></html>",
                                "Content-Type: text/html\r\n"));
