@@ -41,7 +41,7 @@ public:
     CallReport(const CallReport&) = delete;
     CallReport& operator=(const CallReport&) = delete;
 
-    /// True when the caller is told the reason.
+    /// True while this thread is inside a call whose caller can ask for the reason.
     [[nodiscard]] static bool isActive();
     static void fail(CallFailure failure);
     [[nodiscard]] static CallFailure currentFailure();

@@ -48,9 +48,10 @@ quint16 markOf(const char* at) {
 }
 
 QByteArray digestOf(const char* at, int size) {
-    static const QByteArray key = QUuid::createUuid().toRfc4122();
+    // Never destroyed: threads may log while the process ends.
+    static const auto* const key = new QByteArray(QUuid::createUuid().toRfc4122());
     QCryptographicHash hash(QCryptographicHash::Sha1);
-    hash.addData(key);
+    hash.addData(*key);
     hash.addData(at, size);
     return hash.result();
 }

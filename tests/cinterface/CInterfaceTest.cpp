@@ -67,7 +67,7 @@ QByteArray lastError(int32_t* code = nullptr) {
     return QByteArray(text, int(length));
 }
 
-// The result, and that it is what the thread is told afterwards: each failure with a text, a success with none.
+// Checks too what `vqws_last_error` tells afterwards: the same result, a text for each failure, and none for a success.
 void expectResult(int32_t result, int32_t expected) {
     QCOMPARE(result, expected);
     int32_t code = 77;

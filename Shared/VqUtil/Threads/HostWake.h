@@ -7,7 +7,7 @@ namespace Velquor::Util {
 
 /// Tells a host without an event loop of Qt that something waits for its main thread, so that it need not look all the time.
 ///
-/// Thread: any. Owner: the process; never destroyed. Whoever posts to the main thread wakes it afterwards.
+/// Thread: any. Owner: the process; never destroyed. Code that posts to the main thread calls `wake` afterwards.
 class HostWake {
 public:
     static HostWake& instance();

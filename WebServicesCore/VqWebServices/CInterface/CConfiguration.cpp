@@ -126,10 +126,7 @@ int32_t vqws_get_url(int32_t code, char* buf, size_t cap, size_t* len) noexcept 
 
 int32_t vqws_get_cache_path(const char* key, size_t key_len, char* buf, size_t cap, size_t* len) noexcept {
     return tellText({buf, cap, len}, Emptiness::Allowed, [&] {
-        const CClient client(key, key_len);
-        return facadeText([&](wchar_t* text, int size) {
-            return client.isOwn ? plain().GetCachePath(text, size) : keyed().GetCachePath(client.key, text, size);
-        });
+        return facadeText(CClient(key, key_len), &WebServicesManager::GetCachePath, &WebServicesManagerEx::GetCachePath);
     });
 }
 

@@ -47,10 +47,7 @@ NetworkCookieJar jarFrom(const QByteArray& json) {
 
 int32_t vqws_get_user_name(const char* key, size_t key_len, char* buf, size_t cap, size_t* len) noexcept {
     return tellText({buf, cap, len}, Emptiness::Allowed, [&] {
-        const CClient client(key, key_len);
-        return facadeText([&](wchar_t* text, int size) {
-            return client.isOwn ? plain().GetLoginUserName(text, size) : keyed().GetLoginUserName(client.key, text, size);
-        });
+        return facadeText(CClient(key, key_len), &WebServicesManager::GetLoginUserName, &WebServicesManagerEx::GetLoginUserName);
     });
 }
 

@@ -96,4 +96,12 @@ template <class Read>
     return outText(textFromCaller(buffer.data()));
 }
 
+/// The same with the operation of the facade without keys for the process's own client, and else of the one with keys.
+template <class Plain, class Keyed>
+[[nodiscard]] Util::SecretBytes facadeText(const CClient& client, Plain plainForm, Keyed keyedForm) {
+    return facadeText([&](wchar_t* text, int size) {
+        return client.isOwn ? (plain().*plainForm)(text, size) : (keyed().*keyedForm)(client.key, text, size);
+    });
+}
+
 } // namespace Velquor::WebServices::Internal

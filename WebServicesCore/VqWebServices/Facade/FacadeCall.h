@@ -97,7 +97,7 @@ bool reportSignedOut(const char* operation, LoginSession& session, const QString
 }
 
 /// True when an operation may use the network. False when the log configuration was missing at start-up. Then there is no log,
-/// and `refusal` is told without it.
+/// and `refusal` goes to the caller who can ask for the reason, or to the standard output.
 [[nodiscard]] bool mayUseNetwork(const char* refusal);
 
 /// Maps the reason of a failed `InitiateLogin` to its short form.

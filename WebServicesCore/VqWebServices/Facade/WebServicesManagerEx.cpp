@@ -190,7 +190,8 @@ bool WebServicesManagerEx::InitiateLogout(const QString& clientKey, wchar_t* url
     return guarded("InitiateLogout", false, [&] {
         QString text;
         const bool isDone = initiateLogout(clientKey, text, cookies);
-        copyText(text, url, isDone ? size : 0);
+        if (isDone)
+            copyText(text, url, size);
         return isDone;
     });
 }

@@ -19,7 +19,8 @@ int callWork() {
     return 0;
 }
 
-void callWorkOnce() {
+// The same as the other runtime declares its handlers.
+void callWorkWithoutResult() {
     callWork();
 }
 
@@ -68,7 +69,7 @@ void callAtProcessEnd(void (*work)()) {
         CreateThread(nullptr, smallestStack, &doNothing, nullptr, CREATE_SUSPENDED | STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     workAtEnd = work;
     addToExit(L"msvcrt.dll", "_onexit", reinterpret_cast<void*>(&callWork));
-    addToExit(L"ucrtbase.dll", "_crt_atexit", reinterpret_cast<void*>(&callWorkOnce));
+    addToExit(L"ucrtbase.dll", "_crt_atexit", reinterpret_cast<void*>(&callWorkWithoutResult));
 }
 
 bool isForkedChild() {

@@ -1,5 +1,6 @@
 #include "Network/Urls/UrlStore.h"
 
+#include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Network/Urls/UrlFile.h"
 #include "Network/Urls/UrlKeys.h"
@@ -84,7 +85,7 @@ QString UrlStore::endPoint(Server server, const QString& serviceKey, const QStri
         m_logger->error(
             QStringLiteral(
                 "The service %1 is not used, since everybody on the way could read the tokens. Use https, or the setting AllowPlainHttp.")
-                .arg(service));
+                .arg(displayUrl(QUrl(service))));
         return {};
     }
     return service.isEmpty() || path.isEmpty() ? QString() : service + path;
