@@ -210,6 +210,7 @@ private slots:
         QCOMPARE(QString::fromWCharArray(secret), QStringLiteral("s3cret"));
         user[0] = canary;
         QVERIFY(!manager.GetProxyAuthentication(L"proxy.test", 1, user, 5, secret, 8));
+        QVERIFY(TestKit::readFile(WebServicesPrivate::GetLogFile()).contains("failed. No user is stored for this proxy."));
         QVERIFY(!manager.GetProxyAuthentication(L"proxy.test", -1, user, 0, secret, 8));
         QVERIFY(!manager.GetProxyAuthentication(L"proxy.test", -1, user, 5, nullptr, 8));
         QVERIFY(!manager.GetProxyAuthentication(nullptr, -1, user, 5, secret, 8));
