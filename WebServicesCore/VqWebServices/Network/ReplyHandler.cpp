@@ -39,6 +39,7 @@ void ReplyHandler::reset(const QString& verb) {
     m_verb = verb;
     discard();
     m_download.reset();
+    m_reportsProgress = false;
     m_result = OperationResult::NotFinished;
     m_errorMessage.clear();
     m_finished = false;
@@ -62,10 +63,13 @@ void ReplyHandler::fail(const QString& message) {
 }
 
 void ReplyHandler::watch(QNetworkReply* reply) {
+    discard();
     m_reply = reply;
     adopt();
     connect(m_reply, &QNetworkReply::finished, this, &ReplyHandler::RequestFinishedSlot);
     connect(m_reply, &QNetworkReply::sslErrors, this, &ReplyHandler::SslErrors);
+    if (m_reportsProgress)
+        connect(m_reply, &QNetworkReply::downloadProgress, this, &ReplyHandler::DownloadProgressSlot);
     if (m_download) {
         connect(m_reply, &QNetworkReply::readyRead, this, &ReplyHandler::ReadyRead);
     } else {
@@ -73,11 +77,6 @@ void ReplyHandler::watch(QNetworkReply* reply) {
         m_reply->setReadBufferSize(2 * maximumBodyBytes);
         connect(m_reply, &QNetworkReply::readyRead, this, &ReplyHandler::checkBodySize);
     }
-}
-
-void ReplyHandler::reportProgress() {
-    if (m_reply)
-        connect(m_reply, &QNetworkReply::downloadProgress, this, &ReplyHandler::DownloadProgressSlot);
 }
 
 // The framework makes its manager the parent of a reply; without a parent it can be destroyed earlier, or handed over.
@@ -185,7 +184,11 @@ void ReplyHandler::RequestFinishedSlot() {
         m_logger->debug(QStringLiteral("NetworkOperation::RequestFinishedSlot called: %1 %2")
                             .arg(m_verb, displayUrl(m_reply->request().url())));
     }
-    finish();
+    const QPointer<QNetworkReply> reply(m_reply);
+    if (reply && !m_ended && reply->error() == QNetworkReply::ProxyAuthenticationRequiredError)
+        Q_EMIT RefusedByProxy();
+    if (m_reply == reply)
+        finish();
 }
 
 void ReplyHandler::finish() {
