@@ -53,6 +53,8 @@ public:
 
 Q_SIGNALS:
     void RequestFinished();
+    /// For an owner on another thread: RequestFinished has returned.
+    void Settled();
     void DownloadProgress(QNetworkReply* reply, qint64 done, qint64 total);
 
 public Q_SLOTS:
