@@ -22,6 +22,15 @@ namespace Velquor::TestKit {
     return rounds(10000, bar);
 }
 
+/// For memory. A sanitizer keeps notes of its own about each byte.
+[[nodiscard]] inline qint64 limitBytes(qint64 bar) {
+#ifdef __SANITIZE_THREAD__
+    return 4 * bar;
+#else
+    return bar;
+#endif
+}
+
 /// Prints a measurement with its bar; the lines of a long run become a table.
 inline void figure(const QString& what, const QString& bar, const QString& measured) {
     const QByteArray line = QStringLiteral("%1 | %2 | %3 | %4\n")

@@ -73,10 +73,22 @@ void ReplyHandler::watch(QNetworkReply* reply) {
     if (m_download) {
         connect(m_reply, &QNetworkReply::readyRead, this, &ReplyHandler::ReadyRead);
     } else {
-        // Bounds what the framework reads ahead of checkBodySize().
-        m_reply->setReadBufferSize(2 * maximumBodyBytes);
         connect(m_reply, &QNetworkReply::readyRead, this, &ReplyHandler::checkBodySize);
+        boundReadAhead();
     }
+}
+
+// Bounds what the framework reads ahead of checkBodySize(). It crashes when it is told the bound while it opens a tunnel, so with
+// TLS it learns it when the connection is encrypted, or with the head of the reply when the connection was kept.
+void ReplyHandler::boundReadAhead() {
+    QNetworkReply* const reply = m_reply;
+    const auto bound = [reply] { reply->setReadBufferSize(2 * maximumBodyBytes); };
+    if (reply->url().scheme() != QLatin1String("https")) {
+        bound();
+        return;
+    }
+    connect(reply, &QNetworkReply::encrypted, reply, bound);
+    connect(reply, &QNetworkReply::metaDataChanged, reply, bound);
 }
 
 // The framework makes its manager the parent of a reply; without a parent it can be destroyed earlier, or handed over.

@@ -75,6 +75,7 @@ private:
     /// A reply that is kept in memory may not be larger; what the services answer is far smaller.
     static constexpr qint64 maximumBodyBytes = 4LL * 1024 * 1024;
 
+    void boundReadAhead();
     void adopt();
     void finish();
     void settleResult();
