@@ -98,9 +98,15 @@ void TimeServiceImp::stop() {
         if (!thread)
             return;
         Q_EMIT m_worker->StopServiceTrigger();
-        // Posted after the trigger: a thread that quits at once would not handle the trigger any more.
+        // Posted after the trigger: a thread that quits at once would not handle the trigger any more. It must not end before
+        // this call has returned, which still wakes it up, and so waits for the mutex.
         QMetaObject::invokeMethod(
-            m_worker, [ending = thread.get()] { ending->quit(); }, Qt::QueuedConnection);
+            m_worker,
+            [this, ending = thread.get()] {
+                const QMutexLocker posted(&m_mutex);
+                ending->quit();
+            },
+            Qt::QueuedConnection);
         m_worker = nullptr;
     }
     // Without the mutex, so that the wait does not block the signers.
