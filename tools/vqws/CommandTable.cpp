@@ -79,7 +79,8 @@ QVector<CommandInfo> requestCommands() {
         command(
             "doctor", &runDoctor, "Check the set-up and show how to repair it.",
             "Prints one line for each check: ok, warning or fault, with the cure. Needs neither a key nor a signed-in user, and "
-            "signs nobody out. Exit status 1 when there is a fault."),
+            "signs nobody out. With key and secret it also asks the account server whether it accepts the product. Exit status 1 "
+            "when there is a fault."),
         command("dump", &runDump, "Show the state of the login session and of the processes.",
                 "The text is for a report to support. It never contains secrets. It contains names of the user, of programs and "
                 "of folders."),
