@@ -84,6 +84,13 @@ QVector<CommandInfo> requestCommands() {
         command("dump", &runDump, "Show the state of the login session and of the processes.",
                 "The text is for a report to support. It never contains secrets. It contains names of the user, of programs and "
                 "of folders."),
+        with(
+            command(
+                "report", &runReport, "Write all that support needs into a file.",
+                "Writes one text file for a ticket: versions, the checks of \"doctor\", \"status\", \"dump\", and the end of the "
+                "log. It lists the parts before. Secrets are in none of them; names of the user, of programs and of folders "
+                "are. It never replaces a file."),
+            "FILE", 1, 1),
     };
 }
 

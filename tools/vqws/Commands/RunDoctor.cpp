@@ -14,22 +14,6 @@ namespace {
 constexpr int stateWidth = 9;
 constexpr int labelWidth = 29;
 
-QString stateText(Finding::State state) {
-    switch (state) {
-    case Finding::State::Ok: return QStringLiteral("ok");
-    case Finding::State::Warning: return QStringLiteral("warning");
-    case Finding::State::Fault: break;
-    }
-    return QStringLiteral("fault");
-}
-
-QJsonObject toObject(const Finding& finding) {
-    return {{QStringLiteral("check"), finding.check},
-            {QStringLiteral("state"), stateText(finding.state)},
-            {QStringLiteral("text"), finding.text},
-            {QStringLiteral("cure"), finding.cure}};
-}
-
 int countOf(const Findings& findings, Finding::State state) {
     return static_cast<int>(
         std::count_if(findings.begin(), findings.end(), [state](const Finding& finding) { return finding.state == state; }));
