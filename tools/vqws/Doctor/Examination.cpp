@@ -33,7 +33,8 @@ void Examination::afterTheStart(const Library& library) {
 }
 
 void Examination::withProduct(const Library& library) {
-    add("the account server", [&] { return checkProduct(library, m_context.cancellation); });
+    // Its calls of the library show what they wait for.
+    add(checkProduct(library, m_context.cancellation));
 }
 
 const Finding* Examination::firstFault() const {
@@ -50,10 +51,14 @@ void Examination::add(const char* what, const std::function<Findings()>& check) 
         const Progress::Wait wait(m_context.progress, QString::fromLatin1(what));
         found = check();
     }
+    add(found);
+}
+
+void Examination::add(const Findings& found) {
     if (m_context.cancellation.isRequested())
         return;
     if (m_show) {
-        for (const Finding& finding : qAsConst(found))
+        for (const Finding& finding : found)
             m_show(finding);
     }
     m_findings += found;

@@ -32,6 +32,7 @@ public:
 
 private:
     void add(const char* what, const std::function<Findings()>& check);
+    void add(const Findings& found);
 
     Context& m_context;
     const Show m_show;
