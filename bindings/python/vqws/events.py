@@ -65,7 +65,7 @@ def _text(data: Optional[int], length: int) -> str:
     return ctypes.string_at(data, length).decode("utf-8", "replace") if data else ""
 
 
-@_native.EVENT
+@_native.EVENT  # type: ignore[misc]
 def _on_event(event: Any, user: int) -> int:
     function = _functions.get(user)
     if not function:
@@ -82,14 +82,14 @@ def _on_event(event: Any, user: int) -> int:
         return 0
 
 
-@_native.LOG
+@_native.LOG  # type: ignore[misc]
 def _on_line(level: int, text: int, length: int, user: int) -> None:
     function = _functions.get(user)
     if function:
-        run_guarded(lambda: function(level, _text(text, length)))
+        run_guarded(lambda call: call(level, _text(text, length)), function)
 
 
-@_native.RELEASE
+@_native.RELEASE  # type: ignore[misc]
 def _on_release(user: int) -> None:
     _functions.pop(user, None)
 

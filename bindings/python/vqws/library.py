@@ -31,7 +31,7 @@ class OAuth2(enum.Enum):
     DEFAULT = 1  #: The token of type RT with the scope of the configuration.
 
 
-@_native.WAKE
+@_native.WAKE  # type: ignore[misc]
 def _on_wake(user: int) -> None:
     wake = _wakes.get(user)
     if wake:

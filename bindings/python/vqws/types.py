@@ -1,4 +1,5 @@
 """The values of the interface."""
+import ctypes
 import dataclasses
 import enum
 from collections.abc import Mapping, Sequence
@@ -149,6 +150,6 @@ CONFIG_TEXTS = tuple(field.name for field in dataclasses.fields(Config) if field
 Params = Union[Mapping[str, Optional[str]], Sequence[tuple[str, Optional[str]]]]
 
 
-def native_params(params: Optional[Params]) -> "_native.ctypes.Array[_native.ParamStruct]":
+def native_params(params: Optional[Params]) -> "ctypes.Array[_native.ParamStruct]":
     pairs = list(params.items() if isinstance(params, Mapping) else params or ())
     return (_native.ParamStruct * len(pairs))(*[_native.ParamStruct(member(name), member(value)) for name, value in pairs])
