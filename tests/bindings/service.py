@@ -13,7 +13,10 @@ BINARIES = pathlib.Path(os.environ["VQ_BINARY_DIR"]) / "bin"
 LIBRARY = BINARIES / "libvqws.so.1"
 KEY, SECRET = "demo-product-0001", "demo-secret-0001"
 PATIENCE = 20
+# Never the data of whoever runs the test: it is removed.
+DATA = pathlib.Path(os.environ["TMPDIR"]) / "bindings-data"
 os.environ["VQWS_LIBRARY"] = str(LIBRARY)
+os.environ["XDG_DATA_HOME"] = str(DATA)
 sys.path[:0] = [str(SOURCE / "dev/demo"), str(SOURCE / "bindings/python")]
 
 from account import AccountService  # noqa: E402
