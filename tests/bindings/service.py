@@ -3,6 +3,7 @@ import json
 import os
 import pathlib
 import re
+import subprocess
 import sys
 import time
 import unittest
@@ -12,12 +13,15 @@ SOURCE = pathlib.Path(os.environ["VQ_SOURCE_DIR"])
 BINARIES = pathlib.Path(os.environ["VQ_BINARY_DIR"]) / "bin"
 LIBRARY = BINARIES / "libvqws.so.1"
 KEY, SECRET = "demo-product-0001", "demo-secret-0001"
+CSHARP = SOURCE / "bindings/csharp"
 PATIENCE = 20
 # Never the data of whoever runs the test: it is removed.
 DATA = pathlib.Path(os.environ["TMPDIR"]) / "bindings-data"
+TRIAL = DATA.parent / "trial.exe"
 os.environ["VQWS_LIBRARY"] = str(LIBRARY)
 os.environ["XDG_DATA_HOME"] = str(DATA)
-sys.path[:0] = [str(SOURCE / "dev/demo"), str(SOURCE / "bindings/python")]
+sys.path += [str(SOURCE / "bindings/python")]
+sys.path.insert(0, str(SOURCE / "dev/demo"))
 
 from account import AccountService  # noqa: E402
 
@@ -39,6 +43,14 @@ def parameters() -> dict[str, list[str]]:
     found = re.findall(r"^VQWS_API int32_t VQWS_CALL (vqws_\w+)\(([^)]*)\)", header, re.M)
     return {name: [] if given == "void" else [re.sub(r"\s*\w+$", "", one.strip()) for one in given.split(",")]
             for name, given in found}
+
+
+def compile_trial() -> None:
+    """The package for C#, and a program with it that does what a test says."""
+    sources = [str(path) for path in sorted(CSHARP.glob("*.cs"))]
+    mcs = ["mcs", "-langversion:7", "-warn:4", "-warnaserror", "-codepage:utf8"]
+    subprocess.run([*mcs, "-target:library", f"-out:{DATA.parent / 'Velquor.WebServices.dll'}", *sources], check=True)
+    subprocess.run([*mcs, f"-out:{TRIAL}", *sources, str(SOURCE / "tests/bindings/Trial.cs")], check=True)
 
 
 class ServiceTest(unittest.TestCase):

@@ -1,17 +1,13 @@
 """The package for C#, compiled with Mono: that it is the whole header, and what a product meets with it. .NET is not shown."""
-import os
-import pathlib
 import re
 import shutil
 import subprocess
 import sys
 import unittest
 
-from service import DATA, PATIENCE, SOURCE, ServiceTest, exports, numbers, parameters
+from service import (CSHARP as PACKAGE, DATA, PATIENCE, SOURCE, TRIAL, ServiceTest, compile_trial, exports, numbers,
+                     parameters)
 
-PACKAGE = SOURCE / "bindings/csharp"
-BUILT = pathlib.Path(os.environ["TMPDIR"])
-TRIAL = BUILT / "trial.exe"
 TYPES = {"const char*": "byte[]", "char*": "byte[]", "size_t": "UIntPtr", "size_t*": "out UIntPtr", "int32_t": "int", "int32_t*": "out int",
          "int64_t*": "out long", "uint64_t": "ulong", "uint64_t*": "out ulong", "void*": "IntPtr", "vqws_event_fn": "EventFunction",
          "vqws_log_fn": "LogFunction", "vqws_release_fn": "ReleaseFunction", "vqws_error*": "ref ErrorStruct",
@@ -19,13 +15,6 @@ TYPES = {"const char*": "byte[]", "char*": "byte[]", "size_t": "UIntPtr", "size_
          "const vqws_init_options*": "ref InitOptionsStruct"}
 # The names of the header's constants begin with the enumeration's, but for these.
 PREFIXES = {"Result": "", "Method": "", "TokenType": "TOKEN", "EventKind": "EVENT", "ConfigText": "CONFIG"}
-
-
-def compile_trial() -> None:
-    sources = [str(path) for path in sorted(PACKAGE.glob("*.cs"))]
-    mcs = ["mcs", "-langversion:7", "-warn:4", "-warnaserror", "-codepage:utf8"]
-    subprocess.run([*mcs, "-target:library", f"-out:{BUILT / 'Velquor.WebServices.dll'}", *sources], check=True)
-    subprocess.run([*mcs, f"-out:{TRIAL}", *sources, str(SOURCE / "tests/bindings/Trial.cs")], check=True)
 
 
 def trial(*arguments: str, before=lambda process: None) -> tuple[int, str, str]:
@@ -68,7 +57,7 @@ class HeaderTest(unittest.TestCase):
 
     def test_nothing_but_netstandard_is_used(self):
         allowed = set((SOURCE / "tests/bindings/netstandard2.0.txt").read_text(encoding="utf-8").split("\n"))
-        used = set(trial("api", BUILT / "Velquor.WebServices.dll")[1].splitlines())
+        used = set(trial("api", DATA.parent / "Velquor.WebServices.dll")[1].splitlines())
         self.assertGreater(len(used), 80)
         self.assertEqual(set(), used - allowed)
 
