@@ -29,6 +29,8 @@ if(WIN32)
 endif()
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/bindings/python/vqws" DESTINATION "${python_folder}" COMPONENT Python
   PATTERN __pycache__ EXCLUDE PATTERN .mypy_cache EXCLUDE)
+file(GLOB csharp_files "${CMAKE_SOURCE_DIR}/bindings/csharp/*.cs" "${CMAKE_SOURCE_DIR}/bindings/csharp/*.csproj")
+install(FILES ${csharp_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices/csharp" COMPONENT CSharp)
 install(EXPORT VqWebServicesTargets NAMESPACE VqWebServices:: DESTINATION "${package_folder}")
 configure_package_config_file("${CMAKE_SOURCE_DIR}/cmake/VqWebServicesConfig.cmake.in"
   "${CMAKE_BINARY_DIR}/VqWebServicesConfig.cmake" INSTALL_DESTINATION "${package_folder}")

@@ -6,6 +6,7 @@ import argparse
 import os
 import pathlib
 import re
+import shutil
 import socket
 import subprocess
 import sys
@@ -19,7 +20,11 @@ BLOCK = re.compile(r"^```sh( terminal=2)?\n(.*?)^```$", re.S | re.M)
 SECONDS = 1800
 # What a newcomer is promised.
 BAR_SECONDS = 600
-WALKED = ("cmake.md", "qt-host.md", "python.md")
+WALKED = ["cmake.md", "qt-host.md", "python.md"]
+if shutil.which("mcs"):
+    WALKED.append("csharp.md")
+else:
+    print("SKIPPED: mcs is missing (tools/setup installs mono-mcs), so the page csharp.md is not walked.")
 DONE = "::all of the block is done"
 
 
@@ -60,7 +65,7 @@ class Terminal:
         if block.endswith("&\n"):
             # A reader waits for this line, too.
             return self.read_until("Account service ready")
-        asks = re.search(r"[/ ](first-request|qt-host|first_request.py) account \S+\n\Z", block)
+        asks = re.search(r"[/ ](first-request|qt-host|first_request.py|first-request.exe) account \S+\n\Z", block)
         if asks:
             page = self.read_until("https://", "http://").splitlines()[-1]
             subprocess.run(["bash", "-ec", sign_in], cwd=self.home / "vq-start", check=True, timeout=60, stdout=subprocess.DEVNULL,
