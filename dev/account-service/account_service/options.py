@@ -68,6 +68,8 @@ def parse(arguments: list[str] | None = None) -> argparse.Namespace:
     add = parser.add_argument
     add("--port", type=_port, default=0, metavar="N",
         help="HTTPS port on 127.0.0.1; 0 takes a free one (default)")
+    add("--http", action="store_true",
+        help="without TLS, for clients that cannot be made to trust another authority")
     add("--control-port", type=_port, default=0, metavar="N",
         help="plain HTTP port of the control interface on 127.0.0.1; 0 takes a free one (default)")
     add("--out", metavar="DIR",
