@@ -48,7 +48,10 @@ public sealed partial class Library : IDisposable {
                 Interlocked.CompareExchange(ref s_wakeAction, wake, null);
                 native.wake = Marshal.GetFunctionPointerForDelegate(s_wake);
             }
-            Calls.Check(Calls.Functions.Init(ref native));
+            var code = Calls.Functions.Init(ref native);
+            if (code != (int)Result.Ok)
+                ForgetWake();
+            Calls.Check(code);
         }
         HasOwnThread = options.Mode == Mode.Own;
         m_isOpen = true;
@@ -60,13 +63,11 @@ public sealed partial class Library : IDisposable {
     /// <summary>Whether the event thread is the library's.</summary>
     internal static bool HasOwnThread { get; private set; }
 
-    private Action PostTo(SynchronizationContext context) {
+    // It serves as long as the library runs, also when the object that brought it is gone; after the end it does nothing.
+    private static Action PostTo(SynchronizationContext context) {
         if (context == null)
             return null;
-        return () => context.Post(_ => {
-            if (m_isOpen)
-                Dispatch();
-        }, null);
+        return () => context.Post(_ => Calls.Functions.Dispatch(), null);
     }
 
     private static void OnWake(IntPtr user) {
@@ -87,8 +88,14 @@ public sealed partial class Library : IDisposable {
         Calls.Check(Calls.Functions.Uninit());
         m_isOpen = false;
         m_handlers.Clear();
-        lock (s_lock) {
+        lock (s_lock)
             s_open.Remove(this);
+        ForgetWake();
+    }
+
+    // The next first start brings its own.
+    private static void ForgetWake() {
+        lock (s_lock) {
             if (s_open.Count == 0)
                 Volatile.Write(ref s_wakeAction, null);
         }

@@ -1,7 +1,6 @@
 """Callables for events and for lines of the log."""
 import ctypes
 import itertools
-import threading
 from typing import Any, Callable, Optional, Union
 
 from . import _native
@@ -19,8 +18,7 @@ _NOTHING = ctypes.CFUNCTYPE(None)
 # The library knows a registration by this number, never by an address: what it calls is one of the functions below, which never go.
 _functions: dict[int, Callable[..., object]] = {}
 _numbers = itertools.count(1)
-_open: set["Registration"] = set()
-_lock = threading.Lock()
+_identities: dict[int, int] = {}
 
 
 class Registration:
@@ -31,12 +29,7 @@ class Registration:
 
     def close(self) -> None:
         """Waits for a call that runs on another thread. A second close does nothing."""
-        with _lock:
-            _open.discard(self)
-        try:
-            do("vqws_unobserve", self._identity)
-        except NotFoundError:
-            pass  # The end of the library, or an earlier close, has ended it.
+        _end(self._identity)
 
     def __enter__(self) -> "Registration":
         return self
@@ -92,6 +85,14 @@ def _on_line(level: int, text: int, length: int, user: int) -> None:
 @_native.RELEASE  # type: ignore[misc]
 def _on_release(user: int) -> None:
     _functions.pop(user, None)
+    _identities.pop(user, None)
+
+
+def _end(identity: int) -> None:
+    try:
+        do("vqws_unobserve", identity)
+    except NotFoundError:
+        pass  # The end of the library, or an earlier close, has ended it.
 
 
 def _register(name: str, trampoline: object, function: Callable[..., object]) -> Registration:
@@ -106,10 +107,8 @@ def _register(name: str, trampoline: object, function: Callable[..., object]) ->
         # A registration that fails is not released.
         _functions.pop(number, None)
         raise
-    registration = Registration(identity.value)
-    with _lock:
-        _open.add(registration)
-    return registration
+    _identities[number] = identity.value
+    return Registration(identity.value)
 
 
 def observe(function: EventFunction) -> Registration:
@@ -129,7 +128,5 @@ def log_drops() -> int:
 
 def end_all() -> None:
     """Before the interpreter ends: afterwards nothing of Python can be called."""
-    with _lock:
-        registrations = list(_open)
-    for registration in registrations:
-        registration.close()
+    for identity in list(_identities.values()):
+        _end(identity)
