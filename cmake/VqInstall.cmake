@@ -22,6 +22,15 @@ install(DIRECTORY "${CMAKE_SOURCE_DIR}/include/" "${CMAKE_BINARY_DIR}/include/" 
 install(FILES "${CMAKE_SOURCE_DIR}/config/WebServices.logconfig" DESTINATION "${library_folder}")
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/config/" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices" FILES_MATCHING PATTERN "*.example")
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/docs/getting-started" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices")
+# For Python no compiler is needed: the package is the same for all systems.
+set(python_folder lib/python3/dist-packages)
+if(WIN32)
+  set(python_folder python)
+endif()
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/bindings/python/vqws" DESTINATION "${python_folder}" COMPONENT Python
+  PATTERN __pycache__ EXCLUDE PATTERN .mypy_cache EXCLUDE)
+file(GLOB csharp_files "${CMAKE_SOURCE_DIR}/bindings/csharp/*.cs" "${CMAKE_SOURCE_DIR}/bindings/csharp/*.csproj")
+install(FILES ${csharp_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices/csharp" COMPONENT CSharp)
 install(EXPORT VqWebServicesTargets NAMESPACE VqWebServices:: DESTINATION "${package_folder}")
 configure_package_config_file("${CMAKE_SOURCE_DIR}/cmake/VqWebServicesConfig.cmake.in"
   "${CMAKE_BINARY_DIR}/VqWebServicesConfig.cmake" INSTALL_DESTINATION "${package_folder}")

@@ -5,7 +5,6 @@
 #include "VqLog/LogQueue.h"
 #include "VqLog/LogTap.h"
 
-#include <QScopeGuard>
 #include <QThread>
 #include <atomic>
 #include <log4cplus/logger.h>
@@ -23,6 +22,18 @@ std::atomic<bool> isEnded{false};
 /// The threads that are inside the log library. No lock: a thread that the system ends would leave it in an unknown state.
 std::atomic<int> writers{0};
 
+/// The log library may be used while this exists and is allowed. Thread: any. Owner: the stack.
+class Use {
+public:
+    Use() { ++writers; }
+    ~Use() { --writers; }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+    // After the count: whoever ends the log waits for those whom it counted.
+    [[nodiscard]] static bool isAllowed() { return !isEnded; }
+};
+
 } // namespace
 
 struct LoggerWrapper::Target {
@@ -36,7 +47,8 @@ LoggerWrapper::LoggerWrapper(const QString& name)
 LoggerWrapper::~LoggerWrapper() = default;
 
 bool LoggerWrapper::isEnabled(Level level) const {
-    if (isEnded)
+    const Use use;
+    if (!Use::isAllowed())
         return false;
     return !LogQueue::instance().isLogSetUp() || m_target->logger.isEnabledFor(static_cast<log4cplus::LogLevel>(level));
 }
@@ -50,11 +62,9 @@ void LoggerWrapper::write(Level level, const QString& prefix, const QString& tex
     LogTap::instance().add(level, line);
     if (LogQueue::instance().add({m_name, level, line}))
         return;
-    ++writers;
-    const auto leave = qScopeGuard([] { --writers; });
-    if (isEnded)
-        return;
-    m_target->logger.log(static_cast<log4cplus::LogLevel>(level), LOG4CPLUS_STRING_TO_TSTRING(line.toStdString()));
+    const Use use;
+    if (Use::isAllowed())
+        m_target->logger.log(static_cast<log4cplus::LogLevel>(level), LOG4CPLUS_STRING_TO_TSTRING(line.toStdString()));
 }
 
 std::shared_ptr<ILogger> makeLogger(const QString& name) {
@@ -79,7 +89,7 @@ bool isBeingWritten() {
 
 QString logLine(const QString& text) {
     // Secrets first, since a cut could leave the beginning of one.
-    const QString line = singleLine(KnownSecrets::hidden(text.left(longestLine + longestSecret)));
+    QString line = singleLine(KnownSecrets::hidden(text.left(longestLine + longestSecret)));
     const QByteArray bytes = line.toUtf8();
     if (text.size() <= longestLine && bytes.size() <= longestLine)
         return line;

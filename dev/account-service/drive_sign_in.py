@@ -15,6 +15,7 @@ import subprocess
 import sys
 import tempfile
 from pathlib import Path
+from urllib.parse import urlsplit
 
 from selenium import webdriver
 from selenium.common.exceptions import WebDriverException
@@ -123,7 +124,7 @@ def run(options: argparse.Namespace, home: Path) -> None:
     browser = open_browser(home)
     try:
         browser.get(options.url)
-        if browser.execute_script("return location.protocol") != "https:":
+        if browser.execute_script("return location.protocol") != urlsplit(options.url).scheme + ":":
             raise Unexpected(f'the browser refused to go there: "{browser.title}"')
         if options.open:
             # Pages of the service have this heading. The browser's own error page does not.

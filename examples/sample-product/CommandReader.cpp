@@ -1,19 +1,36 @@
 #include "CommandReader.h"
 
 #include <iostream>
+#include <mutex>
 #include <string>
+#include <thread>
+
+/// What the thread and the object know of each other: the thread may wait for a line until the process ends.
+struct CommandReader::Link {
+    std::mutex mutex;
+    CommandReader* reader = nullptr; ///< null: gone
+};
+
+CommandReader::CommandReader()
+    : m_link(std::make_shared<Link>()) {
+    m_link->reader = this;
+}
 
 CommandReader::~CommandReader() {
-    // The thread may wait for a line that never arrives. It ends with the process, which is about to exit.
-    if (m_thread.joinable())
-        m_thread.detach();
+    const std::lock_guard lock(m_link->mutex);
+    m_link->reader = nullptr;
 }
 
 void CommandReader::start() {
-    m_thread = std::thread([this] {
+    std::thread([link = m_link] {
         std::string line;
-        while (std::getline(std::cin, line))
-            emit lineRead(QString::fromStdString(line));
-        emit ended();
-    });
+        while (std::getline(std::cin, line)) {
+            const std::lock_guard lock(link->mutex);
+            if (link->reader)
+                emit link->reader->lineRead(QString::fromStdString(line));
+        }
+        const std::lock_guard lock(link->mutex);
+        if (link->reader)
+            emit link->reader->ended();
+    }).detach();
 }

@@ -2,7 +2,7 @@
 
 #include <QObject>
 #include <QString>
-#include <thread>
+#include <memory>
 
 /// Reads lines from the standard input on a separate thread, since Qt's event loop cannot wait for it in the same way on both
 /// systems.
@@ -12,7 +12,7 @@ class CommandReader : public QObject {
     Q_OBJECT
 
 public:
-    CommandReader() = default;
+    CommandReader();
     ~CommandReader() override;
 
     void start();
@@ -22,5 +22,7 @@ signals:
     void ended();
 
 private:
-    std::thread m_thread;
+    struct Link;
+
+    const std::shared_ptr<Link> m_link;
 };

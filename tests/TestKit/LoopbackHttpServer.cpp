@@ -133,7 +133,7 @@ void LoopbackListener::play(QSslSocket* socket, const Script& script) {
     if (script.filler > 0)
         socket->write(QByteArray(int(script.filler), 'x'));
     if (script.close)
-        socket->disconnectFromHost();
+        QTimer::singleShot(script.openForInMsec, socket, [socket] { socket->disconnectFromHost(); });
 }
 
 void LoopbackListener::drip(QSslSocket* socket, const Script& script, int position) {

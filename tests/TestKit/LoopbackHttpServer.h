@@ -21,6 +21,7 @@ struct Script {
     int dripInMsec = 0;        ///< between single bytes; 0: all at once
     bool close = true;         ///< close afterwards
     int dripFrom = 0;          ///< so many bytes go at once before the dripping
+    int openForInMsec = 0;     ///< between the last byte and the close
     QByteArray challenge = {}; ///< sent instead to a request without credentials for a proxy; empty: no difference
 };
 

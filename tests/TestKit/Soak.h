@@ -22,6 +22,15 @@ namespace Velquor::TestKit {
     return rounds(10000, bar);
 }
 
+/// ThreadSanitizer makes a program some ten times slower, and keeps notes of its own about each byte.
+#ifdef __SANITIZE_THREAD__
+inline constexpr int slowness = 10;
+inline constexpr int notesPerByte = 4;
+#else
+inline constexpr int slowness = 1;
+inline constexpr int notesPerByte = 1;
+#endif
+
 /// Prints a measurement with its bar; the lines of a long run become a table.
 inline void figure(const QString& what, const QString& bar, const QString& measured) {
     const QByteArray line = QStringLiteral("%1 | %2 | %3 | %4\n")

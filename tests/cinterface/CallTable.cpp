@@ -38,7 +38,7 @@ int32_t sign(A a) {
 }
 
 const vqws_token_spec* spec(A a) {
-    static vqws_token_spec made;
+    thread_local vqws_token_spec made;
     made = {sizeof made, VQWS_TOKEN_RT, a.textOr(nullptr)};
     return &made;
 }

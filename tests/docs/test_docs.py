@@ -10,7 +10,8 @@ import unittest
 import documents
 
 SOURCE = pathlib.Path(os.environ.get("VQ_SOURCE_DIR", pathlib.Path(__file__).resolve().parent.parent.parent)).resolve()
-PAGES = [*SOURCE.glob("docs/**/*.md"), SOURCE / "README.md", SOURCE / "CHANGELOG.md", SOURCE / "dev/account-service/README.md"]
+PAGES = [*SOURCE.glob("docs/**/*.md"), SOURCE / "README.md", SOURCE / "CHANGELOG.md", SOURCE / "dev/account-service/README.md",
+         *SOURCE.glob("bindings/*/README.md")]
 STARTING = SOURCE / "docs/getting-started"
 CODE = [path for folder in ("WebServicesCore", "Shared") for path in (SOURCE / folder).rglob("*") if path.suffix in (".cpp", ".h")]
 

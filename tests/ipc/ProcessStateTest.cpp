@@ -13,6 +13,7 @@ struct FakeMemory {
     QByteArray bytes; ///< Empty: nobody has created it.
     bool canBeCreated = true;
     int othersCreateFirst = 0; ///< That many creations find the block there.
+    QMutex mutex;              ///< Sanitizers do not see the lock between processes, which keeps users apart here too.
 };
 
 class FakeBlock final : public ISharedBlock {
@@ -35,9 +36,16 @@ public:
     }
     bool isAttached() override { return m_isAttached; }
     int size() const override { return m_memory->bytes.size(); }
-    bool startsWith(const QByteArray& bytes) override { return m_memory->bytes.startsWith(bytes); }
-    QByteArray read() override { return m_memory->bytes; }
+    bool startsWith(const QByteArray& bytes) override {
+        const QMutexLocker lock(&m_memory->mutex);
+        return m_memory->bytes.startsWith(bytes);
+    }
+    QByteArray read() override {
+        const QMutexLocker lock(&m_memory->mutex);
+        return {m_memory->bytes.constData(), m_memory->bytes.size()};
+    }
     bool write(const QByteArray& bytes) override {
+        const QMutexLocker lock(&m_memory->mutex);
         std::copy(bytes.cbegin(), bytes.cend(), m_memory->bytes.begin());
         return true;
     }

@@ -6,6 +6,7 @@ import argparse
 import os
 import pathlib
 import re
+import shutil
 import socket
 import subprocess
 import sys
@@ -19,6 +20,11 @@ BLOCK = re.compile(r"^```sh( terminal=2)?\n(.*?)^```$", re.S | re.M)
 SECONDS = 1800
 # What a newcomer is promised.
 BAR_SECONDS = 600
+WALKED = ["cmake.md", "qt-host.md", "python.md"]
+if shutil.which("mcs"):
+    WALKED.append("csharp.md")
+else:
+    print("SKIPPED: mcs is missing (tools/setup installs mono-mcs), so the page csharp.md is not walked.")
 DONE = "::all of the block is done"
 
 
@@ -56,9 +62,12 @@ class Terminal:
     def run(self, block: str, sign_in: str) -> str:
         """What the block prints. When it asks for a sign-in, that is done in a second terminal."""
         self.type(block)
-        asks = re.search(r"/(first-request|qt-host) account \S+\n\Z", block)
+        if block.endswith("&\n"):
+            # A reader waits for this line, too.
+            return self.read_until("Account service ready")
+        asks = re.search(r"[/ ](first-request|qt-host|first_request.py|first-request.exe) account \S+\n\Z", block)
         if asks:
-            page = self.read_until("https://").splitlines()[-1]
+            page = self.read_until("https://", "http://").splitlines()[-1]
             subprocess.run(["bash", "-ec", sign_in], cwd=self.home / "vq-start", check=True, timeout=60, stdout=subprocess.DEVNULL,
                            env={**os.environ, "VQ": str(self.home / "vqwebservices"), "PAGE": page})
             self.type("\n")
@@ -77,7 +86,7 @@ def walk(home: pathlib.Path, installed: pathlib.Path | None) -> None:
     (home / "vqwebservices").symlink_to(SOURCE)
     port, started, output = free_port(), time.monotonic(), ""
     blocks = {name: [(bool(second), text.replace("8443", port)) for second, text in BLOCK.findall((PAGES / name).read_text())]
-              for name in ("README.md", "cmake.md", "qt-host.md")}
+              for name in ("README.md", *WALKED)}
     sign_in = next(text for second, text in blocks["README.md"] if second)
     first = [text for second, text in blocks["README.md"] if not second]
     begin, clean_up = first[:-1], first[-1]
@@ -88,7 +97,7 @@ def walk(home: pathlib.Path, installed: pathlib.Path | None) -> None:
                 (home / "vq-start/installed").symlink_to(installed)
             else:
                 terminal.run(block, sign_in)
-        for page in ("cmake.md", "qt-host.md"):
+        for page in WALKED:
             output = ""
             for _, block in blocks[page]:
                 output += terminal.run(block, sign_in)

@@ -2,6 +2,7 @@
 
 #include "TestKit/SessionFixture.h"
 #include "TestKit/SilentTokenOwner.h"
+#include "TestKit/Soak.h"
 #include "Tokens/IRequestFlags.h"
 #include "Tokens/OAuth2/OAuth2TokenSlot.h"
 
@@ -24,7 +25,7 @@ public:
         // Real time passes on it too, since the workers wait by it.
         m_services.steadyClock = [this] { return Util::systemSteadyClock() + clock.toMSecsSinceEpoch() * 1000000; };
         m_services.lockFolder = fixture.folder.path();
-        m_services.tokenTimeoutMs = 300;
+        m_services.tokenTimeoutMs = 300 * TestKit::slowness;
         held = tokensNamed("token", 3600);
     }
 

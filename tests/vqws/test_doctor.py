@@ -59,7 +59,9 @@ class DoctorTest(ToolTest):
     def test_missing_and_damaged_url_files_are_found(self):
         shutil.move(self.url_file(), self.url_file("away"))
         bad = self.examine(FAILED)
-        self.assertIn("VqWebservicesURLs.config for the current server Production was not found", bad["URL files"]["text"])
+        missing = "VqWebservicesURLs.config for the current server Production was not found"
+        self.assertIn(missing, bad["URL files"]["text"])
+        self.assertIn(missing, self.check(FAILED, "login", "--json").json()["error"])
         self.assertEqual("fault", bad["account server"]["state"])
         self.url_file().write_text('{"Configurations": {', encoding="utf-8")
         self.assertIn("is no JSON at byte", self.examine(FAILED)["URL files"]["text"])
@@ -79,9 +81,26 @@ class DoctorTest(ToolTest):
         self.extra = {"VQWS_CA": ""}
         self.expect("account server", "fault", "is not trusted")
 
+    def test_a_bad_certificate_is_explained(self):
+        for kind, text, cure in (("expired", "has expired", "whoever runs the server"), ("not-yet-valid", "not yet valid", "set the clock"),
+                                 ("other-host", "valid for accounts.elsewhere.invalid", "correct AccountServerUrl")):
+            with self.subTest(kind):
+                self.service.stop()
+                self.start_service("--certificate", kind)
+                self.expect("account server", "fault", "is not trusted", text)
+                self.assertIn(cure, self.examine(FAILED)["account server"]["cure"])
+                self.assertIn(text, self.check(FAILED, "login", "--json").json()["error"])
+        self.service.stop()
+        self.start_service("--certificate", "not-yet-valid")
+        self.service.control("clock", {"offset_seconds": 31 * 24 * ONE_HOUR})
+        bad = self.examine(FAILED)
+        self.assertEqual(["time offset", "account server"], list(bad))
+        self.assertIn("set the clock", bad["account server"]["cure"])
+
     def test_a_wrong_clock_is_found(self):
         self.service.control("clock", {"offset_seconds": -2 * ONE_HOUR - 60})
         self.expect("time offset", "fault", "is 2 h ahead of the one of the account server")
+        self.assertIn("Cure: set the clock", self.check(FAILED, "login", "--json").json()["error"])
         self.service.control("clock", {"offset_seconds": 60})
         self.expect("time offset", "warning", "s behind the one")
 
@@ -112,6 +131,9 @@ class DoctorTest(ToolTest):
         blocked.write_text("x", encoding="utf-8")
         self.extra = {"VQWS_LOGFILEDIR": self.home.path(blocked)}
         self.expect("log file", "fault", "no log can be written")
+        told = self.run_tool("status").err.splitlines()
+        self.assertEqual(1, len(told), told)
+        self.assertTrue(told[0].startswith("vqws: No log is written: "), told)
 
     def test_a_blocked_data_folder_is_found(self):
         self.home.data().parent.parent.mkdir(parents=True, exist_ok=True)
@@ -146,10 +168,27 @@ class DoctorTest(ToolTest):
         self.assertEqual(before, {path: path.stat().st_mtime_ns for path in self.home.data().rglob("*")})
 
     @unittest.skipIf(SYSROOT, "the key lies in a container of the system there")
-    def test_a_missing_key_is_found(self):
+    def test_a_missing_or_damaged_key_is_found(self):
         self.sign_in()
-        (self.home.data() / "UserKey.pem").unlink()
+        key = self.home.data() / "UserKey.pem"
+        whole = key.read_bytes()
+        key.write_bytes(whole[:len(whole) // 2])
+        self.expect("login state file", "fault", "its key", "is damaged")
+        self.sign_in()
+        self.assertIn("UserKey.pem.damaged-", self.examine(OK)["left-over files"]["text"])
+        for path in (key, *self.home.data().glob("UserKey.pem.damaged-*")):
+            path.unlink(missing_ok=True)
         self.expect("login state file", "fault", "its key", "is missing")
+
+    def test_a_product_that_the_server_refuses_is_found(self):
+        self.extra = {"VQWS_CONSUMER_SECRET": "wrong"}
+        self.expect("product", "fault", "refuses its key or secret (status 401)")
+        self.extra = {}
+        self.sign_in()
+        self.service.control("reset", {"keep_sessions": False})
+        self.expect("product", "fault", "refuses its token")
+        self.check(OK, "logout")
+        self.assertEqual({}, self.examine(OK), "the cure did not help")
 
     @unittest.skipIf(SYSROOT, "the block is no file there")
     def test_a_shared_block_open_to_others_is_found(self):

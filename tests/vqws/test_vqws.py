@@ -8,7 +8,7 @@ import unittest
 
 from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
 
-COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "dump"]
+COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "dump", "report"]
 
 
 class CommandLineTest(ToolTest):
@@ -165,6 +165,16 @@ class SessionTest(ToolTest):
         self.assertIn("***", log)
         for secret in self.secrets():
             self.assertNotIn(secret, log)
+
+        report = self.folder / "report.txt"
+        self.assertIn("End of the log. It has names", self.check(OK, "report", self.home.path(report)).err.replace("\n  ", " "))
+        text = report.read_text(encoding="utf-8")
+        for part in ("ok       product: the account server accepts its token", '"signedIn": true', '"SignedInAs": "ada"', "Process state dump",
+                     "***"):
+            self.assertIn(part, text)
+        for secret in self.secrets():
+            self.assertNotIn(secret, text)
+        self.assertIn("exists already", self.check(USAGE, "report", self.home.path(report)).err)
 
         self.assertIn("ada is signed out", self.check(OK, "logout").out)
         self.assertEqual(1, self.service.accepted("invalidate-token"))

@@ -75,8 +75,8 @@ class ToolTest(unittest.TestCase):
         self.extra: dict[str, str] = {}
         self.outputs: list[Run] = []
 
-    def start_service(self) -> None:
-        self.service = AccountService(self.folder / "service")
+    def start_service(self, *options: str) -> None:
+        self.service = AccountService(self.folder / "service", *options)
         self.service.start()
         self.addCleanup(self.service.stop)
 

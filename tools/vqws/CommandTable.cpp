@@ -79,10 +79,18 @@ QVector<CommandInfo> requestCommands() {
         command(
             "doctor", &runDoctor, "Check the set-up and show how to repair it.",
             "Prints one line for each check: ok, warning or fault, with the cure. Needs neither a key nor a signed-in user, and "
-            "signs nobody out. Exit status 1 when there is a fault."),
+            "signs nobody out. With key and secret it also asks the account server whether it accepts the product. Exit status 1 "
+            "when there is a fault."),
         command("dump", &runDump, "Show the state of the login session and of the processes.",
                 "The text is for a report to support. It never contains secrets. It contains names of the user, of programs and "
                 "of folders."),
+        with(
+            command(
+                "report", &runReport, "Write all that support needs into a file.",
+                "Writes one text file for a ticket: versions, the checks of \"doctor\", \"status\", \"dump\", and the end of the "
+                "log. It lists the parts before. Secrets are in none of them; names of the user, of programs and of folders "
+                "are. It never replaces a file."),
+            "FILE", 1, 1),
     };
 }
 

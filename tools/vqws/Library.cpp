@@ -2,6 +2,7 @@
 
 #include "Cancellation.h"
 #include "CommandLine.h"
+#include "Doctor/Checks.h"
 #include "Output.h"
 #include "Progress.h"
 #include "Texts.h"
@@ -42,7 +43,13 @@ Library::~Library() {
 
 ExitCode Library::open(Need need) {
     const ExitCode started = start(need);
-    return started == ExitCode::Ok ? signOn(need) : started;
+    if (started != ExitCode::Ok)
+        return started;
+    for (const Finding& finding : checkLog()) {
+        if (finding.state == Finding::State::Fault)
+            m_context.output.note(QStringLiteral("No log is written: %1. Cure: %2.").arg(finding.text, finding.cure));
+    }
+    return signOn(need);
 }
 
 ExitCode Library::start(Need need) {

@@ -9,6 +9,27 @@
 
 namespace Velquor::WebServices::Internal {
 
+namespace {
+
+/// While it lives, Qt's warning does not reach the host's standard error that the application object is not on the thread that
+/// used Qt first: here both are of the library. Thread: the library's own. Owner: the stack.
+class QuietStart {
+public:
+    QuietStart() { s_next = qInstallMessageHandler(&QuietStart::pass); }
+    ~QuietStart() { qInstallMessageHandler(s_next); }
+    QuietStart(const QuietStart&) = delete;
+    QuietStart& operator=(const QuietStart&) = delete;
+
+private:
+    static void pass(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        if (!text.contains(QLatin1String("QApplication was not created in the main() thread")))
+            s_next(type, context, text);
+    }
+    inline static QtMessageHandler s_next = nullptr;
+};
+
+} // namespace
+
 COwnThread& COwnThread::instance() {
     static auto* const thread = new COwnThread;
     return *thread;
@@ -48,7 +69,10 @@ void COwnThread::run() {
             start = std::exchange(m_start, nullptr);
         }
         const bool hadApplication = QCoreApplication::instance();
-        const bool isStarted = start();
+        const bool isStarted = [&start] {
+            const QuietStart quiet;
+            return start();
+        }();
         if (!hadApplication) {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_ownApplication = QCoreApplication::instance();

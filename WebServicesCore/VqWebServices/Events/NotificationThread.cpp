@@ -30,9 +30,15 @@ void NotificationThread::stop(Log::ILogger& logger) {
         const QMutexLocker lock(&m_mutex);
         if (!m_manager)
             return;
-        // Queued behind the events that are still to be sent: an `exit` from here would overtake them.
+        // Queued behind the events that are still to be sent: an `exit` from here would overtake them. The thread must not end
+        // before this call has returned, which still wakes it up, and so waits for the mutex.
         QMetaObject::invokeMethod(
-            m_manager, [] { QThread::currentThread()->exit(0); }, Qt::QueuedConnection);
+            m_manager,
+            [this] {
+                const QMutexLocker posted(&m_mutex);
+                QThread::currentThread()->exit(0);
+            },
+            Qt::QueuedConnection);
         m_manager = nullptr;
     }
     logger.information(QStringLiteral("Waiting for notification thread to finish"));

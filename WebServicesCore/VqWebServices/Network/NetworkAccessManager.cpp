@@ -6,6 +6,7 @@
 
 #include <QNetworkRequest>
 #include <mutex>
+#include <utility>
 
 namespace Velquor::WebServices::Internal {
 namespace {
@@ -35,29 +36,55 @@ void stopInterfacePolling() {
     });
 }
 
-/// The proxies of the process without their credentials. The framework would use those by itself, and nobody would know that the
-/// proxy has refused a request. Thread: the manager's. Owner: the manager.
+bool isSame(const QNetworkProxy& one, const QNetworkProxy& other) {
+    return one.hostName() == other.hostName() && one.port() == other.port();
+}
+
+/// The proxy passes the bytes of this connection on, and does not read the request.
+bool isTunnel(const QNetworkProxy& proxy, const QUrl& url) {
+    return proxy.type() == QNetworkProxy::HttpProxy && (url.scheme() == QLatin1String("https") || !proxy.isCachingProxy());
+}
+
+/// The proxies of the process. For a tunnel, one has the login that is to be tried. Where the proxy reads the request, it has
+/// none: the framework would use it by itself, and nobody would know that the proxy has refused a request.
+/// Thread: the manager's. Owner: the manager.
 class AskingProxies final : public QNetworkProxyFactory {
 public:
-    AskingProxies(QNetworkProxy& configured, QNetworkProxy& used)
-        : m_configured(configured)
+    AskingProxies(const QNetworkProxy& tunnel, QNetworkProxy& configured, QNetworkProxy& used)
+        : m_tunnel(tunnel)
+        , m_configured(configured)
         , m_used(used) {}
 
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override {
         QList<QNetworkProxy> proxies = QNetworkProxyFactory::proxyForQuery(query);
         for (QNetworkProxy& proxy : proxies) {
-            const bool isHttp = proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::HttpCachingProxy;
-            if (!isHttp || proxy.user().isEmpty())
-                continue;
-            m_configured = proxy;
-            proxy.setUser({});
-            proxy.setPassword({});
+            if (isTunnel(proxy, query.url()))
+                fillIn(proxy);
+            else
+                withhold(proxy);
         }
         m_used = proxies.value(0);
         return proxies;
     }
 
 private:
+    void fillIn(QNetworkProxy& proxy) const {
+        if (!isSame(proxy, m_tunnel))
+            return;
+        proxy.setUser(m_tunnel.user());
+        proxy.setPassword(m_tunnel.password());
+    }
+
+    void withhold(QNetworkProxy& proxy) const {
+        const bool isHttp = proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::HttpCachingProxy;
+        if (!isHttp || proxy.user().isEmpty())
+            return;
+        m_configured = proxy;
+        proxy.setUser({});
+        proxy.setPassword({});
+    }
+
+    const QNetworkProxy& m_tunnel;
     QNetworkProxy& m_configured;
     QNetworkProxy& m_used;
 };
@@ -75,7 +102,7 @@ NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger,
     , m_logger(logger ? std::move(logger) : std::make_shared<NoLogger>())
     , m_isDialogEnabled(isDialogEnabled()) {
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-    setProxyFactory(new AskingProxies(m_configured, m_used));
+    setProxyFactory(new AskingProxies(m_tunnel, m_configured, m_used));
     connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, &NetworkAccessManager::ProxyAuthenticationRequired);
 }
 
@@ -125,19 +152,18 @@ void NetworkAccessManager::answerProxy(const QNetworkProxy& proxy, QAuthenticato
         m_logger->error(QStringLiteral("Proxy authentication failed"));
     }
     if (!login.isEmpty())
-        give(login, authenticator);
+        give(login, proxy, authenticator);
 }
 
 bool NetworkAccessManager::answerAsConfigured(const QNetworkProxy& proxy, QAuthenticator& authenticator) {
     const ProxyLogin login{m_configured.user(), m_configured.password()};
-    const bool isKnown = proxy.hostName() == m_configured.hostName() && proxy.port() == m_configured.port() && !login.isEmpty();
-    if (!isKnown || m_refused.contains(login))
+    if (!isSame(proxy, m_configured) || login.isEmpty() || m_refused.contains(login))
         return false;
-    give(login, authenticator);
+    give(login, proxy, authenticator);
     return true;
 }
 
-void NetworkAccessManager::give(const ProxyLogin& login, QAuthenticator& authenticator) {
+void NetworkAccessManager::give(const ProxyLogin& login, const QNetworkProxy& proxy, QAuthenticator& authenticator) {
     ++m_answers;
     m_hasAnswered = true;
     // When the proxy asks again, it has refused this login.
@@ -145,21 +171,38 @@ void NetworkAccessManager::give(const ProxyLogin& login, QAuthenticator& authent
     Log::KnownSecrets::learn(login.password.toUtf8());
     // As the header of the request has it.
     Log::KnownSecrets::learn((login.user + QLatin1Char(':') + login.password).toUtf8());
+    if (isTunnel(proxy, m_url)) {
+        m_tunnel = proxy;
+        m_tunnel.setUser(login.user);
+        m_tunnel.setPassword(login.password);
+        m_hasTunnelLogin = true;
+        return;
+    }
     authenticator.setUser(login.user);
     authenticator.setPassword(login.password);
     if (m_body)
         m_body->allowRepetition();
 }
 
-QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QNetworkRequest& request, QIODevice* body) {
+void NetworkAccessManager::startRequest() {
     m_prompts = 0;
     m_answers = 0;
+    m_hasTunnelLogin = false;
     m_refused.clear();
+    m_tunnel = QNetworkProxy();
+}
+
+bool NetworkAccessManager::takeTunnelLogin() {
+    return std::exchange(m_hasTunnelLogin, false);
+}
+
+QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QNetworkRequest& request, QIODevice* body) {
+    m_url = request.url();
     m_configured = QNetworkProxy();
     m_used = QNetworkProxy(QNetworkProxy::NoProxy);
     m_body = qobject_cast<UploadBody*>(body);
-    // With what it has cached, the framework would answer the proxy by itself.
-    if (m_body && m_hasAnswered)
+    // With what it has cached, the framework would answer the proxy by itself: twice with a body, and in a tunnel.
+    if (m_hasAnswered)
         clearAccessCache();
     QNetworkRequest hardened(request);
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);

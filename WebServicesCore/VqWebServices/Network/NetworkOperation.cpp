@@ -57,6 +57,7 @@ NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelCont
     , m_logger(std::move(logger))
     , m_handler(m_logger, this) {
     connect(&m_handler, &ReplyHandler::Finished, this, &NetworkOperation::OperationFinished);
+    connect(&m_handler, &ReplyHandler::RefusedByProxy, this, &NetworkOperation::sendAgain);
     connect(&m_handler, &ReplyHandler::Progress, this, &NetworkOperation::DownloadProgressSlot);
     if (m_cancelController)
         connect(m_cancelController.get(), &ICancelController::Canceled, this, &NetworkOperation::CanceledSlot);
@@ -103,8 +104,8 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString downloadT
         m_handler.downloadTo(downloadToFile);
         startTimer(m_downloadTimeoutInMsec);
     }
-    watch(sendGet(request));
     m_handler.reportProgress();
+    watch(send(request));
 }
 
 QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec,
@@ -118,24 +119,25 @@ QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QStr
         return nullptr;
     if (timeoutInMsec > 0)
         startTimer(timeoutInMsec);
-    watch(isGet(verb) ? sendGet(request) : sendCustom(request));
+    watch(send(request));
     return wait && reply() ? waitForReply(loop) : reply();
 }
 
 QNetworkReply* NetworkOperation::waitForReply(QEventLoop& loop) {
     const QPointer<NetworkOperation> self(this);
-    const QPointer<QNetworkReply> reply(m_handler.reply());
+    const quint64 started = m_started;
     m_eventLoop = &loop;
     loop.exec(QEventLoop::ExcludeUserInputEvents);
     // A receiver of RequestFinished may have destroyed this object, or started it again. The loop ends early when the thread is
     // asked to quit.
-    if (self && m_handler.reply() == reply && !m_handler.isFinished())
+    if (self && m_started == started && !m_handler.isFinished())
         cancel(QStringLiteral("Event loop ended"));
-    return self && m_handler.reply() == reply ? reply.data() : nullptr;
+    return self && m_started == started ? m_handler.reply() : nullptr;
 }
 
 bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& verb) {
     m_verb = verb;
+    ++m_started;
     m_handler.reset(verb);
     m_timer.reset();
     if (const Util::Result<void> check = checkRequest(request, verb); !check) {
@@ -147,6 +149,7 @@ bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& ve
         connect(m_manager.get(), &NetworkAccessManager::PromptOpened, this, &NetworkOperation::pauseTimer);
         connect(m_manager.get(), &NetworkAccessManager::PromptClosed, this, &NetworkOperation::resumeTimer);
     }
+    m_manager->startRequest();
     return true;
 }
 
@@ -162,6 +165,16 @@ QNetworkRequest NetworkOperation::withUserAgent(QNetworkRequest request) const {
     if (!agent.isEmpty() && !request.hasRawHeader("User-Agent"))
         request.setRawHeader("User-Agent", agent.toUtf8());
     return request;
+}
+
+QNetworkReply* NetworkOperation::send(const QNetworkRequest& request) {
+    return isGet(m_verb) ? sendGet(request) : sendCustom(request);
+}
+
+// No server has seen the request yet: the proxy has refused to open the tunnel to it.
+void NetworkOperation::sendAgain() {
+    if (m_manager->takeTunnelLogin())
+        watch(send(reply()->request()));
 }
 
 QNetworkReply* NetworkOperation::sendGet(const QNetworkRequest& request) {

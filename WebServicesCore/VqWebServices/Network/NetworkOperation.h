@@ -53,6 +53,8 @@ public:
 
 Q_SIGNALS:
     void RequestFinished();
+    /// For an owner on another thread: RequestFinished has returned.
+    void Settled();
     void DownloadProgress(QNetworkReply* reply, qint64 done, qint64 total);
 
 public Q_SLOTS:
@@ -67,6 +69,8 @@ private:
     [[nodiscard]] bool isRunning() const { return m_handler.isRunning(); }
     [[nodiscard]] bool prepare(const QNetworkRequest& request, const QString& verb);
     [[nodiscard]] QNetworkRequest withUserAgent(QNetworkRequest request) const;
+    [[nodiscard]] QNetworkReply* send(const QNetworkRequest& request);
+    void sendAgain();
     [[nodiscard]] QNetworkReply* sendGet(const QNetworkRequest& request);
     [[nodiscard]] QNetworkReply* sendCustom(const QNetworkRequest& request);
     void watch(QNetworkReply* reply);
@@ -83,6 +87,7 @@ private:
     std::shared_ptr<ICancelController> m_cancelController;
     std::shared_ptr<Log::ILogger> m_logger;
     QString m_verb;
+    quint64 m_started = 0; ///< requests; sending one again does not count
     std::unique_ptr<NetworkAccessManager> m_manager;
     ReplyHandler m_handler; ///< After the manager: the reply must be destroyed first.
     QPointer<QThread> m_threadToExit;

@@ -74,9 +74,10 @@ bool NetworkOperationAsync::startThread() {
     connectOperation();
     m_thread = std::make_unique<NetworkOperationThread>();
     m_operation->moveToThread(m_thread.get());
+    connect(m_thread.get(), &QThread::finished, m_operation, &QObject::deleteLater);
     m_thread->start(QThread::InheritPriority);
     if (m_thread->isRunning()) {
-        connect(m_thread.get(), &QThread::finished, operation.release(), &QObject::deleteLater);
+        static_cast<void>(operation.release());
         return true;
     }
     m_operation = nullptr;
@@ -99,11 +100,13 @@ void NetworkOperationAsync::connectOperation() {
     }
     connect(this, &NetworkOperationAsync::AbortOperation, m_operation, &NetworkOperation::AbortOperation);
     connect(m_operation, &NetworkOperation::DownloadProgress, this, &NetworkOperationAsync::DownloadProgress);
-    connect(m_operation, &NetworkOperation::RequestFinished, this, &NetworkOperationAsync::RequestFinishedSlot);
+    // The reply is taken only when the worker has left its functions, in which the request has finished.
+    connect(m_operation, &NetworkOperation::RequestFinished, m_operation, &NetworkOperation::Settled, Qt::QueuedConnection);
+    connect(m_operation, &NetworkOperation::Settled, this, &NetworkOperationAsync::RequestFinishedSlot);
 }
 
 void NetworkOperationAsync::joinThread() {
-    if (m_thread && m_thread->isRunning()) {
+    if (m_thread) {
         m_thread->exit(0);
         m_thread->wait();
     }

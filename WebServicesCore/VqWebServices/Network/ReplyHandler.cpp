@@ -39,6 +39,7 @@ void ReplyHandler::reset(const QString& verb) {
     m_verb = verb;
     discard();
     m_download.reset();
+    m_reportsProgress = false;
     m_result = OperationResult::NotFinished;
     m_errorMessage.clear();
     m_finished = false;
@@ -62,22 +63,32 @@ void ReplyHandler::fail(const QString& message) {
 }
 
 void ReplyHandler::watch(QNetworkReply* reply) {
+    discard();
     m_reply = reply;
     adopt();
     connect(m_reply, &QNetworkReply::finished, this, &ReplyHandler::RequestFinishedSlot);
     connect(m_reply, &QNetworkReply::sslErrors, this, &ReplyHandler::SslErrors);
+    if (m_reportsProgress)
+        connect(m_reply, &QNetworkReply::downloadProgress, this, &ReplyHandler::DownloadProgressSlot);
     if (m_download) {
         connect(m_reply, &QNetworkReply::readyRead, this, &ReplyHandler::ReadyRead);
     } else {
-        // Bounds what the framework reads ahead of checkBodySize().
-        m_reply->setReadBufferSize(2 * maximumBodyBytes);
         connect(m_reply, &QNetworkReply::readyRead, this, &ReplyHandler::checkBodySize);
+        boundReadAhead();
     }
 }
 
-void ReplyHandler::reportProgress() {
-    if (m_reply)
-        connect(m_reply, &QNetworkReply::downloadProgress, this, &ReplyHandler::DownloadProgressSlot);
+// Bounds what the framework reads ahead of checkBodySize(). It crashes when it is told the bound while it opens a tunnel, so with
+// TLS it learns it when the connection is encrypted, or with the head of the reply when the connection was kept.
+void ReplyHandler::boundReadAhead() {
+    QNetworkReply* const reply = m_reply;
+    const auto bound = [reply] { reply->setReadBufferSize(2 * maximumBodyBytes); };
+    if (reply->url().scheme() != QLatin1String("https")) {
+        bound();
+        return;
+    }
+    connect(reply, &QNetworkReply::encrypted, reply, bound);
+    connect(reply, &QNetworkReply::metaDataChanged, reply, bound);
 }
 
 // The framework makes its manager the parent of a reply; without a parent it can be destroyed earlier, or handed over.
@@ -185,7 +196,11 @@ void ReplyHandler::RequestFinishedSlot() {
         m_logger->debug(QStringLiteral("NetworkOperation::RequestFinishedSlot called: %1 %2")
                             .arg(m_verb, displayUrl(m_reply->request().url())));
     }
-    finish();
+    const QPointer<QNetworkReply> reply(m_reply);
+    if (reply && !m_ended && reply->error() == QNetworkReply::ProxyAuthenticationRequiredError)
+        Q_EMIT RefusedByProxy();
+    if (m_reply == reply)
+        finish();
 }
 
 void ReplyHandler::finish() {

@@ -30,10 +30,10 @@ public:
     void reset(const QString& verb);
     /// The body of the next reply goes into a file instead of memory.
     void downloadTo(const QString& path);
+    /// Emits `Progress` for the next reply.
+    void reportProgress() { m_reportsProgress = true; }
     /// Follows a reply, which becomes this object's.
     void watch(QNetworkReply* reply);
-    /// Emits `Progress` for the reply from now on.
-    void reportProgress();
     /// The outcome of a request that was not sent.
     void refuse(const QString& problem);
 
@@ -57,6 +57,8 @@ public:
     void leaveTo(QObject* owner);
 
 Q_SIGNALS:
+    /// The proxy wants credentials. A receiver may let this object watch another reply, which takes the place of this one.
+    void RefusedByProxy();
     /// Once for each reply, when result and message are final.
     void Finished();
     void Progress(qint64 done, qint64 total);
@@ -73,6 +75,7 @@ private:
     /// A reply that is kept in memory may not be larger; what the services answer is far smaller.
     static constexpr qint64 maximumBodyBytes = 4LL * 1024 * 1024;
 
+    void boundReadAhead();
     void adopt();
     void finish();
     void settleResult();
@@ -88,6 +91,7 @@ private:
     QString m_errorMessage;
     QPointer<QNetworkReply> m_reply;
     bool m_ownsReply = false;
+    bool m_reportsProgress = false;
     bool m_finished = false;
     bool m_ended = false;       ///< endWith() has decided result and message, whatever the reply says.
     bool m_isAbandoned = false; ///< The caller does not want the reply any more.

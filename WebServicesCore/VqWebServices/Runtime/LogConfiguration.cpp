@@ -13,7 +13,9 @@
 #include <QMap>
 #include <QStringList>
 #include <boost/format.hpp>
+#include <log4cplus/appender.h>
 #include <log4cplus/configurator.h>
+#include <log4cplus/helpers/loglog.h>
 #include <log4cplus/hierarchy.h>
 #include <log4cplus/logger.h>
 #include <sstream>
@@ -62,6 +64,26 @@ QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByte
     return configuration;
 }
 
+/// A log that cannot be written is told by the support tool, and not on the standard error stream of the host at each start.
+class NoErrors final : public log4cplus::ErrorHandler {
+public:
+    void error(const log4cplus::tstring&) override {}
+    void reset() override {}
+};
+
+void configureQuietly(const QByteArray& text) {
+    log4cplus::helpers::LogLog* const errors = log4cplus::helpers::LogLog::getLogLog();
+    errors->setQuietMode(true);
+    std::istringstream stream(text.toStdString());
+    log4cplus::PropertyConfigurator(stream).configure();
+    errors->setQuietMode(false);
+    // Not those of other names, which may be the host's.
+    for (const QString& name : Loggers::names()) {
+        for (const log4cplus::SharedAppenderPtr& appender : log4cplus::Logger::getInstance(name.toStdString()).getAllAppenders())
+            appender->setErrorHandler(std::make_unique<NoErrors>());
+    }
+}
+
 } // namespace
 
 RootLogLevel chooseRootLogLevel(const QString& environment, const QString& registry) {
@@ -87,8 +109,7 @@ Util::Result<void> LogConfiguration::apply(const QString& path) const {
                                                        {"AppName", m_application.toUtf8()},
                                                        {"LocalAppData", Util::narrowFolderName(m_folder)}});
     SilencedLoggers::restore();
-    std::istringstream stream(text.toStdString());
-    log4cplus::PropertyConfigurator(stream).configure();
+    configureQuietly(text);
     // Created now, so that the report and a later silencing include them.
     for (const QString& name : Loggers::names())
         log4cplus::Logger::getInstance(name.toStdString());

@@ -75,14 +75,14 @@ bool TimeServiceImp::createWorker() {
     auto worker = std::make_unique<TimeService>(TimeServerUrls(), correction, m_parts);
     auto thread = std::make_unique<QThread>();
     worker->moveToThread(thread.get());
+    // The thread deletes the worker, whose timer and query must be destroyed on it.
+    QObject::connect(thread.get(), &QThread::finished, worker.get(), &QObject::deleteLater);
     thread->start();
     if (!thread->isRunning()) {
         m_parts.logger->error(QStringLiteral("Failed to start the thread of the time service"));
         return false;
     }
-    // The thread deletes the worker, whose timer and query must be destroyed on it.
     m_worker = worker.release();
-    QObject::connect(thread.get(), &QThread::finished, m_worker, &QObject::deleteLater);
     m_thread = std::move(thread);
     m_correction = std::move(correction);
     return true;
@@ -98,9 +98,15 @@ void TimeServiceImp::stop() {
         if (!thread)
             return;
         Q_EMIT m_worker->StopServiceTrigger();
-        // Posted after the trigger: a thread that quits at once would not handle the trigger any more.
+        // Posted after the trigger: a thread that quits at once would not handle the trigger any more. It must not end before
+        // this call has returned, which still wakes it up, and so waits for the mutex.
         QMetaObject::invokeMethod(
-            m_worker, [ending = thread.get()] { ending->quit(); }, Qt::QueuedConnection);
+            m_worker,
+            [this, ending = thread.get()] {
+                const QMutexLocker posted(&m_mutex);
+                ending->quit();
+            },
+            Qt::QueuedConnection);
         m_worker = nullptr;
     }
     // Without the mutex, so that the wait does not block the signers.

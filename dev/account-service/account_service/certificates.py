@@ -13,6 +13,8 @@ from cryptography.x509.oid import ExtendedKeyUsageOID, NameOID
 from .files import write_private, write_public
 
 LIFETIME = datetime.timedelta(days=30)
+# Kinds of server certificates by the days from now to their start. Only the first is good for its address and time.
+KINDS = {"good": -1, "expired": -60, "not-yet-valid": 30, "other-host": -1}
 
 
 def _usage(*granted: str) -> x509.KeyUsage:
@@ -22,16 +24,16 @@ def _usage(*granted: str) -> x509.KeyUsage:
     return x509.KeyUsage(**{name: name in granted for name in names})
 
 
-def _builder(subject: str, issuer: x509.Name | None, key) -> x509.CertificateBuilder:
+def _builder(subject: str, issuer: x509.Name | None, key, days: int = KINDS["good"]) -> x509.CertificateBuilder:
     name = x509.Name([x509.NameAttribute(NameOID.COMMON_NAME, subject)])
-    start = datetime.datetime.utcnow() - datetime.timedelta(days=1)
+    start = datetime.datetime.utcnow() + datetime.timedelta(days=days)
     return (x509.CertificateBuilder().subject_name(name).issuer_name(issuer or name)
             .public_key(key.public_key()).serial_number(x509.random_serial_number())
             .not_valid_before(start).not_valid_after(start + LIFETIME)
             .add_extension(x509.SubjectKeyIdentifier.from_public_key(key.public_key()), False))
 
 
-def make_tls_context(folder: Path) -> ssl.SSLContext:
+def make_tls_context(folder: Path, kind: str) -> ssl.SSLContext:
     """Writes ca.pem, server.pem and server-key.pem. The key of the authority is
     never written, so nobody can sign another certificate with it."""
     ca_key = ec.generate_private_key(ec.SECP256R1())
@@ -41,7 +43,9 @@ def make_tls_context(folder: Path) -> ssl.SSLContext:
                  .sign(ca_key, hashes.SHA256()))
     key = ec.generate_private_key(ec.SECP256R1())
     hosts = [x509.DNSName("localhost"), x509.IPAddress(ipaddress.ip_address("127.0.0.1"))]
-    server = (_builder("localhost", authority.subject, key)
+    if kind == "other-host":
+        hosts = [x509.DNSName("accounts.elsewhere.invalid")]
+    server = (_builder("localhost", authority.subject, key, KINDS[kind])
               .add_extension(x509.BasicConstraints(ca=False, path_length=None), True)
               .add_extension(_usage("digital_signature"), True)
               .add_extension(x509.ExtendedKeyUsage([ExtendedKeyUsageOID.SERVER_AUTH]), False)

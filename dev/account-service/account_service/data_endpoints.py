@@ -44,4 +44,4 @@ def register(app: Flask, service: Service) -> None:
     rule("/time/iso", "time-iso", lambda: text(now().strftime("%Y-%m-%dT%H:%M:%SZ")))
     rule("/time/date-header-only", "time-date-header-only", lambda: text(""))
     rule("/time/moved", "time-moved",
-         lambda: redirect(f"https://{request.host}/time/unix", 301))
+         lambda: redirect(f"{request.scheme}://{request.host}/time/unix", 301))

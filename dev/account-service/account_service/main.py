@@ -84,8 +84,9 @@ def _serve(options: Namespace, folder: Path, parent: int) -> None:
     log = _open_log(folder)
     service = Service(options, lambda record: LOG.info("%s", json.dumps(record)))
     gateway = Gateway(make_application(service), service.clock, service.journal, service.faults)
-    server = LoopbackServer(options.port, gateway, make_tls_context(folder))
-    url = f"https://127.0.0.1:{server.port}"
+    context = make_tls_context(folder, options.certificate)
+    server = LoopbackServer(options.port, gateway, None if options.http else context)
+    url = f"{'http' if options.http else 'https'}://127.0.0.1:{server.port}"
     control_token = secrets.token_urlsafe(32)
     write_private(folder / "control-token", control_token.encode())
     control = LoopbackServer(options.control_port, make_control(service, control_token, url))

@@ -2,6 +2,7 @@
 
 import argparse
 
+from .certificates import KINDS
 from .model import Consumer, User
 
 DEFAULT_USERS = ["ada:correct horse"]
@@ -67,6 +68,8 @@ def parse(arguments: list[str] | None = None) -> argparse.Namespace:
     add = parser.add_argument
     add("--port", type=_port, default=0, metavar="N",
         help="HTTPS port on 127.0.0.1; 0 takes a free one (default)")
+    add("--http", action="store_true",
+        help="without TLS, for clients that cannot be made to trust another authority")
     add("--control-port", type=_port, default=0, metavar="N",
         help="plain HTTP port of the control interface on 127.0.0.1; 0 takes a free one (default)")
     add("--out", metavar="DIR",
@@ -92,6 +95,7 @@ def parse(arguments: list[str] | None = None) -> argparse.Namespace:
     add("--timestamp-window", type=_seconds, default=300, metavar="S",
         help="greatest difference of a time stamp from the clock, in seconds to either side "
         "(default %(default)s)")
+    add("--certificate", choices=KINDS, default="good", help="kind of the server certificate (default %(default)s)")
     add("--exit-with-parent", action="store_true",
         help="end when the parent process ends, or when standard input is a "
         "pipe or socket and is closed")

@@ -59,7 +59,7 @@ def register(app: Flask, service: Service) -> None:
         return signed_in_cookies(redirect("/signed-in", 303), user)
 
     def signed_in_cookies(response: Response, user: User) -> Response:
-        guarded = {"secure": True, "samesite": "Lax", "path": "/"}
+        guarded = {"secure": request.is_secure, "samesite": "Lax", "path": "/"}
         response.set_cookie(COOKIE, store.open_browser(user), httponly=True, **guarded)
         response.set_cookie(LANGUAGE_COOKIE, "en", max_age=YEAR_SECONDS, **guarded)
         return response
@@ -77,7 +77,7 @@ def register(app: Flask, service: Service) -> None:
         store.close_browser(request.cookies.get(COOKIE, ""))
         response = make_response(render_template("signed_out.html",
                                                  user=verified.token.session.user))
-        response.delete_cookie(COOKIE, path="/", secure=True, httponly=True, samesite="Lax")
+        response.delete_cookie(COOKIE, path="/", secure=request.is_secure, httponly=True, samesite="Lax")
         return response
 
     def account_page() -> Response:

@@ -129,7 +129,7 @@ class Verifier:
     def _check_signature(request: Request, parameters: list, protocol: dict[str, str],
                          consumer: Consumer, token: Token | None) -> None:
         signed = SimpleNamespace(
-            uri=f"https://{request.host}{request.environ['REQUEST_URI']}",
+            uri=f"{request.scheme}://{request.host}{request.environ['REQUEST_URI']}",
             http_method=request.method,
             params=[pair for pair in parameters if pair[0] != "oauth_signature"],
             signature=protocol["oauth_signature"])

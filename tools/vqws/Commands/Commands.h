@@ -28,5 +28,6 @@ struct Context {
 [[nodiscard]] ExitCode runGet(Context& context);
 [[nodiscard]] ExitCode runDoctor(Context& context);
 [[nodiscard]] ExitCode runDump(Context& context);
+[[nodiscard]] ExitCode runReport(Context& context);
 
 } // namespace Vqws

@@ -1,4 +1,5 @@
 #include "Commands/Commands.h"
+#include "Commands/StateObjects.h"
 #include "Library.h"
 #include "Output.h"
 #include "Texts.h"
@@ -31,17 +32,22 @@ QJsonObject overridesObject() {
 
 } // namespace
 
-ExitCode runDump(Context& context) {
-    Library library(context);
-    const ExitCode opened = library.open(Library::Need::Nothing);
-    if (opened != ExitCode::Ok)
-        return opened;
+QJsonObject dumpObject(const Library& library) {
     QJsonObject state = QJsonDocument::fromJson(WebServicesPrivate::GetLoginSessionDump()).object();
     state.insert(QStringLiteral("Version"), QStringLiteral(VQWS_VERSION));
     state.insert(QStringLiteral("CurrentServer"), serverText(library.manager().GetServer()));
     state.insert(QStringLiteral("SignedInAs"), library.userName());
     state.insert(QStringLiteral("Files"), filesObject(library.manager()));
     state.insert(QStringLiteral("UrlOverrides"), overridesObject());
+    return state;
+}
+
+ExitCode runDump(Context& context) {
+    Library library(context);
+    const ExitCode opened = library.open(Library::Need::Nothing);
+    if (opened != ExitCode::Ok)
+        return opened;
+    QJsonObject state = dumpObject(library);
     const QStringList processes = WebServicesPrivate::GetProcessStateDump();
     context.output.bytes(QJsonDocument(state).toJson(QJsonDocument::Indented));
     for (const QString& line : processes)

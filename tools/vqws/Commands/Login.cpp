@@ -1,6 +1,7 @@
 #include "Cancellation.h"
 #include "CommandLine.h"
 #include "Commands/Commands.h"
+#include "Doctor/Examination.h"
 #include "Library.h"
 #include "Output.h"
 #include "Platform/Browser.h"
@@ -75,6 +76,16 @@ ExitCode changeServer(Context& context, Library& library) {
                        .arg(serverText(wanted)));
 }
 
+// The first fault of the set-up explains the failure better than what the sign-in could see of it.
+ExitCode failWithCure(Context& context, const Library& library, const QString& failure) {
+    Examination examination(context);
+    examination.beforeTheStart();
+    examination.afterTheStart(library);
+    const Finding* const fault = examination.firstFault();
+    const QString reason = fault ? QStringLiteral("%1. Cure: %2").arg(fault->text, fault->cure) : failure;
+    return library.fail(QStringLiteral("The sign-in could not be started: %1.").arg(reason));
+}
+
 } // namespace
 
 ExitCode runLogin(Context& context) {
@@ -90,11 +101,14 @@ ExitCode runLogin(Context& context) {
     std::array<wchar_t, urlSize> url{};
     LoginErrorEx error = LoginErrorEx::None;
     int httpStatus = 0;
+    QString failure;
     {
         const Progress::Wait wait(context.progress, QStringLiteral("the account server"));
         if (!library.manager().InitiateLogin(nullptr, url.data(), urlSize, error, httpStatus))
-            return library.fail(QStringLiteral("The sign-in could not be started: %1.").arg(errorText(error, httpStatus)));
+            failure = errorText(error, httpStatus);
     }
+    if (!failure.isEmpty())
+        return failWithCure(context, library, failure);
     showPage(context, QString::fromWCharArray(url.data()));
     if (waitForPage(context, library) != ExitCode::Ok)
         return library.fail({});

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "Commands/Commands.h"
+#include "Commands/StateObjects.h"
 #include "Library.h"
 #include "Output.h"
 #include "Texts.h"
@@ -143,6 +144,10 @@ QJsonObject toObject(const Status& status) {
 }
 
 } // namespace
+
+QJsonObject statusObject(const Library& library) {
+    return toObject(read(library));
+}
 
 ExitCode runStatus(Context& context) {
     Library library(context);

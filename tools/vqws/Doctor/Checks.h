@@ -8,6 +8,7 @@
 namespace Vqws {
 
 class Cancellation;
+class Library;
 
 // One function for each check. None of them changes anything. Thread: the main thread.
 
@@ -30,5 +31,10 @@ class Cancellation;
 /// The account server, and the clock of this machine compared with the server's clock.
 [[nodiscard]] Findings checkServer(const Cancellation& cancellation);
 [[nodiscard]] Findings checkBlock(const SetUp& setUp);
+
+// After a product was registered.
+
+/// Whether the account server accepts the product: its key and secret while nobody is signed in, else its token.
+[[nodiscard]] Findings checkProduct(const Library& library, const Cancellation& cancellation);
 
 } // namespace Vqws

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QString>
 #include <QVector>
 
@@ -16,6 +17,10 @@ struct Finding {
 };
 
 using Findings = QVector<Finding>;
+
+/// "ok", "warning" or "fault".
+[[nodiscard]] QString stateText(Finding::State state);
+[[nodiscard]] QJsonObject toObject(const Finding& finding);
 
 inline Finding ok(const QString& check, const QString& text) {
     return {check, Finding::State::Ok, text, {}};

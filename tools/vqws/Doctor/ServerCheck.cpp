@@ -2,6 +2,7 @@
 #include "HttpReply.h"
 #include "Texts.h"
 
+#include <QSslCertificate>
 #include <QUrl>
 #include <VqWebServices/WebServicesPrivate.h>
 #include <cstdlib>
@@ -18,6 +19,8 @@ constexpr qint64 warningSeconds = 30;
 
 const auto serverName = QStringLiteral("account server");
 const auto clockName = QStringLiteral("time offset");
+const auto setTheClock = QStringLiteral("set the clock and the time zone, or let the system set them from the network");
+const auto forItsOperator = QStringLiteral("whoever runs the server must install a certificate that is valid %1");
 
 Finding checkClock(const QDateTime& serverTime) {
     if (!serverTime.isValid())
@@ -27,12 +30,46 @@ Finding checkClock(const QDateTime& serverTime) {
     const QString text =
         QStringLiteral("the clock of this machine is %1 %2 the one of the account server")
             .arg(spanText(std::abs(seconds)), seconds > 0 ? QStringLiteral("ahead of") : QStringLiteral("behind"));
-    const QString cure = QStringLiteral("set the clock and the time zone, or let the system set them from the network");
+    const QString cure = setTheClock;
     if (std::abs(seconds) >= faultSeconds)
         return fault(clockName, text, cure);
     if (std::abs(seconds) >= warningSeconds)
         return warning(clockName, text, cure);
     return ok(clockName, QStringLiteral("less than %1 s").arg(warningSeconds));
+}
+
+QString cureForCertificate(const QSslError& error) {
+    switch (error.error()) {
+    case QSslError::CertificateExpired: return forItsOperator.arg(QStringLiteral("now"));
+    case QSslError::CertificateNotYetValid:
+        return setTheClock + QStringLiteral("; when it is right, ") + forItsOperator.arg("now");
+    case QSslError::HostNameMismatch:
+        return QStringLiteral("correct AccountServerUrl in the URL file, or ") + forItsOperator.arg("for this address");
+    default: break;
+    }
+    return QStringLiteral("install the certificate authority of the server in the system, or name it with --ca");
+}
+
+// "valid for accounts.example.com, from 2026-01-01 to 2027-01-01"
+QString describe(const QSslCertificate& certificate) {
+    return QStringLiteral("valid for %1, from %2 to %3")
+        .arg((certificate.subjectAlternativeNames().values() + certificate.subjectInfo(QSslCertificate::CommonName)).value(0),
+             certificate.effectiveDate().toString(QStringLiteral("yyyy-MM-dd")),
+             certificate.expiryDate().toString(QStringLiteral("yyyy-MM-dd")));
+}
+
+// A certificate out of its time may be the fault of this machine's clock, which is to be set first then.
+Findings checkCertificate(const QString& url, const HttpReply& reply, const Cancellation& cancellation) {
+    const QSslError::SslError error = reply.tlsError.error();
+    const bool isOutOfTime = error == QSslError::CertificateExpired || error == QSslError::CertificateNotYetValid;
+    const Finding clock = isOutOfTime ? checkClock(untrustedTime(QUrl(url), cancellation)) : Finding();
+    const bool isClockWrong = clock.state == Finding::State::Fault;
+    const QString reason = error == QSslError::NoError ? reply.error : reply.tlsError.errorString();
+    QString text = QStringLiteral("%1 is not trusted: %2").arg(url, reason);
+    if (!reply.tlsError.certificate().isNull())
+        text += QStringLiteral(" (%1)").arg(describe(reply.tlsError.certificate()));
+    const Finding server = fault(serverName, text, isClockWrong ? setTheClock : cureForCertificate(reply.tlsError));
+    return isClockWrong ? Findings{clock, server} : Findings{server};
 }
 
 } // namespace
@@ -43,8 +80,7 @@ Findings checkServer(const Cancellation& cancellation) {
         return {fault(serverName, QStringLiteral("its address is not known"), QStringLiteral("see \"URL files\""))};
     const HttpReply reply = httpGet(QUrl(url), {}, cancellation);
     if (reply.isTlsError)
-        return {fault(serverName, QStringLiteral("%1 is not trusted: %2").arg(url, reply.error),
-                      QStringLiteral("install the certificate authority of the server in the system, or name it with --ca"))};
+        return checkCertificate(url, reply, cancellation);
     if (reply.status == 0)
         return {fault(serverName, QStringLiteral("%1 does not answer: %2").arg(url, reply.error),
                       QStringLiteral("check the network, the proxy and the address in the URL file"))};

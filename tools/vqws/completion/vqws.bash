@@ -1,7 +1,7 @@
 # Completion of vqws for bash: commands, options, and known values.
 #
 # The lines that begin with "# words" list the words. A test compares them with those of the tool.
-# words commands: status login logout watch sign token get doctor dump
+# words commands: status login logout watch sign token get doctor dump report
 # words common: --key --secret-file --oauth2-key --oauth2-secret-file --server --support --ca --json --quiet --timeout --help --version
 # words login: --no-browser
 # words sign: --header --method

@@ -2,7 +2,7 @@
 #   . 'C:\Program Files\VqWebServices\share\VqWebServices\vqws.ps1'
 #
 # The lines that begin with "# words" list the words. A test compares them with those of the tool.
-# words commands: status login logout watch sign token get doctor dump
+# words commands: status login logout watch sign token get doctor dump report
 # words common: --key --secret-file --oauth2-key --oauth2-secret-file --server --support --ca --json --quiet --timeout --help --version
 # words login: --no-browser
 # words sign: --header --method

@@ -1,0 +1,21 @@
+#include "Doctor/Finding.h"
+
+namespace Vqws {
+
+QString stateText(Finding::State state) {
+    switch (state) {
+    case Finding::State::Ok: return QStringLiteral("ok");
+    case Finding::State::Warning: return QStringLiteral("warning");
+    case Finding::State::Fault: break;
+    }
+    return QStringLiteral("fault");
+}
+
+QJsonObject toObject(const Finding& finding) {
+    return {{QStringLiteral("check"), finding.check},
+            {QStringLiteral("state"), stateText(finding.state)},
+            {QStringLiteral("text"), finding.text},
+            {QStringLiteral("cure"), finding.cure}};
+}
+
+} // namespace Vqws
