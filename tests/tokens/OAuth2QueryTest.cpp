@@ -105,6 +105,8 @@ private slots:
         row("captive portal", "html", {}, unparsable);
         row("empty", "status", QJsonObject{{"status", 200}}, "Response body from server is empty.");
         row("negative lifetime", "status", body(R"({"access_token": "canary-token", "expires_in": -1})"), unparsable);
+        row("a type that nobody knows", "status",
+            body(R"({"access_token": "canary-token", "expires_in": 9, "token_type": "mac"})"), unparsable);
         row("a token that is none", "status", body(R"({"access_token": "canary token", "expires_in": 9})"), unparsable);
     }
 
