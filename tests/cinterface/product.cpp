@@ -7,9 +7,14 @@ extern "C" void trust_authority(const char* file);
 
 namespace {
 
+// In one piece, since events are told on another thread.
+void say(const std::string& line) {
+    std::cout << line + '\n' << std::flush;
+}
+
 template <class Value>
 void tell(const std::string& what, const vqws::Result<Value>& result, const std::string& text) {
-    std::cout << what << ' ' << result.code() << ' ' << (result ? text : result.text()) << std::endl;
+    say(what + ' ' + std::to_string(result.code()) + ' ' + (result ? text : result.text()));
 }
 
 vqws::Done configure(const vqws::Client& client) {
@@ -39,7 +44,7 @@ int main(int count, char** arguments) {
     const vqws::Library library(VQWS_MODE_OWN);
     // What it throws must not reach the library.
     const vqws::Registration events(vqws::Registration::EventFunction([](const vqws_event& event) -> std::int32_t {
-        std::cout << "event " << event.kind << std::endl;
+        say("event " + std::to_string(event.kind));
         throw std::runtime_error("an observer that fails");
     }));
     const vqws::Client client;

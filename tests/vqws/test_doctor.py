@@ -131,7 +131,7 @@ class DoctorTest(ToolTest):
         blocked.write_text("x", encoding="utf-8")
         self.extra = {"VQWS_LOGFILEDIR": self.home.path(blocked)}
         self.expect("log file", "fault", "no log can be written")
-        told = self.run_tool("status").err.splitlines()
+        told = [line for line in self.run_tool("status").err.splitlines() if line.startswith(("vqws:", "log4cplus:"))]
         self.assertEqual(1, len(told), told)
         self.assertTrue(told[0].startswith("vqws: No log is written: "), told)
 
