@@ -47,7 +47,7 @@ ExitCode Library::open(Need need) {
         return started;
     for (const Finding& finding : checkLog()) {
         if (finding.state == Finding::State::Fault)
-            m_context.output.note(QStringLiteral("No log is written: %1. Cure: %2.").arg(finding.text, finding.cure));
+            m_context.output.note(QStringLiteral("No log is written: %1.").arg(textWithCure(finding)));
     }
     return signOn(need);
 }

@@ -78,8 +78,8 @@ void ReplyHandler::watch(QNetworkReply* reply) {
     }
 }
 
-// Bounds what the framework reads ahead of checkBodySize(). It crashes when it is told the bound while it opens a tunnel, so with
-// TLS it learns it when the connection is encrypted, or with the head of the reply when the connection was kept.
+// Bounds what the framework reads ahead of checkBodySize(). The framework crashes when it gets the bound while it opens a tunnel.
+// So with TLS it gets the bound when the connection is encrypted, or on a kept connection with the head of the reply.
 void ReplyHandler::boundReadAhead() {
     QNetworkReply* const reply = m_reply;
     const auto bound = [reply] { reply->setReadBufferSize(2 * maximumBodyBytes); };

@@ -64,7 +64,7 @@ QByteArray withProperties(QByteArray configuration, const QMap<QByteArray, QByte
     return configuration;
 }
 
-/// A log that cannot be written is told by the support tool, and not on the standard error stream of the host at each start.
+/// Keeps the errors of appenders from the host's standard error stream. The support tool says when no log can be written.
 class NoErrors final : public log4cplus::ErrorHandler {
 public:
     void error(const log4cplus::tstring&) override {}

@@ -82,7 +82,7 @@ ExitCode failWithCure(Context& context, const Library& library, const QString& f
     examination.beforeTheStart();
     examination.afterTheStart(library);
     const Finding* const fault = examination.firstFault();
-    const QString reason = fault ? QStringLiteral("%1. Cure: %2").arg(fault->text, fault->cure) : failure;
+    const QString reason = fault ? textWithCure(*fault) : failure;
     return library.fail(QStringLiteral("The sign-in could not be started: %1.").arg(reason));
 }
 

@@ -43,8 +43,8 @@ QByteArray versions() {
 QByteArray checks(const Findings& findings) {
     QString text;
     for (const Finding& finding : findings) {
-        const QString cure = finding.cure.isEmpty() ? QString() : QStringLiteral(". Cure: ") + finding.cure;
-        text += QStringLiteral("%1 %2: %3%4\n").arg(stateText(finding.state).leftJustified(8), finding.check, finding.text, cure);
+        text +=
+            QStringLiteral("%1 %2: %3\n").arg(stateText(finding.state).leftJustified(8), finding.check, textWithCure(finding));
     }
     return text.toUtf8();
 }
@@ -93,17 +93,10 @@ ExitCode runReport(Context& context) {
     if (file.exists())
         return context.output.fail(ExitCode::Usage, QStringLiteral("%1 exists already.").arg(file.fileName()));
     Examination examination(context);
-    examination.beforeTheStart();
     Library library(context);
-    ExitCode code = library.start(Library::Need::Nothing);
-    if (code != ExitCode::Ok)
-        return code;
-    examination.afterTheStart(library);
-    code = library.signOn(Library::Need::Nothing);
-    if (code != ExitCode::Ok)
-        return code;
-    if (library.hasProduct() && !examination.firstFault())
-        examination.withProduct(library);
+    const ExitCode examined = examination.startAndExamine(library);
+    if (examined != ExitCode::Ok)
+        return examined;
     const QVector<Section> parts = sections(library, examination.findings());
     context.output.note(
         QStringLiteral("The report contains: %1. It has names of the user, of programs and of folders, and no secrets.")

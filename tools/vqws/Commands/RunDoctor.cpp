@@ -20,8 +20,7 @@ int countOf(const Findings& findings, Finding::State state) {
 }
 
 void show(const Output& output, const Finding& finding) {
-    const QString cure = finding.cure.isEmpty() ? QString() : QStringLiteral(". Cure: ") + finding.cure;
-    output.row(stateText(finding.state).leftJustified(stateWidth) + finding.check + QLatin1Char(':'), finding.text + cure,
+    output.row(stateText(finding.state).leftJustified(stateWidth) + finding.check + QLatin1Char(':'), textWithCure(finding),
                labelWidth);
 }
 
@@ -42,18 +41,10 @@ ExitCode finish(const Output& output, const Findings& findings) {
 
 ExitCode runDoctor(Context& context) {
     Examination examination(context, [&context](const Finding& finding) { show(context.output, finding); });
-    examination.beforeTheStart();
     Library library(context);
-    const ExitCode started = library.start(Library::Need::Nothing);
-    if (started != ExitCode::Ok)
-        return started;
-    examination.afterTheStart(library);
-    if (library.hasProduct() && !examination.firstFault()) {
-        const ExitCode signedOn = library.signOn(Library::Need::Nothing);
-        if (signedOn != ExitCode::Ok)
-            return signedOn;
-        examination.withProduct(library);
-    }
+    const ExitCode examined = examination.startAndExamine(library);
+    if (examined != ExitCode::Ok)
+        return examined;
     return context.cancellation.isRequested() ? library.fail({}) : finish(context.output, examination.findings());
 }
 

@@ -32,9 +32,19 @@ void Examination::afterTheStart(const Library& library) {
     add("the shared block", [this] { return checkBlock(m_setUp); });
 }
 
-void Examination::withProduct(const Library& library) {
+ExitCode Examination::startAndExamine(Library& library) {
+    beforeTheStart();
+    const ExitCode started = library.start(Library::Need::Nothing);
+    if (started != ExitCode::Ok)
+        return started;
+    afterTheStart(library);
+    if (!library.hasProduct() || firstFault())
+        return ExitCode::Ok;
+    const ExitCode signedOn = library.signOn(Library::Need::Nothing);
     // Its calls of the library show what they wait for.
-    add(checkProduct(library, m_context.cancellation));
+    if (signedOn == ExitCode::Ok)
+        add(checkProduct(library, m_context.cancellation));
+    return signedOn;
 }
 
 const Finding* Examination::firstFault() const {

@@ -2,6 +2,7 @@
 
 #include "Doctor/Finding.h"
 #include "Doctor/SetUp.h"
+#include "ExitCode.h"
 
 #include <functional>
 
@@ -23,8 +24,9 @@ public:
 
     void beforeTheStart();
     void afterTheStart(const Library& library);
-    /// After Library::signOn().
-    void withProduct(const Library& library);
+    /// Starts the library between the two, and without a fault also signs the product on and examines it. Errors: the exit
+    /// status of the library, which has printed the reason.
+    [[nodiscard]] ExitCode startAndExamine(Library& library);
 
     [[nodiscard]] const Findings& findings() const { return m_findings; }
     /// The first one; null without a fault.

@@ -11,6 +11,10 @@ QString stateText(Finding::State state) {
     return QStringLiteral("fault");
 }
 
+QString textWithCure(const Finding& finding) {
+    return finding.cure.isEmpty() ? finding.text : QStringLiteral("%1. Cure: %2").arg(finding.text, finding.cure);
+}
+
 QJsonObject toObject(const Finding& finding) {
     return {{QStringLiteral("check"), finding.check},
             {QStringLiteral("state"), stateText(finding.state)},

@@ -20,6 +20,8 @@ using Findings = QVector<Finding>;
 
 /// "ok", "warning" or "fault".
 [[nodiscard]] QString stateText(Finding::State state);
+/// What was found and, when there is one, its cure: "TEXT. Cure: CURE".
+[[nodiscard]] QString textWithCure(const Finding& finding);
 [[nodiscard]] QJsonObject toObject(const Finding& finding);
 
 inline Finding ok(const QString& check, const QString& text) {
