@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Network/Bodies/UploadBody.h"
 #include "Network/Proxy/RefusedLogins.h"
-#include "Network/UploadBody.h"
 #include "VqLog/ILogger.h"
 
 #include <QAuthenticator>

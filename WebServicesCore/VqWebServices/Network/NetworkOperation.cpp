@@ -1,10 +1,10 @@
 #include "Network/NetworkOperation.h"
 
+#include "Network/Bodies/UploadBody.h"
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Diagnosis/DumpAllowList.h"
 #include "Network/Diagnosis/NetworkErrorText.h"
 #include "Network/NetworkAccessManager.h"
-#include "Network/UploadBody.h"
 #include "Network/UserAgent.h"
 #include "VqUtil/General/Result.h"
 

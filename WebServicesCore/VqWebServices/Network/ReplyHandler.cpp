@@ -1,9 +1,9 @@
 #include "Network/ReplyHandler.h"
 
+#include "Network/Bodies/DownloadFile.h"
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Diagnosis/NetworkErrorText.h"
 #include "Network/Diagnosis/SslErrorText.h"
-#include "Network/DownloadFile.h"
 
 #include <utility>
 

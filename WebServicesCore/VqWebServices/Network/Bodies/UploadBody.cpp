@@ -1,4 +1,4 @@
-#include "Network/UploadBody.h"
+#include "Network/Bodies/UploadBody.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "Network/DownloadFile.h"
+#include "Network/Bodies/DownloadFile.h"
 
 #include <QFileInfo>
 
