@@ -114,7 +114,7 @@ void LoopbackListener::read(QSslSocket* socket) {
     script.bytes = answer("404 Not Found", QByteArray());
     {
         const QMutexLocker lock(&m_mutex);
-        m_requests.append({words.value(0), path, head, received.mid(headEnd + 4, bodyLength)});
+        m_requests.append({words.value(0), path, head, received.mid(headEnd + 4, bodyLength), socket->peerPort()});
         script = m_scripts.value(QString::fromUtf8(path), script);
     }
     if (!script.challenge.isEmpty() && !head.toLower().contains("\nproxy-authorization:"))

@@ -30,6 +30,7 @@ struct ReceivedRequest {
     QByteArray path;
     QByteArray head;
     QByteArray body;
+    quint16 connection = 0; ///< the client's port
 };
 
 /// A whole answer with status line, length and body; `headers` are lines that end in CR LF.

@@ -1,5 +1,6 @@
 // The whole sign-in and sign-out against the account service, which checks every signature with another OAuth library.
 
+#include "Network/NetworkThreads.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/Soak.h"
@@ -28,6 +29,22 @@ private slots:
         QVERIFY(m_session->isLoginValid(key));
         QCOMPARE(m_session->basicState().userName, QStringLiteral("ada"));
         QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
+    }
+
+    void exchangesThatFollowEachOtherShareAConnection() {
+        NetworkThreads::instance().open();
+        const auto close = qScopeGuard([] { NetworkThreads::instance().close(); });
+        signIn(*m_session);
+        QVERIFY(m_session->RefreshToken(key, true));
+        QVERIFY(m_session->caches().userInfo(key));
+        QVERIFY(m_session->caches().quota(key));
+        QVERIFY(signOut(*m_session));
+        QSet<int> connections;
+        const QJsonArray requests = m_service.control("log").value("requests").toArray();
+        for (const auto& exchange : requests)
+            connections += exchange.toObject().value("connection").toInt();
+        QCOMPARE(requests.size(), 6);
+        QCOMPARE(connections.size(), 1);
     }
 
     void aRestartedProcessAndAnotherOneAreSignedIn() {

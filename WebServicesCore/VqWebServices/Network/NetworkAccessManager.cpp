@@ -98,9 +98,8 @@ QObject* afterPollingStopped(QObject* parent) {
 } // namespace
 
 NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
-    : QNetworkAccessManager(afterPollingStopped(parent))
-    , m_logger(logger ? std::move(logger) : std::make_shared<NoLogger>())
-    , m_isDialogEnabled(isDialogEnabled()) {
+    : QNetworkAccessManager(afterPollingStopped(parent)) {
+    serve(std::move(logger));
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
     setProxyFactory(new AskingProxies(m_tunnel, m_configured, m_used));
     connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, &NetworkAccessManager::ProxyAuthenticationRequired);
@@ -111,6 +110,17 @@ void NetworkAccessManager::retire(std::unique_ptr<NetworkAccessManager> manager)
         return;
     manager->m_isRetired = true;
     static_cast<void>(manager.release());
+}
+
+void NetworkAccessManager::serve(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting) {
+    m_waiting = waiting;
+    m_logger = logger ? std::move(logger) : std::make_shared<NoLogger>();
+    m_isDialogEnabled = isDialogEnabled();
+}
+
+bool NetworkAccessManager::isReusable() const {
+    // The framework keeps the names and passwords that it has used.
+    return !m_hasAnswered && m_url.userInfo().isEmpty() && !isPrompting();
 }
 
 QString NetworkAccessManager::proxyAddress() const {
@@ -147,7 +157,7 @@ void NetworkAccessManager::answerProxy(const QNetworkProxy& proxy, QAuthenticato
     const bool isStored = !login.isEmpty();
     if (!isStored && m_answers < maximumAnswers && m_prompts < maximumPrompts) {
         ++m_prompts;
-        login = ProxyPrompt::instance().ask(address, m_refused, *m_logger);
+        login = ProxyPrompt::instance().ask(address, m_refused, *m_logger, m_waiting);
     } else if (!isStored) {
         m_logger->error(QStringLiteral("Proxy authentication failed"));
     }
@@ -206,6 +216,8 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QN
         clearAccessCache();
     QNetworkRequest hardened(request);
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    hardened.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    hardened.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     if (!hardened.hasRawHeader("Accept-Encoding"))
         hardened.setRawHeader("Accept-Encoding", "identity");
     // With a custom verb the framework would wait for a body that the answer to HEAD announces but never has.

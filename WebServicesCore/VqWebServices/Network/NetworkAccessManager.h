@@ -13,10 +13,11 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// The network access of one operation, with the rules for every exchange of the library. Redirects are reported and not
-/// followed, since a signed request must not carry its credentials elsewhere. Replies are not compressed, since a small reply
-/// could unpack to any size. Network interfaces are not polled. A proxy that requires credentials gets the stored ones, or those
-/// that the user enters; one request prompts the user twice at most.
+/// The network access of one operation at a time, with the rules for every exchange of the library. Redirects are reported and
+/// not followed, since a signed request must not carry its credentials elsewhere. Replies are not compressed, since a small reply
+/// could unpack to any size. There are no cookies: nothing of one exchange goes into another. Network interfaces are not polled.
+/// A proxy that requires credentials gets the stored ones, or those that the user enters; one request prompts the user twice at
+/// most.
 ///
 /// In a tunnel (https through an HTTP proxy) the framework crashes when it gets an answer after the proxy has closed the
 /// connection, and the user takes any time. So it never gets one there: the request fails, and takeTunnelLogin() tells the
@@ -33,6 +34,11 @@ public:
     /// Destroys the manager with its replies. During a prompt further up on this thread the manager deletes itself after the
     /// prompt.
     static void retire(std::unique_ptr<NetworkAccessManager> manager);
+
+    /// Another operation may use the manager: it has learned nothing that is for the present one alone.
+    [[nodiscard]] bool isReusable() const;
+    /// The next operation begins. `waiting`: the thread that waits for it, when it is another than the manager's.
+    void serve(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting = nullptr);
 
     /// A new request begins; sending it again does not.
     void startRequest();
@@ -64,7 +70,8 @@ private:
     void give(const ProxyLogin& login, const QNetworkProxy& proxy, QAuthenticator& authenticator);
 
     std::shared_ptr<Log::ILogger> m_logger;
-    const bool m_isDialogEnabled;
+    bool m_isDialogEnabled = true;
+    Qt::HANDLE m_waiting = nullptr;
     int m_prompts = 0;          ///< prompts for the request in progress
     int m_answers = 0;          ///< answers to the proxy for that request
     bool m_hasAnswered = false; ///< any proxy, since the manager was made

@@ -4,6 +4,7 @@
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Diagnosis/DumpAllowList.h"
 #include "Network/Diagnosis/NetworkErrorText.h"
+#include "Network/KeptManager.h"
 #include "Network/NetworkAccessManager.h"
 #include "Network/UserAgent.h"
 #include "VqUtil/General/Result.h"
@@ -52,9 +53,11 @@ Util::Result<void> checkRequest(const QNetworkRequest& request, const QString& v
 
 } // namespace
 
-NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelController, std::shared_ptr<Log::ILogger> logger)
+NetworkOperation::NetworkOperation(std::shared_ptr<ICancelController> cancelController, std::shared_ptr<Log::ILogger> logger,
+                                   KeptManager* kept)
     : m_cancelController(std::move(cancelController))
     , m_logger(std::move(logger))
+    , m_kept(kept)
     , m_handler(m_logger, this) {
     connect(&m_handler, &ReplyHandler::Finished, this, &NetworkOperation::OperationFinished);
     connect(&m_handler, &ReplyHandler::RefusedByProxy, this, &NetworkOperation::sendAgain);
@@ -86,7 +89,7 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString verb, QBy
     m_threadToExit = pThreadToExit;
     QBuffer upload(&data);
     upload.open(QIODevice::ReadOnly);
-    Send(request, verb, &upload, timeoutInMsec, false);
+    Send(request, verb, &upload, timeoutInMsec);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): a slot; its types are those of the signal in NetworkOperationAsync.
@@ -108,49 +111,50 @@ void NetworkOperation::StartOperation(QNetworkRequest request, QString downloadT
     watch(send(request));
 }
 
-QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec,
-                                      bool wait) {
+QNetworkReply* NetworkOperation::Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec) {
     if (isRunning())
         return nullptr;
-    // On a thread that has never run an event loop, this object creates what timers and sockets need.
-    QEventLoop loop;
     m_requestBody = upload ? upload->readAll() : QByteArray();
     if (!prepare(request, verb))
         return nullptr;
     if (timeoutInMsec > 0)
         startTimer(timeoutInMsec);
     watch(send(request));
-    return wait && reply() ? waitForReply(loop) : reply();
-}
-
-QNetworkReply* NetworkOperation::waitForReply(QEventLoop& loop) {
-    const QPointer<NetworkOperation> self(this);
-    const quint64 started = m_started;
-    m_eventLoop = &loop;
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
-    // A receiver of RequestFinished may have destroyed this object, or started it again. The loop ends early when the thread is
-    // asked to quit.
-    if (self && m_started == started && !m_handler.isFinished())
-        cancel(QStringLiteral("Event loop ended"));
-    return self && m_started == started ? m_handler.reply() : nullptr;
+    return reply();
 }
 
 bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& verb) {
     m_verb = verb;
-    ++m_started;
     m_handler.reset(verb);
     m_timer.reset();
     if (const Util::Result<void> check = checkRequest(request, verb); !check) {
         refuse(check.reason());
         return false;
     }
-    if (!m_manager) {
-        m_manager = std::make_unique<NetworkAccessManager>(m_logger);
-        connect(m_manager.get(), &NetworkAccessManager::PromptOpened, this, &NetworkOperation::pauseTimer);
-        connect(m_manager.get(), &NetworkAccessManager::PromptClosed, this, &NetworkOperation::resumeTimer);
-    }
+    if (!m_manager)
+        takeManager();
     m_manager->startRequest();
     return true;
+}
+
+void NetworkOperation::takeManager() {
+    if (m_kept)
+        m_manager = m_kept->take();
+    if (!m_manager)
+        m_manager = std::make_unique<NetworkAccessManager>(m_logger);
+    m_manager->serve(m_logger, m_waitingThread);
+    connect(m_manager.get(), &NetworkAccessManager::PromptOpened, this, &NetworkOperation::pauseTimer);
+    connect(m_manager.get(), &NetworkAccessManager::PromptClosed, this, &NetworkOperation::resumeTimer);
+}
+
+void NetworkOperation::settle() {
+    m_handler.release();
+    m_hasKeptConnection = m_kept && m_manager && result() == OperationResult::Success && m_manager->isReusable();
+    if (m_hasKeptConnection) {
+        m_manager->disconnect(this);
+        m_kept->put(std::move(m_manager));
+    }
+    Q_EMIT Settled();
 }
 
 void NetworkOperation::refuse(const QString& problem) {
@@ -262,11 +266,8 @@ void NetworkOperation::OperationFinished() {
 
 void NetworkOperation::announce() {
     // A receiver may destroy this object or start it again, so nothing of it may be touched after the signal.
-    const QPointer<QEventLoop> loop(m_eventLoop);
     const QPointer<QThread> threadToExit(m_threadToExit);
     Q_EMIT RequestFinished();
-    if (loop)
-        loop->exit();
     if (threadToExit)
         threadToExit->exit(0);
 }

@@ -4,7 +4,6 @@
 #include "Network/ReplyHandler.h"
 #include "VqLog/ILogger.h"
 
-#include <QEventLoop>
 #include <QNetworkRequest>
 #include <QObject>
 #include <QPointer>
@@ -14,6 +13,7 @@
 
 namespace Velquor::WebServices::Internal {
 
+class KeptManager;
 class NetworkAccessManager;
 
 /// Sends one HTTP request at a time, with User-Agent, verb, time-out and cancellation; its ReplyHandler makes one result and one
@@ -26,14 +26,15 @@ class NetworkOperation final : public QObject {
     Q_OBJECT
 
 public:
-    NetworkOperation(std::shared_ptr<ICancelController> cancelController, std::shared_ptr<Log::ILogger> logger);
+    /// `kept`: where the thread keeps its network manager between two operations; null: nowhere. It must outlive this object.
+    NetworkOperation(std::shared_ptr<ICancelController> cancelController, std::shared_ptr<Log::ILogger> logger,
+                     KeptManager* kept = nullptr);
     ~NetworkOperation() override;
     Q_DISABLE_COPY_MOVE(NetworkOperation)
 
-    /// Sends a request. `upload` is read at once and may be null; a time-out of 0 or less means none. With `wait` it
-    /// returns after the request has finished, and handles events other than user input until then. Such an event may destroy
-    /// this object, which returns null. Null also when a request is running or this one was refused.
-    QNetworkReply* Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec, bool wait);
+    /// Sends a request and returns at once. `upload` is read at once and may be null; a time-out of 0 or less means none. Null
+    /// when a request is running or this one was refused. `runGet` waits for a request.
+    QNetworkReply* Send(const QNetworkRequest& request, const QString& verb, QIODevice* upload, int timeoutInMsec);
 
     /// Whether this process may use the network; true unless set. When it may not, every operation fails. Thread: any.
     static void allow(bool isAllowed);
@@ -48,12 +49,18 @@ public:
     /// Transfers the finished reply to the caller; null while a request runs.
     [[nodiscard]] std::unique_ptr<QNetworkReply> takeReply() { return m_handler.take(); }
 
+    /// After Settled: the thread has the open connection for the next operation.
+    [[nodiscard]] bool hasKeptConnection() const { return m_hasKeptConnection; }
+
+    /// The thread that waits for this operation, when it is another than the operation's.
+    void setWaitingThread(Qt::HANDLE thread) { m_waitingThread = thread; }
+
     /// The longest time without progress of a download, in milliseconds; 180000 unless set.
     void setDownloadTimeout(int timeoutInMsec) { m_downloadTimeoutInMsec = timeoutInMsec; }
 
 Q_SIGNALS:
     void RequestFinished();
-    /// For an owner on another thread: RequestFinished has returned.
+    /// For an owner on another thread: RequestFinished has returned, and the reply may be taken.
     void Settled();
     void DownloadProgress(QNetworkReply* reply, qint64 done, qint64 total);
 
@@ -64,17 +71,19 @@ public Q_SLOTS:
     void DownloadProgressSlot(qint64 done, qint64 total);
     void Timeout();
     void CanceledSlot();
+    /// Ends the part of this object for a finished request, when none of its functions is on the stack.
+    void settle();
 
 private:
     [[nodiscard]] bool isRunning() const { return m_handler.isRunning(); }
     [[nodiscard]] bool prepare(const QNetworkRequest& request, const QString& verb);
+    void takeManager();
     [[nodiscard]] QNetworkRequest withUserAgent(QNetworkRequest request) const;
     [[nodiscard]] QNetworkReply* send(const QNetworkRequest& request);
     void sendAgain();
     [[nodiscard]] QNetworkReply* sendGet(const QNetworkRequest& request);
     [[nodiscard]] QNetworkReply* sendCustom(const QNetworkRequest& request);
     void watch(QNetworkReply* reply);
-    QNetworkReply* waitForReply(QEventLoop& loop);
     void startTimer(int timeoutInMsec);
     void pauseTimer();
     void resumeTimer();
@@ -87,11 +96,12 @@ private:
     std::shared_ptr<ICancelController> m_cancelController;
     std::shared_ptr<Log::ILogger> m_logger;
     QString m_verb;
-    quint64 m_started = 0; ///< requests; sending one again does not count
+    KeptManager* const m_kept;
+    Qt::HANDLE m_waitingThread = nullptr;
+    bool m_hasKeptConnection = false;
     std::unique_ptr<NetworkAccessManager> m_manager;
     ReplyHandler m_handler; ///< After the manager: the reply must be destroyed first.
     QPointer<QThread> m_threadToExit;
-    QPointer<QEventLoop> m_eventLoop;
     std::unique_ptr<QTimer> m_timer;
     int m_pausedMsec = -1; ///< the remaining time when a prompt stopped the timer; -1 without a prompt
     QByteArray m_requestBody;

@@ -3,8 +3,10 @@
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/NetworkOperation.h"
 #include "Network/NetworkOperationThread.h"
+#include "Network/NetworkThreads.h"
 
 #include <QMutexLocker>
+#include <utility>
 
 namespace Velquor::WebServices::Internal {
 namespace {
@@ -69,13 +71,18 @@ bool NetworkOperationAsync::Start() {
 }
 
 bool NetworkOperationAsync::startThread() {
-    auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
+    // When the server closes an open connection at the same moment, the framework sends the request again. Others than these
+    // must not be sent twice.
+    const bool mayBeRepeated = m_verb.compare(QLatin1String("GET"), Qt::CaseInsensitive) == 0;
+    m_thread = mayBeRepeated ? NetworkThreads::instance().take(m_request) : NetworkThreads::instance().make();
+    auto operation = std::make_unique<NetworkOperation>(m_cancelController, m_logger, &m_thread->kept());
+    operation->setWaitingThread(m_waitingThread);
     m_operation = operation.get();
     connectOperation();
-    m_thread = std::make_unique<NetworkOperationThread>();
     m_operation->moveToThread(m_thread.get());
     connect(m_thread.get(), &QThread::finished, m_operation, &QObject::deleteLater);
-    m_thread->start(QThread::InheritPriority);
+    if (!m_thread->isRunning())
+        m_thread->start(QThread::InheritPriority);
     if (m_thread->isRunning()) {
         static_cast<void>(operation.release());
         return true;
@@ -101,7 +108,7 @@ void NetworkOperationAsync::connectOperation() {
     connect(this, &NetworkOperationAsync::AbortOperation, m_operation, &NetworkOperation::AbortOperation);
     connect(m_operation, &NetworkOperation::DownloadProgress, this, &NetworkOperationAsync::DownloadProgress);
     // The reply is taken only when the worker has left its functions, in which the request has finished.
-    connect(m_operation, &NetworkOperation::RequestFinished, m_operation, &NetworkOperation::Settled, Qt::QueuedConnection);
+    connect(m_operation, &NetworkOperation::RequestFinished, m_operation, &NetworkOperation::settle, Qt::QueuedConnection);
     connect(m_operation, &NetworkOperation::Settled, this, &NetworkOperationAsync::RequestFinishedSlot);
 }
 
@@ -134,12 +141,25 @@ void NetworkOperationAsync::takeOutcome() {
     m_result = m_operation->result();
     m_errorMessage = m_operation->errorMessage();
     m_reply = m_operation->takeReply();
+    if (m_reply && !m_reply->thread())
+        m_reply->moveToThread(QThread::currentThread());
     if (m_aborted && m_result == OperationResult::NotFinished) {
         m_result = OperationResult::Canceled;
         m_errorMessage = QStringLiteral("Operation was canceled. %1.").arg(QStringLiteral("Object deleted"));
     }
-    m_operation = nullptr;
-    m_thread->exit(0);
+    leaveThread();
+}
+
+void NetworkOperationAsync::leaveThread() {
+    NetworkOperation* const operation = std::exchange(m_operation, nullptr);
+    if (!operation->hasKeptConnection()) {
+        m_thread->exit(0);
+        return;
+    }
+    disconnect(operation);
+    operation->disconnect(this);
+    operation->deleteLater();
+    NetworkThreads::instance().keep(std::move(m_thread), m_request);
 }
 
 OperationResult NetworkOperationAsync::result() const {

@@ -12,10 +12,12 @@
 
 namespace Velquor::WebServices::Internal {
 
+class ICancelController;
 class NetworkOperation;
 class NetworkOperationThread;
 
-/// Runs a NetworkOperation on a worker thread, so that the calling thread is never blocked.
+/// Runs a NetworkOperation on a worker thread, so that the calling thread is never blocked. The thread may have served another
+/// operation, whose connection is used again.
 ///
 /// Thread: lives on its owner's thread and emits the end there; result, message and reply may be read on any. Owner: the sender.
 /// Destroying it during a request cancels, still emits the end once, and joins the worker thread. Errors: as of NetworkOperation.
@@ -35,6 +37,9 @@ public:
     /// These take effect with the next Start().
     void setDownloadFile(const QString& path) { m_downloadToFile = path; }
     void setTimeout(int timeoutInMsec) { m_timeoutInMsec = timeoutInMsec; }
+    /// The thread that waits for the end; null: none does.
+    void setWaitingThread(Qt::HANDLE thread) { m_waitingThread = thread; }
+    void setCancelController(std::shared_ptr<ICancelController> controller) { m_cancelController = std::move(controller); }
 
     /// True also when it is running already. False when the system gives no thread; RequestFinished follows then too.
     bool Start();
@@ -59,6 +64,7 @@ private:
     void connectOperation();
     [[nodiscard]] bool startThread();
     void joinThread();
+    void leaveThread();
     void takeOutcome();
 
     bool m_hasBody = false;
@@ -68,10 +74,12 @@ private:
     QString m_verb = QStringLiteral("GET");
     QByteArray m_body;
     int m_timeoutInMsec = -1;
+    std::shared_ptr<ICancelController> m_cancelController;
+    Qt::HANDLE m_waitingThread = nullptr;
     std::unique_ptr<QNetworkReply> m_reply;
     OperationResult m_result = OperationResult::NotFinished;
     QString m_errorMessage;
-    NetworkOperation* m_operation = nullptr; ///< lives on the worker thread and is deleted when that ends
+    NetworkOperation* m_operation = nullptr; ///< lives and is deleted on the worker thread
     std::unique_ptr<NetworkOperationThread> m_thread;
     bool m_aborted = false;
     QAtomicInt m_finished;

@@ -116,6 +116,11 @@ void ReplyHandler::leaveTo(QObject* owner) {
     m_ownsReply = false;
 }
 
+void ReplyHandler::release() {
+    if (m_reply && m_ownsReply && !isRunning())
+        m_reply->moveToThread(nullptr);
+}
+
 std::unique_ptr<QNetworkReply> ReplyHandler::take() {
     if (isRunning() || !m_ownsReply || m_isAbandoned)
         return nullptr;

@@ -50,6 +50,8 @@ public:
     /// The same for a caller that wants no reply any more: take() gives none then.
     void abandonWith(OperationResult result, const QString& message);
 
+    /// Takes the finished reply from its thread, so that take() may be called on another.
+    void release();
     /// Hands over the finished reply; null while it runs, or when it was abandoned.
     [[nodiscard]] std::unique_ptr<QNetworkReply> take();
     void discard();

@@ -1,29 +1,52 @@
 #include "Network/RunGet.h"
 
-#include "Network/NetworkOperation.h"
+#include "Network/NetworkOperationAsync.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
+#include <QThread>
 
 namespace Velquor::WebServices::Internal {
+namespace {
+
+ExchangeOutcome notSent(const QString& problem, Log::ILogger* logger) {
+    ExchangeOutcome outcome;
+    outcome.result = OperationResult::Failure;
+    outcome.message = problem;
+    if (logger)
+        logger->error(problem);
+    return outcome;
+}
+
+ExchangeOutcome outcomeOf(const NetworkOperationAsync& operation) {
+    ExchangeOutcome outcome;
+    outcome.result = operation.result();
+    outcome.message = operation.errorMessage();
+    // The loop ends early when the thread is asked to quit. Destroying the operation cancels it.
+    if (outcome.result == OperationResult::NotFinished) {
+        outcome.result = OperationResult::Canceled;
+        outcome.message = QStringLiteral("Operation was canceled. %1.").arg(QStringLiteral("Event loop ended"));
+    }
+    outcome.reply = takeSnapshot(operation.reply(), operation.verb(), operation.requestBody());
+    return outcome;
+}
+
+} // namespace
 
 ExchangeOutcome runGet(const QNetworkRequest& request, int timeoutInMsec, const std::shared_ptr<Log::ILogger>& logger,
                        const std::shared_ptr<ICancelController>& cancelController) {
-    ExchangeOutcome outcome;
-    if (!QCoreApplication::instance()) {
-        outcome.result = OperationResult::Failure;
-        outcome.message = QStringLiteral("Request was not sent. There is no application object");
-        if (logger)
-            logger->error(outcome.message);
-        return outcome;
-    }
-    const QString verb = QStringLiteral("GET");
-    NetworkOperation operation(cancelController, logger);
-    operation.Send(request, verb, nullptr, timeoutInMsec, true);
-    outcome.result = operation.result();
-    outcome.message = operation.errorMessage();
-    // Deleted here, not deferred: the calling thread may never run an event loop.
-    const std::unique_ptr<QNetworkReply> reply = operation.takeReply();
-    outcome.reply = takeSnapshot(reply.get(), verb, QByteArray());
+    if (!QCoreApplication::instance())
+        return notSent(QStringLiteral("Request was not sent. There is no application object"), logger.get());
+    // On a thread that has never run an event loop, this object creates what the operation needs to report its end.
+    QEventLoop loop;
+    NetworkOperationAsync operation(request, QStringLiteral("GET"), QByteArray(), logger);
+    operation.setTimeout(timeoutInMsec);
+    operation.setCancelController(cancelController);
+    operation.setWaitingThread(QThread::currentThreadId());
+    QObject::connect(&operation, &NetworkOperationAsync::RequestFinished, &loop, &QEventLoop::quit);
+    operation.Start();
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    ExchangeOutcome outcome = outcomeOf(operation);
     if (logger)
         outcome.logFailure(*logger);
     return outcome;

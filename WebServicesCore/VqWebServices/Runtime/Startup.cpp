@@ -3,6 +3,7 @@
 #include "Network/Diagnosis/LibraryNames.h"
 #include "Network/Diagnosis/SslDiagnosis.h"
 #include "Network/NetworkOperation.h"
+#include "Network/NetworkThreads.h"
 #include "Network/Proxy/ProxyPrompt.h"
 #include "Network/Urls/SupportFiles.h"
 #include "Network/UserAgent.h"
@@ -183,6 +184,7 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     started.hasLogConfiguration = findLogConfiguration();
     // Also for what nobody calls: timers, the caches and the time service.
     NetworkOperation::allow(started.hasLogConfiguration);
+    NetworkThreads::instance().open();
     PluginPaths::setDefaults();
     Log::rootLogger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2Text(oauth2Specs)));
     checkSsl();
@@ -211,6 +213,7 @@ void stopLibrary(StartedLibrary library) {
     library.session->stop();
     library.timeService->stop();
     library.session.reset();
+    NetworkThreads::instance().close();
     library.processState->deleteProcessState();
     Log::rootLogger().information(QStringLiteral("Web Services uninitialized"));
 }

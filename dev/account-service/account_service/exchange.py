@@ -27,6 +27,7 @@ class Exchange:
     method: str
     endpoint: str
     clock: Clock
+    connection: int = 0         # the client's port
     era: int = 0                # of the journal, when the request arrived
     clock_offset: float = 0.0
     consumer_key: str = ""
@@ -50,7 +51,8 @@ class Exchange:
     def to_record(self) -> dict:
         return {"method": self.method, "endpoint": self.endpoint, "status": self.status,
                 "verdict": self.verdict, "consumer_key": self.consumer_key[:80],
-                "token_kind": self.token_kind, "form": self.form, "user": self.user, "fault": self.fault}
+                "token_kind": self.token_kind, "form": self.form, "user": self.user, "fault": self.fault,
+                "connection": self.connection}
 
 
 @dataclass

@@ -28,7 +28,7 @@ class Gateway:
 
     def __call__(self, environ: dict, start_response) -> Iterable[bytes]:
         exchange = Exchange(environ["REQUEST_METHOD"], self._endpoint(environ), self.clock,
-                            self.journal.era)
+                            int(environ.get("REMOTE_PORT") or 0), self.journal.era)
         exchange.attach(environ)
         fault = self.faults.take(exchange.endpoint)
         try:
@@ -54,7 +54,7 @@ class Gateway:
     def _answer(self, environ: dict, exchange: Exchange, fault: Fault | None) -> Response:
         if not self._take_body(environ):
             exchange.verdict = "too_large"
-            return Response("The request is too large.\n", 413)
+            return Response("The request is too large.\n", 413, {"Connection": "close"})
         if environ.get("HTTP_HOST") not in self._own_hosts(environ):
             exchange.verdict = "wrong_host"
             return Response("This is not the host that was asked for.\n", 421)

@@ -85,7 +85,7 @@ def _serve(options: Namespace, folder: Path, parent: int) -> None:
     service = Service(options, lambda record: LOG.info("%s", json.dumps(record)))
     gateway = Gateway(make_application(service), service.clock, service.journal, service.faults)
     context = make_tls_context(folder, options.certificate)
-    server = LoopbackServer(options.port, gateway, None if options.http else context)
+    server = LoopbackServer(options.port, gateway, None if options.http else context, options.line_delay)
     url = f"{'http' if options.http else 'https'}://127.0.0.1:{server.port}"
     control_token = secrets.token_urlsafe(32)
     write_private(folder / "control-token", control_token.encode())

@@ -35,6 +35,13 @@ def _seconds(text: str) -> int:
     return value
 
 
+def _milliseconds(text: str) -> int:
+    value = int(text)
+    if not 0 <= value <= 10_000:
+        raise argparse.ArgumentTypeError("must be between 0 and 10000 milliseconds")
+    return value
+
+
 def _user(text: str) -> User:
     name, colon, password = text.partition(":")
     if not name or not colon or not password:
@@ -95,6 +102,8 @@ def parse(arguments: list[str] | None = None) -> argparse.Namespace:
     add("--timestamp-window", type=_seconds, default=300, metavar="S",
         help="greatest difference of a time stamp from the clock, in seconds to either side "
         "(default %(default)s)")
+    add("--line-delay", type=_milliseconds, default=0, metavar="MS",
+        help="time that each packet takes to the service, and back, in milliseconds (default %(default)s)")
     add("--certificate", choices=KINDS, default="good", help="kind of the server certificate (default %(default)s)")
     add("--exit-with-parent", action="store_true",
         help="end when the parent process ends, or when standard input is a "

@@ -2,11 +2,14 @@
 
 import contextlib
 import logging
+import select
 import socket
 import socketserver
 import ssl
 
 from werkzeug.serving import ThreadedWSGIServer, WSGIRequestHandler
+
+from .slow_line import behind_slow_line
 
 LOG = logging.getLogger("account_service")
 SILENT_AFTER_SECONDS = 30
@@ -15,6 +18,29 @@ SILENT_AFTER_SECONDS = 30
 class RequestHandler(WSGIRequestHandler):
     timeout = SILENT_AFTER_SECONDS
     protocol_version = "HTTP/1.1"
+
+    def run_wsgi(self) -> None:
+        """In place of the inherited function, which closes each connection."""
+        environ = self.make_environ()
+        try:
+            body = self.server.app(environ, self._start_response)
+            for piece in body:
+                self.wfile.write(piece)
+            self._drain()
+        except (ConnectionError, TimeoutError) as error:
+            self.connection_dropped(error, environ)
+
+    def _start_response(self, status: str, headers: list[tuple[str, str]], _error=None) -> None:
+        self.send_response(int(status.split()[0]), status.partition(" ")[2])
+        for name, value in headers:
+            self.send_header(name, value)
+        self.end_headers()
+
+    def _drain(self) -> None:
+        """A connection that is closed with unread bytes is reset, and the client may lose the answer."""
+        while self.close_connection and select.select([self.connection], [], [], 0.01)[0]:
+            if not self.connection.recv(1 << 16):
+                return
 
     def version_string(self) -> str:
         return "account-service"
@@ -34,9 +60,10 @@ class RequestHandler(WSGIRequestHandler):
 
 
 class LoopbackServer(ThreadedWSGIServer):
-    def __init__(self, port: int, app, context: ssl.SSLContext | None = None) -> None:
+    def __init__(self, port: int, app, context: ssl.SSLContext | None = None, line_delay_ms: int = 0) -> None:
         super().__init__("127.0.0.1", port, app, RequestHandler)
         self.ssl_context = context
+        self.line_delay_ms = line_delay_ms
 
     def server_bind(self) -> None:
         # Not the inherited function, which queries the name service for the host's name.
@@ -45,6 +72,12 @@ class LoopbackServer(ThreadedWSGIServer):
 
     def log(self, type: str, message: str, *args) -> None:
         LOG.error(message, *args)
+
+    def get_request(self) -> tuple[socket.socket, object]:
+        request, client_address = super().get_request()
+        if self.line_delay_ms:
+            request = behind_slow_line(request, self.line_delay_ms / 1000)
+        return request, client_address
 
     def finish_request(self, request: socket.socket, client_address) -> None:
         """Runs in the thread of the connection, so that a client that never

@@ -51,14 +51,14 @@ private:
 /// The right to prompt, for one request at a time. A request that waits for it may get the answer of the request before.
 class ProxyPrompt::Turn {
 public:
-    Turn(ProxyPrompt& prompt, const ProxyAddress& proxy)
+    Turn(ProxyPrompt& prompt, const ProxyAddress& proxy, Qt::HANDLE waiting)
         : m_prompt(prompt) {
         QMutexLocker lock(&prompt.m_mutex);
         const Qt::HANDLE self = QThread::currentThreadId();
         const quint64 before = prompt.m_last.number;
         ++prompt.m_waiting;
-        // A prompt further up on this thread cannot be answered while this one waits, so do not wait for it.
-        while (prompt.m_isOpen && prompt.m_asker && prompt.m_asker != self) {
+        // A prompt further up on this thread, or on the one that waits for this request, cannot be answered while this one waits.
+        while (prompt.m_isOpen && prompt.m_asker && prompt.m_asker != self && prompt.m_asker != waiting) {
             prompt.m_changed.wait(&prompt.m_mutex, sliceMs);
             lock.unlock();
             handleEvents();
@@ -162,8 +162,8 @@ void ProxyPrompt::forgetAnswer() {
         m_last = {{}, {}, {}, m_last.number};
 }
 
-ProxyLogin ProxyPrompt::ask(const ProxyAddress& proxy, const RefusedLogins& refused, Log::ILogger& logger) {
-    const Turn turn(*this, proxy);
+ProxyLogin ProxyPrompt::ask(const ProxyAddress& proxy, const RefusedLogins& refused, Log::ILogger& logger, Qt::HANDLE waiting) {
+    const Turn turn(*this, proxy, waiting);
     if (turn.isAnswered() && (turn.answer().isEmpty() || !refused.contains(turn.answer()))) {
         logger.information(QStringLiteral("Another request has asked for the proxy credentials. Using the answer it got."));
         return turn.answer();

@@ -36,8 +36,10 @@ public:
     /// The stored login for the proxy, unless the proxy has refused it.
     [[nodiscard]] ProxyLogin stored(const ProxyAddress& proxy, const RefusedLogins& refused) const;
 
-    /// Prompts the user and stores the answer. Empty without an answer.
-    [[nodiscard]] ProxyLogin ask(const ProxyAddress& proxy, const RefusedLogins& refused, Log::ILogger& logger);
+    /// Prompts the user and stores the answer. Empty without an answer. `waiting`: the thread that waits for the request, when it
+    /// is another than the request's; null otherwise.
+    [[nodiscard]] ProxyLogin ask(const ProxyAddress& proxy, const RefusedLogins& refused, Log::ILogger& logger,
+                                 Qt::HANDLE waiting);
 
 private:
     ProxyPrompt() = default;
