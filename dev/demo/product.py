@@ -21,6 +21,7 @@ class Home:
         self.folder = folder
         self.sysroot = sysroot
         self.variables = variables or {}
+        self.lacks_desktop = bool(sysroot)
         (folder / "runtime").mkdir(mode=0o700, parents=True, exist_ok=True)
         if sysroot:
             # Two programs that start first at the same time would both try to start the server of the prefix.
@@ -67,6 +68,11 @@ class Product:
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=home.environment())
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
+        # Of two programs that start at the same time both would make Wine's desktop, and one may end up without: its threads get
+        # no windows, and so no events.
+        if home.lacks_desktop:
+            home.lacks_desktop = False
+            self.ask("status")
 
     def _read(self) -> None:
         for line in self.process.stdout:
