@@ -60,7 +60,7 @@ private Q_SLOTS:
         QTEST(operation.reply()->operation(), "operation");
         QTEST(operation.reply()->readAll(), "body");
         QCOMPARE(m_server.requests(path).value(0).verb, sent);
-        QTEST(m_server.requests(path).value(0).body.size(), "uploaded");
+        QTEST(int(m_server.requests(path).value(0).body.size()), "uploaded");
     }
 
     void userAgentOfTheRequestWins() {
@@ -155,7 +155,7 @@ private Q_SLOTS:
         // The first answer leaves the connection open; the server closes it a moment after the short one.
         const QByteArray cut = "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata";
         m_server.setScript(page, {answer("200 OK", "hello"), 0, 0, 0, false});
-        m_server.setScript("/short", {cut, 0, 0, 20, true, cut.size() - 1});
+        m_server.setScript("/short", {cut, 0, 0, 20, true, int(cut.size()) - 1});
         // The framework recognises the cut in most rounds only.
         for (int round = 0; round < 10; ++round) {
             NetworkOperation operation(nullptr, m_logger);
