@@ -14,6 +14,7 @@
 #include <QtNetworkAuth/QOAuth1Signature>
 #include <cstdlib>
 #include <oauth.h>
+#include <type_traits>
 
 namespace {
 
@@ -66,6 +67,9 @@ void signByLiboauth(benchmark::State& state, const Request& request) {
     }
 }
 
+// What the framework's signature class takes.
+using Parameters = std::conditional_t<(QT_VERSION < QT_VERSION_CHECK(6, 0, 0)), QVariantMap, QMultiMap<QString, QVariant>>;
+
 class OpenOAuth1 : public QOAuth1 {
 public:
     using QOAuth1::QOAuth1;
@@ -93,7 +97,8 @@ void signByQtSignature(benchmark::State& state, const Request& request) {
                                {QStringLiteral("oauth_timestamp"), QString::number(QDateTime::currentSecsSinceEpoch())},
                                {QStringLiteral("oauth_token"), QLatin1String(token)},
                                {QStringLiteral("oauth_version"), QStringLiteral("1.0")}};
-        QOAuth1Signature signature(url, QLatin1String(consumerSecret), QLatin1String(tokenSecret), method, parameters);
+        QOAuth1Signature signature(url, QLatin1String(consumerSecret), QLatin1String(tokenSecret), method,
+                                   Parameters(parameters));
         for (auto field = body.begin(); field != body.end(); ++field)
             signature.insert(field.key(), field.value());
         parameters.insert(QStringLiteral("oauth_signature"), signature.hmacSha1().toBase64());

@@ -15,12 +15,21 @@ endif()
 option(VQ_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(VQ_BUILD_BENCH "Build the benchmarks (needs Google Benchmark and the peer libraries)" OFF)
 option(VQ_FUZZ "Build the fuzzing by coverage (needs clang)" OFF)
+set(VQ_QT 5 CACHE STRING "The Qt that everything is built with: 5 or 6")
+set_property(CACHE VQ_QT PROPERTY STRINGS 5 6)
 set(VQ_SANITIZE "" CACHE STRING "Sanitizers for every target, for instance 'address,undefined' or 'thread'")
 
 # With paths relative to the sources, so that one clone can use the objects that another clone has compiled.
 find_program(VQ_CCACHE ccache)
 if(VQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${VQ_CCACHE}")
+endif()
+
+set(VQ_QT_VERSION 5.15)
+if(VQ_QT STREQUAL "6")
+  set(VQ_QT_VERSION 6.4)
+elseif(NOT VQ_QT STREQUAL "5")
+  message(FATAL_ERROR "VQ_QT is 5 or 6, and not \"${VQ_QT}\"")
 endif()
 
 if(NOT MSVC)

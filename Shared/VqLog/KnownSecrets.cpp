@@ -128,7 +128,8 @@ private:
     void add(const QByteArray& secret, const QByteArray& form) {
         const quint16 mark = markOf(form.constData());
         m_marks.set(mark);
-        m_forms.emplace(mark, std::make_pair(secret, Form{form.size(), digestOf(form.constData(), form.size())}));
+        m_forms.emplace(mark,
+                        std::make_pair(secret, Form{static_cast<int>(form.size()), digestOf(form.constData(), form.size())}));
     }
 
     void forgetFirst() {

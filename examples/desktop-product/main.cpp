@@ -62,8 +62,10 @@ bool tellTest(const QString& address) {
 } // namespace
 
 int main(int argc, char** argv) {
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0) // Always so in Qt 6.
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+#endif
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     const QApplication application(argc, argv);
     QCommandLineParser parser;

@@ -5,13 +5,16 @@
 
 namespace Velquor::TestKit {
 
-/// A run of one of the helper programs, which are next to the test: another process of the user. It ends with this object at the
-/// latest. Thread: the test's. Owner: the test. A program that does not answer gives empty lines.
+/// A run of one of the helper programs, which are next to the test: another process of the user. With VQ_OTHER_HELPERS the first,
+/// third and every other odd run is one from that folder, of another build. It ends with this object at the latest. Thread: the
+/// test's. Owner: the test. A program that does not answer gives empty lines.
 class HelperProcess : public QProcess {
 public:
     HelperProcess(const QString& program, const QStringList& arguments,
                   const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment(),
                   ProcessChannelMode channels = SeparateChannels);
+    /// Where the program of the next run is.
+    [[nodiscard]] static QString nextFolder();
     ~HelperProcess() override { killNow(); }
 
     /// Sends a line.

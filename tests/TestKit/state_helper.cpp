@@ -29,7 +29,7 @@ Util::ProcessProperties flag(const QString& name) {
 
 // All processes with the same moment start at once.
 bool claim(Util::ProcessState& state, const QString& name, qint64 moment) {
-    QThread::msleep(static_cast<unsigned long>(qBound<qint64>(0, moment - QDateTime::currentMSecsSinceEpoch(), 1000)));
+    QThread::msleep(static_cast<unsigned long>(qBound(qint64(0), moment - QDateTime::currentMSecsSinceEpoch(), qint64(1000))));
     return state.setUnlessSetElsewhere(flag(name));
 }
 

@@ -1,6 +1,7 @@
 // Many processes change one cache file and are killed at random: the file is always whole, and no value is lost or mixed up.
 
 #include "Caches/CacheFile.h"
+#include "TestKit/HelperProcess.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/Soak.h"
 #include "TestKit/Test.h"
@@ -67,7 +68,7 @@ private slots:
 private:
     void start(int durationMs) {
         auto process = std::make_unique<QProcess>();
-        process->start(QCoreApplication::applicationDirPath() + QStringLiteral("/cache_helper"),
+        process->start(TestKit::HelperProcess::nextFolder() + QStringLiteral("/cache_helper"),
                        {path(), QString::number(m_running.size()), QString::number(durationMs)});
         QVERIFY(process->waitForStarted(10000));
         m_running.push_back(std::move(process));

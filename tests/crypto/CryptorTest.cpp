@@ -104,7 +104,7 @@ private slots:
     void aCutTextIsRefused() {
         for (const int size : {10, 1000}) {
             const QByteArray text = m_cryptor->encrypt(QByteArray(size, 's'));
-            for (const int cut : {1, 2, 3, 4, text.size() / 2, text.size() - 1}) {
+            for (const int cut : {1, 2, 3, 4, int(text.size()) / 2, int(text.size()) - 1}) {
                 verifyRefused(text.left(text.size() - cut), qPrintable(QStringLiteral("%1 - %2").arg(size).arg(cut)));
                 verifyRefused(text.mid(cut), qPrintable(QStringLiteral("%1 from %2").arg(size).arg(cut)));
             }

@@ -122,7 +122,7 @@ private slots:
                 manager.HandleInterProcessMessage(Event::TokenRefreshed, {{EventParam::consumerKey, step.mid(1)}},
                                                   step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher);
         }
-        QTEST(listener.heard.size(), "handled");
+        QTEST(int(listener.heard.size()), "handled");
         // The watcher reports one change as two.
         for (int report = 0; report < 2; ++report)
             manager.HandleInterProcessMessage(Event::LoggedOut, {{EventParam::eventId, "sender#1"}}, IPCMethod::Watcher);
@@ -220,7 +220,7 @@ private slots:
             core.notified().add(Event::LoggedOut);
         now += agoMs * 1000000LL;
         EventReactions(core).eventReceived(Event::LoggedOut, fromParams(params));
-        QTEST(events.here.size(), "delivered");
+        QTEST(int(events.here.size()), "delivered");
     }
 
     // Every client of the product follows; another product does not; nothing is sent back to the others.

@@ -22,7 +22,7 @@ def output(*command: str, text: str | None = None) -> str:
 
 def versioned_names(library: str) -> set[str]:
     """Functions and data, each as "name version"; not the version nodes themselves."""
-    lines = output("nm", "-D", "--with-symbol-versions", "--defined-only", library).splitlines()
+    lines = output("nm", "-D", "--extern-only", "--with-symbol-versions", "--defined-only", library).splitlines()
     return {name.replace("@@", " ") for _, kind, name in (line.split() for line in lines) if kind != "A"}
 
 

@@ -59,11 +59,13 @@ class ProcessStateCodecTest : public QObject {
 
 private slots:
     void theBlockHasTheDocumentedLayout() {
-        const ProcessRecords records{{0x1234, "/a", {{"A", true}, {"B", "x"}}}};
+        const ProcessRecords records{{0x1234, "/a", {{"A", true}, {"B", "x"}, {"C", QString()}}}};
         const QByteArray expected = QByteArray::fromHex("00000001"
                                                         "0000000000001234"
                                                         "00000004002f0061" // count, id, path
-                                                        "00000002"         // the greatest key first
+                                                        "00000003"         // the greatest key first
+                                                        "000000020043"
+                                                        "0000000a00ffffffff"
                                                         "000000020042"
                                                         "0000000a00"
                                                         "000000020078"
@@ -83,6 +85,7 @@ private slots:
     void qtAndTheCodecReadEachOther() {
         QByteArray block;
         QDataStream stream(&block, QIODevice::WriteOnly);
+        stream.setVersion(QDataStream::Qt_5_15);
         const ProcessRecords records = someRecords();
         stream << static_cast<qint32>(records.size());
         for (const auto& record : records)
@@ -95,6 +98,7 @@ private slots:
         const QByteArray written = ProcessStateCodec::encode(records, 0);
         QCOMPARE(written.size(), block.size());
         QDataStream reading(written);
+        reading.setVersion(QDataStream::Qt_5_15);
         qint32 count = 0;
         reading >> count;
         for (const auto& record : records) {

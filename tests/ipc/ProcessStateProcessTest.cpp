@@ -72,7 +72,7 @@ private slots:
         ProcessStateDependencies fake = services();
         fake.ownProcessId = helper->processId();
         const QString path =
-            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/") + QFileInfo(helper->program()).fileName()
+            QFileInfo(helper->program()
                       + (fake.ownExecutablePath.endsWith(QLatin1String(".exe")) ? QStringLiteral(".exe") : QString()))
                 .absoluteFilePath();
         const QStringList paths{path, path.toUpper(), QDir::cleanPath(path + QStringLiteral("/../") + QFileInfo(path).fileName()),

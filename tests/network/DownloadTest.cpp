@@ -78,7 +78,7 @@ private Q_SLOTS:
         const QString path = folder.filePath("new");
         const QByteArray data(40, 'd');
         const QByteArray slow = answer("200 OK", data);
-        m_server.setScript("/slow", {slow, 0, 0, 20, false, slow.size() - data.size()});
+        m_server.setScript("/slow", {slow, 0, 0, 20, false, int(slow.size() - data.size())});
         m_server.setScript("/stalls", {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata", 0, 0, 0, false});
         NetworkOperation operation(nullptr, m_logger);
         QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);

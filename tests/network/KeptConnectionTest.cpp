@@ -106,7 +106,7 @@ private Q_SLOTS:
 
     void anAnswerThatIsCutOffIsAFailure() {
         QFETCH(QByteArray, bytes);
-        m_server.setScript("/cut", {bytes, 0, 0, 20, true, bytes.size() - 1});
+        m_server.setScript("/cut", {bytes, 0, 0, 20, true, int(bytes.size()) - 1});
         for (int round = 0; round < 10; ++round) {
             QVERIFY(runGet(request(), 5000, m_logger).hasStatus200());
             const ExchangeOutcome outcome = runGet(request("/cut"), 5000, m_logger);

@@ -60,7 +60,7 @@ private Q_SLOTS:
         QTEST(operation.reply()->operation(), "operation");
         QTEST(operation.reply()->readAll(), "body");
         QCOMPARE(m_server.requests(path).value(0).verb, sent);
-        QTEST(m_server.requests(path).value(0).body.size(), "uploaded");
+        QTEST(int(m_server.requests(path).value(0).body.size()), "uploaded");
     }
 
     void userAgentOfTheRequestWins() {

@@ -76,7 +76,7 @@ void VirtualDispatcher::registerSocketNotifier(QSocketNotifier*) {
     qFatal("%s uses a socket: a seam is missing.", m_actor.name.constData());
 }
 
-void VirtualDispatcher::registerTimer(int timerId, int interval, Qt::TimerType timerType, QObject* object) {
+void VirtualDispatcher::registerTimer(int timerId, Interval interval, Qt::TimerType timerType, QObject* object) {
     m_timers.push_back({timerId, interval, timerType, object, m_world.nowUs() + interval * qint64(1000)});
 }
 
@@ -100,7 +100,7 @@ QList<QAbstractEventDispatcher::TimerInfo> VirtualDispatcher::registeredTimers(Q
     QList<TimerInfo> found;
     for (const Timer& timer : m_timers)
         if (timer.object == object)
-            found += TimerInfo(timer.id, timer.intervalMs, timer.type);
+            found += TimerInfo(timer.id, static_cast<int>(timer.intervalMs), timer.type);
     return found;
 }
 

@@ -3,6 +3,7 @@
 #include "simulation/World.h"
 
 #include <QAbstractEventDispatcher>
+#include <type_traits>
 
 class QWinEventNotifier;
 
@@ -17,24 +18,26 @@ class VirtualDispatcher final : public QAbstractEventDispatcher {
     Q_OBJECT
 
 public:
+    using Interval = std::conditional_t<(QT_VERSION < QT_VERSION_CHECK(6, 0, 0)), int, qint64>;
+
     VirtualDispatcher(World& world, Actor& actor)
         : m_world(world)
         , m_actor(actor) {}
 
     bool processEvents(QEventLoop::ProcessEventsFlags flags) override;
-    bool hasPendingEvents() override { return m_isWoken; }
+    bool hasPendingEvents() { return m_isWoken; } // virtual in Qt 5 only
     void registerSocketNotifier(QSocketNotifier* notifier) override;
     void unregisterSocketNotifier(QSocketNotifier*) override {}
     bool registerEventNotifier(QWinEventNotifier*) { return false; } // virtual on Windows only
     void unregisterEventNotifier(QWinEventNotifier*) {}
-    void registerTimer(int timerId, int interval, Qt::TimerType timerType, QObject* object) override;
+    void registerTimer(int timerId, Interval interval, Qt::TimerType timerType, QObject* object) override;
     bool unregisterTimer(int timerId) override;
     bool unregisterTimers(QObject* object) override;
     QList<TimerInfo> registeredTimers(QObject* object) const override;
     int remainingTime(int timerId) override;
     void wakeUp() override { m_isWoken = true; }
     void interrupt() override { m_isInterrupted = m_isWoken = true; }
-    void flush() override {}
+    void flush() {} // virtual in Qt 5 only
     void closingDown() override { m_world.leave(m_actor); }
 
     /// Around the delivery of a call. True when it comes from the queue: another one may come while its thread holds a lock of
@@ -45,7 +48,7 @@ public:
 private:
     struct Timer {
         int id;
-        int intervalMs;
+        Interval intervalMs;
         Qt::TimerType type;
         QObject* object;
         qint64 dueUs;

@@ -61,6 +61,7 @@ HttpReply send(const QUrl& url, const QString& authorization, Trust trust, const
     QNetworkRequest request(url);
     request.setTransferTimeout(transferTimeoutMs);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     if (!authorization.isEmpty())
         request.setRawHeader("Authorization", authorization.toLatin1());
     const std::unique_ptr<QNetworkReply> reply(manager.get(request));

@@ -53,7 +53,7 @@ void MessageFrameReader::add(const QByteArray& bytes) {
 
 // Reports a wrong start or length at the first wrong byte: waiting for a whole frame would let a peer hold the connection open.
 MessageFrameReader::Result MessageFrameReader::next(MessageFrame* frame) {
-    const int left = m_bytes.size() - m_place;
+    const auto left = m_bytes.size() - m_place;
     const char* const start = m_bytes.constData() + m_place;
     if (!std::equal(start, start + std::min(left, frameStart().size()), frameStart().cbegin()))
         return Result::Hostile;

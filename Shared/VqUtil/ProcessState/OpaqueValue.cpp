@@ -20,6 +20,7 @@ public:
 
 private:
     static constexpr int greatestDepth = 16;
+    static constexpr quint32 firstOwnType = 1024; // In the format of Qt 5, which is that of the block.
 
     [[nodiscard]] bool content(quint32 type, int depth) {
         switch (type) {
@@ -66,7 +67,7 @@ private:
 
     // A type that Qt does not know itself carries its name.
     [[nodiscard]] bool unknown(quint32 type) {
-        m_isUnknown = type < QMetaType::User || bytes();
+        m_isUnknown = type < firstOwnType || bytes();
         return false;
     }
 

@@ -4,6 +4,7 @@
 
 #include <QMutexLocker>
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 namespace Velquor::Util {
@@ -34,7 +35,7 @@ bool showsAll(const ProcessRecord& record, const ProcessProperties& wanted) {
 class ProcessState::Section {
 public:
     explicit Section(ProcessState& state)
-        : m_threads(&state.m_mutex)
+        : m_threads(state.m_mutex)
         , m_lock(state.m_lock && state.m_lock->acquire(semaphoreTimeoutMs) ? state.m_lock.get() : nullptr) {}
     ~Section() {
         if (m_lock)
@@ -46,7 +47,7 @@ public:
     [[nodiscard]] bool isEntered() const { return m_lock != nullptr; }
 
 private:
-    const QMutexLocker m_threads;
+    const std::lock_guard<QMutex> m_threads;
     CrossProcessLock* const m_lock;
 };
 

@@ -1,5 +1,6 @@
 #include "VqUtil/ProcessState/ProcessStateCodec.h"
 
+#include "VqUtil/General/QtDifferences.h"
 #include "VqUtil/ProcessState/OpaqueValue.h"
 
 #include <QDataStream>
@@ -37,7 +38,7 @@ ReadResult readText(BoundedReader& reader, QVariant* value) {
 
 ReadResult readOpaque(BoundedReader& reader, QVariant* value) {
     static const bool isRegistered =
-        QMetaType::registerEqualsComparator<OpaqueValue>() && QMetaType::registerConverter(&OpaqueValue::toString);
+        QtDifferences::registerEquality<OpaqueValue>() && QMetaType::registerConverter(&OpaqueValue::toString);
     Q_UNUSED(isRegistered)
     OpaqueValue opaque;
     const ReadResult result = OpaqueValue::read(reader, &opaque);
@@ -86,7 +87,7 @@ void keepRest(const QByteArray& block, int start, int place, int records, Proces
         --end;
     record->rest = block.mid(start, end - start);
     // The count may be wrong.
-    record->restRecords = std::min(records, record->rest.size() / leastRecordSize);
+    record->restRecords = std::min(records, static_cast<int>(record->rest.size()) / leastRecordSize);
 }
 
 void writeRaw(QDataStream& stream, const QByteArray& bytes) {

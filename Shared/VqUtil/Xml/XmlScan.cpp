@@ -1,36 +1,24 @@
 #include "VqUtil/Xml/XmlScan.h"
 
+#include "VqUtil/General/QtDifferences.h"
+
 #include <QRegularExpression>
 #include <QStringView>
-#include <QTextCodec>
 
 namespace Velquor::Util {
 
 namespace {
 
-QTextCodec* utf8() {
-    constexpr int number = 106; // IANA's, of the encoding.
-    return QTextCodec::codecForMib(number);
-}
+const QByteArray utf8 = QByteArrayLiteral("UTF-8");
 
-QTextCodec* codecOf(const QByteArray& text) {
+QByteArray encodingOf(const QByteArray& text) {
     static const QRegularExpression declaration(QStringLiteral("^<\\?xml[^>]*\\sencoding\\s*=\\s*[\"']([A-Za-z0-9._-]+)[\"']"));
     constexpr int longestDeclaration = 256;
-    QTextCodec* const marked = QTextCodec::codecForUtfText(text, nullptr);
+    const QByteArray marked = QtDifferences::markedEncoding(text);
     const QRegularExpressionMatch found = declaration.match(QString::fromLatin1(text.left(longestDeclaration)));
-    if (marked || !found.hasMatch())
-        return marked ? marked : utf8();
-    return QTextCodec::codecForName(found.captured(1).toLatin1());
-}
-
-Result<QString> decoded(const QByteArray& text, QTextCodec* codec) {
-    if (!codec)
-        return Failure{QStringLiteral("The text is in an unknown encoding")};
-    QTextCodec::ConverterState state;
-    QString made = codec->toUnicode(text.constData(), text.size(), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0)
-        return Failure{QStringLiteral("The text is not in %1").arg(QString::fromLatin1(codec->name()))};
-    return made;
+    if (!marked.isEmpty() || !found.hasMatch())
+        return marked.isEmpty() ? utf8 : marked;
+    return found.captured(1).toLatin1();
 }
 
 // The end of what begins at `from` and ends with `end`; the end of the text when it does not.
@@ -61,11 +49,11 @@ int behindTag(const QString& text, int from, int& attributes) {
 } // namespace
 
 Result<QString> xmlCharacters(const QByteArray& text) {
-    return decoded(text, codecOf(text));
+    return QtDifferences::decoded(text, encodingOf(text));
 }
 
 Result<QString> utf8Characters(const QByteArray& text) {
-    return decoded(text, utf8());
+    return QtDifferences::decoded(text, utf8);
 }
 
 bool hasTagWithMoreAttributes(const QString& text, int limit) {

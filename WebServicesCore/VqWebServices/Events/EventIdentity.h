@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 namespace Velquor::WebServices::Internal {
 
@@ -11,7 +12,7 @@ struct EventIdentity {
 
     [[nodiscard]] static EventIdentity of(const QString& eventId) {
         const int place = eventId.lastIndexOf(mark);
-        const quint64 number = place < 0 ? 0 : eventId.midRef(place + 1).toULongLong();
+        const quint64 number = place < 0 ? 0 : QStringView(eventId).mid(place + 1).toULongLong();
         return number == 0 ? EventIdentity{eventId, 0} : EventIdentity{eventId.left(place), number};
     }
     [[nodiscard]] QString eventId() const { return source + mark + QString::number(number); }

@@ -125,7 +125,7 @@ int WebServicesManagerEx::GetLoginCookie(const QString& clientKey, unsigned char
             return 0;
         cookie = new unsigned char[static_cast<size_t>(header.size())];
         std::copy(header.begin(), header.end(), cookie);
-        return header.size();
+        return static_cast<int>(header.size());
     });
 }
 

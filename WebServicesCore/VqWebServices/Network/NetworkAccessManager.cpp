@@ -218,6 +218,8 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation operation, const QN
     hardened.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     hardened.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     hardened.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    // Qt 6 would ask every server for HTTP/2.
+    hardened.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     if (!hardened.hasRawHeader("Accept-Encoding"))
         hardened.setRawHeader("Accept-Encoding", "identity");
     // With a custom verb the framework would wait for a body that the answer to HEAD announces but never has.

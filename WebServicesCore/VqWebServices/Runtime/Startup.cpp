@@ -187,9 +187,10 @@ StartedLibrary startLibrary(const QString& defaultClientKey, const QVector<OAuth
     NetworkThreads::instance().open();
     PluginPaths::setDefaults();
     Log::rootLogger().information(QStringLiteral("Initializing Web Services %1").arg(oauth2Text(oauth2Specs)));
+    // Before Qt is asked for TLS: Qt 6 ties its TLS plug-ins to the application object, and warns when there is none.
+    ensureApplication();
     checkSsl();
     QNetworkProxyFactory::setUseSystemConfiguration(true);
-    ensureApplication();
     const QString host = Util::hostExecutablePath();
     setUserAgent(userAgentText(host, Util::fileVersion(host), Util::systemVersion()));
     Log::rootLogger().information(loadedSslVersionLine());

@@ -96,7 +96,7 @@ int copyBytes(const QByteArray& bytes, char* buffer, int size) {
     if (size < 1)
         return 0;
     buffer[0] = 0;
-    const int copied = std::min(bytes.size(), size);
+    const int copied = std::min(static_cast<int>(bytes.size()), size);
     std::memcpy(buffer, bytes.constData(), static_cast<size_t>(copied));
     if (copied < size)
         buffer[copied] = 0;

@@ -7,7 +7,6 @@
 #include "Progress.h"
 #include "Texts.h"
 
-#include <QTextCodec>
 #include <QUrl>
 
 using namespace Velquor::WebServices;
@@ -23,9 +22,9 @@ QJsonObject toObject(const HttpReply& reply) {
     QJsonObject object{{QStringLiteral("status"), reply.status},
                        {QStringLiteral("reason"), reply.reason},
                        {QStringLiteral("contentType"), reply.contentType}};
-    QTextCodec::ConverterState state;
-    const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(reply.body.constData(), reply.body.size(), &state);
-    if (state.invalidChars == 0 && state.remainingChars == 0)
+    // What is not UTF-8 does not come back; a byte order mark is dropped.
+    const QString text = QString::fromUtf8(reply.body);
+    if (reply.body.endsWith(text.toUtf8()))
         object.insert(QStringLiteral("body"), text);
     else
         object.insert(QStringLiteral("bodyBase64"), QString::fromLatin1(reply.body.toBase64()));

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDataStream>
+#include <QIODevice>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -33,6 +34,7 @@ void RefreshEventFilter::show(const QString& consumerKey) {
         return;
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setVersion(QDataStream::Qt_5_15);
     stream << consumerKey << QCoreApplication::applicationPid();
     // The block locks itself against readers; the last of two writers wins.
     if (bytes.size() <= m_block->size() && !m_block->write(bytes))
