@@ -8,7 +8,7 @@ import unittest
 
 from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
 
-COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "dump", "report"]
+COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "check-server", "dump", "report"]
 
 
 class CommandLineTest(ToolTest):
@@ -50,7 +50,7 @@ class CommandLineTest(ToolTest):
         common = {option["name"] for option in everything["options"]}
         for name in ("vqws.bash", "vqws.ps1"):
             text = (SOURCE / "tools/vqws/completion" / name).read_text(encoding="utf-8")
-            words = {key: set(value.split()) for key, value in re.findall(r"^\s*# words (\w+):(.*)$", text, re.M)}
+            words = {key: set(value.split()) for key, value in re.findall(r"^\s*# words ([\w-]+):(.*)$", text, re.M)}
             self.assertEqual(set(COMMANDS), words.pop("commands"), name)
             self.assertEqual(common, words.pop("common"), name)
             own = {command["name"]: {option["name"] for option in command["options"]}
@@ -60,7 +60,7 @@ class CommandLineTest(ToolTest):
         named = {*re.findall(r"--[a-z0-9][a-z0-9-]*", manual)}
         options = common.union(*({option["name"] for option in command["options"]} for command in everything["commands"]))
         self.assertEqual(options, named)
-        self.assertEqual(COMMANDS, re.findall(r"^\.SS (\w+)", manual, re.M))
+        self.assertEqual(COMMANDS, re.findall(r"^\.SS ([\w-]+)", manual, re.M))
 
     @unittest.skipIf(SYSROOT, "bash completes natively")
     def test_bash_completes_commands_and_options(self):
