@@ -6,7 +6,7 @@ import subprocess
 import time
 import unittest
 
-from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
+from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest, valid)
 
 COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "check-server", "dump", "report"]
 
@@ -14,6 +14,7 @@ COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "docto
 class CommandLineTest(ToolTest):
     def test_help_of_the_tool_and_of_each_command(self):
         self.assertRegex(self.check(OK, "--version").out, r"^vqws \d+\.\d+\.\d+\.\d+\n$")
+        self.assertEqual(1, self.check(OK, "--version", "--json").json()["version"])
         everything = self.check(OK, "--help", "--json").json()
         self.assertEqual(COMMANDS, [command["name"] for command in everything["commands"]])
         tool_help = self.check(OK, "--help").out
@@ -185,9 +186,9 @@ class SessionTest(ToolTest):
         lines = Lines(process.stdout)
         example = Lines(self.start(program=BINARIES / "event-watch").stdout)
         example.wait_for("LoginRestored             origin: here")
-        self.assertEqual("vqws", json.loads(lines.wait_for("LoginRestored"))["origin"])
+        self.assertEqual("vqws", valid(lines.wait_for("LoginRestored"))["origin"])
         self.sign_in()
-        event = json.loads(lines.wait_for('"LoggedIn"'))
+        event = valid(lines.wait_for('"LoggedIn"'))
         self.assertEqual(("outside", "ada"), (event["origin"], event["detail"]))
         example.wait_for("LoggedIn                  origin: outside")
         self.check(OK, "logout")

@@ -2,6 +2,7 @@
 
 #include "Commands/Commands.h"
 
+#include <QMap>
 #include <algorithm>
 
 namespace Vqws {
@@ -107,10 +108,35 @@ QVector<CommandInfo> requestCommands() {
     };
 }
 
+QStringList keysOf(const QString& command) {
+    static const QMap<QString, const char*> keys{
+        {QStringLiteral("status"),
+         "signedIn valid user userId loginExpires server accountServer storedProxy loginStateFile logFile logConfiguration "
+         "accessToken oauth2Enabled oauth2Token products"},
+        {QStringLiteral("login"), "user userId"},
+        {QStringLiteral("logout"), "user"},
+        {QStringLiteral("watch"), "time event origin product detail"},
+        {QStringLiteral("sign"), "url authorization"},
+        {QStringLiteral("token"), "token expires"},
+        {QStringLiteral("get"), "status reason contentType body bodyBase64"},
+        {QStringLiteral("doctor"), "faults warnings checks"},
+        {QStringLiteral("check-server"), "faults warnings notChecked leftSignedIn checks"},
+        {QStringLiteral("dump"), "LoginSession Version CurrentServer SignedInAs Files UrlOverrides ProcessState"},
+        {QStringLiteral("report"), "file bytes parts"},
+    };
+    return QString::fromLatin1(keys.value(command)).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QVector<CommandInfo> withKeys(QVector<CommandInfo> commands) {
+    for (CommandInfo& command : commands)
+        command.keys = keysOf(command.name);
+    return commands;
+}
+
 } // namespace
 
 const QVector<CommandInfo>& commandTable() {
-    static const QVector<CommandInfo> table = sessionCommands() + requestCommands();
+    static const QVector<CommandInfo> table = withKeys(sessionCommands() + requestCommands());
     return table;
 }
 

@@ -7,6 +7,7 @@
 #include "Output.h"
 #include "Progress.h"
 #include "SignInPage.h"
+#include "Texts.h"
 #include "UrlFile.h"
 
 #include <QEventLoop>
@@ -72,13 +73,14 @@ ExitCode finish(const Context& context, const ContractReport& report, const QStr
     QJsonObject object{{QStringLiteral("faults"), faults},
                        {QStringLiteral("warnings"), warnings},
                        {QStringLiteral("notChecked"), notChecked},
-                       {QStringLiteral("leftSignedIn"), leftOver},
+                       {QStringLiteral("leftSignedIn"), known(leftOver)},
                        {QStringLiteral("checks"), checks}};
     if (context.cancellation.isRequested())
         return context.output.fail(ExitCode::Cancelled, QStringLiteral("The check was %1.").arg(context.cancellation.reason()),
                                    object);
-    context.output.object(object, faults == 0);
-    return faults == 0 ? ExitCode::Ok : ExitCode::Failed;
+    const ExitCode code = faults == 0 ? ExitCode::Ok : ExitCode::Failed;
+    context.output.object(object, code);
+    return code;
 }
 
 ExitCode readUrls(const Context& context, QJsonObject& urls) {

@@ -37,7 +37,8 @@ QString errorText(LoginErrorEx error, int httpStatus) {
 
 ExitCode succeed(const Context& context, const Library& library, const char* how) {
     context.output.line(QString::fromLatin1(how).arg(library.userName()));
-    context.output.object({{QStringLiteral("user"), library.userName()}, {QStringLiteral("userId"), library.userId()}});
+    context.output.object(
+        {{QStringLiteral("user"), known(library.userName())}, {QStringLiteral("userId"), known(library.userId())}});
     return ExitCode::Ok;
 }
 
