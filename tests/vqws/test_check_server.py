@@ -1,5 +1,6 @@
 """The contract test of an account server, against the account service as it is and with each fault that such a test can see."""
 import re
+import signal
 import unittest
 
 from tool import CANCELLED, FAILED, OK, SOURCE, SYSROOT, USAGE, Lines, ToolTest, valid
@@ -105,6 +106,8 @@ exec curl -sf -o /dev/null -H "X-Control-Token: $(cat '{info["control_token_file
                 self.assertEqual(expected.keys(), bad.keys(), bad)
                 for name, text in expected.items():
                     self.assertIn(text, bad[name])
+                for secret in self.service.control("secrets")["secrets"]:
+                    self.assertNotIn(secret, run.out + run.err)
                 self.assertEqual(FAILED if run.json()["faults"] else OK, run.status)
                 self.assertEqual((0, None), (self.signed_in(), run.json()["leftSignedIn"]))
 
@@ -118,6 +121,12 @@ exec curl -sf -o /dev/null -H "X-Control-Token: $(cat '{info["control_token_file
         self.assertRegex(run.out, r"fault +token lifetime: +300 s\. The page says: An access token lasts well above 300 s\.")
         self.assertIn("nobody has signed in", self.check(FAILED, "check-server", "--browser-command", "false").out)
         self.check(CANCELLED, "check-server", "--no-browser", "--timeout", "1")
+        self.service.control("reset", {})
+        self.service.control("faults", fault("delay", "quota", delay_ms=5000))
+        process = self.start("check-server", "--browser-command", command)
+        Lines(process.stdout).wait_for("entitlements")
+        process.send_signal(signal.SIGINT)
+        self.assertEqual((CANCELLED, 0), (process.wait(30), self.signed_in()), "signed out after Ctrl-C, too")
         self.assertIn("no JSON at byte", self.check(USAGE, "check-server", self.service.info["ca_file"]).err)
         file = self.folder / "urls"
         file.write_text('{"Configurations": {"WebServices": {"Urls": {"AccountServerUrl": "x"}}}}', encoding="utf-8")

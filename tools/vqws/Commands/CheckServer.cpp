@@ -108,7 +108,7 @@ ExitCode runCheckServer(Context& context) {
         return code;
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     ContractServer server(urls, keys, context.cancellation);
-    ContractReport report([&context](const ContractItem& item) { show(context.output, item); });
+    ContractReport report([&context](const ContractItem& item) { show(context.output, item); }, context.cancellation);
     ContractCheck check(server, report, keys,
                         {[&context](const QString& address) { return visit(context, address); },
                          [&context](int milliseconds) { return context.cancellation.wait(milliseconds); },
@@ -118,8 +118,7 @@ ExitCode runCheckServer(Context& context) {
     if (!leftOver.isEmpty())
         context.output.note(
             QStringLiteral("The test account may still be signed in at the server (%1). End its sessions there.").arg(leftOver));
-    if (!context.cancellation.isRequested())
-        report.finish();
+    report.finish();
     return finish(context, report, leftOver);
 }
 

@@ -1,5 +1,7 @@
 #include "Contract/ContractReport.h"
 
+#include "Cancellation.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -33,8 +35,9 @@ QJsonObject toObject(const ContractItem& item) {
             {QStringLiteral("requirement"), item.requirement.sentence}};
 }
 
-ContractReport::ContractReport(Show show)
-    : m_show(std::move(show)) {}
+ContractReport::ContractReport(Show show, const Cancellation& cancellation)
+    : m_show(std::move(show))
+    , m_cancellation(cancellation) {}
 
 void ContractReport::ok(const char* name, const QString& text) {
     add(name, State::Ok, text);
@@ -65,7 +68,7 @@ bool ContractReport::has(const QString& name) const {
 
 void ContractReport::add(const char* name, State state, const QString& text) {
     const QString wanted = QString::fromLatin1(name);
-    if (has(wanted))
+    if (has(wanted) || m_cancellation.isRequested())
         return;
     m_items.append({requirementNamed(wanted), state, text});
     m_show(m_items.last());

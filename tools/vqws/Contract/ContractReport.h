@@ -7,6 +7,8 @@
 
 namespace Vqws {
 
+class Cancellation;
+
 /// The result for one requirement.
 struct ContractItem {
     enum class State { Ok, Warning, Fault, NotChecked };
@@ -27,7 +29,8 @@ public:
     using State = ContractItem::State;
     using Show = std::function<void(const ContractItem&)>;
 
-    explicit ContractReport(Show show);
+    /// After cancellation nothing has a result.
+    ContractReport(Show show, const Cancellation& cancellation);
 
     void ok(const char* name, const QString& text = {});
     /// A fault, or a warning where the page only advises. Returns false.
@@ -44,6 +47,7 @@ private:
     [[nodiscard]] bool has(const QString& name) const;
 
     const Show m_show;
+    const Cancellation& m_cancellation;
     QVector<ContractItem> m_items;
 };
 
