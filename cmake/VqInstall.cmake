@@ -21,7 +21,19 @@ install(TARGETS ${exported} EXPORT VqWebServicesTargets
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/include/" "${CMAKE_BINARY_DIR}/include/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(FILES "${CMAKE_SOURCE_DIR}/config/WebServices.logconfig" DESTINATION "${library_folder}")
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/config/" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices" FILES_MATCHING PATTERN "*.example")
-install(DIRECTORY "${CMAKE_SOURCE_DIR}/docs/getting-started" DESTINATION "${CMAKE_INSTALL_DATADIR}/VqWebServices")
+# The pages for those who use, install and support the library.
+set(pages_folder "${CMAKE_INSTALL_DATADIR}/VqWebServices")
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/docs/getting-started" DESTINATION "${pages_folder}")
+set(pages account-server c-interface caches concepts configuration file-formats platforms security threading tokens troubleshooting
+  upgrading)
+list(TRANSFORM pages PREPEND "${CMAKE_SOURCE_DIR}/docs/")
+list(TRANSFORM pages APPEND .md)
+install(FILES ${pages} "${CMAKE_SOURCE_DIR}/CHANGELOG.md" DESTINATION "${pages_folder}")
+foreach(binding IN ITEMS csharp python)
+  install(FILES "${CMAKE_SOURCE_DIR}/bindings/${binding}/README.md" DESTINATION "${pages_folder}/bindings/${binding}")
+endforeach()
+install(CODE "set(PAGES \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${pages_folder}\")")
+install(SCRIPT "${CMAKE_SOURCE_DIR}/cmake/VqInstalledPages.cmake")
 # For Python no compiler is needed: the package is the same for all systems.
 set(python_folder lib/python3/dist-packages)
 if(WIN32)

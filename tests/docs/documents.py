@@ -1,6 +1,7 @@
 """What the documents claim: each function returns the faults that it finds, one text each."""
 import pathlib
 import re
+import sys
 
 FENCE = re.compile(r"^```(.*)$")
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
@@ -92,3 +93,10 @@ def missing(names: set[str], page_text: str) -> list[str]:
     """Names that do not stand in backticks on the page, as the first word in them."""
     shown = set(re.findall(r"`(?:\$\{)?([\w.]+)", page_text))
     return sorted(names - shown)
+
+
+if __name__ == "__main__":
+    # The pages of an installation.
+    folder = pathlib.Path(sys.argv[1]).resolve()
+    pages = list(folder.rglob("*.md"))
+    sys.exit("\n".join(fault for page in pages for fault in broken_links(page, folder)) or None if len(pages) > 10 else f"no pages in {folder}")

@@ -6,14 +6,15 @@ import subprocess
 import time
 import unittest
 
-from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest)
+from tool import (BINARIES, CANCELLED, FAILED, NOT_SIGNED_IN, OK, SECRET, SOURCE, SYSROOT, USAGE, Lines, ToolTest, valid)
 
-COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "dump", "report"]
+COMMANDS = ["status", "login", "logout", "watch", "sign", "token", "get", "doctor", "check-server", "dump", "report"]
 
 
 class CommandLineTest(ToolTest):
     def test_help_of_the_tool_and_of_each_command(self):
         self.assertRegex(self.check(OK, "--version").out, r"^vqws \d+\.\d+\.\d+\.\d+\n$")
+        self.assertEqual(1, self.check(OK, "--version", "--json").json()["version"])
         everything = self.check(OK, "--help", "--json").json()
         self.assertEqual(COMMANDS, [command["name"] for command in everything["commands"]])
         tool_help = self.check(OK, "--help").out
@@ -50,7 +51,7 @@ class CommandLineTest(ToolTest):
         common = {option["name"] for option in everything["options"]}
         for name in ("vqws.bash", "vqws.ps1"):
             text = (SOURCE / "tools/vqws/completion" / name).read_text(encoding="utf-8")
-            words = {key: set(value.split()) for key, value in re.findall(r"^\s*# words (\w+):(.*)$", text, re.M)}
+            words = {key: set(value.split()) for key, value in re.findall(r"^\s*# words ([\w-]+):(.*)$", text, re.M)}
             self.assertEqual(set(COMMANDS), words.pop("commands"), name)
             self.assertEqual(common, words.pop("common"), name)
             own = {command["name"]: {option["name"] for option in command["options"]}
@@ -60,7 +61,7 @@ class CommandLineTest(ToolTest):
         named = {*re.findall(r"--[a-z0-9][a-z0-9-]*", manual)}
         options = common.union(*({option["name"] for option in command["options"]} for command in everything["commands"]))
         self.assertEqual(options, named)
-        self.assertEqual(COMMANDS, re.findall(r"^\.SS (\w+)", manual, re.M))
+        self.assertEqual(COMMANDS, re.findall(r"^\.SS ([\w-]+)", manual, re.M))
 
     @unittest.skipIf(SYSROOT, "bash completes natively")
     def test_bash_completes_commands_and_options(self):
@@ -185,9 +186,9 @@ class SessionTest(ToolTest):
         lines = Lines(process.stdout)
         example = Lines(self.start(program=BINARIES / "event-watch").stdout)
         example.wait_for("LoginRestored             origin: here")
-        self.assertEqual("vqws", json.loads(lines.wait_for("LoginRestored"))["origin"])
+        self.assertEqual("vqws", valid(lines.wait_for("LoginRestored"))["origin"])
         self.sign_in()
-        event = json.loads(lines.wait_for('"LoggedIn"'))
+        event = valid(lines.wait_for('"LoggedIn"'))
         self.assertEqual(("outside", "ada"), (event["origin"], event["detail"]))
         example.wait_for("LoggedIn                  origin: outside")
         self.check(OK, "logout")

@@ -12,6 +12,8 @@ import tempfile
 import threading
 import unittest
 
+import jsonschema
+
 SOURCE = pathlib.Path(os.environ["VQ_SOURCE_DIR"])
 BINARIES = pathlib.Path(os.environ["VQ_BINARY_DIR"]) / "bin"
 # Set where the tool is built for Windows and runs under Wine.
@@ -21,10 +23,18 @@ sys.path.insert(0, str(SOURCE / "dev/demo"))
 from account import AccountService  # noqa: E402
 from product import Home  # noqa: E402
 
+VALIDATOR = jsonschema.Draft7Validator(json.loads((SOURCE / "tools/vqws/vqws.schema.json").read_text(encoding="utf-8")))
 TOOL = BINARIES / "vqws"
 SECRET = "demo-secret-0001"
 RUN_SECONDS = 90
 OK, FAILED, USAGE, NOT_SIGNED_IN, CANCELLED = range(5)
+
+
+def valid(line: str) -> dict:
+    """The object of a line of JSON, which has the form that the schema promises."""
+    found = json.loads(line)
+    VALIDATOR.validate(found)
+    return found
 
 
 @dataclasses.dataclass
@@ -38,7 +48,7 @@ class Run:
         lines = self.out.splitlines()
         if len(lines) != 1:
             raise AssertionError(f"not one line of JSON: {self.out!r} {self.err!r}")
-        return json.loads(lines[0])
+        return valid(lines[0])
 
 
 class Lines:

@@ -21,7 +21,7 @@ CommandLine::CommandLine(const QStringList& programAndArguments) {
     for (const CommandInfo& command : commandTable())
         options += command.options;
     for (const OptionInfo& option : qAsConst(options))
-        m_parser.addOption({option.name, option.text, option.valueName});
+        addOption(option);
     if (!m_parser.parse(programAndArguments)) {
         m_error = m_parser.errorText();
         return;
@@ -31,6 +31,13 @@ CommandLine::CommandLine(const QStringList& programAndArguments) {
         m_error = checkOptions();
     if (m_error.isEmpty())
         m_error = readValues();
+}
+
+// Two commands may have the same one.
+void CommandLine::addOption(const OptionInfo& option) {
+    if (!m_names.contains(option.name))
+        m_parser.addOption({option.name, option.text, option.valueName});
+    m_names += option.name;
 }
 
 QString CommandLine::readCommand() {

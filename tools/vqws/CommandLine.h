@@ -30,12 +30,14 @@ public:
     [[nodiscard]] std::optional<Velquor::WebServices::Server> server() const { return m_server; }
 
 private:
+    void addOption(const OptionInfo& option);
     [[nodiscard]] QString readCommand();
     [[nodiscard]] QString checkOptions() const;
     [[nodiscard]] QString readValues();
 
     QCommandLineParser m_parser;
     const CommandInfo* m_command = nullptr;
+    QStringList m_names; ///< Of all options.
     QStringList m_arguments;
     std::optional<int> m_timeoutSeconds;
     std::optional<Velquor::WebServices::Server> m_server;

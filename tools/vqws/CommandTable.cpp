@@ -2,6 +2,7 @@
 
 #include "Commands/Commands.h"
 
+#include <QMap>
 #include <algorithm>
 
 namespace Vqws {
@@ -81,6 +82,19 @@ QVector<CommandInfo> requestCommands() {
             "Prints one line for each check: ok, warning or fault, with the cure. Needs neither a key nor a signed-in user, and "
             "signs nobody out. With key and secret it also asks the account server whether it accepts the product. Exit status 1 "
             "when there is a fault."),
+        with(
+            command(
+                "check-server", &runCheckServer, "Check what an account server speaks, for those who run it.",
+                "Goes through every exchange of the library with the server of the URL file: sign-in with a test account, signatures "
+                "right and wrong, refresh, documents, OAuth2, time, sign-out. Prints one line for each thing that the page \"What an "
+                "account server must speak\" asks for. Needs key and secret of a product. Does not touch the login of this user, "
+                "and signs the test account out again. Without a URL file it takes the one of the products. Exit status 1 when "
+                "there is a fault. Without --timeout it waits for 300 seconds."),
+            "[URL-FILE]", 0, 1,
+            {option("no-browser", "", "Print the address of the sign-in page instead of opening it."),
+             option("browser-command", "COMMAND",
+                    "Run this command with the address of the sign-in page as its last argument. The test account has signed in "
+                    "when it ends.")}),
         command("dump", &runDump, "Show the state of the login session and of the processes.",
                 "The text is for a report to support. It never contains secrets. It contains names of the user, of programs and "
                 "of folders."),
@@ -94,10 +108,35 @@ QVector<CommandInfo> requestCommands() {
     };
 }
 
+QStringList keysOf(const QString& command) {
+    static const QMap<QString, const char*> keys{
+        {QStringLiteral("status"),
+         "signedIn valid user userId loginExpires server accountServer storedProxy loginStateFile logFile logConfiguration "
+         "accessToken oauth2Enabled oauth2Token products"},
+        {QStringLiteral("login"), "user userId"},
+        {QStringLiteral("logout"), "user"},
+        {QStringLiteral("watch"), "time event origin product detail"},
+        {QStringLiteral("sign"), "url authorization"},
+        {QStringLiteral("token"), "token expires"},
+        {QStringLiteral("get"), "status reason contentType body bodyBase64"},
+        {QStringLiteral("doctor"), "faults warnings checks"},
+        {QStringLiteral("check-server"), "faults warnings notChecked leftSignedIn checks"},
+        {QStringLiteral("dump"), "LoginSession Version CurrentServer SignedInAs Files UrlOverrides ProcessState"},
+        {QStringLiteral("report"), "file bytes parts"},
+    };
+    return QString::fromLatin1(keys.value(command)).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QVector<CommandInfo> withKeys(QVector<CommandInfo> commands) {
+    for (CommandInfo& command : commands)
+        command.keys = keysOf(command.name);
+    return commands;
+}
+
 } // namespace
 
 const QVector<CommandInfo>& commandTable() {
-    static const QVector<CommandInfo> table = sessionCommands() + requestCommands();
+    static const QVector<CommandInfo> table = withKeys(sessionCommands() + requestCommands());
     return table;
 }
 

@@ -3,6 +3,7 @@
 #include "ExitCode.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace Vqws {
@@ -25,6 +26,7 @@ struct CommandInfo {
     QString summary;
     QString details;
     QVector<OptionInfo> options;
+    QStringList keys; ///< Of its JSON, beside those that all commands have.
     ExitCode (*run)(Context& context) = nullptr;
 };
 

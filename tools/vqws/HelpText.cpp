@@ -9,11 +9,11 @@ namespace Vqws {
 namespace {
 
 constexpr int indent = 30;
-constexpr int commandIndent = 12;
+constexpr int commandIndent = 16;
 constexpr int pipeWidth = 100;
 
 const auto exitStatus =
-    QStringLiteral("Exit status: 0 success, 1 failure (doctor: a fault was found, get: the status is not 200 to "
+    QStringLiteral("Exit status: 0 success, 1 failure (doctor, check-server: a fault was found, get: the status is not 200 to "
                    "299), 2 the command line is wrong, 3 nobody is signed in, 4 cancelled or timed out.");
 
 QString optionTitle(const OptionInfo& option) {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QMap>
 #include <QSslError>
 #include <QString>
 #include <QUrl>
@@ -10,18 +11,32 @@ namespace Vqws {
 
 class Cancellation;
 
-/// The result of a GET.
+/// A GET, or with a form a POST of it.
+struct HttpRequest {
+    QUrl url;
+    QByteArray authorization{}; ///< Without one no such header is sent.
+    QByteArray form{};
+    QByteArray ifModifiedSince{};
+    int limitMs = 60000; ///< Of a time in which nothing arrives.
+};
+
+/// The result of a request.
 struct HttpReply {
     int status = 0; ///< 0: no reply
     QString reason;
     QString contentType;
-    QDateTime date; ///< The time of the server's clock, from the header "Date".
+    QMap<QByteArray, QByteArray> headers; ///< By their names in small letters.
+    QDateTime date;                       ///< The time of the server's clock, from the header "Date".
     QByteArray body;
     QString error; ///< Why there was no reply.
     bool isTlsError = false;
     QSslError tlsError; ///< The first thing that is wrong with the certificate; NoError when nothing is known.
     bool isTooLarge = false;
+    bool isCut = false; ///< The connection ended in the middle of the reply.
 };
+
+/// Sends a request and waits for the end of the reply, or for cancellation, as httpGet() does. Null: nothing cancels it.
+[[nodiscard]] HttpReply httpSend(const HttpRequest& request, const Cancellation* cancellation);
 
 /// Sends a GET and waits for the end of the reply, or for cancellation. It does not follow redirections, since a signature is
 /// valid for one address only. An empty `authorization` sends no such header. Thread: the main thread. Errors: in the result.

@@ -34,6 +34,23 @@ bool trustAuthority(const QString& file) {
 
 } // namespace
 
+ExitCode readKeysAndTrust(const Context& context, bool needsProduct, ClientKeys& keys) {
+    keys = readClientKeys(context.line);
+    if (!keys.error.isEmpty())
+        return context.output.fail(ExitCode::Usage, keys.error);
+    if (!keys.warning.isEmpty())
+        context.output.note(keys.warning);
+    if (needsProduct && keys.key.isEmpty())
+        return context.output.fail(ExitCode::Usage, QStringLiteral("No consumer key: give --key, or set VQWS_CONSUMER_KEY."));
+    if (needsProduct && keys.secret.isEmpty())
+        return context.output.fail(ExitCode::Usage,
+                                   QStringLiteral("No consumer secret: give --secret-file, or set VQWS_CONSUMER_SECRET."));
+    const QString authority = context.line.valueOr(QStringLiteral("ca"), "VQWS_CA");
+    if (!authority.isEmpty() && !trustAuthority(authority))
+        return context.output.fail(ExitCode::Usage, QStringLiteral("There is no certificate in %1.").arg(authority));
+    return ExitCode::Ok;
+}
+
 Library::Library(Context& context)
     : m_context(context) {}
 
@@ -71,19 +88,9 @@ ExitCode Library::start(Need need) {
 }
 
 ExitCode Library::readOptions(Need need) {
-    m_keys = readClientKeys(m_context.line);
-    if (!m_keys.error.isEmpty())
-        return m_context.output.fail(ExitCode::Usage, m_keys.error);
-    if (!m_keys.warning.isEmpty())
-        m_context.output.note(m_keys.warning);
-    if (need != Need::Nothing && m_keys.key.isEmpty())
-        return m_context.output.fail(ExitCode::Usage, QStringLiteral("No consumer key: give --key, or set VQWS_CONSUMER_KEY."));
-    if (need != Need::Nothing && m_keys.secret.isEmpty())
-        return m_context.output.fail(ExitCode::Usage,
-                                     QStringLiteral("No consumer secret: give --secret-file, or set VQWS_CONSUMER_SECRET."));
-    const QString authority = m_context.line.valueOr(QStringLiteral("ca"), "VQWS_CA");
-    if (!authority.isEmpty() && !trustAuthority(authority))
-        return m_context.output.fail(ExitCode::Usage, QStringLiteral("There is no certificate in %1.").arg(authority));
+    const ExitCode read = readKeysAndTrust(m_context, need != Need::Nothing, m_keys);
+    if (read != ExitCode::Ok)
+        return read;
     const QString folders = m_context.line.valueOr(QStringLiteral("support"), "VQWS_SUPPORT");
     WebServicesManager::SetSupportFileSearchPaths(folders.toStdWString().c_str());
     return ExitCode::Ok;

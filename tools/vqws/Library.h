@@ -9,6 +9,10 @@
 
 namespace Vqws {
 
+/// Reads the options for the keys and the certificate authority, which this process trusts from then on. Errors: the exit status,
+/// after the reason was printed. Thread: the main thread, once.
+[[nodiscard]] ExitCode readKeysAndTrust(const Context& context, bool needsProduct, ClientKeys& keys);
+
 /// The library for the duration of a command. Cancellation shuts the library down at once. That ends every wait in it, and each
 /// later call fails.
 ///

@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include "CommandTable.h"
 #include "Platform/Console.h"
 #include "Texts.h"
 
@@ -9,6 +10,9 @@ namespace Vqws {
 
 namespace {
 
+// It grows when a key goes or means something else, not when one is added.
+constexpr int formVersion = 1;
+
 void writeError(const QString& text) {
     const int width = Console::width(Console::Stream::Error);
     Console::write(Console::Stream::Error, wrapped(QStringLiteral("vqws: ") + text, width, 2).toUtf8() + '\n');
@@ -16,7 +20,7 @@ void writeError(const QString& text) {
 
 } // namespace
 
-Output::Output(Form form, bool isQuiet, const QString& command)
+Output::Output(Form form, bool isQuiet, const CommandInfo* command)
     : m_form(form)
     , m_isQuiet(isQuiet)
     , m_command(command) {}
@@ -35,13 +39,22 @@ void Output::bytes(const QByteArray& bytes) const {
         Console::write(Console::Stream::Output, bytes);
 }
 
-void Output::object(QJsonObject object, bool ok) const {
-    object.insert(QStringLiteral("command"), m_command);
-    object.insert(QStringLiteral("ok"), ok);
+void Output::object(QJsonObject object, ExitCode code) const {
+    const auto addUnknown = [&object](const QString& key) {
+        if (!object.contains(key))
+            object.insert(key, QJsonValue::Null);
+    };
+    object.insert(QStringLiteral("command"), m_command ? QJsonValue(m_command->name) : QJsonValue(QJsonValue::Null));
+    object.insert(QStringLiteral("ok"), code == ExitCode::Ok);
+    object.insert(QStringLiteral("exitStatus"), static_cast<int>(code));
+    addUnknown(QStringLiteral("error"));
+    for (const QString& key : m_command ? m_command->keys : QStringList())
+        addUnknown(key);
     plainObject(object);
 }
 
-void Output::plainObject(const QJsonObject& object) const {
+void Output::plainObject(QJsonObject object) const {
+    object.insert(QStringLiteral("version"), formVersion);
     if (m_form == Form::Json)
         Console::write(Console::Stream::Output, QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
 }
@@ -54,8 +67,7 @@ void Output::note(const QString& text) const {
 ExitCode Output::fail(ExitCode code, const QString& text, QJsonObject more) const {
     writeError(text);
     more.insert(QStringLiteral("error"), text);
-    more.insert(QStringLiteral("exitStatus"), static_cast<int>(code));
-    object(more, false);
+    object(more, code);
     return code;
 }
 

@@ -7,6 +7,8 @@
 
 namespace Vqws {
 
+struct CommandInfo;
+
 /// The output of the tool: results on standard output, as text or as JSON, and all other texts on standard error.
 ///
 /// Thread: any. Owner: main().
@@ -14,7 +16,8 @@ class Output {
 public:
     enum class Form { Text, Json };
 
-    Output(Form form, bool isQuiet, const QString& command);
+    /// `command` is null without one.
+    Output(Form form, bool isQuiet, const CommandInfo* command);
 
     [[nodiscard]] bool isJson() const { return m_form == Form::Json; }
     [[nodiscard]] bool isQuiet() const { return m_isQuiet; }
@@ -25,10 +28,11 @@ public:
     /// A label and its value, in two columns; long values are wrapped on a terminal.
     void row(const QString& label, const QString& value, int labelWidth = usualLabelWidth) const;
     void bytes(const QByteArray& bytes) const;
-    /// Adds the members "command" and "ok".
-    void object(QJsonObject object, bool ok = true) const;
-    /// Adds nothing.
-    void plainObject(const QJsonObject& object) const;
+    /// Adds the members that all objects have. Those of the command that `object` lacks are null, so that the keys are always the
+    /// same.
+    void object(QJsonObject object, ExitCode code = ExitCode::Ok) const;
+    /// Adds the version of the form of all objects.
+    void plainObject(QJsonObject object) const;
 
     /// Writes a remark to standard error, except with `--quiet`.
     void note(const QString& text) const;
@@ -41,7 +45,7 @@ private:
 
     const Form m_form;
     const bool m_isQuiet;
-    const QString m_command;
+    const CommandInfo* const m_command;
 };
 
 } // namespace Vqws

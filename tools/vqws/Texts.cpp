@@ -48,8 +48,12 @@ QString dateText(const QDateTime& date) {
            + QLatin1Char(')');
 }
 
-QString isoText(const QDateTime& date) {
-    return date.isValid() ? date.toUTC().toString(Qt::ISODate) : QString();
+QJsonValue known(const QString& text) {
+    return text.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(text);
+}
+
+QJsonValue known(const QDateTime& date) {
+    return known(date.toUTC().toString(Qt::ISODate));
 }
 
 QString spanText(qint64 seconds) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QJsonValue>
 #include <QString>
 #include <VqWebServices/Server.h>
 #include <functional>
@@ -18,8 +19,10 @@ namespace Vqws {
 [[nodiscard]] QDateTime dateOf(unsigned int seconds);
 /// "2026-01-31 12:00:00 UTC (in 59 min)", or "unknown".
 [[nodiscard]] QString dateText(const QDateTime& date);
-/// For JSON: ISO 8601, empty when the date is not known.
-[[nodiscard]] QString isoText(const QDateTime& date);
+// For JSON: null when it is not known. A date is ISO 8601.
+
+[[nodiscard]] QJsonValue known(const QString& text);
+[[nodiscard]] QJsonValue known(const QDateTime& date);
 /// "5 s", "12 min", "3 h", "9 days".
 [[nodiscard]] QString spanText(qint64 seconds);
 

@@ -22,13 +22,13 @@ ExitCode showHelp(const CommandLine& line, const Output& output) {
 
 ExitCode showVersion(const Output& output) {
     output.line(QStringLiteral("vqws " VQWS_VERSION));
-    output.plainObject({{QStringLiteral("version"), QStringLiteral(VQWS_VERSION)}});
+    output.plainObject({{QStringLiteral("vqws"), QStringLiteral(VQWS_VERSION)}});
     return ExitCode::Ok;
 }
 
 ExitCode run(const CommandLine& line) {
     const Output output(line.isSet(QStringLiteral("json")) ? Output::Form::Json : Output::Form::Text,
-                        line.isSet(QStringLiteral("quiet")), line.command() ? line.command()->name : QString());
+                        line.isSet(QStringLiteral("quiet")), line.command());
     if (!line.error().isEmpty()) {
         const QString seeHelp =
             line.command() ? QStringLiteral("vqws %1 --help").arg(line.command()->name) : QStringLiteral("vqws --help");

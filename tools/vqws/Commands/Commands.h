@@ -28,6 +28,7 @@ struct Context {
 [[nodiscard]] ExitCode runGet(Context& context);
 [[nodiscard]] ExitCode runDoctor(Context& context);
 [[nodiscard]] ExitCode runDump(Context& context);
+[[nodiscard]] ExitCode runCheckServer(Context& context);
 [[nodiscard]] ExitCode runReport(Context& context);
 
 } // namespace Vqws

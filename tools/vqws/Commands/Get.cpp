@@ -41,8 +41,9 @@ ExitCode show(const Context& context, const Library& library, const HttpReply& r
         QStringLiteral("%1 %2, %3 bytes %4")
             .arg(QString::number(reply.status), reply.reason, QString::number(reply.body.size()), reply.contentType));
     context.output.bytes(reply.body);
-    context.output.object(toObject(reply), ok);
-    return ok ? ExitCode::Ok : ExitCode::Failed;
+    const ExitCode code = ok ? ExitCode::Ok : ExitCode::Failed;
+    context.output.object(toObject(reply), code);
+    return code;
 }
 
 } // namespace

@@ -4,9 +4,8 @@
 #include "Doctor/Examination.h"
 #include "Library.h"
 #include "Output.h"
-#include "Platform/Browser.h"
-#include "Platform/Console.h"
 #include "Progress.h"
+#include "SignInPage.h"
 #include "Texts.h"
 
 #include <array>
@@ -38,20 +37,9 @@ QString errorText(LoginErrorEx error, int httpStatus) {
 
 ExitCode succeed(const Context& context, const Library& library, const char* how) {
     context.output.line(QString::fromLatin1(how).arg(library.userName()));
-    context.output.object({{QStringLiteral("user"), library.userName()}, {QStringLiteral("userId"), library.userId()}});
+    context.output.object(
+        {{QStringLiteral("user"), known(library.userName())}, {QStringLiteral("userId"), known(library.userId())}});
     return ExitCode::Ok;
-}
-
-// The user needs the address now. So it is shown even with `--quiet`, and never among the lines of JSON.
-void showPage(const Context& context, const QString& url) {
-    if (!context.line.isSet(QStringLiteral("no-browser")) && openInBrowser(url)) {
-        context.output.note(QStringLiteral("The sign-in page was opened in the browser."));
-        return;
-    }
-    context.output.note(QStringLiteral("Sign in on the page at this address:"));
-    context.output.line(url);
-    if (context.output.isJson())
-        Console::write(Console::Stream::Error, url.toUtf8() + '\n');
 }
 
 ExitCode waitForPage(Context& context, Library& library) {
@@ -109,7 +97,7 @@ ExitCode runLogin(Context& context) {
     }
     if (!failure.isEmpty())
         return failWithCure(context, library, failure);
-    showPage(context, QString::fromWCharArray(url.data()));
+    showSignInPage(context, QString::fromWCharArray(url.data()));
     if (waitForPage(context, library) != ExitCode::Ok)
         return library.fail({});
     return succeed(context, library, "Signed in as %1.");

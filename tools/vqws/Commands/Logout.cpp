@@ -2,6 +2,7 @@
 #include "Library.h"
 #include "Output.h"
 #include "Progress.h"
+#include "Texts.h"
 
 namespace Vqws {
 
@@ -17,7 +18,7 @@ ExitCode runLogout(Context& context) {
             return library.fail(QStringLiteral("The sign-out failed; the log says why."));
     }
     context.output.line(QStringLiteral("%1 is signed out.").arg(user));
-    context.output.object({{QStringLiteral("user"), user}});
+    context.output.object({{QStringLiteral("user"), known(user)}});
     return ExitCode::Ok;
 }
 

@@ -31,10 +31,10 @@ ExitCode finish(const Output& output, const Findings& findings) {
     for (const Finding& finding : findings)
         checks += toObject(finding);
     output.line(QStringLiteral("Faults: %1, warnings: %2.").arg(faults).arg(warnings));
+    const ExitCode code = faults == 0 ? ExitCode::Ok : ExitCode::Failed;
     output.object(
-        {{QStringLiteral("faults"), faults}, {QStringLiteral("warnings"), warnings}, {QStringLiteral("checks"), checks}},
-        faults == 0);
-    return faults == 0 ? ExitCode::Ok : ExitCode::Failed;
+        {{QStringLiteral("faults"), faults}, {QStringLiteral("warnings"), warnings}, {QStringLiteral("checks"), checks}}, code);
+    return code;
 }
 
 } // namespace

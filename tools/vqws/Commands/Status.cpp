@@ -88,7 +88,7 @@ QString tokenText(const TokenState& token) {
 QJsonObject tokenObject(const TokenState& token) {
     return {{QStringLiteral("available"), token.isAvailable},
             {QStringLiteral("expired"), token.isExpired},
-            {QStringLiteral("expires"), isoText(token.expires)}};
+            {QStringLiteral("expires"), known(token.expires)}};
 }
 
 QString orNone(const QString& text) {
@@ -125,15 +125,15 @@ void show(const Output& output, const Status& status) {
 QJsonObject toObject(const Status& status) {
     QJsonObject object{{QStringLiteral("signedIn"), status.isSignedIn},
                        {QStringLiteral("valid"), status.isValid},
-                       {QStringLiteral("user"), status.user},
-                       {QStringLiteral("userId"), status.userId},
-                       {QStringLiteral("loginExpires"), isoText(status.loginExpires)},
+                       {QStringLiteral("user"), known(status.user)},
+                       {QStringLiteral("userId"), known(status.userId)},
+                       {QStringLiteral("loginExpires"), known(status.loginExpires)},
                        {QStringLiteral("server"), status.server},
-                       {QStringLiteral("accountServer"), status.accountServer},
+                       {QStringLiteral("accountServer"), known(status.accountServer)},
                        {QStringLiteral("storedProxy"), status.hasProxy},
                        {QStringLiteral("loginStateFile"), status.loginStateFile},
                        {QStringLiteral("logFile"), WebServicesPrivate::GetLogFile()},
-                       {QStringLiteral("logConfiguration"), WebServicesPrivate::GetLogConfigFile()}};
+                       {QStringLiteral("logConfiguration"), known(WebServicesPrivate::GetLogConfigFile())}};
     if (status.hasProduct) {
         object.insert(QStringLiteral("accessToken"), tokenObject(status.token));
         object.insert(QStringLiteral("oauth2Enabled"), status.isOAuth2Enabled);
@@ -156,8 +156,9 @@ ExitCode runStatus(Context& context) {
         return opened;
     const Status status = read(library);
     show(context.output, status);
-    context.output.object(toObject(status), status.isSignedIn);
-    return status.isSignedIn ? ExitCode::Ok : ExitCode::NotSignedIn;
+    const ExitCode code = status.isSignedIn ? ExitCode::Ok : ExitCode::NotSignedIn;
+    context.output.object(toObject(status), code);
+    return code;
 }
 
 } // namespace Vqws

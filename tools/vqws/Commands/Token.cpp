@@ -22,7 +22,7 @@ OAuth2TokenType typeNamed(const QString& name) {
 ExitCode show(const Context& context, const QString& token, const QDateTime& expires) {
     context.output.line(token);
     context.output.note(QStringLiteral("Expires %1.").arg(dateText(expires)));
-    context.output.object({{QStringLiteral("token"), token}, {QStringLiteral("expires"), isoText(expires)}});
+    context.output.object({{QStringLiteral("token"), token}, {QStringLiteral("expires"), known(expires)}});
     return ExitCode::Ok;
 }
 

@@ -56,8 +56,8 @@ private:
         m_output.object({{QStringLiteral("time"), now.toString(Qt::ISODateWithMs)},
                          {QStringLiteral("event"), QString::fromLatin1(event)},
                          {QStringLiteral("origin"), origin},
-                         {QStringLiteral("product"), product},
-                         {QStringLiteral("detail"), detail}});
+                         {QStringLiteral("product"), known(product)},
+                         {QStringLiteral("detail"), known(detail)}});
     }
 
     const Output& m_output;

@@ -1,10 +1,7 @@
 #include "Doctor/Checks.h"
 #include "Texts.h"
+#include "UrlFile.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QUrl>
 
@@ -23,23 +20,6 @@ const QStringList& neededKeys() {
                                   QStringLiteral("LogoutEndPoint"),         QStringLiteral("InvalidateTokenEndPoint"),
                                   QStringLiteral("OAuth2AccountServerUrl"), QStringLiteral("OAuth2AccessTokenEndPoint")};
     return keys;
-}
-
-QString fileName(Server server) {
-    if (server == Production)
-        return QStringLiteral("VqWebservicesURLs.config");
-    const QString named =
-        setting(server == Staging ? QStringLiteral("StagingServerConfigJsonFile") : QStringLiteral("DevServerConfigJsonFile"));
-    return named.isEmpty() ? QStringLiteral("VqWebservicesURLs-%1.config").arg(serverText(server)) : named;
-}
-
-QString find(const SetUp& setUp, const QString& file) {
-    for (const QString& folder : setUp.supportFolders) {
-        const QFileInfo info(QDir(folder), file);
-        if (info.isFile())
-            return info.absoluteFilePath();
-    }
-    return {};
 }
 
 QString installAgain(const QString& path) {
@@ -64,23 +44,10 @@ Finding checkAddresses(const QString& path, const QJsonObject& urls) {
 }
 
 Finding checkFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fault(name, QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()),
-                     QStringLiteral("give the user the right to read it"));
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-    if (error.error != QJsonParseError::NoError)
-        return fault(name, QStringLiteral("%1 is no JSON at byte %2: %3").arg(path).arg(error.offset).arg(error.errorString()),
-                     installAgain(path));
-    const QJsonObject urls = document.object()
-                                 .value(QLatin1String("Configurations"))
-                                 .toObject()
-                                 .value(QLatin1String("WebServices"))
-                                 .toObject()
-                                 .value(QLatin1String("Urls"))
-                                 .toObject();
-    return checkAddresses(path, urls);
+    const UrlFile file = readUrlFile(path);
+    if (!file.isReadable)
+        return fault(name, file.error, QStringLiteral("give the user the right to read it"));
+    return file.error.isEmpty() ? checkAddresses(path, file.urls) : fault(name, file.error, installAgain(path));
 }
 
 } // namespace
@@ -88,13 +55,13 @@ Finding checkFile(const QString& path) {
 Findings checkUrlFiles(const SetUp& setUp, Server current) {
     Findings findings;
     for (const Server server : {Production, Staging, Development}) {
-        const QString path = find(setUp, fileName(server));
+        const QString path = findUrlFile(setUp, server);
         if (!path.isEmpty())
             findings += checkFile(path);
         else if (server == current)
             findings += fault(name,
                               QStringLiteral("%1 for the current server %2 was not found in %3")
-                                  .arg(fileName(server), serverText(server), setUp.supportFolders.join(QStringLiteral(", "))),
+                                  .arg(urlFileName(server), serverText(server), setUp.supportFolders.join(QStringLiteral(", "))),
                               QStringLiteral("install it there, or name its folder with --support"));
     }
     return findings;

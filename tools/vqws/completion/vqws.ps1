@@ -2,15 +2,16 @@
 #   . 'C:\Program Files\VqWebServices\share\VqWebServices\vqws.ps1'
 #
 # The lines that begin with "# words" list the words. A test compares them with those of the tool.
-# words commands: status login logout watch sign token get doctor dump report
+# words commands: status login logout watch sign token get doctor check-server dump report
 # words common: --key --secret-file --oauth2-key --oauth2-secret-file --server --support --ca --json --quiet --timeout --help --version
 # words login: --no-browser
+# words check-server: --no-browser --browser-command
 # words sign: --header --method
 # words token: --oauth2
 
 $vqwsWords = @{}
 foreach ($line in Get-Content -LiteralPath $PSCommandPath) {
-    if ($line -match '^# words (\w+): (.*)$') { $vqwsWords[$Matches[1]] = $Matches[2] -split ' ' }
+    if ($line -match '^# words ([\w-]+): (.*)$') { $vqwsWords[$Matches[1]] = $Matches[2] -split ' ' }
 }
 $vqwsValues = @{
     '--server' = 'production', 'staging', 'development'
