@@ -24,13 +24,17 @@ void ContractServer::beginCleanUp() {
 }
 
 QUrl ContractServer::endPoint(const char* service, const char* path) const {
+    return QUrl(endPointText(service, path));
+}
+
+QString ContractServer::endPointText(const char* service, const char* path) const {
     QString base = text(QLatin1String(service));
     const QString end = text(QLatin1String(path));
     if (base.isEmpty() || end.isEmpty())
         return {};
     if (base.endsWith(QLatin1Char('/')) && end.startsWith(QLatin1Char('/')))
         base.chop(1);
-    return QUrl(base + end);
+    return base + end;
 }
 
 OAuthKeys ContractServer::keysOf(const QByteArray& token, const QByteArray& secret) const {
