@@ -61,7 +61,7 @@ HttpReply ContractServer::get(const QUrl& url, const OAuthKeys& keys, const OAut
     request.url = url;
     request.authorization = authorizationHeader(url, keys, stamp);
     request.ifModifiedSince = ifModifiedSince;
-    const HttpReply reply = send(request);
+    HttpReply reply = send(request);
     // An unsigned request may be refused without a reason.
     if (reply.status >= firstRefusal && reply.status < firstServerError && !reply.headers.contains("xoauth_problem"))
         m_withoutReason += url.path();
@@ -86,7 +86,7 @@ HttpReply ContractServer::send(HttpRequest request) {
         request.limitMs = cleanUpLimitMs;
     QElapsedTimer timer;
     timer.start();
-    const HttpReply reply = httpSend(request, m_cancellation);
+    HttpReply reply = httpSend(request, m_cancellation);
     note(request.url, reply, timer.elapsed());
     return reply;
 }
