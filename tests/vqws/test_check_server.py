@@ -69,6 +69,9 @@ class CheckServerTest(ToolTest):
     def setUp(self):
         super().setUp()
         self.start_service()
+        # With a "/" at the end, which is not to be doubled.
+        urls = self.service.folder / "VqWebservicesURLs.config"
+        urls.write_text(re.sub(r'("AccountServerUrl": "[^"]*)', r"\1/", urls.read_text(encoding="utf-8")), encoding="utf-8")
 
     def signed_in(self) -> int:
         return sum(session["alive"] for session in self.service.control("state")["sessions"])
@@ -84,7 +87,9 @@ exec curl -sf -o /dev/null -H "X-Control-Token: $(cat '{info["control_token_file
 
     def test_a_right_server_has_no_fault_and_nothing_of_the_user_is_touched(self):
         process = self.start("check-server", "--json", "--no-browser")
-        self.service.control("approve", {"url": Lines(process.stderr).wait_for("https://"), "user": "ada"})
+        page = Lines(process.stderr).wait_for("https://")
+        self.assertNotIn("//oauth", page)
+        self.service.control("approve", {"url": page, "user": "ada"})
         self.assertEqual(OK, process.wait(60))
         checks = valid(process.stdout.read())["checks"]
         self.assertEqual({"ok"}, {check["state"] for check in checks}, checks)

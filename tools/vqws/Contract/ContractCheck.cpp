@@ -123,7 +123,7 @@ void ContractCheck::checkRefusals() {
 }
 
 QUrl ContractCheck::pageAddress(const OAuthKeys& keys) const {
-    QString page = m_server.text(QLatin1String(accountServer)) + m_server.text(QStringLiteral("AuthorizationEndPoint"));
+    QString page = m_server.endPointText(accountServer, "AuthorizationEndPoint");
     const QString mark = QStringLiteral("%EncodedDomainKey%");
     if (const int position = page.indexOf(mark); position >= 0)
         page.remove(position, mark.size());

@@ -24,13 +24,17 @@ void ContractServer::beginCleanUp() {
 }
 
 QUrl ContractServer::endPoint(const char* service, const char* path) const {
+    return QUrl(endPointText(service, path));
+}
+
+QString ContractServer::endPointText(const char* service, const char* path) const {
     QString base = text(QLatin1String(service));
     const QString end = text(QLatin1String(path));
     if (base.isEmpty() || end.isEmpty())
         return {};
     if (base.endsWith(QLatin1Char('/')) && end.startsWith(QLatin1Char('/')))
         base.chop(1);
-    return QUrl(base + end);
+    return base + end;
 }
 
 OAuthKeys ContractServer::keysOf(const QByteArray& token, const QByteArray& secret) const {
@@ -57,7 +61,7 @@ HttpReply ContractServer::get(const QUrl& url, const OAuthKeys& keys, const OAut
     request.url = url;
     request.authorization = authorizationHeader(url, keys, stamp);
     request.ifModifiedSince = ifModifiedSince;
-    const HttpReply reply = send(request);
+    HttpReply reply = send(request);
     // An unsigned request may be refused without a reason.
     if (reply.status >= firstRefusal && reply.status < firstServerError && !reply.headers.contains("xoauth_problem"))
         m_withoutReason += url.path();
@@ -82,7 +86,7 @@ HttpReply ContractServer::send(HttpRequest request) {
         request.limitMs = cleanUpLimitMs;
     QElapsedTimer timer;
     timer.start();
-    const HttpReply reply = httpSend(request, m_cancellation);
+    HttpReply reply = httpSend(request, m_cancellation);
     note(request.url, reply, timer.elapsed());
     return reply;
 }

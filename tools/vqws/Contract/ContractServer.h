@@ -24,6 +24,7 @@ public:
 
     [[nodiscard]] QString text(const QString& key) const { return m_urls.value(key).toString(); }
     /// Empty when one of the two is missing.
+    [[nodiscard]] QString endPointText(const char* service, const char* path) const;
     [[nodiscard]] QUrl endPoint(const char* service, const char* path) const;
 
     /// The product's key alone.
