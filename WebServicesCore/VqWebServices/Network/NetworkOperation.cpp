@@ -148,10 +148,15 @@ void NetworkOperation::takeManager() {
 }
 
 void NetworkOperation::settle() {
+    // Its owner may destroy the controller while this object is destroyed on its own thread.
+    if (m_cancelController)
+        m_cancelController->disconnect(this);
     m_handler.release();
     m_hasKeptConnection = m_kept && m_manager && result() == OperationResult::Success && m_manager->isReusable();
     if (m_hasKeptConnection) {
         m_manager->disconnect(this);
+        m_manager->disconnect(reply());
+        reply()->disconnect(m_manager.get());
         m_kept->put(std::move(m_manager));
     }
     Q_EMIT Settled();

@@ -36,9 +36,12 @@ NetworkOperationAsync::~NetworkOperationAsync() {
         m_aborted = true;
         if (m_thread->isRunning()) {
             Q_EMIT AbortOperation();
-            // The outcome may be taken only when the worker has finished with it. Its queue handles the abort before this call.
-            QMetaObject::invokeMethod(
-                m_operation, [] {}, Qt::BlockingQueuedConnection);
+            // The outcome may be taken only when the worker has finished with it. Its queue handles the abort before the first
+            // call, and before the second what the abort has posted.
+            for (int call = 0; call < 2; ++call) {
+                QMetaObject::invokeMethod(
+                    m_operation, [] {}, Qt::BlockingQueuedConnection);
+            }
         }
         RequestFinishedSlot();
     }

@@ -117,8 +117,11 @@ void ReplyHandler::leaveTo(QObject* owner) {
 }
 
 void ReplyHandler::release() {
-    if (m_reply && m_ownsReply && !isRunning())
-        m_reply->moveToThread(nullptr);
+    if (!m_reply || !m_ownsReply || isRunning())
+        return;
+    // Objects that are connected must not be destroyed on two threads at once.
+    m_reply->disconnect(this);
+    m_reply->moveToThread(nullptr);
 }
 
 std::unique_ptr<QNetworkReply> ReplyHandler::take() {
