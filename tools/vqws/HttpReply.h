@@ -11,6 +11,15 @@ namespace Vqws {
 
 class Cancellation;
 
+// Statuses of a reply.
+namespace Status {
+constexpr int success = 200;
+constexpr int notModified = 304;
+constexpr int badRequest = 400;
+constexpr int unauthorized = 401;
+constexpr int serverError = 500;
+} // namespace Status
+
 /// A GET, or with a form a POST of it.
 struct HttpRequest {
     QUrl url;

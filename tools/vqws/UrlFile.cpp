@@ -33,6 +33,11 @@ QString urlFileName(Server server) {
     return named.isEmpty() ? QStringLiteral("VqWebservicesURLs-%1.config").arg(serverText(server)) : named;
 }
 
+QString joinedAddress(const QString& service, const QString& path) {
+    const bool isDouble = service.endsWith(QLatin1Char('/')) && path.startsWith(QLatin1Char('/'));
+    return service + (isDouble ? path.mid(1) : path);
+}
+
 QString findUrlFile(const SetUp& setUp, Server server) {
     const QString name = urlFileName(server);
     for (const QString& folder : setUp.supportFolders) {

@@ -20,6 +20,8 @@ struct UrlFile {
 [[nodiscard]] UrlFile readUrlFile(const QString& path);
 
 [[nodiscard]] QString urlFileName(Velquor::WebServices::Server server);
+/// The address of an end point, as the library makes it.
+[[nodiscard]] QString joinedAddress(const QString& service, const QString& path);
 /// The path of the file that the library uses; empty when there is none.
 [[nodiscard]] QString findUrlFile(const SetUp& setUp, Velquor::WebServices::Server server);
 

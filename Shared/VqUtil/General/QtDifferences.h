@@ -6,7 +6,8 @@
 #include <QMetaType>
 #include <QString>
 
-/// What Qt 5 and Qt 6 do by different means. All conditions on the version of Qt are here and in the source file.
+/// What Qt 5 and Qt 6 do by different means. All conditions of the library on the version of Qt are here and in
+/// the source file.
 namespace Velquor::Util::QtDifferences {
 
 /// Two variants with this type are equal when its operator says so. Qt 6 finds the operator itself. Thread: any, once.

@@ -90,16 +90,16 @@ private:
 };
 
 /// The base class must find polling switched off when it is constructed.
-QObject* afterPollingStopped(QObject* parent) {
+QObject* afterPollingStopped() {
     stopInterfacePolling();
-    return parent;
+    return nullptr;
 }
 
 } // namespace
 
-NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger, QObject* parent)
-    : QNetworkAccessManager(afterPollingStopped(parent)) {
-    serve(std::move(logger));
+NetworkAccessManager::NetworkAccessManager(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting)
+    : QNetworkAccessManager(afterPollingStopped()) {
+    serve(std::move(logger), waiting);
     setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
     setProxyFactory(new AskingProxies(m_tunnel, m_configured, m_used));
     connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, &NetworkAccessManager::ProxyAuthenticationRequired);

@@ -29,7 +29,8 @@ class NetworkAccessManager final : public QNetworkAccessManager {
     Q_OBJECT
 
 public:
-    explicit NetworkAccessManager(std::shared_ptr<Log::ILogger> logger, QObject* parent = nullptr);
+    /// As of `serve`.
+    explicit NetworkAccessManager(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting = nullptr);
 
     /// Destroys the manager with its replies. During a prompt further up on this thread the manager deletes itself after the
     /// prompt.
@@ -38,7 +39,7 @@ public:
     /// Another operation may use the manager: it has learned nothing that is for the present one alone.
     [[nodiscard]] bool isReusable() const;
     /// The next operation begins. `waiting`: the thread that waits for it, when it is another than the manager's.
-    void serve(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting = nullptr);
+    void serve(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting);
 
     /// A new request begins; sending it again does not.
     void startRequest();

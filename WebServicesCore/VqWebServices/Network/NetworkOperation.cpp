@@ -140,9 +140,10 @@ bool NetworkOperation::prepare(const QNetworkRequest& request, const QString& ve
 void NetworkOperation::takeManager() {
     if (m_kept)
         m_manager = m_kept->take();
-    if (!m_manager)
-        m_manager = std::make_unique<NetworkAccessManager>(m_logger);
-    m_manager->serve(m_logger, m_waitingThread);
+    if (m_manager)
+        m_manager->serve(m_logger, m_waitingThread);
+    else
+        m_manager = std::make_unique<NetworkAccessManager>(m_logger, m_waitingThread);
     connect(m_manager.get(), &NetworkAccessManager::PromptOpened, this, &NetworkOperation::pauseTimer);
     connect(m_manager.get(), &NetworkAccessManager::PromptClosed, this, &NetworkOperation::resumeTimer);
 }

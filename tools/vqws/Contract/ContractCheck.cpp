@@ -9,9 +9,8 @@ namespace Vqws {
 
 namespace {
 
-constexpr int badRequest = 400;
-constexpr int unauthorized = 401;
-constexpr int serverError = 500;
+using namespace Status;
+
 constexpr qint64 oneDay = 86400;
 constexpr qint64 shortestLifetime = 300;
 constexpr qint64 comfortableLifetime = 900;
@@ -62,10 +61,7 @@ void ContractCheck::checkAll() {
             m_report.missing(common.first, QStringLiteral("not at %1").arg(common.second.first()));
     }
     const QString slowest = QStringLiteral("the slowest answer took %1 ms").arg(m_server.slowestMs());
-    if (m_server.slowestMs() <= goodAnswerMs)
-        m_report.ok("answer time", slowest);
-    else
-        m_report.missing("answer time", slowest);
+    m_report.judge("answer time", m_server.slowestMs() <= goodAnswerMs, slowest);
 }
 
 bool ContractCheck::checkUrlFile() {
@@ -93,13 +89,10 @@ bool ContractCheck::checkRequestToken() {
     const HttpReply reply = m_server.get(url, m_server.product(), stamp);
     const FormValues values = formValues(reply.body);
     const QString absent = missingNames(values, {"oauth_token", "oauth_token_secret", "x_oauth_client_identifier"});
-    m_request = m_server.keysOf(values.value("oauth_token"), values.value("oauth_token_secret"));
+    m_request = m_server.keysOf(values);
     if (!isFine(reply))
         return m_report.missing("request token", whatCame(reply));
-    if (absent.isEmpty())
-        m_report.ok("request token");
-    else
-        m_report.missing("request token", QStringLiteral("the reply has no %1").arg(absent));
+    m_report.judgeNames("request token", absent);
     if (!m_request.token.isEmpty())
         m_data.expectRefusal("used nonce", m_server.get(url, m_server.product(), stamp), unauthorized);
     return !m_request.token.isEmpty() && !m_request.tokenSecret.isEmpty();
@@ -113,10 +106,7 @@ void ContractCheck::checkRefusals() {
     OAuthStamp stale = m_server.stamp();
     stale.seconds -= oneDay;
     const HttpReply reply = m_server.get(url, m_server.product(), stale);
-    if (reply.status >= badRequest && namesTheClock(reply))
-        m_report.ok("stale time stamp", whatCame(reply));
-    else
-        m_report.missing("stale time stamp", whatCame(reply));
+    m_report.judge("stale time stamp", reply.status >= badRequest && namesTheClock(reply), whatCame(reply));
     keys = m_server.product();
     keys.consumerKey += "-unknown";
     m_data.expectRefusal("unknown product", m_server.get(url, keys, m_server.stamp()), unauthorized);
@@ -134,16 +124,10 @@ void ContractCheck::checkPage() {
     OAuthKeys wrong = m_request;
     wrong.tokenSecret += 'x';
     const HttpReply page = m_server.get(pageAddress(wrong));
-    if (page.status >= badRequest && page.status < serverError)
-        m_report.ok("sign-in page", whatCame(page));
-    else
-        m_report.missing("sign-in page", whatCame(page));
+    m_report.judge("sign-in page", isRefusal(page), whatCame(page));
     const HttpReply early = askForToken(m_request, {});
     adopt(early);
-    if (early.status >= badRequest)
-        m_report.ok("before the sign-in", whatCame(early));
-    else
-        m_report.missing("before the sign-in", whatCame(early));
+    m_report.judge("before the sign-in", early.status >= badRequest, whatCame(early));
 }
 
 bool ContractCheck::signIn() {
@@ -158,19 +142,15 @@ bool ContractCheck::signIn() {
     checkFirstToken(values);
     const HttpReply second = askForToken(m_request, {});
     adopt(second);
-    if (second.status >= badRequest)
-        m_report.ok("spent request token", whatCame(second));
-    else
-        m_report.missing("spent request token", whatCame(second));
-    m_session = {m_server.keysOf(values.value("oauth_token"), values.value("oauth_token_secret")),
-                 values.value("oauth_session_handle")};
+    m_report.judge("spent request token", second.status >= badRequest, whatCame(second));
+    m_session = {m_server.keysOf(values), values.value("oauth_session_handle")};
     return !m_session.keys.token.isEmpty() && !m_session.keys.tokenSecret.isEmpty();
 }
 
 // A refusal may mean that the user is not ready. All else is an answer that no product understands.
 HttpReply ContractCheck::pollForToken() {
     HttpReply reply = askForToken(m_request, {});
-    for (int asks = 1; reply.status >= badRequest && reply.status < serverError; ++asks) {
+    for (int asks = 1; isRefusal(reply); ++asks) {
         if ((m_visit.endsWithSignIn && asks == asksAfterTheEnd) || !m_visit.wait(askEveryMs))
             break;
         reply = askForToken(m_request, {});
@@ -180,11 +160,7 @@ HttpReply ContractCheck::pollForToken() {
 
 void ContractCheck::checkFirstToken(const FormValues& values) {
     const auto check = [this, &values](const char* name, const QVector<QByteArray>& names) {
-        const QString absent = missingNames(values, names);
-        if (absent.isEmpty())
-            m_report.ok(name);
-        else
-            m_report.missing(name, QStringLiteral("the reply has no %1").arg(absent));
+        m_report.judgeNames(name, missingNames(values, names));
     };
     check("access token", tokenNames());
     check("user", {"x_oauth_user_name", "x_oauth_user_guid"});
@@ -203,8 +179,7 @@ HttpReply ContractCheck::askForToken(const OAuthKeys& keys, const QByteArray& ha
 
 void ContractCheck::adopt(const HttpReply& reply) {
     const FormValues values = formValues(reply.body);
-    const Session session{m_server.keysOf(values.value("oauth_token"), values.value("oauth_token_secret")),
-                          values.value("oauth_session_handle")};
+    const Session session{m_server.keysOf(values), values.value("oauth_session_handle")};
     if (!isFine(reply) || session.keys.token.isEmpty() || session.keys.tokenSecret.isEmpty())
         return;
     for (Session& known : m_open) {
@@ -224,12 +199,9 @@ void ContractCheck::expectToken(const char* name, const HttpReply& reply) {
         m_report.missing(name, whatCame(reply));
         return;
     }
-    if (absent.isEmpty())
-        m_report.ok(name);
-    else
-        m_report.missing(name, QStringLiteral("the reply has no %1").arg(absent));
+    m_report.judgeNames(name, absent);
     if (!values.value("oauth_token").isEmpty() && !values.value("oauth_token_secret").isEmpty())
-        m_session.keys = m_server.keysOf(values.value("oauth_token"), values.value("oauth_token_secret"));
+        m_session.keys = m_server.keysOf(values);
     if (!values.value("oauth_session_handle").isEmpty())
         m_session.handle = values.value("oauth_session_handle");
 }

@@ -48,6 +48,17 @@ bool ContractReport::missing(const char* name, const QString& text) {
     return false;
 }
 
+bool ContractReport::judge(const char* name, bool isRight, const QString& text) {
+    if (!isRight)
+        return missing(name, text);
+    ok(name, text);
+    return true;
+}
+
+bool ContractReport::judgeNames(const char* name, const QString& absent) {
+    return judge(name, absent.isEmpty(), absent.isEmpty() ? QString() : QStringLiteral("the reply has no %1").arg(absent));
+}
+
 void ContractReport::leaveOut(const char* name, const QString& why) {
     add(name, State::NotChecked, why);
 }

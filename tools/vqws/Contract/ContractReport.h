@@ -35,6 +35,10 @@ public:
     void ok(const char* name, const QString& text = {});
     /// A fault, or a warning where the page only advises. Returns false.
     bool missing(const char* name, const QString& text);
+    /// Ok where it is right, otherwise missing(), with the same text. Returns `isRight`.
+    bool judge(const char* name, bool isRight, const QString& text);
+    /// The same for a reply without some names; the text is empty where it is right.
+    bool judgeNames(const char* name, const QString& absent);
     void leaveOut(const char* name, const QString& why);
     /// All that has no result yet was not checked.
     void finish();

@@ -1,5 +1,7 @@
 #include "Contract/ContractServer.h"
 
+#include "UrlFile.h"
+
 #include <QElapsedTimer>
 #include <QUuid>
 #include <utility>
@@ -9,8 +11,6 @@ namespace Vqws {
 namespace {
 
 constexpr int cleanUpLimitMs = 10000;
-constexpr int firstRefusal = 400;
-constexpr int firstServerError = 500;
 
 } // namespace
 
@@ -28,17 +28,13 @@ QUrl ContractServer::endPoint(const char* service, const char* path) const {
 }
 
 QString ContractServer::endPointText(const char* service, const char* path) const {
-    QString base = text(QLatin1String(service));
+    const QString base = text(QLatin1String(service));
     const QString end = text(QLatin1String(path));
-    if (base.isEmpty() || end.isEmpty())
-        return {};
-    if (base.endsWith(QLatin1Char('/')) && end.startsWith(QLatin1Char('/')))
-        base.chop(1);
-    return base + end;
+    return base.isEmpty() || end.isEmpty() ? QString() : joinedAddress(base, end);
 }
 
-OAuthKeys ContractServer::keysOf(const QByteArray& token, const QByteArray& secret) const {
-    return {m_product.consumerKey, m_product.consumerSecret, token, secret};
+OAuthKeys ContractServer::keysOf(const FormValues& reply) const {
+    return {m_product.consumerKey, m_product.consumerSecret, reply.value("oauth_token"), reply.value("oauth_token_secret")};
 }
 
 OAuthStamp ContractServer::stamp(const QByteArray& sessionHandle) const {
@@ -63,7 +59,7 @@ HttpReply ContractServer::get(const QUrl& url, const OAuthKeys& keys, const OAut
     request.ifModifiedSince = ifModifiedSince;
     HttpReply reply = send(request);
     // An unsigned request may be refused without a reason.
-    if (reply.status >= firstRefusal && reply.status < firstServerError && !reply.headers.contains("xoauth_problem"))
+    if (isRefusal(reply) && !reply.headers.contains("xoauth_problem"))
         m_withoutReason += url.path();
     return reply;
 }

@@ -2,7 +2,7 @@
 
 #include "ClientKeys.h"
 #include "Contract/OAuthSignature.h"
-#include "HttpReply.h"
+#include "Contract/ReplyReading.h"
 
 #include <QJsonObject>
 #include <QStringList>
@@ -29,7 +29,8 @@ public:
 
     /// The product's key alone.
     [[nodiscard]] const OAuthKeys& product() const { return m_product; }
-    [[nodiscard]] OAuthKeys keysOf(const QByteArray& token, const QByteArray& secret) const;
+    /// With the token of a reply.
+    [[nodiscard]] OAuthKeys keysOf(const FormValues& reply) const;
     /// With a new nonce and the time of the server.
     [[nodiscard]] OAuthStamp stamp(const QByteArray& sessionHandle = {}) const;
     [[nodiscard]] qint64 serverSeconds() const;

@@ -10,10 +10,8 @@ namespace Vqws {
 
 namespace {
 
-constexpr int badRequest = 400;
-constexpr int unauthorized = 401;
-constexpr int serverError = 500;
-constexpr int notModified = 304;
+using namespace Status;
+
 constexpr qint64 toleratedSeconds = 30;
 
 const auto accountServer = "AccountServerUrl";
@@ -34,7 +32,7 @@ DataCheck::DataCheck(ContractServer& server, ContractReport& report, const Clien
     , m_keys(keys) {}
 
 bool DataCheck::expectRefusal(const char* name, const HttpReply& reply, int status) {
-    const bool isOther = status == unauthorized && reply.status > badRequest && reply.status < serverError;
+    const bool isOther = status == unauthorized && isRefusal(reply) && reply.status != badRequest;
     if (reply.status != status && !isOther)
         return m_report.missing(name, QStringLiteral("%1 instead of a refusal with status %2").arg(whatCame(reply)).arg(status));
     m_report.ok(name, whatCame(reply));
@@ -102,10 +100,7 @@ HttpReply DataCheck::askOAuth2(const OAuthKeys& token, const QString& secret, co
 
 void DataCheck::expectOAuth2(const char* name, const HttpReply& reply) {
     const QString fault = isFine(reply) ? faultOfOAuth2Reply(reply.body) : whatCame(reply);
-    if (fault.isEmpty())
-        m_report.ok(name);
-    else
-        m_report.missing(name, fault);
+    m_report.judge(name, fault.isEmpty(), fault);
 }
 
 void DataCheck::oauth2(const OAuthKeys& token) {
@@ -139,10 +134,7 @@ void DataCheck::tokenOfEndedSession(const OAuthKeys& token) {
     if (m_server.endPoint("OAuth2AccountServerUrl", "OAuth2AccessTokenEndPoint").isEmpty())
         return;
     const HttpReply reply = askOAuth2(token, m_keys.oauth2Secret, {});
-    if (reply.status < badRequest)
-        m_report.missing("OAuth2 after sign-out", whatCame(reply));
-    else
-        m_report.ok("OAuth2 after sign-out", whatCame(reply));
+    m_report.judge("OAuth2 after sign-out", reply.status >= badRequest, whatCame(reply));
 }
 
 } // namespace Vqws

@@ -10,7 +10,6 @@ namespace Vqws {
 
 namespace {
 
-constexpr int success = 200;
 // A number with fewer digits is no time of this century.
 constexpr int leastTimeDigits = 10;
 
@@ -53,7 +52,11 @@ bool isLifetime(const QJsonValue& value) {
 } // namespace
 
 bool isFine(const HttpReply& reply) {
-    return reply.status == success && !reply.isCut;
+    return reply.status == Status::success && !reply.isCut;
+}
+
+bool isRefusal(const HttpReply& reply) {
+    return reply.status >= Status::badRequest && reply.status < Status::serverError;
 }
 
 QString whatCame(const HttpReply& reply) {

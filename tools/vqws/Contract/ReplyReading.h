@@ -11,6 +11,8 @@ namespace Vqws {
 
 /// Status 200, and all of the body is here.
 [[nodiscard]] bool isFine(const HttpReply& reply);
+/// Status 4xx.
+[[nodiscard]] bool isRefusal(const HttpReply& reply);
 /// "status 401 (nonce_used)", "no reply: ..."
 [[nodiscard]] QString whatCame(const HttpReply& reply);
 /// A refusal whose reason is the clock.

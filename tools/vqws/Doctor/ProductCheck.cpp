@@ -2,6 +2,7 @@
 #include "Doctor/Checks.h"
 #include "HttpReply.h"
 #include "Library.h"
+#include "UrlFile.h"
 
 #include <QUrlQuery>
 #include <VqWebServices/WebServicesPrivate.h>
@@ -14,18 +15,15 @@ namespace Vqws {
 namespace {
 
 constexpr int urlSize = 8192;
-constexpr int unauthorized = 401;
 
 const auto name = QStringLiteral("product");
 
 QUrl accountDocument() {
-    QString server = WebServicesPrivate::GetUrl(QStringLiteral("AccountServerUrl"));
+    const QString server = WebServicesPrivate::GetUrl(QStringLiteral("AccountServerUrl"));
     const QString path = WebServicesPrivate::GetUrl(QStringLiteral("IdentityAccountFolderEndPoint"));
     if (server.isEmpty() || path.isEmpty())
         return {};
-    while (server.endsWith(QLatin1Char('/')))
-        server.chop(1);
-    QUrl url(server + (path.startsWith(QLatin1Char('/')) ? path : QLatin1Char('/') + path));
+    QUrl url(joinedAddress(server, path));
     QUrlQuery query(url);
     query.addQueryItem(QStringLiteral("format"), QStringLiteral("xml"));
     url.setQuery(query);
@@ -55,7 +53,7 @@ Findings checkTokens(const Library& library, const Cancellation& cancellation) {
         return {fault(name, QStringLiteral("it has no valid token; the log says why"),
                       QStringLiteral("sign out and in again: \"vqws logout\" and \"vqws login\""))};
     const HttpReply reply = httpGet(QUrl(url), authorization, cancellation);
-    if (reply.status == unauthorized)
+    if (reply.status == Status::unauthorized)
         return {fault(name, QStringLiteral("the account server refuses its token or its secret (status %1)").arg(reply.status),
                       QStringLiteral("check its secret, then sign out and in again: \"vqws logout\" and \"vqws login\""))};
     return {ok(name, QStringLiteral("the account server accepts its token"))};
