@@ -83,6 +83,18 @@ private Q_SLOTS:
         QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
     }
 
+    void aTimeOutKeepsWhatCameBefore() {
+        const QByteArray bytes = answer("503 Service Unavailable", "slow", "x-vqs-reason-phrase: busy\r\n");
+        m_server.setScript("/slow", {bytes, 0, 0, 30000, true, int(bytes.size()) - 2});
+        const ExchangeOutcome outcome = runGet(request("/slow"), 1000, m_logger);
+        QCOMPARE(outcome.result, OperationResult::Canceled);
+        QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
+        QCOMPARE(outcome.reply.status, 503);
+        QCOMPARE(outcome.reply.networkError, QNetworkReply::OperationCanceledError);
+        QCOMPARE(outcome.reply.problem.reasonPhrase, QStringLiteral("busy"));
+        QVERIFY2(outcome.reply.dump.join('\n').contains("Service Unavailable"), qPrintable(outcome.reply.dump.join('\n')));
+    }
+
     void selfSignedCertificateIsRefused() {
         LoopbackHttpServer tls(LoopbackHttpServer::Transport::SelfSignedTls);
         QVERIFY(!tls.certificate().isNull());

@@ -4,6 +4,7 @@
 #include "Network/Diagnosis/DisplayUrl.h"
 #include "Network/Diagnosis/NetworkErrorText.h"
 #include "Network/Diagnosis/SslErrorText.h"
+#include "Network/EndedReply.h"
 
 #include <utility>
 
@@ -117,11 +118,20 @@ void ReplyHandler::leaveTo(QObject* owner) {
 }
 
 void ReplyHandler::release() {
-    if (!m_reply || !m_ownsReply || isRunning())
+    if (!m_reply || !m_ownsReply || isRunning() || m_isAbandoned)
         return;
+    if (m_ended)
+        replaceByCopy();
     // Objects that are connected must not be destroyed on two threads at once.
     m_reply->disconnect(this);
     m_reply->moveToThread(nullptr);
+}
+
+void ReplyHandler::replaceByCopy() {
+    auto copy = std::make_unique<EndedReply>(*m_reply);
+    discard();
+    m_reply = copy.release();
+    m_ownsReply = true;
 }
 
 std::unique_ptr<QNetworkReply> ReplyHandler::take() {

@@ -78,6 +78,7 @@ private:
     static constexpr qint64 maximumBodyBytes = 4LL * 1024 * 1024;
 
     void boundReadAhead();
+    void replaceByCopy();
     void adopt();
     void finish();
     void settleResult();
