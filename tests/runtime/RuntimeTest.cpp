@@ -4,6 +4,7 @@
 #include "Runtime/LogConfiguration.h"
 #include "Runtime/LogSetupHelper.h"
 #include "Runtime/RuntimePaths.h"
+#include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/Test.h"
 #include "Values/LibrarySettings.h"
 #include "VqLog/LogQueue.h"
@@ -41,6 +42,18 @@ private slots:
         QCOMPARE(RuntimePaths::userKeyFolder(), RuntimePaths::dataPath(false));
     }
 
+    // A process asks for it once.
+    void ignoresTheSettingForAllUsersWhereTheirFolderIsNotTheUsers() {
+        setSetting("EnableSSOForAllUsers", "True");
+        {
+            const TestKit::WithoutFolderOfAllUsers denied(RuntimePaths::dataPath(true));
+            QCOMPARE(librarySetting("EnableSSOForAllUsers"), QStringLiteral("True"));
+            QCOMPARE(RuntimePaths::dataPath(), RuntimePaths::dataPath(false));
+        }
+        setSetting("EnableSSOForAllUsers", QString());
+        QCOMPARE(RuntimePaths::dataPath(), RuntimePaths::dataPath(false));
+    }
+
     void choosesTheLogLevelByItsSources_data() {
         using Source = RootLogLevel::Source;
         const TestKit::Columns<QString, QString, int, QString> row("environment", "registry", "source", "level");
@@ -75,10 +88,11 @@ private slots:
         LogSetupHelper::Log(30000, L"wide text");
         const QStringList lines = readLines(folder.filePath("WebServices.log"));
         const int banner = find(lines, "Operating System: ");
-        const int begin = find(lines, "Begin dump of queued log messages (1)");
+        const int begin = find(lines, "Begin dump of queued log messages (2)");
+        const int ignored = find(lines, "Ignoring the setting EnableSSOForAllUsers.");
         const int early = find(lines, "WARN  [RuntimeTest", "VqWebServices.Session - prefix: an early message");
         const int end = find(lines, "End dump of queued log message(s)");
-        QVERIFY2(begin >= 0 && begin < early && early < end, qPrintable(lines.join('\n')));
+        QVERIFY2(begin >= 0 && begin < ignored && ignored < early && early < end, qPrintable(lines.join('\n')));
         const int level = find(lines, "Root log level picked up from environment variable VQWS_LOGLEVEL");
         QVERIFY2(level >= 0 && level < banner && banner < begin, qPrintable(lines.join('\n')));
         QVERIFY(find(lines, "RootLogLevel=DEBUG") >= 0);

@@ -27,6 +27,18 @@ void forgetUserKey();
 /// A key that is not the one opened before. Where the user has one key only, it takes that one's place.
 [[nodiscard]] std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger);
 
+/// While it lives, the user has no right to the data folder of all users of the machine: he is another one, or a file is in its
+/// place.
+class WithoutFolderOfAllUsers final {
+public:
+    explicit WithoutFolderOfAllUsers(const QString& folder);
+    ~WithoutFolderOfAllUsers();
+    Q_DISABLE_COPY_MOVE(WithoutFolderOfAllUsers)
+
+private:
+    const QString m_folder;
+};
+
 /// Whether a time that several processes take together tells something. It does not where the system is emulated (Wine), and each
 /// call that reaches beyond a process waits for one that serves them all.
 [[nodiscard]] bool timesOfProcessesCount();

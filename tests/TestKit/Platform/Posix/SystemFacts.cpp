@@ -34,6 +34,19 @@ std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log:
     return Util::openUserRsaCryptor(folder.path(), logger);
 }
 
+// Only root has a right to it from the beginning.
+WithoutFolderOfAllUsers::WithoutFolderOfAllUsers(const QString& folder)
+    : m_folder(folder) {
+    constexpr uid_t nobody = 65534;
+    if (::geteuid() == 0 && ::seteuid(nobody) != 0)
+        qFatal("The test cannot be another user");
+}
+
+WithoutFolderOfAllUsers::~WithoutFolderOfAllUsers() {
+    if (::seteuid(::getuid()) != 0)
+        qFatal("The test cannot be its own user again");
+}
+
 bool timesOfProcessesCount() {
     return true;
 }

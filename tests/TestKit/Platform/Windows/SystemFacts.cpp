@@ -5,6 +5,8 @@
 #include "VqUtil/Platform/Windows/NativePath.h"
 #include "VqUtil/Platform/Windows/OwnerOnlySecurity.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <aclapi.h>
 #include <psapi.h>
 #include <sddl.h>
@@ -67,6 +69,17 @@ void forgetUserKey() {
 std::shared_ptr<Util::IRsaCryptor> openAnotherUserKey(const std::shared_ptr<Log::ILogger>& logger) {
     forgetUserKey();
     return Util::openUserRsaCryptor(QString(), logger);
+}
+
+WithoutFolderOfAllUsers::WithoutFolderOfAllUsers(const QString& folder)
+    : m_folder(folder) {
+    QFile file(folder);
+    if (!QDir().mkpath(QFileInfo(folder).path()) || !file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        qFatal("The test cannot put a file in the place of the folder");
+}
+
+WithoutFolderOfAllUsers::~WithoutFolderOfAllUsers() {
+    QFile::remove(m_folder);
 }
 
 bool timesOfProcessesCount() {
