@@ -71,6 +71,17 @@ private slots:
         QVERIFY(again);
         QCOMPARE(again->root().child("b")->attribute("y"), QStringLiteral("<\"&\n"));
         QCOMPARE(again->root().child("b")->child("f")->text(), QStringLiteral("g"));
+        QCOMPARE(*read->toReadableBytes({}), read->toBytes());
+        root.child("b")->child("f")->setCData("\x01");
+        QVERIFY(!read->toReadableBytes({}));
+        root.child("b")->removeChildren("f");
+        root.setAttribute("x", "\x01");
+        QVERIFY(!read->toReadableBytes({}));
+        root.setAttribute("x", QString(2000, 'x'));
+        QVERIFY(read->toReadableBytes({}));
+        XmlLimits narrow;
+        narrow.size = 2000;
+        QVERIFY(!read->toReadableBytes(narrow));
         root.remove(root.child("h"));
         QVERIFY(read->toBytes().endsWith("<d></d>\n</a>"));
     }

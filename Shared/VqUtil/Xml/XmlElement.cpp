@@ -8,11 +8,19 @@ namespace Velquor::Util {
 namespace {
 
 // Escapes what ends an attribute, and what a reader would turn into a blank.
-QString escaped(const QString& value) {
-    QString text = value.toHtmlEscaped();
-    for (const char character : {'\t', '\n', '\r'})
-        text.replace(QLatin1Char(character), QStringLiteral("&#%1;").arg(static_cast<int>(character)));
-    return text;
+void appendEscaped(QString& text, const QString& value) {
+    for (const QChar character : value) {
+        switch (character.unicode()) {
+        case '<': text += QLatin1String("&lt;"); break;
+        case '>': text += QLatin1String("&gt;"); break;
+        case '&': text += QLatin1String("&amp;"); break;
+        case '"': text += QLatin1String("&quot;"); break;
+        case '\t': text += QLatin1String("&#9;"); break;
+        case '\n': text += QLatin1String("&#10;"); break;
+        case '\r': text += QLatin1String("&#13;"); break;
+        default: text += character;
+        }
+    }
 }
 
 QString lineBreak(int depth) {
@@ -21,8 +29,9 @@ QString lineBreak(int depth) {
 
 } // namespace
 
-XmlElement XmlElement::between(const QString& text) {
+XmlElement XmlElement::between(const QString& text, bool isNew) {
     XmlElement made;
+    made.m_isNew = isNew;
     made.m_start = text;
     return made;
 }
@@ -68,7 +77,7 @@ void XmlElement::setCData(const QString& text) {
     if (m_text == text && m_content.size() == 1)
         return;
     m_text = text;
-    m_content = {between(QStringLiteral("<![CDATA[%1]]>").arg(text))};
+    m_content = {between(QStringLiteral("<![CDATA[%1]]>").arg(text), true)};
     m_start.clear();
 }
 
@@ -126,22 +135,30 @@ void XmlElement::removeChildren(const QString& name, int kept) {
         remove(left.back());
 }
 
-QString XmlElement::startTag() const {
-    QString tag = QLatin1Char('<') + m_name;
-    for (const auto& attribute : m_attributes)
-        tag += QStringLiteral(" %1=\"%2\"").arg(attribute.first, escaped(attribute.second));
-    return tag + (m_content.empty() ? QStringLiteral("/>") : QStringLiteral(">"));
+void XmlElement::writeStartTag(QString& text) const {
+    text += QLatin1Char('<') + m_name;
+    for (const auto& attribute : m_attributes) {
+        text += QLatin1Char(' ') + attribute.first + QLatin1String("=\"");
+        appendEscaped(text, attribute.second);
+        text += QLatin1Char('"');
+    }
+    text += QLatin1String(m_content.empty() ? "/>" : ">");
 }
 
-void XmlElement::write(QString& text, int depth) const {
-    text += m_start.isEmpty() ? startTag() : m_start;
+void XmlElement::write(QString& text, int depth, Part part) const {
+    if (part == Part::Changeable && isText() && !m_isNew)
+        return;
+    if (m_start.isEmpty())
+        writeStartTag(text);
+    else
+        text += m_start;
     if (isText() || text.endsWith(QLatin1String("/>")))
         return;
     bool isAfterText = false;
     for (const XmlElement& child : m_content) {
         if (child.m_isNew && !child.isText() && !isAfterText)
             text += lineBreak(depth + 1);
-        child.write(text, depth + 1);
+        child.write(text, depth + 1, part);
         isAfterText = child.isText();
     }
     if (!m_content.empty() && m_content.back().m_isNew && !isAfterText)

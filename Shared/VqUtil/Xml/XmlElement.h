@@ -43,9 +43,13 @@ public:
     /// Removes the children of this name, all but the first `kept`.
     void removeChildren(const QString& name, int kept = 0);
 
+    enum class Part {
+        Whole,
+        Changeable, ///< Without what stood between tags when it was read, and cannot be wrong.
+    };
     /// Appends the text of the element. A new element stands on a line of its own, two blanks further in than `depth` elements
     /// around it.
-    void write(QString& text, int depth) const;
+    void write(QString& text, int depth, Part part = Part::Whole) const;
 
 private:
     friend class XmlText;
@@ -55,8 +59,8 @@ private:
 
     [[nodiscard]] bool isText() const { return m_name.isEmpty(); }
     [[nodiscard]] bool isBlank() const;
-    [[nodiscard]] static XmlElement between(const QString& text);
-    [[nodiscard]] QString startTag() const;
+    [[nodiscard]] static XmlElement between(const QString& text, bool isNew);
+    void writeStartTag(QString& text) const;
 
     bool m_isNew = true; ///< Not read from a text.
     QString m_name;

@@ -4,6 +4,7 @@
 
 #include <QRegularExpression>
 #include <QStringView>
+#include <algorithm>
 
 namespace Velquor::Util {
 
@@ -21,27 +22,29 @@ QByteArray encodingOf(const QByteArray& text) {
     return found.captured(1).toLatin1();
 }
 
-// The end of what begins at `from` and ends with `end`; the end of the text when it does not.
-int behind(const QString& text, const QString& end, int from) {
-    const int at = text.indexOf(end, from);
-    return at < 0 ? text.size() : at + end.size();
+// The end of what begins at `from` and ends with `end`; the end of the text when it does not. By the first character, which the
+// text hardly holds.
+int behind(const QString& text, QLatin1String end, int from) {
+    for (int at = text.indexOf(end.front(), from); at >= 0; at = text.indexOf(end.front(), at + 1)) {
+        if (QStringView(text).mid(at, end.size()) == end)
+            return at + end.size();
+    }
+    return text.size();
 }
 
 // The end of the tag that begins at `from`. Counts its attributes.
 int behindTag(const QString& text, int from, int& attributes) {
-    QChar quote;
-    for (int at = from; at < text.size(); ++at) {
-        const QChar character = text.at(at);
-        if (!quote.isNull()) {
-            if (character == quote)
-                quote = QChar();
-        } else if (character == QLatin1Char('>')) {
-            return at + 1;
-        } else if (character == QLatin1Char('"') || character == QLatin1Char('\'')) {
-            quote = character;
-        } else if (character == QLatin1Char('=')) {
+    const QChar* const end = text.constEnd();
+    for (const QChar* at = text.constBegin() + from; at != end; ++at) {
+        if (*at == QLatin1Char('>'))
+            return static_cast<int>(at - text.constBegin()) + 1;
+        if (*at == QLatin1Char('='))
             ++attributes;
-        }
+        if (*at != QLatin1Char('"') && *at != QLatin1Char('\''))
+            continue;
+        at = std::find(at + 1, end, *at);
+        if (at == end)
+            break;
     }
     return text.size();
 }
@@ -61,11 +64,11 @@ bool hasTagWithMoreAttributes(const QString& text, int limit) {
         const QStringView rest = QStringView(text).mid(at, 9);
         int attributes = 0;
         if (rest.startsWith(QLatin1String("<!--")))
-            at = behind(text, QStringLiteral("-->"), at + 4);
+            at = behind(text, QLatin1String("-->"), at + 4);
         else if (rest == QLatin1String("<![CDATA["))
-            at = behind(text, QStringLiteral("]]>"), at + 9);
+            at = behind(text, QLatin1String("]]>"), at + 9);
         else if (rest.startsWith(QLatin1String("<?")))
-            at = behind(text, QStringLiteral("?>"), at + 2);
+            at = behind(text, QLatin1String("?>"), at + 2);
         else
             at = behindTag(text, at + 1, attributes);
         if (attributes > limit)

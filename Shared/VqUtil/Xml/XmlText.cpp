@@ -1,7 +1,10 @@
 #include "VqUtil/Xml/XmlText.h"
 
+#include "VqUtil/Xml/BoundedXml.h"
 #include "VqUtil/Xml/BoundedXmlReader.h"
 #include "VqUtil/Xml/XmlScan.h"
+
+#include <utility>
 
 namespace Velquor::Util {
 
@@ -27,7 +30,7 @@ Result<XmlText> XmlText::parse(const QByteArray& text, const XmlLimits& limits) 
         return Failure{characters.reason()};
     XmlText made;
     const Result<void> isRead = made.read(*characters, limits);
-    return isRead ? Result<XmlText>(made) : Result<XmlText>(Failure{isRead.reason()});
+    return isRead ? Result<XmlText>(std::move(made)) : Result<XmlText>(Failure{isRead.reason()});
 }
 
 Result<void> XmlText::read(const QString& text, const XmlLimits& limits) {
@@ -40,6 +43,7 @@ Result<void> XmlText::read(const QString& text, const XmlLimits& limits) {
         m_root = readElement(reader, text, end);
     }
     m_behind = text.mid(end);
+    m_length = text.size();
     return reader.fault().isEmpty() ? Result<void>() : Failure{reader.fault()};
 }
 
@@ -47,7 +51,9 @@ XmlElement XmlText::readElement(BoundedXmlReader& reader, const QString& text, i
     const QXmlStreamReader& token = reader.token();
     XmlElement made(token.qualifiedName().toString());
     made.m_isNew = false;
-    for (const QXmlStreamAttribute& attribute : token.attributes())
+    const QXmlStreamAttributes attributes = token.attributes();
+    made.m_attributes.reserve(attributes.size());
+    for (const QXmlStreamAttribute& attribute : attributes)
         made.m_attributes.append({attribute.qualifiedName().toString(), attribute.value().toString()});
     end = static_cast<int>(token.characterOffset());
     const int begin = tagBegin(text, end);
@@ -59,22 +65,33 @@ XmlElement XmlText::readElement(BoundedXmlReader& reader, const QString& text, i
             continue;
         const int next = tagBegin(text, static_cast<int>(token.characterOffset()));
         if (next > end)
-            made.m_content.push_back(XmlElement::between(text.mid(end, next - end)));
+            made.m_content.push_back(XmlElement::between(text.mid(end, next - end), false));
         made.m_content.push_back(readElement(reader, text, end));
     }
     const int tagEnd = static_cast<int>(token.characterOffset());
     const int next = tagEnd == end ? end : tagBegin(text, tagEnd);
     if (next > end)
-        made.m_content.push_back(XmlElement::between(text.mid(end, next - end)));
+        made.m_content.push_back(XmlElement::between(text.mid(end, next - end), false));
     made.m_end = text.mid(next, tagEnd - next);
     end = tagEnd;
     return made;
 }
 
-QByteArray XmlText::toBytes() const {
-    QString text = m_before;
-    m_root.write(text, 0);
-    return (text + m_behind).toUtf8();
+Result<QByteArray> XmlText::toReadableBytes(const XmlLimits& limits) const {
+    const QByteArray bytes = toBytes();
+    if (bytes.size() > limits.size)
+        return Failure{QStringLiteral("The text is larger than %1 bytes").arg(limits.size)};
+    const QString fault = findXmlFault(written(XmlElement::Part::Changeable), limits);
+    return fault.isEmpty() ? Result<QByteArray>(bytes) : Result<QByteArray>(Failure{fault});
+}
+
+QByteArray XmlText::written(XmlElement::Part part) const {
+    QString text;
+    text.reserve(m_length + m_length / 8);
+    text += m_before;
+    m_root.write(text, 0, part);
+    text += m_behind;
+    return text.toUtf8();
 }
 
 } // namespace Velquor::Util

@@ -4,9 +4,10 @@
 #include "Values/LibraryVersion.h"
 #include "Values/OAuth2TokenSpecImp.h"
 #include "Values/ServerName.h"
-#include "VqUtil/Xml/BoundedXml.h"
 
+#include <QSet>
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace Velquor::WebServices::Internal {
@@ -236,12 +237,18 @@ void putProduct(XmlElement& products, const StoredProduct& product) {
 
 // The first product of a key counts.
 void removeDoubles(XmlElement& products) {
-    const std::vector<XmlElement*> elements = products.children(productName);
-    for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
-        const QString key = (*element)->attribute(productKeyName);
-        if (!key.isEmpty() && findProduct(products, key) != *element)
-            products.remove(*element);
+    QSet<QString> keys;
+    std::vector<const XmlElement*> doubles;
+    for (const XmlElement* const element : products.children(productName)) {
+        const QString key = element->attribute(productKeyName);
+        if (keys.contains(key))
+            doubles.push_back(element);
+        else if (!key.isEmpty())
+            keys.insert(key);
     }
+    // From the back, since a removal moves what stands behind it.
+    for (; !doubles.empty(); doubles.pop_back())
+        products.remove(doubles.back());
 }
 
 } // namespace
@@ -253,18 +260,16 @@ LoginStateDocument::LoginStateDocument(const QString& created)
 }
 
 Util::Result<LoginStateDocument> LoginStateDocument::parse(const QByteArray& text) {
-    const Util::Result<Util::XmlText> parsed = Util::XmlText::parse(text, limits);
+    Util::Result<Util::XmlText> parsed = Util::XmlText::parse(text, limits);
     if (!parsed)
         return Util::Failure{parsed.reason()};
     if (parsed->root().name() != rootName)
         return Util::Failure{QStringLiteral("The document element is not %1").arg(rootName)};
-    return LoginStateDocument(*parsed);
+    return LoginStateDocument(std::move(*parsed));
 }
 
 Util::Result<QByteArray> LoginStateDocument::toBytes() const {
-    const QByteArray text = m_text.toBytes();
-    const QString fault = Util::findXmlFault(text, limits);
-    return fault.isEmpty() ? Util::Result<QByteArray>(text) : Util::Result<QByteArray>(Util::Failure{fault});
+    return m_text.toReadableBytes(limits);
 }
 
 LoginState LoginStateDocument::state() const {
