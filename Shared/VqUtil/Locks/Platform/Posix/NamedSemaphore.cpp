@@ -46,10 +46,23 @@ key_t keyOf(const QByteArray& keyFile) {
 struct NamedSemaphore::Native {
     QByteArray keyFile;
     int heldId = -1;
+    int knownId = -1;
+    struct stat known {}; ///< The key file of `knownId`.
 
-    // -1 with the reason in `errno`. Looked up for every acquisition: another process may have removed the object and created a
-    // new one with another id.
-    [[nodiscard]] int id() const {
+    // -1 with the reason in `errno`. A name for another file leads to another object. When an object is removed, the system
+    // refuses its id from then on.
+    [[nodiscard]] int id() {
+        struct stat named {};
+        const bool isNamed = ::lstat(keyFile.constData(), &named) == 0;
+        if (knownId != -1 && isNamed && named.st_ino == known.st_ino && named.st_dev == known.st_dev)
+            return knownId;
+        known = named;
+        knownId = lookUp();
+        return knownId;
+    }
+
+    // -1 with the reason in `errno`.
+    [[nodiscard]] int lookUp() const {
         const key_t key = keyOf(keyFile);
         if (key == -1)
             return -1;
@@ -104,6 +117,7 @@ NamedSemaphore::Result NamedSemaphore::acquire(int timeoutMs) {
             return Result::TimedOut;
         // Another process may remove the object while we wait. Retry, but not for ever: repeated removals are not by chance.
         const bool removed = fault == EIDRM || fault == EINVAL || fault == ENOENT;
+        m_native->knownId = -1;
         if (fault == EINTR || (removed && ++removals < maximumRemovals))
             continue;
         m_errorText = qt_error_string(fault);

@@ -24,13 +24,16 @@ constexpr int turnTimeoutMs = 250;
 
 struct ProcessGuard::Native {
     QByteArray path;
+    /// Stays open from one acquisition to the next. `flock` belongs to it, so two objects of one process exclude each other too.
     FileDescriptor file;
+    struct stat opened {};
     bool hasTurn = false;
 
-    // A new descriptor for each acquisition: `flock` belongs to it, so two objects of one process exclude each other too.
     void open() {
-        hasTurn = false;
         file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        hasTurn = false;
+        if (file.isValid() && ::fstat(file.get(), &opened) != 0)
+            file.reset();
     }
 
     // One waiter at a time has the turn, by a second lock on the same file. Without it, a process that releases and at once
@@ -51,10 +54,8 @@ struct ProcessGuard::Native {
     // We never delete the file, but another program may. A lock on a deleted file would not exclude processes that open the new
     // one.
     [[nodiscard]] bool isCurrent() const {
-        struct stat held {};
         struct stat named {};
-        return ::fstat(file.get(), &held) == 0 && ::lstat(path.constData(), &named) == 0 && held.st_ino == named.st_ino
-               && held.st_dev == named.st_dev;
+        return ::lstat(path.constData(), &named) == 0 && opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
     }
 
     // False with the reason in `errno`, which is EWOULDBLOCK when another attempt may help.
@@ -63,6 +64,7 @@ struct ProcessGuard::Native {
             return false;
         if (isCurrent()) {
             (void)setTurn(F_UNLCK);
+            hasTurn = false;
             return true;
         }
         open();
@@ -81,11 +83,13 @@ ProcessGuard::~ProcessGuard() = default;
 ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
     const QDeadlineTimer patience(std::min(timeoutMs, turnTimeoutMs));
-    if (const auto owner = checkOwner(QFile::decodeName(m_native->path)); !owner) {
-        m_errorText = owner.reason();
-        return Result::Failed;
+    if (!m_native->file.isValid()) {
+        if (const auto owner = checkOwner(QFile::decodeName(m_native->path)); !owner) {
+            m_errorText = owner.reason();
+            return Result::Failed;
+        }
+        m_native->open();
     }
-    m_native->open();
     for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
         if (m_native->takeTurn() || patience.hasExpired()) {
             if (m_native->tryLock())
@@ -105,7 +109,8 @@ ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
 }
 
 void ProcessGuard::release() {
-    m_native->file.reset();
+    if (m_native->file.isValid() && ::flock(m_native->file.get(), LOCK_UN) != 0)
+        m_native->file.reset();
 }
 
 } // namespace Velquor::Util
