@@ -60,3 +60,16 @@ void RatioReporter::reportGroup(const std::string& group, const std::map<std::st
     GetOutputStream() << group << ": " << m_ownName << " takes " << ratio << " of the time of " << peer << " (goal: at most "
                       << m_goal << ")\n";
 }
+
+int runAgainstPeers(int argc, char** argv, const std::string& ownName, double goal) {
+    char repetitions[] = "--benchmark_repetitions=9";
+    char interleaving[] = "--benchmark_enable_random_interleaving=true";
+    char time[] = "--benchmark_min_time=0.1";
+    std::vector<char*> arguments{argv[0], repetitions, interleaving, time};
+    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    RatioReporter reporter(ownName, goal);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.isGoalMet() ? 0 : 1;
+}

@@ -27,3 +27,7 @@ private:
     bool m_isGoalMet = true;
     std::map<std::string, std::map<std::string, std::vector<double>>> m_times;
 };
+
+/// Runs all benchmarks of the program with 9 repetitions each. The repetitions of all contestants run in random order, so that
+/// other load on the machine affects all equally. `arguments` of the command line come last. Returns the program's exit code.
+[[nodiscard]] int runAgainstPeers(int argc, char** argv, const std::string& ownName, double goal);

@@ -102,15 +102,5 @@ int main(int argc, char** argv) {
     if (!WebServicesManager::Initialize() || !WebServicesManager::GetInstance()->SetConfiguration(configuration())
         || !WebServicesManager::GetInstance()->RestoreLogin())
         return 2;
-    char repetitions[] = "--benchmark_repetitions=15";
-    char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    char time[] = "--benchmark_min_time=0.2";
-    std::vector<char*> arguments{argv[0], repetitions, interleaving, time};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    RatioReporter reporter("C", goal);
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    WebServicesManager::Uninitialize();
-    return reporter.isGoalMet() ? 0 : 1;
+    return runAgainstPeers(argc, argv, "C", goal);
 }

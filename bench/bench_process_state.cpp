@@ -1,10 +1,14 @@
-// Measures one query of the flags of the other processes, including the cross-process lock. The limit for one query is 10 us.
+// Measures one query of the flags of the other processes, including the cross-process lock. It is compared with the lock and a
+// copy of a shared memory of the same size. The limit for one query is 10 us.
 
 #include "QuietLogger.h"
+#include "RatioReporter.h"
 #include "VqUtil/ProcessState/ProcessState.h"
 
 #include <QCoreApplication>
+#include <QSharedMemory>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <benchmark/benchmark.h>
 
 namespace {
@@ -49,8 +53,8 @@ void query(benchmark::State& state, const char* name, bool isSet) {
     for (auto _ : state)
         benchmark::DoNotOptimize(processes.looking->queryProperty(asked));
 }
-BENCHMARK_CAPTURE(query, flagSet, "TokenRefreshInProgress", true);
-BENCHMARK_CAPTURE(query, flagNotSet, "AccessTokenQueryInProgress", false);
+BENCHMARK_CAPTURE(query, set, "TokenRefreshInProgress", true)->Name("query of a set flag/library");
+BENCHMARK_CAPTURE(query, notSet, "AccessTokenQueryInProgress", false)->Name("query of a flag that is not set/library");
 
 void setAndDelete(benchmark::State& state) {
     const TwoProcesses processes;
@@ -60,26 +64,30 @@ void setAndDelete(benchmark::State& state) {
         processes.busy->deleteProperty(QStringLiteral("AccessTokenQueryInProgress"));
     }
 }
-BENCHMARK(setAndDelete);
+BENCHMARK(setAndDelete)->Name("set and delete/library");
 
-void queryAfterChange(benchmark::State& state) {
-    const TwoProcesses processes;
-    const ProcessProperties flag = TwoProcesses::flag("TokenRefreshInProgress");
-    bool value = false;
+void lockAndCopy(benchmark::State& state) {
+    QSharedMemory block(QStringLiteral("VqBenchSharedMemory"));
+    if (!block.create(65536) && !block.attach()) {
+        state.SkipWithError("no shared memory");
+        return;
+    }
+    QByteArray copy(block.size(), Qt::Uninitialized);
     for (auto _ : state) {
-        state.PauseTiming();
-        processes.busy->setPropertyMap({{QStringLiteral("Change"), value = !value}});
-        state.ResumeTiming();
-        benchmark::DoNotOptimize(processes.looking->queryProperty(flag));
+        block.lock();
+        std::copy_n(static_cast<const char*>(block.constData()), copy.size(), copy.data());
+        block.unlock();
+        benchmark::DoNotOptimize(copy.data());
     }
 }
-BENCHMARK(queryAfterChange);
+BENCHMARK(lockAndCopy)->Name("query of a set flag/lock and copy");
+BENCHMARK(lockAndCopy)->Name("query of a flag that is not set/lock and copy");
+BENCHMARK(lockAndCopy)->Name("set and delete/lock and copy");
 
 } // namespace
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    constexpr double goal = 50;
+    return runAgainstPeers(argc, argv, "library", goal);
 }

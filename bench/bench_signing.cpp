@@ -133,15 +133,5 @@ BENCHMARK_CAPTURE(signByQtOAuth1, post, post)->Name("post/QOAuth1");
 } // namespace
 
 int main(int argc, char** argv) {
-    // The repetitions of all contestants run in random order, so that other load on the machine affects all equally.
-    char repetitions[] = "--benchmark_repetitions=9";
-    char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    char time[] = "--benchmark_min_time=0.1";
-    std::vector<char*> arguments{argv[0], repetitions, interleaving, time};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    RatioReporter reporter("VqOAuthWrapper", 0.75);
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    return reporter.isGoalMet() ? 0 : 1;
+    return runAgainstPeers(argc, argv, "VqOAuthWrapper", 0.75);
 }

@@ -318,7 +318,7 @@ private slots:
         Process process(*m_fixture);
         process.restoreAndSignIn();
         const QByteArray before = m_fixture->fileContents();
-        process.takeTokens(QDateTime::currentDateTimeUtc(), QByteArray(1000000, 'x'));
+        process.takeTokens(QDateTime::currentDateTimeUtc(), QByteArray(int(LoginStateDocument::limits.size), 'x'));
         QCOMPARE(process.save(), LoginStateStore::Result::Failed);
         QCOMPARE(m_fixture->fileContents(), before);
     }
@@ -354,7 +354,7 @@ private slots:
         row("other root", "<Other><LoginSession Server=\"0\"/></Other>");
         row("entity bomb", "<!DOCTYPE a [<!ENTITY b \"bbbbbbbb\"><!ENTITY c \"&b;&b;&b;&b;\">]><WebServices>&c;</WebServices>");
         row("cut", "<WebServices><Settings CurrentServer=\"0\"/><LoginSession Ser");
-        row("too large", QByteArray("<WebServices>") + QByteArray(1024 * 1024, ' ') + "</WebServices>");
+        row("too large", QByteArray("<WebServices>") + QByteArray(int(LoginStateDocument::limits.size), ' ') + "</WebServices>");
         row("numbers that are none",
             "<WebServices><Settings CurrentServer=\"99999999999\" LogoutDate=\"never\"/><LoginSession Server=\"x\"/></WebServices>");
     }

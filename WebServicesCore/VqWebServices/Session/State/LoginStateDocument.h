@@ -17,8 +17,8 @@ namespace Velquor::WebServices::Internal {
 /// Thread: that of its owner. Errors: a reason instead of a document; a value that cannot be understood reads as absent.
 class LoginStateDocument {
 public:
-    /// The bounds of the file. A text outside of them is neither read nor written.
-    static constexpr Util::XmlLimits limits{};
+    /// The bounds of the file, which hold more than 1,000 products. A text outside of them is neither read nor written.
+    static constexpr Util::XmlLimits limits{2LL * 1024 * 1024};
 
     /// A new document, which is known by this text among all documents of the user.
     explicit LoginStateDocument(const QString& created = {});
