@@ -51,13 +51,12 @@ const ProcessRecords& ProcessStateBlock::records() {
         m_records.clear();
         m_used = 0;
     } else if (m_seen.isEmpty() || !m_block->startsWith(m_seen)) {
-        decode();
+        remember(m_block->read());
     }
     return m_records;
 }
 
-void ProcessStateBlock::decode() {
-    const QByteArray bytes = m_block->read();
+void ProcessStateBlock::remember(const QByteArray& bytes) {
     ProcessStateCodec::Decoded decoded = ProcessStateCodec::decode(bytes);
     m_seen = bytes.left(decoded.examined);
     m_records = std::move(decoded.records);
@@ -77,7 +76,9 @@ void ProcessStateBlock::write(const ProcessRecords& records) {
                 .arg(size));
         bytes.truncate(size);
     }
-    if (!m_block->write(bytes))
+    if (m_block->write(bytes))
+        remember(bytes);
+    else
         m_logger->error(QStringLiteral("Failed to write process state shared memory %1. %2").arg(m_key, m_block->errorText()));
 }
 

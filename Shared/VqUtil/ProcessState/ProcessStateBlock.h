@@ -33,7 +33,7 @@ public:
     [[nodiscard]] int usedSize() const { return m_used; }
 
 private:
-    void decode();
+    void remember(const QByteArray& bytes);
     void logOnce(const QString& text);
 
     const QString m_key;
