@@ -20,14 +20,35 @@ bool trust(const QString& authority) {
     return !certificates.isEmpty();
 }
 
+// [reason]
+const wchar_t* reason(LoginErrorEx error) {
+    switch (error) {
+    case LoginErrorEx::NoReply: return L"the account server does not answer";
+    case LoginErrorEx::NoSecureConnection: return L"the connection to the account server cannot be trusted";
+    case LoginErrorEx::WrongSystemTime: return L"the clock of this machine is wrong";
+    case LoginErrorEx::Refused: return L"the account server refuses this product's key or secret";
+    case LoginErrorEx::SigningFailed: return L"the folder lacks the file with the addresses, or \"WebServices.logconfig\"";
+    default: return L"the account server answers something else, or this program calls in a wrong order";
+    }
+}
+// [/reason]
+
 // [sign-in]
 bool signIn(WebServicesManager& manager) {
     const auto page = std::make_unique<wchar_t[]>(8192);
-    if (!manager.InitiateLogin(page.get(), 8192))
+    LoginErrorEx error{};
+    int httpStatus = 0;
+    if (!manager.InitiateLogin(nullptr, page.get(), 8192, error, httpStatus)) {
+        std::wcerr << L"The sign-in cannot begin: " << reason(error) << L" (HTTP status " << httpStatus << L")." << std::endl;
         return false;
+    }
     std::wcerr << L"Sign in at\n\n" << page.get() << L"\n\nand press Enter here." << std::endl;
     std::wcin.get();
-    return manager.CompleteLogin();
+    if (!manager.CompleteLogin()) {
+        std::wcerr << L"The sign-in was not completed. Was it approved on the page?" << std::endl;
+        return false;
+    }
+    return true;
 }
 // [/sign-in]
 
@@ -66,6 +87,6 @@ int main(int argc, char** argv) {
     const bool isDone = run(QString::fromLocal8Bit(argv[2]).toStdWString());
     WebServicesManager::Uninitialize();
     if (!isDone)
-        std::wcerr << L"It failed; \"WebServices.log\" says why." << std::endl;
+        std::wcerr << L"It failed. \"vqws doctor\" and \"WebServices.log\" say more." << std::endl;
     return isDone ? 0 : 1;
 }
