@@ -111,3 +111,6 @@ class Product:
             self.process.wait(20)
         except (OSError, subprocess.TimeoutExpired):
             self.process.kill()
+            self.process.wait()
+        self._reader.join(5)
+        self.process.stdout.close()
