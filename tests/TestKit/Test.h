@@ -4,6 +4,7 @@
 
 #include "TestKit/Columns.h"
 #include "TestKit/Files.h"
+#include "TestKit/Rows.h"
 #include "TestKit/Stopwatch.h"
 #include "TestKit/Threads.h"
 

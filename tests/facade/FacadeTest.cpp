@@ -370,30 +370,26 @@ private slots:
         QVERIFY(!isSigned());
     }
 
-    void initializesWithOAuth2_data() {
-        const TestKit::Columns<int, bool> row("form", "enabled");
+    void initializesWithOAuth2() {
+        const TestKit::Rows row(this, [&](int form, bool enabled) {
+            const std::function<bool()> forms[] = {[] { return WebServicesManager::Initialize(); },
+                                                   [] { return WebServicesManager::Initialize(false); },
+                                                   [] { return WebServicesManager::Initialize(true); },
+                                                   [] { return WebServicesManager::Initialize(false, true); },
+                                                   [] { return WebServicesManager::Initialize(true, false); },
+                                                   [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); }};
+            QVERIFY(forms[form]());
+            QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
+            // A later user of the library changes nothing.
+            QVERIFY(WebServicesManager::Initialize(!enabled));
+            QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
+        });
         row("without", 0, false);
         row("false", 1, false);
         row("true", 2, true);
         row("false, true", 3, false);
         row("true, false", 4, true);
         row("a spec", 5, true);
-    }
-
-    void initializesWithOAuth2() {
-        QFETCH(int, form);
-        QFETCH(bool, enabled);
-        const std::function<bool()> forms[] = {[] { return WebServicesManager::Initialize(); },
-                                               [] { return WebServicesManager::Initialize(false); },
-                                               [] { return WebServicesManager::Initialize(true); },
-                                               [] { return WebServicesManager::Initialize(false, true); },
-                                               [] { return WebServicesManager::Initialize(true, false); },
-                                               [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); }};
-        QVERIFY(forms[form]());
-        QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
-        // A later user of the library changes nothing.
-        QVERIFY(WebServicesManager::Initialize(!enabled));
-        QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
     }
 
     void oauth2TokensThroughBothFacades() {

@@ -31,8 +31,28 @@ private slots:
 
     void cleanup() { m_watcher.reset(); }
 
-    void everyKindOfChangeIsReported_data() {
-        const TestKit::Columns<QString, QString, Action> row("what", "name", "action");
+    void everyKindOfChangeIsReported() {
+        const TestKit::Rows row(this, [&](const QString& what, const QString& name, Action action) {
+            const QString there = path("There.tmp");
+            QVERIFY(TestKit::writeFile(there, what == QLatin1String("rewrite") ? "" : "old"));
+            QVERIFY(m_watcher->start(m_folder + QStringLiteral("/../") + QDir(m_folder).dirName()));
+            // A system may be late to tell what came before.
+            QTest::qWait(50);
+            m_changes.clear();
+            if (what == QLatin1String("create"))
+                QVERIFY(TestKit::writeFile(path(name), {}));
+            else if (what == QLatin1String("rewrite"))
+                QVERIFY(TestKit::writeFile(there, {}));
+            else if (what == QLatin1String("fill"))
+                QVERIFY(TestKit::writeFile(there, "new"));
+            else if (what == QLatin1String("replace"))
+                QVERIFY(Util::AtomicFile::write(there, "new"));
+            else if (what == QLatin1String("remove"))
+                QVERIFY(QFile::remove(there));
+            else
+                QVERIFY(QFile::rename(there, path("Renamed.tmp")));
+            QTRY_VERIFY_WITH_TIMEOUT(count(name, action) > 0, patienceMs);
+        });
         row("created", "create", "EventTrigger.tmp", Action::Added);
         row("an empty file rewritten in place", "rewrite", "There.tmp", Action::Modified);
         row("a full file rewritten in place", "fill", "There.tmp", Action::Modified);
@@ -40,31 +60,6 @@ private slots:
         row("removed", "remove", "There.tmp", Action::Removed);
         row("renamed, old name", "rename", "There.tmp", Action::RenamedFrom);
         row("renamed, new name", "rename", "Renamed.tmp", Action::RenamedTo);
-    }
-
-    void everyKindOfChangeIsReported() {
-        QFETCH(QString, what);
-        QFETCH(QString, name);
-        QFETCH(Action, action);
-        const QString there = path("There.tmp");
-        QVERIFY(TestKit::writeFile(there, what == QLatin1String("rewrite") ? "" : "old"));
-        QVERIFY(m_watcher->start(m_folder + QStringLiteral("/../") + QDir(m_folder).dirName()));
-        // A system may be late to tell what came before.
-        QTest::qWait(50);
-        m_changes.clear();
-        if (what == QLatin1String("create"))
-            QVERIFY(TestKit::writeFile(path(name), {}));
-        else if (what == QLatin1String("rewrite"))
-            QVERIFY(TestKit::writeFile(there, {}));
-        else if (what == QLatin1String("fill"))
-            QVERIFY(TestKit::writeFile(there, "new"));
-        else if (what == QLatin1String("replace"))
-            QVERIFY(Util::AtomicFile::write(there, "new"));
-        else if (what == QLatin1String("remove"))
-            QVERIFY(QFile::remove(there));
-        else
-            QVERIFY(QFile::rename(there, path("Renamed.tmp")));
-        QTRY_VERIFY_WITH_TIMEOUT(count(name, action) > 0, patienceMs);
     }
 
     void everyRewriteIsReported() {

@@ -98,8 +98,24 @@ private slots:
         QCOMPARE(other->currentServer(), Staging);
     }
 
-    void aFailedRequestTokenIsReportedAndLeavesASecondTry_data() {
-        const TestKit::Columns<QString, QJsonObject, LoginErrorEx, QString> row("kind", "details", "error", "logged");
+    void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
+        const TestKit::Rows row(
+            this, [&](const QString& kind, const QJsonObject& details, LoginErrorEx error, const QString& logged) {
+                m_session->RestoreLogin(key, false);
+                // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
+                QVERIFY(m_service.addFault("request-token", kind, details, -1));
+                const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+                QCOMPARE(login.code, LoginCode::exchangeFailed);
+                QVERIFY(login.url.isEmpty());
+                QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
+                QCOMPARE(login.error, error);
+                // An answer is logged whole.
+                QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
+                         login.error != LoginErrorEx::NoReply);
+                QVERIFY(m_service.reset());
+                signIn(*m_session);
+                QVERIFY(m_session->isLoggedIn(key));
+            });
         row("closes early", "drop", {}, LoginErrorEx::NoReply, "Failed to initiate login. Http error: 0. Network error: 2");
         row("HTML", "html", {}, LoginErrorEx::InvalidReply,
             "server didn't return the following parameter(s): Request token, Request token secret, Client id");
@@ -119,47 +135,22 @@ private slots:
         row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
     }
 
-    void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        QFETCH(int, error);
-        QFETCH(QString, logged);
-        m_session->RestoreLogin(key, false);
-        // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
-        QVERIFY(m_service.addFault("request-token", kind, details, -1));
-        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-        QCOMPARE(login.code, LoginCode::exchangeFailed);
-        QVERIFY(login.url.isEmpty());
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
-        QCOMPARE(static_cast<int>(login.error), error);
-        // An answer is logged whole.
-        QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
-                 login.error != LoginErrorEx::NoReply);
-        QVERIFY(m_service.reset());
-        signIn(*m_session);
-        QVERIFY(m_session->isLoggedIn(key));
-    }
-
-    void accessTokenFaultsLeaveTheStateAsItWas_data() {
-        const TestKit::Columns<QString, QJsonObject> row("kind", "details");
+    void accessTokenFaultsLeaveTheStateAsItWas() {
+        const TestKit::Rows row(this, [&](const QString& kind, const QJsonObject& details) {
+            m_session->RestoreLogin(key, false);
+            const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+            QVERIFY(m_service.approve(login.url));
+            QVERIFY(m_service.addFault("access-token", kind, details, -1));
+            const QByteArray before = m_fixture->fileContents();
+            QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
+            QVERIFY(!m_session->isLoggedIn(QString()));
+            QCOMPARE(m_fixture->fileContents(), before);
+        });
         row("closes early", "drop", {});
         row("HTML", "html", {});
         row("no session handle", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_session_handle"}}});
         row("no expiry", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_expires_in"}}});
         row("refused", "problem", QJsonObject{{"problem", "token_rejected"}});
-    }
-
-    void accessTokenFaultsLeaveTheStateAsItWas() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        m_session->RestoreLogin(key, false);
-        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-        QVERIFY(m_service.approve(login.url));
-        QVERIFY(m_service.addFault("access-token", kind, details, -1));
-        const QByteArray before = m_fixture->fileContents();
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
-        QVERIFY(!m_session->isLoggedIn(QString()));
-        QCOMPARE(m_fixture->fileContents(), before);
     }
 
     void signOutsAtOnceWaitForASilentServiceOnce() {

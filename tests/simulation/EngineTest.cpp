@@ -181,8 +181,6 @@ QString takesTwoLocks(World& world, bool isSameOrder, bool isTimed) {
 
 } // namespace
 
-Q_DECLARE_METATYPE(Velquor::Simulation::Scenario)
-
 class EngineTest : public QObject {
     Q_OBJECT
 
@@ -218,45 +216,32 @@ private slots:
         QVERIFY(runs.runTwice(1).rule.startsWith("two runs of the same seed differ"));
     }
 
-    void faultsAreFoundAndShrunk_data() {
-        QTest::addColumn<Scenario>("faulty");
-        QTest::addColumn<Scenario>("mended");
-        QTest::addColumn<QString>("rule");
-        QTest::addColumn<int>("shortest");
-        using std::placeholders::_1;
-        QTest::newRow("lost update") << Scenario(std::bind(addsOne, _1, false)) << Scenario(std::bind(addsOne, _1, true))
-                                     << "an update was lost" << 9;
-        QTest::newRow("deadlock") << Scenario(std::bind(takesTwoLocks, _1, false, false))
-                                  << Scenario(std::bind(takesTwoLocks, _1, true, false))
-                                  << "a deadlock: A.main: waits for the second lock; "
-                                     "B.main: waits for the first lock"
-                                  << 9;
-        QTest::newRow("deadlock while time passes")
-            << Scenario(std::bind(takesTwoLocks, _1, false, true)) << Scenario(std::bind(takesTwoLocks, _1, true, true))
-            << "a deadlock: A.main: waits for the second lock; B.main: waits for the first lock" << 24;
-    }
     void faultsAreFoundAndShrunk() {
-        QFETCH(Scenario, faulty);
-        QFETCH(Scenario, mended);
-        QFETCH(QString, rule);
-        QFETCH(int, shortest);
-        const Runs runs(faulty);
-        int found = 0;
-        for (quint64 seed = 0; seed < 50; seed++) {
-            QCOMPARE(Runs(mended).run(seed).rule, QString());
-            const Result result = runs.run(seed);
-            if (result.rule.isEmpty())
-                continue;
-            found++;
-            QCOMPARE(result.rule, rule);
-            const Record shrunk = Shrinker([&runs](const Record& record) { return runs.replay(record); }).shrink(result);
-            QVERIFY2(int(shrunk.size()) <= shortest, textOf(shrunk).constData());
-            const Result again = runs.replay(recordFromText(textOf(shrunk)));
-            QCOMPARE(again.rule, rule);
-            QCOMPARE(textOf(again.record), textOf(shrunk));
-        }
-        QVERIFY(found > 5);
-        qInfo("%d of 50 seeds", found);
+        const TestKit::Rows row([&](const Scenario& faulty, const Scenario& mended, const QString& rule, int shortest) {
+            const Runs runs(faulty);
+            int found = 0;
+            for (quint64 seed = 0; seed < 50; seed++) {
+                QCOMPARE(Runs(mended).run(seed).rule, QString());
+                const Result result = runs.run(seed);
+                if (result.rule.isEmpty())
+                    continue;
+                found++;
+                QCOMPARE(result.rule, rule);
+                const Record shrunk = Shrinker([&runs](const Record& record) { return runs.replay(record); }).shrink(result);
+                QVERIFY2(int(shrunk.size()) <= shortest, textOf(shrunk).constData());
+                const Result again = runs.replay(recordFromText(textOf(shrunk)));
+                QCOMPARE(again.rule, rule);
+                QCOMPARE(textOf(again.record), textOf(shrunk));
+            }
+            QVERIFY(found > 5);
+            qInfo("%d of 50 seeds", found);
+        });
+        using std::placeholders::_1;
+        row("lost update", std::bind(addsOne, _1, false), std::bind(addsOne, _1, true), "an update was lost", 9);
+        const auto deadlock = QStringLiteral("a deadlock: A.main: waits for the second lock; B.main: waits for the first lock");
+        row("deadlock", std::bind(takesTwoLocks, _1, false, false), std::bind(takesTwoLocks, _1, true, false), deadlock, 9);
+        row("deadlock while time passes", std::bind(takesTwoLocks, _1, false, true), std::bind(takesTwoLocks, _1, true, true),
+            deadlock, 24);
     }
 
     void aThreadThatBlocksInTheSystemRaisesTheAlarm() {

@@ -127,5 +127,3 @@ protected:
 };
 
 } // namespace Velquor::WebServices::OAuth2Testing
-
-Q_DECLARE_METATYPE(Velquor::WebServices::OAuth2TokenSpec)

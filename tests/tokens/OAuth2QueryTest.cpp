@@ -15,8 +15,21 @@ private slots:
     void init() { begin(); }
     void cleanup() { end(); }
 
-    void queriesAndRefreshesSendTheDocumentedForm_data() {
-        const TestKit::Columns<OAuth2TokenSpec, QString, QString> row("spec", "query", "refresh");
+    void queriesAndRefreshesSendTheDocumentedForm() {
+        const TestKit::Rows row(this, [&](const OAuth2TokenSpec& spec, const QString& query, const QString& refresh) {
+            QVERIFY(m_session->oauth2().EnableOAuth2(key, spec));
+            const QString first = ask(spec);
+            QVERIFY(!first.isEmpty());
+            QCOMPARE(forms(), QStringList{query});
+            QTRY_VERIFY(m_fixture->hasLogged("Raising web services event OAuth2TokenAvailable"));
+            QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &spec, true));
+            QCOMPARE(forms(), QStringList({query, refresh}));
+            QVERIFY(ask(spec) != first);
+            QCOMPARE(ask(spec), stored(spec));
+            QTRY_VERIFY(m_session->oauth2().isRefreshTimerActive(key, &spec));
+            QVERIFY(m_fixture->hasLogged("OAuth2 token refreshed successfully. OAuth2 token expires in 59 min 5"));
+            expectNoSecrets({first, ask(spec)});
+        });
         const auto names = QStringLiteral("client_id&client_secret&oauth1_token&oauth1_secret&token_type=");
         row("RT without scope", rt, names, names);
         row("RT with scope", OAuth2TokenSpec(RT, L" b & c=d  a%20"), names + "&scope=& a%20 b c=d",
@@ -25,26 +38,21 @@ private slots:
         row("the older interface", OAuth2Settings::legacySpec(), names + "&scope=legacy", names + "&scope=legacy");
     }
 
-    void queriesAndRefreshesSendTheDocumentedForm() {
-        QFETCH(OAuth2TokenSpec, spec);
-        QFETCH(QString, query);
-        QFETCH(QString, refresh);
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, spec));
-        const QString first = ask(spec);
-        QVERIFY(!first.isEmpty());
-        QCOMPARE(forms(), QStringList{query});
-        QTRY_VERIFY(m_fixture->hasLogged("Raising web services event OAuth2TokenAvailable"));
-        QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &spec, true));
-        QCOMPARE(forms(), QStringList({query, refresh}));
-        QVERIFY(ask(spec) != first);
-        QCOMPARE(ask(spec), stored(spec));
-        QTRY_VERIFY(m_session->oauth2().isRefreshTimerActive(key, &spec));
-        QVERIFY(m_fixture->hasLogged("OAuth2 token refreshed successfully. OAuth2 token expires in 59 min 5"));
-        expectNoSecrets({first, ask(spec)});
-    }
-
-    void nothingIsAskedWithoutOAuth2SignInOrSpec_data() {
-        const TestKit::Columns<bool, bool, QString, QString> row("enabled", "signedIn", "get", "refresh");
+    void nothingIsAskedWithoutOAuth2SignInOrSpec() {
+        const TestKit::Rows row(this, [&](bool enabled, bool signedIn, const QString& get, const QString& refresh) {
+            if (enabled)
+                QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+            if (!signedIn)
+                QVERIFY(signOut(*m_session));
+            QVERIFY(ask(jwt).isEmpty());
+            QVERIFY(m_fixture->hasLogged(get));
+            QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &jwt, true));
+            QVERIFY(m_fixture->hasLogged(refresh));
+            const QString whole = m_fixture->logger->texts().filter(get).first();
+            QCOMPARE(m_fixture->logger->prefixes(whole), QStringList(signedIn ? "Test product.0001.0" : ""));
+            QVERIFY(!m_session->oauth2().EnableOAuth2("unknown", rt));
+            QVERIFY(!m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(InvalidTokenType, L"")));
+        });
         row("not enabled", false, true, "GetOAuth2AccessToken failed: OAuth2 is not enabled.",
             "Failed to refresh OAuth2 token. OAuth2 is not enabled.");
         row("not signed in", true, false, "GetOAuth2AccessToken failed: Not logged in. Returning empty token.",
@@ -52,25 +60,6 @@ private slots:
         row("another spec", true, true,
             "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type JWT and scope data openid.",
             "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type JWT and scope data openid.");
-    }
-
-    void nothingIsAskedWithoutOAuth2SignInOrSpec() {
-        QFETCH(bool, enabled);
-        QFETCH(bool, signedIn);
-        QFETCH(QString, get);
-        QFETCH(QString, refresh);
-        if (enabled)
-            QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        if (!signedIn)
-            QVERIFY(signOut(*m_session));
-        QVERIFY(ask(jwt).isEmpty());
-        QVERIFY(m_fixture->hasLogged(get));
-        QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &jwt, true));
-        QVERIFY(m_fixture->hasLogged(refresh));
-        const QString whole = m_fixture->logger->texts().filter(get).first();
-        QCOMPARE(m_fixture->logger->prefixes(whole), QStringList(signedIn ? "Test product.0001.0" : ""));
-        QVERIFY(!m_session->oauth2().EnableOAuth2("unknown", rt));
-        QVERIFY(!m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(InvalidTokenType, L"")));
     }
 
     void doesNotWaitWhenItMustNot() {
@@ -93,8 +82,18 @@ private slots:
         QCOMPARE(forms(), QStringList());
     }
 
-    void failedQueriesAreTriedAgain_data() {
-        const TestKit::Columns<QString, QJsonObject, QString> row("kind", "details", "logged");
+    void failedQueriesAreTriedAgain() {
+        const TestKit::Rows row(this, [&](const QString& kind, const QJsonObject& details, const QString& logged) {
+            QVERIFY(m_service.addFault(endPoint, kind, details, -1));
+            QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+            QVERIFY(ask(rt).isEmpty());
+            QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
+            QTRY_VERIFY(m_fixture->hasLogged("OAuth2 token query timer started with interval 30 s"));
+            QVERIFY(m_session->isLoggedIn(key));
+            expectNoSecrets({"canary-token", "canary token"});
+            QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
+            QVERIFY(!ask(rt).isEmpty());
+        });
         const auto unparsable = QStringLiteral("Failed to parse server response. Will retry after 30 s. Response body:");
         const auto body = [](const char* json) {
             return QJsonObject{{"status", 200}, {"body", json}, {"content_type", "application/json"}};
@@ -108,21 +107,6 @@ private slots:
         row("a type that nobody knows", "status",
             body(R"({"access_token": "canary-token", "expires_in": 9, "token_type": "mac"})"), unparsable);
         row("a token that is none", "status", body(R"({"access_token": "canary token", "expires_in": 9})"), unparsable);
-    }
-
-    void failedQueriesAreTriedAgain() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        QFETCH(QString, logged);
-        QVERIFY(m_service.addFault(endPoint, kind, details, -1));
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QVERIFY(ask(rt).isEmpty());
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
-        QTRY_VERIFY(m_fixture->hasLogged("OAuth2 token query timer started with interval 30 s"));
-        QVERIFY(m_session->isLoggedIn(key));
-        expectNoSecrets({"canary-token", "canary token"});
-        QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
-        QVERIFY(!ask(rt).isEmpty());
     }
 
     // The OAuth 1.0 token that a query was sent with is renewed by another process before the service looks at it.

@@ -77,47 +77,39 @@ private slots:
         QVERIFY(!m_fixture->hasLogged("Wait ended."));
     }
 
-    void aRefusalToSignNamesItsReason_data() {
-        const TestKit::Columns<bool, QString, QString> row("signedIn", "clientKey", "reason");
+    void aRefusalToSignNamesItsReason() {
+        const TestKit::Rows row(this, [&](bool signedIn, const QString& clientKey, const QString& reason) {
+            m_session->AddClient({"unconfigured", 1, "Another", "/opt/another"});
+            QVERIFY(signedIn || signOut(*m_session));
+            QVERIFY(m_session->SignRequest(clientKey, order()).isEmpty());
+            QVERIFY2(m_fixture->hasLogged("SignRequest failed while signing url https://127.0.0.1/api/echo: " + reason),
+                     qPrintable(m_fixture->logger->texts().last()));
+        });
         row("signed out", false, key, "Login state is not valid.");
         row("not configured", true, "unconfigured", "Current configuration is null or invalid.");
     }
 
-    void aRefusalToSignNamesItsReason() {
-        QFETCH(bool, signedIn);
-        QFETCH(QString, clientKey);
-        QFETCH(QString, reason);
-        m_session->AddClient({"unconfigured", 1, "Another", "/opt/another"});
-        QVERIFY(signedIn || signOut(*m_session));
-        QVERIFY(m_session->SignRequest(clientKey, order()).isEmpty());
-        QVERIFY2(m_fixture->hasLogged("SignRequest failed while signing url https://127.0.0.1/api/echo: " + reason),
-                 qPrintable(m_fixture->logger->texts().last()));
-    }
-
-    void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed_data() {
-        const TestKit::Columns<bool> row("isSigning");
-        row("SignRequest", true);
-        row("GetAccessToken", false);
-    }
-
     // A sign-in holds the lock until the service has answered.
     void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed() {
-        QFETCH(bool, isSigning);
-        delay("request-token", 500);
-        m_fixture->logger->clear();
-        std::thread signingIn([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success); });
-        QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
-        std::thread caller([&] {
-            Util::SecretBytes token;
-            Util::SecretBytes tokenSecret;
-            QVERIFY(isSigning ? !m_session->SignRequest(key, order()).isEmpty()
-                              : m_session->GetAccessToken(key, true, token, tokenSecret));
+        const TestKit::Rows row(this, [&](bool isSigning) {
+            delay("request-token", 500);
+            m_fixture->logger->clear();
+            std::thread signingIn([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success); });
+            QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
+            std::thread caller([&] {
+                Util::SecretBytes token;
+                Util::SecretBytes tokenSecret;
+                QVERIFY(isSigning ? !m_session->SignRequest(key, order()).isEmpty()
+                                  : m_session->GetAccessToken(key, true, token, tokenSecret));
+            });
+            QTRY_VERIFY(m_fixture->hasLogged(isSigning ? "SignRequest: Acquiring login" : "GetAccessToken: Acquiring login"));
+            expire();
+            signingIn.join();
+            caller.join();
+            QVERIFY(m_fixture->hasLogged("Token refreshed successfully."));
         });
-        QTRY_VERIFY(m_fixture->hasLogged(isSigning ? "SignRequest: Acquiring login" : "GetAccessToken: Acquiring login"));
-        expire();
-        signingIn.join();
-        caller.join();
-        QVERIFY(m_fixture->hasLogged("Token refreshed successfully."));
+        row("SignRequest", true);
+        row("GetAccessToken", false);
     }
 
     void aSignOutElsewhereWinsOverARefresh() {
