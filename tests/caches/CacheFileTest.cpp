@@ -3,7 +3,6 @@
 #include "Caches/CacheStorage.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Locks/ProcessGuard.h"
 

@@ -1,7 +1,6 @@
 // Cached replies over sign-in, sign-out, refresh and restart, against the account service, which checks every signature.
 
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -53,8 +52,7 @@ private slots:
                 QTRY_VERIFY(m_fixture->hasLogged("User Info: Cache cleared"));
             m_session.reset();
             QCOMPARE(cacheFile().contains("<UserInfo "), !isInvalidated);
-            const auto other = m_fixture->makeSession();
-            QVERIFY(other->RestoreLogin(key, false));
+            const auto other = m_fixture->restoredSession();
             const auto info = other->caches().userInfo(key);
             QCOMPARE(info ? info->userName : QString(), isInvalidated ? QString() : QStringLiteral("ada"));
             QVERIFY(isInvalidated || m_service.requests("account") == 1);
@@ -78,16 +76,14 @@ private slots:
         QCOMPARE(m_fixture->logger->count("User Info: TokenRefreshed event received"), 1);
         QCOMPARE(m_service.requests("account"), 1);
         m_session.reset();
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = m_fixture->restoredSession();
         QVERIFY(other->caches().userInfo(key));
         QVERIFY(m_fixture->hasLogged("User Info: Discarding cache since access token has changed"));
         QCOMPARE(m_service.requests("account"), 2);
     }
 
     void aSignOutDeletesEverything() {
-        const auto second = m_fixture->makeSession(secondKey, secondSecret);
-        second->RestoreLogin(secondKey, false);
+        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
         QTRY_VERIFY(second->isLoggedIn(secondKey));
         QVERIFY(m_session->caches().userInfo(key));
         QVERIFY(second->caches().userInfo(secondKey));

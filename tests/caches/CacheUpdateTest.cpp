@@ -2,7 +2,6 @@
 
 #include "TestKit/CacheFixture.h"
 #include "TestKit/Platform/SystemFacts.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 #include <QTcpServer>
@@ -248,18 +247,6 @@ private slots:
         m_caches->door.post(&CacheStore::TokenRefreshed);
         QTRY_VERIFY(m_caches->door.isAvailable(CacheType::UserInfo));
         QCOMPARE(m_fixture->logged("User Info: TokenRefreshed event received"), 1);
-    }
-
-    void aSignOutWinsOverAReply() {
-        TestKit::Script slow{answer("200 OK", CacheFixture::userReply("ada"))};
-        slow.delayInMsec = 300;
-        m_fixture->server.setScript(m_fixture->userPath, slow);
-        start();
-        QVERIFY(m_fixture->server.waitForRequest(m_fixture->userPath));
-        m_fixture->owner.loggedIn = false;
-        QTRY_VERIFY(m_fixture->logged("User Info: Update finished") > 0);
-        QVERIFY(!m_caches->door.isAvailable(CacheType::UserInfo));
-        QVERIFY(!m_fixture->fileContents().contains("ada"));
     }
 
     void anInvalidatedValueIsAskedForAgain() {

@@ -5,10 +5,6 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/Test.h"
 
-#include <QJsonDocument>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-
 using namespace Velquor::TestKit;
 
 namespace {
@@ -77,7 +73,7 @@ private slots:
             for (Product* const product : {&one, &other}) {
                 const QByteArray header = product->ask("sign " + echo());
                 QVERIFY2(header.startsWith("0 OAuth "), header.constData());
-                QCOMPARE(userWhoAsks(header.mid(2)), QStringLiteral("ada"));
+                QCOMPARE(m_service.userWhoAsks(echo(), header.mid(2)), QStringLiteral("ada"));
             }
             QCOMPARE(other.ask("logout"), QByteArray("0"));
             QVERIFY(one.hears("event 3"));
@@ -123,15 +119,6 @@ private slots:
 private:
     [[nodiscard]] QByteArray echo() const {
         return m_service.url().toLatin1() + "/api/echo";
-    }
-
-    QString userWhoAsks(const QByteArray& header) const {
-        QNetworkAccessManager manager;
-        QNetworkRequest request(QUrl(QString::fromLatin1(echo())));
-        request.setRawHeader("Authorization", header);
-        const std::unique_ptr<QNetworkReply> reply(manager.get(request));
-        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        return finished.wait(20000) ? QJsonDocument::fromJson(reply->readAll()).object().value("user").toString() : QString();
     }
 
     AccountServiceProcess m_service;

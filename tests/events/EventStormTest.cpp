@@ -2,7 +2,6 @@
 
 #include "TestKit/EventStorm.h"
 #include "TestKit/Platform/SystemFacts.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "TestKit/WaitFor.h"
 

@@ -96,10 +96,7 @@ private slots:
         Hook hook;
         m_session->observers().add(&hook);
         bool isDone = false;
-        std::thread worker([this, &isDone] {
-            QNetworkReply::NetworkError error = QNetworkReply::NoError;
-            isDone = m_session->Logout(key, error, true);
-        });
+        std::thread worker([this, &isDone] { isDone = signOut(*m_session); });
         const QStringList expected{"AboutToLogout", "LoggingOut", "LoggedOut"};
         const bool isHeard = QTest::qWaitFor([&] { return hook.heard == expected; }, 10000);
         worker.join();
@@ -116,16 +113,14 @@ private slots:
         m_fixture->notifiesProcesses = true;
         m_session = m_fixture->makeSession();
         signIn(*m_session);
-        const TestKit::SessionUnderTest other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const TestKit::SessionUnderTest other = m_fixture->restoredSession();
         QTest::qWait(300);
         Hook hook;
         m_session->observers().add(&hook);
         delay("request-token", 1500);
         std::thread worker([this] { (void)m_session->InitiateLogin(key, QString()); });
         QTest::qWait(200);
-        QNetworkReply::NetworkError error = QNetworkReply::NoError;
-        const bool isDone = other->Logout(key, error, true);
+        const bool isDone = signOut(*other);
         const bool isEarly = hook.heard.contains("LoggedOut");
         worker.join();
         QVERIFY(isDone && !isEarly);
@@ -165,8 +160,7 @@ private slots:
     void theServerMayChangeAfterASignOutElsewhere() {
         m_session = m_fixture->makeSession();
         signIn(*m_session);
-        const TestKit::SessionUnderTest other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const TestKit::SessionUnderTest other = m_fixture->restoredSession();
         QVERIFY(signOut(*other));
         QVERIFY(m_session->ChangeServer(key, Staging, false));
     }

@@ -2,7 +2,6 @@
 // key, and after the end of the library; and what it does with the caller's buffers.
 
 #include "TestKit/AccountServiceProcess.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 #include <VqWebServices/IWebServicesManager.h>

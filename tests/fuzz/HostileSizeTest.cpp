@@ -1,7 +1,6 @@
 // Texts of the largest size that a server or a file may have, shaped so that a careless reader takes minutes for them.
 
 #include "FuzzTargets.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 using namespace Velquor;

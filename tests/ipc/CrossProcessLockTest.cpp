@@ -2,7 +2,6 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
 
@@ -87,25 +86,6 @@ private slots:
         });
         row("long-lived", 4, 1, 100);
         row("short-lived", 4, 8, 3);
-    }
-
-    // A process that dies inside the lock has done its work or not. The work of others is not lost, and they do not wait.
-    void aKillInsideTheLockLosesNothingOfOthers() {
-        int acknowledged = 0;
-        constexpr int kills = 12;
-        const auto survivor = run("bump", 150);
-        for (int round = 0; round < kills; ++round) {
-            const auto victim = run("bump", 100000);
-            QVERIFY(victim->waitForReadyRead(10000));
-            QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(1, 20)));
-            victim->kill();
-            QVERIFY(victim->waitForFinished(10000));
-            acknowledged += victim->readAllStandardOutput().count('+');
-        }
-        QVERIFY(survivor->finish());
-        acknowledged += 150;
-        QVERIFY2(counter() >= acknowledged && counter() <= acknowledged + kills,
-                 qPrintable(QStringLiteral("%1 counted, %2 acknowledged").arg(counter()).arg(acknowledged)));
     }
 
 private:

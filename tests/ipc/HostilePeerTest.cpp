@@ -1,5 +1,4 @@
 #include "TestKit/MessagingTest.h"
-#include "TestKit/Soak.h"
 #include "VqUtil/Messaging/MessageCodec.h"
 #include "VqUtil/Messaging/MessageFrame.h"
 #include "VqUtil/Messaging/PeerIdentity.h"

@@ -1,6 +1,5 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Locks/CrossProcessLock.h"
 #include "VqUtil/Locks/NamedSemaphore.h"
@@ -50,38 +49,36 @@ private slots:
         QCOMPARE(count(), 0);
     }
 
-    void anUnusableKeyFileCostsTheSemaphoreAlone_data() {
+    void anUnusableKeyFileCostsTheSemaphoreAlone() {
         // link: what the key file's name leads to; the file itself is another user's when there is none
-        const TestKit::Columns<QString> row("link");
+        const TestKit::Rows row(this, [&](const QString& link) {
+            const bool isOthers = link.isEmpty() || link == "semaphore";
+            constexpr uid_t nobody = 65534;
+            if (isOthers) {
+                const int id = object(IPC_CREAT);
+                semid_ds owned{};
+                owned.sem_perm.uid = nobody;
+                owned.sem_perm.mode = 0666;
+                QVERIFY(link.isEmpty() ? ::chown(keyFile().constData(), nobody, nobody) == 0
+                                       : ::semctl(id, 0, IPC_SET, &owned) == 0);
+            } else {
+                removeObject();
+                QVERIFY(::symlink(QFile::encodeName(link).constData(), keyFile().constData()) == 0);
+            }
+            CrossProcessLock lock = makeLock();
+            const TestKit::Stopwatch timer;
+            QVERIFY(lock.acquire(60000));
+            QVERIFY2(timer.elapsed() < TestKit::limitMs(500), qPrintable(QString::number(timer.elapsed())));
+            QCOMPARE(m_logger->texts(Log::Level::Error).size(), 1);
+            QVERIFY(!QFile::exists(QDir::tempPath() + "/elsewhere"));
+        });
         row("a circle of links", QString::fromLocal8Bit(keyFile()));
         row("a file elsewhere", QDir::tempPath() + "/elsewhere");
         row("a folder", QDir::tempPath());
+        if (::geteuid() != 0)
+            QSKIP("Only the administrator can make what is another user's");
         row("another user's file", "");
         row("another user's semaphore", "semaphore");
-    }
-
-    void anUnusableKeyFileCostsTheSemaphoreAlone() {
-        QFETCH(QString, link);
-        const bool isOthers = link.isEmpty() || link == "semaphore";
-        if (isOthers && ::geteuid() != 0)
-            QSKIP("Only the administrator can make what is another user's");
-        constexpr uid_t nobody = 65534;
-        if (isOthers) {
-            const int id = object(IPC_CREAT);
-            semid_ds owned{};
-            owned.sem_perm.uid = nobody;
-            owned.sem_perm.mode = 0666;
-            QVERIFY(link.isEmpty() ? ::chown(keyFile().constData(), nobody, nobody) == 0 : ::semctl(id, 0, IPC_SET, &owned) == 0);
-        } else {
-            removeObject();
-            QVERIFY(::symlink(QFile::encodeName(link).constData(), keyFile().constData()) == 0);
-        }
-        CrossProcessLock lock = makeLock();
-        const TestKit::Stopwatch timer;
-        QVERIFY(lock.acquire(60000));
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(500), qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 1);
-        QVERIFY(!QFile::exists(QDir::tempPath() + "/elsewhere"));
     }
 
     void aProgramWithThePlainSemaphoreWaitsForUs() {

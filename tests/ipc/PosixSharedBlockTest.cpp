@@ -80,25 +80,25 @@ private slots:
     }
 
     void blocksOfOthersAreRefused() {
-        const Velquor::TestKit::Rows row(this, [&](const QString& what) {
-            if (what == QLatin1String("open to others"))
-                QVERIFY(makeFile("theirs") && ::chmod(QFile::encodeName(path()).constData(), 0666) == 0);
-            else if (what == QLatin1String("link"))
-                QVERIFY(makeFile("theirs") && QFile::rename(path(), path() + QStringLiteral("2"))
-                        && QFile::link(path() + QStringLiteral("2"), path()));
-            else if (what == QLatin1String("folder"))
-                QVERIFY(QDir().mkdir(path()));
-            else
-                m_folder->remove();
+        const Velquor::TestKit::Rows row(this, [&](const std::function<bool()>& makeIt, bool isThere) {
+            QVERIFY(makeIt());
             auto block = open();
             QVERIFY(block->attach() != Result::Done);
             QCOMPARE(block->create(4096), Result::Failed);
             QVERIFY(!block->errorText().isEmpty() && !block->isAttached());
             block.reset();
-            QCOMPARE(QFileInfo::exists(path()), what != QLatin1String("no folder"));
+            QCOMPARE(QFileInfo::exists(path()), isThere);
         });
-        for (const char* what : {"open to others", "link", "folder", "no folder"})
-            row(what, QString::fromLatin1(what));
+        row(
+            "open to others", [&] { return makeFile("theirs") && ::chmod(QFile::encodeName(path()).constData(), 0666) == 0; },
+            true);
+        const auto link = [&] { return QFile::rename(path(), path() + '2') && QFile::link(path() + '2', path()); };
+        row(
+            "link", [&] { return makeFile("theirs") && link(); }, true);
+        row(
+            "folder", [&] { return QDir().mkdir(path()); }, true);
+        row(
+            "no folder", [&] { return m_folder->remove(); }, false);
     }
 
     void onlyAPrivateRuntimeFolderIsUsed() {

@@ -1,6 +1,5 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/ProcessState/ProcessState.h"
 

@@ -102,16 +102,6 @@ private slots:
         row("bool and text", flag(refresh), flag(refresh, "TRUE"), true);
     }
 
-    void ownFlagsAreIgnored() {
-        const auto own = process(1);
-        own->setPropertyMap(flag("A"));
-        QVERIFY(!own->queryProperty(flag("A")));
-        const auto other = process(2);
-        QVERIFY(other->queryProperty(flag("A")));
-        other->setPropertyMap(flag("A"));
-        QVERIFY(own->queryProperty(flag("A")));
-    }
-
     void theDeadCountForNothing() {
         const auto victim = process(1);
         const auto reused = process(2);

@@ -1,8 +1,6 @@
 #include "Network/NetworkOperation.h"
 #include "NetworkFixture.h"
 
-#include <QSignalSpy>
-
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;

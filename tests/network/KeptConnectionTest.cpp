@@ -5,8 +5,6 @@
 #include "Network/RunGet.h"
 #include "NetworkFixture.h"
 
-#include <QSignalSpy>
-
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;

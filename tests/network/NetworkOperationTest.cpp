@@ -3,9 +3,6 @@
 #include "Network/RunGet.h"
 #include "Network/UserAgent.h"
 #include "NetworkFixture.h"
-#include "TestKit/Soak.h"
-
-#include <QSignalSpy>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;

@@ -10,7 +10,6 @@
 #include "TestKit/ProxyProcess.h"
 #include "TestKit/ScriptedPrompt.h"
 #include "TestKit/SessionFixture.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Prompt/CredentialPrompt.h"
 

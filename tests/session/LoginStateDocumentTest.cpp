@@ -1,7 +1,6 @@
 // The text of the login state file: files as programs have written them, and what a change touches.
 
 #include "Session/State/LoginStateDocument.h"
-#include "TestKit/Files.h"
 #include "TestKit/Test.h"
 
 #include <QDir>

@@ -7,7 +7,6 @@
 #include "TestKit/Test.h"
 
 #include <QDomDocument>
-#include <optional>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -59,34 +58,36 @@ private slots:
     }
 
     // Support must see whether a line is about a read, or about the read in a save.
-    void theLogTellsWhatIsDoneWithTheFile_data() {
-        const TestKit::Columns<bool, QStringList> row("isSave", "lines");
+    void theLogTellsWhatIsDoneWithTheFile() {
+        using Act = std::function<void(LoginStateFile & file)>;
+        const TestKit::Rows row(this, [&](const Act& act, const QStringList& lines) {
+            m_fixture->writeFile("<WebServices/>");
+            LoginStateFile file = m_fixture->stateFile();
+            act(file);
+            QCOMPARE(m_fixture->logger->texts(), lines);
+        });
+        const auto save = [](auto& file) { (void)file.write(*file.readForSaving()); };
+        const auto saveAnew = [&](auto& file) {
+            QFile::remove(m_fixture->file());
+            save(file);
+        };
+        const auto saveOnFullDisk = [&](auto& file) {
+            LoginStateFile full(std::make_shared<FullDisk>(m_fixture->file(), m_fixture->logger), m_fixture->services().now,
+                                m_fixture->logger);
+            (void)full.write(*file.readForSaving());
+        };
+        const auto readBlocked = [&](auto& file) {
+            const TestKit::BlockedFile blocked(m_fixture->file());
+            (void)file.read();
+        };
         const QStringList read{"Reading login state file", "Finished reading login state file"};
         const QStringList written{"Writing login state file", "Finished writing login state file successfully"};
-        row("read", false, {read.first(), "Finished reading login state file successfully"});
-        row("missing when saved", true, read + written);
-        row("saved", true, read + written);
-        row("cannot be read", false, {read.first(), "Failed to read file", "Reason: It is not a regular file"});
-        row("cannot be written", true, read + QStringList{written.first(), "Failed to write login state file", "Reason: full"});
-    }
-
-    void theLogTellsWhatIsDoneWithTheFile() {
-        QFETCH(bool, isSave);
-        QFETCH(QStringList, lines);
-        const QByteArray what = QTest::currentDataTag();
-        if (!what.contains("missing"))
-            m_fixture->writeFile("<WebServices/>");
-        std::optional<TestKit::BlockedFile> blocked;
-        if (what == "cannot be read")
-            blocked.emplace(m_fixture->file());
-        LoginStateFile file = m_fixture->stateFile();
-        LoginStateFile onFullDisk(std::make_shared<FullDisk>(m_fixture->file(), m_fixture->logger), m_fixture->services().now,
-                                  m_fixture->logger);
-        if (isSave)
-            (void)(what == "cannot be written" ? onFullDisk : file).write(*file.readForSaving());
-        else
-            (void)file.read();
-        QCOMPARE(m_fixture->logger->texts(), lines);
+        row("read", [](auto& file) { (void)file.read(); }, {read.first(), "Finished reading login state file successfully"});
+        row("missing when saved", saveAnew, read + written);
+        row("saved", save, read + written);
+        row("cannot be read", readBlocked, {read.first(), "Failed to read file", "Reason: It is not a regular file"});
+        row("cannot be written", saveOnFullDisk,
+            read + QStringList{written.first(), "Failed to write login state file", "Reason: full"});
     }
 
     void aSaveKeepsTheProductsOfOthers() {
@@ -107,35 +108,6 @@ private slots:
         QCOMPARE(third.token(otherKey), QByteArray("token of other-product-0002"));
     }
 
-    // A clock that was put right, or a server that shortens its lifetimes, makes new tokens that end before the old ones.
-    void theTokensObtainedLastAreKept() {
-        const TestKit::Rows row(this, [&](int lifetime) {
-            const QDateTime now = QDateTime::currentDateTimeUtc();
-            Process first(*m_fixture);
-            first.restore();
-            first.signIn("ada", now.addSecs(60));
-            first.save();
-            Process second(*m_fixture);
-            second.restore();
-            second.takeTokens(now.addSecs(lifetime), "refreshed");
-            QCOMPARE(second.saveTokens(), LoginStateStore::Result::Saved);
-            // The first process knows nothing of it yet, and saves something else.
-            QCOMPARE(first.save(), LoginStateStore::Result::Saved);
-            QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed"));
-            first.lookAtFile();
-            QCOMPARE(first.token(demoKey), QByteArray("refreshed"));
-            // What was just obtained stands whatever the file holds.
-            first.takeTokens(now.addSecs(lifetime - 10), "refreshed again");
-            second.takeTokens(now.addSecs(lifetime), "refreshed last");
-            first.saveTokens();
-            second.saveTokens();
-            QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed last"));
-        });
-        row("ends later", 3600);
-        row("ends at the same time", 60);
-        row("ends earlier", 30);
-    }
-
     void aSignOutElsewhereWins() {
         Process first(*m_fixture);
         first.restoreAndSignIn();
@@ -145,20 +117,6 @@ private slots:
         first.save();
         QVERIFY(m_fixture->element({"LoginSession"}).isNull());
         QVERIFY(m_fixture->hasLogged("The user was signed out by another process"));
-    }
-
-    void aLaterSignInElsewhereWins() {
-        Process first(*m_fixture);
-        first.restoreAndSignIn();
-        m_fixture->clockOffset = 60;
-        Process second(*m_fixture, otherKey);
-        second.restore();
-        second.signIn("bob");
-        second.save();
-        first.save();
-        QCOMPARE(m_fixture->element({"LoginSession"}).attribute("UserName"), QStringLiteral("bob"));
-        // Nothing of the first user may stand under the name of the second.
-        QVERIFY(!m_fixture->fileContents().contains("demo-product-0001"));
     }
 
     void aSaveKeepsTheSettingsOfOthers() {

@@ -52,13 +52,6 @@ private slots:
         QCOMPARE(logged(setting()), 2);
     }
 
-    void credentialsAreLoadedWithTheLogin() {
-        QVERIFY(set());
-        startAnotherProcess();
-        m_session->RestoreLogin("demo-product-0001", false);
-        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
-    }
-
     void thePasswordIsEncryptedDifferentlyAtEachSave() {
         QVERIFY(set());
         const QByteArray first = m_fixture->fileContents();
@@ -168,16 +161,6 @@ private slots:
             row(qPrintable(QStringLiteral("type '%1'").arg(bad)),
                 QByteArray("<ProxySettings Type=\"" + QByteArray(bad) + "\" Host=\"h\" Port=\"8080\" User=\"u\"/>"), false);
         row("a host of two lines", "<ProxySettings Type=\"3\" Host=\"a&#10;b\" Port=\"8080\" User=\"u\"/>", false);
-    }
-
-    void aDamagedFileIsSetAside() {
-        m_fixture->writeFile("<WebServices><LoginSession>");
-        QVERIFY(set());
-        startAnotherProcess();
-        m_session->loadProxyInfo();
-        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
-        const QStringList aside = QDir(m_fixture->folder.path()).entryList({"LoginState.xml.*"}, QDir::Files);
-        QCOMPARE(aside.size(), 1);
     }
 
     void credentialsAreUsedAlthoughTheFileCannotBeWritten() {

@@ -1,7 +1,6 @@
 // Many processes save at once, each its own product: no save loses the product of another, and none takes long.
 
 #include "TestKit/SaveHelper.h"
-#include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"

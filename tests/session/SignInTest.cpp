@@ -3,10 +3,6 @@
 #include "Network/NetworkThreads.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
-
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -19,16 +15,6 @@ private slots:
     void init() {
         startOver();
         m_session = m_fixture->makeSession();
-    }
-
-    void aSignInIsAcceptedByTheService() {
-        TestKit::RecordingObserver<> observer;
-        m_session->observers().add(&observer);
-        signIn(*m_session);
-        QCOMPARE(observer.heard, QStringList({"LoginRestored", "LoggedIn"}));
-        QVERIFY(m_session->isLoginValid(key));
-        QCOMPARE(m_session->basicState().userName, QStringLiteral("ada"));
-        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
     }
 
     void exchangesThatFollowEachOtherShareAConnection() {
@@ -47,18 +33,9 @@ private slots:
         QCOMPARE(connections.size(), 1);
     }
 
-    void aRestartedProcessAndAnotherOneAreSignedIn() {
-        signIn(*m_session);
-        m_session.reset();
-        m_session = m_fixture->makeSession();
-        QVERIFY(m_session->RestoreLogin(key, false));
-        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
-    }
-
     void aSignOutReachesTheOtherProcess() {
         signIn(*m_session);
-        const auto other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const auto other = m_fixture->restoredSession();
         TestKit::RecordingObserver<> observer;
         other->observers().add(&observer);
         QNetworkReply::NetworkError error = QNetworkReply::UnknownNetworkError;
@@ -72,7 +49,7 @@ private slots:
         signIn(*m_session);
         QVERIFY(other->isLoggedIn(key));
         QCOMPARE(observer.heard, QStringList({"LoggedOut", "LoggedIn"}));
-        QCOMPARE(sendSigned(*other).value("user").toString(), QStringLiteral("ada"));
+        QCOMPARE(userWhoAsks(*other), QStringLiteral("ada"));
     }
 
     void aSignInBeforeTheConfigurationIsRefused() {
@@ -173,8 +150,7 @@ private slots:
 
     void givesUpWithinTheTimeOutWhenTheServiceDoesNotAnswer() {
         m_fixture->exchangeTimeoutMs = 300;
-        m_session = m_fixture->makeSession();
-        m_session->RestoreLogin(key, false);
+        m_session = m_fixture->restoredSession();
         delay("request-token", 60000, -1);
         const TestKit::Stopwatch timer;
         QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NoReply);
@@ -220,8 +196,7 @@ private slots:
         jar.AddCookie(cookie);
         QCOMPARE(m_session->CompleteLogin(key, &jar), LoginCode::success);
         QVERIFY(!m_fixture->fileContents().contains("cookie-canary"));
-        const auto other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const auto other = m_fixture->restoredSession();
         QString url;
         NetworkCookieJar returned;
         QVERIFY(other->InitiateLogout(key, url, returned));
@@ -279,7 +254,7 @@ private slots:
         });
         QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
         QVERIFY(called);
-        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
+        QCOMPARE(userWhoAsks(*m_session), QStringLiteral("ada"));
     }
 
     void signsOutHereWhenTheServiceCannotBeReached() {
@@ -338,14 +313,8 @@ private:
         return made;
     }
 
-    QJsonObject sendSigned(LoginSession& session) const {
-        QNetworkAccessManager manager;
-        QNetworkRequest request(QUrl::fromEncoded(order().request.url));
-        request.setRawHeader("Authorization", session.SignRequest(key, order()));
-        const std::unique_ptr<QNetworkReply> reply(manager.get(request));
-        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        finished.wait(10000);
-        return QJsonDocument::fromJson(reply->readAll()).object();
+    QString userWhoAsks(LoginSession& session) const {
+        return m_service.userWhoAsks(order().request.url, session.SignRequest(key, order()));
     }
 };
 

@@ -53,8 +53,7 @@ private slots:
                 QCOMPARE(accessToken(*session), token);
             }
             QCOMPARE(m_fixture->userInFile(), user);
-            const auto next = m_fixture->makeSession();
-            next->RestoreLogin(key, false);
+            const auto next = m_fixture->restoredSession();
             QCOMPARE(accessToken(*next), token);
         });
         for (const QByteArray then : {"calls", "another process writes", "ends"}) {
@@ -133,8 +132,7 @@ private slots:
     // The sign-in that happens now counts, whatever the clocks say.
     void aSignInReplacesOneOfALaterDate() {
         const TestKit::Rows row(this, [&](int ahead, bool isKnown) {
-            const auto session = m_fixture->makeSession();
-            session->RestoreLogin(key, false);
+            const auto session = m_fixture->restoredSession();
             Process late(*m_fixture);
             late.restore();
             m_fixture->clockOffset = ahead;
@@ -160,8 +158,7 @@ private slots:
     void aForcedRestoreAppliesASignOutElsewhere() {
         Process other(*m_fixture);
         other.restoreAndSignIn();
-        const auto session = m_fixture->makeSession();
-        session->RestoreLogin(key, false);
+        const auto session = m_fixture->restoredSession();
         QVERIFY(session->isLoggedIn(key));
         TestKit::RecordingObserver<> observer;
         session->observers().add(&observer);
@@ -201,13 +198,12 @@ private slots:
 
 private:
     void act(LoginSession& session, const QByteArray& step) {
-        QNetworkReply::NetworkError error = QNetworkReply::NoError;
         if (step == "refresh")
             QVERIFY(session.RefreshToken(key, true));
         else if (step == "sign in")
             signInAgain(session, key, bobOfTheService);
         else
-            QVERIFY(session.Logout(key, error, true));
+            QVERIFY(signOut(session));
     }
 };
 

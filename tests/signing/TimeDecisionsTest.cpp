@@ -146,24 +146,6 @@ private Q_SLOTS:
         QVERIFY(schedule.decide(later).reason == UpdateReason::None);
     }
 
-    void retriesQuicklyFiveTimesAndThenSlowly() {
-        UpdateSchedule schedule{TimeServiceOptions()};
-        ClockReading now{known * 1000, 5000};
-        QList<qint64> waits;
-        for (int failure = 1; failure <= 8; ++failure) {
-            const qint64 wait = schedule.failed(now, 2);
-            waits += wait;
-            QCOMPARE(checkInterval(schedule.retriesQuickly()), wait == 5000 ? qint64(5200) : qint64(10000));
-            QVERIFY(schedule.decide({now.time + wait - 1, now.ticks + wait - 1}).reason == UpdateReason::None);
-            now = {now.time + wait, now.ticks + wait};
-            QVERIFY(schedule.decide(now).reason == UpdateReason::First);
-        }
-        QCOMPARE(waits, (QList<qint64>{5000, 5000, 5000, 5000, 5000, 900000, 900000, 900000}));
-        schedule.succeeded(now);
-        QVERIFY(!schedule.retriesQuickly());
-        QCOMPARE(schedule.failed(now, 2), qint64(5000));
-    }
-
     void followsRedirectsToHttpUrlsOnly() {
         const TestKit::Rows row([](const QByteArray& location, const QString& target) {
             const QUrl found = redirectTarget(QUrl("https://a.example/old"), location);

@@ -4,7 +4,6 @@
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "Time/SystemTimeSource.h"
 #include "Time/TimeServiceImp.h"

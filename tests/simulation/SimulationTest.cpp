@@ -1,4 +1,3 @@
-#include "TestKit/Columns.h"
 #include "TestKit/Test.h"
 #include "simulation/Library/Household.h"
 #include "simulation/Platform/OneCore.h"

@@ -17,8 +17,7 @@ private slots:
     void anotherProcessUsesTheTokenInTheFile() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         const QString first = ask(rt);
-        const auto other = makeSession({rt});
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = restoredSession({rt});
         QCOMPARE(askOf(*other, rt), first);
         // Expired in both by now, it is renewed by the first one that needs it.
         m_fixture->clockOffset += hour + 1;
@@ -30,8 +29,7 @@ private slots:
 
     void aSignOutMeanwhileWins() {
         const TestKit::Rows row(this, [&](bool isRefresh, const QString& logged) {
-            const auto other = makeSession({});
-            QVERIFY(other->RestoreLogin(key, false));
+            const auto other = restoredSession({});
             if (isRefresh) {
                 m_session->oauth2().EnableOAuth2(key, rt);
                 QVERIFY(!ask(rt).isEmpty());

@@ -47,6 +47,12 @@ protected:
         session->SetConfiguration(key, configuration);
         return session;
     }
+    TestKit::SessionUnderTest restoredSession(const QVector<OAuth2TokenSpec>& specs,
+                                              const WebServicesConfiguration& configuration = oauth2Configuration()) {
+        const TestKit::SessionUnderTest session = makeSession(specs, configuration);
+        session->RestoreLogin(key, false);
+        return session;
+    }
 
     static QString askOf(LoginSession& session, const OAuth2TokenSpec& spec) {
         return QString::fromWCharArray(session.oauth2().GetOAuth2AccessToken(key, &spec, true).GetToken());
@@ -95,11 +101,7 @@ protected:
     }
 
     void putSecret(QDomElement& parent, const char* name, const char* clear) const {
-        parent.removeChild(parent.firstChildElement(name));
-        QDomDocument document = parent.ownerDocument();
-        QDomElement child = document.createElement(name);
-        child.appendChild(document.createCDATASection(QString::fromLatin1(m_fixture->cryptor->encrypt(clear))));
-        parent.appendChild(child);
+        TestKit::setSecret(parent, name, m_fixture->cryptor->encrypt(clear));
     }
 
     QDomElement tokenElement(const QDomElement& tokens, const char* type, const char* scope, const char* clear) const {

@@ -1,7 +1,6 @@
 // OAuth2 tokens against the account service: how they are asked for, and what must be true for it.
 
 #include "OAuth2Fixture.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -74,8 +73,7 @@ private slots:
     }
 
     void withoutKeysNothingIsAsked() {
-        m_session = makeSession({rt}, TestKit::SessionFixture::configuration(key, "demo-secret-0001"));
-        QVERIFY(m_session->RestoreLogin(key, false));
+        m_session = restoredSession({rt}, TestKit::SessionFixture::configuration(key, "demo-secret-0001"));
         QVERIFY(m_fixture->hasLogged("OAuth2 enabled, but OAuth2 consumer keys are not set for Production server."));
         QVERIFY(ask(rt).isEmpty());
         QVERIFY(m_fixture->hasLogged("Cannot query OAuth2 token. OAuth2 keys not set."));
@@ -111,8 +109,7 @@ private slots:
 
     // The OAuth 1.0 token that a query was sent with is renewed by another process before the service looks at it.
     void asksAgainWithTheNewAccessToken() {
-        const auto other = makeSession({});
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = restoredSession({});
         slowDown(1500);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         QTRY_VERIFY(m_fixture->hasLogged("Getting OAuth2 token"));
@@ -139,8 +136,7 @@ private slots:
     void mayBeStoppedAtAnyMoment() {
         qint64 longest = 0;
         for (int round = 0; round < 20; ++round) {
-            auto session = makeSession({rt, jwt});
-            session->RestoreLogin(key, false);
+            auto session = restoredSession({rt, jwt});
             m_fixture->clockOffset += hour + 1;
             std::thread caller([&] {
                 (void)askOf(*session, rt);

@@ -2,7 +2,6 @@
 
 #include "OAuth2Fixture.h"
 #include "TestKit/RecordingObserver.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -20,8 +19,7 @@ private slots:
     void aRefreshOfAnotherProcessIsWaitedFor() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, jwt));
         const QString first = ask(jwt);
-        const auto other = makeSession({jwt});
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = restoredSession({jwt});
         slowDown(700);
         QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &jwt, false));
         QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token: "));
@@ -37,8 +35,7 @@ private slots:
         const TestKit::Rows row(this, [&](bool oauth2First) {
             QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
             QVERIFY(!ask(rt).isEmpty());
-            const auto other = makeSession({rt});
-            QVERIFY(other->RestoreLogin(key, false));
+            const auto other = restoredSession({rt});
             QVERIFY(m_service.addFault("*", "delay", {{"delay_ms", 600}}, 1));
             const int before = m_service.requests("access-token");
             const TestKit::Stopwatch timer;

@@ -113,8 +113,7 @@ private slots:
     }
 
     void aSignOutElsewhereWinsOverARefresh() {
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = m_fixture->restoredSession();
         delay("access-token", 700);
         expire();
         std::thread caller([this] { QVERIFY(m_session->SignRequest(key, order()).isEmpty()); });
@@ -128,8 +127,7 @@ private slots:
     }
 
     void aSecondProductSignsInByItself() {
-        const auto second = m_fixture->makeSession(secondKey, secondSecret);
-        QVERIFY(second->RestoreLogin(secondKey, false));
+        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
         QVERIFY(second->isLoggedIn(QString()));
         QTRY_VERIFY(second->isLoggedIn(secondKey));
         QCOMPARE(queries(), 1);
@@ -137,23 +135,14 @@ private slots:
         QVERIFY(!second->SignRequest(secondKey, order()).isEmpty());
         // The file holds both, and the first product's own saves keep the second one's.
         QVERIFY(m_session->RefreshToken(key, true));
-        const auto third = m_fixture->makeSession(secondKey, secondSecret);
-        QVERIFY(third->RestoreLogin(secondKey, false));
+        const auto third = m_fixture->restoredSession(secondKey, secondSecret);
         QCOMPARE(accessToken(*third, secondKey), accessToken(*second, secondKey));
         QCOMPARE(queries(), 2);
     }
 
-    void aSecondProductOfTheSameProcessSignsInAfterTheFirst() {
-        m_session->AddClient({secondKey, 1, "Second", "/opt/second"});
-        QVERIFY(m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret)));
-        QTRY_VERIFY(m_session->isLoggedIn(secondKey));
-        QVERIFY(!m_session->SignRequest(secondKey, order()).isEmpty());
-    }
-
     void anAutomaticSignInIsTriedAgainUntilItIsHopeless() {
         QVERIFY(m_service.addFault("access-token", "status", {{"status", 500}}, 1));
-        const auto second = m_fixture->makeSession(secondKey, secondSecret);
-        QVERIFY(second->RestoreLogin(secondKey, false));
+        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
         QTRY_VERIFY(m_fixture->hasLogged("Token query timer started with interval 5 s"));
         QVERIFY(!second->isLoggedIn(secondKey));
         QVERIFY(m_service.addFault("access-token", "problem", {{"status", 400}, {"problem", "token_rejected"}}, 1));
@@ -233,8 +222,7 @@ private slots:
         TestKit::figure("longest stop at a random moment of a query or refresh", "< 2 s",
                         QStringLiteral("%1 ms (%2 stops)").arg(longest).arg(rounds));
         QVERIFY2(!TestKit::isSoak() || longest < 2000, qPrintable(QString::number(longest)));
-        const auto session = m_fixture->makeSession();
-        QVERIFY(session->RestoreLogin(key, false));
+        const auto session = m_fixture->restoredSession();
         QVERIFY(session->isLoggedIn(key));
     }
 

@@ -256,27 +256,6 @@ private slots:
         }
     }
 
-    void theShippedExamplesHaveEveryKey_data() {
-        const TestKit::Columns<QString> row("name");
-        for (const char* const name : {"VqWebservicesURLs", "VqWebservicesURLs-Staging", "VqWebservicesURLs-Development"})
-            row(name,
-                QStringLiteral("%1/config/%2.config.example").arg(qEnvironmentVariable("VQ_SOURCE_DIR"), QLatin1String(name)));
-    }
-
-    void theShippedExamplesHaveEveryKey() {
-        if (!qEnvironmentVariableIsSet("VQ_SOURCE_DIR"))
-            QSKIP("CTest tells where the sources are");
-        QFETCH(QString, name);
-        const UrlMap urls = readUrlFile(name, *m_logger).value_or(UrlMap());
-        QVERIFY(!urls.isEmpty());
-        QStringList keys{"RequestTokenEndPoint",    "AuthorizationEndPoint",  "AccessTokenEndPoint",      "LogoutEndPoint",
-                         "InvalidateTokenEndPoint", "OAuth2AccountServerUrl", "OAuth2AccessTokenEndPoint"};
-        for (int code = 0; code <= 48; ++code)
-            keys += urlKey(static_cast<WebServicesUrlCode>(code));
-        for (const QString& key : keys)
-            QVERIFY2(urls.contains(key), qPrintable(key));
-    }
-
     void lookUpsDuringChangesFindTheOldOrTheNewUrl() {
         put(productionFile, account("file"));
         std::atomic<int> wrong{0};

@@ -1,4 +1,3 @@
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqLog/KnownSecrets.h"
 #include "VqLog/LogQueue.h"

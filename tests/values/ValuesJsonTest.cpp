@@ -75,14 +75,9 @@ private slots:
         expiry("for ever", "9223372036854775807", std::numeric_limits<qint64>::max());
         refused("empty text", "");
         refused("empty object", "{}");
-        refused("array", "[]");
-        refused("null", "null");
-        refused("HTML", "<html>");
-        refused("trailing junk", "{\"Name\":\"a\"} x");
         refused("cut", "{\"Name\":\"a\"");
         refused("2000 deep", QByteArray("{\"Name\":").repeated(2000) + "1" + QByteArray("}").repeated(2000));
         refused("5 MiB", "{\"Name\":\"" + QByteArray(5 * 1024 * 1024, 'x') + "\"}");
-        refused("bad UTF-8", "{\"Name\":\"\xff\xfe\"}");
         row("missing keys", "{\"x\":1}", true, {}, 0);
         row("wrong types", QByteArray(R"({"Name":5,"Domain":[],"IsSecure":"True","ExpiryDate":"3600"})"), true, {}, 0);
         row("same key twice", QByteArray(R"({"Name":"a","Name":"b"})"), true, "b", 0);
