@@ -2,7 +2,6 @@
 
 /// What nearly every test uses: Qt Test, which brings Qt Core, data tables, threads, times, long forms and files.
 
-#include "TestKit/Columns.h"
 #include "TestKit/Files.h"
 #include "TestKit/Rows.h"
 #include "TestKit/Soak.h"

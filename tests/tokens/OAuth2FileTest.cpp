@@ -12,7 +12,6 @@ class OAuth2FileTest : public OAuth2Fixture {
 
 private slots:
     void init() { begin(); }
-    void cleanup() { end(); }
 
     void anotherProcessUsesTheTokenInTheFile() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));

@@ -32,14 +32,6 @@ protected:
         signIn(*m_session);
     }
 
-    void end() {
-        const bool failed = QTest::currentTestFailed();
-        if (failed && qEnvironmentVariableIsSet("VQ_TEST_LOG"))
-            qInfo().noquote() << m_fixture->logger->texts().join('\n');
-        m_session.reset();
-        m_fixture.reset();
-    }
-
     TestKit::SessionUnderTest makeSession(const QVector<OAuth2TokenSpec>& specs,
                                           const WebServicesConfiguration& configuration = oauth2Configuration()) {
         auto session =

@@ -12,7 +12,6 @@ class OAuth2QueryTest : public OAuth2Fixture {
 
 private slots:
     void init() { begin(); }
-    void cleanup() { end(); }
 
     void queriesAndRefreshesSendTheDocumentedForm() {
         const TestKit::Rows row(this, [&](const OAuth2TokenSpec& spec, const QString& query, const QString& refresh) {

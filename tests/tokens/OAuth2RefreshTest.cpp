@@ -13,7 +13,6 @@ class OAuth2RefreshTest : public OAuth2Fixture {
 
 private slots:
     void init() { begin(); }
-    void cleanup() { end(); }
 
     // Two processes at once: the second one waits for the lock of the first, and finds its token in the file.
     void aRefreshOfAnotherProcessIsWaitedFor() {
