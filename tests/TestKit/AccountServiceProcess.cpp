@@ -20,6 +20,21 @@ namespace {
 
 constexpr int timeoutMs = 60000;
 
+/// Waits for the reply; what it says, and "ok", or nothing when it has failed.
+QJsonObject answerOf(QNetworkReply* sent) {
+    const std::unique_ptr<QNetworkReply> reply(sent);
+    QEventLoop loop;
+    QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    if (!reply->isFinished())
+        loop.exec();
+    if (reply->error() != QNetworkReply::NoError)
+        return {};
+    QJsonObject answer = QJsonDocument::fromJson(reply->readAll()).object();
+    answer.insert("ok", true);
+    return answer;
+}
+
 } // namespace
 
 void AccountServiceProcess::trust(const QString& authorityFile) {
@@ -49,17 +64,7 @@ QJsonObject AccountServiceProcess::control(const QString& path, const QJsonValue
     request.setRawHeader("X-Control-Token", m_token);
     request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
     const QByteArray data = QJsonDocument(body.toObject()).toJson();
-    const std::unique_ptr<QNetworkReply> reply(body.isUndefined() ? manager.get(request) : manager.post(request, data));
-    QEventLoop loop;
-    QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    if (!reply->isFinished())
-        loop.exec();
-    if (reply->error() != QNetworkReply::NoError)
-        return {};
-    QJsonObject answer = QJsonDocument::fromJson(reply->readAll()).object();
-    answer.insert("ok", true);
-    return answer;
+    return answerOf(body.isUndefined() ? manager.get(request) : manager.post(request, data));
 }
 
 bool AccountServiceProcess::approve(const QString& signInUrl, const QString& user) {
@@ -75,6 +80,13 @@ bool AccountServiceProcess::addFault(const QString& endpoint, const QString& kin
 
 bool AccountServiceProcess::reset() {
     return !control("reset", QJsonObject{}).isEmpty();
+}
+
+QString AccountServiceProcess::userWhoAsks(const QByteArray& url, const QByteArray& authorization) const {
+    QNetworkAccessManager manager;
+    QNetworkRequest request(QUrl::fromEncoded(url));
+    request.setRawHeader("Authorization", authorization);
+    return answerOf(manager.get(request)).value("user").toString();
 }
 
 int AccountServiceProcess::requests(const QString& endpoint) {

@@ -35,6 +35,9 @@ public:
     bool addFault(const QString& endpoint, const QString& kind, QJsonObject details = {}, int count = 1);
     bool reset();
 
+    /// The user whom the service finds in a signed request.
+    [[nodiscard]] QString userWhoAsks(const QByteArray& url, const QByteArray& authorization) const;
+
     /// The number of requests to an endpoint since the start, whatever became of them.
     [[nodiscard]] int requests(const QString& endpoint);
 

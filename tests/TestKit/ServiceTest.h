@@ -2,7 +2,6 @@
 
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/SessionFixture.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 namespace Velquor::TestKit {

@@ -44,6 +44,12 @@ SessionUnderTest SessionFixture::makeSession(const QString& key, const QString& 
     return session;
 }
 
+SessionUnderTest SessionFixture::restoredSession(const QString& key, const QString& secret) {
+    const SessionUnderTest session = makeSession(key, secret);
+    session->RestoreLogin(key, false);
+    return session;
+}
+
 WebServices::WebServicesConfiguration SessionFixture::configuration(const QString& key, const QString& secret,
                                                                     WebServices::Server server) {
     WebServices::WebServicesConfiguration made;

@@ -54,6 +54,8 @@ public:
 
     [[nodiscard]] WebServices::Internal::SessionDependencies services();
     [[nodiscard]] SessionUnderTest makeSession(const QString& key = demoKey, const QString& secret = demoSecret);
+    /// A process that starts: it reads the login state file.
+    [[nodiscard]] SessionUnderTest restoredSession(const QString& key = demoKey, const QString& secret = demoSecret);
     [[nodiscard]] static WebServices::WebServicesConfiguration
     configuration(const QString& key, const QString& secret, WebServices::Server server = WebServices::Production);
     /// The same with OAuth2, whose keys are those of OAuth 1.0.

@@ -1,9 +1,10 @@
 #pragma once
 
-/// What nearly every test uses: Qt Test, which brings Qt Core, data tables, threads, times and files.
+/// What nearly every test uses: Qt Test, which brings Qt Core, data tables, threads, times, long forms and files.
 
-#include "TestKit/Columns.h"
 #include "TestKit/Files.h"
+#include "TestKit/Rows.h"
+#include "TestKit/Soak.h"
 #include "TestKit/Stopwatch.h"
 #include "TestKit/Threads.h"
 

@@ -3,7 +3,6 @@
 #include "Caches/CacheStorage.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Locks/ProcessGuard.h"
 
@@ -44,8 +43,13 @@ private slots:
         QVERIFY(hasLogged(QStringLiteral("User Info: Saved cache to cache file %1").arg(path())));
     }
 
-    void anyBodyComesBackUnchanged_data() {
-        const TestKit::Columns<QByteArray> row("body");
+    void anyBodyComesBackUnchanged() {
+        const TestKit::Rows row(this, [&](const QByteArray& body) {
+            place("p").save(identity, {body, date}, always);
+            const CacheStorage::Value value = place("p").load(identity);
+            QCOMPARE(value.body, body);
+            QCOMPARE(value.updateDate, date);
+        });
         row("plain", "<User><Id>7</Id></User>");
         row("not ASCII", "<User>\xf0\x9f\x8e\x89 \xd7\xa9</User>");
         row("a section of its own", "<a><![CDATA[x]]>y<![CDATA[]]></a>");
@@ -54,34 +58,21 @@ private slots:
         row("large", QByteArray("<a>") + QByteArray(3 * 1024 * 1024, 'x') + "</a>");
     }
 
-    void anyBodyComesBackUnchanged() {
-        QFETCH(QByteArray, body);
-        place("p").save(identity, {body, date}, always);
-        const CacheStorage::Value value = place("p").load(identity);
-        QCOMPARE(value.body, body);
-        QCOMPARE(value.updateDate, date);
-    }
-
-    void valuesOfOthersAreNotTaken_data() {
-        const TestKit::Columns<QString, QString, QString, QString> row("server", "user", "hash", "logged");
+    void valuesOfOthersAreNotTaken() {
+        const TestKit::Rows row(this,
+                                [&](const QString& server, const QString& user, const QString& hash, const QString& logged) {
+                                    place("p").save(identity, {"<a/>", date}, always);
+                                    place("q").save(identity, {"<b/>", date}, always);
+                                    QVERIFY(place("p").load({server, user, hash}).body.isEmpty());
+                                    QVERIFY(hasLogged(logged.contains("%1") ? logged.arg(path()) : logged));
+                                    // The other product's value stands, whatever became of this one's.
+                                    QCOMPARE(place("q").load(identity).body, QByteArray("<b/>"));
+                                    QCOMPARE(place("p").load(identity).body.isEmpty(), server != identity.server);
+                                });
         row("server", "Staging", "user-1", "hash-1", "Deleting cache file %1 since server has changed");
         row("user", "Production", "user-2", "hash-1", "Discarding cache since user has changed (from user-1 to user-2)");
         row("token", "Production", "user-1", "hash-2", "Discarding cache since access token has changed");
         row("nobody", "Production", "", "", "Discarding cache since user has changed (from user-1 to )");
-    }
-
-    void valuesOfOthersAreNotTaken() {
-        QFETCH(QString, server);
-        QFETCH(QString, user);
-        QFETCH(QString, hash);
-        QFETCH(QString, logged);
-        place("p").save(identity, {"<a/>", date}, always);
-        place("q").save(identity, {"<b/>", date}, always);
-        QVERIFY(place("p").load({server, user, hash}).body.isEmpty());
-        QVERIFY(hasLogged(logged.contains("%1") ? logged.arg(path()) : logged));
-        // The other product's value stands, whatever became of this one's.
-        QCOMPARE(place("q").load(identity).body, QByteArray("<b/>"));
-        QCOMPARE(place("p").load(identity).body.isEmpty(), server != identity.server);
     }
 
     void productsAndCachesDoNotMeet() {
@@ -109,27 +100,24 @@ private slots:
         QCOMPARE(contents().count("<UserInfo"), 1);
     }
 
-    void rebuildsADamagedFile_data() {
-        const TestKit::Columns<QByteArray, bool> row("damage", "isKept");
+    void rebuildsADamagedFile() {
+        const TestKit::Rows row(this, [&](const QByteArray& damage, bool isKept) {
+            write(damage);
+            QVERIFY(place("p").load(identity).body.isEmpty());
+            QVERIFY(hasLogged(QStringLiteral("User Info: Failed to open cache file %1. Cache will be rebuilt.").arg(path())));
+            place("p").save(identity, {"<a/>", date}, always);
+            QCOMPARE(place("p").load(identity).body, QByteArray("<a/>"));
+            QCOMPARE(QFile::exists(path() + QStringLiteral(".damaged-1")), isKept);
+            // Personal data does not outlive the sign-in in a file that was set aside.
+            QVERIFY(CacheFile::removeAll(path()));
+            QVERIFY(!QFile::exists(path() + QStringLiteral(".damaged-1")));
+            QVERIFY(place("p").load(identity).body.isEmpty());
+        });
         row("empty", {}, false);
         row("cut", "<WebServicesCache><UserInfo Server=\"", true);
         row("another document", "<WebServices/>", true);
         row("entities", "<!DOCTYPE a [<!ENTITY x \"y\">]><WebServicesCache>&x;</WebServicesCache>", true);
         row("too large", "<WebServicesCache>" + QByteArray(33 * 1024 * 1024, ' ') + "</WebServicesCache>", true);
-    }
-
-    void rebuildsADamagedFile() {
-        QFETCH(QByteArray, damage);
-        write(damage);
-        QVERIFY(place("p").load(identity).body.isEmpty());
-        QVERIFY(hasLogged(QStringLiteral("User Info: Failed to open cache file %1. Cache will be rebuilt.").arg(path())));
-        place("p").save(identity, {"<a/>", date}, always);
-        QCOMPARE(place("p").load(identity).body, QByteArray("<a/>"));
-        QTEST(QFile::exists(path() + QStringLiteral(".damaged-1")), "isKept");
-        // Personal data does not outlive the sign-in in a file that was set aside.
-        QVERIFY(CacheFile::removeAll(path()));
-        QVERIFY(!QFile::exists(path() + QStringLiteral(".damaged-1")));
-        QVERIFY(place("p").load(identity).body.isEmpty());
     }
 
     void aMissingFileIsNoError() {

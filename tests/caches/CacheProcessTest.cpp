@@ -3,7 +3,6 @@
 #include "Caches/CacheFile.h"
 #include "TestKit/HelperProcess.h"
 #include "TestKit/Platform/SystemFacts.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 using namespace Velquor;

@@ -1,7 +1,6 @@
 // Cached replies over sign-in, sign-out, refresh and restart, against the account service, which checks every signature.
 
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -43,29 +42,24 @@ private slots:
             QCOMPARE(cacheFile().count(name), 1);
     }
 
-    void anotherProcessStartsFromTheFile_data() {
-        const TestKit::Columns<bool, bool> row("isInvalidated", "isQuick");
+    void anotherProcessStartsFromTheFile() {
+        const TestKit::Rows row(this, [&](bool isInvalidated, bool isQuick) {
+            QVERIFY(m_session->caches().userInfo(key));
+            QVERIFY(m_service.addFault("account", "drop", {}, -1));
+            if (isInvalidated)
+                m_session->caches().InvalidateCache(key, CacheType::UserInfo);
+            if (!isQuick)
+                QTRY_VERIFY(m_fixture->hasLogged("User Info: Cache cleared"));
+            m_session.reset();
+            QCOMPARE(cacheFile().contains("<UserInfo "), !isInvalidated);
+            const auto other = m_fixture->restoredSession();
+            const auto info = other->caches().userInfo(key);
+            QCOMPARE(info ? info->userName : QString(), isInvalidated ? QString() : QStringLiteral("ada"));
+            QVERIFY(isInvalidated || m_service.requests("account") == 1);
+        });
         row("a known value", false, true);
         row("an invalidated one", true, false);
         row("one that is invalidated right before the end", true, true);
-    }
-
-    void anotherProcessStartsFromTheFile() {
-        QFETCH(bool, isInvalidated);
-        QFETCH(bool, isQuick);
-        QVERIFY(m_session->caches().userInfo(key));
-        QVERIFY(m_service.addFault("account", "drop", {}, -1));
-        if (isInvalidated)
-            m_session->caches().InvalidateCache(key, CacheType::UserInfo);
-        if (!isQuick)
-            QTRY_VERIFY(m_fixture->hasLogged("User Info: Cache cleared"));
-        m_session.reset();
-        QCOMPARE(cacheFile().contains("<UserInfo "), !isInvalidated);
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
-        const auto info = other->caches().userInfo(key);
-        QCOMPARE(info ? info->userName : QString(), isInvalidated ? QString() : QStringLiteral("ada"));
-        QVERIFY(isInvalidated || m_service.requests("account") == 1);
     }
 
     // A new token: the value in memory stays; the one in the file was received with another and is not used.
@@ -82,16 +76,14 @@ private slots:
         QCOMPARE(m_fixture->logger->count("User Info: TokenRefreshed event received"), 1);
         QCOMPARE(m_service.requests("account"), 1);
         m_session.reset();
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = m_fixture->restoredSession();
         QVERIFY(other->caches().userInfo(key));
         QVERIFY(m_fixture->hasLogged("User Info: Discarding cache since access token has changed"));
         QCOMPARE(m_service.requests("account"), 2);
     }
 
     void aSignOutDeletesEverything() {
-        const auto second = m_fixture->makeSession(secondKey, secondSecret);
-        second->RestoreLogin(secondKey, false);
+        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
         QTRY_VERIFY(second->isLoggedIn(secondKey));
         QVERIFY(m_session->caches().userInfo(key));
         QVERIFY(second->caches().userInfo(secondKey));
@@ -112,37 +104,33 @@ private slots:
         QTRY_VERIFY(m_session->caches().IsCacheAvailable(key, CacheType::UserInfo));
     }
 
-    void aSecondSignInNeverShowsTheFirstUser_data() {
-        const TestKit::Columns<QString, bool> row("user", "isUpdating");
+    // Values are given out to the user they belong to only, in every product, and are asked for again without being missed.
+    void aSecondSignInNeverShowsTheFirstUser() {
+        const TestKit::Rows row(this, [&](const QString& user, bool isUpdating) {
+            m_session->AddClient({secondKey, 1, "Second", "/opt/second"});
+            m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret));
+            m_session->RestoreLogin(secondKey, false);
+            QTRY_VERIFY(m_session->isLoggedIn(secondKey));
+            QVERIFY(m_session->caches().userInfo(secondKey));
+            if (isUpdating) {
+                delay("account", 700);
+                m_session->caches().EnableCache(key, CacheType::UserInfo, true);
+                const auto started = QStringLiteral("User Info: Starting update in separate thread");
+                QTRY_COMPARE(m_fixture->logger->texts().filter(started).size(), 2);
+            } else {
+                QVERIFY(m_session->caches().userInfo(key));
+            }
+            // Dates in the file are whole seconds, and no user is as fast as this test.
+            m_fixture->clockOffset = 2;
+            signIn(*m_session, key, user);
+            for (const QString& product : {key, secondKey}) {
+                QTRY_VERIFY(m_session->caches().IsCacheAvailable(product, CacheType::UserInfo));
+                QCOMPARE(m_session->caches().userInfo(product)->userName, user);
+            }
+        });
         row("another user, a value is known", "bob", false);
         row("another user, an update is under way", "bob", true);
         row("the same user, an update is under way", "ada", true);
-    }
-
-    // Values are given out to the user they belong to only, in every product, and are asked for again without being missed.
-    void aSecondSignInNeverShowsTheFirstUser() {
-        QFETCH(QString, user);
-        QFETCH(bool, isUpdating);
-        m_session->AddClient({secondKey, 1, "Second", "/opt/second"});
-        m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret));
-        m_session->RestoreLogin(secondKey, false);
-        QTRY_VERIFY(m_session->isLoggedIn(secondKey));
-        QVERIFY(m_session->caches().userInfo(secondKey));
-        if (isUpdating) {
-            delay("account", 700);
-            m_session->caches().EnableCache(key, CacheType::UserInfo, true);
-            const auto started = QStringLiteral("User Info: Starting update in separate thread");
-            QTRY_COMPARE(m_fixture->logger->texts().filter(started).size(), 2);
-        } else {
-            QVERIFY(m_session->caches().userInfo(key));
-        }
-        // Dates in the file are whole seconds, and no user is as fast as this test.
-        m_fixture->clockOffset = 2;
-        signIn(*m_session, key, user);
-        for (const QString& product : {key, secondKey}) {
-            QTRY_VERIFY(m_session->caches().IsCacheAvailable(product, CacheType::UserInfo));
-            QCOMPARE(m_session->caches().userInfo(product)->userName, user);
-        }
     }
 
     void aSignOutWinsOverAnUpdate() {

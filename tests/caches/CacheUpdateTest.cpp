@@ -2,7 +2,6 @@
 
 #include "TestKit/CacheFixture.h"
 #include "TestKit/Platform/SystemFacts.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 #include <QTcpServer>
@@ -133,8 +132,22 @@ private slots:
         QVERIFY(!m_fixture->server.requests(m_fixture->userPath).last().head.contains("If-Modified-Since"));
     }
 
-    void badAnswersKeepTheValue_data() {
-        const TestKit::Columns<QByteArray, bool> row("bytes", "retried");
+    void badAnswersKeepTheValue() {
+        const TestKit::Rows row(this, [&](const QByteArray& bytes, bool retried) {
+            m_fixture->answerUser("ada");
+            start();
+            QVERIFY(!email().isEmpty());
+            m_fixture->answerUserWith(bytes);
+            renew();
+            QTRY_VERIFY(m_fixture->logged("User Info: Failed to update cache: ") > 0);
+            QTRY_VERIFY(m_fixture->logged("User Info: Update finished") > 1);
+            QCOMPARE(m_fixture->logged("User Info: Will retry update in 2 min"), retried ? 1 : 0);
+            QCOMPARE(email(), QStringLiteral("ada@example.com"));
+            QVERIFY(m_fixture->fileContents().contains("ada@example.com"));
+            m_fixture->answerUser("bob");
+            renew();
+            QTRY_COMPARE(email(), QStringLiteral("bob@example.com"));
+        });
         const QByteArray page = "<!DOCTYPE html><title>Welcome</title>";
         row("page of a captive portal", answer("200 OK", page, "Content-Type: text/html\r\n"), true);
         row("empty", answer("200 OK", {}), true);
@@ -150,24 +163,6 @@ private slots:
             answer("200 OK", QByteArray::fromHex("1f8b08000000000000ffedc1010d000000c2a0f74f6d0e37a0"),
                    "Content-Encoding: gzip\r\n"),
             true);
-    }
-
-    void badAnswersKeepTheValue() {
-        QFETCH(QByteArray, bytes);
-        QFETCH(bool, retried);
-        m_fixture->answerUser("ada");
-        start();
-        QVERIFY(!email().isEmpty());
-        m_fixture->answerUserWith(bytes);
-        renew();
-        QTRY_VERIFY(m_fixture->logged("User Info: Failed to update cache: ") > 0);
-        QTRY_VERIFY(m_fixture->logged("User Info: Update finished") > 1);
-        QCOMPARE(m_fixture->logged("User Info: Will retry update in 2 min"), retried ? 1 : 0);
-        QCOMPARE(email(), QStringLiteral("ada@example.com"));
-        QVERIFY(m_fixture->fileContents().contains("ada@example.com"));
-        m_fixture->answerUser("bob");
-        renew();
-        QTRY_COMPARE(email(), QStringLiteral("bob@example.com"));
     }
 
     void aHugeReplyIsCutOffEarly() {
@@ -283,32 +278,29 @@ private slots:
     }
 
     // Deactivation ends updates and waits; no signal comes afterwards.
-    void stoppingEndsEveryUpdateAndWait_data() {
-        const TestKit::Columns<int> row("delayMs");
+    void stoppingEndsEveryUpdateAndWait() {
+        const TestKit::Rows row(this, [&](int delayMs) {
+            TestKit::Script slow{answer("200 OK", CacheFixture::userReply("ada"))};
+            slow.delayInMsec = delayMs == 100 ? 60000 : 10;
+            m_fixture->server.setScript(m_fixture->userPath, slow);
+            start();
+            std::atomic<bool> isStopped{false};
+            std::atomic<int> late{0};
+            connect(
+                cache(), &Cache::CacheUpdated, cache(), [&] { late += isStopped ? 1 : 0; }, Qt::DirectConnection);
+            TestKit::Threads waiting(4, [&](int) { (void)m_caches->door.userInfo(true); });
+            QThread::msleep(static_cast<unsigned long>(delayMs));
+            const TestKit::Stopwatch timer;
+            m_caches->stop();
+            isStopped = true;
+            waiting.join();
+            QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
+            QVERIFY(!m_caches->door.userInfo(true));
+            QCoreApplication::processEvents();
+            QCOMPARE(late.load(), 0);
+        });
         for (const int delayMs : {0, 1, 5, 20, 100})
             row(qPrintable(QStringLiteral("%1 ms").arg(delayMs)), delayMs);
-    }
-
-    void stoppingEndsEveryUpdateAndWait() {
-        QFETCH(int, delayMs);
-        TestKit::Script slow{answer("200 OK", CacheFixture::userReply("ada"))};
-        slow.delayInMsec = delayMs == 100 ? 60000 : 10;
-        m_fixture->server.setScript(m_fixture->userPath, slow);
-        start();
-        std::atomic<bool> isStopped{false};
-        std::atomic<int> late{0};
-        connect(
-            cache(), &Cache::CacheUpdated, cache(), [&] { late += isStopped ? 1 : 0; }, Qt::DirectConnection);
-        TestKit::Threads waiting(4, [&](int) { (void)m_caches->door.userInfo(true); });
-        QThread::msleep(static_cast<unsigned long>(delayMs));
-        const TestKit::Stopwatch timer;
-        m_caches->stop();
-        isStopped = true;
-        waiting.join();
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(!m_caches->door.userInfo(true));
-        QCoreApplication::processEvents();
-        QCOMPARE(late.load(), 0);
     }
 
     // Every reader sees one reply, never parts of two, whatever is being received.

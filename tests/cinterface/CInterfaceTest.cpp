@@ -3,8 +3,6 @@
 #include "CallTable.h"
 #include "Platform/ForkedCall.h"
 #include "TestKit/AccountServiceProcess.h"
-#include "TestKit/Files.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 #include <QRandomGenerator>
@@ -12,7 +10,6 @@
 #include <QSet>
 #include <QThread>
 #include <VqWebServices/WebServicesManager.h>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;

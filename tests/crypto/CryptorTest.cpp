@@ -52,43 +52,37 @@ private slots:
         m_cryptor = std::make_unique<UserCryptor>(m_rsa, m_logger);
     }
 
-    void everyLengthSurvivesEncryption_data() {
-        const TestKit::Columns<int, bool> columns("size", "isShort");
-        const int longest = userKeyBlockSize - 42;
-        for (const int size : {1, longest - 1, longest})
-            QTest::addRow("%d", size) << size << true;
-        for (const int size : {longest + 1, 4096, 1024 * 1024})
-            QTest::addRow("%d", size) << size << false;
-    }
-
     void everyLengthSurvivesEncryption() {
-        QFETCH(int, size);
-        QByteArray clear(size, '\0');
-        for (int index = 0; index < size; ++index)
-            clear.data()[index] = static_cast<char>(index * 7);
-        const QByteArray text = m_cryptor->encrypt(clear);
-        QCOMPARE(copyOf(m_cryptor->decrypt(text)), clear);
-        QTEST(QByteArray::fromBase64(text).size() == 1 + userKeyBlockSize, "isShort");
-        // Equal secrets do not show: padding, key and nonce are fresh each time.
-        QVERIFY(m_cryptor->encrypt(clear) != text);
-        QVERIFY(m_cryptor->encrypt(QByteArray()).isEmpty());
-    }
-
-    void aFlippedBitIsRefused_data() {
-        const TestKit::Columns<int, int> row("size", "step");
-        row("every bit of a short one", 30, 1);
-        row("a sample of a long one", 2000, 61);
+        const TestKit::Rows row([&](int size, bool isShort) {
+            QByteArray clear(size, '\0');
+            for (int index = 0; index < size; ++index)
+                clear.data()[index] = static_cast<char>(index * 7);
+            const QByteArray text = m_cryptor->encrypt(clear);
+            QCOMPARE(copyOf(m_cryptor->decrypt(text)), clear);
+            QCOMPARE(QByteArray::fromBase64(text).size() == 1 + userKeyBlockSize, isShort);
+            // Equal secrets do not show: padding, key and nonce are fresh each time.
+            QVERIFY(m_cryptor->encrypt(clear) != text);
+            QVERIFY(m_cryptor->encrypt(QByteArray()).isEmpty());
+        });
+        const int longest = userKeyBlockSize - 42;
+        row("the shortest", 1, true);
+        row("one below the limit", longest - 1, true);
+        row("at the limit", longest, true);
+        row("one beyond it", longest + 1, false);
+        row("1 MiB", 1024 * 1024, false);
     }
 
     void aFlippedBitIsRefused() {
-        QFETCH(int, size);
-        QFETCH(int, step);
-        const QByteArray blob = QByteArray::fromBase64(m_cryptor->encrypt(QByteArray(size, 's')));
-        for (int bit = 0; bit < blob.size() * 8; bit += step) {
-            verifyRefused(flipped(blob, bit).toBase64(), qPrintable(QString::number(bit)));
-            if (QTest::currentTestFailed())
-                return;
-        }
+        const TestKit::Rows row([&](int size, int step) {
+            const QByteArray blob = QByteArray::fromBase64(m_cryptor->encrypt(QByteArray(size, 's')));
+            for (int bit = 0; bit < blob.size() * 8; bit += step) {
+                verifyRefused(flipped(blob, bit).toBase64(), qPrintable(QString::number(bit)));
+                if (QTest::currentTestFailed())
+                    return;
+            }
+        });
+        row("every bit of a short one", 30, 1);
+        row("a sample of a long one", 2000, 61);
     }
 
     // The text itself, too: Base64 has bits that mean nothing.
@@ -116,8 +110,8 @@ private slots:
         QVERIFY(m_logger->texts().isEmpty());
     }
 
-    void foreignTextsAreRefused_data() {
-        const TestKit::Columns<QByteArray> row("text");
+    void foreignTextsAreRefused() {
+        const TestKit::Rows row([&](const QByteArray& text) { verifyRefused(text, "foreign"); });
         row("no Base64", "not base 64!");
         row("NUL", QByteArray(400, '\0'));
         row("zeros", QByteArray(257, '\0').toBase64());
@@ -125,11 +119,6 @@ private slots:
         row("long form of zeros", QByteArray("\2" + QByteArray(300, '\0')).toBase64());
         row("long form without text", QByteArray("\2" + QByteArray(256, '\1')).toBase64());
         row("8 MiB", QByteArray(8 * 1024 * 1024, 'A'));
-    }
-
-    void foreignTextsAreRefused() {
-        QFETCH(QByteArray, text);
-        verifyRefused(text, "foreign");
     }
 
     void theTextOfAnotherKeyIsRefused() {

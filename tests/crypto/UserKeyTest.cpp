@@ -13,47 +13,44 @@ class UserKeyTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void processesThatStartTogetherShareOneKey_data() {
-        const TestKit::Columns<QByteArray> row("before");
+    void processesThatStartTogetherShareOneKey() {
+        const TestKit::Rows row([&](const QByteArray& before) {
+            const QTemporaryDir folder;
+            if (!before.isEmpty()) {
+                QFile file(keyFile(folder));
+                QVERIFY(file.open(QIODevice::WriteOnly) && file.write(before) > 0);
+            }
+            std::vector<std::unique_ptr<QProcess>> processes;
+            for (int number = 0; number < 8; ++number) {
+                processes.push_back(std::make_unique<QProcess>());
+                processes.back()->start(QCoreApplication::applicationFilePath(), {"encrypt", folder.path()});
+            }
+            std::vector<std::shared_ptr<IRsaCryptor>> opened(8);
+            std::vector<std::thread> threads;
+            for (auto& cryptor : opened)
+                threads.emplace_back([&cryptor, &folder, this] { cryptor = openUserRsaCryptor(folder.path(), m_logger); });
+            for (auto& thread : threads)
+                thread.join();
+            // Each one can read what every other one wrote: there is one key.
+            std::vector<QByteArray> blocks;
+            for (const auto& process : processes) {
+                QVERIFY(process->waitForFinished(30000));
+                QCOMPARE(process->exitCode(), 0);
+                blocks.push_back(QByteArray::fromBase64(process->readAllStandardOutput().trimmed()));
+            }
+            for (const auto& cryptor : opened)
+                blocks.push_back(cryptor->encryptBlock("secret"));
+            for (const auto& cryptor : opened) {
+                for (const QByteArray& block : blocks)
+                    QCOMPARE(cryptor->decryptBlock(block).view(), QByteArray("secret"));
+            }
+            QStringList expected{"UserKey.lock", "UserKey.pem"};
+            if (!before.isEmpty())
+                expected += QStringLiteral("UserKey.pem.damaged-1");
+            QCOMPARE(QDir(folder.path()).entryList(QDir::Files, QDir::Name), expected);
+        });
         row("a new machine", {});
         row("a damaged key", "damaged");
-    }
-
-    void processesThatStartTogetherShareOneKey() {
-        QFETCH(QByteArray, before);
-        const QTemporaryDir folder;
-        if (!before.isEmpty()) {
-            QFile file(keyFile(folder));
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(before) > 0);
-        }
-        std::vector<std::unique_ptr<QProcess>> processes;
-        for (int number = 0; number < 8; ++number) {
-            processes.push_back(std::make_unique<QProcess>());
-            processes.back()->start(QCoreApplication::applicationFilePath(), {"encrypt", folder.path()});
-        }
-        std::vector<std::shared_ptr<IRsaCryptor>> opened(8);
-        std::vector<std::thread> threads;
-        for (auto& cryptor : opened)
-            threads.emplace_back([&cryptor, &folder, this] { cryptor = openUserRsaCryptor(folder.path(), m_logger); });
-        for (auto& thread : threads)
-            thread.join();
-        // Each one can read what every other one wrote: there is one key.
-        std::vector<QByteArray> blocks;
-        for (const auto& process : processes) {
-            QVERIFY(process->waitForFinished(30000));
-            QCOMPARE(process->exitCode(), 0);
-            blocks.push_back(QByteArray::fromBase64(process->readAllStandardOutput().trimmed()));
-        }
-        for (const auto& cryptor : opened)
-            blocks.push_back(cryptor->encryptBlock("secret"));
-        for (const auto& cryptor : opened) {
-            for (const QByteArray& block : blocks)
-                QCOMPARE(cryptor->decryptBlock(block).view(), QByteArray("secret"));
-        }
-        QStringList expected{"UserKey.lock", "UserKey.pem"};
-        if (!before.isEmpty())
-            expected += QStringLiteral("UserKey.pem.damaged-1");
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files, QDir::Name), expected);
     }
 
     void isForTheOwnerOnly() {
@@ -73,33 +70,29 @@ private slots:
         QVERIFY(file.readAll().contains("ENCRYPTED PRIVATE KEY"));
     }
 
-    void aDamagedKeyIsSetAside_data() {
+    void aDamagedKeyIsSetAside() {
         // kept: bytes of a good key file
-        const TestKit::Columns<int, QByteArray> row("kept", "added");
+        const TestKit::Rows row([&](int kept, const QByteArray& added) {
+            const QTemporaryDir folder;
+            const QByteArray old = openUserRsaCryptor(folder.path(), m_logger)->encryptBlock("old");
+            QFile file(keyFile(folder));
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(kept) && file.seek(kept) && file.write(added) == added.size());
+            file.close();
+            m_logger->clear();
+            const auto fresh = openUserRsaCryptor(folder.path(), m_logger);
+            QCOMPARE(m_logger->texts().size(), 1);
+            QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
+            QCOMPARE(QFileInfo(keyFile(folder) + QStringLiteral(".damaged-1")).size(), qint64(kept + added.size()));
+            QVERIFY(fresh->decryptBlock(old).isEmpty());
+            const QByteArray block = fresh->encryptBlock("new");
+            QCOMPARE(openUserRsaCryptor(folder.path(), m_logger)->decryptBlock(block).view(), QByteArray("new"));
+        });
         row("empty", 0, {});
         row("one byte", 0, "x");
         row("half", 900, {});
         row("far too large", 0, QByteArray(70000, 'A'));
         row("NUL", 0, QByteArray(2000, '\0'));
         row("a byte changed", 600, QByteArray("!" + QByteArray(1000, 'A')));
-    }
-
-    void aDamagedKeyIsSetAside() {
-        QFETCH(int, kept);
-        QFETCH(QByteArray, added);
-        const QTemporaryDir folder;
-        const QByteArray old = openUserRsaCryptor(folder.path(), m_logger)->encryptBlock("old");
-        QFile file(keyFile(folder));
-        QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(kept) && file.seek(kept) && file.write(added) == added.size());
-        file.close();
-        m_logger->clear();
-        const auto fresh = openUserRsaCryptor(folder.path(), m_logger);
-        QCOMPARE(m_logger->texts().size(), 1);
-        QCOMPARE(m_logger->texts(Log::Level::Warning).size(), 1);
-        QCOMPARE(QFileInfo(keyFile(folder) + QStringLiteral(".damaged-1")).size(), qint64(kept + added.size()));
-        QVERIFY(fresh->decryptBlock(old).isEmpty());
-        const QByteArray block = fresh->encryptBlock("new");
-        QCOMPARE(openUserRsaCryptor(folder.path(), m_logger)->decryptBlock(block).view(), QByteArray("new"));
     }
 
     // What cannot be read for now must still be there when it can be read again.

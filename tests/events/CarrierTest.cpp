@@ -3,7 +3,6 @@
 #include "Events/EventDocument.h"
 #include "TestKit/EventStorm.h"
 #include "TestKit/PackedParams.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "TestKit/WaitFor.h"
 #include "VqUtil/Messaging/PeerIdentity.h"

@@ -5,8 +5,6 @@
 #include "Events/ReorderBuffer.h"
 #include "TestKit/Test.h"
 
-#include <initializer_list>
-
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 
@@ -16,18 +14,6 @@ ArrivedEvent arrived(const QString& id, IPCMethod method) {
     return {WebServicesPrivateCore::WebServicesEvent::TokenRefreshed, {{EventParam::eventId, id}}, method};
 }
 
-struct Row {
-    const char* what;
-    const char* arriving;
-    const char* handled;
-};
-
-void addRows(std::initializer_list<Row> rows) {
-    const Velquor::TestKit::Columns<QString, QString> add("arriving", "handled");
-    for (const Row& row : rows)
-        add(row.what, row.arriving, row.handled);
-}
-
 } // namespace
 
 class EventOrderTest : public QObject {
@@ -35,43 +21,40 @@ class EventOrderTest : public QObject {
 
 private slots:
     // s: by socket, w: by file, d: once more by socket, t: all but a moment of the time to wait passes, u: a moment passes.
-    void eventsAreHandledInTheOrderOfTheirSender_data() {
-        addRows({
-            {"by socket alone", "s1 s2 s3", "1 2 3"},
-            {"by file alone", "w1 w2 w3", "1 2 3"},
-            {"the file is ahead", "s1 w3 s2", "1 2 3"},
-            {"the file is far ahead", "s1 w3 w5 w4 s2", "1 2 3 4 5"},
-            {"the file is ahead of the first", "w2 s1", "1 2"},
-            {"ahead, and nothing more comes", "s1 w3 t", "1"},
-            {"ahead, and time passes", "s1 w3 w6 u t", "1 3 6"},
-            {"time is counted for each", "s1 w3 u w5 t", "1 3"},
-            {"the socket is late, and still comes", "w5 u s1 t s2 s3 s4", "1 2 3 4 5"},
-            {"late, then silent", "w5 u s1 t u", "1 5"},
-            {"the socket shows that nothing is missing", "w5 d5", "5"},
-            {"the socket goes on", "s1 w3 w4 s5", "1 3 4 5"},
-            {"the file goes on after a gap", "s1 w3 u t w4", "1 3 4"},
-            {"late is better than never", "s1 s5 w4", "1 5 4"},
-        });
-    }
-
     void eventsAreHandledInTheOrderOfTheirSender() {
-        QFETCH(QString, arriving);
-        ReorderBuffer order;
-        QVector<ArrivedEvent> ready;
-        qint64 now = 1000;
-        for (const QString& step : arriving.split(QLatin1Char(' '))) {
-            const QString id = EventIdentity{"sender", step.mid(1).toULongLong()}.eventId();
-            if (step == QLatin1String("t") || step == QLatin1String("u"))
-                ready += order.takeOverdue(now += step == QLatin1String("t") ? ReorderBuffer::holdMs - 1 : 1);
-            else if (step.startsWith(QLatin1Char('d')))
-                ready += order.reachedBySocket(id, now);
-            else
-                ready += order.take(arrived(id, step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher), now);
-        }
-        QStringList numbers;
-        for (const ArrivedEvent& one : ready)
-            numbers += one.params.value(EventParam::eventId).toString().section(QLatin1Char('#'), 1);
-        QTEST(numbers.join(QLatin1Char(' ')), "handled");
+        const Velquor::TestKit::Rows row([](const QString& arriving, const QString& handled) {
+            ReorderBuffer order;
+            QVector<ArrivedEvent> ready;
+            qint64 now = 1000;
+            for (const QString& step : arriving.split(QLatin1Char(' '))) {
+                const QString id = EventIdentity{"sender", step.mid(1).toULongLong()}.eventId();
+                if (step == QLatin1String("t") || step == QLatin1String("u"))
+                    ready += order.takeOverdue(now += step == QLatin1String("t") ? ReorderBuffer::holdMs - 1 : 1);
+                else if (step.startsWith(QLatin1Char('d')))
+                    ready += order.reachedBySocket(id, now);
+                else
+                    ready +=
+                        order.take(arrived(id, step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher), now);
+            }
+            QStringList numbers;
+            for (const ArrivedEvent& one : ready)
+                numbers += one.params.value(EventParam::eventId).toString().section(QLatin1Char('#'), 1);
+            QCOMPARE(numbers.join(QLatin1Char(' ')), handled);
+        });
+        row("by socket alone", "s1 s2 s3", "1 2 3");
+        row("by file alone", "w1 w2 w3", "1 2 3");
+        row("the file is ahead", "s1 w3 s2", "1 2 3");
+        row("the file is far ahead", "s1 w3 w5 w4 s2", "1 2 3 4 5");
+        row("the file is ahead of the first", "w2 s1", "1 2");
+        row("ahead, and nothing more comes", "s1 w3 t", "1");
+        row("ahead, and time passes", "s1 w3 w6 u t", "1 3 6");
+        row("time is counted for each", "s1 w3 u w5 t", "1 3");
+        row("the socket is late, and still comes", "w5 u s1 t s2 s3 s4", "1 2 3 4 5");
+        row("late, then silent", "w5 u s1 t u", "1 5");
+        row("the socket shows that nothing is missing", "w5 d5", "5");
+        row("the socket goes on", "s1 w3 w4 s5", "1 3 4 5");
+        row("the file goes on after a gap", "s1 w3 u t w4", "1 3 4");
+        row("late is better than never", "s1 s5 w4", "1 5 4");
     }
 
     void sendersDoNotWaitForEachOther() {
@@ -101,33 +84,29 @@ private slots:
     }
 
     // s: by socket, w: by file. A duplicate is not handled, and the carrier that brought the event first is known.
-    void anEventOfBothCarriersIsHandledOnce_data() {
-        addRows({
-            {"both carriers", "sa#1 wa#1 sa#2 wa#2", "sa#1 sa#2"},
-            {"one of them is ahead", "wa#3 sa#1 sa#2 sa#3 wa#1", "wa#3 sa#1 sa#2"},
-            {"ranges that meet", "sa#1 sa#3 sa#2 wa#2 wa#3 wa#4", "sa#1 sa#3 sa#2 wa#4"},
-            {"two senders", "sa#1 sb#1 wb#1 wa#1", "sa#1 sb#1"},
-            {"ids without a number", "sa wa sa#none wa#other wa#0 wa#0", "sa sa#none wa#other wa#0"},
-            {"the highest number", "sa#18446744073709551615 wa#18446744073709551615 wa#1", "sa#18446744073709551615 wa#1"},
-            {"without an id", "s s", "s s"},
-        });
-    }
-
     void anEventOfBothCarriersIsHandledOnce() {
-        QFETCH(QString, arriving);
-        DuplicateFilter events;
-        QHash<QString, IPCMethod> brought;
-        QStringList fresh;
-        for (const QString& step : arriving.split(QLatin1Char(' '))) {
-            const IPCMethod method = step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher;
-            const std::optional<IPCMethod> first = events.add(step.mid(1), method);
-            if (!first) {
-                fresh += step;
-                brought.insert(step.mid(1), method);
+        const Velquor::TestKit::Rows row([](const QString& arriving, const QString& handled) {
+            DuplicateFilter events;
+            QHash<QString, IPCMethod> brought;
+            QStringList fresh;
+            for (const QString& step : arriving.split(QLatin1Char(' '))) {
+                const IPCMethod method = step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher;
+                const std::optional<IPCMethod> first = events.add(step.mid(1), method);
+                if (!first) {
+                    fresh += step;
+                    brought.insert(step.mid(1), method);
+                }
+                QCOMPARE(first.value_or(method), brought.value(step.mid(1)));
             }
-            QCOMPARE(first.value_or(method), brought.value(step.mid(1)));
-        }
-        QTEST(fresh.join(QLatin1Char(' ')), "handled");
+            QCOMPARE(fresh.join(QLatin1Char(' ')), handled);
+        });
+        row("both carriers", "sa#1 wa#1 sa#2 wa#2", "sa#1 sa#2");
+        row("one of them is ahead", "wa#3 sa#1 sa#2 sa#3 wa#1", "wa#3 sa#1 sa#2");
+        row("ranges that meet", "sa#1 sa#3 sa#2 wa#2 wa#3 wa#4", "sa#1 sa#3 sa#2 wa#4");
+        row("two senders", "sa#1 sb#1 wb#1 wa#1", "sa#1 sb#1");
+        row("ids without a number", "sa wa sa#none wa#other wa#0 wa#0", "sa sa#none wa#other wa#0");
+        row("the highest number", "sa#18446744073709551615 wa#18446744073709551615 wa#1", "sa#18446744073709551615 wa#1");
+        row("without an id", "s s", "s s");
     }
 
     // The file may be far behind the socket, while others come and go.

@@ -2,14 +2,7 @@
 
 #include "Events/NotificationManager.h"
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
 #include "TestKit/TokenHelper.h"
-
-#include <QElapsedTimer>
-#include <QtTest>
-#include <algorithm>
-#include <functional>
-#include <vector>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -110,19 +103,6 @@ private slots:
             QVERIFY(allHear(QStringLiteral("TokenRefreshed")));
             QTest::qWait(5 * NotificationManager::fileDelayMs);
         }
-    }
-
-    void theServingProcessMayDie() {
-        // The one that serves, then four others: whichever serves next may be one of them.
-        signIn(*m_session);
-        QVERIFY(allHear(QStringLiteral("LoggedIn")));
-        for (int killed = 0; killed < processCount - 3; ++killed) {
-            m_helpers.erase(m_helpers.begin());
-            QVERIFY(m_session->RefreshToken(key, true));
-            QVERIFY(allHear(QStringLiteral("TokenRefreshed")));
-        }
-        for (const auto& helper : m_helpers)
-            QCOMPARE(helper->otherEvents(50), QStringList());
     }
 
 private:

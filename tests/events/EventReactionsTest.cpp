@@ -59,9 +59,26 @@ class EventReactionsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void onlyAKnownTokenTypeIsActedOn_data() {
-        const TestKit::Columns<QVariantMap, bool, QString, bool, QString> row("params", "isKnown", "expected", "isLegacy",
-                                                                              "line");
+    void onlyAKnownTokenTypeIsActedOn() {
+        const TestKit::Rows row(
+            [&](const QVariantMap& params, bool isKnown, const QString& expected, bool isLegacy, const QString& line) {
+                TestKit::SessionFixture fixture;
+                RecordingListener listener;
+                NotificationManager manager({fixture.folder.path(), fixture.logger}, listener);
+                manager.HandleInterProcessMessage(Event::OAuth2TokenRefreshed, params, IPCMethod::Socket);
+                QCOMPARE(listener.heard.size(), 1);
+                QVERIFY(line.isEmpty() || fixture.hasLogged(line));
+                QCOMPARE(listener.last.consumerKey, demoKey);
+                QCOMPARE(listener.last.oauth2Spec.has_value(), isKnown);
+                RecordingEvents events;
+                SessionState core(fixture.services(), &events);
+                EventReactions(core).eventReceived(Event::OAuth2TokenRefreshed, listener.last);
+                QCOMPARE(events.here, QVector<Event>{Event::OAuth2TokenRefreshed});
+                if (!isKnown)
+                    return;
+                QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), expected);
+                QCOMPARE(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, isLegacy);
+            });
         const auto sent = [](const OAuth2TokenSpec& made) { return toParams({demoKey, made}); };
         row("what was sent", sent(spec(JWT, L"openid data")), true, "JWT.data openid", false, "");
         row("of the older interface", sent(spec(RT, L"", true)), true, "RT.<none>", true, "");
@@ -75,31 +92,26 @@ private slots:
                     .arg(bad.toInt()));
     }
 
-    void onlyAKnownTokenTypeIsActedOn() {
-        QFETCH(QVariantMap, params);
-        QFETCH(bool, isKnown);
-        QFETCH(QString, line);
-        TestKit::SessionFixture fixture;
-        RecordingListener listener;
-        NotificationManager manager({fixture.folder.path(), fixture.logger}, listener);
-        manager.HandleInterProcessMessage(Event::OAuth2TokenRefreshed, params, IPCMethod::Socket);
-        QCOMPARE(listener.heard.size(), 1);
-        QVERIFY(line.isEmpty() || fixture.hasLogged(line));
-        QCOMPARE(listener.last.consumerKey, demoKey);
-        QCOMPARE(listener.last.oauth2Spec.has_value(), isKnown);
-        RecordingEvents events;
-        SessionState core(fixture.services(), &events);
-        EventReactions(core).eventReceived(Event::OAuth2TokenRefreshed, listener.last);
-        QCOMPARE(events.here, QVector<Event>{Event::OAuth2TokenRefreshed});
-        if (!isKnown)
-            return;
-        QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).toText(), "expected");
-        QTEST(OAuth2TokenSpecImp::of(*listener.last.oauth2Spec).legacy, "isLegacy");
-    }
-
     // s: by socket, w: by file, p: time passes. An event of an older process has no id.
-    void anEventWithoutAnIdIsHandledOnce_data() {
-        const TestKit::Columns<QString, int> row("arriving", "handled");
+    void anEventWithoutAnIdIsHandledOnce() {
+        const TestKit::Rows row([&](const QString& arriving, int handled) {
+            TestKit::SessionFixture fixture;
+            RecordingListener listener;
+            qint64 now = 0;
+            NotificationManager manager({fixture.folder.path(), fixture.logger, [&now] { return now; }}, listener);
+            for (const QString& step : arriving.split(QLatin1Char(' '))) {
+                if (step == QLatin1String("p"))
+                    now += 6'000'000'000;
+                else
+                    manager.HandleInterProcessMessage(Event::TokenRefreshed, {{EventParam::consumerKey, step.mid(1)}},
+                                                      step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher);
+            }
+            QCOMPARE(int(listener.heard.size()), handled);
+            // The watcher reports one change as two.
+            for (int report = 0; report < 2; ++report)
+                manager.HandleInterProcessMessage(Event::LoggedOut, {{EventParam::eventId, "sender#1"}}, IPCMethod::Watcher);
+            QVERIFY(!fixture.hasLogged("event LoggedOut sent by Watcher. This was already sent by Watcher"));
+        });
         row("both carriers", "sA wA", 1);
         row("the file first", "wA sA", 1);
         row("one carrier twice", "sA sA", 2);
@@ -107,26 +119,6 @@ private slots:
         row("twice by both", "sA sA wA wA", 2);
         row("long after", "sA p wA", 2);
         row("another product", "sA wB", 2);
-    }
-
-    void anEventWithoutAnIdIsHandledOnce() {
-        QFETCH(QString, arriving);
-        TestKit::SessionFixture fixture;
-        RecordingListener listener;
-        qint64 now = 0;
-        NotificationManager manager({fixture.folder.path(), fixture.logger, [&now] { return now; }}, listener);
-        for (const QString& step : arriving.split(QLatin1Char(' '))) {
-            if (step == QLatin1String("p"))
-                now += 6'000'000'000;
-            else
-                manager.HandleInterProcessMessage(Event::TokenRefreshed, {{EventParam::consumerKey, step.mid(1)}},
-                                                  step.startsWith(QLatin1Char('s')) ? IPCMethod::Socket : IPCMethod::Watcher);
-        }
-        QTEST(int(listener.heard.size()), "handled");
-        // The watcher reports one change as two.
-        for (int report = 0; report < 2; ++report)
-            manager.HandleInterProcessMessage(Event::LoggedOut, {{EventParam::eventId, "sender#1"}}, IPCMethod::Watcher);
-        QVERIFY(!fixture.hasLogged("event LoggedOut sent by Watcher. This was already sent by Watcher"));
     }
 
     // An event that came by file only and whose predecessors are missing is held for a while, and not for that of another one
@@ -163,8 +155,21 @@ private slots:
 
     // The file is read before an event is delivered, since the event may be the only sign of a change. When it cannot be read, it
     // is read later.
-    void aChangeThatCannotBeReadYetIsReadLater_data() {
-        const TestKit::Columns<Event, bool, bool, int> row("event", "isRestored", "canLook", "looks");
+    void aChangeThatCannotBeReadYetIsReadLater() {
+        const TestKit::Rows row([&](Event event, bool isRestored, bool canLook, int looks) {
+            TestKit::SessionFixture fixture;
+            RecordingEvents events;
+            SessionState core(fixture.services(), &events);
+            EventReactions reactions(core);
+            if (isRestored)
+                LockedState(core).setRestored();
+            events.canLook = canLook;
+            reactions.eventReceived(event, demoKey);
+            QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
+            events.canLook = true;
+            QVERIFY(reactions.finishReactions() && reactions.finishReactions());
+            QCOMPARE(events.looks, looks);
+        });
         row("a sign-in", Event::LoggedIn, true, true, 1);
         row("a sign-in that cannot be read yet", Event::LoggedIn, true, false, 3);
         row("a sign-out that cannot be read yet", Event::LoggedOut, true, false, 3);
@@ -174,29 +179,22 @@ private slots:
         row("any other event before the restore", Event::ServerChanged, false, false, 0);
     }
 
-    void aChangeThatCannotBeReadYetIsReadLater() {
-        QFETCH(Event, event);
-        QFETCH(bool, isRestored);
-        QFETCH(bool, canLook);
-        QFETCH(int, looks);
-        TestKit::SessionFixture fixture;
-        RecordingEvents events;
-        SessionState core(fixture.services(), &events);
-        EventReactions reactions(core);
-        if (isRestored)
-            LockedState(core).setRestored();
-        events.canLook = canLook;
-        reactions.eventReceived(event, demoKey);
-        QCOMPARE(reactions.finishReactions(), canLook || looks == 0);
-        events.canLook = true;
-        QVERIFY(reactions.finishReactions() && reactions.finishReactions());
-        QCOMPARE(events.looks, looks);
-    }
-
     // An older process does not say whether its event is of a change in the file; following the file may have notified just
     // before.
-    void anObserverHearsOfASignOutOnce_data() {
-        const TestKit::Columns<QVariantMap, bool, int, int> row("params", "isFollowed", "agoMs", "delivered");
+    void anObserverHearsOfASignOutOnce() {
+        const TestKit::Rows row([&](const QVariantMap& params, bool isFollowed, int agoMs, int delivered) {
+            TestKit::SessionFixture fixture;
+            RecordingEvents events;
+            qint64 now = 0;
+            SessionDependencies services = fixture.services();
+            services.steadyClock = [&now] { return now; };
+            SessionState core(services, &events);
+            if (isFollowed)
+                core.notified().add(Event::LoggedOut);
+            now += agoMs * 1000000LL;
+            EventReactions(core).eventReceived(Event::LoggedOut, fromParams(params));
+            QCOMPARE(int(events.here.size()), delivered);
+        });
         const auto said = [](bool isChange) { return QVariantMap{{EventParam::isStateChange, isChange}}; };
         row("of a change", said(true), false, 0, 0);
         row("of no change", said(false), false, 0, 1);
@@ -204,23 +202,6 @@ private slots:
         row("unsaid, no change", QVariantMap{}, false, 0, 1);
         row("unsaid, of a change", QVariantMap{}, true, 4000, 0);
         row("unsaid, long after a change", QVariantMap{}, true, 6000, 1);
-    }
-
-    void anObserverHearsOfASignOutOnce() {
-        QFETCH(QVariantMap, params);
-        QFETCH(bool, isFollowed);
-        QFETCH(int, agoMs);
-        TestKit::SessionFixture fixture;
-        RecordingEvents events;
-        qint64 now = 0;
-        SessionDependencies services = fixture.services();
-        services.steadyClock = [&now] { return now; };
-        SessionState core(services, &events);
-        if (isFollowed)
-            core.notified().add(Event::LoggedOut);
-        now += agoMs * 1000000LL;
-        EventReactions(core).eventReceived(Event::LoggedOut, fromParams(params));
-        QTEST(int(events.here.size()), "delivered");
     }
 
     // Every client of the product follows; another product does not; nothing is sent back to the others.

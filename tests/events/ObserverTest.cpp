@@ -104,28 +104,25 @@ private slots:
         QCOMPARE(m_logger->texts(Log::Level::Error), QStringList({"An observer threw an exception in event LoggedOut: oops"}));
     }
 
-    void anObserverMayDeleteItself_data() {
-        const TestKit::Columns<int> row("event");
-        row("of the first interface", static_cast<int>(Event::LoggedOut));
-        row("of the second interface", static_cast<int>(Event::TokenRefreshed));
-        row("of the third interface", static_cast<int>(Event::OAuth2Enabled));
-    }
-
     void anObserverMayDeleteItself() {
-        QFETCH(int, event);
-        Third last;
-        alignas(Third) char place[sizeof(Third)];
-        auto* const mortal = new (place) Third;
-        mortal->reaction = [this, mortal, &place] {
-            m_dispatcher->observers().remove(mortal);
-            mortal->~Third();
-            // A call of the destroyed object would crash now.
-            std::memset(place, 0, sizeof place);
-        };
-        m_dispatcher->observers().add(mortal);
-        m_dispatcher->observers().add(&last);
-        QVERIFY(m_dispatcher->callObservers(static_cast<Event>(event), "key", nullptr));
-        QCOMPARE(last.heard.size(), 1);
+        const TestKit::Rows row(this, [&](Event event) {
+            Third last;
+            alignas(Third) char place[sizeof(Third)];
+            auto* const mortal = new (place) Third;
+            mortal->reaction = [this, mortal, &place] {
+                m_dispatcher->observers().remove(mortal);
+                mortal->~Third();
+                // A call of the destroyed object would crash now.
+                std::memset(place, 0, sizeof place);
+            };
+            m_dispatcher->observers().add(mortal);
+            m_dispatcher->observers().add(&last);
+            QVERIFY(m_dispatcher->callObservers(event, "key", nullptr));
+            QCOMPARE(last.heard.size(), 1);
+        });
+        row("of the first interface", Event::LoggedOut);
+        row("of the second interface", Event::TokenRefreshed);
+        row("of the third interface", Event::OAuth2Enabled);
     }
 
     void noObserverIsCalledAfterTheEnd() {

@@ -42,59 +42,52 @@ private slots:
 
     void cleanup() { m_session.reset(); }
 
-    void eventsRaisedBeforeTheEndAreSent_data() {
-        const TestKit::Columns<int, bool> row("event", "isForOthers");
-        row("a sign-out", static_cast<int>(Event::LoggedOut), true);
-        row("what only sibling modules raise", static_cast<int>(Event::AccountCreated), true);
-        row("not for others", static_cast<int>(Event::LoggedOut), false);
-    }
-
     void eventsRaisedBeforeTheEndAreSent() {
-        QFETCH(int, event);
-        QFETCH(bool, isForOthers);
-        m_fixture->notifiesProcesses = true;
-        m_session = m_fixture->makeSession();
-        m_session->RaiseEvent(static_cast<Event>(event), key, isForOthers);
-        m_session.reset();
-        QFile file(m_fixture->folder.filePath("Event.xml"));
-        QCOMPARE(file.open(QIODevice::ReadOnly), isForOthers);
-        QCOMPARE(file.readAll().contains(QStringLiteral("Id=\"%1\"").arg(event).toLatin1()), isForOthers);
+        const TestKit::Rows row(this, [&](Event event, bool isForOthers) {
+            m_fixture->notifiesProcesses = true;
+            m_session = m_fixture->makeSession();
+            m_session->RaiseEvent(event, key, isForOthers);
+            m_session.reset();
+            QFile file(m_fixture->folder.filePath("Event.xml"));
+            QCOMPARE(file.open(QIODevice::ReadOnly), isForOthers);
+            QCOMPARE(file.readAll().contains("Id=\"" + QByteArray::number(int(event)) + '"'), isForOthers);
+        });
+        row("a sign-out", Event::LoggedOut, true);
+        row("what only sibling modules raise", Event::AccountCreated, true);
+        row("not for others", Event::LoggedOut, false);
     }
 
     // From the event loop, where no other owner holds the session.
-    void anObserverMayEndTheSession_data() {
-        const TestKit::Columns<bool> row("isForcedLogout");
+    void anObserverMayEndTheSession() {
+        const TestKit::Rows row(this, [&](bool isForcedLogout) {
+            m_session = m_fixture->makeSession();
+            signIn(*m_session);
+            const std::weak_ptr<LoginSession> ended = m_session;
+            Hook first;
+            Hook second;
+            bool wasAlive = false;
+            first.reaction = [&] {
+                m_session->stop();
+                m_session.reset();
+                wasAlive = !ended.expired();
+            };
+            m_session->observers().add(&first);
+            m_session->observers().add(&second);
+            if (isForcedLogout) {
+                // The token thread finds out that the sign-in has ended, and asks this one to sign out.
+                m_service.control("expire", QJsonObject{{"what", "sessions"}});
+                QVERIFY(m_session->RefreshToken(key, false));
+            } else {
+                std::thread([this] { m_session->RaiseEvent(Event::ServerChanged, key, false); }).join();
+            }
+            QTRY_VERIFY(!m_session);
+            QVERIFY2(wasAlive, "the call is still inside the session");
+            QTRY_VERIFY(ended.expired());
+            QCOMPARE(first.heard.size(), 1);
+            QVERIFY(second.heard.isEmpty());
+        });
         row("in an event of another thread", false);
         row("in a forced sign-out", true);
-    }
-
-    void anObserverMayEndTheSession() {
-        QFETCH(bool, isForcedLogout);
-        m_session = m_fixture->makeSession();
-        signIn(*m_session);
-        const std::weak_ptr<LoginSession> ended = m_session;
-        Hook first;
-        Hook second;
-        bool wasAlive = false;
-        first.reaction = [&] {
-            m_session->stop();
-            m_session.reset();
-            wasAlive = !ended.expired();
-        };
-        m_session->observers().add(&first);
-        m_session->observers().add(&second);
-        if (isForcedLogout) {
-            // The token thread finds out that the sign-in has ended, and asks this one to sign out.
-            m_service.control("expire", QJsonObject{{"what", "sessions"}});
-            QVERIFY(m_session->RefreshToken(key, false));
-        } else {
-            std::thread([this] { m_session->RaiseEvent(Event::ServerChanged, key, false); }).join();
-        }
-        QTRY_VERIFY(!m_session);
-        QVERIFY2(wasAlive, "the call is still inside the session");
-        QTRY_VERIFY(ended.expired());
-        QCOMPARE(first.heard.size(), 1);
-        QVERIFY(second.heard.isEmpty());
     }
 
     void aSignOutOnAnotherThreadNotifiesOnTheMainThread() {
@@ -103,10 +96,7 @@ private slots:
         Hook hook;
         m_session->observers().add(&hook);
         bool isDone = false;
-        std::thread worker([this, &isDone] {
-            QNetworkReply::NetworkError error = QNetworkReply::NoError;
-            isDone = m_session->Logout(key, error, true);
-        });
+        std::thread worker([this, &isDone] { isDone = signOut(*m_session); });
         const QStringList expected{"AboutToLogout", "LoggingOut", "LoggedOut"};
         const bool isHeard = QTest::qWaitFor([&] { return hook.heard == expected; }, 10000);
         worker.join();
@@ -123,16 +113,14 @@ private slots:
         m_fixture->notifiesProcesses = true;
         m_session = m_fixture->makeSession();
         signIn(*m_session);
-        const TestKit::SessionUnderTest other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const TestKit::SessionUnderTest other = m_fixture->restoredSession();
         QTest::qWait(300);
         Hook hook;
         m_session->observers().add(&hook);
         delay("request-token", 1500);
         std::thread worker([this] { (void)m_session->InitiateLogin(key, QString()); });
         QTest::qWait(200);
-        QNetworkReply::NetworkError error = QNetworkReply::NoError;
-        const bool isDone = other->Logout(key, error, true);
+        const bool isDone = signOut(*other);
         const bool isEarly = hook.heard.contains("LoggedOut");
         worker.join();
         QVERIFY(isDone && !isEarly);
@@ -140,45 +128,39 @@ private slots:
     }
 
     // A sibling module of another process raises them, and the login state file does not change.
-    void eventsWithoutAChangeOfTheStateAreHeard_data() {
-        const TestKit::Columns<int, bool, QString> row("event", "isSignedIn", "heard");
-        row("a sign-in", static_cast<int>(Event::LoggedIn), true, "LoggedIn");
-        row("a sign-out", static_cast<int>(Event::LoggedOut), true, "LoggedOut");
-        row("a sign-out while nobody is signed in", static_cast<int>(Event::LoggedOut), false, "LoggedOut");
-        row("a token", static_cast<int>(Event::OAuth2TokenRefreshed), true, "OAuth2TokenRefreshed:" + key);
-    }
-
     void eventsWithoutAChangeOfTheStateAreHeard() {
-        QFETCH(int, event);
-        QFETCH(bool, isSignedIn);
-        QFETCH(QString, heard);
-        m_fixture->notifiesProcesses = true;
-        m_session = m_fixture->makeSession();
-        const TestKit::SessionUnderTest other = m_fixture->makeSession();
-        if (isSignedIn)
-            signIn(*m_session);
-        other->RestoreLogin(key, false);
-        QTest::qWait(300);
-        TokenHook hook;
-        m_session->observers().add(&hook);
-        m_fixture->logger->clear();
-        other->RaiseEvent(static_cast<Event>(event), key, true);
-        QTRY_COMPARE(hook.heard, QStringList(heard));
-        QTest::qWait(200);
-        QCOMPARE(hook.heard, QStringList(heard));
-        const QString name = eventName(static_cast<Event>(event));
-        QCOMPARE(m_fixture->logger->count(QStringLiteral("Raising web services event %1").arg(name)), 1);
-        for (const char* const unwanted :
-             {"User  logged out", "(probably old)", "sent by Watcher. This was already sent by Watcher"})
-            QVERIFY2(!m_fixture->hasLogged(QLatin1String(unwanted)), unwanted);
+        const TestKit::Rows row(this, [&](Event event, bool isSignedIn, const QString& heard) {
+            m_fixture->notifiesProcesses = true;
+            m_session = m_fixture->makeSession();
+            const TestKit::SessionUnderTest other = m_fixture->makeSession();
+            if (isSignedIn)
+                signIn(*m_session);
+            other->RestoreLogin(key, false);
+            QTest::qWait(300);
+            TokenHook hook;
+            m_session->observers().add(&hook);
+            m_fixture->logger->clear();
+            other->RaiseEvent(event, key, true);
+            QTRY_COMPARE(hook.heard, QStringList(heard));
+            QTest::qWait(200);
+            QCOMPARE(hook.heard, QStringList(heard));
+            const QString name = eventName(event);
+            QCOMPARE(m_fixture->logger->count(QStringLiteral("Raising web services event %1").arg(name)), 1);
+            for (const char* const unwanted :
+                 {"User  logged out", "(probably old)", "sent by Watcher. This was already sent by Watcher"})
+                QVERIFY2(!m_fixture->hasLogged(QLatin1String(unwanted)), unwanted);
+        });
+        row("a sign-in", Event::LoggedIn, true, "LoggedIn");
+        row("a sign-out", Event::LoggedOut, true, "LoggedOut");
+        row("a sign-out while nobody is signed in", Event::LoggedOut, false, "LoggedOut");
+        row("a token", Event::OAuth2TokenRefreshed, true, "OAuth2TokenRefreshed:" + key);
     }
 
     // No user is signed in any more, so the change needs no permission to sign out.
     void theServerMayChangeAfterASignOutElsewhere() {
         m_session = m_fixture->makeSession();
         signIn(*m_session);
-        const TestKit::SessionUnderTest other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const TestKit::SessionUnderTest other = m_fixture->restoredSession();
         QVERIFY(signOut(*other));
         QVERIFY(m_session->ChangeServer(key, Staging, false));
     }

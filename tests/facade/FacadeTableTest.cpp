@@ -2,7 +2,6 @@
 // key, and after the end of the library; and what it does with the caller's buffers.
 
 #include "TestKit/AccountServiceProcess.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 
 #include <VqWebServices/IWebServicesManager.h>
@@ -243,14 +242,12 @@ std::vector<AllocatingRow> allocatingRows() {
     };
 }
 
-template <class Table>
-void addRows(const Table& table) {
-    const TestKit::Columns<int> add("index");
-    int index = 0;
-    for (const auto& row : table) {
-        add(qPrintable(QStringLiteral("%1 (%2)").arg(QLatin1String(row.name)).arg(index)), index);
-        ++index;
-    }
+/// Judges each row of a table, and names the one that fails.
+template <class Table, class Judge>
+void forEach(const Table& table, const Judge& judge) {
+    const TestKit::Rows one([&judge](const typename Table::value_type& row) { judge(row); });
+    for (const auto& row : table)
+        one(row.name, row);
 }
 
 } // namespace
@@ -289,31 +286,29 @@ private slots:
         QVERIFY2(missing.isEmpty(), qPrintable(QStringList(missing.values()).join(QLatin1Char(' '))));
     }
 
-    void everyOperationFailsBeforeTheSignIn_data() { addRows(rows()); }
     void everyOperationFailsBeforeTheSignIn() {
-        QFETCH(int, index);
-        const Row row = rows().at(size_t(index));
-        if (!row.hasPlain)
-            return;
-        static const QSet<QByteArray> needsUser{"RefreshToken", "GetCloudStorageQuota", "GetServiceEntitlement"};
-        const int linesBefore = signedOutLines();
-        QCOMPARE(row.call({}), row.idle);
-        QVERIFY(signedOutLines() > linesBefore || !needsUser.contains(row.name));
+        forEach(rows(), [&](const Row& row) {
+            if (!row.hasPlain)
+                return;
+            static const QSet<QByteArray> needsUser{"RefreshToken", "GetCloudStorageQuota", "GetServiceEntitlement"};
+            const int linesBefore = signedOutLines();
+            QCOMPARE(row.call({}), row.idle);
+            QVERIFY(signedOutLines() > linesBefore || !needsUser.contains(row.name));
+        });
     }
 
-    void fillsBuffersBeforeTheSignIn_data() { addRows(textRows()); }
     void fillsBuffersBeforeTheSignIn() {
-        QFETCH(int, index);
-        const TextRow row = textRows().at(size_t(index));
-        checkBuffers(row, {row.hasPlain ? Caller() : Caller{true, unknownKey}}, false);
+        forEach(textRows(), [&](const TextRow& row) {
+            checkBuffers(row, {row.hasPlain ? Caller() : Caller{true, unknownKey}}, false);
+        });
     }
 
-    void handsOutNothingBeforeTheSignIn_data() { addRows(allocatingRows()); }
     void handsOutNothingBeforeTheSignIn() {
-        QFETCH(int, index);
-        const int linesBefore = signedOutLines();
-        expectNothing(allocatingRows().at(size_t(index)), {});
-        QVERIFY(signedOutLines() > linesBefore || QByteArray(allocatingRows().at(size_t(index)).name).startsWith("Sign"));
+        forEach(allocatingRows(), [&](const AllocatingRow& row) {
+            const int linesBefore = signedOutLines();
+            expectNothing(row, {});
+            QVERIFY(signedOutLines() > linesBefore || QByteArray(row.name).startsWith("Sign"));
+        });
     }
 
     // The buffers of the operations that ask the service, and then the sign-in that the rest of this test needs.
@@ -357,61 +352,57 @@ private slots:
         QVERIFY(keyed.EnableOAuth2(knownKey, true));
     }
 
-    void everyOperationWorksForASignedInClient_data() { addRows(rows()); }
     void everyOperationWorksForASignedInClient() {
-        QFETCH(int, index);
-        const Row row = rows().at(size_t(index));
-        if (row.known == none)
-            return;
-        QCOMPARE(row.call({}), row.known);
-        if (row.unknown != none)
-            QCOMPARE(row.call({true, knownKey}), row.known);
+        forEach(rows(), [&](const Row& row) {
+            if (row.known == none)
+                return;
+            QCOMPARE(row.call({}), row.known);
+            if (row.unknown != none)
+                QCOMPARE(row.call({true, knownKey}), row.known);
+        });
     }
 
-    void everyOperationFailsForAnUnknownKey_data() { addRows(rows()); }
     void everyOperationFailsForAnUnknownKey() {
-        QFETCH(int, index);
-        const Row row = rows().at(size_t(index));
-        if (row.unknown == none)
-            return;
-        const int missesBefore = misses();
-        QCOMPARE(row.call({true, unknownKey}), row.unknown);
-        QVERIFY(QLatin1String(row.name) == QLatin1String("SetConfiguration") || misses() > missesBefore);
-        if (QLatin1String(row.name) != QLatin1String("SetConfiguration"))
-            QCOMPARE(row.call({true, QString()}), row.unknown);
+        forEach(rows(), [&](const Row& row) {
+            if (row.unknown == none)
+                return;
+            const int missesBefore = misses();
+            QCOMPARE(row.call({true, unknownKey}), row.unknown);
+            QVERIFY(QLatin1String(row.name) == QLatin1String("SetConfiguration") || misses() > missesBefore);
+            if (QLatin1String(row.name) != QLatin1String("SetConfiguration"))
+                QCOMPARE(row.call({true, QString()}), row.unknown);
+        });
     }
 
-    void fillsBuffers_data() { addRows(textRows()); }
     void fillsBuffers() {
-        QFETCH(int, index);
-        const TextRow row = textRows().at(size_t(index));
-        if (row.hasPlain)
-            checkBuffers(row, {}, !row.isEmpty);
-        if (!row.hasKeyed)
-            return;
-        checkBuffers(row, {true, knownKey}, true);
-        const int missesBefore = misses();
-        checkBuffers(row, {true, unknownKey}, false);
-        QVERIFY(misses() > missesBefore);
-        QCOMPARE(row.call({true, unknownKey}, nullptr, 0), 0);
+        forEach(textRows(), [&](const TextRow& row) {
+            if (row.hasPlain)
+                checkBuffers(row, {}, !row.isEmpty);
+            if (!row.hasKeyed)
+                return;
+            checkBuffers(row, {true, knownKey}, true);
+            const int missesBefore = misses();
+            checkBuffers(row, {true, unknownKey}, false);
+            QVERIFY(misses() > missesBefore);
+            QCOMPARE(row.call({true, unknownKey}, nullptr, 0), 0);
+        });
     }
 
-    void handsOutMemory_data() { addRows(allocatingRows()); }
     void handsOutMemory() {
-        QFETCH(int, index);
-        const AllocatingRow row = allocatingRows().at(size_t(index));
-        for (const Caller& caller : {Caller(), Caller{true, knownKey}}) {
-            wchar_t untouched = canary;
-            wchar_t* text = &untouched;
-            QCOMPARE(row.call(caller, text), row.known);
-            QVERIFY(text && text != &untouched);
-            const std::unique_ptr<wchar_t[]> owned(text);
-            QVERIFY(std::wstring(text).size() > 20);
-        }
-        const int missesBefore = misses();
-        expectNothing(row, {true, unknownKey});
-        QVERIFY(misses() > missesBefore);
-        expectNothing(row, {true, QString()});
+        forEach(allocatingRows(), [&](const AllocatingRow& row) {
+            for (const Caller& caller : {Caller(), Caller{true, knownKey}}) {
+                wchar_t untouched = canary;
+                wchar_t* text = &untouched;
+                QCOMPARE(row.call(caller, text), row.known);
+                QVERIFY(text && text != &untouched);
+                const std::unique_ptr<wchar_t[]> owned(text);
+                QVERIFY(std::wstring(text).size() > 20);
+            }
+            const int missesBefore = misses();
+            expectNothing(row, {true, unknownKey});
+            QVERIFY(misses() > missesBefore);
+            expectNothing(row, {true, QString()});
+        });
     }
 
     void handsOutTheCookie() {
@@ -492,34 +483,30 @@ private slots:
         QCOMPARE(Caller::plain().GetServiceEntitlement(L"Storage"), ServiceEntitlement::NoLoginSession);
     }
 
-    void everyOperationFailsAfterTheEnd_data() { addRows(rows()); }
     void everyOperationFailsAfterTheEnd() {
-        QFETCH(int, index);
-        if (WebServicesManager::IsInitialized())
-            WebServicesManager::Uninitialize();
-        const Row row = rows().at(size_t(index));
-        // The log outlasts the library, and no service is entitled.
-        const bool isLog =
-            QLatin1String(row.name) == QLatin1String("EnableLog") || QLatin1String(row.name) == QLatin1String("IsLogEnabled");
-        const int expected = isLog ? 1 : QLatin1String(row.name) == QLatin1String("GetServiceEntitlement") ? 4 : 0;
-        QCOMPARE(row.call({}), expected);
-        if (row.unknown != none)
-            QCOMPARE(row.call({true, knownKey}), expected);
+        forEach(rows(), [&](const Row& row) {
+            if (WebServicesManager::IsInitialized())
+                WebServicesManager::Uninitialize();
+            // The log outlasts the library, and no service is entitled.
+            const bool isLog =
+                QLatin1String(row.name) == QLatin1String("EnableLog") || QLatin1String(row.name) == QLatin1String("IsLogEnabled");
+            const int expected = isLog ? 1 : QLatin1String(row.name) == QLatin1String("GetServiceEntitlement") ? 4 : 0;
+            QCOMPARE(row.call({}), expected);
+            if (row.unknown != none)
+                QCOMPARE(row.call({true, knownKey}), expected);
+        });
     }
 
-    void textsAreEmptyAfterTheEnd_data() { addRows(textRows()); }
     void textsAreEmptyAfterTheEnd() {
-        QFETCH(int, index);
-        const TextRow row = textRows().at(size_t(index));
-        const QStringList pathsOfTheProcess{"GetSupportFileSearchPaths", "GetLoginStateFile"};
-        wchar_t buffer[8] = {canary};
-        QCOMPARE(row.call({!row.hasPlain, knownKey}, buffer, 8), pathsOfTheProcess.contains(row.name) ? 7 : 0);
+        forEach(textRows(), [&](const TextRow& row) {
+            const QStringList pathsOfTheProcess{"GetSupportFileSearchPaths", "GetLoginStateFile"};
+            wchar_t buffer[8] = {canary};
+            QCOMPARE(row.call({!row.hasPlain, knownKey}, buffer, 8), pathsOfTheProcess.contains(row.name) ? 7 : 0);
+        });
     }
 
-    void nothingIsHandedOutAfterTheEnd_data() { addRows(allocatingRows()); }
     void nothingIsHandedOutAfterTheEnd() {
-        QFETCH(int, index);
-        expectNothing(allocatingRows().at(size_t(index)), {});
+        forEach(allocatingRows(), [&](const AllocatingRow& row) { expectNothing(row, {}); });
     }
 
 private:

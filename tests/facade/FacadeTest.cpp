@@ -3,7 +3,7 @@
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/Test.h"
-#include "signing/RandomRequests.h"
+#include "facade/RandomRequests.h"
 
 #include <QNetworkProxy>
 #include <VqWebServices/IWebServicesManager.h>
@@ -36,8 +36,6 @@ void expectFailures(WebServicesManager& manager) {
     int status = -1;
     LoginErrorEx error = LoginErrorEx::None;
     QVERIFY(!manager.SetConfiguration(configuration()));
-    QVERIFY(!manager.RestoreLogin());
-    QVERIFY(!manager.IsLoggedIn());
     QVERIFY(!manager.InitiateLogin(nullptr, buffer, 16, error, status));
     QCOMPARE(error, LoginErrorEx::NotReady);
     QCOMPARE(status, 0);
@@ -177,21 +175,6 @@ private slots:
         QVERIFY(WebServicesManager::Initialize());
         QVERIFY(!WebServicesManager::GetInstance()->SetConfiguration(configuration()));
         QVERIFY(WebServicesManagerEx::GetInstanceEx()->SetConfiguration("4711", configuration()));
-    }
-
-    void failsWithoutHarmAfterUninitialize() {
-        WebServicesManager::Initialize();
-        WebServicesManager* const kept = WebServicesManager::GetInstance();
-        IWebServicesManager* const keptInterface = GetIWebServicesManager();
-        WebServicesManager::Uninitialize();
-        expectFailures(*kept);
-        QVERIFY(
-            TestKit::readFile(WebServicesPrivate::GetLogFile())
-                .contains(
-                    "SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
-        wchar_t buffer[4];
-        QCOMPARE(keptInterface->GetUserName(buffer, 4), 0);
-        QCOMPARE(keptInterface->GetLoginExpiryDate(), 0U);
     }
 
     void keepsProxyCredentials() {
@@ -370,30 +353,26 @@ private slots:
         QVERIFY(!isSigned());
     }
 
-    void initializesWithOAuth2_data() {
-        const TestKit::Columns<int, bool> row("form", "enabled");
+    void initializesWithOAuth2() {
+        const TestKit::Rows row(this, [&](int form, bool enabled) {
+            const std::function<bool()> forms[] = {[] { return WebServicesManager::Initialize(); },
+                                                   [] { return WebServicesManager::Initialize(false); },
+                                                   [] { return WebServicesManager::Initialize(true); },
+                                                   [] { return WebServicesManager::Initialize(false, true); },
+                                                   [] { return WebServicesManager::Initialize(true, false); },
+                                                   [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); }};
+            QVERIFY(forms[form]());
+            QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
+            // A later user of the library changes nothing.
+            QVERIFY(WebServicesManager::Initialize(!enabled));
+            QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
+        });
         row("without", 0, false);
         row("false", 1, false);
         row("true", 2, true);
         row("false, true", 3, false);
         row("true, false", 4, true);
         row("a spec", 5, true);
-    }
-
-    void initializesWithOAuth2() {
-        QFETCH(int, form);
-        QFETCH(bool, enabled);
-        const std::function<bool()> forms[] = {[] { return WebServicesManager::Initialize(); },
-                                               [] { return WebServicesManager::Initialize(false); },
-                                               [] { return WebServicesManager::Initialize(true); },
-                                               [] { return WebServicesManager::Initialize(false, true); },
-                                               [] { return WebServicesManager::Initialize(true, false); },
-                                               [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); }};
-        QVERIFY(forms[form]());
-        QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
-        // A later user of the library changes nothing.
-        QVERIFY(WebServicesManager::Initialize(!enabled));
-        QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
     }
 
     void oauth2TokensThroughBothFacades() {
@@ -472,6 +451,10 @@ private slots:
         manager.SetConfiguration(configuration());
         QVERIFY(manager.RestoreLogin());
         QVERIFY(!WebServicesManager::IsInitialized());
+        QVERIFY(
+            TestKit::readFile(WebServicesPrivate::GetLogFile())
+                .contains(
+                    "SignRequest failed while signing url https://example.com/: Module not initialized or already uninitialized."));
     }
 
 private:

@@ -2,7 +2,6 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/Platform/SystemFacts.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
 
@@ -19,51 +18,46 @@ private slots:
         m_logger->clear();
     }
 
-    void theLockOfADeadHolderIsTaken_data() {
-        const TestKit::Columns<QString> row("command");
+    // Over and over, so that a count lost or won once shows.
+    void theLockOfADeadHolderIsTaken() {
+        const TestKit::Rows row(this, [&](const QString& command) {
+            for (int round = 0; round < 8; ++round) {
+                const auto holder = run(command);
+                QCOMPARE(holder->nextLine(), QByteArray("held"));
+                const TestKit::Stopwatch timer;
+                holder->kill();
+                CrossProcessLock lock = makeLock();
+                QVERIFY(lock.acquire(60000));
+                QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
+                CrossProcessLock second = makeLock();
+                QVERIFY(!second.acquire(0));
+            }
+            QCOMPARE(m_logger->texts(Log::Level::Error).size(), 8);
+        });
         row("killed", "hold");
         row("ended in the section", "crash-in-section");
     }
 
-    // Over and over, so that a count lost or won once shows.
-    void theLockOfADeadHolderIsTaken() {
-        QFETCH(QString, command);
-        for (int round = 0; round < 8; ++round) {
-            const auto holder = run(command);
-            QCOMPARE(holder->nextLine(), QByteArray("held"));
-            const TestKit::Stopwatch timer;
-            holder->kill();
-            CrossProcessLock lock = makeLock();
-            QVERIFY(lock.acquire(60000));
-            QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
-            CrossProcessLock second = makeLock();
-            QVERIFY(!second.acquire(0));
-        }
-        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 8);
-    }
-
-    void timeoutIsHonoured_data() {
-        QTest::addColumn<int>("timeout");
-        for (const int timeout : {0, 50, 500})
-            QTest::addRow("%d ms", timeout) << timeout;
-    }
-
     void timeoutIsHonoured() {
-        QFETCH(int, timeout);
-        const auto holder = run("hold");
-        QCOMPARE(holder->nextLine(), QByteArray("held"));
-        CrossProcessLock lock = makeLock();
-        const TestKit::Stopwatch timer;
-        QVERIFY(!lock.acquire(timeout));
-        const qint64 elapsed = timer.elapsed();
-        QVERIFY2(elapsed >= timeout && elapsed < timeout + TestKit::limitMs(1500), qPrintable(QString::number(elapsed)));
-        QCOMPARE(m_logger->texts(),
-                 QStringList(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more "
-                                            "than %2 ms")
-                                 .arg(m_key)
-                                 .arg(timeout)));
-        QVERIFY(holder->finish());
-        QVERIFY(lock.acquire(2000));
+        const TestKit::Rows row(this, [&](int timeout) {
+            const auto holder = run("hold");
+            QCOMPARE(holder->nextLine(), QByteArray("held"));
+            CrossProcessLock lock = makeLock();
+            const TestKit::Stopwatch timer;
+            QVERIFY(!lock.acquire(timeout));
+            const qint64 elapsed = timer.elapsed();
+            QVERIFY2(elapsed >= timeout && elapsed < timeout + TestKit::limitMs(1500), qPrintable(QString::number(elapsed)));
+            QCOMPARE(m_logger->texts(),
+                     QStringList(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more "
+                                                "than %2 ms")
+                                     .arg(m_key)
+                                     .arg(timeout)));
+            QVERIFY(holder->finish());
+            QVERIFY(lock.acquire(2000));
+        });
+        row("at once", 0);
+        row("soon", 50);
+        row("later", 500);
     }
 
     void aMissingFolderIsAFailure() {
@@ -77,45 +71,21 @@ private slots:
         QVERIFY(other.acquire(1000));
     }
 
-    void noIncrementIsLost_data() {
+    void noIncrementIsLost() {
         // starts: of processes, one after the other in each lane
         // bumps: of each process
-        const TestKit::Columns<int, int, int> row("lanes", "starts", "bumps");
+        const TestKit::Rows row(this, [&](int lanes, int starts, int bumps) {
+            for (int start = 0; start < starts; ++start) {
+                std::vector<std::unique_ptr<HelperProcess>> helpers;
+                for (int lane = 0; lane < lanes; ++lane)
+                    helpers.push_back(run("bump", bumps));
+                for (const auto& helper : helpers)
+                    QVERIFY(helper->finish());
+            }
+            QCOMPARE(counter(), lanes * starts * bumps);
+        });
         row("long-lived", 4, 1, 100);
         row("short-lived", 4, 8, 3);
-    }
-
-    void noIncrementIsLost() {
-        QFETCH(int, lanes);
-        QFETCH(int, starts);
-        QFETCH(int, bumps);
-        for (int start = 0; start < starts; ++start) {
-            std::vector<std::unique_ptr<HelperProcess>> helpers;
-            for (int lane = 0; lane < lanes; ++lane)
-                helpers.push_back(run("bump", bumps));
-            for (const auto& helper : helpers)
-                QVERIFY(helper->finish());
-        }
-        QCOMPARE(counter(), lanes * starts * bumps);
-    }
-
-    // A process that dies inside the lock has done its work or not. The work of others is not lost, and they do not wait.
-    void aKillInsideTheLockLosesNothingOfOthers() {
-        int acknowledged = 0;
-        constexpr int kills = 12;
-        const auto survivor = run("bump", 150);
-        for (int round = 0; round < kills; ++round) {
-            const auto victim = run("bump", 100000);
-            QVERIFY(victim->waitForReadyRead(10000));
-            QTest::qSleep(static_cast<int>(QRandomGenerator::global()->bounded(1, 20)));
-            victim->kill();
-            QVERIFY(victim->waitForFinished(10000));
-            acknowledged += victim->readAllStandardOutput().count('+');
-        }
-        QVERIFY(survivor->finish());
-        acknowledged += 150;
-        QVERIFY2(counter() >= acknowledged && counter() <= acknowledged + kills,
-                 qPrintable(QStringLiteral("%1 counted, %2 acknowledged").arg(counter()).arg(acknowledged)));
     }
 
 private:

@@ -1,6 +1,5 @@
 #include "VqUtil/Files/FolderWatcher.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
 
@@ -31,40 +30,35 @@ private slots:
 
     void cleanup() { m_watcher.reset(); }
 
-    void everyKindOfChangeIsReported_data() {
-        const TestKit::Columns<QString, QString, Action> row("what", "name", "action");
-        row("created", "create", "EventTrigger.tmp", Action::Added);
-        row("an empty file rewritten in place", "rewrite", "There.tmp", Action::Modified);
-        row("a full file rewritten in place", "fill", "There.tmp", Action::Modified);
-        row("replaced", "replace", "There.tmp", Action::RenamedTo);
-        row("removed", "remove", "There.tmp", Action::Removed);
-        row("renamed, old name", "rename", "There.tmp", Action::RenamedFrom);
-        row("renamed, new name", "rename", "Renamed.tmp", Action::RenamedTo);
-    }
-
     void everyKindOfChangeIsReported() {
-        QFETCH(QString, what);
-        QFETCH(QString, name);
-        QFETCH(Action, action);
-        const QString there = path("There.tmp");
-        QVERIFY(TestKit::writeFile(there, what == QLatin1String("rewrite") ? "" : "old"));
-        QVERIFY(m_watcher->start(m_folder + QStringLiteral("/../") + QDir(m_folder).dirName()));
-        // A system may be late to tell what came before.
-        QTest::qWait(50);
-        m_changes.clear();
-        if (what == QLatin1String("create"))
-            QVERIFY(TestKit::writeFile(path(name), {}));
-        else if (what == QLatin1String("rewrite"))
-            QVERIFY(TestKit::writeFile(there, {}));
-        else if (what == QLatin1String("fill"))
-            QVERIFY(TestKit::writeFile(there, "new"));
-        else if (what == QLatin1String("replace"))
-            QVERIFY(Util::AtomicFile::write(there, "new"));
-        else if (what == QLatin1String("remove"))
-            QVERIFY(QFile::remove(there));
-        else
-            QVERIFY(QFile::rename(there, path("Renamed.tmp")));
-        QTRY_VERIFY_WITH_TIMEOUT(count(name, action) > 0, patienceMs);
+        using Change = std::function<bool(const QString& there)>;
+        const TestKit::Rows row(this, [&](const QByteArray& before, const Change& change, const QString& name, Action action) {
+            const QString there = path("There.tmp");
+            QVERIFY(TestKit::writeFile(there, before));
+            QVERIFY(m_watcher->start(m_folder + QStringLiteral("/../") + QDir(m_folder).dirName()));
+            // A system may be late to tell what came before.
+            QTest::qWait(50);
+            m_changes.clear();
+            QVERIFY(change(there));
+            QTRY_VERIFY_WITH_TIMEOUT(count(name, action) > 0, patienceMs);
+        });
+        const auto rename = [&](const QString& there) { return QFile::rename(there, path("Renamed.tmp")); };
+        row(
+            "created", "old", [&](auto&) { return TestKit::writeFile(path("EventTrigger.tmp"), {}); }, "EventTrigger.tmp",
+            Action::Added);
+        row(
+            "an empty file rewritten in place", "", [](auto& there) { return TestKit::writeFile(there, {}); }, "There.tmp",
+            Action::Modified);
+        row(
+            "a full file rewritten in place", "old", [](auto& there) { return TestKit::writeFile(there, "new"); }, "There.tmp",
+            Action::Modified);
+        row(
+            "replaced", "old", [](auto& there) { return bool(Util::AtomicFile::write(there, "new")); }, "There.tmp",
+            Action::RenamedTo);
+        row(
+            "removed", "old", [](auto& there) { return QFile::remove(there); }, "There.tmp", Action::Removed);
+        row("renamed, old name", "old", rename, "There.tmp", Action::RenamedFrom);
+        row("renamed, new name", "old", rename, "Renamed.tmp", Action::RenamedTo);
     }
 
     void everyRewriteIsReported() {
@@ -78,35 +72,31 @@ private slots:
         }
     }
 
-    void aFolderThatReappearsIsWatchedAgain_data() {
-        const TestKit::Columns<bool, bool> row("isThereFirst", "isMoved");
+    // Changes in the folder before it was seen again are reported as well.
+    void aFolderThatReappearsIsWatchedAgain() {
+        const TestKit::Rows row(this, [&](bool isThereFirst, bool isMoved) {
+            if (!isThereFirst)
+                QVERIFY(QDir(m_folder).removeRecursively());
+            QVERIFY(m_watcher->start(m_folder));
+            for (int round = 0; round < 2; ++round) {
+                if (isThereFirst || round > 0) {
+                    QVERIFY(isMoved ? QDir().rename(m_folder, m_folder + QString::number(round))
+                                    : QDir(m_folder).removeRecursively());
+                    if (!QTest::qWaitFor([this] { return !QFileInfo::exists(m_folder); }, 500))
+                        QSKIP("this system keeps a folder as long as somebody has it open, and does not tell him");
+                    QTRY_COMPARE_WITH_TIMEOUT(m_logger->texts(Log::Level::Warning).size(), round + 1, patienceMs);
+                }
+                m_changes.clear();
+                QVERIFY(QDir().mkpath(m_folder));
+                QVERIFY(TestKit::writeFile(path("Early.tmp"), {}));
+                QTRY_VERIFY_WITH_TIMEOUT(count("Early.tmp", Action::Modified) > 0, patienceMs);
+                QVERIFY(TestKit::writeFile(path("Late.tmp"), {}));
+                QTRY_VERIFY_WITH_TIMEOUT(count("Late.tmp", Action::Added) + count("Late.tmp", Action::Modified) > 0, patienceMs);
+            }
+        });
         row("missing at the start", false, true);
         row("deleted and made again", true, false);
         row("moved away and made again", true, true);
-    }
-
-    // Changes in the folder before it was seen again are reported as well.
-    void aFolderThatReappearsIsWatchedAgain() {
-        QFETCH(bool, isThereFirst);
-        QFETCH(bool, isMoved);
-        if (!isThereFirst)
-            QVERIFY(QDir(m_folder).removeRecursively());
-        QVERIFY(m_watcher->start(m_folder));
-        for (int round = 0; round < 2; ++round) {
-            if (isThereFirst || round > 0) {
-                QVERIFY(isMoved ? QDir().rename(m_folder, m_folder + QString::number(round))
-                                : QDir(m_folder).removeRecursively());
-                if (!QTest::qWaitFor([this] { return !QFileInfo::exists(m_folder); }, 500))
-                    QSKIP("this system keeps a folder as long as somebody has it open, and does not tell him");
-                QTRY_COMPARE_WITH_TIMEOUT(m_logger->texts(Log::Level::Warning).size(), round + 1, patienceMs);
-            }
-            m_changes.clear();
-            QVERIFY(QDir().mkpath(m_folder));
-            QVERIFY(TestKit::writeFile(path("Early.tmp"), {}));
-            QTRY_VERIFY_WITH_TIMEOUT(count("Early.tmp", Action::Modified) > 0, patienceMs);
-            QVERIFY(TestKit::writeFile(path("Late.tmp"), {}));
-            QTRY_VERIFY_WITH_TIMEOUT(count("Late.tmp", Action::Added) + count("Late.tmp", Action::Modified) > 0, patienceMs);
-        }
     }
 
     // More changes than the system keeps while the watcher is blocked: afterwards every file is reported.

@@ -1,5 +1,4 @@
 #include "TestKit/MessagingTest.h"
-#include "TestKit/Soak.h"
 #include "VqUtil/Messaging/MessageCodec.h"
 #include "VqUtil/Messaging/MessageFrame.h"
 #include "VqUtil/Messaging/PeerIdentity.h"
@@ -105,8 +104,16 @@ private slots:
     void init() { startOver(); }
     void cleanup() { m_parties.clear(); }
 
-    void aPeerThatBreaksTheProtocolIsDisconnected_data() {
-        const TestKit::Columns<QByteArray> row("bytes");
+    void aPeerThatBreaksTheProtocolIsDisconnected() {
+        const TestKit::Rows row(this, [&](const QByteArray& bytes) {
+            QVERIFY(meet(2));
+            const auto socket = intruder(bytes);
+            QTRY_COMPARE_WITH_TIMEOUT(socket->state(), QLocalSocket::UnconnectedState, patienceMs);
+            QTRY_COMPARE_WITH_TIMEOUT(at(0).logger->texts(Log::Level::Warning).size(), 1, patienceMs);
+            QVERIFY(!at(0).logger->texts(Log::Level::Warning).first().contains("in time")); // at once, not at a time-out
+            QVERIFY(at(1).heard.isEmpty() && at(0).heard.isEmpty());
+            QVERIFY(worksOn());
+        });
         const QByteArray good = message(emptyName() + QByteArray(4, '\0'));
         const QByteArray header = good.left(5);
         row("no frame", "GET / HTTP/1.1\r\n\r\n");
@@ -134,35 +141,21 @@ private slots:
         row("too deep", hello() + message(deep + QByteArray(4, '\0')));
     }
 
-    void aPeerThatBreaksTheProtocolIsDisconnected() {
-        QFETCH(QByteArray, bytes);
-        QVERIFY(meet(2));
-        const auto socket = intruder(bytes);
-        QTRY_COMPARE_WITH_TIMEOUT(socket->state(), QLocalSocket::UnconnectedState, patienceMs);
-        QTRY_COMPARE_WITH_TIMEOUT(at(0).logger->texts(Log::Level::Warning).size(), 1, patienceMs);
-        QVERIFY(!at(0).logger->texts(Log::Level::Warning).first().contains("in time")); // at once, not at a time-out
-        QVERIFY(at(1).heard.isEmpty() && at(0).heard.isEmpty());
-        QVERIFY(worksOn());
-    }
-
-    void aPeerThatDoesNotFinishIsDisconnected_data() {
-        const TestKit::Columns<QByteArray> row("bytes");
+    void aPeerThatDoesNotFinishIsDisconnected() {
+        const TestKit::Rows row(this, [&](const QByteArray& bytes) {
+            QVERIFY(meet(2));
+            const auto socket = intruder(bytes);
+            for (int second = 0; second < 50 && socket->state() == QLocalSocket::ConnectedState; ++second) {
+                QVERIFY(worksOn());
+                if (bytes.size() == 1)
+                    socket->write(hello().mid(second + 1, 1));
+                QTest::qWait(80);
+            }
+            QCOMPARE(socket->state(), QLocalSocket::UnconnectedState);
+        });
         row("silent", {});
         row("half a frame", hello() + message(QByteArray(100, '\0')).left(50));
         row("byte by byte", hello().left(1));
-    }
-
-    void aPeerThatDoesNotFinishIsDisconnected() {
-        QFETCH(QByteArray, bytes);
-        QVERIFY(meet(2));
-        const auto socket = intruder(bytes);
-        for (int second = 0; second < 50 && socket->state() == QLocalSocket::ConnectedState; ++second) {
-            QVERIFY(worksOn());
-            if (bytes.size() == 1)
-                socket->write(hello().mid(second + 1, 1));
-            QTest::qWait(80);
-        }
-        QCOMPARE(socket->state(), QLocalSocket::UnconnectedState);
     }
 
     // A server that ends each connection as soon as it is made is not asked again and again.

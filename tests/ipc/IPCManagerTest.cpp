@@ -69,8 +69,17 @@ private slots:
         }
     }
 
-    void valuesThatCannotTravelAreRefused_data() {
-        const TestKit::Columns<QVariant, bool> row("value", "isTaken");
+    void valuesThatCannotTravelAreRefused() {
+        const TestKit::Rows row(this, [&](const QVariant& value, bool isTaken) {
+            QVERIFY(meet(2));
+            QCOMPARE(at(1).manager.send(QString(), {{"V", value}}), isTaken);
+            QCOMPARE(at(1).logger->texts(Log::Level::Error).size(), isTaken ? 0 : 1);
+            QVERIFY(at(1).manager.send("After", {}));
+            QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), isTaken ? 2 : 1, patienceMs);
+            QCOMPARE(at(0).heard.first().second.value("V"), isTaken ? value : QVariant());
+            at(1).manager.stop();
+            QVERIFY(!at(1).manager.send("Stopped", {}));
+        });
         // Frame header, kind, empty name, count, key "V", tag and length of the bytes.
         const int most = MessageFrame::greatestSize - MessageFrame::headerSize - 1 - 4 - 4 - 6 - 5;
         row("as long as it may be", QVariant(QByteArray(most, 'x')), true);
@@ -81,19 +90,6 @@ private slots:
         row("unknown type inside", QVariant(QVariantMap{{"A", QVariantList{QUrl()}}}), false);
         row("lists as deep as they may be", nestedList(7), true);
         row("lists too deep", nestedList(8), false);
-    }
-
-    void valuesThatCannotTravelAreRefused() {
-        QFETCH(QVariant, value);
-        QFETCH(bool, isTaken);
-        QVERIFY(meet(2));
-        QCOMPARE(at(1).manager.send(QString(), {{"V", value}}), isTaken);
-        QCOMPARE(at(1).logger->texts(Log::Level::Error).size(), isTaken ? 0 : 1);
-        QVERIFY(at(1).manager.send("After", {}));
-        QTRY_COMPARE_WITH_TIMEOUT(at(0).heard.size(), isTaken ? 2 : 1, patienceMs);
-        QCOMPARE(at(0).heard.first().second.value("V"), isTaken ? value : QVariant());
-        at(1).manager.stop();
-        QVERIFY(!at(1).manager.send("Stopped", {}));
     }
 
     // All start at once. When the server stops, another one takes its place, and no accepted message is lost.
@@ -199,32 +195,29 @@ private slots:
         QVERIFY(worksOn());
     }
 
-    void aManagerMayEndInItsReceiver_data() {
-        const TestKit::Columns<bool> row("isDestroyed");
+    void aManagerMayEndInItsReceiver() {
+        const TestKit::Rows row(this, [&](bool isDestroyed) {
+            QVERIFY(meet(2));
+            auto ending = std::make_unique<IPCManager>(std::make_shared<TestKit::RecordingLogger>());
+            int heard = 0;
+            connect(ending.get(), &IPCManager::MessageReceived, this, [&ending, &heard, isDestroyed] {
+                ++heard;
+                if (isDestroyed)
+                    ending.reset();
+                else
+                    ending->stop();
+            });
+            QVERIFY(ending->start(m_name, m_folder.path()));
+            for (int attempt = 0; attempt < patienceMs / 20 && heard == 0; ++attempt) {
+                QVERIFY(at(0).manager.send("End", {}) && at(0).manager.send("Another", {}));
+                QTest::qWait(20);
+            }
+            QTest::qWait(50);
+            QCOMPARE(heard, 1);
+            QVERIFY(worksOn());
+        });
         row("stopped", false);
         row("destroyed", true);
-    }
-
-    void aManagerMayEndInItsReceiver() {
-        QFETCH(bool, isDestroyed);
-        QVERIFY(meet(2));
-        auto ending = std::make_unique<IPCManager>(std::make_shared<TestKit::RecordingLogger>());
-        int heard = 0;
-        connect(ending.get(), &IPCManager::MessageReceived, this, [&ending, &heard, isDestroyed] {
-            ++heard;
-            if (isDestroyed)
-                ending.reset();
-            else
-                ending->stop();
-        });
-        QVERIFY(ending->start(m_name, m_folder.path()));
-        for (int attempt = 0; attempt < patienceMs / 20 && heard == 0; ++attempt) {
-            QVERIFY(at(0).manager.send("End", {}) && at(0).manager.send("Another", {}));
-            QTest::qWait(20);
-        }
-        QTest::qWait(50);
-        QCOMPARE(heard, 1);
-        QVERIFY(worksOn());
     }
 };
 

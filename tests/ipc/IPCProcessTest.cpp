@@ -1,6 +1,5 @@
 #include "TestKit/IpcHelper.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "TestKit/WaitFor.h"
 #include "VqUtil/Messaging/IPCManager.h"

@@ -1,6 +1,5 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Locks/CrossProcessLock.h"
 #include "VqUtil/Locks/NamedSemaphore.h"
@@ -50,43 +49,41 @@ private slots:
         QCOMPARE(count(), 0);
     }
 
-    void anUnusableKeyFileCostsTheSemaphoreAlone_data() {
+    void anUnusableKeyFileCostsTheSemaphoreAlone() {
         // link: what the key file's name leads to; the file itself is another user's when there is none
-        const TestKit::Columns<QString> row("link");
+        const TestKit::Rows row(this, [&](const QString& link) {
+            const bool isOthers = link.isEmpty() || link == "semaphore";
+            constexpr uid_t nobody = 65534;
+            CrossProcessLock lock = makeLock();
+            // What was found once must not be used when its name leads elsewhere.
+            if (!isOthers)
+                QVERIFY(lock.acquire(1000));
+            lock.release();
+            const int id = object(IPC_CREAT);
+            if (isOthers) {
+                semid_ds owned{};
+                owned.sem_perm.uid = nobody;
+                owned.sem_perm.mode = 0666;
+                QVERIFY(link.isEmpty() ? ::chown(keyFile().constData(), nobody, nobody) == 0
+                                       : ::semctl(id, 0, IPC_SET, &owned) == 0);
+            } else {
+                QVERIFY(::unlink(keyFile().constData()) == 0);
+                QVERIFY(::symlink(QFile::encodeName(link).constData(), keyFile().constData()) == 0);
+            }
+            const TestKit::Stopwatch timer;
+            QVERIFY(lock.acquire(60000));
+            QVERIFY2(timer.elapsed() < TestKit::limitMs(500), qPrintable(QString::number(timer.elapsed())));
+            QCOMPARE(m_logger->texts(Log::Level::Error).size(), 1);
+            QVERIFY(!QFile::exists(QDir::tempPath() + "/elsewhere"));
+            ::semctl(id, 0, IPC_RMID);
+        });
         row("a circle of links", QString::fromLocal8Bit(keyFile()));
         row("a file elsewhere", QDir::tempPath() + "/elsewhere");
         row("a folder", QDir::tempPath());
+        if (::geteuid() != 0)
+            QSKIP("Only the administrator can make what is another user's");
         row("another user's file", "");
         row("another user's semaphore", "semaphore");
-    }
-
-    void anUnusableKeyFileCostsTheSemaphoreAlone() {
-        QFETCH(QString, link);
-        const bool isOthers = link.isEmpty() || link == "semaphore";
-        if (isOthers && ::geteuid() != 0)
-            QSKIP("Only the administrator can make what is another user's");
-        constexpr uid_t nobody = 65534;
-        CrossProcessLock lock = makeLock();
-        // What was found once must not be used when its name leads elsewhere.
-        if (!isOthers)
-            QVERIFY(lock.acquire(1000));
-        lock.release();
-        const int id = object(IPC_CREAT);
-        if (isOthers) {
-            semid_ds owned{};
-            owned.sem_perm.uid = nobody;
-            owned.sem_perm.mode = 0666;
-            QVERIFY(link.isEmpty() ? ::chown(keyFile().constData(), nobody, nobody) == 0 : ::semctl(id, 0, IPC_SET, &owned) == 0);
-        } else {
-            QVERIFY(::unlink(keyFile().constData()) == 0);
-            QVERIFY(::symlink(QFile::encodeName(link).constData(), keyFile().constData()) == 0);
-        }
-        const TestKit::Stopwatch timer;
-        QVERIFY(lock.acquire(60000));
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(500), qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(m_logger->texts(Log::Level::Error).size(), 1);
-        QVERIFY(!QFile::exists(QDir::tempPath() + "/elsewhere"));
-        ::semctl(id, 0, IPC_RMID);
     }
 
     void aProgramWithThePlainSemaphoreWaitsForUs() {

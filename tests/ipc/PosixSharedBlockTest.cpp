@@ -79,49 +79,42 @@ private slots:
         QCOMPARE(block->read(), QByteArray(300, 'z'));
     }
 
-    void blocksOfOthersAreRefused_data() {
-        const Velquor::TestKit::Columns<QString> row("what");
-        for (const char* what : {"open to others", "link", "folder", "no folder"})
-            row(what, QString::fromLatin1(what));
-    }
-
     void blocksOfOthersAreRefused() {
-        QFETCH(QString, what);
-        if (what == QLatin1String("open to others"))
-            QVERIFY(makeFile("theirs") && ::chmod(QFile::encodeName(path()).constData(), 0666) == 0);
-        else if (what == QLatin1String("link"))
-            QVERIFY(makeFile("theirs") && QFile::rename(path(), path() + QStringLiteral("2"))
-                    && QFile::link(path() + QStringLiteral("2"), path()));
-        else if (what == QLatin1String("folder"))
-            QVERIFY(QDir().mkdir(path()));
-        else
-            m_folder->remove();
-        auto block = open();
-        QVERIFY(block->attach() != Result::Done);
-        QCOMPARE(block->create(4096), Result::Failed);
-        QVERIFY(!block->errorText().isEmpty() && !block->isAttached());
-        block.reset();
-        QCOMPARE(QFileInfo::exists(path()), what != QLatin1String("no folder"));
-    }
-
-    void onlyAPrivateRuntimeFolderIsUsed_data() {
-        const Velquor::TestKit::Columns<int, bool> row("mode", "used");
-        row("the user's alone", 0700, true);
-        row("readable by others", 0755, false);
-        row("missing", 0, false);
+        const Velquor::TestKit::Rows row(this, [&](const std::function<bool()>& makeIt, bool isThere) {
+            QVERIFY(makeIt());
+            auto block = open();
+            QVERIFY(block->attach() != Result::Done);
+            QCOMPARE(block->create(4096), Result::Failed);
+            QVERIFY(!block->errorText().isEmpty() && !block->isAttached());
+            block.reset();
+            QCOMPARE(QFileInfo::exists(path()), isThere);
+        });
+        row(
+            "open to others", [&] { return makeFile("theirs") && ::chmod(QFile::encodeName(path()).constData(), 0666) == 0; },
+            true);
+        const auto link = [&] { return QFile::rename(path(), path() + '2') && QFile::link(path() + '2', path()); };
+        row(
+            "link", [&] { return makeFile("theirs") && link(); }, true);
+        row(
+            "folder", [&] { return QDir().mkdir(path()); }, true);
+        row(
+            "no folder", [&] { return m_folder->remove(); }, false);
     }
 
     void onlyAPrivateRuntimeFolderIsUsed() {
-        QFETCH(int, mode);
-        QFETCH(bool, used);
-        const QString runtime = m_folder->filePath("runtime");
-        if (mode != 0)
-            QVERIFY(QDir().mkdir(runtime) && ::chmod(QFile::encodeName(runtime).constData(), static_cast<mode_t>(mode)) == 0);
-        const QByteArray before = qgetenv("XDG_RUNTIME_DIR");
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
-        const QString found = sharedBlockFolder("/data");
-        qputenv("XDG_RUNTIME_DIR", before);
-        QCOMPARE(found, used ? runtime : QStringLiteral("/data"));
+        const Velquor::TestKit::Rows row(this, [&](int mode, bool used) {
+            const QString runtime = m_folder->filePath("runtime");
+            if (mode != 0)
+                QVERIFY(QDir().mkdir(runtime) && ::chmod(QFile::encodeName(runtime).constData(), static_cast<mode_t>(mode)) == 0);
+            const QByteArray before = qgetenv("XDG_RUNTIME_DIR");
+            qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+            const QString found = sharedBlockFolder("/data");
+            qputenv("XDG_RUNTIME_DIR", before);
+            QCOMPARE(found, used ? runtime : QStringLiteral("/data"));
+        });
+        row("the user's alone", 0700, true);
+        row("readable by others", 0755, false);
+        row("missing", 0, false);
     }
 
     void aZombieCountsAsDead() {

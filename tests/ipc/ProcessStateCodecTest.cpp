@@ -110,8 +110,21 @@ private slots:
     }
 
     // A later version may publish them. Neither the records behind them may be lost nor, at the next write, they themselves.
-    void valuesOfOtherTypesSurvive_data() {
-        const Velquor::TestKit::Columns<QVariant, bool> row("value", "isWhole");
+    void valuesOfOtherTypesSurvive() {
+        const Velquor::TestKit::Rows row([&](const QVariant& value, bool isWhole) {
+            const ProcessRecords records{{1, "/a", {{"A", true}, {"V", value}, {"X", true}}}, {2, "/b", {{"B", true}}}};
+            const QByteArray block = ProcessStateCodec::encode(records, 0);
+            auto read = ProcessStateCodec::decode(block + QByteArray(40, '\0')).records;
+            QVERIFY(read.first().properties.contains("X") && read.size() == (isWhole ? 2 : 1));
+            QVERIFY(!isWhole || read.last() == records.last());
+            QCOMPARE(ProcessStateCodec::encode(read, block.size()).toHex(), block.toHex());
+            // The writer's own record comes to what it found.
+            read += ProcessRecord{3, "/c", {{"C", true}}};
+            const auto again = ProcessStateCodec::decode(ProcessStateCodec::encode(read, 1000)).records;
+            QCOMPARE(again.size(), read.size());
+            QVERIFY(again.contains(read.last()));
+            QVERIFY(ProcessStateCodec::encode(again, 1000).contains(block.mid(4)) || isWhole);
+        });
         row("real", 2.5, true);
         row("real of single precision", QVariant::fromValue(2.5F), true);
         row("character", QChar('x'), true);
@@ -134,26 +147,14 @@ private slots:
         row("pattern", QRegularExpression("a+"), false);
     }
 
-    void valuesOfOtherTypesSurvive() {
-        QFETCH(QVariant, value);
-        QFETCH(bool, isWhole);
-        const ProcessRecords records{{1, "/a", {{"A", true}, {"V", value}, {"X", true}}}, {2, "/b", {{"B", true}}}};
-        const QByteArray block = ProcessStateCodec::encode(records, 0);
-        auto read = ProcessStateCodec::decode(block + QByteArray(40, '\0')).records;
-        QVERIFY(read.first().properties.contains("X") && read.size() == (isWhole ? 2 : 1));
-        QVERIFY(!isWhole || read.last() == records.last());
-        QCOMPARE(ProcessStateCodec::encode(read, block.size()).toHex(), block.toHex());
-        // The writer's own record comes to what it found.
-        read += ProcessRecord{3, "/c", {{"C", true}}};
-        const auto again = ProcessStateCodec::decode(ProcessStateCodec::encode(read, 1000)).records;
-        QCOMPARE(again.size(), read.size());
-        QVERIFY(again.contains(read.last()));
-        QVERIFY(ProcessStateCodec::encode(again, 1000).contains(block.mid(4)) || isWhole);
-    }
-
-    void hostileBlocksGiveTheirWholeRecordsOnly_data() {
+    void hostileBlocksGiveTheirWholeRecordsOnly() {
         // properties: of the last record
-        const Velquor::TestKit::Columns<QByteArray, int, int> row("block", "records", "properties");
+        const Velquor::TestKit::Rows row([&](const QByteArray& block, int records, int properties) {
+            const auto decoded = ProcessStateCodec::decode(block);
+            QCOMPARE(decoded.records.size(), records);
+            QCOMPARE(decoded.records.value(records - 1).properties.size(), properties);
+            QVERIFY(decoded.used <= decoded.examined && decoded.examined <= block.size());
+        });
         const QByteArray id = QByteArray::fromHex("0000000000001234");
         const QByteArray path = QByteArray::fromHex("00000004002f0061");
         const QByteArray flagB = QByteArray::fromHex("000000020042"
@@ -196,16 +197,6 @@ private slots:
                                                             "7fffffff41")),
             1, 1);
         row("the same key twice", withCount("00000001", id + path + QByteArray::fromHex("00000002") + flagB + flagB), 1, 1);
-    }
-
-    void hostileBlocksGiveTheirWholeRecordsOnly() {
-        QFETCH(QByteArray, block);
-        QFETCH(int, records);
-        QFETCH(int, properties);
-        const auto decoded = ProcessStateCodec::decode(block);
-        QCOMPARE(decoded.records.size(), records);
-        QCOMPARE(decoded.records.value(records - 1).properties.size(), properties);
-        QVERIFY(decoded.used <= decoded.examined && decoded.examined <= block.size());
     }
 
     // Whatever comes out is no larger than what went in, is written and read again unchanged, and hangs on the examined bytes

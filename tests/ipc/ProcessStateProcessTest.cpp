@@ -1,6 +1,5 @@
 #include "TestKit/HelperProcess.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/ProcessState/ProcessState.h"
 
@@ -39,30 +38,27 @@ private slots:
         QVERIFY(!QFileInfo::exists(m_folder.filePath(m_key)));
     }
 
-    void theFlagOfADeadProcessCountsForNothing_data() {
-        const TestKit::Columns<bool> row("killed");
+    void theFlagOfADeadProcessCountsForNothing() {
+        const TestKit::Rows row(this, [&](bool killed) {
+            const auto helper = run();
+            QCOMPARE(helper->nextLine(), QByteArray("ready"));
+            helper->tell("set TokenRefreshInProgress");
+            QCOMPARE(helper->nextLine(), QByteArray("set"));
+            QVERIFY(m_state->queryProperty(flag("TokenRefreshInProgress")));
+            QVERIFY(!m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
+            if (killed) {
+                helper->killNow();
+            } else {
+                helper->tell("die");
+                QVERIFY(helper->waitForFinished(10000));
+            }
+            QVERIFY(!m_state->queryProperty(flag("TokenRefreshInProgress")));
+            QVERIFY(m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
+            QCOMPARE(m_logger->texts(Log::Level::Information),
+                     QStringList("Removing 1 dead process(es) in process state shared memory"));
+        });
         row("killed", true);
         row("ended by itself", false);
-    }
-
-    void theFlagOfADeadProcessCountsForNothing() {
-        QFETCH(bool, killed);
-        const auto helper = run();
-        QCOMPARE(helper->nextLine(), QByteArray("ready"));
-        helper->tell("set TokenRefreshInProgress");
-        QCOMPARE(helper->nextLine(), QByteArray("set"));
-        QVERIFY(m_state->queryProperty(flag("TokenRefreshInProgress")));
-        QVERIFY(!m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
-        if (killed) {
-            helper->killNow();
-        } else {
-            helper->tell("die");
-            QVERIFY(helper->waitForFinished(10000));
-        }
-        QVERIFY(!m_state->queryProperty(flag("TokenRefreshInProgress")));
-        QVERIFY(m_state->setUnlessSetElsewhere(flag("TokenRefreshInProgress")));
-        QCOMPARE(m_logger->texts(Log::Level::Information),
-                 QStringList("Removing 1 dead process(es) in process state shared memory"));
     }
 
     // A process id with another executable belongs to another process by now.

@@ -81,8 +81,12 @@ private slots:
         const QSystemSemaphore removed(m_key + QStringLiteral(".Semaphore.") + user, 1, QSystemSemaphore::Create);
     }
 
-    void aQueryFindsEqualPropertiesOnly_data() {
-        const TestKit::Columns<ProcessProperties, ProcessProperties, bool> row("set", "asked", "found");
+    void aQueryFindsEqualPropertiesOnly() {
+        const TestKit::Rows row(this, [&](const ProcessProperties& set, const ProcessProperties& asked, bool found) {
+            const auto first = process(1);
+            QVERIFY(first->setPropertyMap(set));
+            QCOMPARE(process(2)->queryProperty(asked), found);
+        });
         const QString refresh = QStringLiteral("TokenRefreshInProgress");
         const QString key = QStringLiteral("ProductKey");
         row("the same", flag(refresh), flag(refresh), true);
@@ -96,24 +100,6 @@ private slots:
         row("key in another case", flag(refresh), flag(refresh.toLower()), false);
         row("text and bool", flag(refresh, "True"), flag(refresh), true);
         row("bool and text", flag(refresh), flag(refresh, "TRUE"), true);
-    }
-
-    void aQueryFindsEqualPropertiesOnly() {
-        QFETCH(ProcessProperties, set);
-        QFETCH(ProcessProperties, asked);
-        const auto first = process(1);
-        QVERIFY(first->setPropertyMap(set));
-        QTEST(process(2)->queryProperty(asked), "found");
-    }
-
-    void ownFlagsAreIgnored() {
-        const auto own = process(1);
-        own->setPropertyMap(flag("A"));
-        QVERIFY(!own->queryProperty(flag("A")));
-        const auto other = process(2);
-        QVERIFY(other->queryProperty(flag("A")));
-        other->setPropertyMap(flag("A"));
-        QVERIFY(own->queryProperty(flag("A")));
     }
 
     void theDeadCountForNothing() {
@@ -176,33 +162,27 @@ private slots:
                                         "Process state dump (context: Delete process state):"}));
     }
 
-    void theBlockIsCreatedOrJoinedAndLogged_data() {
-        const TestKit::Columns<bool, bool, int, QString> row("exists", "canBeCreated", "othersCreateFirst", "text");
+    void theBlockIsCreatedOrJoinedAndLogged() {
+        const TestKit::Rows row(this, [&](bool exists, bool canBeCreated, int othersCreateFirst, const QString& text) {
+            m_memory->canBeCreated = canBeCreated;
+            m_memory->othersCreateFirst = othersCreateFirst;
+            if (exists)
+                m_memory->bytes = QByteArray(65536, '\0');
+            const auto state = process(1);
+            QCOMPARE(state->ensureCreated(), canBeCreated);
+            QCOMPARE(m_logger->texts(), QStringList(text.arg(m_key)));
+            QCOMPARE(m_logger->texts(canBeCreated ? Log::Level::Information : Log::Level::Error).size(), 1);
+            QCOMPARE(state->setUnlessSetElsewhere(flag("A")), true);
+            QCOMPARE(m_logger->texts(Log::Level::Information).size(), canBeCreated ? 1 : 0); // once only
+            QVERIFY(!state->queryProperty(flag("A")));
+            QCOMPARE(process(2)->queryProperty(flag("A")), canBeCreated);
+        });
         const QString used =
             QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: 65536 bytes.");
         row("first", false, true, 0, "Created process state shared memory %1. Shared memory size: 65536 bytes.");
         row("second", true, true, 0, used);
         row("overtaken", false, true, 1, used);
         row("refused", false, false, 0, "Failed to create process state shared memory %1");
-    }
-
-    void theBlockIsCreatedOrJoinedAndLogged() {
-        QFETCH(bool, exists);
-        QFETCH(bool, canBeCreated);
-        QFETCH(int, othersCreateFirst);
-        QFETCH(QString, text);
-        m_memory->canBeCreated = canBeCreated;
-        m_memory->othersCreateFirst = othersCreateFirst;
-        if (exists)
-            m_memory->bytes = QByteArray(65536, '\0');
-        const auto state = process(1);
-        QCOMPARE(state->ensureCreated(), canBeCreated);
-        QCOMPARE(m_logger->texts(), QStringList(text.arg(m_key)));
-        QCOMPARE(m_logger->texts(canBeCreated ? Log::Level::Information : Log::Level::Error).size(), 1);
-        QCOMPARE(state->setUnlessSetElsewhere(flag("A")), true);
-        QCOMPARE(m_logger->texts(Log::Level::Information).size(), canBeCreated ? 1 : 0); // once only
-        QVERIFY(!state->queryProperty(flag("A")));
-        QCOMPARE(process(2)->queryProperty(flag("A")), canBeCreated);
     }
 
     void theDumpListsEveryProcess() {

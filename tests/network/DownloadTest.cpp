@@ -1,8 +1,6 @@
 #include "Network/NetworkOperation.h"
 #include "NetworkFixture.h"
 
-#include <QSignalSpy>
-
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
@@ -15,9 +13,39 @@ class DownloadTest : public TestKit::NetworkFixture {
 private Q_SLOTS:
     void init() { startOver(); }
 
-    void aDownloadReplacesItsFileOrLeavesIt_data() {
+    void aDownloadReplacesItsFileOrLeavesIt() {
         // target: %1 is the test's folder
-        const TestKit::Columns<QByteArray, QString, int, QString> row("bytes", "target", "result", "message");
+        const TestKit::Rows row(this, [&](const QByteArray& bytes, const QString& target, int result, const QString& message) {
+            const QTemporaryDir folder;
+            const QString readOnly = folder.filePath("read-only");
+            QVERIFY(TestKit::writeFile(readOnly, "old"));
+            QFile::setPermissions(readOnly, QFileDevice::ReadOwner);
+            QVERIFY(QDir(folder.path()).mkdir("folder"));
+            m_server.setScript(page, {bytes});
+            const QString path = target.arg(folder.path());
+
+            auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
+            QSignalSpy ends(operation.get(), &NetworkOperation::RequestFinished);
+            QSignalSpy progress(operation.get(), &NetworkOperation::DownloadProgress);
+            operation->StartOperation(request(), path, nullptr);
+            QTRY_COMPARE(ends.count(), 1);
+            QCOMPARE(int(operation->result()), result);
+            QCOMPARE(operation->errorMessage(), message.contains("%1") ? message.arg(folder.path()) : message);
+            const QString temporary = path + QStringLiteral(".vqdownload");
+            QVERIFY(!QFile::exists(temporary));
+            if (QFileInfo(path).dir().exists()) {
+                QVERIFY(TestKit::writeFile(temporary, "another operation's"));
+                operation.reset();
+                QVERIFY(QFile::exists(temporary));
+            }
+            if (result == 0) {
+                QCOMPARE(TestKit::readFile(path), bytes.mid(bytes.indexOf("\r\n\r\n") + 4));
+                QVERIFY(progress.count() > 0);
+            } else {
+                QCOMPARE(TestKit::readFile(readOnly), QByteArray("old"));
+                QVERIFY(QFileInfo(folder.filePath("folder")).permissions() & QFileDevice::ExeOwner);
+            }
+        });
         const QByteArray big(3000000, 'd');
         row("new file", answer("200 OK", "data"), "%1/new", 0, "");
         row("larger than a body in memory", answer("200 OK", big + big), "%1/new", 0, "");
@@ -35,42 +63,6 @@ private Q_SLOTS:
         row("redirect", answer("302 Found", "page", "Location: /x\r\n"), "%1/read-only", 1,
             "NetworkError code: 0 Http status code: 302 Http reason phrase: Found Vqs reason phrase:  OAuth error: No "
             "error");
-    }
-
-    void aDownloadReplacesItsFileOrLeavesIt() {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, target);
-        QFETCH(int, result);
-        QFETCH(QString, message);
-        const QTemporaryDir folder;
-        const QString readOnly = folder.filePath("read-only");
-        QVERIFY(TestKit::writeFile(readOnly, "old"));
-        QFile::setPermissions(readOnly, QFileDevice::ReadOwner);
-        QVERIFY(QDir(folder.path()).mkdir("folder"));
-        m_server.setScript(page, {bytes});
-        const QString path = target.arg(folder.path());
-
-        auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
-        QSignalSpy ends(operation.get(), &NetworkOperation::RequestFinished);
-        QSignalSpy progress(operation.get(), &NetworkOperation::DownloadProgress);
-        operation->StartOperation(request(), path, nullptr);
-        QTRY_COMPARE(ends.count(), 1);
-        QCOMPARE(int(operation->result()), result);
-        QCOMPARE(operation->errorMessage(), message.contains("%1") ? message.arg(folder.path()) : message);
-        const QString temporary = path + QStringLiteral(".vqdownload");
-        QVERIFY(!QFile::exists(temporary));
-        if (QFileInfo(path).dir().exists()) {
-            QVERIFY(TestKit::writeFile(temporary, "another operation's"));
-            operation.reset();
-            QVERIFY(QFile::exists(temporary));
-        }
-        if (result == 0) {
-            QCOMPARE(TestKit::readFile(path), bytes.mid(bytes.indexOf("\r\n\r\n") + 4));
-            QVERIFY(progress.count() > 0);
-        } else {
-            QCOMPARE(TestKit::readFile(readOnly), QByteArray("old"));
-            QVERIFY(QFileInfo(folder.filePath("folder")).permissions() & QFileDevice::ExeOwner);
-        }
     }
 
     void downloadTimeLimitCountsFromTheLastProgress() {

@@ -5,16 +5,12 @@
 #include "Network/RunGet.h"
 #include "NetworkFixture.h"
 
-#include <QSignalSpy>
-
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
 using Velquor::TestKit::answer;
 using Velquor::TestKit::LoopbackHttpServer;
 using Velquor::TestKit::Script;
-
-Q_DECLARE_METATYPE(Velquor::TestKit::Script)
 
 class KeptConnectionTest : public TestKit::NetworkFixture {
     Q_OBJECT
@@ -59,30 +55,25 @@ private Q_SLOTS:
         QVERIFY((connections(page) & connections("/slow")).isEmpty());
     }
 
-    void someRequestsGetANewOne_data() {
+    void someRequestsGetANewOne() {
         // what the first answer or the second request is like
-        const TestKit::Columns<Script, QString, int> row("first", "verb", "idleMs");
+        const TestKit::Rows row(this, [&](const Script& first, const QString& verb, int idleMs) {
+            NetworkThreads::instance().open(idleMs);
+            m_server.setScript("/first", first);
+            (void)runGet(request("/first"), 5000, m_logger);
+            QThread::msleep(idleMs < 100 ? 200 : 20);
+            NetworkOperationAsync operation(request(), verb, {}, m_logger);
+            QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
+            QVERIFY(operation.Start());
+            QTRY_COMPARE(ends.count(), 1);
+            QCOMPARE(operation.reply()->readAll(), QByteArray("hello"));
+            QVERIFY((connections("/first") & connections(page)).isEmpty());
+        });
         row("a verb that must not be sent twice", stayingOpen(answer("200 OK", "x")), "POST", 20000);
         row("after a refusal", stayingOpen(answer("401 Unauthorized", "x", "WWW-Authenticate: Basic realm=\"r\"\r\n")), "GET",
             20000);
         row("after the end by the server", Script{answer("200 OK", "x")}, "GET", 20000);
         row("after a long time", stayingOpen(answer("200 OK", "x")), "GET", 20);
-    }
-
-    void someRequestsGetANewOne() {
-        QFETCH(Script, first);
-        QFETCH(QString, verb);
-        QFETCH(int, idleMs);
-        NetworkThreads::instance().open(idleMs);
-        m_server.setScript("/first", first);
-        (void)runGet(request("/first"), 5000, m_logger);
-        QThread::msleep(idleMs < 100 ? 200 : 20);
-        NetworkOperationAsync operation(request(), verb, {}, m_logger);
-        QSignalSpy ends(&operation, &NetworkOperationAsync::RequestFinished);
-        QVERIFY(operation.Start());
-        QTRY_COMPARE(ends.count(), 1);
-        QCOMPARE(operation.reply()->readAll(), QByteArray("hello"));
-        QVERIFY((connections("/first") & connections(page)).isEmpty());
     }
 
     void aConnectionIsNotSharedWithARequestThatDoesNotTrustIt() {
@@ -99,20 +90,17 @@ private Q_SLOTS:
         QCOMPARE(tls.count(page), 2);
     }
 
-    void anAnswerThatIsCutOffIsAFailure_data() {
-        const TestKit::Columns<QByteArray> row("bytes");
+    void anAnswerThatIsCutOffIsAFailure() {
+        const TestKit::Rows row(this, [&](const QByteArray& bytes) {
+            m_server.setScript("/cut", {bytes, 0, 0, 20, true, int(bytes.size()) - 1});
+            for (int round = 0; round < 10; ++round) {
+                QVERIFY(runGet(request(), 5000, m_logger).hasStatus200());
+                const ExchangeOutcome outcome = runGet(request("/cut"), 5000, m_logger);
+                QVERIFY2(!outcome.hasStatus200(), outcome.reply.body.constData());
+            }
+        });
         row("before its length", "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ndata");
         row("in its head", "HTTP/1.1 200 OK\r\nContent-Len");
-    }
-
-    void anAnswerThatIsCutOffIsAFailure() {
-        QFETCH(QByteArray, bytes);
-        m_server.setScript("/cut", {bytes, 0, 0, 20, true, int(bytes.size()) - 1});
-        for (int round = 0; round < 10; ++round) {
-            QVERIFY(runGet(request(), 5000, m_logger).hasStatus200());
-            const ExchangeOutcome outcome = runGet(request("/cut"), 5000, m_logger);
-            QVERIFY2(!outcome.hasStatus200(), outcome.reply.body.constData());
-        }
     }
 
 private:

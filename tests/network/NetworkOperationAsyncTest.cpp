@@ -2,8 +2,6 @@
 #include "Network/RunGet.h"
 #include "NetworkFixture.h"
 
-#include <QSignalSpy>
-
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
@@ -47,40 +45,36 @@ private Q_SLOTS:
         QCOMPARE(m_server.count("/again"), 2);
     }
 
-    void aDestroyedExchangeReportsItsEnd_data() {
+    void aDestroyedExchangeReportsItsEnd() {
         // asked: destroyed after the server was asked, or at once
-        const TestKit::Columns<bool, bool> row("withBody", "asked");
+        const TestKit::Rows row(this, [&](bool withBody, bool asked) {
+            const QString path = QStringLiteral("/silent-%1-%2").arg(withBody).arg(asked);
+            m_server.setScript(path, silence);
+            // This thread runs no event loop, so that only the destructor can tell the end.
+            int ends = 0;
+            OperationResult result = OperationResult::NotFinished;
+            QString message;
+            std::thread([&] {
+                auto operation = withBody ? std::make_unique<NetworkOperationAsync>(request(path), "POST", "body", m_logger)
+                                          : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
+                NetworkOperationAsync* raw = operation.get();
+                connect(raw, &NetworkOperationAsync::RequestFinished, raw, [&, raw] {
+                    ++ends;
+                    result = raw->result();
+                    message = raw->errorMessage();
+                });
+                operation->Start();
+                if (asked)
+                    (void)m_server.waitForRequest(path);
+            }).join();
+            QCOMPARE(ends, 1);
+            QCOMPARE(result, OperationResult::Canceled);
+            QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
+        });
         row("GET", false, true);
         row("POST", true, true);
         row("GET, at once", false, false);
         row("POST, at once", true, false);
-    }
-
-    void aDestroyedExchangeReportsItsEnd() {
-        QFETCH(bool, withBody);
-        QFETCH(bool, asked);
-        const QString path = QStringLiteral("/silent-%1-%2").arg(withBody).arg(asked);
-        m_server.setScript(path, silence);
-        // This thread runs no event loop, so that only the destructor can tell the end.
-        int ends = 0;
-        OperationResult result = OperationResult::NotFinished;
-        QString message;
-        std::thread([&] {
-            auto operation = withBody ? std::make_unique<NetworkOperationAsync>(request(path), "POST", "body", m_logger)
-                                      : std::make_unique<NetworkOperationAsync>(request(path), m_logger);
-            NetworkOperationAsync* raw = operation.get();
-            connect(raw, &NetworkOperationAsync::RequestFinished, raw, [&, raw] {
-                ++ends;
-                result = raw->result();
-                message = raw->errorMessage();
-            });
-            operation->Start();
-            if (asked)
-                (void)m_server.waitForRequest(path);
-        }).join();
-        QCOMPARE(ends, 1);
-        QCOMPARE(result, OperationResult::Canceled);
-        QCOMPARE(message, QStringLiteral("Operation was canceled. Canceled by caller."));
     }
 
     void aTimeOutKeepsWhatCameBefore() {

@@ -3,12 +3,6 @@
 #include "Network/RunGet.h"
 #include "Network/UserAgent.h"
 #include "NetworkFixture.h"
-#include "TestKit/Soak.h"
-
-#include <QSignalSpy>
-
-Q_DECLARE_METATYPE(QNetworkAccessManager::Operation)
-Q_DECLARE_METATYPE(Velquor::TestKit::Script)
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -32,9 +26,24 @@ class NetworkOperationTest : public TestKit::NetworkFixture {
 private Q_SLOTS:
     void init() { startOver(); }
 
-    void eachVerbSendsItsBody_data() {
-        const TestKit::Columns<QString, QByteArray, QNetworkAccessManager::Operation, int, QByteArray> row(
-            "verb", "sent", "operation", "uploaded", "body");
+    void eachVerbSendsItsBody() {
+        const TestKit::Rows row(this, [&](const QString& verb, const QByteArray& sent, QNetworkAccessManager::Operation kind,
+                                          int uploaded, const QByteArray& body) {
+            const QString path = QStringLiteral("/verb-") + verb;
+            const QByteArray whole = answer("200 OK", "hello");
+            m_server.setScript(path, {sent == "HEAD" ? whole.left(whole.indexOf("hello")) : whole, 0, 0, 0, sent != "HEAD"});
+            QBuffer upload;
+            upload.setData(QByteArray(100000, 'u'));
+            upload.open(QIODevice::ReadOnly);
+            NetworkOperation operation(nullptr, m_logger);
+            sendAndWait(operation, request(path), verb, &upload);
+            QCOMPARE(operation.result(), OperationResult::Success);
+            QCOMPARE(operation.errorMessage(), QString());
+            QCOMPARE(operation.reply()->operation(), kind);
+            QCOMPARE(operation.reply()->readAll(), body);
+            QCOMPARE(m_server.requests(path).value(0).verb, sent);
+            QCOMPARE(int(m_server.requests(path).value(0).body.size()), uploaded);
+        });
         const QByteArray body = "hello";
         row("GET", "GET", "GET", QNetworkAccessManager::GetOperation, 0, body);
         row("get", "get", "GET", QNetworkAccessManager::GetOperation, 0, body);
@@ -42,25 +51,6 @@ private Q_SLOTS:
         for (const char* verb : {"POST", "PUT", "DELETE"}) {
             row(verb, QString::fromLatin1(verb), QByteArray(verb), QNetworkAccessManager::CustomOperation, 100000, body);
         }
-    }
-
-    void eachVerbSendsItsBody() {
-        QFETCH(QString, verb);
-        QFETCH(QByteArray, sent);
-        const QString path = QStringLiteral("/verb-") + verb;
-        const QByteArray whole = answer("200 OK", "hello");
-        m_server.setScript(path, {sent == "HEAD" ? whole.left(whole.indexOf("hello")) : whole, 0, 0, 0, sent != "HEAD"});
-        QBuffer upload;
-        upload.setData(QByteArray(100000, 'u'));
-        upload.open(QIODevice::ReadOnly);
-        NetworkOperation operation(nullptr, m_logger);
-        sendAndWait(operation, request(path), verb, &upload);
-        QCOMPARE(operation.result(), OperationResult::Success);
-        QCOMPARE(operation.errorMessage(), QString());
-        QTEST(operation.reply()->operation(), "operation");
-        QTEST(operation.reply()->readAll(), "body");
-        QCOMPARE(m_server.requests(path).value(0).verb, sent);
-        QTEST(int(m_server.requests(path).value(0).body.size()), "uploaded");
     }
 
     void userAgentOfTheRequestWins() {
@@ -89,8 +79,21 @@ private Q_SLOTS:
         QVERIFY(m_server.requests("/moved").value(0).head.contains("Accept-Encoding: identity"));
     }
 
-    void malformedRequestsAreNotSent_data() {
-        const TestKit::Columns<QString, QString, QByteArray> row("url", "verb", "header");
+    void malformedRequestsAreNotSent() {
+        const TestKit::Rows row(this, [&](const QString& url, const QString& verb, const QByteArray& header) {
+            QNetworkRequest bad{QUrl(url)};
+            if (!header.isEmpty())
+                bad.setRawHeader("X-Value", header);
+            NetworkOperation operation(nullptr, m_logger);
+            QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
+            QVERIFY(!operation.Send(bad, verb, nullptr, 5000));
+            QCOMPARE(ends.count(), 1);
+            QCOMPARE(operation.result(), OperationResult::Failure);
+            QCOMPARE(m_logger->texts(Log::Level::Error), QStringList{operation.errorMessage()});
+            QCOMPARE(m_server.count("/refused"), 0);
+            sendAndWait(operation, request(), get(), nullptr);
+            QCOMPARE(operation.result(), OperationResult::Success);
+        });
         const QString good = m_server.url("/refused").toString();
         row("empty", {}, "GET", {});
         row("file", "file:///etc/hostname", "GET", {});
@@ -101,26 +104,15 @@ private Q_SLOTS:
         row("header", good, "POST", "1\r\nX-Forged: 1");
     }
 
-    void malformedRequestsAreNotSent() {
-        QFETCH(QString, url);
-        QFETCH(QString, verb);
-        QFETCH(QByteArray, header);
-        QNetworkRequest bad{QUrl(url)};
-        if (!header.isEmpty())
-            bad.setRawHeader("X-Value", header);
-        NetworkOperation operation(nullptr, m_logger);
-        QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);
-        QVERIFY(!operation.Send(bad, verb, nullptr, 5000));
-        QCOMPARE(ends.count(), 1);
-        QCOMPARE(operation.result(), OperationResult::Failure);
-        QCOMPARE(m_logger->texts(Log::Level::Error), QStringList{operation.errorMessage()});
-        QCOMPARE(m_server.count("/refused"), 0);
-        sendAndWait(operation, request(), get(), nullptr);
-        QCOMPARE(operation.result(), OperationResult::Success);
-    }
-
-    void faultsOfTheServerAreNamed_data() {
-        const TestKit::Columns<QByteArray, QString> row("bytes", "message");
+    void faultsOfTheServerAreNamed() {
+        const TestKit::Rows row(this, [&](const QByteArray& bytes, const QString& message) {
+            m_server.setScript(page, {bytes});
+            const ExchangeOutcome outcome = runGet(request(), 5000, m_logger);
+            QCOMPARE(outcome.result, OperationResult::Failure);
+            QCOMPARE(outcome.message, message);
+            QVERIFY(!outcome.reply.isNull);
+            QVERIFY(outcome.reply.networkError != QNetworkReply::NoError);
+        });
         row("close before answer", "",
             "NetworkError code: 2 Http status code: 0 Http reason phrase:  Vqs reason phrase:  OAuth error: No error");
         row("garbage", "\x01\x02 garbage\r\n\r\n",
@@ -141,68 +133,48 @@ private Q_SLOTS:
             "error: No error");
     }
 
-    void faultsOfTheServerAreNamed() {
-        QFETCH(QByteArray, bytes);
-        m_server.setScript(page, {bytes});
-        const ExchangeOutcome outcome = runGet(request(), 5000, m_logger);
-        QCOMPARE(outcome.result, OperationResult::Failure);
-        QTEST(outcome.message, "message");
-        QVERIFY(!outcome.reply.isNull);
-        QVERIFY(outcome.reply.networkError != QNetworkReply::NoError);
-    }
-
-    void slowAnswersEndAtTheTimeLimit_data() {
-        const TestKit::Columns<Script> row("script");
+    void slowAnswersEndAtTheTimeLimit() {
+        const TestKit::Rows row(this, [&](const Script& script) {
+            m_server.setScript(page, script);
+            const TestKit::Stopwatch elapsed;
+            const ExchangeOutcome outcome = runGet(request(), 200, m_logger);
+            QVERIFY2(elapsed.elapsed() < TestKit::limitMs(1200), qPrintable(QString::number(elapsed.elapsed())));
+            QCOMPARE(outcome.result, OperationResult::Canceled);
+            QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
+        });
         row("no answer", silence);
         row("late answer", Script{answer("200 OK", "x"), 0, 60000, 0, true});
         row("dripping head", Script{answer("200 OK", "x", QByteArray(1200, 'x') + "\r\n"), 0, 0, 50, true});
         row("half a body", Script{"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nx", 0, 0, 0, false});
     }
 
-    void slowAnswersEndAtTheTimeLimit() {
-        QFETCH(Script, script);
-        m_server.setScript(page, script);
-        const TestKit::Stopwatch elapsed;
-        const ExchangeOutcome outcome = runGet(request(), 200, m_logger);
-        QVERIFY2(elapsed.elapsed() < TestKit::limitMs(1200), qPrintable(QString::number(elapsed.elapsed())));
-        QCOMPARE(outcome.result, OperationResult::Canceled);
-        QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
-    }
-
-    void theSizeOfABodyIsBounded_data() {
-        const TestKit::Columns<qint64, bool> row("size", "fits");
+    void theSizeOfABodyIsBounded() {
+        const TestKit::Rows row(this, [&](qint64 size, bool fits) {
+            m_server.setScript(page, {"HTTP/1.1 200 OK\r\n\r\n", size});
+            const ExchangeOutcome outcome = runGet(request(), 20000, m_logger);
+            QCOMPARE(outcome.result, fits ? OperationResult::Success : OperationResult::Failure);
+            QCOMPARE(outcome.message, fits ? QString() : QStringLiteral("Reply body is larger than 4194304 bytes"));
+            QCOMPARE(qint64(outcome.reply.body.size()), fits ? size : 0);
+        });
         row("limit", 4194304, true);
         row("one more", 4194305, false);
         row("far more", 60000000, false);
     }
 
-    void theSizeOfABodyIsBounded() {
-        QFETCH(qint64, size);
-        QFETCH(bool, fits);
-        m_server.setScript(page, {"HTTP/1.1 200 OK\r\n\r\n", size});
-        const ExchangeOutcome outcome = runGet(request(), 20000, m_logger);
-        QCOMPARE(outcome.result, fits ? OperationResult::Success : OperationResult::Failure);
-        QCOMPARE(outcome.message, fits ? QString() : QStringLiteral("Reply body is larger than 4194304 bytes"));
-        QCOMPARE(qint64(outcome.reply.body.size()), fits ? size : 0);
-    }
-
-    void aBodyIsSentOnce_data() {
-        const TestKit::Columns<QByteArray> row("body");
+    void aBodyIsSentOnce() {
+        const TestKit::Rows row(this, [&](QByteArray body) {
+            const QString once = QStringLiteral("/once%1").arg(body.size());
+            m_server.setScript(once, Script{});
+            QBuffer upload(&body);
+            upload.open(QIODevice::ReadOnly);
+            NetworkOperation operation(nullptr, m_logger);
+            sendAndWait(operation, request(once), "POST", &upload);
+            QCOMPARE(operation.result(), OperationResult::Failure);
+            QCOMPARE(m_server.count(once), 1);
+        });
         row("small", "oauth_token=1");
         row("empty", {});
         row("large", QByteArray(300000, 'u'));
-    }
-
-    void aBodyIsSentOnce() {
-        QFETCH(QByteArray, body);
-        const QString once = QStringLiteral("/once%1").arg(body.size());
-        m_server.setScript(once, Script{});
-        QBuffer upload(&body);
-        upload.open(QIODevice::ReadOnly);
-        NetworkOperation operation(nullptr, m_logger);
-        sendAndWait(operation, request(once), "POST", &upload);
-        QCOMPARE(operation.result(), OperationResult::Failure);
-        QCOMPARE(m_server.count(once), 1);
     }
 
     void cancellingEndsAnExchangeOnce() {
@@ -272,19 +244,16 @@ private Q_SLOTS:
         QTRY_VERIFY(!reply);
     }
 
-    void destroyedInsideTheEnd_data() {
-        const TestKit::Columns<Script> row("script");
+    void destroyedInsideTheEnd() {
+        const TestKit::Rows row(this, [&](const Script& script) {
+            m_server.setScript(page, script);
+            QPointer<NetworkOperation> operation(new NetworkOperation(nullptr, m_logger));
+            connect(operation, &NetworkOperation::RequestFinished, this, [&] { delete operation; });
+            QVERIFY(operation->Send(request(), get(), nullptr, 100));
+            QTRY_VERIFY(!operation);
+        });
         row("answered", Script{answer("200 OK", "x")});
         row("timed out", silence);
-    }
-
-    void destroyedInsideTheEnd() {
-        QFETCH(Script, script);
-        m_server.setScript(page, script);
-        QPointer<NetworkOperation> operation(new NetworkOperation(nullptr, m_logger));
-        connect(operation, &NetworkOperation::RequestFinished, this, [&] { delete operation; });
-        QVERIFY(operation->Send(request(), get(), nullptr, 100));
-        QTRY_VERIFY(!operation);
     }
 
     void anOperationEndsTheThreadItWasGiven() {

@@ -44,8 +44,8 @@ class NetworkTextTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void statusesHaveTheirStandardTexts_data() {
-        const Velquor::TestKit::Columns<int, QString> row("code", "text");
+    void statusesHaveTheirStandardTexts() {
+        const Velquor::TestKit::Rows row([&](int code, const QString& text) { QCOMPARE(httpStatusText(code), text); });
         row("none", 0, "");
         row("200", 200, "OK");
         row("created is not in the table", 201, "Unknown");
@@ -56,11 +56,6 @@ private Q_SLOTS:
         row("414", 414, "Request-URI Too Long");
         row("505", 505, "HTTP Version Not Supported");
         row("999", 999, "Unknown");
-    }
-
-    void statusesHaveTheirStandardTexts() {
-        QFETCH(int, code);
-        QTEST(httpStatusText(code), "text");
     }
 
     void sslNamesAreThoseOfTheFramework() {
@@ -74,8 +69,9 @@ private Q_SLOTS:
         QCOMPARE(sslErrorName(-2), QStringLiteral("Unknown"));
     }
 
-    void urlsAreShownWithoutSecrets_data() {
-        const Velquor::TestKit::Columns<QString, QString> row("url", "shown");
+    void urlsAreShownWithoutSecrets() {
+        const Velquor::TestKit::Rows row(
+            [&](const QString& url, const QString& shown) { QCOMPARE(displayUrl(QUrl(url)), shown); });
         row("plain", "https://a.test:8443/b/c", "https://a.test:8443/b/c");
         row("hidden and shown values", "https://a.test/b?oauth_token=K1&lang=de", "https://a.test/b?oauth_token=***&lang=de");
         row("escaped name", "https://a.test/?oauth%5Ftoken=K1", "https://a.test/?oauth_token=***");
@@ -89,13 +85,9 @@ private Q_SLOTS:
         row("invalid", "https://a.test:99999/K1", "<invalid url>");
     }
 
-    void urlsAreShownWithoutSecrets() {
-        QFETCH(QString, url);
-        QTEST(displayUrl(QUrl(url)), "shown");
-    }
-
-    void bodiesAreShownWithoutSecrets_data() {
-        const Velquor::TestKit::Columns<QByteArray, QString, QString> row("body", "type", "shown");
+    void bodiesAreShownWithoutSecrets() {
+        const Velquor::TestKit::Rows row(
+            [&](const QByteArray& body, const QString& type, const QString& shown) { QCOMPARE(maskedBody(body, type), shown); });
         row("empty", "", "text/plain", "");
         row("form, whatever its type", "oauth_token=K1&oauth_problem=x%20y", "text/html", "oauth_token=***&oauth_problem=x%20y");
         row("json", R"({"error":"invalid_grant","token":"K1","n":[1,{"status":"a\nb"}],"z":null})", "",
@@ -112,14 +104,16 @@ private Q_SLOTS:
         row("forged line", "a=1\n2024 ERROR forged=1", "text/plain", "<text/plain, 23 bytes>");
     }
 
-    void bodiesAreShownWithoutSecrets() {
-        QFETCH(QByteArray, body);
-        QFETCH(QString, type);
-        QTEST(maskedBody(body, type), "shown");
-    }
-
-    void errorTextsSayWhetherTheInternetIsMissing_data() {
-        const Velquor::TestKit::Columns<int, int, QString> row("error", "status", "full");
+    void errorTextsSayWhetherTheInternetIsMissing() {
+        const Velquor::TestKit::Rows row([&](int error, int status, const QString& full) {
+            FakeReply reply;
+            if (status != 0)
+                reply.withStatus(status);
+            reply.withError(error, "why");
+            QCOMPARE(fullErrorText(&reply), full);
+            QCOMPARE(fullErrorText(nullptr), QString());
+            QCOMPARE(networkErrorText(nullptr), QString());
+        });
         row("host not found", 3, 0, "Http error: 0. Network error: 3 why (possibly no internet connection)");
         row("time-out", 4, 0, "Http error: 0. Network error: 4 why (possibly no internet connection)");
         row("proxy not found", 103, 0, "Http error: 0. Network error: 103 why (possibly no internet connection)");
@@ -128,18 +122,6 @@ private Q_SLOTS:
         row("refused", 1, 0, "Http error: 0. Network error: 1 why");
         row("time-out with an answer", 4, 504, "Http error: 504 Gateway Timeout. Network error: 4 why");
         row("unauthorized", 204, 401, "Http error: 401 Unauthorized. Network error: 204 why");
-    }
-
-    void errorTextsSayWhetherTheInternetIsMissing() {
-        QFETCH(int, error);
-        QFETCH(int, status);
-        FakeReply reply;
-        if (status != 0)
-            reply.withStatus(status);
-        reply.withError(error, "why");
-        QTEST(fullErrorText(&reply), "full");
-        QCOMPARE(fullErrorText(nullptr), QString());
-        QCOMPARE(networkErrorText(nullptr), QString());
     }
 
     void errorTextNamesTheProxy() {
@@ -182,8 +164,14 @@ private Q_SLOTS:
         QCOMPARE(requestDump(nullptr, {}, {}), QStringList());
     }
 
-    void dumpCutsBodies_data() {
-        const Velquor::TestKit::Columns<QByteArray, QString, bool> row("body", "shown", "cut");
+    void dumpCutsBodies() {
+        const Velquor::TestKit::Rows row([&](const QByteArray& body, const QString& shown, bool cut) {
+            const QStringList dump = requestDump(&FakeReply().withStatus(200), body, body);
+            const QString request = dump.value(dump.indexOf("Request body:") + 1);
+            const QString response = dump.value(dump.indexOf("Response body:") + 1);
+            QCOMPARE(request, cut ? shown + QStringLiteral("...\n<request body is too long and truncated>") : shown);
+            QCOMPARE(response, cut ? shown + QStringLiteral("...\n<response body is too long and truncated>") : shown);
+        });
         const auto status = [](int size) { return QByteArray("status=" + QByteArray(size - 7, 'a')); };
         const QString whole = QString::fromLatin1(status(2000));
         row("just fits", status(2000), whole, false);
@@ -193,17 +181,6 @@ private Q_SLOTS:
         row("long, not understood", QByteArray(3000, ' '), "<no content type, 3000 bytes>", true);
         row("short, with more to show", QByteArray("a=1&").repeated(499) + "a=1",
             QStringLiteral("a=***&").repeated(499) + "a=***", false);
-    }
-
-    void dumpCutsBodies() {
-        QFETCH(QByteArray, body);
-        QFETCH(QString, shown);
-        QFETCH(bool, cut);
-        const QStringList dump = requestDump(&FakeReply().withStatus(200), body, body);
-        const QString request = dump.value(dump.indexOf("Request body:") + 1);
-        const QString response = dump.value(dump.indexOf("Response body:") + 1);
-        QCOMPARE(request, cut ? shown + QStringLiteral("...\n<request body is too long and truncated>") : shown);
-        QCOMPARE(response, cut ? shown + QStringLiteral("...\n<response body is too long and truncated>") : shown);
     }
 
     void theDumpShowsNoSecret() {
@@ -237,9 +214,18 @@ private Q_SLOTS:
         }
     }
 
-    void clockProblemsAreToldFromOtherRefusals_data() {
-        const Velquor::TestKit::Columns<int, QByteArray, QByteArray, QByteArray, bool> row("status", "problem", "info", "absent",
-                                                                                           "isClock");
+    void clockProblemsAreToldFromOtherRefusals() {
+        const Velquor::TestKit::Rows row(
+            [&](int status, const QByteArray& problem, const QByteArray& info, const QByteArray& absent, bool isClock) {
+                FakeReply reply;
+                reply.withStatus(status).withHeader("xoauth_problem", problem).withHeader("xoauth_additional_error_info", info);
+                reply.withHeader("xoauth_parameters_absent", absent).withHeader("Date", "Mon, 01 Jul 2024 10:00:00 GMT");
+                if (status != 200)
+                    reply.withError(204, "refused");
+                const std::optional<ClockProblem> found = diagnoseClock(&reply);
+                QCOMPARE(found.has_value(), isClock);
+                QVERIFY(!found || (found->kind != ClockKind::None && !found->message.isEmpty()));
+            });
         row("expired", 401, "message_expired", "", "", true);
         row("expired, other case", 401, "Message_Expired", "", "", true);
         row("expired, but accepted", 200, "message_expired", "", "", false);
@@ -252,25 +238,13 @@ private Q_SLOTS:
         row("no problem", 401, "", "timestamp_mismatch", "oauth_timestamp", false);
     }
 
-    void clockProblemsAreToldFromOtherRefusals() {
-        QFETCH(int, status);
-        QFETCH(QByteArray, problem);
-        QFETCH(QByteArray, info);
-        QFETCH(QByteArray, absent);
-        QFETCH(bool, isClock);
-        FakeReply reply;
-        reply.withStatus(status).withHeader("xoauth_problem", problem).withHeader("xoauth_additional_error_info", info);
-        reply.withHeader("xoauth_parameters_absent", absent).withHeader("Date", "Mon, 01 Jul 2024 10:00:00 GMT");
-        if (status != 200)
-            reply.withError(204, "refused");
-        const std::optional<ClockProblem> found = diagnoseClock(&reply);
-        QCOMPARE(found.has_value(), isClock);
-        QVERIFY(!found || (found->kind != ClockKind::None && !found->message.isEmpty()));
-    }
-
-    void clockMessagesNameTheCause_data() {
-        const Velquor::TestKit::Columns<QByteArray, bool, bool, int, QString> row("date", "expectedDst", "systemDst", "kind",
-                                                                                  "message");
+    void clockMessagesNameTheCause() {
+        const Velquor::TestKit::Rows row(
+            [&](const QByteArray& date, bool expectedDst, bool systemDst, int kind, const QString& message) {
+                const ClockProblem problem = describeClockProblem(factsInBerlin(date.constData(), expectedDst, systemDst));
+                QCOMPARE(int(problem.kind), kind);
+                QCOMPARE(problem.message, message);
+            });
         const QByteArray date = "Mon, 01 Jul 2024 12:00:05 GMT";
         row("DST is missing", date, true, false, 4,
             "DST (Daylight Saving Time) setting in the system is incorrect. DST should be in effect, but it is not in "
@@ -290,15 +264,6 @@ private Q_SLOTS:
             "System DST: Not in Effect");
     }
 
-    void clockMessagesNameTheCause() {
-        QFETCH(QByteArray, date);
-        QFETCH(bool, expectedDst);
-        QFETCH(bool, systemDst);
-        const ClockProblem problem = describeClockProblem(factsInBerlin(date.constData(), expectedDst, systemDst));
-        QTEST(int(problem.kind), "kind");
-        QTEST(problem.message, "message");
-    }
-
     void clockOfThisSystem() {
         const ClockFacts facts = currentClockFacts("Mon, 01 Jul 2024 12:00:05 GMT");
         QCOMPARE(facts.nowLocal.toUTC(), facts.nowUtc);
@@ -314,25 +279,20 @@ private Q_SLOTS:
         QCOMPARE(oauthProblemText(oauthProblem(nullptr)), QString());
     }
 
-    void missingSslLibrariesAreNamed_data() {
-        const Velquor::TestKit::Columns<int, int, bool> row("error", "status", "missing");
+    void missingSslLibrariesAreNamed() {
+        const Velquor::TestKit::Rows row([&](int error, int status, bool missing) {
+            FakeReply reply;
+            reply.withError(error, "why");
+            if (status != 0)
+                reply.withStatus(status);
+            const QString message = QStringLiteral(
+                "Unable to init SSL Context. Failed to load libssl-Vq-1_1-x64.dll or libcrypto-Vq-1_1-x64.dll. Make sure these "
+                "files are installed in the application folder. ");
+            QCOMPARE(sslDiagnosis(&reply), missing ? message : QString());
+        });
         row("missing", 99, 0, true);
         row("answered", 99, 500, false);
         row("other error", 6, 0, false);
-    }
-
-    void missingSslLibrariesAreNamed() {
-        QFETCH(int, error);
-        QFETCH(int, status);
-        QFETCH(bool, missing);
-        FakeReply reply;
-        reply.withError(error, "why");
-        if (status != 0)
-            reply.withStatus(status);
-        const QString message = QStringLiteral(
-            "Unable to init SSL Context. Failed to load libssl-Vq-1_1-x64.dll or libcrypto-Vq-1_1-x64.dll. Make sure these "
-            "files are installed in the application folder. ");
-        QCOMPARE(sslDiagnosis(&reply), missing ? message : QString());
     }
 
     // Each library by its own file, and not by the module that calls it.

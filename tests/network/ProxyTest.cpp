@@ -10,7 +10,6 @@
 #include "TestKit/ProxyProcess.h"
 #include "TestKit/ScriptedPrompt.h"
 #include "TestKit/SessionFixture.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Prompt/CredentialPrompt.h"
 
@@ -93,8 +92,6 @@ QSettings& settings() {
 
 } // namespace
 
-Q_DECLARE_METATYPE(QVector<Velquor::TestKit::ScriptedPrompt::Answer>)
-
 class ProxyTest : public QObject {
     Q_OBJECT
 
@@ -128,25 +125,22 @@ private slots:
         m_session.reset();
     }
 
-    void storedCredentialsAskNobody_data() {
-        const TestKit::Columns<QString> row("where");
+    void storedCredentialsAskNobody() {
+        const TestKit::Rows row(this, [&](const QString& where) {
+            const auto other = m_fixture->makeSession();
+            LoginSession& keeper = where == QLatin1String("file") ? *other : *m_session;
+            QVERIFY(keeper.SetProxyAuthentication(m_proxy.host(), m_proxy.port(), m_proxy.user(), m_proxy.password()));
+            if (where != QLatin1String("proxy"))
+                QNetworkProxy::setApplicationProxy(m_proxy.proxy());
+            const int tunnels = m_proxy.tunnels();
+            const ExchangeOutcome outcome = get();
+            QVERIFY2(outcome.hasStatus200(), qPrintable(outcome.errorText()));
+            QCOMPARE(m_proxy.tunnels(), tunnels + 1);
+            QCOMPARE(m_prompt->asked, 0);
+        });
         row("set as the application proxy", "proxy");
         row("known to the session only", "session");
         row("put into the file by another process", "file");
-    }
-
-    void storedCredentialsAskNobody() {
-        QFETCH(QString, where);
-        const auto other = m_fixture->makeSession();
-        LoginSession& keeper = where == QLatin1String("file") ? *other : *m_session;
-        QVERIFY(keeper.SetProxyAuthentication(m_proxy.host(), m_proxy.port(), m_proxy.user(), m_proxy.password()));
-        if (where != QLatin1String("proxy"))
-            QNetworkProxy::setApplicationProxy(m_proxy.proxy());
-        const int tunnels = m_proxy.tunnels();
-        const ExchangeOutcome outcome = get();
-        QVERIFY2(outcome.hasStatus200(), qPrintable(outcome.errorText()));
-        QCOMPARE(m_proxy.tunnels(), tunnels + 1);
-        QCOMPARE(m_prompt->asked, 0);
     }
 
     void asksOnceAndKeepsTheAnswer() {
@@ -171,10 +165,26 @@ private slots:
         QCOMPARE(m_prompt->asked, 1);
     }
 
-    void endsAfterTwoPrompts_data() {
+    void endsAfterTwoPrompts() {
         // users: the users that tried the proxy, in this order. failures: how often "Proxy authentication failed" is logged.
-        const TestKit::Columns<QVector<ScriptedPrompt::Answer>, QStringList, int, QString, int> row("answers", "users", "asked",
-                                                                                                    "text", "failures");
+        const TestKit::Rows row(this, [&](const QVector<ScriptedPrompt::Answer>& answers, const QStringList& users, int asked,
+                                          const QString& text, int failures) {
+            for (const QString& url : QStringList{"https://service.test/", "http://service.test/"}) {
+                RefusingProxy proxy;
+                QNetworkProxy::setApplicationProxy(proxy.proxy());
+                answerWith(answers);
+                m_fixture->logger->clear();
+                const ExchangeOutcome outcome = runGet(QNetworkRequest(QUrl(url)), 20000, m_fixture->logger);
+                QCOMPARE(proxy.users(url), users);
+                QCOMPARE(int(m_prompt->asked), asked);
+                QVERIFY2(logged(text) > 0, qPrintable(m_fixture->logger->texts().join('\n')));
+                QCOMPARE(logged("Proxy authentication failed"), failures);
+                QCOMPARE(outcome.reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
+                QVERIFY2(outcome.errorText().contains(
+                             QStringLiteral(". Proxy info: Host: 127.0.0.1, Port: %1, User:").arg(proxy.proxy().port())),
+                         qPrintable(outcome.errorText()));
+            }
+        });
         const auto closed = QStringLiteral("Proxy authentication dialog closed: Authentication failed. Error: %1.");
         const auto opened = QStringLiteral("Proxy authentication dialog closed: Authentication successful");
         const QString noFile = Util::CredentialPrompt::errorText(2);
@@ -184,27 +194,6 @@ private slots:
         row("wrong, then canceled", Answers{wrong("a"), code(1223)}, QStringList{"", "a"}, 2, closed.arg("User canceled"), 0);
         row("no user name", Answers{wrong("")}, QStringList{""}, 1, closed.arg("No user name was given"), 1);
         row("no prompt", Answers{code(2), wrong("b")}, QStringList{""}, 1, closed.arg(noFile), 1);
-    }
-
-    void endsAfterTwoPrompts() {
-        QFETCH(QVector<ScriptedPrompt::Answer>, answers);
-        QFETCH(QStringList, users);
-        QFETCH(QString, text);
-        for (const QString& url : QStringList{"https://service.test/", "http://service.test/"}) {
-            RefusingProxy proxy;
-            QNetworkProxy::setApplicationProxy(proxy.proxy());
-            answerWith(answers);
-            m_fixture->logger->clear();
-            const ExchangeOutcome outcome = runGet(QNetworkRequest(QUrl(url)), 20000, m_fixture->logger);
-            QCOMPARE(proxy.users(url), users);
-            QTEST(int(m_prompt->asked), "asked");
-            QVERIFY2(logged(text) > 0, qPrintable(m_fixture->logger->texts().join('\n')));
-            QTEST(logged("Proxy authentication failed"), "failures");
-            QCOMPARE(outcome.reply.networkError, QNetworkReply::ProxyAuthenticationRequiredError);
-            QVERIFY2(outcome.errorText().contains(
-                         QStringLiteral(". Proxy info: Host: 127.0.0.1, Port: %1, User:").arg(proxy.proxy().port())),
-                     qPrintable(outcome.errorText()));
-        }
     }
 
     void theSecondAnswerMayBeTheRightOne() {
@@ -225,38 +214,35 @@ private slots:
     }
 
     // A request that the proxy has refused has not reached the server, so its body may go again.
-    void aBodyGoesAgainAfterTheProxyHasAsked_data() {
-        const TestKit::Columns<QString, bool> row("where", "closes");
+    void aBodyGoesAgainAfterTheProxyHasAsked() {
+        const TestKit::Rows row(this, [&](const QString& where, bool closes) {
+            const auto url = QStringLiteral("http://service.test/");
+            RefusingProxy proxy;
+            TestKit::Script script{TestKit::answer("200 OK", "yes")};
+            script.close = closes;
+            script.challenge = RefusingProxy::refusal(closes);
+            proxy.script(url, script);
+            answerWith({right()});
+            QNetworkProxy::setApplicationProxy(proxy.proxy());
+            if (where != QLatin1String("prompt"))
+                QVERIFY(
+                    m_session->SetProxyAuthentication(m_proxy.host(), proxy.proxy().port(), m_proxy.user(), m_proxy.password()));
+            if (where == QLatin1String("session"))
+                QNetworkProxy::setApplicationProxy(proxy.proxy());
+            NetworkOperation operation(nullptr, m_fixture->logger);
+            int sent = 0;
+            for (const char* const verb : {"POST", "PUT", "DELETE", "POST"}) {
+                const QByteArray body = ++sent == 3 ? QByteArray() : QByteArray("a=b");
+                QVERIFY2(send(operation, QUrl(url), verb, body), qPrintable(operation.errorMessage()));
+                QCOMPARE(proxy.bodies(url).last(), body);
+            }
+            QCOMPARE(proxy.users(url).count(m_proxy.user()), 4);
+        });
         for (const bool closes : {false, true}) {
             row(closes ? "the user answers, closed" : "the user answers", "prompt", closes);
             row(closes ? "set as the application proxy, closed" : "set as the application proxy", "proxy", closes);
             row(closes ? "known to the session only, closed" : "known to the session only", "session", closes);
         }
-    }
-
-    void aBodyGoesAgainAfterTheProxyHasAsked() {
-        QFETCH(QString, where);
-        QFETCH(bool, closes);
-        const auto url = QStringLiteral("http://service.test/");
-        RefusingProxy proxy;
-        TestKit::Script script{TestKit::answer("200 OK", "yes")};
-        script.close = closes;
-        script.challenge = RefusingProxy::refusal(closes);
-        proxy.script(url, script);
-        answerWith({right()});
-        QNetworkProxy::setApplicationProxy(proxy.proxy());
-        if (where != QLatin1String("prompt"))
-            QVERIFY(m_session->SetProxyAuthentication(m_proxy.host(), proxy.proxy().port(), m_proxy.user(), m_proxy.password()));
-        if (where == QLatin1String("session"))
-            QNetworkProxy::setApplicationProxy(proxy.proxy());
-        NetworkOperation operation(nullptr, m_fixture->logger);
-        int sent = 0;
-        for (const char* const verb : {"POST", "PUT", "DELETE", "POST"}) {
-            const QByteArray body = ++sent == 3 ? QByteArray() : QByteArray("a=b");
-            QVERIFY2(send(operation, QUrl(url), verb, body), qPrintable(operation.errorMessage()));
-            QCOMPARE(proxy.bodies(url).last(), body);
-        }
-        QCOMPARE(proxy.users(url).count(m_proxy.user()), 4);
     }
 
     // It may have reached the server when nobody answers.
@@ -272,28 +258,25 @@ private slots:
     }
 
     // The framework crashes when it gets credentials for a tunnel whose connection has been closed meanwhile.
-    void aProxyMayCloseWhileTheUserTypes_data() {
-        const TestKit::Columns<int> row("openFor");
+    void aProxyMayCloseWhileTheUserTypes() {
+        const TestKit::Rows row(this, [&](int openFor) {
+            RefusingProxy proxy;
+            TestKit::Script script{TestKit::answer("502 Bad Gateway", "no")};
+            script.openForInMsec = openFor;
+            script.challenge = RefusingProxy::refusal(false);
+            proxy.script(QStringLiteral("service.test:443"), script);
+            QNetworkProxy::setApplicationProxy(proxy.proxy());
+            answerWith({right()});
+            m_prompt->reaction = [] { QThread::msleep(200); };
+            const ExchangeOutcome outcome = runGet(QNetworkRequest(QUrl("https://service.test/")), 1000, m_fixture->logger);
+            QVERIFY2(outcome.result != OperationResult::Success, "the proxy opens no tunnel");
+            if (openFor == 0)
+                return; // Whether the framework sees the demand before the close depends on the system.
+            QCOMPARE(m_prompt->asked, 1);
+            QVERIFY(proxy.users("https://service.test/").contains(m_proxy.user()));
+        });
         row("while the user types", 100);
         row("at once", 0);
-    }
-
-    void aProxyMayCloseWhileTheUserTypes() {
-        QFETCH(int, openFor);
-        RefusingProxy proxy;
-        TestKit::Script script{TestKit::answer("502 Bad Gateway", "no")};
-        script.openForInMsec = openFor;
-        script.challenge = RefusingProxy::refusal(false);
-        proxy.script(QStringLiteral("service.test:443"), script);
-        QNetworkProxy::setApplicationProxy(proxy.proxy());
-        answerWith({right()});
-        m_prompt->reaction = [] { QThread::msleep(200); };
-        const ExchangeOutcome outcome = runGet(QNetworkRequest(QUrl("https://service.test/")), 1000, m_fixture->logger);
-        QVERIFY2(outcome.result != OperationResult::Success, "the proxy opens no tunnel");
-        if (openFor == 0)
-            return; // Whether the framework sees the demand before the close depends on the system.
-        QCOMPARE(m_prompt->asked, 1);
-        QVERIFY(proxy.users("https://service.test/").contains(m_proxy.user()));
     }
 
     void aProxyThatDoesNotGoOnIsNamed() {
@@ -334,28 +317,25 @@ private slots:
                  1);
     }
 
-    void requestsThatMeetShareOneAnswer_data() {
-        const TestKit::Columns<bool> row("isGiven");
+    void requestsThatMeetShareOneAnswer() {
+        const TestKit::Rows row(this, [&](bool isGiven) {
+            constexpr int count = 5;
+            const int before = m_proxy.requests();
+            answerWith(isGiven ? QVector<ScriptedPrompt::Answer>{right()} : QVector<ScriptedPrompt::Answer>{});
+            // The user takes the time until all of them have been refused.
+            m_prompt->reaction = [this, before] {
+                for (int round = 0; round < 100 && m_proxy.requests() < before + count; ++round)
+                    QThread::msleep(20);
+                QThread::msleep(400);
+            };
+            std::atomic<int> succeeded{0};
+            TestKit::Threads threads(count, [&](int) { succeeded += get().hasStatus200() ? 1 : 0; });
+            threads.join();
+            QCOMPARE(m_prompt->asked, 1);
+            QCOMPARE(succeeded, isGiven ? count : 0);
+        });
         row("given", true);
         row("canceled", false);
-    }
-
-    void requestsThatMeetShareOneAnswer() {
-        QFETCH(bool, isGiven);
-        constexpr int count = 5;
-        const int before = m_proxy.requests();
-        answerWith(isGiven ? QVector<ScriptedPrompt::Answer>{right()} : QVector<ScriptedPrompt::Answer>{});
-        // The user takes the time until all of them have been refused.
-        m_prompt->reaction = [this, before] {
-            for (int round = 0; round < 100 && m_proxy.requests() < before + count; ++round)
-                QThread::msleep(20);
-            QThread::msleep(400);
-        };
-        std::atomic<int> succeeded{0};
-        TestKit::Threads threads(count, [&](int) { succeeded += get().hasStatus200() ? 1 : 0; });
-        threads.join();
-        QCOMPARE(m_prompt->asked, 1);
-        QCOMPARE(succeeded, isGiven ? count : 0);
     }
 
     void theUsersTimeIsNotTheNetworks() {

@@ -19,20 +19,16 @@ class RuntimeTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void namesItselfToServers_data() {
-        const TestKit::Columns<QString, QString, QString> row("executable", "version", "expected");
+    void namesItselfToServers() {
+        const TestKit::Rows row([&](const QString& executable, const QString& version, const QString& expected) {
+            QCOMPARE(userAgentText(executable, version, "10.0.19045"), expected);
+        });
         row("product", "/opt/a b/Product.v2.exe", "1.2.3.4",
             "Product/1.2.3.4 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045");
         row("no version", "/opt/product", "", "product/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045");
         row("sync program", "C:/x/VQSYNC.EXE", "", "VelquorSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045");
         row("not the sync program", "/x/VqSync.exe.bak", "",
             "VqSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045");
-    }
-
-    void namesItselfToServers() {
-        QFETCH(QString, executable);
-        QFETCH(QString, version);
-        QTEST(userAgentText(executable, version, "10.0.19045"), "expected");
     }
 
     void keepsItsDataWithTheUserOrForAllUsers() {
@@ -54,23 +50,19 @@ private slots:
         QCOMPARE(RuntimePaths::dataPath(), RuntimePaths::dataPath(false));
     }
 
-    void choosesTheLogLevelByItsSources_data() {
-        using Source = RootLogLevel::Source;
-        const TestKit::Columns<QString, QString, int, QString> row("environment", "registry", "source", "level");
-        row("nothing", "", "", int(Source::Configuration), "INFO");
-        row("environment", " debug ", "", int(Source::Environment), "DEBUG");
-        row("registry", "", "Trace", int(Source::Registry), "TRACE");
-        row("both", "ERROR", "TRACE", int(Source::Environment), "ERROR");
-        row("unknown level falls through", "LOUD", "WARN", int(Source::Registry), "WARN");
-        row("no injection of properties", "INFO, X\nlog4cplus.y=z", "", int(Source::Configuration), "INFO");
-    }
-
     void choosesTheLogLevelByItsSources() {
-        QFETCH(QString, environment);
-        QFETCH(QString, registry);
-        const RootLogLevel chosen = chooseRootLogLevel(environment, registry);
-        QTEST(int(chosen.source), "source");
-        QTEST(chosen.level, "level");
+        using Source = RootLogLevel::Source;
+        const TestKit::Rows row([&](const QString& environment, const QString& registry, Source source, const QString& level) {
+            const RootLogLevel chosen = chooseRootLogLevel(environment, registry);
+            QCOMPARE(chosen.source, source);
+            QCOMPARE(chosen.level, level);
+        });
+        row("nothing", "", "", Source::Configuration, "INFO");
+        row("environment", " debug ", "", Source::Environment, "DEBUG");
+        row("registry", "", "Trace", Source::Registry, "TRACE");
+        row("both", "ERROR", "TRACE", Source::Environment, "ERROR");
+        row("unknown level falls through", "LOUD", "WARN", Source::Registry, "WARN");
+        row("no injection of properties", "INFO, X\nlog4cplus.y=z", "", Source::Configuration, "INFO");
     }
 
     // One process, one log: a message before the set-up, the set-up from the environment, hostile text, and logging switched off.

@@ -99,8 +99,7 @@ private slots:
     // Only one product is read from the file then. A sign-out since the last read is still found.
     void aProductThatIsReadAloneHidesNoSignOut() {
         signIn(*m_session);
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = m_fixture->restoredSession();
         QVERIFY(signOut(*other));
         addPartner();
         QVERIFY(!m_session->isLoggedIn(QString()));

@@ -1,7 +1,6 @@
 // The text of the login state file: files as programs have written them, and what a change touches.
 
 #include "Session/State/LoginStateDocument.h"
-#include "TestKit/Files.h"
 #include "TestKit/Test.h"
 
 #include <QDir>
@@ -31,20 +30,17 @@ class LoginStateDocumentTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void aFileIsWrittenAsItWasRead_data() {
-        QTest::addColumn<QString>("name");
-        for (const QString& name : folder().entryList({"*.xml"}))
-            QTest::newRow(qPrintable(name)) << name;
-    }
-
     void aFileIsWrittenAsItWasRead() {
-        QFETCH(QString, name);
-        const QByteArray text = TestKit::readFile(folder().filePath(name));
-        LoginStateDocument document = read(name);
-        QCOMPARE(*document.toBytes(), text);
-        document.setState(document.state());
-        if (name != QLatin1String("other-programs.xml"))
+        const TestKit::Rows row([](const QString& name) {
+            const QByteArray text = TestKit::readFile(folder().filePath(name));
+            LoginStateDocument document = read(name);
             QCOMPARE(*document.toBytes(), text);
+            document.setState(document.state());
+            if (name != QLatin1String("other-programs.xml"))
+                QCOMPARE(*document.toBytes(), text);
+        });
+        for (const QString& name : folder().entryList({"*.xml"}))
+            row(qPrintable(name), name);
     }
 
     void aFileOfThisVersionHasItsValues() {

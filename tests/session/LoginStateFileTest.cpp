@@ -7,7 +7,6 @@
 #include "TestKit/Test.h"
 
 #include <QDomDocument>
-#include <optional>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -59,34 +58,36 @@ private slots:
     }
 
     // Support must see whether a line is about a read, or about the read in a save.
-    void theLogTellsWhatIsDoneWithTheFile_data() {
-        const TestKit::Columns<bool, QStringList> row("isSave", "lines");
+    void theLogTellsWhatIsDoneWithTheFile() {
+        using Act = std::function<void(LoginStateFile & file)>;
+        const TestKit::Rows row(this, [&](const Act& act, const QStringList& lines) {
+            m_fixture->writeFile("<WebServices/>");
+            LoginStateFile file = m_fixture->stateFile();
+            act(file);
+            QCOMPARE(m_fixture->logger->texts(), lines);
+        });
+        const auto save = [](auto& file) { (void)file.write(*file.readForSaving()); };
+        const auto saveAnew = [&](auto& file) {
+            QFile::remove(m_fixture->file());
+            save(file);
+        };
+        const auto saveOnFullDisk = [&](auto& file) {
+            LoginStateFile full(std::make_shared<FullDisk>(m_fixture->file(), m_fixture->logger), m_fixture->services().now,
+                                m_fixture->logger);
+            (void)full.write(*file.readForSaving());
+        };
+        const auto readBlocked = [&](auto& file) {
+            const TestKit::BlockedFile blocked(m_fixture->file());
+            (void)file.read();
+        };
         const QStringList read{"Reading login state file", "Finished reading login state file"};
         const QStringList written{"Writing login state file", "Finished writing login state file successfully"};
-        row("read", false, {read.first(), "Finished reading login state file successfully"});
-        row("missing when saved", true, read + written);
-        row("saved", true, read + written);
-        row("cannot be read", false, {read.first(), "Failed to read file", "Reason: It is not a regular file"});
-        row("cannot be written", true, read + QStringList{written.first(), "Failed to write login state file", "Reason: full"});
-    }
-
-    void theLogTellsWhatIsDoneWithTheFile() {
-        QFETCH(bool, isSave);
-        QFETCH(QStringList, lines);
-        const QByteArray what = QTest::currentDataTag();
-        if (!what.contains("missing"))
-            m_fixture->writeFile("<WebServices/>");
-        std::optional<TestKit::BlockedFile> blocked;
-        if (what == "cannot be read")
-            blocked.emplace(m_fixture->file());
-        LoginStateFile file = m_fixture->stateFile();
-        LoginStateFile onFullDisk(std::make_shared<FullDisk>(m_fixture->file(), m_fixture->logger), m_fixture->services().now,
-                                  m_fixture->logger);
-        if (isSave)
-            (void)(what == "cannot be written" ? onFullDisk : file).write(*file.readForSaving());
-        else
-            (void)file.read();
-        QCOMPARE(m_fixture->logger->texts(), lines);
+        row("read", [](auto& file) { (void)file.read(); }, {read.first(), "Finished reading login state file successfully"});
+        row("missing when saved", saveAnew, read + written);
+        row("saved", save, read + written);
+        row("cannot be read", readBlocked, {read.first(), "Failed to read file", "Reason: It is not a regular file"});
+        row("cannot be written", saveOnFullDisk,
+            read + QStringList{written.first(), "Failed to write login state file", "Reason: full"});
     }
 
     void aSaveKeepsTheProductsOfOthers() {
@@ -107,38 +108,6 @@ private slots:
         QCOMPARE(third.token(otherKey), QByteArray("token of other-product-0002"));
     }
 
-    // A clock that was put right, or a server that shortens its lifetimes, makes new tokens that end before the old ones.
-    void theTokensObtainedLastAreKept_data() {
-        const TestKit::Columns<int> row("lifetime");
-        row("ends later", 3600);
-        row("ends at the same time", 60);
-        row("ends earlier", 30);
-    }
-
-    void theTokensObtainedLastAreKept() {
-        QFETCH(int, lifetime);
-        const QDateTime now = QDateTime::currentDateTimeUtc();
-        Process first(*m_fixture);
-        first.restore();
-        first.signIn("ada", now.addSecs(60));
-        first.save();
-        Process second(*m_fixture);
-        second.restore();
-        second.takeTokens(now.addSecs(lifetime), "refreshed");
-        QCOMPARE(second.saveTokens(), LoginStateStore::Result::Saved);
-        // The first process knows nothing of it yet, and saves something else.
-        QCOMPARE(first.save(), LoginStateStore::Result::Saved);
-        QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed"));
-        first.lookAtFile();
-        QCOMPARE(first.token(demoKey), QByteArray("refreshed"));
-        // What was just obtained stands whatever the file holds.
-        first.takeTokens(now.addSecs(lifetime - 10), "refreshed again");
-        second.takeTokens(now.addSecs(lifetime), "refreshed last");
-        first.saveTokens();
-        second.saveTokens();
-        QCOMPARE(m_fixture->tokenInFile(), QStringLiteral("refreshed last"));
-    }
-
     void aSignOutElsewhereWins() {
         Process first(*m_fixture);
         first.restoreAndSignIn();
@@ -148,20 +117,6 @@ private slots:
         first.save();
         QVERIFY(m_fixture->element({"LoginSession"}).isNull());
         QVERIFY(m_fixture->hasLogged("The user was signed out by another process"));
-    }
-
-    void aLaterSignInElsewhereWins() {
-        Process first(*m_fixture);
-        first.restoreAndSignIn();
-        m_fixture->clockOffset = 60;
-        Process second(*m_fixture, otherKey);
-        second.restore();
-        second.signIn("bob");
-        second.save();
-        first.save();
-        QCOMPARE(m_fixture->element({"LoginSession"}).attribute("UserName"), QStringLiteral("bob"));
-        // Nothing of the first user may stand under the name of the second.
-        QVERIFY(!m_fixture->fileContents().contains("demo-product-0001"));
     }
 
     void aSaveKeepsTheSettingsOfOthers() {
@@ -179,77 +134,61 @@ private slots:
     }
 
     // A signed-in file is changed in one place; the state must not be used, and is deleted or left as the case demands.
-    void anInvalidStateSignsNobodyIn_data() {
-        const TestKit::Columns<QString, QString, bool> add("what", "logged", "deleted");
-        const auto row = [&](const char* what, const char* logged, bool deleted) {
-            add(what, QString::fromLatin1(what), QString::fromLatin1(logged), deleted);
+    void anInvalidStateSignsNobodyIn() {
+        using Change = std::function<void(QDomElement & login, QDomElement & product)>;
+        const TestKit::Rows row(this, [&](const Change& change, const QString& logged, bool deleted) {
+            Process running(*m_fixture);
+            running.restoreAndSignIn();
+            QDomDocument document = m_fixture->document();
+            QDomElement login = document.documentElement().firstChildElement("LoginSession");
+            QDomElement product = TestKit::firstProduct(document);
+            change(login, product);
+            m_fixture->writeFile(document.toByteArray());
+            Process process(*m_fixture);
+            LockedState state(process.core);
+            LoginStateReader(state).loadBasic();
+            process.restore();
+            QVERIFY(!process.core.isLoggedIn());
+            QVERIFY(process.core.basic().userName.isEmpty());
+            QVERIFY2(m_fixture->hasLogged(logged), qPrintable(logged));
+            QCOMPARE(m_fixture->element({"LoginSession"}).isNull(), deleted);
+            if (!deleted)
+                return;
+            // A process that runs with this sign-in ends it as well, and does not bring it back.
+            running.lookAtFile();
+            QVERIFY(!running.core.isLoggedIn());
+            running.save();
+            QVERIFY(m_fixture->element({"LoginSession"}).isNull());
+        });
+        const auto secret = [this](const char* name, const QByteArray& clear) {
+            return [=](QDomElement& login, QDomElement&) {
+                TestKit::setSecret(login, name, clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
+            };
         };
-        row("expired", "Login session expired. Deleting the login state in login state file. Re-login required.", true);
-        row("other server", "Server in LoginSession node is different from current server. Stopping loading of login state.",
-            false);
-        row("no client id", "Client id is blank or not found in login state file", false);
-        row("client id damaged", "Failed to restore client id. Deleting the login state in login state file. Re-login required.",
-            true);
-        row("other user of the system",
+        const auto elsewhere = QStringLiteral(
+            "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.");
+        row(
+            "expired", [](auto& login, auto&) { login.setAttribute("SessionExpiryDate", "2020-01-01T00:00:00Z"); },
+            "Login session expired. Deleting the login state in login state file. Re-login required.", true);
+        row(
+            "other server", [](auto& login, auto&) { login.setAttribute("Server", "1"); },
+            "Server in LoginSession node is different from current server. Stopping loading of login state.", false);
+        row("no client id", secret("ClientId", ""), "Client id is blank or not found in login state file", false);
+        row(
+            "client id damaged", [](auto& login, auto&) { TestKit::setSecret(login, "ClientId", "AQIDBA=="); },
+            "Failed to restore client id. Deleting the login state in login state file. Re-login required.", true);
+        row("other user of the system", secret("NTUserName", "somebody-else"),
             "Login state is invalid since it was not saved by current NT user. Discarding it and forcing logout. User needs to login.",
             true);
-        row("other machine",
-            "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.",
-            true);
-        row("no machine",
-            "Login state is invalid since it was not saved in this computer. Discarding it and forcing logout. User needs to login.",
-            true);
-        row("product without key", "Invalid product node without product key found and ignored", true);
-        row("product without tokens",
+        row("other machine", secret("MachineAddress", "001122334455"), elsewhere, true);
+        row("no machine", secret("MachineAddress", ""), elsewhere, true);
+        row(
+            "product without key", [](auto&, auto& product) { product.removeAttribute("ProductKey"); },
+            "Invalid product node without product key found and ignored", true);
+        row(
+            "product without tokens",
+            [](auto&, auto& product) { product.removeChild(product.firstChildElement("AccessTokenSecret")); },
             "No valid login state found after cleanup. Deleting the login state in login state file. Re-login required.", true);
-    }
-
-    void anInvalidStateSignsNobodyIn() {
-        QFETCH(QString, what);
-        QFETCH(QString, logged);
-        QFETCH(bool, deleted);
-        Process running(*m_fixture);
-        running.restoreAndSignIn();
-        QDomDocument document = m_fixture->document();
-        QDomElement login = document.documentElement().firstChildElement("LoginSession");
-        QDomElement product = TestKit::firstProduct(document);
-        const auto secret = [this, &login](const char* name, const QByteArray& clear) {
-            TestKit::setSecret(login, QLatin1String(name), clear.isEmpty() ? QByteArray() : m_fixture->cryptor->encrypt(clear));
-        };
-        if (what == "expired")
-            login.setAttribute("SessionExpiryDate", "2020-01-01T00:00:00Z");
-        else if (what == "other server")
-            login.setAttribute("Server", "1");
-        else if (what == "no client id")
-            secret("ClientId", "");
-        else if (what == "client id damaged")
-            TestKit::setSecret(login, "ClientId", "AQIDBA==");
-        else if (what == "other user of the system")
-            secret("NTUserName", "somebody-else");
-        else if (what == "other machine")
-            secret("MachineAddress", "001122334455");
-        else if (what == "no machine")
-            secret("MachineAddress", "");
-        else if (what == "product without key")
-            product.removeAttribute("ProductKey");
-        else if (what == "product without tokens")
-            product.removeChild(product.firstChildElement("AccessTokenSecret"));
-        m_fixture->writeFile(document.toByteArray());
-        Process process(*m_fixture);
-        LockedState state(process.core);
-        LoginStateReader(state).loadBasic();
-        process.restore();
-        QVERIFY(!process.core.isLoggedIn());
-        QVERIFY(process.core.basic().userName.isEmpty());
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(logged));
-        QCOMPARE(m_fixture->element({"LoginSession"}).isNull(), deleted);
-        if (!deleted)
-            return;
-        // A process that runs with this sign-in ends it as well, and does not bring it back.
-        running.lookAtFile();
-        QVERIFY(!running.core.isLoggedIn());
-        running.save();
-        QVERIFY(m_fixture->element({"LoginSession"}).isNull());
     }
 
     void anAbsentExpiryNeverExpires() {
@@ -264,30 +203,39 @@ private slots:
     }
 
     // In the folder of all users the state may belong to another user, and is left alone.
-    void leavesTheStateOfAnotherUserAlone_data() {
-        const TestKit::Columns<QString, QByteArray, bool> row("name", "value", "isUsed");
+    void leavesTheStateOfAnotherUserAlone() {
+        const TestKit::Rows row(this, [&](const QString& name, const QByteArray& value, bool isUsed) {
+            writeSignedInFile();
+            QDomDocument document = m_fixture->document();
+            QDomElement login = document.documentElement().firstChildElement("LoginSession");
+            TestKit::setSecret(login, name, value.isEmpty() ? m_fixture->cryptor->encrypt("somebody-else") : value);
+            m_fixture->writeFile(document.toByteArray());
+            m_fixture->isForAllUsers = true;
+            Process process(*m_fixture);
+            process.restore();
+            QCOMPARE(process.core.isLoggedIn(), isUsed);
+            QVERIFY(!m_fixture->element({"LoginSession"}).isNull());
+        });
         row("encrypted by the other user", "ClientId", "AQIDBA==", false);
         row("saved by the other user", "NTUserName", {}, true);
     }
 
-    void leavesTheStateOfAnotherUserAlone() {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, value);
-        writeSignedInFile();
-        QDomDocument document = m_fixture->document();
-        QDomElement login = document.documentElement().firstChildElement("LoginSession");
-        TestKit::setSecret(login, name, value.isEmpty() ? m_fixture->cryptor->encrypt("somebody-else") : value);
-        m_fixture->writeFile(document.toByteArray());
-        m_fixture->isForAllUsers = true;
-        Process process(*m_fixture);
-        process.restore();
-        QTEST(process.core.isLoggedIn(), "isUsed");
-        QVERIFY(!m_fixture->element({"LoginSession"}).isNull());
-    }
-
     // What hosts and servers call things must never keep others from reading the file.
-    void aNameOfAnyTextCanBeReadAgain_data() {
-        const TestKit::Columns<QString> row("name");
+    void aNameOfAnyTextCanBeReadAgain() {
+        const TestKit::Rows row(this, [&](const QString& name) {
+            Process process(*m_fixture);
+            process.restore();
+            process.signIn("ada");
+            BasicLoginState state = process.core.basic();
+            state.userName = state.userId = state.ldapDomainKey = name;
+            process.setUser(state);
+            process.core.products().find(demoKey, Production)->setProduct(name, name);
+            QCOMPARE(process.save(), LoginStateStore::Result::Saved);
+            Process next(*m_fixture);
+            next.restore();
+            QVERIFY(next.core.isLoginValid(demoKey));
+            QVERIFY(next.core.basic().userName.contains("a"));
+        });
         row("control character", QStringLiteral("ad\x01"
                                                 "a"));
         row("NUL", QString(QChar(0)) + "ada");
@@ -296,22 +244,6 @@ private slots:
         row("no character", QString(QChar(0xffff)) + "ada");
         row("markup", "<ada> & \"]]>'");
         row("far too long", QString(2000000, 'a'));
-    }
-
-    void aNameOfAnyTextCanBeReadAgain() {
-        QFETCH(QString, name);
-        Process process(*m_fixture);
-        process.restore();
-        process.signIn("ada");
-        BasicLoginState state = process.core.basic();
-        state.userName = state.userId = state.ldapDomainKey = name;
-        process.setUser(state);
-        process.core.products().find(demoKey, Production)->setProduct(name, name);
-        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
-        Process next(*m_fixture);
-        next.restore();
-        QVERIFY(next.core.isLoginValid(demoKey));
-        QVERIFY(next.core.basic().userName.contains("a"));
     }
 
     void aFileThatWouldBeTooLargeIsNotWritten() {
@@ -348,8 +280,18 @@ private slots:
     }
 
     // Whatever the file contains: no crash, no sign-in, and a save afterwards writes a good file.
-    void hostileFilesSignNobodyInAndAreReplaced_data() {
-        const TestKit::Columns<QByteArray> row("contents");
+    void hostileFilesSignNobodyInAndAreReplaced() {
+        const TestKit::Rows row(this, [&](const QByteArray& contents) {
+            m_fixture->writeFile(contents);
+            Process process(*m_fixture);
+            process.restore();
+            QVERIFY(!process.core.isLoggedIn());
+            process.signIn("ada");
+            QCOMPARE(process.save(), LoginStateStore::Result::Saved);
+            Process next(*m_fixture);
+            next.restore();
+            QVERIFY(next.core.isLoginValid(demoKey));
+        });
         row("empty", {});
         row("other root", "<Other><LoginSession Server=\"0\"/></Other>");
         row("entity bomb", "<!DOCTYPE a [<!ENTITY b \"bbbbbbbb\"><!ENTITY c \"&b;&b;&b;&b;\">]><WebServices>&c;</WebServices>");
@@ -357,19 +299,6 @@ private slots:
         row("too large", QByteArray("<WebServices>") + QByteArray(int(LoginStateDocument::limits.size), ' ') + "</WebServices>");
         row("numbers that are none",
             "<WebServices><Settings CurrentServer=\"99999999999\" LogoutDate=\"never\"/><LoginSession Server=\"x\"/></WebServices>");
-    }
-
-    void hostileFilesSignNobodyInAndAreReplaced() {
-        QFETCH(QByteArray, contents);
-        m_fixture->writeFile(contents);
-        Process process(*m_fixture);
-        process.restore();
-        QVERIFY(!process.core.isLoggedIn());
-        process.signIn("ada");
-        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
-        Process next(*m_fixture);
-        next.restore();
-        QVERIFY(next.core.isLoginValid(demoKey));
     }
 
     void setsADamagedFileAside() {

@@ -1,11 +1,7 @@
 // What a process and the login state file hold after they have met: the rules, without a file.
 
 #include "Session/Store/LoginStateMerge.h"
-#include "TestKit/Columns.h"
 #include "TestKit/Test.h"
-
-Q_DECLARE_METATYPE(Velquor::WebServices::Internal::HeldLogin)
-Q_DECLARE_METATYPE(Velquor::WebServices::Internal::LoginState)
 
 using namespace Velquor;
 using namespace Velquor::WebServices::Internal;
@@ -88,9 +84,21 @@ class LoginStateMergeTest : public QObject {
 
 private slots:
     // The last two columns: the user in memory and in the file afterwards, with the date of the sign-in.
-    void theLaterSignInOrSignOutCounts_data() {
-        const TestKit::Columns<HeldLogin, LoginState, LoginVerdict, QString, QString> row("held", "file", "verdict", "memory",
-                                                                                          "inFile");
+    void theLaterSignInOrSignOutCounts() {
+        const TestKit::Rows row([&](const HeldLogin& held, const LoginState& file, LoginVerdict verdict, const QString& memory,
+                                    const QString& inFile) {
+            const MergedLogin merged = mergeLogin(held, file);
+            QCOMPARE(merged.verdict, verdict);
+            QCOMPARE(userOf(merged.memory), memory);
+            QCOMPARE(userOf(merged.file), inFile);
+            // No token stands under another sign-in: when the server ended that one, the token would end this one too.
+            for (const LoginState& side : {merged.memory, merged.file}) {
+                for (const StoredProduct& stored : side.products)
+                    QVERIFY(!side.hasSignIn || stored.tokens.accessToken == "token of " + userOf(side).toUtf8());
+            }
+            // A sign-out is never dated back, nor ahead of a sign-in that stays.
+            QVERIFY(!merged.file.hasSignIn || !(merged.file.logoutDate > merged.file.user.loginDate));
+        });
         const LoginState ada = signIn("ada", 100);
         row("nobody anywhere", saved(signedOut()), signedOut(), LoginVerdict::NoUser, "", "");
         row("somebody in the file", saved(signedOut()), ada, LoginVerdict::NoUser, "ada 100", "ada 100");
@@ -121,26 +129,32 @@ private slots:
             "ada 901");
     }
 
-    void theLaterSignInOrSignOutCounts() {
-        QFETCH(HeldLogin, held);
-        QFETCH(LoginState, file);
-        const MergedLogin merged = mergeLogin(held, file);
-        QTEST(static_cast<int>(merged.verdict), "verdict");
-        QTEST(userOf(merged.memory), "memory");
-        QTEST(userOf(merged.file), "inFile");
-        // No token stands under another sign-in: when the server ended that one, the token would end this one too.
-        for (const LoginState& side : {merged.memory, merged.file}) {
-            for (const StoredProduct& stored : side.products)
-                QVERIFY(!side.hasSignIn || stored.tokens.accessToken == "token of " + userOf(side).toUtf8());
-        }
-        // A sign-out is never dated back, nor ahead of a sign-in that stays.
-        QVERIFY(!merged.file.hasSignIn || !(merged.file.logoutDate > merged.file.user.loginDate));
-    }
-
     // What the server gave out last counts, whenever it ends. One rule for tokens of both kinds.
-    void theTokenObtainedLastCounts_data() {
-        const TestKit::Columns<QByteArray, QByteArray, QByteArray, bool, QByteArray> row("held", "seen", "file", "isFresh",
-                                                                                         "kept");
+    void theTokenObtainedLastCounts() {
+        const TestKit::Rows row(
+            [&](const QByteArray& held, const QByteArray& seen, const QByteArray& file, bool isFresh, const QByteArray& kept) {
+                const auto state = [](const QByteArray& token, const QByteArray& oauth2) {
+                    LoginState made = signIn("ada", 100);
+                    made.products = {product(token, oauth2)};
+                    return made;
+                };
+                const MergedLogin first = [&] {
+                    HeldLogin own = holding(state(held, {}), state(seen, {}));
+                    own.freshProduct = isFresh ? key : QString();
+                    return mergeLogin(own, state(file, {}));
+                }();
+                HeldLogin own = holding(state("x", held), state("x", seen));
+                own.freshProduct = key;
+                if (isFresh)
+                    own.freshOAuth2 = own.state.products.first().oauth2Tokens.first();
+                else
+                    own.freshProduct.clear();
+                const MergedLogin second = mergeLogin(own, state("x", file));
+                for (const LoginState* const side : {&first.memory, &first.file})
+                    QCOMPARE(side->product(key)->tokens.accessToken, kept);
+                for (const LoginState* const side : {&second.memory, &second.file})
+                    QCOMPARE(side->product(key)->oauth2Tokens.value(0).token, kept);
+            });
         row("nothing new", "a", "a", "a", false, "a");
         row("only in the file", "", "", "b", false, "b");
         row("only here", "a", "", "", false, "a");
@@ -150,35 +164,6 @@ private slots:
         row("renewed here, then there", "b", "a", "c", false, "c");
         row("renewed there, then here", "c", "a", "b", true, "c");
         row("both have it", "b", "a", "b", false, "b");
-    }
-
-    void theTokenObtainedLastCounts() {
-        QFETCH(QByteArray, held);
-        QFETCH(QByteArray, seen);
-        QFETCH(QByteArray, file);
-        QFETCH(bool, isFresh);
-        QFETCH(QByteArray, kept);
-        const auto state = [](const QByteArray& token, const QByteArray& oauth2) {
-            LoginState made = signIn("ada", 100);
-            made.products = {product(token, oauth2)};
-            return made;
-        };
-        const MergedLogin first = [&] {
-            HeldLogin own = holding(state(held, {}), state(seen, {}));
-            own.freshProduct = isFresh ? key : QString();
-            return mergeLogin(own, state(file, {}));
-        }();
-        HeldLogin own = holding(state("x", held), state("x", seen));
-        own.freshProduct = key;
-        if (isFresh)
-            own.freshOAuth2 = own.state.products.first().oauth2Tokens.first();
-        else
-            own.freshProduct.clear();
-        const MergedLogin second = mergeLogin(own, state("x", file));
-        for (const LoginState* const side : {&first.memory, &first.file})
-            QCOMPARE(side->product(key)->tokens.accessToken, kept);
-        for (const LoginState* const side : {&second.memory, &second.file})
-            QCOMPARE(side->product(key)->oauth2Tokens.value(0).token, kept);
     }
 
     // A refresh renews the session too. A process that saves something else must not put the earlier date back.
@@ -197,8 +182,17 @@ private slots:
         QCOMPARE(mergeLogin(holding(moved, before), renewed).file.user.machineAddress, QByteArray("a new adapter"));
     }
 
-    void theServerThatWasChosenLastCounts_data() {
-        const TestKit::Columns<HeldLogin, LoginState, int, int> row("held", "file", "memory", "inFile");
+    void theServerThatWasChosenLastCounts() {
+        const TestKit::Rows row([&](const HeldLogin& held, const LoginState& file, int memory, int inFile) {
+            const MergedLogin merged = mergeLogin(held, file);
+            QCOMPARE(merged.memory.currentServer.value_or(-2), memory);
+            QCOMPARE(merged.file.currentServer.value_or(-2), inFile);
+            // A choice that was not taken is not undone by a later save.
+            HeldLogin next = held;
+            next.seen = merged.seen;
+            next.state.currentServer = merged.memory.currentServer;
+            QCOMPARE(mergeLogin(next, file).file.currentServer.value_or(-2), inFile);
+        });
         const auto onServer = [](int server, const LoginState& seen) { return holding(signedOut(-1, server), seen); };
         row("nothing new", onServer(1, signedOut(-1, 1)), signedOut(-1, 1), 1, 1);
         row("chosen in another process", onServer(0, signedOut(-1, 0)), signedOut(-1, 1), 1, 1);
@@ -219,19 +213,6 @@ private slots:
                 return file;
             }(),
             0, 1);
-    }
-
-    void theServerThatWasChosenLastCounts() {
-        QFETCH(HeldLogin, held);
-        QFETCH(LoginState, file);
-        const MergedLogin merged = mergeLogin(held, file);
-        QTEST(merged.memory.currentServer.value_or(-2), "memory");
-        QTEST(merged.file.currentServer.value_or(-2), "inFile");
-        // A choice that was not taken is not undone by a later save.
-        HeldLogin next = held;
-        next.seen = merged.seen;
-        next.state.currentServer = merged.memory.currentServer;
-        QTEST(mergeLogin(next, file).file.currentServer.value_or(-2), "inFile");
     }
 
     // A write leaves to be taken what another process wrote meanwhile.

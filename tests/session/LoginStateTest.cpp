@@ -33,8 +33,10 @@ private slots:
         QVERIFY(logoutDateFor(at(900), second) >= second);
     }
 
-    void theMachineAddressIsCutBetweenAdapters_data() {
-        const Velquor::TestKit::Columns<QStringList, int, QString> row("addresses", "limit", "expected");
+    void theMachineAddressIsCutBetweenAdapters() {
+        const Velquor::TestKit::Rows row([&](const QStringList& addresses, int limit, const QString& expected) {
+            QCOMPARE(joinedMachineAddress(addresses, limit), expected);
+        });
         row("none", {}, 245, {});
         row("duplicates go", QStringList{"aa", "bb", "aa"}, 245, "aa|bb");
         row("fits exactly", QStringList{"aa", "bb", "cc"}, 8, "aa|bb|cc");
@@ -42,26 +44,16 @@ private slots:
         row("the last one stays", QStringList{"aabbccddeeff"}, 3, "aabbccddeeff");
     }
 
-    void theMachineAddressIsCutBetweenAdapters() {
-        QFETCH(QStringList, addresses);
-        QFETCH(int, limit);
-        QTEST(joinedMachineAddress(addresses, limit), "expected");
-    }
-
-    void oneCommonAdapterIsTheSameMachine_data() {
-        const Velquor::TestKit::Columns<QString, QStringList, bool> row("stored", "current", "same");
+    void oneCommonAdapterIsTheSameMachine() {
+        const Velquor::TestKit::Rows row([&](const QString& stored, const QStringList& current, bool same) {
+            QCOMPARE(isSameMachine(stored, current), same);
+        });
         row("one in common is enough", "aa|bb|cc", QStringList{"xx", "cc"}, true);
         row("none in common", "aa|bb", QStringList{"cc"}, false);
         row("a part of an address is none", "aabb", QStringList{"aa"}, false);
         row("blank on a machine without adapters", "|", {}, true);
         row("blank on a machine with adapters", "|", QStringList{"aa"}, false);
         row("stored ones, adapters gone", "aa", {}, false);
-    }
-
-    void oneCommonAdapterIsTheSameMachine() {
-        QFETCH(QString, stored);
-        QFETCH(QStringList, current);
-        QTEST(isSameMachine(stored, current), "same");
     }
 
     // Every adapter is replaced over the years, one at a time.
@@ -76,22 +68,18 @@ private slots:
         QCOMPARE(stored, QStringList({"ee", "dd", "cc", "bb"}));
     }
 
-    void onlyWholeSecondsAreAnExpiry_data() {
-        const Velquor::TestKit::Columns<QByteArray, qint64> row("text", "lifetime");
+    void onlyWholeSecondsAreAnExpiry() {
+        const Velquor::TestKit::Rows row([&](const QByteArray& text, qint64 lifetime) {
+            QCOMPARE(expiryFrom(text, at(1000)), lifetime < 0 ? QDateTime() : at(1000 + lifetime));
+        });
         row("seconds", "3600", 3600);
         row("expired at once", "0", 0);
         for (const char* const bad : {"", "-1", "3600.5", "1e9", "99999999999", "9999999999999999999999", "soon", "36 00"})
             row(qPrintable(QStringLiteral("bad: %1").arg(QLatin1String(bad))), QByteArray(bad), -1);
     }
 
-    void onlyWholeSecondsAreAnExpiry() {
-        QFETCH(QByteArray, text);
-        QFETCH(qint64, lifetime);
-        QCOMPARE(expiryFrom(text, at(1000)), lifetime < 0 ? QDateTime() : at(1000 + lifetime));
-    }
-
-    void malformedTokensAreRefused_data() {
-        const Velquor::TestKit::Columns<QByteArray, bool> row("token", "usable");
+    void malformedTokensAreRefused() {
+        const Velquor::TestKit::Rows row([&](const QByteArray& token, bool usable) { QCOMPARE(isUsableToken(token), usable); });
         row("Base64", "aB+/=", true);
         row("the longest", QByteArray(64 * 1024, 'x'), true);
         row("too long", QByteArray(64 * 1024 + 1, 'x'), false);
@@ -100,11 +88,6 @@ private slots:
         row("blank", "a b", false);
         row("not ASCII", "a\xc3\xa4", false);
         row("NUL", QByteArray("a\0b", 3), false);
-    }
-
-    void malformedTokensAreRefused() {
-        QFETCH(QByteArray, token);
-        QTEST(isUsableToken(token), "usable");
     }
 
     void sendsIdentityInOrderAndOnlyWhenSet() {

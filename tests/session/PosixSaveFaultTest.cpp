@@ -40,8 +40,23 @@ private slots:
         QVERIFY2(m_helper->isReady(), m_helper->readAllStandardError().constData());
     }
 
-    void aFailingSystemCallLeavesTheOldFileOrTheNew_data() {
-        const TestKit::Columns<QByteArray, bool> columns("fault", "isSaved");
+    void aFailingSystemCallLeavesTheOldFileOrTheNew() {
+        const TestKit::Rows row([&](const QByteArray& fault, bool isSaved) {
+            const QByteArray before = m_fixture.fileContents();
+            const QByteArray said = m_helper->save(fault);
+            const QByteArray faults = m_helper->readAllStandardError();
+            QVERIFY2(faults.contains("fault: "), "the fault did not happen");
+            QCOMPARE(said, QByteArray(isSaved ? "saved" : "failed"));
+            QCOMPARE(m_fixture.fileContents() != before, isSaved);
+            QCOMPARE(QDir(m_fixture.folder.path()).entryList({"LoginState.xml.*"}, QDir::Files), QStringList());
+            // Nothing stays behind that spoils the next one.
+            QCOMPARE(m_helper->save({}), QByteArray("saved"));
+            TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
+            TestKit::StateProcess next(fixture, demoKey);
+            next.restore();
+            QVERIFY(!next.token(demoKey).isEmpty());
+            QVERIFY(m_helper->readAllStandardError().isEmpty());
+        });
         const QByteArray folder = m_fixture.folder.path().toLocal8Bit() + '$';
         const Call calls[] = {
             {"opening anything", "open", "/", false},
@@ -58,56 +73,32 @@ private slots:
         };
         for (const Call& one : calls) {
             for (const char* const error : {"ENOSPC", "EIO", "EACCES", "EMFILE"})
-                QTest::addRow("%s, %s", one.what, error) << QByteArray(one.call) + ':' + error + ':' + one.part << one.isSaved;
+                row(QByteArray(one.what) + ", " + error, QByteArray(one.call) + ':' + error + ':' + one.part, one.isSaved);
         }
     }
 
-    void aFailingSystemCallLeavesTheOldFileOrTheNew() {
-        QFETCH(QByteArray, fault);
-        QFETCH(bool, isSaved);
-        const QByteArray before = m_fixture.fileContents();
-        const QByteArray said = m_helper->save(fault);
-        const QByteArray faults = m_helper->readAllStandardError();
-        QVERIFY2(faults.contains("fault: "), "the fault did not happen");
-        QCOMPARE(said, QByteArray(isSaved ? "saved" : "failed"));
-        QCOMPARE(m_fixture.fileContents() != before, isSaved);
-        QCOMPARE(QDir(m_fixture.folder.path()).entryList({"LoginState.xml.*"}, QDir::Files), QStringList());
-        // Nothing stays behind that spoils the next one.
-        QCOMPARE(m_helper->save({}), QByteArray("saved"));
-        TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
-        TestKit::StateProcess next(fixture, demoKey);
-        next.restore();
-        QVERIFY(!next.token(demoKey).isEmpty());
-        QVERIFY(m_helper->readAllStandardError().isEmpty());
-    }
-
-    void whatCannotBeAskedEndsNoSignIn_data() {
+    void whatCannotBeAskedEndsNoSignIn() {
         // first, then: whether the sign-in is used with the fault, and at a second look without it; a key is opened once
-        const TestKit::Columns<QByteArray, QByteArray, QByteArray> row("fault", "first", "then");
+        const TestKit::Rows row([&](const QByteArray& fault, const QByteArray& first, const QByteArray& then) {
+            const QByteArray before = m_fixture.fileContents();
+            QProcessEnvironment environment = m_environment;
+            environment.insert("VQ_FAULT", fault);
+            TestKit::HelperProcess helper("save_helper", {"read", m_fixture.folder.path(), m_fixture.keyFolder, demoKey},
+                                          environment);
+            QCOMPARE(helper.nextLine(), first);
+            QCOMPARE(helper.nextLine(), then);
+            QVERIFY(helper.waitForFinished() && helper.readAllStandardError().contains("fault: "));
+            QCOMPARE(m_fixture.fileContents(), before);
+            TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
+            TestKit::StateProcess next(fixture, demoKey);
+            next.restore();
+            QVERIFY(!next.token(demoKey).isEmpty());
+        });
         row("the user's name", "getpwuid:EIO:", "no", "yes");
         row("the adapters", "getifaddrs:EMFILE:", "no", "yes");
         row("the key", "open:EMFILE:/UserKey.pem", "no", "no");
         row("the machine's id", "open:EMFILE:/machine-id", "no", "no");
         row("the lock", "open:EACCES:Semaphore.lock", "yes", "yes");
-    }
-
-    void whatCannotBeAskedEndsNoSignIn() {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, first);
-        QFETCH(QByteArray, then);
-        const QByteArray before = m_fixture.fileContents();
-        QProcessEnvironment environment = m_environment;
-        environment.insert("VQ_FAULT", fault);
-        TestKit::HelperProcess helper("save_helper", {"read", m_fixture.folder.path(), m_fixture.keyFolder, demoKey},
-                                      environment);
-        QCOMPARE(helper.nextLine(), first);
-        QCOMPARE(helper.nextLine(), then);
-        QVERIFY(helper.waitForFinished() && helper.readAllStandardError().contains("fault: "));
-        QCOMPARE(m_fixture.fileContents(), before);
-        TestKit::SessionFixture fixture(m_fixture.folder.path(), m_fixture.keyFolder);
-        TestKit::StateProcess next(fixture, demoKey);
-        next.restore();
-        QVERIFY(!next.token(demoKey).isEmpty());
     }
 
     void aSignInWithUnknownAdaptersIsFoundAgain() {

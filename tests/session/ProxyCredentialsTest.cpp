@@ -52,13 +52,6 @@ private slots:
         QCOMPARE(logged(setting()), 2);
     }
 
-    void credentialsAreLoadedWithTheLogin() {
-        QVERIFY(set());
-        startAnotherProcess();
-        m_session->RestoreLogin("demo-product-0001", false);
-        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
-    }
-
     void thePasswordIsEncryptedDifferentlyAtEachSave() {
         QVERIFY(set());
         const QByteArray first = m_fixture->fileContents();
@@ -71,8 +64,14 @@ private slots:
         QCOMPARE(document(m_fixture->fileContents()).documentElement().elementsByTagName("Password").count(), 1);
     }
 
-    void credentialsAreFoundByHostAndPort_data() {
-        const TestKit::Columns<QString, int, bool> row("asked", "askedPort", "found");
+    void credentialsAreFoundByHostAndPort() {
+        const TestKit::Rows row(this, [&](const QString& asked, int askedPort, bool found) {
+            QVERIFY(set());
+            QCOMPARE(m_session->proxyCredentials().HasProxyAuthentication(asked, askedPort), found);
+            ProxyLogin login;
+            QCOMPARE(m_session->proxyCredentials().GetProxyAuthentication(asked, askedPort, login), found);
+            QCOMPARE(!login.isEmpty(), found);
+        });
         row("host and port", host, port, true);
         row("any port", host, -1, true);
         row("another case", host.toUpper(), port, true);
@@ -81,18 +80,15 @@ private slots:
         row("another host", "example.com", -1, false);
     }
 
-    void credentialsAreFoundByHostAndPort() {
-        QFETCH(QString, asked);
-        QFETCH(int, askedPort);
-        QVERIFY(set());
-        QTEST(m_session->proxyCredentials().HasProxyAuthentication(asked, askedPort), "found");
-        ProxyLogin login;
-        QTEST(m_session->proxyCredentials().GetProxyAuthentication(asked, askedPort, login), "found");
-        QTEST(!login.isEmpty(), "found");
-    }
-
-    void badArgumentsChangeNothing_data() {
-        const TestKit::Columns<QString, int, QString, QString> row("badHost", "badPort", "badUser", "text");
+    void badArgumentsChangeNothing() {
+        const TestKit::Rows row(this, [&](const QString& badHost, int badPort, const QString& badUser, const QString& text) {
+            m_fixture->logger->clear();
+            QVERIFY(!m_session->SetProxyAuthentication(badHost, badPort, badUser, password));
+            QCOMPARE(m_fixture->logger->texts(Log::Level::Information).join('|'), text);
+            QCOMPARE(m_fixture->logger->texts().size(), 1);
+            QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
+            QVERIFY(m_fixture->fileContents().isEmpty());
+        });
         const auto empty = QStringLiteral("SetProxyAuthentication failed. %1 name is empty.");
         const auto invalid = QStringLiteral("SetProxyAuthentication failed. Host name, port or user name is not valid.");
         row("no host", {}, port, user, empty.arg("Host"));
@@ -104,18 +100,6 @@ private slots:
         row("half a character", host, port, QString(QChar(0xd800)), invalid);
         row("a line", "a\nb", port, user, invalid);
         row("a long host", QString(2000, 'h'), port, user, invalid);
-    }
-
-    void badArgumentsChangeNothing() {
-        QFETCH(QString, badHost);
-        QFETCH(int, badPort);
-        QFETCH(QString, badUser);
-        m_fixture->logger->clear();
-        QVERIFY(!m_session->SetProxyAuthentication(badHost, badPort, badUser, password));
-        QTEST(m_fixture->logger->texts(Log::Level::Information).join('|'), "text");
-        QCOMPARE(m_fixture->logger->texts().size(), 1);
-        QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
-        QVERIFY(m_fixture->fileContents().isEmpty());
     }
 
     void lookUpsWithoutAHostFail() {
@@ -150,8 +134,19 @@ private slots:
         QCOMPARE(logged(QStringLiteral("No proxy authentication info found in login state file %1").arg(m_fixture->file())), 1);
     }
 
-    void onlyWellFormedElementsAreTaken_data() {
-        const TestKit::Columns<QByteArray, bool> row("element", "isTaken");
+    void onlyWellFormedElementsAreTaken() {
+        const TestKit::Rows row(this, [&](const QByteArray& element, bool isTaken) {
+            m_fixture->writeFile("<WebServices>" + element + "</WebServices>");
+            m_session->loadProxyInfo();
+            QCOMPARE(m_session->proxyCredentials().HasProxyInfo(), isTaken);
+            const QNetworkProxy proxy = QNetworkProxy::applicationProxy();
+            QCOMPARE(proxy.type(), isTaken ? QNetworkProxy::HttpProxy : QNetworkProxy::NoProxy);
+            QCOMPARE(proxy.hostName(), isTaken ? QStringLiteral("h") : QString());
+            QVERIFY(proxy.password().isEmpty());
+            const QStringList warnings = m_fixture->logger->texts(Log::Level::Warning);
+            QCOMPARE(warnings.filter("Ignoring proxy authentication info").size(), isTaken ? 0 : 1);
+            QVERIFY(m_session->proxyCredentials().find({"h", 8080}, {}).password.isEmpty());
+        });
         const QByteArray good = "Type=\"3\" Host=\"h\" Port=\"8080\" User=\"u\"";
         row("a password of another key",
             QByteArray("<ProxySettings " + good + "><Password><![CDATA[AAAA]]></Password></ProxySettings>"), true);
@@ -166,31 +161,6 @@ private slots:
             row(qPrintable(QStringLiteral("type '%1'").arg(bad)),
                 QByteArray("<ProxySettings Type=\"" + QByteArray(bad) + "\" Host=\"h\" Port=\"8080\" User=\"u\"/>"), false);
         row("a host of two lines", "<ProxySettings Type=\"3\" Host=\"a&#10;b\" Port=\"8080\" User=\"u\"/>", false);
-    }
-
-    void onlyWellFormedElementsAreTaken() {
-        QFETCH(QByteArray, element);
-        QFETCH(bool, isTaken);
-        m_fixture->writeFile("<WebServices>" + element + "</WebServices>");
-        m_session->loadProxyInfo();
-        QCOMPARE(m_session->proxyCredentials().HasProxyInfo(), isTaken);
-        const QNetworkProxy proxy = QNetworkProxy::applicationProxy();
-        QCOMPARE(proxy.type(), isTaken ? QNetworkProxy::HttpProxy : QNetworkProxy::NoProxy);
-        QCOMPARE(proxy.hostName(), isTaken ? QStringLiteral("h") : QString());
-        QVERIFY(proxy.password().isEmpty());
-        const QStringList warnings = m_fixture->logger->texts(Log::Level::Warning);
-        QCOMPARE(warnings.filter("Ignoring proxy authentication info").size(), isTaken ? 0 : 1);
-        QVERIFY(m_session->proxyCredentials().find({"h", 8080}, {}).password.isEmpty());
-    }
-
-    void aDamagedFileIsSetAside() {
-        m_fixture->writeFile("<WebServices><LoginSession>");
-        QVERIFY(set());
-        startAnotherProcess();
-        m_session->loadProxyInfo();
-        QVERIFY(m_session->proxyCredentials().HasProxyAuthentication(host, port));
-        const QStringList aside = QDir(m_fixture->folder.path()).entryList({"LoginState.xml.*"}, QDir::Files);
-        QCOMPARE(aside.size(), 1);
     }
 
     void credentialsAreUsedAlthoughTheFileCannotBeWritten() {

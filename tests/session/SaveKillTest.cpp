@@ -1,7 +1,6 @@
 // A process may be killed at any moment of a save: the file is whole afterwards, and holds every save that was acknowledged.
 
 #include "TestKit/SaveHelper.h"
-#include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
 

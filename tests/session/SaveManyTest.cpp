@@ -1,7 +1,6 @@
 // Many processes save at once, each its own product: no save loses the product of another, and none takes long.
 
 #include "TestKit/SaveHelper.h"
-#include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
 #include "VqUtil/Files/AtomicFile.h"
@@ -59,43 +58,40 @@ private slots:
         QVERIFY(QFile::exists(m_fixture->file()));
     }
 
-    void noProcessLosesTheProductOfAnother_data() {
-        const TestKit::Columns<bool> row("isKilling");
+    void noProcessLosesTheProductOfAnother() {
+        const TestKit::Rows row(this, [&](bool isKilling) {
+            std::array<Lane, laneCount> lanes;
+            for (int index = 0; index < laneCount; ++index) {
+                lanes.at(index).key = QStringLiteral("product-of-lane-%1").arg(index);
+                lanes.at(index).isShortLived = index % 2 == 1;
+                lanes.at(index).isKilled = isKilling && index % 3 == 0;
+            }
+            int kills = 0;
+            work(lanes, TestKit::rounds(5000, 60000), kills);
+            int longestMs = 0;
+            int saves = 0;
+            int starts = 0;
+            for (Lane& lane : lanes) {
+                if (lane.helper)
+                    lane.end();
+                QVERIFY2(lane.acknowledged > 0, qPrintable(lane.key));
+                starts += lane.starts;
+                longestMs = qMax(longestMs, lane.longestMs);
+                saves += lane.saves;
+            }
+            QVERIFY(starts > laneCount);
+            QCOMPARE(kills > 0, isKilling);
+            const QHash<QString, int> found = numbers();
+            for (const Lane& lane : lanes)
+                QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
+            QVERIFY2(!TestKit::isSoak() || longestMs < longestWaitMs, qPrintable(QString::number(longestMs)));
+            TestKit::figure(isKilling ? QStringLiteral("longest save of 8 processes, a third killed")
+                                      : QStringLiteral("longest save of 8 processes"),
+                            "no product lost, < 5 s",
+                            QStringLiteral("%1 ms (%2 saves, %3 kills)").arg(longestMs).arg(saves).arg(kills));
+        });
         row("all live", false);
         row("a third is killed", true);
-    }
-
-    void noProcessLosesTheProductOfAnother() {
-        QFETCH(bool, isKilling);
-        std::array<Lane, laneCount> lanes;
-        for (int index = 0; index < laneCount; ++index) {
-            lanes.at(index).key = QStringLiteral("product-of-lane-%1").arg(index);
-            lanes.at(index).isShortLived = index % 2 == 1;
-            lanes.at(index).isKilled = isKilling && index % 3 == 0;
-        }
-        int kills = 0;
-        work(lanes, TestKit::rounds(5000, 60000), kills);
-        int longestMs = 0;
-        int saves = 0;
-        int starts = 0;
-        for (Lane& lane : lanes) {
-            if (lane.helper)
-                lane.end();
-            QVERIFY2(lane.acknowledged > 0, qPrintable(lane.key));
-            starts += lane.starts;
-            longestMs = qMax(longestMs, lane.longestMs);
-            saves += lane.saves;
-        }
-        QVERIFY(starts > laneCount);
-        QCOMPARE(kills > 0, isKilling);
-        const QHash<QString, int> found = numbers();
-        for (const Lane& lane : lanes)
-            QVERIFY2(found.value(lane.key) >= lane.acknowledged, qPrintable(lane.key));
-        QVERIFY2(!TestKit::isSoak() || longestMs < longestWaitMs, qPrintable(QString::number(longestMs)));
-        TestKit::figure(isKilling ? QStringLiteral("longest save of 8 processes, a third killed")
-                                  : QStringLiteral("longest save of 8 processes"),
-                        "no product lost, < 5 s",
-                        QStringLiteral("%1 ms (%2 saves, %3 kills)").arg(longestMs).arg(saves).arg(kills));
     }
 
 private:

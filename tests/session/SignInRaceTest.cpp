@@ -6,7 +6,6 @@
 
 #include <QTimer>
 #include <optional>
-#include <thread>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -45,38 +44,34 @@ private slots:
         m_session = m_fixture->makeSession();
     }
 
-    void aSignInThatWaitsForTheBrowserIsNotLost_data() {
-        const TestKit::Columns<QString> row("meanwhile");
+    void aSignInThatWaitsForTheBrowserIsNotLost() {
+        const TestKit::Rows row(this, [&](const QString& meanwhile) {
+            signIn(*m_session);
+            const InitiatedLogin login = m_session->InitiateLogin(key, "DOMAIN");
+            QCOMPARE(login.code, LoginCode::success);
+            QVERIFY(m_service.approve(login.url, "bob"));
+            const auto other = m_fixture->restoredSession();
+            if (meanwhile == QLatin1String("out"))
+                QVERIFY(signOut(*other));
+            else if (meanwhile == QLatin1String("in"))
+                signInAgain(*other, key, "ada");
+            else if (meanwhile == QLatin1String("read"))
+                QVERIFY(other->RefreshToken(key, true));
+            else
+                m_fixture->clockOffset = 400 * 86400;
+            if (meanwhile == QLatin1String("expiry"))
+                QVERIFY(m_fixture->makeSession()->RestoreLogin(key, false));
+            QCOMPARE(m_session->isLoggedIn(key), meanwhile == QLatin1String("in") || meanwhile == QLatin1String("read"));
+            m_fixture->clockOffset = 0;
+            QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
+            QCOMPARE(m_fixture->userInFile(), QStringLiteral("bob"));
+            QCOMPARE(m_session->basicState().ldapDomainKey, QStringLiteral("DOMAIN"));
+            QCOMPARE(other->basicState().userName, QStringLiteral("bob"));
+        });
         row("another process signs out", "out");
         row("another process signs in", "in");
         row("the session expires", "expiry");
         row("another process lets the file be read", "read");
-    }
-
-    void aSignInThatWaitsForTheBrowserIsNotLost() {
-        QFETCH(QString, meanwhile);
-        signIn(*m_session);
-        const InitiatedLogin login = m_session->InitiateLogin(key, "DOMAIN");
-        QCOMPARE(login.code, LoginCode::success);
-        QVERIFY(m_service.approve(login.url, "bob"));
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
-        if (meanwhile == QLatin1String("out"))
-            QVERIFY(signOut(*other));
-        else if (meanwhile == QLatin1String("in"))
-            signInAgain(*other, key, "ada");
-        else if (meanwhile == QLatin1String("read"))
-            QVERIFY(other->RefreshToken(key, true));
-        else
-            m_fixture->clockOffset = 400 * 86400;
-        if (meanwhile == QLatin1String("expiry"))
-            QVERIFY(m_fixture->makeSession()->RestoreLogin(key, false));
-        QCOMPARE(m_session->isLoggedIn(key), meanwhile == QLatin1String("in") || meanwhile == QLatin1String("read"));
-        m_fixture->clockOffset = 0;
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
-        QCOMPARE(m_fixture->userInFile(), QStringLiteral("bob"));
-        QCOMPARE(m_session->basicState().ldapDomainKey, QStringLiteral("DOMAIN"));
-        QCOMPARE(other->basicState().userName, QStringLiteral("bob"));
     }
 
     // What it obtained could not be saved, and the token in the file would be spent.
@@ -110,8 +105,7 @@ private slots:
 
     void anotherSignInOfTheSameUserIsNoSignOut() {
         signIn(*m_session);
-        const auto other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const auto other = m_fixture->restoredSession();
         TestKit::RecordingObserver<> observer;
         other->observers().add(&observer);
         signInAgain(*m_session, key, "ada");
@@ -141,17 +135,6 @@ private slots:
         QCOMPARE(m_fixture->element({"Settings"}).attribute("CurrentServer"), QStringLiteral("0"));
         QVERIFY(m_session->isRestored());
         signInAgain(*m_session, key, "ada");
-    }
-
-    // Another program ends a sign-in by removing it, without a date.
-    void aSignInThatAnotherProgramRemovedStaysRemoved() {
-        signIn(*m_session);
-        QDomDocument document = m_fixture->document();
-        document.documentElement().removeChild(document.documentElement().firstChildElement("LoginSession"));
-        m_fixture->writeFile(document.toByteArray());
-        QVERIFY(!m_session->isLoggedIn(key));
-        QVERIFY(!m_session->RefreshToken(key, true));
-        QVERIFY(m_fixture->userInFile().isEmpty());
     }
 
     // A thread that finds the file read must find its content in memory.
@@ -214,8 +197,7 @@ private slots:
         QTimer::singleShot(800, m_session.get(), [this] { m_session->RemoveClient(key); });
         (void)m_session->InitiateLogin(key, QString());
         QTRY_VERIFY(m_fixture->tokenInFile() != before);
-        const auto next = m_fixture->makeSession();
-        QVERIFY(next->RestoreLogin(key, false));
+        const auto next = m_fixture->restoredSession();
         QVERIFY(next->RefreshToken(key, true));
     }
 

@@ -3,10 +3,6 @@
 #include "Network/NetworkThreads.h"
 #include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Soak.h"
-
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -19,16 +15,6 @@ private slots:
     void init() {
         startOver();
         m_session = m_fixture->makeSession();
-    }
-
-    void aSignInIsAcceptedByTheService() {
-        TestKit::RecordingObserver<> observer;
-        m_session->observers().add(&observer);
-        signIn(*m_session);
-        QCOMPARE(observer.heard, QStringList({"LoginRestored", "LoggedIn"}));
-        QVERIFY(m_session->isLoginValid(key));
-        QCOMPARE(m_session->basicState().userName, QStringLiteral("ada"));
-        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
     }
 
     void exchangesThatFollowEachOtherShareAConnection() {
@@ -47,18 +33,9 @@ private slots:
         QCOMPARE(connections.size(), 1);
     }
 
-    void aRestartedProcessAndAnotherOneAreSignedIn() {
-        signIn(*m_session);
-        m_session.reset();
-        m_session = m_fixture->makeSession();
-        QVERIFY(m_session->RestoreLogin(key, false));
-        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
-    }
-
     void aSignOutReachesTheOtherProcess() {
         signIn(*m_session);
-        const auto other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const auto other = m_fixture->restoredSession();
         TestKit::RecordingObserver<> observer;
         other->observers().add(&observer);
         QNetworkReply::NetworkError error = QNetworkReply::UnknownNetworkError;
@@ -72,7 +49,7 @@ private slots:
         signIn(*m_session);
         QVERIFY(other->isLoggedIn(key));
         QCOMPARE(observer.heard, QStringList({"LoggedOut", "LoggedIn"}));
-        QCOMPARE(sendSigned(*other).value("user").toString(), QStringLiteral("ada"));
+        QCOMPARE(userWhoAsks(*other), QStringLiteral("ada"));
     }
 
     void aSignInBeforeTheConfigurationIsRefused() {
@@ -98,8 +75,24 @@ private slots:
         QCOMPARE(other->currentServer(), Staging);
     }
 
-    void aFailedRequestTokenIsReportedAndLeavesASecondTry_data() {
-        const TestKit::Columns<QString, QJsonObject, LoginErrorEx, QString> row("kind", "details", "error", "logged");
+    void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
+        const TestKit::Rows row(
+            this, [&](const QString& kind, const QJsonObject& details, LoginErrorEx error, const QString& logged) {
+                m_session->RestoreLogin(key, false);
+                // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
+                QVERIFY(m_service.addFault("request-token", kind, details, -1));
+                const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+                QCOMPARE(login.code, LoginCode::exchangeFailed);
+                QVERIFY(login.url.isEmpty());
+                QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
+                QCOMPARE(login.error, error);
+                // An answer is logged whole.
+                QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
+                         login.error != LoginErrorEx::NoReply);
+                QVERIFY(m_service.reset());
+                signIn(*m_session);
+                QVERIFY(m_session->isLoggedIn(key));
+            });
         row("closes early", "drop", {}, LoginErrorEx::NoReply, "Failed to initiate login. Http error: 0. Network error: 2");
         row("HTML", "html", {}, LoginErrorEx::InvalidReply,
             "server didn't return the following parameter(s): Request token, Request token secret, Client id");
@@ -119,47 +112,22 @@ private slots:
         row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
     }
 
-    void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        QFETCH(int, error);
-        QFETCH(QString, logged);
-        m_session->RestoreLogin(key, false);
-        // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
-        QVERIFY(m_service.addFault("request-token", kind, details, -1));
-        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-        QCOMPARE(login.code, LoginCode::exchangeFailed);
-        QVERIFY(login.url.isEmpty());
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
-        QCOMPARE(static_cast<int>(login.error), error);
-        // An answer is logged whole.
-        QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
-                 login.error != LoginErrorEx::NoReply);
-        QVERIFY(m_service.reset());
-        signIn(*m_session);
-        QVERIFY(m_session->isLoggedIn(key));
-    }
-
-    void accessTokenFaultsLeaveTheStateAsItWas_data() {
-        const TestKit::Columns<QString, QJsonObject> row("kind", "details");
+    void accessTokenFaultsLeaveTheStateAsItWas() {
+        const TestKit::Rows row(this, [&](const QString& kind, const QJsonObject& details) {
+            m_session->RestoreLogin(key, false);
+            const InitiatedLogin login = m_session->InitiateLogin(key, QString());
+            QVERIFY(m_service.approve(login.url));
+            QVERIFY(m_service.addFault("access-token", kind, details, -1));
+            const QByteArray before = m_fixture->fileContents();
+            QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
+            QVERIFY(!m_session->isLoggedIn(QString()));
+            QCOMPARE(m_fixture->fileContents(), before);
+        });
         row("closes early", "drop", {});
         row("HTML", "html", {});
         row("no session handle", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_session_handle"}}});
         row("no expiry", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_expires_in"}}});
         row("refused", "problem", QJsonObject{{"problem", "token_rejected"}});
-    }
-
-    void accessTokenFaultsLeaveTheStateAsItWas() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        m_session->RestoreLogin(key, false);
-        const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-        QVERIFY(m_service.approve(login.url));
-        QVERIFY(m_service.addFault("access-token", kind, details, -1));
-        const QByteArray before = m_fixture->fileContents();
-        QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
-        QVERIFY(!m_session->isLoggedIn(QString()));
-        QCOMPARE(m_fixture->fileContents(), before);
     }
 
     void signOutsAtOnceWaitForASilentServiceOnce() {
@@ -182,8 +150,7 @@ private slots:
 
     void givesUpWithinTheTimeOutWhenTheServiceDoesNotAnswer() {
         m_fixture->exchangeTimeoutMs = 300;
-        m_session = m_fixture->makeSession();
-        m_session->RestoreLogin(key, false);
+        m_session = m_fixture->restoredSession();
         delay("request-token", 60000, -1);
         const TestKit::Stopwatch timer;
         QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NoReply);
@@ -229,8 +196,7 @@ private slots:
         jar.AddCookie(cookie);
         QCOMPARE(m_session->CompleteLogin(key, &jar), LoginCode::success);
         QVERIFY(!m_fixture->fileContents().contains("cookie-canary"));
-        const auto other = m_fixture->makeSession();
-        other->RestoreLogin(key, false);
+        const auto other = m_fixture->restoredSession();
         QString url;
         NetworkCookieJar returned;
         QVERIFY(other->InitiateLogout(key, url, returned));
@@ -288,7 +254,7 @@ private slots:
         });
         QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
         QVERIFY(called);
-        QCOMPARE(sendSigned(*m_session).value("user").toString(), QStringLiteral("ada"));
+        QCOMPARE(userWhoAsks(*m_session), QStringLiteral("ada"));
     }
 
     void signsOutHereWhenTheServiceCannotBeReached() {
@@ -347,14 +313,8 @@ private:
         return made;
     }
 
-    QJsonObject sendSigned(LoginSession& session) const {
-        QNetworkAccessManager manager;
-        QNetworkRequest request(QUrl::fromEncoded(order().request.url));
-        request.setRawHeader("Authorization", session.SignRequest(key, order()));
-        const std::unique_ptr<QNetworkReply> reply(manager.get(request));
-        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        finished.wait(10000);
-        return QJsonDocument::fromJson(reply->readAll()).object();
+    QString userWhoAsks(LoginSession& session) const {
+        return m_service.userWhoAsks(order().request.url, session.SignRequest(key, order()));
     }
 };
 

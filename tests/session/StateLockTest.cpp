@@ -2,7 +2,6 @@
 
 #include "TestKit/Platform/ProcessStop.h"
 #include "TestKit/SaveHelper.h"
-#include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
 

@@ -4,7 +4,6 @@
 #include "TestKit/AccountServiceProcess.h"
 #include "TestKit/LoopbackHttpServer.h"
 #include "TestKit/RecordingLogger.h"
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "Time/SystemTimeSource.h"
 #include "Time/TimeServiceImp.h"
@@ -39,37 +38,48 @@ private Q_SLOTS:
         m_correction = std::make_shared<TimeCorrection>(TimeServiceOptions(), m_clock, m_logger);
     }
 
-    void asksTheAccountService_data() {
-        const TestKit::Columns<QString, QString> row("path", "line");
+    void asksTheAccountService() {
+        const TestKit::Rows row(this, [&](const QString& path, const QString& line) {
+            QVERIFY(m_service.reset());
+            QVERIFY(m_service.control("clock", QJsonObject{{"offset_seconds", 7200}}).contains("ok"));
+            const auto system = std::make_shared<SystemTimeSource>();
+            m_store.SetUrlOverrides(WebServices::Development, {{"TimeServerUrls", m_service.url() + path}});
+            TimeServiceImp service(m_store, WebServices::Development, parts(system));
+            service.start();
+            // On a slow machine the answer takes so long that the span ends just below the two hours.
+            const auto applied = [this](const QString& span) {
+                return loggedStart(
+                    QStringLiteral("System time is incorrect by %1. Will correct timestamp by applying this offset. "
+                                   "System time lags behind server time by %1. System time: ")
+                        .arg(span));
+            };
+            QTRY_COMPARE(applied("2 h") + applied("1 h 59 min"), 1);
+            QCOMPARE(loggedStart(line), 1);
+            const qint64 ahead = service.correctedTime().value_or(0) - QDateTime::currentSecsSinceEpoch();
+            QVERIFY2(qAbs(ahead - 7200) <= 2, qPrintable(QString::number(ahead)));
+        });
         row("unix", "/time/unix", "Successfully parsed unix time in body: ");
         row("iso", "/time/iso", "Successfully parsed ISO date in body: ");
         row("date header", "/time/date-header-only", "Successfully parsed date header: ");
         row("moved", "/time/moved", "Replacing time service url ");
     }
 
-    void asksTheAccountService() {
-        QFETCH(QString, path);
-        QFETCH(QString, line);
-        QVERIFY(m_service.reset());
-        QVERIFY(m_service.control("clock", QJsonObject{{"offset_seconds", 7200}}).contains("ok"));
-        const auto system = std::make_shared<SystemTimeSource>();
-        m_store.SetUrlOverrides(WebServices::Development, {{"TimeServerUrls", m_service.url() + path}});
-        TimeServiceImp service(m_store, WebServices::Development, parts(system));
-        service.start();
-        // On a slow machine the answer takes so long that the span ends just below the two hours.
-        const auto applied = [this](const QString& span) {
-            return loggedStart(QStringLiteral("System time is incorrect by %1. Will correct timestamp by applying this offset. "
-                                              "System time lags behind server time by %1. System time: ")
-                                   .arg(span));
-        };
-        QTRY_COMPARE(applied("2 h") + applied("1 h 59 min"), 1);
-        QCOMPARE(loggedStart(line), 1);
-        const qint64 ahead = service.correctedTime().value_or(0) - QDateTime::currentSecsSinceEpoch();
-        QVERIFY2(qAbs(ahead - 7200) <= 2, qPrintable(QString::number(ahead)));
-    }
-
-    void onlyAnAnswerWithATimeSetsTheTime_data() {
-        const TestKit::Columns<QByteArray, bool, QString> row("reply", "isTime", "line");
+    void onlyAnAnswerWithATimeSetsTheTime() {
+        const TestKit::Rows row(this, [&](const QByteArray& reply, bool isTime, QString line) {
+            m_server->setScript("/a", {reply});
+            const auto worker = makeWorker({"/a"});
+            worker->StartServiceSlot();
+            const QString settled =
+                isTime ? QStringLiteral("Time queried successfully from server %1: 2023-11-14T22:13:20Z").arg(url("/a"))
+                       : QStringLiteral("Will retry next server url in 5 s");
+            QTRY_COMPARE(logged(settled), 1);
+            QCOMPARE(loggedStart(line.replace(QLatin1String("URL"), url("/a"))), 1);
+            QCOMPARE(successes(), isTime ? 1 : 0);
+            QCOMPARE(m_logger->texts().last(),
+                     isTime ? "Check timer restarted with interval 10000 ms" : "Check timer restarted with interval 5200 ms");
+            QCOMPARE(m_correction->timestamp(), known);
+            QVERIFY(!m_server->requests("/a").first().head.toLower().contains("authorization"));
+        });
         const QByteArray page = "<html>1700000000</html>";
         const QString failed = QStringLiteral("Failed to get time from server URL. ");
         const QString noTime = QStringLiteral("Failed to parse date body and date header returned by server url URL");
@@ -90,25 +100,6 @@ private Q_SLOTS:
         row("301 to a file", answer("301 Moved", knownBody, "Location: file:///etc/passwd\r\n"), false,
             failed + "The redirected url is not a valid http or https url. ");
         row("301 to nowhere", answer("301 Moved", knownBody), false, failed);
-    }
-
-    void onlyAnAnswerWithATimeSetsTheTime() {
-        QFETCH(QByteArray, reply);
-        QFETCH(bool, isTime);
-        QFETCH(QString, line);
-        m_server->setScript("/a", {reply});
-        const auto worker = makeWorker({"/a"});
-        worker->StartServiceSlot();
-        const QString settled =
-            isTime ? QStringLiteral("Time queried successfully from server %1: 2023-11-14T22:13:20Z").arg(url("/a"))
-                   : QStringLiteral("Will retry next server url in 5 s");
-        QTRY_COMPARE(logged(settled), 1);
-        QCOMPARE(loggedStart(line.replace(QLatin1String("URL"), url("/a"))), 1);
-        QCOMPARE(successes(), isTime ? 1 : 0);
-        QCOMPARE(m_logger->texts().last(),
-                 isTime ? "Check timer restarted with interval 10000 ms" : "Check timer restarted with interval 5200 ms");
-        QCOMPARE(m_correction->timestamp(), known);
-        QVERIFY(!m_server->requests("/a").first().head.toLower().contains("authorization"));
     }
 
     void aPermanentRedirectReplacesTheUrl() {
@@ -261,8 +252,26 @@ private Q_SLOTS:
             6);
     }
 
-    void doesNotStartWhenDisabledStoppedOrWithoutUrl_data() {
-        const TestKit::Columns<bool, bool, QStringList> row("enabled", "stopped", "lines");
+    void doesNotStartWhenDisabledStoppedOrWithoutUrl() {
+        const TestKit::Rows row(this, [&](bool enabled, bool stopped, const QStringList& lines) {
+            TimeServiceOptions options;
+            options.enabled = enabled;
+            const std::shared_ptr<TimeServiceImp> service = makeService(enabled && !stopped ? QString() : url("/a"), options);
+            if (stopped)
+                service->stop();
+            service->start();
+            service->handleIncorrectSystemTime();
+            QCOMPARE(m_logger->texts(), lines);
+            QVERIFY(!service->correctedTime());
+            m_logger->clear();
+            const VqOAuthHost host(nullptr, service, m_logger);
+            QVERIFY(qAbs(host.GetTimestamp() - QDateTime::currentSecsSinceEpoch()) <= 1);
+            QCOMPARE(m_logger->texts(),
+                     QStringList{"Not using time service for timestamp. Time service is not yet created or already destroyed."});
+            m_logger->clear();
+            QVERIFY(VqOAuthHost(nullptr, nullptr, m_logger).GetTimestamp() > 0);
+            QVERIFY(m_logger->texts().isEmpty());
+        });
         const QStringList disabled{"Skipping starting of time service since time service is disabled",
                                    "Cannot handle incorrect system time. Time services is disabled."};
         row("disabled", false, false, disabled);
@@ -273,56 +282,31 @@ private Q_SLOTS:
                         "Failed to start time service. Time server url not set."});
     }
 
-    void doesNotStartWhenDisabledStoppedOrWithoutUrl() {
-        QFETCH(bool, enabled);
-        QFETCH(bool, stopped);
-        TimeServiceOptions options;
-        options.enabled = enabled;
-        const std::shared_ptr<TimeServiceImp> service = makeService(enabled && !stopped ? QString() : url("/a"), options);
-        if (stopped)
-            service->stop();
-        service->start();
-        service->handleIncorrectSystemTime();
-        QTEST(m_logger->texts(), "lines");
-        QVERIFY(!service->correctedTime());
-        m_logger->clear();
-        const VqOAuthHost host(nullptr, service, m_logger);
-        QVERIFY(qAbs(host.GetTimestamp() - QDateTime::currentSecsSinceEpoch()) <= 1);
-        QCOMPARE(m_logger->texts(),
-                 QStringList{"Not using time service for timestamp. Time service is not yet created or already destroyed."});
-        m_logger->clear();
-        QVERIFY(VqOAuthHost(nullptr, nullptr, m_logger).GetTimestamp() > 0);
-        QVERIFY(m_logger->texts().isEmpty());
-    }
-
-    void stopsAtAnyMoment_data() {
+    void stopsAtAnyMoment() {
         // waitInMsec: -1: until the server has been asked
-        const TestKit::Columns<int> row("waitInMsec");
+        const TestKit::Rows row(this, [&](int waitInMsec) {
+            m_server->setScript("/a", silence);
+            const std::shared_ptr<TimeServiceImp> service = makeService(url("/a"));
+            const VqOAuthHost host(nullptr, service, m_logger);
+            service->start();
+            QCOMPARE(host.GetTimestamp(), known);
+            if (waitInMsec < 0)
+                QVERIFY(m_server->waitForRequest("/a"));
+            else
+                std::this_thread::sleep_for(std::chrono::milliseconds(waitInMsec));
+            const TestKit::Stopwatch timer;
+            service->stop();
+            QVERIFY(timer.elapsed() < TestKit::limitMs(2000));
+            QCOMPARE(m_logger->texts().last(), QStringLiteral("Stopped time service"));
+            QCOMPARE(logged("Check timer stopped"), 1);
+            QTest::qWait(20);
+            QCOMPARE(m_logger->texts().last(), QStringLiteral("Stopped time service"));
+            QVERIFY(host.GetTimestamp() != known);
+            QCOMPARE(loggedStart("Not using time service for timestamp. "), 1);
+        });
         row("at once", 0);
         row("while connecting", 3);
         row("during the query", -1);
-    }
-
-    void stopsAtAnyMoment() {
-        QFETCH(int, waitInMsec);
-        m_server->setScript("/a", silence);
-        const std::shared_ptr<TimeServiceImp> service = makeService(url("/a"));
-        const VqOAuthHost host(nullptr, service, m_logger);
-        service->start();
-        QCOMPARE(host.GetTimestamp(), known);
-        if (waitInMsec < 0)
-            QVERIFY(m_server->waitForRequest("/a"));
-        else
-            std::this_thread::sleep_for(std::chrono::milliseconds(waitInMsec));
-        const TestKit::Stopwatch timer;
-        service->stop();
-        QVERIFY(timer.elapsed() < TestKit::limitMs(2000));
-        QCOMPARE(m_logger->texts().last(), QStringLiteral("Stopped time service"));
-        QCOMPARE(logged("Check timer stopped"), 1);
-        QTest::qWait(20);
-        QCOMPARE(m_logger->texts().last(), QStringLiteral("Stopped time service"));
-        QVERIFY(host.GetTimestamp() != known);
-        QCOMPARE(loggedStart("Not using time service for timestamp. "), 1);
     }
 
     void callsFromAllThreadsNeverSeeAWrongTime() {

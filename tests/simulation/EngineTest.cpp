@@ -42,93 +42,6 @@ Process& work(World& world, const QByteArray& process, Worker::Work work) {
     return world.keep(std::make_unique<Worker>(world, process, std::move(work))).process;
 }
 
-/// A process whose main thread asks its worker thread three times, and waits for each answer in a nested loop.
-class Asker {
-public:
-    Asker(World& world, const QByteArray& process)
-        : m_world(world)
-        , m_threads(world, world.addProcess(process))
-        , m_main(m_threads.make("main"))
-        , m_worker(m_threads.make("worker")) {
-        m_mainObject.moveToThread(m_main.get());
-        m_workerObject.moveToThread(m_worker.get());
-        QObject::connect(
-            m_main.get(), &QThread::started, &m_mainObject, [this] { askThreeTimes(); }, Qt::QueuedConnection);
-        m_threads.start(*m_worker);
-        m_threads.start(*m_main);
-    }
-
-    QString broken;
-    int answers = 0;
-    int ticks = 0;
-    bool isDone = false;
-
-private:
-    void askThreeTimes() {
-        QTimer ticking;
-        QObject::connect(&ticking, &QTimer::timeout, [this] { m_ticks++; });
-        ticking.start(100);
-        for (int round = 0; round < 3; round++)
-            ask();
-        ticking.stop();
-        m_worker->quit();
-        m_threads.join(*m_worker);
-        m_main->quit();
-        isDone = true;
-    }
-
-    void ask() {
-        const int spanMs = 100 * (1 + m_world.choices().pick(9, "work"));
-        const qint64 startUs = m_world.nowUs();
-        m_ticks = 0;
-        QEventLoop loop;
-        QTimer limit;
-        QObject::connect(&limit, &QTimer::timeout, [this] { broken = "a wait took 61 s"; });
-        limit.start(61000);
-        const auto answer = [this, &loop] {
-            answers++;
-            loop.quit();
-        };
-        QMetaObject::invokeMethod(
-            &m_workerObject,
-            [this, spanMs, answer] {
-                QTimer::singleShot(spanMs, &m_workerObject,
-                                   [this, answer] { QMetaObject::invokeMethod(&m_mainObject, answer, Qt::QueuedConnection); });
-            },
-            Qt::QueuedConnection);
-        loop.exec();
-        if (m_world.nowUs() - startUs < spanMs * 1000)
-            broken = "an answer came before its time";
-        // A thread that runs late misses ticks, as a real one does.
-        if (m_ticks > 1 + (m_world.nowUs() - startUs) / 100000)
-            broken = QStringLiteral("a timer ticked %1 times").arg(m_ticks);
-        ticks += m_ticks;
-    }
-
-    World& m_world;
-    SimThreads m_threads;
-    const std::unique_ptr<QThread> m_main;
-    const std::unique_ptr<QThread> m_worker;
-    QObject m_mainObject;
-    QObject m_workerObject;
-    int m_ticks = 0;
-};
-
-QString threeProcessesAsk(World& world) {
-    std::vector<Asker*> askers;
-    for (const char* const name : {"A", "B", "C"})
-        askers.push_back(&world.keep(std::make_unique<Asker>(world, name)));
-    const QString rule = world.run(10 * minuteMs, manySteps, [&askers] {
-        for (const Asker* const asker : askers)
-            if (!asker->broken.isEmpty())
-                return asker->broken;
-        return QString();
-    });
-    const bool areDone = std::all_of(askers.begin(), askers.end(),
-                                     [](const Asker* asker) { return asker->isDone && asker->answers == 3 && asker->ticks > 0; });
-    return rule.isEmpty() && !areDone ? QStringLiteral("an answer or all ticks never came") : rule;
-}
-
 /// Each of three processes adds one to a number, with or without a lock.
 QString addsOne(World& world, bool isLocked) {
     struct Shared {
@@ -181,32 +94,10 @@ QString takesTwoLocks(World& world, bool isSameOrder, bool isTimed) {
 
 } // namespace
 
-Q_DECLARE_METATYPE(Velquor::Simulation::Scenario)
-
 class EngineTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void theSeedDecidesEverything() {
-        const Runs runs(threeProcessesAsk);
-        const int seeds = 150;
-        std::set<quint64> traces;
-        int steps = 0;
-        QElapsedTimer time;
-        time.start();
-        for (int seed = 0; seed < seeds; seed++) {
-            const Result result = runs.runTwice(quint64(seed));
-            // Not QVERIFY2, which would make the text each time.
-            if (!result.rule.isEmpty())
-                QFAIL(qPrintable(runs.explain(quint64(seed), result)));
-            QCOMPARE(runs.replay(result.record).fingerprint, result.fingerprint);
-            traces.insert(result.fingerprint);
-            steps += result.steps;
-        }
-        QCOMPARE(int(traces.size()), seeds);
-        qInfo("%d runs of %d steps in %lld ms", 3 * seeds, steps / seeds, time.elapsed());
-    }
-
     void anotherSourceOfChanceIsFound() {
         const Runs runs([](World& world) {
             work(world, "A", [&world] {
@@ -218,45 +109,32 @@ private slots:
         QVERIFY(runs.runTwice(1).rule.startsWith("two runs of the same seed differ"));
     }
 
-    void faultsAreFoundAndShrunk_data() {
-        QTest::addColumn<Scenario>("faulty");
-        QTest::addColumn<Scenario>("mended");
-        QTest::addColumn<QString>("rule");
-        QTest::addColumn<int>("shortest");
-        using std::placeholders::_1;
-        QTest::newRow("lost update") << Scenario(std::bind(addsOne, _1, false)) << Scenario(std::bind(addsOne, _1, true))
-                                     << "an update was lost" << 9;
-        QTest::newRow("deadlock") << Scenario(std::bind(takesTwoLocks, _1, false, false))
-                                  << Scenario(std::bind(takesTwoLocks, _1, true, false))
-                                  << "a deadlock: A.main: waits for the second lock; "
-                                     "B.main: waits for the first lock"
-                                  << 9;
-        QTest::newRow("deadlock while time passes")
-            << Scenario(std::bind(takesTwoLocks, _1, false, true)) << Scenario(std::bind(takesTwoLocks, _1, true, true))
-            << "a deadlock: A.main: waits for the second lock; B.main: waits for the first lock" << 24;
-    }
     void faultsAreFoundAndShrunk() {
-        QFETCH(Scenario, faulty);
-        QFETCH(Scenario, mended);
-        QFETCH(QString, rule);
-        QFETCH(int, shortest);
-        const Runs runs(faulty);
-        int found = 0;
-        for (quint64 seed = 0; seed < 50; seed++) {
-            QCOMPARE(Runs(mended).run(seed).rule, QString());
-            const Result result = runs.run(seed);
-            if (result.rule.isEmpty())
-                continue;
-            found++;
-            QCOMPARE(result.rule, rule);
-            const Record shrunk = Shrinker([&runs](const Record& record) { return runs.replay(record); }).shrink(result);
-            QVERIFY2(int(shrunk.size()) <= shortest, textOf(shrunk).constData());
-            const Result again = runs.replay(recordFromText(textOf(shrunk)));
-            QCOMPARE(again.rule, rule);
-            QCOMPARE(textOf(again.record), textOf(shrunk));
-        }
-        QVERIFY(found > 5);
-        qInfo("%d of 50 seeds", found);
+        const TestKit::Rows row([&](const Scenario& faulty, const Scenario& mended, const QString& rule, int shortest) {
+            const Runs runs(faulty);
+            int found = 0;
+            for (quint64 seed = 0; seed < 50; seed++) {
+                QCOMPARE(Runs(mended).run(seed).rule, QString());
+                const Result result = runs.run(seed);
+                if (result.rule.isEmpty())
+                    continue;
+                found++;
+                QCOMPARE(result.rule, rule);
+                const Record shrunk = Shrinker([&runs](const Record& record) { return runs.replay(record); }).shrink(result);
+                QVERIFY2(int(shrunk.size()) <= shortest, textOf(shrunk).constData());
+                const Result again = runs.replay(recordFromText(textOf(shrunk)));
+                QCOMPARE(again.rule, rule);
+                QCOMPARE(textOf(again.record), textOf(shrunk));
+            }
+            QVERIFY(found > 5);
+            qInfo("%d of 50 seeds", found);
+        });
+        using std::placeholders::_1;
+        row("lost update", std::bind(addsOne, _1, false), std::bind(addsOne, _1, true), "an update was lost", 9);
+        const auto deadlock = QStringLiteral("a deadlock: A.main: waits for the second lock; B.main: waits for the first lock");
+        row("deadlock", std::bind(takesTwoLocks, _1, false, false), std::bind(takesTwoLocks, _1, true, false), deadlock, 9);
+        row("deadlock while time passes", std::bind(takesTwoLocks, _1, false, true), std::bind(takesTwoLocks, _1, true, true),
+            deadlock, 24);
     }
 
     void aThreadThatBlocksInTheSystemRaisesTheAlarm() {
@@ -297,6 +175,30 @@ private slots:
         QCOMPARE(runs.replay({}).rule, QString());
         QCOMPARE(seen.date, SimClock::start().addMSecs(2000 + 9 * minuteMs));
         QCOMPARE(seen.steadyNs, qint64(2000000000));
+    }
+
+    // In a nested loop, while the thread runs late at times.
+    void timersFireAtTheirTime() {
+        int ticks = 0;
+        const Runs runs([&ticks](World& world) {
+            ticks = 0;
+            work(world, "A", [&ticks] {
+                QTimer ticking;
+                QObject::connect(&ticking, &QTimer::timeout, [&ticks] { ticks++; });
+                ticking.start(100);
+                QEventLoop loop;
+                QTimer::singleShot(1050, &loop, &QEventLoop::quit);
+                loop.exec();
+            });
+            const QString rule = world.run(minuteMs, manySteps);
+            return rule.isEmpty() && (world.nowUs() < 1050000 || ticks > world.nowUs() / 100000) ? QString::number(ticks) : rule;
+        });
+        for (quint64 seed = 0; seed < 50; seed++) {
+            QCOMPARE(runs.run(seed).rule, QString());
+            QVERIFY(ticks > 0);
+        }
+        QCOMPARE(runs.replay({}).rule, QString());
+        QCOMPARE(ticks, 10);
     }
 
     void aKilledProcessReachesNothing() {

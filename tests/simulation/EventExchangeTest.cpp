@@ -79,11 +79,15 @@ class EventExchangeTest : public QObject {
 private slots:
     void eventsArriveOnceAndInOrder() {
         const Runs runs(eventsTravel);
+        std::set<quint64> traces;
         for (quint64 seed = 0; seed < 100; seed++) {
             const Result result = runs.runTwice(seed);
             if (!result.rule.isEmpty())
                 QFAIL(qPrintable(runs.explain(seed, result)));
+            QCOMPARE(runs.replay(result.record).fingerprint, result.fingerprint);
+            traces.insert(result.fingerprint);
         }
+        QCOMPARE(int(traces.size()), 100);
     }
 };
 

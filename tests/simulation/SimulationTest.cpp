@@ -1,4 +1,3 @@
-#include "TestKit/Columns.h"
 #include "TestKit/Test.h"
 #include "simulation/Library/Household.h"
 #include "simulation/Platform/OneCore.h"
@@ -26,37 +25,34 @@ class SimulationTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void processesAgree_data() {
-        const TestKit::Columns<bool, bool> row("hasFaults", "hasFileFaults");
+    void processesAgree() {
+        const TestKit::Rows row([&](bool hasFaults, bool hasFileFaults) {
+            Household::Marks marks;
+            const Runs runs([&marks, hasFaults, hasFileFaults](World& world) {
+                Household::Options options;
+                options.hasFaults = hasFaults;
+                options.hasFileFaults = hasFileFaults;
+                return world.keep(std::make_unique<Household>(world, options)).live(marks);
+            });
+            const quint64 first = quint64(numberFrom("VQ_SIMULATION_SEED", 1));
+            const int schedules = numberFrom("VQ_SIMULATION_SCHEDULES", 100);
+            QElapsedTimer timer;
+            timer.start();
+            qint64 steps = 0;
+            for (int index = 0; index < schedules; index++) {
+                const quint64 seed = first + quint64(index);
+                const Result result = index % 20 == 0 ? runs.runTwice(seed) : runs.run(seed);
+                steps += result.steps;
+                if (!result.rule.isEmpty())
+                    QFAIL(qPrintable(runs.explain(seed, result)));
+            }
+            qInfo("%d schedules, %lld steps, %lld ms", schedules, steps, timer.elapsed());
+            for (const auto& mark : marks)
+                qInfo("%d times: %s", mark.second, qPrintable(mark.first));
+        });
         row("all goes well", false, false);
         row("with faults", true, false);
         row("with faults of the file", true, true);
-    }
-    void processesAgree() {
-        QFETCH(bool, hasFaults);
-        QFETCH(bool, hasFileFaults);
-        Household::Marks marks;
-        const Runs runs([&marks, hasFaults, hasFileFaults](World& world) {
-            Household::Options options;
-            options.hasFaults = hasFaults;
-            options.hasFileFaults = hasFileFaults;
-            return world.keep(std::make_unique<Household>(world, options)).live(marks);
-        });
-        const quint64 first = quint64(numberFrom("VQ_SIMULATION_SEED", 1));
-        const int schedules = numberFrom("VQ_SIMULATION_SCHEDULES", 100);
-        QElapsedTimer timer;
-        timer.start();
-        qint64 steps = 0;
-        for (int index = 0; index < schedules; index++) {
-            const quint64 seed = first + quint64(index);
-            const Result result = index % 20 == 0 ? runs.runTwice(seed) : runs.run(seed);
-            steps += result.steps;
-            if (!result.rule.isEmpty())
-                QFAIL(qPrintable(runs.explain(seed, result)));
-        }
-        qInfo("%d schedules, %lld steps, %lld ms", schedules, steps, timer.elapsed());
-        for (const auto& mark : marks)
-            qInfo("%d times: %s", mark.second, qPrintable(mark.first));
     }
 };
 

@@ -111,12 +111,10 @@ qint64 World::nextDeadlineUs(const Process* process) const {
 
 QString World::run(qint64 spanMs, int maxSteps, const Check& check) {
     const qint64 untilUs = m_nowUs + spanMs * 1000;
-    m_isQuiet = m_isOutOfSteps = false;
+    m_isQuiet = false;
     for (int taken = 0; !m_isQuiet; taken++) {
-        if (taken == maxSteps) {
-            m_isOutOfSteps = true;
+        if (taken == maxSteps)
             return {};
-        }
         QString broken = step(untilUs);
         if (broken.isEmpty() && check)
             broken = check();

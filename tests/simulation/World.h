@@ -64,7 +64,6 @@ public:
     /// Takes steps for a span of virtual time, at most so many. Returns the text of the rule that was broken: the check's, a
     /// deadlock, a wait without end, or a step that did not end. Empty when all is well.
     [[nodiscard]] QString run(qint64 spanMs, int maxSteps, const Check& check = {});
-    [[nodiscard]] bool isOutOfSteps() const { return m_isOutOfSteps; }
     [[nodiscard]] int steps() const { return m_steps; }
     /// Owns what the run has made until all threads have ended.
     template <typename Made>
@@ -128,7 +127,6 @@ private:
     qint64 m_suspendedUs = 0;
     int m_steps = 0;
     qint64 m_turns = 0;
-    bool m_isOutOfSteps = false;
     bool m_isQuiet = false;
     Actor* m_running = nullptr;
     std::vector<std::unique_ptr<Process>> m_processes;

@@ -53,78 +53,91 @@ private slots:
         RetrySchedules::instance().clear();
     }
 
-    void aTokenFromElsewhereEndsTheRetries_data() {
-        const TestKit::Columns<bool> row("duringATry");
+    // A single failure hours later must not find the period of the old retries at its end, and sign the user out.
+    void aTokenFromElsewhereEndsTheRetries() {
+        const TestKit::Rows row(this, [&](bool duringATry) {
+            m_owner->held.expiryDate = m_owner->clock.addDays(1);
+            m_slot->replaceToken(tokenNamed("first", 200));
+            QTRY_COMPARE(interval(*m_refresher), second);
+            play(answer(unavailable, ""), true, 100);
+            fire(*m_refresher);
+            if (!duringATry)
+                expectRetryIn(minute);
+            m_slot->adopt(tokenNamed("second", 3600));
+            waitForEnd(*m_refresher);
+            QTRY_COMPARE(interval(*m_refresher), 10 * minute);
+            QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
+            fire(*m_refresher, 60 * minute);
+            expectRetryIn(minute);
+            QCOMPARE(m_owner->forcedLogouts, 0);
+            fire(*m_refresher, 10 * minute);
+            waitForEnd(*m_refresher);
+            QCOMPARE(m_owner->forcedLogouts, 1);
+            QVERIFY(m_fixture->hasLogged("Permanently failed to refresh OAuth2 token after "));
+            QVERIFY(m_fixture->hasLogged("OAuth2 token refresh timer started with interval 10 min"));
+        });
         row("between two tries", false);
         row("during a try", true);
     }
 
-    // A single failure hours later must not find the period of the old retries at its end, and sign the user out.
-    void aTokenFromElsewhereEndsTheRetries() {
-        QFETCH(bool, duringATry);
-        m_owner->held.expiryDate = m_owner->clock.addDays(1);
-        m_slot->replaceToken(tokenNamed("first", 200));
-        QTRY_COMPARE(interval(*m_refresher), second);
-        play(answer(unavailable, ""), true, 100);
-        fire(*m_refresher);
-        if (!duringATry)
-            expectRetryIn(minute);
-        m_slot->adopt(tokenNamed("second", 3600));
-        waitForEnd(*m_refresher);
-        QTRY_COMPARE(interval(*m_refresher), 10 * minute);
-        QVERIFY(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"));
-        fire(*m_refresher, 60 * minute);
-        expectRetryIn(minute);
-        QCOMPARE(m_owner->forcedLogouts, 0);
-        fire(*m_refresher, 10 * minute);
-        waitForEnd(*m_refresher);
-        QCOMPARE(m_owner->forcedLogouts, 1);
-        QVERIFY(m_fixture->hasLogged("Permanently failed to refresh OAuth2 token after "));
-        QVERIFY(m_fixture->hasLogged("OAuth2 token refresh timer started with interval 10 min"));
-    }
-
-    void aTokenIsStoredLaterUnlessOAuth2WasDisabled_data() {
-        const TestKit::Columns<bool, bool, int> row("isRefresh", "isDisabled", "expected");
+    void aTokenIsStoredLaterUnlessOAuth2WasDisabled() {
+        const TestKit::Rows row(this, [&](bool isRefresh, bool isDisabled, int expected) {
+            TokenWorker& worker = isRefresh ? static_cast<TokenWorker&>(*m_refresher) : *m_fetcher;
+            play(goodReply(), true, 100);
+            if (isRefresh) {
+                m_slot->replaceToken(tokenNamed("first", 200));
+                QTRY_COMPARE(interval(*m_refresher), second);
+                fire(*m_refresher);
+            } else {
+                m_fetcher->TokenAcquired();
+            }
+            QTRY_COMPARE(requests(), 1);
+            if (isDisabled) {
+                m_owner->oauth2Enabled = false;
+                m_slot->DiscardToken();
+            } else {
+                m_owner->storeResult = StoreResult::Busy;
+            }
+            waitForEnd(worker);
+            QCoreApplication::processEvents();
+            QCOMPARE(interval(worker), expected);
+            QCOMPARE(oauth2Token(), isRefresh && !isDisabled ? QStringLiteral("first") : QString());
+            QCOMPARE(m_fixture->hasLogged("OAuth2 access token discarded"), isDisabled);
+            if (isDisabled)
+                return;
+            m_owner->storeResult = StoreResult::Stored;
+            fire(worker);
+            waitForEnd(worker);
+            QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
+        });
         row("query, busy", false, false, 30 * second);
         row("query, disabled meanwhile", false, true, -1);
         row("refresh, busy", true, false, minute);
         row("refresh, disabled meanwhile", true, true, -1);
     }
 
-    void aTokenIsStoredLaterUnlessOAuth2WasDisabled() {
-        QFETCH(bool, isRefresh);
-        QFETCH(bool, isDisabled);
-        TokenWorker& worker = isRefresh ? static_cast<TokenWorker&>(*m_refresher) : *m_fetcher;
-        play(goodReply(), true, 100);
-        if (isRefresh) {
-            m_slot->replaceToken(tokenNamed("first", 200));
-            QTRY_COMPARE(interval(*m_refresher), second);
-            fire(*m_refresher);
-        } else {
-            m_fetcher->TokenAcquired();
-        }
-        QTRY_COMPARE(requests(), 1);
-        if (isDisabled) {
-            m_owner->oauth2Enabled = false;
-            m_slot->DiscardToken();
-        } else {
-            m_owner->storeResult = StoreResult::Busy;
-        }
-        waitForEnd(worker);
-        QCoreApplication::processEvents();
-        QTEST(interval(worker), "expected");
-        QCOMPARE(oauth2Token(), isRefresh && !isDisabled ? QStringLiteral("first") : QString());
-        QCOMPARE(m_fixture->hasLogged("OAuth2 access token discarded"), isDisabled);
-        if (isDisabled)
-            return;
-        m_owner->storeResult = StoreResult::Stored;
-        fire(worker);
-        waitForEnd(worker);
-        QCOMPARE(oauth2Token(), QStringLiteral("new-oauth2-token"));
-    }
-
-    void theEndIsToldWhenTheNextTryIsKnown_data() {
-        const TestKit::Columns<int, QByteArray, QStringList> row("worker", "reply", "texts");
+    void theEndIsToldWhenTheNextTryIsKnown() {
+        const TestKit::Rows row(this, [&](int worker, const QByteArray& reply, const QStringList& texts) {
+            play(reply);
+            m_owner->held.expiryDate = m_owner->clock.addSecs(worker == 0 ? 200 : 7200);
+            TokenWorker* const workers[] = {m_tokenRefresher.get(), m_refresher.get(), m_fetcher.get()};
+            if (worker == 1)
+                m_slot->replaceToken(tokenNamed("first", 200));
+            if (worker == 2)
+                m_fetcher->TokenAcquired();
+            else
+                QCOMPARE(static_cast<RefreshWorker*>(workers[worker])->ask(false, RefreshWorker::Reason::Requested),
+                         RefreshWorker::Answer::Started);
+            waitForEnd(*workers[worker]);
+            const QStringList logged = m_fixture->logger->texts();
+            QVERIFY(!m_fixture->hasLogged("secret-1"));
+            int from = 0;
+            for (const QString& text : qAsConst(texts)) {
+                const QStringList found = logged.mid(from).filter(text);
+                QVERIFY2(!found.isEmpty(), qPrintable(text + "\n\n" + logged.join('\n')));
+                from = logged.indexOf(found.first(), from);
+            }
+        });
         // What the server says about it is logged, but no secret.
         const QByteArray busy = answer(unavailable, R"({"error_description":"too busy","access_token":"secret-1"})",
                                        "Content-Type: application/json\r\n");
@@ -144,31 +157,6 @@ private slots:
         row("failed OAuth2 query", 2, busy,
             order("OAuth2 token query timer stopped|Starting asynchronous OAuth2 token query|too busy|Will retry after 30 s",
                   "OAuth2 token query timer started with|OAuth2TokenQueryInProgressInThisProcess flag set to false"));
-    }
-
-    void theEndIsToldWhenTheNextTryIsKnown() {
-        QFETCH(int, worker);
-        QFETCH(QByteArray, reply);
-        QFETCH(QStringList, texts);
-        play(reply);
-        m_owner->held.expiryDate = m_owner->clock.addSecs(worker == 0 ? 200 : 7200);
-        TokenWorker* const workers[] = {m_tokenRefresher.get(), m_refresher.get(), m_fetcher.get()};
-        if (worker == 1)
-            m_slot->replaceToken(tokenNamed("first", 200));
-        if (worker == 2)
-            m_fetcher->TokenAcquired();
-        else
-            QCOMPARE(static_cast<RefreshWorker*>(workers[worker])->ask(false, RefreshWorker::Reason::Requested),
-                     RefreshWorker::Answer::Started);
-        waitForEnd(*workers[worker]);
-        const QStringList logged = m_fixture->logger->texts();
-        QVERIFY(!m_fixture->hasLogged("secret-1"));
-        int from = 0;
-        for (const QString& text : qAsConst(texts)) {
-            const QStringList found = logged.mid(from).filter(text);
-            QVERIFY2(!found.isEmpty(), qPrintable(text + "\n\n" + logged.join('\n')));
-            from = logged.indexOf(found.first(), from);
-        }
     }
 
     // Both kinds of one process: one does not take the other for another process.
@@ -217,56 +205,49 @@ private slots:
         QCOMPARE(requests(), 2);
     }
 
-    void onlyAQueryOfTheSameKindIsWaitedFor_data() {
-        const TestKit::Columns<QString, bool> row("flag", "isOurs");
+    // A query for another kind of token is not waited for. A process with the flag alone, without the lock, is believed for a
+    // while.
+    void onlyAQueryOfTheSameKindIsWaitedFor() {
+        const TestKit::Rows row(this, [&](const QString& flag, bool isOurs) {
+            m_flags.elsewhere = {flag};
+            play(goodReply());
+            m_fetcher->TokenAcquired();
+            waitForEnd(*m_fetcher);
+            QCOMPARE(requests(), isOurs ? 0 : 1);
+            QCOMPARE(m_fixture->hasLogged("OAuth2 token query is in progress in another process. Waiting for it to finish."),
+                     isOurs);
+            QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
+        });
         row("none", {}, false);
         row("of another kind", "OAuth2TokenQueryInProgress_jwt.openid", false);
         row("of this kind", "OAuth2TokenQueryInProgress_rt.<none>", true);
     }
 
-    // A query for another kind of token is not waited for. A process with the flag alone, without the lock, is believed for a
-    // while.
-    void onlyAQueryOfTheSameKindIsWaitedFor() {
-        QFETCH(QString, flag);
-        QFETCH(bool, isOurs);
-        m_flags.elsewhere = {flag};
-        play(goodReply());
-        m_fetcher->TokenAcquired();
-        waitForEnd(*m_fetcher);
-        QCOMPARE(requests(), isOurs ? 0 : 1);
-        QCOMPARE(m_fixture->hasLogged("OAuth2 token query is in progress in another process. Waiting for it to finish."), isOurs);
-        QCOMPARE(interval(*m_fetcher), isOurs ? 30 * second : -1);
-    }
-
-    void aTokenOfAnotherProcessIsAnnouncedOnce_data() {
-        const TestKit::Columns<bool, bool> row("isReadFirst", "isReported");
+    // Whoever reads the file first, a host that waits for the token receives its event.
+    void aTokenOfAnotherProcessIsAnnouncedOnce() {
+        const TestKit::Rows row(this, [&](bool isReadFirst, bool isReported) {
+            m_owner->setTimeout(5000);
+            Util::ProcessGuard other(m_slot->queryLockName("digest"), m_fixture->folder.path());
+            QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
+            m_fetcher->TokenAcquired();
+            QTRY_VERIFY(m_fixture->hasLogged("Skipping query in this process"));
+            const auto adopt = [this, theirs = tokenNamed("theirs", 3600)] { m_slot->adopt(theirs); };
+            if (isReadFirst)
+                adopt();
+            else
+                m_owner->onCatchUp = adopt;
+            if (isReported)
+                m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
+            other.release();
+            waitForEnd(*m_fetcher);
+            if (!isReported)
+                m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
+            QCOMPARE(m_owner->raised.count(WebServicesPrivateCore::WebServicesEvent::OAuth2TokenAvailable), 1);
+            QCOMPARE(requests(), 0);
+        });
         row("this process finds it", false, false);
         row("another thread has read the file", true, false);
         row("and the event of the other process has arrived", true, true);
-    }
-
-    // Whoever reads the file first, a host that waits for the token receives its event.
-    void aTokenOfAnotherProcessIsAnnouncedOnce() {
-        QFETCH(bool, isReadFirst);
-        QFETCH(bool, isReported);
-        m_owner->setTimeout(5000);
-        Util::ProcessGuard other(m_slot->queryLockName("digest"), m_fixture->folder.path());
-        QCOMPARE(other.acquire(0), Util::ProcessGuard::Result::Acquired);
-        m_fetcher->TokenAcquired();
-        QTRY_VERIFY(m_fixture->hasLogged("Skipping query in this process"));
-        const auto adopt = [this, theirs = tokenNamed("theirs", 3600)] { m_slot->adopt(theirs); };
-        if (isReadFirst)
-            adopt();
-        else
-            m_owner->onCatchUp = adopt;
-        if (isReported)
-            m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
-        other.release();
-        waitForEnd(*m_fetcher);
-        if (!isReported)
-            m_fetcher->OAuth2TokenAcquiredInAnotherProcess();
-        QCOMPARE(m_owner->raised.count(WebServicesPrivateCore::WebServicesEvent::OAuth2TokenAvailable), 1);
-        QCOMPARE(requests(), 0);
     }
 
 private:

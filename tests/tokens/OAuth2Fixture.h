@@ -32,19 +32,17 @@ protected:
         signIn(*m_session);
     }
 
-    void end() {
-        const bool failed = QTest::currentTestFailed();
-        if (failed && qEnvironmentVariableIsSet("VQ_TEST_LOG"))
-            qInfo().noquote() << m_fixture->logger->texts().join('\n');
-        m_session.reset();
-        m_fixture.reset();
-    }
-
     TestKit::SessionUnderTest makeSession(const QVector<OAuth2TokenSpec>& specs,
                                           const WebServicesConfiguration& configuration = oauth2Configuration()) {
         auto session =
             std::make_shared<LoginSession>(m_fixture->services(), ClientIdentity{key, 1, "Test product", "/opt/test"}, specs);
         session->SetConfiguration(key, configuration);
+        return session;
+    }
+    TestKit::SessionUnderTest restoredSession(const QVector<OAuth2TokenSpec>& specs,
+                                              const WebServicesConfiguration& configuration = oauth2Configuration()) {
+        const TestKit::SessionUnderTest session = makeSession(specs, configuration);
+        session->RestoreLogin(key, false);
         return session;
     }
 
@@ -95,11 +93,7 @@ protected:
     }
 
     void putSecret(QDomElement& parent, const char* name, const char* clear) const {
-        parent.removeChild(parent.firstChildElement(name));
-        QDomDocument document = parent.ownerDocument();
-        QDomElement child = document.createElement(name);
-        child.appendChild(document.createCDATASection(QString::fromLatin1(m_fixture->cryptor->encrypt(clear))));
-        parent.appendChild(child);
+        TestKit::setSecret(parent, name, m_fixture->cryptor->encrypt(clear));
     }
 
     QDomElement tokenElement(const QDomElement& tokens, const char* type, const char* scope, const char* clear) const {
@@ -127,5 +121,3 @@ protected:
 };
 
 } // namespace Velquor::WebServices::OAuth2Testing
-
-Q_DECLARE_METATYPE(Velquor::WebServices::OAuth2TokenSpec)

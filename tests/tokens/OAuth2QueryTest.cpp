@@ -1,7 +1,6 @@
 // OAuth2 tokens against the account service: how they are asked for, and what must be true for it.
 
 #include "OAuth2Fixture.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -13,10 +12,22 @@ class OAuth2QueryTest : public OAuth2Fixture {
 
 private slots:
     void init() { begin(); }
-    void cleanup() { end(); }
 
-    void queriesAndRefreshesSendTheDocumentedForm_data() {
-        const TestKit::Columns<OAuth2TokenSpec, QString, QString> row("spec", "query", "refresh");
+    void queriesAndRefreshesSendTheDocumentedForm() {
+        const TestKit::Rows row(this, [&](const OAuth2TokenSpec& spec, const QString& query, const QString& refresh) {
+            QVERIFY(m_session->oauth2().EnableOAuth2(key, spec));
+            const QString first = ask(spec);
+            QVERIFY(!first.isEmpty());
+            QCOMPARE(forms(), QStringList{query});
+            QTRY_VERIFY(m_fixture->hasLogged("Raising web services event OAuth2TokenAvailable"));
+            QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &spec, true));
+            QCOMPARE(forms(), QStringList({query, refresh}));
+            QVERIFY(ask(spec) != first);
+            QCOMPARE(ask(spec), stored(spec));
+            QTRY_VERIFY(m_session->oauth2().isRefreshTimerActive(key, &spec));
+            QVERIFY(m_fixture->hasLogged("OAuth2 token refreshed successfully. OAuth2 token expires in 59 min 5"));
+            expectNoSecrets({first, ask(spec)});
+        });
         const auto names = QStringLiteral("client_id&client_secret&oauth1_token&oauth1_secret&token_type=");
         row("RT without scope", rt, names, names);
         row("RT with scope", OAuth2TokenSpec(RT, L" b & c=d  a%20"), names + "&scope=& a%20 b c=d",
@@ -25,26 +36,21 @@ private slots:
         row("the older interface", OAuth2Settings::legacySpec(), names + "&scope=legacy", names + "&scope=legacy");
     }
 
-    void queriesAndRefreshesSendTheDocumentedForm() {
-        QFETCH(OAuth2TokenSpec, spec);
-        QFETCH(QString, query);
-        QFETCH(QString, refresh);
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, spec));
-        const QString first = ask(spec);
-        QVERIFY(!first.isEmpty());
-        QCOMPARE(forms(), QStringList{query});
-        QTRY_VERIFY(m_fixture->hasLogged("Raising web services event OAuth2TokenAvailable"));
-        QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &spec, true));
-        QCOMPARE(forms(), QStringList({query, refresh}));
-        QVERIFY(ask(spec) != first);
-        QCOMPARE(ask(spec), stored(spec));
-        QTRY_VERIFY(m_session->oauth2().isRefreshTimerActive(key, &spec));
-        QVERIFY(m_fixture->hasLogged("OAuth2 token refreshed successfully. OAuth2 token expires in 59 min 5"));
-        expectNoSecrets({first, ask(spec)});
-    }
-
-    void nothingIsAskedWithoutOAuth2SignInOrSpec_data() {
-        const TestKit::Columns<bool, bool, QString, QString> row("enabled", "signedIn", "get", "refresh");
+    void nothingIsAskedWithoutOAuth2SignInOrSpec() {
+        const TestKit::Rows row(this, [&](bool enabled, bool signedIn, const QString& get, const QString& refresh) {
+            if (enabled)
+                QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+            if (!signedIn)
+                QVERIFY(signOut(*m_session));
+            QVERIFY(ask(jwt).isEmpty());
+            QVERIFY(m_fixture->hasLogged(get));
+            QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &jwt, true));
+            QVERIFY(m_fixture->hasLogged(refresh));
+            const QString whole = m_fixture->logger->texts().filter(get).first();
+            QCOMPARE(m_fixture->logger->prefixes(whole), QStringList(signedIn ? "Test product.0001.0" : ""));
+            QVERIFY(!m_session->oauth2().EnableOAuth2("unknown", rt));
+            QVERIFY(!m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(InvalidTokenType, L"")));
+        });
         row("not enabled", false, true, "GetOAuth2AccessToken failed: OAuth2 is not enabled.",
             "Failed to refresh OAuth2 token. OAuth2 is not enabled.");
         row("not signed in", true, false, "GetOAuth2AccessToken failed: Not logged in. Returning empty token.",
@@ -52,25 +58,6 @@ private slots:
         row("another spec", true, true,
             "GetOAuth2AccessToken failed: OAuth2 session not found for OAuth2 type JWT and scope data openid.",
             "Failed to refresh OAuth2 token. OAuth2 session not found for OAuth2 type JWT and scope data openid.");
-    }
-
-    void nothingIsAskedWithoutOAuth2SignInOrSpec() {
-        QFETCH(bool, enabled);
-        QFETCH(bool, signedIn);
-        QFETCH(QString, get);
-        QFETCH(QString, refresh);
-        if (enabled)
-            QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        if (!signedIn)
-            QVERIFY(signOut(*m_session));
-        QVERIFY(ask(jwt).isEmpty());
-        QVERIFY(m_fixture->hasLogged(get));
-        QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &jwt, true));
-        QVERIFY(m_fixture->hasLogged(refresh));
-        const QString whole = m_fixture->logger->texts().filter(get).first();
-        QCOMPARE(m_fixture->logger->prefixes(whole), QStringList(signedIn ? "Test product.0001.0" : ""));
-        QVERIFY(!m_session->oauth2().EnableOAuth2("unknown", rt));
-        QVERIFY(!m_session->oauth2().EnableOAuth2(key, OAuth2TokenSpec(InvalidTokenType, L"")));
     }
 
     void doesNotWaitWhenItMustNot() {
@@ -85,16 +72,25 @@ private slots:
     }
 
     void withoutKeysNothingIsAsked() {
-        m_session = makeSession({rt}, TestKit::SessionFixture::configuration(key, "demo-secret-0001"));
-        QVERIFY(m_session->RestoreLogin(key, false));
+        m_session = restoredSession({rt}, TestKit::SessionFixture::configuration(key, "demo-secret-0001"));
         QVERIFY(m_fixture->hasLogged("OAuth2 enabled, but OAuth2 consumer keys are not set for Production server."));
         QVERIFY(ask(rt).isEmpty());
         QVERIFY(m_fixture->hasLogged("Cannot query OAuth2 token. OAuth2 keys not set."));
         QCOMPARE(forms(), QStringList());
     }
 
-    void failedQueriesAreTriedAgain_data() {
-        const TestKit::Columns<QString, QJsonObject, QString> row("kind", "details", "logged");
+    void failedQueriesAreTriedAgain() {
+        const TestKit::Rows row(this, [&](const QString& kind, const QJsonObject& details, const QString& logged) {
+            QVERIFY(m_service.addFault(endPoint, kind, details, -1));
+            QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+            QVERIFY(ask(rt).isEmpty());
+            QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
+            QTRY_VERIFY(m_fixture->hasLogged("OAuth2 token query timer started with interval 30 s"));
+            QVERIFY(m_session->isLoggedIn(key));
+            expectNoSecrets({"canary-token", "canary token"});
+            QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
+            QVERIFY(!ask(rt).isEmpty());
+        });
         const auto unparsable = QStringLiteral("Failed to parse server response. Will retry after 30 s. Response body:");
         const auto body = [](const char* json) {
             return QJsonObject{{"status", 200}, {"body", json}, {"content_type", "application/json"}};
@@ -110,25 +106,9 @@ private slots:
         row("a token that is none", "status", body(R"({"access_token": "canary token", "expires_in": 9})"), unparsable);
     }
 
-    void failedQueriesAreTriedAgain() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        QFETCH(QString, logged);
-        QVERIFY(m_service.addFault(endPoint, kind, details, -1));
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QVERIFY(ask(rt).isEmpty());
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
-        QTRY_VERIFY(m_fixture->hasLogged("OAuth2 token query timer started with interval 30 s"));
-        QVERIFY(m_session->isLoggedIn(key));
-        expectNoSecrets({"canary-token", "canary token"});
-        QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
-        QVERIFY(!ask(rt).isEmpty());
-    }
-
     // The OAuth 1.0 token that a query was sent with is renewed by another process before the service looks at it.
     void asksAgainWithTheNewAccessToken() {
-        const auto other = makeSession({});
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = restoredSession({});
         slowDown(1500);
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         QTRY_VERIFY(m_fixture->hasLogged("Getting OAuth2 token"));
@@ -155,8 +135,7 @@ private slots:
     void mayBeStoppedAtAnyMoment() {
         qint64 longest = 0;
         for (int round = 0; round < 20; ++round) {
-            auto session = makeSession({rt, jwt});
-            session->RestoreLogin(key, false);
+            auto session = restoredSession({rt, jwt});
             m_fixture->clockOffset += hour + 1;
             std::thread caller([&] {
                 (void)askOf(*session, rt);

@@ -2,7 +2,6 @@
 
 #include "OAuth2Fixture.h"
 #include "TestKit/RecordingObserver.h"
-#include "TestKit/Soak.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;
@@ -14,14 +13,12 @@ class OAuth2RefreshTest : public OAuth2Fixture {
 
 private slots:
     void init() { begin(); }
-    void cleanup() { end(); }
 
     // Two processes at once: the second one waits for the lock of the first, and finds its token in the file.
     void aRefreshOfAnotherProcessIsWaitedFor() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, jwt));
         const QString first = ask(jwt);
-        const auto other = makeSession({jwt});
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = restoredSession({jwt});
         slowDown(700);
         QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &jwt, false));
         QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token: "));
@@ -33,71 +30,62 @@ private slots:
     }
 
     // Neither begins while the other has its lock, whichever comes first, and both come through.
-    void refreshesOfBothKindsDoNotOverlap_data() {
-        const TestKit::Columns<bool> row("oauth2First");
+    void refreshesOfBothKindsDoNotOverlap() {
+        const TestKit::Rows row(this, [&](bool oauth2First) {
+            QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+            QVERIFY(!ask(rt).isEmpty());
+            const auto other = restoredSession({rt});
+            QVERIFY(m_service.addFault("*", "delay", {{"delay_ms", 600}}, 1));
+            const int before = m_service.requests("access-token");
+            const TestKit::Stopwatch timer;
+            if (oauth2First) {
+                QVERIFY(other->oauth2().RefreshOAuth2Token(key, &rt, false));
+                QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token"));
+                QVERIFY(m_session->RefreshToken(key, true));
+                QVERIFY(m_fixture->hasLogged("OAuth2 token refresh is in progress. Waiting for it to finish."));
+            } else {
+                QVERIFY(other->RefreshToken(key, false));
+                QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh token"));
+                QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
+                QVERIFY(m_fixture->hasLogged("Holding off OAuth2 token refresh since token refresh is in progress."));
+            }
+            QVERIFY2(timer.elapsed() < TestKit::limitMs(5000), qPrintable(QString::number(timer.elapsed())));
+            QCOMPARE(m_service.requests("access-token") - before, 1);
+            QCOMPARE(forms().size(), 2);
+        });
         row("OAuth2 waits", false);
         row("OAuth 1.0 waits", true);
     }
 
-    void refreshesOfBothKindsDoNotOverlap() {
-        QFETCH(bool, oauth2First);
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        QVERIFY(!ask(rt).isEmpty());
-        const auto other = makeSession({rt});
-        QVERIFY(other->RestoreLogin(key, false));
-        QVERIFY(m_service.addFault("*", "delay", {{"delay_ms", 600}}, 1));
-        const int before = m_service.requests("access-token");
-        const TestKit::Stopwatch timer;
-        if (oauth2First) {
-            QVERIFY(other->oauth2().RefreshOAuth2Token(key, &rt, false));
-            QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh OAuth2 token"));
-            QVERIFY(m_session->RefreshToken(key, true));
-            QVERIFY(m_fixture->hasLogged("OAuth2 token refresh is in progress. Waiting for it to finish."));
-        } else {
-            QVERIFY(other->RefreshToken(key, false));
-            QTRY_VERIFY(m_fixture->hasLogged("Starting network operation in separate thread to refresh token"));
-            QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-            QVERIFY(m_fixture->hasLogged("Holding off OAuth2 token refresh since token refresh is in progress."));
-        }
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(5000), qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(m_service.requests("access-token") - before, 1);
-        QCOMPARE(forms().size(), 2);
-    }
-
-    void aFailedRefreshKeepsTheToken_data() {
-        const TestKit::Columns<QString, QJsonObject, QString, QString> row("kind", "details", "logged", "timer");
+    void aFailedRefreshKeepsTheToken() {
+        const TestKit::Rows row(
+            this, [&](const QString& kind, const QJsonObject& details, const QString& logged, const QString& timer) {
+                RetrySchedules::instance().set({0, {{7000, 7000}}});
+                QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
+                const QString first = ask(rt);
+                QVERIFY(m_service.addFault(endPoint, kind, details, -1));
+                QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
+                QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
+                QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh timer started with interval ") + timer));
+                // Another change, here of the file, must not bring the next try forward, although the token is due by now.
+                m_fixture->clockOffset += hour - 100;
+                m_fixture->logger->clear();
+                m_fixture->writeFile(m_fixture->fileContents() + '\n');
+                QCOMPARE(ask(rt), first);
+                QVERIFY(m_fixture->hasLogged("Tokens found. Checking if OAuth2 token needs to be queried."));
+                QTest::qWait(200);
+                QVERIFY(!m_fixture->hasLogged("OAuth2 token refresh timer started"));
+                QVERIFY(m_session->isLoggedIn(key));
+                QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
+                QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
+                QCOMPARE(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"), timer == "7 s");
+            });
         row("dropped", "drop", {}, "Failed to refresh OAuth2 token. Will retry token refresh after 1 min. ", "1 min");
         row("HTML", "html", {}, "Failed to refresh OAuth2 token. Failed to parse server response.", "1 min");
         row("401", "status", QJsonObject{{"status", 401}},
             "OAuth2 token refresh retry process active: Retry attempts so far: 1 in ", "7 s");
         row("503", "status", QJsonObject{{"status", 503}},
             "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at", "7 s");
-    }
-
-    void aFailedRefreshKeepsTheToken() {
-        QFETCH(QString, kind);
-        QFETCH(QJsonObject, details);
-        QFETCH(QString, logged);
-        QFETCH(QString, timer);
-        RetrySchedules::instance().set({0, {{7000, 7000}}});
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        const QString first = ask(rt);
-        QVERIFY(m_service.addFault(endPoint, kind, details, -1));
-        QVERIFY(!m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
-        QTRY_VERIFY(m_fixture->hasLogged(QStringLiteral("OAuth2 token refresh timer started with interval ") + timer));
-        // Another change, here of the file, must not bring the next try forward, although the token is due by now.
-        m_fixture->clockOffset += hour - 100;
-        m_fixture->logger->clear();
-        m_fixture->writeFile(m_fixture->fileContents() + '\n');
-        QCOMPARE(ask(rt), first);
-        QVERIFY(m_fixture->hasLogged("Tokens found. Checking if OAuth2 token needs to be queried."));
-        QTest::qWait(200);
-        QVERIFY(!m_fixture->hasLogged("OAuth2 token refresh timer started"));
-        QVERIFY(m_session->isLoggedIn(key));
-        QVERIFY(m_service.control("reset", QJsonObject{{"keep_sessions", true}}).contains("ok"));
-        QVERIFY(m_session->oauth2().RefreshOAuth2Token(key, &rt, true));
-        QCOMPARE(m_fixture->hasLogged("Ending OAuth2 token refresh retry process"), timer == "7 s");
     }
 
     void aFinalRefusalSignsOut() {

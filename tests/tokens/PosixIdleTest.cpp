@@ -2,7 +2,6 @@
 
 #include "Session/LoginSession.h"
 #include "TestKit/LoopbackHttpServer.h"
-#include "TestKit/Soak.h"
 #include "TestKit/StateProcess.h"
 #include "TestKit/Test.h"
 #include "Time/SystemTimeSource.h"
@@ -43,41 +42,37 @@ class PosixIdleTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void sleepsWhileNothingIsDue_data() {
-        const TestKit::Columns<bool, int> row("knowsTheTime", "mostWakeUps");
+    void sleepsWhileNothingIsDue() {
+        const auto row = [](const char* name, bool knowsTheTime, int mostWakeUps) {
+            TestKit::SessionFixture fixture;
+            writeFile(fixture);
+            fixture.notifiesProcesses = true;
+            const auto session = fixture.makeSession(keyOf(0));
+            QVERIFY(session->RestoreLogin(keyOf(0), false));
+            for (int product = 1; product < products; ++product) {
+                session->AddClient({keyOf(product), 1, "Product", "/opt/product"});
+                QVERIFY(
+                    session->SetConfiguration(keyOf(product), TestKit::SessionFixture::configuration(keyOf(product), "secret")));
+                QVERIFY(session->isLoggedIn(keyOf(product)));
+            }
+            TestKit::LoopbackHttpServer server;
+            OAuth::TimeServiceImp time(fixture.urls, Production,
+                                       {{}, std::make_shared<OAuth::SystemTimeSource>(), fixture.logger, fixture.logger});
+            if (knowsTheTime)
+                QVERIFY(learnTheTime(time, server, fixture));
+            QTest::qWait(1500); // until all that was begun is done
+            const int ms = TestKit::rounds(2000, 10000);
+            const int before = sleeps();
+            waitInOneSleep(ms);
+            const int count = sleeps() - before - 1;
+            TestKit::figure(QStringLiteral("wake-ups of an idle process with ten products, %1").arg(QLatin1String(name)),
+                            knowsTheTime ? QStringLiteral("its own timer's") : QStringLiteral("< 1 in 10 s"),
+                            QStringLiteral("%1 in %2 s").arg(count).arg(ms / 1000));
+            QVERIFY2(count <= mostWakeUps, name);
+        };
         row("products alone", false, 0);
         // The time service looks at the clock every ten seconds, so not within the short form.
         row("with the time service", true, TestKit::rounds(0, 1));
-    }
-
-    void sleepsWhileNothingIsDue() {
-        QFETCH(bool, knowsTheTime);
-        QFETCH(int, mostWakeUps);
-        TestKit::SessionFixture fixture;
-        writeFile(fixture);
-        fixture.notifiesProcesses = true;
-        const auto session = fixture.makeSession(keyOf(0));
-        QVERIFY(session->RestoreLogin(keyOf(0), false));
-        for (int product = 1; product < products; ++product) {
-            session->AddClient({keyOf(product), 1, "Product", "/opt/product"});
-            QVERIFY(session->SetConfiguration(keyOf(product), TestKit::SessionFixture::configuration(keyOf(product), "secret")));
-            QVERIFY(session->isLoggedIn(keyOf(product)));
-        }
-        TestKit::LoopbackHttpServer server;
-        OAuth::TimeServiceImp time(fixture.urls, Production,
-                                   {{}, std::make_shared<OAuth::SystemTimeSource>(), fixture.logger, fixture.logger});
-        if (knowsTheTime)
-            QVERIFY(learnTheTime(time, server, fixture));
-        QTest::qWait(1500); // until all that was begun is done
-        const int ms = TestKit::rounds(2000, 10000);
-        const int before = sleeps();
-        waitInOneSleep(ms);
-        const int count = sleeps() - before - 1;
-        TestKit::figure(
-            QStringLiteral("wake-ups of an idle process with ten products, %1").arg(QLatin1String(QTest::currentDataTag())),
-            knowsTheTime ? QStringLiteral("its own timer's") : QStringLiteral("< 1 in 10 s"),
-            QStringLiteral("%1 in %2 s").arg(count).arg(ms / 1000));
-        QVERIFY2(count <= mostWakeUps, qPrintable(QString::number(count)));
     }
 
 private:

@@ -23,97 +23,81 @@ private slots:
 
     void cleanup() { m_fetcher.reset(); }
 
-    void aFailedQueryIsTriedAgainUntilItIsHopeless_data() {
-        const TestKit::Columns<QByteArray, bool, int> row("reply", "isBusy", "tries");
+    // The text of the end names the tries after the first one.
+    void aFailedQueryIsTriedAgainUntilItIsHopeless() {
+        const TestKit::Rows row(this, [&](const QByteArray& reply, bool isBusy, int tries) {
+            play(reply);
+            m_owner->storeResult = isBusy ? StoreResult::Busy : StoreResult::Stored;
+            query();
+            for (int attempt = 1; attempt < tries; ++attempt) {
+                QCOMPARE(interval(), 5 * second);
+                QVERIFY(!m_fixture->hasLogged("Giving up token query."));
+                fire(*m_fetcher);
+                waitForEnd(*m_fetcher);
+            }
+            QCOMPARE(interval(), -1);
+            QCOMPARE(requests(), tries);
+            QCOMPARE(m_fixture->hasLogged("Failed to query token after 5 attempts. Giving up token query."), tries == 6);
+            QVERIFY(m_fixture->hasLogged(QStringLiteral(
+                "Failed to login automatically using another product's login credentials. Try to logout and login again.")));
+            QVERIFY(!m_owner->held.areComplete());
+        });
         row("500", answer("500 Internal Server Error", ""), false, 6);
         row("400 by a wrong clock", TestKit::problemReply("400 Bad Request", "message_expired"), false, 6);
         row("400", TestKit::problemReply("400 Bad Request", "token_rejected"), false, 1);
         row("cannot be stored", TestKit::goodTokenReply(), true, 6);
     }
 
-    // The text of the end names the tries after the first one.
-    void aFailedQueryIsTriedAgainUntilItIsHopeless() {
-        QFETCH(QByteArray, reply);
-        QFETCH(bool, isBusy);
-        QFETCH(int, tries);
-        play(reply);
-        m_owner->storeResult = isBusy ? StoreResult::Busy : StoreResult::Stored;
-        query();
-        for (int attempt = 1; attempt < tries; ++attempt) {
-            QCOMPARE(interval(), 5 * second);
-            QVERIFY(!m_fixture->hasLogged("Giving up token query."));
-            fire(*m_fetcher);
+    void theResultOfAQueryIsLostWithTheSignIn() {
+        const TestKit::Rows row(this, [&](const QByteArray& more, bool signsOut, const QString& logged) {
+            play(TestKit::goodTokenReply(more), true, 150);
+            QVERIFY(m_fetcher->CheckAutomaticLogin());
+            QTRY_COMPARE(requests(), 1);
+            m_owner->loggedIn = !signsOut;
             waitForEnd(*m_fetcher);
-        }
-        QCOMPARE(interval(), -1);
-        QCOMPARE(requests(), tries);
-        QCOMPARE(m_fixture->hasLogged("Failed to query token after 5 attempts. Giving up token query."), tries == 6);
-        QVERIFY(m_fixture->hasLogged(QStringLiteral(
-            "Failed to login automatically using another product's login credentials. Try to logout and login again.")));
-        QVERIFY(!m_owner->held.areComplete());
-    }
-
-    void theResultOfAQueryIsLostWithTheSignIn_data() {
-        const TestKit::Columns<QByteArray, bool, QString> row("more", "signsOut", "logged");
+            QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
+            QCOMPARE(m_owner->held.areComplete(), !signsOut);
+            QCOMPARE(interval(), -1);
+        });
         row("with a name", "&x_oauth_user_name=ada", false, "User ada automatically logged in using");
         row("without", {}, false, "User user-1 automatically logged in using");
         row("after a sign-out", {}, true, "But ignoring the result since user has logged out.");
     }
 
-    void theResultOfAQueryIsLostWithTheSignIn() {
-        QFETCH(QByteArray, more);
-        QFETCH(bool, signsOut);
-        QFETCH(QString, logged);
-        play(TestKit::goodTokenReply(more), true, 150);
-        QVERIFY(m_fetcher->CheckAutomaticLogin());
-        QTRY_COMPARE(requests(), 1);
-        m_owner->loggedIn = !signsOut;
-        waitForEnd(*m_fetcher);
-        QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts().join('\n')));
-        QCOMPARE(m_owner->held.areComplete(), !signsOut);
-        QCOMPARE(interval(), -1);
-    }
-
-    void aSecondSignInDuringTheQueryIsServed_data() {
-        const TestKit::Columns<bool, int, QString> row("byThisProduct", "expectedRequests", "token");
+    // The second sign-in finds the query in progress, and starts none of its own.
+    void aSecondSignInDuringTheQueryIsServed() {
+        const TestKit::Rows row(this, [&](bool byThisProduct, int expectedRequests, const QString& token) {
+            play(TestKit::goodTokenReply(), true, 150);
+            QVERIFY(m_fetcher->CheckAutomaticLogin());
+            QTRY_COMPARE(requests(), 1);
+            signInAgain(byThisProduct);
+            QVERIFY(m_fetcher->CheckAutomaticLogin());
+            waitForEnd(*m_fetcher);
+            QCOMPARE(requests(), expectedRequests);
+            QCOMPARE(heldToken(), token);
+            QCOMPARE(m_owner->raised.contains(Event::TokenAvailable), !byThisProduct);
+        });
         row("by another product", false, 2, "new-token");
         row("by this one", true, 1, "own-token");
     }
 
-    // The second sign-in finds the query in progress, and starts none of its own.
-    void aSecondSignInDuringTheQueryIsServed() {
-        QFETCH(bool, byThisProduct);
-        play(TestKit::goodTokenReply(), true, 150);
-        QVERIFY(m_fetcher->CheckAutomaticLogin());
-        QTRY_COMPARE(requests(), 1);
-        signInAgain(byThisProduct);
-        QVERIFY(m_fetcher->CheckAutomaticLogin());
-        waitForEnd(*m_fetcher);
-        QTEST(requests(), "expectedRequests");
-        QTEST(heldToken(), "token");
-        QCOMPARE(m_owner->raised.contains(Event::TokenAvailable), !byThisProduct);
-    }
-
-    void aQueryIsNotSentBeforeTheFileIsRead_data() {
-        const TestKit::Columns<FileLook, int> row("look", "interval");
-        row("it cannot be read", FileLook::Unread, 5 * second);
-        row("the product is going away", FileLook::SignInGone, -1);
-    }
-
     // It may hold the token of another process, which a query would invalidate.
     void aQueryIsNotSentBeforeTheFileIsRead() {
-        QFETCH(int, look);
-        play(TestKit::goodTokenReply());
-        m_owner->look = static_cast<FileLook>(look);
-        query();
-        QCOMPARE(requests(), 0);
-        QTEST(interval(), "interval");
-        if (interval() < 0)
-            return;
-        m_owner->look = FileLook::Read;
-        fire(*m_fetcher);
-        waitForEnd(*m_fetcher);
-        QCOMPARE(heldToken(), QStringLiteral("new-token"));
+        const TestKit::Rows row(this, [&](FileLook look, int expected) {
+            play(TestKit::goodTokenReply());
+            m_owner->look = look;
+            query();
+            QCOMPARE(requests(), 0);
+            QCOMPARE(interval(), expected);
+            if (interval() < 0)
+                return;
+            m_owner->look = FileLook::Read;
+            fire(*m_fetcher);
+            waitForEnd(*m_fetcher);
+            QCOMPARE(heldToken(), QStringLiteral("new-token"));
+        });
+        row("it cannot be read", FileLook::Unread, 5 * second);
+        row("the product is going away", FileLook::SignInGone, -1);
     }
 
     // Another process does not find it, and obtains a token that makes this one invalid.
@@ -136,42 +120,38 @@ private slots:
         QCOMPARE(interval(), -1);
     }
 
-    void oneProcessTriesAgainForAll_data() {
-        const TestKit::Columns<QByteArray, int, int, int> row("reply", "dies", "tries", "givesUp");
+    void oneProcessTriesAgainForAll() {
+        const TestKit::Rows row(this, [&](const QByteArray& reply, int dies, int tries, int givesUp) {
+            play(reply, true, 50);
+            std::vector<std::unique_ptr<OtherProcess>> processes;
+            for (int number = 0; number < 3; ++number) {
+                processes.push_back(std::make_unique<OtherProcess>(*m_fixture, m_flags));
+                QVERIFY(processes.back()->fetcher.CheckAutomaticLogin());
+            }
+            for (int round = 1; round <= 12; ++round) {
+                for (const auto& process : processes)
+                    waitForEnd(process->fetcher);
+                if (round == dies)
+                    processes.erase(processes.begin());
+                for (const auto& process : processes) {
+                    process->owner.clock = process->owner.clock.addMSecs(5 * second);
+                    if (WorkerFixture::interval(process->fetcher) != -1)
+                        fireTimer(process->fetcher);
+                }
+            }
+            QCOMPARE(requests(), tries);
+            QCOMPARE(m_fixture->logger->count("Failed to login automatically using another product's"), givesUp);
+            // Nothing of this hinders a later start of a product.
+            play(TestKit::goodTokenReply());
+            QVERIFY(processes.front()->fetcher.CheckAutomaticLogin());
+            waitForEnd(processes.front()->fetcher);
+            QVERIFY(processes.front()->owner.held.areComplete());
+        });
         const QByteArray unavailable = answer("503 Service Unavailable", "");
         row("all live", unavailable, 0, 6, 1);
         row("one dies after its second try", unavailable, 2, 6, 1);
         row("final refusal", TestKit::problemReply("400 Bad Request", "token_rejected"), 0, 1, 1);
         row("bad body", answer("200 OK", "<html></html>"), 0, 1, 0);
-    }
-
-    void oneProcessTriesAgainForAll() {
-        QFETCH(QByteArray, reply);
-        QFETCH(int, dies);
-        play(reply, true, 50);
-        std::vector<std::unique_ptr<OtherProcess>> processes;
-        for (int number = 0; number < 3; ++number) {
-            processes.push_back(std::make_unique<OtherProcess>(*m_fixture, m_flags));
-            QVERIFY(processes.back()->fetcher.CheckAutomaticLogin());
-        }
-        for (int round = 1; round <= 12; ++round) {
-            for (const auto& process : processes)
-                waitForEnd(process->fetcher);
-            if (round == dies)
-                processes.erase(processes.begin());
-            for (const auto& process : processes) {
-                process->owner.clock = process->owner.clock.addMSecs(5 * second);
-                if (WorkerFixture::interval(process->fetcher) != -1)
-                    fireTimer(process->fetcher);
-            }
-        }
-        QTEST(requests(), "tries");
-        QTEST(m_fixture->logger->count("Failed to login automatically using another product's"), "givesUp");
-        // Nothing of this hinders a later start of a product.
-        play(TestKit::goodTokenReply());
-        QVERIFY(processes.front()->fetcher.CheckAutomaticLogin());
-        waitForEnd(processes.front()->fetcher);
-        QVERIFY(processes.front()->owner.held.areComplete());
     }
 
     // It holds the lock and does nothing; when it is gone, the product signs in after all.

@@ -45,9 +45,21 @@ private slots:
         QVERIFY(m_fixture->hasLogged("Token refresh timer started with interval 10 min"));
     }
 
-    void fiveRefusalsSignOut_data() {
+    void fiveRefusalsSignOut() {
         // intervals: then the user is signed out
-        const TestKit::Columns<QByteArray, QVector<int>> row("reply", "intervals");
+        const TestKit::Rows row(this, [&](const QByteArray& reply, const QVector<int>& intervals) {
+            play(reply);
+            QVector<int> found;
+            for (int attempt = 0; attempt < 10 && m_owner->forcedLogouts == 0; ++attempt) {
+                passTime();
+                if (interval() != -1)
+                    found += interval();
+            }
+            QCOMPARE(found, intervals);
+            QCOMPARE(m_owner->forcedLogouts, 1);
+            QCOMPARE(requests(), intervals.size() + 1);
+            QCOMPARE(m_fixture->hasLogged("Failed to refresh token after 5 attempts."), !intervals.isEmpty());
+        });
         const QVector<int> minutes{minute, minute, minute, minute};
         const QVector<int> clock{2 * second, 2 * second, minute, minute};
         row("503", answer("503 Service Unavailable", ""), minutes);
@@ -58,45 +70,26 @@ private slots:
         row("400", TestKit::problemReply("400 Bad Request", "token_rejected"), {});
     }
 
-    void fiveRefusalsSignOut() {
-        QFETCH(QByteArray, reply);
-        QFETCH(QVector<int>, intervals);
-        play(reply);
-        QVector<int> found;
-        for (int attempt = 0; attempt < 10 && m_owner->forcedLogouts == 0; ++attempt) {
-            passTime();
-            if (interval() != -1)
-                found += interval();
-        }
-        QCOMPARE(found, intervals);
-        QCOMPARE(m_owner->forcedLogouts, 1);
-        QCOMPARE(requests(), intervals.size() + 1);
-        QCOMPARE(m_fixture->hasLogged("Failed to refresh token after 5 attempts."), !intervals.isEmpty());
-    }
-
-    void aBurstOfCallersCountsOnceInAnOutage_data() {
-        // more: until the user is signed out
-        const TestKit::Columns<QByteArray, int> row("reply", "more");
-        row("503", answer("503 Service Unavailable", ""), 4);
-        row("401", TestKit::problemReply("401 Unauthorized", "token_rejected"), 0);
-    }
-
     // Five callers within a second, each of which finds the token expired and sends a request.
     void aBurstOfCallersCountsOnceInAnOutage() {
-        QFETCH(QByteArray, reply);
-        m_owner->held.expiryDate = m_owner->clock;
-        play(reply);
-        for (int caller = 0; caller < 5; ++caller) {
-            QCOMPARE(m_refresher->ask(true, RefreshWorker::Reason::Expired), RefreshWorker::Answer::Started);
-            waitForEnd(*m_refresher);
-            m_owner->clock = m_owner->clock.addMSecs(40);
-        }
-        int more = 0;
-        for (; more < 10 && m_owner->forcedLogouts == 0; ++more)
-            passTime();
-        QTEST(more, "more");
-        QCOMPARE(m_owner->forcedLogouts, 1);
-        QCOMPARE(requests(), 5 + more);
+        // expected: more requests until the user is signed out
+        const TestKit::Rows row(this, [&](const QByteArray& reply, int expected) {
+            m_owner->held.expiryDate = m_owner->clock;
+            play(reply);
+            for (int caller = 0; caller < 5; ++caller) {
+                QCOMPARE(m_refresher->ask(true, RefreshWorker::Reason::Expired), RefreshWorker::Answer::Started);
+                waitForEnd(*m_refresher);
+                m_owner->clock = m_owner->clock.addMSecs(40);
+            }
+            int more = 0;
+            for (; more < 10 && m_owner->forcedLogouts == 0; ++more)
+                passTime();
+            QCOMPARE(more, expected);
+            QCOMPARE(m_owner->forcedLogouts, 1);
+            QCOMPARE(requests(), 5 + more);
+        });
+        row("503", answer("503 Service Unavailable", ""), 4);
+        row("401", TestKit::problemReply("401 Unauthorized", "token_rejected"), 0);
     }
 
     // The timer comes hours late: one refresh follows at once, and a caller that finds the token fresh starts no second one.
@@ -117,72 +110,61 @@ private slots:
         QCOMPARE(interval(), 10 * minute);
     }
 
-    void aChangeBetweenTriesCountsOnlyWithAnotherToken_data() {
+    // Four refusals, a change, and more refusals: a change brings no try forward, but the failures of a replaced token do not
+    // count.
+    void aChangeBetweenTriesCountsOnlyWithAnotherToken() {
         // tries: until the user is signed out
-        const TestKit::Columns<bool, int> row("isAnother", "tries");
+        const TestKit::Rows row(this, [&](bool isAnother, int tries) {
+            play(answer("503 Service Unavailable", ""));
+            for (int attempt = 0; attempt < 4; ++attempt)
+                passTime();
+            if (isAnother)
+                m_owner->held = m_owner->tokensNamed("another", 301);
+            m_refresher->TokenAvailable();
+            QCOMPARE(interval(), isAnother ? second : minute);
+            for (int attempt = 0; attempt < 10 && m_owner->forcedLogouts == 0; ++attempt)
+                passTime();
+            QCOMPARE(m_owner->forcedLogouts, 1);
+            QCOMPARE(requests(), tries);
+        });
         row("of other things", false, 5);
         row("another token", true, 9);
     }
 
-    // Four refusals, a change, and more refusals: a change brings no try forward, but the failures of a replaced token do not
-    // count.
-    void aChangeBetweenTriesCountsOnlyWithAnotherToken() {
-        QFETCH(bool, isAnother);
-        play(answer("503 Service Unavailable", ""));
-        for (int attempt = 0; attempt < 4; ++attempt)
-            passTime();
-        if (isAnother)
-            m_owner->held = m_owner->tokensNamed("another", 301);
-        m_refresher->TokenAvailable();
-        QCOMPARE(interval(), isAnother ? second : minute);
-        for (int attempt = 0; attempt < 10 && m_owner->forcedLogouts == 0; ++attempt)
-            passTime();
-        QCOMPARE(m_owner->forcedLogouts, 1);
-        QTEST(requests(), "tries");
-    }
-
-    void anotherTokenInTheFileEndsTheRefresh_data() {
-        const TestKit::Columns<QByteArray, int, int, int> row("reply", "tries", "look", "requestsSent");
+    // It ends before the one that it replaces: the clock that both were dated by has been put right since.
+    void anotherTokenInTheFileEndsTheRefresh() {
+        const TestKit::Rows row(this, [&](const QByteArray& reply, int tries, int look, int requestsSent) {
+            play(reply);
+            m_owner->held.expiryDate = m_owner->clock.addSecs(301);
+            m_owner->putIntoFile(m_owner->tokensNamed("another", 300), look);
+            for (int attempt = 0; attempt < tries; ++attempt)
+                passTime();
+            QCOMPARE(m_owner->forcedLogouts, 0);
+            QCOMPARE(heldToken(), QStringLiteral("another"));
+            QCOMPARE(requests(), requestsSent);
+            QCOMPARE(interval(), 2 * second);
+        });
         row("before the request", TestKit::problemReply("400 Bad Request", "token_rejected"), 1, 1, 0);
         row("by the time of the refusal", TestKit::problemReply("400 Bad Request", "token_rejected"), 1, 2, 1);
         row("by the fifth failure", answer("503 Service Unavailable", ""), 5, 6, 5);
     }
 
-    // It ends before the one that it replaces: the clock that both were dated by has been put right since.
-    void anotherTokenInTheFileEndsTheRefresh() {
-        QFETCH(QByteArray, reply);
-        QFETCH(int, tries);
-        QFETCH(int, look);
-        play(reply);
-        m_owner->held.expiryDate = m_owner->clock.addSecs(301);
-        m_owner->putIntoFile(m_owner->tokensNamed("another", 300), look);
-        for (int attempt = 0; attempt < tries; ++attempt)
-            passTime();
-        QCOMPARE(m_owner->forcedLogouts, 0);
-        QCOMPARE(heldToken(), QStringLiteral("another"));
-        QTEST(requests(), "requestsSent");
-        QCOMPARE(interval(), 2 * second);
-    }
-
     // A file that cannot be read may hold a newer token, so the refusal of this one ends nothing until it is read.
-    void aFileThatCannotBeReadEndsNothing_data() {
-        const TestKit::Columns<int> row("tries");
+    void aFileThatCannotBeReadEndsNothing() {
+        const TestKit::Rows row(this, [&](int tries) {
+            play(tries == 1 ? TestKit::problemReply("400 Bad Request", "token_rejected") : answer("503 Service Unavailable", ""));
+            m_owner->look = FileLook::Unread;
+            for (int attempt = 0; attempt < tries; ++attempt)
+                passTime();
+            QCOMPARE(m_owner->forcedLogouts, 0);
+            QCOMPARE(interval(), minute);
+            play(TestKit::goodTokenReply());
+            m_owner->look = FileLook::Read;
+            passTime();
+            QCOMPARE(heldToken(), QStringLiteral("new-token"));
+        });
         row("a refusal", 1);
         row("five failures", 5);
-    }
-
-    void aFileThatCannotBeReadEndsNothing() {
-        QFETCH(int, tries);
-        play(tries == 1 ? TestKit::problemReply("400 Bad Request", "token_rejected") : answer("503 Service Unavailable", ""));
-        m_owner->look = FileLook::Unread;
-        for (int attempt = 0; attempt < tries; ++attempt)
-            passTime();
-        QCOMPARE(m_owner->forcedLogouts, 0);
-        QCOMPARE(interval(), minute);
-        play(TestKit::goodTokenReply());
-        m_owner->look = FileLook::Read;
-        passTime();
-        QCOMPARE(heldToken(), QStringLiteral("new-token"));
     }
 
     // A host's code may hold the login state for long; the sign-in continues.
@@ -199,18 +181,15 @@ private slots:
     }
 
     // The next process finds a spent token in the file, and must not take the refusal for the end of the sign-in.
-    void aTokenThatIsNotInTheFileLeavesTheMark_data() {
-        const TestKit::Columns<StoreResult, bool> row("result", "isMarked");
+    void aTokenThatIsNotInTheFileLeavesTheMark() {
+        const TestKit::Rows row(this, [&](StoreResult result, bool isMarked) {
+            play(TestKit::goodTokenReply());
+            m_owner->storeResult = result;
+            passTime();
+            QCOMPARE(!QDir(m_fixture->folder.path()).entryList({"*.pending"}).isEmpty(), isMarked);
+        });
         row("in the file", StoreResult::Stored, false);
         row("in memory alone", StoreResult::Unwritten, true);
-    }
-
-    void aTokenThatIsNotInTheFileLeavesTheMark() {
-        QFETCH(int, result);
-        play(TestKit::goodTokenReply());
-        m_owner->storeResult = static_cast<StoreResult>(result);
-        passTime();
-        QTEST(!QDir(m_fixture->folder.path()).entryList({"*.pending"}).isEmpty(), "isMarked");
     }
 
     void aRefreshWorksWithoutLocks() {

@@ -54,25 +54,22 @@ private slots:
     }
 
     // For each kind of token one query, and one refresh when all of them find it expired.
-    void oneOAuth2RequestForAll_data() {
-        const TestKit::Columns<QString> row("spec");
+    void oneOAuth2RequestForAll() {
+        const TestKit::Rows row(this, [&](const QString& spec) {
+            startAll(key, secret);
+            // The OAuth 1.0 token has expired too by then, and is renewed on the way, once as well.
+            for (const qint64 offset : {0, 3601}) {
+                const int before = oauth2Requests();
+                const int tokensBefore = requests();
+                const QStringList tokens = askAll(offset, QStringLiteral("ask-oauth2 %1 %2 ") + spec);
+                QCOMPARE(tokens.size(), 1);
+                QVERIFY(!tokens.first().isEmpty());
+                QCOMPARE(oauth2Requests() - before, 1);
+                QCOMPARE(requests() - tokensBefore, offset > 0 ? 1 : 0);
+            }
+        });
         row("RT", "RT data");
         row("JWT", "JWT data");
-    }
-
-    void oneOAuth2RequestForAll() {
-        QFETCH(QString, spec);
-        startAll(key, secret);
-        // The OAuth 1.0 token has expired too by then, and is renewed on the way, once as well.
-        for (const qint64 offset : {0, 3601}) {
-            const int before = oauth2Requests();
-            const int tokensBefore = requests();
-            const QStringList tokens = askAll(offset, QStringLiteral("ask-oauth2 %1 %2 ") + spec);
-            QCOMPARE(tokens.size(), 1);
-            QVERIFY(!tokens.first().isEmpty());
-            QCOMPARE(oauth2Requests() - before, 1);
-            QCOMPARE(requests() - tokensBefore, offset > 0 ? 1 : 0);
-        }
     }
 
     void aKilledRefreshIsDoneByAnother() {

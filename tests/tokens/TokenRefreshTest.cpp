@@ -77,52 +77,43 @@ private slots:
         QVERIFY(!m_fixture->hasLogged("Wait ended."));
     }
 
-    void aRefusalToSignNamesItsReason_data() {
-        const TestKit::Columns<bool, QString, QString> row("signedIn", "clientKey", "reason");
+    void aRefusalToSignNamesItsReason() {
+        const TestKit::Rows row(this, [&](bool signedIn, const QString& clientKey, const QString& reason) {
+            m_session->AddClient({"unconfigured", 1, "Another", "/opt/another"});
+            QVERIFY(signedIn || signOut(*m_session));
+            QVERIFY(m_session->SignRequest(clientKey, order()).isEmpty());
+            QVERIFY2(m_fixture->hasLogged("SignRequest failed while signing url https://127.0.0.1/api/echo: " + reason),
+                     qPrintable(m_fixture->logger->texts().last()));
+        });
         row("signed out", false, key, "Login state is not valid.");
         row("not configured", true, "unconfigured", "Current configuration is null or invalid.");
     }
 
-    void aRefusalToSignNamesItsReason() {
-        QFETCH(bool, signedIn);
-        QFETCH(QString, clientKey);
-        QFETCH(QString, reason);
-        m_session->AddClient({"unconfigured", 1, "Another", "/opt/another"});
-        QVERIFY(signedIn || signOut(*m_session));
-        QVERIFY(m_session->SignRequest(clientKey, order()).isEmpty());
-        QVERIFY2(m_fixture->hasLogged("SignRequest failed while signing url https://127.0.0.1/api/echo: " + reason),
-                 qPrintable(m_fixture->logger->texts().last()));
-    }
-
-    void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed_data() {
-        const TestKit::Columns<bool> row("isSigning");
+    // A sign-in holds the lock until the service has answered.
+    void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed() {
+        const TestKit::Rows row(this, [&](bool isSigning) {
+            delay("request-token", 500);
+            m_fixture->logger->clear();
+            std::thread signingIn([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success); });
+            QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
+            std::thread caller([&] {
+                Util::SecretBytes token;
+                Util::SecretBytes tokenSecret;
+                QVERIFY(isSigning ? !m_session->SignRequest(key, order()).isEmpty()
+                                  : m_session->GetAccessToken(key, true, token, tokenSecret));
+            });
+            QTRY_VERIFY(m_fixture->hasLogged(isSigning ? "SignRequest: Acquiring login" : "GetAccessToken: Acquiring login"));
+            expire();
+            signingIn.join();
+            caller.join();
+            QVERIFY(m_fixture->hasLogged("Token refreshed successfully."));
+        });
         row("SignRequest", true);
         row("GetAccessToken", false);
     }
 
-    // A sign-in holds the lock until the service has answered.
-    void aTokenThatEndsDuringTheWaitForTheLockIsRefreshed() {
-        QFETCH(bool, isSigning);
-        delay("request-token", 500);
-        m_fixture->logger->clear();
-        std::thread signingIn([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::success); });
-        QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
-        std::thread caller([&] {
-            Util::SecretBytes token;
-            Util::SecretBytes tokenSecret;
-            QVERIFY(isSigning ? !m_session->SignRequest(key, order()).isEmpty()
-                              : m_session->GetAccessToken(key, true, token, tokenSecret));
-        });
-        QTRY_VERIFY(m_fixture->hasLogged(isSigning ? "SignRequest: Acquiring login" : "GetAccessToken: Acquiring login"));
-        expire();
-        signingIn.join();
-        caller.join();
-        QVERIFY(m_fixture->hasLogged("Token refreshed successfully."));
-    }
-
     void aSignOutElsewhereWinsOverARefresh() {
-        const auto other = m_fixture->makeSession();
-        QVERIFY(other->RestoreLogin(key, false));
+        const auto other = m_fixture->restoredSession();
         delay("access-token", 700);
         expire();
         std::thread caller([this] { QVERIFY(m_session->SignRequest(key, order()).isEmpty()); });
@@ -136,8 +127,7 @@ private slots:
     }
 
     void aSecondProductSignsInByItself() {
-        const auto second = m_fixture->makeSession(secondKey, secondSecret);
-        QVERIFY(second->RestoreLogin(secondKey, false));
+        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
         QVERIFY(second->isLoggedIn(QString()));
         QTRY_VERIFY(second->isLoggedIn(secondKey));
         QCOMPARE(queries(), 1);
@@ -145,23 +135,14 @@ private slots:
         QVERIFY(!second->SignRequest(secondKey, order()).isEmpty());
         // The file holds both, and the first product's own saves keep the second one's.
         QVERIFY(m_session->RefreshToken(key, true));
-        const auto third = m_fixture->makeSession(secondKey, secondSecret);
-        QVERIFY(third->RestoreLogin(secondKey, false));
+        const auto third = m_fixture->restoredSession(secondKey, secondSecret);
         QCOMPARE(accessToken(*third, secondKey), accessToken(*second, secondKey));
         QCOMPARE(queries(), 2);
     }
 
-    void aSecondProductOfTheSameProcessSignsInAfterTheFirst() {
-        m_session->AddClient({secondKey, 1, "Second", "/opt/second"});
-        QVERIFY(m_session->SetConfiguration(secondKey, TestKit::SessionFixture::configuration(secondKey, secondSecret)));
-        QTRY_VERIFY(m_session->isLoggedIn(secondKey));
-        QVERIFY(!m_session->SignRequest(secondKey, order()).isEmpty());
-    }
-
     void anAutomaticSignInIsTriedAgainUntilItIsHopeless() {
         QVERIFY(m_service.addFault("access-token", "status", {{"status", 500}}, 1));
-        const auto second = m_fixture->makeSession(secondKey, secondSecret);
-        QVERIFY(second->RestoreLogin(secondKey, false));
+        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
         QTRY_VERIFY(m_fixture->hasLogged("Token query timer started with interval 5 s"));
         QVERIFY(!second->isLoggedIn(secondKey));
         QVERIFY(m_service.addFault("access-token", "problem", {{"status", 400}, {"problem", "token_rejected"}}, 1));
@@ -241,8 +222,7 @@ private slots:
         TestKit::figure("longest stop at a random moment of a query or refresh", "< 2 s",
                         QStringLiteral("%1 ms (%2 stops)").arg(longest).arg(rounds));
         QVERIFY2(!TestKit::isSoak() || longest < 2000, qPrintable(QString::number(longest)));
-        const auto session = m_fixture->makeSession();
-        QVERIFY(session->RestoreLogin(key, false));
+        const auto session = m_fixture->restoredSession();
         QVERIFY(session->isLoggedIn(key));
     }
 

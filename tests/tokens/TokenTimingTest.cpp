@@ -12,8 +12,11 @@ class TokenTimingTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void theRefreshIntervalShrinksTowardsTheExpiry_data() {
-        const Velquor::TestKit::Columns<qint64, int> row("seconds", "expected");
+    void theRefreshIntervalShrinksTowardsTheExpiry() {
+        const Velquor::TestKit::Rows row([&](qint64 seconds, int expected) {
+            QCOMPARE(refreshIntervalMs(seconds, 2000), expected);
+            QCOMPARE(isTimeToRefresh(seconds), seconds <= 300);
+        });
         row("expired an hour ago", -3600, 2000);
         row("inside the margin", 299, 2000);
         row("at the margin", 300, 2000);
@@ -26,12 +29,6 @@ private slots:
         row("just under 65 minutes", 3899, 600000);
         row("65 minutes", 3900, 3600000);
         row("ten years", qint64(10LL * 366 * 86400), 3600000);
-    }
-
-    void theRefreshIntervalShrinksTowardsTheExpiry() {
-        QFETCH(qint64, seconds);
-        QTEST(refreshIntervalMs(seconds, 2000), "expected");
-        QCOMPARE(isTimeToRefresh(seconds), seconds <= 300);
     }
 
     // Waking up at the intervals, a token of any lifetime is refreshed before it expires.

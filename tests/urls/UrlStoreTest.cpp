@@ -55,9 +55,19 @@ private slots:
         SupportFiles::setSearchPaths(QString());
     }
 
-    void readsUrlsAndReportsMissingOnes_data() {
+    void readsUrlsAndReportsMissingOnes() {
         // url: empty: the key is reported as missing
-        const TestKit::Columns<QByteArray, QString> row("text", "url");
+        const TestKit::Rows row(this, [&](const QByteArray& text, const QString& url) {
+            put(productionFile, text);
+            for (int lookup = 0; lookup < 2; ++lookup)
+                QCOMPARE(m_store->GetUrl(Production, accountKey), url);
+            const QString file = path(productionFile);
+            QCOMPARE(m_logger->texts(Log::Level::Information),
+                     QStringList({QStringLiteral("Read the JSON file %1 successfully").arg(file),
+                                  QStringLiteral("Loaded web services urls from file %1").arg(file)}));
+            const QStringList reported{missing(accountKey, file), missing(accountKey, file)};
+            QCOMPARE(m_logger->texts(Log::Level::Error), url.isEmpty() ? reported : QStringList());
+        });
         row("plain", account("one"), "https://one");
         row("byte order mark", "\xef\xbb\xbf" + account("one"), "https://one");
         row("non-ASCII and escapes", document("\"AccountServerUrl\":\"https:\\/\\/\\u00e4\xc3\xa4\""), "https://\u00e4\u00e4");
@@ -73,22 +83,16 @@ private slots:
         row("the path as one name", "{\"Configurations.WebServices.Urls\":{\"AccountServerUrl\":\"a\"}}", "");
     }
 
-    void readsUrlsAndReportsMissingOnes() {
-        QFETCH(QByteArray, text);
-        QFETCH(QString, url);
-        put(productionFile, text);
-        for (int lookup = 0; lookup < 2; ++lookup)
-            QCOMPARE(m_store->GetUrl(Production, accountKey), url);
-        const QString file = path(productionFile);
-        QCOMPARE(m_logger->texts(Log::Level::Information),
-                 QStringList({QStringLiteral("Read the JSON file %1 successfully").arg(file),
-                              QStringLiteral("Loaded web services urls from file %1").arg(file)}));
-        const QStringList reported{missing(accountKey, file), missing(accountKey, file)};
-        QCOMPARE(m_logger->texts(Log::Level::Error), url.isEmpty() ? reported : QStringList());
-    }
-
-    void malformedFilesChangeNothing_data() {
-        const TestKit::Columns<QByteArray> row("text");
+    void malformedFilesChangeNothing() {
+        const TestKit::Rows row(this, [&](const QByteArray& text) {
+            put(productionFile, text);
+            QVERIFY(!readUrlFile(path(productionFile), *m_logger));
+            const QStringList errors = m_logger->texts(Log::Level::Error);
+            QCOMPARE(errors.size(), 2);
+            QVERIFY(errors.at(0).startsWith("Exception "));
+            QVERIFY(errors.at(0).endsWith(QStringLiteral(" while parsing configuration file ") + path(productionFile)));
+            QCOMPARE(errors.at(1), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
+        });
         row("empty", {});
         row("one byte", "{");
         row("NUL", QByteArray(100, '\0'));
@@ -100,17 +104,6 @@ private slots:
         row("100000 deep after closing", QByteArray("]").repeated(100000) + QByteArray("[").repeated(100000));
         row("bad UTF-8", document("\"AccountServerUrl\":\"\xff\xfe\""));
         row("UTF-16", QByteArray("\xff\xfe{\0}\0", 6));
-    }
-
-    void malformedFilesChangeNothing() {
-        QFETCH(QByteArray, text);
-        put(productionFile, text);
-        QVERIFY(!readUrlFile(path(productionFile), *m_logger));
-        const QStringList errors = m_logger->texts(Log::Level::Error);
-        QCOMPARE(errors.size(), 2);
-        QVERIFY(errors.at(0).startsWith("Exception "));
-        QVERIFY(errors.at(0).endsWith(QStringLiteral(" while parsing configuration file ") + path(productionFile)));
-        QCOMPARE(errors.at(1), QStringLiteral("Read the JSON file %1 failed").arg(path(productionFile)));
     }
 
     void missingFilesAreNotLookedForInTheWorkingDirectory() {
@@ -149,30 +142,30 @@ private slots:
         organization.clear();
     }
 
-    void settingsNameTheFile_data() {
-        const TestKit::Columns<int, QString, bool, QString> row("server", "setting", "isAbsolute", "url");
-        row("staging", int(Staging), "StagingServerConfigJsonFile", false, "https://named");
-        row("staging, a full path", int(Staging), "StagingServerConfigJsonFile", true, "https://named");
-        row("development", int(Development), "DevServerConfigJsonFile", false, "https://named");
-        row("another server's", int(Staging), "DevServerConfigJsonFile", false, "https://usual");
-        row("none for production", int(Production), "StagingServerConfigJsonFile", false, "https://usual");
-    }
-
     void settingsNameTheFile() {
-        QFETCH(int, server);
-        QFETCH(QString, setting);
-        QFETCH(bool, isAbsolute);
-        for (const char* const name :
-             {"VqWebservicesURLs.config", "VqWebservicesURLs-Staging.config", "VqWebservicesURLs-Development.config"})
-            put(QLatin1String(name), account("usual"));
-        put("named/My.config", account("named"));
-        SupportFiles::setSearchPaths(m_folder->path() + QLatin1Char(';') + path("named"));
-        settings().setValue(setting, isAbsolute ? path("named/My.config") : QStringLiteral("My.config"));
-        QTEST(m_store->GetUrl(static_cast<Server>(server), accountKey), "url");
+        const TestKit::Rows row(this, [&](Server server, const QString& setting, bool isAbsolute, const QString& url) {
+            for (const char* const name :
+                 {"VqWebservicesURLs.config", "VqWebservicesURLs-Staging.config", "VqWebservicesURLs-Development.config"})
+                put(QLatin1String(name), account("usual"));
+            put("named/My.config", account("named"));
+            SupportFiles::setSearchPaths(m_folder->path() + QLatin1Char(';') + path("named"));
+            settings().setValue(setting, isAbsolute ? path("named/My.config") : QStringLiteral("My.config"));
+            QCOMPARE(m_store->GetUrl(server, accountKey), url);
+        });
+        row("staging", Staging, "StagingServerConfigJsonFile", false, "https://named");
+        row("staging, a full path", Staging, "StagingServerConfigJsonFile", true, "https://named");
+        row("development", Development, "DevServerConfigJsonFile", false, "https://named");
+        row("another server's", Staging, "DevServerConfigJsonFile", false, "https://usual");
+        row("none for production", Production, "StagingServerConfigJsonFile", false, "https://usual");
     }
 
-    void tokensAreNotSentInClear_data() {
-        const TestKit::Columns<QString, bool, QString> row("service", "isAllowed", "url");
+    void tokensAreNotSentInClear() {
+        const TestKit::Rows row(this, [&](const QString& service, bool isAllowed, const QString& url) {
+            if (isAllowed)
+                settings().setValue("AllowPlainHttp", "True");
+            QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, service}, {"New", "/n"}}));
+            QCOMPARE(m_store->endPoint(Production, accountKey, "New"), url);
+        });
         row("https", "https://a", false, "https://a/n");
         row("http", "http://a", false, "");
         row("http in capitals", "HTTP://a", false, "");
@@ -181,15 +174,6 @@ private slots:
         row("http on this machine by IPv6", "http://[::1]", false, "http://[::1]/n");
         row("http on this machine by name", "http://localhost", false, "http://localhost/n");
         row("http to a name like it", "http://localhost.example.com", false, "");
-    }
-
-    void tokensAreNotSentInClear() {
-        QFETCH(QString, service);
-        QFETCH(bool, isAllowed);
-        if (isAllowed)
-            settings().setValue("AllowPlainHttp", "True");
-        QVERIFY(m_store->SetUrlOverrides(Production, {{accountKey, service}, {"New", "/n"}}));
-        QTEST(m_store->endPoint(Production, accountKey, "New"), "url");
     }
 
     void overridesWinUntilTheyAreCleared() {
@@ -237,19 +221,16 @@ private slots:
         QCOMPARE(m_store->GetUrl(Production, accountKey), QStringLiteral("https://third"));
     }
 
-    void searchPathsAreNormalised_data() {
-        const TestKit::Columns<QString, QString> row("text", "paths");
+    void searchPathsAreNormalised() {
+        const TestKit::Rows row(this, [&](const QString& text, const QString& paths) {
+            SupportFiles::setSearchPaths(text);
+            QCOMPARE(SupportFiles::searchPathsText(), paths);
+            QCOMPARE(SupportFiles::folders().first(), QCoreApplication::applicationDirPath());
+        });
         row("none", "", "");
         row("separators only", " ; ;;", "");
         row("duplicate in another case, blanks", "C:/A;;c:/a; C:/B ", "C:/A;C:/B");
         row("cleaned", "/a//b/../c/;/a/c;/d/.", "/a/c;/d");
-    }
-
-    void searchPathsAreNormalised() {
-        QFETCH(QString, text);
-        SupportFiles::setSearchPaths(text);
-        QTEST(SupportFiles::searchPathsText(), "paths");
-        QCOMPARE(SupportFiles::folders().first(), QCoreApplication::applicationDirPath());
     }
 
     void everyUrlCodeHasItsKey() {
@@ -273,27 +254,6 @@ private slots:
             QVERIFY(m_store->GetUrl(Production, static_cast<WebServicesUrlCode>(code)).isEmpty());
             QVERIFY(m_logger->texts(Log::Level::Error).last().contains(QString::number(code)));
         }
-    }
-
-    void theShippedExamplesHaveEveryKey_data() {
-        const TestKit::Columns<QString> row("name");
-        for (const char* const name : {"VqWebservicesURLs", "VqWebservicesURLs-Staging", "VqWebservicesURLs-Development"})
-            row(name,
-                QStringLiteral("%1/config/%2.config.example").arg(qEnvironmentVariable("VQ_SOURCE_DIR"), QLatin1String(name)));
-    }
-
-    void theShippedExamplesHaveEveryKey() {
-        if (!qEnvironmentVariableIsSet("VQ_SOURCE_DIR"))
-            QSKIP("CTest tells where the sources are");
-        QFETCH(QString, name);
-        const UrlMap urls = readUrlFile(name, *m_logger).value_or(UrlMap());
-        QVERIFY(!urls.isEmpty());
-        QStringList keys{"RequestTokenEndPoint",    "AuthorizationEndPoint",  "AccessTokenEndPoint",      "LogoutEndPoint",
-                         "InvalidateTokenEndPoint", "OAuth2AccountServerUrl", "OAuth2AccessTokenEndPoint"};
-        for (int code = 0; code <= 48; ++code)
-            keys += urlKey(static_cast<WebServicesUrlCode>(code));
-        for (const QString& key : keys)
-            QVERIFY2(urls.contains(key), qPrintable(key));
     }
 
     void lookUpsDuringChangesFindTheOldOrTheNewUrl() {

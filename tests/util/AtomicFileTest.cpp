@@ -12,27 +12,22 @@ class AtomicFileTest : public QObject {
 private slots:
     void init() { m_folder = std::make_unique<QTemporaryDir>(); }
 
-    void readsBoundedFilesOnly_data() {
-        // size: of the file; -1: none is made
-        const Velquor::TestKit::Columns<QString, int, int> row("name", "size", "status");
-        row("missing", "file", -1, int(ReadResult::Status::Missing));
-        row("missing folder", "no/such/file", -1, int(ReadResult::Status::Missing));
-        row("empty", "file", 0, int(ReadResult::Status::Read));
-        row("as large as allowed", "file", 100, int(ReadResult::Status::Read));
-        row("too large", "file", 101, int(ReadResult::Status::Failed));
-        row("folder", ".", -1, int(ReadResult::Status::Failed));
-    }
-
     void readsBoundedFilesOnly() {
-        QFETCH(QString, name);
-        QFETCH(int, size);
-        QFETCH(int, status);
-        if (size >= 0)
-            put(m_folder->filePath(name), QByteArray(size, 'x'));
-        const ReadResult result = AtomicFile::read(m_folder->filePath(name), 100);
-        QCOMPARE(int(result.status), status);
-        QCOMPARE(result.error.isEmpty(), result.status != ReadResult::Status::Failed);
-        QCOMPARE(result.data.size(), result.status == ReadResult::Status::Read ? size : 0);
+        // size: of the file; -1: none is made
+        const Velquor::TestKit::Rows row(this, [&](const QString& name, int size, ReadResult::Status status) {
+            if (size >= 0)
+                put(m_folder->filePath(name), QByteArray(size, 'x'));
+            const ReadResult result = AtomicFile::read(m_folder->filePath(name), 100);
+            QCOMPARE(result.status, status);
+            QCOMPARE(result.error.isEmpty(), result.status != ReadResult::Status::Failed);
+            QCOMPARE(result.data.size(), result.status == ReadResult::Status::Read ? size : 0);
+        });
+        row("missing", "file", -1, ReadResult::Status::Missing);
+        row("missing folder", "no/such/file", -1, ReadResult::Status::Missing);
+        row("empty", "file", 0, ReadResult::Status::Read);
+        row("as large as allowed", "file", 100, ReadResult::Status::Read);
+        row("too large", "file", 101, ReadResult::Status::Failed);
+        row("folder", ".", -1, ReadResult::Status::Failed);
     }
 
     void aWriteReplacesTheWholeFile() {
@@ -67,20 +62,17 @@ private slots:
         QCOMPARE(torn.load(), 0);
     }
 
-    void failureKeepsTheOld_data() {
-        const Velquor::TestKit::Columns<QString> row("name");
+    void failureKeepsTheOld() {
+        const Velquor::TestKit::Rows row(this, [&](const QString& name) {
+            QVERIFY(QDir(m_folder->path()).mkpath("folder/inside"));
+            const Result<void> written = AtomicFile::write(m_folder->filePath(name), "new");
+            QVERIFY(!written && !written.reason().isEmpty());
+            QCOMPARE(files(), QStringList());
+            QVERIFY(QFileInfo(m_folder->filePath("folder/inside")).isDir());
+        });
         row("missing folder", "no/such/State.xml");
         row("a folder is in the way", "folder");
         row("no name is left for the temporary", QString(250, QLatin1Char('n')));
-    }
-
-    void failureKeepsTheOld() {
-        QFETCH(QString, name);
-        QVERIFY(QDir(m_folder->path()).mkpath("folder/inside"));
-        const Result<void> written = AtomicFile::write(m_folder->filePath(name), "new");
-        QVERIFY(!written && !written.reason().isEmpty());
-        QCOMPARE(files(), QStringList());
-        QVERIFY(QFileInfo(m_folder->filePath("folder/inside")).isDir());
     }
 
     void removesOnlyItsTemporaries() {

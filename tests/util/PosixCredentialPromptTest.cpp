@@ -100,26 +100,22 @@ private slots:
         QCOMPARE(terminal.shown().count("sesame"), 1);
     }
 
-    void mayBeCanceled_data() {
-        const Velquor::TestKit::Columns<QByteArray, QByteArray> row("user", "password");
+    void mayBeCanceled() {
+        const Velquor::TestKit::Rows row([&](const QByteArray& user, const QByteArray& password) {
+            Terminal terminal;
+            QVERIFY(terminal.waitFor("User name: "));
+            terminal.type(user);
+            if (!password.isEmpty()) {
+                QVERIFY(terminal.waitFor("Password: "));
+                QTest::qWait(100);
+                terminal.type(password);
+            }
+            QVERIFY2(terminal.waitFor("<1223||>"), terminal.shown().constData());
+        });
         row("no name", "\n", {});
         row("end of input for the name", "\x04", {});
         row("end of input for the password", "joe\n", "\x04");
         row("interrupt in the password", "joe\n", "ses\x03\n");
-    }
-
-    void mayBeCanceled() {
-        QFETCH(QByteArray, user);
-        QFETCH(QByteArray, password);
-        Terminal terminal;
-        QVERIFY(terminal.waitFor("User name: "));
-        terminal.type(user);
-        if (!password.isEmpty()) {
-            QVERIFY(terminal.waitFor("Password: "));
-            QTest::qWait(100);
-            terminal.type(password);
-        }
-        QVERIFY2(terminal.waitFor("<1223||>"), terminal.shown().constData());
     }
 
     void mayBeCanceledFromAnotherThread() {

@@ -1,4 +1,3 @@
-#include "TestKit/Soak.h"
 #include "TestKit/Test.h"
 #include "VqLog/KnownSecrets.h"
 #include "VqLog/LogQueue.h"
@@ -16,8 +15,8 @@ class UtilTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void timeSpansAreShownInTheirTwoLargestUnits_data() {
-        const TestKit::Columns<qint64, QString> add("milliseconds", "text");
+    void timeSpansAreShownInTheirTwoLargestUnits() {
+        const TestKit::Rows add([&](qint64 milliseconds, const QString& text) { QCOMPARE(timeSpanText(milliseconds), text); });
         const auto row = [&](qint64 milliseconds, const char* text) { add(text, milliseconds, QString::fromLatin1(text)); };
         row(0, "0 ms");
         row(999, "999 ms");
@@ -35,13 +34,12 @@ private slots:
         row(std::numeric_limits<qint64>::min(), "-106751991167 d 7 h");
     }
 
-    void timeSpansAreShownInTheirTwoLargestUnits() {
-        QFETCH(qint64, milliseconds);
-        QTEST(timeSpanText(milliseconds), "text");
-    }
-
-    void acceptsXmlWithinTheBounds_data() {
-        const TestKit::Columns<QByteArray, QString> row("text", "content");
+    void acceptsXmlWithinTheBounds() {
+        const TestKit::Rows row([&](const QByteArray& text, const QString& content) {
+            const XmlResult result = parseBoundedXml(text);
+            QCOMPARE(result.error, QString());
+            QCOMPARE(result.document.documentElement().text(), content);
+        });
         const XmlLimits limits;
         row("entities of the language", "<a>&lt;&amp;&#65;&gt;</a>", "<&A>");
         row("CDATA", "<a><![CDATA[<x>&y;]]></a>", "<x>&y;");
@@ -52,16 +50,16 @@ private slots:
             QString(static_cast<int>(limits.size) - 7, QLatin1Char('x')));
     }
 
-    void acceptsXmlWithinTheBounds() {
-        QFETCH(QByteArray, text);
-        const XmlResult result = parseBoundedXml(text);
-        QCOMPARE(result.error, QString());
-        QTEST(result.document.documentElement().text(), "content");
-    }
-
-    void refusesHostileXmlQuickly_data() {
+    void refusesHostileXmlQuickly() {
         // error: a part of it
-        const TestKit::Columns<QByteArray, QString> row("text", "error");
+        const TestKit::Rows row([&](const QByteArray& text, const QString& error) {
+            const TestKit::Stopwatch timer;
+            const XmlResult result = parseBoundedXml(text);
+            QVERIFY(!result.isValid());
+            QVERIFY2(result.error.contains(error), qPrintable(result.error));
+            QVERIFY(result.document.documentElement().isNull());
+            QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+        });
         const XmlLimits limits;
         const QString any;
         const QString dtd = QStringLiteral("document type definition");
@@ -95,19 +93,8 @@ private slots:
         row("DTD in another encoding", "<?xml version='1.0' encoding='UTF-7'?>+ADwAIQ-DOCTYPE a+AD4-<a/>", any);
     }
 
-    void refusesHostileXmlQuickly() {
-        QFETCH(QByteArray, text);
-        QFETCH(QString, error);
-        const TestKit::Stopwatch timer;
-        const XmlResult result = parseBoundedXml(text);
-        QVERIFY(!result.isValid());
-        QVERIFY2(result.error.contains(error), qPrintable(result.error));
-        QVERIFY(result.document.documentElement().isNull());
-        QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
-    }
-
-    void logTextsStayOnOneLine_data() {
-        const TestKit::Columns<QString, QString> row("text", "line");
+    void logTextsStayOnOneLine() {
+        const TestKit::Rows row([&](const QString& text, const QString& line) { QCOMPARE(Log::singleLine(text), line); });
         row("plain", "a \u00e4 \U0001F511 %s%n %1", "a \u00e4 \U0001F511 %s%n %1");
         row("line ends", "a\r\nb\tc", "a\\r\\nb\\tc");
         row("NUL", QString(QChar(0)), "\\x00");
@@ -116,14 +103,14 @@ private slots:
         row("separators", "\u2028\u2029", "\\u2028\\u2029");
     }
 
-    void logTextsStayOnOneLine() {
-        QFETCH(QString, text);
-        QTEST(Log::singleLine(text), "line");
-    }
-
-    void secretsAreHiddenInEachFormAndPlace_data() {
+    void secretsAreHiddenInEachFormAndPlace() {
         const QByteArray secret = "ab/cd+ef=&\"gh";
-        const TestKit::Columns<QString, QString> row("text", "line");
+        const TestKit::Rows row([&](const QString& text, const QString& line) {
+            Log::KnownSecrets::learn("ab/cd+ef=&\"gh");
+            Log::KnownSecrets::learn("short");
+            QCOMPARE(Log::logLine(text), line);
+            QVERIFY(Log::logLine(text).toUtf8().size() <= 4096);
+        });
         row("alone", secret, "***");
         row("twice, at both ends", secret + secret + " x " + secret, "****** x ***");
         row("in a word", "x" + secret + "y", "x***y");
@@ -141,14 +128,6 @@ private slots:
         row("a long text", QString(6000000, 'x'), QString(4065, 'x') + "... (6000000 characters in all)");
         row("a long text of other characters", QString(4000, QChar(0xe4)),
             QString(2034, QChar(0xe4)) + "... (4000 characters in all)");
-    }
-
-    void secretsAreHiddenInEachFormAndPlace() {
-        QFETCH(QString, text);
-        Log::KnownSecrets::learn("ab/cd+ef=&\"gh");
-        Log::KnownSecrets::learn("short");
-        QTEST(Log::logLine(text), "line");
-        QVERIFY(Log::logLine(text).toUtf8().size() <= 4096);
     }
 
     void theOldestSecretIsForgottenAfterManyOthers() {

@@ -39,16 +39,28 @@ WebServicesConfiguration fullConfiguration() {
 
 } // namespace
 
-Q_DECLARE_METATYPE(Change)
-
 class ValuesTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void textsFollowTheBufferRule_data() {
+    void textsFollowTheBufferRule() {
         // size: -2: a null buffer
         // written: a null text: nothing
-        const Velquor::TestKit::Columns<QString, int, int, QString> row("text", "size", "result", "written");
+        const Velquor::TestKit::Rows row([&](const QString& text, int size, int result, const QString& written) {
+            WebServicesConfiguration configuration;
+            configuration.SetConsumerKey(text.toStdWString().c_str()); // sealed in memory
+            configuration.SetSerialNumber(text.toStdWString().c_str());
+            for (const auto getter : {&WebServicesConfiguration::GetConsumerKey, &WebServicesConfiguration::GetSerialNumber}) {
+                std::vector<wchar_t> buffer(12, untouched);
+                QCOMPARE((configuration.*getter)(size == -2 ? nullptr : buffer.data(), size), result);
+                const auto used = written.isNull() ? size_t(0) : static_cast<size_t>(written.size()) + 1;
+                // Without a conversion from wide text, which would drop a byte order mark.
+                QVERIFY(std::wstring(buffer.data(), used ? used - 1 : 0) == written.toStdWString());
+                QVERIFY(!used || buffer[used - 1] == 0);
+                QVERIFY(std::all_of(buffer.begin() + static_cast<int>(used), buffer.end(),
+                                    [](wchar_t unit) { return unit == untouched; }));
+            }
+        });
         const QString five = QStringLiteral("h\u00e9llo");
         row("null buffer", five, -2, 5, {});
         row("null buffer, empty text", {}, -2, 0, {});
@@ -65,28 +77,18 @@ private slots:
         row("reversed byte order mark", QStringLiteral("\ufffea"), 9, 2, QStringLiteral("\ufffea"));
     }
 
-    void textsFollowTheBufferRule() {
-        QFETCH(QString, text);
-        QFETCH(int, size);
-        QFETCH(QString, written);
-        WebServicesConfiguration configuration;
-        configuration.SetConsumerKey(text.toStdWString().c_str()); // sealed in memory
-        configuration.SetSerialNumber(text.toStdWString().c_str());
-        for (const auto getter : {&WebServicesConfiguration::GetConsumerKey, &WebServicesConfiguration::GetSerialNumber}) {
-            std::vector<wchar_t> buffer(12, untouched);
-            QTEST((configuration.*getter)(size == -2 ? nullptr : buffer.data(), size), "result");
-            const auto used = written.isNull() ? size_t(0) : static_cast<size_t>(written.size()) + 1;
-            // Without a conversion from wide text, which would drop a byte order mark.
-            QVERIFY(std::wstring(buffer.data(), used ? used - 1 : 0) == written.toStdWString());
-            QVERIFY(!used || buffer[used - 1] == 0);
-            QVERIFY(std::all_of(buffer.begin() + static_cast<int>(used), buffer.end(),
-                                [](wchar_t unit) { return unit == untouched; }));
-        }
-    }
-
-    void bytesFollowTheBufferRule_data() {
-        // buffer: what the first eight bytes hold afterwards
-        const Velquor::TestKit::Columns<QByteArray, int, int, QByteArray> row("value", "size", "result", "buffer");
+    void bytesFollowTheBufferRule() {
+        // held: what the first eight bytes hold afterwards
+        const Velquor::TestKit::Rows row([&](const QByteArray& value, int size, int result, const QByteArray& held) {
+            NetworkCookie cookie;
+            cookie.SetName(value.constData());
+            cookie.SetValue(value.constData());
+            for (const auto getter : {&NetworkCookie::GetName, &NetworkCookie::GetValue}) {
+                QByteArray buffer(8, '#');
+                QCOMPARE((cookie.*getter)(size == -2 ? nullptr : buffer.data(), size), result);
+                QCOMPARE(buffer, held);
+            }
+        });
         row("null buffer", "abc", -2, 3, "########");
         row("negative", "abc", -1, 0, "########");
         row("size 0", "abc", 0, 0, "########");
@@ -97,35 +99,19 @@ private slots:
         row("no text", "\xff\xc3\x01", 8, 3, QByteArray("\xff\xc3\x01\0####", 8));
     }
 
-    void bytesFollowTheBufferRule() {
-        QFETCH(QByteArray, value);
-        QFETCH(int, size);
-        NetworkCookie cookie;
-        cookie.SetName(value.constData());
-        cookie.SetValue(value.constData());
-        for (const auto getter : {&NetworkCookie::GetName, &NetworkCookie::GetValue}) {
-            QByteArray buffer(8, '#');
-            QTEST((cookie.*getter)(size == -2 ? nullptr : buffer.data(), size), "result");
-            QTEST(buffer, "buffer");
-        }
-    }
-
-    void aTokenIsNeverCut_data() {
-        const Velquor::TestKit::Columns<int, int, QString> row("size", "result", "buffer");
+    void aTokenIsNeverCut() {
+        const Velquor::TestKit::Rows row([&](int size, int result, const QString& held) {
+            OAuth2Token token;
+            OAuth2TokenImp::of(token).token = L"token";
+            std::vector<wchar_t> buffer(8, untouched);
+            QCOMPARE(token.GetToken(size == -2 ? nullptr : buffer.data(), size), result);
+            QCOMPARE(QString::fromWCharArray(buffer.data(), 8), held);
+        });
         row("null buffer", -2, 5, "~~~~~~~~");
         row("size 0", 0, 0, "~~~~~~~~");
         row("size 1", 1, 0, QString(QChar(0)) + QStringLiteral("~~~~~~~"));
         row("as long as the token", 5, 0, QString(QChar(0)) + QStringLiteral("~~~~~~~"));
         row("fits", 6, 5, QStringLiteral("token") + QChar(0) + QStringLiteral("~~"));
-    }
-
-    void aTokenIsNeverCut() {
-        QFETCH(int, size);
-        OAuth2Token token;
-        OAuth2TokenImp::of(token).token = L"token";
-        std::vector<wchar_t> buffer(8, untouched);
-        QTEST(token.GetToken(size == -2 ? nullptr : buffer.data(), size), "result");
-        QTEST(QString::fromWCharArray(buffer.data(), 8), "buffer");
     }
 
     // The sanitizer sees a read beyond these buffers.
@@ -154,8 +140,14 @@ private slots:
         QCOMPARE(QString::fromWCharArray(copy.get()), QStringLiteral("a\u20ac\U0001F511"));
     }
 
-    void scopesAreNormalised_data() {
-        const Velquor::TestKit::Columns<QString, QString> row("scope", "normal");
+    void scopesAreNormalised() {
+        const Velquor::TestKit::Rows row([&](const QString& scope, const QString& normal) {
+            const OAuth2TokenSpec spec(JWT, scope.toStdWString().c_str());
+            QCOMPARE(QString::fromStdWString(scopeOf(spec)), normal);
+            OAuth2TokenSpec again;
+            QVERIFY(again.SetScope(normal.toStdWString().c_str()));
+            QCOMPARE(QString::fromStdWString(scopeOf(again)), normal);
+        });
         row("empty", {}, {});
         row("blanks only", " \t \n ", {});
         row("one word", "\tdata ", "data");
@@ -168,19 +160,16 @@ private slots:
         row("same word twice stays", "a a", "a a");
     }
 
-    void scopesAreNormalised() {
-        QFETCH(QString, scope);
-        QFETCH(QString, normal);
-        const OAuth2TokenSpec spec(JWT, scope.toStdWString().c_str());
-        QCOMPARE(QString::fromStdWString(scopeOf(spec)), normal);
-        OAuth2TokenSpec again;
-        QVERIFY(again.SetScope(normal.toStdWString().c_str()));
-        QCOMPARE(QString::fromStdWString(scopeOf(again)), normal);
-    }
-
-    void specsAreEqualWhateverTheOrderOfTheirScope_data() {
+    void specsAreEqualWhateverTheOrderOfTheirScope() {
         // equal: to RT "b a"
-        const Velquor::TestKit::Columns<int, QString, bool, bool, QString> row("type", "scope", "legacy", "equal", "text");
+        const Velquor::TestKit::Rows row([&](int type, const QString& scope, bool legacy, bool equal, const QString& text) {
+            const OAuth2TokenSpec reference(RT, L"b a");
+            OAuth2TokenSpec spec(static_cast<OAuth2TokenType>(type), scope.toStdWString().c_str());
+            OAuth2TokenSpecImp::of(spec).legacy = legacy;
+            QCOMPARE(spec == reference, equal);
+            QCOMPARE(reference != spec, !equal);
+            QCOMPARE(OAuth2TokenSpecImp::of(spec).toText(), text);
+        });
         row("order and case", 1, "A B", false, true, "RT.A B");
         row("type", 2, "a b", false, false, "JWT.a b");
         row("legacy", 1, "a b", true, false, "RT.a b");
@@ -190,22 +179,20 @@ private slots:
         row("unknown type", 7, "%2", false, false, "Unknown.%2");
     }
 
-    void specsAreEqualWhateverTheOrderOfTheirScope() {
-        QFETCH(int, type);
-        QFETCH(QString, scope);
-        QFETCH(bool, legacy);
-        QFETCH(bool, equal);
-        const OAuth2TokenSpec reference(RT, L"b a");
-        OAuth2TokenSpec spec(static_cast<OAuth2TokenType>(type), scope.toStdWString().c_str());
-        OAuth2TokenSpecImp::of(spec).legacy = legacy;
-        QCOMPARE(spec == reference, equal);
-        QCOMPARE(reference != spec, !equal);
-        QTEST(OAuth2TokenSpecImp::of(spec).toText(), "text");
-    }
-
-    void everyFieldCountsInAComparison_data() {
-        const Velquor::TestKit::Columns<Change, bool> add("change", "equal");
-        const auto row = [&](const char* name, bool equal, const Change& change) { add(name, change, equal); };
+    void everyFieldCountsInAComparison() {
+        const Velquor::TestKit::Rows row([](bool equal, const Change& change) {
+            const WebServicesConfiguration reference = fullConfiguration();
+            WebServicesConfiguration changed(reference);
+            const auto& imp = WebServicesConfigurationImp::of(reference);
+            QVERIFY(imp.equals(WebServicesConfigurationImp::of(changed)));
+            change(changed);
+            QCOMPARE(imp.equals(WebServicesConfigurationImp::of(changed)), equal);
+            QCOMPARE(WebServicesConfigurationImp::of(changed).equals(imp), equal);
+            // A copy carries every field along.
+            const WebServicesConfiguration copy(changed);
+            QVERIFY(WebServicesConfigurationImp::of(copy).equals(WebServicesConfigurationImp::of(changed)));
+            QCOMPARE(WebServicesConfigurationImp::of(copy).extraValues, WebServicesConfigurationImp::of(changed).extraValues);
+        });
         using C = WebServicesConfiguration;
         row("server", false, [](C& c) { c.SetServer(Staging); });
         row("consumer key", false, [](C& c) { c.SetConsumerKey(L"Key"); });
@@ -223,21 +210,6 @@ private slots:
         row("user id without effect", true, [](C& c) { c.SetCIPUserId(L"x"); });
         row("extra values", true, [](C& c) { WebServicesConfigurationImp::of(c).extraValues.insert("a", "b"); });
         row("derived key asked for", true, [](C& c) { (void)WebServicesConfigurationImp::of(c).derivedKey(); });
-    }
-
-    void everyFieldCountsInAComparison() {
-        QFETCH(Change, change);
-        const WebServicesConfiguration reference = fullConfiguration();
-        WebServicesConfiguration changed(reference);
-        const auto& imp = WebServicesConfigurationImp::of(reference);
-        QVERIFY(imp.equals(WebServicesConfigurationImp::of(changed)));
-        change(changed);
-        QTEST(imp.equals(WebServicesConfigurationImp::of(changed)), "equal");
-        QTEST(WebServicesConfigurationImp::of(changed).equals(imp), "equal");
-        // A copy carries every field along.
-        const WebServicesConfiguration copy(changed);
-        QVERIFY(WebServicesConfigurationImp::of(copy).equals(WebServicesConfigurationImp::of(changed)));
-        QCOMPARE(WebServicesConfigurationImp::of(copy).extraValues, WebServicesConfigurationImp::of(changed).extraValues);
     }
 
     void derivedKeyFollowsTheKey() {

@@ -8,80 +8,73 @@
 
 using namespace Velquor::Util;
 
-Q_DECLARE_METATYPE(ThreadServes)
-
 class WindowsDispatcherTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void everyPostedEventArrives_data() {
-        const Velquor::TestKit::Columns<int, ThreadServes> columns("posters", "serves");
-        for (const int posters : {1, 3}) {
-            QTest::addRow("posts and timers, %d", posters) << posters << ThreadServes::PostsAndTimers;
-            QTest::addRow("local sockets too, %d", posters) << posters << ThreadServes::LocalSocketsToo;
-        }
-    }
-
     // Each posts the next event as soon as its last one was received: just when the thread is about to fall asleep.
     void everyPostedEventArrives() {
-        QFETCH(int, posters);
-        QFETCH(ThreadServes, serves);
-        constexpr int count = 5000;
-        QObject receiver;
-        std::atomic<int> arrived{0};
-        std::array<QSemaphore, 3> receivedOf;
-        const auto post = [&](int poster) {
-            QSemaphore& received = receivedOf.at(poster);
-            for (int number = 0; number < count; ++number) {
-                QMetaObject::invokeMethod(
-                    &receiver, [&received] { received.release(); }, Qt::QueuedConnection);
-                if (!received.tryAcquire(1, 2000))
-                    break;
-                ++arrived;
-            }
-        };
-        QThread thread;
-        useLeanDispatcher(thread, serves);
-        receiver.moveToThread(&thread);
-        thread.start();
-        std::vector<std::thread> threads;
-        for (int poster = 0; poster < posters; ++poster)
-            threads.emplace_back(post, poster);
-        for (std::thread& one : threads)
-            one.join();
-        thread.quit();
-        thread.wait();
-        QCOMPARE(arrived.load(), posters * count);
+        const Velquor::TestKit::Rows row([](int posters, ThreadServes serves) {
+            constexpr int count = 5000;
+            QObject receiver;
+            std::atomic<int> arrived{0};
+            std::array<QSemaphore, 3> receivedOf;
+            const auto post = [&](int poster) {
+                QSemaphore& received = receivedOf.at(poster);
+                for (int number = 0; number < count; ++number) {
+                    QMetaObject::invokeMethod(
+                        &receiver, [&received] { received.release(); }, Qt::QueuedConnection);
+                    if (!received.tryAcquire(1, 2000))
+                        break;
+                    ++arrived;
+                }
+            };
+            QThread thread;
+            useLeanDispatcher(thread, serves);
+            receiver.moveToThread(&thread);
+            thread.start();
+            std::vector<std::thread> threads;
+            for (int poster = 0; poster < posters; ++poster)
+                threads.emplace_back(post, poster);
+            for (std::thread& one : threads)
+                one.join();
+            thread.quit();
+            thread.wait();
+            QCOMPARE(arrived.load(), posters * count);
+        });
+        row("posts and timers", 1, ThreadServes::PostsAndTimers);
+        row("posts and timers, three posters", 3, ThreadServes::PostsAndTimers);
+        row("local sockets too", 1, ThreadServes::LocalSocketsToo);
+        row("local sockets too, three posters", 3, ThreadServes::LocalSocketsToo);
     }
 
-    void timersFireInTheirOrder_data() { bothKinds(); }
-
     void timersFireInTheirOrder() {
-        QFETCH(ThreadServes, serves);
-        QStringList fired;
-        bool isEarly = false;
-        int remaining = -1;
-        QVERIFY(runs(
-            [&] {
-                const Velquor::TestKit::Stopwatch since;
-                for (const int ms : {60, 20, 40, 0}) {
-                    auto* const timer = new QTimer;
-                    timer->setSingleShot(true);
-                    connect(timer, &QTimer::timeout, timer, [&fired, &isEarly, since, ms, timer] {
-                        fired += QString::number(ms);
-                        isEarly = isEarly || since.nsecsElapsed() < ms * 1000000LL;
-                        timer->deleteLater();
-                        if (ms == 60)
-                            leave();
-                    });
-                    timer->start(ms);
-                    remaining = ms == 60 ? timer->remainingTime() : remaining;
-                }
-            },
-            serves));
-        QCOMPARE(fired.join(QLatin1Char(' ')), QStringLiteral("0 20 40 60"));
-        QVERIFY(!isEarly);
-        QVERIFY(remaining > 30 && remaining <= 60);
+        withBothKinds([&](ThreadServes serves) {
+            QStringList fired;
+            bool isEarly = false;
+            int remaining = -1;
+            QVERIFY(runs(
+                [&] {
+                    const Velquor::TestKit::Stopwatch since;
+                    for (const int ms : {60, 20, 40, 0}) {
+                        auto* const timer = new QTimer;
+                        timer->setSingleShot(true);
+                        connect(timer, &QTimer::timeout, timer, [&fired, &isEarly, since, ms, timer] {
+                            fired += QString::number(ms);
+                            isEarly = isEarly || since.nsecsElapsed() < ms * 1000000LL;
+                            timer->deleteLater();
+                            if (ms == 60)
+                                leave();
+                        });
+                        timer->start(ms);
+                        remaining = ms == 60 ? timer->remainingTime() : remaining;
+                    }
+                },
+                serves));
+            QCOMPARE(fired.join(QLatin1Char(' ')), QStringLiteral("0 20 40 60"));
+            QVERIFY(!isEarly);
+            QVERIFY(remaining > 30 && remaining <= 60);
+        });
     }
 
     void timersMayChangeWhileTheyFire() {
@@ -182,51 +175,50 @@ private slots:
         QCOMPARE(wrong, 0);
     }
 
-    void sleepsUntilSomethingComes_data() { bothKinds(); }
-
     void sleepsUntilSomethingComes() {
-        QFETCH(ThreadServes, serves);
-        int slept = 0;
-        QElapsedTimer since;
-        QThread thread;
-        useLeanDispatcher(thread, serves);
-        QObject context;
-        context.moveToThread(&thread);
-        connect(&thread, &QThread::started, &context, [&] {
-            connect(QThread::currentThread()->eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &context,
-                    [&slept] { ++slept; });
-            auto* const timer = new QTimer;
-            connect(QThread::currentThread(), &QThread::finished, timer, &QObject::deleteLater);
-            timer->start(60000);
+        withBothKinds([&](ThreadServes serves) {
+            int slept = 0;
+            QElapsedTimer since;
+            QThread thread;
+            useLeanDispatcher(thread, serves);
+            QObject context;
+            context.moveToThread(&thread);
+            connect(&thread, &QThread::started, &context, [&] {
+                connect(QThread::currentThread()->eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &context,
+                        [&slept] { ++slept; });
+                auto* const timer = new QTimer;
+                connect(QThread::currentThread(), &QThread::finished, timer, &QObject::deleteLater);
+                timer->start(60000);
+            });
+            thread.start();
+            QThread::msleep(500);
+            since.start();
+            thread.quit();
+            QVERIFY(thread.wait(10000));
+            QVERIFY2(since.elapsed() < 1000, "who ends it is not heard");
+            QVERIFY2(slept >= 1 && slept <= 3, qPrintable(QStringLiteral("it fell asleep %1 times").arg(slept)));
         });
-        thread.start();
-        QThread::msleep(500);
-        since.start();
-        thread.quit();
-        QVERIFY(thread.wait(10000));
-        QVERIFY2(since.elapsed() < 1000, "who ends it is not heard");
-        QVERIFY2(slept >= 1 && slept <= 3, qPrintable(QStringLiteral("it fell asleep %1 times").arg(slept)));
     }
-
-    void anEndThatComesBeforeTheWait_data() { bothKinds(); }
 
     // Another thread ends the loop just when it has looked whether it is ended.
     void anEndThatComesBeforeTheWait() {
-        QFETCH(ThreadServes, serves);
-        QVERIFY(runs(
-            [] {
-                QAbstractEventDispatcher* const dispatcher = QThread::currentThread()->eventDispatcher();
-                dispatcher->processEvents(QEventLoop::AllEvents);
-                dispatcher->interrupt();
-                dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
-                leave();
-            },
-            serves));
+        withBothKinds([&](ThreadServes serves) {
+            QVERIFY(runs(
+                [] {
+                    QAbstractEventDispatcher* const dispatcher = QThread::currentThread()->eventDispatcher();
+                    dispatcher->processEvents(QEventLoop::AllEvents);
+                    dispatcher->interrupt();
+                    dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
+                    leave();
+                },
+                serves));
+        });
     }
 
 private:
-    static void bothKinds() {
-        const Velquor::TestKit::Columns<ThreadServes> row("serves");
+    template <class Judge>
+    static void withBothKinds(const Judge& judge) {
+        const Velquor::TestKit::Rows row([&judge](ThreadServes serves) { judge(serves); });
         row("posts and timers", ThreadServes::PostsAndTimers);
         row("local sockets too", ThreadServes::LocalSocketsToo);
     }

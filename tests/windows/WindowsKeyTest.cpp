@@ -54,25 +54,20 @@ class WindowsKeyTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void blocksOfOtherProgramsAreRead_data() {
-        const TestKit::Columns<int, int, bool> row("size", "padding", "isRead");
+    void blocksOfOtherProgramsAreRead() {
+        const TestKit::Rows row([&](int size, int padding, bool isRead) {
+            const auto rsa = openUserRsaCryptor(QString(), m_logger);
+            const EvpKey key = publicKey();
+            QVERIFY(key);
+            QCOMPARE(EVP_PKEY_bits(key.get()), userKeyBlockSize * 8);
+            const QByteArray clear(size, 's');
+            const QByteArray block = encryptElsewhere(key.get(), clear, padding);
+            QVERIFY(!block.isEmpty());
+            QCOMPARE(copyOf(rsa->decryptBlock(block)), isRead ? clear : QByteArray());
+        });
         row("one byte", 1, RSA_PKCS1_OAEP_PADDING, true);
         row("the longest", userKeyBlockSize - 42, RSA_PKCS1_OAEP_PADDING, true);
         row("the older padding", 20, RSA_PKCS1_PADDING, false);
-    }
-
-    void blocksOfOtherProgramsAreRead() {
-        QFETCH(int, size);
-        QFETCH(int, padding);
-        QFETCH(bool, isRead);
-        const auto rsa = openUserRsaCryptor(QString(), m_logger);
-        const EvpKey key = publicKey();
-        QVERIFY(key);
-        QCOMPARE(EVP_PKEY_bits(key.get()), userKeyBlockSize * 8);
-        const QByteArray clear(size, 's');
-        const QByteArray block = encryptElsewhere(key.get(), clear, padding);
-        QVERIFY(!block.isEmpty());
-        QCOMPARE(copyOf(rsa->decryptBlock(block)), isRead ? clear : QByteArray());
     }
 
     void oneKeyForAllThatStartAtOnce() {

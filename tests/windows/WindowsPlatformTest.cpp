@@ -84,21 +84,18 @@ private slots:
         QVERIFY(theirs.acquire() && theirs.release());
     }
 
-    void aRepairedSemaphoreAdmitsOne_data() {
-        const TestKit::Columns<int> row("count");
+    void aRepairedSemaphoreAdmitsOne() {
+        const TestKit::Rows row([&](int count) {
+            const QString key = QStringLiteral("VqTest repair %1").arg(count);
+            QSystemSemaphore theirs(key, count, QSystemSemaphore::Create);
+            NamedSemaphore ours(key);
+            QVERIFY(ours.repair());
+            QCOMPARE(int(ours.acquire(0)), int(NamedSemaphore::Result::Acquired));
+            QCOMPARE(int(ours.acquire(0)), int(NamedSemaphore::Result::TimedOut));
+        });
         row("lost", 0);
         row("right", 1);
         row("given back twice", 2);
-    }
-
-    void aRepairedSemaphoreAdmitsOne() {
-        QFETCH(int, count);
-        const QString key = QStringLiteral("VqTest repair %1").arg(count);
-        QSystemSemaphore theirs(key, count, QSystemSemaphore::Create);
-        NamedSemaphore ours(key);
-        QVERIFY(ours.repair());
-        QCOMPARE(int(ours.acquire(0)), int(NamedSemaphore::Result::Acquired));
-        QCOMPARE(int(ours.acquire(0)), int(NamedSemaphore::Result::TimedOut));
     }
 
     void aGuardIsTakenOverFromTheDead() {
@@ -157,28 +154,25 @@ private slots:
         QCOMPARE(result.data, QByteArray("text"));
     }
 
-    void rightsGivenToOthersAreTakenAwayAtTheNextCall_data() {
-        QTest::addColumn<QString>("rights");
-        QTest::newRow("everybody may read") << "(A;OICI;FA;;;%1)(A;OICI;FR;;;WD)";
-        QTest::newRow("everybody may do all") << "(A;OICI;FA;;;WD)";
-    }
-
     // A folder that was in order at an earlier call may not be in order now.
     void rightsGivenToOthersAreTakenAwayAtTheNextCall() {
-        QFETCH(QString, rights);
-        const QTemporaryDir parent;
-        const QString folder = parent.filePath(QStringLiteral("folder"));
-        const std::wstring text = QStringLiteral("D:P%1").arg(rights.arg(currentUserSid())).toStdWString();
-        void* descriptor = nullptr;
-        QVERIFY(::ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1, &descriptor, nullptr));
-        const LocalMemory<void> owned(descriptor);
-        for (int round = 0; round < 3; ++round) {
-            QVERIFY(ensureOwnerOnlyFolder(folder) && ensureOwnerOnlyFolder(folder));
-            QVERIFY(TestKit::isOwnerOnly(folder));
-            QVERIFY(::SetFileSecurityW(folder.toStdWString().c_str(), DACL_SECURITY_INFORMATION, descriptor));
-            QVERIFY(!TestKit::isOwnerOnly(folder));
-        }
-        QVERIFY(ensureOwnerOnlyFolder(folder) && TestKit::isOwnerOnly(folder));
+        const TestKit::Rows row([](const QString& rights) {
+            const QTemporaryDir parent;
+            const QString folder = parent.filePath(QStringLiteral("folder"));
+            const std::wstring text = QStringLiteral("D:P%1").arg(rights.arg(currentUserSid())).toStdWString();
+            void* descriptor = nullptr;
+            QVERIFY(::ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1, &descriptor, nullptr));
+            const LocalMemory<void> owned(descriptor);
+            for (int round = 0; round < 3; ++round) {
+                QVERIFY(ensureOwnerOnlyFolder(folder) && ensureOwnerOnlyFolder(folder));
+                QVERIFY(TestKit::isOwnerOnly(folder));
+                QVERIFY(::SetFileSecurityW(folder.toStdWString().c_str(), DACL_SECURITY_INFORMATION, descriptor));
+                QVERIFY(!TestKit::isOwnerOnly(folder));
+            }
+            QVERIFY(ensureOwnerOnlyFolder(folder) && TestKit::isOwnerOnly(folder));
+        });
+        row("everybody may read", "(A;OICI;FA;;;%1)(A;OICI;FR;;;WD)");
+        row("everybody may do all", "(A;OICI;FA;;;WD)");
     }
 };
 

@@ -1,4 +1,4 @@
-#include "signing/RandomRequests.h"
+#include "facade/RandomRequests.h"
 
 #include "TestKit/Platform/OutsideProgram.h"
 
@@ -132,7 +132,7 @@ QJsonObject RandomRequests::next() {
 
 QByteArray RandomRequests::judged() {
     const QString python = QStringLiteral("/usr/bin/python3");
-    const QString script = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/tests/signing/check_signatures.py");
+    const QString script = qEnvironmentVariable("VQ_SOURCE_DIR") + QStringLiteral("/tests/facade/check_signatures.py");
     QTemporaryFile file;
     if (!QFile::exists(python) || !file.open())
         return {};
