@@ -1,6 +1,8 @@
 #pragma once
 
+#include "TestKit/AccountServiceProcess.h"
 #include "TestKit/HelperProcess.h"
+#include "TestKit/SessionFixture.h"
 
 #include <QDeadlineTimer>
 #include <QJsonDocument>
@@ -12,8 +14,11 @@ namespace Velquor::TestKit {
 /// one JSON object. Thread: the test's. Owner: the test.
 class TokenHelper : public HelperProcess {
 public:
-    explicit TokenHelper(const QStringList& arguments)
-        : HelperProcess("token_helper", arguments, QProcessEnvironment::systemEnvironment(), ForwardedErrorChannel) {}
+    TokenHelper(const SessionFixture& fixture, const AccountServiceProcess& service, const QString& key = demoKey,
+                const QString& secret = demoSecret)
+        : HelperProcess("token_helper",
+                        {fixture.folder.path(), fixture.keyFolder, service.folder(), service.authorityFile(), key, secret},
+                        QProcessEnvironment::systemEnvironment(), ForwardedErrorChannel) {}
 
     void tell(const QString& line) { write(line.toUtf8() + '\n'); }
     /// The next answer; empty when none comes within the time. Events on the way are kept.

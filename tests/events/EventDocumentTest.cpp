@@ -101,24 +101,6 @@ private slots:
         row("huge id", "<WebServicesEvent><Event Id=\"99999999999999999999\"/></WebServicesEvent>", EventReadResult::Read);
     }
 
-    void damagedFilesDoNoHarm() {
-        const QByteArray good =
-            writeEventDocument({4242, 9, {{"a", 1}, {"b", "text"}, {"c", QVariantMap{{"d", QDate(2024, 1, 1)}}}}});
-        constexpr quint32 seed = 20240229;
-        QRandomGenerator random(seed);
-        const int rounds = TestKit::rounds(20000, 1000000);
-        for (int round = 0; round < rounds; ++round) {
-            QByteArray damaged = good;
-            for (int change = random.bounded(1, 4); change > 0; --change)
-                damaged[random.bounded(damaged.size())] = static_cast<char>(random.bounded(256));
-            EventDocument read;
-            (void)readEventDocument(damaged.left(random.bounded(damaged.size() + 1)), read);
-            QVERIFY(read.params.size() <= 3);
-        }
-        TestKit::figure(QStringLiteral("damaged event files, seed %1").arg(seed), "no crash",
-                        QStringLiteral("%1 files").arg(rounds));
-    }
-
     void eventNamesAndNumbersMatch() {
         using Event = WebServicesPrivateCore::WebServicesEvent;
         for (int number = -1; number <= 20; ++number) {

@@ -1,6 +1,7 @@
 // What happens in one process reaches the observers of every other process of the user, on their main thread, once.
 
 #include "Events/NotificationManager.h"
+#include "TestKit/RecordingObserver.h"
 #include "TestKit/ServiceTest.h"
 #include "TestKit/TokenHelper.h"
 
@@ -11,22 +12,10 @@ using TestKit::TokenHelper;
 
 namespace {
 
-const auto key = QStringLiteral("demo-product-0001");
 constexpr int processCount = 8;
 // In the long form, which runs alone.
 constexpr int promptMs = 1000;
 constexpr int limitMs = 20000;
-
-/// Does something whenever a user has signed in.
-class SignInObserver : public IWebServicesObserver {
-public:
-    explicit SignInObserver(std::function<void()> work)
-        : m_work(std::move(work)) {}
-    void LoggedIn() override { m_work(); }
-
-private:
-    const std::function<void()> m_work;
-};
 
 } // namespace
 
@@ -109,9 +98,7 @@ private:
     bool startHelpers(int count) {
         const size_t known = m_helpers.size();
         while (static_cast<int>(m_helpers.size()) < count)
-            m_helpers.push_back(
-                std::make_unique<TokenHelper>(QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(),
-                                                          m_service.authorityFile(), key, QStringLiteral("demo-secret-0001")}));
+            m_helpers.push_back(std::make_unique<TokenHelper>(*m_fixture, m_service));
         for (size_t index = known; index < m_helpers.size(); ++index) {
             if (!m_helpers.at(index)->answer().value("ready").toBool())
                 return false;
@@ -121,8 +108,13 @@ private:
     }
 
     void observe(std::function<void()> work) {
-        m_observers.push_back(std::make_unique<SignInObserver>(std::move(work)));
-        m_session->observers().add(m_observers.back().get());
+        m_observers.push_back(std::make_unique<TestKit::RecordingObserver<>>());
+        TestKit::RecordingObserver<>* const observer = m_observers.back().get();
+        observer->reaction = [observer, work = std::move(work)] {
+            if (observer->heard.last() == "LoggedIn")
+                work();
+        };
+        m_session->observers().add(observer);
     }
 
     // Looks at all of them in turn: a long wait for one would say of the others when it ended, and not when they were told.
@@ -145,7 +137,7 @@ private:
     QTemporaryDir m_runtime;
     TestKit::SessionUnderTest m_session;
     std::vector<std::unique_ptr<TokenHelper>> m_helpers;
-    std::vector<std::unique_ptr<SignInObserver>> m_observers;
+    std::vector<std::unique_ptr<TestKit::RecordingObserver<>>> m_observers;
 };
 
 QTEST_GUILESS_MAIN(EventProcessTest)

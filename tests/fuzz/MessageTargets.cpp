@@ -45,6 +45,9 @@ void readFrames(const QByteArray& input) {
 void readBlock(const QByteArray& input) {
     const ProcessStateCodec::Decoded block = ProcessStateCodec::decode(input);
     requireRule(block.used <= input.size() && block.examined <= input.size(), "a block is read within its bounds");
+    requireRule(block.records.size() * 12 <= input.size(), "no record is made of nothing");
+    const QByteArray other = input.left(block.examined) + QByteArray(block.examined < input.size() ? 50 : 0, '\x5a');
+    requireRule(ProcessStateCodec::decode(other).records == block.records, "only the examined bytes count");
     const QByteArray bytes = ProcessStateCodec::encode(block.records, input.size());
     requireRule(ProcessStateCodec::decode(bytes).records == block.records, "a block is read as it was written");
 }

@@ -56,13 +56,8 @@ private Q_SLOTS:
         row("no folder", answer("200 OK", "data"), "%1/none/new", 2,
             "Operation was canceled. Failed to open temp local file %1/none/new.vqdownload for download.");
         row("a folder in its place", answer("200 OK", "data"), "%1/folder", 1, "Failed to delete download file %1/folder");
-        row("not found", answer("404 Not Found", "data"), "%1/read-only", 1,
-            "NetworkError code: 203 Http status code: 404 Http reason phrase: Not Found Vqs reason phrase:  OAuth error: "
-            "No "
-            "error");
-        row("redirect", answer("302 Found", "page", "Location: /x\r\n"), "%1/read-only", 1,
-            "NetworkError code: 0 Http status code: 302 Http reason phrase: Found Vqs reason phrase:  OAuth error: No "
-            "error");
+        row("not found", answer("404 Not Found", "data"), "%1/read-only", 1, faultText(203, 404, "Not Found"));
+        row("redirect", answer("302 Found", "page", "Location: /x\r\n"), "%1/read-only", 1, faultText(0, 302, "Found"));
     }
 
     void downloadTimeLimitCountsFromTheLastProgress() {

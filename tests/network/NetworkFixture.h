@@ -19,6 +19,14 @@ protected:
     }
     [[nodiscard]] QNetworkRequest request(const QString& path = page) const { return QNetworkRequest(m_server.url(path)); }
 
+    /// What an operation says of a status or a network error.
+    [[nodiscard]] static QString faultText(int error, int status, const QString& phrase, const QString& vqsPhrase = {},
+                                           const QString& oauth = QStringLiteral("No error")) {
+        return QStringLiteral(
+                   "NetworkError code: %1 Http status code: %2 Http reason phrase: %3 Vqs reason phrase: %4 OAuth error: %5")
+            .arg(QString::number(error), QString::number(status), phrase, vqsPhrase, oauth);
+    }
+
     inline static const QString page = QStringLiteral("/page");
     inline static const Script silence{{}, 0, 0, 0, false}; ///< Never answers and never closes.
 

@@ -144,6 +144,9 @@ private Q_SLOTS:
         QCOMPARE(schedule.failed(later, 1), qint64(5000));
         schedule.succeeded(later);
         QVERIFY(schedule.decide(later).reason == UpdateReason::None);
+        // Earlier failures do not count any more.
+        for (int failure = 1; failure <= 2; ++failure)
+            QCOMPARE(schedule.failed(later, 1), qint64(5000));
     }
 
     void followsRedirectsToHttpUrlsOnly() {

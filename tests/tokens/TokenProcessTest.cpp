@@ -92,9 +92,7 @@ private slots:
 private:
     void start(const QString& consumerKey, const QString& consumerSecret, int count) {
         for (int process = 0; process < count; ++process)
-            m_helpers.push_back(
-                std::make_unique<TokenHelper>(QStringList{m_fixture->folder.path(), m_fixture->keyFolder, m_service.folder(),
-                                                          m_service.authorityFile(), consumerKey, consumerSecret}));
+            m_helpers.push_back(std::make_unique<TokenHelper>(*m_fixture, m_service, consumerKey, consumerSecret));
         for (const auto& helper : m_helpers)
             QVERIFY(helper->answer().value("ready").toBool());
     }
