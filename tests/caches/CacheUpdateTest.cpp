@@ -72,20 +72,6 @@ private slots:
         QVERIFY(!m_fixture->fileContents().contains("access-token"));
     }
 
-    // Another process, or this one the next day: what is in the file is given out before anybody asks the service.
-    void aNewProcessStartsFromTheFile() {
-        m_fixture->answerUser("ada");
-        start();
-        QVERIFY(!email().isEmpty());
-        m_caches.reset();
-        m_fixture->answerUserWith({});
-        start();
-        QCOMPARE(email(), QStringLiteral("ada@example.com"));
-        QCOMPARE(count(), 1);
-        QTRY_VERIFY(m_fixture->logged("Update not required now. Cache has not expired. It will expire in") > 0);
-        QVERIFY(m_fixture->logged("Starting single shot timer with interval 1 h") > 0);
-    }
-
     // The last known value with the date at which it was received, for as long as the service cannot be reached.
     void offlineTheLastKnownValueStays() {
         m_fixture->answerUser("ada");

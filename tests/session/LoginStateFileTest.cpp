@@ -119,20 +119,6 @@ private slots:
         QVERIFY(m_fixture->hasLogged("The user was signed out by another process"));
     }
 
-    void aSaveKeepsTheSettingsOfOthers() {
-        m_fixture->writeFile(
-            "<WebServices><Settings CurrentServer=\"0\" LastLoginReminderDate=\"2026-01-01T00:00:00Z\" SuppressLoginReminder=\"True\" "
-            "LogoutDate=\"2026-02-01T00:00:00Z\"/><ProxySettings Host=\"proxy\"/></WebServices>");
-        Process process(*m_fixture);
-        process.restore();
-        QCOMPARE(process.save(), LoginStateStore::Result::Saved);
-        const QDomElement settings = m_fixture->element({"Settings"});
-        QCOMPARE(settings.attribute("LastLoginReminderDate"), QStringLiteral("2026-01-01T00:00:00Z"));
-        QCOMPARE(settings.attribute("SuppressLoginReminder"), QStringLiteral("True"));
-        QCOMPARE(settings.attribute("LogoutDate"), QStringLiteral("2026-02-01T00:00:00Z"));
-        QCOMPARE(m_fixture->element({"ProxySettings"}).attribute("Host"), QStringLiteral("proxy"));
-    }
-
     // A signed-in file is changed in one place; the state must not be used, and is deleted or left as the case demands.
     void anInvalidStateSignsNobodyIn() {
         using Change = std::function<void(QDomElement & login, QDomElement & product)>;

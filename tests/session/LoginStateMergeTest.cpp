@@ -83,7 +83,7 @@ class LoginStateMergeTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // The last two columns: the user in memory and in the file afterwards, with the date of the sign-in.
+    // The last two values: the user in memory and in the file afterwards, with the date of the sign-in.
     void theLaterSignInOrSignOutCounts() {
         const TestKit::Rows row([&](const HeldLogin& held, const LoginState& file, LoginVerdict verdict, const QString& memory,
                                     const QString& inFile) {

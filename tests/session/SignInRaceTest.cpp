@@ -45,33 +45,32 @@ private slots:
     }
 
     void aSignInThatWaitsForTheBrowserIsNotLost() {
-        const TestKit::Rows row(this, [&](const QString& meanwhile) {
+        using Meanwhile = std::function<void(LoginSession & other)>;
+        const TestKit::Rows row(this, [&](const Meanwhile& meanwhile, bool isStillSignedIn) {
             signIn(*m_session);
             const InitiatedLogin login = m_session->InitiateLogin(key, "DOMAIN");
             QCOMPARE(login.code, LoginCode::success);
             QVERIFY(m_service.approve(login.url, "bob"));
             const auto other = m_fixture->restoredSession();
-            if (meanwhile == QLatin1String("out"))
-                QVERIFY(signOut(*other));
-            else if (meanwhile == QLatin1String("in"))
-                signInAgain(*other, key, "ada");
-            else if (meanwhile == QLatin1String("read"))
-                QVERIFY(other->RefreshToken(key, true));
-            else
-                m_fixture->clockOffset = 400 * 86400;
-            if (meanwhile == QLatin1String("expiry"))
-                QVERIFY(m_fixture->makeSession()->RestoreLogin(key, false));
-            QCOMPARE(m_session->isLoggedIn(key), meanwhile == QLatin1String("in") || meanwhile == QLatin1String("read"));
+            meanwhile(*other);
+            QCOMPARE(m_session->isLoggedIn(key), isStillSignedIn);
             m_fixture->clockOffset = 0;
             QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::success);
             QCOMPARE(m_fixture->userInFile(), QStringLiteral("bob"));
             QCOMPARE(m_session->basicState().ldapDomainKey, QStringLiteral("DOMAIN"));
             QCOMPARE(other->basicState().userName, QStringLiteral("bob"));
         });
-        row("another process signs out", "out");
-        row("another process signs in", "in");
-        row("the session expires", "expiry");
-        row("another process lets the file be read", "read");
+        const auto expire = [this](LoginSession&) {
+            m_fixture->clockOffset = 400 * 86400;
+            QVERIFY(m_fixture->makeSession()->RestoreLogin(key, false));
+        };
+        row(
+            "another process signs out", [](LoginSession& other) { QVERIFY(signOut(other)); }, false);
+        row(
+            "another process signs in", [this](LoginSession& other) { signInAgain(other, key, "ada"); }, true);
+        row("the session expires", expire, false);
+        row(
+            "another process lets the file be read", [](LoginSession& other) { QVERIFY(other.RefreshToken(key, true)); }, true);
     }
 
     // What it obtained could not be saved, and the token in the file would be spent.

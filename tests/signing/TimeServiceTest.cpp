@@ -351,7 +351,7 @@ private:
         QStringList urls;
         for (const QString& path : paths)
             urls += path.startsWith(QLatin1Char('/')) ? url(path) : path;
-        return std::make_unique<TimeService>(TimeServerUrls(urls.join(QLatin1Char(' '))), m_correction, parts(m_clock));
+        return std::make_unique<TimeService>(TimeServerUrls(urls.join(" \t")), m_correction, parts(m_clock));
     }
 
     [[nodiscard]] QString url(const QString& path) const { return m_server->url(path).toString(); }
