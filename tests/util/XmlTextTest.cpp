@@ -44,6 +44,11 @@ private slots:
         row("too deep", QByteArray("<a>").repeated(40) + QByteArray("</a>").repeated(40));
     }
 
+    void aTextThatWasReadCanBeWritten() {
+        const Result<XmlText> read = XmlText::parse("<?xml version='1.0' encoding='UTF-99'?><a/>");
+        QVERIFY(read && read->toReadableBytes({}));
+    }
+
     void aChangeTouchesNothingElse() {
         Result<XmlText> read = XmlText::parse("<a  x='1'>\n  <b  y='2'/>\n  <!--c--><d><e/></d>\n</a>");
         QVERIFY(read);

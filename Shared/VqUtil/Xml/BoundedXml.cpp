@@ -22,11 +22,6 @@ Result<QString> boundedCharacters(const QByteArray& text, const XmlLimits& limit
 
 } // namespace
 
-QString findXmlFault(const QByteArray& text, const XmlLimits& limits) {
-    const Result<QString> characters = boundedCharacters(text, limits);
-    return characters ? faultOf(*characters, limits) : characters.reason();
-}
-
 XmlResult parseBoundedXml(const QByteArray& text, const XmlLimits& limits) {
     XmlResult result;
     const Result<QString> characters = boundedCharacters(text, limits);

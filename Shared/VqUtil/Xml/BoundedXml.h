@@ -20,8 +20,4 @@ struct XmlResult {
 /// the limits, so a hostile text cannot make it large. Thread: any.
 [[nodiscard]] XmlResult parseBoundedXml(const QByteArray& text, const XmlLimits& limits = {});
 
-/// The first pass alone, for a text that is about to be written: what is wrong and where. Empty when it can be read.
-/// Thread: any.
-[[nodiscard]] QString findXmlFault(const QByteArray& text, const XmlLimits& limits = {});
-
 } // namespace Velquor::Util

@@ -1,6 +1,5 @@
 #include "VqUtil/Xml/XmlText.h"
 
-#include "VqUtil/Xml/BoundedXml.h"
 #include "VqUtil/Xml/BoundedXmlReader.h"
 #include "VqUtil/Xml/XmlScan.h"
 
@@ -77,21 +76,24 @@ XmlElement XmlText::readElement(BoundedXmlReader& reader, const QString& text, i
     return made;
 }
 
+// Read as parse() reads it: the declaration may name an encoding that nobody knows.
 Result<QByteArray> XmlText::toReadableBytes(const XmlLimits& limits) const {
     const QByteArray bytes = toBytes();
     if (bytes.size() > limits.size)
         return Failure{QStringLiteral("The text is larger than %1 bytes").arg(limits.size)};
-    const QString fault = findXmlFault(written(XmlElement::Part::Changeable), limits);
-    return fault.isEmpty() ? Result<QByteArray>(bytes) : Result<QByteArray>(Failure{fault});
+    BoundedXmlReader reader(written(XmlElement::Part::Changeable), limits);
+    while (reader.next()) {
+    }
+    return reader.fault().isEmpty() ? Result<QByteArray>(bytes) : Result<QByteArray>(Failure{reader.fault()});
 }
 
-QByteArray XmlText::written(XmlElement::Part part) const {
+QString XmlText::written(XmlElement::Part part) const {
     QString text;
     text.reserve(m_length + m_length / 8);
     text += m_before;
     m_root.write(text, 0, part);
     text += m_behind;
-    return text.toUtf8();
+    return text;
 }
 
 } // namespace Velquor::Util

@@ -24,13 +24,13 @@ public:
     [[nodiscard]] XmlElement& root() { return m_root; }
     [[nodiscard]] const XmlElement& root() const { return m_root; }
 
-    [[nodiscard]] QByteArray toBytes() const { return written(XmlElement::Part::Whole); }
+    [[nodiscard]] QByteArray toBytes() const { return written(XmlElement::Part::Whole).toUtf8(); }
     /// The same, or why it could not be read again within the limits. Only what may have changed is looked at.
     [[nodiscard]] Result<QByteArray> toReadableBytes(const XmlLimits& limits) const;
 
 private:
     XmlText() = default;
-    [[nodiscard]] QByteArray written(XmlElement::Part part) const;
+    [[nodiscard]] QString written(XmlElement::Part part) const;
     [[nodiscard]] Result<void> read(const QString& text, const XmlLimits& limits);
     [[nodiscard]] static XmlElement readElement(BoundedXmlReader& reader, const QString& text, int& end);
 
