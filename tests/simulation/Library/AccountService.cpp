@@ -86,7 +86,12 @@ private:
         ServiceLine& line = m_service.m_line;
         if (m_service.m_process.isKilled || isLost("lost request"))
             return fail();
+        line.requests[request.url().path()]++;
         if (m_service.m_world.nowUs() < line.downUntilUs) {
+            if (line.outage == ServiceLine::Outage::Silence)
+                return fail();
+            if (line.outage == ServiceLine::Outage::RefusedConnections)
+                return finish({0, {}, {}, 0});
             m_service.countOutage(Ledger::signInOf(oauthParameters(request).value("oauth_session_handle")));
             return after(travelMs(), [this] { finish({503, {}, {}, 0}); });
         }

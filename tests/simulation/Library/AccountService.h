@@ -10,12 +10,20 @@ namespace Velquor::Simulation {
 /// The way to the account server, the same for all processes. Thread: the director or the running actor. Owner: the run, for
 /// longer than the processes.
 struct ServiceLine {
+    enum class Outage {
+        Status503,
+        Silence,
+        RefusedConnections,
+    };
+
     explicit ServiceLine(World& world)
         : ledger(world) {}
 
     Ledger ledger;
-    int lostPercent = 0;                  ///< Requests, and as many answers.
-    qint64 downUntilUs = 0;               ///< Until then the server answers 503.
+    int lostPercent = 0;    ///< Requests, and as many answers.
+    qint64 downUntilUs = 0; ///< Until then there is an outage.
+    Outage outage = Outage::Status503;
+    std::map<QString, int> requests;      ///< That reached the server or its outage, by the path.
     std::map<int, const Process*> askers; ///< By the token that was given out: who asked for it.
     int lostAnswers = 0;
     std::set<int> exhausted; ///< Sign-ins that a process may end, since the server was down for all its tries.

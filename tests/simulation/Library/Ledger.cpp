@@ -41,6 +41,8 @@ bool Ledger::isCurrent(int token, const QByteArray& key) const {
 Ledger::Answer Ledger::answer(const QString& path, const Parameters& oauth) {
     if (path.endsWith(QLatin1String("request-token")))
         return requestToken();
+    if (path.startsWith(QLatin1String("/oauth2")))
+        return {200, "{\"access_token\":\"x\",\"expires_in\":" + QByteArray::number(tokenLifeSeconds) + '}', {}, 0};
     return path.endsWith(QLatin1String("access-token")) ? accessToken(oauth) : invalidate(oauth);
 }
 

@@ -37,6 +37,7 @@ struct Machine {
     ServiceLine line;
     Wire wire;
     Habits habits;
+    bool usesOAuth2 = false;  ///< Each product enables an OAuth2 token.
     bool isFaultless = false; ///< Nobody dies, ends, or loses anything.
     bool isQuiet = false;     ///< The user does nothing but look.
     bool isSettled = false;   ///< All was quiet for so long that every call must succeed. The user signs requests.

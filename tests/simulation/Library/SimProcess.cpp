@@ -53,7 +53,9 @@ UrlStore& urls() {
                                           {"AuthorizationEndPoint", "/oauth/authorize"},
                                           {"AccessTokenEndPoint", "/oauth/access-token"},
                                           {"LogoutEndPoint", "/oauth/logout"},
-                                          {"InvalidateTokenEndPoint", "/oauth/invalidate-token"}});
+                                          {"InvalidateTokenEndPoint", "/oauth/invalidate-token"},
+                                          {"OAuth2AccountServerUrl", "https://accounts.example.com"},
+                                          {"OAuth2AccessTokenEndPoint", "/oauth2/token"}});
         return made;
     }();
     return store;
@@ -124,10 +126,12 @@ void SimProcess::start() {
     m_session = std::make_shared<LoginSession>(services(), ClientIdentity{m_clientKey, 1, "Product", "/opt/product"});
     m_observer.reaction = [this] { heard(); };
     m_session->observers().add(&m_observer);
-    m_session->SetConfiguration(m_clientKey, TestKit::SessionFixture::configuration(m_productKey, "secret"));
+    m_session->SetConfiguration(m_clientKey, TestKit::SessionFixture::oauth2Configuration(m_productKey, "secret"));
     static constexpr int waitsMs[] = {0, 1000, 20000, 300000};
     later(waitsMs[m_machine.world.choices().pick(4, "restores late")], [this] {
         m_session->RestoreLogin(m_clientKey, false);
+        if (m_machine.usesOAuth2)
+            m_session->oauth2().EnableOAuth2(m_clientKey, OAuth2TokenSpec(RT, L""));
         live();
     });
 }
