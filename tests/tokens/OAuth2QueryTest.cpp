@@ -117,6 +117,18 @@ private slots:
         QCOMPARE(forms().size(), 2);
     }
 
+    void aTokenComesWhenItWasEnabledWhileTheProductWasBeingSignedIn() {
+        const auto other = std::make_shared<LoginSession>(m_fixture->services(),
+                                                          ClientIdentity{TestKit::secondKey, 1, "Second product", "/opt/second"});
+        other->SetConfiguration(TestKit::secondKey,
+                                TestKit::SessionFixture::oauth2Configuration(TestKit::secondKey, TestKit::secondSecret));
+        delay("access-token", 1000);
+        other->RestoreLogin(TestKit::secondKey, false);
+        QVERIFY(other->oauth2().EnableOAuth2(TestKit::secondKey, rt));
+        QVERIFY(!other->isLoggedIn(TestKit::secondKey));
+        QTRY_VERIFY(other->oauth2().token(TestKit::secondKey, &rt).isPresent());
+    }
+
     void disablingDiscardsHereOnly() {
         QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
         const QString token = ask(rt);

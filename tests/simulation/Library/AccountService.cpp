@@ -11,6 +11,13 @@ using namespace WebServices::Internal;
 
 namespace {
 
+Ledger::Parameters formParameters(const QByteArray& form) {
+    Ledger::Parameters parameters;
+    for (const QByteArray& pair : form.split('&'))
+        parameters.insert(pair.left(pair.indexOf('=')), QByteArray::fromPercentEncoding(pair.mid(pair.indexOf('=') + 1)));
+    return parameters;
+}
+
 Ledger::Parameters oauthParameters(const QNetworkRequest& request) {
     Ledger::Parameters parameters;
     const QByteArray header = request.rawHeader("Authorization").mid(6);
@@ -53,12 +60,12 @@ public:
         });
     }
 
-    void send(const QNetworkRequest& request, const QString&, const QByteArray&, int timeoutMs,
+    void send(const QNetworkRequest& request, const QString&, const QByteArray& body, int timeoutMs,
               const std::shared_ptr<Log::ILogger>&) override {
         m_isUnderWay = true;
         m_sentUs = m_service.m_world.nowUs();
         m_timeoutMs = timeoutMs;
-        after(travelMs(), [this, request] { arrive(request); });
+        after(travelMs(), [this, request, body] { arrive(request, body); });
     }
     [[nodiscard]] bool isUnderWay() const override { return m_isUnderWay; }
     void cancel() override {
@@ -82,7 +89,7 @@ private:
         m_timer.start(spanMs);
     }
 
-    void arrive(const QNetworkRequest& request) {
+    void arrive(const QNetworkRequest& request, const QByteArray& body) {
         ServiceLine& line = m_service.m_line;
         if (m_service.m_process.isKilled || isLost("lost request"))
             return fail();
@@ -95,7 +102,8 @@ private:
             m_service.countOutage(Ledger::signInOf(oauthParameters(request).value("oauth_session_handle")));
             return after(travelMs(), [this] { finish({503, {}, {}, 0}); });
         }
-        const Ledger::Answer answer = line.ledger.answer(request.url().path(), oauthParameters(request));
+        const Ledger::Answer answer = body.isEmpty() ? line.ledger.answer(request.url().path(), oauthParameters(request))
+                                                     : line.ledger.oauth2Answer(formParameters(body));
         if (answer.token > 0)
             line.askers[answer.token] = &m_service.m_process;
         if (!isLost("lost answer"))

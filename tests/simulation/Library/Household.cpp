@@ -11,7 +11,7 @@ const QStringList productKeys{QStringLiteral("product-0001"), QStringLiteral("pr
 constexpr qint64 minuteMs = 60000;
 // Longer than the life of a token, so that each was renewed once, and the last file was read.
 constexpr qint64 quietMs = 75 * minuteMs;
-constexpr int quietSteps = 20000;
+constexpr int quietSteps = 100000;
 
 } // namespace
 
@@ -23,6 +23,7 @@ Household::Household(World& world, const Options& options)
     m_wanted += std::size_t(world.choices().pick(3, "processes"));
     if (options.hasFaults)
         drawHarm();
+    m_machine.usesOAuth2 = world.choices().chance(50, "OAuth2");
     m_machine.habits.signOut = world.choices().chance(50, "rarely signs out") ? 0 : 2;
     m_machine.habits.end = world.choices().chance(50, "ends") ? 2 : 0;
     m_machine.isFaultless = !options.hasFaults && m_machine.habits.end == 0;

@@ -41,8 +41,6 @@ bool Ledger::isCurrent(int token, const QByteArray& key) const {
 Ledger::Answer Ledger::answer(const QString& path, const Parameters& oauth) {
     if (path.endsWith(QLatin1String("request-token")))
         return requestToken();
-    if (path.startsWith(QLatin1String("/oauth2")))
-        return {200, "{\"access_token\":\"x\",\"expires_in\":" + QByteArray::number(tokenLifeSeconds) + '}', {}, 0};
     return path.endsWith(QLatin1String("access-token")) ? accessToken(oauth) : invalidate(oauth);
 }
 
@@ -81,9 +79,7 @@ Ledger::Answer Ledger::exchange(SignIn& signIn, const QByteArray& key) {
 
 Ledger::Answer Ledger::give(SignIn& signIn, const QByteArray& key) {
     const int token = ++m_tokens;
-    const auto before = signIn.givenUs.find(key);
-    signIn.isGivenEarly |= before != signIn.givenUs.end() && m_world.nowUs() - before->second < renewalSeconds * 1000000;
-    signIn.givenUs[key] = m_world.nowUs();
+    markGiven(signIn, key);
     signIn.lastTokens[key] = token;
     m_owners[token] = signIn.number;
     const QByteArray name = 's' + QByteArray::number(signIn.number);
@@ -94,6 +90,37 @@ Ledger::Answer Ledger::give(SignIn& signIn, const QByteArray& key) {
         + QByteArray::number(leftSeconds) + "&x_oauth_user_name=" + signIn.user + "&x_oauth_user_guid=id-" + signIn.user;
     m_world.note("the server gives token " + QByteArray::number(token) + " of sign-in " + name);
     return {200, body, {}, token};
+}
+
+void Ledger::markGiven(SignIn& signIn, const QByteArray& key) {
+    const auto before = signIn.givenUs.find(key);
+    signIn.isGivenEarly |= before != signIn.givenUs.end() && m_world.nowUs() - before->second < renewalSeconds * 1000000;
+    signIn.givenUs[key] = m_world.nowUs();
+}
+
+// Tokens of OAuth2 are not spent: each is good until its end.
+Ledger::Answer Ledger::oauth2Answer(const Parameters& form) {
+    const QByteArray key = form.value("client_id");
+    const int token = tokenOf(form.value("oauth1_token"));
+    SignIn& signIn = m_signIns[ownerOf(token)];
+    if (!isCurrent(token, key) || m_world.nowUs() - signIn.givenUs[key] >= tokenLifeSeconds * 1000000)
+        return refusal(401, "token_rejected");
+    markGiven(signIn, "oauth2 " + key);
+    const int number = int(m_oauth2Tokens.size()) + 1;
+    m_oauth2Tokens[number] = {signIn.number, m_world.nowUs() + tokenLifeSeconds * 1000000};
+    const QByteArray text = 's' + QByteArray::number(signIn.number) + ".o" + QByteArray::number(number);
+    m_world.note("the server gives OAuth2 token " + text);
+    return {200, "{\"access_token\":\"" + text + "\",\"expires_in\":" + QByteArray::number(tokenLifeSeconds) + '}', {}, 0};
+}
+
+int Ledger::ownerOfOAuth2(int token) const {
+    const auto found = m_oauth2Tokens.find(token);
+    return found == m_oauth2Tokens.end() ? 0 : found->second.signIn;
+}
+
+bool Ledger::isOAuth2Good(int token) const {
+    const auto found = m_oauth2Tokens.find(token);
+    return found != m_oauth2Tokens.end() && isGood(found->second.signIn) && m_world.nowUs() < found->second.endUs;
 }
 
 Ledger::Answer Ledger::invalidate(const Parameters& oauth) {

@@ -11,8 +11,8 @@ namespace Velquor::Simulation {
 /// What the account server knows: sign-ins and the tokens it gave out, by serial number. It takes each token once, and knows one
 /// current token for each product of a sign-in.
 ///
-/// The texts tell the oracle where they come from: "s3.t17" is token 17, of sign-in 3. Thread: the director or the running actor.
-/// Owner: the run, for longer than the processes.
+/// The texts tell the oracle where they come from: "s3.t17" is token 17, of sign-in 3, and "s3.o5" OAuth2 token 5. Thread: the
+/// director or the running actor. Owner: the run, for longer than the processes.
 class Ledger {
 public:
     struct SignIn {
@@ -38,6 +38,7 @@ public:
         : m_world(world) {}
 
     [[nodiscard]] Answer answer(const QString& path, const Parameters& oauth);
+    [[nodiscard]] Answer oauth2Answer(const Parameters& form);
     /// The user has signed in in the browser.
     void approve(int number, const QByteArray& user) { m_signIns[number].user = user; }
     void end(int number) { m_signIns[number].isEnded = true; }
@@ -48,11 +49,15 @@ public:
     [[nodiscard]] int ownerOf(int token) const;
     /// The server would take this token of a product.
     [[nodiscard]] bool isCurrent(int token, const QByteArray& key) const;
+    /// The server would take this OAuth2 token.
+    [[nodiscard]] bool isOAuth2Good(int token) const;
+    [[nodiscard]] int ownerOfOAuth2(int token) const;
     [[nodiscard]] const std::map<int, SignIn>& signIns() const { return m_signIns; }
 
     /// The numbers in a text of the ledger; 0: there are none.
     [[nodiscard]] static int signInOf(const QByteArray& text) { return numberAfter(text, 's'); }
     [[nodiscard]] static int tokenOf(const QByteArray& text) { return numberAfter(text, 't'); }
+    [[nodiscard]] static int oauth2TokenOf(const QByteArray& text) { return numberAfter(text, 'o'); }
 
     static constexpr qint64 tokenLifeSeconds = 3600;
     /// A token is renewed five minutes before its end, less a timer's lateness.
@@ -65,6 +70,7 @@ private:
     [[nodiscard]] Answer accessToken(const Parameters& oauth);
     [[nodiscard]] Answer exchange(SignIn& signIn, const QByteArray& key);
     [[nodiscard]] Answer give(SignIn& signIn, const QByteArray& key);
+    void markGiven(SignIn& signIn, const QByteArray& key);
     [[nodiscard]] Answer invalidate(const Parameters& oauth);
 
     World& m_world;
@@ -73,6 +79,11 @@ private:
     int m_exchanges = 0;
     int m_tokens = 0;
     std::map<int, int> m_owners; ///< The sign-ins of the tokens.
+    struct OAuth2Token {
+        int signIn = 0;
+        qint64 endUs = 0;
+    };
+    std::map<int, OAuth2Token> m_oauth2Tokens;
 };
 
 } // namespace Velquor::Simulation

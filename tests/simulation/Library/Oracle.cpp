@@ -178,11 +178,23 @@ QString Oracle::checkAgreed(const SimProcess& process) const {
             .arg(nameOf(process))
             .arg(process.token())
             .arg(inFile == m_file.tokens.end() ? 0 : inFile->second);
-    return m_machine.line.ledger.isCurrent(process.token(), process.productKey().toLatin1())
+    if (!m_machine.line.ledger.isCurrent(process.token(), process.productKey().toLatin1()))
+        return QStringLiteral("R8: the server does not take the token that everybody has: %1 has t%2")
+            .arg(nameOf(process))
+            .arg(process.token());
+    return m_machine.usesOAuth2 ? checkOAuth2(process) : QString();
+}
+
+QString Oracle::checkOAuth2(const SimProcess& process) const {
+    const int token = process.oauth2Token();
+    const Ledger& ledger = m_machine.line.ledger;
+    return ledger.isOAuth2Good(token) && ledger.ownerOfOAuth2(token) == process.shownSignIn()
                ? QString()
-               : QStringLiteral("R8: the server does not take the token that everybody has: %1 has t%2")
+               : QStringLiteral("R8: the server does not take the OAuth2 token: %1 in s%2 has o%3 of s%4")
                      .arg(nameOf(process))
-                     .arg(process.token());
+                     .arg(process.shownSignIn())
+                     .arg(token)
+                     .arg(ledger.ownerOfOAuth2(token));
 }
 
 QString Oracle::checkTold(const SimProcess& process) const {

@@ -40,6 +40,7 @@ private:
     [[nodiscard]] QString checkTokens() const;
     [[nodiscard]] bool isHeld(int signIn, const QString& key, int token) const;
     [[nodiscard]] QString checkAgreed(const SimProcess& process) const;
+    [[nodiscard]] QString checkOAuth2(const SimProcess& process) const;
     [[nodiscard]] QString checkTold(const SimProcess& process) const;
 
     const Machine& m_machine;

@@ -116,6 +116,11 @@ int SimProcess::token() const {
     return isRestored() ? Ledger::tokenOf(QByteArray::fromBase64(m_session->tokens(m_clientKey).accessToken)) : 0;
 }
 
+int SimProcess::oauth2Token() const {
+    return isRestored() ? Ledger::oauth2TokenOf(QByteArray::fromBase64(m_session->oauth2().token(m_clientKey, nullptr).token))
+                        : 0;
+}
+
 LoginSession& SimProcess::session() {
     m_session->followFile();
     return *m_session;

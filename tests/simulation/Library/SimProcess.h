@@ -24,6 +24,7 @@ public:
     [[nodiscard]] int shownSignIn() const;
     /// The number of the access token of its product; 0: it has none.
     [[nodiscard]] int token() const;
+    [[nodiscard]] int oauth2Token() const;
     [[nodiscard]] const Process& process() const { return m_process; }
     [[nodiscard]] const QString& productKey() const { return m_productKey; }
     /// The sign-ins and sign-outs that the observer was told, in order: the number of a sign-in, 0 for a sign-out. A sign-in that

@@ -107,10 +107,12 @@ void OAuth2Access::disabledElsewhere(const QString& productKey) {
 
 void OAuth2Access::startTokens(const QString& clientKey) {
     const ProductSessionPointer product = m_state.product(clientKey);
-    if (!product || !m_state.isLoggedIn(clientKey))
+    if (!product)
         return;
+    // Also while the product's first token is on its way, whose arrival then starts the OAuth2 query.
     product->EnableOAuth2(m_state.clients().oauth2(clientKey).specs);
-    product->CheckTokensToQuery(m_state.currentServer());
+    if (m_state.isLoggedIn(clientKey))
+        product->CheckTokensToQuery(m_state.currentServer());
 }
 
 void OAuth2Access::waitForTokenQuery(const ProductLoginSession& product, const OAuth2TokenData& held) {
