@@ -37,8 +37,9 @@ void Oracle::readFile() {
     m_file.signIn = Ledger::signInOf(QByteArray::fromBase64(state.user.clientId));
     for (const StoredProduct& product : state.products)
         m_file.tokens[product.productKey] = Ledger::tokenOf(QByteArray::fromBase64(product.tokens.accessToken));
-    m_everInFile.insert(m_file.signIn);
-    m_used.insert({m_file.signIn, m_machine.world.nowUs()});
+    // Of two new sign-ins the one that is saved last counts, and its process may have slept before that.
+    if (m_everInFile.insert(m_file.signIn).second)
+        m_used[m_file.signIn] = m_machine.world.nowUs();
 }
 
 // Of two sign-ins that meet, either may be the later one: their dates are whole seconds.
