@@ -20,10 +20,6 @@ Outcome outcome(bool isDone, const Failure& failure) {
     return {isDone ? Failure() : failure, {}};
 }
 
-QString words(const char* text) {
-    return QCoreApplication::translate("Product", text);
-}
-
 } // namespace
 
 Outcome ProductCalls::configureAndRestore(const Keys& keys) {
@@ -59,11 +55,13 @@ Outcome ProductCalls::signOut() {
 }
 
 Outcome ProductCalls::renewAccessToken() {
-    return outcome(manager() && manager()->RefreshToken(true), FailureTexts::notRenewed(words("access token")));
+    return outcome(manager() && manager()->RefreshToken(true),
+                   FailureTexts::notRenewed(QCoreApplication::translate("Product", "access token")));
 }
 
 Outcome ProductCalls::renewOAuth2Token() {
-    return outcome(manager() && manager()->RefreshOAuth2Token(true), FailureTexts::notRenewed(words("OAuth2 token")));
+    return outcome(manager() && manager()->RefreshOAuth2Token(true),
+                   FailureTexts::notRenewed(QCoreApplication::translate("Product", "OAuth2 token")));
 }
 
 Outcome ProductCalls::switchServer(Server server) {

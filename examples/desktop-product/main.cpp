@@ -1,3 +1,4 @@
+#include "Language.h"
 #include "MainWindow.h"
 #include "Product.h"
 #include "TestInterface.h"
@@ -39,6 +40,7 @@ void describe(QCommandLineParser& parser) {
           QStringLiteral("Demo Product")},
          {QStringLiteral("support"), QStringLiteral("Folder of the URL configuration files."), QStringLiteral("folder")},
          {QStringLiteral("ca"), QStringLiteral("Certificate authority to trust (PEM)."), QStringLiteral("file")},
+         {QStringLiteral("language"), QStringLiteral("Language of the window, whatever the system has."), QStringLiteral("code")},
          {QStringLiteral("light"), QStringLiteral("Light palette, whatever the system has.")},
          {QStringLiteral("dark"), QStringLiteral("Dark palette, whatever the system has.")},
          {testOption, QStringLiteral("For tests: commands on the standard input, and no browser is opened.")}});
@@ -72,6 +74,7 @@ int main(int argc, char** argv) {
     describe(parser);
     parser.process(application);
     applyTheme(themeOf(parser));
+    applyLanguage(parser.value(QStringLiteral("language")));
     if (parser.isSet(QStringLiteral("ca")) && !trustAuthority(parser.value(QStringLiteral("ca")))) {
         std::fputs("desktop-product: no certificate found in the file given with --ca\n", stderr);
         return 2;

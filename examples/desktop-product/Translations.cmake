@@ -1,0 +1,25 @@
+# The translations, compiled by Qt's lrelease into the program. A build for another system uses the lrelease of this one: both
+# versions of Qt read the same files. Without lrelease the program speaks English only.
+get_target_property(vq_qmake Qt${VQ_QT}::qmake IMPORTED_LOCATION)
+get_filename_component(vq_qt_programs "${vq_qmake}" DIRECTORY)
+# Not from the PATH: Debian has a launcher there, which fails when it finds no Qt tools.
+find_program(VQ_LRELEASE lrelease PATHS "${vq_qt_programs}" /usr/lib/qt5/bin /usr/lib/qt6/bin NO_DEFAULT_PATH)
+
+# vq_add_translations(<target> <languages>)
+function(vq_add_translations target)
+  if(NOT VQ_LRELEASE)
+    message(STATUS "lrelease was not found: ${target} has no translations")
+    return()
+  endif()
+  set(entries "")
+  foreach(language IN LISTS ARGN)
+    set(source "${CMAKE_CURRENT_SOURCE_DIR}/translations/desktop_${language}.ts")
+    set(compiled "${CMAKE_CURRENT_BINARY_DIR}/desktop_${language}.qm")
+    add_custom_command(OUTPUT "${compiled}" COMMAND "${VQ_LRELEASE}" -silent "${source}" -qm "${compiled}" DEPENDS "${source}")
+    string(APPEND entries "<file>desktop_${language}.qm</file>")
+  endforeach()
+  set(list "${CMAKE_CURRENT_BINARY_DIR}/translations.qrc")
+  file(CONFIGURE OUTPUT "${list}" CONTENT "<RCC><qresource prefix=\"/translations\">${entries}</qresource></RCC>\n")
+  cmake_language(CALL qt${VQ_QT}_add_resources resources "${list}")
+  target_sources(${target} PRIVATE ${resources})
+endfunction()
