@@ -47,7 +47,8 @@ AccountPanel::AccountPanel(QWidget* parent)
     , m_expiry(Look::quietLabel(QStringLiteral("signInExpiry")))
     , m_quota(new QProgressBar)
     , m_quotaText(Look::label(QStringLiteral("quotaText")))
-    , m_services(new QListWidget) {
+    , m_services(new QListWidget)
+    , m_refresh(Look::button(QStringLiteral("refreshButton"), tr("Re&fresh"), tr("Ask the web services again (F5)"))) {
     content().addLayout(arrangePerson());
     arrangeQuota();
     arrangeServices();
@@ -57,8 +58,8 @@ AccountPanel::AccountPanel(QWidget* parent)
 
 QLayout* AccountPanel::arrangePerson() {
     m_expiry->setWordWrap(false);
-    m_name->setAccessibleName(tr("Name"));
-    m_mail->setAccessibleName(tr("Mail address"));
+    m_name->setAccessibleDescription(tr("Name"));
+    m_mail->setAccessibleDescription(tr("Mail address"));
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(Look::lines(*this, 0.1));
     for (QLabel* const label : {m_name, m_mail, m_expiry})
@@ -67,6 +68,8 @@ QLayout* AccountPanel::arrangePerson() {
     person->setSpacing(Look::lines(*this, 0.8));
     person->addWidget(m_avatar, 0, Qt::AlignTop);
     person->addLayout(texts, 1);
+    person->addWidget(m_refresh, 0, Qt::AlignTop);
+    connect(m_refresh, &QPushButton::clicked, this, &AccountPanel::refreshWanted);
     return person;
 }
 
@@ -106,6 +109,7 @@ void AccountPanel::showState(const AccountState& state) {
 void AccountPanel::showDetails(const AccountDetails& details, bool isReading) {
     m_details = details;
     m_isReading = isReading;
+    m_refresh->setEnabled(m_state.isSignedIn);
     showName();
     showQuota();
     showServices();

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QProgressBar>
+#include <QPushButton>
 
 /// The signed-in user: name, mail, storage in use, and the services that the user may use.
 ///
@@ -19,6 +20,9 @@ public:
 
     void showState(const AccountState& state);
     void showDetails(const AccountDetails& details, bool isReading);
+
+signals:
+    void refreshWanted();
 
 private:
     QLayout* arrangePerson();
@@ -39,4 +43,5 @@ private:
     QProgressBar* m_quota;
     QLabel* m_quotaText;
     QListWidget* m_services;
+    QPushButton* m_refresh;
 };

@@ -51,6 +51,9 @@ struct ProxySettings {
 
 [[nodiscard]] QString serverName(Velquor::WebServices::Server server);
 
+/// What ended a sign-in, as far as a product can know it.
+enum class SignInEnd { ByThisWindow, ByOtherProduct, Expired };
+
 /// The action that the product is running for its user. There is only one at a time.
 enum class Activity {
     Idle,

@@ -1,9 +1,9 @@
 #include "ActivityBar.h"
 
+#include "Accessibility.h"
 #include "Look.h"
 
 #include <QHBoxLayout>
-#include <QShortcut>
 
 namespace {
 
@@ -51,7 +51,8 @@ ActivityBar::ActivityBar(QWidget* parent)
 void ActivityBar::arrange() {
     m_text->setWordWrap(true);
     m_text->setFocusPolicy(Qt::TabFocus);
-    m_text->setAccessibleName(tr("What this product is waiting for"));
+    m_text->setAccessibleDescription(tr("What this product is waiting for"));
+    Accessibility::setRole(*m_text, QAccessible::StatusBar);
     m_progress->setRange(0, 0);
     m_progress->setTextVisible(false);
     m_progress->setMaximumHeight(Look::lines(*this, 0.35));
@@ -66,8 +67,6 @@ void ActivityBar::arrange() {
 }
 
 void ActivityBar::connectParts() {
-    auto* const escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
-    connect(escape, &QShortcut::activated, m_cancel, &QPushButton::click);
     connect(m_continue, &QPushButton::clicked, this, &ActivityBar::continueWanted);
     connect(m_reopen, &QPushButton::clicked, this, &ActivityBar::reopenWanted);
     connect(m_cancel, &QPushButton::clicked, this, &ActivityBar::cancelWanted);

@@ -1,5 +1,6 @@
 #include "Card.h"
 
+#include "Accessibility.h"
 #include "Look.h"
 
 #include <QPainter>
@@ -11,6 +12,7 @@ Card::Card(const QString& title, QWidget* parent)
     m_content->setContentsMargins(margin, margin, margin, margin);
     m_content->setSpacing(Look::lines(*this, 0.45));
     setAccessibleName(title);
+    Accessibility::setRole(*this, QAccessible::Grouping);
     if (title.isEmpty())
         return;
     QLabel* const heading = Look::label(QString(), 1.1, true);

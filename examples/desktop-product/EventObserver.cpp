@@ -1,8 +1,8 @@
 #include "EventObserver.h"
 
 void EventObserver::AboutToLogout(bool& veto) {
-    // A product with unsaved work on the server would ask its user before it lets the sign-out happen.
-    veto = false;
+    // The library waits for the answer, and so does the user. A question to the user comes after the veto.
+    veto = m_veto && m_veto();
     emit happened(QStringLiteral("AboutToLogout"));
 }
 

@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QString>
 #include <VqWebServices/IWebServicesObserver3.h>
+#include <functional>
+#include <utility>
 
 /// Turns the library's events into one Qt signal.
 ///
@@ -11,6 +13,10 @@ class EventObserver : public QObject, public Velquor::WebServices::IWebServicesO
     Q_OBJECT
 
 public:
+    /// Called before each sign-out that this process begins; true: the user stays signed in.
+    using Veto = std::function<bool()>;
+    void setVeto(Veto veto) { m_veto = std::move(veto); }
+
     void LoggedIn() override { emit happened(QStringLiteral("LoggedIn")); }
     void LoginRestored() override { emit happened(QStringLiteral("LoginRestored")); }
     void AboutToLogout(bool& veto) override;
@@ -35,4 +41,6 @@ signals:
 
 private:
     void tell(const QString& event, const wchar_t* consumerKey);
+
+    Veto m_veto;
 };

@@ -10,6 +10,10 @@ struct Words {
     Q_DECLARE_TR_FUNCTIONS(FailureTexts)
 };
 
+QString withDraft(const QString& whatToDo, bool hasDraft) {
+    return hasDraft ? Words::tr("%1 Your unsaved note comes back then.").arg(whatToDo) : whatToDo;
+}
+
 } // namespace
 
 namespace FailureTexts {
@@ -33,8 +37,10 @@ Failure noSignInPage(LoginErrorEx error, int httpStatus) {
         return {Words::tr("The account service could not be reached."),
                 Words::tr("Check the network connection and the proxy (Settings), then sign in again.")};
     case LoginErrorEx::NoSecureConnection:
-        return {Words::tr("No secure connection to the account service could be made."),
-                Words::tr("Its certificate is not trusted here. Name its authority with --ca, or ask who runs the network.")};
+        return {
+            Words::tr("No secure connection to the account service could be made."),
+            Words::tr(
+                "If this network has a sign-in page, open any web page in your browser and sign in there first. Otherwise name the authority of the service with --ca.")};
     case LoginErrorEx::WrongSystemTime:
         return {Words::tr("The clock of this computer is wrong."),
                 Words::tr("Set date, time and time zone, then sign in again.")};
@@ -45,7 +51,7 @@ Failure noSignInPage(LoginErrorEx error, int httpStatus) {
         return {
             Words::tr("The account service gave an answer that makes no sense."),
             Words::tr(
-                "Something between here and the service may answer in its place, such as a sign-in page of a hotel network.")};
+                "Something else may answer in its place, such as the sign-in page of a hotel network. Open any web page in your browser, sign in to the network there, then sign in here again.")};
     default: break;
     }
     return {Words::tr("The sign-in could not be begun."), Words::tr("The log says why. Sign in again after that.")};
@@ -92,6 +98,21 @@ Failure proxyNotCleared() {
     return {
         Words::tr("The stored proxy could not be removed."),
         Words::tr("Another product may be writing. Try again; if it stays so, check that you may write to your data folder.")};
+}
+
+Failure noteNotSaved() {
+    return {Words::tr("The note could not be saved."),
+            Words::tr("Copy it to another place. Check that the disk is not full and that you may write to your data folder.")};
+}
+
+Failure signInExpired(bool hasDraft) {
+    return {Words::tr("Your sign-in has expired."),
+            withDraft(Words::tr("Choose Sign in to go on here and in all your other products."), hasDraft), true};
+}
+
+Failure signedOutElsewhere(bool hasDraft) {
+    return {Words::tr("Another product has ended your sign-in."),
+            withDraft(Words::tr("All your products share one sign-in. Choose Sign in to go on."), hasDraft), true};
 }
 
 } // namespace FailureTexts

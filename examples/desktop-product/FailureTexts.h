@@ -7,6 +7,8 @@
 struct Failure {
     QString whatHappened;
     QString whatToDo;
+    /// Nothing failed: something happened that the user must know.
+    bool isInformation = false;
 
     [[nodiscard]] bool isFailure() const { return !whatHappened.isEmpty(); }
 };
@@ -24,5 +26,8 @@ namespace FailureTexts {
 [[nodiscard]] Failure proxyIncomplete();
 [[nodiscard]] Failure proxyNotStored();
 [[nodiscard]] Failure proxyNotCleared();
+[[nodiscard]] Failure noteNotSaved();
+[[nodiscard]] Failure signInExpired(bool hasDraft);
+[[nodiscard]] Failure signedOutElsewhere(bool hasDraft);
 
 } // namespace FailureTexts

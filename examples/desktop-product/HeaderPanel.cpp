@@ -1,5 +1,6 @@
 #include "HeaderPanel.h"
 
+#include "Accessibility.h"
 #include "Look.h"
 
 #include <QHBoxLayout>
@@ -12,7 +13,9 @@ HeaderPanel::HeaderPanel(const QString& productName, QWidget* parent)
     QLabel* const title = Look::label(QStringLiteral("product"), 1.7, true);
     title->setText(productName);
     Look::makePrimary(*m_signIn);
-    m_status->setAccessibleName(tr("Who is signed in"));
+    // Its name is its text, and a screen reader tells when that changes.
+    m_status->setAccessibleDescription(tr("Who is signed in"));
+    Accessibility::setRole(*m_status, QAccessible::StatusBar);
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(0);
     texts->addWidget(title);

@@ -3,12 +3,35 @@
 #include <QApplication>
 #include <QFontMetrics>
 #include <QPainter>
+#include <cmath>
+
+namespace {
+
+/// How bright a colour is to the eye, 0 to 1.
+qreal brightness(const QColor& colour) {
+    const auto linear = [](qreal channel) {
+        return channel <= 0.03928 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+}
+
+} // namespace
 
 namespace Look {
 
 QColor mixed(const QColor& a, const QColor& b, qreal part) {
     const auto channel = [part](int first, int second) { return qRound(first * part + second * (1 - part)); };
     return QColor(channel(a.red(), b.red()), channel(a.green(), b.green()), channel(a.blue(), b.blue()));
+}
+
+qreal contrast(const QColor& a, const QColor& b) {
+    const qreal first = brightness(a);
+    const qreal second = brightness(b);
+    return (qMax(first, second) + 0.05) / (qMin(first, second) + 0.05);
+}
+
+QColor readableOn(const QColor& background) {
+    return contrast(Qt::black, background) > contrast(Qt::white, background) ? Qt::black : Qt::white;
 }
 
 QFont scaled(QFont font, qreal factor, bool isBold) {

@@ -11,6 +11,10 @@ namespace Look {
 
 /// Mixes the colours: `part` of `a` in `b`, 0 to 1.
 [[nodiscard]] QColor mixed(const QColor& a, const QColor& b, qreal part);
+/// The contrast of two colours, 1 to 21. Text needs 4.5.
+[[nodiscard]] qreal contrast(const QColor& a, const QColor& b);
+/// Black or white, whichever is easier to read on this colour.
+[[nodiscard]] QColor readableOn(const QColor& background);
 [[nodiscard]] QFont scaled(QFont font, qreal factor, bool isBold = false);
 /// The height of this many lines of the font. Margins and rounded corners use it as their unit.
 [[nodiscard]] int lines(const QWidget& widget, qreal count);

@@ -5,16 +5,43 @@
 #include "EventsPanel.h"
 #include "HeaderPanel.h"
 #include "Look.h"
+#include "NotePanel.h"
 #include "NoticeBar.h"
 #include "Product.h"
 #include "SettingsPanel.h"
 #include "TokensPanel.h"
+#include "UnsavedWorkQuestion.h"
 
-#include <QAction>
 #include <QGridLayout>
+#include <QScreen>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QStandardPaths>
 #include <QTabWidget>
 #include <QUrl>
 #include <utility>
+
+namespace {
+
+NoteStore storeOf(const QString& productName) {
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return NoteStore(
+        QStringLiteral("%1/desktop-product/%2").arg(folder, QString::fromLatin1(QUrl::toPercentEncoding(productName))));
+}
+
+/// Scrolls where the screen is too small for the content, such as with large text.
+QScrollArea* scrolling(QWidget* content) {
+    auto* const area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setWidget(content);
+    content->setAutoFillBackground(false);
+    area->viewport()->setAutoFillBackground(false);
+    return area;
+}
+
+} // namespace
 
 MainWindow::MainWindow(Product& product, const QString& productName, OpenAddress openAddress)
     : m_product(product)
@@ -25,13 +52,14 @@ MainWindow::MainWindow(Product& product, const QString& productName, OpenAddress
     , m_account(new AccountPanel)
     , m_tokens(new TokensPanel)
     , m_events(new EventsPanel)
+    , m_note(new NotePanel(storeOf(productName)))
     , m_settings(new SettingsPanel) {
     setWindowTitle(productName);
     arrange();
     addShortcuts();
     connectProduct();
     connectPanels();
-    resize(Look::lines(*this, 50), Look::lines(*this, 41));
+    resize(QSize(Look::lines(*this, 50), Look::lines(*this, 41)).boundedTo(screen()->availableSize()));
     // The window may become active while the product is starting. Without this, the first part enabled then would get the focus.
     m_header->wayInOrOut()->setFocus();
 }
@@ -40,8 +68,9 @@ void MainWindow::arrange() {
     auto* const tabs = new QTabWidget;
     tabs->setObjectName(QStringLiteral("tabs"));
     tabs->setDocumentMode(true);
-    tabs->addTab(makeOverview(), tr("O&verview"));
-    tabs->addTab(m_settings, tr("Settin&gs"));
+    tabs->addTab(scrolling(makeOverview()), tr("O&verview"));
+    tabs->addTab(m_note, tr("Note&book"));
+    tabs->addTab(scrolling(m_settings), tr("Settin&gs"));
     auto* const central = new QWidget;
     auto* const column = new QVBoxLayout(central);
     const int margin = Look::lines(*this, 1);
@@ -70,13 +99,14 @@ QWidget* MainWindow::makeOverview() {
 }
 
 void MainWindow::addShortcuts() {
-    auto* const refresh = new QAction(tr("Refresh"), this);
-    refresh->setShortcut(QKeySequence(QKeySequence::Refresh));
-    connect(refresh, &QAction::triggered, &m_product, &Product::refresh);
-    auto* const quit = new QAction(tr("Quit"), this);
-    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
-    connect(quit, &QAction::triggered, this, &MainWindow::close);
-    addActions({refresh, quit});
+    addShortcut(QKeySequence::Refresh, [this] { m_product.refresh(); });
+    addShortcut(QKeySequence::Save, [this] { m_note->save(); });
+    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), [this] { close(); });
+    addShortcut(QKeySequence(Qt::Key_Escape), [this] { escape(); });
+}
+
+void MainWindow::addShortcut(const QKeySequence& keys, const std::function<void()>& action) {
+    connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
 }
 
 void MainWindow::connectProduct() {
@@ -88,7 +118,11 @@ void MainWindow::connectProduct() {
     connect(&m_product, &Product::eventHappened, m_events, &EventsPanel::addEvent);
     connect(&m_product, &Product::activityChanged, this, &MainWindow::showActivity);
     connect(&m_product, &Product::failed, this, &MainWindow::showFailure);
-    connect(&m_product, &Product::succeeded, m_notice, &NoticeBar::hide);
+    connect(&m_product, &Product::succeeded, this, &MainWindow::closeNotice);
+    connect(&m_product, &Product::vetoed, this, &MainWindow::askAboutUnsavedWork);
+    connect(&m_product, &Product::signInEnded, this, &MainWindow::showEndOfSignIn);
+    connect(&m_product, &Product::stateChanged, m_note, &NotePanel::showState);
+    m_product.setHasUnsavedWork([this] { return m_note->hasUnsavedWork(); });
     connect(&m_product, &Product::pageReady, this, [this](const QString& page) {
         m_page = page;
         openPage();
@@ -106,6 +140,10 @@ void MainWindow::connectPanels() {
     connect(m_settings, &SettingsPanel::switchServerWanted, &m_product, &Product::switchServer);
     connect(m_settings, &SettingsPanel::storeProxyWanted, &m_product, &Product::storeProxy);
     connect(m_settings, &SettingsPanel::clearProxyWanted, &m_product, &Product::clearProxy);
+    connect(m_account, &AccountPanel::refreshWanted, &m_product, &Product::refresh);
+    connect(m_note, &NotePanel::failed, this, &MainWindow::showFailure);
+    connect(m_note, &NotePanel::saved, this, &MainWindow::closeNotice);
+    connect(m_notice, &NoticeBar::closeWanted, this, &MainWindow::closeNotice);
     connect(m_notice, &NoticeBar::logWanted, this,
             [this] { m_openAddress(QUrl::fromLocalFile(Product::logFile()).toString(QUrl::FullyEncoded)); });
 }
@@ -135,9 +173,50 @@ void MainWindow::showFailure(const Failure& failure) {
     m_notice->showFailure(failure);
 }
 
+void MainWindow::escape() {
+    if (m_isIdle)
+        closeNotice();
+    else
+        m_product.cancel();
+}
+
+void MainWindow::closeNotice() {
+    const bool hadFocus = m_notice->isAncestorOf(focusWidget());
+    m_notice->hide();
+    if (hadFocus)
+        m_header->wayInOrOut()->setFocus();
+}
+
+void MainWindow::askAboutUnsavedWork() {
+    m_question = new UnsavedWorkQuestion(this);
+    connect(m_question, &UnsavedWorkQuestion::saveWanted, this, [this] {
+        if (m_note->save())
+            m_product.repeat();
+    });
+    connect(m_question, &UnsavedWorkQuestion::discardWanted, this, [this] {
+        m_note->discard();
+        m_product.repeat();
+    });
+    m_question->open();
+    m_question->activateWindow();
+}
+
+void MainWindow::showEndOfSignIn(SignInEnd end) {
+    // There is nothing left to ask.
+    if (m_question)
+        m_question->reject();
+    const bool hasDraft = m_note->hasUnsavedWork();
+    showFailure(end == SignInEnd::Expired ? FailureTexts::signInExpired(hasDraft) : FailureTexts::signedOutElsewhere(hasDraft));
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    m_note->keepDraft();
+    QMainWindow::closeEvent(event);
+}
+
 void MainWindow::openPage() {
     if (m_openAddress(m_page))
-        m_notice->hide();
+        closeNotice();
     else
         showFailure(FailureTexts::noBrowser());
 }

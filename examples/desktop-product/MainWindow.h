@@ -12,9 +12,11 @@ class ActivityBar;
 class EventsPanel;
 class HeaderPanel;
 class NoticeBar;
+class NotePanel;
 class Product;
 class SettingsPanel;
 class TokensPanel;
+class UnsavedWorkQuestion;
 
 /// The window. It combines the panels and connects them with the product.
 ///
@@ -28,15 +30,23 @@ public:
 
     MainWindow(Product& product, const QString& productName, OpenAddress openAddress);
 
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
 private:
     void arrange();
     QWidget* makeOverview();
     void addShortcuts();
+    void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
     void connectProduct();
     void connectPanels();
     void showActivity(Activity activity);
     void showFailure(const Failure& failure);
     void giveFocusBack();
+    void escape();
+    void closeNotice();
+    void askAboutUnsavedWork();
+    void showEndOfSignIn(SignInEnd end);
     void openPage();
 
     Product& m_product;
@@ -53,5 +63,7 @@ private:
     AccountPanel* m_account;
     TokensPanel* m_tokens;
     EventsPanel* m_events;
+    NotePanel* m_note;
     SettingsPanel* m_settings;
+    QPointer<UnsavedWorkQuestion> m_question;
 };

@@ -6,8 +6,8 @@
 #include <QLabel>
 #include <QPushButton>
 
-/// A failure in words: what happened, what to do, and a button that opens the log. It stays until the user closes it or a later
-/// action succeeds.
+/// A failure in words: what happened, what to do, and a button that opens the log. Or an information, which has no log. It stays
+/// until the user closes it or a later action succeeds.
 ///
 /// Thread: the main thread. Owner: the main window.
 class NoticeBar : public Card {
@@ -20,8 +20,12 @@ public:
 
 signals:
     void logWanted();
+    void closeWanted();
 
 private:
+    void showKind(bool isInformation);
+
+    QLabel* m_sign;
     QLabel* m_whatHappened;
     QLabel* m_whatToDo;
     QPushButton* m_log;

@@ -19,6 +19,7 @@ constexpr int detailsIntervalMs = 30000;
 Product::Product(Options options)
     : m_options(std::move(options)) {
     connect(&m_observer, &EventObserver::happened, this, &Product::onEvent);
+    m_observer.setVeto([this] { return vetoes(); });
     connect(&m_lookTimer, &QTimer::timeout, this, &Product::look);
     connect(&m_detailsTimer, &QTimer::timeout, this, &Product::readDetails);
     m_lookTimer.setInterval(lookIntervalMs);
@@ -68,6 +69,20 @@ void Product::signOut() {
     act(Activity::SigningOut, &ProductCalls::signOut);
 }
 
+void Product::repeat() {
+    act(m_lastActivity, m_lastCall);
+}
+
+bool Product::vetoes() {
+    const bool isWanted = m_activity == Activity::SigningOut || m_activity == Activity::SwitchingServer;
+    // The library asks also before it ends a sign-in that the server does not accept any more. A veto would not bring that back.
+    m_end = isWanted ? SignInEnd::ByThisWindow : SignInEnd::Expired;
+    m_isVetoed = isWanted && m_hasUnsavedWork && m_hasUnsavedWork();
+    if (m_isVetoed)
+        m_end = SignInEnd::ByOtherProduct;
+    return m_isVetoed;
+}
+
 void Product::renewAccessToken() {
     act(Activity::RenewingAccessToken, &ProductCalls::renewAccessToken);
 }
@@ -111,6 +126,9 @@ void Product::act(Activity activity, const std::function<Outcome()>& call) {
     const bool isNextStep = m_activity == Activity::WaitingForBrowser && activity == Activity::Completing;
     if (m_activity != Activity::Idle && !isNextStep)
         return;
+    m_lastActivity = activity;
+    m_lastCall = call;
+    m_isVetoed = false;
     setActivity(activity);
     m_actions.post([this, call, round = m_actionRound] {
         const Outcome outcome = call();
@@ -130,13 +148,25 @@ void Product::finish(const Outcome& outcome) {
     // When the service did not complete a sign-in, the user can continue with the same page.
     const bool isPageStillOpen = done == Activity::Completing && outcome.failure.isFailure();
     setActivity(isPageReady || isPageStillOpen ? Activity::WaitingForBrowser : Activity::Idle);
-    if (outcome.failure.isFailure())
-        emit failed(outcome.failure);
+    if (m_isVetoed)
+        emit vetoed();
+    else if (outcome.failure.isFailure())
+        tellFailure(done, outcome.failure);
     else
         emit succeeded();
     if (isPageReady)
         emit pageReady(outcome.page);
     look();
+}
+
+void Product::tellFailure(Activity done, const Failure& failure) {
+    const bool isRenewal = done == Activity::RenewingAccessToken || done == Activity::RenewingOAuth2Token;
+    // A sign-out that failed leaves the end of the sign-in to others.
+    if (done == Activity::SigningOut || done == Activity::SwitchingServer)
+        m_end = SignInEnd::ByOtherProduct;
+    // A renewal without a sign-in fails, which the end of the sign-in has explained.
+    if (!isRenewal || m_state.isSignedIn)
+        emit failed(failure);
 }
 
 void Product::setActivity(Activity activity) {

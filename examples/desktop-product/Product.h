@@ -10,6 +10,7 @@
 #include <QString>
 #include <QTimer>
 #include <functional>
+#include <utility>
 
 /// The product behind the window. It is the only class that uses the library, and it notifies the window by signals.
 ///
@@ -34,6 +35,8 @@ public:
     /// Call it when the browser shows that the user is signed in there.
     void completeSignIn();
     void signOut();
+    /// Begins the action that was vetoed again.
+    void repeat();
     void renewAccessToken();
     void renewOAuth2Token();
     void switchServer(Velquor::WebServices::Server server);
@@ -43,6 +46,9 @@ public:
     void cancel();
     /// Queries the web services about the user again.
     void refresh();
+
+    /// Set it before the start. While it returns true, no sign-out of this window's user happens.
+    void setHasUnsavedWork(std::function<bool()> hasUnsavedWork) { m_hasUnsavedWork = std::move(hasUnsavedWork); }
 
     [[nodiscard]] Activity activity() const { return m_activity; }
     [[nodiscard]] static QString logFile();
@@ -55,12 +61,19 @@ signals:
     void eventHappened(const QString& event, const QString& consumerKey, EventOrigin origin);
     void succeeded();
     void failed(const Failure& failure);
+    /// The sign-out, or the change of server, did not happen, since there is unsaved work.
+    void vetoed();
+    /// The sign-in is over, and not by an action in this window. Precedes `stateChanged`.
+    void signInEnded(SignInEnd end);
 
 private:
     bool beginLibrary();
     void endLibrary();
+    [[nodiscard]] bool vetoes();
+    void noteEnd(const AccountState& state);
     void act(Activity activity, const std::function<Outcome()>& call);
     void finish(const Outcome& outcome);
+    void tellFailure(Activity done, const Failure& failure);
     void setActivity(Activity activity);
     void look();
     void takeState(const AccountState& state);
@@ -69,6 +82,11 @@ private:
     void onEvent(const QString& event, const QString& consumerKey);
 
     const Options m_options;
+    std::function<bool()> m_hasUnsavedWork;
+    std::function<Outcome()> m_lastCall;
+    Activity m_lastActivity = Activity::Idle;
+    bool m_isVetoed = false;
+    SignInEnd m_end = SignInEnd::ByOtherProduct;
     EventObserver m_observer;
     Activity m_activity = Activity::Idle;
     AccountState m_state;

@@ -2,6 +2,7 @@
 
 #include "Product.h"
 
+#include <QDateTime>
 #include <QMetaObject>
 
 void Product::refresh() {
@@ -30,6 +31,7 @@ void Product::look() {
 void Product::takeState(const AccountState& state) {
     const bool isSameUser = state.isSignedIn == m_state.isSignedIn && state.userId == m_state.userId;
     const bool hasNewToken = state.accessToken.isHeld && !m_state.accessToken.isHeld;
+    noteEnd(state);
     m_state = state;
     if (!isSameUser) {
         ++m_signInRound;
@@ -41,6 +43,18 @@ void Product::takeState(const AccountState& state) {
         emit detailsChanged(m_details, false);
     if (!isSameUser || hasNewToken)
         readDetails();
+}
+
+void Product::noteEnd(const AccountState& state) {
+    if (m_state.isSignedIn && !state.isSignedIn) {
+        const bool isOver = m_state.signInExpiry > 0 && m_state.signInExpiry <= QDateTime::currentSecsSinceEpoch();
+        const SignInEnd end = isOver && m_end == SignInEnd::ByOtherProduct ? SignInEnd::Expired : m_end;
+        if (end != SignInEnd::ByThisWindow)
+            emit signInEnded(end);
+    }
+    // The events before a sign-out cause looks too, which find the user signed in still.
+    if (m_state.isSignedIn != state.isSignedIn)
+        m_end = SignInEnd::ByOtherProduct;
 }
 
 void Product::readDetails() {

@@ -1,13 +1,19 @@
 #include "TestInterface.h"
 
+#include "TextMeasures.h"
+
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
+#include <QCryptographicHash>
+#include <QDialog>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPixmap>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QScreen>
 #include <cstdio>
@@ -43,6 +49,8 @@ QString textOf(const QWidget& part) {
         return button->text();
     if (const auto* const line = qobject_cast<const QLineEdit*>(&part))
         return line->text();
+    if (const auto* const note = qobject_cast<const QPlainTextEdit*>(&part))
+        return note->toPlainText();
     if (const auto* const box = qobject_cast<const QComboBox*>(&part))
         return box->currentText();
     if (const auto* const bar = qobject_cast<const QProgressBar*>(&part))
@@ -50,6 +58,13 @@ QString textOf(const QWidget& part) {
     if (const auto* const view = qobject_cast<const QAbstractItemView*>(&part))
         return textOfItems(*view->model());
     return {};
+}
+
+QString digest(QWidget& part) {
+    const QImage picture = part.grab().toImage();
+    const QByteArray pixels =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(picture.constBits()), int(picture.sizeInBytes()));
+    return QString::fromLatin1(QCryptographicHash::hash(pixels, QCryptographicHash::Md5).toHex());
 }
 
 } // namespace
@@ -92,14 +107,18 @@ QJsonObject TestInterface::answer(const QString& command, const QString& argumen
         return {{QStringLiteral("name"), part ? part->objectName() : QString()}};
     }
     if (command == QStringLiteral("picture"))
-        return {{QStringLiteral("ok"), m_window.grab().save(argument, "PNG", smallestFile)}};
+        return {{QStringLiteral("ok"), picture().save(argument, "PNG", smallestFile)}};
+    if (command == QStringLiteral("cut"))
+        return {{QStringLiteral("texts"), TextMeasures::cutOffTexts(m_window)}};
+    if (command == QStringLiteral("colours"))
+        return {{QStringLiteral("texts"), TextMeasures::colours(m_window)}};
     if (command == QStringLiteral("screen"))
         return {{QStringLiteral("ok"), m_window.screen()->grabWindow(0).save(argument, "PNG", smallestFile)}};
     if (command == QStringLiteral("size")) {
         m_window.resize(argument.section(QLatin1Char(' '), 0, 0).toInt(), argument.section(QLatin1Char(' '), 1).toInt());
         return {{QStringLiteral("ok"), true}};
     }
-    const auto* const part = m_window.findChild<const QWidget*>(argument);
+    auto* const part = m_window.findChild<QWidget*>(argument);
     if (!part || command != QStringLiteral("part"))
         return {{QStringLiteral("error"), QStringLiteral("unknown command or part")}};
     const QPoint middle = part->mapToGlobal(part->rect().center()) * part->devicePixelRatioF();
@@ -107,5 +126,16 @@ QJsonObject TestInterface::answer(const QString& command, const QString& argumen
             {QStringLiteral("visible"), part->isVisible()},
             {QStringLiteral("enabled"), part->isEnabled()},
             {QStringLiteral("x"), middle.x()},
-            {QStringLiteral("y"), middle.y()}};
+            {QStringLiteral("y"), middle.y()},
+            {QStringLiteral("look"), digest(*part)}};
+}
+
+QPixmap TestInterface::picture() const {
+    QPixmap picture = m_window.grab();
+    QPainter painter(&picture);
+    for (QDialog* const dialog : m_window.findChildren<QDialog*>()) {
+        if (dialog->isVisible())
+            painter.drawPixmap(dialog->pos() - m_window.pos(), dialog->grab());
+    }
+    return picture;
 }

@@ -10,8 +10,9 @@
 /// mouse.
 ///
 /// Reads commands from the standard input, one per line, and answers each with one line of JSON:
-/// `part NAME` (its content, and its centre on the screen), `focus` (the part with the keyboard focus), `picture FILE` and
-/// `screen FILE` (write the window, or the whole screen, as PNG), `size WIDTH HEIGHT`, `quit`. The end of the input quits too.
+/// `part NAME` (its content, its centre on the screen, and a digest of its look), `focus` (the part with the keyboard focus),
+/// `picture FILE` and `screen FILE` (write the window with its dialog, or the whole screen, as PNG), `size WIDTH HEIGHT`, `cut`
+/// and `colours` (see TextMeasures.h), `quit`. The end of the input quits too.
 ///
 /// Thread: the main thread; a separate thread waits for lines. Owner: main().
 class TestInterface : public QObject {
@@ -30,6 +31,7 @@ signals:
 
 private:
     void execute(const QString& line);
+    [[nodiscard]] QPixmap picture() const;
     [[nodiscard]] QJsonObject answer(const QString& command, const QString& argument) const;
 
     QWidget& m_window;

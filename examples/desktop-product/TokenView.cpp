@@ -26,25 +26,24 @@ QString clockText(qint64 date) {
 
 TokenView::TokenView(const QString& name, const QString& title, const QString& renewText, QWidget* parent)
     : QWidget(parent)
+    , m_title(title)
     , m_expires(Look::label(name + QStringLiteral("Expiry"), 2.1, true))
     , m_expiresText(Look::quietLabel(name + QStringLiteral("ExpiryText")))
     , m_renewal(Look::label(name + QStringLiteral("Renewal"), 2.1))
     , m_renewalText(Look::quietLabel(name + QStringLiteral("RenewalText")))
     , m_renew(Look::button(name + QStringLiteral("RenewButton"), renewText, tr("Ask for a new %1 now").arg(title))) {
-    m_expires->setAccessibleName(tr("%1 expires in").arg(title));
-    m_renewal->setAccessibleName(tr("%1 is renewed in").arg(title));
     for (QLabel* const caption : {m_expiresText, m_renewalText})
         caption->setWordWrap(false);
     m_renewal->setForegroundRole(QPalette::PlaceholderText);
-    arrange(title);
+    arrange();
     connect(m_renew, &QPushButton::clicked, this, &TokenView::renewWanted);
     tick();
     updateButton();
 }
 
-void TokenView::arrange(const QString& title) {
+void TokenView::arrange() {
     QLabel* const heading = Look::label(QString());
-    heading->setText(title);
+    heading->setText(m_title);
     auto* const grid = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setVerticalSpacing(0);
@@ -74,9 +73,16 @@ void TokenView::setIdle(bool isIdle) {
 }
 
 void TokenView::tick() {
-    const qint64 left = m_token.expiry - QDateTime::currentSecsSinceEpoch();
-    if (!m_token.isHeld)
-        return showNone();
+    if (m_token.isHeld)
+        showTimes(m_token.expiry - QDateTime::currentSecsSinceEpoch());
+    else
+        showNone();
+    // A screen reader says the time of day. A name that counts down would change each second.
+    m_expires->setAccessibleName(tr("%1: %2").arg(m_title, m_expiresText->text()));
+    m_renewal->setAccessibleName(tr("%1: %2").arg(m_title, m_renewalText->text()));
+}
+
+void TokenView::showTimes(qint64 left) {
     const bool isExpired = left <= 0;
     const bool isDue = left <= renewalMargin;
     m_expires->setText(isExpired ? tr("expired") : spanText(left));

@@ -25,10 +25,12 @@ signals:
     void renewWanted();
 
 private:
-    void arrange(const QString& title);
+    void arrange();
     void updateButton();
+    void showTimes(qint64 left);
     void showNone();
 
+    const QString m_title;
     TokenFacts m_token;
     bool m_isSignedIn = false;
     bool m_isIdle = true;

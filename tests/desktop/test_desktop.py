@@ -2,75 +2,21 @@
 
 With VQ_PICTURES=1 the pictures of the documentation are made again; otherwise they go to a temporary folder.
 """
-import os
-import pathlib
-import shutil
 import subprocess
-import sys
-import tempfile
 import time
-import unittest
 
-SOURCE = pathlib.Path(os.environ["VQ_SOURCE_DIR"])
-# Set where the sample is built for Windows and runs under Wine.
-SYSROOT = os.environ.get("VQ_WINDOWS_SYSROOT", "")
-PROGRAM = pathlib.Path(os.environ["VQ_BINARY_DIR"]) / "bin/desktop-product"
-sys.path.insert(0, str(SOURCE / "dev/demo"))
+from cases import AT_ONCE_SECONDS, GAP, HEIGHT, SECOND, SOURCE, SYSROOT, WIDTH, DesktopCase, run_tests
+from screen import Screen, Window, wait_until
 
-from account import AccountService  # noqa: E402
-from product import Home  # noqa: E402
-from screen import Screen, Window, wait_until  # noqa: E402
-
-SKIPPED = 77
-AT_ONCE_SECONDS = 2 if "VQ_SOAK" in os.environ else 15
 # Wine waits two seconds for the window manager, which is not there, when it takes a window away.
 CLOSING_SECONDS = AT_ONCE_SECONDS + (2 if SYSROOT else 0)
-WIDTH, HEIGHT, GAP = 760, 640, 24
-SECOND = ["--key", "second-product-0002", "--secret", "demo-secret-0002"]
-TITLES = ["Demo Product", "Second Product"]
 
 
-class DesktopTest(unittest.TestCase):
+class DesktopTest(DesktopCase):
     @classmethod
     def setUpClass(cls):
         cls.screen = Screen(2 * WIDTH + 3 * GAP, HEIGHT + 2 * GAP)
         cls.addClassCleanup(cls.screen.close)
-
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vqws-test-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.pictures = SOURCE / "docs/pictures" if os.environ.get("VQ_PICTURES") == "1" else self.folder
-        self.home = Home(self.folder / "home", SYSROOT, self.screen.variables(SYSROOT))
-        self.addCleanup(self.home.close)
-        self.service = AccountService(self.folder / "service")
-        self.service.start()
-        self.addCleanup(self.service.stop)
-
-    def open(self, place: int, *options: str) -> Window:
-        window = Window(PROGRAM, self.screen, self.service, self.home, TITLES[place], *options)
-        self.addCleanup(self.close, window)
-        window.move(GAP + place * (WIDTH + GAP), GAP, WIDTH, HEIGHT)
-        wait_until(lambda: window.shows("status", "Nobody is signed in") and window.is_usable("signInButton"), what="the start")
-        window.keys()
-        wait_until(lambda: window.focus() == "signInButton", what="the keyboard to be with the button")
-        return window
-
-    def close(self, window: Window) -> None:
-        window.stop()
-        self.assertEqual(0, window.process.returncode, "the program did not end well")
-
-    def ask_for_page(self, window: Window) -> str:
-        window.keys("alt+s")
-        return window.pages.get(timeout=20)
-
-    def sign_in(self, window: Window) -> None:
-        self.service.control("approve", {"url": self.ask_for_page(window), "user": "ada"})
-        wait_until(lambda: window.focus() == "continueButton", what="the focus on Continue")
-        window.keys("Return")
-        wait_until(lambda: window.shows("status", "Signed in as ada"), what="the sign-in")
-
-    def fault(self, endpoint: str, kind: str, **more) -> None:
-        self.service.control("faults", {"endpoint": endpoint, "kind": kind, **more})
 
     def test_two_windows_follow_each_other(self):
         first, second = self.open(0, "--light"), self.open(1, "--dark", *SECOND)
@@ -91,19 +37,15 @@ class DesktopTest(unittest.TestCase):
             self.assertEqual([origin], [row[2] for row in window.events() if row[1] == "LoggedIn"])
         shown = first.text("accessExpiry")
         wait_until(lambda: first.text("accessExpiry") < shown, AT_ONCE_SECONDS, "the countdown")
-        self.take_pictures(first, second)
+        self.take_picture(first, "desktop-light")
+        self.take_picture(second, "desktop-dark")
+        self.take_picture(first, "desktop-two", "screen")
         second.click("signOutButton")
         for window, origin in ((second, "this process"), (first, "another process")):
             wait_until(lambda: window.shows("status", "Nobody is signed in"), AT_ONCE_SECONDS, "the sign-out")
             wait_until(lambda: window.text("userName") == "Nobody is signed in" and "example.com" not in window.text("userMail"))
             self.assertEqual([origin], [row[2] for row in window.events() if row[1] == "LoggedOut"])
             self.assertEqual("–", window.text("accessExpiry"))
-
-    def take_pictures(self, first: Window, second: Window) -> None:
-        self.screen.do("mousemove", "0", "0")
-        for window, order in ((first, "picture {}/desktop-light.png"), (second, "picture {}/desktop-dark.png"),
-                              (first, "screen {}/desktop-two.png")):
-            self.assertTrue(window.ask(order.format(self.home.path(self.pictures)))["ok"])
 
     def test_failures_are_shown_with_advice(self):
         window = self.open(0, "--dark")
@@ -118,7 +60,7 @@ class DesktopTest(unittest.TestCase):
                 wait_until(lambda: window.shows("noticeTitle", what), what=f'"{what}"')
                 self.assertIn(advice, window.text("noticeText"))
                 self.assertTrue(window.is_usable("signInButton"))
-        self.assertTrue(window.ask(f"picture {self.home.path(self.pictures)}/desktop-failure.png")["ok"])
+        self.take_picture(window, "desktop-failure")
         window.keys("alt+m")
         wait_until(lambda: not window.part("noticeTitle")["visible"], what="the message to go")
         self.service.control("reset", {})
@@ -189,7 +131,4 @@ class DesktopTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if not shutil.which("Xvfb"):
-        print("Skipped: Xvfb is not installed; tools/setup installs it.")
-        sys.exit(SKIPPED)
-    unittest.main(warnings="ignore")
+    run_tests()

@@ -83,6 +83,14 @@
         <source>Not available right now. Refresh (F5) asks again.</source>
         <translation>Zurzeit nicht verfügbar. Aktualisieren (F5) fragt noch einmal.</translation>
     </message>
+    <message>
+        <source>Re&amp;fresh</source>
+        <translation>A&amp;ktualisieren</translation>
+    </message>
+    <message>
+        <source>Ask the web services again (F5)</source>
+        <translation>Die Webdienste noch einmal fragen (F5)</translation>
+    </message>
 </context>
 <context>
     <name>ActivityBar</name>
@@ -244,10 +252,6 @@
         <translation>Es kam keine sichere Verbindung zum Kontodienst zustande.</translation>
     </message>
     <message>
-        <source>Its certificate is not trusted here. Name its authority with --ca, or ask who runs the network.</source>
-        <translation>Seinem Zertifikat wird hier nicht vertraut. Nennen Sie dessen Aussteller mit --ca, oder fragen Sie, wer das Netz betreibt.</translation>
-    </message>
-    <message>
         <source>The clock of this computer is wrong.</source>
         <translation>Die Uhr dieses Computers geht falsch.</translation>
     </message>
@@ -266,10 +270,6 @@
     <message>
         <source>The account service gave an answer that makes no sense.</source>
         <translation>Der Kontodienst hat eine unverständliche Antwort gegeben.</translation>
-    </message>
-    <message>
-        <source>Something between here and the service may answer in its place, such as a sign-in page of a hotel network.</source>
-        <translation>Vielleicht antwortet etwas anderes an seiner Stelle, etwa die Anmeldeseite eines Hotelnetzes.</translation>
     </message>
     <message>
         <source>The sign-in could not be begun.</source>
@@ -343,6 +343,42 @@
         <source>Another product may be writing. Try again; if it stays so, check that you may write to your data folder.</source>
         <translation>Vielleicht schreibt gerade ein anderes Produkt. Versuchen Sie es noch einmal. Bleibt es dabei, prüfen Sie, ob Sie in Ihren Datenordner schreiben dürfen.</translation>
     </message>
+    <message>
+        <source>%1 Your unsaved note comes back then.</source>
+        <translation>%1 Ihre ungespeicherte Notiz kommt dann zurück.</translation>
+    </message>
+    <message>
+        <source>If this network has a sign-in page, open any web page in your browser and sign in there first. Otherwise name the authority of the service with --ca.</source>
+        <translation>Hat dieses Netz eine Anmeldeseite, öffnen Sie irgendeine Webseite in Ihrem Browser und melden Sie sich zuerst dort an. Sonst nennen Sie den Aussteller des Dienstes mit --ca.</translation>
+    </message>
+    <message>
+        <source>Something else may answer in its place, such as the sign-in page of a hotel network. Open any web page in your browser, sign in to the network there, then sign in here again.</source>
+        <translation>Vielleicht antwortet etwas anderes an seiner Stelle, etwa die Anmeldeseite eines Hotelnetzes. Öffnen Sie irgendeine Webseite in Ihrem Browser, melden Sie sich dort beim Netz an und dann hier noch einmal.</translation>
+    </message>
+    <message>
+        <source>The note could not be saved.</source>
+        <translation>Die Notiz konnte nicht gespeichert werden.</translation>
+    </message>
+    <message>
+        <source>Copy it to another place. Check that the disk is not full and that you may write to your data folder.</source>
+        <translation>Kopieren Sie sie an einen anderen Ort. Prüfen Sie, ob die Platte voll ist und ob Sie in Ihren Datenordner schreiben dürfen.</translation>
+    </message>
+    <message>
+        <source>Your sign-in has expired.</source>
+        <translation>Ihre Anmeldung ist abgelaufen.</translation>
+    </message>
+    <message>
+        <source>Choose Sign in to go on here and in all your other products.</source>
+        <translation>Wählen Sie Anmelden, um hier und in allen Ihren anderen Produkten weiterzuarbeiten.</translation>
+    </message>
+    <message>
+        <source>Another product has ended your sign-in.</source>
+        <translation>Ein anderes Produkt hat Ihre Anmeldung beendet.</translation>
+    </message>
+    <message>
+        <source>All your products share one sign-in. Choose Sign in to go on.</source>
+        <translation>Alle Ihre Produkte teilen eine Anmeldung. Wählen Sie Anmelden, um weiterzuarbeiten.</translation>
+    </message>
 </context>
 <context>
     <name>HeaderPanel</name>
@@ -390,12 +426,35 @@
         <translation>Ei&amp;nstellungen</translation>
     </message>
     <message>
-        <source>Refresh</source>
-        <translation>Aktualisieren</translation>
+        <source>Note&amp;book</source>
+        <translation>Noti&amp;zbuch</translation>
+    </message>
+</context>
+<context>
+    <name>NotePanel</name>
+    <message>
+        <source>Note</source>
+        <translation>Notiz</translation>
     </message>
     <message>
-        <source>Quit</source>
-        <translation>Beenden</translation>
+        <source>Sav&amp;e</source>
+        <translation>Speiche&amp;rn</translation>
+    </message>
+    <message>
+        <source>Save the note (Ctrl+S)</source>
+        <translation>Die Notiz speichern (Strg+S)</translation>
+    </message>
+    <message>
+        <source>The note has changes that are not saved.</source>
+        <translation>Die Notiz hat Änderungen, die nicht gespeichert sind.</translation>
+    </message>
+    <message>
+        <source>The note is saved.</source>
+        <translation>Die Notiz ist gespeichert.</translation>
+    </message>
+    <message>
+        <source>Sign in to write a note. Each user has their own.</source>
+        <translation>Melden Sie sich an, um eine Notiz zu schreiben. Jeder Benutzer hat seine eigene.</translation>
     </message>
 </context>
 <context>
@@ -526,14 +585,6 @@
         <translation>Jetzt ein neues %1 anfordern</translation>
     </message>
     <message>
-        <source>%1 expires in</source>
-        <translation>%1 läuft ab in</translation>
-    </message>
-    <message>
-        <source>%1 is renewed in</source>
-        <translation>%1 wird erneuert in</translation>
-    </message>
-    <message>
         <source>expired</source>
         <translation>abgelaufen</translation>
     </message>
@@ -573,6 +624,10 @@
         <source>no renewal</source>
         <translation>keine Erneuerung</translation>
     </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1: %2</translation>
+    </message>
 </context>
 <context>
     <name>TokensPanel</name>
@@ -595,6 +650,33 @@
     <message>
         <source>Rene&amp;w</source>
         <translation>Erne&amp;uern</translation>
+    </message>
+</context>
+<context>
+    <name>UnsavedWorkQuestion</name>
+    <message>
+        <source>Unsaved note</source>
+        <translation>Ungespeicherte Notiz</translation>
+    </message>
+    <message>
+        <source>Your note has changes that are not saved.</source>
+        <translation>Ihre Notiz hat Änderungen, die nicht gespeichert sind.</translation>
+    </message>
+    <message>
+        <source>You are still signed in. Save the note before you sign out of all your products?</source>
+        <translation>Sie sind noch angemeldet. Möchten Sie die Notiz speichern, bevor Sie sich von allen Ihren Produkten abmelden?</translation>
+    </message>
+    <message>
+        <source>&amp;Save and sign out</source>
+        <translation>&amp;Speichern und abmelden</translation>
+    </message>
+    <message>
+        <source>&amp;Discard and sign out</source>
+        <translation>&amp;Verwerfen und abmelden</translation>
+    </message>
+    <message>
+        <source>S&amp;tay signed in</source>
+        <translation>Angemeldet &amp;bleiben</translation>
     </message>
 </context>
 </TS>
