@@ -68,8 +68,6 @@ QLayout* AccountPanel::arrangePerson() {
     person->setSpacing(Look::lines(*this, 0.8));
     person->addWidget(m_avatar, 0, Qt::AlignTop);
     person->addLayout(texts, 1);
-    person->addWidget(m_refresh, 0, Qt::AlignTop);
-    connect(m_refresh, &QPushButton::clicked, this, &AccountPanel::refreshWanted);
     return person;
 }
 
@@ -91,8 +89,11 @@ void AccountPanel::arrangeServices() {
     m_services->setFrameShape(QFrame::NoFrame);
     m_services->setIconSize(Look::dot(*this, QColor()).size() / devicePixelRatioF());
     m_services->setFixedHeight(Look::lines(*this, 4));
-    content().addSpacing(Look::lines(*this, 0.4));
-    content().addWidget(heading(tr("Services"), m_services));
+    auto* const row = new QHBoxLayout;
+    row->addWidget(heading(tr("Services"), m_services), 1);
+    row->addWidget(m_refresh);
+    connect(m_refresh, &QPushButton::clicked, this, &AccountPanel::refreshWanted);
+    content().addLayout(row);
     content().addWidget(m_services);
 }
 

@@ -31,7 +31,8 @@ void Card::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(m_tint.isValid() ? Look::mixed(m_tint, base, 0.13) : base);
-    painter.setPen(m_tint.isValid() ? Look::mixed(m_tint, base, 0.6) : Look::mixed(text, base, 0.14));
+    painter.setPen(m_tint.isValid() ? Look::mixed(m_tint, base, 0.6)
+                                    : Look::mixed(text, base, Look::isHighContrast(palette()) ? 0.8 : 0.14));
     const qreal radius = Look::lines(*this, 0.5);
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
 }

@@ -30,6 +30,11 @@ qreal contrast(const QColor& a, const QColor& b) {
     return (qMax(first, second) + 0.05) / (qMin(first, second) + 0.05);
 }
 
+bool isHighContrast(const QPalette& palette) {
+    // Black and white have 21.
+    return contrast(palette.color(QPalette::WindowText), palette.color(QPalette::Window)) > 19;
+}
+
 QColor readableOn(const QColor& background) {
     return contrast(Qt::black, background) > contrast(Qt::white, background) ? Qt::black : Qt::white;
 }
@@ -50,6 +55,9 @@ QLabel* label(const QString& objectName, qreal factor, bool isBold) {
     made->setObjectName(objectName);
     made->setFont(scaled(made->font(), factor, isBold));
     made->setTextFormat(Qt::PlainText);
+    // A name in another script stays on the side where the window's texts begin.
+    made->setAlignment((QGuiApplication::isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute
+                       | Qt::AlignVCenter);
     made->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return made;
 }
@@ -88,8 +96,10 @@ QPixmap dot(const QWidget& widget, const QColor& colour) {
 void makePrimary(QPushButton& button) {
     const auto paint = [&button](QPalette palette) {
         for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
-            palette.setColor(group, QPalette::Button, palette.color(group, QPalette::Highlight));
-            palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::HighlightedText));
+            const QColor back = palette.color(group, QPalette::Highlight);
+            const QColor text = palette.color(group, QPalette::HighlightedText);
+            palette.setColor(group, QPalette::Button, back);
+            palette.setColor(group, QPalette::ButtonText, contrast(text, back) < 4.5 ? readableOn(back) : text);
         }
         button.setPalette(palette);
     };

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QFont>
 #include <QLabel>
+#include <QPalette>
 #include <QPixmap>
 #include <QPushButton>
 
@@ -13,6 +14,8 @@ namespace Look {
 [[nodiscard]] QColor mixed(const QColor& a, const QColor& b, qreal part);
 /// The contrast of two colours, 1 to 21. Text needs 4.5.
 [[nodiscard]] qreal contrast(const QColor& a, const QColor& b);
+/// Whether the system's colours are those of a high contrast setting. Then nothing is quiet.
+[[nodiscard]] bool isHighContrast(const QPalette& palette);
 /// Black or white, whichever is easier to read on this colour.
 [[nodiscard]] QColor readableOn(const QColor& background);
 [[nodiscard]] QFont scaled(QFont font, qreal factor, bool isBold = false);

@@ -8,13 +8,13 @@
 #include "NotePanel.h"
 #include "NoticeBar.h"
 #include "Product.h"
+#include "ScrollPage.h"
 #include "SettingsPanel.h"
 #include "TokensPanel.h"
 #include "UnsavedWorkQuestion.h"
 
 #include <QGridLayout>
 #include <QScreen>
-#include <QScrollArea>
 #include <QShortcut>
 #include <QStandardPaths>
 #include <QTabWidget>
@@ -27,18 +27,6 @@ NoteStore storeOf(const QString& productName) {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     return NoteStore(
         QStringLiteral("%1/desktop-product/%2").arg(folder, QString::fromLatin1(QUrl::toPercentEncoding(productName))));
-}
-
-/// Scrolls where the screen is too small for the content, such as with large text.
-QScrollArea* scrolling(QWidget* content) {
-    auto* const area = new QScrollArea;
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidgetResizable(true);
-    area->setFocusPolicy(Qt::NoFocus);
-    area->setWidget(content);
-    content->setAutoFillBackground(false);
-    area->viewport()->setAutoFillBackground(false);
-    return area;
 }
 
 } // namespace
@@ -68,9 +56,9 @@ void MainWindow::arrange() {
     auto* const tabs = new QTabWidget;
     tabs->setObjectName(QStringLiteral("tabs"));
     tabs->setDocumentMode(true);
-    tabs->addTab(scrolling(makeOverview()), tr("O&verview"));
+    tabs->addTab(new ScrollPage(makeOverview()), tr("O&verview"));
     tabs->addTab(m_note, tr("Note&book"));
-    tabs->addTab(scrolling(m_settings), tr("Settin&gs"));
+    tabs->addTab(new ScrollPage(m_settings), tr("Settin&gs"));
     auto* const central = new QWidget;
     auto* const column = new QVBoxLayout(central);
     const int margin = Look::lines(*this, 1);

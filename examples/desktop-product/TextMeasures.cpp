@@ -27,6 +27,10 @@ QString shownText(const QWidget& part) {
 }
 
 bool fits(const QWidget& part) {
+    // What is scrolled away up or down is not cut off.
+    const QRect seen = part.visibleRegion().boundingRect();
+    if (!seen.isEmpty() && seen.width() < part.width())
+        return false;
     const auto* const label = qobject_cast<const QLabel*>(&part);
     if (label && label->wordWrap())
         return part.height() >= part.heightForWidth(part.width());

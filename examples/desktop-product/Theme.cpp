@@ -1,8 +1,10 @@
 #include "Theme.h"
 
+#include "Look.h"
+#include "ProductStyle.h"
+
 #include <QApplication>
 #include <QPalette>
-#include <QStyleFactory>
 
 namespace {
 
@@ -33,11 +35,66 @@ QPalette paletteOf(const Colours& colours) {
     return palette;
 }
 
+/// The colour of a text, and the colours that may be behind it.
+struct TextColour {
+    QPalette::ColorRole text, strongest;
+    QPalette::ColorRole behind[2];
+};
+
+constexpr TextColour textColours[] = {
+    {QPalette::PlaceholderText, QPalette::Text, {QPalette::Window, QPalette::Base}},
+    {QPalette::WindowText, QPalette::WindowText, {QPalette::Window, QPalette::Window}},
+    {QPalette::Text, QPalette::Text, {QPalette::Base, QPalette::Base}},
+    {QPalette::ButtonText, QPalette::ButtonText, {QPalette::Button, QPalette::Button}},
+};
+
+QColor readable(const QPalette& palette, QPalette::ColorGroup group, const TextColour& colours) {
+    const QColor strongest = palette.color(QPalette::Active, colours.strongest);
+    const QColor wanted = palette.color(group, colours.text);
+    // A little more than the 4.5 that text needs, since a notice is tinted.
+    const qreal needed = Look::isHighContrast(palette) && group != QPalette::Disabled ? 19 : 5;
+    QColor made;
+    for (int step = 0; step <= 10; ++step) {
+        qreal least = 21;
+        for (const QPalette::ColorRole role : colours.behind) {
+            const QColor behind = palette.color(group, role);
+            made = Look::mixed(strongest, Look::mixed(wanted, behind, wanted.alphaF()), step / 10.0);
+            least = qMin(least, Look::contrast(made, behind));
+        }
+        if (least >= needed)
+            break;
+    }
+    return made;
+}
+
+/// Systems may have quiet and disabled texts that are too weak to read. The palette sets no other colour, so these go on
+/// following the system.
+void makeTextsReadable() {
+    const QPalette palette = QApplication::palette();
+    QPalette changes;
+    bool isChanged = false;
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        for (const TextColour& colours : textColours) {
+            const QColor colour = readable(palette, group, colours);
+            if (colour == palette.color(group, colours.text))
+                continue;
+            changes.setColor(group, colours.text, colour);
+            isChanged = true;
+        }
+    }
+    if (isChanged)
+        QApplication::setPalette(changes);
+}
+
 } // namespace
 
 void applyTheme(Theme theme) {
-    // This is the only style that paints buttons in their palette on every system. The highlight of the next button needs it.
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    if (theme != Theme::System)
+    QApplication::setStyle(new ProductStyle);
+    if (theme != Theme::System) {
         QApplication::setPalette(paletteOf(theme == Theme::Light ? light : dark));
+        return;
+    }
+    makeTextsReadable();
+    // The user may choose high contrast at any time. The change that this makes itself needs no further change.
+    QObject::connect(qApp, &QGuiApplication::paletteChanged, qApp, &makeTextsReadable);
 }

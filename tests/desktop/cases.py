@@ -25,7 +25,7 @@ TITLES = ["Demo Product", "Second Product"]
 
 class DesktopCase(unittest.TestCase):
     screen: Screen
-    NOBODY, SIGNED_IN, SIGN_IN_KEY = "Nobody is signed in", "Signed in as ada", "alt+s"
+    NOBODY, SIGNED_IN, SIGN_IN_KEY, SIGN_OUT_KEY = "Nobody is signed in", "Signed in as ada", "alt+s", "alt+o"
 
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vqws-test-"))
