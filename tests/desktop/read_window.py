@@ -2,6 +2,7 @@
 
 It is a process of its own for each window, since the library of AT-SPI remembers windows that are gone.
 """
+import functools
 import json
 import sys
 
@@ -42,8 +43,20 @@ def answer(*_) -> bool:
     if not sys.stdin.readline():
         Atspi.event_quit()
         return False
-    print(json.dumps({"parts": parts()}), flush=True)
+    found = parts()
+    if found:
+        listen()
+    print(json.dumps({"parts": found}), flush=True)
     return True
+
+
+@functools.cache
+def listen() -> Atspi.EventListener:
+    """Not before the product is on the bus: it learns of those who listen at the moment when they begin."""
+    listener = Atspi.EventListener.new(hear)
+    for event in SPOKEN:
+        listener.register(event)
+    return listener
 
 
 def hear(event) -> None:
@@ -56,8 +69,5 @@ def hear(event) -> None:
         pass
 
 
-listener = Atspi.EventListener.new(hear)
-for event in SPOKEN:
-    listener.register(event)
 GLib.io_add_watch(sys.stdin.fileno(), GLib.PRIORITY_LOW, GLib.IO_IN | GLib.IO_HUP, answer)
 Atspi.event_main()

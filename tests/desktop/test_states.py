@@ -19,6 +19,8 @@ class StatesTest(DesktopCase):
         for step in next_steps:
             self.assertIn(step, window.text("noticeText"))
         self.assertTrue(window.is_usable("signInButton"))
+        window.keys("alt+b")
+        wait_until(lambda: window.part("noteText")["visible"], what="the notebook")
         self.take_picture(window, picture)
 
     def write_note(self, window: Window, text: str) -> None:
