@@ -101,9 +101,13 @@ class ToolTest(unittest.TestCase):
         environment.pop("DISPLAY", None)
         return {**environment, **(self.product() if hasattr(self, "service") else {}), **self.extra}
 
+    def user_options(self) -> dict:
+        """The user of the programs, in the form of the module subprocess; by default the one of the tests."""
+        return {}
+
     def start(self, *arguments: str, program: pathlib.Path = TOOL) -> subprocess.Popen:
         process = subprocess.Popen([*self.home.command(program), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, encoding="utf-8", env=self.environment())
+                                   stderr=subprocess.PIPE, encoding="utf-8", env=self.environment(), **self.user_options())
         self.addCleanup(self._end, process)
         return process
 
@@ -117,7 +121,7 @@ class ToolTest(unittest.TestCase):
 
     def run_tool(self, *arguments: str) -> Run:
         run = subprocess.run([*self.home.command(TOOL), *arguments], stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8",
-                             timeout=RUN_SECONDS, check=False, env=self.environment())
+                             timeout=RUN_SECONDS, check=False, env=self.environment(), **self.user_options())
         self.outputs.append(Run(run.returncode, run.stdout, run.stderr))
         return self.outputs[-1]
 

@@ -1,0 +1,148 @@
+"""The cures for the way to the account server: network, certificate, clock, and another thing that answers."""
+import pathlib
+import socket
+import unittest
+
+from account import AccountService
+from cures import CureTest, Row
+from http_servers import TunnelProxy, start_self_signed
+from tool import FAILED
+
+ONE_HOUR = 3600
+ONE_DAY = 24 * ONE_HOUR
+OPERATOR = "whoever runs the server"
+NO_PROXY = "Wine does not take the proxy from the environment"
+NAME_OF_CERTIFICATE = "accounts.elsewhere.invalid"
+
+
+class ServerCureTest(CureTest):
+    other: AccountService
+    proxy: TunnelProxy
+
+    def use_other(self, certificate: str, offset: int = 0):
+        """The products use a server with this certificate, whose clock is ahead of the one of this machine."""
+        self.other = AccountService(self.folder / f"{certificate}-{offset}", "--certificate", certificate)
+        self.other.start()
+        self.other.control("clock", {"offset_seconds": offset})
+        self.other.folder.chmod(0o755)
+        self.extra = {"VQWS_SUPPORT": self.home.path(self.other.folder), "VQWS_CA": self.home.path(pathlib.Path(self.other.info["ca_file"]))}
+
+        def end() -> None:
+            self.other.stop()
+            self.extra = {}
+        return end
+
+    def install_certificate(self) -> None:
+        self.other.stop()
+        self.other.options = ("--port", self.other.info["url"].rpartition(":")[2])
+        self.other.start()
+        self.other.folder.chmod(0o755)
+
+    def use_self_signed(self):
+        server = start_self_signed(self.folder)
+        self.change_urls(AccountServerUrl=server.url)
+        return server.stop
+
+    def stop_listening(self) -> None:
+        with socket.socket() as closed:
+            closed.bind(("127.0.0.1", 0))
+            self.change_urls(AccountServerUrl=f"https://127.0.0.1:{closed.getsockname()[1]}")
+
+    def set_clock(self, seconds: int = 0) -> None:
+        """The clock of this machine cannot be moved, so the one of the server is."""
+        self.service.control("clock", {"offset_seconds": seconds})
+
+    def enter_portal(self, fault: dict) -> None:
+        self.service.control("faults", {"endpoint": "*", "count": -1, **fault})
+
+    def leave_portal(self) -> None:
+        self.service.control("reset", {"keep_sessions": True})
+
+    def use_proxy(self, status: int = 0):
+        """The server is reached by a name, and only through the proxy. For a loopback address no proxy would be asked."""
+        end = self.use_other("other-host")
+        address = f"https://{NAME_OF_CERTIFICATE}:{self.other.info['url'].rpartition(':')[2]}"
+        file = self.other.folder / "VqWebservicesURLs.config"
+        file.write_text(file.read_text(encoding="utf-8").replace(self.other.info["url"], address), encoding="utf-8")
+        self.proxy = TunnelProxy(int(address.rpartition(":")[2]), status)
+        self.extra |= {"https_proxy": self.proxy.url, "http_proxy": self.proxy.url}
+
+        def end_both() -> None:
+            self.proxy.stop()
+            end()
+        return end_both
+
+    def use_dead_proxy(self):
+        end = self.use_proxy()
+        with socket.socket() as closed:
+            closed.bind(("127.0.0.1", 0))
+            dead = f"http://127.0.0.1:{closed.getsockname()[1]}"
+        self.extra |= {"https_proxy": dead, "http_proxy": dead}
+        return end
+
+    def correct_proxy(self) -> None:
+        self.proxy.status = 0
+        self.extra |= {"https_proxy": self.proxy.url, "http_proxy": self.proxy.url}
+
+    def test_each_fault_of_the_server_is_named_and_cured(self):
+        self.check_rows(SERVER_ROWS)
+
+    def test_each_fault_of_the_proxy_is_named_and_cured(self):
+        self.check_rows(PROXY_ROWS)
+
+    def test_a_failed_login_tells_the_cure_of_the_doctor(self):
+        self.addCleanup(self.use_other("expired"))
+        self.assertIn("has expired", self.check(FAILED, "login", "--json").json()["error"])
+        self.extra = {}
+        self.set_clock(-2 * ONE_HOUR)
+        self.assertIn("Cure: set the clock", self.check(FAILED, "login", "--json").json()["error"])
+
+
+def bad_certificate(kind: str, text: str, sentence: str, offset: int = 0, **more) -> Row:
+    return Row(f"certificate {kind}, clock {offset} s behind", lambda t: t.use_other(kind, offset), "account server", text,
+               sentence=sentence, person=ServerCureTest.install_certificate, signed_in=False, **more)
+
+
+def wrong_clock(name: str, seconds: int, text: str, state: str = "fault") -> Row:
+    return Row(name, lambda t: t.set_clock(seconds), "time offset", text, state=state, sentence="set the clock",
+               person=ServerCureTest.set_clock)
+
+
+def portal(name: str, signed_in: bool, **fault) -> Row:
+    return Row(name, lambda t: t.enter_portal(fault), "account server", "something else answers", sentence="sign in to the network",
+               person=ServerCureTest.leave_portal, signed_in=signed_in)
+
+
+SERVER_ROWS = [
+    bad_certificate("expired", "has expired", OPERATOR),
+    bad_certificate("other-host", "valid for accounts.elsewhere.invalid", OPERATOR),
+    bad_certificate("not-yet-valid", "not yet valid", OPERATOR),
+    bad_certificate("not-yet-valid", "not yet valid", "set the clock", 31 * ONE_DAY, also=("time offset",)),
+    Row("certificate self-signed", ServerCureTest.use_self_signed, "account server", "self-signed", sentence=OPERATOR,
+        person=CureTest.restore_urls),
+    Row("authority not trusted", lambda t: t.extra.update(VQWS_CA=""), "account server", "is not trusted", sentence="--ca",
+        person=lambda t: t.extra.clear()),
+    Row("no server listens", ServerCureTest.stop_listening, "account server", "does not answer", sentence=OPERATOR,
+        person=CureTest.restore_urls),
+    Row("no such host", lambda t: t.change_urls(AccountServerUrl="https://accounts.velquor.invalid"), "account server", "does not answer",
+        sentence="AccountServerUrl", person=CureTest.restore_urls),
+    wrong_clock("clock an hour ahead", -ONE_HOUR - 60, "ahead of the one of the account server"),
+    wrong_clock("clock a year back", 365 * ONE_DAY, "365 days behind the one"),
+    wrong_clock("clock a minute back", 60, "s behind the one", state="warning"),
+    portal("sign-in page of the network", False, kind="html"),
+    portal("sign-in page of the network, signed in", True, kind="html"),
+    portal("redirection to the network's page", False, kind="redirect", location="http://192.0.2.1/welcome"),
+    Row("server out of order", lambda t: t.enter_portal({"kind": "status", "status": 503}), "account server", "status 503",
+        sentence=OPERATOR, person=ServerCureTest.leave_portal),
+]
+
+PROXY_ROWS = [
+    Row("proxy does not answer", ServerCureTest.use_dead_proxy, "proxy", "does not answer", sentence="settings of the system",
+        person=ServerCureTest.correct_proxy, also=("account server",), signed_in=False, not_on_windows=NO_PROXY),
+    Row("proxy refuses the server", lambda t: t.use_proxy(403), "proxy", "refuses", sentence="whoever runs the proxy",
+        person=ServerCureTest.correct_proxy, also=("account server",), signed_in=False, not_on_windows=NO_PROXY),
+]
+
+
+if __name__ == "__main__":
+    unittest.main()
