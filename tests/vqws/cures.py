@@ -10,8 +10,7 @@ import threading
 import time
 from collections.abc import Callable
 
-from product import WINE_RUNNER, Home
-from tool import FAILED, OK, RUN_SECONDS, SYSROOT, TOOL, ToolTest, valid
+from tool import FAILED, OK, RUN_SECONDS, SYSROOT, TOOL, WINE_RUNNER, Home, ToolTest, valid
 
 # The tests may run as root, who is refused nothing. The user of the set-ups is an ordinary one.
 ORDINARY_USER = 65534
@@ -70,7 +69,7 @@ class CureTest(ToolTest):
         self.give_home()
 
     def environment(self) -> dict[str, str]:
-        variables = {"HOME": str(self.home.folder), **super().environment()}
+        variables = super().environment() | ({} if SYSROOT else {"HOME": str(self.home.folder)})
         return {name: value for name, value in variables.items() if value is not None}
 
     def state(self) -> pathlib.Path:
@@ -206,7 +205,9 @@ class CureTest(ToolTest):
                 if row.reason_to_skip():
                     self.skipTest(row.reason_to_skip())
                 try:
+                    began = time.monotonic()
                     self.check_row(row)
+                    print("TIME", row.name, round(time.monotonic() - began, 2))
                 except Exception:
                     self.renew_home()
                     raise

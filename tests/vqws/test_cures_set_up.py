@@ -38,9 +38,10 @@ def a_file(t: CureTest) -> str:
 def move_library(t: CureTest, configuration: str | None, mode: int = 0o644):
     """A library whose own folder has no log configuration; the folder of the URL files has this one."""
     library = t.folder / "library"
-    library.mkdir(exist_ok=True)
-    for file in BINARIES.glob("libVqWebServices.so*"):
-        shutil.copy(file, library, follow_symlinks=False)
+    if not library.exists():
+        library.mkdir()
+        for file in BINARIES.glob("libVqWebServices.so*"):
+            shutil.copy(file, library, follow_symlinks=False)
     t.extra = {"LD_LIBRARY_PATH": str(library)}
     path = t.service.folder / "WebServices.logconfig"
     if configuration is not None:

@@ -21,7 +21,7 @@ SYSROOT = os.environ.get("VQ_WINDOWS_SYSROOT", "")
 sys.path.insert(0, str(SOURCE / "dev/demo"))
 
 from account import AccountService  # noqa: E402
-from product import Home  # noqa: E402
+from product import WINE_RUNNER, Home  # noqa: E402,F401
 
 VALIDATOR = jsonschema.Draft7Validator(json.loads((SOURCE / "tools/vqws/vqws.schema.json").read_text(encoding="utf-8")))
 TOOL = BINARIES / "vqws"

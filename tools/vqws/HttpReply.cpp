@@ -46,6 +46,7 @@ void readReply(QNetworkReply& reply, HttpReply& result) {
         QLocale::c().toDateTime(QString::fromLatin1(reply.rawHeader("Date")), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
     result.date.setTimeSpec(Qt::UTC);
     result.body = reply.readAll();
+    result.wantsProxyLogin = reply.error() == QNetworkReply::ProxyAuthenticationRequiredError;
     result.isTlsError = reply.error() == QNetworkReply::SslHandshakeFailedError;
     result.isCut = result.status != 0 && reply.error() != QNetworkReply::NoError && reply.error() < firstAnswerError;
     if (result.status == 0 && reply.error() != QNetworkReply::NoError)

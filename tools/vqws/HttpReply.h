@@ -37,7 +37,8 @@ struct HttpReply {
     QMap<QByteArray, QByteArray> headers; ///< By their names in small letters.
     QDateTime date;                       ///< The time of the server's clock, from the header "Date".
     QByteArray body;
-    QString error; ///< Why there was no reply.
+    QString error;             ///< Why there was no reply.
+    bool wantsProxyLogin = false;
     bool isTlsError = false;
     QSslError tlsError; ///< The first thing that is wrong with the certificate; NoError when nothing is known.
     bool isTooLarge = false;

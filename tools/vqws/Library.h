@@ -35,6 +35,7 @@ public:
 
     [[nodiscard]] Velquor::WebServices::WebServicesManager& manager() const { return *m_manager; }
     [[nodiscard]] bool hasProduct() const { return m_keys.isGiven(); }
+    [[nodiscard]] const ClientKeys& keys() const { return m_keys; }
     [[nodiscard]] const QString& productKey() const { return m_keys.key; }
     [[nodiscard]] QString userName() const;
     [[nodiscard]] QString userId() const;

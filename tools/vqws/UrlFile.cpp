@@ -12,10 +12,15 @@ using namespace Velquor::WebServices;
 
 namespace Vqws {
 
+// The library does not read a larger file.
+constexpr qint64 largestFile = 1024LL * 1024;
+
 UrlFile readUrlFile(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {{}, false, QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString())};
+    if (file.size() > largestFile)
+        return {{}, true, QStringLiteral("%1 is larger than the library reads").arg(path)};
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
     if (error.error != QJsonParseError::NoError)

@@ -85,7 +85,7 @@ ExitCode finish(const Context& context, const ContractReport& report, const QStr
 
 ExitCode readUrls(const Context& context, QJsonObject& urls) {
     const Server server = context.line.server().value_or(Production);
-    const SetUp setUp = readSetUp(context.line.valueOr(QStringLiteral("support"), "VQWS_SUPPORT"));
+    const SetUp setUp = readSetUp(context.line);
     const QString path = context.line.arguments().isEmpty() ? findUrlFile(setUp, server) : context.line.arguments().first();
     if (path.isEmpty())
         return context.output.fail(

@@ -19,9 +19,16 @@ int countOf(const Findings& findings, Finding::State state) {
         std::count_if(findings.begin(), findings.end(), [state](const Finding& finding) { return finding.state == state; }));
 }
 
+// A command has a line of its own, which is never wrapped: so it can be copied.
 void show(const Output& output, const Finding& finding) {
-    output.row(stateText(finding.state).leftJustified(stateWidth) + finding.check + QLatin1Char(':'), textWithCure(finding),
-               labelWidth);
+    Finding shown = finding;
+    const bool hasCommand = !finding.cure.command.isEmpty();
+    if (hasCommand)
+        shown.cure = act(finding.cure.sentence.isEmpty() ? QStringLiteral("enter") : finding.cure.sentence);
+    output.row(stateText(finding.state).leftJustified(stateWidth) + finding.check + QLatin1Char(':'),
+               textWithCure(shown) + (hasCommand ? QStringLiteral(":") : QString()), labelWidth);
+    if (hasCommand)
+        output.line(QString(labelWidth, QLatin1Char(' ')) + finding.cure.command);
 }
 
 ExitCode finish(const Output& output, const Findings& findings) {

@@ -1,6 +1,7 @@
 #include "Doctor/Checks.h"
 #include "Platform/FilePrivacy.h"
 #include "Platform/SharedBlockFile.h"
+#include "Platform/ShellCommands.h"
 
 #include <QRegularExpression>
 #include <VqWebServices/WebServicesPrivate.h>
@@ -23,7 +24,7 @@ Finding checkSizes(const QString& dump) {
         return ok(name, QStringLiteral("not created yet: no program is requesting a token"));
     const int total = match.captured(1).toInt();
     const int used = match.captured(2).toInt();
-    const QString cure = QStringLiteral("end all programs that use the web services, and start them again");
+    const Cure cure = act(QStringLiteral("end all programs that use the web services, and start them again"));
     if (total < wholeSize)
         return warning(name, QStringLiteral("a program created it with %1 instead of %2 bytes").arg(total).arg(wholeSize), cure);
     if (used > total - total / 10)
@@ -39,7 +40,7 @@ Findings checkBlock(const SetUp& setUp) {
     const QString others = file.isEmpty() ? QString() : othersWithAccess(file);
     if (!others.isEmpty())
         return {fault(name, QStringLiteral("%1 has access to %2, so the library does not use it").arg(others, file),
-                      QStringLiteral("end all programs that use the web services and delete it"))};
+                      run(QStringLiteral("end all programs that use the web services"), ShellCommands::remove({file})))};
     return {checkSizes(WebServicesPrivate::GetProcessStateDump().join(QLatin1Char('\n')))};
 }
 

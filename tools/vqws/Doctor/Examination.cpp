@@ -15,7 +15,7 @@ namespace Vqws {
 Examination::Examination(Context& context, Show show)
     : m_context(context)
     , m_show(std::move(show))
-    , m_setUp(readSetUp(context.line.valueOr(QStringLiteral("support"), "VQWS_SUPPORT"))) {}
+    , m_setUp(readSetUp(context.line)) {}
 
 void Examination::beforeTheStart() {
     add("the data folder", [this] { return checkFolder(m_setUp); });
@@ -27,23 +27,30 @@ void Examination::afterTheStart(const Library& library) {
     add("the log", [] { return checkLog(); });
     add("the URL files", [&] { return checkUrlFiles(m_setUp, library.manager().GetServer()); });
     add("the TLS library", [] { return checkTls(); });
-    add("the proxy", [] { return checkProxy(); });
+    add("the proxy", [this] { return checkProxy(m_setUp, m_context.cancellation); });
     add("the account server", [this] { return checkServer(m_context.cancellation); });
     add("the shared block", [this] { return checkBlock(m_setUp); });
 }
 
 ExitCode Examination::startAndExamine(Library& library) {
     beforeTheStart();
+    const bool hadLogin = hasLogin(m_setUp);
     const ExitCode started = library.start(Library::Need::Nothing);
     if (started != ExitCode::Ok)
         return started;
     afterTheStart(library);
-    if (!library.hasProduct() || firstFault())
-        return ExitCode::Ok;
+    if (!library.hasProduct())
+        add(checkKeysOfRun(library));
+    return library.hasProduct() && !firstFault() ? examineProduct(library, hadLogin) : ExitCode::Ok;
+}
+
+ExitCode Examination::examineProduct(Library& library, bool hadLogin) {
     const ExitCode signedOn = library.signOn(Library::Need::Nothing);
+    if (signedOn == ExitCode::Ok && hadLogin && !library.manager().IsLoggedIn())
+        add(discardedLogin(m_setUp));
     // Its calls of the library show what they wait for.
-    if (signedOn == ExitCode::Ok)
-        add(checkProduct(library, m_context.cancellation));
+    else if (signedOn == ExitCode::Ok)
+        add(checkProduct(library, m_setUp, m_context.cancellation));
     return signedOn;
 }
 

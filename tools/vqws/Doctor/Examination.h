@@ -33,6 +33,7 @@ public:
     [[nodiscard]] const Finding* firstFault() const;
 
 private:
+    [[nodiscard]] ExitCode examineProduct(Library& library, bool hadLogin);
     void add(const char* what, const std::function<Findings()>& check);
     void add(const Findings& found);
 

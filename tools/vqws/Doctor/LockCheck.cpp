@@ -1,6 +1,7 @@
 #include "Cancellation.h"
 #include "Doctor/Checks.h"
 #include "Platform/LockHolder.h"
+#include "Platform/ShellCommands.h"
 
 namespace Vqws {
 
@@ -20,11 +21,12 @@ Findings checkLock(const SetUp& setUp, Cancellation& cancellation) {
         holder = loginStateLockHolder(setUp.dataFolder);
     if (!holder.isHeld)
         return {ok(name, QStringLiteral("nobody holds the lock of the login state file"))};
+    const QString sentence = QStringLiteral("continue that program if a debugger has stopped it, or else end it");
     return {fault(name,
                   QStringLiteral("%1 has been holding the lock of the login state file for more than %2 s")
                       .arg(holder.program)
                       .arg(patienceMs / 1000),
-                  QStringLiteral("end that program; the lock is free as soon as it is gone"))};
+                  holder.process.isEmpty() ? act(sentence) : run(sentence, ShellCommands::endProcess(holder.process)))};
 }
 
 } // namespace Vqws

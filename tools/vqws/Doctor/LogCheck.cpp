@@ -1,4 +1,5 @@
 #include "Doctor/Checks.h"
+#include "Platform/ShellCommands.h"
 
 #include <QFileInfo>
 #include <QTemporaryFile>
@@ -15,50 +16,83 @@ namespace {
 constexpr qint64 largestConfiguration = 20480;
 
 const auto configurationName = QStringLiteral("log configuration");
+const auto levelName = QStringLiteral("log level");
 const auto fileName = QStringLiteral("log file");
 
 Finding checkConfiguration() {
     const QString path = WebServicesPrivate::GetLogConfigFile();
     if (path.isEmpty())
-        return fault(configurationName,
-                     QStringLiteral("\"WebServices.logconfig\" was not found; without it the library does not use the network"),
-                     QStringLiteral("put the file next to the library, or name its folder with --support"));
+        return fault(
+            configurationName,
+            QStringLiteral("\"WebServices.logconfig\" was not found; without it the library does not use the network"),
+            act(QStringLiteral("whoever installed the product must put the file next to the library, or you name its folder "
+                               "with --support")));
     const QFileInfo info(path);
-    if (!info.isReadable() || info.size() == 0 || info.size() > largestConfiguration)
+    if (!info.isReadable())
+        return fault(configurationName, QStringLiteral("%1 cannot be read").arg(path), run(ShellCommands::makeReadable(path)));
+    if (info.size() == 0 || info.size() > largestConfiguration)
         return fault(configurationName,
-                     QStringLiteral("%1 cannot be used: it is empty, not readable or larger than %2 bytes")
-                         .arg(path)
-                         .arg(largestConfiguration),
-                     QStringLiteral("install the file again"));
+                     QStringLiteral("%1 cannot be used: it is empty or larger than %2 bytes").arg(path).arg(largestConfiguration),
+                     act(QStringLiteral("whoever installed the product must install the file again")));
     return ok(configurationName, path);
+}
+
+bool isOff(const QString& level) {
+    return level.compare(QLatin1String("OFF"), Qt::CaseInsensitive) == 0;
+}
+
+// A variable of the environment comes before a setting, and the switch silences whatever the level is.
+Finding logIsOff(const QString& level) {
+    const QString text = QStringLiteral("the log is switched off by %1");
+    const QString switchOff = setting(QStringLiteral("EnableLog"));
+    if (switchOff == QLatin1String("0") || switchOff.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0)
+        return warning(levelName, text.arg(QStringLiteral("the setting EnableLog")),
+                       run(ShellCommands::removeSetting(QStringLiteral("EnableLog"))));
+    if (isOff(level))
+        return warning(levelName, text.arg(QStringLiteral("VQWS_LOGLEVEL")),
+                       run(ShellCommands::unset(QStringLiteral("VQWS_LOGLEVEL"))));
+    if (isOff(setting(QStringLiteral("LogLevel"))))
+        return warning(levelName, text.arg(QStringLiteral("the setting LogLevel")),
+                       run(ShellCommands::removeSetting(QStringLiteral("LogLevel"))));
+    return warning(levelName, text.arg(WebServicesPrivate::GetLogConfigFile()),
+                   act(QStringLiteral("whoever installed the product must set a level for a logger in that file")));
 }
 
 Finding checkLevel() {
     static const QStringList levels{QStringLiteral("TRACE"), QStringLiteral("DEBUG"), QStringLiteral("INFO"),
                                     QStringLiteral("WARN"),  QStringLiteral("ERROR"), QStringLiteral("FATAL"),
                                     QStringLiteral("OFF")};
-    const auto name = QStringLiteral("log level");
-    const QString level = qEnvironmentVariable("VQWS_LOGLEVEL");
-    if (!level.isEmpty() && !levels.contains(level.trimmed().toUpper()))
-        return warning(name, QStringLiteral("VQWS_LOGLEVEL is \"%1\", which is no level").arg(level),
-                       QStringLiteral("set it to one of %1").arg(levels.join(QStringLiteral(", "))));
+    const QString level = qEnvironmentVariable("VQWS_LOGLEVEL").trimmed();
+    if (!level.isEmpty() && !levels.contains(level.toUpper()))
+        return warning(levelName, QStringLiteral("VQWS_LOGLEVEL is \"%1\", which is no level").arg(level),
+                       run(QStringLiteral("set it to one of %1, or remove it").arg(levels.join(QStringLiteral(", "))),
+                           ShellCommands::unset(QStringLiteral("VQWS_LOGLEVEL"))));
     if (!WebServicesManager::GetInstance()->IsLogEnabled())
-        return warning(name, QStringLiteral("the log is switched off"),
-                       QStringLiteral("remove the setting \"EnableLog\" or set it to 1"));
-    return ok(name, level.isEmpty() ? QStringLiteral("as configured") : QStringLiteral("%1, from VQWS_LOGLEVEL").arg(level));
+        return logIsOff(level);
+    return ok(levelName, level.isEmpty() ? QStringLiteral("as configured") : QStringLiteral("%1, from VQWS_LOGLEVEL").arg(level));
+}
+
+// What chose the folder goes; without it the log is in the data folder.
+Cure cureForFolder(const QString& folder) {
+    const QString sentence = QStringLiteral("let the log be written to the data folder");
+    if (!qEnvironmentVariableIsEmpty("VQWS_LOGFILEDIR"))
+        return run(sentence, ShellCommands::unset(QStringLiteral("VQWS_LOGFILEDIR")));
+    for (const QString& name : {QStringLiteral("WebServicesLogFilePath"), QStringLiteral("WebServicesDataPath")}) {
+        if (!setting(name).isEmpty())
+            return run(sentence, ShellCommands::removeSetting(name));
+    }
+    return act(QStringLiteral("see \"data folder\": it is %1").arg(folder));
 }
 
 Finding checkFile() {
     const QString folder = WebServicesPrivate::GetLogFileFolder();
-    const QString cure =
-        QStringLiteral("make %1 a folder that the user may write to, or name another one in VQWS_LOGFILEDIR").arg(folder);
     QTemporaryFile probe(folder + QStringLiteral("/.vqws-XXXXXX"));
     if (!QFileInfo(folder).isDir() || !probe.open())
-        return fault(fileName, QStringLiteral("no log can be written in %1").arg(folder), cure);
+        return fault(fileName, QStringLiteral("no log can be written in %1").arg(folder), cureForFolder(folder));
     const QFileInfo file(WebServicesPrivate::GetLogFile());
     if (file.exists() && !file.isWritable())
         return fault(fileName, QStringLiteral("%1 cannot be written to").arg(file.filePath()),
-                     QStringLiteral("give the user the right to write to it, or delete it"));
+                     run(ShellCommands::makeWritable(file.filePath())));
     return ok(fileName, file.filePath());
 }
 

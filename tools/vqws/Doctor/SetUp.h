@@ -1,18 +1,29 @@
 #pragma once
 
+#include "Doctor/Finding.h"
+
 #include <QString>
 #include <QStringList>
 
 namespace Vqws {
+
+class CommandLine;
 
 /// The folders and files of the library, found without starting it: its start would repair what the checks look for.
 struct SetUp {
     QString dataFolder;
     QString loginStateFile;
     QStringList supportFolders; ///< In the order of the search.
+    QString tool;               ///< This tool as the first word of a command.
+    QString options;            ///< The options of this run that another command needs too; empty, or with a blank before.
 };
 
-[[nodiscard]] SetUp readSetUp(const QString& supportFolders);
+[[nodiscard]] SetUp readSetUp(const CommandLine& line);
+
+/// A command of this tool with the options of this run, to be copied.
+[[nodiscard]] QString toolCommand(const SetUp& setUp, const QString& command);
+/// What a user does who has to sign in again.
+[[nodiscard]] Cure signInAgain(const SetUp& setUp, const QString& remark = {});
 
 /// A value of the library's settings; empty when it is not set.
 [[nodiscard]] QString setting(const QString& name);

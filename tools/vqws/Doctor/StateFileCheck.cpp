@@ -1,6 +1,7 @@
 #include "Doctor/Checks.h"
 #include "Platform/FilePrivacy.h"
 #include "Platform/SharedBlockFile.h"
+#include "Platform/ShellCommands.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -12,18 +13,20 @@ namespace Vqws {
 
 namespace {
 
-constexpr qint64 largestFile = 1024LL * 1024;
+constexpr qint64 largestFile = 2 * 1024LL * 1024;
 // A younger temporary file may belong to a program that is writing at this moment.
 constexpr int staleSeconds = 60;
 
 const auto name = QStringLiteral("login state file");
+const auto setAside = QStringLiteral(", which sets it aside");
 const auto leftName = QStringLiteral("left-over files");
-const auto signInAgain = QStringLiteral("sign in again: \"vqws login\", or in any product");
 
 struct Content {
     bool hasLogin = false;
     QDateTime expires;
     QString error;
+
+    [[nodiscard]] bool isExpired() const { return expires.isValid() && expires < QDateTime::currentDateTimeUtc(); }
 };
 
 Content readContent(QFile& file) {
@@ -54,27 +57,44 @@ bool isKey(const QString& path) {
     return bool(QByteArray::fromBase64Encoding(body, QByteArray::AbortOnBase64DecodingErrors));
 }
 
+// Of a login that is there.
+Finding checkKey(const SetUp& setUp) {
+    const QString key = userKeyFile(setUp.dataFolder);
+    const QString text = QStringLiteral("the login cannot be decrypted, since its key %1 ").arg(key);
+    if (key.isEmpty())
+        return ok(name, setUp.loginStateFile);
+    if (!QFileInfo(key).isFile())
+        return fault(name, text + QStringLiteral("is missing"), signInAgain(setUp));
+    if (!QFileInfo(key).isReadable())
+        return fault(name, text + QStringLiteral("cannot be read"), run(ShellCommands::makeReadable(key)));
+    if (!isKey(key))
+        return fault(name, text + QStringLiteral("is damaged"), signInAgain(setUp, setAside));
+    return ok(name, setUp.loginStateFile);
+}
+
 Finding checkContent(const SetUp& setUp) {
     QFile file(setUp.loginStateFile);
     if (!file.open(QIODevice::ReadOnly))
         return fault(name, QStringLiteral("%1 cannot be read: %2").arg(setUp.loginStateFile, file.errorString()),
-                     QStringLiteral("give the user the right to read it, or delete it and ") + signInAgain);
+                     run(ShellCommands::makeReadable(setUp.loginStateFile)));
+    if (isWriteProtected(setUp.loginStateFile))
+        return fault(name, QStringLiteral("%1 is write-protected").arg(setUp.loginStateFile),
+                     run(ShellCommands::makeWritable(setUp.loginStateFile)));
     if (file.size() > largestFile)
         return fault(name, QStringLiteral("%1 is larger than the library reads").arg(setUp.loginStateFile),
-                     QStringLiteral("delete it and ") + signInAgain);
+                     signInAgain(setUp, setAside));
+    if (file.size() == 0)
+        return fault(name, QStringLiteral("%1 is empty").arg(setUp.loginStateFile), signInAgain(setUp));
     const Content content = readContent(file);
     if (!content.error.isEmpty())
         return fault(name, QStringLiteral("%1 is damaged: %2").arg(setUp.loginStateFile, content.error),
-                     signInAgain + QStringLiteral("; the damaged file is set aside then"));
-    const QString key = userKeyFile(setUp.dataFolder);
-    if (content.hasLogin && !key.isEmpty() && !QFileInfo(key).isFile())
-        return fault(name, QStringLiteral("the login cannot be decrypted, since its key %1 is missing").arg(key), signInAgain);
-    if (content.hasLogin && !key.isEmpty() && !isKey(key))
-        return fault(name, QStringLiteral("the login cannot be decrypted, since its key %1 is damaged").arg(key),
-                     signInAgain + QStringLiteral("; the damaged key is set aside then"));
-    if (content.hasLogin && content.expires.isValid() && content.expires < QDateTime::currentDateTimeUtc())
-        return warning(name, QStringLiteral("the login has expired"), signInAgain);
-    return ok(name, setUp.loginStateFile + (content.hasLogin ? QString() : QStringLiteral(" (nobody is signed in)")));
+                     signInAgain(setUp, setAside));
+    if (!content.hasLogin)
+        return ok(name, setUp.loginStateFile + QStringLiteral(" (nobody is signed in)"));
+    const Finding key = checkKey(setUp);
+    return key.state == Finding::State::Ok && content.isExpired()
+               ? warning(name, QStringLiteral("the login has expired"), signInAgain(setUp))
+               : key;
 }
 
 Findings checkPrivacy(const SetUp& setUp) {
@@ -82,7 +102,8 @@ Findings checkPrivacy(const SetUp& setUp) {
     for (const QString& path : {setUp.loginStateFile, userKeyFile(setUp.dataFolder)}) {
         const QString others = path.isEmpty() ? QString() : othersWithAccess(path);
         if (!others.isEmpty())
-            findings += fault(name, QStringLiteral("%1 has access to %2").arg(others, path), commandToMakePrivate(path));
+            findings +=
+                fault(name, QStringLiteral("%1 has access to %2").arg(others, path), run(ShellCommands::makePrivate(path)));
     }
     return findings;
 }
@@ -98,6 +119,13 @@ QStringList staleFiles(const QFileInfo& state) {
     return stale;
 }
 
+QStringList pathsIn(const QDir& folder, const QStringList& names) {
+    QStringList paths;
+    for (const QString& file : names)
+        paths += folder.filePath(file);
+    return paths;
+}
+
 Findings checkLeftOvers(const SetUp& setUp) {
     const QFileInfo state(setUp.loginStateFile);
     const QStringList stale = staleFiles(state);
@@ -106,11 +134,12 @@ Findings checkLeftOvers(const SetUp& setUp) {
     Findings findings;
     if (!stale.isEmpty())
         findings += warning(leftName, QStringLiteral("a program ended while it wrote: %1").arg(stale.join(QStringLiteral(", "))),
-                            QStringLiteral("none needed: the next program that starts removes them"));
+                            run(ShellCommands::remove(pathsIn(state.dir(), stale))));
     if (!damaged.isEmpty())
-        findings += warning(leftName, QStringLiteral("damaged files were set aside: %1").arg(damaged.join(QStringLiteral(", "))),
-                            QStringLiteral("look for failing disks or programs that change the file; delete them in %1 when done")
-                                .arg(setUp.dataFolder));
+        findings += warning(
+            leftName, QStringLiteral("damaged files were set aside: %1").arg(damaged.join(QStringLiteral(", "))),
+            run(QStringLiteral("look for failing disks and for programs that change the files; when nobody needs them any more"),
+                ShellCommands::remove(pathsIn(state.dir(), damaged))));
     if (findings.isEmpty())
         findings += ok(leftName, QStringLiteral("none"));
     return findings;
@@ -124,9 +153,26 @@ Findings checkStateFile(const SetUp& setUp) {
         return Findings{ok(name, QStringLiteral("%1 does not exist: nobody has signed in").arg(setUp.loginStateFile))}
                + checkLeftOvers(setUp);
     if (!info.isFile())
-        return {fault(name, QStringLiteral("%1 is no regular file").arg(setUp.loginStateFile),
-                      QStringLiteral("move it away and ") + signInAgain)};
+        return {
+            fault(name, QStringLiteral("%1 is no regular file").arg(setUp.loginStateFile),
+                  run(QStringLiteral("move it away; sign in again afterwards"), ShellCommands::moveAway(setUp.loginStateFile)))};
     return Findings{checkContent(setUp)} + checkPrivacy(setUp) + checkLeftOvers(setUp);
+}
+
+bool hasLogin(const SetUp& setUp) {
+    QFile file(setUp.loginStateFile);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > largestFile)
+        return false;
+    const Content content = readContent(file);
+    return content.error.isEmpty() && content.hasLogin && !content.isExpired();
+}
+
+Findings discardedLogin(const SetUp& setUp) {
+    return {fault(name,
+                  QStringLiteral("the login in %1 cannot be used by this user on this machine, as after a copy from another one; "
+                                 "the library has discarded it")
+                      .arg(setUp.loginStateFile),
+                  signInAgain(setUp))};
 }
 
 } // namespace Vqws

@@ -19,10 +19,13 @@ Findings checkTls() {
     const QString loaded = QSslSocket::sslLibraryVersionString();
     if (!QSslSocket::supportsSsl())
         return {fault(name, QStringLiteral("no TLS library can be loaded; Qt was built for %1").arg(wanted),
-                      QStringLiteral("install the crypto and the TLS library of that version next to the web services library"))};
+                      act(QStringLiteral(
+                          "whoever installed the product must install the crypto and the TLS library of that version next to the "
+                          "web services library")))};
     if (majorOf(wanted) != majorOf(loaded))
         return {warning(name, QStringLiteral("%1 is loaded, but Qt was built for %2").arg(loaded, wanted),
-                        QStringLiteral("install the libraries of the version that Qt was built for"))};
+                        act(QStringLiteral(
+                            "whoever installed the product must install the libraries of the version that Qt was built for")))};
     return {ok(name, loaded)};
 }
 

@@ -11,10 +11,10 @@ namespace Vqws {
 /// The name of another user who owns the file or folder. Empty when the user does, or where access lists decide (Windows).
 [[nodiscard]] QString otherOwner(const QString& path);
 
-/// What the user does about a folder in which something belongs to `owner`: a command to enter, or for root, a sentence.
-[[nodiscard]] QString cureForOtherOwner(const QString& folder, const QString& owner);
+/// The user may do everything to every file.
+[[nodiscard]] bool isRoot();
 
-/// A command for the user to enter, which restricts the file or folder to the user alone.
-[[nodiscard]] QString commandToMakePrivate(const QString& path);
+/// The file refuses to be replaced by a new one. Not so where only the rights of its folder decide (Posix).
+[[nodiscard]] bool isWriteProtected(const QString& path);
 
 } // namespace Vqws

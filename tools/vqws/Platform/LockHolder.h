@@ -8,6 +8,7 @@ namespace Vqws {
 struct LockHolder {
     bool isHeld = false;
     QString program; ///< Name and process id, as far as the system knows them.
+    QString process; ///< The process id alone; empty when the system does not name it.
 };
 
 /// Finds the holder and does not disturb it. `folder` is the one of the login state file. Thread: any.

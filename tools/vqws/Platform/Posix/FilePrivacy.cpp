@@ -28,13 +28,12 @@ QString otherOwner(const QString& path) {
     return name.isEmpty() ? QString::number(info.st_uid) : name;
 }
 
-QString cureForOtherOwner(const QString& folder, const QString& owner) {
-    return ::geteuid() == 0 ? QStringLiteral("start programs as %1 and not as root").arg(owner)
-                            : QStringLiteral("sudo chown -R %1 '%2'").arg(::geteuid()).arg(folder);
+bool isRoot() {
+    return ::geteuid() == 0;
 }
 
-QString commandToMakePrivate(const QString& path) {
-    return QStringLiteral("chmod go= '%1'").arg(path);
+bool isWriteProtected(const QString&) {
+    return false;
 }
 
 } // namespace Vqws

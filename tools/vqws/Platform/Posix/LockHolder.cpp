@@ -40,7 +40,7 @@ LockHolder loginStateLockHolder(const QString& folder) {
         const QStringList columns = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
         // A line of a waiting process has an extra column with an arrow, so it does not match.
         if (columns.size() > fileColumn && columns.at(fileColumn) == fileText(info))
-            return {true, programText(columns.at(processColumn))};
+            return {true, programText(columns.at(processColumn)), columns.at(processColumn)};
     }
     return {};
 }

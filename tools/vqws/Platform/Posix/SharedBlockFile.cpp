@@ -17,4 +17,9 @@ QString userKeyFile(const QString& dataFolder) {
     return dataFolder + QStringLiteral("/UserKey.pem");
 }
 
+QString ignoredDataFolder() {
+    const QString folder = qEnvironmentVariable("XDG_DATA_HOME");
+    return folder.startsWith(QLatin1Char('/')) ? QString() : folder;
+}
+
 } // namespace Vqws

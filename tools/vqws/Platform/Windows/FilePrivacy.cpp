@@ -87,12 +87,15 @@ QString otherOwner(const QString&) {
     return {};
 }
 
-QString cureForOtherOwner(const QString&, const QString&) {
-    return {};
+// Who may do everything is in the access lists there.
+bool isRoot() {
+    return false;
 }
 
-QString commandToMakePrivate(const QString& path) {
-    return QStringLiteral("icacls \"%1\" /inheritance:r /grant:r \"%USERNAME%\":F").arg(QDir::toNativeSeparators(path));
+bool isWriteProtected(const QString& path) {
+    const std::wstring name = QDir::toNativeSeparators(path).toStdWString();
+    const DWORD attributes = ::GetFileAttributesW(name.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
 }
 
 } // namespace Vqws

@@ -30,7 +30,7 @@ LockHolder loginStateLockHolder(const QString&) {
     if (isFree)
         ::ReleaseSemaphore(semaphore, 1, nullptr);
     ::CloseHandle(semaphore);
-    return {!isFree, isFree ? QString() : QStringLiteral("a program that the system does not name")};
+    return {!isFree, isFree ? QString() : QStringLiteral("a program that the system does not name"), {}};
 }
 
 } // namespace Vqws

@@ -11,4 +11,8 @@ QString userKeyFile(const QString&) {
     return {};
 }
 
+QString ignoredDataFolder() {
+    return {};
+}
+
 } // namespace Vqws
