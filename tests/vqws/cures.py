@@ -205,9 +205,7 @@ class CureTest(ToolTest):
                 if row.reason_to_skip():
                     self.skipTest(row.reason_to_skip())
                 try:
-                    began = time.monotonic()
                     self.check_row(row)
-                    print("TIME", row.name, round(time.monotonic() - began, 2))
                 except Exception:
                     self.renew_home()
                     raise

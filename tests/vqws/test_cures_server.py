@@ -5,7 +5,8 @@ import unittest
 
 from cures import CureTest, Row
 from http_servers import TunnelProxy, start_self_signed
-from tool import FAILED, AccountService
+from terminal import Terminal
+from tool import FAILED, SYSROOT, AccountService
 
 ONE_HOUR = 3600
 ONE_DAY = 24 * ONE_HOUR
@@ -17,6 +18,7 @@ NAME_OF_CERTIFICATE = "accounts.elsewhere.invalid"
 class ServerCureTest(CureTest):
     other: AccountService
     proxy: TunnelProxy
+    terminal: Terminal | None = None
 
     def use_other(self, certificate: str, offset: int = 0):
         """The products use a server with this certificate, whose clock is ahead of the one of this machine."""
@@ -72,6 +74,20 @@ class ServerCureTest(CureTest):
             end()
         return end_both
 
+    def user_options(self) -> dict:
+        return super().user_options() | ({"preexec_fn": self.terminal.take} if self.terminal else {})
+
+    def ask_for_login(self, password: str) -> dict:
+        """The proxy demands this password from now on: what the doctor says, before the user enters it at a terminal."""
+        self.proxy.login = f"office:{password}"
+        found = self.examine()["proxy"]
+        self.terminal = Terminal("office", password)
+        left = self.follow(found["command"])
+        self.terminal.close()
+        self.terminal = None
+        self.assertTrue({"proxy", "account server"}.isdisjoint(left), left)
+        return found
+
     def use_dead_proxy(self):
         end = self.use_proxy()
         with socket.socket() as closed:
@@ -89,6 +105,14 @@ class ServerCureTest(CureTest):
 
     def test_each_fault_of_the_proxy_is_named_and_cured(self):
         self.check_rows(PROXY_ROWS)
+
+    @unittest.skipIf(SYSROOT, NO_PROXY)
+    def test_the_credentials_of_a_proxy_are_named_and_cured(self):
+        self.addCleanup(self.use_proxy())
+        # The service does not accept products by the name of the server, so a check of the product fails after the cure.
+        del self.extra["VQWS_CONSUMER_KEY"], self.extra["VQWS_CONSUMER_SECRET"]
+        self.assertIn("asks for credentials, and none are stored", self.ask_for_login("open-sesame")["text"])
+        self.assertIn("refuses the stored credentials", self.ask_for_login("another")["text"])
 
     def test_a_failed_login_tells_the_cure_of_the_doctor(self):
         self.addCleanup(self.use_other("expired"))

@@ -17,6 +17,7 @@ constexpr int success = 200;
 constexpr int notModified = 304;
 constexpr int badRequest = 400;
 constexpr int unauthorized = 401;
+constexpr int forbidden = 403;
 constexpr int serverError = 500;
 } // namespace Status
 
@@ -37,7 +38,7 @@ struct HttpReply {
     QMap<QByteArray, QByteArray> headers; ///< By their names in small letters.
     QDateTime date;                       ///< The time of the server's clock, from the header "Date".
     QByteArray body;
-    QString error;             ///< Why there was no reply.
+    QString error; ///< Why there was no reply.
     bool wantsProxyLogin = false;
     bool isTlsError = false;
     QSslError tlsError; ///< The first thing that is wrong with the certificate; NoError when nothing is known.

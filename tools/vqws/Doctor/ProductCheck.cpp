@@ -2,7 +2,6 @@
 #include "Doctor/Checks.h"
 #include "HttpReply.h"
 #include "Library.h"
-#include "Platform/ShellCommands.h"
 #include "UrlFile.h"
 
 #include <QUrlQuery>
@@ -36,8 +35,7 @@ const auto giveRight =
     QStringLiteral("whoever made the product must give it the key and the secret that the account server has for it");
 
 Cure signInNewly(const SetUp& setUp) {
-    return run(QStringLiteral("sign out and in again in any product, or here"),
-               ShellCommands::both(toolCommand(setUp, QStringLiteral("logout")), toolCommand(setUp, QStringLiteral("login"))));
+    return signOutAndIn(setUp, QStringLiteral("sign out and in again in any product, or here"));
 }
 
 // A token that nobody sees is asked for, since nobody is signed in.
@@ -47,7 +45,8 @@ Findings checkKeys(const Library& library) {
     int status = 0;
     if (library.manager().InitiateLogin(nullptr, url.data(), urlSize, error, status))
         return {ok(name, QStringLiteral("the account server accepts its key and secret"))};
-    if (error == LoginErrorEx::Refused)
+    // Other refusals, such as of the name of the host, are not about the product.
+    if (error == LoginErrorEx::Refused && status <= Status::forbidden)
         return {
             fault(name, QStringLiteral("the account server refuses its key or secret (status %1)").arg(status), act(giveRight))};
     return {fault(name, QStringLiteral("a sign-in cannot begin (error %1, status %2)").arg(static_cast<int>(error)).arg(status),

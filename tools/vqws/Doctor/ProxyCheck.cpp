@@ -1,6 +1,5 @@
 #include "Doctor/Checks.h"
 #include "HttpReply.h"
-#include "Platform/ShellCommands.h"
 
 #include <QNetworkProxyFactory>
 #include <QNetworkProxyQuery>
@@ -28,8 +27,7 @@ bool answers(const QNetworkProxy& proxy) {
 }
 
 Cure signInAtProxy(const SetUp& setUp) {
-    return run(QStringLiteral("enter the credentials in a terminal, or in any product, at the next sign-in"),
-               ShellCommands::both(toolCommand(setUp, QStringLiteral("logout")), toolCommand(setUp, QStringLiteral("login"))));
+    return signOutAndIn(setUp, QStringLiteral("enter the credentials when any product asks for them, or here in a terminal"));
 }
 
 // A request through the proxy shows whether it leads to the server. What the server answers is the concern of another check.
@@ -42,8 +40,9 @@ Finding checkWay(const SetUp& setUp, const QUrl& account, const QString& address
                               : QStringLiteral("the proxy %1 asks for credentials, and none are stored").arg(address),
                      signInAtProxy(setUp));
     if (reply.status == 0 && !reply.isTlsError)
-        return fault(name, QStringLiteral("the proxy %1 does not lead to %2: %3").arg(address, account.host(), reply.error),
-                     act(QStringLiteral("when AccountServerUrl in the URL file is right, whoever runs the proxy must let it lead there")));
+        return fault(
+            name, QStringLiteral("the proxy %1 does not lead to %2: %3").arg(address, account.host(), reply.error),
+            act(QStringLiteral("when AccountServerUrl in the URL file is right, whoever runs the proxy must let it lead there")));
     return ok(name, address + (isStored ? QStringLiteral(", credentials of a proxy are stored") : QString()));
 }
 

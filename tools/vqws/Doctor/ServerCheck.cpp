@@ -84,9 +84,11 @@ HttpReply askUnsigned(const QString& url, const Cancellation& cancellation) {
 
 Finding checkReply(const QString& url, const HttpReply& reply) {
     if (reply.status == 0)
-        return fault(serverName, QStringLiteral("%1 does not answer: %2").arg(url, reply.error), act(QStringLiteral("check the network of this machine and \"proxy\"; when other pages open, %1, or whoever runs the "
-                                        "server must start it")
-                             .arg(correctAddress)));
+        return fault(
+            serverName, QStringLiteral("%1 does not answer: %2").arg(url, reply.error),
+            act(QStringLiteral("check the network of this machine and \"proxy\"; when other pages open, %1, or whoever runs the "
+                               "server must start it")
+                    .arg(correctAddress)));
     if (reply.status < Status::badRequest)
         return fault(serverName,
                      QStringLiteral("something else answers at %1: a request without a signature got status %2")

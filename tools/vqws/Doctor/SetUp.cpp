@@ -61,6 +61,11 @@ QString toolCommand(const SetUp& setUp, const QString& command) {
     return setUp.tool + QLatin1Char(' ') + command + setUp.options;
 }
 
+Cure signOutAndIn(const SetUp& setUp, const QString& sentence) {
+    return run(sentence,
+               ShellCommands::inTurn(toolCommand(setUp, QStringLiteral("logout")), toolCommand(setUp, QStringLiteral("login"))));
+}
+
 Cure signInAgain(const SetUp& setUp, const QString& remark) {
     return run(QStringLiteral("sign in again in any product, or here with its key and secret%1").arg(remark),
                toolCommand(setUp, QStringLiteral("login")));

@@ -22,6 +22,8 @@ struct SetUp {
 
 /// A command of this tool with the options of this run, to be copied.
 [[nodiscard]] QString toolCommand(const SetUp& setUp, const QString& command);
+/// What a user does whose sign-in has to be replaced by a new one.
+[[nodiscard]] Cure signOutAndIn(const SetUp& setUp, const QString& sentence);
 /// What a user does who has to sign in again.
 [[nodiscard]] Cure signInAgain(const SetUp& setUp, const QString& remark = {});
 

@@ -9,8 +9,8 @@ namespace Vqws::ShellCommands {
 /// One word of a command, whatever characters it has.
 [[nodiscard]] QString word(const QString& text);
 
-/// The second command runs when the first one succeeded.
-[[nodiscard]] QString both(const QString& first, const QString& second);
+/// The second command runs after the first one, also when that failed.
+[[nodiscard]] QString inTurn(const QString& first, const QString& second);
 
 /// Restricts the file or folder to the user alone.
 [[nodiscard]] QString makePrivate(const QString& path);

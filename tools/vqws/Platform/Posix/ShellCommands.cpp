@@ -28,8 +28,8 @@ QString word(const QString& text) {
     return QLatin1Char('\'') + quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''")) + QLatin1Char('\'');
 }
 
-QString both(const QString& first, const QString& second) {
-    return first + QStringLiteral(" && ") + second;
+QString inTurn(const QString& first, const QString& second) {
+    return first + QStringLiteral("; ") + second;
 }
 
 QString makePrivate(const QString& path) {

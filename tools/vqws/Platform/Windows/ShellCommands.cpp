@@ -17,15 +17,15 @@ QString word(const QString& text) {
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
-QString both(const QString& first, const QString& second) {
-    return first + QStringLiteral(" && ") + second;
+QString inTurn(const QString& first, const QString& second) {
+    return first + QStringLiteral(" & ") + second;
 }
 
 // The entries of others are of two kinds: those of the file itself, which the reset removes, and inherited ones.
 QString makePrivate(const QString& path) {
     const QString file = fileWord(path);
-    return both(QStringLiteral("icacls %1 /reset").arg(file),
-                QStringLiteral("icacls %1 /inheritance:r /grant:r \"%USERNAME%\":F").arg(file));
+    return inTurn(QStringLiteral("icacls %1 /reset").arg(file),
+                  QStringLiteral("icacls %1 /inheritance:r /grant:r \"%USERNAME%\":F").arg(file));
 }
 
 QString giveToUser(const QString&) {
@@ -37,8 +37,8 @@ QString makeReadable(const QString& path) {
 }
 
 QString makeWritable(const QString& path) {
-    return both(QStringLiteral("attrib -R %1").arg(fileWord(path)),
-                QStringLiteral("icacls %1 /grant \"%USERNAME%\":F").arg(fileWord(path)));
+    return inTurn(QStringLiteral("attrib -R %1").arg(fileWord(path)),
+                  QStringLiteral("icacls %1 /grant \"%USERNAME%\":F").arg(fileWord(path)));
 }
 
 QString moveAway(const QString& path) {
