@@ -1,5 +1,6 @@
 """Servers that no account server is: a proxy that refuses, and one whose certificate nobody signed."""
 import base64
+import contextlib
 import datetime
 import http.server
 import ipaddress
@@ -58,6 +59,11 @@ class TunnelHandler(QuietHandler):
             self.send_header("Proxy-Authenticate", 'Basic realm="office"')
         self.send_header("Content-Length", "0")
         self.end_headers()
+
+    def handle(self) -> None:
+        # A client may end the connection at any time.
+        with contextlib.suppress(ConnectionError):
+            super().handle()
 
     def _tunnel(self, port: int) -> None:
         self.send_response(200)

@@ -33,7 +33,13 @@ class Terminal:
     def _answer(self) -> None:
         shown = b""
         while self._ours in select.select([self._ours, self._end], [], [])[0]:
-            shown += os.read(self._ours, 4096)
+            try:
+                read = os.read(self._ours, 4096)
+            except OSError:
+                read = b""
+            if not read:  # the programs have ended
+                return
+            shown += read
             for prompt, answer in self._answers.items():
                 if shown.endswith(prompt):
                     shown = b""

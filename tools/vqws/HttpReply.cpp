@@ -11,6 +11,7 @@
 #include <QNetworkReply>
 #include <VqWebServices/WebServicesManager.h>
 #include <array>
+#include <utility>
 
 using namespace Velquor::WebServices;
 
@@ -23,12 +24,11 @@ constexpr int firstAnswerError = QNetworkReply::ContentAccessDenied;
 constexpr qint64 largestBody = 64LL * 1024 * 1024;
 constexpr int credentialSize = 512;
 
-// Fills them in once per exchange, since Qt asks again when the proxy refused them.
 void fillProxyCredentials(const QNetworkProxy& proxy, QAuthenticator& authenticator) {
     std::array<wchar_t, credentialSize> user{};
     std::array<wchar_t, credentialSize> password{};
     WebServicesManager* const manager = WebServicesManager::GetInstance();
-    if (!manager || !authenticator.user().isEmpty()
+    if (!manager
         || !manager->GetProxyAuthentication(proxy.hostName().toStdWString().c_str(), proxy.port(), user.data(), credentialSize,
                                             password.data(), credentialSize))
         return;
@@ -74,9 +74,13 @@ QNetworkRequest toNetworkRequest(const HttpRequest& sent) {
 HttpReply send(const HttpRequest& sent, Trust trust, const Cancellation* cancellation) {
     HttpReply result;
     QNetworkAccessManager manager;
-    QObject::connect(
-        &manager, &QNetworkAccessManager::proxyAuthenticationRequired, &manager,
-        [](const QNetworkProxy& proxy, QAuthenticator* authenticator) { fillProxyCredentials(proxy, *authenticator); });
+    // Qt asks again, with empty credentials, whenever the proxy has refused them: so they are given once.
+    bool isFilled = false;
+    QObject::connect(&manager, &QNetworkAccessManager::proxyAuthenticationRequired, &manager,
+                     [&isFilled](const QNetworkProxy& proxy, QAuthenticator* authenticator) {
+                         if (!std::exchange(isFilled, true))
+                             fillProxyCredentials(proxy, *authenticator);
+                     });
     const QNetworkRequest request = toNetworkRequest(sent);
     const std::unique_ptr<QNetworkReply> reply(sent.form.isEmpty() ? manager.get(request) : manager.post(request, sent.form));
     QObject::connect(reply.get(), &QNetworkReply::sslErrors, reply.get(), [&](const QList<QSslError>& errors) {

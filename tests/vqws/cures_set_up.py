@@ -3,7 +3,7 @@ import pathlib
 import shutil
 import unittest
 
-from cures import FILES_OF_POSIX, CureTest, Row
+from cures import FILES_OF_POSIX, NEEDS_RIGHTS, CureTest, Row
 from tool import BINARIES, SYSROOT, FAILED
 
 OWN_LIBRARY = "moves the library by the loader's search path, which Windows does not have"
@@ -82,7 +82,8 @@ URL_ROWS = [
              "everybody on the way could read the tokens", also=()),
     bad_urls("URL file of another server", lambda t: t.write_urls("{}", "VqWebservicesURLs-Staging.config"),
              "VqWebservicesURLs-Staging.config has no AccountServerUrl", also=()),
-    Row("URL file not readable", protect_urls, "URL files", "cannot be read", also=("account server",), not_on_windows=FILES_OF_POSIX),
+    Row("URL file not readable", protect_urls, "URL files", "cannot be read", also=("account server",), not_on_windows=FILES_OF_POSIX,
+        not_on_linux=NEEDS_RIGHTS),
 ]
 
 LOG_ROWS = [
@@ -95,12 +96,13 @@ LOG_ROWS = [
     Row("log folder is a file", set_variable("VQWS_LOGFILEDIR", a_file), "log file", "no log can be written in"),
     Row("log folder of the settings is a file", lambda t: t.set_setting("WebServicesDataPath", a_file(t)), "log file",
         "no log can be written in"),
-    Row("log write-protected", protect_log, "log file", "WebServices.log cannot be written to", not_on_windows=FILES_OF_POSIX),
+    Row("log write-protected", protect_log, "log file", "WebServices.log cannot be written to", not_on_windows=FILES_OF_POSIX,
+        not_on_linux=NEEDS_RIGHTS),
     bad_log_configuration("log configuration missing", '"WebServices.logconfig" was not found', None, sentence=INSTALL,
                           person=log_configuration),
     bad_log_configuration("log configuration empty", "it is empty", "", sentence=INSTALL, person=log_configuration),
     bad_log_configuration("log configuration not readable", "cannot be read",
-                          (BINARIES / "WebServices.logconfig").read_text(encoding="utf-8"), 0),
+                          (BINARIES / "WebServices.logconfig").read_text(encoding="utf-8"), 0, not_on_linux=NEEDS_RIGHTS),
     Row("relative data folder", set_variable("XDG_DATA_HOME", "data"), "data folder", 'XDG_DATA_HOME is "data"', state="warning",
         not_on_windows="Windows knows the folder without a variable"),
 ]

@@ -7,12 +7,11 @@ import subprocess
 import time
 import unittest
 
-from cures import FILES_OF_POSIX, IS_ROOT, CureTest, Row
+from cures import FILES_OF_POSIX, NEEDS_RIGHTS, NEEDS_ROOT, CureTest, Row
 from tool import SYSROOT, Home
 
 ONE_HOUR = 3600
 NO_KEY_FILE = "the key is in a container of the system there"
-ROOT_ONLY = "" if IS_ROOT else "only root can make files of another user"
 
 
 def cut(path: pathlib.Path) -> None:
@@ -21,12 +20,14 @@ def cut(path: pathlib.Path) -> None:
 
 def make_file_of_folder(t: CureTest) -> None:
     shutil.rmtree(t.home.data().parent, ignore_errors=True)
+    t.home.data().parent.parent.mkdir(parents=True, exist_ok=True)
     t.home.data().parent.write_text("x", encoding="utf-8")
     t.give_home()
 
 
 def make_folder_of_state(t: CureTest) -> None:
-    t.state().unlink()
+    t.home.data().mkdir(mode=0o700, parents=True, exist_ok=True)
+    t.state().unlink(missing_ok=True)
     t.state().mkdir()
     t.give_home()
 
@@ -96,7 +97,8 @@ def open_block(t: CureTest) -> None:
 
 def fill_disk(t: CureTest):
     """A small disk below the data folder, with no room left."""
-    t.home.data().mkdir(parents=True, exist_ok=True)
+    t.home.data().mkdir(mode=0o700, parents=True, exist_ok=True)
+    t.give_home()
     options = f"size=256k,mode=700,uid={t.user},gid={t.user}"
     mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", options, "vqws-test", str(t.home.data())], check=False, capture_output=True)
     if mounted.returncode != 0:
@@ -128,45 +130,45 @@ def chown(path: pathlib.Path, user: int) -> None:
 
 
 ROWS = [
+    Row("state is a folder", make_folder_of_state, "login state file", "is no regular file", signed_in=False),
+    Row("data folder is a file", make_file_of_folder, "data folder", "is not a folder", also=("log file",), signed_in=False),
+    Row("disk full", fill_disk, "data folder", "is full", sentence="delete files", person=lambda t: filler(t).unlink(),
+        signed_in=False, not_on_windows="Wine uses the disk of this system", not_on_linux=NEEDS_ROOT),
     Row("state cut in half", lambda t: cut(t.state()), "login state file", "is damaged", then="left-over files"),
     Row("state empty", lambda t: t.state().write_bytes(b""), "login state file", "is empty"),
     Row("state of another program", lambda t: t.state().write_bytes(b"<Other/>"), "login state file", 'the document is "Other"',
         then="left-over files"),
     Row("state too large", lambda t: t.state().write_bytes(b" " * (2 << 20) + b" "), "login state file", "larger than the library reads",
         then="left-over files"),
-    Row("state is a folder", make_folder_of_state, "login state file", "is no regular file"),
-    Row("state not readable", lambda t: t.state().chmod(0), "login state file", "cannot be read", not_on_windows=FILES_OF_POSIX),
+    Row("state not readable", lambda t: t.state().chmod(0), "login state file", "cannot be read", not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_RIGHTS),
     Row("state write-protected", write_protect, "login state file", "is write-protected",
         not_on_linux="the library replaces the file, so its own protection does not matter"),
     Row("state open to others", lambda t: t.state().chmod(0o666), "login state file", "has access to",
         person_in_wine=lambda t: t.state().chmod(0o600)),
     Row("state of another machine", copy_state_of_another_home, "login state file", "cannot be used by this user on this machine"),
     Row("state and key of another user", copy_key_of_another_user, "login state file", "cannot be used by this user on this machine",
-        then="left-over files", not_on_windows=NO_KEY_FILE, not_on_linux=ROOT_ONLY),
+        then="left-over files", not_on_windows=NO_KEY_FILE, not_on_linux=NEEDS_ROOT),
     Row("sign-in expired", expire, "login state file", "has expired", state="warning"),
     Row("key damaged", lambda t: cut(t.key()), "login state file", "is damaged", then="left-over files", not_on_windows=NO_KEY_FILE),
     Row("key missing", lambda t: t.key().unlink(), "login state file", "is missing", not_on_windows=NO_KEY_FILE),
-    Row("key not readable", lambda t: t.key().chmod(0), "login state file", "cannot be read", not_on_windows=NO_KEY_FILE),
+    Row("key not readable", lambda t: t.key().chmod(0), "login state file", "cannot be read", not_on_windows=NO_KEY_FILE, not_on_linux=NEEDS_RIGHTS),
     Row("key open to others", lambda t: t.key().chmod(0o640), "login state file", "has access to", not_on_windows=NO_KEY_FILE),
     Row("key of another owner", lambda t: chown(t.key(), 0), "data folder", "UserKey.pem belongs to root",
-        also=("login state file",), not_on_windows=NO_KEY_FILE, not_on_linux=ROOT_ONLY),
+        also=("login state file",), not_on_windows=NO_KEY_FILE, not_on_linux=NEEDS_ROOT),
     Row("damaged state set aside", lambda t: leave(t, "LoginState.xml.damaged-1"), "left-over files", "LoginState.xml.damaged-1",
         state="warning"),
     Row("damaged key set aside", lambda t: leave(t, "UserKey.pem.damaged-2"), "left-over files", "UserKey.pem.damaged-2",
         state="warning"),
     Row("program ended while it wrote", lambda t: leave(t, "LoginState.xml.writing-0123", ONE_HOUR), "left-over files",
         "LoginState.xml.writing-0123", state="warning"),
-    Row("data folder is a file", make_file_of_folder, "data folder", "is not a folder", also=("log file",), signed_in=False),
     Row("data folder not writable", lambda t: t.home.data().chmod(0o500), "data folder", "cannot be written to", also=("log file",),
-        not_on_windows=FILES_OF_POSIX),
+        not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_RIGHTS),
     Row("data folder open to others", lambda t: t.home.data().chmod(0o755), "data folder", "everybody has access",
         not_on_windows=FILES_OF_POSIX),
     Row("data folder of another owner", lambda t: chown(t.home.data(), 0), "data folder", "belongs to root",
-        also=("log file",), not_on_windows=FILES_OF_POSIX, not_on_linux=ROOT_ONLY),
+        also=("log file",), not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_ROOT),
     Row("files of another user, as root", become_root, "data folder", "belongs to nobody", sentence="not as root",
-        person=lambda t: setattr(t, "user", t.home.data().stat().st_uid), not_on_windows=FILES_OF_POSIX, not_on_linux=ROOT_ONLY),
-    Row("disk full", fill_disk, "data folder", "is full", sentence="delete files", person=lambda t: filler(t).unlink(),
-        signed_in=False, not_on_windows="Wine uses the disk of this system", not_on_linux=ROOT_ONLY),
+        person=lambda t: setattr(t, "user", t.home.data().stat().st_uid), not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_ROOT),
     Row("lock held", hold_lock, "lock holder", "has been holding the lock",
         not_on_windows="a lock from outside of Wine is no lock inside"),
     Row("block of flags open to others", open_block, "shared block", "everybody has access to",
@@ -178,7 +180,7 @@ class FileCureTest(CureTest):
     def test_each_fault_of_a_file_is_named_and_cured(self):
         self.check_rows(ROWS)
 
-    @unittest.skipIf(not IS_ROOT, "only root can make files of another user")
+    @unittest.skipIf(SYSROOT or NEEDS_ROOT, NEEDS_ROOT or FILES_OF_POSIX)
     def test_the_files_of_another_user_are_left_alone(self):
         self.sign_in_or_out(True)
         before = {path: (path.stat().st_mtime_ns, path.stat().st_uid) for path in self.home.data().rglob("*")}
@@ -186,7 +188,7 @@ class FileCureTest(CureTest):
         self.check(3, "status")
         self.assertEqual(before, {path: (path.stat().st_mtime_ns, path.stat().st_uid) for path in self.home.data().rglob("*")})
 
-    @unittest.skipIf(not IS_ROOT, "only root can make files of another user")
+    @unittest.skipIf(SYSROOT or NEEDS_ROOT, NEEDS_ROOT or FILES_OF_POSIX)
     def test_root_gets_back_a_file_in_a_folder_of_its_own(self):
         self.user = None
         self.home = Home(self.folder / "root-home", SYSROOT)

@@ -53,10 +53,10 @@ class ServerCureTest(CureTest):
         """The clock of this machine cannot be moved, so the one of the server is."""
         self.service.control("clock", {"offset_seconds": seconds})
 
-    def enter_portal(self, fault: dict) -> None:
+    def spoil_answers(self, fault: dict) -> None:
         self.service.control("faults", {"endpoint": "*", "count": -1, **fault})
 
-    def leave_portal(self) -> None:
+    def leave_answers(self) -> None:
         self.service.control("reset", {"keep_sessions": True})
 
     def use_proxy(self, status: int = 0):
@@ -129,12 +129,16 @@ def bad_certificate(kind: str, text: str, sentence: str, offset: int = 0, **more
 
 def wrong_clock(name: str, seconds: int, text: str, state: str = "fault") -> Row:
     return Row(name, lambda t: t.set_clock(seconds), "time offset", text, state=state, sentence="set the clock",
-               person=ServerCureTest.set_clock)
+               person=ServerCureTest.set_clock, signed_in=False)
 
 
-def portal(name: str, signed_in: bool, **fault) -> Row:
-    return Row(name, lambda t: t.enter_portal(fault), "account server", "something else answers", sentence="sign in to the network",
-               person=ServerCureTest.leave_portal, signed_in=signed_in)
+def unreachable(name: str, break_it, text: str, sentence: str, person, signed_in: bool = False) -> Row:
+    return Row(name, break_it, "account server", text, sentence=sentence, person=person, signed_in=signed_in)
+
+
+def other_answer(name: str, text: str = "something else answers", sentence: str = "sign in to the network", signed_in: bool = False,
+           **fault) -> Row:
+    return unreachable(name, lambda t: t.spoil_answers(fault), text, sentence, ServerCureTest.leave_answers, signed_in)
 
 
 SERVER_ROWS = [
@@ -142,22 +146,18 @@ SERVER_ROWS = [
     bad_certificate("other-host", "valid for accounts.elsewhere.invalid", OPERATOR),
     bad_certificate("not-yet-valid", "not yet valid", OPERATOR),
     bad_certificate("not-yet-valid", "not yet valid", "set the clock", 31 * ONE_DAY, also=("time offset",)),
-    Row("certificate self-signed", ServerCureTest.use_self_signed, "account server", "self-signed", sentence=OPERATOR,
-        person=CureTest.restore_urls),
-    Row("authority not trusted", lambda t: t.extra.update(VQWS_CA=""), "account server", "is not trusted", sentence="--ca",
-        person=lambda t: t.extra.clear()),
-    Row("no server listens", ServerCureTest.stop_listening, "account server", "does not answer", sentence=OPERATOR,
-        person=CureTest.restore_urls),
-    Row("no such host", lambda t: t.change_urls(AccountServerUrl="https://accounts.velquor.invalid"), "account server", "does not answer",
-        sentence="AccountServerUrl", person=CureTest.restore_urls),
+    unreachable("certificate self-signed", ServerCureTest.use_self_signed, "self-signed", OPERATOR, CureTest.restore_urls),
+    unreachable("authority not trusted", lambda t: t.extra.update(VQWS_CA=""), "is not trusted", "--ca", lambda t: t.extra.clear()),
+    unreachable("no server listens", ServerCureTest.stop_listening, "does not answer", OPERATOR, CureTest.restore_urls),
+    unreachable("no such host", lambda t: t.change_urls(AccountServerUrl="https://accounts.velquor.invalid"), "does not answer",
+              "AccountServerUrl", CureTest.restore_urls),
     wrong_clock("clock an hour ahead", -ONE_HOUR - 60, "ahead of the one of the account server"),
     wrong_clock("clock a year back", 366 * ONE_DAY, "365 days behind the one"),
     wrong_clock("clock a minute back", 60, "s behind the one", state="warning"),
-    portal("sign-in page of the network", False, kind="html"),
-    portal("sign-in page of the network, signed in", True, kind="html"),
-    portal("redirection to the network's page", False, kind="redirect", location="http://192.0.2.1/welcome"),
-    Row("server out of order", lambda t: t.enter_portal({"kind": "status", "status": 503}), "account server", "status 503",
-        sentence=OPERATOR, person=ServerCureTest.leave_portal),
+    other_answer("sign-in page of the network", kind="html"),
+    other_answer("redirection to the network's page", kind="redirect", location="http://192.0.2.1/welcome"),
+    other_answer("server out of order", text="status 503", sentence=OPERATOR, kind="status", status=503),
+    other_answer("sign-in page of the network, signed in", signed_in=True, kind="html"),
 ]
 
 PROXY_ROWS = [
