@@ -37,10 +37,11 @@ class DoctorTest(CureTest):
         self.assertEqual({}, self.examine(), "before anybody signed in")
         self.sign_in_or_out(True)
         self.assertEqual({}, self.examine(), "with a user signed in")
-        text = self.run_tool("doctor").out
-        self.assertGreaterEqual(text.count("\nok "), 10)
-        self.assertEqual(text.count("\n"), text.count("\nok ") + 2, "more or fewer than one line for each check")
-        self.assertIn("Faults: 0, warnings: 0.", text)
+        if not SYSROOT:
+            text = self.run_tool("doctor").out
+            self.assertGreaterEqual(text.count("\nok "), 10)
+            self.assertEqual(text.count("\n"), text.count("\nok ") + 2, "more or fewer than one line for each check")
+            self.assertIn("Faults: 0, warnings: 0.", text)
         self.extra = {"VQWS_CONSUMER_KEY": None, "VQWS_CONSUMER_SECRET": None}
         self.assertEqual({}, self.examine(), "without a product")
 

@@ -79,9 +79,10 @@ QVector<CommandInfo> requestCommands() {
             "URL", 1, 1),
         command(
             "doctor", &runDoctor, "Check the set-up and show how to repair it.",
-            "Prints one line for each check: ok, warning or fault, with the cure. Needs neither a key nor a signed-in user, and "
-            "signs nobody out. With key and secret it also asks the account server whether it accepts the product. Exit status 1 "
-            "when there is a fault."),
+            "Prints one line for each check: ok, warning or fault, with the cure, whose command has a line of its own. Needs neither "
+            "a key nor a signed-in user, and signs nobody out. With key and secret it also asks the account server whether it "
+            "accepts the product, and finds a login that was copied from another user or machine. Exit status 1 when there is a "
+            "fault."),
         with(
             command(
                 "check-server", &runCheckServer, "Check what an account server speaks, for those who run it.",
