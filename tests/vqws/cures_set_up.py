@@ -74,6 +74,7 @@ URL_ROWS = [
              "is larger than the library reads"),
     bad_urls("entry missing", lambda t: t.change_urls(LogoutEndPoint=None, AccessTokenEndPoint=""),
              "has no AccessTokenEndPoint, LogoutEndPoint", also=()),
+    bad_urls("entry of the first request missing", lambda t: t.change_urls(RequestTokenEndPoint=None), "has no RequestTokenEndPoint"),
     bad_urls("no address", lambda t: t.change_urls(AccountServerUrl="accounts"), "AccountServerUrl in"),
     bad_urls("addresses of the example", lambda t: t.change_urls(AccountServerUrl="https://accounts.example.com"), "of the example"),
     bad_urls("plain http to another machine", lambda t: t.change_urls(AccountServerUrl="http://192.0.2.1"),

@@ -76,12 +76,6 @@ Findings checkCertificate(const QString& url, const HttpReply& reply, const Canc
     return isClockWrong ? Findings{clock, server} : Findings{server};
 }
 
-// Asks for a token without a signature, which every account server refuses.
-HttpReply askUnsigned(const QString& url, const Cancellation& cancellation) {
-    const QString path = WebServicesPrivate::GetUrl(QStringLiteral("RequestTokenEndPoint"));
-    return httpGet(QUrl(joinedAddress(url, path)), {}, cancellation);
-}
-
 Finding checkReply(const QString& url, const HttpReply& reply) {
     if (reply.status == 0)
         return fault(
@@ -106,9 +100,11 @@ Finding checkReply(const QString& url, const HttpReply& reply) {
 
 Findings checkServer(const Cancellation& cancellation) {
     const QString url = WebServicesPrivate::GetUrl(QStringLiteral("AccountServerUrl"));
-    if (!isWebAddress(url))
+    const QString path = WebServicesPrivate::GetUrl(QStringLiteral("RequestTokenEndPoint"));
+    if (!isWebAddress(url) || path.isEmpty())
         return {fault(serverName, QStringLiteral("its address is not known"), act(QStringLiteral("see \"URL files\"")))};
-    const HttpReply reply = askUnsigned(url, cancellation);
+    // Asks for a token without a signature, which every account server refuses.
+    const HttpReply reply = httpGet(QUrl(joinedAddress(url, path)), {}, cancellation);
     if (reply.isTlsError)
         return checkCertificate(url, reply, cancellation);
     const Finding server = checkReply(url, reply);
