@@ -108,7 +108,10 @@ Findings checkServer(const Cancellation& cancellation) {
     if (reply.isTlsError)
         return checkCertificate(url, reply, cancellation);
     const Finding server = checkReply(url, reply);
-    return server.state == Finding::State::Ok ? Findings{server, checkClock(reply.date)} : Findings{server};
+    Findings findings{server};
+    if (server.state == Finding::State::Ok)
+        findings += checkClock(reply.date);
+    return findings;
 }
 
 } // namespace Vqws
