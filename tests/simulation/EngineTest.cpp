@@ -1,10 +1,9 @@
 #include "TestKit/Test.h"
-#include "simulation/Platform/OneCore.h"
 #include "simulation/Shrinker.h"
 #include "simulation/SimClock.h"
 #include "simulation/SimLock.h"
 #include "simulation/SimThreads.h"
-#include "simulation/VirtualApplication.h"
+#include "simulation/TestMain.h"
 
 #include <QSemaphore>
 
@@ -229,10 +228,7 @@ private slots:
 };
 
 int main(int argumentCount, char** arguments) {
-    useOneCore();
-    const VirtualApplication application(argumentCount, arguments);
-    EngineTest test;
-    return QTest::qExec(&test, argumentCount, arguments);
+    return runTest<EngineTest>(argumentCount, arguments);
 }
 
 #include "EngineTest.moc"

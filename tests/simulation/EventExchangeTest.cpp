@@ -3,10 +3,9 @@
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Test.h"
 #include "simulation/Library/Wire.h"
-#include "simulation/Platform/OneCore.h"
 #include "simulation/ProcessThreads.h"
 #include "simulation/Runs.h"
-#include "simulation/VirtualApplication.h"
+#include "simulation/TestMain.h"
 
 using namespace Velquor;
 using namespace Velquor::Simulation;
@@ -92,10 +91,7 @@ private slots:
 };
 
 int main(int argumentCount, char** arguments) {
-    useOneCore();
-    const VirtualApplication application(argumentCount, arguments);
-    EventExchangeTest test;
-    return QTest::qExec(&test, argumentCount, arguments);
+    return runTest<EventExchangeTest>(argumentCount, arguments);
 }
 
 #include "EventExchangeTest.moc"

@@ -1,7 +1,6 @@
 #include "TestKit/Test.h"
 #include "simulation/Library/SimProcess.h"
-#include "simulation/Platform/OneCore.h"
-#include "simulation/VirtualApplication.h"
+#include "simulation/TestMain.h"
 
 using namespace Velquor;
 using namespace Velquor::Simulation;
@@ -112,11 +111,7 @@ private slots:
 };
 
 int main(int argumentCount, char** arguments) {
-    qSetGlobalQHashSeed(0);
-    useOneCore();
-    const VirtualApplication application(argumentCount, arguments);
-    ServerLoadTest test;
-    return QTest::qExec(&test, argumentCount, arguments);
+    return runTest<ServerLoadTest>(argumentCount, arguments);
 }
 
 #include "ServerLoadTest.moc"

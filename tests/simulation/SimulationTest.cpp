@@ -1,11 +1,9 @@
 #include "TestKit/Test.h"
 #include "simulation/Library/Household.h"
-#include "simulation/Platform/OneCore.h"
 #include "simulation/Runs.h"
-#include "simulation/VirtualApplication.h"
+#include "simulation/TestMain.h"
 
 #include <QElapsedTimer>
-#include <QHash>
 
 using namespace Velquor;
 using namespace Velquor::Simulation;
@@ -57,11 +55,7 @@ private slots:
 };
 
 int main(int argumentCount, char** arguments) {
-    qSetGlobalQHashSeed(0);
-    useOneCore();
-    const VirtualApplication application(argumentCount, arguments);
-    SimulationTest test;
-    return QTest::qExec(&test, argumentCount, arguments);
+    return runTest<SimulationTest>(argumentCount, arguments);
 }
 
 #include "SimulationTest.moc"

@@ -65,6 +65,11 @@ public:
     qint64 signInLifeSeconds = 14LL * 86400;
 
 private:
+    struct OAuth2Token {
+        int signIn = 0;
+        qint64 endUs = 0;
+    };
+
     [[nodiscard]] static int numberAfter(const QByteArray& text, char mark);
     [[nodiscard]] Answer requestToken();
     [[nodiscard]] Answer accessToken(const Parameters& oauth);
@@ -78,12 +83,8 @@ private:
     int m_requests = 0;
     int m_exchanges = 0;
     int m_tokens = 0;
-    std::map<int, int> m_owners; ///< The sign-ins of the tokens.
-    struct OAuth2Token {
-        int signIn = 0;
-        qint64 endUs = 0;
-    };
-    std::map<int, OAuth2Token> m_oauth2Tokens;
+    std::map<int, int> m_owners;               ///< The sign-ins of the tokens.
+    std::map<int, OAuth2Token> m_oauth2Tokens; ///< By serial number.
 };
 
 } // namespace Velquor::Simulation

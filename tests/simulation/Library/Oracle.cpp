@@ -199,8 +199,7 @@ QString Oracle::checkOAuth2(const SimProcess& process) const {
 }
 
 QString Oracle::checkTold(const SimProcess& process) const {
-    // An event tells no number. Of two sign-ins that follow each other at once, the first is told when the second is shown
-    // already.
+    // The event does not say which sign-in it is about. A second sign-in may be shown before the first one is told.
     const auto seen = m_seen.find(&process);
     std::set<int> untold = seen == m_seen.end() ? std::set<int>() : seen->second.left;
     for (const int told : process.told())
