@@ -8,7 +8,7 @@ import time
 import unittest
 
 from cures import FILES_OF_POSIX, NEEDS_RIGHTS, NEEDS_ROOT, CureTest, Row
-from tool import SYSROOT, Home
+from tool import RUN_SECONDS, SYSROOT, Home
 
 ONE_HOUR = 3600
 NO_KEY_FILE = "the key is in a container of the system there"
@@ -78,13 +78,15 @@ def copy_key_of_another_user(t: CureTest) -> None:
 
 
 def hold_lock(t: CureTest):
-    process = subprocess.Popen(["flock", "-F", str(t.home.data() / "VqWebServicesLoginStateSemaphore.lock"), "sleep", "120"],
-                               start_new_session=True, user=t.user, group=t.user)
+    file = t.home.data() / "VqWebServicesLoginStateSemaphore.lock"
+    process = subprocess.Popen(["flock", "-F", str(file), "sleep", "120"], start_new_session=True, user=t.user, group=t.user)
 
     def end() -> None:
         process.kill()
         process.wait()
-    time.sleep(0.3)
+    end_of_wait = time.monotonic() + RUN_SECONDS
+    while subprocess.run(["flock", "--nonblock", str(file), "true"], check=False).returncode == 0:
+        t.assertLess(time.monotonic(), end_of_wait, "nobody holds the lock")
     return end
 
 
