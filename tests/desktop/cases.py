@@ -58,9 +58,12 @@ class DesktopCase(unittest.TestCase):
         window.keys(self.SIGN_IN_KEY)
         return window.pages.get(timeout=20)
 
-    def sign_in(self, window: Window) -> None:
+    def sign_in_on_page(self, window: Window) -> None:
         self.service.control("approve", {"url": self.ask_for_page(window), "user": "ada"})
         wait_until(lambda: window.focus() == "continueButton", what="the focus on Continue")
+
+    def sign_in(self, window: Window) -> None:
+        self.sign_in_on_page(window)
         window.keys("Return")
         wait_until(lambda: window.shows("status", self.SIGNED_IN), what="the sign-in")
 
