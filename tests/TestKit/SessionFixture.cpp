@@ -29,6 +29,7 @@ WebServices::Internal::SessionDependencies SessionFixture::services() {
     made.loggers = WebServices::Internal::Loggers::all(logger);
     made.now = [this] { return QDateTime::currentDateTimeUtc().addSecs(clockOffset); };
     made.exchangeTimeoutMs = exchangeTimeoutMs;
+    made.tokenTimeoutMs = tokenTimeoutMs;
     made.loginStateFile = file();
     made.lockFolder = m_stateFolder;
     made.notifiesProcesses = notifiesProcesses;

@@ -82,6 +82,7 @@ public:
     WebServices::Internal::UrlStore urls;
     std::shared_ptr<Util::ICryptor> cryptor;
     int exchangeTimeoutMs = 20000;
+    int tokenTimeoutMs = 61000;
     bool isForAllUsers = false;         ///< The folder is the one of all users, for sessions made from now on.
     bool notifiesProcesses = false;     ///< Sessions made from now on notify each other.
     std::atomic<qint64> clockOffset{0}; ///< Seconds that the sessions' clock is ahead.

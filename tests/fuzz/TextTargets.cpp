@@ -9,6 +9,7 @@
 #include "Tokens/TokenReply.h"
 #include "Values/NetworkCookieJarImp.h"
 #include "Values/OAuth2TokenSpecImp.h"
+#include "VqLog/NoLogger.h"
 #include "VqUtil/Xml/BoundedXml.h"
 
 #include <QJsonDocument>
@@ -47,10 +48,11 @@ void readJsonValues(const QByteArray& input) {
 
 void readTokenReplies(const QByteArray& input) {
     ClearCryptor cryptor;
+    Log::NoLogger logger;
     QMap<QString, QByteArray> fields;
     for (const OAuth::Parameter& field : OAuth::parseFormEncoded(input))
         fields.insert(QString::fromUtf8(field.first), field.second);
-    if (const std::optional<ProductTokens> tokens = readTokenReply(fields, now, cryptor))
+    if (const std::optional<ProductTokens> tokens = readTokenReply(fields, now, cryptor, logger))
         requireRule(isUsableToken(tokens->accessToken) && isUsableToken(tokens->accessTokenSecret), "a token can be sent");
     if (const std::optional<OAuth2Reply> reply = readOAuth2Reply(input, now))
         requireRule(isUsableToken(reply->token.view()) && reply->expiryDate >= now, "an OAuth2 token can be sent");

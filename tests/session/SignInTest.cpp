@@ -75,61 +75,6 @@ private slots:
         QCOMPARE(other->currentServer(), Staging);
     }
 
-    void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
-        const TestKit::Rows row(
-            this, [&](const QString& kind, const QJsonObject& details, LoginErrorEx error, const QString& logged) {
-                m_session->RestoreLogin(key, false);
-                // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
-                QVERIFY(m_service.addFault("request-token", kind, details, -1));
-                const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-                QCOMPARE(login.code, LoginCode::exchangeFailed);
-                QVERIFY(login.url.isEmpty());
-                QVERIFY2(m_fixture->hasLogged(logged), qPrintable(m_fixture->logger->texts(Log::Level::Error).join('\n')));
-                QCOMPARE(login.error, error);
-                // An answer is logged whole.
-                QCOMPARE(m_fixture->logger->texts(Log::Level::Error).join('\n').contains("\n\nResponse:\n"),
-                         login.error != LoginErrorEx::NoReply);
-                QVERIFY(m_service.reset());
-                signIn(*m_session);
-                QVERIFY(m_session->isLoggedIn(key));
-            });
-        row("closes early", "drop", {}, LoginErrorEx::NoReply, "Failed to initiate login. Http error: 0. Network error: 2");
-        row("HTML", "html", {}, LoginErrorEx::InvalidReply,
-            "server didn't return the following parameter(s): Request token, Request token secret, Client id");
-        row("garbage", "garbage", {}, LoginErrorEx::InvalidReply,
-            "didn't return the following parameter(s): Request token, Request token secret, Client id");
-        row("no secret", "missing", {{"parameters", QJsonArray{"oauth_token_secret"}}}, LoginErrorEx::InvalidReply,
-            "parameter(s): Request token secret. Session dump: ");
-        row("no client id", "missing", {{"parameters", QJsonArray{"x_oauth_client_identifier"}}}, LoginErrorEx::InvalidReply,
-            "server didn't return client id. This will happen if the consumer key is legacy key.");
-        row("error 500", "status", {{"status", 500}}, LoginErrorEx::Refused,
-            "Failed to initiate login. Http error: 500 Internal Server Error");
-        row("a problem", "problem", {{"problem", "consumer_key_rejected"}}, LoginErrorEx::Refused, "consumer_key_rejected");
-        row("a redirect", "redirect", {{"location", "https://example.com/"}}, LoginErrorEx::Refused,
-            "Failed to initiate login. Http error: 302 Found");
-        row("a wrong clock", "problem", {{"problem", "message_expired"}}, LoginErrorEx::WrongSystemTime,
-            "System time or time zone setting in the system is incorrect.");
-        row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
-    }
-
-    void accessTokenFaultsLeaveTheStateAsItWas() {
-        const TestKit::Rows row(this, [&](const QString& kind, const QJsonObject& details) {
-            m_session->RestoreLogin(key, false);
-            const InitiatedLogin login = m_session->InitiateLogin(key, QString());
-            QVERIFY(m_service.approve(login.url));
-            QVERIFY(m_service.addFault("access-token", kind, details, -1));
-            const QByteArray before = m_fixture->fileContents();
-            QCOMPARE(m_session->CompleteLogin(key, nullptr), LoginCode::exchangeFailed);
-            QVERIFY(!m_session->isLoggedIn(QString()));
-            QCOMPARE(m_fixture->fileContents(), before);
-        });
-        row("closes early", "drop", {});
-        row("HTML", "html", {});
-        row("no session handle", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_session_handle"}}});
-        row("no expiry", "missing", QJsonObject{{"parameters", QJsonArray{"oauth_expires_in"}}});
-        row("refused", "problem", QJsonObject{{"problem", "token_rejected"}});
-    }
-
     void signOutsAtOnceWaitForASilentServiceOnce() {
         m_fixture->exchangeTimeoutMs = 500;
         m_session = m_fixture->makeSession();
@@ -146,16 +91,6 @@ private slots:
         QVERIFY(succeeded >= 1);
         QVERIFY(!m_session->isLoggedIn(key));
         QCOMPARE(m_fixture->logger->texts().count("Starting logout in server using REST"), 1);
-    }
-
-    void givesUpWithinTheTimeOutWhenTheServiceDoesNotAnswer() {
-        m_fixture->exchangeTimeoutMs = 300;
-        m_session = m_fixture->restoredSession();
-        delay("request-token", 60000, -1);
-        const TestKit::Stopwatch timer;
-        QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NoReply);
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(m_fixture->hasLogged("Failed to initiate login. Operation was canceled. Timed out."));
     }
 
     void aSignInThatWasNotApprovedIsNotCompleted() {

@@ -233,6 +233,19 @@ class SessionTest(ToolTest):
         self.assertIn("vqws login --server production", self.check(FAILED, "status", "--server", "production").err)
         self.assertEqual("Staging", self.check(OK, "status", "--json").json()["server"], "the server was changed")
 
+    def test_each_example_of_a_url_file_serves_a_sign_in_without_an_error(self):
+        for example in (SOURCE / "config").glob("*.example"):
+            urls = re.sub(r"https://[\w.]+\.example\.com", self.service.info["url"], example.read_text(encoding="utf-8"))
+            (self.service.folder / example.stem).write_text(urls, encoding="utf-8")
+        for server in ("production", "staging", "development"):
+            with self.subTest(server):
+                self.sign_in("--server", server)
+                self.assertIn('"ada"', self.check(OK, "get", f"{self.service.info['url']}/api/echo").out)
+                self.check(OK, "logout")
+        log = (self.home.data() / "WebServices.log").read_text(encoding="utf-8")
+        self.assertIn("Completed login successfully", log)
+        self.assertEqual([], [line for line in log.splitlines() if " ERROR " in line])
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -130,9 +130,9 @@ class ToolTest(unittest.TestCase):
         self.assertEqual(status, run.status, f"{arguments}: {run.out} {run.err}")
         return run
 
-    def sign_in(self) -> None:
+    def sign_in(self, *options: str) -> None:
         """Signs in with the page answered without a browser."""
-        process = self.start("login", "--no-browser")
+        process = self.start("login", "--no-browser", *options)
         url = Lines(process.stdout).wait_for("https://")
         self.service.control("approve", {"url": url, "user": "ada"})
         self.assertEqual(OK, process.wait(60))

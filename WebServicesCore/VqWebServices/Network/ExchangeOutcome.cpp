@@ -3,8 +3,11 @@
 namespace Velquor::WebServices::Internal {
 
 QString ExchangeOutcome::errorText() const {
-    if (result == OperationResult::Canceled || (result == OperationResult::Failure && reply.status == 200))
+    if (result == OperationResult::Canceled)
         return message;
+    // The message has the network error as a number alone.
+    if (result == OperationResult::Failure && reply.status == 200)
+        return QStringLiteral("%1. %2").arg(message, reply.errorText);
     return reply.errorText.isEmpty() ? message : reply.errorText;
 }
 

@@ -13,7 +13,8 @@ struct ExchangeOutcome {
     ReplySnapshot reply;
 
     [[nodiscard]] bool hasStatus200() const { return !reply.isNull && reply.status == 200 && result == OperationResult::Success; }
-    /// The HTTP and network error as a text, or the message for a reply that was cut off or cancelled.
+    /// The HTTP and network error as a text; the message before it for a reply that was cut off, and alone for one that was
+    /// cancelled.
     [[nodiscard]] QString errorText() const;
     /// What the server, the clock diagnosis and the TLS diagnosis report about it. Follows `errorText` directly; may be empty.
     [[nodiscard]] QString problemText() const;

@@ -3,6 +3,7 @@
 #include "Network/Proxy/ProxyPrompt.h"
 #include "Values/LibrarySettings.h"
 #include "VqLog/KnownSecrets.h"
+#include "VqLog/NoLogger.h"
 
 #include <QNetworkRequest>
 #include <mutex>
@@ -14,13 +15,6 @@ namespace {
 constexpr int maximumPrompts = 2;
 // A bound, since stored credentials may change during a request.
 constexpr int maximumAnswers = 4;
-
-/// For operations that have no log.
-class NoLogger final : public Log::ILogger {
-public:
-    void write(Log::Level, const QString&, const QString&) override {}
-    [[nodiscard]] bool isEnabled(Log::Level) const override { return false; }
-};
 
 bool isDialogEnabled() {
     const QString value = librarySetting(QStringLiteral("ProxyAuthenticationDialog")).trimmed();
@@ -114,7 +108,7 @@ void NetworkAccessManager::retire(std::unique_ptr<NetworkAccessManager> manager)
 
 void NetworkAccessManager::serve(std::shared_ptr<Log::ILogger> logger, Qt::HANDLE waiting) {
     m_waiting = waiting;
-    m_logger = logger ? std::move(logger) : std::make_shared<NoLogger>();
+    m_logger = logger ? std::move(logger) : std::make_shared<Log::NoLogger>();
     m_isDialogEnabled = isDialogEnabled();
 }
 

@@ -28,20 +28,6 @@ QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now) {
     return QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch() + lifetime, Qt::UTC);
 }
 
-std::optional<ProductTokens> readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now,
-                                            Util::ICryptor& cryptor) {
-    const QByteArray token = reply.value(QStringLiteral("oauth_token"));
-    const QByteArray secret = reply.value(QStringLiteral("oauth_token_secret"));
-    const QByteArray handle = reply.value(QStringLiteral("oauth_session_handle"));
-    const QDateTime expiry = expiryFrom(reply.value(QStringLiteral("oauth_expires_in")), now);
-    if (!isUsableToken(token) || !isUsableToken(secret) || !isUsableToken(handle) || !expiry.isValid())
-        return {};
-    for (const QByteArray& value : {token, secret, handle})
-        Log::KnownSecrets::learn(value);
-    const ProductTokens encrypted{cryptor.encrypt(token), cryptor.encrypt(secret), cryptor.encrypt(handle), expiry};
-    return encrypted.areComplete() ? std::optional<ProductTokens>(encrypted) : std::nullopt;
-}
-
 QString missingNames(const QVector<QPair<QString, bool>>& presence) {
     QStringList names;
     for (const auto& item : presence) {
@@ -49,6 +35,26 @@ QString missingNames(const QVector<QPair<QString, bool>>& presence) {
             names += item.first;
     }
     return names.join(QStringLiteral(", "));
+}
+
+std::optional<ProductTokens> readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now, Util::ICryptor& cryptor,
+                                            Log::ILogger& logger) {
+    const QByteArray token = reply.value(QStringLiteral("oauth_token"));
+    const QByteArray secret = reply.value(QStringLiteral("oauth_token_secret"));
+    const QByteArray handle = reply.value(QStringLiteral("oauth_session_handle"));
+    const QDateTime expiry = expiryFrom(reply.value(QStringLiteral("oauth_expires_in")), now);
+    const QString missing = missingNames({{QStringLiteral("oauth_token"), isUsableToken(token)},
+                                          {QStringLiteral("oauth_token_secret"), isUsableToken(secret)},
+                                          {QStringLiteral("oauth_session_handle"), isUsableToken(handle)},
+                                          {QStringLiteral("oauth_expires_in"), expiry.isValid()}});
+    if (!missing.isEmpty()) {
+        logger.error(QStringLiteral("The account server's reply has no usable %1.").arg(missing));
+        return {};
+    }
+    for (const QByteArray& value : {token, secret, handle})
+        Log::KnownSecrets::learn(value);
+    const ProductTokens encrypted{cryptor.encrypt(token), cryptor.encrypt(secret), cryptor.encrypt(handle), expiry};
+    return encrypted.areComplete() ? std::optional<ProductTokens>(encrypted) : std::nullopt;
 }
 
 } // namespace Velquor::WebServices::Internal

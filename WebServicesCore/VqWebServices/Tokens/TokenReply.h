@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tokens/ProductTokens.h"
+#include "VqLog/ILogger.h"
 #include "VqUtil/Crypto/ICryptor.h"
 
 #include <QMap>
@@ -10,7 +11,7 @@
 
 namespace Velquor::WebServices::Internal {
 
-/// Reads the form-encoded body of the account server's token reply. Thread: any. The caller logs.
+/// Reads the form-encoded body of the account server's token reply. Thread: any.
 
 /// A token or secret as a server can send it: not empty, at most 64 KiB, no control characters or blanks.
 [[nodiscard]] bool isUsableToken(const QByteArray& token);
@@ -19,9 +20,9 @@ namespace Velquor::WebServices::Internal {
 [[nodiscard]] QDateTime expiryFrom(const QByteArray& seconds, const QDateTime& now);
 
 /// Reads and encrypts access token, secret and session handle with their expiry. Nothing when one is missing, unusable or cannot
-/// be encrypted.
+/// be encrypted; the log names what is missing or unusable.
 [[nodiscard]] std::optional<ProductTokens> readTokenReply(const QMap<QString, QByteArray>& reply, const QDateTime& now,
-                                                          Util::ICryptor& cryptor);
+                                                          Util::ICryptor& cryptor, Log::ILogger& logger);
 
 /// The names whose value is false, joined by ", ".
 [[nodiscard]] QString missingNames(const QVector<QPair<QString, bool>>& presence);

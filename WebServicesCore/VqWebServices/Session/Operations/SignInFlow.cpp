@@ -210,7 +210,7 @@ int SignInFlow::complete(const QString& clientKey, const NetworkCookieJar* cooki
 bool SignInFlow::storeSignIn(ProductLoginSession& product, const PendingSignIn& pending, const QMap<QString, QByteArray>& reply,
                              const NetworkCookieJar* cookies) {
     const QDateTime now = m_services.now();
-    const std::optional<ProductTokens> tokens = readTokenReply(reply, now, *m_services.cryptor);
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now, *m_services.cryptor, m_logger);
     if (!tokens)
         return false;
     BasicLoginState state = makeState(reply, now);

@@ -97,7 +97,7 @@ void TokenFetcher::handleReply(const ExchangeOutcome& outcome) {
 
 void TokenFetcher::storeReply(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
-    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor);
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor, log());
     if (!tokens) {
         log().error(QStringLiteral("Failed to query token. Server returned invalid response body. %1")
                         .arg(outcome.reply.dump.join(QLatin1Char('\n'))));

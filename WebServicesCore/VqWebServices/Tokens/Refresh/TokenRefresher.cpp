@@ -141,10 +141,11 @@ void TokenRefresher::handleReply(const ExchangeOutcome& outcome) {
 
 void TokenRefresher::succeeded(const ExchangeOutcome& outcome) {
     const QMap<QString, QByteArray> reply = replyParameters(outcome.reply.body);
-    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor);
+    const std::optional<ProductTokens> tokens = readTokenReply(reply, now(), *services().cryptor, log());
     if (!tokens) {
         log().error(
             QStringLiteral("Failed to parse token refresh response returned by server. Response body maybe invalid or empty."));
+        log().error(outcome.reply.dump.join(QLatin1Char('\n')));
         return finishAndRetry(networkRetryMs);
     }
     const QDateTime sessionExpiry = expiryFrom(reply.value(QStringLiteral("oauth_authorization_expires_in")), now());
