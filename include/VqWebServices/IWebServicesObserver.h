@@ -18,7 +18,9 @@ public:
     /// `RestoreLogin` has read the login state of all products; a user may or may not be signed in.
     virtual void LoginRestored() {}
 
-    /// The user is about to be signed out; set `veto` to keep the user signed in. A sign-out on another thread waits for the
+    /// The user is about to be signed out; set `veto` to keep the user signed in. Only the process that begins the sign-out asks
+    /// its observers: a sign-out of another process cannot be vetoed here. They are asked, too, before a sign-in is given up that
+    /// has expired or is refused by the server; a veto then keeps a sign-in of no use. A sign-out on another thread waits for the
     /// answer at most 61 seconds, and is cancelled without one; a dialog that asks the user has that long.
     virtual void AboutToLogout(bool& veto) { static_cast<void>(veto); }
 
