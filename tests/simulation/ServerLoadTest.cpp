@@ -102,9 +102,9 @@ private slots:
             });
         using Outage = ServiceLine::Outage;
         row("four minutes of 503", 4, Outage::Status503, 0, 20, 6);
-        row("ten minutes of 503", 10, Outage::Status503, 3, 25, 6);
-        row("half an hour of 503", 30, Outage::Status503, 13, 25, 6);
-        row("an hour of 503", 60, Outage::Status503, 30, 25, 0);
+        row("ten minutes of 503", 10, Outage::Status503, 3, 26, 6);
+        row("half an hour of 503", 30, Outage::Status503, 13, 26, 6);
+        row("an hour of 503", 60, Outage::Status503, 30, 26, 0);
         row("an hour of silence", 60, Outage::Silence, 0, 94, 6);
         row("an hour of refused connections", 60, Outage::RefusedConnections, 0, 196, 6);
     }

@@ -10,7 +10,7 @@ const Actor* SimLock::holder() const {
 bool SimLock::take(qint64 deadlineUs) {
     const Actor* const actor = m_world.running();
     if (holder() != actor) {
-        m_world.yield("asks for " + m_name);
+        // Others may run before, also when the lock is free.
         if (!m_world.waitUntil([this] { return !holder(); }, deadlineUs, "waits for " + m_name))
             return false;
         m_holder = actor;

@@ -18,7 +18,15 @@ bool VirtualDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags) {
     if (hadPosted || hadTimers || m_isInterrupted || !flags.testFlag(QEventLoop::WaitForMoreEvents))
         return hadPosted || hadTimers;
     waitForEvents();
-    return processEvents(flags & ~QEventLoop::ProcessEventsFlags(QEventLoop::WaitForMoreEvents));
+    m_isChosen = true;
+    const bool hadEvents = processEvents(flags & ~QEventLoop::ProcessEventsFlags(QEventLoop::WaitForMoreEvents));
+    m_isChosen = false;
+    return hadEvents;
+}
+
+void VirtualDispatcher::letOthersRun(const char* what) {
+    if (!std::exchange(m_isChosen, false))
+        m_world.yield(what);
 }
 
 void VirtualDispatcher::waitForEvents() {
@@ -31,7 +39,7 @@ void VirtualDispatcher::waitForEvents() {
 bool VirtualDispatcher::beginCall() {
     const bool isPosted = std::exchange(m_isSendingPosted, false);
     if (isPosted)
-        m_world.yield("takes a posted call");
+        letOthersRun("takes a posted call");
     return isPosted;
 }
 
@@ -62,7 +70,7 @@ bool VirtualDispatcher::fire(int timerId) {
     // What ran before may have ended or started the timer.
     if (!isDue())
         return false;
-    m_world.yield("takes a timer");
+    letOthersRun("takes a timer");
     if (!isDue())
         return false;
     const auto timer = find(timerId);

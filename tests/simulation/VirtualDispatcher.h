@@ -56,6 +56,8 @@ private:
     using Timers = std::vector<Timer>;
 
     void waitForEvents();
+    /// Before a timer or a posted call, unless this thread was chosen a moment ago and has done nothing since.
+    void letOthersRun(const char* what);
     [[nodiscard]] bool fireDueTimers();
     [[nodiscard]] bool fire(int timerId);
     [[nodiscard]] qint64 nextDueUs() const;
@@ -67,6 +69,7 @@ private:
     bool m_isWoken = false;
     bool m_isInterrupted = false;
     bool m_isSendingPosted = false;
+    bool m_isChosen = false;
 };
 
 } // namespace Velquor::Simulation

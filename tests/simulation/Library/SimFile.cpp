@@ -22,8 +22,9 @@ private:
 
 std::unique_ptr<WebServices::Internal::IStateFile::ILock> SimFile::lock(int timeoutMs) {
     const qint64 deadlineUs = m_world.nowUs() + timeoutMs * qint64(1000);
-    (void)m_world.waitUntil([this] { return m_world.nowUs() >= m_disk.lockedUntilUs; },
-                            std::min(deadlineUs, std::max(m_disk.lockedUntilUs, m_world.nowUs())), "waits for another program");
+    if (m_world.nowUs() < m_disk.lockedUntilUs)
+        (void)m_world.waitUntil([this] { return m_world.nowUs() >= m_disk.lockedUntilUs; },
+                                std::min(deadlineUs, m_disk.lockedUntilUs), "waits for another program");
     const auto left = std::chrono::microseconds(std::max<qint64>(0, deadlineUs - m_world.nowUs()));
     if (m_world.nowUs() < m_disk.lockedUntilUs || !m_disk.lock.try_lock_for(left)) {
         m_disk.refusedLocks++;

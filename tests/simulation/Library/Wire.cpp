@@ -111,7 +111,8 @@ void Wire::send(End& end, qint64 arrivalUs, const Deliver& deliver) {
     QMetaObject::invokeMethod(
         &end,
         [this, &end, arrivalUs, deliver] {
-            const int leftMs = int(std::max<qint64>(0, arrivalUs - m_world.nowUs()) / 1000);
+            // A shot after 0 ms is a posted call, which would overtake an earlier event.
+            const int leftMs = int(std::max<qint64>(1, (arrivalUs - m_world.nowUs()) / 1000));
             QTimer::singleShot(leftMs, &end, [&end, deliver] { deliver(end); });
         },
         Qt::QueuedConnection);
