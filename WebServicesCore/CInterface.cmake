@@ -68,7 +68,8 @@ else()
   enable_language(ASM)
   configure_file(Posix/vqws.S.in vqws.S @ONLY)
   add_library(vqws_c SHARED "${CMAKE_CURRENT_BINARY_DIR}/vqws.S")
-  target_link_libraries(vqws_c PRIVATE VqWebServices)
+  # Its users link it alone; the loader finds the other library beside it.
+  target_link_libraries(vqws_c PRIVATE $<BUILD_INTERFACE:VqWebServices>)
   target_link_options(vqws_c PRIVATE LINKER:-z,nodelete "LINKER:--version-script=${CMAKE_CURRENT_BINARY_DIR}/vqws.map")
   set_target_properties(vqws_c PROPERTIES OUTPUT_NAME vqws VERSION 1.0 SOVERSION 1 EXPORT_NAME C AUTOMOC OFF LINKER_LANGUAGE CXX
     LINK_DEPENDS "${CMAKE_CURRENT_BINARY_DIR}/vqws.map" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin"

@@ -1,4 +1,4 @@
-# The packages that tools/package builds: a Debian package, or a ZIP for Windows with all run-time dependencies of the library.
+# The packages that tools/package builds: Debian packages, or a ZIP for Windows with all run-time dependencies of the library.
 set(CPACK_PACKAGE_NAME vqwebservices)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_VENDOR Velquor)
@@ -6,17 +6,6 @@ set(CPACK_PACKAGE_CONTACT "Velquor Web Services <webservices@velquor.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "One signed-in user for every desktop product")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_STRIP_FILES ON)
-
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# vqws needs the library of the same package.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_BINARY_DIR}/bin")
-set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS qtbase5-dev)
-if(VQ_QT STREQUAL "6")
-  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS qt6-base-dev)
-endif()
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 
 if(WIN32)
   set(CPACK_PACKAGING_INSTALL_PREFIX "")
@@ -32,5 +21,7 @@ if(WIN32)
       install(FILES "/usr/share/doc/${source}/copyright" DESTINATION licences RENAME "${source}.txt")
     endforeach()
   endif()
+else()
+  include(VqDebian)
 endif()
 include(CPack)
