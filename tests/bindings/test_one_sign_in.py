@@ -1,4 +1,5 @@
-"""One sign-in for all: processes of four kinds. A sign-in in one reaches the other three, and so does a sign-out."""
+"""One sign-in for all: processes of four kinds, and those that run one Qt while the library runs another. A sign-in in one reaches
+all others, and so does a sign-out."""
 import os
 import pathlib
 import queue
@@ -13,15 +14,20 @@ from service import BINARIES, DATA, PATIENCE, SOURCE, ServiceTest
 
 from product import Home, Product  # noqa: E402  of the demo
 LOGGED_IN, LOGGED_OUT = 1, 3
+# The programs and the library of the build with the other Qt.
+OTHER = os.environ.get("VQ_OTHER_HELPERS", "")
+# Whose host runs, beside whose library, and where the events come.
+TWO_QTS = {f"{host} with two Qts, {mode}": (folders, mode) for mode in ("own", "host")
+           for host, folders in (("host", (BINARIES, OTHER)), ("other host", (OTHER, BINARIES)))} if OTHER else {}
 
 
 class Spoken:
     """A product that answers each order with a line, and tells events between them."""
 
-    def __init__(self, *command: object):
+    def __init__(self, *command: object, **variables: str):
         self.lines: queue.Queue = queue.Queue()
         self.events: list[int] = []
-        environment = {**os.environ, "PYTHONPATH": str(SOURCE / "bindings/python")}
+        environment = {**os.environ, "PYTHONPATH": str(SOURCE / "bindings/python"), **variables}
         self.process = subprocess.Popen([*map(str, command)], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
         threading.Thread(target=self._read, daemon=True).start()
         self.answer("start")
@@ -104,6 +110,9 @@ class OneSignInTest(ServiceTest):
         if kind == "Qt":
             home = Home(DATA.parent / "qt", variables={name: os.environ[name] for name in os.environ if name.startswith("XDG_")})
             product = QtHost(BINARIES / "sample-product", self.service, home, kind)
+        elif kind in TWO_QTS:
+            (host, library), mode = TWO_QTS[kind]
+            product = Spoken(pathlib.Path(host) / "qt_host", folder, mode, LD_LIBRARY_PATH=str(library))
         else:
             product = Spoken(*{"C": [BINARIES / "product_c", folder, authority],
                                "Python": [sys.executable, "-B", pathlib.Path(__file__).with_name("python_product.py"), folder],
@@ -118,6 +127,7 @@ class OneSignInTest(ServiceTest):
             kinds.append("C#")
         else:
             print("SKIPPED: mcs is missing (tools/setup installs mono-mcs), so C# is not among the products.")
+        kinds += TWO_QTS
         shutil.rmtree(DATA, ignore_errors=True)
         products = {kind: self.start(kind) for kind in kinds}
         for first, second in zip(kinds, [*kinds[1:], kinds[0]]):
@@ -128,6 +138,8 @@ class OneSignInTest(ServiceTest):
                     self.assertEqual("ada", product.user())
                 for kind in kinds[1:]:
                     self.assertEqual("ada", self.asked_by(products[kind].header(self.echo)))
+                for kind in TWO_QTS:
+                    self.assertIn('"ada"', products[kind].ask(f"fetch {self.echo}"))
                 products[second].sign_out()
                 for product in products.values():
                     product.hears(LOGGED_OUT)

@@ -72,6 +72,30 @@ async def main():
 asyncio.run(main())
 """
 
+# A host that runs GLib, as those with GTK do, while the library has a thread of its own.
+GLIB_HOST = """
+import sys, threading, vqws
+from gi.repository import GLib
+threads, events = [], []
+with vqws.Library(support_paths=[sys.argv[1]]) as library:
+    library.observe(lambda event: events.append(event.kind))
+    client = vqws.Client()
+    client.configure(vqws.Config("demo-product-0001", "demo-secret-0001"))
+    client.restore_login()
+    loop = GLib.MainLoop()
+    def tick():
+        threads.append(threading.current_thread())
+        if len(threads) == 50 or vqws.EventKind.LOGGED_OUT in events:
+            loop.quit()
+            return False
+        if len(threads) == 5:
+            threading.Thread(target=client.logout).start()
+        return True
+    GLib.timeout_add(20, tick)
+    loop.run()
+    print(set(threads) == {threading.main_thread()}, vqws.EventKind.LOGGED_OUT in events)
+"""
+
 
 class HeaderTest(unittest.TestCase):
     def test_every_function_has_the_parameters_of_the_header(self):
@@ -271,6 +295,11 @@ class ProductTest(ServiceTest):
         run = self.run_program(HOST)
         self.assertEqual((0, "vetoed ada True\nWRONG_THREAD\n", ""), (run.returncode, run.stdout, run.stderr))
         self.client.logout()
+
+    def test_a_host_with_the_loop_of_glib_keeps_it(self):
+        self.sign_in()
+        run = self.run_program(GLIB_HOST)
+        self.assertEqual((0, "True True\n", ""), (run.returncode, run.stdout, run.stderr))
 
     def run_program(self, text: str) -> subprocess.CompletedProcess:
         return subprocess.run([sys.executable, "-B", "-W", "ignore", "-c", text, str(self.service.folder)], capture_output=True, text=True,

@@ -4,7 +4,6 @@
 #include <QEventLoop>
 #include <QObject>
 #include <QThread>
-#include <thread>
 #include <utility>
 
 namespace Velquor::WebServices::Internal {
@@ -49,8 +48,12 @@ bool COwnThread::start(std::function<bool()> start) {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_start = std::move(start);
     m_hasAnswer = false;
-    if (!std::exchange(m_isStarted, true))
-        std::thread([this] { run(); }).detach();
+    // Qt gives a thread of its own an event loop of its own. One that Qt does not know would get that of the whole process
+    // (GLib's default context) with the application object, and take it away from a host that runs GTK or another Qt.
+    if (!m_thread) {
+        m_thread = QThread::create([this] { run(); });
+        m_thread->start();
+    }
     m_changed.notify_all();
     m_changed.wait(lock, [this] { return m_hasAnswer; });
     return m_answer;

@@ -8,6 +8,7 @@
 class QEventLoop;
 class QObject;
 class QCoreApplication;
+class QThread;
 
 namespace Velquor::WebServices::Internal {
 
@@ -35,7 +36,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::function<bool()> m_start;
-    bool m_isStarted = false; ///< The thread runs.
+    QThread* m_thread = nullptr; ///< Runs, once it is there.
     bool m_hasAnswer = false;
     bool m_answer = false;
     QObject* m_context = nullptr; ///< On the thread, while it delivers events.
