@@ -11,7 +11,7 @@ def say(*words: object) -> None:
 
 with vqws.Library(support_paths=[sys.argv[1]]) as library:
     client = vqws.Client()
-    client.configure(vqws.Config("demo-product-0001", "demo-secret-0001"))
+    client.configure(vqws.Config(*(sys.argv[2:4] or ("demo-product-0001", "demo-secret-0001"))))
     library.observe(lambda event: say("event", int(event.kind)))
     client.restore_login()
     say("start")

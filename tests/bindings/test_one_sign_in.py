@@ -24,13 +24,18 @@ TWO_QTS = {f"{host} with two Qts, {mode}": (folders, mode) for mode in ("own", "
 class Spoken:
     """A product that answers each order with a line, and tells events between them."""
 
-    def __init__(self, *command: object, **variables: str):
+    def __init__(self, *command: object, variables: dict[str, str] | None = None, **options):
         self.lines: queue.Queue = queue.Queue()
         self.events: list[int] = []
-        environment = {**os.environ, "PYTHONPATH": str(SOURCE / "bindings/python"), **variables}
-        self.process = subprocess.Popen([*map(str, command)], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
+        environment = {**os.environ, "PYTHONPATH": str(SOURCE / "bindings/python"), **(variables or {})}
+        self.process = subprocess.Popen([*map(str, command)], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment,
+                                        **options)
         threading.Thread(target=self._read, daemon=True).start()
-        self.answer("start")
+        try:
+            self.answer("start")
+        except AssertionError:
+            self.process.kill()
+            raise
 
     def _read(self) -> None:
         for line in self.process.stdout:
@@ -112,7 +117,7 @@ class OneSignInTest(ServiceTest):
             product = QtHost(BINARIES / "sample-product", self.service, home, kind)
         elif kind in TWO_QTS:
             (host, library), mode = TWO_QTS[kind]
-            product = Spoken(pathlib.Path(host) / "qt_host", folder, mode, LD_LIBRARY_PATH=str(library))
+            product = Spoken(pathlib.Path(host) / "qt_host", folder, mode, variables={"LD_LIBRARY_PATH": str(library)})
         else:
             product = Spoken(*{"C": [BINARIES / "product_c", folder, authority],
                                "Python": [sys.executable, "-B", pathlib.Path(__file__).with_name("python_product.py"), folder],

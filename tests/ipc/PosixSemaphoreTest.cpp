@@ -7,6 +7,7 @@
 
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -179,6 +180,19 @@ private slots:
         QVERIFY(QFile::remove(file) && QDir().mkdir(file));
         ProcessGuard third("name", m_folder->path());
         QVERIFY(third.acquire(100) == ProcessGuard::Result::Failed && !third.errorText().isEmpty());
+    }
+
+    // The owner of the folder above may move ours away, and put there what delays whoever opens it.
+    void aLockFileOfAnotherUserIsNotTaken() {
+        if (::geteuid() != 0)
+            QSKIP("Only the administrator can make what is another user's");
+        ProcessGuard guard("name", m_folder->path());
+        QVERIFY(guard.acquire(0) == ProcessGuard::Result::Acquired);
+        guard.release();
+        const QByteArray file = QFile::encodeName(m_folder->filePath("name.lock"));
+        QVERIFY(QFile::remove(m_folder->filePath("name.lock")) && ::mknod(file.constData(), S_IFREG | 0666, 0) == 0);
+        QVERIFY(::chown(file.constData(), 65534, 65534) == 0);
+        QCOMPARE(guard.acquire(100), ProcessGuard::Result::Failed);
     }
 
 private:

@@ -18,7 +18,22 @@ namespace Velquor::Util {
 /// the rights of an administrator belongs to the administrators.
 [[nodiscard]] Result<void> checkOwner(const QString& path);
 
-/// Creates the folder with its parents when it is missing, and removes all rights of other users from it. Nothing is changed or
+/// Whether the file is a plain one of this user or of the system. A file of another user may be a pipe that never ends, say what
+/// its owner wants, or be changed while it is read. On Windows every file counts.
+[[nodiscard]] bool isOwnOrSystemFile(const QString& path);
+
+/// Fails when another user may replace what is in the folder: it or a link to it belongs to one who is not the system, or it or a
+/// folder above is open to all users without the sticky bit. A missing folder is nobody's. On Windows it never fails.
+[[nodiscard]] Result<void> checkWay(const QString& folder);
+
+/// For a file that another library opens for writing. Fails when another user decides where the text goes or how long a write
+/// takes: the file or a link to it belongs to one, or the way to it does. Creates a missing file, with `Others::None` for the
+/// user alone, since who may read a file can lock it. On Windows it does nothing.
+enum class Others { Mask, None };
+[[nodiscard]] Result<void> claimFile(const QString& path, Others others);
+
+/// Creates the folder with its parents when it is missing, and removes all rights of other users from it. Files of other
+/// users in a folder that they could write to get other names. Nothing is changed or
 /// created where another user is the owner.
 [[nodiscard]] Result<void> ensureOwnerOnlyFolder(const QString& folder);
 
@@ -28,6 +43,10 @@ namespace Velquor::Util {
 
 /// Whether a file must survive a power cut. The writer of a short-lived file need not wait for the disk.
 enum class Flush { Yes, No };
+
+/// Takes the right to write away from other users, where the folder is this user's: whoever may write to a folder without the
+/// sticky bit can move away what is in it. On Windows it does nothing.
+void closeToOtherWriters(const QString& folder);
 
 /// Creates the file, which must not exist, readable and writable by its owner only, and writes the data.
 /// A file that could not be written whole is removed again.

@@ -13,4 +13,8 @@ namespace Velquor::Util {
 /// Of all users. Windows: FOLDERID_ProgramData. Posix: "/var/lib".
 [[nodiscard]] QString programDataFolder();
 
+/// Where the framework keeps files with settings of this user. Windows: empty, since the registry has them. Posix:
+/// `XDG_CONFIG_HOME`, by default "~/.config".
+[[nodiscard]] QString settingsFolder();
+
 } // namespace Velquor::Util

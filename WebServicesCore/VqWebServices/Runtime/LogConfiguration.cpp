@@ -5,12 +5,15 @@
 #include "Values/Loggers.h"
 #include "VqLog/LoggerWrapper.h"
 #include "VqUtil/Files/AtomicFile.h"
+#include "VqUtil/Files/FileAccess.h"
 #include "VqUtil/Files/NarrowPath.h"
 #include "VqUtil/Platform/HostProcess.h"
 
 #include <QByteArray>
+#include <QFile>
 #include <QFileInfo>
 #include <QMap>
+#include <QRegularExpression>
 #include <QStringList>
 #include <boost/format.hpp>
 #include <log4cplus/appender.h>
@@ -71,6 +74,19 @@ public:
     void reset() override {}
 };
 
+// The log library waits without an end for a pipe that nobody reads, and for a lock that somebody holds.
+Util::Result<void> claimFiles(const QByteArray& configuration) {
+    const QRegularExpression file(QStringLiteral("^\\s*log4cplus\\.appender\\.[^=]*\\.(Lock)?File\\s*=\\s*(.*?)\\s*$"),
+                                  QRegularExpression::MultilineOption);
+    for (QRegularExpressionMatchIterator found = file.globalMatch(QFile::decodeName(configuration)); found.hasNext();) {
+        const QRegularExpressionMatch one = found.next();
+        const auto others = one.captured(1).isEmpty() ? Util::Others::Mask : Util::Others::None;
+        if (Util::Result<void> claimed = Util::claimFile(one.captured(2), others); !claimed)
+            return claimed;
+    }
+    return {};
+}
+
 void configureQuietly(const QByteArray& text) {
     log4cplus::helpers::LogLog* const errors = log4cplus::helpers::LogLog::getLogLog();
     errors->setQuietMode(true);
@@ -108,6 +124,8 @@ Util::Result<void> LogConfiguration::apply(const QString& path) const {
     const QByteArray text = withProperties(file.data, {{"RootLogLevel", m_level.level.toUtf8()},
                                                        {"AppName", m_application.toUtf8()},
                                                        {"LocalAppData", Util::narrowFolderName(m_folder)}});
+    if (Util::Result<void> claimed = claimFiles(text); !claimed)
+        return claimed;
     SilencedLoggers::restore();
     configureQuietly(text);
     // Created now, so that the report and a later silencing include them.

@@ -97,7 +97,7 @@ bool LogSetupHelper::SetupLog() {
                 "Web Services log configuration file %1 not found in the install folder. Using the one in Halvern Desktop install folder. Please include this file in the installer.")
                 .arg(configurationFileName()));
     const LogConfiguration configuration(logFileFolder());
-    // A log of another user's would keep that user from writing one. A folder that was chosen for logs may be anybody's.
+    // A log of another user's would keep that user from writing one.
     const bool isOwn = configuration.folder() == RuntimePaths::dataPath();
     const Util::Result<void> owner = isOwn ? Util::checkOwner(configuration.folder()) : Util::Result<void>();
     if (owner && !QDir(configuration.folder()).exists() && !Util::ensureOwnerOnlyFolder(configuration.folder()))

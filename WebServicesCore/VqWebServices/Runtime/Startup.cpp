@@ -132,6 +132,8 @@ std::shared_ptr<OAuth::TimeServiceImp> makeTimeService(const Loggers& loggers) {
 std::shared_ptr<Util::ProcessState> makeProcessState(const std::shared_ptr<Log::ILogger>& logger) {
     if (const Util::Result<void> made = Util::ensureOwnerOnlyFolder(RuntimePaths::dataPath()); !made)
         logger->error(QStringLiteral("Failed to create the data folder %1. %2").arg(RuntimePaths::dataPath(), made.reason()));
+    // The folder of the maker, which a program without a mask may have made.
+    Util::closeToOtherWriters(QFileInfo(RuntimePaths::dataPath()).path());
     auto state = std::make_shared<Util::ProcessState>(Util::systemProcessStateDependencies(RuntimePaths::dataPath(), logger));
     state->setKey(QStringLiteral("Velquor.WebServices.ProcessState"));
     (void)state->ensureCreated();

@@ -11,6 +11,13 @@ from ._native import SIGNATURES, VERSION
 _NAME = "VqWebServices.dll" if sys.platform == "win32" else "libvqws.so.1"
 
 
+def _is_ours(path: pathlib.Path, package: pathlib.Path) -> bool:
+    """Whether it is there, and was put there by the user, the system or whoever installed this package: a folder above may be /tmp."""
+    if not path.is_file():
+        return False
+    return sys.platform == "win32" or {path.stat().st_uid, path.lstat().st_uid} <= {0, os.geteuid(), package.stat().st_uid}
+
+
 def _candidates() -> Iterator[str]:
     named = os.environ.get("VQWS_LIBRARY")
     if named:
@@ -21,8 +28,8 @@ def _candidates() -> Iterator[str]:
     folders = [package, *package.parents[1:4]]
     # An installation has the package in lib/python3/dist-packages, or in python.
     folders += [parent / name for parent in package.parents[1:4] for name in ("bin", "lib")]
-    yield from (str(folder / _NAME) for folder in folders if (folder / _NAME).is_file())
-    yield from map(str, package.parents[2].glob(f"*-linux-*/{_NAME}"))
+    yield from (str(folder / _NAME) for folder in folders if _is_ours(folder / _NAME, package))
+    yield from (str(path) for path in package.parents[2].glob(f"*-linux-*/{_NAME}") if _is_ours(path, package))
     yield _NAME
 
 

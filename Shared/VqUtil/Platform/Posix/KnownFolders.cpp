@@ -17,4 +17,10 @@ QString programDataFolder() {
     return QStringLiteral("/var/lib");
 }
 
+// As the framework finds it, also when the path is relative.
+QString settingsFolder() {
+    const QString chosen = qEnvironmentVariable("XDG_CONFIG_HOME");
+    return QDir(QDir::homePath()).absoluteFilePath(chosen.isEmpty() ? QStringLiteral(".config") : chosen);
+}
+
 } // namespace Velquor::Util

@@ -32,4 +32,8 @@ QString programDataFolder() {
     return knownFolder(FOLDERID_ProgramData);
 }
 
+QString settingsFolder() {
+    return {};
+}
+
 } // namespace Velquor::Util

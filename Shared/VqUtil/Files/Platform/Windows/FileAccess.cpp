@@ -59,6 +59,20 @@ Result<void> checkOwner(const QString&) {
     return {};
 }
 
+Result<void> checkWay(const QString&) {
+    return {};
+}
+
+bool isOwnOrSystemFile(const QString&) {
+    return true;
+}
+
+Result<void> claimFile(const QString&, Others) {
+    return {};
+}
+
+void closeToOtherWriters(const QString&) {}
+
 Result<void> ensureOwnerOnlyFolder(const QString& folder) {
     if (folder.isEmpty())
         return failure(ERROR_INVALID_NAME);

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Velquor::Util {
 
@@ -29,11 +30,15 @@ struct ProcessGuard::Native {
     struct stat opened {};
     bool hasTurn = false;
 
+    // The folder may have been moved away since the last time, and be another user's now. The owner of a file can delay whoever
+    // opens it, so this does not wait.
     void open() {
-        file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        file.reset(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
         hasTurn = false;
-        if (file.isValid() && ::fstat(file.get(), &opened) != 0)
-            file.reset();
+        if (!file.isValid() || (::fstat(file.get(), &opened) == 0 && opened.st_uid == ::geteuid()))
+            return;
+        file.reset();
+        errno = EPERM;
     }
 
     // One waiter at a time has the turn, by a second lock on the same file. Without it, a process that releases and at once

@@ -36,8 +36,13 @@ QString shortAddress(const QByteArray& path) {
 } // namespace
 
 QString localServerAddress(const QString& serverName, const QString& folder) {
-    const QByteArray path = QFile::encodeName(sharedBlockFolder(folder) + QLatin1Char('/') + serverName);
-    return path.size() + temporarySuffixSize <= longestPath ? QFile::decodeName(path) : shortAddress(path);
+    const auto in = [&serverName](const QString& place) { return QFile::encodeName(place + QLatin1Char('/') + serverName); };
+    const auto fits = [](const QByteArray& path) { return path.size() + temporarySuffixSize <= longestPath; };
+    const QByteArray path = in(sharedBlockFolder(folder));
+    if (fits(path))
+        return QFile::decodeName(path);
+    const QString brief = shortAddress(path);
+    return brief.isEmpty() && fits(in(folder)) ? QFile::decodeName(in(folder)) : brief;
 }
 
 bool isLocalServerReachable(const QString& address) {

@@ -1,5 +1,6 @@
 #include "VqUtil/ProcessState/SharedBlock.h"
 
+#include "VqUtil/Files/FileAccess.h"
 #include "VqUtil/Platform/Posix/FileDescriptor.h"
 
 #include <QFile>
@@ -64,9 +65,10 @@ FileBlock::~FileBlock() {
         ::unlink(m_path.constData());
 }
 
-// Without a runtime folder, `folder` may be writable for other users. A file that is not owner-only is not used.
+// Without a runtime folder, `folder` may be writable for other users. A file that is not owner-only is not used, and not waited
+// for: the owner of a file can delay whoever opens it.
 bool FileBlock::open(int flags) {
-    m_file.reset(::open(m_path.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
+    m_file.reset(::open(m_path.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | flags, 0600));
     if (!m_file.isValid() || ::fstat(m_file.get(), &m_info) != 0)
         return false;
     if (S_ISREG(m_info.st_mode) && isOwnerOnly(m_info))
@@ -190,8 +192,9 @@ std::unique_ptr<ISharedBlock> openSharedBlock(const QString& key, const QString&
 QString sharedBlockFolder(const QString& dataFolder) {
     const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
     struct stat info {};
-    const bool isUsable =
-        runtime.startsWith('/') && ::stat(runtime.constData(), &info) == 0 && S_ISDIR(info.st_mode) && isOwnerOnly(info);
+    // Another user who can replace it, or a link to it, leads each process elsewhere.
+    const bool isUsable = runtime.startsWith('/') && ::stat(runtime.constData(), &info) == 0 && S_ISDIR(info.st_mode)
+                          && isOwnerOnly(info) && checkWay(QFile::decodeName(runtime));
     return isUsable ? QFile::decodeName(runtime) : dataFolder;
 }
 
