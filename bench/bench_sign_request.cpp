@@ -118,6 +118,6 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     // Created here, so that its objects belong to the main thread.
     static_cast<void>(process());
-    constexpr double goal = 2.4;
+    constexpr double goal = 1.6;
     return runAgainstPeers(argc, argv, "SignRequest", goal);
 }

@@ -1,8 +1,5 @@
 #include "VqUtil/Crypto/AeadCipher.h"
 
-#include "VqUtil/General/PerThread.h"
-
-#include <memory>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -11,14 +8,17 @@ namespace Velquor::Util::AeadCipher {
 
 namespace {
 
-struct Context {
-    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context{EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free};
-};
+// Freeing a context wipes the prepared key.
+using Context = std::shared_ptr<EVP_CIPHER_CTX>;
 
-// One context per thread: creating one takes longer than encrypting a short text.
-EVP_CIPHER_CTX* threadContext() {
-    static auto* const contexts = new PerThread<Context>;
-    return contexts->get().context.get();
+Context newContext() {
+    return {EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free};
+}
+
+// OpenSSL would search it again for each text. Never freed: a thread may need it while the process ends.
+const EVP_CIPHER* cipher() {
+    static const EVP_CIPHER* const fetched = EVP_CIPHER_fetch(nullptr, "AES-256-GCM", nullptr);
+    return fetched;
 }
 
 const unsigned char* bytes(const char* data) {
@@ -28,11 +28,12 @@ unsigned char* bytes(char* data) {
     return reinterpret_cast<unsigned char*>(data);
 }
 
-// The context keeps the key schedule, so reset it after each use.
-struct WipeContext {
-    EVP_CIPHER_CTX* context;
-    ~WipeContext() { EVP_CIPHER_CTX_reset(context); }
-};
+Context preparedContext(const SecretBytes& key) {
+    Context context = newContext();
+    const bool isReady =
+        key.size() == keySize && context && EVP_DecryptInit_ex(context.get(), cipher(), nullptr, bytes(key.data()), nullptr) == 1;
+    return isReady ? context : nullptr;
+}
 
 } // namespace
 
@@ -44,16 +45,16 @@ SecretBytes newKey() {
 }
 
 QByteArray seal(const SecretBytes& key, const QByteArray& clear) {
-    EVP_CIPHER_CTX* const context = threadContext();
+    const Context owner = newContext();
+    EVP_CIPHER_CTX* const context = owner.get();
     if (key.size() != keySize || !context)
         return {};
-    const WipeContext wipe{context};
     QByteArray sealed(nonceSize + clear.size() + tagSize, '\0');
     char* const nonce = sealed.data();
     char* const text = nonce + nonceSize;
     int written = 0;
     const bool done = RAND_bytes(bytes(nonce), nonceSize) == 1
-                      && EVP_EncryptInit_ex(context, EVP_aes_256_gcm(), nullptr, bytes(key.data()), bytes(nonce)) == 1
+                      && EVP_EncryptInit_ex(context, cipher(), nullptr, bytes(key.data()), bytes(nonce)) == 1
                       && EVP_EncryptUpdate(context, bytes(text), &written, bytes(clear.constData()), clear.size()) == 1
                       && EVP_EncryptFinal_ex(context, bytes(text + written), &written) == 1
                       && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_GET_TAG, tagSize, text + clear.size()) == 1;
@@ -61,16 +62,22 @@ QByteArray seal(const SecretBytes& key, const QByteArray& clear) {
 }
 
 SecretBytes open(const SecretBytes& key, const QByteArray& sealed) {
-    EVP_CIPHER_CTX* const context = threadContext();
+    return Opener(key).open(sealed);
+}
+
+Opener::Opener(const SecretBytes& key)
+    : m_context(preparedContext(key)) {}
+
+SecretBytes Opener::open(const QByteArray& sealed) const {
     const int size = sealed.size() - nonceSize - tagSize;
-    if (key.size() != keySize || !context || size < 0)
+    if (!m_context || size < 0)
         return {};
-    const WipeContext wipe{context};
+    EVP_CIPHER_CTX* const context = m_context.get();
     SecretBytes clear{QByteArray(size, '\0')};
     const char* const text = sealed.constData() + nonceSize;
     int written = 0;
     unsigned char* const out = bytes(clear.writable());
-    const bool done = EVP_DecryptInit_ex(context, EVP_aes_256_gcm(), nullptr, bytes(key.data()), bytes(sealed.constData())) == 1
+    const bool done = EVP_DecryptInit_ex(context, nullptr, nullptr, nullptr, bytes(sealed.constData())) == 1
                       && EVP_DecryptUpdate(context, out, &written, bytes(text), size) == 1
                       && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, tagSize, const_cast<char*>(text + size)) == 1
                       && EVP_DecryptFinal_ex(context, out + written, &written) == 1;

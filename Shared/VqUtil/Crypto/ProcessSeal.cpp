@@ -1,6 +1,7 @@
 #include "VqUtil/Crypto/ProcessSeal.h"
 
 #include "VqUtil/Crypto/AeadCipher.h"
+#include "VqUtil/General/PerThread.h"
 
 namespace Velquor::Util {
 
@@ -17,7 +18,11 @@ QByteArray ProcessSeal::seal(const QByteArray& clear) const {
 }
 
 SecretBytes ProcessSeal::open(const QByteArray& sealed) const {
-    return AeadCipher::open(m_key, sealed);
+    struct ThreadOpener {
+        const AeadCipher::Opener opener{instance().m_key};
+    };
+    static auto* const openers = new PerThread<ThreadOpener>;
+    return openers->get().opener.open(sealed);
 }
 
 } // namespace Velquor::Util
