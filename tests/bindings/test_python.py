@@ -82,6 +82,8 @@ with vqws.Library(support_paths=[sys.argv[1]]) as library:
     client = vqws.Client()
     client.configure(vqws.Config("demo-product-0001", "demo-secret-0001"))
     client.restore_login()
+    client.refresh_token()
+    client.initiate_login()
     loop = GLib.MainLoop()
     def tick():
         threads.append(threading.current_thread())
@@ -94,6 +96,8 @@ with vqws.Library(support_paths=[sys.argv[1]]) as library:
     GLib.timeout_add(20, tick)
     loop.run()
     print(set(threads) == {threading.main_thread()}, vqws.EventKind.LOGGED_OUT in events)
+    # Where GIO calls back on this thread.
+    print(GLib.MainContext.get_thread_default())
 """
 
 
@@ -299,7 +303,7 @@ class ProductTest(ServiceTest):
     def test_a_host_with_the_loop_of_glib_keeps_it(self):
         self.sign_in()
         run = self.run_program(GLIB_HOST)
-        self.assertEqual((0, "True True\n", ""), (run.returncode, run.stdout, run.stderr))
+        self.assertEqual((0, "True True\nNone\n", ""), (run.returncode, run.stdout, run.stderr))
 
     def run_program(self, text: str) -> subprocess.CompletedProcess:
         return subprocess.run([sys.executable, "-B", "-W", "ignore", "-c", text, str(self.service.folder)], capture_output=True, text=True,

@@ -2,6 +2,7 @@
 
 #include "Network/NetworkOperationAsync.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QThread>
@@ -31,22 +32,40 @@ ExchangeOutcome outcomeOf(const NetworkOperationAsync& operation) {
     return outcome;
 }
 
+// On a thread with an event loop of Qt, which a loop of its own may run.
+ExchangeOutcome runInLoop(NetworkOperationAsync& operation) {
+    QEventLoop loop;
+    QObject::connect(&operation, &NetworkOperationAsync::RequestFinished, &loop, &QEventLoop::quit);
+    operation.Start();
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    return outcomeOf(operation);
+}
+
+// A loop would give the calling thread an event dispatcher for good, which takes its place in GLib away from a host that runs
+// GTK.
+template <typename Work>
+void runWithLoop(const Work& work) {
+    if (QAbstractEventDispatcher::instance())
+        return work();
+    const std::unique_ptr<QThread> thread(QThread::create(work));
+    thread->start();
+    thread->wait();
+}
+
 } // namespace
 
 ExchangeOutcome runGet(const QNetworkRequest& request, int timeoutInMsec, const std::shared_ptr<Log::ILogger>& logger,
                        const std::shared_ptr<ICancelController>& cancelController) {
     if (!QCoreApplication::instance())
         return notSent(QStringLiteral("Request was not sent. There is no application object"), logger.get());
-    // On a thread that has never run an event loop, this object creates what the operation needs to report its end.
-    QEventLoop loop;
-    NetworkOperationAsync operation(request, QStringLiteral("GET"), QByteArray(), logger);
-    operation.setTimeout(timeoutInMsec);
-    operation.setCancelController(cancelController);
-    operation.setWaitingThread(QThread::currentThreadId());
-    QObject::connect(&operation, &NetworkOperationAsync::RequestFinished, &loop, &QEventLoop::quit);
-    operation.Start();
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
-    ExchangeOutcome outcome = outcomeOf(operation);
+    ExchangeOutcome outcome;
+    runWithLoop([&, waiting = QThread::currentThreadId()] {
+        NetworkOperationAsync operation(request, QStringLiteral("GET"), QByteArray(), logger);
+        operation.setTimeout(timeoutInMsec);
+        operation.setCancelController(cancelController);
+        operation.setWaitingThread(waiting);
+        outcome = runInLoop(operation);
+    });
     if (logger)
         outcome.logFailure(*logger);
     return outcome;

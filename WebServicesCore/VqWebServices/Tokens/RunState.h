@@ -3,6 +3,7 @@
 #include <QEventLoop>
 #include <QMutex>
 #include <QVector>
+#include <QWaitCondition>
 #include <memory>
 
 namespace Velquor::WebServices::Internal {
@@ -60,12 +61,16 @@ private:
     bool m_busy = false;
     bool m_closed = false;
     int m_result = 0;
+    quint64 m_ends = 0; ///< How many operations have ended.
+    QWaitCondition m_ended;
     QVector<EventLoop*> m_loops;
 };
 
 /// Waits for the end of an operation. Construct it before the operation is started, so that no end is missed.
 ///
-/// Thread: the caller's, which holds no lock: the event loop handles everything but user input. Owner: the caller's stack.
+/// On a thread that has run an event loop of Qt it runs a local one. Any other thread sleeps: a loop would give it an event
+/// dispatcher for good, which takes the thread's place in GLib away from a host that runs GTK. Thread: the caller's, which holds
+/// no lock: the event loop handles everything but user input. Owner: the caller's stack.
 class RunWaiter {
 public:
     explicit RunWaiter(std::shared_ptr<RunState> state);
@@ -84,8 +89,12 @@ public:
 private:
     static constexpr int noLimit = -1;
 
+    [[nodiscard]] Outcome runLoop(int timeoutMs);
+    [[nodiscard]] Outcome sleep(int timeoutMs) const;
+
     const std::shared_ptr<RunState> m_state;
-    EventLoop m_loop;
+    const std::unique_ptr<EventLoop> m_loop; ///< Null on a thread that sleeps.
+    quint64 m_endsBefore = 0;
 };
 
 } // namespace Velquor::WebServices::Internal
