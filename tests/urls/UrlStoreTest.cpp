@@ -40,7 +40,8 @@ class UrlStoreTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path()); }
+    // Before Qt asks for it, once.
+    void initTestCase() { qputenv("XDG_CONFIG_HOME", m_settings.path().toUtf8()); }
 
     void init() {
         m_folder = std::make_unique<QTemporaryDir>();
