@@ -1,6 +1,6 @@
 // A product that runs Qt itself, while the library behind the C interface may use another Qt: both are in one process.
 
-#include "../cinterface/Orders.h"
+#include "cinterface/Orders.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
