@@ -133,6 +133,8 @@ void Household::start() {
 }
 
 void Household::count(Marks& marks) const {
+    for (const char* const seldom : {"a kill between what the server did and the save", "sign-out during a pending sign-in"})
+        marks[QString::fromLatin1(seldom)] += 0;
     for (const auto& mark : m_machine.marks)
         marks[mark.first] += mark.second;
     marks["two requests for a token at once"] += m_machine.claims.refusals;
