@@ -46,7 +46,7 @@ ROWS = [
     Row("query of a flag that is not set", "bench_process_state", "query of a flag that is not set/library",
         "query of a flag that is not set/lock and copy", "two locks, whose names are checked"),
     Row("a flag set and deleted", "bench_process_state", "set and delete/library", "set and delete/lock and copy",
-        "two changes, each of which reads and writes the whole block"),
+        "two changes, each with both locks, a look at the block and a write of the records"),
     Row("save of 20 products, beside parsing, changing and writing of the file", "bench_save",
         "20 own products of 20/library", "20 own products of 20/plain",
         "the lock; the merge with what other processes wrote; a check that the new text can be read"),

@@ -155,6 +155,9 @@ private slots:
         QCOMPARE(records().at(1).properties.keys(), QStringList("A"));
         second->deleteProcessState();
         QCOMPARE(records(), ProcessRecords({{1, pathOf(1), {}}}));
+        // What was deleted is gone from the block, not only from what is counted in it.
+        const QByteArray behind = m_memory->bytes.mid(ProcessStateCodec::decode(m_memory->bytes).used);
+        QCOMPARE(behind.count('\0'), behind.size());
         QStringList contexts;
         for (const QString& text : m_logger->texts(Log::Level::Debug))
             contexts += text.section(QLatin1Char('\n'), 0, 0);

@@ -30,13 +30,16 @@ bool showsAll(const ProcessRecord& record, const ProcessProperties& wanted) {
 
 } // namespace
 
-/// The locks of one operation: first the mutex of this process, then the lock between the processes. Members are destroyed in
-/// reverse order, so the mutex is held to the end.
+/// The locks of one operation, first the mutex of this process, then the lock between the processes; with both, the look at the
+/// block. Members are destroyed in reverse order, so the mutex is held to the end.
 class ProcessState::Section {
 public:
     explicit Section(ProcessState& state)
         : m_threads(state.m_mutex)
-        , m_lock(state.m_lock && state.m_lock->acquire(semaphoreTimeoutMs) ? state.m_lock.get() : nullptr) {}
+        , m_lock(state.m_lock && state.m_lock->acquire(semaphoreTimeoutMs) ? state.m_lock.get() : nullptr) {
+        if (m_lock)
+            state.m_block->look();
+    }
     ~Section() {
         if (m_lock)
             m_lock->release();
@@ -188,6 +191,9 @@ void ProcessState::change(const QString& context, const std::function<bool(Proce
 }
 
 bool ProcessState::isAlive(const ProcessRecord& record) const {
+    // Not by the number alone: an earlier process may have had it.
+    if (record.processId == m_dependencies.ownProcessId && record.executablePath == m_dependencies.ownExecutablePath)
+        return true;
     if (m_dependencies.isAlive(record.processId, record.executablePath))
         return true;
     if (isDebugEnabled())

@@ -18,25 +18,34 @@ ProcessStateBlock::ProcessStateBlock(const QString& key, std::unique_ptr<IShared
     , m_block(std::move(block))
     , m_logger(std::move(logger)) {}
 
-bool ProcessStateBlock::ensureCreated() {
-    auto result = ISharedBlock::Result::AlreadyThere;
-    for (int attempt = 0; attempt < maximumAttempts && result == ISharedBlock::Result::AlreadyThere; ++attempt) {
-        if (attachIfThere())
-            return true;
-        result = m_block->create(newBlockSize);
-    }
-    if (result != ISharedBlock::Result::Done) {
-        m_logger->error(QStringLiteral("Failed to create process state shared memory %1").arg(m_key));
-        return false;
-    }
-    logOnce(
-        QStringLiteral("Created process state shared memory %1. Shared memory size: %2 bytes.").arg(m_key).arg(m_block->size()));
-    return true;
+void ProcessStateBlock::look() {
+    m_isAttached = m_block->isAttached() || attach();
+    if (!m_isAttached)
+        forget();
+    else if (m_seen.isEmpty() || !m_block->startsWith(m_seen))
+        remember(m_block->read());
 }
 
-bool ProcessStateBlock::attachIfThere() {
-    if (m_block->isAttached())
-        return true;
+bool ProcessStateBlock::ensureCreated() {
+    for (int attempt = 0; attempt < maximumAttempts && !m_isAttached; ++attempt) {
+        const ISharedBlock::Result result = m_block->create(newBlockSize);
+        if (result == ISharedBlock::Result::AlreadyThere) {
+            look();
+            continue;
+        }
+        m_isAttached = result == ISharedBlock::Result::Done;
+        if (!m_isAttached)
+            break;
+        logOnce(QStringLiteral("Created process state shared memory %1. Shared memory size: %2 bytes.")
+                    .arg(m_key)
+                    .arg(m_block->size()));
+    }
+    if (!m_isAttached)
+        m_logger->error(QStringLiteral("Failed to create process state shared memory %1").arg(m_key));
+    return m_isAttached;
+}
+
+bool ProcessStateBlock::attach() {
     if (m_block->attach() != ISharedBlock::Result::Done)
         return false;
     logOnce(QStringLiteral("Using process state shared memory %1 created by another process. Shared memory size: %2 bytes.")
@@ -45,29 +54,29 @@ bool ProcessStateBlock::attachIfThere() {
     return true;
 }
 
-const ProcessRecords& ProcessStateBlock::records() {
-    if (!attachIfThere()) {
-        m_seen.clear();
-        m_records.clear();
-        m_used = 0;
-    } else if (m_seen.isEmpty() || !m_block->startsWith(m_seen)) {
-        remember(m_block->read());
-    }
-    return m_records;
-}
-
 void ProcessStateBlock::remember(const QByteArray& bytes) {
     ProcessStateCodec::Decoded decoded = ProcessStateCodec::decode(bytes);
     m_seen = bytes.left(decoded.examined);
+    m_filled = bytes.size();
+    while (m_filled > 0 && bytes.at(m_filled - 1) == '\0')
+        --m_filled;
     m_records = std::move(decoded.records);
     m_used = decoded.used;
+}
+
+void ProcessStateBlock::forget() {
+    m_seen.clear();
+    m_filled = 0;
+    m_records.clear();
+    m_used = 0;
 }
 
 void ProcessStateBlock::write(const ProcessRecords& records) {
     if (!ensureCreated())
         return;
     const int size = m_block->size();
-    QByteArray bytes = ProcessStateCodec::encode(records, size);
+    // What is no longer used is written as zeros. Most of the block is zeros already.
+    QByteArray bytes = ProcessStateCodec::encode(records, m_filled);
     if (bytes.size() > size) {
         m_logger->warning(
             QStringLiteral("Process state size (%1 bytes) exceeds the maximum shared memory size (%2 bytes). Writing only "

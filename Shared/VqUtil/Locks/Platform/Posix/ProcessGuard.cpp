@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Velquor::Util {
 
@@ -48,12 +49,27 @@ struct ProcessGuard::Native {
         return hasTurn;
     }
 
+    void giveTurn() {
+        if (std::exchange(hasTurn, false))
+            (void)setTurn(F_UNLCK);
+    }
+
+    [[nodiscard]] bool isAnybodyWaiting() const {
+        struct flock range = turn(F_WRLCK);
+        return ::fcntl(file.get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+    }
+
     [[nodiscard]] bool setTurn(short type) const {
+        struct flock range = turn(type);
+        return ::fcntl(file.get(), F_OFD_SETLK, &range) == 0;
+    }
+
+    static struct flock turn(short type) {
         struct flock range {};
         range.l_type = type;
         range.l_whence = SEEK_SET;
         range.l_len = 1;
-        return ::fcntl(file.get(), F_OFD_SETLK, &range) == 0;
+        return range;
     }
 
     // We never delete the file, but another program may. A lock on a deleted file would not exclude processes that open the new
@@ -68,8 +84,7 @@ struct ProcessGuard::Native {
         if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
             return false;
         if (isCurrent()) {
-            (void)setTurn(F_UNLCK);
-            hasTurn = false;
+            giveTurn();
             return true;
         }
         open();
@@ -95,6 +110,8 @@ ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
         }
         m_native->open();
     }
+    if (m_native->file.isValid() && !m_native->isAnybodyWaiting() && m_native->tryLock())
+        return Result::Acquired;
     for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
         if (m_native->takeTurn() || patience.hasExpired()) {
             if (m_native->tryLock())
