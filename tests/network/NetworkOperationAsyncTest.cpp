@@ -2,6 +2,9 @@
 #include "Network/RunGet.h"
 #include "NetworkFixture.h"
 
+#include <QTcpServer>
+#include <QTcpSocket>
+
 using namespace Velquor;
 using namespace Velquor::WebServices;
 using namespace Velquor::WebServices::Internal;
@@ -110,6 +113,22 @@ private Q_SLOTS:
         configuration.setCaCertificates({tls.certificate()});
         trusting.setSslConfiguration(configuration);
         QCOMPARE(runGet(trusting, 5000, m_logger).reply.body, QByteArray("hello"));
+    }
+
+    // Qt 6 would. What the library reads of heads and connections is that of HTTP/1.1.
+    void noServerIsAskedForHttp2() {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        NetworkOperationAsync operation(QNetworkRequest(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(server.serverPort()))),
+                                        m_logger);
+        QVERIFY(operation.Start());
+        QVERIFY(server.waitForNewConnection(20000));
+        QTcpSocket* const connection = server.nextPendingConnection();
+        QVERIFY(connection->waitForReadyRead(20000));
+        // The first message of TLS, which no server answers here, with each protocol's length before its name.
+        const QByteArray hello = connection->readAll();
+        QVERIFY(hello.startsWith("\x16\x03"));
+        QVERIFY(!hello.contains("\x02h2"));
     }
 
     void runsOnAThreadWithoutEventLoop() {
