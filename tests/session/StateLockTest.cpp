@@ -1,5 +1,6 @@
 // The process that holds the lock of the login state file is killed or suspended: the next one gets the lock soon, or fails.
 
+#include "TestKit/Files.h"
 #include "TestKit/Platform/ProcessStop.h"
 #include "TestKit/SaveHelper.h"
 #include "TestKit/StateProcess.h"
@@ -73,6 +74,24 @@ private slots:
         TestKit::figure("start while the holder of the lock stands still", "< 1 s", QStringLiteral("%1 ms").arg(timer.elapsed()));
         QVERIFY2(!TestKit::isSoak() || timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(next.core.isLoggedIn());
+        QVERIFY(TestKit::continueProcess(m_holder->processId()));
+    }
+
+    // A product's window asks before each operation. It must not stand still with the other process, nor miss what was written.
+    void aStoppedHolderHidesNoChange() {
+        QVERIFY(TestKit::stopProcess(m_holder->processId()));
+        const QByteArray text = m_fixture->fileContents();
+        QVERIFY(Util::AtomicFile::write(m_fixture->file(), text));
+        QVERIFY(m_process->core.hasFileChanged());
+        m_process->lookAtFile();
+        QVERIFY(!m_process->core.hasFileChanged());
+        QVERIFY(m_process->core.isLoggedIn());
+        // Half a file is none: a program that writes in place is not done.
+        QVERIFY(TestKit::writeFile(m_fixture->file(), text.left(text.size() / 2)));
+        m_process->lookAtFile();
+        QVERIFY(m_process->core.hasFileChanged());
+        QVERIFY(m_process->core.isLoggedIn());
+        QVERIFY(m_fixture->logger->texts(Log::Level::Error).filter("cross-process lock").isEmpty());
         QVERIFY(TestKit::continueProcess(m_holder->processId()));
     }
 

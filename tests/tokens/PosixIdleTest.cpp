@@ -30,6 +30,26 @@ int sleeps() {
     return count;
 }
 
+/// Another process of the user that writes lines into its open log, to the end of this object.
+class OtherProduct {
+public:
+    explicit OtherProduct(const QString& log) {
+        if (log.isEmpty())
+            return;
+        m_process.start("/bin/sh", {"-c", "while echo line; do sleep 0.05; done > \"$0\"", log});
+        QVERIFY(m_process.waitForStarted());
+        QTRY_VERIFY(QFileInfo(log).size() > 0);
+    }
+    ~OtherProduct() {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(OtherProduct)
+
+private:
+    QProcess m_process;
+};
+
 void waitInOneSleep(int ms) {
     QEventLoop loop;
     QTimer::singleShot(ms, Qt::PreciseTimer, &loop, &QEventLoop::quit);
@@ -43,7 +63,7 @@ class PosixIdleTest : public QObject {
 
 private slots:
     void sleepsWhileNothingIsDue() {
-        const auto row = [](const char* name, bool knowsTheTime, int mostWakeUps) {
+        const auto row = [](const char* name, bool knowsTheTime, bool isOneLogging, int mostWakeUps) {
             TestKit::SessionFixture fixture;
             writeFile(fixture);
             fixture.notifiesProcesses = true;
@@ -62,6 +82,7 @@ private slots:
                 QVERIFY(learnTheTime(time, server, fixture));
             QTest::qWait(1500); // until all that was begun is done
             const int ms = TestKit::rounds(2000, 10000);
+            OtherProduct other(isOneLogging ? fixture.folder.filePath("WebServices.log") : QString());
             const int before = sleeps();
             waitInOneSleep(ms);
             const int count = sleeps() - before - 1;
@@ -70,9 +91,10 @@ private slots:
                             QStringLiteral("%1 in %2 s").arg(count).arg(ms / 1000));
             QVERIFY2(count <= mostWakeUps, name);
         };
-        row("products alone", false, 0);
+        row("products alone", false, false, 0);
+        row("beside a product that writes its log in the same folder", false, true, 0);
         // The time service looks at the clock every ten seconds, so not within the short form.
-        row("with the time service", true, TestKit::rounds(0, 1));
+        row("with the time service", true, false, TestKit::rounds(0, 1));
     }
 
 private:

@@ -44,6 +44,20 @@ bool CrossProcessLock::acquire(int timeoutMs) {
     return true;
 }
 
+bool CrossProcessLock::tryAcquire(int timeoutMs) {
+    const QDeadlineTimer deadline(timeoutMs);
+    const ProcessGuard::Result result = m_guard.acquire(timeoutMs);
+    m_isRefused = result == ProcessGuard::Result::Failed;
+    if (m_isRefused || result == ProcessGuard::Result::TimedOut)
+        return false;
+    const NamedSemaphore::Result joined = m_semaphore.acquire(static_cast<int>(deadline.remainingTime()));
+    m_held = true;
+    m_hasSemaphore = joined == NamedSemaphore::Result::Acquired;
+    if (joined == NamedSemaphore::Result::TimedOut)
+        release();
+    return m_held;
+}
+
 bool CrossProcessLock::acquireSemaphore(int timeoutMs) {
     auto result = NamedSemaphore::Result::TimedOut;
     int waitedMs = 0;

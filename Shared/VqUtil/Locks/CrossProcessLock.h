@@ -26,8 +26,11 @@ public:
 
     /// True when the guard is held. Waits at most `timeoutMs` milliseconds for both locks together (0 tries once).
     [[nodiscard]] bool acquire(int timeoutMs);
+    /// The same for a caller that can do without: that others hold the lock, or the semaphore, is no error and no line in the
+    /// log.
+    [[nodiscard]] bool tryAcquire(int timeoutMs);
     void release();
-    /// After a failed `acquire`: the system refused the guard, for instance on a read-only file system. Nobody holds it then.
+    /// After a failure: the system refused the guard, for instance on a read-only file system. Nobody holds it then.
     [[nodiscard]] bool isRefused() const { return m_isRefused; }
 
 private:

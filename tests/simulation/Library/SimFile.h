@@ -33,6 +33,7 @@ public:
         , m_process(process) {}
 
     [[nodiscard]] std::unique_ptr<ILock> lock(int timeoutMs) override;
+    [[nodiscard]] std::unique_ptr<ILock> tryLock(int timeoutMs) override { return lock(timeoutMs); }
     [[nodiscard]] QString path() const override { return QStringLiteral("LoginState.xml"); }
     [[nodiscard]] bool exists() const override { return m_disk.writes > 0; }
     [[nodiscard]] Util::FileStamp stamp() const override;

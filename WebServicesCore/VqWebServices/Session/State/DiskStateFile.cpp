@@ -7,14 +7,10 @@
 
 namespace Velquor::WebServices::Internal {
 
-namespace {
-
-const auto semaphoreKey = QStringLiteral("VqWebServicesLoginStateSemaphore");
-
-class Lock : public IStateFile::ILock {
+class DiskStateFile::Lock : public IStateFile::ILock {
 public:
     Lock(const QString& folder, const std::shared_ptr<Log::ILogger>& logger)
-        : m_lock(semaphoreKey, folder, logger) {}
+        : m_lock(QStringLiteral("VqWebServicesLoginStateSemaphore"), folder, logger) {}
     ~Lock() override {
         if (m_isHeld)
             m_lock.release();
@@ -24,13 +20,12 @@ public:
 
     [[nodiscard]] bool isRefused() const { return m_lock.isRefused(); }
     [[nodiscard]] bool acquire(int timeoutMs) { return m_isHeld = m_lock.acquire(timeoutMs); }
+    [[nodiscard]] bool tryAcquire(int timeoutMs) { return m_isHeld = m_lock.tryAcquire(timeoutMs); }
 
 private:
     Util::CrossProcessLock m_lock;
     bool m_isHeld = false;
 };
-
-} // namespace
 
 DiskStateFile::DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger)
     : m_path(path)
@@ -38,16 +33,30 @@ DiskStateFile::DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> 
     , m_logger(std::move(logger)) {}
 
 std::unique_ptr<IStateFile::ILock> DiskStateFile::lock(int timeoutMs) {
+    std::unique_ptr<Lock> made = makeLock();
+    const bool isHeld = made->acquire(timeoutMs);
+    return take(std::move(made), isHeld);
+}
+
+std::unique_ptr<IStateFile::ILock> DiskStateFile::tryLock(int timeoutMs) {
+    std::unique_ptr<Lock> made = makeLock();
+    const bool isHeld = made->tryAcquire(timeoutMs);
+    return take(std::move(made), isHeld);
+}
+
+std::unique_ptr<DiskStateFile::Lock> DiskStateFile::makeLock() const {
     if (const Util::Result<void> made = Util::ensureOwnerOnlyFolder(m_folder); !made)
         m_logger->error(QStringLiteral("Failed to create folder %1 for the login state file. %2").arg(m_folder, made.reason()));
-    auto made = std::make_unique<Lock>(m_folder, m_logger);
-    const bool isHeld = made->acquire(timeoutMs);
-    m_isLockRefused = made->isRefused();
+    return std::make_unique<Lock>(m_folder, m_logger);
+}
+
+std::unique_ptr<IStateFile::ILock> DiskStateFile::take(std::unique_ptr<Lock> lock, bool isHeld) {
+    m_isLockRefused = lock->isRefused();
     if (!isHeld)
         return nullptr;
     if (!m_cleaned.exchange(true))
         Util::AtomicFile::removeStaleTemporaries(m_path);
-    return made;
+    return lock;
 }
 
 bool DiskStateFile::exists() const {

@@ -15,6 +15,7 @@ public:
     DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> logger);
 
     [[nodiscard]] std::unique_ptr<ILock> lock(int timeoutMs) override;
+    [[nodiscard]] std::unique_ptr<ILock> tryLock(int timeoutMs) override;
     [[nodiscard]] bool isLockRefused() const override { return m_isLockRefused; }
     [[nodiscard]] QString path() const override { return m_path; }
     [[nodiscard]] bool exists() const override;
@@ -25,6 +26,11 @@ public:
     [[nodiscard]] bool hasLeftovers() const override;
 
 private:
+    class Lock;
+
+    [[nodiscard]] std::unique_ptr<Lock> makeLock() const;
+    [[nodiscard]] std::unique_ptr<ILock> take(std::unique_ptr<Lock> lock, bool isHeld);
+
     const QString m_path;
     const QString m_folder;
     const std::shared_ptr<Log::ILogger> m_logger;

@@ -24,6 +24,8 @@ public:
     };
     /// Waits for the lock at most `timeoutMs` milliseconds. Null when another process held it for that long.
     [[nodiscard]] virtual std::unique_ptr<ILock> lock(int timeoutMs) = 0;
+    /// The same for a caller that can do without: that another process holds the lock is no error.
+    [[nodiscard]] virtual std::unique_ptr<ILock> tryLock(int timeoutMs) = 0;
 
     /// The last lock failed since the system refused it, and not since another process holds it.
     [[nodiscard]] virtual bool isLockRefused() const { return false; }
@@ -32,8 +34,10 @@ public:
     /// Changes with every write of any process.
     [[nodiscard]] virtual Util::FileStamp stamp() const = 0;
 
-    // Only under the lock.
+    /// Whole under the lock. Without it, whole when every program replaces the file.
     [[nodiscard]] virtual Util::AtomicFile::ReadResult read(qint64 maximumSize) = 0;
+
+    // Only under the lock.
     /// Replaces the whole text. On failure the old one is unchanged.
     [[nodiscard]] virtual Util::Result<void> write(const QByteArray& text) = 0;
     /// Moves a damaged file out of the way. Returns its new name; empty when that failed.

@@ -13,13 +13,13 @@ LoginStateFile::LoginStateFile(std::shared_ptr<IStateFile> storage, std::functio
     , m_logger(std::move(logger)) {}
 
 LoginStateFile::Guard::Guard(LoginStateFile& file, int timeoutMs)
-    : m_file(file) {
-    m_file.m_logger->information(QStringLiteral("Acquiring login state file lock"));
-    m_lock = m_file.m_storage->lock(m_file.m_isLockStuck ? qMin(timeoutMs, briefTimeoutMs) : timeoutMs);
+    : Guard(file, file.lock(timeoutMs)) {}
+
+LoginStateFile::Guard::Guard(LoginStateFile& file, std::unique_ptr<IStateFile::ILock> lock)
+    : m_file(file)
+    , m_lock(std::move(lock)) {
     if (m_lock)
         m_file.m_logger->information(QStringLiteral("Acquired login state file lock"));
-    if (m_lock || timeoutMs > briefTimeoutMs)
-        m_file.m_isLockStuck = !m_lock;
 }
 
 LoginStateFile::Guard::~Guard() {
@@ -27,6 +27,22 @@ LoginStateFile::Guard::~Guard() {
         return;
     m_lock.reset();
     m_file.m_logger->information(QStringLiteral("Released login state file lock"));
+}
+
+std::unique_ptr<IStateFile::ILock> LoginStateFile::lock(int timeoutMs) {
+    m_logger->information(QStringLiteral("Acquiring login state file lock"));
+    std::unique_ptr<IStateFile::ILock> lock = m_storage->lock(m_isLockStuck ? qMin(timeoutMs, briefTimeoutMs) : timeoutMs);
+    if (lock || timeoutMs > briefTimeoutMs)
+        m_isLockStuck = !lock;
+    return lock;
+}
+
+std::unique_ptr<IStateFile::ILock> LoginStateFile::tryLock() {
+    m_logger->information(QStringLiteral("Acquiring login state file lock"));
+    std::unique_ptr<IStateFile::ILock> lock = m_storage->tryLock(lookTimeoutMs);
+    if (!lock)
+        m_logger->information(QStringLiteral("The login state file lock is not free. Reading without it."));
+    return lock;
 }
 
 void LoginStateFile::removeLeftovers() {
@@ -75,9 +91,9 @@ LoginStateFile::Content LoginStateFile::readAtStart() {
 }
 
 LoginStateFile::Content LoginStateFile::readNow() {
-    const Guard guard(*this, briefTimeoutMs);
-    // The file is replaced whole, so a reader without the right to write needs no lock.
-    return guard.isHeld() || m_storage->isLockRefused() ? read() : Content();
+    const Guard guard(*this, tryLock());
+    Content content = read();
+    return guard.isHeld() || content.isRead() || m_storage->isLockRefused() ? content : Content();
 }
 
 void LoginStateFile::fail(Content& content, const Util::AtomicFile::ReadResult& file) const {

@@ -16,7 +16,8 @@ namespace Velquor::WebServices::Internal {
 /// whole and written whole.
 ///
 /// Thread: any, one at a time (the login session lock); the stamps at any time. Owner: the login session. Errors: log lines and
-/// the results below. Every read and write happens under a `Guard`; a guard is never held across a network exchange.
+/// the results below. Every write happens under a `Guard`, and every read but a look and a start that find it taken; a guard is
+/// never held across a network exchange.
 class LoginStateFile {
 public:
     /// `now`: the date of a document that is started anew.
@@ -28,6 +29,8 @@ public:
     static constexpr int patientTimeoutMs = 10000;
     /// For operations that can do without the file's latest state.
     static constexpr int briefTimeoutMs = 250;
+    /// For a look at what others wrote, which every operation of the host makes.
+    static constexpr int lookTimeoutMs = 2;
 
     /// Holds the lock of the file between the processes for its lifetime, when the lock was free in time.
     class Guard {
@@ -40,6 +43,9 @@ public:
         [[nodiscard]] bool isHeld() const { return m_lock != nullptr; }
 
     private:
+        friend class LoginStateFile;
+        Guard(LoginStateFile& file, std::unique_ptr<IStateFile::ILock> lock);
+
         LoginStateFile& m_file;
         std::unique_ptr<IStateFile::ILock> m_lock;
     };
@@ -58,7 +64,9 @@ public:
 
     /// Reads the document. A missing file is no error.
     [[nodiscard]] Content read();
-    /// The same under a guard of its own, which is let go again. `Busy` when the lock was not free after a short wait.
+    /// The same for a look, under a guard of its own, which is let go again. When the lock is not free within `lookTimeoutMs` it
+    /// reads without: the host's main thread must not wait for the disk of another process. The file is replaced whole, so what
+    /// is read is whole; otherwise the result is `Busy`.
     [[nodiscard]] Content readNow();
     /// The same for a start: after the short wait it reads without the lock, since a program that was stopped while it held the
     /// lock must not keep the user signed out. The file is replaced whole, so what is read is whole.
@@ -87,6 +95,8 @@ public:
     void markSeen(const Content& content);
 
 private:
+    [[nodiscard]] std::unique_ptr<IStateFile::ILock> lock(int timeoutMs);
+    [[nodiscard]] std::unique_ptr<IStateFile::ILock> tryLock();
     /// Without the line that ends a read, which differs for a save.
     [[nodiscard]] Content readContent();
     void fail(Content& content, const Util::AtomicFile::ReadResult& file) const;

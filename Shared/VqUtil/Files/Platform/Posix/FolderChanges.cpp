@@ -14,9 +14,10 @@ namespace Velquor::Util {
 
 namespace {
 
-// IN_CLOSE_WRITE too: it is the only event when an empty file is rewritten and stays empty.
-constexpr uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO
-                                   | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
+// Not IN_MODIFY: the log lies in the watched folder, and each of its lines would wake every process of the user. A file that is
+// rewritten is closed afterwards.
+constexpr uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF
+                                   | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr uint32_t endingEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
 
 FolderChanges::Kind kindOf(uint32_t mask) {
@@ -28,7 +29,7 @@ FolderChanges::Kind kindOf(uint32_t mask) {
         return FolderChanges::Kind::RenamedFrom;
     if (mask & IN_MOVED_TO)
         return FolderChanges::Kind::RenamedTo;
-    return mask & (IN_MODIFY | IN_CLOSE_WRITE) ? FolderChanges::Kind::Modified : FolderChanges::Kind::Unknown;
+    return mask & IN_CLOSE_WRITE ? FolderChanges::Kind::Modified : FolderChanges::Kind::Unknown;
 }
 
 } // namespace

@@ -18,7 +18,10 @@ namespace Velquor::Util {
 
 namespace {
 
-constexpr int longestPauseMs = 2;
+// Most holders are done within a millisecond, and several processes often wait for each other: all read what one of them wrote.
+constexpr unsigned long shortPauseUs = 100;
+constexpr unsigned long longPauseUs = 2000;
+constexpr int shortPausesMs = 20;
 // A turn takes less, unless its process was stopped. After this time a waiter no longer respects the turn.
 constexpr int turnTimeoutMs = 250;
 
@@ -103,6 +106,7 @@ ProcessGuard::~ProcessGuard() = default;
 ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
     const QDeadlineTimer patience(std::min(timeoutMs, turnTimeoutMs));
+    const QDeadlineTimer soon(shortPausesMs);
     if (!m_native->file.isValid()) {
         if (const auto owner = checkOwner(QFile::decodeName(m_native->path)); !owner) {
             m_errorText = owner.reason();
@@ -112,7 +116,7 @@ ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
     }
     if (m_native->file.isValid() && !m_native->isAnybodyWaiting() && m_native->tryLock())
         return Result::Acquired;
-    for (int pauseMs = 1; m_native->file.isValid(); pauseMs = std::min(pauseMs * 2, longestPauseMs)) {
+    while (m_native->file.isValid()) {
         if (m_native->takeTurn() || patience.hasExpired()) {
             if (m_native->tryLock())
                 return Result::Acquired;
@@ -123,7 +127,7 @@ ProcessGuard::Result ProcessGuard::acquire(int timeoutMs) {
             m_native->file.reset();
             return Result::TimedOut;
         }
-        QThread::msleep(static_cast<unsigned long>(pauseMs));
+        QThread::usleep(soon.hasExpired() ? longPauseUs : shortPauseUs);
     }
     m_errorText = qt_error_string(errno);
     m_native->file.reset();
