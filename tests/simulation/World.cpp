@@ -37,8 +37,7 @@ QByteArray World::uniqueName(const QByteArray& wanted) const {
 }
 
 Actor& World::addActor(Process& process, const QByteArray& name, QThread& thread) {
-    m_actors.push_back(std::unique_ptr<Actor>(new Actor{
-        process, uniqueName(process.name + '.' + name), &thread, m_baton.addActor(), Actor::Waits::Busy, {}, 0, 0, "starts"}));
+    m_actors.push_back(std::make_unique<Actor>(process, uniqueName(process.name + '.' + name), thread));
     return *m_actors.back();
 }
 
@@ -65,8 +64,7 @@ bool World::waitUntil(const std::function<bool()>& isReady, qint64 deadlineUs, c
     actor->waitsSinceUs = nowUs();
     actor->what = what;
     actor->waits = waits;
-    m_baton.giveBack();
-    m_baton.await(actor->number);
+    passOn(*actor);
     actor->waits = Actor::Waits::Busy;
     return !std::exchange(actor->isForced, false) && isReady();
 }
@@ -81,7 +79,9 @@ void World::sleep(qint64 spanMs) {
 
 void World::leave(Actor& actor) {
     actor.isPresent = false;
-    m_baton.giveBack();
+    m_running = nullptr;
+    // What a step does between its end and the next one needs a whole thread.
+    m_directorsBaton.release();
 }
 
 bool World::canGoOn(const Actor& actor) const {
@@ -110,33 +110,23 @@ qint64 World::nextDeadlineUs(const Process* process) const {
 }
 
 QString World::run(qint64 spanMs, int maxSteps, const Check& check) {
-    const qint64 untilUs = m_nowUs + spanMs * 1000;
-    m_isQuiet = false;
-    for (int taken = 0; !m_isQuiet; taken++) {
-        if (taken == maxSteps)
-            return {};
-        QString broken = step(untilUs);
-        if (broken.isEmpty() && check)
-            broken = check();
-        if (!broken.isEmpty())
-            return broken;
+    m_leg = {m_nowUs + spanMs * 1000, maxSteps, check, {}, false};
+    while (!m_leg.isOver()) {
+        endKilled();
+        if (Actor* const actor = beginStep())
+            lend(*actor);
+        if (m_isStepOpen)
+            endStep();
     }
-    return {};
+    return m_leg.broken;
 }
 
-QString World::step(qint64 untilUs) {
-    endKilled();
+Actor* World::beginStep() {
+    m_isStepOpen = true;
     std::vector<Actor*> actors = runnable(nullptr);
     while (actors.empty()) {
-        const QString broken = stuck();
-        if (!broken.isEmpty())
-            return broken;
-        const qint64 next = nextDeadlineUs(nullptr);
-        m_isQuiet = next > untilUs;
-        // A late step may have passed the end of the span.
-        m_nowUs = std::max(m_nowUs, std::min(next, untilUs));
-        if (m_isQuiet)
-            return {};
+        if (!advanceTime())
+            return nullptr;
         actors = runnable(nullptr);
     }
     std::vector<QByteArray> names;
@@ -146,7 +136,46 @@ QString World::step(qint64 untilUs) {
     Actor& actor = *actors[std::size_t(m_scheduler.choose(names))];
     passSomeTime();
     m_report.add(++m_steps, m_nowUs, actor.name, actor.what);
-    return runActor(actor);
+    return &actor;
+}
+
+void World::endStep() {
+    m_isStepOpen = false;
+    m_leg.stepsLeft--;
+    if (m_isAlarmed)
+        m_leg.broken = QStringLiteral("%1 was blocked in the system: a seam is missing").arg(QString::fromUtf8(m_last->name));
+    if (m_leg.broken.isEmpty() && m_leg.check)
+        m_leg.broken = m_leg.check();
+}
+
+/// To the next time at which an actor goes on. False when there is none in this leg.
+bool World::advanceTime() {
+    m_leg.broken = stuck();
+    if (!m_leg.broken.isEmpty())
+        return false;
+    const qint64 next = nextDeadlineUs(nullptr);
+    m_leg.isQuiet = next > m_leg.untilUs;
+    // A late step may have passed the end of the span.
+    m_nowUs = std::max(m_nowUs, std::min(next, m_leg.untilUs));
+    return !m_leg.isQuiet;
+}
+
+/// Between two steps, on the thread of the one that ends here. It goes on by itself when it is the next one.
+void World::passOn(Actor& actor) {
+    m_running = nullptr;
+    // The director winds up the killed ones.
+    Actor* next = nullptr;
+    if (m_isStepOpen) {
+        endStep();
+        next = m_leg.isOver() || hasKilled() ? nullptr : beginStep();
+    }
+    if (next)
+        m_running = m_last = next;
+    m_passes++;
+    if (next == &actor)
+        return;
+    (next ? next->baton : m_directorsBaton).release();
+    actor.baton.acquire();
 }
 
 void World::passSomeTime() {
@@ -169,14 +198,27 @@ void World::fallAsleep(qint64 untilUs) {
     m_nowUs += spanUs;
 }
 
-QString World::runActor(Actor& actor) {
-    m_running = &actor;
-    const bool isBack = m_baton.lend(actor.number, std::chrono::milliseconds(m_options.alarmMs));
-    const QByteArray name = actor.name;
-    if (!isBack && !m_baton.awaitReturn(std::chrono::milliseconds(m_options.alarmMs * secondPatience)))
-        qFatal("%s is blocked in the system for good: a seam is missing.", name.constData());
+/// Director: the actor runs, and those that follow it.
+void World::lend(Actor& actor) {
+    m_running = m_last = &actor;
+    actor.baton.release();
+    awaitBaton();
     m_running = nullptr;
-    return isBack ? QString() : QStringLiteral("%1 was blocked in the system: a seam is missing").arg(QString::fromUtf8(name));
+}
+
+void World::awaitBaton() {
+    int alarms = 0;
+    int seen = m_passes;
+    while (!m_directorsBaton.tryAcquire(1, m_options.alarmMs)) {
+        const int before = std::exchange(seen, m_passes);
+        if (seen != before) {
+            alarms = 0;
+            continue;
+        }
+        m_isAlarmed = true;
+        if (++alarms > secondPatience)
+            qFatal("%s is blocked in the system for good: a seam is missing.", m_last->name.constData());
+    }
 }
 
 QString World::stuck() const {
@@ -188,6 +230,11 @@ QString World::stuck() const {
             waits += QString::fromUtf8(actor->name + ": " + actor->what);
     }
     return waits.isEmpty() ? QString() : QStringLiteral("a deadlock: ") + waits.join(QStringLiteral("; "));
+}
+
+bool World::hasKilled() const {
+    return std::any_of(m_processes.begin(), m_processes.end(),
+                       [](const std::unique_ptr<Process>& process) { return process->isKilled && !process->isGone; });
 }
 
 void World::endKilled() {
@@ -226,7 +273,7 @@ void World::windUpStep(Process& process) {
     Actor& actor = **std::min_element(actors.begin(), actors.end(),
                                       [](const Actor* left, const Actor* right) { return left->turn < right->turn; });
     actor.turn = ++m_turns;
-    (void)runActor(actor);
+    lend(actor);
 }
 
 } // namespace Velquor::Simulation

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "simulation/Baton.h"
 #include "simulation/Report.h"
 #include "simulation/Scheduler.h"
 
+#include <QSemaphore>
 #include <QThread>
+#include <atomic>
 #include <memory>
 
 namespace Velquor::Simulation {
@@ -19,10 +20,14 @@ struct Process {
 
 /// One thread of a process. Owned by the world, also after the thread has ended.
 struct Actor {
+    Actor(Process& process, QByteArray name, QThread& thread)
+        : process(process)
+        , name(std::move(name))
+        , thread(&thread) {}
+
     Process& process;
     QByteArray name; ///< Begins with that of the process.
     QThread* thread; ///< Valid while the actor is present.
-    int number;      ///< For the baton.
 
     enum class Waits {
         Idle, ///< In its outermost event loop, with nothing to do.
@@ -31,17 +36,20 @@ struct Actor {
     std::function<bool()> isReady; ///< What it waits for.
     qint64 deadlineUs = 0;         ///< When it goes on without it.
     qint64 waitsSinceUs = 0;
-    QByteArray what; ///< For the report.
-    qint64 turn = 0; ///< When it ran last, while its killed process is wound up.
+    QByteArray what = "starts"; ///< For the report.
+    qint64 turn = 0;            ///< When it ran last, while its killed process is wound up.
     bool isForced = false;
     bool isPresent = false; ///< Its thread was started and has not ended.
+    QSemaphore baton;       ///< Released by the thread that passes the baton to this one.
 };
 
 /// The virtual time and the threads of all processes, of which exactly one runs at a time.
 ///
-/// The director (the test's thread) takes one step after another: it chooses an actor that can go on, lends it the baton, and has
-/// it back when that actor waits or yields. Time moves on when no actor can go on, and by chance. Thread: as the groups below
-/// say. Owner: one run. Errors: the text of `run`.
+/// A baton goes from thread to thread: everything that a holder did happens before what the next one does, so what they share
+/// needs no lock. The director (the test's thread) passes it to the actor of the first step. An actor that waits or yields checks
+/// its step, chooses the actor of the next one and passes the baton to it; the director gets it back when the run is over, when a
+/// thread ends, and when a process was killed. Time moves on when no actor can go on, and by chance. Thread: as the groups below
+/// say; `check` runs on any of them, as if it were the director's. Owner: one run. Errors: the text of `run`.
 class World {
 public:
     struct Options {
@@ -91,21 +99,36 @@ public:
     [[nodiscard]] Actor& actorOf(const QThread& thread) const;
 
     /// @name Running actor
-    /// Null while the director runs.
+    /// Null while the director runs, and between two steps.
     [[nodiscard]] Actor* running() const { return m_running; }
-    /// Gives the baton back until the condition holds or the deadline is reached. Returns whether the condition holds.
+    /// Passes the baton on until the condition holds or the deadline is reached. Returns whether the condition holds.
     bool waitUntil(const std::function<bool()>& isReady, qint64 deadlineUs, const QByteArray& what,
                    Actor::Waits waits = Actor::Waits::Busy);
     void yield(const QByteArray& what);
     void sleep(qint64 spanMs);
 
     /// @name The actor's own thread, at its start and its end
-    void enter(Actor& actor) { m_baton.await(actor.number); }
+    void enter(Actor& actor) { actor.baton.acquire(); }
     void leave(Actor& actor);
 
 private:
-    [[nodiscard]] QString step(qint64 untilUs);
-    [[nodiscard]] QString runActor(Actor& actor);
+    /// What one call of `run` is to do, and what has come of it.
+    struct Leg {
+        qint64 untilUs = 0;
+        int stepsLeft = 0;
+        Check check;
+        QString broken;
+        bool isQuiet = false; ///< Nothing else happens in its span.
+        [[nodiscard]] bool isOver() const { return isQuiet || stepsLeft == 0 || !broken.isEmpty(); }
+    };
+
+    /// The actor of the next step; null when the leg is over.
+    [[nodiscard]] Actor* beginStep();
+    void endStep();
+    void passOn(Actor& actor);
+    void lend(Actor& actor);
+    void awaitBaton();
+    [[nodiscard]] bool advanceTime();
     void passSomeTime();
     void fallAsleep(qint64 untilUs);
     [[nodiscard]] bool canGoOn(const Actor& actor) const;
@@ -114,6 +137,7 @@ private:
     [[nodiscard]] qint64 nextDeadlineUs(const Process* process) const;
     [[nodiscard]] QString stuck() const;
     [[nodiscard]] QByteArray uniqueName(const QByteArray& wanted) const;
+    [[nodiscard]] bool hasKilled() const;
     void endKilled();
     void windUp(Process& process);
     void windUpStep(Process& process);
@@ -122,13 +146,17 @@ private:
     const Options m_options;
     Scheduler m_scheduler;
     Report m_report;
-    Baton m_baton;
+    Leg m_leg;
+    QSemaphore m_directorsBaton;
+    std::atomic<int> m_passes{0}; ///< For the director, to see that the others go on.
+    std::atomic<bool> m_isAlarmed{false};
     qint64 m_nowUs = 0;
     qint64 m_suspendedUs = 0;
     int m_steps = 0;
     qint64 m_turns = 0;
-    bool m_isQuiet = false;
+    bool m_isStepOpen = false; ///< It was begun, and is not checked yet.
     Actor* m_running = nullptr;
+    Actor* m_last = nullptr; ///< That had the baton, other than the director.
     std::vector<std::unique_ptr<Process>> m_processes;
     std::vector<std::unique_ptr<Actor>> m_actors;
     std::vector<std::shared_ptr<void>> m_kept;
