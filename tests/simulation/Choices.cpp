@@ -3,6 +3,7 @@
 #include <QByteArrayList>
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace Velquor::Simulation {
@@ -75,18 +76,18 @@ bool Choices::rarely(int perThousand, const char* what) {
 }
 
 // The second decision of a name in one step is another one, also when the first is not recorded.
-QByteArray Choices::nameInStep(const char* what) {
-    const auto before = std::count(m_drawn.begin(), m_drawn.end(), what);
-    m_drawn.emplace_back(what);
-    return before == 0 ? m_drawn.back() : m_drawn.back() + '#' + QByteArray::number(int(before) + 1);
+QByteArray Choices::nameInStep(const char* what, std::ptrdiff_t before) {
+    return before == 0 ? QByteArray(what) : QByteArray(what) + '#' + QByteArray::number(int(before) + 1);
 }
 
 int Choices::decide(int n, const char* what, const std::function<int()>& draw) {
-    const QByteArray name = nameInStep(what);
-    const int drawn = m_isReplay ? recorded(name) : draw();
+    const auto before =
+        std::count_if(m_drawn.begin(), m_drawn.end(), [what](const char* drawn) { return std::strcmp(drawn, what) == 0; });
+    m_drawn.push_back(what);
+    const int drawn = m_isReplay ? recorded(nameInStep(what, before)) : draw();
     const int value = drawn < n ? drawn : 0;
     if (value != 0)
-        m_record.back().choices.push_back({name, value});
+        m_record.back().choices.push_back({nameInStep(what, before), value});
     return value;
 }
 

@@ -51,7 +51,7 @@ public:
 private:
     [[nodiscard]] int decide(int n, const char* what, const std::function<int()>& draw);
     [[nodiscard]] int recorded(const QByteArray& what);
-    [[nodiscard]] QByteArray nameInStep(const char* what);
+    [[nodiscard]] static QByteArray nameInStep(const char* what, std::ptrdiff_t before);
     [[nodiscard]] int replayedActor(const std::vector<QByteArray>& runnable);
 
     const bool m_isReplay;
@@ -60,7 +60,7 @@ private:
     std::size_t m_next = 0;      ///< The step to replay next.
     std::vector<Choice> m_given; ///< What the replayed step still has to say.
     Record m_record;
-    std::vector<QByteArray> m_drawn; ///< What was decided in this step.
+    std::vector<const char*> m_drawn; ///< What was decided in this step.
 };
 
 } // namespace Velquor::Simulation

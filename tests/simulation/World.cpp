@@ -90,6 +90,7 @@ bool World::canGoOn(const Actor& actor) const {
 
 std::vector<Actor*> World::present(const Process* process) const {
     std::vector<Actor*> found;
+    found.reserve(m_actors.size());
     for (const std::unique_ptr<Actor>& actor : m_actors)
         if (actor->isPresent && (process ? &actor->process == process : !actor->process.isKilled))
             found.push_back(actor.get());
@@ -135,6 +136,7 @@ Actor* World::beginStep() {
         names.push_back(actor->name);
     Actor& actor = *actors[std::size_t(m_scheduler.choose(names))];
     passSomeTime();
+    actor.process.steps++;
     m_report.add(++m_steps, m_nowUs, actor.name, actor.what);
     return &actor;
 }

@@ -15,6 +15,7 @@ struct Process {
     QByteArray name;
     bool isKilled = false; ///< Nothing that it does reaches the world any more.
     bool isGone = false;   ///< All its threads have ended.
+    int steps = 0;         ///< That its threads have begun.
     qint64 skewUs = 0;     ///< How far its own time went on after it was killed.
 };
 

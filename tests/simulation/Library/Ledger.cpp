@@ -1,5 +1,8 @@
 #include "simulation/Library/Ledger.h"
 
+#include <cstdlib>
+#include <cstring>
+
 namespace Velquor::Simulation {
 
 namespace {
@@ -11,9 +14,11 @@ Ledger::Answer refusal(int status, const QByteArray& problem) {
 } // namespace
 
 int Ledger::numberAfter(const QByteArray& text, char mark) {
-    for (const QByteArray& part : text.split('.'))
-        if (part.startsWith(mark))
-            return part.mid(1).toInt();
+    for (const char* dot = text.constData(); dot; dot = std::strchr(dot + 1, '.')) {
+        const char* const part = dot == text.constData() ? dot : dot + 1;
+        if (*part == mark)
+            return std::atoi(part + 1);
+    }
     return 0;
 }
 

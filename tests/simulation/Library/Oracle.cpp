@@ -5,6 +5,7 @@
 #include "Values/WebServicesConfigurationImp.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Velquor::Simulation {
 
@@ -23,7 +24,8 @@ Oracle::Oracle(const Machine& machine, const Processes& processes, const QString
     : m_machine(machine)
     , m_processes(processes) {
     for (const QString& key : productKeys)
-        m_digests[key] = WebServicesConfigurationImp::of(TestKit::SessionFixture::configuration(key, "secret")).derivedKey();
+        m_digests[key.toLatin1()] =
+            WebServicesConfigurationImp::of(TestKit::SessionFixture::configuration(key, "secret")).derivedKey();
 }
 
 void Oracle::readFile() {
@@ -36,7 +38,7 @@ void Oracle::readFile() {
         return;
     m_file.signIn = Ledger::signInOf(QByteArray::fromBase64(state.user.clientId));
     for (const StoredProduct& product : state.products)
-        m_file.tokens[product.productKey] = Ledger::tokenOf(QByteArray::fromBase64(product.tokens.accessToken));
+        m_file.tokens[product.productKey.toLatin1()] = Ledger::tokenOf(QByteArray::fromBase64(product.tokens.accessToken));
     // Of two new sign-ins the one that is saved last counts, and its process may have slept before that.
     if (m_everInFile.insert(m_file.signIn).second)
         m_used[m_file.signIn] = m_machine.world.nowUs();
@@ -59,19 +61,31 @@ bool Oracle::mayEnd(int number) const {
 
 QString Oracle::check() {
     readFile();
-    for (const SimProcess* const process : m_processes) {
-        m_used.insert({process->shownSignIn(), m_machine.world.nowUs()});
-        m_taken.insert(process->token());
-    }
-    for (const SimProcess* const process : m_processes) {
-        if (!process->isAlive())
+    m_seen.resize(m_processes.size());
+    for (std::size_t index = 0; index < m_processes.size(); index++)
+        look(*m_processes[index], m_seen[index]);
+    for (std::size_t index = 0; index < m_processes.size(); index++) {
+        const SimProcess& process = *m_processes[index];
+        if (!process.isAlive())
             continue;
-        const QString broken = process->broken().isEmpty() ? checkShown(*process) : process->broken();
+        const QString broken = process.broken().isEmpty() ? checkShown(process, m_seen[index]) : process.broken();
         if (!broken.isEmpty())
             return broken;
     }
     const QString waits = checkWaits();
     return waits.isEmpty() ? checkTokens() : waits;
+}
+
+// Only its own steps change what a process shows.
+void Oracle::look(const SimProcess& process, Seen& seen) {
+    if (!process.isAlive())
+        seen.view = {};
+    else if (std::exchange(seen.steps, process.process().steps) != process.process().steps)
+        seen.view = {process.isRestored(), process.shownSignIn(), process.token()};
+    else
+        return;
+    m_used.insert({seen.view.signIn, m_machine.world.nowUs()});
+    m_taken.insert(seen.view.token);
 }
 
 // A thread that holds the file waits for nothing but the disk.
@@ -84,12 +98,9 @@ QString Oracle::checkWaits() const {
                      : QString();
 }
 
-QString Oracle::checkShown(const SimProcess& process) {
-    if (!process.isRestored())
-        return {};
-    Seen& seen = m_seen[&process];
-    const int shown = process.shownSignIn();
-    if (shown == seen.shown)
+QString Oracle::checkShown(const SimProcess& process, Seen& seen) const {
+    const int shown = seen.view.signIn;
+    if (!seen.view.isRestored || shown == seen.shown)
         return {};
     if (seen.shown > 0 && !mayEnd(seen.shown))
         return QStringLiteral("R1: a user was signed out, and nobody did it: %1 of s%2").arg(nameOf(process)).arg(seen.shown);
@@ -101,54 +112,60 @@ QString Oracle::checkShown(const SimProcess& process) {
     return {};
 }
 
-bool Oracle::isHeld(int signIn, const QString& key, int token) const {
-    const auto inFile = m_file.tokens.find(key);
-    if (m_file.signIn == signIn && inFile != m_file.tokens.end() && inFile->second == token)
-        return true;
+// In memory, or on its way to the process that asked for it.
+bool Oracle::isHeld(const QByteArray& key, int token) const {
     const auto asker = m_machine.line.askers.find(token);
-    return std::any_of(m_processes.begin(), m_processes.end(), [&](const SimProcess* process) {
+    for (std::size_t index = 0; index < m_seen.size(); index++) {
+        const SimProcess& process = *m_processes[index];
         const bool isAsker =
-            asker != m_machine.line.askers.end() && asker->second == &process->process() && m_taken.count(token) == 0;
-        return process->isAlive() && (isAsker || (process->productKey() == key && process->token() == token));
-    });
+            asker != m_machine.line.askers.end() && asker->second == &process.process() && m_taken.count(token) == 0;
+        if (process.isAlive() && (isAsker || (m_seen[index].view.token == token && process.productKey().toLatin1() == key)))
+            return true;
+    }
+    return false;
 }
 
-// A spent token is in the file only while somebody holds its successor, or knows that it may be spent.
 QString Oracle::checkTokens() const {
     for (const auto& signIn : m_machine.line.ledger.signIns()) {
         if (m_machine.isFaultless && signIn.second.isGivenEarly)
             return QStringLiteral("R4: a second request for a token that had long to live, of s%1").arg(signIn.first);
-        if (m_everInFile.count(signIn.first) == 0 || mayEnd(signIn.first))
+        const QString broken = checkTokens(signIn.second);
+        if (!broken.isEmpty())
+            return broken;
+    }
+    return {};
+}
+
+// A spent token is in the file only while somebody holds its successor, or knows that it may be spent.
+QString Oracle::checkTokens(const Ledger::SignIn& signIn) const {
+    for (const auto& token : signIn.lastTokens) {
+        // The first token of a product has no predecessor, and can be asked for again.
+        const auto inFile = m_file.tokens.find(token.first);
+        if (inFile == m_file.tokens.end() || m_machine.line.ledger.ownerOf(inFile->second) != signIn.number)
             continue;
-        for (const auto& token : signIn.second.lastTokens) {
-            const QString key = QString::fromLatin1(token.first);
-            // The first token of a product has no predecessor, and can be asked for again.
-            const auto inFile = m_file.tokens.find(key);
-            if (inFile == m_file.tokens.end() || m_machine.line.ledger.ownerOf(inFile->second) != signIn.first)
-                continue;
-            const bool isMarked = m_machine.claims.pendingRefreshes.count(m_digests.at(key)) > 0;
-            if (!isMarked && !isHeld(signIn.first, key, token.second))
-                return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2")
-                    .arg(token.second)
-                    .arg(signIn.first);
-        }
+        const bool isInFile = m_file.signIn == signIn.number && inFile->second == token.second;
+        if (isInFile || isHeld(token.first, token.second) || m_everInFile.count(signIn.number) == 0 || mayEnd(signIn.number))
+            continue;
+        if (m_machine.claims.pendingRefreshes.count(m_digests.at(token.first)) == 0)
+            return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2").arg(token.second).arg(signIn.number);
     }
     return {};
 }
 
 bool Oracle::isTokenUnsaved() const {
     return m_file.signIn > 0 && std::any_of(m_file.tokens.begin(), m_file.tokens.end(), [this](const auto& token) {
-               return !m_machine.line.ledger.isCurrent(token.second, token.first.toLatin1());
+               return !m_machine.line.ledger.isCurrent(token.second, token.first);
            });
 }
 
 QString Oracle::checkQuiet() {
     readFile();
-    for (const SimProcess* const process : m_processes) {
-        if (!process->isRestored())
+    for (std::size_t index = 0; index < m_seen.size(); index++) {
+        const SimProcess& process = *m_processes[index];
+        if (!process.isRestored())
             continue;
-        const QString agreed = checkAgreed(*process);
-        const QString broken = agreed.isEmpty() ? checkTold(*process) : agreed;
+        const QString agreed = checkAgreed(process);
+        const QString broken = agreed.isEmpty() ? checkTold(process, m_seen[index]) : agreed;
         if (!broken.isEmpty())
             return broken;
     }
@@ -173,7 +190,7 @@ QString Oracle::checkAgreed(const SimProcess& process) const {
     // The library has given up, and the host knows.
     if (process.hasGivenUp())
         return {};
-    const auto inFile = m_file.tokens.find(process.productKey());
+    const auto inFile = m_file.tokens.find(process.productKey().toLatin1());
     if (inFile == m_file.tokens.end() || process.token() != inFile->second)
         return QStringLiteral("R2: a process and the file disagree on the token: %1 has t%2, the file t%3")
             .arg(nameOf(process))
@@ -198,10 +215,9 @@ QString Oracle::checkOAuth2(const SimProcess& process) const {
                      .arg(ledger.ownerOfOAuth2(token));
 }
 
-QString Oracle::checkTold(const SimProcess& process) const {
+QString Oracle::checkTold(const SimProcess& process, const Seen& seen) {
     // The event does not say which sign-in it is about. A second sign-in may be shown before the first one is told.
-    const auto seen = m_seen.find(&process);
-    std::set<int> untold = seen == m_seen.end() ? std::set<int>() : seen->second.left;
+    std::set<int> untold = seen.left;
     for (const int told : process.told())
         untold.erase(told);
     int last = 0;

@@ -22,31 +22,41 @@ public:
     [[nodiscard]] bool isTokenUnsaved() const;
 
 private:
+    /// What a process shows to its host.
+    struct View {
+        bool isRestored = false;
+        int signIn = 0;
+        int token = 0;
+    };
     struct Seen {
+        int steps = -1; ///< Of the process, when it was looked at.
+        View view;
         int shown = 0;
         std::set<int> left; ///< Sign-ins that it does not show any more.
     };
     struct File {
         quint64 writes = 0;
         int signIn = 0;
-        std::map<QString, int> tokens;
+        std::map<QByteArray, int> tokens;
     };
 
     void readFile();
+    void look(const SimProcess& process, Seen& seen);
     [[nodiscard]] bool isSuperseded(const Ledger::SignIn& signIn) const;
     [[nodiscard]] bool mayEnd(int number) const;
-    [[nodiscard]] QString checkShown(const SimProcess& process);
+    [[nodiscard]] QString checkShown(const SimProcess& process, Seen& seen) const;
     [[nodiscard]] QString checkWaits() const;
     [[nodiscard]] QString checkTokens() const;
-    [[nodiscard]] bool isHeld(int signIn, const QString& key, int token) const;
+    [[nodiscard]] QString checkTokens(const Ledger::SignIn& signIn) const;
+    [[nodiscard]] bool isHeld(const QByteArray& key, int token) const;
     [[nodiscard]] QString checkAgreed(const SimProcess& process) const;
     [[nodiscard]] QString checkOAuth2(const SimProcess& process) const;
-    [[nodiscard]] QString checkTold(const SimProcess& process) const;
+    [[nodiscard]] static QString checkTold(const SimProcess& process, const Seen& seen);
 
     const Machine& m_machine;
     const Processes& m_processes;
-    std::map<QString, QString> m_digests; ///< Of the product keys, which name the marks.
-    std::map<const SimProcess*, Seen> m_seen;
+    std::map<QByteArray, QString> m_digests; ///< Of the product keys, which name the marks.
+    std::vector<Seen> m_seen;                ///< Of the processes.
     std::set<int> m_everInFile;
     std::set<int> m_taken;        ///< Tokens that a process has had in memory: the answer to its request has arrived.
     std::map<int, qint64> m_used; ///< Sign-ins that a process or the file has shown, and since when.
