@@ -3,7 +3,7 @@
 namespace Velquor::Simulation {
 
 void Report::add(int step, qint64 timeUs, const QByteArray& actor, const QByteArray& what) {
-    mix(QByteArray::number(timeUs));
+    mix(QByteArray::fromRawData(reinterpret_cast<const char*>(&timeUs), sizeof(timeUs)));
     mix(actor);
     mix(what);
     if (m_keepsLines)

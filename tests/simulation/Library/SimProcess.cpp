@@ -3,11 +3,25 @@
 #include "Signing/OpenSslCryptoProvider.h"
 #include "Signing/VqOAuthHost.h"
 #include "TestKit/SessionFixture.h"
+#include "VqUtil/Platform/UserIdentity.h"
 
 #include <QTimer>
 #include <QUrlQuery>
 #include <cstdio>
 #include <utility>
+
+namespace Velquor::Util {
+
+// Linked instead of the system's, whose answer would be another source of chance, and takes long.
+std::optional<QString> currentUserName() {
+    return QStringLiteral("user");
+}
+
+std::optional<QStringList> adapterAddresses() {
+    return QStringList(QStringLiteral("020000000001"));
+}
+
+} // namespace Velquor::Util
 
 namespace Velquor::Simulation {
 
@@ -61,6 +75,13 @@ UrlStore& urls() {
     return store;
 }
 
+const WebServicesConfiguration& configurationOf(const QString& productKey) {
+    static std::map<QString, WebServicesConfiguration> made;
+    const auto found = made.find(productKey);
+    return found != made.end() ? found->second
+                               : made[productKey] = TestKit::SessionFixture::oauth2Configuration(productKey, "secret");
+}
+
 // A request of a sign-out ends after a minute.
 constexpr int longestStepMs = 65000;
 constexpr int spansMs[] = {60000, 1000, 10000, 600000, 1500000};
@@ -97,7 +118,8 @@ SessionDependencies SimProcess::services() {
     made.claims = std::make_shared<SimClaims>(world, m_machine.claims, m_process);
     made.threads = m_threads;
     made.lockFolder = folder.path();
-    made.loginStateFile = folder.path() + "/LoginState.xml";
+    // Not a folder, so that nothing else is looked for next to the file.
+    made.loginStateFile = folder.path() + "/none/LoginState.xml";
     made.stateFile = std::make_shared<SimFile>(world, m_machine.disk, m_process);
     made.savedBy = QString::fromUtf8(m_process.name);
     made.carriers = m_machine.wire.carriersOf(m_process);
@@ -131,7 +153,7 @@ void SimProcess::start() {
     m_session = std::make_shared<LoginSession>(services(), ClientIdentity{m_clientKey, 1, "Product", "/opt/product"});
     m_observer.reaction = [this] { heard(); };
     m_session->observers().add(&m_observer);
-    m_session->SetConfiguration(m_clientKey, TestKit::SessionFixture::oauth2Configuration(m_productKey, "secret"));
+    m_session->SetConfiguration(m_clientKey, configurationOf(m_productKey));
     static constexpr int waitsMs[] = {0, 1000, 20000, 300000};
     later(waitsMs[m_machine.world.choices().pick(4, "restores late")], [this] {
         m_session->RestoreLogin(m_clientKey, false);
