@@ -11,7 +11,7 @@ bool SimLock::take(qint64 deadlineUs) {
     const Actor* const actor = m_world.running();
     if (holder() != actor) {
         // Others may run before, also when the lock is free.
-        if (!m_world.waitUntil([this] { return !holder(); }, deadlineUs, "waits for " + m_name))
+        if (!m_world.waitUntil([this] { return !holder(); }, deadlineUs, m_wait))
             return false;
         m_holder = actor;
         m_depth = 0;

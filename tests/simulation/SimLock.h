@@ -14,7 +14,7 @@ class SimLock {
 public:
     SimLock(World& world, const QByteArray& name)
         : m_world(world)
-        , m_name(name) {}
+        , m_wait("waits for " + name) {}
 
     void lock() { (void)take(World::never); }
     [[nodiscard]] bool try_lock() { return take(m_world.nowUs()); }
@@ -31,7 +31,7 @@ private:
     [[nodiscard]] bool take(qint64 deadlineUs);
 
     World& m_world;
-    const QByteArray m_name;
+    const QByteArray m_wait;
     const Actor* m_holder = nullptr;
     int m_depth = 0;
 };

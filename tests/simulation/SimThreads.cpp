@@ -4,8 +4,14 @@
 
 namespace Velquor::Simulation {
 
+namespace {
+constexpr uint stackSize = 1024 * 1024;
+}
+
 std::unique_ptr<QThread> SimThreads::make(const QByteArray& name) {
     auto thread = std::make_unique<QThread>();
+    // The system keeps small stacks for the next threads.
+    thread->setStackSize(stackSize);
     Actor& actor = m_world.addActor(m_process, name, *thread);
     thread->setEventDispatcher(new VirtualDispatcher(m_world, actor));
     // The first connection: what others connect runs with the baton.
@@ -14,7 +20,7 @@ std::unique_ptr<QThread> SimThreads::make(const QByteArray& name) {
 }
 
 void SimThreads::start(QThread& thread) {
-    m_world.actorOf(thread).isPresent = true;
+    m_world.appear(m_world.actorOf(thread));
     thread.start(QThread::InheritPriority);
 }
 

@@ -24,7 +24,7 @@ bool VirtualDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags) {
     return hadEvents;
 }
 
-void VirtualDispatcher::letOthersRun(const char* what) {
+void VirtualDispatcher::letOthersRun(const QByteArray& what) {
     if (!std::exchange(m_isChosen, false))
         m_world.yield(what);
 }
@@ -32,14 +32,15 @@ void VirtualDispatcher::letOthersRun(const char* what) {
 void VirtualDispatcher::waitForEvents() {
     emit aboutToBlock();
     const bool isOutermost = m_actor.thread->loopLevel() <= 1;
-    (void)m_world.waitUntil([this] { return m_isWoken; }, nextDueUs(), isOutermost ? "event loop" : "nested event loop",
+    (void)m_world.waitUntil([this] { return m_isWoken; }, nextDueUs(),
+                            isOutermost ? QByteArrayLiteral("event loop") : QByteArrayLiteral("nested event loop"),
                             isOutermost ? Actor::Waits::Idle : Actor::Waits::Busy);
 }
 
 bool VirtualDispatcher::beginCall() {
     const bool isPosted = std::exchange(m_isSendingPosted, false);
     if (isPosted)
-        letOthersRun("takes a posted call");
+        letOthersRun(QByteArrayLiteral("takes a posted call"));
     return isPosted;
 }
 
@@ -70,7 +71,7 @@ bool VirtualDispatcher::fire(int timerId) {
     // What ran before may have ended or started the timer.
     if (!isDue())
         return false;
-    letOthersRun("takes a timer");
+    letOthersRun(QByteArrayLiteral("takes a timer"));
     if (!isDue())
         return false;
     const auto timer = find(timerId);

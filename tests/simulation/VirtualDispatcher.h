@@ -57,7 +57,7 @@ private:
 
     void waitForEvents();
     /// Before a timer or a posted call, unless this thread was chosen a moment ago and has done nothing since.
-    void letOthersRun(const char* what);
+    void letOthersRun(const QByteArray& what);
     [[nodiscard]] bool fireDueTimers();
     [[nodiscard]] bool fire(int timerId);
     [[nodiscard]] qint64 nextDueUs() const;

@@ -50,6 +50,11 @@ Actor& World::actorOf(const QThread& thread) const {
     return **found;
 }
 
+void World::appear(Actor& actor) {
+    actor.isPresent = true;
+    m_present.push_back(&actor);
+}
+
 void World::note(const QByteArray& text) {
     if (!m_running || !m_running->process.isKilled)
         m_report.add(m_steps, m_nowUs, m_running ? m_running->name : QByteArray("director"), text);
@@ -66,11 +71,11 @@ bool World::waitUntil(const std::function<bool()>& isReady, qint64 deadlineUs, c
     actor->waits = waits;
     passOn(*actor);
     actor->waits = Actor::Waits::Busy;
-    return !std::exchange(actor->isForced, false) && isReady();
+    return !std::exchange(actor->isForced, false) && (!isReady || isReady());
 }
 
 void World::yield(const QByteArray& what) {
-    (void)waitUntil([] { return true; }, never, what);
+    (void)waitUntil(std::function<bool()>(), never, what);
 }
 
 void World::sleep(qint64 spanMs) {
@@ -79,6 +84,7 @@ void World::sleep(qint64 spanMs) {
 
 void World::leave(Actor& actor) {
     actor.isPresent = false;
+    m_present.erase(std::find(m_present.begin(), m_present.end(), &actor));
     m_running = nullptr;
     // What a step does between its end and the next one needs a whole thread.
     m_directorsBaton.release();
@@ -90,10 +96,10 @@ bool World::canGoOn(const Actor& actor) const {
 
 std::vector<Actor*> World::present(const Process* process) const {
     std::vector<Actor*> found;
-    found.reserve(m_actors.size());
-    for (const std::unique_ptr<Actor>& actor : m_actors)
-        if (actor->isPresent && (process ? &actor->process == process : !actor->process.isKilled))
-            found.push_back(actor.get());
+    found.reserve(m_present.size());
+    for (Actor* const actor : m_present)
+        if (process ? &actor->process == process : !actor->process.isKilled)
+            found.push_back(actor);
     return found;
 }
 
@@ -130,11 +136,10 @@ Actor* World::beginStep() {
             return nullptr;
         actors = runnable(nullptr);
     }
-    std::vector<QByteArray> names;
-    names.reserve(actors.size());
+    m_names.clear();
     for (const Actor* const actor : actors)
-        names.push_back(actor->name);
-    Actor& actor = *actors[std::size_t(m_scheduler.choose(names))];
+        m_names.push_back(actor->name);
+    Actor& actor = *actors[std::size_t(m_scheduler.choose(m_names))];
     passSomeTime();
     actor.process.steps++;
     m_report.add(++m_steps, m_nowUs, actor.name, actor.what);

@@ -95,8 +95,9 @@ public:
     void note(const QByteArray& text);
     /// Cuts the process off at once, and ends its threads out of sight before the next step.
     void kill(Process& process) { process.isKilled = true; }
-    /// The actor becomes present when its thread is started, whose first act is to call `enter`.
     [[nodiscard]] Actor& addActor(Process& process, const QByteArray& name, QThread& thread);
+    /// Its thread is started, whose first act is to call `enter`.
+    void appear(Actor& actor);
     [[nodiscard]] Actor& actorOf(const QThread& thread) const;
 
     /// @name Running actor
@@ -160,6 +161,8 @@ private:
     Actor* m_last = nullptr; ///< That had the baton, other than the director.
     std::vector<std::unique_ptr<Process>> m_processes;
     std::vector<std::unique_ptr<Actor>> m_actors;
+    std::vector<Actor*> m_present;
+    std::vector<QByteArray> m_names; ///< Of those that may run, for the scheduler.
     std::vector<std::shared_ptr<void>> m_kept;
 };
 
