@@ -19,7 +19,7 @@ Household::Household(World& world, const Options& options)
     : m_world(world)
     , m_options(options)
     , m_machine(world)
-    , m_oracle(m_machine, m_processes, productKeys) {
+    , m_oracle(m_machine, m_processes) {
     m_wanted += std::size_t(world.choices().pick(3, "processes"));
     if (options.hasFaults)
         drawHarm();

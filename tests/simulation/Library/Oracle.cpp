@@ -18,15 +18,17 @@ QString nameOf(const SimProcess& process) {
     return QString::fromUtf8(process.process().name);
 }
 
-} // namespace
-
-Oracle::Oracle(const Machine& machine, const Processes& processes, const QStringList& productKeys)
-    : m_machine(machine)
-    , m_processes(processes) {
-    for (const QString& key : productKeys)
-        m_digests[key.toLatin1()] =
-            WebServicesConfigurationImp::of(TestKit::SessionFixture::configuration(key, "secret")).derivedKey();
+// Of a product key. It names the mark.
+const QString& digestOf(const QByteArray& key) {
+    static std::map<QByteArray, QString> digests;
+    QString& digest = digests[key];
+    if (digest.isEmpty())
+        digest = WebServicesConfigurationImp::of(TestKit::SessionFixture::configuration(QString::fromLatin1(key), "secret"))
+                     .derivedKey();
+    return digest;
 }
+
+} // namespace
 
 void Oracle::readFile() {
     if (m_file.writes == m_machine.disk.writes)
@@ -78,14 +80,15 @@ QString Oracle::check() {
 
 // Only its own steps change what a process shows.
 void Oracle::look(const SimProcess& process, Seen& seen) {
-    if (!process.isAlive())
-        seen.view = {};
-    else if (std::exchange(seen.steps, process.process().steps) != process.process().steps)
-        seen.view = {process.isRestored(), process.shownSignIn(), process.token()};
-    else
+    if (std::exchange(seen.steps, process.process().steps) == process.process().steps)
         return;
-    m_used.insert({seen.view.signIn, m_machine.world.nowUs()});
-    m_taken.insert(seen.view.token);
+    seen.isRestored = process.isRestored();
+    const int signIn = seen.isRestored ? process.shownSignIn() : 0;
+    if (std::exchange(seen.signIn, signIn) != signIn)
+        m_used.insert({signIn, m_machine.world.nowUs()});
+    const int token = seen.isRestored ? process.token() : 0;
+    if (std::exchange(seen.token, token) != token)
+        m_taken.insert(token);
 }
 
 // A thread that holds the file waits for nothing but the disk.
@@ -99,8 +102,8 @@ QString Oracle::checkWaits() const {
 }
 
 QString Oracle::checkShown(const SimProcess& process, Seen& seen) const {
-    const int shown = seen.view.signIn;
-    if (!seen.view.isRestored || shown == seen.shown)
+    const int shown = seen.signIn;
+    if (!seen.isRestored || shown == seen.shown)
         return {};
     if (seen.shown > 0 && !mayEnd(seen.shown))
         return QStringLiteral("R1: a user was signed out, and nobody did it: %1 of s%2").arg(nameOf(process)).arg(seen.shown);
@@ -119,7 +122,7 @@ bool Oracle::isHeld(const QByteArray& key, int token) const {
         const SimProcess& process = *m_processes[index];
         const bool isAsker =
             asker != m_machine.line.askers.end() && asker->second == &process.process() && m_taken.count(token) == 0;
-        if (process.isAlive() && (isAsker || (m_seen[index].view.token == token && process.productKey().toLatin1() == key)))
+        if (process.isAlive() && (isAsker || (m_seen[index].token == token && process.productKey().toLatin1() == key)))
             return true;
     }
     return false;
@@ -146,7 +149,7 @@ QString Oracle::checkTokens(const Ledger::SignIn& signIn) const {
         const bool isInFile = m_file.signIn == signIn.number && inFile->second == token.second;
         if (isInFile || isHeld(token.first, token.second) || m_everInFile.count(signIn.number) == 0 || mayEnd(signIn.number))
             continue;
-        if (m_machine.claims.pendingRefreshes.count(m_digests.at(token.first)) == 0)
+        if (m_machine.claims.pendingRefreshes.count(digestOf(token.first)) == 0)
             return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2").arg(token.second).arg(signIn.number);
     }
     return {};

@@ -12,7 +12,9 @@ class Oracle {
 public:
     using Processes = std::vector<SimProcess*>;
 
-    Oracle(const Machine& machine, const Processes& processes, const QStringList& productKeys);
+    Oracle(const Machine& machine, const Processes& processes)
+        : m_machine(machine)
+        , m_processes(processes) {}
 
     /// After every step, whatever came before.
     [[nodiscard]] QString check();
@@ -23,14 +25,11 @@ public:
 
 private:
     /// What a process shows to its host.
-    struct View {
+    struct Seen {
+        int steps = -1; ///< Of the process, when it was looked at.
         bool isRestored = false;
         int signIn = 0;
         int token = 0;
-    };
-    struct Seen {
-        int steps = -1; ///< Of the process, when it was looked at.
-        View view;
         int shown = 0;
         std::set<int> left; ///< Sign-ins that it does not show any more.
     };
@@ -55,8 +54,7 @@ private:
 
     const Machine& m_machine;
     const Processes& m_processes;
-    std::map<QByteArray, QString> m_digests; ///< Of the product keys, which name the marks.
-    std::vector<Seen> m_seen;                ///< Of the processes.
+    std::vector<Seen> m_seen; ///< Of the processes.
     std::set<int> m_everInFile;
     std::set<int> m_taken;        ///< Tokens that a process has had in memory: the answer to its request has arrived.
     std::map<int, qint64> m_used; ///< Sign-ins that a process or the file has shown, and since when.
