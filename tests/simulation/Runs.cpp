@@ -2,7 +2,13 @@
 
 #include "simulation/Shrinker.h"
 
+#include <algorithm>
+
 namespace Velquor::Simulation {
+
+namespace {
+constexpr int measuredRuns = 10;
+}
 
 Result Runs::runWith(Choices choices, const World::Options& options) const {
     World world(choices, options);
@@ -19,6 +25,13 @@ Result Runs::runWith(Choices choices, const World::Options& options) const {
 
 Result Runs::run(quint64 seed) const {
     return runWith(Choices(seed), m_options);
+}
+
+int Runs::expectedSteps() const {
+    int steps = 0;
+    for (int seed = 0; seed < measuredRuns; seed++)
+        steps += run(quint64(seed)).steps;
+    return std::max(1, steps / measuredRuns);
 }
 
 Result Runs::replay(const Record& record) const {

@@ -27,6 +27,8 @@ public:
         , m_options(options) {}
 
     [[nodiscard]] Result run(quint64 seed) const;
+    /// The mean length of the first seeds' runs, for the option of the same name. The same wherever a test begins.
+    [[nodiscard]] int expectedSteps() const;
     /// The lines of the report are kept.
     [[nodiscard]] Result replay(const Record& record) const;
     /// Runs the same seed twice; the rule is broken when the traces differ, since then chance has another source.

@@ -28,12 +28,16 @@ private slots:
     void processesAgree() {
         const TestKit::Rows row([&](bool hasFaults, bool hasFileFaults) {
             Household::Marks marks;
-            const Runs runs([&marks, hasFaults, hasFileFaults](World& world) {
+            const Scenario scenario = [&marks, hasFaults, hasFileFaults](World& world) {
                 Household::Options options;
                 options.hasFaults = hasFaults;
                 options.hasFileFaults = hasFileFaults;
                 return world.keep(std::make_unique<Household>(world, options)).live(marks);
-            });
+            };
+            World::Options options;
+            options.expectedSteps = Runs(scenario).expectedSteps();
+            marks.clear();
+            const Runs runs(scenario, options);
             const quint64 first = quint64(numberFrom("VQ_SIMULATION_SEED", 1));
             const int schedules = numberFrom("VQ_SIMULATION_SCHEDULES", 100);
             QElapsedTimer timer;
