@@ -33,8 +33,9 @@ Household::Household(World& world, const Options& options)
 void Household::drawHarm() {
     const auto rate = [this](int rate, const char* what) { return m_world.choices().chance(50, what) ? rate : 0; };
     const int fileRate = m_options.hasFileFaults ? 10 : 0;
-    m_harm = {rate(3, "kills"), rate(fileRate, "locked files"), rate(fileRate, "unreadable files"), rate(5, "server down"),
-              rate(1, "server ends")};
+    const int jumpRate = m_options.hasFileFaults ? 3 : 0;
+    m_harm = {rate(3, "kills"),       rate(fileRate, "locked files"), rate(fileRate, "unreadable files"), rate(5, "server down"),
+              rate(1, "server ends"), rate(fileRate, "full disks"),   rate(jumpRate, "clock jumps")};
     m_machine.wire.faults = {rate(20, "lost events"), rate(10, "events twice"), rate(20, "late events")};
     m_machine.line.lostPercent = rate(10, "lost requests");
 }
@@ -57,6 +58,7 @@ QString Household::beQuiet() {
     m_machine.wire.faults = {};
     m_machine.line.lostPercent = 0;
     m_machine.line.downUntilUs = m_machine.disk.lockedUntilUs = m_machine.disk.unreadableUntilUs = 0;
+    m_machine.disk.fullUntilUs = 0;
     QString broken = m_world.run(quietMs, quietSteps, [this] { return m_oracle.check(); });
     if (broken.isEmpty() && !m_oracle.checkQuiet().isEmpty())
         // A refresh may be under way just now.
@@ -93,10 +95,9 @@ void Household::doHarm() {
         m_machine.marks["a kill between what the server did and the save"] += int(isUnsaved);
         kill();
     }
-    if (happens(m_harm.fileLocked, "file locked"))
-        m_machine.disk.lockedUntilUs = m_world.nowUs() + drawSpanUs();
-    if (happens(m_harm.fileUnreadable, "file unreadable"))
-        m_machine.disk.unreadableUntilUs = m_world.nowUs() + drawSpanUs();
+    harmFile();
+    if (happens(m_harm.clockJumps, "clock jumps"))
+        jumpClock();
     if (happens(m_harm.serverDown, "down"))
         m_machine.line.downUntilUs = m_world.nowUs() + drawSpanUs();
     if (happens(m_harm.serverEnds, "server ends")) {
@@ -104,6 +105,27 @@ void Household::doHarm() {
             m_machine.line.ledger.end(signIn.first);
         m_world.note("the server ends all sign-ins");
     }
+}
+
+void Household::harmFile() {
+    if (happens(m_harm.fileLocked, "file locked"))
+        m_machine.disk.lockedUntilUs = m_world.nowUs() + drawSpanUs();
+    if (happens(m_harm.fileUnreadable, "file unreadable"))
+        m_machine.disk.unreadableUntilUs = m_world.nowUs() + drawSpanUs();
+    if (happens(m_harm.diskFull, "disk full"))
+        m_machine.disk.fullUntilUs = m_world.nowUs() + drawSpanUs();
+}
+
+void Household::jumpClock() {
+    // Two of them are less apart than the five minutes before its end in which a token is renewed.
+    static constexpr qint64 errorsMs[] = {0, 1000, -1000, 2 * minuteMs, -2 * minuteMs};
+    const qint64 errorMs = errorsMs[m_world.choices().pick(int(std::size(errorsMs)), "clock")];
+    const qint64 jumpMs = errorMs - m_machine.clock.trueTime().msecsTo(m_machine.clock.now());
+    if (jumpMs == 0)
+        return;
+    m_world.note("the clock jumps by " + QByteArray::number(jumpMs / 1000) + " s");
+    m_machine.clock.jump(jumpMs);
+    m_machine.marks[jumpMs < 0 ? "the clock jumps back" : "the clock jumps forward"]++;
 }
 
 void Household::kill() {
@@ -133,13 +155,15 @@ void Household::start() {
 }
 
 void Household::count(Marks& marks) const {
-    for (const char* const seldom : {"a kill between what the server did and the save", "sign-out during a pending sign-in"})
+    for (const char* const seldom : {"a kill between what the server did and the save", "sign-out during a pending sign-in",
+                                     "the clock jumps back", "the clock jumps forward"})
         marks[QString::fromLatin1(seldom)] += 0;
     for (const auto& mark : m_machine.marks)
         marks[mark.first] += mark.second;
     marks["two requests for a token at once"] += m_machine.claims.refusals;
     marks["a refused lock of the file"] += m_machine.disk.refusedLocks;
     marks["a file that cannot be read"] += m_machine.disk.failedReads;
+    marks["a save on a full disk"] += m_machine.disk.failedWrites;
     marks["a lost event"] += m_machine.wire.lostCount();
     marks["a lost answer"] += m_machine.line.lostAnswers;
     marks["an outage that ends a sign-in"] += int(m_machine.line.exhausted.size());

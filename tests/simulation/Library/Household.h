@@ -12,8 +12,9 @@ class Household {
 public:
     struct Options {
         bool hasFaults = true;
-        bool hasFileFaults = true; ///< The file may be locked and unreadable for longer than a process waits.
-        int hours = 4;             ///< Of virtual time in which things happen.
+        /// The file may be locked, unreadable, or without room for longer than a process waits. The clock jumps.
+        bool hasFileFaults = true;
+        int hours = 4; ///< Of virtual time in which things happen.
         int maxSteps = 6000;
     };
     using Marks = std::map<QString, int>;
@@ -31,11 +32,15 @@ private:
         int fileUnreadable = 0;
         int serverDown = 0;
         int serverEnds = 0;
+        int diskFull = 0;
+        int clockJumps = 0;
     };
 
     void drawHarm();
     [[nodiscard]] QString afterStep();
     void doHarm();
+    void harmFile();
+    void jumpClock();
     void kill();
     void startMissing();
     void start();

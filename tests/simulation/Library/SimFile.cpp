@@ -55,6 +55,10 @@ Util::Result<void> SimFile::write(const QByteArray& text) {
         return {};
     if (m_world.nowUs() < m_disk.unreadableUntilUs)
         return Util::Failure{QStringLiteral("The file cannot be replaced.")};
+    if (m_world.nowUs() < m_disk.fullUntilUs) {
+        m_disk.failedWrites++;
+        return Util::Failure{QStringLiteral("No space left on device.")};
+    }
     m_disk.text = text;
     m_disk.modifiedUs = m_world.nowUs();
     m_disk.writes++;

@@ -18,8 +18,10 @@ struct Disk {
     SimLock lock;
     qint64 lockedUntilUs = 0;     ///< A program outside of the simulation holds the lock.
     qint64 unreadableUntilUs = 0; ///< Nobody can open the file.
+    qint64 fullUntilUs = 0;       ///< There is no room for another text.
     int refusedLocks = 0;
     int failedReads = 0;
+    int failedWrites = 0;
 };
 
 /// The file as one process sees it. What a killed process does has no effect.
