@@ -7,7 +7,7 @@
 namespace Velquor::Simulation {
 
 namespace {
-constexpr int measuredRuns = 10;
+constexpr int measuredRuns = 3;
 }
 
 Result Runs::runWith(Choices choices, const World::Options& options) const {

@@ -125,6 +125,8 @@ void Household::jumpClock() {
         return;
     m_world.note("the clock jumps by " + QByteArray::number(jumpMs / 1000) + " s");
     m_machine.clock.jump(jumpMs);
+    if (jumpMs < 0)
+        m_machine.clockPutBackUs = m_world.nowUs();
     m_machine.marks[jumpMs < 0 ? "the clock jumps back" : "the clock jumps forward"]++;
 }
 

@@ -44,8 +44,10 @@ struct Machine {
     std::set<int> leftByUser; ///< Sign-ins that the user has begun to end.
     std::set<int> takenUp;    ///< Sign-ins that a process has completed.
     qint64 lastSignOutUs = -1;
-    int pendingSignIns = 0;       ///< That wait for the browser.
-    std::map<QString, int> marks; ///< Situations that have happened.
+    static constexpr qint64 largestJumpUs = 300000000;
+    qint64 clockPutBackUs = -largestJumpUs - 1; ///< When it happened last.
+    int pendingSignIns = 0;                     ///< That wait for the browser.
+    std::map<QString, int> marks;               ///< Situations that have happened.
 };
 
 } // namespace Velquor::Simulation

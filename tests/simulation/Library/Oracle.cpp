@@ -54,9 +54,12 @@ bool Oracle::isSuperseded(const Ledger::SignIn& signIn) const {
 }
 
 // A sign-in that could not be written yet does not outlive the user's later sign-out in another process, which cannot know it.
+// When the clock was put back before, an earlier sign-out has a later date.
 bool Oracle::mayEnd(int number) const {
     const Ledger::SignIn* const signIn = m_machine.line.ledger.find(number);
-    const bool isUnwritten = m_everInFile.count(number) == 0 && m_machine.lastSignOutUs >= signIn->exchangedUs;
+    const bool isDatedEarlier = m_machine.clockPutBackUs >= signIn->exchangedUs - Machine::largestJumpUs;
+    const bool isUnwritten =
+        m_everInFile.count(number) == 0 && (isDatedEarlier || m_machine.lastSignOutUs >= signIn->exchangedUs);
     return isUnwritten || !m_machine.line.ledger.isGood(number) || m_machine.leftByUser.count(number) > 0
            || m_machine.line.exhausted.count(number) > 0 || isSuperseded(*signIn);
 }
