@@ -60,7 +60,7 @@ private:
     std::size_t m_next = 0;      ///< The step to replay next.
     std::vector<Choice> m_given; ///< What the replayed step still has to say.
     Record m_record;
-    std::vector<const char*> m_drawn; ///< What was decided in this step.
+    std::vector<const char*> m_drawn; ///< What was decided in this step: literals.
 };
 
 } // namespace Velquor::Simulation

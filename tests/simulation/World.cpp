@@ -86,7 +86,7 @@ void World::leave(Actor& actor) {
     actor.isPresent = false;
     m_present.erase(std::find(m_present.begin(), m_present.end(), &actor));
     m_running = nullptr;
-    // What a step does between its end and the next one needs a whole thread.
+    // The director ends this step: the thread has lost what Qt keeps for it, and the check may need that.
     m_directorsBaton.release();
 }
 
@@ -170,8 +170,8 @@ bool World::advanceTime() {
 /// Between two steps, on the thread of the one that ends here. It goes on by itself when it is the next one.
 void World::passOn(Actor& actor) {
     m_running = nullptr;
-    // The director winds up the killed ones.
     Actor* next = nullptr;
+    // No step is open while the director winds up a process. It has the baton too when there is one to be wound up.
     if (m_isStepOpen) {
         endStep();
         next = m_leg.isOver() || hasKilled() ? nullptr : beginStep();
@@ -281,6 +281,7 @@ void World::windUpStep(Process& process) {
                                       [](const Actor* left, const Actor* right) { return left->turn < right->turn; });
     actor.turn = ++m_turns;
     lend(actor);
+    m_isAlarmed = false; // It would be blamed on the next one.
 }
 
 } // namespace Velquor::Simulation
