@@ -78,7 +78,8 @@ QString Oracle::check() {
             return broken;
     }
     const QString waits = checkWaits();
-    return waits.isEmpty() ? checkTokens() : waits;
+    const QString early = waits.isEmpty() && m_machine.isFaultless ? checkEarly() : waits;
+    return early.isEmpty() ? checkTokens() : early;
 }
 
 // Only its own steps change what a process shows.
@@ -131,29 +132,26 @@ bool Oracle::isHeld(const QByteArray& key, int token) const {
     return false;
 }
 
-QString Oracle::checkTokens() const {
-    for (const auto& signIn : m_machine.line.ledger.signIns()) {
-        if (m_machine.isFaultless && signIn.second.isGivenEarly)
+// Each is renewed shortly before its end.
+QString Oracle::checkEarly() const {
+    for (const auto& signIn : m_machine.line.ledger.signIns())
+        if (signIn.second.isGivenEarly)
             return QStringLiteral("R4: a second request for a token that had long to live, of s%1").arg(signIn.first);
-        const QString broken = checkTokens(signIn.second);
-        if (!broken.isEmpty())
-            return broken;
-    }
     return {};
 }
 
-// A spent token is in the file only while somebody holds its successor, or knows that it may be spent.
-QString Oracle::checkTokens(const Ledger::SignIn& signIn) const {
-    for (const auto& token : signIn.lastTokens) {
-        // The first token of a product has no predecessor, and can be asked for again.
-        const auto inFile = m_file.tokens.find(token.first);
-        if (inFile == m_file.tokens.end() || m_machine.line.ledger.ownerOf(inFile->second) != signIn.number)
+// A spent token is in the file only while somebody holds its successor, or knows that it may be spent. The first token of a
+// product has no predecessor, and can be asked for again.
+QString Oracle::checkTokens() const {
+    const Ledger& ledger = m_machine.line.ledger;
+    for (const auto& inFile : m_file.tokens) {
+        const Ledger::SignIn* const signIn = ledger.find(ledger.ownerOf(inFile.second));
+        const auto last = signIn ? signIn->lastTokens.find(inFile.first) : std::map<QByteArray, int>::const_iterator();
+        if (!signIn || last == signIn->lastTokens.end() || (m_file.signIn == signIn->number && inFile.second == last->second))
             continue;
-        const bool isInFile = m_file.signIn == signIn.number && inFile->second == token.second;
-        if (isInFile || isHeld(token.first, token.second) || m_everInFile.count(signIn.number) == 0 || mayEnd(signIn.number))
-            continue;
-        if (m_machine.claims.pendingRefreshes.count(digestOf(token.first)) == 0)
-            return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2").arg(token.second).arg(signIn.number);
+        const bool isMarked = m_machine.claims.pendingRefreshes.count(digestOf(inFile.first)) > 0;
+        if (!isMarked && !isHeld(inFile.first, last->second) && m_everInFile.count(signIn->number) > 0 && !mayEnd(signIn->number))
+            return QStringLiteral("R3: what the server gave out is lost: token t%1 of s%2").arg(last->second).arg(signIn->number);
     }
     return {};
 }

@@ -45,8 +45,8 @@ private:
     [[nodiscard]] bool mayEnd(int number) const;
     [[nodiscard]] QString checkShown(const SimProcess& process, Seen& seen) const;
     [[nodiscard]] QString checkWaits() const;
+    [[nodiscard]] QString checkEarly() const;
     [[nodiscard]] QString checkTokens() const;
-    [[nodiscard]] QString checkTokens(const Ledger::SignIn& signIn) const;
     [[nodiscard]] bool isHeld(const QByteArray& key, int token) const;
     [[nodiscard]] QString checkAgreed(const SimProcess& process) const;
     [[nodiscard]] QString checkOAuth2(const SimProcess& process) const;
