@@ -101,6 +101,20 @@ def shown(microseconds: float) -> str:
     return f"{value:.3g} {unit}"
 
 
+def main_thread(binaries: pathlib.Path) -> list[tuple[str, str, str, str]]:
+    """What the calls of a main thread take: condition, call, median and the 999th of 1,000, in ms."""
+    said = subprocess.run([ROOT / "bench/main_thread.py", "--library", binaries / "libvqws.so.1"], check=True, capture_output=True,
+                          text=True).stdout
+    rows, condition = [], ""
+    for line in said.splitlines():
+        values = line.split(maxsplit=4)
+        if not line.startswith(" "):
+            condition = line
+        elif values[0] != "median":
+            rows.append((condition, values[4], values[0], values[2]))
+    return rows
+
+
 def machine() -> str:
     model = re.search(r"^model name\s*: (.+)$", pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8"), re.M)
     cores = subprocess.run(["nproc"], check=True, capture_output=True, text=True).stdout.strip()
@@ -124,7 +138,7 @@ def picture(points: list[tuple[int, float]]) -> str:
             f'<text x="{width / 2}" y="{height - 6}" text-anchor="middle">products in the file</text></svg>\n')
 
 
-def write_page(times: dict[str, dict[str, float]], line: dict[str, float]):
+def write_page(times: dict[str, dict[str, float]], line: dict[str, float], calls: list[tuple[str, str, str, str]]):
     text = HEAD.format(date=datetime.date.today().isoformat(), machine=machine())
     for row in ROWS:
         own, peer = times[row.program][row.own], times[row.program][row.peer]
@@ -133,6 +147,10 @@ def write_page(times: dict[str, dict[str, float]], line: dict[str, float]):
              "![time by products](pictures/restore.svg)\n\n## A slow line\n\nTwo products in two processes, an account server with "
              "100 ms each way (medians of five runs):\n\n| What | Figure |\n|---|---|\n")
     text += "".join(f"| {name} | {value:g} |\n" for name, value in line.items())
+    text += ("\n## A main thread\n\nWhat the calls of a user interface take, by the clock, alone and while eight other processes of the user save, "
+             "renew tokens and raise events once a second. The first row of each is a system call that does nothing: what the machine itself "
+             "takes, since nine processes share its cores.\n\n| | Call | Median, ms | 999 of 1,000 within, ms |\n|---|---|---|---|\n")
+    text += "".join(f"| {condition} | {call} | {median} | {slow} |\n" for condition, call, median, slow in calls)
     PAGE.write_text(text, encoding="utf-8")
     PICTURE.write_text(picture([(count, times["bench_restore"][f"restore {count}/library"]) for count in GROWTH]), encoding="utf-8")
     print(text)
@@ -157,7 +175,7 @@ def main() -> int:
     parser.add_argument("--binaries", type=pathlib.Path, default=ROOT / "build/linux-release/bin")
     options = parser.parse_args()
     if options.mode == "report":
-        write_page(measure(options.binaries), slow_line(options.binaries))
+        write_page(measure(options.binaries), slow_line(options.binaries), main_thread(options.binaries))
         return 0
     return 1 if compare([measure(options.binaries) for _ in range(3)]) else 0
 
