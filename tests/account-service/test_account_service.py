@@ -14,7 +14,6 @@ import sys
 import time
 import unittest
 from urllib.parse import urlencode
-from xml.etree import ElementTree
 
 from oauthlib.oauth1 import Client
 
@@ -221,22 +220,6 @@ class AccountServiceTest(unittest.TestCase):
                     decoded = json.loads(base64.urlsafe_b64decode(claims + "=" * (-len(claims) % 4)))
                     self.assertEqual((decoded["sub"], decoded["scope"]),
                                      (token["x_oauth_user_guid"], "data:read"))
-
-    def test_documents_answer_conditional_requests(self) -> None:
-        token = self.service.access_token()
-        for path, element in (("/api/account?format=xml", "Profile/FirstName"),
-                              ("/api/entitlement?format=xml", "Service/Name"),
-                              (USAGE, "CurrentUsage")):
-            with self.subTest(path):
-                reply = self.service.call(path, token=token)
-                self.assertTrue(ElementTree.fromstring(reply.text).findtext(element))
-                since = {"If-Modified-Since": reply.headers["Last-Modified"]}
-                same = self.service.call(path, token=token, extra_headers=since)
-                self.assertEqual((same.status, same.body), (304, b""))
-        self.service.control("documents", {"used": 77})
-        changed = self.service.call(USAGE, token=token, extra_headers=since)
-        self.assertEqual(ElementTree.fromstring(changed.text).findtext("CurrentUsage"), "77")
-        self.assertEqual(self.service.send("GET", self.service.url + USAGE).status, 400)
 
     # Faults and the control interface
 

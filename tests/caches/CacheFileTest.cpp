@@ -75,21 +75,6 @@ private slots:
         row("nobody", "Production", "", "", "Discarding cache since user has changed (from user-1 to )");
     }
 
-    void productsAndCachesDoNotMeet() {
-        for (const QByteArray product : {"p", "q", "r"}) {
-            place(product).save(identity, {"user of " + product, date}, always);
-            place(product, quotaPath).save(identity, {"quota of " + product, date}, always);
-        }
-        place("q").clear();
-        QVERIFY(hasLogged(QStringLiteral("User Info: Cleared cache in cache file %1").arg(path())));
-        place("p").save(identity, {"newer", date}, always);
-        QCOMPARE(place("p").load(identity).body, QByteArray("newer"));
-        QVERIFY(place("q").load(identity).body.isEmpty());
-        QCOMPARE(place("r").load(identity).body, QByteArray("user of r"));
-        for (const QByteArray product : {"p", "q", "r"})
-            QCOMPARE(place(product, quotaPath).load(identity).body, "quota of " + product);
-    }
-
     // What a program has left that does not know of several products.
     void adoptsAValueWithoutProduct() {
         write("<WebServicesCache><UserInfo Server=\"Production\" UpdateDate=\"2026-02-03T04:05:06Z\" User=\"user-1\" "

@@ -125,16 +125,6 @@ private slots:
         row("of the third interface", Event::OAuth2Enabled);
     }
 
-    void noObserverIsCalledAfterTheEnd() {
-        Observer first;
-        Observer second;
-        first.reaction = [this] { m_isStopped = true; };
-        m_dispatcher->observers().add(&first);
-        m_dispatcher->observers().add(&second);
-        QVERIFY(!m_dispatcher->callObservers(Event::LoggedOut, {}, nullptr));
-        QVERIFY(second.heard.isEmpty());
-    }
-
 private:
     bool m_isLoggedIn = true;
     bool m_isStopped = false;

@@ -177,7 +177,7 @@ private slots:
         QVERIFY(WebServicesManagerEx::GetInstanceEx()->SetConfiguration("4711", configuration()));
     }
 
-    void keepsProxyCredentials() {
+    void keepsProxyCredentialsAndDialogTexts() {
         const QNetworkProxy before = QNetworkProxy::applicationProxy();
         WebServicesManager::Initialize();
         QVERIFY(WebServicesManager::GetInstance()->SetProxyAuthentication(L"proxy.test", 8080, L"somebody", L"s3cret"));
@@ -203,22 +203,13 @@ private slots:
         QVERIFY(manager.ClearProxyInfo());
         QVERIFY(!manager.HasProxyInfo());
         QNetworkProxy::setApplicationProxy(before);
-    }
-
-    void keepsProxyDialogTexts() {
-        WebServicesManager::Initialize();
-        WebServicesManager& manager = *WebServicesManager::GetInstance();
-        wchar_t caption[64] = {canary};
-        wchar_t message[16] = {canary};
+        wchar_t caption[26] = {canary};
         manager.SetProxyAuthenticationDialogText(L"Our caption", nullptr);
-        QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 64, message, 16));
+        QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 26, user, 5));
         QCOMPARE(QString::fromWCharArray(caption), QStringLiteral("Our caption"));
-        QCOMPARE(QString::fromWCharArray(message), QStringLiteral("Your proxy serv"));
-        QVERIFY(!manager.GetProxyAuthenticationDialogText(nullptr, 64, message, 16));
-        QVERIFY(!manager.GetProxyAuthenticationDialogText(caption, 64, message, 0));
         WebServicesManager::Uninitialize();
         WebServicesManager::Initialize();
-        QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 64, message, 16));
+        QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 26, user, 5));
         QCOMPARE(QString::fromWCharArray(caption), QStringLiteral("Authenticate Proxy Server"));
     }
 
@@ -345,25 +336,19 @@ private slots:
 
     void initializesWithOAuth2() {
         using Initialize = std::function<bool()>;
-        const TestKit::Rows row(this, [](const Initialize& initialize, bool enabled) {
+        const TestKit::Rows row(this, [](bool enabled, const Initialize& initialize) {
             QVERIFY(initialize());
             QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
             // A later user of the library changes nothing.
             QVERIFY(WebServicesManager::Initialize(!enabled));
             QCOMPARE(WebServicesManager::GetInstance()->IsOAuth2Enabled(), enabled);
         });
-        row(
-            "without", [] { return WebServicesManager::Initialize(); }, false);
-        row(
-            "false", [] { return WebServicesManager::Initialize(false); }, false);
-        row(
-            "true", [] { return WebServicesManager::Initialize(true); }, true);
-        row(
-            "false, true", [] { return WebServicesManager::Initialize(false, true); }, false);
-        row(
-            "true, false", [] { return WebServicesManager::Initialize(true, false); }, true);
-        row(
-            "a spec", [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); }, true);
+        row("without", false, [] { return WebServicesManager::Initialize(); });
+        row("false", false, [] { return WebServicesManager::Initialize(false); });
+        row("true", true, [] { return WebServicesManager::Initialize(true); });
+        row("false, true", false, [] { return WebServicesManager::Initialize(false, true); });
+        row("true, false", true, [] { return WebServicesManager::Initialize(true, false); });
+        row("a spec", true, [] { return WebServicesManager::Initialize(OAuth2TokenSpec(JWT, L"a")); });
     }
 
     void oauth2TokensThroughBothFacades() {

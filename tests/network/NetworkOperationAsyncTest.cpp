@@ -130,25 +130,6 @@ private Q_SLOTS:
         QVERIFY(hello.startsWith("\x16\x03"));
         QVERIFY(!hello.contains("\x02h2"));
     }
-
-    void runsOnAThreadWithoutEventLoop() {
-        m_server.setScript(page, {answer("401 Unauthorized", "oauth_problem=message_expired",
-                                         "xoauth_problem: message_expired\r\nDate: Mon, 01 Jul 2024 12:00:05 GMT\r\n")});
-        ExchangeOutcome outcome;
-        std::thread([&] { outcome = runGet(request(), 5000, m_logger); }).join();
-        QCOMPARE(outcome.result, OperationResult::Failure);
-        QCOMPARE(outcome.reply.status, 401);
-        QCOMPARE(outcome.reply.body, QByteArray("oauth_problem=message_expired"));
-        QCOMPARE(outcome.reply.clockKind, ClockKind::WrongTime);
-        QVERIFY(outcome.reply.clockMessage.contains("Server time (UTC): 2024-07-01 12:00"));
-        QCOMPARE(outcome.reply.problemText, QStringLiteral(". OAuth problem: message_expired"));
-        QVERIFY(outcome.reply.errorText.startsWith("Http error: 401 Unauthorized. Network error: 204 "));
-        QVERIFY(outcome.reply.dump.contains("401 Unauthorized"));
-
-        m_server.setScript(page, silence);
-        std::thread([&] { outcome = runGet(request(), 100, m_logger); }).join();
-        QCOMPARE(outcome.message, QStringLiteral("Operation was canceled. Timed out."));
-    }
 };
 
 QTEST_GUILESS_MAIN(NetworkOperationAsyncTest)

@@ -31,13 +31,6 @@ private slots:
             "VqSync/0.0.0.0 VelquorWebServicesClient/13.4.4.1804 Windows/10.0.19045");
     }
 
-    void keepsItsDataWithTheUserOrForAllUsers() {
-        QVERIFY(RuntimePaths::dataPath(false).endsWith("/Velquor/Web Services"));
-        QVERIFY(RuntimePaths::dataPath(true).endsWith("/Velquor/Web Services"));
-        QVERIFY(RuntimePaths::dataPath(false) != RuntimePaths::dataPath(true));
-        QCOMPARE(RuntimePaths::userKeyFolder(), RuntimePaths::dataPath(false));
-    }
-
     // A process asks for it once.
     void ignoresTheSettingForAllUsersWhereTheirFolderIsNotTheUsers() {
         setSetting("EnableSSOForAllUsers", "True");

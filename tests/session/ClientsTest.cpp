@@ -45,23 +45,15 @@ private slots:
         const WebServicesConfiguration configuration = TestKit::SessionFixture::configuration(key, secret);
         QVERIFY(m_session->SetConfiguration(awkwardKey, configuration));
         QVERIFY(m_session->isLoggedIn(awkwardKey));
-        const QStringList referenced{
-            QStringLiteral("Adding client reference client %2 %3 in product login session"),
-            QStringLiteral("Added client reference client %2 %3 in product login session. Client references (1): client %2 %3")};
-        QCOMPARE(
-            logged("^(Add|.*oading login state of product|creating|ProductLogin.*constr|Setting.*product|Applying)"),
-            QStringList({QStringLiteral("Adding client Product %2 %3"),
-                         QStringLiteral("Added client Product %2 %3. Clients (1): Product %2 %3"),
-                         QStringLiteral("Loading login state of product Product %2 %3 from file ") + m_fixture->file(),
-                         QStringLiteral("ProductLoginSession constructor for product client %2 %3"),
-                         QStringLiteral("Finished loading login state of product Product %2 %3 from file ") + m_fixture->file(),
-                         QStringLiteral("creating product login session if login is already restored and currently logged in."),
-                         QStringLiteral("Setting configuration in product login session for Production server"),
-                         QStringLiteral("Applying product settings in product login session")})
-                + referenced);
-        QCOMPARE(m_fixture->logger->prefixes(referenced.first()), QStringList("Product %2 %3.0001.0"));
+        const auto referenced = QStringLiteral("Adding client reference client %2 %3 in product login session");
+        QCOMPARE(logged("^Add.* client "),
+                 QStringList({QStringLiteral("Adding client Product %2 %3"),
+                              QStringLiteral("Added client Product %2 %3. Clients (1): Product %2 %3"), referenced,
+                              QStringLiteral("Added client reference client %2 %3 in product login session. "
+                                             "Client references (1): client %2 %3")}));
+        QCOMPARE(m_fixture->logger->prefixes(referenced), QStringList("Product %2 %3.0001.0"));
         QVERIFY(m_session->SetConfiguration(awkwardKey, configuration));
-        QCOMPARE(logged("client reference"), referenced + referenced);
+        QCOMPARE(m_fixture->logger->texts().count(referenced), 2);
     }
 
     void oauth2IsSwitchedOffByKind() {
@@ -72,16 +64,6 @@ private slots:
         QCOMPARE(logged("in client info"),
                  QStringList({QStringLiteral("OAuth2 disabled in client info"),
                               QStringLiteral("OAuth2 disabled in client info for OAuth2 token spec JWT.data")}));
-    }
-
-    void theEndOfTheSessionIsLoggedInOrder() {
-        m_fixture->notifiesProcesses = true;
-        TestKit::SessionUnderTest session = m_fixture->makeSession();
-        session->stop();
-        session.reset();
-        QCOMPARE(logged("^LoginSession destr|otification thread (to )?finish"),
-                 QStringList(
-                     {"LoginSession destructor", "Waiting for notification thread to finish", "Notification thread finished"}));
     }
 
     // Two clients with one consumer key: the product of the one that stays must not lose its tokens.

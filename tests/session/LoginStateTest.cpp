@@ -22,17 +22,6 @@ class LoginStateTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // A sign-in, a sign-out and another sign-in within one second keep their order.
-    void keepsSignInAndSignOutApart() {
-        const QDateTime now = at(1000).addMSecs(900);
-        const QDateTime first = loginDateAfter(now, QDateTime());
-        const QDateTime out = logoutDateFor(now, first);
-        const QDateTime second = loginDateAfter(now, out);
-        QVERIFY(out >= first);
-        QVERIFY(second > out);
-        QVERIFY(logoutDateFor(at(900), second) >= second);
-    }
-
     void theMachineAddressIsCutBetweenAdapters() {
         const Velquor::TestKit::Rows row([&](const QStringList& addresses, int limit, const QString& expected) {
             QCOMPARE(joinedMachineAddress(addresses, limit), expected);

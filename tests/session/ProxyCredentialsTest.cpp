@@ -52,18 +52,6 @@ private slots:
         QCOMPARE(logged(setting()), 2);
     }
 
-    void thePasswordIsEncryptedDifferentlyAtEachSave() {
-        QVERIFY(set());
-        const QByteArray first = m_fixture->fileContents();
-        QVERIFY(set());
-        // The same password is never encrypted to the same text.
-        QVERIFY(m_fixture->fileContents() != first);
-        QCOMPARE(logged(setting()), 1);
-        QCOMPARE(logged(QStringLiteral("Saved proxy authentication info to login state file %1").arg(m_fixture->file())), 2);
-        QCOMPARE(document(m_fixture->fileContents()).documentElement().elementsByTagName("ProxySettings").count(), 1);
-        QCOMPARE(document(m_fixture->fileContents()).documentElement().elementsByTagName("Password").count(), 1);
-    }
-
     void credentialsAreFoundByHostAndPort() {
         const TestKit::Rows row(this, [&](const QString& asked, int askedPort, bool found) {
             QVERIFY(set());
@@ -100,16 +88,6 @@ private slots:
         row("half a character", host, port, QString(QChar(0xd800)), invalid);
         row("a line", "a\nb", port, user, invalid);
         row("a long host", QString(2000, 'h'), port, user, invalid);
-    }
-
-    void lookUpsWithoutAHostFail() {
-        QVERIFY(set());
-        m_fixture->logger->clear();
-        QVERIFY(!m_session->proxyCredentials().HasProxyAuthentication(QString(), -1));
-        ProxyLogin login;
-        QVERIFY(!m_session->proxyCredentials().GetProxyAuthentication(QString(), -1, login));
-        QCOMPARE(m_fixture->logger->texts(), QStringList({"HasProxyAuthentication failed. Host name is empty.",
-                                                          "GetProxyAuthentication failed. Host name is empty."}));
     }
 
     void theRestOfTheFileIsLeftAlone() {

@@ -19,7 +19,9 @@ private slots:
     void aFailedRequestTokenIsReportedAndLeavesASecondTry() {
         const TestKit::Rows row(
             this, [&](const QString& kind, const QJsonObject& details, LoginErrorEx error, const QString& logged) {
-                m_session->RestoreLogin(key, false);
+                if (kind == "delay")
+                    m_fixture->exchangeTimeoutMs = 2000;
+                m_session = m_fixture->restoredSession();
                 // Qt repeats a GET whose connection was closed, so a dropped connection has to be dropped each time.
                 QVERIFY(m_service.addFault("request-token", kind, details, -1));
                 const InitiatedLogin login = m_session->InitiateLogin(key, QString());
@@ -51,16 +53,8 @@ private slots:
         row("a wrong clock", "problem", {{"problem", "message_expired"}}, LoginErrorEx::WrongSystemTime,
             "System time or time zone setting in the system is incorrect.");
         row("cut short", "truncate", {{"keep_bytes", 10}}, LoginErrorEx::Refused, "Failed to initiate login. ");
-    }
-
-    void givesUpWithinTheTimeOutWhenTheServiceDoesNotAnswer() {
-        m_fixture->exchangeTimeoutMs = 300;
-        m_session = m_fixture->restoredSession();
-        delay("request-token", 60000, -1);
-        const TestKit::Stopwatch timer;
-        QCOMPARE(m_session->InitiateLogin(key, QString()).error, LoginErrorEx::NoReply);
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(m_fixture->hasLogged("Failed to initiate login. Operation was canceled. Timed out."));
+        row("too late", "delay", {{"delay_ms", 60000}}, LoginErrorEx::NoReply,
+            "Failed to initiate login. Operation was canceled. Timed out.");
     }
 
     // A support engineer has the log alone.

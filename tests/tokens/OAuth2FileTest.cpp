@@ -13,19 +13,6 @@ class OAuth2FileTest : public OAuth2Fixture {
 private slots:
     void init() { begin(); }
 
-    void anotherProcessUsesTheTokenInTheFile() {
-        QVERIFY(m_session->oauth2().EnableOAuth2(key, rt));
-        const QString first = ask(rt);
-        const auto other = restoredSession({rt});
-        QCOMPARE(askOf(*other, rt), first);
-        // Expired in both by now, it is renewed by the first one that needs it.
-        m_fixture->clockOffset += hour + 1;
-        const QString second = ask(rt);
-        QVERIFY(!second.isEmpty() && second != first);
-        QCOMPARE(askOf(*other, rt), second);
-        QCOMPARE(forms().size(), 2);
-    }
-
     void aSignOutMeanwhileWins() {
         const TestKit::Rows row(this, [&](bool isRefresh, const QString& logged) {
             const auto other = restoredSession({});

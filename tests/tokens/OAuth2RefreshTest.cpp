@@ -117,21 +117,6 @@ private slots:
         QVERIFY(m_session->isLoggedIn(key));
         QCOMPARE(ask(rt), QStringLiteral("newer-token"));
     }
-
-    // The OAuth 1.0 token is acquired after OAuth2 was enabled: the query follows by itself.
-    void aQueryFollowsTheAccessToken() {
-        const auto secondKey = QStringLiteral("second-product-0002");
-        auto second = std::make_unique<LoginSession>(m_fixture->services(), ClientIdentity{secondKey, 1, "Second", "/opt/second"},
-                                                     QVector<OAuth2TokenSpec>{jwt});
-        WebServicesConfiguration made = oauth2Configuration();
-        made.SetConsumerKey(L"second-product-0002");
-        made.SetConsumerSecret(L"demo-secret-0002");
-        second->SetConfiguration(secondKey, made);
-        QVERIFY(second->RestoreLogin(secondKey, false));
-        QTRY_VERIFY(second->oauth2().token(secondKey, nullptr).isPresent());
-        QVERIFY(m_fixture->hasLogged("Received web services event TokenAcquired. Starting asynchronous OAuth2 token query."));
-        QCOMPARE(forms().size(), 1);
-    }
 };
 
 QTEST_GUILESS_MAIN(OAuth2RefreshTest)

@@ -126,20 +126,6 @@ private slots:
         QVERIFY(!m_session->isLoggedIn(QString()));
     }
 
-    void aSecondProductSignsInByItself() {
-        const auto second = m_fixture->restoredSession(secondKey, secondSecret);
-        QVERIFY(second->isLoggedIn(QString()));
-        QTRY_VERIFY(second->isLoggedIn(secondKey));
-        QCOMPARE(queries(), 1);
-        QVERIFY(accessToken(*second, secondKey) != accessToken(*m_session));
-        QVERIFY(!second->SignRequest(secondKey, order()).isEmpty());
-        // The file holds both, and the first product's own saves keep the second one's.
-        QVERIFY(m_session->RefreshToken(key, true));
-        const auto third = m_fixture->restoredSession(secondKey, secondSecret);
-        QCOMPARE(accessToken(*third, secondKey), accessToken(*second, secondKey));
-        QCOMPARE(queries(), 2);
-    }
-
     void anAutomaticSignInIsTriedAgainUntilItIsHopeless() {
         QVERIFY(m_service.addFault("access-token", "status", {{"status", 500}}, 1));
         const auto second = m_fixture->restoredSession(secondKey, secondSecret);
@@ -152,18 +138,6 @@ private slots:
         QTRY_VERIFY(m_fixture->hasLogged("Failed to login automatically using another product's login credentials."));
         QVERIFY(!second->isLoggedIn(secondKey));
         QVERIFY(second->isLoggedIn(QString()));
-    }
-
-    void stoppingEndsEveryWait() {
-        delay("access-token", 60000, -1);
-        expire();
-        TestKit::Threads threads(4, [&](int) { QVERIFY(m_session->SignRequest(key, order()).isEmpty()); });
-        QTRY_VERIFY(isRequestSent());
-        const TestKit::Stopwatch timer;
-        m_session->stop();
-        threads.join();
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(m_session->SignRequest(key, order()).isEmpty());
     }
 
     // The service has answered, and the old token is spent.
@@ -226,16 +200,27 @@ private slots:
         QVERIFY(session->isLoggedIn(key));
     }
 
-    void stoppingEndsASignIn() {
-        delay("request-token", 60000, -1);
-        std::thread caller([this] { QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::exchangeFailed); });
-        QTRY_VERIFY(m_fixture->hasLogged("Initiating login with ldap domain"));
-        QTest::qWait(100);
-        const TestKit::Stopwatch timer;
-        m_session->stop();
-        caller.join();
-        QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
+    void stoppingEndsEveryWait() {
+        const TestKit::Rows row(this, [&](bool isSignIn) {
+            delay(isSignIn ? "request-token" : "access-token", 60000, -1);
+            expire();
+            TestKit::Threads threads(isSignIn ? 1 : 4, [&](int) {
+                if (isSignIn)
+                    QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::exchangeFailed);
+                else
+                    QVERIFY(m_session->SignRequest(key, order()).isEmpty());
+            });
+            QTRY_VERIFY(isSignIn ? m_fixture->hasLogged("Initiating login with ldap domain") : isRequestSent());
+            QTest::qWait(100);
+            const TestKit::Stopwatch timer;
+            m_session->stop();
+            threads.join();
+            QVERIFY2(timer.elapsed() < TestKit::limitMs(2000), qPrintable(QString::number(timer.elapsed())));
+            QVERIFY(m_session->SignRequest(key, order()).isEmpty());
+            QCOMPARE(m_session->InitiateLogin(key, QString()).code, LoginCode::notReady);
+        });
+        row("for a token", false);
+        row("for a sign-in", true);
     }
 
 private:

@@ -22,10 +22,6 @@ std::wstring scopeOf(const OAuth2TokenSpec& spec) {
     return text;
 }
 
-QString serialOf(const WebServicesConfiguration& configuration) {
-    return WebServicesConfigurationImp::of(configuration).serialNumber;
-}
-
 WebServicesConfiguration fullConfiguration() {
     WebServicesConfiguration made;
     made.SetConsumerKey(L"key");
@@ -189,7 +185,9 @@ private slots:
             QCOMPARE(imp.equals(WebServicesConfigurationImp::of(changed)), equal);
             QCOMPARE(WebServicesConfigurationImp::of(changed).equals(imp), equal);
             // A copy carries every field along.
-            const WebServicesConfiguration copy(changed);
+            WebServicesConfiguration copy;
+            copy = changed;
+            copy = *&copy;
             QVERIFY(WebServicesConfigurationImp::of(copy).equals(WebServicesConfigurationImp::of(changed)));
             QCOMPARE(WebServicesConfigurationImp::of(copy).extraValues, WebServicesConfigurationImp::of(changed).extraValues);
         });
@@ -223,15 +221,6 @@ private slots:
     }
 
     void copiesShareNothing() {
-        WebServicesConfiguration configuration = fullConfiguration();
-        WebServicesConfiguration configurationCopy(configuration);
-        configuration.SetSerialNumber(L"changed");
-        QCOMPARE(serialOf(configurationCopy), QStringLiteral("serial"));
-        configurationCopy = configuration;
-        configuration = *&configuration;
-        configuration.SetSerialNumber(L"again");
-        QCOMPARE(serialOf(configurationCopy), QStringLiteral("changed"));
-
         OAuth2Token token;
         OAuth2TokenImp::of(token).token = L"first";
         const OAuth2Token tokenCopy(token);
