@@ -113,7 +113,7 @@ public:
 
     [[nodiscard]] static QByteArray userReply(const QByteArray& name) {
         return "<User><UserName>" + name + "</UserName><Id>" + name + "</Id><Email>" + name
-               + "@example.com</Email><Profile><FirstName>" + name + "</FirstName><LastName>L</LastName></Profile></User>";
+               + "@example.com</Email><Profile><FirstName>" + name + "</FirstName><LastName> L </LastName></Profile></User>";
     }
     void answerUser(const QByteArray& name, const QByteArray& headers = {}) {
         server.setScript(userPath, {TestKit::answer("200 OK", userReply(name), headers)});

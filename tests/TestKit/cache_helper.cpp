@@ -8,7 +8,6 @@
 #include "TestKit/Stopwatch.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <memory>
 

@@ -60,20 +60,6 @@ private slots:
             QVERIFY(!CacheTiming::fromHttpDate(junk).isValid());
     }
 
-    void repliesAreReadWhole() {
-        const std::optional<UserInfo> info =
-            UserInfo::parse("<?xml version=\"1.0\"?><User><Id>7</Id><UserName>Zo\xc3\xab</UserName><Email>a&amp;b@c</Email>"
-                            "<Profile><FirstName>F</FirstName><LastName> L </LastName></Profile></User>");
-        QVERIFY(info.has_value());
-        QCOMPARE(info->userName, QStringLiteral("Zoë"));
-        QCOMPARE(info->email, QStringLiteral("a&b@c"));
-        QCOMPARE(info->lastName, QStringLiteral("L"));
-        const std::optional<StorageQuota> quota =
-            StorageQuota::parse("<Reply><Service><Quota>5368709120</Quota><CurrentUsage>0</CurrentUsage></Service></Reply>");
-        QVERIFY(quota.has_value());
-        QCOMPARE(quota->total, 5368709120);
-    }
-
     void anEntitlementIsReadByServiceName() {
         const std::optional<Entitlements> list =
             Entitlements::parse("<EntitlementList><Service><Name>A</Name><Entitled>True</Entitled></Service>"

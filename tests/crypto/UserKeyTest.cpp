@@ -1,6 +1,5 @@
 #include "TestKit/RecordingLogger.h"
 #include "TestKit/Test.h"
-#include "VqUtil/Crypto/UserCryptor.h"
 #include "VqUtil/Crypto/UserRsaCryptor.h"
 
 #include <sys/stat.h>

@@ -219,21 +219,6 @@ private Q_SLOTS:
         QCOMPARE(operation.reply()->readAll(), QByteArray("hello"));
     }
 
-    void destroyedWhileRunning() {
-        m_server.setScript(page, silence);
-        auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
-        NetworkOperation* raw = operation.get();
-        QSignalSpy ends(raw, &NetworkOperation::RequestFinished);
-        QString told;
-        connect(raw, &NetworkOperation::RequestFinished, this, [&told, raw] { told = raw->errorMessage(); });
-        const QPointer<QNetworkReply> reply(operation->Send(request(), get(), nullptr, 0));
-        QVERIFY(m_server.waitForRequest(page));
-        operation.reset();
-        QCOMPARE(ends.count(), 1);
-        QCOMPARE(told, QStringLiteral("Operation was canceled. Object deleted."));
-        QTRY_VERIFY(!reply);
-    }
-
     void destroyedInsideTheEnd() {
         const TestKit::Rows row(this, [&](const Script& script) {
             m_server.setScript(page, script);

@@ -1,7 +1,6 @@
 // What a sign-in, a refresh and an automatic sign-in report of each fault of the account service, and what they leave behind.
 
 #include "TestKit/ServiceTest.h"
-#include "TestKit/Stopwatch.h"
 
 using namespace Velquor;
 using namespace Velquor::WebServices;

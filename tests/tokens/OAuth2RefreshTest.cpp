@@ -85,7 +85,9 @@ private slots:
         row("401", "status", QJsonObject{{"status", 401}},
             "OAuth2 token refresh retry process active: Retry attempts so far: 1 in ", "7 s");
         row("503", "status", QJsonObject{{"status", 503}},
-            "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at", "7 s");
+            "Starting OAuth2 token refresh retry process with following schedule:\nRetry for a period of 7 s at interval 7 s\n"
+            "Maximum retry period: Indefinite",
+            "7 s");
     }
 
     void aFinalRefusalSignsOut() {

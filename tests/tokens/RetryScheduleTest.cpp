@@ -76,30 +76,6 @@ private slots:
         row("the last interval until the maximum", RetrySchedule{60, {{10, 10}, {10, 20}}}, Times{10, 30, 50, 70}, false);
     }
 
-    void attemptsAreCountedUntilTheEnd() {
-        qint64 now = 0;
-        RetryProcess process([&now] { return now; });
-        QVERIFY(!process.next());
-        process.start({0, {{10, 10}, {10, 20}}});
-        QVERIFY(process.next());
-        now += 10 * 1000000;
-        QVERIFY(process.next());
-        QCOMPARE(process.attempts(), 2);
-        QCOMPARE(process.elapsed(), 10);
-        process.end();
-        QVERIFY(!process.next());
-        process.start({0, {{10, 10}}});
-        QCOMPARE(process.attempts(), 0);
-    }
-
-    void aScheduleIsShownInWords() {
-        QCOMPARE(retryScheduleText({0, {{5 * minute, minute}, {90 * minute, 2 * second}}}),
-                 QStringLiteral("Retry for a period of 5 min at interval 1 min\n"
-                                "Retry for a period of 1 h 30 min at interval 2 s\n"
-                                "Maximum retry period: Indefinite"));
-        QVERIFY(retryScheduleText(defaultRetrySchedule()).endsWith("\nMaximum retry period: 2 d"));
-    }
-
     void theScheduleOfATokenWinsOverTheDefault() {
         RetrySchedules& schedules = RetrySchedules::instance();
         const OAuth2TokenSpec rt(RT, L"b a");

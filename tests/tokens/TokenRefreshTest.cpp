@@ -21,17 +21,6 @@ private slots:
         m_before = m_service.requests("access-token");
     }
 
-    void aFinalRefusalSignsOut() {
-        TestKit::RecordingObserver<> observer;
-        m_session->observers().add(&observer);
-        m_service.control("expire", QJsonObject{{"what", "sessions"}});
-        QVERIFY(!m_session->RefreshToken(key, true));
-        QVERIFY(m_fixture->hasLogged("Current token is invalid and cannot be refreshed anymore."));
-        QTRY_COMPARE(observer.count("LoggedOut"), 1);
-        QVERIFY(!m_session->isLoggedIn(QString()));
-        m_session->observers().remove(&observer);
-    }
-
     // The main thread is busy while the user signs in again on another one: the sign-out was decided for the earlier sign-in.
     void aForcedSignOutDoesNotEndALaterSignIn() {
         const InitiatedLogin login = m_session->InitiateLogin(key, QString());

@@ -31,30 +31,6 @@ private slots:
         row("ten years", qint64(10LL * 366 * 86400), 3600000);
     }
 
-    // Waking up at the intervals, a token of any lifetime is refreshed before it expires.
-    void neverSleepsOverAnExpiry() {
-        for (qint64 lifetime = 301; lifetime < 90000; lifetime += 97) {
-            qint64 left = lifetime;
-            int steps = 0;
-            while (!isTimeToRefresh(left)) {
-                left -= refreshIntervalMs(left, 2000) / 1000;
-                QVERIFY(++steps < 100);
-            }
-            QVERIFY2(left > 0, qPrintable(QString::number(lifetime)));
-        }
-    }
-
-    void aLateTimerIsNoticed() {
-        const QDateTime expected = QDateTime::fromSecsSinceEpoch(1000, Qt::UTC);
-        QVERIFY(!timerLateness(expected, expected.addMSecs(2000)).isNotable());
-        QVERIFY(timerLateness(expected, expected.addMSecs(2001)).isNotable());
-        QVERIFY(!timerLateness(expected, expected.addMSecs(2001)).isEarly());
-        QVERIFY(!timerLateness(expected, expected.addMSecs(-2000)).isNotable());
-        QVERIFY(timerLateness(expected, expected.addMSecs(-2001)).isNotable());
-        QVERIFY(timerLateness(expected, expected.addMSecs(-2001)).isEarly());
-        QVERIFY(!timerLateness(QDateTime(), expected).isNotable());
-    }
-
     // Which of them ends later does not matter.
     void tokensAreTheSameWhateverTheirExpiry() {
         const QDateTime now = QDateTime::currentDateTimeUtc();

@@ -4,15 +4,13 @@ import dataclasses
 import json
 import os
 import pathlib
-import queue
 import shutil
 import subprocess
 import tempfile
-import threading
 import time
 from collections.abc import Callable
 
-from tool import FAILED, OK, RUN_SECONDS, SYSROOT, TOOL, WINE_RUNNER, Home, ToolTest, valid
+from tool import FAILED, OK, RUN_SECONDS, SYSROOT, TOOL, WINE_RUNNER, Home, Lines, ToolTest, valid
 
 FILES_OF_POSIX = "Wine's programs do not see modes and owners of files"
 
@@ -140,24 +138,14 @@ class CureTest(ToolTest):
 
     def answer_page(self, process: subprocess.Popen) -> list[str]:
         """The lines of the programs; the user signs in on each page that they show."""
-        lines: queue.Queue = queue.Queue()
-
-        def read() -> None:
-            for line in process.stdout:
-                lines.put(line.strip())
-            lines.put(None)
-
-        errors: list[str] = []
-        for work in (read, lambda: errors.append(process.stderr.read())):
-            threading.Thread(target=work, daemon=True).start()
-        seen: list[str] = []
-        while (line := lines.get(timeout=RUN_SECONDS)) is not None:
+        errors, seen = Lines(process.stderr), []
+        for line in Lines(process.stdout):
             seen.append(line)
             if line.startswith("https://"):
                 self.service.control("approve", {"url": line, "user": "ada"})
         process.wait(RUN_SECONDS)
         process.stdout.close()
-        return seen or errors
+        return seen or list(errors)
 
     def tool_command(self) -> str:
         return f'"{self.home.path(TOOL)}{".exe" if SYSROOT else ""}"'

@@ -65,15 +65,16 @@ class Lines:
                 self._queue.put(line.strip())
         self._queue.put(None)
 
-    def wait_for(self, text: str, seconds: float = 30) -> str:
+    def __iter__(self):
+        return iter(lambda: self._queue.get(timeout=RUN_SECONDS), None)
+
+    def wait_for(self, text: str) -> str:
         """The next line that holds the text."""
-        while True:
-            line = self._queue.get(timeout=seconds)
-            if line is None:
-                raise AssertionError(f"ended without {text!r}: {self.seen}")
+        for line in self:
             self.seen.append(line)
             if text in line:
                 return line
+        raise AssertionError(f"ended without {text!r}: {self.seen}")
 
 
 class ToolTest(unittest.TestCase):
