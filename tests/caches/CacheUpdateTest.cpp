@@ -235,6 +235,18 @@ private slots:
         QCOMPARE(m_fixture->logged("User Info: TokenRefreshed event received"), 1);
     }
 
+    void aSignOutWinsOverAReply() {
+        TestKit::Script slow{answer("200 OK", CacheFixture::userReply("ada"))};
+        slow.delayInMsec = 300;
+        m_fixture->server.setScript(m_fixture->userPath, slow);
+        start();
+        QVERIFY(m_fixture->server.waitForRequest(m_fixture->userPath));
+        m_fixture->owner.loggedIn = false;
+        QTRY_VERIFY(m_fixture->logged("User Info: Update finished") > 0);
+        QVERIFY(!m_caches->door.isAvailable(CacheType::UserInfo));
+        QVERIFY(!m_fixture->fileContents().contains("ada"));
+    }
+
     void anInvalidatedValueIsAskedForAgain() {
         m_fixture->answerUser("ada");
         start();

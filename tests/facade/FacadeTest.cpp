@@ -396,6 +396,25 @@ private slots:
         QVERIFY(WebServicesPrivate::GetActiveOAuth2TokenRefreshRetrySchedule() == standard);
     }
 
+    void observersAreCalledOnTheMainThread() {
+        WebServicesManager::Initialize();
+        WebServicesManager& manager = *WebServicesManager::GetInstance();
+        TestKit::RecordingObserver<> observer;
+        std::thread::id called;
+        observer.reaction = [&called] { called = std::this_thread::get_id(); };
+        manager.AddObserver(&observer);
+        manager.SetConfiguration(configuration());
+        std::thread worker([&manager] { QVERIFY(manager.RestoreLogin()); });
+        worker.join();
+        QCOMPARE(called, std::thread::id());
+        bool isServed = true;
+        std::thread([&isServed] { isServed = WebServicesManager::DispatchEvent(); }).join();
+        QVERIFY(!isServed);
+        QVERIFY(WebServicesManager::DispatchEvent());
+        QCOMPARE(called, std::this_thread::get_id());
+        manager.RemoveObserver(&observer);
+    }
+
     void anObserverMayUninitialize() {
         WebServicesManager::Initialize();
         WebServicesManager& manager = *WebServicesManager::GetInstance();

@@ -266,6 +266,21 @@ private Q_SLOTS:
         QVERIFY(outcome.reply.body.contains("SECRET"));
     }
 
+    void destroyedWhileRunning() {
+        m_server.setScript(page, silence);
+        auto operation = std::make_unique<NetworkOperation>(nullptr, m_logger);
+        NetworkOperation* raw = operation.get();
+        QSignalSpy ends(raw, &NetworkOperation::RequestFinished);
+        QString told;
+        connect(raw, &NetworkOperation::RequestFinished, this, [&told, raw] { told = raw->errorMessage(); });
+        const QPointer<QNetworkReply> reply(operation->Send(request(), get(), nullptr, 0));
+        QVERIFY(m_server.waitForRequest(page));
+        operation.reset();
+        QCOMPARE(ends.count(), 1);
+        QCOMPARE(told, QStringLiteral("Operation was canceled. Object deleted."));
+        QTRY_VERIFY(!reply);
+    }
+
 private:
     static void sendAndWait(NetworkOperation& operation, const QNetworkRequest& request, const QString& verb, QIODevice* upload) {
         QSignalSpy ends(&operation, &NetworkOperation::RequestFinished);

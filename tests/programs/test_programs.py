@@ -37,13 +37,6 @@ class ProgramsTest(unittest.TestCase):
         self.addCleanup(product.stop)
         return product
 
-    def sign_in(self, product: Product) -> dict:
-        login = product.ask("initiate-login")
-        self.assertTrue(login["ok"], login)
-        self.service.control("approve", {"url": login["url"], "user": "ada"})
-        self.assertTrue(product.ask("complete-login")["ok"])
-        return login
-
     def test_no_secret_is_found_in_clear(self):
         os.environ["VQWS_LOGLEVEL"] = "TRACE"
         self.addCleanup(os.environ.pop, "VQWS_LOGLEVEL")
@@ -81,18 +74,6 @@ class ProgramsTest(unittest.TestCase):
     def written_files(self) -> dict[pathlib.Path, bytes]:
         """Everything the product wrote: its data, its temporary files, under Wine also the registry."""
         return {path: path.read_bytes() for path in self.home.folder.rglob("*") if path.is_file() and not path.is_symlink()}
-
-    def test_a_second_process_is_signed_in_and_out(self):
-        first, second = self.start("first"), self.start("second")
-        self.sign_in(first)
-        self.assertTrue(second.ask("status")["signedIn"])
-        self.assertTrue(second.ask(f"get {self.service.info['url']}/api/echo")["ok"])
-        self.assertTrue(second.ask("logout")["ok"])
-        self.assertFalse(first.ask("status")["signedIn"])
-        # The event may be on its way to the main thread while the state has changed already.
-        self.assertTrue(first.hears("LoggedOut"))
-        self.assertEqual(["LoginRestored", "LoggedIn", "LoggedOut"], first.events)
-        self.assertFalse(self.start("third").ask("status")["signedIn"])
 
     def run_with_configuration(self, configuration: bytes | None, command: list[str] | None = None, orders: str = "") -> subprocess.CompletedProcess:
         """Runs the product with the library in a folder that holds this log configuration, or none."""

@@ -22,6 +22,8 @@ class LoginStateTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void aSignOutIsNotDatedBeforeItsSignIn() { QCOMPARE(logoutDateFor(at(900), at(1000)), at(1000)); }
+
     void theMachineAddressIsCutBetweenAdapters() {
         const Velquor::TestKit::Rows row([&](const QStringList& addresses, int limit, const QString& expected) {
             QCOMPARE(joinedMachineAddress(addresses, limit), expected);

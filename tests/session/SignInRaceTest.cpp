@@ -186,6 +186,17 @@ private slots:
         QVERIFY(next->RefreshToken(key, true));
     }
 
+    void anotherSignInOfTheSameUserIsNoSignOut() {
+        signIn(*m_session);
+        const auto other = m_fixture->restoredSession();
+        TestKit::RecordingObserver<> observer;
+        other->observers().add(&observer);
+        signInAgain(*m_session, key, "ada");
+        QCOMPARE(accessToken(*other), accessToken(*m_session));
+        QCOMPARE(observer.heard, QStringList({"LoggedIn"}));
+        QVERIFY(!m_fixture->hasLogged("was signed out in another process"));
+    }
+
 private:
     const QTemporaryDir m_runtime;
 };

@@ -23,31 +23,6 @@ private slots:
 
     void cleanup() { m_fetcher.reset(); }
 
-    // The text of the end names the tries after the first one.
-    void aFailedQueryIsTriedAgainUntilItIsHopeless() {
-        const TestKit::Rows row(this, [&](const QByteArray& reply, bool isBusy, int tries) {
-            play(reply);
-            m_owner->storeResult = isBusy ? StoreResult::Busy : StoreResult::Stored;
-            query();
-            for (int attempt = 1; attempt < tries; ++attempt) {
-                QCOMPARE(interval(), 5 * second);
-                QVERIFY(!m_fixture->hasLogged("Giving up token query."));
-                fire(*m_fetcher);
-                waitForEnd(*m_fetcher);
-            }
-            QCOMPARE(interval(), -1);
-            QCOMPARE(requests(), tries);
-            QCOMPARE(m_fixture->hasLogged("Failed to query token after 5 attempts. Giving up token query."), tries == 6);
-            QVERIFY(m_fixture->hasLogged(QStringLiteral(
-                "Failed to login automatically using another product's login credentials. Try to logout and login again.")));
-            QVERIFY(!m_owner->held.areComplete());
-        });
-        row("500", answer("500 Internal Server Error", ""), false, 6);
-        row("400 by a wrong clock", TestKit::problemReply("400 Bad Request", "message_expired"), false, 6);
-        row("400", TestKit::problemReply("400 Bad Request", "token_rejected"), false, 1);
-        row("cannot be stored", TestKit::goodTokenReply(), true, 6);
-    }
-
     void theResultOfAQueryIsLostWithTheSignIn() {
         const TestKit::Rows row(this, [&](const QByteArray& more, bool signsOut, const QString& logged) {
             play(TestKit::goodTokenReply(more), true, 150);
@@ -121,11 +96,12 @@ private slots:
     }
 
     void oneProcessTriesAgainForAll() {
-        const TestKit::Rows row(this, [&](const QByteArray& reply, int dies, int tries, int givesUp) {
+        const TestKit::Rows row(this, [&](const QByteArray& reply, bool isBusy, int dies, int tries, int givesUp) {
             play(reply, true, 50);
             std::vector<std::unique_ptr<OtherProcess>> processes;
             for (int number = 0; number < 3; ++number) {
                 processes.push_back(std::make_unique<OtherProcess>(*m_fixture, m_flags));
+                processes.back()->owner.storeResult = isBusy ? StoreResult::Busy : StoreResult::Stored;
                 QVERIFY(processes.back()->fetcher.CheckAutomaticLogin());
             }
             for (int round = 1; round <= 12; ++round) {
@@ -141,17 +117,22 @@ private slots:
             }
             QCOMPARE(requests(), tries);
             QCOMPARE(m_fixture->logger->count("Failed to login automatically using another product's"), givesUp);
+            // The text names the tries after the first one.
+            QCOMPARE(m_fixture->hasLogged("Failed to query token after 5 attempts. Giving up token query."), tries == 6);
             // Nothing of this hinders a later start of a product.
             play(TestKit::goodTokenReply());
+            processes.front()->owner.storeResult = StoreResult::Stored;
             QVERIFY(processes.front()->fetcher.CheckAutomaticLogin());
             waitForEnd(processes.front()->fetcher);
             QVERIFY(processes.front()->owner.held.areComplete());
         });
         const QByteArray unavailable = answer("503 Service Unavailable", "");
-        row("all live", unavailable, 0, 6, 1);
-        row("one dies after its second try", unavailable, 2, 6, 1);
-        row("final refusal", TestKit::problemReply("400 Bad Request", "token_rejected"), 0, 1, 1);
-        row("bad body", answer("200 OK", "<html></html>"), 0, 1, 0);
+        row("all live", unavailable, false, 0, 6, 1);
+        row("one dies after its second try", unavailable, false, 2, 6, 1);
+        row("a wrong clock", TestKit::problemReply("400 Bad Request", "message_expired"), false, 0, 6, 1);
+        row("final refusal", TestKit::problemReply("400 Bad Request", "token_rejected"), false, 0, 1, 1);
+        row("bad body", answer("200 OK", "<html></html>"), false, 0, 1, 0);
+        row("cannot be stored", TestKit::goodTokenReply(), true, 0, 6, 1);
     }
 
     // It holds the lock and does nothing; when it is gone, the product signs in after all.

@@ -152,6 +152,15 @@ private slots:
         row("HTML", "<html>");
         row("deep", QByteArray(100000, '[') + QByteArray(100000, ']'));
     }
+
+    void attemptsAreCountedFromEachStart() {
+        RetryProcess process([] { return 0; });
+        for (int round = 0; round < 2; ++round) {
+            process.start({0, {{10, 10}}});
+            QVERIFY(process.next());
+            QCOMPARE(process.attempts(), 1);
+        }
+    }
 };
 
 QTEST_GUILESS_MAIN(RetryScheduleTest)
