@@ -13,7 +13,6 @@ using namespace Velquor::WebServices::Internal;
 namespace {
 
 const auto userPath = QStringLiteral("/WebServicesCache/UserInfo/");
-const auto quotaPath = QStringLiteral("/WebServicesCache/StorageQuota/");
 const CacheIdentity identity{"Production", "user-1", "hash-1"};
 const QDateTime date(QDate(2026, 2, 3), QTime(4, 5, 6), Qt::UTC);
 
@@ -169,8 +168,8 @@ private slots:
     }
 
 private:
-    CacheStorage place(const QByteArray& product, const QString& nodePath = userPath) {
-        return {std::make_shared<CacheFile>(path(), QString::fromLatin1(product)), nodePath, log()};
+    CacheStorage place(const QByteArray& product) {
+        return {std::make_shared<CacheFile>(path(), QString::fromLatin1(product)), userPath, log()};
     }
 
     const CacheLog& log() {

@@ -55,11 +55,9 @@ class ObserverTest : public QObject {
 
 private slots:
     void init() {
-        m_isLoggedIn = true;
         m_logger = std::make_shared<TestKit::RecordingLogger>();
-        m_isStopped = false;
         m_dispatcher = std::make_unique<EventDispatcher>(
-            m_logger, [this] { return m_isLoggedIn; }, [this] { return m_isStopped; });
+            m_logger, [] { return true; }, [] { return false; });
     }
 
     void everyEventReachesItsOperationOnce() {
@@ -126,8 +124,6 @@ private slots:
     }
 
 private:
-    bool m_isLoggedIn = true;
-    bool m_isStopped = false;
     std::shared_ptr<TestKit::RecordingLogger> m_logger;
     std::unique_ptr<EventDispatcher> m_dispatcher;
 };

@@ -15,8 +15,6 @@ using TestKit::demoKey;
 
 namespace {
 
-const auto otherKey = QStringLiteral("other-product-0002");
-
 using Process = TestKit::StateProcess;
 
 class FullDisk : public DiskStateFile {

@@ -1,6 +1,7 @@
 #include "TestKit/Test.h"
 #include "Values/CallerText.h"
 #include "Values/NetworkCookieImp.h"
+#include "Values/NetworkCookieJarImp.h"
 #include "Values/OAuth2TokenImp.h"
 #include "Values/OAuth2TokenSpecImp.h"
 #include "Values/WebServicesConfigurationImp.h"
