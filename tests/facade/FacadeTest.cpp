@@ -207,6 +207,7 @@ private slots:
         manager.SetProxyAuthenticationDialogText(L"Our caption", nullptr);
         QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 26, user, 5));
         QCOMPARE(QString::fromWCharArray(caption), QStringLiteral("Our caption"));
+        QVERIFY(!manager.GetProxyAuthenticationDialogText(nullptr, 26, user, 5));
         WebServicesManager::Uninitialize();
         WebServicesManager::Initialize();
         QVERIFY(manager.GetProxyAuthenticationDialogText(caption, 26, user, 5));
