@@ -25,36 +25,35 @@ CrossProcessLock::~CrossProcessLock() {
 
 bool CrossProcessLock::acquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
-    const ProcessGuard::Result result = m_guard.acquire(timeoutMs);
-    m_isRefused = result == ProcessGuard::Result::Failed;
-    if (result == ProcessGuard::Result::TimedOut) {
-        m_logger->error(QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more than %2 ms")
-                            .arg(m_key)
-                            .arg(timeoutMs));
+    if (!acquireGuard(timeoutMs)) {
+        m_logger->error(
+            m_isRefused ? QStringLiteral("Failed to acquire cross-process lock %1. %2").arg(m_key, m_guard.errorText())
+                        : QStringLiteral("Failed to acquire cross-process lock %1: another process holds it for more than %2 ms")
+                              .arg(m_key)
+                              .arg(timeoutMs));
         return false;
     }
-    if (m_isRefused) {
-        m_logger->error(QStringLiteral("Failed to acquire cross-process lock %1. %2").arg(m_key, m_guard.errorText()));
-        return false;
-    }
-    if (result == ProcessGuard::Result::AcquiredAbandoned)
-        m_logger->warning(QStringLiteral("The last holder of cross-process lock %1 ended without releasing it").arg(m_key));
-    m_held = true;
     m_hasSemaphore = acquireSemaphore(std::min(static_cast<int>(deadline.remainingTime()), longestHoldMs));
     return true;
 }
 
 bool CrossProcessLock::tryAcquire(int timeoutMs) {
     const QDeadlineTimer deadline(timeoutMs);
-    const ProcessGuard::Result result = m_guard.acquire(timeoutMs);
-    m_isRefused = result == ProcessGuard::Result::Failed;
-    if (m_isRefused || result == ProcessGuard::Result::TimedOut)
+    if (!acquireGuard(timeoutMs))
         return false;
     const NamedSemaphore::Result joined = m_semaphore.acquire(static_cast<int>(deadline.remainingTime()));
-    m_held = true;
     m_hasSemaphore = joined == NamedSemaphore::Result::Acquired;
     if (joined == NamedSemaphore::Result::TimedOut)
         release();
+    return m_held;
+}
+
+bool CrossProcessLock::acquireGuard(int timeoutMs) {
+    const ProcessGuard::Result result = m_guard.acquire(timeoutMs);
+    if (result == ProcessGuard::Result::AcquiredAbandoned)
+        m_logger->warning(QStringLiteral("The last holder of cross-process lock %1 ended without releasing it").arg(m_key));
+    m_isRefused = result == ProcessGuard::Result::Failed;
+    m_held = !m_isRefused && result != ProcessGuard::Result::TimedOut;
     return m_held;
 }
 

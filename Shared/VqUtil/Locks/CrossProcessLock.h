@@ -34,6 +34,7 @@ public:
     [[nodiscard]] bool isRefused() const { return m_isRefused; }
 
 private:
+    [[nodiscard]] bool acquireGuard(int timeoutMs);
     [[nodiscard]] bool acquireSemaphore(int timeoutMs);
     [[nodiscard]] bool isCountLeaked(int waitedMs) const;
 

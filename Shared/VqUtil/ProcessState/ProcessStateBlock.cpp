@@ -33,9 +33,9 @@ bool ProcessStateBlock::ensureCreated() {
             look();
             continue;
         }
-        m_isAttached = result == ISharedBlock::Result::Done;
-        if (!m_isAttached)
+        if (result != ISharedBlock::Result::Done)
             break;
+        m_isAttached = true;
         logOnce(QStringLiteral("Created process state shared memory %1. Shared memory size: %2 bytes.")
                     .arg(m_key)
                     .arg(m_block->size()));

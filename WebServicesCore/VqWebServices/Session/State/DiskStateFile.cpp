@@ -19,8 +19,9 @@ public:
     Lock& operator=(const Lock&) = delete;
 
     [[nodiscard]] bool isRefused() const { return m_lock.isRefused(); }
-    [[nodiscard]] bool acquire(int timeoutMs) { return m_isHeld = m_lock.acquire(timeoutMs); }
-    [[nodiscard]] bool tryAcquire(int timeoutMs) { return m_isHeld = m_lock.tryAcquire(timeoutMs); }
+    [[nodiscard]] bool isHeld() const { return m_isHeld; }
+    void acquire(int timeoutMs) { m_isHeld = m_lock.acquire(timeoutMs); }
+    void tryAcquire(int timeoutMs) { m_isHeld = m_lock.tryAcquire(timeoutMs); }
 
 private:
     Util::CrossProcessLock m_lock;
@@ -34,14 +35,14 @@ DiskStateFile::DiskStateFile(const QString& path, std::shared_ptr<Log::ILogger> 
 
 std::unique_ptr<IStateFile::ILock> DiskStateFile::lock(int timeoutMs) {
     std::unique_ptr<Lock> made = makeLock();
-    const bool isHeld = made->acquire(timeoutMs);
-    return take(std::move(made), isHeld);
+    made->acquire(timeoutMs);
+    return handOut(std::move(made));
 }
 
 std::unique_ptr<IStateFile::ILock> DiskStateFile::tryLock(int timeoutMs) {
     std::unique_ptr<Lock> made = makeLock();
-    const bool isHeld = made->tryAcquire(timeoutMs);
-    return take(std::move(made), isHeld);
+    made->tryAcquire(timeoutMs);
+    return handOut(std::move(made));
 }
 
 std::unique_ptr<DiskStateFile::Lock> DiskStateFile::makeLock() const {
@@ -50,9 +51,9 @@ std::unique_ptr<DiskStateFile::Lock> DiskStateFile::makeLock() const {
     return std::make_unique<Lock>(m_folder, m_logger);
 }
 
-std::unique_ptr<IStateFile::ILock> DiskStateFile::take(std::unique_ptr<Lock> lock, bool isHeld) {
+std::unique_ptr<IStateFile::ILock> DiskStateFile::handOut(std::unique_ptr<Lock> lock) {
     m_isLockRefused = lock->isRefused();
-    if (!isHeld)
+    if (!lock->isHeld())
         return nullptr;
     if (!m_cleaned.exchange(true))
         Util::AtomicFile::removeStaleTemporaries(m_path);

@@ -29,7 +29,7 @@ private:
     class Lock;
 
     [[nodiscard]] std::unique_ptr<Lock> makeLock() const;
-    [[nodiscard]] std::unique_ptr<ILock> take(std::unique_ptr<Lock> lock, bool isHeld);
+    [[nodiscard]] std::unique_ptr<ILock> handOut(std::unique_ptr<Lock> lock);
 
     const QString m_path;
     const QString m_folder;
