@@ -1,7 +1,6 @@
 #include "simulation/Library/Ledger.h"
 
 #include <cstdlib>
-#include <cstring>
 
 namespace Velquor::Simulation {
 
@@ -13,11 +12,13 @@ Ledger::Answer refusal(int status, const QByteArray& problem) {
 
 } // namespace
 
+// Without a copy of the parts: the oracle asks after each step.
 int Ledger::numberAfter(const QByteArray& text, char mark) {
-    for (const char* dot = text.constData(); dot; dot = std::strchr(dot + 1, '.')) {
-        const char* const part = dot == text.constData() ? dot : dot + 1;
-        if (*part == mark)
-            return std::atoi(part + 1);
+    for (int start = 0; start < text.size();) {
+        if (text.at(start) == mark)
+            return std::atoi(text.constData() + start + 1);
+        const int dot = text.indexOf('.', start);
+        start = dot < 0 ? text.size() : dot + 1;
     }
     return 0;
 }
