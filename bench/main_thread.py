@@ -9,6 +9,7 @@ import argparse
 import gc
 import os
 import pathlib
+import select
 import statistics
 import subprocess
 import sys
@@ -17,6 +18,10 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path += [str(ROOT / "bindings/python"), str(ROOT / "dev/demo")]
+import vqws  # noqa: E402
+from account import AccountService  # noqa: E402
+from product import Home  # noqa: E402
+
 KEY, SECRET = "demo-product-0001", "demo-secret-0001"
 OTHERS = 8
 PAUSE_OF_OTHERS = 1
@@ -26,8 +31,6 @@ SILENCE = {"kind": "status", "status": 503, "delay_ms": 600_000, "count": -1}
 
 
 def product(folder: pathlib.Path):
-    import vqws
-
     library = vqws.Library(support_paths=[str(folder / "service")])
     client = vqws.Client()
     client.configure(vqws.Config(KEY, SECRET))
@@ -37,21 +40,17 @@ def product(folder: pathlib.Path):
 
 def work(folder: pathlib.Path) -> None:
     """One of the other processes, until its standard input ends."""
-    import vqws
-
     library, client = product(folder)
     print("ready", flush=True)
-    os.set_blocking(sys.stdin.fileno(), False)
     number = 0
-    while sys.stdin.buffer.read(1) is None:
+    while not select.select([sys.stdin], [], [], PAUSE_OF_OTHERS)[0]:
         number += 1
         try:
             library.proxy.set_login("proxy.example", 8080, "ada", f"{os.getpid()}-{number}")
             client.refresh_token(wait=False)
         except vqws.Error:
             pass
-        time.sleep(PAUSE_OF_OTHERS)
-    os._exit(0)
+    library.close()
 
 
 def measure(calls: dict, rounds: int) -> dict[str, list[float]]:
@@ -76,8 +75,6 @@ def show(title: str, taken: dict[str, list[float]]) -> None:
 
 
 def run(folder: pathlib.Path, rounds: int) -> None:
-    from account import AccountService
-
     service = AccountService(folder / "service", "--http")
     service.start()
     others: list[subprocess.Popen] = []
@@ -117,9 +114,7 @@ def main() -> int:
         return 0
     with tempfile.TemporaryDirectory(prefix="vqws-main-") as name:
         folder = pathlib.Path(name)
-        (folder / "runtime").mkdir(mode=0o700)
-        os.environ.update(VQWS_LIBRARY=options.library, XDG_DATA_HOME=str(folder / "data"), XDG_CONFIG_HOME=str(folder / "config"),
-                          XDG_RUNTIME_DIR=str(folder / "runtime"))
+        os.environ.update(Home(folder).environment(), VQWS_LIBRARY=options.library)
         run(folder, options.rounds)
     return 0
 
