@@ -147,9 +147,9 @@ def write_page(times: dict[str, dict[str, float]], line: dict[str, float], calls
              "![time by products](pictures/restore.svg)\n\n## A slow line\n\nTwo products in two processes, an account server with "
              "100 ms each way (medians of five runs):\n\n| What | Figure |\n|---|---|\n")
     text += "".join(f"| {name} | {value:g} |\n" for name, value in line.items())
-    text += ("\n## A main thread\n\nWhat the calls of a user interface take, by the clock, alone and while eight other processes of the user save, "
-             "renew tokens and raise events once a second. The first row of each is a system call that does nothing: what the machine itself "
-             "takes, since nine processes share its cores.\n\n| | Call | Median, ms | 999 of 1,000 within, ms |\n|---|---|---|---|\n")
+    text += ("\n## A main thread\n\nWhat the calls of a user interface take, by the clock, alone and while eight other processes of the user "
+             "save,\nrenew tokens and raise events once a second. The first row of each is a system call that does nothing: what the machine "
+             "itself takes,\nsince nine processes share its cores.\n\n| | Call | Median, ms | 999 of 1,000 within, ms |\n|---|---|---|---|\n")
     text += "".join(f"| {condition} | {call} | {median} | {slow} |\n" for condition, call, median, slow in calls)
     PAGE.write_text(text, encoding="utf-8")
     PICTURE.write_text(picture([(count, times["bench_restore"][f"restore {count}/library"]) for count in GROWTH]), encoding="utf-8")
