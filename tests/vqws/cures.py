@@ -113,12 +113,15 @@ class CureTest(ToolTest):
         for away in self.folder.glob("VqWebservicesURLs*.config"):
             shutil.move(away, self.url_file(away.name))
 
+    def settings_file(self) -> pathlib.Path:
+        return self.home.folder / "config/Velquor/Web Services.conf"
+
     def set_setting(self, name: str, value: str) -> None:
         if SYSROOT:
             command = [str(WINE_RUNNER), "--sysroot", SYSROOT, "reg", "add", r"HKCU\Software\Velquor\Web Services", "/v", name, "/d", value, "/f"]
             subprocess.run(command, env=self.environment(), check=True, capture_output=True, timeout=RUN_SECONDS)
             return
-        file = self.home.folder / "config/Velquor/Web Services.conf"
+        file = self.settings_file()
         file.parent.mkdir(parents=True, exist_ok=True)
         file.write_text(f"[General]\n{name}={value}\n", encoding="utf-8")
         self.give_home()

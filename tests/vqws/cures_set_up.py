@@ -1,4 +1,5 @@
 """The cures for what is installed and set: URL files, log configuration, settings and variables."""
+import os
 import pathlib
 import shutil
 import unittest
@@ -62,6 +63,14 @@ def bad_log_configuration(name: str, text: str, *arguments, **more) -> Row:
     return Row(name, lambda t: move_library(t, *arguments), "log configuration", text, not_on_windows=OWN_LIBRARY, **more)
 
 
+def make_pipe_of_settings(t: CureTest) -> None:
+    t.set_setting("EnableLog", "0")
+    file = t.settings_file()
+    file.unlink()
+    os.mkfifo(file)
+    t.give_home()
+
+
 def protect_log(t: CureTest) -> None:
     (t.home.data() / "WebServices.log").chmod(0o400)
 
@@ -94,6 +103,8 @@ LOG_ROWS = [
         state="warning"),
     Row("log off in the settings", lambda t: t.set_setting("EnableLog", "0"), "log level", "switched off by the setting EnableLog",
         state="warning"),
+    Row("settings are a pipe", make_pipe_of_settings, "settings", "Web Services.conf is not used", state="warning",
+        not_on_windows="the settings are in the registry"),
     Row("log folder is a file", set_variable("VQWS_LOGFILEDIR", a_file), "log file", "no log can be written in"),
     Row("log folder of the settings is a file", lambda t: t.set_setting("WebServicesDataPath", a_file(t)), "log file",
         "no log can be written in"),

@@ -218,6 +218,13 @@ class SessionTest(ToolTest):
         process.send_signal(signal.SIGINT)
         self.assertEqual(CANCELLED, process.wait(30))
 
+    def test_a_refused_sign_in_says_what_to_check(self):
+        for status, text in ((403, "check key and secret"), (404, "check the URL file"), (429, "try again later"), (503, "try again later")):
+            with self.subTest(status=status):
+                self.service.control("faults", {"endpoint": "request-token", "kind": "status", "status": status, "count": 1})
+                error = self.check(FAILED, "login", "--no-browser", "--json").json()["error"]
+                self.assertIn(f"status {status}; {text}", error)
+
     def test_keys_come_from_files_and_the_server_is_kept(self):
         secret = self.folder / "secret"
         secret.write_text(f"{SECRET}\nmore\n", encoding="utf-8")

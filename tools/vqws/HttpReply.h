@@ -18,6 +18,8 @@ constexpr int notModified = 304;
 constexpr int badRequest = 400;
 constexpr int unauthorized = 401;
 constexpr int forbidden = 403;
+constexpr int notFound = 404;
+constexpr int tooManyRequests = 429;
 constexpr int serverError = 500;
 } // namespace Status
 

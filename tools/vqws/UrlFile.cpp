@@ -1,6 +1,7 @@
 #include "UrlFile.h"
 
 #include "Doctor/SetUp.h"
+#include "Platform/Settings.h"
 #include "Texts.h"
 
 #include <QDir>

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Commands/Commands.h"
 #include "Doctor/Examination.h"
+#include "HttpReply.h"
 #include "Library.h"
 #include "Output.h"
 #include "Progress.h"
@@ -21,6 +22,15 @@ constexpr int defaultTimeoutSeconds = 300;
 // Until the user has signed in on the page, the service refuses. This is the interval between the queries.
 constexpr int askEveryMs = 2000;
 
+// Only an answer that is about the request says something about the key. With 404 the service does not know the path.
+QString refusalText(int httpStatus) {
+    const QString refused = QStringLiteral("the account server refused it with status %1; ").arg(httpStatus);
+    if (httpStatus == Status::tooManyRequests || httpStatus >= Status::serverError)
+        return refused + QStringLiteral("try again later");
+    return refused
+           + (httpStatus == Status::notFound ? QStringLiteral("check the URL file") : QStringLiteral("check key and secret"));
+}
+
 QString errorText(LoginErrorEx error, int httpStatus) {
     switch (error) {
     case LoginErrorEx::NotReady: return QStringLiteral("the product has no configuration for the current server");
@@ -28,8 +38,7 @@ QString errorText(LoginErrorEx error, int httpStatus) {
     case LoginErrorEx::NoSecureConnection:
         return QStringLiteral("there is no secure connection; check the certificate authority (--ca)");
     case LoginErrorEx::WrongSystemTime: return QStringLiteral("the clock of this machine is wrong; set it");
-    case LoginErrorEx::Refused:
-        return QStringLiteral("the account server refused it with status %1; check key and secret").arg(httpStatus);
+    case LoginErrorEx::Refused: return refusalText(httpStatus);
     case LoginErrorEx::InvalidReply: return QStringLiteral("the account server answered something else; check the URL file");
     default: return QStringLiteral("the request could not be signed; see the log");
     }

@@ -16,6 +16,8 @@ class Library;
 
 /// The data folder: it exists, belongs to the user with all that is in it, is writable, and only the user has access.
 [[nodiscard]] Findings checkFolder(const SetUp& setUp);
+/// The settings of the library, when it does not read them.
+[[nodiscard]] Findings checkSettings();
 /// The login state file: it is readable and complete, only the user has access, and its key exists. Also finds files that a
 /// crash left next to it.
 [[nodiscard]] Findings checkStateFile(const SetUp& setUp);

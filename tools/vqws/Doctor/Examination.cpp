@@ -19,6 +19,7 @@ Examination::Examination(Context& context, Show show)
 
 void Examination::beforeTheStart() {
     add("the data folder", [this] { return checkFolder(m_setUp); });
+    add("the settings", [] { return checkSettings(); });
     add("the login state file", [this] { return checkStateFile(m_setUp); });
     add("the lock of the login state file", [this] { return checkLock(m_setUp, m_context.cancellation); });
 }

@@ -1,4 +1,5 @@
 #include "Doctor/Checks.h"
+#include "Platform/Settings.h"
 #include "Platform/ShellCommands.h"
 
 #include <QFileInfo>

@@ -8,7 +8,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QSettings>
 #include <QStandardPaths>
 #include <VqWebServices/IWebServicesManager.h>
 
@@ -69,10 +68,6 @@ Cure signOutAndIn(const SetUp& setUp, const QString& sentence) {
 Cure signInAgain(const SetUp& setUp, const QString& remark) {
     return run(QStringLiteral("sign in again in any product, or here with its key and secret%1").arg(remark),
                toolCommand(setUp, QStringLiteral("login")));
-}
-
-QString setting(const QString& name) {
-    return QSettings(QStringLiteral("Velquor"), QStringLiteral("Web Services")).value(name).toString();
 }
 
 } // namespace Vqws

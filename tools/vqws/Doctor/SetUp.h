@@ -27,7 +27,4 @@ struct SetUp {
 /// What a user does who has to sign in again.
 [[nodiscard]] Cure signInAgain(const SetUp& setUp, const QString& remark = {});
 
-/// A value of the library's settings; empty when it is not set.
-[[nodiscard]] QString setting(const QString& name);
-
 } // namespace Vqws
