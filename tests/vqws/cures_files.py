@@ -127,6 +127,15 @@ def become_root(t: CureTest):
     return end
 
 
+def become_root_with_settings(t: CureTest):
+    t.set_setting("LogLevel", "DEBUG")
+    return become_root(t)
+
+
+def become_owner(t: CureTest) -> None:
+    t.user = t.home.data().stat().st_uid
+
+
 def chown(path: pathlib.Path, user: int) -> None:
     os.chown(path, user, user)
 
@@ -170,7 +179,9 @@ ROWS = [
     Row("data folder of another owner", lambda t: chown(t.home.data(), 0), "data folder", "belongs to root",
         also=("log file",), not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_ROOT),
     Row("files of another user, as root", become_root, "data folder", "belongs to nobody", sentence="not as root",
-        person=lambda t: setattr(t, "user", t.home.data().stat().st_uid), not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_ROOT),
+        person=become_owner, not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_ROOT),
+    Row("settings of another user, as root", become_root_with_settings, "settings", "is not used", sentence="not as root",
+        person=become_owner, state="warning", also=("data folder",), not_on_windows=FILES_OF_POSIX, not_on_linux=NEEDS_ROOT),
     Row("lock held", hold_lock, "lock holder", "has been holding the lock",
         not_on_windows="a lock from outside of Wine is no lock inside"),
     Row("block of flags open to others", open_block, "shared block", "everybody has access to",

@@ -29,7 +29,7 @@ QString nearestExisting(const QString& folder) {
 // user is to start the programs.
 Cure cureForOwner(const QString& folder, const QString& ownerOfFolder) {
     if (isRoot() && !ownerOfFolder.isEmpty())
-        return act(QStringLiteral("start the programs as the user %1, and not as root").arg(ownerOfFolder));
+        return startAs(ownerOfFolder);
     return run(QStringLiteral("give it to the user who starts the programs"), ShellCommands::giveToUser(folder));
 }
 

@@ -70,4 +70,8 @@ Cure signInAgain(const SetUp& setUp, const QString& remark) {
                toolCommand(setUp, QStringLiteral("login")));
 }
 
+Cure startAs(const QString& owner) {
+    return act(QStringLiteral("start the programs as the user %1, and not as root").arg(owner));
+}
+
 } // namespace Vqws

@@ -26,5 +26,7 @@ struct SetUp {
 [[nodiscard]] Cure signOutAndIn(const SetUp& setUp, const QString& sentence);
 /// What a user does who has to sign in again.
 [[nodiscard]] Cure signInAgain(const SetUp& setUp, const QString& remark = {});
+/// What root does where the files belong to another user, who uses them.
+[[nodiscard]] Cure startAs(const QString& owner);
 
 } // namespace Vqws

@@ -10,12 +10,6 @@ namespace Vqws {
 
 namespace {
 
-QString settingsFile() {
-    const QString chosen = qEnvironmentVariable("XDG_CONFIG_HOME");
-    const QString folder = QDir(QDir::homePath()).absoluteFilePath(chosen.isEmpty() ? QStringLiteral(".config") : chosen);
-    return folder + QStringLiteral("/Velquor/Web Services.conf");
-}
-
 // Of a link both count. To open a pipe would wait for its writer.
 bool isRead(const QString& file) {
     struct stat info {};
@@ -27,6 +21,12 @@ bool isRead(const QString& file) {
 }
 
 } // namespace
+
+QString settingsFile() {
+    const QString chosen = qEnvironmentVariable("XDG_CONFIG_HOME");
+    const QString folder = QDir(QDir::homePath()).absoluteFilePath(chosen.isEmpty() ? QStringLiteral(".config") : chosen);
+    return folder + QStringLiteral("/Velquor/Web Services.conf");
+}
 
 QString setting(const QString& name) {
     const QString file = settingsFile();

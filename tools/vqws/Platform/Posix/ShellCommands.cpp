@@ -1,8 +1,8 @@
 #include "Platform/ShellCommands.h"
 
 #include "Platform/FilePrivacy.h"
+#include "Platform/Settings.h"
 
-#include <QStandardPaths>
 #include <unistd.h>
 
 namespace Vqws::ShellCommands {
@@ -61,9 +61,7 @@ QString unset(const QString& variable) {
 }
 
 QString removeSetting(const QString& name) {
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-    return QStringLiteral("sed -i")
-           + words({QStringLiteral("/^%1 *=/d").arg(name), folder + QStringLiteral("/Velquor/Web Services.conf")});
+    return QStringLiteral("sed -i") + words({QStringLiteral("/^%1 *=/d").arg(name), settingsFile()});
 }
 
 QString endProcess(const QString& id) {

@@ -10,6 +10,10 @@ QString setting(const QString& name) {
     return settings.value(name).toString();
 }
 
+QString settingsFile() {
+    return {};
+}
+
 QString ignoredSettingsFile() {
     return {};
 }
